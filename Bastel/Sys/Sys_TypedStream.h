@@ -1,0 +1,72 @@
+// Sys_TypedInStream, Sys_TypedOutStream: values of fixed width over a byte stream.
+//
+// Layout: little-endian, or big-endian throughout when the swap mode is on; bool one byte (0 or 1); float64 as
+// its IEEE bits; a string is a 32-bit byte count and its UTF-8 bytes.
+// Throws: Sys_StreamReadException with the offset where the bytes end early, or where a bool is neither 0 nor 1;
+// Sys_StreamWriteException where the byte stream takes less than it was given.
+// Ownership: the byte stream stays the caller's and must outlive the typed one.
+#pragma once
+
+#include "Bastel/Sys/Sys_Stream.h"
+
+#include <string>
+#include <string_view>
+
+class KORA_API Sys_TypedInStream
+{
+public:
+    explicit Sys_TypedInStream(Sys_InStream& iStream, bool iSwap = false);
+
+    bool ReadBool();
+    Cmn_UInt8 ReadUInt8();
+    Cmn_Int16 ReadInt16();
+    Cmn_UInt16 ReadUInt16();
+    Cmn_Int32 ReadInt32();
+    Cmn_UInt32 ReadUInt32();
+    Cmn_Int64 ReadInt64();
+    double ReadFloat64();
+    std::string ReadString();
+    void ReadBytes(void* oBytes, std::size_t iCount);
+
+    Cmn_Int64 GetPosition() const { return mStream.GetPosition(); }
+    void SetPosition(Cmn_Int64 iPosition) { mStream.SetPosition(iPosition); }
+    Cmn_Int64 GetBytesLeft() const { return mStream.GetLength() - mStream.GetPosition(); }
+    bool IsSwapped() const { return mSwap; }
+    Sys_InStream& GetStream() { return mStream; }
+
+private:
+    template <class T>
+    T ReadInteger();
+
+    Sys_InStream& mStream;
+    bool mSwap;
+};
+
+class KORA_API Sys_TypedOutStream
+{
+public:
+    explicit Sys_TypedOutStream(Sys_OutStream& iStream, bool iSwap = false);
+
+    void WriteBool(bool iValue);
+    void WriteUInt8(Cmn_UInt8 iValue);
+    void WriteInt16(Cmn_Int16 iValue);
+    void WriteUInt16(Cmn_UInt16 iValue);
+    void WriteInt32(Cmn_Int32 iValue);
+    void WriteUInt32(Cmn_UInt32 iValue);
+    void WriteInt64(Cmn_Int64 iValue);
+    void WriteFloat64(double iValue);
+    void WriteString(std::string_view iText);
+    void WriteBytes(const void* iBytes, std::size_t iCount);
+
+    Cmn_Int64 GetPosition() const { return mStream.GetPosition(); }
+    void SetPosition(Cmn_Int64 iPosition) { mStream.SetPosition(iPosition); }
+    bool IsSwapped() const { return mSwap; }
+    Sys_OutStream& GetStream() { return mStream; }
+
+private:
+    template <class T>
+    void WriteInteger(T iValue);
+
+    Sys_OutStream& mStream;
+    bool mSwap;
+};

@@ -1,0 +1,1 @@
+# install rules land here

@@ -1,0 +1,25 @@
+# kora_options: what every target of this project is compiled with. Linked privately, never exported.
+find_package(Threads REQUIRED)
+
+add_library(kora_options INTERFACE)
+target_compile_features(kora_options INTERFACE cxx_std_20)
+target_link_libraries(kora_options INTERFACE Threads::Threads)
+target_compile_options(kora_options INTERFACE
+  -Wall -Wextra -Wpedantic
+  # Both platforms must agree bit for bit: no multiply-add is formed behind our back.
+  -ffp-contract=off)
+if(KORA_WERROR)
+  target_compile_options(kora_options INTERFACE -Werror)
+endif()
+if(KORA_SANITIZE)
+  target_compile_options(kora_options INTERFACE -fsanitize=${KORA_SANITIZE} -fno-omit-frame-pointer
+                                                -fno-sanitize-recover=all)
+  target_link_options(kora_options INTERFACE -fsanitize=${KORA_SANITIZE})
+endif()
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+
+find_program(KORA_CCACHE ccache)
+if(KORA_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+  set(CMAKE_CXX_COMPILER_LAUNCHER "${KORA_CCACHE}")
+endif()
