@@ -5,11 +5,12 @@ add_library(kora_options INTERFACE)
 target_compile_features(kora_options INTERFACE cxx_std_20)
 target_link_libraries(kora_options INTERFACE Threads::Threads)
 target_compile_options(kora_options INTERFACE
-  -Wall -Wextra -Wpedantic
+  # C++ only: the resource compiler of the Windows build takes none of these.
+  $<$<COMPILE_LANGUAGE:CXX>:-Wall -Wextra -Wpedantic>
   # Both platforms must agree bit for bit: no multiply-add is formed behind our back.
-  -ffp-contract=off)
+  $<$<COMPILE_LANGUAGE:CXX>:-ffp-contract=off>)
 if(KORA_WERROR)
-  target_compile_options(kora_options INTERFACE -Werror)
+  target_compile_options(kora_options INTERFACE $<$<COMPILE_LANGUAGE:CXX>:-Werror>)
 endif()
 if(KORA_SANITIZE)
   target_compile_options(kora_options INTERFACE -fsanitize=${KORA_SANITIZE} -fno-omit-frame-pointer
