@@ -1,0 +1,21 @@
+# Header-only packages of the command-line tool, as interface targets: kora_cli11, kora_json.
+#
+# They live in the host's /usr/include, which a cross compiler must never search: it would find the wrong system
+# headers there. A folder in the build tree holds links to just these packages.
+function(kora_header_package target folder header)
+  find_path(${target}_root "${folder}/${header}" NO_CMAKE_FIND_ROOT_PATH REQUIRED
+            DOC "Where ${folder}/${header} is found")
+  set(include "${CMAKE_BINARY_DIR}/packages/${target}")
+  file(MAKE_DIRECTORY "${include}")
+  if(NOT EXISTS "${include}/${folder}")
+    file(CREATE_LINK "${${target}_root}/${folder}" "${include}/${folder}" RESULT result SYMBOLIC)
+    if(NOT result EQUAL 0) # a file system without links
+      file(COPY "${${target}_root}/${folder}" DESTINATION "${include}")
+    endif()
+  endif()
+  add_library(${target} INTERFACE)
+  target_include_directories(${target} SYSTEM INTERFACE "${include}")
+endfunction()
+
+kora_header_package(kora_cli11 CLI CLI.hpp)         # arguments
+kora_header_package(kora_json nlohmann json.hpp)    # JSON
