@@ -1,0 +1,158 @@
+// Time_TickLength: a distance in ticks, internal or display.
+//
+// Units:      internal ticks, 960000 to a quarter note, or display ticks, 960 to a quarter note; 1 display tick is
+//             1000 internal ticks, a whole note 3840000 internal ticks.
+// Arithmetic: wraps in 64 bits. Two lengths of different tick types are reported; the operation then works on the
+//             raw counts and the left-hand type stays.
+#pragma once
+
+#include "Bastel/Cmn/Cmn_IntMath.h"
+
+#include <compare>
+#include <string>
+
+class Cmn_XMLNode;
+
+enum Time_ETickType : Cmn_UInt32 {
+    Time_eTickType_Internal = 0,
+    Time_eTickType_Display = 1,
+};
+
+class Time_TickLength
+{
+public:
+    static const Time_TickLength cZero;           // 0, internal
+    static const Time_TickLength cQuarter;        // 960000, internal
+    static const Time_TickLength cDisplayZero;    // 0, display
+    static const Time_TickLength cDisplayQuarter; // 960, display
+
+    static constexpr Cmn_Int64 cInternalPerDisplay = 1000;
+    static constexpr Cmn_Int64 cInternalPerQuarter = 960000;
+    static constexpr Cmn_Int64 cInternalPerWhole = 3840000;
+
+    constexpr Time_TickLength() = default;
+    constexpr explicit Time_TickLength(Cmn_Int64 iTicks, Time_ETickType iType = Time_eTickType_Internal)
+        : mLength(iTicks)
+        , mTickType(iType)
+    {
+    }
+
+    // The count alone; the tick type stays.
+    constexpr void SetLength(Cmn_Int64 iTicks) { mLength = iTicks; }
+    constexpr Time_ETickType GetTickType() const { return mTickType; }
+    // The count, whatever the type.
+    constexpr Cmn_Int64 AsInt64() const { return mLength; }
+    constexpr double AsFloat64() const { return static_cast<double>(mLength); }
+    // The low 32 bits of the count. Asserts that the ticks are display ticks, which fit.
+    constexpr Cmn_Int32 AsInt32X() const
+    {
+        Cmn_ASSERT_AS(mTickType == Time_eTickType_Display, "mTickType == Time_eTickType_Display",
+                      "time/Time_TickLength");
+        return static_cast<Cmn_Int32>(mLength);
+    }
+    constexpr Time_TickLength AbsoluteValue() const { return mLength < 0 ? -*this : *this; }
+
+    // Display ticks: (count + 500) / 1000, truncated toward zero. 1499 → 1, 1500 → 2, -1400 → 0, -1600 → -1.
+    // Deliberate: the type is not looked at, display ticks are divided again. Test: DisplayTicksRoundAsRulersShow
+    constexpr Time_TickLength ToDisplayTicks() const
+    {
+        return Time_TickLength(Cmn_WrapAdd(mLength, cInternalPerDisplay / 2) / cInternalPerDisplay,
+                               Time_eTickType_Display);
+    }
+    // Internal ticks: count × 1000, whatever the type.
+    constexpr Time_TickLength ToInternalTicks() const
+    {
+        return Time_TickLength(Cmn_WrapMul(mLength, cInternalPerDisplay));
+    }
+
+    // One unit of the length's own type.
+    constexpr Time_TickLength& operator++() { return Add(1); }
+    constexpr Time_TickLength& operator--() { return Add(-1); }
+    constexpr Time_TickLength operator++(int)
+    {
+        const Time_TickLength old = *this;
+        ++*this;
+        return old;
+    }
+    constexpr Time_TickLength operator--(int)
+    {
+        const Time_TickLength old = *this;
+        --*this;
+        return old;
+    }
+
+    constexpr Time_TickLength operator-() const { return Time_TickLength(Cmn_WrapNeg(mLength), mTickType); }
+    constexpr Time_TickLength& operator+=(const Time_TickLength& rightHandValue)
+    {
+        Cmn_ASSERT_AS(mTickType == rightHandValue.mTickType, "mTickType == rightHandValue.mTickType",
+                      "time/Time_TickLength");
+        return Add(rightHandValue.mLength);
+    }
+    constexpr Time_TickLength& operator-=(const Time_TickLength& rightHandValue)
+    {
+        Cmn_ASSERT_AS(mTickType == rightHandValue.mTickType, "mTickType == rightHandValue.mTickType",
+                      "time/Time_TickLength");
+        return Add(Cmn_WrapNeg(rightHandValue.mLength));
+    }
+    // Truncates toward zero; a divisor of 0 is reported and gives 0.
+    constexpr Time_TickLength& operator/=(Cmn_Int64 iDivisor)
+    {
+        mLength = Cmn_TruncDiv(mLength, iDivisor);
+        return *this;
+    }
+    constexpr Time_TickLength operator*(Cmn_Int64 iFactor) const
+    {
+        return Time_TickLength(Cmn_WrapMul(mLength, iFactor), mTickType);
+    }
+
+    friend constexpr Time_TickLength operator+(const Time_TickLength& leftHandValue,
+                                               const Time_TickLength& rightHandValue)
+    {
+        CheckSameType(leftHandValue, rightHandValue);
+        return Time_TickLength(leftHandValue).Add(rightHandValue.mLength);
+    }
+    friend constexpr Time_TickLength operator-(const Time_TickLength& leftHandValue,
+                                               const Time_TickLength& rightHandValue)
+    {
+        CheckSameType(leftHandValue, rightHandValue);
+        return Time_TickLength(leftHandValue).Add(Cmn_WrapNeg(rightHandValue.mLength));
+    }
+    friend constexpr bool operator==(const Time_TickLength& leftHandValue,
+                                     const Time_TickLength& rightHandValue)
+    {
+        CheckSameType(leftHandValue, rightHandValue);
+        return leftHandValue.mLength == rightHandValue.mLength;
+    }
+    friend constexpr std::strong_ordering operator<=>(const Time_TickLength& leftHandValue,
+                                                      const Time_TickLength& rightHandValue)
+    {
+        CheckSameType(leftHandValue, rightHandValue);
+        return leftHandValue.mLength <=> rightHandValue.mLength;
+    }
+
+    // <iName tickType="Internal">960000</iName>
+    KORA_API Cmn_XMLNode GetAsXML(const std::string& iName) const;
+    // "960000 ticks long", "960 display ticks long"
+    KORA_API std::string Dump() const;
+
+private:
+    static constexpr void CheckSameType(const Time_TickLength& leftHandValue,
+                                        const Time_TickLength& rightHandValue)
+    {
+        Cmn_ASSERT_AS(leftHandValue.mTickType == rightHandValue.mTickType,
+                      "leftHandValue.mTickType == rightHandValue.mTickType", "time/Time_TickLength");
+    }
+    constexpr Time_TickLength& Add(Cmn_Int64 iTicks)
+    {
+        mLength = Cmn_WrapAdd(mLength, iTicks);
+        return *this;
+    }
+
+    Cmn_Int64 mLength = 0;
+    Time_ETickType mTickType = Time_eTickType_Internal;
+};
+
+inline constexpr Time_TickLength Time_TickLength::cZero{0};
+inline constexpr Time_TickLength Time_TickLength::cQuarter{cInternalPerQuarter};
+inline constexpr Time_TickLength Time_TickLength::cDisplayZero{0, Time_eTickType_Display};
+inline constexpr Time_TickLength Time_TickLength::cDisplayQuarter{960, Time_eTickType_Display};

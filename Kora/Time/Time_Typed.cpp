@@ -1,0 +1,67 @@
+#include "Kora/Time/Time_Typed.h"
+
+#include "Bastel/I18N/I18N_Utils.h"
+
+namespace {
+
+constexpr Cmn_Int64 cMaxTicksAndFrames = 0x07FFFFFFFFFFFFFF;
+constexpr Cmn_Int64 cMaxSamplesOfADay = 0x7FFFFFFFF;
+constexpr Cmn_Int64 cMaxSamplesShort = 0x7FFFFFFF;
+constexpr Cmn_Int64 cMaxSessionSampleShort = 0x75B347FF;
+constexpr Cmn_Int32 cUnitNames = 1341; // and the two that follow
+
+bool Uses24HourTimeline() { return true; }
+
+} // namespace
+
+// Constant-initialised: other statics may hold times before main.
+constinit Time_Typed Time_Typed::sMinTimes[3];
+constinit Time_Typed Time_Typed::sMaxTimes[3];
+constinit std::string Time_Typed::sTypeStrings[3];
+constinit Time_Sample Time_Typed::sMaxSessionSample;
+constinit bool Time_Typed::sInited = false;
+
+void Time_Typed::Init()
+{
+    if (sInited) return;
+    sInited = true;
+
+    const Cmn_Int64 maxSample = Uses24HourTimeline() ? cMaxSamplesOfADay : cMaxSamplesShort;
+    sMinTimes[Time_eType_Samples] = Time_Typed(0, Time_eType_Samples);
+    sMaxTimes[Time_eType_Samples] = Time_Typed(maxSample, Time_eType_Samples);
+    for (const Time_EType type : {Time_eType_Ticks, Time_eType_Frames}) {
+        sMinTimes[type] = Time_Typed(-cMaxTicksAndFrames, type);
+        sMaxTimes[type] = Time_Typed(cMaxTicksAndFrames, type);
+    }
+    for (const Time_EType type : {Time_eType_Samples, Time_eType_Ticks, Time_eType_Frames})
+        sTypeStrings[type] = I18N_Utils::GetString(cUnitNames + static_cast<Cmn_Int32>(type));
+    sMaxSessionSample = Time_Sample(Uses24HourTimeline() ? cMaxSamplesOfADay : cMaxSessionSampleShort);
+}
+
+void Time_Typed::PinToValidRange()
+{
+    if (!Cmn_ASSERT_AS(GetType() <= Time_eType_Frames, "0", "Time/Time_Typed")) return;
+    const Cmn_Int64 maximum = sMaxTimes[GetType()].AsInt64();
+    const Cmn_Int64 minimum = sMinTimes[GetType()].AsInt64();
+    if (AsInt64() >= maximum)
+        SetTime(maximum);
+    else if (AsInt64() <= minimum)
+        SetTime(minimum);
+}
+
+Time_Typed Time_Typed::MinTime(Time_EType iType) { return sMinTimes[iType]; }
+
+Time_Typed Time_Typed::MaxTime(Time_EType iType) { return sMaxTimes[iType]; }
+
+const std::string& Time_Typed::GetTimeTypedString(Time_EType iType) { return sTypeStrings[iType]; }
+
+Time_Sample Time_Typed::GetMaxSessionSample() { return sMaxSessionSample; }
+
+void Time_Typed::SetMaxSessionSample(const Time_Sample& iSample)
+{
+    if (!Uses24HourTimeline()) return;
+    Cmn_ASSERT_AS(sMaxSessionSample <= Time_Typed::MaxTime(Time_eType_Samples).AsSample(),
+                  "sMaxSessionSample <= Time_Typed::MaxTime(Time_eType_Samples).AsSample()",
+                  "Time/Time_Typed");
+    sMaxSessionSample = iSample;
+}
