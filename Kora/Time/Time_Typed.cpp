@@ -14,10 +14,10 @@ bool Uses24HourTimeline() { return true; }
 
 } // namespace
 
-// Constant-initialised: other statics may hold times before main.
+// The tables hold zeros until Init.
 constinit Time_Typed Time_Typed::sMinTimes[3];
 constinit Time_Typed Time_Typed::sMaxTimes[3];
-constinit std::string Time_Typed::sTypeStrings[3];
+std::string Time_Typed::sTypeStrings[3];
 constinit Time_Sample Time_Typed::sMaxSessionSample;
 constinit bool Time_Typed::sInited = false;
 

@@ -1,0 +1,273 @@
+#include "Kora/Time/Time_Meter.h"
+
+#include "Bastel/Cmn/Cmn_Exception.h"
+#include "Bastel/Cmn/Cmn_XMLNode.h"
+#include "Bastel/Sys/Sys_TypedStream.h"
+#include "Support/AssertRecorder.h"
+#include "Support/TimePrinters.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using Reports = std::vector<std::string>;
+const char* const cMixed = "leftHandValue.mTickType == rightHandValue.mTickType@$^$@time/Time_TickLength";
+
+Time_BarBeatTick At(Cmn_Int32 iBar, Cmn_Int32 iBeat, Cmn_Int64 iTick)
+{
+    return {iBar, iBeat, Time_TickLength(iTick)};
+}
+
+} // namespace
+
+TEST(BarBeatTick, BarlinesAreBeatOneTickZero)
+{
+    EXPECT_EQ(Time_BarBeatTick(), At(1, 1, 0));
+    Time_BarBeatTick at = At(5, 2, 0);
+    EXPECT_FALSE(at.IsOnBarline());
+    at.BackupToPreviousBarline();
+    EXPECT_EQ(at, At(5, 1, 0));
+    EXPECT_TRUE(at.IsOnBar());
+    at.BackupToPreviousBarline();
+    EXPECT_EQ(at, At(4, 1, 0));
+    at.mTick = Time_TickLength(1);
+    EXPECT_FALSE(at.IsOnBar());
+    at.AdvanceToNextBarline();
+    EXPECT_EQ(at, At(5, 1, 0));
+
+    const AssertRecorder recorder;
+    EXPECT_TRUE(Time_BarBeatTick(1, 1, Time_TickLength::cDisplayZero).IsOnBar());
+    EXPECT_EQ(recorder.Take(), Reports{cMixed});
+}
+
+TEST(BarBeatTick, OrderIsByBarThenBeatThenTick)
+{
+    const Time_BarBeatTick ascending[] = {At(-1, 9, 9), At(1, 1, 5), At(1, 2, -3), At(1, 2, 0), At(2, 1, 0)};
+    for (const auto& a : ascending)
+        for (const auto& b : ascending)
+            EXPECT_EQ(a <=> b, &a <=> &b) << a.Dump() << " and " << b.Dump();
+}
+
+TEST(BarBeatTick, OffsetAndDiffDisagreeOnTheBeat)
+{
+    struct Case
+    {
+        const char* mName;
+        Time_BarBeatTick mFrom;
+        Cmn_Int64 mOffset;
+        Time_Meter mMeter;
+        Time_BarBeatTick mTo;
+        Cmn_Int64 mDiff; // from mFrom to mTo
+    };
+    const Case cases[] = {
+        {"across a barline of 4/4",      At(3, 4, 0),   960000,  {4, 4}, At(4, 1, 0),       960000 },
+        {"a beat of 6/8 is 1920000",     At(1, 1, 0),   1920000, {6, 8}, At(1, 2, 0),       480000 },
+        {"6/8 carries six beats",        At(1, 6, 500), 1920000, {6, 8}, At(2, 1, 500),     480000 },
+        {"back within the bar",          At(2, 3, 100), -960000, {4, 4}, At(2, 3, -959900), -960000},
+        {"whole beats back",             At(2, 3, 0),   -960000, {4, 4}, At(2, 2, 0),       -960000},
+        {"back past beat 1: truncation", At(2, 1, 0),   -960000, {4, 4}, At(2, 0, 0),       -960000},
+        {"half notes last half a beat",  At(1, 1, 0),   480000,  {2, 2}, At(1, 2, 0),       1920000},
+    };
+    for (const Case& row : cases) {
+        Time_BarBeatTick to;
+        row.mFrom.Offset(Time_TickLength(row.mOffset), row.mMeter, to);
+        EXPECT_EQ(to, row.mTo) << row.mName;
+        EXPECT_EQ(row.mTo.Diff(row.mFrom, row.mMeter), Time_TickLength(row.mDiff)) << row.mName;
+    }
+    EXPECT_EQ(At(2, 1, 0).Diff(At(1, 1, 0), Time_Meter(6, 8)), Time_TickLength(2880000));
+}
+
+TEST(BarBeatTick, MixedTicksAndZeroMetersAreReported)
+{
+    const AssertRecorder recorder;
+    const Time_TickLength display(7, Time_eTickType_Display);
+    Time_BarBeatTick to;
+    At(1, 1, 5).Offset(display, Time_Meter(), to);
+    EXPECT_EQ(recorder.Take(), Reports{cMixed});
+    EXPECT_EQ(to, At(1, 1, 12));
+    EXPECT_EQ(Time_BarBeatTick(1, 1, display).Diff(At(1, 1, 5), Time_Meter()), Time_TickLength(2));
+    EXPECT_EQ(recorder.Take(), Reports(2, cMixed));
+
+    const Time_Meter broken(0, 0);
+    EXPECT_EQ(recorder.Take(), Reports({"iNumerator >= 1@$^$@Time/Time_MeterMap",
+                                        "iDenominator >= 1@$^$@Time/Time_MeterMap"}));
+    At(3, 2, 5).Offset(Time_TickLength(1), broken, to);
+    EXPECT_EQ(to, At(3, 1, 0));
+    EXPECT_EQ(At(3, 2, 5).Diff(At(1, 1, 0), broken), Time_TickLength(5));
+    EXPECT_EQ(broken.GetTicksPerBeat(), Time_TickLength(0));
+    EXPECT_GE(recorder.Take().size(), 6u);
+}
+
+TEST(BarBeatTick, TextRoundTrips)
+{
+    struct Case
+    {
+        Time_BarBeatTick mAt;
+        const char *mPlain, *mPadded;
+        Cmn_Int64 mReadTick;
+    };
+    const Case cases[] = {
+        {At(3,             4,           480000),                          "3|4| 480",                                    "    3| 4| 480", 480000},
+        {At(1,          12,                     499),                                                  "1|12| 000",                                                                                    "    1|12| 000", 0},
+        {At(1,     1, 500),"1|1| 001","    1| 1| 001", 1000},
+        {At(-20000,           -1,                  1234567),                                                          "-9999|-1|1235",                                                                                                                                                "-9999|-1|1235", 1235000},
+        {At(123456,                1,                   99999999),                                       "123456|1|9999",                                                           "123456| 1|9999", 9999000},
+        {At(2, 1,     -5600),                                     "2|1|-005","    2| 1|-005", -5000},
+        {At(2,       1,-99999999),"2|1|-999","    2| 1|-999", -999000},
+        {{7, 2, Time_TickLength(42, Time_eTickType_Display)},             "7|2| 042",                       "    7| 2| 042",                                             42000                                           },
+    };
+    for (const Case& row : cases) {
+        EXPECT_EQ(row.mAt.ToString(true, false), row.mPlain);
+        EXPECT_EQ(row.mAt.ToString(true, true), row.mPadded);
+        for (const std::string text : {row.mPlain, row.mPadded}) {
+            Time_BarBeatTick read(0, 0, Time_TickLength(99));
+            EXPECT_TRUE(read.FromString(text)) << text;
+            EXPECT_EQ(read, At(std::max(row.mAt.mBar, -9999), row.mAt.mBeat, row.mReadTick)) << text;
+            EXPECT_TRUE(read.FromString(text.substr(0, text.rfind('|')))) << text;
+            EXPECT_EQ(read.mTick, Time_TickLength::cZero) << text;
+        }
+    }
+    for (const char* const text :
+         {"", "3", "3|", "|4", "3|4|", "3|4|x", "3|4|1|2", "3|4|-", "3;4", "99999999999|1"})
+    {
+        Time_BarBeatTick at = At(8, 8, 8);
+        EXPECT_FALSE(at.FromString(text)) << text;
+        EXPECT_EQ(at, At(8, 8, 8)) << text;
+    }
+}
+
+TEST(NotationDuration, TicksOfNoteValues)
+{
+    struct Case
+    {
+        Time_NotationDurationValue mValue;
+        Cmn_Int64 mTicks;
+    };
+    const Case cases[] = {
+        {{},                                                          960000           },
+        {{Time_eNoteDuration_Whole, false},                           3840000          },
+        {{Time_eNoteDuration_Whole, true},                            5760000          },
+        {{Time_eNoteDuration_Quarter, true},                          1440000          },
+        {{Time_eNoteDuration_SixtyFourth, false},                     60000            },
+        {{Time_eNoteDuration_Eighth, false, true, 2, 3},              320000           },
+        {{Time_eNoteDuration_Eighth, true, true, 4, 7},               411428           },
+        {{Time_eNoteDuration_Eighth, false, true, 2, 0},              480000           },
+        {{Time_eNoteDuration_Eighth, false, false, 2, 5},             480000           },
+        {{Time_eNoteDuration_Whole, true, true, -2147483647 - 1, -1}, 12369505812480000},
+    };
+    for (const Case& row : cases)
+        EXPECT_EQ(row.mValue.GetTicks(), Time_TickLength(row.mTicks)) << row.mValue.Dump();
+
+    const AssertRecorder recorder;
+    for (const int code : {-1, 0, 8, 77})
+        EXPECT_EQ(Time_NotationDurationValue(static_cast<Time_ENoteDuration>(code), true).GetTicks(),
+                  Time_TickLength(1440000));
+    EXPECT_EQ(recorder.Take().size(), 4u);
+}
+
+TEST(NotationDuration, TheLongestNoteValueThatFits)
+{
+    struct Case
+    {
+        Cmn_Int64 mLength;
+        Time_ENoteDuration mDuration;
+        bool mDotted;
+    };
+    constexpr Case cCases[] = {
+        {-5,       Time_eNoteDuration_SixtyFourth,  false},
+        {10,       Time_eNoteDuration_SixtyFourth,  false},
+        {89999,    Time_eNoteDuration_SixtyFourth,  false},
+        {90000,    Time_eNoteDuration_SixtyFourth,  true },
+        {119999,   Time_eNoteDuration_SixtyFourth,  true },
+        {120000,   Time_eNoteDuration_ThirtySecond, false},
+        {959999,   Time_eNoteDuration_Eighth,       true },
+        {960000,   Time_eNoteDuration_Quarter,      false},
+        {3839999,  Time_eNoteDuration_Half,         true },
+        {5759999,  Time_eNoteDuration_Whole,        false},
+        {99999999, Time_eNoteDuration_Whole,        true },
+    };
+    for (const Case& row : cCases) {
+        Time_NotationDurationValue value;
+        Time_NotationDurationValue::MakeDurationValue(Time_TickLength(row.mLength), value);
+        EXPECT_EQ(value, Time_NotationDurationValue(row.mDuration, row.mDotted)) << row.mLength;
+    }
+    const AssertRecorder recorder;
+    Time_NotationDurationValue value;
+    Time_NotationDurationValue::MakeDurationValue(Time_TickLength(960000, Time_eTickType_Display), value);
+    EXPECT_EQ(value, Time_NotationDurationValue());
+    EXPECT_EQ(recorder.Take(), Reports{cMixed});
+}
+
+TEST(NotationDuration, OrderIsByTicksThenFields)
+{
+    const Time_NotationDurationValue half(Time_eNoteDuration_Half, false), quarter;
+    const Time_NotationDurationValue sameTicks(Time_eNoteDuration_Half, false, true, 1, 2);
+    EXPECT_LT(quarter, half);
+    EXPECT_EQ(sameTicks.GetTicks(), quarter.GetTicks());
+    EXPECT_NE(sameTicks, quarter);
+    EXPECT_LT(sameTicks, quarter); // code 2 before code 3
+    EXPECT_GE(quarter, sameTicks);
+}
+
+TEST(Meter, StreamsThroughItsBytesAndRefusesBrokenOnes)
+{
+    const Time_Meter meter(7, 8, {Time_eNoteDuration_Eighth, true, true, 4, -5});
+    Sys_MemOutStream bytes;
+    Sys_TypedOutStream out(bytes);
+    meter.StreamOut(out);
+    const auto read = [](const std::vector<Cmn_UInt8>& iBytes) {
+        Sys_MemInStream stream(iBytes);
+        Sys_TypedInStream in(stream);
+        Time_Meter result;
+        result.StreamIn(in);
+        return result;
+    };
+    const std::vector<Cmn_UInt8> good = bytes.TakeBytes();
+    const std::vector<Cmn_UInt8> expected = {7, 0, 0, 0, 8, 0, 0, 0, 1,    0,    4,    0,
+                                             0, 0, 1, 1, 4, 0, 0, 0, 0xFB, 0xFF, 0xFF, 0xFF};
+    EXPECT_EQ(good, expected);
+    EXPECT_EQ(read(good), meter);
+    EXPECT_NE(read(good), Time_Meter(7, 8));
+
+    struct Flaw
+    {
+        const char* mName;
+        std::size_t mByte;
+        Cmn_UInt8 mValue;
+    };
+    constexpr Flaw cFlaws[] = {
+        {"numerator 0",           0,  0   },
+        {"negative numerator",    3,  0x80},
+        {"denominator 0",         4,  0   },
+        {"denominator too large", 6,  0x3B},
+        {"click version 0",       8,  0   },
+        {"click version 2",       8,  2   },
+        {"note value 0",          10, 0   },
+        {"note value 8",          10, 8   },
+        {"dotted 2",              14, 2   },
+    };
+    for (const Flaw& flaw : cFlaws) {
+        std::vector<Cmn_UInt8> bad = good;
+        bad[flaw.mByte] = flaw.mValue;
+        EXPECT_THROW(read(bad), Cmn_Exception) << flaw.mName;
+    }
+    for (std::size_t size = 0; size < good.size(); ++size)
+        EXPECT_THROW(read({good.begin(), good.begin() + static_cast<std::ptrdiff_t>(size)}),
+                     Sys_StreamReadException);
+}
+
+TEST(Meter, OffsetIntoTheBarRunsOnPastTheNumerator)
+{
+    const Time_Meter meter(7, 9); // 7 × 3840000 / 9 is 2986666.67
+    EXPECT_EQ(meter.GetBarLength(), Time_TickLength(2986666));
+    EXPECT_EQ(meter.GetTicksPerBeat(), Time_TickLength(426666));
+    EXPECT_EQ(meter.ComputeOffsetIntoBar(At(99, 4, 5)), Time_TickLength(3 * 2986666 / 7 + 5));
+    EXPECT_EQ(meter.ComputeOffsetIntoBar(At(99, 15, 0)), Time_TickLength(2 * 2986666));
+    EXPECT_EQ(meter.ComputeOffsetIntoBar(At(99, 0, 0)), Time_TickLength(-(2986666 / 7)));
+    EXPECT_EQ(
+        Time_Meter(6, 8).GetAsXML().ToString(),
+        "<Meter>\n  <mNumerator>6</mNumerator>\n  <mDenominator>8</mDenominator>\n"
+        "  <NotationDuration>\n    <mDuration>QuarterNoteDur</mDuration>\n    <mDotted>false</mDotted>\n"
+        "    <mTuplet>false</mTuplet>\n    <mTupletCount>2</mTupletCount>\n    <mTupletTime>3</mTupletTime>\n"
+        "  </NotationDuration>\n</Meter>\n");
+}
