@@ -1,0 +1,3 @@
+#include "Kora/Cnn/Cnn_ListenerMessageReceiver.h"
+
+Cnn_ListenerMessageReceiver::~Cnn_ListenerMessageReceiver() = default;

@@ -1,0 +1,49 @@
+#include "Kora/Cnn/Cnn_ListenerRegistry.h"
+
+#include "Bastel/Cmn/Cmn_Assert.h"
+#include "Kora/Cnn/Cnn_ListenerList.h"
+
+#include <algorithm>
+#include <utility>
+
+Cnn_ListenerRegistry* Cnn_ListenerRegistry::sSingletonP = nullptr;
+
+Cnn_ListenerRegistry& Cnn_ListenerRegistry::Singleton()
+{
+    if (sSingletonP == nullptr) sSingletonP = new Cnn_ListenerRegistry;
+    return *sSingletonP;
+}
+
+void Cnn_ListenerRegistry::AddListener(std::string iName, Cnn_ListenerMessageReceiver* iListenerP)
+{
+    if (!Cmn_ASSERT(iListenerP != 0)) return;
+    Entry& entry = mMap[std::move(iName)];
+    if (entry.mListP != nullptr)
+        entry.mListP->Add(iListenerP, Cnn_ListenerListBase::kPriorityNormal);
+    else
+        entry.mPending.push_back(iListenerP);
+}
+
+void Cnn_ListenerRegistry::PublishListenerList(std::string iName, Cnn_ListenerListBase* iListP)
+{
+    if (!Cmn_ASSERT(iListP != 0)) return;
+    const auto insertResult = mMap.try_emplace(std::move(iName));
+    Cmn_ASSERT(insertResult.second);
+    Entry& entry = insertResult.first->second;
+    entry.mListP = iListP;
+    for (Cnn_ListenerMessageReceiver* const pendingP : std::exchange(entry.mPending, {}))
+        iListP->Add(pendingP, Cnn_ListenerListBase::kPriorityNormal);
+}
+
+void Cnn_ListenerRegistry::RemoveListener(std::string iName, Cnn_ListenerMessageReceiver* iListenerP)
+{
+    const auto entryIter = mMap.find(iName);
+    if (!Cmn_ASSERT(entryIter != mMap.end())) return;
+    Entry& entry = entryIter->second;
+    if (entry.mListP != nullptr) {
+        entry.mListP->Remove(iListenerP);
+        return;
+    }
+    const auto found = std::find(entry.mPending.begin(), entry.mPending.end(), iListenerP);
+    if (found != entry.mPending.end()) entry.mPending.erase(found);
+}

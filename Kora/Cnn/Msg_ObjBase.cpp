@@ -1,0 +1,56 @@
+#include "Kora/Cnn/Msg_ObjBase.h"
+
+#include "Bastel/Cmn/Cmn_Assert.h"
+
+namespace {
+
+void Tell(Msg_Receiver& ioReceiver, Msg_EMessage iMessage)
+{
+    bool threw = false;
+    try {
+        ioReceiver.MsgReceive(iMessage);
+    } catch (...) {
+        threw = true;
+    }
+    Cmn_ASSERT_TEXT(!threw, "a receiver threw an exception");
+}
+
+} // namespace
+
+Msg_ObjBase::Msg_ObjBase() = default;
+
+Msg_ObjBase::~Msg_ObjBase()
+{
+    BroadcastMessage(Msg_eMessage_Destroyed);
+    while (!mReceivers.IsEmpty())
+        RemoveReceiver(mReceivers.GetFirst());
+}
+
+void Msg_ObjBase::AddReceiver(Msg_Receiver* iReceiverP)
+{
+    if (!Cmn_ASSERT(iReceiverP != 0)) return;
+    if (!Cmn_ASSERT(iReceiverP->mObjP == 0)) iReceiverP->mObjP->RemoveReceiver(iReceiverP);
+    mReceivers.PushBack(*iReceiverP);
+    iReceiverP->mObjP = this;
+    ++mCount;
+    Tell(*iReceiverP, Msg_eMessage_Attached);
+}
+
+void Msg_ObjBase::RemoveReceiver(Msg_Receiver* iReceiverP)
+{
+    if (!Cmn_ASSERT(iReceiverP != 0)) return;
+    if (!Cmn_ASSERT(iReceiverP->mObjP == this)) return;
+    mReceivers.Remove(*iReceiverP);
+    iReceiverP->mObjP = nullptr;
+    --mCount;
+}
+
+void Msg_ObjBase::BroadcastMessage(Msg_EMessage iMessage)
+{
+    for (Msg_Receiver* receiverP = mReceivers.GetFirst(); receiverP != nullptr;
+         receiverP = mReceivers.GetNext(*receiverP))
+    {
+        Tell(*receiverP, iMessage);
+        if (!Cmn_ASSERT_TEXT(receiverP->mObjP == this, "a receiver stays linked during a broadcast")) return;
+    }
+}

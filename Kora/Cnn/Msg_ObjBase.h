@@ -1,0 +1,34 @@
+// Msg_ObjBase: tells the receivers linked to it a bare value, first to last.
+//
+// What a receiver throws ends here: it is asserted ("a receiver threw an exception") and the next one is told.
+//
+// Threads:   none inside.
+// Ownership: receivers stay the caller's; those still linked are told of the destruction and unlinked.
+#pragma once
+
+#include "Kora/Cnn/Msg_Receiver.h"
+
+class KORA_API Msg_ObjBase
+{
+public:
+    Msg_ObjBase();
+    Msg_ObjBase(const Msg_ObjBase&) = delete;
+    Msg_ObjBase& operator=(const Msg_ObjBase&) = delete;
+    // Tells every receiver Msg_eMessage_Destroyed, then unlinks them all.
+    ~Msg_ObjBase();
+
+    // Links the receiver at the end and tells it, and only it, Msg_eMessage_Attached. One that is linked already
+    // asserts "iReceiverP->mObjP == 0" and is unlinked first.
+    void AddReceiver(Msg_Receiver* iReceiverP);
+    // Unlinks the receiver; one that is not linked here asserts "iReceiverP->mObjP == this".
+    void RemoveReceiver(Msg_Receiver* iReceiverP);
+    // The next receiver is read from the current one's link after its call: a receiver unlinks neither itself nor the
+    // one behind it from inside MsgReceive. One that unlinks itself nonetheless asserts, and ends the broadcast.
+    void BroadcastMessage(Msg_EMessage iMessage);
+
+    Cmn_Int32 GetNumberOfReceivers() const { return mCount; }
+
+private:
+    Cmn_DoublyLinkedList<Msg_Receiver> mReceivers;
+    Cmn_Int32 mCount = 0;
+};

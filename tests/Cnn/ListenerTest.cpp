@@ -1,0 +1,157 @@
+#include "Kora/Cnn/Cnn_ListenerList.h"
+#include "Kora/Cnn/Cnn_ListenerMessageReceiver.h"
+#include "Kora/Cnn/Cnn_ListenerRegistry.h"
+#include "Kora/Cnn/Mdl_SimpleValMessage.h"
+#include "Support/AssertRecorder.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <stdexcept>
+
+using Reports = std::vector<std::string>;
+using Priority = Cnn_ListenerListBase::EPriority;
+
+namespace {
+
+// Writes its letter into the shared text, then does what it is told.
+struct Listener : Cnn_ListenerMessageReceiver
+{
+    Listener(std::string& ioText, char iLetter, std::type_index iClass = typeid(Mdl_SimpleValMessage))
+        : mText(ioText)
+        , mLetter(iLetter)
+        , mClass(iClass)
+    {
+    }
+    void ReceiveMessage(const Cnn_ListenerMessage&) override
+    {
+        mText += mLetter;
+        if (mThen) mThen();
+    }
+    std::type_index GetMessageClassInfo() const override { return mClass; }
+
+    std::string& mText;
+    char mLetter;
+    std::type_index mClass;
+    std::function<void()> mThen;
+};
+
+class ListenerTest : public testing::Test
+{
+protected:
+    // Who is told, in order.
+    std::string Broadcast(const Cnn_ListenerList<Mdl_SimpleValMessage>& iList)
+    {
+        mText.clear();
+        iList.Broadcast(Mdl_SimpleValMessage_ValChanged());
+        return mText;
+    }
+
+    AssertRecorder mRecorder;
+    std::string mText;
+    Cnn_ListenerList<Mdl_SimpleValMessage> mList;
+    Listener a{mText, 'a'}, b{mText, 'b'}, c{mText, 'c'};
+    Cnn_ListenerRegistry& mRegistry = Cnn_ListenerRegistry::Singleton();
+};
+
+} // namespace
+
+TEST_F(ListenerTest, HighPriorityGoesToTheFrontAndEverythingElseToTheEnd)
+{
+    mList.Add(&a);
+    mList.Add(&b, Priority(7));
+    mList.Add(&c, Priority::kPriorityHigh);
+    EXPECT_EQ(Broadcast(mList), "cab");
+    mList.Add(&b, Priority::kPriorityHigh);
+    EXPECT_EQ(Broadcast(mList), "bcab") << "added twice is told twice";
+    mList.Remove(&b);
+    EXPECT_EQ(Broadcast(mList), "cab") << "the first occurrence goes";
+    const auto copy = mList;
+    mList.Remove(&b);
+    mList.Remove(&b);
+    EXPECT_EQ(Broadcast(mList), "ca");
+    EXPECT_EQ(Broadcast(copy), "cab");
+    EXPECT_EQ(mRecorder.Take(), Reports{});
+}
+
+TEST_F(ListenerTest, AReceiverOfAnotherClassAssertsAndIsAdded)
+{
+    Listener stranger(mText, 's', typeid(Mdl_SimpleValMessage_ValChanged));
+    mList.Add(&stranger);
+    EXPECT_EQ(mRecorder.Take(),
+              Reports{"iListenerP->GetMessageClassInfo() == mMessageClassInfo@$^$@Cnn/Cnn_ListenerList"});
+    EXPECT_EQ(Broadcast(mList), "s");
+    mList.Add(nullptr);
+    EXPECT_EQ(mRecorder.Take().size(), 1u);
+    EXPECT_EQ(mList.GetNumberOfListeners(), 1u);
+}
+
+TEST_F(ListenerTest, AReceiverThatThrowsIsAssertedAndTheOthersAreTold)
+{
+    for (Listener* const listener : {&a, &b, &c})
+        mList.Add(listener);
+    b.mThen = [] { throw std::runtime_error("b"); };
+    EXPECT_EQ(Broadcast(mList), "abc");
+    EXPECT_EQ(mRecorder.Take(), Reports{"a receiver threw an exception@$^$@Cnn/Cnn_ListenerList"});
+}
+
+TEST_F(ListenerTest, AListThatChangesDuringABroadcastStaysInBounds)
+{
+    struct Case
+    {
+        const char* mShows;
+        std::function<void()> mChange; // made by b
+        const char* mTold;
+    };
+    Listener d{mText, 'd'};
+    const Case cases[] = {
+        {"one added at the end waits for the next broadcast", [&] { mList.Add(&d); },    "abc"},
+        {"removing one not told yet skips only it",           [&] { mList.Remove(&c); }, "ab" },
+        {"removing itself leaves out the one behind",         [&] { mList.Remove(&b); }, "ab" },
+        {"removing all ends it",                              [&] { mList = {}; },       "ab" },
+    };
+    for (const Case& row : cases) {
+        mList = {};
+        for (Listener* const listener : {&a, &b, &c})
+            mList.Add(listener);
+        b.mThen = row.mChange;
+        EXPECT_EQ(Broadcast(mList), row.mTold) << row.mShows;
+        EXPECT_EQ(mRecorder.Take(),
+                  Reports{"listeners unchanged during a broadcast@$^$@Cnn/Cnn_ListenerList"})
+            << row.mShows;
+    }
+}
+
+TEST_F(ListenerTest, ReceiversWaitForTheirListAndKeepTheirOrder)
+{
+    mRegistry.AddListener("late", &a);
+    mRegistry.AddListener("late", &b);
+    mRegistry.AddListener("late", &a);
+    mRegistry.AddListener("late", &c);
+    mRegistry.RemoveListener("late", &a);
+    EXPECT_EQ(Broadcast(mList), "");
+    mList.Add(&c);
+    mRegistry.PublishListenerList("late", &mList);
+    EXPECT_EQ(mRecorder.Take(), Reports{"insertResult.second@$^$@Cnn/Cnn_ListenerRegistry"});
+    EXPECT_EQ(Broadcast(mList), "cbac") << "behind those that were in the list";
+    mRegistry.RemoveListener("late", &c);
+    mRegistry.AddListener("late", &c);
+    EXPECT_EQ(Broadcast(mList), "bacc");
+
+    Cnn_ListenerList<Mdl_SimpleValMessage> second;
+    mRegistry.PublishListenerList("late", &second);
+    EXPECT_EQ(Broadcast(second), "") << "those who waited went to the first list only";
+    mRegistry.AddListener("late", &b);
+    EXPECT_EQ(Broadcast(second), "b");
+    EXPECT_EQ(mRecorder.Take().size(), 1u);
+}
+
+TEST_F(ListenerTest, AnUnknownNameAssertsOnlyWhenRemovingFromIt)
+{
+    mRegistry.PublishListenerList("early", &mList);
+    mRegistry.AddListener("early", &a);
+    EXPECT_EQ(Broadcast(mList), "a");
+    EXPECT_EQ(mRecorder.Take(), Reports{});
+    mRegistry.RemoveListener("never heard of", &a);
+    EXPECT_EQ(mRecorder.Take(), Reports{"entryIter != mMap.end()@$^$@Cnn/Cnn_ListenerRegistry"});
+}

@@ -1,0 +1,118 @@
+#include "Kora/Cnn/Msg_ObjBase.h"
+#include "Support/AssertRecorder.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <memory>
+#include <random>
+#include <stdexcept>
+
+using Reports = std::vector<std::string>;
+
+namespace {
+
+// Writes its letter and the message, "a0 ", then does what it is told.
+struct Receiver : Msg_Receiver
+{
+    Receiver(std::string& ioText, char iLetter)
+        : mText(ioText)
+        , mLetter(iLetter)
+    {
+    }
+    void MsgReceive(Msg_EMessage iMessage) override
+    {
+        mText += mLetter + std::to_string(iMessage) + ' ';
+        if (mThen) mThen();
+    }
+
+    std::string& mText;
+    char mLetter;
+    std::function<void()> mThen;
+};
+
+} // namespace
+
+TEST(Msg, AttachmentTellsTheNewOneAndDestructionTellsAll)
+{
+    std::string text;
+    Receiver a(text, 'a');
+    Receiver b(text, 'b');
+    {
+        Msg_ObjBase obj;
+        obj.AddReceiver(&a);
+        obj.AddReceiver(&b);
+        {
+            Receiver c(text, 'c');
+            obj.AddReceiver(&c);
+            EXPECT_EQ(obj.GetNumberOfReceivers(), 3);
+        }
+        EXPECT_EQ(obj.GetNumberOfReceivers(), 2);
+        obj.BroadcastMessage(Msg_EMessage(5));
+        EXPECT_EQ(a.GetMsgObj(), &obj);
+        const Receiver copy = a;
+        EXPECT_EQ(copy.GetMsgObj(), nullptr);
+    }
+    EXPECT_EQ(text, "a0 b0 c0 a5 b5 a1 b1 ");
+    EXPECT_EQ(a.GetMsgObj(), nullptr);
+    EXPECT_EQ(a.GetNext(), nullptr);
+}
+
+TEST(Msg, BrokenPreconditionsAssertAndLeaveTheListsWhole)
+{
+    const AssertRecorder recorder;
+    std::string text;
+    Msg_ObjBase first;
+    Msg_ObjBase second;
+    Receiver a(text, 'a');
+    Receiver b(text, 'b');
+    first.AddReceiver(&a);
+    second.AddReceiver(&a);
+    EXPECT_EQ(recorder.Take(), Reports{"iReceiverP->mObjP == 0@$^$@Cnn/Msg_ObjBase"});
+    EXPECT_EQ(first.GetNumberOfReceivers(), 0);
+    EXPECT_EQ(second.GetNumberOfReceivers(), 1);
+
+    first.RemoveReceiver(&a);
+    EXPECT_EQ(recorder.Take(), Reports{"iReceiverP->mObjP == this@$^$@Cnn/Msg_ObjBase"});
+    first.AddReceiver(nullptr);
+    EXPECT_EQ(recorder.Take(), Reports{"iReceiverP != 0@$^$@Cnn/Msg_ObjBase"});
+
+    second.AddReceiver(&b);
+    a.mThen = [] { throw std::runtime_error("a"); };
+    text.clear();
+    second.BroadcastMessage(Msg_EMessage(2));
+    EXPECT_EQ(recorder.Take(), Reports{"a receiver threw an exception@$^$@Cnn/Msg_ObjBase"});
+    a.mThen = [&] { second.RemoveReceiver(&a); };
+    second.BroadcastMessage(Msg_EMessage(3));
+    EXPECT_EQ(recorder.Take(), Reports{"a receiver stays linked during a broadcast@$^$@Cnn/Msg_ObjBase"});
+    second.BroadcastMessage(Msg_EMessage(4));
+    EXPECT_EQ(text, "a2 b2 a3 b4 ");
+}
+
+// Random linking and unlinking, by call and by destruction, against a vector.
+TEST(Msg, ReceiversAreToldInOrderOfAddition)
+{
+    const unsigned seed = std::random_device()();
+    SCOPED_TRACE(seed);
+    std::mt19937 random(seed);
+    std::string text;
+    std::vector<std::unique_ptr<Receiver>> linked;
+    Msg_ObjBase obj;
+    for (int step = 0; step < 2000; ++step) {
+        const std::size_t at = linked.empty() ? 0 : random() % linked.size();
+        if (linked.empty() || random() % 2 == 0) {
+            linked.push_back(std::make_unique<Receiver>(text, static_cast<char>('a' + random() % 26)));
+            obj.AddReceiver(linked.back().get());
+        } else {
+            if (random() % 2 == 0) obj.RemoveReceiver(linked[at].get());
+            linked.erase(linked.begin() + static_cast<std::ptrdiff_t>(at));
+        }
+        std::string expected;
+        for (const auto& receiver : linked)
+            expected += receiver->mLetter + std::string("9 ");
+        text.clear();
+        obj.BroadcastMessage(Msg_EMessage(9));
+        ASSERT_EQ(text, expected) << "step " << step;
+        ASSERT_EQ(obj.GetNumberOfReceivers(), static_cast<Cmn_Int32>(linked.size()));
+    }
+}
