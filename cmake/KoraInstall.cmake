@@ -1,1 +1,30 @@
-# install rules land here
+# What a host gets: the library, the public headers in their folders under include/kora, the CMake package, the
+# kora command, and gdb's printers beside the library's documentation.
+include(CMakePackageConfigHelpers)
+
+install(TARGETS Kora EXPORT KoraTargets
+        RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}"
+        LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}"
+        ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}")
+if(TARGET kora)
+  install(TARGETS kora RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
+endif()
+
+# Private headers (…_p.h, the platform folders) stay in the house.
+foreach(folder Export OstrelPlatformSupport Bastel Kora)
+  install(DIRECTORY "${PROJECT_SOURCE_DIR}/${folder}" DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/kora"
+          FILES_MATCHING PATTERN "*.h" PATTERN "*_p.h" EXCLUDE PATTERN "Posix" EXCLUDE PATTERN "Win32" EXCLUDE)
+endforeach()
+
+set(package "${CMAKE_INSTALL_LIBDIR}/cmake/Kora")
+configure_package_config_file("${CMAKE_CURRENT_LIST_DIR}/KoraConfig.cmake.in" "${PROJECT_BINARY_DIR}/KoraConfig.cmake"
+                              INSTALL_DESTINATION "${package}")
+write_basic_package_version_file("${PROJECT_BINARY_DIR}/KoraConfigVersion.cmake" COMPATIBILITY SameMinorVersion)
+install(FILES "${PROJECT_BINARY_DIR}/KoraConfig.cmake" "${PROJECT_BINARY_DIR}/KoraConfigVersion.cmake"
+        DESTINATION "${package}")
+install(EXPORT KoraTargets NAMESPACE Kora:: DESTINATION "${package}")
+
+if(EXISTS "${PROJECT_SOURCE_DIR}/scripts/gdb")
+  install(DIRECTORY "${PROJECT_SOURCE_DIR}/scripts/gdb/" DESTINATION "${CMAKE_INSTALL_DATADIR}/kora/gdb"
+          FILES_MATCHING PATTERN "*.py")
+endif()
