@@ -1,13 +1,14 @@
 # Installs this build into a folder of its own and builds the consumer against it, as a host would.
 # Each is a test, so that a failure says which half broke.
 set(prefix "${PROJECT_BINARY_DIR}/consumer/prefix")
-add_test(NAME Package.Install COMMAND "${CMAKE_COMMAND}" --install "${PROJECT_BINARY_DIR}" --prefix "${prefix}")
+add_test(NAME Package.Install COMMAND "${CMAKE_COMMAND}" "-DBUILD=${PROJECT_BINARY_DIR}" "-DPREFIX=${prefix}"
+         -P "${CMAKE_CURRENT_LIST_DIR}/Install.cmake")
 set_tests_properties(Package.Install PROPERTIES FIXTURES_SETUP KoraPackage)
 
 add_test(NAME Package.Consumer COMMAND "${CMAKE_CTEST_COMMAND}"
          --build-and-test "${CMAKE_CURRENT_LIST_DIR}" "${PROJECT_BINARY_DIR}/consumer/build"
          --build-generator "${CMAKE_GENERATOR}" --build-noclean
          --build-options "-DCMAKE_PREFIX_PATH=${prefix}" "-DCMAKE_BUILD_TYPE=${CMAKE_BUILD_TYPE}"
-                         "-DCMAKE_TOOLCHAIN_FILE=${CMAKE_TOOLCHAIN_FILE}" "-DCMAKE_FIND_ROOT_PATH_MODE_PACKAGE=BOTH"
+                         "-DCMAKE_TOOLCHAIN_FILE=${CMAKE_TOOLCHAIN_FILE}"
          --test-command "${CMAKE_CTEST_COMMAND}" --output-on-failure --no-tests=error)
 set_tests_properties(Package.Consumer PROPERTIES FIXTURES_REQUIRED KoraPackage TIMEOUT 600)
