@@ -31,7 +31,8 @@ public:
     explicit Cmn_Exception(Cmn_EMessage iMessage, Cmn_Int64 iOffset = cNoOffset, std::string iFile = {});
     ~Cmn_Exception() override;
 
-    Cmn_EMessage GetMessage() const { return mMessage; }
+    // GetMessage is a macro of the Windows headers, which hosts include.
+    Cmn_EMessage GetMessageID() const { return mMessage; }
     // Bytes from the start of the file or buffer; cNoOffset when the error has no place.
     Cmn_Int64 GetOffset() const { return mOffset; }
     const std::string& GetFile() const { return mFile; }

@@ -27,8 +27,9 @@ constexpr T Cmn_WrapSub(T iA, T iB)
 template <std::signed_integral T>
 constexpr T Cmn_WrapMul(T iA, T iB)
 {
-    using U = std::make_unsigned_t<T>;
-    return static_cast<T>(static_cast<U>(static_cast<U>(iA) * static_cast<U>(iB)));
+    // At least unsigned int: narrower operands would be promoted to int, whose product can overflow.
+    using U = std::common_type_t<std::make_unsigned_t<T>, unsigned>;
+    return static_cast<T>(static_cast<U>(iA) * static_cast<U>(iB));
 }
 
 template <std::signed_integral T>
@@ -58,5 +59,7 @@ template <std::signed_integral T>
 constexpr T Cmn_FloorDiv(T iA, T iB)
 {
     const T quotient = Cmn_TruncDiv(iA, iB);
-    return Cmn_TruncMod(iA, iB) != 0 && (iA < 0) != (iB < 0) ? static_cast<T>(quotient - 1) : quotient;
+    // What is left over after truncation has the dividend's sign; no quotient by 0 or -1 leaves any.
+    const bool isExact = iB == 0 || iB == -1 || iA % iB == 0;
+    return isExact || (iA < 0) == (iB < 0) ? quotient : static_cast<T>(quotient - 1);
 }
