@@ -1,0 +1,137 @@
+#include "Kora/Time/Time_KeySignature.h"
+
+#include "Support/TimePrinters.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <set>
+
+namespace {
+
+constexpr bool cMajor = true, cMinor = false, cSharps = true, cFlats = false;
+
+// Semitones to the pitch that `iSteps` scale steps lead to, walked one semitone at a time over a scale that is built
+// from the circle of fifths.
+int WalkTheScale(const Time_KeySignature& iKey, int iPitch, int iSteps)
+{
+    const int fifths = std::min<int>(iKey.GetAccidentalCount(), 7) * (iKey.IsSharps() ? 7 : 5);
+    std::set<int> scale;
+    // Both modes of one signature have the same tones.
+    for (const int interval : {0, 2, 4, 5, 7, 9, 11})
+        scale.insert((interval + fifths) % 12);
+    const auto isTone = [&](int iAt) { return scale.contains(((iAt % 12) + 12) % 12); };
+
+    const int way = iSteps > 0 ? 1 : -1, outside = isTone(iPitch) ? 0 : 1;
+    int at = iPitch;
+    for (int left = std::abs(iSteps) + outside; left > 0; left -= isTone(at) ? 1 : 0)
+        at += way;
+    return at - iPitch - outside * way;
+}
+
+struct NameRow
+{
+    int accidentals;
+    const char* majorSharps;
+    const char* majorFlats;
+    const char* minorSharps;
+    const char* minorFlats;
+};
+constexpr NameRow cNames[] = {
+    {0,   "C major",  "C major",  "A minor",  "A minor" },
+    {1,   "G major",  "F major",  "E minor",  "D minor" },
+    {2,   "D major",  "Bb major", "B minor",  "G minor" },
+    {3,   "A major",  "Eb major", "F# minor", "C minor" },
+    {4,   "E major",  "Ab major", "C# minor", "F minor" },
+    {5,   "B major",  "Db major", "G# minor", "Bb minor"},
+    {6,   "F# major", "Gb major", "D# minor", "Eb minor"},
+    {7,   "C# major", "Cb major", "A# minor", "Ab minor"},
+    {8,   "",         "",         "",         ""        },
+    {255, "",         "",         "",         ""        },
+};
+
+struct TransposeRow
+{
+    const char* what;
+    Time_KeySignature key;
+    Cmn_Int16 pitch, steps, semitones;
+};
+constexpr TransposeRow cOddities[] = {
+    {"A minor with flats counts from C: A is outside",      {cMinor, cFlats, 0},  9, 1,      1},
+    {"A minor with flats counts from C: Eb is a tone",      {cMinor, cFlats, 0},  3, 1,      2},
+    {"A minor with sharps counts from A",                   {cMinor, cSharps, 0}, 9, 1,      2},
+    {"-32768 steps have no magnitude: a tone stays",        {cMajor, cSharps, 0}, 0, -32768, 0},
+    {"-32768 steps have no magnitude: beside a tone, 1 up", {cMajor, cSharps, 0}, 1, -32768, 1},
+    {"the greatest step up is cut to 16 bits",
+     {cMajor, cSharps, 0},
+     0,                                                                              32767,
+     static_cast<Cmn_Int16>(4681 * 12)                                                        },
+};
+
+} // namespace
+
+TEST(KeySignature, EveryKeyHasItsName)
+{
+    for (const NameRow& row : cNames) {
+        const auto count = static_cast<Cmn_UInt8>(row.accidentals);
+        EXPECT_EQ(Time_KeySignature(cMajor, cSharps, count).ToString(), row.majorSharps);
+        EXPECT_EQ(Time_KeySignature(cMajor, cFlats, count).ToString(), row.majorFlats);
+        EXPECT_EQ(Time_KeySignature(cMinor, cSharps, count).ToString(), row.minorSharps);
+        EXPECT_EQ(Time_KeySignature(cMinor, cFlats, count).ToString(), row.minorFlats);
+        EXPECT_EQ(Time_KeySignature(cMajor, cFlats, count).GetMinorKeyString(), row.minorFlats);
+    }
+    EXPECT_EQ(Time_KeySignature(), Time_KeySignature(cMajor, cSharps, 0));
+    EXPECT_NE(Time_KeySignature::sDefault, Time_KeySignature(cMajor, cFlats, 0));
+}
+
+TEST(KeySignature, TranspositionWalksTheScale)
+{
+    for (int bits = 0; bits < 4; ++bits)
+        for (const int count : {0, 1, 2, 3, 4, 5, 6, 7, 8, 255}) {
+            const Time_KeySignature key(bits & 1, bits & 2, static_cast<Cmn_UInt8>(count));
+            if (key == Time_KeySignature(cMinor, cFlats, 0)) continue; // an oddity, below
+            for (int pitch = -25; pitch < 37; ++pitch)
+                for (int steps = -30; steps <= 30; ++steps)
+                    ASSERT_EQ(
+                        key.GetTransposeAmount(static_cast<Cmn_Int16>(pitch), static_cast<Cmn_Int16>(steps)),
+                        steps == 0 ? 0 : WalkTheScale(key, pitch, steps))
+                        << key.Dump() << " pitch " << pitch << " steps " << steps;
+        }
+}
+
+TEST(KeySignature, TranspositionOddities)
+{
+    for (const TransposeRow& row : cOddities)
+        EXPECT_EQ(row.key.GetTransposeAmount(row.pitch, row.steps), row.semitones) << row.what;
+}
+
+TEST(KeySignature, AccidentalsAreDrawnFromTheFirstOn)
+{
+    const std::vector<Cmn_Int16> sharps = {0, 3, -1, 2, 5, 1, 4}, flats = {4, 1, 5, 2, 6, 3, 7};
+    for (const int count : {0, 1, 5, 7, 8, 255})
+        for (const bool isSharps : {cSharps, cFlats}) {
+            std::vector<Cmn_Int16> offsets = {99};
+            Time_KeySignature(cMinor, isSharps, static_cast<Cmn_UInt8>(count))
+                .GetAccidentalStaffLineOffsets(offsets);
+            std::vector<Cmn_Int16> expected = isSharps ? sharps : flats;
+            expected.resize(static_cast<std::size_t>(std::min(count, 7)));
+            expected.insert(expected.begin(), 99); // appended to what the caller has
+            EXPECT_EQ(offsets, expected);
+        }
+}
+
+TEST(KeySignature, ARandomKeyIsMajorWithSharpsUnlessRandGivesZero)
+{
+    std::set<int> counts;
+    for (unsigned seed = 1; seed <= 100; ++seed) {
+        Time_KeySignature key(cMinor, cFlats, 99);
+        std::srand(seed);
+        key.CreateRandomKey();
+        std::srand(seed);
+        EXPECT_EQ(key.IsMajor(), std::rand() != 0);
+        EXPECT_EQ(key.IsSharps(), std::rand() != 0);
+        EXPECT_EQ(key.GetAccidentalCount(), std::rand() % 8);
+        counts.insert(key.GetAccidentalCount());
+    }
+    EXPECT_EQ(counts.size(), 8u);
+}

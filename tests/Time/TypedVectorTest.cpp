@@ -1,0 +1,120 @@
+#include "Kora/Time/Time_TypedVector.h"
+
+#include "Bastel/Cmn/Cmn_XMLNode.h"
+#include "Kora/Time/Time_Typed.h"
+#include "Kora/Time/Time_TypedLocal.h"
+#include "Support/AssertRecorder.h"
+#include "Support/TimePrinters.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+
+namespace {
+
+using Reports = std::vector<std::string>;
+using Counts = std::vector<Cmn_Int64>;
+constexpr Time_EType cSamples = Time_eType_Samples, cTicks = Time_eType_Ticks;
+constexpr Time_EContext cGlobal = Time_eContext_GlobalPosition, cLocal = Time_eContext_LocalPosition,
+                        cLength = Time_eContext_RelativeLength;
+const char* const cMismatch = "time_type_mismatch@$^$@time/Time_Vectors";
+const char* const cBadIndex = "iIndex < size()@$^$@Time/Time_TypedVector";
+const char* const cNotGlobal = "mContext == Time_eContext_GlobalPosition@$^$@Time/Time_TypedVector";
+const char* const cNotLocal = "mContext == Time_eContext_LocalPosition@$^$@Time/Time_TypedVector";
+const char* const cNotLength = "mContext == Time_eContext_RelativeLength@$^$@Time/Time_TypedVector";
+
+} // namespace
+
+TEST(TypedVector, ElementsAreCheckedAgainstIndexMeaningAndUnit)
+{
+    const AssertRecorder recorder;
+    Time_TypedVector times(cTicks, cGlobal, {10, 20});
+    times.PushTime(Time_Typed(30, cTicks));
+    times.SetTime(0, Time_Typed(11, cTicks));
+    EXPECT_EQ(times.GetTime(2), Time_Typed(30, cTicks));
+    EXPECT_EQ(recorder.Take(), Reports());
+
+    times.SetTime(3, Time_Typed(1, cTicks));
+    EXPECT_EQ(times.GetTime(3), Time_Typed(0, cTicks));
+    EXPECT_EQ(recorder.Take(), Reports(2, cBadIndex));
+    EXPECT_EQ(times.GetLength(0), Time_TypedLength(11, cTicks));
+    EXPECT_EQ(times.GetLocal(0), Time_TypedLocal(11, cTicks));
+    times.PushTime(Time_Typed(40, cSamples));
+    EXPECT_EQ(recorder.Take(), Reports({cNotLength, cNotLocal, cMismatch}));
+    EXPECT_EQ(times, Time_TypedVector(cTicks, cGlobal, {11, 20, 30, 40}));
+
+    times.SetContext(cLocal);
+    times.PushLocal(Time_TypedLocal(50, cTicks));
+    times.SetContext(cLength);
+    times.PushLength(Time_TypedLength(60, cTicks));
+    EXPECT_EQ(recorder.Take(), Reports());
+    times.SetLocal(5, Time_TypedLocal(61, cTicks));
+    EXPECT_EQ(recorder.Take(), Reports{cNotLocal});
+    EXPECT_EQ(times, Time_TypedVector(cTicks, cLength, {11, 20, 30, 40, 50, 61}));
+}
+
+TEST(TypedVector, ArithmeticKeepsTheUnitAndChangesTheMeaning)
+{
+    struct Row
+    {
+        const char* what;
+        Time_EContext before;
+        Time_EType unit;
+        void (*move)(Time_TypedVector&, Time_EType);
+        Counts counts;
+        Time_EContext after;
+        Reports reports;
+    };
+    const auto addLength = [](Time_TypedVector& ioTimes, Time_EType iUnit) {
+        ioTimes.AddLength(Time_TypedLength(5, iUnit));
+    };
+    const auto subtractLength = [](Time_TypedVector& ioTimes, Time_EType iUnit) {
+        ioTimes.SubtractLength(Time_TypedLength(5, iUnit));
+    };
+    const auto addTime = [](Time_TypedVector& ioTimes, Time_EType iUnit) {
+        ioTimes.AddTime(Time_Typed(5, iUnit));
+    };
+    const auto subtractTime = [](Time_TypedVector& ioTimes, Time_EType iUnit) {
+        ioTimes.SubtractTime(Time_Typed(5, iUnit));
+    };
+    constexpr Cmn_Int64 cMost = std::numeric_limits<Cmn_Int64>::max();
+    constexpr Cmn_Int64 cLeast = std::numeric_limits<Cmn_Int64>::min();
+    const Counts up = {6, cLeast + 4}, down = {-4, cMost - 5};
+    const Row rows[] = {
+        {"position + length",                     cGlobal, cTicks,   addLength,      up,   cGlobal, {}                     },
+        {"local position - length",               cLocal,  cTicks,   subtractLength, down, cLocal,  {}                     },
+        {"length - length",                       cLength, cTicks,   subtractLength, down, cLength, {}                     },
+        {"length + time",                         cLength, cTicks,   addTime,        up,   cGlobal, {}                     },
+        {"position - time",                       cGlobal, cTicks,   subtractTime,   down, cLength, {}                     },
+        {"position + time makes no sense",        cGlobal, cTicks,   addTime,        up,   cGlobal, {cNotLength}           },
+        {"length - time makes no sense",          cLength, cTicks,   subtractTime,   down, cLength, {cNotGlobal}           },
+        {"local position - time of another unit",
+         cLocal,                                           cSamples,
+         subtractTime,                                                               down,
+         cLength,                                                                                   {cNotGlobal, cMismatch}},
+        {"another unit counts as it stands",      cGlobal, cSamples, addLength,      up,   cGlobal, {cMismatch}            },
+    };
+    for (const Row& row : rows) {
+        const AssertRecorder recorder;
+        Time_TypedVector times(cTicks, row.before, {1, cMost});
+        row.move(times, row.unit);
+        EXPECT_EQ(times, Time_TypedVector(cTicks, row.after, row.counts)) << row.what;
+        EXPECT_EQ(recorder.Take(), row.reports) << row.what;
+    }
+}
+
+TEST(TypedVector, RelabellingKeepsTheCountsAndReservedRoomIsUsed)
+{
+    Time_TypedVector times;
+    times.reserve(1000);
+    const Cmn_Int64* const place = times.data();
+    for (int i = 0; i < 1000; ++i)
+        times.push_back(i);
+    EXPECT_EQ(times.data(), place);
+    times.SetType(cTicks);
+    EXPECT_EQ(times.GetTime(999), Time_Typed(999, cTicks));
+    times.resize(2);
+    EXPECT_EQ(times.GetAsXML("beats").ToString(), "<beats unit=\"Ticks\" context=\"GlobalPosition\">\n"
+                                                  "  <Time>0</Time>\n  <Time>1</Time>\n</beats>\n");
+    EXPECT_EQ(times.Dump(), "2 times, Ticks, GlobalPosition\n  [0] 0\n  [1] 1\n");
+}
