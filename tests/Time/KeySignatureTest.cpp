@@ -57,15 +57,12 @@ struct TransposeRow
     Cmn_Int16 pitch, steps, semitones;
 };
 constexpr TransposeRow cOddities[] = {
-    {"A minor with flats counts from C: A is outside",      {cMinor, cFlats, 0},  9, 1,      1},
-    {"A minor with flats counts from C: Eb is a tone",      {cMinor, cFlats, 0},  3, 1,      2},
-    {"A minor with sharps counts from A",                   {cMinor, cSharps, 0}, 9, 1,      2},
-    {"-32768 steps have no magnitude: a tone stays",        {cMajor, cSharps, 0}, 0, -32768, 0},
-    {"-32768 steps have no magnitude: beside a tone, 1 up", {cMajor, cSharps, 0}, 1, -32768, 1},
-    {"the greatest step up is cut to 16 bits",
-     {cMajor, cSharps, 0},
-     0,                                                                              32767,
-     static_cast<Cmn_Int16>(4681 * 12)                                                        },
+    {"A minor with flats counts from C: B is outside",      {cMinor, cFlats, 0},  11, 1,      2    },
+    {"A minor with flats counts from C: Eb is a tone",      {cMinor, cFlats, 0},  3,  1,      2    },
+    {"A minor with sharps counts from A: B is a tone",      {cMinor, cSharps, 0}, 11, 1,      1    },
+    {"-32768 steps have no magnitude: a tone stays",        {cMajor, cSharps, 0}, 0,  -32768, 0    },
+    {"-32768 steps have no magnitude: beside a tone, 1 up", {cMajor, cSharps, 0}, 1,  -32768, 1    },
+    {"the greatest step up is cut to 16 bits",              {cMajor, cSharps, 0}, 0,  32767,  -9364},
 };
 
 } // namespace
