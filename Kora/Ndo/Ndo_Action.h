@@ -1,0 +1,34 @@
+// Ndo_Action: a reversible step that is not a change of an undoable object.
+//
+//     (new MoveFader(fader, -6.0))->LogAction();   // moves it; undone and redone with the operation that records
+//
+// Ownership: see LogAction.
+#pragma once
+
+#include "Export/Kora_API.h"
+
+class KORA_API Ndo_Action
+{
+public:
+    virtual ~Ndo_Action();
+    // Carries the action out; true on success.
+    virtual bool Do() = 0;
+    // Reverses it; called when the operation that holds the action is restored.
+    virtual void Undo() = 0;
+
+    // Carries the action out and, where that succeeds, gives it to the recording operation. The action was made with
+    // `new`, without an over-aligned type or an `operator new` of its own, and now:
+    //     Do succeeded, an operation records     the operation owns it
+    //     Do succeeded, none records             its memory is released WITHOUT its destructor: it owns nothing then
+    //     Do failed, AutoDeleteOnFail() is true  it is destroyed
+    //     Do failed, AutoDeleteOnFail() is false it stays the caller's
+    // What Do throws reaches the caller, whose the action stays.
+    void LogAction();
+
+protected:
+    Ndo_Action() = default;
+    Ndo_Action(const Ndo_Action&) = default;
+    Ndo_Action& operator=(const Ndo_Action&) = default;
+
+    virtual bool AutoDeleteOnFail();
+};

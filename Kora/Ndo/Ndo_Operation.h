@@ -1,0 +1,85 @@
+// Ndo_Operation: what happened to undoable objects in one user step, and the way back.
+//
+//     Ndo_StOperationRecorder recorder;
+//     map.AddMeterChange(…);                                            // logs itself
+//     std::unique_ptr<Ndo_Operation> undo = recorder.OperationComplete();
+//     …
+//     Ndo_StOperationRecorder redoRecorder;
+//     undo->Restore();                                                  // as it was before; undo is empty now
+//     std::unique_ptr<Ndo_Operation> redo = redoRecorder.OperationComplete();
+//
+//     recording ──OperationComplete──▶ finished ──Restore──▶ restored (empty)
+//     the manager logs into it         the application        may be destroyed
+//                                      owns it                or used again
+//
+// Invariants: (1) a state in mModifiedStates is the object as it was before its first change within the operation;
+//             a null there marks an object that was created within it  (2) mDeletedStates has the objects that were
+//             there before and were deleted within it, as they were then  (3) an ID is in one of the two at most.
+// Threads:    none inside; the application's model thread.
+// Ownership:  owns its states and actions, never an object. The application owns finished operations: how many, and
+//             in which order they are restored, is its choice.
+#pragma once
+
+#include "Bastel/Cmn/Cmn_Types.h"
+#include "Export/Kora_API.h"
+
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+class Ndo_Action;
+class Ndo_Manager_StRestoreWrapper;
+class Ndo_Object;
+class Ndo_State;
+
+class KORA_API Ndo_Operation
+{
+public:
+    Ndo_Operation();
+    // What an operation holds has one owner: copying one that is not empty asserts "iOther.IsEmpty()", and the copy is
+    // empty.
+    Ndo_Operation(const Ndo_Operation& iOther);
+    Ndo_Operation& operator=(const Ndo_Operation& iOther);
+    ~Ndo_Operation();
+
+    // Puts every logged object back as it was when the operation started and undoes the actions; then the operation
+    // is empty. An operation that records meanwhile becomes the way forward again (redo).
+    //
+    // An exception from an object, state or action leaves at once, with restore mode off. What is not yet restored
+    // stays here and is freed with the operation; a recorder around the restore rolls back what had been done.
+    // An object that cannot be found (it was deleted while nobody recorded) is reported by the manager and skipped.
+    void Restore();
+
+    bool IsEmpty() const;
+    // One line for each object and one for the number of actions.
+    std::string Dump() const;
+
+    // Switch off the logging of modifications [0], creations [1] and deletions [2] in all operations. They are the
+    // application's to set.
+    static bool sDisableLog[3];
+
+private:
+    friend class Ndo_Manager;
+
+    using States = std::map<Cmn_Int64, std::unique_ptr<Ndo_State>>;
+    using Actions = std::vector<std::unique_ptr<Ndo_Action>>;
+
+    void LogModify(Ndo_Object* iObjP);
+    void LogCreate(Cmn_Int64 iID);
+    void LogDelete(Ndo_Object* iObjP);
+    void LogAction(Ndo_Action* iActionP);
+
+    // The steps of Restore.
+    void BringDeletedObjectsBack();
+    void PutStatesBack();
+    void CleanUpAndRemoveCreatedObjects(Ndo_Manager_StRestoreWrapper& ioMode);
+    void UndoActions();
+
+    // Destroys the actions from the last to the first.
+    static void FreeActions(Actions& ioActions);
+
+    States mModifiedStates;
+    States mDeletedStates;
+    Actions mActions; // in the order they were logged
+};

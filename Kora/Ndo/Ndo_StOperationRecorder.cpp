@@ -1,0 +1,31 @@
+#include "Kora/Ndo/Ndo_StOperationRecorder.h"
+
+#include "Bastel/Cmn/Cmn_Assert.h"
+#include "Kora/Ndo/Ndo_Manager.h"
+#include "Kora/Ndo/Ndo_Operation.h"
+
+Ndo_StOperationRecorder::Ndo_StOperationRecorder()
+    : mOpP(std::make_unique<Ndo_Operation>())
+{
+    Ndo_gManager.SetRecordingOperation(mOpP.get());
+}
+
+Ndo_StOperationRecorder::~Ndo_StOperationRecorder()
+{
+    if (mOpP == nullptr) return;
+    Ndo_gManager.SetRecordingOperation(nullptr);
+    bool threw = false;
+    try {
+        mOpP->Restore();
+    } catch (...) {
+        threw = true;
+    }
+    Cmn_ASSERT_TEXT(!threw, "Restore threw an exception");
+}
+
+std::unique_ptr<Ndo_Operation> Ndo_StOperationRecorder::OperationComplete()
+{
+    if (!Cmn_ASSERT(mOpP != 0)) return nullptr;
+    Ndo_gManager.SetRecordingOperation(nullptr);
+    return std::move(mOpP);
+}

@@ -1,0 +1,3 @@
+#include "Kora/Ndo/Ndo_State.h"
+
+Ndo_State::~Ndo_State() = default;
