@@ -42,9 +42,11 @@ step()
     fi
     printf '%d s\n' "$(seconds_since "$start")"
     [ "$status" -eq 0 ] && return 0
-    # What a compiler or a test had to say stands at the end, or beside the first "error:".
-    grep -n -m 10 -E '(error|Error|ERROR):|FAILED' "$log" | cut -c 1-300 | sed 's/^/    /' >&2 || true
-    echo "    …" >&2
+    # What a compiler had to say may stand far from the end.
+    if [ "$(wc -l <"$log")" -gt 30 ]; then
+        grep -n -m 10 -E '(error|ERROR):|FAILED' "$log" | cut -c 1-300 | sed 's/^/    /' >&2 || true
+        echo "    …" >&2
+    fi
     tail -n 30 "$log" | sed 's/^/    /' >&2
     fail "$name (exit $status), see ${log#"$cRoot"/}"
 }

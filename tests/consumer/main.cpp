@@ -21,7 +21,8 @@ void Expect(bool iHolds, const char* iClaim)
 
 void AFailedCheckReachesTheHostsHandler()
 {
-    const Cmn_Assert::Handler before = Cmn_Assert::SetHandler([](const char* iText, int) { sReport = iText; });
+    const Cmn_Assert::Handler before =
+        Cmn_Assert::SetHandler([](const char* iText, int) { sReport = iText; });
     const int bars = 0;
     Expect(!Cmn_ASSERT(bars > 0), "a failed check is false");
     Cmn_Assert::SetHandler(before);
