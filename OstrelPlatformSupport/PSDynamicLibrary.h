@@ -34,3 +34,6 @@ private:
 
 // Root of the drive that the system lives on, "C:\": where common files lie from. Empty where there are no drives.
 KORA_API std::string PSGetSystemDriveRoot();
+
+// File name that a shared library has on this system: "OstrelTrace" is "OstrelTrace.dll" or "libOstrelTrace.so".
+KORA_API std::string PSGetDynamicLibraryFileName(const std::string& iName);

@@ -15,3 +15,5 @@ void* PSDynamicLibrary::Find(const char* iEntry) const
 }
 
 std::string PSGetSystemDriveRoot() { return {}; }
+
+std::string PSGetDynamicLibraryFileName(const std::string& iName) { return "lib" + iName + ".so"; }

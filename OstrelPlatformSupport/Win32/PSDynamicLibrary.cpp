@@ -28,3 +28,5 @@ std::string PSGetSystemDriveRoot()
     const UINT size = GetSystemDirectoryW(folder.data(), MAX_PATH);
     return size >= 3 && size < MAX_PATH ? PSUtf8FromWide({folder.data(), 3}) : std::string();
 }
+
+std::string PSGetDynamicLibraryFileName(const std::string& iName) { return iName + ".dll"; }

@@ -1,0 +1,25 @@
+// Kora_Init: starts the library and counts who uses it.
+//
+//     Kora_Init::Init();    // before anything else of the library
+//     …
+//     Kora_Init::Free();    // once for each Init
+//
+// The first Init binds the trace facility and builds the limits and unit names of times. Free releases nothing: limits
+// and names handed out earlier stay good until the process ends.
+//
+// Threads: Init and Free run on the host's start-up and shut-down thread, before and after all others use the library.
+#pragma once
+
+#include "Bastel/Cmn/Cmn_Types.h"
+#include "Export/Kora_API.h"
+
+class KORA_API Kora_Init
+{
+public:
+    static void Init();
+    static void Free();
+
+    // Calls of Init that Free has not matched yet. More calls of Free than of Init take it below zero without
+    // complaint, and only an Init that finds exactly 0 builds.
+    static Cmn_Int32 sInitializedCount;
+};
