@@ -1,6 +1,7 @@
 #include "Kora/Time/Time_Typed.h"
 
 #include "Bastel/I18N/I18N_Utils.h"
+#include "OstrelPlatformSupport/SPSStartupOptionSInt32.h"
 
 namespace {
 
@@ -10,7 +11,10 @@ constexpr Cmn_Int64 cMaxSamplesShort = 0x7FFFFFFF;
 constexpr Cmn_Int64 cMaxSessionSampleShort = 0x75B347FF;
 constexpr Cmn_Int32 cUnitNames = 1341; // and the two that follow
 
-bool Uses24HourTimeline() { return true; }
+// Read at library load.
+const SPSStartupOptionSInt32 sUse24HourTimeline("Use24HourTimeline", 1);
+
+bool Uses24HourTimeline() { return sUse24HourTimeline.GetValue() != 0; }
 
 } // namespace
 
