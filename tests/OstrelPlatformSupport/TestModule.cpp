@@ -1,8 +1,4 @@
 // A library to be found at run time.
-#if defined(_WIN32)
-#define TEST_EXPORT __declspec(dllexport)
-#else
-#define TEST_EXPORT __attribute__((visibility("default")))
-#endif
+#include "Export/Kora_API.h"
 
-extern "C" TEST_EXPORT int OstrelTestTwice(int iValue) { return 2 * iValue; }
+extern "C" KORA_API int OstrelTestTwice(int iValue) { return 2 * iValue; }
