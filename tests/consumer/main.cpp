@@ -36,7 +36,7 @@ void AnExceptionIsCaughtByItsTypeInTheHost()
         Cmn_StringToInt32("960 ticks");
         Expect(false, "text with more than an integer throws");
     } catch (const Cmn_Exception& error) {
-        Expect(error.GetMessage() == Cmn_eMessage_NotAnInteger, "the exception names its message");
+        Expect(error.GetMessageID() == Cmn_eMessage_NotAnInteger, "the exception names its message");
     }
 }
 
