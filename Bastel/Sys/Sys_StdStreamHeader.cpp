@@ -2,31 +2,16 @@
 
 #include "Bastel/Cmn/Cmn_Assert.h"
 #include "Bastel/Cmn/Cmn_Exception.h"
+#include "Bastel/Sys/Sys_StdStreamHeader_p.h"
 
-#include <array>
-#include <cstring>
+#include <exception>
 
-namespace {
+using Fields = Sys_StdStreamHeaderFields;
 
-// Fixed on disk.
-constexpr std::array<char, 4> cMagic = {'K', 'S', 'H', '1'};
-constexpr Cmn_UInt16 cFlagComplete = 1;
-constexpr Cmn_UInt32 cUnknownSize = 0xFFFFFFFF;
-constexpr std::size_t cMaxName = 255;
-
-void WriteBlock(Sys_TypedOutStream& ioStream, Cmn_UInt16 iFlags, Cmn_UInt32 iSize)
-{
-    ioStream.WriteUInt16(iFlags);
-    ioStream.WriteUInt32(iSize);
-    ioStream.WriteUInt32(0); // sum of the body
-    ioStream.WriteUInt32(0); // sum of the header
-}
-
-// Magic and name; throws where there are none.
-std::string ReadName(Sys_TypedInStream& ioStream)
+std::string Fields::ReadName(Sys_TypedInStream& ioStream)
 {
     const Cmn_Int64 start = ioStream.GetPosition();
-    std::array<char, 4> magic;
+    std::array<char, cMagic.size()> magic;
     ioStream.ReadBytes(magic.data(), magic.size());
     if (magic != cMagic) throw Sys_StreamReadException(start);
     std::string name(ioStream.ReadUInt8(), '\0');
@@ -34,30 +19,67 @@ std::string ReadName(Sys_TypedInStream& ioStream)
     return name;
 }
 
-} // namespace
+Fields Fields::Read(Sys_TypedInStream& ioStream)
+{
+    Fields fields;
+    fields.name = ReadName(ioStream);
+    fields.version = ioStream.ReadInt16();
+    fields.listIndex = ioStream.ReadUInt32();
+    fields.flags = ioStream.ReadUInt16();
+    fields.bodySize = ioStream.ReadUInt32();
+    fields.bodySum = ioStream.ReadUInt32();
+    fields.headerSum = ioStream.ReadUInt32();
+    return fields;
+}
+
+bool Fields::IsSound(Cmn_Int64 iBytesLeft) const
+{
+    constexpr Cmn_UInt16 cKnownFlags = cFlagComplete | cFlagList | cFlagSums;
+    const bool sumsFit = (flags & cFlagSums) != 0 || (bodySum == 0 && headerSum == 0);
+    return (flags & cFlagComplete) != 0 && (flags & ~cKnownFlags) == 0 && sumsFit &&
+           bodySize != cUnknownSize && Cmn_Int64{bodySize} <= iBytesLeft;
+}
+
+void Fields::WriteFront(Sys_TypedOutStream& ioStream) const
+{
+    ioStream.WriteBytes(cMagic.data(), cMagic.size());
+    ioStream.WriteUInt8(static_cast<Cmn_UInt8>(name.size()));
+    ioStream.WriteBytes(name.data(), name.size());
+    ioStream.WriteInt16(version);
+    ioStream.WriteUInt32(listIndex);
+}
+
+void Fields::WriteBlock(Sys_TypedOutStream& ioStream) const
+{
+    ioStream.WriteUInt16(flags);
+    ioStream.WriteUInt32(bodySize);
+    ioStream.WriteUInt32(bodySum);
+    ioStream.WriteUInt32(headerSum);
+}
 
 Sys_StdStreamHeaderWriter::Sys_StdStreamHeaderWriter(Sys_TypedOutStream& iStream, std::string_view iName,
                                                      Cmn_Int16 iVersion)
     : mStream(iStream)
     , mStart(iStream.GetPosition())
+    , mExceptionsAtStart(std::uncaught_exceptions())
 {
-    Cmn_ASSERT(iName.size() <= cMaxName);
-    const std::string_view name = iName.substr(0, cMaxName);
-    mStream.WriteBytes(cMagic.data(), cMagic.size());
-    mStream.WriteUInt8(static_cast<Cmn_UInt8>(name.size()));
-    mStream.WriteBytes(name.data(), name.size());
-    mStream.WriteInt16(iVersion);
-    mStream.WriteUInt32(0); // not in a list
+    Cmn_ASSERT(iName.size() <= Fields::cMaxName);
+    Fields fields;
+    fields.name = iName.substr(0, Fields::cMaxName);
+    fields.version = iVersion;
+    fields.WriteFront(mStream);
     mBlock = mStream.GetPosition();
-    WriteBlock(mStream, 0, cUnknownSize);
+    fields.WriteBlock(mStream);
 }
 
 Sys_StdStreamHeaderWriter::~Sys_StdStreamHeaderWriter()
 {
+    // A body whose writing ended with an exception is not complete, and its header goes on saying so.
+    if (std::uncaught_exceptions() > mExceptionsAtStart) return;
     try {
         PatchSize();
     } catch (...) {
-        // A destructor lets nothing out; the header stays marked as incomplete, so no reader takes it.
+        // A destructor lets nothing out. The header stays incomplete, so that no reader takes it.
     }
 }
 
@@ -65,11 +87,13 @@ void Sys_StdStreamHeaderWriter::PatchSize()
 {
     if (mPatched) return;
     const Cmn_Int64 end = mStream.GetPosition();
-    constexpr Cmn_Int64 cBlockSize = 14;
-    const Cmn_Int64 size = end - mBlock - cBlockSize;
-    if (size < 0 || size >= Cmn_Int64{cUnknownSize}) throw Sys_StreamWriteException(mStart);
+    const Cmn_Int64 size = end - mBlock - Fields::cBlockSize;
+    if (size < 0 || size >= Cmn_Int64{Fields::cUnknownSize}) throw Sys_StreamWriteException(mStart);
+    Fields fields;
+    fields.flags = Fields::cFlagComplete;
+    fields.bodySize = static_cast<Cmn_UInt32>(size);
     mStream.SetPosition(mBlock);
-    WriteBlock(mStream, cFlagComplete, static_cast<Cmn_UInt32>(size));
+    fields.WriteBlock(mStream);
     mStream.SetPosition(end);
     mPatched = true;
 }
@@ -78,16 +102,12 @@ Sys_StdStreamHeaderReader::Sys_StdStreamHeaderReader(Sys_TypedInStream& iStream,
     : mStream(iStream)
     , mStart(iStream.GetPosition())
 {
-    if (ReadName(mStream) != iName) throw Sys_StreamReadException(mStart);
-    mVersion = mStream.ReadInt16();
-    mStream.ReadUInt32(); // index in the enclosing list
-    const Cmn_UInt16 flags = mStream.ReadUInt16();
-    const Cmn_UInt32 size = mStream.ReadUInt32();
-    mStream.ReadUInt32(); // sum of the body
-    mStream.ReadUInt32(); // sum of the header
-    mEnd = mStream.GetPosition() + Cmn_Int64{size};
-    if ((flags & cFlagComplete) == 0 || Cmn_Int64{size} > mStream.GetBytesLeft())
-        throw Sys_StreamReadException(mStart);
+    // The name first: bytes that hold something else are refused for that, not for what follows.
+    if (PeekName(mStream) != iName) throw Sys_StreamReadException(mStart);
+    const Fields fields = Fields::Read(mStream);
+    if (!fields.IsSound(mStream.GetBytesLeft())) throw Sys_StreamReadException(mStart);
+    mVersion = fields.version;
+    mEnd = mStream.GetPosition() + Cmn_Int64{fields.bodySize};
 }
 
 void Sys_StdStreamHeaderReader::CheckVersion(Cmn_Int16 iMin, Cmn_Int16 iMax) const
@@ -103,8 +123,9 @@ std::string Sys_StdStreamHeaderReader::PeekName(Sys_TypedInStream& iStream)
     const Cmn_Int64 start = iStream.GetPosition();
     std::string name;
     try {
-        name = ReadName(iStream);
+        name = Fields::ReadName(iStream);
     } catch (const Cmn_Exception&) {
+        // No header: the empty name says so.
     }
     iStream.SetPosition(start);
     return name;

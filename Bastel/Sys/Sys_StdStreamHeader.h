@@ -13,6 +13,8 @@
 //   25 + n         the body; streams nest inside it
 //
 // The block from the flags on is written again when the size is known. Streams in memory carry no sums.
+// A reader takes only what a writer has finished: complete, no other flags, sums of 0 where there are none.
+// Ownership: the typed stream stays the caller's and must outlive the writer or reader. Threads: none inside.
 #pragma once
 
 #include "Bastel/Sys/Sys_TypedStream.h"
@@ -25,12 +27,14 @@ class KORA_API Sys_StdStreamHeaderWriter
 public:
     // Writes the header; the body follows on the same stream. Names hold at most 255 bytes (asserted, then cut).
     Sys_StdStreamHeaderWriter(Sys_TypedOutStream& iStream, std::string_view iName, Cmn_Int16 iVersion);
-    // Patches the size unless that was done; swallows a failed write, which a memory stream does not have.
+    // Patches the size unless that was done. It lets no exception out, and leaves the header incomplete when the
+    // write fails or when an exception is what ends the body: no reader takes half an object.
     ~Sys_StdStreamHeaderWriter();
     Sys_StdStreamHeaderWriter(const Sys_StdStreamHeaderWriter&) = delete;
     Sys_StdStreamHeaderWriter& operator=(const Sys_StdStreamHeaderWriter&) = delete;
 
-    // Ends the body at the stream's position: writes its size and the mark that it is complete.
+    // Ends the body at the stream's position: writes its size and the mark that it is complete. Throws
+    // Sys_StreamWriteException when the position is before the body or the body has 2^32 - 1 bytes or more.
     void PatchSize();
     // Where the header starts, in bytes.
     Cmn_Int64 GetStart() const { return mStart; }
@@ -40,6 +44,7 @@ private:
     Cmn_Int64 mStart;
     Cmn_Int64 mBlock = 0; // where the flags stand
     bool mPatched = false;
+    int mExceptionsAtStart;
 };
 
 class KORA_API Sys_StdStreamHeaderReader
@@ -54,9 +59,12 @@ public:
     Cmn_Int16 GetVersion() const { return mVersion; }
     // Throws Cmn_DocumentTooOldException below iMin, Cmn_DocumentTooNewException above iMax.
     void CheckVersion(Cmn_Int16 iMin, Cmn_Int16 iMax) const;
-    bool IsMoreLeft() const { return mStream.GetPosition() < mEnd; }
+    // Whether the body has bytes that were not read, and how many: the bound for counts that it holds. Negative
+    // after reading past its end, which the stream does not prevent.
+    bool IsMoreLeft() const { return GetBytesLeft() > 0; }
     Cmn_Int64 GetBytesLeft() const { return mEnd - mStream.GetPosition(); }
-    // Places the stream behind the body, whatever has been read of it.
+    // Places the stream behind the body, whatever has been read of it; how readers pass over what a later version
+    // appended.
     void SkipTheRest();
 
     // Name of the header at the position, which stays; empty when there is none.
