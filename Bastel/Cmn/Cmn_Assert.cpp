@@ -1,8 +1,10 @@
 #include "Bastel/Cmn/Cmn_Assert.h"
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cstdio>
+#include <cstring>
 #include <mutex>
 #include <set>
 #include <string>
@@ -13,8 +15,9 @@ namespace {
 // Each place is reported once: a broken precondition in a loop must not drown the host's log.
 void WriteOnceToStderr(const char* iText, int iLine)
 {
-    static std::mutex sMutex;
-    static std::set<std::string> sSeen;
+    // Never destroyed: statics that are destroyed after these may report still.
+    static auto& sMutex = *new std::mutex;
+    static auto& sSeen = *new std::set<std::string>;
 
     const std::string_view text = iText;
     const std::size_t split = text.rfind(Cmn_Assert::cSeparator);
@@ -30,21 +33,29 @@ void WriteOnceToStderr(const char* iText, int iLine)
 
 std::atomic<Cmn_Assert::Handler> sHandler{&WriteOnceToStderr};
 
-// "/any/where/Kora/Time/Time_Tick.h" → "Time/Time_Tick": what follows the library's top folder, or else the
-// last folder and the name.
+constexpr std::string_view cSlashes = "/\\"; // the second as some compilers write paths
+
+bool IsTopFolder(std::string_view iFolder)
+{
+    return iFolder == "Kora" || iFolder == "Bastel" || iFolder == "OstrelPlatformSupport";
+}
+
+// "/any/where/Kora/Time/Time_Tick.h" → "Time/Time_Tick": what follows the innermost of the library's top folders,
+// since the tree may itself lie in a folder of such a name; or else the last folder and the name.
 std::string_view SourceTail(std::string_view iFile)
 {
-    for (const std::string_view top : {"Kora/", "Bastel/", "OstrelPlatformSupport/"}) {
-        const std::size_t at = iFile.rfind(top);
-        if (at != iFile.npos && (at == 0 || iFile[at - 1] == '/')) {
-            iFile.remove_prefix(at + top.size());
-            return iFile.substr(0, iFile.rfind('.'));
-        }
+    const std::size_t name = iFile.find_last_of(cSlashes) + 1; // 0 where there is no folder
+    const std::size_t dot = iFile.rfind('.');
+    if (dot != iFile.npos && dot >= name) iFile = iFile.substr(0, dot);
+
+    std::size_t tail = name;
+    for (std::size_t end = name; end > 1;) {
+        const std::size_t start = iFile.find_last_of(cSlashes, end - 2) + 1;
+        if (IsTopFolder(iFile.substr(start, end - 1 - start))) return iFile.substr(end);
+        if (end == name) tail = start;
+        end = start;
     }
-    const std::size_t name = iFile.rfind('/');
-    const std::size_t folder = name == iFile.npos || name == 0 ? iFile.npos : iFile.rfind('/', name - 1);
-    if (folder != iFile.npos) iFile.remove_prefix(folder + 1);
-    return iFile.substr(0, iFile.rfind('.'));
+    return iFile.substr(tail);
 }
 
 } // namespace
@@ -69,5 +80,7 @@ bool Cmn_Assert::ReportFrom(const char* iExpression, const char* iFile, int iLin
     const std::string_view tail = SourceTail(iFile);
     std::snprintf(text.data(), text.size(), "%s%s%.*s", iExpression, cSeparator,
                   static_cast<int>(tail.size()), tail.data());
+    if (char* const source = std::strstr(text.data(), cSeparator))
+        std::replace(source, source + std::strlen(source), '\\', '/');
     return Report(text.data(), iLine);
 }

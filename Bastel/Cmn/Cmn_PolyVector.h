@@ -1,5 +1,8 @@
 // Cmn_PolyVector: a contiguous vector of fixed-size elements that reports a bad index instead of running off.
 //
+// It is a std::vector but for at, front, back and pop_back: they assert "iIndex < size()" where a std::vector throws
+// or is undefined, and go on. Iterators and references are as valid as a std::vector's.
+//
 // Threads:   none inside.
 // Ownership: owns its elements, moved on growth.
 #pragma once
@@ -9,6 +12,8 @@
 
 #include <cstddef>
 #include <initializer_list>
+#include <iterator>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -23,6 +28,8 @@ public:
 template <class T>
 class Cmn_PolyVector : public Cmn_PolyVectorImpl
 {
+    static_assert(!std::is_same_v<T, bool>, "a vector of bits has no elements to refer to");
+
 public:
     using value_type = T;
     using size_type = std::size_t;
@@ -34,6 +41,11 @@ public:
     Cmn_PolyVector() = default;
     Cmn_PolyVector(std::initializer_list<T> iElements)
         : mElements(iElements)
+    {
+    }
+    template <std::input_iterator Iter>
+    Cmn_PolyVector(Iter iFirst, Iter iLast)
+        : mElements(iFirst, iLast)
     {
     }
 
@@ -59,7 +71,8 @@ public:
     T& operator[](size_type iIndex) { return mElements[iIndex]; }
     const T& operator[](size_type iIndex) const { return mElements[iIndex]; }
 
-    // Checked: a bad index asserts and gives a scratch element of default value.
+    // Checked: a bad index asserts and gives an element of default value that is not in the vector. It is the
+    // thread's own and holds until the next bad index; what is written there is lost.
     T& at(size_type iIndex) { return CheckIndex(iIndex, size()) ? mElements[iIndex] : Scratch(); }
     const T& at(size_type iIndex) const { return CheckIndex(iIndex, size()) ? mElements[iIndex] : Scratch(); }
     T& front() { return at(0); }
@@ -68,12 +81,18 @@ public:
     const T& back() const { return at(size() - 1); }
 
     void push_back(T iElement) { mElements.push_back(std::move(iElement)); }
+    template <class... Args>
+    T& emplace_back(Args&&... iArgs)
+    {
+        return mElements.emplace_back(std::forward<Args>(iArgs)...);
+    }
+    // Changes nothing in an empty vector.
     void pop_back()
     {
         if (CheckIndex(0, size())) mElements.pop_back();
     }
     iterator insert(const_iterator iAt, T iElement) { return mElements.insert(iAt, std::move(iElement)); }
-    template <class Iter>
+    template <std::input_iterator Iter>
     iterator insert(const_iterator iAt, Iter iFirst, Iter iLast)
     {
         return mElements.insert(iAt, iFirst, iLast);
@@ -81,6 +100,8 @@ public:
     iterator erase(const_iterator iAt) { return mElements.erase(iAt); }
     iterator erase(const_iterator iFirst, const_iterator iLast) { return mElements.erase(iFirst, iLast); }
     void swap(Cmn_PolyVector& ioOther) noexcept { mElements.swap(ioOther.mElements); }
+
+    bool operator==(const Cmn_PolyVector&) const = default;
 
 private:
     static T& Scratch()

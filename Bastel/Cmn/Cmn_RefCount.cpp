@@ -6,7 +6,7 @@ Cmn_RefCountObject::~Cmn_RefCountObject() = default;
 
 void Cmn_RefCountObject::Release() const
 {
-    // Acquire on the last release: the deleting thread sees what the others wrote through their references.
+    // Release and acquire: the thread that deletes sees what the others wrote through their references.
     const Cmn_Int32 before = mCount.fetch_sub(1, std::memory_order_acq_rel);
     if (!Cmn_ASSERT_TEXT(before > 0, "mCount > 0")) {
         mCount.fetch_add(1, std::memory_order_relaxed);

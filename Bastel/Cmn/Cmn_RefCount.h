@@ -1,13 +1,17 @@
-// Cmn_RefCountObject: an object that lives as long as someone refers to it.
+// Cmn_RefCountObject: an object that lives as long as someone refers to it; Cmn_RefCountPtr: such a reference.
 //
-// Threads:   the count is atomic; the object's own data is its class's business.
-// Ownership: created with a count of 0, deleted when the last Cmn_RefCountPtr lets go.
+// Threads:   the count is atomic, so references may be taken and let go on any thread; what each thread did through
+//            its reference happens before the object is deleted. The object's own data is its class's business, and
+//            so is one Cmn_RefCountPtr used by two threads.
+// Ownership: created with a count of 0 by new, deleted when the last reference lets go. The count is inside, so a
+//            plain pointer can become a reference again at any time.
 #pragma once
 
 #include "Bastel/Cmn/Cmn_Types.h"
 #include "Export/Kora_API.h"
 
 #include <atomic>
+#include <type_traits>
 #include <utility>
 
 class KORA_API Cmn_RefCountObject
@@ -18,9 +22,11 @@ public:
     Cmn_RefCountObject(const Cmn_RefCountObject&) {}
     Cmn_RefCountObject& operator=(const Cmn_RefCountObject&) { return *this; }
 
+    // Relaxed: who adds a reference has one already, or is the only one to know the object.
     void AddRef() const { mCount.fetch_add(1, std::memory_order_relaxed); }
-    // Deletes the object at 0; asserts "mCount > 0" when nobody held it.
+    // Deletes the object at 0; asserts "mCount > 0" and changes nothing when nobody held it.
     void Release() const;
+    // A snapshot: other threads may change it at once.
     Cmn_Int32 GetRefCount() const { return mCount.load(std::memory_order_relaxed); }
 
 protected:
@@ -30,6 +36,7 @@ private:
     mutable std::atomic<Cmn_Int32> mCount{0};
 };
 
+// Holds one reference to an object, or none.
 template <class T>
 class Cmn_RefCountPtr
 {
@@ -46,6 +53,12 @@ public:
     }
     Cmn_RefCountPtr(Cmn_RefCountPtr&& ioOther) noexcept
         : mObject(std::exchange(ioOther.mObject, nullptr))
+    {
+    }
+    // A reference to a class is one to its base as well.
+    template <class U>
+    requires std::is_convertible_v<U*, T*> Cmn_RefCountPtr(const Cmn_RefCountPtr<U>& iOther)
+        : Cmn_RefCountPtr(iOther.get())
     {
     }
     Cmn_RefCountPtr& operator=(Cmn_RefCountPtr iOther) noexcept

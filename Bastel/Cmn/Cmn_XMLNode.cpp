@@ -1,40 +1,52 @@
 #include "Bastel/Cmn/Cmn_XMLNode.h"
 
+#include "Bastel/Cmn/Cmn_Utf8.h"
+
 #include <array>
 #include <charconv>
 
 namespace {
 
-// Appends iText with XML's own characters spelt out and what XML cannot hold replaced.
-void AppendEscaped(std::string& ioText, std::string_view iText)
+enum class Place { eText, eAttribute };
+
+// The characters of XML 1.0.
+constexpr bool IsXMLCharacter(char32_t iCharacter)
 {
-    for (const char c : iText) {
-        switch (c) {
-        case '&':
-            ioText += "&amp;";
-            break;
-        case '<':
-            ioText += "&lt;";
-            break;
-        case '>':
-            ioText += "&gt;";
-            break;
-        case '"':
-            ioText += "&quot;";
-            break;
-        case '\t':
-        case '\n':
-            ioText += c;
-            break;
-        case '\r':
-            ioText += "&#13;";
-            break;
-        default:
-            if (static_cast<unsigned char>(c) < 0x20)
-                ioText += "\xEF\xBF\xBD";
-            else
-                ioText += c;
-        }
+    if (iCharacter < 0x20) return iCharacter == '\t' || iCharacter == '\n' || iCharacter == '\r';
+    return iCharacter != 0xFFFE && iCharacter != 0xFFFF;
+}
+
+// What must not stand as it is, or null. Readers turn \r, and white space in attributes, into something else.
+const char* EscapeOf(char32_t iCharacter, Place iPlace)
+{
+    switch (iCharacter) {
+    case '&':
+        return "&amp;";
+    case '<':
+        return "&lt;";
+    case '>':
+        return "&gt;";
+    case '"':
+        return "&quot;";
+    case '\r':
+        return "&#13;";
+    case '\t':
+        return iPlace == Place::eAttribute ? "&#9;" : nullptr;
+    case '\n':
+        return iPlace == Place::eAttribute ? "&#10;" : nullptr;
+    default:
+        return nullptr;
+    }
+}
+
+void AppendEscaped(std::string& ioText, std::string_view iText, Place iPlace)
+{
+    while (!iText.empty()) {
+        const char32_t character = Cmn_TakeUtf8(iText);
+        if (const char* const escape = EscapeOf(character, iPlace))
+            ioText += escape;
+        else
+            Cmn_AppendUtf8(ioText, IsXMLCharacter(character) ? character : cCmn_ReplacementCharacter);
     }
 }
 
@@ -63,11 +75,6 @@ Cmn_XMLNode& Cmn_XMLNode::AddChild(Cmn_XMLNode iChild)
     return mChildren.back();
 }
 
-void Cmn_XMLNode::AddValue(std::string iName, Cmn_Int64 iValue)
-{
-    AddValue(std::move(iName), std::to_string(iValue));
-}
-
 void Cmn_XMLNode::AddValue(std::string iName, bool iValue)
 {
     AddValue(std::move(iName), std::string(iValue ? "true" : "false"));
@@ -76,8 +83,9 @@ void Cmn_XMLNode::AddValue(std::string iName, bool iValue)
 void Cmn_XMLNode::AddValue(std::string iName, double iValue)
 {
     std::array<char, 32> text;
-    const auto [end, error] = std::to_chars(text.data(), text.data() + text.size(), iValue);
-    AddValue(std::move(iName), std::string(text.data(), error == std::errc() ? end : text.data()));
+    // The shortest form has 24 characters at most.
+    char* const end = std::to_chars(text.data(), text.data() + text.size(), iValue).ptr;
+    AddValue(std::move(iName), std::string(text.data(), end));
 }
 
 void Cmn_XMLNode::AddValue(std::string iName, std::string iValue)
@@ -100,7 +108,7 @@ void Cmn_XMLNode::Write(std::string& ioText, int iLevel) const
     ioText += indent + '<' + mName;
     for (const auto& [name, value] : mAttributes) {
         ioText += ' ' + name + "=\"";
-        AppendEscaped(ioText, value);
+        AppendEscaped(ioText, value, Place::eAttribute);
         ioText += '"';
     }
     if (mText.empty() && mChildren.empty()) {
@@ -108,7 +116,7 @@ void Cmn_XMLNode::Write(std::string& ioText, int iLevel) const
         return;
     }
     ioText += '>';
-    AppendEscaped(ioText, mText);
+    AppendEscaped(ioText, mText, Place::eText);
     if (!mChildren.empty()) {
         ioText += '\n';
         for (const Cmn_XMLNode& child : mChildren)

@@ -2,12 +2,15 @@
 //
 // Written only; nothing in the house reads XML back. Doubles are written in the shortest form that reads back to
 // the same value, bools as "true" and "false". Names must be XML names; texts may hold anything: what XML cannot
-// hold (control characters) is written as U+FFFD.
+// hold (control characters, bytes that are not UTF-8) is written as U+FFFD, and an XML reader gets back the rest.
+//
+// Threads: none inside.
 #pragma once
 
 #include "Bastel/Cmn/Cmn_Types.h"
 #include "Export/Kora_API.h"
 
+#include <concepts>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -31,8 +34,11 @@ public:
     Cmn_XMLNode& AddChild(Cmn_XMLNode iChild);
 
     // A child that holds one value as text: <iName>iValue</iName>.
-    void AddValue(std::string iName, Cmn_Int64 iValue);
-    void AddValue(std::string iName, Cmn_Int32 iValue) { AddValue(std::move(iName), Cmn_Int64{iValue}); }
+    template <std::integral Integer>
+    void AddValue(std::string iName, Integer iValue)
+    {
+        AddValue(std::move(iName), std::to_string(iValue));
+    }
     void AddValue(std::string iName, bool iValue);
     void AddValue(std::string iName, double iValue);
     void AddValue(std::string iName, std::string iValue);

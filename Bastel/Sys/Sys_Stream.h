@@ -27,7 +27,8 @@ class KORA_API Sys_OutStream
 {
 public:
     virtual ~Sys_OutStream();
-    // Writes at the position, over what stands there and past the end; returns how many bytes were taken.
+    // Writes at the position, over what stands there and past the end; returns how many bytes were taken. The
+    // bytes must not be the stream's own.
     virtual std::size_t Write(const void* iBytes, std::size_t iCount) = 0;
     virtual Cmn_Int64 GetPosition() const = 0;
     // A position outside what has been written asserts and leaves the old one.
@@ -61,6 +62,7 @@ public:
     void SetPosition(Cmn_Int64 iPosition) override;
 
     const std::vector<Cmn_UInt8>& GetBytes() const { return mBytes; }
+    // Hands over the bytes; the stream is empty afterwards.
     std::vector<Cmn_UInt8> TakeBytes();
 
 private:

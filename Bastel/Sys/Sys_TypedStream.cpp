@@ -4,6 +4,7 @@
 
 #include <array>
 #include <bit>
+#include <limits>
 #include <type_traits>
 
 Sys_TypedInStream::Sys_TypedInStream(Sys_InStream& iStream, bool iSwap)
@@ -88,6 +89,7 @@ void Sys_TypedOutStream::WriteFloat64(double iValue) { WriteInteger(std::bit_cas
 
 void Sys_TypedOutStream::WriteString(std::string_view iText)
 {
+    if (iText.size() > std::numeric_limits<Cmn_UInt32>::max()) throw Sys_StreamWriteException(GetPosition());
     WriteUInt32(static_cast<Cmn_UInt32>(iText.size()));
     WriteBytes(iText.data(), iText.size());
 }

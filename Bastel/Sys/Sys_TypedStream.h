@@ -3,8 +3,9 @@
 // Layout: little-endian, or big-endian throughout when the swap mode is on; bool one byte (0 or 1); float64 as
 // its IEEE bits; a string is a 32-bit byte count and its UTF-8 bytes.
 // Throws: Sys_StreamReadException with the offset where the bytes end early, or where a bool is neither 0 nor 1;
-// Sys_StreamWriteException where the byte stream takes less than it was given.
-// Ownership: the byte stream stays the caller's and must outlive the typed one.
+// Sys_StreamWriteException where the byte stream takes less than it was given, or a string has 2^32 bytes or more.
+// After an exception the position is undefined but inside the stream. No read allocates more than the stream holds.
+// Ownership: the byte stream stays the caller's and must outlive the typed one. Threads: none inside.
 #pragma once
 
 #include "Bastel/Sys/Sys_Stream.h"
@@ -30,6 +31,7 @@ public:
 
     Cmn_Int64 GetPosition() const { return mStream.GetPosition(); }
     void SetPosition(Cmn_Int64 iPosition) { mStream.SetPosition(iPosition); }
+    // Up to the end of the byte stream: the bound for every count that a stream claims.
     Cmn_Int64 GetBytesLeft() const { return mStream.GetLength() - mStream.GetPosition(); }
     bool IsSwapped() const { return mSwap; }
     Sys_InStream& GetStream() { return mStream; }
