@@ -1,0 +1,154 @@
+#include "Kora/Ndo/Ndo_ExternalRef.h"
+#include "Kora/Ndo/Ndo_Operation.h"
+#include "Kora/Ndo/Ndo_StOperationRecorder.h"
+#include "Ndo/World.h"
+#include "Support/AssertRecorder.h"
+
+#include <gtest/gtest.h>
+
+using Reports = std::vector<std::string>;
+using Ref = Ndo_ExternalRef<Note>;
+
+namespace {
+
+// Registered before main: the manager is there before any constructor of a static object.
+const Cmn_Int64 sFirstID = [] {
+    Note* const note = Note::New(0);
+    const Cmn_Int64 id = note->NdoGetID();
+    note->NdoDelete();
+    return id;
+}();
+
+class ObjectTest : public testing::Test
+{
+protected:
+    ObjectTest() { World::Reset(); }
+    ~ObjectTest() override { World::Reset(); }
+
+    // "count 2" and the like; empty when the note's entry is gone.
+    static std::string Entry(const std::string& iName)
+    {
+        const std::string dump = Ndo_gManager.Dump();
+        const std::size_t at = dump.find("\n  " + iName + " ");
+        return at == dump.npos
+                   ? ""
+                   : dump.substr(at + 4 + iName.size(), dump.find('\n', at + 1) - at - 4 - iName.size());
+    }
+
+    AssertRecorder mRecorder;
+};
+
+} // namespace
+
+TEST_F(ObjectTest, IdsStartAtOneAndAscend)
+{
+    EXPECT_EQ(sFirstID, 1);
+    Note note(Ndo_Object::kNoUndo);
+    EXPECT_EQ(note.NdoGetID(), -1);
+    EXPECT_EQ(note.NdoIsUndoable(), Ndo_Object::kNoUndo);
+    Note* const before = Note::New(0);
+    note.NdoMakeUndoable();
+    EXPECT_EQ(note.NdoGetID(), before->NdoGetID() + 1);
+    note.NdoMakeUndoable();
+    EXPECT_EQ(note.NdoGetID(), before->NdoGetID() + 1);
+    EXPECT_EQ(note.NdoIsUndoable(), Ndo_Object::kUndoable);
+    const Note copy = note;
+    EXPECT_EQ(copy.NdoGetID(), note.NdoGetID());
+    EXPECT_EQ(Ndo_gManager.LookupObject(copy.NdoGetID()), &note);
+    EXPECT_TRUE(Ndo_gManager.AboutToDeleteObject(&note));
+    EXPECT_EQ(mRecorder.Take(), Reports{});
+    EXPECT_EQ(Ndo_gManager.LookupObject(note.NdoGetID()), nullptr);
+    EXPECT_FALSE(Ndo_gManager.AboutToDeleteObject(&note));
+    EXPECT_EQ(mRecorder.Take(), Reports(2, "iter != mObjDict.end()@$^$@Ndo/Ndo_Manager"));
+}
+
+TEST_F(ObjectTest, AnObjectOutsideOfUndoIsDeletedAtOnce)
+{
+    Ndo_StOperationRecorder recorder;
+    (new Note(Ndo_Object::kNoUndo))->NdoDelete();
+    EXPECT_TRUE(World::sNotes.empty());
+    EXPECT_TRUE(recorder.OperationComplete()->IsEmpty());
+}
+
+TEST_F(ObjectTest, NullAndWrongUseAssert)
+{
+    EXPECT_EQ(Ndo_gManager.RegisterObject(nullptr), 0);
+    Ndo_gManager.RegisterObjectWithID(nullptr, 1);
+    Ndo_gManager.AboutToModifyObject(nullptr);
+    EXPECT_FALSE(Ndo_gManager.AboutToDeleteObject(nullptr));
+    EXPECT_EQ(mRecorder.Take(), Reports(4, "iObjP != 0@$^$@Ndo/Ndo_Manager"));
+    Note* const note = Note::New(0);
+    note->NdoRestoreUndoable(note->NdoGetID());
+    EXPECT_EQ(mRecorder.Take(), Reports{"!this->NdoIsUndoable()@$^$@Ndo/Ndo_Object"});
+    EXPECT_EQ(Entry(note->Name()), "live, count 2");
+    const std::string name = note->Name();
+    note->NdoDelete();
+    EXPECT_EQ(Entry(name), "deleted, count 1") << "the second registration was one too many";
+}
+
+TEST_F(ObjectTest, AReferenceFollowsItsObjectThroughDeletionAndReturn)
+{
+    Note* const note = Note::New(60);
+    const std::string name = note->Name();
+    Ref ref = note;
+    EXPECT_EQ(Entry(name), "live, count 2");
+    Ndo_StOperationRecorder recorder;
+    note->Set(61);
+    note->NdoDelete();
+    const auto operation = recorder.OperationComplete();
+    EXPECT_EQ(Entry(name), "deleted, count 1");
+    EXPECT_EQ(ref.Get(), nullptr);
+    EXPECT_FALSE(ref.IsNull());
+    EXPECT_EQ(Ndo_gManager.LookupObject(std::stoll(name)), nullptr);
+    EXPECT_EQ(ref.operator->(), nullptr);
+    EXPECT_EQ(mRecorder.Take(), Reports{"objP != 0@$^$@Ndo/Ndo_ExternalRef"});
+    const Ref other = ref;
+    EXPECT_EQ(ref, other) << "two references to one deleted object are equal";
+    EXPECT_NE(ref, Ref()) << "and unlike a null one";
+    operation->Restore();
+    EXPECT_EQ(ref->Pitch(), 60);
+    EXPECT_EQ(Entry(name), "live, count 3");
+}
+
+TEST_F(ObjectTest, TheLastReferenceToADeletedObjectErasesItsEntry)
+{
+    Note* const note = Note::New(60);
+    const std::string name = note->Name();
+    std::unique_ptr<Ndo_Operation> operation;
+    {
+        const Ref ref = note;
+        Ndo_StOperationRecorder recorder;
+        note->NdoDelete();
+        operation = recorder.OperationComplete();
+    }
+    EXPECT_EQ(Entry(name), "");
+    operation->Restore();
+    EXPECT_EQ(Entry(name), "live, count 1") << "undo registers a fresh entry under the old ID";
+    EXPECT_EQ(mRecorder.Take(), Reports{});
+}
+
+TEST_F(ObjectTest, AssignmentCountsWhatItRefersTo)
+{
+    Note* const a = Note::New(60);
+    Note* const b = Note::New(62);
+    Note outside(Ndo_Object::kNoUndo);
+    const auto counts = [&] { return Entry(a->Name()).back() + std::string(1, Entry(b->Name()).back()); };
+    Ref ref = a;
+    const Ref self = ref;
+    ref = a;
+    EXPECT_EQ(counts(), "31") << "the same object again";
+    ref = static_cast<const Ref&>(ref);
+    EXPECT_EQ(counts(), "31") << "itself";
+    ref = b;
+    EXPECT_EQ(counts(), "22");
+    ref = &outside;
+    EXPECT_EQ(ref, b) << "an object outside of undo leaves the reference as it was";
+    EXPECT_TRUE(Ref(&outside).IsNull());
+    EXPECT_EQ(mRecorder.Take(), Reports(2, "iter != mObjDict.end()@$^$@Ndo/Ndo_Manager"));
+    ref = nullptr;
+    EXPECT_EQ(ref, nullptr);
+    EXPECT_EQ(counts(), "21");
+    ref = self;
+    ref = Ref();
+    EXPECT_EQ(counts(), "21");
+}
