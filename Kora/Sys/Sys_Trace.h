@@ -15,15 +15,6 @@
 #include "Bastel/Cmn/Cmn_Types.h"
 #include "Export/Kora_API.h"
 
-// The trace library formats as the C standard says, which Windows compilers call GNU's way.
-#if defined(__MINGW32__)
-#define Sys_PRINTF_CHECKED(iFormat, iFirst) __attribute__((format(gnu_printf, iFormat, iFirst)))
-#elif defined(__GNUC__)
-#define Sys_PRINTF_CHECKED(iFormat, iFirst) __attribute__((format(printf, iFormat, iFirst)))
-#else
-#define Sys_PRINTF_CHECKED(iFormat, iFirst)
-#endif
-
 class KORA_API Sys_Trace
 {
 public:
@@ -55,7 +46,7 @@ public:
     using Entry = void (*)();
     using IsActiveFunc = Cmn_UInt8();
     using FacilityOnFunc = Cmn_UInt8(Cmn_UInt32 iCategory);
-    typedef void FormatFunc(Cmn_UInt32 iCategory, const char* iFormat, ...) Sys_PRINTF_CHECKED(2, 3);
+    typedef void FormatFunc(Cmn_UInt32 iCategory, const char* iFormat, ...) KORA_PRINTF_CHECKED(2, 3);
 
     // True when the trace library is there, whole and active, and wants lines of the category.
     static bool IsOn(Cmn_UInt32 iCategory)
