@@ -1,5 +1,6 @@
 #include "Kora/Time/Time_Globals.h"
 
+#include "Kora/Sys/Sys_Trace.h"
 #include "Kora/Time/Time_SMPTE.h"
 
 #include <algorithm>
@@ -9,9 +10,6 @@ namespace {
 
 constexpr double cPALDown = 0.96;
 constexpr double cPALUp = 1.0416666666666667; // 25/24
-
-// Tracing is not bound yet.
-void TraceSetting(const char*, ...) {}
 
 struct Combo
 {
@@ -67,7 +65,7 @@ double Time_Globals::GetFrameRate() { return sFrameRate; }
 void Time_Globals::SetFrameRate(double iFrameRate)
 {
     if (iFrameRate == sFrameRate) return;
-    TraceSetting("Frame Rate: %3.3f", iFrameRate);
+    Sys_TRACE(Sys_Trace::cCategory_TimeSettings, "Frame Rate: %3.3f", iFrameRate);
     sFrameRate = iFrameRate;
 }
 
@@ -76,7 +74,7 @@ ETimeCodeFormat Time_Globals::GetGlobalTimeCodeFormat() { return sGlobalTimeCode
 void Time_Globals::SetGlobalTimeCodeFormat(ETimeCodeFormat iFormat)
 {
     if (iFormat == sGlobalTimeCodeFormat) return;
-    TraceSetting("Timecode Rate: %s", GetTimeCodeFormatString(iFormat));
+    Sys_TRACE(Sys_Trace::cCategory_TimeSettings, "Timecode Rate: %s", GetTimeCodeFormatString(iFormat));
     sGlobalTimeCodeFormat = iFormat;
 }
 
@@ -86,7 +84,7 @@ void Time_Globals::SetFrameOffset(long iFrames)
 {
     const Cmn_Int32 frames = static_cast<Cmn_Int32>(iFrames);
     if (frames == sFrameOffset) return;
-    TraceSetting("Frame Offset: %d", frames);
+    Sys_TRACE(Sys_Trace::cCategory_TimeSettings, "Frame Offset: %d", frames);
     sFrameOffset = frames;
 }
 
@@ -110,8 +108,9 @@ EPullFactor Time_Globals::GetPullFactor(EPullMedia iMedia, EPullType iType)
 void Time_Globals::SetPullFactor(EPullMedia iMedia, EPullType iType, EPullFactor iFactor)
 {
     if (iFactor == sPullFactors[iMedia][iType]) return;
-    TraceSetting("Time_Globals::SetPullFactor - media: %s, type: %s, pull factor: %s",
-                 GetPullMediaString(iMedia), GetPullTypeString(iType), GetPullFactorString(iFactor));
+    Sys_TRACE(Sys_Trace::cCategory_TimeSettings,
+              "Time_Globals::SetPullFactor - media: %s, type: %s, pull factor: %s",
+              GetPullMediaString(iMedia), GetPullTypeString(iType), GetPullFactorString(iFactor));
     sPullFactors[iMedia][iType] = iFactor;
 }
 
