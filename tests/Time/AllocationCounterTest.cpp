@@ -1,0 +1,23 @@
+#include "Support/AllocationCounter.h"
+
+#include "Kora/Time/Time_Typed.h"
+#include "Kora/Time/Time_TypedVector.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <memory>
+
+// A Windows DLL has an operator new of its own.
+constexpr bool cSeesTheLibrary = std::filesystem::path::preferred_separator == '/';
+
+TEST(AllocationCounter, SeesWhatTheProgramAndTheLibraryAllocate)
+{
+    const AllocationCounter allocations;
+    EXPECT_EQ(allocations.Count(), 0);
+    const auto number = std::make_unique<int>(1);
+    EXPECT_EQ(allocations.Count(), 1);
+    Time_TypedVector times(Time_eType_Ticks);
+    times.PushTime(Time_Typed(0, Time_eType_Ticks));
+    if (cSeesTheLibrary) EXPECT_EQ(allocations.Count(), 2);
+}
