@@ -1,0 +1,256 @@
+#include "Kora/Time/Time_Globals.h"
+
+#include "Kora/Sys/Sys_Trace.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdarg>
+#include <cstdio>
+#include <string>
+#include <vector>
+
+namespace {
+
+// Catches trace lines, and puts every setting back afterwards.
+class GlobalsTest : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        Sys_Trace::sEntries[Sys_Trace::eEntry_FacilityOn] =
+            reinterpret_cast<Sys_Trace::Entry>(&IsTimeSettings);
+        Sys_Trace::sEntries[Sys_Trace::eEntry_Format] = reinterpret_cast<Sys_Trace::Entry>(&WriteLine);
+        Sys_Trace::sEnabled = 1;
+        sLines.clear();
+    }
+    void TearDown() override
+    {
+        Sys_Trace::sEnabled = 0;
+        Time_Globals::SetSampleRate(44100);
+        Time_Globals::SetFrameRate(30000.0 / 1001);
+        Time_Globals::SetGlobalTimeCodeFormat(eTimeCodeFormat_30);
+        Time_Globals::SetFrameOffset(0);
+        SetAudio(ePullFactor_None, ePullFactor_None);
+        SetVideo(ePullFactor_None, ePullFactor_None);
+    }
+    static void SetAudio(EPullFactor iNTSC, EPullFactor iPAL) { Set(ePullMedia_Audio, iNTSC, iPAL); }
+    static void SetVideo(EPullFactor iNTSC, EPullFactor iPAL) { Set(ePullMedia_Video, iNTSC, iPAL); }
+    static std::vector<std::string> TakeLines() { return std::exchange(sLines, {}); }
+
+private:
+    static void Set(EPullMedia iMedia, EPullFactor iNTSC, EPullFactor iPAL)
+    {
+        Time_Globals::SetPullFactor(iMedia, ePullType_NTSC, iNTSC);
+        Time_Globals::SetPullFactor(iMedia, ePullType_PAL, iPAL);
+    }
+    static Cmn_UInt8 IsTimeSettings(Cmn_UInt32 iCategory) { return iCategory == 0x4000E0C; }
+    static void WriteLine(Cmn_UInt32, const char* iFormat, ...)
+    {
+        char line[200];
+        std::va_list arguments;
+        va_start(arguments, iFormat);
+        std::vsnprintf(line, sizeof line, iFormat, arguments);
+        va_end(arguments);
+        sLines.emplace_back(line);
+    }
+    static inline std::vector<std::string> sLines;
+};
+
+constexpr EPullFactor cNone = ePullFactor_None, cUp = ePullFactor_Up, cDown = ePullFactor_Down;
+
+} // namespace
+
+TEST_F(GlobalsTest, LoadValues)
+{
+    EXPECT_EQ(Time_Globals::GetSampleRate(), 44100.0);
+    EXPECT_EQ(Time_Globals::GetFrameRate(), 29.97002997002997);
+    EXPECT_EQ(Time_Globals::GetGlobalTimeCodeFormat(), 7);
+    EXPECT_EQ(Time_Globals::GetFrameOffset(), 0);
+    EXPECT_FALSE(Time_Globals::GetAutoMatchPullFactors());
+    for (const EPullMedia media : {ePullMedia_Audio, ePullMedia_Video})
+        for (const EPullType type : {ePullType_NTSC, ePullType_PAL})
+            EXPECT_EQ(Time_Globals::GetPullFactor(media, type) * 10 +
+                          Time_Globals::GetPullFactorSaveForLE(media, type),
+                      11);
+}
+
+TEST_F(GlobalsTest, ChangesAreTracedOnce)
+{
+    for (int twice = 0; twice < 2; ++twice) {
+        Time_Globals::SetFrameRate(25);
+        Time_Globals::SetPullFactor(ePullMedia_Video, ePullType_PAL, cDown);
+        Time_Globals::SetGlobalTimeCodeFormat(eTimeCodeFormat_2997DropOMF);
+        Time_Globals::SetFrameOffset(-5);
+        Time_Globals::SetSampleRate(96000);
+        Time_Globals::SetAutoMatchPullFactors(twice == 0);
+        Time_Globals::SetPullFactorSaveForLE(ePullMedia_Audio, ePullType_NTSC, twice == 0 ? cUp : cNone);
+    }
+    const std::vector<std::string> expected = {
+        "Frame Rate: 25.000", "Time_Globals::SetPullFactor - media: Video, type: PAL, pull factor: Pull Down",
+        "Timecode Rate: 2997  fps drop (OMF)", "Frame Offset: -5"};
+    EXPECT_EQ(TakeLines(), expected);
+    EXPECT_EQ(Time_Globals::GetSampleRate(), 96000);
+}
+
+TEST_F(GlobalsTest, AudioPullsBendTheSampleRate)
+{
+    struct Case
+    {
+        EPullFactor mNTSC, mPAL;
+        double mRate, mExpected;
+    };
+    constexpr Case cCases[] = {
+        {cNone, cNone,                       48000, 48000                             },
+        {cDown, cNone,                       48000, 48000 / 1.001                     },
+        {cUp,   cDown,                       44100, 44100 * 1.001 * 0.96              },
+        {cDown, cUp,                         44100, 44100 / 1.001 * 1.0416666666666667},
+        {cNone, static_cast<EPullFactor>(9), 44100, 44100                             },
+    };
+    SetVideo(cUp, cUp); // plays no part
+    for (const Case& row : cCases) {
+        SetAudio(row.mNTSC, row.mPAL);
+        Time_Globals::SetSampleRate(row.mRate);
+        EXPECT_EQ(Time_Globals::GetPullSampleRate(), row.mExpected) << row.mNTSC << row.mPAL;
+    }
+    EXPECT_EQ(Time_Globals::AdjustForPullFactors(static_cast<EPullMedia>(2), 7.5), 7.5);
+}
+
+TEST_F(GlobalsTest, VideoPullsAdjustDurationsAgainstRates)
+{
+    struct Case
+    {
+        EPullFactor mNTSC, mPAL;
+        double mRate, mDuration; // of 30
+    };
+    constexpr Case cCases[] = {
+        {cDown, cNone, 30.0 * 1000 / 1001,           30 * 1.001                     },
+        {cUp,   cNone, 30.0 * 1001 / 1000,           30 / 1.001                     },
+        {cNone, cDown, 30.0 * 24 / 25,               30 * 1.0416666666666667        },
+        {cNone, cUp,   30.0 * 25 / 24,               30 * 0.96                      },
+        {cUp,   cDown, 30.0 * 1001 / 1000 * 24 / 25, 30 / 1.001 * 1.0416666666666667},
+    };
+    SetAudio(cUp, cUp); // plays no part
+    Time_Globals::SetFrameRate(30);
+    for (const Case& row : cCases) {
+        SetVideo(row.mNTSC, row.mPAL);
+        EXPECT_EQ(Time_Globals::GetPullFrameRate(), row.mRate) << row.mNTSC << row.mPAL;
+        EXPECT_EQ(Time_Globals::AdjustForPullFactors(ePullMedia_Video, 30), row.mDuration)
+            << row.mNTSC << row.mPAL;
+    }
+}
+
+TEST_F(GlobalsTest, CombinationsNameBothPulls)
+{
+    struct Case
+    {
+        EPullFactor mNTSC, mPAL;
+        const char *mName, *mDescription;
+    };
+    constexpr Case cCases[] = {
+        {cNone, cNone, "None",               ""                           },
+        {cDown, cNone, "0.1% Down",          " [24/30 fps - FILM To NTSC]"},
+        {cUp,   cNone, "0.1% Up",            " [29.97 fps - NTSC To FILM]"},
+        {cNone, cDown, "4% Down",            " [25 fps - PAL To FILM]"    },
+        {cNone, cUp,   "4% Up",              " [24/30 fps - FILM To PAL]" },
+        {cDown, cDown, "4% Down, 0.1% Down", " [25 fps - PAL To NTSC]"    },
+        {cUp,   cDown, "4% Down, 0.1% Up",   " [Invalid]"                 },
+        {cDown, cUp,   "4% Up, 0.1% Down",   " [Invalid]"                 },
+        {cUp,   cUp,   "4% Up, 0.1% Up",     " [29.97 fps - NTSC To PAL]" },
+    };
+    int value = 0;
+    EPullFactor ntsc, pal;
+    for (const Case& row : cCases) {
+        const EComboPullFactor combo = static_cast<EComboPullFactor>(value++);
+        EXPECT_EQ(Time_Globals::GetComboPullFactor(row.mNTSC, row.mPAL), combo);
+        Time_Globals::ComboToPullFactors(combo, ntsc, pal);
+        EXPECT_EQ(std::pair(ntsc, pal), std::pair(row.mNTSC, row.mPAL)) << row.mName;
+        EXPECT_EQ(Time_Globals::GetComboString(combo, false), row.mName);
+        EXPECT_EQ(Time_Globals::GetComboString(combo, true), std::string(row.mName) + row.mDescription);
+    }
+    for (const int outside : {-1, 9}) {
+        Time_Globals::ComboToPullFactors(static_cast<EComboPullFactor>(outside), ntsc, pal);
+        EXPECT_EQ(std::pair(ntsc, pal), std::pair(cNone, cNone));
+        EXPECT_EQ(Time_Globals::GetComboString(static_cast<EComboPullFactor>(outside), true), "");
+        EXPECT_EQ(Time_Globals::GetComboPullFactor(static_cast<EPullFactor>(outside), cUp), 0);
+        EXPECT_STREQ(Time_Globals::GetPullFactorString(static_cast<EPullFactor>(outside)), "");
+    }
+}
+
+TEST_F(GlobalsTest, FormatsNameThemselvesAndTheirAudioPulls)
+{
+    struct Case
+    {
+        const char* mName;
+        std::vector<int> mValid; // audio combinations
+    };
+    const Case cases[] = {
+        {"?",                    {}    },
+        {"24 fps",               {2, 3}},
+        {"25 fps",               {4, 8}},
+        {"29.97 fps",            {1, 5}},
+        {"29.97 fps (OMF)",      {}    },
+        {"29.97 fps drop",       {1, 5}},
+        {"2997  fps drop (OMF)", {}    },
+        {"30 fps",               {2, 3}},
+        {"30 fps drop",          {2, 3}},
+        {"23.976 fps",           {1, 5}},
+        {"50 fps",               {}    },
+        {"59.94 fps",            {}    },
+        {"59.94 fps drop",       {}    },
+        {"60 fps",               {}    },
+        {"60 fps drop",          {}    },
+        {"?",                    {}    },
+    };
+    int format = 0;
+    for (const Case& row : cases) {
+        Time_Globals::SetGlobalTimeCodeFormat(static_cast<ETimeCodeFormat>(format++));
+        EXPECT_STREQ(Time_Globals::GetTimeCodeFormatString(Time_Globals::GetGlobalTimeCodeFormat()),
+                     row.mName);
+        std::vector<int> valid;
+        for (int combo = -1; combo <= 9; ++combo)
+            if (Time_Globals::ValidAudioComboFactor(static_cast<EComboPullFactor>(combo)))
+                valid.push_back(combo);
+        EXPECT_EQ(valid, row.mValid) << row.mName;
+    }
+}
+
+TEST_F(GlobalsTest, MaterialIsRoutedBetweenVideoFormats)
+{
+    constexpr int cRoute[4][4] = {
+        {0, 0, 0, 0},
+        {0, 0, 2, 8},
+        {0, 1, 0, 4},
+        {0, 5, 3, 0}
+    };
+    for (int from = 0; from < 4; ++from)
+        for (int to = 0; to < 4; ++to)
+            EXPECT_EQ(Time_Globals::GetRoutingComboFactor(static_cast<EVideoFormat>(from),
+                                                          static_cast<EVideoFormat>(to)),
+                      cRoute[from][to])
+                << from << " to " << to;
+}
+
+TEST_F(GlobalsTest, FrameOffsetBecomesLegalInItsFormat)
+{
+    struct Case
+    {
+        const char* mName;
+        long mOffset;
+        ETimeCodeFormat mFormat, mGlobal;
+        Cmn_Int32 mLegal;
+    };
+    constexpr Case cCases[] = {
+        {"labels in order need no move", 1800,    eTimeCodeFormat_2997Drop,  eTimeCodeFormat_30,     1800   },
+        {"60 drop's odd label moves on", 25175,   eTimeCodeFormat_60Drop,    eTimeCodeFormat_30,     25176  },
+        {"so by the global format",      25175,   eTimeCodeFormat_UseGlobal, eTimeCodeFormat_60Drop, 25176  },
+        {"no drop, no move",             25175,   eTimeCodeFormat_60,        eTimeCodeFormat_60Drop, 25175  },
+        {"a day earlier wraps",          -1,      eTimeCodeFormat_25,        eTimeCodeFormat_30,     2159999},
+        {"a day later folds",            2160000, eTimeCodeFormat_25,        eTimeCodeFormat_30,     0      },
+    };
+    for (const Case& row : cCases) {
+        Time_Globals::SetGlobalTimeCodeFormat(row.mGlobal);
+        Time_Globals::SetFrameOffset(row.mOffset);
+        EXPECT_EQ(Time_Globals::GetFrameOffset(row.mFormat), row.mLegal) << row.mName;
+        EXPECT_EQ(Time_Globals::GetFrameOffset(), row.mOffset) << row.mName;
+    }
+}

@@ -1,0 +1,124 @@
+#include "Kora/Time/Time_NewTempoEvents.h"
+#include "Kora/Time/Time_TempoEdit.h"
+
+#include "Support/AssertRecorder.h"
+#include "Support/TimePrinters.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+constexpr Time_TickLength cQuarter = Time_TickLength::cQuarter, cEighth(480000), cHalf(1920000);
+
+Time_NewTempoEvent Event(Cmn_Int64 iTick, float iTempo, const Time_TickLength& iBeat = cQuarter)
+{
+    return {Time_Tick(iTick), iTempo, iBeat};
+}
+
+Time_TypedLength Samples(Cmn_Int64 iCount) { return {iCount, Time_eType_Samples}; }
+Time_TypedLength Ticks(Cmn_Int64 iCount) { return {iCount, Time_eType_Ticks}; }
+
+} // namespace
+
+TEST(TempoLimits, TempoIsHeldInBothCounts)
+{
+    struct Case
+    {
+        double mBPM;
+        Time_TickLength mBeat;
+        double mLimited;
+    };
+    const Case cases[] = {
+        {1000,  cQuarter,           500             },
+        {100,   cEighth,            100             },
+        {1000,  cEighth,            999             },
+        {1000,  cHalf,              250             },
+        {1,     cQuarter,           5               },
+        {1,     cEighth,            10              }, // 5 quarters
+        {1,     cHalf,              5               },
+        {120.1, cQuarter,           120.1           },
+        {77,    Time_TickLength(7), 960000.0 * 5 / 7},
+    };
+    const Time_TempoLimits& limits = Time_TempoEdit::GetTempoLimits();
+    for (const Case& row : cases)
+        EXPECT_EQ(limits.LimitTempoValue(row.mBPM, row.mBeat), row.mLimited) << row.mBPM << row.mBeat.Dump();
+    // A half: 2.5 … 500 quarters by its beats, so the quarters' own minimum counts.
+    EXPECT_EQ(limits.GetMinQPM(cHalf), 10);
+    EXPECT_EQ(limits.GetMinQPM(cEighth), 5);
+    EXPECT_EQ(limits.GetMaxQPM(cEighth), 499.5);
+    EXPECT_EQ(limits.GetMaxQPM(cHalf), 500);
+    EXPECT_EQ(limits.GetMinBPM(cEighth), 10);
+    EXPECT_EQ(limits.GetMinBPM(cHalf), 5);
+    EXPECT_EQ(limits.GetMaxBPM(cEighth), 999);
+    EXPECT_EQ(limits.GetMaxBPM(cHalf), 250);
+
+    const AssertRecorder recorder;
+    EXPECT_EQ(limits.LimitTempoValue(1000, Time_TickLength(960000, Time_eTickType_Display)), 500);
+    EXPECT_EQ(limits.GetMaxBPM(Time_TickLength(0)), 0);
+    EXPECT_EQ(recorder.Take().size(), 2u);
+}
+
+TEST(NewTempoEvents, StaySortedAndWithoutRepeats)
+{
+    Time_NewTempoEvents events(48000);
+    for (const auto& event :
+         {Event(100, 120), Event(50, 90), Event(200, 120), Event(200, 120, cEighth), Event(150, 120, cEighth),
+          Event(50, 60), Event(40, 60), Event(100, 121), Event(160, 120.00001f, cEighth)})
+        events.AddTempoEvent(event);
+    // 200 repeats 100, then comes with another beat; 50 is overwritten; 40 precedes its repetition.
+    EXPECT_EQ(events.Dump(), "tick 40: 60 beats of 960000 ticks\n"
+                             "tick 50: 60 beats of 960000 ticks\n"
+                             "tick 100: 121 beats of 960000 ticks\n"
+                             "tick 150: 120 beats of 480000 ticks\n"
+                             "tick 160: 120.000008 beats of 480000 ticks\n"
+                             "tick 200: 120 beats of 480000 ticks\n");
+    EXPECT_EQ(events.GetTempoEventAtTick(Time_Tick(100))->GetTempo(), 121.0f);
+    EXPECT_EQ(events.GetTempoEventAtTick(Time_Tick(99)), nullptr);
+    EXPECT_EQ(events.GetTempoEventAtTick(Time_Tick(201)), nullptr);
+
+    Time_NewTempoEvents rest = events;
+    rest.ClearAfterTime(Time_Tick(150));
+    EXPECT_EQ(rest.back().GetStartTick(), Time_Tick(150));
+    rest.ClearAfterTime(Time_Tick(149));
+    EXPECT_EQ(rest.back().GetStartTick(), Time_Tick(100));
+    events.ClearOutsideOfRange(Time_Tick(50), Time_Tick(160));
+    EXPECT_EQ(events.front().GetStartTick(), Time_Tick(50));
+    EXPECT_EQ(events.back().GetStartTick(), Time_Tick(150));
+    events.ClearOutsideOfRange(Time_Tick(150), Time_Tick(60));
+    EXPECT_TRUE(events.empty());
+}
+
+TEST(NewTempoEvents, QuantizedTicksFollowTheLastTempo)
+{
+    struct Case
+    {
+        const char* mName;
+        Time_TypedLength mQuantum, mStart;
+        Cmn_Int64 mOne, mTwo; // with one event, with two
+    };
+    // At 48000 samples and 120 quarters a sample is 40 ticks.
+    const Case cases[] = {
+        {"samples from a tick",          Samples(10), Ticks(1000),          1420,          1420         },
+        {"samples from the last event",  Samples(0),  Ticks(0),             960020,        960020       },
+        {"negative samples truncate",    Samples(-1), Ticks(1000),          980,           980          },
+        {"ticks: added, or the grid",    Ticks(400),  Ticks(1000000000100), 1000000000400, 1000000000500},
+        {"on a line: the next one",      Ticks(400),  Ticks(1000000000400), 1000000000800, 1000000000800},
+        {"before the grid's origin",     Ticks(300),  Ticks(999999999999),  1000000000000, 1000000000299},
+        {"a negative quantum",           Ticks(-300), Ticks(999999999699),  999999999700,  999999999399 },
+        {"no quantum",                   Ticks(0),    Ticks(77),            77,            77           },
+        {"a start of 0: the last event", Ticks(7),    Samples(0),           960002,        960007       },
+    };
+    Time_NewTempoEvents one(48000), two(48000);
+    two.AddTempoEvent(Event(5, 33, cEighth));
+    for (Time_NewTempoEvents* const events : {&one, &two})
+        events->AddTempoEvent(Event(960000, 120));
+    for (const Case& row : cases) {
+        EXPECT_EQ(one.NextQuantizedTick(row.mQuantum, row.mStart), Time_Tick(row.mOne)) << row.mName;
+        EXPECT_EQ(two.NextQuantizedTick(row.mQuantum, row.mStart), Time_Tick(row.mTwo)) << row.mName;
+    }
+    const AssertRecorder recorder;
+    EXPECT_EQ(two.NextQuantizedTick(Time_TypedLength(5, Time_eType_Frames), Ticks(9)), Time_Tick(9));
+    EXPECT_EQ(recorder.Take().size(), 1u);
+    EXPECT_EQ(Time_NewTempoEvents().NextQuantizedTick(Ticks(5), Ticks(9)), Time_Tick(9));
+    EXPECT_EQ(recorder.Take(), std::vector<std::string>{"size() > 0@$^$@Time/Time_NewTempoEvents"});
+}

@@ -1,0 +1,332 @@
+#include "Kora/Time/Time_Globals.h"
+#include "Kora/Time/Time_SMPTE.h"
+
+#include "Support/AssertRecorder.h"
+#include "Support/TimePrinters.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+#include <random>
+
+namespace {
+
+constexpr ETimeCodeFormat cSound[] = {
+    eTimeCodeFormat_24,   eTimeCodeFormat_25,       eTimeCodeFormat_2997,  eTimeCodeFormat_2997Drop,
+    eTimeCodeFormat_30,   eTimeCodeFormat_30Drop,   eTimeCodeFormat_23976, eTimeCodeFormat_50,
+    eTimeCodeFormat_5994, eTimeCodeFormat_5994Drop, eTimeCodeFormat_60,    eTimeCodeFormat_60Drop,
+};
+
+// Steps through the day as a timecode generator does: one label a frame, leaving out what the skip rule leaves out.
+struct Counter
+{
+    int mRate, mDropped;
+    int mHours = 0, mMinutes = 0, mSeconds = 0, mFrames = 0;
+
+    explicit Counter(ETimeCodeFormat iFormat)
+        : mRate(Time_SMPTE::GetFramesPerSecond(iFormat))
+        , mDropped(!Time_SMPTE::IsDropFormat(iFormat) ? 0
+                   : mRate == 30                      ? 2
+                                                      : 4)
+    {
+    }
+    bool IsLeftOut() const { return mSeconds == 0 && mMinutes % 10 != 0 && mFrames < mDropped; }
+    void NextLabel()
+    {
+        if (++mFrames == mRate) mFrames = 0, ++mSeconds;
+        if (mSeconds == 60) mSeconds = 0, ++mMinutes;
+        if (mMinutes == 60) mMinutes = 0, ++mHours;
+    }
+    void NextFrame()
+    {
+        do
+            NextLabel();
+        while (IsLeftOut());
+    }
+    bool IsLastOfMinuteSix() const
+    {
+        return mDropped == 4 && mMinutes % 10 == 6 && mSeconds == 59 && mFrames == 59;
+    }
+    bool Is(const Time_SMPTE& iTime) const
+    {
+        return iTime.GetHours() == mHours && iTime.GetMinutes() == mMinutes &&
+               iTime.GetSeconds() == mSeconds && iTime.GetFrames() == mFrames;
+    }
+    Time_SMPTE Label(ETimeCodeFormat iFormat) const
+    {
+        return {static_cast<Cmn_UInt8>(mHours), static_cast<Cmn_UInt8>(mMinutes),
+                static_cast<Cmn_UInt8>(mSeconds), static_cast<Cmn_UInt8>(mFrames), iFormat};
+    }
+};
+
+class FormatTest : public testing::TestWithParam<ETimeCodeFormat>
+{
+};
+INSTANTIATE_TEST_SUITE_P(Formats, FormatTest, testing::ValuesIn(cSound));
+
+} // namespace
+
+TEST_P(FormatTest, EveryFrameOfADay)
+{
+    Counter counter(GetParam());
+    Time_SMPTE time(GetParam());
+    for (Cmn_Int32 frame = 0; counter.mHours < 24; ++frame, counter.NextFrame()) {
+        time.SetFromTotalFrames(frame);
+        // 60-frame drop writes the frame before minute 7's as its ;03.
+        const bool odd = counter.IsLastOfMinuteSix();
+        const bool right = odd ? time.GetMinutes() == counter.mMinutes + 1 && time.GetSeconds() == 0 &&
+                                     time.GetFrames() == 3 && frame % 35964 == 25175
+                               : counter.Is(time);
+        if (!right || time.GetTotalFrames() != frame || !time.IsLabel())
+            FAIL() << "frame " << frame << " is " << time.Dump() << ", frame " << time.GetTotalFrames()
+                   << "; the counter has " << counter.Label(GetParam()).Dump();
+    }
+}
+
+TEST_P(FormatTest, EveryLabelOfADay)
+{
+    // Every label with two digits a field that has a value near the format's range, existing or not.
+    const Counter end(GetParam());
+    Counter counter(GetParam());
+    Cmn_Int32 frame = 0; // of the next label that exists
+    for (; counter.mHours < 24; counter.NextLabel()) {
+        const Time_SMPTE label = counter.Label(GetParam());
+        const bool odd =
+            end.mDropped == 4 && counter.IsLeftOut() && counter.mMinutes % 10 == 7 && counter.mFrames == 3;
+        const Cmn_Int32 expected = odd ? frame - 1 : frame;
+        const bool exists = odd || !counter.IsLeftOut();
+        if (label.IsLabel() != exists || (exists && label.GetTotalFrames() != expected))
+            FAIL() << label.Dump() << " is frame " << label.GetTotalFrames() << ", expected " << expected
+                   << (exists ? "" : " or no label");
+        frame += counter.IsLeftOut() ? 0 : 1;
+    }
+    const Cmn_UInt8 rate = static_cast<Cmn_UInt8>(end.mRate);
+    EXPECT_FALSE(Time_SMPTE(0, 0, 0, rate, GetParam()).IsLabel());
+    EXPECT_FALSE(Time_SMPTE(24, 0, 0, 5, GetParam()).IsLabel());
+    EXPECT_FALSE(Time_SMPTE(0, 60, 0, 5, GetParam()).IsLabel());
+    EXPECT_FALSE(Time_SMPTE(0, 0, 60, 5, GetParam()).IsLabel());
+}
+
+TEST_P(FormatTest, TextTakesTheLabelsOfAnHourAndNoOthers)
+{
+    const bool isDrop = Time_SMPTE::IsDropFormat(GetParam());
+    Time_SMPTE read(GetParam());
+    for (Counter counter(GetParam()); counter.mHours < 1; counter.NextLabel()) {
+        const Time_SMPTE label = counter.Label(GetParam());
+        char text[24];
+        std::snprintf(text, sizeof text, "%02d:%02d:%02d%c%02d", counter.mHours, counter.mMinutes,
+                      counter.mSeconds, isDrop ? ';' : ':', counter.mFrames);
+        const bool taken = read.FromString(text);
+        if (label.ToString() != text || taken != label.IsLabel() || (taken && read != label))
+            FAIL() << text << " is written " << label.ToString() << " and read as " << read.Dump();
+    }
+    EXPECT_TRUE(read.FromString("23:50:59:11"));
+    EXPECT_EQ(read.FromString("12:34:56;11"), isDrop);
+    const Time_SMPTE before = read;
+    for (const char* const text :
+         {"", "00:00:00:0", "00:00:00:000", "24:00:00:00", "00:60:00:00", "00:00:60:00", "00:00:00:60",
+          "0a:00:00:00", "00;00:00:00", "00:00:00.00", "-1:00:00:00"})
+    {
+        EXPECT_FALSE(read.FromString(text)) << text;
+        EXPECT_EQ(read, before) << text;
+    }
+}
+
+TEST_P(FormatTest, SamplesAndSubframesComeBack)
+{
+    std::mt19937_64 random(20240607);
+    SCOPED_TRACE("seed 20240607");
+    Time_SMPTE time(GetParam());
+    for (const double rate : {44100.0, 48000.0, 88200.0, 192000.0}) {
+        Time_Globals::SetSampleRate(rate);
+        const double perFrame = rate / Time_SMPTE::GetRealRate(GetParam());
+        const Cmn_Int32 framesOfADay =
+            static_cast<Cmn_Int32>(Time_SMPTE(23, 59, 59, 23, GetParam()).GetTotalFrames());
+        for (int i = 0; i < 20000; ++i) {
+            const Cmn_Int32 frame = static_cast<Cmn_Int32>(random() % static_cast<Cmn_UInt64>(framesOfADay));
+            const Cmn_Int32 subframes = i < 100 ? i : frame / 100 * 100 + i % 100;
+            time.SetFromTotalSubframes(subframes);
+            if (time.GetTotalSubframes() != subframes)
+                FAIL() << subframes << " subframes come back as " << time.GetTotalSubframes() << " at "
+                       << rate;
+
+            // The first sample of a frame, and the one before it, lie on either side of the frame's start.
+            time.SetFromTotalFrames(frame);
+            const Time_Sample start = time.GetTotalSamples();
+            for (const Cmn_Int64 offset :
+                 {Cmn_Int64{0}, Cmn_Int64{-1}, static_cast<Cmn_Int64>(random() % 700)}) {
+                const Time_Sample sample = start + Time_SampleLength(offset);
+                time.SetFromTotalSamples(sample);
+                const Cmn_Int32 expected = offset < 0 ? frame - 1 : frame;
+                if (frame != 0 && (time.GetTotalFrames() != expected || time.GetTotalSamples() != sample ||
+                                   time.GetSubSamples() < 0 || time.GetSubSamples() >= perFrame))
+                    FAIL() << sample.Dump() << " is " << time.Dump() << " at " << rate << ", expected frame "
+                           << expected;
+            }
+        }
+    }
+    Time_Globals::SetSampleRate(44100);
+}
+
+TEST(Timecode, SamplesOfKnownFrames)
+{
+    struct Case
+    {
+        ETimeCodeFormat mFormat;
+        Cmn_Int32 mFrames;
+        Cmn_Int64 mSamples;
+    };
+    constexpr Case cCases[] = {
+        {eTimeCodeFormat_30,       1,       1600      },
+        {eTimeCodeFormat_2997,     30,      48048     },
+        {eTimeCodeFormat_2997Drop, 17982,   28799971  }, // ten minutes of labels last 599.9994 s
+        {eTimeCodeFormat_23976,    1,       2002      },
+        {eTimeCodeFormat_5994Drop, 1,       801       }, // 800.8
+        {eTimeCodeFormat_25,       2159999, 4147198080},
+    };
+    Time_Globals::SetSampleRate(48000);
+    for (const Case& row : cCases) {
+        Time_SMPTE time(row.mFormat);
+        time.SetFromTotalFrames(row.mFrames);
+        EXPECT_EQ(time.GetTotalSamples(), Time_Sample(row.mSamples)) << time.Dump();
+    }
+    Time_Globals::SetPullFactor(ePullMedia_Audio, ePullType_NTSC, ePullFactor_Up);
+    EXPECT_EQ(Time_SMPTE(0, 0, 1, 0, eTimeCodeFormat_30, 0.25).GetTotalSamplesFloat(), 48000 * 1.001 + 0.25);
+    Time_Globals::SetPullFactor(ePullMedia_Audio, ePullType_NTSC, ePullFactor_None);
+
+    const AssertRecorder recorder;
+    Time_SMPTE time(0, 0, 0, 0, eTimeCodeFormat_2997, 1601.5); // a frame has 1601.6
+    EXPECT_EQ(time.GetTotalSubframes(), 99);
+    EXPECT_TRUE(recorder.Take().empty());
+    time.SetSubSamples(1601.7);
+    EXPECT_EQ(recorder.Take(),
+              std::vector<std::string>{
+                  "subSamples < ( Time_Globals::GetPullSampleRate() / fps )@$^$@Time/Time_SMPTE"});
+    time.SetFromTotalSubframes(-150);
+    EXPECT_EQ(time, Time_SMPTE());
+    Time_Globals::SetSampleRate(44100);
+}
+
+TEST(Timecode, CountsOutsideTheDayWrapOnce)
+{
+    struct Case
+    {
+        const char* mName;
+        ETimeCodeFormat mFormat;
+        Cmn_Int32 mFrames;
+        const char* mLabel;
+    };
+    constexpr Cmn_Int32 cLeast = std::numeric_limits<Cmn_Int32>::min();
+    constexpr Case cCases[] = {
+        {"the frame before midnight",             eTimeCodeFormat_25,       -1,         "23:59:59:24"   },
+        {"a day below",                           eTimeCodeFormat_24,       -2073600,   "00:00:00:00"   },
+        {"a drop day is shorter than its labels", eTimeCodeFormat_2997Drop, -1,         "00:01:26;13"   },
+        {"the same with 60 frames",               eTimeCodeFormat_60Drop,   -1,         "00:01:26;27"   },
+        {"one day above folds",                   eTimeCodeFormat_30,       2592000,    "00:00:00:00"   },
+        {"two days above fold once",              eTimeCodeFormat_30,       5184000,    "24:00:00:00"   },
+        {"a drop day later",                      eTimeCodeFormat_30Drop,   2589408,    "00:00:00;00"   },
+        {"fields wrap into 8 bits",               eTimeCodeFormat_25,       -2160001,   "00:00:00:255"  },
+        {"so do hours, 24 taken off",             eTimeCodeFormat_25,       -2250000,   "231:00:00:00"  },
+        {"the largest wraps",                     eTimeCodeFormat_60Drop,   2147483647, "28:250:250;199"},
+    };
+    for (const Case& row : cCases) {
+        Time_SMPTE time(row.mFormat);
+        time.SetFromTotalFrames(row.mFrames);
+        EXPECT_EQ(time.ToString(), row.mLabel) << row.mName;
+        time.SetFromTotalFrames(cLeast); // has to survive, sanitized
+    }
+    EXPECT_EQ(Time_SMPTE(eTimeCodeFormat_30Drop).DropFrames(-1801), -1801);
+    EXPECT_EQ(Time_SMPTE(eTimeCodeFormat_24).UndropFrames(25175), 25203); // other formats: as 60
+}
+
+TEST(Timecode, IllegalLabelsMoveForward)
+{
+    for (const ETimeCodeFormat format : cSound) {
+        const int dropped = !Time_SMPTE::IsDropFormat(format)              ? 0
+                            : Time_SMPTE::GetFramesPerSecond(format) == 30 ? 2
+                                                                           : 4;
+        for (int minute = 0; minute < 60; ++minute)
+            for (int second = 0; second < 2; ++second)
+                for (int frame = 0; frame < 6; ++frame) {
+                    const auto at = [&](int iFrame) {
+                        return Time_SMPTE(1, static_cast<Cmn_UInt8>(minute), static_cast<Cmn_UInt8>(second),
+                                          static_cast<Cmn_UInt8>(iFrame), format);
+                    };
+                    Time_SMPTE time = at(frame);
+                    time.MakeIntoLegalDropFrameLocation();
+                    const bool moves = second == 0 && minute % 10 != 0 && frame < dropped;
+                    EXPECT_EQ(time, at(moves ? dropped : frame)) << at(frame).Dump();
+                }
+    }
+}
+
+TEST(Timecode, FramesAreTakenBelowTheRate)
+{
+    Time_SMPTE time(eTimeCodeFormat_30);
+    EXPECT_TRUE(time.SetFramesBCD(0x29));
+    EXPECT_EQ(time.GetFrames(), 29);
+    EXPECT_FALSE(time.SetFrames(30));
+    EXPECT_FALSE(time.SetFramesBCD(0x30));
+    EXPECT_FALSE(time.SetFrames(255));
+    EXPECT_EQ(time.GetFrames(), 29);
+    EXPECT_TRUE(time.SetFrames(0));
+}
+
+TEST(Timecode, OrderIsByLabelThenSamplesWhateverTheFormat)
+{
+    const Time_SMPTE ascending[] = {
+        {0,                   0, 0, 59,                  eTimeCodeFormat_60},
+        {0,                   0, 1, 0,                   eTimeCodeFormat_24, 0.5},
+        {0,                   0,                    1,  0, eTimeCodeFormat_25,                 0.75},
+        {0,               1,                0,                 0,                     eTimeCodeFormat_30      },
+        {2, 0,  0,   0, eTimeCodeFormat_24          },
+    };
+    for (const auto& a : ascending)
+        for (const auto& b : ascending) {
+            EXPECT_EQ(a <=> b, &a <=> &b) << a.Dump() << " and " << b.Dump();
+            EXPECT_EQ(a == b, &a == &b);
+        }
+}
+
+TEST(Timecode, FormatZeroIsTheGlobalOneAtThatMoment)
+{
+    Time_SMPTE time(0, 1, 0, 2);
+    EXPECT_EQ(time.GetTotalFrames(), 1802);
+    EXPECT_EQ(time.ToString(), "00:01:00:02");
+    Time_Globals::SetGlobalTimeCodeFormat(eTimeCodeFormat_2997Drop);
+    EXPECT_EQ(time.GetTotalFrames(), 1800);
+    EXPECT_EQ(time.ToString(), "00:01:00;02");
+    EXPECT_FALSE(time.FromString("00:01:00;01"));
+    Time_Globals::SetGlobalTimeCodeFormat(eTimeCodeFormat_30);
+    EXPECT_TRUE(time.FromString("00:01:00:01"));
+}
+
+TEST(Timecode, FormatsWithoutARateAreReportedAndSurvive)
+{
+    const AssertRecorder recorder;
+    for (const int format : {4, 6, -1, 15, 1000}) {
+        Time_SMPTE time(static_cast<ETimeCodeFormat>(format));
+        const auto reported = [&] {
+            const auto reports = recorder.Take();
+            return !reports.empty() && reports.front() == "framesPerSecond != -1@$^$@Time/Time_SMPTE";
+        };
+        for (const Cmn_Int32 frames : {0, -1, 100000, std::numeric_limits<Cmn_Int32>::min()}) {
+            time.SetFromTotalFrames(frames);
+            EXPECT_TRUE(reported()) << format;
+            time.SetFromTotalSubframes(frames);
+            EXPECT_TRUE(reported()) << format;
+            time.SetFromTotalSamples(Time_Sample(frames));
+            EXPECT_TRUE(reported()) << format;
+        }
+        EXPECT_EQ(Time_SMPTE(0, 0, 2, 5, time.GetFormat()).GetTotalFrames(), 3);
+        EXPECT_TRUE(reported()) << format;
+        (void)time.GetTotalSubframes();
+        EXPECT_TRUE(reported()) << format;
+        (void)time.GetTotalSamples();
+        EXPECT_TRUE(reported()) << format;
+        EXPECT_FALSE(time.SetFrames(0));
+        EXPECT_TRUE(reported()) << format;
+        EXPECT_FALSE(time.FromString("00:00:00:00"));
+        EXPECT_TRUE(reported()) << format;
+    }
+}
