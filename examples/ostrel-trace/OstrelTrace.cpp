@@ -1,6 +1,6 @@
-#include "OstrelTrace.h"
+#include "examples/ostrel-trace/OstrelTrace.h"
 
-#include "OstrelTracePlatform.h"
+#include "examples/ostrel-trace/OstrelTracePlatform.h"
 
 #include <chrono>
 #include <cstdarg>
@@ -21,7 +21,7 @@ struct Trace
     std::mutex mMutex;
     // A category is on when it is named and not all are, or when all are and it is not named.
     bool mAll = false;
-    std::set<uint32_t> mNamed;
+    std::set<std::uint32_t> mNamed;
     std::string mPath;
     std::FILE* mFile = nullptr; // null for stderr
     std::string mName;
@@ -54,7 +54,8 @@ struct Trace
         while (*at != '\0') {
             char* end = nullptr;
             const unsigned long category = std::strtoul(at, &end, 16);
-            if (end != at && (*end == ',' || *end == '\0')) mNamed.insert(static_cast<uint32_t>(category));
+            if (end != at && (*end == ',' || *end == '\0'))
+                mNamed.insert(static_cast<std::uint32_t>(category));
             at = end != at ? end : at + 1;
             while (*at != ',' && *at != '\0')
                 ++at;
@@ -63,9 +64,9 @@ struct Trace
     }
 
     bool IsActive() const { return mAll || !mNamed.empty(); }
-    bool IsOn(uint32_t iCategory) const { return mAll != (mNamed.count(iCategory) != 0); }
+    bool IsOn(std::uint32_t iCategory) const { return mAll != (mNamed.count(iCategory) != 0); }
 
-    std::string Head(uint32_t iCategory) const
+    std::string Head(std::uint32_t iCategory) const
     {
         char head[32];
         std::snprintf(head, sizeof head, "[%lX] ", static_cast<unsigned long>(iCategory));
@@ -83,7 +84,7 @@ struct Trace
         return text;
     }
 
-    void Write(uint32_t iCategory, const std::string& iText)
+    void Write(std::uint32_t iCategory, const std::string& iText)
     {
         if (mHandler != nullptr) {
             mHandler(mHandlerContext, iCategory, iText.c_str());
@@ -116,7 +117,7 @@ std::string Formatted(const char* iFormat, va_list iArguments)
 
 // Writes what iText(trace) gives, if the category is on.
 template <class Text>
-void WriteIfOn(uint32_t iCategory, Text iText)
+void WriteIfOn(std::uint32_t iCategory, Text iText)
 {
     Trace& trace = TheTrace();
     const std::lock_guard lock(trace.mMutex);
@@ -125,21 +126,21 @@ void WriteIfOn(uint32_t iCategory, Text iText)
 
 } // namespace
 
-uint8_t OstrelTraceIsActiveFunc(void)
+std::uint8_t OstrelTraceIsActiveFunc()
 {
     Trace& trace = TheTrace();
     const std::lock_guard lock(trace.mMutex);
     return trace.IsActive();
 }
 
-int32_t OstrelTraceReloadConfigsFunc(void)
+std::int32_t OstrelTraceReloadConfigsFunc()
 {
     Trace& trace = TheTrace();
     const std::lock_guard lock(trace.mMutex);
     return trace.ReadEnvironment() ? 0 : -1;
 }
 
-void OstrelTraceFormat(uint32_t iCategory, const char* iFormat, ...)
+void OstrelTraceFormat(std::uint32_t iCategory, const char* iFormat, ...)
 {
     va_list arguments;
     va_start(arguments, iFormat);
@@ -148,7 +149,7 @@ void OstrelTraceFormat(uint32_t iCategory, const char* iFormat, ...)
     va_end(arguments);
 }
 
-void OstrelTraceFormatQuiet(uint32_t iCategory, const char* iFormat, ...)
+void OstrelTraceFormatQuiet(std::uint32_t iCategory, const char* iFormat, ...)
 {
     va_list arguments;
     va_start(arguments, iFormat);
@@ -156,7 +157,7 @@ void OstrelTraceFormatQuiet(uint32_t iCategory, const char* iFormat, ...)
     va_end(arguments);
 }
 
-void OstrelTraceFormatTimestamp(uint32_t iCategory, const char* iFormat, ...)
+void OstrelTraceFormatTimestamp(std::uint32_t iCategory, const char* iFormat, ...)
 {
     va_list arguments;
     va_start(arguments, iFormat);
@@ -166,18 +167,18 @@ void OstrelTraceFormatTimestamp(uint32_t iCategory, const char* iFormat, ...)
     va_end(arguments);
 }
 
-void OstrelTracePuts(uint32_t iCategory, const char* iText)
+void OstrelTracePuts(std::uint32_t iCategory, const char* iText)
 {
     WriteIfOn(iCategory, [&](const Trace& iTrace) { return iTrace.Head(iCategory) + iText + "\n"; });
 }
 
-void OstrelTraceMem(uint32_t iCategory, const void* iBytes, uint32_t iSize)
+void OstrelTraceMem(std::uint32_t iCategory, const void* iBytes, std::uint32_t iSize)
 {
     const auto bytes = static_cast<const unsigned char*>(iBytes);
     WriteIfOn(iCategory, [&](const Trace& iTrace) {
         std::string text = iTrace.Head(iCategory) + std::to_string(iSize) + " bytes";
         char piece[32];
-        for (uint32_t at = 0; at < iSize; ++at) {
+        for (std::uint32_t at = 0; at < iSize; ++at) {
             if (at % 16 == 0) {
                 std::snprintf(piece, sizeof piece, "\n    %08lX:", static_cast<unsigned long>(at));
                 text += piece;
@@ -189,14 +190,14 @@ void OstrelTraceMem(uint32_t iCategory, const void* iBytes, uint32_t iSize)
     });
 }
 
-void OstrelTraceStack(uint32_t iCategory)
+void OstrelTraceStack(std::uint32_t iCategory)
 {
     WriteIfOn(iCategory, [&](const Trace& iTrace) {
         return iTrace.Head(iCategory) + "stack\n" + OstrelTraceStackText();
     });
 }
 
-int32_t OstrelTraceChangeFacilityPriorityFunc(uint32_t iCategory, int32_t iPriority)
+std::int32_t OstrelTraceChangeFacilityPriorityFunc(std::uint32_t iCategory, std::int32_t iPriority)
 {
     Trace& trace = TheTrace();
     const std::lock_guard lock(trace.mMutex);
@@ -216,7 +217,7 @@ void OstrelTraceRegisterHandlerFunc(OstrelTraceHandler iHandler, void* ioContext
     trace.mHandlerContext = ioContext;
 }
 
-uint8_t OstrelTraceFacilityOnFunc(uint32_t iCategory)
+std::uint8_t OstrelTraceFacilityOnFunc(std::uint32_t iCategory)
 {
     Trace& trace = TheTrace();
     const std::lock_guard lock(trace.mMutex);
@@ -237,7 +238,7 @@ void OstrelTraceSetNameFunc(const char* iName)
     trace.mName = iName != nullptr ? iName : "";
 }
 
-const char* OstrelTraceOSErrToString(int32_t iError)
+const char* OstrelTraceOSErrToString(std::int32_t iError)
 {
     switch (iError) {
     case 0:
@@ -265,7 +266,7 @@ void OstrelTraceLegacyFormat(const char* iFormat, ...)
     va_end(arguments);
 }
 
-const char* OstrelTraceGetTracePath(void)
+const char* OstrelTraceGetTracePath()
 {
     Trace& trace = TheTrace();
     const std::lock_guard lock(trace.mMutex);

@@ -1,5 +1,5 @@
 #include "Kora/Sys/Sys_TraceBinder.h"
-#include "OstrelTrace.h"
+#include "examples/ostrel-trace/OstrelTrace.h"
 
 #include <gtest/gtest.h>
 
@@ -36,7 +36,7 @@ protected:
     }
     ~TraceTest() override { Sys_Trace::sEnabled = 0; }
 
-    static void Collect(void* ioContext, uint32_t, const char* iText)
+    static void Collect(void* ioContext, std::uint32_t, const char* iText)
     {
         *static_cast<std::string*>(ioContext) += iText;
     }

@@ -1,4 +1,4 @@
-#include "OstrelTracePlatform.h"
+#include "examples/ostrel-trace/OstrelTracePlatform.h"
 
 #include <cstdlib>
 #include <execinfo.h>
