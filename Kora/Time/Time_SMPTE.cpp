@@ -78,12 +78,6 @@ constexpr DropRule cDrop60 = {
     4, 3600, 36000, 35964, {0, 3600, 7196, 10792, 14388, 17984, 21580, 25175, 28772, 32368, cPastAll}
 };
 
-const DropRule& DropRuleOf(ETimeCodeFormat iFormat)
-{
-    const ETimeCodeFormat format = Resolved(iFormat);
-    return format == eTimeCodeFormat_2997Drop || format == eTimeCodeFormat_30Drop ? cDrop30 : cDrop60;
-}
-
 template <const DropRule& cRule>
 Cmn_Int32 FramesOfLabels(Cmn_Int32 iLabels)
 {
@@ -100,13 +94,26 @@ Cmn_Int32 LabelsOfFrames(Cmn_Int32 iFrames)
     constexpr Cmn_Int32 cDroppedPerBlock = 9 * cRule.mDroppedPerMinute;
     const Cmn_Int32 block = iFrames / cRule.mFramesPerBlock;
     const Cmn_Int32 inBlock = iFrames % cRule.mFramesPerBlock;
-    Cmn_Int32 minute = 0;
+    Cmn_UInt32 minute = 0;
     if (inBlock >= 0) {
         // Minutes open somewhat earlier than every mLabelsPerMinute frames, never by a whole minute.
-        minute = inBlock / cRule.mLabelsPerMinute;
-        minute += inBlock >= cRule.mMinuteStarts[static_cast<std::size_t>(minute) + 1] ? 1 : 0;
+        minute = static_cast<Cmn_UInt32>(inBlock) / static_cast<Cmn_UInt32>(cRule.mLabelsPerMinute);
+        minute += inBlock >= cRule.mMinuteStarts[minute + 1] ? 1 : 0;
     }
-    return Cmn_WrapAdd(iFrames, cDroppedPerBlock * block + cRule.mDroppedPerMinute * minute);
+    return Cmn_WrapAdd(iFrames,
+                       cDroppedPerBlock * block + cRule.mDroppedPerMinute * static_cast<Cmn_Int32>(minute));
+}
+
+Cmn_Int32 DropLabels(Cmn_Int32 iLabels, const Format& iFormat)
+{
+    return iFormat.mDroppedPerMinute == cDrop30.mDroppedPerMinute ? FramesOfLabels<cDrop30>(iLabels)
+                                                                  : FramesOfLabels<cDrop60>(iLabels);
+}
+
+Cmn_Int32 UndropLabels(Cmn_Int32 iFrames, const Format& iFormat)
+{
+    return iFormat.mDroppedPerMinute == cDrop30.mDroppedPerMinute ? LabelsOfFrames<cDrop30>(iFrames)
+                                                                  : LabelsOfFrames<cDrop60>(iFrames);
 }
 
 // The frame whose label no skip-rule counter knows, but ours writes: see cDrop60.
@@ -164,14 +171,14 @@ Cmn_Int32 Time_SMPTE::GetTotalFrames() const
 {
     const Format& format = CheckedFormatOf(mFormat);
     const Cmn_Int32 labels = ((mHours * 60 + mMinutes) * 60 + mSeconds) * format.mFramesPerSecond + mFrames;
-    return format.mDroppedPerMinute != 0 ? DropFrames(labels) : labels;
+    return format.mDroppedPerMinute != 0 ? DropLabels(labels, format) : labels;
 }
 
 void Time_SMPTE::SetFromTotalFrames(Cmn_Int32 iFrames)
 {
     const Format& format = CheckedFormatOf(mFormat);
     Cmn_Int32 labels = iFrames < 0 ? Cmn_WrapAdd(iFrames, format.mFramesPerSecond * cSecondsPerDay) : iFrames;
-    if (format.mDroppedPerMinute != 0) labels = UndropFrames(labels);
+    if (format.mDroppedPerMinute != 0) labels = UndropLabels(labels, format);
 
     // Constant divisors cost a multiplication each; a division by a variable costs several times that.
     switch (format.mFramesPerSecond) {
@@ -199,15 +206,15 @@ void Time_SMPTE::SetFromTotalFrames(Cmn_Int32 iFrames)
 template <Cmn_Int32 cFramesPerSecond>
 void Time_SMPTE::SetFields(Cmn_Int32 iLabels)
 {
-    constexpr Cmn_Int32 cPerMinute = cFramesPerSecond * 60;
-    constexpr Cmn_Int32 cPerHour = cPerMinute * 60;
-    const Cmn_Int32 inHour = iLabels % cPerHour;
-    const Cmn_Int32 inMinute = inHour % cPerMinute;
-    mHours = static_cast<Cmn_UInt8>(iLabels / cPerHour);
+    // Three quotients of the same count, rather than each of the last one's remainder: they do not wait for each other.
+    const Cmn_Int32 seconds = Cmn_TruncDiv(iLabels, cFramesPerSecond);
+    const Cmn_Int32 minutes = iLabels / (cFramesPerSecond * 60);
+    const Cmn_Int32 hours = iLabels / (cFramesPerSecond * 3600);
+    mHours = static_cast<Cmn_UInt8>(hours);
     if (mHours > 23) mHours = static_cast<Cmn_UInt8>(mHours - 24);
-    mMinutes = static_cast<Cmn_UInt8>(inHour / cPerMinute);
-    mSeconds = static_cast<Cmn_UInt8>(inMinute / cFramesPerSecond);
-    mFrames = static_cast<Cmn_UInt8>(inMinute % cFramesPerSecond);
+    mMinutes = static_cast<Cmn_UInt8>(minutes - 60 * hours);
+    mSeconds = static_cast<Cmn_UInt8>(seconds - 60 * minutes);
+    mFrames = static_cast<Cmn_UInt8>(Cmn_WrapSub(iLabels, Cmn_WrapMul(seconds, cFramesPerSecond)));
     mSubSamples = 0;
 }
 
@@ -254,16 +261,11 @@ void Time_SMPTE::MakeIntoLegalDropFrameLocation()
     if (mSeconds == 0 && mMinutes % 10 != 0 && mFrames < dropped) mFrames = static_cast<Cmn_UInt8>(dropped);
 }
 
-Cmn_Int32 Time_SMPTE::DropFrames(Cmn_Int32 iLabels) const
-{
-    return &DropRuleOf(mFormat) == &cDrop30 ? FramesOfLabels<cDrop30>(iLabels)
-                                            : FramesOfLabels<cDrop60>(iLabels);
-}
+Cmn_Int32 Time_SMPTE::DropFrames(Cmn_Int32 iLabels) const { return DropLabels(iLabels, FormatOf(mFormat)); }
 
 Cmn_Int32 Time_SMPTE::UndropFrames(Cmn_Int32 iFrames) const
 {
-    return &DropRuleOf(mFormat) == &cDrop30 ? LabelsOfFrames<cDrop30>(iFrames)
-                                            : LabelsOfFrames<cDrop60>(iFrames);
+    return UndropLabels(iFrames, FormatOf(mFormat));
 }
 
 bool Time_SMPTE::IsLabel() const
