@@ -30,24 +30,47 @@ public:
     // Copies iCount ascending keys and lays a new grid over them.
     void Build(const Key* iKeys, std::size_t iCount)
     {
-        mCount = iCount;
-        mKeys.assign(iKeys, iKeys + iCount);
-        mKeys.insert(mKeys.end(), cPadding, cNever);
+        Build(iCount, [iKeys](std::size_t i) { return iKeys[i]; });
+    }
+    // The same where iKeyAt(i) is the i-th key.
+    template <class KeyAt>
+    void Build(std::size_t iCount, KeyAt iKeyAt)
+    {
+        SetKeys(iCount, 0, iKeyAt);
         LayGrid();
-        CountFrom(0);
+        CountFrom(0, iCount);
+        CountAllAfter(iCount == 0 ? 0 : BucketOf(mKeys[iCount - 1]) + 1);
     }
 
     // The same where the first iUnchanged keys are those of the last call. Keeps the grid while it fits, and then
     // costs what lies behind iUnchanged.
     void Update(const Key* iKeys, std::size_t iCount, std::size_t iUnchanged)
     {
-        if (iCount == 0 || iUnchanged == 0 || !GridFits(iKeys[iCount - 1], iCount))
-            return Build(iKeys, iCount);
-        mCount = iCount;
-        mKeys.resize(iUnchanged);
-        mKeys.insert(mKeys.end(), iKeys + iUnchanged, iKeys + iCount);
-        mKeys.insert(mKeys.end(), cPadding, cNever);
-        CountFrom(iUnchanged);
+        Splice(iCount, iUnchanged, 0, [iKeys](std::size_t i) { return iKeys[i]; });
+    }
+
+    // The same where the last iBack keys also are the last ones of the last call. Costs what lies between, and a
+    // pass over the grid behind when the count changes.
+    template <class KeyAt>
+    void Splice(std::size_t iCount, std::size_t iFront, std::size_t iBack, KeyAt iKeyAt)
+    {
+        if (iFront == 0 || iCount < 2 || mCount < 2 || !GridFits(iKeyAt(iCount - 1), iCount))
+            return Build(iCount, iKeyAt);
+        const auto more = static_cast<Cmn_UInt32>(iCount - mCount); // modulo 2^32, so that it may be negative
+        SetKeys(iCount, iFront, iKeyAt);
+        if (iBack == 0) {
+            CountFrom(iFront, iCount);
+            return CountAllAfter(BucketOf(mKeys[iCount - 1]) + 1);
+        }
+        // The first key at the back has its bucket counted anew; behind that bucket, only the count has changed.
+        const std::size_t stop = BucketOf(mKeys[iCount - iBack]) + 1;
+        Cmn_UInt32 kept[cWrittenAtOnce];
+        std::copy_n(mBefore.begin() + static_cast<std::ptrdiff_t>(stop), cWrittenAtOnce, kept);
+        CountFrom(iFront, iCount - iBack + 1);
+        std::copy_n(kept, cWrittenAtOnce, mBefore.begin() + static_cast<std::ptrdiff_t>(stop));
+        if (more == 0) return;
+        for (std::size_t bucket = stop; bucket < mBefore.size(); ++bucket)
+            mBefore[bucket] += more;
     }
 
     // Index of the last key not above the probe; 0 when all are above it, or there is none.
@@ -84,57 +107,83 @@ private:
             const double place = (iKey - mKeys[0]) * mScale;
             return place < static_cast<double>(mLastBucket) ? static_cast<std::size_t>(place) : mLastBucket;
         } else {
-            const Cmn_UInt64 distance = static_cast<Cmn_UInt64>(iKey) - static_cast<Cmn_UInt64>(mKeys[0]);
-            return std::min<Cmn_UInt64>(distance >> mShift, mLastBucket);
+            return std::min<Cmn_UInt64>(Distance(iKey) >> mShift, mLastBucket);
         }
     }
 
-    // At least two buckets a key, so that most hold one key or none.
+    template <class KeyAt>
+    void SetKeys(std::size_t iCount, std::size_t iFrom, KeyAt iKeyAt)
+    {
+        mCount = iCount;
+        mKeys.resize(iCount + cPadding);
+        Key* const keys = mKeys.data();
+        for (std::size_t i = iFrom; i < iCount; ++i)
+            keys[i] = iKeyAt(i);
+        std::fill_n(keys + iCount, cPadding, cNever);
+    }
+
+    // At least two buckets a key, so that most hold one key or none. A quarter or more of the grid lies behind the
+    // last key at first, so that keys may move up.
     void LayGrid()
     {
-        const std::size_t buckets = std::bit_ceil(std::max<std::size_t>(mCount, 1) * 2);
+        const std::size_t buckets = std::bit_ceil(std::max<std::size_t>(mCount, 1) * 3);
         mLastBucket = buckets - 1;
         mBefore.assign(buckets + 1 + cWrittenAtOnce, 0);
         if (mCount < 2) return;
         if constexpr (cIsFloat) {
             const double span = mKeys[mCount - 1] - mKeys[0];
-            mScale = span > 0 ? static_cast<double>(buckets) / span : 0.0;
+            mScale = span > 0 ? static_cast<double>(buckets) * 0.75 / span : 0.0;
             // A span of subnormal size would make the scale infinite; one bucket then holds all.
             if (!(mScale <= std::numeric_limits<double>::max())) mScale = 0.0;
         } else {
-            const Cmn_UInt64 span =
-                static_cast<Cmn_UInt64>(mKeys[mCount - 1]) - static_cast<Cmn_UInt64>(mKeys[0]);
+            const Cmn_UInt64 span = Distance(mKeys[mCount - 1]);
             mShift = std::max(0, static_cast<int>(std::bit_width(span)) -
                                      static_cast<int>(std::bit_width(mLastBucket)));
         }
     }
 
+    Cmn_UInt64 Distance(Key iKey) const
+        requires(!cIsFloat)
+    {
+        return static_cast<Cmn_UInt64>(iKey) - static_cast<Cmn_UInt64>(mKeys[0]);
+    }
+
     // The grid may serve while its buckets are neither crowded nor mostly empty, and the last key falls inside.
     bool GridFits(Key iLastKey, std::size_t iCount) const
     {
-        if (mCount < 2 || iCount < 2 || !(iLastKey >= mKeys[0])) return false;
-        const std::size_t buckets = mLastBucket + 1, lastBucket = BucketOf(iLastKey);
-        return iCount <= buckets && iCount >= buckets / 8 && lastBucket >= buckets / 4 &&
-               lastBucket + 1 < buckets;
+        const std::size_t buckets = mLastBucket + 1;
+        if (!(iLastKey >= mKeys[0]) || iCount > buckets / 2 || iCount < buckets / 16) return false;
+        if constexpr (cIsFloat) {
+            const double place = (iLastKey - mKeys[0]) * mScale;
+            return place >= static_cast<double>(buckets / 4) && place < static_cast<double>(buckets);
+        } else {
+            const Cmn_UInt64 place = Distance(iLastKey) >> mShift;
+            return place >= buckets / 4 && place < buckets;
+        }
     }
 
-    // Counts the keys from iFrom on into the grid; what the keys before it gave stays.
+    // Counts the keys in [iFrom, iTo) into the grid; what the keys before gave stays.
     //
     // Each key owes its index to the buckets from `next` to its own. Eight are written whatever their number, since
     // a branch here would be mispredicted at every other key; what is written too far is written over by the next
-    // key, or at the end.
-    void CountFrom(std::size_t iFrom)
+    // key, or by the caller at the end.
+    void CountFrom(std::size_t iFrom, std::size_t iTo)
     {
         Cmn_UInt32* const before = mBefore.data();
         std::size_t next = iFrom == 0 ? 0 : BucketOf(mKeys[iFrom - 1]) + 1;
-        for (std::size_t i = iFrom; i < mCount; ++i) {
+        for (std::size_t i = iFrom; i < iTo; ++i) {
             const std::size_t behind = BucketOf(mKeys[i]) + 1;
             std::fill_n(before + next, cWrittenAtOnce, static_cast<Cmn_UInt32>(i));
             if (behind > next + cWrittenAtOnce) [[unlikely]]
                 std::fill(before + next + cWrittenAtOnce, before + behind, static_cast<Cmn_UInt32>(i));
             next = behind;
         }
-        std::fill(mBefore.begin() + static_cast<std::ptrdiff_t>(next), mBefore.end(),
+    }
+
+    // All keys lie before these buckets.
+    void CountAllAfter(std::size_t iBucket)
+    {
+        std::fill(mBefore.begin() + static_cast<std::ptrdiff_t>(iBucket), mBefore.end(),
                   static_cast<Cmn_UInt32>(mCount));
     }
 
