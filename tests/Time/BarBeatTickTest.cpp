@@ -8,6 +8,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 namespace {
 
 using Reports = std::vector<std::string>;
@@ -138,25 +140,21 @@ TEST(BarBeatTick, TextRoundTrips)
 
 TEST(NotationDuration, TicksOfNoteValues)
 {
-    struct Case
-    {
-        Time_NotationDurationValue mValue;
-        Cmn_Int64 mTicks;
-    };
-    const Case cases[] = {
+    constexpr Time_ENoteDuration cEighth = Time_eNoteDuration_Eighth;
+    const std::pair<Time_NotationDurationValue, Cmn_Int64> cases[] = {
         {{},                                                          960000           },
         {{Time_eNoteDuration_Whole, false},                           3840000          },
         {{Time_eNoteDuration_Whole, true},                            5760000          },
         {{Time_eNoteDuration_Quarter, true},                          1440000          },
         {{Time_eNoteDuration_SixtyFourth, false},                     60000            },
-        {{Time_eNoteDuration_Eighth, false, true, 2, 3},              320000           },
-        {{Time_eNoteDuration_Eighth, true, true, 4, 7},               411428           },
-        {{Time_eNoteDuration_Eighth, false, true, 2, 0},              480000           },
-        {{Time_eNoteDuration_Eighth, false, false, 2, 5},             480000           },
-        {{Time_eNoteDuration_Whole, true, true, -2147483647 - 1, -1}, 12369505812480000},
+        {{cEighth, false, true, 2, 3},                                320000           },
+        {{cEighth, true, true, 4, 7},                                 411428           },
+        {{cEighth, false, true, 2, 0},                                480000           },
+        {{cEighth, false, false, 2, 5},                               480000           },
+        {{Time_eNoteDuration_Whole, true, true, -2147483647 - 1, -1}, 12369505812480000}
     };
-    for (const Case& row : cases)
-        EXPECT_EQ(row.mValue.GetTicks(), Time_TickLength(row.mTicks)) << row.mValue.Dump();
+    for (const auto& [value, ticks] : cases)
+        EXPECT_EQ(value.GetTicks(), Time_TickLength(ticks)) << value.Dump();
 
     const AssertRecorder recorder;
     for (const int code : {-1, 0, 8, 77})
@@ -167,34 +165,26 @@ TEST(NotationDuration, TicksOfNoteValues)
 
 TEST(NotationDuration, TheLongestNoteValueThatFits)
 {
-    struct Case
-    {
-        Cmn_Int64 mLength;
-        Time_ENoteDuration mDuration;
-        bool mDotted;
+    const auto made = [](const Time_TickLength& iLength) {
+        Time_NotationDurationValue value(Time_eNoteDuration_Whole, true, true, 9, 9);
+        Time_NotationDurationValue::MakeDurationValue(iLength, value);
+        return value;
     };
-    constexpr Case cCases[] = {
-        {-5,       Time_eNoteDuration_SixtyFourth,  false},
-        {10,       Time_eNoteDuration_SixtyFourth,  false},
-        {89999,    Time_eNoteDuration_SixtyFourth,  false},
-        {90000,    Time_eNoteDuration_SixtyFourth,  true },
-        {119999,   Time_eNoteDuration_SixtyFourth,  true },
-        {120000,   Time_eNoteDuration_ThirtySecond, false},
-        {959999,   Time_eNoteDuration_Eighth,       true },
-        {960000,   Time_eNoteDuration_Quarter,      false},
-        {3839999,  Time_eNoteDuration_Half,         true },
-        {5759999,  Time_eNoteDuration_Whole,        false},
-        {99999999, Time_eNoteDuration_Whole,        true },
-    };
-    for (const Case& row : cCases) {
-        Time_NotationDurationValue value;
-        Time_NotationDurationValue::MakeDurationValue(Time_TickLength(row.mLength), value);
-        EXPECT_EQ(value, Time_NotationDurationValue(row.mDuration, row.mDotted)) << row.mLength;
-    }
+    // Around every plain and dotted value: the first in descending order that is not longer, else the shortest.
+    std::vector<Time_NotationDurationValue> descending;
+    for (int code = 1; code <= 7; ++code)
+        for (const bool dotted : {true, false})
+            descending.emplace_back(static_cast<Time_ENoteDuration>(code), dotted);
+    for (const auto& around : descending)
+        for (const Cmn_Int64 offset : {-1, 0, 1}) {
+            const Time_TickLength length = around.GetTicks() + Time_TickLength(offset);
+            const auto fits = [&](const auto& iValue) { return iValue.GetTicks() <= length; };
+            const auto expected = std::find_if(descending.begin(), descending.end() - 1, fits);
+            EXPECT_EQ(made(length), *expected) << length.Dump();
+        }
+    EXPECT_EQ(made(Time_TickLength(-5)), descending.back());
     const AssertRecorder recorder;
-    Time_NotationDurationValue value;
-    Time_NotationDurationValue::MakeDurationValue(Time_TickLength(960000, Time_eTickType_Display), value);
-    EXPECT_EQ(value, Time_NotationDurationValue());
+    EXPECT_EQ(made(Time_TickLength(960000, Time_eTickType_Display)), Time_NotationDurationValue());
     EXPECT_EQ(recorder.Take(), Reports{cMixed});
 }
 
@@ -229,27 +219,22 @@ TEST(Meter, StreamsThroughItsBytesAndRefusesBrokenOnes)
     EXPECT_EQ(read(good), meter);
     EXPECT_NE(read(good), Time_Meter(7, 8));
 
-    struct Flaw
-    {
-        const char* mName;
-        std::size_t mByte;
-        Cmn_UInt8 mValue;
+    // Numerators, denominators, versions, note values and bools that no writer writes.
+    constexpr std::pair<std::size_t, Cmn_UInt8> cFlaws[] = {
+        {0,  0   },
+        {3,  0x80},
+        {4,  0   },
+        {6,  0x3B},
+        {8,  0   },
+        {8,  2   },
+        {10, 0   },
+        {10, 8   },
+        {14, 2   }
     };
-    constexpr Flaw cFlaws[] = {
-        {"numerator 0",           0,  0   },
-        {"negative numerator",    3,  0x80},
-        {"denominator 0",         4,  0   },
-        {"denominator too large", 6,  0x3B},
-        {"click version 0",       8,  0   },
-        {"click version 2",       8,  2   },
-        {"note value 0",          10, 0   },
-        {"note value 8",          10, 8   },
-        {"dotted 2",              14, 2   },
-    };
-    for (const Flaw& flaw : cFlaws) {
+    for (const auto& [byte, value] : cFlaws) {
         std::vector<Cmn_UInt8> bad = good;
-        bad[flaw.mByte] = flaw.mValue;
-        EXPECT_THROW(read(bad), Cmn_Exception) << flaw.mName;
+        bad[byte] = value;
+        EXPECT_THROW(read(bad), Cmn_Exception) << "byte " << byte;
     }
     for (std::size_t size = 0; size < good.size(); ++size)
         EXPECT_THROW(read({good.begin(), good.begin() + static_cast<std::ptrdiff_t>(size)}),

@@ -62,16 +62,12 @@ constexpr EPullFactor cNone = ePullFactor_None, cUp = ePullFactor_Up, cDown = eP
 
 TEST_F(GlobalsTest, LoadValues)
 {
-    EXPECT_EQ(Time_Globals::GetSampleRate(), 44100.0);
-    EXPECT_EQ(Time_Globals::GetFrameRate(), 29.97002997002997);
+    EXPECT_EQ(Time_Globals::GetPullSampleRate(), 44100.0);
+    EXPECT_EQ(Time_Globals::GetPullFrameRate(), 29.97002997002997);
     EXPECT_EQ(Time_Globals::GetGlobalTimeCodeFormat(), 7);
     EXPECT_EQ(Time_Globals::GetFrameOffset(), 0);
     EXPECT_FALSE(Time_Globals::GetAutoMatchPullFactors());
-    for (const EPullMedia media : {ePullMedia_Audio, ePullMedia_Video})
-        for (const EPullType type : {ePullType_NTSC, ePullType_PAL})
-            EXPECT_EQ(Time_Globals::GetPullFactor(media, type) * 10 +
-                          Time_Globals::GetPullFactorSaveForLE(media, type),
-                      11);
+    EXPECT_EQ(Time_Globals::GetPullFactorSaveForLE(ePullMedia_Audio, ePullType_PAL), cNone);
 }
 
 TEST_F(GlobalsTest, ChangesAreTracedOnce)
@@ -92,51 +88,37 @@ TEST_F(GlobalsTest, ChangesAreTracedOnce)
     EXPECT_EQ(Time_Globals::GetSampleRate(), 96000);
 }
 
-TEST_F(GlobalsTest, AudioPullsBendTheSampleRate)
-{
-    struct Case
-    {
-        EPullFactor mNTSC, mPAL;
-        double mRate, mExpected;
-    };
-    constexpr Case cCases[] = {
-        {cNone, cNone,                       48000, 48000                             },
-        {cDown, cNone,                       48000, 48000 / 1.001                     },
-        {cUp,   cDown,                       44100, 44100 * 1.001 * 0.96              },
-        {cDown, cUp,                         44100, 44100 / 1.001 * 1.0416666666666667},
-        {cNone, static_cast<EPullFactor>(9), 44100, 44100                             },
-    };
-    SetVideo(cUp, cUp); // plays no part
-    for (const Case& row : cCases) {
-        SetAudio(row.mNTSC, row.mPAL);
-        Time_Globals::SetSampleRate(row.mRate);
-        EXPECT_EQ(Time_Globals::GetPullSampleRate(), row.mExpected) << row.mNTSC << row.mPAL;
-    }
-    EXPECT_EQ(Time_Globals::AdjustForPullFactors(static_cast<EPullMedia>(2), 7.5), 7.5);
-}
-
 TEST_F(GlobalsTest, VideoPullsAdjustDurationsAgainstRates)
 {
     struct Case
     {
         EPullFactor mNTSC, mPAL;
-        double mRate, mDuration; // of 30
+        double mSampleRate, mFrameRate, mDuration; // of 44100, 30 and 30
     };
+    constexpr double cPALUp = 1.0416666666666667;
     constexpr Case cCases[] = {
-        {cDown, cNone, 30.0 * 1000 / 1001,           30 * 1.001                     },
-        {cUp,   cNone, 30.0 * 1001 / 1000,           30 / 1.001                     },
-        {cNone, cDown, 30.0 * 24 / 25,               30 * 1.0416666666666667        },
-        {cNone, cUp,   30.0 * 25 / 24,               30 * 0.96                      },
-        {cUp,   cDown, 30.0 * 1001 / 1000 * 24 / 25, 30 / 1.001 * 1.0416666666666667},
+        {cNone,                       cNone, 44100,                30,                           30                 },
+        {cDown,                       cNone, 44100 / 1.001,        30.0 * 1000 / 1001,           30 * 1.001         },
+        {cUp,                         cNone, 44100 * 1.001,        30.0 * 1001 / 1000,           30 / 1.001         },
+        {cNone,                       cDown, 44100 * 0.96,         30.0 * 24 / 25,               30 * cPALUp        },
+        {cNone,                       cUp,   44100 * cPALUp,       30.0 * 25 / 24,               30 * 0.96          },
+        {cUp,                         cDown, 44100 * 1.001 * 0.96, 30.0 * 1001 / 1000 * 24 / 25, 30 / 1.001 * cPALUp},
+        {static_cast<EPullFactor>(9), cUp,   44100 * cPALUp,       30.0 * 25 / 24,               30 * 0.96          },
     };
-    SetAudio(cUp, cUp); // plays no part
     Time_Globals::SetFrameRate(30);
     for (const Case& row : cCases) {
+        SetAudio(row.mNTSC, row.mPAL);
+        EXPECT_EQ(Time_Globals::GetPullSampleRate(), row.mSampleRate) << row.mNTSC << row.mPAL;
+        EXPECT_EQ(Time_Globals::GetPullFrameRate(), 30) << "audio pulls leave video alone";
+        SetAudio(cNone, cNone);
         SetVideo(row.mNTSC, row.mPAL);
-        EXPECT_EQ(Time_Globals::GetPullFrameRate(), row.mRate) << row.mNTSC << row.mPAL;
+        EXPECT_EQ(Time_Globals::GetPullFrameRate(), row.mFrameRate) << row.mNTSC << row.mPAL;
         EXPECT_EQ(Time_Globals::AdjustForPullFactors(ePullMedia_Video, 30), row.mDuration)
             << row.mNTSC << row.mPAL;
+        EXPECT_EQ(Time_Globals::GetPullSampleRate(), 44100) << "video pulls leave audio alone";
+        SetVideo(cNone, cNone);
     }
+    EXPECT_EQ(Time_Globals::AdjustForPullFactors(static_cast<EPullMedia>(2), 7.5), 7.5);
 }
 
 TEST_F(GlobalsTest, CombinationsNameBothPulls)
@@ -178,39 +160,33 @@ TEST_F(GlobalsTest, CombinationsNameBothPulls)
 
 TEST_F(GlobalsTest, FormatsNameThemselvesAndTheirAudioPulls)
 {
-    struct Case
-    {
-        const char* mName;
-        std::vector<int> mValid; // audio combinations
-    };
-    const Case cases[] = {
-        {"?",                    {}    },
-        {"24 fps",               {2, 3}},
-        {"25 fps",               {4, 8}},
-        {"29.97 fps",            {1, 5}},
-        {"29.97 fps (OMF)",      {}    },
-        {"29.97 fps drop",       {1, 5}},
-        {"2997  fps drop (OMF)", {}    },
-        {"30 fps",               {2, 3}},
-        {"30 fps drop",          {2, 3}},
-        {"23.976 fps",           {1, 5}},
-        {"50 fps",               {}    },
-        {"59.94 fps",            {}    },
-        {"59.94 fps drop",       {}    },
-        {"60 fps",               {}    },
-        {"60 fps drop",          {}    },
-        {"?",                    {}    },
-    };
-    int format = 0;
-    for (const Case& row : cases) {
-        Time_Globals::SetGlobalTimeCodeFormat(static_cast<ETimeCodeFormat>(format++));
+    constexpr const char* cNames[] = {"?",
+                                      "24 fps",
+                                      "25 fps",
+                                      "29.97 fps",
+                                      "29.97 fps (OMF)",
+                                      "29.97 fps drop",
+                                      "2997  fps drop (OMF)",
+                                      "30 fps",
+                                      "30 fps drop",
+                                      "23.976 fps",
+                                      "50 fps",
+                                      "59.94 fps",
+                                      "59.94 fps drop",
+                                      "60 fps",
+                                      "60 fps drop",
+                                      "?"};
+    constexpr const char* cValid[] = {"",   "23", "48", "15", "", "15", "", "23",
+                                      "23", "15", "",   "",   "", "",   "", ""};
+    for (int format = 0; format < 16; ++format) {
+        Time_Globals::SetGlobalTimeCodeFormat(static_cast<ETimeCodeFormat>(format));
         EXPECT_STREQ(Time_Globals::GetTimeCodeFormatString(Time_Globals::GetGlobalTimeCodeFormat()),
-                     row.mName);
-        std::vector<int> valid;
-        for (int combo = -1; combo <= 9; ++combo)
+                     cNames[format]);
+        std::string valid; // audio combinations
+        for (int combo = 0; combo <= 9; ++combo)
             if (Time_Globals::ValidAudioComboFactor(static_cast<EComboPullFactor>(combo)))
-                valid.push_back(combo);
-        EXPECT_EQ(valid, row.mValid) << row.mName;
+                valid += std::to_string(combo);
+        EXPECT_EQ(valid, cValid[format]) << cNames[format];
     }
 }
 

@@ -22,26 +22,21 @@ Time_TypedLength Ticks(Cmn_Int64 iCount) { return {iCount, Time_eType_Ticks}; }
 
 TEST(TempoLimits, TempoIsHeldInBothCounts)
 {
-    struct Case
-    {
-        double mBPM;
-        Time_TickLength mBeat;
-        double mLimited;
-    };
-    const Case cases[] = {
-        {1000,  cQuarter,           500             },
-        {100,   cEighth,            100             },
-        {1000,  cEighth,            999             },
-        {1000,  cHalf,              250             },
-        {1,     cQuarter,           5               },
-        {1,     cEighth,            10              }, // 5 quarters
-        {1,     cHalf,              5               },
-        {120.1, cQuarter,           120.1           },
-        {77,    Time_TickLength(7), 960000.0 * 5 / 7},
+    constexpr double cCases[][3] = {
+        {1000,  960000,  500             },
+        {100,   480000,  100             },
+        {1000,  480000,  999             },
+        {1000,  1920000, 250             },
+        {1,     960000,  5               },
+        {1,     480000,  10              },
+        {1,     1920000, 5               },
+        {120.1, 960000,  120.1           },
+        {77,    7,       960000.0 * 5 / 7}
     };
     const Time_TempoLimits& limits = Time_TempoEdit::GetTempoLimits();
-    for (const Case& row : cases)
-        EXPECT_EQ(limits.LimitTempoValue(row.mBPM, row.mBeat), row.mLimited) << row.mBPM << row.mBeat.Dump();
+    for (const auto& [bpm, beat, limited] : cCases)
+        EXPECT_EQ(limits.LimitTempoValue(bpm, Time_TickLength(static_cast<Cmn_Int64>(beat))), limited)
+            << bpm << beat;
     // A half: 2.5 … 500 quarters by its beats, so the quarters' own minimum counts.
     EXPECT_EQ(limits.GetMinQPM(cHalf), 10);
     EXPECT_EQ(limits.GetMinQPM(cEighth), 5);

@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <limits>
 
 namespace {
@@ -113,29 +114,28 @@ TEST(Tick, PositionsStepByInternalTicksAndWrap)
 
 TEST(Limits, PositionsPinIntoTheirRange)
 {
-    struct Case
-    {
-        Cmn_Int64 mCount, mSample, mTick;
-    };
     constexpr Cmn_Int64 cMaxSample = 34359738367, cMaxTick = 576460752303423487;
-    constexpr Case cCases[] = {
-        {-1,             0,              -1            },
-        {0,              0,              0             },
-        {cMaxSample - 1, cMaxSample - 1, cMaxSample - 1},
-        {cMaxSample,     cMaxSample,     cMaxSample    },
-        {cMaxSample + 1, cMaxSample,     cMaxSample + 1},
-        {cMaxTick + 1,   cMaxSample,     cMaxTick      },
-        {-cMaxTick,      0,              -cMaxTick     },
-        {-cMaxTick - 1,  0,              -cMaxTick     },
-        {cLeast,         0,              -cMaxTick     },
-    };
-    for (const Case& row : cCases) {
-        Time_Sample sample(row.mCount);
+    constexpr Cmn_Int64 cCounts[] = {-1,
+                                     0,
+                                     1,
+                                     cMaxSample - 1,
+                                     cMaxSample,
+                                     cMaxSample + 1,
+                                     cMaxTick - 1,
+                                     cMaxTick,
+                                     cMaxTick + 1,
+                                     -cMaxTick + 1,
+                                     -cMaxTick,
+                                     -cMaxTick - 1,
+                                     cLeast,
+                                     cMost};
+    for (const Cmn_Int64 count : cCounts) {
+        Time_Sample sample(count);
         sample.PinToValidRange();
-        EXPECT_EQ(sample, Time_Sample(row.mSample)) << row.mCount;
-        Time_Tick tick(row.mCount);
+        EXPECT_EQ(sample, Time_Sample(std::clamp<Cmn_Int64>(count, 0, cMaxSample))) << count;
+        Time_Tick tick(count);
         tick.PinToValidRange();
-        EXPECT_EQ(tick, Time_Tick(row.mTick)) << row.mCount;
+        EXPECT_EQ(tick, Time_Tick(std::clamp(count, -cMaxTick, cMaxTick))) << count;
     }
 }
 
