@@ -101,7 +101,7 @@ public:
     iterator erase(const_iterator iFirst, const_iterator iLast) { return mElements.erase(iFirst, iLast); }
     void swap(Cmn_PolyVector& ioOther) noexcept { mElements.swap(ioOther.mElements); }
 
-    bool operator==(const Cmn_PolyVector&) const = default;
+    bool operator==(const Cmn_PolyVector& iOther) const { return mElements == iOther.mElements; }
 
 private:
     static T& Scratch()

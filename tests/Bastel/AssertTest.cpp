@@ -14,3 +14,42 @@ TEST(Assert, AFailedCheckReportsExpressionSeparatorAndSource)
                                                "one_is_two@$^$@time/Time_TickLength"};
     EXPECT_EQ(recorder.Take(), expected);
 }
+
+TEST(Assert, TheSourceIsThePathBelowTheInnermostTopFolder)
+{
+    struct Case
+    {
+        const char* file;
+        const char* source;
+    };
+    constexpr Case cCases[] = {
+        {"/home/me/Kora/Kora/Time/Time_Tick.h",                     "Time/Time_Tick"},
+        {"/home/me/Kora/Bastel/Cmn/Cmn_Assert.cpp",                 "Cmn/Cmn_Assert"},
+        {"C:\\src\\Kora\\OstrelPlatformSupport\\Win32\\PSWide.cpp", "Win32/PSWide"  },
+        {"/home/me/NotKora/Time/Time_Tick.h",                       "Time/Time_Tick"},
+        {"Kora/Kora_Init.cpp",                                      "Kora_Init"     },
+        {"../a.b/host/main.x.cpp",                                  "host/main.x"   },
+        {"../a.b/Makefile",                                         "a.b/Makefile"  },
+        {"main.cpp",                                                "main"          },
+        {"/main.cpp",                                               "main"          },
+        {"",                                                        ""              },
+    };
+    const AssertRecorder recorder;
+    for (const Case& c : cCases) {
+        Cmn_Assert::ReportFrom("a \\ b", c.file, 1);
+        EXPECT_EQ(recorder.Take(), std::vector{std::string("a \\ b@$^$@") + c.source}) << c.file;
+    }
+}
+
+TEST(Assert, WithoutAHandlerEachPlaceIsReportedOnce)
+{
+    const Cmn_Assert::Handler before = Cmn_Assert::SetHandler(nullptr);
+    testing::internal::CaptureStderr();
+    for (int line : {1, 2, 1})
+        Cmn_Assert::Report("a@$^$@Time/Time_X", line);
+    Cmn_Assert::Report("no source", 3);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "assertion failed: a (Time/Time_X:1)\n"
+                                                      "assertion failed: a (Time/Time_X:2)\n"
+                                                      "assertion failed: no source (:3)\n");
+    Cmn_Assert::SetHandler(before);
+}

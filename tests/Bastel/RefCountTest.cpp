@@ -1,0 +1,94 @@
+#include "Bastel/Cmn/Cmn_RefCount.h"
+#include "Support/AssertRecorder.h"
+
+#include <gtest/gtest.h>
+
+#include <thread>
+#include <vector>
+
+namespace {
+
+// Tells its owner what was written to it when it goes.
+class Probe : public Cmn_RefCountObject
+{
+public:
+    explicit Probe(std::vector<int>& iLastWords)
+        : mLastWords(&iLastWords)
+    {
+    }
+    ~Probe() override { *mLastWords = std::move(written); }
+
+    std::vector<int> written; // plain: only the count orders the threads' last writes before the end
+
+private:
+    std::vector<int>* mLastWords;
+};
+
+using Pointer = Cmn_RefCountPtr<Probe>;
+
+} // namespace
+
+TEST(RefCount, TheLastReferenceDeletes)
+{
+    std::vector<int> lastWords;
+    Pointer first(new Probe(lastWords));
+    first->written = {1};
+    EXPECT_EQ(first->GetRefCount(), 1);
+    {
+        Pointer second = first;
+        const Cmn_RefCountPtr<Cmn_RefCountObject> base = second;
+        EXPECT_EQ(first->GetRefCount(), 3);
+        const Pointer moved = std::move(second);
+        EXPECT_EQ(first->GetRefCount(), 3);
+        EXPECT_FALSE(second);
+        EXPECT_TRUE(moved == first);
+    }
+    first = *&first; // to itself
+    EXPECT_EQ(first->GetRefCount(), 1);
+    Probe& copy = *new Probe(*first);
+    EXPECT_EQ(copy.GetRefCount(), 0) << "nobody refers to a copy yet";
+    copy = *first;
+    EXPECT_EQ(copy.GetRefCount(), 0);
+    {
+        const Pointer holder(&copy);
+    }
+    lastWords.clear();
+    first = nullptr;
+    EXPECT_EQ(lastWords, std::vector{1});
+}
+
+TEST(RefCount, ReleasingWhatNobodyHeldIsReportedAndChangesNothing)
+{
+    const AssertRecorder recorder;
+    std::vector<int> lastWords;
+    auto* const probe = new Probe(lastWords);
+    probe->Release();
+    EXPECT_EQ(recorder.Take(), std::vector<std::string>{"mCount > 0@$^$@Cmn/Cmn_RefCount"});
+    EXPECT_EQ(probe->GetRefCount(), 0);
+    const Pointer holder(probe);
+}
+
+TEST(RefCount, WhoeverIsLastSeesWhatTheOthersWrote)
+{
+    const int threads = static_cast<int>(std::thread::hardware_concurrency()) * 2 + 2;
+    for (int round = 0; round < 50; ++round) {
+        std::vector<int> lastWords;
+        std::vector<std::thread> running;
+        {
+            const Pointer shared(new Probe(lastWords));
+            shared->written.resize(static_cast<std::size_t>(threads));
+            for (int i = 0; i < threads; ++i)
+                running.emplace_back([i, mine = shared]() mutable {
+                    for (int copies = 0; copies < 100; ++copies)
+                        const Pointer copy = mine;
+                    mine->written[static_cast<std::size_t>(i)] = i;
+                    mine = nullptr;
+                });
+        }
+        for (std::thread& thread : running)
+            thread.join();
+        ASSERT_EQ(lastWords.size(), static_cast<std::size_t>(threads));
+        for (int i = 0; i < threads; ++i)
+            EXPECT_EQ(lastWords[static_cast<std::size_t>(i)], i);
+    }
+}

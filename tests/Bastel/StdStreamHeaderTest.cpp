@@ -1,0 +1,189 @@
+#include "Bastel/Sys/Sys_StdStreamHeader.h"
+
+#include "Bastel/Cmn/Cmn_Exception.h"
+#include "Support/AssertRecorder.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using Bytes = std::vector<Cmn_UInt8>;
+using Writer = Sys_StdStreamHeaderWriter;
+using Reader = Sys_StdStreamHeaderReader;
+
+// "Outer" version 3 holds 1, then "In" version -1 with 2, 3 inside, then 4; after it all comes 5.
+Bytes WriteNested(bool iSwap)
+{
+    Sys_MemOutStream stream;
+    Sys_TypedOutStream typed(stream, iSwap);
+    {
+        const Writer outer(typed, "Outer", 3);
+        typed.WriteInt32(1);
+        {
+            Writer inner(typed, "In", -1);
+            EXPECT_EQ(inner.GetStart(), 34);
+            typed.WriteInt32(2);
+            typed.WriteInt32(3);
+            inner.PatchSize();
+            inner.PatchSize(); // once is enough
+        }
+        typed.WriteInt32(4);
+    }
+    typed.WriteInt32(5);
+    return stream.TakeBytes();
+}
+
+// Reads it all, throwing what the readers throw, and returns the values in a row.
+std::vector<Cmn_Int32> ReadNested(const Bytes& iBytes, bool iSwap)
+{
+    Sys_MemInStream stream(iBytes);
+    Sys_TypedInStream typed(stream, iSwap);
+    Reader outer(typed, "Outer");
+    outer.CheckVersion(3, 3);
+    std::vector<Cmn_Int32> values = {typed.ReadInt32()};
+    Reader inner(typed, "In");
+    inner.CheckVersion(-1, 2);
+    while (inner.IsMoreLeft())
+        values.push_back(typed.ReadInt32());
+    while (outer.IsMoreLeft())
+        values.push_back(typed.ReadInt32());
+    values.push_back(typed.ReadInt32());
+    return values;
+}
+
+} // namespace
+
+TEST(StdStreamHeader, StandsInTheBytesAsDescribed)
+{
+    Sys_MemOutStream stream;
+    Sys_TypedOutStream typed(stream);
+    {
+        const Writer writer(typed, "Me", 2);
+        typed.WriteUInt8(0xAA);
+    }
+    const Bytes magicToListIndex = {'K', 'S', 'H', '1', 2, 'M', 'e', 2, 0, 0, 0, 0, 0};
+    const Bytes flagsToSums = {1, 0, 1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0};
+    Bytes expected = magicToListIndex;
+    expected.insert(expected.end(), flagsToSums.begin(), flagsToSums.end());
+    expected.push_back(0xAA);
+    EXPECT_EQ(stream.GetBytes(), expected);
+}
+
+TEST(StdStreamHeader, NestsAndIsReadBackInBothByteOrders)
+{
+    for (const bool swap : {false, true})
+        EXPECT_EQ(ReadNested(WriteNested(swap), swap), (std::vector<Cmn_Int32>{1, 2, 3, 4, 5}));
+}
+
+TEST(StdStreamHeader, AReaderLeavesTheRestOfTheBodyAlone)
+{
+    const Bytes bytes = WriteNested(false);
+    Sys_MemInStream stream(bytes);
+    Sys_TypedInStream typed(stream);
+    EXPECT_EQ(Reader::PeekName(typed), "Outer");
+    EXPECT_EQ(typed.GetPosition(), 0);
+    Reader outer(typed, "Outer");
+    EXPECT_EQ(outer.GetVersion(), 3);
+    EXPECT_EQ(Reader::PeekName(typed), "") << "an integer is no header";
+    typed.ReadInt32();
+    EXPECT_EQ(Reader::PeekName(typed), "In");
+    Reader(typed, "In").SkipTheRest();
+    EXPECT_EQ(outer.GetBytesLeft(), 4);
+    outer.SkipTheRest();
+    EXPECT_FALSE(outer.IsMoreLeft());
+    EXPECT_EQ(typed.ReadInt32(), 5);
+    EXPECT_EQ(Reader::PeekName(typed), "") << "nothing follows";
+}
+
+TEST(StdStreamHeader, VersionsOutsideTheReadersRangeSayWhichWay)
+{
+    const Bytes bytes = WriteNested(false);
+    Sys_MemInStream stream(bytes);
+    Sys_TypedInStream typed(stream);
+    const Reader reader(typed, "Outer"); // version 3
+    EXPECT_NO_THROW(reader.CheckVersion(3, 3));
+    EXPECT_THROW(reader.CheckVersion(4, 9), Cmn_DocumentTooOldException);
+    EXPECT_THROW(reader.CheckVersion(-1, 2), Cmn_DocumentTooNewException);
+}
+
+TEST(StdStreamHeader, CutAtAnyLengthItRaisesTheReadingException)
+{
+    const Bytes whole = WriteNested(false);
+    for (std::size_t length = 0; length < whole.size(); ++length)
+        EXPECT_THROW(ReadNested({whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(length)}, false),
+                     Sys_StreamReadException)
+            << length;
+}
+
+// Every bit of the outer header, turned over: what is not refused is a field that says something else now.
+TEST(StdStreamHeader, ATurnedBitIsNoticedWhereverItMatters)
+{
+    const Bytes whole = WriteNested(false);
+    constexpr std::size_t cVersion = 10, cListIndex = 12, cFlags = 16, cSize = 18, cBody = 30;
+    const auto expected = [](std::size_t iAt, int iBit) {
+        if (iAt >= cVersion && iAt < cListIndex) return "another version";
+        const bool isListFlag = iAt == cFlags && (iBit == 1 || iBit == 2); // a list; has sums
+        return (iAt >= cListIndex && iAt < cFlags) || isListFlag ? "read" : "refused";
+    };
+    for (std::size_t at = 0; at < cBody; ++at)
+        for (int bit = 0; bit < 8; ++bit) {
+            Bytes bytes = whole;
+            bytes[at] = static_cast<Cmn_UInt8>(bytes[at] ^ 1 << bit);
+            std::string result = "read";
+            try {
+                ReadNested(bytes, false);
+            } catch (const Sys_StreamReadException&) {
+                result = "refused";
+            } catch (const Cmn_Exception&) {
+                result = "another version";
+            }
+            // 43 bytes that are said to be fewer: the body is read over its end, which only a sum would show.
+            const bool isShorter = at == cSize && (43 >> bit & 1) != 0;
+            EXPECT_EQ(isShorter ? expected(at, bit) : result, expected(at, bit)) << at << " bit " << bit;
+        }
+}
+
+TEST(StdStreamHeader, ABodyThatAnExceptionEndedIsTakenByNoReader)
+{
+    Sys_MemOutStream stream;
+    Sys_TypedOutStream typed(stream);
+    try {
+        const Writer outer(typed, "Outer", 1);
+        {
+            const Writer inner(typed, "Inner", 1);
+            typed.WriteInt32(1);
+        }
+        throw std::runtime_error("half way");
+    } catch (const std::runtime_error&) {
+        // While an exception is handled, other bodies can be written whole.
+        const Writer other(typed, "Other", 1);
+    }
+    Sys_MemInStream bytes(stream.GetBytes());
+    Sys_TypedInStream in(bytes);
+    EXPECT_EQ(Reader::PeekName(in), "Outer");
+    EXPECT_THROW(Reader(in, "Outer"), Sys_StreamReadException);
+    in.SetPosition(30);
+    Reader(in, "Inner").SkipTheRest();
+    EXPECT_FALSE(Reader(in, "Other").IsMoreLeft());
+}
+
+TEST(StdStreamHeader, NamesEndAt255Bytes)
+{
+    const AssertRecorder recorder;
+    Sys_MemOutStream stream;
+    Sys_TypedOutStream typed(stream);
+    {
+        const Writer writer(typed, std::string(255, 'a'), 1);
+    }
+    EXPECT_TRUE(recorder.Take().empty());
+    {
+        const Writer writer(typed, std::string(256, 'b'), 1);
+    }
+    EXPECT_EQ(recorder.Take(),
+              std::vector<std::string>{"iName.size() <= Fields::cMaxName@$^$@Sys/Sys_StdStreamHeader"});
+    Sys_MemInStream bytes(stream.GetBytes());
+    Sys_TypedInStream in(bytes);
+    Reader(in, std::string(255, 'a')).SkipTheRest();
+    Reader(in, std::string(255, 'b')).SkipTheRest();
+    EXPECT_EQ(in.GetBytesLeft(), 0);
+}

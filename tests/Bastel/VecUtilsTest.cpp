@@ -1,0 +1,95 @@
+#include "Bastel/Sys/Sys_VecUtils.h"
+
+#include "Bastel/Cmn/Cmn_FloatMath.h"
+#include "Bastel/Cmn/Cmn_IntMath.h"
+#include "Bastel/Sys/Sys_Clock.h"
+#include "Support/AssertRecorder.h"
+
+#include <gtest/gtest.h>
+
+#include <bit>
+#include <ctime>
+#include <random>
+
+// Every length up to a few vector registers, so that each loop's body, tail and nothing at all are run.
+TEST(VecUtils, EachElementIsWhatTheScalarFunctionGives)
+{
+    std::mt19937_64 random(7);
+    for (std::size_t length = 0; length < 40; ++length) {
+        std::vector<Cmn_Int64> integers(length);
+        for (Cmn_Int64& value : integers)
+            value = static_cast<Cmn_Int64>(random()) >> random() % 64;
+        std::vector<double> doubles(length);
+        for (double& value : doubles)
+            value =
+                random() % 2 ? std::bit_cast<double>(random()) : static_cast<double>(random() % 200) / 4 - 25;
+        const auto constant = static_cast<Cmn_Int64>(random());
+
+        std::vector<Cmn_Int64> sums = integers, differences = integers, truncated(length), floored(length),
+                               rounded(length);
+        std::vector<double> converted(length), scaled = doubles;
+        std::vector<Cmn_UInt8> bytes(length, 0x5A);
+        Sys_VecUtils::AddConstant(sums, constant);
+        Sys_VecUtils::SubtractConstant(differences, constant);
+        Sys_VecUtils::ConvertToFloat64(integers, converted);
+        Sys_VecUtils::ConvertToInt64(doubles, truncated, Sys_eRounding_Truncate);
+        Sys_VecUtils::ConvertToInt64(doubles, floored, Sys_eRounding_Floor);
+        Sys_VecUtils::ConvertToInt64(doubles, rounded, Sys_eRounding_HalfUp);
+        Sys_VecUtils::MultiplyAndAdd(scaled, 1.0 / 3, 0.1);
+        Sys_VecUtils::XorConstant(bytes, 0xFF);
+        for (std::size_t i = 0; i < length; ++i) {
+            EXPECT_EQ(sums[i], Cmn_WrapAdd(integers[i], constant));
+            EXPECT_EQ(differences[i], Cmn_WrapSub(integers[i], constant));
+            EXPECT_EQ(converted[i], static_cast<double>(integers[i]));
+            EXPECT_EQ(truncated[i], Cmn_Float64ToInt64(doubles[i])) << doubles[i];
+            EXPECT_EQ(floored[i], Cmn_FloorToInt64(doubles[i])) << doubles[i];
+            EXPECT_EQ(rounded[i], Cmn_RoundHalfUp(doubles[i])) << doubles[i];
+            const double expected = doubles[i] * (1.0 / 3) + 0.1;
+            EXPECT_TRUE(scaled[i] == expected || (scaled[i] != scaled[i] && expected != expected))
+                << doubles[i];
+            EXPECT_EQ(bytes[i], 0xA5);
+        }
+    }
+}
+
+TEST(VecUtils, AnOutputOfAnotherLengthIsReportedAndLeftAlone)
+{
+    const AssertRecorder recorder;
+    const std::vector<Cmn_Int64> from = {1, 2};
+    std::vector<double> shorter = {7};
+    Sys_VecUtils::ConvertToFloat64(from, shorter);
+    EXPECT_EQ(shorter, std::vector{7.0});
+    const std::vector<double> doubles = {1.9};
+    std::vector<Cmn_Int64> longer = {7, 7};
+    Sys_VecUtils::ConvertToInt64(doubles, longer, Sys_eRounding_HalfUp);
+    EXPECT_EQ(longer, (std::vector<Cmn_Int64>{7, 7}));
+    EXPECT_EQ(recorder.Take(),
+              std::vector<std::string>(2, "oTo.size() == iFrom.size()@$^$@Sys/Sys_VecUtils"));
+
+    longer.resize(1);
+    Sys_VecUtils::ConvertToInt64(doubles, longer, static_cast<Sys_ERounding>(3));
+    EXPECT_EQ(longer, std::vector<Cmn_Int64>{1});
+    EXPECT_EQ(recorder.Take(), std::vector<std::string>{"unknown rounding@$^$@Sys/Sys_VecUtils"});
+}
+
+TEST(Clock, AnotherSourceStandsInForAScope)
+{
+    constexpr Sys_Clock::Source cFixed = {[] { return Cmn_Int64{1700000000000255}; },
+                                          [] { return Cmn_Int64{5}; }};
+    constexpr Sys_Clock::Source cOther = {[] { return Cmn_Int64{-1}; }, [] { return Cmn_Int64{6}; }};
+    {
+        const Sys_Clock::StSource fixed(cFixed);
+        {
+            const Sys_Clock::StSource other(cOther);
+            EXPECT_EQ(Sys_Clock::GetMicroseconds(), -1);
+            EXPECT_EQ(Sys_Clock::GetMonotonicMicroseconds(), 6);
+        }
+        EXPECT_EQ(Sys_Clock::GetMicroseconds(), 1700000000000255);
+        EXPECT_EQ(Sys_Clock::GetMonotonicMicroseconds(), 5);
+    }
+    const auto seconds = static_cast<Cmn_Int64>(std::time(nullptr));
+    const Cmn_Int64 now = Sys_Clock::GetMicroseconds() / 1000000;
+    EXPECT_LE(std::abs(now - seconds), 2) << "microseconds since 1970";
+    const Cmn_Int64 before = Sys_Clock::GetMonotonicMicroseconds();
+    EXPECT_LE(before, Sys_Clock::GetMonotonicMicroseconds());
+}
