@@ -1,6 +1,3 @@
 #include "Bastel/Cmn/Cmn_PolyVector.h"
 
-bool Cmn_PolyVectorImpl::CheckIndex(std::size_t iIndex, std::size_t iSize)
-{
-    return Cmn_ASSERT_TEXT(iIndex < iSize, "iIndex < size()");
-}
+void Cmn_PolyVectorImpl::ReportIndex() { Cmn_ASSERT_TEXT(false, "iIndex < size()"); }

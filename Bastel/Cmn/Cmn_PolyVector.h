@@ -21,8 +21,14 @@
 class KORA_API Cmn_PolyVectorImpl
 {
 public:
-    // True when iIndex < iSize; otherwise asserts "iIndex < size()".
-    static bool CheckIndex(std::size_t iIndex, std::size_t iSize);
+    // True when iIndex < iSize; otherwise asserts "iIndex < size()". A good index costs one comparison.
+    static bool CheckIndex(std::size_t iIndex, std::size_t iSize)
+    {
+        return iIndex < iSize || (ReportIndex(), false);
+    }
+
+private:
+    static void ReportIndex();
 };
 
 template <class T>

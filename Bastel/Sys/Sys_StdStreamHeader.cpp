@@ -4,8 +4,6 @@
 #include "Bastel/Cmn/Cmn_Exception.h"
 #include "Bastel/Sys/Sys_StdStreamHeader_p.h"
 
-#include <exception>
-
 using Fields = Sys_StdStreamHeaderFields;
 
 std::string Fields::ReadName(Sys_TypedInStream& ioStream)
@@ -58,10 +56,11 @@ void Fields::WriteBlock(Sys_TypedOutStream& ioStream) const
 }
 
 Sys_StdStreamHeaderWriter::Sys_StdStreamHeaderWriter(Sys_TypedOutStream& iStream, std::string_view iName,
-                                                     Cmn_Int16 iVersion)
+                                                     Cmn_Int16 iVersion, int iCallersExceptions)
     : mStream(iStream)
     , mStart(iStream.GetPosition())
-    , mExceptionsAtStart(std::uncaught_exceptions())
+    , mCallersExceptions(iCallersExceptions)
+    , mOwnExceptions(std::uncaught_exceptions())
 {
     Cmn_ASSERT(iName.size() <= Fields::cMaxName);
     Fields fields;
@@ -72,10 +71,10 @@ Sys_StdStreamHeaderWriter::Sys_StdStreamHeaderWriter(Sys_TypedOutStream& iStream
     fields.WriteBlock(mStream);
 }
 
-Sys_StdStreamHeaderWriter::~Sys_StdStreamHeaderWriter()
+void Sys_StdStreamHeaderWriter::Finish(int iCallersExceptions) noexcept
 {
     // A body whose writing ended with an exception is not complete, and its header goes on saying so.
-    if (std::uncaught_exceptions() > mExceptionsAtStart) return;
+    if (iCallersExceptions > mCallersExceptions || std::uncaught_exceptions() > mOwnExceptions) return;
     try {
         PatchSize();
     } catch (...) {

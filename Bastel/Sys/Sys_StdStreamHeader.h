@@ -19,32 +19,42 @@
 
 #include "Bastel/Sys/Sys_TypedStream.h"
 
+#include <exception>
 #include <string>
 #include <string_view>
 
-class KORA_API Sys_StdStreamHeaderWriter
+class Sys_StdStreamHeaderWriter
 {
 public:
     // Writes the header; the body follows on the same stream. Names hold at most 255 bytes (asserted, then cut).
-    Sys_StdStreamHeaderWriter(Sys_TypedOutStream& iStream, std::string_view iName, Cmn_Int16 iVersion);
+    Sys_StdStreamHeaderWriter(Sys_TypedOutStream& iStream, std::string_view iName, Cmn_Int16 iVersion)
+        : Sys_StdStreamHeaderWriter(iStream, iName, iVersion, std::uncaught_exceptions())
+    {
+    }
     // Patches the size unless that was done. It lets no exception out, and leaves the header incomplete when the
     // write fails or when an exception is what ends the body: no reader takes half an object.
-    ~Sys_StdStreamHeaderWriter();
+    ~Sys_StdStreamHeaderWriter() { Finish(std::uncaught_exceptions()); }
     Sys_StdStreamHeaderWriter(const Sys_StdStreamHeaderWriter&) = delete;
     Sys_StdStreamHeaderWriter& operator=(const Sys_StdStreamHeaderWriter&) = delete;
 
     // Ends the body at the stream's position: writes its size and the mark that it is complete. Throws
     // Sys_StreamWriteException when the position is before the body or the body has 2^32 - 1 bytes or more.
-    void PatchSize();
+    KORA_API void PatchSize();
     // Where the header starts, in bytes.
     Cmn_Int64 GetStart() const { return mStart; }
 
 private:
+    // Programs on Windows and the library each count their own exceptions in flight, so both counts are kept.
+    KORA_API Sys_StdStreamHeaderWriter(Sys_TypedOutStream& iStream, std::string_view iName,
+                                       Cmn_Int16 iVersion, int iCallersExceptions);
+    KORA_API void Finish(int iCallersExceptions) noexcept;
+
     Sys_TypedOutStream& mStream;
     Cmn_Int64 mStart;
     Cmn_Int64 mBlock = 0; // where the flags stand
     bool mPatched = false;
-    int mExceptionsAtStart;
+    int mCallersExceptions; // when the body was opened
+    int mOwnExceptions;
 };
 
 class KORA_API Sys_StdStreamHeaderReader
