@@ -1,0 +1,232 @@
+#include "Time/ConverterFixture.h"
+
+namespace {
+
+using Reports = std::vector<std::string>;
+const char* const cNoConverter = "sTimeConverter != 0@$^$@Time/Time_Convert";
+
+// Installs a converter for a test. The scope behind it leaves none in use, whatever the test did.
+struct StConverter
+{
+    explicit StConverter(Time_Converter* iConverter) { Time_Convert::SetTimeConverter(iConverter); }
+    const Time_Convert::StTempoMap scope{nullptr};
+};
+
+} // namespace
+
+TEST(Convert, WithoutAConverterTheArgumentOrZeroComesBack)
+{
+    ASSERT_EQ(Time_Convert::GetTimeConverter(), nullptr);
+    const AssertRecorder recorder;
+    const Time_Typed time(5, cTicks);
+    const Time_TypedLength length(3, cSamples);
+    const Time_BarBeatTick bar(2, 3, Time_TickLength(4));
+    EXPECT_EQ(Time_Convert::ToSample(time), Time_Sample(0));
+    EXPECT_EQ(Time_Convert::ToTick(time), Time_Tick(0));
+    EXPECT_EQ(Time_Convert::ToBarBeatTick(time), Time_BarBeatTick());
+    EXPECT_EQ(Time_Convert::ToType(bar, cTicks), Time_Typed(0, cTicks));
+    EXPECT_EQ(Time_Convert::GetSessionEndTime(cTicks), Time_Typed(0, cTicks));
+    EXPECT_EQ(Time_Convert::GetTempoMap(), nullptr);
+    EXPECT_EQ(Time_Convert::GetMeterMap(), nullptr);
+    EXPECT_EQ(Time_Convert::GetMainCounterType(), cSamples);
+    Time_Typed pinned(-1, cSamples);
+    EXPECT_FALSE(Time_Convert::PinToValidSessionRange(pinned));
+    EXPECT_EQ(recorder.Take(), Reports(9, cNoConverter));
+    for (const Time_Typed& same :
+         {Time_Convert::ToType(time, cFrames), Time_Convert::ToFrames(time),
+          Time_Convert::ToFirstType(time, cSamples), Time_Convert::ToMainCounterType(time),
+          Time_Convert::AddLength(time, length), Time_Convert::SubtractLength(time, bar),
+          Time_Convert::QuantizeToSample(time), Time_Convert::QuantizeToFrame(time),
+          Time_Convert::AdjustToTickBoundary(time), Time_Convert::SnapToDisplayTick(time),
+          Time_Convert::ToTickTimeWithDisplaySnap(time)})
+        EXPECT_EQ(same, time);
+    EXPECT_EQ(recorder.Take(), Reports(11, cNoConverter));
+    Time_TypedVector times(cTicks, Time_eContext_GlobalPosition, {5});
+    Time_Convert::ToFrames(&times);
+    Time_Convert::AddTime(&times, time);
+    EXPECT_EQ(times, Time_TypedVector(cTicks, Time_eContext_GlobalPosition, {5}));
+    EXPECT_EQ(recorder.Take(), Reports(2, cNoConverter));
+
+    // In the unit asked for nobody is asked.
+    EXPECT_EQ(Time_Convert::ToType(time, cTicks), time);
+    EXPECT_EQ(Time_Convert::ToType(Time_Sample(7), cSamples), Time_Typed(7, cSamples));
+    Time_Convert::ToTicks(&times);
+    EXPECT_EQ(recorder.Take(), Reports());
+}
+
+TEST(Convert, AScopeBorrowsTheConverterOrBringsItsOwn)
+{
+    Time_TempoMap slow, fast;
+    Time_MeterMap meters;
+    Time_Converter converter;
+    converter.SetTempoMap(&slow);
+    converter.SetMeterMap(&meters);
+    {
+        const Time_Convert::StTempoMap own(&fast);
+        EXPECT_EQ(Time_Convert::GetTempoMap(), &fast);
+        EXPECT_EQ(Time_Convert::GetMeterMap(), nullptr);
+        Time_Converter* const brought = Time_Convert::GetTimeConverter();
+        {
+            const Time_Convert::StTempoMap inner(&slow);
+            EXPECT_EQ(Time_Convert::GetTimeConverter(), brought);
+            EXPECT_EQ(Time_Convert::GetTempoMap(), &slow);
+        }
+        EXPECT_EQ(Time_Convert::GetTempoMap(), &fast);
+    }
+    EXPECT_EQ(Time_Convert::GetTimeConverter(), nullptr);
+    {
+        const Time_Convert::StTempoMap own(nullptr);
+        EXPECT_NE(Time_Convert::GetTempoMap(), nullptr);
+        EXPECT_EQ(Time_Convert::ToBarBeatTick(Time_Tick(cSongStart)), Time_BarBeatTick());
+        Time_TempoMap* const made = Time_Convert::GetTempoMap();
+        Time_Convert::GetTimeConverter()->SetTempoMap(&fast);
+        Time_Convert::GetTimeConverter()->UseDefaultMaps(); // has its maps already, and keeps the one in use
+        EXPECT_EQ(Time_Convert::GetTempoMap(), &fast);
+        EXPECT_NE(made, &fast);
+    }
+    {
+        const StConverter installed(&converter);
+        {
+            const Time_Convert::StTempoMap nothing(nullptr);
+            EXPECT_EQ(Time_Convert::GetTempoMap(), &slow);
+            const Time_Convert::StTempoMap other(&fast);
+            EXPECT_EQ(converter.GetTempoMap(), &fast);
+        }
+        EXPECT_EQ(converter.GetTempoMap(), &slow);
+        converter.SetTempoMap(nullptr);
+        {
+            const Time_Convert::StTempoMap other(&fast);
+        }
+        EXPECT_EQ(converter.GetTempoMap(), &fast); // no map was displaced: none is put back
+        Time_Convert::SetTimeConverter(nullptr);
+        Time_Converter* const byDefault = Time_Convert::GetTimeConverter();
+        EXPECT_EQ(Time_Convert::GetTempoMap(), Time_TempoMap::GetDefaultTempoMap());
+        EXPECT_EQ(Time_Convert::GetMeterMap(), Time_MeterMap::GetDefaultMeterMap());
+        Time_Convert::SetTimeConverter(&converter);
+        Time_Convert::SetTimeConverter(nullptr);
+        EXPECT_EQ(Time_Convert::GetTimeConverter(), byDefault);
+    }
+    EXPECT_EQ(Time_Convert::GetTimeConverter(), nullptr);
+}
+
+TEST(Convert, TheFrontEndAnswersAsItsConverter)
+{
+    RandomSession session(21);
+    Time_Converter& converter = session.converter;
+    converter.SetMainCounterType(cFrames);
+    const StConverter installed(&converter);
+    EXPECT_EQ(Time_Convert::GetMainCounterType(), cFrames);
+    for (int i = 0; i < 200; ++i)
+        for (const Time_EType unit : cUnits) {
+            const Time_Typed time = session.AnyTime(session.Any({cSamples, cTicks, cFrames}));
+            const Time_TypedLength length(session.Below(5000), unit);
+            const Time_BarBeatTick bars(1, 2, Time_TickLength(session.Below(900000)));
+            ASSERT_EQ(Time_Convert::ToType(time, unit), converter.ToType(time, unit));
+            ASSERT_EQ(Time_Convert::ToTypeNotRounded(Time_Sample(i), unit),
+                      converter.ToTypeNotRounded(Time_Sample(i), unit));
+            ASSERT_EQ(Time_Convert::ToBarBeatTick(time), converter.ToBarBeatTick(time));
+            ASSERT_EQ(Time_Convert::ToType(bars, unit), converter.ToType(bars, unit));
+            ASSERT_EQ(Time_Convert::ToMainCounterType(time), converter.ToType(time, cFrames));
+            ASSERT_EQ(Time_Convert::AddLength(time, length), converter.AddLength(time, length));
+            ASSERT_EQ(Time_Convert::SubtractLength(time, length), converter.SubtractLength(time, length));
+            ASSERT_EQ(Time_Convert::AddLength(time, bars), converter.AddLength(time, bars));
+            ASSERT_EQ(Time_Convert::SubtractLength(time, bars), converter.SubtractLength(time, bars));
+            Time_TypedVector times(time.GetType(), Time_eContext_GlobalPosition, {time.AsInt64()});
+            Time_Convert::SubtractLength(&times, length);
+            Time_Convert::ToType(&times, unit);
+            ASSERT_EQ(times[0], converter.ToType(converter.SubtractLength(time, length), unit).AsInt64());
+        }
+}
+
+TEST(Convert, QuantizedTimesStayWhereTheyAre)
+{
+    for (unsigned seed = 1; seed <= 40; ++seed) {
+        SCOPED_TRACE("seed " + std::to_string(seed));
+        RandomSession session(seed);
+        Time_Converter& converter = session.converter;
+        const StConverter installed(&converter);
+        for (int i = 0; i < 200; ++i)
+            for (const Time_EType unit : cUnits) {
+                const Cmn_Int64 origin = unit == cTicks ? cSongStart : 0;
+                const Time_Typed time(origin + session.Below(unit == cTicks ? 4000000000 : 100000), unit);
+                const Time_Typed bySample = Time_Convert::QuantizeToSample(time);
+                ASSERT_EQ(bySample, converter.ToType(converter.ToType(time, cSamples), unit));
+                ASSERT_EQ(Time_Convert::QuantizeToSample(bySample), bySample);
+                const Time_Typed byFrame = Time_Convert::QuantizeToFrame(time);
+                ASSERT_EQ(byFrame, converter.ToType(converter.ToType(time, cFrames), unit));
+                ASSERT_EQ(Time_Convert::QuantizeToFrame(byFrame), byFrame);
+                // Ticks are finer than samples and frames here, so their boundaries are everywhere.
+                ASSERT_EQ(Time_Convert::AdjustToTickBoundary(time), time);
+            }
+    }
+    // At 1 tick a sample and coarser, samples move to tick boundaries.
+    Time_TempoMap coarse;
+    coarse.SetSampleRate(96000);
+    coarse.AddSegment(
+        std::make_unique<Time_ConstantTempoSeg>(Time_Tick(cSongStart), 20.0, Time_TickLength(1)));
+    const Time_Convert::StTempoMap scope(&coarse); // 288000 samples a tick
+    EXPECT_EQ(Time_Convert::AdjustToTickBoundary(Time_Sample(143999)), Time_Typed(0, cSamples));
+    EXPECT_EQ(Time_Convert::AdjustToTickBoundary(Time_Sample(144000)), Time_Typed(288000, cSamples));
+}
+
+TEST(Convert, DisplaySnapsNeverMoveAudio)
+{
+    // One sample a second: thousands of ticks share a sample, and snaps are taken freely.
+    Time_TempoMap slow;
+    slow.SetSampleRate(1);
+    {
+        const Time_Convert::StTempoMap scope(&slow);
+        struct Row
+        {
+            const char* what;
+            Cmn_Int64 tick, snapped;
+        };
+        constexpr Row cRows[] = {
+            {"below half",              cSongStart + 1499, cSongStart + 1000},
+            {"half goes up",            cSongStart + 1500, cSongStart + 2000},
+            {"on a display tick",       cSongStart + 7000, cSongStart + 7000},
+            {"below zero, toward zero", -1499,             0                },
+            {"below zero, half up",     -1500,             -1000            },
+        };
+        for (const Row& row : cRows)
+            EXPECT_EQ(Time_Convert::SnapToDisplayTick(Time_Tick(row.tick)), Time_Typed(row.snapped, cTicks))
+                << row.what;
+        EXPECT_EQ(Time_Convert::SnapToDisplayTick(Time_Sample(1499)), Time_Typed(1499, cSamples));
+        EXPECT_EQ(Time_Convert::ToTickTimeWithDisplaySnap(Time_Tick(1499)), Time_Typed(1499, cTicks));
+    }
+    for (unsigned seed = 1; seed <= 40; ++seed) {
+        SCOPED_TRACE("seed " + std::to_string(seed));
+        RandomSession session(seed);
+        Time_Converter& converter = session.converter;
+        const StConverter installed(&converter);
+        int snaps = 0;
+        for (int i = 0; i < 2000; ++i) {
+            const Cmn_Int64 tick = cSongStart + session.Below(400000000),
+                            nearest = (tick + 500) / 1000 * 1000;
+            const bool isSameSample =
+                converter.ToSample(Time_Tick(nearest)) == converter.ToSample(Time_Tick(tick));
+            ASSERT_EQ(Time_Convert::SnapToDisplayTick(Time_Tick(tick)),
+                      Time_Typed(isSameSample ? nearest : tick, cTicks));
+            snaps += isSameSample ? 1 : 0;
+
+            const Time_Typed time = session.AnyTime(session.Any({cSamples, cFrames}));
+            const Time_Typed snapped = Time_Convert::ToTickTimeWithDisplaySnap(time);
+            const Time_Tick exact = converter.ToTick(converter.ToSample(time));
+            const Time_Tick display((exact.AsInt64() + 500) / 1000 * 1000);
+            const bool isTaken = converter.ToSample(display) == converter.ToSample(time) &&
+                                 converter.ToSample(time) != Time_Sample(0);
+            ASSERT_EQ(snapped, Time_Typed(isTaken ? display : exact)) << time.Dump();
+        }
+        EXPECT_GT(snaps, 0);
+    }
+    // The session start keeps its exact tick, though a display tick lies at the same sample.
+    Time_TempoMap shifted;
+    shifted.SetSampleRate(1);
+    auto segment = std::make_unique<Time_ConstantTempoSeg>(Time_Tick(cSongStart + 1400));
+    segment->LockToSample(Time_Sample(0));
+    shifted.AddSegment(std::move(segment));
+    const Time_Convert::StTempoMap scope(&shifted);
+    EXPECT_EQ(Time_Convert::ToTickTimeWithDisplaySnap(Time_Sample(0)), Time_Typed(cSongStart + 1400, cTicks));
+    EXPECT_EQ(Time_Convert::ToTickTimeWithDisplaySnap(Time_Sample(1)),
+              Time_Typed(cSongStart + 1921000, cTicks));
+}

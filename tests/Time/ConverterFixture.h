@@ -1,0 +1,104 @@
+// ConverterFixture: global rates that are put back, and maps made by chance or from a line of tempos.
+#pragma once
+
+#include "Kora/Time/Time_ConstantTempoSeg.h"
+#include "Kora/Time/Time_Convert.h"
+#include "Kora/Time/Time_Globals.h"
+#include "Kora/Time/Time_MeterMap.h"
+#include "Kora/Time/Time_TempoMap.h"
+#include "Kora/Time/Time_TypedVector.h"
+#include "Support/AllocationCounter.h"
+#include "Support/AssertRecorder.h"
+#include "Support/TimePrinters.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+
+constexpr Cmn_Int64 cSongStart = 1000000000000; // where empty maps start the song, at sample 0
+constexpr Time_EType cSamples = Time_eType_Samples, cTicks = Time_eType_Ticks, cFrames = Time_eType_Frames;
+constexpr Time_EType cInvalid = static_cast<Time_EType>(7);
+constexpr Time_EType cUnits[] = {cSamples, cTicks, cFrames};
+
+// Sets the rates of a test and puts back those of before.
+class StRates
+{
+public:
+    StRates(double iSampleRate, double iFrameRate)
+    {
+        Time_Globals::SetSampleRate(iSampleRate);
+        Time_Globals::SetFrameRate(iFrameRate);
+    }
+    ~StRates()
+    {
+        Time_Globals::SetSampleRate(mSampleRate);
+        Time_Globals::SetFrameRate(mFrameRate);
+        for (int media = 0; media < 2; ++media)
+            for (int type = 0; type < 2; ++type)
+                Pull(media, type, ePullFactor_None);
+    }
+    static void Pull(int iMedia, int iType, EPullFactor iFactor)
+    {
+        Time_Globals::SetPullFactor(static_cast<EPullMedia>(iMedia), static_cast<EPullType>(iType), iFactor);
+    }
+
+private:
+    const double mSampleRate = Time_Globals::GetSampleRate();
+    const double mFrameRate = Time_Globals::GetFrameRate();
+};
+
+// Rates, pulls and maps by chance, and a converter over them.
+class RandomSession
+{
+public:
+    explicit RandomSession(unsigned iSeed)
+        : mRandom(iSeed)
+        , mRates(Any({22050.0, 44100.0, 48000.0, 96000.0, 192000.0}),
+                 Any({24.0, 25.0, 30000.0 / 1001.0, 30.0, 60000.0 / 1001.0, 60.0}))
+        , tempoMap(std::make_unique<Time_TempoMap>())
+    {
+        for (int pull = 0; pull < 4; ++pull)
+            StRates::Pull(pull / 2, pull % 2, Any({ePullFactor_None, ePullFactor_Up, ePullFactor_Down}));
+        tempoMap->SetSampleRate(Time_Globals::GetPullSampleRate());
+        const Cmn_Int64 segments = Below(30);
+        Time_Tick tick(cSongStart);
+        for (Cmn_Int64 i = 0; i < segments; ++i, tick += Time_TickLength(1 + Below(20000000))) {
+            const double beatsPerMinute = 20.0 + static_cast<double>(Below(4000)) / 13.0;
+            auto segment = std::make_unique<Time_ConstantTempoSeg>(tick, beatsPerMinute);
+            if (i == 0) segment->LockToSample(Time_Sample(Below(100000)));
+            tempoMap->AddSegment(std::move(segment));
+        }
+        for (Cmn_Int64 i = Below(5); i > 0; --i) {
+            const Time_Meter meter(static_cast<Cmn_Int32>(1 + Below(12)), Any({2, 4, 8, 16}));
+            meterMap.AddMeterChange(Time_Tick(cSongStart + Below(400000000)), meter);
+        }
+        converter.SetTempoMap(tempoMap.get());
+        converter.SetMeterMap(&meterMap);
+    }
+
+    Cmn_Int64 Below(Cmn_Int64 iLimit)
+    {
+        return static_cast<Cmn_Int64>(mRandom() % static_cast<Cmn_UInt64>(iLimit));
+    }
+    template <class T>
+    T Any(std::initializer_list<T> iChoices)
+    {
+        return iChoices.begin()[Below(static_cast<Cmn_Int64>(iChoices.size()))];
+    }
+    // A time within an hour or so, on either side of the session's start; one in eight lies far out.
+    Time_Typed AnyTime(Time_EType iUnit)
+    {
+        if (Below(8) == 0) return Time_Typed(static_cast<Cmn_Int64>(mRandom()) >> Below(40), iUnit);
+        const Cmn_Int64 span = iUnit == cSamples ? 200000000 : iUnit == cTicks ? 6000000000 : 200000;
+        return Time_Typed(Below(span) - span / 8 + (iUnit == cTicks ? cSongStart : 0), iUnit);
+    }
+
+private:
+    std::mt19937_64 mRandom;
+    StRates mRates;
+
+public:
+    std::unique_ptr<Time_TempoMap> tempoMap;
+    Time_MeterMap meterMap;
+    Time_Converter converter;
+};
