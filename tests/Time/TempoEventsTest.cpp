@@ -23,21 +23,21 @@ Time_TypedLength Ticks(Cmn_Int64 iCount) { return {iCount, Time_eType_Ticks}; }
 TEST(TempoLimits, TempoIsHeldInBothCounts)
 {
     constexpr double cCases[][3] = {
-        {1000,  960000,  500             },
-        {100,   480000,  100             },
-        {1000,  480000,  999             },
-        {1000,  1920000, 250             },
-        {1,     960000,  5               },
-        {1,     480000,  10              },
-        {1,     1920000, 5               },
-        {120.1, 960000,  120.1           },
-        {77,    7,       960000.0 * 5 / 7}
+        {1000,               960000,  500               },
+        {100,                480000,  100               },
+        {1000,               480000,  999               },
+        {1000,               1920000, 250               },
+        {1,                  960000,  5                 },
+        {1,                  480000,  10                },
+        {1,                  1920000, 5                 },
+        {118.23729952887406, 960000,  118.23729952887406}, // a round trip would end in …8
+        {77,                 7,       960000.0 * 5 / 7  }
     };
     const Time_TempoLimits& limits = Time_TempoEdit::GetTempoLimits();
     for (const auto& [bpm, beat, limited] : cCases)
         EXPECT_EQ(limits.LimitTempoValue(bpm, Time_TickLength(static_cast<Cmn_Int64>(beat))), limited)
             << bpm << beat;
-    // A half: 2.5 … 500 quarters by its beats, so the quarters' own minimum counts.
+    // Of the two limits the narrower counts.
     EXPECT_EQ(limits.GetMinQPM(cHalf), 10);
     EXPECT_EQ(limits.GetMinQPM(cEighth), 5);
     EXPECT_EQ(limits.GetMaxQPM(cEighth), 499.5);
