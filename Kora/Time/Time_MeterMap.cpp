@@ -159,14 +159,14 @@ void Time_MeterMap::UpdateBarNumbers(std::size_t iFrom)
 {
     for (std::size_t i = iFrom; i < mChanges.size(); ++i) {
         Time_MeterChange& change = mChanges[i];
-        if (i == 0) {
-            change.mIsOffBarline = false;
-        } else {
-            const BarNumbering numbering = NumberingAfter(mChanges[i - 1], change.mTick);
-            change.mBarNumber = numbering.mBarNumber;
-            change.mIsOffBarline = numbering.mIsOffBarline;
-        }
-        change.mBBT.mBar = change.mBarNumber;
+        const BarNumbering numbering =
+            i == 0 ? BarNumbering{change.mBarNumber, false} : NumberingAfter(mChanges[i - 1], change.mTick);
+        if (change.mBarNumber != numbering.mBarNumber || change.mIsOffBarline != numbering.mIsOffBarline ||
+            change.mBBT.mBar != numbering.mBarNumber)
+            mIsUntold = true;
+        change.mBarNumber = numbering.mBarNumber;
+        change.mIsOffBarline = numbering.mIsOffBarline;
+        change.mBBT.mBar = numbering.mBarNumber;
     }
     // The change before may have been overwritten in place.
     RefreshIndex(iFrom > 0 ? iFrom - 1 : 0);

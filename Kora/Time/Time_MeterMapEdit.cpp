@@ -74,8 +74,7 @@ void Time_MeterMap::AddMeterChange(Time_Tick iTick, const Time_Meter& iMeter)
 
 void Time_MeterMap::RemoveMeterChange(Time_Tick iTick)
 {
-    // Deliberate: the notice comes before the look, so a snapshot is taken even for nothing.
-    // Test: RemovingNothingStillNotifiesUndo
+    // Deliberate: the notice comes before the look, so a snapshot is taken even for nothing. Test: BroadcastsAreCounted
     NdoAboutToModify();
     const std::size_t at = LowerBound(iTick);
     if (at == mChanges.size() || mChanges[at].mTick != iTick) return;

@@ -66,6 +66,7 @@ void Time_MeterMap::StreamIn(Sys_TypedInStream& ioStream)
     mChanges.swap(changes);
     mSongStartTick = songStartTick;
     UpdateBarNumbers(0);
+    mIsUntold = false; // the reader tells whom it concerns
 }
 
 Ndo_State* Time_MeterMap::NdoGetState() { return new Time_MeterMap_NdoState(*this); }

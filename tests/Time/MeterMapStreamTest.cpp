@@ -144,21 +144,23 @@ TEST(MeterMapStream, WhatNoMapWritesIsRefusedAndTheMapStays)
     {
         const char* mName;
         std::function<void(Sys_TypedOutStream&)> mBody;
-    } cCases[] = {
-        {"a negative count",                    count(-1)                  },
-        {"one change more than the body holds", count(2)                   },
-        {"more changes than memory",            count(2147483647)          },
-        {"no count",                            [](Sys_TypedOutStream&) {} },
-        {"numerator 0",                         one(0,                       4, 3)},
-        {"denominator 0",                                   one(4,                                                              0, 3)},
-        {"denominator -4",one(4,-4, 3)},
-        {"a beat below one tick",                                     one(4,                                                 3840001, 3)},
-        {"a click that is no note",                                   one(4,                                                                                                  4, 8)},
-        {"two changes at one tick",               two(5)},
-        {"descending ticks",                                   two(4)                                                             },
-        {"half a BBT",[=](Sys_TypedOutStream& ioStream) { one(4, 4, 3)(ioStream), ioStream.WriteInt64(1); }},
-        {"half a song start",                                     [](Sys_TypedOutStream& ioStream) { ioStream.WriteInt64(0); }                                       },
-    };
+        // clang-format off
+        } cCases[] = {
+            {"a negative count", count(-1)},
+            {"one change more than the body holds", count(2)},
+            {"more changes than memory", count(2147483647)},
+            {"no count", [](Sys_TypedOutStream&) {}},
+            {"numerator 0", one(0, 4, 3)},
+            {"denominator 0", one(4, 0, 3)},
+            {"denominator -4", one(4, -4, 3)},
+            {"a beat below one tick", one(4, 3840001, 3)},
+            {"a click that is no note", one(4, 4, 8)},
+            {"two changes at one tick", two(5)},
+            {"descending ticks", two(4)},
+            {"half a BBT", [=](Sys_TypedOutStream& ioStream) {one(4, 4, 3)(ioStream), ioStream.WriteInt64(1);}},
+            {"half a song start", [](Sys_TypedOutStream& ioStream) {ioStream.WriteInt64(0);}},
+        };
+    // clang-format on
     for (const auto& row : cCases) {
         Time_MeterMap map = Sample();
         const std::string before = map.Dump();
