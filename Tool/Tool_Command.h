@@ -1,0 +1,23 @@
+// Tool_Command: the kora command as a function of its arguments and streams.
+//
+// Output:  nothing is written before all input is understood, then everything at once; lines end in "\n" alone on
+//          every platform. Streams are taken to be binary.
+// Errors:  one line on the error stream: "kora: " and what is wrong where.
+// Globals: sets Time_Globals' sample rate, frame rate and timecode format to what the arguments ask for.
+#pragma once
+
+#include <iosfwd>
+#include <string>
+#include <vector>
+
+enum Tool_EExit {
+    Tool_eExit_Good = 0,
+    Tool_eExit_BadInput = 1,
+    Tool_eExit_WrongUsage = 2,
+};
+
+// iArguments leaves out the command's own name; all text is UTF-8. The library must be initialised.
+Tool_EExit Tool_RunCommand(const std::vector<std::string>& iArguments, std::istream& iIn, std::ostream& oOut,
+                           std::ostream& oErr);
+// The same between Kora_Init::Init and Free, over the process's own streams: what each platform's main calls.
+int Tool_Main(const std::vector<std::string>& iArguments);

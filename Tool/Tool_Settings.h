@@ -1,0 +1,25 @@
+// Tool_Settings: the session format that a user asks for: sample rate and timecode format.
+#pragma once
+
+#include "Kora/Time/Time_Globals.h"
+
+#include <string>
+#include <string_view>
+
+struct Tool_Settings
+{
+    double mSampleRate = 44100.0;
+    ETimeCodeFormat mTimeCodeFormat = eTimeCodeFormat_30;
+
+    // Makes them the process's: sample rate, timecode format and its frame rate, no frame offset and no pulls.
+    void Apply() const;
+};
+
+// A decimal number of Hz from Tool_Seconds::cMinRate to cMaxRate; false, with the out untouched, for anything else.
+bool Tool_ParseRate(std::string_view iText, double& oRate);
+
+// A name as Time_Globals::GetTimeCodeFormatString gives it, with or without its blanks and "fps": "29.97 fps drop",
+// "29.97drop". False for anything else and for the two OMF formats, which have no frames per second.
+bool Tool_ParseTimeCodeFormat(std::string_view iName, ETimeCodeFormat& oFormat);
+// The short names, "24, 25, …", for messages.
+std::string Tool_TimeCodeFormatNames();

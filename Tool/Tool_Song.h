@@ -1,0 +1,56 @@
+// Tool_Song: a song's meter, tempo and key maps with the converter over them.
+//
+// Units:      ticks of the time line, 960000 to a quarter note. The song starts at cStartTick: bar 1, sample 0.
+// Invariants: (1) the meter map and the tempo map have an entry at the start  (2) no entry and no event of the song
+//             lies past the limits of Time_Typed.
+// Globals:    the settings become the process's and must stay so while the song is used: a tempo map takes its sample
+//             rate from them, and the converter its frame rate.
+// Ownership:  owns its maps; the converter borrows them.
+#pragma once
+
+#include "Kora/Time/Time_Converter.h"
+#include "Kora/Time/Time_KeySignatureMap.h"
+#include "Kora/Time/Time_MeterMap.h"
+#include "Kora/Time/Time_TempoMap.h"
+#include "Tool/Tool_MidiFile.h"
+#include "Tool/Tool_Settings.h"
+
+class Tool_Song
+{
+public:
+    static constexpr Cmn_Int64 cTicksPerQuarter = 960000;
+    static constexpr Cmn_Int64 cStartTick = 1000000000000;
+
+    // 120 beats a minute in 4/4, from the start on.
+    explicit Tool_Song(const Tool_Settings& iSettings);
+    // Of several events of a kind at one tick the last in the file holds. Throws Tool_InputError when an event lies
+    // past the time limits.
+    Tool_Song(const Tool_MidiFile& iFile, const Tool_Settings& iSettings);
+    Tool_Song(const Tool_Song&) = delete;
+    Tool_Song& operator=(const Tool_Song&) = delete;
+
+    const Tool_Settings& GetSettings() const { return mSettings; }
+    const Time_MeterMap& GetMeterMap() const { return mMeterMap; }
+    const Time_TempoMap& GetTempoMap() const { return mTempoMap; }
+    const Time_KeySignatureMap& GetKeyMap() const { return mKeyMap; }
+    const Time_Converter& GetConverter() const { return mConverter; }
+    // The last event of any track.
+    Time_Tick GetEndTick() const { return mEndTick; }
+
+    // start + round half up (iMidiTick × 960000 / iDivision), in integers; INT64_MAX where that does not fit.
+    static Cmn_Int64 FromMidiTick(Cmn_Int64 iMidiTick, Cmn_Int32 iDivision);
+
+private:
+    void BuildMeters(const Tool_MidiFile& iFile);
+    void BuildTempos(const Tool_MidiFile& iFile);
+    void BuildKeys(const Tool_MidiFile& iFile);
+    void AddTempo(Time_Tick iTick, double iBeatsPerMinute);
+    void CheckEnd(const Tool_MidiFile& iFile) const;
+
+    Tool_Settings mSettings;
+    Time_MeterMap mMeterMap;
+    Time_TempoMap mTempoMap;
+    Time_KeySignatureMap mKeyMap;
+    Time_Converter mConverter;
+    Time_Tick mEndTick;
+};

@@ -1,0 +1,167 @@
+#include "Tool/Tool_Help.h"
+#include "tests/Tool/ToolFixture.h"
+
+#include <cstdio>
+#include <fstream>
+
+using namespace MidiBytes;
+
+namespace {
+// A file in the tests' working folder for the length of a scope.
+class StFile
+{
+public:
+    StFile(std::string iName, const std::string& iBytes)
+        : mName(std::move(iName))
+    {
+        std::ofstream(mName, std::ios::binary) << iBytes;
+    }
+    ~StFile() { std::remove(mName.c_str()); }
+    StFile(const StFile&) = delete;
+    StFile& operator=(const StFile&) = delete;
+
+private:
+    std::string mName;
+};
+
+std::string ReadFile(const std::string& iName)
+{
+    std::ifstream stream(iName, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+const std::string cSongs = std::string(KORA_SOURCE_DIR) + "/examples/songs/";
+const std::string cData = std::string(KORA_SOURCE_DIR) + "/tests/Tool/data/";
+
+using CommandTest = ToolFixture;
+} // namespace
+
+TEST_F(CommandTest, TheExampleSongIsWhatWasCheckedByHand)
+{
+    const std::string bytes = ReadFile(cSongs + "first-light.mid");
+    const Tool_Song song(Tool_MidiFile::Parse(bytes, "first-light.mid"), {48000, eTimeCodeFormat_2997Drop});
+    const Tool_SongReport report(song, "first-light.mid");
+    EXPECT_EQ(report.Json(), ReadFile(cData + "first-light.json"));
+    EXPECT_EQ(report.Table(), ReadFile(cData + "first-light.txt"));
+}
+
+TEST_F(CommandTest, BadInputGivesOneLineAndNothingElse)
+{
+    const StFile cut("CommandTest_cut.mid", "MThd");
+    const StFile good("CommandTest_good.mid", File(480, {Text(480, "end")}));
+    struct Row
+    {
+        std::vector<std::string> mArguments;
+        const char* mError;
+    };
+    const Row rows[] = {
+        {{"song", "CommandTest_cut.mid"},
+         "kora: CommandTest_cut.mid: byte 0: the file is cut short: 4 bytes of a chunk header, expected 8\n"                   },
+        {{"song", "CommandTest_none.mid"},                                         "kora: CommandTest_none.mid: no such file\n"},
+        {{"song", "."},                                                            "kora: .: a folder, expected a MIDI file\n" },
+        {{"convert", "CommandTest_cut.mid", "--from", "ticks", "--to", "bars"},
+         "kora: CommandTest_cut.mid: byte 0: the file is cut short: 4 bytes of a chunk header, expected 8\n"                   },
+        {{"convert", "CommandTest_good.mid", "--from", "samples", "--to", "bars"},
+         "kora: stdin: line 1001: \"x\" is not a position in samples, expected a whole number\n"                               },
+        {{"convert", "-", "--from", "samples", "--to", "samples"},
+         "kora: stdin: line 1001: \"x\" is not a position in samples, expected a whole number\n"                               },
+    };
+    std::string input;
+    for (int i = 0; i < 1000; ++i)
+        input += "44100\n";
+    for (const Row& row : rows) {
+        const Outcome outcome = Run(row.mArguments, input + "x\n44100\n");
+        EXPECT_EQ(outcome.mExit, 1);
+        EXPECT_EQ(outcome.mOut, "");
+        EXPECT_EQ(outcome.mErr, row.mError);
+    }
+    const Outcome outcome =
+        Run({"convert", "CommandTest_good.mid", "--to=samples,bars", "--from", "samples"}, "44100\n");
+    EXPECT_EQ(outcome.mExit, 0);
+    EXPECT_EQ(outcome.mOut, "44100\t1|3|0\n");
+    EXPECT_EQ(outcome.mErr, "");
+}
+
+TEST_F(CommandTest, WrongUsageIsExitTwoOnOneLine)
+{
+    const std::vector<std::string> convert = {"convert", "-", "--from", "samples", "--to", "bars"};
+    const auto with = [&](std::vector<std::string> iMore) {
+        iMore.insert(iMore.begin(), convert.begin(), convert.end());
+        return iMore;
+    };
+    const std::vector<std::string> rows[] = {
+        {        },
+        {"sing"   },
+        {"song"   },
+        {"song",    "a.mid", "b.mid"},
+        {"song",  "a.mid", "--loud"},
+        {"song",    "a.mid", "--rate"},
+        {"song", "a.mid", "--rate", "0"},
+        {"song",    "a.mid", "--rate", "-44100"},
+        {"song", "a.mid", "--rate", "nan"},
+        {"song",    "a.mid", "--rate", "inf"},
+        {"song", "a.mid", "--rate", "44100Hz"},
+        {"song",         "a.mid", "--rate", "768001"},
+        {"song","a.mid", "--rate", ""},
+        {"song", "a.mid", "--timecode", "29"},
+        {"song",    "a.mid", "--timecode", "29.97 fps (OMF)"},
+        {"song", "a.mid", "--timecode", "2997  fps drop (OMF)"},
+        {"song",         "a.mid", "--timecode", "?"},
+        {"song","a.mid", "--timecode", "line\nbreak"},
+        {"convert",    "-"},
+        {"convert",    "-", "--from", "samples"},
+        {"convert", "-", "--to", "samples"},
+        {"convert",         "-", "--from", "sample", "--to", "bars"},
+        {"convert","-", "--from", "samples", "--to", "bars,"},
+        {"convert", "-", "--from", "samples", "--to", ""},
+        with({"--json"   }
+        ),
+        with({"--rate", "999"}
+        ),
+        with({"extra"        }
+        ),
+    };
+    for (const auto& arguments : rows) {
+        const Outcome outcome = Run(arguments, "1\n");
+        const std::string shown = testing::PrintToString(arguments) + ": " + outcome.mErr;
+        EXPECT_EQ(outcome.mExit, 2) << shown;
+        EXPECT_EQ(outcome.mOut, "") << shown;
+        EXPECT_EQ(std::count(outcome.mErr.begin(), outcome.mErr.end(), '\n'), 1) << shown;
+    }
+}
+
+TEST_F(CommandTest, HelpNamesEveryOptionAndFitsATerminal)
+{
+    EXPECT_EQ(Run({"--help"}).mOut, Tool_cHelp);
+    EXPECT_EQ(Run({"song", "--help"}).mOut, Tool_cSongHelp);
+    EXPECT_EQ(Run({"convert", "x", "--help"}).mOut, Tool_cConvertHelp);
+    EXPECT_EQ(Run({"--version"}).mOut.substr(0, 5), "kora ");
+    for (const std::string& help :
+         {std::string(Tool_cHelp), std::string(Tool_cSongHelp), std::string(Tool_cConvertHelp)})
+    {
+        std::istringstream lines(help);
+        for (std::string line; std::getline(lines, line);)
+            EXPECT_LE(line.size(), 100u) << line;
+    }
+}
+
+TEST_F(CommandTest, EveryFormatNameOfTheLibraryIsTakenLongAndShort)
+{
+    for (int value = 1; value <= 14; ++value) {
+        const std::string name = Time_Globals::GetTimeCodeFormatString(static_cast<ETimeCodeFormat>(value));
+        std::string shortName;
+        for (const char c : name.substr(0, name.find(" fps")) + name.substr(name.find("fps") + 3))
+            if (c != ' ') shortName += c;
+        const bool isOMF = value == eTimeCodeFormat_2997OMF || value == eTimeCodeFormat_2997DropOMF;
+        for (const std::string& spelled : {name, shortName}) {
+            const Outcome outcome =
+                Run({"convert", "-", "--from=seconds", "--to=frames", "--timecode", spelled}, "1001\n");
+            ASSERT_EQ(outcome.mExit, isOMF ? 2 : 0) << spelled << outcome.mErr;
+            if (isOMF) continue;
+            // 1001 seconds of 24000/1001, 30000/1001 and 60000/1001 frames are whole thousands.
+            const int whole = std::stoi(shortName);
+            const int rate = shortName.find('.') != std::string::npos ? (whole + 1) * 1000 : whole * 1001;
+            EXPECT_EQ(outcome.mOut, std::to_string(rate) + '\n') << spelled;
+        }
+    }
+}

@@ -1,0 +1,166 @@
+#include "Tool/Tool_InputError.h"
+#include "tests/Tool/ToolFixture.h"
+
+#include <random>
+
+using namespace MidiBytes;
+
+namespace {
+constexpr Tool_EUnit cUnits[] = {Tool_eUnit_Ticks, Tool_eUnit_Samples,  Tool_eUnit_Frames,
+                                 Tool_eUnit_Bars,  Tool_eUnit_Timecode, Tool_eUnit_Seconds};
+
+// Ticks are finer than samples, and samples finer than frames.
+bool IsCoarser(Tool_EUnit iA, Tool_EUnit iB)
+{
+    const auto size = [](Tool_EUnit iUnit) {
+        return Tool_CountedIn(iUnit) == Time_eType_Ticks     ? 0
+               : Tool_CountedIn(iUnit) == Time_eType_Samples ? 1
+                                                             : 2;
+    };
+    return size(iA) > size(iB);
+}
+
+// Two minutes with tempo changes and cut bars.
+std::string Song()
+{
+    return File(480, {Tempo(0, 480000) + Meter(0, 4, 2) + Meter(480 * 6 + 7, 7, 3) + Tempo(333, 1200001) +
+                          Meter(480 * 31, 5, 2) + Tempo(480 * 40, 300000) + Text(480 * 60, "end"),
+                      Tempo(480 * 3 + 1, 654321)});
+}
+
+class ConvertTest : public ToolFixture
+{
+protected:
+    static std::string Convert(const std::string& iInput, Tool_EUnit iFrom,
+                               const std::vector<Tool_EUnit>& iTo, const Tool_Settings& iSettings = {})
+    {
+        const Tool_Song song(Tool_MidiFile::Parse(Song(), "x.mid"), iSettings);
+        return Tool_Convert(song, iInput, "stdin", iFrom, iTo);
+    }
+    static std::string Complaint(const std::string& iInput, Tool_EUnit iFrom,
+                                 const std::vector<Tool_EUnit>& iTo)
+    {
+        try {
+            return Convert(iInput, iFrom, iTo);
+        } catch (const Tool_InputError& error) {
+            return error.what();
+        }
+    }
+};
+} // namespace
+
+// Whatever is lost on the way to a coarser unit, going back and there again must lose no more. From a coarse unit to
+// a finer one and back nothing is lost at all.
+TEST_F(ConvertTest, ThereAndBackAndThereAgainIsThere)
+{
+    for (const Tool_Settings settings : {
+             Tool_Settings{44100,   eTimeCodeFormat_2997Drop},
+             {48000,   eTimeCodeFormat_5994Drop},
+             {192000,  eTimeCodeFormat_24      },
+             {47952.5, eTimeCodeFormat_23976   }
+    })
+    {
+        std::mt19937_64 random(99);
+        std::string samples;
+        for (int i = 0; i < 2000; ++i)
+            samples += std::to_string(random() % (i % 2 ? 10000000 : 2000000000)) + '\n';
+        for (const Tool_EUnit from : cUnits) {
+            const std::string start = Convert(samples, Tool_eUnit_Samples, {from}, settings);
+            for (const Tool_EUnit to : cUnits) {
+                const std::string there = Convert(start, from, {to}, settings);
+                const std::string back = Convert(there, to, {from}, settings);
+                EXPECT_EQ(Convert(back, from, {to}, settings), there)
+                    << Tool_UnitName(from) << " → " << Tool_UnitName(to);
+                if (!IsCoarser(to, from)) {
+                    EXPECT_EQ(back, start) << Tool_UnitName(from) << " → " << Tool_UnitName(to);
+                }
+            }
+        }
+    }
+}
+
+TEST_F(ConvertTest, ColumnsComeInTheOrderAskedAndLinesMayEndAnyWay)
+{
+    const std::vector<Tool_EUnit> all = {Tool_eUnit_Bars,     Tool_eUnit_Samples, Tool_eUnit_Seconds,
+                                         Tool_eUnit_Timecode, Tool_eUnit_Frames,  Tool_eUnit_Ticks,
+                                         Tool_eUnit_Bars};
+    EXPECT_EQ(Convert("1|1|0\r\n 1|3|480000\t\n1|9|0", Tool_eUnit_Bars, all),
+              "1|1|0\t0\t0.000000\t00:00:00:00\t0\t1000000000000\t1|1|0\n"
+              "1|3|480000\t52920\t1.200000\t00:00:01:06\t36\t1000002400000\t1|3|480000\n"
+              "3|4|466000\t238849\t5.416077\t00:00:05:12\t162\t1000007680000\t3|4|466000\n");
+    EXPECT_EQ(Convert("", Tool_eUnit_Bars, all), "");
+    EXPECT_EQ(Convert("0|4|959999\n-3|1|0\n", Tool_eUnit_Bars, {Tool_eUnit_Ticks, Tool_eUnit_Bars}),
+              "999999999999\t0|4|959999\n999984640000\t-3|1|0\n");
+    EXPECT_EQ(Convert("-0.5\n", Tool_eUnit_Seconds, {Tool_eUnit_Samples}), "-22050\n");
+}
+
+TEST_F(ConvertTest, LabelsStartAgainEveryDayAndSkipWhatDropFormatsSkip)
+{
+    const Tool_Settings drop{48000, eTimeCodeFormat_2997Drop};
+    EXPECT_EQ(Convert("1799\n1800\n17982\n2589407\n2589408\n2591208\n", Tool_eUnit_Frames,
+                      {Tool_eUnit_Timecode}, drop),
+              "00:00:59;29\n00:01:00;02\n00:10:00;00\n23:59:59;29\n00:00:00;00\n00:01:00;02\n");
+    EXPECT_EQ(Convert("00:10:00;00\n", Tool_eUnit_Timecode, {Tool_eUnit_Samples, Tool_eUnit_Seconds}, drop),
+              "28799971\t599.999396\n"); // 17982 × 1.6016 × 1000 = 28799971.2
+}
+
+TEST_F(ConvertTest, SaysWhichLineIsBadAndPrintsNothing)
+{
+    struct Bad
+    {
+        std::string mInput;
+        Tool_EUnit mFrom;
+        Tool_EUnit mTo;
+        const char* mComplaint;
+    };
+    const Bad bad[] = {
+        {"1|1|0\n1|1\n",                             Tool_eUnit_Bars,     Tool_eUnit_Ticks,
+         "stdin: line 2: \"1|1\" is not a position in bars, expected bar|beat|tick, such as 12|3|480000"    },
+        {"1|0|0\n",                                  Tool_eUnit_Bars,     Tool_eUnit_Ticks,
+         "stdin: line 1: \"1|0|0\" is not a position in bars, expected bar|beat|tick, such as 12|3|480000"  },
+        {"1|1|-1\n",                                 Tool_eUnit_Bars,     Tool_eUnit_Ticks,
+         "stdin: line 1: \"1|1|-1\" is not a position in bars, expected bar|beat|tick, such as 12|3|480000" },
+        {"1|1|0|0\n",                                Tool_eUnit_Bars,     Tool_eUnit_Ticks,
+         "stdin: line 1: \"1|1|0|0\" is not a position in bars, expected bar|beat|tick, such as 12|3|480000"},
+        {"5\n\n6\n",                                 Tool_eUnit_Samples,  Tool_eUnit_Ticks,
+         "stdin: line 2: \"\" is not a position in samples, expected a whole number"                        },
+        {"1.5\n",                                    Tool_eUnit_Ticks,    Tool_eUnit_Ticks,
+         "stdin: line 1: \"1.5\" is not a position in ticks, expected a whole number"                       },
+        {"9223372036854775808",                      Tool_eUnit_Ticks,    Tool_eUnit_Ticks,
+         "stdin: line 1: \"9223372036854775808\" is not a position in ticks, expected a whole number"       },
+        {"\x01\xFF",                                 Tool_eUnit_Frames,   Tool_eUnit_Ticks,
+         "stdin: line 1: \"\\x01\\xff\" is not a position in frames, expected a whole number"               },
+        {"00:00:00:30",                              Tool_eUnit_Timecode, Tool_eUnit_Ticks,
+         "stdin: line 1: \"00:00:00:30\" is not a position in timecode, expected a label hh:mm:ss:ff of 30 "
+         "fps"                                                                                              },
+        {"1,5",                                      Tool_eUnit_Seconds,  Tool_eUnit_Ticks,
+         "stdin: line 1: \"1,5\" is not a position in seconds, expected decimal seconds, such as 12.5"      },
+        {"0\n34359738368\n",                         Tool_eUnit_Samples,  Tool_eUnit_Samples,
+         "stdin: line 2: \"34359738368\" lies past the time line, expected sample -34359738367 to "
+         "34359738367"                                                                                      },
+        {"-34359738368\n",                           Tool_eUnit_Samples,  Tool_eUnit_Samples,
+         "stdin: line 1: \"-34359738368\" lies past the time line, expected sample -34359738367 to "
+         "34359738367"                                                                                      },
+        {"-1\n",                                     Tool_eUnit_Samples,  Tool_eUnit_Timecode,
+         "stdin: line 1: \"-1\" lies past the time line, expected sample 0 to 34359738367"                  },
+        {"-1\n",                                     Tool_eUnit_Frames,   Tool_eUnit_Ticks,
+         "stdin: line 1: \"-1\" lies past the time line, expected sample 0 to 34359738367"                  },
+        {"9223372036854775807\n",                    Tool_eUnit_Frames,   Tool_eUnit_Ticks,
+         "stdin: line 1: \"9223372036854775807\" lies past the time line, expected sample 0 to 34359738367" },
+        {"9223372036854775807\n",                    Tool_eUnit_Ticks,    Tool_eUnit_Bars,
+         "stdin: line 1: \"9223372036854775807\" lies past the time line, expected sample -34359738367 to "
+         "34359738367"                                                                                      },
+        {"-9223372036854775808\n",                   Tool_eUnit_Ticks,    Tool_eUnit_Bars,
+         "stdin: line 1: \"-9223372036854775808\" lies past the time line, expected sample -34359738367 to "
+         "34359738367"                                                                                      },
+        {"2147483647|2147483647|576460752303423487", Tool_eUnit_Bars,     Tool_eUnit_Ticks,
+         "stdin: line 1: \"2147483647|2147483647|576460752303423487\" lies past the time line, expected "
+         "sample -34359738367 to 34359738367"                                                               },
+        {"999999999999\n",                           Tool_eUnit_Seconds,  Tool_eUnit_Samples,
+         "stdin: line 1: \"999999999999\" lies past the time line, expected sample -34359738367 to "
+         "34359738367"                                                                                      },
+    };
+    for (const Bad& row : bad)
+        EXPECT_EQ(Complaint(row.mInput, row.mFrom, {row.mTo}), row.mComplaint);
+    EXPECT_EQ(Convert("34359738367\n", Tool_eUnit_Samples, {Tool_eUnit_Samples}), "34359738367\n");
+}

@@ -1,0 +1,48 @@
+# Runs the real command: cmake -DKORA=… -DEMULATOR=… -DSONGS=… -DDATA=… -DWORK=… -P EndToEnd.cmake
+# The bytes that come out are compared, so that both platforms print the same.
+file(REMOVE_RECURSE "${WORK}")
+file(MAKE_DIRECTORY "${WORK}")
+
+function(run_kora exit in out err)
+  execute_process(COMMAND ${EMULATOR} "${KORA}" ${ARGN} WORKING_DIRECTORY "${WORK}" INPUT_FILE "${in}"
+                  OUTPUT_FILE "${WORK}/${out}" ERROR_FILE "${WORK}/${err}" RESULT_VARIABLE result)
+  if(NOT result EQUAL exit)
+    file(READ "${WORK}/${err}" text)
+    message(FATAL_ERROR "kora ${ARGN}: exit ${result}, expected ${exit}: ${text}")
+  endif()
+endfunction()
+
+function(expect_same actual expected)
+  execute_process(COMMAND "${CMAKE_COMMAND}" -E compare_files "${actual}" "${expected}" RESULT_VARIABLE differs)
+  if(differs)
+    message(FATAL_ERROR "${actual} is not ${expected}")
+  endif()
+endfunction()
+
+function(expect_text file expected)
+  file(WRITE "${WORK}/expected" "${expected}")
+  expect_same("${WORK}/${file}" "${WORK}/expected")
+endfunction()
+
+set(settings --rate 48000 --timecode 29.97drop)
+file(COPY "${SONGS}/first-light.mid" DESTINATION "${WORK}")
+file(WRITE "${WORK}/nothing" "")
+run_kora(0 nothing song.json err song first-light.mid --json ${settings})
+expect_same("${WORK}/song.json" "${DATA}/first-light.json")
+run_kora(0 nothing song.txt err song first-light.mid ${settings})
+expect_same("${WORK}/song.txt" "${DATA}/first-light.txt")
+
+# A name beyond every 8-bit code page.
+file(COPY_FILE "${SONGS}/first-light.mid" "${WORK}/Früh 光.mid")
+file(WRITE "${WORK}/bars" "1|1|0\r\n10|1|0\n")
+run_kora(0 bars converted err convert "Früh 光.mid" --from bars --to ticks,bars ${settings})
+expect_text(converted "1000000000000\t1|1|0\n1000028800000\t10|1|0\n")
+expect_text(err "")
+
+file(WRITE "${WORK}/bad" "10\n20\nten\n")
+run_kora(1 bad out err convert - --from ticks --to bars)
+expect_text(out "")
+expect_text(err "kora: stdin: line 3: \"ten\" is not a position in ticks, expected a whole number\n")
+run_kora(1 nothing out err song "光.mid")
+expect_text(err "kora: 光.mid: no such file\n")
+run_kora(2 nothing out err song)

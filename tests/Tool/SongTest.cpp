@@ -1,0 +1,269 @@
+// The song's rows against a plain computation: bars walked one by one, samples as one exact fraction.
+#include "Tool/Tool_InputError.h"
+#include "tests/Tool/ToolFixture.h"
+
+#include <map>
+#include <nlohmann/json.hpp>
+#include <random>
+
+using namespace MidiBytes;
+using JsonValue = nlohmann::ordered_json;
+
+namespace {
+constexpr Cmn_Int64 cStart = 1000000000000;
+
+struct PlainMeter
+{
+    Cmn_Int64 mNumerator;
+    Cmn_Int64 mDenominator;
+    Cmn_Int64 BarLength() const { return mNumerator * 3840000 / mDenominator; }
+};
+
+struct PlainPosition
+{
+    Cmn_Int64 mBar, mBeat, mTick;
+};
+
+// A song as lists by tick, with the answers that the report must give.
+struct PlainSong
+{
+    std::map<Cmn_Int64, Cmn_Int64> mTempos{
+        {cStart, 500000}
+    }; // microseconds to a quarter
+    std::map<Cmn_Int64, PlainMeter> mMeters{
+        {cStart, {4, 4}}
+    };
+    std::map<Cmn_Int64, std::pair<int, int>> mKeys; // sharps, mode
+    Cmn_Int64 mEnd = cStart;
+
+    // Samples as fractions of 960000 × 1000000 parts, in integers. oDoubt: so near a half that doubles may err.
+    Cmn_Int64 SampleOf(Cmn_Int64 iTick, Cmn_Int64 iRate, bool& oDoubt) const
+    {
+        Cmn_Int64 tickMicros = 0;
+        for (auto tempo = mTempos.begin(); tempo != mTempos.end() && tempo->first < iTick; ++tempo) {
+            const auto next = std::next(tempo);
+            const Cmn_Int64 until = next == mTempos.end() ? iTick : std::min(iTick, next->first);
+            tickMicros += (until - tempo->first) * tempo->second;
+        }
+        constexpr Cmn_Int64 cParts = 960000000000;
+        const Cmn_Int64 rest = tickMicros % cParts * iRate;
+        oDoubt = std::abs(rest % cParts - cParts / 2) < cParts / 100000;
+        return tickMicros / cParts * iRate + (2 * rest + cParts) / (2 * cParts);
+    }
+
+    // Walks from bar 1, one bar at a time; a change inside a bar ends it.
+    PlainPosition PositionOf(Cmn_Int64 iTick) const
+    {
+        Cmn_Int64 bar = 1;
+        Cmn_Int64 barStart = cStart;
+        for (;;) {
+            const PlainMeter meter = std::prev(mMeters.upper_bound(barStart))->second;
+            Cmn_Int64 next = barStart + meter.BarLength();
+            if (const auto cut = mMeters.upper_bound(barStart); cut != mMeters.end() && cut->first < next)
+                next = cut->first;
+            if (iTick < next) {
+                const Cmn_Int64 beatLength = 3840000 / meter.mDenominator;
+                const Cmn_Int64 into = iTick - barStart;
+                return {bar, into / beatLength + 1, into % beatLength};
+            }
+            barStart = next;
+            ++bar;
+        }
+    }
+
+    bool IsOffBarline(Cmn_Int64 iTick) const
+    {
+        const auto before = std::prev(mMeters.find(iTick));
+        return (iTick - before->first) % before->second.BarLength() != 0;
+    }
+};
+
+struct RandomSong
+{
+    std::string mBytes;
+    PlainSong mPlain;
+};
+
+// Up to three tracks, and events of all kinds at times that often coincide.
+RandomSong MakeSong(std::mt19937& ioRandom)
+{
+    const auto upTo = [&](int iMost) {
+        return static_cast<int>(ioRandom() % static_cast<unsigned>(iMost + 1));
+    };
+    const int divisions[] = {1, 24, 96, 333, 480, 960, 12345, 32767};
+    const int division = divisions[upTo(7)];
+    RandomSong song;
+    std::vector<std::string> tracks;
+    for (int track = upTo(2); track >= 0; --track) {
+        std::string body;
+        Cmn_Int64 midiTick = 0;
+        Cmn_Int64 tick = cStart;
+        for (int event = upTo(12); event > 0; --event) {
+            const Cmn_Int64 delta = upTo(1) * (upTo(1) ? 4 * division * upTo(5) : upTo(9 * division));
+            midiTick += delta;
+            tick = cStart + (2 * midiTick * 960000 + division) / (2 * division);
+            const int kind = upTo(3);
+            if (kind == 0) {
+                const int micros = 1 + (upTo(1) ? 100000 + upTo(2000000) : upTo(16777214));
+                song.mPlain.mTempos[tick] = micros;
+                body += Tempo(delta, micros);
+            } else if (kind == 1) {
+                const int numerator = 1 + upTo(11);
+                const int power = upTo(6);
+                song.mPlain.mMeters[tick] = {numerator, 1 << power};
+                body += Meter(delta, numerator, power);
+            } else if (kind == 2) {
+                const int sharps = upTo(14) - 7;
+                const int mode = upTo(1);
+                song.mPlain.mKeys[tick] = {sharps, mode};
+                body += Key(delta, sharps, mode);
+            } else {
+                body += Text(delta, "la");
+            }
+        }
+        song.mPlain.mEnd = std::max(song.mPlain.mEnd, tick);
+        tracks.push_back(body);
+    }
+    song.mBytes = File(division, tracks);
+    return song;
+}
+
+class SongTest : public ToolFixture
+{
+protected:
+    static void ExpectPosition(const JsonValue& iPosition, const PlainSong& iPlain, Cmn_Int64 iTick)
+    {
+        const PlainPosition plain = iPlain.PositionOf(iTick);
+        EXPECT_EQ(iPosition.dump(),
+                  JsonValue({
+                                {"bar",  plain.mBar },
+                                {"beat", plain.mBeat},
+                                {"tick", plain.mTick}
+        })
+                      .dump());
+    }
+    static void ExpectSample(const JsonValue& iSample, const PlainSong& iPlain, Cmn_Int64 iTick,
+                             Cmn_Int64 iRate)
+    {
+        bool isDoubtful = false;
+        const Cmn_Int64 plain = iPlain.SampleOf(iTick, iRate, isDoubtful);
+        EXPECT_LE(std::abs(iSample.get<Cmn_Int64>() - plain), isDoubtful ? 1 : 0)
+            << iSample << " for " << plain;
+    }
+    static void Compare(const JsonValue& iJson, const PlainSong& iPlain, Cmn_Int64 iRate);
+};
+
+void SongTest::Compare(const JsonValue& iJson, const PlainSong& iPlain, Cmn_Int64 iRate)
+{
+    ASSERT_EQ(iJson["tempo"].size(), iPlain.mTempos.size());
+    auto row = iJson["tempo"].begin();
+    for (const auto& [tick, micros] : iPlain.mTempos) {
+        EXPECT_EQ((*row)["tick"], tick);
+        EXPECT_EQ((*row)["bpm"].get<double>(), 60000000.0 / static_cast<double>(micros));
+        EXPECT_EQ((*row)["ticksPerBeat"], 960000);
+        ExpectSample((*row)["sample"], iPlain, tick, iRate);
+        ExpectPosition((*row)["position"], iPlain, tick);
+        ++row;
+    }
+    ASSERT_EQ(iJson["meter"].size(), iPlain.mMeters.size());
+    row = iJson["meter"].begin();
+    for (const auto& [tick, meter] : iPlain.mMeters) {
+        EXPECT_EQ((*row)["tick"], tick);
+        EXPECT_EQ((*row)["numerator"], meter.mNumerator);
+        EXPECT_EQ((*row)["denominator"], meter.mDenominator);
+        EXPECT_EQ((*row)["bar"], iPlain.PositionOf(tick).mBar);
+        EXPECT_EQ((*row)["offBarline"], tick != cStart && iPlain.IsOffBarline(tick));
+        ExpectSample((*row)["sample"], iPlain, tick, iRate);
+        ++row;
+    }
+    ASSERT_EQ(iJson["keys"].size(), iPlain.mKeys.size());
+    row = iJson["keys"].begin();
+    for (const auto& [tick, key] : iPlain.mKeys) {
+        EXPECT_EQ((*row)["tick"], tick);
+        EXPECT_EQ((*row)["sharps"], key.first);
+        EXPECT_EQ((*row)["minor"], key.second == 1);
+        ExpectPosition((*row)["position"], iPlain, tick);
+        ++row;
+    }
+    EXPECT_EQ(iJson["end"]["tick"], iPlain.mEnd);
+    ExpectSample(iJson["end"]["sample"], iPlain, iPlain.mEnd, iRate);
+    ExpectPosition(iJson["end"]["position"], iPlain, iPlain.mEnd);
+    EXPECT_EQ(iJson["end"]["seconds"].get<double>(),
+              iJson["end"]["sample"].get<double>() / static_cast<double>(iRate));
+}
+} // namespace
+
+TEST_F(SongTest, RandomSongsAreWhatAPlainWalkSays)
+{
+    const unsigned seed = 4711;
+    std::mt19937 random(seed);
+    for (int i = 0; i < 400; ++i) {
+        const RandomSong song = MakeSong(random);
+        const Cmn_Int64 rate = i % 3 == 0 ? 44100 : i % 3 == 1 ? 48000 : 192000;
+        const std::string json = Json(song.mBytes, {static_cast<double>(rate), eTimeCodeFormat_25});
+        Compare(JsonValue::parse(json), song.mPlain, rate);
+        if (HasFailure()) {
+            ADD_FAILURE() << "seed " << seed << ", song " << i << "\n" << json;
+            return;
+        }
+    }
+}
+
+TEST_F(SongTest, MidiTicksRoundHalfUpAndNeverWrap)
+{
+    EXPECT_EQ(Tool_Song::FromMidiTick(0, 480), cStart);
+    EXPECT_EQ(Tool_Song::FromMidiTick(1, 480), cStart + 2000);
+    EXPECT_EQ(Tool_Song::FromMidiTick(1, 32767), cStart + 29);  // 29.298
+    EXPECT_EQ(Tool_Song::FromMidiTick(1, 25600), cStart + 38);  // 37.5
+    EXPECT_EQ(Tool_Song::FromMidiTick(3, 25600), cStart + 113); // 112.5
+    EXPECT_EQ(Tool_Song::FromMidiTick(32768, 32767), cStart + 960029);
+    EXPECT_EQ(Tool_Song::FromMidiTick(600000000000, 1), cStart + 600000000000 * 960000);
+    EXPECT_EQ(Tool_Song::FromMidiTick(INT64_MAX, 1), INT64_MAX);
+    EXPECT_EQ(Tool_Song::FromMidiTick(INT64_MAX / 960000 + 1, 1), INT64_MAX);
+}
+
+TEST_F(SongTest, ALastEventPastTheTimeLineIsRefused)
+{
+    const auto complaint = [](const std::string& iBytes) -> std::string {
+        try {
+            Json(iBytes);
+            return "(taken)";
+        } catch (const Tool_InputError& error) {
+            return error.what();
+        }
+    };
+    // One quarter a MIDI tick: each text lies 2^28 - 1 quarters after the one before.
+    const auto quarters = [](int iTexts) {
+        std::string track;
+        for (int i = 0; i < iTexts; ++i)
+            track += Text(0x0FFFFFFF, "");
+        return track;
+    };
+    EXPECT_EQ(complaint(File(1, {Text(1558230, "")})), "(taken)"); // at 120 bpm, 22050 samples to a quarter
+    EXPECT_EQ(complaint(File(1, {Text(1558230, "") + Text(0x0FFFFF, "")})).substr(0, 63),
+              "x.mid: byte 35: the song's last event at sample 57480050250, ex");
+    EXPECT_EQ(complaint(File(1, {Tempo(0, 1) + quarters(2300)})),
+              "x.mid: byte 16130: the song's last event at MIDI tick 617401546500, expected none past the "
+              "time line's "
+              "last tick 576460752303423487");
+    EXPECT_EQ(complaint(File(1, {Tempo(0, 1) + Meter(0, 1, 11) + quarters(64)})),
+              "x.mid: byte 486: the song's last event at MIDI tick 17179869120, expected none past the last "
+              "bar number "
+              "2147483647");
+}
+
+TEST_F(SongTest, AnEventAtTheStartTakesTheDefaultsPlaceAndTheLastInTheFileWins)
+{
+    const JsonValue json = JsonValue::parse(Json(
+        File(480, {Tempo(0, 600000) + Meter(0, 3, 2) + Key(0, 1, 0), Tempo(0, 750000) + Key(0, -2, 1)})));
+    ASSERT_EQ(json["tempo"].size(), 1u);
+    EXPECT_EQ(json["tempo"][0]["bpm"], 80.0);
+    ASSERT_EQ(json["meter"].size(), 1u);
+    EXPECT_EQ(json["meter"][0]["numerator"], 3);
+    ASSERT_EQ(json["keys"].size(), 1u);
+    EXPECT_EQ(json["keys"][0]["name"], "G minor");
+    std::string keys;
+    for (const auto& item : json.items())
+        keys += item.key() + ' ';
+    EXPECT_EQ(keys, "file sampleRate ticksPerQuarter songStartTick tempo meter keys end ");
+}

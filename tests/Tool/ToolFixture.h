@@ -1,0 +1,48 @@
+// ToolFixture: verbs for tests of the command: Run, Song, Convert. Every test starts the library and ends with
+// Time_Globals as they were at load, and no library assertion may have been reported.
+#pragma once
+
+#include "Kora/Kora_Init.h"
+#include "Tool/Tool_Command.h"
+#include "Tool/Tool_Convert.h"
+#include "Tool/Tool_SongReport.h"
+#include "tests/Support/AssertRecorder.h"
+#include "tests/Tool/MidiBytes.h"
+
+#include <gtest/gtest.h>
+#include <sstream>
+
+class ToolFixture : public testing::Test
+{
+protected:
+    ToolFixture() { Kora_Init::Init(); }
+    ~ToolFixture() override
+    {
+        EXPECT_EQ(mReports.Take(), std::vector<std::string>());
+        Tool_Settings().Apply();
+        Kora_Init::Free();
+    }
+
+    struct Outcome
+    {
+        int mExit;
+        std::string mOut;
+        std::string mErr;
+    };
+    static Outcome Run(const std::vector<std::string>& iArguments, const std::string& iInput = {})
+    {
+        std::istringstream in(iInput);
+        std::ostringstream out;
+        std::ostringstream err;
+        const int exit = Tool_RunCommand(iArguments, in, out, err);
+        return {exit, out.str(), err.str()};
+    }
+
+    static std::string Json(const std::string& iMidiBytes, const Tool_Settings& iSettings = {})
+    {
+        const Tool_Song song(Tool_MidiFile::Parse(iMidiBytes, "x.mid"), iSettings);
+        return Tool_SongReport(song, "x.mid").Json();
+    }
+
+    AssertRecorder mReports;
+};
