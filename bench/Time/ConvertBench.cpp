@@ -24,9 +24,10 @@ struct Session
 {
     explicit Session(Cmn_Int64 iChanges)
     {
+        Time_Typed::Init(); // without its limits every sample is clamped to 0
         std::mt19937 random(1);
         {
-            const Time_TempoMap_StEditOptimizer edit(&tempoMap);
+            const Time_TempoMap_StEditOptimizer edit(tempoMap);
             for (Cmn_Int64 i = 0; i < iChanges; ++i) {
                 const Time_Tick tick(cSongStart + i * cTicksAChange);
                 const double beatsPerMinute = 60.0 + static_cast<double>(random() % 120);
