@@ -119,7 +119,7 @@ TEST_P(FormatTest, TextTakesTheLabelsOfTwentyMinutesAndNoOthers)
     Time_SMPTE read(GetParam().mFormat);
     for (Counter counter{GetParam()}; counter.mMinutes < 20; counter.NextLabel()) {
         const Time_SMPTE label = counter.Label();
-        char text[24];
+        char text[48];
         std::snprintf(text, sizeof text, "%02d:%02d:%02d%c%02d", counter.mHours, counter.mMinutes,
                       counter.mSeconds, isDrop ? ';' : ':', counter.mFrames);
         const bool taken = read.FromString(text);
