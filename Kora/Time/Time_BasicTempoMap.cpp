@@ -3,6 +3,7 @@
 #include "Kora/Time/Time_BasicTempoMapIndex_p.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <limits>
 #include <sstream>
@@ -118,23 +119,35 @@ void Time_BasicTempoMap::BuildIndex()
     mIsIndexed = true;
 }
 
-std::size_t Time_BasicTempoMap::ChainStarts(std::size_t iFrom, std::size_t iEnd)
+std::size_t Time_BasicTempoMap::ChainStarts(std::size_t iFrom, std::size_t iEnd, bool& ioAscend)
 {
-    for (std::size_t i = iFrom; i < iEnd; ++i) {
-        const double start = mSegments[i - 1].FractionalSampleAt(mSegments[i].GetStartTick());
-        // Bits alike here are alike behind. (Zeros of both signs compare equal: only a start of zero meets itself.)
-        if (start == mSegments[i].GetFractionalStartSample() &&
-            std::signbit(start) == std::signbit(mSegments[i].GetFractionalStartSample()))
-            return i;
-        mSegments[i].SetFractionalStartSample(start);
+    bool ascend = ioAscend;
+    const Time_BasicTempoMapSegment* before = &mSegments[iFrom - 1];
+    // Kept apart from the segment, where each addition would wait for the store of the one before.
+    double start = before->GetFractionalStartSample();
+    std::size_t i = iFrom;
+    for (; i < iEnd; ++i) {
+        Time_BasicTempoMapSegment& segment = mSegments[i];
+        const double ticks = (segment.GetStartTick() - before->GetStartTick()).AsFloat64();
+        const double next = ticks * before->GetSamplesPerTick() + start;
+        ascend = ascend & (next >= start);
+        // Bits alike here are alike behind.
+        if (std::bit_cast<Cmn_UInt64>(next) == std::bit_cast<Cmn_UInt64>(segment.GetFractionalStartSample()))
+            break;
+        segment.SetFractionalStartSample(next);
+        before = &segment;
+        start = next;
     }
-    return iEnd;
+    // The joint with what stays.
+    if (i < mSegments.size()) ascend = ascend & (mSegments[i].GetFractionalStartSample() >= start);
+    ioAscend = ascend;
+    return i;
 }
 
 void Time_BasicTempoMap::Splice(std::size_t iFirst, std::size_t iLast, const Time_BasicTempoMap& iBy,
                                 std::size_t iFrom, std::size_t iChainEnd)
 {
-    const bool wasIndexed = mIsIndexed && mIndexP->mSamplesAscend;
+    bool ascend = mIsIndexed && mIndexP->mSamplesAscend;
     mIsIndexed = false;
     const auto at = [this](std::size_t i) { return mSegments.begin() + static_cast<std::ptrdiff_t>(i); };
     const std::size_t added = iBy.mSegments.size() - iFrom, removed = iLast - iFirst;
@@ -145,11 +158,10 @@ void Time_BasicTempoMap::Splice(std::size_t iFirst, std::size_t iLast, const Tim
     std::copy(iBy.mSegments.begin() + static_cast<std::ptrdiff_t>(iFrom), iBy.mSegments.end(), at(iFirst));
 
     const std::size_t behind = iFirst + added, chainEnd = iChainEnd - removed + added;
-    const std::size_t unchangedFrom = ChainStarts(behind, chainEnd);
-    bool ascend = wasIndexed;
-    for (std::size_t i = iFirst; i <= unchangedFrom && i < mSegments.size(); ++i)
+    for (std::size_t i = iFirst; i < behind; ++i)
         ascend =
             ascend && mSegments[i].GetFractionalStartSample() >= mSegments[i - 1].GetFractionalStartSample();
+    const std::size_t unchangedFrom = ChainStarts(behind, chainEnd, ascend);
     if (!ascend) return BuildIndex();
     const std::size_t count = mSegments.size();
     mIndexP->mTicks.Splice(count, iFirst, count - behind,

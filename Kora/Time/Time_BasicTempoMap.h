@@ -106,8 +106,9 @@ private:
     // before the replacement.
     void Splice(std::size_t iFirst, std::size_t iLast, const Time_BasicTempoMap& iBy, std::size_t iFrom,
                 std::size_t iChainEnd);
-    // Returns the first segment at or after iFrom that already started there, or iEnd.
-    std::size_t ChainStarts(std::size_t iFrom, std::size_t iEnd);
+    // Returns the first segment at or after iFrom that already started there, or iEnd. Clears ioAscend where a start
+    // sample, up to the one returned, is below the one before.
+    std::size_t ChainStarts(std::size_t iFrom, std::size_t iEnd, bool& ioAscend);
 
     double mSampleRate;
     std::vector<Time_BasicTempoMapSegment> mSegments;

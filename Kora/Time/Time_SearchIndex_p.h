@@ -36,7 +36,7 @@ public:
     template <class KeyAt>
     void Build(std::size_t iCount, KeyAt iKeyAt)
     {
-        SetKeys(iCount, 0, iKeyAt);
+        SetKeys(iCount, 0, 0, iKeyAt);
         LayGrid();
         CountFrom(0, iCount);
         CountAllAfter(iCount == 0 ? 0 : BucketOf(mKeys[iCount - 1]) + 1);
@@ -57,7 +57,7 @@ public:
         if (iFront == 0 || iCount < 2 || mCount < 2 || !GridFits(iKeyAt(iCount - 1), iCount))
             return Build(iCount, iKeyAt);
         const auto more = static_cast<Cmn_UInt32>(iCount - mCount); // modulo 2^32, so that it may be negative
-        SetKeys(iCount, iFront, iKeyAt);
+        SetKeys(iCount, iFront, iBack, iKeyAt);
         if (iBack == 0) {
             CountFrom(iFront, iCount);
             return CountAllAfter(BucketOf(mKeys[iCount - 1]) + 1);
@@ -112,12 +112,23 @@ private:
     }
 
     template <class KeyAt>
-    void SetKeys(std::size_t iCount, std::size_t iFrom, KeyAt iKeyAt)
+    void SetKeys(std::size_t iCount, std::size_t iFront, std::size_t iBack, KeyAt iKeyAt)
     {
-        mCount = iCount;
+        // The keys at the back, the padding among them, move as they are.
+        const auto stays = static_cast<std::ptrdiff_t>(iBack + cPadding);
+        if (iCount > mCount) mKeys.resize(iCount + cPadding);
+        if (iBack != 0) {
+            const auto oldEnd = mKeys.begin() + static_cast<std::ptrdiff_t>(mCount + cPadding);
+            const auto newEnd = mKeys.begin() + static_cast<std::ptrdiff_t>(iCount + cPadding);
+            if (iCount > mCount)
+                std::copy_backward(oldEnd - stays, oldEnd, newEnd);
+            else
+                std::copy(oldEnd - stays, oldEnd, newEnd - stays);
+        }
         mKeys.resize(iCount + cPadding);
+        mCount = iCount;
         Key* const keys = mKeys.data();
-        for (std::size_t i = iFrom; i < iCount; ++i)
+        for (std::size_t i = iFront; i < iCount - iBack; ++i)
             keys[i] = iKeyAt(i);
         std::fill_n(keys + iCount, cPadding, cNever);
     }
@@ -142,8 +153,7 @@ private:
         }
     }
 
-    Cmn_UInt64 Distance(Key iKey) const
-        requires(!cIsFloat)
+    Cmn_UInt64 Distance(Key iKey) const requires(!cIsFloat)
     {
         return static_cast<Cmn_UInt64>(iKey) - static_cast<Cmn_UInt64>(mKeys[0]);
     }

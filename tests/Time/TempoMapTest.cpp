@@ -1,20 +1,29 @@
 #include "Bastel/Cmn/Cmn_Exception.h"
 #include "Bastel/Cmn/Cmn_XMLNode.h"
+#include "Bastel/Sys/Sys_StdStreamHeader.h"
 #include "Kora/Cnn/Cnn_Receiver.h"
-#include "Kora/Time/Time_ConstantTempoSeg.h"
-#include "Kora/Time/Time_TempoMap.h"
+#include "Kora/Time/Time_Globals.h"
 #include "Kora/Time/Time_TempoMap_StEditOptimizer.h"
 #include "Kora/Time/Time_TypedVector.h"
+#include "Support/AllocationCounter.h"
 #include "Support/AssertRecorder.h"
+#include "Support/TimePrinters.h"
 #include "TempoMapTools.h"
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <functional>
+#include <limits>
 #include <thread>
 
 namespace {
 
-// A map at 48000 Hz that counts its broadcasts.
+using Bytes = std::vector<Cmn_UInt8>;
+using Reports = std::vector<std::string>;
+using Ticks = std::vector<Cmn_Int64>;
+
+// A map at 48000 Hz that counts its broadcasts. Reports that a test does not take are failures.
 class TempoMap : public testing::Test
 {
 protected:
@@ -23,7 +32,7 @@ protected:
         mMap.SetSampleRate(48000);
         mMap.GetListenerList().Add(&mReceiver);
     }
-    ~TempoMap() override { EXPECT_EQ(mAsserts.Take(), std::vector<std::string>{}); }
+    ~TempoMap() override { EXPECT_EQ(mAsserts.Take(), Reports{}); }
 
     int TakeBroadcasts() { return std::exchange(mBroadcasts, 0); }
     bool OthersGetTheLock() const
@@ -36,6 +45,20 @@ protected:
         return got;
     }
     Cmn_Int64 SampleAt(Cmn_Int64 iTick) const { return mMap.TickToSample(Time_Tick(iTick)).AsInt64(); }
+    Ticks Starts() const
+    {
+        Ticks ticks;
+        for (auto iter = mMap.SegmentBegin(); iter != mMap.SegmentEnd(); ++iter)
+            ticks.push_back((*iter)->GetStartTick().AsInt64());
+        return ticks;
+    }
+    double TempoAt(Cmn_Int64 iTick) const
+    {
+        double beatsPerMinute;
+        Time_TickLength ticksPerBeat;
+        mMap.GetTempoAtTick(beatsPerMinute, ticksPerBeat, Time_Tick(iTick));
+        return beatsPerMinute * ticksPerBeat.AsFloat64() / cQuarter;
+    }
 
     void OnChanged(const Mdl_SimpleValMessage_ValChanged&) { ++mBroadcasts; }
 
@@ -45,14 +68,410 @@ protected:
     Time_TempoMap mMap;
 };
 
+Bytes BytesOf(const Time_TempoMap& iMap)
+{
+    Sys_MemOutStream bytes;
+    Sys_TypedOutStream stream(bytes);
+    iMap.StreamOut(stream);
+    return bytes.TakeBytes();
+}
+
+void Read(Time_TempoMap& ioMap, const Bytes& iBytes)
+{
+    Sys_MemInStream bytes(iBytes);
+    Sys_TypedInStream stream(bytes);
+    ioMap.StreamIn(stream);
+}
+
+constexpr Cmn_Int64 cAt(int iQuarter) { return cStart + iQuarter * cQuarter; }
+
 } // namespace
 
 TEST_F(TempoMap, AnEmptyMapConvertsAtTheFallbackTempo)
 {
     EXPECT_EQ(SampleAt(cStart), 0);
-    EXPECT_EQ(SampleAt(cStart + cQuarter), 24000);
-    EXPECT_EQ(SampleAt(cStart - cQuarter), -24000);
+    EXPECT_EQ(SampleAt(cAt(1)), 24000);
+    EXPECT_EQ(SampleAt(cAt(-1)), -24000);
     EXPECT_EQ(mMap.SampleToTick(Time_Sample(1)).AsInt64(), cStart + 40);
     EXPECT_EQ(mMap.GetSessionStartTick().AsInt64(), cStart);
     EXPECT_TRUE(mMap.FindControllingSegment(Time_Tick(0)) == mMap.SegmentEnd());
+    EXPECT_EQ(TempoAt(0), 120);
+    EXPECT_EQ(Time_TempoMap().GetSampleRate(), Time_Globals::GetPullSampleRate());
+}
+
+TEST_F(TempoMap, LockedPointsAreHonoured)
+{
+    // The first quarter fills 48000 samples; the free third one keeps its tempo and ends at the second lock.
+    Fill(mMap, {
+                   {.tick = cStart,    .locked = true,   .computed = true},
+                   {        .tick = cAt(1),   .locked = true, .computed = true,  .sample = 48000},
+                   {        .tick = cAt(2),        .bpm = 60                },
+                   { .tick = cAt(3), .bpm = 120,                 .locked = true,    .sample = 144000}
+    });
+    EXPECT_EQ(TempoAt(cStart), 60);
+    EXPECT_EQ(TempoAt(cAt(1)), 60);
+    EXPECT_EQ(SampleAt(cAt(1)), 48000);
+    EXPECT_EQ(SampleAt(cAt(2)), 144000 - 48000);
+    EXPECT_EQ(SampleAt(cAt(4)), 144000 + 24000);
+    EXPECT_FALSE(mMap.IsAllIDB());
+    EXPECT_FALSE(mMap.IsAllChanges());
+    EXPECT_TRUE(mMap.IsNumberOfLockedSegmentsLessThan(4));
+    EXPECT_FALSE(mMap.IsNumberOfLockedSegmentsLessThan(3));
+    EXPECT_TRUE(mMap.FindSegmentBySample(Time_Sample(96000)) == mMap.SegmentBegin() + 2);
+    EXPECT_TRUE(mMap.FindSegmentBySample(Time_Sample(96001)) == mMap.SegmentEnd());
+    mMap.EraseLockedSegmentsBySample(Time_Sample(0), Time_Sample(144000));
+    EXPECT_EQ(Starts(), (Ticks{cAt(2), cAt(3)}));
+    EXPECT_EQ(SampleAt(cAt(2)), 96000) << "laid out backwards from the lock ahead";
+    EXPECT_EQ(mMap.GetMinTicksPerSample(), 20);
+    EXPECT_EQ(mMap.GetMaxTicksPerSample(), 40);
+}
+
+TEST_F(TempoMap, ATickIsGovernedByTheSegmentAtOrBeforeIt)
+{
+    Fill(mMap, {
+                   {.tick = cStart, .bpm = 120, .locked = true},
+                   {.tick = cAt(4),              .bpm = 60          }
+    });
+    for (const auto& [tick, governing] : {
+             std::pair{cStart - 1, 0},
+             {cStart,     0},
+             {cAt(4) - 1, 0},
+             {cAt(4),     1}
+    })
+        EXPECT_TRUE(mMap.FindControllingSegment(Time_Tick(tick)) == mMap.SegmentBegin() + governing) << tick;
+    EXPECT_EQ(SampleAt(cAt(-1)), -24000);
+    EXPECT_EQ(SampleAt(cAt(5)), 4 * 24000 + 48000);
+    EXPECT_EQ(mMap.TickToSampleBasedOnReferenceTempoAtTick(Time_Tick(cAt(5)), Time_Tick(cStart)).AsInt64(),
+              5 * 24000);
+    EXPECT_EQ(mMap.SampleToTickBasedOnReferenceTempoAtTick(Time_Sample(0), Time_Tick(cAt(4))).AsInt64(),
+              cAt(2));
+    EXPECT_EQ(
+        mMap.SampleToTickBasedOnReferenceTempoAtSample(Time_Sample(120000), Time_Sample(95999)).AsInt64(),
+        cAt(5));
+    EXPECT_TRUE(mMap.FindSegment(Time_Tick(cAt(4))) == mMap.SegmentBegin() + 1);
+    EXPECT_TRUE(mMap.FindSegment(Time_Tick(cAt(3))) == mMap.SegmentEnd());
+}
+
+TEST_F(TempoMap, AFirstSegmentThatNothingHoldsStartsFromTheFallback)
+{
+    Fill(mMap, {
+                   {.tick = cAt(2), .bpm = 60}
+    });
+    EXPECT_EQ(SampleAt(cStart), 0);
+    EXPECT_EQ(SampleAt(cAt(2)), 96000) << "at its own tempo";
+    mMap.Clear();
+    Fill(mMap, {
+                   {.tick = cStart, .bpm = 60}
+    });
+    EXPECT_EQ(mMap.GetBasicTempoMap().GetNumberOfSegments(), 1u) << "one numeric segment at a tick";
+    mMap.Clear();
+    Fill(mMap, {
+                   {.tick = cStart,  .computed = true},
+                   { .tick = cAt(1), .locked = true,  .sample = 48000}
+    });
+    EXPECT_EQ(LinesOf(mMap.GetBasicTempoMap())[0], (Line{cStart, 0, 0.05, 20}));
+}
+
+TEST_F(TempoMap, TheSongStartIsCached)
+{
+    Fill(mMap, {
+                   {.tick = cAt(2), .bpm = 120, .locked = true, .songStart = true, .sample = 24000}
+    });
+    EXPECT_EQ(mMap.GetSongStartTick().AsInt64(), cAt(2));
+    EXPECT_EQ(mMap.GetSongStartSample().AsInt64(), 24000);
+    EXPECT_EQ(mMap.GetSessionStartTick().AsInt64(), cAt(1));
+    Fill(mMap, {
+                   {.tick = cAt(2), .songStart = true, .sample = 5}
+    });
+    EXPECT_EQ(mAsserts.Take(), Reports{"mIsLockedToSample@$^$@Time/Time_TempoMap"});
+    EXPECT_EQ(mMap.GetSongStartSample().AsInt64(), 5) << "the stored sample, locked or not";
+    EXPECT_TRUE(mMap.FindSongStart() == mMap.SegmentBegin());
+}
+
+TEST_F(TempoMap, NestedEditsRebuildAndTellOnce)
+{
+    TakeBroadcasts();
+    std::vector<Cmn_Int32> identifiers{mMap.GetUniqueEditIdentifier()};
+    const auto isNew = [&] {
+        identifiers.push_back(mMap.GetUniqueEditIdentifier());
+        return identifiers.back() > identifiers[identifiers.size() - 2];
+    };
+    {
+        const Time_TempoMap_StEditOptimizer outer(mMap);
+        {
+            const Time_TempoMap_StEditOptimizer inner(mMap);
+            mMap.AddSegment(SegmentRow{.locked = true}.Make());
+            EXPECT_TRUE(isNew());
+            EXPECT_EQ(mMap.GetEditCount(), 2);
+        }
+        EXPECT_TRUE(isNew());
+        EXPECT_FALSE(OthersGetTheLock());
+        EXPECT_FALSE(mMap.TryToAcquireReadLock()) << "the editing thread neither";
+        EXPECT_EQ(SampleAt(cAt(1)), 24000) << "a query inside the edit rebuilds";
+        EXPECT_TRUE(OthersGetTheLock());
+        mMap.AddSegment(SegmentRow{.tick = cAt(1), .bpm = 60}.Make());
+        EXPECT_FALSE(OthersGetTheLock());
+        EXPECT_EQ(TakeBroadcasts(), 0);
+    }
+    EXPECT_TRUE(isNew());
+    EXPECT_EQ(TakeBroadcasts(), 1);
+    EXPECT_TRUE(OthersGetTheLock());
+    EXPECT_TRUE(mMap.TryToAcquireReadLock());
+    mMap.ReleaseReadLock();
+    mMap.EndEdit();
+    EXPECT_EQ(mAsserts.Take(), Reports{"mEditCount > 0@$^$@Time/Time_TempoMap"});
+}
+
+TEST_F(TempoMap, EachEditTellsOnceAndEditsOfNothingTellNobody)
+{
+    Time_TempoMap other;
+    Fill(other, {
+                    {.bpm = 77, .locked = true}
+    });
+    struct Row
+    {
+        const char* what;
+        std::function<void()> edit;
+        Ticks starts;
+        int broadcasts = 1;
+    };
+    const Row rows[] = {
+        {"add",                                                                     [&] { mMap.AddSegment(SegmentRow{.tick = cAt(1)}.Make()); },            {cAt(1)}                                                                },
+        {"replace",                                                                 [&] { mMap.AddSegment(SegmentRow{.tick = cAt(1), .bpm = 50}.Make()); }, {cAt(1)}                                                                },
+        {"replace all",                                                             [&] { mMap.ReplaceWith(other); },                                       {cStart}                                                                },
+        {"assign",                                                                  [&] { mMap = other; },                                                  {cStart}                                                                },
+        {"read",                                                                    [&] { Read(mMap, BytesOf(other)); },                                    {cStart}                                                                },
+        {"sample rate",                                                             [&] { mMap.SetSampleRate(96000); },                                     {cStart}                                                                },
+        {"itself",                                                                  [&] { mMap.ReplaceWith(mMap); },                                        {cStart},                                                                 0},
+        {"an empty range",                                                                         [&] { mMap.EraseSegments(Time_Tick(cAt(1)), Time_Tick(cAt(9))); },                                                                                                                                {cStart},                                                               0},
+        {"the end of a range",                                                                        [&] { mMap.EraseSegments(Time_Tick(0), Time_Tick(cStart)); },                                                                                                                                              {cStart},                                                                                                                                     0},
+        {"no lock there",
+         [&] { mMap.EraseLockedSegmentsBySample(Time_Sample(1), Time_Sample(9)); },
+         {cStart},
+         0},
+        {"erase", [&] { mMap.EraseSegments(Time_Tick(cStart), Time_Tick(cStart + 1)); },                                                                                                                                          {}                                                                                                                                                                                                                          },
+        {"clear",                                                                   [&] { mMap.Clear(); },                                                                    {}},
+    };
+    for (const Row& row : rows) {
+        TakeBroadcasts();
+        row.edit();
+        EXPECT_EQ(TakeBroadcasts(), row.broadcasts) << row.what;
+        EXPECT_EQ(Starts(), row.starts) << row.what;
+        EXPECT_TRUE(OthersGetTheLock()) << row.what;
+    }
+    mMap.AddSegment(nullptr);
+    mMap.DeleteSegment(mMap.SegmentEnd());
+    EXPECT_EQ(mAsserts.Take(), Reports({"0 != iSegmentP.get()@$^$@Time/Time_TempoMap",
+                                        "iter != mSegments.end()@$^$@Time/Time_TempoMap"}));
+    EXPECT_EQ(TakeBroadcasts(), 0);
+}
+
+TEST_F(TempoMap, CopiesHaveTheContentAlone)
+{
+    Fill(mMap, {
+                   {.bpm = 77,      .locked = true},
+                   {.tick = cAt(1), .bpm = 33     }
+    });
+    TakeBroadcasts();
+    Time_TempoMap copy(mMap);
+    EXPECT_EQ(BytesOf(copy), BytesOf(mMap));
+    EXPECT_EQ(copy.GetSampleRate(), 48000);
+    copy.Clear();
+    EXPECT_EQ(TakeBroadcasts(), 0) << "a copy has no listeners";
+    EXPECT_EQ(mMap.GetNumberOfSegments(), 2u);
+}
+
+TEST_F(TempoMap, TypedTimesConvertAndFramesAreReported)
+{
+    const Time_Typed tick(cAt(1), Time_eType_Ticks), sample(24000, Time_eType_Samples),
+        frame(1, Time_eType_Frames);
+    EXPECT_EQ(mMap.TimeTypedToSample(tick), Time_Sample(24000));
+    EXPECT_EQ(mMap.TimeTypedToTick(sample), Time_Tick(cAt(1)));
+    EXPECT_EQ(mMap.TimeTypedToSpecifiedType(tick, Time_eType_Samples), sample);
+    EXPECT_EQ(mMap.SampleToSpecifiedType(Time_Sample(24000), Time_eType_Ticks), tick);
+    EXPECT_EQ(mMap.TickToSpecifiedType(Time_Tick(cAt(1)), Time_eType_Ticks), tick);
+    EXPECT_EQ(mAsserts.Take(), Reports{});
+
+    EXPECT_EQ(mMap.TimeTypedToSample(frame), Time_Sample(0));
+    EXPECT_EQ(mMap.TimeTypedToTick(frame), Time_Tick(0));
+    EXPECT_EQ(mMap.TimeTypedToSpecifiedType(frame, Time_eType_Ticks), frame);
+    EXPECT_EQ(mMap.TickToSpecifiedType(Time_Tick(cAt(1)), Time_eType_Frames), tick);
+    EXPECT_EQ(mAsserts.Take(), Reports(4, "time_type_mismatch@$^$@Time/Time_TempoMap"));
+
+    Time_TypedVector times(Time_eType_Ticks, Time_eContext_LocalPosition, {cAt(1)});
+    mMap.TimesToType(&times, Time_eType_Samples);
+    EXPECT_EQ(times, Time_TypedVector(Time_eType_Samples, Time_eContext_LocalPosition, {24000}));
+    mMap.TimesToType(nullptr, Time_eType_Samples);
+    times.SetContext(Time_eContext_GlobalPosition);
+    mMap.TimesToType(&times, Time_eType_Frames);
+    EXPECT_EQ(times.GetType(), Time_eType_Samples);
+    EXPECT_EQ(mAsserts.Take(),
+              Reports({"ioTimes->GetContext() == Time_eContext_GlobalPosition@$^$@Time/Time_BasicTempoMap",
+                       "ioTimes != 0@$^$@Time/Time_BasicTempoMap",
+                       "time_type_mismatch@$^$@Time/Time_BasicTempoMap"}));
+}
+
+TEST_F(TempoMap, AnOlderLayoutDoesNotStandInAFinishedMap)
+{
+    class Previous : public Time_ConstantTempoSeg
+    {
+    public:
+        using Time_ConstantTempoSeg::Time_ConstantTempoSeg;
+        ETypeID GetTypeID() const override { return ePreviousTempoSeg; }
+    };
+    mMap.AddSegment(std::make_unique<Previous>(Time_Tick(cStart)));
+    mAsserts.Take(); // debug builds have looked already
+    EXPECT_FALSE(mMap.ValidateSegs());
+    EXPECT_EQ(mAsserts.Take(), Reports{"(*iter)->GetTypeID() != Time_TempoMapSegment::ePreviousTempoSeg"
+                                       "@$^$@Time/Time_TempoMap"});
+}
+
+TEST_F(TempoMap, AComputedStretchThatNothingEndsIsReported)
+{
+    Fill(mMap, {
+                   {.locked = true   },
+                   { .tick = cAt(1), .computed = true},
+                   { .tick = cAt(2),        .bpm = 60}
+    });
+    EXPECT_EQ(mAsserts.Take(), Reports{"0@$^$@Time/Time_TempoMap"});
+    EXPECT_EQ(SampleAt(cAt(3)), 2 * 24000 + 48000) << "the tempo before goes on";
+}
+
+// Every byte cut, every byte flipped: a map that reads, or the reading exception and the map as it was.
+TEST_F(TempoMap, DamagedStreamsLeaveTheMapAsItWas)
+{
+    Fill(mMap, {
+                   {.locked = true,  .computed = true},
+                   { .tick = cAt(1), .locked = true,  .sample = 48000}
+    });
+    const Bytes sound = BytesOf(mMap);
+    EXPECT_EQ(mMap.GetSerialSize(), static_cast<Cmn_Int64>(sound.size()));
+    Time_TempoMap target;
+    target.SetSampleRate(48000);
+    Fill(target, {
+                     {.bpm = 99, .locked = true}
+    });
+    const Bytes before = BytesOf(target);
+    int refused = 0;
+    const auto tryToRead = [&](const Bytes& iBytes) {
+        try {
+            Read(target, iBytes);
+            Read(target, before);
+        } catch (const Cmn_Exception&) {
+            ++refused;
+        }
+        ASSERT_EQ(BytesOf(target), before);
+    };
+    for (std::size_t length = 0; length < sound.size(); ++length)
+        tryToRead(Bytes(sound.begin(), sound.begin() + static_cast<std::ptrdiff_t>(length)));
+    EXPECT_EQ(refused, static_cast<int>(sound.size()));
+    for (std::size_t at = 0; at < sound.size(); ++at)
+        for (const Cmn_UInt8 mask : {0x01, 0x80, 0xFF}) {
+            Bytes damaged = sound;
+            damaged[at] ^= mask;
+            tryToRead(damaged);
+        }
+    mAsserts.Take(); // what reads may be no sound map
+    Read(target, sound);
+    EXPECT_EQ(BytesOf(target), sound);
+}
+
+TEST_F(TempoMap, ImpossibleContentIsRefused)
+{
+    const auto bytesOf = [](Cmn_Int32 iCount, std::initializer_list<SegmentRow> iRows) {
+        Sys_MemOutStream bytes;
+        Sys_TypedOutStream stream(bytes);
+        Sys_StdStreamHeaderWriter header(stream, "TempoMap", 1);
+        stream.WriteInt32(iCount);
+        for (const SegmentRow& row : iRows)
+            row.Make()->StreamOut(stream);
+        header.PatchSize();
+        return bytes.TakeBytes();
+    };
+    const double cNan = std::numeric_limits<double>::quiet_NaN();
+    EXPECT_THROW(Read(mMap, bytesOf(-1, {})), Sys_StreamReadException);
+    EXPECT_THROW(Read(mMap, bytesOf(0x7FFFFFFF, {{}})), Sys_StreamReadException);
+    EXPECT_THROW(Read(mMap, bytesOf(2, {{}, {}})), Sys_StreamReadException) << "one tick twice";
+    EXPECT_THROW(Read(mMap, bytesOf(1, {{.bpm = 0}})), Sys_StreamReadException);
+    EXPECT_THROW(Read(mMap, bytesOf(1, {{.bpm = cNan}})), Sys_StreamReadException);
+    EXPECT_THROW(Read(mMap, bytesOf(1, {{.beat = -1}})), Sys_StreamReadException);
+    EXPECT_NO_THROW(Read(mMap, bytesOf(1, {{.bpm = 50}})));
+    EXPECT_EQ(Starts(), Ticks{cStart});
+    const std::string xml = mMap.GetAsXML().ToString();
+    EXPECT_NE(xml.find("<nSegmentCount>1</nSegmentCount>"), std::string::npos) << xml;
+    EXPECT_NE(xml.find("<mBeatsPerMinute>50</mBeatsPerMinute>"), std::string::npos) << xml;
+    const Time_TempoMap* const shared = Time_TempoMap::GetDefaultTempoMap();
+    EXPECT_TRUE(shared == Time_TempoMap::GetDefaultTempoMap() && shared->TryToAcquireReadLock());
+    shared->ReleaseReadLock();
+}
+
+TEST_F(TempoMap, ConversionsUnderTheReadLockAllocateNothing)
+{
+    Fill(mMap, {
+                   {.locked = true},
+                   { .tick = cAt(1),     .bpm = 60},
+                   { .tick = cAt(9),     .bpm = 90}
+    });
+    ASSERT_TRUE(mMap.TryToAcquireReadLock());
+    Ticks times(100, cAt(2));
+    std::size_t segment = 0;
+    Cmn_Int64 sum = 0;
+    {
+        const AllocationCounter allocations;
+        const Time_BasicTempoMap& basic = mMap.GetBasicTempoMap();
+        for (Cmn_Int64 tick = cAt(-1); tick < cAt(12); tick += 12345) {
+            sum += basic.TickToSample(Time_Tick(tick), true).AsInt64() +
+                   mMap.TickToFirstSample(Time_Tick(tick)).AsInt64();
+            sum += mMap.SampleToTick(Time_Sample(tick / 40)).AsInt64() +
+                   basic.SampleToFirstTick(Time_Sample(9)).AsInt64();
+            sum += basic.NextTickToFirstSample(Time_Tick(tick), segment).AsInt64();
+            sum += basic.NextSampleToFirstTick(Time_Sample(tick), segment).AsInt64();
+        }
+        basic.TicksToSamples(times.data(), times.size(), true);
+        EXPECT_EQ(allocations.Count(), 0) << sum;
+    }
+    mMap.ReleaseReadLock();
+}
+
+// Whatever tempo stands amid, one quarter and the two halves of it add up; a half-built cache would show otherwise.
+TEST_F(TempoMap, ReadersNeverSeeAHalfBuiltCache)
+{
+    const auto fill = [&](int iTempo) {
+        const Time_TempoMap_StEditOptimizer edit(mMap);
+        for (int i = 0; i < 40; ++i)
+            mMap.AddSegment(SegmentRow{.tick = cAt(i), .bpm = 60.0 + iTempo, .locked = i == 0}.Make());
+    };
+    fill(0);
+    std::atomic<bool> isDone{false};
+    std::atomic<int> reads{0}, wrong{0};
+    const auto read = [&] {
+        while (!isDone) {
+            if (!mMap.TryToAcquireReadLock()) {
+                std::this_thread::yield();
+                continue;
+            }
+            const Time_BasicTempoMap& basic = mMap.GetBasicTempoMap();
+            const Cmn_Int64 quarter = basic.TickToSample(Time_Tick(cAt(1)), true).AsInt64();
+            for (int i = 2; i < 60; ++i) {
+                const Time_Sample sample = mMap.TickToSample(Time_Tick(cAt(i)));
+                const Cmn_Int64 off = sample.AsInt64() - i * quarter;
+                wrong +=
+                    off < -i || off > i || basic.TickToSample(basic.SampleToTick(sample), true) != sample;
+            }
+            mMap.ReleaseReadLock();
+            ++reads;
+        }
+    };
+    std::vector<std::thread> readers;
+    for (int i = 0; i < 5; ++i)
+        readers.emplace_back(read);
+    for (int tempo = 1; tempo < 100 || (reads < 200 && tempo < 20000); ++tempo) {
+        fill(tempo % 300);
+        std::this_thread::yield();
+    }
+    isDone = true;
+    for (std::thread& reader : readers)
+        reader.join();
+    EXPECT_EQ(wrong, 0);
+    EXPECT_GT(reads, 0);
 }

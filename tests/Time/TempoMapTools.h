@@ -23,7 +23,8 @@ struct SegmentRow
     std::unique_ptr<Time_TempoMapSegment> Make() const
     {
         auto segment = std::make_unique<Time_ConstantTempoSeg>(Time_Tick(tick), bpm, Time_TickLength(beat));
-        if (locked) segment->LockToSample(Time_Sample(sample));
+        segment->LockToSample(Time_Sample(sample));
+        if (!locked) segment->UnlockFromSample();
         if (unspecified) segment->SetTempoIsUnspecified();
         segment->SetIsComputed(computed);
         segment->SetIsSongStart(songStart);

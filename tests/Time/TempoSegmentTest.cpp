@@ -1,0 +1,271 @@
+#include "Bastel/Cmn/Cmn_Exception.h"
+#include "Bastel/Cmn/Cmn_XMLNode.h"
+#include "Bastel/Sys/Sys_StdStreamHeader.h"
+#include "ExactRatio.h"
+#include "Support/AssertRecorder.h"
+#include "TempoMapTools.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using Reports = std::vector<std::string>;
+
+Time_BasicTempoMapSegment Tempo(Cmn_Int64 iTick, double iSample, double iBpm, Cmn_Int64 iBeat = cQuarter)
+{
+    Time_BasicTempoMapSegment segment;
+    segment.SetTempo(Time_Tick(iTick), iSample, 48000, iBpm, Time_TickLength(iBeat));
+    return segment;
+}
+
+Time_BasicTempoMap BasicMap(std::initializer_list<Time_BasicTempoMapSegment> iSegments)
+{
+    Time_BasicTempoMap map(48000);
+    for (const auto& segment : iSegments)
+        map.InsertSegment(segment);
+    return map;
+}
+
+} // namespace
+
+TEST(BasicTempoMapSegment, HalvesGoToTheLaterSample)
+{
+    const Time_BasicTempoMapSegment segment = Tempo(cQuarter, 0, 120); // 40 ticks a sample
+    EXPECT_EQ(segment.GetSamplesPerTick(), 0.025);
+    struct Row
+    {
+        Cmn_Int64 ticksAfterStart, sample;
+    };
+    for (const Row row : {
+             Row{0,   0 },
+             {19,  0 },
+             {20,  1 },
+             {59,  1 },
+             {60,  2 },
+             {-20, 0 },
+             {-21, -1},
+             {-60, -1},
+             {-61, -2}
+    })
+        EXPECT_EQ(segment.TickToSample(Time_Tick(cQuarter + row.ticksAfterStart), false),
+                  Time_Sample(row.sample))
+            << row.ticksAfterStart;
+    const Time_Sample last(34359738367);
+    EXPECT_EQ(segment.TickToSample(Time_Tick(cQuarter + 40 * last.AsInt64() + 40), true), last);
+    EXPECT_EQ(segment.TickToSample(Time_Tick(cQuarter + 40 * last.AsInt64() + 40), false).AsInt64(),
+              34359738368);
+    EXPECT_EQ(segment.TickToFirstSample(Time_Tick(40 * last.AsInt64() * 2)), last);
+    EXPECT_EQ(segment.TickToSample(Time_Tick(-40), true), Time_Sample(-24001)) << "no limit below";
+}
+
+// A tick is first reached at the sample before which all fall on earlier ticks; and the other way round.
+TEST(BasicTempoMapSegment, FirstOnesAreTheFirst)
+{
+    for (const double bpm : {120.0, 3.001, 3.0, 2.3, 0.1, 0.0007})
+        for (const double start : {0.0, 100.25, 7.5, -3.999}) {
+            const Time_BasicTempoMapSegment segment = Tempo(1000, start, bpm);
+            for (Cmn_Int64 at = 900; at < 1300; ++at) {
+                const Time_Sample first = segment.TickToFirstSample(Time_Tick(at));
+                ASSERT_GE(segment.SampleToTick(first).AsInt64(), at) << bpm << " " << start;
+                ASSERT_LT(segment.SampleToTick(first - Time_SampleLength(1)).AsInt64(), at)
+                    << bpm << " " << start;
+                const Time_Tick tick = segment.SampleToFirstTick(Time_Sample(at));
+                ASSERT_GE(segment.TickToSample(tick, true).AsInt64(), at) << bpm << " " << start;
+                ASSERT_LT(segment.TickToSample(Time_Tick(tick.AsInt64() - 1), true).AsInt64(), at) << bpm;
+            }
+        }
+}
+
+TEST(BasicTempoMapSegment, TheStartTickIsFirstReachedAtItsWholeStartSample)
+{
+    EXPECT_EQ(Tempo(1000, 24000, 120).TickToFirstSample(Time_Tick(1000)), Time_Sample(24000));
+    EXPECT_EQ(Tempo(1000, 7.5, 120).TickToFirstSample(Time_Tick(1000)), Time_Sample(8));
+    // Deliberate: of a fraction below one half, the sample that rounds to it is not yet there.
+    EXPECT_EQ(Tempo(1000, 7.25, 120).TickToFirstSample(Time_Tick(1000)), Time_Sample(8));
+}
+
+TEST(BasicTempoMapSegment, DefinitionsFromBothEndsAgree)
+{
+    const AssertRecorder asserts;
+    const Time_BasicTempoMapSegment forward = Tempo(0, 1000, 90);
+    Time_BasicTempoMapSegment back, points;
+    back.SetBackTempo(Time_Tick(0), Time_Tick(cQuarter), 33000, 48000, 90, Time_TickLength(cQuarter));
+    points.SetEndSample(Time_Tick(0), Time_Tick(cQuarter), 0, 48000);
+    EXPECT_EQ(back.GetFractionalStartSample(), forward.GetFractionalStartSample());
+    EXPECT_EQ(points.GetBeatsPerMinute(48000, Time_TickLength(cQuarter)), 60);
+    EXPECT_EQ(asserts.Take(), Reports{});
+
+    back.SetBackTempo(Time_Tick(0), Time_Tick(1), 5, 0, 90, Time_TickLength(cQuarter));
+    points.SetEndSample(Time_Tick(7), Time_Tick(7), 3, 3);
+    EXPECT_EQ(back.GetFractionalStartSample(), 5);
+    EXPECT_EQ(asserts.Take(),
+              Reports({"iSampleRate != 0@$^$@Time/Time_BasicTempoMap",
+                       "iEndTick > iStartTick@$^$@Time/Time_BasicTempoMap",
+                       "iFractionalEndSample > iFractionalStartSample@$^$@Time/Time_BasicTempoMap"}));
+}
+
+// 48000 × 60 × ticks / (beat × bpm) samples, exactly, against what doubles make of it over a day.
+TEST(BasicTempoMapSegment, RoundsAsExactArithmeticDoesButForTiesWithinAMillionth)
+{
+    std::mt19937_64 random(1);
+    for (int i = 0; i < 100000; ++i) {
+        const Cmn_UInt64 bpm = 5 + random() % 495, beat = cQuarter / (1 + random() % 4),
+                         divisor = 2 * bpm * beat;
+        const Cmn_UInt64 ticks = random() % (Cmn_UInt64{34359738367} * divisor / (2 * 48000 * 60));
+        const Ratio exact = Divide(Wide::Product(ticks, 2 * 48000 * 60).Plus(divisor / 2), divisor);
+        const auto segment = Tempo(cStart, 0, static_cast<double>(bpm), static_cast<Cmn_Int64>(beat));
+        const Cmn_Int64 sample =
+            segment.TickToSample(Time_Tick(cStart + static_cast<Cmn_Int64>(ticks)), false).AsInt64();
+        const Cmn_Int64 off = sample - static_cast<Cmn_Int64>(exact.whole);
+        // Distance from the tie, in parts of the divisor.
+        const Cmn_UInt64 distance = off < 0 ? exact.rest : divisor - exact.rest;
+        ASSERT_TRUE(off == 0 || ((off == 1 || off == -1) && distance < divisor / 100000 + 1))
+            << ticks << " ticks at " << bpm << " per " << beat;
+    }
+}
+
+// A sample longer than a tick by more than 1 in 10,000 is found again from its tick, in every segment of a map.
+TEST(BasicTempoMap, SamplesComeBackFromTheirTicks)
+{
+    std::mt19937_64 random(2);
+    for (int round = 0; round < 50; ++round) {
+        Time_TempoMap map;
+        map.SetSampleRate(round % 2 == 0 ? 48000 : 192000);
+        map.BeginEdit();
+        map.AddSegment(SegmentRow{.bpm = 120, .locked = true}.Make());
+        const double slowest = map.GetSampleRate() * 60 / 0.9999 / cQuarter; // a tick is 0.9999 samples
+        for (Cmn_Int64 tick = cStart; tick < cStart + 100 * cQuarter;)
+            map.AddSegment(SegmentRow{.tick = tick += 1 + static_cast<Cmn_Int64>(random() % (4 * cQuarter)),
+                                      .bpm = slowest * (1 + static_cast<double>(random() % 100000) / 1000)}
+                               .Make());
+        map.EndEdit();
+        for (int i = 0; i < 10000; ++i) {
+            const Time_Sample sample(
+                static_cast<Cmn_Int64>(random() % (i % 2 == 0 ? 100000000 : 34359738367)));
+            ASSERT_EQ(map.TickToSample(map.SampleToTick(sample)).AsInt64(), sample.AsInt64()) << map.Dump();
+        }
+    }
+}
+
+TEST(BasicTempoMap, SegmentsAreInsertedByTickAndValidated)
+{
+    const AssertRecorder asserts;
+    Time_BasicTempoMap map =
+        BasicMap({Tempo(0, 0, 120), Tempo(2 * cQuarter, 48000, 60), Tempo(cQuarter, 24000.3, 120)});
+    EXPECT_EQ(map.GetSegment(1).GetStartTick(), Time_Tick(cQuarter));
+    EXPECT_EQ(map.FractionalSampleAtTick(Time_Tick(cQuarter / 2)), 12000);
+    EXPECT_EQ(map.FractionalSampleAtTick(Time_Tick(-cQuarter)), -24000)
+        << "the first one goes on before its start";
+    EXPECT_FALSE(map.Validate());
+    EXPECT_EQ(asserts.Take(), Reports{"DoublesAreEqual(iter->mFractionalStartSample, fractionalSample) || "
+                                      "DoublesAreEqual(iter->mFractionalStartSample, wholeSample)"
+                                      "@$^$@Time/Time_BasicTempoMap"});
+    EXPECT_FALSE(BasicMap({Tempo(5, 0, 120), Tempo(5, 1, 120)}).Validate());
+    EXPECT_FALSE(BasicMap({Tempo(5, 0, 120), Tempo(6, 0, 120)}).Validate());
+    EXPECT_EQ(
+        asserts.Take(),
+        Reports(
+            {"iter->mStartTick > prevIter->mStartTick@$^$@Time/Time_BasicTempoMap",
+             "iter->mFractionalStartSample > prevIter->mFractionalStartSample@$^$@Time/Time_BasicTempoMap"}));
+    EXPECT_TRUE(BasicMap({Tempo(0, 0, 120), Tempo(21, 1, 60)}).Validate()) << "joined at the whole sample";
+    EXPECT_EQ(Time_BasicTempoMap(48000).TickToSample(Time_Tick(5), true), Time_Sample(0));
+}
+
+TEST(ConstantTempoSeg, UnspecifiedTempiAreBorrowedNeverStored)
+{
+    struct Row
+    {
+        const char* what;
+        bool locked, hasPrevious;
+        const SegmentRow* next;
+        double samplesPerTick; // 0: generates nothing
+    };
+    const SegmentRow next{.bpm = 60}, unspecifiedNext{.bpm = 60, .unspecified = true};
+    for (const Row& row : {
+             Row{"free: the tempo before goes on",      false, false, &next,            0    },
+             Row{"locked, but something lies before",   true,  true,  &next,            0    },
+             Row{"locked at the start: the next one's", true,  false, &next,            0.05 },
+             Row{"the next one has none either",        true,  false, &unspecifiedNext, 0.025},
+             Row{"the only one",                        true,  false, nullptr,          0.025}
+    })
+    {
+        Time_BasicTempoMap map(48000);
+        Time_ConstantTempoSeg segment(Time_Tick(0), 300);
+        segment.SetTempoIsUnspecified();
+        if (row.locked) segment.LockToSample(Time_Sample(77));
+        const auto previous = SegmentRow{}.Make(), following = row.next ? row.next->Make() : nullptr;
+        segment.GenerateForward(map, row.hasPrevious ? previous.get() : nullptr, following.get());
+        const Lines expected = row.samplesPerTick == 0
+                                   ? Lines{}
+                                   : Lines{{0, 77, row.samplesPerTick, 1 / row.samplesPerTick}};
+        EXPECT_EQ(LinesOf(map), expected) << row.what;
+        EXPECT_EQ(segment.GetBeatsPerMinute(), 300) << row.what;
+    }
+}
+
+TEST(ConstantTempoSeg, BrokenPreconditionsAreReported)
+{
+    const AssertRecorder asserts;
+    Time_BasicTempoMap map(48000);
+    const auto computed = SegmentRow{.tick = 0, .locked = true, .computed = true}.Make();
+    const auto locked = SegmentRow{.tick = 0, .locked = true}.Make();
+    computed->GenerateForward(map, nullptr, nullptr);
+    locked->GenerateBackward(map, 48000, Time_Tick(cQuarter));
+    auto& constant = dynamic_cast<Time_ConstantTempoSeg&>(*computed);
+    EXPECT_FALSE(constant.CanSetTempo());
+    constant.SetTempo(90, Time_TickLength(0));
+    const char* const source = "@$^$@Time/Time_TempoMap";
+    EXPECT_EQ(asserts.Take(), Reports({std::string("!this->IsComputed()") + source,
+                                       std::string("this->IsComputed()") + source,
+                                       std::string("this->CanSetTempo()") + source,
+                                       std::string("iTicksPerBeat != Time_TickLength(0)") + source}));
+    EXPECT_EQ(map.GetNumberOfSegments(), 2u) << "both go on";
+}
+
+TEST(ConstantTempoSeg, SplittingKeepsTheTempoAndDropsTheFlags)
+{
+    const auto segment = SegmentRow{.tick = 5,
+                                    .bpm = 77,
+                                    .beat = 480000,
+                                    .locked = true,
+                                    .computed = true,
+                                    .songStart = true,
+                                    .sample = 9}
+                             .Make();
+    std::unique_ptr<Time_TempoMapSegment> first, second;
+    segment->Split(first, second, Time_Tick(100));
+    EXPECT_EQ(first->Dump(), "tick 5, locked to sample 9, song start: 77 bpm per 480000 ticks");
+    EXPECT_EQ(second->Dump(), "tick 100: 77 bpm per 480000 ticks");
+}
+
+TEST(ConstantTempoSeg, StreamsBothLayouts)
+{
+    const auto segment = SegmentRow{.tick = -5,
+                                    .bpm = 99.5,
+                                    .locked = true,
+                                    .computed = true,
+                                    .unspecified = true,
+                                    .songStart = true,
+                                    .sample = 9}
+                             .Make();
+    Sys_MemOutStream bytes;
+    Sys_TypedOutStream out(bytes);
+    segment->StreamOut(out);
+    {
+        Sys_StdStreamHeaderWriter previous(out, "Tempo", 1);
+        out.WriteInt64(77);
+        out.WriteFloat64(88.0);
+        out.WriteInt64(480000);
+    }
+    Sys_MemInStream memory(bytes.GetBytes());
+    Sys_TypedInStream in(memory);
+    const Time_ConstantTempoSeg read(in);
+    EXPECT_EQ(read.Dump(), segment->Dump());
+    EXPECT_EQ(read.GetAsXML().ToString(), segment->GetAsXML().ToString());
+    EXPECT_EQ(read.GetBeatsPerMinute(), 99.5);
+    const Time_ConstantTempoSeg older(in, Time_ConstantTempoSeg::ReadPrevSeg);
+    EXPECT_EQ(older.Dump(), "tick 77: 88 bpm per 480000 ticks");
+    EXPECT_EQ(in.GetBytesLeft(), 0);
+    const Cmn_XMLNode* const constant = read.GetAsXML().FindChild("ConstantTempoMapSegment");
+    EXPECT_NE(constant, nullptr);
+}
