@@ -64,8 +64,8 @@ private:
         return static_cast<double>(Cmn_WrapSub(iTick.AsInt64(), mStartTick.AsInt64()));
     }
     double SampleAtOffset(double iTicks) const { return iTicks * mSamplesPerTick + mFractionalStartSample; }
-    Time_Tick TickAtOffset(double iSamples) const;
-    static Time_Sample AtMostTheMaximum(Time_Sample iSample);
+    inline Time_Tick TickAtOffset(double iSamples) const;
+    inline static Time_Sample AtMostTheMaximum(Time_Sample iSample);
     void SetSlope(double iSampleRate, double iBeatsPerMinute, const Time_TickLength& iTicksPerBeat);
 
     double mFractionalStartSample = 0;
