@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
-#include <utility>
 
 namespace {
 
@@ -94,39 +93,27 @@ TEST_F(TraceTest, ALibraryThatLacksAnyEntryOrIsNotActiveTurnsTracingOff)
     EXPECT_EQ(slot, nullptr);
 }
 
-TEST_F(TraceTest, EveryEntryOfTheLibraryDoesWhatItsHeaderSays)
+TEST_F(TraceTest, EntriesOfTheLibraryDoWhatTheirHeaderSays)
 {
 #define ENTRY(iName, iEntry) Bound<decltype(iName)>(Sys_Trace::iEntry)
-    const auto text = [&] { return std::exchange(mText, {}); };
     ENTRY(OstrelTraceSetNameFunc, eEntry_SetName)("host");
     ENTRY(OstrelTracePuts, eEntry_Puts)(0xAB, "a %d");
-    EXPECT_EQ(text(), "host: [AB] a %d\n");
     ENTRY(OstrelTraceSetNameFunc, eEntry_SetName)(nullptr);
-    ENTRY(OstrelTraceFormatQuiet, eEntry_FormatQuiet)(0xAB, "%d", 5);
-    ENTRY(OstrelTraceLegacyFormat, eEntry_LegacyFormat)("%d", 6);
-    EXPECT_EQ(text(), "56");
+    ENTRY(OstrelTraceFormatQuiet, eEntry_FormatQuiet)(0xAB, "%d ", 5);
+    ENTRY(OstrelTraceLegacyFormat, eEntry_LegacyFormat)("%d\n", 6);
     ENTRY(OstrelTraceSetClockCallbackFunc, eEntry_SetClockCallback)([] { return 1.5; });
     ENTRY(OstrelTraceFormatTimestamp, eEntry_FormatTimestamp)(0xAB, "%d\n", 7);
-    EXPECT_EQ(text(), "[AB] 1.500000 7\n");
     ENTRY(OstrelTraceMem, eEntry_Mem)(0xAB, "0123456789abcdefg", 17);
-    EXPECT_EQ(text(), "[AB] 17 bytes\n    00000000: 30 31 32 33 34 35 36 37 38 39 61 62 63 64 65 66\n"
-                      "    00000010: 67\n");
+    EXPECT_EQ(mText,
+              "host: [AB] a %d\n5 6\n[AB] 1.500000 7\n[AB] 17 bytes\n    00000000: 30 31 32 33 34 35 36 37 "
+              "38 39 61 62 63 64 65 66\n    00000010: 67\n");
+    mText.clear();
     ENTRY(OstrelTraceStack, eEntry_Stack)(0xAB);
-    EXPECT_GT(std::count(mText.begin(), mText.end(), '\n'), 2) << text();
-    const auto errorText = ENTRY(OstrelTraceOSErrToString, eEntry_OSErrToString);
-    EXPECT_STREQ(errorText(-1502), "the library cannot be loaded");
-    EXPECT_STREQ(errorText(-9006), "error -9006");
+    EXPECT_GT(std::count(mText.begin(), mText.end(), '\n'), 2) << mText;
+    EXPECT_STREQ(ENTRY(OstrelTraceOSErrToString, eEntry_OSErrToString)(-9006), "error -9006");
     EXPECT_STREQ(ENTRY(OstrelTraceGetTracePath, eEntry_GetTracePath)(), "");
-
     ENTRY(OstrelTraceChangeFacilityPriorityFunc, eEntry_ChangeFacilityPriority)(0xAB, 0);
-    EXPECT_FALSE(Sys_Trace::IsOn(0xAB));
     EXPECT_EQ(ENTRY(OstrelTraceReloadConfigsFunc, eEntry_ReloadConfigs)(), 0);
     EXPECT_TRUE(Sys_Trace::IsOn(0xAB)) << "the configuration is read again";
 #undef ENTRY
-}
-
-TEST(TraceBinder, TheUsualNameIsTheSystems)
-{
-    const std::string name = Sys_TraceBinder::UsualFileName();
-    EXPECT_TRUE(name == "libOstrelTrace.so" || name == "OstrelTrace.dll") << name;
 }

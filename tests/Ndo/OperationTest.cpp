@@ -1,4 +1,4 @@
-#include "Kora/Ndo/Ndo_ExternalRef.h"
+#include "Kora/Ndo/Ndo_Manager.h"
 #include "Kora/Ndo/Ndo_Operation.h"
 #include "Kora/Ndo/Ndo_StDisableRecording.h"
 #include "Kora/Ndo/Ndo_StOperationRecorder.h"
@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <utility>
 
 using Reports = std::vector<std::string>;
 
@@ -67,42 +68,28 @@ TEST_F(OperationTest, RestoreCallsInItsOrder)
 
 TEST_F(OperationTest, WhatIsLoggedDependsOnWhatWasLogged)
 {
-    Note* const note = Note::New(60);
-    const std::string n = note->Name();
-    const auto comeBack = [&] { (new Note(Ndo_Object::kNoUndo, 64))->NdoRestoreUndoable(std::stoll(n)); };
-    struct Case
-    {
-        const char* mShows;
-        std::function<void()> mEdit;
-        std::string mLogged;
-        std::string mRestored;
+    const Cmn_Int64 id = Note::New(60)->NdoGetID();
+    const auto note = [&] { return static_cast<Note*>(Ndo_gManager.LookupObject(id)); };
+    const std::string created = std::to_string(id + 1);
+    const auto edits = [&](int iRow) {
+        if (iRow == 0) Note::New(1)->Set(2);
+        if (iRow == 1) {
+            note()->NdoDelete();
+            (new Note(Ndo_Object::kNoUndo, 64))->NdoRestoreUndoable(id);
+        }
+        const Ndo_StDisableRecording disabled;
+        if (iRow == 2) note()->Set(60);
     };
-    const Case cases[] = {
-        {"created and deleted leaves no trace", [] { Note::New(1)->NdoDelete(); }, "", n + "=60 "            },
-        {"created and modified is a creation",  [] { Note::New(1)->Set(2); },
-         Line(std::to_string(std::stoll(n) + 2),                                       "created"),             n + "=60 "},
-        {"modified and deleted restores the first state",
-         [&] {
-             note->Set(61);
-             note->NdoDelete();
-         },                        Line(n,                                                                            "deleted"),                                                                     n + "=60 "},
-        {"deleted and back is a modification",
-         [&] {
-             static_cast<Note*>(Ndo_gManager.LookupObject(std::stoll(n)))->NdoDelete();
-             comeBack();
-         },                                                            Line(n,                           "modified"),                                                                                                    n + "=60 "},
-        {"nothing is logged while recording is disabled",
-         [&] {
-             const Ndo_StDisableRecording disabled;
-             static_cast<Note*>(Ndo_gManager.LookupObject(std::stoll(n)))->Set(66);
-         },                                                 "",                         n + "=66 "},
+    const std::pair<const char*, std::string> rows[] = {
+        {"created and modified is a creation", Line(created, "created")},
+        {"deleted and back is a modification",                                    Line(std::to_string(id),             "modified")},
+        {"nothing is logged while recording is disabled",                         ""                        }
     };
-    for (const Case& row : cases) {
-        SCOPED_TRACE(row.mShows);
-        const auto operation = Record(row.mEdit);
-        EXPECT_EQ(operation->Dump(), "Ndo_Operation: 0 actions\n" + row.mLogged);
+    for (int row = 0; row < 3; ++row) {
+        const auto operation = Record([&] { edits(row); });
+        EXPECT_EQ(operation->Dump(), "Ndo_Operation: 0 actions\n" + rows[row].second) << rows[row].first;
         operation->Restore();
-        EXPECT_EQ(World::Text(), row.mRestored + "fader 0");
+        EXPECT_EQ(World::Text(), std::to_string(id) + "=60 fader 0") << rows[row].first;
     }
     EXPECT_EQ(mRecorder.Take(), Reports{});
 }
@@ -110,19 +97,11 @@ TEST_F(OperationTest, WhatIsLoggedDependsOnWhatWasLogged)
 TEST_F(OperationTest, LoggingCanBeSwitchedOffByKind)
 {
     Note* const note = Note::New(60);
-    const std::string n = note->Name();
+    const std::function<void()> edits[] = {[&] { note->Set(61); }, [] { Note::New(1); },
+                                           [&] { note->NdoDelete(); }};
     for (const int kind : {0, 1, 2}) {
         Ndo_Operation::sDisableLog[kind] = true;
-        Note* other = nullptr;
-        const auto operation = Record([&] {
-            note->Set(60);
-            other = Note::New(2);
-        });
-        const std::string o = other->Name();
-        const auto deletion = Record([&] { other->NdoDelete(); });
-        EXPECT_EQ(operation->Dump(), "Ndo_Operation: 0 actions\n" + (kind == 0 ? "" : Line(n, "modified")) +
-                                         (kind == 1 ? "" : Line(o, "created")));
-        EXPECT_EQ(deletion->IsEmpty(), kind == 2);
+        EXPECT_TRUE(Record(edits[kind])->IsEmpty()) << kind;
         Ndo_Operation::sDisableLog[kind] = false;
     }
 }
@@ -204,19 +183,14 @@ TEST_F(OperationTest, RecordersDoNotNestAndCompleteOnce)
 
 TEST_F(OperationTest, AnActionsOwnerDependsOnItsOutcome)
 {
-    const auto failing = [](bool iAutoDelete) {
-        auto action = new MoveFader(9);
-        action->mSucceeds = false;
-        action->mAutoDelete = iAutoDelete;
-        action->LogAction();
-        return action;
-    };
     auto operation = Record([&] {
-        failing(true);
-        EXPECT_EQ(World::sNumActions, 0);
-        delete failing(false);
         (new MoveFader(1))->LogAction();
         (new MoveFader(2))->LogAction();
+        (new MoveFader(9, false, true))->LogAction();
+        auto* const kept = new MoveFader(8, false, false);
+        kept->LogAction();
+        EXPECT_EQ(World::sCalls, "drop 9; ");
+        delete kept;
     });
     World::sCalls.clear();
     operation.reset();
@@ -229,5 +203,4 @@ TEST_F(OperationTest, AnActionThatNobodyRecordsIsReleasedWithoutItsDestructor)
     (new MoveFader(7))->LogAction();
     EXPECT_EQ(World::sFader, 7);
     EXPECT_EQ(World::sCalls, "");
-    EXPECT_EQ(World::sNumActions, 1);
 }

@@ -18,7 +18,6 @@ struct World
     static inline std::string sCalls;
     static inline int sThrowAt = -1;
     static inline int sNumStates = 0;
-    static inline int sNumActions = 0;
     static inline int sFader = 0;
     static inline std::set<class Note*> sNotes;
 
@@ -97,16 +96,13 @@ private:
 class MoveFader : public Ndo_Action
 {
 public:
-    explicit MoveFader(int iTo)
+    explicit MoveFader(int iTo, bool iSucceeds = true, bool iAutoDelete = true)
         : mTo(iTo)
+        , mSucceeds(iSucceeds)
+        , mAutoDelete(iAutoDelete)
     {
-        ++World::sNumActions;
     }
-    ~MoveFader() override
-    {
-        --World::sNumActions;
-        World::Called("drop " + std::to_string(mTo), false);
-    }
+    ~MoveFader() override { World::Called("drop " + std::to_string(mTo), false); }
     bool Do() override
     {
         if (!mSucceeds) return false;
@@ -121,12 +117,11 @@ public:
     }
     bool AutoDeleteOnFail() override { return mAutoDelete; }
 
-    bool mSucceeds = true;
-    bool mAutoDelete = true;
-
 private:
     int mFrom = 0;
     int mTo;
+    bool mSucceeds;
+    bool mAutoDelete;
 };
 
 inline std::string World::Text()
@@ -147,5 +142,5 @@ inline void World::Reset()
         (*sNotes.begin())->NdoDelete();
     sCalls.clear();
     sThrowAt = -1;
-    sFader = sNumActions = 0;
+    sFader = 0;
 }
