@@ -1,0 +1,117 @@
+// Bars from ticks and back through maps of 10 to 100,000 meters, scattered queries; beside them the library search over
+// the same ticks, which finds the governing meter and computes nothing.
+#include "Kora/Time/Time_MeterMap.h"
+
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <random>
+#include <vector>
+
+namespace {
+
+constexpr std::size_t cProbes = 4096;
+constexpr Cmn_Int64 cSongStart = 1000000000000;
+
+// Meters of all kinds every few bars, and places all over them.
+struct Song
+{
+    explicit Song(std::int64_t iMeters)
+    {
+        std::mt19937_64 random(1);
+        Cmn_Int32 bar = 1;
+        for (std::int64_t i = 0; i < iMeters; ++i) {
+            const Time_Tick tick = map.BarBeatToTick({bar, 1, Time_TickLength(0)});
+            map.AddMeterChange(tick, Time_Meter(2 + random() % 11, 1 << (1 + random() % 4)), bar);
+            changeTicks.push_back(tick.AsInt64());
+            bar += 1 + static_cast<Cmn_Int32>(random() % 8);
+        }
+        const Cmn_Int64 span = map.BarBeatToTick({bar, 1, Time_TickLength(0)}).AsInt64() - cSongStart;
+        for (std::size_t i = 0; i < cProbes; ++i) {
+            ticks.emplace_back(cSongStart + static_cast<Cmn_Int64>(random() % static_cast<Cmn_UInt64>(span)));
+            positions.push_back(map.TickToBarBeat(ticks.back()));
+        }
+    }
+
+    Time_MeterMap map;
+    std::vector<Cmn_Int64> changeTicks;
+    std::vector<Time_Tick> ticks;
+    std::vector<Time_BarBeatTick> positions;
+};
+
+template <class Query>
+void RunQueries(benchmark::State& ioState, Query iQuery)
+{
+    const Song song(ioState.range(0));
+    std::size_t i = 0;
+    for (auto _ : ioState) {
+        benchmark::DoNotOptimize(iQuery(song, i));
+        i = (i + 1) % cProbes;
+    }
+}
+
+void MeterTickToBarBeat(benchmark::State& ioState)
+{
+    RunQueries(ioState,
+               [](const Song& iSong, std::size_t i) { return iSong.map.TickToBarBeat(iSong.ticks[i]); });
+}
+
+void MeterBarBeatToTick(benchmark::State& ioState)
+{
+    RunQueries(ioState,
+               [](const Song& iSong, std::size_t i) { return iSong.map.BarBeatToTick(iSong.positions[i]); });
+}
+
+void MeterAtTick(benchmark::State& ioState)
+{
+    RunQueries(ioState,
+               [](const Song& iSong, std::size_t i) { return iSong.map.GetMeterAtTick(iSong.ticks[i]); });
+}
+
+// Twenty bars and three beats on, across several meters.
+void MeterAddDuration(benchmark::State& ioState)
+{
+    RunQueries(ioState, [](const Song& iSong, std::size_t i) {
+        return iSong.map.AddDurationToTick(iSong.ticks[i], {20, 3, Time_TickLength(7)});
+    });
+}
+
+// The yardstick: std::upper_bound over the change ticks, packed.
+void MeterUpperBoundOnly(benchmark::State& ioState)
+{
+    RunQueries(ioState, [](const Song& iSong, std::size_t i) {
+        return std::upper_bound(iSong.changeTicks.begin(), iSong.changeTicks.end(), iSong.ticks[i].AsInt64());
+    });
+}
+
+// A meter added at the end, as an import does: the whole map, per meter.
+void MeterAppend(benchmark::State& ioState)
+{
+    for (auto _ : ioState) {
+        Time_MeterMap map;
+        for (std::int64_t i = 0; i < ioState.range(0); ++i)
+            map.AddMeterChange(Time_Tick(cSongStart + i * 11520000), Time_Meter(3, 4), 1);
+        benchmark::DoNotOptimize(map.GetNumberOfChanges());
+    }
+    ioState.SetItemsProcessed(ioState.iterations() * ioState.range(0));
+}
+
+// A meter overwritten in the middle: what lies behind is numbered anew.
+void MeterEditInTheMiddle(benchmark::State& ioState)
+{
+    Song song(ioState.range(0));
+    const Time_Tick middle(song.changeTicks[song.changeTicks.size() / 2]);
+    Cmn_Int32 numerator = 3;
+    for (auto _ : ioState)
+        song.map.AddMeterChange(middle, Time_Meter(numerator ^= 7, 4), 1);
+}
+
+} // namespace
+
+BENCHMARK(MeterTickToBarBeat)->Arg(10)->Arg(1000)->Arg(100000);
+BENCHMARK(MeterBarBeatToTick)->Arg(10)->Arg(1000)->Arg(100000);
+BENCHMARK(MeterAtTick)->Arg(10)->Arg(1000)->Arg(100000);
+BENCHMARK(MeterAddDuration)->Arg(10)->Arg(1000)->Arg(100000);
+BENCHMARK(MeterUpperBoundOnly)->Arg(10)->Arg(1000)->Arg(100000);
+BENCHMARK(MeterAppend)->Arg(10)->Arg(1000)->Arg(100000)->Unit(benchmark::kMicrosecond);
+BENCHMARK(MeterEditInTheMiddle)->Arg(10)->Arg(1000)->Arg(100000)->Unit(benchmark::kMicrosecond);
