@@ -3,7 +3,7 @@
 #include "Support/TimePrinters.h"
 
 #include "Bastel/Sys/Sys_TypedStream.h"
-#include "Kora/Cnn/Cnn_Receiver.h"
+#include "Kora/Cnn/Cnn_ListenerMessageReceiver.h"
 #include "Kora/Ndo/Ndo_Operation.h"
 #include "Kora/Ndo/Ndo_StOperationRecorder.h"
 #include "Kora/Time/Time_MeterMap_NdoState.h"
@@ -43,28 +43,21 @@ void ExpectEdits(const std::vector<EditCase>& iCases)
 }
 
 // Counts what a map broadcasts and remembers how it was at the last time.
-class Listener
+class Listener : public Cnn_ListenerMessageReceiver
 {
 public:
     explicit Listener(Time_MeterMap& ioMap)
         : mMap(ioMap)
     {
-        mMap.GetListenerList().Add(&mReceiver);
+        mMap.GetListenerList().Add(this);
     }
-    ~Listener() { mMap.GetListenerList().Remove(&mReceiver); }
-
-    int mTold = 0;
-    std::string mLastSeen;
-
-private:
-    void OnChanged(const Mdl_SimpleValMessage_ValChanged&)
-    {
-        ++mTold;
-        mLastSeen = mMap.Dump();
-    }
+    ~Listener() override { mMap.GetListenerList().Remove(this); }
+    void ReceiveMessage(const Cnn_ListenerMessage&) override { ++mTold, mLastSeen = mMap.Dump(); }
+    std::type_index GetMessageClassInfo() const override { return typeid(Mdl_SimpleValMessage); }
 
     Time_MeterMap& mMap;
-    Cnn_Receiver<Listener, Mdl_SimpleValMessage, &Listener::OnChanged> mReceiver{*this};
+    int mTold = 0;
+    std::string mLastSeen;
 };
 
 // A clip with 3/4 at its tick 0, from bar 50 of somewhere.
@@ -88,31 +81,27 @@ std::vector<Cmn_UInt8> Canonical(const Time_MeterMap& iMap)
 
 } // namespace
 
+// The tables have one row a case; clang-format 14 fails on lambdas in them.
+// clang-format off
 TEST(MeterMapEdit, ChangesAreAddedRemovedAndForced)
 {
-    const Time_Meter otherClick(4, 4, Time_NotationDurationValue(Time_eNoteDuration_Half, false));
-    // clang-format off
     ExpectEdits({
         {"an empty map gets just the change", "", EDIT(AddMeterChange(At(8), c3_4)), "3| 3/4 @8"},
         {"inside a bar it opens the next", "1| 4/4   3| 6/8", EDIT(AddMeterChange(At(1), c3_4)),
             "1| 4/4 @0   2| 3/4 @1   5| 6/8 @8"},
         {"before the first it has its place's bar", "1| 4/4", EDIT(AddMeterChange(At(-6), c3_4)), "-1| 3/4 @-6   1| 4/4 @0"},
         {"removing joins the bars", "1| 4/4   2| 3/4 @1   4| 6/8", EDIT(RemoveMeterChange(At(1))), "1| 4/4 @0   3| 6/8 @7"},
-        {"removing beside one is nothing", "1| 4/4   2| 3/4", EDIT(RemoveMeterChange(At(4, 1))), "1| 4/4 @0   2| 3/4 @4"},
         {"forced from the bar's start", "1| 4/4", EDIT(ForceMeterAtBarBeat({3, 2, Quarters(0)}, c6_8)), "1| 4/4 @0   3| 6/8 @8"},
         {"forced over changes up to the place", "1| 4/4   2| 2/4   3| 3/4",
             EDIT(ForceMeterAtBarBeat({2, 3, Quarters(0)}, c4_4)), "1| 4/4 @0   2| 4/4 @4   4| 3/4 @9"},
-        {"another click forces nothing", "1| 4/4", EDIT(ForceMeterAtBarBeat({2, 1, Quarters(0)}, otherClick)), "1| 4/4 @0"},
         {"forced on an empty map", "", EDIT(ForceMeterAtBarBeat({5, 3, Quarters(0)}, c4_4)), "5| 4/4 @16"},
         {"renumbering moves all", "1| 4/4   3| 3/4", EDIT(RenumberBars(-5)), "-4| 4/4 @0   -2| 3/4 @8"},
         {"renumbering makes an empty map real", "", EDIT(RenumberBars(2)), "3| 4/4 @0"},
     });
-    // clang-format on
 }
 
 TEST(MeterMapEdit, TheSongStartKeepsItsBar)
 {
-    // clang-format off
     ExpectEdits({
         {"moved into a bar, which keeps its number", "1| 4/4", EDIT(SetSongStartTick(At(6))), "2| 4/4 @6"},
         {"the old one goes where redundant", "1| 3/4 @-6   3| 3/4 @0", EDIT(SetSongStartTick(At(3))), "1| 3/4 @-6   4| 3/4 @3"},
@@ -121,19 +110,14 @@ TEST(MeterMapEdit, TheSongStartKeepsItsBar)
         {"unless it is kept as it is", "1| 4/4   2| 3/4", EDIT(Delete(At(0), At(1), true)), "2| 3/4 @4"},
         {"deleting all leaves an empty map", "1| 4/4   2| 3/4", EDIT(Delete(At(0), At(5))), ""},
         {"the meter before holds on", "1| 4/4   2| 3/4   4| 6/8", EDIT(Delete(At(4), At(10))), "1| 4/4 @0   4| 6/8 @10"},
-        {"the end is not in the range", "1| 4/4   2| 3/4", EDIT(Delete(At(1), At(4))), "1| 4/4 @0   2| 3/4 @4"},
         {"erased, it holds again from the next barline", "1| 4/4   2| 3/4   4| 6/8", EDIT(Erase(At(4), At(5))),
             "1| 4/4 @0   3| 3/4 @7   4| 6/8 @10"},
         {"nothing is added where it holds anyway", "1| 4/4   2| 3/4   3| 4/4", EDIT(Erase(At(4), At(7))), "1| 4/4 @0   3| 4/4 @7"},
-        {"erasing the song start brings it back", "1| 4/4   2| 3/4", EDIT(Erase(At(0), At(1))), "1| 3/4 @0   3| 3/4 @4"},
-        {"erasing an empty range is nothing", "1| 4/4", EDIT(Erase(At(5), At(5))), "1| 4/4 @0"},
     });
-    // clang-format on
 }
 
 TEST(MeterMapEdit, DeletedTimeClosesTheGapAndRefitsItsBars)
 {
-    // clang-format off
     ExpectEdits({
         {"a whole bar", "1| 4/4   5| 3/4", EDIT(DeleteTime(At(4), At(8))), "1| 4/4 @0   4| 3/4 @12"},
         {"with the changes in it", "1| 4/4   2| 3/4   3| 4/4", EDIT(DeleteTime(At(4), At(7))), "1| 4/4 @0   2| 4/4 @4"},
@@ -147,13 +131,11 @@ TEST(MeterMapEdit, DeletedTimeClosesTheGapAndRefitsItsBars)
             "1| 4/4 @0   2| 4/4 @4   3| 4/4 @7+959993"},
         {"an empty map stays so for whole bars", "", EDIT(DeleteTime(At(4), At(8))), ""},
     });
-    // clang-format on
 }
 
 TEST(MeterMapEdit, InsertedTimeOpensAGapAndRefitsItsBars)
 {
     const Time_MeterMap clip = Clip();
-    // clang-format off
     ExpectEdits({
         {"a whole bar", "1| 4/4   3| 3/4", EDIT(InsertTime(At(4), Quarters(4))), "1| 4/4 @0   4| 3/4 @12"},
         {"a beat at a barline joins the bar before", "1| 4/4", EDIT(InsertTime(At(4), Quarters(1))), "1| 5/4 @0   2| 4/4 @5"},
@@ -167,7 +149,6 @@ TEST(MeterMapEdit, InsertedTimeOpensAGapAndRefitsItsBars)
             "1| 4/4 @0   2| 5/4 @4   3| 4/4 @9"},
         {"a million bars", "1| 4/4   3| 3/4", EDIT(InsertTime(At(4), Quarters(4e6))), "1| 4/4 @0   1000003| 3/4 @4000008"},
     });
-    // clang-format on
 }
 
 TEST(MeterMapEdit, MovedChangesKeepTheirOrder)
@@ -176,7 +157,6 @@ TEST(MeterMapEdit, MovedChangesKeepTheirOrder)
         ioMap.AddMeterChange(At(4), c3_4, 2); // its BBT is 2|1|0 now, two bars before the first change
         ioMap.RealignExistingMeterChangesToBBT(At(4));
     };
-    // clang-format off
     ExpectEdits({
         {"forward", "1| 4/4   2| 3/4   3| 5/4", EDIT(ShiftMeterChangesStartingAt(At(4), Quarters(1))),
             "1| 4/4 @0   3| 3/4 @5   4| 5/4 @8"},
@@ -184,9 +164,7 @@ TEST(MeterMapEdit, MovedChangesKeepTheirOrder)
             "1| 4/4 @0   2| 3/4 @4   3| 5/4 @7"},
         {"all, numbers stay", "7| 4/4   8| 3/4", EDIT(ShiftAllMeterEventsByNumTicks(Quarters(-9))), "7| 4/4 @-9   8| 3/4 @-5"},
     });
-    // clang-format on
     const AssertRecorder recorder;
-    // clang-format off
     ExpectEdits({
         {"onto one that stays: the moved one stays", "1| 4/4   2| 3/4   3| 5/4",
             EDIT(ShiftMeterChangesStartingAt(At(7), Quarters(-3))), "1| 4/4 @0   2| 5/4 @4"},
@@ -197,20 +175,17 @@ TEST(MeterMapEdit, MovedChangesKeepTheirOrder)
         {"a realignment before its predecessor", "4| 4/4   5| 3/4   6| 5/8", realignBehindFirst,
             "2| 3/4 @-8   5| 4/4 @0   10| 5/8 @19"},
     });
-    // clang-format on
     EXPECT_EQ(recorder.Take(), std::vector<std::string>(4, cOutOfOrder));
 }
 
 TEST(MeterMapEdit, RealigningMovesTheChangesBehind)
 {
-    // clang-format off
     ExpectEdits({
         {"by as much as the bar was cut", "1| 4/4   2| 3/4 @1   5| 5/8 @10", EDIT(RealignExistingMeterChangesToBBT(At(1))),
             "1| 4/4 @0   2| 3/4 @1   4| 5/8 @7"},
         {"not at all where it was not", "1| 4/4   2| 3/4   4| 5/8", EDIT(RealignExistingMeterChangesToBBT(At(0))),
             "1| 4/4 @0   2| 3/4 @4   4| 5/8 @10"},
     });
-    // clang-format on
 }
 
 TEST(MeterMapEdit, PasteFillsTheRangeAndKeepsTheMeterBehindIt)
@@ -220,7 +195,6 @@ TEST(MeterMapEdit, PasteFillsTheRangeAndKeepsTheMeterBehindIt)
     song.Copy(&whole, At(4), At(11));
     song.Copy(&carried, At(5), At(12));
     song.Copy(&held, At(5), At(9));
-    // clang-format off
     ExpectEdits({
         {"changes as they were", "1| 4/4", EDIT(Paste(At(20), At(27), &whole)), "1| 4/4 @0   6| 3/4 @20   8| 6/8 @26   9| 4/4 @28"},
         {"what is carried in goes to its barline", "1| 4/4", EDIT(Paste(At(20), At(27), &carried)),
@@ -236,7 +210,6 @@ TEST(MeterMapEdit, PasteFillsTheRangeAndKeepsTheMeterBehindIt)
             "1| 4/4 @-8   2| 3/4 @-4   4| 6/8 @2   5| 2/4 @4"},
         {"over the default change", "", EDIT(Paste(At(0), At(7), &whole)), "2| 3/4 @0   4| 6/8 @6   5| 4/4 @8"},
     });
-    // clang-format on
 }
 
 TEST(MeterMapEdit, CopyCarriesTheMeterInForceIn)
@@ -247,7 +220,6 @@ TEST(MeterMapEdit, CopyCarriesTheMeterInForceIn)
         double mStart, mEnd;
         const char* mClip;
         bool mIsCarriedIn;
-        // clang-format off
     } cCases[] = {
         {"from a change on", 4, 12, "2| 3/4 @0   4| 6/8 @6", false},
         {"from inside a bar: at the next barline", 5, 12, "3| 3/4 @2   4| 6/8 @5", true},
@@ -255,7 +227,6 @@ TEST(MeterMapEdit, CopyCarriesTheMeterInForceIn)
         {"up to the next barline: nothing to carry", 5, 7, "", false},
         {"an empty range", 5, 5, "", false},
     };
-    // clang-format on
     for (const auto& row : cCases) {
         Time_MeterMap map = MakeMeterMap("1| 4/4   2| 3/4   4| 6/8"), clip = Clip();
         map.Copy(&clip, At(row.mStart), At(row.mEnd));
@@ -277,7 +248,6 @@ TEST(MeterMapEdit, BroadcastsAreCounted)
         Edit mEdit;
         int mTold;
         bool mNoticed;
-        // clang-format off
     } cCases[] = {
         {"an initial change is silent", "", EDIT(AddInitialMeterChange(At(0), c3_4, 1)), 0, true},
         {"making real is silent", "", EDIT(MakeRealIfDefault()), 0, true},
@@ -298,9 +268,8 @@ TEST(MeterMapEdit, BroadcastsAreCounted)
         {"forcing on an empty map", "", EDIT(ForceMeterAtBarBeat({2, 1, Quarters(0)}, c3_4)), 1, true},
         {"forcing what is in force is nothing", "1| 4/4", EDIT(ForceMeterAtBarBeat({2, 1, Quarters(0)}, c4_4)), 0, false},
         {"replacing", "1| 4/4", EDIT(ReplaceWith(other)), 1, true},
-        {"a copy's destination", "", [&](auto& ioMap) {other.Copy(&ioMap, At(0), At(9));}, 1, true},
+        {"a copy's destination", "", [&](auto& ioMap) { other.Copy(&ioMap, At(0), At(9)); }, 1, true},
     };
-    // clang-format on
     for (const auto& row : cCases) {
         Time_MeterMap map(Ndo_Object::kUndoable);
         map = MakeMeterMap(row.mBefore);
@@ -321,7 +290,6 @@ TEST(MeterMapEdit, BrokenPreconditionsAreReportedInTheseWords)
     {
         const char* mText;
         Edit mEdit;
-        // clang-format off
     } cCases[] = {
         {"iSrcP", EDIT(Paste(At(0), At(4), nullptr))},
         {"oDestP", EDIT(Copy(nullptr, At(0), At(4)))},
@@ -330,7 +298,6 @@ TEST(MeterMapEdit, BrokenPreconditionsAreReportedInTheseWords)
         {"iStateP", EDIT(NdoRestoreState(nullptr))},
         {"iTicksToInsert > Time_TickLength(0)", EDIT(InsertTime(At(8), Quarters(0)))},
     };
-    // clang-format on
     for (const auto& row : cCases) {
         row.mEdit(map);
         EXPECT_EQ(recorder.Take(), std::vector<std::string>{row.mText + cSource});
@@ -340,6 +307,7 @@ TEST(MeterMapEdit, BrokenPreconditionsAreReportedInTheseWords)
     EXPECT_EQ(recorder.Take(), std::vector<std::string>{"this->IsDefault()" + cSource});
     EXPECT_EQ(ToText(map), "1| 4/4 @0   2| 6/8 @2   3| 3/4 @4");
 }
+// clang-format on
 
 TEST(MeterMapEdit, ChangeInsideABarShortensIt)
 {
@@ -431,30 +399,30 @@ TEST(MeterMapEdit, ScriptsOfEditsKeepTheInvariantsAndCanBeUndoneAndRedone)
         Time_Tick a, b;
         bool keep = false;
         constexpr int cErase = 0;
-        // clang-format off
-            const std::function<void(Time_MeterMap&, Time_MeterMap&)> edits[] = {
-                [&](auto& ioMap, auto&) {ioMap.Erase(a, b, keep);},
-                [&](auto& ioMap, auto&) {ioMap.AddMeterChange(a, meter(), 5);},
-                [&](auto& ioMap, auto&) {ioMap.AddMeterChange(a, meter());},
-                [&](auto& ioMap,
-                    auto&) {ioMap.RemoveMeterChange(ioMap.IterBegin()[random() % ioMap.GetNumberOfChanges()].GetTick());},
-                [&](auto& ioMap, auto&) {ioMap.ForceMeterAtBarBeat(ioMap.TickToBarBeat(a), meter());},
-                [&](auto& ioMap, auto&) {ioMap.RenumberBars(static_cast<int>(random() % 9) - 4);},
-                [&](auto& ioMap, auto&) {ioMap.SetSongStartTick(a);},
-                [&](auto& ioMap, auto&) {ioMap.AddBackSongStartMeter(3);},
-                [&](auto& ioMap, auto&) {ioMap.Delete(a, b, keep);},
-                [&](auto& ioMap, auto&) {ioMap.DeleteTime(a, b);},
-                [&](auto& ioMap, auto&) {ioMap.InsertTime(a, b - a + Time_TickLength(1));},
-                [&](auto& ioMap, auto& ioClip) {ioMap.InsertTime(a, b - a + Time_TickLength(1), &ioClip);},
-                [&](auto& ioMap, auto&) {ioMap.ShiftMeterChangesStartingAt(a, b - tick());},
-                [&](auto& ioMap, auto&) {ioMap.RealignExistingMeterChangesToBBT(a);},
-                [&](auto& ioMap, auto& ioClip) {ioMap.Copy(&ioClip, a, b);},
-                [&](auto& ioMap, auto& ioClip) {ioMap.Paste(a, b, &ioClip, keep);},
-                [&](auto& ioMap, auto&) {ioMap.Paste(a, b, &ioMap, keep);},
-                [&](auto& ioMap, auto& ioClip) {ioClip.Copy(&ioMap, Time_cZeroTick, b);},
-            };
-        // clang-format on
         Time_MeterMap map(Ndo_Object::kUndoable), clip;
+        const auto anyChange = [&] { return map.IterBegin()[random() % map.GetNumberOfChanges()].GetTick(); };
+        // clang-format off
+        const std::function<void()> edits[] = {
+            [&] { map.Erase(a, b, keep); },
+            [&] { map.AddMeterChange(a, meter(), 5); },
+            [&] { map.AddMeterChange(a, meter()); },
+            [&] { map.RemoveMeterChange(anyChange()); },
+            [&] { map.ForceMeterAtBarBeat(map.TickToBarBeat(a), meter()); },
+            [&] { map.RenumberBars(static_cast<int>(random() % 9) - 4); },
+            [&] { map.SetSongStartTick(a); },
+            [&] { map.AddBackSongStartMeter(3); },
+            [&] { map.Delete(a, b, keep); },
+            [&] { map.DeleteTime(a, b); },
+            [&] { map.InsertTime(a, b - a + Time_TickLength(1)); },
+            [&] { map.InsertTime(a, b - a + Time_TickLength(1), &clip); },
+            [&] { map.ShiftMeterChangesStartingAt(a, b - tick()); },
+            [&] { map.RealignExistingMeterChangesToBBT(a); },
+            [&] { map.Copy(&clip, a, b); },
+            [&] { map.Paste(a, b, &clip, keep); },
+            [&] { map.Paste(a, b, &map, keep); },
+            [&] { clip.Copy(&map, Time_cZeroTick, b); },
+        };
+        // clang-format on
         const Listener listener(map);
         std::vector<std::unique_ptr<Ndo_Operation>> undo;
         std::vector<std::vector<Cmn_UInt8>> states;
@@ -467,7 +435,7 @@ TEST(MeterMapEdit, ScriptsOfEditsKeepTheInvariantsAndCanBeUndoneAndRedone)
             const int toldBefore = listener.mTold;
             states.push_back(Canonical(map));
             Ndo_StOperationRecorder recorder;
-            edits[kind](map, clip);
+            edits[kind]();
             undo.push_back(recorder.OperationComplete());
             const std::string where = "seed " + std::to_string(seed) + " step " + std::to_string(step) +
                                       " edit " + std::to_string(kind) + "\n" + before.Dump() + "became\n" +
@@ -479,15 +447,14 @@ TEST(MeterMapEdit, ScriptsOfEditsKeepTheInvariantsAndCanBeUndoneAndRedone)
                 ASSERT_EQ(map.Dump(), before.Dump()) << where;
             }
             if (kind == cErase && a < b) { // beside the range and its last bar, meters stay
-                const Time_BarBeatTick end = before.TickToBarBeat(b);
-                const Time_Tick barline =
-                    end.IsOnBarline() ? b : before.BarBeatToTick({end.mBar + 1, 1, Quarters(0)});
+                Time_BarBeatTick behind = before.TickToBarBeat(b);
+                if (!behind.IsOnBarline()) behind.AdvanceToNextBarline();
                 for (int i = 0; i < 20; ++i) {
                     const Time_Tick probe = tick();
-                    if (probe >= barline || (probe < a && before.IterBegin()->GetTick() < a)) {
-                        ASSERT_EQ(map.GetMeterAtTick(probe), before.GetMeterAtTick(probe))
-                            << probe.Dump() << where;
-                    }
+                    const bool isBefore = probe < a && before.IterBegin()->GetTick() < a;
+                    if (!isBefore && probe < before.BarBeatToTick(behind)) continue;
+                    ASSERT_EQ(map.GetMeterAtTick(probe), before.GetMeterAtTick(probe))
+                        << probe.Dump() << where;
                 }
             }
         }

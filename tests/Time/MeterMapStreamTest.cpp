@@ -8,8 +8,6 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
-
 namespace {
 
 using Bytes = std::vector<Cmn_UInt8>;
@@ -31,29 +29,41 @@ Cmn_Int64 StreamInto(Time_MeterMap& ioMap, const Bytes& iBytes)
     return stream.GetPosition();
 }
 
-Bytes Written(Cmn_Int16 iVersion, const std::function<void(Sys_TypedOutStream&)>& iBody)
+struct RawChange
+{
+    Cmn_Int64 mTick;
+    Cmn_Int32 mBar, mNumerator, mDenominator, mClickCode;
+};
+
+// A stream "Meter" as its fields follow one another; without BBTs and song start unless iWhole.
+Bytes Written(Cmn_Int16 iVersion, Cmn_Int32 iCount, const std::vector<RawChange>& iChanges,
+              bool iWhole = false, int iBytesMore = 0)
 {
     Sys_MemOutStream bytes;
     Sys_TypedOutStream stream(bytes);
     Sys_StdStreamHeaderWriter header(stream, "Meter", iVersion);
-    iBody(stream);
+    stream.WriteInt32(iCount);
+    for (const RawChange& change : iChanges) {
+        stream.WriteInt64(change.mTick);
+        for (const Cmn_Int32 value : {change.mBar, change.mNumerator, change.mDenominator})
+            stream.WriteInt32(value);
+        stream.WriteInt16(1); // the click, version 1
+        stream.WriteInt32(change.mClickCode);
+        stream.WriteBool(false);
+        stream.WriteBool(false);
+        stream.WriteInt32(2);
+        stream.WriteInt32(3);
+    }
+    for (std::size_t i = 0; iWhole && i < iChanges.size(); ++i) {
+        stream.WriteInt32(iChanges[i].mBar);
+        stream.WriteInt32(1);
+        stream.WriteInt64(0);
+    }
+    if (iWhole) stream.WriteInt64(At(0).AsInt64());
+    for (int i = 0; i < iBytesMore; ++i)
+        stream.WriteUInt8(0);
     header.PatchSize();
     return bytes.TakeBytes();
-}
-
-void WriteChange(Sys_TypedOutStream& ioStream, Cmn_Int64 iTick, Cmn_Int32 iNumerator, Cmn_Int32 iDenominator,
-                 Cmn_Int32 iClickCode = 3)
-{
-    ioStream.WriteInt64(iTick);
-    ioStream.WriteInt32(1);
-    ioStream.WriteInt32(iNumerator);
-    ioStream.WriteInt32(iDenominator);
-    ioStream.WriteInt16(1); // the click, version 1
-    ioStream.WriteInt32(iClickCode);
-    ioStream.WriteBool(false);
-    ioStream.WriteBool(false);
-    ioStream.WriteInt32(2);
-    ioStream.WriteInt32(3);
 }
 
 Time_MeterMap Sample()
@@ -69,25 +79,11 @@ Time_MeterMap Sample()
 
 TEST(MeterMapStream, TheStreamHasItsFieldsInOrder)
 {
-    Time_MeterMap map = MakeMeterMap("7| 4/4   8| 3/4");
-    map.SetSongStartTick(At(0));
-    const Bytes expected = Written(2, [](Sys_TypedOutStream& ioStream) {
-        ioStream.WriteInt32(2);
-        for (const Cmn_Int32 bar : {7, 8}) {
-            ioStream.WriteInt64(At((bar - 7) * 4).AsInt64());
-            ioStream.WriteInt32(bar);
-            ioStream.WriteInt32(bar == 7 ? 4 : 3);
-            ioStream.WriteInt32(4);
-            Time_NotationDurationValue().StreamOut(ioStream);
-        }
-        for (const Cmn_Int32 bar : {7, 8}) {
-            ioStream.WriteInt32(bar);
-            ioStream.WriteInt32(1);
-            ioStream.WriteInt64(0);
-        }
-        ioStream.WriteInt64(At(0).AsInt64());
-    });
-    EXPECT_EQ(StreamedOut(map), expected);
+    const std::vector<RawChange> changes = {
+        {At(0).AsInt64(), 7, 4, 4, 3},
+        {At(4).AsInt64(), 8, 3, 4, 3},
+    };
+    EXPECT_EQ(StreamedOut(MakeMeterMap("7| 4/4   8| 3/4")), Written(2, 2, changes, true));
 }
 
 TEST(MeterMapStream, OutInAndOutAgainGivesTheSameBytes)
@@ -104,73 +100,51 @@ TEST(MeterMapStream, OutInAndOutAgainGivesTheSameBytes)
 
 TEST(MeterMapStream, ShorterBodiesKeepWhatTheyDoNotHave)
 {
-    const Bytes changesOnly = Written(2, [](Sys_TypedOutStream& ioStream) {
-        ioStream.WriteInt32(1);
-        WriteChange(ioStream, At(0).AsInt64(), 3, 4);
-    });
+    const RawChange change = {At(0).AsInt64(), 1, 3, 4, 3};
     Time_MeterMap map = Sample();
-    StreamInto(map, changesOnly);
+    StreamInto(map, Written(2, 1, {change}));
     EXPECT_EQ(ToText(map), "1| 3/4 @0");
     EXPECT_EQ(map.IterBegin()->GetBBT(), Time_BarBeatTick(1, 1, Time_TickLength(0)));
     EXPECT_EQ(map.GetSongStartTick(), At(4));
 
-    const Bytes versionOne = Written(1, [](Sys_TypedOutStream& ioStream) { ioStream.WriteInt64(-1); });
+    const Bytes versionOne = Written(1, -1, {change});
     EXPECT_EQ(StreamInto(map, versionOne), static_cast<Cmn_Int64>(versionOne.size())); // skipped whole
     EXPECT_EQ(ToText(map), "1| 3/4 @0");
 }
 
 TEST(MeterMapStream, WhatNoMapWritesIsRefusedAndTheMapStays)
 {
-    const auto one = [](Cmn_Int32 iNumerator, Cmn_Int32 iDenominator, Cmn_Int32 iClickCode) {
-        return [=](Sys_TypedOutStream& ioStream) {
-            ioStream.WriteInt32(1);
-            WriteChange(ioStream, 5, iNumerator, iDenominator, iClickCode);
-        };
-    };
-    const auto two = [](Cmn_Int64 iSecondTick) {
-        return [=](Sys_TypedOutStream& ioStream) {
-            ioStream.WriteInt32(2);
-            WriteChange(ioStream, 5, 4, 4);
-            WriteChange(ioStream, iSecondTick, 4, 4);
-        };
-    };
-    const auto count = [](Cmn_Int32 iCount) {
-        return [=](Sys_TypedOutStream& ioStream) {
-            ioStream.WriteInt32(iCount);
-            WriteChange(ioStream, 5, 4, 4);
-        };
-    };
+    const RawChange good = {5, 1, 4, 4, 3};
     const struct
     {
         const char* mName;
-        std::function<void(Sys_TypedOutStream&)> mBody;
-        // clang-format off
-        } cCases[] = {
-            {"a negative count", count(-1)},
-            {"one change more than the body holds", count(2)},
-            {"more changes than memory", count(2147483647)},
-            {"no count", [](Sys_TypedOutStream&) {}},
-            {"numerator 0", one(0, 4, 3)},
-            {"denominator 0", one(4, 0, 3)},
-            {"denominator -4", one(4, -4, 3)},
-            {"a beat below one tick", one(4, 3840001, 3)},
-            {"a click that is no note", one(4, 4, 8)},
-            {"two changes at one tick", two(5)},
-            {"descending ticks", two(4)},
-            {"half a BBT", [=](Sys_TypedOutStream& ioStream) {one(4, 4, 3)(ioStream), ioStream.WriteInt64(1);}},
-            {"half a song start", [](Sys_TypedOutStream& ioStream) {ioStream.WriteInt64(0);}},
-        };
-    // clang-format on
+        Cmn_Int32 mCount;
+        std::vector<RawChange> mChanges;
+        int mBytesMore;
+    } cCases[] = {
+        {"a negative count",                    -1,         {good},                  0 },
+        {"one change more than the body holds", 2,          {good},                  0 },
+        {"more changes than memory",            2147483647, {good},                  0 },
+        {"numerator 0",                         1,          {{5, 1, 0, 4, 3}},       0 },
+        {"denominator 0",                       1,          {{5, 1, 4, 0, 3}},       0 },
+        {"denominator -4",                      1,          {{5, 1, 4, -4, 3}},      0 },
+        {"a beat below one tick",               1,          {{5, 1, 4, 3840001, 3}}, 0 },
+        {"a click that is no note",             1,          {{5, 1, 4, 4, 8}},       0 },
+        {"two changes at one tick",             2,          {good, good},            0 },
+        {"descending ticks",                    2,          {good, {4, 1, 4, 4, 3}}, 0 },
+        {"half a BBT",                          1,          {good},                  8 },
+        {"a BBT and half a song start",         1,          {good},                  20},
+    };
     for (const auto& row : cCases) {
         Time_MeterMap map = Sample();
         const std::string before = map.Dump();
-        Bytes bytes = Written(2, row.mBody);
+        Bytes bytes = Written(2, row.mCount, row.mChanges, false, row.mBytesMore);
         bytes.resize(bytes.size() + 200, 1); // what lies behind the body is not the map's
         EXPECT_THROW(StreamInto(map, bytes), Sys_StreamReadException) << row.mName;
         EXPECT_EQ(map.Dump(), before) << row.mName;
     }
     Time_MeterMap map = Sample();
-    EXPECT_THROW(StreamInto(map, Written(3, two(6))), Cmn_DocumentTooNewException);
+    EXPECT_THROW(StreamInto(map, Written(3, 1, {good})), Cmn_DocumentTooNewException);
 }
 
 // Whatever a byte is changed to, and wherever the stream ends: the map is a sound one, or what it was.
@@ -204,17 +178,11 @@ TEST(MeterMapStream, DamagedBytesNeverBreakAMap)
 
 TEST(MeterMapStream, TheXMLFormNamesEveryField)
 {
-    const Cmn_XMLNode node = MakeMeterMap("1| 4/4   2| 6/8").GetAsXML();
-    EXPECT_EQ(node.GetName(), "MeterMap");
-    EXPECT_EQ(node.FindChild("nChangeCount")->GetText(), "2");
-    EXPECT_EQ(node.FindChild("nSongStartTick")->GetText(), "1000000000000");
-    const Cmn_XMLNode& change = node.FindChild("Changes")->GetChildren().at(1);
-    EXPECT_EQ(change.GetName(), "MeterChange");
-    const char* const cNames[] = {"nSessionTick", "mBarNumber", "nBar", "nBeat", "nTick"};
-    const char* const cTexts[] = {"1000003840000", "2", "2", "1", "0"};
-    for (std::size_t i = 0; i < std::size(cNames); ++i)
-        EXPECT_EQ(change.FindChild(cNames[i])->GetText(), cTexts[i]) << cNames[i];
-    EXPECT_EQ(change.FindChild("Meter")->FindChild("mNumerator")->GetText(), "6");
-    EXPECT_NE(change.FindChild("Meter")->FindChild("NotationDuration"), nullptr);
-    EXPECT_EQ(Time_MeterMap().GetAsXML().FindChild("nChangeCount")->GetText(), "0");
+    const std::string text = MakeMeterMap("2| 6/8").GetAsXML().ToString();
+    for (const char* field :
+         {"<MeterMap>", "<nChangeCount>1<", "<nSongStartTick>1000000000000<", "<Changes>", "<MeterChange>",
+          "<nSessionTick>1000000000000<", "<mBarNumber>2<", "<nBar>2<", "<nBeat>1<", "<nTick>0<", "<Meter>",
+          "<mNumerator>6<", "<mDenominator>8<", "<NotationDuration>"})
+        EXPECT_NE(text.find(field), std::string::npos) << field << "\n" << text;
+    EXPECT_NE(Time_MeterMap().GetAsXML().ToString().find("<nChangeCount>0<"), std::string::npos);
 }
