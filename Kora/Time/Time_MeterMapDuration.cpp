@@ -8,7 +8,7 @@ namespace {
 
 using Position = Time_MeterMapIndex::Position;
 
-// A start this much of a beat, or less, before a barline was meant to be on it.
+// A start less than a tenth of a beat before a barline was meant to be on it.
 constexpr Cmn_Int64 cSnapsPerBeat = 10;
 
 // Walks bar by bar, whole bars of one meter at one step.

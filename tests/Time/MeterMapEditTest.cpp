@@ -125,6 +125,7 @@ TEST(MeterMapEdit, DeletedTimeClosesTheGapAndRefitsItsBars)
         {"half a beat makes 7/8", "1| 4/4", EDIT(DeleteTime(At(5), At(5.5))), "1| 4/4 @0   2| 7/8 @4   3| 4/4 @7+480000"},
         {"a short rest joins the bar before", "1| 4/4", EDIT(DeleteTime(At(4.5), At(7.5))), "1| 5/4 @0   2| 4/4 @5"},
         {"to 6/4, which is split in two", "1| 4/4", EDIT(DeleteTime(At(4.5), At(6.5))), "1| 3/4 @0   3| 4/4 @6"},
+        {"to 8/8, which is reduced", "1| 7/8", EDIT(DeleteTime(At(3.75), At(6.75))), "1| 4/4 @0   2| 7/8 @4"},
         {"the first bar keeps its number", "1| 4/4   3| 3/4", EDIT(DeleteTime(At(0), At(4))), "1| 3/4 @0   3| 3/4 @4"},
         {"bars before the start are not refitted", "1| 4/4", EDIT(DeleteTime(At(5), At(8))), "1| 4/4 @0   2| 4/4 @4   3| 4/4 @5"},
         {"what no meter has stays a cut bar", "1| 4/4", EDIT(DeleteTime(At(5), At(5, 7))),
@@ -445,6 +446,13 @@ TEST(MeterMapEdit, ScriptsOfEditsKeepTheInvariantsAndCanBeUndoneAndRedone)
                 ASSERT_EQ(listener.mLastSeen, map.Dump()) << where;
             } else if (!before.IsDefault() || !map.IsDefault()) {
                 ASSERT_EQ(map.Dump(), before.Dump()) << where;
+            }
+            Time_MeterMap laidOutAnew;
+            laidOutAnew.ReplaceWith(map);
+            for (int i = 0; i < 10; ++i) {
+                const Time_Tick probe = tick();
+                ASSERT_EQ(map.TickToBarBeat(probe), laidOutAnew.TickToBarBeat(probe))
+                    << probe.Dump() << where;
             }
             if (kind == cErase && a < b) { // beside the range and its last bar, meters stay
                 Time_BarBeatTick behind = before.TickToBarBeat(b);
