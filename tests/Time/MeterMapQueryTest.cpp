@@ -1,3 +1,4 @@
+#include "Support/AllocationCounter.h"
 #include "Support/AssertRecorder.h"
 #include "Support/MeterMapText.h"
 #include "Support/TimePrinters.h"
@@ -268,12 +269,15 @@ TEST(MeterMapQuery, DurationBackwardsIsZero)
 TEST(MeterMapQuery, LongDurationsAndFarTimesAreExact)
 {
     const Time_MeterMap map = MakeMeterMap("1| 4/4   3| 3/4   5| 6/8");
+    const AllocationCounter allocations;
     const Time_BarBeatTick billions(0, 2000000000, Ticks(0));
     const Time_Tick far = map.AddDurationToTick(At(0), billions);
     EXPECT_EQ(far, At(14) + Ticks(480000) * (2000000000 - 14));
     EXPECT_EQ(map.SubtractDurationFromTick(far, billions), At(0));
     EXPECT_EQ(map.AddDurationToTick(Time_Tick(Cmn_Int64{1} << 58), {1, 0, Ticks(0)}),
               Time_Tick((Cmn_Int64{1} << 58) + 2880000));
+    EXPECT_EQ(map.ComputeDurationBetween(At(0), far), Time_BarBeatTick(333333335, 0, Ticks(0)));
+    EXPECT_EQ(allocations.Count(), 0);
 }
 
 TEST(MeterMapQuery, DisplayTicksAreReportedAndCountAsTheyStand)
