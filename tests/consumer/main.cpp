@@ -2,6 +2,12 @@
 #include "Bastel/Cmn/Cmn_Assert.h"
 #include "Bastel/Cmn/Cmn_Exception.h"
 #include "Bastel/Cmn/Cmn_StringToInt.h"
+#include "Kora/Cnn/Cnn_Receiver.h"
+#include "Kora/Kora_Init.h"
+#include "Kora/Ndo/Ndo_Operation.h"
+#include "Kora/Ndo/Ndo_StOperationRecorder.h"
+#include "Kora/Time/Time_MeterMap.h"
+#include "Kora/Time/Time_TempoMap.h"
 
 #include <cstdio>
 #include <string>
@@ -40,11 +46,49 @@ void AnExceptionIsCaughtByItsTypeInTheHost()
     }
 }
 
+class Host
+{
+    void OnChanged(const Mdl_SimpleValMessage_ValChanged&) { ++mTold; }
+
+public:
+    explicit Host(Time_MeterMap& ioMap) { ioMap.GetListenerList().Add(&mReceiver); }
+
+    int mTold = 0;
+
+private:
+    Cnn_Receiver<Host, Mdl_SimpleValMessage, &Host::OnChanged> mReceiver{*this};
+};
+
+void AMapTellsTheHostAndUndoesItsEdit()
+{
+    auto* const map = new Time_MeterMap(Ndo_Object::kUndoable);
+    Host host(*map);
+    Ndo_StOperationRecorder recorder;
+    map->AddMeterChange(Time_MeterMap::cDefaultSongStartTick, Time_Meter(3, 4), 7);
+    Expect(map->GetSongStartBar() == 7, "the host's bar number stands");
+    recorder.OperationComplete()->Restore();
+    Expect(map->IsDefault(), "undo empties the map");
+    Expect(host.mTold == 2, "the host's receiver hears of the edit and of its undo");
+    map->NdoDelete();
+}
+
+void StaticDataIsShared()
+{
+    Expect(Time_TempoMap::GetDefaultTempoMap()->SampleToTick(Time_Sample(22050)) ==
+               Time_TempoMap::cDefaultSongStartTick + Time_TickLength::cQuarter,
+           "half a second is a quarter note at 120");
+    Expect(Kora_Init::sInitializedCount == 1, "the start-up count is one for library and host");
+}
+
 } // namespace
 
 int main()
 {
+    Kora_Init::Init();
+    AMapTellsTheHostAndUndoesItsEdit();
+    StaticDataIsShared();
     AFailedCheckReachesTheHostsHandler();
     AnExceptionIsCaughtByItsTypeInTheHost();
+    Kora_Init::Free();
     return sFailures == 0 ? 0 : 1;
 }
