@@ -11,7 +11,7 @@
 namespace {
 
 constexpr std::size_t cShortRun = 4;
-constexpr std::size_t cLookUpsAtOnce = 16;
+constexpr std::size_t cLookUpsAtOnce = 64;
 
 // Direction offers, for one direction of conversion:
 //   Find(value)           index of the governing segment
@@ -51,7 +51,7 @@ struct Time_BasicTempoMap::TicksToSamplesDirection
     const double mLimit;
     const Cmn_Int64 mMaximum;
 
-    std::size_t Find(Cmn_Int64 iTick) const { return mMap.FindSegmentAtTick(Time_Tick(iTick)); }
+    std::size_t Find(Cmn_Int64 iTick) const { return mMap.mIndexP->mTicks.Find(iTick); }
     bool Starts(std::size_t iIndex, Cmn_Int64 iTick) const
     {
         return mMap.mSegments[iIndex].GetStartTick().AsInt64() <= iTick;
@@ -77,7 +77,10 @@ struct Time_BasicTempoMap::SamplesToTicksDirection
     const Time_BasicTempoMap& mMap;
     const double* const mStarts;
 
-    std::size_t Find(Cmn_Int64 iSample) const { return mMap.FindSegmentAtSample(Time_Sample(iSample)); }
+    std::size_t Find(Cmn_Int64 iSample) const
+    {
+        return mMap.mIndexP->mSamples.Find(static_cast<double>(iSample));
+    }
     bool Starts(std::size_t iIndex, Cmn_Int64 iSample) const
     {
         return mStarts[iIndex] <= static_cast<double>(iSample);
