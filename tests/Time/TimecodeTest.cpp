@@ -17,6 +17,10 @@ struct Form
     ETimeCodeFormat mFormat;
     int mRate, mDropped;
 };
+void PrintTo(const Form& iForm, std::ostream* oStream)
+{
+    *oStream << Time_Globals::GetTimeCodeFormatString(iForm.mFormat);
+}
 constexpr Form cForms[] = {
     {eTimeCodeFormat_24,       24, 0},
     {eTimeCodeFormat_25,       25, 0},
