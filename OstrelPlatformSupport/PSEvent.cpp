@@ -21,17 +21,6 @@ bool TakeSignal(std::atomic<std::uint32_t>& ioState, std::uint32_t iWhat)
     return false;
 }
 
-// Removes a waiter whose time is up, and the signal with it when one came at the last moment.
-bool Unregister(std::atomic<std::uint32_t>& ioState)
-{
-    std::uint32_t state = ioState.load(std::memory_order_relaxed);
-    while (!ioState.compare_exchange_weak(state, state - cWaiter - (state & cSignal),
-                                          std::memory_order_acquire, std::memory_order_relaxed))
-    {
-    }
-    return (state & cSignal) != 0;
-}
-
 } // namespace
 
 PSEvent::PSEvent(std::string iName)
@@ -50,7 +39,11 @@ bool PSEvent::Enter(std::int32_t iTimeoutMs)
     mState.fetch_add(cWaiter, std::memory_order_relaxed);
     while (!TakeSignal(mState, cSignal + cWaiter)) {
         const std::int32_t left = deadline.GetMillisecondsLeft();
-        if (left == 0) return Unregister(mState);
+        if (left == 0) {
+            mState.fetch_sub(cWaiter, std::memory_order_relaxed);
+            // A signal that came at the last moment may have chosen this thread to wake: no other would look.
+            return TakeSignal(mState, cSignal);
+        }
         const std::uint32_t state = mState.load(std::memory_order_relaxed);
         if ((state & cSignal) == 0) PSSleepWhileEqual(mState, state, left);
     }
