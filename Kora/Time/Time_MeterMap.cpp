@@ -37,6 +37,11 @@ BarNumbering NumberingAfter(const Time_MeterChange& iPredecessor, Time_Tick iTic
 
 } // namespace
 
+// Windows programs that take these by reference need them in the DLL.
+constexpr Time_Tick Time_MeterMap::cDefaultSongStartTick;
+constexpr Cmn_Int32 Time_MeterMap::cDefaultSongStartBar;
+constexpr Time_Tick Time_MeterMap::cMaxTick;
+
 Time_MeterMap::Time_MeterMap(EUndoFlag iUndoFlag)
     : Ndo_Object(iUndoFlag)
     , mIndex(std::make_unique<Time_MeterMapIndex>())
