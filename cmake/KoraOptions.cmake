@@ -26,3 +26,10 @@ find_program(KORA_CCACHE ccache)
 if(KORA_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
   set(CMAKE_CXX_COMPILER_LAUNCHER "${KORA_CCACHE}")
 endif()
+
+# For the files that are compiled for processors with AVX2. Windows aligns the stack to 16 bytes and GCC does not align
+# it further there, so that registers of 32 bytes are saved with moves that need no alignment.
+set(KORA_AVX2_OPTIONS -mavx2)
+if(MINGW)
+  list(APPEND KORA_AVX2_OPTIONS -Wa,-muse-unaligned-vector-move)
+endif()

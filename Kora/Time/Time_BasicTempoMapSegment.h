@@ -74,17 +74,7 @@ private:
     double mTicksPerSample = 0;
 };
 
-inline Time_Sample Time_BasicTempoMapSegment::TickToSample(Time_Tick iTick, bool iClamp) const
-{
-    const Time_Sample sample(Cmn_RoundHalfUp(FractionalSampleAt(iTick)));
-    return iClamp ? AtMostTheMaximum(sample) : sample;
-}
-
-inline Time_Tick Time_BasicTempoMapSegment::SampleToTick(Time_Sample iSample) const
-{
-    return TickAtOffset(static_cast<double>(iSample.AsInt64()) - mFractionalStartSample);
-}
-
+// What the bodies below call stands before them: a class of a DLL asks for that.
 inline Time_Tick Time_BasicTempoMapSegment::TickAtOffset(double iSamples) const
 {
     return Time_Tick(Cmn_WrapAdd(Cmn_RoundHalfUp(iSamples * mTicksPerSample), mStartTick.AsInt64()));
@@ -94,4 +84,15 @@ inline Time_Sample Time_BasicTempoMapSegment::AtMostTheMaximum(Time_Sample iSamp
 {
     const Time_Sample maximum(Time_Typed::MaxTime(Time_eType_Samples).AsInt64());
     return iSample < maximum ? iSample : maximum;
+}
+
+inline Time_Sample Time_BasicTempoMapSegment::TickToSample(Time_Tick iTick, bool iClamp) const
+{
+    const Time_Sample sample(Cmn_RoundHalfUp(FractionalSampleAt(iTick)));
+    return iClamp ? AtMostTheMaximum(sample) : sample;
+}
+
+inline Time_Tick Time_BasicTempoMapSegment::SampleToTick(Time_Sample iSample) const
+{
+    return TickAtOffset(static_cast<double>(iSample.AsInt64()) - mFractionalStartSample);
 }
