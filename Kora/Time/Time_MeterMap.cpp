@@ -7,6 +7,9 @@
 
 #include <algorithm>
 
+// A DLL holds only the constants that its own code refers to, or that are declared once more.
+constexpr Time_Tick Time_MeterMap::cMaxTick;
+
 namespace {
 
 constexpr auto cIsBefore = [](const Time_MeterChange& iChange, Time_Tick iTick) {
