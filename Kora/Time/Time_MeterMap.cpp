@@ -7,9 +7,6 @@
 
 #include <algorithm>
 
-// A DLL holds only the constants that its own code refers to, or that are declared once more.
-constexpr Time_Tick Time_MeterMap::cMaxTick;
-
 namespace {
 
 constexpr auto cIsBefore = [](const Time_MeterChange& iChange, Time_Tick iTick) {
@@ -40,7 +37,8 @@ BarNumbering NumberingAfter(const Time_MeterChange& iPredecessor, Time_Tick iTic
 
 } // namespace
 
-// Windows programs that take these by reference need them in the DLL.
+// Windows programs may take these by reference; a DLL holds only the constants that its own code refers to, or that are
+// declared once more.
 constexpr Time_Tick Time_MeterMap::cDefaultSongStartTick;
 constexpr Cmn_Int32 Time_MeterMap::cDefaultSongStartBar;
 constexpr Time_Tick Time_MeterMap::cMaxTick;
