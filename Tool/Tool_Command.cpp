@@ -9,6 +9,7 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <array>
 #include <iostream>
 #include <new>
 
@@ -37,6 +38,7 @@ public:
     Subcommand(const Subcommand&) = delete;
     Subcommand& operator=(const Subcommand&) = delete;
 
+    std::string Name() const { return mApp->get_name(); }
     bool IsChosen() const { return mApp->parsed(); }
     const char* Help() const { return mHelp; }
 
@@ -126,19 +128,21 @@ private:
 // The command's whole output.
 std::string Output(const std::vector<std::string>& iArguments, std::istream& iIn)
 {
-    if (iArguments.empty()) throw UsageError("no subcommand");
     CLI::App app;
     app.allow_windows_style_options(false); // "/home/song.mid" is a file on every platform
     app.set_version_flag("--version", std::string("kora ") + KORA_VERSION);
     app.require_subcommand(1);
     const SongCommand song(app);
     const ConvertCommand convert(app);
-    const auto chosen = [&]() -> const Subcommand* {
-        for (const Subcommand* subcommand :
-             {static_cast<const Subcommand*>(&song), static_cast<const Subcommand*>(&convert)})
-            if (subcommand->IsChosen()) return subcommand;
-        return nullptr;
+    const std::array<const Subcommand*, 2> all = {&song, &convert};
+    const auto find = [&](auto iHolds) {
+        const auto found = std::find_if(all.begin(), all.end(), iHolds);
+        return found == all.end() ? nullptr : *found;
     };
+    const auto chosen = [&] { return find([](const Subcommand* s) { return s->IsChosen(); }); };
+    const std::string first = iArguments.empty() ? "" : iArguments.front();
+    if (first.substr(0, 1) != "-" && !find([&](const Subcommand* s) { return s->Name() == first; }))
+        throw UsageError(Tool_Quoted(first) + " is no subcommand, expected song or convert");
     try {
         app.parse(std::vector<std::string>(iArguments.rbegin(), iArguments.rend()));
     } catch (const CLI::CallForHelp&) {

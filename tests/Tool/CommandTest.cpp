@@ -130,7 +130,7 @@ TEST_F(CommandTest, WrongUsageIsExitTwoOnOneLine)
     }
 }
 
-TEST_F(CommandTest, HelpNamesEveryOptionAndFitsATerminal)
+TEST_F(CommandTest, HelpIsThereForEachAndFitsATerminal)
 {
     EXPECT_EQ(Run({"--help"}).mOut, Tool_cHelp);
     EXPECT_EQ(Run({"song", "--help"}).mOut, Tool_cSongHelp);

@@ -46,3 +46,4 @@ expect_text(err "kora: stdin: line 3: \"ten\" is not a position in ticks, expect
 run_kora(1 nothing out err song "光.mid")
 expect_text(err "kora: 光.mid: no such file\n")
 run_kora(2 nothing out err song)
+run_kora(0 nothing out err song "${WORK}/first-light.mid") # "/…" is a file, not an option
