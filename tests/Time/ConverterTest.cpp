@@ -6,19 +6,6 @@ namespace {
 
 using Reports = std::vector<std::string>;
 
-// Counts as they come out of single conversions.
-template <class Convert>
-Time_TypedVector Each(const Time_TypedVector& iTimes, Time_EType iType, Convert iConvert)
-{
-    Time_TypedVector result(iType);
-    for (const Cmn_Int64 count : iTimes) {
-        const Time_Typed converted = iConvert(Time_Typed(count, iTimes.GetType()));
-        EXPECT_EQ(converted.GetType(), iType);
-        result.push_back(converted.AsInt64());
-    }
-    return result;
-}
-
 Time_TypedVector AnyTimes(RandomSession& ioSession, Time_EType iUnit)
 {
     Time_TypedVector times(iUnit);
@@ -101,20 +88,17 @@ TEST(Converter, EveryPathGoesThroughTheMapsAndWholeSamples)
             ASSERT_EQ(converter.ToType(tick, cFrames), converter.ToType(sample, cFrames));
             ASSERT_EQ(converter.ToFramesNotRounded(tick), converter.ToFramesNotRounded(sample));
             ASSERT_EQ(converter.ToType(frame, cTicks), converter.ToType(ofFrame, cTicks));
-            ASSERT_EQ(converter.ToFramesNotRounded(frame), frame);
             ASSERT_EQ(converter.ToFirstType(tick, cSamples), Time_Typed(tempo.TickToFirstSample(tick)));
             ASSERT_EQ(converter.ToFirstType(sample, cTicks), Time_Typed(tempo.SampleToFirstTick(sample)));
 
-            const Time_Typed bar(tick);
-            const Time_BarBeatTick position = meters.TickToBarBeat(tick), length(3, 2, Time_TickLength(1234));
-            ASSERT_EQ(converter.ToBarBeatTick(bar), position);
-            ASSERT_EQ(converter.ToBarBeatTick(frame), meters.TickToBarBeat(converter.ToTick(frame)));
-            ASSERT_EQ(converter.ToType(position, cFrames),
-                      converter.ToType(meters.BarBeatToTick(position), cFrames));
-            ASSERT_EQ(converter.AddLength(bar, length), Time_Typed(meters.AddDurationToTick(tick, length)));
-            ASSERT_EQ(
-                converter.SubtractLength(frame, length),
-                converter.ToType(meters.SubtractDurationFromTick(converter.ToTick(frame), length), cFrames));
+            const Time_Tick ofBars = converter.ToTick(frame);
+            const Time_BarBeatTick length(3, 2, Time_TickLength(1234));
+            const Time_Tick later = meters.AddDurationToTick(ofBars, length);
+            const Time_Tick earlier = meters.SubtractDurationFromTick(ofBars, length);
+            ASSERT_EQ(converter.ToBarBeatTick(frame), meters.TickToBarBeat(ofBars));
+            ASSERT_EQ(converter.ToType(length, cTicks), Time_Typed(meters.BarBeatToTick(length)));
+            ASSERT_EQ(converter.AddLength(frame, length), converter.ToType(later, cFrames));
+            ASSERT_EQ(converter.SubtractLength(frame, length), converter.ToType(earlier, cFrames));
         }
         for (const Time_EType unit : cUnits) {
             ASSERT_EQ(converter.GetBarOneTime(unit),
@@ -144,9 +128,8 @@ TEST(Converter, SamplesSurviveTheWayThroughTicksAndLengthsAddInTheirOwnUnit)
                                           session.Any({cSamples, cTicks, cFrames}));
             const Time_Typed time = session.Any({sample, frame});
             const Time_Typed moved = converter.ToType(time, length.GetType()) + length;
-            ASSERT_EQ(converter.AddLength(time, length),
-                      length.AsInt64() == 0 ? time : converter.ToType(moved, time.GetType()));
-            ASSERT_EQ(converter.SubtractLength(time, length), converter.AddLength(time, -length));
+            ASSERT_EQ(converter.AddLength(time, length), converter.ToType(moved, time.GetType()));
+            ASSERT_EQ(converter.SubtractLength(time, -length), converter.AddLength(time, length));
         }
         // Ticks of samples are coarse: a zero length must not round them.
         const Time_Typed tick(cSongStart + 1, cTicks);
@@ -164,26 +147,20 @@ TEST(Converter, ManyTimesGiveTheBitsOfSingleOnes)
         for (const Time_EType from : cUnits)
             for (const Time_EType to : cUnits) {
                 const Time_TypedVector times = AnyTimes(session, from);
-                Time_TypedVector converted = times;
+                const Time_TypedLength length(session.Below(3) * 12345, to);
+                Time_TypedVector converted = times, sums = times, differences = times;
                 const AllocationCounter allocations;
                 converter.ToType(&converted, to);
+                converter.AddLength(&sums, length);
+                converter.SubtractLength(&differences, length);
                 ASSERT_EQ(allocations.Count(), 0);
-                ASSERT_EQ(converted, Each(times, to, [&](const Time_Typed& iTime) {
-                              return converter.ToType(iTime, to);
-                          }));
-
-                const Time_TypedLength length(session.Below(100000) - 50000, to);
-                for (const Time_TypedLength& step : {length, Time_TypedLength(0, to)}) {
-                    Time_TypedVector sums = times, differences = times;
-                    converter.AddLength(&sums, step);
-                    converter.SubtractLength(&differences, step);
-                    ASSERT_EQ(sums, Each(times, from, [&](const Time_Typed& iTime) {
-                                  return converter.AddLength(iTime, step);
-                              }));
-                    ASSERT_EQ(differences, Each(times, from, [&](const Time_Typed& iTime) {
-                                  return converter.SubtractLength(iTime, step);
-                              }));
+                for (std::size_t i = 0; i < times.size(); ++i) {
+                    const Time_Typed time = times.GetTime(i);
+                    ASSERT_EQ(converted.GetTime(i), converter.ToType(time, to)) << time.Dump();
+                    ASSERT_EQ(sums.GetTime(i), converter.AddLength(time, length)) << time.Dump();
+                    ASSERT_EQ(differences.GetTime(i), converter.SubtractLength(time, length)) << time.Dump();
                 }
+                ASSERT_EQ(allocations.Count(), 0); // neither do the single forms
                 const Time_Typed origin = session.AnyTime(to);
                 Time_TypedVector lengths = times;
                 converter.SubtractTime(&lengths, origin);
@@ -227,69 +204,39 @@ TEST(Converter, TheSessionPinsWhatLiesOutside)
 
 TEST(Converter, BrokenPreconditionsAreReportedOnceAndGoOn)
 {
-    const auto of = [](const char* iText) {
-        return Reports{std::string(iText) + "@$^$@Time/Time_Converter"};
-    };
     RandomSession session(5);
     const Time_Converter& converter = session.converter;
     const Time_Converter empty;
     const AssertRecorder recorder;
+    const auto expect = [&](const auto& iResult, const auto& iExpected, const char* iReport) {
+        EXPECT_EQ(iResult, iExpected);
+        EXPECT_EQ(recorder.Take(), Reports{std::string(iReport) + "@$^$@Time/Time_Converter"});
+    };
+    constexpr Time_EContext cGlobal = Time_eContext_GlobalPosition;
+    const char* const cNotGlobal = "ioTimes->GetContext() == Time_eContext_GlobalPosition";
     const Time_Typed strange(5, cInvalid), sample(5, cSamples), tick(cSongStart, cTicks), frame(5, cFrames);
 
-    EXPECT_EQ(converter.ToSample(strange), Time_Sample(0));
-    EXPECT_EQ(recorder.Take(), of("false"));
-    EXPECT_EQ(converter.ToTick(strange), Time_Tick(0));
-    EXPECT_EQ(recorder.Take(), of("false"));
-    Time_TypedVector times(cInvalid, Time_eContext_GlobalPosition, {5, 6});
-    converter.ToTicks(&times);
-    EXPECT_EQ(times, Time_TypedVector(cTicks, Time_eContext_GlobalPosition, {0, 0}));
-    EXPECT_EQ(recorder.Take(), of("false"));
-    converter.ToType(&times, cInvalid);
-    EXPECT_EQ(times.GetType(), cTicks);
-
-    EXPECT_EQ(converter.ToFirstType(sample, cFrames), sample);
-    EXPECT_EQ(recorder.Take(), of("0"));
-    EXPECT_EQ(converter.ToFirstType(frame, cFrames), frame);
+    expect(converter.ToSample(strange), Time_Sample(0), "false");
+    expect(converter.ToTick(strange), Time_Tick(0), "false");
+    expect(converter.ToFirstType(sample, cFrames), sample, "0");
+    expect(empty.ToType(tick, cSamples), Time_Typed(0, cSamples), "mTempoMap != 0");
+    expect(empty.ToBarBeatTick(tick), Time_BarBeatTick(), "mMeterMap != 0");
+    expect(empty.GetBarOneTime(cTicks), Time_Typed(0, cTicks), "mMeterMap != 0");
+    expect(empty.AddLength(tick, Time_BarBeatTick()), tick, "mMeterMap != 0");
     EXPECT_EQ(converter.ToFirstType(frame, cTicks), converter.ToFirstType(sample, cTicks));
     EXPECT_EQ(recorder.Take(), Reports{"mType == Time_eType_Samples@$^$@time/Time_TypedBase"});
 
-    times = Time_TypedVector(cFrames, Time_eContext_LocalPosition, {30});
+    Time_TypedVector times(cInvalid, cGlobal, {5, 6});
+    converter.ToTicks(&times);
+    expect(times, Time_TypedVector(cTicks, cGlobal, {0, 0}), "false");
+    times = Time_TypedVector(cTicks, Time_eContext_LocalPosition, {cSongStart});
     converter.ToSamples(&times);
-    EXPECT_EQ(times[0], converter.ToSample(Time_Typed(30, cFrames)).AsInt64());
-    EXPECT_EQ(times.GetContext(), Time_eContext_LocalPosition);
-    EXPECT_EQ(recorder.Take(), of("ioTimes->GetContext() == Time_eContext_GlobalPosition"));
+    expect(times[0], converter.ToSample(tick).AsInt64(), cNotGlobal);
     converter.AddTime(&times, sample);
-    EXPECT_EQ(recorder.Take(), of("ioTimes->GetContext() == Time_eContext_RelativeLength"));
+    expect(times.GetContext(), cGlobal, "ioTimes->GetContext() == Time_eContext_RelativeLength");
     times.SetContext(Time_eContext_LocalPosition);
     converter.SubtractTime(&times, sample);
-    EXPECT_EQ(recorder.Take(), of("ioTimes->GetContext() == Time_eContext_GlobalPosition"));
+    expect(times.GetContext(), Time_eContext_RelativeLength, cNotGlobal);
     converter.ToFrames(nullptr);
-    EXPECT_EQ(recorder.Take(), of("ioTimes != 0"));
-
-    EXPECT_EQ(empty.ToType(tick, cSamples), Time_Typed(0, cSamples));
-    EXPECT_EQ(recorder.Take(), of("mTempoMap != 0"));
-    EXPECT_EQ(empty.ToBarBeatTick(tick), Time_BarBeatTick());
-    EXPECT_EQ(recorder.Take(), of("mMeterMap != 0"));
-    EXPECT_EQ(empty.GetBarOneTime(cTicks), Time_Typed(0, cTicks));
-    EXPECT_EQ(recorder.Take(), of("mMeterMap != 0"));
-    EXPECT_EQ(empty.AddLength(tick, Time_BarBeatTick(1, 0, Time_TickLength(0))), tick);
-    EXPECT_EQ(recorder.Take(), of("mMeterMap != 0"));
-}
-
-TEST(Converter, SingleConversionsAllocateNothing)
-{
-    RandomSession session(11);
-    const Time_Converter& converter = session.converter;
-    converter.ToSample(Time_Tick(cSongStart)); // the tempo map's first query lays its cache out
-    const AllocationCounter allocations;
-    for (int i = 0; i < 1000; ++i)
-        for (const Time_EType unit : cUnits) {
-            Time_Typed time = session.AnyTime(unit);
-            converter.ToBarBeatTick(time);
-            converter.ToFirstType(converter.ToSample(time), cTicks);
-            converter.AddLength(time, Time_TypedLength(1, cTicks));
-            converter.AddLength(time, Time_BarBeatTick(1, 1, Time_TickLength(1)));
-            converter.PinToValidSessionRange(time);
-        }
-    EXPECT_EQ(allocations.Count(), 0);
+    expect(times.GetType(), cSamples, "ioTimes != 0");
 }

@@ -64,140 +64,86 @@ Entries EntriesOf(const Map& iMap)
     return entries;
 }
 
-void Fill(Map& ioMap, const Entries& iEntries)
+void Put(Map& ioMap, Cmn_Int64 iTick, const Key& iKey) { ioMap.SetKeySignature(Time_Tick(iTick), iKey); }
+
+// The same edits on a plain map, entry by entry.
+Key KeyAt(const Entries& iEntries, Cmn_Int64 iTick)
 {
-    for (const auto& [tick, key] : iEntries)
-        ioMap.SetKeySignature(Time_Tick(tick), key);
+    Key key;
+    for (const auto& [tick, next] : iEntries)
+        if (tick <= iTick) key = next;
+    return key;
 }
 
-// A plain map that does each edit entry by entry.
-struct Model
+void Shift(Entries& ioEntries, Cmn_Int64 iFrom, Cmn_Int64 iTicks)
 {
-    Entries keys;
+    Entries moved;
+    for (const auto& [tick, key] : ioEntries)
+        moved[tick >= iFrom ? tick + iTicks : tick] = key;
+    ioEntries = moved;
+}
 
-    Key At(Cmn_Int64 iTick) const
-    {
-        Key key;
-        for (const auto& [tick, next] : keys)
-            if (tick <= iTick) key = next;
-        return key;
-    }
-    void Erase(Cmn_Int64 iStart, Cmn_Int64 iEnd)
-    {
-        std::erase_if(keys,
-                      [=](const auto& iEntry) { return iEntry.first >= iStart && iEntry.first < iEnd; });
-    }
-    void Shift(Cmn_Int64 iFrom, Cmn_Int64 iTicks)
-    {
-        Entries moved;
-        for (const auto& [tick, key] : keys)
-            moved[tick >= iFrom ? tick + iTicks : tick] = key;
-        keys = moved;
-    }
-    void DeleteTime(Cmn_Int64 iStart, Cmn_Int64 iEnd)
-    {
-        if (iStart >= iEnd) return;
-        const Key atEnd = At(iEnd);
-        Erase(iStart, iEnd);
-        Shift(iEnd, iStart - iEnd);
-        keys[iStart] = atEnd;
-    }
-    void InsertTime(Cmn_Int64 iAt, Cmn_Int64 iLength, const Entries& iSource)
-    {
-        if (iLength < 1) return;
-        Shift(iAt, iLength);
-        if (!iSource.empty()) Paste(iAt, iAt + iLength, iSource);
-    }
-    void Paste(Cmn_Int64 iStart, Cmn_Int64 iEnd, const Entries& iSource)
-    {
-        if (iStart >= iEnd) return;
-        const Key atEnd = At(iEnd);
-        Erase(iStart, iEnd);
-        const Key atStart = At(iStart);
-        for (const auto& [tick, key] : iSource)
-            if (tick >= 0 && tick < iEnd - iStart && (tick > 0 || key != atStart)) keys[iStart + tick] = key;
-        if (At(iEnd) != atEnd) keys[iEnd] = atEnd;
-    }
-};
-
-void ExpectReadError(const char* iWhat, const Bytes& iBytes)
+void ExpectReadError(const std::string& iWhat, const Bytes& iBytes)
 {
     Map map;
-    Fill(map, {
-                  {7, cG}
-    });
+    Put(map, 7, cG);
+    const Bytes before = Streamed(map);
     EXPECT_THROW(ReadBack(map, iBytes), Cmn_Exception) << iWhat;
-    EXPECT_EQ(EntriesOf(map), (Entries{
-                                  {7, cG}
-    }))
-        << iWhat;
+    EXPECT_EQ(Streamed(map), before) << iWhat;
 }
 
 } // namespace
 
 TEST(KeySignatureMap, RandomEditsFollowThePlainModelAndUndoRestoresEveryByte)
 {
-    for (unsigned seed = 1; seed <= 40; ++seed) {
+    for (unsigned seed = 1; seed <= 60; ++seed) {
         SCOPED_TRACE("seed " + std::to_string(seed));
         std::mt19937 random(seed);
-        const auto upTo = [&](int iLimit) {
-            return static_cast<int>(random() % static_cast<unsigned>(iLimit));
-        };
-        const auto anyKey = [&] { return Key(upTo(2), upTo(2), static_cast<Cmn_UInt8>(upTo(3))); };
         const std::unique_ptr<Map, NdoDeleter> map(new Map(Map::kUndoable));
-        Model model;
+        Entries model;
         std::vector<std::unique_ptr<Ndo_Operation>> undo, redo;
         std::vector<Bytes> steps = {Streamed(*map)};
-
         for (int step = 0; step < 40; ++step) {
-            Map source;
-            for (int i = upTo(4); i > 0; --i)
-                source.SetKeySignature(Time_Tick(upTo(50) - 10), anyKey());
-            const Entries sourceKeys = EntriesOf(source);
-            const Cmn_Int64 start = upTo(120) - 20, end = start + upTo(50) - 5;
-            const Time_Tick startTick(start), endTick(end);
-            const Key key = anyKey();
-            Ndo_StOperationRecorder recorder;
-            switch (upTo(8)) {
-            case 0:
-                map->Erase(startTick, endTick);
-                model.Erase(start, end);
-                break;
-            case 1:
-                map->DeleteTime(startTick, endTick);
-                model.DeleteTime(start, end);
-                break;
-            case 2:
-                map->InsertTime(startTick, endTick - startTick, step % 2 != 0 ? &source : nullptr);
-                model.InsertTime(start, end - start, step % 2 != 0 ? sourceKeys : Entries());
-                break;
-            case 3:
-                map->Paste(startTick, endTick, &source);
-                model.Paste(start, end, sourceKeys);
-                break;
-            case 4:
-                map->Paste(startTick, endTick, map.get());
-                model.Paste(start, end, Entries(model.keys));
-                break;
-            case 5:
-                if (map->size() == 0) break;
-                model.keys.erase(std::next(model.keys.begin(), step % map->size()));
-                map->remove(step % map->size());
-                break;
-            default:
-                map->SetKeySignature(startTick, key);
-                model.keys[start] = key;
-            }
-            undo.push_back(recorder.OperationComplete());
-            steps.push_back(Streamed(*map));
-            ASSERT_EQ(EntriesOf(*map), model.keys) << map->Dump();
-            for (Cmn_Int64 tick = -40; tick < 200; tick += 3)
-                ASSERT_EQ(map->GetKeySignatureAtTime(Ticks(tick)), model.At(tick)) << tick << "\n"
-                                                                                   << map->Dump();
+            const Cmn_Int64 start = static_cast<Cmn_Int64>(random() % 120) - 20;
+            const Cmn_Int64 end = start + static_cast<Cmn_Int64>(random() % 50) - 5;
             const auto isInside = [&](const auto& iEntry) {
                 return iEntry.first >= start && iEntry.first < end;
             };
-            ASSERT_EQ(map->RangeContainsData(startTick, endTick), std::ranges::any_of(model.keys, isInside));
+            const Key key(random() % 2, random() % 2, static_cast<Cmn_UInt8>(random() % 3));
+            const Key keyAtEnd = KeyAt(model, end);
+            Ndo_StOperationRecorder recorder;
+            switch (random() % 6) {
+            case 0:
+                map->Erase(Time_Tick(start), Time_Tick(end));
+                std::erase_if(model, isInside);
+                break;
+            case 1:
+                map->DeleteTime(Time_Tick(start), Time_Tick(end));
+                if (start >= end) break;
+                std::erase_if(model, isInside);
+                Shift(model, end, start - end);
+                model[start] = keyAtEnd;
+                break;
+            case 2:
+                map->InsertTime(Time_Tick(start), Time_TickLength(end - start), nullptr);
+                if (start < end) Shift(model, start, end - start);
+                break;
+            case 3:
+                if (model.empty()) break;
+                model.erase(std::next(model.begin(), step % map->size()));
+                map->remove(step % map->size());
+                break;
+            default:
+                map->SetKeySignature(Time_Tick(start), key);
+                model[start] = key;
+            }
+            undo.push_back(recorder.OperationComplete());
+            steps.push_back(Streamed(*map));
+            ASSERT_EQ(EntriesOf(*map), model) << map->Dump();
+            for (Cmn_Int64 tick = -40; tick < 200; tick += 3)
+                ASSERT_EQ(map->GetKeySignatureAtTime(Ticks(tick)), KeyAt(model, tick)) << map->Dump();
+            const bool hasData = map->RangeContainsData(Time_Tick(start), Time_Tick(end));
+            ASSERT_EQ(hasData, std::any_of(model.begin(), model.end(), isInside));
         }
         const auto restore = [](auto& ioFrom, auto& ioInto) {
             Ndo_StOperationRecorder recorder;
@@ -205,13 +151,13 @@ TEST(KeySignatureMap, RandomEditsFollowThePlainModelAndUndoRestoresEveryByte)
             ioFrom.pop_back();
             ioInto.push_back(recorder.OperationComplete());
         };
-        for (std::size_t step = undo.size(); step-- > 0;) {
+        while (!undo.empty()) {
             restore(undo, redo);
-            ASSERT_EQ(Streamed(*map), steps[step]);
+            ASSERT_EQ(Streamed(*map), steps[undo.size()]);
         }
-        for (std::size_t step = 1; !redo.empty(); ++step) {
+        while (!redo.empty()) {
             restore(redo, undo);
-            ASSERT_EQ(Streamed(*map), steps[step]);
+            ASSERT_EQ(Streamed(*map), steps[undo.size()]);
         }
     }
 }
@@ -228,8 +174,13 @@ TEST(KeySignatureMap, APastedCopySoundsLikeItsOriginalAndNothingElseChanges)
         }
         const Cmn_Int64 start = tick(), length = 1 + tick(), target = tick();
         from.Copy(&copied, Time_Tick(start), Time_Tick(start + length));
-        const Map before(to);
-        to.Paste(Time_Tick(target), Time_Tick(target + length), &copied);
+        Map before(to);
+        if (round % 2 == 0) {
+            to.Paste(Time_Tick(target), Time_Tick(target + length), &copied);
+        } else {
+            to.InsertTime(Time_Tick(target), Time_TickLength(length), &copied);
+            before.InsertTime(Time_Tick(target), Time_TickLength(length), nullptr);
+        }
         for (Cmn_Int64 at = -5; at < 200; ++at) {
             const bool isInside = at >= target && at < target + length;
             const Key expected = isInside ? from.GetKeySignatureAtTime(Ticks(at - target + start))
@@ -244,11 +195,9 @@ TEST(KeySignatureMap, APastedCopySoundsLikeItsOriginalAndNothingElseChanges)
 TEST(KeySignatureMap, EditsThatHaveNothingToDoTellNobody)
 {
     const std::unique_ptr<Map, NdoDeleter> map(new Map(Map::kUndoable));
-    const Entries keys = {
-        {0,   cG},
-        {100, cD}
-    };
-    Fill(*map, keys);
+    Put(*map, 0, cG);
+    Put(*map, 100, cD);
+    const Bytes before = Streamed(*map);
     map->SetModified(false);
     Map other;
     const AssertRecorder asserts;
@@ -260,7 +209,6 @@ TEST(KeySignatureMap, EditsThatHaveNothingToDoTellNobody)
     };
     const Time_TickLength most(std::numeric_limits<Cmn_Int64>::max());
     expectSilent("an erased range without entries", [&] { map->Erase(Time_Tick(1), Time_Tick(100)); });
-    expectSilent("a range that ends before it starts", [&] { map->Erase(Time_Tick(101), Time_Tick(0)); });
     expectSilent("no time deleted", [&] { map->DeleteTime(Time_Tick(100), Time_Tick(100)); });
     expectSilent("no time inserted", [&] { map->InsertTime(Time_Tick(0), Time_TickLength(0), &other); });
     expectSilent("an empty range pasted", [&] { map->Paste(Time_Tick(5), Time_Tick(5), &other); });
@@ -270,13 +218,12 @@ TEST(KeySignatureMap, EditsThatHaveNothingToDoTellNobody)
     expectSilent("an index past the end", [&] { map->remove(2); });
     expectSilent("a negative index", [&] { map->remove(-1); });
     expectSilent("entries out of 64 bits", [&] { map->InsertTime(Time_Tick(50), most, nullptr); });
-    EXPECT_EQ(EntriesOf(*map), keys);
-    EXPECT_EQ(asserts.Take(),
-              std::vector<std::string>({"iSource != nullptr@$^$@Time/Time_KeySignatureMap",
-                                        "oDest != nullptr@$^$@Time/Time_KeySignatureMap",
-                                        "IsIndex(iIndex)@$^$@Time/Time_KeySignatureMap",
-                                        "IsIndex(iIndex)@$^$@Time/Time_KeySignatureMap",
-                                        "the shifted entries stay in range@$^$@Time/Time_KeySignatureMap"}));
+    EXPECT_EQ(Streamed(*map), before);
+    std::vector<std::string> expected = {"iSource != nullptr", "oDest != nullptr", "IsIndex(iIndex)",
+                                         "IsIndex(iIndex)", "the shifted entries stay in range"};
+    for (std::string& text : expected)
+        text += "@$^$@Time/Time_KeySignatureMap";
+    EXPECT_EQ(asserts.Take(), expected);
     Ndo_StOperationRecorder recorder;
     map->SetKeySignature(Time_Tick(0), cG);
     EXPECT_TRUE(map->IsModified()) << "the same key stored again is an edit";
@@ -286,28 +233,26 @@ TEST(KeySignatureMap, EditsThatHaveNothingToDoTellNobody)
 TEST(KeySignatureMap, CopiesTakeTheKeysAlone)
 {
     const std::unique_ptr<Map, NdoDeleter> map(new Map(Map::kUndoable));
-    Fill(*map, {
-                   {0, cG}
-    });
+    Put(*map, 0, cG);
     const Map copy(*map);
     EXPECT_EQ(copy.NdoIsUndoable(), Map::kNoUndo);
     EXPECT_FALSE(copy.IsModified());
     const Cmn_Int64 id = map->NdoGetID();
     Map other;
-    Fill(other, {
-                    {5, cF}
-    });
+    Put(other, 5, cF);
     *map = other;
     EXPECT_EQ(map->NdoGetID(), id);
-    EXPECT_EQ(EntriesOf(*map), EntriesOf(other));
+    EXPECT_EQ(Streamed(*map), Streamed(other));
+
     map->Copy(map.get(), Time_Tick(4), Time_Tick(6));
-    EXPECT_EQ(EntriesOf(*map), (Entries{
-                                   {0, cC},
-                                   {1, cF}
-    }));
+    EXPECT_EQ(map->Dump(), "2 key signatures\n  0  C major (0 sharps)\n  1  F major (1 flats)\n");
+    map->Paste(Time_Tick(0), Time_Tick(2), map.get()); // C major is in force at 0 and not repeated
+    map->Paste(Time_Tick(2), Time_Tick(9), &other);
+    EXPECT_EQ(map->Dump(), "2 key signatures\n  1  F major (1 flats)\n  7  F major (1 flats)\n");
+    map->Erase(Time_Tick(2), Time_Tick(8));
     Time_Tick start, end;
     EXPECT_TRUE(map->GetKeySignaturesRange(start, end));
-    EXPECT_EQ(std::pair(start, end), std::pair(Time_Tick(0), Time_Tick(2)));
+    EXPECT_EQ(std::pair(start, end), std::pair(Time_Tick(1), Time_Tick(2)));
     map->clear();
     EXPECT_FALSE(map->GetKeySignaturesRange(start, end));
     EXPECT_EQ(end, Time_Tick(2));
@@ -317,16 +262,14 @@ TEST(KeySignatureMap, NeighboursAreSoughtOneUnitAway)
 {
     const Time_Convert::StTempoMap scope(nullptr); // 43.54 ticks to a sample at 44100 Hz, sample 0 at cBase
     const Cmn_Int64 sessionEnd = Time_Convert::GetSessionEndTime(Time_eType_Ticks).AsInt64();
-    constexpr Cmn_Int64 cNone = -1, c1 = cBase, c2 = cBase + 1000, c3 = cBase + 2000;
+    constexpr Cmn_Int64 c1 = cBase, c2 = cBase + 1000, c3 = cBase + 2000;
     const Cmn_Int64 c4 = sessionEnd + 10;
     const Time_Typed frameZero(0, Time_eType_Frames);
     Map map;
-    Fill(map, {
-                  {c1, cG},
-                  {c2, cD},
-                  {c3, cF},
-                  {c4, cC}
-    });
+    Put(map, c1, cG);
+    Put(map, c2, cD);
+    Put(map, c3, cF);
+    Put(map, c4, cC);
     struct Row
     {
         const char* what;
@@ -344,24 +287,16 @@ TEST(KeySignatureMap, NeighboursAreSoughtOneUnitAway)
         {"frame 0 has none before the session",   frameZero,        c1, c4, c1},
     };
     for (const auto& row : rows) {
-        const auto found = [&](auto iSearch) {
-            Time_Tick tick(cNone);
-            Key key;
-            if (!iSearch(tick, key)) return tick.AsInt64();
-            EXPECT_EQ(key, map.GetKeySignatureAtTime(tick)) << row.what;
-            return tick.AsInt64();
-        };
-        const auto before = [&](Time_Tick& oTick, Key& oKey) {
-            return map.FindKeySignatureBeforeTime(row.time, oTick, oKey);
-        };
-        const auto after = [&](bool iInclude) {
-            return [&, iInclude](Time_Tick& oTick, Key& oKey) {
-                return map.FindKeySignatureAfterTime(row.time, oTick, oKey, iInclude);
-            };
-        };
-        EXPECT_EQ(found(before), row.before) << row.what;
-        EXPECT_EQ(found(after(false)), row.after) << row.what;
-        EXPECT_EQ(found(after(true)), row.atOrAfter) << row.what;
+        Time_Tick before, after, atOrAfter;
+        Key key;
+        EXPECT_TRUE(map.FindKeySignatureBeforeTime(row.time, before, key)) << row.what;
+        EXPECT_EQ(key, map.GetKeySignatureAtTime(before)) << row.what;
+        EXPECT_TRUE(map.FindKeySignatureAfterTime(row.time, after, key, false)) << row.what;
+        EXPECT_EQ(key, map.GetKeySignatureAtTime(after)) << row.what;
+        EXPECT_TRUE(map.FindKeySignatureAfterTime(row.time, atOrAfter, key, true)) << row.what;
+        EXPECT_EQ(std::tuple(before, after, atOrAfter),
+                  std::tuple(Time_Tick(row.before), Time_Tick(row.after), Time_Tick(row.atOrAfter)))
+            << row.what;
     }
     map.clear();
     Time_Tick tick(5);
@@ -375,13 +310,10 @@ TEST(KeySignatureMap, NeighboursAreSoughtOneUnitAway)
 TEST(KeySignatureMap, DamagedStreamsAreRefusedAndChangeNothing)
 {
     Map map;
-    constexpr Cmn_Int64 cLast = std::numeric_limits<Cmn_Int64>::max();
-    Fill(map, {
-                  {-5,    cG       },
-                  {4,     Key(false, true, 255)},
-                  {5, cD         },
-                  {cLast,   cF  }
-    });
+    Put(map, -5, cG);
+    Put(map, 4, Key(false, true, 255));
+    Put(map, 5, cD);
+    Put(map, std::numeric_limits<Cmn_Int64>::max(), cF);
     const Bytes good = Streamed(map);
     Map back;
     ReadBack(back, good);
@@ -390,8 +322,7 @@ TEST(KeySignatureMap, DamagedStreamsAreRefusedAndChangeNothing)
 
     const std::size_t body = good.size() - 4 - 4 * 11;
     for (std::size_t length = 0; length < good.size(); ++length)
-        ExpectReadError(("cut at " + std::to_string(length)).c_str(),
-                        Bytes(good.begin(), good.begin() + static_cast<std::ptrdiff_t>(length)));
+        ExpectReadError("cut at " + std::to_string(length), Bytes(good.data(), good.data() + length));
     struct Row
     {
         const char* what;
@@ -401,9 +332,7 @@ TEST(KeySignatureMap, DamagedStreamsAreRefusedAndChangeNothing)
     const Row rows[] = {
         {"a negative count",                body + 3,          0xFF},
         {"more entries than bytes",         body,              5   },
-        {"2^24 entries",                    body + 3,          1   },
         {"the tick of the entry before it", body + 4 + 2 * 11, 4   },
-        {"a tick below that",               body + 4 + 2 * 11, 3   },
         {"a bool that is neither",          body + 4 + 8,      2   },
         {"another name",                    5,                 'X' },
         {"a later version",                 5 + 13,            2   },

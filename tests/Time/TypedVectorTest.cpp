@@ -55,49 +55,51 @@ TEST(TypedVector, ElementsAreCheckedAgainstIndexMeaningAndUnit)
 
 TEST(TypedVector, ArithmeticKeepsTheUnitAndChangesTheMeaning)
 {
+    enum EMove { eAddLength, eSubtractLength, eAddTime, eSubtractTime };
     struct Row
     {
         const char* what;
         Time_EContext before;
         Time_EType unit;
-        void (*move)(Time_TypedVector&, Time_EType);
+        EMove move;
         Counts counts;
         Time_EContext after;
         Reports reports;
-    };
-    const auto addLength = [](Time_TypedVector& ioTimes, Time_EType iUnit) {
-        ioTimes.AddLength(Time_TypedLength(5, iUnit));
-    };
-    const auto subtractLength = [](Time_TypedVector& ioTimes, Time_EType iUnit) {
-        ioTimes.SubtractLength(Time_TypedLength(5, iUnit));
-    };
-    const auto addTime = [](Time_TypedVector& ioTimes, Time_EType iUnit) {
-        ioTimes.AddTime(Time_Typed(5, iUnit));
-    };
-    const auto subtractTime = [](Time_TypedVector& ioTimes, Time_EType iUnit) {
-        ioTimes.SubtractTime(Time_Typed(5, iUnit));
     };
     constexpr Cmn_Int64 cMost = std::numeric_limits<Cmn_Int64>::max();
     constexpr Cmn_Int64 cLeast = std::numeric_limits<Cmn_Int64>::min();
     const Counts up = {6, cLeast + 4}, down = {-4, cMost - 5};
     const Row rows[] = {
-        {"position + length",                     cGlobal, cTicks,   addLength,      up,   cGlobal, {}                     },
-        {"local position - length",               cLocal,  cTicks,   subtractLength, down, cLocal,  {}                     },
-        {"length - length",                       cLength, cTicks,   subtractLength, down, cLength, {}                     },
-        {"length + time",                         cLength, cTicks,   addTime,        up,   cGlobal, {}                     },
-        {"position - time",                       cGlobal, cTicks,   subtractTime,   down, cLength, {}                     },
-        {"position + time makes no sense",        cGlobal, cTicks,   addTime,        up,   cGlobal, {cNotLength}           },
-        {"length - time makes no sense",          cLength, cTicks,   subtractTime,   down, cLength, {cNotGlobal}           },
+        {"position + length",                     cGlobal, cTicks,   eAddLength,      up,   cGlobal, {}                     },
+        {"local position - length",               cLocal,  cTicks,   eSubtractLength, down, cLocal,  {}                     },
+        {"length - length",                       cLength, cTicks,   eSubtractLength, down, cLength, {}                     },
+        {"length + time",                         cLength, cTicks,   eAddTime,        up,   cGlobal, {}                     },
+        {"position - time",                       cGlobal, cTicks,   eSubtractTime,   down, cLength, {}                     },
+        {"position + time makes no sense",        cGlobal, cTicks,   eAddTime,        up,   cGlobal, {cNotLength}           },
+        {"length - time makes no sense",          cLength, cTicks,   eSubtractTime,   down, cLength, {cNotGlobal}           },
         {"local position - time of another unit",
          cLocal,                                           cSamples,
-         subtractTime,                                                               down,
-         cLength,                                                                                   {cNotGlobal, cMismatch}},
-        {"another unit counts as it stands",      cGlobal, cSamples, addLength,      up,   cGlobal, {cMismatch}            },
+         eSubtractTime,                                                               down,
+         cLength,                                                                                    {cNotGlobal, cMismatch}},
+        {"another unit counts as it stands",      cGlobal, cSamples, eAddLength,      up,   cGlobal, {cMismatch}            },
     };
     for (const Row& row : rows) {
         const AssertRecorder recorder;
         Time_TypedVector times(cTicks, row.before, {1, cMost});
-        row.move(times, row.unit);
+        switch (row.move) {
+        case eAddLength:
+            times.AddLength(Time_TypedLength(5, row.unit));
+            break;
+        case eSubtractLength:
+            times.SubtractLength(Time_TypedLength(5, row.unit));
+            break;
+        case eAddTime:
+            times.AddTime(Time_Typed(5, row.unit));
+            break;
+        case eSubtractTime:
+            times.SubtractTime(Time_Typed(5, row.unit));
+            break;
+        }
         EXPECT_EQ(times, Time_TypedVector(cTicks, row.after, row.counts)) << row.what;
         EXPECT_EQ(recorder.Take(), row.reports) << row.what;
     }
