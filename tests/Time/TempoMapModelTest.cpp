@@ -35,6 +35,7 @@ SegmentRow RandomRow(std::mt19937_64& ioRandom, bool iWild)
     row.sample = quarters * 24000 + static_cast<Cmn_Int64>(ioRandom() % 24000);
     row.computed = chance(row.locked ? 60 : iWild ? 20 : 5);
     row.unspecified = !row.computed && chance(iWild ? 15 : 5);
+    if (iWild && chance(5)) row.bpm = -row.bpm;
     if (!iWild && quarters == 0) row = {.locked = true, .songStart = true};
     return row;
 }
