@@ -172,6 +172,27 @@ TEST_F(TempoMap, AFirstSegmentThatNothingHoldsStartsFromTheFallback)
     EXPECT_EQ(LinesOf(mMap.GetBasicTempoMap())[0], (Line{cStart, 0, 0.05, 20}));
 }
 
+// Start samples rise to 240000, fall below -800000 and rise again: the last one not after a sample governs it.
+TEST_F(TempoMap, ATempoBelowZeroTurnsTimeBackAndIsSearchedAllTheSame)
+{
+    Fill(mMap, {
+                   {.tick = cStart, .locked = true}
+    });
+    for (int i = 11; i < 40; ++i)
+        Fill(mMap, {
+                       {.tick = cAt(i), .bpm = 120}
+        });
+    mMap.AddSegment(SegmentRow{.tick = cAt(10), .bpm = -2.75}.Make());
+    const Lines lines = LinesOf(mMap.GetBasicTempoMap());
+    for (Cmn_Int64 sample = -2000000; sample < 1000000; sample += 9999) {
+        std::size_t last = lines.size();
+        while (last > 1 && lines[last - 1].start > static_cast<double>(sample))
+            --last;
+        ASSERT_EQ(mMap.GetBasicTempoMap().FindSegmentAtSample(Time_Sample(sample)), last == 0 ? 0 : last - 1);
+    }
+    mAsserts.Take(); // debug builds do not hold it for valid
+}
+
 TEST_F(TempoMap, TheSongStartIsCached)
 {
     Fill(mMap, {
