@@ -23,10 +23,6 @@ void CheckBeat(const Time_TickLength& iTicksPerBeat)
 
 } // namespace
 
-// Windows programs that take these by reference need them in the DLL.
-constexpr double Time_ConstantTempoSeg::cDefaultBeatsPerMinute;
-constexpr Time_TickLength Time_ConstantTempoSeg::cDefaultTicksPerBeat;
-
 Time_ConstantTempoSeg::Time_ConstantTempoSeg(Time_Tick iStartTick)
     : Time_TempoMapSegment(iStartTick)
 {

@@ -15,11 +15,6 @@ constexpr Time_TickLength Time_TempoMap::cFallbackTicksPerBeat;
 constinit Time_TempoMap* Time_TempoMap::spDefaultTempoMap = nullptr;
 constinit Cmn_Int32 Time_TempoMap::sUniqueEditIdentifier = 0;
 
-// Windows programs that take these by reference need them in the DLL.
-constexpr Time_Tick Time_TempoMap::cDefaultSongStartTick;
-constexpr double Time_TempoMap::cFallbackBeatsPerMinute;
-constexpr Time_TickLength Time_TempoMap::cFallbackTicksPerBeat;
-
 Time_TempoMap::Time_TempoMap(EUndoFlag iUndoFlag)
     : Ndo_Object(iUndoFlag)
     , mBasicMap(Time_Globals::GetPullSampleRate())
