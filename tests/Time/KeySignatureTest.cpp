@@ -29,54 +29,32 @@ int WalkTheScale(const Time_KeySignature& iKey, int iPitch, int iSteps)
     return at - iPitch - outside * way;
 }
 
-struct NameRow
+int Transposed(const Time_KeySignature& iKey, int iPitch, int iSteps)
 {
-    int accidentals;
-    const char* majorSharps;
-    const char* majorFlats;
-    const char* minorSharps;
-    const char* minorFlats;
-};
-constexpr NameRow cNames[] = {
-    {0,   "C major",  "C major",  "A minor",  "A minor" },
-    {1,   "G major",  "F major",  "E minor",  "D minor" },
-    {2,   "D major",  "Bb major", "B minor",  "G minor" },
-    {3,   "A major",  "Eb major", "F# minor", "C minor" },
-    {4,   "E major",  "Ab major", "C# minor", "F minor" },
-    {5,   "B major",  "Db major", "G# minor", "Bb minor"},
-    {6,   "F# major", "Gb major", "D# minor", "Eb minor"},
-    {7,   "C# major", "Cb major", "A# minor", "Ab minor"},
-    {8,   "",         "",         "",         ""        },
-    {255, "",         "",         "",         ""        },
-};
-
-struct TransposeRow
-{
-    const char* what;
-    Time_KeySignature key;
-    Cmn_Int16 pitch, steps, semitones;
-};
-constexpr TransposeRow cOddities[] = {
-    {"A minor with flats counts from C: B is outside",      {cMinor, cFlats, 0},  11, 1,      2    },
-    {"A minor with flats counts from C: Eb is a tone",      {cMinor, cFlats, 0},  3,  1,      2    },
-    {"A minor with sharps counts from A: B is a tone",      {cMinor, cSharps, 0}, 11, 1,      1    },
-    {"-32768 steps have no magnitude: a tone stays",        {cMajor, cSharps, 0}, 0,  -32768, 0    },
-    {"-32768 steps have no magnitude: beside a tone, 1 up", {cMajor, cSharps, 0}, 1,  -32768, 1    },
-    {"the greatest step up is cut to 16 bits",              {cMajor, cSharps, 0}, 0,  32767,  -9364},
-};
+    return iKey.GetTransposeAmount(static_cast<Cmn_Int16>(iPitch), static_cast<Cmn_Int16>(iSteps));
+}
 
 } // namespace
 
 TEST(KeySignature, EveryKeyHasItsName)
 {
-    for (const NameRow& row : cNames) {
-        const auto count = static_cast<Cmn_UInt8>(row.accidentals);
-        EXPECT_EQ(Time_KeySignature(cMajor, cSharps, count).ToString(), row.majorSharps);
-        EXPECT_EQ(Time_KeySignature(cMajor, cFlats, count).ToString(), row.majorFlats);
-        EXPECT_EQ(Time_KeySignature(cMinor, cSharps, count).ToString(), row.minorSharps);
-        EXPECT_EQ(Time_KeySignature(cMinor, cFlats, count).ToString(), row.minorFlats);
-        EXPECT_EQ(Time_KeySignature(cMajor, cFlats, count).GetMinorKeyString(), row.minorFlats);
-    }
+    const char* const cNames[][4] = {
+  // sharps, flats
+        {"C major",  "C major",  "A minor",  "A minor" },
+        {"G major",  "F major",  "E minor",  "D minor" },
+        {"D major",  "Bb major", "B minor",  "G minor" },
+        {"A major",  "Eb major", "F# minor", "C minor" },
+        {"E major",  "Ab major", "C# minor", "F minor" },
+        {"B major",  "Db major", "G# minor", "Bb minor"},
+        {"F# major", "Gb major", "D# minor", "Eb minor"},
+        {"C# major", "Cb major", "A# minor", "Ab minor"},
+    };
+    for (int count = 0; count <= 255; ++count)
+        for (int column = 0; column < 4; ++column) {
+            const Time_KeySignature key(column < 2, column % 2 == 0, static_cast<Cmn_UInt8>(count));
+            EXPECT_EQ(key.ToString(), count < 8 ? cNames[count][column] : "");
+            EXPECT_EQ(key.GetMinorKeyString(), count < 8 ? cNames[count][column | 2] : "");
+        }
     EXPECT_EQ(Time_KeySignature(), Time_KeySignature(cMajor, cSharps, 0));
     EXPECT_NE(Time_KeySignature::sDefault, Time_KeySignature(cMajor, cFlats, 0));
 }
@@ -89,17 +67,23 @@ TEST(KeySignature, TranspositionWalksTheScale)
             if (key == Time_KeySignature(cMinor, cFlats, 0)) continue; // an oddity, below
             for (int pitch = -25; pitch < 37; ++pitch)
                 for (int steps = -30; steps <= 30; ++steps)
-                    ASSERT_EQ(
-                        key.GetTransposeAmount(static_cast<Cmn_Int16>(pitch), static_cast<Cmn_Int16>(steps)),
-                        steps == 0 ? 0 : WalkTheScale(key, pitch, steps))
+                    ASSERT_EQ(Transposed(key, pitch, steps), steps == 0 ? 0 : WalkTheScale(key, pitch, steps))
                         << key.Dump() << " pitch " << pitch << " steps " << steps;
         }
 }
 
 TEST(KeySignature, TranspositionOddities)
 {
-    for (const TransposeRow& row : cOddities)
-        EXPECT_EQ(row.key.GetTransposeAmount(row.pitch, row.steps), row.semitones) << row.what;
+    const std::tuple<const char*, Time_KeySignature, int, int, int> rows[] = {
+        {"A minor with flats counts from C: B is outside",      {cMinor, cFlats, 0},  11, 1,      2    },
+        {"A minor with flats counts from C: Eb is a tone",      {cMinor, cFlats, 0},  3,  1,      2    },
+        {"A minor with sharps counts from A: B is a tone",      {cMinor, cSharps, 0}, 11, 1,      1    },
+        {"-32768 steps have no magnitude: a tone stays",        {cMajor, cSharps, 0}, 0,  -32768, 0    },
+        {"-32768 steps have no magnitude: beside a tone, 1 up", {cMajor, cSharps, 0}, 1,  -32768, 1    },
+        {"the greatest step up is cut to 16 bits",              {cMajor, cSharps, 0}, 0,  32767,  -9364},
+    };
+    for (const auto& [what, key, pitch, steps, semitones] : rows)
+        EXPECT_EQ(Transposed(key, pitch, steps), semitones) << what;
 }
 
 TEST(KeySignature, AccidentalsAreDrawnFromTheFirstOn)
