@@ -7,85 +7,69 @@
 #include <cstdarg>
 #include <cstdio>
 #include <string>
-#include <vector>
+#include <utility>
 
 namespace {
 
-// Catches trace lines, and puts every setting back afterwards.
+constexpr EPullFactor cNone = ePullFactor_None, cUp = ePullFactor_Up, cDown = ePullFactor_Down;
+
+// Puts every setting back afterwards.
 class GlobalsTest : public testing::Test
 {
 protected:
-    void SetUp() override
-    {
-        Sys_Trace::sEntries[Sys_Trace::eEntry_FacilityOn] =
-            reinterpret_cast<Sys_Trace::Entry>(&IsTimeSettings);
-        Sys_Trace::sEntries[Sys_Trace::eEntry_Format] = reinterpret_cast<Sys_Trace::Entry>(&WriteLine);
-        Sys_Trace::sEnabled = 1;
-        sLines.clear();
-    }
     void TearDown() override
     {
-        Sys_Trace::sEnabled = 0;
         Time_Globals::SetSampleRate(44100);
         Time_Globals::SetFrameRate(30000.0 / 1001);
         Time_Globals::SetGlobalTimeCodeFormat(eTimeCodeFormat_30);
         Time_Globals::SetFrameOffset(0);
-        SetAudio(ePullFactor_None, ePullFactor_None);
-        SetVideo(ePullFactor_None, ePullFactor_None);
+        Pull(ePullMedia_Audio, cNone, cNone);
+        Pull(ePullMedia_Video, cNone, cNone);
     }
-    static void SetAudio(EPullFactor iNTSC, EPullFactor iPAL) { Set(ePullMedia_Audio, iNTSC, iPAL); }
-    static void SetVideo(EPullFactor iNTSC, EPullFactor iPAL) { Set(ePullMedia_Video, iNTSC, iPAL); }
-    static std::vector<std::string> TakeLines() { return std::exchange(sLines, {}); }
-
-private:
-    static void Set(EPullMedia iMedia, EPullFactor iNTSC, EPullFactor iPAL)
+    static void Pull(EPullMedia iMedia, EPullFactor iNTSC, EPullFactor iPAL)
     {
         Time_Globals::SetPullFactor(iMedia, ePullType_NTSC, iNTSC);
         Time_Globals::SetPullFactor(iMedia, ePullType_PAL, iPAL);
     }
-    static Cmn_UInt8 IsTimeSettings(Cmn_UInt32 iCategory) { return iCategory == 0x4000E0C; }
-    static void WriteLine(Cmn_UInt32, const char* iFormat, ...)
-    {
-        char line[200];
-        std::va_list arguments;
-        va_start(arguments, iFormat);
-        std::vsnprintf(line, sizeof line, iFormat, arguments);
-        va_end(arguments);
-        sLines.emplace_back(line);
-    }
-    static inline std::vector<std::string> sLines;
 };
 
-constexpr EPullFactor cNone = ePullFactor_None, cUp = ePullFactor_Up, cDown = ePullFactor_Down;
+std::string sLines;
+Cmn_UInt8 IsTimeSettings(Cmn_UInt32 iCategory) { return iCategory == 0x4000E0C; }
+void WriteLine(Cmn_UInt32, const char* iFormat, ...)
+{
+    char line[200];
+    std::va_list arguments;
+    va_start(arguments, iFormat);
+    std::vsnprintf(line, sizeof line, iFormat, arguments);
+    va_end(arguments);
+    sLines += line + std::string("\n");
+}
 
 } // namespace
 
-TEST_F(GlobalsTest, LoadValues)
+TEST_F(GlobalsTest, ChangesFromTheLoadValuesAreTracedOnce)
 {
     EXPECT_EQ(Time_Globals::GetPullSampleRate(), 44100.0);
     EXPECT_EQ(Time_Globals::GetPullFrameRate(), 29.97002997002997);
-    EXPECT_EQ(Time_Globals::GetGlobalTimeCodeFormat(), 7);
-    EXPECT_EQ(Time_Globals::GetFrameOffset(), 0);
+    EXPECT_EQ(Time_Globals::GetGlobalTimeCodeFormat(), eTimeCodeFormat_30);
     EXPECT_FALSE(Time_Globals::GetAutoMatchPullFactors());
-    EXPECT_EQ(Time_Globals::GetPullFactorSaveForLE(ePullMedia_Audio, ePullType_PAL), cNone);
-}
-
-TEST_F(GlobalsTest, ChangesAreTracedOnce)
-{
-    for (int twice = 0; twice < 2; ++twice) {
+    Sys_Trace::sEntries[Sys_Trace::eEntry_FacilityOn] = reinterpret_cast<Sys_Trace::Entry>(&IsTimeSettings);
+    Sys_Trace::sEntries[Sys_Trace::eEntry_Format] = reinterpret_cast<Sys_Trace::Entry>(&WriteLine);
+    Sys_Trace::sEnabled = 1;
+    for (const bool first : {true, false}) {
         Time_Globals::SetFrameRate(25);
-        Time_Globals::SetPullFactor(ePullMedia_Video, ePullType_PAL, cDown);
+        Pull(ePullMedia_Video, cNone, cDown);
         Time_Globals::SetGlobalTimeCodeFormat(eTimeCodeFormat_2997DropOMF);
         Time_Globals::SetFrameOffset(-5);
         Time_Globals::SetSampleRate(96000);
-        Time_Globals::SetAutoMatchPullFactors(twice == 0);
-        Time_Globals::SetPullFactorSaveForLE(ePullMedia_Audio, ePullType_NTSC, twice == 0 ? cUp : cNone);
+        Time_Globals::SetAutoMatchPullFactors(first);
+        Time_Globals::SetPullFactorSaveForLE(ePullMedia_Audio, ePullType_NTSC, first ? cUp : cNone);
     }
-    const std::vector<std::string> expected = {
-        "Frame Rate: 25.000", "Time_Globals::SetPullFactor - media: Video, type: PAL, pull factor: Pull Down",
-        "Timecode Rate: 2997  fps drop (OMF)", "Frame Offset: -5"};
-    EXPECT_EQ(TakeLines(), expected);
-    EXPECT_EQ(Time_Globals::GetSampleRate(), 96000);
+    Sys_Trace::sEnabled = 0;
+    EXPECT_EQ(std::exchange(sLines, ""),
+              "Frame Rate: 25.000\n"
+              "Time_Globals::SetPullFactor - media: Video, type: PAL, pull factor: Pull Down\n"
+              "Timecode Rate: 2997  fps drop (OMF)\nFrame Offset: -5\n");
 }
 
 TEST_F(GlobalsTest, VideoPullsAdjustDurationsAgainstRates)
@@ -106,18 +90,16 @@ TEST_F(GlobalsTest, VideoPullsAdjustDurationsAgainstRates)
         {static_cast<EPullFactor>(9), cUp,   44100 * cPALUp,       30.0 * 25 / 24,               30 * 0.96          },
     };
     Time_Globals::SetFrameRate(30);
-    for (const Case& row : cCases) {
-        SetAudio(row.mNTSC, row.mPAL);
-        EXPECT_EQ(Time_Globals::GetPullSampleRate(), row.mSampleRate) << row.mNTSC << row.mPAL;
-        EXPECT_EQ(Time_Globals::GetPullFrameRate(), 30) << "audio pulls leave video alone";
-        SetAudio(cNone, cNone);
-        SetVideo(row.mNTSC, row.mPAL);
-        EXPECT_EQ(Time_Globals::GetPullFrameRate(), row.mFrameRate) << row.mNTSC << row.mPAL;
-        EXPECT_EQ(Time_Globals::AdjustForPullFactors(ePullMedia_Video, 30), row.mDuration)
-            << row.mNTSC << row.mPAL;
-        EXPECT_EQ(Time_Globals::GetPullSampleRate(), 44100) << "video pulls leave audio alone";
-        SetVideo(cNone, cNone);
-    }
+    for (const Case& row : cCases)
+        for (const bool video : {false, true}) {
+            Pull(ePullMedia_Audio, video ? cNone : row.mNTSC, video ? cNone : row.mPAL);
+            Pull(ePullMedia_Video, video ? row.mNTSC : cNone, video ? row.mPAL : cNone);
+            const std::string what = std::to_string(row.mNTSC) + " and " + std::to_string(row.mPAL);
+            EXPECT_EQ(Time_Globals::GetPullSampleRate(), video ? 44100 : row.mSampleRate) << what;
+            EXPECT_EQ(Time_Globals::GetPullFrameRate(), video ? row.mFrameRate : 30) << what;
+            const double duration = Time_Globals::AdjustForPullFactors(ePullMedia_Video, 30);
+            EXPECT_EQ(duration, video ? row.mDuration : 30) << what;
+        }
     EXPECT_EQ(Time_Globals::AdjustForPullFactors(static_cast<EPullMedia>(2), 7.5), 7.5);
 }
 
@@ -139,10 +121,9 @@ TEST_F(GlobalsTest, CombinationsNameBothPulls)
         {cDown, cUp,   "4% Up, 0.1% Down",   " [Invalid]"                 },
         {cUp,   cUp,   "4% Up, 0.1% Up",     " [29.97 fps - NTSC To PAL]" },
     };
-    int value = 0;
     EPullFactor ntsc, pal;
     for (const Case& row : cCases) {
-        const EComboPullFactor combo = static_cast<EComboPullFactor>(value++);
+        const EComboPullFactor combo = static_cast<EComboPullFactor>(&row - cCases);
         EXPECT_EQ(Time_Globals::GetComboPullFactor(row.mNTSC, row.mPAL), combo);
         Time_Globals::ComboToPullFactors(combo, ntsc, pal);
         EXPECT_EQ(std::pair(ntsc, pal), std::pair(row.mNTSC, row.mPAL)) << row.mName;
@@ -160,33 +141,37 @@ TEST_F(GlobalsTest, CombinationsNameBothPulls)
 
 TEST_F(GlobalsTest, FormatsNameThemselvesAndTheirAudioPulls)
 {
-    constexpr const char* cNames[] = {"?",
-                                      "24 fps",
-                                      "25 fps",
-                                      "29.97 fps",
-                                      "29.97 fps (OMF)",
-                                      "29.97 fps drop",
-                                      "2997  fps drop (OMF)",
-                                      "30 fps",
-                                      "30 fps drop",
-                                      "23.976 fps",
-                                      "50 fps",
-                                      "59.94 fps",
-                                      "59.94 fps drop",
-                                      "60 fps",
-                                      "60 fps drop",
-                                      "?"};
-    constexpr const char* cValid[] = {"",   "23", "48", "15", "", "15", "", "23",
-                                      "23", "15", "",   "",   "", "",   "", ""};
+    struct Case
+    {
+        const char *mName, *mValid; // and the combinations that audio may take
+    };
+    constexpr Case cCases[] = {
+        {"?",                    ""  },
+        {"24 fps",               "23"},
+        {"25 fps",               "48"},
+        {"29.97 fps",            "15"},
+        {"29.97 fps (OMF)",      ""  },
+        {"29.97 fps drop",       "15"},
+        {"2997  fps drop (OMF)", ""  },
+        {"30 fps",               "23"},
+        {"30 fps drop",          "23"},
+        {"23.976 fps",           "15"},
+        {"50 fps",               ""  },
+        {"59.94 fps",            ""  },
+        {"59.94 fps drop",       ""  },
+        {"60 fps",               ""  },
+        {"60 fps drop",          ""  },
+        {"?",                    ""  },
+    };
     for (int format = 0; format < 16; ++format) {
         Time_Globals::SetGlobalTimeCodeFormat(static_cast<ETimeCodeFormat>(format));
         EXPECT_STREQ(Time_Globals::GetTimeCodeFormatString(Time_Globals::GetGlobalTimeCodeFormat()),
-                     cNames[format]);
+                     cCases[format].mName);
         std::string valid; // audio combinations
         for (int combo = 0; combo <= 9; ++combo)
             if (Time_Globals::ValidAudioComboFactor(static_cast<EComboPullFactor>(combo)))
                 valid += std::to_string(combo);
-        EXPECT_EQ(valid, cValid[format]) << cNames[format];
+        EXPECT_EQ(valid, cCases[format].mValid) << cCases[format].mName;
     }
 }
 

@@ -31,9 +31,6 @@ TEST(TypedVector, ElementsAreCheckedAgainstIndexMeaningAndUnit)
     Time_TypedVector times(cTicks, cGlobal, {10, 20});
     times.PushTime(Time_Typed(30, cTicks));
     times.SetTime(0, Time_Typed(11, cTicks));
-    EXPECT_EQ(times.GetTime(2), Time_Typed(30, cTicks));
-    EXPECT_EQ(recorder.Take(), Reports());
-
     times.SetTime(3, Time_Typed(1, cTicks));
     EXPECT_EQ(times.GetTime(3), Time_Typed(0, cTicks));
     EXPECT_EQ(recorder.Take(), Reports(2, cBadIndex));
@@ -55,52 +52,38 @@ TEST(TypedVector, ElementsAreCheckedAgainstIndexMeaningAndUnit)
 
 TEST(TypedVector, ArithmeticKeepsTheUnitAndChangesTheMeaning)
 {
-    enum EMove { eAddLength, eSubtractLength, eAddTime, eSubtractTime };
     struct Row
     {
         const char* what;
         Time_EContext before;
         Time_EType unit;
-        EMove move;
-        Counts counts;
+        void (*move)(Time_TypedVector&, Cmn_Int64 iSteps, Time_EType);
+        Cmn_Int64 steps;
         Time_EContext after;
         Reports reports;
     };
+    const auto length = [](Time_TypedVector& io, Cmn_Int64 iSteps, Time_EType iUnit) {
+        iSteps > 0 ? io.AddLength({iSteps, iUnit}) : io.SubtractLength({-iSteps, iUnit});
+    };
+    const auto time = [](Time_TypedVector& io, Cmn_Int64 iSteps, Time_EType iUnit) {
+        iSteps > 0 ? io.AddTime({iSteps, iUnit}) : io.SubtractTime({-iSteps, iUnit});
+    };
     constexpr Cmn_Int64 cMost = std::numeric_limits<Cmn_Int64>::max();
-    constexpr Cmn_Int64 cLeast = std::numeric_limits<Cmn_Int64>::min();
-    const Counts up = {6, cLeast + 4}, down = {-4, cMost - 5};
     const Row rows[] = {
-        {"position + length",                     cGlobal, cTicks,   eAddLength,      up,   cGlobal, {}                     },
-        {"local position - length",               cLocal,  cTicks,   eSubtractLength, down, cLocal,  {}                     },
-        {"length - length",                       cLength, cTicks,   eSubtractLength, down, cLength, {}                     },
-        {"length + time",                         cLength, cTicks,   eAddTime,        up,   cGlobal, {}                     },
-        {"position - time",                       cGlobal, cTicks,   eSubtractTime,   down, cLength, {}                     },
-        {"position + time makes no sense",        cGlobal, cTicks,   eAddTime,        up,   cGlobal, {cNotLength}           },
-        {"length - time makes no sense",          cLength, cTicks,   eSubtractTime,   down, cLength, {cNotGlobal}           },
-        {"local position - time of another unit",
-         cLocal,                                           cSamples,
-         eSubtractTime,                                                               down,
-         cLength,                                                                                    {cNotGlobal, cMismatch}},
-        {"another unit counts as it stands",      cGlobal, cSamples, eAddLength,      up,   cGlobal, {cMismatch}            },
+        {"position + length",                cGlobal, cTicks,   length, 5,  cGlobal, {}                     },
+        {"local position - length",          cLocal,  cTicks,   length, -5, cLocal,  {}                     },
+        {"length + time",                    cLength, cTicks,   time,   5,  cGlobal, {}                     },
+        {"position - time",                  cGlobal, cTicks,   time,   -5, cLength, {}                     },
+        {"position + time makes no sense",   cGlobal, cTicks,   time,   5,  cGlobal, {cNotLength}           },
+        {"local - time of another unit",     cLocal,  cSamples, time,   -5, cLength, {cNotGlobal, cMismatch}},
+        {"another unit counts as it stands", cGlobal, cSamples, length, 5,  cGlobal, {cMismatch}            },
     };
     for (const Row& row : rows) {
         const AssertRecorder recorder;
         Time_TypedVector times(cTicks, row.before, {1, cMost});
-        switch (row.move) {
-        case eAddLength:
-            times.AddLength(Time_TypedLength(5, row.unit));
-            break;
-        case eSubtractLength:
-            times.SubtractLength(Time_TypedLength(5, row.unit));
-            break;
-        case eAddTime:
-            times.AddTime(Time_Typed(5, row.unit));
-            break;
-        case eSubtractTime:
-            times.SubtractTime(Time_Typed(5, row.unit));
-            break;
-        }
-        EXPECT_EQ(times, Time_TypedVector(cTicks, row.after, row.counts)) << row.what;
+        row.move(times, row.steps, row.unit);
+        const Counts moved = {1 + row.steps, Cmn_WrapAdd(cMost, row.steps)};
+        EXPECT_EQ(times, Time_TypedVector(cTicks, row.after, moved)) << row.what;
         EXPECT_EQ(recorder.Take(), row.reports) << row.what;
     }
 }
@@ -112,9 +95,8 @@ TEST(TypedVector, RelabellingKeepsTheCountsAndReservedRoomIsUsed)
     const Cmn_Int64* const place = times.data();
     for (int i = 0; i < 1000; ++i)
         times.push_back(i);
-    EXPECT_EQ(times.data(), place);
     times.SetType(cTicks);
-    EXPECT_EQ(times.GetTime(999), Time_Typed(999, cTicks));
+    EXPECT_TRUE(times.data() == place && times.GetTime(999) == Time_Typed(999, cTicks));
     times.resize(2);
     EXPECT_EQ(times.GetAsXML("beats").ToString(), "<beats unit=\"Ticks\" context=\"GlobalPosition\">\n"
                                                   "  <Time>0</Time>\n  <Time>1</Time>\n</beats>\n");
