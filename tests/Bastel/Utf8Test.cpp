@@ -3,8 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <set>
-
 namespace {
 
 constexpr bool IsCharacter(char32_t iValue)
@@ -52,35 +50,6 @@ TEST(Utf8, EveryCharacterIsWrittenAndReadBack)
         }
     }
     EXPECT_EQ(Encode(U'\u00e9') + Encode(U'\u266d') + Encode(U'\U0001d11e'), "é♭𝄞");
-}
-
-// What Cmn_TakeUtf8 accepts is what Cmn_AppendUtf8 writes: every first byte of up to three with edges of each range.
-TEST(Utf8, NothingElseIsRead)
-{
-    std::set<std::string, std::less<>> known;
-    for (char32_t c = 0; c < 0x10000; ++c)
-        if (IsCharacter(c)) known.insert(Encode(c));
-    constexpr int cEdges[] = {0x00, 0x41, 0x7F, 0x80, 0x8F, 0x90, 0x9F, 0xA0, 0xBF, 0xC0, 0xFF};
-    for (int first = 0; first < 0xF0; ++first)
-        for (const int second : cEdges)
-            for (const int third : cEdges) {
-                std::string bytes;
-                for (const int byte : {first, second, third})
-                    bytes += static_cast<char>(byte);
-                const std::string_view text = bytes;
-                std::string_view rest = text;
-                const char32_t taken = Cmn_TakeUtf8(rest);
-                bool isKnown = false;
-                for (std::size_t length = 1; length <= 3; ++length)
-                    if (known.contains(text.substr(0, length))) {
-                        isKnown = true;
-                        ASSERT_EQ(Encode(taken), text.substr(0, length));
-                        ASSERT_EQ(rest, text.substr(length));
-                    }
-                if (!isKnown) {
-                    ASSERT_EQ(taken, cCmn_ReplacementCharacter) << first << ' ' << second << ' ' << third;
-                }
-            }
 }
 
 TEST(Utf8, IllFormedBytesAreReplacedWithoutSwallowingTheNextCharacter)
