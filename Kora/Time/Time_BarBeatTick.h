@@ -20,7 +20,7 @@ public:
     {
     }
 
-    // Whether the beat is 1 and the tick part 0. Display ticks are reported, as in every comparison.
+    // Whether the beat is 1 with no ticks after it. Display ticks are reported, as in every comparison.
     constexpr bool IsOnBar() const { return mBeat == 1 && mTick == Time_TickLength::cZero; }
     constexpr bool IsOnBarline() const { return IsOnBar(); }
 
