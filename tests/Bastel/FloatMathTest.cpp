@@ -2,69 +2,56 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <bit>
 #include <cmath>
 #include <random>
 
-namespace {
-
-constexpr Cmn_Int64 cMax = std::numeric_limits<Cmn_Int64>::max();
-constexpr Cmn_Int64 cMin = std::numeric_limits<Cmn_Int64>::min();
-constexpr Cmn_Int32 cMax32 = std::numeric_limits<Cmn_Int32>::max();
-constexpr Cmn_Int32 cMin32 = std::numeric_limits<Cmn_Int32>::min();
-constexpr double cInfinity = std::numeric_limits<double>::infinity();
-constexpr double cNaN = std::numeric_limits<double>::quiet_NaN();
-
-} // namespace
-
 TEST(FloatMath, DoublesBecomeIntegersAtEveryBoundary)
 {
-    struct Case
+    constexpr Cmn_Int64 cMax = std::numeric_limits<Cmn_Int64>::max(), cMin = -cMax - 1;
+    constexpr double cInfinity = std::numeric_limits<double>::infinity();
+    // clang-format off
+    const struct
     {
         const char* what;
         double value;
         Cmn_Int64 truncated, floored, rounded;
+    } cCases[] = {
+        {"negative zero", -0.0, 0, 0, 0},
+        {"a half", 0.5, 0, 0, 1},
+        {"minus a half goes upward", -0.5, 0, -1, 0},
+        {"minus one and a half", -1.5, -1, -2, -1},
+        {"just below a half: the sum is rounded up", 0.49999999999999994, 0, 0, 1},
+        {"just beyond minus a half", -0.5000000000000001, 0, -1, -1},
+        {"smallest positive", 5e-324, 0, 0, 0},
+        {"smallest negative", -5e-324, 0, -1, 0},
+        {"below 2^31", 2147483647.9, 2147483647, 2147483647, 2147483648},
+        {"2^31", 2147483648.0, 2147483648, 2147483648, 2147483648},
+        {"above -2^31", -2147483647.9, -2147483647, -2147483648, -2147483648},
+        {"beyond -2^31", -2147483648.9, -2147483648, -2147483649, -2147483649},
+        {"-2^31 - 1", -2147483649.0, -2147483649, -2147483649, -2147483649},
+        {"2^52 - 1/2", 4503599627370495.5, 4503599627370495, 4503599627370495, 4503599627370496},
+        {"2^52", 4503599627370496.0, 4503599627370496, 4503599627370496, 4503599627370496},
+        {"2^52 + 1: the sum goes to the even", 4503599627370497.0, 4503599627370497, 4503599627370497, 4503599627370498},
+        {"-(2^52 + 1)", -4503599627370497.0, -4503599627370497, -4503599627370497, -4503599627370496},
+        {"2^53 + 2 stays", 9007199254740994.0, 9007199254740994, 9007199254740994, 9007199254740994},
+        {"largest below 2^63", 9223372036854774784.0, 9223372036854774784, 9223372036854774784, 9223372036854774784},
+        {"2^63 saturates", 9223372036854775808.0, cMax, cMax, cMax},
+        {"-2^63 is a value", -9223372036854775808.0, cMin, cMin, cMin},
+        {"next below -2^63 saturates", -9223372036854777856.0, cMin, cMin, cMin},
+        {"infinity", cInfinity, cMax, cMax, cMax},
+        {"minus infinity", -cInfinity, cMin, cMin, cMin},
+        {"not a number", std::numeric_limits<double>::quiet_NaN(), 0, 0, 0},
     };
-    constexpr Case cCases[] = {
-        {"negative zero",                     -0.0,                   0,                   0,                   0                },
-        {"a half",                            0.5,                    0,                   0,                   1                },
-        {"minus a half goes upward",          -0.5,                   0,                   -1,                  0                },
-        {"minus one and a half",              -1.5,                   -1,                  -2,                  -1               },
-        {"just below a half: so is this one", 0.49999999999999994,    0,                   0,                   1                },
-        {"just beyond minus a half",          -0.5000000000000001,    0,                   -1,                  -1               },
-        {"smallest positive",                 5e-324,                 0,                   0,                   0                },
-        {"smallest negative",                 -5e-324,                0,                   -1,                  0                },
-        {"2^52 - 1/2",                        4503599627370495.5,     4503599627370495,    4503599627370495,    4503599627370496 },
-        {"2^52",                              4503599627370496.0,     4503599627370496,    4503599627370496,    4503599627370496 },
-        {"2^52 + 1: the sum is rounded",      4503599627370497.0,     4503599627370497,    4503599627370497,
-         4503599627370498                                                                                                        },
-        {"-(2^52 + 1)",                       -4503599627370497.0,    -4503599627370497,   -4503599627370497,   -4503599627370496},
-        {"2^53 + 2 stays",                    9007199254740994.0,     9007199254740994,    9007199254740994,    9007199254740994 },
-        {"largest double below 2^63",         9223372036854774784.0,  9223372036854774784, 9223372036854774784,
-         9223372036854774784                                                                                                     },
-        {"2^63 saturates",                    9223372036854775808.0,  cMax,                cMax,                cMax             },
-        {"-2^63 is a value",                  -9223372036854775808.0, cMin,                cMin,                cMin             },
-        {"next below -2^63 saturates",        -9223372036854777856.0, cMin,                cMin,                cMin             },
-        {"infinity",                          cInfinity,              cMax,                cMax,                cMax             },
-        {"minus infinity",                    -cInfinity,             cMin,                cMin,                cMin             },
-        {"not a number",                      cNaN,                   0,                   0,                   0                },
-    };
-    for (const Case& c : cCases) {
+    // clang-format on
+    for (const auto& c : cCases) {
         EXPECT_EQ(Cmn_Float64ToInt64(c.value), c.truncated) << c.what;
         EXPECT_EQ(Cmn_FloorToInt64(c.value), c.floored) << c.what;
         EXPECT_EQ(Cmn_RoundHalfUp(c.value), c.rounded) << c.what;
+        const Cmn_Int64 clamped = std::clamp<Cmn_Int64>(c.truncated, -2147483648, 2147483647);
+        EXPECT_EQ(Cmn_Float64ToInt32(c.value), clamped) << c.what;
     }
-}
-
-TEST(FloatMath, DoublesBecome32BitsAtEveryBoundary)
-{
-    EXPECT_EQ(Cmn_Float64ToInt32(-1.9), -1);
-    EXPECT_EQ(Cmn_Float64ToInt32(cNaN), 0);
-    for (const double large : {2147483647.0, 2147483647.9, 2147483648.0, 1e300, cInfinity})
-        EXPECT_EQ(Cmn_Float64ToInt32(large), cMax32) << large;
-    for (const double small : {-2147483648.0, -2147483648.9, -2147483649.0, -1e300, -cInfinity})
-        EXPECT_EQ(Cmn_Float64ToInt32(small), cMin32) << small;
-    EXPECT_EQ(Cmn_Float64ToInt32(-2147483647.9), cMin32 + 1);
 }
 
 TEST(FloatMath, FloorAgreesWithTheLibraryOnAnyBits)

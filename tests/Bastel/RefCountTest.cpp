@@ -9,19 +9,16 @@
 namespace {
 
 // Tells its owner what was written to it when it goes.
-class Probe : public Cmn_RefCountObject
+struct Probe : Cmn_RefCountObject
 {
-public:
     explicit Probe(std::vector<int>& iLastWords)
         : mLastWords(&iLastWords)
     {
     }
     ~Probe() override { *mLastWords = std::move(written); }
 
-    std::vector<int> written; // plain: only the count orders the threads' last writes before the end
-
-private:
     std::vector<int>* mLastWords;
+    std::vector<int> written; // plain: only the count orders the threads' last writes before the end
 };
 
 using Pointer = Cmn_RefCountPtr<Probe>;
@@ -45,14 +42,10 @@ TEST(RefCount, TheLastReferenceDeletes)
     }
     first = *&first; // to itself
     EXPECT_EQ(first->GetRefCount(), 1);
-    Probe& copy = *new Probe(*first);
-    EXPECT_EQ(copy.GetRefCount(), 0) << "nobody refers to a copy yet";
-    copy = *first;
-    EXPECT_EQ(copy.GetRefCount(), 0);
-    {
-        const Pointer holder(&copy);
-    }
-    lastWords.clear();
+    const Pointer copy(new Probe(*first));
+    EXPECT_EQ(copy->GetRefCount(), 1) << "nobody referred to the copy";
+    *copy = *first;
+    EXPECT_EQ(copy->GetRefCount(), 1);
     first = nullptr;
     EXPECT_EQ(lastWords, std::vector{1});
 }

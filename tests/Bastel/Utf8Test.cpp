@@ -5,10 +5,7 @@
 
 namespace {
 
-constexpr bool IsCharacter(char32_t iValue)
-{
-    return iValue <= 0x10FFFF && (iValue < 0xD800 || iValue > 0xDFFF);
-}
+constexpr bool IsCharacter(char32_t iValue) { return iValue <= 0x10FFFF && iValue >> 11 != 0x1B; }
 
 std::string Encode(char32_t iCharacter)
 {
@@ -20,10 +17,8 @@ std::string Encode(char32_t iCharacter)
 std::u16string EncodeWide(char32_t iCharacter)
 {
     if (iCharacter <= 0xFFFF) return std::u16string(1, static_cast<char16_t>(iCharacter));
-    std::u16string pair;
-    pair += static_cast<char16_t>(0xD800 + ((iCharacter - 0x10000) >> 10));
-    pair += static_cast<char16_t>(0xDC00 + ((iCharacter - 0x10000) & 0x3FF));
-    return pair;
+    return {static_cast<char16_t>(0xD7C0 + (iCharacter >> 10)),
+            static_cast<char16_t>(0xDC00 + (iCharacter & 0x3FF))};
 }
 
 std::u32string Decode(std::string_view iText)
@@ -54,13 +49,12 @@ TEST(Utf8, EveryCharacterIsWrittenAndReadBack)
 
 TEST(Utf8, IllFormedBytesAreReplacedWithoutSwallowingTheNextCharacter)
 {
-    struct Case
+    const struct
     {
         const char* what;
         std::string_view text;
         std::u32string_view characters;
-    };
-    constexpr Case cCases[] = {
+    } cCases[] = {
         {"stray continuation",     "a\x80z",               U"a\ufffdz"                },
         {"overlong slash",         "\xC0\xAF",             U"\ufffd\ufffd"            },
         {"overlong in three",      "\xE0\x9F\xBF",         U"\ufffd\ufffd\ufffd"      },
@@ -72,7 +66,7 @@ TEST(Utf8, IllFormedBytesAreReplacedWithoutSwallowingTheNextCharacter)
         {"cut before a character", "\xF0\x9D\x84\xC3\xA9", U"\ufffd\u00e9"            },
         {"cut at the end",         "\xF0\x9D\x84",         U"\ufffd"                  },
     };
-    for (const Case& c : cCases)
+    for (const auto& c : cCases)
         EXPECT_EQ(Decode(c.text), c.characters) << c.what;
 
     EXPECT_EQ(Cmn_Utf8FromUtf16(u"a\xD834"), "a\uFFFD") << "half a pair at the end";

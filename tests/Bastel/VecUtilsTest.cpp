@@ -17,17 +17,17 @@ TEST(VecUtils, EachElementIsWhatTheScalarFunctionGives)
     std::mt19937_64 random(7);
     for (std::size_t length = 0; length < 40; ++length) {
         std::vector<Cmn_Int64> integers(length);
-        for (Cmn_Int64& value : integers)
-            value = static_cast<Cmn_Int64>(random()) >> random() % 64;
         std::vector<double> doubles(length);
-        for (double& value : doubles)
-            value =
-                random() % 2 ? std::bit_cast<double>(random()) : static_cast<double>(random() % 200) / 4 - 25;
+        for (std::size_t i = 0; i < length; ++i) {
+            integers[i] = static_cast<Cmn_Int64>(random()) >> random() % 64;
+            const double quarters = static_cast<double>(random() % 200) / 4 - 25;
+            doubles[i] = random() % 2 ? std::bit_cast<double>(random()) : quarters;
+        }
         const auto constant = static_cast<Cmn_Int64>(random());
 
-        std::vector<Cmn_Int64> sums = integers, differences = integers, truncated(length), floored(length),
-                               rounded(length);
-        std::vector<double> converted(length), scaled = doubles;
+        auto sums = integers, differences = integers, truncated = integers, floored = integers,
+             rounded = integers;
+        auto converted = doubles, scaled = doubles;
         std::vector<Cmn_UInt8> bytes(length, 0x5A);
         Sys_VecUtils::AddConstant(sums, constant);
         Sys_VecUtils::SubtractConstant(differences, constant);
@@ -55,37 +55,35 @@ TEST(VecUtils, EachElementIsWhatTheScalarFunctionGives)
 TEST(VecUtils, AnOutputOfAnotherLengthIsReportedAndLeftAlone)
 {
     const AssertRecorder recorder;
-    const std::vector<Cmn_Int64> from = {1, 2};
-    std::vector<double> shorter = {7};
-    Sys_VecUtils::ConvertToFloat64(from, shorter);
-    EXPECT_EQ(shorter, std::vector{7.0});
-    const std::vector<double> doubles = {1.9};
-    std::vector<Cmn_Int64> longer = {7, 7};
-    Sys_VecUtils::ConvertToInt64(doubles, longer, Sys_eRounding_HalfUp);
-    EXPECT_EQ(longer, (std::vector<Cmn_Int64>{7, 7}));
+    std::vector<Cmn_Int64> two = {7, 7};
+    std::vector<double> one = {1.9};
+    Sys_VecUtils::ConvertToFloat64(two, one);
+    Sys_VecUtils::ConvertToInt64(one, two, Sys_eRounding_HalfUp);
+    EXPECT_EQ(one, std::vector{1.9});
+    EXPECT_EQ(two, (std::vector<Cmn_Int64>{7, 7}));
     EXPECT_EQ(recorder.Take(),
               std::vector<std::string>(2, "oTo.size() == iFrom.size()@$^$@Sys/Sys_VecUtils"));
-
-    longer.resize(1);
-    Sys_VecUtils::ConvertToInt64(doubles, longer, static_cast<Sys_ERounding>(3));
-    EXPECT_EQ(longer, std::vector<Cmn_Int64>{1});
+    two.resize(1);
+    Sys_VecUtils::ConvertToInt64(one, two, static_cast<Sys_ERounding>(3));
+    EXPECT_EQ(two, std::vector<Cmn_Int64>{1});
     EXPECT_EQ(recorder.Take(), std::vector<std::string>{"unknown rounding@$^$@Sys/Sys_VecUtils"});
 }
 
 TEST(Clock, AnotherSourceStandsInForAScope)
 {
-    constexpr Sys_Clock::Source cFixed = {[] { return Cmn_Int64{1700000000000255}; },
-                                          [] { return Cmn_Int64{5}; }};
+    constexpr Sys_Clock::Source cFixed = {[] { return Cmn_Int64{170}; }, [] { return Cmn_Int64{5}; }};
     constexpr Sys_Clock::Source cOther = {[] { return Cmn_Int64{-1}; }, [] { return Cmn_Int64{6}; }};
+    const auto expectTimes = [](Cmn_Int64 iMicroseconds, Cmn_Int64 iMonotonic) {
+        EXPECT_EQ(Sys_Clock::GetMicroseconds(), iMicroseconds);
+        EXPECT_EQ(Sys_Clock::GetMonotonicMicroseconds(), iMonotonic);
+    };
     {
         const Sys_Clock::StSource fixed(cFixed);
         {
             const Sys_Clock::StSource other(cOther);
-            EXPECT_EQ(Sys_Clock::GetMicroseconds(), -1);
-            EXPECT_EQ(Sys_Clock::GetMonotonicMicroseconds(), 6);
+            expectTimes(-1, 6);
         }
-        EXPECT_EQ(Sys_Clock::GetMicroseconds(), 1700000000000255);
-        EXPECT_EQ(Sys_Clock::GetMonotonicMicroseconds(), 5);
+        expectTimes(170, 5);
     }
     const auto seconds = static_cast<Cmn_Int64>(std::time(nullptr));
     const Cmn_Int64 now = Sys_Clock::GetMicroseconds() / 1000000;

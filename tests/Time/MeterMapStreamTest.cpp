@@ -1,5 +1,6 @@
 #include "Support/AssertRecorder.h"
 #include "Support/MeterMapText.h"
+#include "Support/StreamBytes.h"
 #include "Support/TimePrinters.h"
 
 #include "Bastel/Cmn/Cmn_Exception.h"
@@ -9,16 +10,6 @@
 #include <gtest/gtest.h>
 
 namespace {
-
-using Bytes = std::vector<Cmn_UInt8>;
-
-Bytes StreamedOut(const Time_MeterMap& iMap)
-{
-    Sys_MemOutStream bytes;
-    Sys_TypedOutStream stream(bytes);
-    iMap.StreamOut(stream);
-    return bytes.TakeBytes();
-}
 
 // How many bytes the map took.
 Cmn_Int64 StreamInto(Time_MeterMap& ioMap, const Bytes& iBytes)
@@ -49,8 +40,7 @@ Bytes Written(Cmn_Int16 iVersion, Cmn_Int32 iCount, const std::vector<RawChange>
             stream.WriteInt32(value);
         stream.WriteInt16(1); // the click, version 1
         stream.WriteInt32(change.mClickCode);
-        stream.WriteBool(false);
-        stream.WriteBool(false);
+        stream.WriteInt16(0); // neither dotted nor a tuplet
         stream.WriteInt32(2);
         stream.WriteInt32(3);
     }
@@ -60,8 +50,8 @@ Bytes Written(Cmn_Int16 iVersion, Cmn_Int32 iCount, const std::vector<RawChange>
         stream.WriteInt64(0);
     }
     if (iWhole) stream.WriteInt64(At(0).AsInt64());
-    for (int i = 0; i < iBytesMore; ++i)
-        stream.WriteUInt8(0);
+    for (int i = 0; i < iBytesMore; i += 4)
+        stream.WriteInt32(0);
     header.PatchSize();
     return bytes.TakeBytes();
 }
@@ -69,8 +59,8 @@ Bytes Written(Cmn_Int16 iVersion, Cmn_Int32 iCount, const std::vector<RawChange>
 Time_MeterMap Sample()
 {
     Time_MeterMap map = MakeMeterMap("-2| 4/4   3| 6/8   9| 3/4   14| 5/16 @50+7");
-    map.AddMeterChange(At(60), Time_Meter(2, 4, Time_NotationDurationValue(Time_eNoteDuration_Half, true)),
-                       0);
+    const Time_NotationDurationValue click(Time_eNoteDuration_Half, true);
+    map.AddMeterChange(At(60), Time_Meter(2, 4, click), 0);
     map.SetSongStartTick(At(4));
     return map;
 }
@@ -79,20 +69,17 @@ Time_MeterMap Sample()
 
 TEST(MeterMapStream, TheStreamHasItsFieldsInOrder)
 {
-    const std::vector<RawChange> changes = {
-        {At(0).AsInt64(), 7, 4, 4, 3},
-        {At(4).AsInt64(), 8, 3, 4, 3},
-    };
-    EXPECT_EQ(StreamedOut(MakeMeterMap("7| 4/4   8| 3/4")), Written(2, 2, changes, true));
+    const RawChange first{At(0).AsInt64(), 7, 4, 4, 3}, second{At(4).AsInt64(), 8, 3, 4, 3};
+    EXPECT_EQ(Streamed(MakeMeterMap("7| 4/4   8| 3/4")), Written(2, 2, {first, second}, true));
 }
 
 TEST(MeterMapStream, OutInAndOutAgainGivesTheSameBytes)
 {
     for (const Time_MeterMap& map : {Sample(), MakeMeterMap("1| 4/4"), Time_MeterMap()}) {
-        const Bytes bytes = StreamedOut(map);
+        const Bytes bytes = Streamed(map);
         Time_MeterMap copy = MakeMeterMap("5| 7/8   6| 2/4");
         EXPECT_EQ(StreamInto(copy, bytes), static_cast<Cmn_Int64>(bytes.size()));
-        EXPECT_EQ(StreamedOut(copy), bytes);
+        EXPECT_EQ(Streamed(copy), bytes);
         EXPECT_EQ(copy.Dump(), map.Dump());
         EXPECT_EQ(copy.FindBrokenInvariant(), "");
     }
@@ -114,27 +101,29 @@ TEST(MeterMapStream, ShorterBodiesKeepWhatTheyDoNotHave)
 
 TEST(MeterMapStream, WhatNoMapWritesIsRefusedAndTheMapStays)
 {
+    // clang-format off
     const RawChange good = {5, 1, 4, 4, 3};
     const struct
     {
         const char* mName;
-        Cmn_Int32 mCount;
         std::vector<RawChange> mChanges;
-        int mBytesMore;
+        Cmn_Int32 mCount = static_cast<Cmn_Int32>(mChanges.size());
+        int mBytesMore = 0;
     } cCases[] = {
-        {"a negative count",                    -1,         {good},                  0 },
-        {"one change more than the body holds", 2,          {good},                  0 },
-        {"more changes than memory",            2147483647, {good},                  0 },
-        {"numerator 0",                         1,          {{5, 1, 0, 4, 3}},       0 },
-        {"denominator 0",                       1,          {{5, 1, 4, 0, 3}},       0 },
-        {"denominator -4",                      1,          {{5, 1, 4, -4, 3}},      0 },
-        {"a beat below one tick",               1,          {{5, 1, 4, 3840001, 3}}, 0 },
-        {"a click that is no note",             1,          {{5, 1, 4, 4, 8}},       0 },
-        {"two changes at one tick",             2,          {good, good},            0 },
-        {"descending ticks",                    2,          {good, {4, 1, 4, 4, 3}}, 0 },
-        {"half a BBT",                          1,          {good},                  8 },
-        {"a BBT and half a song start",         1,          {good},                  20},
+        {"a negative count", {good}, -1},
+        {"one change more than the body holds", {good}, 2},
+        {"more changes than memory", {good}, 2147483647},
+        {"numerator 0", {{5, 1, 0, 4, 3}}},
+        {"denominator 0", {{5, 1, 4, 0, 3}}},
+        {"denominator -4", {{5, 1, 4, -4, 3}}},
+        {"a beat below one tick", {{5, 1, 4, 3840001, 3}}},
+        {"a click that is no note", {{5, 1, 4, 4, 8}}},
+        {"two changes at one tick", {good, good}},
+        {"descending ticks", {good, {4, 1, 4, 4, 3}}},
+        {"half a BBT", {good}, 1, 8},
+        {"a BBT and half a song start", {good}, 1, 20},
     };
+    // clang-format on
     for (const auto& row : cCases) {
         Time_MeterMap map = Sample();
         const std::string before = map.Dump();
@@ -150,7 +139,7 @@ TEST(MeterMapStream, WhatNoMapWritesIsRefusedAndTheMapStays)
 // Whatever a byte is changed to, and wherever the stream ends: the map is a sound one, or what it was.
 TEST(MeterMapStream, DamagedBytesNeverBreakAMap)
 {
-    const Bytes good = StreamedOut(Sample());
+    const Bytes good = Streamed(Sample());
     int refused = 0;
     const auto tryOut = [&refused](const Bytes& iBytes) {
         const AssertRecorder asserts; // inserting time may move changes past the end of all time
@@ -180,9 +169,8 @@ TEST(MeterMapStream, TheXMLFormNamesEveryField)
 {
     const std::string text = MakeMeterMap("2| 6/8").GetAsXML().ToString();
     for (const char* field :
-         {"<MeterMap>", "<nChangeCount>1<", "<nSongStartTick>1000000000000<", "<Changes>", "<MeterChange>",
-          "<nSessionTick>1000000000000<", "<mBarNumber>2<", "<nBar>2<", "<nBeat>1<", "<nTick>0<", "<Meter>",
-          "<mNumerator>6<", "<mDenominator>8<", "<NotationDuration>"})
+         {"<MeterMap>", "<nChangeCount>1<", "<nSongStartTick>1000000000000<", "<nSessionTick>1000000000000<",
+          "<mBarNumber>2<", "<nBar>2<", "<mNumerator>6<", "<mDenominator>8<", "<NotationDuration>"})
         EXPECT_NE(text.find(field), std::string::npos) << field << "\n" << text;
     EXPECT_NE(Time_MeterMap().GetAsXML().ToString().find("<nChangeCount>0<"), std::string::npos);
 }
