@@ -41,28 +41,20 @@ TEST(BarBeatTick, BarlinesAreBeatOneTickZeroAndOrderIsByBarThenBeatThenTick)
 
 TEST(BarBeatTick, OffsetAndDiffDisagreeOnTheBeat)
 {
-    struct Case
-    {
-        const char* mName;
-        Time_BarBeatTick mFrom;
-        Cmn_Int64 mOffset;
-        Time_Meter mMeter;
-        Time_BarBeatTick mTo;
-        Cmn_Int64 mDiff; // from mFrom to mTo
+    const std::tuple<const char*, Time_BarBeatTick, Cmn_Int64, Time_Meter, Time_BarBeatTick, Cmn_Int64>
+        cases[] = {
+            {"across a barline of 4/4",      At(3, 4, 0),   960000,  {4, 4}, At(4, 1, 0),       960000 },
+            {"a beat of 6/8 is 1920000",     At(1, 1, 0),   1920000, {6, 8}, At(1, 2, 0),       480000 },
+            {"6/8 carries six beats",        At(1, 6, 500), 1920000, {6, 8}, At(2, 1, 500),     480000 },
+            {"back within the bar",          At(2, 3, 100), -960000, {4, 4}, At(2, 3, -959900), -960000},
+            {"back past beat 1: truncation", At(2, 1, 0),   -960000, {4, 4}, At(2, 0, 0),       -960000},
+            {"half notes last half a beat",  At(1, 1, 0),   480000,  {2, 2}, At(1, 2, 0),       1920000},
     };
-    const Case cases[] = {
-        {"across a barline of 4/4",      At(3, 4, 0),   960000,  {4, 4}, At(4, 1, 0),       960000 },
-        {"a beat of 6/8 is 1920000",     At(1, 1, 0),   1920000, {6, 8}, At(1, 2, 0),       480000 },
-        {"6/8 carries six beats",        At(1, 6, 500), 1920000, {6, 8}, At(2, 1, 500),     480000 },
-        {"back within the bar",          At(2, 3, 100), -960000, {4, 4}, At(2, 3, -959900), -960000},
-        {"back past beat 1: truncation", At(2, 1, 0),   -960000, {4, 4}, At(2, 0, 0),       -960000},
-        {"half notes last half a beat",  At(1, 1, 0),   480000,  {2, 2}, At(1, 2, 0),       1920000},
-    };
-    for (const Case& row : cases) {
+    for (const auto& [name, from, offset, meter, expected, diff] : cases) {
         Time_BarBeatTick to;
-        row.mFrom.Offset(Time_TickLength(row.mOffset), row.mMeter, to);
-        EXPECT_EQ(to, row.mTo) << row.mName;
-        EXPECT_EQ(row.mTo.Diff(row.mFrom, row.mMeter), Time_TickLength(row.mDiff)) << row.mName;
+        from.Offset(Time_TickLength(offset), meter, to);
+        EXPECT_EQ(to, expected) << name;
+        EXPECT_EQ(to.Diff(from, meter), Time_TickLength(diff)) << name;
     }
 }
 
@@ -89,14 +81,7 @@ TEST(BarBeatTick, MixedTicksAndZeroMetersAreReported)
 
 TEST(BarBeatTick, TextRoundTrips)
 {
-    struct Case
-    {
-        Cmn_Int32 mBar, mBeat;
-        Cmn_Int64 mTick;
-        const char *mPlain, *mPadded;
-        Cmn_Int64 mReadTick;
-    };
-    constexpr Case cCases[] = {
+    constexpr std::tuple<Cmn_Int32, Cmn_Int32, Cmn_Int64, const char*, const char*, Cmn_Int64> cCases[] = {
         {3,      4,  480000,    "3|4| 480",      "    3| 4| 480",  480000 },
         {1,      12, 499,       "1|12| 000",     "    1|12| 000",  0      },
         {1,      1,  500,       "1|1| 001",      "    1| 1| 001",  1000   },
@@ -105,14 +90,14 @@ TEST(BarBeatTick, TextRoundTrips)
         {2,      1,  -5600,     "2|1|-005",      "    2| 1|-005",  -5000  },
         {2,      1,  -99999999, "2|1|-999",      "    2| 1|-999",  -999000},
     };
-    for (const Case& row : cCases) {
-        const Time_BarBeatTick at = At(row.mBar, row.mBeat, row.mTick);
-        EXPECT_EQ(at.ToString(true, false), row.mPlain);
-        EXPECT_EQ(at.ToString(true, true), row.mPadded);
-        for (const std::string text : {row.mPlain, row.mPadded}) {
+    for (const auto& [bar, beat, tick, plain, padded, readTick] : cCases) {
+        const Time_BarBeatTick at = At(bar, beat, tick);
+        EXPECT_EQ(at.ToString(true, false), plain);
+        EXPECT_EQ(at.ToString(true, true), padded);
+        for (const std::string text : {plain, padded}) {
             Time_BarBeatTick read(0, 0, Time_TickLength(99));
             EXPECT_TRUE(read.FromString(text)) << text;
-            EXPECT_EQ(read, At(std::max(row.mBar, -9999), row.mBeat, row.mReadTick)) << text;
+            EXPECT_EQ(read, At(std::max(bar, -9999), beat, readTick)) << text;
             EXPECT_TRUE(read.FromString(text.substr(0, text.rfind('|')))) << text;
             EXPECT_EQ(read.mTick, Time_TickLength::cZero) << text;
         }

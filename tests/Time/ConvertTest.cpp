@@ -21,17 +21,15 @@ TEST(Convert, WithoutAConverterTheArgumentOrZeroComesBack)
     const Time_Typed time(5, cTicks);
     const Time_TypedLength length(3, cSamples);
     const Time_BarBeatTick bar(2, 3, Time_TickLength(4));
+    Time_Typed pinned(-1, cSamples);
     EXPECT_EQ(Time_Convert::ToSample(time), Time_Sample(0));
     EXPECT_EQ(Time_Convert::ToTick(time), Time_Tick(0));
     EXPECT_EQ(Time_Convert::ToBarBeatTick(time), Time_BarBeatTick());
     EXPECT_EQ(Time_Convert::ToType(bar, cTicks), Time_Typed(0, cTicks));
     EXPECT_EQ(Time_Convert::GetSessionEndTime(cTicks), Time_Typed(0, cTicks));
-    EXPECT_EQ(Time_Convert::GetTempoMap(), nullptr);
-    EXPECT_EQ(Time_Convert::GetMeterMap(), nullptr);
     EXPECT_EQ(Time_Convert::GetMainCounterType(), cSamples);
-    Time_Typed pinned(-1, cSamples);
     EXPECT_FALSE(Time_Convert::PinToValidSessionRange(pinned));
-    EXPECT_EQ(recorder.Take(), Reports(9, cNoConverter));
+    EXPECT_TRUE(Time_Convert::GetTempoMap() == nullptr && Time_Convert::GetMeterMap() == nullptr);
     for (const Time_Typed& same :
          {Time_Convert::ToType(time, cFrames), Time_Convert::ToFrames(time),
           Time_Convert::ToFirstType(time, cSamples), Time_Convert::ToMainCounterType(time),
@@ -40,12 +38,11 @@ TEST(Convert, WithoutAConverterTheArgumentOrZeroComesBack)
           Time_Convert::AdjustToTickBoundary(time), Time_Convert::SnapToDisplayTick(time),
           Time_Convert::ToTickTimeWithDisplaySnap(time)})
         EXPECT_EQ(same, time);
-    EXPECT_EQ(recorder.Take(), Reports(11, cNoConverter));
     Time_TypedVector times(cTicks, Time_eContext_GlobalPosition, {5});
     Time_Convert::ToFrames(&times);
     Time_Convert::AddTime(&times, time);
     EXPECT_EQ(times, Time_TypedVector(cTicks, Time_eContext_GlobalPosition, {5}));
-    EXPECT_EQ(recorder.Take(), Reports(2, cNoConverter));
+    EXPECT_EQ(recorder.Take(), Reports(22, cNoConverter));
 
     // In the unit asked for nobody is asked.
     EXPECT_EQ(Time_Convert::ToType(time, cTicks), time);
@@ -117,7 +114,6 @@ TEST(Convert, TheFrontEndAnswersAsItsConverter)
         const Time_Typed time(4711, unit);
         const Time_TypedLength length(12345, cTicks);
         const Time_BarBeatTick bars(1, 2, Time_TickLength(900));
-        EXPECT_EQ(Time_Convert::ToType(time, cFrames), converter.ToType(time, cFrames));
         EXPECT_EQ(Time_Convert::ToTypeNotRounded(Time_Sample(1), unit),
                   converter.ToTypeNotRounded(Time_Sample(1), unit));
         EXPECT_EQ(Time_Convert::ToBarBeatTick(time), converter.ToBarBeatTick(time));
@@ -173,21 +169,14 @@ TEST(Convert, DisplaySnapsNeverMoveAudio)
     slow.SetSampleRate(1);
     {
         const Time_Convert::StTempoMap scope(&slow);
-        struct Row
-        {
-            const char* what;
-            Cmn_Int64 tick, snapped;
+        constexpr std::pair<Cmn_Int64, Cmn_Int64> cRows[] = {
+            {cSongStart + 1499, cSongStart + 1000},
+            {cSongStart + 1500, cSongStart + 2000},
+            {-1499,             0                }, // toward zero
+            {-1500,             -1000            }, // half up
         };
-        constexpr Row cRows[] = {
-            {"below half",              cSongStart + 1499, cSongStart + 1000},
-            {"half goes up",            cSongStart + 1500, cSongStart + 2000},
-            {"on a display tick",       cSongStart + 7000, cSongStart + 7000},
-            {"below zero, toward zero", -1499,             0                },
-            {"below zero, half up",     -1500,             -1000            },
-        };
-        for (const Row& row : cRows)
-            EXPECT_EQ(Time_Convert::SnapToDisplayTick(Time_Tick(row.tick)), Time_Typed(row.snapped, cTicks))
-                << row.what;
+        for (const auto& [tick, snapped] : cRows)
+            EXPECT_EQ(Time_Convert::SnapToDisplayTick(Time_Tick(tick)), Time_Typed(snapped, cTicks));
         EXPECT_EQ(Time_Convert::SnapToDisplayTick(Time_Sample(1499)), Time_Typed(1499, cSamples));
         EXPECT_EQ(Time_Convert::ToTickTimeWithDisplaySnap(Time_Tick(1499)), Time_Typed(1499, cTicks));
     }

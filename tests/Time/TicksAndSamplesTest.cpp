@@ -30,12 +30,7 @@ static_assert(sizeof(Time_Sample) == 8 && sizeof(Time_Tick) == 8 && sizeof(Time_
 
 TEST(TickLength, DisplayTicksRoundAsRulersShow)
 {
-    struct Case
-    {
-        const char* mName;
-        Cmn_Int64 mInternal, mDisplay;
-    };
-    constexpr Case cCases[] = {
+    constexpr std::tuple<const char*, Cmn_Int64, Cmn_Int64> cCases[] = {
         {"below a half",                   499,    0                    },
         {"a half rounds up",               500,    1                    },
         {"below one and a half",           1499,   1                    },
@@ -45,9 +40,9 @@ TEST(TickLength, DisplayTicksRoundAsRulersShow)
         {"the sum wraps at the largest",   cMost,  (cLeast + 499) / 1000},
         {"the smallest has room for 500",  cLeast, (cLeast + 500) / 1000},
     };
-    for (const Case& row : cCases) {
-        EXPECT_EQ(Time_TickLength(row.mInternal).ToDisplayTicks(), Display(row.mDisplay)) << row.mName;
-        EXPECT_EQ(Display(row.mInternal).ToDisplayTicks(), Display(row.mDisplay)) << row.mName;
+    for (const auto& [name, internal, display] : cCases) {
+        EXPECT_EQ(Time_TickLength(internal).ToDisplayTicks(), Display(display)) << name;
+        EXPECT_EQ(Display(internal).ToDisplayTicks(), Display(display)) << name;
     }
     EXPECT_EQ(Display(1).ToInternalTicks().ToInternalTicks(), Time_TickLength(1000000));
 }
@@ -111,13 +106,8 @@ TEST(Limits, PositionsPinIntoTheirRange)
 
 TEST(Text, LengthsReadOnly32BitsFromText)
 {
-    struct Case
-    {
-        const char* mText;
-        Cmn_Int64 mSample, mLength;
-    };
     constexpr Cmn_Int64 cKept = 17;
-    constexpr Case cCases[] = {
+    constexpr std::tuple<const char*, Cmn_Int64, Cmn_Int64> cCases[] = {
         {"2147483648",           2147483648,  cKept      },
         {"2147483647",           2147483647,  2147483647 },
         {"-2147483648",          -2147483648, -2147483648},
@@ -128,13 +118,13 @@ TEST(Text, LengthsReadOnly32BitsFromText)
         {"12 34",                0,           cKept      },
         {" +5 ",                 5,           5          },
     };
-    for (const Case& row : cCases) {
+    for (const auto& [text, position, distance] : cCases) {
         Time_Sample sample(cKept);
-        sample.FromString(row.mText);
-        EXPECT_EQ(sample, Time_Sample(row.mSample)) << row.mText;
+        sample.FromString(text);
+        EXPECT_EQ(sample, Time_Sample(position)) << text;
         Time_SampleLength length(cKept);
-        length.FromString(row.mText);
-        EXPECT_EQ(length, Time_SampleLength(row.mLength)) << row.mText;
+        length.FromString(text);
+        EXPECT_EQ(length, Time_SampleLength(distance)) << text;
     }
     EXPECT_EQ(Time_Sample(cLeast).ToString(), "-9223372036854775808");
     EXPECT_EQ(Time_SampleLength(1234567).ToString(), "1234567");

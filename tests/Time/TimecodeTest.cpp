@@ -2,6 +2,7 @@
 #include "Kora/Time/Time_SMPTE.h"
 
 #include "Support/AssertRecorder.h"
+#include "Support/StTimeGlobals.h"
 #include "Support/TimePrinters.h"
 
 #include <gtest/gtest.h>
@@ -59,11 +60,6 @@ struct Counter
     {
         return mForm.mDropped == 4 && mMinutes % 10 == 6 && mSeconds == 59 && mFrames == 59;
     }
-    bool Is(const Time_SMPTE& iTime) const
-    {
-        return iTime.GetHours() == mHours && iTime.GetMinutes() == mMinutes &&
-               iTime.GetSeconds() == mSeconds && iTime.GetFrames() == mFrames;
-    }
     Time_SMPTE Label() const
     {
         return {static_cast<Cmn_UInt8>(mHours), static_cast<Cmn_UInt8>(mMinutes),
@@ -88,7 +84,7 @@ TEST_P(FormatTest, EveryFrameOfADay)
         const bool odd = counter.IsLastOfMinuteSix();
         const bool right = odd ? time.GetMinutes() == counter.mMinutes + 1 && time.GetSeconds() == 0 &&
                                      time.GetFrames() == 3 && frame % 35964 == 25175
-                               : counter.Is(time);
+                               : time == counter.Label();
         if (!right || time.GetTotalFrames() != frame)
             FAIL() << "frame " << frame << " is " << time.Dump() << ", frame " << time.GetTotalFrames()
                    << "; the counter has " << counter.Label().Dump();
@@ -146,6 +142,7 @@ TEST_P(FormatTest, SamplesAndSubframesComeBack)
 {
     std::mt19937_64 random(20240607);
     SCOPED_TRACE("seed 20240607");
+    const StTimeGlobals globals;
     Time_SMPTE time(GetParam().mFormat);
     for (const double rate : {44100.0, 48000.0, 88200.0, 192000.0}) {
         Time_Globals::SetSampleRate(rate);
@@ -173,18 +170,11 @@ TEST_P(FormatTest, SamplesAndSubframesComeBack)
             }
         }
     }
-    Time_Globals::SetSampleRate(44100);
 }
 
 TEST(Timecode, SamplesOfKnownFrames)
 {
-    struct Case
-    {
-        ETimeCodeFormat mFormat;
-        Cmn_Int32 mFrames;
-        Cmn_Int64 mSamples;
-    };
-    constexpr Case cCases[] = {
+    constexpr std::tuple<ETimeCodeFormat, Cmn_Int32, Cmn_Int64> cCases[] = {
         {eTimeCodeFormat_30,       1,       1600      },
         {eTimeCodeFormat_2997,     30,      48048     },
         {eTimeCodeFormat_2997Drop, 17982,   28799971  }, // ten minutes of labels last 599.9994 s
@@ -192,15 +182,15 @@ TEST(Timecode, SamplesOfKnownFrames)
         {eTimeCodeFormat_5994Drop, 1,       801       }, // 800.8
         {eTimeCodeFormat_25,       2159999, 4147198080},
     };
-    Time_Globals::SetSampleRate(48000);
-    for (const Case& row : cCases) {
-        Time_SMPTE time(row.mFormat);
-        time.SetFromTotalFrames(row.mFrames);
-        EXPECT_EQ(time.GetTotalSamples(), Time_Sample(row.mSamples)) << time.Dump();
+    const StTimeGlobals globals(48000, 30);
+    for (const auto& [format, frames, samples] : cCases) {
+        Time_SMPTE time(format);
+        time.SetFromTotalFrames(frames);
+        EXPECT_EQ(time.GetTotalSamples(), Time_Sample(samples)) << time.Dump();
     }
-    Time_Globals::SetPullFactor(ePullMedia_Audio, ePullType_NTSC, ePullFactor_Up);
+    StTimeGlobals::Pull(ePullMedia_Audio, ePullFactor_Up, ePullFactor_None);
     EXPECT_EQ(Time_SMPTE(0, 0, 1, 0, eTimeCodeFormat_30, 0.25).GetTotalSamplesFloat(), 48000 * 1.001 + 0.25);
-    Time_Globals::SetPullFactor(ePullMedia_Audio, ePullType_NTSC, ePullFactor_None);
+    StTimeGlobals::Pull(ePullMedia_Audio, ePullFactor_None, ePullFactor_None);
 
     const AssertRecorder recorder;
     Time_SMPTE time(0, 0, 0, 0, eTimeCodeFormat_2997, 1601.5); // a frame has 1601.6
@@ -212,20 +202,12 @@ TEST(Timecode, SamplesOfKnownFrames)
                   "subSamples < ( Time_Globals::GetPullSampleRate() / fps )@$^$@Time/Time_SMPTE"});
     time.SetFromTotalSubframes(-150);
     EXPECT_EQ(time, Time_SMPTE());
-    Time_Globals::SetSampleRate(44100);
 }
 
 TEST(Timecode, CountsOutsideTheDayWrapOnce)
 {
-    struct Case
-    {
-        const char* mName;
-        ETimeCodeFormat mFormat;
-        Cmn_Int32 mFrames;
-        const char* mLabel;
-    };
     constexpr Cmn_Int32 cLeast = std::numeric_limits<Cmn_Int32>::min();
-    constexpr Case cCases[] = {
+    constexpr std::tuple<const char*, ETimeCodeFormat, Cmn_Int32, const char*> cCases[] = {
         {"the frame before midnight",             eTimeCodeFormat_25,       -1,         "23:59:59:24"   },
         {"a day below",                           eTimeCodeFormat_24,       -2073600,   "00:00:00:00"   },
         {"a drop day is shorter than its labels", eTimeCodeFormat_2997Drop, -1,         "00:01:26;13"   },
@@ -237,10 +219,10 @@ TEST(Timecode, CountsOutsideTheDayWrapOnce)
         {"so do hours, 24 taken off",             eTimeCodeFormat_25,       -2250000,   "231:00:00:00"  },
         {"the largest wraps",                     eTimeCodeFormat_60Drop,   2147483647, "28:250:250;199"},
     };
-    for (const Case& row : cCases) {
-        Time_SMPTE time(row.mFormat);
-        time.SetFromTotalFrames(row.mFrames);
-        EXPECT_EQ(time.ToString(), row.mLabel) << row.mName;
+    for (const auto& [name, format, frames, label] : cCases) {
+        Time_SMPTE time(format);
+        time.SetFromTotalFrames(frames);
+        EXPECT_EQ(time.ToString(), label) << name;
         time.SetFromTotalFrames(cLeast); // has to survive, sanitized
     }
     EXPECT_EQ(Time_SMPTE(eTimeCodeFormat_30Drop).DropFrames(-1801), -1801);
@@ -255,36 +237,30 @@ TEST_P(FormatTest, IllegalLabelsMoveForward)
         Counter expected = counter;
         while (expected.IsLeftOut())
             expected.NextLabel();
-        if (!expected.Is(time)) FAIL() << counter.Label().Dump() << " becomes " << time.Dump();
+        if (time != expected.Label()) FAIL() << counter.Label().Dump() << " becomes " << time.Dump();
     }
 }
 
-TEST(Timecode, FramesAreTakenBelowTheRate)
+TEST_P(FormatTest, FramesAreTakenBelowTheRate)
 {
-    Time_SMPTE time(eTimeCodeFormat_30);
-    EXPECT_TRUE(time.SetFramesBCD(0x29));
-    EXPECT_EQ(time.GetFrames(), 29);
-    EXPECT_FALSE(time.SetFrames(30));
-    EXPECT_FALSE(time.SetFramesBCD(0x30));
-    EXPECT_FALSE(time.SetFrames(255));
-    EXPECT_EQ(time.GetFrames(), 29);
-    EXPECT_TRUE(time.SetFrames(0));
+    Time_SMPTE time(GetParam().mFormat);
+    for (int frames = 0; frames < 100; ++frames) {
+        const bool isBelow = frames < GetParam().mRate;
+        EXPECT_EQ(time.SetFrames(static_cast<Cmn_UInt8>(frames)), isBelow);
+        EXPECT_EQ(time.SetFramesBCD(static_cast<Cmn_UInt8>(frames / 10 * 16 + frames % 10)), isBelow);
+        EXPECT_EQ(time.GetFrames(), std::min(frames, GetParam().mRate - 1));
+    }
 }
 
 TEST(Timecode, OrderIsByLabelThenSamplesWhateverTheFormat)
 {
     const Time_SMPTE ascending[] = {
-        {0,                   0, 0, 59,                  eTimeCodeFormat_60},
-        {0,                   0, 1, 0,                   eTimeCodeFormat_24, 0.5},
-        {0,                   0,                    1,  0, eTimeCodeFormat_25,                 0.75},
-        {0,               1,                0,                 0,                     eTimeCodeFormat_30      },
-        {2, 0,  0,   0, eTimeCodeFormat_24          },
-    };
+        Time_SMPTE(0, 0, 0, 59, eTimeCodeFormat_60), Time_SMPTE(0, 0, 1, 0, eTimeCodeFormat_24, 0.5),
+        Time_SMPTE(0, 0, 1, 0, eTimeCodeFormat_25, 0.75), Time_SMPTE(0, 1, 0, 0, eTimeCodeFormat_30),
+        Time_SMPTE(2, 0, 0, 0, eTimeCodeFormat_24)};
     for (const auto& a : ascending)
-        for (const auto& b : ascending) {
-            EXPECT_EQ(a <=> b, &a <=> &b) << a.Dump() << " and " << b.Dump();
-            EXPECT_EQ(a == b, &a == &b);
-        }
+        for (const auto& b : ascending)
+            EXPECT_TRUE((a <=> b) == (&a <=> &b) && (a == b) == (&a == &b)) << a.Dump() << b.Dump();
 }
 
 TEST(Timecode, FormatZeroIsTheGlobalOneAtThatMoment)
@@ -302,30 +278,28 @@ TEST(Timecode, FormatZeroIsTheGlobalOneAtThatMoment)
 
 TEST(Timecode, FormatsWithoutARateAreReportedAndSurvive)
 {
+    using Call = void (*)(Time_SMPTE&, Cmn_Int32);
+    constexpr Call cCalls[] = {
+        [](Time_SMPTE& io, Cmn_Int32 iCount) { io.SetFromTotalFrames(iCount); },
+        [](Time_SMPTE& io, Cmn_Int32 iCount) { io.SetFromTotalSubframes(iCount); },
+        [](Time_SMPTE& io, Cmn_Int32 iCount) { io.SetFromTotalSamples(Time_Sample(iCount)); },
+        [](Time_SMPTE& io, Cmn_Int32) { (void)io.GetTotalSubframes(); },
+        [](Time_SMPTE& io, Cmn_Int32) { (void)io.GetTotalSamples(); },
+        [](Time_SMPTE& io, Cmn_Int32) { EXPECT_FALSE(io.SetFrames(0)); },
+        [](Time_SMPTE& io, Cmn_Int32) { EXPECT_FALSE(io.FromString("00:00:00:00")); },
+        [](Time_SMPTE& io, Cmn_Int32) {
+            EXPECT_EQ(Time_SMPTE(0, 0, 2, 5, io.GetFormat()).GetTotalFrames(), 3);
+        },
+    };
     const AssertRecorder recorder;
     for (const int format : {4, 6, -1, 15, 1000}) {
         Time_SMPTE time(static_cast<ETimeCodeFormat>(format));
-        const auto reported = [&] {
-            const auto reports = recorder.Take();
-            return !reports.empty() && reports.front() == "framesPerSecond != -1@$^$@Time/Time_SMPTE";
-        };
-        for (const Cmn_Int32 frames : {0, -1, 100000, std::numeric_limits<Cmn_Int32>::min()}) {
-            time.SetFromTotalFrames(frames);
-            EXPECT_TRUE(reported()) << format;
-            time.SetFromTotalSubframes(frames);
-            EXPECT_TRUE(reported()) << format;
-            time.SetFromTotalSamples(Time_Sample(frames));
-            EXPECT_TRUE(reported()) << format;
-        }
-        EXPECT_EQ(Time_SMPTE(0, 0, 2, 5, time.GetFormat()).GetTotalFrames(), 3);
-        EXPECT_TRUE(reported()) << format;
-        (void)time.GetTotalSubframes();
-        EXPECT_TRUE(reported()) << format;
-        (void)time.GetTotalSamples();
-        EXPECT_TRUE(reported()) << format;
-        EXPECT_FALSE(time.SetFrames(0));
-        EXPECT_TRUE(reported()) << format;
-        EXPECT_FALSE(time.FromString("00:00:00:00"));
-        EXPECT_TRUE(reported()) << format;
+        for (const Call call : cCalls)
+            for (const Cmn_Int32 count : {0, -1, 100000, std::numeric_limits<Cmn_Int32>::min()}) {
+                call(time, count);
+                const auto reports = recorder.Take();
+                ASSERT_FALSE(reports.empty()) << format;
+                EXPECT_EQ(reports.front(), "framesPerSecond != -1@$^$@Time/Time_SMPTE") << format;
+            }
     }
 }

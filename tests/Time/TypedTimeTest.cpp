@@ -109,13 +109,7 @@ TEST(TypedLength, ScalesByWholeAndBrokenFactors)
 
 TEST(SavedWord, HoldsUnitAndCountBitForBit)
 {
-    struct Case
-    {
-        Cmn_Int64 mCount;
-        Time_EType mType;
-        Cmn_UInt64 mWord;
-    };
-    constexpr Case cCases[] = {
+    constexpr std::tuple<Cmn_Int64, Time_EType, Cmn_UInt64> cCases[] = {
         {0,                cSamples, 0x0000000000000000},
         {-1,               cSamples, 0xBFFFFFFFFFFFFFFF},
         {34359738367,      cSamples, 0x00000007FFFFFFFF},
@@ -126,15 +120,15 @@ TEST(SavedWord, HoldsUnitAndCountBitForBit)
         {-1,               cFrames,  0x9FFFFFFFFFFFFFFF},
         {-(1LL << 60),     cSamples, 0xB000000000000000},
     };
-    for (const Case& row : cCases) {
-        const Time_Typed time(row.mCount, row.mType);
-        EXPECT_EQ(static_cast<Cmn_UInt64>(time.GetRawDataForSave()), row.mWord) << time.Dump();
+    for (const auto& [count, type, word] : cCases) {
+        const Time_Typed time(count, type);
+        EXPECT_EQ(static_cast<Cmn_UInt64>(time.GetRawDataForSave()), word) << time.Dump();
         Time_Typed global;
-        global.SetFromRawSavedData(static_cast<Cmn_Int64>(row.mWord));
+        global.SetFromRawSavedData(static_cast<Cmn_Int64>(word));
         EXPECT_EQ(global, time);
         Time_TypedLength length;
         length.SetFromRawSavedData(Time_TypedLocal(time).GetRawDataForSave());
-        EXPECT_EQ(length, Time_TypedLength(row.mCount, row.mType));
+        EXPECT_EQ(length, Time_TypedLength(count, type));
     }
 }
 
