@@ -153,10 +153,10 @@ TEST(Convert, QuantizedTimesStayWhereTheyAre)
             }
     }
     // At 1 tick a sample and coarser, samples move to tick boundaries.
+    auto segment = std::make_unique<Time_ConstantTempoSeg>(Time_Tick(cSongStart), 20.0, Time_TickLength(1));
     Time_TempoMap coarse;
     coarse.SetSampleRate(96000);
-    coarse.AddSegment(
-        std::make_unique<Time_ConstantTempoSeg>(Time_Tick(cSongStart), 20.0, Time_TickLength(1)));
+    coarse.AddSegment(std::move(segment));
     const Time_Convert::StTempoMap scope(&coarse); // 288000 samples a tick
     EXPECT_EQ(Time_Convert::AdjustToTickBoundary(Time_Sample(143999)), Time_Typed(0, cSamples));
     EXPECT_EQ(Time_Convert::AdjustToTickBoundary(Time_Sample(144000)), Time_Typed(288000, cSamples));

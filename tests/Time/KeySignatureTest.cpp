@@ -38,8 +38,8 @@ int Transposed(const Time_KeySignature& iKey, int iPitch, int iSteps)
 
 TEST(KeySignature, EveryKeyHasItsName)
 {
+    // With sharps, with flats.
     const char* const cNames[][4] = {
-  // sharps, flats
         {"C major",  "C major",  "A minor",  "A minor" },
         {"G major",  "F major",  "E minor",  "D minor" },
         {"D major",  "Bb major", "B minor",  "G minor" },
@@ -88,16 +88,15 @@ TEST(KeySignature, TranspositionOddities)
 
 TEST(KeySignature, AccidentalsAreDrawnFromTheFirstOn)
 {
-    const std::vector<Cmn_Int16> sharps = {0, 3, -1, 2, 5, 1, 4}, flats = {4, 1, 5, 2, 6, 3, 7};
+    using Offsets = std::vector<Cmn_Int16>;
+    const Offsets sharps = {99, 0, 3, -1, 2, 5, 1, 4}, flats = {99, 4, 1, 5, 2, 6, 3, 7};
     for (const int count : {0, 1, 5, 7, 8, 255})
         for (const bool isSharps : {cSharps, cFlats}) {
-            std::vector<Cmn_Int16> offsets = {99};
-            Time_KeySignature(cMinor, isSharps, static_cast<Cmn_UInt8>(count))
-                .GetAccidentalStaffLineOffsets(offsets);
-            std::vector<Cmn_Int16> expected = isSharps ? sharps : flats;
-            expected.resize(static_cast<std::size_t>(std::min(count, 7)));
-            expected.insert(expected.begin(), 99); // appended to what the caller has
-            EXPECT_EQ(offsets, expected);
+            Offsets offsets = {99}; // appended to what the caller has
+            const Time_KeySignature key(cMinor, isSharps, static_cast<Cmn_UInt8>(count));
+            key.GetAccidentalStaffLineOffsets(offsets);
+            const auto from = (isSharps ? sharps : flats).begin();
+            EXPECT_EQ(offsets, Offsets(from, from + 1 + std::min(count, 7)));
         }
 }
 

@@ -56,10 +56,6 @@ struct Counter
             NextLabel();
         while (IsLeftOut());
     }
-    bool IsLastOfMinuteSix() const
-    {
-        return mForm.mDropped == 4 && mMinutes % 10 == 6 && mSeconds == 59 && mFrames == 59;
-    }
     Time_SMPTE Label() const
     {
         return {static_cast<Cmn_UInt8>(mHours), static_cast<Cmn_UInt8>(mMinutes),
@@ -80,14 +76,12 @@ TEST_P(FormatTest, EveryFrameOfADay)
     Time_SMPTE time(GetParam().mFormat);
     for (Cmn_Int32 frame = 0; counter.mHours < 24; ++frame, counter.NextFrame()) {
         time.SetFromTotalFrames(frame);
-        // 60-frame drop writes the frame before minute 7's as its ;03.
-        const bool odd = counter.IsLastOfMinuteSix();
-        const bool right = odd ? time.GetMinutes() == counter.mMinutes + 1 && time.GetSeconds() == 0 &&
-                                     time.GetFrames() == 3 && frame % 35964 == 25175
-                               : time == counter.Label();
-        if (!right || time.GetTotalFrames() != frame)
-            FAIL() << "frame " << frame << " is " << time.Dump() << ", frame " << time.GetTotalFrames()
-                   << "; the counter has " << counter.Label().Dump();
+        Counter expected = counter;
+        // 60-frame drop writes the frame before minute 7's as its ;03, four labels on.
+        for (int i = 0; counter.mForm.mDropped == 4 && frame % 35964 == 25175 && i < 4; ++i)
+            expected.NextLabel();
+        if (time != expected.Label() || time.GetTotalFrames() != frame)
+            FAIL() << "frame " << frame << " is " << time.Dump() << " and not " << expected.Label().Dump();
     }
 }
 
@@ -102,8 +96,7 @@ TEST_P(FormatTest, EveryLabelOfADay)
         const Cmn_Int32 expected = odd ? frame - 1 : frame;
         const bool exists = odd || !counter.IsLeftOut();
         if (label.IsLabel() != exists || (exists && label.GetTotalFrames() != expected))
-            FAIL() << label.Dump() << " is frame " << label.GetTotalFrames() << ", expected " << expected
-                   << (exists ? "" : " or no label");
+            FAIL() << label.Dump() << " is frame " << label.GetTotalFrames() << ", not " << expected;
         frame += counter.IsLeftOut() ? 0 : 1;
     }
     const auto [format, rate, dropped] = GetParam();
@@ -132,10 +125,7 @@ TEST_P(FormatTest, TextTakesTheLabelsOfTwentyMinutesAndNoOthers)
     for (const char* const text :
          {"", "00:00:00:0", "00:00:00:000", "24:00:00:00", "00:60:00:00", "00:00:60:00", "00:00:00:60",
           "0a:00:00:00", "00;00:00:00", "00:00:00.00", "-1:00:00:00"})
-    {
-        EXPECT_FALSE(read.FromString(text)) << text;
-        EXPECT_EQ(read, before) << text;
-    }
+        EXPECT_TRUE(!read.FromString(text) && read == before) << text;
 }
 
 TEST_P(FormatTest, SamplesAndSubframesComeBack)
@@ -151,21 +141,17 @@ TEST_P(FormatTest, SamplesAndSubframesComeBack)
             const Cmn_Int32 frame = static_cast<Cmn_Int32>(1 + random() % 2070000);
             const Cmn_Int32 subframes = i < 100 ? i : frame / 100 * 100 + i % 100;
             time.SetFromTotalSubframes(subframes);
-            if (time.GetTotalSubframes() != subframes)
-                FAIL() << subframes << " subframes come back as " << time.GetTotalSubframes() << " at "
-                       << rate;
-
+            ASSERT_EQ(time.GetTotalSubframes(), subframes) << rate;
             // The first sample of a frame, and the one before it, lie on either side of the frame's start.
             time.SetFromTotalFrames(frame);
             const Time_Sample start = time.GetTotalSamples();
-            for (const Cmn_Int64 offset :
-                 {Cmn_Int64{0}, Cmn_Int64{-1}, static_cast<Cmn_Int64>(random() % 700)}) {
+            for (const int offset : {0, -1, static_cast<int>(random() % 700)}) {
                 const Time_Sample sample = start + Time_SampleLength(offset);
                 time.SetFromTotalSamples(sample);
                 const Cmn_Int32 expected = offset < 0 ? frame - 1 : frame;
                 if (time.GetTotalFrames() != expected || time.GetTotalSamples() != sample ||
                     time.GetSubSamples() < 0 || time.GetSubSamples() >= perFrame)
-                    FAIL() << sample.Dump() << " is " << time.Dump() << " at " << rate << ", expected frame "
+                    FAIL() << sample.Dump() << " is " << time.Dump() << " at " << rate << ", not "
                            << expected;
             }
         }

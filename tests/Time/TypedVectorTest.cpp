@@ -52,16 +52,7 @@ TEST(TypedVector, ElementsAreCheckedAgainstIndexMeaningAndUnit)
 
 TEST(TypedVector, ArithmeticKeepsTheUnitAndChangesTheMeaning)
 {
-    struct Row
-    {
-        const char* what;
-        Time_EContext before;
-        Time_EType unit;
-        void (*move)(Time_TypedVector&, Cmn_Int64 iSteps, Time_EType);
-        Cmn_Int64 steps;
-        Time_EContext after;
-        Reports reports;
-    };
+    using Move = void (*)(Time_TypedVector&, Cmn_Int64 iSteps, Time_EType);
     const auto length = [](Time_TypedVector& io, Cmn_Int64 iSteps, Time_EType iUnit) {
         iSteps > 0 ? io.AddLength({iSteps, iUnit}) : io.SubtractLength({-iSteps, iUnit});
     };
@@ -69,22 +60,22 @@ TEST(TypedVector, ArithmeticKeepsTheUnitAndChangesTheMeaning)
         iSteps > 0 ? io.AddTime({iSteps, iUnit}) : io.SubtractTime({-iSteps, iUnit});
     };
     constexpr Cmn_Int64 cMost = std::numeric_limits<Cmn_Int64>::max();
-    const Row rows[] = {
-        {"position + length",                cGlobal, cTicks,   length, 5,  cGlobal, {}                     },
-        {"local position - length",          cLocal,  cTicks,   length, -5, cLocal,  {}                     },
-        {"length + time",                    cLength, cTicks,   time,   5,  cGlobal, {}                     },
-        {"position - time",                  cGlobal, cTicks,   time,   -5, cLength, {}                     },
-        {"position + time makes no sense",   cGlobal, cTicks,   time,   5,  cGlobal, {cNotLength}           },
-        {"local - time of another unit",     cLocal,  cSamples, time,   -5, cLength, {cNotGlobal, cMismatch}},
-        {"another unit counts as it stands", cGlobal, cSamples, length, 5,  cGlobal, {cMismatch}            },
+    const std::tuple<const char*, Time_EContext, Time_EType, Move, Cmn_Int64, Time_EContext, Reports> rows[] =
+        {
+            {"position + length",                cGlobal, cTicks,   length, 5,  cGlobal, {}                     },
+            {"local position - length",          cLocal,  cTicks,   length, -5, cLocal,  {}                     },
+            {"length + time",                    cLength, cTicks,   time,   5,  cGlobal, {}                     },
+            {"position - time",                  cGlobal, cTicks,   time,   -5, cLength, {}                     },
+            {"position + time makes no sense",   cGlobal, cTicks,   time,   5,  cGlobal, {cNotLength}           },
+            {"local - time of another unit",     cLocal,  cSamples, time,   -5, cLength, {cNotGlobal, cMismatch}},
+            {"another unit counts as it stands", cGlobal, cSamples, length, 5,  cGlobal, {cMismatch}            },
     };
-    for (const Row& row : rows) {
+    for (const auto& [what, before, unit, move, steps, after, reports] : rows) {
         const AssertRecorder recorder;
-        Time_TypedVector times(cTicks, row.before, {1, cMost});
-        row.move(times, row.steps, row.unit);
-        const Counts moved = {1 + row.steps, Cmn_WrapAdd(cMost, row.steps)};
-        EXPECT_EQ(times, Time_TypedVector(cTicks, row.after, moved)) << row.what;
-        EXPECT_EQ(recorder.Take(), row.reports) << row.what;
+        Time_TypedVector times(cTicks, before, {1, cMost});
+        move(times, steps, unit);
+        EXPECT_EQ(times, Time_TypedVector(cTicks, after, {1 + steps, Cmn_WrapAdd(cMost, steps)})) << what;
+        EXPECT_EQ(recorder.Take(), reports) << what;
     }
 }
 
