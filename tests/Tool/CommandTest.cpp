@@ -49,31 +49,27 @@ TEST_F(CommandTest, BadInputGivesOneLineAndNothingElse)
 {
     const StFile cut("CommandTest_cut.mid", "MThd");
     const StFile good("CommandTest_good.mid", File(480, {Text(480, "end")}));
-    struct Row
-    {
-        std::vector<std::string> mArguments;
-        const char* mError;
+    const std::string cut8 = "byte 0: the file is cut short: 4 bytes of a chunk header, expected 8\n";
+    const std::string notANumber =
+        "kora: stdin: line 1001: \"x\" is not a position in samples, expected a whole number\n";
+    // clang-format off
+    const std::pair<std::vector<std::string>, std::string> rows[] = {
+        {{"song", "CommandTest_cut.mid"}, "kora: CommandTest_cut.mid: " + cut8},
+        {{"song", "CommandTest_none.mid"}, "kora: CommandTest_none.mid: no such file\n"},
+        {{"song", "."}, "kora: .: a folder, expected a MIDI file\n"},
+        {{"convert", "CommandTest_cut.mid", "--from", "ticks", "--to", "bars"}, "kora: CommandTest_cut.mid: " + cut8},
+        {{"convert", "CommandTest_good.mid", "--from", "samples", "--to", "bars"}, notANumber},
+        {{"convert", "-", "--from", "samples", "--to", "samples"}, notANumber},
     };
-    const Row rows[] = {
-        {{"song", "CommandTest_cut.mid"},
-         "kora: CommandTest_cut.mid: byte 0: the file is cut short: 4 bytes of a chunk header, expected 8\n"                   },
-        {{"song", "CommandTest_none.mid"},                                         "kora: CommandTest_none.mid: no such file\n"},
-        {{"song", "."},                                                            "kora: .: a folder, expected a MIDI file\n" },
-        {{"convert", "CommandTest_cut.mid", "--from", "ticks", "--to", "bars"},
-         "kora: CommandTest_cut.mid: byte 0: the file is cut short: 4 bytes of a chunk header, expected 8\n"                   },
-        {{"convert", "CommandTest_good.mid", "--from", "samples", "--to", "bars"},
-         "kora: stdin: line 1001: \"x\" is not a position in samples, expected a whole number\n"                               },
-        {{"convert", "-", "--from", "samples", "--to", "samples"},
-         "kora: stdin: line 1001: \"x\" is not a position in samples, expected a whole number\n"                               },
-    };
+    // clang-format on
     std::string input;
     for (int i = 0; i < 1000; ++i)
         input += "44100\n";
-    for (const Row& row : rows) {
-        const Outcome outcome = Run(row.mArguments, input + "x\n44100\n");
+    for (const auto& [arguments, error] : rows) {
+        const Outcome outcome = Run(arguments, input + "x\n44100\n");
         EXPECT_EQ(outcome.mExit, 1);
         EXPECT_EQ(outcome.mOut, "");
-        EXPECT_EQ(outcome.mErr, row.mError);
+        EXPECT_EQ(outcome.mErr, error);
     }
     const Outcome outcome =
         Run({"convert", "CommandTest_good.mid", "--to=samples,bars", "--from", "samples"}, "44100\n");
@@ -84,46 +80,22 @@ TEST_F(CommandTest, BadInputGivesOneLineAndNothingElse)
 
 TEST_F(CommandTest, WrongUsageIsExitTwoOnOneLine)
 {
-    const std::vector<std::string> convert = {"convert", "-", "--from", "samples", "--to", "bars"};
-    const auto with = [&](std::vector<std::string> iMore) {
-        iMore.insert(iMore.begin(), convert.begin(), convert.end());
-        return iMore;
-    };
-    const std::vector<std::string> rows[] = {
-        {        },
-        {"sing"   },
-        {"song"   },
-        {"song",    "a.mid", "b.mid"},
-        {"song",  "a.mid", "--loud"},
-        {"song",    "a.mid", "--rate"},
-        {"song", "a.mid", "--rate", "0"},
-        {"song",    "a.mid", "--rate", "-44100"},
-        {"song", "a.mid", "--rate", "nan"},
-        {"song",    "a.mid", "--rate", "inf"},
-        {"song", "a.mid", "--rate", "44100Hz"},
-        {"song",         "a.mid", "--rate", "768001"},
-        {"song","a.mid", "--rate", ""},
-        {"song", "a.mid", "--timecode", "29"},
-        {"song",    "a.mid", "--timecode", "29.97 fps (OMF)"},
-        {"song", "a.mid", "--timecode", "2997  fps drop (OMF)"},
-        {"song",         "a.mid", "--timecode", "?"},
-        {"song","a.mid", "--timecode", "line\nbreak"},
-        {"convert",    "-"},
-        {"convert",    "-", "--from", "samples"},
-        {"convert", "-", "--to", "samples"},
-        {"convert",         "-", "--from", "sample", "--to", "bars"},
-        {"convert","-", "--from", "samples", "--to", "bars,"},
-        {"convert", "-", "--from", "samples", "--to", ""},
-        with({"--json"   }
-        ),
-        with({"--rate", "999"}
-        ),
-        with({"extra"        }
-        ),
-    };
-    for (const auto& arguments : rows) {
+    std::istringstream lines(
+        "; sing; song; song a.mid b.mid; song a.mid --loud; song a.mid --rate; song a.mid --rate 0;"
+        " song a.mid --rate -44100; song a.mid --rate nan; song a.mid --rate inf; song a.mid --rate 44100Hz;"
+        " song a.mid --rate 768001; song a.mid --rate=; song a.mid --timecode 29; song a.mid --timecode ?;"
+        " song a.mid --timecode line\nbreak; convert -; convert - --from samples; convert - --to samples;"
+        " convert - --from sample --to bars; convert - --from samples --to bars,; convert - --from samples "
+        "--to=;"
+        " convert - --from samples --to bars --json; convert - --from samples --to bars --rate 999;"
+        " convert - --from samples --to bars extra");
+    for (std::string line; std::getline(lines, line, ';');) {
+        std::istringstream words(line);
+        std::vector<std::string> arguments;
+        for (std::string word; std::getline(words, word, ' ');)
+            if (!word.empty()) arguments.push_back(word);
         const Outcome outcome = Run(arguments, "1\n");
-        const std::string shown = testing::PrintToString(arguments) + ": " + outcome.mErr;
+        const std::string shown = line + ": " + outcome.mErr;
         EXPECT_EQ(outcome.mExit, 2) << shown;
         EXPECT_EQ(outcome.mOut, "") << shown;
         EXPECT_EQ(std::count(outcome.mErr.begin(), outcome.mErr.end(), '\n'), 1) << shown;

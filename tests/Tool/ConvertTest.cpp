@@ -13,9 +13,8 @@ constexpr Tool_EUnit cUnits[] = {Tool_eUnit_Ticks, Tool_eUnit_Samples,  Tool_eUn
 bool IsCoarser(Tool_EUnit iA, Tool_EUnit iB)
 {
     const auto size = [](Tool_EUnit iUnit) {
-        return Tool_CountedIn(iUnit) == Time_eType_Ticks     ? 0
-               : Tool_CountedIn(iUnit) == Time_eType_Samples ? 1
-                                                             : 2;
+        const Time_EType type = Tool_CountedIn(iUnit);
+        return type == Time_eType_Ticks ? 0 : type == Time_eType_Samples ? 1 : 2;
     };
     return size(iA) > size(iB);
 }
@@ -106,61 +105,45 @@ TEST_F(ConvertTest, LabelsStartAgainEveryDayAndSkipWhatDropFormatsSkip)
 
 TEST_F(ConvertTest, SaysWhichLineIsBadAndPrintsNothing)
 {
-    struct Bad
+    const std::string bars = "expected bar|beat|tick, such as 12|3|480000", whole = "expected a whole number";
+    const std::string fromZero = "expected sample 0 to 34359738367";
+    const std::string anywhere = "expected sample -34359738367 to 34359738367";
+    // clang-format off
+    const struct
     {
         std::string mInput;
-        Tool_EUnit mFrom;
-        Tool_EUnit mTo;
-        const char* mComplaint;
+        Tool_EUnit mFrom, mTo;
+        int mLine;
+        std::string mShown, mExpected; // past the time line where samples are expected
+    } cRows[] = {
+        {"1|1|0\n1|1\n", Tool_eUnit_Bars, Tool_eUnit_Ticks, 2, "1|1", bars},
+        {"1|0|0\n", Tool_eUnit_Bars, Tool_eUnit_Ticks, 1, "1|0|0", bars},
+        {"1|1|-1\n", Tool_eUnit_Bars, Tool_eUnit_Ticks, 1, "1|1|-1", bars},
+        {"1|1|0|0\n", Tool_eUnit_Bars, Tool_eUnit_Ticks, 1, "1|1|0|0", bars},
+        {"5\n\n6\n", Tool_eUnit_Samples, Tool_eUnit_Ticks, 2, "", whole},
+        {"1.5\n", Tool_eUnit_Ticks, Tool_eUnit_Ticks, 1, "1.5", whole},
+        {"9223372036854775808", Tool_eUnit_Ticks, Tool_eUnit_Ticks, 1, "9223372036854775808", whole},
+        {"\x01\xFF", Tool_eUnit_Frames, Tool_eUnit_Ticks, 1, "\\x01\\xff", whole},
+        {"00:00:00:30", Tool_eUnit_Timecode, Tool_eUnit_Ticks, 1, "00:00:00:30", "expected a label hh:mm:ss:ff of 30 fps"},
+        {"1,5", Tool_eUnit_Seconds, Tool_eUnit_Ticks, 1, "1,5", "expected decimal seconds, such as 12.5"},
+        {"0\n34359738368\n", Tool_eUnit_Samples, Tool_eUnit_Samples, 2, "34359738368", anywhere},
+        {"-34359738368\n", Tool_eUnit_Samples, Tool_eUnit_Samples, 1, "-34359738368", anywhere},
+        {"-1\n", Tool_eUnit_Samples, Tool_eUnit_Timecode, 1, "-1", fromZero},
+        {"-1\n", Tool_eUnit_Frames, Tool_eUnit_Ticks, 1, "-1", fromZero},
+        {"9223372036854775807\n", Tool_eUnit_Frames, Tool_eUnit_Ticks, 1, "9223372036854775807", fromZero},
+        {"9223372036854775807\n", Tool_eUnit_Ticks, Tool_eUnit_Bars, 1, "9223372036854775807", anywhere},
+        {"-9223372036854775808\n", Tool_eUnit_Ticks, Tool_eUnit_Bars, 1, "-9223372036854775808", anywhere},
+        {"2147483647|2147483647|576460752303423487", Tool_eUnit_Bars, Tool_eUnit_Ticks, 1,
+         "2147483647|2147483647|576460752303423487", anywhere},
+        {"999999999999\n", Tool_eUnit_Seconds, Tool_eUnit_Samples, 1, "999999999999", anywhere},
     };
-    const Bad bad[] = {
-        {"1|1|0\n1|1\n",                             Tool_eUnit_Bars,     Tool_eUnit_Ticks,
-         "stdin: line 2: \"1|1\" is not a position in bars, expected bar|beat|tick, such as 12|3|480000"    },
-        {"1|0|0\n",                                  Tool_eUnit_Bars,     Tool_eUnit_Ticks,
-         "stdin: line 1: \"1|0|0\" is not a position in bars, expected bar|beat|tick, such as 12|3|480000"  },
-        {"1|1|-1\n",                                 Tool_eUnit_Bars,     Tool_eUnit_Ticks,
-         "stdin: line 1: \"1|1|-1\" is not a position in bars, expected bar|beat|tick, such as 12|3|480000" },
-        {"1|1|0|0\n",                                Tool_eUnit_Bars,     Tool_eUnit_Ticks,
-         "stdin: line 1: \"1|1|0|0\" is not a position in bars, expected bar|beat|tick, such as 12|3|480000"},
-        {"5\n\n6\n",                                 Tool_eUnit_Samples,  Tool_eUnit_Ticks,
-         "stdin: line 2: \"\" is not a position in samples, expected a whole number"                        },
-        {"1.5\n",                                    Tool_eUnit_Ticks,    Tool_eUnit_Ticks,
-         "stdin: line 1: \"1.5\" is not a position in ticks, expected a whole number"                       },
-        {"9223372036854775808",                      Tool_eUnit_Ticks,    Tool_eUnit_Ticks,
-         "stdin: line 1: \"9223372036854775808\" is not a position in ticks, expected a whole number"       },
-        {"\x01\xFF",                                 Tool_eUnit_Frames,   Tool_eUnit_Ticks,
-         "stdin: line 1: \"\\x01\\xff\" is not a position in frames, expected a whole number"               },
-        {"00:00:00:30",                              Tool_eUnit_Timecode, Tool_eUnit_Ticks,
-         "stdin: line 1: \"00:00:00:30\" is not a position in timecode, expected a label hh:mm:ss:ff of 30 "
-         "fps"                                                                                              },
-        {"1,5",                                      Tool_eUnit_Seconds,  Tool_eUnit_Ticks,
-         "stdin: line 1: \"1,5\" is not a position in seconds, expected decimal seconds, such as 12.5"      },
-        {"0\n34359738368\n",                         Tool_eUnit_Samples,  Tool_eUnit_Samples,
-         "stdin: line 2: \"34359738368\" lies past the time line, expected sample -34359738367 to "
-         "34359738367"                                                                                      },
-        {"-34359738368\n",                           Tool_eUnit_Samples,  Tool_eUnit_Samples,
-         "stdin: line 1: \"-34359738368\" lies past the time line, expected sample -34359738367 to "
-         "34359738367"                                                                                      },
-        {"-1\n",                                     Tool_eUnit_Samples,  Tool_eUnit_Timecode,
-         "stdin: line 1: \"-1\" lies past the time line, expected sample 0 to 34359738367"                  },
-        {"-1\n",                                     Tool_eUnit_Frames,   Tool_eUnit_Ticks,
-         "stdin: line 1: \"-1\" lies past the time line, expected sample 0 to 34359738367"                  },
-        {"9223372036854775807\n",                    Tool_eUnit_Frames,   Tool_eUnit_Ticks,
-         "stdin: line 1: \"9223372036854775807\" lies past the time line, expected sample 0 to 34359738367" },
-        {"9223372036854775807\n",                    Tool_eUnit_Ticks,    Tool_eUnit_Bars,
-         "stdin: line 1: \"9223372036854775807\" lies past the time line, expected sample -34359738367 to "
-         "34359738367"                                                                                      },
-        {"-9223372036854775808\n",                   Tool_eUnit_Ticks,    Tool_eUnit_Bars,
-         "stdin: line 1: \"-9223372036854775808\" lies past the time line, expected sample -34359738367 to "
-         "34359738367"                                                                                      },
-        {"2147483647|2147483647|576460752303423487", Tool_eUnit_Bars,     Tool_eUnit_Ticks,
-         "stdin: line 1: \"2147483647|2147483647|576460752303423487\" lies past the time line, expected "
-         "sample -34359738367 to 34359738367"                                                               },
-        {"999999999999\n",                           Tool_eUnit_Seconds,  Tool_eUnit_Samples,
-         "stdin: line 1: \"999999999999\" lies past the time line, expected sample -34359738367 to "
-         "34359738367"                                                                                      },
-    };
-    for (const Bad& row : bad)
-        EXPECT_EQ(Complaint(row.mInput, row.mFrom, {row.mTo}), row.mComplaint);
+    // clang-format on
+    for (const auto& row : cRows) {
+        const bool isPast = row.mExpected == fromZero || row.mExpected == anywhere;
+        const std::string notOne = "is not a position in " + std::string(Tool_UnitName(row.mFrom));
+        const std::string start = "stdin: line " + std::to_string(row.mLine) + ": \"" + row.mShown + "\" ";
+        EXPECT_EQ(Complaint(row.mInput, row.mFrom, {row.mTo}),
+                  start + (isPast ? "lies past the time line" : notOne) + ", " + row.mExpected);
+    }
     EXPECT_EQ(Convert("34359738367\n", Tool_eUnit_Samples, {Tool_eUnit_Samples}), "34359738367\n");
 }

@@ -19,20 +19,11 @@ struct PlainMeter
     Cmn_Int64 BarLength() const { return mNumerator * 3840000 / mDenominator; }
 };
 
-struct PlainPosition
-{
-    Cmn_Int64 mBar, mBeat, mTick;
-};
-
 // A song as lists by tick, with the answers that the report must give.
 struct PlainSong
 {
-    std::map<Cmn_Int64, Cmn_Int64> mTempos{
-        {cStart, 500000}
-    }; // microseconds to a quarter
-    std::map<Cmn_Int64, PlainMeter> mMeters{
-        {cStart, {4, 4}}
-    };
+    std::map<Cmn_Int64, Cmn_Int64> mTempos; // microseconds to a quarter
+    std::map<Cmn_Int64, PlainMeter> mMeters;
     std::map<Cmn_Int64, std::pair<int, int>> mKeys; // sharps, mode
     Cmn_Int64 mEnd = cStart;
 
@@ -52,7 +43,7 @@ struct PlainSong
     }
 
     // Walks from bar 1, one bar at a time; a change inside a bar ends it.
-    PlainPosition PositionOf(Cmn_Int64 iTick) const
+    JsonValue PositionOf(Cmn_Int64 iTick) const
     {
         Cmn_Int64 bar = 1;
         Cmn_Int64 barStart = cStart;
@@ -64,7 +55,11 @@ struct PlainSong
             if (iTick < next) {
                 const Cmn_Int64 beatLength = 3840000 / meter.mDenominator;
                 const Cmn_Int64 into = iTick - barStart;
-                return {bar, into / beatLength + 1, into % beatLength};
+                JsonValue position;
+                position["bar"] = bar;
+                position["beat"] = into / beatLength + 1;
+                position["tick"] = into % beatLength;
+                return position;
             }
             barStart = next;
             ++bar;
@@ -93,6 +88,8 @@ RandomSong MakeSong(std::mt19937& ioRandom)
     const int divisions[] = {1, 24, 96, 333, 480, 960, 12345, 32767};
     const int division = divisions[upTo(7)];
     RandomSong song;
+    song.mPlain.mTempos[cStart] = 500000;
+    song.mPlain.mMeters[cStart] = {4, 4};
     std::vector<std::string> tracks;
     for (int track = upTo(2); track >= 0; --track) {
         std::string body;
@@ -128,32 +125,16 @@ RandomSong MakeSong(std::mt19937& ioRandom)
     return song;
 }
 
-class SongTest : public ToolFixture
-{
-protected:
-    static void ExpectPosition(const JsonValue& iPosition, const PlainSong& iPlain, Cmn_Int64 iTick)
-    {
-        const PlainPosition plain = iPlain.PositionOf(iTick);
-        EXPECT_EQ(iPosition.dump(),
-                  JsonValue({
-                                {"bar",  plain.mBar },
-                                {"beat", plain.mBeat},
-                                {"tick", plain.mTick}
-        })
-                      .dump());
-    }
-    static void ExpectSample(const JsonValue& iSample, const PlainSong& iPlain, Cmn_Int64 iTick,
-                             Cmn_Int64 iRate)
-    {
-        bool isDoubtful = false;
-        const Cmn_Int64 plain = iPlain.SampleOf(iTick, iRate, isDoubtful);
-        EXPECT_LE(std::abs(iSample.get<Cmn_Int64>() - plain), isDoubtful ? 1 : 0)
-            << iSample << " for " << plain;
-    }
-    static void Compare(const JsonValue& iJson, const PlainSong& iPlain, Cmn_Int64 iRate);
-};
+using SongTest = ToolFixture;
 
-void SongTest::Compare(const JsonValue& iJson, const PlainSong& iPlain, Cmn_Int64 iRate)
+void ExpectSample(const JsonValue& iSample, const PlainSong& iPlain, Cmn_Int64 iTick, Cmn_Int64 iRate)
+{
+    bool isDoubtful = false;
+    const Cmn_Int64 plain = iPlain.SampleOf(iTick, iRate, isDoubtful);
+    EXPECT_LE(std::abs(iSample.get<Cmn_Int64>() - plain), isDoubtful ? 1 : 0) << iSample << " for " << plain;
+}
+
+void Compare(const JsonValue& iJson, const PlainSong& iPlain, Cmn_Int64 iRate)
 {
     ASSERT_EQ(iJson["tempo"].size(), iPlain.mTempos.size());
     auto row = iJson["tempo"].begin();
@@ -162,7 +143,7 @@ void SongTest::Compare(const JsonValue& iJson, const PlainSong& iPlain, Cmn_Int6
         EXPECT_EQ((*row)["bpm"].get<double>(), 60000000.0 / static_cast<double>(micros));
         EXPECT_EQ((*row)["ticksPerBeat"], 960000);
         ExpectSample((*row)["sample"], iPlain, tick, iRate);
-        ExpectPosition((*row)["position"], iPlain, tick);
+        EXPECT_EQ((*row)["position"], iPlain.PositionOf(tick));
         ++row;
     }
     ASSERT_EQ(iJson["meter"].size(), iPlain.mMeters.size());
@@ -171,7 +152,7 @@ void SongTest::Compare(const JsonValue& iJson, const PlainSong& iPlain, Cmn_Int6
         EXPECT_EQ((*row)["tick"], tick);
         EXPECT_EQ((*row)["numerator"], meter.mNumerator);
         EXPECT_EQ((*row)["denominator"], meter.mDenominator);
-        EXPECT_EQ((*row)["bar"], iPlain.PositionOf(tick).mBar);
+        EXPECT_EQ((*row)["bar"], iPlain.PositionOf(tick)["bar"]);
         EXPECT_EQ((*row)["offBarline"], tick != cStart && iPlain.IsOffBarline(tick));
         ExpectSample((*row)["sample"], iPlain, tick, iRate);
         ++row;
@@ -182,12 +163,12 @@ void SongTest::Compare(const JsonValue& iJson, const PlainSong& iPlain, Cmn_Int6
         EXPECT_EQ((*row)["tick"], tick);
         EXPECT_EQ((*row)["sharps"], key.first);
         EXPECT_EQ((*row)["minor"], key.second == 1);
-        ExpectPosition((*row)["position"], iPlain, tick);
+        EXPECT_EQ((*row)["position"], iPlain.PositionOf(tick));
         ++row;
     }
     EXPECT_EQ(iJson["end"]["tick"], iPlain.mEnd);
     ExpectSample(iJson["end"]["sample"], iPlain, iPlain.mEnd, iRate);
-    ExpectPosition(iJson["end"]["position"], iPlain, iPlain.mEnd);
+    EXPECT_EQ(iJson["end"]["position"], iPlain.PositionOf(iPlain.mEnd));
     EXPECT_EQ(iJson["end"]["seconds"].get<double>(),
               iJson["end"]["sample"].get<double>() / static_cast<double>(iRate));
 }
@@ -224,9 +205,9 @@ TEST_F(SongTest, MidiTicksRoundHalfUpAndNeverWrap)
 
 TEST_F(SongTest, ALastEventPastTheTimeLineIsRefused)
 {
-    const auto complaint = [](const std::string& iBytes) -> std::string {
+    const auto complaint = [](const std::string& iTrack) -> std::string {
         try {
-            Json(iBytes);
+            Json(File(1, {iTrack}));
             return "(taken)";
         } catch (const Tool_InputError& error) {
             return error.what();
@@ -239,17 +220,15 @@ TEST_F(SongTest, ALastEventPastTheTimeLineIsRefused)
             track += Text(0x0FFFFFFF, "");
         return track;
     };
-    EXPECT_EQ(complaint(File(1, {Text(1558230, "")})), "(taken)"); // at 120 bpm, 22050 samples to a quarter
-    EXPECT_EQ(complaint(File(1, {Text(1558230, "") + Text(0x0FFFFF, "")})).substr(0, 63),
-              "x.mid: byte 35: the song's last event at sample 57480050250, ex");
-    EXPECT_EQ(complaint(File(1, {Tempo(0, 1) + quarters(2300)})),
-              "x.mid: byte 16130: the song's last event at MIDI tick 617401546500, expected none past the "
-              "time line's "
-              "last tick 576460752303423487");
-    EXPECT_EQ(complaint(File(1, {Tempo(0, 1) + Meter(0, 1, 11) + quarters(64)})),
-              "x.mid: byte 486: the song's last event at MIDI tick 17179869120, expected none past the last "
-              "bar number "
-              "2147483647");
+    const std::string last = "the song's last event at ", past = ", expected none past the ";
+    EXPECT_EQ(complaint(Text(1558230, "")), "(taken)"); // at 120 bpm, 22050 samples to a quarter
+    EXPECT_EQ(complaint(Text(1558230, "") + Text(0x0FFFFF, "")).substr(0, 63),
+              "x.mid: byte 35: " + last + "sample 57480050250, ex");
+    EXPECT_EQ(complaint(Tempo(0, 1) + quarters(2300)), "x.mid: byte 16130: " + last +
+                                                           "MIDI tick 617401546500" + past +
+                                                           "time line's last tick 576460752303423487");
+    EXPECT_EQ(complaint(Tempo(0, 1) + Meter(0, 1, 11) + quarters(64)),
+              "x.mid: byte 486: " + last + "MIDI tick 17179869120" + past + "last bar number 2147483647");
 }
 
 TEST_F(SongTest, AnEventAtTheStartTakesTheDefaultsPlaceAndTheLastInTheFileWins)
