@@ -11,6 +11,9 @@ namespace {
 
 using Reports = std::vector<std::string>;
 
+std::string InBasicMap(const std::string& iText) { return iText + "@$^$@Time/Time_BasicTempoMap"; }
+std::string InTempoMap(const std::string& iText) { return iText + "@$^$@Time/Time_TempoMap"; }
+
 Time_BasicTempoMapSegment Tempo(Cmn_Int64 iTick, double iSample, double iBpm, Cmn_Int64 iBeat = cQuarter)
 {
     Time_BasicTempoMapSegment segment;
@@ -26,34 +29,21 @@ Time_BasicTempoMap BasicMap(std::initializer_list<Time_BasicTempoMapSegment> iSe
     return map;
 }
 
+constexpr SegmentRow cEverything = {5, 77, 480000, true, true, false, true, 9};
+
 } // namespace
 
 TEST(BasicTempoMapSegment, HalvesGoToTheLaterSample)
 {
     const Time_BasicTempoMapSegment segment = Tempo(cQuarter, 0, 120); // 40 ticks a sample
     EXPECT_EQ(segment.GetSamplesPerTick(), 0.025);
-    struct Row
-    {
-        Cmn_Int64 ticksAfterStart, sample;
-    };
-    for (const Row row : {
-             Row{0,   0 },
-             {19,  0 },
-             {20,  1 },
-             {59,  1 },
-             {60,  2 },
-             {-20, 0 },
-             {-21, -1},
-             {-60, -1},
-             {-61, -2}
-    })
-        EXPECT_EQ(segment.TickToSample(Time_Tick(cQuarter + row.ticksAfterStart), false),
-                  Time_Sample(row.sample))
-            << row.ticksAfterStart;
+    for (Cmn_Int64 ticks = -100; ticks <= 100; ++ticks)
+        EXPECT_EQ(segment.TickToSample(Time_Tick(cQuarter + ticks), false).AsInt64(),
+                  Cmn_FloorDiv(ticks + 20, Cmn_Int64{40}));
     const Time_Sample last(34359738367);
-    EXPECT_EQ(segment.TickToSample(Time_Tick(cQuarter + 40 * last.AsInt64() + 40), true), last);
-    EXPECT_EQ(segment.TickToSample(Time_Tick(cQuarter + 40 * last.AsInt64() + 40), false).AsInt64(),
-              34359738368);
+    const Time_Tick after(cQuarter + 40 * last.AsInt64() + 40);
+    EXPECT_EQ(segment.TickToSample(after, true), last);
+    EXPECT_EQ(segment.TickToSample(after, false).AsInt64(), last.AsInt64() + 1);
     EXPECT_EQ(segment.TickToFirstSample(Time_Tick(40 * last.AsInt64() * 2)), last);
     EXPECT_EQ(segment.TickToSample(Time_Tick(-40), true), Time_Sample(-24001)) << "no limit below";
 }
@@ -98,10 +88,8 @@ TEST(BasicTempoMapSegment, DefinitionsFromBothEndsAgree)
     back.SetBackTempo(Time_Tick(0), Time_Tick(1), 5, 0, 90, Time_TickLength(cQuarter));
     points.SetEndSample(Time_Tick(7), Time_Tick(7), 3, 3);
     EXPECT_EQ(back.GetFractionalStartSample(), 5);
-    EXPECT_EQ(asserts.Take(),
-              Reports({"iSampleRate != 0@$^$@Time/Time_BasicTempoMap",
-                       "iEndTick > iStartTick@$^$@Time/Time_BasicTempoMap",
-                       "iFractionalEndSample > iFractionalStartSample@$^$@Time/Time_BasicTempoMap"}));
+    EXPECT_EQ(asserts.Take(), Reports({InBasicMap("iSampleRate != 0"), InBasicMap("iEndTick > iStartTick"),
+                                       InBasicMap("iFractionalEndSample > iFractionalStartSample")}));
 }
 
 // 48000 × 60 × ticks / (beat × bpm) samples, exactly, against what doubles make of it over a day.
@@ -134,10 +122,11 @@ TEST(BasicTempoMap, SamplesComeBackFromTheirTicks)
         map.BeginEdit();
         map.AddSegment(SegmentRow{.bpm = 120, .locked = true}.Make());
         const double slowest = map.GetSampleRate() * 60 / 0.9999 / cQuarter; // a tick is 0.9999 samples
-        for (Cmn_Int64 tick = cStart; tick < cStart + 100 * cQuarter;)
-            map.AddSegment(SegmentRow{.tick = tick += 1 + static_cast<Cmn_Int64>(random() % (4 * cQuarter)),
-                                      .bpm = slowest * (1 + static_cast<double>(random() % 100000) / 1000)}
-                               .Make());
+        for (Cmn_Int64 tick = cStart; tick < cStart + 100 * cQuarter;) {
+            const double bpm = slowest * (1 + static_cast<double>(random() % 100000) / 1000);
+            map.AddSegment(
+                SegmentRow{tick += 1 + static_cast<Cmn_Int64>(random() % (4 * cQuarter)), bpm}.Make());
+        }
         map.EndEdit();
         for (int i = 0; i < 10000; ++i) {
             const Time_Sample sample(
@@ -162,42 +151,41 @@ TEST(BasicTempoMap, SegmentsAreInsertedByTickAndValidated)
                                       "@$^$@Time/Time_BasicTempoMap"});
     EXPECT_FALSE(BasicMap({Tempo(5, 0, 120), Tempo(5, 1, 120)}).Validate());
     EXPECT_FALSE(BasicMap({Tempo(5, 0, 120), Tempo(6, 0, 120)}).Validate());
-    EXPECT_EQ(
-        asserts.Take(),
-        Reports(
-            {"iter->mStartTick > prevIter->mStartTick@$^$@Time/Time_BasicTempoMap",
-             "iter->mFractionalStartSample > prevIter->mFractionalStartSample@$^$@Time/Time_BasicTempoMap"}));
+    EXPECT_EQ(asserts.Take(),
+              Reports({InBasicMap("iter->mStartTick > prevIter->mStartTick"),
+                       InBasicMap("iter->mFractionalStartSample > prevIter->mFractionalStartSample")}));
     EXPECT_TRUE(BasicMap({Tempo(0, 0, 120), Tempo(21, 1, 60)}).Validate()) << "joined at the whole sample";
     EXPECT_EQ(Time_BasicTempoMap(48000).TickToSample(Time_Tick(5), true), Time_Sample(0));
 }
 
 TEST(ConstantTempoSeg, UnspecifiedTempiAreBorrowedNeverStored)
 {
-    struct Row
+    const SegmentRow next{.bpm = 60}, unspecifiedNext{.bpm = 60, .unspecified = true};
+    const struct
     {
         const char* what;
         bool locked, hasPrevious;
         const SegmentRow* next;
         double samplesPerTick; // 0: generates nothing
+    } cRows[] = {
+        {"free: the tempo before goes on",      false, false, &next,            0    },
+        {"locked, but something lies before",   true,  true,  &next,            0    },
+        {"locked at the start: the next one's", true,  false, &next,            0.05 },
+        {"the next one has none either",        true,  false, &unspecifiedNext, 0.025},
+        {"the only one",                        true,  false, nullptr,          0.025},
     };
-    const SegmentRow next{.bpm = 60}, unspecifiedNext{.bpm = 60, .unspecified = true};
-    for (const Row& row : {
-             Row{"free: the tempo before goes on",      false, false, &next,            0    },
-             Row{"locked, but something lies before",   true,  true,  &next,            0    },
-             Row{"locked at the start: the next one's", true,  false, &next,            0.05 },
-             Row{"the next one has none either",        true,  false, &unspecifiedNext, 0.025},
-             Row{"the only one",                        true,  false, nullptr,          0.025}
-    })
-    {
+    for (const auto& row : cRows) {
         Time_BasicTempoMap map(48000);
         Time_ConstantTempoSeg segment(Time_Tick(0), 300);
         segment.SetTempoIsUnspecified();
         if (row.locked) segment.LockToSample(Time_Sample(77));
         const auto previous = SegmentRow{}.Make(), following = row.next ? row.next->Make() : nullptr;
         segment.GenerateForward(map, row.hasPrevious ? previous.get() : nullptr, following.get());
-        const Lines expected = row.samplesPerTick == 0
-                                   ? Lines{}
-                                   : Lines{{0, 77, row.samplesPerTick, 1 / row.samplesPerTick}};
+        Lines expected;
+        if (row.samplesPerTick != 0)
+            expected = {
+                {0, 77, row.samplesPerTick, 1 / row.samplesPerTick}
+            };
         EXPECT_EQ(LinesOf(map), expected) << row.what;
         EXPECT_EQ(segment.GetBeatsPerMinute(), 300) << row.what;
     }
@@ -214,24 +202,15 @@ TEST(ConstantTempoSeg, BrokenPreconditionsAreReported)
     auto& constant = dynamic_cast<Time_ConstantTempoSeg&>(*computed);
     EXPECT_FALSE(constant.CanSetTempo());
     constant.SetTempo(90, Time_TickLength(0));
-    const char* const source = "@$^$@Time/Time_TempoMap";
-    EXPECT_EQ(asserts.Take(), Reports({std::string("!this->IsComputed()") + source,
-                                       std::string("this->IsComputed()") + source,
-                                       std::string("this->CanSetTempo()") + source,
-                                       std::string("iTicksPerBeat != Time_TickLength(0)") + source}));
+    EXPECT_EQ(asserts.Take(), Reports({InTempoMap("!this->IsComputed()"), InTempoMap("this->IsComputed()"),
+                                       InTempoMap("this->CanSetTempo()"),
+                                       InTempoMap("iTicksPerBeat != Time_TickLength(0)")}));
     EXPECT_EQ(map.GetNumberOfSegments(), 2u) << "both go on";
 }
 
 TEST(ConstantTempoSeg, SplittingKeepsTheTempoAndDropsTheFlags)
 {
-    const auto segment = SegmentRow{.tick = 5,
-                                    .bpm = 77,
-                                    .beat = 480000,
-                                    .locked = true,
-                                    .computed = true,
-                                    .songStart = true,
-                                    .sample = 9}
-                             .Make();
+    const auto segment = cEverything.Make();
     std::unique_ptr<Time_TempoMapSegment> first, second;
     segment->Split(first, second, Time_Tick(100));
     EXPECT_EQ(first->Dump(), "tick 5, locked to sample 9, song start: 77 bpm per 480000 ticks");
@@ -240,14 +219,9 @@ TEST(ConstantTempoSeg, SplittingKeepsTheTempoAndDropsTheFlags)
 
 TEST(ConstantTempoSeg, StreamsBothLayouts)
 {
-    const auto segment = SegmentRow{.tick = -5,
-                                    .bpm = 99.5,
-                                    .locked = true,
-                                    .computed = true,
-                                    .unspecified = true,
-                                    .songStart = true,
-                                    .sample = 9}
-                             .Make();
+    SegmentRow row = cEverything;
+    row.unspecified = true;
+    const auto segment = row.Make();
     Sys_MemOutStream bytes;
     Sys_TypedOutStream out(bytes);
     segment->StreamOut(out);
@@ -262,10 +236,9 @@ TEST(ConstantTempoSeg, StreamsBothLayouts)
     const Time_ConstantTempoSeg read(in);
     EXPECT_EQ(read.Dump(), segment->Dump());
     EXPECT_EQ(read.GetAsXML().ToString(), segment->GetAsXML().ToString());
-    EXPECT_EQ(read.GetBeatsPerMinute(), 99.5);
+    EXPECT_EQ(read.GetBeatsPerMinute(), 77);
     const Time_ConstantTempoSeg older(in, Time_ConstantTempoSeg::ReadPrevSeg);
     EXPECT_EQ(older.Dump(), "tick 77: 88 bpm per 480000 ticks");
     EXPECT_EQ(in.GetBytesLeft(), 0);
-    const Cmn_XMLNode* const constant = read.GetAsXML().FindChild("ConstantTempoMapSegment");
-    EXPECT_NE(constant, nullptr);
+    EXPECT_NE(read.GetAsXML().FindChild("ConstantTempoMapSegment"), nullptr);
 }
