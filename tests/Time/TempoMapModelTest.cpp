@@ -6,21 +6,13 @@
 #include "Support/AssertRecorder.h"
 #include "TempoMapTools.h"
 
+#include "Support/StreamBytes.h"
+
 #include <gtest/gtest.h>
 
 #include <cmath>
 
 namespace {
-
-using Bytes = std::vector<Cmn_UInt8>;
-
-Bytes BytesOf(const Time_TempoMap& iMap)
-{
-    Sys_MemOutStream bytes;
-    Sys_TypedOutStream stream(bytes);
-    iMap.StreamOut(stream);
-    return bytes.TakeBytes();
-}
 
 // Tempi that a document holds: a locked song start; locked segments further on, most of them computed or with computed
 // ones before; free ones between. Wild rows may be anything anywhere.
@@ -143,14 +135,14 @@ TEST(TempoMapModel, UndoAndRedoBringBackEveryByteAndBit)
         SCOPED_TRACE(seed);
         Script script(seed, seed % 3 == 0);
         std::vector<std::unique_ptr<Ndo_Operation>> operations;
-        std::vector<Bytes> snapshots{BytesOf(script.mMap)};
+        std::vector<Bytes> snapshots{Streamed(script.mMap)};
         const double rate = script.mMap.GetSampleRate();
         for (int edit = 0; edit < 20; ++edit) {
             Ndo_StOperationRecorder recorder;
             script.Edit();
             script.mMap.SetSampleRate(rate); // no part of undo
             operations.emplace_back(recorder.OperationComplete());
-            snapshots.push_back(BytesOf(script.mMap));
+            snapshots.push_back(Streamed(script.mMap));
         }
         // Backwards by undo, then forwards by what undoing recorded.
         std::vector<std::unique_ptr<Ndo_Operation>> redo;
@@ -158,11 +150,11 @@ TEST(TempoMapModel, UndoAndRedoBringBackEveryByteAndBit)
             Ndo_StOperationRecorder recorder;
             operations[i]->Restore();
             redo.emplace_back(recorder.OperationComplete());
-            ASSERT_EQ(BytesOf(script.mMap), snapshots[i]);
+            ASSERT_EQ(Streamed(script.mMap), snapshots[i]);
         }
         for (std::size_t i = 0; i < operations.size(); ++i) {
             redo[operations.size() - 1 - i]->Restore();
-            ASSERT_EQ(BytesOf(script.mMap), snapshots[i + 1]);
+            ASSERT_EQ(Streamed(script.mMap), snapshots[i + 1]);
         }
         Time_TempoMap copy(script.mMap);
         EXPECT_EQ(LinesOf(copy.GetBasicTempoMap()), LinesOf(script.mMap.GetBasicTempoMap()));
