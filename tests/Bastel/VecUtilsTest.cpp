@@ -8,7 +8,9 @@
 #include <gtest/gtest.h>
 
 #include <bit>
+#include <cmath>
 #include <ctime>
+#include <optional>
 #include <random>
 
 // Every length up to a few vector registers, so that each loop's body, tail and nothing at all are run.
@@ -45,8 +47,7 @@ TEST(VecUtils, EachElementIsWhatTheScalarFunctionGives)
             EXPECT_EQ(floored[i], Cmn_FloorToInt64(doubles[i])) << doubles[i];
             EXPECT_EQ(rounded[i], Cmn_RoundHalfUp(doubles[i])) << doubles[i];
             const double expected = doubles[i] * (1.0 / 3) + 0.1;
-            EXPECT_TRUE(scaled[i] == expected || (scaled[i] != scaled[i] && expected != expected))
-                << doubles[i];
+            EXPECT_TRUE(scaled[i] == expected || (std::isnan(scaled[i]) && std::isnan(expected)));
             EXPECT_EQ(bytes[i], 0xA5);
         }
     }
@@ -73,18 +74,13 @@ TEST(Clock, AnotherSourceStandsInForAScope)
 {
     constexpr Sys_Clock::Source cFixed = {[] { return Cmn_Int64{170}; }, [] { return Cmn_Int64{5}; }};
     constexpr Sys_Clock::Source cOther = {[] { return Cmn_Int64{-1}; }, [] { return Cmn_Int64{6}; }};
-    const auto expectTimes = [](Cmn_Int64 iMicroseconds, Cmn_Int64 iMonotonic) {
-        EXPECT_EQ(Sys_Clock::GetMicroseconds(), iMicroseconds);
-        EXPECT_EQ(Sys_Clock::GetMonotonicMicroseconds(), iMonotonic);
-    };
-    {
-        const Sys_Clock::StSource fixed(cFixed);
-        {
-            const Sys_Clock::StSource other(cOther);
-            expectTimes(-1, 6);
-        }
-        expectTimes(170, 5);
-    }
+    std::optional<Sys_Clock::StSource> fixed(std::in_place, cFixed), other(std::in_place, cOther);
+    EXPECT_EQ(Sys_Clock::GetMicroseconds(), -1);
+    EXPECT_EQ(Sys_Clock::GetMonotonicMicroseconds(), 6);
+    other.reset();
+    EXPECT_EQ(Sys_Clock::GetMicroseconds(), 170);
+    EXPECT_EQ(Sys_Clock::GetMonotonicMicroseconds(), 5);
+    fixed.reset();
     const auto seconds = static_cast<Cmn_Int64>(std::time(nullptr));
     const Cmn_Int64 now = Sys_Clock::GetMicroseconds() / 1000000;
     EXPECT_LE(std::abs(now - seconds), 2) << "microseconds since 1970";
