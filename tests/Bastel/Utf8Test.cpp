@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <map>
+
 namespace {
 
 constexpr bool IsCharacter(char32_t iValue) { return iValue <= 0x10FFFF && iValue >> 11 != 0x1B; }
@@ -45,6 +47,30 @@ TEST(Utf8, EveryCharacterIsWrittenAndReadBack)
         }
     }
     EXPECT_EQ(Encode(U'\u00e9') + Encode(U'\u266d') + Encode(U'\U0001d11e'), "é♭𝄞");
+}
+
+// What Cmn_TakeUtf8 accepts is what Cmn_AppendUtf8 writes: every first byte of up to three with edges of each range.
+TEST(Utf8, NothingElseIsRead)
+{
+    std::map<std::string, char32_t> known;
+    for (char32_t c = 0; c < 0x10000; ++c)
+        if (IsCharacter(c)) known[Encode(c)] = c;
+    constexpr unsigned char cEdges[] = {0x00, 0x41, 0x7F, 0x80, 0x8F, 0x90, 0x9F, 0xA0, 0xBF, 0xC0, 0xFF};
+    for (int first = 0; first < 0xF0; ++first)
+        for (const unsigned char second : cEdges)
+            for (const unsigned char third : cEdges) {
+                const std::string bytes = {static_cast<char>(first), static_cast<char>(second),
+                                           static_cast<char>(third)};
+                std::string_view rest = bytes;
+                const char32_t taken = Cmn_TakeUtf8(rest);
+                char32_t expected = cCmn_ReplacementCharacter;
+                for (std::size_t length = 1; length <= 3; ++length)
+                    if (const auto at = known.find(bytes.substr(0, length)); at != known.end()) {
+                        expected = at->second;
+                        ASSERT_EQ(rest, bytes.substr(length));
+                    }
+                ASSERT_EQ(taken, expected) << testing::PrintToString(bytes);
+            }
 }
 
 TEST(Utf8, IllFormedBytesAreReplacedWithoutSwallowingTheNextCharacter)
