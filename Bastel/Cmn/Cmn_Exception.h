@@ -21,6 +21,9 @@ enum Cmn_EMessage : Cmn_Int32 {
     Cmn_eMessage_NotAnInteger = 2007,
     Cmn_eMessage_IntegerOutOfRange = 2008,
     Cmn_eMessage_OSError = 2009,
+    Cmn_eMessage_NoTOC = 2010,
+    Cmn_eMessage_InvalidContext = 2011,
+    Cmn_eMessage_FailQuietly = 2012,
 };
 
 class KORA_API Cmn_Exception : public std::runtime_error

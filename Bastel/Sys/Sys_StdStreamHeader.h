@@ -12,8 +12,11 @@
 //   21 + n   4     sum of the header (0 without sums)
 //   25 + n         the body; streams nest inside it
 //
-// The block from the flags on is written again when the size is known. Streams in memory carry no sums.
-// A reader takes only what a writer has finished: complete, no other flags, sums of 0 where there are none.
+// The block from the flags on is written again when the size is known. Sums are CRC-32C (Sys_Crc32C.h) of the bytes
+// as they are stored, unmasked; the header's is over all that stands before it. Streams in memory carry none.
+// A reader takes only what a writer has finished: complete, no other flags, sums of 0 where there are none. Where
+// there are sums both are checked before a value can be read: the body of an outermost stream, or of one that was
+// jumped to, in one pass; what is nested inside lies within the verified stretch and needs none of its own.
 // Ownership: the typed stream stays the caller's and must outlive the writer or reader. Threads: none inside.
 #pragma once
 
@@ -31,8 +34,9 @@ public:
         : Sys_StdStreamHeaderWriter(iStream, iName, iVersion, std::uncaught_exceptions())
     {
     }
-    // Patches the size unless that was done. It lets no exception out, and leaves the header incomplete when the
-    // write fails or when an exception is what ends the body: no reader takes half an object.
+    // Patches the size unless that was done. It lets no exception out. When an exception is what ends the body, the
+    // stream takes back what was written or, in memory, the header stays incomplete: no reader takes half an object.
+    // When the write fails, the stream remembers it.
     ~Sys_StdStreamHeaderWriter() { Finish(std::uncaught_exceptions()); }
     Sys_StdStreamHeaderWriter(const Sys_StdStreamHeaderWriter&) = delete;
     Sys_StdStreamHeaderWriter& operator=(const Sys_StdStreamHeaderWriter&) = delete;
@@ -42,8 +46,12 @@ public:
     KORA_API void PatchSize();
     // Where the header starts, in bytes.
     Cmn_Int64 GetStart() const { return mStart; }
+    // True once the header is complete on the stream.
+    bool IsComplete() const { return mState == eState_Complete; }
 
 private:
+    enum EState { eState_Open, eState_Complete, eState_Abandoned };
+
     // Programs on Windows and the library each count their own exceptions in flight, so both counts are kept.
     KORA_API Sys_StdStreamHeaderWriter(Sys_TypedOutStream& iStream, std::string_view iName,
                                        Cmn_Int16 iVersion, int iCallersExceptions);
@@ -52,37 +60,61 @@ private:
     Sys_TypedOutStream& mStream;
     Cmn_Int64 mStart;
     Cmn_Int64 mBlock = 0; // where the flags stand
-    bool mPatched = false;
+    EState mState = eState_Open;
+    std::string mName;
+    Cmn_Int16 mVersion;
+    Cmn_UInt32 mListIndex;
     int mCallersExceptions; // when the body was opened
     int mOwnExceptions;
+};
+
+// What a header says, for those who walk through headers without reading the bodies.
+struct Sys_StdStreamHeaderInfo
+{
+    std::string name;
+    Cmn_Int16 version = 0;
+    Cmn_UInt32 listIndex = 0; // 1 for the first item of the enclosing list, 0 outside
+    bool isList = false;
+    bool hasSums = false;
+    bool isComplete = false;
+    Cmn_UInt32 bodySum = 0;
+    Cmn_Int64 start =
+        0; // the header is [start, body), what it frames [body, end); end is body when incomplete
+    Cmn_Int64 body = 0;
+    Cmn_Int64 end = 0;
 };
 
 class KORA_API Sys_StdStreamHeaderReader
 {
 public:
     // Reads the header at the position. Throws Sys_StreamReadException for anything but a complete header of
-    // that name whose body lies within the stream.
+    // that name whose body lies within the stream, with the header's offset, and for a body that its sum does not fit,
+    // with the body's.
     Sys_StdStreamHeaderReader(Sys_TypedInStream& iStream, std::string_view iName);
     Sys_StdStreamHeaderReader(const Sys_StdStreamHeaderReader&) = delete;
     Sys_StdStreamHeaderReader& operator=(const Sys_StdStreamHeaderReader&) = delete;
 
-    Cmn_Int16 GetVersion() const { return mVersion; }
+    Cmn_Int16 GetVersion() const { return mInfo.version; }
+    const Sys_StdStreamHeaderInfo& GetInfo() const { return mInfo; }
     // Throws Cmn_DocumentTooOldException below iMin, Cmn_DocumentTooNewException above iMax.
     void CheckVersion(Cmn_Int16 iMin, Cmn_Int16 iMax) const;
     // Whether the body has bytes that were not read, and how many: the bound for counts that it holds. Negative
     // after reading past its end, which the stream does not prevent.
     bool IsMoreLeft() const { return GetBytesLeft() > 0; }
-    Cmn_Int64 GetBytesLeft() const { return mEnd - mStream.GetPosition(); }
+    Cmn_Int64 GetBytesLeft() const { return mInfo.end - mStream.GetPosition(); }
     // Places the stream behind the body, whatever has been read of it; how readers pass over what a later version
     // appended.
     void SkipTheRest();
 
     // Name of the header at the position, which stays; empty when there is none.
     static std::string PeekName(Sys_TypedInStream& iStream);
+    // The header at the position, which stays, with its own sum checked and its body not read. False for anything but
+    // a header with known flags, a right sum where it has sums (and it must on a stream that HasSums), and a body
+    // within the stream; one that was never completed is true, with isComplete false. A header whose sum would be
+    // right only if it were complete is false.
+    static bool Peek(Sys_TypedInStream& iStream, Sys_StdStreamHeaderInfo& oInfo);
 
 private:
     Sys_TypedInStream& mStream;
-    Cmn_Int64 mStart = 0;
-    Cmn_Int64 mEnd = 0;
-    Cmn_Int16 mVersion = 0;
+    Sys_StdStreamHeaderInfo mInfo;
 };

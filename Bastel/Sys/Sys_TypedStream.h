@@ -1,7 +1,7 @@
 // Sys_TypedInStream, Sys_TypedOutStream: values of fixed width over a byte stream.
 //
 // Layout: little-endian, or big-endian throughout when the swap mode is on; bool one byte (0 or 1); float64 as
-// its IEEE bits; a string is a 32-bit byte count and its UTF-8 bytes.
+// its IEEE bits; a string is a 32-bit byte count and its UTF-8 bytes, whatever encoding the caller's strings have.
 // Throws: Sys_StreamReadException with the offset where the bytes end early, or where a bool is neither 0 nor 1;
 // Sys_StreamWriteException where the byte stream takes less than it was given, or a string has 2^32 bytes or more.
 // After an exception the position is undefined but inside the stream. No read allocates more than the stream holds.
@@ -13,10 +13,18 @@
 #include <string>
 #include <string_view>
 
+// The encoding of the strings that a caller gives and gets.
+enum ETextEncoding : Cmn_Int32 {
+    eTextEncoding_Utf8 = 0,
+    // One byte a character, U+0000 to U+00FF. A character that has none is read as "?".
+    eTextEncoding_Latin1 = 1,
+};
+
 class KORA_API Sys_TypedInStream
 {
 public:
-    explicit Sys_TypedInStream(Sys_InStream& iStream, bool iSwap = false);
+    explicit Sys_TypedInStream(Sys_InStream& iStream, bool iSwap = false,
+                               ETextEncoding iEncoding = eTextEncoding_Utf8);
 
     bool ReadBool();
     Cmn_UInt8 ReadUInt8();
@@ -42,12 +50,16 @@ private:
 
     Sys_InStream& mStream;
     bool mSwap;
+    ETextEncoding mEncoding;
 };
 
 class KORA_API Sys_TypedOutStream
 {
 public:
-    explicit Sys_TypedOutStream(Sys_OutStream& iStream, bool iSwap = false);
+    // iRepairText: UTF-8 strings that are ill-formed are written with U+FFFD for what is wrong (Cmn_Utf8.h); without it
+    // they are written as they stand.
+    explicit Sys_TypedOutStream(Sys_OutStream& iStream, bool iSwap = false,
+                                ETextEncoding iEncoding = eTextEncoding_Utf8, bool iRepairText = false);
 
     void WriteBool(bool iValue);
     void WriteUInt8(Cmn_UInt8 iValue);
@@ -71,4 +83,6 @@ private:
 
     Sys_OutStream& mStream;
     bool mSwap;
+    ETextEncoding mEncoding;
+    bool mRepairText;
 };

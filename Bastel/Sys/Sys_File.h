@@ -1,0 +1,53 @@
+// Sys_File: one open file of the system, without a buffer.
+//
+// Read and Write go on from a position of the file's own; ReadAt and WriteAt leave it alone.
+//
+// Units:     bytes from the start of the file.
+// Throws:    Open, SetLength and Sync: Cmn_Exception (Cmn_eMessage_OSError) with the code, the reason and the file.
+//            The transfers return how many bytes went; fewer than asked is the end of the file or a failure, and
+//            GetLastError tells which.
+// Ownership: closes itself. Threads: one at a time.
+#pragma once
+
+#include "Bastel/Sys/Sys_FileLoc.h"
+#include "Bastel/Sys/Sys_FileSystem.h"
+
+class KORA_API Sys_File
+{
+public:
+    explicit Sys_File(Sys_FileLoc iLocation);
+    ~Sys_File();
+    Sys_File(const Sys_File&) = delete;
+    Sys_File& operator=(const Sys_File&) = delete;
+
+    // Opening an open file asserts and leaves it as it is.
+    void Open(Sys_FileSystem::EAccess iAccess);
+    // Nothing where it is closed. A failure to close is kept in GetLastError: what must be on the disk was synced.
+    void Close() noexcept;
+    bool IsOpen() const { return mHandle != Sys_FileSystem::cNoHandle; }
+    const Sys_FileLoc& GetFileLoc() const { return mLocation; }
+
+    std::size_t Read(void* oBytes, std::size_t iCount);
+    std::size_t Write(const void* iBytes, std::size_t iCount);
+    Cmn_Int64 GetPosition() const { return mPosition; }
+    void SetPosition(Cmn_Int64 iPosition); // negative asserts and changes nothing
+
+    std::size_t ReadAt(Cmn_Int64 iPosition, void* oBytes, std::size_t iCount);
+    std::size_t WriteAt(Cmn_Int64 iPosition, const void* iBytes, std::size_t iCount);
+
+    // 0 where it cannot be had.
+    Cmn_Int64 GetLength();
+    void SetLength(Cmn_Int64 iLength);
+    void Sync();
+    // The system's code for the last request of this file, 0 when it went well.
+    Cmn_Int32 GetLastError() const { return mLastError; }
+
+private:
+    void ThrowIf(Cmn_Int32 iError);
+
+    Sys_FileLoc mLocation;
+    Sys_FileSystem* mSystem = nullptr; // the one that opened it
+    Sys_FileSystem::Handle mHandle = Sys_FileSystem::cNoHandle;
+    Cmn_Int64 mPosition = 0;
+    Cmn_Int32 mLastError = 0;
+};

@@ -1,0 +1,56 @@
+// Sys_FileBasedInStream: a file's bytes through a buffer that reads ahead.
+//
+// The first buffer after a jump is small and doubles while reading goes on in sequence, up to the read-ahead: a stream
+// found by key costs one small read, a long one few large ones.
+//
+// Units:     positions are positions in the file; the stream begins at the file's position when it is made.
+// Sums:      HasSums. SumOf of a body that fits the largest buffer leaves it there.
+// Ownership: the file stays the caller's and must outlive the stream. Threads: one at a time.
+#pragma once
+
+#include "Bastel/Sys/Sys_File.h"
+#include "Bastel/Sys/Sys_Stream.h"
+
+class KORA_API Sys_FileBasedInStream : public Sys_InStream
+{
+public:
+    static constexpr std::size_t cDefaultReadAhead = 8192;
+    static constexpr std::size_t cFirstRead = 512;
+
+    explicit Sys_FileBasedInStream(Sys_File& iFile);
+    ~Sys_FileBasedInStream() override;
+    Sys_FileBasedInStream(const Sys_FileBasedInStream&) = delete;
+    Sys_FileBasedInStream& operator=(const Sys_FileBasedInStream&) = delete;
+
+    std::size_t Read(void* oBytes, std::size_t iCount) override;
+    Cmn_Int64 GetPosition() const override { return mPosition; }
+    void SetPosition(Cmn_Int64 iPosition) override;
+    // The file's length when the stream was made or last told to forget.
+    Cmn_Int64 GetLength() const override { return mLength; }
+
+    bool HasSums() const override { return true; }
+    Cmn_UInt32 SumOf(Cmn_Int64 iFrom, Cmn_Int64 iCount) override;
+    void Forget() override;
+
+    // Most bytes that one read takes beyond what was asked for; at least cFirstRead.
+    void SetReadAhead(std::size_t iBytes);
+    std::size_t GetReadAhead() const { return mReadAhead; }
+
+protected:
+    // Called on every buffer after it is read, with the position of its first byte. Does nothing here.
+    virtual void MassageBuffer(void* ioBytes, std::size_t iCount, Cmn_Int64 iPosition);
+    Sys_File& GetFile() { return mFile; }
+    // For constructors of derived classes that read leading bytes themselves: the stream begins where the file stands.
+    void BeginAtFilePosition();
+
+private:
+    bool Fill(std::size_t iWanted);
+
+    Sys_File& mFile;
+    Cmn_Int64 mLength = 0;
+    Cmn_Int64 mPosition = 0;
+    Cmn_Int64 mBufferStart = 0; // the buffer holds [mBufferStart, mBufferStart + mBuffer.size())
+    std::size_t mReadAhead = cDefaultReadAhead;
+    std::size_t mNextRead = cFirstRead;
+    std::vector<Cmn_UInt8> mBuffer;
+};

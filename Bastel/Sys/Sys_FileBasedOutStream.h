@@ -1,0 +1,71 @@
+// Sys_FileBasedOutStream: writes a file through a buffer, with the sums of the headers that are open.
+//
+// The buffer holds plain bytes; a masked copy goes to the file at the moment of writing, so that a buffer that is
+// patched, or written a second time after a failure, is never masked twice. A buffer that could not be written is
+// kept and tried again.
+//
+// Units:     positions are positions in the file; the stream begins at the file's position when it is made.
+// Failures:  Write takes fewer bytes than it was given at the limit, on a full disk, and after RememberFailure until
+//            Flush has thrown.
+// Ownership: the file stays the caller's, is open for writing and must outlive the stream. The destructor writes nothing:
+//            who wants the bytes flushes. Threads: one at a time.
+#pragma once
+
+#include "Bastel/Sys/Sys_File.h"
+#include "Bastel/Sys/Sys_Stream.h"
+
+class KORA_API Sys_FileBasedOutStream : public Sys_OutStream
+{
+public:
+    static constexpr std::size_t cBufferSize = std::size_t{256} << 10;
+    static constexpr Cmn_Int64 cNoLimit = 0x7FFFFFFFFFFFFFFF;
+
+    explicit Sys_FileBasedOutStream(Sys_File& iFile);
+    ~Sys_FileBasedOutStream() override;
+
+    // All or nothing.
+    std::size_t Write(const void* iBytes, std::size_t iCount) override;
+    Cmn_Int64 GetPosition() const override;
+    // Anywhere from the stream's beginning to its end, outside all open headers.
+    void SetPosition(Cmn_Int64 iPosition) override;
+    bool Patch(Cmn_Int64 iPosition, const void* iBytes, std::size_t iCount) override;
+
+    bool HasSums() const override { return true; }
+    void UpdateSums() override;
+    bool PatchHeader(Cmn_Int64 iPosition, const void* iBytes, std::size_t iCount) override;
+    // The position becomes iStart, and so does the end.
+    void TakeBack(Cmn_Int64 iStart) override;
+    void RememberFailure() override { mFailed = true; }
+
+    // Bytes at and past the limit are refused.
+    void SetLimit(Cmn_Int64 iLimit) { mLimit = iLimit; }
+    Cmn_Int64 GetLimit() const { return mLimit; }
+    // One past the last byte that was written, or was there, and has not been taken back.
+    Cmn_Int64 GetEnd() const;
+    // Ends the file at the position, for what is written over an older, longer rest; writes the buffer first.
+    void Truncate();
+
+    // Writes the buffer to the file. Throws Sys_StreamWriteException with the file where that fails, and once after
+    // RememberFailure; the next Flush tries again.
+    void Flush();
+
+protected:
+    // Called on a copy of every buffer before it is written, with the position of its first byte. Does nothing here.
+    virtual void MassageBuffer(void* ioBytes, std::size_t iCount, Cmn_Int64 iPosition);
+    Sys_File& GetFile() { return mFile; }
+    void BeginAtFilePosition();
+
+private:
+    bool Drain();
+    bool WriteMasked(Cmn_Int64 iPosition, const void* iBytes, std::size_t iCount);
+
+    Sys_File& mFile;
+    Cmn_Int64 mBegin = 0;
+    Cmn_Int64 mFileEnd = 0;     // of what is in the file
+    Cmn_Int64 mBufferStart = 0; // the buffer's first byte belongs there; the position is behind its last
+    Cmn_Int64 mSummed = 0;      // what lies before was handed to the sums
+    Cmn_Int64 mLimit = cNoLimit;
+    bool mFailed = false;
+    std::vector<Cmn_UInt8> mBuffer;
+    std::vector<Cmn_UInt8> mMasked;
+};

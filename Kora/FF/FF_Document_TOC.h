@@ -1,0 +1,76 @@
+// FF_Document::TOC: the table of contents: keys in ascending order, each with the values of the streams that share it.
+//
+// Inside it is one flat table: contexts in one array, values in one array of their bytes as they stand on disk, and a
+// hash over the keys. A hundred thousand entries are read in one pass without an allocation of their own; TOCKey and
+// TOCValue objects are made when somebody asks for one.
+//
+// Costs:   finding a key O(1); adding one O(1) amortised; StreamOut sorts, O(n log n) when keys were added out of order.
+// Threads: one at a time.
+#pragma once
+
+#include "Kora/FF/FF_Document_TOCKey.h"
+#include "Kora/FF/FF_Document_TOCValue.h"
+
+#include <functional>
+#include <span>
+
+class FF_TOCTable;
+
+class KORA_API FF_Document::TOC
+{
+public:
+    // An entry's number: stays until a key is added or the table is streamed.
+    using Entry = Cmn_Int32;
+    static constexpr Entry cNone = -1;
+
+    TOC();
+    virtual ~TOC();
+    TOC(const TOC&) = delete;
+    TOC& operator=(const TOC&) = delete;
+
+    void Clear();
+    Cmn_Int32 GetNumKeys() const;
+    Entry Find(const TOCKey& iKey) const;
+    Entry Find(std::span<const Context> iContexts) const;
+    // Entries in ascending order of their keys, from 0 on.
+    TOCKey GetKey(Entry iEntry) const;
+    Cmn_Int32 GetNumValues(Entry iEntry) const;
+    TOCValue GetValue(Entry iEntry, Cmn_Int32 iValue) const;
+    // The same without making an object: false where the value is not in this file or has no piece yet.
+    bool GetFirstOffset(Entry iEntry, Cmn_Int32 iValue, Cmn_UInt32& oOffset) const;
+    // True where iOffset is one of the value's pieces.
+    bool HasOffset(Entry iEntry, Cmn_Int32 iValue, Cmn_UInt32 iOffset) const;
+    // Of the innermost context of the key as it was last registered.
+    bool IsList(Entry iEntry) const;
+    void SetIsList(Entry iEntry, bool iIsList);
+
+    // Finds the key or inserts it without values. A key that was there takes the parent positions of the given
+    // contexts, but for those that are Context::cNoParent.
+    Entry Insert(std::span<const Context> iContexts);
+    // Appends a value with an empty local location.
+    void AddValue(Entry iEntry, std::string_view iDescription);
+    // As FF_Document::TOCValue::AddOffset and Invalidate.
+    void AddOffset(Entry iEntry, Cmn_Int32 iValue, Cmn_UInt32 iOffset);
+    void Invalidate(Entry iEntry, Cmn_Int32 iValue);
+    void SetValue(Entry iEntry, Cmn_Int32 iValue, const TOCValue& iNew);
+    // Drops the pieces at iFrom and beyond, whose bytes were taken back; a value that loses all its pieces is invalidated
+    // or, as the last of its key, removed, and a key without values is removed. Entries change.
+    void ForgetOffsetsFrom(Cmn_UInt32 iFrom);
+
+    // Bytes that StreamOut writes, the stream's header included. O(1).
+    Cmn_Int64 GetStreamSize() const;
+    // The stream: type cTOCStreamType, version 2; count of keys (signed 32), then for each key in ascending order the key,
+    // the count of its values (signed 32), the values.
+    void StreamOut(Sys_TypedOutStream& ioStream) const;
+    // Replaces the content. Throws Sys_StreamReadException, with the offset and the content as it was, for counts and
+    // sizes that the bytes left cannot hold, keys that do not ascend, offsets at or past iEnd, and location chains
+    // without end; Cmn_Exception (Cmn_eMessage_UnexpectedStreamType) for a stream of another type, and the typed
+    // exceptions for versions other than 2.
+    void StreamIn(Sys_TypedInStream& ioStream, Cmn_Int64 iEnd);
+
+    // One line an entry: "4[1]/7  [1034]  description".
+    std::string Dump() const;
+
+private:
+    std::unique_ptr<FF_TOCTable> mTable;
+};
