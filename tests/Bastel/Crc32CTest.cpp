@@ -1,0 +1,106 @@
+#include "Bastel/Sys/Sys_Crc32C.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+#include <string>
+#include <vector>
+
+namespace {
+
+using Bytes = std::vector<Cmn_UInt8>;
+
+// Bit by bit, straight from the definition.
+Cmn_UInt32 SlowSum(Cmn_UInt32 iSumOfA, const Cmn_UInt8* iB, std::size_t iCount)
+{
+    Cmn_UInt32 remainder = ~iSumOfA;
+    for (std::size_t i = 0; i < iCount; ++i) {
+        remainder ^= iB[i];
+        for (int bit = 0; bit < 8; ++bit)
+            remainder = remainder >> 1 ^ ((remainder & 1) != 0 ? 0x82F63B78 : 0);
+    }
+    return ~remainder;
+}
+
+Bytes Ascending(Cmn_UInt8 iFirst, int iStep)
+{
+    Bytes bytes(32);
+    for (std::size_t i = 0; i < bytes.size(); ++i)
+        bytes[i] = static_cast<Cmn_UInt8>(iFirst + static_cast<int>(i) * iStep);
+    return bytes;
+}
+
+Bytes Text(const std::string& iText) { return Bytes(iText.begin(), iText.end()); }
+
+Bytes Random(std::size_t iCount)
+{
+    std::mt19937 random(static_cast<unsigned>(iCount));
+    Bytes bytes(iCount);
+    for (Cmn_UInt8& byte : bytes)
+        byte = static_cast<Cmn_UInt8>(random());
+    return bytes;
+}
+
+// A command of the block protocol that the sum was chosen for.
+const Bytes cReadCommand = {0x01, 0xC0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0,    0, 0, 0, 0,
+                            0x14, 0,    0, 0, 0, 0, 4, 0, 0, 0, 0, 0x14, 0, 0, 0, 0x18,
+                            0x28, 0,    0, 0, 0, 0, 0, 0, 2, 0, 0, 0,    0, 0, 0, 0};
+
+TEST(Crc32C, KnownSums)
+{
+    const struct
+    {
+        const char* name;
+        Bytes bytes;
+        Cmn_UInt32 sum;
+    } cCases[] = {
+        {"nothing",     {},                0         },
+        {"the digits",  Text("123456789"), 0xE3069283},
+        {"32 zeros",    Bytes(32,          0),         0x8A9136AA},
+        {"32 ones",             Bytes(32,                      0xFF),            0x62A8AB43},
+        {"32 ascending",   Ascending(0,                    1),      0x46DD794E},
+        {"32 descending",           Ascending(31,-1),    0x113FDB5C},
+        {"a read command",cReadCommand,       0xD9963A56   },
+    };
+    for (const auto& c : cCases) {
+        EXPECT_EQ(Sys_Crc32C(0, c.bytes.data(), c.bytes.size()), c.sum) << c.name;
+        EXPECT_EQ(SlowSum(0, c.bytes.data(), c.bytes.size()), c.sum) << c.name;
+    }
+}
+
+TEST(Crc32C, EveryLengthAtEveryAlignment)
+{
+    const Bytes bytes = Random(1100 + 16);
+    for (std::size_t start = 0; start < 16; ++start)
+        for (std::size_t count = 0; count <= 1100; ++count)
+            ASSERT_EQ(Sys_Crc32C(start == 0 ? 0 : 0x12345678, bytes.data() + start, count),
+                      SlowSum(start == 0 ? 0 : 0x12345678, bytes.data() + start, count))
+                << count << " bytes from " << start;
+}
+
+TEST(Crc32C, SumsCombineAtEveryCut)
+{
+    const Bytes bytes = Random(5000);
+    const Cmn_UInt32 whole = Sys_Crc32C(0, bytes.data(), bytes.size());
+    for (std::size_t cut = 0; cut <= bytes.size(); ++cut) {
+        const Cmn_UInt32 front = Sys_Crc32C(0, bytes.data(), cut);
+        const Cmn_UInt32 back = Sys_Crc32C(0, bytes.data() + cut, bytes.size() - cut);
+        ASSERT_EQ(Sys_Crc32CCombine(front, back, bytes.size() - cut), whole) << cut;
+        ASSERT_EQ(Sys_Crc32C(front, bytes.data() + cut, bytes.size() - cut), whole) << cut;
+    }
+}
+
+// Lengths that no test can lay out in memory: a sum moved by n and then by m has moved by n + m.
+TEST(Crc32C, ShiftsByHugeLengthsAddUp)
+{
+    std::mt19937_64 random(1);
+    for (int i = 0; i < 2000; ++i) {
+        const auto sum = static_cast<Cmn_UInt32>(random());
+        const Cmn_UInt64 total = random() >> i % 64, part = total == 0 ? 0 : random() % total;
+        ASSERT_EQ(Sys_Crc32CCombine(Sys_Crc32CCombine(sum, 0, part), 0, total - part),
+                  Sys_Crc32CCombine(sum, 0, total))
+            << part << " of " << total;
+    }
+}
+
+} // namespace
