@@ -36,8 +36,10 @@ public:
     bool IsList() const { return !mLevels.empty() && mLevels.back().isList; }
     Cmn_UInt32 GetListIndex() const { return mLevels.empty() ? 0 : mLevels.back().listIndex; }
 
+    // Before the header is written: its own bytes, from iStart to iBody, are handed over like all others and left out of
+    // the sum.
     void Open(Cmn_Int64 iStart, Cmn_Int64 iBody);
-    // The next bytes of the innermost body, in order.
+    // The next bytes of the innermost stream, in order; nothing without an open header.
     void Add(const void* iBytes, std::size_t iCount);
     // Sum of the innermost body as handed over so far.
     Cmn_UInt32 GetBodySum() const { return mLevels.back().sum; }
@@ -54,7 +56,7 @@ private:
     {
         Cmn_Int64 start;
         Cmn_Int64 body;
-        Cmn_Int64 covered; // the sum covers [body, covered)
+        Cmn_Int64 covered; // the sum covers [body, covered); below body while the header is being handed over
         Cmn_UInt32 sum;
         Cmn_UInt32 listIndex;
         bool isList;

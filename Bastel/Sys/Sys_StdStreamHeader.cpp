@@ -2,17 +2,60 @@
 
 #include "Bastel/Cmn/Cmn_Assert.h"
 #include "Bastel/Cmn/Cmn_Exception.h"
+#include "Bastel/Sys/Sys_Crc32C.h"
 #include "Bastel/Sys/Sys_StdStreamHeader_p.h"
 
+#include <algorithm>
+
 using Fields = Sys_StdStreamHeaderFields;
+
+namespace {
+
+// Takes and puts integers at a place that moves on, in the stream's byte order.
+template <class T>
+T Take(const Cmn_UInt8*& ioFrom, bool iSwap)
+{
+    Cmn_UInt32 value = 0;
+    for (std::size_t i = 0; i < sizeof(T); ++i)
+        value |= Cmn_UInt32{ioFrom[i]} << (8 * (iSwap ? sizeof(T) - 1 - i : i));
+    ioFrom += sizeof(T);
+    return static_cast<T>(value);
+}
+
+template <class T>
+void Put(T iValue, Cmn_UInt8*& ioTo, bool iSwap)
+{
+    for (std::size_t i = 0; i < sizeof(T); ++i)
+        ioTo[i] =
+            static_cast<Cmn_UInt8>(static_cast<Cmn_UInt32>(iValue) >> (8 * (iSwap ? sizeof(T) - 1 - i : i)));
+    ioTo += sizeof(T);
+}
+
+Sys_StdStreamHeaderInfo InfoOf(Fields&& iFields, Cmn_Int64 iStart, Cmn_Int64 iBody)
+{
+    Sys_StdStreamHeaderInfo info;
+    info.name = std::move(iFields.name);
+    info.version = iFields.version;
+    info.listIndex = iFields.listIndex;
+    info.isList = iFields.IsList();
+    info.hasSums = iFields.HasSums();
+    info.isComplete = iFields.IsComplete();
+    info.bodySum = iFields.bodySum;
+    info.start = iStart;
+    info.body = iBody;
+    info.end = info.isComplete ? iBody + Cmn_Int64{iFields.bodySize} : iBody;
+    return info;
+}
+
+} // namespace
 
 std::string Fields::ReadName(Sys_TypedInStream& ioStream)
 {
     const Cmn_Int64 start = ioStream.GetPosition();
-    std::array<char, cMagic.size()> magic;
-    ioStream.ReadBytes(magic.data(), magic.size());
-    if (magic != cMagic) throw Sys_StreamReadException(start);
-    std::string name(ioStream.ReadUInt8(), '\0');
+    std::array<char, cFixedFront> front;
+    ioStream.ReadBytes(front.data(), front.size());
+    if (!std::equal(cMagic.begin(), cMagic.end(), front.begin())) throw Sys_StreamReadException(start);
+    std::string name(static_cast<unsigned char>(front.back()), '\0');
     ioStream.ReadBytes(name.data(), name.size());
     return name;
 }
@@ -21,101 +64,159 @@ Fields Fields::Read(Sys_TypedInStream& ioStream)
 {
     Fields fields;
     fields.name = ReadName(ioStream);
-    fields.version = ioStream.ReadInt16();
-    fields.listIndex = ioStream.ReadUInt32();
-    fields.flags = ioStream.ReadUInt16();
-    fields.bodySize = ioStream.ReadUInt32();
-    fields.bodySum = ioStream.ReadUInt32();
-    fields.headerSum = ioStream.ReadUInt32();
+    std::array<Cmn_UInt8, cAfterName + cBlockSize> rest;
+    ioStream.ReadBytes(rest.data(), rest.size());
+    const bool swap = ioStream.IsSwapped();
+    const Cmn_UInt8* from = rest.data();
+    fields.version = Take<Cmn_Int16>(from, swap);
+    fields.listIndex = Take<Cmn_UInt32>(from, swap);
+    fields.flags = Take<Cmn_UInt16>(from, swap);
+    fields.bodySize = Take<Cmn_UInt32>(from, swap);
+    fields.bodySum = Take<Cmn_UInt32>(from, swap);
+    fields.headerSum = Take<Cmn_UInt32>(from, swap);
+    if (fields.HasSums()) {
+        Bytes bytes;
+        Fields again = fields;
+        again.ToBytes(swap, bytes);
+        fields.computedSum = again.headerSum;
+    }
     return fields;
+}
+
+bool Fields::IsGenuine() const
+{
+    constexpr Cmn_UInt16 cKnownFlags = cFlagComplete | cFlagList | cFlagSums;
+    return (flags & ~cKnownFlags) == 0 && headerSum == computedSum && (HasSums() || bodySum == 0) &&
+           IsComplete() == (bodySize != cUnknownSize);
 }
 
 bool Fields::IsSound(Cmn_Int64 iBytesLeft) const
 {
-    constexpr Cmn_UInt16 cKnownFlags = cFlagComplete | cFlagList | cFlagSums;
-    const bool sumsFit = (flags & cFlagSums) != 0 || (bodySum == 0 && headerSum == 0);
-    return (flags & cFlagComplete) != 0 && (flags & ~cKnownFlags) == 0 && sumsFit &&
-           bodySize != cUnknownSize && Cmn_Int64{bodySize} <= iBytesLeft;
+    return IsGenuine() && IsComplete() && Cmn_Int64{bodySize} <= iBytesLeft;
 }
 
-void Fields::WriteFront(Sys_TypedOutStream& ioStream) const
+std::size_t Fields::ToBytes(bool iSwap, Bytes& oBytes)
 {
-    ioStream.WriteBytes(cMagic.data(), cMagic.size());
-    ioStream.WriteUInt8(static_cast<Cmn_UInt8>(name.size()));
-    ioStream.WriteBytes(name.data(), name.size());
-    ioStream.WriteInt16(version);
-    ioStream.WriteUInt32(listIndex);
-}
-
-void Fields::WriteBlock(Sys_TypedOutStream& ioStream) const
-{
-    ioStream.WriteUInt16(flags);
-    ioStream.WriteUInt32(bodySize);
-    ioStream.WriteUInt32(bodySum);
-    ioStream.WriteUInt32(headerSum);
+    Cmn_UInt8* to = std::copy(cMagic.begin(), cMagic.end(), oBytes.data());
+    *to++ = static_cast<Cmn_UInt8>(name.size());
+    to = std::copy(name.begin(), name.end(), to);
+    Put(version, to, iSwap);
+    Put(listIndex, to, iSwap);
+    Put(flags, to, iSwap);
+    Put(bodySize, to, iSwap);
+    Put(bodySum, to, iSwap);
+    headerSum = HasSums() ? Sys_Crc32C(0, oBytes.data(), static_cast<std::size_t>(to - oBytes.data())) : 0;
+    Put(headerSum, to, iSwap);
+    return GetSize();
 }
 
 Sys_StdStreamHeaderWriter::Sys_StdStreamHeaderWriter(Sys_TypedOutStream& iStream, std::string_view iName,
                                                      Cmn_Int16 iVersion, int iCallersExceptions)
     : mStream(iStream)
     , mStart(iStream.GetPosition())
+    , mName(iName.substr(0, Fields::cMaxName))
+    , mVersion(iVersion)
+    , mListIndex(iStream.GetStream().GetOpenHeaders().GetListIndex())
     , mCallersExceptions(iCallersExceptions)
     , mOwnExceptions(std::uncaught_exceptions())
 {
     Cmn_ASSERT(iName.size() <= Fields::cMaxName);
+    Sys_OutStream& stream = mStream.GetStream();
     Fields fields;
-    fields.name = iName.substr(0, Fields::cMaxName);
-    fields.version = iVersion;
-    fields.WriteFront(mStream);
-    mBlock = mStream.GetPosition();
-    fields.WriteBlock(mStream);
+    fields.name = mName;
+    fields.version = mVersion;
+    fields.listIndex = mListIndex;
+    fields.flags = stream.HasSums() ? Fields::cFlagSums : 0;
+    Fields::Bytes bytes;
+    const std::size_t size = fields.ToBytes(mStream.IsSwapped(), bytes);
+    stream.UpdateSums(); // the enclosing sum covers what stands before this header
+    stream.GetOpenHeaders().Open(mStart, mStart + static_cast<Cmn_Int64>(size));
+    try {
+        mStream.WriteBytes(bytes.data(), size);
+    } catch (...) {
+        Abandon();
+        throw;
+    }
+    mBlock = mStart + static_cast<Cmn_Int64>(size) - Fields::cBlockSize;
+}
+
+void Sys_StdStreamHeaderWriter::Abandon()
+{
+    Sys_OutStream& stream = mStream.GetStream();
+    stream.GetOpenHeaders().Abandon();
+    stream.TakeBack(mStart);
+    mState = eState_Abandoned;
 }
 
 void Sys_StdStreamHeaderWriter::Finish(int iCallersExceptions) noexcept
 {
-    // A body whose writing ended with an exception is not complete, and its header goes on saying so.
-    if (iCallersExceptions > mCallersExceptions || std::uncaught_exceptions() > mOwnExceptions) return;
+    if (mState != eState_Open) return;
+    // A body whose writing ended with an exception is not complete, and nobody must find it.
+    const bool isExceptionOnItsWay =
+        iCallersExceptions > mCallersExceptions || std::uncaught_exceptions() > mOwnExceptions;
     try {
-        PatchSize();
+        if (!isExceptionOnItsWay) return PatchSize();
     } catch (...) {
-        // A destructor lets nothing out. The header stays incomplete, so that no reader takes it.
+        // A destructor lets nothing out; the next write or flush of the stream throws in its place.
+        mStream.GetStream().RememberFailure();
     }
+    Abandon();
 }
 
 void Sys_StdStreamHeaderWriter::PatchSize()
 {
-    if (mPatched) return;
-    const Cmn_Int64 end = mStream.GetPosition();
-    const Cmn_Int64 size = end - mBlock - Fields::cBlockSize;
+    if (mState != eState_Open) return;
+    Sys_OutStream& stream = mStream.GetStream();
+    Sys_OpenHeaders& open = stream.GetOpenHeaders();
+    if (!Cmn_ASSERT(!open.IsEmpty() && open.GetStart() == mStart))
+        return; // headers close from the inside out
+    const Cmn_Int64 size = mStream.GetPosition() - mBlock - Fields::cBlockSize;
     if (size < 0 || size >= Cmn_Int64{Fields::cUnknownSize}) throw Sys_StreamWriteException(mStart);
+
+    stream.UpdateSums();
     Fields fields;
+    fields.name = mName;
+    fields.version = mVersion;
+    fields.listIndex = mListIndex;
     fields.flags = Fields::cFlagComplete;
+    if (open.IsList()) fields.flags |= Fields::cFlagList;
+    if (stream.HasSums()) fields.flags |= Fields::cFlagSums;
     fields.bodySize = static_cast<Cmn_UInt32>(size);
-    mStream.SetPosition(mBlock);
-    fields.WriteBlock(mStream);
-    mStream.SetPosition(end);
-    mPatched = true;
+    fields.bodySum = stream.HasSums() ? open.GetBodySum() : 0;
+    Fields::Bytes bytes;
+    const std::size_t headerSize = fields.ToBytes(mStream.IsSwapped(), bytes);
+    const Cmn_UInt8* const block = bytes.data() + headerSize - Fields::cBlockSize;
+    if (!stream.PatchHeader(mBlock, block, Fields::cBlockSize)) throw Sys_StreamWriteException(mStart);
+    if (stream.HasSums())
+        open.Close(bytes.data(), headerSize, fields.bodySize);
+    else
+        open.Abandon();
+    mState = eState_Complete;
 }
 
 Sys_StdStreamHeaderReader::Sys_StdStreamHeaderReader(Sys_TypedInStream& iStream, std::string_view iName)
     : mStream(iStream)
-    , mStart(iStream.GetPosition())
 {
+    const Cmn_Int64 start = mStream.GetPosition();
     // The name first: bytes that hold something else are refused for that, not for what follows.
-    if (PeekName(mStream) != iName) throw Sys_StreamReadException(mStart);
-    const Fields fields = Fields::Read(mStream);
-    if (!fields.IsSound(mStream.GetBytesLeft())) throw Sys_StreamReadException(mStart);
-    mVersion = fields.version;
-    mEnd = mStream.GetPosition() + Cmn_Int64{fields.bodySize};
+    if (PeekName(mStream) != iName || !Peek(mStream, mInfo) || !mInfo.isComplete)
+        throw Sys_StreamReadException(start);
+    Sys_InStream& stream = mStream.GetStream();
+    if (mInfo.hasSums && !stream.IsVerified(mInfo.body, mInfo.end)) {
+        if (stream.SumOf(mInfo.body, mInfo.end - mInfo.body) != mInfo.bodySum)
+            throw Sys_StreamReadException(mInfo.body);
+        stream.SetVerified(mInfo.start, mInfo.end);
+    }
+    mStream.SetPosition(mInfo.body);
 }
 
 void Sys_StdStreamHeaderReader::CheckVersion(Cmn_Int16 iMin, Cmn_Int16 iMax) const
 {
-    if (mVersion < iMin) throw Cmn_DocumentTooOldException(mStart);
-    if (mVersion > iMax) throw Cmn_DocumentTooNewException(mStart);
+    if (mInfo.version < iMin) throw Cmn_DocumentTooOldException(mInfo.start);
+    if (mInfo.version > iMax) throw Cmn_DocumentTooNewException(mInfo.start);
 }
 
-void Sys_StdStreamHeaderReader::SkipTheRest() { mStream.SetPosition(mEnd); }
+void Sys_StdStreamHeaderReader::SkipTheRest() { mStream.SetPosition(mInfo.end); }
 
 std::string Sys_StdStreamHeaderReader::PeekName(Sys_TypedInStream& iStream)
 {
@@ -128,4 +229,21 @@ std::string Sys_StdStreamHeaderReader::PeekName(Sys_TypedInStream& iStream)
     }
     iStream.SetPosition(start);
     return name;
+}
+
+bool Sys_StdStreamHeaderReader::Peek(Sys_TypedInStream& iStream, Sys_StdStreamHeaderInfo& oInfo)
+{
+    const Cmn_Int64 start = iStream.GetPosition();
+    bool isHeader = false;
+    try {
+        Fields fields = Fields::Read(iStream);
+        const Cmn_Int64 body = iStream.GetPosition();
+        const bool fits = fields.IsComplete() ? fields.IsSound(iStream.GetBytesLeft()) : fields.IsGenuine();
+        isHeader = fits && (fields.HasSums() || !iStream.GetStream().HasSums());
+        if (isHeader) oInfo = InfoOf(std::move(fields), start, body);
+    } catch (const Cmn_Exception&) {
+        // The bytes end within what would be a header.
+    }
+    iStream.SetPosition(start);
+    return isHeader;
 }

@@ -56,6 +56,7 @@ private:
     KORA_API Sys_StdStreamHeaderWriter(Sys_TypedOutStream& iStream, std::string_view iName,
                                        Cmn_Int16 iVersion, int iCallersExceptions);
     KORA_API void Finish(int iCallersExceptions) noexcept;
+    void Abandon();
 
     Sys_TypedOutStream& mStream;
     Cmn_Int64 mStart;

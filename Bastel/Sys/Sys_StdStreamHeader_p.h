@@ -15,7 +15,13 @@ struct Sys_StdStreamHeaderFields
     static constexpr Cmn_UInt16 cFlagList = 2;
     static constexpr Cmn_UInt16 cFlagSums = 4;
     static constexpr Cmn_UInt32 cUnknownSize = 0xFFFFFFFF;
-    static constexpr Cmn_Int64 cBlockSize = 14; // from the flags to the body
+    static constexpr std::size_t cFixedFront = cMagic.size() + 1; // magic and length of the name
+    static constexpr std::size_t cAfterName = 2 + 4;              // version and list index
+    static constexpr Cmn_Int64 cBlockSize = 14;                   // from the flags to the body
+    static constexpr std::size_t cSumSize = 4;                    // of the header's own, its last field
+    static constexpr std::size_t cMaxSize = cFixedFront + cMaxName + cAfterName + cBlockSize;
+
+    using Bytes = std::array<Cmn_UInt8, cMaxSize>;
 
     std::string name;
     Cmn_Int16 version = 0;
@@ -24,16 +30,23 @@ struct Sys_StdStreamHeaderFields
     Cmn_UInt32 bodySize = cUnknownSize;
     Cmn_UInt32 bodySum = 0;
     Cmn_UInt32 headerSum = 0;
+    // What headerSum should be for the bytes that were read; 0 without sums.
+    Cmn_UInt32 computedSum = 0;
 
     // Magic and name; throws Sys_StreamReadException where there are none.
     static std::string ReadName(Sys_TypedInStream& ioStream);
-    // The whole header, whatever its fields hold.
+    // The whole header, whatever its fields hold; throws where the bytes end.
     static Sys_StdStreamHeaderFields Read(Sys_TypedInStream& ioStream);
 
+    bool IsComplete() const { return (flags & cFlagComplete) != 0; }
+    bool IsList() const { return (flags & cFlagList) != 0; }
+    bool HasSums() const { return (flags & cFlagSums) != 0; }
+    // True for flags that are known and sums that fit them: the header is one that some writer wrote.
+    bool IsGenuine() const;
     // True for what a writer leaves behind when it has finished a body of at most iBytesLeft bytes.
     bool IsSound(Cmn_Int64 iBytesLeft) const;
 
-    // Everything up to the flags, and the block from the flags on, which is written again with the size.
-    void WriteFront(Sys_TypedOutStream& ioStream) const;
-    void WriteBlock(Sys_TypedOutStream& ioStream) const;
+    std::size_t GetSize() const { return cFixedFront + name.size() + cAfterName + cBlockSize; }
+    // The header as it stands on the disk, with the header sum computed where the flags ask for sums. Returns GetSize.
+    std::size_t ToBytes(bool iSwap, Bytes& oBytes);
 };

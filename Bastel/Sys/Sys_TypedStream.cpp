@@ -1,15 +1,45 @@
 #include "Bastel/Sys/Sys_TypedStream.h"
 
 #include "Bastel/Cmn/Cmn_Exception.h"
+#include "Bastel/Cmn/Cmn_Utf8.h"
 
 #include <array>
 #include <bit>
 #include <limits>
 #include <type_traits>
 
-Sys_TypedInStream::Sys_TypedInStream(Sys_InStream& iStream, bool iSwap)
+namespace {
+std::string Latin1FromUtf8(std::string_view iText)
+{
+    std::string latin1;
+    while (!iText.empty()) {
+        const char32_t character = Cmn_TakeUtf8(iText);
+        latin1 += character <= 0xFF ? static_cast<char>(static_cast<unsigned char>(character)) : '?';
+    }
+    return latin1;
+}
+
+std::string Utf8FromLatin1(std::string_view iText)
+{
+    std::string utf8;
+    for (const char character : iText)
+        Cmn_AppendUtf8(utf8, static_cast<unsigned char>(character));
+    return utf8;
+}
+
+std::string RepairedUtf8(std::string_view iText)
+{
+    std::string utf8;
+    while (!iText.empty())
+        Cmn_AppendUtf8(utf8, Cmn_TakeUtf8(iText));
+    return utf8;
+}
+} // namespace
+
+Sys_TypedInStream::Sys_TypedInStream(Sys_InStream& iStream, bool iSwap, ETextEncoding iEncoding)
     : mStream(iStream)
     , mSwap(iSwap)
+    , mEncoding(iEncoding)
 {
 }
 
@@ -51,7 +81,7 @@ std::string Sys_TypedInStream::ReadString()
     if (Cmn_Int64{count} > GetBytesLeft()) throw Sys_StreamReadException(at);
     std::string text(count, '\0');
     ReadBytes(text.data(), text.size());
-    return text;
+    return mEncoding == eTextEncoding_Latin1 ? Latin1FromUtf8(text) : text;
 }
 
 void Sys_TypedInStream::ReadBytes(void* oBytes, std::size_t iCount)
@@ -60,9 +90,12 @@ void Sys_TypedInStream::ReadBytes(void* oBytes, std::size_t iCount)
     if (mStream.Read(oBytes, iCount) != iCount) throw Sys_StreamReadException(at);
 }
 
-Sys_TypedOutStream::Sys_TypedOutStream(Sys_OutStream& iStream, bool iSwap)
+Sys_TypedOutStream::Sys_TypedOutStream(Sys_OutStream& iStream, bool iSwap, ETextEncoding iEncoding,
+                                       bool iRepairText)
     : mStream(iStream)
     , mSwap(iSwap)
+    , mEncoding(iEncoding)
+    , mRepairText(iRepairText)
 {
 }
 
@@ -89,9 +122,15 @@ void Sys_TypedOutStream::WriteFloat64(double iValue) { WriteInteger(std::bit_cas
 
 void Sys_TypedOutStream::WriteString(std::string_view iText)
 {
-    if (iText.size() > std::numeric_limits<Cmn_UInt32>::max()) throw Sys_StreamWriteException(GetPosition());
-    WriteUInt32(static_cast<Cmn_UInt32>(iText.size()));
-    WriteBytes(iText.data(), iText.size());
+    std::string converted;
+    std::string_view text = iText;
+    if (mEncoding == eTextEncoding_Latin1)
+        text = converted = Utf8FromLatin1(iText);
+    else if (mRepairText)
+        text = converted = RepairedUtf8(iText);
+    if (text.size() > std::numeric_limits<Cmn_UInt32>::max()) throw Sys_StreamWriteException(GetPosition());
+    WriteUInt32(static_cast<Cmn_UInt32>(text.size()));
+    WriteBytes(text.data(), text.size());
 }
 
 void Sys_TypedOutStream::WriteBytes(const void* iBytes, std::size_t iCount)

@@ -42,6 +42,7 @@ public:
     // Up to the end of the byte stream: the bound for every count that a stream claims.
     Cmn_Int64 GetBytesLeft() const { return mStream.GetLength() - mStream.GetPosition(); }
     bool IsSwapped() const { return mSwap; }
+    ETextEncoding GetEncoding() const { return mEncoding; }
     Sys_InStream& GetStream() { return mStream; }
 
 private:
@@ -75,6 +76,7 @@ public:
     Cmn_Int64 GetPosition() const { return mStream.GetPosition(); }
     void SetPosition(Cmn_Int64 iPosition) { mStream.SetPosition(iPosition); }
     bool IsSwapped() const { return mSwap; }
+    ETextEncoding GetEncoding() const { return mEncoding; }
     Sys_OutStream& GetStream() { return mStream; }
 
 private:
