@@ -1,0 +1,31 @@
+#include "Kora/FF/FF_FileBasedSimpleEncryptedOutStream.h"
+
+#include "Bastel/Cmn/Cmn_Assert.h"
+#include "Bastel/Sys/Sys_Clock.h"
+#include "Kora/FF/FF_ScrambleKernels_p.h"
+
+FF_FileBasedSimpleEncryptedOutStream::FF_FileBasedSimpleEncryptedOutStream(Sys_File& iFile, Cmn_UInt32 iType)
+    : Sys_FileBasedOutStream(iFile)
+    , mType(iType)
+    , mMunger(static_cast<Cmn_UInt8>(Sys_Clock::GetMicroseconds() % 255))
+{
+    Cmn_ASSERT_TEXT(iFile.Write(&mMunger, 1) == 1, "iFile->Write( &mMunger, 1 ) == 1");
+    Cmn_ASSERT_TEXT(FF_ScrambleKey(mType, mMunger), "false");
+    BeginAtFilePosition();
+}
+
+FF_FileBasedSimpleEncryptedOutStream::FF_FileBasedSimpleEncryptedOutStream(Sys_File& iFile, Cmn_UInt32 iType,
+                                                                           Cmn_UInt8 iMunger)
+    : Sys_FileBasedOutStream(iFile)
+    , mType(iType)
+    , mMunger(iMunger)
+{
+}
+
+FF_FileBasedSimpleEncryptedOutStream::~FF_FileBasedSimpleEncryptedOutStream() = default;
+
+void FF_FileBasedSimpleEncryptedOutStream::MassageBuffer(void* ioBytes, std::size_t iCount,
+                                                         Cmn_Int64 iPosition)
+{
+    FF_Scramble(mType, mMunger, ioBytes, iCount, iPosition);
+}
