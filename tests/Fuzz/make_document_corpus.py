@@ -1,0 +1,135 @@
+#!/usr/bin/env python3
+"""Writes the small documents of corpus/document from docs/file-format.md alone, without the library.
+
+With a file name it writes the example of docs/file-format.md there instead.
+"""
+import os
+import struct
+import sys
+
+CRC_TABLE = []
+for byte in range(256):
+    for _ in range(8):
+        byte = byte >> 1 ^ (0x82F63B78 if byte & 1 else 0)
+    CRC_TABLE.append(byte)
+
+MULTIPLIERS = {1: 29, 2: 17, 3: 93, 4: 127, 5: 93}
+
+
+def crc32c(data):
+    crc = 0xFFFFFFFF
+    for byte in data:
+        crc = crc >> 8 ^ CRC_TABLE[(crc ^ byte) & 0xFF]
+    return crc ^ 0xFFFFFFFF
+
+
+class Document:
+    """Builds a file: streams from the inside out, the table of contents last."""
+
+    def __init__(self, kind=0, raw_key=0, swap=False):
+        self.order = ">" if swap else "<"
+        self.head = bytes([3]) + b"0010111100101011" + bytes([swap, kind]) + (bytes([raw_key]) if kind else b"")
+        self.kind, self.key = kind, raw_key * MULTIPLIERS.get(kind, 0) % 256
+        self.plain = bytearray(self.frame("Z", 1, self.pack("I", 0)))
+        self.entries = []  # (key, values), each as bytes with what it sorts by
+
+    def pack(self, form, *values):
+        return struct.pack(self.order + form, *values)
+
+    def text(self, text):
+        return self.pack("I", len(text.encode())) + text.encode()
+
+    def frame(self, name, version, body, index=0, is_list=False):
+        front = b"KSH1" + bytes([len(name)]) + name.encode()
+        front += self.pack("hIHII", version, index, 7 if is_list else 5, len(body), crc32c(body))
+        return front + self.pack("I", crc32c(front)) + body
+
+    def stream(self, kind, version, body, index=0, is_list=False):
+        return self.frame("Z", version, self.pack("h", kind) + body, index, is_list)
+
+    def items(self, *streams):
+        return self.pack("i", len(streams)) + b"".join(streams)
+
+    def here(self):
+        return len(self.head) + len(self.plain)
+
+    def add(self, stream):
+        self.plain += stream
+        return self.here() - len(stream)
+
+    def context(self, kind, parent=0, is_list=False, index=0):
+        return self.pack("hI?i", kind, parent, is_list, index)
+
+    def local(self, offsets, text, index=b"\0\0\0"):
+        body = self.pack("h", len(offsets)) + b"".join(self.pack("I", o) for o in offsets)
+        text = self.text(text)
+        return b"\1" + self.pack("h", len(body)) + body + b"\1" + self.pack("h", len(text)) + text + index
+
+    def register(self, contexts, *values):
+        self.entries.append(self.pack("i", len(contexts)) + b"".join(contexts) + self.pack("i", len(values)) +
+                            b"".join(values))
+
+    def finish(self, toc=True):
+        if toc:
+            offset = self.add(self.stream(2, 2, self.pack("i", len(self.entries)) + b"".join(self.entries)))
+            header = self.frame("Z", 1, self.pack("I", offset))
+            self.plain[:len(header)] = header
+        start = len(self.head)
+        if self.kind == 5:
+            mask = [((start + i) // 4096 * self.key) % 256 for i in range(len(self.plain))]
+        else:
+            mask = [((start + i) * self.key) % 256 for i in range(len(self.plain))]
+        return self.head + bytes(p ^ m for p, m in zip(self.plain, mask))
+
+
+def fill_with_list(document):
+    items = [document.stream(41, 1, document.text(name), i + 1) for i, name in enumerate(["Kick", "Snare"])]
+    at = document.add(document.stream(40, 1, document.items(*items), is_list=True))
+    first = at + 26 + 2 + 4
+    document.register([document.context(40, is_list=True)], document.local([at], "drums"),
+                      document.local([first], "kick"), document.local([first + len(items[0])], "snare"))
+    return document
+
+
+def main():
+    example = fill_with_list(Document()).finish()
+    if len(sys.argv) > 1:
+        with open(sys.argv[1], "wb") as out:
+            out.write(example)
+        return
+
+    nested = Document(2, 77)
+    inner = nested.stream(8, 3, nested.stream(9, -1, b"\1\2\3"))
+    at = nested.add(nested.stream(7, 1, inner + nested.text("after")))
+    nested.register([nested.context(7)], nested.local([at], "outer"))
+    nested.register([nested.context(7), nested.context(8, at)], nested.local([at + 28], "inner"))
+    nested.register([nested.context(7), nested.context(8, at), nested.context(9, at + 28)],
+                    nested.local([at + 56], "innermost"))
+
+    pieces = Document()
+    first = pieces.add(pieces.stream(5, 1, b"old"))
+    second = pieces.add(pieces.stream(5, 1, b"new"))
+    pieces.register([pieces.context(5)], pieces.local([first, second], "two pieces", b"\7\2\0xy"))
+    # A chain of two locations of which the last is unknown, and a description of an unknown kind.
+    pieces.register([pieces.context(6)], b"\0\1\0" + b"\x09\2\0ab" + b"\4\1\0z" + b"\0\0\0")
+
+    files = {
+        "example": example,
+        "empty": Document().finish(),
+        "block-masked": fill_with_list(Document(5, 3)).finish(),
+        "swapped": fill_with_list(Document(swap=True)).finish(),
+        "nested": nested.finish(),
+        "pieces": pieces.finish(),
+        "never-flushed": fill_with_list(Document(1, 200)).finish(toc=False),
+        "cut": example[:-9],
+        "too-new": b"\4" + example[1:30],
+    }
+    folder = os.path.join(os.path.dirname(os.path.abspath(__file__)), "corpus", "document")
+    os.makedirs(folder, exist_ok=True)
+    for name, data in files.items():
+        with open(os.path.join(folder, name + ".kora"), "wb") as out:
+            out.write(data)
+
+
+if __name__ == "__main__":
+    main()
