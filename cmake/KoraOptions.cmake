@@ -33,3 +33,6 @@ set(KORA_AVX2_OPTIONS -mavx2)
 if(MINGW)
   list(APPEND KORA_AVX2_OPTIONS -Wa,-muse-unaligned-vector-move)
 endif()
+
+# For the files that are compiled for processors with SSE4.2 and PCLMULQDQ.
+set(KORA_SSE42_OPTIONS -msse4.2 -mpclmul)

@@ -6,13 +6,18 @@
 
 #include "Bastel/Cmn/Cmn_Types.h"
 
-#include <array>
 #include <cstddef>
 
 using Sys_Crc32CKernel = Cmn_UInt32 (*)(Cmn_UInt32 iRemainder, const Cmn_UInt8* iBytes, std::size_t iCount);
 
-// Any processor: tables of 8 bytes at a time.
+// Any processor: tables for 16 bytes at a time.
 Cmn_UInt32 Sys_Crc32CPlain(Cmn_UInt32 iRemainder, const Cmn_UInt8* iBytes, std::size_t iCount);
+// The crc32 instruction on three stretches at a time. Only where Sys_ProcessorHasCrc32C.
+Cmn_UInt32 Sys_Crc32CSse42(Cmn_UInt32 iRemainder, const Cmn_UInt8* iBytes, std::size_t iCount);
+bool Sys_ProcessorHasCrc32C();
+
+// The remainder of what iRemainder is of with iZeros zero bytes behind it.
+Cmn_UInt32 Sys_Crc32CShift(Cmn_UInt32 iRemainder, Cmn_UInt64 iZeros);
 
 namespace Sys_Crc32CField {
 
@@ -22,12 +27,6 @@ constexpr Cmn_UInt32 cOne = 0x80000000;
 
 constexpr Cmn_UInt32 TimesX(Cmn_UInt32 iA) { return (iA >> 1) ^ ((iA & 1) != 0 ? cPolynomial : 0); }
 
-// The polynomial has the term 1, so that x has an inverse.
-constexpr Cmn_UInt32 OverX(Cmn_UInt32 iA)
-{
-    return (iA & cOne) != 0 ? ((iA ^ cPolynomial) << 1) | 1 : iA << 1;
-}
-
 constexpr Cmn_UInt32 Multiply(Cmn_UInt32 iA, Cmn_UInt32 iB)
 {
     Cmn_UInt32 product = 0;
@@ -36,21 +35,14 @@ constexpr Cmn_UInt32 Multiply(Cmn_UInt32 iA, Cmn_UInt32 iB)
     return product;
 }
 
-// Row 0: the remainder of one byte; row k: of that byte and k zero bytes behind it.
-using Table = std::array<std::array<Cmn_UInt32, 256>, 8>;
-
-constexpr Table MakeTable()
+// x^-33. Reflected factors multiply without carry to a product of one x too many, and taking the remainder of 8 bytes
+// brings x^32 more: constants that are multiplied in this way carry the inverse of both.
+constexpr Cmn_UInt32 OverX33()
 {
-    Table table{};
-    for (Cmn_UInt32 byte = 0; byte < 256; ++byte) {
-        Cmn_UInt32 remainder = byte;
-        for (std::array<Cmn_UInt32, 256>& row : table) {
-            for (int bit = 0; bit < 8; ++bit)
-                remainder = TimesX(remainder);
-            row[byte] = remainder;
-        }
-    }
-    return table;
+    Cmn_UInt32 power = cOne;
+    for (int i = 0; i < 33; ++i) // the polynomial has the term 1, so that x has an inverse
+        power = (power & cOne) != 0 ? ((power ^ cPolynomial) << 1) | 1 : power << 1;
+    return power;
 }
 
 } // namespace Sys_Crc32CField

@@ -2,17 +2,13 @@
 
 #include "Bastel/Cmn/Cmn_FloatMath.h"
 #include "Bastel/Cmn/Cmn_IntMath.h"
+#include "Bastel/Sys/Sys_Processor_p.h"
 #include "Kora/Time/Time_BasicTempoMapSegment.h"
 
 #include <atomic>
 #include <cmath>
 
-#if defined(_MSC_VER)
-#include <intrin.h>
-#else
-#include <cpuid.h>
 #include <immintrin.h>
-#endif
 
 Time_VectorLine Time_VectorLine::TicksToSamples(const Time_BasicTempoMapSegment& iSegment, double iLimit)
 {
@@ -45,35 +41,12 @@ std::size_t Time_VectorRunPlain(const Time_VectorLine& iLine, Cmn_Int64* ioTimes
     return iCount;
 }
 
-namespace {
-
-struct Registers
-{
-    Cmn_UInt32 mA, mB, mC, mD;
-};
-
-Registers AskProcessor(Cmn_UInt32 iLeaf)
-{
-    Registers r{};
-#if defined(_MSC_VER)
-    int values[4];
-    __cpuidex(values, static_cast<int>(iLeaf), 0);
-    r = {static_cast<Cmn_UInt32>(values[0]), static_cast<Cmn_UInt32>(values[1]),
-         static_cast<Cmn_UInt32>(values[2]), static_cast<Cmn_UInt32>(values[3])};
-#else
-    __cpuid_count(iLeaf, 0, r.mA, r.mB, r.mC, r.mD);
-#endif
-    return r;
-}
-
-} // namespace
-
 bool Time_ProcessorHasAvx2()
 {
     constexpr Cmn_UInt32 cOsSavesRegisters = 1u << 27, cAvx2 = 1u << 5;
     constexpr unsigned long long cXmmAndYmm = 6;
-    if (AskProcessor(0).mA < 7 || (AskProcessor(1).mC & cOsSavesRegisters) == 0) return false;
-    return (_xgetbv(0) & cXmmAndYmm) == cXmmAndYmm && (AskProcessor(7).mB & cAvx2) != 0;
+    if (Sys_AskProcessor(0).mA < 7 || (Sys_AskProcessor(1).mC & cOsSavesRegisters) == 0) return false;
+    return (_xgetbv(0) & cXmmAndYmm) == cXmmAndYmm && (Sys_AskProcessor(7).mB & cAvx2) != 0;
 }
 
 Time_VectorKernel Time_BestVectorKernel()

@@ -1,5 +1,7 @@
 #include "Bastel/Sys/Sys_Crc32C.h"
 
+#include "Bastel/Sys/Sys_Crc32C_p.h"
+
 #include <gtest/gtest.h>
 
 #include <random>
@@ -68,14 +70,29 @@ TEST(Crc32C, KnownSums)
     }
 }
 
-TEST(Crc32C, EveryLengthAtEveryAlignment)
+TEST(Crc32C, EveryKernelAgreesOnAllLengthsAtAllAlignments)
 {
-    const Bytes bytes = Random(1100 + 16);
+    std::vector<Sys_Crc32CKernel> kernels = {&Sys_Crc32CPlain};
+    if (Sys_ProcessorHasCrc32C()) kernels.push_back(&Sys_Crc32CSse42);
+    const Bytes bytes = Random(300000);
+    const auto expectAgreement = [&](Cmn_UInt32 iSum, std::size_t iStart, std::size_t iCount) {
+        const Cmn_UInt32 sum = SlowSum(iSum, bytes.data() + iStart, iCount);
+        bool agree = Sys_Crc32C(iSum, bytes.data() + iStart, iCount) == sum;
+        for (const Sys_Crc32CKernel kernel : kernels)
+            agree = agree && ~kernel(~iSum, bytes.data() + iStart, iCount) == sum;
+        ASSERT_TRUE(agree) << iCount << " bytes from " << iStart << " on after " << iSum;
+    };
     for (std::size_t start = 0; start < 16; ++start)
         for (std::size_t count = 0; count <= 1100; ++count)
-            ASSERT_EQ(Sys_Crc32C(start == 0 ? 0 : 0x12345678, bytes.data() + start, count),
-                      SlowSum(start == 0 ? 0 : 0x12345678, bytes.data() + start, count))
-                << count << " bytes from " << start;
+            expectAgreement(start == 0 ? 0 : 0x12345678, start, count);
+    // Around the longest stretch that three parts cover, and twice it.
+    for (std::size_t count = 6100; count <= 12400; count += count == 6200 ? 6100 : 1)
+        expectAgreement(0, count % 16, count);
+    std::mt19937 random(2);
+    for (int i = 0; i < 40; ++i) {
+        const std::size_t start = random() % bytes.size();
+        expectAgreement(static_cast<Cmn_UInt32>(random()), start, random() % (bytes.size() - start));
+    }
 }
 
 TEST(Crc32C, SumsCombineAtEveryCut)
