@@ -2,8 +2,7 @@
 #include "Bastel/Sys/Sys_Crc32C_p.h"
 
 #include <cstring>
-#include <nmmintrin.h>
-#include <wmmintrin.h>
+#include <immintrin.h>
 
 namespace {
 
