@@ -1,6 +1,9 @@
 #include "Bastel/Cmn/Cmn_Exception.h"
 
 #include "Bastel/I18N/I18N_Utils.h"
+#include "Bastel/Sys/Sys_OSErrorText.h"
+
+#include <utility>
 
 Cmn_Exception::Cmn_Exception(Cmn_EMessage iMessage, Cmn_Int64 iOffset, std::string iFile)
     : std::runtime_error(I18N_Utils::GetString(iMessage))
@@ -14,7 +17,12 @@ Cmn_Exception::~Cmn_Exception() = default;
 
 std::string Cmn_Exception::Describe() const
 {
-    std::string line = mFile.empty() ? std::string(what()) : mFile + ": " + what();
+    std::string line = mFile.empty() ? std::string() : mFile + ": ";
+    // The system's own words need no announcement that it is the system's.
+    const bool isSystems = mMessage == Cmn_eMessage_OSError && mOSError != 0;
+    if (!isSystems) line += what();
+    if (!isSystems && mOSError != 0) line += ": ";
+    if (mOSError != 0) line += Sys_OSErrorText(mOSError);
     if (mOffset != cNoOffset) line += " (byte " + std::to_string(mOffset) + ")";
     return line;
 }
@@ -52,10 +60,11 @@ namespace {
 class OSErrException : public Cmn_Exception
 {
 public:
-    explicit OSErrException(Cmn_Int32 iError)
-        : Cmn_Exception(Cmn_eMessage_OSError)
+    OSErrException(Cmn_Int32 iError, std::string iFile)
+        : Cmn_Exception(Cmn_eMessage_OSError, cNoOffset, std::move(iFile))
         , mText(std::string(Cmn_Exception::what()) + " (" + std::to_string(iError) + ")")
     {
+        SetOSError(iError);
     }
     const char* what() const noexcept override { return mText.c_str(); }
 
@@ -65,7 +74,7 @@ private:
 
 } // namespace
 
-void Sys_ThrowIfOSErr(Cmn_Int32 iError)
+void Sys_ThrowIfOSErr(Cmn_Int32 iError, std::string iFile)
 {
-    if (iError != 0) throw OSErrException(iError);
+    if (iError != 0) throw OSErrException(iError, std::move(iFile));
 }

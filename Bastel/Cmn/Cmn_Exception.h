@@ -1,7 +1,7 @@
 // Cmn_Exception: bad document data, as a text of the library's message table with the place it was met.
 //
-// what() is the message text alone; Describe() adds file and offset where they are known, in one line for a log
-// or a terminal.
+// what() is the message text alone; Describe() adds the file, the system's reason and the offset where they are known,
+// in one line for a log or a terminal.
 #pragma once
 
 #include "Bastel/Cmn/Cmn_Types.h"
@@ -41,12 +41,19 @@ public:
     const std::string& GetFile() const { return mFile; }
     void SetFile(std::string iFile) { mFile = std::move(iFile); }
 
+    // The system's code for what went wrong below, 0 where it had no part in it.
+    Cmn_Int32 GetOSError() const { return mOSError; }
+    void SetOSError(Cmn_Int32 iError) { mOSError = iError; }
+
     // "song.kora: an error occurred while reading the document (byte 17)"
+    // "song.kora: an error occurred while writing the document: No space left on device (byte 17)"
+    // "song.kora: Permission denied" for Cmn_eMessage_OSError
     std::string Describe() const;
 
 private:
     Cmn_EMessage mMessage;
     Cmn_Int64 mOffset;
+    Cmn_Int32 mOSError = 0;
     std::string mFile;
 };
 
@@ -80,5 +87,5 @@ public:
     ~Sys_StreamWriteException() override;
 };
 
-// Throws a Cmn_Exception (Cmn_eMessage_OSError) that names the code, unless it is 0.
-KORA_API void Sys_ThrowIfOSErr(Cmn_Int32 iError);
+// Throws a Cmn_Exception (Cmn_eMessage_OSError) that names the code and the file, unless the code is 0.
+KORA_API void Sys_ThrowIfOSErr(Cmn_Int32 iError, std::string iFile = {});

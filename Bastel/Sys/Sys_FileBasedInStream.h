@@ -11,6 +11,8 @@
 #include "Bastel/Sys/Sys_File.h"
 #include "Bastel/Sys/Sys_Stream.h"
 
+#include <memory>
+
 class KORA_API Sys_FileBasedInStream : public Sys_InStream
 {
 public:
@@ -44,13 +46,25 @@ protected:
     void BeginAtFilePosition();
 
 private:
-    bool Fill(std::size_t iWanted);
+    std::size_t ReadPastBuffer(Cmn_UInt8* oBytes, std::size_t iCount);
+    std::size_t ReadDirectly(Cmn_UInt8* oBytes, std::size_t iCount);
+    // As much as the buffer has at the position.
+    std::size_t TakeBuffered(Cmn_UInt8* oBytes, std::size_t iCount);
+    // Makes the buffer hold the iWanted bytes from iFrom on, or as many as can be read, and some ahead.
+    void Load(Cmn_Int64 iFrom, std::size_t iWanted);
+    // Room for iSize bytes, with the iKept ones at iKeptFrom moved to the front.
+    void Reserve(std::size_t iSize, std::size_t iKeptFrom, std::size_t iKept);
+    Cmn_UInt32 SumInPieces(Cmn_Int64 iFrom, std::size_t iCount);
+    [[noreturn]] void ThrowReadError(Cmn_Int64 iPosition, Cmn_Int32 iError) const;
 
     Sys_File& mFile;
+    Cmn_Int64 mBegin = 0;
     Cmn_Int64 mLength = 0;
     Cmn_Int64 mPosition = 0;
-    Cmn_Int64 mBufferStart = 0; // the buffer holds [mBufferStart, mBufferStart + mBuffer.size())
+    Cmn_Int64 mBufferStart = 0; // the buffer holds [mBufferStart, mBufferStart + mBuffered), unmasked
+    std::size_t mBuffered = 0;
+    std::size_t mCapacity = 0;
     std::size_t mReadAhead = cDefaultReadAhead;
     std::size_t mNextRead = cFirstRead;
-    std::vector<Cmn_UInt8> mBuffer;
+    std::unique_ptr<Cmn_UInt8[]> mBuffer;
 };

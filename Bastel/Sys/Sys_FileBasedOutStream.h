@@ -14,6 +14,8 @@
 #include "Bastel/Sys/Sys_File.h"
 #include "Bastel/Sys/Sys_Stream.h"
 
+#include <memory>
+
 class KORA_API Sys_FileBasedOutStream : public Sys_OutStream
 {
 public:
@@ -25,7 +27,7 @@ public:
 
     // All or nothing.
     std::size_t Write(const void* iBytes, std::size_t iCount) override;
-    Cmn_Int64 GetPosition() const override;
+    Cmn_Int64 GetPosition() const override { return Position(); }
     // Anywhere from the stream's beginning to its end, outside all open headers.
     void SetPosition(Cmn_Int64 iPosition) override;
     bool Patch(Cmn_Int64 iPosition, const void* iBytes, std::size_t iCount) override;
@@ -35,10 +37,10 @@ public:
     bool PatchHeader(Cmn_Int64 iPosition, const void* iBytes, std::size_t iCount) override;
     // The position becomes iStart, and so does the end.
     void TakeBack(Cmn_Int64 iStart) override;
-    void RememberFailure() override { mFailed = true; }
+    void RememberFailure() override;
 
     // Bytes at and past the limit are refused.
-    void SetLimit(Cmn_Int64 iLimit) { mLimit = iLimit; }
+    void SetLimit(Cmn_Int64 iLimit);
     Cmn_Int64 GetLimit() const { return mLimit; }
     // One past the last byte that was written, or was there, and has not been taken back.
     Cmn_Int64 GetEnd() const;
@@ -56,16 +58,37 @@ protected:
     void BeginAtFilePosition();
 
 private:
+    // How iCount bytes at a position lie to the buffer: so many before it, then so many in it, at an offset.
+    struct Parts
+    {
+        std::size_t before;
+        std::size_t inBuffer;
+        std::size_t offset;
+    };
+
+    Cmn_Int64 Position() const { return mBufferStart + static_cast<Cmn_Int64>(mFill); }
+    void FindRoom();
+    std::size_t WritePastBuffer(const void* iBytes, std::size_t iCount);
+    bool IsWritten(Cmn_Int64 iPosition, std::size_t iCount) const;
+    Parts PartsOf(Cmn_Int64 iPosition, std::size_t iCount) const;
+    // Both take file and buffer as one. Overwrite returns how many bytes it replaced; ReadBack reads what lies before the
+    // position.
+    std::size_t Overwrite(Cmn_Int64 iPosition, const void* iBytes, std::size_t iCount);
+    bool ReadBack(Cmn_Int64 iPosition, Cmn_UInt8* oBytes, std::size_t iCount);
     bool Drain();
-    bool WriteMasked(Cmn_Int64 iPosition, const void* iBytes, std::size_t iCount);
+    // Returns how many bytes are in the file.
+    std::size_t WriteMasked(Cmn_Int64 iPosition, const void* iBytes, std::size_t iCount);
 
     Sys_File& mFile;
     Cmn_Int64 mBegin = 0;
     Cmn_Int64 mFileEnd = 0;     // of what is in the file
     Cmn_Int64 mBufferStart = 0; // the buffer's first byte belongs there; the position is behind its last
-    Cmn_Int64 mSummed = 0;      // what lies before was handed to the sums
+    std::size_t mFill = 0;      // bytes in the buffer
+    std::size_t mRoom =
+        0; // bytes that it takes without further questions: up to its end, the limit, a failure
+    Cmn_Int64 mSummed = 0; // what lies before was handed to the sums; never before the buffer
     Cmn_Int64 mLimit = cNoLimit;
     bool mFailed = false;
-    std::vector<Cmn_UInt8> mBuffer;
+    std::unique_ptr<Cmn_UInt8[]> mBuffer;
     std::vector<Cmn_UInt8> mMasked;
 };

@@ -23,13 +23,14 @@ public:
 
     enum EAccess : Cmn_Int32 {
         eAccess_Read = 0,
-        eAccess_Write = 1, // reads and writes an existing file; nobody else opens it with 1 or 3 meanwhile
-        eAccess_WriteShared = 2, // the same beside other writers, whose order is their own affair
+        eAccess_Write = 1,       // reads and writes an existing file; nobody else opens it to write meanwhile
+        eAccess_WriteShared = 2, // the same beside others of its kind, whose order is their own affair
         eAccess_New = 3,         // as 1, of a file that is made, or emptied once it is this one's alone
     };
 
     virtual ~Sys_FileSystem();
 
+    // Takes regular files alone. Readers are never refused for a writer's sake, and refuse none.
     virtual Cmn_Int32 Open(const std::string& iPath, EAccess iAccess, Handle& oHandle) = 0;
     virtual Cmn_Int32 Close(Handle iHandle) = 0;
     // oCount is below iCount at the end of the file alone; both transfer as often as the system needs.
@@ -56,7 +57,7 @@ public:
     static Sys_FileSystem& Get();
     // The system's own, for others to pass on to.
     static Sys_FileSystem& GetPlatform();
-    // Puts another in force and returns the one before; null brings back the system's. It must outlive every file
+    // Puts another in force and returns the one before; null is the system's own. It must outlive every file
     // opened through it. Any thread.
     static Sys_FileSystem* Set(Sys_FileSystem* iSystem) noexcept;
 

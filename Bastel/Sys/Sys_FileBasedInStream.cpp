@@ -1,0 +1,169 @@
+#include "Bastel/Sys/Sys_FileBasedInStream.h"
+
+#include "Bastel/Cmn/Cmn_Assert.h"
+#include "Bastel/Cmn/Cmn_Exception.h"
+#include "Bastel/Sys/Sys_Crc32C.h"
+
+#include <algorithm>
+#include <cstring>
+
+constexpr std::size_t Sys_FileBasedInStream::cDefaultReadAhead;
+constexpr std::size_t Sys_FileBasedInStream::cFirstRead;
+
+namespace {
+
+// One read of a long body that is only summed.
+constexpr std::size_t cSumPiece = std::size_t{128} << 10;
+
+} // namespace
+
+Sys_FileBasedInStream::Sys_FileBasedInStream(Sys_File& iFile)
+    : mFile(iFile)
+{
+    Sys_FileBasedInStream::BeginAtFilePosition();
+}
+
+Sys_FileBasedInStream::~Sys_FileBasedInStream() = default;
+
+void Sys_FileBasedInStream::MassageBuffer(void*, std::size_t, Cmn_Int64) {}
+
+void Sys_FileBasedInStream::BeginAtFilePosition()
+{
+    mBegin = mPosition = mFile.GetPosition();
+    Forget();
+}
+
+void Sys_FileBasedInStream::Forget()
+{
+    Sys_InStream::Forget();
+    mLength = std::max(mFile.GetLength(), mBegin);
+    mPosition = std::min(mPosition, mLength);
+    mBufferStart = mPosition;
+    mBuffered = 0;
+    mNextRead = cFirstRead;
+}
+
+void Sys_FileBasedInStream::SetReadAhead(std::size_t iBytes)
+{
+    mReadAhead = std::max(iBytes, cFirstRead);
+    mNextRead = std::min(mNextRead, mReadAhead);
+}
+
+void Sys_FileBasedInStream::SetPosition(Cmn_Int64 iPosition)
+{
+    if (Cmn_ASSERT(iPosition >= mBegin && iPosition <= mLength)) mPosition = iPosition;
+}
+
+std::size_t Sys_FileBasedInStream::Read(void* oBytes, std::size_t iCount)
+{
+    // Both differences wrap around to more than there can be: of a position before the buffer, and of a count of 0.
+    const auto offset = static_cast<std::size_t>(mPosition - mBufferStart);
+    if (offset <= mBuffered && iCount - 1 < mBuffered - offset) {
+        std::memcpy(oBytes, mBuffer.get() + offset, iCount);
+        mPosition += static_cast<Cmn_Int64>(iCount);
+        return iCount;
+    }
+    return ReadPastBuffer(static_cast<Cmn_UInt8*>(oBytes), iCount);
+}
+
+std::size_t Sys_FileBasedInStream::ReadPastBuffer(Cmn_UInt8* oBytes, std::size_t iCount)
+{
+    const auto left = static_cast<std::size_t>(mLength - mPosition);
+    const std::size_t wanted = std::min(iCount, left);
+    std::size_t done = TakeBuffered(oBytes, wanted);
+    if (wanted - done >= mReadAhead) return done + ReadDirectly(oBytes + done, wanted - done);
+    if (done < wanted) {
+        Load(mPosition, wanted - done);
+        done += TakeBuffered(oBytes + done, wanted - done);
+    }
+    return done;
+}
+
+std::size_t Sys_FileBasedInStream::TakeBuffered(Cmn_UInt8* oBytes, std::size_t iCount)
+{
+    const auto offset = static_cast<std::size_t>(mPosition - mBufferStart);
+    if (offset >= mBuffered || iCount == 0) return 0;
+    const std::size_t count = std::min(iCount, mBuffered - offset);
+    std::memcpy(oBytes, mBuffer.get() + offset, count);
+    mPosition += static_cast<Cmn_Int64>(count);
+    return count;
+}
+
+std::size_t Sys_FileBasedInStream::ReadDirectly(Cmn_UInt8* oBytes, std::size_t iCount)
+{
+    const std::size_t count = mFile.ReadAt(mPosition, oBytes, iCount);
+    MassageBuffer(oBytes, count, mPosition);
+    mPosition += static_cast<Cmn_Int64>(count);
+    mBufferStart = mPosition; // where reading goes on in sequence
+    mBuffered = 0;
+    return count;
+}
+
+void Sys_FileBasedInStream::Load(Cmn_Int64 iFrom, std::size_t iWanted)
+{
+    const auto offset = static_cast<std::size_t>(iFrom - mBufferStart);
+    const bool isInSequence = offset <= mBuffered;
+    const std::size_t kept = isInSequence ? mBuffered - offset : 0;
+    if (kept >= iWanted) return;
+    if (!isInSequence) mNextRead = cFirstRead;
+    const auto left = static_cast<std::size_t>(mLength - iFrom);
+    const std::size_t size = std::min(std::max(iWanted, kept + mNextRead), left);
+    mNextRead = std::min(2 * mNextRead, mReadAhead);
+
+    Reserve(size, offset, kept);
+    mBufferStart = iFrom;
+    const Cmn_Int64 newFrom = iFrom + static_cast<Cmn_Int64>(kept);
+    const std::size_t count = mFile.ReadAt(newFrom, mBuffer.get() + kept, size - kept);
+    MassageBuffer(mBuffer.get() + kept, count, newFrom);
+    mBuffered = kept + count;
+}
+
+void Sys_FileBasedInStream::Reserve(std::size_t iSize, std::size_t iKeptFrom, std::size_t iKept)
+{
+    if (iSize <= mCapacity) {
+        if (iKept != 0) std::memmove(mBuffer.get(), mBuffer.get() + iKeptFrom, iKept);
+        return;
+    }
+    auto larger = std::make_unique_for_overwrite<Cmn_UInt8[]>(iSize);
+    if (iKept != 0) std::memcpy(larger.get(), mBuffer.get() + iKeptFrom, iKept);
+    mBuffer = std::move(larger);
+    mCapacity = iSize;
+}
+
+Cmn_UInt32 Sys_FileBasedInStream::SumOf(Cmn_Int64 iFrom, Cmn_Int64 iCount)
+{
+    if (iFrom < mBegin || iCount < 0 || iFrom > mLength || iCount > mLength - iFrom) ThrowReadError(iFrom, 0);
+    if (iCount == 0) return 0;
+    const auto count = static_cast<std::size_t>(iCount);
+    if (count > mReadAhead) return SumInPieces(iFrom, count);
+    Load(iFrom, count);
+    const auto offset = static_cast<std::size_t>(iFrom - mBufferStart);
+    if (offset + count > mBuffered)
+        ThrowReadError(mBufferStart + static_cast<Cmn_Int64>(mBuffered), mFile.GetLastError());
+    return Sys_Crc32C(0, mBuffer.get() + offset, count);
+}
+
+Cmn_UInt32 Sys_FileBasedInStream::SumInPieces(Cmn_Int64 iFrom, std::size_t iCount)
+{
+    const std::size_t pieceSize = std::min(iCount, cSumPiece);
+    const auto piece = std::make_unique_for_overwrite<Cmn_UInt8[]>(pieceSize);
+    Cmn_UInt32 sum = 0;
+    for (std::size_t done = 0; done < iCount;) {
+        const Cmn_Int64 at = iFrom + static_cast<Cmn_Int64>(done);
+        const std::size_t wanted = std::min(pieceSize, iCount - done);
+        const std::size_t count = mFile.ReadAt(at, piece.get(), wanted);
+        if (count < wanted) ThrowReadError(at + static_cast<Cmn_Int64>(count), mFile.GetLastError());
+        MassageBuffer(piece.get(), count, at);
+        sum = Sys_Crc32C(sum, piece.get(), count);
+        done += count;
+    }
+    return sum;
+}
+
+void Sys_FileBasedInStream::ThrowReadError(Cmn_Int64 iPosition, Cmn_Int32 iError) const
+{
+    Sys_StreamReadException exception(iPosition);
+    exception.SetFile(mFile.GetFileLoc().GetPath());
+    exception.SetOSError(iError);
+    throw exception;
+}
