@@ -1,0 +1,128 @@
+// Saving a document of a hundred thousand streams, opening it, and finding streams by key.
+//
+// "Cold" is a new document object for each iteration; the system's own cache of the file stays warm.
+#include "DocumentBench_p.h"
+
+#include "Kora/FF/FF_Document.h"
+#include "Kora/FF/FF_Document_TOC.h"
+#include "Kora/FF/FF_SafeSave.h"
+#include "Kora/FF/FF_StSetStreamContext.h"
+#include "Kora/FF/FF_StreamHeader.h"
+#include "Kora/FF/FF_StreamList.h"
+
+#include <benchmark/benchmark.h>
+
+#include <fcntl.h>
+#include <fstream>
+#include <iterator>
+#include <unistd.h>
+
+namespace {
+
+void WriteAll(FF_Document& ioDocument)
+{
+    Sys_TypedOutStream out = ioDocument.MakeTypedOutStream();
+    FF_Document::AddTOCEntry(&ioDocument, static_cast<Cmn_UInt64>(out.GetPosition()), cBenchListType,
+                             "clips");
+    const FF_StreamHeaderWriter list(&ioDocument, out, cBenchListType, 1);
+    FF_StreamListWriter items(&ioDocument, out, cBenchItems);
+    for (Cmn_Int32 i = 0; i < cBenchItems; ++i) {
+        items.AddListEntry(i, "clip");
+        FF_Document::AddTOCEntry(&ioDocument, static_cast<Cmn_UInt64>(out.GetPosition()), cBenchItemType, "");
+        const FF_StreamHeaderWriter item(&ioDocument, out, cBenchItemType, 1);
+        const BenchBody body = MakeBenchBody(i);
+        out.WriteBytes(body.data(), body.size());
+    }
+}
+
+void SaveDocument(const std::string& iPath, EFF_EncryptionType iType)
+{
+    FF_SafeSave save(Sys_FileLoc(iPath), iType, eTextEncoding_Utf8, false);
+    WriteAll(save.GetDocument());
+    save.Commit();
+}
+
+const std::string& SavedDocument()
+{
+    static const std::string sPath = [] {
+        const std::string path = BenchPath("read.kora");
+        SaveDocument(path, eFF_EncryptionType_None);
+        return path;
+    }();
+    return sPath;
+}
+
+FF_Document::TOCKey ItemKey(Cmn_Int32 iItem)
+{
+    FF_Document::Context list(cBenchListType);
+    list.SetListIndex(iItem + 1);
+    return FF_Document::TOCKey(std::vector{list, FF_Document::Context(cBenchItemType)});
+}
+
+BenchBody ReadItem(FF_Document& iDocument, Sys_TypedInStream& ioStream, Cmn_Int32 iItem)
+{
+    FF_Document::TOCKey key = ItemKey(iItem);
+    BenchNeeds(iDocument.SeekToStream(key, ioStream));
+    key.GetContexts().pop_back();
+    const FF_StSetStreamContext context(iDocument, key);
+    const FF_StreamHeaderReader reader(&iDocument, ioStream, cBenchItemType);
+    BenchBody body;
+    ioStream.ReadBytes(body.data(), body.size());
+    return body;
+}
+
+// --- saving, durably; time is the clock's, since most of it may be spent waiting for the disk
+void BM_Save(benchmark::State& ioState)
+{
+    const std::string path = BenchPath("save.kora");
+    for (auto _ : ioState)
+        SaveDocument(path, static_cast<EFF_EncryptionType>(ioState.range(0)));
+    ioState.counters["bytes"] = static_cast<double>(std::filesystem::file_size(path));
+}
+BENCHMARK(BM_Save)->ArgName("type")->Arg(0)->Arg(1)->Arg(5)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+// The bytes of the same document, written from memory to a new file and synced: what no save can beat.
+void BM_SavePlain(benchmark::State& ioState)
+{
+    std::ifstream file(SavedDocument(), std::ios::binary);
+    const std::vector<char> bytes{std::istreambuf_iterator<char>(file), {}};
+    const std::string path = BenchPath("plain");
+    for (auto _ : ioState) {
+        const int out = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+        BenchNeeds(out >= 0);
+        BenchNeeds(write(out, bytes.data(), bytes.size()) == static_cast<ssize_t>(bytes.size()));
+        BenchNeeds(fsync(out) == 0 && close(out) == 0);
+    }
+    ioState.counters["bytes"] = static_cast<double>(bytes.size());
+}
+BENCHMARK(BM_SavePlain)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+// --- opening and reading the first stream
+void BM_OpenAndReadFirst(benchmark::State& ioState)
+{
+    const Sys_FileLoc location(SavedDocument());
+    for (auto _ : ioState) {
+        FF_Document document(location, eFF_EncryptionType_None, eTextEncoding_Utf8, false);
+        document.Open(Sys_Store::eOpenFlag_Read);
+        Sys_TypedInStream stream = document.MakeTypedInStream();
+        BenchNeeds(ReadItem(document, stream, 0) == MakeBenchBody(0));
+    }
+}
+BENCHMARK(BM_OpenAndReadFirst)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+// --- a stream by its key, in an open document
+void BM_ReadByKey(benchmark::State& ioState)
+{
+    FF_Document document(Sys_FileLoc(SavedDocument()), eFF_EncryptionType_None, eTextEncoding_Utf8, false);
+    document.Open(Sys_Store::eOpenFlag_Read);
+    Sys_TypedInStream stream = document.MakeTypedInStream();
+    const std::vector<Cmn_Int32> order = MakeBenchOrder();
+    for (const Cmn_Int32 item : order)
+        BenchNeeds(ReadItem(document, stream, item) == MakeBenchBody(item));
+    std::size_t at = 0;
+    for (auto _ : ioState)
+        benchmark::DoNotOptimize(ReadItem(document, stream, order[at++ % order.size()]));
+}
+BENCHMARK(BM_ReadByKey);
+
+} // namespace

@@ -1,0 +1,65 @@
+// What the cases of the document benchmarks share: the same hundred thousand bodies under the keys {list, item}{type},
+// and one folder on the disk that the build is on.
+#pragma once
+
+#include "Bastel/Cmn/Cmn_Types.h"
+
+#include <array>
+#include <cstdlib>
+#include <filesystem>
+#include <random>
+#include <string>
+#include <vector>
+
+constexpr Cmn_Int32 cBenchItems = 100000;
+constexpr Cmn_Int16 cBenchListType = 20;
+constexpr Cmn_Int16 cBenchItemType = 21;
+
+using BenchBody = std::array<Cmn_UInt8, 100>;
+
+inline BenchBody MakeBenchBody(Cmn_Int32 iItem)
+{
+    BenchBody body;
+    for (std::size_t i = 0; i < body.size(); ++i)
+        body[i] = static_cast<Cmn_UInt8>(static_cast<std::size_t>(iItem) * 31 + i);
+    return body;
+}
+
+// Items in an order that no cache learns.
+inline std::vector<Cmn_Int32> MakeBenchOrder()
+{
+    std::mt19937 random(1);
+    std::uniform_int_distribution<Cmn_Int32> item(0, cBenchItems - 1);
+    std::vector<Cmn_Int32> order(4096);
+    for (Cmn_Int32& each : order)
+        each = item(random);
+    return order;
+}
+
+// A path in a folder that goes with the process.
+inline std::string BenchPath(const char* iName)
+{
+    struct Folder
+    {
+        Folder()
+            : path(std::filesystem::current_path() / "FFBench.tmp")
+        {
+            std::filesystem::remove_all(path);
+            std::filesystem::create_directories(path);
+        }
+        ~Folder()
+        {
+            std::error_code ignored;
+            std::filesystem::remove_all(path, ignored);
+        }
+        std::filesystem::path path;
+    };
+    static const Folder sFolder;
+    return (sFolder.path / iName).string();
+}
+
+// Ends the program: a figure of work that failed says nothing.
+inline void BenchNeeds(bool iHolds)
+{
+    if (!iHolds) std::abort();
+}
