@@ -12,10 +12,8 @@
 
 #include <benchmark/benchmark.h>
 
-#include <fcntl.h>
 #include <fstream>
 #include <iterator>
-#include <unistd.h>
 
 namespace {
 
@@ -87,12 +85,8 @@ void BM_SavePlain(benchmark::State& ioState)
     std::ifstream file(SavedDocument(), std::ios::binary);
     const std::vector<char> bytes{std::istreambuf_iterator<char>(file), {}};
     const std::string path = BenchPath("plain");
-    for (auto _ : ioState) {
-        const int out = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
-        BenchNeeds(out >= 0);
-        BenchNeeds(write(out, bytes.data(), bytes.size()) == static_cast<ssize_t>(bytes.size()));
-        BenchNeeds(fsync(out) == 0 && close(out) == 0);
-    }
+    for (auto _ : ioState)
+        WritePlainFile(path, bytes);
     ioState.counters["bytes"] = static_cast<double>(bytes.size());
 }
 BENCHMARK(BM_SavePlain)->Unit(benchmark::kMillisecond)->UseRealTime();

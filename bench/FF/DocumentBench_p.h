@@ -63,3 +63,8 @@ inline void BenchNeeds(bool iHolds)
 {
     if (!iHolds) std::abort();
 }
+
+// Writes a file in one request and waits for the disk: what no save can beat.
+void WritePlainFile(const std::string& iPath, const std::vector<char>& iBytes);
+// Waits for the disk in place of a peer that does not.
+void SyncPlainFile(const std::string& iPath);

@@ -5,9 +5,6 @@
 #include <benchmark/benchmark.h>
 #include <zip.h>
 
-#include <fcntl.h>
-#include <unistd.h>
-
 namespace {
 
 std::string MemberName(Cmn_Int32 iItem)
@@ -30,8 +27,7 @@ void SaveZip(const std::string& iPath)
         BenchNeeds(zip_set_file_compression(archive, static_cast<zip_uint64_t>(at), ZIP_CM_STORE, 0) == 0);
     }
     BenchNeeds(zip_close(archive) == 0);
-    const int file = open(iPath.c_str(), O_RDWR | O_CLOEXEC);
-    BenchNeeds(file >= 0 && fsync(file) == 0 && close(file) == 0);
+    SyncPlainFile(iPath);
 }
 
 const std::string& SavedZip()

@@ -39,8 +39,15 @@ protected:
     static inline Cmn_Int64 sNow = 0;
     static constexpr Sys_Clock::Source cSource = {[] { return sNow; }, [] { return sNow; }};
 
-    Scramble() { SetFile(Bytes(cTypeAt, 'h')); }
+    Scramble() { SetHeader(); }
 
+    // Leaves a file that ends behind the header, with the given bytes after it.
+    void SetHeader(std::initializer_list<Cmn_UInt8> iMore = {})
+    {
+        Bytes bytes(cTypeAt, 'h');
+        bytes.insert(bytes.end(), iMore);
+        SetFile(std::move(bytes));
+    }
     void SetFile(Bytes iBytes)
     {
         mInFile.Close();
@@ -50,12 +57,6 @@ protected:
         mInFile.Open(Sys_FileSystem::eAccess_Read);
         mOutFile.SetPosition(cTypeAt);
         mInFile.SetPosition(cTypeAt);
-    }
-    void SetFile(Cmn_UInt8 iType, Cmn_UInt8 iRaw)
-    {
-        Bytes bytes(cTypeAt, 'h');
-        bytes.insert(bytes.end(), {iType, iRaw});
-        SetFile(bytes);
     }
     Bytes GetFile() const { return mSystem.GetBytes(cPath); }
 
@@ -74,6 +75,7 @@ protected:
     {
         EXPECT_EQ(mOut->Write(iBytes.data(), iBytes.size()), iBytes.size());
         mOut->Flush();
+        mIn->Forget();
     }
     Bytes Read(std::size_t iCount)
     {
@@ -129,7 +131,7 @@ TEST_F(Scramble, ANewFileStandsAsDescribedAndReadsBackFromBothSides)
         { // raw keys 254 and 0
             SCOPED_TRACE(testing::Message() << "type " << type << " at " << now);
             const auto raw = static_cast<Cmn_UInt8>(now % 255);
-            SetFile(Bytes(cTypeAt, 'h'));
+            SetHeader();
             CreateNew(type, now);
             ASSERT_TRUE(mIn && mOut);
             const Cmn_Int64 begin = cTypeAt + (type == 0 ? 1 : 2);
@@ -165,7 +167,7 @@ TEST_F(Scramble, TheSameContentAtAnotherTimeLooksDifferentAndReadsTheSame)
     const Bytes plain = Pattern(9000);
     Bytes files[2];
     for (Bytes& file : files) {
-        SetFile(Bytes(cTypeAt, 'h'));
+        SetHeader();
         CreateNew(eFF_EncryptionType_Byte29, 1000 + (&file - files));
         Write(plain);
         file = GetFile();
@@ -182,10 +184,10 @@ TEST_F(Scramble, TheSameContentAtAnotherTimeLooksDifferentAndReadsTheSame)
 TEST_F(Scramble, AnUnknownTypeIsNoStream)
 {
     for (Cmn_UInt32 type = 6; type < 256; ++type) {
-        SetFile(Bytes(cTypeAt, 'h'));
+        SetHeader();
         CreateNew(type, 1);
         EXPECT_TRUE(!mIn && !mOut);
-        SetFile(static_cast<Cmn_UInt8>(type), 1);
+        SetHeader({static_cast<Cmn_UInt8>(type), 1});
         try {
             CreateExisting();
             ADD_FAILURE() << type;
@@ -197,8 +199,7 @@ TEST_F(Scramble, AnUnknownTypeIsNoStream)
         EXPECT_TRUE(!mIn && !mOut);
     }
     EXPECT_TRUE(mAsserts.Take().empty());
-    const Bytes cRaw = {254};
-    SetFile(6, 254);
+    SetHeader({6, 254});
     mInFile.SetPosition(cTypeAt + 1);
     sNow = 254;
     EXPECT_EQ(FF_FileBasedSimpleEncryptedInStream(mInFile, 6).GetMunger(), 254);
