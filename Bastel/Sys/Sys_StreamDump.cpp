@@ -1,6 +1,7 @@
 #include "Bastel/Sys/Sys_StreamDump.h"
 
 #include "Bastel/Cmn/Cmn_Exception.h"
+#include "Bastel/Sys/Sys_Crc32C.h"
 #include "Bastel/Sys/Sys_StdStreamHeader_p.h"
 
 #include <algorithm>
@@ -88,13 +89,23 @@ private:
             line += "size not written";
         else
             line += std::to_string(iHeader.bodySize) + " bytes";
+        if (iHeader.IsList()) line += ", list";
         if (iHeader.listIndex != 0) line += ", item " + std::to_string(iHeader.listIndex);
+        if (iHeader.HasSums()) line += Sums(iHeader, iBody, isSound);
         if (!isSound) line += ", not a complete header; " + std::to_string(left) + " bytes follow";
         AddLine(iAt, iLevel, line);
 
         const std::size_t end = isSound ? iBody + iHeader.bodySize : iEnd;
         DumpRange(iBody, end, iLevel + 1);
         return end;
+    }
+
+    const char* Sums(const Fields& iHeader, std::size_t iBody, bool iIsSound) const
+    {
+        if (iHeader.headerSum != iHeader.computedSum) return ", its own sum does not fit";
+        if (!iIsSound) return "";
+        const bool fits = Sys_Crc32C(0, mBytes.data() + iBody, iHeader.bodySize) == iHeader.bodySum;
+        return fits ? ", sums fit" : ", its body's sum does not fit";
     }
 
     void DumpRun(std::size_t iStart, std::size_t iEnd, int iLevel)

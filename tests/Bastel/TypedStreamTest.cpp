@@ -136,6 +136,37 @@ TEST(TypedStream, CutAtAnyLengthItRaisesTheReadingException)
     }
 }
 
+TEST(TypedStream, TextIsUtf8OnDiskWhateverTheCallersEncoding)
+{
+    const struct
+    {
+        const char* what;
+        ETextEncoding encoding;
+        bool repair;
+        const char *given, *stored, *got;
+    } cCases[] = {
+        {"UTF-8 as it stands",            eTextEncoding_Utf8,   false, "é\xFF",           "é\xFF",                      "é\xFF"  },
+        {"UTF-8 repaired",                eTextEncoding_Utf8,   true,  "é\xFFx\xC3",      "é\xEF\xBF\xBDx\xEF\xBF\xBD",
+         "é\xEF\xBF\xBDx\xEF\xBF\xBD"                                                                                              },
+        {"nothing to repair",             eTextEncoding_Utf8,   true,  "é𝄞",           "é𝄞",                      "é𝄞"  },
+        {"both ends of Latin-1",          eTextEncoding_Latin1, false, "\x01\x7F\x80\xFF", "\x01\x7F\xC2\x80ÿ",
+         "\x01\x7F\x80\xFF"                                                                                                         },
+        {"Latin-1 that looks like UTF-8", eTextEncoding_Latin1, true,  "\xC3\xA9",         "Ã©",                        "\xC3\xA9"},
+    };
+    for (const auto& c : cCases) {
+        Sys_MemOutStream stream;
+        Out(stream, false, c.encoding, c.repair).WriteString(c.given);
+        Sys_MemInStream bytes(stream.GetBytes());
+        EXPECT_EQ(In(bytes).ReadString(), c.stored) << c.what;
+        bytes.SetPosition(0);
+        EXPECT_EQ(In(bytes, false, c.encoding).ReadString(), c.got) << c.what;
+    }
+    Sys_MemOutStream stream;
+    Out(stream).WriteString("ÿĀ𝄞\xFF");
+    Sys_MemInStream bytes(stream.GetBytes());
+    EXPECT_EQ(In(bytes, false, eTextEncoding_Latin1).ReadString(), "\xFF???") << "what Latin-1 cannot say";
+}
+
 TEST(TypedStream, DamagedValuesAreRefusedWhereTheyStand)
 {
     const Bytes bytes = {9, 2, 0xFF, 0xFF, 0xFF, 0xFF, 'a'};
