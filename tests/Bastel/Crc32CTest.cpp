@@ -1,6 +1,7 @@
 #include "Bastel/Sys/Sys_Crc32C.h"
 
 #include "Bastel/Sys/Sys_Crc32C_p.h"
+#include "Support/SlowCrc32C.h"
 
 #include <gtest/gtest.h>
 
@@ -11,18 +12,6 @@
 namespace {
 
 using Bytes = std::vector<Cmn_UInt8>;
-
-// Bit by bit, straight from the definition.
-Cmn_UInt32 SlowSum(Cmn_UInt32 iSumOfA, const Cmn_UInt8* iB, std::size_t iCount)
-{
-    Cmn_UInt32 remainder = ~iSumOfA;
-    for (std::size_t i = 0; i < iCount; ++i) {
-        remainder ^= iB[i];
-        for (int bit = 0; bit < 8; ++bit)
-            remainder = remainder >> 1 ^ ((remainder & 1) != 0 ? 0x82F63B78 : 0);
-    }
-    return ~remainder;
-}
 
 Bytes Ascending(Cmn_UInt8 iFirst, int iStep)
 {
@@ -66,7 +55,7 @@ TEST(Crc32C, KnownSums)
     };
     for (const auto& c : cCases) {
         EXPECT_EQ(Sys_Crc32C(0, c.bytes.data(), c.bytes.size()), c.sum) << c.name;
-        EXPECT_EQ(SlowSum(0, c.bytes.data(), c.bytes.size()), c.sum) << c.name;
+        EXPECT_EQ(SlowCrc32C(0, c.bytes.data(), c.bytes.size()), c.sum) << c.name;
     }
 }
 
@@ -76,7 +65,7 @@ TEST(Crc32C, EveryKernelAgreesOnAllLengthsAtAllAlignments)
     if (Sys_ProcessorHasCrc32C()) kernels.push_back(&Sys_Crc32CSse42);
     const Bytes bytes = Random(300000);
     const auto expectAgreement = [&](Cmn_UInt32 iSum, std::size_t iStart, std::size_t iCount) {
-        const Cmn_UInt32 sum = SlowSum(iSum, bytes.data() + iStart, iCount);
+        const Cmn_UInt32 sum = SlowCrc32C(iSum, bytes.data() + iStart, iCount);
         bool agree = Sys_Crc32C(iSum, bytes.data() + iStart, iCount) == sum;
         for (const Sys_Crc32CKernel kernel : kernels)
             agree = agree && ~kernel(~iSum, bytes.data() + iStart, iCount) == sum;
