@@ -71,3 +71,6 @@ no frames and no timecode. A position further from sample 0 than the time line r
 samples) is refused. Blanks around a position are ignored; an empty line is not a position. Nothing
 is printed unless every line is understood.
 )";
+
+inline constexpr char Tool_cPlotHelp[] = R"(Draws a song as a picture.
+)";

@@ -3,6 +3,7 @@
 
 #include "Kora/Time/Time_Globals.h"
 
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -13,6 +14,19 @@ struct Tool_Settings
 
     // Makes them the process's: sample rate, timecode format and its frame rate, no frame offset and no pulls.
     void Apply() const;
+};
+
+// What a user asks for, where something is: the rest is the song's own or the default.
+struct Tool_AskedSettings
+{
+    std::optional<double> mSampleRate;
+    std::optional<ETimeCodeFormat> mTimeCodeFormat;
+
+    Tool_Settings Over(const Tool_Settings& iSettings) const
+    {
+        return {mSampleRate.value_or(iSettings.mSampleRate),
+                mTimeCodeFormat.value_or(iSettings.mTimeCodeFormat)};
+    }
 };
 
 // A decimal number of Hz from Tool_Seconds::cMinRate to cMaxRate; false, with the out untouched, for anything else.

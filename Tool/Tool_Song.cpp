@@ -2,6 +2,7 @@
 
 #include "Kora/Time/Time_ConstantTempoSeg.h"
 #include "Kora/Time/Time_TempoMap_StEditOptimizer.h"
+#include "Tool/Tool_File.h"
 #include "Tool/Tool_InputError.h"
 
 #include <limits>
@@ -55,6 +56,11 @@ Tool_Song::Tool_Song(const Tool_MidiFile& iFile, const Tool_Settings& iSettings)
     BuildTempos(iFile);
     BuildKeys(iFile);
     CheckEnd(iFile);
+}
+
+std::unique_ptr<Tool_Song> Tool_Song::Load(const std::string& iName, const Tool_AskedSettings& iAsked)
+{
+    return std::make_unique<Tool_Song>(Tool_MidiFile::Parse(Tool_ReadFile(iName), iName), iAsked.Over({}));
 }
 
 // The whole quarters first, so that no product leaves 64 bits: the rest is below a quarter, and a division has 15 bits.

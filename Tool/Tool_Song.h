@@ -15,6 +15,8 @@
 #include "Tool/Tool_MidiFile.h"
 #include "Tool/Tool_Settings.h"
 
+#include <memory>
+
 class Tool_Song
 {
 public:
@@ -26,6 +28,8 @@ public:
     // Of several events of a kind at one tick the last in the file holds. Throws Tool_InputError when an event lies
     // past the time limits.
     Tool_Song(const Tool_MidiFile& iFile, const Tool_Settings& iSettings);
+    // The song in a file. Throws Tool_InputError for one that cannot be read or understood.
+    static std::unique_ptr<Tool_Song> Load(const std::string& iName, const Tool_AskedSettings& iAsked);
     Tool_Song(const Tool_Song&) = delete;
     Tool_Song& operator=(const Tool_Song&) = delete;
 

@@ -55,54 +55,11 @@ constexpr std::size_t cNumberWidth = 11;
 Tool_SongReport::Tool_SongReport(const Tool_Song& iSong, std::string iFile)
     : mSong(iSong)
     , mFile(std::move(iFile))
-    , mEnd(PlaceOf(iSong.GetEndTick()))
+    , mRows(iSong)
 {
-    CollectTempos();
-    CollectMeters();
-    CollectKeys();
 }
 
-Tool_SongReport::Place Tool_SongReport::PlaceOf(Time_Tick iTick) const
-{
-    const Time_Converter& converter = mSong.GetConverter();
-    return {iTick, converter.ToSample(iTick), converter.ToBarBeatTick(iTick)};
-}
-
-void Tool_SongReport::CollectTempos()
-{
-    const Time_TempoMap& map = mSong.GetTempoMap();
-    for (auto segment = map.SegmentBegin(); segment != map.SegmentEnd(); ++segment) {
-        const Time_Tick tick = (*segment)->GetStartTick();
-        TempoRow row{PlaceOf(tick), 0, 0};
-        Time_TickLength ticksPerBeat;
-        map.GetTempoAtTick(row.mBeatsPerMinute, ticksPerBeat, tick);
-        row.mTicksPerBeat = ticksPerBeat.AsInt64();
-        mTempos.push_back(row);
-    }
-}
-
-void Tool_SongReport::CollectMeters()
-{
-    const Time_MeterMap& map = mSong.GetMeterMap();
-    for (auto change = map.IterBegin(); change != map.IterEnd(); ++change)
-        mMeters.push_back({PlaceOf(change->GetTick()), change->GetBarNumber(),
-                           change->GetMeter().GetNumerator(), change->GetMeter().GetDenominator(),
-                           change->IsOffBarline()});
-}
-
-void Tool_SongReport::CollectKeys()
-{
-    const Time_KeySignatureMap& map = mSong.GetKeyMap();
-    for (long i = 0; i < map.size(); ++i) {
-        Time_Tick tick;
-        KeyRow row;
-        if (!map.GetKeysSignature(i, tick, row.mKey)) continue;
-        row.mPlace = PlaceOf(tick);
-        mKeys.push_back(row);
-    }
-}
-
-std::string Tool_SongReport::TimecodeOf(const Place& iPlace) const
+std::string Tool_SongReport::TimecodeOf(const Tool_SongRows::Place& iPlace) const
 {
     const Time_Typed frame = mSong.GetConverter().ToType(iPlace.mSample, Time_eType_Frames);
     return Tool_PositionText(mSong).Timecode(frame.AsInt64());
@@ -111,19 +68,19 @@ std::string Tool_SongReport::TimecodeOf(const Place& iPlace) const
 std::vector<Tool_SongReport::TableRow> Tool_SongReport::TableRows() const
 {
     std::vector<TableRow> rows;
-    for (const TempoRow& row : mTempos)
+    for (const Tool_SongRows::Tempo& row : mRows.mTempos)
         rows.push_back({&row.mPlace, "tempo  " + RightAligned(Thousandths(row.mBeatsPerMinute), 7) + " bpm"});
-    for (const MeterRow& row : mMeters) {
+    for (const Tool_SongRows::Meter& row : mRows.mMeters) {
         const std::string cut = row.mIsOffBarline ? ", cutting bar " + Number(row.mBar - 1) + " short" : "";
         rows.push_back(
             {&row.mPlace, "meter  " + Number(row.mNumerator) + '/' + Number(row.mDenominator) + cut});
     }
-    for (const KeyRow& row : mKeys)
+    for (const Tool_SongRows::Key& row : mRows.mKeys)
         rows.push_back({&row.mPlace, "key    " + row.mKey.ToString()});
     std::stable_sort(rows.begin(), rows.end(), [](const TableRow& iA, const TableRow& iB) {
         return iA.mPlace->mTick < iB.mPlace->mTick;
     });
-    rows.push_back({&mEnd, "end"});
+    rows.push_back({&mRows.mEnd, "end"});
     return rows;
 }
 
@@ -155,7 +112,7 @@ std::string Tool_SongReport::Json() const
 {
     const double rate = mSong.GetSettings().mSampleRate;
     JsonValue tempos = JsonValue::array();
-    for (const TempoRow& row : mTempos)
+    for (const Tool_SongRows::Tempo& row : mRows.mTempos)
         tempos.push_back({
             {"tick",         row.mPlace.mTick.AsInt64()        },
             {"sample",       row.mPlace.mSample.AsInt64()      },
@@ -164,7 +121,7 @@ std::string Tool_SongReport::Json() const
             {"position",     PositionJson(row.mPlace.mPosition)}
         });
     JsonValue meters = JsonValue::array();
-    for (const MeterRow& row : mMeters)
+    for (const Tool_SongRows::Meter& row : mRows.mMeters)
         meters.push_back({
             {"tick",        row.mPlace.mTick.AsInt64()  },
             {"bar",         row.mBar                    },
@@ -174,7 +131,7 @@ std::string Tool_SongReport::Json() const
             {"sample",      row.mPlace.mSample.AsInt64()}
         });
     JsonValue keys = JsonValue::array();
-    for (const KeyRow& row : mKeys)
+    for (const Tool_SongRows::Key& row : mRows.mKeys)
         keys.push_back({
             {"tick",     row.mPlace.mTick.AsInt64()        },
             {"sharps",   SharpsOf(row.mKey)                },
@@ -183,19 +140,19 @@ std::string Tool_SongReport::Json() const
             {"position", PositionJson(row.mPlace.mPosition)}
         });
     const JsonValue song = {
-        {"file",            mFile                                         },
-        {"sampleRate",      rate                                          },
-        {"ticksPerQuarter", Tool_Song::cTicksPerQuarter                   },
-        {"songStartTick",   Tool_Song::cStartTick                         },
-        {"tempo",           std::move(tempos)                             },
-        {"meter",           std::move(meters)                             },
-        {"keys",            std::move(keys)                               },
+        {"file",            mFile                                               },
+        {"sampleRate",      rate                                                },
+        {"ticksPerQuarter", Tool_Song::cTicksPerQuarter                         },
+        {"songStartTick",   Tool_Song::cStartTick                               },
+        {"tempo",           std::move(tempos)                                   },
+        {"meter",           std::move(meters)                                   },
+        {"keys",            std::move(keys)                                     },
         {"end",
-         {{"tick", mEnd.mTick.AsInt64()},
-          {"sample", mEnd.mSample.AsInt64()},
-          {"position", PositionJson(mEnd.mPosition)},
-          {"timecode", TimecodeOf(mEnd)},
-          {"seconds", static_cast<double>(mEnd.mSample.AsInt64()) / rate}}}
+         {{"tick", mRows.mEnd.mTick.AsInt64()},
+          {"sample", mRows.mEnd.mSample.AsInt64()},
+          {"position", PositionJson(mRows.mEnd.mPosition)},
+          {"timecode", TimecodeOf(mRows.mEnd)},
+          {"seconds", static_cast<double>(mRows.mEnd.mSample.AsInt64()) / rate}}}
     };
     // A file name that is no UTF-8 is shown with replacement characters.
     return song.dump(2, ' ', false, JsonValue::error_handler_t::replace) + '\n';

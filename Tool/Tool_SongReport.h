@@ -1,11 +1,9 @@
 // Tool_SongReport: a song's tempo, meter and key changes and its end, as a table for people or JSON for programs.
 //
-// Both forms read the same rows, which come out of the song's maps through its converter.
+// Both forms show the rows of Tool_SongRows.
 #pragma once
 
-#include "Kora/Time/Time_BarBeatTick.h"
-#include "Kora/Time/Time_KeySignature.h"
-#include "Tool/Tool_Song.h"
+#include "Tool/Tool_SongRows.h"
 
 #include <string>
 #include <vector>
@@ -23,48 +21,16 @@ public:
     std::string Json() const;
 
 private:
-    struct Place
-    {
-        Time_Tick mTick;
-        Time_Sample mSample;
-        Time_BarBeatTick mPosition;
-    };
-    struct TempoRow
-    {
-        Place mPlace;
-        double mBeatsPerMinute;
-        Cmn_Int64 mTicksPerBeat;
-    };
-    struct MeterRow
-    {
-        Place mPlace;
-        Cmn_Int32 mBar;
-        Cmn_Int32 mNumerator;
-        Cmn_Int32 mDenominator;
-        bool mIsOffBarline;
-    };
-    struct KeyRow
-    {
-        Place mPlace;
-        Time_KeySignature mKey;
-    };
     struct TableRow
     {
-        const Place* mPlace;
+        const Tool_SongRows::Place* mPlace;
         std::string mChange;
     };
 
-    Place PlaceOf(Time_Tick iTick) const;
-    void CollectTempos();
-    void CollectMeters();
-    void CollectKeys();
     std::vector<TableRow> TableRows() const;
-    std::string TimecodeOf(const Place& iPlace) const;
+    std::string TimecodeOf(const Tool_SongRows::Place& iPlace) const;
 
     const Tool_Song& mSong;
     std::string mFile;
-    std::vector<TempoRow> mTempos;
-    std::vector<MeterRow> mMeters;
-    std::vector<KeyRow> mKeys;
-    Place mEnd;
+    Tool_SongRows mRows;
 };
