@@ -4,10 +4,12 @@
 inline constexpr char Tool_cHelp[] = R"(kora shows what the Kora library knows about a song.
 
 Usage: kora song FILE.mid [--rate HZ] [--timecode NAME] [--json]
+       kora plot FILE.mid [-o OUT.svg]
        kora convert FILE.mid --from UNIT --to UNIT[,UNIT...] [--rate HZ] [--timecode NAME]
        kora --help | --version
 
   song        print tempo, meter and key changes and the end of a song
+  plot        draw a song's tempo, meter and key changes as an SVG picture
   convert     turn positions into other units: ticks, samples, frames, bars, timecode, seconds
 
 "kora song --help" and "kora convert --help" say more. Try:
@@ -72,5 +74,19 @@ samples) is refused. Blanks around a position are ignored; an empty line is not 
 is printed unless every line is understood.
 )";
 
-inline constexpr char Tool_cPlotHelp[] = R"(Draws a song as a picture.
+inline constexpr char Tool_cPlotHelp[] =
+    R"(Draws a song: its tempo over time, and its meter and key changes, over bars and seconds.
+
+Usage: kora plot FILE [-o OUT.svg] [--rate HZ] [--timecode NAME]
+
+  FILE              the song, as for "kora song"
+  -o, --output OUT  write the picture there instead of printing it; a file of that name is
+                    replaced once the picture is complete
+  --rate HZ         sample rate, 1000 to 768000 (default 44100)
+  --timecode NAME   timecode format, as for "kora song" (default 30)
+
+The picture is SVG that needs nothing else and follows a viewer's light or dark scheme. The tempo
+is in quarter notes a minute, whatever the beat is. A change that cuts a bar short is marked in
+orange. Pointing at a mark shows what changes there; labels that would run into the next mark are
+left out.
 )";

@@ -43,6 +43,8 @@ TEST_F(CommandTest, TheExampleSongIsWhatWasCheckedByHand)
     const Tool_SongReport report(song, "first-light.mid");
     EXPECT_EQ(report.Json(), ReadFile(cData + "first-light.json"));
     EXPECT_EQ(report.Table(), ReadFile(cData + "first-light.txt"));
+    EXPECT_EQ(Run({"plot", cSongs + "first-light.mid"}).mOut,
+              ReadFile(std::string(KORA_SOURCE_DIR) + "/docs/pictures/first-light.svg"));
 }
 
 TEST_F(CommandTest, BadInputGivesOneLineAndNothingElse)
@@ -108,9 +110,8 @@ TEST_F(CommandTest, HelpIsThereForEachAndFitsATerminal)
     EXPECT_EQ(Run({"song", "--help"}).mOut, Tool_cSongHelp);
     EXPECT_EQ(Run({"convert", "x", "--help"}).mOut, Tool_cConvertHelp);
     EXPECT_EQ(Run({"--version"}).mOut.substr(0, 5), "kora ");
-    for (const std::string& help :
-         {std::string(Tool_cHelp), std::string(Tool_cSongHelp), std::string(Tool_cConvertHelp)})
-    {
+    EXPECT_EQ(Run({"plot", "--help"}).mOut, Tool_cPlotHelp);
+    for (const std::string help : {Tool_cHelp, Tool_cSongHelp, Tool_cConvertHelp, Tool_cPlotHelp}) {
         std::istringstream lines(help);
         for (std::string line; std::getline(lines, line);)
             EXPECT_LE(line.size(), 100u) << line;
