@@ -1,7 +1,7 @@
 // Saving a document of a hundred thousand streams, opening it, and finding streams by key.
 //
 // "Cold" is a new document object for each iteration; the system's own cache of the file stays warm.
-#include "DocumentBench_p.h"
+#include "bench/FF/DocumentBench_p.h"
 
 #include "Kora/FF/FF_Document.h"
 #include "Kora/FF/FF_Document_TOC.h"

@@ -1,5 +1,5 @@
 // The document's bodies in LMDB: one transaction, ascending keys appended, synced.
-#include "DocumentBench_p.h"
+#include "bench/FF/DocumentBench_p.h"
 
 #include <benchmark/benchmark.h>
 #include <lmdb.h>

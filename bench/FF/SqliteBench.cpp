@@ -1,5 +1,5 @@
 // The document's bodies in SQLite: one table keyed as the document is, one transaction, default journal, full sync.
-#include "DocumentBench_p.h"
+#include "bench/FF/DocumentBench_p.h"
 
 #include <benchmark/benchmark.h>
 #include <sqlite3.h>

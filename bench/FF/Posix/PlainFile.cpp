@@ -1,4 +1,4 @@
-#include "../DocumentBench_p.h"
+#include "bench/FF/DocumentBench_p.h"
 
 #include <fcntl.h>
 #include <unistd.h>
