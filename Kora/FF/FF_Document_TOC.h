@@ -4,14 +4,17 @@
 // hash over the keys. A hundred thousand entries are read in one pass without an allocation of their own; TOCKey and
 // TOCValue objects are made when somebody asks for one.
 //
-// Costs:   finding a key O(1); adding one O(1) amortised; StreamOut sorts, O(n log n) when keys were added out of order.
+// Costs:   finding a key O(1); adding a key, a value or a piece O(1) amortised; the order is kept where keys are added in
+//          order, otherwise GetInOrder and StreamOut sort what was added since.
+// Indexes: an entry or a value that is not there asserts, and the call does nothing and gives 0, false or an empty
+//          object.
 // Threads: one at a time.
 #pragma once
 
 #include "Kora/FF/FF_Document_TOCKey.h"
 #include "Kora/FF/FF_Document_TOCValue.h"
 
-#include <functional>
+#include <memory>
 #include <span>
 
 class FF_TOCTable;
@@ -19,7 +22,8 @@ class FF_TOCTable;
 class KORA_API FF_Document::TOC
 {
 public:
-    // An entry's number: stays until a key is added or the table is streamed.
+    // An entry's number: stays until ForgetOffsetsFrom, Clear or StreamIn. Entries are numbered from 0 in the order of
+    // their being added; StreamIn adds them in ascending order of their keys.
     using Entry = Cmn_Int32;
     static constexpr Entry cNone = -1;
 
@@ -28,11 +32,16 @@ public:
     TOC(const TOC&) = delete;
     TOC& operator=(const TOC&) = delete;
 
+    // Of the descriptions in AddValue, GetValue and Dump, and whether AddValue repairs ill-formed UTF-8 (as
+    // Sys_TypedOutStream does). StreamIn takes the encoding of its stream.
+    void SetTextForm(ETextEncoding iEncoding, bool iRepairText = false);
+
     void Clear();
     Cmn_Int32 GetNumKeys() const;
     Entry Find(const TOCKey& iKey) const;
     Entry Find(std::span<const Context> iContexts) const;
-    // Entries in ascending order of their keys, from 0 on.
+    // The entry that is iNth, from 0 on, in ascending order of the keys.
+    Entry GetInOrder(Cmn_Int32 iNth) const;
     TOCKey GetKey(Entry iEntry) const;
     Cmn_Int32 GetNumValues(Entry iEntry) const;
     TOCValue GetValue(Entry iEntry, Cmn_Int32 iValue) const;
@@ -47,14 +56,16 @@ public:
     // Finds the key or inserts it without values. A key that was there takes the parent positions of the given
     // contexts, but for those that are Context::cNoParent.
     Entry Insert(std::span<const Context> iContexts);
-    // Appends a value with an empty local location.
+    // Appends a value with an empty local location. The description is cut to StringDisplayInfo::cMaxText bytes.
     void AddValue(Entry iEntry, std::string_view iDescription);
     // As FF_Document::TOCValue::AddOffset and Invalidate.
     void AddOffset(Entry iEntry, Cmn_Int32 iValue, Cmn_UInt32 iOffset);
     void Invalidate(Entry iEntry, Cmn_Int32 iValue);
+    // Throws Sys_StreamWriteException, with the value as it was, for one that could not be read back.
     void SetValue(Entry iEntry, Cmn_Int32 iValue, const TOCValue& iNew);
     // Drops the pieces at iFrom and beyond, whose bytes were taken back; a value that loses all its pieces is invalidated
-    // or, as the last of its key, removed, and a key without values is removed. Entries change.
+    // or, as the last of its key, removed, and a key without values is removed. A chain that leads to such a piece loses
+    // them all. Entries change. Allocates nothing.
     void ForgetOffsetsFrom(Cmn_UInt32 iFrom);
 
     // Bytes that StreamOut writes, the stream's header included. O(1).
@@ -63,14 +74,19 @@ public:
     // the count of its values (signed 32), the values.
     void StreamOut(Sys_TypedOutStream& ioStream) const;
     // Replaces the content. Throws Sys_StreamReadException, with the offset and the content as it was, for counts and
-    // sizes that the bytes left cannot hold, keys that do not ascend, offsets at or past iEnd, and location chains
+    // sizes that the bytes left cannot hold or that leave some over, keys that do not ascend, offsets at or past iEnd, and location chains
     // without end; Cmn_Exception (Cmn_eMessage_UnexpectedStreamType) for a stream of another type, and the typed
     // exceptions for versions other than 2.
     void StreamIn(Sys_TypedInStream& ioStream, Cmn_Int64 iEnd);
 
-    // One line an entry: "4[1]/7  [1034]  description".
+    // One line a value in ascending order, the first of a key "4[1]/7  [1034]  description", further ones numbered:
+    // "4 #1  [2048]  description".
     std::string Dump() const;
 
 private:
+    bool Has(Entry iEntry, Cmn_Int32 iValue) const;
+
     std::unique_ptr<FF_TOCTable> mTable;
+    ETextEncoding mEncoding = eTextEncoding_Utf8;
+    bool mRepairText = false;
 };

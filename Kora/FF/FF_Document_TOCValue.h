@@ -23,17 +23,18 @@ public:
     // Bytes of the body on disk. A plain location's is 0 at the end of the chain.
     virtual Cmn_Int16 GetSize() const;
     virtual std::unique_ptr<Location> Clone() const;
-    // The next of the chain, null at its end. Only plain locations have one.
+    // The next of the chain, null at its end. Only plain locations have one: another asserts and stays the end.
     const Location* GetNext() const { return mNext.get(); }
-    void SetNext(std::unique_ptr<Location> iNext) { mNext = std::move(iNext); }
+    void SetNext(std::unique_ptr<Location> iNext);
 
+    // A chain of more than cMaxChain, which no reader takes, throws Sys_StreamWriteException.
     void StreamOut(Sys_TypedOutStream& ioStream) const;
     // A chain of more than cMaxChain, a size that is negative or past the bytes left, and a size that does not fit its
     // count throw Sys_StreamReadException.
     static constexpr int cMaxChain = 64;
     static std::unique_ptr<Location> StreamIn(Sys_TypedInStream& ioStream);
 
-    virtual std::string Dump() const;
+    virtual std::string Dump() const; // "Invalid" where the chain leads nowhere
 
 protected:
     Location(const Location&);
@@ -42,6 +43,7 @@ protected:
 
 private:
     Cmn_UInt8 mType;
+    Cmn_Int16 mSizeRead = 0; // of a plain location that another follows, as its file has it
     std::unique_ptr<Location> mNext;
 };
 
@@ -116,17 +118,24 @@ public:
     // What a 16-bit size leaves for UTF-8 bytes; longer texts are cut at a character.
     static constexpr std::size_t cMaxText = 32767 - 4;
 
-    explicit StringDisplayInfo(std::string_view iText);
+    // iEncoding: of the text here and in GetText.
+    explicit StringDisplayInfo(std::string_view iText, ETextEncoding iEncoding = eTextEncoding_Utf8);
     ~StringDisplayInfo() override;
-    Cmn_Int16 GetSize() const override; // 4 + bytes
+    Cmn_Int16 GetSize() const override; // 4 + bytes of UTF-8
     std::unique_ptr<DisplayInfo> Clone() const override;
     std::string GetText() const override;
+
+    // A text as UTF-8, repaired where that is wanted, and its beginning of at most cMaxText bytes.
+    static std::string Utf8From(std::string_view iText, ETextEncoding iEncoding, bool iRepair);
+    static std::string_view Cut(std::string_view iUtf8);
 
 protected:
     void StreamOutBody(Sys_TypedOutStream& ioStream) const override;
 
 private:
-    std::string mText;
+    friend class DisplayInfo;
+    std::string mText; // UTF-8, as on disk
+    ETextEncoding mEncoding;
 };
 
 class KORA_API FF_Document::InvalidDisplayInfo : public DisplayInfo
@@ -183,7 +192,8 @@ class KORA_API FF_Document::TOCValue
 {
 public:
     // An empty local location, the description, an invalid index.
-    explicit TOCValue(std::string_view iDescription);
+    explicit TOCValue(std::string_view iDescription, ETextEncoding iEncoding = eTextEncoding_Utf8);
+    // A part that is null asserts and becomes what the constructor above gives.
     TOCValue(std::unique_ptr<Location> iLocation, std::unique_ptr<DisplayInfo> iDisplay,
              std::unique_ptr<IndexInfo> iIndex);
     virtual ~TOCValue();

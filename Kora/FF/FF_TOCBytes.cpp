@@ -1,0 +1,130 @@
+#include "Kora/FF/FF_TOCBytes_p.h"
+
+#include "Kora/FF/FF_Document_TOCValue.h"
+
+namespace {
+
+constexpr Cmn_UInt8 cPlain = FF_Document::Location::cPlain;
+constexpr Cmn_UInt8 cLocal = FF_Document::Location::cLocal;
+constexpr Cmn_UInt8 cString = FF_Document::DisplayInfo::cString;
+static_assert(cPlain == 0 && cLocal == 1 && cString == 1, "fixed on disk");
+
+// Walks a checked value and turns each of its integers.
+class Swapper
+{
+public:
+    Swapper(Cmn_UInt8* ioAt, bool iFromSwapped)
+        : mAt(ioAt)
+        , mFromSwapped(iFromSwapped)
+    {
+    }
+
+    template <class T>
+    T Turn()
+    {
+        const T value = FF_TOCBytes::Load<T>(mAt, mFromSwapped);
+        FF_TOCBytes::Store<T>(mAt, value, !mFromSwapped);
+        mAt += sizeof(T);
+        return value;
+    }
+    Cmn_UInt8 TakeType() { return *mAt++; }
+    void Skip(std::size_t iCount) { mAt += iCount; }
+
+private:
+    Cmn_UInt8* mAt;
+    bool mFromSwapped;
+};
+
+} // namespace
+
+std::size_t FF_TOCCursor::TakeSize()
+{
+    const Cmn_Int16 size = Take<Cmn_Int16>();
+    Require(size >= 0 && size <= GetBytesLeft());
+    return static_cast<std::size_t>(size);
+}
+
+void FF_TOCCursor::SkipLocation(Cmn_Int64 iEnd)
+{
+    for (int link = 0; link < FF_Document::Location::cMaxChain; ++link) {
+        const Cmn_UInt8 type = *Skip(1);
+        const std::size_t size = TakeSize();
+        if (type == cPlain && size != 0) continue;
+        if (type != cLocal) {
+            Skip(size);
+            return;
+        }
+        const Cmn_Int16 count = Take<Cmn_Int16>();
+        Require(count >= 0 && size == 2 + FF_TOCBytes::cOffsetSize * static_cast<std::size_t>(count));
+        for (Cmn_Int16 i = 0; i < count; ++i)
+            Require(Take<Cmn_UInt32>() < iEnd);
+        return;
+    }
+    Require(false);
+}
+
+void FF_TOCCursor::SkipValue(Cmn_Int64 iEnd)
+{
+    SkipLocation(iEnd);
+    const Cmn_UInt8 displayType = *Skip(1);
+    std::size_t displaySize = TakeSize();
+    if (displayType == cString) {
+        const Cmn_UInt32 count = Take<Cmn_UInt32>();
+        Require(displaySize == sizeof count + std::size_t{count});
+        displaySize = count;
+    }
+    Skip(displaySize);
+    Skip(1);
+    Skip(TakeSize());
+}
+
+void FF_TOCBytes::SwapValue(Cmn_UInt8* ioValue, bool iFromSwapped)
+{
+    Swapper swapper(ioValue, iFromSwapped);
+    Cmn_UInt8 type;
+    Cmn_Int16 size;
+    do {
+        type = swapper.TakeType();
+        size = swapper.Turn<Cmn_Int16>();
+    } while (type == cPlain && size != 0);
+    if (type == cLocal) {
+        for (Cmn_Int16 left = swapper.Turn<Cmn_Int16>(); left > 0; --left)
+            swapper.Turn<Cmn_UInt32>();
+    } else {
+        swapper.Skip(static_cast<std::size_t>(size));
+    }
+    type = swapper.TakeType();
+    size = swapper.Turn<Cmn_Int16>();
+    if (type == cString)
+        swapper.Skip(swapper.Turn<Cmn_UInt32>());
+    else
+        swapper.Skip(static_cast<std::size_t>(size));
+    swapper.TakeType();
+    swapper.Turn<Cmn_Int16>();
+}
+
+const Cmn_UInt8* FF_TOCBytes::LastLocation(const Cmn_UInt8* iValue)
+{
+    while (iValue[0] == cPlain && Load<Cmn_UInt16>(iValue + 1, false) != 0)
+        iValue += cPartHeader;
+    return iValue;
+}
+
+std::size_t FF_TOCBytes::LocationSize(const Cmn_UInt8* iValue)
+{
+    const Cmn_UInt8* const last = LastLocation(iValue);
+    return static_cast<std::size_t>(last - iValue) + cPartHeader + Load<Cmn_UInt16>(last + 1, false);
+}
+
+std::span<const Cmn_UInt8> FF_TOCBytes::Offsets(const Cmn_UInt8* iLocation)
+{
+    if (iLocation[0] != cLocal) return {};
+    return {iLocation + cLocalHeader, cOffsetSize * Load<Cmn_UInt16>(iLocation + cPartHeader, false)};
+}
+
+void FF_TOCBytes::StoreLocalHeader(Cmn_UInt8* oLocation, std::size_t iCount)
+{
+    oLocation[0] = cLocal;
+    Store(oLocation + 1, static_cast<Cmn_UInt16>(2 + cOffsetSize * iCount), false);
+    Store(oLocation + cPartHeader, static_cast<Cmn_UInt16>(iCount), false);
+}

@@ -1,0 +1,121 @@
+// FF_TOCBytes: the bytes of a table of contents in memory: integers, a walk that stays inside, values as they stand on
+// disk.
+//
+// A value is a chain of locations, the display information, the index information, each {type (8), size (16), body}:
+//
+//   0  size                   plain: ends the chain where the size is 0, otherwise another location follows
+//   1  size  count  offsets   local: count (16), then the pieces (32 each); ends the chain
+//   …  size  bytes            unknown: ends the chain
+//
+// Bytes that were not checked are read through FF_TOCCursor only; the functions below it trust bytes that
+// FF_TOCCursor::SkipValue has passed over, little-endian.
+#pragma once
+
+#include "Bastel/Cmn/Cmn_Exception.h"
+
+#include <bit>
+#include <cstring>
+#include <span>
+#include <type_traits>
+
+namespace FF_TOCBytes {
+
+constexpr std::size_t cPartHeader = 3;                // type and size
+constexpr std::size_t cLocalHeader = cPartHeader + 2; // and count
+constexpr std::size_t cOffsetSize = 4;
+constexpr std::size_t cSmallestValue = 3 * cPartHeader;
+
+// iSwap: the bytes are big-endian.
+template <class T>
+T Load(const Cmn_UInt8* iFrom, bool iSwap)
+{
+    using U = std::make_unsigned_t<T>;
+    U value;
+    std::memcpy(&value, iFrom, sizeof value);
+    if ((std::endian::native == std::endian::big) != iSwap) {
+        if constexpr (sizeof(T) == 2) value = static_cast<U>(value << 8 | value >> 8);
+        if constexpr (sizeof(T) == 4)
+            value = value << 24 | (value & 0xFF00) << 8 | (value >> 8 & 0xFF00) | value >> 24;
+    }
+    return static_cast<T>(value);
+}
+
+template <class T>
+void Store(Cmn_UInt8* oTo, T iValue, bool iSwap)
+{
+    Cmn_UInt8 bytes[sizeof(T)];
+    std::memcpy(bytes, &iValue, sizeof(T));
+    // Reversing is its own inverse, so that loading gives the bytes to store.
+    const T stored = Load<T>(bytes, iSwap);
+    std::memcpy(oTo, &stored, sizeof(T));
+}
+
+} // namespace FF_TOCBytes
+
+// Reads on while there are bytes; throws Sys_StreamReadException with the place in the file where there are none.
+class FF_TOCCursor
+{
+public:
+    // iOffset: where the bytes stand in their stream.
+    FF_TOCCursor(std::span<const Cmn_UInt8> iBytes, Cmn_Int64 iOffset, bool iSwap)
+        : mBegin(iBytes.data())
+        , mAt(mBegin)
+        , mEnd(mBegin + iBytes.size())
+        , mOffset(iOffset)
+        , mSwap(iSwap)
+    {
+    }
+
+    const Cmn_UInt8* GetAt() const { return mAt; }
+    Cmn_Int64 GetBytesLeft() const { return mEnd - mAt; }
+    bool IsSwapped() const { return mSwap; }
+    void Require(bool iHolds) const
+    {
+        if (!iHolds) throw Sys_StreamReadException(mOffset + (mAt - mBegin));
+    }
+    // The next iCount bytes, passed over.
+    const Cmn_UInt8* Skip(std::size_t iCount)
+    {
+        Require(iCount <= static_cast<std::size_t>(mEnd - mAt));
+        mAt += iCount;
+        return mAt - iCount;
+    }
+    template <class T>
+    T Take()
+    {
+        return FF_TOCBytes::Load<T>(Skip(sizeof(T)), mSwap);
+    }
+    // A count that is not negative and whose elements, of iSize bytes at least, can be there.
+    Cmn_Int32 TakeCount(std::size_t iSize)
+    {
+        const Cmn_Int32 count = FF_TOCBytes::Load<Cmn_Int32>(Skip(4), mSwap);
+        Require(count >= 0 && count <= GetBytesLeft() / static_cast<Cmn_Int64>(iSize));
+        return count;
+    }
+    // Passes over one value, and throws for whatever no writer writes, for chains without end, and for pieces at iEnd or
+    // beyond.
+    void SkipValue(Cmn_Int64 iEnd);
+
+private:
+    std::size_t TakeSize();
+    void SkipLocation(Cmn_Int64 iEnd);
+
+    const Cmn_UInt8* mBegin;
+    const Cmn_UInt8* mAt;
+    const Cmn_UInt8* mEnd;
+    Cmn_Int64 mOffset;
+    bool mSwap;
+};
+
+namespace FF_TOCBytes {
+
+// Turns one value from big-endian (iFromSwapped) to little-endian or back.
+void SwapValue(Cmn_UInt8* ioValue, bool iFromSwapped);
+// Where the last location of the chain stands, and how many bytes the chain has.
+const Cmn_UInt8* LastLocation(const Cmn_UInt8* iValue);
+std::size_t LocationSize(const Cmn_UInt8* iValue);
+// The pieces of a location, as bytes; none where it is not local.
+std::span<const Cmn_UInt8> Offsets(const Cmn_UInt8* iLocation);
+void StoreLocalHeader(Cmn_UInt8* oLocation, std::size_t iCount);
+
+} // namespace FF_TOCBytes
