@@ -142,6 +142,7 @@ Sys_StdStreamHeaderWriter::Sys_StdStreamHeaderWriter(Sys_TypedOutStream& iStream
 
 void Sys_StdStreamHeaderWriter::Abandon()
 {
+    if (mState != eState_Open) return;
     Sys_OutStream& stream = mStream.GetStream();
     stream.GetOpenHeaders().Abandon();
     stream.TakeBack(mStart);

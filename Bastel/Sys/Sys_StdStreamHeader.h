@@ -44,6 +44,9 @@ public:
     // Ends the body at the stream's position: writes its size and the mark that it is complete. Throws
     // Sys_StreamWriteException when the position is before the body or the body has 2^32 - 1 bytes or more.
     KORA_API void PatchSize();
+    // Ends the body as one that is not complete, unless it has ended: what the destructor does when an exception is on its
+    // way, for owners that know of one.
+    KORA_API void Abandon();
     // Where the header starts, in bytes.
     Cmn_Int64 GetStart() const { return mStart; }
     // True once the header is complete on the stream.
@@ -56,7 +59,6 @@ private:
     KORA_API Sys_StdStreamHeaderWriter(Sys_TypedOutStream& iStream, std::string_view iName,
                                        Cmn_Int16 iVersion, int iCallersExceptions);
     KORA_API void Finish(int iCallersExceptions) noexcept;
-    void Abandon();
 
     Sys_TypedOutStream& mStream;
     Cmn_Int64 mStart;

@@ -24,11 +24,13 @@
 
 #include "Bastel/Cmn/Cmn_Exception.h"
 #include "Bastel/Sys/Sys_FileLoc.h"
+#include "Bastel/Sys/Sys_StdStreamHeader.h"
 #include "Bastel/Sys/Sys_Store.h"
 #include "Bastel/Sys/Sys_TypedStream.h"
 #include "Kora/FF/FF_EncryptionType.h"
 
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -111,8 +113,9 @@ public:
     // until the key is registered anew. False where there is no such key or value. The bytes stay.
     bool InvalidateKey(const TOCKey& iKey, Cmn_Int32 iValueIndex);
 
-    // Places the input at the stream of the key. False, with the position unchanged, where the table has no such key or
-    // the stream is not in this file. Does not set the context: FF_StSetStreamContext does.
+    // Places the input at the stream of the key. False, with the position unchanged, where the table has no such key,
+    // the stream is not in this file, or it was written after the last Flush. Does not set the context:
+    // FF_StSetStreamContext does.
     bool SeekToStream(const TOCKey& iKey, Sys_TypedInStream& ioStream) const;
     // Places the output behind the last stream, where new ones go.
     void SeekToEnd(Sys_TypedOutStream& ioStream) const;
@@ -121,11 +124,14 @@ public:
     Cmn_Int32 GetReadAhead(Sys_TypedInStream& iStream) const;
 
     // Writes the table of contents behind the last stream, waits for the disk, makes the header name it, and waits
-    // again. When it throws, the header names what it named before.
+    // again. When it throws, the header names what it named before or, where only the last wait failed, the new table; a
+    // later Flush may succeed. Asserts and does nothing without an output stream ("mOutStream"), and while stream
+    // headers are open, whose bodies are not complete. Streams that were registered but never written are dropped from
+    // the table. Afterwards the output stands behind the last stream: what is written next replaces the table.
     void Flush() override;
     // The largest size of the file, table included: at most, and at first, 2^32 − 1. A write that would leave no room
-    // for the table throws Sys_StreamWriteException and is taken back with the stream that it was part of; what is complete
-    // can still be flushed.
+    // for the table throws Sys_StreamWriteException and is taken back with the stream that it was part of, and so does an
+    // entry that would leave none; what is complete can still be flushed.
     void SetSizeLimit(Cmn_Int64 iBytes);
 
     // The document's file, table and open streams as text, for debuggers and failing tests.
@@ -146,14 +152,46 @@ private:
     friend class FF_StreamListWriter;
     friend class FF_StreamListReader;
 
+    // Whether somebody may open the file between the table and the header that names it.
+    enum EReaders { eReaders_None, eReaders_Possible };
+
+    // A stream for a document that has none, so that a broken precondition reaches no dangling reference.
+    class NoStream;
+    struct LeftOver;
+
+    bool FlushTOC(EReaders iReaders); // false where it asserted
+    void EndFlush(Cmn_Int64 iEnd);
+    void WriteTOC(Cmn_UInt32 iOffset, EReaders iReaders);
+    void PatchTOCOffset(Cmn_UInt32 iOffset);
+    void ReadStreamHeader(Sys_TypedInStream& ioStream);
+    void Reset();
+    // Entries for what lies at iStart and behind, which was taken back.
+    void ForgetFrom(Cmn_Int64 iStart);
+    // Leaves room for the table in the file.
+    void UpdateLimit();
+    void Register(std::span<const Context> iKey, Cmn_Int32 iValueIndex, Cmn_UInt64 iPosition,
+                  std::string_view iDescription);
+    void RequireRoomFor(Cmn_Int64 iGrowth) const;
+    // Of the innermost open stream itself, whatever item of it is open.
+    TOCKey GetOpenStreamKey() const;
+    // Adds the file's name to an exception that has none.
+    void Name(Cmn_Exception& ioException) const;
+
     Sys_FileLoc mLocation;
-    EFF_EncryptionType mType;
+    EFF_EncryptionType mNewType; // of files that are made
+    EFF_EncryptionType mType;    // of the one that is, or was last, open
     std::unique_ptr<Sys_File> mInFile;
     std::unique_ptr<Sys_File> mOutFile;
     std::unique_ptr<Sys_FileBasedInStream> mInStream;
-    std::unique_ptr<Sys_FileBasedOutStream> mOutStream;
+    std::unique_ptr<Sys_FileBasedOutStream>
+        mOutStream; // its end is the end of the stream data, where the table goes
+    std::unique_ptr<NoStream> mNoStream;
+    std::unique_ptr<LeftOver> mLeftOver;
+    bool mMadeFile = false; // the file is this document's own, made by Open
     Cmn_UInt32 mTOCOffset = 0;
     Cmn_Int64 mTOCOffsetPosition = 0; // of the header field that holds it
+    Sys_StdStreamHeaderInfo mHeader;  // of the header stream
+    Cmn_UInt32 mHeaderRestSum = 0; // of its body behind the TOC offset, which a later version may have filled
     std::unique_ptr<TOC> mTOC;
     std::vector<Context> mCurrentContext;
     Cmn_UInt32 mCurrentStreamStart = 0;

@@ -29,11 +29,16 @@ public:
     FF_Document& GetDocument() { return *mDocument; }
     // Writes the table, waits for the disk, closes, renames, and waits for the folder. When it throws, the old document
     // is still in its place, with one exception: when only the wait for the folder failed, the new one is, and a crash of the
-    // whole system may yet bring the old one back. Once; a second call asserts.
+    // whole system may yet bring the old one back. A Commit that threw before that may be tried again; after one that went
+    // through another asserts. While stream headers are open, or when the host has closed the document, it asserts and
+    // throws Sys_StreamWriteException.
     void Commit();
 
 private:
+    std::string GetTemporary() const { return mDocument->GetFileLoc().GetPath(); }
+
     std::string mTarget;
     std::unique_ptr<FF_Document> mDocument;
+    bool mIsWritten = false; // the new document is complete, on the disk and closed
     bool mCommitted = false;
 };

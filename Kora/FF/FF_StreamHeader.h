@@ -10,15 +10,20 @@
 #include "Bastel/Sys/Sys_StdStreamHeader.h"
 #include "Kora/FF/FF_Document.h"
 
+#include <exception>
 #include <memory>
+#include <optional>
 
 class FF_StreamHeaderWriter
 {
 public:
     // Throws Sys_StreamWriteException for the stream types that documents keep for themselves (cNoStreamType,
     // cTOCStreamType), before anything is written.
-    KORA_API FF_StreamHeaderWriter(FF_Document* iDocument, Sys_TypedOutStream& iStream, Cmn_Int16 iStreamType,
-                                   Cmn_Int16 iVersion);
+    FF_StreamHeaderWriter(FF_Document* iDocument, Sys_TypedOutStream& iStream, Cmn_Int16 iStreamType,
+                          Cmn_Int16 iVersion)
+        : FF_StreamHeaderWriter(iDocument, iStream, iStreamType, iVersion, std::uncaught_exceptions())
+    {
+    }
     // Ends the stream. When an exception is on its way the stream is taken back, and so are the table's entries for it and
     // for what it holds. Lets no exception out: a failed write surfaces at the next write or Flush.
     ~FF_StreamHeaderWriter() { Finish(std::uncaught_exceptions()); }
@@ -28,11 +33,17 @@ public:
     Cmn_Int64 GetStart() const { return mHeader->GetStart(); }
 
 private:
+    // Programs on Windows and the library each count their own exceptions in flight, so both counts are kept.
+    KORA_API FF_StreamHeaderWriter(FF_Document* iDocument, Sys_TypedOutStream& iStream, Cmn_Int16 iStreamType,
+                                   Cmn_Int16 iVersion, int iCallersExceptions);
     KORA_API void Finish(int iCallersExceptions) noexcept;
+    void Abandon(Cmn_Int64 iStart);
 
     FF_Document* mDocument;
     Sys_TypedOutStream& mStream;
-    std::unique_ptr<Sys_StdStreamHeaderWriter> mHeader;
+    std::optional<Sys_StdStreamHeaderWriter> mHeader;
+    int mCallersExceptions; // when the body was opened
+    int mOwnExceptions;
 };
 
 class KORA_API FF_StreamHeaderReader
@@ -71,9 +82,16 @@ public:
     static Cmn_Int16 GetNextStreamType(Sys_TypedInStream& ioStream);
 
 private:
-    FF_Document* mDocument; // null once the context is popped
+    void Open(Cmn_Int16 iExpectedType, EUseExtendedTOC iUse, bool iStayInPlace);
+    void AskTable(Cmn_Int16 iExpectedType, bool iStayInPlace);
+    void Push();
+    void Pop();
+
+    FF_Document* mDocument;
     Sys_TypedInStream& mStream;
-    std::unique_ptr<Sys_StdStreamHeaderReader> mHeader;
+    std::optional<Sys_StdStreamHeaderReader> mHeader;
     Cmn_Int16 mStreamType = 0;
+    bool mIsPushed = false;     // this reader's context is the innermost
+    bool mHasLentIndex = false; // the enclosing list's context has this header's list index
     std::unique_ptr<FF_StreamHeaderReader> mNested;
 };

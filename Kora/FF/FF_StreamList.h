@@ -49,7 +49,14 @@ public:
 private:
     FF_Document* mDocument;
     Sys_TypedInStream& mStream;
+    void SeekByTable(Cmn_Int32 iItem);
+    void SeekByWalk(Cmn_Int32 iItem);
+
+    std::size_t mDepth = 0; // of the document's open streams, the list included
     Cmn_Int32 mCount;
     Cmn_Int64 mFirst;
     Cmn_Int32 mCurrent = -1;
+    // Where the last walk ended: the next goes on from there, so that walking through a whole list is linear.
+    Cmn_Int32 mWalkedItem = 0;
+    Cmn_Int64 mWalkedTo;
 };

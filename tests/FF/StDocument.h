@@ -1,0 +1,73 @@
+// StDocument: documents in memory for the tests of document files, with the verbs that they need.
+#pragma once
+
+#include "Kora/FF/FF_Document.h"
+#include "Kora/FF/FF_Document_TOC.h"
+#include "Kora/FF/FF_StSetStreamContext.h"
+#include "Kora/FF/FF_StreamHeader.h"
+#include "Kora/FF/FF_StreamList.h"
+#include "Support/AssertRecorder.h"
+#include "Support/MemoryFileSystem.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+// One document file in a file system of its own; every report of a broken precondition fails the test that did not take it.
+class StDocument : public testing::Test
+{
+protected:
+    using Bytes = MemoryFileSystem::Bytes;
+    static constexpr char cPath[] = "/songs/take.kora";
+
+    ~StDocument() override { EXPECT_EQ(mAsserts.Take(), std::vector<std::string>()); }
+
+    static FF_Document Document(EFF_EncryptionType iType = eFF_EncryptionType_None, const char* iPath = cPath)
+    {
+        return FF_Document(Sys_FileLoc(iPath), iType, eTextEncoding_Utf8, false);
+    }
+    Bytes FileBytes() const { return mFiles.GetBytes(cPath); }
+
+    // Registers and writes a stream that holds a number.
+    static void Write(FF_Document& ioDocument, Cmn_Int16 iType, Cmn_Int32 iNumber)
+    {
+        Sys_TypedOutStream out = ioDocument.MakeTypedOutStream();
+        FF_Document::AddTOCEntry(&ioDocument, static_cast<Cmn_UInt64>(out.GetPosition()), iType, "a number");
+        FF_StreamHeaderWriter header(&ioDocument, out, iType, 1);
+        out.WriteInt32(iNumber);
+    }
+    // The number under the key, or -1 where the document does not have it.
+    static Cmn_Int32 Read(FF_Document& ioDocument, Cmn_Int16 iType)
+    {
+        Sys_TypedInStream in = ioDocument.MakeTypedInStream();
+        if (!ioDocument.SeekToStream(FF_Document::TOCKey(iType), in)) return -1;
+        FF_StreamHeaderReader header(&ioDocument, in, iType);
+        return in.ReadInt32();
+    }
+    // The message of what the call throws, 0 when it throws nothing.
+    template <class Call>
+    static int MessageOf(const Call& iCall)
+    {
+        try {
+            iCall();
+        } catch (const Cmn_Exception& exception) {
+            EXPECT_FALSE(exception.GetFile().empty()) << exception.Describe();
+            return exception.GetMessageID();
+        }
+        return 0;
+    }
+    // The words of the reports so far.
+    std::vector<std::string> TakeReports()
+    {
+        std::vector<std::string> reports = mAsserts.Take();
+        for (std::string& report : reports)
+            report.erase(report.find(Cmn_Assert::cSeparator));
+        return reports;
+    }
+
+    MemoryFileSystem mFiles;
+
+private:
+    Sys_FileSystem::StSystem mSystem{mFiles};
+    AssertRecorder mAsserts;
+};
