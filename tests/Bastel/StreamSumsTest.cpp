@@ -151,6 +151,8 @@ private:
     // Replaces bytes of any open body.
     void Patch()
     {
+        const Cmn_UInt8 behind = 0;
+        EXPECT_FALSE(mOpen.size() > 1 && mStream.Patch(mStream.GetPosition(), &behind, 1)) << "no body yet";
         Body& body = *mOpen[Below(mOpen.size())];
         if (body.runs.empty() || body.runs.back().count == 0) return;
         const Stretch run = body.runs[Below(body.runs.size())];
@@ -287,7 +289,8 @@ TEST(StreamSums, TreesOfHeadersHaveTheSumsOfTheirFinalBytes)
         MemoryFileSystem files;
         const Sys_FileSystem::StSystem system(files);
         Sys_File file{Sys_FileLoc(cPath)};
-        file.Open(Sys_FileSystem::eAccess_New);
+        if (seed % 2 == 0) files.SetBytes(cPath, Bytes(1000)); // to write over
+        file.Open(seed % 2 == 0 ? Sys_FileSystem::eAccess_Write : Sys_FileSystem::eAccess_New);
         file.SetPosition(static_cast<Cmn_Int64>(file.Write("head", seed % 5)));
         Sys_FileBasedOutStream stream(file);
         const Bytes expected = Script(stream, seed).Run();
