@@ -31,8 +31,8 @@ void Append(Bytes& ioBytes, Cmn_UInt32 iValue, int iCount, bool iSwap)
 Bytes Framed(const std::string& iName, Cmn_Int16 iVersion, Cmn_UInt32 iListIndex, bool iIsList,
              const Bytes& iBody, bool iSwap)
 {
-    Bytes bytes = {'K', 'S', 'H', '1', static_cast<Cmn_UInt8>(iName.size())};
-    bytes.insert(bytes.end(), iName.begin(), iName.end());
+    const std::string front = "KSH1" + std::string(1, static_cast<char>(iName.size())) + iName;
+    Bytes bytes(front.begin(), front.end());
     Append(bytes, static_cast<Cmn_UInt16>(iVersion), 2, iSwap);
     Append(bytes, iListIndex, 4, iSwap);
     Append(bytes, iIsList ? 7 : 5, 2, iSwap);
