@@ -4,6 +4,7 @@
 #include <aclapi.h>
 #include <algorithm>
 #include <string_view>
+#include <utility>
 #include <windows.h>
 
 namespace {
@@ -45,9 +46,12 @@ Cmn_Int32 ToWide(const std::string& iPath, std::wstring& oWide)
     oWide.resize(static_cast<std::size_t>(length));
     MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, iPath.data(), size, oWide.data(), length);
     if (oWide.starts_with(cUnlimited)) return 0;
-    const std::wstring full = FullPath(oWide);
-    if (full.size() < cLongPath) return 0;
-    if (full.starts_with(cShare))
+    // What cannot be made whole is left for the request itself to refuse.
+    std::wstring full = FullPath(oWide);
+    if (full.empty()) return 0;
+    if (full.size() < cLongPath)
+        oWide = std::move(full);
+    else if (full.starts_with(cShare))
         oWide = std::wstring(cUnlimitedShare) + full.substr(cShare.size());
     else
         oWide = std::wstring(cUnlimited) + full;
