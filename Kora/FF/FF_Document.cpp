@@ -23,6 +23,7 @@ namespace {
 constexpr Cmn_UInt8 cFormatVersion = 3;
 constexpr std::array<char, 16> cSignature = {'0', '0', '1', '0', '1', '1', '1', '1',
                                              '0', '0', '1', '0', '1', '0', '1', '1'};
+constexpr Cmn_Int64 cSwapFlagPosition = 17;
 constexpr Cmn_Int64 cEncryptionTypePosition = 18;
 constexpr char cHeaderStreamName[] = "Z";
 constexpr Cmn_Int16 cHeaderStreamVersion = 1;
@@ -181,7 +182,11 @@ void FF_Document::WriteHeader()
     WriteRaw(*mOutFile, &swapFlag, 1);
     FF_FileBasedEncrytpedStreams::CreateInAndOutStreams(*mInFile, *mOutFile, mType, mInStream, mOutStream);
     if (!mInStream || !mOutStream) throw Sys_StreamWriteException(cEncryptionTypePosition);
+    WriteStreamHeader();
+}
 
+void FF_Document::WriteStreamHeader()
+{
     Sys_TypedOutStream out = MakeTypedOutStream();
     Sys_StdStreamHeaderWriter header(out, cHeaderStreamName, cHeaderStreamVersion);
     mTOCOffsetPosition = out.GetPosition();
@@ -196,6 +201,16 @@ void FF_Document::WriteHeader()
     mHeader.body = mTOCOffsetPosition;
     mHeader.end = out.GetPosition();
     mHeaderRestSum = 0;
+}
+
+void FF_Document::SwapNewHeader()
+{
+    const Cmn_UInt8 swapFlag = 1;
+    if (mOutFile->WriteAt(cSwapFlagPosition, &swapFlag, 1) != 1)
+        throw Sys_StreamWriteException(cSwapFlagPosition);
+    mSwap = true;
+    mOutStream->TakeBack(mHeader.start);
+    WriteStreamHeader();
 }
 
 void FF_Document::ParseHeader(EOpenFlag iFlag)

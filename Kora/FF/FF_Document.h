@@ -145,6 +145,7 @@ protected:
     void ParseHeader(EOpenFlag iFlag);
 
 private:
+    friend class FF_DocumentRepair;
     friend class FF_SafeSave;
     friend class FF_StSetStreamContext;
     friend class FF_StreamHeaderWriter;
@@ -163,6 +164,9 @@ private:
     void EndFlush(Cmn_Int64 iEnd);
     void WriteTOC(Cmn_UInt32 iOffset, EReaders iReaders);
     void PatchTOCOffset(Cmn_UInt32 iOffset);
+    void WriteStreamHeader();
+    // Turns the byte order of a new document that holds nothing yet: repair keeps the old one's.
+    void SwapNewHeader();
     void ReadStreamHeader(Sys_TypedInStream& ioStream);
     void Reset();
     // Entries for what lies at iStart and behind, which was taken back.

@@ -1,0 +1,224 @@
+#include "Kora/FF/FF_DocumentFile_p.h"
+
+#include "Bastel/Cmn/Cmn_Exception.h"
+#include "Kora/FF/FF_ScrambleKernels_p.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <limits>
+
+namespace {
+
+constexpr char cDocumentName[] = "Z";
+constexpr Cmn_Int16 cHeaderVersion = 1;
+// Positions have 32 bits: what lies beyond belongs to no document.
+constexpr Cmn_Int64 cMaxLength = 0xFFFFFFFF;
+// A header stream holds four bytes; room for what later versions append, and a bound for what is summed to try a layout.
+constexpr Cmn_Int64 cMaxHeaderBody = 4096;
+constexpr Cmn_Int64 cEverything = std::numeric_limits<Cmn_Int64>::max();
+
+std::string Found(const std::string& iWhat, Cmn_Int64 iExpected, Cmn_Int64 iFound)
+{
+    return "expected " + iWhat + " " + std::to_string(iExpected) + ", found " + std::to_string(iFound);
+}
+
+void ThrowLastErrorOf(const Sys_File& iFile)
+{
+    try {
+        Sys_ThrowIfOSErr(iFile.GetLastError());
+    } catch (Cmn_Exception& failure) {
+        failure.SetFile(iFile.GetFileLoc().GetPath());
+        throw;
+    }
+}
+
+Cmn_Int64 OpenedLength(Sys_File& ioFile)
+{
+    ioFile.Open(Sys_FileSystem::eAccess_Read);
+    const Cmn_Int64 length = ioFile.GetLength();
+    if (length == 0) ThrowLastErrorOf(ioFile);
+    return std::min(length, cMaxLength);
+}
+
+} // namespace
+
+std::string FF_SumText(const std::string& iWhat, Cmn_UInt32 iExpected, Cmn_UInt32 iFound)
+{
+    char sums[40];
+    std::snprintf(sums, sizeof sums, " %08X, found %08X", unsigned{iExpected}, unsigned{iFound});
+    return "expected " + iWhat + sums;
+}
+
+FF_DocumentFile::FF_DocumentFile(const Sys_FileLoc& iLocation)
+    : mFile(iLocation)
+    , mWindow([this](Cmn_Int64 p, void* o, std::size_t n) { return ReadPlain(p, o, n); }, OpenedLength(mFile))
+{
+    Front front{};
+    const std::size_t count = ReadPlain(0, front.data(), front.size());
+    CheckFront(front, count);
+    const Layout own = {front[cTypeOffset], front[cKeyOffset], front[cSwapOffset] != 0};
+    if (count <= cTypeOffset) return;
+    FindLayout(own);
+    CheckLayout(own);
+    if (mIsReadable) CheckHeaderStream();
+}
+
+int FF_DocumentFile::Layout::CountDifferences(const Layout& iOther) const
+{
+    return int{type != iOther.type} + int{type != eFF_EncryptionType_None && rawKey != iOther.rawKey} +
+           int{swap != iOther.swap};
+}
+
+std::size_t FF_DocumentFile::ReadPlain(Cmn_Int64 iPosition, void* oBytes, std::size_t iCount)
+{
+    const std::size_t count = mFile.ReadAt(iPosition, oBytes, iCount);
+    if (count < iCount) ThrowLastErrorOf(mFile);
+    FF_Scramble(mLayout.type, mKey, oBytes, count, iPosition);
+    return count;
+}
+
+void FF_DocumentFile::SetLayout(const Layout& iLayout)
+{
+    mLayout = iLayout;
+    mKey = iLayout.rawKey;
+    FF_ScrambleKey(mLayout.type, mKey);
+    mWindow.Forget();
+}
+
+bool FF_DocumentFile::PeekAt(Cmn_Int64 iPosition, Sys_StdStreamHeaderInfo& oHeader)
+{
+    if (iPosition < mLayout.GetData() || iPosition > mWindow.GetLength()) return false;
+    Sys_TypedInStream typed(mWindow, mLayout.swap);
+    typed.SetPosition(iPosition);
+    return Sys_StdStreamHeaderReader::Peek(typed, oHeader) && oHeader.isComplete;
+}
+
+// False unless a sound header stands where the header stream belongs and its body has the right sum and holds an offset.
+bool FF_DocumentFile::ReadHeaderStream(Sys_StdStreamHeaderInfo& oHeader, Cmn_Int64& oTOC)
+{
+    if (!PeekAt(mLayout.GetData(), oHeader) || oHeader.name != cDocumentName) return false;
+    const Cmn_Int64 size = oHeader.end - oHeader.body;
+    if (size < Cmn_Int64{sizeof(Cmn_UInt32)} || size > cMaxHeaderBody) return false;
+    if (mWindow.SumOf(oHeader.body, size) != oHeader.bodySum) return false;
+    Sys_TypedInStream typed(mWindow, mLayout.swap);
+    typed.SetPosition(oHeader.body);
+    oTOC = Cmn_Int64{typed.ReadUInt32()};
+    return true;
+}
+
+bool FF_DocumentFile::IsTOC(Cmn_Int64 iPosition)
+{
+    Sys_StdStreamHeaderInfo header;
+    if (!PeekAt(iPosition, header) || header.name != cDocumentName || header.end - header.body < 2)
+        return false;
+    Sys_TypedInStream typed(mWindow, mLayout.swap);
+    typed.SetPosition(header.body);
+    return typed.ReadInt16() == FF_Document::cTOCStreamType;
+}
+
+// How far a layout makes sense of the file: the end of the gapless row of headers from the header stream on, or
+// everything when there is nothing more to find out; cNone when not even the first header is one. The first block of
+// mask type 5 is unmasked under every key, so there only the table tells that the key is right.
+Cmn_Int64 FF_DocumentFile::HowFarItLeads(const Layout& iLayout)
+{
+    SetLayout(iLayout);
+    Sys_StdStreamHeaderInfo header;
+    Cmn_Int64 toc = cNone;
+    const bool hasHeaderStream = ReadHeaderStream(header, toc);
+    const Cmn_Int64 first = hasHeaderStream ? header.end : mLayout.GetData() + cHeaderStreamSize;
+    const bool isLayout = hasHeaderStream || PeekAt(first, header);
+    if (isLayout && iLayout.type != eFF_EncryptionType_Block93) return cEverything;
+    if (hasHeaderStream && toc >= first && IsTOC(toc)) return cEverything;
+    Cmn_Int64 end = first;
+    while (PeekAt(end, header))
+        end = header.end;
+    return isLayout ? end : cNone;
+}
+
+std::vector<FF_DocumentFile::Layout> FF_DocumentFile::GetLayouts(const Layout& iOwn)
+{
+    std::vector<Layout> layouts;
+    for (int type = eFF_EncryptionType_None; type <= eFF_EncryptionType_Block93; ++type) {
+        const int numKeys = type == eFF_EncryptionType_None ? 1 : 256;
+        for (int key = 0; key < numKeys; ++key)
+            for (const bool swap : {false, true})
+                layouts.push_back({static_cast<Cmn_UInt8>(type), static_cast<Cmn_UInt8>(key), swap});
+    }
+    std::stable_sort(layouts.begin(), layouts.end(), [&](const Layout& a, const Layout& b) {
+        return a.CountDifferences(iOwn) < b.CountDifferences(iOwn);
+    });
+    return layouts;
+}
+
+void FF_DocumentFile::FindLayout(const Layout& iOwn)
+{
+    Layout best = iOwn;
+    if (best.type > eFF_EncryptionType_Block93) best.type = eFF_EncryptionType_None;
+    Cmn_Int64 farthest = cNone;
+    for (const Layout& layout : GetLayouts(iOwn)) {
+        const Cmn_Int64 far = HowFarItLeads(layout);
+        if (far <= farthest) continue;
+        farthest = far;
+        best = layout;
+        if (far == cEverything) break;
+    }
+    SetLayout(best);
+    mIsReadable = farthest != cNone || iOwn.type <= eFF_EncryptionType_Block93;
+    mFirst = std::min(mLayout.GetData() + cHeaderStreamSize, mWindow.GetLength());
+}
+
+void FF_DocumentFile::CheckFront(const Front& iFront, std::size_t iCount)
+{
+    if (iCount <= cTypeOffset)
+        AddFault(static_cast<Cmn_Int64>(iCount),
+                 "expected a file header of 19 bytes, found " + std::to_string(iCount));
+    if (iCount > 0 && iFront[0] != cVersion) AddFault(0, Found("format version", cVersion, iFront[0]));
+    for (std::size_t i = 1; i < std::min<std::size_t>(iCount, cSwapOffset); ++i)
+        if (iFront[i] != static_cast<Cmn_UInt8>(cSignature[i - 1])) {
+            AddFault(static_cast<Cmn_Int64>(i),
+                     std::string("expected the signature ") + cSignature + ", found other bytes");
+            break;
+        }
+}
+
+void FF_DocumentFile::CheckLayout(const Layout& iOwn)
+{
+    if (!mIsReadable)
+        return AddFault(cTypeOffset,
+                        "expected an encryption type from 0 to 5, found " + std::to_string(iOwn.type));
+    if (mLayout.swap != iOwn.swap)
+        AddFault(cSwapOffset, Found("byte-swap flag", mLayout.swap ? 1 : 0, iOwn.swap ? 1 : 0));
+    if (mLayout.type != iOwn.type) AddFault(cTypeOffset, Found("encryption type", mLayout.type, iOwn.type));
+    if (mLayout.type != eFF_EncryptionType_None && mLayout.rawKey != iOwn.rawKey)
+        AddFault(cKeyOffset, Found("key byte", mLayout.rawKey, iOwn.rawKey));
+}
+
+void FF_DocumentFile::CheckHeaderStream()
+{
+    Sys_StdStreamHeaderInfo header;
+    const Cmn_Int64 data = mLayout.GetData();
+    if (!PeekAt(data, header) || header.name != cDocumentName)
+        return AddFault(std::min(data, GetLength()),
+                        "expected the header stream, found no sound header of one");
+    mFirst = header.end;
+    if (header.version != cHeaderVersion)
+        AddFault(data, Found("version of the header stream", cHeaderVersion, header.version));
+    const Cmn_Int64 size = header.end - header.body;
+    if (size < Cmn_Int64{sizeof(Cmn_UInt32)} || size > cMaxHeaderBody)
+        return AddFault(header.body,
+                        "expected a TOC offset of 4 bytes, found " + std::to_string(size) + " bytes");
+    const Cmn_UInt32 sum = mWindow.SumOf(header.body, size);
+    if (sum != header.bodySum)
+        return AddFault(header.body, FF_SumText("body sum of the header stream", header.bodySum, sum));
+    Cmn_Int64 toc = cNone;
+    ReadHeaderStream(header, toc);
+    if (toc < mFirst || toc >= mWindow.GetLength())
+        return AddFault(header.body, "expected a TOC offset from " + std::to_string(mFirst) + " to " +
+                                         std::to_string(mWindow.GetLength() - 1) + ", found " +
+                                         std::to_string(toc));
+    if (IsTOC(toc))
+        mTOC = toc;
+    else
+        AddFault(toc, "expected the table of contents, found no sound header of one");
+}

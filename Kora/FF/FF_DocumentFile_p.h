@@ -1,0 +1,80 @@
+// FF_DocumentFile: a document's file for those who look at its bytes, however damaged its beginning is.
+//
+// Byte order, mask type and key are the file's own where they lead to a sound header. Otherwise all others are tried,
+// those that differ in the fewest bytes first: the file header has no sum, but what is masked behind it has.
+//
+// Ownership: owns the file, which is open for reading. Threads: one at a time.
+#pragma once
+
+#include "Bastel/Sys/Sys_File.h"
+#include "Kora/FF/FF_EncryptionType.h"
+#include "Kora/FF/FF_StreamWalk_p.h"
+
+#include <array>
+
+class FF_DocumentFile
+{
+public:
+    static constexpr Cmn_Int64 cNone = -1;
+    // Fixed on disk: version byte, signature, byte-swap flag, mask type, key; the header stream that a writer writes.
+    static constexpr Cmn_UInt8 cVersion = 3;
+    static constexpr char cSignature[] = "0010111100101011";
+    static constexpr Cmn_Int64 cSwapOffset = 17;
+    static constexpr Cmn_Int64 cTypeOffset = 18;
+    static constexpr Cmn_Int64 cKeyOffset = 19;
+    static constexpr Cmn_Int64 cHeaderStreamSize = 30;
+
+    // Throws where the file cannot be read, never for what it holds.
+    explicit FF_DocumentFile(const Sys_FileLoc& iLocation);
+    FF_DocumentFile(const FF_DocumentFile&) = delete;
+    FF_DocumentFile& operator=(const FF_DocumentFile&) = delete;
+
+    // What is wrong up to the first stream, and with the TOC offset.
+    const std::vector<FF_Fault>& GetFaults() const { return mFaults; }
+    // False where nothing that follows the file header makes sense in any layout.
+    bool IsReadable() const { return mIsReadable; }
+
+    FF_StreamWindow& GetWindow() { return mWindow; }
+    bool IsSwapped() const { return mLayout.swap; }
+    EFF_EncryptionType GetEncryptionType() const { return static_cast<EFF_EncryptionType>(mLayout.type); }
+    Cmn_Int64 GetLength() const { return mWindow.GetLength(); }
+    // Where streams begin, and the table that the header stream names; cNone where no sound header of one stands there.
+    Cmn_Int64 GetFirstStream() const { return mFirst; }
+    Cmn_Int64 GetTOC() const { return mTOC; }
+
+private:
+    struct Layout
+    {
+        Cmn_UInt8 type = 0;
+        Cmn_UInt8 rawKey = 0;
+        bool swap = false;
+        Cmn_Int64 GetData() const { return type == eFF_EncryptionType_None ? cKeyOffset : cKeyOffset + 1; }
+        int CountDifferences(const Layout& iOther) const;
+    };
+    using Front = std::array<Cmn_UInt8, 20>;
+
+    std::size_t ReadPlain(Cmn_Int64 iPosition, void* oBytes, std::size_t iCount);
+    void SetLayout(const Layout& iLayout);
+    bool PeekAt(Cmn_Int64 iPosition, Sys_StdStreamHeaderInfo& oHeader);
+    bool ReadHeaderStream(Sys_StdStreamHeaderInfo& oHeader, Cmn_Int64& oTOC);
+    bool IsTOC(Cmn_Int64 iPosition);
+    Cmn_Int64 HowFarItLeads(const Layout& iLayout);
+    static std::vector<Layout> GetLayouts(const Layout& iOwn);
+    void FindLayout(const Layout& iOwn);
+    void AddFault(Cmn_Int64 iOffset, std::string iText) { mFaults.push_back({iOffset, std::move(iText)}); }
+    void CheckFront(const Front& iFront, std::size_t iCount);
+    void CheckLayout(const Layout& iOwn);
+    void CheckHeaderStream();
+
+    Sys_File mFile;
+    FF_StreamWindow mWindow;
+    Layout mLayout;
+    Cmn_UInt8 mKey = 0;
+    bool mIsReadable = false;
+    Cmn_Int64 mFirst = 0;
+    Cmn_Int64 mTOC = cNone;
+    std::vector<FF_Fault> mFaults;
+};
+
+// "expected body sum 01234567, found 89ABCDEF"
+std::string FF_SumText(const std::string& iWhat, Cmn_UInt32 iExpected, Cmn_UInt32 iFound);
