@@ -12,6 +12,8 @@ constexpr std::size_t Sys_FileBasedInStream::cFirstRead;
 
 namespace {
 
+// Bytes behind the position that stay: who looked at a header goes back to its start.
+constexpr std::size_t cLookBack = 512;
 // One read of a long body that is only summed.
 constexpr std::size_t cSumPiece = std::size_t{128} << 10;
 
@@ -103,16 +105,20 @@ void Sys_FileBasedInStream::Load(Cmn_Int64 iFrom, std::size_t iWanted)
 {
     const auto offset = static_cast<std::size_t>(iFrom - mBufferStart);
     const bool isInSequence = offset <= mBuffered;
-    const std::size_t kept = isInSequence ? mBuffered - offset : 0;
-    if (kept >= iWanted) return;
+    if (isInSequence && iWanted <= mBuffered - offset) return;
     if (!isInSequence) mNextRead = cFirstRead;
-    const auto left = static_cast<std::size_t>(mLength - iFrom);
-    const std::size_t size = std::min(std::max(iWanted, kept + mNextRead), left);
+    const std::size_t keptFrom = isInSequence ? offset - std::min(offset, cLookBack) : 0;
+    const std::size_t kept = isInSequence ? mBuffered - keptFrom : 0;
+    const Cmn_Int64 start = isInSequence ? mBufferStart + static_cast<Cmn_Int64>(keptFrom) : iFrom;
+
+    const std::size_t wanted = static_cast<std::size_t>(iFrom - start) + iWanted;
+    const auto left = static_cast<std::size_t>(mLength - start);
+    const std::size_t size = std::min(std::max(wanted, kept + mNextRead), left);
     mNextRead = std::min(2 * mNextRead, mReadAhead);
 
-    Reserve(size, offset, kept);
-    mBufferStart = iFrom;
-    const Cmn_Int64 newFrom = iFrom + static_cast<Cmn_Int64>(kept);
+    Reserve(size, keptFrom, kept);
+    mBufferStart = start;
+    const Cmn_Int64 newFrom = start + static_cast<Cmn_Int64>(kept);
     const std::size_t count = mFile.ReadAt(newFrom, mBuffer.get() + kept, size - kept);
     MassageBuffer(mBuffer.get() + kept, count, newFrom);
     mBuffered = kept + count;

@@ -1,0 +1,360 @@
+#include "Bastel/Cmn/Cmn_Exception.h"
+#include "Bastel/Sys/Sys_Crc32C.h"
+#include "Bastel/Sys/Sys_FileBasedInStream.h"
+#include "Bastel/Sys/Sys_FileBasedOutStream.h"
+#include "Bastel/Sys/Sys_StdStreamHeader.h"
+#include "Support/AssertRecorder.h"
+#include "Support/MemoryFileSystem.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <deque>
+#include <functional>
+#include <random>
+
+namespace {
+
+using Bytes = std::vector<Cmn_UInt8>;
+using Writer = Sys_StdStreamHeaderWriter;
+
+constexpr const char* cPath = "take.kora";
+constexpr std::size_t cBuffer = Sys_FileBasedOutStream::cBufferSize;
+constexpr Cmn_Int64 cBegin = 3; // leading bytes that are no part of the streams
+
+// Its own inverse, and neighbours have different masks: what is masked twice, or elsewhere, is noticed.
+template <class Stream>
+class Masked : public Stream
+{
+public:
+    using Stream::Stream;
+    void MassageBuffer(void* ioBytes, std::size_t iCount, Cmn_Int64 iPosition) override
+    {
+        for (std::size_t i = 0; i < iCount; ++i)
+            static_cast<Cmn_UInt8*>(ioBytes)[i] ^=
+                static_cast<Cmn_UInt8>(1 + 37 * (iPosition + static_cast<Cmn_Int64>(i)));
+    }
+};
+using In = Masked<Sys_FileBasedInStream>;
+using Out = Masked<Sys_FileBasedOutStream>;
+
+class FileStreams : public testing::Test
+{
+protected:
+    FileStreams()
+    {
+        mFile.Open(Sys_FileSystem::eAccess_New);
+        mFile.Write("abc", cBegin);
+        mReader.Open(Sys_FileSystem::eAccess_Read);
+        mReader.SetPosition(cBegin);
+    }
+
+    std::size_t Random(std::size_t iBelow) { return static_cast<std::size_t>(mRandom() % iBelow); }
+    Bytes RandomBytes(std::size_t iCount)
+    {
+        Bytes bytes(iCount);
+        std::generate(bytes.begin(), bytes.end(), [&] { return static_cast<Cmn_UInt8>(mRandom()); });
+        return bytes;
+    }
+    // Unmasked behind the leading bytes.
+    Bytes FileBytes()
+    {
+        Bytes bytes = mSystem.GetBytes(cPath);
+        In(mReader).MassageBuffer(bytes.data() + cBegin, bytes.size() - cBegin, cBegin);
+        return bytes;
+    }
+    // Now and then the next request, or the one after it, fails, or the next write half-way.
+    void MaybeFail()
+    {
+        const std::size_t kind = Random(8);
+        if (kind < 2) mSystem.FailAt(1 + static_cast<int>(kind));
+        if (kind == 2) mSystem.ShortWriteAt(1);
+    }
+
+    MemoryFileSystem mSystem;
+    Sys_FileSystem::StSystem mInForce{mSystem};
+    Sys_File mFile{Sys_FileLoc(cPath)};
+    Sys_File mReader{Sys_FileLoc(cPath)};
+    std::mt19937_64 mRandom{7};
+};
+
+// Writes of all kinds against a vector, most of them with a failure on the way that is followed by another try.
+class OutScript : public FileStreams
+{
+protected:
+    using Run = std::pair<std::size_t, std::size_t>;
+
+    std::size_t At() const { return static_cast<std::size_t>(mOut.GetPosition()); }
+    void Write(const Bytes& iBytes)
+    {
+        const std::size_t at = At();
+        const std::size_t end = at + iBytes.size();
+        MaybeFail();
+        std::size_t taken = mOut.Write(iBytes.data(), iBytes.size());
+        mSystem.Heal();
+        ASSERT_EQ(At(), at + taken);
+        if (taken == 0) taken = mOut.Write(iBytes.data(), iBytes.size());
+        ASSERT_EQ(taken, iBytes.size());
+        mPlain.resize(std::max(mPlain.size(), end));
+        std::copy(iBytes.begin(), iBytes.end(), mPlain.begin() + static_cast<std::ptrdiff_t>(at));
+        std::erase_if(mHeaderBytes, [&](std::size_t p) { return p >= at && p < end; });
+        std::erase_if(mClosed, [&](const Run& c) { return c.first < end && at < c.second; });
+        if (at < end) mOwn.back().emplace_back(at, end);
+    }
+    void Patch()
+    {
+        const std::vector<Run>& runs = mOwn[Random(mOwn.size())];
+        if (runs.empty()) return;
+        const auto [from, to] = runs[Random(runs.size())];
+        const std::size_t at = from + Random(to - from);
+        const Bytes bytes = RandomBytes(1 + Random(to - at));
+        const auto patch = [&] { return mOut.Patch(static_cast<Cmn_Int64>(at), bytes.data(), bytes.size()); };
+        MaybeFail();
+        const bool isDone = patch();
+        mSystem.Heal();
+        ASSERT_TRUE(isDone || patch());
+        std::copy(bytes.begin(), bytes.end(), mPlain.begin() + static_cast<std::ptrdiff_t>(at));
+    }
+    void OpenHeader()
+    {
+        const std::size_t start = At();
+        mOwn.emplace_back();
+        mOpen.emplace_back(mTyped, std::string(Random(5), 'Z'), Cmn_Int16{1});
+        for (std::size_t p = start; p < At(); ++p)
+            mHeaderBytes.insert(p);
+        mPlain.resize(At());
+    }
+    void CloseHeader()
+    {
+        mClosed.emplace_back(mOpen.back().GetStart(), At());
+        mOpen.pop_back();
+        mOwn.pop_back();
+    }
+    // A stream that an exception ends leaves no trace.
+    void AbandonHeader()
+    {
+        const std::size_t at = At();
+        try {
+            const Writer outer(mTyped, "gone", 1);
+            mTyped.WriteBytes(mPlain.data(), Random(mPlain.size() + 1));
+            const Writer inner(mTyped, "too", 1);
+            throw 1;
+        } catch (int) {
+        }
+        ASSERT_EQ(At(), at);
+        ASSERT_EQ(mOut.GetEnd(), mOut.GetPosition());
+    }
+    void Flush()
+    {
+        MaybeFail();
+        try {
+            mOut.Flush();
+        } catch (const Sys_StreamWriteException& exception) {
+            EXPECT_EQ(exception.GetFile(), cPath);
+            EXPECT_NE(exception.GetOSError(), 0);
+            mSystem.Heal();
+            mOut.Flush();
+        }
+        mSystem.Heal();
+    }
+    void Step()
+    {
+        const std::size_t kind = Random(100);
+        const bool isAtEnd = mOut.GetPosition() == mOut.GetEnd();
+        if (kind < 50) return Write(RandomBytes(1 + Random(8)));
+        if (kind < 60) return Write(RandomBytes(Random(3000)));
+        if (kind < 62) return Write(RandomBytes(cBuffer - 100 + Random(cBuffer)));
+        if (kind < 75) return Patch();
+        if (kind < 82 && mOpen.size() < 5 && isAtEnd) return OpenHeader();
+        if (kind < 89 && !mOpen.empty()) return CloseHeader();
+        if (kind < 92 && isAtEnd) return AbandonHeader();
+        if (kind < 96 || !mOpen.empty()) return Flush();
+        const bool isBack = Random(3) == 0;
+        mOut.SetPosition(isBack ? cBegin + static_cast<Cmn_Int64>(Random(At())) / 2 : mOut.GetEnd());
+    }
+
+    Out mOut{mFile};
+    Sys_TypedOutStream mTyped{mOut};
+    Bytes mPlain = Bytes(cBegin);
+    std::set<std::size_t> mHeaderBytes; // their values are the header writer's affair
+    std::deque<Writer> mOpen;
+    std::vector<std::vector<Run>> mOwn{
+        1};                   // by level, what was written outside the headers in it: may be patched
+    std::vector<Run> mClosed; // from a header's start to its body's end
+};
+
+} // namespace
+
+TEST_F(OutScript, FilesAndSumsFollowAPlainVector)
+{
+    for (int round = 0; round < 8; ++round) {
+        for (int i = 0; i < 400 && !HasFatalFailure(); ++i)
+            Step();
+        while (!mOpen.empty())
+            CloseHeader();
+        mOut.Flush();
+        const Bytes file = FileBytes();
+        ASSERT_GE(file.size(), mPlain.size());
+        for (std::size_t p = cBegin; p < mPlain.size(); ++p)
+            ASSERT_TRUE(file[p] == mPlain[p] || mHeaderBytes.contains(p)) << round << " at " << p;
+        In in(mReader);
+        Sys_TypedInStream typed(in);
+        for (const auto& [start, end] : mClosed) {
+            Sys_StdStreamHeaderInfo info;
+            typed.SetPosition(static_cast<Cmn_Int64>(start));
+            ASSERT_TRUE(Sys_StdStreamHeaderReader::Peek(typed, info) && info.isComplete) << start;
+            EXPECT_EQ(info.end, static_cast<Cmn_Int64>(end));
+            EXPECT_EQ(info.bodySum,
+                      Sys_Crc32C(0, file.data() + info.body, end - static_cast<std::size_t>(info.body)));
+        }
+        mOut.SetPosition(mOut.GetEnd());
+    }
+    EXPECT_GT(mClosed.size(), 20u);
+}
+
+TEST_F(FileStreams, ReadingFollowsAPlainVectorAndOutlivesFailures)
+{
+    Out out(mFile);
+    const Bytes plain = RandomBytes(60000);
+    out.Write(plain.data() + cBegin, plain.size() - cBegin);
+    out.Flush();
+    In in(mReader);
+    Bytes bytes(20000);
+    for (int i = 0; i < 20000; ++i) {
+        const std::size_t kind = Random(20);
+        if (kind == 0) in.SetPosition(cBegin + static_cast<Cmn_Int64>(Random(plain.size() - cBegin + 1)));
+        if (kind == 1) in.SetReadAhead(Random(16384));
+        if (kind == 2) in.Forget();
+        const Cmn_Int64 at = in.GetPosition();
+        const std::size_t wanted = Random(Random(4) == 0 ? 20000 : 12);
+        const std::size_t count = std::min(wanted, plain.size() - static_cast<std::size_t>(at));
+        MaybeFail();
+        try {
+            const Cmn_UInt32 sum = Sys_Crc32C(0, plain.data() + at, count);
+            ASSERT_TRUE(kind > 5 || in.SumOf(at, static_cast<Cmn_Int64>(count)) == sum);
+        } catch (const Sys_StreamReadException& exception) {
+            EXPECT_NE(exception.GetOSError(), 0);
+            EXPECT_GE(exception.GetOffset(), at);
+        }
+        std::size_t done = in.Read(bytes.data(), wanted);
+        mSystem.Heal();
+        done += in.Read(bytes.data() + done, wanted - done); // after a failure it goes on where it was
+        ASSERT_EQ(done, count);
+        ASSERT_TRUE(std::equal(plain.begin() + at, plain.begin() + at + static_cast<Cmn_Int64>(count),
+                               bytes.begin()));
+    }
+}
+
+TEST_F(FileStreams, RequestsAreFew)
+{
+    Out out(mFile);
+    Sys_TypedOutStream typed(out);
+    constexpr Cmn_Int32 cStreams = 10000;
+    mSystem.ClearLog();
+    for (Cmn_Int32 i = 0; i < cStreams; ++i) {
+        const Writer header(typed, "Z", 1);
+        for (int k = 0; k < 25; ++k)
+            typed.WriteInt32(i);
+    }
+    out.Flush();
+    const auto size = static_cast<std::size_t>(out.GetPosition() - cBegin);
+    // Besides full buffers a header whose body ended in the next one.
+    EXPECT_LE(mSystem.GetNumRequests(MemoryFileSystem::eWrite), 2 * (size / cBuffer + 1));
+
+    In in(mReader);
+    Sys_TypedInStream typedIn(in);
+    const auto numReads = [&](Cmn_Int32 iFrom, Cmn_Int32 iCount) {
+        mSystem.ClearLog();
+        in.SetPosition(cBegin + Cmn_Int64{iFrom} * static_cast<Cmn_Int64>(size / cStreams));
+        for (Cmn_Int32 i = iFrom; i < iFrom + iCount; ++i) {
+            Sys_StdStreamHeaderReader header(typedIn, "Z");
+            EXPECT_EQ(typedIn.ReadInt32(), i);
+            header.SkipTheRest();
+        }
+        return mSystem.GetNumRequests(MemoryFileSystem::eRead);
+    };
+    for (const Cmn_Int32 i : {5000, 17, 9999}) {
+        EXPECT_EQ(numReads(i, 1), 1u) << i;
+        EXPECT_LE(mSystem.GetLog().front().count, Sys_FileBasedInStream::cFirstRead);
+    }
+    EXPECT_LE(numReads(0, cStreams), size / (Sys_FileBasedInStream::cDefaultReadAhead - 600) + 5);
+    in.SetPosition(cBegin);
+    mSystem.ClearLog();
+    Bytes all(size);
+    EXPECT_EQ(in.Read(all.data(), size), size);
+    EXPECT_EQ(mSystem.GetLog().size(), 1u); // straight to its place
+}
+
+TEST_F(FileStreams, TheLimitIsExact)
+{
+    Out out(mFile);
+    for (const std::size_t step : {std::size_t{1}, std::size_t{8}, cBuffer}) {
+        const Bytes bytes = RandomBytes(step);
+        const Cmn_Int64 start = out.GetPosition();
+        const Cmn_Int64 end = start + static_cast<Cmn_Int64>(step);
+        out.SetLimit(end - 1);
+        EXPECT_EQ(out.Write(bytes.data(), step), 0u) << step;
+        out.SetLimit(end);
+        EXPECT_EQ(out.Write(bytes.data(), step), step) << step;
+        EXPECT_EQ(out.Write(bytes.data(), 1), 0u) << step;
+        EXPECT_TRUE(out.Patch(start, bytes.data(), step)) << step; // makes it no longer
+        EXPECT_FALSE(out.Patch(start + 1, bytes.data(), step)) << step;
+    }
+}
+
+TEST_F(FileStreams, ARememberedFailureIsThrownOnceAndStopsWritingUntilThen)
+{
+    Out out(mFile);
+    EXPECT_EQ(out.Write("1234", 4), 4u);
+    out.RememberFailure();
+    out.SetLimit(100);
+    EXPECT_EQ(out.Write("5", 1), 0u);
+    try {
+        out.Flush();
+        FAIL();
+    } catch (const Sys_StreamWriteException& exception) {
+        EXPECT_EQ(exception.Describe(), "take.kora: an error occurred while writing the document (byte 7)");
+    }
+    EXPECT_EQ(out.Write("5", 1), 1u);
+    mSystem.FailAt(1, 28);
+    EXPECT_THROW(out.Truncate(), Sys_StreamWriteException);
+    out.SetPosition(4);
+    out.Truncate();
+    EXPECT_EQ(FileBytes(), Bytes({'a', 'b', 'c', '1'}));
+    EXPECT_EQ(out.GetEnd(), 4);
+}
+
+TEST_F(FileStreams, PositionsOutsideAreRefused)
+{
+    Out out(mFile);
+    Sys_TypedOutStream typed(out);
+    typed.WriteString("13 characters");
+    out.Flush();
+    In in(mReader);
+    Sys_TypedInStream typedIn(in);
+    const AssertRecorder recorder;
+    for (const Cmn_Int64 position : {cBegin - 1, Cmn_Int64{21}, Cmn_Int64{-1}}) {
+        out.SetPosition(position);
+        in.SetPosition(position);
+        EXPECT_THROW(in.SumOf(position, 1), Sys_StreamReadException);
+        EXPECT_FALSE(out.Patch(position, "x", 1));
+        EXPECT_EQ(recorder.Take().size(), 2u) << position;
+    }
+    EXPECT_THROW(in.SumOf(cBegin, 18), Sys_StreamReadException);
+    EXPECT_THROW(in.SumOf(cBegin, -1), Sys_StreamReadException);
+    typedIn.SetPosition(15);
+    try {
+        typedIn.ReadInt64();
+        FAIL();
+    } catch (const Sys_StreamReadException& exception) {
+        EXPECT_EQ(exception.GetOffset(), 15);
+    }
+    const Writer header(typed, "Z", 1);
+    const Cmn_Int64 body = out.GetPosition();
+    out.SetPosition(body); // where it is
+    EXPECT_EQ(recorder.Take().size(), 0u);
+    out.SetPosition(cBegin);
+    EXPECT_EQ(recorder.Take().size(), 1u);
+    EXPECT_TRUE(out.Patch(cBegin, "x", 1)); // outside the header, which is open
+    EXPECT_FALSE(out.Patch(body, "x", 1));  // nothing is there yet
+}

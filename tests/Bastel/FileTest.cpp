@@ -1,0 +1,312 @@
+#include "Bastel/Cmn/Cmn_Exception.h"
+#include "Bastel/Sys/Sys_File.h"
+#include "Bastel/Sys/Sys_OSErrorText.h"
+#include "Bastel/Sys/Sys_Store.h"
+#include "Support/AssertRecorder.h"
+#include "Support/MemoryFileSystem.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <filesystem>
+#include <fstream>
+
+namespace {
+
+namespace fs = std::filesystem;
+using System = Sys_FileSystem;
+
+constexpr bool cIsWindows = fs::path::preferred_separator != '/';
+
+std::string Utf8(const fs::path& iPath)
+{
+    const std::u8string text = iPath.u8string();
+    return {text.begin(), text.end()};
+}
+
+// A folder of the test's own with names that one byte a character does not hold.
+class FileTest : public testing::Test
+{
+protected:
+    FileTest()
+    {
+        const testing::TestInfo* const info = testing::UnitTest::GetInstance()->current_test_info();
+        mFolder = fs::temp_directory_path() / u8"kora Prélude – 前奏" / info->name();
+        fs::remove_all(mFolder);
+        fs::create_directories(mFolder);
+    }
+    ~FileTest() override { fs::remove_all(mFolder); }
+
+    std::string Path(const std::u8string& iName) const { return Utf8(mFolder / iName); }
+    static void Write(const std::string& iPath, std::string_view iText)
+    {
+        Sys_File file{Sys_FileLoc(iPath)};
+        file.Open(System::eAccess_New);
+        EXPECT_EQ(file.Write(iText.data(), iText.size()), iText.size());
+        file.Sync();
+    }
+    static std::string Read(const std::string& iPath)
+    {
+        Sys_File file{Sys_FileLoc(iPath)};
+        file.Open(System::eAccess_Read);
+        std::string text(static_cast<std::size_t>(file.GetLength()) + 1, '?'); // one more than there is
+        text.resize(file.Read(text.data(), text.size()));
+        EXPECT_EQ(file.GetLastError(), 0);
+        return text;
+    }
+    // The one line for the user, "" where it opens.
+    static std::string WhyNot(const std::string& iPath, System::EAccess iAccess)
+    {
+        Sys_File file{Sys_FileLoc(iPath)};
+        try {
+            file.Open(iAccess);
+        } catch (const Cmn_Exception& exception) {
+            EXPECT_EQ(exception.GetMessageID(), Cmn_eMessage_OSError);
+            EXPECT_EQ(exception.GetOSError(), file.GetLastError());
+            EXPECT_FALSE(file.IsOpen());
+            return exception.Describe();
+        }
+        return {};
+    }
+
+    System& mSystem = System::GetPlatform();
+    fs::path mFolder;
+};
+
+} // namespace
+
+TEST(FileLoc, TellsNameAndFolder)
+{
+    struct Case
+    {
+        const char* what;
+        const char* path;
+        const char* name;
+        const char* folder;
+    };
+    constexpr Case cCases[] = {
+        {"a bare name is in the folder that one is in",  "take 1.kora",       "take 1.kora",              "."                      },
+        {"nothing has no name",                          "",                  "",                         "."                      },
+        {"the root keeps its separator",                 "/take.kora",        "take.kora",                "/"                      },
+        {"others lose theirs",                           "/songs//take.kora", "take.kora",                "/songs"                 },
+        {"a folder's own path has no name",              "songs/",            "",                         "songs"                  },
+        {"drives and backslashes part on Windows alone", "C:\\songs/a\\b",    cIsWindows ? "b" : "a\\b",
+         cIsWindows ? "C:\\songs/a" : "C:\\songs"                                                                                  },
+        {"so do drives by themselves",                   "C:b",               cIsWindows ? "b" : "C:b",   cIsWindows ? "C:" : "."  },
+        {"and a drive's root is one",                    "C:\\b",             cIsWindows ? "b" : "C:\\b", cIsWindows ? "C:\\" : "."},
+    };
+    for (const Case& row : cCases) {
+        const Sys_FileLoc location(row.path);
+        EXPECT_EQ(location.GetName(), row.name) << row.what;
+        EXPECT_EQ(location.GetFolder().GetPath(), row.folder) << row.what;
+        EXPECT_EQ(location.WithSuffix("~").GetPath(), std::string(row.path) + "~") << row.what;
+    }
+}
+
+TEST_F(FileTest, WritersExcludeEachOtherAndNeverReaders)
+{
+    constexpr std::array cAll = {System::eAccess_Read, System::eAccess_Write, System::eAccess_WriteShared,
+                                 System::eAccess_New};
+    const std::string path = Path(u8"Prélude – 前奏.kora");
+    for (const System::EAccess held : cAll) {
+        for (const System::EAccess wanted : cAll) {
+            Write(path, "old");
+            Sys_File holder{Sys_FileLoc(path)};
+            Sys_File reader{Sys_FileLoc(path)}; // a document opens its own reading handle first
+            reader.Open(System::eAccess_Read);
+            holder.Open(held);
+            const bool fits = held == System::eAccess_Read || wanted == System::eAccess_Read ||
+                              (held == wanted && held == System::eAccess_WriteShared);
+            EXPECT_EQ(WhyNot(path, wanted).empty(), fits) << held << " then " << wanted;
+            const bool isEmptied = held == System::eAccess_New || (fits && wanted == System::eAccess_New);
+            EXPECT_EQ(Read(path), isEmptied ? "" : "old") << held << " then " << wanted;
+            holder.Close();
+            EXPECT_EQ(WhyNot(path, wanted), "") << held << " closed, then " << wanted;
+        }
+    }
+}
+
+TEST_F(FileTest, RefusesWhatIsNoFileAndSaysWhy)
+{
+    struct Case
+    {
+        const char* what;
+        std::string path;
+        System::EAccess access;
+    };
+    const Case cases[] = {
+        {"a folder to read",           Utf8(mFolder),                    System::eAccess_Read },
+        {"a folder to write",          Utf8(mFolder),                    System::eAccess_Write},
+        {"a folder to make",           Utf8(mFolder),                    System::eAccess_New  },
+        {"a device",                   cIsWindows ? "NUL" : "/dev/null", System::eAccess_Write},
+        {"a file that is not there",   Path(u8"missing"),                System::eAccess_Write},
+        {"a folder that is not there", Path(u8"missing/take.kora"),      System::eAccess_New  },
+        {"no name",                    "",                               System::eAccess_New  },
+    };
+    for (const Case& row : cases) {
+        const std::string why = WhyNot(row.path, row.access);
+        EXPECT_TRUE(why.starts_with(row.path.empty() ? "" : row.path + ": ")) << row.what << ": " << why;
+        EXPECT_GT(why.size(), row.path.size() + 2) << row.what;
+        EXPECT_NE(why.back(), '.') << row.what << ": " << why;
+    }
+    EXPECT_NE(Sys_OSErrorText(2), Sys_OSErrorText(5));
+    EXPECT_NE(Sys_OSErrorText(123456).find("123456"), std::string::npos);
+}
+
+TEST_F(FileTest, PositionsAreItsOwnAndGoPastTheEnd)
+{
+    const std::string path = Path(u8"a");
+    Write(path, "0123456789");
+    Sys_File file{Sys_FileLoc(path)};
+    file.Open(System::eAccess_Write);
+    std::array<char, 4> bytes;
+    EXPECT_EQ(file.Read(bytes.data(), 4), 4u);
+    EXPECT_EQ(file.ReadAt(8, bytes.data(), 4), 2u);
+    EXPECT_EQ(file.WriteAt(1, "ab", 2), 2u);
+    EXPECT_EQ(file.Write("X", 1), 1u);
+    EXPECT_EQ(file.GetPosition(), 5);
+    constexpr Cmn_Int64 cFar = (Cmn_Int64{1} << 32) + 2; // more than 32 bits, and mostly a hole
+    EXPECT_EQ(file.WriteAt(cFar, "far", 3), 3u);
+    EXPECT_EQ(file.GetLength(), cFar + 3);
+    EXPECT_EQ(file.ReadAt(cFar, bytes.data(), 4), 3u);
+    EXPECT_EQ(std::string(bytes.data(), 3), "far");
+    file.SetLength(12);
+    EXPECT_EQ(file.ReadAt(100, bytes.data(), 4), 0u);
+    EXPECT_EQ(file.GetLastError(), 0);
+    file.Close();
+    EXPECT_EQ(Read(path), std::string("0ab3X56789\0\0", 12));
+
+    const AssertRecorder recorder;
+    file.Close(); // nothing
+    file.SetPosition(-1);
+    EXPECT_EQ(file.GetPosition(), 5);
+    EXPECT_EQ(file.Read(bytes.data(), 1) + file.Write("a", 1), 0u);
+    file.SetLength(0);
+    file.Open(System::eAccess_Read);
+    file.Open(System::eAccess_New);
+    EXPECT_EQ(recorder.Take().size(), 5u);
+    EXPECT_EQ(file.GetLength(), 12);
+}
+
+TEST_F(FileTest, AReplacementIsWholeAndKeepsThePermissions)
+{
+    const std::string from = Path(u8"take.kora.kora-save");
+    const std::string to = Path(u8"take.kora");
+    Write(from, "first");
+    EXPECT_EQ(mSystem.Replace(from, to), 0);
+    EXPECT_EQ(Read(to), "first");
+    EXPECT_NE(mSystem.Replace(from, to), 0); // it is gone
+    EXPECT_EQ(Read(to), "first");
+
+    constexpr auto cMode = fs::perms::owner_read | fs::perms::owner_write | fs::perms::others_read;
+    if (!cIsWindows) fs::permissions(mFolder / u8"take.kora", cMode);
+    Write(from, "second");
+    EXPECT_EQ(mSystem.Replace(from, to), 0);
+    EXPECT_EQ(mSystem.SyncFolder(Utf8(mFolder)), 0);
+    EXPECT_EQ(Read(to), "second");
+    EXPECT_TRUE(cIsWindows || fs::status(mFolder / u8"take.kora").permissions() == cMode);
+
+    Write(from, "third");
+    EXPECT_NE(mSystem.Replace(from, Utf8(mFolder)), 0); // no folder goes for a file
+    EXPECT_EQ(mSystem.Remove(from), 0);
+    EXPECT_NE(mSystem.Remove(from), 0);
+    EXPECT_FALSE(fs::exists(mFolder / u8"take.kora.kora-save"));
+}
+
+TEST_F(FileTest, LinksAreFollowedToTheFile)
+{
+    const std::string path = Path(u8"take.kora");
+    std::string resolved;
+    EXPECT_EQ(mSystem.Resolve(path, resolved), 0);
+    EXPECT_EQ(resolved, path); // there is no file yet
+    Write(path, "x");
+    std::error_code noLinksHere;
+    fs::create_symlink("take.kora", mFolder / u8"link", noLinksHere);
+    if (noLinksHere) GTEST_SKIP() << noLinksHere.message();
+    EXPECT_EQ(mSystem.Resolve(Path(u8"link"), resolved), 0);
+    EXPECT_TRUE(
+        fs::equivalent(fs::path(std::u8string(resolved.begin(), resolved.end())), mFolder / u8"take.kora"));
+    EXPECT_EQ(Sys_FileLoc(resolved).GetName(), "take.kora");
+}
+
+TEST_F(FileTest, PathsAreAsLongAsTheyAre)
+{
+    // Beyond 260 characters Windows wants a form of its own, which this test's own folders need as well.
+    fs::path folder = (mFolder / std::u8string(100, u8'a') / std::u8string(100, u8'b')).make_preferred();
+    fs::create_directories(cIsWindows ? fs::path(u8"\\\\?\\" + folder.u8string()) : folder);
+    const std::string name = std::string(100, 'c');
+    const std::string from = Utf8(folder / ".." / fs::path(std::u8string(100, u8'b')) / "from");
+    const std::string to = Utf8(folder / name);
+    Write(from, "far away");
+    std::string resolved;
+    EXPECT_EQ(mSystem.Replace(from, to), 0);
+    EXPECT_EQ(mSystem.Resolve(to, resolved), 0);
+    EXPECT_EQ(Read(resolved), "far away");
+    EXPECT_EQ(Sys_FileLoc(resolved).GetName(), name);
+    EXPECT_EQ(mSystem.Remove(to), 0);
+    if (cIsWindows) fs::remove_all(fs::path(u8"\\\\?\\" + (mFolder / std::u8string(100, u8'a')).u8string()));
+}
+
+TEST(FileFaults, RequestsThatFailNameTheFileAndTheReason)
+{
+    MemoryFileSystem system;
+    const System::StSystem inForce(system);
+    Sys_File file(Sys_FileLoc("take.kora"));
+    file.Open(System::eAccess_New);
+    const auto why = [&](auto iRequest) {
+        system.FailAt(1, 5);
+        try {
+            iRequest();
+        } catch (const Cmn_Exception& exception) {
+            EXPECT_EQ(file.GetLastError(), 5);
+            return exception.Describe();
+        }
+        return std::string();
+    };
+    const std::string expected = "take.kora: " + Sys_OSErrorText(5);
+    EXPECT_EQ(why([&] { file.Sync(); }), expected);
+    EXPECT_EQ(why([&] { file.SetLength(3); }), expected);
+    EXPECT_EQ(why([&] { EXPECT_EQ(file.Write("abc", 3), 0u); }), "");
+    EXPECT_EQ(file.GetLastError(), 5);
+    EXPECT_EQ(file.GetPosition(), 0);
+    system.ShortWriteAt(1);
+    EXPECT_EQ(file.Write("abcd", 4), 2u);
+    EXPECT_EQ(file.GetPosition(), 2);
+    EXPECT_EQ(why([&] { file.Close(); }), ""); // kept for who asks
+    EXPECT_EQ(file.GetLastError(), 5);
+    EXPECT_EQ(why([&] { file.Open(System::eAccess_Read); }), expected);
+    EXPECT_EQ(system.GetNumOpen(), 0u);
+}
+
+TEST(Store, AFailedOpenLeavesItClosed)
+{
+    struct Store : Sys_Store
+    {
+        void Flush() override {}
+        void OpenImpl(EOpenFlag) override
+        {
+            if (fails) throw Cmn_Exception(Cmn_eMessage_OSError);
+            ++opened;
+        }
+        void CloseImpl() override { ++closed; }
+        bool fails = false;
+        int opened = 0;
+        int closed = 0;
+    } store;
+    const AssertRecorder recorder;
+    store.Close();
+    store.fails = true;
+    EXPECT_THROW(store.Open(Sys_Store::eOpenFlag_New), Cmn_Exception);
+    EXPECT_FALSE(store.IsOpen() || store.IsWritable());
+    store.fails = false;
+    for (int flag = 0; flag <= 5; ++flag) {
+        store.Open(static_cast<Sys_Store::EOpenFlag>(flag));
+        EXPECT_EQ(store.IsOpen(), flag >= 1 && flag <= 4) << flag;
+        EXPECT_EQ(store.IsWritable(), flag >= 2 && flag <= 4) << flag;
+        if (flag == 4) store.Open(Sys_Store::eOpenFlag_Read); // is open already
+        store.Close();
+    }
+    EXPECT_EQ(store.opened, 4);
+    EXPECT_EQ(store.closed, 4);
+    EXPECT_EQ(recorder.Take().size(), 3u); // two flags that are none, one store that is open
+}
