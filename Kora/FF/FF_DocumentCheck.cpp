@@ -6,6 +6,7 @@
 #include "Kora/FF/FF_Document_TOC.h"
 
 #include <algorithm>
+#include <set>
 
 namespace {
 
@@ -67,6 +68,9 @@ private:
     // ends: what is nested in it is then not taken for more of the same fault. Returns where to go on.
     Cmn_Int64 CheckGap(const FF_StreamWalk& iWalk, Cmn_Int64 iFrom, Cmn_Int64 iTo)
     {
+        mGaps.insert(iFrom);
+        // The table that should be there was missed before.
+        if (!mFaults.empty() && mFaults.back().offset == iFrom) return iTo;
         try {
             Sys_TypedInStream typed(mFile.GetWindow(), mFile.IsSwapped());
             typed.SetPosition(iFrom);
@@ -134,6 +138,7 @@ private:
             const Cmn_Int32 node = iWalk.Find(offset);
             if (isItem ? iWalk.FitsItem(offset, key) : node != FF_StreamWalk::cNone && iWalk.Fits(node, key))
                 continue;
+            if (mGaps.contains(offset)) continue; // that no header stands there was told
             const std::string what =
                 isItem ? "item " + std::to_string(iValue - 1) + " of stream " : std::string("stream ");
             Add(offset, "expected " + what + key.Dump() + " of the table of contents, found " +
@@ -143,7 +148,8 @@ private:
 
     FF_DocumentFile mFile;
     std::vector<FF_Fault> mFaults;
-    Cmn_Int64 mEnd; // of the streams
+    Cmn_Int64 mEnd;            // of the streams
+    std::set<Cmn_Int64> mGaps; // where a header should begin and does not
 };
 
 std::vector<FF_StreamInfo> ListUpTo(FF_StreamWindow& ioWindow, bool iSwap, Cmn_Int64 iFrom, Cmn_Int64 iTo)

@@ -1,6 +1,7 @@
 #include "Kora/FF/FF_DocumentFile_p.h"
 
 #include "Bastel/Cmn/Cmn_Exception.h"
+#include "Bastel/Sys/Sys_StdStreamHeader_p.h"
 #include "Kora/FF/FF_ScrambleKernels_p.h"
 
 #include <algorithm>
@@ -59,7 +60,7 @@ FF_DocumentFile::FF_DocumentFile(const Sys_FileLoc& iLocation)
     CheckFront(front, count);
     const Layout own = {front[cTypeOffset], front[cKeyOffset], front[cSwapOffset] != 0};
     if (count <= cTypeOffset) return;
-    FindLayout(own);
+    FindLayout(front, own);
     CheckLayout(own);
     if (mIsReadable) CheckHeaderStream();
 }
@@ -117,23 +118,25 @@ bool FF_DocumentFile::IsTOC(Cmn_Int64 iPosition)
     return typed.ReadInt16() == FF_Document::cTOCStreamType;
 }
 
-// How far a layout makes sense of the file: the end of the gapless row of headers from the header stream on, or
-// everything when there is nothing more to find out; cNone when not even the first header is one. The first block of
-// mask type 5 is unmasked under every key, so there only the table tells that the key is right.
+// How far a layout makes sense of the file; cNone when not even the first header is one. Where that header is masked, or
+// stands where only plain files have it, it is everything. Mask type 5, and any type with key 0, leave it unmasked: there
+// the gapless row of outermost headers, and the table where the header stream says that it is, tell how likely a key is.
 Cmn_Int64 FF_DocumentFile::HowFarItLeads(const Layout& iLayout)
 {
+    constexpr Cmn_Int64 cToTable = Cmn_Int64{1} << 40; // more than any row
     SetLayout(iLayout);
     Sys_StdStreamHeaderInfo header;
     Cmn_Int64 toc = cNone;
     const bool hasHeaderStream = ReadHeaderStream(header, toc);
-    const Cmn_Int64 first = hasHeaderStream ? header.end : mLayout.GetData() + cHeaderStreamSize;
-    const bool isLayout = hasHeaderStream || PeekAt(first, header);
-    if (isLayout && iLayout.type != eFF_EncryptionType_Block93) return cEverything;
-    if (hasHeaderStream && toc >= first && IsTOC(toc)) return cEverything;
-    Cmn_Int64 end = first;
-    while (PeekAt(end, header))
+    Cmn_Int64 end = hasHeaderStream ? header.end : mLayout.GetData() + cHeaderStreamSize;
+    if (!hasHeaderStream && !PeekAt(end, header)) return cNone;
+    const bool isPlain = iLayout.type == eFF_EncryptionType_None;
+    if (isPlain || (mKey != 0 && iLayout.type != eFF_EncryptionType_Block93)) return cEverything;
+    const bool leadsToTOC = hasHeaderStream && toc >= end && IsTOC(toc);
+    while (end != toc && PeekAt(end, header))
         end = header.end;
-    return isLayout ? end : cNone;
+    if (leadsToTOC) return end == toc ? cEverything : end + cToTable;
+    return end;
 }
 
 std::vector<FF_DocumentFile::Layout> FF_DocumentFile::GetLayouts(const Layout& iOwn)
@@ -151,12 +154,28 @@ std::vector<FF_DocumentFile::Layout> FF_DocumentFile::GetLayouts(const Layout& i
     return layouts;
 }
 
-void FF_DocumentFile::FindLayout(const Layout& iOwn)
+// Whether a magic stands where the header stream or the first stream begins: most layouts are refused by that alone.
+bool FF_DocumentFile::LooksRight(const Front& iFront, const Layout& iLayout)
+{
+    const auto& magic = Sys_StdStreamHeaderFields::cMagic;
+    Cmn_UInt8 key = iLayout.rawKey;
+    FF_ScrambleKey(iLayout.type, key);
+    for (const Cmn_Int64 at : {iLayout.GetData(), iLayout.GetData() + cHeaderStreamSize}) {
+        std::array<Cmn_UInt8, 4> bytes;
+        std::copy_n(iFront.data() + at, bytes.size(), bytes.data());
+        FF_Scramble(iLayout.type, key, bytes.data(), bytes.size(), at);
+        if (std::memcmp(bytes.data(), magic.data(), bytes.size()) == 0) return true;
+    }
+    return false;
+}
+
+void FF_DocumentFile::FindLayout(const Front& iFront, const Layout& iOwn)
 {
     Layout best = iOwn;
     if (best.type > eFF_EncryptionType_Block93) best.type = eFF_EncryptionType_None;
     Cmn_Int64 farthest = cNone;
     for (const Layout& layout : GetLayouts(iOwn)) {
+        if (!LooksRight(iFront, layout)) continue;
         const Cmn_Int64 far = HowFarItLeads(layout);
         if (far <= farthest) continue;
         farthest = far;

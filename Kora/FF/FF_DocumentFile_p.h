@@ -51,7 +51,8 @@ private:
         Cmn_Int64 GetData() const { return type == eFF_EncryptionType_None ? cKeyOffset : cKeyOffset + 1; }
         int CountDifferences(const Layout& iOther) const;
     };
-    using Front = std::array<Cmn_UInt8, 20>;
+    // As it stands: the file header, the header stream, and the magic behind them.
+    using Front = std::array<Cmn_UInt8, 20 + cHeaderStreamSize + 4>;
 
     std::size_t ReadPlain(Cmn_Int64 iPosition, void* oBytes, std::size_t iCount);
     void SetLayout(const Layout& iLayout);
@@ -60,7 +61,8 @@ private:
     bool IsTOC(Cmn_Int64 iPosition);
     Cmn_Int64 HowFarItLeads(const Layout& iLayout);
     static std::vector<Layout> GetLayouts(const Layout& iOwn);
-    void FindLayout(const Layout& iOwn);
+    static bool LooksRight(const Front& iFront, const Layout& iLayout);
+    void FindLayout(const Front& iFront, const Layout& iOwn);
     void AddFault(Cmn_Int64 iOffset, std::string iText) { mFaults.push_back({iOffset, std::move(iText)}); }
     void CheckFront(const Front& iFront, std::size_t iCount);
     void CheckLayout(const Layout& iOwn);

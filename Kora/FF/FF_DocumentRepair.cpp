@@ -42,11 +42,11 @@ public:
         mReport.hadTOC = mLentAt != cNoPlace;
         FindUnsure();
         Take();
+        ReportLostStretches();
         LendEntries();
         RebuildEntries(false);
         RebuildEntries(true);
         ReportStreams();
-        ReportLostStretches();
         ReportLostItems();
         const auto before = [](const FF_Fault& a, const FF_Fault& b) { return a.offset < b.offset; };
         std::stable_sort(mReport.lost.begin(), mReport.lost.end(), before);
@@ -205,10 +205,10 @@ private:
         for (const Cmn_UInt32 offset : iOld.GetLocal()->GetOffsets()) {
             const Cmn_Int64 place = NewPlace(offset);
             const Cmn_Int32 node = mWalk.Find(offset);
-            const bool fits = iItem != cNotAnItem ? mWalk.FitsItem(offset, iKey)
-                                                  : node != Walk::cNone && mWalk.GetNode(node).isWhole &&
-                                                        mWalk.Fits(node, iKey);
-            if (place != cNoPlace && fits) {
+            // Headers around it may be gone: the table knows better what it was in.
+            const bool isRight = iItem != cNotAnItem || (node != Walk::cNone && mWalk.GetNode(node).isWhole &&
+                                                         mWalk.HasTypeOf(node, iKey));
+            if (place != cNoPlace && isRight) {
                 location->AddOffset(static_cast<Cmn_UInt32>(place));
                 mRegistered.insert(offset);
                 continue;

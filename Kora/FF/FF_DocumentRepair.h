@@ -35,8 +35,8 @@ public:
     // Writes what is wholly there to iTo, with a new table, by a safe save; iTo may be iFrom. Throws where iFrom cannot be
     // read or iTo not be written; never for damage.
     //
-    // Where a damaged header hides which stream those behind it were in, they are taken for outermost ones, unless a
-    // list index tells that they were not; lost says so. Without a table, several streams of one key become pieces of
-    // one value, in the order of the file.
+    // Where a damaged header hides which stream those behind it were in, and no table tells, they are taken for
+    // streams of what is around it, or for outermost ones, unless a list index tells that they were not; lost names the
+    // place. Without a table, several streams of one key become pieces of one value, in the order of the file.
     static Report Repair(const Sys_FileLoc& iFrom, const Sys_FileLoc& iTo);
 };

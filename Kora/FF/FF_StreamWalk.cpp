@@ -275,10 +275,16 @@ std::string FF_StreamWalk::Describe(Cmn_Int32 iNode) const
     return parent == cNone ? quoted : quoted + " in " + Describe(parent);
 }
 
+bool FF_StreamWalk::HasTypeOf(Cmn_Int32 iNode, const FF_Document::TOCKey& iKey) const
+{
+    const std::vector<FF_Document::Context>& key = iKey.GetContexts();
+    return !key.empty() && GetNode(iNode).streamType == key.back().GetStreamType();
+}
+
 bool FF_StreamWalk::Fits(Cmn_Int32 iNode, const FF_Document::TOCKey& iKey) const
 {
     const std::vector<FF_Document::Context>& key = iKey.GetContexts();
-    if (key.empty() || GetNode(iNode).streamType != key.back().GetStreamType()) return false;
+    if (!HasTypeOf(iNode, iKey)) return false;
     const std::vector<FF_Document::Context> path = GetPath(iNode);
     if (path.size() > key.size()) return false;
     // The innermost levels have no item open, whatever their own list index is.

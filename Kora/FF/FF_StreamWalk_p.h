@@ -22,7 +22,7 @@ class FF_StreamWindow : public Sys_InStream
 {
 public:
     static constexpr std::size_t cSize = std::size_t{256} << 10;
-    static constexpr std::size_t cFirstRead = 4096; // after a jump; doubles while reading goes on in sequence
+    static constexpr std::size_t cFirstRead = 512; // after a jump; doubles while reading goes on in sequence
 
     // Reads bytes at a position, unmasked; fewer than asked only at the end.
     using Source = std::function<std::size_t(Cmn_Int64 iPosition, void* oBytes, std::size_t iCount)>;
@@ -84,6 +84,7 @@ public:
     // "stream 4[1]/7", or "\"Meter\" in stream 16": for texts.
     std::string Describe(Cmn_Int32 iNode) const;
 
+    bool HasTypeOf(Cmn_Int32 iNode, const FF_Document::TOCKey& iKey) const;
     // Whether the stream at a node may stand under a key: its type, and what is around it, are the key's innermost
     // levels. Streams that were written anew, or repaired, stand further out than their key says.
     bool Fits(Cmn_Int32 iNode, const FF_Document::TOCKey& iKey) const;

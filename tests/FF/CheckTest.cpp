@@ -1,0 +1,224 @@
+#include "FF/HandMade.h"
+#include "FF/StDocument.h"
+#include "Kora/FF/FF_DocumentCheck.h"
+#include "Kora/FF/FF_DocumentRepair.h"
+
+#include <functional>
+#include <numeric>
+#include <regex>
+
+namespace {
+
+using Key = FF_Document::TOCKey;
+
+class CheckTest : public StDocument
+{
+protected:
+    // bytes 49 to 81   stream 7, a number
+    //       81 to 177  stream 40, a list; its items 113 to 145 and 145 to 177, each stream 41, a number
+    //       177        the table
+    void WriteSong(const std::function<void(FF_Document&)>& iMore = nullptr)
+    {
+        FF_Document document = Document();
+        document.Open(Sys_Store::eOpenFlag_New);
+        Write(document, 7, 1234);
+        {
+            Sys_TypedOutStream out = document.MakeTypedOutStream();
+            FF_StreamHeaderWriter header(&document, out, 40, 2);
+            FF_StreamListWriter list(&document, out, 2);
+            for (int i = 0; i < 2; ++i) {
+                list.AddListEntry(i, "item");
+                FF_StreamHeaderWriter item(&document, out, 41, 1);
+                out.WriteInt32(i);
+            }
+        }
+        if (iMore) iMore(document);
+        document.Flush();
+    }
+    // "offset: text" of each fault, sums as "#".
+    std::string Faults(const char* iPath = cPath)
+    {
+        std::string text;
+        for (const FF_Fault& fault : FF_DocumentCheck::Check(Sys_FileLoc(iPath)))
+            text += (text.empty() ? "" : "; ") + std::to_string(fault.offset) + ": " + fault.text;
+        return std::regex_replace(text, std::regex(" [0-9A-F]{8}\\b"), " #");
+    }
+};
+
+TEST_F(CheckTest, GoodDocumentsHaveNoFault)
+{
+    for (int type = 0; type <= 5; ++type) {
+        FF_Document document = Document(static_cast<EFF_EncryptionType>(type));
+        document.Open(Sys_Store::eOpenFlag_New);
+        EXPECT_EQ(FF_DocumentCheck::ListStreams(document).size(), 0u);
+        document.Flush();
+        EXPECT_EQ(Faults(), "") << "type " << type << ", empty";
+        for (int i = 0; i < 300; ++i) // over several blocks of 4096 bytes
+            Write(document, static_cast<Cmn_Int16>(i + 10), i);
+        document.Flush();
+        EXPECT_EQ(Faults(), "") << "type " << type;
+        document.Close();
+        HandMade::WriteSwapped(mFiles, cPath, type);
+        EXPECT_EQ(Faults(), "") << "type " << type << ", big-endian";
+    }
+}
+
+// Each row damages one place of the song; bytes are inverted where no value is given.
+TEST_F(CheckTest, EachFaultIsNamedWhereItIs)
+{
+    constexpr int cInvert = -1;
+    struct Damage
+    {
+        std::size_t offset;
+        int value;
+    };
+    struct Row
+    {
+        const char* name;
+        std::vector<Damage> damage;
+        const char* faults;
+    };
+    const char* const cNoHeader = "19: expected the header stream, found no sound header of one";
+    // clang-format off
+    const Row cRows[] = {
+        {"version",           {{0, 4}},        "0: expected format version 3, found 4"},
+        {"signature",         {{16, 'x'}},     "16: expected the signature 0010111100101011, found other bytes"},
+        {"byte order",        {{17, 1}},       "17: expected byte-swap flag 0, found 1"},
+        {"mask type",         {{18, 3}},       "18: expected encryption type 0, found 3"},
+        {"mask type unknown", {{18, 200}},     "18: expected encryption type 0, found 200"},
+        {"header stream",     {{20, cInvert}}, cNoHeader},
+        {"TOC offset",        {{45, cInvert}}, "45: expected body sum of the header stream #, found #"},
+        {"magic",             {{49, 'k'}},     "49: expected a stream header, found 32 bytes that hold none"},
+        {"header's size",     {{63, cInvert}}, "49: expected a stream header, found 32 bytes that hold none"},
+        {"header's sum",      {{72, cInvert}}, "49: expected header sum #, found #"},
+        {"list's sum",        {{104, cInvert}}, "81: expected header sum #, found #"},
+        {"body",              {{80, cInvert}}, "75: expected body sum of stream 7 #, found #"},
+        {"list's count",      {{109, 3}},      "107: expected body sum of stream 40 #, found #"},
+        {"item's body",       {{144, cInvert}}, "139: expected body sum of stream 40[1]/41 #, found #"},
+        {"item's header",     {{145, cInvert}}, "107: expected body sum of stream 40 #, found #"},
+        {"table's header",    {{177, cInvert}}, "177: expected the table of contents, found no sound header of one"},
+        {"table's body",      {{205, cInvert}}, "203: expected body sum of the table of contents #, found #"},
+        {"several",           {{0, 2}, {80, cInvert}, {205, cInvert}},
+         "0: expected format version 3, found 2; 75: expected body sum of stream 7 #, found #; "
+         "203: expected body sum of the table of contents #, found #"},
+    };
+    // clang-format on
+    WriteSong();
+    ASSERT_EQ(Faults(), "");
+    const Bytes good = FileBytes();
+    for (const Row& row : cRows) {
+        Bytes bytes = good;
+        for (const Damage& damage : row.damage)
+            bytes[damage.offset] =
+                static_cast<std::uint8_t>(damage.value == cInvert ? ~bytes[damage.offset] : damage.value);
+        mFiles.SetBytes(cPath, bytes);
+        EXPECT_EQ(Faults(), row.faults) << row.name;
+    }
+    Bytes longer = good;
+    longer.push_back(0);
+    mFiles.SetBytes(cPath, longer);
+    EXPECT_EQ(Faults(), std::to_string(good.size()) +
+                            ": expected the end of the file, found 1 byte behind the table of contents");
+    for (std::size_t size = 0; size < good.size(); ++size) {
+        mFiles.SetBytes(cPath, Bytes(good.begin(), good.begin() + static_cast<std::ptrdiff_t>(size)));
+        EXPECT_NE(Faults(), "") << "cut at " << size;
+    }
+    mFiles.SetBytes(cPath, Bytes(good.begin(), good.begin() + 150));
+    EXPECT_EQ(Faults(), "45: expected a TOC offset from 49 to 149, found 177; "
+                        "81: expected a body of 70 bytes of stream 40, found 43 bytes before the end");
+    EXPECT_EQ(MessageOf([] { FF_DocumentCheck::Check(Sys_FileLoc("nowhere")); }), Cmn_eMessage_OSError);
+}
+
+TEST_F(CheckTest, EntriesPointAtWhatTheyName)
+{
+    struct Row
+    {
+        const char* name;
+        Key key;
+        Cmn_Int32 value;
+        Cmn_UInt64 position;
+        const char* faults;
+    };
+    const auto path = [](Cmn_Int32 iItem, Cmn_Int16 iType) {
+        return Key(std::vector{FF_Document::Context(40, 0, true, iItem), FF_Document::Context(iType)});
+    };
+    const Row cRows[] = {
+        {"a second piece",                                                  Key(7),       0,                 49,                                                      ""                                                               },
+        {"nested",                                                          path(2,       41),               0,                                                       145,                                                               ""},
+        {"outside what it was in",                                                                 path(1,                                                      7), 0, 49,                                                                 ""}, // written anew at the end
+        {"plain data as an item",                                                               Key(40),                                                                           3,                                                                      150,                                                        ""},
+        {"another type",                                                               Key(9),                                                                           0,                                                                               49,           "49: expected stream 9 of the table of contents, found stream 7"                   },
+        {"another item", path(1,             41),                 0,                                                        145,
+         "145: expected stream 40[1]/41 of the table of contents, found stream 40[2]/41"},
+        {"no header",                                                              Key(7), 0,                  50,
+         "50: expected stream 7 of the table of contents, found no stream header"                                                            },
+        {"an item elsewhere",                                                               Key(40),        3,                         60,
+         "60: expected item 2 of stream 40 of the table of contents, found no stream header"},
+    };
+    for (const Row& row : cRows) {
+        WriteSong([&](FF_Document& o) { o.AddTOCEntry(row.key, row.value, row.position, "more"); });
+        EXPECT_EQ(Faults(), row.faults) << row.name;
+    }
+}
+
+TEST_F(CheckTest, StreamsAreListedInTheOrderOfTheFile)
+{
+    WriteSong();
+    FF_Document document = Document();
+    document.Open(Sys_Store::eOpenFlag_Read);
+    std::string text;
+    for (const FF_StreamInfo& s : FF_DocumentCheck::ListStreams(document))
+        text += std::string(static_cast<std::size_t>(s.depth), ' ') + s.name + std::to_string(s.streamType) +
+                " v" + std::to_string(s.version) + " [" + std::to_string(s.position) + "+" +
+                std::to_string(s.size) + (s.isList ? "] list" : "] ") + std::to_string(s.listIndex) + "\n";
+    EXPECT_EQ(text, "Z7 v1 [49+32] 0\nZ40 v2 [81+96] list0\n Z41 v1 [113+32] 1\n Z41 v1 [145+32] 2\n");
+    EXPECT_EQ(Read(document, 7), 1234);
+
+    Bytes bytes = FileBytes();
+    bytes[144] ^= 1;
+    mFiles.SetBytes(cPath, bytes);
+    FF_Document damaged = Document();
+    damaged.Open(Sys_Store::eOpenFlag_Read);
+    EXPECT_EQ(MessageOf([&] { FF_DocumentCheck::ListStreams(damaged); }), Cmn_eMessage_ReadError);
+}
+
+// What a hostile file claims costs no more than what it is long, to walk and to repair.
+TEST_F(CheckTest, HostileNestingsAreReadOnce)
+{
+    enum EShape { eDeep, eBeyondTheEnd, eMagicOnly, eUnfinished };
+    for (const EShape shape : {eDeep, eBeyondTheEnd, eMagicOnly, eUnfinished}) {
+        constexpr std::size_t cHeader = 26;
+        constexpr std::size_t cNumHeaders = 20000;
+        FF_Document document = Document();
+        document.Open(Sys_Store::eOpenFlag_New);
+        document.Flush();
+        document.Close();
+        Bytes bytes = FileBytes();
+        bytes.resize(49); // without its table
+        for (std::size_t i = 0; i < cNumHeaders; ++i) {
+            HandMade::AppendHeader(
+                bytes, shape == eUnfinished ? 0xFFFFFFFF
+                       : shape == eDeep ? static_cast<Cmn_UInt32>((cNumHeaders - 1 - i) * (cHeader + 2) + 2)
+                                        : 0xFFFFFF);
+            if (shape == eMagicOnly) bytes.resize(bytes.size() - 20);
+            bytes.insert(bytes.end(), {9, 0});
+        }
+        mFiles.SetBytes(cPath, bytes);
+        for (const bool repairs : {false, true}) {
+            mFiles.ClearLog();
+            if (repairs)
+                FF_DocumentRepair::Repair(Sys_FileLoc(cPath), Sys_FileLoc("/songs/repaired"));
+            else
+                EXPECT_NE(Faults(), "");
+            std::size_t numBytes = 0;
+            for (const auto& request : mFiles.GetLog())
+                if (request.kind == MemoryFileSystem::eRead && request.path == cPath)
+                    numBytes += request.count;
+            EXPECT_LE(numBytes, 3 * bytes.size() + 100000) << "shape " << shape << " repairs " << repairs;
+        }
+        EXPECT_LE(mFiles.GetBytes("/songs/repaired").size(), 64 * bytes.size());
+        EXPECT_EQ(Faults("/songs/repaired"), "");
+    }
+}
+
+} // namespace

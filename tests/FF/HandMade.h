@@ -1,0 +1,68 @@
+// HandMade: document files as no writer of today writes them: in the other byte order, and with hostile headers.
+#pragma once
+
+#include "Bastel/Sys/Sys_Crc32C.h"
+#include "Bastel/Sys/Sys_File.h"
+#include "Kora/FF/FF_Document_TOC.h"
+#include "Kora/FF/FF_FileBasedEncrytpedStreams.h"
+#include "Kora/FF/FF_StreamHeader.h"
+#include "Support/MemoryFileSystem.h"
+
+namespace HandMade {
+
+// A big-endian document: stream 7, described as "a number", that holds 1234.
+inline void WriteSwapped(MemoryFileSystem& ioFiles, const char* iPath, int iMaskType)
+{
+    ioFiles.SetBytes(iPath, {});
+    Sys_File file{Sys_FileLoc(iPath)};
+    file.Open(Sys_FileSystem::eAccess_Write);
+    file.Write("\x03"
+               "0010111100101011"
+               "\x01",
+               18);
+    std::unique_ptr<Sys_FileBasedInStream> in;
+    std::unique_ptr<Sys_FileBasedOutStream> stream;
+    Sys_File inFile{Sys_FileLoc(iPath)};
+    inFile.Open(Sys_FileSystem::eAccess_Read);
+    FF_FileBasedEncrytpedStreams::CreateInAndOutStreams(
+        inFile, file, static_cast<EFF_EncryptionType>(iMaskType), in, stream);
+    Sys_TypedOutStream out(*stream, true);
+    constexpr Cmn_UInt32 cHeaderStream = 30;
+    constexpr Cmn_UInt32 cStream = 32;
+    const auto first = static_cast<Cmn_UInt32>(out.GetPosition()) + cHeaderStream;
+    {
+        Sys_StdStreamHeaderWriter header(out, "Z", 1);
+        out.WriteUInt32(first + cStream);
+    }
+    {
+        FF_StreamHeaderWriter header(nullptr, out, 7, 1);
+        out.WriteInt32(1234);
+    }
+    FF_Document::TOC toc;
+    const FF_Document::Context context(7, 0);
+    const FF_Document::TOC::Entry entry = toc.Insert({&context, 1});
+    toc.AddValue(entry, "a number");
+    toc.AddOffset(entry, 0, first);
+    toc.StreamOut(out);
+    stream->Flush();
+}
+
+// A little-endian header "Z" with a right sum of its own and whatever size it claims; 0xFFFFFFFF for none yet.
+inline void AppendHeader(std::vector<std::uint8_t>& ioBytes, Cmn_UInt32 iBodySize)
+{
+    const auto start = static_cast<std::ptrdiff_t>(ioBytes.size());
+    const auto put = [&](Cmn_UInt32 iValue, int iCount) {
+        for (int i = 0; i < iCount; ++i)
+            ioBytes.push_back(static_cast<std::uint8_t>(iValue >> (8 * i)));
+    };
+    for (const char c : {'K', 'S', 'H', '1', '\x01', 'Z'})
+        ioBytes.push_back(static_cast<std::uint8_t>(c));
+    put(1, 2);
+    put(0, 4);
+    put(iBodySize == 0xFFFFFFFF ? 4 : 5, 2);
+    put(iBodySize, 4);
+    put(0, 4);
+    put(Sys_Crc32C(0, &*(ioBytes.begin() + start), ioBytes.size() - static_cast<std::size_t>(start)), 4);
+}
+
+} // namespace HandMade
