@@ -1,5 +1,6 @@
 #include "Tool/Tool_Command.h"
 
+#include "Bastel/Cmn/Cmn_Exception.h"
 #include "Kora/Kora_Init.h"
 #include "Tool/Tool_Help.h"
 #include "Tool/Tool_InputError.h"
@@ -28,6 +29,7 @@ Tool_Outcome Outcome(const std::vector<std::string>& iArguments, std::istream& i
     app.require_subcommand(1);
     Tool_Subcommands all;
     Tool_AddSongCommands(app, all);
+    Tool_AddDocumentCommands(app, all);
     const auto find = [&](auto iHolds) -> const Tool_Subcommand* {
         const auto found = std::find_if(all.begin(), all.end(), [&](const auto& s) { return iHolds(*s); });
         return found == all.end() ? nullptr : found->get();
@@ -70,6 +72,8 @@ try {
                     Tool_eExit_WrongUsage);
 } catch (const Tool_InputError& error) {
     return Complain(oErr, error.what(), Tool_eExit_BadInput);
+} catch (const Cmn_Exception& error) {
+    return Complain(oErr, error.Describe(), Tool_eExit_BadInput);
 } catch (const std::bad_alloc&) {
     return Complain(oErr, "the input needs more memory than there is", Tool_eExit_BadInput);
 }

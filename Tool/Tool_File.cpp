@@ -1,5 +1,7 @@
 #include "Tool/Tool_File.h"
 
+#include "Bastel/Sys/Sys_FileLoc.h"
+#include "Bastel/Sys/Sys_FileSystem.h"
 #include "Tool/Tool_InputError.h"
 
 #include <algorithm>
@@ -13,16 +15,30 @@ constexpr std::size_t cBlock = std::size_t{1} << 20;
 namespace fs = std::filesystem;
 
 constexpr char cPartSuffix[] = ".kora-part";
+constexpr char cCannotBeWritten[] = "the file cannot be written";
 
 // A path of a std::string would be read in the system's own code page on Windows.
 fs::path PathOf(const std::string& iName) { return fs::path(std::u8string(iName.begin(), iName.end())); }
 
-bool WriteAll(const fs::path& iPath, const std::string& iBytes)
+// Whether a folder, a device or the like has the name.
+bool IsOther(const std::string& iName)
 {
-    std::ofstream stream(iPath, std::ios::binary);
-    stream.write(iBytes.data(), static_cast<std::streamsize>(iBytes.size()));
-    stream.close();
-    return !stream.fail();
+    std::error_code error;
+    const fs::file_status status = fs::status(PathOf(iName), error);
+    return fs::exists(status) && !fs::is_regular_file(status);
+}
+
+std::ifstream OpenFile(const std::string& iName)
+{
+    const fs::path path = PathOf(iName);
+    std::error_code error;
+    const fs::file_status status = fs::status(path, error);
+    if (!fs::exists(status)) throw Tool_InputError::InFile(iName, "no such file");
+    if (fs::is_directory(status))
+        throw Tool_InputError::InFile(iName, "a folder, expected a MIDI file or a document");
+    std::ifstream stream(path, std::ios::binary);
+    if (!stream) throw Tool_InputError::InFile(iName, "the file cannot be opened");
+    return stream;
 }
 
 // Reads to the end, or until more than iLimit bytes are there.
@@ -41,18 +57,22 @@ std::string ReadUpTo(std::istream& iStream, std::size_t iLimit)
 
 std::string Tool_ReadFile(const std::string& iName)
 {
-    const fs::path path = PathOf(iName);
-    std::error_code error;
-    const fs::file_status status = fs::status(path, error);
-    if (!fs::exists(status)) throw Tool_InputError::InFile(iName, "no such file");
-    if (fs::is_directory(status)) throw Tool_InputError::InFile(iName, "a folder, expected a MIDI file");
-    std::ifstream stream(path, std::ios::binary);
-    if (!stream) throw Tool_InputError::InFile(iName, "the file cannot be opened");
+    std::ifstream stream = OpenFile(iName);
     std::string bytes = ReadUpTo(stream, Tool_cMaxFileSize);
     if (bytes.size() > Tool_cMaxFileSize)
         throw Tool_InputError::InFile(iName, "more than " + std::to_string(Tool_cMaxFileSize) +
                                                  " bytes, expected a MIDI file");
     if (!stream.eof()) throw Tool_InputError::InFile(iName, "the file cannot be read");
+    return bytes;
+}
+
+std::string Tool_ReadStart(const std::string& iName, std::size_t iCount)
+{
+    std::ifstream stream = OpenFile(iName);
+    std::string bytes(iCount, '\0');
+    stream.read(bytes.data(), static_cast<std::streamsize>(iCount));
+    if (stream.bad()) throw Tool_InputError::InFile(iName, "the file cannot be read");
+    bytes.resize(static_cast<std::size_t>(stream.gcount()));
     return bytes;
 }
 
@@ -70,24 +90,43 @@ bool Tool_IsSameFile(const std::string& iA, const std::string& iB)
     return fs::equivalent(PathOf(iA), PathOf(iB), error) && !error;
 }
 
+void Tool_CheckPlainFile(const std::string& iName)
+{
+    if (IsOther(iName)) throw Tool_InputError::InFile(iName, "no plain file, expected a name for one");
+}
+
+Tool_StPartFile::Tool_StPartFile(const std::string& iName)
+    : mName(iName)
+    , mTarget(iName)
+{
+    Tool_CheckPlainFile(iName);
+    if (Sys_FileSystem::Get().Resolve(iName, mTarget) != 0) mTarget = iName;
+    mPart = mTarget + cPartSuffix;
+}
+
+Tool_StPartFile::~Tool_StPartFile()
+{
+    if (!mIsCommitted) Sys_FileSystem::Get().Remove(mPart);
+}
+
+void Tool_StPartFile::Commit()
+{
+    Sys_FileSystem& system = Sys_FileSystem::Get();
+    mIsCommitted = system.Replace(mPart, mTarget) == 0;
+    if (!mIsCommitted || system.SyncFolder(Sys_FileLoc(mTarget).GetFolder().GetPath()) != 0)
+        throw Tool_InputError::InFile(mName, cCannotBeWritten);
+}
+
 void Tool_WriteFile(const std::string& iName, const std::string& iBytes)
 {
-    std::error_code error;
-    fs::path path = PathOf(iName);
-    bool isWritten = false;
-    if (const fs::file_status status = fs::status(path, error);
-        fs::exists(status) && !fs::is_regular_file(status))
-    {
-        isWritten = !fs::is_directory(status) && WriteAll(path, iBytes);
-    } else {
-        // A symbolic link stays, and the file that it names is replaced.
-        if (fs::exists(status)) path = fs::canonical(path, error);
-        fs::path part = path;
-        part += cPartSuffix;
-        isWritten = WriteAll(part, iBytes);
-        if (isWritten) fs::rename(part, path, error);
-        isWritten = isWritten && !error;
-        if (!isWritten) fs::remove(part, error);
-    }
-    if (!isWritten) throw Tool_InputError::InFile(iName, "the file cannot be written");
+    const auto write = [&](const std::string& iTo) {
+        std::ofstream stream(PathOf(iTo), std::ios::binary);
+        stream.write(iBytes.data(), static_cast<std::streamsize>(iBytes.size()));
+        stream.close();
+        if (stream.fail()) throw Tool_InputError::InFile(iName, cCannotBeWritten);
+    };
+    if (IsOther(iName)) return write(iName);
+    Tool_StPartFile part(iName);
+    write(part.GetName());
+    part.Commit();
 }

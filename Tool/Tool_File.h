@@ -12,6 +12,9 @@ inline constexpr std::size_t Tool_cMaxFileSize = std::size_t{256} << 20;
 // larger than Tool_cMaxFileSize.
 std::string Tool_ReadFile(const std::string& iName);
 
+// At most iCount bytes from a file's start; throws as Tool_ReadFile.
+std::string Tool_ReadStart(const std::string& iName, std::size_t iCount);
+
 // Everything up to the stream's end.
 std::string Tool_ReadAll(std::istream& iStream);
 
@@ -20,6 +23,32 @@ std::string Tool_BaseName(const std::string& iName);
 // Whether both names lead to one file that is there.
 bool Tool_IsSameFile(const std::string& iA, const std::string& iB);
 
-// Writes a file whole or leaves it as it was: the bytes go to a file beside it, which takes its name at the end. What
-// is no plain file, such as /dev/stdout, is written directly. Throws Tool_InputError where that fails.
+// Throws Tool_InputError where something that is no plain file has the name: no file takes its place.
+void Tool_CheckPlainFile(const std::string& iName);
+
+// A file that is written beside its place and takes it when it is whole; without Commit it is removed. A symbolic link
+// stays, and the file that it names is replaced.
+class Tool_StPartFile
+{
+public:
+    // Throws as Tool_CheckPlainFile.
+    explicit Tool_StPartFile(const std::string& iName);
+    ~Tool_StPartFile();
+    Tool_StPartFile(const Tool_StPartFile&) = delete;
+    Tool_StPartFile& operator=(const Tool_StPartFile&) = delete;
+
+    // What to write to.
+    const std::string& GetName() const { return mPart; }
+    // Throws Tool_InputError where the file cannot take its place.
+    void Commit();
+
+private:
+    std::string mName;
+    std::string mTarget;
+    std::string mPart;
+    bool mIsCommitted = false;
+};
+
+// Writes a file whole or leaves it as it was. What is no plain file, such as /dev/stdout, is written directly. Throws
+// Tool_InputError where that fails.
 void Tool_WriteFile(const std::string& iName, const std::string& iBytes);

@@ -1,60 +1,77 @@
 // Tool_Help: what --help prints.
 #pragma once
 
-inline constexpr char Tool_cHelp[] = R"(kora shows what the Kora library knows about a song.
+inline constexpr char Tool_cHelp[] =
+    R"(kora shows what the Kora library knows about a song, and keeps songs in documents.
 
-Usage: kora song FILE.mid [--rate HZ] [--timecode NAME] [--json]
-       kora plot FILE.mid [-o OUT.svg]
-       kora convert FILE.mid --from UNIT --to UNIT[,UNIT...] [--rate HZ] [--timecode NAME]
-       kora --help | --version
+Usage: kora song FILE [--rate HZ] [--timecode NAME] [--json]
+       kora plot FILE [-o OUT.svg] [--rate HZ] [--timecode NAME]
+       kora convert FILE --from UNIT --to UNIT[,UNIT...] [--rate HZ] [--timecode NAME]
+       kora xml FILE [--rate HZ] [--timecode NAME]
+       kora save FILE OUT.kora [--scramble TYPE] [--rate HZ] [--timecode NAME]
+       kora info FILE.kora [--json]
+       kora check FILE.kora [--all]
+       kora repair FILE.kora OUT.kora
+       kora COMMAND --help | --help | --version
 
+Songs, from a MIDI file or a document:
   song        print tempo, meter and key changes and the end of a song
-  plot        draw a song's tempo, meter and key changes as an SVG picture
+  plot        draw them as an SVG picture
   convert     turn positions into other units: ticks, samples, frames, bars, timecode, seconds
+  xml         print the song's maps as XML
+  save        save the song as a document
 
-"kora song --help" and "kora convert --help" say more. Try:
+Documents:
+  info        print what is in a document: header, streams, table of contents
+  check       say whether a document is whole, and if not, where it is damaged
+  repair      bring back what a damaged document still holds, into another file
+
+Try:
 
   kora song examples/songs/first-light.mid
   echo '10|1|0' | kora convert examples/songs/first-light.mid --from bars --to samples,timecode
+  kora save examples/songs/first-light.mid first-light.kora && kora info first-light.kora
 
 Exit codes: 0 good, 1 bad input (one line on the error stream says where and why), 2 wrong usage.
 )";
 
 inline constexpr char Tool_cSongHelp[] = R"(Prints the tempo, meter and key changes of a song, and its end.
 
-Usage: kora song FILE.mid [--rate HZ] [--timecode NAME] [--json]
+Usage: kora song FILE [--rate HZ] [--timecode NAME] [--json]
 
-  FILE.mid          standard MIDI file, format 0 or 1, with a division in ticks to a quarter note
-  --rate HZ         sample rate, 1000 to 768000 (default 44100)
+  FILE              standard MIDI file, format 0 or 1, with a division in ticks to a quarter note,
+                    or a document; the file's bytes say which
+  --rate HZ         sample rate, 1000 to 768000 (default: the document's, 44100 for MIDI)
   --timecode NAME   timecode format: 24, 25, 30, 50, 60, 23.976, 29.97, 59.94, 29.97drop, 30drop,
-                    59.94drop or 60drop; the long names ("29.97 fps drop") are good too (default 30)
+                    59.94drop or 60drop; the long names ("29.97 fps drop") are good too (default:
+                    the document's, 30 for MIDI)
   --json            print one JSON object instead of the table
 
-Where the song lies: its first tick is tick 1000000000000 of the time line, bar 1, and is locked to
-sample 0, which is second 0 and timecode 00:00:00:00. A quarter note has 960000 ticks; a MIDI tick
-becomes the nearest of them. Without events of its own a song starts at 120 beats a minute in 4/4.
-Of several events at one tick, the last in the file holds.
+Where a MIDI song lies: its first tick is tick 1000000000000 of the time line, bar 1, and is locked
+to sample 0, which is second 0 and timecode 00:00:00:00. A quarter note has 960000 ticks; a MIDI
+tick becomes the nearest of them. Without events of its own a song starts at 120 beats a minute in
+4/4. Of several events at one tick, the last in the file holds.
 
 The table shows positions as bar|beat|tick with 960 ticks to a quarter note, as sample, as timecode
 (the label of the nearest frame) and as minutes:seconds. JSON positions have internal ticks.
 
-A file is taken whole or not at all. It is refused when it is cut short, when its chunks and its
-header disagree (more or fewer tracks than counted), when a track does not end with its end-of-track
-event, or when an event means nothing (a tempo of 0, a time signature of 0 beats or of a denominator
-above 2048, more than 7 sharps or flats). Chunks of unknown types are skipped.
+A file is taken whole or not at all. A MIDI file is refused when it is cut short, when its chunks
+and its header disagree (more or fewer tracks than counted), when a track does not end with its
+end-of-track event, or when an event means nothing (a tempo of 0, a time signature of 0 beats or of
+a denominator above 2048, more than 7 sharps or flats). Chunks of unknown types are skipped.
 )";
 
 inline constexpr char Tool_cConvertHelp[] =
     R"(Reads positions from standard input, one a line, and prints each in other units, tab-separated.
 
-Usage: kora convert FILE.mid --from UNIT --to UNIT[,UNIT...] [--rate HZ] [--timecode NAME]
+Usage: kora convert FILE --from UNIT --to UNIT[,UNIT...] [--rate HZ] [--timecode NAME]
 
-  FILE.mid          the song whose tempo and meter hold, as for "kora song"; "-" stands for
+  FILE              the song whose tempo and meter hold, as for "kora song"; "-" stands for
                     120 beats a minute in 4/4 throughout
   --from UNIT       unit of the positions read
   --to UNIT,...     units to print, in this order
-  --rate HZ         sample rate, 1000 to 768000 (default 44100)
-  --timecode NAME   timecode format, as for "kora song" (default 30)
+  --rate HZ         sample rate, as for "kora song"
+  --timecode NAME   timecode format, as for "kora song"
 
 Units:
   ticks       internal ticks of the time line, 960000 to a quarter note; the song starts at
@@ -82,11 +99,80 @@ Usage: kora plot FILE [-o OUT.svg] [--rate HZ] [--timecode NAME]
   FILE              the song, as for "kora song"
   -o, --output OUT  write the picture there instead of printing it; a file of that name is
                     replaced once the picture is complete
-  --rate HZ         sample rate, 1000 to 768000 (default 44100)
-  --timecode NAME   timecode format, as for "kora song" (default 30)
+  --rate HZ         sample rate, as for "kora song"
+  --timecode NAME   timecode format, as for "kora song"
 
 The picture is SVG that needs nothing else and follows a viewer's light or dark scheme. The tempo
 is in quarter notes a minute, whatever the beat is. A change that cuts a bar short is marked in
 orange. Pointing at a mark shows what changes there; labels that would run into the next mark are
 left out.
+)";
+
+inline constexpr char Tool_cXmlHelp[] = R"(Prints a song's end, settings and maps as one XML document.
+
+Usage: kora xml FILE [--rate HZ] [--timecode NAME]
+
+  FILE              the song, as for "kora song"
+  --rate HZ         sample rate, as for "kora song"
+  --timecode NAME   timecode format, as for "kora song"
+
+The maps are in the library's own form (GetAsXML), with all that it saves of them: the meter map's
+changes with their clicks and bar numbers, the tempo map's segments with what they are locked to,
+the key signatures. Positions are internal ticks.
+)";
+
+inline constexpr char Tool_cSaveHelp[] = R"(Saves a song as a document.
+
+Usage: kora save FILE OUT.kora [--scramble TYPE] [--rate HZ] [--timecode NAME]
+
+  FILE              the song, as for "kora song"; from a document this is how it gets another
+                    scrambling or other settings
+  OUT.kora          the document; one of that name is replaced in one step, once the new one is
+                    safely on the disk
+  --scramble TYPE   0 for plain bytes (default), 1 to 5 for the masks that documents may have
+  --rate HZ         sample rate, as for "kora song"; kept in the document
+  --timecode NAME   timecode format, as for "kora song"; kept in the document
+
+The document holds the meter map, the tempo map, the key map, and the song's end, sample rate and
+timecode format. Notes and other streams of FILE do not come along, so a MIDI file and a document
+with other streams are not saved over themselves.
+)";
+
+inline constexpr char Tool_cInfoHelp[] =
+    R"(Prints what is in a document: its header, its streams, the table of contents.
+
+Usage: kora info FILE.kora [--json]
+
+  --json            print one JSON object instead of the table
+
+A row is one stream in the order of the file: its first byte, its size with the header, version and
+type, the key that the table of contents has for it, and its description. What a stream holds is
+indented below it. A name between quotes is a header that is no stream of the document but an
+object inside one. Keys are paths of stream types from the outermost stream, "4[1]/7" for stream 7
+in the first item of list 4. Entries of the table that name no stream follow at the end.
+)";
+
+inline constexpr char Tool_cCheckHelp[] = R"(Says whether a document is whole.
+
+Usage: kora check FILE.kora [--all]
+
+  --all             print every fault, one a line, in the order of the file
+
+Reads every byte and checks the header, each stream's header, size and sum, and each entry of the
+table of contents. Prints "FILE: good" with the number of streams, or, with exit code 1, one line
+on the error stream: the first fault, the byte where it is, and what was expected there.
+)";
+
+inline constexpr char Tool_cRepairHelp[] =
+    R"(Brings back what a damaged document still holds, into another file.
+
+Usage: kora repair FILE.kora OUT.kora
+
+  FILE.kora         the damaged document; it stays as it is
+  OUT.kora          the new one; must be another file, which is replaced in one step
+
+Streams that are whole are copied as they are; of a damaged stream, what is whole inside it. The
+keys come from the old table of contents or, where that is gone, from the streams themselves, which
+then have no descriptions. Prints how many streams were recovered, and a line for each place where
+something was lost. Exit code 1, with nothing written, means that no stream was found.
 )";

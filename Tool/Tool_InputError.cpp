@@ -19,9 +19,11 @@ std::string Escape(std::string_view iText, bool iKeepsNonAscii)
 }
 } // namespace
 
+std::string Tool_Printable(std::string_view iText) { return Escape(iText, true); }
+
 Tool_InputError Tool_InputError::InFile(std::string_view iFile, std::string_view iText)
 {
-    return Tool_InputError(Escape(iFile, true) + ": " + std::string(iText));
+    return Tool_InputError(Tool_Printable(iFile) + ": " + std::string(iText));
 }
 
 Tool_InputError Tool_InputError::AtByte(std::string_view iFile, Cmn_Int64 iOffset, std::string_view iText)

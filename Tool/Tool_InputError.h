@@ -24,3 +24,6 @@ private:
 // A value as a message shows it: between double quotes, bytes outside printable ASCII as \xNN, at most 40 bytes of
 // it and then "...", so that a message stays one short line whatever the input holds.
 std::string Tool_Quoted(std::string_view iText);
+
+// A name or a text as it is, but on one line: control characters as \xNN.
+std::string Tool_Printable(std::string_view iText);

@@ -3,6 +3,7 @@
 #include "Kora/Time/Time_SMPTE.h"
 #include "Tool/Tool_Seconds.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 
@@ -31,14 +32,20 @@ void Tool_Settings::Apply() const
     Time_Globals::SetFrameRate(Time_SMPTE::GetRealRate(mTimeCodeFormat));
 }
 
+// Written so that "nan" is refused too.
+bool Tool_IsRate(double iRate) { return iRate >= Tool_Seconds::cMinRate && iRate <= Tool_Seconds::cMaxRate; }
+
+bool Tool_IsTimeCodeFormat(ETimeCodeFormat iFormat)
+{
+    return std::find(cFormats.begin(), cFormats.end(), iFormat) != cFormats.end();
+}
+
 bool Tool_ParseRate(std::string_view iText, double& oRate)
 {
     double rate = 0;
     const char* const end = iText.data() + iText.size();
     const auto [stop, error] = std::from_chars(iText.data(), end, rate);
-    if (error != std::errc() || stop != end) return false;
-    // Written so that "nan" is refused too.
-    if (!(rate >= Tool_Seconds::cMinRate && rate <= Tool_Seconds::cMaxRate)) return false;
+    if (error != std::errc() || stop != end || !Tool_IsRate(rate)) return false;
     oRate = rate;
     return true;
 }

@@ -29,7 +29,12 @@ struct Tool_AskedSettings
     }
 };
 
-// A decimal number of Hz from Tool_Seconds::cMinRate to cMaxRate; false, with the out untouched, for anything else.
+// From Tool_Seconds::cMinRate to cMaxRate; not for what is no number.
+bool Tool_IsRate(double iRate);
+// A format that has frames per second: all but the two OMF formats.
+bool Tool_IsTimeCodeFormat(ETimeCodeFormat iFormat);
+
+// A decimal number of Hz that is a rate; false, with the out untouched, for anything else.
 bool Tool_ParseRate(std::string_view iText, double& oRate);
 
 // A name as Time_Globals::GetTimeCodeFormatString gives it, with or without its blanks and "fps": "29.97 fps drop",

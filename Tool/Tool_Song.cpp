@@ -1,10 +1,14 @@
 #include "Tool/Tool_Song.h"
 
+#include "Kora/FF/FF_TimeMaps.h"
 #include "Kora/Time/Time_ConstantTempoSeg.h"
 #include "Kora/Time/Time_TempoMap_StEditOptimizer.h"
+#include "Tool/Tool_Document.h"
 #include "Tool/Tool_File.h"
 #include "Tool/Tool_InputError.h"
 
+#include <algorithm>
+#include <iterator>
 #include <limits>
 #include <map>
 #include <memory>
@@ -28,6 +32,25 @@ std::map<Cmn_Int64, Event> ByTick(const std::vector<Event>& iEvents, Cmn_Int32 i
     for (const Event& event : iEvents)
         events.insert_or_assign(Tool_Song::FromMidiTick(event.mPlace.mTick, iDivision), event);
     return events;
+}
+
+std::optional<Tool_SongInfo> InfoOf(FF_Document& ioDocument)
+{
+    Tool_SongInfo info;
+    return info.Read(ioDocument) ? std::optional(info) : std::nullopt;
+}
+
+// The last entry of any map, iStart without one.
+Time_Tick LastChange(Time_Tick iStart, const Time_TempoMap& iTempos, const Time_MeterMap& iMeters,
+                     const Time_KeySignatureMap& iKeys)
+{
+    Time_Tick last = std::max(iStart, iMeters.GetTickOfLastChange());
+    if (iTempos.GetNumberOfSegments() > 0)
+        last = std::max(last, (*std::prev(iTempos.SegmentEnd()))->GetStartTick());
+    Time_Tick tick;
+    Time_KeySignature key;
+    if (iKeys.size() > 0 && iKeys.GetKeysSignature(iKeys.size() - 1, tick, key)) last = std::max(last, tick);
+    return last;
 }
 } // namespace
 
@@ -58,9 +81,65 @@ Tool_Song::Tool_Song(const Tool_MidiFile& iFile, const Tool_Settings& iSettings)
     CheckEnd(iFile);
 }
 
+Tool_Song::Tool_Song(FF_Document& ioDocument, const Tool_AskedSettings& iAsked)
+    : Tool_Song(ioDocument, InfoOf(ioDocument), iAsked)
+{
+}
+
+Tool_Song::Tool_Song(FF_Document& ioDocument, const std::optional<Tool_SongInfo>& iInfo,
+                     const Tool_AskedSettings& iAsked)
+    : Tool_Song(iAsked.Over(iInfo ? iInfo->mSettings : Tool_Settings()))
+{
+    const std::string& name = ioDocument.GetFileLoc().GetPath();
+    const Cmn_Int32 maps = FF_TimeMaps::Read(ioDocument, mMeterMap, mTempoMap, mKeyMap);
+    if (maps == 0 && !iInfo)
+        throw Tool_InputError::InFile(name, "no song in this document, expected a meter, tempo or key map");
+    mMeterMap.MakeRealIfDefault();
+    if (mTempoMap.GetNumberOfSegments() == 0) AddTempo(Time_Tick(cStartTick), cDefaultBeatsPerMinute);
+    mEndTick = LastChange(GetStartTick(), mTempoMap, mMeterMap, mKeyMap);
+    if (iInfo) mEndTick = std::max(mEndTick, iInfo->mEndTick);
+    CheckPlaces(name);
+}
+
+// A document may come from anywhere: every place that is shown must be one.
+void Tool_Song::CheckPlaces(const std::string& iName) const
+{
+    const Cmn_Int64 maxTick = Time_Typed::MaxTime(Time_eType_Ticks).AsInt64();
+    const Cmn_Int64 maxSample = Time_Typed::MaxTime(Time_eType_Samples).AsInt64();
+    const auto check = [&](const char* iWhat, Time_Tick iTick) {
+        const auto refuse = [&](const std::string& iText) {
+            throw Tool_InputError::InFile(iName, std::string(iWhat) + " at tick " +
+                                                     std::to_string(iTick.AsInt64()) + iText);
+        };
+        if (iTick < GetStartTick() || iTick.AsInt64() > maxTick)
+            refuse(", expected tick " + std::to_string(GetStartTick().AsInt64()) + " to " +
+                   std::to_string(maxTick));
+        const Cmn_Int64 sample = mTempoMap.TickToSample(iTick, false).AsInt64();
+        if (sample < 0 || sample > maxSample)
+            refuse(" and sample " + std::to_string(sample) + ", expected sample 0 to " +
+                   std::to_string(maxSample));
+        if (mMeterMap.BarBeatToTick(mMeterMap.TickToBarBeat(iTick)) != iTick)
+            refuse(", expected no bar number of more than 32 bits");
+    };
+    for (auto change = mMeterMap.IterBegin(); change != mMeterMap.IterEnd(); ++change)
+        check("a meter", change->GetTick());
+    for (auto segment = mTempoMap.SegmentBegin(); segment != mTempoMap.SegmentEnd(); ++segment)
+        check("a tempo", (*segment)->GetStartTick());
+    for (long i = 0; i < mKeyMap.size(); ++i) {
+        Time_Tick tick;
+        Time_KeySignature key;
+        if (mKeyMap.GetKeysSignature(i, tick, key)) check("a key", tick);
+    }
+    check("the end", mEndTick);
+}
+
 std::unique_ptr<Tool_Song> Tool_Song::Load(const std::string& iName, const Tool_AskedSettings& iAsked)
 {
-    return std::make_unique<Tool_Song>(Tool_MidiFile::Parse(Tool_ReadFile(iName), iName), iAsked.Over({}));
+    if (!Tool_IsDocument(iName))
+        return std::make_unique<Tool_Song>(Tool_MidiFile::Parse(Tool_ReadFile(iName), iName),
+                                           iAsked.Over({}));
+    const std::unique_ptr<FF_Document> document = Tool_OpenDocument(iName);
+    return Tool_NamingFile(iName, [&] { return std::make_unique<Tool_Song>(*document, iAsked); });
 }
 
 // The whole quarters first, so that no product leaves 64 bits: the rest is below a quarter, and a division has 15 bits.

@@ -1,8 +1,8 @@
 // Tool_Song: a song's meter, tempo and key maps with the converter over them.
 //
-// Units:      ticks of the time line, 960000 to a quarter note. The song starts at cStartTick: bar 1, sample 0.
-// Invariants: (1) the meter map and the tempo map have an entry at the start  (2) no entry and no event of the song
-//             lies past the limits of Time_Typed.
+// Units:      ticks of the time line, 960000 to a quarter note. A MIDI file's song starts at cStartTick: bar 1, sample 0.
+// Invariants: (1) the meter map and the tempo map have an entry  (2) no entry and no event of the song lies before its
+//             start, before sample 0 or past the limits of Time_Typed.
 // Globals:    the settings become the process's and must stay so while the song is used: a tempo map takes its sample
 //             rate from them, and the converter its frame rate.
 // Ownership:  owns its maps; the converter borrows them.
@@ -13,9 +13,11 @@
 #include "Kora/Time/Time_MeterMap.h"
 #include "Kora/Time/Time_TempoMap.h"
 #include "Tool/Tool_MidiFile.h"
-#include "Tool/Tool_Settings.h"
+#include "Tool/Tool_SongInfo.h"
 
 #include <memory>
+
+class FF_Document;
 
 class Tool_Song
 {
@@ -28,7 +30,13 @@ public:
     // Of several events of a kind at one tick the last in the file holds. Throws Tool_InputError when an event lies
     // past the time limits.
     Tool_Song(const Tool_MidiFile& iFile, const Tool_Settings& iSettings);
-    // The song in a file. Throws Tool_InputError for one that cannot be read or understood.
+    // The song of an open document, in the settings it was saved in where no others are asked for. A map that the
+    // document does not have is the default one; without song info the last change is the end. Throws
+    // Tool_InputError for a document without any of them and for places that the invariants rule out, and what reading
+    // a document throws.
+    Tool_Song(FF_Document& ioDocument, const Tool_AskedSettings& iAsked);
+    // The song in a file, MIDI or document: what the bytes say, whatever the name is. Throws Tool_InputError for one
+    // that cannot be read or understood, and what reading a document throws.
     static std::unique_ptr<Tool_Song> Load(const std::string& iName, const Tool_AskedSettings& iAsked);
     Tool_Song(const Tool_Song&) = delete;
     Tool_Song& operator=(const Tool_Song&) = delete;
@@ -38,6 +46,7 @@ public:
     const Time_TempoMap& GetTempoMap() const { return mTempoMap; }
     const Time_KeySignatureMap& GetKeyMap() const { return mKeyMap; }
     const Time_Converter& GetConverter() const { return mConverter; }
+    Time_Tick GetStartTick() const { return mTempoMap.GetSongStartTick(); }
     // The last event of any track.
     Time_Tick GetEndTick() const { return mEndTick; }
 
@@ -45,10 +54,14 @@ public:
     static Cmn_Int64 FromMidiTick(Cmn_Int64 iMidiTick, Cmn_Int32 iDivision);
 
 private:
+    Tool_Song(FF_Document& ioDocument, const std::optional<Tool_SongInfo>& iInfo,
+              const Tool_AskedSettings& iAsked);
+
     void BuildMeters(const Tool_MidiFile& iFile);
     void BuildTempos(const Tool_MidiFile& iFile);
     void BuildKeys(const Tool_MidiFile& iFile);
     void AddTempo(Time_Tick iTick, double iBeatsPerMinute);
+    void CheckPlaces(const std::string& iName) const;
     void CheckEnd(const Tool_MidiFile& iFile) const;
 
     Tool_Settings mSettings;

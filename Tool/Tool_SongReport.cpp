@@ -71,7 +71,8 @@ std::vector<Tool_SongReport::TableRow> Tool_SongReport::TableRows() const
     for (const Tool_SongRows::Tempo& row : mRows.mTempos)
         rows.push_back({&row.mPlace, "tempo  " + RightAligned(Thousandths(row.mBeatsPerMinute), 7) + " bpm"});
     for (const Tool_SongRows::Meter& row : mRows.mMeters) {
-        const std::string cut = row.mIsOffBarline ? ", cutting bar " + Number(row.mBar - 1) + " short" : "";
+        const std::string cut =
+            row.mIsOffBarline ? ", cutting bar " + Number(Cmn_Int64{row.mBar} - 1) + " short" : "";
         rows.push_back(
             {&row.mPlace, "meter  " + Number(row.mNumerator) + '/' + Number(row.mDenominator) + cut});
     }
@@ -143,7 +144,7 @@ std::string Tool_SongReport::Json() const
         {"file",            mFile                                               },
         {"sampleRate",      rate                                                },
         {"ticksPerQuarter", Tool_Song::cTicksPerQuarter                         },
-        {"songStartTick",   Tool_Song::cStartTick                               },
+        {"songStartTick",   mSong.GetStartTick().AsInt64()                      },
         {"tempo",           std::move(tempos)                                   },
         {"meter",           std::move(meters)                                   },
         {"keys",            std::move(keys)                                     },

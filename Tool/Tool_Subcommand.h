@@ -73,3 +73,4 @@ private:
 
 // The groups, each in a file of its own.
 void Tool_AddSongCommands(CLI::App& ioApp, Tool_Subcommands& ioCommands);
+void Tool_AddDocumentCommands(CLI::App& ioApp, Tool_Subcommands& ioCommands);

@@ -1,35 +1,9 @@
 #include "Tool/Tool_Help.h"
 #include "tests/Tool/ToolFixture.h"
 
-#include <cstdio>
-#include <fstream>
-
 using namespace MidiBytes;
 
 namespace {
-// A file in the tests' working folder for the length of a scope.
-class StFile
-{
-public:
-    StFile(std::string iName, const std::string& iBytes)
-        : mName(std::move(iName))
-    {
-        std::ofstream(mName, std::ios::binary) << iBytes;
-    }
-    ~StFile() { std::remove(mName.c_str()); }
-    StFile(const StFile&) = delete;
-    StFile& operator=(const StFile&) = delete;
-
-private:
-    std::string mName;
-};
-
-std::string ReadFile(const std::string& iName)
-{
-    std::ifstream stream(iName, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), {}};
-}
-
 const std::string cSongs = std::string(KORA_SOURCE_DIR) + "/examples/songs/";
 const std::string cData = std::string(KORA_SOURCE_DIR) + "/tests/Tool/data/";
 
@@ -58,7 +32,7 @@ TEST_F(CommandTest, BadInputGivesOneLineAndNothingElse)
     const std::pair<std::vector<std::string>, std::string> rows[] = {
         {{"song", "CommandTest_cut.mid"}, "kora: CommandTest_cut.mid: " + cut8},
         {{"song", "CommandTest_none.mid"}, "kora: CommandTest_none.mid: no such file\n"},
-        {{"song", "."}, "kora: .: a folder, expected a MIDI file\n"},
+        {{"song", "."}, "kora: .: a folder, expected a MIDI file or a document\n"},
         {{"convert", "CommandTest_cut.mid", "--from", "ticks", "--to", "bars"}, "kora: CommandTest_cut.mid: " + cut8},
         {{"convert", "CommandTest_good.mid", "--from", "samples", "--to", "bars"}, notANumber},
         {{"convert", "-", "--from", "samples", "--to", "samples"}, notANumber},
@@ -90,7 +64,10 @@ TEST_F(CommandTest, WrongUsageIsExitTwoOnOneLine)
         " convert - --from sample --to bars; convert - --from samples --to bars,; convert - --from samples "
         "--to=;"
         " convert - --from samples --to bars --json; convert - --from samples --to bars --rate 999;"
-        " convert - --from samples --to bars extra");
+        " convert - --from samples --to bars extra; plot; plot a.mid -o; save; save a.mid; save a.mid b c;"
+        " save a.mid b --scramble 6; save a.mid b --scramble -1; save a.mid b --scramble 1x; info; info a "
+        "--all;"
+        " check; check a b; check a --json; repair; repair a; repair a b c; xml; xml a b; xml a --rate 0");
     for (std::string line; std::getline(lines, line, ';');) {
         std::istringstream words(line);
         std::vector<std::string> arguments;
@@ -111,7 +88,15 @@ TEST_F(CommandTest, HelpIsThereForEachAndFitsATerminal)
     EXPECT_EQ(Run({"convert", "x", "--help"}).mOut, Tool_cConvertHelp);
     EXPECT_EQ(Run({"--version"}).mOut.substr(0, 5), "kora ");
     EXPECT_EQ(Run({"plot", "--help"}).mOut, Tool_cPlotHelp);
-    for (const std::string help : {Tool_cHelp, Tool_cSongHelp, Tool_cConvertHelp, Tool_cPlotHelp}) {
+    EXPECT_EQ(Run({"xml", "--help"}).mOut, Tool_cXmlHelp);
+    EXPECT_EQ(Run({"save", "--help"}).mOut, Tool_cSaveHelp);
+    EXPECT_EQ(Run({"info", "--help"}).mOut, Tool_cInfoHelp);
+    EXPECT_EQ(Run({"check", "--help"}).mOut, Tool_cCheckHelp);
+    EXPECT_EQ(Run({"repair", "--help"}).mOut, Tool_cRepairHelp);
+    for (const std::string help :
+         {Tool_cHelp, Tool_cSongHelp, Tool_cConvertHelp, Tool_cPlotHelp, Tool_cXmlHelp, Tool_cSaveHelp,
+          Tool_cInfoHelp, Tool_cCheckHelp, Tool_cRepairHelp})
+    {
         std::istringstream lines(help);
         for (std::string line; std::getline(lines, line);)
             EXPECT_LE(line.size(), 100u) << line;

@@ -9,8 +9,34 @@
 #include "tests/Support/AssertRecorder.h"
 #include "tests/Tool/MidiBytes.h"
 
+#include <cstdio>
+#include <fstream>
 #include <gtest/gtest.h>
 #include <sstream>
+
+// A file in the tests' working folder for the length of a scope.
+class StFile
+{
+public:
+    explicit StFile(std::string iName, const std::string& iBytes = {})
+        : mName(std::move(iName))
+    {
+        std::ofstream(mName, std::ios::binary) << iBytes;
+    }
+    ~StFile() { std::remove(mName.c_str()); }
+    const std::string& GetName() const { return mName; }
+    StFile(const StFile&) = delete;
+    StFile& operator=(const StFile&) = delete;
+
+private:
+    std::string mName;
+};
+
+inline std::string ReadFile(const std::string& iName)
+{
+    std::ifstream stream(iName, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
 
 class ToolFixture : public testing::Test
 {

@@ -1,0 +1,303 @@
+// The commands for documents, over documents that they made and over such as only others make.
+#include "Kora/FF/FF_Document_TOC.h"
+#include "Kora/FF/FF_StreamHeader.h"
+#include "Kora/FF/FF_StreamList.h"
+#include "Kora/FF/FF_TimeMaps.h"
+#include "Kora/Time/Time_ConstantTempoSeg.h"
+#include "tests/Tool/ToolFixture.h"
+
+#include <functional>
+#include <nlohmann/json.hpp>
+
+using namespace MidiBytes;
+
+namespace {
+const std::string cFirstLight = std::string(KORA_SOURCE_DIR) + "/examples/songs/first-light.mid";
+
+class DocumentTest : public ToolFixture
+{
+protected:
+    // The output of a command that must be good.
+    static std::string Good(const std::vector<std::string>& iArguments)
+    {
+        const Outcome outcome = Run(iArguments);
+        EXPECT_EQ(outcome.mExit, 0) << iArguments[0];
+        EXPECT_EQ(outcome.mErr, "") << iArguments[0];
+        return outcome.mOut;
+    }
+    static std::string SongOf(const std::string& iFile, const std::vector<std::string>& iOptions = {})
+    {
+        std::vector<std::string> arguments = {"song", iFile, "--json"};
+        arguments.insert(arguments.end(), iOptions.begin(), iOptions.end());
+        nlohmann::ordered_json json = nlohmann::ordered_json::parse(Good(arguments));
+        json.erase("file");
+        return json.dump(1);
+    }
+    static std::string Saved(const std::string& iMidiBytes, const std::string& iType = "0")
+    {
+        const StFile midi("DocumentTest_in.mid", iMidiBytes);
+        const StFile document("DocumentTest_saved.kora");
+        Good({"save", midi.GetName(), document.GetName(), "--scramble", iType});
+        return ReadFile(document.GetName());
+    }
+    static std::string SmallDocument(const std::string& iType = "0")
+    {
+        return Saved(File(480, {Tempo(0, 600000) + Meter(0, 3, 2) + Key(0, 1, 0) + Text(4800, "")}), iType);
+    }
+    static std::string Made(const std::function<void(FF_Document&)>& iWrite)
+    {
+        const StFile file("DocumentTest_made.kora");
+        Make(file.GetName(), iWrite);
+        return ReadFile(file.GetName());
+    }
+    static void Make(const std::string& iName, const std::function<void(FF_Document&)>& iWrite)
+    {
+        FF_Document document(Sys_FileLoc(iName), eFF_EncryptionType_None, eTextEncoding_Utf8, false);
+        document.Open(Sys_Store::eOpenFlag_New);
+        iWrite(document);
+        document.Flush();
+    }
+};
+
+void WriteStream(FF_Document& ioDocument, Sys_TypedOutStream& ioOut, Cmn_Int16 iType,
+                 const char* iDescription)
+{
+    FF_Document::AddTOCEntry(&ioDocument, static_cast<Cmn_UInt64>(ioOut.GetPosition()), iType, iDescription);
+    const FF_StreamHeaderWriter header(&ioDocument, ioOut, iType, 7);
+    ioOut.WriteInt32(4711);
+}
+
+// A tempo map with one tempo, locked to a sample, and a meter map with one meter.
+void WriteMaps(FF_Document& ioDocument, Cmn_Int64 iTempoTick, Cmn_Int64 iSample, Cmn_Int64 iMeterTick)
+{
+    Time_MeterMap meters;
+    meters.AddMeterChange(Time_Tick(iMeterTick), Time_Meter(4, 4), 1);
+    Time_TempoMap tempos;
+    auto segment = std::make_unique<Time_ConstantTempoSeg>(Time_Tick(iTempoTick));
+    segment->SetTempo(100.0, Time_TickLength::cQuarter);
+    segment->SetIsSongStart(true);
+    segment->LockToSample(Time_Sample(iSample));
+    tempos.AddSegment(std::move(segment));
+    FF_TimeMaps::Write(ioDocument, meters, tempos, Time_KeySignatureMap());
+}
+} // namespace
+
+TEST_F(DocumentTest, ASongIsTheSameFromDocumentsOfEveryScrambling)
+{
+    // clang-format off
+    const std::pair<std::string, std::vector<std::string>> cRows[] = {
+        {ReadFile(cFirstLight), {"--rate", "47952.5", "--timecode", "29.97drop"}},
+        {File(480, {""}), {}},
+        {File(7, {Tempo(0, 16777215) + Meter(3, 1, 11) + Key(9, -7, 1) + Tempo(200, 1) + Text(30, "")}), {"--timecode", "24"}},
+    };
+    // clang-format on
+    for (const auto& [bytes, options] : cRows) {
+        const StFile midi("DocumentTest.mid", bytes);
+        const StFile document("DocumentTest.kora");
+        const StFile copy("DocumentTest_copy.kora");
+        const std::string song = SongOf(midi.GetName(), options);
+        std::vector<std::string> save = {"save", midi.GetName(), document.GetName(), "--scramble", ""};
+        save.insert(save.end(), options.begin(), options.end());
+        for (const std::string type : {"0", "1", "2", "3", "4", "5"}) {
+            save[4] = type;
+            const std::string line = Good(save);
+            const std::string saved = ReadFile(document.GetName());
+            EXPECT_EQ(line, document.GetName() + ": 4 streams, " + std::to_string(saved.size()) + " bytes, " +
+                                (type == "0" ? "not scrambled\n" : "scrambled (type " + type + ")\n"));
+            EXPECT_EQ(saved[18], type[0] - '0');
+            EXPECT_EQ(SongOf(document.GetName()), song);
+            EXPECT_EQ(SongOf(document.GetName(), {"--rate", "96000"}),
+                      SongOf(midi.GetName(),
+                             {"--rate", "96000", "--timecode", options.empty() ? "30" : options.back()}));
+            EXPECT_EQ(Good({"check", document.GetName()}), document.GetName() + ": good, 4 streams\n");
+            // From one document to another, then over itself.
+            Good({"save", document.GetName(), copy.GetName(), "--scramble",
+                  std::to_string(5 - std::stoi(type))});
+            Good({"save", copy.GetName(), copy.GetName()});
+            EXPECT_EQ(SongOf(copy.GetName()), song);
+            EXPECT_EQ(Good({"xml", copy.GetName()}), Good({"xml", document.GetName()}));
+        }
+    }
+}
+
+TEST_F(DocumentTest, InfoShowsEveryStreamAndEveryEntry)
+{
+    const StFile file("DocumentTest_info.kora");
+    Make(file.GetName(), [](FF_Document& ioDocument) {
+        Sys_TypedOutStream out = ioDocument.MakeTypedOutStream();
+        const auto start = static_cast<Cmn_UInt64>(out.GetPosition());
+        FF_Document::AddTOCEntry(&ioDocument, start, 4, "a\nlist");
+        {
+            const FF_StreamHeaderWriter header(&ioDocument, out, 4, 1);
+            FF_StreamListWriter list(&ioDocument, out, 2);
+            list.AddListEntry(0, "first");
+            WriteStream(ioDocument, out, 5, "Früh");
+            list.AddListEntry(1, "second, without a header");
+            out.WriteInt16(1);
+        }
+        {
+            const FF_StreamHeaderWriter unregistered(&ioDocument, out, 99, -1);
+        }
+        const auto piece = static_cast<Cmn_UInt64>(out.GetPosition());
+        WriteStream(ioDocument, out, 6, "in two pieces");
+        ioDocument.AddTOCEntry(FF_Document::TOCKey(Cmn_Int16{6}), 0, piece, "");
+        ioDocument.AddTOCEntry(FF_Document::TOCKey(Cmn_Int16{7}), 0, piece, "gone");
+        ioDocument.InvalidateKey(FF_Document::TOCKey(Cmn_Int16{7}), 0);
+    });
+    EXPECT_EQ(Good({"info", file.GetName()}),
+              "DocumentTest_info.kora\n"
+              "format version 3, little-endian, not scrambled, 463 bytes, table of contents at byte 175\n"
+              "\n"
+              "position  size  version  stream            key                description\n"
+              "      49    66        1  type 4, a list    4                  a\\x0alist\n"
+              "      81    32        7    item 0: type 5  4, item 0; 4[1]/5  first; Früh\n"
+              "     115    28       -1  type 99           -\n"
+              "     143    32        7  type 6            6; 6, piece 1      in two pieces\n"
+              "\n"
+              "position  entry without a stream  location  description\n"
+              "     113  4, item 1               [113]     second, without a header\n"
+              "       -  7                       Invalid   gone\n");
+    const auto json = nlohmann::json::parse(Good({"info", file.GetName(), "--json"}));
+    EXPECT_EQ(json["size"], ReadFile(file.GetName()).size());
+    EXPECT_EQ(json["streams"].size(), 4u);
+    EXPECT_EQ(json["streams"][3]["entries"][1]["piece"], 1);
+    EXPECT_EQ(json["entriesWithoutStream"][1]["position"], nullptr);
+}
+
+TEST_F(DocumentTest, BadInputGivesOneLineThatSaysWhereAndWhat)
+{
+    const std::string good = SmallDocument();
+    const auto with = [&](std::size_t iByte, int iValue) {
+        std::string bytes = good;
+        bytes[iByte] = static_cast<char>(iValue);
+        return bytes;
+    };
+    const auto maps = [](Cmn_Int64 iTempoTick, Cmn_Int64 iSample, Cmn_Int64 iMeterTick) {
+        return Made([=](FF_Document& ioDocument) { WriteMaps(ioDocument, iTempoTick, iSample, iMeterTick); });
+    };
+    const auto info = [](Cmn_Int16 iVersion, Cmn_Int64 iEnd, double iRate, Cmn_Int32 iFormat) {
+        return Made([=](FF_Document& ioDocument) {
+            Sys_TypedOutStream out = ioDocument.MakeTypedOutStream();
+            FF_Document::AddTOCEntry(&ioDocument, static_cast<Cmn_UInt64>(out.GetPosition()), 32, "");
+            const FF_StreamHeaderWriter header(&ioDocument, out, 32, iVersion);
+            out.WriteInt64(iEnd);
+            out.WriteFloat64(iRate);
+            out.WriteInt32(iFormat);
+        });
+    };
+    const std::string midi = File(480, {""});
+    const std::string signature = "byte 1: no document, expected the signature 0010111100101011";
+    const Cmn_Int64 start = 1000000000000;
+    // clang-format off
+    const struct
+    {
+        std::string mCommand, mBytes, mError;
+    } cRows[] = {
+        {"info",   "", signature},
+        {"info",   midi, signature},
+        {"song",   good.substr(0, 16), "byte 0: not a MIDI file: it begins with \"\\x03001\", expected \"MThd\""},
+        {"song",   good.substr(0, 17), "an error occurred while reading the document (byte 17)"},
+        {"info",   SmallDocument("2").substr(0, 19), "an error occurred while reading the document (byte 19)"},
+        {"song",   good.substr(0, 60), "unable to find document TOC (byte 45)"},
+        {"song",   good.substr(0, good.size() - 1), "an error occurred while reading the document (byte 460)"},
+        {"xml",    with(0, 2), "the document was written by a version of the library that is too old (byte 0)"},
+        {"info",   with(0, 4), "the document was written by a version of the library that is too new (byte 0)"},
+        {"plot",   with(0, 200), "the document was written by a version of the library that is too old (byte 0)"},
+        {"info",   with(17, 1), "an error occurred while reading the document (byte 19)"},
+        {"save",   with(18, 6), "an unknown stream type was encountered (byte 18)"},
+        {"save",   with(200, 0x55), "an error occurred while reading the document (byte 197)"},
+        {"song",   Made([](FF_Document& d) { auto out = d.MakeTypedOutStream(); WriteStream(d, out, 5, ""); }), "no song in this document, expected a meter, tempo or key map"},
+        {"save",   maps(start, 0, start - 1), "a meter at tick 999999999999, expected tick 1000000000000 to 576460752303423487"},
+        {"save",   maps(start, -1, start), "a meter at tick 1000000000000 and sample -1, expected sample 0 to 34359738367"},
+        {"plot",   maps(start, Cmn_Int64{1} << 35, start), "a meter at tick 1000000000000 and sample 34359738368, expected sample 0 to 34359738367"},
+        {"song",   maps(Cmn_Int64{1} << 60, 0, start), "a meter at tick 1000000000000, expected tick 1152921504606846976 to 576460752303423487"},
+        {"song",   info(1, Cmn_Int64{1} << 60, 44100, 5), "an error occurred while reading the document (byte 77)"},
+        {"song",   info(1, start, 999, 5), "an error occurred while reading the document (byte 77)"},
+        {"song",   info(1, start, 44100, 6), "an error occurred while reading the document (byte 77)"},
+        {"song",   info(2, start, 44100, 5), "the document was written by a version of the library that is too new (byte 49)"},
+        {"check",  midi, "byte 0: expected format version 3, found 77; and 2 more faults (--all)"},
+        {"check",  with(200, 0x55), "byte 197: expected body sum of stream 17 BB86B71C, found 62D027D7"},
+        {"check",  good.substr(0, 300), "byte 45: expected a TOC offset from 49 to 299, found 460; and 1 more fault (--all)"},
+        {"repair", midi, "no stream was found, nothing was written"},
+    };
+    // clang-format on
+    const StFile file("x.kora");
+    const StFile out("DocumentTest_out.kora", "old");
+    for (const auto& row : cRows) {
+        std::ofstream(file.GetName(), std::ios::binary) << row.mBytes;
+        std::vector<std::string> arguments = {row.mCommand, file.GetName()};
+        if (row.mCommand == "save" || row.mCommand == "repair") arguments.push_back(out.GetName());
+        const Outcome outcome = Run(arguments);
+        EXPECT_EQ(outcome.mErr, "kora: x.kora: " + row.mError + '\n');
+        EXPECT_EQ(outcome.mExit, 1);
+        EXPECT_TRUE(row.mCommand == "repair" || outcome.mOut.empty()) << outcome.mOut;
+        EXPECT_EQ(ReadFile(out.GetName()), "old");
+    }
+    for (const std::string command : {"song", "plot", "xml", "info", "check"})
+        EXPECT_EQ(Run({command, "none.kora"}).mErr, "kora: none.kora: no such file\n") << command;
+    EXPECT_EQ(Run({"save", cFirstLight, "."}).mErr, "kora: .: no plain file, expected a name for one\n");
+    EXPECT_EQ(Run({"plot", cFirstLight, "-o", "none/x.svg"}).mErr,
+              "kora: none/x.svg: the file cannot be written\n");
+}
+
+TEST_F(DocumentTest, NoFileIsLostToACommandThatWrites)
+{
+    const StFile midi("DocumentTest.mid", File(480, {""}));
+    const StFile other("DocumentTest.kora");
+    Make(other.GetName(), [](FF_Document& ioDocument) {
+        WriteMaps(ioDocument, 1000000000000, 0, 1000000000000);
+        Sys_TypedOutStream out = ioDocument.MakeTypedOutStream();
+        WriteStream(ioDocument, out, 5, "not a song's");
+    });
+    // clang-format off
+    const std::vector<std::string> cRows[] = {
+        {"save", midi.GetName(), "./" + midi.GetName()}, {"save", other.GetName(), other.GetName()},
+        {"repair", other.GetName(), other.GetName()},    {"plot", midi.GetName(), "-o", midi.GetName()},
+    };
+    // clang-format on
+    const std::string before = ReadFile(midi.GetName()) + ReadFile(other.GetName());
+    for (const auto& arguments : cRows) {
+        const Outcome outcome = Run(arguments);
+        EXPECT_EQ(outcome.mExit, 2) << arguments[0] << outcome.mErr;
+        EXPECT_EQ(ReadFile(midi.GetName()) + ReadFile(other.GetName()), before) << arguments[0];
+    }
+    const StFile copy("DocumentTest_copy.kora");
+    EXPECT_NE(Good({"save", other.GetName(), copy.GetName()}).find("; left out of it: 1 entry that is"),
+              std::string::npos);
+    EXPECT_EQ(SongOf(copy.GetName()), SongOf(other.GetName()));
+}
+
+TEST_F(DocumentTest, ACutOrFlippedDocumentIsToldInOneLineAndRepairedAsFarAsItGoes)
+{
+    const StFile file("DocumentTest.kora");
+    const StFile fixed("DocumentTest_fixed.kora");
+    const auto expectOneLine = [&](const std::vector<std::string>& iArguments, std::size_t iAt) {
+        const Outcome outcome = Run(iArguments);
+        const std::string shown = iArguments[0] + " at " + std::to_string(iAt) + ": " + outcome.mErr;
+        EXPECT_EQ(outcome.mExit, 1) << shown;
+        EXPECT_EQ(outcome.mOut, "") << shown;
+        EXPECT_EQ(std::count(outcome.mErr.begin(), outcome.mErr.end(), '\n'), 1) << shown;
+    };
+    // Every byte of the header; the library's own tests try every byte of the rest.
+    for (const std::size_t step : {3, 11}) {
+        const std::string good = SmallDocument(step == 3 ? "0" : "3");
+        const std::string commands[] = {"song", "info", "xml"};
+        for (std::size_t at = 0; at < good.size(); at += at < 50 ? 1 : step) {
+            std::string flipped = good;
+            flipped[at] = static_cast<char>(flipped[at] ^ (1 << at % 8));
+            for (const std::string& bytes : {good.substr(0, at), flipped}) {
+                std::ofstream(file.GetName(), std::ios::binary) << bytes;
+                expectOneLine({"check", file.GetName()}, at);
+                expectOneLine({commands[at % 3], file.GetName()}, at);
+            }
+            if (at % 20 != 2) continue;
+            // What comes out is a whole document, and nothing is lost without a word.
+            const Outcome repaired = Run({"repair", file.GetName(), fixed.GetName()});
+            if (repaired.mExit == 0) Good({"check", fixed.GetName()});
+            EXPECT_EQ(repaired.mExit == 1, repaired.mErr != "") << at;
+            const bool isAllThere = repaired.mOut.find(": 4 streams recovered") != std::string::npos;
+            EXPECT_TRUE(isAllThere || repaired.mOut.find("\nlost, byte ") != std::string::npos)
+                << repaired.mOut;
+        }
+    }
+}
