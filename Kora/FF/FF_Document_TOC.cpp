@@ -22,7 +22,7 @@ constexpr Cmn_Int64 cNoEnd = std::numeric_limits<Cmn_Int64>::max();
 // Whether bytes are one value, and nothing behind it.
 bool IsValue(const std::vector<Cmn_UInt8>& iBytes)
 {
-    FF_TOCCursor cursor(iBytes, 0, false);
+    FF_TOCCursor cursor(iBytes);
     try {
         cursor.SkipValue(cNoEnd);
     } catch (const Sys_StreamReadException&) {
@@ -66,7 +66,7 @@ FF_Document::TOCKey FF_Document::TOC::GetKey(Entry iEntry) const
     TOCKey key;
     if (!Cmn_ASSERT(iEntry >= 0 && iEntry < GetNumKeys())) return key;
     for (const FF_TOCTable::Context& context : mTable->GetContexts(mTable->GetKey(iEntry)))
-        key.GetContexts().emplace_back(context.GetStreamType(), context.parent, context.isList != 0,
+        key.GetContexts().emplace_back(context.GetStreamType(), context.parent, context.isList,
                                        context.GetListIndex());
     return key;
 }
@@ -113,7 +113,7 @@ bool FF_Document::TOC::IsList(Entry iEntry) const
 {
     if (!Cmn_ASSERT(iEntry >= 0 && iEntry < GetNumKeys())) return false;
     const std::span<const FF_TOCTable::Context> contexts = mTable->GetContexts(mTable->GetKey(iEntry));
-    return !contexts.empty() && contexts.back().isList != 0;
+    return !contexts.empty() && contexts.back().isList;
 }
 
 // --- changing
@@ -183,11 +183,7 @@ void FF_Document::TOC::StreamIn(Sys_TypedInStream& ioStream, Cmn_Int64 iEnd)
     header.CheckVersion(cStreamVersion, cStreamVersion);
 
     // The header was held against the stream's length, so that its size can be believed.
-    const auto size = static_cast<std::size_t>(header.GetBytesLeft());
-    const Cmn_Int64 body = ioStream.GetPosition();
-    const auto bytes = std::make_unique_for_overwrite<Cmn_UInt8[]>(size);
-    ioStream.ReadBytes(bytes.get(), size);
-    FF_TOCCursor cursor({bytes.get(), size}, body, ioStream.IsSwapped());
+    FF_TOCCursor cursor(ioStream, header.GetBytesLeft());
     auto table = std::make_unique<FF_TOCTable>();
     table->ReadBody(cursor, iEnd);
     header.SkipTheRest();

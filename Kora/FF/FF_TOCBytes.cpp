@@ -1,8 +1,12 @@
 #include "Kora/FF/FF_TOCBytes_p.h"
 
-#include "Kora/FF/FF_Document_TOCValue.h"
+#include <algorithm>
 
 namespace {
+
+// Large against the cost of a call, small against the cache.
+constexpr Cmn_Int64 cPiece = 256 * 1024;
+static_assert(cPiece >= Cmn_Int64{FF_TOCBytes::cLargestValue});
 
 constexpr Cmn_UInt8 cPlain = FF_Document::Location::cPlain;
 constexpr Cmn_UInt8 cLocal = FF_Document::Location::cLocal;
@@ -36,6 +40,38 @@ private:
 };
 
 } // namespace
+
+FF_TOCCursor::FF_TOCCursor(std::span<const Cmn_UInt8> iBytes)
+    : mBegin(iBytes.data())
+    , mAt(mBegin)
+    , mEnd(mBegin + iBytes.size())
+{
+}
+
+FF_TOCCursor::FF_TOCCursor(Sys_TypedInStream& ioStream, Cmn_Int64 iCount)
+    : mStream(&ioStream)
+    , mNotRead(iCount)
+    , mOffset(ioStream.GetPosition())
+    , mPiece(static_cast<std::size_t>(std::min(iCount, cPiece)))
+    , mBytes(std::make_unique_for_overwrite<Cmn_UInt8[]>(mPiece))
+    , mBegin(mBytes.get())
+    , mAt(mBegin)
+    , mEnd(mBegin)
+    , mSwap(ioStream.IsSwapped())
+{
+}
+
+void FF_TOCCursor::Refill()
+{
+    const auto kept = static_cast<std::size_t>(mEnd - mAt);
+    std::memmove(mBytes.get(), mAt, kept);
+    mOffset += mAt - mBegin;
+    mAt = mBegin;
+    const auto more = static_cast<std::size_t>(std::min(mNotRead, static_cast<Cmn_Int64>(mPiece - kept)));
+    mStream->ReadBytes(mBytes.get() + kept, more);
+    mEnd = mBegin + kept + more;
+    mNotRead -= static_cast<Cmn_Int64>(more);
+}
 
 std::size_t FF_TOCCursor::TakeSize()
 {

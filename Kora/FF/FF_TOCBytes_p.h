@@ -11,10 +11,11 @@
 // FF_TOCCursor::SkipValue has passed over, little-endian.
 #pragma once
 
-#include "Bastel/Cmn/Cmn_Exception.h"
+#include "Kora/FF/FF_Document_TOCValue.h"
 
 #include <bit>
 #include <cstring>
+#include <memory>
 #include <span>
 #include <type_traits>
 
@@ -24,6 +25,9 @@ constexpr std::size_t cPartHeader = 3;                // type and size
 constexpr std::size_t cLocalHeader = cPartHeader + 2; // and count
 constexpr std::size_t cOffsetSize = 4;
 constexpr std::size_t cSmallestValue = 3 * cPartHeader;
+// A chain of plain locations, and three parts with bodies of what 16 bits can tell.
+constexpr std::size_t cLargestValue =
+    3 * (cPartHeader + 32767) + cPartHeader * FF_Document::Location::cMaxChain;
 
 // iSwap: the bytes are big-endian.
 template <class T>
@@ -56,24 +60,27 @@ void Store(Cmn_UInt8* oTo, T iValue, bool iSwap)
 class FF_TOCCursor
 {
 public:
-    // iOffset: where the bytes stand in their stream.
-    FF_TOCCursor(std::span<const Cmn_UInt8> iBytes, Cmn_Int64 iOffset, bool iSwap)
-        : mBegin(iBytes.data())
-        , mAt(mBegin)
-        , mEnd(mBegin + iBytes.size())
-        , mOffset(iOffset)
-        , mSwap(iSwap)
-    {
-    }
+    // Over bytes in memory, little-endian.
+    explicit FF_TOCCursor(std::span<const Cmn_UInt8> iBytes);
+    // Over the next iCount bytes of a stream that has them, taken in large pieces: Fill says when.
+    FF_TOCCursor(Sys_TypedInStream& ioStream, Cmn_Int64 iCount);
+    FF_TOCCursor(const FF_TOCCursor&) = delete;
+    FF_TOCCursor& operator=(const FF_TOCCursor&) = delete;
 
+    // Brings the next iCount bytes, or as many as there are, into memory; at most cLargestValue. What Skip and GetAt gave
+    // before is no longer there.
+    void Fill(std::size_t iCount)
+    {
+        if (mNotRead != 0 && static_cast<std::size_t>(mEnd - mAt) < iCount) Refill();
+    }
     const Cmn_UInt8* GetAt() const { return mAt; }
-    Cmn_Int64 GetBytesLeft() const { return mEnd - mAt; }
+    Cmn_Int64 GetBytesLeft() const { return mEnd - mAt + mNotRead; }
     bool IsSwapped() const { return mSwap; }
     void Require(bool iHolds) const
     {
         if (!iHolds) throw Sys_StreamReadException(mOffset + (mAt - mBegin));
     }
-    // The next iCount bytes, passed over.
+    // The next iCount bytes, which were filled in, passed over.
     const Cmn_UInt8* Skip(std::size_t iCount)
     {
         Require(iCount <= static_cast<std::size_t>(mEnd - mAt));
@@ -97,14 +104,19 @@ public:
     void SkipValue(Cmn_Int64 iEnd);
 
 private:
+    void Refill();
     std::size_t TakeSize();
     void SkipLocation(Cmn_Int64 iEnd);
 
+    Sys_TypedInStream* mStream = nullptr;
+    Cmn_Int64 mNotRead = 0; // of the stream's bytes
+    Cmn_Int64 mOffset = 0;  // of mBegin in the stream
+    std::size_t mPiece = 0;
+    std::unique_ptr<Cmn_UInt8[]> mBytes;
     const Cmn_UInt8* mBegin;
     const Cmn_UInt8* mAt;
     const Cmn_UInt8* mEnd;
-    Cmn_Int64 mOffset;
-    bool mSwap;
+    bool mSwap = false;
 };
 
 namespace FF_TOCBytes {

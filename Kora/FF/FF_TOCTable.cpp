@@ -57,7 +57,7 @@ Cmn_Int32 FF_TOCTable::Find(std::span<const FF_Document::Context> iContexts, Cmn
 {
     if (mSlots.empty()) return FF_Document::TOC::cNone;
     const auto isSame = [](const Context& iA, const FF_Document::Context& iB) {
-        return iA.rank == RankOf(iB);
+        return iA.GetRank() == RankOf(iB);
     };
     for (std::size_t at = HomeOf(iHash); mSlots[at].entryPlusOne != 0; at = (at + 1) & (mSlots.size() - 1)) {
         if (mSlots[at].tag != static_cast<Cmn_UInt32>(iHash)) continue;
@@ -79,7 +79,7 @@ void FF_TOCTable::PutInSlot(Cmn_UInt64 iHash, std::size_t iEntry)
 
 void FF_TOCTable::MakeSlotsFor(std::size_t iKeys)
 {
-    const std::size_t wanted = std::max(cFewestSlots, std::bit_ceil(iKeys + iKeys / 2));
+    const std::size_t wanted = std::max(cFewestSlots, std::bit_ceil(iKeys + iKeys / 4));
     if (wanted <= mSlots.size()) return;
     std::vector<Slot>(wanted).swap(mSlots);
     mSlotShift = 64 - std::countr_zero(wanted);
@@ -101,7 +101,7 @@ bool FF_TOCTable::IsLess(const Key& iA, const Key& iB) const
     const std::span<const Context> b = GetContexts(iB);
     return std::lexicographical_compare(
         a.begin(), a.end(), b.begin(), b.end(),
-        [](const Context& iX, const Context& iY) { return iX.rank < iY.rank; });
+        [](const Context& iX, const Context& iY) { return iX.GetRank() < iY.GetRank(); });
 }
 
 Cmn_Int32 FF_TOCTable::GetInOrder(Cmn_Int32 iNth) const
@@ -155,7 +155,7 @@ Cmn_Int32 FF_TOCTable::Insert(std::span<const FF_Document::Context> iContexts)
     mKeys.push_back(
         {static_cast<Cmn_UInt32>(mContexts.size()), static_cast<Cmn_UInt32>(iContexts.size()), 0, 0, 0});
     for (const FF_Document::Context& context : iContexts)
-        mContexts.push_back({RankOf(context), context.GetParentPosition(), context.IsList()});
+        mContexts.push_back(Flat(context));
     PutInSlot(hash, entry);
     mKeyBytes += KeySize(iContexts.size());
     if (mAscending == entry && (entry == 0 || IsLess(mKeys[entry - 1], mKeys[entry]))) ++mAscending;

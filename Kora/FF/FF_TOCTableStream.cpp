@@ -38,8 +38,7 @@ public:
 
 private:
     static constexpr Cmn_Int64 cPiece = 256 * 1024;
-    // A chain, and three bodies with sizes of 16 bits.
-    static_assert(cPiece > 3 * FF_Document::Location::cMaxChain + 3 * (3 + 32767));
+    static_assert(cPiece > Cmn_Int64{FF_TOCBytes::cLargestValue});
 
     Sys_TypedOutStream& mStream;
     std::size_t mSize;
@@ -78,11 +77,13 @@ void FF_TOCTable::WriteBody(Sys_TypedOutStream& ioStream) const
 void FF_TOCTable::ReadBody(FF_TOCCursor& ioCursor, Cmn_Int64 iEnd)
 {
     // Keys ascend, so that one at most, the first, has no contexts, and every other takes KeySize(1) bytes.
-    const Cmn_Int32 count = ioCursor.Take<Cmn_Int32>();
+    ioCursor.Fill(cCountSize);
+    const auto count = ioCursor.Take<Cmn_Int32>();
     ioCursor.Require(count >= 0 && count * KeySize(1) - cContextSize <= ioCursor.GetBytesLeft());
-    Reserve(ioCursor, static_cast<std::size_t>(count));
     for (Cmn_Int32 i = 0; i < count; ++i) {
         ReadKey(ioCursor);
+        // The keys of a document mostly are of one depth, with one value each.
+        if (i == 0) Reserve(ioCursor.GetBytesLeft(), static_cast<std::size_t>(count), mKeys[0].contextCount);
         ReadValues(ioCursor, iEnd);
     }
     // No later version appends to this one: its number would be another.
@@ -91,31 +92,30 @@ void FF_TOCTable::ReadBody(FF_TOCCursor& ioCursor, Cmn_Int64 iEnd)
     MakeSlotsFor(mKeys.size());
 }
 
-// The keys of a document mostly are of one depth, with one value each.
-void FF_TOCTable::Reserve(FF_TOCCursor iCursor, std::size_t iKeys)
+void FF_TOCTable::Reserve(Cmn_Int64 iBytes, std::size_t iKeys, std::size_t iDepth)
 {
-    if (iKeys == 0) return;
-    const auto left = static_cast<std::size_t>(iCursor.GetBytesLeft());
-    const auto depth = static_cast<std::size_t>(iCursor.TakeCount(cContextSize));
-    const std::size_t contexts = std::min(left / cContextSize, iKeys * depth);
-    mKeys.reserve(iKeys);
-    mContexts.reserve(contexts);
-    mValues.reserve(std::min(left / FF_TOCBytes::cSmallestValue, iKeys));
+    const auto bytes = static_cast<std::size_t>(iBytes);
+    const std::size_t contexts = std::min(bytes / cContextSize, iKeys * iDepth);
     const std::size_t keyBytes = contexts * cContextSize + iKeys * 2 * cCountSize;
-    mArena.reserve(left > keyBytes ? left - keyBytes : 0);
+    mKeys.reserve(iKeys);
+    mContexts.reserve(mContexts.size() + contexts);
+    mValues.reserve(std::min(bytes / FF_TOCBytes::cSmallestValue, iKeys));
+    if (bytes > keyBytes) mArena.reserve(bytes - keyBytes);
 }
 
 void FF_TOCTable::ReadKey(FF_TOCCursor& ioCursor)
 {
     Key key{static_cast<Cmn_UInt32>(mContexts.size()), 0, static_cast<Cmn_UInt32>(mValues.size()), 0, 0};
+    ioCursor.Fill(cCountSize);
     key.contextCount = static_cast<Cmn_UInt32>(ioCursor.TakeCount(cContextSize));
     const bool swap = ioCursor.IsSwapped();
     for (Cmn_UInt32 i = 0; i < key.contextCount; ++i) {
+        ioCursor.Fill(cContextSize);
         const Cmn_UInt8* const at = ioCursor.Skip(cContextSize);
         ioCursor.Require(at[6] <= 1);
-        const auto type = FF_TOCBytes::Load<Cmn_Int16>(at, swap);
-        const auto listIndex = FF_TOCBytes::Load<Cmn_Int32>(at + 7, swap);
-        mContexts.push_back({RankOf(type, listIndex), FF_TOCBytes::Load<Cmn_UInt32>(at + 2, swap), at[6]});
+        mContexts.emplace_back(FF_TOCBytes::Load<Cmn_Int16>(at, swap),
+                               FF_TOCBytes::Load<Cmn_UInt32>(at + 2, swap), at[6] != 0,
+                               FF_TOCBytes::Load<Cmn_Int32>(at + 7, swap));
     }
     ioCursor.Require(mKeys.empty() || IsLess(mKeys.back(), key));
     mKeys.push_back(key);
@@ -124,20 +124,18 @@ void FF_TOCTable::ReadKey(FF_TOCCursor& ioCursor)
 
 void FF_TOCTable::ReadValues(FF_TOCCursor& ioCursor, Cmn_Int64 iEnd)
 {
-    Key& key = mKeys.back();
-    key.valueCount = key.valueRoom = static_cast<Cmn_UInt32>(ioCursor.TakeCount(FF_TOCBytes::cSmallestValue));
-    const Cmn_UInt8* const from = ioCursor.GetAt();
-    std::size_t begin = mArena.size();
-    for (Cmn_UInt32 i = 0; i < key.valueCount; ++i) {
-        const Cmn_UInt8* const at = ioCursor.GetAt();
+    ioCursor.Fill(cCountSize);
+    const Cmn_Int32 count = ioCursor.TakeCount(FF_TOCBytes::cSmallestValue);
+    mKeys.back().valueCount = mKeys.back().valueRoom = static_cast<Cmn_UInt32>(count);
+    for (Cmn_Int32 i = 0; i < count; ++i) {
+        ioCursor.Fill(FF_TOCBytes::cLargestValue);
+        const Cmn_UInt8* const from = ioCursor.GetAt();
         ioCursor.SkipValue(iEnd);
-        const auto size = static_cast<Cmn_UInt32>(ioCursor.GetAt() - at);
-        mValues.push_back({begin, size, size});
-        begin += size;
+        const Cmn_UInt8* const to = ioCursor.GetAt();
+        const auto size = static_cast<Cmn_UInt32>(to - from);
+        mValues.push_back({mArena.size(), size, size});
+        mArena.insert(mArena.end(), from, to);
+        if (ioCursor.IsSwapped()) FF_TOCBytes::SwapValue(BytesOf(mValues.back()), true);
+        mValueBytes += size;
     }
-    mArena.insert(mArena.end(), from, ioCursor.GetAt());
-    mValueBytes += ioCursor.GetAt() - from;
-    if (!ioCursor.IsSwapped()) return;
-    for (std::size_t i = 0; i < key.valueCount; ++i)
-        FF_TOCBytes::SwapValue(BytesOf(mValues[key.firstValue + i]), true);
 }

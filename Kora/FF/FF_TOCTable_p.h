@@ -1,10 +1,10 @@
 // FF_TOCTable: the content of a table of contents as one flat table.
 //
 //   keys       {first context, count, first value, count, room}   one a key, in the order of their being added
-//   contexts   {rank, parent position, list mark}                 a key's stand together, in the order of the keys
+//   contexts   {ranks, parent position, list mark}                a key's stand together, in the order of the keys
 //   values     {begin, size, room}                                a key's stand together; behind them room for more
 //   arena      bytes of the values as on disk, little-endian      behind a value's bytes room for more pieces
-//   slots      {tag, entry + 1}                                   open addressing, a power of two, two thirds full at most
+//   slots      {tag, entry + 1}                                   open addressing, a power of two, four fifths full at most
 //
 // What outgrows its room moves to the end with twice the room, so that adding costs O(1) amortised whichever key or
 // value it concerns, and what moves leave behind is no more than what is in use.
@@ -21,20 +21,25 @@
 class FF_TOCTable
 {
 public:
+    // Twelve bytes: of what a table reads and keeps, contexts are the most.
     struct Context
     {
-        Cmn_UInt64 rank; // orders contexts: see RankOf
+        Cmn_UInt32 listRank;
         Cmn_UInt32 parent;
-        Cmn_UInt32 isList;
+        Cmn_UInt16 typeRank;
+        bool isList;
 
-        Cmn_Int16 GetStreamType() const
+        Context(Cmn_Int16 iStreamType, Cmn_UInt32 iParent, bool iIsList, Cmn_Int32 iListIndex)
+            : listRank(static_cast<Cmn_UInt32>(iListIndex) ^ 0x80000000)
+            , parent(iParent)
+            , typeRank(static_cast<Cmn_UInt16>(iStreamType ^ 0x8000))
+            , isList(iIsList)
         {
-            return static_cast<Cmn_Int16>(static_cast<Cmn_UInt16>(rank >> 32) ^ 0x8000);
         }
-        Cmn_Int32 GetListIndex() const
-        {
-            return static_cast<Cmn_Int32>(static_cast<Cmn_UInt32>(rank) ^ 0x80000000);
-        }
+        Cmn_Int16 GetStreamType() const { return static_cast<Cmn_Int16>(typeRank ^ 0x8000); }
+        Cmn_Int32 GetListIndex() const { return static_cast<Cmn_Int32>(listRank ^ 0x80000000); }
+        // Ascends as contexts do: by stream type, then list index.
+        Cmn_UInt64 GetRank() const { return Cmn_UInt64{typeRank} << 32 | listRank; }
     };
     struct Key
     {
@@ -94,17 +99,13 @@ private:
     static constexpr Cmn_Int64 cCountSize = 4;
     static constexpr Cmn_Int64 cContextSize = FF_Document::Context::cStreamSize;
 
-    // Ascends as contexts do: by stream type, then list index.
-    static Cmn_UInt64 RankOf(Cmn_Int16 iStreamType, Cmn_Int32 iListIndex)
+    static Context Flat(const FF_Document::Context& iContext)
     {
-        return Cmn_UInt64{static_cast<Cmn_UInt16>(static_cast<Cmn_UInt16>(iStreamType) ^ 0x8000u)} << 32 |
-               (static_cast<Cmn_UInt32>(iListIndex) ^ 0x80000000u);
+        return {iContext.GetStreamType(), iContext.GetParentPosition(), iContext.IsList(),
+                iContext.GetListIndex()};
     }
-    static Cmn_UInt64 RankOf(const FF_Document::Context& iContext)
-    {
-        return RankOf(iContext.GetStreamType(), iContext.GetListIndex());
-    }
-    static Cmn_UInt64 RankOf(const Context& iContext) { return iContext.rank; }
+    static Cmn_UInt64 RankOf(const FF_Document::Context& iContext) { return Flat(iContext).GetRank(); }
+    static Cmn_UInt64 RankOf(const Context& iContext) { return iContext.GetRank(); }
     static Cmn_Int64 KeySize(std::size_t iContexts)
     {
         return 2 * cCountSize + cContextSize * static_cast<Cmn_Int64>(iContexts);
@@ -143,7 +144,7 @@ private:
 
     void ReadKey(FF_TOCCursor& ioCursor);
     void ReadValues(FF_TOCCursor& ioCursor, Cmn_Int64 iEnd);
-    void Reserve(FF_TOCCursor iCursor, std::size_t iKeys);
+    void Reserve(Cmn_Int64 iBytes, std::size_t iKeys, std::size_t iDepth);
 
     std::vector<Key> mKeys;
     std::vector<Context> mContexts;
