@@ -1,0 +1,606 @@
+#include "Kora/FF/FF_Document_TOC.h"
+
+#include "Bastel/Sys/Sys_StdStreamHeader.h"
+#include "Support/AllocationCounter.h"
+#include "Support/AssertRecorder.h"
+#include "Support/StreamBytes.h"
+
+#include <gtest/gtest.h>
+
+#include <cctype>
+#include <functional>
+#include <map>
+#include <random>
+
+namespace {
+
+using TOC = FF_Document::TOC;
+using Context = FF_Document::Context;
+using TOCKey = FF_Document::TOCKey;
+using TOCValue = FF_Document::TOCValue;
+
+constexpr Cmn_Int64 cEnd = 0x10000;
+constexpr std::size_t cStdHeader = 26; // in front of the stream type
+
+Bytes Streamed(const TOC& iTable, bool iSwap)
+{
+    Sys_MemOutStream bytes;
+    Sys_TypedOutStream stream(bytes, iSwap);
+    iTable.StreamOut(stream);
+    return bytes.TakeBytes();
+}
+
+void Read(TOC& ioTable, const Bytes& iBytes, bool iSwap = false)
+{
+    Sys_MemInStream bytes(iBytes);
+    Sys_TypedInStream stream(bytes, iSwap);
+    ioTable.StreamIn(stream, cEnd);
+    EXPECT_EQ(stream.GetBytesLeft(), 0);
+}
+
+// Bytes from pairs of hexadecimal digits; anything else parts them.
+Bytes FromHex(std::string_view iText)
+{
+    std::string digits;
+    for (const char c : iText)
+        if (std::isxdigit(static_cast<unsigned char>(c))) digits += c;
+    Bytes bytes;
+    for (std::size_t i = 0; i < digits.size(); i += 2)
+        bytes.push_back(static_cast<Cmn_UInt8>(std::stoi(digits.substr(i, 2), nullptr, 16)));
+    return bytes;
+}
+
+// A table's stream with that body, from the count of keys on.
+Bytes Framed(std::string_view iBody, Cmn_Int16 iType = 2, Cmn_Int16 iVersion = 2)
+{
+    Sys_MemOutStream bytes;
+    Sys_TypedOutStream stream(bytes);
+    Sys_StdStreamHeaderWriter header(stream, "Z", iVersion);
+    stream.WriteInt16(iType);
+    const Bytes body = FromHex(iBody);
+    stream.WriteBytes(body.data(), body.size());
+    header.PatchSize();
+    return bytes.TakeBytes();
+}
+
+std::string Times(int iCount, const std::string& iText)
+{
+    std::string text;
+    for (int i = 0; i < iCount; ++i)
+        text += iText;
+    return text;
+}
+
+// Two keys: a list with two items, whose second lies in two pieces, and a stream that knows no part of its value.
+const std::string cSmallBody = "02000000"
+                               " 01000000 0400 FFFFFFFF 01 00000000" // {4}, a list
+                               " 02000000"
+                               "  01 0600 0100 1A000000   01 0600 02000000 C3A9   00 0000"
+                               "  01 0A00 0200 40000000 80000000   01 0400 00000000   00 0000"
+                               " 02000000 0400 1A000000 01 02000000  F0FF 40000000 00 00000000" // {4[2], -16}
+                               " 01000000"
+                               "  00 0500 00 0200 09 0200 AABB   07 0100 CC   05 0300 DDEEFF";
+
+TEST(TOC, BytesAreAsTheFormatSays)
+{
+    TOC table;
+    const TOC::Entry inner = table.Insert(std::vector{Context(4, 26, true, 2), Context(-16, 64)});
+    table.AddValue(inner, "to be replaced");
+    const TOC::Entry list = table.Insert(std::vector{Context(4, 500)});
+    table.SetIsList(list, true);
+    table.Insert(std::vector{Context(4, Context::cNoParent)});
+    table.AddValue(list, "\xC3\xA9");
+    table.AddOffset(list, 0, 26);
+    table.AddValue(list, "");
+    table.AddOffset(list, 1, 64);
+    table.AddOffset(list, 1, 128);
+
+    TOC read;
+    Read(read, Framed(cSmallBody));
+    EXPECT_EQ(Streamed(read, false), Framed(cSmallBody));
+    EXPECT_EQ(read.GetKey(0).GetContexts()[0].GetParentPosition(), Context::cNoParent);
+    EXPECT_EQ(read.Insert(std::vector{Context(4, 500)}), 0); // takes the parent position
+    table.SetValue(inner, 0, read.GetValue(1, 0));
+    EXPECT_EQ(Streamed(read, false), Streamed(table, false));
+    EXPECT_EQ(read.Dump(), "4  [26]  \xC3\xA9\n"
+                           "4 #1  [64, 128]  \n"
+                           "4[2]/-16  Invalid [2 bytes]  <NO DISPLAY INFO>\n");
+}
+
+// --- random scripts against a plain model
+
+struct PlainValue
+{
+    int plains = 0; // in front of the last location
+    Cmn_UInt8 locationType = 1;
+    std::vector<Cmn_UInt32> offsets;
+    Bytes location;
+    Cmn_UInt8 displayType = 1;
+    std::string display;
+    Cmn_UInt8 indexType = 0;
+    Bytes index;
+
+    void AddOffset(Cmn_UInt32 iOffset)
+    {
+        if (plains != 0 || locationType != 1) Invalidate();
+        locationType = 1;
+        offsets.push_back(iOffset);
+    }
+    void Invalidate()
+    {
+        plains = locationType = 0;
+        offsets.clear();
+        location.clear();
+    }
+    TOCValue Make() const;
+    void StreamOut(Sys_TypedOutStream& ioStream) const;
+};
+
+TOCValue PlainValue::Make() const
+{
+    std::unique_ptr<FF_Document::Location> made;
+    if (locationType == 0) made = std::make_unique<FF_Document::Location>();
+    if (locationType == 1) {
+        auto local = std::make_unique<FF_Document::LocalLocation>();
+        for (const Cmn_UInt32 offset : offsets)
+            local->AddOffset(offset);
+        made = std::move(local);
+    }
+    if (locationType > 1) made = std::make_unique<FF_Document::InvalidLocation>(locationType, location);
+    for (int i = 0; i < plains; ++i) {
+        auto plain = std::make_unique<FF_Document::Location>();
+        plain->SetNext(std::move(made));
+        made = std::move(plain);
+    }
+    std::unique_ptr<FF_Document::DisplayInfo> shown;
+    if (displayType == 1)
+        shown = std::make_unique<FF_Document::StringDisplayInfo>(display);
+    else
+        shown = std::make_unique<FF_Document::InvalidDisplayInfo>(displayType,
+                                                                  Bytes(display.begin(), display.end()));
+    return {std::move(made), std::move(shown),
+            std::make_unique<FF_Document::InvalidIndexInfo>(indexType, index)};
+}
+
+void PlainValue::StreamOut(Sys_TypedOutStream& ioStream) const
+{
+    const std::size_t last = locationType == 1 ? 2 + 4 * offsets.size() : location.size();
+    for (int i = plains; i > 0; --i) {
+        ioStream.WriteUInt8(0);
+        ioStream.WriteInt16(static_cast<Cmn_Int16>(3 * static_cast<std::size_t>(i) + last));
+    }
+    ioStream.WriteUInt8(locationType);
+    ioStream.WriteInt16(static_cast<Cmn_Int16>(last));
+    if (locationType == 1) ioStream.WriteInt16(static_cast<Cmn_Int16>(offsets.size()));
+    for (const Cmn_UInt32 offset : offsets)
+        ioStream.WriteUInt32(offset);
+    ioStream.WriteBytes(location.data(), location.size());
+    ioStream.WriteUInt8(displayType);
+    ioStream.WriteInt16(static_cast<Cmn_Int16>(display.size() + (displayType == 1 ? 4 : 0)));
+    if (displayType == 1)
+        ioStream.WriteString(display);
+    else
+        ioStream.WriteBytes(display.data(), display.size());
+    ioStream.WriteUInt8(indexType);
+    ioStream.WriteInt16(static_cast<Cmn_Int16>(index.size()));
+    ioStream.WriteBytes(index.data(), index.size());
+}
+
+struct PlainEntry
+{
+    std::vector<Context> contexts;
+    std::vector<PlainValue> values;
+};
+
+class Script
+{
+public:
+    explicit Script(unsigned iSeed)
+        : mRandom(iSeed)
+    {
+    }
+
+    void Run(int iSteps)
+    {
+        for (mStep = 0; mStep < iSteps; ++mStep) {
+            Step();
+            if (mStep % 10 == 9) Check();
+            if (testing::Test::HasFatalFailure()) return;
+        }
+    }
+
+private:
+    using Model = std::map<std::vector<std::pair<Cmn_Int16, Cmn_Int32>>, PlainEntry>;
+
+    Cmn_UInt32 Below(Cmn_UInt32 iLimit) { return static_cast<Cmn_UInt32>(mRandom() % iLimit); }
+    Bytes SomeBytes() { return Bytes(Below(3) == 0 ? Below(60) : 0, static_cast<Cmn_UInt8>(mStep)); }
+
+    void Step()
+    {
+        const Cmn_UInt32 kind = Below(100);
+        if (mModel.empty() || kind < 20) return Insert();
+        if (kind == 20) return Forget();
+        if (kind < 23) return Stream();
+        const auto at = std::next(mModel.begin(),
+                                  static_cast<std::ptrdiff_t>(Below(static_cast<Cmn_UInt32>(mModel.size()))));
+        const TOC::Entry entry = mTable.Find(at->second.contexts);
+        ASSERT_NE(entry, TOC::cNone);
+        std::vector<PlainValue>& values = at->second.values;
+        if (kind < 25) {
+            const bool isList = Below(2) == 0;
+            mTable.SetIsList(entry, isList);
+            at->second.contexts.back().SetIsList(isList);
+        } else if (values.empty() || kind < 50) {
+            values.emplace_back().display = std::string(Below(30), static_cast<char>('a' + mStep % 26));
+            mTable.AddValue(entry, values.back().display);
+        } else {
+            const Cmn_UInt32 i = Below(static_cast<Cmn_UInt32>(values.size()));
+            Change(entry, static_cast<Cmn_Int32>(i), values[i], kind);
+        }
+    }
+
+    void Insert()
+    {
+        std::vector<Context> contexts;
+        std::vector<std::pair<Cmn_Int16, Cmn_Int32>> key;
+        do {
+            contexts.emplace_back(static_cast<Cmn_Int16>(Below(5)),
+                                  Below(4) == 0 ? Context::cNoParent : Below(cEnd), Below(3) == 0,
+                                  static_cast<Cmn_Int32>(Below(4)) - 1);
+            key.emplace_back(contexts.back().GetStreamType(), contexts.back().GetListIndex());
+        } while (Below(2) == 0);
+        const auto [at, isNew] = mModel.try_emplace(key, PlainEntry{contexts, {}});
+        for (std::size_t i = 0; i < contexts.size() && !isNew; ++i)
+            if (const Cmn_UInt32 parent = contexts[i].GetParentPosition(); parent != Context::cNoParent)
+                at->second.contexts[i].SetParentPosition(parent);
+        mTable.Insert(contexts);
+    }
+
+    void Change(TOC::Entry iEntry, Cmn_Int32 iValue, PlainValue& ioValue, Cmn_UInt32 iKind)
+    {
+        if (iKind < 90) {
+            const Cmn_UInt32 offset = Below(cEnd);
+            for (Cmn_UInt32 more = Below(20) == 0 ? 40 : 1; more > 0; --more) {
+                ioValue.AddOffset(offset + more - 1);
+                mTable.AddOffset(iEntry, iValue, offset + more - 1);
+            }
+        } else if (iKind < 94) {
+            ioValue.Invalidate();
+            mTable.Invalidate(iEntry, iValue);
+        } else {
+            ioValue = PlainValue{};
+            ioValue.plains = static_cast<int>(Below(4));
+            ioValue.locationType = static_cast<Cmn_UInt8>(Below(4));
+            if (ioValue.locationType == 1) ioValue.offsets.assign(Below(3), Below(cEnd));
+            if (ioValue.locationType > 1) ioValue.location = SomeBytes();
+            ioValue.displayType = static_cast<Cmn_UInt8>(Below(3));
+            ioValue.display = std::string(Below(40), 'v');
+            ioValue.indexType = static_cast<Cmn_UInt8>(Below(256));
+            ioValue.index = SomeBytes();
+            mTable.SetValue(iEntry, iValue, ioValue.Make());
+        }
+    }
+
+    void Forget()
+    {
+        const Cmn_UInt32 from = cEnd - Below(cEnd / 8);
+        for (auto at = mModel.begin(); at != mModel.end();) {
+            std::vector<PlainValue>& values = at->second.values;
+            for (std::size_t i = values.size(); i-- > 0;) {
+                std::vector<Cmn_UInt32>& offsets = values[i].offsets;
+                if (std::erase_if(offsets, [from](Cmn_UInt32 iOffset) { return iOffset >= from; }) == 0)
+                    continue;
+                if (!offsets.empty() && values[i].plains == 0) continue;
+                values[i].Invalidate();
+                if (i + 1 == values.size()) values.pop_back();
+            }
+            at = values.empty() ? mModel.erase(at) : std::next(at);
+        }
+        const AllocationCounter allocations;
+        mTable.ForgetOffsetsFrom(from);
+        EXPECT_EQ(allocations.Count(), 0);
+    }
+
+    void Stream()
+    {
+        const bool swap = Below(2) == 0;
+        const Bytes bytes = Streamed(mTable, swap);
+        if (Below(2) == 0) mTable.Clear();
+        Read(mTable, bytes, swap);
+    }
+
+    // What StreamOut should write behind the header.
+    Bytes Expected(bool iSwap) const
+    {
+        Sys_MemOutStream bytes;
+        Sys_TypedOutStream stream(bytes, iSwap);
+        stream.WriteInt16(2);
+        stream.WriteInt32(static_cast<Cmn_Int32>(mModel.size()));
+        for (const auto& [key, entry] : mModel) {
+            TOCKey(entry.contexts).StreamOut(stream);
+            stream.WriteInt32(static_cast<Cmn_Int32>(entry.values.size()));
+            for (const PlainValue& value : entry.values)
+                value.StreamOut(stream);
+        }
+        return bytes.TakeBytes();
+    }
+
+    void Check()
+    {
+        ASSERT_EQ(mTable.GetNumKeys(), static_cast<Cmn_Int32>(mModel.size()));
+        for (const bool swap : {false, true}) {
+            const Bytes bytes = Streamed(mTable, swap);
+            ASSERT_EQ(static_cast<Cmn_Int64>(bytes.size()), mTable.GetStreamSize());
+            ASSERT_EQ(Bytes(bytes.begin() + cStdHeader, bytes.end()), Expected(swap))
+                << "step " << mStep << "\n"
+                << mTable.Dump();
+        }
+        for (const auto& [key, entry] : mModel)
+            CheckEntry(mTable.Find(entry.contexts), entry);
+    }
+
+    void CheckEntry(TOC::Entry iEntry, const PlainEntry& iPlain) const
+    {
+        ASSERT_EQ(mTable.GetNumValues(iEntry), static_cast<Cmn_Int32>(iPlain.values.size()));
+        EXPECT_EQ(mTable.IsList(iEntry), iPlain.contexts.back().IsList());
+        for (Cmn_Int32 i = 0; i < mTable.GetNumValues(iEntry); ++i) {
+            const PlainValue& plain = iPlain.values[static_cast<std::size_t>(i)];
+            Cmn_UInt32 first = 0;
+            ASSERT_EQ(mTable.GetFirstOffset(iEntry, i, first), plain.plains == 0 && !plain.offsets.empty());
+            ASSERT_EQ(mTable.HasOffset(iEntry, i, cEnd + 100), false);
+            if (plain.plains == 0 && !plain.offsets.empty()) {
+                EXPECT_EQ(first, plain.offsets.front());
+                EXPECT_TRUE(mTable.HasOffset(iEntry, i, plain.offsets.back()));
+            }
+            ASSERT_EQ(::Streamed(mTable.GetValue(iEntry, i)), ::Streamed(plain));
+            const TOCValue made = plain.Make();
+            ASSERT_EQ(::Streamed(TOCValue(made)), ::Streamed(plain));
+        }
+    }
+
+    std::mt19937 mRandom;
+    TOC mTable;
+    Model mModel;
+    int mStep = 0;
+};
+
+TEST(TOC, RandomScriptsGiveWhatAPlainMapGives)
+{
+    for (unsigned seed = 1; seed <= 10 && !HasFatalFailure(); ++seed) {
+        SCOPED_TRACE(testing::Message() << "seed " << seed);
+        Script(seed).Run(1000);
+    }
+}
+
+// --- what is no table
+
+TEST(TOC, HostileTablesAreRefusedAndTheContentStays)
+{
+    const std::string key = "01000000 0400 00000000 00 00000000";
+    const std::string value = " 01000000  01 0600 0100 00800000  01 0400 00000000  00 0000";
+    const auto one = [&](const std::string& iLocation, const std::string& iDisplay = "01 0400 00000000") {
+        return "01000000" + key + " 01000000 " + iLocation + iDisplay + " 00 0000";
+    };
+    const struct
+    {
+        const char* name;
+        bool isRead;
+        std::string body;
+    } cases[] = {
+  // clang-format off
+        {"no keys", true, "00000000"},
+        {"a key without values", true, "01000000" + key + "00000000"},
+        {"one value", true, "01000000" + key + value},
+        {"fewer keys than there are", false, "00000000" + key + value},
+        {"more keys than there are", false, "02000000" + key + value},
+        {"more keys than memory", false, "FFFFFF7F" + key + value},
+        {"less than no keys", false, "FFFFFFFF" + key + value},
+        {"the same key twice", false, "02000000" + key + value + key + value},
+        {"more contexts than bytes", false, "01000000 FFFFFF7F" + value + value},
+        {"a negative item", true, "01000000 01000000 0400 00000000 00 FFFFFFFF 00000000"},
+        {"a list mark of 2", false, "01000000 01000000 0400 00000000 02 00000000 00000000"},
+        {"more values than bytes", false, "01000000" + key + "FFFFFF7F" + value},
+        {"an empty location", true, one("01 0200 0000")},
+        {"a size that its count does not fit", false, one("01 0600 0000 00800000")},
+        {"a count that its size does not fit", false, one("01 0200 0100 00800000")},
+        {"a negative count", false, one("01 0200 FFFF")},
+        {"a negative size", false, one("02 FFFF")},
+        {"a size past the end", false, one("02 FF7F")},
+        {"the last byte in front of the end", true, one("01 0600 0100 FFFF0000")},
+        {"a piece at the end", false, one("01 0600 0100 00000100")},
+        {"a piece at the end behind a plain location", false, one("00 0900 01 0600 0100 00000100")},
+        {"63 plain locations and an unknown one", true, one(Times(63, "00 0100 ") + "02 0000")},
+        {"64 plain locations and an unknown one", false, one(Times(64, "00 0100 ") + "02 0000")},
+        {"a text longer than its size", false, one("00 0000", "01 0400 01000000 61")},
+        {"a text shorter than its size", false, one("00 0000", "01 0600 01000000 6162")},
+        {"a text without room for its count", false, one("00 0000", "01 0000")},
+  // clang-format on
+    };
+    for (const auto& row : cases) {
+        SCOPED_TRACE(row.name);
+        TOC table;
+        Read(table, Framed(cSmallBody));
+        const Bytes before = Streamed(table, false);
+        const Bytes bytes = Framed(row.body);
+        if (row.isRead)
+            EXPECT_NO_THROW(Read(table, bytes));
+        else
+            EXPECT_THROW(Read(table, bytes), Sys_StreamReadException);
+        EXPECT_EQ(Streamed(table, false), row.isRead ? bytes : before);
+    }
+    TOC table;
+    EXPECT_THROW(Read(table, Framed("00000000", 2, 1)), Cmn_DocumentTooOldException);
+    EXPECT_THROW(Read(table, Framed("00000000", 2, 3)), Cmn_DocumentTooNewException);
+    try {
+        Read(table, Framed("00000000", 3, 3));
+        ADD_FAILURE();
+    } catch (const Cmn_Exception& problem) {
+        EXPECT_EQ(problem.GetMessageID(), Cmn_eMessage_UnexpectedStreamType);
+    }
+}
+
+// Whatever one byte becomes, the table is refused, or it is another table, which is written as it was read.
+TEST(TOC, EveryByteIsHeldAgainstTheOthers)
+{
+    for (const bool swap : {false, true}) {
+        TOC table;
+        Read(table, Framed(cSmallBody));
+        const Bytes good = Streamed(table, swap);
+        int refused = 0;
+        for (std::size_t at = 0; at < good.size(); ++at) {
+            for (int change = 1; change < 256; ++change) {
+                Bytes bad = good;
+                bad[at] = static_cast<Cmn_UInt8>(bad[at] ^ change);
+                const AllocationCounter allocations;
+                try {
+                    Read(table, bad, swap);
+                    const Bytes again = Streamed(table, swap);
+                    ASSERT_TRUE(std::equal(again.begin() + cStdHeader, again.end(), bad.begin() + cStdHeader,
+                                           bad.end()))
+                        << "byte " << at << " to " << int{bad[at]};
+                    Read(table, good, swap);
+                } catch (const Cmn_Exception&) {
+                    ++refused;
+                }
+                ASSERT_LT(allocations.Count(), 100);
+                ASSERT_EQ(Streamed(table, swap), good);
+            }
+        }
+        EXPECT_GT(refused, 10000);
+        for (std::size_t size = 0; size < good.size(); ++size)
+            ASSERT_THROW(
+                Read(table, Bytes(good.begin(), good.begin() + static_cast<std::ptrdiff_t>(size)), swap),
+                Sys_StreamReadException);
+        EXPECT_EQ(Streamed(table, swap), good);
+    }
+}
+
+// --- limits
+
+TEST(TOC, AListGrowsWhileOtherKeysAreAdded)
+{
+    constexpr Cmn_Int32 cItems = 20000;
+    TOC table;
+    std::vector contexts{Context(4), Context(7)};
+    const TOC::Entry list = table.Insert(std::span(contexts).first(1));
+    const AllocationCounter allocations;
+    for (Cmn_Int32 i = 0; i < cItems; ++i) {
+        table.AddValue(list, "item");
+        table.AddOffset(list, i, static_cast<Cmn_UInt32>(i));
+        contexts[0].SetListIndex(cItems - i);
+        const TOC::Entry item = table.Insert(contexts);
+        table.AddValue(item, "in the item");
+        table.AddOffset(item, 0, static_cast<Cmn_UInt32>(i));
+        table.AddOffset(list, i, 1);
+    }
+    EXPECT_LT(allocations.Count(), 200);
+    for (Cmn_Int32 i = 0; i < cItems; ++i) {
+        Cmn_UInt32 first = 0;
+        ASSERT_TRUE(table.GetFirstOffset(list, i, first));
+        ASSERT_EQ(first, static_cast<Cmn_UInt32>(i));
+    }
+    // More than one piece of reading and writing.
+    const Bytes bytes = Streamed(table, true);
+    ASSERT_GT(bytes.size(), 1u << 20);
+    TOC back;
+    Read(back, bytes, true);
+    EXPECT_EQ(Streamed(back, false), Streamed(table, false));
+}
+
+TEST(TOC, ALocationHoldsNoMorePiecesThanASizeCanTell)
+{
+    TOC table;
+    const TOC::Entry entry = table.Insert(std::vector{Context(4)});
+    table.AddValue(entry, "pieces");
+    TOCValue value("pieces");
+    for (Cmn_UInt32 i = 0; i < 8191; ++i) {
+        table.AddOffset(entry, 0, i);
+        value.AddOffset(i);
+    }
+    const auto expectTooLong = [](const std::function<void()>& iAdd) {
+        try {
+            iAdd();
+            ADD_FAILURE() << "added";
+        } catch (const std::length_error& problem) {
+            EXPECT_STREQ(problem.what(), "list<T> too long");
+        }
+    };
+    expectTooLong([&] { table.AddOffset(entry, 0, 8191); });
+    expectTooLong([&] { value.AddOffset(8191); });
+    EXPECT_EQ(Streamed(table.GetValue(entry, 0)), Streamed(value));
+    TOC back;
+    Read(back, Streamed(table, false));
+    EXPECT_EQ(back.GetValue(0, 0).GetLocal()->GetOffsets().size(), 8191u);
+}
+
+TEST(TOC, DescriptionsAreUtf8OnDiskAndCutAtACharacter)
+{
+    const std::string full(32763, 'a');
+    const struct
+    {
+        const char* name;
+        ETextEncoding encoding;
+        bool repair;
+        std::string given;
+        std::string onDisk;
+        std::string taken;
+    } cases[] = {
+  // clang-format off
+        {"what just fits", eTextEncoding_Utf8, false, full, full, full},
+        {"one byte too many", eTextEncoding_Utf8, false, full + "b", full, full},
+        {"a character across the end", eTextEncoding_Utf8, false, full.substr(2) + "\xE2\x82\xAC",
+         full.substr(2), full.substr(2)},
+        {"ill-formed text as it stands", eTextEncoding_Utf8, false, "a\xFFz", "a\xFFz", "a\xFFz"},
+        {"ill-formed text repaired", eTextEncoding_Utf8, true, "a\xFFz", "a\xEF\xBF\xBDz", "a\xEF\xBF\xBDz"},
+        {"Latin-1", eTextEncoding_Latin1, false, "caf\xE9", "caf\xC3\xA9", "caf\xE9"},
+        {"Latin-1 across the end", eTextEncoding_Latin1, false, full.substr(1) + "\xE9", full.substr(1), full.substr(1)},
+  // clang-format on
+    };
+    for (const auto& row : cases) {
+        SCOPED_TRACE(row.name);
+        TOC table;
+        table.SetTextForm(row.encoding, row.repair);
+        table.AddValue(table.Insert(std::vector{Context(4)}), row.given);
+        EXPECT_EQ(table.GetValue(0, 0).GetDisplayInfo().GetText(), row.taken);
+        TOC back;
+        Read(back, Streamed(table, false));
+        EXPECT_EQ(back.GetValue(0, 0).GetDisplayInfo().GetText(), row.onDisk);
+        if (row.repair) continue;
+        table.SetValue(0, 0, TOCValue(row.given, row.encoding));
+        EXPECT_EQ(Streamed(table, false), Streamed(back, false));
+    }
+}
+
+TEST(TOC, WhatIsNotThereIsReportedAndChangesNothing)
+{
+    const AssertRecorder reports;
+    TOC table;
+    Read(table, Framed(cSmallBody));
+    const Bytes before = Streamed(table, false);
+    Cmn_UInt32 offset = 77;
+    for (const auto& [entry, value] : {
+             std::pair(-1, 0), {2, 0 },
+               {0, -1},
+               {0, 2 }
+    })
+    {
+        table.AddOffset(entry, value, 1);
+        table.Invalidate(entry, value);
+        table.SetValue(entry, value, TOCValue("x"));
+        EXPECT_FALSE(table.GetFirstOffset(entry, value, offset));
+        EXPECT_FALSE(table.HasOffset(entry, value, 64));
+        EXPECT_EQ(table.GetValue(entry, value).GetDisplayInfo().GetText(), "");
+        EXPECT_EQ(reports.Take().size(), 6u);
+    }
+    EXPECT_EQ(table.GetNumValues(2) + table.IsList(-1), 0);
+    EXPECT_EQ(table.GetInOrder(2), TOC::cNone);
+    EXPECT_EQ(reports.Take().size(), 3u);
+    // A chain that no reader takes does not get in.
+    PlainValue chain;
+    chain.plains = FF_Document::Location::cMaxChain;
+    EXPECT_THROW(table.SetValue(0, 0, chain.Make()), Sys_StreamWriteException);
+    EXPECT_EQ(offset, 77u);
+    EXPECT_EQ(Streamed(table, false), before);
+}
+
+} // namespace
