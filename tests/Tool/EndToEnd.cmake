@@ -1,4 +1,4 @@
-# Runs the real command: cmake -DKORA=… -DEMULATOR=… -DSONGS=… -DDATA=… -DWORK=… -P EndToEnd.cmake
+# Runs the real command: cmake -DKORA=… -DEMULATOR=… -DSONGS=… -DDATA=… -DPICTURES=… -DWORK=… -P EndToEnd.cmake
 # The bytes that come out are compared, so that both platforms print the same.
 file(REMOVE_RECURSE "${WORK}")
 file(MAKE_DIRECTORY "${WORK}")
@@ -38,6 +38,43 @@ file(WRITE "${WORK}/bars" "1|1|0\r\n10|1|0\n")
 run_kora(0 bars converted err convert "Früh 光.mid" --from bars --to ticks,bars ${settings})
 expect_text(converted "1000000000000\t1|1|0\n1000028800000\t10|1|0\n")
 expect_text(err "")
+
+run_kora(0 nothing plot.svg err plot first-light.mid)
+expect_same("${WORK}/plot.svg" "${PICTURES}/first-light.svg")
+run_kora(0 nothing out err plot first-light.mid -o "图.svg")
+expect_same("${WORK}/图.svg" "${PICTURES}/first-light.svg")
+
+# Documents: an unmasked one has the same bytes on both platforms, and a masked one shows the same song.
+run_kora(0 nothing saved err save first-light.mid first-light.kora ${settings})
+expect_text(saved "first-light.kora: 4 streams, 1583 bytes, not scrambled\n")
+expect_same("${WORK}/first-light.kora" "${DATA}/first-light.kora")
+run_kora(0 nothing song.txt err song first-light.kora)
+file(READ "${WORK}/song.txt" text)
+string(REPLACE "first-light.kora" "first-light.mid" text "${text}")
+file(WRITE "${WORK}/song.txt" "${text}")
+expect_same("${WORK}/song.txt" "${DATA}/first-light.txt")
+run_kora(0 nothing info err info first-light.kora)
+expect_same("${WORK}/info" "${DATA}/first-light.info.txt")
+run_kora(0 nothing plain.xml err xml first-light.kora)
+run_kora(0 nothing saved err save first-light.kora "Früh 光.kora" --scramble 5)
+run_kora(0 nothing masked.xml err xml "Früh 光.kora")
+expect_same("${WORK}/masked.xml" "${WORK}/plain.xml")
+run_kora(0 nothing check err check "Früh 光.kora")
+expect_text(check "Früh 光.kora: good, 4 streams\n")
+run_kora(0 nothing saved err save "Früh 光.kora" "Früh 光.kora") # over itself
+expect_same("${WORK}/Früh 光.kora" "${DATA}/first-light.kora")
+
+# Its first 1300 bytes: the meter map and the tempo map are whole, the key map is not.
+file(COPY "${DATA}/cut.kora" DESTINATION "${WORK}")
+run_kora(1 nothing out err check cut.kora)
+expect_text(err "kora: cut.kora: byte 45: expected a TOC offset from 49 to 1299, found 1355; and 1 more fault (--all)\n")
+run_kora(0 nothing repaired err repair cut.kora fixed.kora)
+expect_text(err "")
+run_kora(0 nothing check err check fixed.kora)
+expect_text(check "fixed.kora: good, 2 streams\n")
+run_kora(2 nothing out err repair cut.kora cut.kora)
+run_kora(1 nothing out err info "光.kora")
+expect_text(err "kora: 光.kora: no such file\n")
 
 file(WRITE "${WORK}/bad" "10\n20\nten\n")
 run_kora(1 bad out err convert - --from ticks --to bars)
