@@ -131,10 +131,11 @@ private:
                     Cmn_Int32 iValue)
     {
         const FF_Document::TOCValue value = iTOC.GetValue(iEntry, iValue);
-        if (value.GetLocal() == nullptr) return;
+        const FF_Document::LocalLocation* const local = FF_FindLocal(value);
+        if (local == nullptr) return;
         const FF_Document::TOCKey key = iTOC.GetKey(iEntry);
         const bool isItem = iValue > 0 && iTOC.IsList(iEntry);
-        for (const Cmn_UInt32 offset : value.GetLocal()->GetOffsets()) {
+        for (const Cmn_UInt32 offset : local->GetOffsets()) {
             const Cmn_Int32 node = iWalk.Find(offset);
             if (isItem ? iWalk.FitsItem(offset, key) : node != FF_StreamWalk::cNone && iWalk.Fits(node, key))
                 continue;

@@ -82,9 +82,8 @@ private:
         mLentAt = iPosition;
         for (TOC::Entry entry = 0; entry < mLent.GetNumKeys(); ++entry)
             for (Cmn_Int32 i = 0; i < mLent.GetNumValues(entry); ++i)
-                if (const Value value = mLent.GetValue(entry, i); value.GetLocal() != nullptr)
-                    for (const Cmn_UInt32 offset : value.GetLocal()->GetOffsets())
-                        mKnown.insert(offset);
+                for (const Cmn_UInt32 offset : OffsetsOf(mLent.GetValue(entry, i)))
+                    mKnown.insert(offset);
         return true;
     }
 
@@ -175,6 +174,12 @@ private:
             LendEntry(entry);
     }
 
+    static std::vector<Cmn_UInt32> OffsetsOf(const Value& iValue)
+    {
+        const FF_Document::LocalLocation* const local = FF_FindLocal(iValue);
+        return local == nullptr ? std::vector<Cmn_UInt32>() : local->GetOffsets();
+    }
+
     void LendEntry(TOC::Entry iEntry)
     {
         const Key key = mLent.GetKey(iEntry);
@@ -184,10 +189,9 @@ private:
         for (Cmn_Int32 i = 0; i < mLent.GetNumValues(iEntry); ++i) {
             const bool isItem = i > 0 && mLent.IsList(iEntry);
             const Value old = mLent.GetValue(iEntry, i);
-            const std::size_t numOld = old.GetLocal() == nullptr ? 0 : old.GetLocal()->GetOffsets().size();
-            values.push_back(numOld == 0 ? old : Moved(old, key, isItem ? i - 1 : cNotAnItem));
-            hadPieces = hadPieces || numOld > 0;
-            hasPieces = hasPieces || (numOld > 0 && values.back().GetLocal() != nullptr);
+            values.push_back(Moved(old, key, isItem ? i - 1 : cNotAnItem));
+            hadPieces = hadPieces || !OffsetsOf(old).empty();
+            hasPieces = hasPieces || !OffsetsOf(values.back()).empty();
         }
         if (hadPieces && !hasPieces) return;
         TOC& toc = mDocument.GetTOC();
@@ -198,18 +202,15 @@ private:
         }
     }
 
-    // The value with the places that its pieces have now; invalid when none is left.
+    // The value with the places that its pieces have now; invalid when it had some and none is left.
     Value Moved(const Value& iOld, const Key& iKey, Cmn_Int32 iItem)
     {
-        auto location = std::make_unique<FF_Document::LocalLocation>();
-        for (const Cmn_UInt32 offset : iOld.GetLocal()->GetOffsets()) {
-            const Cmn_Int64 place = NewPlace(offset);
-            const Cmn_Int32 node = mWalk.Find(offset);
-            // Headers around it may be gone: the table knows better what it was in.
-            const bool isRight = iItem != cNotAnItem || (node != Walk::cNone && mWalk.GetNode(node).isWhole &&
-                                                         mWalk.HasTypeOf(node, iKey));
-            if (place != cNoPlace && isRight) {
-                location->AddOffset(static_cast<Cmn_UInt32>(place));
+        const std::vector<Cmn_UInt32> old = OffsetsOf(iOld);
+        if (old.empty()) return iOld;
+        auto local = std::make_unique<FF_Document::LocalLocation>();
+        for (const Cmn_UInt32 offset : old) {
+            if (IsThere(offset, iKey, iItem)) {
+                local->AddOffset(static_cast<Cmn_UInt32>(NewPlace(offset)));
                 mRegistered.insert(offset);
                 continue;
             }
@@ -217,10 +218,28 @@ private:
             AddLost(offset, "expected " + item + "stream " + iKey.Dump() + " \"" +
                                 iOld.GetDisplayInfo().GetText() + "\", found nothing whole");
         }
-        const bool isLost = location->GetOffsets().empty();
-        Value value(std::move(location), iOld.GetDisplayInfo().Clone(), iOld.GetIndexInfo().Clone());
+        const bool isLost = local->GetOffsets().empty();
+        // What stood before it in the chain says nothing but that it follows.
+        std::unique_ptr<FF_Document::Location> chain = std::move(local);
+        for (const FF_Document::Location* at = &iOld.GetLocation(); at->GetNext() != nullptr;
+             at = at->GetNext()) {
+            auto before = std::make_unique<FF_Document::Location>();
+            before->SetNext(std::move(chain));
+            chain = std::move(before);
+        }
+        Value value(std::move(chain), iOld.GetDisplayInfo().Clone(), iOld.GetIndexInfo().Clone());
         if (isLost) value.Invalidate();
         return value;
+    }
+
+    // Whether what the old table says of a place holds for what was taken. Headers around it may be gone: the table knows
+    // better what it was in.
+    bool IsThere(Cmn_Int64 iOffset, const Key& iKey, Cmn_Int32 iItem) const
+    {
+        if (NewPlace(iOffset) == cNoPlace) return false;
+        if (iItem != cNotAnItem) return true;
+        const Cmn_Int32 node = mWalk.Find(iOffset);
+        return node != Walk::cNone && mWalk.GetNode(node).isWhole && mWalk.HasTypeOf(node, iKey);
     }
 
     Contexts WithNewParents(Contexts iContexts) const

@@ -3,6 +3,7 @@
 #include "Bastel/Cmn/Cmn_Assert.h"
 #include "Bastel/Sys/Sys_Crc32C.h"
 #include "Bastel/Sys/Sys_StdStreamHeader_p.h"
+#include "Kora/FF/FF_Document_TOCValue.h"
 
 #include <algorithm>
 #include <cstring>
@@ -283,12 +284,18 @@ bool FF_StreamWalk::HasTypeOf(Cmn_Int32 iNode, const FF_Document::TOCKey& iKey) 
 
 bool FF_StreamWalk::Fits(Cmn_Int32 iNode, const FF_Document::TOCKey& iKey) const
 {
-    const std::vector<FF_Document::Context>& key = iKey.GetContexts();
     if (!HasTypeOf(iNode, iKey)) return false;
-    const std::vector<FF_Document::Context> path = GetPath(iNode);
-    if (path.size() > key.size()) return false;
-    // The innermost levels have no item open, whatever their own list index is.
-    return std::equal(path.rbegin() + 1, path.rend(), key.rbegin() + 1);
+    // From the inside out. The innermost level has no item open, whatever its own list index is.
+    const std::vector<FF_Document::Context>& key = iKey.GetContexts();
+    auto level = key.rbegin() + 1;
+    Cmn_UInt32 item = 0;
+    for (Cmn_Int32 node = GetDocumentParent(iNode, item); node != cNone; ++level) {
+        if (level == key.rend() || GetNode(node).streamType != level->GetStreamType() ||
+            static_cast<Cmn_Int32>(item) != level->GetListIndex())
+            return false;
+        node = GetDocumentParent(node, item);
+    }
+    return true;
 }
 
 bool FF_StreamWalk::FitsItem(Cmn_Int64 iOffset, const FF_Document::TOCKey& iList) const
@@ -298,4 +305,12 @@ bool FF_StreamWalk::FitsItem(Cmn_Int64 iOffset, const FF_Document::TOCKey& iList
     while (around != cNone && !Fits(around, iList))
         around = GetNode(around).parent;
     return around != cNone;
+}
+
+const FF_Document::LocalLocation* FF_FindLocal(const FF_Document::TOCValue& iValue)
+{
+    const FF_Document::Location* last = &iValue.GetLocation();
+    while (last->GetNext() != nullptr)
+        last = last->GetNext();
+    return dynamic_cast<const FF_Document::LocalLocation*>(last);
 }

@@ -95,3 +95,6 @@ private:
     struct Pass;
     std::vector<Node> mNodes;
 };
+
+// The places in this file that a value of a table names, wherever in its chain of locations; null where there are none.
+const FF_Document::LocalLocation* FF_FindLocal(const FF_Document::TOCValue& iValue);

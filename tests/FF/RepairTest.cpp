@@ -258,6 +258,15 @@ TEST_F(RepairTest, AnOldTableLendsPiecesItemsAndStates)
         for (int i = 0; i < 3; ++i)
             Write(ioDocument, 7, i);
         Write(ioDocument, 8, 0);
+        auto chain = std::make_unique<FF_Document::Location>();
+        auto local = std::make_unique<FF_Document::LocalLocation>();
+        local->AddOffset(145);
+        chain->SetNext(std::move(local));
+        const FF_Document::TOCValue value("moved");
+        FF_Document::TOC& toc = ioDocument.GetTOC();
+        toc.AddValue(toc.Find(Key(8)), "");
+        toc.SetValue(toc.Find(Key(8)), 1,
+                     {std::move(chain), value.GetDisplayInfo().Clone(), value.GetIndexInfo().Clone()});
         ioDocument.InvalidateKey(Key(8), 0);
         Sys_TypedOutStream out = ioDocument.MakeTypedOutStream();
         FF_Document::AddTOCEntry(&ioDocument, static_cast<Cmn_UInt64>(out.GetPosition()), 9, "list");
@@ -289,13 +298,14 @@ TEST_F(RepairTest, AnOldTableLendsPiecesItemsAndStates)
             "49: expected whole streams, found in 32 bytes: stream 7 with a wrong body sum\n";
         if (hasTable) {
             EXPECT_EQ(lost, stretch + "49: expected stream 7 \"a number\", found nothing whole\n");
-            EXPECT_EQ(repaired.GetTOC().Dump(), "7  [49, 81]  a number\n8  Invalid  a number\n"
-                                                "9  [145]  list\n9 #1  [177]  plain\n9 #2  [181]  plain\n");
+            EXPECT_EQ(repaired.GetTOC().Dump(),
+                      "7  [49, 81]  a number\n8  Invalid  a number\n8 #1  [113]  moved\n"
+                      "9  [145]  list\n9 #1  [177]  plain\n9 #2  [181]  plain\n");
         } else {
             EXPECT_EQ(lost,
                       stretch +
                           "203: expected 2 items of stream 9, found 0 with a header of their own\n"
-                          "217: expected whole streams, found in 216 bytes: the table of contents with a "
+                          "217: expected whole streams, found in 243 bytes: the table of contents with a "
                           "wrong body sum\n");
             EXPECT_EQ(repaired.GetTOC().Dump(), "7  [49, 81]  \n8  [113]  \n9  [145]  \n");
         }
