@@ -44,7 +44,7 @@ protected:
         FF_StreamHeaderReader header(&ioDocument, in, iType);
         return in.ReadInt32();
     }
-    // The message of what the call throws, 0 when it throws nothing.
+    // The message of what the call throws, which names the file; 0 when it throws nothing.
     template <class Call>
     static int MessageOf(const Call& iCall)
     {
@@ -57,12 +57,12 @@ protected:
         return 0;
     }
     // The words of the reports so far.
-    std::vector<std::string> TakeReports()
+    std::string TakeReports()
     {
-        std::vector<std::string> reports = mAsserts.Take();
-        for (std::string& report : reports)
-            report.erase(report.find(Cmn_Assert::cSeparator));
-        return reports;
+        std::string words;
+        for (const std::string& report : mAsserts.Take())
+            words += (words.empty() ? "" : " | ") + report.substr(0, report.find(Cmn_Assert::cSeparator));
+        return words;
     }
 
     MemoryFileSystem mFiles;

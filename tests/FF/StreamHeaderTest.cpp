@@ -1,0 +1,225 @@
+#include "FF/StDocument.h"
+
+namespace {
+
+using Key = FF_Document::TOCKey;
+using Context = FF_Document::Context;
+using Reader = FF_StreamHeaderReader;
+using StreamHeaderTest = StDocument;
+
+constexpr Cmn_Int16 cList = 4;
+constexpr Cmn_Int16 cItem = 5;
+constexpr Cmn_Int16 cAfter = 6;
+
+// A list of three numbers, and a number behind it.
+void WriteList(FF_Document* iDocument, Sys_TypedOutStream& ioOut)
+{
+    FF_Document::AddTOCEntry(iDocument, static_cast<Cmn_UInt64>(ioOut.GetPosition()), cList, "list");
+    {
+        FF_StreamHeaderWriter header(iDocument, ioOut, cList, 1);
+        FF_StreamListWriter list(iDocument, ioOut, 3);
+        for (Cmn_Int32 i = 0; i < 3; ++i) {
+            list.AddListEntry(i, "item");
+            const FF_StreamHeaderWriter item(iDocument, ioOut, cItem, 1);
+            ioOut.WriteInt32(10 + i);
+        }
+    }
+    FF_Document::AddTOCEntry(iDocument, static_cast<Cmn_UInt64>(ioOut.GetPosition()), cAfter, "after");
+    const FF_StreamHeaderWriter after(iDocument, ioOut, cAfter, 1);
+    ioOut.WriteInt32(99);
+}
+
+TEST_F(StreamHeaderTest, ThreeItemsAreOneTwoThree)
+{
+    FF_Document document = Document();
+    document.Open(Sys_Store::eOpenFlag_New);
+    Sys_TypedOutStream out = document.MakeTypedOutStream();
+    const Cmn_Int64 start = out.GetPosition();
+    {
+        const FF_StreamHeaderWriter header(&document, out, cList, 1);
+        {
+            FF_StreamListWriter list(&document, out, 3);
+            for (Cmn_Int32 i = 0; i < 3; ++i) {
+                list.AddListEntry(i, "item");
+                EXPECT_EQ(document.GetCurrentContext().back().GetListIndex(), i + 1);
+                out.WriteUInt8(0); // an item needs no header
+            }
+            list.AddListEntry(4, "one too far");
+            EXPECT_EQ(TakeReports(), "iListIndex <= (Cmn_Int32)values.size()");
+        }
+        EXPECT_EQ(document.GetCurrentContext().back().GetListIndex(), 0);
+    }
+    const FF_Document::TOC& toc = document.GetTOC();
+    const auto entry = toc.Find(Key(cList));
+    ASSERT_EQ(toc.GetNumValues(entry), 4) << document.Dump();
+    EXPECT_TRUE(toc.IsList(entry));
+    for (Cmn_Int32 i = 0; i < 4; ++i) // the list itself, then its items behind header, type and count
+        EXPECT_TRUE(toc.HasOffset(entry, i, static_cast<Cmn_UInt32>(start + (i == 0 ? 0 : 26 + 2 + 4 + i - 1))));
+}
+
+TEST_F(StreamHeaderTest, TheBytesAreTheSameWithAndWithoutDocument)
+{
+    Bytes streams[2];
+    for (const bool isNull : {false, true}) {
+        FF_Document document = Document();
+        document.Open(Sys_Store::eOpenFlag_New);
+        Sys_TypedOutStream out = document.MakeTypedOutStream();
+        WriteList(isNull ? nullptr : &document, out);
+        EXPECT_EQ(document.GetTOC().GetNumKeys(), isNull ? 0 : 2);
+        document.Flush();
+        const Bytes bytes = FileBytes();
+        streams[isNull] = Bytes(bytes.begin() + 49, bytes.begin() + document.GetTOCOffset());
+    }
+    EXPECT_EQ(streams[0], streams[1]);
+}
+
+TEST_F(StreamHeaderTest, TypesThatDocumentsKeepAreRefused)
+{
+    FF_Document document = Document();
+    document.Open(Sys_Store::eOpenFlag_New);
+    Sys_TypedOutStream out = document.MakeTypedOutStream();
+    const Cmn_Int64 start = out.GetPosition();
+    for (const Cmn_Int16 type : {0, 2})
+        EXPECT_THROW(FF_StreamHeaderWriter(&document, out, type, 1), Sys_StreamWriteException);
+    EXPECT_TRUE(out.GetPosition() == start && document.GetCurrentContext().empty());
+}
+
+TEST_F(StreamHeaderTest, TheNextTypeLeavesThePositionAndNoticesDamage)
+{
+    FF_Document document = Document();
+    document.Open(Sys_Store::eOpenFlag_New);
+    Write(document, 7, 77);
+    document.Flush();
+    document.Close();
+    for (const bool isDamaged : {false, true}) {
+        if (isDamaged) {
+            Bytes bytes = FileBytes();
+            bytes[49 + 26 + 2] ^= 1; // of the number
+            mFiles.SetBytes(cPath, bytes);
+        }
+        document.Open(Sys_Store::eOpenFlag_Read);
+        Sys_TypedInStream in = document.MakeTypedInStream();
+        EXPECT_TRUE(document.SeekToStream(Key(7), in));
+        const Cmn_Int64 position = in.GetPosition();
+        Cmn_Int16 type = 0;
+        try {
+            type = Reader::GetNextStreamType(in);
+        } catch (const Sys_StreamReadException&) {
+        }
+        EXPECT_EQ(type, isDamaged ? 0 : 7);
+        EXPECT_EQ(in.GetPosition(), position);
+        EXPECT_EQ(MessageOf([&] { Reader(&document, in, 8); }),
+                  isDamaged ? Cmn_eMessage_ReadError : Cmn_eMessage_UnexpectedStreamType);
+        in.SetPosition(position);
+        EXPECT_EQ(MessageOf([&] { Reader(&document, in, 7).CheckVersion(2, 3); }),
+                  isDamaged ? Cmn_eMessage_ReadError : Cmn_eMessage_DocumentTooOld);
+        EXPECT_TRUE(document.GetCurrentContext().empty());
+        document.Close();
+    }
+}
+
+// Stream 7 is written in place with 70, behind an outermost stream 8; what is registered of it varies.
+TEST_F(StreamHeaderTest, ReadersGoWhereTheTableSends)
+{
+    enum ERegistered { eNone, eHere, eElsewhere, eHereAndElsewhere, eInvalid };
+    // clang-format off
+    const struct { const char* name; ERegistered registered; Reader::EUseExtendedTOC use; bool stay; Cmn_Int32 number; } rows[] = {
+        {"not registered",              eNone,             Reader::eUseExtendedTOC,    false, 70},
+        {"registered in place",         eHere,             Reader::eUseExtendedTOC,    false, 70},
+        {"written anew",                eElsewhere,        Reader::eUseExtendedTOC,    false, 71},
+        {"asked to stay",               eElsewhere,        Reader::eUseExtendedTOC,    true,  70},
+        {"the table is not asked",      eElsewhere,        Reader::eIgnoreExtendedTOC, false, 70},
+        {"one of its pieces",           eHereAndElsewhere, Reader::eUseExtendedTOC,    false, 70},
+        {"no longer valid",             eInvalid,          Reader::eUseExtendedTOC,    false, -1},
+        {"no longer valid, staying",    eInvalid,          Reader::eUseExtendedTOC,    true,  -1},
+        {"no longer valid, not asked",  eInvalid,          Reader::eIgnoreExtendedTOC, false, 70},
+    };
+    // clang-format on
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        FF_Document document = Document();
+        document.Open(Sys_Store::eOpenFlag_New);
+        Sys_TypedOutStream out = document.MakeTypedOutStream();
+        const auto number = [&](Cmn_Int32 iNumber) {
+            const auto start = static_cast<Cmn_UInt64>(out.GetPosition());
+            const FF_StreamHeaderWriter header(&document, out, 7, 1);
+            out.WriteInt32(iNumber);
+            return start;
+        };
+        const std::uint64_t here = number(70);
+        Write(document, 8, 80);
+        const std::uint64_t elsewhere = number(71);
+        const std::uint64_t offsets[] = {elsewhere, here};
+        const bool isHere = row.registered == eHere || row.registered == eHereAndElsewhere;
+        if (row.registered != eNone) document.AddTOCEntry(Key(7), 0, offsets[row.registered == eHere], "7");
+        if (isHere) document.AddTOCEntry(Key(7), 0, here, "7");
+        if (row.registered == eInvalid) document.InvalidateKey(Key(7), 0);
+        document.Flush();
+
+        Sys_TypedInStream in = document.MakeTypedInStream();
+        in.SetPosition(static_cast<Cmn_Int64>(here));
+        Cmn_Int32 found = -1;
+        try {
+            const Reader header(&document, in, 7, row.use, row.stay);
+            EXPECT_EQ(Key(document.GetCurrentContext()), Key(7));
+            EXPECT_EQ(header.IsRedirected(), row.number == 71);
+            found = in.ReadInt32();
+            EXPECT_FALSE(header.IsMoreLeft());
+        } catch (const FF_Document::InvalidContextException& exception) {
+            EXPECT_EQ(exception.GetOffset(), static_cast<Cmn_Int64>(here));
+            in.SetPosition(static_cast<Cmn_Int64>(here) + 26 + 2 + 4);
+        }
+        EXPECT_EQ(found, row.number);
+        EXPECT_TRUE(document.GetCurrentContext().empty());
+        EXPECT_EQ(Reader::GetNextStreamType(in), 8) << "the input stands behind the one in place";
+    }
+}
+
+TEST_F(StreamHeaderTest, ItemsAreFoundByTableAndByWalk)
+{
+    FF_Document document = Document();
+    document.Open(Sys_Store::eOpenFlag_New);
+    Sys_TypedOutStream out = document.MakeTypedOutStream();
+    WriteList(&document, out);
+    document.InvalidateKey(Key(cList), 2);
+    document.Flush();
+    enum EFound : Cmn_Int32 { eThrows = -1, eReports = -2 };
+    // clang-format off
+    const struct { const char* name; bool hasDocument; Reader::EUseExtendedTOC use; Cmn_Int32 item; Cmn_Int32 found; } rows[] = {
+        {"by the table",                true,  Reader::eUseExtendedTOC,     2, 12},
+        {"an invalid one",              true,  Reader::eUseExtendedTOC,     1, eThrows},
+        {"as many as there are",        true,  Reader::eUseExtendedTOC,     3, eThrows},
+        {"one more",                    true,  Reader::eUseExtendedTOC,     4, eReports},
+        {"the list itself is no item",  true,  Reader::eUseExtendedTOC,    -1, eThrows},
+        {"a walk asks no table",        true,  Reader::eIgnoreExtendedTOC,  1, 11},
+        {"a walk without document",     false, Reader::eUseExtendedTOC,     2, 12},
+        {"a walk past the last",        false, Reader::eUseExtendedTOC,     3, eThrows},
+        {"a walk before the first",     false, Reader::eUseExtendedTOC,    -1, eThrows},
+    };
+    // clang-format on
+    Sys_TypedInStream in = document.MakeTypedInStream();
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        EXPECT_TRUE(document.SeekToStream(Key(cList), in));
+        FF_Document* const with = row.hasDocument ? &document : nullptr;
+        Cmn_Int32 found = eThrows;
+        {
+            const Reader header(with, in, cList, row.use);
+            FF_StreamListReader list(with, in);
+            EXPECT_EQ(list.GetNumItems(), 3);
+            try {
+                list.SeekToListEntry(row.item);
+                found = eReports;
+                EXPECT_EQ(list.GetCurrentItem(), row.found == eReports ? -1 : row.item);
+                if (row.found != eReports) found = (Reader(with, in, cItem), in.ReadInt32());
+            } catch (const FF_Document::InvalidContextException&) {
+                EXPECT_EQ(list.GetCurrentItem(), -1);
+            }
+        }
+        EXPECT_EQ(TakeReports(), row.found == eReports ? "iListIndex <= (Cmn_Int32)values.size()" : "");
+        EXPECT_EQ(found, row.found);
+        EXPECT_EQ(Reader::GetNextStreamType(in), cAfter);
+    }
+}
+
+} // namespace
