@@ -37,6 +37,7 @@ public:
     // Most bytes that one read takes beyond what was asked for; at least cFirstRead.
     void SetReadAhead(std::size_t iBytes);
     std::size_t GetReadAhead() const { return mReadAhead; }
+    void Explain(Cmn_Exception& ioException) const override;
 
 protected:
     // Called on every buffer after it is read, with the position of its first byte. Does nothing here.

@@ -185,6 +185,12 @@ void Sys_FileBasedOutStream::Flush()
     throw exception;
 }
 
+void Sys_FileBasedOutStream::Explain(Cmn_Exception& ioException) const
+{
+    ioException.SetFile(mFile.GetFileLoc().GetPath());
+    ioException.SetOSError(mFile.GetLastError());
+}
+
 bool Sys_FileBasedOutStream::Drain()
 {
     if (mFill == 0) return true;

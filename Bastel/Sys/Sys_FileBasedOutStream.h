@@ -50,6 +50,7 @@ public:
     // Writes the buffer to the file. Throws Sys_StreamWriteException with the file where that fails, and once after
     // RememberFailure; the next Flush tries again.
     void Flush();
+    void Explain(Cmn_Exception& ioException) const override;
 
 protected:
     // Called on a copy of every buffer before it is written, with the position of its first byte. Does nothing here.

@@ -4,6 +4,7 @@
 #include "Bastel/Cmn/Cmn_Exception.h"
 #include "Bastel/Sys/Sys_Crc32C.h"
 #include "Bastel/Sys/Sys_StdStreamHeader_p.h"
+#include "Bastel/Sys/Sys_StreamThrow_p.h"
 
 #include <algorithm>
 
@@ -172,7 +173,8 @@ void Sys_StdStreamHeaderWriter::PatchSize()
     if (!Cmn_ASSERT(!open.IsEmpty() && open.GetStart() == mStart))
         return; // headers close from the inside out
     const Cmn_Int64 size = mStream.GetPosition() - mBlock - Fields::cBlockSize;
-    if (size < 0 || size >= Cmn_Int64{Fields::cUnknownSize}) throw Sys_StreamWriteException(mStart);
+    if (size < 0 || size >= Cmn_Int64{Fields::cUnknownSize})
+        Sys_ThrowFrom<Sys_StreamWriteException>(mStream.GetStream(), mStart);
 
     stream.UpdateSums();
     Fields fields;
@@ -187,7 +189,8 @@ void Sys_StdStreamHeaderWriter::PatchSize()
     Fields::Bytes bytes;
     const std::size_t headerSize = fields.ToBytes(mStream.IsSwapped(), bytes);
     const Cmn_UInt8* const block = bytes.data() + headerSize - Fields::cBlockSize;
-    if (!stream.PatchHeader(mBlock, block, Fields::cBlockSize)) throw Sys_StreamWriteException(mStart);
+    if (!stream.PatchHeader(mBlock, block, Fields::cBlockSize))
+        Sys_ThrowFrom<Sys_StreamWriteException>(mStream.GetStream(), mStart);
     if (stream.HasSums())
         open.Close(bytes.data(), headerSize, fields.bodySize);
     else
@@ -201,11 +204,11 @@ Sys_StdStreamHeaderReader::Sys_StdStreamHeaderReader(Sys_TypedInStream& iStream,
     const Cmn_Int64 start = mStream.GetPosition();
     // The name first: bytes that hold something else are refused for that, not for what follows.
     if (PeekName(mStream) != iName || !Peek(mStream, mInfo) || !mInfo.isComplete)
-        throw Sys_StreamReadException(start);
+        Sys_ThrowFrom<Sys_StreamReadException>(mStream.GetStream(), start);
     Sys_InStream& stream = mStream.GetStream();
     if (mInfo.hasSums && !stream.IsVerified(mInfo.body, mInfo.end)) {
         if (stream.SumOf(mInfo.body, mInfo.end - mInfo.body) != mInfo.bodySum)
-            throw Sys_StreamReadException(mInfo.body);
+            Sys_ThrowFrom<Sys_StreamReadException>(mStream.GetStream(), mInfo.body);
         stream.SetVerified(mInfo.start, mInfo.end);
     }
     mStream.SetPosition(mInfo.body);
@@ -213,8 +216,8 @@ Sys_StdStreamHeaderReader::Sys_StdStreamHeaderReader(Sys_TypedInStream& iStream,
 
 void Sys_StdStreamHeaderReader::CheckVersion(Cmn_Int16 iMin, Cmn_Int16 iMax) const
 {
-    if (mInfo.version < iMin) throw Cmn_DocumentTooOldException(mInfo.start);
-    if (mInfo.version > iMax) throw Cmn_DocumentTooNewException(mInfo.start);
+    if (mInfo.version < iMin) Sys_ThrowFrom<Cmn_DocumentTooOldException>(mStream.GetStream(), mInfo.start);
+    if (mInfo.version > iMax) Sys_ThrowFrom<Cmn_DocumentTooNewException>(mStream.GetStream(), mInfo.start);
 }
 
 void Sys_StdStreamHeaderReader::SkipTheRest() { mStream.SetPosition(mInfo.end); }

@@ -34,6 +34,10 @@ Cmn_UInt32 Sys_InStream::SumOf(Cmn_Int64 iFrom, Cmn_Int64 iCount)
     return sum;
 }
 
+// Memory has no name, and no system that could fail.
+void Sys_InStream::Explain(Cmn_Exception&) const {}
+void Sys_OutStream::Explain(Cmn_Exception&) const {}
+
 // Memory keeps what was written: the header says that it is not complete.
 void Sys_OutStream::TakeBack(Cmn_Int64) {}
 

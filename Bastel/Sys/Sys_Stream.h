@@ -14,6 +14,8 @@
 #include <span>
 #include <vector>
 
+class Cmn_Exception;
+
 class KORA_API Sys_InStream
 {
 public:
@@ -30,6 +32,9 @@ public:
     // CRC-32C of the iCount bytes from iFrom on; the position stays. Throws Sys_StreamReadException where they cannot be
     // read.
     virtual Cmn_UInt32 SumOf(Cmn_Int64 iFrom, Cmn_Int64 iCount);
+
+    // Adds to an exception about the stream what it knows of itself: the file, and the system's reason where there is one.
+    virtual void Explain(Cmn_Exception& ioException) const;
 
     // The stretch whose bytes were last found right by their sum: headers inside it need no pass of their own.
     bool IsVerified(Cmn_Int64 iBegin, Cmn_Int64 iEnd) const
@@ -81,6 +86,8 @@ public:
     virtual void TakeBack(Cmn_Int64 iStart);
     // A write failed where no exception could be let out: the next Write takes nothing, the next flush throws.
     virtual void RememberFailure() {}
+    // As Sys_InStream::Explain.
+    virtual void Explain(Cmn_Exception& ioException) const;
 
 private:
     Sys_OpenHeaders mOpenHeaders;

@@ -1,7 +1,7 @@
 #include "Bastel/Sys/Sys_TypedStream.h"
 
-#include "Bastel/Cmn/Cmn_Exception.h"
 #include "Bastel/Cmn/Cmn_Utf8.h"
+#include "Bastel/Sys/Sys_StreamThrow_p.h"
 
 #include <array>
 #include <bit>
@@ -61,7 +61,7 @@ bool Sys_TypedInStream::ReadBool()
 {
     const Cmn_Int64 at = GetPosition();
     const Cmn_UInt8 value = ReadUInt8();
-    if (value > 1) throw Sys_StreamReadException(at);
+    if (value > 1) Sys_ThrowFrom<Sys_StreamReadException>(mStream, at);
     return value == 1;
 }
 
@@ -78,7 +78,7 @@ std::string Sys_TypedInStream::ReadString()
     const Cmn_Int64 at = GetPosition();
     const Cmn_UInt32 count = ReadUInt32();
     // Checked before anything is allocated: a damaged count must not cost more than the stream holds.
-    if (Cmn_Int64{count} > GetBytesLeft()) throw Sys_StreamReadException(at);
+    if (Cmn_Int64{count} > GetBytesLeft()) Sys_ThrowFrom<Sys_StreamReadException>(mStream, at);
     std::string text(count, '\0');
     ReadBytes(text.data(), text.size());
     return mEncoding == eTextEncoding_Latin1 ? Latin1FromUtf8(text) : text;
@@ -87,7 +87,7 @@ std::string Sys_TypedInStream::ReadString()
 void Sys_TypedInStream::ReadBytes(void* oBytes, std::size_t iCount)
 {
     const Cmn_Int64 at = GetPosition();
-    if (mStream.Read(oBytes, iCount) != iCount) throw Sys_StreamReadException(at);
+    if (mStream.Read(oBytes, iCount) != iCount) Sys_ThrowFrom<Sys_StreamReadException>(mStream, at);
 }
 
 Sys_TypedOutStream::Sys_TypedOutStream(Sys_OutStream& iStream, bool iSwap, ETextEncoding iEncoding,
@@ -128,7 +128,8 @@ void Sys_TypedOutStream::WriteString(std::string_view iText)
         text = converted = Utf8FromLatin1(iText);
     else if (mRepairText)
         text = converted = RepairedUtf8(iText);
-    if (text.size() > std::numeric_limits<Cmn_UInt32>::max()) throw Sys_StreamWriteException(GetPosition());
+    if (text.size() > std::numeric_limits<Cmn_UInt32>::max())
+        Sys_ThrowFrom<Sys_StreamWriteException>(mStream, GetPosition());
     WriteUInt32(static_cast<Cmn_UInt32>(text.size()));
     WriteBytes(text.data(), text.size());
 }
@@ -136,5 +137,5 @@ void Sys_TypedOutStream::WriteString(std::string_view iText)
 void Sys_TypedOutStream::WriteBytes(const void* iBytes, std::size_t iCount)
 {
     const Cmn_Int64 at = GetPosition();
-    if (mStream.Write(iBytes, iCount) != iCount) throw Sys_StreamWriteException(at);
+    if (mStream.Write(iBytes, iCount) != iCount) Sys_ThrowFrom<Sys_StreamWriteException>(mStream, at);
 }

@@ -4,6 +4,7 @@
 #include "Bastel/Cmn/Cmn_Assert.h"
 #include "Bastel/Sys/Sys_Crc32C.h"
 #include "Bastel/Sys/Sys_StdStreamHeader_p.h"
+#include "Bastel/Sys/Sys_StreamThrow_p.h"
 #include "Kora/FF/FF_Document_TOC.h"
 #include "Kora/FF/FF_FileBasedEncrytpedStreams.h"
 
@@ -218,7 +219,7 @@ void FF_Document::ParseHeader(EOpenFlag iFlag)
     Cmn_UInt8 version = 0;
     ReadRaw(*mInFile, &version, 1);
     if (version != cFormatVersion) {
-        // Deliberate: the byte compares as a signed one, so that 128 to 255 are too old. Test: EveryVersionByte
+        // Deliberate: the byte compares as a signed one, so that 128 to 255 are too old. Test: EveryLeadingByte
         if (static_cast<signed char>(version) < cFormatVersion + 1) throw Cmn_DocumentTooOldException(0);
         throw Cmn_DocumentTooNewException(0);
     }
@@ -348,7 +349,7 @@ void FF_Document::PatchTOCOffset(Cmn_UInt32 iOffset)
         std::copy_n(header.data() + headerSize - Fields::cBlockSize, Fields::cBlockSize, patch.data());
     std::copy(offsetBytes.begin(), offsetBytes.end(), behindBlock);
     if (!mOutStream->Patch(mTOCOffsetPosition - Fields::cBlockSize, patch.data(), patch.size()))
-        throw Sys_StreamWriteException(mTOCOffsetPosition);
+        Sys_ThrowFrom<Sys_StreamWriteException>(*mOutStream, mTOCOffsetPosition);
 }
 
 void FF_Document::SetSizeLimit(Cmn_Int64 iBytes)

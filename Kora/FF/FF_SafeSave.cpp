@@ -53,8 +53,12 @@ void FF_SafeSave::Commit()
     if (!Cmn_ASSERT(!mCommitted)) return;
     if (!mIsWritten) {
         // Nobody reads the file before it has its name, so table and header go to the disk in one wait.
-        if (!mDocument->FlushTOC(FF_Document::eReaders_None))
-            throw Sys_StreamWriteException(); // what is not complete must not take the old one's place
+        if (!mDocument->FlushTOC(FF_Document::eReaders_None)) {
+            // What is not complete must not take the old one's place.
+            Sys_StreamWriteException exception;
+            exception.SetFile(mTarget);
+            throw exception;
+        }
         mDocument->Close();
         mIsWritten = true;
     }

@@ -146,12 +146,7 @@ Cmn_Int16 FF_StreamHeaderReader::GetVersion() const
 void FF_StreamHeaderReader::CheckVersion(Cmn_Int16 iMin, Cmn_Int16 iMax) const
 {
     if (mNested) return mNested->CheckVersion(iMin, iMax);
-    try {
-        mHeader->CheckVersion(iMin, iMax);
-    } catch (Cmn_Exception& exception) {
-        if (mDocument != nullptr) mDocument->Name(exception);
-        throw;
-    }
+    mHeader->CheckVersion(iMin, iMax);
 }
 
 bool FF_StreamHeaderReader::IsMoreLeft() const { return GetBytesLeft() > 0; }

@@ -37,7 +37,12 @@ Cmn_Int32 ReadMap(FF_Document& ioDocument, Cmn_Int16 iStreamType, T& oMap)
     if (!ioDocument.SeekToStream(FF_Document::TOCKey(iStreamType), in)) return 0;
     FF_StreamHeaderReader header(&ioDocument, in, iStreamType);
     header.CheckVersion(cVersion, cVersion);
-    oMap.StreamIn(in);
+    try {
+        oMap.StreamIn(in);
+    } catch (Cmn_Exception& exception) {
+        in.GetStream().Explain(exception);
+        throw;
+    }
     return 1;
 }
 

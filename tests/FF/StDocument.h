@@ -11,29 +11,27 @@
 
 #include <gtest/gtest.h>
 
-#include <string>
-
-// One document file in a file system of its own; every report of a broken precondition fails the test that did not take it.
+// One document file in a file system of its own; a report of a broken precondition that the test did not take fails it.
 class StDocument : public testing::Test
 {
 protected:
     using Bytes = MemoryFileSystem::Bytes;
     static constexpr char cPath[] = "/songs/take.kora";
 
-    ~StDocument() override { EXPECT_EQ(mAsserts.Take(), std::vector<std::string>()); }
+    ~StDocument() override { EXPECT_EQ(TakeReports(), ""); }
 
-    static FF_Document Document(EFF_EncryptionType iType = eFF_EncryptionType_None, const char* iPath = cPath)
-    {
-        return FF_Document(Sys_FileLoc(iPath), iType, eTextEncoding_Utf8, false);
-    }
     Bytes FileBytes() const { return mFiles.GetBytes(cPath); }
 
+    static FF_Document Document(int iType = 0, const char* iPath = cPath)
+    {
+        return {Sys_FileLoc(iPath), static_cast<EFF_EncryptionType>(iType), eTextEncoding_Utf8, false};
+    }
     // Registers and writes a stream that holds a number.
     static void Write(FF_Document& ioDocument, Cmn_Int16 iType, Cmn_Int32 iNumber)
     {
         Sys_TypedOutStream out = ioDocument.MakeTypedOutStream();
         FF_Document::AddTOCEntry(&ioDocument, static_cast<Cmn_UInt64>(out.GetPosition()), iType, "a number");
-        FF_StreamHeaderWriter header(&ioDocument, out, iType, 1);
+        const FF_StreamHeaderWriter header(&ioDocument, out, iType, 1);
         out.WriteInt32(iNumber);
     }
     // The number under the key, or -1 where the document does not have it.
@@ -41,7 +39,7 @@ protected:
     {
         Sys_TypedInStream in = ioDocument.MakeTypedInStream();
         if (!ioDocument.SeekToStream(FF_Document::TOCKey(iType), in)) return -1;
-        FF_StreamHeaderReader header(&ioDocument, in, iType);
+        const FF_StreamHeaderReader header(&ioDocument, in, iType);
         return in.ReadInt32();
     }
     // The message of what the call throws, which names the file; 0 when it throws nothing.

@@ -20,6 +20,7 @@ void WriteList(FF_Document* iDocument, Sys_TypedOutStream& ioOut)
         FF_StreamListWriter list(iDocument, ioOut, 3);
         for (Cmn_Int32 i = 0; i < 3; ++i) {
             list.AddListEntry(i, "item");
+            EXPECT_TRUE(iDocument == nullptr || iDocument->GetCurrentContext().back().GetListIndex() == i + 1);
             const FF_StreamHeaderWriter item(iDocument, ioOut, cItem, 1);
             ioOut.WriteInt32(10 + i);
         }
@@ -29,93 +30,28 @@ void WriteList(FF_Document* iDocument, Sys_TypedOutStream& ioOut)
     ioOut.WriteInt32(99);
 }
 
-TEST_F(StreamHeaderTest, ThreeItemsAreOneTwoThree)
-{
-    FF_Document document = Document();
-    document.Open(Sys_Store::eOpenFlag_New);
-    Sys_TypedOutStream out = document.MakeTypedOutStream();
-    const Cmn_Int64 start = out.GetPosition();
-    {
-        const FF_StreamHeaderWriter header(&document, out, cList, 1);
-        {
-            FF_StreamListWriter list(&document, out, 3);
-            for (Cmn_Int32 i = 0; i < 3; ++i) {
-                list.AddListEntry(i, "item");
-                EXPECT_EQ(document.GetCurrentContext().back().GetListIndex(), i + 1);
-                out.WriteUInt8(0); // an item needs no header
-            }
-            list.AddListEntry(4, "one too far");
-            EXPECT_EQ(TakeReports(), "iListIndex <= (Cmn_Int32)values.size()");
-        }
-        EXPECT_EQ(document.GetCurrentContext().back().GetListIndex(), 0);
-    }
-    const FF_Document::TOC& toc = document.GetTOC();
-    const auto entry = toc.Find(Key(cList));
-    ASSERT_EQ(toc.GetNumValues(entry), 4) << document.Dump();
-    EXPECT_TRUE(toc.IsList(entry));
-    for (Cmn_Int32 i = 0; i < 4; ++i) // the list itself, then its items behind header, type and count
-        EXPECT_TRUE(toc.HasOffset(entry, i, static_cast<Cmn_UInt32>(start + (i == 0 ? 0 : 26 + 2 + 4 + i - 1))));
-}
-
-TEST_F(StreamHeaderTest, TheBytesAreTheSameWithAndWithoutDocument)
+TEST_F(StreamHeaderTest, ThreeItemsAreOneTwoThreeAndTheBytesAreTheSameWithoutDocument)
 {
     Bytes streams[2];
-    for (const bool isNull : {false, true}) {
+    for (const bool hasDocument : {false, true}) {
         FF_Document document = Document();
         document.Open(Sys_Store::eOpenFlag_New);
         Sys_TypedOutStream out = document.MakeTypedOutStream();
-        WriteList(isNull ? nullptr : &document, out);
-        EXPECT_EQ(document.GetTOC().GetNumKeys(), isNull ? 0 : 2);
+        const Cmn_Int64 start = out.GetPosition();
+        for (const Cmn_Int16 type : {0, 2})
+            EXPECT_THROW(FF_StreamHeaderWriter(&document, out, type, 1), Sys_StreamWriteException);
+        WriteList(hasDocument ? &document : nullptr, out);
+        const FF_Document::TOC& toc = document.GetTOC();
+        EXPECT_EQ(toc.GetNumKeys(), hasDocument ? 2 : 0) << document.Dump();
+        for (Cmn_Int32 i = 0; hasDocument && i < 4;
+             ++i) // the list itself, then its items, which have 32 bytes
+            EXPECT_TRUE(toc.HasOffset(toc.Find(Key(cList)), i,
+                                      static_cast<Cmn_UInt32>(start + (i == 0 ? 0 : 32 + 32 * (i - 1)))));
         document.Flush();
         const Bytes bytes = FileBytes();
-        streams[isNull] = Bytes(bytes.begin() + 49, bytes.begin() + document.GetTOCOffset());
+        streams[hasDocument] = Bytes(bytes.begin() + start, bytes.begin() + document.GetTOCOffset());
     }
     EXPECT_EQ(streams[0], streams[1]);
-}
-
-TEST_F(StreamHeaderTest, TypesThatDocumentsKeepAreRefused)
-{
-    FF_Document document = Document();
-    document.Open(Sys_Store::eOpenFlag_New);
-    Sys_TypedOutStream out = document.MakeTypedOutStream();
-    const Cmn_Int64 start = out.GetPosition();
-    for (const Cmn_Int16 type : {0, 2})
-        EXPECT_THROW(FF_StreamHeaderWriter(&document, out, type, 1), Sys_StreamWriteException);
-    EXPECT_TRUE(out.GetPosition() == start && document.GetCurrentContext().empty());
-}
-
-TEST_F(StreamHeaderTest, TheNextTypeLeavesThePositionAndNoticesDamage)
-{
-    FF_Document document = Document();
-    document.Open(Sys_Store::eOpenFlag_New);
-    Write(document, 7, 77);
-    document.Flush();
-    document.Close();
-    for (const bool isDamaged : {false, true}) {
-        if (isDamaged) {
-            Bytes bytes = FileBytes();
-            bytes[49 + 26 + 2] ^= 1; // of the number
-            mFiles.SetBytes(cPath, bytes);
-        }
-        document.Open(Sys_Store::eOpenFlag_Read);
-        Sys_TypedInStream in = document.MakeTypedInStream();
-        EXPECT_TRUE(document.SeekToStream(Key(7), in));
-        const Cmn_Int64 position = in.GetPosition();
-        Cmn_Int16 type = 0;
-        try {
-            type = Reader::GetNextStreamType(in);
-        } catch (const Sys_StreamReadException&) {
-        }
-        EXPECT_EQ(type, isDamaged ? 0 : 7);
-        EXPECT_EQ(in.GetPosition(), position);
-        EXPECT_EQ(MessageOf([&] { Reader(&document, in, 8); }),
-                  isDamaged ? Cmn_eMessage_ReadError : Cmn_eMessage_UnexpectedStreamType);
-        in.SetPosition(position);
-        EXPECT_EQ(MessageOf([&] { Reader(&document, in, 7).CheckVersion(2, 3); }),
-                  isDamaged ? Cmn_eMessage_ReadError : Cmn_eMessage_DocumentTooOld);
-        EXPECT_TRUE(document.GetCurrentContext().empty());
-        document.Close();
-    }
 }
 
 // Stream 7 is written in place with 70, behind an outermost stream 8; what is registered of it varies.
