@@ -79,18 +79,19 @@ Cmn_Int32 Tool_CountOtherEntries(const FF_Document& iDocument)
 
 std::string Tool_SaveSong(const Tool_Song& iSong, const std::string& iName, EFF_EncryptionType iType)
 {
-    return Tool_NamingFile(iName, [&] {
-        FF_SafeSave save(Sys_FileLoc(iName), iType, eTextEncoding_Utf8, false);
-        FF_Document& document = save.GetDocument();
+    const auto save = [&] {
+        FF_SafeSave safe(Sys_FileLoc(iName), iType, eTextEncoding_Utf8, false);
+        FF_Document& document = safe.GetDocument();
         FF_TimeMaps::Write(document, iSong.GetMeterMap(), iSong.GetTempoMap(), iSong.GetKeyMap());
         Tool_SongInfo{iSong.GetEndTick(), iSong.GetSettings()}.Write(document);
         const Cmn_Int32 streams = document.GetTOC().GetNumKeys();
-        save.Commit();
+        safe.Commit();
         Sys_File file{Sys_FileLoc(iName)};
         file.Open(Sys_FileSystem::eAccess_Read);
         return std::to_string(streams) + " streams, " + std::to_string(file.GetLength()) + " bytes, " +
                Tool_ScramblingText(iType);
-    });
+    };
+    return Tool_NamingFile(iName, save, iName + FF_SafeSave::cSuffix);
 }
 
 std::string Tool_ScramblingText(EFF_EncryptionType iType)

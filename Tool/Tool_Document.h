@@ -24,14 +24,16 @@ std::string Tool_SaveSong(const Tool_Song& iSong, const std::string& iName, EFF_
 // "not scrambled", "scrambled (type 2)"
 std::string Tool_ScramblingText(EFF_EncryptionType iType);
 
-// Does iWork; what the library throws from it names the file.
+// Does iWork; what the library throws from it names the file, also where it met the one that is written in its stead,
+// whose name begins with iPart.
 template <class Work>
-auto Tool_NamingFile(const std::string& iName, Work iWork)
+auto Tool_NamingFile(const std::string& iName, Work iWork, const std::string& iPart = {})
 {
     try {
         return iWork();
     } catch (Cmn_Exception& exception) {
-        if (exception.GetFile().empty()) exception.SetFile(iName);
+        const std::string& file = exception.GetFile();
+        if (file.empty() || (!iPart.empty() && file.starts_with(iPart))) exception.SetFile(iName);
         throw;
     }
 }

@@ -143,8 +143,10 @@ public:
                                   ", expected another file");
         // What comes out of a file without a stream is not put in the place of anything.
         Tool_StPartFile part(mOutput);
-        const FF_DocumentRepair::Report report =
-            FF_DocumentRepair::Repair(Sys_FileLoc(FileName()), Sys_FileLoc(part.GetName()));
+        const Sys_FileLoc from(FileName());
+        const Sys_FileLoc to(part.GetName());
+        const auto report = Tool_NamingFile(
+            mOutput, [&] { return FF_DocumentRepair::Repair(from, to); }, part.GetName());
         std::string text = Text(report);
         if (report.streams.empty())
             return {std::move(text),
