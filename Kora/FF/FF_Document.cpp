@@ -95,6 +95,7 @@ FF_Document::FF_Document(Sys_FileLoc iLocation, EFF_EncryptionType iType, ETextE
     , mEncoding(iEncoding)
     , mRepairText(iRepairText)
 {
+    mTOC->SetTextForm(mEncoding, mRepairText);
 }
 
 FF_Document::~FF_Document() { Close(); }

@@ -52,9 +52,13 @@ void FF_Document::Register(std::span<const Context> iKey, Cmn_Int32 iValueIndex,
     Cmn_Int64 growth = cPartHead + cOffsetCountSize + cOffsetSize;
     if (known == TOC::cNone)
         growth += 2 * cCountSize + static_cast<Cmn_Int64>(iKey.size()) * Context::cStreamSize;
-    if (isNewValue)
-        growth += 2 * cPartHead + cCountSize +
-                  static_cast<Cmn_Int64>(std::min(iDescription.size(), StringDisplayInfo::cMaxText));
+    if (isNewValue) {
+        // What is not taken as it stands has at most three bytes of UTF-8 for each of its own.
+        const bool isAsGiven = mEncoding == eTextEncoding_Utf8 && !mRepairText;
+        const std::size_t most = isAsGiven ? iDescription.size() : 3 * iDescription.size();
+        growth +=
+            2 * cPartHead + cCountSize + static_cast<Cmn_Int64>(std::min(most, StringDisplayInfo::cMaxText));
+    }
     RequireRoomFor(growth);
 
     const TOC::Entry entry = mTOC->Insert(iKey);
