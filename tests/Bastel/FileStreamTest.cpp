@@ -10,8 +10,8 @@
 
 #include <algorithm>
 #include <deque>
-#include <functional>
 #include <random>
+#include <set>
 
 namespace {
 
@@ -136,7 +136,7 @@ protected:
         const std::size_t at = At();
         try {
             const Writer outer(mTyped, "gone", 1);
-            mTyped.WriteBytes(mPlain.data(), Random(mPlain.size() + 1));
+            mTyped.WriteBytes(mPlain.data(), Random(std::min(mPlain.size(), cBuffer)));
             const Writer inner(mTyped, "too", 1);
             throw 1;
         } catch (int) {
@@ -163,7 +163,7 @@ protected:
         const bool isAtEnd = mOut.GetPosition() == mOut.GetEnd();
         if (kind < 50) return Write(RandomBytes(1 + Random(8)));
         if (kind < 60) return Write(RandomBytes(Random(3000)));
-        if (kind < 62) return Write(RandomBytes(cBuffer - 100 + Random(cBuffer)));
+        if (kind < 61) return Write(RandomBytes(cBuffer - 100 + Random(200)));
         if (kind < 75) return Patch();
         if (kind < 82 && mOpen.size() < 5 && isAtEnd) return OpenHeader();
         if (kind < 89 && !mOpen.empty()) return CloseHeader();
@@ -176,7 +176,7 @@ protected:
     Out mOut{mFile};
     Sys_TypedOutStream mTyped{mOut};
     Bytes mPlain = Bytes(cBegin);
-    std::set<std::size_t> mHeaderBytes; // their values are the header writer's affair
+    std::set<std::size_t> mHeaderBytes; // positions; their values are the header writer's affair
     std::deque<Writer> mOpen;
     std::vector<std::vector<Run>> mOwn{
         1};                   // by level, what was written outside the headers in it: may be patched
@@ -187,7 +187,7 @@ protected:
 
 TEST_F(OutScript, FilesAndSumsFollowAPlainVector)
 {
-    for (int round = 0; round < 8; ++round) {
+    for (int round = 0; round < 6; ++round) {
         for (int i = 0; i < 400 && !HasFatalFailure(); ++i)
             Step();
         while (!mOpen.empty())
@@ -195,8 +195,9 @@ TEST_F(OutScript, FilesAndSumsFollowAPlainVector)
         mOut.Flush();
         const Bytes file = FileBytes();
         ASSERT_GE(file.size(), mPlain.size());
-        for (std::size_t p = cBegin; p < mPlain.size(); ++p)
-            ASSERT_TRUE(file[p] == mPlain[p] || mHeaderBytes.contains(p)) << round << " at " << p;
+        for (const std::size_t position : mHeaderBytes)
+            mPlain[position] = file[position];
+        ASSERT_TRUE(std::equal(mPlain.begin() + cBegin, mPlain.end(), file.begin() + cBegin)) << round;
         In in(mReader);
         Sys_TypedInStream typed(in);
         for (const auto& [start, end] : mClosed) {
