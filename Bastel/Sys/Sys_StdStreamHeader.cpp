@@ -118,8 +118,7 @@ Sys_StdStreamHeaderWriter::Sys_StdStreamHeaderWriter(Sys_TypedOutStream& iStream
     , mName(iName.substr(0, Fields::cMaxName))
     , mVersion(iVersion)
     , mListIndex(iStream.GetStream().GetOpenHeaders().GetListIndex())
-    , mCallersExceptions(iCallersExceptions)
-    , mOwnExceptions(std::uncaught_exceptions())
+    , mExceptions(iCallersExceptions + std::uncaught_exceptions())
 {
     Cmn_ASSERT(iName.size() <= Fields::cMaxName);
     Sys_OutStream& stream = mStream.GetStream();
@@ -154,8 +153,7 @@ void Sys_StdStreamHeaderWriter::Finish(int iCallersExceptions) noexcept
 {
     if (mState != eState_Open) return;
     // A body whose writing ended with an exception is not complete, and nobody must find it.
-    const bool isExceptionOnItsWay =
-        iCallersExceptions > mCallersExceptions || std::uncaught_exceptions() > mOwnExceptions;
+    const bool isExceptionOnItsWay = iCallersExceptions + std::uncaught_exceptions() > mExceptions;
     try {
         if (!isExceptionOnItsWay) return PatchSize();
     } catch (...) {

@@ -55,7 +55,8 @@ public:
 private:
     enum EState { eState_Open, eState_Complete, eState_Abandoned };
 
-    // Programs on Windows and the library each count their own exceptions in flight, so both counts are kept.
+    // Programs on Windows and the library each count the exceptions that they threw less those that they caught, and what
+    // one throws the other may catch: only the sum of both counts tells how many are in flight.
     KORA_API Sys_StdStreamHeaderWriter(Sys_TypedOutStream& iStream, std::string_view iName,
                                        Cmn_Int16 iVersion, int iCallersExceptions);
     KORA_API void Finish(int iCallersExceptions) noexcept;
@@ -67,8 +68,7 @@ private:
     std::string mName;
     Cmn_Int16 mVersion;
     Cmn_UInt32 mListIndex;
-    int mCallersExceptions; // when the body was opened
-    int mOwnExceptions;
+    int mExceptions; // in flight when the body was opened
 };
 
 // What a header says, for those who walk through headers without reading the bodies.

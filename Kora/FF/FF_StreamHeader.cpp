@@ -16,8 +16,7 @@ FF_StreamHeaderWriter::FF_StreamHeaderWriter(FF_Document* iDocument, Sys_TypedOu
                                              int iCallersExceptions)
     : mDocument(iDocument)
     , mStream(iStream)
-    , mCallersExceptions(iCallersExceptions)
-    , mOwnExceptions(std::uncaught_exceptions())
+    , mExceptions(iCallersExceptions + std::uncaught_exceptions())
 {
     const Cmn_Int64 start = mStream.GetPosition();
     try {
@@ -36,8 +35,7 @@ FF_StreamHeaderWriter::FF_StreamHeaderWriter(FF_Document* iDocument, Sys_TypedOu
 void FF_StreamHeaderWriter::Finish(int iCallersExceptions) noexcept
 {
     if (mDocument != nullptr) mDocument->PopContext();
-    if (iCallersExceptions > mCallersExceptions || std::uncaught_exceptions() > mOwnExceptions)
-        return Abandon(mHeader->GetStart());
+    if (iCallersExceptions + std::uncaught_exceptions() > mExceptions) return Abandon(mHeader->GetStart());
     try {
         mHeader->PatchSize();
     } catch (...) {

@@ -33,7 +33,8 @@ public:
     Cmn_Int64 GetStart() const { return mHeader->GetStart(); }
 
 private:
-    // Programs on Windows and the library each count their own exceptions in flight, so both counts are kept.
+    // Programs on Windows and the library each count the exceptions that they threw less those that they caught, and what
+    // one throws the other may catch: only the sum of both counts tells how many are in flight.
     KORA_API FF_StreamHeaderWriter(FF_Document* iDocument, Sys_TypedOutStream& iStream, Cmn_Int16 iStreamType,
                                    Cmn_Int16 iVersion, int iCallersExceptions);
     KORA_API void Finish(int iCallersExceptions) noexcept;
@@ -42,8 +43,7 @@ private:
     FF_Document* mDocument;
     Sys_TypedOutStream& mStream;
     std::optional<Sys_StdStreamHeaderWriter> mHeader;
-    int mCallersExceptions; // when the body was opened
-    int mOwnExceptions;
+    int mExceptions; // in flight when the body was opened
 };
 
 class KORA_API FF_StreamHeaderReader

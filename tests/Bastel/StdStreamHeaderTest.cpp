@@ -134,6 +134,19 @@ TEST(StdStreamHeader, ATurnedBitIsNoticedWhereverItMatters)
         }
 }
 
+TEST(StdStreamHeader, AnExceptionThatTheBodySurvivedDoesNotEndIt)
+{
+    Sys_MemOutStream stream;
+    Sys_TypedOutStream typed(stream);
+    {
+        const Writer whole(typed, "Whole", 1);
+        EXPECT_THROW(Sys_ThrowIfOSErr(-9006), Cmn_Exception); // the library throws, the program catches
+    }
+    Sys_MemInStream bytes(stream.GetBytes());
+    Sys_TypedInStream in(bytes);
+    EXPECT_FALSE(Reader(in, "Whole").IsMoreLeft());
+}
+
 TEST(StdStreamHeader, ABodyThatAnExceptionEndedIsTakenByNoReader)
 {
     for (const bool isTheLibrarys : {false, true}) {
