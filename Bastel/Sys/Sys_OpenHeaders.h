@@ -25,7 +25,10 @@ public:
 
     bool IsEmpty() const { return mLevels.empty(); }
     // Whether a position that was written lies in an open stream, its header included.
-    bool IsInside(Cmn_Int64 iPosition) const { return !mLevels.empty() && iPosition >= mLevels.front().start; }
+    bool IsInside(Cmn_Int64 iPosition) const
+    {
+        return !mLevels.empty() && iPosition >= mLevels.front().start;
+    }
     std::size_t GetDepth() const { return mLevels.size(); }
     // Where the innermost header starts and where its body does.
     Cmn_Int64 GetStart() const { return mLevels.back().start; }

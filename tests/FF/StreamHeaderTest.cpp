@@ -20,7 +20,8 @@ void WriteList(FF_Document* iDocument, Sys_TypedOutStream& ioOut)
         FF_StreamListWriter list(iDocument, ioOut, 3);
         for (Cmn_Int32 i = 0; i < 3; ++i) {
             list.AddListEntry(i, "item");
-            EXPECT_TRUE(iDocument == nullptr || iDocument->GetCurrentContext().back().GetListIndex() == i + 1);
+            EXPECT_TRUE(iDocument == nullptr ||
+                        iDocument->GetCurrentContext().back().GetListIndex() == i + 1);
             const FF_StreamHeaderWriter item(iDocument, ioOut, cItem, 1);
             ioOut.WriteInt32(10 + i);
         }
