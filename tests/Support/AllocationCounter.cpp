@@ -1,23 +1,29 @@
 #include "Support/AllocationCounter.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <new>
 
 thread_local long long AllocationCounter::sAllocations = 0;
+thread_local std::size_t AllocationCounter::sLargest = 0;
+
+namespace {
+void* Allocate(std::size_t iSize) noexcept
+{
+    ++AllocationCounter::sAllocations;
+    AllocationCounter::sLargest = std::max(AllocationCounter::sLargest, iSize);
+    return std::malloc(iSize == 0 ? 1 : iSize);
+}
+} // namespace
 
 void* operator new(std::size_t iSize)
 {
-    ++AllocationCounter::sAllocations;
-    if (void* const memory = std::malloc(iSize == 0 ? 1 : iSize)) return memory;
+    if (void* const memory = Allocate(iSize)) return memory;
     throw std::bad_alloc();
 }
 
 // std::stable_sort asks this way. The sanitizers bring one of their own, whose memory the deletes below may not take.
-void* operator new(std::size_t iSize, const std::nothrow_t&) noexcept
-{
-    ++AllocationCounter::sAllocations;
-    return std::malloc(iSize == 0 ? 1 : iSize);
-}
+void* operator new(std::size_t iSize, const std::nothrow_t&) noexcept { return Allocate(iSize); }
 
 void operator delete(void* iMemory) noexcept { std::free(iMemory); }
 void operator delete(void* iMemory, std::size_t) noexcept { std::free(iMemory); }

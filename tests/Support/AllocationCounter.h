@@ -1,4 +1,5 @@
-// AllocationCounter: how often a scope allocates on this thread, for claims about real-time paths.
+// AllocationCounter: how often a scope allocates on this thread, for claims about real-time paths, and how
+// much at once, for claims about what is believed of a file.
 //
 //     const AllocationCounter allocations;
 //     map.TickToSample(tick);
@@ -9,18 +10,24 @@
 // its own, and there only what the headers' inline code allocates is counted. Over-aligned allocations are not.
 #pragma once
 
+#include <cstddef>
+
 class AllocationCounter
 {
 public:
     AllocationCounter()
         : mBefore(sAllocations)
     {
+        sLargest = 0;
     }
     // Since construction.
     long long Count() const { return sAllocations - mBefore; }
+    // Bytes of the largest one since the last counter was made.
+    static std::size_t Largest() { return sLargest; }
 
     // constinit: without it GCC reaches the counter through a wrapper, which the sanitizer takes for a null pointer.
     static constinit thread_local long long sAllocations;
+    static constinit thread_local std::size_t sLargest;
 
 private:
     long long mBefore;

@@ -1,0 +1,366 @@
+// Documents under damage, failing requests, crashes and full disks.
+#include "Bastel/Sys/Sys_FileBasedOutStream.h"
+#include "FF/SmallDocument.h"
+#include "Kora/FF/FF_SafeSave.h"
+#include "Support/AllocationCounter.h"
+#include "Support/AssertRecorder.h"
+#include "Support/MemoryFileSystem.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+using SmallDocument::Read;
+using SmallDocument::Reading;
+using Files = MemoryFileSystem::Files;
+using Bytes = MemoryFileSystem::Bytes;
+
+const std::string cPath = "folder/song.kora";
+const std::string cRepaired = "folder/repaired.kora";
+constexpr int cTypes[] = {0, 2, 5};
+
+class Faults : public testing::Test
+{
+protected:
+    ~Faults() override { EXPECT_EQ(mReports.Take(), std::vector<std::string>()); }
+
+    void WriteNew(int iType, std::string_view iWord = "old", std::size_t iBulk = 0)
+    {
+        FF_Document document = SmallDocument::Make(cPath, iType);
+        document.Open(Sys_Store::eOpenFlag_New);
+        SmallDocument::Write(document, iWord, iBulk);
+        document.Flush();
+    }
+
+    // Every piece that iHolds says yes to is in the repaired document.
+    template <class Holds>
+    void ExpectRepaired(const std::vector<SmallDocument::Piece>& iPieces, const Holds& iHolds)
+    {
+        FF_DocumentRepair::Repair(Sys_FileLoc(cPath), Sys_FileLoc(cRepaired));
+        std::multiset<std::string> repaired;
+        for (const auto& piece : SmallDocument::Pieces(cRepaired))
+            repaired.insert(piece.bytes);
+        for (const auto& piece : iPieces) {
+            if (!iHolds(piece)) continue;
+            const auto found = repaired.find(piece.bytes);
+            EXPECT_NE(found, repaired.end()) << "lost [" << piece.begin << ", " << piece.end << ")";
+            if (found != repaired.end()) repaired.erase(found);
+        }
+        EXPECT_EQ(Read(cRepaired).complaint, "");
+        EXPECT_TRUE(FF_DocumentCheck::Check(Sys_FileLoc(cRepaired)).empty());
+    }
+
+    // There is a complaint, and nothing wrong was handed out before it; Check finds a fault in the file too.
+    void ExpectNoticed(const Reading& iReading, const std::string& iOriginal, std::size_t iSize)
+    {
+        EXPECT_TRUE(iOriginal.starts_with(iReading.text)) << iReading.text;
+        EXPECT_TRUE(iReading.namesFile) << iReading.complaint;
+        const std::vector<FF_Fault> faults = FF_DocumentCheck::Check(Sys_FileLoc(cPath));
+        EXPECT_FALSE(faults.empty()) << iReading.complaint;
+        for (const FF_Fault& fault : faults)
+            EXPECT_TRUE(fault.offset >= 0 && fault.offset <= static_cast<Cmn_Int64>(iSize)) << fault.text;
+    }
+
+    const AssertRecorder mReports;
+    MemoryFileSystem mFiles;
+    const Sys_FileSystem::StSystem mSystem{mFiles};
+};
+
+TEST_F(Faults, NoFlippedBitChangesWhatIsRead)
+{
+    for (const int type : cTypes) {
+        WriteNew(type);
+        const Bytes original = mFiles.GetBytes(cPath);
+        const std::string text = Read(cPath).text;
+        for (std::size_t bit = 0; bit < original.size() * 8; ++bit) {
+            SCOPED_TRACE("type " + std::to_string(type) + ", byte " + std::to_string(bit / 8) + ", bit " +
+                         std::to_string(bit % 8));
+            Bytes flipped = original;
+            flipped[bit / 8] ^= static_cast<std::uint8_t>(1 << bit % 8);
+            mFiles.SetBytes(cPath, flipped);
+            mFiles.ClearLog();
+            const AllocationCounter allocations;
+            const Reading reading = Read(cPath);
+            EXPECT_LE(allocations.Largest(), 65536u + 4 * original.size());
+            if (reading.complaint.empty())
+                EXPECT_EQ(reading.text, text);
+            else
+                ExpectNoticed(reading, text, flipped.size());
+            if (HasFailure()) return;
+        }
+    }
+}
+
+TEST_F(Faults, RepairLosesOnlyTheStreamsThatAFlipHits)
+{
+    for (const int type : cTypes) {
+        WriteNew(type);
+        const Bytes original = mFiles.GetBytes(cPath);
+        const auto pieces = SmallDocument::Pieces(cPath);
+        for (std::size_t at = 0; at < original.size(); ++at) {
+            SCOPED_TRACE("type " + std::to_string(type) + ", byte " + std::to_string(at));
+            Bytes flipped = original;
+            flipped[at] ^= static_cast<std::uint8_t>(1 << at % 8);
+            mFiles.SetBytes(cPath, flipped);
+            const auto hit = static_cast<Cmn_Int64>(at);
+            ExpectRepaired(pieces, [&](const auto& piece) { return hit < piece.begin || hit >= piece.end; });
+            if (HasFailure()) return;
+        }
+    }
+}
+
+TEST_F(Faults, OfAFileCutAnywhereRepairBringsBackWhatIsWhole)
+{
+    for (const int type : cTypes) {
+        WriteNew(type);
+        const Bytes original = mFiles.GetBytes(cPath);
+        const std::string text = Read(cPath).text;
+        const auto pieces = SmallDocument::Pieces(cPath);
+        for (std::size_t size = 0; size < original.size(); ++size) {
+            SCOPED_TRACE("type " + std::to_string(type) + ", cut at " + std::to_string(size));
+            mFiles.SetBytes(cPath,
+                            Bytes(original.begin(), original.begin() + static_cast<std::ptrdiff_t>(size)));
+            const Reading reading = Read(cPath);
+            EXPECT_NE(reading.complaint, "");
+            ExpectNoticed(reading, text, size);
+            ExpectRepaired(pieces,
+                           [&](const auto& piece) { return piece.end <= static_cast<Cmn_Int64>(size); });
+            if (HasFailure()) return;
+        }
+    }
+}
+
+// --- writing over what fails
+
+// Ways to bring "new" to the disk, over or behind the "old" that was saved before.
+struct Way
+{
+    const char* name;
+    bool inPlace;
+    std::size_t bulk; // bytes that no buffer holds back until the flush
+    void (*write)(std::size_t iBulk);
+};
+
+void Append(std::size_t iBulk)
+{
+    FF_Document document = SmallDocument::Make(cPath);
+    document.Open(Sys_Store::eOpenFlag_ReadWrite);
+    SmallDocument::Write(document, "new", iBulk);
+    document.Flush();
+}
+
+void SaveSafely(std::size_t iBulk)
+{
+    FF_SafeSave save(Sys_FileLoc(cPath), eFF_EncryptionType_None, eTextEncoding_Utf8, false);
+    SmallDocument::Write(save.GetDocument(), "new", iBulk);
+    save.Commit();
+}
+
+constexpr Way cWays[] = {
+    {"append",            true,  0,      Append    },
+    {"append much",       true,  300000, Append    },
+    {"safe save",         false, 0,      SaveSafely},
+    {"safe save of much", false, 300000, SaveSafely},
+};
+
+class WriteFaults : public Faults
+{
+protected:
+    // What stands before, and what stands after the way when nothing fails.
+    void Prepare(const Way& iWay)
+    {
+        mFiles.SetFiles({});
+        mFiles.SetCapacity(UINT64_MAX);
+        WriteNew(0);
+        mBefore = mFiles.GetFiles();
+        mOld = Read(cPath).text;
+        mOldPieces = SmallDocument::Pieces(cPath);
+        iWay.write(iWay.bulk);
+        mAfter = mFiles.GetFiles();
+        mNew = Read(cPath).text;
+        ASSERT_NE(mOld, mNew);
+    }
+    // Goes the way; true when it says that all is saved. What it says otherwise must be one of the documented things.
+    bool Try(const Way& iWay)
+    {
+        try {
+            iWay.write(iWay.bulk);
+            return true;
+        } catch (const Cmn_Exception& exception) {
+            const Cmn_EMessage message = exception.GetMessageID();
+            EXPECT_TRUE(message == Cmn_eMessage_OSError || message == Cmn_eMessage_WriteError ||
+                        message == Cmn_eMessage_ReadError)
+                << exception.Describe();
+            EXPECT_FALSE(exception.GetFile().empty()) << exception.Describe();
+            return false;
+        }
+    }
+    // The old document or the new one is there, whole; in place, at least repair brings back the old one's streams.
+    void ExpectNothingLost(const Way& iWay)
+    {
+        const Reading reading = Read(cPath);
+        if (reading.complaint.empty())
+            EXPECT_TRUE(reading.text == mOld || reading.text == mNew) << reading.text.substr(0, 4000);
+        else if (!iWay.inPlace)
+            ADD_FAILURE() << reading.complaint;
+        else
+            ExpectRepaired(mOldPieces, [](const auto&) { return true; });
+    }
+    void ExpectNew()
+    {
+        EXPECT_EQ(Read(cPath).complaint, "");
+        EXPECT_EQ(Read(cPath).text, mNew);
+    }
+    // Of what crashes the test: every request from the iN-th on fails. False when the way had fewer.
+    bool StopAt(const Way& iWay, int iN)
+    {
+        mFiles.SetFiles(mBefore);
+        mFiles.FailAt(iN, EIO, true);
+        const std::size_t before = mFiles.GetNumRequests();
+        Try(iWay);
+        mFiles.Heal();
+        return mFiles.GetNumRequests() - before >= static_cast<std::size_t>(iN);
+    }
+
+    Files mBefore;
+    Files mAfter;
+    std::string mOld;
+    std::string mNew;
+    std::vector<SmallDocument::Piece> mOldPieces;
+};
+
+TEST_F(WriteFaults, ARequestThatFailsLosesNothing)
+{
+    for (const Way& way : cWays) {
+        Prepare(way);
+        for (int n = 1;; ++n) {
+            SCOPED_TRACE(std::string(way.name) + ", request " + std::to_string(n));
+            mFiles.SetFiles(mBefore);
+            mFiles.FailAt(n);
+            const std::size_t before = mFiles.GetNumRequests();
+            const bool saved = Try(way);
+            mFiles.Heal();
+            if (saved) ExpectNew();
+            ExpectNothingLost(way);
+            EXPECT_EQ(mFiles.GetNumOpen(), 0u);
+            // The disk is back: what could not be read is repaired, and the next time it is saved.
+            if (!Read(cPath).complaint.empty())
+                FF_DocumentRepair::Repair(Sys_FileLoc(cPath), Sys_FileLoc(cPath));
+            EXPECT_TRUE(Try(way));
+            EXPECT_EQ(Read(cPath).complaint, "");
+            if (!way.inPlace) ExpectNew();
+            if (HasFailure()) return;
+            if (mFiles.GetNumRequests() - before < static_cast<std::size_t>(n)) break;
+        }
+    }
+}
+
+TEST_F(WriteFaults, AWriteThatIsCutShortLosesNothing)
+{
+    for (const Way& way : cWays) {
+        Prepare(way);
+        for (int n = 1; n <= 6; ++n) {
+            SCOPED_TRACE(std::string(way.name) + ", write " + std::to_string(n));
+            mFiles.SetFiles(mBefore);
+            mFiles.ShortWriteAt(n);
+            if (Try(way)) ExpectNew();
+            mFiles.Heal();
+            ExpectNothingLost(way);
+        }
+    }
+}
+
+TEST_F(WriteFaults, AFlushThatFailedIsMadeAgainOnceTheDiskIsBack)
+{
+    for (const std::size_t bulk : {std::size_t{0}, std::size_t{200000}}) {
+        Prepare({"append", true, bulk, Append});
+        for (int n = 1, left = 1; left > 0; ++n) {
+            SCOPED_TRACE(std::to_string(bulk) + " bytes, request " + std::to_string(n));
+            mFiles.SetFiles(mBefore);
+            FF_Document document = SmallDocument::Make(cPath);
+            document.Open(Sys_Store::eOpenFlag_ReadWrite);
+            SmallDocument::Write(document, "new", bulk);
+            mFiles.FailAt(n);
+            const std::size_t before = mFiles.GetNumRequests();
+            try {
+                document.Flush();
+                left = static_cast<int>(mFiles.GetNumRequests() - before) - n;
+            } catch (const Cmn_Exception&) {
+                document.Flush();
+            }
+            mFiles.Heal();
+            document.Close();
+            ExpectNew();
+            EXPECT_EQ(mFiles.GetBytes(cPath), mAfter.at(cPath));
+        }
+    }
+}
+
+TEST_F(WriteFaults, AWriteThatFailsInADestructorSurfacesAtTheNextWriteAndFlush)
+{
+    Prepare(cWays[0]);
+    mFiles.SetFiles(mBefore);
+    FF_Document document = SmallDocument::Make(cPath);
+    document.Open(Sys_Store::eOpenFlag_ReadWrite);
+    Sys_TypedOutStream out = document.MakeTypedOutStream();
+    const std::string much(Sys_FileBasedOutStream::cBufferSize * 2, 'm');
+    {
+        const FF_StreamHeaderWriter header(&document, out, SmallDocument::eBulk, 1);
+        out.WriteString(much); // so that the header is in the file when it is to be completed
+        mFiles.FailAt(1, ENOSPC, true);
+    }
+    EXPECT_THROW(out.WriteInt32(1), Sys_StreamWriteException);
+    EXPECT_THROW(document.Flush(), Cmn_Exception);
+    mFiles.Heal();
+    document.Close();
+    EXPECT_NE(Read(cPath).complaint, ""); // the header names the old table, which is gone
+    ExpectRepaired(mOldPieces, [](const auto&) { return true; });
+}
+
+TEST_F(WriteFaults, AFullDiskLosesNothing)
+{
+    for (const Way& way : {cWays[0], cWays[2]}) {
+        Prepare(way);
+        std::uint64_t enough = 0;
+        for (const auto& [path, bytes] : mAfter)
+            enough += bytes.size();
+        const std::uint64_t least = mBefore.at(cPath).size();
+        const std::uint64_t most = way.inPlace ? enough : least + enough;
+        for (std::uint64_t capacity = least; capacity <= most; ++capacity) {
+            SCOPED_TRACE(std::string(way.name) + ", capacity " + std::to_string(capacity));
+            mFiles.SetFiles(mBefore);
+            mFiles.SetCapacity(capacity);
+            const bool saved = Try(way);
+            EXPECT_EQ(saved, capacity == most);
+            mFiles.SetCapacity(UINT64_MAX);
+            EXPECT_EQ(mFiles.GetFiles().size(), 1u); // nothing is left behind
+            if (saved) ExpectNew();
+            ExpectNothingLost(way);
+            if (HasFailure()) return;
+        }
+    }
+}
+
+TEST_F(WriteFaults, AMachineThatStopsBetweenAnyTwoRequestsLosesNothing)
+{
+    constexpr std::uint64_t cSeeds = 12;
+    for (const Way& way : cWays) {
+        Prepare(way);
+        bool more = true;
+        for (int n = 1; more; ++n) {
+            more = StopAt(way, n);
+            // What stood in the memory of the machine when it stopped is that of the last request that it made.
+            std::vector<Files> disks;
+            for (std::uint64_t seed = 0; seed < cSeeds; ++seed)
+                disks.push_back(mFiles.AfterCrash(seed));
+            for (std::uint64_t seed = 0; seed < cSeeds; ++seed) {
+                SCOPED_TRACE(std::string(way.name) + ", " + std::to_string(n - 1) + " requests, seed " +
+                             std::to_string(seed));
+                mFiles.SetFiles(disks[seed]);
+                ExpectNothingLost(way);
+                if (!more) ExpectNew(); // it said that all is saved
+                if (HasFailure()) return;
+            }
+        }
+    }
+}
+} // namespace

@@ -1,0 +1,99 @@
+// The example in docs/file-format.md is what the library writes, and reads.
+#include "FF/SmallDocument.h"
+#include "Support/MemoryFileSystem.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <regex>
+
+namespace {
+// The bytes of all lines "  49  4b 53 48 31   what they are", whose positions must follow one another.
+MemoryFileSystem::Bytes ExampleOfTheDocs()
+{
+    std::ifstream file(KORA_SOURCE_DIR "/docs/file-format.md");
+    MemoryFileSystem::Bytes bytes;
+    const std::regex row("^ *([0-9]+)  (([0-9a-f]{2} ?)+)( .*)?$");
+    std::smatch found;
+    for (std::string line; std::getline(file, line);) {
+        if (!std::regex_match(line, found, row)) continue;
+        EXPECT_EQ(std::stoul(found[1]), bytes.size()) << line;
+        std::istringstream hex(found[2]);
+        for (std::string byte; hex >> byte;)
+            bytes.push_back(static_cast<std::uint8_t>(std::stoul(byte, nullptr, 16)));
+    }
+    return bytes;
+}
+
+void WriteExample(const std::string& iPath)
+{
+    constexpr Cmn_Int16 cList = 40;
+    constexpr Cmn_Int16 cItem = 41;
+    FF_Document document = SmallDocument::Make(iPath);
+    document.Open(Sys_Store::eOpenFlag_New);
+    Sys_TypedOutStream out = document.MakeTypedOutStream();
+    FF_Document::AddTOCEntry(&document, static_cast<Cmn_UInt64>(out.GetPosition()), cList, "drums");
+    {
+        const FF_StreamHeaderWriter header(&document, out, cList, 1);
+        FF_StreamListWriter list(&document, out, 2);
+        list.AddListEntry(0, "kick");
+        {
+            const FF_StreamHeaderWriter item(&document, out, cItem, 1);
+            out.WriteString("Kick");
+        }
+        list.AddListEntry(1, "snare");
+        {
+            const FF_StreamHeaderWriter item(&document, out, cItem, 1);
+            out.WriteString("Snare");
+        }
+    }
+    document.Flush();
+}
+} // namespace
+
+TEST(FileFormat, TheExampleOfTheDocsIsWhatTheLibraryWrites)
+{
+    MemoryFileSystem files;
+    const Sys_FileSystem::StSystem system(files);
+    WriteExample("example.kora");
+    const MemoryFileSystem::Bytes example = ExampleOfTheDocs();
+    ASSERT_EQ(example.size(), 276u);
+    EXPECT_EQ(files.GetBytes("example.kora"), example);
+
+    files.SetBytes("docs.kora", example);
+    EXPECT_EQ(SmallDocument::Read("docs.kora").complaint, "");
+    EXPECT_EQ(SmallDocument::Read("docs.kora").text, SmallDocument::Read("example.kora").text);
+    EXPECT_TRUE(FF_DocumentCheck::Check(Sys_FileLoc("docs.kora")).empty());
+}
+
+// tests/Fuzz/make_document_corpus.py writes them from the docs, without the library.
+TEST(FileFormat, DocumentsThatAnotherProgramWroteAreReadWithoutFault)
+{
+    const struct
+    {
+        const char* name;
+        const char* complaint; // beginning
+    } rows[] = {
+        {"example",       ""                                                                       },
+        {"empty",         ""                                                                       },
+        {"block-masked",  ""                                                                       },
+        {"swapped",       ""                                                                       },
+        {"nested",        ""                                                                       },
+        {"pieces",        ""                                                                       },
+        {"never-flushed", "f: unable to find document TOC"                                         },
+        {"cut",           "f: an error occurred while reading the document"                        },
+        {"too-new",       "f: the document was written by a version of the library that is too new"},
+    };
+    MemoryFileSystem files;
+    const Sys_FileSystem::StSystem system(files);
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        std::ifstream in(std::string(KORA_SOURCE_DIR "/tests/Fuzz/corpus/document/") + row.name + ".kora",
+                         std::ios::binary);
+        files.SetBytes("f", MemoryFileSystem::Bytes(std::istreambuf_iterator<char>(in), {}));
+        const std::string complaint = SmallDocument::Read("f").complaint;
+        EXPECT_TRUE(*row.complaint == 0 ? complaint.empty() : complaint.starts_with(row.complaint))
+            << complaint;
+        EXPECT_EQ(FF_DocumentCheck::Check(Sys_FileLoc("f")).empty(), *row.complaint == 0);
+    }
+}

@@ -1,0 +1,70 @@
+// A program that is killed while it saves leaves the old document or the new one.
+#include "FF/SmallDocument.h"
+#include "Kora/FF/FF_SafeSave.h"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <filesystem>
+#include <random>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+// Starts the program that saves forever and returns once it has saved.
+pid_t StartSaving(const std::string& iPath)
+{
+    int ends[2];
+    EXPECT_EQ(pipe(ends), 0);
+    const pid_t child = fork();
+    if (child == 0) {
+        dup2(ends[1], STDOUT_FILENO);
+        execl(SAVE_FOREVER, SAVE_FOREVER, iPath.c_str(), static_cast<char*>(nullptr));
+        _exit(127);
+    }
+    close(ends[1]);
+    char byte = 0;
+    EXPECT_EQ(read(ends[0], &byte, 1), 1) << "the program did not save";
+    close(ends[0]);
+    return child;
+}
+
+std::string SavedText(const std::string& iPath, std::string_view iWord, std::size_t iBulk)
+{
+    FF_SafeSave save(Sys_FileLoc(iPath), eFF_EncryptionType_None, eTextEncoding_Utf8, false);
+    SmallDocument::Write(save.GetDocument(), iWord, iBulk);
+    save.Commit();
+    return SmallDocument::Read(iPath).text;
+}
+} // namespace
+
+TEST(SafeSave, AProgramKilledAtAnyMomentLeavesAWholeDocument)
+{
+    const std::string folder = testing::TempDir() + "kora-kill-" + std::to_string(getpid());
+    std::filesystem::create_directory(folder);
+    const std::string path = folder + "/song.kora";
+    const std::string first = SavedText(path, "first", 0);
+    const std::string second = SavedText(path, "second", 100000);
+    ASSERT_NE(first, second);
+
+    std::mt19937 random(20);
+    int firsts = 0;
+    for (int round = 0; round < 200; ++round) {
+        SCOPED_TRACE("round " + std::to_string(round));
+        const pid_t child = StartSaving(path);
+        usleep(random() % 5000);
+        kill(child, SIGKILL);
+        int status = 0;
+        waitpid(child, &status, 0);
+        ASSERT_TRUE(WIFSIGNALED(status)) << "the program ended by itself, with " << status;
+        const SmallDocument::Reading found = SmallDocument::Read(path);
+        ASSERT_EQ(found.complaint, "");
+        ASSERT_TRUE(found.text == first || found.text == second);
+        firsts += found.text == first ? 1 : 0;
+    }
+    EXPECT_GT(firsts, 0); // the moments differ
+    EXPECT_LT(firsts, 200);
+    SavedText(path, "after", 0); // what the last one left beside the document is in nobody's way
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder), {}), 1);
+    std::filesystem::remove_all(folder);
+}
