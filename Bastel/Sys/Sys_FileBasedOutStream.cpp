@@ -26,6 +26,8 @@ void Sys_FileBasedOutStream::BeginAtFilePosition()
     mBegin = mBufferStart = mSummed = mFile.GetPosition();
     mFill = 0;
     mFileEnd = std::max(mFile.GetLength(), mBegin);
+    // Who goes on without the length takes the file for empty, and writes over what it holds.
+    Sys_ThrowIfOSErr(mFile.GetLastError(), mFile.GetFileLoc().GetPath());
     FindRoom();
 }
 

@@ -26,6 +26,7 @@ constexpr std::array<char, 16> cSignature = {'0', '0', '1', '0', '1', '1', '1', 
                                              '0', '0', '1', '0', '1', '0', '1', '1'};
 constexpr Cmn_Int64 cSwapFlagPosition = 17;
 constexpr Cmn_Int64 cEncryptionTypePosition = 18;
+constexpr Cmn_Int64 cKeyPosition = 19;
 constexpr char cHeaderStreamName[] = "Z";
 constexpr Cmn_Int16 cHeaderStreamVersion = 1;
 constexpr std::size_t cTOCOffsetSize = 4;
@@ -232,7 +233,12 @@ void FF_Document::ParseHeader(EOpenFlag iFlag)
     mSwap = swapFlag != 0;
 
     Cmn_UInt8 type = 0;
+    Cmn_UInt8 key = 0;
     mInFile->ReadAt(cEncryptionTypePosition, &type, 1);
+    // The masked streams take their key for granted; a file that ends before it is damaged.
+    const bool isMasked = type != eFF_EncryptionType_None && type <= eFF_EncryptionType_Block93;
+    if (isMasked && mInFile->ReadAt(cKeyPosition, &key, 1) != 1)
+        throw Sys_StreamReadException(cKeyPosition);
     const bool isWritable = iFlag == eOpenFlag_ReadWrite || iFlag == eOpenFlag_ReadWriteShared;
     FF_FileBasedEncrytpedStreams::CreateInAndOutStreams(*mInFile, isWritable ? mOutFile.get() : nullptr,
                                                         mInStream, mOutStream);

@@ -27,7 +27,7 @@ FF_StreamHeaderWriter::FF_StreamHeaderWriter(FF_Document* iDocument, Sys_TypedOu
         if (mDocument != nullptr) mDocument->PushContext(iStreamType, static_cast<Cmn_UInt32>(start));
     } catch (Cmn_Exception& exception) {
         Abandon(start);
-        if (mDocument != nullptr) mDocument->Name(exception);
+        if (exception.GetFile().empty()) mStream.GetStream().Explain(exception);
         throw;
     }
 }
@@ -62,7 +62,7 @@ FF_StreamHeaderReader::FF_StreamHeaderReader(FF_Document* iDocument, Sys_TypedIn
         Open(iExpectedType, iUse, iStayInPlace);
     } catch (Cmn_Exception& exception) {
         Pop();
-        if (mDocument != nullptr) mDocument->Name(exception);
+        if (exception.GetFile().empty()) mStream.GetStream().Explain(exception);
         throw;
     } catch (...) {
         Pop();
