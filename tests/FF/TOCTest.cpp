@@ -505,6 +505,14 @@ TEST(TOC, AListGrowsWhileOtherKeysAreAdded)
     TOC back;
     Read(back, bytes, true);
     EXPECT_EQ(Streamed(back, false), Streamed(table, false));
+    Bytes damaged = bytes;
+    damaged.back() = 1; // the size of the last index information
+    try {
+        Read(back, damaged, true);
+        ADD_FAILURE();
+    } catch (const Sys_StreamReadException& problem) {
+        EXPECT_EQ(problem.GetOffset(), static_cast<Cmn_Int64>(bytes.size()));
+    }
 }
 
 TEST(TOC, ALocationHoldsNoMorePiecesThanASizeCanTell)
