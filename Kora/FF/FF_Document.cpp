@@ -237,8 +237,7 @@ void FF_Document::ParseHeader(EOpenFlag iFlag)
     mInFile->ReadAt(cEncryptionTypePosition, &type, 1);
     // The masked streams take their key for granted; a file that ends before it is damaged.
     const bool isMasked = type != eFF_EncryptionType_None && type <= eFF_EncryptionType_Block93;
-    if (isMasked && mInFile->ReadAt(cKeyPosition, &key, 1) != 1)
-        throw Sys_StreamReadException(cKeyPosition);
+    if (isMasked && mInFile->ReadAt(cKeyPosition, &key, 1) != 1) throw Sys_StreamReadException(cKeyPosition);
     const bool isWritable = iFlag == eOpenFlag_ReadWrite || iFlag == eOpenFlag_ReadWriteShared;
     FF_FileBasedEncrytpedStreams::CreateInAndOutStreams(*mInFile, isWritable ? mOutFile.get() : nullptr,
                                                         mInStream, mOutStream);
