@@ -50,37 +50,40 @@ Sys_StdStreamHeaderInfo InfoOf(Fields&& iFields, Cmn_Int64 iStart, Cmn_Int64 iBo
 
 } // namespace
 
-std::string Fields::ReadName(Sys_TypedInStream& ioStream)
+std::size_t Fields::ReadFront(Sys_TypedInStream& ioStream, Bytes& oBytes)
 {
     const Cmn_Int64 start = ioStream.GetPosition();
-    std::array<char, cFixedFront> front;
-    ioStream.ReadBytes(front.data(), front.size());
-    if (!std::equal(cMagic.begin(), cMagic.end(), front.begin())) throw Sys_StreamReadException(start);
-    std::string name(static_cast<unsigned char>(front.back()), '\0');
+    ioStream.ReadBytes(oBytes.data(), cFixedFront);
+    if (!std::equal(cMagic.begin(), cMagic.end(), oBytes.begin())) throw Sys_StreamReadException(start);
+    return oBytes[cMagic.size()];
+}
+
+std::string Fields::ReadName(Sys_TypedInStream& ioStream)
+{
+    Bytes bytes;
+    std::string name(ReadFront(ioStream, bytes), '\0');
     ioStream.ReadBytes(name.data(), name.size());
     return name;
 }
 
 Fields Fields::Read(Sys_TypedInStream& ioStream)
 {
+    Bytes bytes;
+    const std::size_t nameSize = ReadFront(ioStream, bytes);
+    Cmn_UInt8* const behindFront = bytes.data() + cFixedFront;
+    ioStream.ReadBytes(behindFront, nameSize + cAfterName + cBlockSize);
     Fields fields;
-    fields.name = ReadName(ioStream);
-    std::array<Cmn_UInt8, cAfterName + cBlockSize> rest;
-    ioStream.ReadBytes(rest.data(), rest.size());
+    fields.name.assign(behindFront, behindFront + nameSize);
     const bool swap = ioStream.IsSwapped();
-    const Cmn_UInt8* from = rest.data();
+    const Cmn_UInt8* from = behindFront + nameSize;
     fields.version = Take<Cmn_Int16>(from, swap);
     fields.listIndex = Take<Cmn_UInt32>(from, swap);
     fields.flags = Take<Cmn_UInt16>(from, swap);
     fields.bodySize = Take<Cmn_UInt32>(from, swap);
     fields.bodySum = Take<Cmn_UInt32>(from, swap);
+    if (fields.HasSums())
+        fields.computedSum = Sys_Crc32C(0, bytes.data(), static_cast<std::size_t>(from - bytes.data()));
     fields.headerSum = Take<Cmn_UInt32>(from, swap);
-    if (fields.HasSums()) {
-        Bytes bytes;
-        Fields again = fields;
-        again.ToBytes(swap, bytes);
-        fields.computedSum = again.headerSum;
-    }
     return fields;
 }
 
@@ -200,8 +203,7 @@ Sys_StdStreamHeaderReader::Sys_StdStreamHeaderReader(Sys_TypedInStream& iStream,
     : mStream(iStream)
 {
     const Cmn_Int64 start = mStream.GetPosition();
-    // The name first: bytes that hold something else are refused for that, not for what follows.
-    if (PeekName(mStream) != iName || !Peek(mStream, mInfo) || !mInfo.isComplete)
+    if (!Peek(mStream, mInfo) || !mInfo.isComplete || mInfo.name != iName)
         Sys_ThrowFrom<Sys_StreamReadException>(mStream.GetStream(), start);
     Sys_InStream& stream = mStream.GetStream();
     if (mInfo.hasSums && !stream.IsVerified(mInfo.body, mInfo.end)) {

@@ -33,7 +33,9 @@ struct Sys_StdStreamHeaderFields
     // What headerSum should be for the bytes that were read; 0 without sums.
     Cmn_UInt32 computedSum = 0;
 
-    // Magic and name; throws Sys_StreamReadException where there are none.
+    // Magic and length of the name, which is returned; throws Sys_StreamReadException where there are none.
+    static std::size_t ReadFront(Sys_TypedInStream& ioStream, Bytes& oBytes);
+    // Magic and name; throws likewise.
     static std::string ReadName(Sys_TypedInStream& ioStream);
     // The whole header, whatever its fields hold; throws where the bytes end.
     static Sys_StdStreamHeaderFields Read(Sys_TypedInStream& ioStream);

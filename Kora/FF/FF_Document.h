@@ -176,8 +176,8 @@ private:
     void Register(std::span<const Context> iKey, Cmn_Int32 iValueIndex, Cmn_UInt64 iPosition,
                   std::string_view iDescription);
     void RequireRoomFor(Cmn_Int64 iGrowth) const;
-    // Of the innermost open stream itself, whatever item of it is open.
-    TOCKey GetOpenStreamKey() const;
+    // The table's entry (TOC::Entry) of the innermost open stream itself, whatever item of it is open.
+    Cmn_Int32 FindOpenStream();
     // Adds the file's name to an exception that has none.
     void Name(Cmn_Exception& ioException) const;
 

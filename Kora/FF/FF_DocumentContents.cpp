@@ -18,6 +18,28 @@ constexpr Cmn_Int64 cOffsetCountSize = 2;
 constexpr Cmn_Int32 cDefaultReadAhead = 8192;
 constexpr Cmn_Int64 cMaxReadAhead = Cmn_Int64{1} << 20;
 
+// Closes the item of the innermost open stream for a scope: the path is the stream's own key then, without a copy.
+class StNoItem
+{
+public:
+    explicit StNoItem(std::vector<FF_Document::Context>& ioContexts)
+        : mInnermost(ioContexts.empty() ? nullptr : &ioContexts.back())
+        , mIndex(mInnermost != nullptr ? mInnermost->GetListIndex() : 0)
+    {
+        if (mInnermost != nullptr) mInnermost->SetListIndex(0);
+    }
+    ~StNoItem()
+    {
+        if (mInnermost != nullptr) mInnermost->SetListIndex(mIndex);
+    }
+    StNoItem(const StNoItem&) = delete;
+    StNoItem& operator=(const StNoItem&) = delete;
+
+private:
+    FF_Document::Context* mInnermost;
+    Cmn_Int32 mIndex;
+};
+
 } // namespace
 
 void FF_Document::PushContext(Cmn_Int16 iStreamType, Cmn_UInt32 iStreamStart)
@@ -91,17 +113,16 @@ void FF_Document::AddTOCEntry(FF_Document* iDocument, Cmn_UInt64 iPosition, Cmn_
     iDocument->PopContext();
 }
 
-FF_Document::TOCKey FF_Document::GetOpenStreamKey() const
+Cmn_Int32 FF_Document::FindOpenStream()
 {
-    TOCKey key(mCurrentContext);
-    if (!mCurrentContext.empty()) key.GetContexts().back().SetListIndex(0);
-    return key;
+    const StNoItem noItem(mCurrentContext);
+    return mTOC->Find(mCurrentContext);
 }
 
 void FF_Document::AddListEntry(FF_Document* iDocument, Cmn_UInt32 iItem, std::string_view iDescription)
 {
     if (iDocument == nullptr) return;
-    const std::vector<Context>& contexts = iDocument->mCurrentContext;
+    std::vector<Context>& contexts = iDocument->mCurrentContext;
     if (!Cmn_ASSERT_TEXT(!contexts.empty() && contexts.back().IsList(),
                          "mDocument->mCurrentContext.back().mIsList"))
     {
@@ -112,18 +133,18 @@ void FF_Document::AddListEntry(FF_Document* iDocument, Cmn_UInt32 iItem, std::st
     if (!Cmn_ASSERT_TEXT(iDocument->mOutStream, "mOutStream")) return;
 
     TOC& toc = *iDocument->mTOC;
-    const TOCKey key = iDocument->GetOpenStreamKey();
-    const TOC::Entry known = toc.Find(key);
+    const StNoItem noItem(contexts);
+    const TOC::Entry known = toc.Find(contexts);
     const Cmn_Int32 numValues = known == TOC::cNone ? 0 : toc.GetNumValues(known);
     // Value 0 is the list itself.
     const auto listIndex = static_cast<Cmn_Int32>(iItem + 1);
     if (!Cmn_ASSERT_TEXT(listIndex > 0 && listIndex <= std::max(numValues, 1),
                          "iListIndex <= (Cmn_Int32)values.size()"))
         return;
-    if (numValues == 0) iDocument->Register(key.GetContexts(), 0, iDocument->mCurrentStreamStart, {});
+    if (numValues == 0) iDocument->Register(contexts, 0, iDocument->mCurrentStreamStart, {});
     const auto position = static_cast<Cmn_UInt64>(iDocument->mOutStream->GetPosition());
-    iDocument->Register(key.GetContexts(), listIndex, position, iDescription);
-    toc.SetIsList(toc.Find(key), true);
+    iDocument->Register(contexts, listIndex, position, iDescription);
+    toc.SetIsList(toc.Find(contexts), true);
 }
 
 bool FF_Document::InvalidateKey(const TOCKey& iKey, Cmn_Int32 iValueIndex)

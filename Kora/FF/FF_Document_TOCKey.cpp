@@ -15,8 +15,6 @@ FF_Document::Context::Context(Cmn_Int16 iStreamType, Cmn_UInt32 iParentPosition,
 {
 }
 FF_Document::Context::~Context() = default;
-FF_Document::Context::Context(const Context&) = default;
-FF_Document::Context& FF_Document::Context::operator=(const Context&) = default;
 
 std::strong_ordering FF_Document::Context::operator<=>(const Context& iOther) const
 {

@@ -18,8 +18,9 @@ public:
     explicit Context(Cmn_Int16 iStreamType, Cmn_UInt32 iParentPosition = cNoParent, bool iIsList = false,
                      Cmn_Int32 iListIndex = 0);
     virtual ~Context();
-    Context(const Context&);
-    Context& operator=(const Context&);
+    // In place: paths are copied whenever a stream is looked for.
+    Context(const Context&) = default;
+    Context& operator=(const Context&) = default;
 
     Cmn_Int16 GetStreamType() const { return mStreamType; }
     // Start of the stream around this one, in bytes of the file; restored when the context is popped.

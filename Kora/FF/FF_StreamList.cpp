@@ -10,7 +10,7 @@ FF_StreamListWriter::FF_StreamListWriter(FF_Document* iDocument, Sys_TypedOutStr
 {
     if (mDocument != nullptr && Cmn_ASSERT(!mDocument->mCurrentContext.empty())) {
         FF_Document::TOC& toc = *mDocument->mTOC;
-        const FF_Document::TOC::Entry entry = toc.Find(mDocument->GetOpenStreamKey());
+        const FF_Document::TOC::Entry entry = mDocument->FindOpenStream();
         if (entry != FF_Document::TOC::cNone) toc.SetIsList(entry, true);
         mDocument->mCurrentContext.back().SetIsList(true);
     }
@@ -72,7 +72,7 @@ void FF_StreamListReader::SeekToListEntry(Cmn_Int32 iItem)
 void FF_StreamListReader::SeekByTable(Cmn_Int32 iItem)
 {
     const FF_Document::TOC& toc = mDocument->GetTOC();
-    const FF_Document::TOC::Entry entry = toc.Find(mDocument->GetOpenStreamKey());
+    const FF_Document::TOC::Entry entry = mDocument->FindOpenStream();
     const Cmn_Int32 numValues = entry == FF_Document::TOC::cNone ? 0 : toc.GetNumValues(entry);
     // Value 0 is the list itself.
     if (!Cmn_ASSERT_TEXT(iItem < numValues, "iListIndex <= (Cmn_Int32)values.size()")) return;

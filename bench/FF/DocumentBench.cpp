@@ -50,24 +50,33 @@ const std::string& SavedDocument()
     return sPath;
 }
 
-FF_Document::TOCKey ItemKey(Cmn_Int32 iItem)
+// A host's reader, which keeps its keys.
+class ItemReader
 {
-    FF_Document::Context list(cBenchListType);
-    list.SetListIndex(iItem + 1);
-    return FF_Document::TOCKey(std::vector{list, FF_Document::Context(cBenchItemType)});
-}
+public:
+    explicit ItemReader(FF_Document& iDocument)
+        : mDocument(iDocument)
+        , mStream(iDocument.MakeTypedInStream())
+    {
+    }
+    BenchBody Read(Cmn_Int32 iItem)
+    {
+        mList.GetContexts().back().SetListIndex(iItem + 1);
+        mItem.GetContexts().front().SetListIndex(iItem + 1);
+        BenchNeeds(mDocument.SeekToStream(mItem, mStream));
+        const FF_StSetStreamContext context(mDocument, mList);
+        const FF_StreamHeaderReader reader(&mDocument, mStream, cBenchItemType);
+        BenchBody body;
+        mStream.ReadBytes(body.data(), body.size());
+        return body;
+    }
 
-BenchBody ReadItem(FF_Document& iDocument, Sys_TypedInStream& ioStream, Cmn_Int32 iItem)
-{
-    FF_Document::TOCKey key = ItemKey(iItem);
-    BenchNeeds(iDocument.SeekToStream(key, ioStream));
-    key.GetContexts().pop_back();
-    const FF_StSetStreamContext context(iDocument, key);
-    const FF_StreamHeaderReader reader(&iDocument, ioStream, cBenchItemType);
-    BenchBody body;
-    ioStream.ReadBytes(body.data(), body.size());
-    return body;
-}
+private:
+    FF_Document& mDocument;
+    Sys_TypedInStream mStream;
+    FF_Document::TOCKey mList{cBenchListType};
+    FF_Document::TOCKey mItem = mList.Inside(FF_Document::Context(cBenchItemType));
+};
 
 // --- saving, durably; time is the clock's, since most of it may be spent waiting for the disk
 void BM_Save(benchmark::State& ioState)
@@ -98,8 +107,7 @@ void BM_OpenAndReadFirst(benchmark::State& ioState)
     for (auto _ : ioState) {
         FF_Document document(location, eFF_EncryptionType_None, eTextEncoding_Utf8, false);
         document.Open(Sys_Store::eOpenFlag_Read);
-        Sys_TypedInStream stream = document.MakeTypedInStream();
-        BenchNeeds(ReadItem(document, stream, 0) == MakeBenchBody(0));
+        BenchNeeds(ItemReader(document).Read(0) == MakeBenchBody(0));
     }
 }
 BENCHMARK(BM_OpenAndReadFirst)->Unit(benchmark::kMillisecond)->UseRealTime();
@@ -109,13 +117,13 @@ void BM_ReadByKey(benchmark::State& ioState)
 {
     FF_Document document(Sys_FileLoc(SavedDocument()), eFF_EncryptionType_None, eTextEncoding_Utf8, false);
     document.Open(Sys_Store::eOpenFlag_Read);
-    Sys_TypedInStream stream = document.MakeTypedInStream();
+    ItemReader reader(document);
     const std::vector<Cmn_Int32> order = MakeBenchOrder();
     for (const Cmn_Int32 item : order)
-        BenchNeeds(ReadItem(document, stream, item) == MakeBenchBody(item));
+        BenchNeeds(reader.Read(item) == MakeBenchBody(item));
     std::size_t at = 0;
     for (auto _ : ioState)
-        benchmark::DoNotOptimize(ReadItem(document, stream, order[at++ % order.size()]));
+        benchmark::DoNotOptimize(reader.Read(order[at++ % order.size()]));
 }
 BENCHMARK(BM_ReadByKey);
 
