@@ -19,14 +19,6 @@ Cmn_UInt64 RandomFactor()
     return sFactor;
 }
 
-// Makes room for iMore elements ahead of the changes that must not fail half-way, and keeps growth geometric.
-template <class T>
-void ReserveMore(std::vector<T>& ioVector, std::size_t iMore)
-{
-    if (const std::size_t needed = ioVector.size() + iMore; needed > ioVector.capacity())
-        ioVector.reserve(std::max(needed, 2 * ioVector.capacity()));
-}
-
 } // namespace
 
 FF_TOCTable::FF_TOCTable()
@@ -148,8 +140,9 @@ Cmn_Int32 FF_TOCTable::Insert(std::span<const FF_Document::Context> iContexts)
         }
         return found;
     }
-    ReserveMore(mKeys, 1);
-    ReserveMore(mContexts, iContexts.size());
+    // Room first: what follows must not fail half-way.
+    mKeys.ReserveMore(1);
+    mContexts.ReserveMore(iContexts.size());
     MakeSlotsFor(mKeys.size() + 1);
     const std::size_t entry = mKeys.size();
     mKeys.push_back(

@@ -134,7 +134,7 @@ void FF_TOCTable::ReadValues(FF_TOCCursor& ioCursor, Cmn_Int64 iEnd)
         const Cmn_UInt8* const to = ioCursor.GetAt();
         const auto size = static_cast<Cmn_UInt32>(to - from);
         mValues.push_back({mArena.size(), size, size});
-        mArena.insert(mArena.end(), from, to);
+        mArena.Append(from, to);
         if (ioCursor.IsSwapped()) FF_TOCBytes::SwapValue(BytesOf(mValues.back()), true);
         mValueBytes += size;
     }

@@ -153,7 +153,7 @@ void FF_TOCTable::RemoveKeysWithoutValues()
         mKeys[keys++] = key;
     }
     mKeys.resize(keys);
-    mContexts.erase(mContexts.begin() + static_cast<std::ptrdiff_t>(contexts), mContexts.end());
+    mContexts.Truncate(contexts);
     mValues.resize(values);
     std::size_t arena = 0;
     for (const Key& key : mKeys) {

@@ -16,6 +16,7 @@
 #pragma once
 
 #include "Kora/FF/FF_Document_TOC.h"
+#include "Kora/FF/FF_TOCArray_p.h"
 #include "Kora/FF/FF_TOCBytes_p.h"
 
 class FF_TOCTable
@@ -146,10 +147,10 @@ private:
     void ReadValues(FF_TOCCursor& ioCursor, Cmn_Int64 iEnd);
     void Reserve(Cmn_Int64 iBytes, std::size_t iKeys, std::size_t iDepth);
 
-    std::vector<Key> mKeys;
-    std::vector<Context> mContexts;
-    std::vector<Value> mValues;
-    std::vector<Cmn_UInt8> mArena;
+    FF_TOCArray<Key> mKeys;
+    FF_TOCArray<Context> mContexts;
+    FF_TOCArray<Value> mValues;
+    FF_TOCArray<Cmn_UInt8> mArena;
     std::vector<Slot> mSlots;
     int mSlotShift = 0;
     Cmn_UInt64 mFactor; // of the hash
