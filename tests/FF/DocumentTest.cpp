@@ -184,6 +184,32 @@ TEST_F(DocumentTest, EntriesOfAValue)
     EXPECT_EQ(OpenMessage(), 0);
 }
 
+TEST_F(DocumentTest, TextOfAHostInLatin1IsUtf8InTheFile)
+{
+    const FF_Document::TOCKey key(Cmn_Int16{7});
+    const auto open = [](ETextEncoding iEncoding, Sys_Store::EOpenFlag iFlag) {
+        auto document =
+            std::make_unique<FF_Document>(Sys_FileLoc(cPath), eFF_EncryptionType_None, iEncoding, false);
+        document->Open(iFlag);
+        return document;
+    };
+    {
+        const auto document = open(eTextEncoding_Latin1, Sys_Store::eOpenFlag_New);
+        Sys_TypedOutStream out = document->MakeTypedOutStream();
+        document->AddTOCEntry(key, 0, static_cast<Cmn_UInt64>(out.GetPosition()), "caf\xE9");
+        FF_StreamHeaderWriter(document.get(), out, 7, 1);
+        document->Flush();
+    }
+    for (const auto& [encoding, text] : {
+             std::pair(eTextEncoding_Utf8, "caf\xC3\xA9"), {eTextEncoding_Latin1, "caf\xE9"}
+    })
+    {
+        const auto document = open(encoding, Sys_Store::eOpenFlag_Read);
+        const FF_Document::TOC& toc = document->GetTOC();
+        EXPECT_EQ(toc.GetValue(toc.Find(key), 0).GetDisplayInfo().GetText(), text);
+    }
+}
+
 TEST_F(DocumentTest, BrokenPreconditionsAreReportedAndHarmless)
 {
     WriteNew();
