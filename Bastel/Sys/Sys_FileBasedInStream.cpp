@@ -2,6 +2,7 @@
 
 #include "Bastel/Cmn/Cmn_Assert.h"
 #include "Bastel/Cmn/Cmn_Exception.h"
+#include "Bastel/Sys/Sys_BlockCache_p.h"
 #include "Bastel/Sys/Sys_Crc32C.h"
 
 #include <algorithm>
@@ -9,6 +10,7 @@
 
 constexpr std::size_t Sys_FileBasedInStream::cDefaultReadAhead;
 constexpr std::size_t Sys_FileBasedInStream::cFirstRead;
+constexpr int Sys_FileBasedInStream::cJumpsBeforeCaching;
 
 namespace {
 
@@ -43,6 +45,8 @@ void Sys_FileBasedInStream::Forget()
     mBufferStart = mPosition;
     mBuffered = 0;
     mNextRead = cFirstRead;
+    mJumps = 0;
+    mCache.reset();
 }
 
 void Sys_FileBasedInStream::SetReadAhead(std::size_t iBytes)
@@ -106,7 +110,10 @@ void Sys_FileBasedInStream::Load(Cmn_Int64 iFrom, std::size_t iWanted)
     const auto offset = static_cast<std::size_t>(iFrom - mBufferStart);
     const bool isInSequence = offset <= mBuffered;
     if (isInSequence && iWanted <= mBuffered - offset) return;
-    if (!isInSequence) mNextRead = cFirstRead;
+    if (!isInSequence) {
+        mNextRead = cFirstRead;
+        if (mJumps < cJumpsBeforeCaching) ++mJumps;
+    }
     const std::size_t keptFrom = isInSequence ? offset - std::min(offset, cLookBack) : 0;
     const std::size_t kept = isInSequence ? mBuffered - keptFrom : 0;
     const Cmn_Int64 start = isInSequence ? mBufferStart + static_cast<Cmn_Int64>(keptFrom) : iFrom;
@@ -119,9 +126,45 @@ void Sys_FileBasedInStream::Load(Cmn_Int64 iFrom, std::size_t iWanted)
     Reserve(size, keptFrom, kept);
     mBufferStart = start;
     const Cmn_Int64 newFrom = start + static_cast<Cmn_Int64>(kept);
-    const std::size_t count = mFile.ReadAt(newFrom, mBuffer.get() + kept, size - kept);
-    MassageBuffer(mBuffer.get() + kept, count, newFrom);
-    mBuffered = kept + count;
+    mBuffered = kept + Fetch(newFrom, mBuffer.get() + kept, size - kept);
+}
+
+std::size_t Sys_FileBasedInStream::Fetch(Cmn_Int64 iFrom, Cmn_UInt8* oBytes, std::size_t iCount)
+{
+    // Long reads pass the cache by: they would only drive out what jumps come back to.
+    std::size_t done = 0;
+    if (mJumps == cJumpsBeforeCaching && iCount <= Sys_BlockCache::cBlockSize) {
+        while (done < iCount) {
+            const std::size_t at = static_cast<std::size_t>(iFrom) + done;
+            const Cmn_UInt8* const block = FetchBlock(at / Sys_BlockCache::cBlockSize);
+            if (block == nullptr) break;
+            const std::size_t offset = at % Sys_BlockCache::cBlockSize;
+            const std::size_t count = std::min(iCount - done, Sys_BlockCache::cBlockSize - offset);
+            std::memcpy(oBytes + done, block + offset, count);
+            done += count;
+        }
+        if (done == iCount) return done;
+    }
+    const Cmn_Int64 from = iFrom + static_cast<Cmn_Int64>(done);
+    const std::size_t count = mFile.ReadAt(from, oBytes + done, iCount - done);
+    MassageBuffer(oBytes + done, count, from);
+    return done + count;
+}
+
+const Cmn_UInt8* Sys_FileBasedInStream::FetchBlock(std::size_t iBlock)
+{
+    if (mCache == nullptr) mCache = std::make_unique<Sys_BlockCache>();
+    if (const Cmn_UInt8* const known = mCache->Find(iBlock)) return known;
+    Cmn_UInt8* const bytes = mCache->Add(iBlock);
+    const auto from = static_cast<Cmn_Int64>(iBlock * Sys_BlockCache::cBlockSize);
+    const auto size = static_cast<std::size_t>(
+        std::min(static_cast<Cmn_Int64>(Sys_BlockCache::cBlockSize), mLength - from));
+    if (mFile.ReadAt(from, bytes, size) != size) {
+        mCache->Forget(iBlock);
+        return nullptr;
+    }
+    MassageBuffer(bytes, size, from);
+    return bytes;
 }
 
 void Sys_FileBasedInStream::Reserve(std::size_t iSize, std::size_t iKeptFrom, std::size_t iKept)

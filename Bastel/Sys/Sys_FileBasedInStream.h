@@ -1,7 +1,8 @@
 // Sys_FileBasedInStream: a file's bytes through a buffer that reads ahead.
 //
 // The first buffer after a jump is small and doubles while reading goes on in sequence, up to the read-ahead: a stream
-// found by key costs one small read, a long one few large ones.
+// found by key costs one small read, a long one few large ones. After cJumpsBeforeCaching jumps small reads go through
+// a cache of up to 32 MiB: who looks up one stream after another soon pays no call to the system for it.
 //
 // Units:     positions are positions in the file; the stream begins at the file's position when it is made.
 // Sums:      HasSums. SumOf of a body that fits the largest buffer leaves it there.
@@ -13,11 +14,14 @@
 
 #include <memory>
 
+class Sys_BlockCache;
+
 class KORA_API Sys_FileBasedInStream : public Sys_InStream
 {
 public:
     static constexpr std::size_t cDefaultReadAhead = 8192;
     static constexpr std::size_t cFirstRead = 512;
+    static constexpr int cJumpsBeforeCaching = 64;
 
     explicit Sys_FileBasedInStream(Sys_File& iFile);
     ~Sys_FileBasedInStream() override;
@@ -53,6 +57,10 @@ private:
     std::size_t TakeBuffered(Cmn_UInt8* oBytes, std::size_t iCount);
     // Makes the buffer hold the iWanted bytes from iFrom on, or as many as can be read, and some ahead.
     void Load(Cmn_Int64 iFrom, std::size_t iWanted);
+    // Reads and unmasks: from the file or, after many jumps, from the cache.
+    std::size_t Fetch(Cmn_Int64 iFrom, Cmn_UInt8* oBytes, std::size_t iCount);
+    // The cached block; null where not all that the file should have of it could be read.
+    const Cmn_UInt8* FetchBlock(std::size_t iBlock);
     // Room for iSize bytes, with the iKept ones at iKeptFrom moved to the front.
     void Reserve(std::size_t iSize, std::size_t iKeptFrom, std::size_t iKept);
     Cmn_UInt32 SumInPieces(Cmn_Int64 iFrom, std::size_t iCount);
@@ -68,4 +76,6 @@ private:
     std::size_t mReadAhead = cDefaultReadAhead;
     std::size_t mNextRead = cFirstRead;
     std::unique_ptr<Cmn_UInt8[]> mBuffer;
+    int mJumps = 0;
+    std::unique_ptr<Sys_BlockCache> mCache;
 };

@@ -1,4 +1,5 @@
 #include "Bastel/Cmn/Cmn_Exception.h"
+#include "Bastel/Sys/Sys_BlockCache_p.h"
 #include "Bastel/Sys/Sys_Crc32C.h"
 #include "Bastel/Sys/Sys_FileBasedInStream.h"
 #include "Bastel/Sys/Sys_FileBasedOutStream.h"
@@ -217,9 +218,10 @@ TEST_F(FileStreams, ReadingFollowsAPlainVectorAndOutlivesFailures)
     Bytes bytes(20000);
     for (int i = 0; i < 20000; ++i) {
         const std::size_t kind = Random(20);
-        if (kind == 0) in.SetPosition(cBegin + static_cast<Cmn_Int64>(Random(plain.size() - cBegin + 1)));
+        if (kind == 0 || kind == 6)
+            in.SetPosition(cBegin + static_cast<Cmn_Int64>(Random(plain.size() - cBegin + 1)));
         if (kind == 1) in.SetReadAhead(Random(16384));
-        if (kind == 2) in.Forget();
+        if (kind == 2 && Random(200) == 0) in.Forget(); // seldom, so that the cache comes into play
         const Cmn_Int64 at = in.GetPosition();
         const std::size_t wanted = Random(Random(4) == 0 ? 20000 : 12);
         const std::size_t count = std::min(wanted, plain.size() - static_cast<std::size_t>(at));
@@ -280,6 +282,46 @@ TEST_F(FileStreams, RequestsAreFew)
     Bytes all(size);
     EXPECT_EQ(in.Read(all.data(), size), size);
     EXPECT_EQ(mSystem.GetLog().size(), 1u); // straight to its place
+
+    // Who looks up one stream after another reads each block once.
+    const auto numReadsOfAPass = [&] {
+        std::size_t reads = 0;
+        for (Cmn_Int32 i = 0; i < cStreams; i += 37)
+            reads += numReads(i * 7919 % cStreams, 1);
+        return reads;
+    };
+    numReadsOfAPass(); // its first jumps are not taken for a habit
+    numReadsOfAPass();
+    EXPECT_EQ(numReadsOfAPass(), 0u);
+    in.Forget();
+    EXPECT_GT(numReadsOfAPass(), 0u) << "the bytes may have changed";
+}
+
+TEST(BlockCache, HoldsTheBlocksThatCameLast)
+{
+    constexpr std::size_t cMax = 5;
+    Sys_BlockCache cache(cMax);
+    std::vector<std::size_t> order; // of what was added, each block once
+    std::mt19937 random(7);
+    for (int step = 0; step < 3000; ++step) {
+        const std::size_t block = random() % 12;
+        const std::size_t kept = std::min(order.size(), cMax);
+        const bool isKept =
+            std::find(order.end() - static_cast<std::ptrdiff_t>(kept), order.end(), block) != order.end();
+        const Cmn_UInt8* const bytes = cache.Find(block);
+        ASSERT_EQ(bytes != nullptr, isKept) << step;
+        if (isKept) {
+            ASSERT_EQ(bytes[0], block);
+            ASSERT_EQ(bytes[Sys_BlockCache::cBlockSize - 1], block);
+            continue;
+        }
+        std::fill_n(cache.Add(block), Sys_BlockCache::cBlockSize, static_cast<Cmn_UInt8>(block));
+        order.push_back(block);
+        if (step % 500 == 0) {
+            cache.Clear();
+            order.clear();
+        }
+    }
 }
 
 TEST_F(FileStreams, TheLimitIsExact)
