@@ -237,8 +237,13 @@ private:
     bool IsThere(Cmn_Int64 iOffset, const Key& iKey, Cmn_Int32 iItem) const
     {
         if (NewPlace(iOffset) == cNoPlace) return false;
-        if (iItem != cNotAnItem) return true;
         const Cmn_Int32 node = mWalk.Find(iOffset);
+        if (iItem != cNotAnItem && node == Walk::cNone) {
+            // Plain data is an item as long as the list is there that says so.
+            const Cmn_Int32 list = mWalk.FindListAround(iOffset, iKey);
+            return list != Walk::cNone && NewPlace(mWalk.GetNode(list).header.start) != cNoPlace;
+        }
+        if (iItem != cNotAnItem) return true;
         return node != Walk::cNone && mWalk.GetNode(node).isWhole && mWalk.HasTypeOf(node, iKey);
     }
 

@@ -1,6 +1,7 @@
 #include "Kora/FF/FF_StreamList.h"
 
 #include "Bastel/Cmn/Cmn_Assert.h"
+#include "Bastel/Sys/Sys_StreamThrow_p.h"
 #include "Kora/FF/FF_Document_TOC.h"
 
 FF_StreamListWriter::FF_StreamListWriter(FF_Document* iDocument, Sys_TypedOutStream& iStream,
@@ -46,9 +47,7 @@ FF_StreamListReader::FF_StreamListReader(FF_Document* iDocument, Sys_TypedInStre
     , mWalkedTo(mFirst)
 {
     if (mCount >= 0 && mCount <= iStream.GetBytesLeft()) return;
-    Sys_StreamReadException exception(mFirst - Cmn_Int64{sizeof(Cmn_Int32)});
-    if (mDocument != nullptr) mDocument->Name(exception);
-    throw exception;
+    Sys_ThrowFrom<Sys_StreamReadException>(iStream.GetStream(), mFirst - Cmn_Int64{sizeof(Cmn_Int32)});
 }
 
 FF_StreamListReader::~FF_StreamListReader()
@@ -93,7 +92,8 @@ void FF_StreamListReader::SeekByTable(Cmn_Int32 iItem)
 
 void FF_StreamListReader::SeekByWalk(Cmn_Int32 iItem)
 {
-    if (iItem < 0 || iItem >= mCount) throw FF_Document::InvalidContextException();
+    if (iItem < 0 || iItem >= mCount)
+        Sys_ThrowFrom<FF_Document::InvalidContextException>(mStream.GetStream(), mStream.GetPosition());
     if (iItem < mWalkedItem) {
         mWalkedItem = 0;
         mWalkedTo = mFirst;
@@ -101,7 +101,7 @@ void FF_StreamListReader::SeekByWalk(Cmn_Int32 iItem)
     for (mStream.SetPosition(mWalkedTo); mWalkedItem < iItem; ++mWalkedItem) {
         Sys_StdStreamHeaderInfo info;
         if (!Sys_StdStreamHeaderReader::Peek(mStream, info) || !info.isComplete)
-            throw Sys_StreamReadException(mWalkedTo);
+            Sys_ThrowFrom<Sys_StreamReadException>(mStream.GetStream(), mWalkedTo);
         mWalkedTo = info.end;
         mStream.SetPosition(mWalkedTo);
     }

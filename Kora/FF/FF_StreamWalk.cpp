@@ -300,11 +300,15 @@ bool FF_StreamWalk::Fits(Cmn_Int32 iNode, const FF_Document::TOCKey& iKey) const
 
 bool FF_StreamWalk::FitsItem(Cmn_Int64 iOffset, const FF_Document::TOCKey& iList) const
 {
-    if (Find(iOffset) != cNone) return true;
+    return Find(iOffset) != cNone || FindListAround(iOffset, iList) != cNone;
+}
+
+Cmn_Int32 FF_StreamWalk::FindListAround(Cmn_Int64 iOffset, const FF_Document::TOCKey& iList) const
+{
     Cmn_Int32 around = FindAround(iOffset);
     while (around != cNone && !Fits(around, iList))
         around = GetNode(around).parent;
-    return around != cNone;
+    return around;
 }
 
 const FF_Document::LocalLocation* FF_FindLocal(const FF_Document::TOCValue& iValue)

@@ -90,6 +90,8 @@ public:
     bool Fits(Cmn_Int32 iNode, const FF_Document::TOCKey& iKey) const;
     // Whether a list item of the key may begin at iOffset: at a header, or anywhere in a list of the key.
     bool FitsItem(Cmn_Int64 iOffset, const FF_Document::TOCKey& iList) const;
+    // The innermost list of the key that the place is in, cNone where there is none.
+    Cmn_Int32 FindListAround(Cmn_Int64 iOffset, const FF_Document::TOCKey& iList) const;
 
 private:
     struct Pass;

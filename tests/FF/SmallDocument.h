@@ -11,6 +11,7 @@
 #include "Kora/FF/FF_StreamHeader.h"
 #include "Kora/FF/FF_StreamList.h"
 
+#include <algorithm>
 #include <set>
 #include <string>
 #include <string_view>
@@ -119,7 +120,8 @@ inline void ReadByKey(FF_Document& ioDocument, std::string& ioText)
             continue;
         }
         FF_StreamListReader list(&ioDocument, in);
-        for (Cmn_Int32 i = list.GetNumItems() - 1; i >= 0; --i) {
+        // A list of more items than are registered is a broken promise of its writer; asking for those asserts.
+        for (Cmn_Int32 i = std::min(list.GetNumItems(), toc.GetNumValues(entry) - 1) - 1; i >= 0; --i) {
             list.SeekToListEntry(i);
             ReadStream(FF_StreamHeaderReader(&ioDocument, in, 0, FF_StreamHeaderReader::eUseExtendedTOC), in,
                        ioText);
