@@ -1,13 +1,16 @@
 // FF_TOCArray: a vector of plain values that grows where it stands.
 //
-// Growth goes through realloc, which for large blocks moves pages in place of bytes: a table that is filled key by key
+// Small arrays grow by realloc, large ones by blocks that move pages in place of bytes: a table that is filled key by key
 // touches no page more than once, where a vector copies all of them again and again into fresh ones.
 // Functions in lower case behave as those of std::vector. Ownership: its own memory. Threads: none inside.
 #pragma once
 
+#include "Bastel/Sys/Sys_LargeBlock_p.h"
+
 #include <algorithm>
 #include <cstddef>
 #include <cstdlib>
+#include <cstring>
 #include <limits>
 #include <new>
 #include <type_traits>
@@ -21,7 +24,13 @@ class FF_TOCArray
 
 public:
     FF_TOCArray() = default;
-    ~FF_TOCArray() { std::free(mData); }
+    ~FF_TOCArray()
+    {
+        if (mLargeBytes != 0)
+            Sys_LargeBlock::Free(mData, mLargeBytes);
+        else
+            std::free(mData);
+    }
     FF_TOCArray(const FF_TOCArray&) = delete;
     FF_TOCArray& operator=(const FF_TOCArray&) = delete;
 
@@ -43,6 +52,7 @@ public:
     {
         if (iCount <= mCapacity) return;
         if (iCount > std::numeric_limits<std::size_t>::max() / 2 / sizeof(T)) throw std::bad_alloc();
+        if (iCount * sizeof(T) >= Sys_LargeBlock::cUnit / 2) return ReserveLarge(iCount * sizeof(T));
         void* const larger = std::realloc(static_cast<void*>(mData), iCount * sizeof(T));
         if (larger == nullptr) throw std::bad_alloc();
         mData = static_cast<T*>(larger);
@@ -80,7 +90,22 @@ public:
     }
 
 private:
+    void ReserveLarge(std::size_t iBytes)
+    {
+        constexpr std::size_t cUnit = Sys_LargeBlock::cUnit;
+        const std::size_t bytes = (iBytes + cUnit - 1) / cUnit * cUnit;
+        const bool wasLarge = mLargeBytes != 0;
+        void* const larger = Sys_LargeBlock::Grow(wasLarge ? mData : nullptr, mLargeBytes, bytes);
+        if (larger == nullptr) throw std::bad_alloc();
+        if (!wasLarge && mSize != 0) std::memcpy(larger, mData, mSize * sizeof(T));
+        if (!wasLarge) std::free(mData);
+        mData = static_cast<T*>(larger);
+        mLargeBytes = bytes;
+        mCapacity = bytes / sizeof(T);
+    }
+
     T* mData = nullptr;
     std::size_t mSize = 0;
     std::size_t mCapacity = 0;
+    std::size_t mLargeBytes = 0; // of the block, once it is a large one
 };
