@@ -9,12 +9,42 @@
 #include "tests/Support/AssertRecorder.h"
 #include "tests/Tool/MidiBytes.h"
 
+#include <algorithm>
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <sstream>
 
-// A file in the tests' working folder for the length of a scope.
+// A working folder of the test's own: tests run side by side, and give their files the same names.
+class StFolder
+{
+public:
+    StFolder()
+        : mBefore(std::filesystem::current_path())
+    {
+        const testing::TestInfo& test = *testing::UnitTest::GetInstance()->current_test_info();
+        std::string name = std::string("ToolTests.") + test.test_suite_name() + "." + test.name();
+        std::replace(name.begin(), name.end(), '/', '.');
+        mFolder = mBefore / name;
+        std::filesystem::create_directories(mFolder);
+        std::filesystem::current_path(mFolder);
+    }
+    ~StFolder()
+    {
+        std::filesystem::current_path(mBefore);
+        std::error_code ignored;
+        std::filesystem::remove_all(mFolder, ignored);
+    }
+    StFolder(const StFolder&) = delete;
+    StFolder& operator=(const StFolder&) = delete;
+
+private:
+    std::filesystem::path mBefore;
+    std::filesystem::path mFolder;
+};
+
+// A file in the test's working folder for the length of a scope.
 class StFile
 {
 public:
@@ -71,4 +101,7 @@ protected:
     }
 
     AssertRecorder mReports;
+
+private:
+    StFolder mFolder;
 };
