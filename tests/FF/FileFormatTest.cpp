@@ -5,7 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
-#include <regex>
+#include <sstream>
 
 namespace {
 // The bytes of all lines "  49  4b 53 48 31   what they are", whose positions must follow one another.
@@ -13,12 +13,14 @@ MemoryFileSystem::Bytes ExampleOfTheDocs()
 {
     std::ifstream file(KORA_SOURCE_DIR "/docs/file-format.md");
     MemoryFileSystem::Bytes bytes;
-    const std::regex row("^ *([0-9]+)  (([0-9a-f]{2} ?)+)( .*)?$");
-    std::smatch found;
     for (std::string line; std::getline(file, line);) {
-        if (!std::regex_match(line, found, row)) continue;
-        EXPECT_EQ(std::stoul(found[1]), bytes.size()) << line;
-        std::istringstream hex(found[2]);
+        constexpr std::size_t cHex = 6; // columns before and of the bytes
+        constexpr std::size_t cHexWidth = 24;
+        char* end = nullptr;
+        const unsigned long position = std::strtoul(line.c_str(), &end, 10);
+        if (end != line.c_str() + cHex - 2) continue;
+        EXPECT_EQ(position, bytes.size()) << line;
+        std::istringstream hex(line.substr(cHex, cHexWidth));
         for (std::string byte; hex >> byte;)
             bytes.push_back(static_cast<std::uint8_t>(std::stoul(byte, nullptr, 16)));
     }
