@@ -10,29 +10,40 @@
 
 namespace HandMade {
 
-// A big-endian document: stream 7, described as "a number", that holds 1234.
-inline void WriteSwapped(MemoryFileSystem& ioFiles, const char* iPath, int iMaskType)
+struct Form
+{
+    bool swap = false;
+    int maskType = 0;
+    Cmn_Int16 headerVersion = 1;
+    Cmn_UInt32 headerExtra = 0; // bytes behind the TOC offset
+    Cmn_Int64 tocOffset = -1;   // as it is written; -1 for the right one
+};
+
+// Stream 7, described as "a number", that holds 1234.
+inline void Write(MemoryFileSystem& ioFiles, const char* iPath, const Form& iForm)
 {
     ioFiles.SetBytes(iPath, {});
     Sys_File file{Sys_FileLoc(iPath)};
     file.Open(Sys_FileSystem::eAccess_Write);
     file.Write("\x03"
-               "0010111100101011"
-               "\x01",
-               18);
+               "0010111100101011",
+               17);
+    file.Write(iForm.swap ? "\1" : "\0", 1);
     std::unique_ptr<Sys_FileBasedInStream> in;
     std::unique_ptr<Sys_FileBasedOutStream> stream;
     Sys_File inFile{Sys_FileLoc(iPath)};
     inFile.Open(Sys_FileSystem::eAccess_Read);
     FF_FileBasedEncrytpedStreams::CreateInAndOutStreams(
-        inFile, file, static_cast<EFF_EncryptionType>(iMaskType), in, stream);
-    Sys_TypedOutStream out(*stream, true);
-    constexpr Cmn_UInt32 cHeaderStream = 30;
+        inFile, file, static_cast<EFF_EncryptionType>(iForm.maskType), in, stream);
+    Sys_TypedOutStream out(*stream, iForm.swap);
+    const Cmn_UInt32 headerStream = 30 + iForm.headerExtra;
     constexpr Cmn_UInt32 cStream = 32;
-    const auto first = static_cast<Cmn_UInt32>(out.GetPosition()) + cHeaderStream;
+    const auto first = static_cast<Cmn_UInt32>(out.GetPosition()) + headerStream;
     {
-        Sys_StdStreamHeaderWriter header(out, "Z", 1);
-        out.WriteUInt32(first + cStream);
+        Sys_StdStreamHeaderWriter header(out, "Z", iForm.headerVersion);
+        out.WriteUInt32(iForm.tocOffset < 0 ? first + cStream : static_cast<Cmn_UInt32>(iForm.tocOffset));
+        for (Cmn_UInt32 i = 0; i < iForm.headerExtra; ++i)
+            out.WriteUInt8(0xAB);
     }
     {
         FF_StreamHeaderWriter header(nullptr, out, 7, 1);

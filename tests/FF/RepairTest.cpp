@@ -66,8 +66,7 @@ protected:
     }
     void WriteRandom(int iType, int iCount = 6)
     {
-        FF_Document document = Document(static_cast<EFF_EncryptionType>(iType));
-        document.Open(Sys_Store::eOpenFlag_New);
+        OpenDocument document(Sys_Store::eOpenFlag_New, iType);
         WriteTrees(document, iCount);
         document.Flush();
     }
@@ -86,8 +85,7 @@ protected:
     static std::map<std::string, std::string> ByKey(const char* iPath)
     {
         std::map<std::string, std::string> streams;
-        FF_Document document = Document(eFF_EncryptionType_None, iPath);
-        document.Open(Sys_Store::eOpenFlag_Read);
+        OpenDocument document(Sys_Store::eOpenFlag_Read, 0, iPath);
         Sys_TypedInStream in = document.MakeTypedInStream();
         for (FF_Document::TOC::Entry entry = 0; entry < document.GetTOC().GetNumKeys(); ++entry) {
             const Key key = document.GetTOC().GetKey(entry);
@@ -101,8 +99,7 @@ protected:
     std::vector<Stream> Streams(Cmn_Int64& oTOC)
     {
         std::vector<Stream> streams;
-        FF_Document document = Document();
-        document.Open(Sys_Store::eOpenFlag_Read);
+        OpenDocument document(Sys_Store::eOpenFlag_Read);
         oTOC = Cmn_Int64{document.GetTOCOffset()};
         std::vector<std::size_t> open;
         std::map<Cmn_Int64, std::string> keys;
@@ -122,9 +119,8 @@ protected:
     }
     static bool IsHeaderAroundHit(const std::vector<Stream>& iStreams, const Stream& iStream, const Hit& iHit)
     {
-        for (const std::size_t i : iStream.around)
-            if (iHit.Meets(iStreams[i].start, iStreams[i].body)) return true;
-        return false;
+        return std::any_of(iStream.around.begin(), iStream.around.end(),
+                           [&](std::size_t i) { return iHit.Meets(iStreams[i].start, iStreams[i].body); });
     }
     static std::string TypeOf(const std::string& iKey) { return iKey.substr(iKey.rfind('/') + 1); }
     static Report Repair(const char* iTo = cRepaired)
@@ -154,8 +150,7 @@ protected:
         EXPECT_EQ(report.hadTOC, iTableIsWhole);
         EXPECT_GE(report.recovered, static_cast<Cmn_Int32>(repaired.size()));
         EXPECT_EQ(report.streams.size(), static_cast<std::size_t>(report.recovered));
-        const auto faults = FF_DocumentCheck::Check(Sys_FileLoc(cRepaired));
-        EXPECT_TRUE(faults.empty()) << faults[0].offset << ": " << faults[0].text;
+        EXPECT_EQ(Text(FF_DocumentCheck::Check(Sys_FileLoc(cRepaired))), "");
     }
 
     // A key of masks under which no two mask types are the same.
@@ -197,8 +192,7 @@ TEST_F(RepairTest, AnInterruptedAppendLosesNothingThatWasFlushedOrWhole)
         WriteRandom(type);
         Cmn_Int64 toc = 0;
         std::vector<Stream> expected = Streams(toc);
-        FF_Document document = Document();
-        document.Open(Sys_Store::eOpenFlag_ReadWrite);
+        OpenDocument document(Sys_Store::eOpenFlag_ReadWrite);
         Sys_TypedOutStream out = document.MakeTypedOutStream();
         {
             FF_StreamHeaderWriter outer(&document, out, 5, 1);
@@ -229,8 +223,7 @@ TEST_F(RepairTest, ATableThatTheHeaderDoesNotNameYetLendsDescriptions)
     WriteRandom(0, 2);
     const Bytes before = FileBytes();
     {
-        FF_Document document = Document();
-        document.Open(Sys_Store::eOpenFlag_ReadWrite);
+        OpenDocument document(Sys_Store::eOpenFlag_ReadWrite);
         WriteTrees(document, 2);
         document.Flush();
     }
@@ -242,8 +235,7 @@ TEST_F(RepairTest, ATableThatTheHeaderDoesNotNameYetLendsDescriptions)
     EXPECT_TRUE(report.hadTOC);
     EXPECT_EQ(report.withoutDescription, 0);
     EXPECT_EQ(ByKey(cPath), expected);
-    FF_Document document = Document();
-    document.Open(Sys_Store::eOpenFlag_Read);
+    OpenDocument document(Sys_Store::eOpenFlag_Read);
     const FF_Document::TOC& toc = document.GetTOC();
     for (FF_Document::TOC::Entry entry = 0; entry < toc.GetNumKeys(); ++entry)
         EXPECT_EQ(toc.GetValue(entry, 0).GetDisplayInfo().GetText(),
@@ -278,7 +270,7 @@ TEST_F(RepairTest, AnOldTableLendsPiecesItemsAndStates)
         }
     };
     for (const bool hasTable : {true, false}) {
-        FF_Document document = Document();
+        Document document;
         write(document);
         document.Flush();
         const std::size_t toc = document.GetTOCOffset();
@@ -288,25 +280,21 @@ TEST_F(RepairTest, AnOldTableLendsPiecesItemsAndStates)
         if (!hasTable) bytes[toc + 30] ^= 1;
         mFiles.SetBytes(cPath, bytes);
         const Report report = Repair();
-        std::string lost;
-        for (const FF_Fault& fault : report.lost)
-            lost += std::to_string(fault.offset) + ": " + fault.text + "\n";
-        FF_Document repaired = Document(eFF_EncryptionType_None, cRepaired);
-        repaired.Open(Sys_Store::eOpenFlag_Read);
+        const std::string lost = Text(report.lost);
+        OpenDocument repaired(Sys_Store::eOpenFlag_Read, 0, cRepaired);
         EXPECT_EQ(Read(repaired, 7), 1);
         const std::string stretch =
-            "49: expected whole streams, found in 32 bytes: stream 7 with a wrong body sum\n";
+            "49: expected whole streams, found in 32 bytes: stream 7 with a wrong body sum; ";
         if (hasTable) {
-            EXPECT_EQ(lost, stretch + "49: expected stream 7 \"a number\", found nothing whole\n");
+            EXPECT_EQ(lost, stretch + "49: expected stream 7 \"a number\", found nothing whole");
             EXPECT_EQ(repaired.GetTOC().Dump(),
                       "7  [49, 81]  a number\n8  Invalid  a number\n8 #1  [113]  moved\n"
                       "9  [145]  list\n9 #1  [177]  plain\n9 #2  [181]  plain\n");
         } else {
-            EXPECT_EQ(lost,
-                      stretch +
-                          "203: expected 2 items of stream 9, found 0 with a header of their own\n"
-                          "217: expected whole streams, found in 243 bytes: the table of contents with a "
-                          "wrong body sum\n");
+            EXPECT_EQ(lost, stretch +
+                                "203: expected 2 items of stream 9, found 0 with a header of their own; "
+                                "217: expected whole streams, found in 243 bytes: the table of "
+                                "contents with a wrong body sum");
             EXPECT_EQ(repaired.GetTOC().Dump(), "7  [49, 81]  \n8  [113]  \n9  [145]  \n");
         }
         EXPECT_EQ(report.recovered, 4);
@@ -320,10 +308,9 @@ TEST_F(RepairTest, ADamagedFileHeaderIsSeenThrough)
     for (int type = 0; type <= 5; ++type)
         for (const bool swapped : {false, true}) {
             if (swapped)
-                HandMade::WriteSwapped(mFiles, cPath, type);
+                HandMade::Write(mFiles, cPath, {.swap = true, .maskType = type});
             else {
-                FF_Document document = Document(static_cast<EFF_EncryptionType>(type));
-                document.Open(Sys_Store::eOpenFlag_New);
+                OpenDocument document(Sys_Store::eOpenFlag_New, type);
                 Write(document, 7, 1234);
                 for (int i = 0; i < 300; ++i)
                     Write(document, 10, i);
@@ -340,8 +327,7 @@ TEST_F(RepairTest, ADamagedFileHeaderIsSeenThrough)
                 const Report report = Repair();
                 // In its first 4096 bytes mask type 5 has no mask, so that its key is not needed there.
                 EXPECT_EQ(report.header.empty(), isSame || (at == 19 && type == 5 && swapped));
-                FF_Document repaired = Document(eFF_EncryptionType_None, cRepaired);
-                repaired.Open(Sys_Store::eOpenFlag_Read);
+                OpenDocument repaired(Sys_Store::eOpenFlag_Read, 0, cRepaired);
                 EXPECT_EQ(Read(repaired, 7), 1234);
                 EXPECT_EQ(repaired.IsSwapped(), swapped);
                 EXPECT_EQ(repaired.GetEncryptionType(), type);

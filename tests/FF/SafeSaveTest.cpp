@@ -16,8 +16,7 @@ protected:
     }
     void ExpectSaved(Cmn_Int32 iNumber)
     {
-        FF_Document document = Document();
-        document.Open(Sys_Store::eOpenFlag_Read);
+        OpenDocument document(Sys_Store::eOpenFlag_Read);
         EXPECT_EQ(Read(document, 7), iNumber);
     }
 };
@@ -27,7 +26,7 @@ TEST_F(SafeSaveTest, ACommitThatFailedMayBeTriedAgain)
     for (const bool isFlushed : {false, true}) {
         Begin(1)->Commit();
         const auto save = Begin(2);
-        FF_Document reader = Document();
+        Document reader;
         if (isFlushed) reader.Open(Sys_Store::eOpenFlag_Read); // keeps the old one from being replaced
         if (!isFlushed) mFiles.FailAt(1);
         EXPECT_NE(MessageOf([&] { save->Commit(); }), 0);

@@ -77,25 +77,13 @@ inline std::string TakeBytes(Sys_TypedInStream& ioIn, Cmn_Int64 iCount)
     return bytes;
 }
 
-inline std::string Hex(std::string_view iBytes)
-{
-    std::string text;
-    text.reserve(2 * iBytes.size());
-    for (const char byte : iBytes) {
-        text += "0123456789abcdef"[static_cast<unsigned char>(byte) >> 4];
-        text += "0123456789abcdef"[static_cast<unsigned char>(byte) & 15];
-    }
-    return text;
-}
-
 inline void ReadStream(const FF_StreamHeaderReader& iHeader, Sys_TypedInStream& ioIn, std::string& ioText)
 {
     ioText +=
         "  " + std::to_string(iHeader.GetStreamType()) + " v" + std::to_string(iHeader.GetVersion()) + " ";
     const std::string bytes = TakeBytes(ioIn, iHeader.GetBytesLeft());
-    constexpr std::size_t cLong = 1000;
-    ioText += bytes.size() < cLong ? Hex(bytes) : std::to_string(Sys_Crc32C(0, bytes.data(), bytes.size()));
-    ioText += "\n";
+    ioText += std::to_string(bytes.size()) + " bytes, sum " +
+              std::to_string(Sys_Crc32C(0, bytes.data(), bytes.size())) + "\n";
 }
 
 // By key: every entry of the table, its values, its first piece, and the items of lists, last first.

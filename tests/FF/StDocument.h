@@ -2,6 +2,7 @@
 #pragma once
 
 #include "Kora/FF/FF_Document.h"
+#include "Kora/FF/FF_DocumentCheck.h"
 #include "Kora/FF/FF_Document_TOC.h"
 #include "Kora/FF/FF_StSetStreamContext.h"
 #include "Kora/FF/FF_StreamHeader.h"
@@ -11,21 +12,34 @@
 
 #include <gtest/gtest.h>
 
+inline constexpr char cPath[] = "/songs/take.kora";
+
 // One document file in a file system of its own; a report of a broken precondition that the test did not take fails it.
 class StDocument : public testing::Test
 {
 protected:
     using Bytes = MemoryFileSystem::Bytes;
-    static constexpr char cPath[] = "/songs/take.kora";
 
     ~StDocument() override { EXPECT_EQ(TakeReports(), ""); }
 
     Bytes FileBytes() const { return mFiles.GetBytes(cPath); }
 
-    static FF_Document Document(int iType = 0, const char* iPath = cPath)
+    struct Document : FF_Document
     {
-        return {Sys_FileLoc(iPath), static_cast<EFF_EncryptionType>(iType), eTextEncoding_Utf8, false};
-    }
+        explicit Document(int iType = 0, const char* iPath = cPath, ETextEncoding iText = eTextEncoding_Utf8)
+            : FF_Document(Sys_FileLoc(iPath), static_cast<EFF_EncryptionType>(iType), iText, false)
+        {
+        }
+    };
+    struct OpenDocument : Document
+    {
+        template <class... More>
+        explicit OpenDocument(Sys_Store::EOpenFlag iFlag, More... iMore)
+            : Document(iMore...)
+        {
+            Open(iFlag);
+        }
+    };
     // Registers and writes a stream that holds a number.
     static void Write(FF_Document& ioDocument, Cmn_Int16 iType, Cmn_Int32 iNumber)
     {
@@ -53,6 +67,14 @@ protected:
             return exception.GetMessageID();
         }
         return 0;
+    }
+    // "offset: text" of each.
+    static std::string Text(const std::vector<FF_Fault>& iFaults)
+    {
+        std::string text;
+        for (const FF_Fault& fault : iFaults)
+            text += (text.empty() ? "" : "; ") + std::to_string(fault.offset) + ": " + fault.text;
+        return text;
     }
     // The words of the reports so far.
     std::string TakeReports()

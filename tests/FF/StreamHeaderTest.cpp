@@ -35,19 +35,13 @@ TEST_F(StreamHeaderTest, ThreeItemsAreOneTwoThreeAndTheBytesAreTheSameWithoutDoc
 {
     Bytes streams[2];
     for (const bool hasDocument : {false, true}) {
-        FF_Document document = Document();
-        document.Open(Sys_Store::eOpenFlag_New);
+        OpenDocument document(Sys_Store::eOpenFlag_New);
         Sys_TypedOutStream out = document.MakeTypedOutStream();
         const Cmn_Int64 start = out.GetPosition();
         for (const Cmn_Int16 type : {0, 2})
             EXPECT_THROW(FF_StreamHeaderWriter(&document, out, type, 1), Sys_StreamWriteException);
         WriteList(hasDocument ? &document : nullptr, out);
-        const FF_Document::TOC& toc = document.GetTOC();
-        EXPECT_EQ(toc.GetNumKeys(), hasDocument ? 2 : 0) << document.Dump();
-        for (Cmn_Int32 i = 0; hasDocument && i < 4;
-             ++i) // the list itself, then its items, which have 32 bytes
-            EXPECT_TRUE(toc.HasOffset(toc.Find(Key(cList)), i,
-                                      static_cast<Cmn_UInt32>(start + (i == 0 ? 0 : 32 + 32 * (i - 1)))));
+        EXPECT_EQ(document.GetTOC().GetNumKeys(), hasDocument ? 2 : 0) << document.Dump();
         document.Flush();
         const Bytes bytes = FileBytes();
         streams[hasDocument] = Bytes(bytes.begin() + start, bytes.begin() + document.GetTOCOffset());
@@ -74,8 +68,7 @@ TEST_F(StreamHeaderTest, ReadersGoWhereTheTableSends)
     // clang-format on
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
-        FF_Document document = Document();
-        document.Open(Sys_Store::eOpenFlag_New);
+        OpenDocument document(Sys_Store::eOpenFlag_New);
         Sys_TypedOutStream out = document.MakeTypedOutStream();
         const auto number = [&](Cmn_Int32 iNumber) {
             const auto start = static_cast<Cmn_UInt64>(out.GetPosition());
@@ -114,8 +107,7 @@ TEST_F(StreamHeaderTest, ReadersGoWhereTheTableSends)
 
 TEST_F(StreamHeaderTest, ItemsAreFoundByTableAndByWalk)
 {
-    FF_Document document = Document();
-    document.Open(Sys_Store::eOpenFlag_New);
+    OpenDocument document(Sys_Store::eOpenFlag_New);
     Sys_TypedOutStream out = document.MakeTypedOutStream();
     WriteList(&document, out);
     document.InvalidateKey(Key(cList), 2);

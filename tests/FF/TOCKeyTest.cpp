@@ -81,32 +81,7 @@ TEST(TOCKey, TableGivesKeysInOrderWhateverTheOrderOfAdding)
 TEST(TOCKey, StreamIsAsTheFormatSays)
 {
     const TOCKey key = TOCKey({Context(4, 0x01020304, true, 3)}).Inside(Context(-2));
-    const Bytes expected{2,
-                         0,
-                         0,
-                         0,
-                         /**/ 4,
-                         0,
-                         4,
-                         3,
-                         2,
-                         1,
-                         1,
-                         3,
-                         0,
-                         0,
-                         0,
-                         /*     */ 0xFE,
-                         0xFF,
-                         0xFF,
-                         0xFF,
-                         0xFF,
-                         0xFF,
-                         0,
-                         0,
-                         0,
-                         0,
-                         0};
+    const Bytes expected = FromHex("02000000  0400 04030201 01 03000000  FEFF FFFFFFFF 00 00000000");
     EXPECT_EQ(Streamed(key), expected);
     EXPECT_EQ(key.Dump(), "4[3]/-2");
     TOCKey back(9);

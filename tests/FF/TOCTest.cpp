@@ -7,8 +7,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cctype>
-#include <functional>
 #include <map>
 #include <random>
 
@@ -36,18 +34,6 @@ void Read(TOC& ioTable, const Bytes& iBytes, bool iSwap = false)
     Sys_TypedInStream stream(bytes, iSwap);
     ioTable.StreamIn(stream, cEnd);
     EXPECT_EQ(stream.GetBytesLeft(), 0);
-}
-
-// Bytes from pairs of hexadecimal digits; anything else parts them.
-Bytes FromHex(std::string_view iText)
-{
-    std::string digits;
-    for (const char c : iText)
-        if (std::isxdigit(static_cast<unsigned char>(c))) digits += c;
-    Bytes bytes;
-    for (std::size_t i = 0; i < digits.size(); i += 2)
-        bytes.push_back(static_cast<Cmn_UInt8>(std::stoi(digits.substr(i, 2), nullptr, 16)));
-    return bytes;
 }
 
 // A table's stream with that body, from the count of keys on.
@@ -111,15 +97,16 @@ TEST(TOC, BytesAreAsTheFormatSays)
 
 struct PlainValue
 {
-    int plains = 0; // in front of the last location
-    Cmn_UInt8 locationType = 1;
-    std::vector<Cmn_UInt32> offsets;
-    Bytes location;
-    Cmn_UInt8 displayType = 1;
-    std::string display;
-    Cmn_UInt8 indexType = 0;
-    Bytes index;
+    std::size_t plains = 0; // in front of the last location
+    int locationType = 1;
+    std::vector<Cmn_UInt32> offsets{};
+    std::string location{};
+    int displayType = 1;
+    std::string display{};
+    int indexType = 0;
+    std::string index{};
 
+    bool HasOffsets() const { return plains == 0 && !offsets.empty(); }
     void AddOffset(Cmn_UInt32 iOffset)
     {
         if (plains != 0 || locationType != 1) Invalidate();
@@ -128,63 +115,39 @@ struct PlainValue
     }
     void Invalidate()
     {
-        plains = locationType = 0;
+        plains = 0;
+        locationType = 0;
         offsets.clear();
         location.clear();
     }
-    TOCValue Make() const;
-    void StreamOut(Sys_TypedOutStream& ioStream) const;
-};
-
-TOCValue PlainValue::Make() const
-{
-    std::unique_ptr<FF_Document::Location> made;
-    if (locationType == 0) made = std::make_unique<FF_Document::Location>();
-    if (locationType == 1) {
-        auto local = std::make_unique<FF_Document::LocalLocation>();
+    TOCValue Make() const
+    {
+        const Bytes written = ::Streamed(*this);
+        Sys_MemInStream bytes(written);
+        Sys_TypedInStream in(bytes);
+        auto made = FF_Document::Location::StreamIn(in);
+        auto shown = FF_Document::DisplayInfo::StreamIn(in);
+        return {std::move(made), std::move(shown), FF_Document::IndexInfo::StreamIn(in)};
+    }
+    void StreamOut(Sys_TypedOutStream& ioStream) const
+    {
+        const auto part = [&](int iType, std::size_t iSize, const std::string& iBytes) {
+            ioStream.WriteUInt8(static_cast<Cmn_UInt8>(iType));
+            ioStream.WriteInt16(static_cast<Cmn_Int16>(iSize));
+            ioStream.WriteBytes(iBytes.data(), iBytes.size());
+        };
+        const std::size_t last = locationType == 1 ? 2 + 4 * offsets.size() : location.size();
+        for (std::size_t i = plains; i > 0; --i)
+            part(0, 3 * i + last, "");
+        part(locationType, last, location);
+        if (locationType == 1) ioStream.WriteInt16(static_cast<Cmn_Int16>(offsets.size()));
         for (const Cmn_UInt32 offset : offsets)
-            local->AddOffset(offset);
-        made = std::move(local);
+            ioStream.WriteUInt32(offset);
+        part(displayType, display.size() + (displayType == 1 ? 4 : 0), displayType == 1 ? "" : display);
+        if (displayType == 1) ioStream.WriteString(display);
+        part(indexType, index.size(), index);
     }
-    if (locationType > 1) made = std::make_unique<FF_Document::InvalidLocation>(locationType, location);
-    for (int i = 0; i < plains; ++i) {
-        auto plain = std::make_unique<FF_Document::Location>();
-        plain->SetNext(std::move(made));
-        made = std::move(plain);
-    }
-    std::unique_ptr<FF_Document::DisplayInfo> shown;
-    if (displayType == 1)
-        shown = std::make_unique<FF_Document::StringDisplayInfo>(display);
-    else
-        shown = std::make_unique<FF_Document::InvalidDisplayInfo>(displayType,
-                                                                  Bytes(display.begin(), display.end()));
-    return {std::move(made), std::move(shown),
-            std::make_unique<FF_Document::InvalidIndexInfo>(indexType, index)};
-}
-
-void PlainValue::StreamOut(Sys_TypedOutStream& ioStream) const
-{
-    const std::size_t last = locationType == 1 ? 2 + 4 * offsets.size() : location.size();
-    for (int i = plains; i > 0; --i) {
-        ioStream.WriteUInt8(0);
-        ioStream.WriteInt16(static_cast<Cmn_Int16>(3 * static_cast<std::size_t>(i) + last));
-    }
-    ioStream.WriteUInt8(locationType);
-    ioStream.WriteInt16(static_cast<Cmn_Int16>(last));
-    if (locationType == 1) ioStream.WriteInt16(static_cast<Cmn_Int16>(offsets.size()));
-    for (const Cmn_UInt32 offset : offsets)
-        ioStream.WriteUInt32(offset);
-    ioStream.WriteBytes(location.data(), location.size());
-    ioStream.WriteUInt8(displayType);
-    ioStream.WriteInt16(static_cast<Cmn_Int16>(display.size() + (displayType == 1 ? 4 : 0)));
-    if (displayType == 1)
-        ioStream.WriteString(display);
-    else
-        ioStream.WriteBytes(display.data(), display.size());
-    ioStream.WriteUInt8(indexType);
-    ioStream.WriteInt16(static_cast<Cmn_Int16>(index.size()));
-    ioStream.WriteBytes(index.data(), index.size());
-}
+};
 
 struct PlainEntry
 {
@@ -195,14 +158,10 @@ struct PlainEntry
 class Script
 {
 public:
-    explicit Script(unsigned iSeed)
-        : mRandom(iSeed)
+    void Run(unsigned iSeed)
     {
-    }
-
-    void Run(int iSteps)
-    {
-        for (mStep = 0; mStep < iSteps; ++mStep) {
+        mRandom.seed(iSeed);
+        for (mStep = 0; mStep < 1000; ++mStep) {
             Step();
             if (mStep % 20 == 19) Check();
             if (testing::Test::HasFatalFailure()) return;
@@ -210,10 +169,8 @@ public:
     }
 
 private:
-    using Model = std::map<std::vector<std::pair<Cmn_Int16, Cmn_Int32>>, PlainEntry>;
-
-    Cmn_UInt32 Below(Cmn_UInt32 iLimit) { return static_cast<Cmn_UInt32>(mRandom() % iLimit); }
-    Bytes SomeBytes() { return Bytes(Below(3) == 0 ? Below(60) : 0, static_cast<Cmn_UInt8>(mStep)); }
+    Cmn_UInt32 Below(std::size_t iLimit) { return static_cast<Cmn_UInt32>(mRandom() % iLimit); }
+    std::string SomeBytes() { return std::string(Below(3) == 0 ? Below(60) : 0, static_cast<char>(mStep)); }
 
     void Step()
     {
@@ -221,8 +178,7 @@ private:
         if (mModel.empty() || kind < 20) return Insert();
         if (kind == 20) return Forget();
         if (kind < 23) return Stream();
-        const auto at = std::next(mModel.begin(),
-                                  static_cast<std::ptrdiff_t>(Below(static_cast<Cmn_UInt32>(mModel.size()))));
+        const auto at = std::next(mModel.begin(), Below(mModel.size()));
         const TOC::Entry entry = mTable.Find(at->second.contexts);
         ASSERT_NE(entry, TOC::cNone);
         std::vector<PlainValue>& values = at->second.values;
@@ -234,7 +190,7 @@ private:
             values.emplace_back().display = std::string(Below(30), static_cast<char>('a' + mStep % 26));
             mTable.AddValue(entry, values.back().display);
         } else {
-            const Cmn_UInt32 i = Below(static_cast<Cmn_UInt32>(values.size()));
+            const Cmn_UInt32 i = Below(values.size());
             Change(entry, static_cast<Cmn_Int32>(i), values[i], kind);
         }
     }
@@ -242,14 +198,12 @@ private:
     void Insert()
     {
         std::vector<Context> contexts;
-        std::vector<std::pair<Cmn_Int16, Cmn_Int32>> key;
-        do {
+        do
             contexts.emplace_back(static_cast<Cmn_Int16>(Below(5)),
                                   Below(4) == 0 ? Context::cNoParent : Below(cEnd), Below(3) == 0,
                                   static_cast<Cmn_Int32>(Below(4)) - 1);
-            key.emplace_back(contexts.back().GetStreamType(), contexts.back().GetListIndex());
-        } while (Below(2) == 0);
-        const auto [at, isNew] = mModel.try_emplace(key, PlainEntry{contexts, {}});
+        while (Below(2) == 0);
+        const auto [at, isNew] = mModel.try_emplace(TOCKey(contexts), PlainEntry{contexts, {}});
         for (std::size_t i = 0; i < contexts.size() && !isNew; ++i)
             if (const Cmn_UInt32 parent = contexts[i].GetParentPosition(); parent != Context::cNoParent)
                 at->second.contexts[i].SetParentPosition(parent);
@@ -268,15 +222,14 @@ private:
             ioValue.Invalidate();
             mTable.Invalidate(iEntry, iValue);
         } else {
-            ioValue = PlainValue{};
-            ioValue.plains = static_cast<int>(Below(4));
-            ioValue.locationType = static_cast<Cmn_UInt8>(Below(4));
+            ioValue = {.plains = Below(4),
+                       .locationType = static_cast<int>(Below(4)),
+                       .displayType = static_cast<int>(Below(3)),
+                       .display = std::string(Below(40), 'v'),
+                       .indexType = static_cast<int>(Below(256)),
+                       .index = SomeBytes()};
             if (ioValue.locationType == 1) ioValue.offsets.assign(Below(3), Below(cEnd));
             if (ioValue.locationType > 1) ioValue.location = SomeBytes();
-            ioValue.displayType = static_cast<Cmn_UInt8>(Below(3));
-            ioValue.display = std::string(Below(40), 'v');
-            ioValue.indexType = static_cast<Cmn_UInt8>(Below(256));
-            ioValue.index = SomeBytes();
             mTable.SetValue(iEntry, iValue, ioValue.Make());
         }
     }
@@ -290,7 +243,7 @@ private:
                 std::vector<Cmn_UInt32>& offsets = values[i].offsets;
                 if (std::erase_if(offsets, [from](Cmn_UInt32 iOffset) { return iOffset >= from; }) == 0)
                     continue;
-                if (!offsets.empty() && values[i].plains == 0) continue;
+                if (values[i].HasOffsets()) continue;
                 values[i].Invalidate();
                 if (i + 1 == values.size()) values.pop_back();
             }
@@ -346,9 +299,9 @@ private:
         for (Cmn_Int32 i = 0; i < mTable.GetNumValues(iEntry); ++i) {
             const PlainValue& plain = iPlain.values[static_cast<std::size_t>(i)];
             Cmn_UInt32 first = 0;
-            ASSERT_EQ(mTable.GetFirstOffset(iEntry, i, first), plain.plains == 0 && !plain.offsets.empty());
-            ASSERT_EQ(mTable.HasOffset(iEntry, i, cEnd + 100), false);
-            if (plain.plains == 0 && !plain.offsets.empty()) {
+            ASSERT_EQ(mTable.GetFirstOffset(iEntry, i, first), plain.HasOffsets());
+            EXPECT_FALSE(mTable.HasOffset(iEntry, i, cEnd + 100));
+            if (plain.HasOffsets()) {
                 EXPECT_EQ(first, plain.offsets.front());
                 EXPECT_TRUE(mTable.HasOffset(iEntry, i, plain.offsets.back()));
             }
@@ -360,7 +313,7 @@ private:
 
     std::mt19937 mRandom;
     TOC mTable;
-    Model mModel;
+    std::map<TOCKey, PlainEntry> mModel;
     int mStep = 0;
 };
 
@@ -368,7 +321,7 @@ TEST(TOC, RandomScriptsGiveWhatAPlainMapGives)
 {
     for (unsigned seed = 1; seed <= 8 && !HasFatalFailure(); ++seed) {
         SCOPED_TRACE(testing::Message() << "seed " << seed);
-        Script(seed).Run(1000);
+        Script().Run(seed);
     }
 }
 
@@ -381,13 +334,8 @@ TEST(TOC, HostileTablesAreRefusedAndTheContentStays)
     const auto one = [&](const std::string& iLocation, const std::string& iDisplay = "01 0400 00000000") {
         return "01000000" + key + " 01000000 " + iLocation + iDisplay + " 00 0000";
     };
-    const struct
-    {
-        const char* name;
-        bool isRead;
-        std::string body;
-    } cases[] = {
-  // clang-format off
+    // clang-format off
+    const struct { const char* name; bool isRead; std::string body; } cases[] = {
         {"no keys", true, "00000000"},
         {"a key without values", true, "01000000" + key + "00000000"},
         {"one value", true, "01000000" + key + value},
@@ -414,8 +362,8 @@ TEST(TOC, HostileTablesAreRefusedAndTheContentStays)
         {"a text longer than its size", false, one("00 0000", "01 0400 01000000 61")},
         {"a text shorter than its size", false, one("00 0000", "01 0600 01000000 6162")},
         {"a text without room for its count", false, one("00 0000", "01 0000")},
-  // clang-format on
     };
+    // clang-format on
     for (const auto& row : cases) {
         SCOPED_TRACE(row.name);
         TOC table;
@@ -431,12 +379,6 @@ TEST(TOC, HostileTablesAreRefusedAndTheContentStays)
     TOC table;
     EXPECT_THROW(Read(table, Framed("00000000", 2, 1)), Cmn_DocumentTooOldException);
     EXPECT_THROW(Read(table, Framed("00000000", 2, 3)), Cmn_DocumentTooNewException);
-    try {
-        Read(table, Framed("00000000", 3, 3));
-        ADD_FAILURE();
-    } catch (const Cmn_Exception& problem) {
-        EXPECT_EQ(problem.GetMessageID(), Cmn_eMessage_UnexpectedStreamType);
-    }
 }
 
 // Whatever one byte becomes, the table is refused, or it is another table, which is written as it was read.
@@ -467,10 +409,8 @@ TEST(TOC, EveryByteIsHeldAgainstTheOthers)
             }
         }
         EXPECT_GT(refused, 10000);
-        for (std::size_t size = 0; size < good.size(); ++size)
-            ASSERT_THROW(
-                Read(table, Bytes(good.begin(), good.begin() + static_cast<std::ptrdiff_t>(size)), swap),
-                Sys_StreamReadException);
+        for (auto end = good.begin(); end != good.end(); ++end)
+            ASSERT_THROW(Read(table, Bytes(good.begin(), end), swap), Sys_StreamReadException);
         EXPECT_EQ(Streamed(table, swap), good);
     }
 }
@@ -525,16 +465,8 @@ TEST(TOC, ALocationHoldsNoMorePiecesThanASizeCanTell)
         table.AddOffset(entry, 0, i);
         value.AddOffset(i);
     }
-    const auto expectTooLong = [](const std::function<void()>& iAdd) {
-        try {
-            iAdd();
-            ADD_FAILURE() << "added";
-        } catch (const std::length_error& problem) {
-            EXPECT_STREQ(problem.what(), "list<T> too long");
-        }
-    };
-    expectTooLong([&] { table.AddOffset(entry, 0, 8191); });
-    expectTooLong([&] { value.AddOffset(8191); });
+    EXPECT_THROW(table.AddOffset(entry, 0, 8191), std::length_error);
+    EXPECT_THROW(value.AddOffset(8191), std::length_error);
     EXPECT_EQ(Streamed(table.GetValue(entry, 0)), Streamed(value));
     TOC back;
     Read(back, Streamed(table, false));
@@ -544,16 +476,8 @@ TEST(TOC, ALocationHoldsNoMorePiecesThanASizeCanTell)
 TEST(TOC, DescriptionsAreUtf8OnDiskAndCutAtACharacter)
 {
     const std::string full(32763, 'a');
-    const struct
-    {
-        const char* name;
-        ETextEncoding encoding;
-        bool repair;
-        std::string given;
-        std::string onDisk;
-        std::string taken;
-    } cases[] = {
-  // clang-format off
+    // clang-format off
+    const struct { const char* name; ETextEncoding encoding; bool repair; std::string given, onDisk, taken; } cases[] = {
         {"what just fits", eTextEncoding_Utf8, false, full, full, full},
         {"one byte too many", eTextEncoding_Utf8, false, full + "b", full, full},
         {"a character across the end", eTextEncoding_Utf8, false, full.substr(2) + "\xE2\x82\xAC",
@@ -562,8 +486,8 @@ TEST(TOC, DescriptionsAreUtf8OnDiskAndCutAtACharacter)
         {"ill-formed text repaired", eTextEncoding_Utf8, true, "a\xFFz", "a\xEF\xBF\xBDz", "a\xEF\xBF\xBDz"},
         {"Latin-1", eTextEncoding_Latin1, false, "caf\xE9", "caf\xC3\xA9", "caf\xE9"},
         {"Latin-1 across the end", eTextEncoding_Latin1, false, full.substr(1) + "\xE9", full.substr(1), full.substr(1)},
-  // clang-format on
     };
+    // clang-format on
     for (const auto& row : cases) {
         SCOPED_TRACE(row.name);
         TOC table;
@@ -586,12 +510,13 @@ TEST(TOC, WhatIsNotThereIsReportedAndChangesNothing)
     Read(table, Framed(cSmallBody));
     const Bytes before = Streamed(table, false);
     Cmn_UInt32 offset = 77;
-    for (const auto& [entry, value] : {
-             std::pair(-1, 0), {2, 0 },
-               {0, -1},
-               {0, 2 }
-    })
-    {
+    constexpr std::pair<int, int> cNowhere[] = {
+        {-1, 0 },
+        {2,  0 },
+        {0,  -1},
+        {0,  2 }
+    };
+    for (const auto& [entry, value] : cNowhere) {
         table.AddOffset(entry, value, 1);
         table.Invalidate(entry, value);
         table.SetValue(entry, value, TOCValue("x"));
@@ -604,9 +529,15 @@ TEST(TOC, WhatIsNotThereIsReportedAndChangesNothing)
     EXPECT_EQ(table.GetInOrder(2), TOC::cNone);
     EXPECT_EQ(reports.Take().size(), 3u);
     // A chain that no reader takes does not get in.
-    PlainValue chain;
-    chain.plains = FF_Document::Location::cMaxChain;
-    EXPECT_THROW(table.SetValue(0, 0, chain.Make()), Sys_StreamWriteException);
+    std::unique_ptr<FF_Document::Location> chain = std::make_unique<FF_Document::LocalLocation>();
+    for (int i = 0; i < FF_Document::Location::cMaxChain; ++i) {
+        auto plain = std::make_unique<FF_Document::Location>();
+        plain->SetNext(std::move(chain));
+        chain = std::move(plain);
+    }
+    const TOCValue x("x");
+    const TOCValue tooLong(std::move(chain), x.GetDisplayInfo().Clone(), x.GetIndexInfo().Clone());
+    EXPECT_THROW(table.SetValue(0, 0, tooLong), Sys_StreamWriteException);
     EXPECT_EQ(offset, 77u);
     EXPECT_EQ(Streamed(table, false), before);
 }
