@@ -29,10 +29,8 @@ public:
     {
         return !mLevels.empty() && iPosition >= mLevels.front().start;
     }
-    std::size_t GetDepth() const { return mLevels.size(); }
-    // Where the innermost header starts and where its body does.
+    // Where the innermost header starts.
     Cmn_Int64 GetStart() const { return mLevels.back().start; }
-    Cmn_Int64 GetBody() const { return mLevels.back().body; }
 
     // The innermost stream becomes a list, and opens an item of it: 1 for the first, 0 between items. Nothing without an
     // open header. The headers opened directly inside carry the index; repair puts them back in their place by it.

@@ -2,6 +2,7 @@
 
 #include "Bastel/Cmn/Cmn_Assert.h"
 #include "Bastel/Cmn/Cmn_Exception.h"
+#include "Bastel/Sys/Sys_ByteOrder_p.h"
 #include "Bastel/Sys/Sys_Crc32C.h"
 #include "Bastel/Sys/Sys_StdStreamHeader_p.h"
 #include "Bastel/Sys/Sys_StreamThrow_p.h"
@@ -16,19 +17,14 @@ namespace {
 template <class T>
 T Take(const Cmn_UInt8*& ioFrom, bool iSwap)
 {
-    Cmn_UInt32 value = 0;
-    for (std::size_t i = 0; i < sizeof(T); ++i)
-        value |= Cmn_UInt32{ioFrom[i]} << (8 * (iSwap ? sizeof(T) - 1 - i : i));
     ioFrom += sizeof(T);
-    return static_cast<T>(value);
+    return Sys_LoadInteger<T>(ioFrom - sizeof(T), iSwap);
 }
 
 template <class T>
 void Put(T iValue, Cmn_UInt8*& ioTo, bool iSwap)
 {
-    for (std::size_t i = 0; i < sizeof(T); ++i)
-        ioTo[i] =
-            static_cast<Cmn_UInt8>(static_cast<Cmn_UInt32>(iValue) >> (8 * (iSwap ? sizeof(T) - 1 - i : i)));
+    Sys_StoreInteger(ioTo, iValue, iSwap);
     ioTo += sizeof(T);
 }
 

@@ -1,12 +1,12 @@
 #include "Bastel/Sys/Sys_TypedStream.h"
 
 #include "Bastel/Cmn/Cmn_Utf8.h"
+#include "Bastel/Sys/Sys_ByteOrder_p.h"
 #include "Bastel/Sys/Sys_StreamThrow_p.h"
 
 #include <array>
 #include <bit>
 #include <limits>
-#include <type_traits>
 
 namespace {
 std::string Latin1FromUtf8(std::string_view iText)
@@ -46,15 +46,9 @@ Sys_TypedInStream::Sys_TypedInStream(Sys_InStream& iStream, bool iSwap, ETextEnc
 template <class T>
 T Sys_TypedInStream::ReadInteger()
 {
-    using U = std::make_unsigned_t<T>;
     std::array<Cmn_UInt8, sizeof(T)> bytes;
     ReadBytes(bytes.data(), bytes.size());
-    Cmn_UInt64 value = 0;
-    for (std::size_t i = 0; i < bytes.size(); ++i) {
-        const std::size_t place = mSwap ? bytes.size() - 1 - i : i;
-        value |= Cmn_UInt64{bytes[i]} << (8 * place);
-    }
-    return static_cast<T>(static_cast<U>(value));
+    return Sys_LoadInteger<T>(bytes.data(), mSwap);
 }
 
 bool Sys_TypedInStream::ReadBool()
@@ -102,12 +96,8 @@ Sys_TypedOutStream::Sys_TypedOutStream(Sys_OutStream& iStream, bool iSwap, EText
 template <class T>
 void Sys_TypedOutStream::WriteInteger(T iValue)
 {
-    using U = std::make_unsigned_t<T>;
     std::array<Cmn_UInt8, sizeof(T)> bytes;
-    for (std::size_t i = 0; i < bytes.size(); ++i) {
-        const std::size_t place = mSwap ? bytes.size() - 1 - i : i;
-        bytes[i] = static_cast<Cmn_UInt8>(Cmn_UInt64{static_cast<U>(iValue)} >> (8 * place));
-    }
+    Sys_StoreInteger(bytes.data(), iValue, mSwap);
     WriteBytes(bytes.data(), bytes.size());
 }
 

@@ -96,7 +96,7 @@ bool FF_Document::TOC::GetFirstOffset(Entry iEntry, Cmn_Int32 iValue, Cmn_UInt32
     if (!Cmn_ASSERT(Has(iEntry, iValue))) return false;
     const std::span<const Cmn_UInt8> offsets = mTable->GetOffsets(iEntry, iValue);
     if (offsets.empty()) return false;
-    oOffset = FF_TOCBytes::Load<Cmn_UInt32>(offsets.data(), false);
+    oOffset = Sys_LoadInteger<Cmn_UInt32>(offsets.data(), false);
     return true;
 }
 
@@ -105,7 +105,7 @@ bool FF_Document::TOC::HasOffset(Entry iEntry, Cmn_Int32 iValue, Cmn_UInt32 iOff
     if (!Cmn_ASSERT(Has(iEntry, iValue))) return false;
     const std::span<const Cmn_UInt8> offsets = mTable->GetOffsets(iEntry, iValue);
     for (std::size_t at = 0; at < offsets.size(); at += FF_TOCBytes::cOffsetSize)
-        if (FF_TOCBytes::Load<Cmn_UInt32>(offsets.data() + at, false) == iOffset) return true;
+        if (Sys_LoadInteger<Cmn_UInt32>(offsets.data() + at, false) == iOffset) return true;
     return false;
 }
 

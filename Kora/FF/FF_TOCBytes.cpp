@@ -26,8 +26,8 @@ public:
     template <class T>
     T Turn()
     {
-        const T value = FF_TOCBytes::Load<T>(mAt, mFromSwapped);
-        FF_TOCBytes::Store<T>(mAt, value, !mFromSwapped);
+        const T value = Sys_LoadInteger<T>(mAt, mFromSwapped);
+        Sys_StoreInteger<T>(mAt, value, !mFromSwapped);
         mAt += sizeof(T);
         return value;
     }
@@ -141,7 +141,7 @@ void FF_TOCBytes::SwapValue(Cmn_UInt8* ioValue, bool iFromSwapped)
 
 const Cmn_UInt8* FF_TOCBytes::LastLocation(const Cmn_UInt8* iValue)
 {
-    while (iValue[0] == cPlain && Load<Cmn_UInt16>(iValue + 1, false) != 0)
+    while (iValue[0] == cPlain && Sys_LoadInteger<Cmn_UInt16>(iValue + 1, false) != 0)
         iValue += cPartHeader;
     return iValue;
 }
@@ -149,18 +149,20 @@ const Cmn_UInt8* FF_TOCBytes::LastLocation(const Cmn_UInt8* iValue)
 std::size_t FF_TOCBytes::LocationSize(const Cmn_UInt8* iValue)
 {
     const Cmn_UInt8* const last = LastLocation(iValue);
-    return static_cast<std::size_t>(last - iValue) + cPartHeader + Load<Cmn_UInt16>(last + 1, false);
+    return static_cast<std::size_t>(last - iValue) + cPartHeader +
+           Sys_LoadInteger<Cmn_UInt16>(last + 1, false);
 }
 
 std::span<const Cmn_UInt8> FF_TOCBytes::Offsets(const Cmn_UInt8* iLocation)
 {
     if (iLocation[0] != cLocal) return {};
-    return {iLocation + cLocalHeader, cOffsetSize * Load<Cmn_UInt16>(iLocation + cPartHeader, false)};
+    return {iLocation + cLocalHeader,
+            cOffsetSize * Sys_LoadInteger<Cmn_UInt16>(iLocation + cPartHeader, false)};
 }
 
 void FF_TOCBytes::StoreLocalHeader(Cmn_UInt8* oLocation, std::size_t iCount)
 {
     oLocation[0] = cLocal;
-    Store(oLocation + 1, static_cast<Cmn_UInt16>(2 + cOffsetSize * iCount), false);
-    Store(oLocation + cPartHeader, static_cast<Cmn_UInt16>(iCount), false);
+    Sys_StoreInteger(oLocation + 1, static_cast<Cmn_UInt16>(2 + cOffsetSize * iCount), false);
+    Sys_StoreInteger(oLocation + cPartHeader, static_cast<Cmn_UInt16>(iCount), false);
 }

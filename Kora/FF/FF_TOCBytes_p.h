@@ -11,9 +11,9 @@
 // FF_TOCCursor::SkipValue has passed over, little-endian.
 #pragma once
 
+#include "Bastel/Sys/Sys_ByteOrder_p.h"
 #include "Kora/FF/FF_Document_TOCValue.h"
 
-#include <bit>
 #include <cstring>
 #include <memory>
 #include <span>
@@ -28,31 +28,6 @@ constexpr std::size_t cSmallestValue = 3 * cPartHeader;
 // A chain of plain locations, and three parts with bodies of what 16 bits can tell.
 constexpr std::size_t cLargestValue =
     3 * (cPartHeader + 32767) + cPartHeader * FF_Document::Location::cMaxChain;
-
-// iSwap: the bytes are big-endian.
-template <class T>
-T Load(const Cmn_UInt8* iFrom, bool iSwap)
-{
-    using U = std::make_unsigned_t<T>;
-    U value;
-    std::memcpy(&value, iFrom, sizeof value);
-    if ((std::endian::native == std::endian::big) != iSwap) {
-        if constexpr (sizeof(T) == 2) value = static_cast<U>(value << 8 | value >> 8);
-        if constexpr (sizeof(T) == 4)
-            value = value << 24 | (value & 0xFF00) << 8 | (value >> 8 & 0xFF00) | value >> 24;
-    }
-    return static_cast<T>(value);
-}
-
-template <class T>
-void Store(Cmn_UInt8* oTo, T iValue, bool iSwap)
-{
-    Cmn_UInt8 bytes[sizeof(T)];
-    std::memcpy(bytes, &iValue, sizeof(T));
-    // Reversing is its own inverse, so that loading gives the bytes to store.
-    const T stored = Load<T>(bytes, iSwap);
-    std::memcpy(oTo, &stored, sizeof(T));
-}
 
 } // namespace FF_TOCBytes
 
@@ -90,12 +65,12 @@ public:
     template <class T>
     T Take()
     {
-        return FF_TOCBytes::Load<T>(Skip(sizeof(T)), mSwap);
+        return Sys_LoadInteger<T>(Skip(sizeof(T)), mSwap);
     }
     // A count that is not negative and whose elements, of iSize bytes at least, can be there.
     Cmn_Int32 TakeCount(std::size_t iSize)
     {
-        const Cmn_Int32 count = FF_TOCBytes::Load<Cmn_Int32>(Skip(4), mSwap);
+        const Cmn_Int32 count = Sys_LoadInteger<Cmn_Int32>(Skip(4), mSwap);
         Require(count >= 0 && count <= GetBytesLeft() / static_cast<Cmn_Int64>(iSize));
         return count;
     }

@@ -191,8 +191,8 @@ void FF_TOCTable::AddValue(Cmn_Int32 iEntry, std::string_view iText)
     B::StoreLocalHeader(at, 0);
     at += B::cLocalHeader;
     *at = FF_Document::DisplayInfo::cString;
-    B::Store(at + 1, static_cast<Cmn_UInt16>(4 + iText.size()), false);
-    B::Store(at + B::cPartHeader, static_cast<Cmn_UInt32>(iText.size()), false);
+    Sys_StoreInteger(at + 1, static_cast<Cmn_UInt16>(4 + iText.size()), false);
+    Sys_StoreInteger(at + B::cPartHeader, static_cast<Cmn_UInt32>(iText.size()), false);
     std::copy(iText.begin(), iText.end(), at + B::cPartHeader + 4);
     // The index information of type 0 and no bytes are zeros, as the arena's new bytes are.
 

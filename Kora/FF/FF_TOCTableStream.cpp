@@ -28,7 +28,7 @@ public:
     template <class T>
     void Put(T iValue)
     {
-        FF_TOCBytes::Store(Take(sizeof(T)), iValue, mStream.IsSwapped());
+        Sys_StoreInteger(Take(sizeof(T)), iValue, mStream.IsSwapped());
     }
     void Flush()
     {
@@ -58,10 +58,10 @@ void FF_TOCTable::WriteBody(Sys_TypedOutStream& ioStream) const
         pieces.Put(key.contextCount);
         for (const Context& context : GetContexts(key)) {
             Cmn_UInt8* const at = pieces.Take(cContextSize);
-            FF_TOCBytes::Store(at, context.GetStreamType(), swap);
-            FF_TOCBytes::Store(at + 2, context.parent, swap);
+            Sys_StoreInteger(at, context.GetStreamType(), swap);
+            Sys_StoreInteger(at + 2, context.parent, swap);
             at[6] = static_cast<Cmn_UInt8>(context.isList);
-            FF_TOCBytes::Store(at + 7, context.GetListIndex(), swap);
+            Sys_StoreInteger(at + 7, context.GetListIndex(), swap);
         }
         pieces.Put(key.valueCount);
         for (std::size_t i = 0; i < key.valueCount; ++i) {
@@ -113,9 +113,9 @@ void FF_TOCTable::ReadKey(FF_TOCCursor& ioCursor)
         ioCursor.Fill(cContextSize);
         const Cmn_UInt8* const at = ioCursor.Skip(cContextSize);
         ioCursor.Require(at[6] <= 1);
-        mContexts.emplace_back(FF_TOCBytes::Load<Cmn_Int16>(at, swap),
-                               FF_TOCBytes::Load<Cmn_UInt32>(at + 2, swap), at[6] != 0,
-                               FF_TOCBytes::Load<Cmn_Int32>(at + 7, swap));
+        mContexts.emplace_back(Sys_LoadInteger<Cmn_Int16>(at, swap),
+                               Sys_LoadInteger<Cmn_UInt32>(at + 2, swap), at[6] != 0,
+                               Sys_LoadInteger<Cmn_Int32>(at + 7, swap));
     }
     ioCursor.Require(mKeys.empty() || IsLess(mKeys.back(), key));
     mKeys.push_back(key);

@@ -57,7 +57,7 @@ void FF_TOCTable::AddOffset(Cmn_Int32 iEntry, Cmn_Int32 iValue, Cmn_UInt32 iOffs
     const std::size_t end = FF_TOCBytes::cLocalHeader + FF_TOCBytes::cOffsetSize * count;
     ResizeLocation(value, end + FF_TOCBytes::cOffsetSize);
     FF_TOCBytes::StoreLocalHeader(BytesOf(value), count + 1);
-    FF_TOCBytes::Store(BytesOf(value) + end, iOffset, false);
+    Sys_StoreInteger(BytesOf(value) + end, iOffset, false);
 }
 
 void FF_TOCTable::Invalidate(Cmn_Int32 iEntry, Cmn_Int32 iValue) { InvalidateValue(ValueOf(iEntry, iValue)); }
@@ -93,13 +93,12 @@ bool FF_TOCTable::ForgetPieces(Value& ioValue, Cmn_UInt32 iFrom)
     const std::span<const Cmn_UInt8> offsets = FF_TOCBytes::Offsets(last);
     std::size_t kept = 0;
     for (std::size_t i = 0; i < CountOf(offsets); ++i) {
-        const auto offset =
-            FF_TOCBytes::Load<Cmn_UInt32>(offsets.data() + FF_TOCBytes::cOffsetSize * i, false);
+        const auto offset = Sys_LoadInteger<Cmn_UInt32>(offsets.data() + FF_TOCBytes::cOffsetSize * i, false);
         if (offset >= iFrom) continue;
         // Written over what was read before; the count still tells of the old ones.
         if (last == bytes)
-            FF_TOCBytes::Store(bytes + FF_TOCBytes::cLocalHeader + FF_TOCBytes::cOffsetSize * kept, offset,
-                               false);
+            Sys_StoreInteger(bytes + FF_TOCBytes::cLocalHeader + FF_TOCBytes::cOffsetSize * kept, offset,
+                             false);
         ++kept;
     }
     if (kept == CountOf(offsets)) return true;

@@ -1,0 +1,33 @@
+// Integers of 1 to 8 bytes as they stand in streams: little-endian, or big-endian where iSwap says so.
+#pragma once
+
+#include "Bastel/Cmn/Cmn_Types.h"
+
+#include <bit>
+#include <cstring>
+#include <type_traits>
+
+template <class T>
+T Sys_LoadInteger(const Cmn_UInt8* iFrom, bool iSwap)
+{
+    using U = std::make_unsigned_t<T>;
+    U value;
+    std::memcpy(&value, iFrom, sizeof value);
+    if (sizeof(T) > 1 && (std::endian::native == std::endian::big) != iSwap) {
+        Cmn_UInt64 reversed = 0;
+        for (std::size_t i = 0; i < sizeof(T); ++i)
+            reversed = reversed << 8 | (Cmn_UInt64{value} >> (8 * i) & 0xFF);
+        value = static_cast<U>(reversed);
+    }
+    return static_cast<T>(value);
+}
+
+template <class T>
+void Sys_StoreInteger(Cmn_UInt8* oTo, T iValue, bool iSwap)
+{
+    Cmn_UInt8 bytes[sizeof(T)];
+    std::memcpy(bytes, &iValue, sizeof(T));
+    // Reversing is its own inverse, so that loading gives the bytes to store.
+    const T stored = Sys_LoadInteger<T>(bytes, iSwap);
+    std::memcpy(oTo, &stored, sizeof(T));
+}
