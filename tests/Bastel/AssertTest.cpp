@@ -17,12 +17,10 @@ TEST(Assert, AFailedCheckReportsExpressionSeparatorAndSource)
 
 TEST(Assert, TheSourceIsThePathBelowTheInnermostTopFolder)
 {
-    struct Case
+    constexpr struct
     {
-        const char* file;
-        const char* source;
-    };
-    constexpr Case cCases[] = {
+        const char *file, *source;
+    } cCases[] = {
         {"/home/me/Kora/Kora/Time/Time_Tick.h",                     "Time/Time_Tick"},
         {"/home/me/Kora/Bastel/Cmn/Cmn_Assert.cpp",                 "Cmn/Cmn_Assert"},
         {"C:\\src\\Kora\\OstrelPlatformSupport\\Win32\\PSWide.cpp", "Win32/PSWide"  },
@@ -35,7 +33,7 @@ TEST(Assert, TheSourceIsThePathBelowTheInnermostTopFolder)
         {"",                                                        ""              },
     };
     const AssertRecorder recorder;
-    for (const Case& c : cCases) {
+    for (const auto& c : cCases) {
         Cmn_Assert::ReportFrom("a \\ b", c.file, 1);
         EXPECT_EQ(recorder.Take(), std::vector{std::string("a \\ b@$^$@") + c.source}) << c.file;
     }

@@ -13,16 +13,6 @@ namespace {
 
 using Bytes = std::vector<Cmn_UInt8>;
 
-Bytes Ascending(Cmn_UInt8 iFirst, int iStep)
-{
-    Bytes bytes(32);
-    for (std::size_t i = 0; i < bytes.size(); ++i)
-        bytes[i] = static_cast<Cmn_UInt8>(iFirst + static_cast<int>(i) * iStep);
-    return bytes;
-}
-
-Bytes Text(const std::string& iText) { return Bytes(iText.begin(), iText.end()); }
-
 Bytes Random(std::size_t iCount)
 {
     std::mt19937 random(static_cast<unsigned>(iCount));
@@ -32,30 +22,18 @@ Bytes Random(std::size_t iCount)
     return bytes;
 }
 
-// A command of the block protocol that the sum was chosen for.
-const Bytes cReadCommand = {0x01, 0xC0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0,    0, 0, 0, 0,
-                            0x14, 0,    0, 0, 0, 0, 4, 0, 0, 0, 0, 0x14, 0, 0, 0, 0x18,
-                            0x28, 0,    0, 0, 0, 0, 0, 0, 2, 0, 0, 0,    0, 0, 0, 0};
-
 TEST(Crc32C, KnownSums)
 {
-    const struct
-    {
-        const char* name;
-        Bytes bytes;
-        Cmn_UInt32 sum;
-    } cCases[] = {
-        {"nothing",     {},                0         },
-        {"the digits",  Text("123456789"), 0xE3069283},
-        {"32 zeros",    Bytes(32,          0),         0x8A9136AA},
-        {"32 ones",             Bytes(32,                      0xFF),            0x62A8AB43},
-        {"32 ascending",   Ascending(0,                    1),      0x46DD794E},
-        {"32 descending",           Ascending(31,-1),    0x113FDB5C},
-        {"a read command",cReadCommand,       0xD9963A56   },
+    const std::pair<std::string, Cmn_UInt32> cCases[] = {
+        {"",          0},
+        {              "123456789", 0xE3069283 },
+        { std::string(32, 0),  0x8A9136AA},
+        { std::string(32, -1),  0x62A8AB43}
     };
-    for (const auto& c : cCases) {
-        EXPECT_EQ(Sys_Crc32C(0, c.bytes.data(), c.bytes.size()), c.sum) << c.name;
-        EXPECT_EQ(SlowCrc32C(0, c.bytes.data(), c.bytes.size()), c.sum) << c.name;
+    for (const auto& [text, sum] : cCases) {
+        const Bytes bytes(text.begin(), text.end());
+        EXPECT_EQ(Sys_Crc32C(0, bytes.data(), bytes.size()), sum) << text;
+        EXPECT_EQ(SlowCrc32C(0, bytes.data(), bytes.size()), sum) << text;
     }
 }
 

@@ -4,6 +4,7 @@
 #include "Bastel/Sys/Sys_FileBasedInStream.h"
 #include "Bastel/Sys/Sys_FileBasedOutStream.h"
 #include "Bastel/Sys/Sys_StdStreamHeader.h"
+#include "Bastel/Sys/Sys_StreamDump.h"
 #include "Support/AssertRecorder.h"
 #include "Support/MemoryFileSystem.h"
 
@@ -11,13 +12,14 @@
 
 #include <algorithm>
 #include <deque>
+#include <optional>
 #include <random>
-#include <set>
 
 namespace {
 
 using Bytes = std::vector<Cmn_UInt8>;
 using Writer = Sys_StdStreamHeaderWriter;
+using Reader = Sys_StdStreamHeaderReader;
 
 constexpr const char* cPath = "take.kora";
 constexpr std::size_t cBuffer = Sys_FileBasedOutStream::cBufferSize;
@@ -83,65 +85,100 @@ protected:
     std::mt19937_64 mRandom{7};
 };
 
-// Writes of all kinds against a vector, most of them with a failure on the way that is followed by another try.
+// Writes and headers of all kinds against a vector, many with a failure on the way that is followed by another try.
 class OutScript : public FileStreams
 {
 protected:
     using Run = std::pair<std::size_t, std::size_t>;
+    struct Level // the file, or an open header
+    {
+        std::vector<Run> own; // what was written between the headers inside, and may be patched
+        Cmn_UInt32 openItem = 0;
+        bool isList = false;
+        bool swap = false;
+        std::size_t start = 0;
+        std::string name;
+        Cmn_Int16 version = 0;
+        Cmn_UInt32 listIndex = 0;
+        std::optional<Writer> writer;
+    };
 
     std::size_t At() const { return static_cast<std::size_t>(mOut.GetPosition()); }
+    void Put(std::size_t iAt, const Bytes& iBytes)
+    {
+        mPlain.resize(std::max(mPlain.size(), iAt + iBytes.size()));
+        std::copy(iBytes.begin(), iBytes.end(), mPlain.begin() + static_cast<std::ptrdiff_t>(iAt));
+    }
     void Write(const Bytes& iBytes)
     {
         const std::size_t at = At();
-        const std::size_t end = at + iBytes.size();
         TwoTries([&] {
             const std::size_t taken = mOut.Write(iBytes.data(), iBytes.size());
             EXPECT_EQ(At(), at + taken); // all or nothing
             return taken == iBytes.size();
         });
-        mPlain.resize(std::max(mPlain.size(), end));
-        std::copy(iBytes.begin(), iBytes.end(), mPlain.begin() + static_cast<std::ptrdiff_t>(at));
-        std::erase_if(mHeaderBytes, [&](std::size_t p) { return p >= at && p < end; });
-        std::erase_if(mClosed, [&](const Run& c) { return c.first < end && at < c.second; });
-        if (at < end) mOwn.back().emplace_back(at, end);
+        Put(at, iBytes);
+        if (!iBytes.empty()) mLevels.back().own.emplace_back(at, at + iBytes.size());
     }
     void Patch()
     {
-        const std::vector<Run>& runs = mOwn[Random(mOwn.size())];
+        const std::vector<Run>& runs = mLevels[Random(mLevels.size())].own;
         if (runs.empty()) return;
         const auto [from, to] = runs[Random(runs.size())];
         const std::size_t at = from + Random(to - from);
         const Bytes bytes = RandomBytes(1 + Random(to - at));
         TwoTries([&] { return mOut.Patch(static_cast<Cmn_Int64>(at), bytes.data(), bytes.size()); });
-        std::copy(bytes.begin(), bytes.end(), mPlain.begin() + static_cast<std::ptrdiff_t>(at));
+        Put(at, bytes);
     }
     void OpenHeader()
     {
-        const std::size_t start = At();
-        mOwn.emplace_back();
-        mOpen.emplace_back(mTyped, std::string(Random(5), 'Z'), Cmn_Int16{1});
-        for (std::size_t p = start; p < At(); ++p)
-            mHeaderBytes.insert(p);
-        mPlain.resize(At());
+        const Cmn_UInt32 listIndex = mLevels.back().openItem;
+        std::erase_if(mLevels.front().own, [&](const Run& r) { return r.second > At(); });
+        Level& level = mLevels.emplace_back();
+        level.start = At();
+        level.swap = Random(2) == 0;
+        level.name.assign(Random(4) == 0 ? 255 : Random(5), 'Z');
+        level.version = static_cast<Cmn_Int16>(mRandom());
+        level.listIndex = listIndex;
+        level.writer.emplace(mTyped[level.swap ? 1 : 0], level.name, level.version);
+        EXPECT_FALSE(mOut.Patch(mOut.GetPosition(), "x", 1)) << "no body yet";
+    }
+    // The innermost as it stands when it is complete, with the sum of its final bytes.
+    Bytes Header() const
+    {
+        const Level& level = mLevels.back();
+        Bytes bytes = {'K', 'S', 'H', '1', static_cast<Cmn_UInt8>(level.name.size())};
+        bytes.insert(bytes.end(), level.name.begin(), level.name.end());
+        const auto append = [&](std::size_t iValue, int iCount) {
+            for (int i = 0; i < iCount; ++i)
+                bytes.push_back(static_cast<Cmn_UInt8>(iValue >> 8 * (level.swap ? iCount - 1 - i : i)));
+        };
+        const std::size_t body = level.start + bytes.size() + 20;
+        append(static_cast<Cmn_UInt16>(level.version), 2);
+        append(level.listIndex, 4);
+        append(level.isList ? 7 : 5, 2);
+        append(At() - body, 4);
+        append(Sys_Crc32C(0, mPlain.data() + body, At() - body), 4);
+        append(Sys_Crc32C(0, bytes.data(), bytes.size()), 4);
+        return bytes;
     }
     void CloseHeader()
     {
-        mClosed.emplace_back(mOpen.back().GetStart(), At());
-        mOpen.pop_back();
-        mOwn.pop_back();
+        Level& level = mLevels.back();
+        if (Random(6) == 0) { // leaves no trace
+            level.writer->Abandon();
+            EXPECT_EQ(At(), level.start);
+            EXPECT_EQ(mOut.GetEnd(), mOut.GetPosition());
+            mPlain.resize(At());
+        } else
+            Put(level.start, Header());
+        mLevels.pop_back();
     }
-    // A stream that an exception ends leaves no trace.
-    void AbandonHeader()
+    void SetList()
     {
-        const std::size_t at = At();
-        try {
-            const Writer outer(mTyped, "gone", 1);
-            mTyped.WriteBytes(mPlain.data(), Random(std::min(mPlain.size(), cBuffer)));
-            throw Writer(mTyped, "too", 1).GetStart();
-        } catch (Cmn_Int64) {
-        }
-        ASSERT_EQ(At(), at);
-        ASSERT_EQ(mOut.GetEnd(), mOut.GetPosition());
+        mLevels.back().isList = true;
+        mOut.GetOpenHeaders().SetIsList();
+        mOut.GetOpenHeaders().SetListIndex(mLevels.back().openItem = static_cast<Cmn_UInt32>(Random(3)));
     }
     bool Flush()
     {
@@ -155,57 +192,196 @@ protected:
     void Step()
     {
         const std::size_t kind = Random(100);
-        const bool isAtEnd = mOut.GetPosition() == mOut.GetEnd();
-        if (kind < 50) return Write(RandomBytes(1 + Random(8)));
-        if (kind < 60) return Write(RandomBytes(Random(3000)));
-        if (kind < 61) return Write(RandomBytes(cBuffer - 100 + Random(200)));
-        if (kind < 75) return Patch();
-        if (kind < 82 && mOpen.size() < 5 && isAtEnd) return OpenHeader();
-        if (kind < 89 && !mOpen.empty()) return CloseHeader();
-        if (kind < 92 && isAtEnd) return AbandonHeader();
-        if (kind < 96 || !mOpen.empty()) return TwoTries([&] { return Flush(); });
+        const bool isInHeader = mLevels.size() > 1;
+        if (kind < 47) return Write(RandomBytes(1 + Random(8)));
+        if (kind < 57) return Write(RandomBytes(Random(3000)));
+        if (kind < 58) return Write(RandomBytes(cBuffer - 100 + Random(200)));
+        if (kind < 72) return Patch();
+        if (kind < 80 && mLevels.size() < 6) return OpenHeader();
+        if (kind < 88 && isInHeader) return CloseHeader();
+        if (kind < 92 && isInHeader) return SetList();
+        if (kind < 96 || isInHeader) return TwoTries([&] { return Flush(); });
         const bool isBack = Random(3) == 0;
         mOut.SetPosition(isBack ? cBegin + static_cast<Cmn_Int64>(Random(At())) / 2 : mOut.GetEnd());
     }
 
     Out mOut{mFile};
-    Sys_TypedOutStream mTyped{mOut};
-    Bytes mPlain = Bytes(cBegin);
-    std::set<std::size_t> mHeaderBytes; // positions; their values are the header writer's affair
-    std::deque<Writer> mOpen;
-    // By level, what was written outside the headers in it, and may be patched.
-    std::vector<std::vector<Run>> mOwn = std::vector<std::vector<Run>>(1);
-    std::vector<Run> mClosed; // from a header's start to its body's end
+    Sys_TypedOutStream mTyped[2] = {Sys_TypedOutStream(mOut), Sys_TypedOutStream(mOut, true)};
+    Bytes mPlain = {'a', 'b', 'c'};
+    std::deque<Level> mLevels = std::deque<Level>(1);
+};
+
+struct CountingStream : Sys_FileBasedInStream
+{
+    using Sys_FileBasedInStream::Sys_FileBasedInStream;
+    Cmn_UInt32 SumOf(Cmn_Int64 iFrom, Cmn_Int64 iCount) override
+    {
+        ++mPasses;
+        return Sys_FileBasedInStream::SumOf(iFrom, iCount);
+    }
+    int mPasses = 0;
+};
+
+// A file with "Out" that holds 1, a list of two items that hold 2 and 3, then 4; "Next" with 5; and two bytes more.
+class StreamSums : public FileStreams
+{
+protected:
+    StreamSums()
+    {
+        Sys_FileBasedOutStream stream(mFile);
+        Sys_TypedOutStream typed(stream);
+        {
+            const Writer out(typed, "Out", 1);
+            typed.WriteUInt8(1);
+            {
+                const Writer list(typed, "List", 1);
+                stream.GetOpenHeaders().SetIsList();
+                for (Cmn_UInt8 item = 1; item <= 2; ++item) {
+                    stream.GetOpenHeaders().SetListIndex(item);
+                    const Writer writer(typed, "Item", 1);
+                    typed.WriteUInt8(static_cast<Cmn_UInt8>(item + 1));
+                }
+            }
+            typed.WriteUInt8(4);
+        }
+        mNext = stream.GetPosition();
+        {
+            const Writer next(typed, "Next", 1);
+            typed.WriteUInt8(5);
+        }
+        typed.WriteBytes("..", 2);
+        stream.Flush();
+        mBytes = mSystem.GetBytes(cPath);
+        mIn.Forget();
+    }
+
+    void Turn(Cmn_Int64 iAt, int iBits)
+    {
+        Cmn_UInt8& byte = mBytes[static_cast<std::size_t>(iAt)];
+        byte = static_cast<Cmn_UInt8>(byte ^ iBits);
+        mFile.WriteAt(iAt, &byte, 1);
+    }
+    // What a reader throws, it throws.
+    void Read(const char* iName, Cmn_Int64 iAt)
+    {
+        mTyped.SetPosition(iAt);
+        Reader(mTyped, iName).SkipTheRest();
+    }
+    // The values of "Out" in a row.
+    std::string ReadOut()
+    {
+        mTyped.SetPosition(cBegin);
+        const Reader out(mTyped, "Out");
+        std::string values = std::to_string(mTyped.ReadUInt8());
+        const Reader list(mTyped, "List");
+        EXPECT_TRUE(list.GetInfo().isList);
+        while (list.IsMoreLeft()) {
+            const Reader item(mTyped, "Item");
+            values += " item " + std::to_string(item.GetInfo().listIndex) + ": ";
+            values += std::to_string(mTyped.ReadUInt8());
+        }
+        return values + ' ' + std::to_string(mTyped.ReadUInt8());
+    }
+
+    static constexpr Cmn_Int64 cList = 32; // where "List" stands
+    static constexpr const char* cValues = "1 item 1: 2 item 2: 3 4";
+    Cmn_Int64 mNext = 0;
+    Bytes mBytes;
+    CountingStream mIn{mReader};
+    Sys_TypedInStream mTyped{mIn};
 };
 
 } // namespace
 
-TEST_F(OutScript, FilesAndSumsFollowAPlainVector)
+TEST_F(OutScript, FilesAndHeadersFollowAPlainVector)
 {
-    for (int round = 0; round < 6; ++round) {
+    const AssertRecorder recorder;
+    for (int round = 0; round < 20; ++round) {
         for (int i = 0; i < 400 && !HasFatalFailure(); ++i)
             Step();
-        while (!mOpen.empty())
+        while (mLevels.size() > 1)
             CloseHeader();
-        mOut.Flush();
-        const Bytes file = FileBytes();
-        ASSERT_GE(file.size(), mPlain.size());
-        for (const std::size_t position : mHeaderBytes)
-            mPlain[position] = file[position];
-        ASSERT_TRUE(std::equal(mPlain.begin() + cBegin, mPlain.end(), file.begin() + cBegin)) << round;
-        In in(mReader);
-        Sys_TypedInStream typed(in);
-        for (const auto& [start, end] : mClosed) {
-            Sys_StdStreamHeaderInfo info;
-            typed.SetPosition(static_cast<Cmn_Int64>(start));
-            ASSERT_TRUE(Sys_StdStreamHeaderReader::Peek(typed, info) && info.isComplete) << start;
-            EXPECT_EQ(info.end, static_cast<Cmn_Int64>(end));
-            EXPECT_EQ(info.bodySum,
-                      Sys_Crc32C(0, file.data() + info.body, end - static_cast<std::size_t>(info.body)));
-        }
         mOut.SetPosition(mOut.GetEnd());
+        mOut.Truncate(); // an abandoned header may have gone to the file already
+        ASSERT_TRUE(FileBytes() == mPlain) << round;
     }
-    EXPECT_GT(mClosed.size(), 20u);
+    EXPECT_TRUE(recorder.Take().empty());
+}
+
+TEST_F(StreamSums, EveryTurnedBitIsNoticedBeforeAValueIsRead)
+{
+    const auto size = static_cast<Cmn_Int64>(mBytes.size());
+    for (Cmn_Int64 at = 0; at < size; ++at)
+        for (int bit = 0; bit < 8; ++bit) {
+            Turn(at, 1 << bit);
+            mIn.Forget();
+            if (at >= cBegin && at < mNext)
+                EXPECT_THROW(Read("Out", cBegin), Sys_StreamReadException) << at << " bit " << bit;
+            else
+                EXPECT_EQ(ReadOut(), cValues) << at << " bit " << bit;
+            if (at >= mNext && at < size - 2)
+                EXPECT_THROW(Read("Next", mNext), Sys_StreamReadException) << at << " bit " << bit;
+            else
+                EXPECT_NO_THROW(Read("Next", mNext)) << at << " bit " << bit;
+            Turn(at, 1 << bit);
+        }
+}
+
+TEST_F(StreamSums, WhatLiesInAVerifiedBodyIsNotReadTwice)
+{
+    const auto numReads = [&] { return mSystem.GetNumRequests(MemoryFileSystem::eRead); };
+    EXPECT_EQ(ReadOut(), cValues);
+    EXPECT_EQ(mIn.mPasses, 1);
+    Turn(mNext - 1, 1);
+    const std::size_t before = numReads();
+    EXPECT_EQ(ReadOut(), cValues) << "from memory, as it was verified";
+    EXPECT_EQ(numReads(), before);
+
+    // A jump elsewhere verifies that stream, and the list is outside of it.
+    Read("Next", mNext);
+    Read("List", cList);
+    EXPECT_EQ(mIn.mPasses, 3);
+
+    mIn.Forget();
+    Read("List", cList);
+    EXPECT_EQ(mIn.mPasses, 4);
+    EXPECT_GT(numReads(), before);
+    EXPECT_THROW(Read("Out", cBegin), Sys_StreamReadException);
+}
+
+TEST_F(StreamSums, OnAFileAHeaderWithoutSumsIsDamage)
+{
+    Sys_MemOutStream memory;
+    Sys_TypedOutStream typed(memory);
+    Writer(typed, "Out", 1).PatchSize();
+    mFile.WriteAt(cBegin, memory.GetBytes().data(), memory.GetBytes().size());
+    EXPECT_THROW(Read("Out", cBegin), Sys_StreamReadException);
+
+    // In memory both are taken, and sums that are there are checked.
+    Bytes withSums(mBytes.begin() + cBegin, mBytes.end());
+    const auto hasSums = [](const Bytes& iBytes) {
+        Sys_MemInStream stream(iBytes);
+        Sys_TypedInStream in(stream);
+        return Reader(in, "Out").GetInfo().hasSums;
+    };
+    EXPECT_FALSE(hasSums(memory.GetBytes()));
+    EXPECT_TRUE(hasSums(withSums));
+    ++withSums[static_cast<std::size_t>(mNext - cBegin) - 1];
+    EXPECT_THROW(hasSums(withSums), Sys_StreamReadException);
+}
+
+TEST_F(StreamSums, DumpsSayWhetherTheyFit)
+{
+    const auto says = [&](const char* iText) {
+        const std::string dump = Sys_StreamDump::ToText(mBytes);
+        EXPECT_NE(dump.find(iText), std::string::npos) << dump;
+    };
+    says("\"List\" version 1, 60 bytes, list, sums fit\n");
+    says("\"Item\" version 1, 1 bytes, item 2, sums fit\n");
+    Turn(mNext - 1, 1);
+    says("\"Out\" version 1, 91 bytes, its body's sum does not fit\n");
+    Turn(11, 3);
+    says("\"Out\" version 2, 91 bytes, its own sum does not fit, not a");
 }
 
 TEST_F(FileStreams, ReadingFollowsAPlainVectorAndOutlivesFailures)
@@ -266,7 +442,7 @@ TEST_F(FileStreams, RequestsAreFew)
         mSystem.ClearLog();
         in.SetPosition(cBegin + Cmn_Int64{iFrom} * static_cast<Cmn_Int64>(size / cStreams));
         for (Cmn_Int32 i = iFrom; i < iFrom + iCount; ++i) {
-            Sys_StdStreamHeaderReader header(typedIn, "Z");
+            Reader header(typedIn, "Z");
             EXPECT_EQ(typedIn.ReadInt32(), i);
             header.SkipTheRest();
         }

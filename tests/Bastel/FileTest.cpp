@@ -4,11 +4,11 @@
 #include "Bastel/Sys/Sys_Store.h"
 #include "Support/AssertRecorder.h"
 #include "Support/MemoryFileSystem.h"
+#include "Support/PathText.h"
 
 #include <gtest/gtest.h>
 
 #include <array>
-#include <filesystem>
 #include <functional>
 #include <utility>
 
@@ -18,12 +18,6 @@ namespace fs = std::filesystem;
 using System = Sys_FileSystem;
 
 constexpr bool cIsWindows = fs::path::preferred_separator != '/';
-
-std::string Utf8(const fs::path& iPath)
-{
-    const std::u8string text = iPath.u8string();
-    return {text.begin(), text.end()};
-}
 
 // A folder of the test's own with names that one byte a character does not hold.
 class FileTest : public testing::Test
@@ -78,25 +72,22 @@ protected:
 
 TEST(FileLoc, TellsNameAndFolder)
 {
-    struct Case
+    // clang-format off
+    constexpr struct
     {
-        const char* what;
-        const char* path;
-        const char* name;
-        const char* folder;
-    };
-    constexpr Case cCases[] = {
-        {"a bare name is in the folder that one is in",  "take 1.kora",       "take 1.kora",              "."                      },
-        {"nothing has no name",                          "",                  "",                         "."                      },
-        {"the root keeps its separator",                 "/take.kora",        "take.kora",                "/"                      },
-        {"others lose theirs",                           "/songs//take.kora", "take.kora",                "/songs"                 },
-        {"a folder's own path has no name",              "songs/",            "",                         "songs"                  },
-        {"drives and backslashes part on Windows alone", "C:\\songs/a\\b",    cIsWindows ? "b" : "a\\b",
-         cIsWindows ? "C:\\songs/a" : "C:\\songs"                                                                                  },
-        {"so do drives by themselves",                   "C:b",               cIsWindows ? "b" : "C:b",   cIsWindows ? "C:" : "."  },
+        const char *what, *path, *name, *folder;
+    } cCases[] = {
+        {"a bare name is in the folder that one is in",  "take 1.kora",       "take 1.kora",              "."},
+        {"nothing has no name",                          "",                  "",                         "."},
+        {"the root keeps its separator",                 "/take.kora",        "take.kora",                "/"},
+        {"others lose theirs",                           "/songs//take.kora", "take.kora",                "/songs"},
+        {"a folder's own path has no name",              "songs/",            "",                         "songs"},
+        {"drives and backslashes part on Windows alone", "C:\\songs/a\\b",    cIsWindows ? "b" : "a\\b",  cIsWindows ? "C:\\songs/a" : "C:\\songs"},
+        {"so do drives by themselves",                   "C:b",               cIsWindows ? "b" : "C:b",   cIsWindows ? "C:" : "."},
         {"and a drive's root is one",                    "C:\\b",             cIsWindows ? "b" : "C:\\b", cIsWindows ? "C:\\" : "."},
     };
-    for (const Case& row : cCases) {
+    // clang-format on
+    for (const auto& row : cCases) {
         const Sys_FileLoc location(row.path);
         EXPECT_EQ(location.GetName(), row.name) << row.what;
         EXPECT_EQ(location.GetFolder().GetPath(), row.folder) << row.what;

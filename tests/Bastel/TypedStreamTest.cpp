@@ -138,6 +138,7 @@ TEST(TypedStream, CutAtAnyLengthItRaisesTheReadingException)
 
 TEST(TypedStream, TextIsUtf8OnDiskWhateverTheCallersEncoding)
 {
+    // clang-format off
     const struct
     {
         const char* what;
@@ -145,14 +146,13 @@ TEST(TypedStream, TextIsUtf8OnDiskWhateverTheCallersEncoding)
         bool repair;
         const char *given, *stored, *got;
     } cCases[] = {
-        {"UTF-8 as it stands",            eTextEncoding_Utf8,   false, "é\xFF",           "é\xFF",                      "é\xFF"  },
-        {"UTF-8 repaired",                eTextEncoding_Utf8,   true,  "é\xFFx\xC3",      "é\xEF\xBF\xBDx\xEF\xBF\xBD",
-         "é\xEF\xBF\xBDx\xEF\xBF\xBD"                                                                                              },
-        {"nothing to repair",             eTextEncoding_Utf8,   true,  "é𝄞",           "é𝄞",                      "é𝄞"  },
-        {"both ends of Latin-1",          eTextEncoding_Latin1, false, "\x01\x7F\x80\xFF", "\x01\x7F\xC2\x80ÿ",
-         "\x01\x7F\x80\xFF"                                                                                                         },
-        {"Latin-1 that looks like UTF-8", eTextEncoding_Latin1, true,  "\xC3\xA9",         "Ã©",                        "\xC3\xA9"},
+        {"UTF-8 as it stands",            eTextEncoding_Utf8,   false, "é\xFF",            "é\xFF",            "é\xFF"},
+        {"UTF-8 repaired",                eTextEncoding_Utf8,   true,  "é\xFFx\xC3",       "é\uFFFDx\uFFFD",   "é\uFFFDx\uFFFD"},
+        {"nothing to repair",             eTextEncoding_Utf8,   true,  "é𝄞",              "é𝄞",              "é𝄞"},
+        {"both ends of Latin-1",          eTextEncoding_Latin1, false, "\x01\x7F\x80\xFF", "\x01\x7F\u0080ÿ", "\x01\x7F\x80\xFF"},
+        {"Latin-1 that looks like UTF-8", eTextEncoding_Latin1, true,  "\xC3\xA9",         "Ã©",              "\xC3\xA9"},
     };
+    // clang-format on
     for (const auto& c : cCases) {
         Sys_MemOutStream stream;
         Out(stream, false, c.encoding, c.repair).WriteString(c.given);

@@ -1,18 +1,7 @@
 #include "OstrelPlatformSupport/PSDynamicLibrary.h"
+#include "Support/PathText.h"
 
 #include <gtest/gtest.h>
-
-#include <filesystem>
-
-namespace {
-
-std::string Utf8(const std::filesystem::path& iPath)
-{
-    const std::u8string text = iPath.u8string();
-    return {text.begin(), text.end()};
-}
-
-} // namespace
 
 TEST(DynamicLibrary, GivesTheEntriesOfAFileWithAnyName)
 {

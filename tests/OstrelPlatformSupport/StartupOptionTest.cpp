@@ -7,8 +7,7 @@ TEST(StartupOption, TakesADecimalIntegerAndNothingElse)
 {
     struct Case
     {
-        const char* what;
-        const char* text; // null: not set
+        const char *what, *text; // null: not set
         std::int32_t value;
     };
     constexpr std::int32_t cDefault = 77;
