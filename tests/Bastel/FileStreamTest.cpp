@@ -1,3 +1,4 @@
+// File streams and the sums of their headers, one file past 500 lines: both stand on the same fixture of a file in memory.
 #include "Bastel/Cmn/Cmn_Exception.h"
 #include "Bastel/Sys/Sys_BlockCache_p.h"
 #include "Bastel/Sys/Sys_Crc32C.h"
