@@ -1,0 +1,33 @@
+// Sys_AtomicInt32: a signed number of 32 bits that any thread changes, such as a counter of events.
+//
+// Units:     any; sums wrap.
+// Threads:   any. Every operation is sequentially consistent.
+// Real time: one instruction each.
+#pragma once
+
+#include "Bastel/Cmn/Cmn_IntMath.h"
+#include "Bastel/Cmn/Cmn_Types.h"
+
+#include <atomic>
+
+class Sys_AtomicInt32
+{
+public:
+    explicit Sys_AtomicInt32(Cmn_Int32 iValue = 0)
+        : mValue(iValue)
+    {
+    }
+    Sys_AtomicInt32(const Sys_AtomicInt32&) = delete;
+    Sys_AtomicInt32& operator=(const Sys_AtomicInt32&) = delete;
+
+    Cmn_Int32 Get() const { return mValue.load(); }
+    void Set(Cmn_Int32 iValue) { mValue.store(iValue); }
+
+    // The value that this call made.
+    Cmn_Int32 Add(Cmn_Int32 iDelta = 1) { return Cmn_WrapAdd(mValue.fetch_add(iDelta), iDelta); }
+    // The value that was there before.
+    Cmn_Int32 Exchange(Cmn_Int32 iValue) { return mValue.exchange(iValue); }
+
+private:
+    std::atomic<Cmn_Int32> mValue;
+};

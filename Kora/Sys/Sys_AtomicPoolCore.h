@@ -1,0 +1,205 @@
+// Sys_AtomicPoolCore: what Sys_MultiSizeAtomicPool does without knowing the type of its cells.
+//
+//   block  │ prefix 16 │ cell … │ fill │ prefix 16 │ cell … │ fill │ …      stride: a multiple of 64 bytes
+//
+// Invariants: (1) a cell is on its class's free stack, in one batch, or with one owner  (2) a cell never moves, and its
+//             memory lives as long as the pool  (3) a class has at most 16 blocks, all of as many cells as the first.
+// Words:      each class's stack has its head on a line of its own (Sys_BasicCellStack). mRunningLow and a class's
+//             mExhausted are hints that are written only when a class has few cells left; one that comes late costs
+//             time, never a cell. mGrowing is held by the one thread that adds blocks.
+// Threads:    any, but for construction and destruction. A batch belongs to one thread.
+// Real time:  only GrowIfLow allocates, and nothing locks, waits or throws after construction.
+#pragma once
+
+#include "Bastel/Cmn/Cmn_Assert.h"
+#include "Export/Kora_API.h"
+#include "Kora/Sys/Sys_BasicCellStack.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cstddef>
+#include <memory>
+#include <span>
+
+using Sys_CellStack = Sys_BasicCellStack<PSStdAtomic>;
+
+struct Sys_AtomicPoolSize
+{
+    std::size_t cellBytes; // what a cell holds, 1 or more
+    unsigned cellCount;    // of a block, 1 to 1000
+};
+
+// Where a pool's blocks come from. mTake may return null, and what it returns lies at a multiple of 64.
+struct Sys_AtomicPoolMemory
+{
+    void* (*mTake)(std::size_t iBytes);
+    void (*mGive)(void* iBlock);
+};
+
+// Exports its functions one by one, so that those that are hot stay inline everywhere.
+class Sys_AtomicPoolCore
+{
+public:
+    class Batch;
+
+    // Sizes ascend, and there are 1 to 8 of them; a size that breaks this, or a range above, asserts and is left out.
+    // Each class gets its first block at once; without memory for it the class starts with no cell.
+    KORA_API explicit Sys_AtomicPoolCore(std::span<const Sys_AtomicPoolSize> iSizes);
+    KORA_API Sys_AtomicPoolCore(std::span<const Sys_AtomicPoolSize> iSizes,
+                                const Sys_AtomicPoolMemory& iMemory);
+    KORA_API ~Sys_AtomicPoolCore();
+    Sys_AtomicPoolCore(const Sys_AtomicPoolCore&) = delete;
+    Sys_AtomicPoolCore& operator=(const Sys_AtomicPoolCore&) = delete;
+
+    void* Allocate(std::size_t iBytes)
+    {
+        void* cell = nullptr;
+        return AllocateMany(iBytes, &cell, 1) == 1 ? cell : nullptr;
+    }
+    template <class T>
+    std::size_t AllocateMany(std::size_t iBytes, T** oCells, std::size_t iWanted);
+    void Free(void* iCell);
+
+    bool IsRunningLow() const
+    {
+        return mRunningLow.load(std::memory_order_relaxed); // relaxed: a hint
+    }
+    KORA_API Cmn_UInt32 GrowIfLow();
+
+    unsigned GetClassCount() const { return mClassCount; }
+    KORA_API unsigned GetFreeCount(unsigned iClass) const;
+    KORA_API unsigned GetCellCount(unsigned iClass) const;
+    static constexpr bool IsLockFree()
+    {
+        return std::atomic<Cmn_UInt64>::is_always_lock_free && std::atomic<Cmn_UInt16>::is_always_lock_free &&
+               std::atomic<std::byte*>::is_always_lock_free && std::atomic<bool>::is_always_lock_free;
+    }
+
+private:
+    static constexpr unsigned cMaxClasses = 8;
+
+    // Stands before each cell; written before the cell is published, and never again.
+    struct alignas(16) Prefix
+    {
+        const Sys_AtomicPoolCore* mPool;
+        Cmn_UInt16 mClass;
+        Cmn_UInt16 mIndex;
+    };
+    static_assert(sizeof(Prefix) == 16);
+
+    struct Class
+    {
+        Class(std::size_t iStride, unsigned iBlockCells)
+            : mBlockCells(iBlockCells)
+            , mFewCells(std::max(iBlockCells / 8, 1u))
+            , mFree(iStride)
+        {
+        }
+        const unsigned mBlockCells;
+        const unsigned mFewCells; // the class runs low with fewer free ones
+        std::atomic<unsigned> mBlockCount{0};
+        std::atomic<bool> mExhausted{false};
+        Sys_CellStack mFree; // last: ends with the line that all write
+    };
+
+    // Null, after an assertion, for what is no cell of this pool.
+    const Prefix* OwnPrefix(const void* iCell) const
+    {
+        if (!Cmn_ASSERT(iCell != nullptr)) return nullptr;
+        const Prefix* const prefix = static_cast<const Prefix*>(iCell) - 1;
+        return Cmn_ASSERT(prefix->mPool == this) ? prefix : nullptr;
+    }
+    static void Return(Class& ioClass, const Cmn_UInt16* iCells, unsigned iCount);
+    KORA_API void NoteFewCells(Class& ioClass, unsigned iLeft);
+    bool AddBlock(unsigned iClass);
+
+    // Read-mostly: nothing here is written while there are cells enough.
+    const Sys_AtomicPoolMemory mMemory;
+    unsigned mClassCount = 0;
+    std::size_t mCellBytes[cMaxClasses] = {};
+    std::unique_ptr<Class> mClasses[cMaxClasses];
+    std::atomic<bool> mRunningLow{false};
+    std::atomic<bool> mGrowing{false};
+};
+
+// Cells on their way back from one consumer.
+class Sys_AtomicPoolCore::Batch
+{
+public:
+    explicit Batch(Sys_AtomicPoolCore& ioPool)
+        : mPool(ioPool)
+    {
+    }
+    ~Batch() { Flush(); }
+    Batch(const Batch&) = delete;
+    Batch& operator=(const Batch&) = delete;
+
+    void Free(void* iCell);
+    void Flush();
+
+private:
+    struct Held
+    {
+        unsigned mCount = 0;
+        Cmn_UInt16 mCells[Sys_CellStack::cMaxBatch];
+    };
+    Sys_AtomicPoolCore& mPool;
+    Held mHeld[cMaxClasses];
+};
+
+template <class T>
+std::size_t Sys_AtomicPoolCore::AllocateMany(std::size_t iBytes, T** oCells, std::size_t iWanted)
+{
+    unsigned fit = 0;
+    while (fit < mClassCount && mCellBytes[fit] < iBytes)
+        ++fit;
+    if (fit == mClassCount || iWanted == 0) return 0;
+
+    Class& fitting = *mClasses[fit];
+    Cmn_UInt16 indices[Sys_CellStack::cMaxBatch];
+    const unsigned wanted = static_cast<unsigned>(std::min<std::size_t>(iWanted, Sys_CellStack::cMaxBatch));
+    unsigned left = 0;
+    const unsigned taken = fitting.mFree.Pop(indices, wanted, left);
+    if (left < fitting.mFewCells) [[unlikely]]
+        NoteFewCells(fitting, left);
+    for (unsigned i = 0; i < taken; ++i)
+        oCells[i] = static_cast<T*>(static_cast<void*>(fitting.mFree.Locate(indices[i]) + sizeof(Prefix)));
+    return taken;
+}
+
+inline void Sys_AtomicPoolCore::Return(Class& ioClass, const Cmn_UInt16* iCells, unsigned iCount)
+{
+    // Before the push: who takes these cells and finds none left sets the hint again.
+    if (ioClass.mExhausted.load(std::memory_order_relaxed))
+        ioClass.mExhausted.store(false); // relaxed: a hint
+    ioClass.mFree.Push(iCells, iCount);
+}
+
+inline void Sys_AtomicPoolCore::Free(void* iCell)
+{
+    const Prefix* const prefix = OwnPrefix(iCell);
+    if (prefix != nullptr) Return(*mClasses[prefix->mClass], &prefix->mIndex, 1);
+}
+
+inline void Sys_AtomicPoolCore::Batch::Free(void* iCell)
+{
+    const Prefix* const prefix = mPool.OwnPrefix(iCell);
+    if (prefix == nullptr) return;
+
+    Class& itsClass = *mPool.mClasses[prefix->mClass];
+    Held& held = mHeld[prefix->mClass];
+    held.mCells[held.mCount++] = prefix->mIndex;
+    const bool isWaitedFor = itsClass.mExhausted.load(std::memory_order_relaxed); // relaxed: a hint
+    if (held.mCount < Sys_CellStack::cMaxBatch && !isWaitedFor) return;
+    Return(itsClass, held.mCells, held.mCount);
+    held.mCount = 0;
+}
+
+inline void Sys_AtomicPoolCore::Batch::Flush()
+{
+    for (unsigned i = 0; i < mPool.mClassCount; ++i) {
+        if (mHeld[i].mCount == 0) continue;
+        Return(*mPool.mClasses[i], mHeld[i].mCells, mHeld[i].mCount);
+        mHeld[i].mCount = 0;
+    }
+}

@@ -1,0 +1,79 @@
+// Sys_MultiSizeAtomicPool: memory for short-lived objects of a few sizes, taken on any thread and returned on any other.
+//
+//   Sys_MultiSizeAtomicPool<Element> pool({{112, 1000}, {156, 1000}, {438, 1000}, {1128, 200}});
+//   Element* cell = pool.Allocate(150);     // of the 156-byte class; null when that class has no free cell
+//   pool.Free(cell);
+//
+//   Sys_MultiSizeAtomicPool<Element>::Batch done(pool);    // a consumer that returns many
+//   done.Free(cell);                                       // goes back with 31 others, or at the end of the batch
+//
+// Units:      bytes of an object; classes count from 0, the smallest.
+// Invariants: a cell lies at a multiple of 16 and belongs to its taker until it is returned, once, by hand or batch.
+// Threads:    any; the destructor when no other thread uses the pool. A batch is used by one thread.
+// Ownership:  cells are raw memory: the pool neither constructs nor destroys objects. It keeps its memory until its
+//             destructor, which does not look at cells that are still out.
+// Real time:  only the constructor, the destructor and GrowIfLow call the allocator. Nothing locks, waits or throws.
+#pragma once
+
+#include "Kora/Sys/Sys_AtomicPoolCore.h"
+
+#include <initializer_list>
+
+template <class T>
+class Sys_MultiSizeAtomicPool : private Sys_AtomicPoolCore
+{
+public:
+    class Batch;
+    using Size = Sys_AtomicPoolSize;
+
+    // Sizes ascend, 1 to 8 of them, each with 1 to 1000 cells a block; one that breaks this asserts and is left out.
+    explicit Sys_MultiSizeAtomicPool(std::initializer_list<Size> iSizes)
+        : Sys_AtomicPoolCore({iSizes.begin(), iSizes.size()})
+    {
+    }
+    // With blocks from a memory of the host's, which may run out.
+    Sys_MultiSizeAtomicPool(std::initializer_list<Size> iSizes, const Sys_AtomicPoolMemory& iMemory)
+        : Sys_AtomicPoolCore({iSizes.begin(), iSizes.size()}, iMemory)
+    {
+    }
+
+    // A cell of the smallest class that holds iBytes. Null when none does, or when that class has no free cell: a
+    // larger one does not stand in.
+    T* Allocate(std::size_t iBytes) { return static_cast<T*>(Sys_AtomicPoolCore::Allocate(iBytes)); }
+
+    // Up to iWanted cells at once, at the price of one, and how many there are: at most 32, fewer when the class has
+    // no more, 0 as above.
+    std::size_t AllocateMany(std::size_t iBytes, T** oCells, std::size_t iWanted)
+    {
+        return Sys_AtomicPoolCore::AllocateMany(iBytes, oCells, iWanted);
+    }
+
+    // Asserts, and does nothing, for null and for another pool's cell.
+    void Free(T* iCell) { Sys_AtomicPoolCore::Free(iCell); }
+
+    // True once a class that may still grow has fewer than an eighth of a block free, until somebody grows it.
+    using Sys_AtomicPoolCore::IsRunningLow;
+    // Adds a block to each class that is low, up to 16 blocks a class, and returns how many it added: 0 when none is
+    // low, another thread is at it, or there is no memory. For consumers that may allocate.
+    using Sys_AtomicPoolCore::GrowIfLow;
+
+    // What was true at one moment; 0 for a class that is not there. Cells in a batch count as taken.
+    using Sys_AtomicPoolCore::GetCellCount;
+    using Sys_AtomicPoolCore::GetClassCount;
+    using Sys_AtomicPoolCore::GetFreeCount;
+    using Sys_AtomicPoolCore::IsLockFree;
+};
+
+// Collects cells that one consumer returns: 32 of a class go back together. While a class has no free cell, each goes
+// back at once. The last ones go back with Flush, or with the batch's end.
+template <class T>
+class Sys_MultiSizeAtomicPool<T>::Batch : private Sys_AtomicPoolCore::Batch
+{
+public:
+    explicit Batch(Sys_MultiSizeAtomicPool& ioPool)
+        : Sys_AtomicPoolCore::Batch(ioPool)
+    {
+    }
+    void Free(T* iCell) { Sys_AtomicPoolCore::Batch::Free(iCell); }
+    using Sys_AtomicPoolCore::Batch::Flush;
+};

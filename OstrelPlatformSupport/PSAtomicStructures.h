@@ -1,0 +1,123 @@
+// PSAtomicStructures: queues that many threads fill and one empties, without a lock.
+//
+//   struct Element : PSAtomicQueueLink { … };
+//   std::unique_ptr<PSAtomicQueue> queue = gPSAtomicStructures.CreateMultiProducerQueue();
+//   queue->Push(element);                                           // any thread
+//   for (PSAtomicQueueLink* link = queue->Drain(); link != nullptr;) // the consumer: oldest first
+//
+//   mHead ──▶ newest ──▶ … ──▶ oldest ──▶ null      as the producers leave it
+//   Drain ──▶ oldest ──▶ … ──▶ newest ──▶ null      turned round by the consumer
+//
+// Invariants: (1) what is pushed is drained once  (2) of two pushes, the one that returned before the other began is
+//             drained first.
+// Words:      mHead is the only shared one. A push writes its link's `next` and publishes it with the
+//             compare-and-swap; Drain takes all with one exchange. Nothing is taken from the middle, so a head that
+//             went away and came back means the same as before.
+// Threads:    Push, PushChain, IsEmpty: any. Drain: any as well, but the order holds only within what one call got.
+// Ownership:  links are the callers'. A link belongs to the queue from its push to the drain that returns it.
+// Real time:  nothing is allocated, nobody waits: a push tries again only when another one has succeeded. All words
+//             are sequentially consistent: who pushes and then looks whether the consumer sleeps, and who announces
+//             sleep and then looks whether the queue is empty, do not miss each other.
+#pragma once
+
+#include "OstrelPlatformSupport/PSStdAtomic.h"
+
+#include <cstdint>
+#include <memory>
+
+// What an element of a queue derives from, or holds. Plain: it is written before it is published, and read after.
+struct PSAtomicQueueLink
+{
+    PSAtomicQueueLink* next = nullptr;
+};
+
+template <template <class> class TAtomic>
+class PSBasicAtomicQueue
+{
+public:
+    PSBasicAtomicQueue() = default;
+    // A queue that goes away does not look at links that are still in it.
+    ~PSBasicAtomicQueue() = default;
+    PSBasicAtomicQueue(const PSBasicAtomicQueue&) = delete;
+    PSBasicAtomicQueue& operator=(const PSBasicAtomicQueue&) = delete;
+
+    // Adds a link that is in no queue. Whatever its `next` held is lost.
+    void Push(PSAtomicQueueLink& ioLink) { PushNewestFirst(ioLink, ioLink); }
+
+    // Adds all from ioFirst along `next` to ioLast, oldest first, with one compare-and-swap: no other link comes to
+    // stand between them. ioLast must be reachable from ioFirst; what its `next` held is lost.
+    void PushChain(PSAtomicQueueLink& ioFirst, PSAtomicQueueLink& ioLast);
+
+    // Takes everything and returns the oldest link; its `next` leads to the newest, whose `next` is null. Null when
+    // the queue is empty, which costs one load.
+    PSAtomicQueueLink* Drain();
+
+    // What was true at one moment; a push may have come since.
+    bool IsEmpty() const { return mHead.load() == nullptr; }
+
+private:
+    // Turns a chain that ends with null round and returns its new first link.
+    static PSAtomicQueueLink* Reverse(PSAtomicQueueLink* iFirst);
+    void PushNewestFirst(PSAtomicQueueLink& ioNewest, PSAtomicQueueLink& ioOldest);
+
+    alignas(cPSCacheLineBytes) TAtomic<PSAtomicQueueLink*> mHead{nullptr};
+};
+
+using PSAtomicQueue = PSBasicAtomicQueue<PSStdAtomic>;
+
+class PSAtomicStructures
+{
+public:
+    std::unique_ptr<PSAtomicQueue> CreateMultiProducerQueue() const
+    {
+        return std::make_unique<PSAtomicQueue>();
+    }
+
+    // True where pointers and words of 16 to 64 bits are atomic in hardware, as on all platforms of the house.
+    constexpr bool IsLockFree() const
+    {
+        return std::atomic<PSAtomicQueueLink*>::is_always_lock_free &&
+               std::atomic<std::uint64_t>::is_always_lock_free &&
+               std::atomic<std::uint32_t>::is_always_lock_free &&
+               std::atomic<std::uint16_t>::is_always_lock_free;
+    }
+};
+
+inline constexpr PSAtomicStructures gPSAtomicStructures{};
+
+template <template <class> class TAtomic>
+PSAtomicQueueLink* PSBasicAtomicQueue<TAtomic>::Reverse(PSAtomicQueueLink* iFirst)
+{
+    PSAtomicQueueLink* reversed = nullptr;
+    while (iFirst != nullptr) {
+        PSAtomicQueueLink* const following = iFirst->next;
+        iFirst->next = reversed;
+        reversed = iFirst;
+        iFirst = following;
+    }
+    return reversed;
+}
+
+template <template <class> class TAtomic>
+void PSBasicAtomicQueue<TAtomic>::PushNewestFirst(PSAtomicQueueLink& ioNewest, PSAtomicQueueLink& ioOldest)
+{
+    PSAtomicQueueLink* head = mHead.load(std::memory_order_relaxed); // a guess: only compared, never followed
+    do {
+        ioOldest.next = head;
+    } while (!mHead.compare_exchange_weak(head, &ioNewest));
+}
+
+template <template <class> class TAtomic>
+void PSBasicAtomicQueue<TAtomic>::PushChain(PSAtomicQueueLink& ioFirst, PSAtomicQueueLink& ioLast)
+{
+    ioLast.next = nullptr;
+    Reverse(&ioFirst);
+    PushNewestFirst(ioLast, ioFirst);
+}
+
+template <template <class> class TAtomic>
+PSAtomicQueueLink* PSBasicAtomicQueue<TAtomic>::Drain()
+{
+    if (IsEmpty()) return nullptr;
+    return Reverse(mHead.exchange(nullptr));
+}
