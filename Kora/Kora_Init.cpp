@@ -1,5 +1,6 @@
 #include "Kora/Kora_Init.h"
 
+#include "Kora/SDS/Source/SDS_NameRegistry.h"
 #include "Kora/Sys/Sys_Trace.h"
 #include "Kora/Sys/Sys_TraceBinder.h"
 #include "Kora/Time/Time_Typed.h"
@@ -11,7 +12,10 @@ void Kora_Init::Init()
     constexpr Cmn_UInt32 category = Sys_Trace::cCategory_Initialization;
     Sys_TraceBinder::Singleton();
     Sys_TRACE(category, "Kora_Init::Init() - enter - sInitializedCount = %d\n", sInitializedCount);
-    if (sInitializedCount++ == 0) Time_Typed::Init();
+    if (sInitializedCount++ == 0) {
+        SDS_NameRegistry::Init();
+        Time_Typed::Init();
+    }
     Sys_TRACE(category, "Kora_Init::Init() - leaving\n");
 }
 

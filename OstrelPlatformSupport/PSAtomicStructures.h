@@ -9,7 +9,7 @@
 //   Drain ──▶ oldest ──▶ … ──▶ newest ──▶ null      turned round by the consumer
 //
 // Invariants: (1) what is pushed is drained once  (2) of two pushes, the one that returned before the other began is
-//             drained first.
+//             drained first  (3) a closed queue holds nothing, and takes nothing until it is opened anew.
 // Words:      mHead is the only shared one. A push writes its link's `next` and publishes it with the
 //             compare-and-swap; Drain takes all with one exchange. Nothing is taken from the middle, so a head that
 //             went away and came back means the same as before.
@@ -41,26 +41,42 @@ public:
     PSBasicAtomicQueue(const PSBasicAtomicQueue&) = delete;
     PSBasicAtomicQueue& operator=(const PSBasicAtomicQueue&) = delete;
 
-    // Adds a link that is in no queue. Whatever its `next` held is lost.
-    void Push(PSAtomicQueueLink& ioLink) { PushNewestFirst(ioLink, ioLink); }
+    // Adds a link that is in no queue. Whatever its `next` held is lost. False, and the link stays the caller's, when
+    // the queue is closed.
+    bool Push(PSAtomicQueueLink& ioLink) { return PushNewestFirst(ioLink, ioLink); }
 
     // Adds all from ioFirst along `next` to ioLast, oldest first, with one compare-and-swap: no other link comes to
     // stand between them. ioLast must be reachable from ioFirst; what its `next` held is lost.
-    void PushChain(PSAtomicQueueLink& ioFirst, PSAtomicQueueLink& ioLast);
+    // False when the queue is closed: the chain is as it was.
+    bool PushChain(PSAtomicQueueLink& ioFirst, PSAtomicQueueLink& ioLast);
 
     // Takes everything and returns the oldest link; its `next` leads to the newest, whose `next` is null. Null when
     // the queue is empty, which costs one load.
     PSAtomicQueueLink* Drain();
 
-    // What was true at one moment; a push may have come since.
-    bool IsEmpty() const { return mHead.load() == nullptr; }
+    // What was true at one moment; a push may have come since. A closed queue is empty.
+    bool IsEmpty() const
+    {
+        const PSAtomicQueueLink* const head = mHead.load();
+        return head == nullptr || head == &mClosed;
+    }
+
+    // Takes everything as Drain does and refuses all pushes from then on, in one step: nothing is ever stranded. Drain
+    // and Close are called by one thread at a time then.
+    PSAtomicQueueLink* Close()
+    {
+        PSAtomicQueueLink* const head = mHead.exchange(&mClosed);
+        return head == &mClosed ? nullptr : Reverse(head);
+    }
+    void Reopen() { mHead.store(nullptr); }
 
 private:
     // Turns a chain that ends with null round and returns its new first link.
     static PSAtomicQueueLink* Reverse(PSAtomicQueueLink* iFirst);
-    void PushNewestFirst(PSAtomicQueueLink& ioNewest, PSAtomicQueueLink& ioOldest);
+    bool PushNewestFirst(PSAtomicQueueLink& ioNewest, PSAtomicQueueLink& ioOldest);
 
     alignas(cPSCacheLineBytes) TAtomic<PSAtomicQueueLink*> mHead{nullptr};
+    PSAtomicQueueLink mClosed; // where mHead points in a closed queue; never followed
 };
 
 using PSAtomicQueue = PSBasicAtomicQueue<PSStdAtomic>;
@@ -99,20 +115,25 @@ PSAtomicQueueLink* PSBasicAtomicQueue<TAtomic>::Reverse(PSAtomicQueueLink* iFirs
 }
 
 template <template <class> class TAtomic>
-void PSBasicAtomicQueue<TAtomic>::PushNewestFirst(PSAtomicQueueLink& ioNewest, PSAtomicQueueLink& ioOldest)
+bool PSBasicAtomicQueue<TAtomic>::PushNewestFirst(PSAtomicQueueLink& ioNewest, PSAtomicQueueLink& ioOldest)
 {
     PSAtomicQueueLink* head = mHead.load(std::memory_order_relaxed); // a guess: only compared, never followed
     do {
+        if (head == &mClosed) return false;
         ioOldest.next = head;
     } while (!mHead.compare_exchange_weak(head, &ioNewest));
+    return true;
 }
 
 template <template <class> class TAtomic>
-void PSBasicAtomicQueue<TAtomic>::PushChain(PSAtomicQueueLink& ioFirst, PSAtomicQueueLink& ioLast)
+bool PSBasicAtomicQueue<TAtomic>::PushChain(PSAtomicQueueLink& ioFirst, PSAtomicQueueLink& ioLast)
 {
     ioLast.next = nullptr;
     Reverse(&ioFirst);
-    PushNewestFirst(ioLast, ioFirst);
+    if (PushNewestFirst(ioLast, ioFirst)) return true;
+    ioFirst.next = nullptr;
+    Reverse(&ioLast);
+    return false;
 }
 
 template <template <class> class TAtomic>

@@ -14,6 +14,10 @@ target_compile_options(kora_options INTERFACE
 if(KORA_WERROR)
   target_compile_options(kora_options INTERFACE $<$<COMPILE_LANGUAGE:CXX>:-Werror>)
 endif()
+# Debug and sanitizer builds let tests change threads between the steps of the lock-free protocols.
+if(KORA_SANITIZE OR CMAKE_BUILD_TYPE STREQUAL "Debug")
+  target_compile_definitions(kora_options INTERFACE KORA_INTERLEAVING_POINTS)
+endif()
 if(KORA_SANITIZE)
   target_compile_options(kora_options INTERFACE -fsanitize=${KORA_SANITIZE} -fno-omit-frame-pointer
                                                 -fno-sanitize-recover=all)

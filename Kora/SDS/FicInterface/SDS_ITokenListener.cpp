@@ -1,0 +1,48 @@
+#include "Kora/SDS/FicInterface/SDS_ITokenListener.h"
+
+#include "Bastel/Cmn/Cmn_Exception.h"
+#include "Kora/SDS/FicInterface/SDS_IName.h"
+#include "Kora/SDS/FicInterface/SDS_ITokenTask.h"
+#include "Kora/SDS/Source/SDS_TokenDispatcher.h"
+#include "Kora/SDS/Source/SDS_TokenListener.h"
+
+SDS_ITokenListener::SDS_ITokenListener(SDS_ITokenTask* iTask, SDS_IName* iName, Cmn_Int32 iType,
+                                       Cmn_Int32 iSubType, Cmn_Int32 iManufacturer, Cmn_Int32 iProtocol,
+                                       void* iTaskVal, bool iCriticalFlag, bool iLatestFlag, Cmn_UInt32 iGoal)
+{
+    const IPSSyncPrim::StEnter section(*SDS_TokenDispatcher::GetCriticalSection());
+    mListener = std::make_unique<SDS_TokenListener>();
+    Sys_ThrowIfOSErr(mListener->SetName(iName != nullptr ? iName->GetID() : nullptr, nullptr));
+    Sys_ThrowIfOSErr(mListener->SetType(iType));
+    Sys_ThrowIfOSErr(mListener->SetSubType(iSubType));
+    Sys_ThrowIfOSErr(mListener->SetManufacturer(iManufacturer));
+    Sys_ThrowIfOSErr(mListener->SetProtocol(iProtocol));
+    mListener->SetGoal(iGoal);
+    mListener->SetCriticalFlag(iCriticalFlag);
+    mListener->SetLatestFlag(iLatestFlag);
+    mListener->SetTaskVal(iTaskVal);
+    SetTask(iTask);
+}
+
+// A task that went first has taken itself out of its listeners.
+SDS_ITokenTask* SDS_ITokenListener::GetTask() const
+{
+    return mListener->GetTask() != nullptr ? mTask : nullptr;
+}
+
+SDS_ITokenListener::~SDS_ITokenListener()
+{
+    // The task's section comes before the dispatcher's.
+    const SDS_ITokenTask::StHaltProcessing halted(GetTask());
+    const IPSSyncPrim::StEnter section(*SDS_TokenDispatcher::GetCriticalSection());
+    mListener.reset();
+}
+
+void SDS_ITokenListener::HandleToken(SDS_Token*) {}
+
+void SDS_ITokenListener::SetTask(SDS_ITokenTask* iTask)
+{
+    const ESDSError result = mListener->SetTask(iTask != nullptr ? iTask->GetSDSTokenTask() : nullptr);
+    mTask = iTask;
+    Sys_ThrowIfOSErr(result);
+}

@@ -1,0 +1,61 @@
+// SDS_ITokenListener: hears the tokens of one node, of one type and subtype or of any, on a task's thread.
+//
+//   class Meter : public SDS_ITokenListener {
+//   public:
+//       Meter(SDS_ITokenTask& iTask, SDS_IName& iName)
+//           : SDS_ITokenListener(&iTask, &iName, 'MTR ', 0, 0, 0, static_cast<SDS_ITokenListener*>(this), false, true, 0) {}
+//       void HandleToken(SDS_Token* iToken) override { … }
+//   };
+//
+// A listener hears the tokens of its node and of all nodes that are connected with it, directly or through others.
+// A latest listener is told only of the newest token that waits.
+//
+// Threads:   made, changed and destroyed on any thread; the destructor waits until the task handles no token, so a
+//            token that was queued for the listener is never handed out afterwards. It must not be called by a
+//            thread that holds the dispatcher's critical section. HandleToken runs in SDS_ITokenTask::ProcessTokens.
+//            A class derived from it whose HandleToken uses members halts the task in its own destructor:
+//            `const SDS_ITokenTask::StHaltProcessing halted(GetTask());`
+// Ownership: owns its SDS_TokenListener. The task outlives it, or is destroyed first on the same thread; the name
+//            may go before.
+// Errors:    what the dispatcher refuses is thrown by Sys_ThrowIfOSErr (Cmn_Exception).
+#pragma once
+
+#include "Bastel/Cmn/Cmn_Types.h"
+#include "Export/Kora_API.h"
+
+#include <memory>
+
+class SDS_IName;
+class SDS_ITokenTask;
+class SDS_TokenListener;
+struct SDS_Token;
+
+class KORA_API SDS_ITokenListener
+{
+public:
+    // iType, iSubType: four-character codes, 0 for any. iManufacturer, iProtocol, iGoal and iCriticalFlag are kept
+    // for whoever reads them and take no part in the delivery. iTaskVal: the SDS_ITokenListener whose HandleToken
+    // the task calls, as a pointer to just that class (null: nobody is called).
+    SDS_ITokenListener(SDS_ITokenTask* iTask, SDS_IName* iName, Cmn_Int32 iType, Cmn_Int32 iSubType,
+                       Cmn_Int32 iManufacturer, Cmn_Int32 iProtocol, void* iTaskVal, bool iCriticalFlag,
+                       bool iLatestFlag, Cmn_UInt32 iGoal);
+    virtual ~SDS_ITokenListener();
+    SDS_ITokenListener(const SDS_ITokenListener&) = delete;
+    SDS_ITokenListener& operator=(const SDS_ITokenListener&) = delete;
+
+    // A token has come. The token is the callee's until it returns. An exception ends ProcessTokens, which passes
+    // it on when the token is done with. The default does nothing.
+    virtual void HandleToken(SDS_Token* iToken);
+
+    // Moves the listener to another task; tokens that wait in the old one are never handed out. Null: to none.
+    void SetTask(SDS_ITokenTask* iTask);
+
+    SDS_TokenListener* GetSDSTokenListener() const { return mListener.get(); }
+
+    // Null when it has none, or the task has been destroyed.
+    SDS_ITokenTask* GetTask() const;
+
+private:
+    SDS_ITokenTask* mTask = nullptr;
+    std::unique_ptr<SDS_TokenListener> mListener;
+};

@@ -1,0 +1,79 @@
+#include "Kora/SDS/Source/SDS_ActiveListenerList_p.h"
+
+#include "Kora/SDS/Source/SDS_DeliveryQueue_p.h"
+#include "Kora/SDS/Source/SDS_TokenListener.h"
+#include "Kora/SDS/Source/SDS_TokenTask.h"
+
+#include <new>
+
+namespace {
+
+// Under the dispatcher's section. What lies here stays reachable, so leak checkers know it.
+SDS_ActiveListenerList* sFreeLists = nullptr;
+SDS_ActiveListener* sFreeActiveListeners = nullptr;
+
+SDS_ActiveListener* CreateActiveListener()
+{
+    SDS_ActiveListener* const active = sFreeActiveListeners;
+    if (active == nullptr) return new (std::nothrow) SDS_ActiveListener;
+    sFreeActiveListeners = active->mNext;
+    return active;
+}
+
+void RecycleActiveListener(SDS_ActiveListener& ioActive)
+{
+    if (SDS_TokenListener* const listener = ioActive.mListener.load(); listener != nullptr) {
+        listener->RemoveActiveListener(&ioActive);
+    }
+    ioActive.mQueue->Release();
+    ioActive.mQueue = nullptr;
+    ioActive.mNewestPending = nullptr;
+    ioActive.mNext = sFreeActiveListeners;
+    sFreeActiveListeners = &ioActive;
+}
+
+} // namespace
+
+SDS_ActiveListenerList* SDS_ActiveListenerList::Create()
+{
+    SDS_ActiveListenerList* const list = sFreeLists;
+    if (list == nullptr) return new (std::nothrow) SDS_ActiveListenerList;
+    sFreeLists = list->mNextList;
+    list->mNextList = nullptr;
+    list->mGate.Reopen();
+    return list;
+}
+
+void SDS_ActiveListenerList::Recycle(SDS_ActiveListenerList& ioList)
+{
+    while (SDS_ActiveListener* const active = ioList.mFirst) {
+        ioList.mFirst = active->mNext;
+        RecycleActiveListener(*active);
+    }
+    ioList.mLast = nullptr;
+    ioList.mCount = 0;
+    ioList.mReferences = 0;
+    ioList.mNextList = sFreeLists;
+    sFreeLists = &ioList;
+}
+
+bool SDS_ActiveListenerList::Append(SDS_TokenListener& iListener)
+{
+    SDS_ActiveListener* const active = CreateActiveListener();
+    if (active == nullptr) return false;
+    active->mNext = nullptr;
+    active->mPrevious = mLast;
+    active->mQueue = &iListener.GetTask()->DeliveryQueue()->GetBlock();
+    active->mQueue->AddOwner();
+    active->mType = iListener.GetType();
+    active->mSubType = iListener.GetSubType();
+    active->mLatest.store(iListener.GetLatestFlag());
+    active->mNotice.mKind = SDS_DeliveryElement::Kind::eMailbox;
+    active->mNotice.mActiveListener = active;
+    active->mNotice.mList = this;
+    iListener.AddActiveListener(active);
+    (mLast != nullptr ? mLast->mNext : mFirst) = active;
+    mLast = active;
+    ++mCount;
+    return true;
+}

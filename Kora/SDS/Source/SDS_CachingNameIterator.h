@@ -1,0 +1,40 @@
+// SDS_CachingNameIterator: walks a list of nodes that it gathers when it is reset, so that what changes meanwhile does not
+// disturb the walk. All of its nodes are kept alive until it is reset or destroyed.
+#pragma once
+
+#include "Kora/SDS/Source/SDS_NameIterator.h"
+
+struct SDS_ConnectionRecord;
+
+class KORA_API SDS_CachingNameIterator : public SDS_NameIterator
+{
+public:
+    ~SDS_CachingNameIterator() override;
+
+    ESDSError First() override;
+    ESDSError Next() override;
+    void* Item() override;
+    ESDSError Reset(SDS_Name* iName) override;
+
+protected:
+    struct Entry
+    {
+        SDS_Name* name;
+        Entry* next;
+        // While a closure is walked: what is left of the node's connections, and the entry that it was reached from.
+        SDS_ConnectionRecord* rest;
+        Entry* from;
+    };
+
+    // Gathers the nodes of a walk from iName.
+    virtual ESDSError Set(SDS_Name* iName) = 0;
+
+    // Puts a node at the front; null when there is no memory, or its references are at their limit.
+    Entry* Push(SDS_Name* iName);
+    void FreeConnectionList();
+
+    Entry* mHead = nullptr;
+
+private:
+    Entry* mCurrent = nullptr;
+};

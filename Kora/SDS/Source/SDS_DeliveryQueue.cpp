@@ -1,0 +1,218 @@
+#include "Kora/SDS/Source/SDS_DeliveryQueue_p.h"
+
+#include "Kora/SDS/Source/SDS_InterleavingPoint_p.h"
+#include "Kora/SDS/Source/SDS_TokenDispatcher.h"
+#include "Kora/SDS/Source/SDS_TokenListener.h"
+#include "Kora/SDS/Source/SDS_TokenTask.h"
+#include "OstrelPlatformSupport/IPSSyncPrim.h"
+
+#include <algorithm>
+#include <new>
+#include <thread>
+
+namespace {
+
+SDS_QueueBlock* sFreeBlocks = nullptr; // under the dispatcher's section
+
+} // namespace
+
+SDS_QueueBlock* SDS_QueueBlock::Create(Cmn_Int32 iPriority)
+{
+    SDS_QueueBlock* block = sFreeBlocks;
+    if (block == nullptr) {
+        block = new (std::nothrow) SDS_QueueBlock;
+        if (block == nullptr) return nullptr;
+    } else {
+        sFreeBlocks = block->mNextFree;
+        block->mInbound.Reopen();
+        block->mOwners = 1;
+    }
+    block->mPriority.store(iPriority);
+    return block;
+}
+
+void SDS_QueueBlock::Release()
+{
+    if (--mOwners > 0) return;
+    mNextFree = sFreeBlocks;
+    sFreeBlocks = this;
+}
+
+void SDS_QueueBlock::Signal()
+{
+    if (mEvent.load(std::memory_order_relaxed) == nullptr) return;
+    // Counted before the pointer is read: whoever swaps the pointer and finds nobody counted knows that it is unused.
+    mSignalling.Add();
+    if (IPSSyncPrim* const event = mEvent.load(); event != nullptr) event->Leave();
+    mSignalling.Subtract();
+}
+
+void SDS_QueueBlock::SetEvent(IPSSyncPrim* iEvent)
+{
+    mEvent.store(iEvent);
+    while (mSignalling.Get() > 0)
+        std::this_thread::yield();
+}
+
+SDS_DeliveryQueue::SDS_DeliveryQueue(SDS_TokenTask& iTask)
+    : mTask(iTask)
+    , mBlock(SDS_QueueBlock::Create(iTask.GetPriority()))
+{
+    if (mBlock == nullptr) throw std::bad_alloc();
+}
+
+SDS_DeliveryQueue::~SDS_DeliveryQueue()
+{
+    mBlock->SetEvent(nullptr);
+    SDS_ReleaseBatch batch(SDS_TokenDispatcher::GetTokenPool());
+    PSAtomicQueueLink* link = mBlock->mInbound.Close();
+    while (link != nullptr) {
+        SDS_DeliveryElement& element = *static_cast<SDS_DeliveryElement*>(link);
+        link = link->next;
+        if (element.mKind == SDS_DeliveryElement::Kind::eToken) {
+            batch.Release(element);
+        } else {
+            // A producer that finds the mailbox told no more queues another notice, is refused, and empties it.
+            if (SDS_DeliveryElement* const content = element.mActiveListener->mMailbox.Take())
+                batch.Release(*content);
+            batch.ReleaseUse(*element.mList);
+        }
+    }
+    while (mHead != nullptr) {
+        SDS_DeliveryElement& element = *mHead;
+        Unlink(element);
+        batch.Release(element);
+    }
+    batch.Flush();
+    mBlock->Release();
+}
+
+SDS_DeliveryElement* SDS_DeliveryQueue::TakeNext(SDS_ReleaseBatch& ioBatch, SDS_TokenListener*& oListener)
+{
+    for (;;) {
+        // Read before the queue is drained: what was sent before a token with a number up to this has arrived then.
+        const Cmn_UInt64 settled = mBlock->mNumber.load();
+        SDS_InterleavingPoint();
+        Drain(ioBatch);
+        SDS_DeliveryElement* const element = mHead;
+        if (element == nullptr) break;
+        if (element->mNumber > settled) continue;
+        Unlink(*element);
+        oListener = element->mActiveListener->mListener.load(std::memory_order_acquire);
+        if (oListener != nullptr) return element;
+        ioBatch.Release(*element);
+    }
+    oListener = nullptr;
+    return nullptr;
+}
+
+void SDS_DeliveryQueue::Drain(SDS_ReleaseBatch& ioBatch)
+{
+    PSAtomicQueueLink* link = mBlock->mInbound.Drain();
+    if (link == nullptr) return;
+    PSAtomicQueueLink* notices = nullptr;
+    PSAtomicQueueLink** noticesEnd = &notices;
+    while (link != nullptr) {
+        SDS_DeliveryElement& element = *static_cast<SDS_DeliveryElement*>(link);
+        link = link->next;
+        if (element.mKind == SDS_DeliveryElement::Kind::eToken) {
+            Arrive(element, ioBatch);
+        } else {
+            *noticesEnd = &element;
+            noticesEnd = &element.next;
+        }
+    }
+    *noticesEnd = nullptr;
+    SDS_InterleavingPoint();
+    // Only now: a mailbox may hold a token that was sent after others of this drain.
+    while (notices != nullptr) {
+        // A notice may be queued anew as soon as its mailbox is taken.
+        SDS_DeliveryElement& notice = *static_cast<SDS_DeliveryElement*>(notices);
+        notices = notice.next;
+        SDS_ActiveListenerList& list = *notice.mList;
+        TakeMailbox(*notice.mActiveListener, ioBatch);
+        ioBatch.ReleaseUse(list);
+    }
+    GrowPool();
+}
+
+// Appends a token from the queue to the pending list. Its number is raised to the one before it: the tokens of one
+// producer have ascending numbers, and a latest token that belongs before the higher one belongs before this one too.
+void SDS_DeliveryQueue::Arrive(SDS_DeliveryElement& ioElement, SDS_ReleaseBatch& ioBatch)
+{
+    SDS_ActiveListener& active = *ioElement.mActiveListener;
+    if (active.mListener.load(std::memory_order_acquire) == nullptr) {
+        ioBatch.Release(ioElement);
+        return;
+    }
+    if (active.mLatest.load(std::memory_order_relaxed) && active.mNewestPending != nullptr) {
+        SDS_DeliveryElement& older = *active.mNewestPending;
+        Unlink(older);
+        ioBatch.Release(older);
+    }
+    if (mTail != nullptr) ioElement.mNumber = std::max(ioElement.mNumber, mTail->mNumber);
+    InsertBefore(ioElement, nullptr);
+    active.mNewestPending = &ioElement;
+}
+
+void SDS_DeliveryQueue::TakeMailbox(SDS_ActiveListener& ioActive, SDS_ReleaseBatch& ioBatch)
+{
+    SDS_DeliveryElement* const content = ioActive.mMailbox.Take();
+    if (content == nullptr) return;
+    SDS_DeliveryElement* const older = ioActive.mNewestPending;
+    // A token that was queued since the priority was raised is the newer one.
+    const bool overtaken = older != nullptr && older->mNumber >= content->mNumber;
+    SDS_TokenListener* const listener = ioActive.mListener.load(std::memory_order_acquire);
+    if (overtaken || listener == nullptr || listener->IsOvertaken(content->mNumber)) {
+        ioBatch.Release(*content);
+        return;
+    }
+    listener->NoteMail(content->mNumber);
+    if (older != nullptr) {
+        Unlink(*older);
+        ioBatch.Release(*older);
+    }
+    SDS_DeliveryElement* next = nullptr;
+    for (SDS_DeliveryElement* before = mTail; before != nullptr && before->mNumber >= content->mNumber;
+         before = before->mPrevious)
+    {
+        next = before;
+    }
+    InsertBefore(*content, next);
+    ioActive.mNewestPending = content;
+}
+
+// Null: at the end.
+void SDS_DeliveryQueue::InsertBefore(SDS_DeliveryElement& ioElement, SDS_DeliveryElement* ioNext)
+{
+    SDS_DeliveryElement* const previous = ioNext != nullptr ? ioNext->mPrevious : mTail;
+    ioElement.next = ioNext;
+    ioElement.mPrevious = previous;
+    if (previous != nullptr)
+        previous->next = &ioElement;
+    else
+        mHead = &ioElement;
+    (ioNext != nullptr ? ioNext->mPrevious : mTail) = &ioElement;
+    mPendingCount.store(mPendingCount.load(std::memory_order_relaxed) + 1, std::memory_order_release);
+}
+
+void SDS_DeliveryQueue::Unlink(SDS_DeliveryElement& ioElement)
+{
+    SDS_DeliveryElement* const next = ioElement.GetNext();
+    if (ioElement.mPrevious != nullptr)
+        ioElement.mPrevious->next = next;
+    else
+        mHead = next;
+    (next != nullptr ? next->mPrevious : mTail) = ioElement.mPrevious;
+    SDS_ActiveListener& active = *ioElement.mActiveListener;
+    if (active.mNewestPending == &ioElement) active.mNewestPending = nullptr;
+    mPendingCount.store(mPendingCount.load(std::memory_order_relaxed) - 1, std::memory_order_release);
+}
+
+// Tasks below the audio threads' priority may allocate.
+void SDS_DeliveryQueue::GrowPool()
+{
+    if (mBlock->mPriority.load(std::memory_order_relaxed) < SDS_TokenTask::cAudioPriority) {
+        SDS_TokenDispatcher::GrowTokenPoolIfLow();
+    }
+}

@@ -1,0 +1,128 @@
+// SDS_DeliveryQueue: the tokens on their way to one task; SDS_QueueBlock: the part of it that producers touch.
+//
+// A block outlives its task as long as an active listener leads to it, and is then recycled, never handed back to the
+// allocator: a producer that has just queued its element may still look whether there is an event to signal.
+//
+// Order. The block counts the tokens for latest listeners. Such a token carries the count with itself, an ordinary one
+// the count that it finds. A latest listener's token waits in its mailbox, not in the queue, so its place is found when
+// it is taken: before the first token with the same number or a higher one. One sent while the queue was being drained
+// waits for the next look, since tokens sent before it may be in the queue by now.
+//
+// Shared words: mInbound and mNumber are written by producers, mInbound also by the consumer; the closing of mInbound,
+// mPriority and mEvent are written under the dispatcher's section or by the task's owner; mSignalling by producers.
+#pragma once
+
+#include "Kora/SDS/Source/SDS_ActiveListenerList_p.h"
+#include "Kora/Sys/Sys_MultiSizeAtomicPool.h"
+
+class IPSSyncPrim;
+class SDS_TokenTask;
+
+using SDS_TokenPool = Sys_MultiSizeAtomicPool<SDS_DeliveryElement>;
+
+class SDS_QueueBlock
+{
+public:
+    // A block with one owner; null when there is no memory. Section held, as for the next two.
+    static SDS_QueueBlock* Create(Cmn_Int32 iPriority);
+    void AddOwner() { ++mOwners; }
+    void Release();
+
+    // Signals the event, if there is one.
+    void Signal();
+    // Swaps the event, and waits until nobody signals the one before.
+    void SetEvent(IPSSyncPrim* iEvent);
+
+    PSAtomicQueue mInbound;
+    std::atomic<Cmn_UInt64> mNumber{0};
+    std::atomic<Cmn_Int32> mPriority{0};
+
+private:
+    std::atomic<IPSSyncPrim*> mEvent{nullptr};
+    PSAtomic_UInt32Semaphore mSignalling;
+    Cmn_UInt32 mOwners = 1;
+    SDS_QueueBlock* mNextFree = nullptr;
+};
+
+// Gives elements back: their cells to the pool and their uses to their lists, in batches.
+class SDS_ReleaseBatch
+{
+public:
+    explicit SDS_ReleaseBatch(SDS_TokenPool& ioPool)
+        : mCells(ioPool)
+    {
+    }
+    ~SDS_ReleaseBatch() { Flush(); }
+    SDS_ReleaseBatch(const SDS_ReleaseBatch&) = delete;
+    SDS_ReleaseBatch& operator=(const SDS_ReleaseBatch&) = delete;
+
+    // Of an element that stands nowhere any more.
+    void Release(SDS_DeliveryElement& ioElement)
+    {
+        SDS_ActiveListenerList& list = *ioElement.mList;
+        mCells.Free(&ioElement);
+        ReleaseUse(list);
+    }
+    void ReleaseUse(SDS_ActiveListenerList& ioList)
+    {
+        if (mList != &ioList) ReleaseUses();
+        mList = &ioList;
+        ++mUses;
+    }
+    void Flush()
+    {
+        mCells.Flush();
+        ReleaseUses();
+    }
+
+private:
+    void ReleaseUses()
+    {
+        if (mUses > 0) mList->mGate.mUse.Subtract(mUses);
+        mUses = 0;
+    }
+
+    SDS_TokenPool::Batch mCells;
+    SDS_ActiveListenerList* mList = nullptr;
+    Cmn_UInt32 mUses = 0;
+};
+
+class SDS_DeliveryQueue
+{
+public:
+    explicit SDS_DeliveryQueue(SDS_TokenTask& iTask);
+    // Closes the block, and releases all that is queued. No active listener leads a new token here any more.
+    virtual ~SDS_DeliveryQueue();
+    SDS_DeliveryQueue(const SDS_DeliveryQueue&) = delete;
+    SDS_DeliveryQueue& operator=(const SDS_DeliveryQueue&) = delete;
+
+    SDS_QueueBlock& GetBlock() const { return *mBlock; }
+    SDS_TokenTask& GetTask() const { return mTask; }
+
+    // Takes the next element whose listener is there, in order; null when there is none. The consumer only.
+    SDS_DeliveryElement* TakeNext(SDS_ReleaseBatch& ioBatch, SDS_TokenListener*& oListener);
+
+    // Any thread.
+    bool HasTokens() const
+    {
+        return mPendingCount.load(std::memory_order_acquire) > 0 || !mBlock->mInbound.IsEmpty();
+    }
+
+    // The pending list, for dumps; the consumer only.
+    const SDS_DeliveryElement* GetFirstPending() const { return mHead; }
+
+private:
+    void Drain(SDS_ReleaseBatch& ioBatch);
+    void Arrive(SDS_DeliveryElement& ioElement, SDS_ReleaseBatch& ioBatch);
+    void TakeMailbox(SDS_ActiveListener& ioActive, SDS_ReleaseBatch& ioBatch);
+    void InsertBefore(SDS_DeliveryElement& ioElement, SDS_DeliveryElement* ioNext);
+    void Unlink(SDS_DeliveryElement& ioElement);
+    void GrowPool();
+
+    SDS_TokenTask& mTask;
+    SDS_QueueBlock* const mBlock;
+    // Numbers ascend along the pending list.
+    SDS_DeliveryElement* mHead = nullptr;
+    SDS_DeliveryElement* mTail = nullptr;
+    std::atomic<Cmn_UInt32> mPendingCount{0}; // written by the consumer
+};

@@ -1,0 +1,59 @@
+// SDS_ListGate: how a producer walks a list that others replace and recycle, without a lock.
+//
+//   producer                                    retiring, under the dispatcher's section
+//   list = pointer                              pointer = new list
+//   use(list) + 1                               references gone: retired
+//   pointer still list? else use − 1, anew      use = 0? block + 1; use still 0? recycle, block = 0
+//   … walk …
+//   use − 1, or one use for each element sent
+//
+// All of it is sequentially consistent. A producer that finds its pointer unchanged has counted itself in before the
+// pointer was replaced, so the retiring side sees its use. One that finds it changed has perhaps counted itself in at
+// a list that is retired, free or in use elsewhere; lists are never handed back to the allocator, and its use goes
+// away again. Nobody ever waits.
+//
+// Shared words: the pointer is written by the retiring side; the uses by everybody; the block by the retiring side.
+#pragma once
+
+#include "Kora/SDS/Source/SDS_InterleavingPoint_p.h"
+#include "OstrelPlatformSupport/PSAtomic_UInt32Semaphore.h"
+
+template <class TSemaphore>
+struct SDS_BasicListGate
+{
+    TSemaphore mUse;   // dispatches that walk the list, elements that came from it, mailboxes that are queued
+    TSemaphore mBlock; // positive while the list is being freed, until it is used anew
+
+    // The list that iPointer leads to, with one use taken; null when it leads to none.
+    template <class TList, class TPointer>
+    static TList* Enter(const TPointer& iPointer)
+    {
+        TList* list = iPointer.load();
+        while (list != nullptr) {
+            SDS_InterleavingPoint();
+            list->mGate.mUse.Add();
+            SDS_InterleavingPoint();
+            TList* const now = iPointer.load();
+            if (now == list && list->mGate.mBlock.Get() == 0) return list;
+            list->mGate.mUse.Subtract();
+            list = now;
+        }
+        return nullptr;
+    }
+
+    // True when nobody uses the list, to which no pointer leads any more: it is then blocked, and free.
+    bool TryToClose()
+    {
+        if (mUse.Get() > 0) return false;
+        mBlock.Add();
+        SDS_InterleavingPoint();
+        if (mUse.Get() == 0) return true;
+        mBlock.Subtract();
+        return false;
+    }
+
+    // Before the list is used anew.
+    void Reopen() { mBlock.Subtract(); }
+};
+
+using SDS_ListGate = SDS_BasicListGate<PSAtomic_UInt32Semaphore>;

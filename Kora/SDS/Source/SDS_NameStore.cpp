@@ -1,0 +1,258 @@
+#include "Kora/SDS/Source/SDS_NameStore_p.h"
+
+#include "Kora/SDS/Source/SDS_TokenDispatcher.h"
+#include "Kora/SDS/Source/SDS_TokenTracker.h"
+
+#include <bit>
+#include <new>
+
+namespace {
+
+struct FreeList
+{
+    SDS_Name* oldest = nullptr;
+    SDS_Name* newest = nullptr;
+};
+
+// All of it belongs to whoever uses the registry, one thread at a time.
+SDS_Name** sTable = nullptr;
+std::size_t sTableSize = 0;
+std::size_t sCellCount = 0;
+SDS_Name* sBlockCursor = nullptr;
+SDS_Name* sBlockEnd = nullptr;
+FreeList sFree;
+SDS_ConnectionRecord* sFreeRecords = nullptr; // linked through mNextOfA
+
+// Sums of products, whose high half depends on every bit; folded, and multiplied once more so that the high bits do too.
+Cmn_UInt32 HashOf(const SDS_Name& iParent, const SDS_NameText& iText)
+{
+    const Cmn_UInt64* const words = iText.mWords;
+    const Cmn_UInt64 parent = reinterpret_cast<std::uintptr_t>(&iParent);
+    const Cmn_UInt64 low = (words[0] ^ parent) * 0x9E3779B97F4A7C15u + words[1] * 0xC2B2AE3D27D4EB4Fu;
+    const Cmn_UInt64 high = words[2] * 0x165667B19E3779F9u + words[3] * 0xD6E8FEB86659FD93u;
+    const Cmn_UInt64 sum = low ^ std::rotl(high, 29);
+    return static_cast<Cmn_UInt32>((sum ^ (sum >> 32)) * 0xFF51AFD7ED558CCDu >> 32);
+}
+
+SDS_Name*& ChainOf(Cmn_UInt32 iHash) { return sTable[iHash & (sTableSize - 1)]; }
+
+void PutInTable(SDS_Name& ioName)
+{
+    SDS_Name*& chain = ChainOf(ioName.mHash);
+    ioName.mNextInTable = chain;
+    chain = &ioName;
+}
+
+void TakeFromTable(SDS_Name& ioName)
+{
+    SDS_Name** link = &ChainOf(ioName.mHash);
+    while (*link != &ioName)
+        link = &(*link)->mNextInTable;
+    *link = ioName.mNextInTable;
+}
+
+// A table for so many cells; false when there is no memory.
+bool GrowTable(std::size_t iCells)
+{
+    const std::size_t size = std::bit_ceil(iCells);
+    if (size <= sTableSize) return true;
+    SDS_Name** const table = new (std::nothrow) SDS_Name*[size]();
+    if (table == nullptr) return false;
+    SDS_Name** const before = sTable;
+    const std::size_t sizeBefore = sTableSize;
+    sTable = table;
+    sTableSize = size;
+    for (std::size_t i = 0; i < sizeBefore; ++i) {
+        for (SDS_Name* name = before[i]; name != nullptr;) {
+            SDS_Name* const next = name->mNextInTable;
+            PutInTable(*name);
+            name = next;
+        }
+    }
+    delete[] before;
+    return true;
+}
+
+bool AddBlock(unsigned iCells)
+{
+    if (!GrowTable(sCellCount + iCells)) return false;
+    void* const memory =
+        ::operator new (sizeof(SDS_Name) * iCells, std::align_val_t{alignof(SDS_Name)}, std::nothrow);
+    if (memory == nullptr) return false;
+    sBlockCursor = static_cast<SDS_Name*>(memory);
+    sBlockEnd = sBlockCursor + iCells;
+    sCellCount += iCells;
+    return true;
+}
+
+SDS_Name* CarveCell()
+{
+    if (sBlockCursor == sBlockEnd && !AddBlock(SDS_NameStore::cLaterBlock)) return nullptr;
+    return new (sBlockCursor++) SDS_Name;
+}
+
+void PushFront(SDS_Name*& ioList, SDS_Name& ioName)
+{
+    ioName.mPrevious = nullptr;
+    ioName.mNext = ioList;
+    if (ioList != nullptr) ioList->mPrevious = &ioName;
+    ioList = &ioName;
+}
+
+void Unlink(SDS_Name*& ioList, SDS_Name& ioName)
+{
+    (ioName.mPrevious != nullptr ? ioName.mPrevious->mNext : ioList) = ioName.mNext;
+    if (ioName.mNext != nullptr) ioName.mNext->mPrevious = ioName.mPrevious;
+    ioName.mNext = ioName.mPrevious = nullptr;
+}
+
+void AppendFree(SDS_Name& ioName)
+{
+    ioName.mNextFree = nullptr;
+    ioName.mPreviousFree = sFree.newest;
+    (sFree.newest != nullptr ? sFree.newest->mNextFree : sFree.oldest) = &ioName;
+    sFree.newest = &ioName;
+}
+
+void TakeFromFree(SDS_Name& ioName)
+{
+    (ioName.mPreviousFree != nullptr ? ioName.mPreviousFree->mNextFree : sFree.oldest) = ioName.mNextFree;
+    (ioName.mNextFree != nullptr ? ioName.mNextFree->mPreviousFree : sFree.newest) = ioName.mPreviousFree;
+    ioName.mNextFree = ioName.mPreviousFree = nullptr;
+}
+
+// The cell of the node that was freed first, out of all lists; null when none is free.
+SDS_Name* RecycleOldest()
+{
+    SDS_Name* const name = sFree.oldest;
+    if (name == nullptr) return nullptr;
+    TakeFromFree(*name);
+    if (name->mParent != nullptr) {
+        Unlink(name->mParent->mDormantChildren, *name);
+        TakeFromTable(*name);
+    }
+    // Nothing leads to its dormant children any more.
+    for (SDS_Name* child = name->mDormantChildren; child != nullptr;) {
+        SDS_Name* const next = child->mNext;
+        TakeFromTable(*child);
+        child->mParent = child->mNext = child->mPrevious = nullptr;
+        child = next;
+    }
+    name->mDormantChildren = nullptr;
+    return name;
+}
+
+void Initialise(SDS_Name& ioName)
+{
+    ioName.mReserveCount = ioName.mReferenceCount = 0;
+    ioName.mVisited = 0;
+    ioName.mIsLive = true;
+    ioName.mLiveChildren = nullptr;
+    ioName.mConnections = nullptr;
+    ioName.mObject = nullptr;
+    ioName.mFirstListener = ioName.mLastListener = nullptr;
+    ioName.mListenerCount = 0;
+    ioName.mBatchElement = {&ioName, nullptr, nullptr, false};
+}
+
+void MakeDormant(SDS_Name& ioName)
+{
+    SDS_TokenTracker::NameAboutToBeFreed(&ioName, ioName.mText.Text());
+    SDS_DetachListeners(ioName);
+    SDS_TokenDispatcher::TakeOffBatchList(ioName);
+    // Before the cell can be used anew.
+    SDS_TokenDispatcher::FreeActiveListenerList(&ioName);
+    Unlink(ioName.mParent->mLiveChildren, ioName);
+    PushFront(ioName.mParent->mDormantChildren, ioName);
+    ioName.mIsLive = false;
+    ioName.mObject = nullptr;
+    AppendFree(ioName);
+}
+
+} // namespace
+
+bool SDS_NameAddReference(SDS_Name& ioName)
+{
+    if (ioName.mReferenceCount >= SDS_NameStore::cMaxCount) return false;
+    ++ioName.mReferenceCount;
+    return true;
+}
+
+void SDS_NameRelease(SDS_Name& ioName)
+{
+    --ioName.mReferenceCount;
+    SDS_NameStore::FreeUnlessHeld(&ioName);
+}
+
+bool SDS_NameStore::Init() { return AddBlock(cFirstBlock); }
+
+SDS_Name* SDS_NameStore::Find(const SDS_Name& iParent, const SDS_NameText& iText)
+{
+    const Cmn_UInt32 hash = HashOf(iParent, iText);
+    for (SDS_Name* name = ChainOf(hash); name != nullptr; name = name->mNextInTable) {
+        if (name->mHash == hash && name->mParent == &iParent && name->mText == iText) return name;
+    }
+    return nullptr;
+}
+
+SDS_Name* SDS_NameStore::Create(SDS_Name& ioParent, const SDS_NameText& iText)
+{
+    if (ioParent.mReferenceCount >= cMaxCount) return nullptr;
+    SDS_Name* name = Find(ioParent, iText);
+    if (name != nullptr) {
+        Unlink(ioParent.mDormantChildren, *name);
+        TakeFromFree(*name);
+    } else {
+        name = RecycleOldest();
+        if (name == nullptr) name = CarveCell();
+        if (name == nullptr) return nullptr;
+        name->mText = iText;
+        name->mParent = &ioParent;
+        name->mHash = HashOf(ioParent, iText);
+        PutInTable(*name);
+    }
+    Initialise(*name);
+    ++ioParent.mReferenceCount;
+    PushFront(ioParent.mLiveChildren, *name);
+    return name;
+}
+
+SDS_Name* SDS_NameStore::CreateRoot()
+{
+    SDS_Name* const root = CarveCell();
+    if (root == nullptr) return nullptr;
+    Initialise(*root);
+    root->mReferenceCount = 1;
+    return root;
+}
+
+void SDS_NameStore::FreeUnlessHeld(SDS_Name* ioName)
+{
+    while (ioName->mIsLive && ioName->mReserveCount <= 0 && ioName->mReferenceCount <= 0 &&
+           ioName->mParent != nullptr)
+    {
+        SDS_Name* const parent = ioName->mParent;
+        MakeDormant(*ioName);
+        --parent->mReferenceCount;
+        ioName = parent;
+    }
+}
+
+SDS_ConnectionRecord* SDS_NameStore::CreateRecord()
+{
+    if (sFreeRecords == nullptr) {
+        SDS_ConnectionRecord* const block = new (std::nothrow) SDS_ConnectionRecord[cRecordBlock]();
+        if (block == nullptr) return nullptr;
+        for (unsigned i = 0; i < cRecordBlock; ++i)
+            FreeRecord(&block[i]);
+    }
+    SDS_ConnectionRecord* const record = sFreeRecords;
+    sFreeRecords = record->mNextOfA;
+    return record;
+}
+
+void SDS_NameStore::FreeRecord(SDS_ConnectionRecord* ioRecord)
+{
+    ioRecord->mNextOfA = sFreeRecords;
+    sFreeRecords = ioRecord;
+}

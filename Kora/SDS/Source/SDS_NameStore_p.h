@@ -1,0 +1,32 @@
+// SDS_NameStore: the nodes' memory, and the table that finds a child by its parent and name.
+//
+// Nodes are cells of blocks that are never handed back; freed ones are used anew, the one that was freed first before the
+// others. The table is a power of two of chains, at least as many as there are cells, so it grows with the blocks only.
+// Connection records come from blocks too: in the steady state nothing is allocated.
+#pragma once
+
+#include "Kora/SDS/Source/SDS_Name_p.h"
+
+class SDS_NameStore
+{
+public:
+    static constexpr unsigned cFirstBlock = 2048; // nodes
+    static constexpr unsigned cLaterBlock = 256;
+    static constexpr unsigned cRecordBlock = 256; // connections
+    static constexpr Cmn_Int16 cMaxCount = 32767;
+
+    // False when there is no memory.
+    static bool Init();
+
+    // The node of this name under the parent, live or dormant; null when there is none.
+    static SDS_Name* Find(const SDS_Name& iParent, const SDS_NameText& iText);
+    // A live node, with no counts: the dormant one of this name, or else the one freed first, or else a new cell. Null when
+    // there is no memory, or the parent's references are at their limit.
+    static SDS_Name* Create(SDS_Name& ioParent, const SDS_NameText& iText);
+    static SDS_Name* CreateRoot();
+    // Makes nodes dormant that nobody holds, from this one upwards.
+    static void FreeUnlessHeld(SDS_Name* ioName);
+
+    static SDS_ConnectionRecord* CreateRecord();
+    static void FreeRecord(SDS_ConnectionRecord* ioRecord);
+};

@@ -1,0 +1,289 @@
+#include "Kora/SDS/Source/SDS_TokenDispatcher.h"
+
+#include "Bastel/Sys/Sys_Clock.h"
+#include "Kora/SDS/Source/SDS_DispatcherState_p.h"
+#include "Kora/SDS/Source/SDS_InterleavingPoint_p.h"
+#include "Kora/SDS/Source/SDS_Name_p.h"
+#include "Kora/SDS/Source/SDS_TokenListener.h"
+#include "Kora/SDS/Source/SDS_TokenTask.h"
+#include "Kora/SDS/Source/SDS_TokenTracker.h"
+#include "OstrelPlatformSupport/PSThread.h"
+
+#include <cstring>
+#include <new>
+
+namespace {
+
+constexpr SDS_TokenPool::Size cTokenCells[] = {
+    {112,  1000},
+    {156,  1000},
+    {438,  1000},
+    {1128, 200 }
+};
+
+// How many listeners are served with one visit to the pool.
+constexpr std::size_t cServedAtOnce = 32;
+
+// One dispatch's way along a list. It has entered with one use and takes as many as there are listeners, so that each
+// element that is sent takes a use with it; what is left over goes back at the end.
+class Walk
+{
+public:
+    Walk(const SDS_Token& iToken, SDS_ActiveListenerList& ioList)
+        : mToken(iToken)
+        , mList(ioList)
+        , mPool(SDS_TokenDispatcher::GetTokenPool())
+        , mUses(ioList.mCount)
+    {
+        if (mUses > 1) mList.mGate.mUse.Add(mUses - 1);
+        if (mUses == 0) mUses = 1;
+    }
+    ~Walk()
+    {
+        if (mUses > 0) mList.mGate.mUse.Subtract(mUses);
+    }
+    Walk(const Walk&) = delete;
+    Walk& operator=(const Walk&) = delete;
+
+    ESDSError Serve()
+    {
+        SDS_ActiveListener* active = mList.mFirst;
+        while (active != nullptr) {
+            SDS_ActiveListener* heard[cServedAtOnce];
+            std::size_t count = 0;
+            for (; active != nullptr && count < cServedAtOnce; active = active->mNext) {
+                if (active->Hears(mToken)) heard[count++] = active;
+            }
+            if (count == 0) break;
+            if (!ServeSome(heard, count)) return eSDSErr_TokenPoolFull;
+        }
+        return eSDSErr_None;
+    }
+
+private:
+    // False when there were not cells for all.
+    bool ServeSome(SDS_ActiveListener* const* iHeard, std::size_t iCount)
+    {
+        SDS_DeliveryElement* cells[cServedAtOnce];
+        const std::size_t bytes = sizeof(SDS_DeliveryElement) + static_cast<std::size_t>(mToken.size);
+        const std::size_t got = mPool.AllocateMany(bytes, cells, iCount);
+        for (std::size_t i = 0; i < got;) {
+            SDS_ActiveListener& active = *iHeard[i];
+            if (IsMailed(active)) {
+                Mail(active, Filled(cells[i], active));
+                ++i;
+            } else {
+                i = Queue(iHeard, cells, i, got);
+            }
+        }
+        return got == iCount;
+    }
+
+    static bool IsMailed(const SDS_ActiveListener& iActive)
+    {
+        return iActive.mLatest.load(std::memory_order_relaxed) &&
+               iActive.mQueue->mPriority.load(std::memory_order_relaxed) < SDS_TokenTask::cAudioPriority;
+    }
+
+    SDS_DeliveryElement& Filled(void* iCell, SDS_ActiveListener& iActive)
+    {
+        SDS_DeliveryElement* const element = new (iCell) SDS_DeliveryElement;
+        element->mActiveListener = &iActive;
+        element->mList = &mList;
+        element->mKind = SDS_DeliveryElement::Kind::eToken;
+        SDS_Token* const copy = element->GetToken();
+        std::memcpy(static_cast<void*>(copy), &mToken, static_cast<std::size_t>(mToken.size));
+        // Behind the smallest tokens the field's bytes are the cell's.
+        copy->element = element;
+        return *element;
+    }
+
+    // Queues the copies for the neighbours in the list that belong to one task as one chain; returns the first index
+    // that is left.
+    std::size_t Queue(SDS_ActiveListener* const* iHeard, SDS_DeliveryElement* const* iCells,
+                      std::size_t iFirst, std::size_t iEnd)
+    {
+        SDS_QueueBlock& queue = *iHeard[iFirst]->mQueue;
+        const Cmn_UInt64 number = queue.mNumber.load();
+        SDS_DeliveryElement* last = nullptr;
+        std::size_t i = iFirst;
+        for (; i < iEnd && iHeard[i]->mQueue == &queue && !IsMailed(*iHeard[i]); ++i) {
+            SDS_DeliveryElement& element = Filled(iCells[i], *iHeard[i]);
+            element.mNumber = number;
+            if (last != nullptr) last->next = &element;
+            last = &element;
+        }
+        const auto sent = static_cast<Cmn_UInt32>(i - iFirst);
+        SDS_InterleavingPoint();
+        if (queue.mInbound.PushChain(*iCells[iFirst], *last)) {
+            mUses -= sent;
+            for (Cmn_UInt32 count = 0; count < sent; ++count)
+                queue.Signal();
+        } else {
+            // The task has gone: the cells go back.
+            for (std::size_t k = iFirst; k < i; ++k)
+                mPool.Free(iCells[k]);
+        }
+        return i;
+    }
+
+    void Mail(SDS_ActiveListener& ioActive, SDS_DeliveryElement& ioElement)
+    {
+        SDS_QueueBlock& queue = *ioActive.mQueue;
+        // The notice's use, in hand before anybody can take the element and release its own.
+        mList.mGate.mUse.Add();
+        ioElement.mNumber = queue.mNumber.fetch_add(1) + 1;
+        bool queueNotice = false;
+        SDS_InterleavingPoint();
+        SDS_DeliveryElement* const replaced = ioActive.mMailbox.Post(&ioElement, queueNotice);
+        --mUses;
+        SDS_InterleavingPoint();
+        TakeBack(replaced);
+        if (!queueNotice) {
+            ++mUses;
+        } else if (!queue.mInbound.Push(ioActive.mNotice)) {
+            ++mUses;
+            TakeBack(ioActive.mMailbox.Take());
+        }
+        queue.Signal();
+    }
+
+    // An element of this list that came back with its use.
+    void TakeBack(SDS_DeliveryElement* ioElement)
+    {
+        if (ioElement == nullptr) return;
+        mPool.Free(ioElement);
+        ++mUses;
+    }
+
+    const SDS_Token& mToken;
+    SDS_ActiveListenerList& mList;
+    SDS_TokenPool& mPool;
+    Cmn_UInt32 mUses;
+};
+
+// The list that governs the token's node, with one use taken.
+SDS_ActiveListenerList* EnterListOf(const SDS_Name& iName)
+{
+    if (auto* const list = SDS_ListGate::Enter<SDS_ActiveListenerList>(iName.mActiveList)) return list;
+    return SDS_ListGate::Enter<SDS_ActiveListenerList>(SDS_DispatcherState::fActiveGlobalListeners);
+}
+
+} // namespace
+
+ESDSError SDS_TokenDispatcher::Init()
+{
+    if (SDS_DispatcherState::fCS != nullptr) return eSDSErr_None;
+    try {
+        auto pool = std::make_unique<SDS_TokenPool>(std::initializer_list<SDS_TokenPool::Size>{
+            cTokenCells[0], cTokenCells[1], cTokenCells[2], cTokenCells[3]});
+        SDS_DispatcherState::fCS = gPSThread.CreateCriticalSection("SDS_TokenDispatcher_CS").release();
+        SDS_DispatcherState::fTokenPool = pool.release();
+    } catch (const std::bad_alloc&) {
+        return eSDSErr_OutOfMemory;
+    }
+    SDS_TokenTracker::Init();
+    return eSDSErr_None;
+}
+
+ESDSError SDS_TokenDispatcher::DispatchToken(SDS_Token* ioToken)
+{
+    if (ioToken == nullptr || ioToken->size < SDS_Token::cHeaderSize) return eSDSErr_OutOfMemory;
+    const TokenFilter filter = SDS_DispatcherState::fTokenFilter.load(std::memory_order_acquire);
+    if (filter != nullptr && filter(ioToken) != 0) return eSDSErr_None;
+    if (ioToken->time == SDS_Token::cStampTime) {
+        ioToken->time = static_cast<Cmn_Int32>(Sys_Clock::GetMonotonicMicroseconds() / 1000);
+    }
+    if (ioToken->name == nullptr) return eSDSErr_InvalidName;
+    SDS_TokenTracker::TrackTokenReceived(ioToken);
+    SDS_ActiveListenerList* const list = EnterListOf(*ioToken->name);
+    if (list == nullptr) return eSDSErr_None;
+    Walk walk(*ioToken, *list);
+    return walk.Serve();
+}
+
+ESDSError SDS_TokenDispatcher::GetToken(SDS_TokenTask* iTask, SDS_TokenListener** oListener,
+                                        SDS_Token** oToken)
+{
+    if (iTask == nullptr) return eSDSErr_InvalidTask;
+    if (oListener == nullptr || oToken == nullptr) return eSDSErr_OutOfMemory;
+    SDS_ReleaseBatch batch(GetTokenPool());
+    SDS_DeliveryElement* const element = iTask->DeliveryQueue()->TakeNext(batch, *oListener);
+    *oToken = element != nullptr ? element->GetToken() : nullptr;
+    return eSDSErr_None;
+}
+
+ESDSError SDS_TokenDispatcher::GetTokenAndTaskVal(SDS_TokenTask* iTask, SDS_TokenListener** oListener,
+                                                  void** oTaskVal, SDS_Token** oToken)
+{
+    if (iTask == nullptr) return eSDSErr_InvalidTask;
+    if (oTaskVal == nullptr) return eSDSErr_OutOfMemory;
+    const ESDSError result = GetToken(iTask, oListener, oToken);
+    if (result == eSDSErr_None) *oTaskVal = *oListener != nullptr ? (*oListener)->GetTaskVal() : nullptr;
+    return result;
+}
+
+ESDSError SDS_TokenDispatcher::DoneWithToken(SDS_Token* iToken)
+{
+    if (iToken == nullptr) return eSDSErr_OutOfMemory;
+    SDS_ReleaseBatch batch(GetTokenPool());
+    batch.Release(*SDS_DeliveryElement::OfToken(*iToken));
+    return eSDSErr_None;
+}
+
+ESDSError SDS_TokenDispatcher::TokensAvailable(SDS_TokenTask* iTask, unsigned char* oAvailable)
+{
+    if (iTask == nullptr) return eSDSErr_InvalidTask;
+    if (oAvailable == nullptr) return eSDSErr_OutOfMemory;
+    *oAvailable = iTask->DeliveryQueue()->HasTokens() ? 1 : 0;
+    return eSDSErr_None;
+}
+
+void SDS_TokenDispatcher::SetDispatchTokenFilter(TokenFilter iFilter)
+{
+    SDS_DispatcherState::fTokenFilter.store(iFilter, std::memory_order_release);
+}
+
+IPSSyncPrim* SDS_TokenDispatcher::GetCriticalSection() { return SDS_DispatcherState::fCS; }
+
+SDS_TokenPool& SDS_TokenDispatcher::GetTokenPool() { return *SDS_DispatcherState::fTokenPool; }
+
+void SDS_TokenDispatcher::GrowTokenPoolIfLow()
+{
+    SDS_TokenPool& pool = GetTokenPool();
+    if (pool.IsRunningLow()) SDS_DispatcherState::fTokenPoolGrowCount.fetch_add(pool.GrowIfLow());
+}
+
+Cmn_UInt32 SDS_TokenDispatcher::GetTokenPoolGrowCount()
+{
+    return SDS_DispatcherState::fTokenPoolGrowCount.load();
+}
+
+void SDS_TokenDispatcher::SetInterleavingHook(void (*iHook)())
+{
+    SDS_DispatcherState::fInterleavingHook.store(iHook);
+}
+
+void SDS_TokenDispatcher::CallInterleavingHook()
+{
+    if (void (*const hook)() = SDS_DispatcherState::fInterleavingHook.load(std::memory_order_acquire)) hook();
+}
+
+std::string SDS_TokenDispatcher::Dump()
+{
+    const IPSSyncPrim::StEnter section(*SDS_DispatcherState::fCS);
+    const SDS_TokenPool& pool = GetTokenPool();
+    std::string text;
+    for (std::size_t i = 0; i < pool.GetClassCount(); ++i) {
+        text += "cells of " + std::to_string(cTokenCells[i].cellBytes) +
+                " bytes: " + std::to_string(pool.GetFreeCount(i)) + " of " +
+                std::to_string(pool.GetCellCount(i)) + " free\n";
+    }
+    for (const SDS_ActiveListenerList* list = SDS_DispatcherState::fListsToFree; list != nullptr;
+         list = list->mNextList)
+    {
+        text += "retired list of " + std::to_string(list->mCount) +
+                " listeners: " + std::to_string(list->mGate.mUse.Get()) + " uses\n";
+    }
+    return text;
+}

@@ -1,0 +1,179 @@
+// Who hears whom: active lists built, put in force, retired and recycled. All of it under the dispatcher's section.
+#include "Kora/SDS/Source/SDS_ConnectionClosureIterator.h"
+#include "Kora/SDS/Source/SDS_DispatcherState_p.h"
+#include "Kora/SDS/Source/SDS_Name_p.h"
+#include "Kora/SDS/Source/SDS_TokenListener.h"
+#include "Kora/SDS/Source/SDS_TokenTask.h"
+
+#include <utility>
+
+namespace {
+
+using State = SDS_DispatcherState;
+
+void PutOnBatchList(SDS_Name& ioName)
+{
+    SDS_NameListElement& element = ioName.mBatchElement;
+    if (element.queued) return;
+    SDS_BatchList& batch = State::fBatchRebuildActiveListenerList;
+    element.queued = true;
+    element.next = nullptr;
+    element.previous = batch.last;
+    (batch.last != nullptr ? batch.last->next : batch.first) = &element;
+    batch.last = &element;
+    ++batch.count;
+}
+
+// Recycles the retired lists that nobody uses any more.
+void TryToFreeActiveListenerLists()
+{
+    SDS_ActiveListenerList* list = std::exchange(State::fListsToFree, nullptr);
+    while (list != nullptr) {
+        SDS_ActiveListenerList* const next = list->mNextList;
+        if (list->mGate.TryToClose()) {
+            SDS_ActiveListenerList::Recycle(*list);
+        } else {
+            list->mNextList = State::fListsToFree;
+            State::fListsToFree = list;
+        }
+        list = next;
+    }
+}
+
+void DropReference(SDS_ActiveListenerList* ioList)
+{
+    if (ioList == nullptr || --ioList->mReferences > 0) return;
+    ioList->mNextList = State::fListsToFree;
+    State::fListsToFree = ioList;
+}
+
+void FreeListsUnlessBatching()
+{
+    if (State::fBatchRebuildActiveListenerList.count == 0) TryToFreeActiveListenerLists();
+}
+
+// A list that no node points at yet goes back; nobody has seen it.
+void Discard(SDS_ActiveListenerList& ioList)
+{
+    ioList.mGate.TryToClose();
+    SDS_ActiveListenerList::Recycle(ioList);
+}
+
+template <class TVisit>
+void ForEach(SDS_ConnectionClosureIterator& ioClosure, TVisit iVisit)
+{
+    ioClosure.First();
+    while (ioClosure.Valid()) {
+        iVisit(*static_cast<SDS_Name*>(ioClosure.Item()));
+        ioClosure.Next();
+    }
+}
+
+// False when there is no memory.
+bool AppendAll(SDS_ActiveListenerList& ioList, SDS_TokenListener* iFirst)
+{
+    for (SDS_TokenListener* listener = iFirst; listener != nullptr; listener = listener->GetNextInName()) {
+        if (!ioList.Append(*listener)) return false;
+    }
+    return true;
+}
+
+// Null when there is no memory.
+SDS_ActiveListenerList* BuildList(SDS_ConnectionClosureIterator& ioClosure)
+{
+    SDS_ActiveListenerList* const list = SDS_ActiveListenerList::Create();
+    if (list == nullptr) return nullptr;
+    bool built = true;
+    ForEach(ioClosure, [&](SDS_Name& iName) { built = built && AppendAll(*list, iName.mFirstListener); });
+    if (built) return list;
+    Discard(*list);
+    return nullptr;
+}
+
+} // namespace
+
+void SDS_TokenDispatcher::TakeOffBatchList(SDS_Name& ioName)
+{
+    SDS_NameListElement& element = ioName.mBatchElement;
+    if (!element.queued) return;
+    SDS_BatchList& batch = State::fBatchRebuildActiveListenerList;
+    (element.previous != nullptr ? element.previous->next : batch.first) = element.next;
+    (element.next != nullptr ? element.next->previous : batch.last) = element.previous;
+    element.next = element.previous = nullptr;
+    element.queued = false;
+    --batch.count;
+}
+
+ESDSError SDS_TokenDispatcher::RebuildActiveListenerList(SDS_Name* iName, bool iForce)
+{
+    if (iName == nullptr) return eSDSErr_InvalidName;
+    const IPSSyncPrim::StEnter section(*State::fCS);
+    SDS_ConnectionClosureIterator closure;
+    if (const ESDSError result = closure.Reset(iName); result != eSDSErr_None) return result;
+    if (!iForce && State::fTokensPausedCount.load() >= 1) {
+        ForEach(closure, PutOnBatchList);
+        return eSDSErr_None;
+    }
+    SDS_ActiveListenerList* const list = BuildList(closure);
+    if (list == nullptr) return eSDSErr_OutOfMemory;
+    ForEach(closure, [&](SDS_Name& ioName) {
+        ++list->mReferences;
+        DropReference(ioName.mActiveList.exchange(list));
+        TakeOffBatchList(ioName);
+    });
+    FreeListsUnlessBatching();
+    return eSDSErr_None;
+}
+
+ESDSError SDS_TokenDispatcher::FreeActiveListenerList(SDS_Name* iName)
+{
+    if (iName == nullptr) return eSDSErr_InvalidName;
+    const IPSSyncPrim::StEnter section(*State::fCS);
+    return FreeActiveListenerList(iName->mActiveList.exchange(nullptr));
+}
+
+ESDSError SDS_TokenDispatcher::FreeActiveListenerList(SDS_ActiveListenerList* ioList)
+{
+    const IPSSyncPrim::StEnter section(*State::fCS);
+    DropReference(ioList);
+    FreeListsUnlessBatching();
+    return eSDSErr_None;
+}
+
+bool SDS_TokenDispatcher::GetTokensPaused() { return State::fTokensPausedCount.load() > 0; }
+
+void SDS_TokenDispatcher::SetTokensPaused(bool iPaused)
+{
+    const IPSSyncPrim::StEnter section(*State::fCS);
+    if (iPaused) {
+        State::fTokensPausedCount.fetch_add(1);
+        return;
+    }
+    if (State::fTokensPausedCount.fetch_sub(1) != 1) return;
+    while (SDS_NameListElement* const element = State::fBatchRebuildActiveListenerList.first) {
+        SDS_Name& name = *element->name;
+        // A node whose rebuild fails is taken off all the same.
+        RebuildActiveListenerList(&name, true);
+        TakeOffBatchList(name);
+    }
+    TryToFreeActiveListenerLists();
+}
+
+// A pause does not defer it: it concerns one list only.
+ESDSError SDS_TokenDispatcher::RebuildGlobalListeners()
+{
+    const IPSSyncPrim::StEnter section(*State::fCS);
+    SDS_ActiveListenerList* list = nullptr;
+    if (State::fGlobalListeners.mFirstListener != nullptr) {
+        list = SDS_ActiveListenerList::Create();
+        if (list == nullptr) return eSDSErr_OutOfMemory;
+        if (!AppendAll(*list, State::fGlobalListeners.mFirstListener)) {
+            Discard(*list);
+            return eSDSErr_OutOfMemory;
+        }
+        list->mReferences = 1;
+    }
+    DropReference(State::fActiveGlobalListeners.exchange(list));
+    FreeListsUnlessBatching();
+    return eSDSErr_None;
+}

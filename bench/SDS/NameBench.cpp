@@ -1,0 +1,115 @@
+// Paths of three names amid few and many siblings, beside a hash map of whole paths and a list that is walked; and what
+// many siblings cost to make.
+#include "Kora/SDS/Source/SDS_NameRegistry.h"
+
+#include <benchmark/benchmark.h>
+
+#include <list>
+#include <random>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+namespace {
+
+// /bench/Track n/Level among so many tracks, in random order.
+struct Siblings
+{
+    explicit Siblings(std::size_t iCount)
+    {
+        SDS_NameRegistry::Init();
+        for (std::size_t i = 0; i < iCount; ++i) {
+            paths.push_back("bench/Track " + std::to_string(i) + "/Level");
+            SDS_Name* name = nullptr;
+            SDS_NameRegistry::ReserveName(nullptr, paths.back().c_str(), &name);
+            names.push_back(name);
+        }
+        std::mt19937 random(1);
+        for (std::size_t i = 0; i < 4096; ++i)
+            order.push_back(random() % iCount);
+    }
+    ~Siblings()
+    {
+        for (SDS_Name* const name : names)
+            SDS_NameRegistry::FreeName(name, nullptr);
+    }
+    std::vector<std::string> paths;
+    std::vector<SDS_Name*> names;
+    std::vector<std::size_t> order;
+};
+
+template <class TFind>
+void FindAll(benchmark::State& ioState, const Siblings& iSiblings, TFind iFind)
+{
+    std::size_t i = 0;
+    for (auto _ : ioState)
+        benchmark::DoNotOptimize(iFind(iSiblings.paths[iSiblings.order[i++ & 4095]]));
+}
+
+void Path_Kora(benchmark::State& ioState)
+{
+    const Siblings siblings(static_cast<std::size_t>(ioState.range(0)));
+    FindAll(ioState, siblings, [](const std::string& iPath) {
+        SDS_Name* name = nullptr;
+        SDS_NameRegistry::GetNameId(nullptr, iPath.c_str(), &name);
+        return name;
+    });
+}
+BENCHMARK(Path_Kora)->Arg(10)->Arg(10'000);
+
+// The same path each time: what the table itself costs.
+void PathAgain_Kora(benchmark::State& ioState)
+{
+    const Siblings siblings(static_cast<std::size_t>(ioState.range(0)));
+    for (auto _ : ioState) {
+        SDS_Name* name = nullptr;
+        SDS_NameRegistry::GetNameId(nullptr, siblings.paths[siblings.paths.size() / 2].c_str(), &name);
+        benchmark::DoNotOptimize(name);
+    }
+}
+BENCHMARK(PathAgain_Kora)->Arg(10)->Arg(10'000);
+
+void Path_HashMap(benchmark::State& ioState)
+{
+    const Siblings siblings(static_cast<std::size_t>(ioState.range(0)));
+    std::unordered_map<std::string, SDS_Name*> map;
+    for (std::size_t i = 0; i < siblings.paths.size(); ++i)
+        map.emplace(siblings.paths[i], siblings.names[i]);
+    FindAll(ioState, siblings, [&](const std::string& iPath) { return map.find(iPath)->second; });
+}
+BENCHMARK(Path_HashMap)->Arg(10)->Arg(10'000);
+
+void Path_WalkedList(benchmark::State& ioState)
+{
+    const Siblings siblings(static_cast<std::size_t>(ioState.range(0)));
+    std::list<std::pair<std::string, SDS_Name*>> list;
+    for (std::size_t i = 0; i < siblings.paths.size(); ++i)
+        list.emplace_front(siblings.paths[i], siblings.names[i]);
+    FindAll(ioState, siblings, [&](const std::string& iPath) {
+        auto found = list.begin();
+        while (found->first != iPath)
+            ++found;
+        return found->second;
+    });
+}
+BENCHMARK(Path_WalkedList)->Arg(10)->Arg(10'000);
+
+void Create_Kora(benchmark::State& ioState)
+{
+    SDS_NameRegistry::Init();
+    std::vector<std::string> paths;
+    for (int i = 0; i < ioState.range(0); ++i)
+        paths.push_back("bench/Track " + std::to_string(i));
+    std::vector<SDS_Name*> names(paths.size());
+    for (auto _ : ioState) {
+        for (std::size_t i = 0; i < paths.size(); ++i)
+            SDS_NameRegistry::ReserveName(nullptr, paths[i].c_str(), &names[i]);
+        ioState.PauseTiming();
+        for (SDS_Name* const name : names)
+            SDS_NameRegistry::FreeName(name, nullptr);
+        ioState.ResumeTiming();
+    }
+}
+BENCHMARK(Create_Kora)->Arg(10'000)->Unit(benchmark::kMillisecond);
+
+} // namespace

@@ -1,0 +1,264 @@
+// Tokens under fire: producers, consumers and those who change who hears whom, eight threads at once, each thread made to
+// yield between the steps of the protocols.
+#include "SDS/TokenFixture.h"
+
+#include "OstrelPlatformSupport/PSThread.h"
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <memory>
+#include <optional>
+#include <random>
+#include <thread>
+
+namespace {
+
+constexpr int cProducers = 3;
+constexpr int cConsumers = 3;
+constexpr int cTokens = 4000; // from each producer
+
+// Hears one node: remembers, for each producer, the numbers in the order in which they came.
+class Witness : public SDS_ITokenListener
+{
+public:
+    Witness(SDS_ITokenTask& iTask, SDS_IName& iName, bool iLatest)
+        : SDS_ITokenListener(nullptr, &iName, 0, 0, 0, 0, static_cast<SDS_ITokenListener*>(this), false,
+                             iLatest, 0)
+    {
+        SetTask(&iTask);
+    }
+    void HandleToken(SDS_Token* iToken) override
+    {
+        const TestToken& token = TestToken::Of(iToken);
+        if (token.check != token.Check()) ++damaged;
+        auto& numbers = heard[static_cast<std::size_t>(token.producer)];
+        if (!numbers.empty() && numbers.back() >= token.sequence) ++disordered;
+        numbers.push_back(token.sequence);
+    }
+    std::array<std::vector<int>, cProducers> heard;
+    int damaged = 0;
+    int disordered = 0;
+};
+
+// A listener that comes and goes; its memory is gone when it is.
+class Guest : public SDS_ITokenListener
+{
+public:
+    Guest(SDS_ITokenTask& iTask, SDS_IName& iName, bool iLatest)
+        : SDS_ITokenListener(nullptr, &iName, 0, 0, 0, 0, static_cast<SDS_ITokenListener*>(this), false,
+                             iLatest, 0)
+        , mAlive(std::make_unique<int>(1))
+    {
+        SetTask(&iTask);
+    }
+    ~Guest() override
+    {
+        const SDS_ITokenTask::StHaltProcessing halted(GetTask());
+        mAlive.reset();
+    }
+    void HandleToken(SDS_Token*) override { sCalls.fetch_add(*mAlive, std::memory_order_relaxed); }
+    inline static std::atomic<int> sCalls{0};
+
+private:
+    std::unique_ptr<int> mAlive;
+};
+
+// One visit in eight gives the core away.
+void YieldNowAndThen()
+{
+    thread_local Cmn_UInt32 random =
+        static_cast<Cmn_UInt32>(std::hash<std::thread::id>{}(std::this_thread::get_id()));
+    random = random * 1664525 + 1013904223;
+    if (random >> 29 == 0) std::this_thread::yield();
+}
+
+class TokenFire : public TokenTest
+{
+protected:
+    struct Producer
+    {
+        SDS_IName* node = nullptr;
+        std::vector<bool> succeeded = std::vector<bool>(cTokens, false);
+    };
+    struct Consumer
+    {
+        explicit Consumer(Cmn_Int32 iPriority)
+            : task(iPriority)
+            , event(gPSThread.CreateAutoResetEvent("consumer"))
+        {
+            task.ResumeProcessing();
+        }
+        SDS_ITokenTask task;
+        std::unique_ptr<PSEvent> event;
+        std::vector<std::unique_ptr<Witness>> witnesses; // ordinary and latest for each producer's node
+    };
+
+    TokenFire()
+    {
+        for (int i = 0; i < cProducers; ++i) {
+            mNodes.push_back(std::make_unique<SDS_IName>(("fire/" + std::to_string(i)).c_str()));
+            mProducers[static_cast<std::size_t>(i)].node = mNodes.back().get();
+        }
+        for (int i = 0; i < cConsumers; ++i) {
+            mConsumers.push_back(std::make_unique<Consumer>(i == 1 ? 16 : 0));
+            for (const auto& node : mNodes) {
+                for (const bool latest : {false, true}) {
+                    mConsumers.back()->witnesses.push_back(
+                        std::make_unique<Witness>(mConsumers.back()->task, *node, latest));
+                }
+            }
+        }
+        SDS_TokenDispatcher::SetInterleavingHook(YieldNowAndThen);
+    }
+    ~TokenFire() override { SDS_TokenDispatcher::SetInterleavingHook(nullptr); }
+
+    void Produce(int iWhich)
+    {
+        Producer& producer = mProducers[static_cast<std::size_t>(iWhich)];
+        for (int i = 0; i < cTokens; ++i) {
+            TestToken token(i % 3, i % 2, i, iWhich);
+            producer.succeeded[static_cast<std::size_t>(i)] =
+                producer.node->HandleToken(token.header) == eSDSErr_None;
+            if (!producer.succeeded[static_cast<std::size_t>(i)]) std::this_thread::yield();
+        }
+        mProducing.fetch_sub(1);
+    }
+
+    void Consume(Consumer& ioConsumer)
+    {
+        ioConsumer.task.SetClientEvent(ioConsumer.event.get());
+        while (mProducing.load() > 0 || mChanging.load() > 0) {
+            ioConsumer.event->Wait(1);
+            ioConsumer.task.ProcessTokens(static_cast<Cmn_Int32>(mProducing.load() % 2), Time_Sample(0), 0);
+        }
+        ioConsumer.task.SetClientEvent(nullptr);
+    }
+
+    // Listeners and whole tasks come and go, tasks halt and resume.
+    void ComeAndGo(Cmn_UInt32 iSeed)
+    {
+        std::minstd_rand random(iSeed);
+        std::unique_ptr<SDS_ITokenTask> ownTask;
+        std::vector<std::unique_ptr<Guest>> guests, ownGuests;
+        while (mProducing.load() > 0) {
+            SDS_IName& node = *mNodes[random() % mNodes.size()];
+            Consumer& consumer = *mConsumers[random() % mConsumers.size()];
+            switch (random() % 6) {
+            case 0:
+            case 1:
+                guests.push_back(std::make_unique<Guest>(consumer.task, node, random() % 2 == 0));
+                break;
+            case 2: {
+                if (guests.empty()) break;
+                // The task's section comes first.
+                guests.erase(guests.begin() + static_cast<std::ptrdiff_t>(random() % guests.size()));
+                break;
+            }
+            case 3: {
+                const SDS_ITokenTask::StHaltProcessing halted(&consumer.task);
+                std::this_thread::yield();
+                break;
+            }
+            case 4:
+                if (!ownTask) ownTask = std::make_unique<SDS_ITokenTask>(random() % 2 == 0 ? 0 : 20);
+                ownGuests.push_back(std::make_unique<Guest>(*ownTask, node, random() % 2 == 0));
+                break;
+            case 5:
+                ownTask.reset(); // with what is queued, and before its listeners
+                ownGuests.clear();
+                break;
+            }
+            if (guests.size() > 6) guests.clear();
+        }
+        ownTask.reset();
+        ownGuests.clear();
+        guests.clear();
+        mChanging.fetch_sub(1);
+    }
+
+    // Nodes are joined and parted, pauses begin and end. The first node stays alone, so that its latest listeners hear one
+    // producer only.
+    void JoinAndPart(Cmn_UInt32 iSeed)
+    {
+        std::minstd_rand random(iSeed);
+        bool paused = false;
+        while (mProducing.load() > 0) {
+            const IPSSyncPrim::StEnter section(*SDS_TokenDispatcher::GetCriticalSection());
+            SDS_IName& one = *mNodes[1 + random() % (mNodes.size() - 1)];
+            SDS_IName& other = *mNodes[1 + random() % (mNodes.size() - 1)];
+            switch (random() % 4) {
+            case 0:
+                one.ConnectTo(&other);
+                break;
+            case 1:
+                one.DisconnectFrom(&other);
+                break;
+            case 2:
+                one.BreakAllConnections();
+                break;
+            case 3:
+                paused = !paused;
+                SDS_TokenDispatcher::SetTokensPaused(paused);
+                break;
+            }
+        }
+        if (paused) SDS_TokenDispatcher::SetTokensPaused(false);
+        for (const auto& node : mNodes)
+            node->BreakAllConnections();
+        mChanging.fetch_sub(1);
+    }
+
+    // What each witness must have heard of the producer that sends to its own node.
+    void Check(const Witness& iWitness, int iHome, bool iLatest) const
+    {
+        EXPECT_EQ(iWitness.damaged, 0);
+        EXPECT_EQ(iWitness.disordered, 0);
+        const std::vector<int>& heard = iWitness.heard[static_cast<std::size_t>(iHome)];
+        const std::vector<bool>& succeeded = mProducers[static_cast<std::size_t>(iHome)].succeeded;
+        if (iLatest) {
+            if (iHome > 0) return;
+            int last = cTokens - 1;
+            while (last >= 0 && !succeeded[static_cast<std::size_t>(last)])
+                --last;
+            EXPECT_GE(heard.empty() ? -1 : heard.back(), last) << "the newest of a latest listener";
+            return;
+        }
+        std::vector<bool> missing = succeeded;
+        for (const int number : heard)
+            missing[static_cast<std::size_t>(number)] = false;
+        EXPECT_EQ(std::count(missing.begin(), missing.end(), true), 0) << "lost";
+    }
+
+    std::vector<std::unique_ptr<SDS_IName>> mNodes;
+    std::array<Producer, cProducers> mProducers;
+    std::vector<std::unique_ptr<Consumer>> mConsumers;
+    std::atomic<int> mProducing{cProducers};
+    std::atomic<int> mChanging{2};
+};
+
+TEST_F(TokenFire, NothingIsLostDoubledDisorderedOrLeftBehind)
+{
+    std::vector<std::thread> threads;
+    for (const auto& consumer : mConsumers)
+        threads.emplace_back([&] { Consume(*consumer); });
+    threads.emplace_back([&] { ComeAndGo(1); });
+    threads.emplace_back([&] { JoinAndPart(2); });
+    for (int i = 0; i < cProducers; ++i)
+        threads.emplace_back([this, i] { Produce(i); });
+    for (std::thread& thread : threads)
+        thread.join();
+    for (const auto& consumer : mConsumers) {
+        consumer->task.ProcessTokens(0, Time_Sample(0), 0);
+        for (std::size_t i = 0; i < consumer->witnesses.size(); ++i) {
+            Check(*consumer->witnesses[i], static_cast<int>(i / 2), i % 2 == 1);
+        }
+    }
+    int sent = 0;
+    for (const Producer& producer : mProducers) {
+        sent += static_cast<int>(std::count(producer.succeeded.begin(), producer.succeeded.end(), true));
+    }
+    EXPECT_GT(sent, cTokens / 2) << "the test would show little";
+}
+
+} // namespace

@@ -1,0 +1,124 @@
+// What the tests of tokens share: a token that tells where it comes from, and listeners that remember.
+#pragma once
+
+#include "Kora/SDS/FicInterface/SDS_IName.h"
+#include "Kora/SDS/FicInterface/SDS_ITokenListener.h"
+#include "Kora/SDS/FicInterface/SDS_ITokenTask.h"
+#include "Kora/SDS/FicInterface/SDS_Token.h"
+#include "Kora/SDS/Source/SDS_DeliveryQueue_p.h"
+#include "Kora/SDS/Source/SDS_NameRegistry.h"
+#include "Kora/SDS/Source/SDS_TokenDispatcher.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+struct TestToken
+{
+    SDS_Token header{};
+    Cmn_Int32 producer = 0;
+    Cmn_Int32 sequence = 0;
+    Cmn_UInt64 check = 0;
+
+    TestToken() { header.size = sizeof(TestToken); }
+    TestToken(Cmn_Int32 iType, Cmn_Int32 iSubType, Cmn_Int32 iSequence = 0, Cmn_Int32 iProducer = 0)
+        : TestToken()
+    {
+        header.type = iType;
+        header.subtype = iSubType;
+        producer = iProducer;
+        sequence = iSequence;
+        check = Check();
+    }
+    // Of what the sender wrote.
+    Cmn_UInt64 Check() const
+    {
+        const auto a = static_cast<Cmn_UInt64>(producer), b = static_cast<Cmn_UInt64>(sequence);
+        return (a * 0x9E3779B97F4A7C15u) ^ (b * 0xC2B2AE3D27D4EB4Fu) ^ static_cast<Cmn_UInt64>(header.type);
+    }
+    static const TestToken& Of(const SDS_Token* iToken)
+    {
+        return *reinterpret_cast<const TestToken*>(iToken);
+    }
+};
+
+// The size of cells that test tokens take.
+constexpr unsigned cTestTokenClass = 1;
+
+// What a recorder listens to; 0 is any.
+struct Hears
+{
+    Cmn_Int32 type = 0;
+    Cmn_Int32 subtype = 0;
+    bool latest = false;
+};
+
+// Remembers the sequence numbers that it is told, in a log that several may share.
+class Recorder : public SDS_ITokenListener
+{
+public:
+    Recorder(SDS_ITokenTask* iTask, SDS_IName& iName, std::vector<int>& ioLog, Hears iWhat = {})
+        : SDS_ITokenListener(nullptr, &iName, iWhat.type, iWhat.subtype, 0, 0,
+                             static_cast<SDS_ITokenListener*>(this), false, iWhat.latest, 0)
+        , mLog(ioLog)
+    {
+        SetTask(iTask);
+    }
+    void HandleToken(SDS_Token* iToken) override
+    {
+        EXPECT_EQ(TestToken::Of(iToken).check, TestToken::Of(iToken).Check());
+        mLog.push_back(TestToken::Of(iToken).sequence);
+    }
+
+private:
+    std::vector<int>& mLog;
+};
+
+class TokenTest : public testing::Test
+{
+protected:
+    TokenTest()
+    {
+        SDS_NameRegistry::Init();
+        mFreeBefore = FreeCells();
+    }
+    // Whatever a test did, every cell is back and no list is in use.
+    ~TokenTest() override
+    {
+        EXPECT_EQ(FreeCells(), mFreeBefore + GrownCells()) << SDS_TokenDispatcher::Dump();
+        EXPECT_EQ(SDS_TokenDispatcher::Dump().find("retired"), std::string::npos)
+            << SDS_TokenDispatcher::Dump();
+        EXPECT_FALSE(SDS_TokenDispatcher::GetTokensPaused());
+    }
+
+    static ESDSError Send(SDS_IName& iName, TestToken iToken) { return iName.HandleToken(iToken.header); }
+    static std::vector<int> Drained(SDS_ITokenTask& ioTask, std::vector<int>& ioLog)
+    {
+        ioLog.clear();
+        ioTask.ProcessTokens(0, Time_Sample(0), 0);
+        return ioLog;
+    }
+    static std::size_t FreeCells()
+    {
+        std::size_t count = 0;
+        const SDS_TokenPool& pool = SDS_TokenDispatcher::GetTokenPool();
+        for (unsigned i = 0; i < pool.GetClassCount(); ++i)
+            count += pool.GetFreeCount(i);
+        return count;
+    }
+
+private:
+    static std::size_t AllCells()
+    {
+        std::size_t count = 0;
+        const SDS_TokenPool& pool = SDS_TokenDispatcher::GetTokenPool();
+        for (unsigned i = 0; i < pool.GetClassCount(); ++i)
+            count += pool.GetCellCount(i);
+        return count;
+    }
+    std::size_t GrownCells() const { return AllCells() - mAllBefore; }
+
+    std::size_t mFreeBefore = 0;
+    std::size_t mAllBefore = (SDS_NameRegistry::Init(), AllCells());
+};
