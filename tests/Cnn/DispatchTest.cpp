@@ -133,11 +133,3 @@ TEST(Dispatch, IdsBelowTheHighestCanNoLongerBeFilled)
     EXPECT_EQ(recorder.Take().size(), 1u);
     EXPECT_EQ(text, "ca") << "the first handler of an ID stays";
 }
-
-TEST(Dispatch, TypeInformationAgreesAcrossTheLibrarysBoundary)
-{
-    const Mdl_SimpleValMessage_ValChanged changed;
-    EXPECT_EQ(changed.GetMessageClassInfo(), std::type_index(typeid(Mdl_SimpleValMessage)));
-    EXPECT_EQ(changed.GetID(), 0);
-    EXPECT_EQ(changed.GetDerivedPtr(), &changed);
-}

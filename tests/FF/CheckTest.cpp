@@ -151,25 +151,6 @@ TEST_F(CheckTest, EntriesPointAtWhatTheyName)
     }
 }
 
-TEST_F(CheckTest, StreamsAreListedInTheOrderOfTheFile)
-{
-    WriteSong();
-    OpenDocument document(Sys_Store::eOpenFlag_Read);
-    std::string text;
-    for (const FF_StreamInfo& s : FF_DocumentCheck::ListStreams(document))
-        text += std::string(static_cast<std::size_t>(s.depth), ' ') + s.name + std::to_string(s.streamType) +
-                " v" + std::to_string(s.version) + " [" + std::to_string(s.position) + "+" +
-                std::to_string(s.size) + (s.isList ? "] list" : "] ") + std::to_string(s.listIndex) + "\n";
-    EXPECT_EQ(text, "Z7 v1 [49+32] 0\nZ40 v2 [81+96] list0\n Z41 v1 [113+32] 1\n Z41 v1 [145+32] 2\n");
-    EXPECT_EQ(Read(document, 7), 1234);
-
-    Bytes bytes = FileBytes();
-    bytes[144] ^= 1;
-    mFiles.SetBytes(cPath, bytes);
-    OpenDocument damaged(Sys_Store::eOpenFlag_Read);
-    EXPECT_EQ(MessageOf([&] { FF_DocumentCheck::ListStreams(damaged); }), Cmn_eMessage_ReadError);
-}
-
 // What a hostile file claims costs no more than what it is long, to walk and to repair.
 TEST_F(CheckTest, HostileNestingsAreReadOnce)
 {

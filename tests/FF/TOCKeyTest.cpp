@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <limits>
-#include <random>
 
 namespace {
 
@@ -51,31 +50,6 @@ TEST(TOCKey, KeysAscendByTypeThenItemFromTheOutermostAndTheShorterFirst)
     for (std::size_t a = 0; a < made.size(); ++a)
         for (std::size_t b = 0; b < made.size(); ++b)
             ASSERT_EQ(made[a] <=> made[b], a <=> b) << made[a].Dump() << " and " << made[b].Dump();
-}
-
-TEST(TOCKey, TableGivesKeysInOrderWhateverTheOrderOfAdding)
-{
-    const std::vector<PlainKey> keys = SmallKeys();
-    std::vector<std::size_t> adding(keys.size());
-    for (std::size_t i = 0; i < adding.size(); ++i)
-        adding[i] = i;
-    std::shuffle(adding.begin(), adding.end(), std::mt19937(5));
-
-    FF_Document::TOC table;
-    for (std::size_t i = 0; i < adding.size(); ++i) {
-        ASSERT_EQ(table.Insert(KeyFrom(keys[adding[i]]).GetContexts()), static_cast<Cmn_Int32>(i));
-        // Asked for in between, the order is sorted in parts.
-        if (i % 100 == 3) {
-            EXPECT_LT(table.GetKey(table.GetInOrder(0)), table.GetKey(table.GetInOrder(1)));
-        }
-    }
-    for (std::size_t i = 0; i < keys.size(); ++i) {
-        const TOCKey key = KeyFrom(keys[i]);
-        const FF_Document::TOC::Entry entry = table.GetInOrder(static_cast<Cmn_Int32>(i));
-        ASSERT_EQ(table.GetKey(entry), key) << key.Dump();
-        ASSERT_EQ(table.Find(key), entry) << key.Dump();
-        ASSERT_EQ(table.Insert(key.GetContexts()), entry) << key.Dump();
-    }
 }
 
 TEST(TOCKey, StreamIsAsTheFormatSays)

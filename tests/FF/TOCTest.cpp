@@ -197,11 +197,12 @@ private:
 
     void Insert()
     {
+        constexpr Cmn_Int16 cTypes[] = {-32768, -1, 0, 1, 32767};
+        constexpr Cmn_Int32 cItems[] = {-0x7FFFFFFF - 1, -1, 0, 0x7FFFFFFF};
         std::vector<Context> contexts;
         do
-            contexts.emplace_back(static_cast<Cmn_Int16>(Below(5)),
-                                  Below(4) == 0 ? Context::cNoParent : Below(cEnd), Below(3) == 0,
-                                  static_cast<Cmn_Int32>(Below(4)) - 1);
+            contexts.emplace_back(cTypes[Below(5)], Below(4) == 0 ? Context::cNoParent : Below(cEnd),
+                                  Below(3) == 0, cItems[Below(4)]);
         while (Below(2) == 0);
         const auto [at, isNew] = mModel.try_emplace(TOCKey(contexts), PlainEntry{contexts, {}});
         for (std::size_t i = 0; i < contexts.size() && !isNew; ++i)

@@ -199,13 +199,7 @@ TEST(MeterMapEdit, PasteFillsTheRangeAndKeepsTheMeterBehindIt)
 
 TEST(MeterMapEdit, CopyCarriesTheMeterInForceIn)
 {
-    const struct
-    {
-        const char* mName;
-        double mStart, mEnd;
-        const char* mClip;
-        bool mIsCarriedIn;
-    } cCases[] = {
+    const struct { const char* mName; double mStart, mEnd; const char* mClip; bool mIsCarriedIn; } cCases[] = {
         {"from a change on", 4, 12, "2| 3/4 @0   4| 6/8 @6", false},
         {"from inside a bar: at the next barline", 5, 12, "3| 3/4 @2   4| 6/8 @5", true},
         {"where no change lies", 12, 20, "5| 6/8 @1", true},
@@ -226,14 +220,7 @@ TEST(MeterMapEdit, CopyCarriesTheMeterInForceIn)
 TEST(MeterMapEdit, BroadcastsAreCounted)
 {
     const Time_MeterMap other = MakeMeterMap("1| 3/4");
-    const struct
-    {
-        const char* mName;
-        const char* mBefore;
-        Edit mEdit;
-        int mTold;
-        bool mNoticed;
-    } cCases[] = {
+    const struct { const char* mName; const char* mBefore; Edit mEdit; int mTold; bool mNoticed; } cCases[] = {
         {"an initial change is silent", "", EDIT(AddInitialMeterChange(At(0), c3_4, 1)), 0, true},
         {"making real is silent", "", EDIT(MakeRealIfDefault()), 0, true},
         {"Clear is silent", "1| 4/4", EDIT(Clear()), 0, true},
@@ -271,11 +258,7 @@ TEST(MeterMapEdit, BrokenPreconditionsAreReportedInTheseWords)
     Time_MeterMap map = MakeMeterMap("1| 4/4   2| 3/4"), clip;
     const std::string before = map.Dump();
     const AssertRecorder recorder;
-    const struct
-    {
-        const char* mText;
-        Edit mEdit;
-    } cCases[] = {
+    const struct { const char* mText; Edit mEdit; } cCases[] = {
         {"iSrcP", EDIT(Paste(At(0), At(4), nullptr))},
         {"oDestP", EDIT(Copy(nullptr, At(0), At(4)))},
         {"iStartTick <= iEndTick", EDIT(Delete(At(4), At(0)))},

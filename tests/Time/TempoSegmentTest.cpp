@@ -1,7 +1,6 @@
 #include "Bastel/Cmn/Cmn_Exception.h"
 #include "Bastel/Cmn/Cmn_XMLNode.h"
 #include "Bastel/Sys/Sys_StdStreamHeader.h"
-#include "ExactRatio.h"
 #include "Support/AssertRecorder.h"
 #include "TempoMapTools.h"
 
@@ -10,6 +9,8 @@
 namespace {
 
 using Reports = std::vector<std::string>;
+
+__extension__ typedef unsigned __int128 Wide;
 
 std::string InBasicMap(const std::string& iText) { return iText + "@$^$@Time/Time_BasicTempoMap"; }
 std::string InTempoMap(const std::string& iText) { return iText + "@$^$@Time/Time_TempoMap"; }
@@ -100,13 +101,14 @@ TEST(BasicTempoMapSegment, RoundsAsExactArithmeticDoesButForTiesWithinAMillionth
         const Cmn_UInt64 bpm = 5 + random() % 495, beat = cQuarter / (1 + random() % 4),
                          divisor = 2 * bpm * beat;
         const Cmn_UInt64 ticks = random() % (Cmn_UInt64{34359738367} * divisor / (2 * 48000 * 60));
-        const Ratio exact = Divide(Wide::Product(ticks, 2 * 48000 * 60).Plus(divisor / 2), divisor);
+        const Wide exact = Wide{ticks} * (2 * 48000 * 60) + divisor / 2;
         const auto segment = Tempo(cStart, 0, static_cast<double>(bpm), static_cast<Cmn_Int64>(beat));
         const Cmn_Int64 sample =
             segment.TickToSample(Time_Tick(cStart + static_cast<Cmn_Int64>(ticks)), false).AsInt64();
-        const Cmn_Int64 off = sample - static_cast<Cmn_Int64>(exact.whole);
+        const Cmn_Int64 off = sample - static_cast<Cmn_Int64>(exact / divisor);
         // Distance from the tie, in parts of the divisor.
-        const Cmn_UInt64 distance = off < 0 ? exact.rest : divisor - exact.rest;
+        const auto rest = static_cast<Cmn_UInt64>(exact % divisor),
+                   distance = off < 0 ? rest : divisor - rest;
         ASSERT_TRUE(off == 0 || ((off == 1 || off == -1) && distance < divisor / 100000 + 1))
             << ticks << " ticks at " << bpm << " per " << beat;
     }

@@ -93,16 +93,6 @@ TEST_F(ConvertTest, ColumnsComeInTheOrderAskedAndLinesMayEndAnyWay)
     EXPECT_EQ(Convert("-0.5\n", Tool_eUnit_Seconds, {Tool_eUnit_Samples}), "-22050\n");
 }
 
-TEST_F(ConvertTest, LabelsStartAgainEveryDayAndSkipWhatDropFormatsSkip)
-{
-    const Tool_Settings drop{48000, eTimeCodeFormat_2997Drop};
-    EXPECT_EQ(Convert("1799\n1800\n17982\n2589407\n2589408\n2591208\n", Tool_eUnit_Frames,
-                      {Tool_eUnit_Timecode}, drop),
-              "00:00:59;29\n00:01:00;02\n00:10:00;00\n23:59:59;29\n00:00:00;00\n00:01:00;02\n");
-    EXPECT_EQ(Convert("00:10:00;00\n", Tool_eUnit_Timecode, {Tool_eUnit_Samples, Tool_eUnit_Seconds}, drop),
-              "28799971\t599.999396\n"); // 17982 × 1.6016 × 1000 = 28799971.2
-}
-
 TEST_F(ConvertTest, SaysWhichLineIsBadAndPrintsNothing)
 {
     const std::string bars = "expected bar|beat|tick, such as 12|3|480000", whole = "expected a whole number";

@@ -189,10 +189,7 @@ TEST_F(DocumentTest, BadInputGivesOneLineThatSaysWhereAndWhat)
     const std::string signature = "byte 1: no document, expected the signature 0010111100101011";
     const Cmn_Int64 start = 1000000000000;
     // clang-format off
-    const struct
-    {
-        std::string mCommand, mBytes, mError;
-    } cRows[] = {
+    const struct { std::string mCommand, mBytes, mError; } cRows[] = {
         {"info",   "", signature},
         {"info",   midi, signature},
         {"song",   good.substr(0, 16), "byte 0: not a MIDI file: it begins with \"\\x03001\", expected \"MThd\""},

@@ -230,19 +230,3 @@ TEST_F(SongTest, ALastEventPastTheTimeLineIsRefused)
     EXPECT_EQ(complaint(Tempo(0, 1) + Meter(0, 1, 11) + quarters(64)),
               "x.mid: byte 486: " + last + "MIDI tick 17179869120" + past + "last bar number 2147483647");
 }
-
-TEST_F(SongTest, AnEventAtTheStartTakesTheDefaultsPlaceAndTheLastInTheFileWins)
-{
-    const JsonValue json = JsonValue::parse(Json(
-        File(480, {Tempo(0, 600000) + Meter(0, 3, 2) + Key(0, 1, 0), Tempo(0, 750000) + Key(0, -2, 1)})));
-    ASSERT_EQ(json["tempo"].size(), 1u);
-    EXPECT_EQ(json["tempo"][0]["bpm"], 80.0);
-    ASSERT_EQ(json["meter"].size(), 1u);
-    EXPECT_EQ(json["meter"][0]["numerator"], 3);
-    ASSERT_EQ(json["keys"].size(), 1u);
-    EXPECT_EQ(json["keys"][0]["name"], "G minor");
-    std::string keys;
-    for (const auto& item : json.items())
-        keys += item.key() + ' ';
-    EXPECT_EQ(keys, "file sampleRate ticksPerQuarter songStartTick tempo meter keys end ");
-}
