@@ -81,6 +81,13 @@ struct Scene
 
 constexpr int cBurst = 64;
 
+// The time of one of so many.
+void ReportEach(benchmark::State& ioState, int iOf)
+{
+    ioState.counters["each"] = benchmark::Counter(static_cast<double>(ioState.iterations()) * iOf,
+                                                  benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
+}
+
 // The producer's cost alone: bursts are drained off the clock.
 template <class TSend, class TDrain>
 void ProducersCost(benchmark::State& ioState, TSend iSend, TDrain iDrain)
@@ -91,8 +98,9 @@ void ProducersCost(benchmark::State& ioState, TSend iSend, TDrain iDrain)
             iSend();
         const auto end = std::chrono::steady_clock::now();
         iDrain();
-        ioState.SetIterationTime(std::chrono::duration<double>(end - start).count() / cBurst);
+        ioState.SetIterationTime(std::chrono::duration<double>(end - start).count());
     }
+    ReportEach(ioState, cBurst);
 }
 
 void Dispatch_Kora(benchmark::State& ioState)
@@ -135,9 +143,7 @@ void DispatchAndHandle_Kora(benchmark::State& ioState)
             scene.Send();
         scene.Drain();
     }
-    ioState.SetItemsProcessed(ioState.iterations() * cBurst);
-    ioState.counters["each"] = benchmark::Counter(static_cast<double>(ioState.iterations() * cBurst),
-                                                  benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
+    ReportEach(ioState, cBurst);
 }
 BENCHMARK(DispatchAndHandle_Kora);
 
@@ -199,8 +205,7 @@ void DispatchAndHandle_Peer(benchmark::State& ioState)
             sum += taken.data[0];
     }
     benchmark::DoNotOptimize(sum);
-    ioState.counters["each"] = benchmark::Counter(static_cast<double>(ioState.iterations() * cBurst),
-                                                  benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
+    ReportEach(ioState, cBurst);
 }
 BENCHMARK(DispatchAndHandle_Peer<MutexDeque>);
 #ifdef KORA_BENCH_CONCURRENTQUEUE
@@ -238,9 +243,9 @@ void AcrossCores(benchmark::State& ioState, TSend iSend, TDrain iDrain)
         const auto end = std::chrono::steady_clock::now();
         for (std::thread& thread : threads)
             thread.join();
-        ioState.SetIterationTime(std::chrono::duration<double>(end - start).count() /
-                                 (producers * cTokensAcross));
+        ioState.SetIterationTime(std::chrono::duration<double>(end - start).count());
     }
+    ReportEach(ioState, producers * cTokensAcross);
 }
 
 class CountingSink : public SDS_ITokenListener

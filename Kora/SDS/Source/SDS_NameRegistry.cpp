@@ -7,6 +7,7 @@
 #include "Kora/SDS/Source/SDS_ParentIterator.h"
 #include "Kora/SDS/Source/SDS_TokenDispatcher.h"
 
+#include <bit>
 #include <cstring>
 #include <memory>
 #include <new>
@@ -17,39 +18,67 @@ namespace {
 
 constexpr std::size_t cPathBytes = 1024; // with the closing zero
 
-// The names of a path, one after the other.
+// The eight bytes of a word that are slashes, as their highest bits; exact up to the first one.
+constexpr Cmn_UInt64 SlashesIn(Cmn_UInt64 iWord)
+{
+    constexpr Cmn_UInt64 ones = 0x0101010101010101u;
+    const Cmn_UInt64 zeros = iWord ^ (ones * '/');
+    return (zeros - ones) & ~zeros & (ones << 7);
+}
+
+// The names of a path, one after the other, and the hash down to each. It reads from a copy that ends with a slash and room
+// for a word, so that it can take eight bytes at a time.
 class PathReader
 {
 public:
-    explicit PathReader(const char* iPath)
-        : mNext(iPath != nullptr ? iPath : "")
-        , mTooLong(std::strlen(mNext) >= cPathBytes)
+    PathReader(const char* iPath, const SDS_Name& iBase)
+        : mHash(iBase.mHash)
     {
+        const std::size_t length = iPath != nullptr ? std::strlen(iPath) : 0;
+        mTooLong = length >= cPathBytes;
+        if (mTooLong) return;
+        if (length > 0) std::memcpy(mCopy, iPath, length);
+        std::memset(mCopy + length, '/', sizeof(Cmn_UInt64));
+        mNext = mCopy;
+        mEnd = mCopy + length;
     }
+    PathReader(const PathReader&) = delete;
+    PathReader& operator=(const PathReader&) = delete;
 
     bool IsTooLong() const { return mTooLong; }
 
     // False at the end. A name that is too long gives eSDSErr_NameTooLong in oResult.
     bool Next(SDS_NameText& oText, ESDSError& oResult)
     {
-        while (*mNext == '/')
+        while (mNext < mEnd && *mNext == '/')
             ++mNext;
-        if (*mNext == '\0') return false;
+        if (mNext >= mEnd) return false;
         oText = SDS_NameText();
-        char* const text = oText.Text();
-        for (unsigned length = 0; *mNext != '\0' && *mNext != '/'; ++length) {
-            if (length == SDS_NameText::cMaxLength) {
-                oResult = eSDSErr_NameTooLong;
-                break;
+        for (Cmn_UInt64& word : oText.mWords) {
+            std::memcpy(&word, mNext, sizeof(word));
+            const Cmn_UInt64 slashes = SlashesIn(word);
+            if (slashes == 0) {
+                mNext += sizeof(word);
+                continue;
             }
-            text[length] = *mNext++;
+            // The first bytes are the low ones: these processors are little-endian.
+            const int bytes = std::countr_zero(slashes) / 8;
+            word &= (Cmn_UInt64{1} << (8 * bytes)) - 1;
+            mNext += bytes;
+            mHash = SDS_NameStore::HashBelow(mHash, oText);
+            return true;
         }
+        oResult = eSDSErr_NameTooLong; // 32 bytes without a slash
         return true;
     }
+    Cmn_UInt32 GetHash() const { return mHash; }
 
 private:
-    const char* mNext;
-    const bool mTooLong;
+    const char* mNext = nullptr;
+    const char* mEnd = nullptr;
+    Cmn_UInt32 mHash;
+    bool mTooLong;
+    char mCopy[cPathBytes + sizeof(Cmn_UInt64)];
 };
 
 SDS_ConnectionRecord* FindConnection(SDS_Name& iA, const SDS_Name& iB)
@@ -81,14 +110,14 @@ ESDSError SDS_NameRegistry::Init()
 ESDSError SDS_NameRegistry::GetNameId(SDS_Name* iBase, const char* const iPath, SDS_Name** oName)
 {
     if (oName == nullptr) return eSDSErr_OutOfMemory;
-    PathReader path(iPath);
-    if (path.IsTooLong()) return eSDSErr_PathTooLong;
     SDS_Name* name = iBase != nullptr ? iBase : fRootNameId;
+    PathReader path(iPath, *name);
+    if (path.IsTooLong()) return eSDSErr_PathTooLong;
     SDS_NameText text;
     ESDSError result = eSDSErr_None;
     while (path.Next(text, result)) {
         if (result != eSDSErr_None) return result;
-        name = SDS_NameStore::Find(*name, text);
+        name = SDS_NameStore::Find(*name, text, path.GetHash());
         if (name == nullptr || !name->mIsLive) return eSDSErr_NameNotFound;
     }
     *oName = name;
@@ -98,17 +127,18 @@ ESDSError SDS_NameRegistry::GetNameId(SDS_Name* iBase, const char* const iPath, 
 // The node found or made carries a reference, which is the caller's.
 ESDSError SDS_NameRegistry::FindOrCreateName(SDS_Name* iBase, const char* const iPath, SDS_Name** oName)
 {
-    PathReader path(iPath);
-    if (path.IsTooLong()) return eSDSErr_PathTooLong;
     SDS_Name* name = iBase != nullptr ? iBase : fRootNameId;
+    PathReader path(iPath, *name);
+    if (path.IsTooLong()) return eSDSErr_PathTooLong;
     if (!SDS_NameAddReference(*name)) return eSDSErr_OutOfMemory;
     SDS_NameText text;
     ESDSError result = eSDSErr_None;
     while (path.Next(text, result)) {
         SDS_Name* child = nullptr;
         if (result == eSDSErr_None) {
-            child = SDS_NameStore::Find(*name, text);
-            if (child == nullptr || !child->mIsLive) child = SDS_NameStore::Create(*name, text);
+            child = SDS_NameStore::Find(*name, text, path.GetHash());
+            if (child == nullptr || !child->mIsLive)
+                child = SDS_NameStore::Create(*name, text, path.GetHash());
             if (child == nullptr || !SDS_NameAddReference(*child)) result = eSDSErr_OutOfMemory;
         }
         SDS_NameRelease(*name);

@@ -23,17 +23,6 @@ SDS_Name* sBlockEnd = nullptr;
 FreeList sFree;
 SDS_ConnectionRecord* sFreeRecords = nullptr; // linked through mNextOfA
 
-// Sums of products, whose high half depends on every bit; folded, and multiplied once more so that the high bits do too.
-Cmn_UInt32 HashOf(const SDS_Name& iParent, const SDS_NameText& iText)
-{
-    const Cmn_UInt64* const words = iText.mWords;
-    const Cmn_UInt64 parent = reinterpret_cast<std::uintptr_t>(&iParent);
-    const Cmn_UInt64 low = (words[0] ^ parent) * 0x9E3779B97F4A7C15u + words[1] * 0xC2B2AE3D27D4EB4Fu;
-    const Cmn_UInt64 high = words[2] * 0x165667B19E3779F9u + words[3] * 0xD6E8FEB86659FD93u;
-    const Cmn_UInt64 sum = low ^ std::rotl(high, 29);
-    return static_cast<Cmn_UInt32>((sum ^ (sum >> 32)) * 0xFF51AFD7ED558CCDu >> 32);
-}
-
 SDS_Name*& ChainOf(Cmn_UInt32 iHash) { return sTable[iHash & (sTableSize - 1)]; }
 
 void PutInTable(SDS_Name& ioName)
@@ -186,19 +175,28 @@ void SDS_NameRelease(SDS_Name& ioName)
 
 bool SDS_NameStore::Init() { return AddBlock(cFirstBlock); }
 
-SDS_Name* SDS_NameStore::Find(const SDS_Name& iParent, const SDS_NameText& iText)
+// Sums of products, whose high half depends on every bit; folded, and multiplied once more so that the high bits do too.
+Cmn_UInt32 SDS_NameStore::HashBelow(Cmn_UInt32 iHash, const SDS_NameText& iText)
 {
-    const Cmn_UInt32 hash = HashOf(iParent, iText);
-    for (SDS_Name* name = ChainOf(hash); name != nullptr; name = name->mNextInTable) {
-        if (name->mHash == hash && name->mParent == &iParent && name->mText == iText) return name;
+    const Cmn_UInt64* const words = iText.mWords;
+    const Cmn_UInt64 low = (words[0] + iHash) * 0x9E3779B97F4A7C15u + words[1] * 0xC2B2AE3D27D4EB4Fu;
+    const Cmn_UInt64 high = words[2] * 0x165667B19E3779F9u + words[3] * 0xD6E8FEB86659FD93u;
+    const Cmn_UInt64 sum = low ^ std::rotl(high, 29);
+    return static_cast<Cmn_UInt32>((sum ^ (sum >> 32)) * 0xFF51AFD7ED558CCDu >> 32);
+}
+
+SDS_Name* SDS_NameStore::Find(const SDS_Name& iParent, const SDS_NameText& iText, Cmn_UInt32 iHash)
+{
+    for (SDS_Name* name = ChainOf(iHash); name != nullptr; name = name->mNextInTable) {
+        if (name->mHash == iHash && name->mParent == &iParent && name->mText == iText) return name;
     }
     return nullptr;
 }
 
-SDS_Name* SDS_NameStore::Create(SDS_Name& ioParent, const SDS_NameText& iText)
+SDS_Name* SDS_NameStore::Create(SDS_Name& ioParent, const SDS_NameText& iText, Cmn_UInt32 iHash)
 {
     if (ioParent.mReferenceCount >= cMaxCount) return nullptr;
-    SDS_Name* name = Find(ioParent, iText);
+    SDS_Name* name = Find(ioParent, iText, iHash);
     if (name != nullptr) {
         Unlink(ioParent.mDormantChildren, *name);
         TakeFromFree(*name);
@@ -208,7 +206,7 @@ SDS_Name* SDS_NameStore::Create(SDS_Name& ioParent, const SDS_NameText& iText)
         if (name == nullptr) return nullptr;
         name->mText = iText;
         name->mParent = &ioParent;
-        name->mHash = HashOf(ioParent, iText);
+        name->mHash = iHash;
         PutInTable(*name);
     }
     Initialise(*name);

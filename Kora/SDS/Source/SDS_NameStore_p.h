@@ -18,11 +18,14 @@ public:
     // False when there is no memory.
     static bool Init();
 
+    // Of a path below a node, name by name. It takes nothing from the nodes between, so that the look-ups of a path's names
+    // need not wait for each other's memory.
+    static Cmn_UInt32 HashBelow(Cmn_UInt32 iHash, const SDS_NameText& iText);
     // The node of this name under the parent, live or dormant; null when there is none.
-    static SDS_Name* Find(const SDS_Name& iParent, const SDS_NameText& iText);
+    static SDS_Name* Find(const SDS_Name& iParent, const SDS_NameText& iText, Cmn_UInt32 iHash);
     // A live node, with no counts: the dormant one of this name, or else the one freed first, or else a new cell. Null when
     // there is no memory, or the parent's references are at their limit.
-    static SDS_Name* Create(SDS_Name& ioParent, const SDS_NameText& iText);
+    static SDS_Name* Create(SDS_Name& ioParent, const SDS_NameText& iText, Cmn_UInt32 iHash);
     static SDS_Name* CreateRoot();
     // Makes nodes dormant that nobody holds, from this one upwards.
     static void FreeUnlessHeld(SDS_Name* ioName);

@@ -24,6 +24,19 @@ constexpr SDS_TokenPool::Size cTokenCells[] = {
 // How many listeners are served with one visit to the pool.
 constexpr std::size_t cServedAtOnce = 32;
 
+// Sixteen bytes at a time, the last ones once more where they overlap: no token is smaller than its header.
+void CopyToken(void* oCopy, const void* iToken, std::size_t iBytes)
+{
+    constexpr std::size_t chunk = 16;
+    static_assert(SDS_Token::cHeaderSize >= chunk);
+    auto* const to = static_cast<std::byte*>(oCopy);
+    const auto* const from = static_cast<const std::byte*>(iToken);
+    const std::size_t last = iBytes - chunk;
+    for (std::size_t at = 0; at < last; at += chunk)
+        std::memcpy(to + at, from + at, chunk);
+    std::memcpy(to + last, from + last, chunk);
+}
+
 // One dispatch's way along a list. It has entered with one use and takes as many as there are listeners, so that each
 // element that is sent takes a use with it; what is left over goes back at the end.
 class Walk
@@ -32,7 +45,7 @@ public:
     Walk(const SDS_Token& iToken, SDS_ActiveListenerList& ioList)
         : mToken(iToken)
         , mList(ioList)
-        , mPool(SDS_TokenDispatcher::GetTokenPool())
+        , mPool(*SDS_DispatcherState::fTokenPool)
         , mUses(ioList.mCount)
     {
         if (mUses > 1) mList.mGate.mUse.Add(mUses - 1);
@@ -92,8 +105,7 @@ private:
         element->mList = &mList;
         element->mKind = SDS_DeliveryElement::Kind::eToken;
         SDS_Token* const copy = element->GetToken();
-        std::memcpy(static_cast<void*>(copy), &mToken, static_cast<std::size_t>(mToken.size));
-        // Behind the smallest tokens the field's bytes are the cell's.
+        CopyToken(copy, &mToken, static_cast<std::size_t>(mToken.size));
         copy->element = element;
         return *element;
     }
