@@ -136,36 +136,32 @@ void ExpectSample(const JsonValue& iSample, const PlainSong& iPlain, Cmn_Int64 i
 
 void Compare(const JsonValue& iJson, const PlainSong& iPlain, Cmn_Int64 iRate)
 {
-    ASSERT_EQ(iJson["tempo"].size(), iPlain.mTempos.size());
-    auto row = iJson["tempo"].begin();
-    for (const auto& [tick, micros] : iPlain.mTempos) {
-        EXPECT_EQ((*row)["tick"], tick);
-        EXPECT_EQ((*row)["bpm"].get<double>(), 60000000.0 / static_cast<double>(micros));
-        EXPECT_EQ((*row)["ticksPerBeat"], 960000);
-        ExpectSample((*row)["sample"], iPlain, tick, iRate);
-        EXPECT_EQ((*row)["position"], iPlain.PositionOf(tick));
-        ++row;
-    }
-    ASSERT_EQ(iJson["meter"].size(), iPlain.mMeters.size());
-    row = iJson["meter"].begin();
-    for (const auto& [tick, meter] : iPlain.mMeters) {
-        EXPECT_EQ((*row)["tick"], tick);
-        EXPECT_EQ((*row)["numerator"], meter.mNumerator);
-        EXPECT_EQ((*row)["denominator"], meter.mDenominator);
-        EXPECT_EQ((*row)["bar"], iPlain.PositionOf(tick)["bar"]);
-        EXPECT_EQ((*row)["offBarline"], tick != cStart && iPlain.IsOffBarline(tick));
-        ExpectSample((*row)["sample"], iPlain, tick, iRate);
-        ++row;
-    }
-    ASSERT_EQ(iJson["keys"].size(), iPlain.mKeys.size());
-    row = iJson["keys"].begin();
-    for (const auto& [tick, key] : iPlain.mKeys) {
-        EXPECT_EQ((*row)["tick"], tick);
-        EXPECT_EQ((*row)["sharps"], key.first);
-        EXPECT_EQ((*row)["minor"], key.second == 1);
-        EXPECT_EQ((*row)["position"], iPlain.PositionOf(tick));
-        ++row;
-    }
+    const auto rows = [&](const char* iName, const auto& iChanges, const auto& iExpect) {
+        ASSERT_EQ(iJson[iName].size(), iChanges.size());
+        auto row = iJson[iName].begin();
+        for (const auto& [tick, change] : iChanges) {
+            EXPECT_EQ((*row)["tick"], tick);
+            iExpect(*row++, tick, change);
+        }
+    };
+    rows("tempo", iPlain.mTempos, [&](const JsonValue& iRow, Cmn_Int64 iTick, Cmn_Int64 iMicros) {
+        EXPECT_EQ(iRow["bpm"].get<double>(), 60000000.0 / static_cast<double>(iMicros));
+        EXPECT_EQ(iRow["ticksPerBeat"], 960000);
+        ExpectSample(iRow["sample"], iPlain, iTick, iRate);
+        EXPECT_EQ(iRow["position"], iPlain.PositionOf(iTick));
+    });
+    rows("meter", iPlain.mMeters, [&](const JsonValue& iRow, Cmn_Int64 iTick, const PlainMeter& iMeter) {
+        EXPECT_EQ(iRow["numerator"], iMeter.mNumerator);
+        EXPECT_EQ(iRow["denominator"], iMeter.mDenominator);
+        EXPECT_EQ(iRow["bar"], iPlain.PositionOf(iTick)["bar"]);
+        EXPECT_EQ(iRow["offBarline"], iTick != cStart && iPlain.IsOffBarline(iTick));
+        ExpectSample(iRow["sample"], iPlain, iTick, iRate);
+    });
+    rows("keys", iPlain.mKeys, [&](const JsonValue& iRow, Cmn_Int64 iTick, const std::pair<int, int>& iKey) {
+        EXPECT_EQ(iRow["sharps"], iKey.first);
+        EXPECT_EQ(iRow["minor"], iKey.second == 1);
+        EXPECT_EQ(iRow["position"], iPlain.PositionOf(iTick));
+    });
     EXPECT_EQ(iJson["end"]["tick"], iPlain.mEnd);
     ExpectSample(iJson["end"]["sample"], iPlain, iPlain.mEnd, iRate);
     EXPECT_EQ(iJson["end"]["position"], iPlain.PositionOf(iPlain.mEnd));
