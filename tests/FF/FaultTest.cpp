@@ -42,75 +42,67 @@ protected:
         EXPECT_EQ(Text(FF_DocumentCheck::Check(Sys_FileLoc(cRepaired))), "");
     }
 
-    // There is a complaint, and nothing wrong was handed out before it.
-    void ExpectNoticed(const Reading& iReading, const std::string& iOriginal)
+    // Of each type and every damage of its file, which says what it hits: what is read is right as far as it goes,
+    // what is refused names the file, and where it also repairs, check finds a fault and the pieces not hit come back.
+    struct Damage
     {
-        EXPECT_TRUE(iOriginal.starts_with(iReading.text)) << iReading.text;
-        EXPECT_TRUE(iReading.namesFile) << iReading.complaint;
-    }
-    // Check finds a fault in the file too.
-    void ExpectFault(const Reading& iReading, std::size_t iSize)
+        Bytes bytes;
+        Cmn_Int64 from, to;
+        bool repairs;
+    };
+    template <class MakeDamage>
+    void ExpectNoHarm(const MakeDamage& iMakeDamage, std::size_t iPerByte, bool iIsNoticed)
     {
-        const std::vector<FF_Fault> faults = FF_DocumentCheck::Check(Sys_FileLoc(cPath));
-        EXPECT_FALSE(faults.empty()) << iReading.complaint;
-        for (const FF_Fault& fault : faults)
-            EXPECT_TRUE(fault.offset >= 0 && fault.offset <= static_cast<Cmn_Int64>(iSize)) << fault.text;
+        for (const int type : cTypes) {
+            WriteNew(type);
+            const Bytes original = mFiles.GetBytes(cPath);
+            const std::string text = Read(cPath).text;
+            const auto pieces = SmallDocument::Pieces(cPath);
+            for (std::size_t n = 0; n < original.size() * iPerByte; ++n) {
+                SCOPED_TRACE("type " + std::to_string(type) + ", damage " + std::to_string(n));
+                const Damage damage = iMakeDamage(original, n, type);
+                mFiles.SetBytes(cPath, damage.bytes);
+                mFiles.ClearLog();
+                const AllocationCounter allocations;
+                const Reading reading = Read(cPath);
+                EXPECT_LE(allocations.Largest(), 65536u + 4 * original.size());
+                EXPECT_TRUE(text.starts_with(reading.text) && reading.namesFile) << reading.complaint;
+                const bool isWhole = reading.complaint.empty();
+                EXPECT_TRUE(isWhole ? reading.text == text && !iIsNoticed : true) << reading.text;
+                if (damage.repairs) {
+                    const std::vector<FF_Fault> faults = FF_DocumentCheck::Check(Sys_FileLoc(cPath));
+                    EXPECT_TRUE(isWhole || !faults.empty()) << reading.complaint;
+                    for (const FF_Fault& fault : faults)
+                        EXPECT_TRUE(fault.offset >= 0 &&
+                                    fault.offset <= static_cast<Cmn_Int64>(damage.bytes.size()))
+                            << fault.text;
+                    ExpectRepaired(pieces, [&](const auto& piece) {
+                        return damage.to <= piece.begin || damage.from >= piece.end;
+                    });
+                }
+                if (HasFailure()) return;
+            }
+        }
     }
 };
 
 TEST_F(Faults, NoFlippedBitChangesWhatIsReadAndRepairLosesOnlyTheStreamsThatItHits)
 {
-    for (const int type : cTypes) {
-        WriteNew(type);
-        const Bytes original = mFiles.GetBytes(cPath);
-        const std::string text = Read(cPath).text;
-        const auto pieces = SmallDocument::Pieces(cPath);
-        for (std::size_t bit = 0; bit < original.size() * 8; ++bit) {
-            SCOPED_TRACE("type " + std::to_string(type) + ", byte " + std::to_string(bit / 8) + ", bit " +
-                         std::to_string(bit % 8));
-            Bytes flipped = original;
-            flipped[bit / 8] ^= static_cast<std::uint8_t>(1 << bit % 8);
-            mFiles.SetBytes(cPath, flipped);
-            mFiles.ClearLog();
-            const AllocationCounter allocations;
-            const Reading reading = Read(cPath);
-            EXPECT_LE(allocations.Largest(), 65536u + 4 * original.size());
-            if (reading.complaint.empty())
-                EXPECT_EQ(reading.text, text);
-            else
-                ExpectNoticed(reading, text);
-            if (bit % 8 == bit / 8 % 8) {
-                if (!reading.complaint.empty()) ExpectFault(reading, flipped.size());
-                const auto hit = static_cast<Cmn_Int64>(bit / 8);
-                ExpectRepaired(pieces,
-                               [&](const auto& piece) { return hit < piece.begin || hit >= piece.end; });
-            }
-            if (HasFailure()) return;
-        }
-    }
+    const auto flip = [](Bytes bytes, std::size_t iBit, int) -> Damage {
+        const std::size_t at = iBit / 8;
+        bytes[at] ^= static_cast<std::uint8_t>(1 << iBit % 8);
+        return {bytes, static_cast<Cmn_Int64>(at), static_cast<Cmn_Int64>(at + 1), iBit % 8 == at % 8};
+    };
+    ExpectNoHarm(flip, 8, false);
 }
 
 TEST_F(Faults, OfAFileCutAnywhereRepairBringsBackWhatIsWhole)
 {
-    for (const int type : cTypes) {
-        WriteNew(type);
-        const Bytes original = mFiles.GetBytes(cPath);
-        const std::string text = Read(cPath).text;
-        const auto pieces = SmallDocument::Pieces(cPath);
-        for (std::size_t size = 0; size < original.size(); ++size) {
-            SCOPED_TRACE("type " + std::to_string(type) + ", cut at " + std::to_string(size));
-            mFiles.SetBytes(cPath,
-                            Bytes(original.begin(), original.begin() + static_cast<std::ptrdiff_t>(size)));
-            const Reading reading = Read(cPath);
-            EXPECT_NE(reading.complaint, "");
-            ExpectNoticed(reading, text);
-            if (type == 5 && size % 5 != 0) continue; // without a table all of its keys are tried
-            ExpectFault(reading, size);
-            ExpectRepaired(pieces,
-                           [&](const auto& piece) { return piece.end <= static_cast<Cmn_Int64>(size); });
-            if (HasFailure()) return;
-        }
-    }
+    const auto cut = [](const Bytes& iBytes, std::size_t iSize, int iType) -> Damage {
+        return {Bytes(iBytes.data(), iBytes.data() + iSize), static_cast<Cmn_Int64>(iSize), INT64_MAX,
+                iType != 5 || iSize % 5 == 0}; // without a table all of its keys are tried
+    };
+    ExpectNoHarm(cut, 1, true);
 }
 
 // --- writing over what fails

@@ -25,8 +25,8 @@ TEST_F(CommandTest, TheExampleSongIsWhatWasCheckedByHand)
 
 TEST_F(CommandTest, BadInputGivesOneLineAndNothingElse)
 {
-    const StFile cut("CommandTest_cut.mid", "MThd");
-    const StFile good("CommandTest_good.mid", File(480, {Text(480, "end")}));
+    const std::string cut = Written("CommandTest_cut.mid", "MThd");
+    const std::string good = Written("CommandTest_good.mid", File(480, {Text(480, "end")}));
     const std::string cut8 = "byte 0: the file is cut short: 4 bytes of a chunk header, expected 8\n";
     const std::string notANumber =
         "kora: stdin: line 1001: \"x\" is not a position in samples, expected a whole number\n";

@@ -35,10 +35,10 @@ protected:
     }
     static std::string Saved(const std::string& iMidiBytes, const std::string& iType = "0")
     {
-        const StFile midi("DocumentTest_in.mid", iMidiBytes);
-        const StFile document("DocumentTest_saved.kora");
-        Good({"save", midi.GetName(), document.GetName(), "--scramble", iType});
-        return ReadFile(document.GetName());
+        const std::string midi = Written("DocumentTest_in.mid", iMidiBytes);
+        const std::string document = Written("DocumentTest_saved.kora");
+        Good({"save", midi, document, "--scramble", iType});
+        return ReadFile(document);
     }
     static std::string SmallDocument(const std::string& iType = "0")
     {
@@ -46,9 +46,9 @@ protected:
     }
     static std::string Made(const std::function<void(FF_Document&)>& iWrite)
     {
-        const StFile file("DocumentTest_made.kora");
-        Make(file.GetName(), iWrite);
-        return ReadFile(file.GetName());
+        const std::string file = Written("DocumentTest_made.kora");
+        Make(file, iWrite);
+        return ReadFile(file);
     }
     static void Make(const std::string& iName, const std::function<void(FF_Document&)>& iWrite)
     {
@@ -92,38 +92,37 @@ TEST_F(DocumentTest, ASongIsTheSameFromDocumentsOfEveryScrambling)
     };
     // clang-format on
     for (const auto& [bytes, options] : cRows) {
-        const StFile midi("DocumentTest.mid", bytes);
-        const StFile document("DocumentTest.kora");
-        const StFile copy("DocumentTest_copy.kora");
-        const std::string song = SongOf(midi.GetName(), options);
-        std::vector<std::string> save = {"save", midi.GetName(), document.GetName(), "--scramble", ""};
+        const std::string midi = Written("DocumentTest.mid", bytes);
+        const std::string document = Written("DocumentTest.kora");
+        const std::string copy = Written("DocumentTest_copy.kora");
+        const std::string song = SongOf(midi, options);
+        std::vector<std::string> save = {"save", midi, document, "--scramble", ""};
         save.insert(save.end(), options.begin(), options.end());
         for (const std::string type : {"0", "1", "2", "3", "4", "5"}) {
             save[4] = type;
             const std::string line = Good(save);
-            const std::string saved = ReadFile(document.GetName());
-            EXPECT_EQ(line, document.GetName() + ": 4 streams, " + std::to_string(saved.size()) + " bytes, " +
+            const std::string saved = ReadFile(document);
+            EXPECT_EQ(line, document + ": 4 streams, " + std::to_string(saved.size()) + " bytes, " +
                                 (type == "0" ? "not scrambled\n" : "scrambled (type " + type + ")\n"));
             EXPECT_EQ(saved[18], type[0] - '0');
-            EXPECT_EQ(SongOf(document.GetName()), song);
-            EXPECT_EQ(SongOf(document.GetName(), {"--rate", "96000"}),
-                      SongOf(midi.GetName(),
-                             {"--rate", "96000", "--timecode", options.empty() ? "30" : options.back()}));
-            EXPECT_EQ(Good({"check", document.GetName()}), document.GetName() + ": good, 4 streams\n");
+            EXPECT_EQ(SongOf(document), song);
+            EXPECT_EQ(
+                SongOf(document, {"--rate", "96000"}),
+                SongOf(midi, {"--rate", "96000", "--timecode", options.empty() ? "30" : options.back()}));
+            EXPECT_EQ(Good({"check", document}), document + ": good, 4 streams\n");
             // From one document to another, then over itself.
-            Good({"save", document.GetName(), copy.GetName(), "--scramble",
-                  std::to_string(5 - std::stoi(type))});
-            Good({"save", copy.GetName(), copy.GetName()});
-            EXPECT_EQ(SongOf(copy.GetName()), song);
-            EXPECT_EQ(Good({"xml", copy.GetName()}), Good({"xml", document.GetName()}));
+            Good({"save", document, copy, "--scramble", std::to_string(5 - std::stoi(type))});
+            Good({"save", copy, copy});
+            EXPECT_EQ(SongOf(copy), song);
+            EXPECT_EQ(Good({"xml", copy}), Good({"xml", document}));
         }
     }
 }
 
 TEST_F(DocumentTest, InfoShowsEveryStreamAndEveryEntry)
 {
-    const StFile file("DocumentTest_info.kora");
-    Make(file.GetName(), [](FF_Document& ioDocument) {
+    const std::string file = Written("DocumentTest_info.kora");
+    Make(file, [](FF_Document& ioDocument) {
         Sys_TypedOutStream out = ioDocument.MakeTypedOutStream();
         const auto start = static_cast<Cmn_UInt64>(out.GetPosition());
         FF_Document::AddTOCEntry(&ioDocument, start, 4, "a\nlist");
@@ -144,7 +143,7 @@ TEST_F(DocumentTest, InfoShowsEveryStreamAndEveryEntry)
         ioDocument.AddTOCEntry(FF_Document::TOCKey(Cmn_Int16{7}), 0, piece, "gone");
         ioDocument.InvalidateKey(FF_Document::TOCKey(Cmn_Int16{7}), 0);
     });
-    EXPECT_EQ(Good({"info", file.GetName()}),
+    EXPECT_EQ(Good({"info", file}),
               "DocumentTest_info.kora\n"
               "format version 3, little-endian, not scrambled, 463 bytes, table of contents at byte 175\n"
               "\n"
@@ -157,8 +156,8 @@ TEST_F(DocumentTest, InfoShowsEveryStreamAndEveryEntry)
               "position  entry without a stream  location  description\n"
               "     113  4, item 1               [113]     second, without a header\n"
               "       -  7                       Invalid   gone\n");
-    const auto json = nlohmann::json::parse(Good({"info", file.GetName(), "--json"}));
-    EXPECT_EQ(json["size"], ReadFile(file.GetName()).size());
+    const auto json = nlohmann::json::parse(Good({"info", file, "--json"}));
+    EXPECT_EQ(json["size"], ReadFile(file).size());
     EXPECT_EQ(json["streams"].size(), 4u);
     EXPECT_EQ(json["streams"][3]["entries"][1]["piece"], 1);
     EXPECT_EQ(json["entriesWithoutStream"][1]["position"], nullptr);
@@ -218,17 +217,17 @@ TEST_F(DocumentTest, BadInputGivesOneLineThatSaysWhereAndWhat)
         {"repair", midi, "no stream was found, nothing was written"},
     };
     // clang-format on
-    const StFile file("x.kora");
-    const StFile out("DocumentTest_out.kora", "old");
+    const std::string file = Written("x.kora");
+    const std::string out = Written("DocumentTest_out.kora", "old");
     for (const auto& row : cRows) {
-        std::ofstream(file.GetName(), std::ios::binary) << row.mBytes;
-        std::vector<std::string> arguments = {row.mCommand, file.GetName()};
-        if (row.mCommand == "save" || row.mCommand == "repair") arguments.push_back(out.GetName());
+        std::ofstream(file, std::ios::binary) << row.mBytes;
+        std::vector<std::string> arguments = {row.mCommand, file};
+        if (row.mCommand == "save" || row.mCommand == "repair") arguments.push_back(out);
         const Outcome outcome = Run(arguments);
         EXPECT_EQ(outcome.mErr, "kora: x.kora: " + row.mError + '\n');
         EXPECT_EQ(outcome.mExit, 1);
         EXPECT_TRUE(row.mCommand == "repair" || outcome.mOut.empty()) << outcome.mOut;
-        EXPECT_EQ(ReadFile(out.GetName()), "old");
+        EXPECT_EQ(ReadFile(out), "old");
     }
     for (const std::string command : {"song", "plot", "xml", "info", "check"})
         EXPECT_EQ(Run({command, "none.kora"}).mErr, "kora: none.kora: no such file\n") << command;
@@ -239,35 +238,34 @@ TEST_F(DocumentTest, BadInputGivesOneLineThatSaysWhereAndWhat)
 
 TEST_F(DocumentTest, NoFileIsLostToACommandThatWrites)
 {
-    const StFile midi("DocumentTest.mid", File(480, {""}));
-    const StFile other("DocumentTest.kora");
-    Make(other.GetName(), [](FF_Document& ioDocument) {
+    const std::string midi = Written("DocumentTest.mid", File(480, {""}));
+    const std::string other = Written("DocumentTest.kora");
+    Make(other, [](FF_Document& ioDocument) {
         WriteMaps(ioDocument, 1000000000000, 0, 1000000000000);
         Sys_TypedOutStream out = ioDocument.MakeTypedOutStream();
         WriteStream(ioDocument, out, 5, "not a song's");
     });
     // clang-format off
     const std::vector<std::string> cRows[] = {
-        {"save", midi.GetName(), "./" + midi.GetName()}, {"save", other.GetName(), other.GetName()},
-        {"repair", other.GetName(), other.GetName()},    {"plot", midi.GetName(), "-o", midi.GetName()},
+        {"save", midi, "./" + midi}, {"save", other, other},
+        {"repair", other, other},    {"plot", midi, "-o", midi},
     };
     // clang-format on
-    const std::string before = ReadFile(midi.GetName()) + ReadFile(other.GetName());
+    const std::string before = ReadFile(midi) + ReadFile(other);
     for (const auto& arguments : cRows) {
         const Outcome outcome = Run(arguments);
         EXPECT_EQ(outcome.mExit, 2) << arguments[0] << outcome.mErr;
-        EXPECT_EQ(ReadFile(midi.GetName()) + ReadFile(other.GetName()), before) << arguments[0];
+        EXPECT_EQ(ReadFile(midi) + ReadFile(other), before) << arguments[0];
     }
-    const StFile copy("DocumentTest_copy.kora");
-    EXPECT_NE(Good({"save", other.GetName(), copy.GetName()}).find("; left out of it: 1 entry that is"),
-              std::string::npos);
-    EXPECT_EQ(SongOf(copy.GetName()), SongOf(other.GetName()));
+    const std::string copy = Written("DocumentTest_copy.kora");
+    EXPECT_NE(Good({"save", other, copy}).find("; left out of it: 1 entry that is"), std::string::npos);
+    EXPECT_EQ(SongOf(copy), SongOf(other));
 }
 
 TEST_F(DocumentTest, ACutOrFlippedDocumentIsToldInOneLineAndRepairedAsFarAsItGoes)
 {
-    const StFile file("DocumentTest.kora");
-    const StFile fixed("DocumentTest_fixed.kora");
+    const std::string file = Written("DocumentTest.kora");
+    const std::string fixed = Written("DocumentTest_fixed.kora");
     const auto expectOneLine = [&](const std::vector<std::string>& iArguments, std::size_t iAt) {
         const Outcome outcome = Run(iArguments);
         const std::string shown = iArguments[0] + " at " + std::to_string(iAt) + ": " + outcome.mErr;
@@ -283,14 +281,14 @@ TEST_F(DocumentTest, ACutOrFlippedDocumentIsToldInOneLineAndRepairedAsFarAsItGoe
             std::string flipped = good;
             flipped[at] = static_cast<char>(flipped[at] ^ (1 << at % 8));
             for (const std::string& bytes : {good.substr(0, at), flipped}) {
-                std::ofstream(file.GetName(), std::ios::binary) << bytes;
-                expectOneLine({"check", file.GetName()}, at);
-                expectOneLine({commands[at % 3], file.GetName()}, at);
+                std::ofstream(file, std::ios::binary) << bytes;
+                expectOneLine({"check", file}, at);
+                expectOneLine({commands[at % 3], file}, at);
             }
             if (at % 20 != 2) continue;
             // What comes out is a whole document, and nothing is lost without a word.
-            const Outcome repaired = Run({"repair", file.GetName(), fixed.GetName()});
-            if (repaired.mExit == 0) Good({"check", fixed.GetName()});
+            const Outcome repaired = Run({"repair", file, fixed});
+            if (repaired.mExit == 0) Good({"check", fixed});
             EXPECT_EQ(repaired.mExit == 1, repaired.mErr != "") << at;
             const bool isAllThere = repaired.mOut.find(": 4 streams recovered") != std::string::npos;
             EXPECT_TRUE(isAllThere || repaired.mOut.find("\nlost, byte ") != std::string::npos)

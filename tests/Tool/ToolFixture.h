@@ -10,7 +10,6 @@
 #include "tests/Tool/MidiBytes.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
@@ -44,23 +43,12 @@ private:
     std::filesystem::path mFolder;
 };
 
-// A file in the test's working folder for the length of a scope.
-class StFile
+// The name of a file that it leaves in the test's working folder.
+inline std::string Written(const std::string& iName, const std::string& iBytes = {})
 {
-public:
-    explicit StFile(std::string iName, const std::string& iBytes = {})
-        : mName(std::move(iName))
-    {
-        std::ofstream(mName, std::ios::binary) << iBytes;
-    }
-    ~StFile() { std::remove(mName.c_str()); }
-    const std::string& GetName() const { return mName; }
-    StFile(const StFile&) = delete;
-    StFile& operator=(const StFile&) = delete;
-
-private:
-    std::string mName;
-};
+    std::ofstream(iName, std::ios::binary) << iBytes;
+    return iName;
+}
 
 inline std::string ReadFile(const std::string& iName)
 {
