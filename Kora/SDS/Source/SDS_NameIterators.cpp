@@ -45,9 +45,10 @@ ESDSError SDS_ChildIterator::Reset(SDS_Name* iName)
     LetGo();
     mParent = iName;
     SDS_Name* const child = iName != nullptr ? iName->mLiveChildren : nullptr;
-    if (child == nullptr || !SDS_NameAddReference(*child)) {
+    if (child == nullptr) return eSDSErr_None; // the node stays held, as with children
+    if (!SDS_NameAddReference(*child)) {
         LetGo();
-        return child == nullptr ? eSDSErr_None : eSDSErr_OutOfMemory;
+        return eSDSErr_OutOfMemory;
     }
     mChild = child;
     mValid = true;
