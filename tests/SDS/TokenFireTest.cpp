@@ -54,7 +54,7 @@ public:
     }
     ~Guest() override
     {
-        const SDS_ITokenTask::StHaltProcessing halted(GetTask());
+        StopListening();
         mAlive.reset();
     }
     void HandleToken(SDS_Token*) override { sCalls.fetch_add(*mAlive, std::memory_order_relaxed); }
@@ -203,6 +203,7 @@ protected:
                 break;
             }
         }
+        const IPSSyncPrim::StEnter section(*SDS_TokenDispatcher::GetCriticalSection());
         if (paused) SDS_TokenDispatcher::SetTokensPaused(false);
         for (const auto& node : mNodes)
             node->BreakAllConnections();

@@ -47,3 +47,9 @@ void SDS_IMultiTokenListener::SetTask(SDS_ITokenTask* iTask)
     for (const auto& listener : mListeners)
         listener->SetTask(iTask);
 }
+
+void SDS_IMultiTokenListener::StopListening()
+{
+    for (const auto& listener : mListeners)
+        listener->StopListening();
+}

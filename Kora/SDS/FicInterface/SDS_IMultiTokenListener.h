@@ -37,6 +37,8 @@ public:
 
     // Moves all of its listeners to another task. Null: to none.
     void SetTask(SDS_ITokenTask* iTask);
+    // For the destructor of a derived class; see SDS_ITokenListener.
+    void StopListening();
 
 private:
     void* const mTaskVal;

@@ -30,6 +30,14 @@ SDS_ITokenTask* SDS_ITokenListener::GetTask() const
     return mListener->GetTask() != nullptr ? mTask : nullptr;
 }
 
+void SDS_ITokenListener::StopListening()
+{
+    const SDS_ITokenTask::StHaltProcessing halted(GetTask());
+    // Without memory for a new list the old one stays, and leads nowhere: nothing to throw in a destructor.
+    mListener->SetTask(nullptr);
+    mTask = nullptr;
+}
+
 SDS_ITokenListener::~SDS_ITokenListener()
 {
     // The task's section comes before the dispatcher's.

@@ -13,8 +13,8 @@
 // Threads:   made, changed and destroyed on any thread; the destructor waits until the task handles no token, so a
 //            token that was queued for the listener is never handed out afterwards. It must not be called by a
 //            thread that holds the dispatcher's critical section. HandleToken runs in SDS_ITokenTask::ProcessTokens.
-//            A class derived from it whose HandleToken uses members halts the task in its own destructor:
-//            `const SDS_ITokenTask::StHaltProcessing halted(GetTask());`
+//            While its task is processed by another thread, a derived class calls StopListening in its own destructor:
+//            by the time this class's runs, the derived part is gone.
 // Ownership: owns its SDS_TokenListener. The task outlives it, or is destroyed first on the same thread; the name
 //            may go before.
 // Errors:    what the dispatcher refuses is thrown by Sys_ThrowIfOSErr (Cmn_Exception).
@@ -51,6 +51,9 @@ public:
     void SetTask(SDS_ITokenTask* iTask);
 
     SDS_TokenListener* GetSDSTokenListener() const { return mListener.get(); }
+
+    // Waits until the task handles no token, and takes the listener off it. Not with the dispatcher's section held.
+    void StopListening();
 
     // Null when it has none, or the task has been destroyed.
     SDS_ITokenTask* GetTask() const;
