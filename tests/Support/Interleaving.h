@@ -15,6 +15,7 @@
 #pragma once
 
 #include <atomic>
+#include <cstdlib>
 #include <functional>
 #include <utility>
 
@@ -37,7 +38,7 @@ public:
         : mValue(iValue)
     {
     }
-    T load(Order = {}) const { return Interleaving::BeforeOperation(this, true), mValue; }
+    T load(Order = {}) const { return Now(true), mValue; }
     void store(T iValue, Order = {}) { Now(), mValue = iValue; }
     T exchange(T iValue, Order = {}) { return Now(), std::exchange(mValue, iValue); }
     T fetch_add(T iDelta, Order = {})
@@ -61,7 +62,14 @@ public:
     }
 
 private:
-    void Now() { Interleaving::BeforeOperation(this, false); }
+    void Now(bool iIsLoad = false) const
+    {
+        Interleaving::BeforeOperation(this, iIsLoad);
+        if (mMark != cMark) std::abort();
+    }
 
+    // What is no atomic, or is one no more, does not look like this.
+    static constexpr unsigned cMark = 0xA70317C5;
+    unsigned mMark = cMark;
     T mValue; // plain: one thread runs at a time
 };
