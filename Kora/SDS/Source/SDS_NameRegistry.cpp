@@ -101,9 +101,11 @@ void UnlinkConnection(SDS_Name& ioName, SDS_ConnectionRecord& ioRecord)
 
 ESDSError SDS_NameRegistry::Init()
 {
-    if (fRootNameId != nullptr) return eSDSErr_None;
-    if (!SDS_NameStore::Init()) return eSDSErr_OutOfMemory;
-    fRootNameId = SDS_NameStore::CreateRoot();
+    if (fRootNameId == nullptr) {
+        if (!SDS_NameStore::Init()) return eSDSErr_OutOfMemory;
+        fRootNameId = SDS_NameStore::CreateRoot();
+    }
+    // Again, where it failed before.
     return SDS_TokenDispatcher::Init();
 }
 

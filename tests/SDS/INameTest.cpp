@@ -1,0 +1,111 @@
+#include "Bastel/Cmn/Cmn_Exception.h"
+#include "Kora/SDS/Source/SDS_ConnectionIterator.h"
+#include "SDS/NameFixture.h"
+#include "SDS/TokenFixture.h"
+
+#include <functional>
+#include <memory>
+
+namespace {
+
+class IName : public NameTest
+{
+};
+
+SDS_Name* const cNoName = nullptr;
+const SDS_IName* const cNoParent = nullptr;
+
+TEST_F(IName, EveryConstructorFindsItsNodeAndOnlyTheReservingOnesHoldIt)
+{
+    const SDS_IName root("");
+    EXPECT_EQ(PathOf(root.GetID()), "");
+    auto base = std::make_unique<SDS_IName>("iname/base");
+    SDS_Name* const baseID = base->GetID();
+    {
+        const SDS_IName byPath("/iname//base/x"), byParent(base.get(), "x"), byID(baseID, "x/");
+        const SDS_IName fromRoot(cNoParent, "iname/base/x"), fromRootToo(cNoName, "iname/base/x");
+        const SDS_IName wrapped(byPath.GetID());
+        for (const SDS_IName* name : {&byParent, &byID, &fromRoot, &fromRootToo, &wrapped})
+            EXPECT_EQ(name->GetID(), byPath.GetID());
+        EXPECT_EQ(byPath.GetID()->mReserveCount, 5);
+        base.reset();
+        EXPECT_EQ(PathOf(byID.GetID()), "/iname/base/x") << "a parent name may go before";
+    }
+    EXPECT_EQ(Find(nullptr, "iname"), nullptr);
+}
+
+TEST_F(IName, AConstructorThatFailsThrowsTheErrorAndHoldsNothing)
+{
+    const SDS_IName base("iname");
+    const std::string before = SDS_NameRegistry::Dump();
+    const std::string longName(32, 'n'), longPath(1024, '/');
+    const auto thrown = [](const std::function<void()>& iMake) {
+        try {
+            iMake();
+        } catch (const Cmn_Exception& error) {
+            return error.GetOSError();
+        }
+        return Cmn_Int32{0};
+    };
+    EXPECT_EQ(thrown([&] { SDS_IName name(("a/" + longName).c_str()); }), eSDSErr_NameTooLong);
+    EXPECT_EQ(thrown([&] { SDS_IName name(&base, longName.c_str()); }), eSDSErr_NameTooLong);
+    EXPECT_EQ(thrown([&] { SDS_IName name(base.GetID(), longPath.c_str()); }), eSDSErr_PathTooLong);
+    EXPECT_EQ(SDS_NameRegistry::Dump(), before);
+}
+
+TEST_F(IName, TheObjectIsSharedSetWhenItDiffersFromTheHandlesLastAndForgottenWithTheNode)
+{
+    int one = 0, two = 0;
+    SDS_Name* id = nullptr;
+    {
+        SDS_IName a("iname/data"), b("iname/data");
+        id = a.GetID();
+        EXPECT_EQ(a.GetDataRef(), nullptr);
+        a.SetDataRef(&one);
+        EXPECT_EQ(b.GetDataRef(), &one);
+        b.SetDataRef(&two);
+        a.SetDataRef(&one);
+        EXPECT_EQ(a.GetDataRef(), &two) << "what a handle has set already, it does not set again";
+        a.SetDataRef(nullptr);
+        EXPECT_EQ(b.GetDataRef(), nullptr);
+        b.SetDataRef(&one);
+    }
+    const SDS_IName again("iname/data");
+    EXPECT_EQ(again.GetID(), id);
+    EXPECT_EQ(again.GetDataRef(), nullptr);
+    SDS_IName none(cNoName);
+    none.SetDataRef(&one);
+    EXPECT_EQ(none.GetDataRef(), nullptr);
+    EXPECT_EQ(none.BreakAllConnections(), eSDSErr_None);
+}
+
+TEST_F(IName, BreakingAllConnectionsLeavesThoseOfOthers)
+{
+    SDS_IName hub("iname/hub"), a("iname/a"), b("iname/b"), c("iname/c");
+    EXPECT_EQ(hub.ConnectTo(nullptr), eSDSErr_None);
+    EXPECT_EQ(hub.DisconnectFrom(nullptr), eSDSErr_None);
+    EXPECT_EQ(hub.BreakAllConnections(), eSDSErr_None);
+    hub.ConnectTo(&a);
+    b.ConnectTo(&hub);
+    hub.ConnectTo(&b);
+    hub.ConnectTo(&c);
+    a.ConnectTo(&b);
+    EXPECT_EQ(Walked<SDS_ConnectionIterator>(hub.GetID()), Names({a.GetID(), b.GetID(), c.GetID()}));
+    EXPECT_EQ(hub.BreakAllConnections(), eSDSErr_None);
+    EXPECT_EQ(Walked<SDS_ConnectionIterator>(hub.GetID()), Names());
+    EXPECT_EQ(Walked<SDS_ConnectionIterator>(a.GetID()), Names({b.GetID()}));
+    EXPECT_EQ(b.DisconnectFrom(&a), eSDSErr_None);
+}
+
+TEST_F(IName, ATokenIsStampedWithTheHandlesNode)
+{
+    const SDS_IName other("iname/other");
+    SDS_IName name("iname/token");
+    TestToken token(1, 1);
+    token.header.name = other.GetID();
+    EXPECT_EQ(name.HandleToken(token.header), eSDSErr_None);
+    EXPECT_EQ(token.header.name, name.GetID());
+    EXPECT_EQ(SDS_IName(cNoName).HandleToken(token.header), eSDSErr_InvalidName);
+}
+
+} // namespace

@@ -1,0 +1,449 @@
+#include "Kora/SDS/Source/SDS_ChildIterator.h"
+#include "Kora/SDS/Source/SDS_ConnectionClosureIterator.h"
+#include "Kora/SDS/Source/SDS_ConnectionIterator.h"
+#include "Kora/SDS/Source/SDS_TokenDispatcher.h"
+#include "SDS/NameFixture.h"
+#include "Support/AllocationCounter.h"
+
+#include <algorithm>
+#include <deque>
+#include <map>
+#include <memory>
+#include <random>
+
+namespace {
+
+using Registry = SDS_NameRegistry;
+
+class NameRegistry : public NameTest
+{
+};
+
+std::string Repeated(const std::string& iText, int iCount)
+{
+    std::string text;
+    for (int i = 0; i < iCount; ++i)
+        text += iText;
+    return text;
+}
+
+TEST_F(NameRegistry, PathsAreTakenToTheirLimitsAndRefusedBeyondWithoutATrace)
+{
+    const std::string n31(31, 'n'), n32(32, 'n'), full = Repeated("/" + n31, 31); // 992
+    struct Row
+    {
+        const char* what;
+        std::string path;
+        ESDSError result;
+        std::string below;
+    };
+    const Row rows[] = {
+        {"the base itself", "",               eSDSErr_None,  ""                                                      },
+        {"slashes alone",   "///",            eSDSErr_None,  ""                                                      },
+        {"1023 slashes",    std::string(1023, '/'),          eSDSErr_None,                                             ""},
+        {"1024 slashes",                 std::string(1024,                    '/'), eSDSErr_PathTooLong,                                  ""},
+        {"slashes everywhere",               "//a///b//",                               eSDSErr_None,                         "a/b"                      },
+        {"other case",            "A/b",                            eSDSErr_None,      "A/b"                       },
+        {"bytes above 127",            "\xc3\xa4/\xff",                            eSDSErr_None,                    "\xc3\xa4/\xff"                          },
+        {"31 characters",  n31,                  eSDSErr_None,n31                       },
+        {"32 characters",              n32,                              eSDSErr_NameTooLong,                                ""                                                },
+        {"32 behind what had to be made",               "a/b/c/" + n32 + "/d",                               eSDSErr_NameTooLong,""},
+        {"1023 characters",               full.substr(1) + "/" + n31 + "/",                               eSDSErr_PathTooLong,                                              ""                                                                                                    },
+        {"1023 that fit",               full.substr(1) + "/" + n31,                               eSDSErr_None,full.substr(1) + "/" + n31},
+    };
+    for (const char* const base : {"", "registry"}) {
+        const SDS_IName holder(base);
+        for (const Row& row : rows) {
+            SCOPED_TRACE(std::string(base) + ": " + row.what);
+            const std::string before = Registry::Dump();
+            SDS_Name* id = nullptr;
+            EXPECT_EQ(Registry::ReserveName(holder.GetID(), row.path.c_str(), &id), row.result);
+            if (row.result == eSDSErr_None) {
+                EXPECT_EQ(Find(holder.GetID(), row.path), id);
+                EXPECT_EQ(Find(holder.GetID(), row.below), id);
+                char name[33];
+                std::fill_n(name, 33, '!');
+                EXPECT_EQ(Registry::GetName(id, nullptr, name), eSDSErr_None);
+                const std::string whole = row.below.empty() ? base : row.below;
+                EXPECT_EQ(name, whole.substr(whole.rfind('/') + 1));
+                EXPECT_EQ(name[32], '!');
+                EXPECT_EQ(Registry::FreeName(holder.GetID(), row.path.c_str()), eSDSErr_None);
+            } else {
+                EXPECT_EQ(id, nullptr);
+                EXPECT_EQ(Registry::ConnectNames(nullptr, "made/first", holder.GetID(), row.path.c_str()),
+                          row.result);
+                EXPECT_EQ(Registry::ConnectNames(holder.GetID(), row.path.c_str(), nullptr, "a"), row.result);
+            }
+            EXPECT_EQ(Registry::Dump(), before);
+        }
+    }
+}
+
+TEST_F(NameRegistry, APathOfAnyLengthKeepsItsLastBytesWithinTheBuffer)
+{
+    std::vector<std::unique_ptr<SDS_IName>> chain;
+    std::string whole;
+    for (int depth = 0; depth < 35; ++depth) {
+        for (std::size_t length = 1; length <= 31; ++length) {
+            const std::string name(length, static_cast<char>('a' + length % 26));
+            const SDS_IName leaf(depth > 0 ? chain.back().get() : nullptr, name.c_str());
+            const std::string path = whole + '/' + name;
+            const bool fits = path.size() <= 1023;
+            std::string text(1025, '!');
+            ASSERT_EQ(Registry::GetPath(leaf.GetID(), nullptr, text.data()),
+                      fits ? eSDSErr_None : eSDSErr_PathTooLong);
+            ASSERT_STREQ(text.c_str(), (fits ? path : "..." + path.substr(path.size() - 1020)).c_str());
+            ASSERT_EQ(text[1024], '!');
+        }
+        const std::string name = std::to_string(1000 + depth) + std::string(27, '-');
+        chain.push_back(std::make_unique<SDS_IName>(depth > 0 ? chain.back().get() : nullptr, name.c_str()));
+        whole += '/' + name;
+    }
+    while (!chain.empty())
+        chain.pop_back();
+}
+
+TEST_F(NameRegistry, WhatIsNotThereIsNotFoundAndFreesNothing)
+{
+    const SDS_IName held("registry/child");
+    const std::string before = Registry::Dump();
+    SDS_Name* id = nullptr;
+    void* object = nullptr;
+    EXPECT_EQ(Registry::FreeName(nullptr, "registry"), eSDSErr_NameNotFound) << "referenced, never reserved";
+    EXPECT_EQ(Registry::FreeName(nullptr, "/"), eSDSErr_NameNotFound);
+    EXPECT_EQ(Registry::GetNameId(nullptr, "registry/no/deeper", &id), eSDSErr_NameNotFound);
+    EXPECT_EQ(Registry::GetObject(nullptr, "no", &object), eSDSErr_NameNotFound);
+    EXPECT_EQ(Registry::SetObject(nullptr, "no", &object), eSDSErr_NameNotFound);
+    EXPECT_EQ(Registry::DisconnectNames(nullptr, "registry", nullptr, "no"), eSDSErr_NameNotFound);
+    EXPECT_EQ(Registry::DisconnectNames(nullptr, "registry", held.GetID(), ""), eSDSErr_None);
+    EXPECT_EQ(Registry::Dump(), before);
+}
+
+TEST_F(NameRegistry, CountsStopAt32767AndARefusalChangesNothing)
+{
+    constexpr int cLimit = 32767;
+    SDS_IName full("registry/full"), other("registry/other");
+    SDS_Name* id = nullptr;
+    for (int i = 1; i < cLimit; ++i)
+        ASSERT_EQ(Registry::ReserveName(full.GetID(), "", &id), eSDSErr_None);
+    std::string before = Registry::Dump();
+    EXPECT_EQ(Registry::ReserveName(full.GetID(), "", &id), eSDSErr_OutOfMemory);
+    EXPECT_EQ(Registry::Dump(), before);
+    for (int i = 1; i < cLimit; ++i)
+        ASSERT_EQ(Registry::FreeName(full.GetID(), ""), eSDSErr_None);
+
+    // A rebuild holds the node twice, the making of a child once.
+    const auto reserve = [&](int i) {
+        return Registry::ReserveName(full.GetID(), std::to_string(i).c_str(), &id);
+    };
+    for (int i = 0; i < cLimit - 3; ++i)
+        ASSERT_EQ(reserve(i), eSDSErr_None);
+    EXPECT_EQ(full.ConnectTo(&other), eSDSErr_None);
+    before = Registry::Dump();
+    EXPECT_EQ(Registry::ConnectNames(full.GetID(), "", nullptr, "registry/third"), eSDSErr_OutOfMemory);
+    EXPECT_EQ(Registry::Dump(), before);
+    EXPECT_EQ(full.BreakAllConnections(), eSDSErr_None);
+    EXPECT_EQ(reserve(cLimit - 3), eSDSErr_None);
+    EXPECT_EQ(reserve(cLimit - 2), eSDSErr_None);
+    before = Registry::Dump();
+    EXPECT_EQ(reserve(cLimit - 1), eSDSErr_OutOfMemory);
+    EXPECT_EQ(Registry::ConnectNames(nullptr, "a/b", full.GetID(), ""), eSDSErr_OutOfMemory);
+    SDS_ConnectionClosureIterator closure;
+    EXPECT_EQ(closure.Reset(full.GetID()), eSDSErr_OutOfMemory);
+    SDS_ChildIterator children, more;
+    EXPECT_EQ(children.Reset(full.GetID()), eSDSErr_None);
+    EXPECT_EQ(more.Reset(full.GetID()), eSDSErr_OutOfMemory);
+    EXPECT_EQ(more.Valid(), false);
+    children.Reset(nullptr);
+    EXPECT_EQ(Registry::Dump(), before);
+    for (int i = 0; i < cLimit - 1; ++i)
+        ASSERT_EQ(Registry::FreeName(full.GetID(), std::to_string(i).c_str()), eSDSErr_None);
+}
+
+TEST_F(NameRegistry, AChainOfAHundredThousandConnectedNodesIsWalkedWithoutRecursion)
+{
+    constexpr std::size_t cCount = 100000;
+    Names names(cCount);
+    for (std::size_t i = 0; i < cCount; ++i) {
+        const std::string path = "chain/" + std::to_string(i % 100) + '/' + std::to_string(i);
+        ASSERT_EQ(Registry::ReserveName(nullptr, path.c_str(), &names[i]), eSDSErr_None);
+    }
+    // By halves, since each connection walks its own closure.
+    const auto forEachJoint = [&](std::size_t iWidth, auto iCall) {
+        for (std::size_t at = iWidth; at < cCount; at += 2 * iWidth)
+            ASSERT_EQ(iCall(names[at - 1], nullptr, names[at], nullptr), eSDSErr_None);
+    };
+    SDS_TokenDispatcher::SetTokensPaused(true);
+    for (std::size_t width = 1; width < cCount; width *= 2)
+        forEachJoint(width, &Registry::ConnectNames);
+    SDS_TokenDispatcher::SetTokensPaused(false);
+    Names found = Walked<SDS_ConnectionClosureIterator>(names[0]);
+    std::reverse(found.begin(), found.end());
+    EXPECT_EQ(found == names, true) << "from one end to the other, the start last";
+    SDS_TokenDispatcher::SetTokensPaused(true);
+    for (std::size_t width = 65536; width > 0; width /= 2)
+        forEachJoint(width, &Registry::DisconnectNames);
+    for (SDS_Name* const name : names)
+        ASSERT_EQ(Registry::FreeName(name, nullptr), eSDSErr_None);
+    SDS_TokenDispatcher::SetTokensPaused(false);
+}
+
+TEST_F(NameRegistry, NamesComeAndGoWithoutAllocationOnceTheCellsAreThere)
+{
+    const auto round = [](int iRound) {
+        SDS_Name* names[2500];
+        for (int i = 0; i < 2500; ++i) {
+            char path[] = "steady/00/0000";
+            for (int at = 13, left = i; at > 9; --at, left /= 10)
+                path[at] = static_cast<char>('0' + left % 10);
+            path[8] = static_cast<char>('0' + iRound);
+            Registry::ReserveName(nullptr, path, &names[i]);
+        }
+        for (SDS_Name* const name : names)
+            Registry::FreeName(name, nullptr);
+    };
+    round(0);
+    const AllocationCounter allocations;
+    for (int i = 0; i < 8; ++i)
+        round(i);
+    EXPECT_EQ(allocations.Count(), 0);
+}
+
+using Path = std::vector<std::string>;
+
+// The registry as it would be with maps. What holds a node: reservations, children, connections, and calls in progress.
+class Model
+{
+public:
+    struct Node
+    {
+        SDS_Name* parent = nullptr;
+        std::string name;
+        std::size_t reserved = 0, held = 0;
+        Names children = {}, connected = {}; // newest first
+        void* object = nullptr;
+    };
+
+    Model(SDS_Name* iBase, SDS_Name* iNewestFree)
+    {
+        mLive[iBase].held = 1;
+        for (SDS_Name* name = iNewestFree; name != nullptr; name = name->mPreviousFree)
+            mFree.push_front(name);
+    }
+    SDS_Name* Find(SDS_Name* iFrom, const Path& iPath) const
+    {
+        for (const std::string& name : iPath) {
+            const auto found = mByName.find({iFrom, name});
+            if (found == mByName.end() || mLive.count(found->second) == 0) return nullptr;
+            iFrom = found->second;
+        }
+        return iFrom;
+    }
+    // Held once; null for a path that is refused.
+    SDS_Name* FindOrMake(SDS_Name* iFrom, const Path& iPath)
+    {
+        ++mLive.at(iFrom).held;
+        for (const std::string& name : iPath) {
+            SDS_Name* const child = name.size() <= 31 ? FindOrMakeChild(iFrom, name) : nullptr;
+            if (child != nullptr) ++mLive.at(child).held;
+            LetGo(iFrom);
+            if (child == nullptr) return nullptr;
+            iFrom = child;
+        }
+        return iFrom;
+    }
+    void LetGo(SDS_Name* iName)
+    {
+        --mLive.at(iName).held;
+        FreeUnlessHeld(iName);
+    }
+    void FreeUnlessHeld(SDS_Name* iName)
+    {
+        const auto found = mLive.find(iName);
+        if (found == mLive.end()) return;
+        const Node node = found->second;
+        if (node.reserved + node.held + node.children.size() + node.connected.size() > 0) return;
+        mFree.push_back(iName);
+        mLive.erase(iName);
+        std::erase(mLive.at(node.parent).children, iName);
+        FreeUnlessHeld(node.parent);
+    }
+    bool Connect(SDS_Name* iA, SDS_Name* iB)
+    {
+        Node &a = mLive.at(iA), &b = mLive.at(iB);
+        if (iA == iB || std::count(a.connected.begin(), a.connected.end(), iB) != 0) return false;
+        a.connected.insert(a.connected.begin(), iB);
+        b.connected.insert(b.connected.begin(), iA);
+        return true;
+    }
+
+    std::map<SDS_Name*, Node> mLive;
+
+private:
+    SDS_Name* FindOrMakeChild(SDS_Name* iParent, const std::string& iName)
+    {
+        SDS_Name*& child = mByName[{iParent, iName}];
+        if (child != nullptr && mLive.count(child) != 0) return child;
+        if (child != nullptr) {
+            std::erase(mFree, child);
+        } else {
+            SDS_Name* const oldest = mFree.front();
+            mFree.pop_front();
+            child = oldest;
+            // Neither its name nor those below lead anywhere now.
+            std::erase_if(mByName, [&](const auto& iEntry) {
+                return iEntry.first.first == oldest ||
+                       (iEntry.second == oldest && iEntry.first != std::pair(iParent, iName));
+            });
+        }
+        SDS_Name* const made = mByName.at({iParent, iName});
+        mLive[made] = {iParent, iName};
+        Names& siblings = mLive.at(iParent).children;
+        siblings.insert(siblings.begin(), made);
+        return made;
+    }
+
+    std::map<std::pair<SDS_Name*, std::string>, SDS_Name*> mByName; // live and dormant
+    std::deque<SDS_Name*> mFree;                                    // oldest first
+};
+
+#ifdef NDEBUG
+constexpr int cSteps = 500000;
+#else
+constexpr int cSteps = 100000;
+#endif
+
+TEST_F(NameRegistry, ARandomScriptGivesTheModelsNodesIdentitiesAndCounts)
+{
+    const unsigned seed = std::random_device()();
+    SCOPED_TRACE(seed);
+    std::mt19937 random(seed);
+    const SDS_IName holder("registry/model");
+    SDS_Name* const base = holder.GetID();
+    // So many are free that no cell is ever carved, whose identity nobody could foretell.
+    Names spare(450);
+    for (std::size_t i = 0; i < spare.size(); ++i)
+        Registry::ReserveName(base, std::to_string(i).c_str(), &spare[i]);
+    for (SDS_Name* const name : spare)
+        Registry::FreeName(name, nullptr);
+    Model model(base, spare.back());
+
+    const auto drawBase = [&] {
+        return random() % 4 != 0 || model.mLive.size() > 300
+                   ? base
+                   : std::next(model.mLive.begin(), random() % model.mLive.size())->first;
+    };
+    const auto drawPath = [&](std::string& oText) {
+        Path path(random() % 4);
+        oText = random() % 2 != 0 ? "/" : "";
+        for (std::string& name : path) {
+            name = random() % 100 != 0 ? std::string(1, "abcd"[random() % 4]) : std::string(32, 'x');
+            oText += name + (random() % 8 != 0 ? "/" : "//");
+        }
+        return path;
+    };
+    for (int step = 0; step < cSteps; ++step) {
+        SDS_Name *const fromA = drawBase(), *const fromB = drawBase();
+        std::string textA, textB;
+        const Path pathA = drawPath(textA), pathB = drawPath(textB);
+        SDS_Name *const a = model.Find(fromA, pathA), *b = model.Find(fromB, pathB);
+        SDS_Name* id = nullptr;
+        ESDSError result = eSDSErr_None;
+        bool success = a != nullptr;
+        switch (random() % 10) {
+        case 0:
+        case 1:
+        case 2:
+            result = Registry::ReserveName(fromA, textA.c_str(), &id);
+            if (SDS_Name* const made = model.FindOrMake(fromA, pathA); (success = made != nullptr)) {
+                ++model.mLive.at(made).reserved;
+                model.LetGo(made);
+                ASSERT_EQ(id, made) << step;
+            }
+            break;
+        case 3:
+        case 4:
+        case 5:
+            if (a == base) continue; // the holder's
+            result = Registry::FreeName(fromA, textA.c_str());
+            if ((success = a != nullptr && model.mLive.at(a).reserved > 0)) {
+                --model.mLive.at(a).reserved;
+                model.FreeUnlessHeld(a);
+            }
+            break;
+        case 6:
+            result = Registry::ConnectNames(fromA, textA.c_str(), fromB, textB.c_str());
+            if (SDS_Name* const madeA = model.FindOrMake(fromA, pathA); (success = madeA != nullptr)) {
+                SDS_Name* const madeB = model.FindOrMake(fromB, pathB);
+                success = madeB != nullptr;
+                if (success && model.Connect(madeA, madeB)) {
+                    --model.mLive.at(madeA).held;
+                    --model.mLive.at(madeB).held;
+                } else {
+                    model.LetGo(madeA);
+                    if (success) model.LetGo(madeB);
+                }
+            }
+            break;
+        case 7:
+        case 8:
+            // Drawn pairs are hardly ever connected.
+            if (a != nullptr && step % 8 != 0 && !model.mLive.at(a).connected.empty()) {
+                b = model.mLive.at(a).connected.back();
+                result = Registry::DisconnectNames(fromA, textA.c_str(), b, "");
+            } else {
+                result = Registry::DisconnectNames(fromA, textA.c_str(), fromB, textB.c_str());
+            }
+            if ((success = a != nullptr && b != nullptr) && std::erase(model.mLive.at(a).connected, b) != 0) {
+                std::erase(model.mLive.at(b).connected, a);
+                model.FreeUnlessHeld(a);
+                model.FreeUnlessHeld(b);
+            }
+            break;
+        case 9:
+            result = Registry::SetObject(fromA, textA.c_str(), &model.mLive);
+            if (success) model.mLive.at(a).object = &model.mLive;
+            break;
+        }
+        ASSERT_EQ(result == eSDSErr_None, success) << step;
+        if (step % 16 != 0) continue;
+        for (const auto& [name, node] : model.mLive) {
+            ASSERT_TRUE(name->mIsLive) << step;
+            ASSERT_EQ(name->mReserveCount, static_cast<int>(node.reserved) + (name == base ? 1 : 0)) << step;
+            ASSERT_EQ(name->mReferenceCount, static_cast<int>(node.children.size() + node.connected.size()))
+                << step;
+            ASSERT_EQ(name->mObject, node.object) << step;
+        }
+        SDS_Name* const drawn = drawBase();
+        Names connected = model.mLive.at(drawn).connected;
+        std::reverse(connected.begin(), connected.end());
+        ASSERT_EQ(Walked<SDS_ChildIterator>(drawn), model.mLive.at(drawn).children) << step;
+        ASSERT_EQ(Walked<SDS_ConnectionIterator>(drawn), connected) << step;
+    }
+    while (model.mLive.size() > 1) {
+        // One that is connected or reserved; those that are neither go with their children.
+        const auto found = std::find_if(model.mLive.begin(), model.mLive.end(), [&](const auto& iEntry) {
+            return iEntry.first != base && iEntry.second.reserved + iEntry.second.connected.size() > 0;
+        });
+        ASSERT_NE(found, model.mLive.end());
+        SDS_Name* const name = found->first;
+        auto& node = found->second;
+        SDS_Name* const other = node.connected.empty() ? nullptr : node.connected.front();
+        if (other != nullptr) {
+            ASSERT_EQ(Registry::DisconnectNames(name, nullptr, other, nullptr), eSDSErr_None);
+            std::erase(node.connected, other);
+            std::erase(model.mLive.at(other).connected, name);
+            model.FreeUnlessHeld(other);
+            model.FreeUnlessHeld(name);
+        } else {
+            ASSERT_EQ(Registry::FreeName(name, nullptr), eSDSErr_None);
+            --node.reserved;
+            model.FreeUnlessHeld(name);
+        }
+    }
+    while (model.mLive.at(base).reserved-- > 0)
+        Registry::FreeName(base, nullptr);
+    SDS_IName(base).BreakAllConnections();
+}
+
+} // namespace
