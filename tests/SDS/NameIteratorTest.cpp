@@ -104,6 +104,16 @@ TEST_F(NameIterator, WhereAnIteratorStandsTheNodeLives)
     children.Reset(nullptr);
 }
 
+TEST_F(NameIterator, ANodeWithoutChildrenIsHeldToo)
+{
+    SDS_ChildIterator children;
+    children.Reset(SDS_IName("it/alone").GetID());
+    EXPECT_FALSE(children.Valid());
+    EXPECT_NE(Find(nullptr, "it/alone"), nullptr);
+    children.Reset(nullptr);
+    EXPECT_EQ(Find(nullptr, "it/alone"), nullptr);
+}
+
 // Nodes by index, each with its peers, the newest connection first.
 using Graph = std::vector<std::vector<std::size_t>>;
 
