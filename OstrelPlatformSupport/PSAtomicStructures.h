@@ -50,6 +50,9 @@ public:
     // False when the queue is closed: the chain is as it was.
     bool PushChain(PSAtomicQueueLink& ioFirst, PSAtomicQueueLink& ioLast);
 
+    // The same for a chain that is linked from the newest to the oldest: what the queue wants, at no cost.
+    bool PushNewestFirst(PSAtomicQueueLink& ioNewest, PSAtomicQueueLink& ioOldest);
+
     // Takes everything and returns the oldest link; its `next` leads to the newest, whose `next` is null. Null when
     // the queue is empty, which costs one load.
     PSAtomicQueueLink* Drain();
@@ -73,7 +76,6 @@ public:
 private:
     // Turns a chain that ends with null round and returns its new first link.
     static PSAtomicQueueLink* Reverse(PSAtomicQueueLink* iFirst);
-    bool PushNewestFirst(PSAtomicQueueLink& ioNewest, PSAtomicQueueLink& ioOldest);
 
     alignas(cPSCacheLineBytes) TAtomic<PSAtomicQueueLink*> mHead{nullptr};
     PSAtomicQueueLink mClosed; // where mHead points in a closed queue; never followed

@@ -122,12 +122,12 @@ private:
         for (; i < iEnd && iHeard[i]->mQueue == &queue && !IsMailed(*iHeard[i]); ++i) {
             SDS_DeliveryElement& element = Filled(iCells[i], *iHeard[i]);
             element.mNumber = number;
-            if (last != nullptr) last->next = &element;
+            element.next = last;
             last = &element;
         }
         const auto sent = static_cast<Cmn_UInt32>(i - iFirst);
         SDS_InterleavingPoint();
-        if (queue.mInbound.PushChain(*iCells[iFirst], *last)) {
+        if (queue.mInbound.PushNewestFirst(*last, *iCells[iFirst])) {
             mUses -= sent;
             for (Cmn_UInt32 count = 0; count < sent; ++count)
                 queue.Signal();
