@@ -7,11 +7,12 @@
 #include "Kora/SDS/Source/SDS_TokenListener.h"
 #include "Kora/SDS/Source/SDS_TokenTask.h"
 #include "OstrelPlatformSupport/PSThread.h"
+#include "Support/AllocationCounter.h"
 
 #include <array>
 #include <memory>
-#include <numeric>
 #include <optional>
+#include <thread>
 
 namespace {
 
@@ -513,6 +514,31 @@ TEST_F(TokenDispatch, EachTokenSignalsTheClientEventUntilItIsTakenAway)
     Send(mA, {1, 1, 4});
     EXPECT_EQ(counter.count, 5);
     EXPECT_EQ(Drain(), Log({1, 1, 3, 4, 4}));
+}
+
+// Another thread holds the dispatcher's section and the task's meanwhile.
+TEST_F(TokenDispatch, ADispatchNeitherAllocatesNorLocks)
+{
+    EXPECT_TRUE(gPSAtomicStructures.IsLockFree() && SDS_TokenPool::IsLockFree());
+    const Recorder ordinary(&mTask, mA, mLog);
+    const Recorder latest(&mTask, mA, mLog, {0, 0, true});
+    const std::unique_ptr<PSEvent> held = gPSThread.CreateAutoResetEvent("held");
+    const std::unique_ptr<PSEvent> done = gPSThread.CreateAutoResetEvent("done");
+    std::thread holder([&] {
+        const SDS_ITokenTask::StHaltProcessing halted(&mTask);
+        const IPSSyncPrim::StEnter section(*SDS_TokenDispatcher::GetCriticalSection());
+        held->Signal();
+        done->Wait(IPSSyncPrim::cWaitForever);
+    });
+    held->Wait(IPSSyncPrim::cWaitForever);
+    const AllocationCounter allocations;
+    for (int i = 0; i < 1200; ++i)
+        Send(mA, {1, 1, i}); // beyond what the pool has
+    EXPECT_EQ(allocations.Count(), 0);
+    EXPECT_FALSE(mTask.ProcessTokens(0, Time_Sample(0), 0));
+    done->Signal();
+    holder.join();
+    EXPECT_GE(Drain().size(), 1000u);
 }
 
 // More than one visit to the pool serves.
