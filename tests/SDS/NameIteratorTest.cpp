@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <memory>
 #include <random>
-#include <set>
 
 namespace {
 
@@ -33,26 +32,20 @@ TEST_F(NameIterator, EachKindMovesForwardAndPastItsEndOnce)
     SDS_Name* const root = Find(nullptr, "/");
     struct Row
     {
-        const char* kind;
         std::unique_ptr<SDS_NameIterator> iterator;
         Names items;
         ESDSError first;
     };
+    using R = SDS_NameRegistry;
     Row rows[] = {
-        {"children",
-         Got(&SDS_NameRegistry::GetChildIterator),
-         {child2.GetID(), child1.GetID()},
-         eSDSErr_NotSupported                                                                                 },
-        {"parents",  Got(&SDS_NameRegistry::GetParentIterator),     {name.GetID(), root}, eSDSErr_NotSupported},
-        {"peers",    Got(&SDS_NameRegistry::GetConnectionIterator), {peer.GetID()},       eSDSErr_None        },
-        {"closure",
-         Got(&SDS_NameRegistry::GetConnectionClosureIterator),
-         {peer.GetID(), name.GetID()},
-         eSDSErr_None                                                                                         },
+        {Got(&R::GetChildIterator),             {child2.GetID(), child1.GetID()}, eSDSErr_NotSupported},
+        {Got(&R::GetParentIterator),            {name.GetID(), root},             eSDSErr_NotSupported},
+        {Got(&R::GetConnectionIterator),        {peer.GetID()},                   eSDSErr_None        },
+        {Got(&R::GetConnectionClosureIterator), {peer.GetID(), name.GetID()},     eSDSErr_None        },
     };
     EXPECT_EQ(SDS_NameRegistry::ResetNameIterator(nullptr, "it", nullptr), eSDSErr_OutOfMemory);
     for (Row& row : rows) {
-        SCOPED_TRACE(row.kind);
+        SCOPED_TRACE(&row - rows);
         SDS_NameIterator& it = *row.iterator;
         EXPECT_EQ(it.Item(), row.items[0]);
         EXPECT_EQ(it.Previous(), eSDSErr_NotSupported);
