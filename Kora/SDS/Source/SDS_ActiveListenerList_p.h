@@ -36,8 +36,8 @@ struct SDS_ActiveListener
     std::atomic<SDS_TokenListener*> mListener{nullptr};
     // Written under the section.
     std::atomic<bool> mLatest{false};
-    // The consumer's own.
-    SDS_DeliveryElement* mNewestPending = nullptr;
+    // On lines of their own: producers read the above for each token, while the consumer writes here.
+    alignas(cPSCacheLineBytes) SDS_DeliveryElement* mNewestPending = nullptr; // the consumer's
     SDS_BasicMailbox<SDS_Atomic, SDS_DeliveryElement> mMailbox;
     SDS_DeliveryElement mNotice{};
     // The listener's chain; under the section.

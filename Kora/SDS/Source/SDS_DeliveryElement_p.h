@@ -26,6 +26,7 @@ struct SDS_DeliveryElement : PSAtomicQueueLink // next in the inbound queue, the
     SDS_ActiveListenerList* mList;
     Cmn_UInt64 mNumber; // its place in the order of the task's queue
     Kind mKind;
+    bool mIsLatest; // while pending: newer ones drop it
 
     SDS_DeliveryElement* GetNext() const { return static_cast<SDS_DeliveryElement*>(next); }
     SDS_Token* GetToken() { return reinterpret_cast<SDS_Token*>(this + 1); }

@@ -87,16 +87,25 @@ SDS_DeliveryQueue::~SDS_DeliveryQueue()
     mBlock->Release();
 }
 
+// Whether the first pending token may be handed out without a look at the queue: nothing that has come in since would stand
+// before it, nor drop it. A look takes the queue's line from the producers.
+bool SDS_DeliveryQueue::HeadIsSettled() const
+{
+    return mHead != nullptr && mLatestPending == 0 && mHead->mNumber <= mSettled;
+}
+
 SDS_DeliveryElement* SDS_DeliveryQueue::TakeNext(SDS_ReleaseBatch& ioBatch, SDS_TokenListener*& oListener)
 {
     for (;;) {
-        // Read before the queue is drained: what was sent before a token with a number up to this has arrived then.
-        const Cmn_UInt64 settled = mBlock->mNumber.load();
-        SDS_InterleavingPoint();
-        Drain(ioBatch);
+        if (!HeadIsSettled()) {
+            // Read before the queue is drained: what was sent before a token with a number up to this has arrived then.
+            mSettled = mBlock->mNumber.load();
+            SDS_InterleavingPoint();
+            Drain(ioBatch);
+            if (mHead == nullptr) break;
+            if (mHead->mNumber > mSettled) continue;
+        }
         SDS_DeliveryElement* const element = mHead;
-        if (element == nullptr) break;
-        if (element->mNumber > settled) continue;
         Unlink(*element);
         oListener = element->mActiveListener->mListener.load(std::memory_order_acquire);
         if (oListener != nullptr) return element;
@@ -145,13 +154,14 @@ void SDS_DeliveryQueue::Arrive(SDS_DeliveryElement& ioElement, SDS_ReleaseBatch&
         ioBatch.Release(ioElement);
         return;
     }
-    if (active.mLatest.load(std::memory_order_relaxed) && active.mNewestPending != nullptr) {
+    const bool isLatest = active.mLatest.load(std::memory_order_relaxed);
+    if (isLatest && active.mNewestPending != nullptr) {
         SDS_DeliveryElement& older = *active.mNewestPending;
         Unlink(older);
         ioBatch.Release(older);
     }
     if (mTail != nullptr) ioElement.mNumber = std::max(ioElement.mNumber, mTail->mNumber);
-    InsertBefore(ioElement, nullptr);
+    InsertBefore(ioElement, nullptr, isLatest);
     active.mNewestPending = &ioElement;
 }
 
@@ -178,13 +188,16 @@ void SDS_DeliveryQueue::TakeMailbox(SDS_ActiveListener& ioActive, SDS_ReleaseBat
     {
         next = before;
     }
-    InsertBefore(*content, next);
+    InsertBefore(*content, next, true);
     ioActive.mNewestPending = content;
 }
 
 // Null: at the end.
-void SDS_DeliveryQueue::InsertBefore(SDS_DeliveryElement& ioElement, SDS_DeliveryElement* ioNext)
+void SDS_DeliveryQueue::InsertBefore(SDS_DeliveryElement& ioElement, SDS_DeliveryElement* ioNext,
+                                     bool iIsLatest)
 {
+    ioElement.mIsLatest = iIsLatest;
+    if (iIsLatest) ++mLatestPending;
     SDS_DeliveryElement* const previous = ioNext != nullptr ? ioNext->mPrevious : mTail;
     ioElement.next = ioNext;
     ioElement.mPrevious = previous;
@@ -198,6 +211,7 @@ void SDS_DeliveryQueue::InsertBefore(SDS_DeliveryElement& ioElement, SDS_Deliver
 
 void SDS_DeliveryQueue::Unlink(SDS_DeliveryElement& ioElement)
 {
+    if (ioElement.mIsLatest) --mLatestPending;
     SDS_DeliveryElement* const next = ioElement.GetNext();
     if (ioElement.mPrevious != nullptr)
         ioElement.mPrevious->next = next;

@@ -115,7 +115,8 @@ private:
     void Drain(SDS_ReleaseBatch& ioBatch);
     void Arrive(SDS_DeliveryElement& ioElement, SDS_ReleaseBatch& ioBatch);
     void TakeMailbox(SDS_ActiveListener& ioActive, SDS_ReleaseBatch& ioBatch);
-    void InsertBefore(SDS_DeliveryElement& ioElement, SDS_DeliveryElement* ioNext);
+    void InsertBefore(SDS_DeliveryElement& ioElement, SDS_DeliveryElement* ioNext, bool iIsLatest);
+    bool HeadIsSettled() const;
     void Unlink(SDS_DeliveryElement& ioElement);
     void GrowPool();
 
@@ -125,4 +126,6 @@ private:
     SDS_DeliveryElement* mHead = nullptr;
     SDS_DeliveryElement* mTail = nullptr;
     std::atomic<Cmn_UInt32> mPendingCount{0}; // written by the consumer
+    Cmn_UInt32 mLatestPending = 0;            // of them, those for latest listeners
+    Cmn_UInt64 mSettled = 0;                  // the block's number before the last drain
 };

@@ -54,17 +54,13 @@ public:
             ++mNext;
         if (mNext >= mEnd) return false;
         oText = SDS_NameText();
-        for (Cmn_UInt64& word : oText.mWords) {
-            std::memcpy(&word, mNext, sizeof(word));
-            const Cmn_UInt64 slashes = SlashesIn(word);
-            if (slashes == 0) {
-                mNext += sizeof(word);
-                continue;
-            }
-            // The first bytes are the low ones: these processors are little-endian.
-            const int bytes = std::countr_zero(slashes) / 8;
-            word &= (Cmn_UInt64{1} << (8 * bytes)) - 1;
-            mNext += bytes;
+        bool ended = false;
+        // Unrolled by hand, so that the words stay in registers.
+        ended = ended || TakeWord(oText.mWords[0]);
+        ended = ended || TakeWord(oText.mWords[1]);
+        ended = ended || TakeWord(oText.mWords[2]);
+        ended = ended || TakeWord(oText.mWords[3]);
+        if (ended) {
             mHash = SDS_NameStore::HashBelow(mHash, oText);
             return true;
         }
@@ -74,6 +70,19 @@ public:
     Cmn_UInt32 GetHash() const { return mHash; }
 
 private:
+    // Takes up to eight bytes of the name; true when it ends there.
+    bool TakeWord(Cmn_UInt64& oWord)
+    {
+        Cmn_UInt64 word = 0;
+        std::memcpy(&word, mNext, sizeof(word));
+        const Cmn_UInt64 slashes = SlashesIn(word);
+        // The first bytes are the low ones: these processors are little-endian.
+        const int bytes = slashes != 0 ? std::countr_zero(slashes) / 8 : 8;
+        oWord = slashes != 0 ? word & ((Cmn_UInt64{1} << (8 * bytes)) - 1) : word;
+        mNext += bytes;
+        return slashes != 0;
+    }
+
     const char* mNext = nullptr;
     const char* mEnd = nullptr;
     Cmn_UInt32 mHash;

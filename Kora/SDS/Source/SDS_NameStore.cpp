@@ -5,6 +5,7 @@
 
 #include <bit>
 #include <new>
+#include <utility>
 
 namespace {
 
@@ -15,42 +16,37 @@ struct FreeList
 };
 
 // All of it belongs to whoever uses the registry, one thread at a time.
-SDS_Name** sTable = nullptr;
-std::size_t sTableSize = 0;
 std::size_t sCellCount = 0;
 SDS_Name* sBlockCursor = nullptr;
 SDS_Name* sBlockEnd = nullptr;
 FreeList sFree;
 SDS_ConnectionRecord* sFreeRecords = nullptr; // linked through mNextOfA
 
-SDS_Name*& ChainOf(Cmn_UInt32 iHash) { return sTable[iHash & (sTableSize - 1)]; }
-
 void PutInTable(SDS_Name& ioName)
 {
-    SDS_Name*& chain = ChainOf(ioName.mHash);
+    SDS_Name*& chain = SDS_NameStore::ChainOf(ioName.mHash);
     ioName.mNextInTable = chain;
     chain = &ioName;
 }
 
 void TakeFromTable(SDS_Name& ioName)
 {
-    SDS_Name** link = &ChainOf(ioName.mHash);
+    SDS_Name** link = &SDS_NameStore::ChainOf(ioName.mHash);
     while (*link != &ioName)
         link = &(*link)->mNextInTable;
     *link = ioName.mNextInTable;
 }
 
-// A table for so many cells; false when there is no memory.
+// A table for so many cells, with four chains for each: a second name in a chain is a branch that nobody can foresee. False when there is no memory.
 bool GrowTable(std::size_t iCells)
 {
-    const std::size_t size = std::bit_ceil(iCells);
-    if (size <= sTableSize) return true;
+    const std::size_t size = std::bit_ceil(4 * iCells);
+    const std::size_t sizeBefore = SDS_NameStore::sTable != nullptr ? SDS_NameStore::sTableMask + 1 : 0;
+    if (size <= sizeBefore) return true;
     SDS_Name** const table = new (std::nothrow) SDS_Name*[size]();
     if (table == nullptr) return false;
-    SDS_Name** const before = sTable;
-    const std::size_t sizeBefore = sTableSize;
-    sTable = table;
-    sTableSize = size;
+    SDS_Name** const before = std::exchange(SDS_NameStore::sTable, table);
+    SDS_NameStore::sTableMask = size - 1;
     for (std::size_t i = 0; i < sizeBefore; ++i) {
         for (SDS_Name* name = before[i]; name != nullptr;) {
             SDS_Name* const next = name->mNextInTable;
@@ -174,24 +170,6 @@ void SDS_NameRelease(SDS_Name& ioName)
 }
 
 bool SDS_NameStore::Init() { return AddBlock(cFirstBlock); }
-
-// Sums of products, whose high half depends on every bit; folded, and multiplied once more so that the high bits do too.
-Cmn_UInt32 SDS_NameStore::HashBelow(Cmn_UInt32 iHash, const SDS_NameText& iText)
-{
-    const Cmn_UInt64* const words = iText.mWords;
-    const Cmn_UInt64 low = (words[0] + iHash) * 0x9E3779B97F4A7C15u + words[1] * 0xC2B2AE3D27D4EB4Fu;
-    const Cmn_UInt64 high = words[2] * 0x165667B19E3779F9u + words[3] * 0xD6E8FEB86659FD93u;
-    const Cmn_UInt64 sum = low ^ std::rotl(high, 29);
-    return static_cast<Cmn_UInt32>((sum ^ (sum >> 32)) * 0xFF51AFD7ED558CCDu >> 32);
-}
-
-SDS_Name* SDS_NameStore::Find(const SDS_Name& iParent, const SDS_NameText& iText, Cmn_UInt32 iHash)
-{
-    for (SDS_Name* name = ChainOf(iHash); name != nullptr; name = name->mNextInTable) {
-        if (name->mHash == iHash && name->mParent == &iParent && name->mText == iText) return name;
-    }
-    return nullptr;
-}
 
 SDS_Name* SDS_NameStore::Create(SDS_Name& ioParent, const SDS_NameText& iText, Cmn_UInt32 iHash)
 {

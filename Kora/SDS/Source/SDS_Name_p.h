@@ -51,7 +51,12 @@ struct SDS_NameText
 
     char* Text() { return reinterpret_cast<char*>(mWords); }
     const char* Text() const { return reinterpret_cast<const char*>(mWords); }
-    bool operator==(const SDS_NameText&) const = default;
+    // Word by word: a text that was just put together comes from registers then.
+    bool operator==(const SDS_NameText& iOther) const
+    {
+        return mWords[0] == iOther.mWords[0] && mWords[1] == iOther.mWords[1] &&
+               mWords[2] == iOther.mWords[2] && mWords[3] == iOther.mWords[3];
+    }
 };
 
 struct alignas(64) SDS_Name

@@ -60,6 +60,7 @@ public:
 
     ESDSError Serve()
     {
+        if (mList.mCount == 1) return ServeOnly(*mList.mFirst);
         SDS_ActiveListener* active = mList.mFirst;
         while (active != nullptr) {
             SDS_ActiveListener* heard[cServedAtOnce];
@@ -74,12 +75,39 @@ public:
     }
 
 private:
+    // Most nodes have one listener: this way spares what several need.
+    ESDSError ServeOnly(SDS_ActiveListener& ioActive)
+    {
+        if (!ioActive.Hears(mToken)) return eSDSErr_None;
+        SDS_DeliveryElement* const cell = mPool.Allocate(NeededBytes());
+        if (cell == nullptr) return eSDSErr_TokenPoolFull;
+        SDS_DeliveryElement& element = Filled(cell, ioActive);
+        if (IsMailed(ioActive)) {
+            Mail(ioActive, element);
+            return eSDSErr_None;
+        }
+        SDS_QueueBlock& queue = *ioActive.mQueue;
+        element.mNumber = queue.mNumber.load();
+        SDS_InterleavingPoint();
+        if (queue.mInbound.Push(element)) {
+            --mUses;
+            queue.Signal();
+        } else {
+            mPool.Free(cell);
+        }
+        return eSDSErr_None;
+    }
+
+    std::size_t NeededBytes() const
+    {
+        return sizeof(SDS_DeliveryElement) + static_cast<std::size_t>(mToken.size);
+    }
+
     // False when there were not cells for all.
     bool ServeSome(SDS_ActiveListener* const* iHeard, std::size_t iCount)
     {
         SDS_DeliveryElement* cells[cServedAtOnce];
-        const std::size_t bytes = sizeof(SDS_DeliveryElement) + static_cast<std::size_t>(mToken.size);
-        const std::size_t got = mPool.AllocateMany(bytes, cells, iCount);
+        const std::size_t got = mPool.AllocateMany(NeededBytes(), cells, iCount);
         for (std::size_t i = 0; i < got;) {
             SDS_ActiveListener& active = *iHeard[i];
             if (IsMailed(active)) {
