@@ -1,4 +1,5 @@
 #include "Kora/Kora_Init.h"
+#include "Kora/SDS/Source/SDS_NameRegistry.h"
 #include "Kora/Sys/Sys_Trace.h"
 #include "Kora/Time/Time_Typed.h"
 
@@ -39,9 +40,14 @@ TEST(KoraInit, PairsAreCountedTracedAndBuildOnce)
     Time_Typed::SetMaxSessionSample(Time_Sample(1000));
     Kora_Init::Init();
     EXPECT_EQ(Kora_Init::sInitializedCount, 2);
+    SDS_Name* kept = nullptr;
+    ASSERT_EQ(SDS_NameRegistry::ReserveName(nullptr, "kept", &kept), eSDSErr_None);
     Kora_Init::Free();
     Kora_Init::Free();
     Kora_Init::Init();
+    SDS_Name* found = nullptr;
+    EXPECT_EQ(SDS_NameRegistry::GetNameId(nullptr, "kept", &found), eSDSErr_None) << "so do names";
+    EXPECT_EQ(found, kept);
     EXPECT_EQ(Time_Typed::GetMaxSessionSample(), Time_Sample(1000));
     EXPECT_EQ(Time_Typed::MaxTime(Time_eType_Ticks), last);
 

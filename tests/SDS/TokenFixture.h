@@ -101,21 +101,22 @@ protected:
     }
     static std::size_t FreeCells()
     {
-        std::size_t count = 0;
-        const SDS_TokenPool& pool = SDS_TokenDispatcher::GetTokenPool();
-        for (unsigned i = 0; i < pool.GetClassCount(); ++i)
-            count += pool.GetFreeCount(i);
-        return count;
+        return Sum([](const SDS_TokenPool& iPool, unsigned i) { return iPool.GetFreeCount(i); });
     }
 
 private:
     static std::size_t AllCells()
     {
-        std::size_t count = 0;
+        return Sum([](const SDS_TokenPool& iPool, unsigned i) { return iPool.GetCellCount(i); });
+    }
+    template <class TCount>
+    static std::size_t Sum(TCount iCount)
+    {
+        std::size_t sum = 0;
         const SDS_TokenPool& pool = SDS_TokenDispatcher::GetTokenPool();
         for (unsigned i = 0; i < pool.GetClassCount(); ++i)
-            count += pool.GetCellCount(i);
-        return count;
+            sum += iCount(pool, i);
+        return sum;
     }
     std::size_t GrownCells() const { return AllCells() - mAllBefore; }
 

@@ -6,6 +6,7 @@
 #include "Kora/SDS/Source/SDS_TokenDispatcher.h"
 #include "Kora/SDS/Source/SDS_TokenListener.h"
 #include "Kora/SDS/Source/SDS_TokenTask.h"
+#include "Kora/SDS/Source/SDS_TokenTracker.h"
 #include "OstrelPlatformSupport/PSThread.h"
 
 namespace {
@@ -117,6 +118,8 @@ bool SDS_ITokenTask::ProcessTokens(Cmn_Int32 iBudgetMsec, const Time_Sample& iSa
         const StInHand inHand(batch, *element);
         taken = true;
         void* const taskVal = listener->GetTaskVal();
+        SDS_TokenTracker::TrackTokenDelivery(mTask.get(), listener, taskVal, element->GetToken(),
+                                             "ProcessTokens");
         if (taskVal != nullptr) static_cast<SDS_ITokenListener*>(taskVal)->HandleToken(element->GetToken());
     } while (!budget.IsUsedUp());
     return taken;

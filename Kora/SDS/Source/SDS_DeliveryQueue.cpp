@@ -4,6 +4,7 @@
 #include "Kora/SDS/Source/SDS_TokenDispatcher.h"
 #include "Kora/SDS/Source/SDS_TokenListener.h"
 #include "Kora/SDS/Source/SDS_TokenTask.h"
+#include "Kora/SDS/Source/SDS_TokenTracker.h"
 #include "OstrelPlatformSupport/IPSSyncPrim.h"
 
 #include <algorithm>
@@ -156,13 +157,20 @@ void SDS_DeliveryQueue::Arrive(SDS_DeliveryElement& ioElement, SDS_ReleaseBatch&
     }
     const bool isLatest = active.mLatest.load(std::memory_order_relaxed);
     if (isLatest && active.mNewestPending != nullptr) {
-        SDS_DeliveryElement& older = *active.mNewestPending;
-        Unlink(older);
-        ioBatch.Release(older);
+        Drop(*active.mNewestPending, ioElement, ioBatch);
     }
     if (mTail != nullptr) ioElement.mNumber = std::max(ioElement.mNumber, mTail->mNumber);
     InsertBefore(ioElement, nullptr, isLatest);
     active.mNewestPending = &ioElement;
+}
+
+// A pending token of a latest listener, for a newer one.
+void SDS_DeliveryQueue::Drop(SDS_DeliveryElement& ioOlder, SDS_DeliveryElement& iNewer,
+                             SDS_ReleaseBatch& ioBatch)
+{
+    SDS_TokenTracker::TrackTokenDropped(iNewer.GetToken(), iNewer.mActiveListener, ioOlder.GetToken(), false);
+    Unlink(ioOlder);
+    ioBatch.Release(ioOlder);
 }
 
 void SDS_DeliveryQueue::TakeMailbox(SDS_ActiveListener& ioActive, SDS_ReleaseBatch& ioBatch)
@@ -178,10 +186,7 @@ void SDS_DeliveryQueue::TakeMailbox(SDS_ActiveListener& ioActive, SDS_ReleaseBat
         return;
     }
     listener->NoteMail(content->mNumber);
-    if (older != nullptr) {
-        Unlink(*older);
-        ioBatch.Release(*older);
-    }
+    if (older != nullptr) Drop(*older, *content, ioBatch);
     SDS_DeliveryElement* next = nullptr;
     for (SDS_DeliveryElement* before = mTail; before != nullptr && before->mNumber >= content->mNumber;
          before = before->mPrevious)

@@ -114,6 +114,7 @@ public:
 private:
     void Drain(SDS_ReleaseBatch& ioBatch);
     void Arrive(SDS_DeliveryElement& ioElement, SDS_ReleaseBatch& ioBatch);
+    void Drop(SDS_DeliveryElement& ioOlder, SDS_DeliveryElement& iNewer, SDS_ReleaseBatch& ioBatch);
     void TakeMailbox(SDS_ActiveListener& ioActive, SDS_ReleaseBatch& ioBatch);
     void InsertBefore(SDS_DeliveryElement& ioElement, SDS_DeliveryElement* ioNext, bool iIsLatest);
     bool HeadIsSettled() const;

@@ -135,6 +135,7 @@ private:
         SDS_Token* const copy = element->GetToken();
         CopyToken(copy, &mToken, static_cast<std::size_t>(mToken.size));
         copy->element = element;
+        SDS_TokenTracker::TrackTokenDeliveryQueue(copy, &iActive);
         return *element;
     }
 
@@ -178,6 +179,10 @@ private:
         SDS_DeliveryElement* const replaced = ioActive.mMailbox.Post(&ioElement, queueNotice);
         --mUses;
         SDS_InterleavingPoint();
+        if (replaced != nullptr) {
+            // The new one is the consumer's by now; the caller's token tells as much.
+            SDS_TokenTracker::TrackTokenDropped(&mToken, &ioActive, replaced->GetToken(), true);
+        }
         TakeBack(replaced);
         if (!queueNotice) {
             ++mUses;

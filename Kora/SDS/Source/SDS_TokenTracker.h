@@ -51,7 +51,8 @@ public:
     {
         return eSDSErr_None;
     }
-    static ESDSError TrackTokenDropped(SDS_Token*, SDS_ActiveListener*, SDS_Token*, bool)
+    // A newer token for a latest listener puts an older one aside; true: on the producer's side.
+    static ESDSError TrackTokenDropped(const SDS_Token*, SDS_ActiveListener*, SDS_Token*, bool)
     {
         return eSDSErr_None;
     }
