@@ -111,22 +111,23 @@ TEST_F(NameRegistry, CountsStopAt32767AndARefusalChangesNothing)
     for (int i = 1; i < cLimit; ++i)
         ASSERT_EQ(Registry::FreeName(full.GetID(), ""), eSDSErr_None);
 
-    // A rebuild holds the node twice, the making of a child once.
+    // The making of a child holds its parent once, that of a connection both of its nodes.
     const auto reserve = [&](int i) {
         return Registry::ReserveName(full.GetID(), std::to_string(i).c_str(), &id);
     };
-    for (int i = 0; i < cLimit - 3; ++i)
+    for (int i = 0; i < cLimit - 2; ++i)
         ASSERT_EQ(reserve(i), eSDSErr_None);
-    EXPECT_EQ(full.ConnectTo(&other), eSDSErr_None);
+    for (const char* const last : {"registry/other", "registry/third"})
+        EXPECT_EQ(Registry::ConnectNames(full.GetID(), "", nullptr, last), eSDSErr_None);
     before = Registry::Dump();
-    EXPECT_EQ(Registry::ConnectNames(full.GetID(), "", nullptr, "registry/third"), eSDSErr_OutOfMemory);
+    EXPECT_EQ(Registry::ConnectNames(full.GetID(), "", nullptr, "registry/fourth"), eSDSErr_OutOfMemory);
+    EXPECT_EQ(Registry::ConnectNames(nullptr, "a/b", full.GetID(), ""), eSDSErr_OutOfMemory);
     EXPECT_EQ(Registry::Dump(), before);
-    EXPECT_EQ(full.BreakAllConnections(), eSDSErr_None);
-    EXPECT_EQ(reserve(cLimit - 3), eSDSErr_None);
+    EXPECT_EQ(full.DisconnectFrom(&other), eSDSErr_None) << "a rebuild holds nothing";
+    EXPECT_EQ(Registry::DisconnectNames(nullptr, "registry/third", full.GetID(), ""), eSDSErr_None);
     EXPECT_EQ(reserve(cLimit - 2), eSDSErr_None);
     before = Registry::Dump();
     EXPECT_EQ(reserve(cLimit - 1), eSDSErr_OutOfMemory);
-    EXPECT_EQ(Registry::ConnectNames(nullptr, "a/b", full.GetID(), ""), eSDSErr_OutOfMemory);
     SDS_ConnectionClosureIterator closure;
     EXPECT_EQ(closure.Reset(full.GetID()), eSDSErr_OutOfMemory);
     SDS_ChildIterator children, more;

@@ -17,6 +17,9 @@ public:
     ESDSError Reset(SDS_Name* iName) override;
 
 protected:
+    // iHolds false: the nodes are not held; for a walk under the dispatcher's section during which none can be freed.
+    explicit SDS_CachingNameIterator(bool iHolds = true);
+
     struct Entry
     {
         SDS_Name* name;
@@ -36,5 +39,9 @@ protected:
     Entry* mHead = nullptr;
 
 private:
+    bool Hold(SDS_Name& ioName) const;
+    void LetGo(SDS_Name& ioName) const;
+
+    const bool mHolds;
     Entry* mCurrent = nullptr;
 };

@@ -9,6 +9,7 @@
 class KORA_API SDS_ConnectionClosureIterator : public SDS_CachingNameIterator
 {
 public:
+    explicit SDS_ConnectionClosureIterator(bool iHolds = true);
     ~SDS_ConnectionClosureIterator() override;
 
 protected:

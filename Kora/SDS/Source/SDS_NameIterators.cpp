@@ -90,6 +90,18 @@ void* SDS_ParentIterator::Item() { return mValid ? mName : nullptr; }
 
 // Lists gathered beforehand.
 
+SDS_CachingNameIterator::SDS_CachingNameIterator(bool iHolds)
+    : mHolds(iHolds)
+{
+}
+
+bool SDS_CachingNameIterator::Hold(SDS_Name& ioName) const { return !mHolds || SDS_NameAddReference(ioName); }
+
+void SDS_CachingNameIterator::LetGo(SDS_Name& ioName) const
+{
+    if (mHolds) SDS_NameRelease(ioName);
+}
+
 SDS_CachingNameIterator::~SDS_CachingNameIterator() { FreeConnectionList(); }
 
 void SDS_CachingNameIterator::FreeConnectionList()
@@ -99,7 +111,7 @@ void SDS_CachingNameIterator::FreeConnectionList()
     while (Entry* const entry = mHead) {
         mHead = entry->next;
         entry->name->mVisited = 0;
-        SDS_NameRelease(*entry->name);
+        LetGo(*entry->name);
         delete entry;
     }
 }
@@ -108,7 +120,7 @@ SDS_CachingNameIterator::Entry* SDS_CachingNameIterator::Push(SDS_Name* iName)
 {
     Entry* const entry = new (std::nothrow) Entry{iName, mHead, nullptr, nullptr};
     if (entry == nullptr) return nullptr;
-    if (!SDS_NameAddReference(*iName)) {
+    if (!Hold(*iName)) {
         delete entry;
         return nullptr;
     }
@@ -118,14 +130,14 @@ SDS_CachingNameIterator::Entry* SDS_CachingNameIterator::Push(SDS_Name* iName)
 
 ESDSError SDS_CachingNameIterator::Reset(SDS_Name* iName)
 {
-    if (iName != nullptr && !SDS_NameAddReference(*iName)) {
+    if (iName != nullptr && !Hold(*iName)) {
         FreeConnectionList();
         return eSDSErr_OutOfMemory;
     }
     FreeConnectionList();
     const ESDSError result = Set(iName);
     if (result != eSDSErr_None) FreeConnectionList();
-    if (iName != nullptr) SDS_NameRelease(*iName);
+    if (iName != nullptr) LetGo(*iName);
     return result;
 }
 
@@ -156,6 +168,11 @@ ESDSError SDS_ConnectionIterator::Set(SDS_Name* iName)
         if (Push(record->OtherThan(iName)) == nullptr) return eSDSErr_OutOfMemory;
     }
     return First();
+}
+
+SDS_ConnectionClosureIterator::SDS_ConnectionClosureIterator(bool iHolds)
+    : SDS_CachingNameIterator(iHolds)
+{
 }
 
 SDS_ConnectionClosureIterator::~SDS_ConnectionClosureIterator() = default;

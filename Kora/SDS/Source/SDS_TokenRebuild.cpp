@@ -108,7 +108,8 @@ ESDSError SDS_TokenDispatcher::RebuildActiveListenerList(SDS_Name* iName, bool i
 {
     if (iName == nullptr) return eSDSErr_InvalidName;
     const IPSSyncPrim::StEnter section(*State::fCS);
-    SDS_ConnectionClosureIterator closure;
+    // Unheld, so that nodes at the limit of their references can still be rebuilt, and parted.
+    SDS_ConnectionClosureIterator closure(false);
     if (const ESDSError result = closure.Reset(iName); result != eSDSErr_None) return result;
     if (!iForce && State::fTokensPausedCount.load() >= 1) {
         ForEach(closure, PutOnBatchList);
