@@ -461,6 +461,34 @@ TEST_F(TokenDispatch, AHandlerMaySendAndMayDestroyListeners)
     EXPECT_EQ(Drain(), Log({99}));
 }
 
+// What a handler sends counts at once: the older token, which waits behind the one in hand, is dropped.
+TEST_F(TokenDispatch, ANewerTokenDropsAPendingOneOfALatestListener)
+{
+    struct Echo : Recorder
+    {
+        Echo(SDS_ITokenTask& iTask, SDS_IName& iName, Log& ioLog)
+            : Recorder(&iTask, iName, ioLog, {8, 0, false})
+            , mName(iName)
+        {
+        }
+        void HandleToken(SDS_Token* iToken) override
+        {
+            Recorder::HandleToken(iToken);
+            Send(mName, {7, 0, 10 * TestToken::Of(iToken).sequence});
+        }
+        SDS_IName& mName;
+    };
+    for (const Cmn_Int32 priority : {0, 16}) {
+        SDS_ITokenTask task(priority);
+        task.ResumeProcessing();
+        const Recorder latest(&task, mA, mLog, {7, 0, true});
+        const Echo echo(task, mA, mLog);
+        Send(mA, {8, 0, 1});
+        Send(mA, {7, 0, 2});
+        EXPECT_EQ(Drained(task, mLog), Log({1, 10})) << "priority " << priority;
+    }
+}
+
 TEST_F(TokenDispatch, AMultiListenerHearsItsTypesInTheOrderSent)
 {
     struct Multi : SDS_IMultiTokenListener
