@@ -13,7 +13,7 @@
 // Words:      mHead is the only shared one. A push writes its link's `next` and publishes it with the
 //             compare-and-swap; Drain takes all with one exchange. Nothing is taken from the middle, so a head that
 //             went away and came back means the same as before.
-// Threads:    Push, PushChain, IsEmpty: any. Drain: any as well, but the order holds only within what one call got.
+// Threads:    Push, PushNewestFirst, IsEmpty: any. Drain: any as well, but the order holds only within what one call got.
 // Ownership:  links are the callers'. A link belongs to the queue from its push to the drain that returns it.
 // Real time:  nothing is allocated, nobody waits: a push tries again only when another one has succeeded. All words
 //             are sequentially consistent: who pushes and then looks whether the consumer sleeps, and who announces
@@ -45,12 +45,8 @@ public:
     // the queue is closed.
     bool Push(PSAtomicQueueLink& ioLink) { return PushNewestFirst(ioLink, ioLink); }
 
-    // Adds all from ioFirst along `next` to ioLast, oldest first, with one compare-and-swap: no other link comes to
-    // stand between them. ioLast must be reachable from ioFirst; what its `next` held is lost.
-    // False when the queue is closed: the chain is as it was.
-    bool PushChain(PSAtomicQueueLink& ioFirst, PSAtomicQueueLink& ioLast);
-
-    // The same for a chain that is linked from the newest to the oldest: what the queue wants, at no cost.
+    // Adds a chain that is linked from the newest to the oldest, with one compare-and-swap: no other link comes to stand
+    // between them. What ioOldest's `next` held is lost. False when the queue is closed.
     bool PushNewestFirst(PSAtomicQueueLink& ioNewest, PSAtomicQueueLink& ioOldest);
 
     // Takes everything and returns the oldest link; its `next` leads to the newest, whose `next` is null. Null when
@@ -125,17 +121,6 @@ bool PSBasicAtomicQueue<TAtomic>::PushNewestFirst(PSAtomicQueueLink& ioNewest, P
         ioOldest.next = head;
     } while (!mHead.compare_exchange_weak(head, &ioNewest));
     return true;
-}
-
-template <template <class> class TAtomic>
-bool PSBasicAtomicQueue<TAtomic>::PushChain(PSAtomicQueueLink& ioFirst, PSAtomicQueueLink& ioLast)
-{
-    ioLast.next = nullptr;
-    Reverse(&ioFirst);
-    if (PushNewestFirst(ioLast, ioFirst)) return true;
-    ioFirst.next = nullptr;
-    Reverse(&ioLast);
-    return false;
 }
 
 template <template <class> class TAtomic>

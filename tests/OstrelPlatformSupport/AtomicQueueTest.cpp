@@ -19,11 +19,11 @@ struct Element : PSAtomicQueueLink
     unsigned mNumber = 0;
 };
 
-// Links the elements from iFirst to iLast in their order.
+// Links the elements from iLast back to iFirst, as a chain is pushed.
 void Chain(Element* iFirst, Element* iLast)
 {
-    for (; iFirst != iLast; ++iFirst)
-        iFirst->next = iFirst + 1;
+    for (; iLast != iFirst; --iLast)
+        iLast->next = iLast - 1;
 }
 
 std::vector<Element*> DrainAll(PSAtomicQueue& ioQueue)
@@ -48,8 +48,8 @@ struct QueueScene
             mAccepted[1] = mQueue.Push(mElements[1]);
         } else if (iThread == 1) {
             Chain(&mElements[2], &mElements[3]);
-            mAccepted[2] = mAccepted[3] = mQueue.PushChain(mElements[2], mElements[3]);
-            if (!mAccepted[2]) mIsWhole = mElements[2].next == &mElements[3] && mElements[3].next == nullptr;
+            mAccepted[2] = mAccepted[3] = mQueue.PushNewestFirst(mElements[3], mElements[2]);
+            if (!mAccepted[2]) mIsWhole = mElements[3].next == &mElements[2];
         } else {
             Keep(mQueue.Drain());
             Keep(mCloses ? mQueue.Close() : mQueue.Drain());
@@ -130,7 +130,7 @@ TEST(AtomicQueue, MatchesAPlainQueue)
 
         Chain(&elements[next], &elements[next + (count == 0 ? 0 : count - 1)]);
         if (count == 1) queue->Push(elements[next]);
-        if (count > 1) queue->PushChain(elements[next], elements[next + count - 1]);
+        if (count > 1) queue->PushNewestFirst(elements[next + count - 1], elements[next]);
         next += count;
         ASSERT_EQ(queue->IsEmpty(), model.empty());
         if (random() % 3 != 0) continue;
@@ -161,7 +161,7 @@ TEST(AtomicQueue, KeepsEachProducersOrderUnderLoad)
                 }
                 queue.Push(four[0]);
                 Chain(four + 1, four + 3);
-                queue.PushChain(four[1], four[3]);
+                queue.PushNewestFirst(four[3], four[1]);
             }
             running.Subtract();
         });

@@ -23,7 +23,6 @@
 #include "Kora/SDS/FicInterface/SDS_Error.h"
 #include "OstrelPlatformSupport/IPSSyncPrim.h"
 
-#include <atomic>
 #include <string>
 
 class SDS_ActiveListenerList;
@@ -31,7 +30,6 @@ class SDS_TokenListener;
 class SDS_TokenTask;
 struct SDS_DeliveryElement;
 struct SDS_Name;
-struct SDS_NameListElement;
 struct SDS_Token;
 template <class T>
 class Sys_MultiSizeAtomicPool;
