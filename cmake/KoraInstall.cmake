@@ -10,11 +10,16 @@ if(TARGET kora)
   install(TARGETS kora RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
 endif()
 
-# Private headers (…_p.h, the platform folders) stay in the house.
+# Private headers (…_p.h, the platform folders) stay in the house, except for the native menus that a host on Windows
+# is given.
 foreach(folder Export OstrelPlatformSupport Bastel Kora)
   install(DIRECTORY "${PROJECT_SOURCE_DIR}/${folder}" DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/kora"
           FILES_MATCHING PATTERN "*.h" PATTERN "*_p.h" EXCLUDE PATTERN "Posix" EXCLUDE PATTERN "Win32" EXCLUDE)
 endforeach()
+if(WIN32)
+  install(DIRECTORY "${PROJECT_SOURCE_DIR}/Kora/DAW/Win32" DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/kora/Kora/DAW"
+          FILES_MATCHING PATTERN "*.h" PATTERN "*_p.h" EXCLUDE)
+endif()
 
 set(package "${CMAKE_INSTALL_LIBDIR}/cmake/Kora")
 configure_package_config_file("${CMAKE_CURRENT_LIST_DIR}/KoraConfig.cmake.in" "${PROJECT_BINARY_DIR}/KoraConfig.cmake"

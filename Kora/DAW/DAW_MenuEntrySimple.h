@@ -1,0 +1,39 @@
+// DAW_MenuEntrySimple: one menu item, without the index.
+//
+//     class SaveEntry : public DAW_MenuEntrySimple
+//     {
+//         std::string GetMenuText() override { return "&Save\tCtrl+S"; }
+//         bool MenuEntryIsEnabled() override { return mDocument.IsModified(); }
+//         void DoIt() override { mDocument.Save(); }
+//         …
+//     };
+//
+// It is a compound entry of one item and goes wherever one goes.
+#pragma once
+
+#include "Kora/DAW/DAW_MenuEntryCompound.h"
+
+class KORA_API DAW_MenuEntrySimple : public DAW_MenuEntryCompound
+{
+public:
+    DAW_MenuEntrySimple();
+    ~DAW_MenuEntrySimple() override;
+
+    virtual std::string GetMenuText() = 0;
+    virtual bool MenuEntryIsEnabled();
+    virtual bool MenuEntryIsChecked();
+    virtual Cmn_Int16 GetCommandID();
+    virtual void DoIt() = 0;
+    virtual void DoMenuHighlite();
+
+    Cmn_Int32 GetNumberOfItems() final;
+
+private:
+    // These forward to the forms above.
+    std::string GetMenuText(Cmn_Int32 iIndex) final;
+    bool MenuEntryIsEnabled(Cmn_Int32 iIndex) final;
+    bool MenuEntryIsChecked(Cmn_Int32 iIndex) final;
+    Cmn_Int16 GetCommandID(Cmn_Int32 iIndex) final;
+    void DoIt(Cmn_Int32 iIndex) final;
+    void DoMenuHighlite(Cmn_Int32 iIndex) final;
+};
