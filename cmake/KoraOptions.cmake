@@ -32,7 +32,8 @@ set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 
 find_program(KORA_CCACHE ccache)
 if(KORA_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
-  set(CMAKE_CXX_COMPILER_LAUNCHER "${KORA_CCACHE}")
+  # It takes precompiled headers (of the tests) only when told that their defines and dates do not matter.
+  set(CMAKE_CXX_COMPILER_LAUNCHER "${CMAKE_COMMAND};-E;env;CCACHE_SLOPPINESS=pch_defines,time_macros;${KORA_CCACHE}")
 endif()
 
 # For the files that are compiled for processors with AVX2. Windows aligns the stack to 16 bytes and GCC does not align

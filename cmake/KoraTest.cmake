@@ -2,6 +2,7 @@
 function(kora_add_test name)
   add_executable(${name} ${ARGN})
   target_link_libraries(${name} PRIVATE Kora::Kora kora_options kora_test_support)
+  target_precompile_headers(${name} REUSE_FROM kora_test_pch)
   gtest_discover_tests(${name} TEST_PREFIX "${name}." DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 120
                        PROPERTIES TIMEOUT 300)
 endfunction()
