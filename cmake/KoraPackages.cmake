@@ -1,3 +1,5 @@
+include_guard(GLOBAL) # the tool and an example need it
+
 # Header-only packages of the command-line tool, as interface targets: kora_cli11, kora_json.
 #
 # They live in the host's /usr/include, which a cross compiler must never search: it would find the wrong system

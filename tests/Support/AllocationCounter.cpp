@@ -5,6 +5,7 @@
 #include <new>
 
 thread_local long long AllocationCounter::sAllocations = 0;
+thread_local long long AllocationCounter::sReleases = 0;
 thread_local std::size_t AllocationCounter::sLargest = 0;
 
 namespace {
@@ -13,6 +14,12 @@ void* Allocate(std::size_t iSize) noexcept
     ++AllocationCounter::sAllocations;
     AllocationCounter::sLargest = std::max(AllocationCounter::sLargest, iSize);
     return std::malloc(iSize == 0 ? 1 : iSize);
+}
+
+void Release(void* iMemory) noexcept
+{
+    if (iMemory != nullptr) ++AllocationCounter::sReleases;
+    std::free(iMemory);
 }
 } // namespace
 
@@ -25,5 +32,5 @@ void* operator new(std::size_t iSize)
 // std::stable_sort asks this way. The sanitizers bring one of their own, whose memory the deletes below may not take.
 void* operator new(std::size_t iSize, const std::nothrow_t&) noexcept { return Allocate(iSize); }
 
-void operator delete(void* iMemory) noexcept { std::free(iMemory); }
-void operator delete(void* iMemory, std::size_t) noexcept { std::free(iMemory); }
+void operator delete(void* iMemory) noexcept { Release(iMemory); }
+void operator delete(void* iMemory, std::size_t) noexcept { Release(iMemory); }
