@@ -71,6 +71,14 @@ public:
     // The user's pointer or arrow key stands on the item, as for a line of help. Does nothing here.
     virtual void DoMenuHighlite(Cmn_Int32 iIndex);
 
+    // What a menu made from the entry shows, a line an item. Items without a number get one, as in a menu.
+    //
+    //     25000 &File
+    //       25001 &Save\tCtrl+S (disabled) (checked)
+    //       -----
+    //       25002 song A
+    std::string Dump();
+
     // Performs the item that a chosen number stands for. False, and nothing happens, for a number that stands for none.
     // Whether the item is enabled is not asked: the menu does not offer disabled ones.
     static bool DoCommand(Cmn_Int16 iCommandNumber);

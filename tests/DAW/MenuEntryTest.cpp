@@ -1,5 +1,4 @@
 #include "DAW/MenuItems.h"
-#include "Kora/DAW/DAW_MenuData.h"
 #include "Kora/DAW/DAW_MenuEntrySeparator.h"
 #include "Kora/DAW/DAW_MenuEntrySimple.h"
 #include "Kora/DAW/DAW_MenuEntrySubMenu.h"
@@ -8,7 +7,6 @@
 
 #include <gtest/gtest.h>
 
-#include <map>
 #include <memory>
 #include <random>
 #include <set>
@@ -16,16 +14,16 @@
 namespace {
 
 using Numbers = std::vector<Cmn_Int16>;
+using Reports = std::vector<std::string>;
 constexpr int cAllNumbers = 7768;
-const std::vector<std::string> cNoneLeft = {"sNextCommandNumber != cNoCommandNumber@$^$@DAW/DAW_MenuEntry"};
+const Reports cNoneLeft = {"sNextCommandNumber != cNoCommandNumber@$^$@DAW/DAW_MenuEntry"};
 
 // Before any test, while no number was ever out.
 const Numbers cFirstNumbers = [] {
     MenuItems items;
     Numbers numbers = {items.GetCommandID(0), items.GetCommandID(1), items.GetCommandID(0)};
     MenuItems::DeleteEntryAndIndexFromCommandID(numbers[0]);
-    numbers.push_back(items.GetCommandID(7));
-    numbers.push_back(items.GetCommandID(0));
+    numbers.insert(numbers.end(), {items.GetCommandID(7), items.GetCommandID(0)});
     return numbers;
 }();
 
@@ -34,77 +32,35 @@ TEST(MenuEntry, NumbersStartAt25000AndReleasedOnesComeFirst)
     EXPECT_EQ(cFirstNumbers, Numbers({25000, 25001, 25000, 25000, 25002}));
 }
 
-TEST(MenuEntry, TheLastNumberIs32767AndNothingWraps)
-{
-    const AssertRecorder asserts;
-    MenuItems items;
-    std::set<int> numbers;
-    for (int index = 0; index < cAllNumbers; ++index) {
-        const Cmn_Int16 number = items.GetCommandID(index);
-        numbers.insert(number);
-        EXPECT_EQ(MenuItems::GetEntryAndIndexFromCommandID(number), (DAW_MenuEntryAndIndex{&items, index}));
-    }
-    EXPECT_EQ(asserts.Take(), std::vector<std::string>());
-    EXPECT_EQ(numbers.size(), cAllNumbers);
-    EXPECT_EQ(*numbers.begin(), 25000);
-    EXPECT_EQ(*numbers.rbegin(), 32767);
-    for (int again = 0; again < 2; ++again) {
-        EXPECT_EQ(items.GetCommandID(cAllNumbers), 0);
-        EXPECT_EQ(asserts.Take(), cNoneLeft);
-    }
-    for (const int unknown : {-32768, -1, 0, 24999})
-        EXPECT_FALSE(DAW_MenuEntry::DoCommand(static_cast<Cmn_Int16>(unknown))) << unknown;
-
-    // Released ones come back, and what an entry had is free when it is dead.
-    const Cmn_Int16 released = items.GetCommandID(4711);
-    MenuItems::DeleteEntryAndIndexFromCommandID(released);
-    MenuItems::DeleteEntryAndIndexFromCommandID(released);
-    EXPECT_FALSE(DAW_MenuEntry::DoCommand(released));
-    EXPECT_EQ(std::make_unique<MenuItems>()->GetCommandID(0), released);
-    EXPECT_EQ(items.GetCommandID(cAllNumbers), released);
-    const AllocationCounter allocations;
-    EXPECT_TRUE(DAW_MenuEntry::DoHighlite(items.GetCommandID(3)));
-    EXPECT_EQ(allocations.Count(), 0);
-    EXPECT_EQ(MenuItems::sDone, "highlighted 3");
-    EXPECT_EQ(MenuItems::GetIDForEntryAndIndex(nullptr, 0), 0);
-    EXPECT_EQ(asserts.Take(), std::vector<std::string>{"iEntry != nullptr@$^$@DAW/DAW_MenuEntry"});
-}
-
 // Numbers as two plain containers keep them, once all are known to be on the stack.
-TEST(MenuEntry, RandomScriptsAgreeWithAPlainModel)
+TEST(MenuEntry, RandomScriptsAgreeWithAPlainModelToTheLastNumber)
 {
     std::mt19937 random(20);
     const auto below = [&](int iLimit) { return static_cast<int>(random() % static_cast<unsigned>(iLimit)); };
-    Numbers stack;
-    {
-        MenuItems all;
-        for (int index = 0; index < cAllNumbers; ++index)
-            stack.push_back(all.GetCommandID(index));
-        for (const Cmn_Int16 number : stack)
-            MenuItems::DeleteEntryAndIndexFromCommandID(number);
-    }
-    std::vector<std::unique_ptr<MenuItems>> entries(40);
-    std::map<std::pair<int, int>, Cmn_Int16> out; // (entry's place, index)
-    const auto release = [&](int iPlace, int iFirstIndex) {
-        auto each = out.lower_bound({iPlace, iFirstIndex});
-        for (; each != out.end() && each->first.first == iPlace; each = out.erase(each))
-            stack.push_back(each->second);
-    };
     const AssertRecorder asserts;
+    Numbers stack;
+    auto all = std::make_unique<MenuItems>();
+    for (int index = 0; index < cAllNumbers; ++index)
+        stack.push_back(all->GetCommandID(index));
+    all.reset();
+    EXPECT_EQ(asserts.Take(), Reports());
+    const std::set<int> ever(stack.begin(), stack.end());
+    EXPECT_TRUE(ever.size() == cAllNumbers && *ever.begin() == 25000 && *ever.rbegin() == 32767);
+
+    std::vector<std::unique_ptr<MenuItems>> entries(40);
+    std::map<std::pair<int, int>, Cmn_Int16> out; // of an entry's place and an index
     int refused = 0;
     for (int step = 0; step < 60000; ++step) {
-        const int place = below(40);
-        const int index = below(300) - 2;
+        const int place = below(40), index = below(300) - 2, action = below(1000);
         std::unique_ptr<MenuItems>& entry = entries[static_cast<std::size_t>(place)];
         if (entry == nullptr) entry = std::make_unique<MenuItems>();
         const auto item = out.find({place, index});
-        const int action = below(1000);
-        if (action == 0) {
-            release(place, -2);
-            entry.reset();
-        } else if (action == 1) {
-            release(place, index);
-            entry->ReleaseCommandNumbers(index);
+        if (action < 2) {
+            auto each = out.lower_bound({place, action == 0 ? -2 : index});
+            for (; each != out.end() && each->first.first == place; each = out.erase(each))
+                stack.push_back(each->second);
+            if (action == 1) entry->ReleaseCommandNumbers(index);
+            if (action == 0) entry.reset();
         } else if (action < 30 && item != out.end()) {
             MenuItems::DeleteEntryAndIndexFromCommandID(item->second);
             stack.push_back(item->second);
@@ -118,15 +74,18 @@ TEST(MenuEntry, RandomScriptsAgreeWithAPlainModel)
             if (item == out.end()) stack.pop_back();
             out[{place, index}] = number;
             ASSERT_EQ(entry->GetCommandID(index), number) << step;
-            ASSERT_TRUE(DAW_MenuEntry::DoCommand(number)) << step;
-            ASSERT_EQ(MenuItems::sDone, "did " + std::to_string(index)) << step;
+            const DAW_MenuEntryAndIndex expected = {entry.get(), index};
+            ASSERT_EQ(MenuItems::GetEntryAndIndexFromCommandID(number), expected) << step;
         }
-        const Cmn_Int16 free = stack.empty() ? Cmn_Int16{0} : stack[random() % stack.size()];
-        ASSERT_FALSE(DAW_MenuEntry::DoCommand(free)) << step;
+        const Cmn_Int16 unknown = stack.empty() ? Cmn_Int16{0} : stack[random() % stack.size()];
+        MenuItems::DeleteEntryAndIndexFromCommandID(unknown);
+        ASSERT_FALSE(DAW_MenuEntry::DoCommand(unknown)) << step;
     }
     EXPECT_EQ(out.size() + stack.size(), cAllNumbers);
     EXPECT_GT(refused, 0);
-    EXPECT_EQ(asserts.Take(), std::vector<std::string>());
+    EXPECT_EQ(asserts.Take(), Reports());
+    for (const int unknown : {-32768, -1, 0, 24999})
+        EXPECT_FALSE(DAW_MenuEntry::DoCommand(static_cast<Cmn_Int16>(unknown))) << unknown;
 }
 
 struct Save : DAW_MenuEntrySimple
@@ -135,80 +94,64 @@ struct Save : DAW_MenuEntrySimple
     bool MenuEntryIsEnabled() override { return false; }
     bool MenuEntryIsChecked() override { return true; }
     Cmn_Int16 GetCommandID() override { return 77; }
-    void DoIt() override { mDone += "did"; }
-    void DoMenuHighlite() override { mDone += "highlighted "; }
-    std::string mDone;
+    void DoIt() override { MenuItems::sDone = "saved"; }
+    void DoMenuHighlite() override { MenuItems::sDone = "save?"; }
 };
 
-TEST(MenuEntry, EachKindIsOfItsKind)
+TEST(MenuEntry, EachKindIsOfItsKindAndShowsItsItems)
 {
-    Save save;
-    MenuItems items({{"a"}, {"b"}});
-    DAW_MenuEntrySeparator line;
-    DAW_MenuEntrySubMenu menu("&File");
-    const struct
-    {
-        DAW_MenuEntry& mEntry;
-        DAW_MenuEntryType mType;
-        int mItems;
-        const char* mText;
-        bool mIsEnabled, mIsChecked, mHasNumber;
-    } cases[] = {
-        {save,  DAW_eMenuEntryType_Compound,  1, "&Save\tCtrl+S", false, true,  true },
-        {items, DAW_eMenuEntryType_Compound,  2, "a",             true,  false, true },
-        {line,  DAW_eMenuEntryType_Separator, 1, "",              false, false, false},
-        {menu,  DAW_eMenuEntryType_SubMenu,   1, "&File",         true,  false, true },
+    DAW_MenuEntrySubMenu root("");
+    root.AppendEntry(std::make_unique<Save>());
+    root.AppendEntry(std::make_unique<MenuItems>(std::vector<MenuItems::Item>(2, {"a", true, true})));
+    root.AppendEntry(std::make_unique<DAW_MenuEntrySeparator>());
+    root.AppendEntry(std::make_unique<DAW_MenuEntrySubMenu>("&More"));
+    root.GetEntry(3)->GetMenuEntrySubMenu()->AppendEntry(std::make_unique<Save>());
+    const auto number = [&](int iAt, int iIndex) {
+        return std::to_string(root.GetEntry(iAt)->GetCommandID(iIndex));
     };
-    for (const auto& each : cases) {
-        SCOPED_TRACE(each.mText);
-        EXPECT_EQ(each.mEntry.GetMenuEntryType(), each.mType);
-        EXPECT_EQ(each.mEntry.GetMenuEntryCompound() != nullptr, each.mType == DAW_eMenuEntryType_Compound);
-        EXPECT_EQ(each.mEntry.GetMenuEntrySeparator() != nullptr, each.mType == DAW_eMenuEntryType_Separator);
-        EXPECT_EQ(each.mEntry.GetMenuEntrySubMenu() != nullptr, each.mType == DAW_eMenuEntryType_SubMenu);
-        EXPECT_EQ(each.mEntry.GetNumberOfItems(), each.mItems);
-        EXPECT_EQ(each.mEntry.GetMenuText(0), each.mText);
-        EXPECT_EQ(each.mEntry.MenuEntryIsEnabled(0), each.mIsEnabled);
-        EXPECT_EQ(each.mEntry.MenuEntryIsChecked(0), each.mIsChecked);
-        EXPECT_EQ(each.mEntry.GetCommandID(0) != 0, each.mHasNumber);
-        each.mEntry.DoMenuHighlite(0);
-        each.mEntry.DoIt(0);
+    const std::string save = "77 &Save\tCtrl+S (disabled) (checked)\n", a = " a (checked)\n";
+    EXPECT_EQ(root.Dump(),
+              save + number(1, 0) + a + number(1, 1) + a + "-----\n" + number(3, 0) + " &More\n  " + save);
+    for (int at = 0; at < 4; ++at) {
+        DAW_MenuEntry& entry = *root.GetEntry(at);
+        const DAW_MenuEntryType type = entry.GetMenuEntryType();
+        EXPECT_EQ(type, (at < 2 ? DAW_eMenuEntryType_Compound : at - 1)) << at;
+        EXPECT_EQ(entry.GetMenuEntryCompound(), type == DAW_eMenuEntryType_Compound ? &entry : nullptr);
+        EXPECT_EQ(entry.GetMenuEntrySeparator(), type == DAW_eMenuEntryType_Separator ? &entry : nullptr);
+        EXPECT_EQ(entry.GetMenuEntrySubMenu(), type == DAW_eMenuEntryType_SubMenu ? &entry : nullptr);
     }
-    EXPECT_EQ(save.mDone, "highlighted did");
-    EXPECT_EQ(DAW_MenuData(&menu).GetSourceMenuEntry(), &menu);
+    DAW_MenuEntry& line = *root.GetEntry(2);
+    EXPECT_FALSE(line.MenuEntryIsEnabled(0) || line.MenuEntryIsChecked(0) || line.GetCommandID(0) != 0);
+    root.GetEntry(0)->DoIt(0);
+    EXPECT_EQ(MenuItems::sDone, "saved");
+    root.GetEntry(0)->DoMenuHighlite(0);
+    EXPECT_EQ(MenuItems::sDone, "save?");
 }
 
 TEST(MenuEntry, ASubMenuOwnsItsEntriesWhichMayDeleteThemselvesWhenDone)
 {
     const AssertRecorder asserts;
     auto menu = std::make_unique<DAW_MenuEntrySubMenu>("");
-    const auto append = [&] {
-        menu->AppendEntry(std::make_unique<MenuItems>());
-        return static_cast<MenuItems*>(menu->GetEntry(menu->GetNumberOfEntries() - 1));
-    };
-    MenuItems* const first = append();
-    MenuItems* const second = append();
-    EXPECT_EQ(menu->GetEntry(0), first);
-    EXPECT_EQ(asserts.Take(), std::vector<std::string>());
-    for (const int outside : {-1, 2}) {
-        EXPECT_EQ(menu->GetEntry(outside), nullptr);
-        EXPECT_EQ(asserts.Take().size(), 1U);
-    }
+    menu->AppendEntry(std::make_unique<MenuItems>());
+    menu->AppendEntry(std::make_unique<MenuItems>());
+    auto& items = static_cast<MenuItems&>(*menu->GetEntry(1));
+    const Cmn_Int16 number = items.GetCommandID(1);
+    EXPECT_EQ(asserts.Take(), Reports());
+    EXPECT_EQ(menu->GetEntry(-1), nullptr);
+    EXPECT_EQ(menu->GetEntry(2), nullptr);
     menu->AppendEntry(nullptr);
-    EXPECT_EQ(asserts.Take().size(), 1U);
+    EXPECT_EQ(asserts.Take().size(), 3U);
     EXPECT_EQ(menu->GetNumberOfEntries(), 2);
 
-    const Cmn_Int16 number = second->GetCommandID(1);
-    second->mThen = [&] { menu->DeleteAllEntries(); };
+    const AllocationCounter allocations;
+    EXPECT_TRUE(DAW_MenuEntry::DoHighlite(number));
+    EXPECT_EQ(allocations.Count(), 0);
+    EXPECT_EQ(MenuItems::sDone, "highlighted 1");
+    items.mThen = [&] { menu.reset(); };
     EXPECT_TRUE(DAW_MenuEntry::DoCommand(number));
     EXPECT_EQ(MenuItems::sDone, "did 1");
     EXPECT_EQ(MenuItems::sAlive, 0);
-    EXPECT_EQ(menu->GetNumberOfEntries(), 0);
     EXPECT_FALSE(DAW_MenuEntry::DoCommand(number));
-
-    MenuItems* const last = append();
-    last->mThen = [&] { menu.reset(); };
-    EXPECT_TRUE(DAW_MenuEntry::DoCommand(last->GetCommandID(0)));
-    EXPECT_EQ(MenuItems::sAlive, 0);
 }
 
 } // namespace

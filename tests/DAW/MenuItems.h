@@ -4,9 +4,7 @@
 #include "Kora/DAW/DAW_MenuEntryCompound.h"
 
 #include <functional>
-#include <string>
 #include <utility>
-#include <vector>
 
 struct MenuItems : DAW_MenuEntryCompound
 {
@@ -38,7 +36,6 @@ struct MenuItems : DAW_MenuEntryCompound
 
     using DAW_MenuEntry::DeleteEntryAndIndexFromCommandID;
     using DAW_MenuEntry::GetEntryAndIndexFromCommandID;
-    using DAW_MenuEntry::GetIDForEntryAndIndex;
     using DAW_MenuEntry::ReleaseCommandNumbers;
 
     std::vector<Item> mItems;

@@ -21,6 +21,8 @@ cHouse = {
     "Kora/Time/Time_MeterMap.h": '#pragma once\n#include "Kora/Ndo/Ndo_Object.h"\n',
     "Kora/Time/Time_Convert.h": '#pragma once\n#include "Kora/Time/Time_MeterMap.h"\n',
     "Kora/Time/Time_KeySignatureMap.cpp": '#include "Kora/Time/Time_Convert.h"\n',
+    "Kora/DAW/DAW_Menu.h": "#pragma once\n",
+    "Kora/DAW/Win32/DAW_MenuWin32.h": '#pragma once\n#include "Kora/DAW/DAW_Menu.h"\nstruct HMENU__;\nusing HMENU = HMENU__*;\n',
     "Kora/Kora_Init.h": '#pragma once\n#include "Kora/Time/Time_Typed.h"\n',
     "tests/Time/MeterMapTest.cpp": '#include "Kora/Time/Time_MeterMap.h"\n#include <gtest/gtest.h>\n',
 }
@@ -42,6 +44,10 @@ cCases = {
     "a header of the system on a common floor": ("Kora/Kora_Init.h", "#include <unistd.h>", "<unistd.h> is no C++ header"),
     "a header of the system given to hosts": (
         "OstrelPlatformSupport/Win32/PSPipe.h", "#pragma once\n#include <windows.h>", "<windows.h> in an installed header"),
+    "a header of the system given to hosts of one platform": (
+        "Kora/DAW/Win32/DAW_MenuWin32.h", "#include <windows.h>", "<windows.h> in an installed header"),
+    "a header of one platform in one for all": (
+        "Kora/Kora_Init.h", '#include "Kora/DAW/Win32/DAW_MenuWin32.h"', "includes one of a single platform"),
     "a private header given to hosts": (
         "OstrelPlatformSupport/PSThread.h", '#include "OstrelPlatformSupport/PSThread_p.h"', "an installed header includes a private one"),
     "a platform macro on a common floor": ("tests/Time/MeterMapTest.cpp", "#ifdef _WIN32\n#endif", "_WIN32 outside"),

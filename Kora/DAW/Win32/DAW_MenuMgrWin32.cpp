@@ -42,6 +42,34 @@ UINT NumberOfItems(HMENU iMenu)
     return items > 0 ? static_cast<UINT>(items) : 0;
 }
 
+std::wstring TextOfItem(HMENU iMenu, UINT iPosition)
+{
+    const int size = GetMenuStringW(iMenu, iPosition, nullptr, 0, MF_BYPOSITION);
+    std::wstring text(static_cast<std::size_t>(size > 0 ? size : 0), L'\0');
+    // The terminator takes the place of the string's own.
+    GetMenuStringW(iMenu, iPosition, text.data(), static_cast<int>(text.size() + 1), MF_BYPOSITION);
+    return text;
+}
+
+std::string DumpItems(HMENU iMenu, int iDepth)
+{
+    std::string lines;
+    for (UINT position = 0; position < NumberOfItems(iMenu); ++position) {
+        MENUITEMINFOW item = {};
+        item.cbSize = sizeof item;
+        item.fMask = MIIM_STATE | MIIM_ID | MIIM_SUBMENU | MIIM_FTYPE;
+        GetMenuItemInfoW(iMenu, position, TRUE, &item);
+        if ((item.fType & MFT_SEPARATOR) != 0)
+            lines += DAW_MenuSeparatorLine(iDepth);
+        else
+            lines += DAW_MenuItemLine(iDepth, LOWORD(item.wID), (item.fState & MFS_DISABLED) == 0,
+                                      (item.fState & MFS_CHECKED) != 0,
+                                      PSUtf8FromWide(TextOfItem(iMenu, position)));
+        if (item.hSubMenu != nullptr) lines += DumpItems(item.hSubMenu, iDepth + 1);
+    }
+    return lines;
+}
+
 } // namespace
 
 std::map<HMENU, DAW_MenuEntry*> DAW_MenuMgrWin32::sDAWOwnedMenuHandles;
@@ -117,6 +145,8 @@ bool DAW_MenuMgrWin32::Highlite(HMENU iMenu, unsigned iItem, unsigned iFlags)
     subMenu->DoMenuHighlite(0);
     return true;
 }
+
+std::string DAW_MenuMgrWin32::Dump(HMENU iMenu) { return DumpItems(iMenu, 0); }
 
 DAW_MenuEntry* DAW_MenuMgrWin32::GetEntryFromMenuHandle(HMENU iMenu)
 {

@@ -25,6 +25,7 @@
 
 #include <cstdint>
 #include <map>
+#include <string>
 
 class DAW_MenuEntry;
 class DAW_MenuEntryCompound;
@@ -63,6 +64,9 @@ public:
     //   WM_MENUSELECT      highlights the item, or the submenu, that the pointer stands on
     //   WM_COMMAND         performs the chosen item, of a menu or an accelerator
     static bool HandleMessage(unsigned iMessage, std::uintptr_t iWParam, std::intptr_t iLParam);
+
+    // What a native menu shows, whoever built it, in the words of DAW_MenuEntry::Dump: the two agree after an update.
+    static std::string Dump(HMENU iMenu);
 
 protected:
     // Null for a menu that is not recorded, or whose entry is dead.

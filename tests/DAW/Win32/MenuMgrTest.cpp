@@ -6,7 +6,6 @@
 
 #include <gtest/gtest.h>
 
-#include <memory>
 #include <random>
 #include <set>
 #include <windows.h>
@@ -14,129 +13,55 @@
 namespace {
 
 using SubMenu = DAW_MenuEntrySubMenu;
-constexpr char cTail[] = "@$^$@DAW/Win32/DAW_MenuMgrWin32";
+using Reports = std::vector<std::string>;
 
 struct Mgr : DAW_MenuMgrWin32
 {
     using DAW_MenuMgrWin32::AppendItemsFromCoumpoundEntry;
-    using DAW_MenuMgrWin32::AppendSeparator;
     using DAW_MenuMgrWin32::AppendSubMenuEntry;
+    using DAW_MenuMgrWin32::DeleteAllItems;
     using DAW_MenuMgrWin32::GetEntryFromMenuHandle;
     using DAW_MenuMgrWin32::sDAWOwnedMenuHandles;
 };
 
-std::wstring Line(int iDepth, unsigned iNumber, unsigned iState, const std::wstring& iText)
+void CollectMenus(HMENU iMenu, std::set<HMENU>& ioMenus)
 {
-    return std::wstring(static_cast<std::size_t>(2 * iDepth), L' ') + std::to_wstring(iNumber) + L" " +
-           std::to_wstring(iState) + L" " + iText + L"\n";
+    ioMenus.insert(iMenu);
+    for (int position = 0; position < GetMenuItemCount(iMenu); ++position)
+        if (const HMENU popup = GetSubMenu(iMenu, position)) CollectMenus(popup, ioMenus);
 }
 
-// A native menu as text, a line an item, and all popups inside.
-std::wstring Shown(HMENU iMenu, std::set<HMENU>* oMenus = nullptr, int iDepth = 0)
+struct RandomTrees
 {
-    if (oMenus != nullptr) oMenus->insert(iMenu);
-    std::wstring all;
-    for (int position = 0; position < GetMenuItemCount(iMenu); ++position) {
-        wchar_t text[200] = {};
-        MENUITEMINFOW item = {};
-        item.cbSize = sizeof item;
-        item.fMask = MIIM_STATE | MIIM_ID | MIIM_SUBMENU | MIIM_FTYPE | MIIM_STRING;
-        item.dwTypeData = text;
-        item.cch = 200;
-        EXPECT_TRUE(GetMenuItemInfoW(iMenu, static_cast<UINT>(position), TRUE, &item));
-        if ((item.fType & MFT_SEPARATOR) != 0) item.fState = 0;
-        all += Line(iDepth, item.wID, item.fState, (item.fType & MFT_SEPARATOR) != 0 ? L"--" : text);
-        if (item.hSubMenu != nullptr) all += L">\n" + Shown(item.hSubMenu, oMenus, iDepth + 1);
-    }
-    return all;
-}
-
-// What a menu made from the entry has to show. Titles of these tests are ASCII, or listed in a table.
-std::wstring Expected(DAW_MenuEntry* iEntry, int iDepth = 0)
-{
-    std::wstring all;
-    if (iEntry->GetMenuEntryCompound() != nullptr) {
-        for (Cmn_Int32 index = 0; index < iEntry->GetNumberOfItems(); ++index) {
-            const std::string text = iEntry->GetMenuText(index);
-            const unsigned state =
-                (iEntry->MenuEntryIsEnabled(index) ? 0U : 3U) + (iEntry->MenuEntryIsChecked(index) ? 8U : 0U);
-            all += Line(iDepth, static_cast<unsigned>(iEntry->GetCommandID(index)), state,
-                        {text.begin(), text.end()});
-        }
-    }
-    SubMenu* const menu = iEntry->GetMenuEntrySubMenu();
-    for (Cmn_Int32 at = 0; menu != nullptr && at < menu->GetNumberOfEntries(); ++at) {
-        DAW_MenuEntry* const child = menu->GetEntry(at);
-        SubMenu* const inner = child->GetMenuEntrySubMenu();
-        if (child->GetMenuEntrySeparator() != nullptr) all += Line(iDepth, 0, 0, L"--");
-        if (inner != nullptr) {
-            const std::string text = inner->GetMenuText(0);
-            all +=
-                Line(iDepth, static_cast<unsigned>(inner->GetCommandID(0)), 0, {text.begin(), text.end()}) +
-                L">\n";
-        }
-        all += Expected(child, inner != nullptr ? iDepth + 1 : iDepth);
-    }
-    return all;
-}
-
-std::set<HMENU> RecordedMenus()
-{
-    std::set<HMENU> menus;
-    for (const auto& [menu, entry] : Mgr::sDAWOwnedMenuHandles)
-        menus.insert(menu);
-    return menus;
-}
-
-class RandomTrees
-{
-public:
-    explicit RandomTrees(unsigned iSeed)
-        : mRandom(iSeed)
-    {
-    }
     unsigned Below(std::size_t iLimit) { return static_cast<unsigned>(mRandom() % iLimit); }
     void Change(SubMenu& ioMenu, int iDepth)
     {
         if (Below(4) == 0) ioMenu.DeleteAllEntries();
         for (Cmn_Int32 at = 0; at < ioMenu.GetNumberOfEntries(); ++at) {
-            if (DAW_MenuEntrySubMenu* const inner = ioMenu.GetEntry(at)->GetMenuEntrySubMenu())
-                Change(*inner, iDepth + 1);
-            if (DAW_MenuEntryCompound* const items = ioMenu.GetEntry(at)->GetMenuEntryCompound())
-                Change(static_cast<MenuItems&>(*items));
+            if (SubMenu* const inner = ioMenu.GetEntry(at)->GetMenuEntrySubMenu()) Change(*inner, iDepth + 1);
+            if (auto* const items = dynamic_cast<MenuItems*>(ioMenu.GetEntry(at)))
+                items->mItems.assign(Below(6),
+                                     {"&a\tCtrl+" + std::to_string(Below(10)), Below(2) == 0, Below(2) == 0});
         }
         for (unsigned more = Below(iDepth < 4 ? 4 : 1); more > 0; --more) {
             const unsigned kind = Below(4);
             if (kind == 0) ioMenu.AppendEntry(std::make_unique<DAW_MenuEntrySeparator>());
-            if (kind == 1) {
-                auto inner = std::make_unique<SubMenu>("menu " + std::to_string(Below(100)));
-                Change(*inner, iDepth + 1);
-                ioMenu.AppendEntry(std::move(inner));
-            }
+            if (kind == 1) ioMenu.AppendEntry(std::make_unique<SubMenu>("menu " + std::to_string(Below(9))));
             if (kind >= 2) ioMenu.AppendEntry(std::make_unique<MenuItems>());
         }
     }
-    void Change(MenuItems& ioItems)
-    {
-        ioItems.mItems.resize(Below(6));
-        for (MenuItems::Item& each : ioItems.mItems)
-            each = {"&item\tCtrl+" + std::to_string(Below(10)), Below(2) == 0, Below(2) == 0};
-    }
-
-private:
-    std::mt19937 mRandom;
+    std::mt19937 mRandom{10};
 };
 
 TEST(MenuMgr, NativeMenusFollowRandomTreesThroughRandomChanges)
 {
     const AssertRecorder asserts;
-    for (unsigned seed = 1; seed <= 30; ++seed) {
-        SCOPED_TRACE(seed);
-        RandomTrees trees(seed);
+    RandomTrees trees;
+    for (int run = 0; run < 30; ++run) {
         SubMenu root("");
         trees.Change(root, 0);
         const HMENU bar = Mgr::BuildAndMapMenu(&root);
-        ASSERT_EQ(Shown(bar), Expected(&root));
+        ASSERT_EQ(Mgr::Dump(bar), root.Dump());
         std::set<HMENU> ever;
         for (int change = 0; change < 40; ++change) {
             trees.Change(root, 0);
@@ -145,44 +70,41 @@ TEST(MenuMgr, NativeMenusFollowRandomTreesThroughRandomChanges)
             std::advance(up, trees.Below(Mgr::sDAWOwnedMenuHandles.size()));
             const auto [menu, entry] = *up;
             ASSERT_TRUE(Mgr::HandleMessage(WM_INITMENUPOPUP, reinterpret_cast<WPARAM>(menu), 0));
-            ASSERT_EQ(Shown(menu), entry != nullptr ? Expected(entry) : L"");
+            ASSERT_EQ(Mgr::Dump(menu), entry != nullptr ? entry->Dump() : "");
             if (change % 8 == 0) Mgr::UpdateMenu(bar);
+            ASSERT_EQ(Mgr::Dump(bar), change % 8 == 0 ? root.Dump() : Mgr::Dump(bar));
             std::set<HMENU> now;
-            const std::wstring shown = Shown(bar, &now);
-            ASSERT_EQ(shown, change % 8 == 0 ? Expected(&root) : shown);
-            ASSERT_EQ(RecordedMenus(), now);
+            CollectMenus(bar, now);
+            ASSERT_EQ(Mgr::sDAWOwnedMenuHandles.size(), now.size());
             ever.insert(now.begin(), now.end());
             for (const HMENU each : ever)
-                ASSERT_EQ(IsMenu(each) != FALSE, now.contains(each));
+                ASSERT_TRUE(Mgr::IsRecorded(each) == now.contains(each) &&
+                            !!IsMenu(each) == now.contains(each));
         }
         Mgr::DeleteMenuHandle(bar);
         for (const HMENU each : ever)
-            ASSERT_FALSE(IsMenu(each));
-        ASSERT_TRUE(Mgr::sDAWOwnedMenuHandles.empty());
+            ASSERT_FALSE(IsMenu(each) || Mgr::IsRecorded(each));
     }
-    EXPECT_EQ(asserts.Take(), std::vector<std::string>());
+    EXPECT_EQ(asserts.Take(), Reports());
 }
 
 TEST(MenuMgr, TextsAndStatesArriveAsTheEntryHasThem)
 {
-    MenuItems items({
-        {"&Öffnen…\tStrg+O"},
-        { "録音",                   false},
-        {           "𝄞 clef",  true, true},
-        {                    "", false, true}
-    });
+    MenuItems items;
+    for (const char* const text : {"&Öffnen…\tStrg+O", "録音", "𝄞 clef", ""})
+        items.mItems.push_back({text, items.mItems.size() % 2 == 0, items.mItems.size() >= 2});
     const HMENU menu = Mgr::BuildAndMapPopupMenu(&items);
     const wchar_t* const texts[] = {L"&\u00D6ffnen\u2026\tStrg+O", L"\u9332\u97F3", L"\U0001D11E clef", L""};
-    const unsigned states[] = {0, 3, 8, 11};
-    std::wstring expected;
-    for (int at = 0; at < 4; ++at)
-        expected += Line(0, static_cast<unsigned>(items.GetCommandID(at)), states[at], texts[at]);
-    EXPECT_EQ(Shown(menu), expected);
-    items.mItems = {{"one"}};
-    Mgr::UpdateMenu(menu);
-    EXPECT_EQ(Shown(menu), Expected(&items));
+    const UINT states[] = {0, 3, 8, 11};
+    for (UINT at = 0; at < 4; ++at) {
+        wchar_t text[99] = {};
+        GetMenuStringW(menu, at, text, 99, MF_BYPOSITION);
+        EXPECT_STREQ(text, texts[at]);
+        EXPECT_EQ(GetMenuState(menu, at, MF_BYPOSITION), states[at]);
+        EXPECT_EQ(GetMenuItemID(menu, static_cast<int>(at)), items.GetCommandID(static_cast<Cmn_Int32>(at)));
+    }
+    EXPECT_EQ(Mgr::Dump(menu), items.Dump());
     Mgr::DeleteMenuHandle(menu);
-    EXPECT_FALSE(IsMenu(menu));
 }
 
 TEST(MenuMgr, WhenNumbersRunOutTheNextItemsHaveNone)
@@ -191,19 +113,15 @@ TEST(MenuMgr, WhenNumbersRunOutTheNextItemsHaveNone)
     MenuItems items(std::vector<MenuItems::Item>(7770));
     const HMENU menu = Mgr::BuildAndMapPopupMenu(&items);
     EXPECT_EQ(asserts.Take().size(), 2U);
-    ASSERT_EQ(GetMenuItemCount(menu), 7770);
-    std::set<UINT> numbers;
-    for (int position = 0; position < 7770; ++position)
-        numbers.insert(GetMenuItemID(menu, position));
-    EXPECT_EQ(numbers.size(), 7769U);
-    EXPECT_EQ(GetMenuItemID(menu, 7769), 0U);
-    EXPECT_FALSE(Mgr::HandleMessage(WM_COMMAND, 0, 0));
-    EXPECT_TRUE(Mgr::HandleMessage(WM_COMMAND, GetMenuItemID(menu, 7000), 0));
-    EXPECT_EQ(MenuItems::sDone, "did 7000");
+    for (int position = 0; position < 7770; ++position) {
+        ASSERT_EQ(GetMenuItemID(menu, position) != 0, position < 7768);
+        ASSERT_EQ(Mgr::HandleMessage(WM_COMMAND, GetMenuItemID(menu, position), 0), position < 7768);
+        ASSERT_EQ(MenuItems::sDone, "did " + std::to_string(std::min(position, 7767)));
+    }
     items.mItems.resize(7000);
     Mgr::UpdateMenu(menu);
     EXPECT_EQ(GetMenuItemCount(menu), 7000);
-    EXPECT_EQ(asserts.Take(), std::vector<std::string>());
+    EXPECT_EQ(asserts.Take(), Reports());
     Mgr::DeleteMenuHandle(menu);
 }
 
@@ -215,52 +133,45 @@ struct Popup : SubMenu
 
 TEST(MenuMgr, MessagesReachTheItemsOfOurMenusOnly)
 {
-    SubMenu root("");
-    root.AppendEntry(std::make_unique<Popup>("File"));
-    auto* const popup = root.GetEntry(0)->GetMenuEntrySubMenu();
-    popup->AppendEntry(std::make_unique<MenuItems>(std::vector<MenuItems::Item>{{"a"}, {"b"}}));
-    const HMENU bar = Mgr::BuildAndMapMenu(&root);
-    const HMENU file = GetSubMenu(bar, 0);
-    EXPECT_EQ(Mgr::GetEntryFromMenuHandle(file), popup);
-    const WPARAM number = GetMenuItemID(file, 1);
-    const HMENU foreign = CreatePopupMenu();
-    const struct
-    {
-        const char* mName;
-        UINT mMessage;
-        WPARAM mWParam;
-        HMENU mLParam;
-        const char* mDone; // null: not ours
-    } cases[] = {
-        {"chosen in the menu", WM_COMMAND,                       number,               nullptr,                       "did 1"                                                     },
-        {"chosen by its key",  WM_COMMAND,                       MAKEWPARAM(number,    1),                            nullptr,                                                      "did 1"},
-        {"a control of that number",                    WM_COMMAND,                           number,                  file,               nullptr                                                     },
-        {"an item under the pointer",                    WM_MENUSELECT,                          MAKEWPARAM(number,              MF_HILITE), file,"highlighted 1"},
-        {"a popup under the pointer",     WM_MENUSELECT,                                     MAKEWPARAM(0,                               MF_HILITE | MF_POPUP),                                           bar,
-         "highlighted popup"},
-        {"the menu has closed",                 WM_MENUSELECT,                                    MAKEWPARAM(0,                                                        0xFFFF),                                                                 nullptr,                                                                                                nullptr},
-        {"another menu's item",             WM_MENUSELECT,                                      MAKEWPARAM(number,MF_HILITE),foreign,nullptr},
-        {"another menu opens",   WM_INITMENUPOPUP,reinterpret_cast<WPARAM>(foreign),      nullptr,                                                                    nullptr                                                                                                                                                                                                                              },
-        {"no message of menus",  WM_CLOSE,              number,                      file,nullptr},
-    };
-    for (const auto& each : cases) {
+    const AssertRecorder asserts;
+    auto root = std::make_unique<SubMenu>("");
+    root->AppendEntry(std::make_unique<Popup>("File"));
+    root->GetEntry(0)->GetMenuEntrySubMenu()->AppendEntry(
+        std::make_unique<MenuItems>(std::vector<MenuItems::Item>{{"a"}, {"b"}}));
+    auto data = DAW_MenuDataWin32::CreateDAW_Menu(root.get());
+    const HMENU bar = data->GetMenuHandle(), file = GetSubMenu(bar, 0), foreign = CreatePopupMenu();
+    const WPARAM b = GetMenuItemID(file, 1);
+    const auto done = [&](UINT iMessage, WPARAM iWParam, HMENU iLParam) {
         MenuItems::sDone = "nothing";
-        EXPECT_EQ(Mgr::HandleMessage(each.mMessage, each.mWParam, reinterpret_cast<LPARAM>(each.mLParam)),
-                  each.mDone != nullptr)
-            << each.mName;
-        EXPECT_EQ(MenuItems::sDone, each.mDone != nullptr ? each.mDone : "nothing") << each.mName;
-    }
+        const bool isOurs = Mgr::HandleMessage(iMessage, iWParam, reinterpret_cast<LPARAM>(iLParam));
+        return (isOurs ? "" : "not ours: ") + MenuItems::sDone;
+    };
+    const std::string notOurs = "not ours: nothing";
+    EXPECT_EQ(done(WM_COMMAND, b, nullptr), "did 1");
+    EXPECT_EQ(done(WM_COMMAND, MAKEWPARAM(b, 1), nullptr), "did 1") << "by its key";
+    EXPECT_EQ(done(WM_COMMAND, b, file), notOurs) << "a control";
+    EXPECT_EQ(done(WM_MENUSELECT, MAKEWPARAM(b, MF_HILITE), file), "highlighted 1");
+    EXPECT_EQ(done(WM_MENUSELECT, MAKEWPARAM(0, MF_HILITE | MF_POPUP), bar), "highlighted popup");
+    EXPECT_EQ(done(WM_MENUSELECT, MAKEWPARAM(0, 0xFFFF), nullptr), notOurs) << "closed";
+    EXPECT_EQ(done(WM_MENUSELECT, MAKEWPARAM(b, MF_HILITE), foreign), notOurs);
+    EXPECT_EQ(done(WM_INITMENUPOPUP, reinterpret_cast<WPARAM>(foreign), nullptr), notOurs);
+    EXPECT_EQ(done(WM_CLOSE, b, nullptr), notOurs);
     DestroyMenu(foreign);
 
     // Items of dead entries stay until the update, and do nothing.
-    root.DeleteAllEntries();
+    root->DeleteAllEntries();
+    EXPECT_EQ(Mgr::GetEntryFromMenuHandle(bar), data->GetSourceMenuEntry());
     EXPECT_EQ(Mgr::GetEntryFromMenuHandle(file), nullptr);
-    EXPECT_FALSE(Mgr::HandleMessage(WM_COMMAND, number, 0));
-    EXPECT_FALSE(Mgr::HandleMessage(WM_MENUSELECT, MAKEWPARAM(0, MF_POPUP), reinterpret_cast<LPARAM>(bar)));
-    // As a window does with the menu that it has.
-    DestroyMenu(bar);
+    EXPECT_EQ(done(WM_COMMAND, b, nullptr), notOurs);
+    EXPECT_EQ(done(WM_MENUSELECT, MAKEWPARAM(0, MF_POPUP), bar), notOurs);
     Mgr::DeleteMenuHandle(bar);
+    root->AppendEntry(std::make_unique<SubMenu>("Edit"));
+    data = DAW_MenuDataWin32::CreateDAW_Menu(root.get());
+    DestroyMenu(data->GetMenuHandle()); // as a window does with the menu that it has
+    data.reset();
+    root.reset();
     EXPECT_TRUE(Mgr::sDAWOwnedMenuHandles.empty());
+    EXPECT_EQ(asserts.Take(), Reports());
 }
 
 struct OfNoKind : MenuItems
@@ -271,51 +182,32 @@ struct OfNoKind : MenuItems
 TEST(MenuMgr, BrokenPreconditionsAreReportedAndChangeNothing)
 {
     const AssertRecorder asserts;
-    const auto reported = [&](const std::string& iText) {
-        EXPECT_EQ(asserts.Take(), std::vector<std::string>{iText + cTail});
-    };
     SubMenu root("");
+    root.AppendEntry(std::make_unique<OfNoKind>());
     const HMENU menu = CreatePopupMenu();
     EXPECT_EQ(Mgr::BuildAndMapMenu(nullptr), nullptr);
-    reported("inMenuEntry != NULL");
     Mgr::AppendItemsFromCoumpoundEntry(nullptr, nullptr);
-    reported("inMenu != NULL");
     Mgr::AppendItemsFromCoumpoundEntry(menu, nullptr);
-    reported("inMenuEntryCompound != NULL");
     Mgr::AppendSubMenuEntry(nullptr, &root);
-    reported("inMenu != NULL");
     Mgr::AppendSubMenuEntry(menu, nullptr);
-    reported("inMenuEntrySubMenu != NULL");
-    Mgr::AppendSeparator(menu);
-    for (const auto change : {&Mgr::UpdateMenu, &Mgr::DeleteMenuHandle}) {
-        change(menu);
-        reported("IsRecorded(iMenu)");
-        EXPECT_EQ(GetMenuItemCount(menu), 1);
-    }
-    DestroyMenu(menu);
-
-    root.AppendEntry(std::make_unique<OfNoKind>());
-    const auto data = DAW_MenuDataWin32::CreateDAW_Menu(&root);
-    reported("a menu entry is a compound, a submenu or a separator");
-    EXPECT_EQ(GetMenuItemCount(data->GetMenuHandle()), 0);
+    Mgr::UpdateMenu(menu);
+    Mgr::DeleteMenuHandle(menu);
+    EXPECT_EQ(GetMenuItemCount(menu), 0);
+    Mgr::AppendSubMenuEntry(menu, &root);
+    EXPECT_EQ(GetMenuItemCount(GetSubMenu(menu, 0)), 0);
+    const char* const cTexts[] = {
+        "inMenuEntry != NULL",         "inMenu != NULL",
+        "inMenuEntryCompound != NULL", "inMenu != NULL",
+        "inMenuEntrySubMenu != NULL",  "IsRecorded(iMenu)",
+        "IsRecorded(iMenu)",           "a menu entry is a compound, a submenu or a separator"};
+    Reports expected;
+    for (const std::string text : cTexts)
+        expected.push_back(text + "@$^$@DAW/Win32/DAW_MenuMgrWin32");
+    EXPECT_EQ(asserts.Take(), expected);
     EXPECT_EQ(DAW_MenuDataWin32::CreateDAW_Menu(nullptr), nullptr);
-    EXPECT_EQ(asserts.Take(),
-              std::vector<std::string>{"inSourceEntry != NULL@$^$@DAW/Win32/DAW_MenuDataWin32"});
-}
-
-TEST(MenuMgr, MenuDataOwnsItsMenu)
-{
-    SubMenu root("");
-    auto data = DAW_MenuDataWin32::CreateDAW_Menu(&root);
-    const HMENU menu = data->GetMenuHandle();
-    EXPECT_EQ(Mgr::GetEntryFromMenuHandle(menu), data->GetSourceMenuEntry());
-    data.reset();
-    EXPECT_FALSE(IsMenu(menu));
-    const AssertRecorder asserts;
-    data = DAW_MenuDataWin32::CreateDAW_Menu(&root);
-    Mgr::DeleteMenuHandle(data->GetMenuHandle());
-    data.reset();
-    EXPECT_EQ(asserts.Take(), std::vector<std::string>());
+    EXPECT_EQ(asserts.Take(), Reports{"inSourceEntry != NULL@$^$@DAW/Win32/DAW_MenuDataWin32"});
+    Mgr::DeleteAllItems(menu);
+    DestroyMenu(menu);
 }
 
 } // namespace
