@@ -1,4 +1,5 @@
-// Cmn_RefCountObject: an object that lives as long as someone refers to it; Cmn_RefCountPtr: such a reference.
+// Cmn_RefCountObject: an object that lives as long as someone refers to it; Cmn_RefCountPtr: such a reference;
+// Cmn_AliasedRefCountPtr: one that keeps an object alive and points to a part of it.
 //
 // Threads:   the count is atomic, so references may be taken and let go on any thread; what each thread did through
 //            its reference happens before the object is deleted. The object's own data is its class's business, and
@@ -11,6 +12,7 @@
 #include "Export/Kora_API.h"
 
 #include <atomic>
+#include <cstddef>
 #include <type_traits>
 #include <utility>
 
@@ -79,4 +81,49 @@ public:
 
 private:
     T* mObject = nullptr;
+};
+
+// Keeps one object alive and points to it, to a base of it, or to something that lives in it: who is handed the part
+// does not see the whole, and T itself is counted or not.
+//
+//     Cmn_AliasedRefCountPtr<Label> label(window, &window->mTitle); // the window stays alive
+template <class T>
+class Cmn_AliasedRefCountPtr
+{
+public:
+    Cmn_AliasedRefCountPtr() = default;
+    Cmn_AliasedRefCountPtr(std::nullptr_t) {}
+    // The object itself, or a base of it.
+    template <class U>
+    requires std::is_convertible_v<U*, T*> Cmn_AliasedRefCountPtr(const Cmn_RefCountPtr<U>& iObject)
+        : mWhole(iObject.get())
+        , mPart(iObject.get())
+    {
+    }
+    template <class U>
+    requires std::is_convertible_v<U*, T*> Cmn_AliasedRefCountPtr(const Cmn_AliasedRefCountPtr<U>& iOther)
+        : mWhole(iOther.GetWhole())
+        , mPart(iOther.get())
+    {
+    }
+    // iPart lives no longer than iWhole's object; a null iWhole keeps nothing alive.
+    template <class U>
+    Cmn_AliasedRefCountPtr(const Cmn_RefCountPtr<U>& iWhole, T* iPart)
+        : mWhole(iWhole.get())
+        , mPart(iPart)
+    {
+    }
+
+    T* get() const { return mPart; }
+    T& operator*() const { return *mPart; }
+    T* operator->() const { return mPart; }
+    explicit operator bool() const { return mPart != nullptr; }
+    // What is kept alive.
+    const Cmn_RefCountPtr<const Cmn_RefCountObject>& GetWhole() const { return mWhole; }
+    // The same part; what keeps it alive is not compared.
+    bool operator==(const Cmn_AliasedRefCountPtr& iOther) const { return mPart == iOther.mPart; }
+
+private:
+    Cmn_RefCountPtr<const Cmn_RefCountObject> mWhole;
+    T* mPart = nullptr;
 };

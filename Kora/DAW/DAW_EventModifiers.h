@@ -1,0 +1,125 @@
+// DAW_EventModifiers: which modifier keys and mouse buttons are down in an event, or asked for by a key binding.
+//
+//     key           Mac       Windows        states: 0 up, 1 down, 2 either: in a binding, whatever the event has
+//     menu command  command   Ctrl           buttons: 0 up, 1 down
+//     alternate     option    Alt
+//     meta          control   Windows key
+//     shift         shift     Shift
+//
+// Threads:   the user-interface thread.
+// Ownership: counted. A binding refers to the object that it was made with: setting a state there changes what it matches.
+#pragma once
+
+#include "Bastel/Cmn/Cmn_RefCount.h"
+#include "Bastel/Cmn/Cmn_Types.h"
+#include "Export/Kora_API.h"
+
+#include <string>
+
+enum DAW_EMenuCommandKeyState : Cmn_Int32 {
+    DAW_eMenuCommandKeyState_Up = 0,
+    DAW_eMenuCommandKeyState_Down = 1,
+    DAW_eMenuCommandKeyState_Either = 2
+};
+enum DAW_EAlternateKeyState : Cmn_Int32 {
+    DAW_eAlternateKeyState_Up = 0,
+    DAW_eAlternateKeyState_Down = 1,
+    DAW_eAlternateKeyState_Either = 2
+};
+enum DAW_EMetaKeyState : Cmn_Int32 {
+    DAW_eMetaKeyState_Up = 0,
+    DAW_eMetaKeyState_Down = 1,
+    DAW_eMetaKeyState_Either = 2
+};
+enum DAW_EShiftKeyState : Cmn_Int32 {
+    DAW_eShiftKeyState_Up = 0,
+    DAW_eShiftKeyState_Down = 1,
+    DAW_eShiftKeyState_Either = 2
+};
+enum DAW_ELeftMouseButtonState : Cmn_Int32 {
+    DAW_eLeftMouseButtonState_Up = 0,
+    DAW_eLeftMouseButtonState_Down = 1
+};
+enum DAW_EMiddleMouseButtonState : Cmn_Int32 {
+    DAW_eMiddleMouseButtonState_Up = 0,
+    DAW_eMiddleMouseButtonState_Down = 1
+};
+enum DAW_ERightMouseButtonState : Cmn_Int32 {
+    DAW_eRightMouseButtonState_Up = 0,
+    DAW_eRightMouseButtonState_Down = 1
+};
+
+class KORA_API DAW_EventModifiers : public Cmn_RefCountObject
+{
+public:
+    static Cmn_AliasedRefCountPtr<DAW_EventModifiers>
+    New(DAW_EMenuCommandKeyState iMenuCommand = DAW_eMenuCommandKeyState_Up,
+        DAW_EAlternateKeyState iAlternate = DAW_eAlternateKeyState_Up,
+        DAW_EMetaKeyState iMeta = DAW_eMetaKeyState_Up, DAW_EShiftKeyState iShift = DAW_eShiftKeyState_Up,
+        DAW_ELeftMouseButtonState iLeft = DAW_eLeftMouseButtonState_Up,
+        DAW_EMiddleMouseButtonState iMiddle = DAW_eMiddleMouseButtonState_Up,
+        DAW_ERightMouseButtonState iRight = DAW_eRightMouseButtonState_Up);
+
+    DAW_EMenuCommandKeyState GetMenuCommandKeyState() const { return mMenuCommand; }
+    // Deliberate: spelled so; hosts call it by this name.
+    DAW_EAlternateKeyState GetAlernateKeyState() const { return mAlternate; }
+    DAW_EMetaKeyState GetMetaKeyState() const { return mMeta; }
+    DAW_EShiftKeyState GetShiftKeyState() const { return mShift; }
+    DAW_ELeftMouseButtonState GetLeftMouseButtonState() const { return mLeft; }
+    DAW_EMiddleMouseButtonState GetMiddleMouseButtonState() const { return mMiddle; }
+    DAW_ERightMouseButtonState GetRightMouseButtonState() const { return mRight; }
+
+    void SetMenuCommandKeyState(DAW_EMenuCommandKeyState iState) { mMenuCommand = iState; }
+    void SetAlernateKeyState(DAW_EAlternateKeyState iState) { mAlternate = iState; }
+    void SetMetaKeyState(DAW_EMetaKeyState iState) { mMeta = iState; }
+    void SetShiftKeyState(DAW_EShiftKeyState iState) { mShift = iState; }
+    void SetLeftMouseButtonState(DAW_ELeftMouseButtonState iState) { mLeft = iState; }
+    void SetMiddleMouseButtonState(DAW_EMiddleMouseButtonState iState) { mMiddle = iState; }
+    void SetRightMouseButtonState(DAW_ERightMouseButtonState iState) { mRight = iState; }
+
+    // The state is 1; "either" is not down.
+    bool MenuCommandKeyIsDown() const { return mMenuCommand == DAW_eMenuCommandKeyState_Down; }
+    bool AlternateKeyIsDown() const { return mAlternate == DAW_eAlternateKeyState_Down; }
+    bool MetaKeyIsDown() const { return mMeta == DAW_eMetaKeyState_Down; }
+    bool ShiftKeyIsDown() const { return mShift == DAW_eShiftKeyState_Down; }
+    bool LeftButtonIsDown() const { return mLeft == DAW_eLeftMouseButtonState_Down; }
+    bool MiddleButtonIsDown() const { return mMiddle == DAW_eMiddleMouseButtonState_Down; }
+    bool RightButtonIsDown() const { return mRight == DAW_eRightMouseButtonState_Down; }
+
+    // The very same seven states: "either" equals only itself here.
+    bool operator==(const DAW_EventModifiers& iOther) const;
+    bool operator!=(const DAW_EventModifiers& iOther) const { return !(*this == iOther); }
+    // As a binding asks: each key has the same state or is "either" on one side, each button has the same state.
+    bool Matches(const DAW_EventModifiers& iOther) const;
+
+    // The keys that are down, then the optional ones in square brackets: "<Ctrl>+<Shift>+[Alt]", in the names of a Mac
+    // with true, "<command>+<shift>+[option]". Not localized. "" for none.
+    std::string GetKeyModifiersDescriptiveString(bool iMacNames) const;
+    // The buttons that are down in the same style: "<LeftButton>+<RightButton>". "" for none.
+    std::string GetMouseModifiersDescriptiveString() const;
+
+protected:
+    DAW_EventModifiers(DAW_EMenuCommandKeyState iMenuCommand, DAW_EAlternateKeyState iAlternate,
+                       DAW_EMetaKeyState iMeta, DAW_EShiftKeyState iShift, DAW_ELeftMouseButtonState iLeft,
+                       DAW_EMiddleMouseButtonState iMiddle, DAW_ERightMouseButtonState iRight);
+    ~DAW_EventModifiers() override;
+
+private:
+    DAW_EMenuCommandKeyState mMenuCommand;
+    DAW_EAlternateKeyState mAlternate;
+    DAW_EMetaKeyState mMeta;
+    DAW_EShiftKeyState mShift;
+    DAW_ELeftMouseButtonState mLeft;
+    DAW_EMiddleMouseButtonState mMiddle;
+    DAW_ERightMouseButtonState mRight;
+};
+
+inline bool DAW_EventModifiers::Matches(const DAW_EventModifiers& iOther) const
+{
+    const auto keyMatches = [](Cmn_Int32 iLeft, Cmn_Int32 iRight) {
+        return iLeft == iRight || iLeft == 2 || iRight == 2;
+    };
+    return keyMatches(mMenuCommand, iOther.mMenuCommand) && keyMatches(mAlternate, iOther.mAlternate) &&
+           keyMatches(mMeta, iOther.mMeta) && keyMatches(mShift, iOther.mShift) && mLeft == iOther.mLeft &&
+           mMiddle == iOther.mMiddle && mRight == iOther.mRight;
+}
