@@ -1,9 +1,5 @@
 #include "Support/AllocationCounter.h"
-
-#include "Kora/Time/Time_Typed.h"
-#include "Kora/Time/Time_TypedVector.h"
-
-#include <gtest/gtest.h>
+#include "Time/TimeFixture.h"
 
 #include <filesystem>
 #include <memory>

@@ -1,20 +1,9 @@
 #include "Kora/Time/Time_Meter.h"
-
-#include "Bastel/Cmn/Cmn_Exception.h"
-#include "Bastel/Cmn/Cmn_XMLNode.h"
-#include "Support/AssertRecorder.h"
-#include "Support/StreamBytes.h"
-#include "Support/TimePrinters.h"
-
-#include <gtest/gtest.h>
-
-#include <algorithm>
+#include "Time/TimeFixture.h"
 
 namespace {
 
-using Reports = std::vector<std::string>;
 using NoteValue = Time_NotationDurationValue;
-const char* const cMixed = "leftHandValue.mTickType == rightHandValue.mTickType@$^$@time/Time_TickLength";
 
 Time_BarBeatTick At(Cmn_Int32 iBar, Cmn_Int32 iBeat, Cmn_Int64 iTick)
 {
@@ -67,7 +56,7 @@ TEST(BarBeatTick, MixedTicksAndZeroMetersAreReported)
     At(1, 1, 5).Offset(display, Time_Meter(), to);
     EXPECT_EQ(to, At(1, 1, 12));
     EXPECT_EQ(Time_BarBeatTick(1, 1, display).Diff(At(1, 1, 5), Time_Meter()), Time_TickLength(2));
-    EXPECT_EQ(recorder.Take(), Reports(4, cMixed));
+    EXPECT_EQ(recorder.Take(), Reports(4, cMixedTicks));
 
     const Time_Meter broken(0, 0);
     EXPECT_EQ(recorder.Take(), Reports({"iNumerator >= 1@$^$@Time/Time_MeterMap",
@@ -153,7 +142,7 @@ TEST(NotationDuration, TheLongestNoteValueThatFitsAndOrderByTicksThenFields)
     EXPECT_LT(NoteValue(Time_eNoteDuration_Half, false, true, 1, 2), NoteValue()); // code 2 before code 3
     const AssertRecorder recorder;
     EXPECT_EQ(made(Time_TickLength(960000, Time_eTickType_Display)), NoteValue());
-    EXPECT_EQ(recorder.Take(), Reports{cMixed});
+    EXPECT_EQ(recorder.Take(), Reports{cMixedTicks});
 }
 
 TEST(Meter, StreamsThroughItsBytesAndRefusesBrokenOnes)

@@ -2,7 +2,6 @@
 
 namespace {
 
-using Reports = std::vector<std::string>;
 const char* const cNoConverter = "sTimeConverter != 0@$^$@Time/Time_Convert";
 
 // Installs a converter for a test. The scope behind it leaves none in use, whatever the test did.

@@ -5,20 +5,10 @@
 #include "Kora/Time/Time_Convert.h"
 #include "Kora/Time/Time_MeterMap.h"
 #include "Kora/Time/Time_TempoMap.h"
-#include "Kora/Time/Time_TypedVector.h"
 #include "Support/AllocationCounter.h"
-#include "Support/AssertRecorder.h"
-#include "Support/StTimeGlobals.h"
-#include "Support/TimePrinters.h"
-
-#include <gtest/gtest.h>
-
-#include <random>
+#include "Time/TimeFixture.h"
 
 constexpr Cmn_Int64 cSongStart = 1000000000000; // where empty maps start the song, at sample 0
-constexpr Time_EType cSamples = Time_eType_Samples, cTicks = Time_eType_Ticks, cFrames = Time_eType_Frames;
-constexpr Time_EType cInvalid = static_cast<Time_EType>(7);
-constexpr Time_EType cUnits[] = {cSamples, cTicks, cFrames};
 
 // Rates, pulls and maps by chance, and a converter over them.
 class RandomSession

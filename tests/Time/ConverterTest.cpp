@@ -1,11 +1,6 @@
 #include "Time/ConverterFixture.h"
 
-#include <algorithm>
-#include <limits>
-
 namespace {
-
-using Reports = std::vector<std::string>;
 
 Time_TypedVector AnyTimes(RandomSession& ioSession, Time_EType iUnit)
 {

@@ -1,14 +1,8 @@
-#include "Kora/Time/Time_Globals.h"
-
 #include "Kora/Sys/Sys_Trace.h"
-#include "Support/StTimeGlobals.h"
-
-#include <gtest/gtest.h>
+#include "Time/TimeFixture.h"
 
 #include <cstdarg>
 #include <cstdio>
-#include <string>
-#include <utility>
 
 namespace {
 

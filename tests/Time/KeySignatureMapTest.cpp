@@ -1,19 +1,8 @@
-#include "Kora/Time/Time_KeySignatureMap.h"
-
-#include "Bastel/Cmn/Cmn_Exception.h"
-#include "Bastel/Cmn/Cmn_XMLNode.h"
 #include "Kora/Ndo/Ndo_Operation.h"
 #include "Kora/Ndo/Ndo_StOperationRecorder.h"
 #include "Kora/Time/Time_Convert.h"
-#include "Support/AssertRecorder.h"
-#include "Support/StreamBytes.h"
-#include "Support/TimePrinters.h"
-
-#include <gtest/gtest.h>
-
-#include <limits>
-#include <map>
-#include <random>
+#include "Kora/Time/Time_KeySignatureMap.h"
+#include "Time/TimeFixture.h"
 
 namespace {
 
@@ -22,7 +11,6 @@ using Key = Time_KeySignature;
 using Entries = std::map<Time_Tick, Key>;
 
 constexpr Key cC, cG(true, true, 1), cD(true, true, 2), cF(true, false, 1);
-constexpr Cmn_Int64 cMost = std::numeric_limits<Cmn_Int64>::max();
 
 // Undoable maps leave the undo manager only through NdoDelete.
 struct NdoDeleter

@@ -1,8 +1,5 @@
 #include "Kora/Time/Time_KeySignature.h"
-
-#include "Support/TimePrinters.h"
-
-#include <gtest/gtest.h>
+#include "Time/TimeFixture.h"
 
 #include <cstdlib>
 #include <set>

@@ -1,9 +1,5 @@
 #include "Kora/Time/Time_LoopMapper.h"
-
-#include "Support/AssertRecorder.h"
-#include "Support/TimePrinters.h"
-
-#include <gtest/gtest.h>
+#include "Time/TimeFixture.h"
 
 namespace {
 

@@ -1,16 +1,8 @@
-#include "Support/AssertRecorder.h"
-#include "Support/MeterMapText.h"
-#include "Support/StreamBytes.h"
-#include "Support/TimePrinters.h"
-
 #include "Kora/Cnn/Cnn_ListenerMessageReceiver.h"
 #include "Kora/Ndo/Ndo_Operation.h"
 #include "Kora/Ndo/Ndo_StOperationRecorder.h"
-
-#include <gtest/gtest.h>
-
-#include <functional>
-#include <random>
+#include "Support/MeterMapText.h"
+#include "Time/TimeFixture.h"
 
 namespace {
 
@@ -157,7 +149,7 @@ TEST(MeterMapEdit, MovedChangesKeepTheirOrder)
             "1| 4/4 @0   2| 5/8 @1"},
         {"before its predecessor", "4| 4/4   5| 3/4   6| 5/8", realignBehindFirst, "2| 3/4 @-8   5| 4/4 @0   10| 5/8 @19"},
     });
-    EXPECT_EQ(recorder.Take(), std::vector<std::string>(4, cOutOfOrder));
+    EXPECT_EQ(recorder.Take(), Reports(4, cOutOfOrder));
 }
 
 TEST(MeterMapEdit, RealigningMovesTheChangesBehind)
@@ -268,11 +260,11 @@ TEST(MeterMapEdit, BrokenPreconditionsAreReportedInTheseWords)
     };
     for (const auto& row : cCases) {
         row.mEdit(map);
-        EXPECT_EQ(recorder.Take(), std::vector<std::string>{row.mText + cSource});
+        EXPECT_EQ(recorder.Take(), Reports{row.mText + cSource});
         EXPECT_EQ(map.Dump(), before) << row.mText;
     }
     map.AddInitialMeterChange(At(2), c6_8, 5); // goes on as any other change
-    EXPECT_EQ(recorder.Take(), std::vector<std::string>{"this->IsDefault()" + cSource});
+    EXPECT_EQ(recorder.Take(), Reports{"this->IsDefault()" + cSource});
     EXPECT_EQ(ToText(map), "1| 4/4 @0   2| 6/8 @2   3| 3/4 @4");
 }
 // clang-format on

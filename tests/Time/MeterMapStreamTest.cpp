@@ -1,13 +1,5 @@
-#include "Support/AssertRecorder.h"
 #include "Support/MeterMapText.h"
-#include "Support/StreamBytes.h"
-#include "Support/TimePrinters.h"
-
-#include "Bastel/Cmn/Cmn_Exception.h"
-#include "Bastel/Cmn/Cmn_XMLNode.h"
-#include "Bastel/Sys/Sys_StdStreamHeader.h"
-
-#include <gtest/gtest.h>
+#include "Time/TimeFixture.h"
 
 namespace {
 

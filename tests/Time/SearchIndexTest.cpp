@@ -1,8 +1,5 @@
 #include "Kora/Time/Time_SearchIndex_p.h"
-
-#include <gtest/gtest.h>
-
-#include <random>
+#include "Time/TimeFixture.h"
 
 namespace {
 

@@ -1,14 +1,8 @@
 // Runs under either value of the start-up option "Use24HourTimeline": ctest starts this program a second time with
 // OSTREL_OPTION_Use24HourTimeline=0.
-#include "Kora/Time/Time_Typed.h"
-
-#include "Support/AssertRecorder.h"
-#include "Support/TimePrinters.h"
-
-#include <gtest/gtest.h>
+#include "Time/TimeFixture.h"
 
 #include <cstdlib>
-#include <string_view>
 
 namespace {
 
@@ -41,7 +35,7 @@ TEST(StartupLimits, TablesFollowTheOption)
     Time_Typed invalid(Cmn_Int64{1} << 60, static_cast<Time_EType>(3));
     invalid.PinToValidRange();
     EXPECT_EQ(invalid.AsInt64(), Cmn_Int64{1} << 60);
-    EXPECT_EQ(recorder.Take(), std::vector<std::string>{"0@$^$@Time/Time_Typed"});
+    EXPECT_EQ(recorder.Take(), Reports{"0@$^$@Time/Time_Typed"});
 }
 
 TEST(StartupLimits, SessionLimitChecksTheOldValue)
@@ -53,12 +47,12 @@ TEST(StartupLimits, SessionLimitChecksTheOldValue)
         "sMaxSessionSample <= Time_Typed::MaxTime(Time_eType_Samples).AsSample()@$^$@Time/Time_Typed";
 
     Time_Typed::SetMaxSessionSample(Time_Sample(34359738368));
-    EXPECT_EQ(recorder.Take(), std::vector<std::string>());
+    EXPECT_EQ(recorder.Take(), Reports());
     EXPECT_EQ(Time_Typed::GetMaxSessionSample(), Is24HourTimeline() ? Time_Sample(34359738368) : atLoad);
 
     Time_Typed::Init(); // builds nothing again
     EXPECT_EQ(Time_Typed::GetMaxSessionSample(), Is24HourTimeline() ? Time_Sample(34359738368) : atLoad);
     Time_Typed::SetMaxSessionSample(atLoad);
-    EXPECT_EQ(recorder.Take(), std::vector<std::string>(Is24HourTimeline() ? 1 : 0, report));
+    EXPECT_EQ(recorder.Take(), Reports(Is24HourTimeline() ? 1 : 0, report));
     EXPECT_EQ(Time_Typed::GetMaxSessionSample(), atLoad);
 }

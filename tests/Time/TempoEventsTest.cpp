@@ -1,10 +1,6 @@
 #include "Kora/Time/Time_NewTempoEvents.h"
 #include "Kora/Time/Time_TempoEdit.h"
-
-#include "Support/AssertRecorder.h"
-#include "Support/TimePrinters.h"
-
-#include <gtest/gtest.h>
+#include "Time/TimeFixture.h"
 
 namespace {
 
@@ -14,8 +10,6 @@ Time_NewTempoEvent Event(Cmn_Int64 iTick, float iTempo, const Time_TickLength& i
 {
     return {Time_Tick(iTick), iTempo, iBeat};
 }
-
-constexpr Time_EType cSamples = Time_eType_Samples, cTicks = Time_eType_Ticks, cFrames = Time_eType_Frames;
 
 } // namespace
 
@@ -100,5 +94,5 @@ TEST(NewTempoEvents, QuantizedTicksFollowTheLastTempo)
     EXPECT_EQ(two.NextQuantizedTick({5, cFrames}, {9, cTicks}), Time_Tick(9));
     EXPECT_EQ(recorder.Take().size(), 1u);
     EXPECT_EQ(Time_NewTempoEvents().NextQuantizedTick({5, cTicks}, {9, cTicks}), Time_Tick(9));
-    EXPECT_EQ(recorder.Take(), std::vector<std::string>{"size() > 0@$^$@Time/Time_NewTempoEvents"});
+    EXPECT_EQ(recorder.Take(), Reports{"size() > 0@$^$@Time/Time_NewTempoEvents"});
 }

@@ -1,14 +1,7 @@
 // Random edits of tempo maps against a plain model of the rebuild, bit for bit.
-#include "Bastel/Sys/Sys_TypedStream.h"
 #include "Kora/Ndo/Ndo_Operation.h"
 #include "Kora/Ndo/Ndo_StOperationRecorder.h"
-#include "Kora/Time/Time_TypedVector.h"
-#include "Support/AssertRecorder.h"
-#include "TempoMapTools.h"
-
-#include "Support/StreamBytes.h"
-
-#include <gtest/gtest.h>
+#include "Time/TempoMapTools.h"
 
 #include <cmath>
 

@@ -1,27 +1,14 @@
-#include "Bastel/Cmn/Cmn_Exception.h"
-#include "Bastel/Cmn/Cmn_XMLNode.h"
-#include "Bastel/Sys/Sys_StdStreamHeader.h"
 #include "Kora/Cnn/Cnn_Receiver.h"
-#include "Kora/Time/Time_Globals.h"
 #include "Kora/Time/Time_TempoMap_StEditOptimizer.h"
-#include "Kora/Time/Time_TypedVector.h"
 #include "Support/AllocationCounter.h"
-#include "Support/AssertRecorder.h"
-#include "Support/StreamBytes.h"
-#include "Support/TimePrinters.h"
-#include "TempoMapTools.h"
-
-#include <gtest/gtest.h>
+#include "Time/TempoMapTools.h"
 
 #include <atomic>
-#include <functional>
 #include <future>
-#include <limits>
 #include <thread>
 
 namespace {
 
-using Reports = std::vector<std::string>;
 using Ticks = std::vector<Cmn_Int64>;
 
 // A map at 48000 Hz that counts its broadcasts. Reports that a test does not take are failures.

@@ -3,11 +3,9 @@
 
 #include "Kora/Time/Time_ConstantTempoSeg.h"
 #include "Kora/Time/Time_TempoMap.h"
+#include "Time/TimeFixture.h"
 
-#include <algorithm>
 #include <bit>
-#include <map>
-#include <random>
 
 constexpr Cmn_Int64 cStart = 1000000000000, cQuarter = 960000;
 

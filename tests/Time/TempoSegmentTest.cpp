@@ -1,14 +1,6 @@
-#include "Bastel/Cmn/Cmn_Exception.h"
-#include "Bastel/Cmn/Cmn_XMLNode.h"
-#include "Bastel/Sys/Sys_StdStreamHeader.h"
-#include "Support/AssertRecorder.h"
-#include "TempoMapTools.h"
-
-#include <gtest/gtest.h>
+#include "Time/TempoMapTools.h"
 
 namespace {
-
-using Reports = std::vector<std::string>;
 
 __extension__ typedef unsigned __int128 Wide;
 

@@ -1,12 +1,6 @@
 // The conversions of many times give the bits of the single ones, whichever kernel converts.
-#include "Kora/Time/Time_TypedVector.h"
 #include "Kora/Time/Time_VectorKernels_p.h"
-#include "Support/AssertRecorder.h"
-#include "TempoMapTools.h"
-
-#include <gtest/gtest.h>
-
-#include <limits>
+#include "Time/TempoMapTools.h"
 
 namespace {
 

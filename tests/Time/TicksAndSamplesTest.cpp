@@ -1,20 +1,7 @@
-#include "Kora/Time/Time_Sample.h"
-#include "Kora/Time/Time_Tick.h"
-
-#include "Bastel/Cmn/Cmn_XMLNode.h"
-#include "Support/AssertRecorder.h"
-#include "Support/TimePrinters.h"
-
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <limits>
+#include "Time/TimeFixture.h"
 
 namespace {
 
-using Reports = std::vector<std::string>;
-constexpr Cmn_Int64 cMost = std::numeric_limits<Cmn_Int64>::max();
-constexpr Cmn_Int64 cLeast = std::numeric_limits<Cmn_Int64>::min();
 constexpr Time_TickLength Display(Cmn_Int64 iTicks)
 {
     return Time_TickLength(iTicks, Time_eTickType_Display);
@@ -59,8 +46,7 @@ TEST(TickLength, MixedTypesAreReportedAndCountedRaw)
     EXPECT_EQ(internal + Display(1), Time_TickLength(6));
     EXPECT_EQ(Display(1) - internal, Display(-4));
     EXPECT_TRUE(Display(1) < internal && Display(1) != internal);
-    EXPECT_EQ(recorder.Take(),
-              Reports(4, "leftHandValue.mTickType == rightHandValue.mTickType@$^$@time/Time_TickLength"));
+    EXPECT_EQ(recorder.Take(), Reports(4, cMixedTicks));
 
     EXPECT_EQ(Display(1).AsInt32X(), 1);
     EXPECT_EQ(Time_TickLength((Cmn_Int64{1} << 32) + 7).AsInt32X(), 7);

@@ -1,14 +1,5 @@
-#include "Kora/Time/Time_Globals.h"
 #include "Kora/Time/Time_SMPTE.h"
-
-#include "Support/AssertRecorder.h"
-#include "Support/StTimeGlobals.h"
-#include "Support/TimePrinters.h"
-
-#include <gtest/gtest.h>
-
-#include <limits>
-#include <random>
+#include "Time/TimeFixture.h"
 
 namespace {
 
@@ -184,8 +175,7 @@ TEST(Timecode, SamplesOfKnownFrames)
     EXPECT_TRUE(recorder.Take().empty());
     time.SetSubSamples(1601.7);
     EXPECT_EQ(recorder.Take(),
-              std::vector<std::string>{
-                  "subSamples < ( Time_Globals::GetPullSampleRate() / fps )@$^$@Time/Time_SMPTE"});
+              Reports{"subSamples < ( Time_Globals::GetPullSampleRate() / fps )@$^$@Time/Time_SMPTE"});
     time.SetFromTotalSubframes(-150);
     EXPECT_EQ(time, Time_SMPTE());
 }

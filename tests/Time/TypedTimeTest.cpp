@@ -1,18 +1,6 @@
-#include "Kora/Time/Time_TypedLocal.h"
-
-#include "Support/AssertRecorder.h"
-#include "Support/TimePrinters.h"
-
-#include <gtest/gtest.h>
-
-#include <limits>
+#include "Time/TimeFixture.h"
 
 namespace {
-
-using Reports = std::vector<std::string>;
-constexpr Time_EType cSamples = Time_eType_Samples, cTicks = Time_eType_Ticks, cFrames = Time_eType_Frames;
-constexpr Time_EType cInvalid = static_cast<Time_EType>(3);
-constexpr Cmn_Int64 cLeast = std::numeric_limits<Cmn_Int64>::min();
 
 static_assert(sizeof(Time_Typed) == 16 && sizeof(Time_TypedLocal) == 16 && sizeof(Time_TypedLength) == 16);
 static_assert(Time_Typed(Time_Tick(5)) + Time_TypedLength(Time_TickLength(2)) == Time_Typed(7, cTicks));

@@ -1,20 +1,8 @@
-#include "Kora/Time/Time_TypedVector.h"
-
-#include "Bastel/Cmn/Cmn_XMLNode.h"
-#include "Kora/Time/Time_Typed.h"
-#include "Kora/Time/Time_TypedLocal.h"
-#include "Support/AssertRecorder.h"
-#include "Support/TimePrinters.h"
-
-#include <gtest/gtest.h>
-
-#include <limits>
+#include "Time/TimeFixture.h"
 
 namespace {
 
-using Reports = std::vector<std::string>;
 using Counts = std::vector<Cmn_Int64>;
-constexpr Time_EType cSamples = Time_eType_Samples, cTicks = Time_eType_Ticks;
 constexpr Time_EContext cGlobal = Time_eContext_GlobalPosition, cLocal = Time_eContext_LocalPosition,
                         cLength = Time_eContext_RelativeLength;
 const char* const cMismatch = "time_type_mismatch@$^$@time/Time_Vectors";
@@ -59,7 +47,6 @@ TEST(TypedVector, ArithmeticKeepsTheUnitAndChangesTheMeaning)
     const auto time = [](Time_TypedVector& io, Cmn_Int64 iSteps, Time_EType iUnit) {
         iSteps > 0 ? io.AddTime({iSteps, iUnit}) : io.SubtractTime({-iSteps, iUnit});
     };
-    constexpr Cmn_Int64 cMost = std::numeric_limits<Cmn_Int64>::max();
     const std::tuple<const char*, Time_EContext, Time_EType, Move, Cmn_Int64, Time_EContext, Reports> rows[] =
         {
             {"position + length",                cGlobal, cTicks,   length, 5,  cGlobal, {}                     },
