@@ -1,0 +1,45 @@
+// Desk: what a user's hands do with the host, one line at a time; the window and the terminal each are one.
+//
+//     menus             opens every menu, and shows what stands in it
+//     25003             chooses the item with this number
+//     Ctrl+S            presses a key and lets it go; so do L, Right, Shift+Right, Space …
+//     hold Right 3      presses it, keeps it down for three repeats, lets it go
+//     quit              leaves
+#pragma once
+
+#include "examples/menus/Keys.h"
+
+#include <iosfwd>
+#include <string>
+
+// One item as a menu shows it.
+struct MenuLine
+{
+    int depth = 0; // 0: in the bar
+    Cmn_Int16 number = 0;
+    std::string text;
+    bool enabled = true;
+    bool checked = false;
+    bool separator = false;
+};
+
+class Desk
+{
+public:
+    virtual ~Desk() = default;
+
+    // Brings the menus up to date and shows them, a line an item.
+    virtual void ShowMenus() = 0;
+    // False when no menu shows an enabled item with this number.
+    virtual bool Choose(Cmn_Int16 iNumber) = 0;
+    virtual void Key(const KeyChord& iChord, bool iPressed, bool iRepeated) = 0;
+
+    // Does what one line says, or writes to oErr what it expected. False when the line was "quit".
+    bool Obey(const std::string& iLine, std::ostream& oErr);
+
+    // "  25003 [x] Take 3", "  25001 [ ] Save          Ctrl+S  (disabled)"
+    static std::string Shown(const MenuLine& iLine);
+
+private:
+    void Strike(const KeyChord& iChord, int iRepeats);
+};

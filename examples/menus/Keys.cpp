@@ -1,0 +1,135 @@
+#include "examples/menus/Keys.h"
+
+#include "Kora/DAW/DAW_CommandRegistry.h"
+#include "Kora/DAW/DAW_KeyBinding.h"
+#include "Kora/DAW/DAW_KeyBindingMap.h"
+#include "Kora/DAW/DAW_KeyContextRegistry.h"
+#include "Kora/DAW/DAW_KeyConversionUtils.h"
+#include "Kora/DAW/DAW_KeyEvent.h"
+#include "Kora/DAW/DAW_KeyboardInputContext.h"
+#include "Kora/DAW/DAW_KeyboardState.h"
+#include "examples/menus/Commands.h"
+
+#include <algorithm>
+#include <cctype>
+
+namespace {
+
+constexpr long cMainContext = 1;
+
+struct Row
+{
+    CommandID command;
+    DAW_EKeyCode key;
+    DAW_EMenuCommandKeyState menuCommand;
+    DAW_EShiftKeyState shift;
+    DAW_EAutoKey repeats;
+};
+
+constexpr Row cKeys[] = {
+    {eCommand_New,   DAW_eKeyCode_N,          DAW_eMenuCommandKeyState_Down, DAW_eShiftKeyState_Up,     DAW_eAutoKey_No},
+    {eCommand_Save,  DAW_eKeyCode_S,          DAW_eMenuCommandKeyState_Down, DAW_eShiftKeyState_Up,     DAW_eAutoKey_No},
+    {eCommand_Quit,  DAW_eKeyCode_Q,          DAW_eMenuCommandKeyState_Down, DAW_eShiftKeyState_Up,     DAW_eAutoKey_No},
+    {eCommand_Loop,  DAW_eKeyCode_L,          DAW_eMenuCommandKeyState_Up,   DAW_eShiftKeyState_Up,     DAW_eAutoKey_No},
+ // Shift makes it coarse, so it matches with and without; held down, it goes on.
+    {eCommand_Nudge, DAW_eKeyCode_RightArrow, DAW_eMenuCommandKeyState_Up,   DAW_eShiftKeyState_Either,
+     DAW_eAutoKey_Yes                                                                                                  },
+    {eCommand_Scrub, DAW_eKeyCode_Space,      DAW_eMenuCommandKeyState_Up,   DAW_eShiftKeyState_Up,     DAW_eAutoKey_No},
+};
+
+Cmn_AliasedRefCountPtr<DAW_EventModifiers> Modifiers(DAW_EMenuCommandKeyState iMenuCommand,
+                                                     DAW_EShiftKeyState iShift)
+{
+    return DAW_EventModifiers::New(iMenuCommand, DAW_eAlternateKeyState_Up, DAW_eMetaKeyState_Up, iShift);
+}
+
+DAW_KeyBindingMap& Bindings()
+{
+    static DAW_KeyBindingMap sMap;
+    return sMap;
+}
+
+// Of ASCII letters.
+std::string Lower(std::string iText)
+{
+    std::transform(iText.begin(), iText.end(), iText.begin(),
+                   [](unsigned char iLetter) { return static_cast<char>(std::tolower(iLetter)); });
+    return iText;
+}
+
+bool SkipPrefix(std::string& ioText, const char* iPrefix)
+{
+    if (!ioText.starts_with(iPrefix)) return false;
+    ioText.erase(0, std::string(iPrefix).size());
+    return true;
+}
+
+} // namespace
+
+void RegisterKeys()
+{
+    for (const Row& row : cKeys) {
+        Bindings().AddKeyBinding(DAW_KeyBinding::New(
+            DAW_KeyEvent::New(row.key, row.repeats, "", DAW_eKeyState_Down),
+            Modifiers(row.menuCommand, row.shift), DAW_CommandRegistry::FindCommandByID(row.command)));
+    }
+    auto* const context = new DAW_KeyboardInputContext(cMainContext, "Main"); // the registry's from here on
+    context->SetKeyBindingMap(&Bindings());
+    DAW_KeyContextRegistry::RegisterKeyContext(context);
+    DAW_KeyboardInputContext::SetCurrentKeyboardInputContext(context);
+}
+
+void RemoveKeys()
+{
+    delete DAW_KeyContextRegistry::FindKeyContextByID(cMainContext);
+    while (!Bindings().GetKeyMap().empty())
+        Bindings().DeleteKeyBinding(Bindings().GetKeyMap().begin()->second);
+}
+
+std::string ShortcutOf(long iCommandID)
+{
+    const Cmn_RefCountPtr<DAW_KeyBinding> binding = Bindings().FindKeyBindingByID(iCommandID);
+    if (!binding) return "";
+    const auto modifiers = binding->GetEventModifiers();
+    std::string text;
+    if (modifiers->MenuCommandKeyIsDown()) text += "Ctrl+";
+    if (modifiers->ShiftKeyIsDown()) text += "Shift+";
+    return text + DAW_KeyConversionUtils::DAW_EKeyCodeToDisplayString(binding->GetKeyEvent()->GetKeyCode());
+}
+
+std::optional<KeyChord> ParseChord(const std::string& iText)
+{
+    KeyChord chord;
+    std::string rest = Lower(iText);
+    for (bool more = true; more;) {
+        more = false;
+        if (SkipPrefix(rest, "ctrl+")) more = chord.menuCommand = true;
+        if (SkipPrefix(rest, "alt+")) more = chord.alternate = true;
+        if (SkipPrefix(rest, "shift+")) more = chord.shift = true;
+    }
+    for (int code = DAW_eKeyCode_BackSpace; code < cDAW_NumKeyCodes; ++code) {
+        chord.key = static_cast<DAW_EKeyCode>(code);
+        if (Lower(DAW_KeyConversionUtils::DAW_EKeyCodeToDisplayString(chord.key)) == rest) return chord;
+    }
+    return std::nullopt;
+}
+
+Cmn_AliasedRefCountPtr<DAW_EventModifiers> ModifiersOf(const KeyChord& iChord)
+{
+    return DAW_EventModifiers::New(
+        iChord.menuCommand ? DAW_eMenuCommandKeyState_Down : DAW_eMenuCommandKeyState_Up,
+        iChord.alternate ? DAW_eAlternateKeyState_Down : DAW_eAlternateKeyState_Up, DAW_eMetaKeyState_Up,
+        iChord.shift ? DAW_eShiftKeyState_Down : DAW_eShiftKeyState_Up);
+}
+
+bool SendKey(const KeyChord& iChord, bool iPressed, bool iRepeated)
+{
+    DAW_KeyStateArray down;
+    down.SetBit(static_cast<Cmn_UInt32>(iChord.key), iPressed);
+    const char typed = DAW_KeyConversionUtils::DAW_EKeyCodeToChar(iChord.key);
+    return DAW_KeyboardInputContext::HandleKeyEvent(
+        DAW_KeyEvent::New(iChord.key, iRepeated ? DAW_eAutoKey_Yes : DAW_eAutoKey_No,
+                          typed != 0 ? std::string(1, typed) : std::string(),
+                          iPressed ? DAW_eKeyState_Down : DAW_eKeyState_Up),
+        ModifiersOf(iChord), DAW_KeyboardState::New(down, DAW_eKeyStateArrayFormat_ByKeyCode));
+}
