@@ -45,7 +45,7 @@ public:
     static constexpr Cmn_Int16 cNoCommandNumber = 0;
 
     DAW_MenuEntry() = default;
-    // Releases the entry's numbers: chosen afterwards, from a menu that still shows its items, they do nothing.
+    // Releases the entry's numbers. Menus that still show its items are updated before others are given the numbers.
     virtual ~DAW_MenuEntry();
     DAW_MenuEntry(const DAW_MenuEntry&) = delete;
     DAW_MenuEntry& operator=(const DAW_MenuEntry&) = delete;

@@ -2,7 +2,7 @@
 // entries are what stands in the bar, its title shows nowhere.
 //
 // Ownership: owns its entries, which die with it or in DeleteAllEntries. A menu that was built before shows them until
-//            it is updated; chosen there, items of dead entries do nothing.
+//            it is updated, as it has to be before new entries get their numbers.
 #pragma once
 
 #include "Kora/DAW/DAW_MenuEntry.h"

@@ -94,8 +94,8 @@ struct Save : DAW_MenuEntrySimple
     bool MenuEntryIsEnabled() override { return false; }
     bool MenuEntryIsChecked() override { return true; }
     Cmn_Int16 GetCommandID() override { return 77; }
-    void DoIt() override { MenuItems::sDone = "saved"; }
-    void DoMenuHighlite() override { MenuItems::sDone = "save?"; }
+    void DoIt() override { MenuItems::sDone += "saved"; }
+    void DoMenuHighlite() override { MenuItems::sDone = "save? "; }
 };
 
 TEST(MenuEntry, EachKindIsOfItsKindAndShowsItsItems)
@@ -122,10 +122,9 @@ TEST(MenuEntry, EachKindIsOfItsKindAndShowsItsItems)
     }
     DAW_MenuEntry& line = *root.GetEntry(2);
     EXPECT_FALSE(line.MenuEntryIsEnabled(0) || line.MenuEntryIsChecked(0) || line.GetCommandID(0) != 0);
-    root.GetEntry(0)->DoIt(0);
-    EXPECT_EQ(MenuItems::sDone, "saved");
     root.GetEntry(0)->DoMenuHighlite(0);
-    EXPECT_EQ(MenuItems::sDone, "save?");
+    root.GetEntry(0)->DoIt(0);
+    EXPECT_EQ(MenuItems::sDone, "save? saved");
 }
 
 TEST(MenuEntry, ASubMenuOwnsItsEntriesWhichMayDeleteThemselvesWhenDone)
@@ -136,7 +135,6 @@ TEST(MenuEntry, ASubMenuOwnsItsEntriesWhichMayDeleteThemselvesWhenDone)
     menu->AppendEntry(std::make_unique<MenuItems>());
     auto& items = static_cast<MenuItems&>(*menu->GetEntry(1));
     const Cmn_Int16 number = items.GetCommandID(1);
-    EXPECT_EQ(asserts.Take(), Reports());
     EXPECT_EQ(menu->GetEntry(-1), nullptr);
     EXPECT_EQ(menu->GetEntry(2), nullptr);
     menu->AppendEntry(nullptr);

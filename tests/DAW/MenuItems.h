@@ -34,10 +34,8 @@ struct MenuItems : DAW_MenuEntryCompound
     void DoMenuHighlite(Cmn_Int32 iIndex) override { sDone = "highlighted " + std::to_string(iIndex); }
     const Item& At(Cmn_Int32 iIndex) const { return mItems.at(static_cast<std::size_t>(iIndex)); }
 
-    using DAW_MenuEntry::DeleteEntryAndIndexFromCommandID;
-    using DAW_MenuEntry::GetEntryAndIndexFromCommandID;
-    using DAW_MenuEntry::ReleaseCommandNumbers;
-
+    using DAW_MenuEntry::DeleteEntryAndIndexFromCommandID, DAW_MenuEntry::GetEntryAndIndexFromCommandID,
+        DAW_MenuEntry::ReleaseCommandNumbers;
     std::vector<Item> mItems;
     std::function<void()> mThen; // after DoIt
     static inline int sAlive = 0;

@@ -17,8 +17,10 @@
 // Numbers:   identifiers are the entries' command numbers, 25000 to 32767; a host's own identifiers lie elsewhere.
 // Threads:   the user-interface thread only; nothing is locked.
 // Ownership: entries stay the caller's. Menus live until DeleteMenuHandle, and popups inside of one no longer than it
-//            and its next update. An entry may die or change its children at any time; a menu that was made from a dead
-//            entry keeps its items, which do nothing, until it is updated, which empties it.
+//            and its next update. An entry may die or change its children at any time. A menu that was made from it keeps
+//            the items until it is updated: chosen meanwhile they do nothing, or what an item does that was given the
+//            number since. So a menu bar's own items and an open menu are updated when an entry dies; a popup that
+//            opens is updated anyway, and one whose own entry died is empty then.
 #pragma once
 
 #include "Export/Kora_API.h"
@@ -31,7 +33,7 @@ class DAW_MenuEntry;
 class DAW_MenuEntryCompound;
 class DAW_MenuEntrySubMenu;
 
-// As <windows.h> declares it, which this header does without.
+// As <windows.h> declares it (with STRICT, which is its default); this header does without it.
 struct HMENU__;
 using HMENU = HMENU__*;
 
