@@ -12,7 +12,8 @@
 // Units:     sizes and lengths in bytes, time limits in milliseconds (-1: none).
 // Failures:  every one is false, without a reason; nothing is asserted, written or thrown. An answer that needs more
 //            memory than there is is one of them: the buffer grows by what the pipe holds, never by what a reply claims.
-// Threads:   Request and Request32 from any; an object is one thread's at a time.
+// Threads:   Request and Request32 from any; an object is one thread's at a time. Of more callers than the service has
+//            places, on Windows one may lose each of its four attempts to others.
 // Real time: no. A request waits for the service, up to the limits.
 #pragma once
 

@@ -8,7 +8,7 @@
 // may enter. A message there is as long as the system's send buffer at most, about 200,000 bytes.
 //
 // Units:     time-outs in milliseconds, -1 waits without bound. A time-out is for one call.
-// Failures:  are answers; no call throws, and a lost peer raises no signal.
+// Failures:  are answers; only GetAddress throws, when memory is short. A lost peer raises no signal.
 // Ownership: the object owns its handle. When a call returns, the system uses the caller's bytes no more, whatever the
 //            call's outcome.
 // Threads:   one at a time for an object; objects know nothing of each other.
@@ -24,7 +24,7 @@ class KORA_API PSPipeEvent
 {
 public:
     PSPipeEvent() noexcept;
-    ~PSPipeEvent();
+    ~PSPipeEvent() { Release(mHandle); }
     PSPipeEvent(const PSPipeEvent&) = delete;
     PSPipeEvent& operator=(const PSPipeEvent&) = delete;
 
@@ -33,6 +33,8 @@ public:
     void* GetHandle() const noexcept { return mHandle; }
 
 private:
+    static void Release(void* iHandle) noexcept;
+
     void* mHandle = nullptr;
     bool mIsGood = true;
 };

@@ -19,9 +19,9 @@ namespace {
 
 std::string Folder(PSMessagePipe::EFolder iFolder)
 {
-    const std::string runtime = PSGetEnvironment("XDG_RUNTIME_DIR");
+    std::string runtime = PSGetEnvironment("XDG_RUNTIME_DIR");
     if (!runtime.empty() && runtime.front() == '/') return runtime;
-    const std::string own = "/tmp/kora-" + std::to_string(geteuid());
+    std::string own = "/tmp/kora-" + std::to_string(geteuid());
     if (iFolder == PSMessagePipe::eFolder_Make) mkdir(own.c_str(), S_IRWXU);
     return PSIsPrivateFolder(own.c_str()) ? own : std::string();
 }
@@ -47,7 +47,7 @@ void SetConnectTimeout(int iSocket, std::int32_t iTimeoutMs)
     timeval limit{};
     if (iTimeoutMs > 0) {
         limit.tv_sec = iTimeoutMs / 1000;
-        limit.tv_usec = iTimeoutMs % 1000 * 1000;
+        limit.tv_usec = static_cast<suseconds_t>(iTimeoutMs % 1000) * 1000;
     }
     setsockopt(iSocket, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit);
 }
@@ -76,14 +76,14 @@ void CloseHandle(std::intptr_t& ioHandle)
 } // namespace
 
 PSPipeEvent::PSPipeEvent() noexcept = default;
-PSPipeEvent::~PSPipeEvent() = default;
+void PSPipeEvent::Release(void*) noexcept {}
 
 std::string PSMessagePipe::GetAddress(const std::string& iName, EFolder iFolder)
 {
     if (iName.empty() || iName.find_first_of(std::string("/\\\0", 3)) != std::string::npos) return {};
     const std::string folder = Folder(iFolder);
     const std::string path = folder + '/' + iName;
-    return folder.empty() || path.size() >= sizeof sockaddr_un::sun_path ? std::string() : path;
+    return !folder.empty() && path.size() < sizeof sockaddr_un::sun_path ? path : std::string();
 }
 
 PSMessagePipe::EOpen PSMessagePipe::Open(const char* iName) noexcept
@@ -103,7 +103,6 @@ try {
     }
     mHandle = mPlace;
     mPlace = cNoHandle;
-    mTaken = 0;
     return eOpen_Opened;
 } catch (const std::exception&) {
     return eOpen_Failed;
@@ -139,6 +138,7 @@ void PSMessagePipe::Close() noexcept
 {
     CloseHandle(mHandle);
     CloseHandle(mPlace);
+    mTaken = 0;
 }
 
 bool PSMessagePipe::Write(const PSPipeEvent&, const void* iBytes, std::uint32_t iSize,

@@ -38,9 +38,9 @@ PSPipeEvent::PSPipeEvent() noexcept
 {
 }
 
-PSPipeEvent::~PSPipeEvent()
+void PSPipeEvent::Release(void* iHandle) noexcept
 {
-    if (mIsGood) CloseHandle(mHandle);
+    if (iHandle != nullptr) CloseHandle(iHandle);
 }
 
 std::string PSMessagePipe::GetAddress(const std::string& iName, EFolder)
@@ -62,7 +62,6 @@ try {
         CreateFileW(address.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, flags, nullptr);
     if (handle == INVALID_HANDLE_VALUE) return GetLastError() == ERROR_PIPE_BUSY ? eOpen_Busy : eOpen_Failed;
     mHandle = reinterpret_cast<std::intptr_t>(handle);
-    mTaken = 0;
     return eOpen_Opened;
 } catch (const std::exception&) {
     return eOpen_Failed;

@@ -14,7 +14,7 @@ const RefreshFault cRefreshFaults[eRefreshFault_Count] = {
     {eRefreshFault_LeaveAtRequest,    "leave-request",    "leaves when the request comes"                            },
     {eRefreshFault_LeaveBetween,      "leave-between",    "shakes hands and leaves: the request is refused"          },
     {eRefreshFault_WrongIdentifier,   "wrong-identifier", "shakes hands with another identifier"                     },
-    {eRefreshFault_ShortIdentifier,   "short-identifier", "shakes hands with 15 bytes of the identifier"             },
+    {eRefreshFault_LongIdentifier,    "long-identifier",  "shakes hands with a byte after the identifier"            },
     {eRefreshFault_HandshakeStatus,   "handshake-status", "shakes hands with status 1"                               },
     {eRefreshFault_RequestStatus,     "request-status",   "answers with status 1"                                    },
     {eRefreshFault_Cut,               "cut",              "sends the first half of its answer"                       },
@@ -146,8 +146,8 @@ bool RefreshService::AnswerHandshake(RefreshChannel& ioChannel, const RefreshByt
     case eRefreshFault_WrongIdentifier:
         payload.back() ^= 1;
         break;
-    case eRefreshFault_ShortIdentifier:
-        payload.pop_back();
+    case eRefreshFault_LongIdentifier:
+        payload.push_back(0);
         break;
     case eRefreshFault_HandshakeStatus:
         status = 1;

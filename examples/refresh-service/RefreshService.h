@@ -29,7 +29,7 @@ enum RefreshEFault {
     eRefreshFault_LeaveAtRequest,
     eRefreshFault_LeaveBetween,
     eRefreshFault_WrongIdentifier,
-    eRefreshFault_ShortIdentifier,
+    eRefreshFault_LongIdentifier,
     eRefreshFault_HandshakeStatus,
     eRefreshFault_RequestStatus,
     eRefreshFault_Cut,

@@ -37,7 +37,7 @@ constexpr Case cCases[] = {
     {"gone at the request",                     eRefreshFault_LeaveAtRequest,    cFails, cSize,      0         },
     {"gone between the two",                    eRefreshFault_LeaveBetween,      cFails, cSize,      0         },
     {"another identifier",                      eRefreshFault_WrongIdentifier,   cFails, cSize,      0         },
-    {"an identifier of 15 bytes",               eRefreshFault_ShortIdentifier,   cFails, cSize,      0         },
+    {"an identifier of 17 bytes",               eRefreshFault_LongIdentifier,    cFails, cSize,      0         },
     {"handshake with a status",                 eRefreshFault_HandshakeStatus,   cFails, cSize,      0         },
     {"answer with a status",                    eRefreshFault_RequestStatus,     cFails, cSize,      0         },
     {"half an answer",                          eRefreshFault_Cut,               cFails, cSize,      0         },
@@ -119,6 +119,23 @@ TEST(RefreshClient, AMissingServiceFailsAtOnceAndABusyOneAfterFourAttempts)
     release.join();
 }
 
+TEST(RefreshClient, AFailedHandshakeLeavesNothingOpen)
+{
+    for (const RefreshEFault fault : {eRefreshFault_SilentAtHandshake, eRefreshFault_WrongIdentifier,
+                                      eRefreshFault_LongIdentifier, eRefreshFault_HandshakeStatus})
+    {
+        const std::string name = TestPipeName();
+        RefreshPlay play;
+        play.mFault = fault;
+        const RefreshService service(name, play);
+        Kora_RefreshClient client({name.c_str(), IsSlow(fault) ? 20 : 10000});
+        EXPECT_FALSE(client.Connect());
+        EXPECT_FALSE(client.IsConnected());
+        while (service.GetServed() == 0) // the service has seen it leave
+            std::this_thread::yield();
+    }
+}
+
 TEST(RefreshClient, OneConnectionCarriesManyRequestsAndEchoesTheirWords)
 {
     const std::string name = TestPipeName();
@@ -136,7 +153,8 @@ TEST(RefreshClient, OneConnectionCarriesManyRequestsAndEchoesTheirWords)
         EXPECT_EQ(std::memcmp(reply.GetBytes() + 8, request.GetBytes(), 32), 0);
     }
     Cmn_UInt32 length = 99;
-    EXPECT_FALSE(Kora_RefreshClient::Request32({7, 0, 0, 0}, reply.GetBytes(), 44, length, {name.c_str()}));
+    request.GetBytes()[0] = 7;
+    EXPECT_FALSE(Kora_RefreshClient::Request(request, reply.GetBytes(), 44, length, {name.c_str()}));
     EXPECT_EQ(length, 0U) << "a command that is not known";
     service.reset();
     EXPECT_TRUE(client.IsConnected());
