@@ -6,6 +6,7 @@
 #include "Kora/DAW/DAW_MenuEntry_p.h"
 #include "OstrelPlatformSupport/Win32/PSWide_p.h"
 
+#include <memory>
 #include <set>
 #include <utility>
 #include <windows.h>
@@ -35,6 +36,13 @@ bool InsertItem(HMENU iMenu, UINT iPosition, DAW_MenuEntry& iEntry, Cmn_Int32 iI
     const bool inserted = InsertMenuItemW(iMenu, iPosition, TRUE, &item) != FALSE;
     return Cmn_ASSERT(inserted);
 }
+
+// A menu that nobody owns yet.
+struct MenuDestroyer
+{
+    void operator()(HMENU iMenu) const { DestroyMenu(iMenu); }
+};
+using NewMenu = std::unique_ptr<HMENU__, MenuDestroyer>;
 
 UINT NumberOfItems(HMENU iMenu)
 {
@@ -89,9 +97,15 @@ HMENU DAW_MenuMgrWin32::BuildAndMapPopupMenu(DAW_MenuEntry* iMenuEntry)
 HMENU DAW_MenuMgrWin32::Build(HMENU iNewMenu, DAW_MenuEntry* iMenuEntry)
 {
     if (!Cmn_ASSERT(iNewMenu != nullptr)) return nullptr;
-    Record(iNewMenu, iMenuEntry);
-    Fill(iNewMenu, iMenuEntry);
-    return iNewMenu;
+    NewMenu menu(iNewMenu);
+    Record(menu.get(), iMenuEntry);
+    try {
+        Fill(menu.get(), iMenuEntry);
+    } catch (...) { // an entry's text, or no memory
+        ForgetWithPopups(menu.get());
+        throw;
+    }
+    return menu.release();
 }
 
 void DAW_MenuMgrWin32::UpdateMenu(HMENU iMenu)
@@ -170,14 +184,12 @@ void DAW_MenuMgrWin32::AppendSubMenuEntry(HMENU iMenu, DAW_MenuEntrySubMenu* iMe
 {
     if (!Cmn_ASSERT_TEXT(iMenu != nullptr, "inMenu != NULL")) return;
     if (!Cmn_ASSERT_TEXT(iMenuEntrySubMenu != nullptr, "inMenuEntrySubMenu != NULL")) return;
-    const HMENU popup = CreatePopupMenu();
+    NewMenu popup(CreatePopupMenu());
     if (!Cmn_ASSERT(popup != nullptr)) return;
-    if (!InsertItem(iMenu, NumberOfItems(iMenu), *iMenuEntrySubMenu, 0, popup)) {
-        DestroyMenu(popup);
-        return;
-    }
-    Record(popup, iMenuEntrySubMenu);
-    Fill(popup, iMenuEntrySubMenu);
+    if (!InsertItem(iMenu, NumberOfItems(iMenu), *iMenuEntrySubMenu, 0, popup.get())) return;
+    const HMENU inserted = popup.release(); // the menu's from here on
+    Record(inserted, iMenuEntrySubMenu);
+    Fill(inserted, iMenuEntrySubMenu);
 }
 
 void DAW_MenuMgrWin32::AppendSeparator(HMENU iMenu)

@@ -44,7 +44,7 @@ public:
 
     // A menu bar or a popup menu, filled with the entries of a submenu entry or the items of a compound entry, and
     // recorded. Null if the system makes no more menus. A null entry asserts "inMenuEntry != NULL" and gives null, one
-    // of another type asserts and gives an empty menu.
+    // of another type asserts and gives an empty menu. What an entry throws passes through, and no menu is left behind.
     static HMENU BuildAndMapMenu(DAW_MenuEntry* iMenuEntry);
     static HMENU BuildAndMapPopupMenu(DAW_MenuEntry* iMenuEntry);
 
