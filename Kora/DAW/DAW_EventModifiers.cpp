@@ -18,6 +18,8 @@ constexpr KeyText cKeyTexts[] = {
 };
 constexpr const char* cButtonTexts[] = {"LeftButton", "MiddleButton", "RightButton"};
 
+Cmn_UInt32 sNumChangesInMaps = 0;
+
 void Append(std::string& ioText, char iOpen, const char* iName, char iClose)
 {
     if (!ioText.empty()) ioText += '+';
@@ -52,6 +54,10 @@ DAW_EventModifiers::DAW_EventModifiers(DAW_EMenuCommandKeyState iMenuCommand,
 }
 
 DAW_EventModifiers::~DAW_EventModifiers() = default;
+
+Cmn_UInt32 DAW_EventModifiers::GetNumChangesInMaps() { return sNumChangesInMaps; }
+
+void DAW_EventModifiers::CountChangeInMaps() { ++sNumChangesInMaps; }
 
 bool DAW_EventModifiers::operator==(const DAW_EventModifiers& iOther) const
 {

@@ -7,7 +7,8 @@
 //     shift         shift     Shift
 //
 // Threads:   the user-interface thread.
-// Ownership: counted. A binding refers to the object that it was made with: setting a state there changes what it matches.
+// Ownership: counted. A binding refers to the object that it was made with: setting a state there changes what it
+//            matches, from the next event on.
 #pragma once
 
 #include "Bastel/Cmn/Cmn_RefCount.h"
@@ -69,13 +70,13 @@ public:
     DAW_EMiddleMouseButtonState GetMiddleMouseButtonState() const { return mMiddle; }
     DAW_ERightMouseButtonState GetRightMouseButtonState() const { return mRight; }
 
-    void SetMenuCommandKeyState(DAW_EMenuCommandKeyState iState) { mMenuCommand = iState; }
-    void SetAlernateKeyState(DAW_EAlternateKeyState iState) { mAlternate = iState; }
-    void SetMetaKeyState(DAW_EMetaKeyState iState) { mMeta = iState; }
-    void SetShiftKeyState(DAW_EShiftKeyState iState) { mShift = iState; }
-    void SetLeftMouseButtonState(DAW_ELeftMouseButtonState iState) { mLeft = iState; }
-    void SetMiddleMouseButtonState(DAW_EMiddleMouseButtonState iState) { mMiddle = iState; }
-    void SetRightMouseButtonState(DAW_ERightMouseButtonState iState) { mRight = iState; }
+    void SetMenuCommandKeyState(DAW_EMenuCommandKeyState iState) { Set(mMenuCommand, iState); }
+    void SetAlernateKeyState(DAW_EAlternateKeyState iState) { Set(mAlternate, iState); }
+    void SetMetaKeyState(DAW_EMetaKeyState iState) { Set(mMeta, iState); }
+    void SetShiftKeyState(DAW_EShiftKeyState iState) { Set(mShift, iState); }
+    void SetLeftMouseButtonState(DAW_ELeftMouseButtonState iState) { Set(mLeft, iState); }
+    void SetMiddleMouseButtonState(DAW_EMiddleMouseButtonState iState) { Set(mMiddle, iState); }
+    void SetRightMouseButtonState(DAW_ERightMouseButtonState iState) { Set(mRight, iState); }
 
     // The state is 1; "either" is not down.
     bool MenuCommandKeyIsDown() const { return mMenuCommand == DAW_eMenuCommandKeyState_Down; }
@@ -105,6 +106,18 @@ protected:
     ~DAW_EventModifiers() override;
 
 private:
+    friend class DAW_KeyBindingMap;
+    // Maps keep a digest of the modifiers in them, and make it anew when the count of changes to such ones has moved.
+    void SetIsInMap() const { mIsInMap = true; }
+    static Cmn_UInt32 GetNumChangesInMaps();
+    static void CountChangeInMaps();
+    template <class State>
+    void Set(State& oState, State iState)
+    {
+        oState = iState;
+        if (mIsInMap) CountChangeInMaps();
+    }
+
     DAW_EMenuCommandKeyState mMenuCommand;
     DAW_EAlternateKeyState mAlternate;
     DAW_EMetaKeyState mMeta;
@@ -112,6 +125,7 @@ private:
     DAW_ELeftMouseButtonState mLeft;
     DAW_EMiddleMouseButtonState mMiddle;
     DAW_ERightMouseButtonState mRight;
+    mutable bool mIsInMap = false; // stays once set
 };
 
 inline bool DAW_EventModifiers::Matches(const DAW_EventModifiers& iOther) const

@@ -2,10 +2,11 @@
 //
 // Order:     ascending key codes; bindings of one key code in the order in which they were added. Of those that match an
 //            event the first wins.
-// Invariant: mCandidates holds the bindings of mKeyMap, those of each key in the same order.
+// Invariant: mCandidates holds the bindings of mKeyMap, those of each key in the same order. No digest rules a match out.
 // Threads:   the user-interface thread only; nothing is locked.
 // Ownership: refers to its bindings. What a binding refers to stays alive with it, its command does not.
-// Real time: FindMatchingKeyBinding looks at the bindings of one key only, and allocates nothing.
+// Real time: FindMatchingKeyBinding looks at two bytes for each binding of the key, and allocates nothing. The first one
+//            after a state of bound modifiers was set looks at all bindings once.
 #pragma once
 
 #include "Bastel/Cmn/Cmn_RefCount.h"
@@ -13,6 +14,7 @@
 #include "Kora/DAW/DAW_KeyBinding.h"
 
 #include <map>
+#include <string>
 #include <vector>
 
 // By key codes; neither event is null.
@@ -49,19 +51,25 @@ public:
 
     // The first one in the map's order whose command has the number, or null; O(n).
     Cmn_RefCountPtr<DAW_KeyBinding> FindKeyBindingByID(long iCommandID) const;
+    // A line a binding, in the map's order, with the names of Windows: "<Ctrl>+<Shift>+[Alt]+'A': 1201 Bounce".
+    std::string Dump() const;
 
 private:
-    // What a look-up reads of a binding, side by side; the map's entry keeps it alive.
+    // The bindings of one key code; those of unknown codes share a list.
     struct Candidate
     {
         DAW_EKeyCode mKeyCode;
-        const DAW_EventModifiers* mModifiers;
-        DAW_KeyBinding* mBinding;
+        DAW_KeyBinding* mBinding; // kept alive by the map's entry
     };
-    using Candidates = std::vector<Candidate>;
-    // The list of a key code, at its place; unknown codes share the last one.
+    struct Candidates
+    {
+        std::vector<Candidate> mBindings;
+        std::vector<Cmn_UInt16> mDigests; // of the modifiers, at the same places
+    };
     static std::size_t ListOf(DAW_EKeyCode iKeyCode);
+    void RefreshDigests() const;
 
     KeyMap mKeyMap;
-    std::vector<Candidates> mCandidates;
+    mutable std::vector<Candidates> mCandidates;
+    mutable Cmn_UInt32 mNumChangesSeen;
 };

@@ -50,6 +50,23 @@ TEST(RefCount, TheLastReferenceDeletes)
     EXPECT_EQ(lastWords, std::vector{1});
 }
 
+TEST(RefCount, AReferenceToAPartKeepsTheWholeAlive)
+{
+    std::vector<int> lastWords;
+    Pointer whole(new Probe(lastWords));
+    whole->written = {5};
+    Cmn_AliasedRefCountPtr<const std::vector<int>> part(whole, &whole->written);
+    Cmn_AliasedRefCountPtr<Cmn_RefCountObject> base = whole;
+    EXPECT_EQ(whole->GetRefCount(), 3);
+    EXPECT_EQ(base.get(), whole.get());
+    whole = nullptr;
+    base = nullptr;
+    EXPECT_TRUE(lastWords.empty() && !base);
+    EXPECT_EQ(*part, std::vector{5});
+    part = nullptr;
+    EXPECT_EQ(lastWords, std::vector{5});
+}
+
 TEST(RefCount, ReleasingWhatNobodyHeldIsReportedAndChangesNothing)
 {
     const AssertRecorder recorder;

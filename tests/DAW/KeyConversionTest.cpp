@@ -6,6 +6,7 @@
 
 #include <map>
 #include <set>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -17,46 +18,40 @@ constexpr int cLast = 200;
 
 DAW_EKeyCode Key(int iCode) { return static_cast<DAW_EKeyCode>(iCode); }
 std::string Text(int iCode) { return Utils::DAW_EKeyCodeToDescriptiveString(Key(iCode)); }
-
-// The texts of 0 to 112, written down one by one where no rule makes them.
-std::vector<std::string> AllTexts()
+int Twin(int iCode) { return Utils::DAW_EKeyCodeToOtherNumpadKeyCode(Key(iCode)); }
+int Mac(int iCode) { return Utils::DAW_EKeyCodeToMacKeyCode(Key(iCode)); }
+int OfMac(int iMac) { return Utils::MacKeyCodeToDAW_EKeyCode(static_cast<Cmn_UInt16>(iMac)); }
+// With the extended flag as 0x10000.
+int Windows(int iCode)
 {
-    std::vector<std::string> texts = {"Undeclared", "Cancel"};
-    const auto quoted = [&](const std::vector<std::string>& iNames, const std::string& iBefore) {
-        for (const std::string& name : iNames)
-            texts.push_back(iBefore + "'" + name + "'");
-    };
-    const auto counted = [](const std::string& iName, int iFrom, int iTo) {
-        std::vector<std::string> names;
-        for (int n = iFrom; n <= iTo; ++n)
-            names.push_back(iName + std::to_string(n));
-        return names;
-    };
-    quoted({"BackSpace", "Tab",     "Clear",    "Return",    "Esc",        "Space",   "PageUp",
-            "PageDown",  "Home",    "End",      "LeftArrow", "RightArrow", "UpArrow", "DownArrow",
-            "Select",    "Execute", "SnapShot", "Insert",    "Delete",     "Help"},
-           "");
-    quoted({"[", "]", "/", "\\", ",", ".", "0", "'", ";", "Tilde"}, "");
-    quoted(counted("", 1, 9), "");
-    for (char letter = 'A'; letter <= 'Z'; ++letter)
-        quoted({std::string(1, letter)}, "");
-    quoted({"-", "="}, "");
-    quoted(counted("", 0, 9), "Numpad ");
-    quoted({"*", "+", "-", ".", "/", "="}, "Numpad ");
-    quoted({"Enter"}, "");
-    quoted(counted("F", 1, 24), "");
-    quoted({"NumLock", "ScrollLock", "Alt"}, "");
-    return texts;
+    bool isExtended = true;
+    const int code = Utils::DAW_EKeyCodeToWindowsKeyCode(Key(iCode), isExtended);
+    EXPECT_EQ(isExtended, Utils::DAW_EKeyCodeIsWindowsExtendedCode(Key(iCode))) << iCode;
+    return code + (isExtended ? 0x10000 : 0);
 }
+int OfWindows(int iCode)
+{
+    return Utils::WindowsKeyCodeToDAW_EKeyCode(static_cast<Cmn_UInt16>(iCode), iCode >= 0x10000);
+}
+
+// What is written on the keys from 2 on, in the order of their codes.
+constexpr char cNames[] =
+    "BackSpace Tab Clear Return Esc Space PageUp PageDown Home End LeftArrow RightArrow UpArrow "
+    "DownArrow Select Execute SnapShot Insert Delete Help [ ] / \\ , . 0 ' ; Tilde 1 2 3 4 5 6 7 8 9 "
+    "A B C D E F G H I J K L M N O P Q R S T U V W X Y Z - = 0 1 2 3 4 5 6 7 8 9 * + - . / = Enter "
+    "F1 F2 F3 F4 F5 F6 F7 F8 F9 F10 F11 F12 F13 F14 F15 F16 F17 F18 F19 F20 F21 F22 F23 F24 "
+    "NumLock ScrollLock Alt";
 
 TEST(KeyTexts, EachCodeHasItsText)
 {
-    const std::vector<std::string> texts = AllTexts();
+    std::vector<std::string> texts = {"Undeclared", "Cancel"};
+    std::istringstream names(cNames);
+    for (std::string name; names >> name;)
+        texts.push_back((texts.size() >= 69 && texts.size() <= 84 ? "Numpad '" : "'") + name + "'");
     ASSERT_EQ(texts.size(), 113u);
-    for (int code = cFirst; code <= cLast; ++code) {
-        const bool isKey = code >= 0 && code < 113;
-        EXPECT_EQ(Text(code), isKey ? texts[static_cast<std::size_t>(code)] : "unknown") << code;
-    }
+    for (int code = cFirst; code <= cLast; ++code)
+        EXPECT_EQ(Text(code), code < 0 || code > 112 ? "unknown" : texts[static_cast<std::size_t>(code)])
+            << code;
     EXPECT_EQ(Text(INT32_MIN), "unknown");
     EXPECT_EQ(Text(DAW_eKeyCode_0), "'0'");
     EXPECT_EQ(Text(DAW_eKeyCode_Numpad0), "Numpad '0'");
@@ -76,100 +71,48 @@ TEST(KeyTexts, TheShortOnesAreDistinctAndUnquoted)
         EXPECT_TRUE(texts.contains(text)) << text;
 }
 
-TEST(KeyCodes, EachWindowsCodeLeadsBack)
+TEST(KeyCodes, EachPlatformCodeLeadsBack)
 {
-    std::map<std::pair<int, bool>, int> keys;
+    std::map<int, int> ofMac, ofWindows;
+    ofMac[0x3D] = DAW_eKeyCode_Alt; // the right option key
+    int missing = 0;
     for (int code = cFirst; code <= cLast; ++code) {
-        bool isExtended = true;
-        const Cmn_UInt16 windows = Utils::DAW_EKeyCodeToWindowsKeyCode(Key(code), isExtended);
-        EXPECT_EQ(windows != Utils::cNoWindowsKeyCode, code > 0 && code < 113) << code;
-        EXPECT_EQ(isExtended, Utils::DAW_EKeyCodeIsWindowsExtendedCode(Key(code))) << code;
-        EXPECT_TRUE(windows != 0 || !isExtended);
-        if (windows == 0) continue;
-        EXPECT_TRUE((keys.emplace(std::pair(windows, isExtended), code).second)) << Text(code);
+        const bool hasWindows = Windows(code) != Utils::cNoWindowsKeyCode,
+                   hasMac = Mac(code) != Utils::cNoMacKeyCode;
+        EXPECT_TRUE(!hasWindows || ofWindows.emplace(Windows(code), code).second) << Text(code);
+        EXPECT_TRUE(!hasMac || ofMac.emplace(Mac(code), code).second) << Text(code);
+        EXPECT_EQ(hasWindows, code > 0 && code < 113) << code;
+        missing += !hasMac;
     }
-    for (int windows = 0; windows <= 0xFFFF; ++windows)
-        for (const bool isExtended : {false, true}) {
-            const auto own = keys.find({windows, isExtended});
-            const auto other = keys.find({windows, !isExtended});
-            const int expected = own != keys.end() ? own->second : other != keys.end() ? other->second : 0;
-            EXPECT_EQ(Utils::WindowsKeyCodeToDAW_EKeyCode(static_cast<Cmn_UInt16>(windows), isExtended),
-                      expected)
-                << windows << isExtended;
-        }
+    EXPECT_EQ(missing, 11 + 2 + (cLast - 112)) << "those of the header, Undeclared and unknown ones";
+    for (int code = 0; code <= 0xFFFF; ++code)
+        EXPECT_EQ(OfMac(code), ofMac.contains(code) ? ofMac[code] : 0) << code;
+    for (int code = 0; code <= 0x1FFFF; ++code) {
+        const int other = code ^ 0x10000; // the other flag
+        const int own = ofWindows.contains(code) ? code : other;
+        EXPECT_EQ(OfWindows(code), ofWindows.contains(own) ? ofWindows[own] : 0) << code;
+    }
 }
 
-TEST(KeyCodes, EachMacCodeLeadsBack)
-{
-    std::map<int, int> keys = {
-        {0x3D, DAW_eKeyCode_Alt}
-    };
-    std::set<int> missing;
-    for (int code = 1; code <= cLast; ++code) {
-        const Cmn_UInt16 mac = Utils::DAW_EKeyCodeToMacKeyCode(Key(code));
-        if (mac == Utils::cNoMacKeyCode)
-            missing.insert(code);
-        else
-            EXPECT_TRUE(keys.emplace(mac, code).second) << Text(code);
-    }
-    EXPECT_EQ(Utils::DAW_EKeyCodeToMacKeyCode(DAW_eKeyCode_Undeclared), Utils::cNoMacKeyCode);
-    EXPECT_EQ(Utils::DAW_EKeyCodeToMacKeyCode(Key(-1)), Utils::cNoMacKeyCode);
-    EXPECT_EQ(missing.size(), 11u + cLast - 112);
-    for (int mac = 0; mac <= 0xFFFF; ++mac)
-        EXPECT_EQ(Utils::MacKeyCodeToDAW_EKeyCode(static_cast<Cmn_UInt16>(mac)),
-                  keys.contains(mac) ? keys[mac] : 0)
-            << mac;
-}
-
-// Written from the platforms' own lists, where a rule or a neighbour tells nothing.
+// From the platforms' own lists: a key's place, its Windows code (65536 and more: extended), its Mac code.
 TEST(KeyCodes, ThePlatformsAgreeOnWhatIsWrittenOnTheKeys)
 {
-    struct Case
-    {
-        DAW_EKeyCode key;
-        int windows, mac;
-    };
-    constexpr Case cCases[] = {
-        {DAW_eKeyCode_Return,       0x0D,  36 },
-        {DAW_eKeyCode_Enter,        0x10D, 76 },
-        {DAW_eKeyCode_Esc,          0x1B,  53 },
-        {DAW_eKeyCode_Space,        0x20,  49 },
-        {DAW_eKeyCode_PageUp,       0x121, 116},
-        {DAW_eKeyCode_PageDown,     0x122, 121},
-        {DAW_eKeyCode_End,          0x123, 119},
-        {DAW_eKeyCode_Home,         0x124, 115},
-        {DAW_eKeyCode_LeftArrow,    0x125, 123},
-        {DAW_eKeyCode_UpArrow,      0x126, 126},
-        {DAW_eKeyCode_DownArrow,    0x128, 125},
-        {DAW_eKeyCode_Delete,       0x12E, 117},
-        {DAW_eKeyCode_BackSpace,    8,     51 },
-        {DAW_eKeyCode_Tilde,        0xC0,  50 },
-        {DAW_eKeyCode_Quote,        0xDE,  39 },
-        {DAW_eKeyCode_Semicolon,    0xBA,  41 },
-        {DAW_eKeyCode_Minus,        0xBD,  27 },
-        {DAW_eKeyCode_Equals,       0xBB,  24 },
-        {DAW_eKeyCode_NumpadDivide, 0x16F, 75 },
-        {DAW_eKeyCode_Numpad7,      0x67,  89 },
-        {DAW_eKeyCode_Numpad8,      0x68,  91 },
-        {DAW_eKeyCode_F5,           0x74,  96 },
-        {DAW_eKeyCode_F12,          0x7B,  111},
-        {DAW_eKeyCode_F20,          0x83,  90 },
-    };
-    for (const Case& row : cCases) {
-        bool isExtended = false;
-        const int windows = Utils::DAW_EKeyCodeToWindowsKeyCode(row.key, isExtended);
-        EXPECT_EQ(windows + (isExtended ? 0x100 : 0), row.windows) << Text(row.key);
-        EXPECT_EQ(Utils::DAW_EKeyCodeToMacKeyCode(row.key), row.mac) << Text(row.key);
+    constexpr int cX = 0x10000;
+    constexpr int cCases[] = {5,  13,       36,  6,  27,      53,  7,  32,      49,  8,   cX + 33, 116,
+                              9,  cX + 34,  121, 10, cX + 36, 115, 11, cX + 35, 119, 12,  cX + 37, 123,
+                              14, cX + 38,  126, 20, cX + 46, 117, 2,  8,       51,  31,  192,     50,
+                              29, 222,      39,  30, 186,     41,  67, 189,     27,  68,  187,     24,
+                              83, cX + 111, 75,  76, 103,     89,  77, 104,     91,  84,  146,     81,
+                              85, cX + 13,  76,  90, 116,     96,  97, 123,     111, 105, 131,     90};
+    for (const int* row = cCases; row != std::end(cCases); row += 3) {
+        EXPECT_EQ(Windows(row[0]), row[1]) << Text(row[0]);
+        EXPECT_EQ(Mac(row[0]), row[2]) << Text(row[0]);
     }
-    const std::string cMacRows = "ASDFHGZXCV?BQWERYT123465=97-80]O";
-    for (std::size_t mac = 0; mac < cMacRows.size(); ++mac)
-        if (mac != 10) {
-            EXPECT_EQ(Utils::CharToDAW_EKeyCode(cMacRows[mac]),
-                      Utils::MacKeyCodeToDAW_EKeyCode(static_cast<Cmn_UInt16>(mac)));
-        }
-    for (char c = '0'; c <= 'Z'; c = c == '9' ? 'A' : static_cast<char>(c + 1))
-        EXPECT_EQ(Utils::CharToDAW_EKeyCode(c),
-                  Utils::WindowsKeyCodeToDAW_EKeyCode(static_cast<Cmn_UInt16>(c), false));
+    int mac = 0;
+    for (const char c : std::string("ASDFHGZXCV BQWERYT123465=97-80]O")) // 10, here a space, is no key
+        EXPECT_EQ(c == ' ' ? 0 : Utils::CharToDAW_EKeyCode(c), OfMac(mac++)) << c;
+    for (const char c : std::string("0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZ"))
+        EXPECT_EQ(Utils::CharToDAW_EKeyCode(c), OfWindows(c)) << c;
 }
 
 TEST(KeyChars, EachCharacterHasTheKeyThatTypesIt)
@@ -181,8 +124,7 @@ TEST(KeyChars, EachCharacterHasTheKeyThatTypesIt)
         const char c = static_cast<char>(value);
         const DAW_EKeyCode key = Utils::CharToDAW_EKeyCode(c);
         const std::size_t at = plain.find(c);
-        const bool isTyped =
-            at != plain.npos || shifted.find(c) != shifted.npos || control.find(c) != control.npos;
+        const bool isTyped = (plain + shifted + control).find(c) != std::string::npos;
         EXPECT_EQ(key != DAW_eKeyCode_Undeclared, isTyped) << value;
         EXPECT_EQ(Utils::CharToShiftedChar(c), at != plain.npos ? shifted[at] : c) << value;
         EXPECT_EQ(Utils::CharToDAW_EKeyCode(Utils::CharToShiftedChar(c)), key) << value;
@@ -190,26 +132,17 @@ TEST(KeyChars, EachCharacterHasTheKeyThatTypesIt)
     }
     for (int code = cFirst; code <= cLast; ++code) {
         const char c = Utils::DAW_EKeyCodeToChar(Key(code));
-        const DAW_EKeyCode twin = Utils::DAW_EKeyCodeToOtherNumpadKeyCode(Key(code));
         // What is typed leads back, or to the twin on the main keyboard, which types the same.
-        const bool isPadOnly = code == DAW_eKeyCode_NumpadMultiply || code == DAW_eKeyCode_NumpadPlus;
-        const DAW_EKeyCode typed = Utils::CharToDAW_EKeyCode(c);
-        EXPECT_TRUE(c == 0 || typed == code || typed == twin || isPadOnly) << Text(code);
-        EXPECT_EQ(c == 0 && code > 21 && code < 86, false) << Text(code);
-        if (twin == DAW_eKeyCode_Undeclared) continue;
-        EXPECT_EQ(Utils::DAW_EKeyCodeToOtherNumpadKeyCode(twin), code);
-        EXPECT_EQ(Utils::DAW_EKeyCodeToChar(twin), c);
-        const bool isPad = code >= DAW_eKeyCode_Numpad0 && code <= DAW_eKeyCode_Enter;
-        EXPECT_NE(isPad, twin >= DAW_eKeyCode_Numpad0 && twin <= DAW_eKeyCode_Enter) << Text(code);
-    }
-}
-
-TEST(KeyTwins, EveryPadKeyButTwoHasOne)
-{
-    for (int code = DAW_eKeyCode_Numpad0; code <= DAW_eKeyCode_Enter; ++code) {
-        const bool hasTwin = code != DAW_eKeyCode_NumpadMultiply && code != DAW_eKeyCode_NumpadPlus;
-        EXPECT_EQ(Utils::DAW_EKeyCodeToOtherNumpadKeyCode(Key(code)) != DAW_eKeyCode_Undeclared, hasTwin)
-            << Text(code);
+        const bool isAlone = code == DAW_eKeyCode_NumpadMultiply || code == DAW_eKeyCode_NumpadPlus;
+        const int typed = Utils::CharToDAW_EKeyCode(c), twin = Twin(code);
+        EXPECT_TRUE(c == 0 || typed == code || typed == twin || isAlone) << Text(code);
+        EXPECT_TRUE(c != 0 || code <= 21 || code >= 86) << Text(code);
+        const auto isPad = [](int iCode) {
+            return iCode >= DAW_eKeyCode_Numpad0 && iCode <= DAW_eKeyCode_Enter;
+        };
+        EXPECT_TRUE(!isPad(code) || isAlone || twin != 0) << Text(code);
+        EXPECT_TRUE(twin == 0 || (Twin(twin) == code && isPad(twin) != isPad(code))) << Text(code);
+        EXPECT_TRUE(twin == 0 || Utils::DAW_EKeyCodeToChar(Key(twin)) == c) << Text(code);
     }
 }
 
@@ -221,16 +154,15 @@ TEST(KeyboardState, EachFormatHasABitForEachOfItsKeys)
             DAW_KeyStateArray keys;
             keys.SetBit(bit, true);
             const auto state = DAW_KeyboardState::New(keys, static_cast<DAW_EKeyStateArrayFormat>(format));
-            const auto windows = static_cast<Cmn_UInt16>(bit);
-            for (int code = cFirst; code <= cLast; ++code) {
-                bool isExtended = false;
-                const int bitOfKey = format == 0 ? (DAW_IsKeyCode(code) ? code : 0xFFFF)
-                                     : format == 1
-                                         ? Utils::DAW_EKeyCodeToWindowsKeyCode(Key(code), isExtended)
-                                         : Utils::DAW_EKeyCodeToMacKeyCode(Key(code));
-                const bool isHere = bit < 256 && bitOfKey == windows && (format != 1 || bit != 0);
+            for (int code = 1; code <= cLast; ++code) {
+                const int bitOfKey[] = {DAW_IsKeyCode(code) ? code : 0xFFFF, Windows(code) & 0xFFFF,
+                                        Mac(code)};
+                const bool isHere =
+                    bit < 256 && bitOfKey[format] == static_cast<int>(bit) && DAW_IsKeyCode(code);
                 ASSERT_EQ(state->KeyIsDown(Key(code)), isHere) << format << " " << bit << " " << code;
             }
+            EXPECT_EQ(state->KeyIsDown(DAW_eKeyCode_Undeclared), format == 0 && bit == 0);
+            EXPECT_FALSE(state->KeyIsDown(Key(-1)));
             keys.SetBit(bit, false);
             EXPECT_EQ(keys, DAW_KeyStateArray());
         }
