@@ -2,16 +2,13 @@
 
 #include "Bastel/Sys/Sys_Crc32C_p.h"
 #include "Support/SlowCrc32C.h"
+#include "Support/StreamBytes.h"
 
 #include <gtest/gtest.h>
 
 #include <random>
-#include <string>
-#include <vector>
 
 namespace {
-
-using Bytes = std::vector<Cmn_UInt8>;
 
 Bytes Random(std::size_t iCount)
 {

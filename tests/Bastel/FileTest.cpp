@@ -1,15 +1,16 @@
-#include "Bastel/Cmn/Cmn_Exception.h"
 #include "Bastel/Sys/Sys_File.h"
 #include "Bastel/Sys/Sys_OSErrorText.h"
 #include "Bastel/Sys/Sys_Store.h"
 #include "Support/AssertRecorder.h"
 #include "Support/MemoryFileSystem.h"
 #include "Support/PathText.h"
+#include "Support/Thrown.h"
 
 #include <gtest/gtest.h>
 
 #include <array>
 #include <functional>
+#include <tuple>
 #include <utility>
 
 namespace {
@@ -53,15 +54,11 @@ protected:
     static std::string WhyNot(const std::string& iPath, System::EAccess iAccess)
     {
         Sys_File file{Sys_FileLoc(iPath)};
-        try {
-            file.Open(iAccess);
-        } catch (const Cmn_Exception& exception) {
-            EXPECT_EQ(exception.GetMessageID(), Cmn_eMessage_OSError);
-            EXPECT_EQ(exception.GetOSError(), file.GetLastError());
-            EXPECT_FALSE(file.IsOpen());
-            return exception.Describe();
-        }
-        return {};
+        const Cmn_Exception thrown = Thrown([&] { file.Open(iAccess); });
+        if (file.IsOpen()) return {};
+        EXPECT_EQ(thrown.GetMessageID(), Cmn_eMessage_OSError);
+        EXPECT_EQ(thrown.GetOSError(), file.GetLastError());
+        return thrown.Describe();
     }
 
     System& mSystem = System::GetPlatform();
@@ -120,13 +117,7 @@ TEST_F(FileTest, WritersExcludeEachOtherAndNeverReaders)
 
 TEST_F(FileTest, RefusesWhatIsNoFileAndSaysWhy)
 {
-    struct Case
-    {
-        const char* what;
-        std::string path;
-        System::EAccess access;
-    };
-    const Case cases[] = {
+    const std::tuple<const char*, std::string, System::EAccess> cases[] = {
         {"a folder to read",           Utf8(mFolder),                    System::eAccess_Read },
         {"a folder to write",          Utf8(mFolder),                    System::eAccess_Write},
         {"a folder to make",           Utf8(mFolder),                    System::eAccess_New  },
@@ -135,11 +126,11 @@ TEST_F(FileTest, RefusesWhatIsNoFileAndSaysWhy)
         {"a folder that is not there", Path(u8"missing/take.kora"),      System::eAccess_New  },
         {"no name",                    "",                               System::eAccess_New  },
     };
-    for (const Case& row : cases) {
-        const std::string why = WhyNot(row.path, row.access);
-        EXPECT_TRUE(why.starts_with(row.path.empty() ? "" : row.path + ": ")) << row.what << ": " << why;
-        EXPECT_GT(why.size(), row.path.size() + 2) << row.what;
-        EXPECT_NE(why.back(), '.') << row.what << ": " << why;
+    for (const auto& [what, path, access] : cases) {
+        const std::string why = WhyNot(path, access);
+        EXPECT_TRUE(why.starts_with(path.empty() ? "" : path + ": ")) << what << ": " << why;
+        EXPECT_GT(why.size(), path.size() + 2) << what;
+        EXPECT_NE(why.back(), '.') << what << ": " << why;
     }
     EXPECT_NE(Sys_OSErrorText(2), Sys_OSErrorText(5));
     EXPECT_NE(Sys_OSErrorText(123456).find("123456"), std::string::npos);
@@ -231,11 +222,8 @@ TEST(FileFaults, RequestsThatFailNameTheFileAndTheReason)
                                                [&] { file.SetLength(3); }, [&] { file.Write("abcd", 4); }};
     for (const auto& request : cRequests) {
         system.FailAt(1, 5);
-        try {
-            request();
-        } catch (const Cmn_Exception& exception) {
-            EXPECT_EQ(exception.Describe(), "take.kora: " + Sys_OSErrorText(5));
-        }
+        const Cmn_Exception thrown = Thrown(request);
+        EXPECT_TRUE(thrown.GetOSError() == 0 || thrown.Describe() == "take.kora: " + Sys_OSErrorText(5));
         EXPECT_EQ(file.GetLastError(), 5); // kept for who asks, thrown or not
         request();
         EXPECT_EQ(file.GetLastError(), 0);

@@ -51,11 +51,9 @@ TEST(IntMath, WiderIntegersWrapAtTheirOwnLimits)
 TEST(IntMath, DivisionByZeroIsReportedOnceAndGivesZero)
 {
     const AssertRecorder recorder;
-    const std::vector<std::string> report = {"divisor != 0@$^$@Cmn/Cmn_IntMath"};
-    EXPECT_EQ(Cmn_TruncDiv(Cmn_Int64{5}, Cmn_Int64{0}), 0);
-    EXPECT_EQ(recorder.Take(), report);
-    EXPECT_EQ(Cmn_TruncMod(Cmn_Int64{5}, Cmn_Int64{0}), 0);
-    EXPECT_EQ(recorder.Take(), report);
-    EXPECT_EQ(Cmn_FloorDiv(Cmn_Int64{-5}, Cmn_Int64{0}), 0);
-    EXPECT_EQ(recorder.Take(), report);
+    constexpr Cmn_Int64 cZero = 0;
+    for (const auto divide : {&Cmn_TruncDiv<Cmn_Int64>, &Cmn_TruncMod<Cmn_Int64>, &Cmn_FloorDiv<Cmn_Int64>}) {
+        EXPECT_EQ(divide(-5, cZero), 0);
+        EXPECT_EQ(recorder.Take(), std::vector<std::string>{"divisor != 0@$^$@Cmn/Cmn_IntMath"});
+    }
 }

@@ -1,146 +1,204 @@
+// Headers in memory, without sums, and on a file, with them.
 #include "Bastel/Sys/Sys_StdStreamHeader.h"
 
-#include "Bastel/Cmn/Cmn_Exception.h"
+#include "Bastel/Sys/Sys_FileBasedInStream.h"
+#include "Bastel/Sys/Sys_FileBasedOutStream.h"
+#include "Bastel/Sys/Sys_StreamDump.h"
 #include "Support/AssertRecorder.h"
+#include "Support/MemoryFileSystem.h"
+#include "Support/StreamBytes.h"
+#include "Support/Thrown.h"
 
 #include <gtest/gtest.h>
 
 namespace {
 
-using Bytes = std::vector<Cmn_UInt8>;
 using Writer = Sys_StdStreamHeaderWriter;
 using Reader = Sys_StdStreamHeaderReader;
 
-// "Outer" version 3 holds 1, then "In" version -1 with 2, 3 inside, then 4; after it all comes 5.
-Bytes WriteNested(bool iSwap)
+constexpr Cmn_Int64 cBegin = 3; // leading bytes of the file that are no part of the stream
+
+// "Out" version 3 holds 1, a list of two items that hold 2 and 3, then 4; "Next" with 5; and two bytes more.
+constexpr const char* cValues = "1 item 1: 2 item 2: 3 4";
+constexpr Cmn_Int64 cList = 29, cNext = 119; // where they stand
+
+void WriteSample(Sys_OutStream& ioStream, bool iSwap = false)
 {
-    Sys_MemOutStream stream;
-    Sys_TypedOutStream typed(stream, iSwap);
+    Sys_TypedOutStream typed(ioStream, iSwap);
     {
-        const Writer outer(typed, "Outer", 3);
-        typed.WriteInt32(1);
+        Writer out(typed, "Out", 3);
+        typed.WriteUInt8(1);
         {
-            Writer inner(typed, "In", -1);
-            EXPECT_EQ(inner.GetStart(), 34);
-            typed.WriteInt32(2);
-            typed.WriteInt32(3);
-            inner.PatchSize();
-            inner.PatchSize(); // once is enough
+            const Writer list(typed, "List", -1);
+            ioStream.GetOpenHeaders().SetIsList();
+            for (Cmn_UInt8 item = 1; item <= 2; ++item) {
+                ioStream.GetOpenHeaders().SetListIndex(item);
+                const Writer writer(typed, "Item", 1);
+                typed.WriteUInt8(static_cast<Cmn_UInt8>(item + 1));
+            }
         }
-        typed.WriteInt32(4);
+        typed.WriteUInt8(4);
+        out.PatchSize();
+        out.PatchSize(); // once is enough
     }
-    typed.WriteInt32(5);
-    return stream.TakeBytes();
+    {
+        const Writer next(typed, "Next", 1);
+        typed.WriteUInt8(5);
+    }
+    typed.WriteBytes("..", 2);
 }
 
-// Reads it all, throwing what the readers throw, and returns the values in a row.
-std::vector<Cmn_Int32> ReadNested(const Bytes& iBytes, bool iSwap)
+// The values of "Out" in a row. What the readers throw, it throws.
+std::string ReadOut(Sys_TypedInStream& ioIn)
+{
+    const Reader out(ioIn, "Out");
+    out.CheckVersion(3, 3);
+    std::string values = std::to_string(ioIn.ReadUInt8());
+    const Reader list(ioIn, "List");
+    list.CheckVersion(-1, 2);
+    EXPECT_TRUE(list.GetInfo().isList);
+    while (list.IsMoreLeft()) {
+        const Reader item(ioIn, "Item");
+        values += " item " + std::to_string(item.GetInfo().listIndex) + ": ";
+        values += std::to_string(ioIn.ReadUInt8());
+    }
+    return values + ' ' + std::to_string(ioIn.ReadUInt8());
+}
+
+Bytes InMemory(bool iSwap = false)
+{
+    Sys_MemOutStream stream;
+    WriteSample(stream, iSwap);
+    return stream.TakeBytes();
+}
+std::string ReadOut(const Bytes& iBytes, bool iSwap = false)
 {
     Sys_MemInStream stream(iBytes);
     Sys_TypedInStream typed(stream, iSwap);
-    Reader outer(typed, "Outer");
-    outer.CheckVersion(3, 3);
-    std::vector<Cmn_Int32> values = {typed.ReadInt32()};
-    Reader inner(typed, "In");
-    inner.CheckVersion(-1, 2);
-    while (inner.IsMoreLeft())
-        values.push_back(typed.ReadInt32());
-    while (outer.IsMoreLeft())
-        values.push_back(typed.ReadInt32());
-    values.push_back(typed.ReadInt32());
-    return values;
+    return ReadOut(typed);
 }
+
+struct CountingStream : Sys_FileBasedInStream
+{
+    using Sys_FileBasedInStream::Sys_FileBasedInStream;
+    Cmn_UInt32 SumOf(Cmn_Int64 iFrom, Cmn_Int64 iCount) override
+    {
+        ++mPasses;
+        return Sys_FileBasedInStream::SumOf(iFrom, iCount);
+    }
+    int mPasses = 0;
+};
+
+struct SampleFile
+{
+    SampleFile()
+    {
+        mFile.Open(Sys_FileSystem::eAccess_New);
+        mFile.Write("abc", cBegin);
+        Sys_FileBasedOutStream stream(mFile);
+        WriteSample(stream);
+        stream.Flush();
+        mReader.Open(Sys_FileSystem::eAccess_Read);
+        mReader.SetPosition(cBegin);
+    }
+    MemoryFileSystem mSystem;
+    Sys_FileSystem::StSystem mInForce{mSystem};
+    Sys_File mFile{Sys_FileLoc("f")}, mReader{Sys_FileLoc("f")};
+};
+
+class StreamSums : public testing::Test, protected SampleFile
+{
+protected:
+    void Turn(Cmn_Int64 iAt, int iBits)
+    {
+        Cmn_UInt8& byte = mBytes[static_cast<std::size_t>(iAt)];
+        byte = static_cast<Cmn_UInt8>(byte ^ iBits);
+        mFile.WriteAt(iAt, &byte, 1);
+    }
+    bool IsRefused(const char* iName, Cmn_Int64 iAt)
+    {
+        mTyped.SetPosition(iAt);
+        return Thrown([&] { Reader(mTyped, iName).SkipTheRest(); }).GetMessageID() == Cmn_eMessage_ReadError;
+    }
+    std::string ReadFile()
+    {
+        mTyped.SetPosition(cBegin);
+        return ReadOut(mTyped);
+    }
+
+    static constexpr Cmn_Int64 cListAt = cBegin + cList, cNextAt = cBegin + cNext;
+    Bytes mBytes = mSystem.GetBytes("f");
+    CountingStream mIn{mReader};
+    Sys_TypedInStream mTyped{mIn};
+};
 
 } // namespace
 
 TEST(StdStreamHeader, NestsAndIsReadBackInBothByteOrders)
 {
     for (const bool swap : {false, true})
-        EXPECT_EQ(ReadNested(WriteNested(swap), swap), (std::vector<Cmn_Int32>{1, 2, 3, 4, 5}));
+        EXPECT_EQ(ReadOut(InMemory(swap), swap), cValues);
 }
 
 TEST(StdStreamHeader, AReaderLeavesTheRestOfTheBodyAlone)
 {
-    const Bytes bytes = WriteNested(false);
+    const Bytes bytes = InMemory();
     Sys_MemInStream stream(bytes);
     Sys_TypedInStream typed(stream);
-    EXPECT_EQ(Reader::PeekName(typed), "Outer");
+    EXPECT_EQ(Reader::PeekName(typed), "Out");
     EXPECT_EQ(typed.GetPosition(), 0);
-    Reader outer(typed, "Outer");
+    Reader outer(typed, "Out");
     EXPECT_EQ(outer.GetVersion(), 3);
-    EXPECT_NO_THROW(outer.CheckVersion(3, 3));
     EXPECT_THROW(outer.CheckVersion(4, 9), Cmn_DocumentTooOldException);
     EXPECT_THROW(outer.CheckVersion(-1, 2), Cmn_DocumentTooNewException);
     EXPECT_EQ(Reader::PeekName(typed), "") << "an integer is no header";
-    typed.ReadInt32();
-    EXPECT_EQ(Reader::PeekName(typed), "In");
-    Reader(typed, "In").SkipTheRest();
-    EXPECT_EQ(outer.GetBytesLeft(), 4);
+    typed.ReadUInt8();
+    EXPECT_EQ(typed.GetPosition(), cList);
+    EXPECT_EQ(Reader::PeekName(typed), "List");
+    Reader(typed, "List").SkipTheRest();
+    EXPECT_EQ(outer.GetBytesLeft(), 1);
     outer.SkipTheRest();
     EXPECT_FALSE(outer.IsMoreLeft());
-    EXPECT_EQ(typed.ReadInt32(), 5);
+    EXPECT_EQ(typed.GetPosition(), cNext);
+    Reader(typed, "Next").SkipTheRest();
     EXPECT_EQ(Reader::PeekName(typed), "") << "nothing follows";
 }
 
-TEST(StdStreamHeader, CutAtAnyLengthItRaisesTheReadingException)
+TEST(StdStreamHeader, DamageIsNoticedWhereverItMatters)
 {
-    Bytes cut = WriteNested(false);
-    while (!cut.empty()) {
-        cut.pop_back();
-        EXPECT_THROW(ReadNested(cut, false), Sys_StreamReadException) << cut.size();
-    }
-}
-
-TEST(StdStreamHeader, ATurnedBitIsNoticedWhereverItMatters)
-{
-    const Bytes whole = WriteNested(false);
-    constexpr std::size_t cVersion = 10, cListIndex = 12, cFlags = 16, cSize = 18, cBody = 30;
-    const auto expected = [](std::size_t iAt, int iBit) {
-        if (iAt >= cVersion && iAt < cListIndex) return "another version";
-        const bool isListFlag = iAt == cFlags && iBit == 1;
-        return (iAt >= cListIndex && iAt < cFlags) || isListFlag ? "read" : "refused";
-    };
-    const auto result = [](const Bytes& iBytes) {
-        try {
-            ReadNested(iBytes, false);
-            return "read";
-        } catch (const Sys_StreamReadException&) {
-            return "refused";
-        } catch (const Cmn_Exception&) {
-            return "another version";
-        }
-    };
+    Bytes whole = InMemory();
+    whole.resize(cNext);
+    const auto message = [](const Bytes& iBytes) { return Thrown([&] { ReadOut(iBytes); }).GetMessageID(); };
+    for (auto end = whole.begin(); end != whole.end(); ++end)
+        EXPECT_EQ(message(Bytes(whole.begin(), end)), Cmn_eMessage_ReadError) << end - whole.begin();
+    constexpr std::size_t cVersion = 8, cListIndex = 10, cFlags = 14, cSize = 16, cBody = 28;
     for (std::size_t at = 0; at < cBody; ++at)
         for (int bit = 0; bit < 8; ++bit) {
-            // 43 bytes that are said to be fewer: the body is read over its end, which only a sum would show.
-            if (at == cSize && (43 >> bit & 1) != 0) continue;
+            // 91 bytes that are said to be fewer: the body is read over its end, which only a sum would show.
+            if (at == cSize && ((cNext - cBody) >> bit & 1) != 0) continue;
             Bytes bytes = whole;
             bytes[at] = static_cast<Cmn_UInt8>(bytes[at] ^ 1 << bit);
-            EXPECT_STREQ(result(bytes), expected(at, bit)) << at << " bit " << bit;
+            const bool isVersion = at >= cVersion && at < cListIndex;
+            const bool isFree = (at >= cListIndex && at < cFlags) || (at == cFlags && bit == 1);
+            const Cmn_EMessage found = message(bytes);
+            const bool isOther = found == Cmn_eMessage_DocumentTooOld || found == Cmn_eMessage_DocumentTooNew;
+            EXPECT_EQ(isOther, isVersion) << at << " bit " << bit;
+            EXPECT_EQ(found == Cmn_eMessage_ReadError, !isVersion && !isFree) << at << " bit " << bit;
         }
 }
 
-TEST(StdStreamHeader, AnExceptionThatTheBodySurvivedDoesNotEndIt)
-{
-    Sys_MemOutStream stream;
-    Sys_TypedOutStream typed(stream);
-    {
-        const Writer whole(typed, "Whole", 1);
-        EXPECT_THROW(Sys_ThrowIfOSErr(-9006), Cmn_Exception); // the library throws, the program catches
-    }
-    Sys_MemInStream bytes(stream.GetBytes());
-    Sys_TypedInStream in(bytes);
-    EXPECT_FALSE(Reader(in, "Whole").IsMoreLeft());
-}
-
-TEST(StdStreamHeader, ABodyThatAnExceptionEndedIsTakenByNoReader)
+// What the library throws and the program catches is an exception like any other.
+TEST(StdStreamHeader, OnlyABodyThatAnExceptionEndedIsTakenByNoReader)
 {
     for (const bool isTheLibrarys : {false, true}) {
         Sys_MemOutStream stream;
         Sys_TypedOutStream typed(stream);
         try {
             const Writer outer(typed, "Outer", 1);
-            Writer(typed, "Inner", 1).PatchSize();
+            {
+                const Writer inner(typed, "Inner", 1);
+                EXPECT_EQ(Thrown([] { Sys_ThrowIfOSErr(-9006); }).GetOSError(), -9006); // it survives
+            }
             if (isTheLibrarys) Sys_ThrowIfOSErr(-9006);
             throw std::runtime_error("half way");
         } catch (const std::runtime_error&) {
@@ -168,5 +226,63 @@ TEST(StdStreamHeader, NamesEndAt255Bytes)
     Sys_MemInStream bytes(stream.GetBytes());
     Sys_TypedInStream in(bytes);
     EXPECT_FALSE(Reader(in, std::string(255, 'b')).IsMoreLeft());
-    EXPECT_EQ(in.GetBytesLeft(), 0);
+}
+
+TEST_F(StreamSums, EveryTurnedBitIsNoticedBeforeAValueIsRead)
+{
+    const auto size = static_cast<Cmn_Int64>(mBytes.size());
+    for (Cmn_Int64 at = 0; at < size; ++at)
+        for (int bit = 0; bit < 8; ++bit) {
+            Turn(at, 1 << bit);
+            mIn.Forget();
+            EXPECT_EQ(IsRefused("Out", cBegin), at >= cBegin && at < cNextAt) << at << " bit " << bit;
+            EXPECT_EQ(IsRefused("Next", cNextAt), at >= cNextAt && at < size - 2) << at << " bit " << bit;
+            Turn(at, 1 << bit);
+        }
+}
+
+TEST_F(StreamSums, WhatLiesInAVerifiedBodyIsNotReadTwice)
+{
+    const auto numReads = [&] { return mSystem.GetNumRequests(MemoryFileSystem::eRead); };
+    EXPECT_EQ(ReadFile(), cValues);
+    EXPECT_EQ(mIn.mPasses, 1);
+    Turn(cNextAt - 1, 1);
+    const std::size_t before = numReads();
+    EXPECT_EQ(ReadFile(), cValues) << "from memory, as it was verified";
+    EXPECT_EQ(numReads(), before);
+
+    // A jump elsewhere verifies that stream, and the list is outside of it.
+    EXPECT_FALSE(IsRefused("Next", cNextAt) || IsRefused("List", cListAt));
+    EXPECT_EQ(mIn.mPasses, 3);
+
+    mIn.Forget();
+    EXPECT_TRUE(!IsRefused("List", cListAt) && IsRefused("Out", cBegin));
+    EXPECT_EQ(mIn.mPasses, 5);
+    EXPECT_GT(numReads(), before);
+}
+
+TEST_F(StreamSums, OnAFileAHeaderWithoutSumsIsDamage)
+{
+    const Bytes without = InMemory();
+    mFile.WriteAt(cBegin, without.data(), without.size());
+    EXPECT_TRUE(IsRefused("Out", cBegin));
+    // In memory both are taken, and sums that are there are checked.
+    Bytes withSums(mBytes.begin() + cBegin, mBytes.end());
+    EXPECT_EQ(ReadOut(withSums), cValues);
+    ++withSums[cNext - 1];
+    EXPECT_THROW(ReadOut(withSums), Sys_StreamReadException);
+}
+
+TEST_F(StreamSums, DumpsSayWhetherTheyFit)
+{
+    const auto says = [&](const char* iText) {
+        const std::string dump = Sys_StreamDump::ToText(mBytes);
+        EXPECT_NE(dump.find(iText), std::string::npos) << dump;
+    };
+    says("\"List\" version -1, 60 bytes, list, sums fit\n");
+    says("\"Item\" version 1, 1 bytes, item 2, sums fit\n");
+    Turn(cNextAt - 1, 1);
+    says("\"Out\" version 3, 91 bytes, its body's sum does not fit\n");
+    Turn(11, 1);
+    says("\"Out\" version 2, 91 bytes, its own sum does not fit, not a");
 }

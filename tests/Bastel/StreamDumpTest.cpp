@@ -1,14 +1,13 @@
 #include "Bastel/Sys/Sys_StreamDump.h"
 
 #include "Bastel/Sys/Sys_StdStreamHeader.h"
+#include "Support/StreamBytes.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 
 namespace {
-
-using Bytes = std::vector<Cmn_UInt8>;
 
 Bytes WriteSample(bool iSwap)
 {

@@ -1,6 +1,6 @@
 #include "Bastel/Cmn/Cmn_StringToInt.h"
 
-#include "Bastel/Cmn/Cmn_Exception.h"
+#include "Support/Thrown.h"
 
 #include <gtest/gtest.h>
 
@@ -14,11 +14,9 @@ constexpr Result cNone = Cmn_eMessage_NotAnInteger, cOutside = Cmn_eMessage_Inte
 template <class Integer>
 Result Parse(Integer (*iParse)(std::string_view), std::string_view iText)
 {
-    try {
-        return Cmn_Int64{iParse(iText)};
-    } catch (const Cmn_Exception& error) {
-        return error.GetMessageID();
-    }
+    Cmn_Int64 value = 0;
+    const Cmn_EMessage message = Thrown([&] { value = iParse(iText); }).GetMessageID();
+    return message == 0 ? Result(value) : Result(message);
 }
 
 } // namespace

@@ -1,7 +1,8 @@
 #include "Bastel/Sys/Sys_TypedStream.h"
 
-#include "Bastel/Cmn/Cmn_Exception.h"
 #include "Support/AssertRecorder.h"
+#include "Support/StreamBytes.h"
+#include "Support/Thrown.h"
 
 #include <gtest/gtest.h>
 
@@ -12,7 +13,6 @@
 
 namespace {
 
-using Bytes = std::vector<Cmn_UInt8>;
 using Out = Sys_TypedOutStream;
 using In = Sys_TypedInStream;
 
@@ -81,18 +81,6 @@ Bytes Write(const std::vector<Case>& iCases, bool iSwap)
     return stream.TakeBytes();
 }
 
-// The offset that the exception names, or -1 when there was none.
-template <class Exception = Sys_StreamReadException>
-Cmn_Int64 FailsAt(const std::function<void()>& iUse)
-{
-    try {
-        iUse();
-        return -1;
-    } catch (const Exception& error) {
-        return error.GetOffset();
-    }
-}
-
 // Takes six bytes and then no more, as a full disk does.
 class FullStream : public Sys_MemOutStream
 {
@@ -122,17 +110,17 @@ TEST(TypedStream, CutAtAnyLengthItRaisesTheReadingException)
 {
     const Bytes whole = Write(Cases(), false);
     for (std::size_t length = 0; length < whole.size(); ++length) {
-        const std::span<const Cmn_UInt8> all = whole;
-        Sys_MemInStream stream(all.first(length));
+        Sys_MemInStream stream(std::span<const Cmn_UInt8>(whole).first(length));
         In typed(stream);
         Cmn_Int64 valueAt = 0;
-        const Cmn_Int64 failedAt = FailsAt([&] {
+        const Cmn_Exception thrown = Thrown([&] {
             for (const Case& c : Cases()) {
                 valueAt = typed.GetPosition();
                 EXPECT_TRUE(c.readsTheSame(typed)) << c.what;
             }
         });
-        EXPECT_EQ(failedAt, valueAt) << length;
+        EXPECT_EQ(thrown.GetOffset(), valueAt) << length;
+        EXPECT_EQ(thrown.GetMessageID(), Cmn_eMessage_ReadError);
     }
 }
 
@@ -173,8 +161,8 @@ TEST(TypedStream, DamagedValuesAreRefusedWhereTheyStand)
     Sys_MemInStream stream(bytes);
     In typed(stream);
     EXPECT_EQ(typed.ReadUInt8(), 9);
-    EXPECT_EQ(FailsAt([&] { typed.ReadBool(); }), 1) << "2 is no bool";
-    EXPECT_EQ(FailsAt([&] { typed.ReadString(); }), 2) << "four gigabytes, says the count";
+    EXPECT_EQ(Thrown([&] { typed.ReadBool(); }).GetOffset(), 1) << "2 is no bool";
+    EXPECT_EQ(Thrown([&] { typed.ReadString(); }).GetOffset(), 2) << "four gigabytes, says the count";
     EXPECT_EQ(Sys_StreamReadException(17).Describe(),
               "an error occurred while reading the document (byte 17)");
 }
@@ -184,7 +172,9 @@ TEST(TypedStream, AStreamThatTakesNoMoreRaisesTheWritingException)
     FullStream stream;
     Out typed(stream);
     typed.WriteInt32(1);
-    EXPECT_EQ(FailsAt<Sys_StreamWriteException>([&] { typed.WriteInt32(2); }), 4);
+    const Cmn_Exception thrown = Thrown([&] { typed.WriteInt32(2); });
+    EXPECT_EQ(thrown.GetMessageID(), Cmn_eMessage_WriteError);
+    EXPECT_EQ(thrown.GetOffset(), 4);
 }
 
 TEST(MemStream, WritesOverWhatStandsThereAndPastTheEnd)

@@ -1,4 +1,3 @@
-#include "Bastel/Cmn/Cmn_Exception.h"
 #include "Bastel/Sys/Sys_Clock.h"
 #include "Kora/FF/FF_FileBasedEncrytpedStreams.h"
 #include "Kora/FF/FF_FileBasedSimpleEncryptedInStream.h"
@@ -6,12 +5,12 @@
 #include "Kora/FF/FF_ScrambleKernels_p.h"
 #include "Support/AssertRecorder.h"
 #include "Support/MemoryFileSystem.h"
+#include "Support/StreamBytes.h"
+#include "Support/Thrown.h"
 
 #include <gtest/gtest.h>
 
 namespace {
-
-using Bytes = std::vector<Cmn_UInt8>;
 
 // The byte-wise twin, from the raw key byte on.
 Cmn_UInt8 Mask(Cmn_UInt32 iType, Cmn_UInt32 iRaw, Cmn_Int64 iPosition)
@@ -19,14 +18,6 @@ Cmn_UInt8 Mask(Cmn_UInt32 iType, Cmn_UInt32 iRaw, Cmn_Int64 iPosition)
     constexpr Cmn_UInt32 cMultipliers[] = {0, 29, 17, 93, 127, 93};
     const Cmn_Int64 place = iType == 5 ? iPosition / 4096 : iPosition;
     return static_cast<Cmn_UInt8>(static_cast<Cmn_UInt32>(place % 256) * iRaw * cMultipliers[iType]);
-}
-
-Bytes Pattern(std::size_t iCount)
-{
-    Bytes bytes(iCount);
-    for (std::size_t i = 0; i < iCount; ++i)
-        bytes[i] = static_cast<Cmn_UInt8>(i * 7 + i / 256);
-    return bytes;
 }
 
 // A file in memory, opened once to read and once to write as a document does, at a time that gives a known key.
@@ -125,7 +116,9 @@ TEST(ScrambleKernels, EveryKeyMasksAsTheFormulaSays)
 
 TEST_F(Scramble, ANewFileStandsAsDescribedAndReadsBackFromBothSides)
 {
-    const Bytes plain = Pattern(300001); // more than one buffer, and 256 blocks are not a multiple of it
+    Bytes plain(300001); // more than one buffer, and 256 blocks are not a multiple of it
+    for (std::size_t i = 0; i < plain.size(); ++i)
+        plain[i] = static_cast<Cmn_UInt8>(i * 7 + i / 256);
     for (Cmn_UInt32 type = 0; type <= 5; ++type) {
         for (const Cmn_Int64 now : {255 * Cmn_Int64{6000000000000} + 254, Cmn_Int64{255}})
         { // raw keys 254 and 0
@@ -173,14 +166,10 @@ TEST_F(Scramble, AnUnknownTypeIsNoStream)
         CreateNew(type, 1);
         EXPECT_TRUE(!mIn && !mOut);
         SetHeader({static_cast<Cmn_UInt8>(type), 1});
-        try {
-            CreateExisting();
-            ADD_FAILURE() << type;
-        } catch (const Cmn_Exception& exception) {
-            EXPECT_EQ(exception.GetMessageID(), Cmn_eMessage_UnknownStreamType);
-            EXPECT_EQ(exception.GetOffset(), cTypeAt);
-            EXPECT_EQ(exception.GetFile(), cPath);
-        }
+        const Cmn_Exception thrown = Thrown([&] { CreateExisting(); });
+        EXPECT_EQ(thrown.GetMessageID(), Cmn_eMessage_UnknownStreamType);
+        EXPECT_EQ(thrown.GetOffset(), cTypeAt);
+        EXPECT_EQ(thrown.GetFile(), cPath);
         EXPECT_TRUE(!mIn && !mOut);
     }
     EXPECT_TRUE(mAsserts.Take().empty());

@@ -152,24 +152,17 @@ inline Reading Read(const std::string& iPath)
     return result;
 }
 
-// The application's streams of a document, nested ones too, as they stand, with where they lie.
-struct Piece
-{
-    Cmn_Int64 begin;
-    Cmn_Int64 end;
-    std::string bytes;
-};
-
-inline std::vector<Piece> Pieces(const std::string& iPath)
+// The application's streams of a document, nested ones too, as they stand.
+inline std::multiset<std::string> Pieces(const std::string& iPath)
 {
     FF_Document document = Make(iPath);
     document.Open(Sys_Store::eOpenFlag_Read);
     Sys_TypedInStream in = document.MakeTypedInStream();
-    std::vector<Piece> pieces;
+    std::multiset<std::string> pieces;
     for (const FF_StreamInfo& stream : FF_DocumentCheck::ListStreams(document)) {
         if (stream.streamType < eSong) continue;
         in.SetPosition(stream.position);
-        pieces.push_back({stream.position, stream.position + stream.size, TakeBytes(in, stream.size)});
+        pieces.insert(TakeBytes(in, stream.size));
     }
     return pieces;
 }

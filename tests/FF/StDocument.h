@@ -9,6 +9,7 @@
 #include "Kora/FF/FF_StreamList.h"
 #include "Support/AssertRecorder.h"
 #include "Support/MemoryFileSystem.h"
+#include "Support/Thrown.h"
 
 #include <gtest/gtest.h>
 
@@ -60,13 +61,9 @@ protected:
     template <class Call>
     static int MessageOf(const Call& iCall)
     {
-        try {
-            iCall();
-        } catch (const Cmn_Exception& exception) {
-            EXPECT_FALSE(exception.GetFile().empty()) << exception.Describe();
-            return exception.GetMessageID();
-        }
-        return 0;
+        const Cmn_Exception thrown = Thrown(iCall);
+        EXPECT_EQ(thrown.GetFile().empty(), thrown.GetMessageID() == 0) << thrown.Describe();
+        return thrown.GetMessageID();
     }
     // "offset: text" of each.
     static std::string Text(const std::vector<FF_Fault>& iFaults)

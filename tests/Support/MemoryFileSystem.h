@@ -16,7 +16,6 @@
 #include <functional>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <random>
 #include <string>
 #include <vector>
@@ -94,8 +93,6 @@ public:
     void Heal() { mFailAt = mShortAt = 0; }
     // Most bytes that all files take together.
     void SetCapacity(std::uint64_t iBytes) { mCapacity = iBytes; }
-    // Called before each request takes effect, outside the lock.
-    void SetWatcher(std::function<void(const Request&)> iWatcher) { mWatcher = std::move(iWatcher); }
 
     std::size_t GetNumRequests() const { return mCount; }
     const std::vector<Request>& GetLog() const { return mLog; }
@@ -124,8 +121,6 @@ public:
             files[path] = Torn(*file, pick, random);
         return files;
     }
-    // The same, and everything that was open is gone with the process.
-    void Crash(std::uint64_t iSeed) { SetFiles(AfterCrash(iSeed)); }
 
     // --- Sys_FileSystem
     Cmn_Int32 Open(const std::string& iPath, EAccess iAccess, Handle& oHandle) override
@@ -327,13 +322,11 @@ private:
         std::string path;
         EAccess access;
     };
-    // One request: counted, logged, and failed when its turn has come; the lock for as long as it lasts.
+    // One request: counted, logged, and failed when its turn has come.
     struct Call
     {
         Call(MemoryFileSystem& ioSystem, Request iRequest, Handle iHandle = cNoHandle)
         {
-            if (ioSystem.mWatcher) ioSystem.mWatcher(iRequest);
-            lock = std::unique_lock(ioSystem.mMutex);
             const std::int64_t number = static_cast<std::int64_t>(++ioSystem.mCount);
             const bool needsFile = iRequest.kind >= eRead && iRequest.kind <= eSync;
             ioSystem.mLog.push_back(std::move(iRequest));
@@ -348,7 +341,6 @@ private:
                     open = &found->second;
             }
         }
-        std::unique_lock<std::mutex> lock;
         Cmn_Int32 error = 0;
         OpenFile* open = nullptr;
     };
@@ -366,7 +358,6 @@ private:
     }
     std::string PathOf(Handle iHandle)
     {
-        const std::lock_guard guard(mMutex);
         const auto found = mHandles.find(iHandle);
         return found == mHandles.end() ? "" : found->second.path;
     }
@@ -403,7 +394,6 @@ private:
         return result;
     }
 
-    std::mutex mMutex;
     Names mNames;
     Names mSafeNames;
     std::vector<NameChange> mNameChanges; // since the folders were synced, in order
@@ -418,5 +408,4 @@ private:
     int mShortAt = 0;
     Cmn_Int32 mShortCode = 0;
     std::uint64_t mCapacity = UINT64_MAX;
-    std::function<void(const Request&)> mWatcher;
 };
