@@ -103,8 +103,7 @@ TEST_F(MessagePipe, AServiceWithoutAPlaceIsBusyAndOneThatIsMissingIsNot)
 {
     mPeer.reset();
     mPipe.Close();
-    const int before = CountProcessHandles();
-    {
+    const auto fill = [&] {
         std::vector<std::unique_ptr<PSMessagePipe>> clients;
         PSMessagePipe::EOpen opened = PSMessagePipe::eOpen_Opened;
         while (opened == PSMessagePipe::eOpen_Opened && clients.size() < 10) {
@@ -124,6 +123,6 @@ TEST_F(MessagePipe, AServiceWithoutAPlaceIsBusyAndOneThatIsMissingIsNot)
         for (const std::string& none : {std::string("no-such-pipe"), std::string(), std::string("a/b"),
                                         std::string("a\\b"), std::string(300, 'x')})
             EXPECT_EQ(PSMessagePipe().Open(none.c_str()), PSMessagePipe::eOpen_Failed) << none;
-    }
-    EXPECT_EQ(CountProcessHandles(), before);
+    };
+    EXPECT_EQ(HandlesLeakedBy(fill), 0);
 }
