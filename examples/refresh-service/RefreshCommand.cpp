@@ -69,8 +69,13 @@ int Ask(const Options& iOptions)
 
 int Try(Options iOptions)
 {
+    const Cmn_Int32 silenceMs = iOptions.mTransferMs;
     for (const RefreshFault& fault : cRefreshFaults) {
         iOptions.mPlay.mFault = fault.mFault;
+        // Only silence is not waited for: a machine that is busy answers late.
+        const bool isSilent =
+            fault.mFault == eRefreshFault_SilentAtHandshake || fault.mFault == eRefreshFault_SilentAtRequest;
+        iOptions.mTransferMs = isSilent ? silenceMs : Kora_RefreshLimits().mTransferMs;
         const RefreshService service(iOptions.mPipe, iOptions.mPlay);
         const Cmn_UInt64 words[4] = {1, cSampleSize, 0, 0};
         RefreshBytes answer(cSampleSize);
