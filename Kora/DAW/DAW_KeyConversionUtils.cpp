@@ -98,7 +98,7 @@ DAW_EKeyCode DAW_KeyConversionUtils::CharToDAW_EKeyCode(char iChar)
 char DAW_KeyConversionUtils::CharToShiftedChar(char iChar)
 {
     const DAW_KeyRow& row = RowOf(CharToDAW_EKeyCode(iChar));
-    return row.mShiftedChar != 0 && row.mChar == iChar ? row.mShiftedChar : iChar;
+    return row.mShiftedChar != 0 ? row.mShiftedChar : iChar;
 }
 
 DAW_EKeyCode DAW_KeyConversionUtils::WindowsKeyCodeToDAW_EKeyCode(Cmn_UInt16 iWindowsKeyCode,
