@@ -1,16 +1,10 @@
+#include "Cnn/CnnFixture.h"
 #include "Kora/Cnn/Cnn_DispatchTableRegistry.h"
 #include "Kora/Cnn/Cnn_ListenerList.h"
 #include "Kora/Cnn/Cnn_ListenerMessage.h"
 #include "Kora/Cnn/Cnn_Receiver.h"
-#include "Kora/Cnn/Mdl_SimpleValMessage.h"
-#include "Support/AssertRecorder.h"
-
-#include <gtest/gtest.h>
 
 #include <list>
-#include <utility>
-
-using Reports = std::vector<std::string>;
 
 namespace {
 
@@ -59,9 +53,8 @@ public:
 };
 
 // A dispatcher whose handlers are letters, which the invoker appends to the receiver.
-class Letters : public Cnn_Dispatcher
+struct Letters : Cnn_Dispatcher
 {
-public:
     explicit Letters(std::string& ioText)
         : Cnn_Dispatcher(&ioText, Cnn_DispatchTableRegistry::FindOrCreate(typeid(Weather), ++sKind))
     {
@@ -70,8 +63,6 @@ public:
     {
         AddFunction(iID, &mLetters.emplace_back(std::move(iLetter)), &Invoke, typeid(Weather));
     }
-
-private:
     static void Invoke(void* iReceiverP, const void*, void* iHandlerP)
     {
         *static_cast<std::string*>(iReceiverP) += *static_cast<std::string*>(iHandlerP);
@@ -85,8 +76,7 @@ private:
 TEST(Dispatch, EachMessageReachesItsHandlerWhateverTheOrderOfHandlers)
 {
     const AssertRecorder recorder;
-    Diary first;
-    Diary second;
+    Diary first, second;
     EXPECT_FALSE(second.mReceiver.NeedsInit());
     Cnn_ListenerList<Weather> list;
     list.Add(&first.mReceiver);

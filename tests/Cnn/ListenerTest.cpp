@@ -1,40 +1,20 @@
+#include "Cnn/CnnFixture.h"
 #include "Kora/Cnn/Cnn_ListenerList.h"
 #include "Kora/Cnn/Cnn_ListenerMessageReceiver.h"
 #include "Kora/Cnn/Cnn_ListenerRegistry.h"
 #include "Kora/Cnn/Mdl_SimpleValMessage.h"
-#include "Support/AssertRecorder.h"
 
-#include <gtest/gtest.h>
-
-#include <functional>
-#include <stdexcept>
-#include <utility>
-
-using Reports = std::vector<std::string>;
 using Priority = Cnn_ListenerListBase::EPriority;
 
 namespace {
 
-// Writes its letter into the shared text, then does what it is told.
-struct Listener : Cnn_ListenerMessageReceiver
+struct Listener : Scribe<Cnn_ListenerMessageReceiver>
 {
-    Listener(std::string& ioText, char iLetter, std::type_index iClass = typeid(Mdl_SimpleValMessage))
-        : mText(ioText)
-        , mLetter(iLetter)
-        , mClass(iClass)
-    {
-    }
-    void ReceiveMessage(const Cnn_ListenerMessage&) override
-    {
-        mText += mLetter;
-        if (mThen) mThen();
-    }
+    using Scribe::Scribe;
+    void ReceiveMessage(const Cnn_ListenerMessage&) override { Write(""); }
     std::type_index GetMessageClassInfo() const override { return mClass; }
 
-    std::string& mText;
-    char mLetter;
-    std::type_index mClass;
-    std::function<void()> mThen;
+    std::type_index mClass = typeid(Mdl_SimpleValMessage);
 };
 
 class ListenerTest : public testing::Test
@@ -77,7 +57,8 @@ TEST_F(ListenerTest, HighPriorityGoesToTheFrontAndEverythingElseToTheEnd)
 
 TEST_F(ListenerTest, AReceiverOfAnotherClassAssertsAndIsAdded)
 {
-    Listener stranger(mText, 's', typeid(Mdl_SimpleValMessage_ValChanged));
+    Listener stranger(mText, 's');
+    stranger.mClass = typeid(Mdl_SimpleValMessage_ValChanged);
     mList.Add(&stranger);
     EXPECT_EQ(mRecorder.Take(),
               Reports{"iListenerP->GetMessageClassInfo() == mMessageClassInfo@$^$@Cnn/Cnn_ListenerList"});

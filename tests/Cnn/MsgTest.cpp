@@ -1,34 +1,13 @@
+#include "Cnn/CnnFixture.h"
 #include "Kora/Cnn/Msg_ObjBase.h"
-#include "Support/AssertRecorder.h"
-
-#include <gtest/gtest.h>
-
-#include <functional>
-#include <memory>
-#include <random>
-#include <stdexcept>
-
-using Reports = std::vector<std::string>;
 
 namespace {
 
-// Writes its letter and the message, "a0 ", then does what it is told.
-struct Receiver : Msg_Receiver
+// Writes "a0 ".
+struct Receiver : Scribe<Msg_Receiver>
 {
-    Receiver(std::string& ioText, char iLetter)
-        : mText(ioText)
-        , mLetter(iLetter)
-    {
-    }
-    void MsgReceive(Msg_EMessage iMessage) override
-    {
-        mText += mLetter + std::to_string(iMessage) + ' ';
-        if (mThen) mThen();
-    }
-
-    std::string& mText;
-    char mLetter;
-    std::function<void()> mThen;
+    using Scribe::Scribe;
+    void MsgReceive(Msg_EMessage iMessage) override { Write(std::to_string(iMessage) + ' '); }
 };
 
 } // namespace
@@ -36,8 +15,7 @@ struct Receiver : Msg_Receiver
 TEST(Msg, AttachmentTellsTheNewOneAndDestructionTellsAll)
 {
     std::string text;
-    Receiver a(text, 'a');
-    Receiver b(text, 'b');
+    Receiver a(text, 'a'), b(text, 'b');
     {
         Msg_ObjBase obj;
         obj.AddReceiver(&a);
@@ -62,10 +40,8 @@ TEST(Msg, BrokenPreconditionsAssertAndLeaveTheListsWhole)
 {
     const AssertRecorder recorder;
     std::string text;
-    Msg_ObjBase first;
-    Msg_ObjBase second;
-    Receiver a(text, 'a');
-    Receiver b(text, 'b');
+    Msg_ObjBase first, second;
+    Receiver a(text, 'a'), b(text, 'b');
     first.AddReceiver(&a);
     second.AddReceiver(&a);
     EXPECT_EQ(recorder.Take(), Reports{"iReceiverP->mObjP == 0@$^$@Cnn/Msg_ObjBase"});

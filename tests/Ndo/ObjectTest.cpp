@@ -1,12 +1,5 @@
-#include "Kora/Ndo/Ndo_ExternalRef.h"
-#include "Kora/Ndo/Ndo_Operation.h"
-#include "Kora/Ndo/Ndo_StOperationRecorder.h"
 #include "Ndo/World.h"
-#include "Support/AssertRecorder.h"
 
-#include <gtest/gtest.h>
-
-using Reports = std::vector<std::string>;
 using Ref = Ndo_ExternalRef<Note>;
 
 namespace {
@@ -19,30 +12,24 @@ const Cmn_Int64 sFirstID = [] {
     return id;
 }();
 
-class ObjectTest : public testing::Test
+using ObjectTest = WorldTest;
+
+// "live, count 2" and the like; empty when the note's entry is gone.
+std::string Entry(const std::string& iName)
 {
-protected:
-    ObjectTest() { World::Reset(); }
-    ~ObjectTest() override { World::Reset(); }
-
-    // "count 2" and the like; empty when the note's entry is gone.
-    static std::string Entry(const std::string& iName)
-    {
-        const std::string dump = Ndo_gManager.Dump();
-        const std::size_t at = dump.find("\n  " + iName + " ");
-        return at == dump.npos
-                   ? ""
-                   : dump.substr(at + 4 + iName.size(), dump.find('\n', at + 1) - at - 4 - iName.size());
-    }
-
-    AssertRecorder mRecorder;
-};
+    const std::string dump = Ndo_gManager.Dump(), line = "\n  " + iName + " ";
+    const std::size_t at = dump.find(line);
+    if (at == dump.npos) return "";
+    return dump.substr(at + line.size(), dump.find('\n', at + 1) - at - line.size());
+}
 
 } // namespace
 
 TEST_F(ObjectTest, IdsStartAtOneAndAscend)
 {
     EXPECT_EQ(sFirstID, 1);
+    (new Note(Ndo_Object::kNoUndo))->NdoDelete();
+    EXPECT_TRUE(World::sNotes.empty()) << "an object outside of undo is deleted at once";
     Note note(Ndo_Object::kNoUndo);
     EXPECT_EQ(note.NdoGetID(), -1);
     EXPECT_EQ(note.NdoIsUndoable(), Ndo_Object::kNoUndo);
@@ -60,12 +47,6 @@ TEST_F(ObjectTest, IdsStartAtOneAndAscend)
     EXPECT_EQ(Ndo_gManager.LookupObject(note.NdoGetID()), nullptr);
     EXPECT_FALSE(Ndo_gManager.AboutToDeleteObject(&note));
     EXPECT_EQ(mRecorder.Take(), Reports(2, "iter != mObjDict.end()@$^$@Ndo/Ndo_Manager"));
-}
-
-TEST_F(ObjectTest, AnObjectOutsideOfUndoIsDeletedAtOnce)
-{
-    (new Note(Ndo_Object::kNoUndo))->NdoDelete();
-    EXPECT_TRUE(World::sNotes.empty());
 }
 
 TEST_F(ObjectTest, NullAndWrongUseAssert)
@@ -89,9 +70,7 @@ TEST_F(ObjectTest, AReferenceFollowsItsObjectThroughDeletionAndReturn)
     Note* const note = Note::New(60);
     const std::string name = note->Name();
     Ref ref = note;
-    Ndo_StOperationRecorder recorder;
-    note->NdoDelete();
-    const auto deletion = recorder.OperationComplete();
+    const auto deletion = Record([&] { note->NdoDelete(); });
     EXPECT_EQ(Entry(name), "deleted, count 1");
     EXPECT_EQ(ref.Get(), nullptr);
     EXPECT_EQ(ref.operator->(), nullptr);
@@ -101,9 +80,7 @@ TEST_F(ObjectTest, AReferenceFollowsItsObjectThroughDeletionAndReturn)
     deletion->Restore();
     EXPECT_EQ(ref->Pitch(), 60);
 
-    Ndo_StOperationRecorder again;
-    ref->NdoDelete();
-    const auto secondDeletion = again.OperationComplete();
+    const auto secondDeletion = Record([&] { ref->NdoDelete(); });
     ref = nullptr;
     EXPECT_EQ(Entry(name), "") << "the last reference takes the entry along";
     secondDeletion->Restore();

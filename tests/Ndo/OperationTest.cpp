@@ -1,44 +1,12 @@
-#include "Kora/Ndo/Ndo_Manager.h"
-#include "Kora/Ndo/Ndo_Operation.h"
 #include "Kora/Ndo/Ndo_StDisableRecording.h"
-#include "Kora/Ndo/Ndo_StOperationRecorder.h"
 #include "Ndo/World.h"
-#include "Support/AssertRecorder.h"
-
-#include <gtest/gtest.h>
-
-#include <functional>
-#include <utility>
-
-using Reports = std::vector<std::string>;
 
 namespace {
 
-class OperationTest : public testing::Test
-{
-protected:
-    OperationTest() { World::Reset(); }
-    ~OperationTest() override
-    {
-        World::Reset();
-        EXPECT_EQ(World::sNumStates, 0);
-    }
+using OperationTest = WorldTest;
 
-    template <class Edit>
-    static std::unique_ptr<Ndo_Operation> Record(Edit iEdit)
-    {
-        Ndo_StOperationRecorder recorder;
-        iEdit();
-        return recorder.OperationComplete();
-    }
-    // Dump's line of a note: "  1 modified\n".
-    static std::string Line(const std::string& iName, const char* iWhat)
-    {
-        return "  " + iName + " " + iWhat + "\n";
-    }
-
-    AssertRecorder mRecorder;
-};
+// Dump's line of a note: "  1 modified\n".
+std::string Line(const std::string& iName, const char* iWhat) { return "  " + iName + " " + iWhat + "\n"; }
 
 } // namespace
 
@@ -51,8 +19,8 @@ TEST_F(OperationTest, RestoreCallsInItsOrder)
         gone->NdoDelete();
         note->Set(61);
         note->Set(63);
-        (new MoveFader(3))->LogAction();
-        (new MoveFader(4))->LogAction();
+        MoveFader::Log(3);
+        MoveFader::Log(4);
     });
     EXPECT_EQ(World::sCalls, "get " + g + "; get " + n + "; ") << "one snapshot, before the first change";
     EXPECT_EQ(operation->Dump(), "Ndo_Operation: 2 actions\n" + Line(n, "modified") + Line(g, "deleted"));
@@ -71,35 +39,28 @@ TEST_F(OperationTest, WhatIsLoggedDependsOnWhatWasLogged)
     const Cmn_Int64 id = Note::New(60)->NdoGetID();
     const auto note = [&] { return static_cast<Note*>(Ndo_gManager.LookupObject(id)); };
     const std::string created = std::to_string(id + 1);
-    const auto edits = [&](int iRow) {
-        if (iRow == 0) Note::New(1)->Set(2);
-        if (iRow == 1) {
-            note()->NdoDelete();
-            (new Note(Ndo_Object::kNoUndo, 64))->NdoRestoreUndoable(id);
-        }
-        const Ndo_StDisableRecording disabled;
-        if (iRow == 2) note()->Set(60);
-    };
-    const std::pair<const char*, std::string> rows[] = {
-        {"created and modified is a creation", Line(created, "created")},
-        {"deleted and back is a modification",                                    Line(std::to_string(id),             "modified")},
-        {"nothing is logged while recording is disabled",                         ""                        }
-    };
-    for (int row = 0; row < 3; ++row) {
-        const auto operation = Record([&] { edits(row); });
-        EXPECT_EQ(operation->Dump(), "Ndo_Operation: 0 actions\n" + rows[row].second) << rows[row].first;
+    const auto expect = [&](const std::function<void()>& iEdit, const std::string& iLine) {
+        const auto operation = Record(iEdit);
+        EXPECT_EQ(operation->Dump(), "Ndo_Operation: 0 actions\n" + iLine);
         operation->Restore();
-        EXPECT_EQ(World::Text(), std::to_string(id) + "=60 fader 0") << rows[row].first;
-    }
+        EXPECT_EQ(World::Text(), std::to_string(id) + "=60 fader 0") << iLine;
+    };
+    const auto deleteAndBringBack = [&] {
+        note()->NdoDelete();
+        (new Note(Ndo_Object::kNoUndo, 64))->NdoRestoreUndoable(id);
+    };
+    expect([] { Note::New(1)->Set(2); }, Line(created, "created"));
+    const auto setUnrecorded = [&] {
+        const Ndo_StDisableRecording disabled;
+        note()->Set(60);
+    };
+    expect(setUnrecorded, "");
+    expect(deleteAndBringBack, Line(std::to_string(id), "modified"));
     EXPECT_EQ(mRecorder.Take(), Reports{});
-}
 
-TEST_F(OperationTest, LoggingCanBeSwitchedOffByKind)
-{
-    Note* const note = Note::New(60);
-    const std::function<void()> edits[] = {[&] { note->Set(61); }, [] { Note::New(1); },
-                                           [&] { note->NdoDelete(); }};
-    for (const int kind : {0, 1, 2}) {
+    const std::function<void()> edits[] = {[&] { note()->Set(60); }, [] { Note::New(1); },
+                                           [&] { note()->NdoDelete(); }};
+    for (const int kind : {0, 1, 2}) { // each can be switched off
         Ndo_Operation::sDisableLog[kind] = true;
         EXPECT_TRUE(Record(edits[kind])->IsEmpty()) << kind;
         Ndo_Operation::sDisableLog[kind] = false;
@@ -184,11 +145,13 @@ TEST_F(OperationTest, RecordersDoNotNestAndCompleteOnce)
 TEST_F(OperationTest, AnActionsOwnerDependsOnItsOutcome)
 {
     auto operation = Record([&] {
-        (new MoveFader(1))->LogAction();
-        (new MoveFader(2))->LogAction();
-        (new MoveFader(9, false, true))->LogAction();
-        auto* const kept = new MoveFader(8, false, false);
+        MoveFader::Log(1);
+        MoveFader::Log(2);
+        auto* const kept = new MoveFader(8);
+        auto* const dropped = new MoveFader(9);
+        kept->mSucceeds = dropped->mSucceeds = kept->mAutoDelete = false;
         kept->LogAction();
+        dropped->LogAction();
         EXPECT_EQ(World::sCalls, "drop 9; ");
         delete kept;
     });
@@ -196,11 +159,8 @@ TEST_F(OperationTest, AnActionsOwnerDependsOnItsOutcome)
     operation.reset();
     EXPECT_EQ(World::sCalls, "drop 2; drop 1; ");
     EXPECT_EQ(World::sFader, 2);
-}
-
-TEST_F(OperationTest, AnActionThatNobodyRecordsIsReleasedWithoutItsDestructor)
-{
-    (new MoveFader(7))->LogAction();
+    World::sCalls.clear();
+    MoveFader::Log(7);
     EXPECT_EQ(World::sFader, 7);
-    EXPECT_EQ(World::sCalls, "");
+    EXPECT_EQ(World::sCalls, "") << "nobody records it, and it is released without its destructor";
 }

@@ -1,9 +1,4 @@
-#include "Kora/Ndo/Ndo_ExternalRef.h"
-#include "Kora/Ndo/Ndo_Operation.h"
-#include "Kora/Ndo/Ndo_StOperationRecorder.h"
 #include "Ndo/World.h"
-
-#include <gtest/gtest.h>
 
 #include <random>
 
@@ -38,15 +33,15 @@ TEST(UndoModel, EveryPointOfTheHistoryComesBack)
     const auto edit = [&] {
         for (unsigned count = random() % 6; count > 0; --count) {
             const unsigned kind = World::sNotes.empty() ? 0 : random() % 8;
-            if (kind < 2) {
-                Note::New(static_cast<int>(random() % 128));
-            } else if (kind < 5) {
-                randomNote()->Set(static_cast<int>(random() % 128));
-            } else if (kind < 7) {
+            const int value = static_cast<int>(random() % 100);
+            if (kind < 2)
+                Note::New(value);
+            else if (kind < 5)
+                randomNote()->Set(value);
+            else if (kind < 7)
                 randomNote()->NdoDelete();
-            } else {
-                (new MoveFader(static_cast<int>(random() % 100)))->LogAction();
-            }
+            else
+                MoveFader::Log(value);
         }
     };
     const auto restore = [](auto& ioFrom, auto& ioTo) {
@@ -120,7 +115,7 @@ TEST(UndoModel, AThrowingRestoreLeaksNothingAndARecorderTakesItBack)
             second->Set(63);
             second->NdoDelete();
             Note::New(70);
-            (new MoveFader(5))->LogAction();
+            MoveFader::Log(5);
             Note::New(72);
             operation = recorder.OperationComplete();
         }

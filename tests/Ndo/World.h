@@ -5,13 +5,20 @@
 #pragma once
 
 #include "Kora/Ndo/Ndo_Action.h"
+#include "Kora/Ndo/Ndo_ExternalRef.h"
 #include "Kora/Ndo/Ndo_Object.h"
+#include "Kora/Ndo/Ndo_Operation.h"
+#include "Kora/Ndo/Ndo_StOperationRecorder.h"
 #include "Kora/Ndo/Ndo_State.h"
+#include "Support/AssertRecorder.h"
 
-#include <map>
+#include <gtest/gtest.h>
+
+#include <functional>
 #include <set>
 #include <stdexcept>
-#include <string>
+
+using Reports = std::vector<std::string>;
 
 struct World
 {
@@ -93,15 +100,13 @@ private:
 };
 
 // Its Undo is an action too, so that an operation that records meanwhile gets the way forward.
-class MoveFader : public Ndo_Action
+struct MoveFader : Ndo_Action
 {
-public:
-    explicit MoveFader(int iTo, bool iSucceeds = true, bool iAutoDelete = true)
+    explicit MoveFader(int iTo)
         : mTo(iTo)
-        , mSucceeds(iSucceeds)
-        , mAutoDelete(iAutoDelete)
     {
     }
+    static void Log(int iTo) { (new MoveFader(iTo))->LogAction(); }
     ~MoveFader() override { World::Called("drop " + std::to_string(mTo), false); }
     bool Do() override
     {
@@ -113,15 +118,14 @@ public:
     void Undo() override
     {
         World::Called("undo " + std::to_string(mTo));
-        (new MoveFader(mFrom))->LogAction();
+        Log(mFrom);
     }
     bool AutoDeleteOnFail() override { return mAutoDelete; }
 
-private:
     int mFrom = 0;
     int mTo;
-    bool mSucceeds;
-    bool mAutoDelete;
+    bool mSucceeds = true;
+    bool mAutoDelete = true;
 };
 
 inline std::string World::Text()
@@ -144,3 +148,24 @@ inline void World::Reset()
     sThrowAt = -1;
     sFader = 0;
 }
+
+// A world for each test, in which every snapshot is freed.
+class WorldTest : public testing::Test
+{
+protected:
+    WorldTest() { World::Reset(); }
+    ~WorldTest() override
+    {
+        World::Reset();
+        EXPECT_EQ(World::sNumStates, 0);
+    }
+
+    static std::unique_ptr<Ndo_Operation> Record(const std::function<void()>& iEdit)
+    {
+        Ndo_StOperationRecorder recorder;
+        iEdit();
+        return recorder.OperationComplete();
+    }
+
+    AssertRecorder mRecorder;
+};
