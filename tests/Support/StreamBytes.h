@@ -19,12 +19,14 @@ Bytes Streamed(const T& iObject)
     return bytes.TakeBytes();
 }
 
+// How many bytes the object took.
 template <class T>
-void ReadBack(T& ioObject, const Bytes& iBytes)
+Cmn_Int64 ReadBack(T& ioObject, const Bytes& iBytes)
 {
     Sys_MemInStream bytes(iBytes);
     Sys_TypedInStream stream(bytes);
     ioObject.StreamIn(stream);
+    return stream.GetPosition();
 }
 
 // Bytes from pairs of hexadecimal digits; anything else parts them.

@@ -1,7 +1,6 @@
 #include "Kora/Cnn/Cnn_ListenerMessageReceiver.h"
-#include "Kora/Ndo/Ndo_Operation.h"
-#include "Kora/Ndo/Ndo_StOperationRecorder.h"
 #include "Support/MeterMapText.h"
+#include "Support/UndoHistory.h"
 #include "Time/TimeFixture.h"
 
 namespace {
@@ -84,6 +83,7 @@ TEST(MeterMapEdit, ChangesAreAddedForcedAndRemovedAndTheSongStartKeepsItsBar)
         {"forced on an empty map", "", EDIT(ForceMeterAtBarBeat({5, 3, Quarters(0)}, c4_4)), "5| 4/4 @16"},
         {"renumbering moves all", "1| 4/4   3| 3/4", EDIT(RenumberBars(-5)), "-4| 4/4 @0   -2| 3/4 @8"},
         {"renumbering makes an empty map real", "", EDIT(RenumberBars(2)), "3| 4/4 @0"},
+        {"made real, it starts at the default", "", [](auto& io) { io.SetSongStartTick(At(100)), io.MakeRealIfDefault(); }, "1| 4/4 @0"},
         // The song start keeps its bar.
         {"moved into a bar, which keeps its number", "1| 4/4", EDIT(SetSongStartTick(At(6))), "2| 4/4 @6"},
         {"the old one goes where redundant", "1| 3/4 @-6   3| 3/4 @0", EDIT(SetSongStartTick(At(3))), "1| 3/4 @-6   4| 3/4 @3"},
@@ -139,8 +139,15 @@ TEST(MeterMapEdit, MovedChangesKeepTheirOrder)
     ExpectEdits({
         {"forward", "1| 4/4   2| 3/4   3| 5/4", shift(4, 1), "1| 4/4 @0   3| 3/4 @5   4| 5/4 @8"},
         {"back", "1| 4/4   3| 3/4   4| 5/4", shift(8, -4), "1| 4/4 @0   2| 3/4 @4   3| 5/4 @7"},
+        {"realigned by as much as the bar was cut", "1| 4/4   2| 3/4 @1   5| 5/8 @10", EDIT(RealignExistingMeterChangesToBBT(At(1))),
+            "1| 4/4 @0   2| 3/4 @1   4| 5/8 @7"},
+        {"realigned by nothing", "1| 4/4   2| 3/4   4| 5/8", EDIT(RealignExistingMeterChangesToBBT(At(0))),
+            "1| 4/4 @0   2| 3/4 @4   4| 5/8 @10"},
         {"all, numbers stay", "7| 4/4   8| 3/4", EDIT(ShiftAllMeterEventsByNumTicks(Quarters(-9))), "7| 4/4 @-9   8| 3/4 @-5"},
     });
+    const Time_MeterMap cut = MakeMeterMap("1| 4/4   2| 3/4 @1   3| 6/8");
+    for (std::size_t i = 0; i < 3; ++i)
+        EXPECT_EQ(cut.IterBegin()[i].IsOffBarline(), i == 1) << i;
     const AssertRecorder recorder;
     ExpectEdits({
         {"onto one that stays: the moved one stays", "1| 4/4   2| 3/4   3| 5/4", shift(7, -3), "1| 4/4 @0   2| 5/4 @4"},
@@ -152,22 +159,10 @@ TEST(MeterMapEdit, MovedChangesKeepTheirOrder)
     EXPECT_EQ(recorder.Take(), Reports(4, cOutOfOrder));
 }
 
-TEST(MeterMapEdit, RealigningMovesTheChangesBehind)
-{
-    ExpectEdits({
-        {"by as much as the bar was cut", "1| 4/4   2| 3/4 @1   5| 5/8 @10", EDIT(RealignExistingMeterChangesToBBT(At(1))),
-            "1| 4/4 @0   2| 3/4 @1   4| 5/8 @7"},
-        {"or not at all", "1| 4/4   2| 3/4   4| 5/8", EDIT(RealignExistingMeterChangesToBBT(At(0))),
-            "1| 4/4 @0   2| 3/4 @4   4| 5/8 @10"},
-    });
-    const Time_MeterMap map = MakeMeterMap("1| 4/4   2| 3/4 @1   3| 6/8");
-    for (std::size_t i = 0; i < 3; ++i)
-        EXPECT_EQ(map.IterBegin()[i].IsOffBarline(), i == 1) << i;
-}
-
 TEST(MeterMapEdit, PasteFillsTheRangeAndKeepsTheMeterBehindIt)
 {
     const Time_MeterMap song = MakeMeterMap("1| 4/4   2| 3/4   4| 6/8"); // 3/4 at 4, 6/8 at 10
+    const Time_MeterMap fifty = Clip();
     Time_MeterMap whole, carried, held;
     song.Copy(&whole, At(4), At(11));
     song.Copy(&carried, At(5), At(12));
@@ -185,6 +180,7 @@ TEST(MeterMapEdit, PasteFillsTheRangeAndKeepsTheMeterBehindIt)
         {"the song start comes back", "1| 4/4 @-8   3| 2/4 @0", paste(-4, 3, whole),
             "0| 4/4 @-8   1| 3/4 @-4   3| 3/4 @0   4| 6/8 @2   5| 2/4 @4"},
         {"or not", "1| 4/4 @-8   3| 2/4 @0", paste(-4, 3, whole, true), "1| 4/4 @-8   2| 3/4 @-4   4| 6/8 @2   5| 2/4 @4"},
+        {"the song start is set before bars are numbered", "1| 4/4", paste(-4, 3, fifty), "50| 3/4 @-4   52| 4/4 @0"},
         {"over the default change", "", paste(0, 7, whole), "2| 3/4 @0   4| 6/8 @6   5| 4/4 @8"},
     });
 }
@@ -221,14 +217,14 @@ TEST(MeterMapEdit, BroadcastsAreCounted)
         {"the same song start is nothing", "1| 4/4", EDIT(SetSongStartTick(At(0))), 0, false},
         {"adding", "1| 4/4", EDIT(AddMeterChange(At(4), c3_4)), 1, true},
         {"removing", "1| 4/4", EDIT(RemoveMeterChange(At(0))), 1, true},
-        {"removing nothing still notifies undo", "1| 4/4", EDIT(RemoveMeterChange(At(1))), 0, true},
         {"a song start onto a change", "1| 4/4   2| 3/4", EDIT(SetSongStartTick(At(4))), 1, true},
         {"deleting", "1| 4/4   2| 3/4", EDIT(Delete(At(4), At(5))), 1, true},
+        {"shifting", "1| 4/4", EDIT(ShiftAllMeterEventsByNumTicks(Quarters(1))), 1, true},
+        {"removing nothing still notifies undo", "1| 4/4", EDIT(RemoveMeterChange(At(1))), 0, true},
         {"deleting nothing", "1| 4/4", EDIT(Delete(At(4), At(5))), 0, true},
         {"erasing an empty range is nothing", "1| 4/4", EDIT(Erase(At(0), At(0))), 0, false},
         {"shifting by zero is nothing", "1| 4/4", EDIT(ShiftAllMeterEventsByNumTicks(Quarters(0))), 0, false},
         {"shifting an empty map is nothing", "", EDIT(ShiftAllMeterEventsByNumTicks(Quarters(1))), 0, false},
-        {"shifting", "1| 4/4", EDIT(ShiftAllMeterEventsByNumTicks(Quarters(1))), 1, true},
         {"forcing on an empty map", "", EDIT(ForceMeterAtBarBeat({2, 1, Quarters(0)}, c3_4)), 1, true},
         {"forcing what is in force is nothing", "1| 4/4", EDIT(ForceMeterAtBarBeat({2, 1, Quarters(0)}, c4_4)), 0, false},
         {"replacing", "1| 4/4", EDIT(ReplaceWith(other)), 1, true},
@@ -282,14 +278,6 @@ TEST(MeterMapEdit, OverwritingKeepsTheBarNumber)
     EXPECT_EQ(map.IterBegin()[0].GetBBT().mBar, 11);
 }
 
-TEST(MeterMapEdit, MakeRealUsesTheDefaultSongStart)
-{
-    Time_MeterMap map;
-    map.SetSongStartTick(At(100));
-    map.MakeRealIfDefault();
-    EXPECT_EQ(ToText(map), "1| 4/4 @0");
-}
-
 TEST(MeterMapEdit, RefittingResetsTheClick)
 {
     const Time_NotationDurationValue half(Time_eNoteDuration_Half, false);
@@ -299,23 +287,6 @@ TEST(MeterMapEdit, RefittingResetsTheClick)
     EXPECT_EQ(map.GetClicksAtTick(At(0)), half.GetTicks());
     EXPECT_EQ(map.GetClicksAtTick(At(4)), Quarters(1));
     EXPECT_EQ(map.GetClicksAtTick(At(9)), half.GetTicks());
-}
-
-TEST(MeterMapEdit, PasteSetsTheSongStartBeforeItRenumbers)
-{
-    Time_MeterMap map = MakeMeterMap("1| 4/4");
-    const Time_MeterMap clip = Clip();
-    map.Paste(At(-4), At(3), &clip);
-    EXPECT_EQ(ToText(map), "50| 3/4 @-4   52| 4/4 @0");
-}
-
-TEST(MeterMapEdit, AMapPastedIntoItselfIsTheMapBefore)
-{
-    Time_MeterMap clip = MakeMeterMap("50| 3/4   51| 4/4");
-    clip.ShiftAllMeterEventsByNumTicks(Time_cZeroTick - At(0));
-    clip.Paste(Time_cZeroTick + Quarters(7), Time_cZeroTick + Quarters(14), &clip, true);
-    clip.ShiftAllMeterEventsByNumTicks(At(0) - Time_cZeroTick);
-    EXPECT_EQ(ToText(clip), "50| 3/4 @0   51| 4/4 @3   52| 3/4 @7   53| 4/4 @10   55| 4/4 @15");
 }
 
 TEST(MeterMapEdit, CopiesTakeTheContentOnly)
@@ -349,7 +320,7 @@ TEST(MeterMapEdit, ScriptsOfEditsKeepTheInvariantsAndCanBeUndoneAndRedone)
         };
         Time_Tick a, b;
         bool keep = false;
-        constexpr int cErase = 0;
+        constexpr int cErase = 0, cPasteItself = 16;
         Time_MeterMap map(Ndo_Object::kUndoable), clip;
         const auto anyChange = [&] { return map.IterBegin()[random() % map.GetNumberOfChanges()].GetTick(); };
         // clang-format off
@@ -375,8 +346,7 @@ TEST(MeterMapEdit, ScriptsOfEditsKeepTheInvariantsAndCanBeUndoneAndRedone)
         };
         // clang-format on
         const Listener listener(map);
-        std::vector<std::unique_ptr<Ndo_Operation>> undo;
-        std::vector<Bytes> states;
+        UndoHistory<Time_MeterMap> history(map, &Canonical);
         for (int step = 0; step < 25; ++step) {
             a = tick(), b = tick();
             if (b < a) std::swap(a, b);
@@ -384,10 +354,7 @@ TEST(MeterMapEdit, ScriptsOfEditsKeepTheInvariantsAndCanBeUndoneAndRedone)
             const int kind = static_cast<int>(random() % std::size(edits));
             const Time_MeterMap before = map;
             const int toldBefore = listener.mTold;
-            states.push_back(Canonical(map));
-            Ndo_StOperationRecorder recorder;
-            edits[kind]();
-            undo.push_back(recorder.OperationComplete());
+            history.Record(edits[kind]);
             const std::string where = "seed " + std::to_string(seed) + " step " + std::to_string(step) +
                                       " edit " + std::to_string(kind) + "\n" + before.Dump() + "became\n" +
                                       map.Dump();
@@ -396,6 +363,11 @@ TEST(MeterMapEdit, ScriptsOfEditsKeepTheInvariantsAndCanBeUndoneAndRedone)
                        isDefault = before.IsDefault() && map.IsDefault();
             if (wasTold || !isDefault) {
                 ASSERT_EQ(map.Dump(), wasTold ? listener.mLastSeen : before.Dump()) << where;
+            }
+            if (kind == cPasteItself) {
+                Time_MeterMap expected = before;
+                expected.Paste(a, b, &before, keep);
+                ASSERT_EQ(map.Dump(), expected.Dump()) << where;
             }
             Time_MeterMap laidOutAnew;
             laidOutAnew.ReplaceWith(map);
@@ -414,17 +386,7 @@ TEST(MeterMapEdit, ScriptsOfEditsKeepTheInvariantsAndCanBeUndoneAndRedone)
                 }
             }
         }
-        std::vector<std::unique_ptr<Ndo_Operation>> redo;
-        const Bytes last = Canonical(map);
-        for (std::size_t i = undo.size(); i-- > 0;) {
-            Ndo_StOperationRecorder recorder;
-            undo[i]->Restore();
-            redo.push_back(recorder.OperationComplete());
-            ASSERT_EQ(Streamed(map), states[i]) << "seed " << seed << " step " << i;
-        }
-        for (; !redo.empty(); redo.pop_back())
-            redo.back()->Restore();
-        ASSERT_EQ(Streamed(map), last) << "seed " << seed;
+        history.ExpectEveryState();
     }
     for (const std::string& report : asserts.Take())
         ASSERT_EQ(report, cOutOfOrder);

@@ -1,6 +1,5 @@
 // Random edits of tempo maps against a plain model of the rebuild, bit for bit.
-#include "Kora/Ndo/Ndo_Operation.h"
-#include "Kora/Ndo/Ndo_StOperationRecorder.h"
+#include "Support/UndoHistory.h"
 #include "Time/TempoMapTools.h"
 
 #include <cmath>
@@ -116,26 +115,17 @@ TEST(TempoMapModel, EditsGiveTheBitsOfAFullRebuildAndUndoBringsBackEveryByteAndB
         SCOPED_TRACE(seed);
         Script script(seed, seed % 3 == 0);
         const bool undoes = seed % 5 == 0;
-        std::vector<std::unique_ptr<Ndo_Operation>> undo, redo;
-        std::vector<Bytes> snapshots{Streamed(script.mMap)};
+        UndoHistory history(script.mMap);
         for (int edit = 0; edit < 40; ++edit) {
-            Ndo_StOperationRecorder recorder;
-            script.Edit();
-            if (undoes) script.ResetRate(); // it is no part of undo
-            undo.push_back(recorder.OperationComplete());
-            snapshots.push_back(Streamed(script.mMap));
+            history.Record([&] {
+                script.Edit();
+                if (undoes) script.ResetRate(); // it is no part of undo
+            });
             script.ExpectAnswersAsTheModel();
             if (testing::Test::HasFatalFailure()) return;
         }
         if (!undoes) continue;
-        for (const bool back : {true, false})
-            for (auto &from = back ? undo : redo, &into = back ? redo : undo; !from.empty();) {
-                Ndo_StOperationRecorder recorder;
-                from.back()->Restore();
-                from.pop_back();
-                into.push_back(recorder.OperationComplete());
-                ASSERT_EQ(Streamed(script.mMap), snapshots[undo.size()]);
-            }
+        history.ExpectEveryState();
         const Time_TempoMap copy(script.mMap);
         EXPECT_EQ(LinesOf(copy.GetBasicTempoMap()), LinesOf(script.mMap.GetBasicTempoMap()));
     }
