@@ -109,23 +109,26 @@ TEST(Convert, TheFrontEndAnswersAsItsConverter)
     converter.SetMainCounterType(cFrames);
     const StConverter installed(&converter);
     EXPECT_EQ(Time_Convert::GetMainCounterType(), cFrames);
+    const Time_TypedLength length(12345, cTicks);
+    const Time_BarBeatTick bars(1, 2, Time_TickLength(900));
+    using Front = Time_Convert;
     for (const Time_EType unit : cUnits) {
-        const Time_Typed time(4711, unit);
-        const Time_TypedLength length(12345, cTicks);
-        const Time_BarBeatTick bars(1, 2, Time_TickLength(900));
-        EXPECT_EQ(Time_Convert::ToTypeNotRounded(Time_Sample(1), unit),
-                  converter.ToTypeNotRounded(Time_Sample(1), unit));
-        EXPECT_EQ(Time_Convert::ToBarBeatTick(time), converter.ToBarBeatTick(time));
-        EXPECT_EQ(Time_Convert::ToType(bars, unit), converter.ToType(bars, unit));
-        EXPECT_EQ(Time_Convert::ToMainCounterType(time), converter.ToType(time, cFrames));
-        EXPECT_EQ(Time_Convert::AddLength(time, bars), converter.AddLength(time, bars));
-        EXPECT_EQ(Time_Convert::SubtractLength(time, bars), converter.SubtractLength(time, bars));
-        EXPECT_EQ(Time_Convert::AddLength(time, length), converter.AddLength(time, length));
-        const Time_Typed earlier = converter.SubtractLength(time, length);
-        EXPECT_EQ(Time_Convert::SubtractLength(time, length), earlier);
+        const Time_Typed time(4711, unit), earlier = converter.SubtractLength(time, length);
+        const std::pair<Time_Typed, Time_Typed> answers[] = {
+            {Front::ToTypeNotRounded(Time_Sample(1), unit),      converter.ToTypeNotRounded(Time_Sample(1), unit)},
+            {Front::ToType(bars,                                      unit),                               converter.ToType(bars,                              unit)},
+            {Front::ToMainCounterType(time),                                 converter.ToType(time,                                           cFrames)                         },
+            {Front::AddLength(time,                              bars),converter.AddLength(time,bars)},
+            {Front::SubtractLength(time,              bars),                      converter.SubtractLength(time,                                                                      bars)},
+            {Front::AddLength(time,                    length),converter.AddLength(time,length)},
+            {Front::SubtractLength(time,                  length),  earlier                                       },
+        };
+        for (const auto& [front, behind] : answers)
+            EXPECT_EQ(front, behind) << &front - &answers[0].first;
+        EXPECT_EQ(Front::ToBarBeatTick(time), converter.ToBarBeatTick(time));
         Time_TypedVector times(unit, Time_eContext_GlobalPosition, {4711});
-        Time_Convert::SubtractLength(&times, length);
-        Time_Convert::ToSamples(&times);
+        Front::SubtractLength(&times, length);
+        Front::ToSamples(&times);
         EXPECT_EQ(times.GetTime(0), converter.ToType(earlier, cSamples));
     }
 }

@@ -1,4 +1,5 @@
 // Random edits of tempo maps against a plain model of the rebuild, bit for bit.
+#include "Support/AllocationCounter.h"
 #include "Support/UndoHistory.h"
 #include "Time/TempoMapTools.h"
 
@@ -75,11 +76,14 @@ public:
                 ticks.push_back(line.tick + offset);
                 samples.push_back(static_cast<Cmn_Int64>(line.start) + offset % 100000);
             }
-        std::size_t tickSegment = 0, sampleSegment = 0;
+        std::size_t tickSegment = 0, firstSegment = 0, sampleSegment = 0, firstTickSegment = 0;
+        const AllocationCounter allocations;
         for (const Cmn_Int64 tick : ticks) {
             const double sample = std::floor(mModel.At(tick).At(tick) + 0.5);
             ASSERT_EQ(static_cast<double>(mMap.TickToSample(Time_Tick(tick), false).AsInt64()), sample);
             ASSERT_EQ(mMap.NextTickToSample(Time_Tick(tick), false, tickSegment).AsInt64(), sample);
+            ASSERT_EQ(mMap.NextTickToFirstSample(Time_Tick(tick), firstSegment),
+                      mMap.TickToFirstSample(Time_Tick(tick)));
         }
         for (const Cmn_Int64 sample : samples) {
             const Line& line = mModel.AtSample(sample);
@@ -89,7 +93,10 @@ public:
                       static_cast<Cmn_Int64>(after) + line.tick);
             ASSERT_EQ(mMap.NextSampleToTick(Time_Sample(sample), sampleSegment),
                       mMap.SampleToTick(Time_Sample(sample)));
+            ASSERT_EQ(mMap.NextSampleToFirstTick(Time_Sample(sample), firstTickSegment),
+                      mMap.SampleToFirstTick(Time_Sample(sample)));
         }
+        ASSERT_EQ(allocations.Count(), 0);
     }
 
     Time_TempoMap mMap{Ndo_Object::kUndoable};

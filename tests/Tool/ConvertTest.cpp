@@ -1,9 +1,4 @@
-#include "Tool/Tool_InputError.h"
 #include "tests/Tool/ToolFixture.h"
-
-#include <random>
-
-using namespace MidiBytes;
 
 namespace {
 constexpr Tool_EUnit cUnits[] = {Tool_eUnit_Ticks, Tool_eUnit_Samples,  Tool_eUnit_Frames,
@@ -35,15 +30,6 @@ protected:
     {
         const Tool_Song song(Tool_MidiFile::Parse(Song(), "x.mid"), iSettings);
         return Tool_Convert(song, iInput, "stdin", iFrom, iTo);
-    }
-    static std::string Complaint(const std::string& iInput, Tool_EUnit iFrom,
-                                 const std::vector<Tool_EUnit>& iTo)
-    {
-        try {
-            return Convert(iInput, iFrom, iTo);
-        } catch (const Tool_InputError& error) {
-            return error.what();
-        }
     }
 };
 } // namespace
@@ -132,7 +118,7 @@ TEST_F(ConvertTest, SaysWhichLineIsBadAndPrintsNothing)
         const bool isPast = row.mExpected == fromZero || row.mExpected == anywhere;
         const std::string notOne = "is not a position in " + std::string(Tool_UnitName(row.mFrom));
         const std::string start = "stdin: line " + std::to_string(row.mLine) + ": \"" + row.mShown + "\" ";
-        EXPECT_EQ(Complaint(row.mInput, row.mFrom, {row.mTo}),
+        EXPECT_EQ(Complaint([&] { Convert(row.mInput, row.mFrom, {row.mTo}); }),
                   start + (isPast ? "lies past the time line" : notOne) + ", " + row.mExpected);
     }
     EXPECT_EQ(Convert("34359738367\n", Tool_eUnit_Samples, {Tool_eUnit_Samples}), "34359738367\n");

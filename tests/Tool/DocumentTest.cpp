@@ -6,14 +6,7 @@
 #include "Kora/Time/Time_ConstantTempoSeg.h"
 #include "tests/Tool/ToolFixture.h"
 
-#include <functional>
-#include <nlohmann/json.hpp>
-
-using namespace MidiBytes;
-
 namespace {
-const std::string cFirstLight = std::string(KORA_SOURCE_DIR) + "/examples/songs/first-light.mid";
-
 class DocumentTest : public ToolFixture
 {
 protected:

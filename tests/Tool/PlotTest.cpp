@@ -3,9 +3,6 @@
 #include "tests/Tool/ToolFixture.h"
 
 #include <cstring>
-#include <random>
-
-using namespace MidiBytes;
 
 namespace {
 std::string Svg(const std::string& iMidiBytes, const std::string& iTitle = "x")

@@ -48,14 +48,6 @@ const Case cCases[] = {
     {"a rate with a fraction",                 47952.5, "2", 95905},
     {"more seconds than any time line",        44100, "1099511627777", cRefused},
     {"digits without end",                     44100, std::string(400, '9'), cRefused},
-    {"nothing",                                44100, "", cRefused},
-    {"a point alone",                          44100, ".", cRefused},
-    {"a sign alone",                           44100, "-", cRefused},
-    {"a plus sign",                            44100, "+1", cRefused},
-    {"two points",                             44100, "1.2.3", cRefused},
-    {"an exponent",                            44100, "1e3", cRefused},
-    {"a comma",                                44100, "1,5", cRefused},
-    {"a blank inside",                         44100, "1 5", cRefused},
     {"no number at a rate with a fraction",    47952.5, "inf", cRefused},
 };
 // clang-format on
@@ -65,6 +57,8 @@ TEST(Seconds, ReadToTheNearestSample)
 {
     for (const Case& row : cCases)
         EXPECT_EQ(Parse(row.mRate, row.mText), row.mSample) << row.mShows;
+    for (const char* const text : {"", ".", "-", "+1", "1.2.3", "1e3", "1,5", "1 5"})
+        EXPECT_EQ(Parse(44100, text), cRefused) << text;
 }
 
 TEST(Seconds, AgreeWithIntegersOverMicroseconds)

@@ -5,6 +5,7 @@
 #include "Kora/Kora_Init.h"
 #include "Tool/Tool_Command.h"
 #include "Tool/Tool_Convert.h"
+#include "Tool/Tool_InputError.h"
 #include "Tool/Tool_SongReport.h"
 #include "tests/Support/AssertRecorder.h"
 #include "tests/Tool/MidiBytes.h"
@@ -13,7 +14,14 @@
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <map>
+#include <nlohmann/json.hpp>
+#include <random>
 #include <sstream>
+
+using namespace MidiBytes;
+
+const std::string cSource = KORA_SOURCE_DIR, cFirstLight = cSource + "/examples/songs/first-light.mid";
 
 // A working folder of the test's own: tests run side by side, and give their files the same names.
 class StFolder
@@ -39,8 +47,7 @@ public:
     StFolder& operator=(const StFolder&) = delete;
 
 private:
-    std::filesystem::path mBefore;
-    std::filesystem::path mFolder;
+    std::filesystem::path mBefore, mFolder;
 };
 
 // The name of a file that it leaves in the test's working folder.
@@ -54,6 +61,18 @@ inline std::string ReadFile(const std::string& iName)
 {
     std::ifstream stream(iName, std::ios::binary);
     return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+// What the command would say of an input that it does not take. Any other exception fails the test.
+template <class Call>
+std::string Complaint(const Call& iCall)
+{
+    try {
+        iCall();
+        return "(taken)";
+    } catch (const Tool_InputError& error) {
+        return error.what();
+    }
 }
 
 class ToolFixture : public testing::Test
@@ -70,14 +89,12 @@ protected:
     struct Outcome
     {
         int mExit;
-        std::string mOut;
-        std::string mErr;
+        std::string mOut, mErr;
     };
     static Outcome Run(const std::vector<std::string>& iArguments, const std::string& iInput = {})
     {
         std::istringstream in(iInput);
-        std::ostringstream out;
-        std::ostringstream err;
+        std::ostringstream out, err;
         const int exit = Tool_RunCommand(iArguments, in, out, err);
         return {exit, out.str(), err.str()};
     }
