@@ -88,6 +88,7 @@ TEST(KeyContextRegistry, ANewerContextTakesTheNumberAndDyingOnesLeave)
 {
     using Registry = DAW_KeyContextRegistry;
     Context::sDeleted = 0;
+    Context::sNotified.clear();
     Registry::SetRegistrationNotificationCallback(&Context::Note);
     auto* const first = new Context(10, "Edit");
     Registry::RegisterKeyContext(first);
@@ -134,19 +135,21 @@ TEST(CommandOption, EveryKindTurnsItsDefaultRoundWhenItsKeyIsDown)
 TEST(CommandOptionRegistry, TheFirstOfAKeyIsKeptAndOthersAreLetGo)
 {
     using Registry = DAW_CommandOptionRegistry;
+    static int sID = 75;
+    sID += 2; // the registry keeps what it has when the test runs again
     const auto make = [](int iID, const char* iName) {
         return DAW_CommandOption::New(iID, iName, AnyState{4}, true);
     };
-    const auto first = make(77, "snap"), second = make(77, "snap"), named = make(77, "grid"),
-               other = make(78, "snap");
+    const auto first = make(sID, "snap"), second = make(sID, "snap"), named = make(sID, "grid"),
+               other = make(sID + 1, "snap");
     EXPECT_EQ(first->GetRefCount(), 1);
     for (const auto& option : {second, first, named, other})
         Registry::RegisterCommandOption(option);
-    EXPECT_EQ(Registry::FindByOwnerCommandIDAndName(77, "snap"), second);
-    EXPECT_EQ(Registry::FindByOwnerCommandIDAndName(77, "grid"), named);
-    EXPECT_FALSE(Registry::FindByOwnerCommandIDAndName(78, "grid"));
-    EXPECT_FALSE(Registry::FindByOwnerCommandIDAndName(77, "Snap"));
-    EXPECT_EQ(Registry::FindByOwnerCommandIDAndName(77 + cWide, "snap"), cWide == 0 ? second : nullptr);
+    EXPECT_EQ(Registry::FindByOwnerCommandIDAndName(sID, "snap"), second);
+    EXPECT_EQ(Registry::FindByOwnerCommandIDAndName(sID, "grid"), named);
+    EXPECT_FALSE(Registry::FindByOwnerCommandIDAndName(sID + 1, "grid"));
+    EXPECT_FALSE(Registry::FindByOwnerCommandIDAndName(sID, "Snap"));
+    EXPECT_EQ(Registry::FindByOwnerCommandIDAndName(sID + cWide, "snap"), cWide == 0 ? second : nullptr);
     EXPECT_EQ(first->GetRefCount(), 1);
     EXPECT_EQ(second->GetRefCount(), 2);
 }
