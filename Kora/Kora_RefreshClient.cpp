@@ -36,18 +36,21 @@ std::unique_ptr<Cmn_UInt8[]> ZeroBytes(Cmn_UInt32 iSize)
 
 // A message is a unit on the pipe, but its length is known only once it has come: the first read has room for the
 // header, the second for exactly what the pipe says remains.
-bool ReadMessage(PSMessagePipe& ioPipe, const PSPipeEvent& iEvent, Cmn_Int32 iTimeoutMs,
-                 Kora_RefreshBuffer& oReply)
+// Returns the message's length, which may be less than the 12 bytes that the buffer has at least; 0 for a failure.
+Cmn_UInt32 ReadMessage(PSMessagePipe& ioPipe, const PSPipeEvent& iEvent, Cmn_Int32 iTimeoutMs,
+                       Kora_RefreshBuffer& oReply)
 {
-    // Deliberate: a message of less than 12 bytes leaves zeros behind it, and is judged with them.
-    // Test: FaultsOfTheService
-    if (!oReply.Resize(cFirstRead)) return false;
-    const PSMessagePipe::ERead first = ioPipe.Read(iEvent, oReply.GetBytes(), cFirstRead, iTimeoutMs);
-    if (first != PSMessagePipe::eRead_More) return first == PSMessagePipe::eRead_Whole;
+    if (!oReply.Resize(cFirstRead)) return 0;
+    Cmn_UInt32 length = 0;
+    const PSMessagePipe::ERead first =
+        ioPipe.Read(iEvent, oReply.GetBytes(), cFirstRead, iTimeoutMs, &length);
+    if (first == PSMessagePipe::eRead_Whole) return length;
+    if (first != PSMessagePipe::eRead_More) return 0;
     const Cmn_UInt32 rest = ioPipe.GetRest();
-    return rest > 0 && oReply.Grow(rest) &&
-           ioPipe.Read(iEvent, oReply.GetBytes() + cFirstRead, rest, iTimeoutMs) ==
-               PSMessagePipe::eRead_Whole;
+    if (rest == 0 || !oReply.Grow(rest)) return 0;
+    const bool isWhole =
+        ioPipe.Read(iEvent, oReply.GetBytes() + cFirstRead, rest, iTimeoutMs) == PSMessagePipe::eRead_Whole;
+    return isWhole ? oReply.GetSize() : 0;
 }
 
 } // namespace
@@ -119,9 +122,10 @@ bool Kora_RefreshClient::Transact(const Kora_RefreshBuffer& iRequest, Kora_Refre
     const PSPipeEvent event;
     if (!event.IsGood()) return false;
     if (!mPipe.Write(event, iRequest.GetBytes(), iRequest.GetSize(), mLimits.mTransferMs)) return false;
-    if (!ReadMessage(mPipe, event, mLimits.mTransferMs, oReply)) return false;
-    // In 64 bits: a length near 2^32 is a lie that must not come round to a small one.
-    return UInt32At(oReply, cLengthAt) + cLeastBesidePayload <= oReply.GetSize();
+    const Cmn_UInt32 length = ReadMessage(mPipe, event, mLimits.mTransferMs, oReply);
+    // In 64 bits: a length near 2^32 is a lie that must not come round to a small one. The message counts, not the
+    // buffer: one that was cut within its first 12 bytes is not whole because there are zeros behind it.
+    return UInt32At(oReply, cLengthAt) + cLeastBesidePayload <= length;
 }
 
 bool Kora_RefreshClient::Request(const Kora_RefreshBuffer& iRequest, void* oDestination, Cmn_UInt32 iCapacity,

@@ -77,8 +77,9 @@ public:
     bool Write(const PSPipeEvent& iEvent, const void* iBytes, std::uint32_t iSize,
                std::int32_t iTimeoutMs) noexcept;
     // Reads a message, or what eRead_More left of it. A size of 0 fails.
-    ERead Read(const PSPipeEvent& iEvent, void* oBytes, std::uint32_t iSize,
-               std::int32_t iTimeoutMs) noexcept;
+    // oCount, where it is given: how many bytes that were, unless it failed.
+    ERead Read(const PSPipeEvent& iEvent, void* oBytes, std::uint32_t iSize, std::int32_t iTimeoutMs,
+               std::uint32_t* oCount = nullptr) noexcept;
     // Bytes of the message that eRead_More left; 0 when that cannot be told.
     std::uint32_t GetRest() noexcept;
 

@@ -153,7 +153,7 @@ bool PSMessagePipe::Write(const PSPipeEvent&, const void* iBytes, std::uint32_t 
 // A packet is gone with the first read that takes any of it. So it is looked at, past what was taken before, and only
 // the read that sees its end takes it from the socket.
 PSMessagePipe::ERead PSMessagePipe::Read(const PSPipeEvent&, void* oBytes, std::uint32_t iSize,
-                                         std::int32_t iTimeoutMs) noexcept
+                                         std::int32_t iTimeoutMs, std::uint32_t* oCount) noexcept
 {
     const std::unique_ptr<unsigned char[]> taken(mTaken > 0 ? new (std::nothrow) unsigned char[mTaken]
                                                             : nullptr);
@@ -172,8 +172,10 @@ PSMessagePipe::ERead PSMessagePipe::Read(const PSPipeEvent&, void* oBytes, std::
     if (whole <= static_cast<ssize_t>(mTaken)) return eRead_Failed;
     if (whole > static_cast<ssize_t>(mTaken) + static_cast<ssize_t>(iSize)) {
         mTaken += iSize;
+        if (oCount != nullptr) *oCount = iSize;
         return eRead_More;
     }
+    if (oCount != nullptr) *oCount = static_cast<std::uint32_t>(whole) - mTaken;
     mTaken = 0;
     return recv(handle, nullptr, 0, MSG_DONTWAIT | MSG_TRUNC) == whole ? eRead_Whole : eRead_Failed;
 }

@@ -100,7 +100,7 @@ bool PSMessagePipe::Write(const PSPipeEvent& iEvent, const void* iBytes, std::ui
 }
 
 PSMessagePipe::ERead PSMessagePipe::Read(const PSPipeEvent& iEvent, void* oBytes, std::uint32_t iSize,
-                                         std::int32_t iTimeoutMs) noexcept
+                                         std::int32_t iTimeoutMs, std::uint32_t* oCount) noexcept
 {
     if (iSize == 0) return eRead_Failed;
     OVERLAPPED transfer{};
@@ -109,6 +109,7 @@ PSMessagePipe::ERead PSMessagePipe::Read(const PSPipeEvent& iEvent, void* oBytes
     DWORD count = 0;
     DWORD error = ReadFile(Handle(mHandle), oBytes, iSize, nullptr, &transfer) ? 0 : GetLastError();
     Finish(Handle(mHandle), transfer, iTimeoutMs, error, count);
+    if (oCount != nullptr) *oCount = count;
     if (error == ERROR_MORE_DATA && count == iSize) return eRead_More;
     return error == ERROR_SUCCESS && count > 0 ? eRead_Whole : eRead_Failed;
 }

@@ -21,8 +21,7 @@ const RefreshFault cRefreshFaults[eRefreshFault_Count] = {
     {eRefreshFault_TwoMessages,       "two-messages",     "sends head and payload as two messages"                   },
     {eRefreshFault_TenMore,           "ten-more",         "an answer of L bytes comes in L + 10"                     },
     {eRefreshFault_ElevenMore,        "eleven-more",      "an answer of L bytes comes in L + 11, which is enough"    },
-    {eRefreshFault_StatusOnly,        "status-only",
-     "answers with four bytes of status 0, which is an empty answer"                                                 },
+    {eRefreshFault_StatusOnly,        "status-only",      "answers with four bytes of status 0 and no length"        },
     {eRefreshFault_Claim,             "claim",            "an empty answer says that it has as many bytes as --claim"},
 };
 

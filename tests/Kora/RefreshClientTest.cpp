@@ -44,7 +44,7 @@ constexpr Case cCases[] = {
     {"head and payload apart",                  eRefreshFault_TwoMessages,       cFails, cSize,      0         },
     {"L + 10 bytes",                            eRefreshFault_TenMore,           cFails, cSize,      0         },
     {"L + 11 bytes",                            eRefreshFault_ElevenMore,        cSize,  cSize,      0         },
-    {"a status, and zeros for the rest",        eRefreshFault_StatusOnly,        0,      0,          0         },
+    {"a status and no length",                  eRefreshFault_StatusOnly,        cFails, cSize,      0         },
     {"12 bytes hold an answer of none",         eRefreshFault_Claim,             0,      0,          0         },
     {"12 bytes hold an answer of one",          eRefreshFault_Claim,             1,      cSize,      1         },
     {"12 bytes hold no answer of two",          eRefreshFault_Claim,             cFails, cSize,      2         },
@@ -93,6 +93,24 @@ TEST(RefreshClient, FaultsOfTheService)
     for (const Case& row : cCases) {
         SCOPED_TRACE(row.mRow);
         EXPECT_EQ(HandlesLeakedBy([&] { Play(row); }), 0);
+    }
+}
+
+TEST(RefreshClient, TenBytesBesideAPayloadAreTooFewAtTheSmallLengthsToo)
+{
+    for (const RefreshEFault fault : {eRefreshFault_TenMore, eRefreshFault_ElevenMore}) {
+        const std::string name = TestPipeName();
+        RefreshPlay play;
+        play.mFault = fault;
+        const RefreshService service(name, play);
+        for (Cmn_UInt32 size = 0; size < 6; ++size) {
+            Cmn_UInt8 destination[6];
+            Cmn_UInt32 length = 99;
+            const bool isEnough = fault == eRefreshFault_ElevenMore;
+            EXPECT_EQ(Kora_RefreshClient::Request32({1, size, 3, 0}, destination, 6, length, {name.c_str()}),
+                      isEnough);
+            EXPECT_EQ(length, isEnough ? size : 0);
+        }
     }
 }
 
