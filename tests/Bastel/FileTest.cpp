@@ -1,6 +1,5 @@
 #include "Bastel/Sys/Sys_File.h"
 #include "Bastel/Sys/Sys_OSErrorText.h"
-#include "Bastel/Sys/Sys_Store.h"
 #include "Support/AssertRecorder.h"
 #include "Support/MemoryFileSystem.h"
 #include "Support/PathText.h"
@@ -233,33 +232,4 @@ TEST(FileFaults, RequestsThatFailNameTheFileAndTheReason)
     file.Close();
     EXPECT_EQ(file.GetLastError(), 5);
     EXPECT_EQ(system.GetNumOpen(), 0u);
-}
-
-TEST(Store, AFailedOpenLeavesItClosed)
-{
-    struct Store : Sys_Store
-    {
-        void Flush() override {}
-        void OpenImpl(EOpenFlag iFlag) override
-        {
-            if (std::exchange(fails, false)) throw Cmn_Exception(Cmn_eMessage_OSError);
-            calls += std::to_string(iFlag);
-        }
-        void CloseImpl() override { calls += "c"; }
-        bool fails = true;
-        std::string calls;
-    } store;
-    const AssertRecorder recorder;
-    store.Close();
-    EXPECT_THROW(store.Open(Sys_Store::eOpenFlag_New), Cmn_Exception);
-    EXPECT_FALSE(store.IsOpen() || store.IsWritable());
-    for (int flag = 0; flag <= 5; ++flag) {
-        store.Open(static_cast<Sys_Store::EOpenFlag>(flag));
-        EXPECT_EQ(store.IsOpen(), flag >= 1 && flag <= 4) << flag;
-        EXPECT_EQ(store.IsWritable(), flag >= 2 && flag <= 4) << flag;
-        if (flag == 4) store.Open(Sys_Store::eOpenFlag_Read); // is open already
-        store.Close();
-    }
-    EXPECT_EQ(store.calls, "1c2c3c4c");
-    EXPECT_EQ(recorder.Take().size(), 3u); // two flags that are none, one store that is open
 }

@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <bit>
-#include <functional>
 #include <limits>
 
 namespace {
@@ -16,68 +15,64 @@ namespace {
 using Out = Sys_TypedOutStream;
 using In = Sys_TypedInStream;
 
-struct Case
+constexpr double cNaN = std::numeric_limits<double>::signaling_NaN();
+
+void WriteAll(Out& o)
 {
-    const char* what;
-    std::function<void(Out&)> write;
-    std::function<bool(In&)> readsTheSame;
-    std::string little, big; // bytes
+    o.WriteBool(false);
+    o.WriteBool(true);
+    o.WriteUInt8(0xFE);
+    o.WriteInt16(-2);
+    o.WriteUInt16(0x1234);
+    o.WriteInt32(-2147483647 - 1);
+    o.WriteUInt32(0x12345678);
+    o.WriteInt64(-0x0123456789ABCDEF);
+    o.WriteFloat64(1.0);
+    o.WriteFloat64(-0.0);
+    o.WriteFloat64(cNaN);
+    o.WriteString("é\n");
+    o.WriteString("");
+}
+
+void ReadAll(In& i)
+{
+    EXPECT_FALSE(i.ReadBool());
+    EXPECT_TRUE(i.ReadBool());
+    EXPECT_EQ(i.ReadUInt8(), 0xFE);
+    EXPECT_EQ(i.ReadInt16(), -2);
+    EXPECT_EQ(i.ReadUInt16(), 0x1234);
+    EXPECT_EQ(i.ReadInt32(), -2147483647 - 1);
+    EXPECT_EQ(i.ReadUInt32(), 0x12345678u);
+    EXPECT_EQ(i.ReadInt64(), -0x0123456789ABCDEF);
+    for (const double value : {1.0, -0.0, cNaN}) // bits that == cannot tell apart
+        EXPECT_EQ(std::bit_cast<Cmn_Int64>(i.ReadFloat64()), std::bit_cast<Cmn_Int64>(value));
+    EXPECT_EQ(i.ReadString(), "é\n");
+    EXPECT_EQ(i.ReadString(), "");
+}
+
+// clang-format off
+constexpr struct { const char *what, *little; } cLayout[] = {
+    {"false",           "00"},
+    {"true",            "01"},
+    {"byte",            "FE"},
+    {"negative",        "FEFF"},
+    {"16 bits",         "3412"},
+    {"smallest",        "00000080"},
+    {"32 bits",         "78563412"},
+    {"64 bits",         "11325476 98BADCFE"},
+    {"one",             "00000000 0000F03F"},
+    {"minus zero",      "00000000 00000080"},
+    {"signalling NaN",  "00000000 0000F47F"},
+    {"text",            "03000000 C3A90A"},
+    {"empty text",      "00000000"},
 };
+// clang-format on
 
-// Of one value the big-endian form is the little-endian one turned round.
-template <class T>
-Case Value(const char* iWhat, void (Out::*iWrite)(T), T (In::*iRead)(), T iValue, std::string iLittle)
-{
-    const auto same = [=](In& i) { return (i.*iRead)() == iValue; };
-    return {
-        iWhat, [=](Out& o) { (o.*iWrite)(iValue);              },
-           same, iLittle, { iLittle.rbegin(), iLittle.rend()}
-    };
-}
-
-Case Float(const char* iWhat, double iValue, std::string iLittle)
-{
-    Case c = Value(iWhat, &Out::WriteFloat64, &In::ReadFloat64, iValue, std::move(iLittle));
-    const auto bits = std::bit_cast<Cmn_Int64>(iValue); // what == cannot tell apart
-    c.readsTheSame = [=](In& i) { return std::bit_cast<Cmn_Int64>(i.ReadFloat64()) == bits; };
-    return c;
-}
-
-Case Text(const char* iWhat, const char* iText, std::string iLittle, std::string iBig)
-{
-    const auto same = [=](In& i) { return i.ReadString() == iText; };
-    return {iWhat, [=](Out& o) { o.WriteString(iText); }, same, std::move(iLittle), std::move(iBig)};
-}
-
-const std::vector<Case>& Cases()
-{
-    using namespace std::string_literals; // zeros inside
-    constexpr double cNaN = std::numeric_limits<double>::signaling_NaN();
-    static const std::vector<Case> sCases = {
-        Value("false", &Out::WriteBool, &In::ReadBool, false, "\0"s),
-        Value("true", &Out::WriteBool, &In::ReadBool, true, "\x01"s),
-        Value<Cmn_UInt8>("byte", &Out::WriteUInt8, &In::ReadUInt8, 0xFE, "\xFE"s),
-        Value<Cmn_Int16>("negative", &Out::WriteInt16, &In::ReadInt16, -2, "\xFE\xFF"s),
-        Value<Cmn_UInt16>("16 bits", &Out::WriteUInt16, &In::ReadUInt16, 0x1234, "\x34\x12"s),
-        Value<Cmn_Int32>("smallest", &Out::WriteInt32, &In::ReadInt32, -2147483647 - 1, "\0\0\0\x80"s),
-        Value<Cmn_UInt32>("32 bits", &Out::WriteUInt32, &In::ReadUInt32, 0x12345678, "\x78\x56\x34\x12"s),
-        Value<Cmn_Int64>("64 bits", &Out::WriteInt64, &In::ReadInt64, -0x0123456789ABCDEF,
-                         "\x11\x32\x54\x76\x98\xBA\xDC\xFE"s),
-        Float("one", 1.0, "\0\0\0\0\0\0\xF0\x3F"s),
-        Float("minus zero", -0.0, "\0\0\0\0\0\0\0\x80"s),
-        Float("a signalling NaN keeps its bits", cNaN, "\0\0\0\0\0\0\xF4\x7F"s),
-        Text("text", "é\n", "\x03\0\0\0é\n"s, "\0\0\0\x03é\n"s),
-        Text("empty text", "", "\0\0\0\0"s, "\0\0\0\0"s),
-    };
-    return sCases;
-}
-
-Bytes Write(const std::vector<Case>& iCases, bool iSwap)
+Bytes Written(bool iSwap)
 {
     Sys_MemOutStream stream;
     Out typed(stream, iSwap);
-    for (const Case& c : iCases)
-        c.write(typed);
+    WriteAll(typed);
     return stream.TakeBytes();
 }
 
@@ -95,32 +90,39 @@ public:
 
 TEST(TypedStream, EachTypeHasItsLayoutInBothByteOrders)
 {
-    for (const Case& c : Cases())
-        for (const bool swap : {false, true}) {
-            const Bytes bytes = Write({c}, swap);
-            EXPECT_EQ(std::string(bytes.begin(), bytes.end()), swap ? c.big : c.little) << c.what;
-            Sys_MemInStream stream(bytes);
-            In typed(stream, swap);
-            EXPECT_TRUE(c.readsTheSame(typed)) << c.what;
-            EXPECT_EQ(typed.GetBytesLeft(), 0) << c.what;
+    for (const bool swap : {false, true}) {
+        const Bytes bytes = Written(swap);
+        auto from = bytes.begin();
+        for (const auto& [what, little] : cLayout) {
+            Bytes expected = FromHex(little);
+            // Of one value the big-endian form is the little-endian one turned round; of a text, its count.
+            const auto end = std::string_view(what).ends_with("text") ? expected.begin() + 4 : expected.end();
+            if (swap) std::reverse(expected.begin(), end);
+            const auto to = from + static_cast<std::ptrdiff_t>(expected.size());
+            EXPECT_EQ(Bytes(from, to), expected) << what;
+            from = to;
         }
+        Sys_MemInStream stream(bytes);
+        In typed(stream, swap);
+        ReadAll(typed);
+        EXPECT_TRUE(typed.GetBytesLeft() == 0 && from == bytes.end());
+    }
 }
 
 TEST(TypedStream, CutAtAnyLengthItRaisesTheReadingException)
 {
-    const Bytes whole = Write(Cases(), false);
-    for (std::size_t length = 0; length < whole.size(); ++length) {
-        Sys_MemInStream stream(std::span<const Cmn_UInt8>(whole).first(length));
-        In typed(stream);
-        Cmn_Int64 valueAt = 0;
-        const Cmn_Exception thrown = Thrown([&] {
-            for (const Case& c : Cases()) {
-                valueAt = typed.GetPosition();
-                EXPECT_TRUE(c.readsTheSame(typed)) << c.what;
-            }
-        });
-        EXPECT_EQ(thrown.GetOffset(), valueAt) << length;
-        EXPECT_EQ(thrown.GetMessageID(), Cmn_eMessage_ReadError);
+    const Bytes whole = Written(false);
+    std::size_t end = 0;
+    for (const auto& [what, little] : cLayout) {
+        const std::size_t start = end;
+        end += FromHex(little).size();
+        for (std::size_t length = start; length < end; ++length) {
+            Sys_MemInStream stream(std::span<const Cmn_UInt8>(whole).first(length));
+            In typed(stream);
+            const Cmn_Exception thrown = Thrown([&] { ReadAll(typed); });
+            EXPECT_EQ(thrown.GetMessageID(), Cmn_eMessage_ReadError) << what;
+            EXPECT_EQ(thrown.GetOffset(), static_cast<Cmn_Int64>(start)) << what;
+        }
     }
 }
 

@@ -18,18 +18,10 @@ protected:
     //       177        the table
     void WriteSong(const std::function<void(FF_Document&)>& iMore = nullptr)
     {
-        OpenDocument document(Sys_Store::eOpenFlag_New);
+        Document document(Sys_Store::eOpenFlag_New);
         Write(document, 7, 1234);
-        {
-            Sys_TypedOutStream out = document.MakeTypedOutStream();
-            FF_StreamHeaderWriter header(&document, out, 40, 2);
-            FF_StreamListWriter list(&document, out, 2);
-            for (int i = 0; i < 2; ++i) {
-                list.AddListEntry(i, "item");
-                FF_StreamHeaderWriter item(&document, out, 41, 1);
-                out.WriteInt32(i);
-            }
-        }
+        Sys_TypedOutStream out = document.MakeTypedOutStream();
+        WriteList(&document, out, 40, 2, 41);
         if (iMore) iMore(document);
         document.Flush();
     }
@@ -130,7 +122,7 @@ TEST_F(CheckTest, HostileNestingsAreReadOnce)
     for (const EShape shape : {eDeep, eBeyondTheEnd, eMagicOnly, eUnfinished}) {
         constexpr std::size_t cHeader = 26;
         constexpr std::size_t cNumHeaders = 20000;
-        OpenDocument document(Sys_Store::eOpenFlag_New);
+        Document document(Sys_Store::eOpenFlag_New);
         document.Flush();
         document.Close();
         Bytes bytes = FileBytes();

@@ -14,6 +14,7 @@ protected:
     {
         Document document;
         const int message = MessageOf([&] { document.Open(Sys_Store::eOpenFlag_Read); });
+        EXPECT_TRUE(document.IsOpen() == (message == 0) && !document.IsWritable());
         EXPECT_EQ(mFiles.GetNumOpen() != 0, message == 0);
         return message;
     }
@@ -29,7 +30,7 @@ protected:
     }
     static void WriteNew(ETextEncoding iText = eTextEncoding_Utf8)
     {
-        OpenDocument document(Sys_Store::eOpenFlag_New, 0, cPath, iText);
+        Document document(Sys_Store::eOpenFlag_New, 0, cPath, iText);
         Write(document, 7, 77);
         document.AddTOCEntry(Key(7), 1, cFirstStream, "caf\xE9");
         document.Flush();
@@ -89,7 +90,7 @@ TEST_F(DocumentTest, WhatIsCompleteFitsTheSizeLimit)
 {
     constexpr Cmn_Int64 cRoomForOne = 90; // a stream and its entry
     for (Cmn_Int64 limit = 150; limit < 1500; limit += 13) {
-        OpenDocument document(Sys_Store::eOpenFlag_New);
+        Document document(Sys_Store::eOpenFlag_New);
         document.SetSizeLimit(limit);
         Cmn_Int16 end = 10;
         const auto writeMany = [&] {
@@ -109,7 +110,7 @@ TEST_F(DocumentTest, WhatIsCompleteFitsTheSizeLimit)
 TEST_F(DocumentTest, EntriesOfAValue)
 {
     WriteNew();
-    OpenDocument document(Sys_Store::eOpenFlag_ReadWrite);
+    Document document(Sys_Store::eOpenFlag_ReadWrite);
     document.AddTOCEntry(Key(8), 1, 100, "nobody's");
     EXPECT_FALSE(document.InvalidateKey(Key(7), 3));
     EXPECT_EQ(TakeReports(),
@@ -129,7 +130,7 @@ TEST_F(DocumentTest, TextOfAHostInLatin1IsUtf8InTheFile)
 {
     WriteNew(eTextEncoding_Latin1);
     for (const ETextEncoding encoding : {eTextEncoding_Utf8, eTextEncoding_Latin1}) {
-        OpenDocument read(Sys_Store::eOpenFlag_Read, 0, cPath, encoding);
+        Document read(Sys_Store::eOpenFlag_Read, 0, cPath, encoding);
         EXPECT_EQ(read.GetTOC().GetValue(0, 1).GetDisplayInfo().GetText(),
                   encoding == eTextEncoding_Utf8 ? "caf\xC3\xA9" : "caf\xE9");
     }
@@ -140,6 +141,10 @@ TEST_F(DocumentTest, BrokenPreconditionsAreReportedAndHarmless)
     WriteNew();
     const Bytes before = FileBytes();
     Document document;
+    for (const int flag : {0, 5})
+        document.Open(static_cast<Sys_Store::EOpenFlag>(flag));
+    const std::string range = "iFlag >= eOpenFlag_Read && iFlag <= eOpenFlag_ReadWriteShared";
+    EXPECT_EQ(TakeReports(), range + " | " + range);
     for (const auto flag : {Sys_Store::eOpenFlag_Closed, Sys_Store::eOpenFlag_Read}) {
         if (flag != Sys_Store::eOpenFlag_Closed) document.Open(flag);
         EXPECT_THROW(document.MakeTypedOutStream().WriteBool(true), Sys_StreamWriteException);
@@ -152,6 +157,9 @@ TEST_F(DocumentTest, BrokenPreconditionsAreReportedAndHarmless)
     }
     document.Close();
     document.Open(Sys_Store::eOpenFlag_ReadWrite);
+    document.Open(Sys_Store::eOpenFlag_Read);
+    EXPECT_EQ(TakeReports(), "!this->IsOpen()");
+    EXPECT_TRUE(document.IsWritable());
     {
         Sys_TypedOutStream out = document.MakeTypedOutStream();
         const FF_StreamHeaderWriter header(&document, out, 8, 1);

@@ -103,12 +103,13 @@ protected:
     void Prepare(const Way& iWay)
     {
         mFiles.SetFiles({});
-        mFiles.SetCapacity(UINT64_MAX);
         WriteNew(0);
         mBefore = mFiles.GetFiles();
         mOld = Read(cPath).text;
         mOldPieces = SmallDocument::Pieces(cPath);
+        const std::size_t before = mFiles.GetNumRequests();
         iWay.write(iWay.bulk);
+        mNumRequests = mFiles.GetNumRequests() - before;
         mAfter = mFiles.GetFiles();
         mNew = Read(cPath).text;
         ASSERT_NE(mOld, mNew);
@@ -146,55 +147,48 @@ protected:
         EXPECT_EQ(Read(cPath).complaint, "");
         EXPECT_EQ(Read(cPath).text, mNew);
     }
-    // Of what crashes the test: every request from the iN-th on fails. False when the way had fewer.
-    bool StopAt(const Way& iWay, int iN)
-    {
-        mFiles.SetFiles(mBefore);
-        mFiles.FailAt(iN, EIO, true);
-        const std::size_t before = mFiles.GetNumRequests();
-        Try(iWay);
-        mFiles.Heal();
-        return mFiles.GetNumRequests() - before >= static_cast<std::size_t>(iN);
-    }
 
     Files mBefore;
     Files mAfter;
+    std::size_t mNumRequests = 0; // of the way
     std::string mOld;
     std::string mNew;
     std::multiset<std::string> mOldPieces;
 };
 
-TEST_F(WriteFaults, ARequestThatFailsLosesNothing)
+TEST_F(WriteFaults, ARequestThatFailsAndAFullDiskLoseNothing)
 {
-    for (const Way& way : cWays) {
-        Prepare(way);
-        for (int n = 1; n <= 6; ++n) { // writes that are cut short
-            mFiles.SetFiles(mBefore);
-            mFiles.ShortWriteAt(n);
-            if (Try(way)) ExpectNew();
-            mFiles.Heal();
-            ExpectNothingLost(way);
+    enum EFault { eRequest, eHalfAWrite, eFullDisk };
+    for (const Way& way : cWays)
+        for (const EFault fault : {eRequest, eHalfAWrite, eFullDisk}) {
+            if (fault == eFullDisk && way.bulk != 0) continue; // each byte is one round
+            Prepare(way);
+            const std::size_t least = mBefore.at(cPath).size();
+            const std::size_t enough = mAfter.at(cPath).size() - (way.inPlace ? least : 0);
+            const std::size_t rounds = fault == eRequest ? mNumRequests : fault == eHalfAWrite ? 6 : enough;
+            for (std::size_t n = 1; n <= rounds; ++n) {
+                SCOPED_TRACE(std::string(way.name) + ", fault " + std::to_string(fault) + " at " +
+                             std::to_string(n));
+                mFiles.SetFiles(mBefore);
+                if (fault == eRequest) mFiles.FailAt(static_cast<int>(n));
+                if (fault == eHalfAWrite) mFiles.ShortWriteAt(static_cast<int>(n));
+                if (fault == eFullDisk) mFiles.SetCapacity(least + n);
+                const bool saved = Try(way);
+                mFiles.Heal();
+                EXPECT_TRUE(fault != eFullDisk || saved == (n == enough));
+                EXPECT_TRUE(fault != eFullDisk || mFiles.GetFiles().size() == 1); // nothing is left behind
+                if (saved) ExpectNew();
+                ExpectNothingLost(way);
+                EXPECT_EQ(mFiles.GetNumOpen(), 0u);
+                // The disk is back: what could not be read is repaired, and the next time it is saved.
+                if (!Read(cPath).complaint.empty())
+                    FF_DocumentRepair::Repair(Sys_FileLoc(cPath), Sys_FileLoc(cPath));
+                EXPECT_TRUE(Try(way));
+                EXPECT_EQ(Read(cPath).complaint, "");
+                if (!way.inPlace) ExpectNew();
+                if (HasFailure()) return;
+            }
         }
-        for (int n = 1;; ++n) {
-            SCOPED_TRACE(std::string(way.name) + ", request " + std::to_string(n));
-            mFiles.SetFiles(mBefore);
-            mFiles.FailAt(n);
-            const std::size_t before = mFiles.GetNumRequests();
-            const bool saved = Try(way);
-            mFiles.Heal();
-            if (saved) ExpectNew();
-            ExpectNothingLost(way);
-            EXPECT_EQ(mFiles.GetNumOpen(), 0u);
-            // The disk is back: what could not be read is repaired, and the next time it is saved.
-            if (!Read(cPath).complaint.empty())
-                FF_DocumentRepair::Repair(Sys_FileLoc(cPath), Sys_FileLoc(cPath));
-            EXPECT_TRUE(Try(way));
-            EXPECT_EQ(Read(cPath).complaint, "");
-            if (!way.inPlace) ExpectNew();
-            if (HasFailure()) return;
-            if (mFiles.GetNumRequests() - before < static_cast<std::size_t>(n)) break;
-        }
-    }
 }
 
 TEST_F(WriteFaults, AFlushThatFailedIsMadeAgainOnceTheDiskIsBack)
@@ -242,38 +236,16 @@ TEST_F(WriteFaults, AWriteThatFailsInADestructorSurfacesAtTheNextWriteAndFlush)
     ExpectOldRepaired();
 }
 
-TEST_F(WriteFaults, AFullDiskLosesNothing)
-{
-    for (const Way& way : {cWays[0], cWays[2]}) {
-        Prepare(way);
-        std::uint64_t enough = 0;
-        for (const auto& [path, bytes] : mAfter)
-            enough += bytes.size();
-        const std::uint64_t least = mBefore.at(cPath).size();
-        const std::uint64_t most = way.inPlace ? enough : least + enough;
-        for (std::uint64_t capacity = least; capacity <= most; ++capacity) {
-            SCOPED_TRACE(std::string(way.name) + ", capacity " + std::to_string(capacity));
-            mFiles.SetFiles(mBefore);
-            mFiles.SetCapacity(capacity);
-            const bool saved = Try(way);
-            EXPECT_EQ(saved, capacity == most);
-            mFiles.SetCapacity(UINT64_MAX);
-            EXPECT_EQ(mFiles.GetFiles().size(), 1u); // nothing is left behind
-            if (saved) ExpectNew();
-            ExpectNothingLost(way);
-            if (HasFailure()) return;
-        }
-    }
-}
-
 TEST_F(WriteFaults, AMachineThatStopsBetweenAnyTwoRequestsLosesNothing)
 {
     constexpr std::uint64_t cSeeds = 12;
     for (const Way& way : cWays) {
         Prepare(way);
-        bool more = true;
-        for (int n = 1; more; ++n) {
-            more = StopAt(way, n);
+        for (std::size_t n = 1; n <= mNumRequests + 1; ++n) {
+            mFiles.SetFiles(mBefore);
+            mFiles.FailAt(static_cast<int>(n), EIO, true); // and so does every request that follows
+            Try(way);
+            mFiles.Heal();
             // What stood in the memory of the machine when it stopped is that of the last request that it made.
             std::vector<Files> disks;
             for (std::uint64_t seed = 0; seed < cSeeds; ++seed)
@@ -288,7 +260,7 @@ TEST_F(WriteFaults, AMachineThatStopsBetweenAnyTwoRequestsLosesNothing)
                 const Bytes now = mFiles.GetBytes(cPath);
                 const bool isNamed =
                     !std::equal(now.begin(), now.begin() + cStreams, mBefore.at(cPath).begin());
-                if (!more || (way.inPlace && isNamed)) ExpectNew();
+                if (n > mNumRequests || (way.inPlace && isNamed)) ExpectNew();
                 if (HasFailure()) return;
             }
         }

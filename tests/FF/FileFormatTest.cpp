@@ -1,11 +1,11 @@
 // The example in docs/file-format.md is what the library writes, and reads.
 #include "FF/SmallDocument.h"
 #include "Support/MemoryFileSystem.h"
+#include "Support/StreamBytes.h"
 
 #include <gtest/gtest.h>
 
 #include <fstream>
-#include <sstream>
 
 namespace {
 // The bytes of all lines "  49  4b 53 48 31   what they are", whose positions must follow one another.
@@ -20,9 +20,8 @@ MemoryFileSystem::Bytes ExampleOfTheDocs()
         const unsigned long position = std::strtoul(line.c_str(), &end, 10);
         if (end != line.c_str() + cHex - 2) continue;
         EXPECT_EQ(position, bytes.size()) << line;
-        std::istringstream hex(line.substr(cHex, cHexWidth));
-        for (std::string byte; hex >> byte;)
-            bytes.push_back(static_cast<std::uint8_t>(std::stoul(byte, nullptr, 16)));
+        const Bytes more = FromHex(line.substr(cHex, cHexWidth));
+        bytes.insert(bytes.end(), more.begin(), more.end());
     }
     return bytes;
 }

@@ -74,7 +74,7 @@ protected:
     }
     void WriteRandom(int iType, int iCount = 6)
     {
-        OpenDocument document(Sys_Store::eOpenFlag_New, iType);
+        Document document(Sys_Store::eOpenFlag_New, iType);
         WriteTrees(document, iCount);
     }
 
@@ -92,7 +92,7 @@ protected:
     static std::map<std::string, std::string> ByKey(const char* iPath)
     {
         std::map<std::string, std::string> streams;
-        OpenDocument document(Sys_Store::eOpenFlag_Read, 0, iPath);
+        Document document(Sys_Store::eOpenFlag_Read, 0, iPath);
         Sys_TypedInStream in = document.MakeTypedInStream();
         for (FF_Document::TOC::Entry entry = 0; entry < document.GetTOC().GetNumKeys(); ++entry) {
             const Key key = document.GetTOC().GetKey(entry);
@@ -181,7 +181,7 @@ TEST_F(RepairTest, AnInterruptedAppendLosesNothingThatWasFlushedOrWhole)
         SCOPED_TRACE("type " + std::to_string(type));
         WriteRandom(type);
         const auto expected = ByKey(cPath);
-        OpenDocument document(Sys_Store::eOpenFlag_ReadWrite);
+        Document document(Sys_Store::eOpenFlag_ReadWrite);
         Sys_TypedOutStream out = document.MakeTypedOutStream();
         {
             FF_StreamHeaderWriter outer(&document, out, 5, 1);
@@ -209,7 +209,7 @@ TEST_F(RepairTest, ATableThatTheHeaderDoesNotNameYetLendsDescriptions)
     WriteRandom(0, 2);
     const Bytes before = FileBytes();
     {
-        OpenDocument document(Sys_Store::eOpenFlag_ReadWrite);
+        Document document(Sys_Store::eOpenFlag_ReadWrite);
         WriteTrees(document, 2);
     }
     const auto expected = ByKey(cPath);
@@ -220,7 +220,7 @@ TEST_F(RepairTest, ATableThatTheHeaderDoesNotNameYetLendsDescriptions)
     EXPECT_TRUE(report.hadTOC);
     EXPECT_EQ(report.withoutDescription, 0);
     EXPECT_EQ(ByKey(cPath), expected);
-    OpenDocument document(Sys_Store::eOpenFlag_Read);
+    Document document(Sys_Store::eOpenFlag_Read);
     const FF_Document::TOC& toc = document.GetTOC();
     for (FF_Document::TOC::Entry entry = 0; entry < toc.GetNumKeys(); ++entry)
         EXPECT_EQ(toc.GetValue(entry, 0).GetDisplayInfo().GetText(),
@@ -246,13 +246,7 @@ TEST_F(RepairTest, AnOldTableLendsPiecesItemsAndStates)
                      {std::move(chain), value.GetDisplayInfo().Clone(), value.GetIndexInfo().Clone()});
         ioDocument.InvalidateKey(Key(8), 0);
         Sys_TypedOutStream out = ioDocument.MakeTypedOutStream();
-        FF_Document::AddTOCEntry(&ioDocument, static_cast<Cmn_UInt64>(out.GetPosition()), 9, "list");
-        FF_StreamHeaderWriter header(&ioDocument, out, 9, 1);
-        FF_StreamListWriter list(&ioDocument, out, 2);
-        for (int i = 0; i < 2; ++i) {
-            list.AddListEntry(i, "plain");
-            out.WriteInt32(i);
-        }
+        WriteList(&ioDocument, out, 9, 2);
     };
     for (const bool hasTable : {true, false}) {
         Document document;
@@ -266,7 +260,7 @@ TEST_F(RepairTest, AnOldTableLendsPiecesItemsAndStates)
         mFiles.SetBytes(cPath, bytes);
         const Report report = Repair();
         const std::string lost = Text(report.lost);
-        OpenDocument repaired(Sys_Store::eOpenFlag_Read, 0, cRepaired);
+        Document repaired(Sys_Store::eOpenFlag_Read, 0, cRepaired);
         EXPECT_EQ(Read(repaired, 7), 1);
         const std::string stretch =
             "49: expected whole streams, found in 32 bytes: stream 7 with a wrong body sum; ";
@@ -274,11 +268,11 @@ TEST_F(RepairTest, AnOldTableLendsPiecesItemsAndStates)
             EXPECT_EQ(lost, stretch + "49: expected stream 7 \"a number\", found nothing whole");
             EXPECT_EQ(repaired.GetTOC().Dump(),
                       "7  [49, 81]  a number\n8  Invalid  a number\n8 #1  [113]  moved\n"
-                      "9  [145]  list\n9 #1  [177]  plain\n9 #2  [181]  plain\n");
+                      "9  [145]  list\n9 #1  [177]  item\n9 #2  [181]  item\n");
         } else {
             EXPECT_EQ(lost, stretch +
                                 "203: expected 2 items of stream 9, found 0 with a header of their own; "
-                                "217: expected whole streams, found in 243 bytes: the table of "
+                                "217: expected whole streams, found in 241 bytes: the table of "
                                 "contents with a wrong body sum");
             EXPECT_EQ(repaired.GetTOC().Dump(), "7  [49, 81]  \n8  [113]  \n9  [145]  \n");
         }
@@ -295,7 +289,7 @@ TEST_F(RepairTest, ADamagedFileHeaderIsSeenThrough)
             if (swapped)
                 HandMade::Write(mFiles, cPath, {.swap = true, .maskType = type});
             else {
-                OpenDocument document(Sys_Store::eOpenFlag_New, type);
+                Document document(Sys_Store::eOpenFlag_New, type);
                 Write(document, 7, 1234);
                 for (int i = 0; i < 300; ++i)
                     Write(document, 10, i);
@@ -312,7 +306,7 @@ TEST_F(RepairTest, ADamagedFileHeaderIsSeenThrough)
                 const Report report = Repair();
                 // In its first 4096 bytes mask type 5 has no mask, so that its key is not needed there.
                 EXPECT_EQ(report.header.empty(), isSame || (at == 19 && type == 5 && swapped));
-                OpenDocument repaired(Sys_Store::eOpenFlag_Read, 0, cRepaired);
+                Document repaired(Sys_Store::eOpenFlag_Read, 0, cRepaired);
                 EXPECT_EQ(Read(repaired, 7), 1234);
                 EXPECT_EQ(repaired.IsSwapped(), swapped);
                 EXPECT_EQ(repaired.GetEncryptionType(), type);

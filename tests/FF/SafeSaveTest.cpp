@@ -16,7 +16,7 @@ protected:
     }
     void ExpectSaved(Cmn_Int32 iNumber)
     {
-        OpenDocument document(Sys_Store::eOpenFlag_Read);
+        Document document(Sys_Store::eOpenFlag_Read);
         EXPECT_EQ(Read(document, 7), iNumber);
     }
 };

@@ -13,6 +13,8 @@
 
 #include <gtest/gtest.h>
 
+#include <optional>
+
 inline constexpr char cPath[] = "/songs/take.kora";
 
 // One document file in a file system of its own; a report of a broken precondition that the test did not take fails it.
@@ -25,20 +27,14 @@ protected:
 
     Bytes FileBytes() const { return mFiles.GetBytes(cPath); }
 
+    // Opened unless the flag is that of closed ones.
     struct Document : FF_Document
     {
-        explicit Document(int iType = 0, const char* iPath = cPath, ETextEncoding iText = eTextEncoding_Utf8)
+        explicit Document(EOpenFlag iFlag = eOpenFlag_Closed, int iType = 0, const char* iPath = cPath,
+                          ETextEncoding iText = eTextEncoding_Utf8)
             : FF_Document(Sys_FileLoc(iPath), static_cast<EFF_EncryptionType>(iType), iText, false)
         {
-        }
-    };
-    struct OpenDocument : Document
-    {
-        template <class... More>
-        explicit OpenDocument(Sys_Store::EOpenFlag iFlag, More... iMore)
-            : Document(iMore...)
-        {
-            Open(iFlag);
+            if (iFlag != eOpenFlag_Closed) Open(iFlag);
         }
     };
     // Registers and writes a stream that holds a number.
@@ -48,6 +44,21 @@ protected:
         FF_Document::AddTOCEntry(&ioDocument, static_cast<Cmn_UInt64>(out.GetPosition()), iType, "a number");
         const FF_StreamHeaderWriter header(&ioDocument, out, iType, 1);
         out.WriteInt32(iNumber);
+    }
+    // Registers and writes a list of the numbers from 0 on; each is plain data or, with a type, a stream.
+    static void WriteList(FF_Document* iDocument, Sys_TypedOutStream& ioOut, Cmn_Int16 iType,
+                          Cmn_Int32 iCount, Cmn_Int16 iItemType = FF_Document::cNoStreamType)
+    {
+        FF_Document::AddTOCEntry(iDocument, static_cast<Cmn_UInt64>(ioOut.GetPosition()), iType, "list");
+        const FF_StreamHeaderWriter header(iDocument, ioOut, iType, 1);
+        FF_StreamListWriter list(iDocument, ioOut, iCount);
+        for (Cmn_Int32 i = 0; i < iCount; ++i) {
+            list.AddListEntry(i, "item");
+            std::optional<FF_StreamHeaderWriter> item;
+            if (iItemType != FF_Document::cNoStreamType)
+                item.emplace(iDocument, ioOut, iItemType, Cmn_Int16{1});
+            ioOut.WriteInt32(i);
+        }
     }
     // The number under the key, or -1 where the document does not have it.
     static Cmn_Int32 Read(FF_Document& ioDocument, Cmn_Int16 iType)

@@ -5,42 +5,32 @@ namespace {
 using Key = FF_Document::TOCKey;
 using Context = FF_Document::Context;
 using Reader = FF_StreamHeaderReader;
-using StreamHeaderTest = StDocument;
 
 constexpr Cmn_Int16 cList = 4;
 constexpr Cmn_Int16 cItem = 5;
 constexpr Cmn_Int16 cAfter = 6;
 
-// A list of three numbers, and a number behind it.
-void WriteList(FF_Document* iDocument, Sys_TypedOutStream& ioOut)
+class StreamHeaderTest : public StDocument
 {
-    FF_Document::AddTOCEntry(iDocument, static_cast<Cmn_UInt64>(ioOut.GetPosition()), cList, "list");
+protected:
+    // A list of three numbers, and a stream behind it.
+    static void WriteSample(FF_Document* iDocument, Sys_TypedOutStream& ioOut)
     {
-        FF_StreamHeaderWriter header(iDocument, ioOut, cList, 1);
-        FF_StreamListWriter list(iDocument, ioOut, 3);
-        for (Cmn_Int32 i = 0; i < 3; ++i) {
-            list.AddListEntry(i, "item");
-            EXPECT_TRUE(iDocument == nullptr ||
-                        iDocument->GetCurrentContext().back().GetListIndex() == i + 1);
-            const FF_StreamHeaderWriter item(iDocument, ioOut, cItem, 1);
-            ioOut.WriteInt32(10 + i);
-        }
+        WriteList(iDocument, ioOut, cList, 3, cItem);
+        WriteList(iDocument, ioOut, cAfter, 0);
     }
-    FF_Document::AddTOCEntry(iDocument, static_cast<Cmn_UInt64>(ioOut.GetPosition()), cAfter, "after");
-    const FF_StreamHeaderWriter after(iDocument, ioOut, cAfter, 1);
-    ioOut.WriteInt32(99);
-}
+};
 
 TEST_F(StreamHeaderTest, ThreeItemsAreOneTwoThreeAndTheBytesAreTheSameWithoutDocument)
 {
     Bytes streams[2];
     for (const bool hasDocument : {false, true}) {
-        OpenDocument document(Sys_Store::eOpenFlag_New);
+        Document document(Sys_Store::eOpenFlag_New);
         Sys_TypedOutStream out = document.MakeTypedOutStream();
         const Cmn_Int64 start = out.GetPosition();
         for (const Cmn_Int16 type : {0, 2})
             EXPECT_THROW(FF_StreamHeaderWriter(&document, out, type, 1), Sys_StreamWriteException);
-        WriteList(hasDocument ? &document : nullptr, out);
+        WriteSample(hasDocument ? &document : nullptr, out);
         EXPECT_EQ(document.GetTOC().GetNumKeys(), hasDocument ? 2 : 0) << document.Dump();
         document.Flush();
         const Bytes bytes = FileBytes();
@@ -68,7 +58,7 @@ TEST_F(StreamHeaderTest, ReadersGoWhereTheTableSends)
     // clang-format on
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
-        OpenDocument document(Sys_Store::eOpenFlag_New);
+        Document document(Sys_Store::eOpenFlag_New);
         Sys_TypedOutStream out = document.MakeTypedOutStream();
         const auto number = [&](Cmn_Int32 iNumber) {
             const auto start = static_cast<Cmn_UInt64>(out.GetPosition());
@@ -107,21 +97,21 @@ TEST_F(StreamHeaderTest, ReadersGoWhereTheTableSends)
 
 TEST_F(StreamHeaderTest, ItemsAreFoundByTableAndByWalk)
 {
-    OpenDocument document(Sys_Store::eOpenFlag_New);
+    Document document(Sys_Store::eOpenFlag_New);
     Sys_TypedOutStream out = document.MakeTypedOutStream();
-    WriteList(&document, out);
+    WriteSample(&document, out);
     document.InvalidateKey(Key(cList), 2);
     document.Flush();
     enum EFound : Cmn_Int32 { eThrows = -1, eReports = -2 };
     // clang-format off
     const struct { const char* name; bool hasDocument; Reader::EUseExtendedTOC use; Cmn_Int32 item; Cmn_Int32 found; } rows[] = {
-        {"by the table",                true,  Reader::eUseExtendedTOC,     2, 12},
+        {"by the table",                true,  Reader::eUseExtendedTOC,     2, 2},
         {"an invalid one",              true,  Reader::eUseExtendedTOC,     1, eThrows},
         {"as many as there are",        true,  Reader::eUseExtendedTOC,     3, eThrows},
         {"one more",                    true,  Reader::eUseExtendedTOC,     4, eReports},
         {"the list itself is no item",  true,  Reader::eUseExtendedTOC,    -1, eThrows},
-        {"a walk asks no table",        true,  Reader::eIgnoreExtendedTOC,  1, 11},
-        {"a walk without document",     false, Reader::eUseExtendedTOC,     2, 12},
+        {"a walk asks no table",        true,  Reader::eIgnoreExtendedTOC,  1, 1},
+        {"a walk without document",     false, Reader::eUseExtendedTOC,     2, 2},
         {"a walk past the last",        false, Reader::eUseExtendedTOC,     3, eThrows},
         {"a walk before the first",     false, Reader::eUseExtendedTOC,    -1, eThrows},
     };

@@ -10,46 +10,25 @@ namespace {
 
 using Context = FF_Document::Context;
 using TOCKey = FF_Document::TOCKey;
-using PlainKey = std::vector<std::pair<Cmn_Int16, Cmn_Int32>>;
-
-// Parent positions and list marks are of no account, so that each key made gets others.
-TOCKey KeyFrom(const PlainKey& iKey)
-{
-    static Cmn_UInt32 sMade = 0;
-    TOCKey key;
-    for (const auto& [type, item] : iKey) {
-        ++sMade;
-        key.GetContexts().emplace_back(type, 7 * sMade, sMade % 3 == 0, item);
-    }
-    return key;
-}
-
-// All keys of up to two levels of border types and items, in ascending order.
-std::vector<PlainKey> SmallKeys()
-{
-    PlainKey levels;
-    for (const Cmn_Int16 type : {-32768, -1, 0, 1, 32767})
-        for (const Cmn_Int32 item : {std::numeric_limits<Cmn_Int32>::min(), -1, 0, 1, 0x7FFFFFFF})
-            levels.emplace_back(type, item);
-    std::vector<PlainKey> keys{{}};
-    for (const auto& outer : levels) {
-        keys.push_back({outer});
-        for (const auto& inner : levels)
-            keys.push_back({outer, inner});
-    }
-    std::sort(keys.begin(), keys.end());
-    return keys;
-}
 
 TEST(TOCKey, KeysAscendByTypeThenItemFromTheOutermostAndTheShorterFirst)
 {
-    const std::vector<PlainKey> keys = SmallKeys();
-    std::vector<TOCKey> made;
-    for (const PlainKey& key : keys)
-        made.push_back(KeyFrom(key));
-    for (std::size_t a = 0; a < made.size(); ++a)
-        for (std::size_t b = 0; b < made.size(); ++b)
-            ASSERT_EQ(made[a] <=> made[b], a <=> b) << made[a].Dump() << " and " << made[b].Dump();
+    constexpr Cmn_Int16 cTypes[] = {-32768, -1, 0, 1, 32767};
+    constexpr Cmn_Int32 cItems[] = {std::numeric_limits<Cmn_Int32>::min(), -1, 0, 1, 0x7FFFFFFF};
+    std::vector<TOCKey> keys(1);
+    std::vector<TOCKey> same(1); // parent positions and list marks are of no account
+    for (int outer = 0; outer < 25; ++outer) {
+        const TOCKey around({Context(cTypes[outer / 5], 1, false, cItems[outer % 5])});
+        keys.push_back(around);
+        same.push_back(TOCKey({Context(cTypes[outer / 5], 2, true, cItems[outer % 5])}));
+        for (int inner = 0; inner < 25; ++inner) {
+            keys.push_back(around.Inside(Context(cTypes[inner / 5], 3, true, cItems[inner % 5])));
+            same.push_back(around.Inside(Context(cTypes[inner / 5], 4, false, cItems[inner % 5])));
+        }
+    }
+    for (std::size_t a = 0; a < keys.size(); ++a)
+        for (std::size_t b = 0; b < keys.size(); ++b)
+            ASSERT_EQ(keys[a] <=> same[b], a <=> b) << keys[a].Dump() << " and " << keys[b].Dump();
 }
 
 TEST(TOCKey, StreamIsAsTheFormatSays)

@@ -35,7 +35,7 @@ using TimeMapsTest = StDocument;
 TEST_F(TimeMapsTest, MapsComeBackAsTheyWereWrittenLast)
 {
     const Maps cFirst("1| 4/4   5| 6/8", 90.5, 1), cSecond("1| 3/4   2| 5/4   9| 2/2", 120, 3);
-    OpenDocument document(Sys_Store::eOpenFlag_New);
+    Document document(Sys_Store::eOpenFlag_New);
     Maps maps("", 60, 0);
     EXPECT_EQ(maps.Read(document), 0);
     EXPECT_EQ(maps.Text(), Maps("", 60, 0).Text());
@@ -65,7 +65,7 @@ TEST_F(TimeMapsTest, OtherVersionsAreAnsweredAndTheOtherMapsStay)
     // clang-format on
     const Maps cWritten("1| 4/4", 90.5, 1);
     for (const auto& row : rows) {
-        OpenDocument document(Sys_Store::eOpenFlag_New);
+        Document document(Sys_Store::eOpenFlag_New);
         cWritten.Write(document);
         document.InvalidateKey(FF_Document::TOCKey(row.type), 0);
         Sys_TypedOutStream out = document.MakeTypedOutStream();

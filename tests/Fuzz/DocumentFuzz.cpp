@@ -1,16 +1,15 @@
 // Any bytes as a document: they are refused with one documented complaint, or all of it is read; it is checked, repaired
-// and appended to, and what repair and flush write is without fault. An assertion is a failure too.
+// and appended to, and what repair and flush write is without fault.
 //
 // Sums keep damage out, and with it most of what a fuzzer tries. The mutator below works on the unmasked bytes and
 // makes the sums right again afterwards, from the innermost frame outward.
-#include "Bastel/Cmn/Cmn_Assert.h"
+#include "Bastel/Sys/Sys_ByteOrder_p.h"
 #include "Bastel/Sys/Sys_Crc32C.h"
 #include "FF/SmallDocument.h"
-#include "Kora/Kora_Init.h"
+#include "Fuzz/FuzzTarget.h"
+#include "Kora/FF/FF_ScrambleKernels_p.h"
 #include "Support/MemoryFileSystem.h"
 
-#include <cstdio>
-#include <cstdlib>
 #include <span>
 
 extern "C" std::size_t LLVMFuzzerMutate(unsigned char* ioBytes, std::size_t iSize, std::size_t iMaxSize);
@@ -20,18 +19,10 @@ constexpr std::size_t cHeaderStream = 30;
 const std::string cPath = "fuzz.kora";
 const std::string cRepaired = "repaired.kora";
 
-void Require(bool iHolds, const std::string& iText)
-{
-    if (iHolds) return;
-    std::fprintf(stderr, "%s\n", iText.c_str());
-    std::abort();
-}
-
-void Abort(const char* iText, int) { Require(false, iText); }
-
 MemoryFileSystem& Disk()
 {
     static MemoryFileSystem sDisk;
+    Sys_FileSystem::Set(&sDisk);
     return sDisk;
 }
 
@@ -41,50 +32,26 @@ std::size_t BeginOfStreams(std::span<unsigned char> iFile) { return iFile[18] ==
 
 void Mask(std::span<unsigned char> ioFile)
 {
-    constexpr unsigned cMultipliers[] = {0, 29, 17, 93, 127, 93};
-    const unsigned type = ioFile[18];
-    if (type == 0 || type > 5) return;
-    const std::size_t key = ioFile[19] * cMultipliers[type];
-    for (std::size_t i = 20; i < ioFile.size(); ++i)
-        ioFile[i] ^= static_cast<unsigned char>((type == 5 ? i / 4096 : i) * key);
+    Cmn_UInt8 key = ioFile[19];
+    if (FF_ScrambleKey(ioFile[18], key))
+        FF_Scramble(ioFile[18], key, ioFile.data() + 20, ioFile.size() - 20, 20);
 }
-
-// A number of iCount bytes in the file's byte order.
-struct Field
-{
-    unsigned char* bytes;
-    std::size_t count;
-    bool swapped;
-
-    std::size_t At(std::size_t i) const { return swapped ? count - 1 - i : i; }
-    std::size_t Get() const
-    {
-        std::size_t value = 0;
-        for (std::size_t i = 0; i < count; ++i)
-            value |= std::size_t{bytes[At(i)]} << 8 * i;
-        return value;
-    }
-    void Set(std::size_t iValue) const
-    {
-        for (std::size_t i = 0; i < count; ++i)
-            bytes[At(i)] = static_cast<unsigned char>(iValue >> 8 * i);
-    }
-};
 
 // Completes the frame at iAt: flags that can be, a size that fits, sums that are right.
 void FixFrame(std::span<unsigned char> ioFile, std::size_t iAt)
 {
     unsigned char* const header = &ioFile[iAt];
     if (ioFile.size() - iAt < 30u + header[4]) return;
-    unsigned char* const block = header + 11 + header[4];
-    const bool swapped = ioFile[17] != 0;
-    const Field flags{block, 2, swapped};
-    const Field size{block + 2, 4, swapped};
-    const auto left = static_cast<std::size_t>(ioFile.data() + ioFile.size() - (block + 14));
-    flags.Set((flags.Get() & 2) | 5);
-    size.Set(std::min(size.Get(), left));
-    Field{block + 6, 4, swapped}.Set(Sys_Crc32C(0, block + 14, size.Get()));
-    Field{block + 10, 4, swapped}.Set(Sys_Crc32C(0, header, static_cast<std::size_t>(block + 10 - header)));
+    unsigned char* const block = header + 11 + header[4]; // flags, size and sums
+    const bool swap = ioFile[17] != 0;
+    const auto left = static_cast<Cmn_UInt32>(ioFile.data() + ioFile.size() - (block + 14));
+    const Cmn_UInt32 size = std::min(Sys_LoadInteger<Cmn_UInt32>(block + 2, swap), left);
+    const int flags = (Sys_LoadInteger<Cmn_UInt16>(block, swap) & 2) | 5;
+    Sys_StoreInteger(block, static_cast<Cmn_UInt16>(flags), swap);
+    Sys_StoreInteger(block + 2, size, swap);
+    Sys_StoreInteger(block + 6, Sys_Crc32C(0, block + 14, size), swap);
+    const auto summed = static_cast<std::size_t>(block + 10 - header);
+    Sys_StoreInteger(block + 10, Sys_Crc32C(0, header, summed), swap);
 }
 
 // The table is where a table seems to be; every frame fits its sums.
@@ -95,8 +62,11 @@ void FixSums(std::span<unsigned char> ioFile)
     for (std::size_t at = begin; at + 4 <= ioFile.size(); ++at)
         if (std::memcmp(&ioFile[at], "KSH1", 4) == 0) frames.push_back(at);
     if (frames.size() < 2 || frames[0] != begin) return;
-    const Field table{&ioFile[begin + cHeaderStream - 4], 4, ioFile[17] != 0};
-    if (std::find(frames.begin() + 1, frames.end(), table.Get()) == frames.end()) table.Set(frames.back());
+    unsigned char* const table = &ioFile[begin + cHeaderStream - 4];
+    const bool swap = ioFile[17] != 0;
+    const auto known = Sys_LoadInteger<Cmn_UInt32>(table, swap);
+    if (std::find(frames.begin() + 1, frames.end(), known) == frames.end())
+        Sys_StoreInteger(table, static_cast<Cmn_UInt32>(frames.back()), swap);
     for (std::size_t i = frames.size(); i-- > 0;)
         FixFrame(ioFile, frames[i]);
 }
@@ -154,14 +124,6 @@ void Check()
     Require(!opens || complaint.empty(), "what can be read can be appended to: " + complaint);
 }
 } // namespace
-
-extern "C" int LLVMFuzzerInitialize(int*, char***)
-{
-    Cmn_Assert::SetHandler(Abort);
-    Kora_Init::Init();
-    Sys_FileSystem::Set(&Disk());
-    return 0;
-}
 
 extern "C" std::size_t LLVMFuzzerCustomMutator(unsigned char* ioBytes, std::size_t iSize,
                                                std::size_t iMaxSize, unsigned iSeed)

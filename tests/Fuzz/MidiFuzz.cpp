@@ -1,24 +1,11 @@
 // Any bytes as a MIDI file: they are refused with one line, or the song and both forms of its report come out of them.
-// A report of the library's assertions is a failure too: no file may break a precondition.
-#include "Bastel/Cmn/Cmn_Assert.h"
-#include "Kora/Kora_Init.h"
+#include "Fuzz/FuzzTarget.h"
 #include "Tool/Tool_InputError.h"
 #include "Tool/Tool_SongReport.h"
 
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
 
 namespace {
-void Require(bool iHolds, const char* iText)
-{
-    if (iHolds) return;
-    std::fprintf(stderr, "%s\n", iText);
-    std::abort();
-}
-
-void Abort(const char* iText, int) { Require(false, iText); }
-
 void Check(std::string_view iBytes)
 {
     const Tool_Song song(Tool_MidiFile::Parse(iBytes, "fuzz.mid"), Tool_Settings());
@@ -30,13 +17,6 @@ void Check(std::string_view iBytes)
             "bar, beat and tick of the end lead back to it");
 }
 } // namespace
-
-extern "C" int LLVMFuzzerInitialize(int*, char***)
-{
-    Cmn_Assert::SetHandler(Abort);
-    Kora_Init::Init();
-    return 0;
-}
 
 extern "C" int LLVMFuzzerTestOneInput(const unsigned char* iBytes, std::size_t iSize)
 {

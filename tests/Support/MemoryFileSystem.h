@@ -90,9 +90,13 @@ public:
         mShortAt = iN;
         mShortCode = iCode;
     }
-    void Heal() { mFailAt = mShortAt = 0; }
     // Most bytes that all files take together.
     void SetCapacity(std::uint64_t iBytes) { mCapacity = iBytes; }
+    void Heal()
+    {
+        mFailAt = mShortAt = 0;
+        mCapacity = UINT64_MAX;
+    }
 
     std::size_t GetNumRequests() const { return mCount; }
     const std::vector<Request>& GetLog() const { return mLog; }
