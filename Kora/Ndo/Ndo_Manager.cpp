@@ -73,7 +73,7 @@ void Ndo_Manager::LogAction(Ndo_Action* iActionP)
         mRecordingOpP->LogAction(iActionP);
     else
         // Deliberate: the memory goes, the destructor does not run (Ndo_Action::LogAction tells its callers); its
-        // size is not known here. Test: AnActionThatNobodyRecordsIsReleasedWithoutItsDestructor
+        // size is not known here. Test: AnActionsOwnerDependsOnItsOutcome
         ::operator delete(dynamic_cast<void*>(iActionP));
 }
 

@@ -81,7 +81,7 @@ public:
     Time_Tick AddDurationToTick(Time_Tick iTick, const Time_BarBeatTick& iDuration) const;
     Time_Tick SubtractDurationFromTick(Time_Tick iTick, const Time_BarBeatTick& iDuration) const;
     // The duration from iTickA on to iTickB: as many bars as fit, then beats, then ticks.
-    // Deliberate: with iTickA after iTickB it is zero. Test: DurationBackwardsIsZero
+    // Deliberate: with iTickA after iTickB it is zero. Test: LongDurationsAndFarTimesAreExact
     Time_BarBeatTick ComputeDurationBetween(Time_Tick iTickA, Time_Tick iTickB) const;
 
     // ---- Edits of changes.

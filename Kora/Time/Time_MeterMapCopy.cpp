@@ -79,7 +79,7 @@ void Time_MeterMap::Paste(Time_Tick iStartTick, Time_Tick iEndTick, const Time_M
     }
 
     // Deliberate: the song start comes before the renumbering, while pasted changes still have their source's numbers,
-    // so its bar may drift. Test: PasteSetsTheSongStartBeforeItRenumbers
+    // so its bar may drift. Test: PasteFillsTheRangeAndKeepsTheMeterBehindIt
     if (!iKeepSongStart) RestoreSongStart(songStartBar);
     mNumbersPending = false;
     UpdateBarNumbers(0);

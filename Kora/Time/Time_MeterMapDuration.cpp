@@ -108,7 +108,8 @@ Time_Tick Time_MeterMap::SubtractDurationFromTick(Time_Tick iTick, const Time_Ba
 Time_BarBeatTick Time_MeterMap::ComputeDurationBetween(Time_Tick iTickA, Time_Tick iTickB) const
 {
     Time_Tick startTick = std::min(iTickA, iTickB);
-    // Deliberate: the end is B in either order, so that from A back to B is no time. Test: DurationBackwardsIsZero
+    // Deliberate: the end is B in either order, so that from A back to B is no time.
+    // Test: LongDurationsAndFarTimesAreExact
     Time_Tick endTick = iTickB;
     BarAndOffset start = SnapToBarline(startTick);
     // The shifted start can lie before the next barline of a very short bar.

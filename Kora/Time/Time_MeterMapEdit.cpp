@@ -113,7 +113,8 @@ void Time_MeterMap::RenumberBars(Cmn_Int32 iDelta)
 void Time_MeterMap::MakeRealIfDefault()
 {
     if (!mChanges.empty()) return;
-    // Deliberate: at the default song start, not at this map's own. Test: MakeRealUsesTheDefaultSongStart
+    // Deliberate: at the default song start, not at this map's own.
+    // Test: ChangesAreAddedForcedAndRemovedAndTheSongStartKeepsItsBar
     AddInitialMeterChange(cDefaultSongStartTick, Time_Meter(), cDefaultSongStartBar);
 }
 

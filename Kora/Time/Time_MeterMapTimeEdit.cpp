@@ -161,7 +161,7 @@ void Time_MeterMap::RealignExistingMeterChangesToBBT(Time_Tick iTick)
         RefreshIndex(at);
     } else {
         // Deliberate: all that now lies behind the predecessor moves, the change itself included, so that it comes back
-        // to its old tick and only those behind it move. Test: RealigningMovesTheChangesBehind
+        // to its old tick and only those behind it move. Test: MovedChangesKeepTheirOrder
         ShiftFrom(isBehindPredecessor ? at : at + 1, length);
         UpdateBarNumbers(std::min(at, RestoreOrder(isBehindPredecessor ? at + 1 : at)));
     }

@@ -256,7 +256,7 @@ void Time_SMPTE::SetFromTotalSamples(const Time_Sample& iSample)
 
 void Time_SMPTE::MakeIntoLegalDropFrameLocation()
 {
-    // Deliberate: 00:07:00;03 of 60-frame drop moves too, although it is written. Test: IllegalLabelsMoveForward
+    // Deliberate: 00:07:00;03 of 60-frame drop moves too, although it is written. Test: EveryLabelOfADay
     const Cmn_Int32 dropped = FormatOf(mFormat).mDroppedPerMinute;
     if (mSeconds == 0 && mMinutes % 10 != 0 && mFrames < dropped) mFrames = static_cast<Cmn_UInt8>(dropped);
 }

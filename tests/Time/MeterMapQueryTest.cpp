@@ -139,10 +139,14 @@ TEST(MeterMapQuery, FarTicksConvertBackUnderManyMetersAndUnderAbsurdOnes)
     for (int i = 0; i < 1000; ++i)
         maps[0].AddMeterChange(At(0, static_cast<Cmn_Int64>(random() % 20000000000)),
                                Time_Meter(1 + random() % 13, 1 + random() % 70), 1);
-    for (const Time_Meter& meter :
-         {Time_Meter(2147483647, 1), Time_Meter(2147483647, 7), Time_Meter(2000003, 3), Time_Meter(7, 3),
-          Time_Meter(2147483647, 3840000)})
-        maps.emplace_back().AddMeterChange(At(0), meter, 1);
+    constexpr int cMost = 2147483647;
+    for (const auto& [numerator, denominator] : {
+             std::pair(cMost, 1), {cMost,   7      },
+               {2000003, 3      },
+               {7,       3      },
+               {cMost,   3840000}
+    })
+        maps.emplace_back().AddMeterChange(At(0), Time_Meter(numerator, denominator), 1);
     for (const Time_MeterMap& map : maps) {
         // Up to 2^30 bars away, within the valid ticks.
         const Cmn_Int64 barLength = map.IterBegin()->GetMeter().GetBarLength().AsInt64();
@@ -164,9 +168,7 @@ TEST(MeterMapQuery, AnEmptyMapAnswersAsTheDefaultMap)
     Time_MeterMap map;
     map.SetSongStartTick(At(-400));
     const Time_MeterMap& defaultMap = *Time_MeterMap::GetDefaultMeterMap();
-    EXPECT_EQ(map.TickToBarBeat(At(0)), Time_BarBeatTick(1, 1, Ticks(0)));
     EXPECT_EQ(map.TickToBarBeat(At(0, -1)), Time_BarBeatTick(0, 4, Ticks(959999)));
-    EXPECT_EQ(map.BarBeatToTick({3, 2, Ticks(5)}), At(9, 5));
     EXPECT_EQ(map.IterBegin(), defaultMap.IterBegin());
     EXPECT_EQ(map.IterFindFirstGE(At(0, 1)), map.IterEnd());
     EXPECT_EQ(map.GetSongStartBar(), 1);
@@ -221,15 +223,6 @@ TEST(MeterMapQuery, DurationsAreWhatAWalkBarByBarAndBeatByBeatGives)
     }
 }
 
-TEST(MeterMapQuery, DurationBackwardsIsZero)
-{
-    const Time_MeterMap map = MakeMeterMap("1| 4/4   3| 3/4");
-    EXPECT_EQ(map.ComputeDurationBetween(At(9), At(2)), Time_BarBeatTick(0, 0, Ticks(0)));
-    // One tick before the barline counts as on it, and a tenth of a beat before it does not.
-    EXPECT_EQ(map.ComputeDurationBetween(At(4, -1), At(8, -1)), Time_BarBeatTick(1, 0, Ticks(0)));
-    EXPECT_EQ(map.ComputeDurationBetween(At(4, -96000), At(8)), Time_BarBeatTick(1, 0, Ticks(96000)));
-}
-
 // A duration of billions of beats is no longer than a short one to compute, and far times do not wrap.
 TEST(MeterMapQuery, LongDurationsAndFarTimesAreExact)
 {
@@ -242,6 +235,7 @@ TEST(MeterMapQuery, LongDurationsAndFarTimesAreExact)
     EXPECT_EQ(map.AddDurationToTick(Time_Tick(Cmn_Int64{1} << 58), {1, 0, Ticks(0)}),
               Time_Tick((Cmn_Int64{1} << 58) + 2880000));
     EXPECT_EQ(map.ComputeDurationBetween(At(0), far), Time_BarBeatTick(333333335, 0, Ticks(0)));
+    EXPECT_EQ(map.ComputeDurationBetween(far, At(0)), Time_BarBeatTick(0, 0, Ticks(0))) << "backwards";
     EXPECT_EQ(allocations.Count(), 0);
 }
 

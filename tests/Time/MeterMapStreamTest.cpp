@@ -3,100 +3,77 @@
 
 namespace {
 
-struct RawChange
-{
-    Cmn_Int64 mTick;
-    Cmn_Int32 mBar, mNumerator, mDenominator, mClickCode;
-};
-
-// A stream "Meter" as its fields follow one another; without BBTs and song start unless iWhole.
-Bytes Written(Cmn_Int16 iVersion, Cmn_Int32 iCount, const std::vector<RawChange>& iChanges,
-              bool iWhole = false, int iBytesMore = 0)
+Bytes WithBody(Cmn_Int16 iVersion, const Bytes& iBody)
 {
     Sys_MemOutStream bytes;
     Sys_TypedOutStream stream(bytes);
     Sys_StdStreamHeaderWriter header(stream, "Meter", iVersion);
-    stream.WriteInt32(iCount);
-    for (const RawChange& change : iChanges) {
-        stream.WriteInt64(change.mTick);
-        for (const Cmn_Int32 value : {change.mBar, change.mNumerator, change.mDenominator})
-            stream.WriteInt32(value);
-        stream.WriteInt16(1); // the click, version 1
-        stream.WriteInt32(change.mClickCode);
-        stream.WriteInt16(0); // neither dotted nor a tuplet
-        stream.WriteInt32(2);
-        stream.WriteInt32(3);
-    }
-    for (std::size_t i = 0; iWhole && i < iChanges.size(); ++i) {
-        stream.WriteInt32(iChanges[i].mBar);
-        stream.WriteInt32(1);
-        stream.WriteInt64(0);
-    }
-    if (iWhole) stream.WriteInt64(At(0).AsInt64());
-    for (int i = 0; i < iBytesMore; i += 4)
-        stream.WriteInt32(0);
+    stream.WriteBytes(iBody.data(), iBody.size());
     header.PatchSize();
     return bytes.TakeBytes();
+}
+
+// The count, two changes of 36 bytes, two BBTs of 16, the song start.
+constexpr std::size_t cFirst = 4, cSecond = cFirst + 36, cBBTs = cSecond + 36, cSongStart = cBBTs + 32;
+
+Bytes BodyOf(const Time_MeterMap& iMapOfTwo)
+{
+    const Bytes bytes = Streamed(iMapOfTwo);
+    return {bytes.end() - cSongStart - 8, bytes.end()};
 }
 
 } // namespace
 
 TEST(MeterMapStream, TheStreamHasItsFieldsInOrder)
 {
-    const RawChange first{At(0).AsInt64(), 7, 4, 4, 3}, second{At(4).AsInt64(), 8, 3, 4, 3};
-    EXPECT_EQ(Streamed(MakeMeterMap("7| 4/4   8| 3/4")), Written(2, 2, {first, second}, true));
-}
+    const Time_MeterMap map = MakeMeterMap("7| 4/4   8| 3/4");
+    const Bytes body =
+        FromHex("02000000 0010A5D4E8000000 07000000 04000000 04000000 0100 03000000 0000 02000000 03000000"
+                "         00A8DFD4E8000000 08000000 03000000 04000000 0100 03000000 0000 02000000 03000000"
+                "07000000 01000000 0000000000000000 08000000 01000000 0000000000000000 0010A5D4E8000000");
+    EXPECT_EQ(Streamed(map), WithBody(2, body));
 
-TEST(MeterMapStream, ShorterBodiesKeepWhatTheyDoNotHave)
-{
-    const RawChange change = {At(0).AsInt64(), 1, 3, 4, 3};
-    Time_MeterMap map = MakeMeterMap("5| 7/8   6| 2/4");
-    map.SetSongStartTick(At(4));
-    ReadBack(map, Written(2, 1, {change}));
-    EXPECT_EQ(ToText(map), "1| 3/4 @0");
-    EXPECT_EQ(map.IterBegin()->GetBBT(), Time_BarBeatTick(1, 1, Time_TickLength(0)));
-    EXPECT_EQ(map.GetSongStartTick(), At(4));
-
-    const Bytes versionOne = Written(1, -1, {change});
-    EXPECT_EQ(ReadBack(map, versionOne), static_cast<Cmn_Int64>(versionOne.size())); // skipped whole
-    EXPECT_EQ(ToText(map), "1| 3/4 @0");
+    Time_MeterMap read = MakeMeterMap("5| 7/8   6| 2/4");
+    read.SetSongStartTick(At(4));
+    ReadBack(read, WithBody(2, Bytes(body.begin(), body.begin() + cBBTs)));
+    EXPECT_EQ(ToText(read), ToText(map));
+    EXPECT_EQ(read.IterBegin()->GetBBT(), map.IterBegin()->GetBBT());
+    EXPECT_EQ(read.GetSongStartTick(), At(4)) << "the shorter body has none";
+    const Bytes versionOne = WithBody(1, {1, 2, 3});
+    EXPECT_EQ(ReadBack(read, versionOne), static_cast<Cmn_Int64>(versionOne.size())) << "skipped whole";
+    EXPECT_EQ(ToText(read), ToText(map));
 }
 
 TEST(MeterMapStream, WhatNoMapWritesIsRefusedAndTheMapStays)
 {
-    // clang-format off
-    const RawChange good = {5, 1, 4, 4, 3};
-    const struct
-    {
-        const char* mName;
-        std::vector<RawChange> mChanges;
-        Cmn_Int32 mCount = static_cast<Cmn_Int32>(mChanges.size());
-        int mBytesMore = 0;
-    } cCases[] = {
-        {"a negative count", {good}, -1},
-        {"one change more than the body holds", {good}, 2},
-        {"more changes than memory", {good}, 2147483647},
-        {"numerator 0", {{5, 1, 0, 4, 3}}},
-        {"denominator 0", {{5, 1, 4, 0, 3}}},
-        {"denominator -4", {{5, 1, 4, -4, 3}}},
-        {"a beat below one tick", {{5, 1, 4, 3840001, 3}}},
-        {"a click that is no note", {{5, 1, 4, 4, 8}}},
-        {"two changes at one tick", {good, good}},
-        {"descending ticks", {good, {4, 1, 4, 4, 3}}},
-        {"half a BBT", {good}, 1, 8},
-        {"a BBT and half a song start", {good}, 1, 20},
+    Time_MeterMap two, map = MakeMeterMap("5| 7/8   6| 2/4");
+    two.AddMeterChange(Time_Tick(5), Time_Meter(4, 4), 1);
+    two.AddMeterChange(Time_Tick(6), Time_Meter(4, 4), 1);
+    const Bytes good = BodyOf(two), before = Streamed(map);
+    constexpr std::size_t cWhole = cSongStart + 8;
+    constexpr std::tuple<const char*, std::size_t, int, std::size_t> cRows[] = {
+        {"a negative count",                    3,           0xFF, cWhole        },
+        {"one change more than the body holds", 0,           3,    cBBTs         },
+        {"more changes than memory",            3,           0x7F, cWhole        },
+        {"numerator 0",                         cFirst + 12, 0,    cWhole        },
+        {"denominator 0",                       cFirst + 16, 0,    cWhole        },
+        {"a negative denominator",              cFirst + 19, 0xFF, cWhole        },
+        {"a beat below one tick",               cFirst + 18, 0x3B, cWhole        },
+        {"a click that is no note",             cFirst + 22, 8,    cWhole        },
+        {"two changes at one tick",             cSecond,     5,    cWhole        },
+        {"descending ticks",                    cSecond,     4,    cWhole        },
+        {"half a BBT",                          0,           2,    cBBTs + 24    },
+        {"half a song start",                   0,           2,    cSongStart + 4},
     };
-    // clang-format on
-    for (const auto& row : cCases) {
-        Time_MeterMap map = MakeMeterMap("5| 7/8   6| 2/4");
-        const std::string before = map.Dump();
-        Bytes bytes = Written(2, row.mCount, row.mChanges, false, row.mBytesMore);
+    for (const auto& [name, byte, value, length] : cRows) {
+        Bytes body(good.begin(), good.begin() + static_cast<std::ptrdiff_t>(length));
+        body[byte] = static_cast<Cmn_UInt8>(value);
+        Bytes bytes = WithBody(2, body);
         bytes.resize(bytes.size() + 200, 1); // what lies behind the body is not the map's
-        EXPECT_THROW(ReadBack(map, bytes), Sys_StreamReadException) << row.mName;
-        EXPECT_EQ(map.Dump(), before) << row.mName;
+        EXPECT_THROW(ReadBack(map, bytes), Sys_StreamReadException) << name;
+        EXPECT_EQ(Streamed(map), before) << name;
     }
-    Time_MeterMap map;
-    EXPECT_THROW(ReadBack(map, Written(3, 1, {good})), Cmn_DocumentTooNewException);
+    EXPECT_THROW(ReadBack(map, WithBody(3, good)), Cmn_DocumentTooNewException);
 }
 
 TEST(MeterMapStream, TheXMLFormNamesEveryField)

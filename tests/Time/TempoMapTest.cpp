@@ -56,14 +56,6 @@ std::string Report(const std::string& iText) { return iText + "@$^$@Time/Time_Te
 
 } // namespace
 
-TEST_F(TempoMap, AnEmptyMapConvertsAtTheFallbackTempo)
-{
-    EXPECT_EQ(SampleAt(cAt(-1)), -24000);
-    EXPECT_EQ(mMap.GetSessionStartTick().AsInt64(), cStart);
-    EXPECT_TRUE(mMap.FindControllingSegment(Time_Tick(0)) == mMap.SegmentEnd());
-    EXPECT_EQ(Time_TempoMap().GetSampleRate(), Time_Globals::GetPullSampleRate());
-}
-
 TEST_F(TempoMap, LockedPointsAreHonoured)
 {
     // The first quarter fills 48000 samples; the free third one keeps its tempo and ends at the second lock.
@@ -85,6 +77,7 @@ TEST_F(TempoMap, LockedPointsAreHonoured)
 
 TEST_F(TempoMap, ATickIsGovernedByTheSegmentAtOrBeforeIt)
 {
+    EXPECT_TRUE(mMap.FindControllingSegment(Time_Tick(0)) == mMap.SegmentEnd()) << "none in an empty map";
     Fill(mMap, {Locked(At(0)), At(4, 60)});
     for (const Cmn_Int64 tick : {cStart - 1, cStart, cAt(4) - 1, cAt(4)})
         EXPECT_TRUE(mMap.FindControllingSegment(Time_Tick(tick)) == mMap.SegmentBegin() + (tick == cAt(4)));
@@ -102,6 +95,8 @@ TEST_F(TempoMap, ATickIsGovernedByTheSegmentAtOrBeforeIt)
 
 TEST_F(TempoMap, TheSongStartIsCached)
 {
+    EXPECT_EQ(mMap.GetSessionStartTick().AsInt64(), cStart);
+    EXPECT_EQ(Time_TempoMap().GetSampleRate(), Time_Globals::GetPullSampleRate());
     SegmentRow start = Locked(At(2), 24000);
     start.songStart = true;
     Fill(mMap, {start});
@@ -190,26 +185,25 @@ TEST_F(TempoMap, EachEditTellsOnceAndEditsOfNothingTellNobody)
 
 TEST_F(TempoMap, TypedTimesConvertAndFramesAreReported)
 {
-    const Time_Typed tick(cAt(1), Time_eType_Ticks), sample(24000, Time_eType_Samples),
-        frame(1, Time_eType_Frames);
+    const Time_Typed tick(cAt(1), cTicks), sample(24000, cSamples), frame(1, cFrames);
     EXPECT_EQ(mMap.TimeTypedToSample(tick), Time_Sample(24000));
     EXPECT_EQ(mMap.TimeTypedToTick(sample), Time_Tick(cAt(1)));
-    EXPECT_EQ(mMap.TimeTypedToSpecifiedType(tick, Time_eType_Samples), sample);
-    EXPECT_EQ(mMap.SampleToSpecifiedType(Time_Sample(24000), Time_eType_Ticks), tick);
-    EXPECT_EQ(mMap.TickToSpecifiedType(Time_Tick(cAt(1)), Time_eType_Ticks), tick);
+    EXPECT_EQ(mMap.TimeTypedToSpecifiedType(tick, cSamples), sample);
+    EXPECT_EQ(mMap.SampleToSpecifiedType(Time_Sample(24000), cTicks), tick);
+    EXPECT_EQ(mMap.TickToSpecifiedType(Time_Tick(cAt(1)), cTicks), tick);
     EXPECT_EQ(mAsserts.Take(), Reports{});
     EXPECT_EQ(mMap.TimeTypedToSample(frame), Time_Sample(0));
     EXPECT_EQ(mMap.TimeTypedToTick(frame), Time_Tick(0));
-    EXPECT_EQ(mMap.TimeTypedToSpecifiedType(frame, Time_eType_Ticks), frame);
-    EXPECT_EQ(mMap.TickToSpecifiedType(Time_Tick(cAt(1)), Time_eType_Frames), tick);
+    EXPECT_EQ(mMap.TimeTypedToSpecifiedType(frame, cTicks), frame);
+    EXPECT_EQ(mMap.TickToSpecifiedType(Time_Tick(cAt(1)), cFrames), tick);
     EXPECT_EQ(mAsserts.Take(), Reports(4, Report("time_type_mismatch")));
 
-    Time_TypedVector times(Time_eType_Ticks, Time_eContext_LocalPosition, {cAt(1)});
-    mMap.TimesToType(&times, Time_eType_Samples); // reported, and converted all the same
-    mMap.TimesToType(nullptr, Time_eType_Samples);
+    Time_TypedVector times(cTicks, Time_eContext_LocalPosition, {cAt(1)});
+    mMap.TimesToType(&times, cSamples); // reported, and converted all the same
+    mMap.TimesToType(nullptr, cSamples);
     times.SetContext(Time_eContext_GlobalPosition);
-    mMap.TimesToType(&times, Time_eType_Frames);
-    EXPECT_EQ(times, Time_TypedVector(Time_eType_Samples, Time_eContext_GlobalPosition, {24000}));
+    mMap.TimesToType(&times, cFrames);
+    EXPECT_EQ(times, Time_TypedVector(cSamples, Time_eContext_GlobalPosition, {24000}));
     EXPECT_EQ(mAsserts.Take(),
               Reports({"ioTimes->GetContext() == Time_eContext_GlobalPosition@$^$@Time/Time_BasicTempoMap",
                        "ioTimes != 0@$^$@Time/Time_BasicTempoMap",
@@ -218,9 +212,8 @@ TEST_F(TempoMap, TypedTimesConvertAndFramesAreReported)
 
 TEST_F(TempoMap, WhatDoesNotStandInAFinishedMapIsReported)
 {
-    class Previous : public Time_ConstantTempoSeg
+    struct Previous : Time_ConstantTempoSeg
     {
-    public:
         using Time_ConstantTempoSeg::Time_ConstantTempoSeg;
         ETypeID GetTypeID() const override { return ePreviousTempoSeg; }
     };

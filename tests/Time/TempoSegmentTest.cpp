@@ -95,30 +95,6 @@ TEST(BasicTempoMapSegment, RoundsAsExactArithmeticDoesButForTiesWithinAMillionth
     }
 }
 
-// A sample longer than a tick by more than 1 in 10,000 is found again from its tick, in every segment of a map.
-TEST(BasicTempoMap, SamplesComeBackFromTheirTicks)
-{
-    std::mt19937_64 random(2);
-    for (int round = 0; round < 50; ++round) {
-        Time_TempoMap map;
-        map.SetSampleRate(round % 2 == 0 ? 48000 : 192000);
-        map.BeginEdit();
-        map.AddSegment(SegmentRow{.bpm = 120, .locked = true}.Make());
-        const double slowest = map.GetSampleRate() * 60 / 0.9999 / cQuarter; // a tick is 0.9999 samples
-        for (Cmn_Int64 tick = cStart; tick < cStart + 100 * cQuarter;) {
-            const double bpm = slowest * (1 + static_cast<double>(random() % 100000) / 1000);
-            map.AddSegment(
-                SegmentRow{tick += 1 + static_cast<Cmn_Int64>(random() % (4 * cQuarter)), bpm}.Make());
-        }
-        map.EndEdit();
-        for (int i = 0; i < 10000; ++i) {
-            const Time_Sample sample(
-                static_cast<Cmn_Int64>(random() % (i % 2 == 0 ? 100000000 : 34359738367)));
-            ASSERT_EQ(map.TickToSample(map.SampleToTick(sample)).AsInt64(), sample.AsInt64()) << map.Dump();
-        }
-    }
-}
-
 TEST(BasicTempoMap, SegmentsAreInsertedByTickAndValidated)
 {
     const AssertRecorder asserts;
@@ -141,36 +117,28 @@ TEST(BasicTempoMap, SegmentsAreInsertedByTickAndValidated)
     EXPECT_EQ(Time_BasicTempoMap(48000).TickToSample(Time_Tick(5), true), Time_Sample(0));
 }
 
-TEST(ConstantTempoSeg, UnspecifiedTempiAreBorrowedNeverStored)
+TEST(ConstantTempoSeg, UnspecifiedTempiAreBorrowed)
 {
-    const SegmentRow next{.bpm = 60}, unspecifiedNext{.bpm = 60, .unspecified = true};
-    const struct
-    {
-        const char* what;
-        bool locked, hasPrevious;
-        const SegmentRow* next;
-        double samplesPerTick; // 0: generates nothing
-    } cRows[] = {
-        {"free: the tempo before goes on",      false, false, &next,            0    },
-        {"locked, but something lies before",   true,  true,  &next,            0    },
-        {"locked at the start: the next one's", true,  false, &next,            0.05 },
-        {"the next one has none either",        true,  false, &unspecifiedNext, 0.025},
-        {"the only one",                        true,  false, nullptr,          0.025},
+    constexpr SegmentRow cNext{.bpm = 60}, cNextHasNone{.bpm = 60, .unspecified = true};
+    using Row = std::tuple<const char*, bool, bool, const SegmentRow*, double>;
+    const Row rows[] = {
+  // locked, something before, the next one; samples per tick, 0: generates nothing
+        {"free: the tempo before goes on",      false, false, &cNext,        0    },
+        {"locked, but something lies before",   true,  true,  &cNext,        0    },
+        {"locked at the start: the next one's", true,  false, &cNext,        0.05 },
+        {"the next one has none either",        true,  false, &cNextHasNone, 0.025},
+        {"the only one",                        true,  false, nullptr,       0.025},
     };
-    for (const auto& row : cRows) {
+    for (const auto& [what, isLocked, hasPrevious, nextRow, slope] : rows) {
         Time_BasicTempoMap map(48000);
-        Time_ConstantTempoSeg segment(Time_Tick(0), 300);
-        segment.SetTempoIsUnspecified();
-        if (row.locked) segment.LockToSample(Time_Sample(77));
-        const auto previous = SegmentRow{}.Make(), following = row.next ? row.next->Make() : nullptr;
-        segment.GenerateForward(map, row.hasPrevious ? previous.get() : nullptr, following.get());
-        Lines expected;
-        if (row.samplesPerTick != 0)
-            expected = {
-                {0, 77, row.samplesPerTick, 1 / row.samplesPerTick}
-            };
-        EXPECT_EQ(LinesOf(map), expected) << row.what;
-        EXPECT_EQ(segment.GetBeatsPerMinute(), 300) << row.what;
+        const auto segment = SegmentRow{0, 300, cQuarter, isLocked, false, true, false, 77}.Make();
+        const auto previous = SegmentRow{}.Make(), next = nextRow != nullptr ? nextRow->Make() : nullptr;
+        segment->GenerateForward(map, hasPrevious ? previous.get() : nullptr, next.get());
+        EXPECT_EQ(LinesOf(map), slope == 0 ? Lines()
+                                           : Lines({
+                                                 Line{0, 77, slope, 1 / slope}
+        }))
+            << what;
     }
 }
 

@@ -1,16 +1,4 @@
-// The limits of typed times are built before the first test, as a host's start-up does.
 #include "Kora/Time/Time_Typed.h"
 
-#include <gtest/gtest.h>
-
-namespace {
-
-class TimeEnvironment : public testing::Environment
-{
-    void SetUp() override { Time_Typed::Init(); }
-};
-
-[[maybe_unused]] const testing::Environment* const sEnvironment =
-    testing::AddGlobalTestEnvironment(new TimeEnvironment);
-
-} // namespace
+// The limits of typed times are built before the first test, as a host's start-up does.
+[[maybe_unused]] static const bool sIsStarted = (Time_Typed::Init(), true);
