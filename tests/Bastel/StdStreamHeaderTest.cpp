@@ -228,19 +228,6 @@ TEST(StdStreamHeader, NamesEndAt255Bytes)
     EXPECT_FALSE(Reader(in, std::string(255, 'b')).IsMoreLeft());
 }
 
-TEST_F(StreamSums, EveryTurnedBitIsNoticedBeforeAValueIsRead)
-{
-    const auto size = static_cast<Cmn_Int64>(mBytes.size());
-    for (Cmn_Int64 at = 0; at < size; ++at)
-        for (int bit = 0; bit < 8; ++bit) {
-            Turn(at, 1 << bit);
-            mIn.Forget();
-            EXPECT_EQ(IsRefused("Out", cBegin), at >= cBegin && at < cNextAt) << at << " bit " << bit;
-            EXPECT_EQ(IsRefused("Next", cNextAt), at >= cNextAt && at < size - 2) << at << " bit " << bit;
-            Turn(at, 1 << bit);
-        }
-}
-
 TEST_F(StreamSums, WhatLiesInAVerifiedBodyIsNotReadTwice)
 {
     const auto numReads = [&] { return mSystem.GetNumRequests(MemoryFileSystem::eRead); };

@@ -1,6 +1,7 @@
 #include "Bastel/Sys/Sys_Clock.h"
 #include "Bastel/Sys/Sys_FileBasedOutStream.h"
 #include "FF/HandMade.h"
+#include "FF/SmallDocument.h"
 #include "FF/StDocument.h"
 #include "Kora/FF/FF_DocumentCheck.h"
 #include "Kora/FF/FF_DocumentRepair.h"
@@ -82,11 +83,9 @@ protected:
 
     static std::string PlainBytes(FF_Document& ioDocument, Cmn_Int64 iStart, Cmn_Int64 iEnd)
     {
-        std::string bytes(static_cast<std::size_t>(iEnd - iStart), '\0');
         Sys_TypedInStream in = ioDocument.MakeTypedInStream();
         in.SetPosition(iStart);
-        in.ReadBytes(bytes.data(), bytes.size());
-        return bytes;
+        return SmallDocument::TakeBytes(in, iEnd - iStart);
     }
     // Every key with the bytes of its stream.
     static std::map<std::string, std::string> ByKey(const char* iPath)

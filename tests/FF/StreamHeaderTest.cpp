@@ -33,6 +33,10 @@ TEST_F(StreamHeaderTest, ThreeItemsAreOneTwoThreeAndTheBytesAreTheSameWithoutDoc
         WriteSample(hasDocument ? &document : nullptr, out);
         EXPECT_EQ(document.GetTOC().GetNumKeys(), hasDocument ? 2 : 0) << document.Dump();
         document.Flush();
+        std::string items;
+        for (const FF_StreamInfo& stream : FF_DocumentCheck::ListStreams(document))
+            items += std::to_string(stream.listIndex);
+        EXPECT_EQ(items, "01230");
         const Bytes bytes = FileBytes();
         streams[hasDocument] = Bytes(bytes.begin() + start, bytes.begin() + document.GetTOCOffset());
     }
