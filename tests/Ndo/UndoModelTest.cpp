@@ -4,6 +4,8 @@
 
 namespace {
 
+using UndoModel = WorldTest;
+
 std::string Entries()
 {
     const std::string dump = Ndo_gManager.Dump();
@@ -13,16 +15,14 @@ std::string Entries()
 } // namespace
 
 // Random steps, undone, redone and abandoned, against the world's text after each of them.
-TEST(UndoModel, EveryPointOfTheHistoryComesBack)
+TEST_F(UndoModel, EveryPointOfTheHistoryComesBack)
 {
     const unsigned seed = std::random_device()();
     SCOPED_TRACE("seed " + std::to_string(seed));
     std::mt19937 random(seed);
-    World::Reset();
     const std::string entriesBefore = Entries();
 
-    std::vector<std::unique_ptr<Ndo_Operation>> undo;
-    std::vector<std::unique_ptr<Ndo_Operation>> redo;
+    std::vector<std::unique_ptr<Ndo_Operation>> undo, redo;
     std::vector<std::string> history{World::Text()}; // [undo.size()] is now
     std::vector<Ndo_ExternalRef<Note>> references(5);
     std::vector<Cmn_Int64> referred(5, 0);
@@ -45,11 +45,9 @@ TEST(UndoModel, EveryPointOfTheHistoryComesBack)
         }
     };
     const auto restore = [](auto& ioFrom, auto& ioTo) {
-        Ndo_StOperationRecorder recorder;
-        ioFrom.back()->Restore();
+        ioTo.push_back(Record([&] { ioFrom.back()->Restore(); }));
         ASSERT_TRUE(ioFrom.back()->IsEmpty());
         ioFrom.pop_back();
-        ioTo.push_back(recorder.OperationComplete());
     };
 
     for (int step = 0; step < 3000; ++step) {
@@ -62,9 +60,7 @@ TEST(UndoModel, EveryPointOfTheHistoryComesBack)
             Ndo_StOperationRecorder abandoned;
             edit();
         } else {
-            Ndo_StOperationRecorder recorder;
-            edit();
-            undo.push_back(recorder.OperationComplete());
+            undo.push_back(Record(edit));
             redo.clear();
             history.resize(undo.size());
             history.push_back(World::Text());
@@ -93,12 +89,11 @@ TEST(UndoModel, EveryPointOfTheHistoryComesBack)
     redo.clear();
     references.clear();
     World::Reset();
-    EXPECT_EQ(World::sNumStates, 0);
     EXPECT_EQ(Entries(), entriesBefore);
 }
 
 // One operation of every kind of change is restored, and each call into the world throws in its turn.
-TEST(UndoModel, AThrowingRestoreLeaksNothingAndARecorderTakesItBack)
+TEST_F(UndoModel, AThrowingRestoreLeaksNothingAndARecorderTakesItBack)
 {
     int throwAt = 0;
     for (bool threw = true; threw; ++throwAt) {
@@ -107,9 +102,7 @@ TEST(UndoModel, AThrowingRestoreLeaksNothingAndARecorderTakesItBack)
         Note* const first = Note::New(60);
         Note* const second = Note::New(62);
         Note* const third = Note::New(64);
-        std::unique_ptr<Ndo_Operation> operation;
-        {
-            Ndo_StOperationRecorder recorder;
+        auto operation = Record([&] {
             third->Set(65);
             first->NdoDelete();
             second->Set(63);
@@ -117,8 +110,7 @@ TEST(UndoModel, AThrowingRestoreLeaksNothingAndARecorderTakesItBack)
             Note::New(70);
             MoveFader::Log(5);
             Note::New(72);
-            operation = recorder.OperationComplete();
-        }
+        });
         const std::string before = World::Text();
         threw = false;
         try {

@@ -135,9 +135,7 @@ TEST(Convert, TheFrontEndAnswersAsItsConverter)
 
 TEST(Convert, QuantizedTimesStayWhereTheyAre)
 {
-    for (unsigned seed = 1; seed <= 40; ++seed) {
-        SCOPED_TRACE("seed " + std::to_string(seed));
-        RandomSession session(seed);
+    ForSessions(40, [](RandomSession& session) {
         Time_Converter& converter = session.converter;
         const StConverter installed(&converter);
         for (int i = 0; i < 200; ++i)
@@ -153,7 +151,7 @@ TEST(Convert, QuantizedTimesStayWhereTheyAre)
                 // Ticks are finer than samples and frames here, so their boundaries are everywhere.
                 ASSERT_EQ(Time_Convert::AdjustToTickBoundary(time), time);
             }
-    }
+    });
     // At 1 tick a sample and coarser, samples move to tick boundaries.
     auto segment = std::make_unique<Time_ConstantTempoSeg>(Time_Tick(cSongStart), 20.0, Time_TickLength(1));
     Time_TempoMap coarse;
@@ -182,9 +180,7 @@ TEST(Convert, DisplaySnapsNeverMoveAudio)
         EXPECT_EQ(Time_Convert::SnapToDisplayTick(Time_Sample(1499)), Time_Typed(1499, cSamples));
         EXPECT_EQ(Time_Convert::ToTickTimeWithDisplaySnap(Time_Tick(1499)), Time_Typed(1499, cTicks));
     }
-    for (unsigned seed = 1; seed <= 40; ++seed) {
-        SCOPED_TRACE("seed " + std::to_string(seed));
-        RandomSession session(seed);
+    ForSessions(40, [](RandomSession& session) {
         Time_Converter& converter = session.converter;
         const StConverter installed(&converter);
         int snaps = 0;
@@ -201,7 +197,7 @@ TEST(Convert, DisplaySnapsNeverMoveAudio)
             ASSERT_EQ(snapped, Time_Convert::SnapToDisplayTick(exact)) << time.Dump();
         }
         EXPECT_GT(snaps, 0);
-    }
+    });
     // The session start keeps its exact tick, though a display tick lies at the same sample.
     Time_TempoMap shifted;
     shifted.SetSampleRate(1);

@@ -66,3 +66,12 @@ public:
     Time_MeterMap meterMap;
     Time_Converter converter;
 };
+
+inline void ForSessions(unsigned iCount, const std::function<void(RandomSession&)>& iTest)
+{
+    for (unsigned seed = 1; seed <= iCount; ++seed) {
+        SCOPED_TRACE("seed " + std::to_string(seed));
+        RandomSession session(seed);
+        iTest(session);
+    }
+}

@@ -59,9 +59,7 @@ TEST(Converter, FramesRoundOrRunOn)
 
 TEST(Converter, EveryPathGoesThroughTheMapsAndWholeSamples)
 {
-    for (unsigned seed = 1; seed <= 60; ++seed) {
-        SCOPED_TRACE("seed " + std::to_string(seed));
-        RandomSession session(seed);
+    ForSessions(60, [](RandomSession& session) {
         const Time_Converter& converter = session.converter;
         const Time_TempoMap& tempo = *session.tempoMap;
         const Time_MeterMap& meters = session.meterMap;
@@ -92,14 +90,12 @@ TEST(Converter, EveryPathGoesThroughTheMapsAndWholeSamples)
             const Time_Typed time = session.AnyTime(unit);
             ASSERT_EQ(converter.ToType(time, cInvalid), time);
         }
-    }
+    });
 }
 
 TEST(Converter, SamplesSurviveTheWayThroughTicksAndLengthsAddInTheirOwnUnit)
 {
-    for (unsigned seed = 1; seed <= 40; ++seed) {
-        SCOPED_TRACE("seed " + std::to_string(seed));
-        RandomSession session(seed);
+    ForSessions(40, [](RandomSession& session) {
         const Time_Converter& converter = session.converter;
         for (int i = 0; i < 500; ++i) {
             const Time_Typed sample(session.Below(400000000), cSamples);
@@ -118,14 +114,12 @@ TEST(Converter, SamplesSurviveTheWayThroughTicksAndLengthsAddInTheirOwnUnit)
         const Time_Typed tick(cSongStart + 1, cTicks);
         ASSERT_EQ(converter.AddLength(tick, Time_TypedLength(0, cSamples)), tick);
         ASSERT_EQ(converter.SubtractLength(tick, Time_TypedLength(0, cFrames)), tick);
-    }
+    });
 }
 
 TEST(Converter, ManyTimesGiveTheBitsOfSingleOnes)
 {
-    for (unsigned seed = 1; seed <= 60; ++seed) {
-        SCOPED_TRACE("seed " + std::to_string(seed));
-        RandomSession session(seed);
+    ForSessions(60, [](RandomSession& session) {
         const Time_Converter& converter = session.converter;
         for (const Time_EType from : cUnits)
             for (const Time_EType to : cUnits) {
@@ -152,7 +146,7 @@ TEST(Converter, ManyTimesGiveTheBitsOfSingleOnes)
                 converter.AddTime(&lengths, origin);
                 ASSERT_EQ(lengths, times);
             }
-    }
+    });
 }
 
 TEST(Converter, TheSessionPinsWhatLiesOutside)

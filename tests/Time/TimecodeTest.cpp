@@ -54,9 +54,7 @@ struct Counter
     }
 };
 
-class FormatTest : public testing::TestWithParam<Form>
-{
-};
+using FormatTest = testing::TestWithParam<Form>;
 INSTANTIATE_TEST_SUITE_P(Formats, FormatTest, testing::ValuesIn(cForms));
 
 } // namespace

@@ -46,29 +46,23 @@ TEST_F(PlotTest, AnySongGivesAWellFormedPictureOfBoundedSizeInsideThePage)
         many += Tempo(1 + random() % 400, 1 + static_cast<int>(random() % 16000000)) +
                 Meter(random() % 9, 1 + static_cast<int>(random() % 9), static_cast<int>(random() % 6)) +
                 Key(0, static_cast<int>(random() % 15) - 7, i % 2);
-    const struct
-    {
-        const char* mShows;
-        std::string mBytes;
-        const char* mHolds;
-    } cRows[] = {
-        {"nothing but the defaults",    File(480,   {""}),
-         "0 bars · 0:00.000 · 120 bpm · 1 tempo, 1 meter, 0 keys"                                                                  },
-        {"one tick",                    File(32767, {Text(1, "")}),                                    ">1 bar · 0:00.000 · 120 bpm"},
-        {"all in the first tick",       File(480,   {Tempo(0, 1) + Meter(0, 255, 0) + Key(0, -7, 1)}),
-         "60000000 bpm"                                                                                                               },
-        {"the slowest and the fastest", File(1,     {Tempo(0, 16777215) + Tempo(9, 1) + Text(9, "")}),
-         "3.576 to "                                                                                                                  },
-        {"eighteen days",               File(1,     {Text(1558230, ""), Key(9, 7, 0)}),                ">216:00:00<"                  },
-        {"bars of a thousandth",        File(480,   {Meter(0, 1, 11) + Text(480000, "")}),             ">512000 bars"                 },
-        {"six thousand changes",        File(480,   {many}),                                           "· 2001 tempos, "             },
-        {"a bar cut short",             File(480,   {Meter(480, 3, 2) + Text(4800, "")}),              ">3/4 cuts bar 1<"             },
+    // clang-format off
+    const std::tuple<const char*, std::string, const char*> rows[] = {
+        {"nothing but the defaults", File(480, {""}), "0 bars · 0:00.000 · 120 bpm · 1 tempo, 1 meter, 0 keys"},
+        {"one tick", File(32767, {Text(1, "")}), ">1 bar · 0:00.000 · 120 bpm"},
+        {"all in the first tick", File(480, {Tempo(0, 1) + Meter(0, 255, 0) + Key(0, -7, 1)}), "60000000 bpm"},
+        {"the slowest and the fastest", File(1, {Tempo(0, 16777215) + Tempo(9, 1) + Text(9, "")}), "3.576 to "},
+        {"eighteen days", File(1, {Text(1558230, ""), Key(9, 7, 0)}), ">216:00:00<"},
+        {"bars of a thousandth", File(480, {Meter(0, 1, 11) + Text(480000, "")}), ">512000 bars"},
+        {"six thousand changes", File(480, {many}), "· 2001 tempos, "},
+        {"a bar cut short", File(480, {Meter(480, 3, 2) + Text(4800, "")}), ">3/4 cuts bar 1<"},
     };
-    for (const auto& row : cRows) {
-        const std::string svg = Svg(row.mBytes, "<&\">\x01\xFF");
-        EXPECT_EQ(FaultOf(svg), "") << row.mShows;
-        EXPECT_LT(svg.size(), 1000000u) << row.mShows;
-        EXPECT_NE(svg.find(row.mHolds), std::string::npos) << row.mShows << svg.substr(0, 3000);
+    // clang-format on
+    for (const auto& [shows, bytes, holds] : rows) {
+        const std::string svg = Svg(bytes, "<&\">\x01\xFF");
+        EXPECT_EQ(FaultOf(svg), "") << shows;
+        EXPECT_LT(svg.size(), 1000000u) << shows;
+        EXPECT_NE(svg.find(holds), std::string::npos) << shows << svg.substr(0, 3000);
     }
 }
 
