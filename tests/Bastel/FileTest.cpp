@@ -162,6 +162,7 @@ TEST_F(FileTest, PositionsAreItsOwnAndGoPastTheEnd)
     EXPECT_EQ(file.GetPosition(), 5);
     EXPECT_EQ(file.Read(bytes.data(), 1) + file.Write("a", 1), 0u);
     file.Open(System::eAccess_Read);
+    EXPECT_EQ(file.GetPosition(), 0);
     file.Open(System::eAccess_New);
     EXPECT_EQ(file.GetLength(), 12);
     EXPECT_EQ(recorder.Take().size(), 4u);

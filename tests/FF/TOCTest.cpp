@@ -351,6 +351,8 @@ TEST(TOC, HostileTablesAreRefusedAndTheContentStays)
         {"a piece at the end behind a plain location", false, one("00 0900 01 0600 0100 00000100")},
         {"63 plain locations and an unknown one", true, one(Times(63, "00 0100 ") + "02 0000")},
         {"64 plain locations and an unknown one", false, one(Times(64, "00 0100 ") + "02 0000")},
+        {"a count that its size does not fit", false, one("01 0200 0100 00800000")},
+        {"a text longer than its size", false, one("00 0000", "01 0400 01000000 61")},
         {"a text without room for its count", false, one("00 0000", "01 0000")},
     };
     // clang-format on
