@@ -180,7 +180,8 @@ TEST(MeterMapEdit, PasteFillsTheRangeAndKeepsTheMeterBehindIt)
         {"the song start comes back", "1| 4/4 @-8   3| 2/4 @0", paste(-4, 3, whole),
             "0| 4/4 @-8   1| 3/4 @-4   3| 3/4 @0   4| 6/8 @2   5| 2/4 @4"},
         {"or not", "1| 4/4 @-8   3| 2/4 @0", paste(-4, 3, whole, true), "1| 4/4 @-8   2| 3/4 @-4   4| 6/8 @2   5| 2/4 @4"},
-        {"the song start is set before bars are numbered", "1| 4/4", paste(-4, 3, fifty), "50| 3/4 @-4   52| 4/4 @0"},
+        {"the song start is set before bars are numbered", "1| 4/4 @-8", paste(-4, 3, fifty),
+            "-48| 4/4 @-8   -47| 3/4 @-4   -45| 3/4 @0   -43| 4/4 @4"},
         {"over the default change", "", paste(0, 7, whole), "2| 3/4 @0   4| 6/8 @6   5| 4/4 @8"},
     });
 }
