@@ -280,6 +280,46 @@ TEST_F(RepairTest, AnOldTableLendsPiecesItemsAndStates)
     }
 }
 
+// A list of three streams after one that is lost, so that all places move.
+TEST_F(RepairTest, ItemsThatAreLostAreInvalidAndTheOthersKeepTheirNumbers)
+{
+    enum EDamage { eItem, eListHeader };
+    const struct
+    {
+        EDamage damage;
+        bool hasTable;
+        std::string table;
+    } rows[] = {
+        {eItem,       true,  "9  Invalid  list\n9 #1  [49]  item\n9 #2  Invalid  item\n9 #3  [81]  item\n"},
+        {eItem,       false,
+         "9  Invalid  \n9 #1  [49]  \n9 #2  Invalid  \n9 #3  [81]  \n9[1]/10  [49]  \n9[3]/10  [81]  \n"  },
+        {eListHeader, true,  "9  Invalid  list\n9 #1  [49]  item\n9 #2  [81]  item\n9 #3  [113]  item\n"  },
+        {eListHeader, false, ""                                                                           },
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.table);
+        Document document(Sys_Store::eOpenFlag_New);
+        Write(document, 7, 1);
+        Sys_TypedOutStream out = document.MakeTypedOutStream();
+        document.SeekToEnd(out);
+        const Cmn_Int64 list = out.GetPosition();
+        WriteList(&document, out, 9, 3, 10);
+        document.Flush();
+        const std::size_t toc = document.GetTOCOffset();
+        document.Close();
+        Bytes bytes = FileBytes();
+        bytes[49 + 30] ^= 1;
+        bytes[row.damage == eItem ? toc - 32 - 1 : static_cast<std::size_t>(list)] ^= 1;
+        if (!row.hasTable) bytes[toc + 30] ^= 1;
+        mFiles.SetBytes(cPath, bytes);
+        const Report report = Repair();
+        Document repaired(Sys_Store::eOpenFlag_Read, 0, cRepaired);
+        EXPECT_EQ(repaired.GetTOC().Dump(), row.table);
+        const bool hasOrphans = Text(report.lost).find("of a list that is not found") != std::string::npos;
+        EXPECT_EQ(hasOrphans, row.table.empty()) << Text(report.lost);
+    }
+}
+
 // Whatever one byte of the file header says, what the others and the sums say is enough.
 TEST_F(RepairTest, ADamagedFileHeaderIsSeenThrough)
 {

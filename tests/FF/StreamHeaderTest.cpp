@@ -43,6 +43,30 @@ TEST_F(StreamHeaderTest, ThreeItemsAreOneTwoThreeAndTheBytesAreTheSameWithoutDoc
     EXPECT_EQ(streams[0], streams[1]);
 }
 
+TEST_F(StreamHeaderTest, WhatFollowsTheItemsInsideAListIsInNoneOfThem)
+{
+    Document document(Sys_Store::eOpenFlag_New);
+    Sys_TypedOutStream out = document.MakeTypedOutStream();
+    {
+        document.AddTOCEntry(Key(cList), 0, static_cast<Cmn_UInt64>(out.GetPosition()), "list");
+        const FF_StreamHeaderWriter header(&document, out, cList, 1);
+        {
+            FF_StreamListWriter list(&document, out, 1);
+            list.AddListEntry(0, "item");
+        }
+        EXPECT_EQ(document.GetCurrentContext().back().GetListIndex(), 0);
+        const FF_StreamHeaderWriter after(&document, out, cAfter, 1);
+    }
+    document.Flush();
+    EXPECT_EQ(FF_DocumentCheck::ListStreams(document).back().listIndex, 0U);
+
+    Sys_TypedInStream in = document.MakeTypedInStream();
+    ASSERT_TRUE(document.SeekToStream(Key(cList), in));
+    const Reader header(&document, in, cList);
+    FF_StreamListReader(&document, in).SeekToListEntry(0);
+    EXPECT_EQ(document.GetCurrentContext().back().GetListIndex(), 0);
+}
+
 // Stream 7 is written in place with 70, behind an outermost stream 8; what is registered of it varies.
 TEST_F(StreamHeaderTest, ReadersGoWhereTheTableSends)
 {
