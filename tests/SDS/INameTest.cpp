@@ -1,9 +1,8 @@
-#include "Bastel/Cmn/Cmn_Exception.h"
 #include "Kora/SDS/Source/SDS_ConnectionIterator.h"
 #include "SDS/NameFixture.h"
 #include "SDS/TokenFixture.h"
+#include "Support/Thrown.h"
 
-#include <functional>
 #include <memory>
 
 namespace {
@@ -39,17 +38,9 @@ TEST_F(IName, AConstructorThatFailsThrowsTheErrorAndHoldsNothing)
     const SDS_IName base("iname");
     const std::string before = SDS_NameRegistry::Dump();
     const std::string longName(32, 'n'), longPath(1024, '/');
-    const auto thrown = [](const std::function<void()>& iMake) {
-        try {
-            iMake();
-        } catch (const Cmn_Exception& error) {
-            return error.GetOSError();
-        }
-        return Cmn_Int32{0};
-    };
-    EXPECT_EQ(thrown([&] { SDS_IName name(("a/" + longName).c_str()); }), eSDSErr_NameTooLong);
-    EXPECT_EQ(thrown([&] { SDS_IName name(&base, longName.c_str()); }), eSDSErr_NameTooLong);
-    EXPECT_EQ(thrown([&] { SDS_IName name(base.GetID(), longPath.c_str()); }), eSDSErr_PathTooLong);
+    EXPECT_EQ(Thrown([&] { SDS_IName(("a/" + longName).c_str()); }).GetOSError(), eSDSErr_NameTooLong);
+    EXPECT_EQ(Thrown([&] { SDS_IName(&base, longName.c_str()); }).GetOSError(), eSDSErr_NameTooLong);
+    EXPECT_EQ(Thrown([&] { SDS_IName(base.GetID(), longPath.c_str()); }).GetOSError(), eSDSErr_PathTooLong);
     EXPECT_EQ(SDS_NameRegistry::Dump(), before);
 }
 
@@ -81,16 +72,14 @@ TEST_F(IName, TheObjectIsSharedSetWhenItDiffersFromTheHandlesLastAndForgottenWit
 
 TEST_F(IName, BreakingAllConnectionsLeavesThoseOfOthers)
 {
-    SDS_IName hub("iname/hub"), a("iname/a"), b("iname/b"), c("iname/c");
+    SDS_IName hub("iname/hub"), a("iname/a"), b("iname/b");
     EXPECT_EQ(hub.ConnectTo(nullptr), eSDSErr_None);
     EXPECT_EQ(hub.DisconnectFrom(nullptr), eSDSErr_None);
     EXPECT_EQ(hub.BreakAllConnections(), eSDSErr_None);
     hub.ConnectTo(&a);
     b.ConnectTo(&hub);
-    hub.ConnectTo(&b);
-    hub.ConnectTo(&c);
     a.ConnectTo(&b);
-    EXPECT_EQ(Walked<SDS_ConnectionIterator>(hub.GetID()), Names({a.GetID(), b.GetID(), c.GetID()}));
+    EXPECT_EQ(Walked<SDS_ConnectionIterator>(hub.GetID()), Names({a.GetID(), b.GetID()}));
     EXPECT_EQ(hub.BreakAllConnections(), eSDSErr_None);
     EXPECT_EQ(Walked<SDS_ConnectionIterator>(hub.GetID()), Names());
     EXPECT_EQ(Walked<SDS_ConnectionIterator>(a.GetID()), Names({b.GetID()}));

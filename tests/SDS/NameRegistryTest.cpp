@@ -6,6 +6,7 @@
 #include "Support/AllocationCounter.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <deque>
 #include <map>
 #include <memory>
@@ -173,10 +174,8 @@ TEST_F(NameRegistry, NamesComeAndGoWithoutAllocationOnceTheCellsAreThere)
     const auto round = [](int iRound) {
         SDS_Name* names[2500];
         for (int i = 0; i < 2500; ++i) {
-            char path[] = "steady/00/0000";
-            for (int at = 13, left = i; at > 9; --at, left /= 10)
-                path[at] = static_cast<char>('0' + left % 10);
-            path[8] = static_cast<char>('0' + iRound);
+            char path[32];
+            std::snprintf(path, sizeof(path), "steady/%d/%d", iRound, i);
             Registry::ReserveName(nullptr, path, &names[i]);
         }
         for (SDS_Name* const name : names)
@@ -257,6 +256,15 @@ public:
         return true;
     }
 
+    // Depth first, and the newest connections first.
+    void Discover(SDS_Name* iFrom, Names& ioFound) const
+    {
+        if (std::find(ioFound.begin(), ioFound.end(), iFrom) != ioFound.end()) return;
+        ioFound.push_back(iFrom);
+        for (SDS_Name* const peer : mLive.at(iFrom).connected)
+            Discover(peer, ioFound);
+    }
+
     std::map<SDS_Name*, Node> mLive;
 
 private:
@@ -328,10 +336,8 @@ TEST_F(NameRegistry, ARandomScriptGivesTheModelsNodesIdentitiesAndCounts)
         SDS_Name* id = nullptr;
         ESDSError result = eSDSErr_None;
         bool success = a != nullptr;
-        switch (random() % 10) {
-        case 0:
-        case 1:
-        case 2:
+        switch ("RRRFFFCDDO"[random() % 10]) {
+        case 'R':
             if (a == base) continue; // nobody frees it, and its count has a limit
             result = Registry::ReserveName(fromA, textA.c_str(), &id);
             if (SDS_Name* const made = model.FindOrMake(fromA, pathA); (success = made != nullptr)) {
@@ -340,9 +346,7 @@ TEST_F(NameRegistry, ARandomScriptGivesTheModelsNodesIdentitiesAndCounts)
                 ASSERT_EQ(id, made) << step;
             }
             break;
-        case 3:
-        case 4:
-        case 5:
+        case 'F':
             if (a == base) continue; // the holder's
             result = Registry::FreeName(fromA, textA.c_str());
             if ((success = a != nullptr && model.mLive.at(a).reserved > 0)) {
@@ -350,7 +354,7 @@ TEST_F(NameRegistry, ARandomScriptGivesTheModelsNodesIdentitiesAndCounts)
                 model.FreeUnlessHeld(a);
             }
             break;
-        case 6:
+        case 'C':
             result = Registry::ConnectNames(fromA, textA.c_str(), fromB, textB.c_str());
             if (SDS_Name* const madeA = model.FindOrMake(fromA, pathA); (success = madeA != nullptr)) {
                 SDS_Name* const madeB = model.FindOrMake(fromB, pathB);
@@ -364,8 +368,7 @@ TEST_F(NameRegistry, ARandomScriptGivesTheModelsNodesIdentitiesAndCounts)
                 }
             }
             break;
-        case 7:
-        case 8:
+        case 'D':
             // Drawn pairs are hardly ever connected.
             if (a != nullptr && step % 8 != 0 && !model.mLive.at(a).connected.empty()) {
                 b = model.mLive.at(a).connected.back();
@@ -379,7 +382,7 @@ TEST_F(NameRegistry, ARandomScriptGivesTheModelsNodesIdentitiesAndCounts)
                 model.FreeUnlessHeld(b);
             }
             break;
-        case 9:
+        case 'O':
             result = Registry::SetObject(fromA, textA.c_str(), &model.mLive);
             if (success) model.mLive.at(a).object = &model.mLive;
             break;
@@ -394,10 +397,14 @@ TEST_F(NameRegistry, ARandomScriptGivesTheModelsNodesIdentitiesAndCounts)
             ASSERT_EQ(name->mObject, node.object) << step;
         }
         SDS_Name* const drawn = drawBase();
-        Names connected = model.mLive.at(drawn).connected;
+        Names connected = model.mLive.at(drawn).connected, closure;
+        model.Discover(drawn, closure);
         std::reverse(connected.begin(), connected.end());
+        std::reverse(closure.begin(), closure.end());
         ASSERT_EQ(Walked<SDS_ChildIterator>(drawn), model.mLive.at(drawn).children) << step;
         ASSERT_EQ(Walked<SDS_ConnectionIterator>(drawn), connected) << step;
+        ASSERT_EQ(Walked<SDS_ConnectionClosureIterator>(drawn), closure) << step;
+        ASSERT_EQ(drawn->mVisited, 0);
     }
     // Held once more by their identities, they are taken apart in any order.
     SDS_Name* held = nullptr;

@@ -10,8 +10,11 @@
 #include "Support/AllocationCounter.h"
 
 #include <array>
+#include <deque>
+#include <list>
 #include <memory>
 #include <optional>
+#include <random>
 #include <thread>
 
 namespace {
@@ -21,7 +24,6 @@ using Log = std::vector<int>;
 class TokenDispatch : public TokenTest
 {
 protected:
-    TokenDispatch() { mTask.ResumeProcessing(); }
     // Connections outlive the names that made them.
     ~TokenDispatch() override
     {
@@ -34,130 +36,116 @@ protected:
     SDS_IName mA{"dispatch/a"};
     SDS_IName mB{"dispatch/b"};
     SDS_IName mC{"dispatch/c"};
-    SDS_ITokenTask mTask{0};
+    RunningTask mTask{0};
 };
 
-TEST_F(TokenDispatch, ZeroInAListenersTypeOrSubtypeIsAny)
-{
-    struct Row
-    {
-        Cmn_Int32 type, subtype;
-    };
-    constexpr Row cListeners[] = {
-        {5,  2},
-        {5,  0},
-        {0,  2},
-        {0,  0},
-        {5,  3},
-        {6,  2},
-        {-1, 0}
-    };
-    std::vector<std::unique_ptr<Recorder>> listeners;
-    std::array<Log, std::size(cListeners)> logs;
-    for (std::size_t i = 0; i < std::size(cListeners); ++i) {
-        listeners.push_back(std::make_unique<Recorder>(
-            &mTask, mA, logs[i], Hears{cListeners[i].type, cListeners[i].subtype, false}));
-    }
-    int sequence = 0;
-    for (const Row& sent : cListeners) {
-        EXPECT_EQ(Send(mA, {sent.type, sent.subtype, ++sequence}), eSDSErr_None);
-        for (Log& log : logs)
-            log.clear();
-        mTask.ProcessTokens(0, Time_Sample(0), 0);
-        for (std::size_t i = 0; i < std::size(cListeners); ++i) {
-            const Row& listener = cListeners[i];
-            const bool heard = (listener.type == 0 || listener.type == sent.type) &&
-                               (listener.subtype == 0 || listener.subtype == sent.subtype);
-            EXPECT_EQ(logs[i], heard ? Log{sequence} : Log{}) << listener.type << ' ' << listener.subtype;
-        }
-    }
-}
-
+// Listeners come, change and go, nodes are joined and parted, pauses begin and end, all at random: who hears what, in plain
+// words.
 TEST_F(TokenDispatch, ConnectedNodesHearEachOtherInBothDirections)
 {
-    const Recorder atB(&mTask, mB, mLog);
-    const Recorder atC(&mTask, mC, mLog);
-    Send(mA, {1, 1, 1});
-    EXPECT_EQ(Drain(), Log());
-    mA.ConnectTo(&mB);
-    Send(mA, {1, 1, 2});
-    EXPECT_EQ(Drain(), Log({2}));
-    mC.ConnectTo(&mB);
-    for (SDS_IName* name : {&mA, &mB, &mC})
-        Send(*name, {1, 1, 3});
-    EXPECT_EQ(Drain(), Log(6, 3));
-    mB.DisconnectFrom(&mA);
-    Send(mA, {1, 1, 4});
-    EXPECT_EQ(Drain(), Log());
-    Send(mC, {1, 1, 5});
-    EXPECT_EQ(Drain(), Log({5, 5}));
-    mB.BreakAllConnections();
-    Send(mB, {1, 1, 6});
-    EXPECT_EQ(Drain(), Log({6}));
+    struct Guest
+    {
+        std::size_t node;
+        Hears what;                       // 0 is any
+        std::array<bool, 3> senders = {}; // whose tokens it hears
+        Log waiting = {}, log = {};
+        std::unique_ptr<Recorder> recorder = nullptr;
+    };
+    const unsigned seed = std::random_device()();
+    SCOPED_TRACE(seed);
+    std::mt19937 random(seed);
+    RunningTask tasks[] = {RunningTask(0), RunningTask(15), RunningTask(16)};
+    SDS_IName* const nodes[] = {&mA, &mB, &mC};
+    bool joined[3][3] = {}, paused = false;
+    std::list<Guest> guests;
+    for (int step = 1; step < 10000; ++step) {
+        const std::size_t a = random() % 3, b = random() % 3;
+        const Hears drawn{static_cast<Cmn_Int32>(random() % 4) - 1, static_cast<Cmn_Int32>(random() % 2)};
+        const auto guest =
+            guests.empty() ? guests.end() : std::next(guests.begin(), random() % guests.size());
+        switch (random() % 8) {
+        case 0:
+            nodes[a]->ConnectTo(nodes[b]);
+            joined[a][b] = joined[b][a] = a != b;
+            break;
+        case 1:
+            nodes[a]->DisconnectFrom(nodes[b]);
+            joined[a][b] = joined[b][a] = false;
+            break;
+        case 2:
+            paused = !paused;
+            SDS_ITokenTask::SetTokensPaused(paused);
+            break;
+        case 3:
+            guests.push_back({a, drawn});
+            guests.back().recorder =
+                std::make_unique<Recorder>(&tasks[b], *nodes[a], guests.back().log, drawn);
+            break;
+        case 4:
+            if (guests.size() > 120 || (random() % 4 == 0 && !guests.empty())) guests.erase(guest);
+            break;
+        case 5:
+            if (guests.empty()) break;
+            guest->recorder->GetSDSTokenListener()->SetType(drawn.type);
+            guest->what.type = drawn.type;
+            guest->waiting.clear();
+            guest->senders = {};
+            break;
+        default:
+            ASSERT_EQ(Send(*nodes[a], {drawn.type, drawn.subtype, step}), eSDSErr_None);
+            for (Guest& each : guests) {
+                const Hears& what = each.what;
+                const bool hears = each.senders[a] && (what.type == 0 || what.type == drawn.type) &&
+                                   (what.subtype == 0 || what.subtype == drawn.subtype);
+                if (hears) each.waiting.push_back(step);
+            }
+        }
+        for (Guest& each : guests) {
+            for (std::size_t from = 0; from < 3 && !paused; ++from) {
+                const std::size_t at = each.node, third = 3 - at - from; // meaningless where both are one
+                each.senders[from] =
+                    at == from || joined[at][from] || (joined[at][third] && joined[third][from]);
+            }
+        }
+        if (step % 8 != 0) continue;
+        for (SDS_ITokenTask& task : tasks)
+            task.ProcessTokens(0, Time_Sample(0), 0);
+        for (Guest& each : guests) {
+            ASSERT_EQ(std::exchange(each.log, {}), std::exchange(each.waiting, {})) << step;
+        }
+    }
+    if (paused) SDS_ITokenTask::SetTokensPaused(false);
 }
 
-// Of three tokens the last, at the place of the last, whether the older ones are withdrawn by the producer or dropped by
-// the consumer.
+// Random tokens, drained at random moments, against the rule in plain words: of the tokens of a latest listener the last, at
+// the place of the last, whether the older ones are withdrawn by the producer or dropped by the consumer.
 TEST_F(TokenDispatch, ALatestListenerIsToldTheNewestBehindWhatWasSentBeforeIt)
 {
     for (const Cmn_Int32 priority : {0, 15, 16, 40}) {
-        SDS_ITokenTask task(priority);
-        task.ResumeProcessing();
-        const Recorder latest(&task, mA, mLog, {7, 0, true});
-        const Recorder every(&task, mA, mLog, {8, 0, false});
-        const Recorder secondLatest(&task, mB, mLog, {7, 0, true});
-        struct Row
-        {
-            const char* what;
-            std::vector<std::pair<int, int>> sent; // type (9: to B), sequence
-            Log told;
-        };
-        const Row rows[] = {
-            {"one",                        {{7, 1}},                                 {1}         },
-            {"the last of three",          {{7, 1}, {7, 2}, {7, 3}},                 {3}         },
-            {"behind others sent between", {{7, 1}, {8, 2}, {7, 3}},                 {2, 3}      },
-            {"before others sent after",   {{8, 1}, {7, 2}, {8, 3}, {8, 4}},         {1, 2, 3, 4}},
-            {"each keeps to its place",    {{7, 1}, {9, 2}, {8, 3}, {7, 4}, {8, 5}}, {2, 3, 4, 5}},
-            {"two latest listeners",       {{9, 1}, {7, 2}, {9, 3}},                 {2, 3}      },
-        };
-        for (const Row& row : rows) {
-            for (const auto& [type, sequence] : row.sent) {
-                Send(type == 9 ? mB : mA, {type == 9 ? 7 : type, 0, sequence});
-            }
-            EXPECT_EQ(Drained(task, mLog), row.told) << row.what << ", priority " << priority;
-        }
-        const std::size_t before = FreeCells();
-        for (int i = 0; i < 100; ++i)
-            Send(mA, {7, 0, i});
-        EXPECT_EQ(before - FreeCells(), priority < 16 ? 1u : 100u)
-            << "cells in the queue, priority " << priority;
-        EXPECT_EQ(Drained(task, mLog), Log({99}));
-    }
-}
-
-// Random tokens, drained at random moments, against the rule in plain words.
-TEST_F(TokenDispatch, AnyMixOfLatestAndOrdinaryTokensKeepsItsOrder)
-{
-    for (const Cmn_Int32 priority : {0, 16}) {
-        SDS_ITokenTask task(priority);
-        task.ResumeProcessing();
-        std::vector<std::unique_ptr<Recorder>> listeners;
-        for (int type = 1; type <= 5; ++type) {
-            listeners.push_back(std::make_unique<Recorder>(&task, mA, mLog, Hears{type, 0, type <= 3}));
-        }
+        SCOPED_TRACE(priority);
+        RunningTask task(priority);
+        const auto nodeOf = [&](int iType) -> SDS_IName& { return iType % 2 != 0 ? mA : mB; };
+        std::deque<Recorder> listeners;
+        for (int type = 1; type <= 5; ++type)
+            listeners.emplace_back(&task, nodeOf(type), mLog, Hears{type, 0, type <= 3});
         Log waiting; // type + 10 * sequence
         Cmn_UInt32 random = 12345;
         for (int step = 1; step < 3000; ++step) {
             random = random * 1664525 + 1013904223;
             const int type = static_cast<int>(random >> 16) % 5 + 1;
-            Send(mA, {type, 0, type + 10 * step});
+            Send(nodeOf(type), {type, 0, type + 10 * step});
             if (type <= 3) std::erase_if(waiting, [&](int iToken) { return iToken % 10 == type; });
             waiting.push_back(type + 10 * step);
             if ((random >> 28) != 0) continue;
-            EXPECT_EQ(Drained(task, mLog), waiting) << "priority " << priority << ", step " << step;
+            EXPECT_EQ(Drained(task, mLog), waiting) << step;
             waiting.clear();
         }
         Drained(task, mLog);
+        const std::size_t before = CellsInUse();
+        for (int i = 0; i < 100; ++i)
+            Send(mA, {1, 0, i});
+        EXPECT_EQ(CellsInUse() - before, priority < 16 ? 1u : 100u);
+        EXPECT_EQ(Drained(task, mLog), Log({99}));
     }
 }
 
@@ -170,6 +158,11 @@ TEST_F(TokenDispatch, RefusalsNameTheirReason)
         char data[1040] = {};
     } large;
     large.header.name = mA.GetID();
+    unsigned char available = 0;
+    SDS_Token* token = nullptr;
+    SDS_TokenListener* heard = nullptr;
+    void* value = nullptr;
+    SDS_TokenTask* const task = mTask.GetSDSTokenTask();
     struct Row
     {
         const char* what;
@@ -193,20 +186,17 @@ TEST_F(TokenDispatch, RefusalsNameTheirReason)
     for (const Row& row : rows) {
         large.header.size = row.size;
         EXPECT_EQ(SDS_TokenDispatcher::DispatchToken(&large.header), row.result) << row.what;
-        SDS_TokenListener* heard = nullptr;
-        SDS_Token* token = nullptr;
-        EXPECT_EQ(SDS_TokenDispatcher::GetToken(mTask.GetSDSTokenTask(), &heard, &token), eSDSErr_None);
+        EXPECT_EQ(SDS_TokenDispatcher::TokensAvailable(task, &available), eSDSErr_None);
+        EXPECT_EQ(available, row.result == eSDSErr_None ? 1 : 0) << row.what;
+        EXPECT_EQ(SDS_TokenDispatcher::GetTokenAndTaskVal(task, &heard, &value, &token), eSDSErr_None);
         ASSERT_EQ(token != nullptr, row.result == eSDSErr_None) << row.what;
         if (token == nullptr) continue;
         EXPECT_EQ(heard, listener.GetSDSTokenListener());
+        EXPECT_EQ(value, static_cast<const SDS_ITokenListener*>(&listener));
         EXPECT_EQ(token->size, row.size);
         EXPECT_EQ(SDS_TokenDispatcher::DoneWithToken(token), eSDSErr_None);
     }
     TestToken nameless(1, 1);
-    unsigned char available = 0;
-    SDS_Token* token = nullptr;
-    SDS_TokenListener* heard = nullptr;
-    SDS_TokenTask* const task = mTask.GetSDSTokenTask();
     EXPECT_EQ(SDS_TokenDispatcher::DispatchToken(nullptr), eSDSErr_OutOfMemory);
     EXPECT_EQ(SDS_TokenDispatcher::DispatchToken(&nameless.header), eSDSErr_InvalidName);
     EXPECT_EQ(SDS_TokenDispatcher::RebuildActiveListenerList(nullptr, true), eSDSErr_InvalidName);
@@ -220,8 +210,7 @@ TEST_F(TokenDispatch, RefusalsNameTheirReason)
 
 TEST_F(TokenDispatch, AFullPoolServesTheFirstListenersAndIsWholeAgainAfterwards)
 {
-    SDS_ITokenTask quiet(16); // never grows the pool
-    quiet.ResumeProcessing();
+    RunningTask quiet(16); // never grows the pool
     const Cmn_UInt32 grown = SDS_TokenDispatcher::GetTokenPoolGrowCount();
     Log logs[3];
     std::vector<std::unique_ptr<Recorder>> listeners;
@@ -242,37 +231,12 @@ TEST_F(TokenDispatch, AFullPoolServesTheFirstListenersAndIsWholeAgainAfterwards)
     EXPECT_EQ(SDS_TokenDispatcher::GetTokenPoolGrowCount(), grown);
 }
 
-TEST_F(TokenDispatch, AClientTakesATokenAtATime)
-{
-    const Recorder listener(&mTask, mA, mLog);
-    for (int i = 1; i <= 2; ++i)
-        Send(mA, {1, 1, i});
-    SDS_TokenTask* const task = mTask.GetSDSTokenTask();
-    unsigned char available = 0;
-    for (int i = 1; i <= 2; ++i) {
-        SDS_TokenDispatcher::TokensAvailable(task, &available);
-        EXPECT_EQ(available, 1);
-        SDS_Token* token = nullptr;
-        SDS_TokenListener* heard = nullptr;
-        void* value = nullptr;
-        EXPECT_EQ(SDS_TokenDispatcher::GetTokenAndTaskVal(task, &heard, &value, &token), eSDSErr_None);
-        ASSERT_NE(token, nullptr);
-        EXPECT_EQ(TestToken::Of(token).sequence, i);
-        EXPECT_EQ(value, static_cast<const SDS_ITokenListener*>(&listener));
-        EXPECT_NE(task->Dump().find(i == 1 ? "/dispatch/a" : "priority"), std::string::npos) << task->Dump();
-        SDS_TokenDispatcher::DoneWithToken(token);
-    }
-    SDS_TokenDispatcher::TokensAvailable(task, &available);
-    EXPECT_EQ(available, 0);
-}
-
 TEST_F(TokenDispatch, WhatIsQueuedForAListenerThatGoesIsNeverHandedOut)
 {
     enum class Way { eDestroyed, eMoved, eTaskDestroyed, eTypeChanged };
     for (const Way way : {Way::eDestroyed, Way::eMoved, Way::eTaskDestroyed, Way::eTypeChanged}) {
         for (const bool latest : {false, true}) {
-            auto task = std::make_unique<SDS_ITokenTask>(0);
-            task->ResumeProcessing();
+            auto task = std::make_unique<RunningTask>(0);
             auto listener = std::make_unique<Recorder>(task.get(), mA, mLog, Hears{0, 0, latest});
             const Recorder stays(&mTask, mA, mLog);
             Send(mA, {1, 1, 1});
@@ -290,31 +254,14 @@ TEST_F(TokenDispatch, WhatIsQueuedForAListenerThatGoesIsNeverHandedOut)
     }
 }
 
-TEST_F(TokenDispatch, APauseDefersWhoHearsAndNothingElse)
+TEST_F(TokenDispatch, PausesNestAndOneThatEndsTooOftenMakesTheNextNone)
 {
-    std::optional<Recorder> first(std::in_place, &mTask, mA, mLog);
-    SDS_ITokenTask::SetTokensPaused(true);
-    SDS_ITokenTask::SetTokensPaused(true);
-    std::optional<Recorder> second(std::in_place, &mTask, mA, mLog);
-    mA.ConnectTo(&mB);
-    Send(mA, {1, 1, 1});
-    Send(mB, {1, 1, 2});
-    EXPECT_EQ(Drain(), Log({1}));
-    first.reset();
-    Send(mA, {1, 1, 3});
-    EXPECT_EQ(Drain(), Log());
-    SDS_ITokenTask::SetTokensPaused(false);
-    EXPECT_TRUE(SDS_TokenDispatcher::GetTokensPaused());
-    Send(mB, {1, 1, 4});
-    EXPECT_EQ(Drain(), Log());
-    SDS_ITokenTask::SetTokensPaused(false);
-    for (SDS_IName* name : {&mA, &mB})
-        Send(*name, {1, 1, 5});
-    EXPECT_EQ(Drain(), Log({5, 5}));
-    // Ended too often, the count is below zero, and the next pause is none.
-    SDS_ITokenTask::SetTokensPaused(false);
-    SDS_ITokenTask::SetTokensPaused(true);
-    EXPECT_FALSE(SDS_TokenDispatcher::GetTokensPaused());
+    const auto changes = [](bool iPause) {
+        SDS_ITokenTask::SetTokensPaused(iPause);
+        return SDS_TokenDispatcher::GetTokensPaused();
+    };
+    EXPECT_TRUE(changes(true) && changes(true) && changes(false));
+    EXPECT_FALSE(changes(false) || changes(false) || changes(true));
 }
 
 TEST_F(TokenDispatch, AGlobalListenerHearsOnlyNodesWithoutAList)
@@ -324,19 +271,12 @@ TEST_F(TokenDispatch, AGlobalListenerHearsOnlyNodesWithoutAList)
     global.SetTaskVal(value);
     EXPECT_EQ(global.SetTask(mTask.GetSDSTokenTask()), eSDSErr_None);
     EXPECT_EQ(global.SetGlobal(true), eSDSErr_None);
-    const auto waits = [&] {
-        SDS_TokenListener* heard = nullptr;
-        SDS_Token* token = nullptr;
-        SDS_TokenDispatcher::GetToken(mTask.GetSDSTokenTask(), &heard, &token);
-        if (token != nullptr) SDS_TokenDispatcher::DoneWithToken(token);
-        return heard == &global;
-    };
+    const auto waits = [&] { return mTask.ProcessTokens(0, Time_Sample(0), 0); };
     SDS_IName fresh("dispatch/fresh");
     Send(fresh, {1, 1, 1});
     EXPECT_TRUE(waits());
     Log log;
-    SDS_ITokenTask other(0);
-    other.ResumeProcessing();
+    RunningTask other(0);
     std::optional<Recorder> listener(std::in_place, &other, fresh, log);
     Send(fresh, {1, 1, 2});
     EXPECT_FALSE(waits());
@@ -405,56 +345,31 @@ TEST_F(TokenDispatch, ABudgetEndsAfterTheTokenInHand)
     EXPECT_EQ(mLog, Log({0, 1, 2}));
     EXPECT_TRUE(mTask.ProcessTokens(-5, Time_Sample(0), 0));
     EXPECT_EQ(mLog.size(), 4u);
+    EXPECT_NE(mTask.GetSDSTokenTask()->Dump().find("/dispatch/a"), std::string::npos);
     EXPECT_EQ(Drain().size(), 6u);
 }
 
 TEST_F(TokenDispatch, AHandlerThatThrowsLosesItsTokenOnly)
 {
-    struct Thrower : SDS_ITokenListener
-    {
-        Thrower(SDS_ITokenTask& iTask, SDS_IName& iName)
-            : SDS_ITokenListener(&iTask, &iName, 0, 0, 0, 0, static_cast<SDS_ITokenListener*>(this), false,
-                                 false, 0)
-        {
-        }
-        void HandleToken(SDS_Token* iToken) override
-        {
-            if (TestToken::Of(iToken).sequence == 1) throw Cmn_Exception(Cmn_eMessage_OSError);
-            ++calls;
-        }
-        int calls = 0;
-    } thrower(mTask, mA);
+    const Listener thrower(&mTask, mA, {}, [&](const TestToken& iToken) {
+        if (iToken.sequence == 1) throw Cmn_Exception(Cmn_eMessage_OSError);
+        mLog.push_back(iToken.sequence);
+    });
     for (int i = 0; i < 3; ++i)
         Send(mA, {1, 1, i});
     EXPECT_THROW(mTask.ProcessTokens(0, Time_Sample(0), 0), Cmn_Exception);
-    EXPECT_EQ(thrower.calls, 1);
-    EXPECT_TRUE(mTask.ProcessTokens(0, Time_Sample(0), 0)) << "the section is free again";
-    EXPECT_EQ(thrower.calls, 2);
+    EXPECT_EQ(mLog, Log({0}));
+    std::thread([&] { EXPECT_EQ(Drain(), Log({2})) << "the section is free again"; }).join();
 }
 
 // A handler may send, and may take listeners away, its own token's too.
 TEST_F(TokenDispatch, AHandlerMaySendAndMayDestroyListeners)
 {
     std::optional<Recorder> victim;
-    struct Killer : SDS_ITokenListener
-    {
-        Killer(SDS_ITokenTask& iTask, SDS_IName& iName, std::optional<Recorder>& ioVictim, SDS_IName& iTarget)
-            : SDS_ITokenListener(&iTask, &iName, 1, 0, 0, 0, static_cast<SDS_ITokenListener*>(this), false,
-                                 false, 0)
-            , mVictim(ioVictim)
-            , mTarget(iTarget)
-        {
-        }
-        void HandleToken(SDS_Token*) override
-        {
-            mVictim.reset();
-            TestToken echo(2, 0, 99);
-            mTarget.HandleToken(echo.header);
-        }
-        std::optional<Recorder>& mVictim;
-        SDS_IName& mTarget;
-    };
-    const Killer killer(mTask, mA, victim, mB);
+    const Listener killer(&mTask, mA, {1, 0, false}, [&](const TestToken&) {
+        victim.reset();
+        Send(mB, {2, 0, 99});
+    });
     const Recorder echoes(&mTask, mB, mLog, {2, 0, false});
     victim.emplace(&mTask, mA, mLog);
     Send(mA, {1, 1, 1});
@@ -464,25 +379,13 @@ TEST_F(TokenDispatch, AHandlerMaySendAndMayDestroyListeners)
 // What a handler sends counts at once: the older token, which waits behind the one in hand, is dropped.
 TEST_F(TokenDispatch, ANewerTokenDropsAPendingOneOfALatestListener)
 {
-    struct Echo : Recorder
-    {
-        Echo(SDS_ITokenTask& iTask, SDS_IName& iName, Log& ioLog)
-            : Recorder(&iTask, iName, ioLog, {8, 0, false})
-            , mName(iName)
-        {
-        }
-        void HandleToken(SDS_Token* iToken) override
-        {
-            Recorder::HandleToken(iToken);
-            Send(mName, {7, 0, 10 * TestToken::Of(iToken).sequence});
-        }
-        SDS_IName& mName;
-    };
     for (const Cmn_Int32 priority : {0, 16}) {
-        SDS_ITokenTask task(priority);
-        task.ResumeProcessing();
+        RunningTask task(priority);
         const Recorder latest(&task, mA, mLog, {7, 0, true});
-        const Echo echo(task, mA, mLog);
+        const Listener echo(&task, mA, {8, 0, false}, [&](const TestToken& iToken) {
+            mLog.push_back(iToken.sequence);
+            Send(mA, {7, 0, 10 * iToken.sequence});
+        });
         Send(mA, {8, 0, 1});
         Send(mA, {7, 0, 2});
         EXPECT_EQ(Drained(task, mLog), Log({1, 10})) << "priority " << priority;
@@ -567,23 +470,6 @@ TEST_F(TokenDispatch, ADispatchNeitherAllocatesNorLocks)
     done->Signal();
     holder.join();
     EXPECT_GE(Drain().size(), 1000u);
-}
-
-// More than one visit to the pool serves.
-TEST_F(TokenDispatch, AHundredListenersOnThreeTasksAreAllTold)
-{
-    SDS_ITokenTask others[2] = {SDS_ITokenTask(0), SDS_ITokenTask(16)};
-    std::vector<std::unique_ptr<Recorder>> listeners;
-    for (int i = 0; i < 100; ++i) {
-        SDS_ITokenTask* const task = i % 7 == 0 ? &others[0] : i % 11 == 0 ? &others[1] : &mTask;
-        listeners.push_back(std::make_unique<Recorder>(task, mA, mLog, Hears{0, 0, i % 5 == 0}));
-    }
-    for (SDS_ITokenTask& task : others)
-        task.ResumeProcessing();
-    Send(mA, {1, 1, 1});
-    const std::size_t told =
-        Drain().size() + Drained(others[0], mLog).size() + Drained(others[1], mLog).size();
-    EXPECT_EQ(told, 100u);
 }
 
 // A size that runs low grows where a task below the audio priority takes tokens, to 16 blocks at most.

@@ -11,7 +11,9 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 struct TestToken
@@ -21,10 +23,9 @@ struct TestToken
     Cmn_Int32 sequence = 0;
     Cmn_UInt64 check = 0;
 
-    TestToken() { header.size = sizeof(TestToken); }
     TestToken(Cmn_Int32 iType, Cmn_Int32 iSubType, Cmn_Int32 iSequence = 0, Cmn_Int32 iProducer = 0)
-        : TestToken()
     {
+        header.size = sizeof(TestToken);
         header.type = iType;
         header.subtype = iSubType;
         producer = iProducer;
@@ -54,39 +55,53 @@ struct Hears
     bool latest = false;
 };
 
-// Remembers the sequence numbers that it is told, in a log that several may share.
-class Recorder : public SDS_ITokenListener
+// Calls back with each token that it hears.
+class Listener : public SDS_ITokenListener
 {
 public:
-    Recorder(SDS_ITokenTask* iTask, SDS_IName& iName, std::vector<int>& ioLog, Hears iWhat = {})
+    using Call = std::function<void(const TestToken&)>;
+    Listener(SDS_ITokenTask* iTask, SDS_IName& iName, Hears iWhat, Call iCall)
         : SDS_ITokenListener(nullptr, &iName, iWhat.type, iWhat.subtype, 0, 0,
                              static_cast<SDS_ITokenListener*>(this), false, iWhat.latest, 0)
-        , mLog(ioLog)
+        , mCall(std::move(iCall))
     {
         SetTask(iTask);
     }
-    void HandleToken(SDS_Token* iToken) override
-    {
-        EXPECT_EQ(TestToken::Of(iToken).check, TestToken::Of(iToken).Check());
-        mLog.push_back(TestToken::Of(iToken).sequence);
-    }
+    void HandleToken(SDS_Token* iToken) override { mCall(TestToken::Of(iToken)); }
 
 private:
-    std::vector<int>& mLog;
+    const Call mCall;
+};
+
+// Remembers the sequence numbers that it is told, in a log that several may share.
+class Recorder : public Listener
+{
+public:
+    Recorder(SDS_ITokenTask* iTask, SDS_IName& iName, std::vector<int>& ioLog, Hears iWhat = {})
+        : Listener(iTask, iName, iWhat, [&ioLog](const TestToken& iToken) {
+            EXPECT_EQ(iToken.check, iToken.Check());
+            ioLog.push_back(iToken.sequence);
+        })
+    {
+    }
+};
+
+struct RunningTask : SDS_ITokenTask
+{
+    explicit RunningTask(Cmn_Int32 iPriority)
+        : SDS_ITokenTask(iPriority)
+    {
+        ResumeProcessing();
+    }
 };
 
 class TokenTest : public testing::Test
 {
 protected:
-    TokenTest()
-    {
-        SDS_NameRegistry::Init();
-        mFreeBefore = FreeCells();
-    }
     // Whatever a test did, every cell is back and no list is in use.
     ~TokenTest() override
     {
-        EXPECT_EQ(FreeCells(), mFreeBefore + GrownCells()) << SDS_TokenDispatcher::Dump();
+        EXPECT_EQ(CellsInUse(), mInUseBefore) << SDS_TokenDispatcher::Dump();
         EXPECT_EQ(SDS_TokenDispatcher::Dump().find("retired"), std::string::npos)
             << SDS_TokenDispatcher::Dump();
         EXPECT_FALSE(SDS_TokenDispatcher::GetTokensPaused());
@@ -99,27 +114,15 @@ protected:
         ioTask.ProcessTokens(0, Time_Sample(0), 0);
         return ioLog;
     }
-    static std::size_t FreeCells()
-    {
-        return Sum([](const SDS_TokenPool& iPool, unsigned i) { return iPool.GetFreeCount(i); });
-    }
-
-private:
-    static std::size_t AllCells()
-    {
-        return Sum([](const SDS_TokenPool& iPool, unsigned i) { return iPool.GetCellCount(i); });
-    }
-    template <class TCount>
-    static std::size_t Sum(TCount iCount)
+    static std::size_t CellsInUse()
     {
         std::size_t sum = 0;
         const SDS_TokenPool& pool = SDS_TokenDispatcher::GetTokenPool();
         for (unsigned i = 0; i < pool.GetClassCount(); ++i)
-            sum += iCount(pool, i);
+            sum += pool.GetCellCount(i) - pool.GetFreeCount(i);
         return sum;
     }
-    std::size_t GrownCells() const { return AllCells() - mAllBefore; }
 
-    std::size_t mFreeBefore = 0;
-    std::size_t mAllBefore = (SDS_NameRegistry::Init(), AllCells());
+private:
+    const std::size_t mInUseBefore = (SDS_NameRegistry::Init(), CellsInUse());
 };

@@ -22,12 +22,15 @@ struct Cell : PSAtomicQueueLink
     std::uint64_t mStamp;
 };
 using Pool = Sys_MultiSizeAtomicPool<Cell>;
-constexpr Sys_AtomicPoolSize cSizes[] = {
+using Size = Sys_AtomicPoolSize;
+constexpr Size cSizes[] = {
     {112,  1000},
     {156,  1000},
     {438,  1000},
     {1128, 200 }
 };
+
+constexpr Size Cells(std::size_t iBytes, unsigned iCount) { return {iBytes, iCount}; }
 
 Pool MakePool() { return Pool({cSizes[0], cSizes[1], cSizes[2], cSizes[3]}); }
 
@@ -115,12 +118,7 @@ TEST(AtomicPool, GrowsByABlockWhenFewerThanAnEighthAreFreeUpToSixteen)
 TEST(AtomicPool, LivesWithoutMemoryForABlock)
 {
     sBlocksGranted = 1;
-    Pool pool(
-        {
-            {64,  8},
-            {128, 8}
-    },
-        cScarceMemory);
+    Pool pool({Cells(64, 8), Cells(128, 8)}, cScarceMemory);
     EXPECT_EQ(pool.GetCellCount(0), 8u);
     EXPECT_EQ(pool.GetCellCount(1), 0u);
     EXPECT_EQ(pool.Allocate(128), nullptr);
@@ -168,15 +166,8 @@ TEST(AtomicPool, BatchesReturn32AtOnceOrEachWhileAnyIsWaitedFor)
 TEST(AtomicPool, AssertsForWhatIsNoCellOfItsAndForSizesOutOfRange)
 {
     const AssertRecorder asserts;
-    Pool pool({
-        {64, 1000},
-        {64, 1   },
-        {63, 1   },
-        {65, 0   },
-        {65, 1001},
-        {66, 1   }
-    }),
-        other({{64, 1}});
+    Pool pool({Cells(64, 1000), Cells(64, 1), Cells(63, 1), Cells(65, 0), Cells(65, 1001), Cells(66, 1)});
+    Pool other({Cells(64, 1)});
     EXPECT_EQ(asserts.Take().size(), 4u);
     EXPECT_EQ(pool.GetClassCount(), 2u);
     Pool::Batch batch(pool);
@@ -186,17 +177,8 @@ TEST(AtomicPool, AssertsForWhatIsNoCellOfItsAndForSizesOutOfRange)
         EXPECT_EQ(asserts.Take().size(), 2u);
     }
     EXPECT_EQ(pool.GetFreeCount(0), 1000u);
-    Pool tooMany({
-        {1, 1},
-        {2, 1},
-        {3, 1},
-        {4, 1},
-        {5, 1},
-        {6, 1},
-        {7, 1},
-        {8, 1},
-        {9, 1}
-    });
+    const Pool tooMany({Cells(1, 1), Cells(2, 1), Cells(3, 1), Cells(4, 1), Cells(5, 1), Cells(6, 1),
+                        Cells(7, 1), Cells(8, 1), Cells(9, 1)});
     EXPECT_EQ(asserts.Take().size(), 1u);
     EXPECT_EQ(tooMany.GetClassCount(), 8u);
 }
@@ -205,10 +187,7 @@ TEST(AtomicPool, AssertsForWhatIsNoCellOfItsAndForSizesOutOfRange)
 TEST(AtomicPool, LosesDoublesAndMixesUpNothingUnderLoad)
 {
     constexpr unsigned cProducers = 7, cEach = 20000;
-    Pool pool({
-        {112, 100},
-        {438, 100}
-    });
+    Pool pool({Cells(112, 100), Cells(438, 100)});
     PSAtomicQueue queue;
     Sys_AtomicInt32 running(cProducers), allocations;
     std::vector<std::thread> threads;
