@@ -5,9 +5,9 @@
 //                       one-shot:  press → DoCommand                       ▼
 //                       momentary: press → DoCommandStart, release → DoCommandEnd      its command
 //
-// A release is looked up with the modifiers of its own moment: a momentary command whose user may let go of a modifier
-// first is bound with "either". It also goes to the context that is current then: who makes another one current while a
-// momentary command runs ends that command, if its release is not bound there too.
+// A release is looked up with the modifiers of its own moment, in the context that is current then. So a momentary
+// command whose user may let go of a modifier first is bound with "either"; and one that runs while another context
+// becomes current hears of its end only if that context binds the key to it too: whoever switches sees to it.
 //
 // A command may do anything while it runs: make another context current, delete this context, its map or the binding,
 // remove or replace itself, handle further events. DoKeyEvent holds the binding, the event, the modifiers and the
