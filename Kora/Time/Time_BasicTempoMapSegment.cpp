@@ -2,10 +2,17 @@
 
 #include "Kora/Time/Time_VectorKernels_p.h"
 
+#include <limits>
 #include <sstream>
 
 // Two of them fit a cache line.
 static_assert(sizeof(Time_BasicTempoMapSegment) == 32);
+
+bool Time_BasicTempoMapSegment::IsTempo(double iBeatsPerMinute, const Time_TickLength& iTicksPerBeat)
+{
+    return iBeatsPerMinute > 0 && iBeatsPerMinute <= std::numeric_limits<double>::max() &&
+           iTicksPerBeat.AsInt64() > 0;
+}
 
 void Time_BasicTempoMapSegment::SetTempo(Time_Tick iStartTick, double iFractionalStartSample,
                                          double iSampleRate, double iBeatsPerMinute,
@@ -43,6 +50,9 @@ void Time_BasicTempoMapSegment::SetEndSample(Time_Tick iStartTick, Time_Tick iEn
 void Time_BasicTempoMapSegment::SetSlope(double iSampleRate, double iBeatsPerMinute,
                                          const Time_TickLength& iTicksPerBeat)
 {
+    if (!Cmn_ASSERT_AS(IsTempo(iBeatsPerMinute, iTicksPerBeat), "iBeatsPerMinute > 0",
+                       "Time/Time_BasicTempoMap"))
+        return;
     mSamplesPerTick = iSampleRate * 60.0 / (iTicksPerBeat.AsFloat64() * iBeatsPerMinute);
     mTicksPerSample = 1.0 / mSamplesPerTick;
 }

@@ -20,7 +20,11 @@
 class KORA_API Time_BasicTempoMapSegment
 {
 public:
-    // From a start on at a tempo. 120 bpm of quarter notes at 48000 Hz: 0.025 samples per tick.
+    // Whether it is a tempo: beats per minute above 0 and not infinite, of a beat above 0 ticks.
+    static bool IsTempo(double iBeatsPerMinute, const Time_TickLength& iTicksPerBeat);
+
+    // From a start on at a tempo. 120 bpm of quarter notes at 48000 Hz: 0.025 samples per tick. Here and below, what is
+    // not a tempo asserts "iBeatsPerMinute > 0" and leaves the slope as it was.
     void SetTempo(Time_Tick iStartTick, double iFractionalStartSample, double iSampleRate,
                   double iBeatsPerMinute, const Time_TickLength& iTicksPerBeat);
     // Backwards from a known end at a tempo. A sample rate of 0 asserts "iSampleRate != 0" and is used.

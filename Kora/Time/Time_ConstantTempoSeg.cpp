@@ -1,5 +1,6 @@
 #include "Kora/Time/Time_ConstantTempoSeg.h"
 
+#include "Bastel/Cmn/Cmn_Exception.h"
 #include "Bastel/Cmn/Cmn_XMLNode.h"
 #include "Bastel/Sys/Sys_StdStreamHeader.h"
 #include "Kora/Time/Time_BasicTempoMap.h"
@@ -16,9 +17,14 @@ namespace {
 
 constexpr Cmn_Int16 cVersion = 1;
 
-void CheckBeat(const Time_TickLength& iTicksPerBeat)
+bool CheckTempo(double iBeatsPerMinute, const Time_TickLength& iTicksPerBeat)
 {
-    Cmn_ASSERT_AS(iTicksPerBeat.AsInt64() != 0, "iTicksPerBeat != Time_TickLength(0)", "Time/Time_TempoMap");
+    const bool hasBeat = Cmn_ASSERT_AS(iTicksPerBeat.AsInt64() > 0, "iTicksPerBeat != Time_TickLength(0)",
+                                       "Time/Time_TempoMap");
+    return Cmn_ASSERT_AS(Time_BasicTempoMapSegment::IsTempo(iBeatsPerMinute,
+                                                            Time_ConstantTempoSeg::cDefaultTicksPerBeat),
+                         "iBeatsPerMinute > 0", "Time/Time_TempoMap") &&
+           hasBeat;
 }
 
 } // namespace
@@ -31,10 +37,10 @@ Time_ConstantTempoSeg::Time_ConstantTempoSeg(Time_Tick iStartTick)
 Time_ConstantTempoSeg::Time_ConstantTempoSeg(Time_Tick iStartTick, double iBeatsPerMinute,
                                              const Time_TickLength& iTicksPerBeat)
     : Time_TempoMapSegment(iStartTick)
-    , mBeatsPerMinute(iBeatsPerMinute)
-    , nTicksPerBeat(iTicksPerBeat)
 {
-    CheckBeat(iTicksPerBeat);
+    if (!CheckTempo(iBeatsPerMinute, iTicksPerBeat)) return;
+    mBeatsPerMinute = iBeatsPerMinute;
+    nTicksPerBeat = iTicksPerBeat;
 }
 
 Time_ConstantTempoSeg::Time_ConstantTempoSeg(const Time_ConstantTempoSeg&) = default;
@@ -49,8 +55,7 @@ Time_ConstantTempoSeg::Time_ConstantTempoSeg(Sys_TypedInStream& iStream)
 Time_ConstantTempoSeg::Time_ConstantTempoSeg(Sys_StdStreamHeaderReader&& iHeader, Sys_TypedInStream& iStream)
     : Time_TempoMapSegment((iHeader.CheckVersion(cVersion, cVersion), iStream))
 {
-    mBeatsPerMinute = iStream.ReadFloat64();
-    nTicksPerBeat = Time_TickLength(iStream.ReadInt64());
+    ReadTempo(iStream);
     mTempoIsUnspecified = iStream.ReadBool();
     iHeader.SkipTheRest();
 }
@@ -61,15 +66,25 @@ Time_ConstantTempoSeg::Time_ConstantTempoSeg(Sys_TypedInStream& iStream, EReadPr
     Sys_StdStreamHeaderReader header(iStream, cPrevSegStreamName);
     header.CheckVersion(cVersion, cVersion);
     SetStartTick(Time_Tick(iStream.ReadInt64()));
+    ReadTempo(iStream);
+    header.SkipTheRest();
+}
+
+void Time_ConstantTempoSeg::ReadTempo(Sys_TypedInStream& iStream)
+{
+    const Cmn_Int64 position = iStream.GetPosition();
     mBeatsPerMinute = iStream.ReadFloat64();
     nTicksPerBeat = Time_TickLength(iStream.ReadInt64());
-    header.SkipTheRest();
+    // What locks out of order made a computed segment derive is as good as any: a rebuild derives it again.
+    const double beatsPerMinute = IsComputed() ? cDefaultBeatsPerMinute : mBeatsPerMinute;
+    if (!Time_BasicTempoMapSegment::IsTempo(beatsPerMinute, nTicksPerBeat))
+        throw Sys_StreamReadException(position);
 }
 
 void Time_ConstantTempoSeg::SetTempo(double iBeatsPerMinute, const Time_TickLength& iTicksPerBeat)
 {
     Cmn_ASSERT_AS(this->CanSetTempo(), "this->CanSetTempo()", "Time/Time_TempoMap");
-    CheckBeat(iTicksPerBeat);
+    if (!CheckTempo(iBeatsPerMinute, iTicksPerBeat)) return;
     mBeatsPerMinute = iBeatsPerMinute;
     nTicksPerBeat = iTicksPerBeat;
     mTempoIsUnspecified = false;
@@ -91,10 +106,12 @@ void Time_ConstantTempoSeg::GenerateForward(Time_BasicTempoMap& ioMap, const Tim
     Time_TickLength ticksPerBeat = nTicksPerBeat;
     if (mTempoIsUnspecified) {
         if (!IsLockedToSample() || iPrevious != nullptr) return;
-        if (iNext == nullptr || !iNext->GetTempo(beatsPerMinute, ticksPerBeat)) {
-            beatsPerMinute = cDefaultBeatsPerMinute;
-            ticksPerBeat = cDefaultTicksPerBeat;
-        }
+        if (iNext == nullptr || !iNext->GetTempo(beatsPerMinute, ticksPerBeat)) beatsPerMinute = 0;
+    }
+    // Nor is what locks out of order make a computed segment derive a tempo.
+    if (!Time_BasicTempoMapSegment::IsTempo(beatsPerMinute, ticksPerBeat)) {
+        beatsPerMinute = cDefaultBeatsPerMinute;
+        ticksPerBeat = cDefaultTicksPerBeat;
     }
     const double startSample = IsLockedToSample() ? static_cast<double>(GetStartSample().AsInt64())
                                                   : ioMap.FractionalSampleAtTick(GetStartTick());

@@ -1,7 +1,7 @@
 // Time_ConstantTempoSeg: a tempo map segment with one tempo from its start to the next segment.
 //
 // A segment may be without a tempo of its own ("unspecified"). Locked at the map's start it is then generated with the
-// next segment's tempo, or 120 beats of 960000 ticks; anywhere else it generates nothing, and the tempo before it
+// next segment's tempo, or 120 beats of 960000 ticks where that has none; anywhere else it generates nothing, and the tempo before it
 // goes on. The tempo borrowed is never stored.
 //
 // Units:   beats per minute; the beat in internal ticks.
@@ -22,13 +22,15 @@ public:
 
     // 120 bpm of quarter notes, every flag false.
     explicit Time_ConstantTempoSeg(Time_Tick iStartTick);
-    // A beat of 0 ticks asserts "iTicksPerBeat != Time_TickLength(0)" and is stored.
+    // A tempo not above 0 or infinite asserts "iBeatsPerMinute > 0", a beat not above 0 ticks "iTicksPerBeat !=
+    // Time_TickLength(0)"; then neither is taken, and the tempo is the default one.
     Time_ConstantTempoSeg(Time_Tick iStartTick, double iBeatsPerMinute,
                           const Time_TickLength& iTicksPerBeat = cDefaultTicksPerBeat);
     Time_ConstantTempoSeg(const Time_ConstantTempoSeg& iOther);
-    // Reads what StreamOut wrote. Throws as Sys_StdStreamHeaderReader and Sys_TypedInStream do.
+    // Reads what StreamOut wrote. Throws as Sys_StdStreamHeaderReader and Sys_TypedInStream do, and
+    // Sys_StreamReadException for what is not a tempo, but for the beats per minute of a computed segment.
     explicit Time_ConstantTempoSeg(Sys_TypedInStream& iStream);
-    // Reads a segment of the layout before, which becomes a free segment with that tempo.
+    // Reads a segment of the layout before, which becomes a free segment with that tempo. Throws likewise.
     Time_ConstantTempoSeg(Sys_TypedInStream& iStream, EReadPrevSeg);
     ~Time_ConstantTempoSeg() override;
 
@@ -44,7 +46,7 @@ public:
     // A computed segment takes no tempo.
     bool CanSetTempo() const { return !IsComputed(); }
     // Stores both; the tempo is specified then. Asserts "this->CanSetTempo()"; what is stored nonetheless is derived
-    // anew by the next rebuild.
+    // anew by the next rebuild. What the constructor does not take asserts as there, and changes nothing.
     void SetTempo(double iBeatsPerMinute, const Time_TickLength& iTicksPerBeat);
 
     ETypeID GetTypeID() const override;
@@ -62,6 +64,7 @@ public:
 
 private:
     Time_ConstantTempoSeg(class Sys_StdStreamHeaderReader&& iHeader, Sys_TypedInStream& iStream);
+    void ReadTempo(Sys_TypedInStream& iStream);
 
     // Derived by each rebuild when the segment is computed, inside a map too, where segments are read-only.
     mutable double mBeatsPerMinute = cDefaultBeatsPerMinute;

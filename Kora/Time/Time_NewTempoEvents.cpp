@@ -1,5 +1,6 @@
 #include "Kora/Time/Time_NewTempoEvents.h"
 
+#include "Kora/Time/Time_BasicTempoMapSegment.h"
 #include "Kora/Time/Time_Globals.h"
 
 #include <algorithm>
@@ -40,6 +41,8 @@ Time_NewTempoEvents::const_iterator Time_NewTempoEvents::LowerBound(Time_Tick iT
 
 void Time_NewTempoEvents::AddTempoEvent(const Time_NewTempoEvent& iEvent)
 {
+    const bool isTempo = Time_BasicTempoMapSegment::IsTempo(iEvent.GetTempo(), iEvent.GetTicksPerBeat());
+    if (!Cmn_ASSERT_TEXT(isTempo, "iEvent.GetTempo() > 0")) return;
     const const_iterator at = LowerBound(iEvent.GetStartTick());
     if (at != end() && at->GetStartTick() == iEvent.GetStartTick())
         (*this)[static_cast<size_type>(at - begin())] = iEvent;

@@ -53,7 +53,8 @@ public:
     double GetSampleRate() const { return mSampleRate; }
     void SetSampleRate(double iSampleRate) { mSampleRate = iSampleRate; }
 
-    // An event at the same tick takes the new tempo and beat. An event that repeats the one before it is not added.
+    // An event at the same tick takes the new tempo and beat. An event that repeats the one before it is not added, nor
+    // is one that is no tempo (Time_BasicTempoMapSegment::IsTempo), which asserts "iEvent.GetTempo() > 0".
     KORA_API void AddTempoEvent(const Time_NewTempoEvent& iEvent);
     // The event that starts at iTick, or null.
     KORA_API const Time_NewTempoEvent* GetTempoEventAtTick(Time_Tick iTick) const;

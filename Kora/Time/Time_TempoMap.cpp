@@ -95,11 +95,21 @@ unsigned NotesOf(const Time_TempoMapSegment& iSegment, unsigned iLocked, unsigne
            (iSegment.IsSongStart() ? iSongStart : 0);
 }
 
+// Whether the tempo that the segment has of its own is one. What a computed one has is derived again.
+bool HasTempo(const Time_TempoMapSegment& iSegment)
+{
+    double beatsPerMinute;
+    Time_TickLength ticksPerBeat;
+    return iSegment.IsComputed() || !iSegment.GetTempo(beatsPerMinute, ticksPerBeat) ||
+           Time_BasicTempoMapSegment::IsTempo(beatsPerMinute, ticksPerBeat);
+}
+
 } // namespace
 
 void Time_TempoMap::AddSegment(std::unique_ptr<Time_TempoMapSegment> iSegmentP)
 {
-    if (!Cmn_ASSERT(0 != iSegmentP.get())) return;
+    if (!Cmn_ASSERT(0 != iSegmentP.get()) || !Cmn_ASSERT_TEXT(HasTempo(*iSegmentP), "iBeatsPerMinute > 0"))
+        return;
     NdoAboutToModify();
     const Time_TempoMap_StEditOptimizer edit(*this);
     DirtyBasicMap();

@@ -64,7 +64,8 @@ public:
     // A number that no map had before, new after each EndEdit: tells cheaply whether the map was edited meanwhile.
     Cmn_Int32 GetUniqueEditIdentifier() const { return mUniqueEditIdentifier; }
 
-    // Takes the place of a segment at the same tick, which is destroyed. Null asserts "0 != iSegmentP.get()".
+    // Takes the place of a segment at the same tick, which is destroyed. Null asserts "0 != iSegmentP.get()". A segment
+    // with a tempo of its own that is not above 0, or infinite, asserts "iBeatsPerMinute > 0" and is not taken.
     void AddSegment(std::unique_ptr<Time_TempoMapSegment> iSegmentP);
     // The end asserts "iter != mSegments.end()".
     void DeleteSegment(SegmentIter iter);
@@ -214,15 +215,18 @@ private:
     bool RebuildChanged() const;
     SegmentIter Generate(Time_BasicTempoMap& ioMap, SegmentIter iter) const;
     void GenerateFirstFromFallback(Time_BasicTempoMap& ioMap) const;
+    std::unique_ptr<Time_TempoMapSegment> DerivedLender() const;
+    SegmentIter NextLocked(SegmentIter iter) const;
     SegmentIter ComputeBackwardsTo(Time_BasicTempoMap& ioMap, SegmentIter iFrom) const;
     void ComputeBackwardsCore(Time_BasicTempoMap& ioMap, SegmentIter iFrom, SegmentIter iTargetIter) const;
+    void LayOutBackwards(Time_BasicTempoMap& ioMap, SegmentIter iFrom, Time_Tick& ioEndTick,
+                         double& ioEndSample) const;
     std::size_t LastForwardBefore(std::size_t iIndex) const;
     std::size_t FirstPinFrom(std::size_t iIndex) const;
     bool HoldsAgainst(std::size_t iPin) const;
     void CacheSongStart() const;
 
-    static Segments ReadSegments(Sys_TypedInStream& iStream, bool iCheckTempi);
-    void StreamInSegments(Sys_TypedInStream& iStream, bool iCheckTempi);
+    static Segments ReadSegments(Sys_TypedInStream& iStream);
 
     static Time_TempoMap* spDefaultTempoMap;
     static Cmn_Int32 sUniqueEditIdentifier; // touched by the model thread only

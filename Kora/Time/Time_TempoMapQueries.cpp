@@ -45,10 +45,15 @@ Time_TempoMap::SegmentIter Time_TempoMap::FindSongStart() const
 void Time_TempoMap::EffectiveTempo(std::size_t iIndex, double& oBeatsPerMinute,
                                    Time_TickLength& oTicksPerBeat) const
 {
-    for (std::size_t i = iIndex + 1; i-- > 0;)
-        if (mSegments[i]->GetTempo(oBeatsPerMinute, oTicksPerBeat)) return;
-    const Time_TempoMapSegment* const next = SegmentOrNull(1);
-    if (next != nullptr && next->GetTempo(oBeatsPerMinute, oTicksPerBeat)) return;
+    const auto isOf = [&](const Time_TempoMapSegment* iSegment) {
+        return iSegment != nullptr && iSegment->GetTempo(oBeatsPerMinute, oTicksPerBeat);
+    };
+    std::size_t i = iIndex;
+    while (i > 0 && !isOf(SegmentOrNull(i)))
+        --i;
+    const bool isSpecified = i > 0 || isOf(SegmentOrNull(0)) || isOf(SegmentOrNull(1));
+    // What locks out of order make a computed segment derive is no tempo.
+    if (isSpecified && Time_BasicTempoMapSegment::IsTempo(oBeatsPerMinute, oTicksPerBeat)) return;
     oBeatsPerMinute = cFallbackBeatsPerMinute;
     oTicksPerBeat = cFallbackTicksPerBeat;
 }

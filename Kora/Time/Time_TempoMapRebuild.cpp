@@ -108,7 +108,9 @@ Time_TempoMap::SegmentIter Time_TempoMap::Generate(Time_BasicTempoMap& ioMap, Se
     const bool isComputed = (mNotes[index] & eNote_Computed) != 0,
                isLocked = (mNotes[index] & eNote_Locked) != 0;
     if (!isComputed && (isLocked || ioMap.GetNumberOfSegments() > 0)) {
-        (*iter)->GenerateForward(ioMap, SegmentOrNull(index - 1), SegmentOrNull(index + 1));
+        const auto lender = index == 0 ? DerivedLender() : nullptr;
+        (*iter)->GenerateForward(ioMap, SegmentOrNull(index - 1),
+                                 lender != nullptr ? lender.get() : SegmentOrNull(index + 1));
         ReplaceFallback(ioMap, (*iter)->GetStartTick());
         mNotes[index] |= eNote_Forward;
         return iter + 1;
@@ -138,14 +140,51 @@ void Time_TempoMap::GenerateFirstFromFallback(Time_BasicTempoMap& ioMap) const
     mIsRegular = mSegments[0]->GetStartTick() >= cDefaultSongStartTick;
 }
 
+// A first segment without a tempo takes that of the next one. Where that is computed, the tempo that it holds is what an
+// earlier rebuild left; so a copy of it, with the tempo of this rebuild, lends in its place. Null where none is needed.
+//
+// One that is free starts where the first one leads, at the tempo that it lends: both are one line, from the first one's
+// lock to its end. (Further free computed ones behind it start from the first one's line at the fallback tempo here.)
+std::unique_ptr<Time_TempoMapSegment> Time_TempoMap::DerivedLender() const
+{
+    if ((mNotes[0] & eNote_Unspecified) == 0 || mSegments.size() < 2 || (mNotes[1] & eNote_Computed) == 0)
+        return nullptr;
+    const SegmentIter target = NextLocked(IterAt(1));
+    if (target == mSegments.end()) return nullptr; // nothing derives its tempo
+
+    const Time_TempoMapSegment& first = *mSegments[0];
+    Time_BasicTempoMap map(GetSampleRate());
+    Time_BasicTempoMapSegment line;
+    line.SetTempo(first.GetStartTick(), static_cast<double>(first.GetStartSample().AsInt64()),
+                  map.GetSampleRate(), cFallbackBeatsPerMinute, cFallbackTicksPerBeat);
+    map.InsertSegment(line);
+    Time_Tick endTick = (*target)->GetStartTick();
+    auto endSample = static_cast<double>((*target)->GetStartSample().AsInt64());
+    LayOutBackwards(map, IterAt(2), endTick, endSample);
+
+    std::unique_ptr<Time_TempoMapSegment> lender = mSegments[1]->Clone();
+    if (!lender->IsLockedToSample()) {
+        lender->SetStartTick(first.GetStartTick());
+        lender->LockToSample(first.GetStartSample());
+    }
+    lender->GenerateBackward(map, endSample, endTick);
+    return lender;
+}
+
+// The first locked segment behind iter, or the end.
+Time_TempoMap::SegmentIter Time_TempoMap::NextLocked(SegmentIter iter) const
+{
+    const auto locked = std::find_if(mNotes.begin() + (iter - mSegments.begin()) + 1, mNotes.end(),
+                                     [](Cmn_UInt8 iNotes) { return (iNotes & eNote_Locked) != 0; });
+    return IterAt(static_cast<std::size_t>(locked - mNotes.begin()));
+}
+
 // Lays out the segments from iFrom up to the next locked one, and returns that; the end, and nothing is laid out, when
 // none is locked ahead.
 Time_TempoMap::SegmentIter Time_TempoMap::ComputeBackwardsTo(Time_BasicTempoMap& ioMap,
                                                              SegmentIter iFrom) const
 {
-    const auto locked = std::find_if(mNotes.begin() + (iFrom - mSegments.begin()) + 1, mNotes.end(),
-                                     [](Cmn_UInt8 iNotes) { return (iNotes & eNote_Locked) != 0; });
-    const SegmentIter target = IterAt(static_cast<std::size_t>(locked - mNotes.begin()));
+    const SegmentIter target = NextLocked(iFrom);
     if (target != mSegments.end()) ComputeBackwardsCore(ioMap, iFrom, target);
     return target;
 }
@@ -166,13 +205,20 @@ void Time_TempoMap::ComputeBackwardsCore(Time_BasicTempoMap& ioMap, SegmentIter 
 
     Time_Tick endTick = (*iTargetIter)->GetStartTick();
     auto endSample = static_cast<double>((*iTargetIter)->GetStartSample().AsInt64());
-    for (SegmentIter iter = iTargetIter; iter != iFrom;) {
+    LayOutBackwards(ioMap, iFrom, endTick, endSample);
+}
+
+// From the segment that starts at the end given back to iFrom; the end is where iFrom starts then.
+void Time_TempoMap::LayOutBackwards(Time_BasicTempoMap& ioMap, SegmentIter iFrom, Time_Tick& ioEndTick,
+                                    double& ioEndSample) const
+{
+    for (SegmentIter iter = IterAt(LowerBound(ioEndTick)); iter != iFrom;) {
         --iter;
-        (*iter)->GenerateBackward(ioMap, endSample, endTick);
+        (*iter)->GenerateBackward(ioMap, ioEndSample, ioEndTick);
         ReplaceFallback(ioMap, (*iter)->GetStartTick());
         mNotes[IndexOf(iter)] &= static_cast<Cmn_UInt8>(~eNote_Forward);
-        endTick = (*iter)->GetStartTick();
-        endSample = ioMap.FractionalSampleAtTick(endTick);
+        ioEndTick = (*iter)->GetStartTick();
+        ioEndSample = ioMap.FractionalSampleAtTick(ioEndTick);
     }
 }
 

@@ -7,8 +7,6 @@
 #include "Kora/Time/Time_TempoMap.h"
 #include "Kora/Time/Time_TempoMap_StEditOptimizer.h"
 
-#include <limits>
-
 namespace {
 
 constexpr char cStreamName[] = "TempoMap";
@@ -51,15 +49,6 @@ std::unique_ptr<Time_ConstantTempoSeg> ReadSegment(Sys_TypedInStream& iStream)
     return std::make_unique<Time_ConstantTempoSeg>(iStream);
 }
 
-// A tempo that is not derived is a number above 0, and so is the length of every beat.
-bool HasSoundTempo(const Time_ConstantTempoSeg& iSegment)
-{
-    const double beatsPerMinute = iSegment.GetBeatsPerMinute();
-    return iSegment.GetTicksPerBeat().AsInt64() > 0 &&
-           (iSegment.IsComputed() ||
-            (beatsPerMinute > 0 && beatsPerMinute <= std::numeric_limits<double>::max()));
-}
-
 } // namespace
 
 Ndo_State* Time_TempoMap::NdoGetState() { return new Time_TempoMap_NdoState(*this); }
@@ -70,8 +59,7 @@ void Time_TempoMap::NdoRestoreState(Ndo_State* iStateP)
     if (!Cmn_ASSERT_AS(stateP != nullptr, "stateP != 0", "Time/Time_TempoMap")) return;
     Sys_MemInStream bytes(stateP->GetBytes());
     Sys_TypedInStream stream(bytes);
-    // What this map held comes back whatever it was.
-    StreamInSegments(stream, false);
+    StreamIn(stream);
 }
 
 void Time_TempoMap::StreamOut(Sys_TypedOutStream& iStream) const
@@ -84,17 +72,15 @@ void Time_TempoMap::StreamOut(Sys_TypedOutStream& iStream) const
     header.PatchSize();
 }
 
-void Time_TempoMap::StreamIn(Sys_TypedInStream& iStream) { StreamInSegments(iStream, true); }
-
-void Time_TempoMap::StreamInSegments(Sys_TypedInStream& iStream, bool iCheckTempi)
+void Time_TempoMap::StreamIn(Sys_TypedInStream& iStream)
 {
-    Segments segments = ReadSegments(iStream, iCheckTempi);
+    Segments segments = ReadSegments(iStream);
     const Time_TempoMap_StEditOptimizer edit(*this);
     DirtyBasicMap();
     SetSegments(std::move(segments));
 }
 
-Time_TempoMap::Segments Time_TempoMap::ReadSegments(Sys_TypedInStream& iStream, bool iCheckTempi)
+Time_TempoMap::Segments Time_TempoMap::ReadSegments(Sys_TypedInStream& iStream)
 {
     Sys_StdStreamHeaderReader header(iStream, cStreamName);
     header.CheckVersion(cStreamVersion, cStreamVersion);
@@ -107,8 +93,8 @@ Time_TempoMap::Segments Time_TempoMap::ReadSegments(Sys_TypedInStream& iStream, 
         const Cmn_Int64 start = iStream.GetPosition();
         if (!header.IsMoreLeft()) throw Sys_StreamReadException(start);
         std::unique_ptr<Time_ConstantTempoSeg> segment = ReadSegment(iStream);
-        const bool ascends = i == 0 || segment->GetStartTick() > segments.back()->GetStartTick();
-        if (!ascends || (iCheckTempi && !HasSoundTempo(*segment))) throw Sys_StreamReadException(start);
+        if (i > 0 && segment->GetStartTick() <= segments.back()->GetStartTick())
+            throw Sys_StreamReadException(start);
         segments.push_back(std::move(segment));
     }
     if (header.GetBytesLeft() < 0) throw Sys_StreamReadException(iStream.GetPosition());

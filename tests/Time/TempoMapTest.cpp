@@ -3,6 +3,7 @@
 #include "Time/TempoMapTools.h"
 
 #include <atomic>
+#include <cstring>
 #include <future>
 #include <thread>
 
@@ -73,6 +74,31 @@ TEST_F(TempoMap, LockedPointsAreHonoured)
     EXPECT_TRUE(mMap.FindSegmentBySample(Time_Sample(96001)) == mMap.SegmentEnd());
     EXPECT_EQ(mMap.GetMinTicksPerSample(), 20);
     EXPECT_EQ(mMap.GetMaxTicksPerSample(), 40);
+}
+
+// The first one is locked at 0 and has no tempo; what is locked at the end is eight quarters later.
+TEST_F(TempoMap, AFirstSegmentBorrowsWhatThisRebuildDerives)
+{
+    const struct
+    {
+        const char* what;
+        SegmentRow next, behind, end;
+        Cmn_Int64 quarter;
+    } cRows[] = {
+        {"locked: its own stretch", Locked(Computed(4), 96000),                At(7,               80),   Locked(At(8), 240000), 36000},
+        {"free: one line to the end",                         Computed(4),                 At(7,   96), Locked(At(8), 240000), 30000},
+        {"free, and slower ones after",                         Computed(4),               At(6, 60), Locked(At(8),   276000),   30000},
+    };
+    for (const auto& row : cRows) {
+        mMap.Clear();
+        Fill(mMap, {
+                       {.locked = true, .unspecified = true},
+                       row.next, row.behind, row.end
+        });
+        for (const Time_TempoMap& map : {mMap, Time_TempoMap(mMap)})
+            EXPECT_EQ(map.TickToSample(Time_Tick(cAt(1))), Time_Sample(row.quarter)) << row.what;
+        EXPECT_EQ(mAsserts.Take().empty(), !row.next.locked) << "locks need not meet the tempo borrowed";
+    }
 }
 
 TEST_F(TempoMap, ATickIsGovernedByTheSegmentAtOrBeforeIt)
@@ -230,7 +256,8 @@ TEST_F(TempoMap, WhatDoesNotStandInAFinishedMapIsReported)
 
 TEST_F(TempoMap, ImpossibleContentIsRefused)
 {
-    const auto bytesOf = [](Cmn_Int32 iCount, std::initializer_list<SegmentRow> iRows) {
+    // A tempo of 0 or below is written over the one of the last row, which takes none.
+    const auto bytesOf = [](Cmn_Int32 iCount, std::initializer_list<SegmentRow> iRows, double iTempo = 1) {
         Sys_MemOutStream bytes;
         Sys_TypedOutStream stream(bytes);
         Sys_StdStreamHeaderWriter header(stream, "TempoMap", 1);
@@ -238,11 +265,14 @@ TEST_F(TempoMap, ImpossibleContentIsRefused)
         for (const SegmentRow& row : iRows)
             row.Make()->StreamOut(stream);
         header.PatchSize();
-        return bytes.TakeBytes();
+        Bytes result = bytes.TakeBytes();
+        if (!(iTempo > 0)) std::memcpy(result.data() + result.size() - 17, &iTempo, sizeof iTempo);
+        return result;
     };
     const double cNan = std::numeric_limits<double>::quiet_NaN();
-    for (const Bytes& bytes : {bytesOf(-1, {}), bytesOf(0x7FFFFFFF, {At(0)}), bytesOf(2, {At(0), At(0)}),
-                               bytesOf(1, {At(0, 0)}), bytesOf(1, {At(0, cNan)}), bytesOf(1, {{.beat = -1}})})
+    for (const Bytes& bytes :
+         {bytesOf(-1, {}), bytesOf(0x7FFFFFFF, {At(0)}), bytesOf(2, {At(0), At(0)}), bytesOf(1, {At(0)}, 0),
+          bytesOf(1, {At(0)}, cNan), bytesOf(2, {At(0), At(1)}, -1)})
         EXPECT_THROW(ReadBack(mMap, bytes), Sys_StreamReadException) << testing::PrintToString(bytes);
     EXPECT_NO_THROW(ReadBack(mMap, bytesOf(1, {At(0, 50)})));
     EXPECT_EQ(Starts(), Ticks{cStart});

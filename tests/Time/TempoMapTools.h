@@ -91,8 +91,7 @@ public:
                 Forward(row++);
                 continue;
             }
-            auto target =
-                std::find_if(std::next(row), mRows.end(), [](auto& iRow) { return iRow.second.locked; });
+            const auto target = NextLocked(row);
             if (target != mRows.end()) {
                 Backward(row, target);
                 row = target;
@@ -131,10 +130,37 @@ private:
     }
     std::pair<double, Cmn_Int64> TempoOf(Row iRow)
     {
-        if (!iRow->second.unspecified) return {iRow->second.bpm, iRow->second.beat};
         const Row next = std::next(iRow);
-        if (next != mRows.end() && !next->second.unspecified) return {next->second.bpm, next->second.beat};
-        return {120.0, cQuarter};
+        SegmentRow tempo = iRow->second;
+        if (tempo.unspecified && next != mRows.end()) {
+            tempo = next->second;
+            const Row target = NextLocked(next);
+            if (tempo.computed && iRow->second.locked && target != mRows.end())
+                tempo = Derived(iRow->second, next, target);
+        }
+        if (tempo.unspecified || !(tempo.bpm > 0 && tempo.bpm < 1e300)) return {120.0, cQuarter};
+        return {tempo.bpm, tempo.beat};
+    }
+    Row NextLocked(Row iRow)
+    {
+        return std::find_if(std::next(iRow), mRows.end(), [](auto& iAny) { return iAny.second.locked; });
+    }
+    // The stretch from iNext on, laid out for itself behind the first one's lock; a free one begins at that lock.
+    SegmentRow Derived(const SegmentRow& iFirst, Row iNext, Row iTarget) const
+    {
+        PlainTempoMap stretch;
+        stretch.mSampleRate = mSampleRate;
+        stretch.mRows = {std::next(iNext), std::next(iTarget)};
+        SegmentRow next = iNext->second;
+        if (!next.locked) {
+            next.locked = true;
+            next.tick = iFirst.tick;
+            next.sample = iFirst.sample;
+        }
+        const Row from = stretch.mRows.emplace(next.tick, next).first;
+        stretch.Put(stretch.AtTempo(iFirst.tick, static_cast<double>(iFirst.sample), 120, cQuarter));
+        stretch.Backward(from, std::prev(stretch.mRows.end()));
+        return from->second;
     }
     void Forward(Row iRow)
     {

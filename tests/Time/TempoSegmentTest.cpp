@@ -1,4 +1,7 @@
+#include "Kora/Time/Time_NewTempoEvents.h"
 #include "Time/TempoMapTools.h"
+
+#include <cmath>
 
 namespace {
 
@@ -152,11 +155,51 @@ TEST(ConstantTempoSeg, BrokenPreconditionsAreReported)
     locked->GenerateBackward(map, 48000, Time_Tick(cQuarter));
     auto& constant = dynamic_cast<Time_ConstantTempoSeg&>(*computed);
     EXPECT_FALSE(constant.CanSetTempo());
-    constant.SetTempo(90, Time_TickLength(0));
+    constant.SetTempo(90, Time_TickLength(0)); // neither is taken
+    EXPECT_EQ(constant.GetBeatsPerMinute(), 120);
     EXPECT_EQ(asserts.Take(), Reports({InTempoMap("!this->IsComputed()"), InTempoMap("this->IsComputed()"),
                                        InTempoMap("this->CanSetTempo()"),
                                        InTempoMap("iTicksPerBeat != Time_TickLength(0)")}));
     EXPECT_EQ(map.GetNumberOfSegments(), 2u) << "both go on";
+}
+
+TEST(ConstantTempoSeg, WhatIsNoTempoIsTakenNowhere)
+{
+    struct Foreign : Time_ConstantTempoSeg
+    {
+        using Time_ConstantTempoSeg::Time_ConstantTempoSeg;
+        bool GetTempo(double& oBeatsPerMinute, Time_TickLength&) const override
+        {
+            oBeatsPerMinute = mTempo;
+            return true;
+        }
+        double mTempo = 0;
+    };
+    constexpr double cInfinity = std::numeric_limits<double>::infinity();
+    const Time_TickLength beat(480000);
+    for (const double tempo : {0.0, -120.0, cInfinity, -cInfinity, std::nan("")}) {
+        SCOPED_TRACE(tempo);
+        const AssertRecorder asserts;
+        Time_TempoMap map;
+        EXPECT_EQ(Time_ConstantTempoSeg(Time_Tick(5), tempo, beat).Dump(),
+                  "tick 5: 120 bpm per 960000 ticks");
+        Time_ConstantTempoSeg segment(Time_Tick(5), 90, beat);
+        segment.SetTempo(tempo, Time_TickLength(cQuarter));
+        EXPECT_EQ(segment.Dump(), "tick 5: 90 bpm per 480000 ticks");
+        auto foreign = std::make_unique<Foreign>(Time_Tick(5));
+        foreign->mTempo = tempo;
+        map.AddSegment(std::move(foreign));
+        EXPECT_EQ(map.GetNumberOfSegments(), 0u);
+        EXPECT_EQ(asserts.Take(), Reports(3, InTempoMap("iBeatsPerMinute > 0")));
+        Time_BasicTempoMapSegment line = Tempo(5, 7, 90);
+        line.SetTempo(Time_Tick(5), 7, 48000, tempo, beat);
+        line.SetBackTempo(Time_Tick(5), Time_Tick(5), 7, 48000, 90, Time_TickLength(-1));
+        EXPECT_EQ(line.Dump(), Tempo(5, 7, 90).Dump());
+        EXPECT_EQ(asserts.Take(), Reports(2, InBasicMap("iBeatsPerMinute > 0")));
+        Time_NewTempoEvents events(48000);
+        events.AddTempoEvent({Time_Tick(5), static_cast<float>(tempo), beat});
+        EXPECT_TRUE(events.empty() && asserts.Take().size() == 1);
+    }
 }
 
 TEST(ConstantTempoSeg, SplittingKeepsTheTempoAndDropsTheFlags)
