@@ -2,6 +2,7 @@
 
 #include "Bastel/Cmn/Cmn_Assert.h"
 #include "Kora/Ndo/Ndo_Action.h"
+#include "Kora/Ndo/Ndo_Manager_StRestoreWrapper.h"
 #include "Kora/Ndo/Ndo_Object.h"
 #include "Kora/Ndo/Ndo_Operation.h"
 
@@ -104,4 +105,20 @@ Ndo_Manager::ObjDict::iterator Ndo_Manager::LookupIter(Ndo_Object* iObjP)
 void Ndo_Manager::DecrementEntryRefCount(ObjDict::iterator iEntry)
 {
     if (--iEntry->second.mRefCount == 0) Dict().erase(iEntry);
+}
+
+void Ndo_Manager::Forget(const Ndo_Operation* iOpP)
+{
+    if (mRecordingOpP == iOpP) mRecordingOpP = nullptr;
+    for (Ndo_Manager_StRestoreWrapper* restoreP = mRestoreP; restoreP != nullptr;
+         restoreP = restoreP->mOuterP)
+        if (restoreP->mRecordingOpP == iOpP) restoreP->mRecordingOpP = nullptr;
+}
+
+void Ndo_Manager::EndRecording(const Ndo_Operation* iOpP, Ndo_Operation* iDisplacedOpP)
+{
+    Forget(iOpP);
+    // What a restore does not know may be gone by now.
+    const bool isKnown = mRestoreP != nullptr && mRestoreP->mRecordingOpP == iDisplacedOpP;
+    mRecordingOpP = isKnown ? iDisplacedOpP : nullptr;
 }

@@ -6,7 +6,7 @@
 //                     SetRecordingOperation(0)
 //
 // Restore mode is apart from that: it holds while Ndo_Operation::Restore runs. In it no object can be deleted but
-// the one that the restore itself removes.
+// the one that the restore itself removes. Restores nest, from listeners; each leaves both modes as it found them.
 //
 // Invariants: (1) IDs ascend from 1 and the counter never hands one out again
 //             (2) an entry's count is 1 for a live registration and 1 for each reference; at 0 the entry goes.
@@ -22,6 +22,7 @@
 #include <string>
 
 class Ndo_Action;
+class Ndo_Manager_StRestoreWrapper;
 class Ndo_Object;
 class Ndo_Operation;
 
@@ -52,8 +53,8 @@ public:
     // The object of an ID that is known: null while it is deleted. An unknown ID asserts and gives null.
     Ndo_Object* LookupObject(Cmn_Int64 iID);
 
-    // The operation that records from now on, or null for none. It stays the caller's, who takes it away again before
-    // it dies. One that displaces another asserts "mRecordingOpP == 0" and records.
+    // The operation that records from now on, or null for none. It stays the caller's; one that is destroyed records no
+    // more. One that displaces another asserts "mRecordingOpP == 0" and records.
     void SetRecordingOperation(Ndo_Operation* iOpP);
     Ndo_Operation* GetRecordingOperation() const { return mRecordingOpP; }
     bool IsRecording() const { return mRecordingOpP != nullptr; }
@@ -68,6 +69,8 @@ public:
 private:
     friend class Ndo_ExternalRefBase;
     friend class Ndo_Manager_StRestoreWrapper;
+    friend class Ndo_Operation;
+    friend class Ndo_StOperationRecorder;
 
     using ObjDict = std::map<Cmn_Int64, Ndo_Manager_Entry>;
 
@@ -75,6 +78,10 @@ private:
     // The position of the object's entry; asserts "iter != mObjDict.end()" when there is none.
     ObjDict::iterator LookupIter(Ndo_Object* iObjP);
     void DecrementEntryRefCount(ObjDict::iterator iEntry);
+    // Nobody records into the operation any more, nor do restores that run go back to it.
+    void Forget(const Ndo_Operation* iOpP);
+    // A recorder ends. Within a restore the operation that it displaced, which that restore records into, goes on.
+    void EndRecording(const Ndo_Operation* iOpP, Ndo_Operation* iDisplacedOpP);
 
     // Made at the first use and never freed, so that the manager needs neither constructor nor destructor at run time.
     ObjDict* mObjDict = nullptr;
@@ -82,6 +89,7 @@ private:
     Cmn_Int64 mNextID = 1;
     bool mRestoring = false;
     Ndo_Object* mRestoreDeleteObjP = nullptr;
+    Ndo_Manager_StRestoreWrapper* mRestoreP = nullptr; // the innermost restore that runs
 };
 
 extern KORA_API Ndo_Manager Ndo_gManager;

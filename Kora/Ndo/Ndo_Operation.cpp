@@ -9,6 +9,29 @@
 
 #include <utility>
 
+// Has the content while it is restored, where nobody who is called meanwhile reaches it, and gives back what is left.
+class Ndo_Operation::StRestoring
+{
+public:
+    explicit StRestoring(Ndo_Operation& ioOwner)
+        : mOwnerP(&ioOwner)
+    {
+        mOwnerP->mRestoringP = this;
+        mContent.Take(ioOwner);
+    }
+    ~StRestoring()
+    {
+        if (mOwnerP == nullptr) return;
+        mOwnerP->mRestoringP = nullptr;
+        mOwnerP->Take(mContent);
+    }
+    StRestoring(const StRestoring&) = delete;
+    StRestoring& operator=(const StRestoring&) = delete;
+
+    Ndo_Operation mContent;
+    Ndo_Operation* mOwnerP; // null once it is destroyed
+};
+
 bool Ndo_Operation::sDisableLog[3] = {false, false, false};
 
 Ndo_Operation::Ndo_Operation() = default;
@@ -27,6 +50,8 @@ Ndo_Operation& Ndo_Operation::operator=(const Ndo_Operation& iOther)
 
 Ndo_Operation::~Ndo_Operation()
 {
+    if (mRestoringP != nullptr) mRestoringP->mOwnerP = nullptr;
+    Ndo_gManager.Forget(this);
     mDeletedStates.clear();
     mModifiedStates.clear();
     FreeActions(mActions);
@@ -34,11 +59,26 @@ Ndo_Operation::~Ndo_Operation()
 
 void Ndo_Operation::Restore()
 {
+    if (!Cmn_ASSERT(!IsRestoring())) return;
     Ndo_Manager_StRestoreWrapper mode;
+    StRestoring restoring(*this);
+    restoring.mContent.RestoreContent(mode);
+}
+
+void Ndo_Operation::RestoreContent(Ndo_Manager_StRestoreWrapper& ioMode)
+{
     BringDeletedObjectsBack();
     PutStatesBack();
-    CleanUpAndRemoveCreatedObjects(mode);
+    CleanUpAndRemoveCreatedObjects(ioMode);
     UndoActions();
+}
+
+// What this one has logged meanwhile stays.
+void Ndo_Operation::Take(Ndo_Operation& ioOther)
+{
+    mModifiedStates.merge(ioOther.mModifiedStates);
+    mDeletedStates.merge(ioOther.mDeletedStates);
+    if (mActions.empty()) mActions.swap(ioOther.mActions);
 }
 
 bool Ndo_Operation::IsEmpty() const

@@ -12,6 +12,11 @@
 //     the manager logs into it         the application        may be destroyed
 //                                      owns it                or used again
 //
+// From a listener, while a restore runs:
+//     the same operation is restored    asserts "!IsRestoring()" and changes nothing
+//     another operation is restored     is a restore of its own; then the outer one goes on in the mode that it had
+//     the operation is destroyed        allowed: the restore goes on to its end, without it
+//
 // Invariants: (1) a state in mModifiedStates is the object as it was before its first change within the operation;
 //             a null there marks an object that was created within it  (2) mDeletedStates has the objects that were
 //             there before and were deleted within it, as they were then  (3) an ID is in one of the two at most.
@@ -46,12 +51,14 @@ public:
     // Puts every logged object back as it was when the operation started and undoes the actions; then the operation
     // is empty. An operation that records meanwhile becomes the way forward again (redo).
     //
-    // An exception from an object, state or action leaves at once, with restore mode off. What is not yet restored
-    // stays here and is freed with the operation; a recorder around the restore rolls back what had been done.
+    // While that runs, what is not yet restored is out of everybody's reach, and the operation reads as empty. An
+    // exception from an object, state or action leaves at once, with the mode as it was before. What is not yet restored
+    // comes back here then and is freed with the operation; a recorder around the restore rolls back what had been done.
     // An object that cannot be found (it was deleted while nobody recorded) is reported by the manager and skipped.
     void Restore();
 
     bool IsEmpty() const;
+    bool IsRestoring() const { return mRestoringP != nullptr; }
     // One line for each object and one for the number of actions.
     std::string Dump() const;
 
@@ -61,6 +68,7 @@ public:
 
 private:
     friend class Ndo_Manager;
+    class StRestoring;
 
     using States = std::map<Cmn_Int64, std::unique_ptr<Ndo_State>>;
     using Actions = std::vector<std::unique_ptr<Ndo_Action>>;
@@ -70,7 +78,10 @@ private:
     void LogDelete(Ndo_Object* iObjP);
     void LogAction(Ndo_Action* iActionP);
 
+    void Take(Ndo_Operation& ioOther);
+
     // The steps of Restore.
+    void RestoreContent(Ndo_Manager_StRestoreWrapper& ioMode);
     void BringDeletedObjectsBack();
     void PutStatesBack();
     void CleanUpAndRemoveCreatedObjects(Ndo_Manager_StRestoreWrapper& ioMode);
@@ -82,4 +93,5 @@ private:
     States mModifiedStates;
     States mDeletedStates;
     Actions mActions; // in the order they were logged
+    StRestoring* mRestoringP = nullptr;
 };

@@ -1,3 +1,4 @@
+#include "Kora/Ndo/Ndo_Manager_StRestoreWrapper.h"
 #include "Kora/Ndo/Ndo_StDisableRecording.h"
 #include "Ndo/World.h"
 
@@ -71,13 +72,70 @@ TEST_F(OperationTest, ADeletionDuringARestoreIsRefused)
 {
     Note* const note = Note::New(60);
     Note* const victim = Note::New(62);
-    note->mDeletesWhenRestored = victim;
+    note->mWhenRestored = [&] { victim->NdoDelete(); };
     const auto operation = Record([&] { note->Set(61); });
     const auto redo = Record([&] { operation->Restore(); });
     EXPECT_EQ(World::Text(), note->Name() + "=60 " + victim->Name() + "=62 fader 0");
     EXPECT_EQ(redo->Dump(), "Ndo_Operation: 0 actions\n" + Line(note->Name(), "modified"));
     victim->NdoDelete();
     EXPECT_EQ(World::Text(), note->Name() + "=60 fader 0") << "accepted once restore mode is over";
+}
+
+// Three restores, each from the listener of the one before, and what the innermost listener does.
+TEST_F(OperationTest, ARestoreInsideAnothersIsItsOwn)
+{
+    std::unique_ptr<Ndo_Operation> outer, middle, inner, middleRedo;
+    const struct
+    {
+        const char* what;
+        std::function<void()> edit;
+        Reports reports = {};
+    } cRows[] = {
+        {"nothing",                                [] {}                                      },
+        {"the outermost, and the inner",           [&] { outer->Restore(), inner->Restore(); },
+         Reports(2, "!IsRestoring()@$^$@Ndo/Ndo_Operation")},
+        {"they are destroyed", [&] { outer.reset(), inner.reset(); }                                           },
+        {"one more clears the recording",
+         [] {
+             const Ndo_Manager_StRestoreWrapper mode;
+             Ndo_gManager.SetRecordingOperation(nullptr);
+         }  },
+        {"an exception",                                        [] { throw std::runtime_error("the innermost listener"); }                                                                                },
+    };
+    for (const auto& row : cRows) {
+        SCOPED_TRACE(row.what);
+        World::Reset();
+        Note *const a = Note::New(60), *const b = Note::New(62), *const c = Note::New(64);
+        const std::string restored = World::Text();
+        outer = Record([&] { a->Set(61), Note::New(70), MoveFader::Log(5); });
+        const std::string outerDone = World::Text();
+        middle = Record([&] { b->Set(63), Note::New(71); });
+        inner = Record([&] { c->Set(65), Note::New(72); });
+        const std::string before = World::Text();
+        a->mWhenRestored = [&] {
+            middleRedo = Record([&] { middle->Restore(); }); // a step of its own
+            b->NdoDelete();
+        };
+        b->mWhenRestored = [&] { inner->Restore(), c->NdoDelete(); }; // a part of that step
+        c->mWhenRestored = row.edit;
+        if (row.what == std::string("an exception")) {
+            EXPECT_THROW(Record([&] { outer->Restore(); }), std::runtime_error);
+            EXPECT_EQ(World::Text(), before) << "the recorders take back all of it";
+        } else {
+            const auto redo = Record([&] { outer->Restore(); });
+            EXPECT_EQ(World::Text(), restored);
+            redo->Restore();
+            EXPECT_EQ(World::Text(), outerDone) << "all of the outer one is recorded";
+            middleRedo->Restore();
+            EXPECT_EQ(World::Text(), before) << "and all of the others";
+        }
+        Reports reports = mRecorder.Take();
+        std::erase(reports, "mRecordingOpP == 0@$^$@Ndo/Ndo_Manager"); // recorders do not nest
+        EXPECT_EQ(reports, row.reports);
+        EXPECT_FALSE(Ndo_gManager.IsRecording());
+        a->NdoDelete();
+        EXPECT_EQ(World::Text().find(std::to_string(60)), std::string::npos) << "restore mode is over";
+    }
 }
 
 TEST_F(OperationTest, ASnapshotThatFailsLeavesNoMarkOfACreation)

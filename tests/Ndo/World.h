@@ -26,6 +26,7 @@ struct World
     static inline int sThrowAt = -1;
     static inline int sNumStates = 0;
     static inline int sFader = 0;
+    static inline std::function<void()> sWhenRestored;
     static inline std::set<class Note*> sNotes;
 
     static void Called(const std::string& iCall, bool iMayThrow = true)
@@ -66,12 +67,13 @@ public:
     {
         World::Called("restore " + Name());
         mPitch = static_cast<State*>(iState)->mPitch;
-        if (mDeletesWhenRestored != nullptr) mDeletesWhenRestored->NdoDelete();
+        if (mWhenRestored != nullptr) std::exchange(mWhenRestored, nullptr)();
+        if (World::sWhenRestored != nullptr) World::sWhenRestored();
     }
     void NdoCleanup() override { World::Called("cleanup " + Name()); }
 
     bool mNoState = false;
-    Note* mDeletesWhenRestored = nullptr;
+    std::function<void()> mWhenRestored; // called once
 
 private:
     struct State : Ndo_State
@@ -147,6 +149,7 @@ inline void World::Reset()
     sCalls.clear();
     sThrowAt = -1;
     sFader = 0;
+    sWhenRestored = nullptr;
 }
 
 // A world for each test, in which every snapshot is freed.
