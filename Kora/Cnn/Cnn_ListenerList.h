@@ -29,7 +29,7 @@ public:
     explicit Cnn_ListenerListBase(std::type_index iMessageClassInfo);
     // The copy tells the same receivers.
     Cnn_ListenerListBase(const Cnn_ListenerListBase&);
-    Cnn_ListenerListBase& operator=(const Cnn_ListenerListBase&) = default;
+    Cnn_ListenerListBase& operator=(const Cnn_ListenerListBase& iOther);
     ~Cnn_ListenerListBase();
 
     // A receiver of another message class asserts and is added nonetheless. One that is added twice is told twice.
@@ -41,7 +41,8 @@ public:
     // exception") and the next receiver is told, so that one faulty listener neither cuts off the others nor breaks
     // into the edit that broadcasts. (A host's assertion handler may throw out of it.)
     //
-    // Receivers are not added or removed during a broadcast. Who does so nonetheless meets an assertion; a receiver
+    // Receivers are not added or removed during a broadcast. Who does so nonetheless, be it one for the other, meets an
+    // assertion ("listeners unchanged during a broadcast") at its end; a receiver
     // added at the end is not told this time, and a change in front of the one being told makes the one behind it
     // be left out or told twice.
     void Broadcast(const Cnn_ListenerMessage& iMessage) const;
@@ -52,6 +53,7 @@ public:
 private:
     std::vector<Cnn_ListenerMessageReceiver*> mListeners; // in delivery order
     std::type_index mMessageClassInfo;
+    std::size_t mChangeCount = 0; // of receivers added and removed: tells a broadcast what the size cannot
 };
 
 // The list of a message class: only messages of the class can be broadcast.

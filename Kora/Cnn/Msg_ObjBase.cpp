@@ -40,6 +40,8 @@ void Msg_ObjBase::RemoveReceiver(Msg_Receiver* iReceiverP)
 {
     if (!Cmn_ASSERT(iReceiverP != 0)) return;
     if (!Cmn_ASSERT(iReceiverP->mObjP == this)) return;
+    for (Telling* telling = mTellingP; telling != nullptr; telling = telling->mOuterP)
+        if (telling->mReceiverP == iReceiverP) telling->mReceiverP = nullptr;
     mReceivers.Remove(*iReceiverP);
     iReceiverP->mObjP = nullptr;
     --mCount;
@@ -47,10 +49,21 @@ void Msg_ObjBase::RemoveReceiver(Msg_Receiver* iReceiverP)
 
 void Msg_ObjBase::BroadcastMessage(Msg_EMessage iMessage)
 {
-    for (Msg_Receiver* receiverP = mReceivers.GetFirst(); receiverP != nullptr;
-         receiverP = mReceivers.GetNext(*receiverP))
+    struct StTelling : Telling
     {
-        Tell(*receiverP, iMessage);
-        if (!Cmn_ASSERT_TEXT(receiverP->mObjP == this, "a receiver stays linked during a broadcast")) return;
+        explicit StTelling(Msg_ObjBase& ioObj)
+            : Telling{ioObj.mReceivers.GetFirst(), ioObj.mTellingP}
+            , mObj(ioObj)
+        {
+            mObj.mTellingP = this;
+        }
+        ~StTelling() { mObj.mTellingP = mOuterP; }
+        Msg_ObjBase& mObj;
+    } telling(*this);
+    while (telling.mReceiverP != nullptr) {
+        Tell(*telling.mReceiverP, iMessage);
+        if (!Cmn_ASSERT_TEXT(telling.mReceiverP != nullptr, "a receiver stays linked during a broadcast"))
+            return;
+        telling.mReceiverP = mReceivers.GetNext(*telling.mReceiverP);
     }
 }

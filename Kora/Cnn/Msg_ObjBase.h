@@ -23,12 +23,21 @@ public:
     // Unlinks the receiver; one that is not linked here asserts "iReceiverP->mObjP == this".
     void RemoveReceiver(Msg_Receiver* iReceiverP);
     // The next receiver is read from the current one's link after its call: a receiver unlinks neither itself nor the
-    // one behind it from inside MsgReceive. One that unlinks itself nonetheless asserts, and ends the broadcast.
+    // one behind it from inside MsgReceive. One that unlinks itself nonetheless, or is destroyed, asserts and ends the
+    // broadcast, whether or not it is linked again.
     void BroadcastMessage(Msg_EMessage iMessage);
 
     Cmn_Int32 GetNumberOfReceivers() const { return mCount; }
 
 private:
+    // A broadcast that runs, on the stack; they nest.
+    struct Telling
+    {
+        Msg_Receiver* mReceiverP; // null once it is unlinked
+        Telling* mOuterP;
+    };
+
     Cmn_DoublyLinkedList<Msg_Receiver> mReceivers;
     Cmn_Int32 mCount = 0;
+    Telling* mTellingP = nullptr; // the innermost
 };

@@ -23,10 +23,10 @@ struct Scribe : Base
     void Write(const std::string& iWhat)
     {
         mText += mLetter + iWhat;
-        if (mThen) mThen();
+        if (mThen) std::exchange(mThen, nullptr)();
     }
 
     std::string& mText;
     char mLetter;
-    std::function<void()> mThen;
+    std::function<void()> mThen; // called once
 };

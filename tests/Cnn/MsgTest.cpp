@@ -58,11 +58,38 @@ TEST(Msg, BrokenPreconditionsAssertAndLeaveTheListsWhole)
     text.clear();
     second.BroadcastMessage(Msg_EMessage(2));
     EXPECT_EQ(recorder.Take(), Reports{"a receiver threw an exception@$^$@Cnn/Msg_ObjBase"});
-    a.mThen = [&] { second.RemoveReceiver(&a); };
-    second.BroadcastMessage(Msg_EMessage(3));
-    EXPECT_EQ(recorder.Take(), Reports{"a receiver stays linked during a broadcast@$^$@Cnn/Msg_ObjBase"});
-    second.BroadcastMessage(Msg_EMessage(4));
-    EXPECT_EQ(text, "a2 b2 a3 b4 ");
+    EXPECT_EQ(text, "a2 b2 ");
+}
+
+TEST(Msg, AReceiverThatUnlinksItselfEndsTheBroadcast)
+{
+    const AssertRecorder recorder;
+    std::string text;
+    Msg_ObjBase obj;
+    std::unique_ptr<Receiver> b;
+    const auto unlink = [&] { obj.RemoveReceiver(b.get()); };
+    const auto linkAgain = [&] { unlink(), obj.AddReceiver(b.get()); };
+    const std::tuple<const char*, std::function<void()>, const char*> rows[] = {
+        {"unlinked",                 unlink,                                                            "a3 b3 a4 c4 "      },
+        {"destroyed",                [&] { b.reset(); },                                                "a3 b3 a4 c4 "      },
+        {"linked again, at the end", linkAgain,                                                         "a3 b3 b0 a4 c4 b4 "},
+        {"in a broadcast inside it", [&] { b->mThen = unlink, obj.BroadcastMessage(Msg_EMessage(7)); },
+         "a3 b3 a7 b7 a4 c4 "                                                                                               },
+    };
+    for (const auto& [what, change, told] : rows) {
+        Receiver a(text, 'a'), c(text, 'c');
+        b = std::make_unique<Receiver>(text, 'b');
+        for (Receiver* const receiver : {&a, b.get(), &c})
+            obj.AddReceiver(receiver);
+        text.clear();
+        b->mThen = change;
+        obj.BroadcastMessage(Msg_EMessage(3));
+        const bool isNested = std::string(told).find('7') != std::string::npos;
+        EXPECT_EQ(recorder.Take(), Reports(isNested ? 2 : 1,
+                                           "a receiver stays linked during a broadcast@$^$@Cnn/Msg_ObjBase"));
+        obj.BroadcastMessage(Msg_EMessage(4));
+        EXPECT_EQ(text, told) << what;
+    }
 }
 
 // Random linking and unlinking, by call and by destruction, against a vector.

@@ -134,7 +134,7 @@ TEST_F(OperationTest, ARestoreInsideAnothersIsItsOwn)
         EXPECT_EQ(reports, row.reports);
         EXPECT_FALSE(Ndo_gManager.IsRecording());
         a->NdoDelete();
-        EXPECT_EQ(World::Text().find(std::to_string(60)), std::string::npos) << "restore mode is over";
+        EXPECT_EQ(World::sNotes.count(a), 0u) << "restore mode is over";
     }
 }
 
