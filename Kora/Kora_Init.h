@@ -4,8 +4,11 @@
 //     …
 //     Kora_Init::Free();    // once for each Init
 //
-// The first Init binds the trace facility and builds the limits and unit names of times. Free releases nothing: limits
+// The first Init binds the trace facility, sets up shared names and tokens, and builds the limits and unit names of times. Free releases nothing: limits
 // and names handed out earlier stay good until the process ends.
+//
+// A host that forgot Init meets the assertion "Kora_Init::sInitializedCount > 0" at the first use of what it builds: the
+// limits of times, clamped conversions among them, names, listeners and tasks. What then happens stands there.
 //
 // Threads: Init and Free run on the host's start-up and shut-down thread, before and after all others use the library.
 #pragma once

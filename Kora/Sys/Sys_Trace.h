@@ -1,9 +1,9 @@
 // Sys_Trace: writes diagnostic lines, by category, to the trace library where one is installed.
 //
-//     Sys_TRACE(Sys_Trace::cCategory_TimeSettings, "Time_Globals::SetSampleRate(%f)\n", rate);
+//     Sys_TRACE(Sys_Trace::cCategory_TimeSettings, "Frame Rate: %3.3f", rate);
 //
 // A line costs one branch while tracing is off, and its arguments are not evaluated then. The format is printf's and
-// is checked by compilers that can; every line ends with its own "\n".
+// is checked by compilers that can. A line need not end with "\n": the trace library ends those that do not.
 //
 // The call site stands at this low floor, below all that trace; what binds it (Sys_TraceBinder) stands beside it,
 // and Kora_Init::Init has it bound. Lines written before that are not written anywhere.

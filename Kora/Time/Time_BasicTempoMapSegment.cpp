@@ -67,7 +67,7 @@ Time_Sample Time_BasicTempoMapSegment::TickToFirstSample(Time_Tick iTick) const
 {
     const Cmn_Int64 sample = Cmn_RoundHalfUp(SampleAtOffset(TicksAfterStart(iTick) - 0.5));
     const bool isBefore = SampleToTick(Time_Sample(sample)) < iTick;
-    return AtMostTheMaximum(Time_Sample(isBefore ? Cmn_WrapAdd<Cmn_Int64>(sample, 1) : sample));
+    return Time_Typed::AtMostTheMaximum(Time_Sample(isBefore ? Cmn_WrapAdd<Cmn_Int64>(sample, 1) : sample));
 }
 
 Time_Tick Time_BasicTempoMapSegment::SampleToFirstTick(Time_Sample iSample) const

@@ -69,7 +69,6 @@ private:
     }
     double SampleAtOffset(double iTicks) const { return iTicks * mSamplesPerTick + mFractionalStartSample; }
     inline Time_Tick TickAtOffset(double iSamples) const;
-    inline static Time_Sample AtMostTheMaximum(Time_Sample iSample);
     void SetSlope(double iSampleRate, double iBeatsPerMinute, const Time_TickLength& iTicksPerBeat);
 
     double mFractionalStartSample = 0;
@@ -84,16 +83,10 @@ inline Time_Tick Time_BasicTempoMapSegment::TickAtOffset(double iSamples) const
     return Time_Tick(Cmn_WrapAdd(Cmn_RoundHalfUp(iSamples * mTicksPerSample), mStartTick.AsInt64()));
 }
 
-inline Time_Sample Time_BasicTempoMapSegment::AtMostTheMaximum(Time_Sample iSample)
-{
-    const Time_Sample maximum(Time_Typed::MaxTime(Time_eType_Samples).AsInt64());
-    return iSample < maximum ? iSample : maximum;
-}
-
 inline Time_Sample Time_BasicTempoMapSegment::TickToSample(Time_Tick iTick, bool iClamp) const
 {
     const Time_Sample sample(Cmn_RoundHalfUp(FractionalSampleAt(iTick)));
-    return iClamp ? AtMostTheMaximum(sample) : sample;
+    return iClamp ? Time_Typed::AtMostTheMaximum(sample) : sample;
 }
 
 inline Time_Tick Time_BasicTempoMapSegment::SampleToTick(Time_Sample iSample) const

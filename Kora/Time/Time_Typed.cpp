@@ -1,6 +1,7 @@
 #include "Kora/Time/Time_Typed.h"
 
 #include "Bastel/I18N/I18N_Utils.h"
+#include "Kora/Sys/Sys_AssertInitialized.h"
 #include "OstrelPlatformSupport/SPSStartupOptionSInt32.h"
 
 namespace {
@@ -42,10 +43,17 @@ void Time_Typed::Init()
     sMaxSessionSample = Time_Sample(Uses24HourTimeline() ? cMaxSamplesOfADay : cMaxSessionSampleShort);
 }
 
+// One of the limits is 0 afterwards too.
+const Time_Typed& Time_Typed::Checked(const Time_Typed& iLimit)
+{
+    if (iLimit.AsInt64() == 0) Sys_ASSERT_INITIALIZED(sInited);
+    return iLimit;
+}
+
 void Time_Typed::PinToValidRange()
 {
     if (!Cmn_ASSERT_AS(GetType() <= Time_eType_Frames, "0", "Time/Time_Typed")) return;
-    const Cmn_Int64 maximum = sMaxTimes[GetType()].AsInt64();
+    const Cmn_Int64 maximum = Checked(sMaxTimes[GetType()]).AsInt64();
     const Cmn_Int64 minimum = sMinTimes[GetType()].AsInt64();
     if (AsInt64() >= maximum)
         SetTime(maximum);
@@ -53,18 +61,34 @@ void Time_Typed::PinToValidRange()
         SetTime(minimum);
 }
 
-Time_Typed Time_Typed::MinTime(Time_EType iType) { return sMinTimes[iType]; }
+Time_Typed Time_Typed::MinTime(Time_EType iType) { return Checked(sMinTimes[iType]); }
 
-Time_Typed Time_Typed::MaxTime(Time_EType iType) { return sMaxTimes[iType]; }
+Time_Typed Time_Typed::MaxTime(Time_EType iType) { return Checked(sMaxTimes[iType]); }
 
-const std::string& Time_Typed::GetTimeTypedString(Time_EType iType) { return sTypeStrings[iType]; }
+const std::string& Time_Typed::GetTimeTypedString(Time_EType iType)
+{
+    if (sTypeStrings[iType].empty()) Sys_ASSERT_INITIALIZED(sInited);
+    return sTypeStrings[iType];
+}
 
-Time_Sample Time_Typed::GetMaxSessionSample() { return sMaxSessionSample; }
+Time_Sample Time_Typed::AtMostTheMaximum(Time_Sample iSample)
+{
+    const Time_Sample maximum(sMaxTimes[Time_eType_Samples].AsInt64());
+    if (iSample < maximum) return iSample;
+    return Time_Sample(Checked(sMaxTimes[Time_eType_Samples]).AsInt64());
+}
+
+Time_Sample Time_Typed::GetMaxSessionSample()
+{
+    if (sMaxSessionSample == Time_Sample(0)) Sys_ASSERT_INITIALIZED(sInited);
+    return sMaxSessionSample;
+}
 
 void Time_Typed::SetMaxSessionSample(const Time_Sample& iSample)
 {
+    Sys_ASSERT_INITIALIZED(sInited);
     if (!Uses24HourTimeline()) return;
-    Cmn_ASSERT_AS(sMaxSessionSample <= Time_Typed::MaxTime(Time_eType_Samples).AsSample(),
+    Cmn_ASSERT_AS(sMaxSessionSample <= sMaxTimes[Time_eType_Samples].AsSample(),
                   "sMaxSessionSample <= Time_Typed::MaxTime(Time_eType_Samples).AsSample()",
                   "Time/Time_Typed");
     sMaxSessionSample = iSample;

@@ -1,7 +1,8 @@
 // Time_Typed: a position on the session's time line that carries its unit, and the limits of all three units.
 //
 // Units:   samples, internal ticks or frames, by GetType.
-// Limits:  built once by Init, which Kora_Init::Init calls; read only afterwards.
+// Limits:  built once by Init, which Kora_Init::Init calls; read only afterwards. Until then they are 0, and what meets
+//          them here or in a conversion asserts "Kora_Init::sInitializedCount > 0" and goes on with that.
 //
 //            unit      minimum       maximum
 //            samples   0             34359738367, or 2147483647 with the start-up option "Use24HourTimeline" at 0
@@ -43,12 +44,17 @@ public:
     KORA_API static Time_Typed MaxTime(Time_EType iType);
     KORA_API static const std::string& GetTimeTypedString(Time_EType iType);
 
+    // iSample, or the maximum of samples where that is less.
+    KORA_API static Time_Sample AtMostTheMaximum(Time_Sample iSample);
+
     // The last sample a session may reach. Setting it does nothing with "Use24HourTimeline" at 0.
     // Deliberate: the limit being replaced is the one that is checked. Test: SessionLimitChecksTheOldValue
     KORA_API static Time_Sample GetMaxSessionSample();
     KORA_API static void SetMaxSessionSample(const Time_Sample& iSample);
 
 private:
+    static const Time_Typed& Checked(const Time_Typed& iLimit);
+
     static Time_Typed sMinTimes[3];
     static Time_Typed sMaxTimes[3];
     static std::string sTypeStrings[3];

@@ -115,6 +115,14 @@ std::string Formatted(const char* iFormat, va_list iArguments)
     return {text.data(), static_cast<std::size_t>(size)};
 }
 
+// The same as a whole line.
+std::string FormattedLine(const char* iFormat, va_list iArguments)
+{
+    std::string line = Formatted(iFormat, iArguments);
+    if (line.empty() || line.back() != '\n') line += '\n';
+    return line;
+}
+
 // Writes what iText(trace) gives, if the category is on.
 template <class Text>
 void WriteIfOn(std::uint32_t iCategory, Text iText)
@@ -144,8 +152,9 @@ void OstrelTraceFormat(std::uint32_t iCategory, const char* iFormat, ...)
 {
     va_list arguments;
     va_start(arguments, iFormat);
-    WriteIfOn(iCategory,
-              [&](const Trace& iTrace) { return iTrace.Head(iCategory) + Formatted(iFormat, arguments); });
+    WriteIfOn(iCategory, [&](const Trace& iTrace) {
+        return iTrace.Head(iCategory) + FormattedLine(iFormat, arguments);
+    });
     va_end(arguments);
 }
 
@@ -162,7 +171,7 @@ void OstrelTraceFormatTimestamp(std::uint32_t iCategory, const char* iFormat, ..
     va_list arguments;
     va_start(arguments, iFormat);
     WriteIfOn(iCategory, [&](const Trace& iTrace) {
-        return iTrace.Head(iCategory) + iTrace.Timestamp() + Formatted(iFormat, arguments);
+        return iTrace.Head(iCategory) + iTrace.Timestamp() + FormattedLine(iFormat, arguments);
     });
     va_end(arguments);
 }

@@ -32,11 +32,11 @@ KORA_API std::uint8_t OstrelTraceIsActiveFunc();
 // opened, in whose place stderr is used.
 KORA_API std::int32_t OstrelTraceReloadConfigsFunc();
 
-// The formatted write, as printf does it; the text ends with its own "\n".
+// The formatted write, as printf does it. A text that does not end with "\n" gets one: each call is a line, or several.
 KORA_API void OstrelTraceFormat(std::uint32_t iCategory, const char* iFormat, ...);
-// Without the head, to go on with a line.
+// Without the head and as it is, so that several calls make one line; the last of them ends it.
 KORA_API void OstrelTraceFormatQuiet(std::uint32_t iCategory, const char* iFormat, ...);
-// With the time in front: "[4000B07] 12.034567 text".
+// OstrelTraceFormat with the time in front: "[4000B07] 12.034567 text".
 KORA_API void OstrelTraceFormatTimestamp(std::uint32_t iCategory, const char* iFormat, ...);
 // A text as it is, and "\n".
 KORA_API void OstrelTracePuts(std::uint32_t iCategory, const char* iText);
@@ -57,7 +57,7 @@ KORA_API void OstrelTraceSetClockCallbackFunc(OstrelTraceClock iClock);
 KORA_API void OstrelTraceSetNameFunc(const char* iName);
 // A result code in words; good until the thread's next call.
 KORA_API const char* OstrelTraceOSErrToString(std::int32_t iError);
-// For callers without categories: written whenever the library is active, without a head.
+// For callers without categories: written whenever the library is active, without a head and as it is.
 KORA_API void OstrelTraceLegacyFormat(const char* iFormat, ...);
 // Path of the file that lines go to; empty for stderr. Good until the configuration is read again.
 KORA_API const char* OstrelTraceGetTracePath();

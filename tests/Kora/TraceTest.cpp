@@ -51,8 +51,9 @@ TEST_F(TraceTest, AWholeAndActiveLibraryTurnsTracingOn)
     EXPECT_EQ(Sys_Trace::sEnabled, 1);
     EXPECT_TRUE(Sys_Trace::IsOn(cOn));
     Sys_TRACE(cOn, "rate %.1f, count %lld, %s\n", 44100.0, 1LL << 40, "name");
-    Sys_TRACE(cOn, "plain\n");
-    EXPECT_EQ(mText, "[4000E0C] rate 44100.0, count 1099511627776, name\n[4000E0C] plain\n");
+    Sys_TRACE(cOn, "ended here");
+    Sys_TRACE(cOn, "%s", "");
+    EXPECT_EQ(mText, "[4000E0C] rate 44100.0, count 1099511627776, name\n[4000E0C] ended here\n[4000E0C] \n");
 }
 
 TEST_F(TraceTest, ALineOfACategoryThatIsOffCostsNotEvenItsArguments)
@@ -102,7 +103,7 @@ TEST_F(TraceTest, EntriesOfTheLibraryDoWhatTheirHeaderSays)
     ENTRY(OstrelTraceFormatQuiet, eEntry_FormatQuiet)(0xAB, "%d ", 5);
     ENTRY(OstrelTraceLegacyFormat, eEntry_LegacyFormat)("%d\n", 6);
     ENTRY(OstrelTraceSetClockCallbackFunc, eEntry_SetClockCallback)([] { return 1.5; });
-    ENTRY(OstrelTraceFormatTimestamp, eEntry_FormatTimestamp)(0xAB, "%d\n", 7);
+    ENTRY(OstrelTraceFormatTimestamp, eEntry_FormatTimestamp)(0xAB, "%d", 7);
     ENTRY(OstrelTraceMem, eEntry_Mem)(0xAB, "0123456789abcdefg", 17);
     EXPECT_EQ(mText,
               "host: [AB] a %d\n5 6\n[AB] 1.500000 7\n[AB] 17 bytes\n    00000000: 30 31 32 33 34 35 36 37 "

@@ -6,6 +6,7 @@
 #include "Kora/SDS/Source/SDS_NameStore_p.h"
 #include "Kora/SDS/Source/SDS_ParentIterator.h"
 #include "Kora/SDS/Source/SDS_TokenDispatcher.h"
+#include "Kora/Sys/Sys_AssertInitialized.h"
 
 #include <bit>
 #include <cstring>
@@ -122,6 +123,7 @@ ESDSError SDS_NameRegistry::GetNameId(SDS_Name* iBase, const char* const iPath, 
 {
     if (oName == nullptr) return eSDSErr_OutOfMemory;
     SDS_Name* name = iBase != nullptr ? iBase : fRootNameId;
+    if (!Sys_ASSERT_INITIALIZED(name != nullptr)) return eSDSErr_OutOfMemory;
     PathReader path(iPath, *name);
     if (path.IsTooLong()) return eSDSErr_PathTooLong;
     SDS_NameText text;
@@ -139,6 +141,7 @@ ESDSError SDS_NameRegistry::GetNameId(SDS_Name* iBase, const char* const iPath, 
 ESDSError SDS_NameRegistry::FindOrCreateName(SDS_Name* iBase, const char* const iPath, SDS_Name** oName)
 {
     SDS_Name* name = iBase != nullptr ? iBase : fRootNameId;
+    if (!Sys_ASSERT_INITIALIZED(name != nullptr)) return eSDSErr_OutOfMemory;
     PathReader path(iPath, *name);
     if (path.IsTooLong()) return eSDSErr_PathTooLong;
     if (!SDS_NameAddReference(*name)) return eSDSErr_OutOfMemory;

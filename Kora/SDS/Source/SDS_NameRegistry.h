@@ -39,7 +39,8 @@ struct SDS_Name;
 class KORA_API SDS_NameRegistry
 {
 public:
-    // Sets up the tree and the token dispatcher; called by Kora_Init::Init. Later calls succeed and change nothing.
+    // Sets up the tree and the token dispatcher; called by Kora_Init::Init. Later calls succeed and change nothing. What
+    // needs the root before asserts "Kora_Init::sInitializedCount > 0" and gives eSDSErr_OutOfMemory.
     static ESDSError Init();
 
     // Finds; makes nothing and takes no hold.

@@ -7,6 +7,7 @@
 #include "Kora/SDS/Source/SDS_TokenListener.h"
 #include "Kora/SDS/Source/SDS_TokenTask.h"
 #include "Kora/SDS/Source/SDS_TokenTracker.h"
+#include "Kora/Sys/Sys_AssertInitialized.h"
 #include "OstrelPlatformSupport/PSThread.h"
 
 #include <cstring>
@@ -289,7 +290,11 @@ void SDS_TokenDispatcher::SetDispatchTokenFilter(TokenFilter iFilter)
     SDS_DispatcherState::fTokenFilter.store(iFilter, std::memory_order_release);
 }
 
-IPSSyncPrim* SDS_TokenDispatcher::GetCriticalSection() { return SDS_DispatcherState::fCS; }
+IPSSyncPrim* SDS_TokenDispatcher::GetCriticalSection()
+{
+    if (!Sys_ASSERT_INITIALIZED(SDS_DispatcherState::fCS != nullptr)) Init();
+    return SDS_DispatcherState::fCS;
+}
 
 SDS_TokenPool& SDS_TokenDispatcher::GetTokenPool() { return *SDS_DispatcherState::fTokenPool; }
 
@@ -316,7 +321,7 @@ void SDS_TokenDispatcher::CallInterleavingHook()
 
 std::string SDS_TokenDispatcher::Dump()
 {
-    const IPSSyncPrim::StEnter section(*SDS_DispatcherState::fCS);
+    const IPSSyncPrim::StEnter section(*GetCriticalSection());
     const SDS_TokenPool& pool = GetTokenPool();
     std::string text;
     for (std::size_t i = 0; i < pool.GetClassCount(); ++i) {

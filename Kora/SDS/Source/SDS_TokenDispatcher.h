@@ -75,7 +75,7 @@ public:
     // Drops one reference to a list; at the last one it is recycled as soon as nobody uses it.
     static ESDSError FreeActiveListenerList(SDS_ActiveListenerList* ioList);
 
-    // "SDS_TokenDispatcher_CS"; null before Init.
+    // "SDS_TokenDispatcher_CS". Before Init, asserts "Kora_Init::sInitializedCount > 0" and calls it.
     static IPSSyncPrim* GetCriticalSection();
 
     // The library's own.

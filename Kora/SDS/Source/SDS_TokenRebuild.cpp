@@ -145,7 +145,7 @@ bool SDS_TokenDispatcher::GetTokensPaused() { return State::fTokensPausedCount.l
 
 void SDS_TokenDispatcher::SetTokensPaused(bool iPaused)
 {
-    const IPSSyncPrim::StEnter section(*State::fCS);
+    const IPSSyncPrim::StEnter section(*GetCriticalSection());
     if (iPaused) {
         State::fTokensPausedCount.fetch_add(1);
         return;

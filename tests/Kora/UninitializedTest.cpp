@@ -1,0 +1,71 @@
+// What a host meets that forgot Kora_Init::Init: an assertion, and then something harmless.
+#include "Kora/Kora_Init.h"
+#include "Kora/SDS/FicInterface/SDS_IName.h"
+#include "Kora/SDS/FicInterface/SDS_ITokenTask.h"
+#include "Kora/SDS/Source/SDS_NameRegistry.h"
+#include "Kora/Time/Time_TempoMap.h"
+#include "Support/AssertRecorder.h"
+#include "Support/Thrown.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+
+// One test, because a process does not forget what it was given; the last row sets up what its successors need.
+TEST(Uninitialized, EveryFirstUseIsReportedAndHarmless)
+{
+    const AssertRecorder asserts;
+    const Time_TempoMap map; // 22050 samples to a quarter
+    const Time_Tick second(Time_TempoMap::cDefaultSongStartTick.AsInt64() + 2 * 960000), before(0);
+    const auto typed = [](Time_EType iType, Cmn_Int64 iCount) {
+        Time_Typed time(iCount, iType);
+        time.PinToValidRange();
+        return time.AsInt64();
+    };
+    SDS_Name* name = nullptr;
+    char path[1024];
+    const struct
+    {
+        const char* what;
+        std::function<Cmn_Int64()> use;
+        Cmn_Int64 result;
+        bool isReported = true;
+    } cRows[] = {
+  // clang-format off
+        {"a conversion",                [&] { return map.TickToSample(second).AsInt64(); }, 0},
+        {"to the first sample",         [&] { return map.TickToFirstSample(second).AsInt64(); }, 0},
+        {"a conversion without limit",  [&] { return map.TickToSample(second, false).AsInt64(); }, 44100, false},
+        {"one below the limit",         [&] { return map.TickToSample(before).AsInt64() < 0; }, 1, false},
+        {"pinning",                     [&] { return typed(Time_eType_Ticks, 5); }, 0},
+        {"a maximum",                   [] { return Time_Typed::MaxTime(Time_eType_Frames).AsInt64(); }, 0},
+        {"a minimum",                   [] { return Time_Typed::MinTime(Time_eType_Ticks).AsInt64(); }, 0},
+        {"the name of a unit",          [] { return Time_Typed::GetTimeTypedString(Time_eType_Ticks).size(); }, 0},
+        {"the session's limit",         [] { return Time_Typed::GetMaxSessionSample().AsInt64(); }, 0},
+        {"setting it",                  [] { return Time_Typed::SetMaxSessionSample(Time_Sample(5)), 0; }, 0},
+        {"a handle",                    [] { return Thrown([] { SDS_IName("a"); }).GetMessageID() != Cmn_EMessage(); }, 1},
+        {"finding a name",              [&] { return SDS_NameRegistry::GetNameId(nullptr, "", &name); }, eSDSErr_OutOfMemory},
+        {"reserving one",               [&] { return SDS_NameRegistry::ReserveName(nullptr, "a", &name); }, eSDSErr_OutOfMemory},
+        {"freeing one",                 [] { return SDS_NameRegistry::FreeName(nullptr, "a"); }, eSDSErr_OutOfMemory},
+        {"a path",                      [&] { return SDS_NameRegistry::GetPath(nullptr, "a", path); }, eSDSErr_OutOfMemory},
+        {"connecting",                  [] { return SDS_NameRegistry::ConnectNames(nullptr, "a", nullptr, "b"); }, eSDSErr_OutOfMemory},
+        {"the tree as text",            [] { return SDS_NameRegistry::Dump().size(); }, 0, false},
+        {"a task",                      [] { return SDS_ITokenTask(0).ProcessTokens(0, Time_Sample(), 0); }, 0},
+        {"a pause",                     [] { SDS_ITokenTask::SetTokensPaused(true);
+                                             SDS_ITokenTask::SetTokensPaused(false); return 0; }, 0, false},
+  // clang-format on
+    };
+    for (const auto& row : cRows) {
+        SCOPED_TRACE(row.what);
+        EXPECT_EQ(row.use(), row.result);
+        const std::vector<std::string> reports = asserts.Take();
+        ASSERT_EQ(reports.size(), row.isReported ? 1u : 0u);
+        if (row.isReported) {
+            EXPECT_EQ(reports[0].rfind("Kora_Init::sInitializedCount > 0@$^$@", 0), 0u) << reports[0];
+        }
+    }
+    Kora_Init::Init();
+    EXPECT_EQ(map.TickToSample(second).AsInt64(), 44100);
+    EXPECT_EQ(Time_Typed::GetMaxSessionSample(), Time_Typed::MaxTime(Time_eType_Samples).AsSample());
+    EXPECT_NE(SDS_IName("a").GetID(), nullptr);
+    EXPECT_EQ(asserts.Take(), std::vector<std::string>{});
+}
