@@ -40,7 +40,7 @@ void Msg_ObjBase::RemoveReceiver(Msg_Receiver* iReceiverP)
 {
     if (!Cmn_ASSERT(iReceiverP != 0)) return;
     if (!Cmn_ASSERT(iReceiverP->mObjP == this)) return;
-    for (Telling* telling = mTellingP; telling != nullptr; telling = telling->mOuterP)
+    for (StTelling* telling = mTellingP; telling != nullptr; telling = telling->mOuterP)
         if (telling->mReceiverP == iReceiverP) telling->mReceiverP = nullptr;
     mReceivers.Remove(*iReceiverP);
     iReceiverP->mObjP = nullptr;
@@ -49,17 +49,7 @@ void Msg_ObjBase::RemoveReceiver(Msg_Receiver* iReceiverP)
 
 void Msg_ObjBase::BroadcastMessage(Msg_EMessage iMessage)
 {
-    struct StTelling : Telling
-    {
-        explicit StTelling(Msg_ObjBase& ioObj)
-            : Telling{ioObj.mReceivers.GetFirst(), ioObj.mTellingP}
-            , mObj(ioObj)
-        {
-            mObj.mTellingP = this;
-        }
-        ~StTelling() { mObj.mTellingP = mOuterP; }
-        Msg_ObjBase& mObj;
-    } telling(*this);
+    StTelling telling(*this);
     while (telling.mReceiverP != nullptr) {
         Tell(*telling.mReceiverP, iMessage);
         if (!Cmn_ASSERT_TEXT(telling.mReceiverP != nullptr, "a receiver stays linked during a broadcast"))

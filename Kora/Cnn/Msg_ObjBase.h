@@ -30,14 +30,20 @@ public:
     Cmn_Int32 GetNumberOfReceivers() const { return mCount; }
 
 private:
-    // A broadcast that runs, on the stack; they nest.
-    struct Telling
+    // A broadcast that runs; they nest.
+    struct StTelling
     {
+        explicit StTelling(Msg_ObjBase& ioObj);
+        StTelling(const StTelling&) = delete;
+        StTelling& operator=(const StTelling&) = delete;
+        ~StTelling();
+
         Msg_Receiver* mReceiverP; // null once it is unlinked
-        Telling* mOuterP;
+        Msg_ObjBase* mObjP;
+        StTelling* mOuterP;
     };
 
     Cmn_DoublyLinkedList<Msg_Receiver> mReceivers;
     Cmn_Int32 mCount = 0;
-    Telling* mTellingP = nullptr; // the innermost
+    StTelling* mTellingP = nullptr; // the innermost
 };

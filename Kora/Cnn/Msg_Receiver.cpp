@@ -15,3 +15,15 @@ Msg_Receiver::~Msg_Receiver()
 {
     if (mObjP != nullptr) mObjP->RemoveReceiver(this);
 }
+
+// Apart from BroadcastMessage, into which GCC 12 would inline them and then take the pointer for one that dangles.
+
+Msg_ObjBase::StTelling::StTelling(Msg_ObjBase& ioObj)
+    : mReceiverP(ioObj.mReceivers.GetFirst())
+    , mObjP(&ioObj)
+    , mOuterP(ioObj.mTellingP)
+{
+    mObjP->mTellingP = this;
+}
+
+Msg_ObjBase::StTelling::~StTelling() { mObjP->mTellingP = mOuterP; }
