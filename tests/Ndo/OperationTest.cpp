@@ -68,19 +68,6 @@ TEST_F(OperationTest, WhatIsLoggedDependsOnWhatWasLogged)
     }
 }
 
-TEST_F(OperationTest, ADeletionDuringARestoreIsRefused)
-{
-    Note* const note = Note::New(60);
-    Note* const victim = Note::New(62);
-    note->mWhenRestored = [&] { victim->NdoDelete(); };
-    const auto operation = Record([&] { note->Set(61); });
-    const auto redo = Record([&] { operation->Restore(); });
-    EXPECT_EQ(World::Text(), note->Name() + "=60 " + victim->Name() + "=62 fader 0");
-    EXPECT_EQ(redo->Dump(), "Ndo_Operation: 0 actions\n" + Line(note->Name(), "modified"));
-    victim->NdoDelete();
-    EXPECT_EQ(World::Text(), note->Name() + "=60 fader 0") << "accepted once restore mode is over";
-}
-
 // Three restores, each from the listener of the one before, and what the innermost listener does.
 TEST_F(OperationTest, ARestoreInsideAnothersIsItsOwn)
 {
