@@ -8,6 +8,7 @@
 #include "Bastel/Sys/Sys_StreamThrow_p.h"
 
 #include <algorithm>
+#include <bit>
 
 using Fields = Sys_StdStreamHeaderFields;
 
@@ -46,6 +47,14 @@ Sys_StdStreamHeaderInfo InfoOf(Fields&& iFields, Cmn_Int64 iStart, Cmn_Int64 iBo
 
 } // namespace
 
+Cmn_UInt32 Fields::SumOf(const Cmn_UInt8* iHeader, std::size_t iSizeBeforeSum)
+{
+    // Fixed on disk.
+    constexpr int cTurn = 15;
+    constexpr Cmn_UInt32 cAdded = 0x4B534832; // "KSH2"
+    return std::rotr(Sys_Crc32C(0, iHeader, iSizeBeforeSum), cTurn) + cAdded;
+}
+
 std::size_t Fields::ReadFront(Sys_TypedInStream& ioStream, Bytes& oBytes)
 {
     const Cmn_Int64 start = ioStream.GetPosition();
@@ -78,7 +87,7 @@ Fields Fields::Read(Sys_TypedInStream& ioStream)
     fields.bodySize = Take<Cmn_UInt32>(from, swap);
     fields.bodySum = Take<Cmn_UInt32>(from, swap);
     if (fields.HasSums())
-        fields.computedSum = Sys_Crc32C(0, bytes.data(), static_cast<std::size_t>(from - bytes.data()));
+        fields.computedSum = SumOf(bytes.data(), static_cast<std::size_t>(from - bytes.data()));
     fields.headerSum = Take<Cmn_UInt32>(from, swap);
     return fields;
 }
@@ -105,7 +114,7 @@ std::size_t Fields::ToBytes(bool iSwap, Bytes& oBytes)
     Put(flags, to, iSwap);
     Put(bodySize, to, iSwap);
     Put(bodySum, to, iSwap);
-    headerSum = HasSums() ? Sys_Crc32C(0, oBytes.data(), static_cast<std::size_t>(to - oBytes.data())) : 0;
+    headerSum = HasSums() ? SumOf(oBytes.data(), static_cast<std::size_t>(to - oBytes.data())) : 0;
     Put(headerSum, to, iSwap);
     return GetSize();
 }

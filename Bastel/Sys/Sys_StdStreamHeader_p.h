@@ -9,7 +9,7 @@
 struct Sys_StdStreamHeaderFields
 {
     // Fixed on disk.
-    static constexpr std::array<char, 4> cMagic = {'K', 'S', 'H', '1'};
+    static constexpr std::array<char, 4> cMagic = {'K', 'S', 'H', '2'};
     static constexpr std::size_t cMaxName = 255;
     static constexpr Cmn_UInt16 cFlagComplete = 1;
     static constexpr Cmn_UInt16 cFlagList = 2;
@@ -32,6 +32,11 @@ struct Sys_StdStreamHeaderFields
     Cmn_UInt32 headerSum = 0;
     // What headerSum should be for the bytes that were read; 0 without sums.
     Cmn_UInt32 computedSum = 0;
+
+    // The header's own sum as it is stored. A sum followed by itself adds the same to a sum around both, whatever it is the
+    // sum of, so that a nested header could be exchanged for another sound one unseen by all bodies around it. Turned and
+    // added to, it adds what the header says.
+    static Cmn_UInt32 SumOf(const Cmn_UInt8* iHeader, std::size_t iSizeBeforeSum);
 
     // Magic and length of the name, which is returned; throws Sys_StreamReadException where there are none.
     static std::size_t ReadFront(Sys_TypedInStream& ioStream, Bytes& oBytes);

@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <bit>
 #include <deque>
 #include <optional>
 #include <random>
@@ -156,7 +157,7 @@ protected:
     Bytes Header() const
     {
         const Level& level = mLevels.back();
-        Bytes bytes = {'K', 'S', 'H', '1', static_cast<Cmn_UInt8>(level.name.size())};
+        Bytes bytes = {'K', 'S', 'H', '2', static_cast<Cmn_UInt8>(level.name.size())};
         bytes.insert(bytes.end(), level.name.begin(), level.name.end());
         const auto append = [&](std::size_t iValue, int iCount) {
             for (int i = 0; i < iCount; ++i)
@@ -168,7 +169,7 @@ protected:
         append(level.isList ? 7 : 5, 2);
         append(At() - body, 4);
         append(Sys_Crc32C(0, mPlain.data() + body, At() - body), 4);
-        append(Sys_Crc32C(0, bytes.data(), bytes.size()), 4);
+        append(std::rotr(Sys_Crc32C(0, bytes.data(), bytes.size()), 15) + 0x4B534832, 4);
         return bytes;
     }
     void CloseHeader()

@@ -20,7 +20,7 @@ constexpr Cmn_Int64 cBegin = 3; // leading bytes of the file that are no part of
 
 // "Out" version 3 holds 1, a list of two items that hold 2 and 3, then 4; "Next" with 5; and two bytes more.
 constexpr const char* cValues = "1 item 1: 2 item 2: 3 4";
-constexpr Cmn_Int64 cList = 29, cNext = 119; // where they stand
+constexpr Cmn_Int64 cList = 29, cItem = 58, cItemSize = 30, cNext = 119; // where they stand
 
 void WriteSample(Sys_OutStream& ioStream, bool iSwap = false)
 {
@@ -246,6 +246,26 @@ TEST_F(StreamSums, WhatLiesInAVerifiedBodyIsNotReadTwice)
     EXPECT_TRUE(!IsRefused("List", cListAt) && IsRefused("Out", cBegin));
     EXPECT_EQ(mIn.mPasses, 5);
     EXPECT_GT(numReads(), before);
+}
+
+TEST_F(StreamSums, AnotherSoundHeaderOfTheSameLengthIsDamageToAllAround)
+{
+    const auto exchange = [&](const char* iWhat, Cmn_Int64 iFrom, Cmn_Int64 iTo, Cmn_Int64 iSize,
+                              bool iBoth) {
+        const Bytes to(mBytes.begin() + cBegin + iTo, mBytes.begin() + cBegin + iTo + iSize);
+        mFile.WriteAt(cBegin + iTo, &mBytes[static_cast<std::size_t>(cBegin + iFrom)], to.size());
+        if (iBoth) mFile.WriteAt(cBegin + iFrom, to.data(), to.size());
+        mIn.Forget();
+        EXPECT_TRUE(IsRefused("Out", cBegin) && IsRefused("List", cListAt)) << iWhat;
+        mFile.WriteAt(0, mBytes.data(), mBytes.size());
+        mIn.Forget();
+        EXPECT_EQ(ReadFile(), cValues) << iWhat;
+    };
+    constexpr Cmn_Int64 cSecond = cItem + cItemSize, cHeaderSize = cItemSize - 1;
+    exchange("the first item's header over the second's", cItem, cSecond, cHeaderSize, false);
+    exchange("the second item's header over the first's", cSecond, cItem, cHeaderSize, false);
+    exchange("both headers", cItem, cSecond, cHeaderSize, true);
+    exchange("both items", cItem, cSecond, cItemSize, true);
 }
 
 TEST_F(StreamSums, OnAFileAHeaderWithoutSumsIsDamage)

@@ -55,7 +55,7 @@ protected:
         for (Cmn_Int32 i = 0; i < numInside; ++i) {
             if (isList) list->AddListEntry(i, "item");
             WriteTree(ioDocument, ioOut, iDepth - 1, iAround);
-            if (!isList) ioOut.WriteString("KSH1\x01Z" + std::string(mRandom() % 40, 'K'));
+            if (!isList) ioOut.WriteString("KSH2\x01Z" + std::string(mRandom() % 40, 'K'));
         }
         ioOut.WriteInt64(static_cast<Cmn_Int64>(mRandom()));
         if (mRandom() % 8 == 0) ioOut.WriteString(std::string(mRandom() % 9000, 'b'));

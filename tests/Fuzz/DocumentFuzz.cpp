@@ -10,6 +10,7 @@
 #include "Kora/FF/FF_ScrambleKernels_p.h"
 #include "Support/MemoryFileSystem.h"
 
+#include <bit>
 #include <span>
 
 extern "C" std::size_t LLVMFuzzerMutate(unsigned char* ioBytes, std::size_t iSize, std::size_t iMaxSize);
@@ -51,7 +52,7 @@ void FixFrame(std::span<unsigned char> ioFile, std::size_t iAt)
     Sys_StoreInteger(block + 2, size, swap);
     Sys_StoreInteger(block + 6, Sys_Crc32C(0, block + 14, size), swap);
     const auto summed = static_cast<std::size_t>(block + 10 - header);
-    Sys_StoreInteger(block + 10, Sys_Crc32C(0, header, summed), swap);
+    Sys_StoreInteger(block + 10, std::rotr(Sys_Crc32C(0, header, summed), 15) + 0x4B534832, swap);
 }
 
 // The table is where a table seems to be; every frame fits its sums.
@@ -60,7 +61,7 @@ void FixSums(std::span<unsigned char> ioFile)
     const std::size_t begin = BeginOfStreams(ioFile);
     std::vector<std::size_t> frames;
     for (std::size_t at = begin; at + 4 <= ioFile.size(); ++at)
-        if (std::memcmp(&ioFile[at], "KSH1", 4) == 0) frames.push_back(at);
+        if (std::memcmp(&ioFile[at], "KSH2", 4) == 0) frames.push_back(at);
     if (frames.size() < 2 || frames[0] != begin) return;
     unsigned char* const table = &ioFile[begin + cHeaderStream - 4];
     const bool swap = ioFile[17] != 0;

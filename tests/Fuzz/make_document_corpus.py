@@ -23,6 +23,11 @@ def crc32c(data):
     return crc ^ 0xFFFFFFFF
 
 
+def header_sum(front):
+    crc = crc32c(front)
+    return ((crc >> 15 | crc << 17) + 0x4B534832) & 0xFFFFFFFF
+
+
 class Document:
     """Builds a file: streams from the inside out, the table of contents last."""
 
@@ -40,9 +45,9 @@ class Document:
         return self.pack("I", len(text.encode())) + text.encode()
 
     def frame(self, name, version, body, index=0, is_list=False):
-        front = b"KSH1" + bytes([len(name)]) + name.encode()
+        front = b"KSH2" + bytes([len(name)]) + name.encode()
         front += self.pack("hIHII", version, index, 7 if is_list else 5, len(body), crc32c(body))
-        return front + self.pack("I", crc32c(front)) + body
+        return front + self.pack("I", header_sum(front)) + body
 
     def stream(self, kind, version, body, index=0, is_list=False):
         return self.frame("Z", version, self.pack("h", kind) + body, index, is_list)
