@@ -137,7 +137,8 @@ private:
         const bool isItem = iValue > 0 && iTOC.IsList(iEntry);
         for (const Cmn_UInt32 offset : local->GetOffsets()) {
             const Cmn_Int32 node = iWalk.Find(offset);
-            if (isItem ? iWalk.FitsItem(offset, key) : node != FF_StreamWalk::cNone && iWalk.Fits(node, key))
+            if (isItem ? iWalk.FitsItem(offset, key, iValue - 1)
+                       : node != FF_StreamWalk::cNone && iWalk.Fits(node, key))
                 continue;
             if (mGaps.contains(offset)) continue; // that no header stands there was told
             const std::string what =

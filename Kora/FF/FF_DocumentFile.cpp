@@ -232,6 +232,7 @@ void FF_DocumentFile::CheckHeaderStream()
         return AddFault(header.body, FF_SumText("body sum of the header stream", header.bodySum, sum));
     Cmn_Int64 toc = cNone;
     ReadHeaderStream(header, toc);
+    mToldTOC = toc;
     if (toc < mFirst || toc >= mWindow.GetLength())
         return AddFault(header.body, "expected a TOC offset from " + std::to_string(mFirst) + " to " +
                                          std::to_string(mWindow.GetLength() - 1) + ", found " +

@@ -41,6 +41,9 @@ public:
     // Where streams begin, and the table that the header stream names; cNone where no sound header of one stands there.
     Cmn_Int64 GetFirstStream() const { return mFirst; }
     Cmn_Int64 GetTOC() const { return mTOC; }
+    // Where the header stream belongs, and what a sound one there says, right or wrong; cNone without one.
+    Cmn_Int64 GetHeaderStream() const { return mLayout.GetData(); }
+    Cmn_Int64 GetToldTOC() const { return mToldTOC; }
 
 private:
     struct Layout
@@ -75,6 +78,7 @@ private:
     bool mIsReadable = false;
     Cmn_Int64 mFirst = 0;
     Cmn_Int64 mTOC = cNone;
+    Cmn_Int64 mToldTOC = cNone;
     std::vector<FF_Fault> mFaults;
 };
 

@@ -1,11 +1,12 @@
 #include "Kora/FF/FF_DocumentRepair.h"
 
 #include "Bastel/Cmn/Cmn_Exception.h"
-#include "Kora/FF/FF_DocumentFile_p.h"
-#include "Kora/FF/FF_Document_TOC.h"
+#include "Kora/FF/FF_LentTable_p.h"
 #include "Kora/FF/FF_SafeSave.h"
 
 #include <algorithm>
+#include <map>
+#include <unordered_map>
 #include <unordered_set>
 
 namespace {
@@ -18,6 +19,7 @@ using Value = FF_Document::TOCValue;
 using Walk = FF_StreamWalk;
 
 constexpr Cmn_Int64 cNoPlace = -1;
+constexpr Cmn_Int32 cNotAnItem = FF_LentTable::cNotAnItem;
 
 // One repair: takes stretches of the old file over into a new, empty document, then tells its table about them.
 //
@@ -28,7 +30,7 @@ public:
     Repairer(FF_DocumentFile& ioFile, FF_Document& ioDocument)
         : mFile(ioFile)
         , mDocument(ioDocument)
-        , mHasNamedTOC(ioFile.GetTOC() != FF_DocumentFile::cNone && Lend(ioFile.GetTOC()))
+        , mHasNamedTOC(ioFile.GetTOC() != FF_DocumentFile::cNone && mLent.Read(ioFile, ioFile.GetTOC()))
         , mEnd(mHasNamedTOC ? ioFile.GetTOC() : ioFile.GetLength())
         , mWalk(ioFile.GetWindow(), ioFile.IsSwapped(), ioFile.GetFirstStream(), mEnd)
     {
@@ -37,15 +39,19 @@ public:
     FF_DocumentRepair::Report Run()
     {
         mReport.header = mFile.GetFaults();
-        for (Cmn_Int32 i = mWalk.GetNumNodes() - 1; mLentAt == cNoPlace && i >= 0; --i)
-            if (IsTOC(i) && mWalk.GetNode(i).isWhole) Lend(mWalk.GetNode(i).header.start);
-        mReport.hadTOC = mLentAt != cNoPlace;
+        for (Cmn_Int32 i = mWalk.GetNumNodes() - 1; !mLent.IsLent() && i >= 0; --i)
+            if (IsTOC(i) && mWalk.GetNode(i).isWhole) mLent.Read(mFile, mWalk.GetNode(i).header.start);
+        mReport.hadTOC = mLent.IsLent();
+        FindHeaderStreams();
+        mLent.Match(mWalk, mLent.IsLent() && mToldTOC != cNoPlace ? mLent.GetPosition() - mToldTOC : 0);
+        mIsMoved = !mHasNamedTOC && mLent.HasMissed();
         FindUnsure();
         Take();
         ReportLostStretches();
         LendEntries();
-        RebuildEntries(false);
-        RebuildEntries(true);
+        RebuildEntries();
+        RebuildItems();
+        ReportLostEntries();
         ReportStreams();
         ReportLostItems();
         const auto before = [](const FF_Fault& a, const FF_Fault& b) { return a.offset < b.offset; };
@@ -67,26 +73,6 @@ private:
         mReport.lost.push_back({iOffset, std::move(iText)});
     }
 
-    // --- the old table
-
-    bool Lend(Cmn_Int64 iPosition)
-    {
-        try {
-            Sys_TypedInStream typed(mFile.GetWindow(), mFile.IsSwapped());
-            typed.SetPosition(iPosition);
-            mLent.StreamIn(typed, iPosition);
-        } catch (const Cmn_Exception& failure) {
-            if (failure.GetMessageID() == Cmn_eMessage_OSError) throw;
-            return false;
-        }
-        mLentAt = iPosition;
-        for (TOC::Entry entry = 0; entry < mLent.GetNumKeys(); ++entry)
-            for (Cmn_Int32 i = 0; i < mLent.GetNumValues(entry); ++i)
-                for (const Cmn_UInt32 offset : OffsetsOf(mLent.GetValue(entry, i)))
-                    mKnown.insert(offset);
-        return true;
-    }
-
     // A table of a flush that was interrupted is outermost, or seems to stand in a stream that was never completed.
     bool IsTOC(Cmn_Int32 iNode) const
     {
@@ -94,6 +80,49 @@ private:
         for (Cmn_Int32 i = mWalk.GetNode(iNode).parent; i != Walk::cNone; i = mWalk.GetNode(i).parent)
             if (!mWalk.GetNode(i).isOpenEnded) return false;
         return true;
+    }
+
+    // --- the header stream
+
+    // One that is not where it belongs, because bytes were put in before it or it stands there twice, would pass for a
+    // stream of the application: what it says is a place, not a stream type.
+    void FindHeaderStreams()
+    {
+        mToldTOC = mFile.GetToldTOC();
+        const bool isMissing = mToldTOC == cNoPlace;
+        for (Cmn_Int32 i = 0; i < mWalk.GetNumNodes(); ++i) {
+            if (!LooksLikeHeaderStream(i)) continue;
+            const Cmn_Int64 told = ReadUInt32(mWalk.GetNode(i).header.body);
+            if (isMissing ? mHeaderStreams.empty() && MayTell(i, told) : told == mToldTOC) {
+                mHeaderStreams.insert(i);
+                mToldTOC = told;
+            }
+        }
+    }
+
+    bool LooksLikeHeaderStream(Cmn_Int32 iNode) const
+    {
+        const Node& node = mWalk.GetNode(iNode);
+        const Sys_StdStreamHeaderInfo& header = node.header;
+        return node.isWhole && node.parent == Walk::cNone && node.streamType != FF_Document::cNoStreamType &&
+               header.version == 1 && header.listIndex == 0 && !header.isList &&
+               header.end - header.body == Cmn_Int64{sizeof(Cmn_UInt32)};
+    }
+
+    // The first stream of all, which says where the table is, as far from there as it is itself from where it belongs.
+    bool MayTell(Cmn_Int32 iNode, Cmn_Int64 iTold) const
+    {
+        const Cmn_Int64 shift = mWalk.GetNode(iNode).header.start - mFile.GetHeaderStream();
+        if (iNode != 0) return false;
+        if (mLent.IsLent()) return mLent.GetPosition() == iTold + shift;
+        return iTold + shift >= mWalk.GetNode(iNode).header.end && iTold < mFile.GetLength();
+    }
+
+    Cmn_Int64 ReadUInt32(Cmn_Int64 iPosition)
+    {
+        Sys_TypedInStream typed(mFile.GetWindow(), mFile.IsSwapped());
+        typed.SetPosition(iPosition);
+        return Cmn_Int64{typed.ReadUInt32()};
     }
 
     // --- streams
@@ -114,15 +143,14 @@ private:
     bool IsOrphan(Cmn_Int32 iNode) const
     {
         const Node& node = mWalk.GetNode(iNode);
-        return node.parent == Walk::cNone && node.header.listIndex != 0 &&
-               !mKnown.contains(node.header.start);
+        return node.parent == Walk::cNone && node.header.listIndex != 0 && !mLent.Knows(node.header.start);
     }
 
     bool IsWorthTaking(Cmn_Int32 iNode) const
     {
         const Node& node = mWalk.GetNode(iNode);
-        if (!node.isWhole || IsTOC(iNode) || IsOrphan(iNode)) return false;
-        if (node.parent == Walk::cNone || mKnown.contains(node.header.start)) return true;
+        if (!node.isWhole || IsTOC(iNode) || IsOrphan(iNode) || mHeaderStreams.contains(iNode)) return false;
+        if (node.parent == Walk::cNone || mLent.Knows(node.header.start)) return true;
         // Without the stream around it a header of another name has a place only as a list item.
         return node.streamType != FF_Document::cNoStreamType || IsListItem(iNode);
     }
@@ -170,28 +198,23 @@ private:
 
     void LendEntries()
     {
-        for (TOC::Entry entry = 0; mLentAt != cNoPlace && entry < mLent.GetNumKeys(); ++entry)
+        for (TOC::Entry entry = 0; mLent.IsLent() && entry < mLent.Get().GetNumKeys(); ++entry)
             LendEntry(entry);
-    }
-
-    static std::vector<Cmn_UInt32> OffsetsOf(const Value& iValue)
-    {
-        const FF_Document::LocalLocation* const local = FF_FindLocal(iValue);
-        return local == nullptr ? std::vector<Cmn_UInt32>() : local->GetOffsets();
     }
 
     void LendEntry(TOC::Entry iEntry)
     {
-        const Key key = mLent.GetKey(iEntry);
+        const TOC& lent = mLent.Get();
+        const Key key = lent.GetKey(iEntry);
         std::vector<Value> values;
         bool hadPieces = false;
         bool hasPieces = false;
-        for (Cmn_Int32 i = 0; i < mLent.GetNumValues(iEntry); ++i) {
-            const bool isItem = i > 0 && mLent.IsList(iEntry);
-            const Value old = mLent.GetValue(iEntry, i);
+        for (Cmn_Int32 i = 0; i < lent.GetNumValues(iEntry); ++i) {
+            const bool isItem = i > 0 && lent.IsList(iEntry);
+            const Value old = lent.GetValue(iEntry, i);
             values.push_back(Moved(old, key, isItem ? i - 1 : cNotAnItem));
-            hadPieces = hadPieces || !OffsetsOf(old).empty();
-            hasPieces = hasPieces || !OffsetsOf(values.back()).empty();
+            hadPieces = hadPieces || !FF_LentTable::OffsetsOf(old).empty();
+            hasPieces = hasPieces || !FF_LentTable::OffsetsOf(values.back()).empty();
         }
         if (hadPieces && !hasPieces) return;
         TOC& toc = mDocument.GetTOC();
@@ -205,18 +228,20 @@ private:
     // The value with the places that its pieces have now; invalid when it had some and none is left.
     Value Moved(const Value& iOld, const Key& iKey, Cmn_Int32 iItem)
     {
-        const std::vector<Cmn_UInt32> old = OffsetsOf(iOld);
+        const std::vector<Cmn_UInt32> old = FF_LentTable::OffsetsOf(iOld);
         if (old.empty()) return iOld;
         auto local = std::make_unique<FF_Document::LocalLocation>();
         for (const Cmn_UInt32 offset : old) {
-            if (IsThere(offset, iKey, iItem)) {
-                local->AddOffset(static_cast<Cmn_UInt32>(NewPlace(offset)));
-                mRegistered.insert(offset);
+            const Cmn_Int64 place = mLent.Find(offset, iKey, iItem);
+            if (place != cNoPlace && NewPlace(place) != cNoPlace) {
+                local->AddOffset(static_cast<Cmn_UInt32>(NewPlace(place)));
+                mRegistered.insert(place);
                 continue;
             }
             const std::string item = iItem == cNotAnItem ? "" : "item " + std::to_string(iItem) + " of ";
-            AddLost(offset, "expected " + item + "stream " + iKey.Dump() + " \"" +
-                                iOld.GetDisplayInfo().GetText() + "\", found nothing whole");
+            mMissed.push_back({iKey, iItem, offset,
+                               "expected " + item + "stream " + iKey.Dump() + " \"" +
+                                   iOld.GetDisplayInfo().GetText() + "\", found nothing whole"});
         }
         const bool isLost = local->GetOffsets().empty();
         // What stood before it in the chain says nothing but that it follows.
@@ -230,21 +255,6 @@ private:
         Value value(std::move(chain), iOld.GetDisplayInfo().Clone(), iOld.GetIndexInfo().Clone());
         if (isLost) value.Invalidate();
         return value;
-    }
-
-    // Whether what the old table says of a place holds for what was taken. Headers around it may be gone: the table knows
-    // better what it was in.
-    bool IsThere(Cmn_Int64 iOffset, const Key& iKey, Cmn_Int32 iItem) const
-    {
-        if (NewPlace(iOffset) == cNoPlace) return false;
-        const Cmn_Int32 node = mWalk.Find(iOffset);
-        if (iItem != cNotAnItem && node == Walk::cNone) {
-            // Plain data is an item as long as the list is there that says so.
-            const Cmn_Int32 list = mWalk.FindListAround(iOffset, iKey);
-            return list != Walk::cNone && NewPlace(mWalk.GetNode(list).header.start) != cNoPlace;
-        }
-        if (iItem != cNotAnItem) return true;
-        return node != Walk::cNone && mWalk.GetNode(node).isWhole && mWalk.HasTypeOf(node, iKey);
     }
 
     Contexts WithNewParents(Contexts iContexts) const
@@ -261,18 +271,20 @@ private:
 
     // --- entries that are rebuilt from the headers
 
-    void RebuildEntries(bool iUnsure)
+    // Those that lie before any damage first, then the others, and of each the newest first: what readers get under a key.
+    void RebuildEntries()
     {
-        for (Cmn_Int32 i = 0; i < mWalk.GetNumNodes(); ++i) {
-            const Node& node = mWalk.GetNode(i);
-            const Stretch* const stretch = FindStretch(node.header.start);
-            if (stretch == nullptr || !node.isWhole || IsUnsure(i) != iUnsure) continue;
-            if (mRegistered.contains(node.header.start)) continue;
-            if (node.header.start < mLentAt && !NeedsEntry(*stretch, i)) continue;
-            const bool isRebuilt = RebuildStream(i);
-            const bool isItem = RebuildItem(i);
-            if (isRebuilt || isItem) ++mReport.withoutDescription;
-        }
+        for (const bool unsure : {false, true})
+            for (Cmn_Int32 i = mWalk.GetNumNodes() - 1; i >= 0; --i)
+                if (IsUnsure(i) == unsure && IsToBeRebuilt(i)) RebuildStream(i);
+    }
+
+    bool IsToBeRebuilt(Cmn_Int32 iNode) const
+    {
+        const Node& node = mWalk.GetNode(iNode);
+        const Stretch* const stretch = FindStretch(node.header.start);
+        if (stretch == nullptr || !node.isWhole || mRegistered.contains(node.header.start)) return false;
+        return node.header.start >= mLent.GetPosition() || mIsMoved || NeedsEntry(*stretch, iNode);
     }
 
     // What the old table could have told of but did not had no entry, or was written anew elsewhere. Only a stream that
@@ -280,18 +292,62 @@ private:
     bool NeedsEntry(const Stretch& iStretch, Cmn_Int32 iNode) const
     {
         return iStretch.node == iNode && mWalk.GetNode(iNode).parent != Walk::cNone &&
-               mLent.Find(mWalk.GetPath(iNode)) == TOC::cNone;
+               mLent.Get().Find(mWalk.GetPath(iNode)) == TOC::cNone;
     }
 
-    bool RebuildStream(Cmn_Int32 iNode)
+    void RebuildStream(Cmn_Int32 iNode)
     {
         const Node& node = mWalk.GetNode(iNode);
-        if (node.streamType == FF_Document::cNoStreamType) return false;
+        if (node.streamType == FF_Document::cNoStreamType) return;
         TOC& toc = mDocument.GetTOC();
-        const TOC::Entry entry = toc.Insert(WithNewParents(mWalk.GetPath(iNode)));
-        if (toc.GetNumValues(entry) == 0) toc.AddValue(entry, {});
+        const Contexts path = mWalk.GetPath(iNode);
+        TOC::Entry entry = toc.Find(path);
+        if (entry != TOC::cNone) return RebuildOlder(iNode, entry);
+        entry = toc.Insert(WithNewParents(path));
+        toc.AddValue(entry, {});
         if (node.header.isList) toc.SetIsList(entry, true);
-        return AddPiece(entry, 0, node.header.start);
+        AddPiece(entry, 0, node.header.start);
+        mRebuilt[entry] = iNode;
+        ++mReport.withoutDescription;
+        ReportMaybeOlder(iNode);
+    }
+
+    // Values behind the first are streams that share the key, but for lists, whose items they are.
+    void RebuildOlder(Cmn_Int32 iNode, TOC::Entry iEntry)
+    {
+        TOC& toc = mDocument.GetTOC();
+        const Cmn_Int64 start = mWalk.GetNode(iNode).header.start;
+        const bool isFurther =
+            mRebuilt.contains(iEntry) && !toc.IsList(iEntry) && !mWalk.GetNode(iNode).header.isList;
+        std::string text = "expected one " + mWalk.Describe(iNode) + ", found another one that readers get";
+        if (isFurther) {
+            toc.AddValue(iEntry, {});
+            AddPiece(iEntry, toc.GetNumValues(iEntry) - 1, start);
+            ++mReport.withoutDescription;
+            text += "; this is value " + std::to_string(toc.GetNumValues(iEntry) - 1);
+        }
+        AddLost(start, text);
+    }
+
+    // Without a table nothing tells that an outermost stream was written in a nested one's place.
+    void ReportMaybeOlder(Cmn_Int32 iNode)
+    {
+        if (mLent.IsLent() || mWalk.GetNode(iNode).parent != Walk::cNone) return;
+        if (mNested.empty())
+            for (Cmn_Int32 i = 0; i < mWalk.GetNumNodes(); ++i)
+                if (mWalk.GetNode(i).parent != Walk::cNone) mNested[mWalk.GetNode(i).streamType].push_back(i);
+        constexpr std::size_t cMostNamed = 16;
+        std::string names;
+        std::size_t numNames = 0;
+        for (const Cmn_Int32 i : mNested[mWalk.GetNode(iNode).streamType]) {
+            if (i > iNode) break;
+            if (++numNames <= cMostNamed) names += (names.empty() ? "" : ", ") + mWalk.Describe(i);
+        }
+        if (numNames > cMostNamed) names += " and " + std::to_string(numNames - cMostNamed) + " more";
+        if (numNames > 0)
+            AddLost(mWalk.GetNode(iNode).header.start, "expected a table of contents that tells whether " +
+                                                           mWalk.Describe(iNode) +
+                                                           " was written in place of " + names);
     }
 
     bool AddPiece(TOC::Entry iEntry, Cmn_Int32 iValue, Cmn_Int64 iOffset)
@@ -314,24 +370,40 @@ private:
                mWalk.GetNode(node.parent).streamType != FF_Document::cNoStreamType;
     }
 
-    bool RebuildItem(Cmn_Int32 iNode)
+    // The newest list of a key has its items in their places; those of another one are named.
+    void RebuildItems()
     {
-        if (!IsListItem(iNode)) return false;
+        std::vector<Cmn_Int32> items;
+        for (Cmn_Int32 i = 0; i < mWalk.GetNumNodes(); ++i)
+            if (IsListItem(i) && IsToBeRebuilt(i)) items.push_back(i);
+        const auto newestListFirst = [this](Cmn_Int32 a, Cmn_Int32 b) {
+            return mWalk.GetNode(a).parent > mWalk.GetNode(b).parent;
+        };
+        std::stable_sort(items.begin(), items.end(), newestListFirst);
+        for (const Cmn_Int32 item : items)
+            RebuildItem(item);
+    }
+
+    void RebuildItem(Cmn_Int32 iNode)
+    {
         const Node& node = mWalk.GetNode(iNode);
         TOC& toc = mDocument.GetTOC();
-        Contexts list = WithNewParents(mWalk.GetPath(node.parent));
+        const Contexts list = WithNewParents(mWalk.GetPath(node.parent));
         const TOC::Entry known = toc.Find(list);
         const Cmn_Int64 numValues = known == TOC::cNone ? 0 : toc.GetNumValues(known);
         const Cmn_Int64 item = Cmn_Int64{node.header.listIndex};
+        const auto rebuilt = known == TOC::cNone ? mRebuilt.end() : mRebuilt.find(known);
+        if (rebuilt != mRebuilt.end() && rebuilt->second != node.parent)
+            return AddLost(node.header.start, "expected one list " + Key(list).Dump() + ", found item " +
+                                                  std::to_string(item - 1) + " of another");
         // Items before it without a place of their own take one value each: no more than the file could have held.
         const Cmn_Int64 numMissing = std::max<Cmn_Int64>(item - numValues, 0);
-        if (numMissing > mMissingLeft) {
-            AddLost(node.header.start, "expected fewer items in stream " + Key(list).Dump() +
-                                           ", found item " + std::to_string(item - 1));
-            return false;
-        }
+        if (numMissing > mMissingLeft)
+            return AddLost(node.header.start, "expected fewer items in stream " + Key(list).Dump() +
+                                                  ", found item " + std::to_string(item - 1));
         mMissingLeft -= numMissing;
         const TOC::Entry entry = toc.Insert(list);
+        if (known == TOC::cNone) mRebuilt[entry] = node.parent;
         const auto value = static_cast<Cmn_Int32>(item);
         while (toc.GetNumValues(entry) <= value) {
             toc.AddValue(entry, {});
@@ -339,9 +411,9 @@ private:
         }
         toc.SetIsList(entry, true);
         Cmn_UInt32 first = 0;
-        if (toc.GetFirstOffset(entry, value, first))
-            return false; // an item of several streams begins at the first
-        return AddPiece(entry, value, node.header.start);
+        if (toc.GetFirstOffset(entry, value, first)) return; // an item of several streams begins at the first
+        if (AddPiece(entry, value, node.header.start) && node.streamType == FF_Document::cNoStreamType)
+            ++mReport.withoutDescription;
     }
 
     // --- what is told
@@ -357,6 +429,20 @@ private:
             info.depth -= mWalk.GetNode(stretch->node).depth;
             mReport.streams.push_back(std::move(info));
             if (node.streamType != FF_Document::cNoStreamType) ++mReport.recovered;
+        }
+    }
+
+    // Of what the old table told and nothing whole was found for, the headers may have brought something back.
+    void ReportLostEntries()
+    {
+        const TOC& toc = mDocument.GetTOC();
+        for (Missed& missed : mMissed) {
+            const TOC::Entry entry = toc.Find(missed.key);
+            const Cmn_Int32 value = missed.item == cNotAnItem ? 0 : missed.item + 1;
+            Cmn_UInt32 offset = 0;
+            const bool isBack = mIsMoved && entry != TOC::cNone && value < toc.GetNumValues(entry) &&
+                                toc.GetFirstOffset(entry, value, offset);
+            if (!isBack) AddLost(missed.offset, std::move(missed.text));
         }
     }
 
@@ -400,6 +486,7 @@ private:
     std::string LostName(Cmn_Int32 iNode) const
     {
         const Node& node = mWalk.GetNode(iNode);
+        if (mHeaderStreams.contains(iNode)) return "a header stream";
         const std::string name = IsTOC(iNode) ? "the table of contents" : mWalk.Describe(iNode);
         if (!node.header.isComplete) return name + ", whose writing was interrupted";
         if (node.isOpenEnded) return name + ", cut off";
@@ -426,7 +513,7 @@ private:
             constexpr Cmn_Int64 cTypeSize = 2;
             constexpr Cmn_Int64 cTypeAndCountSize = 6;
             const Cmn_Int64 size = node.header.end - node.header.body;
-            if (!node.isWhole || !node.header.isList || node.header.start < mLentAt) continue;
+            if (!node.isWhole || !node.header.isList || node.header.start < mLent.GetPosition()) continue;
             if (size < cTypeAndCountSize || FindStretch(node.header.start) == nullptr) continue;
             typed.SetPosition(node.header.body + cTypeSize);
             const Cmn_Int32 count = typed.ReadInt32();
@@ -438,20 +525,31 @@ private:
         }
     }
 
-    static constexpr Cmn_Int32 cNotAnItem = -1;
+    struct Missed
+    {
+        Key key;
+        Cmn_Int32 item;
+        Cmn_UInt32 offset;
+        std::string text;
+    };
 
     FF_DocumentFile& mFile;
     FF_Document& mDocument;
-    TOC mLent;
-    Cmn_Int64 mLentAt = cNoPlace;
-    std::unordered_set<Cmn_Int64> mKnown;      // offsets that the old table tells
-    std::unordered_set<Cmn_Int64> mRegistered; // of them: those that the new one tells
+    FF_LentTable mLent;
+    std::unordered_set<Cmn_Int64> mRegistered; // places that the old table and the new one tell
+    std::vector<Missed> mMissed;               // what the old one alone tells
     bool mHasNamedTOC;
-    Cmn_Int64 mEnd; // of what is walked
+    bool mIsMoved = false; // the old table is not where its document says, and tells of places that are not
+    Cmn_Int64 mToldTOC = cNoPlace;
+    std::unordered_set<Cmn_Int32> mHeaderStreams; // that stand among the streams
+    Cmn_Int64 mEnd;                               // of what is walked
     Walk mWalk;
     Cmn_Int64 mUnsureFrom = 0;
     Cmn_Int64 mMissingLeft = 1024 + mEnd / 64;
     std::vector<Stretch> mTaken;
+    std::unordered_map<TOC::Entry, Cmn_Int32>
+        mRebuilt; // entries made from headers, with the stream they lead to
+    std::map<Cmn_Int16, std::vector<Cmn_Int32>> mNested; // by type, once somebody asks
     FF_DocumentRepair::Report mReport;
 };
 

@@ -29,14 +29,16 @@ public:
         // What of the file header and the header stream was damaged, and what was taken in its place.
         std::vector<FF_Fault> header;
         // Stretches of the old file that hold no whole stream, with what seems to have been there; entries of the table
-        // and list items that cannot come back.
+        // and list items that cannot come back; older versions of streams.
         std::vector<FF_Fault> lost;
     };
     // Writes what is wholly there to iTo, with a new table, by a safe save; iTo may be iFrom. Throws where iFrom cannot be
     // read or iTo not be written; never for damage.
     //
-    // Where a damaged header hides which stream those behind it were in, and no table tells, they are taken for
+    // Every document stream that is copied is reached through the new table, but for those that were written anew: lost
+    // names them. Where a damaged header hides which stream those behind it were in, and no table tells, they are taken for
     // streams of what is around it, or for outermost ones, unless a list index tells that they were not; lost names the
-    // place. Without a table, several streams of one key become pieces of one value, in the order of the file.
+    // place. Without a table, of several streams of one key the newest, the last in the file, is value 0, the others are
+    // further values; lost names them, and the nested streams that an outermost one may have been written in place of.
     static Report Repair(const Sys_FileLoc& iFrom, const Sys_FileLoc& iTo);
 };

@@ -102,6 +102,7 @@ struct FF_StreamWalk::Pass
         Cmn_UInt32 sumBefore; // of what stands before its body
     };
     std::vector<Open> mOpen;
+    Cmn_Int64 mAhead; // how many bytes may yet be summed ahead
 
     const Node* GetInnermost() const
     {
@@ -128,7 +129,7 @@ struct FF_StreamWalk::Pass
             Sum(node.header.end);
             const auto size = static_cast<Cmn_UInt64>(node.header.end - node.header.body);
             node.sum = mSum ^ Sys_Crc32CCombine(mOpen.back().sumBefore, 0, size);
-            node.isWhole = !node.isOpenEnded && node.sum == node.header.bodySum;
+            node.isWhole = !node.isOpenEnded && !node.isEndMoved && node.sum == node.header.bodySum;
             mOpen.pop_back();
         }
         Sum(iTo);
@@ -154,12 +155,39 @@ struct FF_StreamWalk::Pass
         return true;
     }
 
+    // Whether the body that ends at iEnd, behind the stream around it, has the right sum.
+    bool IsWholeAhead(const Fields& iFields, Cmn_Int64 iBody, Cmn_Int64 iEnd)
+    {
+        const Cmn_Int64 size = iEnd - iBody;
+        if (iEnd > mEnd || mOpen.empty() || GetInnermost()->isOpenEnded || size > mAhead) return false;
+        mAhead -= size;
+        return mWindow.SumOf(iBody, size) == iFields.bodySum;
+    }
+
+    // A whole stream from mDone to iEnd lies across the ends of open ones: these are not where their headers say. One that the
+    // whole stream is mostly behind has ended, as where bytes were taken out; one that it is mostly in reaches as far, as
+    // where bytes were put in.
+    void MoveEnds(Cmn_Int64 iEnd)
+    {
+        bool hasEnded = true;
+        for (auto open = mOpen.rbegin(); open != mOpen.rend(); ++open) {
+            Node& node = mNodes[static_cast<std::size_t>(open->node)];
+            if (node.header.end >= iEnd) break;
+            hasEnded = hasEnded && node.header.end - mDone < iEnd - node.header.end;
+            node.header.end = hasEnded ? mDone : iEnd;
+            node.isEndMoved = true;
+        }
+        Advance(mDone);
+    }
+
     // A header with a right sum at mDone, its body at iBody, takes its place among the open streams.
     bool Place(const Fields& iFields, Cmn_Int64 iBody, Node& oNode)
     {
+        Cmn_Int64 ownEnd = iBody + (iFields.IsComplete() ? Cmn_Int64{iFields.bodySize} : 0);
+        if (iFields.IsComplete() && ownEnd > GetInnermostEnd() && IsWholeAhead(iFields, iBody, ownEnd))
+            MoveEnds(ownEnd);
         const Node* const around = GetInnermost();
         const Cmn_Int64 end = GetInnermostEnd();
-        Cmn_Int64 ownEnd = iBody + (iFields.IsComplete() ? Cmn_Int64{iFields.bodySize} : 0);
         oNode.isOpenEnded = !iFields.IsComplete() || ownEnd > end;
         if (oNode.isOpenEnded) {
             if (iBody > end || (around != nullptr && !around->isOpenEnded)) return false;
@@ -207,7 +235,9 @@ struct FF_StreamWalk::Pass
 
 FF_StreamWalk::FF_StreamWalk(FF_StreamWindow& ioWindow, bool iSwap, Cmn_Int64 iFrom, Cmn_Int64 iTo)
 {
-    Pass pass{ioWindow, Sys_TypedInStream(ioWindow, iSwap), iFrom, std::max(iFrom, iTo), mNodes, 0, {}};
+    Pass pass{
+        ioWindow,         Sys_TypedInStream(ioWindow, iSwap), iFrom, std::max(iFrom, iTo), mNodes, 0, {},
+        2 * (iTo - iFrom)};
     pass.Run();
 }
 
@@ -298,17 +328,65 @@ bool FF_StreamWalk::Fits(Cmn_Int32 iNode, const FF_Document::TOCKey& iKey) const
     return true;
 }
 
-bool FF_StreamWalk::FitsItem(Cmn_Int64 iOffset, const FF_Document::TOCKey& iList) const
+bool FF_StreamWalk::FitsWithout(Cmn_Int32 iNode, Cmn_Int32 iOutermost, const FF_Document::TOCKey& iKey) const
 {
-    return Find(iOffset) != cNone || FindListAround(iOffset, iList) != cNone;
+    if (!HasTypeOf(iNode, iKey)) return false;
+    const std::vector<FF_Document::Context>& key = iKey.GetContexts();
+    std::size_t level = key.size() - 1;
+    const auto hasLevel = [&](Cmn_Int32 iAround, std::size_t iInside) {
+        return std::any_of(key.begin(), key.begin() + static_cast<std::ptrdiff_t>(iInside),
+                           [&](const auto& c) { return c.GetStreamType() == GetNode(iAround).streamType; });
+    };
+    bool isLost =
+        iNode == iOutermost; // whether headers may be missing between the node and what is around it
+    for (Cmn_Int32 node = iNode;;) {
+        Cmn_UInt32 item = 0;
+        node = GetDocumentParent(node, item);
+        if (item != 0 && (level == 0 || static_cast<Cmn_Int32>(item) != key[level - 1].GetListIndex()))
+            return false;
+        while (node != cNone && GetNode(node).isEndMoved && !hasLevel(node, level))
+            node = GetDocumentParent(node, item); // it only seems to be around
+        if (node == cNone) return true;
+        const std::size_t inside = level;
+        do {
+            if (level == 0) return false;
+            --level;
+        } while (isLost && key[level].GetStreamType() != GetNode(node).streamType);
+        if (key[level].GetStreamType() != GetNode(node).streamType) return false;
+        if (level + 1 == inside && static_cast<Cmn_Int32>(item) != key[level].GetListIndex()) return false;
+        isLost = isLost || node == iOutermost;
+    }
 }
 
-Cmn_Int32 FF_StreamWalk::FindListAround(Cmn_Int64 iOffset, const FF_Document::TOCKey& iList) const
+bool FF_StreamWalk::FitsItem(Cmn_Int64 iOffset, const FF_Document::TOCKey& iList, Cmn_Int32 iItem) const
+{
+    const Cmn_Int32 node = Find(iOffset);
+    if (node == cNone) return FindListOf(iOffset, iList) != cNone;
+    Cmn_UInt32 index = 0;
+    const Cmn_Int32 parent = GetDocumentParent(node, index);
+    if (static_cast<Cmn_Int32>(index) == iItem + 1) return parent == cNone || Fits(parent, iList);
+    if (index != 0) return false;
+    // One that was written anew stands by itself; in the list a header without an index is a part of some item.
+    for (Cmn_Int32 around = parent; around != cNone; around = GetNode(around).parent)
+        if (Fits(around, iList)) return false;
+    return true;
+}
+
+Cmn_Int32 FF_StreamWalk::FindListOf(Cmn_Int64 iOffset, const FF_Document::TOCKey& iList) const
 {
     Cmn_Int32 around = FindAround(iOffset);
-    while (around != cNone && !Fits(around, iList))
+    while (around != cNone && GetNode(around).streamType == FF_Document::cNoStreamType &&
+           GetNode(around).header.listIndex == 0)
         around = GetNode(around).parent;
-    return around;
+    return around != cNone && Fits(around, iList) ? around : cNone;
+}
+
+Cmn_Int32 FF_StreamWalk::GetOutermostWhole(Cmn_Int32 iNode) const
+{
+    Cmn_Int32 node = iNode;
+    while (GetNode(node).parent != cNone && GetNode(GetNode(node).parent).isWhole)
+        node = GetNode(node).parent;
+    return node;
 }
 
 const FF_Document::LocalLocation* FF_FindLocal(const FF_Document::TOCValue& iValue)

@@ -8,6 +8,9 @@
 //
 // A header that was never completed, or whose body goes on behind the end of the file, ends where what is around it ends.
 // Only such headers lie around it: a complete one was written after everything inside it.
+//
+// A header whose body goes on behind the end of a complete stream around it is taken where that body has the right sum: it
+// is whole, so the one around it is damaged, and its end elsewhere. Such bodies are summed ahead, twice the file at most.
 #pragma once
 
 #include "Bastel/Sys/Sys_StdStreamHeader.h"
@@ -63,7 +66,8 @@ public:
         Cmn_UInt32 sum = 0;      // of the body as it stands
         Cmn_UInt32 bodySize = 0; // as the header claims
         bool isOpenEnded = false;
-        bool isWhole = false; // complete, with a right body sum
+        bool isEndMoved = false; // a whole stream lies across the end that its header tells
+        bool isWhole = false;    // complete, with a right body sum
     };
 
     // Walks [iFrom, iTo). Throws what the window's source throws, and nothing for any bytes.
@@ -80,6 +84,8 @@ public:
     std::vector<FF_Document::Context> GetPath(Cmn_Int32 iNode) const;
     // The innermost document stream around a node, and the list index that the node's part of it has there.
     Cmn_Int32 GetDocumentParent(Cmn_Int32 iNode, Cmn_UInt32& oListIndex) const;
+    // The outermost of the whole streams around a whole one, or itself.
+    Cmn_Int32 GetOutermostWhole(Cmn_Int32 iNode) const;
     FF_StreamInfo GetInfo(Cmn_Int32 iNode) const;
     // "stream 4[1]/7", or "\"Meter\" in stream 16": for texts.
     std::string Describe(Cmn_Int32 iNode) const;
@@ -88,10 +94,14 @@ public:
     // Whether the stream at a node may stand under a key: its type, and what is around it, are the key's innermost
     // levels. Streams that were written anew, or repaired, stand further out than their key says.
     bool Fits(Cmn_Int32 iNode, const FF_Document::TOCKey& iKey) const;
-    // Whether a list item of the key may begin at iOffset: at a header, or anywhere in a list of the key.
-    bool FitsItem(Cmn_Int64 iOffset, const FF_Document::TOCKey& iList) const;
-    // The innermost list of the key that the place is in, cNone where there is none.
-    Cmn_Int32 FindListAround(Cmn_Int64 iOffset, const FF_Document::TOCKey& iList) const;
+    // The same where streams outside of iOutermost, which iNode is in or is, may have lost their headers: those that are left
+    // around it are levels of the key in their order.
+    bool FitsWithout(Cmn_Int32 iNode, Cmn_Int32 iOutermost, const FF_Document::TOCKey& iKey) const;
+    // Whether item iItem of the key's list may begin at iOffset: at a header of that index or of none, or among the list's
+    // own bytes, which no item's header frames.
+    bool FitsItem(Cmn_Int64 iOffset, const FF_Document::TOCKey& iList, Cmn_Int32 iItem) const;
+    // The list of the key whose own bytes hold the place, cNone where there is none.
+    Cmn_Int32 FindListOf(Cmn_Int64 iOffset, const FF_Document::TOCKey& iList) const;
 
 private:
     struct Pass;

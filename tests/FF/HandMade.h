@@ -66,7 +66,7 @@ inline void AppendHeader(std::vector<std::uint8_t>& ioBytes, Cmn_UInt32 iBodySiz
         for (int i = 0; i < iCount; ++i)
             ioBytes.push_back(static_cast<std::uint8_t>(iValue >> (8 * i)));
     };
-    for (const char c : {'K', 'S', 'H', '1', '\x01', 'Z'})
+    for (const char c : {'K', 'S', 'H', '2', '\x01', 'Z'})
         ioBytes.push_back(static_cast<std::uint8_t>(c));
     put(1, 2);
     put(0, 4);
