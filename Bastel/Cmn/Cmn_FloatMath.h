@@ -15,7 +15,7 @@ constexpr Cmn_Int64 Cmn_Float64ToInt64(double iValue)
     if (iValue >= -cTwoTo63 && iValue < cTwoTo63) [[likely]]
         return static_cast<Cmn_Int64>(iValue);
     if (iValue != iValue) return 0;
-    return iValue < 0 ? std::numeric_limits<Cmn_Int64>::min() : std::numeric_limits<Cmn_Int64>::max();
+    return iValue < 0 ? (std::numeric_limits<Cmn_Int64>::min)() : (std::numeric_limits<Cmn_Int64>::max)();
 }
 
 constexpr Cmn_Int32 Cmn_Float64ToInt32(double iValue)
@@ -23,7 +23,7 @@ constexpr Cmn_Int32 Cmn_Float64ToInt32(double iValue)
     if (iValue >= -2147483648.0 && iValue < 2147483648.0) [[likely]]
         return static_cast<Cmn_Int32>(iValue);
     if (iValue != iValue) return 0;
-    return iValue < 0 ? std::numeric_limits<Cmn_Int32>::min() : std::numeric_limits<Cmn_Int32>::max();
+    return iValue < 0 ? (std::numeric_limits<Cmn_Int32>::min)() : (std::numeric_limits<Cmn_Int32>::max)();
 }
 
 // Rounds toward minus infinity: what Cmn_Float64ToInt64(std::floor(iValue)) gives, without the library call.
@@ -31,7 +31,7 @@ constexpr Cmn_Int64 Cmn_FloorToInt64(double iValue)
 {
     const Cmn_Int64 truncated = Cmn_Float64ToInt64(iValue);
     // Only values below 2^52 have a fraction, so the step down cannot wrap.
-    return static_cast<double>(truncated) > iValue && truncated > std::numeric_limits<Cmn_Int64>::min()
+    return static_cast<double>(truncated) > iValue && truncated > (std::numeric_limits<Cmn_Int64>::min)()
                ? truncated - 1
                : truncated;
 }

@@ -91,7 +91,7 @@ private:
     {
         Class(std::size_t iStride, unsigned iBlockCells)
             : mBlockCells(iBlockCells)
-            , mFewCells(std::max(iBlockCells / 8, 1u))
+            , mFewCells((std::max)(iBlockCells / 8, 1u))
             , mFree(iStride)
         {
         }

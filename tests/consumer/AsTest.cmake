@@ -5,7 +5,7 @@ add_test(NAME Package.Install COMMAND "${CMAKE_COMMAND}" "-DBUILD=${PROJECT_BINA
          -P "${CMAKE_CURRENT_LIST_DIR}/Install.cmake")
 set_tests_properties(Package.Install PROPERTIES FIXTURES_SETUP KoraPackage)
 
-# Once a platform is enough for the headers.
+# Once a platform is enough for the headers, by themselves and behind macros.
 set(every_header ON)
 if(CMAKE_BUILD_TYPE STREQUAL "Release" AND NOT CMAKE_CROSSCOMPILING)
   set(every_header OFF)
