@@ -291,7 +291,7 @@ TEST_F(RepairTest, ATableThatTheHeaderDoesNotNameYetLendsDescriptions)
 // Three pieces of stream 7, a list of plain items, and a stream that was written anew.
 TEST_F(RepairTest, AnOldTableLendsPiecesItemsAndStates)
 {
-    const auto write = [this](FF_Document& ioDocument) {
+    const auto write = [](FF_Document& ioDocument) {
         ioDocument.Open(Sys_Store::eOpenFlag_New);
         for (int i = 0; i < 3; ++i)
             Write(ioDocument, 7, i);

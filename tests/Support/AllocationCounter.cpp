@@ -4,9 +4,9 @@
 #include <cstdlib>
 #include <new>
 
-thread_local long long AllocationCounter::sAllocations = 0;
-thread_local long long AllocationCounter::sReleases = 0;
-thread_local std::size_t AllocationCounter::sLargest = 0;
+constinit thread_local long long AllocationCounter::sAllocations = 0;
+constinit thread_local long long AllocationCounter::sReleases = 0;
+constinit thread_local std::size_t AllocationCounter::sLargest = 0;
 
 namespace {
 void* Allocate(std::size_t iSize) noexcept

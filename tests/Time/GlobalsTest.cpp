@@ -10,7 +10,7 @@ constexpr EPullFactor cNone = ePullFactor_None, cUp = ePullFactor_Up, cDown = eP
 
 struct GlobalsTest : testing::Test
 {
-    const StTimeGlobals mBefore;
+    const StTimeGlobals mBefore{};
 };
 
 std::string sLines;

@@ -4,7 +4,7 @@
 
 namespace {
 
-constexpr Time_TickLength cQuarter = Time_TickLength::cQuarter, cEighth(480000), cHalf(1920000);
+constexpr Time_TickLength cQuarter = Time_TickLength::cQuarter, cEighth(480000);
 
 Time_NewTempoEvent Event(Cmn_Int64 iTick, float iTempo, const Time_TickLength& iBeat = cQuarter)
 {

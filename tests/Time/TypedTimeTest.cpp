@@ -37,7 +37,7 @@ TYPED_TEST(TypedTest, MixedUnitsAreReportedAndKeepTheLeftUnit)
     this->Expect(at.MidPointBetween(other), Time(4, cSamples));
     this->Expect(Time(at) += length, Time(8, cSamples));
     this->Expect(Time(at) -= length, Time(2, cSamples));
-    if constexpr (this->cIsLength) {
+    if constexpr (TestFixture::cIsLength) {
         this->Expect(at % other, Time(2, cSamples));
         this->Expect(at / other, 5.0 / 3.0);
     } else {
