@@ -4,6 +4,7 @@
 #include <cstring>
 #include <limits>
 #include <new>
+#include <utility>
 
 namespace {
 
@@ -54,6 +55,19 @@ Cmn_UInt32 ReadMessage(PSMessagePipe& ioPipe, const PSPipeEvent& iEvent, Cmn_Int
 }
 
 } // namespace
+
+Kora_RefreshBuffer::Kora_RefreshBuffer(Kora_RefreshBuffer&& ioOther) noexcept
+    : mBytes(std::move(ioOther.mBytes))
+    , mSize(std::exchange(ioOther.mSize, 0))
+{
+}
+
+Kora_RefreshBuffer& Kora_RefreshBuffer::operator=(Kora_RefreshBuffer&& ioOther) noexcept
+{
+    mBytes = std::move(ioOther.mBytes);
+    mSize = std::exchange(ioOther.mSize, 0);
+    return *this;
+}
 
 bool Kora_RefreshBuffer::Resize(Cmn_UInt32 iSize) noexcept
 {
@@ -123,6 +137,7 @@ bool Kora_RefreshClient::Transact(const Kora_RefreshBuffer& iRequest, Kora_Refre
     if (!event.IsGood()) return false;
     if (!mPipe.Write(event, iRequest.GetBytes(), iRequest.GetSize(), mLimits.mTransferMs)) return false;
     const Cmn_UInt32 length = ReadMessage(mPipe, event, mLimits.mTransferMs, oReply);
+    if (length == 0) return false; // the reply may have no bytes at all
     // In 64 bits: a length near 2^32 is a lie that must not come round to a small one. The message counts, not the
     // buffer: one that was cut within its first 12 bytes is not whole because there are zeros behind it.
     return UInt32At(oReply, cLengthAt) + cLeastBesidePayload <= length;

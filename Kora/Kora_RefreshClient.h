@@ -33,13 +33,16 @@ struct Kora_RefreshLimits
     Cmn_Int32 mBusyMs = 500;       // for a place, after each of four attempts
 };
 
-// Bytes of a request or a reply: zero where nobody wrote. It owns them.
+// Bytes of a request or a reply: zero where nobody wrote. It owns them; one that was moved from is empty. The bytes of
+// an empty buffer are null, or not to be looked at.
 class KORA_API Kora_RefreshBuffer
 {
 public:
     Kora_RefreshBuffer() = default;
     // Empty when there is no memory.
     explicit Kora_RefreshBuffer(Cmn_UInt32 iSize) noexcept { Resize(iSize); }
+    Kora_RefreshBuffer(Kora_RefreshBuffer&& ioOther) noexcept;
+    Kora_RefreshBuffer& operator=(Kora_RefreshBuffer&& ioOther) noexcept;
 
     // Releases the old bytes and has new ones, all zero. False, and empty, when there is no memory.
     bool Resize(Cmn_UInt32 iSize) noexcept;

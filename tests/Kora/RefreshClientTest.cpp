@@ -96,6 +96,26 @@ TEST(RefreshClient, FaultsOfTheService)
     }
 }
 
+TEST(RefreshClient, EveryAllocationThatIsRefusedIsAFailureAndLeavesNothing)
+{
+    const std::string name = TestPipeName();
+    const RefreshService service(name, RefreshPlay());
+    Cmn_UInt8 destination[cSize];
+    Cmn_UInt32 length = 99;
+    const auto ask = [&] {
+        return Kora_RefreshClient::Request32({1, cSize, 3, 0}, destination, cSize, length, {name.c_str()});
+    };
+    const AllocationCounter allocations;
+    EXPECT_TRUE(ask());
+    const long long count = allocations.Count();
+    for (long long nth = count; nth > 0; --nth) {
+        const StRefusedAllocation refused(nth);
+        EXPECT_FALSE(ask()) << nth;
+        EXPECT_EQ(length, 0U);
+    }
+    EXPECT_EQ(allocations.Kept(), count) << "the refused ones are counted, and were never there";
+}
+
 TEST(RefreshClient, TenBytesBesideAPayloadAreTooFewAtTheSmallLengthsToo)
 {
     for (const RefreshEFault fault : {eRefreshFault_TenMore, eRefreshFault_ElevenMore}) {
@@ -219,6 +239,12 @@ TEST(RefreshBuffer, GrowsWithItsBytesAndRefusesMoreThan32Bits)
     EXPECT_EQ(std::memcmp(buffer.GetBytes(), "abc\0", 5), 0);
     EXPECT_FALSE(buffer.Grow(0xFFFFFFFB));
     EXPECT_EQ(buffer.GetSize(), 5U);
+    Kora_RefreshBuffer moved(std::move(buffer)), assigned;
+    assigned = std::move(moved);
+    for (const Kora_RefreshBuffer* const left : {&buffer, &moved})
+        EXPECT_TRUE(left->GetSize() == 0 && left->GetBytes() == nullptr);
+    EXPECT_EQ(assigned.GetSize(), 5U);
+    ASSERT_TRUE(buffer.Grow(4)) << "good to use again";
     ASSERT_TRUE(buffer.Resize(3));
     EXPECT_EQ(std::memcmp(buffer.GetBytes(), "\0\0", 3), 0);
 }

@@ -7,11 +7,12 @@
 constinit thread_local long long AllocationCounter::sAllocations = 0;
 constinit thread_local long long AllocationCounter::sReleases = 0;
 constinit thread_local std::size_t AllocationCounter::sLargest = 0;
+constinit thread_local long long AllocationCounter::sRefused = 0;
 
 namespace {
 void* Allocate(std::size_t iSize) noexcept
 {
-    ++AllocationCounter::sAllocations;
+    if (++AllocationCounter::sAllocations == AllocationCounter::sRefused) return nullptr;
     AllocationCounter::sLargest = std::max(AllocationCounter::sLargest, iSize);
     return std::malloc(iSize == 0 ? 1 : iSize);
 }

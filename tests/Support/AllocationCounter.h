@@ -5,9 +5,13 @@
 //     map.TickToSample(tick);
 //     EXPECT_EQ(allocations.Count(), 0);
 //
+// It also refuses one, for claims about what is left when memory runs out:
+//
+//     const StRefusedAllocation refused(3); // the third one of the scope
+//
 // A test program that uses it lists ../Support/AllocationCounter.cpp among its sources: that file replaces the
 // program's operator new. On Linux the library's allocations are counted as well; a Windows DLL has an operator new of
-// its own, and there only what the headers' inline code allocates is counted. Over-aligned allocations are not.
+// its own, and there only what the headers' inline code allocates is counted, or refused. Over-aligned allocations are not.
 #pragma once
 
 #include <cstddef>
@@ -32,8 +36,19 @@ public:
     static constinit thread_local long long sAllocations;
     static constinit thread_local long long sReleases;
     static constinit thread_local std::size_t sLargest;
+    static constinit thread_local long long sRefused; // the number of the one that is refused; 0 for none
 
 private:
     long long mBefore;
     long long mReleasesBefore;
+};
+
+class StRefusedAllocation
+{
+public:
+    explicit StRefusedAllocation(long long iNth)
+    {
+        AllocationCounter::sRefused = AllocationCounter::sAllocations + iNth;
+    }
+    ~StRefusedAllocation() { AllocationCounter::sRefused = 0; }
 };
