@@ -1,6 +1,6 @@
 // DAW_CommandRegistry: the commands of the process, by number and by name.
 //
-// Ownership: a registered command is the registry's until it is removed. One that a newer command of the same number
+// Ownership: a registered command, made by new, is the registry's until it is removed. One that a newer command of the same number
 //            takes the place of is deleted; key bindings that name it are to be deleted before. What is registered
 //            when the process ends is not deleted.
 // Threads:   the main thread only; nothing is locked.

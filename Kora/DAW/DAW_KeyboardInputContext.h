@@ -14,7 +14,8 @@
 // keyboard state until the command returns, and looks at nothing else afterwards.
 //
 // Threads:   the user-interface thread only; nothing is locked.
-// Ownership: the context is its registry's once registered; the binding map stays the application's.
+// Ownership: the context is its registry's once registered, and then one made by new; the binding map stays the
+//            application's.
 #pragma once
 
 #include "Bastel/Cmn/Cmn_RefCount.h"

@@ -93,18 +93,18 @@ TEST(KeyContextRegistry, ANewerContextTakesTheNumberAndDyingOnesLeave)
     auto* const first = new Context(10, "Edit");
     Registry::RegisterKeyContext(first);
     DAW_KeyboardInputContext::SetCurrentKeyboardInputContext(first);
-    {
-        Context low(-3, "Mix"), same(10, "Mix");
-        Registry::RegisterKeyContext(&same);
-        EXPECT_EQ(Context::sDeleted, 1);
-        EXPECT_EQ(DAW_KeyboardInputContext::GetCurrentKeyboardInputContext(), nullptr);
-        EXPECT_EQ(Registry::FindKeyContextByName("Mix"), &same);
-        Registry::RegisterKeyContext(&low);
-        Registry::RegisterKeyContext(&low);
-        EXPECT_EQ(Registry::FindKeyContextByName("Mix"), &low);
-        EXPECT_EQ(Registry::FindKeyContextByID(10), &same);
-        EXPECT_EQ(Context::sNotified, (std::vector<DAW_KeyboardInputContext*>{first, &same, &low, &low}));
-    }
+    auto *const low = new Context(-3, "Mix"), *const same = new Context(10, "Mix");
+    Registry::RegisterKeyContext(same);
+    EXPECT_EQ(Context::sDeleted, 1);
+    EXPECT_EQ(DAW_KeyboardInputContext::GetCurrentKeyboardInputContext(), nullptr);
+    EXPECT_EQ(Registry::FindKeyContextByName("Mix"), same);
+    Registry::RegisterKeyContext(low);
+    Registry::RegisterKeyContext(low);
+    EXPECT_EQ(Registry::FindKeyContextByName("Mix"), low);
+    EXPECT_EQ(Registry::FindKeyContextByID(10), same);
+    EXPECT_EQ(Context::sNotified, (std::vector<DAW_KeyboardInputContext*>{first, same, low, low}));
+    delete low;
+    delete same;
     EXPECT_TRUE(Registry::GetKeyContextMap().empty());
     Registry::SetRegistrationNotificationCallback(nullptr);
 }

@@ -98,6 +98,12 @@ struct Save : DAW_MenuEntrySimple
     void DoMenuHighlite() override { MenuItems::sDone = "save? "; }
 };
 
+struct IndexedSave : Save
+{
+    using Save::MenuEntryIsEnabled;
+    bool MenuEntryIsEnabled(Cmn_Int32 iIndex) override { return iIndex == 0; }
+};
+
 TEST(MenuEntry, EachKindIsOfItsKindAndShowsItsItems)
 {
     DAW_MenuEntrySubMenu root("");
@@ -105,13 +111,13 @@ TEST(MenuEntry, EachKindIsOfItsKindAndShowsItsItems)
     root.AppendEntry(std::make_unique<MenuItems>(std::vector<MenuItems::Item>(2, {"a", true, true})));
     root.AppendEntry(std::make_unique<DAW_MenuEntrySeparator>());
     root.AppendEntry(std::make_unique<DAW_MenuEntrySubMenu>("&More"));
-    root.GetEntry(3)->GetMenuEntrySubMenu()->AppendEntry(std::make_unique<Save>());
+    root.GetEntry(3)->GetMenuEntrySubMenu()->AppendEntry(std::make_unique<IndexedSave>());
     const auto number = [&](int iAt, int iIndex) {
         return std::to_string(root.GetEntry(iAt)->GetCommandID(iIndex));
     };
     const std::string save = "77 &Save\tCtrl+S (disabled) (checked)\n", a = " a (checked)\n";
-    EXPECT_EQ(root.Dump(),
-              save + number(1, 0) + a + number(1, 1) + a + "-----\n" + number(3, 0) + " &More\n  " + save);
+    EXPECT_EQ(root.Dump(), save + number(1, 0) + a + number(1, 1) + a + "-----\n" + number(3, 0) +
+                               " &More\n  77 &Save\tCtrl+S (checked)\n");
     for (int at = 0; at < 4; ++at) {
         DAW_MenuEntry& entry = *root.GetEntry(at);
         const DAW_MenuEntryType type = entry.GetMenuEntryType();
