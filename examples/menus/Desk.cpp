@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
-#include <ostream>
+#include <iostream>
 #include <sstream>
 
 namespace {
@@ -23,36 +23,54 @@ std::size_t CharactersOf(const std::string& iText)
 
 } // namespace
 
-bool Desk::Obey(const std::string& iLine, std::ostream& oErr)
+bool Desk::Play(std::istream& ioInput, bool iPrompts, const bool& iQuits)
+{
+    bool isUnderstood = true;
+    std::string line;
+    while (!iQuits) {
+        if (iPrompts) std::cout << "> " << std::flush;
+        if (!std::getline(ioInput, line)) break;
+        if (line.ends_with('\r')) line.pop_back();
+        std::istringstream words(line);
+        if (std::string word, more; words >> word && word == "quit" && !(words >> more)) break;
+        if (Obey(line)) continue;
+        isUnderstood = false;
+        std::cerr
+            << '"' << line
+            << "\" is not understood; expected menus, quit, an item's number, a key like Ctrl+S, or hold KEY "
+               "COUNT\n";
+    }
+    return isUnderstood;
+}
+
+bool Desk::Obey(const std::string& iLine)
 {
     std::istringstream words(iLine);
     std::string first, second, third, more;
     words >> first >> second >> third >> more;
-    if (first == "quit") return false;
-    if (first.empty()) return true;
     Cmn_Int16 number = 0;
     int repeats = 0;
-    if (first == "menus" && second.empty()) {
+    if (first == "hold") {
+        const auto chord = ParseChord(second);
+        if (!chord || !more.empty() || !ParseNumber(third, repeats) || repeats < 0) return false;
+        Strike(*chord, repeats);
+    } else if (!second.empty()) {
+        return false;
+    } else if (first == "menus") {
         ShowMenus();
-    } else if (second.empty() && ParseNumber(first, number)) {
-        if (!Choose(number)) oErr << "no enabled item has the number " << number << '\n';
-    } else if (const auto chord = ParseChord(first); chord && second.empty()) {
+    } else if (ParseNumber(first, number)) {
+        if (!Choose(number)) std::cout << "no enabled item has the number " << number << '\n';
+    } else if (const auto chord = ParseChord(first)) {
         Strike(*chord, 0);
-    } else if (const auto held = ParseChord(second);
-               held && first == "hold" && more.empty() && ParseNumber(third, repeats))
-    {
-        Strike(*held, repeats);
     } else {
-        oErr
-            << '"' << iLine
-            << "\" is no key; expected menus, quit, an item's number, a key like Ctrl+S, or hold KEY COUNT\n";
+        return first.empty();
     }
     return true;
 }
 
 void Desk::Strike(const KeyChord& iChord, int iRepeats)
 {
-    Key(iChord, true, false);
+    if (!Key(iChord, true, false)) std::cout << WhyNot(iChord) << '\n';
     for (int i = 0; i < iRepeats; ++i)
         Key(iChord, true, true);
     Key(iChord, false, false);

@@ -57,6 +57,12 @@ std::string Lower(std::string iText)
     return iText;
 }
 
+std::string TextOf(const KeyChord& iChord)
+{
+    return std::string(iChord.menuCommand ? "Ctrl+" : "") + (iChord.alternate ? "Alt+" : "") +
+           (iChord.shift ? "Shift+" : "") + DAW_KeyConversionUtils::DAW_EKeyCodeToDisplayString(iChord.key);
+}
+
 bool SkipPrefix(std::string& ioText, const char* iPrefix)
 {
     if (!ioText.starts_with(iPrefix)) return false;
@@ -90,11 +96,9 @@ std::string ShortcutOf(long iCommandID)
 {
     const Cmn_RefCountPtr<DAW_KeyBinding> binding = Bindings().FindKeyBindingByID(iCommandID);
     if (!binding) return "";
-    const auto modifiers = binding->GetEventModifiers();
-    std::string text;
-    if (modifiers->MenuCommandKeyIsDown()) text += "Ctrl+";
-    if (modifiers->ShiftKeyIsDown()) text += "Shift+";
-    return text + DAW_KeyConversionUtils::DAW_EKeyCodeToDisplayString(binding->GetKeyEvent()->GetKeyCode());
+    const auto& modifiers = *binding->GetEventModifiers();
+    return TextOf({binding->GetKeyEvent()->GetKeyCode(), modifiers.MenuCommandKeyIsDown(),
+                   modifiers.AlternateKeyIsDown(), modifiers.ShiftKeyIsDown()});
 }
 
 std::optional<KeyChord> ParseChord(const std::string& iText)
@@ -132,4 +136,13 @@ bool SendKey(const KeyChord& iChord, bool iPressed, bool iRepeated)
                           typed != 0 ? std::string(1, typed) : std::string(),
                           iPressed ? DAW_eKeyState_Down : DAW_eKeyState_Up),
         ModifiersOf(iChord), DAW_KeyboardState::New(down, DAW_eKeyStateArrayFormat_ByKeyCode));
+}
+
+std::string WhyNot(const KeyChord& iChord)
+{
+    const Cmn_RefCountPtr<DAW_KeyBinding> binding =
+        Bindings().FindMatchingKeyBinding(DAW_KeyEvent::New(iChord.key), ModifiersOf(iChord));
+    const DAW_Command* const command = binding ? binding->GetCommand() : nullptr;
+    return TextOf(iChord) +
+           (command != nullptr ? ": " + command->GetName() + " is disabled" : " has no binding");
 }

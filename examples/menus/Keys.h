@@ -28,5 +28,7 @@ std::optional<KeyChord> ParseChord(const std::string& iText);
 
 // One event of a key, as the keyboard or a script brings it; true when a command took it.
 bool SendKey(const KeyChord& iChord, bool iPressed, bool iRepeated);
+// Why no command took a press: "Ctrl+S: Save is disabled", "F5 has no binding".
+std::string WhyNot(const KeyChord& iChord);
 // The modifiers of a chord.
 Cmn_AliasedRefCountPtr<DAW_EventModifiers> ModifiersOf(const KeyChord& iChord);

@@ -1,10 +1,13 @@
 // The host in the terminal: the menu tree as text, numbers and keys as lines.
+#include "examples/menus/Arguments.h"
 #include "examples/menus/Commands.h"
 #include "examples/menus/Desk.h"
 #include "examples/menus/Keys.h"
 #include "examples/menus/Menus.h"
 #include "examples/menus/Session.h"
 
+#include <algorithm>
+#include <cctype>
 #include <iostream>
 #include <unistd.h>
 #include <vector>
@@ -12,6 +15,15 @@
 namespace {
 
 bool sQuits = false;
+
+char Lower(char iLetter) { return static_cast<char>(std::tolower(static_cast<unsigned char>(iLetter))); }
+
+// The letter behind the mark; 0 when there is none.
+char Mnemonic(const std::string& iText)
+{
+    const std::size_t mark = iText.find('&');
+    return mark + 1 < iText.size() ? Lower(iText[mark + 1]) : '\0';
+}
 
 class Terminal : public Desk
 {
@@ -33,9 +45,19 @@ public:
         const auto isIt = [&](const MenuLine& iLine) { return iLine.number == iNumber && iLine.enabled; };
         return std::any_of(mLines.begin(), mLines.end(), isIt) && DAW_MenuEntry::DoCommand(iNumber);
     }
-    void Key(const KeyChord& iChord, bool iPressed, bool iRepeated) override
+    bool Key(const KeyChord& iChord, bool iPressed, bool iRepeated) override
     {
-        SendKey(iChord, iPressed, iRepeated);
+        return SendKey(iChord, iPressed, iRepeated);
+    }
+    // Shows the one menu with this mnemonic.
+    void OpenMenu(char iMnemonic)
+    {
+        Update();
+        bool isIt = false;
+        for (const MenuLine& line : mLines) {
+            if (line.depth == 0) isIt = Mnemonic(line.text) == Lower(iMnemonic);
+            if (isIt) std::cout << Shown(line) << '\n';
+        }
     }
 
 private:
@@ -69,27 +91,29 @@ private:
 
 } // namespace
 
-int main()
+int main(int iCount, char** iArguments)
 {
+    const Arguments arguments(iCount, iArguments);
+    if (arguments.mExit) return *arguments.mExit;
+
     Session session;
     session.mListener = [](const std::string& iLine) { std::cout << iLine << '\n'; };
     RegisterCommands(session, [] { sQuits = true; });
     RegisterKeys();
     const std::unique_ptr<DAW_MenuEntrySubMenu> bar = MakeMenuBar(session);
+    bool isUnderstood = true;
     {
         Terminal terminal(*bar);
-        const bool isTyped = isatty(STDIN_FILENO) != 0;
-        if (isTyped) {
+        const bool isTyped = !arguments.mPlays && isatty(STDIN_FILENO) != 0;
+        if (!arguments.mMnemonic.empty())
+            terminal.OpenMenu(arguments.mMnemonic.front());
+        else if (isTyped)
             terminal.ShowMenus();
+        if (isTyped)
             std::cout << "An item's number, a key such as Ctrl+N, L, Right, Shift+Right; menus; quit.\n";
-        }
-        std::string line;
-        while (!sQuits) {
-            if (isTyped) std::cout << "> " << std::flush;
-            if (!std::getline(std::cin, line) || !terminal.Obey(line, std::cerr)) break;
-        }
+        isUnderstood = terminal.Play(std::cin, isTyped, sQuits) || isTyped;
     }
     RemoveKeys();
     RemoveCommands();
-    return 0;
+    return isUnderstood ? 0 : 1;
 }

@@ -116,7 +116,7 @@ bool Window::Choose(Cmn_Int16 iNumber)
     return false;
 }
 
-void Window::Key(const KeyChord& iChord, bool iPressed, bool iRepeated)
+bool Window::Key(const KeyChord& iChord, bool iPressed, bool iRepeated)
 {
     BYTE held[256] = {};
     if (iChord.menuCommand) held[VK_CONTROL] = 0x80;
@@ -126,7 +126,11 @@ void Window::Key(const KeyChord& iChord, bool iPressed, bool iRepeated)
     bool isExtended = false;
     const Cmn_UInt16 key = DAW_KeyConversionUtils::DAW_EKeyCodeToWindowsKeyCode(iChord.key, isExtended);
     const LPARAM flags = 1 | (isExtended ? 1 << 24 : 0) | (iRepeated ? 1 << 30 : 0);
+    mPlaysKey = true;
+    mTookKey = false;
     SendMessageW(mWindow, iPressed ? WM_KEYDOWN : WM_KEYUP, key, flags);
+    mPlaysKey = false;
+    return mTookKey;
 }
 
 LRESULT CALLBACK Window::Procedure(HWND iWindow, UINT iMessage, WPARAM iWParam, LPARAM iLParam)
@@ -150,7 +154,9 @@ bool Window::Handle(UINT iMessage, WPARAM iWParam, LPARAM iLParam)
                                  static_cast<Cmn_UInt16>(iWParam), isExtended),
                              IsHeld(VK_CONTROL), IsHeld(VK_MENU), IsHeld(VK_SHIFT)};
         const bool isPress = iMessage == WM_KEYDOWN || iMessage == WM_SYSKEYDOWN;
-        return SendKey(chord, isPress, isPress && (iLParam >> 30 & 1) != 0);
+        mTookKey = SendKey(chord, isPress, isPress && (iLParam >> 30 & 1) != 0);
+        // Nobody would close a menu that the system opens for F10.
+        return mTookKey || mPlaysKey;
     }
     case WM_PAINT:
         Paint();

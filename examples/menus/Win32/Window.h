@@ -27,7 +27,7 @@ public:
     // These three go through the window's own messages, and through what the system's menus hold.
     void ShowMenus() override;
     bool Choose(Cmn_Int16 iNumber) override;
-    void Key(const KeyChord& iChord, bool iPressed, bool iRepeated) override;
+    bool Key(const KeyChord& iChord, bool iPressed, bool iRepeated) override;
 
 private:
     static LRESULT CALLBACK Procedure(HWND iWindow, UINT iMessage, WPARAM iWParam, LPARAM iLParam);
@@ -37,4 +37,6 @@ private:
     std::unique_ptr<DAW_MenuDataWin32> mMenu;
     std::deque<std::wstring> mLines; // the newest last
     HWND mWindow = nullptr;
+    bool mPlaysKey = false; // its messages come from Key
+    bool mTookKey = false;  // a command took the last one
 };
