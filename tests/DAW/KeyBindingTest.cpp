@@ -90,13 +90,6 @@ TEST_F(KeyBindings, RandomMapsFindTheFirstThatThePlainRuleTakes)
         return states;
     };
     const auto randomKey = [&] { return Key(std::array{-5, 0, 3, 41, 112, 113, 4000}[random() % 7]); };
-    Command commands[] = {
-        {"c", 0, 0},
-        {"c", 1, 0},
-        {"c", 2, 0},
-        {"c", 3, 0},
-        {"c", 4, 0}
-    };
     std::vector<Binding> model; // in the order of adding
     for (int step = 0; step < 4000; ++step) {
         const unsigned action = static_cast<unsigned>(random() % 8);

@@ -25,32 +25,35 @@ struct Case
     int mLength; // of the answer, or cFails
     Cmn_UInt32 mCapacity;
     Cmn_UInt32 mClaim;
+    Cmn_UInt32 mAsked = cSize;
 };
 
 constexpr Case cCases[] = {
-    {"a service without a fault",               eRefreshFault_None,              cSize,  cSize,      0         },
-    {"an answer just larger than the capacity", eRefreshFault_None,              cFails, cSize - 1,  0         },
-    {"no place is free",                        eRefreshFault_Busy,              cFails, cSize,      0         },
-    {"silent from the start",                   eRefreshFault_SilentAtHandshake, cFails, cSize,      0         },
-    {"silent after the handshake",              eRefreshFault_SilentAtRequest,   cFails, cSize,      0         },
-    {"gone at the handshake",                   eRefreshFault_LeaveAtHandshake,  cFails, cSize,      0         },
-    {"gone at the request",                     eRefreshFault_LeaveAtRequest,    cFails, cSize,      0         },
-    {"gone between the two",                    eRefreshFault_LeaveBetween,      cFails, cSize,      0         },
-    {"another identifier",                      eRefreshFault_WrongIdentifier,   cFails, cSize,      0         },
-    {"an identifier of 17 bytes",               eRefreshFault_LongIdentifier,    cFails, cSize,      0         },
-    {"handshake with a status",                 eRefreshFault_HandshakeStatus,   cFails, cSize,      0         },
-    {"answer with a status",                    eRefreshFault_RequestStatus,     cFails, cSize,      0         },
-    {"half an answer",                          eRefreshFault_Cut,               cFails, cSize,      0         },
-    {"head and payload apart",                  eRefreshFault_TwoMessages,       cFails, cSize,      0         },
-    {"L + 10 bytes",                            eRefreshFault_TenMore,           cFails, cSize,      0         },
-    {"L + 11 bytes",                            eRefreshFault_ElevenMore,        cSize,  cSize,      0         },
-    {"a status and no length",                  eRefreshFault_StatusOnly,        cFails, cSize,      0         },
-    {"12 bytes hold an answer of none",         eRefreshFault_Claim,             0,      0,          0         },
-    {"12 bytes hold an answer of one",          eRefreshFault_Claim,             1,      cSize,      1         },
-    {"12 bytes hold no answer of two",          eRefreshFault_Claim,             cFails, cSize,      2         },
-    {"L + 11 is the largest of 32 bits",        eRefreshFault_Claim,             cFails, 0xFFFFFFFF, 0xFFFFFFF4},
-    {"L + 11 is 2^32, 0 in 32 bits",            eRefreshFault_Claim,             cFails, 0xFFFFFFFF, 0xFFFFFFF5},
-    {"L is the largest of 32 bits",             eRefreshFault_Claim,             cFails, 0xFFFFFFFF, 0xFFFFFFFF},
+    {"a service without a fault",               eRefreshFault_None,              cSize,                    cSize,                                     0                                                                               },
+    {"an answer just larger than the capacity", eRefreshFault_None,              cFails,                   cSize - 1,                                 0                                                                               },
+    {"no place is free",                        eRefreshFault_Busy,              cFails,                   cSize,                                     0                                                                               },
+    {"silent from the start",                   eRefreshFault_SilentAtHandshake, cFails,                   cSize,                                     0                                                                               },
+    {"silent after the handshake",              eRefreshFault_SilentAtRequest,   cFails,                   cSize,                                     0                                                                               },
+    {"gone at the handshake",                   eRefreshFault_LeaveAtHandshake,  cFails,                   cSize,                                     0                                                                               },
+    {"gone at the request",                     eRefreshFault_LeaveAtRequest,    cFails,                   cSize,                                     0                                                                               },
+    {"gone between the two",                    eRefreshFault_LeaveBetween,      cFails,                   cSize,                                     0                                                                               },
+    {"another identifier",                      eRefreshFault_WrongIdentifier,   cFails,                   cSize,                                     0                                                                               },
+    {"an identifier of 17 bytes",               eRefreshFault_LongIdentifier,    cFails,                   cSize,                                     0                                                                               },
+    {"handshake with a status",                 eRefreshFault_HandshakeStatus,   cFails,                   cSize,                                     0                                                                               },
+    {"answer with a status",                    eRefreshFault_RequestStatus,     cFails,                   cSize,                                     0                                                                               },
+    {"half an answer",                          eRefreshFault_Cut,               cFails,                   cSize,                                     0                                                                               },
+    {"head and payload apart",                  eRefreshFault_TwoMessages,       cFails,                   cSize,                                     0                                                                               },
+    {"L + 10 bytes",                            eRefreshFault_TenMore,           cFails,                   cSize,                                     0                                                                               },
+    {"L + 11 bytes",                            eRefreshFault_ElevenMore,        cSize,                    cSize,                                     0                                                                               },
+    {"10 bytes are no answer of none",          eRefreshFault_TenMore,           cFails,                   cSize,                                     0,                                                                                0},
+    {"11 bytes are an answer of none",                                         eRefreshFault_ElevenMore,                                         0, cSize, 0,                                                                            0},
+    {"a status and no length",                                        eRefreshFault_StatusOnly,                                                                       cFails,                                                                        cSize,                                                  0},
+    {"12 bytes hold an answer of none",                                        eRefreshFault_Claim,                                                                       0,                                                               0,0                           },
+    {"12 bytes hold an answer of one",                                        eRefreshFault_Claim,                                                                       1,                                                                cSize,                                                   1                                },
+    {"12 bytes hold no answer of two",                                        eRefreshFault_Claim,                                                                       cFails,                                                                cSize,2},
+    {"L + 11 is the largest of 32 bits",                                        eRefreshFault_Claim,                                                                       cFails,                                                              0xFFFFFFFF,                                                 0xFFFFFFF4                                                                                    },
+    {"L + 11 is 2^32, 0 in 32 bits",                               eRefreshFault_Claim,                                                              cFails,                                                         0xFFFFFFFF, 0xFFFFFFF5},
+    {"L is the largest of 32 bits",                               eRefreshFault_Claim,                                                              cFails,                                                          0xFFFFFFFF,                                                  0xFFFFFFFF                                                                                                                                     },
 };
 
 // Answers come within the limit, except from a service that gives none.
@@ -66,7 +69,7 @@ void Play(const Case& iCase)
     play.mFault = iCase.mFault;
     play.mClaim = iCase.mClaim;
     const RefreshService service(name, play);
-    const Cmn_UInt64 words[4] = {1, cSize, 3, 0};
+    const Cmn_UInt64 words[4] = {1, iCase.mAsked, 3, 0};
     std::vector<Cmn_UInt8> expected(cSize + 1, cUntouched);
     std::vector<Cmn_UInt8> destination = expected;
     if (iCase.mLength > 1) {
@@ -114,24 +117,6 @@ TEST(RefreshClient, EveryAllocationThatIsRefusedIsAFailureAndLeavesNothing)
         EXPECT_EQ(length, 0U);
     }
     EXPECT_EQ(allocations.Kept(), count) << "the refused ones are counted, and were never there";
-}
-
-TEST(RefreshClient, TenBytesBesideAPayloadAreTooFewAtTheSmallLengthsToo)
-{
-    for (const RefreshEFault fault : {eRefreshFault_TenMore, eRefreshFault_ElevenMore}) {
-        const std::string name = TestPipeName();
-        RefreshPlay play;
-        play.mFault = fault;
-        const RefreshService service(name, play);
-        for (Cmn_UInt32 size = 0; size < 6; ++size) {
-            Cmn_UInt8 destination[6];
-            Cmn_UInt32 length = 99;
-            const bool isEnough = fault == eRefreshFault_ElevenMore;
-            EXPECT_EQ(Kora_RefreshClient::Request32({1, size, 3, 0}, destination, 6, length, {name.c_str()}),
-                      isEnough);
-            EXPECT_EQ(length, isEnough ? size : 0);
-        }
-    }
 }
 
 TEST(RefreshClient, AMissingServiceFailsAtOnceAndABusyOneAfterFourAttempts)

@@ -208,27 +208,3 @@ TEST(KeySignatureMap, NeighboursAreSoughtOneUnitAway)
     EXPECT_EQ(std::tuple(start, end, key), std::tuple(c1, c4 + one, cF));
     EXPECT_EQ(map.GetKeySignatureAtTime(Time_Sample(100)), cC);
 }
-
-TEST(KeySignatureMap, WhatNoMapWritesIsRefused)
-{
-    Map map, back;
-    for (const Cmn_Int64 tick : std::initializer_list<Cmn_Int64>{-5, 4, 5, cMost})
-        map.SetKeySignature(Time_Tick(tick), cG);
-    const Bytes good = Streamed(map);
-    const std::size_t body = good.size() - 4 - 4 * 11;
-    const std::tuple<const char*, std::size_t, char> flaws[] = {
-        {"a negative count",                body + 3,          '\xFF'},
-        {"more entries than bytes",         body,              5     },
-        {"2^24 entries",                    body + 3,          1     },
-        {"the tick of the entry before it", body + 4 + 2 * 11, 4     },
-        {"a tick below that",               body + 4 + 2 * 11, 3     },
-        {"a bool that is neither",          body + 4 + 8,      2     },
-        {"another name",                    5,                 'X'   },
-        {"a later version",                 5 + 13,            2     },
-    };
-    for (const auto& [what, offset, value] : flaws) {
-        Bytes bad = good;
-        bad[offset] = static_cast<Cmn_UInt8>(value);
-        EXPECT_THROW(ReadBack(back, bad), Cmn_Exception) << what;
-    }
-}

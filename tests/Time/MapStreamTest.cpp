@@ -2,27 +2,32 @@
 #include "Kora/Time/Time_ConstantTempoSeg.h"
 #include "Kora/Time/Time_KeySignatureMap.h"
 #include "Kora/Time/Time_TempoMap.h"
+#include "Support/AllocationCounter.h"
 #include "Support/MeterMapText.h"
 #include "Time/TimeFixture.h"
 
 namespace {
 
-// iOne comes back byte for byte. Cut anywhere it is refused, and iOther stays; with a byte changed, refused or sound.
+// iOne comes back byte for byte. Cut anywhere it is refused, and iOther stays; with a byte changed, refused or sound:
+// iExpectSound gets the map and the bytes that it was read from.
 template <class Map>
-void ExpectStreams(const Map& iOne, const Map& iOther, const std::function<void(Map&)>& iExpectSound)
+void ExpectStreams(const Map& iOne, const Map& iOther,
+                   const std::function<void(Map&, const Bytes&)>& iExpectSound)
 {
     const AssertRecorder asserts; // what reads need be no map that a document holds
     const Bytes good = Streamed(iOne), other = Streamed(iOther);
     Map back = iOther;
     const auto isRefused = [&](const Bytes& iBytes) {
         Map read = iOther;
+        const AllocationCounter allocations;
         try {
             ReadBack(read, iBytes);
         } catch (const Cmn_Exception&) {
+            EXPECT_LT(allocations.Largest(), 10000U) << "no count is believed";
             EXPECT_EQ(Streamed(read), other);
             return true;
         }
-        iExpectSound(read);
+        iExpectSound(read, iBytes);
         return false;
     };
     for (std::size_t at = 0; at < good.size(); ++at) {
@@ -37,7 +42,7 @@ void ExpectStreams(const Map& iOne, const Map& iOther, const std::function<void(
     more.resize(good.size() + 9, 1); // what lies behind belongs to somebody else
     EXPECT_EQ(ReadBack(back, more), static_cast<Cmn_Int64>(good.size()));
     EXPECT_EQ(Streamed(back), good);
-    iExpectSound(back);
+    iExpectSound(back, good);
 }
 
 } // namespace
@@ -48,24 +53,31 @@ TEST(MapStream, KeysComeBackOrAreRefused)
     for (const Cmn_Int64 tick : std::initializer_list<Cmn_Int64>{-5, 4, 5, cMost})
         one.SetKeySignature(Time_Tick(tick), {false, true, static_cast<Cmn_UInt8>(tick)});
     other.SetKeySignature(Time_Tick(4), {true, true, 3});
-    ExpectStreams<Time_KeySignatureMap>(one, other, [](auto& iMap) {
+    ExpectStreams<Time_KeySignatureMap>(one, other, [](auto& iMap, const Bytes& iBytes) {
         Time_Tick tick, before;
         Time_KeySignature key;
         for (long i = 0; iMap.GetKeysSignature(i, tick, key); before = tick)
             ASSERT_TRUE(i++ == 0 || before < tick) << iMap.Dump();
+        const Bytes again = Streamed(iMap);
+        const bool isWhole = again.size() == iBytes.size();
+        ASSERT_TRUE(!isWhole || std::equal(again.end() - 48, again.end(), iBytes.end() - 48));
     });
+}
+
+TEST(MapStream, KeysOfALaterVersionAreRefused)
+{
+    Time_KeySignatureMap map;
+    Bytes later = Streamed(map);
+    later[5 + 13] = 2;
+    EXPECT_THROW(ReadBack(map, later), Cmn_DocumentTooNewException);
 }
 
 TEST(MapStream, MetersComeBackOrAreRefused)
 {
     Time_MeterMap one = MakeMeterMap("-2| 4/4   3| 6/8   9| 3/4   14| 5/16 @50+7");
-    one.AddMeterChange(At(60),
-                       {
-                           2, 4, {Time_eNoteDuration_Half, true}
-    },
-                       0);
+    one.AddMeterChange(At(60), Time_Meter(2, 4, {Time_eNoteDuration_Half, true}), 0);
     one.SetSongStartTick(At(4));
-    ExpectStreams<Time_MeterMap>(one, MakeMeterMap("1| 4/4   2| 3/4"), [](auto& ioMap) {
+    ExpectStreams<Time_MeterMap>(one, MakeMeterMap("1| 4/4   2| 3/4"), [](auto& ioMap, const Bytes&) {
         ASSERT_EQ(ioMap.FindBrokenInvariant(), "");
         ioMap.ComputeDurationBetween(At(0), At(1000));
         ioMap.InsertTime(At(3), Time_TickLength(100));
@@ -82,5 +94,6 @@ TEST(MapStream, TemposComeBackOrAreRefused)
         one.AddSegment(std::move(segment));
     }
     other.AddSegment(std::make_unique<Time_ConstantTempoSeg>(At(0), 99.0));
-    ExpectStreams<Time_TempoMap>(one, other, [](auto& iMap) { EXPECT_GT(iMap.GetSerialSize(), 0); });
+    ExpectStreams<Time_TempoMap>(one, other,
+                                 [](auto& iMap, const Bytes&) { EXPECT_GT(iMap.GetSerialSize(), 0); });
 }
