@@ -76,6 +76,7 @@ TEST(MapStream, MetersComeBackOrAreRefused)
 {
     Time_MeterMap one = MakeMeterMap("-2| 4/4   3| 6/8   9| 3/4   14| 5/16 @50+7");
     one.AddMeterChange(At(60), Time_Meter(2, 4, {Time_eNoteDuration_Half, true}), 0);
+    one.AddMeterChange(At(60, 1), Time_Meter(3, 4)); // one bit beside the one before
     one.SetSongStartTick(At(4));
     ExpectStreams<Time_MeterMap>(one, MakeMeterMap("1| 4/4   2| 3/4"), [](auto& ioMap, const Bytes&) {
         ASSERT_EQ(ioMap.FindBrokenInvariant(), "");

@@ -14,7 +14,7 @@ Bytes WithBody(Cmn_Int16 iVersion, const Bytes& iBody)
 }
 
 // The count, two changes of 36 bytes, two BBTs of 16, the song start.
-constexpr std::size_t cFirst = 4, cSecond = cFirst + 36, cBBTs = cSecond + 36, cSongStart = cBBTs + 32;
+constexpr std::size_t cSecond = 4 + 36, cBBTs = cSecond + 36, cSongStart = cBBTs + 32;
 
 Bytes BodyOf(const Time_MeterMap& iMapOfTwo)
 {
@@ -44,34 +44,15 @@ TEST(MeterMapStream, TheStreamHasItsFieldsInOrder)
     EXPECT_EQ(ToText(read), ToText(map));
 }
 
-TEST(MeterMapStream, WhatNoMapWritesIsRefusedAndTheMapStays)
+TEST(MeterMapStream, HalvesAndLaterVersionsAreRefusedAndTheMapStays)
 {
-    Time_MeterMap two, map = MakeMeterMap("5| 7/8   6| 2/4");
-    two.AddMeterChange(Time_Tick(5), Time_Meter(4, 4), 1);
-    two.AddMeterChange(Time_Tick(6), Time_Meter(4, 4), 1);
-    const Bytes good = BodyOf(two), before = Streamed(map);
-    constexpr std::size_t cWhole = cSongStart + 8;
-    constexpr std::tuple<const char*, std::size_t, int, std::size_t> cRows[] = {
-        {"a negative count",                    3,           0xFF, cWhole        },
-        {"one change more than the body holds", 0,           3,    cBBTs         },
-        {"more changes than memory",            3,           0x7F, cWhole        },
-        {"numerator 0",                         cFirst + 12, 0,    cWhole        },
-        {"denominator 0",                       cFirst + 16, 0,    cWhole        },
-        {"a negative denominator",              cFirst + 19, 0xFF, cWhole        },
-        {"a beat below one tick",               cFirst + 18, 0x3B, cWhole        },
-        {"a click that is no note",             cFirst + 22, 8,    cWhole        },
-        {"two changes at one tick",             cSecond,     5,    cWhole        },
-        {"descending ticks",                    cSecond,     4,    cWhole        },
-        {"half a BBT",                          0,           2,    cBBTs + 24    },
-        {"half a song start",                   0,           2,    cSongStart + 4},
-    };
-    for (const auto& [name, byte, value, length] : cRows) {
-        Bytes body(good.begin(), good.begin() + static_cast<std::ptrdiff_t>(length));
-        body[byte] = static_cast<Cmn_UInt8>(value);
-        Bytes bytes = WithBody(2, body);
+    Time_MeterMap map = MakeMeterMap("5| 7/8   6| 2/4");
+    const Bytes good = BodyOf(map), before = Streamed(map);
+    for (const std::size_t length : {cSecond + 12, cBBTs + 24, cSongStart + 4}) {
+        Bytes bytes = WithBody(2, Bytes(good.data(), good.data() + length));
         bytes.resize(bytes.size() + 200, 1); // what lies behind the body is not the map's
-        EXPECT_THROW(ReadBack(map, bytes), Sys_StreamReadException) << name;
-        EXPECT_EQ(Streamed(map), before) << name;
+        EXPECT_THROW(ReadBack(map, bytes), Sys_StreamReadException) << length;
+        EXPECT_EQ(Streamed(map), before) << length;
     }
     EXPECT_THROW(ReadBack(map, WithBody(3, good)), Cmn_DocumentTooNewException);
 }
