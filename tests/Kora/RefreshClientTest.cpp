@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <list>
 #include <optional>
 #include <thread>
 #include <vector>
@@ -62,7 +63,8 @@ bool IsSlow(RefreshEFault iFault)
     return iFault == eRefreshFault_SilentAtHandshake || iFault == eRefreshFault_SilentAtRequest;
 }
 
-void Play(const Case& iCase)
+// A client that shook no hands is kept in ioClients, so that what it left open counts.
+void Play(const Case& iCase, std::list<Kora_RefreshClient>& ioClients)
 {
     const std::string name = TestPipeName();
     RefreshPlay play;
@@ -87,15 +89,19 @@ void Play(const Case& iCase)
     EXPECT_LT(allocations.Largest(), 4096U) << "no claim is believed";
     EXPECT_EQ(length, iCase.mLength >= 0 ? static_cast<Cmn_UInt32>(iCase.mLength) : 0U);
     EXPECT_EQ(destination, expected);
+    Kora_RefreshClient& client = ioClients.emplace_back(limits);
+    if (client.Connect()) client.Close();
+    EXPECT_FALSE(client.IsConnected());
 }
 
 } // namespace
 
 TEST(RefreshClient, FaultsOfTheService)
 {
+    std::list<Kora_RefreshClient> clients;
     for (const Case& row : cCases) {
         SCOPED_TRACE(row.mRow);
-        EXPECT_EQ(HandlesLeakedBy([&] { Play(row); }), 0);
+        EXPECT_EQ(HandlesLeakedBy([&] { Play(row, clients); }), 0);
     }
 }
 
@@ -137,23 +143,6 @@ TEST(RefreshClient, AMissingServiceFailsAtOnceAndABusyOneAfterFourAttempts)
     EXPECT_TRUE(patient.Connect()) << "a place that becomes free is found";
     EXPECT_LT(patient.GetBusyAttempts(), 4);
     release.join();
-}
-
-TEST(RefreshClient, AFailedHandshakeLeavesNothingOpen)
-{
-    for (const RefreshEFault fault : {eRefreshFault_SilentAtHandshake, eRefreshFault_WrongIdentifier,
-                                      eRefreshFault_LongIdentifier, eRefreshFault_HandshakeStatus})
-    {
-        const std::string name = TestPipeName();
-        RefreshPlay play;
-        play.mFault = fault;
-        const RefreshService service(name, play);
-        Kora_RefreshClient client({name.c_str(), IsSlow(fault) ? 20 : 10000});
-        EXPECT_FALSE(client.Connect());
-        EXPECT_FALSE(client.IsConnected());
-        while (service.GetServed() == 0) // the service has seen it leave
-            std::this_thread::yield();
-    }
 }
 
 TEST(RefreshClient, OneConnectionCarriesManyRequestsAndEchoesTheirWords)
