@@ -17,11 +17,21 @@ constexpr Cmn_Int16 cHeaderVersion = 1;
 constexpr Cmn_Int64 cMaxLength = 0xFFFFFFFF;
 // A header stream holds four bytes; room for what later versions append, and a bound for what is summed to try a layout.
 constexpr Cmn_Int64 cMaxHeaderBody = 4096;
+constexpr Cmn_Int64 cBlock = 4096; // of mask type 5
 constexpr Cmn_Int64 cEverything = std::numeric_limits<Cmn_Int64>::max();
 
 std::string Found(const std::string& iWhat, Cmn_Int64 iExpected, Cmn_Int64 iFound)
 {
     return "expected " + iWhat + " " + std::to_string(iExpected) + ", found " + std::to_string(iFound);
+}
+
+// x with x × iOdd = 1 modulo 256; each step doubles the bits that are right, of which there are three at first.
+constexpr Cmn_UInt8 InverseOfOdd(Cmn_UInt8 iOdd)
+{
+    unsigned inverse = iOdd;
+    for (int bits = 3; bits < 8; bits *= 2)
+        inverse *= 2 - iOdd * inverse;
+    return static_cast<Cmn_UInt8>(inverse);
 }
 
 void ThrowLastErrorOf(const Sys_File& iFile)
@@ -90,6 +100,11 @@ void FF_DocumentFile::SetLayout(const Layout& iLayout)
 bool FF_DocumentFile::PeekAt(Cmn_Int64 iPosition, Sys_StdStreamHeaderInfo& oHeader)
 {
     if (iPosition < mLayout.GetData() || iPosition > mWindow.GetLength()) return false;
+    // Most places that are tried hold no header: these cost no exception.
+    const auto& magic = Sys_StdStreamHeaderFields::cMagic;
+    const std::span<const Cmn_UInt8> bytes = mWindow.At(iPosition, magic.size());
+    if (bytes.size() < magic.size() || std::memcmp(bytes.data(), magic.data(), magic.size()) != 0)
+        return false;
     Sys_TypedInStream typed(mWindow, mLayout.swap);
     typed.SetPosition(iPosition);
     return Sys_StdStreamHeaderReader::Peek(typed, oHeader) && oHeader.isComplete;
@@ -139,21 +154,6 @@ Cmn_Int64 FF_DocumentFile::HowFarItLeads(const Layout& iLayout)
     return end;
 }
 
-std::vector<FF_DocumentFile::Layout> FF_DocumentFile::GetLayouts(const Layout& iOwn)
-{
-    std::vector<Layout> layouts;
-    for (int type = eFF_EncryptionType_None; type <= eFF_EncryptionType_Block93; ++type) {
-        const int numKeys = type == eFF_EncryptionType_None ? 1 : 256;
-        for (int key = 0; key < numKeys; ++key)
-            for (const bool swap : {false, true})
-                layouts.push_back({static_cast<Cmn_UInt8>(type), static_cast<Cmn_UInt8>(key), swap});
-    }
-    std::stable_sort(layouts.begin(), layouts.end(), [&](const Layout& a, const Layout& b) {
-        return a.CountDifferences(iOwn) < b.CountDifferences(iOwn);
-    });
-    return layouts;
-}
-
 // Whether a magic stands where the header stream or the first stream begins: most layouts are refused by that alone.
 bool FF_DocumentFile::LooksRight(const Front& iFront, const Layout& iLayout)
 {
@@ -169,13 +169,51 @@ bool FF_DocumentFile::LooksRight(const Front& iFront, const Layout& iLayout)
     return false;
 }
 
+// The raw keys of a mask type that may lead to a magic. The masks of types 1 to 4 tell theirs: at an odd place the mask
+// byte is the raw key times an odd number. Type 5 leaves the first block of a file as it is: a file of one block reads
+// alike with any key, a longer one is tried with all.
+std::vector<Cmn_UInt8> FF_DocumentFile::GetKeys(const Front& iFront, Cmn_UInt8 iType, Cmn_UInt8 iOwnKey) const
+{
+    std::vector<Cmn_UInt8> keys;
+    if (iType == eFF_EncryptionType_None || (iType == eFF_EncryptionType_Block93 && GetLength() <= cBlock))
+        return {iOwnKey};
+    if (iType == eFF_EncryptionType_Block93) {
+        for (int key = 0; key < 256; ++key)
+            keys.push_back(static_cast<Cmn_UInt8>(key));
+        return keys;
+    }
+    for (const Cmn_Int64 magic : {cKeyOffset + 1, cKeyOffset + 1 + cHeaderStreamSize}) {
+        const std::size_t odd = static_cast<std::size_t>(magic) + 1;
+        const auto mask = static_cast<unsigned>(iFront[odd] ^ Sys_StdStreamHeaderFields::cMagic[1]);
+        const auto factor = static_cast<Cmn_UInt8>(odd * FF_ScrambleMultiplier(iType));
+        keys.push_back(static_cast<Cmn_UInt8>(mask * InverseOfOdd(factor)));
+    }
+    return keys;
+}
+
+// Those that look right, those that differ from the file's own in the fewest bytes first.
+std::vector<FF_DocumentFile::Layout> FF_DocumentFile::GetLayouts(const Front& iFront,
+                                                                 const Layout& iOwn) const
+{
+    std::vector<Layout> layouts;
+    for (Cmn_UInt8 type = eFF_EncryptionType_None; type <= eFF_EncryptionType_Block93; ++type)
+        for (const Cmn_UInt8 key : GetKeys(iFront, type, iOwn.rawKey)) {
+            if (!LooksRight(iFront, {type, key, false})) continue;
+            for (const bool swap : {false, true})
+                layouts.push_back({type, key, swap});
+        }
+    std::stable_sort(layouts.begin(), layouts.end(), [&](const Layout& a, const Layout& b) {
+        return a.CountDifferences(iOwn) < b.CountDifferences(iOwn);
+    });
+    return layouts;
+}
+
 void FF_DocumentFile::FindLayout(const Front& iFront, const Layout& iOwn)
 {
     Layout best = iOwn;
     if (best.type > eFF_EncryptionType_Block93) best.type = eFF_EncryptionType_None;
     Cmn_Int64 farthest = cNone;
-    for (const Layout& layout : GetLayouts(iOwn)) {
-        if (!LooksRight(iFront, layout)) continue;
+    for (const Layout& layout : GetLayouts(iFront, iOwn)) {
         const Cmn_Int64 far = HowFarItLeads(layout);
         if (far <= farthest) continue;
         farthest = far;

@@ -63,8 +63,9 @@ private:
     bool ReadHeaderStream(Sys_StdStreamHeaderInfo& oHeader, Cmn_Int64& oTOC);
     bool IsTOC(Cmn_Int64 iPosition);
     Cmn_Int64 HowFarItLeads(const Layout& iLayout);
-    static std::vector<Layout> GetLayouts(const Layout& iOwn);
     static bool LooksRight(const Front& iFront, const Layout& iLayout);
+    std::vector<Cmn_UInt8> GetKeys(const Front& iFront, Cmn_UInt8 iType, Cmn_UInt8 iOwnKey) const;
+    std::vector<Layout> GetLayouts(const Front& iFront, const Layout& iOwn) const;
     void FindLayout(const Front& iFront, const Layout& iOwn);
     void AddFault(Cmn_Int64 iOffset, std::string iText) { mFaults.push_back({iOffset, std::move(iText)}); }
     void CheckFront(const Front& iFront, std::size_t iCount);
