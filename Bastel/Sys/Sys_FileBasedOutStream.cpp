@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <new>
 #include <utility>
 
 constexpr std::size_t Sys_FileBasedOutStream::cBufferSize;
@@ -12,7 +13,7 @@ constexpr Cmn_Int64 Sys_FileBasedOutStream::cNoLimit;
 
 Sys_FileBasedOutStream::Sys_FileBasedOutStream(Sys_File& iFile)
     : mFile(iFile)
-    , mBuffer(std::make_unique_for_overwrite<Cmn_UInt8[]>(cBufferSize))
+    , mBuffer(std::make_unique_for_overwrite<Cmn_UInt8[]>(cFirstCapacity))
 {
     Sys_FileBasedOutStream::BeginAtFilePosition();
 }
@@ -48,7 +49,7 @@ void Sys_FileBasedOutStream::RememberFailure()
 void Sys_FileBasedOutStream::FindRoom()
 {
     const Cmn_Int64 toLimit = mFailed ? 0 : std::max<Cmn_Int64>(mLimit - Position(), 0);
-    const std::size_t inBuffer = cBufferSize - mFill;
+    const std::size_t inBuffer = mCapacity - mFill;
     mRoom = toLimit < static_cast<Cmn_Int64>(inBuffer) ? static_cast<std::size_t>(toLimit) : inBuffer;
 }
 
@@ -67,10 +68,14 @@ std::size_t Sys_FileBasedOutStream::WritePastBuffer(const void* iBytes, std::siz
 {
     const Cmn_Int64 toLimit = mLimit - Position();
     if (iCount == 0 || mFailed || toLimit < 0 || iCount > static_cast<Cmn_UInt64>(toLimit)) return 0;
-    if (!Drain()) return 0;
-    if (iCount < cBufferSize) {
-        std::memcpy(mBuffer.get(), iBytes, iCount);
-        mFill = iCount;
+    bool fits = MakeRoom(iCount);
+    if (!fits) {
+        if (!Drain()) return 0;
+        fits = iCount < cBufferSize && MakeRoom(iCount);
+    }
+    if (fits) {
+        std::memcpy(mBuffer.get() + mFill, iBytes, iCount);
+        mFill += iCount;
     } else {
         if (WriteMasked(mBufferStart, iBytes, iCount) != iCount) return 0;
         GetOpenHeaders().Add(iBytes, iCount);
@@ -80,6 +85,21 @@ std::size_t Sys_FileBasedOutStream::WritePastBuffer(const void* iBytes, std::siz
     }
     FindRoom();
     return iCount;
+}
+
+// The buffer grows with what it is to hold; without memory for more it stays as it is.
+bool Sys_FileBasedOutStream::MakeRoom(std::size_t iCount)
+{
+    const std::size_t wanted = mFill + iCount;
+    if (wanted <= mCapacity) return true;
+    if (iCount > cBufferSize || wanted > cBufferSize) return false;
+    const std::size_t capacity = std::min(std::max(wanted, 2 * mCapacity), cBufferSize);
+    std::unique_ptr<Cmn_UInt8[]> larger(new (std::nothrow) Cmn_UInt8[capacity]);
+    if (larger == nullptr) return false;
+    std::memcpy(larger.get(), mBuffer.get(), mFill);
+    mBuffer = std::move(larger);
+    mCapacity = capacity;
+    return true;
 }
 
 void Sys_FileBasedOutStream::SetPosition(Cmn_Int64 iPosition)

@@ -19,7 +19,8 @@
 class KORA_API Sys_FileBasedOutStream : public Sys_OutStream
 {
 public:
-    static constexpr std::size_t cBufferSize = std::size_t{256} << 10;
+    static constexpr std::size_t cBufferSize = std::size_t{256}
+                                               << 10; // at most; it grows with what is written
     static constexpr Cmn_Int64 cNoLimit = 0x7FFFFFFFFFFFFFFF;
 
     explicit Sys_FileBasedOutStream(Sys_File& iFile);
@@ -70,6 +71,7 @@ private:
     Cmn_Int64 Position() const { return mBufferStart + static_cast<Cmn_Int64>(mFill); }
     void FindRoom();
     std::size_t WritePastBuffer(const void* iBytes, std::size_t iCount);
+    bool MakeRoom(std::size_t iCount);
     bool IsWritten(Cmn_Int64 iPosition, std::size_t iCount) const;
     Parts PartsOf(Cmn_Int64 iPosition, std::size_t iCount) const;
     // Both take file and buffer as one. Overwrite returns how many bytes it replaced; ReadBack reads what lies before the
@@ -90,6 +92,8 @@ private:
     Cmn_Int64 mSummed = 0; // what lies before was handed to the sums; never before the buffer
     Cmn_Int64 mLimit = cNoLimit;
     bool mFailed = false;
+    static constexpr std::size_t cFirstCapacity = 4096;
+    std::size_t mCapacity = cFirstCapacity;
     std::unique_ptr<Cmn_UInt8[]> mBuffer;
     std::vector<Cmn_UInt8> mMasked;
 };
