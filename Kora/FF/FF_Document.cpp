@@ -250,7 +250,7 @@ void FF_Document::ParseHeader(EOpenFlag iFlag)
     if (mTOCOffset < mHeader.end || mTOCOffset >= mInStream->GetLength())
         throw Cmn_Exception(Cmn_eMessage_NoTOC, mTOCOffsetPosition);
     in.SetPosition(mTOCOffset);
-    mTOC->StreamIn(in, mTOCOffset);
+    mTOC->StreamIn(in, mTOCOffset, mHeader.end);
     if (!isWritable) return;
     // The table lives in memory from now on: the streams end where it begins, and what is written now replaces it.
     mOutStream->SetPosition(mTOCOffset);

@@ -24,7 +24,7 @@ bool IsValue(const std::vector<Cmn_UInt8>& iBytes)
 {
     FF_TOCCursor cursor(iBytes);
     try {
-        cursor.SkipValue(cNoEnd);
+        cursor.SkipValue(0, cNoEnd);
     } catch (const Sys_StreamReadException&) {
         return false;
     }
@@ -173,7 +173,7 @@ void FF_Document::TOC::StreamOut(Sys_TypedOutStream& ioStream) const
     header.PatchSize();
 }
 
-void FF_Document::TOC::StreamIn(Sys_TypedInStream& ioStream, Cmn_Int64 iEnd)
+void FF_Document::TOC::StreamIn(Sys_TypedInStream& ioStream, Cmn_Int64 iEnd, Cmn_Int64 iBegin)
 {
     Sys_StdStreamHeaderReader header(ioStream, cStreamName);
     const Cmn_Int64 at = ioStream.GetPosition();
@@ -185,7 +185,7 @@ void FF_Document::TOC::StreamIn(Sys_TypedInStream& ioStream, Cmn_Int64 iEnd)
     // The header was held against the stream's length, so that its size can be believed.
     FF_TOCCursor cursor(ioStream, header.GetBytesLeft());
     auto table = std::make_unique<FF_TOCTable>();
-    table->ReadBody(cursor, iEnd);
+    table->ReadBody(cursor, iBegin, iEnd);
     header.SkipTheRest();
 
     mTable.swap(table);

@@ -74,10 +74,10 @@ public:
     // the count of its values (signed 32), the values.
     void StreamOut(Sys_TypedOutStream& ioStream) const;
     // Replaces the content. Throws Sys_StreamReadException, with the offset and the content as it was, for counts and
-    // sizes that the bytes left cannot hold or that leave some over, keys that do not ascend, offsets at or past iEnd, and location chains
-    // without end; Cmn_Exception (Cmn_eMessage_UnexpectedStreamType) for a stream of another type, and the typed
+    // sizes that the bytes left cannot hold or that leave some over, keys that do not ascend, offsets before iBegin or from iEnd on, and location
+    // chains without end; Cmn_Exception (Cmn_eMessage_UnexpectedStreamType) for a stream of another type, and the typed
     // exceptions for versions other than 2.
-    void StreamIn(Sys_TypedInStream& ioStream, Cmn_Int64 iEnd);
+    void StreamIn(Sys_TypedInStream& ioStream, Cmn_Int64 iEnd, Cmn_Int64 iBegin = 0);
 
     // One line a value in ascending order, the first of a key "4[1]/7  [1034]  description", further ones numbered:
     // "4 #1  [2048]  description".

@@ -80,7 +80,7 @@ std::size_t FF_TOCCursor::TakeSize()
     return static_cast<std::size_t>(size);
 }
 
-void FF_TOCCursor::SkipLocation(Cmn_Int64 iEnd)
+void FF_TOCCursor::SkipLocation(Cmn_Int64 iBegin, Cmn_Int64 iEnd)
 {
     for (int link = 0; link < FF_Document::Location::cMaxChain; ++link) {
         const Cmn_UInt8 type = *Skip(1);
@@ -92,16 +92,18 @@ void FF_TOCCursor::SkipLocation(Cmn_Int64 iEnd)
         }
         const Cmn_Int16 count = Take<Cmn_Int16>();
         Require(count >= 0 && size == 2 + FF_TOCBytes::cOffsetSize * static_cast<std::size_t>(count));
-        for (Cmn_Int16 i = 0; i < count; ++i)
-            Require(Take<Cmn_UInt32>() < iEnd);
+        for (Cmn_Int16 i = 0; i < count; ++i) {
+            const auto offset = Cmn_Int64{Take<Cmn_UInt32>()};
+            Require(offset >= iBegin && offset < iEnd);
+        }
         return;
     }
     Require(false);
 }
 
-void FF_TOCCursor::SkipValue(Cmn_Int64 iEnd)
+void FF_TOCCursor::SkipValue(Cmn_Int64 iBegin, Cmn_Int64 iEnd)
 {
-    SkipLocation(iEnd);
+    SkipLocation(iBegin, iEnd);
     const Cmn_UInt8 displayType = *Skip(1);
     std::size_t displaySize = TakeSize();
     if (displayType == cString) {

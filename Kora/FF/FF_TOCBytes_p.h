@@ -74,14 +74,14 @@ public:
         Require(count >= 0 && count <= GetBytesLeft() / static_cast<Cmn_Int64>(iSize));
         return count;
     }
-    // Passes over one value, and throws for whatever no writer writes, for chains without end, and for pieces at iEnd or
-    // beyond.
-    void SkipValue(Cmn_Int64 iEnd);
+    // Passes over one value, and throws for whatever no writer writes, for chains without end, and for pieces before
+    // iBegin or from iEnd on.
+    void SkipValue(Cmn_Int64 iBegin, Cmn_Int64 iEnd);
 
 private:
     void Refill();
     std::size_t TakeSize();
-    void SkipLocation(Cmn_Int64 iEnd);
+    void SkipLocation(Cmn_Int64 iBegin, Cmn_Int64 iEnd);
 
     Sys_TypedInStream* mStream = nullptr;
     Cmn_Int64 mNotRead = 0; // of the stream's bytes

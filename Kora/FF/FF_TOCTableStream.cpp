@@ -74,7 +74,7 @@ void FF_TOCTable::WriteBody(Sys_TypedOutStream& ioStream) const
     pieces.Flush();
 }
 
-void FF_TOCTable::ReadBody(FF_TOCCursor& ioCursor, Cmn_Int64 iEnd)
+void FF_TOCTable::ReadBody(FF_TOCCursor& ioCursor, Cmn_Int64 iBegin, Cmn_Int64 iEnd)
 {
     // Keys ascend, so that one at most, the first, has no contexts, and every other takes KeySize(1) bytes.
     ioCursor.Fill(cCountSize);
@@ -84,7 +84,7 @@ void FF_TOCTable::ReadBody(FF_TOCCursor& ioCursor, Cmn_Int64 iEnd)
         ReadKey(ioCursor);
         // The keys of a document mostly are of one depth, with one value each.
         if (i == 0) Reserve(ioCursor.GetBytesLeft(), static_cast<std::size_t>(count), mKeys[0].contextCount);
-        ReadValues(ioCursor, iEnd);
+        ReadValues(ioCursor, iBegin, iEnd);
     }
     // No later version appends to this one: its number would be another.
     ioCursor.Require(ioCursor.GetBytesLeft() == 0);
@@ -122,7 +122,7 @@ void FF_TOCTable::ReadKey(FF_TOCCursor& ioCursor)
     mKeyBytes += KeySize(key.contextCount);
 }
 
-void FF_TOCTable::ReadValues(FF_TOCCursor& ioCursor, Cmn_Int64 iEnd)
+void FF_TOCTable::ReadValues(FF_TOCCursor& ioCursor, Cmn_Int64 iBegin, Cmn_Int64 iEnd)
 {
     ioCursor.Fill(cCountSize);
     const Cmn_Int32 count = ioCursor.TakeCount(FF_TOCBytes::cSmallestValue);
@@ -130,7 +130,7 @@ void FF_TOCTable::ReadValues(FF_TOCCursor& ioCursor, Cmn_Int64 iEnd)
     for (Cmn_Int32 i = 0; i < count; ++i) {
         ioCursor.Fill(FF_TOCBytes::cLargestValue);
         const Cmn_UInt8* const from = ioCursor.GetAt();
-        ioCursor.SkipValue(iEnd);
+        ioCursor.SkipValue(iBegin, iEnd);
         const Cmn_UInt8* const to = ioCursor.GetAt();
         const auto size = static_cast<Cmn_UInt32>(to - from);
         mValues.push_back({mArena.size(), size, size});

@@ -83,7 +83,7 @@ public:
     Cmn_Int64 GetBodySize() const { return cCountSize + mKeyBytes + mValueBytes; }
     void WriteBody(Sys_TypedOutStream& ioStream) const;
     // Into a table that is empty.
-    void ReadBody(FF_TOCCursor& ioCursor, Cmn_Int64 iEnd);
+    void ReadBody(FF_TOCCursor& ioCursor, Cmn_Int64 iBegin, Cmn_Int64 iEnd);
 
 private:
     struct Value
@@ -144,7 +144,7 @@ private:
     void RemoveKeysWithoutValues();
 
     void ReadKey(FF_TOCCursor& ioCursor);
-    void ReadValues(FF_TOCCursor& ioCursor, Cmn_Int64 iEnd);
+    void ReadValues(FF_TOCCursor& ioCursor, Cmn_Int64 iBegin, Cmn_Int64 iEnd);
     void Reserve(Cmn_Int64 iBytes, std::size_t iKeys, std::size_t iDepth);
 
     FF_TOCArray<Key> mKeys;

@@ -66,6 +66,7 @@ TEST_F(DocumentTest, WhatAHeaderMaySay)
         {"a stream of another type", {.tocOffset = cFirstStream},     Cmn_eMessage_UnexpectedStreamType},
         {"the midst of a stream",    {.tocOffset = cFirstStream + 1}, Cmn_eMessage_ReadError},
         {"the end of the file",      {.tocOffset = 167},              Cmn_eMessage_NoTOC},
+        {"an entry in the header",   {.entry = cFirstStream - 1},     Cmn_eMessage_ReadError},
     };
     // clang-format on
     for (const auto& row : rows) {

@@ -17,6 +17,7 @@ struct Form
     Cmn_Int16 headerVersion = 1;
     Cmn_UInt32 headerExtra = 0; // bytes behind the TOC offset
     Cmn_Int64 tocOffset = -1;   // as it is written; -1 for the right one
+    Cmn_Int64 entry = -1;       // where the table says that the stream is, likewise
 };
 
 // Stream 7, described as "a number", that holds 1234.
@@ -53,7 +54,7 @@ inline void Write(MemoryFileSystem& ioFiles, const char* iPath, const Form& iFor
     const FF_Document::Context context(7, 0);
     const FF_Document::TOC::Entry entry = toc.Insert({&context, 1});
     toc.AddValue(entry, "a number");
-    toc.AddOffset(entry, 0, first);
+    toc.AddOffset(entry, 0, iForm.entry < 0 ? first : static_cast<Cmn_UInt32>(iForm.entry));
     toc.StreamOut(out);
     stream->Flush();
 }
