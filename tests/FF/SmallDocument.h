@@ -99,10 +99,11 @@ inline void ReadByKey(FF_Document& ioDocument, std::string& ioText)
             line += " " + value.GetLocation().Dump() + " " + value.GetDisplayInfo().GetText();
         }
         ioText += line + "\n";
-        if (!ioDocument.SeekToStream(key, in)) continue;
+        if (key.GetContexts().empty() || !ioDocument.SeekToStream(key, in)) continue;
+        const Cmn_Int16 type = key.GetContexts().back().GetStreamType();
         key.GetContexts().pop_back();
         const FF_StSetStreamContext context(ioDocument, key);
-        const FF_StreamHeaderReader header(&ioDocument, in, 0, FF_StreamHeaderReader::eUseExtendedTOC);
+        const FF_StreamHeaderReader header(&ioDocument, in, type, FF_StreamHeaderReader::eUseExtendedTOC);
         if (!toc.IsList(entry)) {
             ReadStream(header, in, ioText);
             continue;

@@ -1,15 +1,21 @@
-// Any bytes as a document: they are refused with one documented complaint, or all of it is read; it is checked, repaired
-// and appended to, and what repair and flush write is without fault.
+// Any bytes as a document: they are refused with one documented complaint, or all of it is read, its song too; it is
+// checked, repaired and appended to, and what repair and flush write is without fault. Of one without a fault a nested
+// frame, or a part of one, gets into another's place: what is read of it then is what was read before, or a complaint.
 //
 // Sums keep damage out, and with it most of what a fuzzer tries. The mutator below works on the unmasked bytes and
 // makes the sums right again afterwards, from the innermost frame outward.
+#include "Bastel/Cmn/Cmn_XMLNode.h"
 #include "Bastel/Sys/Sys_ByteOrder_p.h"
 #include "Bastel/Sys/Sys_Crc32C.h"
 #include "FF/SmallDocument.h"
 #include "Fuzz/FuzzTarget.h"
 #include "Kora/FF/FF_ScrambleKernels_p.h"
+#include "Kora/FF/FF_TimeMaps.h"
 #include "Support/MemoryFileSystem.h"
+#include "Tool/Tool_InputError.h"
+#include "Tool/Tool_Song.h"
 
+#include <array>
 #include <bit>
 #include <span>
 
@@ -55,13 +61,57 @@ void FixFrame(std::span<unsigned char> ioFile, std::size_t iAt)
     Sys_StoreInteger(block + 10, std::rotr(Sys_Crc32C(0, header, summed), 15) + 0x4B534832, swap);
 }
 
+std::vector<std::size_t> FindFrames(std::span<unsigned char> iFile)
+{
+    std::vector<std::size_t> frames;
+    for (std::size_t at = BeginOfStreams(iFile); at + 4 <= iFile.size(); ++at)
+        if (std::memcmp(&iFile[at], "KSH2", 4) == 0) frames.push_back(at);
+    return frames;
+}
+
+// Mutates what one frame holds; the frames around it get its new size, the table the new places. Returns the new size.
+std::size_t MutateBody(unsigned char* ioBytes, std::size_t iSize, std::size_t iMaxSize, unsigned iSeed)
+{
+    const std::span<unsigned char> file(ioBytes, iSize);
+    const std::vector<std::size_t> frames = FindFrames(file);
+    const bool swap = file[17] != 0;
+    const auto bodyOf = [&](std::size_t iFrame) { return iFrame + 25 + file[iFrame + 4]; };
+    const auto sizeAt = [&](std::size_t iFrame) { return ioBytes + bodyOf(iFrame) - 12; };
+    const std::size_t frame = frames.empty() ? iSize : frames[iSeed % frames.size()];
+    if (frame + 5 >= iSize || bodyOf(frame) >= iSize) return iSize;
+    const std::size_t body = bodyOf(frame);
+    const auto oldSize = Sys_LoadInteger<Cmn_UInt32>(sizeAt(frame), swap);
+    if (oldSize > iSize - body) return iSize;
+    std::vector<unsigned char> content(ioBytes + body, ioBytes + body + oldSize);
+    content.resize(oldSize + (iMaxSize - iSize));
+    if (content.empty()) return iSize;
+    content.resize(LLVMFuzzerMutate(content.data(), oldSize, content.size()));
+
+    const auto grown = static_cast<Cmn_UInt32>(content.size()) - oldSize; // modulo 2^32
+    const auto add = [&](unsigned char* ioNumber) {
+        Sys_StoreInteger(ioNumber, Sys_LoadInteger<Cmn_UInt32>(ioNumber, swap) + grown, swap);
+    };
+    for (const std::size_t around : frames) {
+        if (around > frame || bodyOf(around) > iSize) break;
+        if (bodyOf(around) + Sys_LoadInteger<Cmn_UInt32>(sizeAt(around), swap) >= body + oldSize)
+            add(sizeAt(around));
+    }
+    // A number of the table, or of the header stream, that is where a frame begins.
+    for (std::size_t at = frames.front() + cHeaderStream - 4; at + 4 <= iSize; ++at) {
+        const auto place = Sys_LoadInteger<Cmn_UInt32>(ioBytes + at, swap);
+        if (at > frames.front() + cHeaderStream && at < frames.back()) at = frames.back();
+        if (place > frame && std::binary_search(frames.begin(), frames.end(), place)) add(ioBytes + at);
+    }
+    std::memmove(ioBytes + body + content.size(), ioBytes + body + oldSize, iSize - body - oldSize);
+    std::copy(content.begin(), content.end(), ioBytes + body);
+    return iSize + content.size() - oldSize;
+}
+
 // The table is where a table seems to be; every frame fits its sums.
 void FixSums(std::span<unsigned char> ioFile)
 {
     const std::size_t begin = BeginOfStreams(ioFile);
-    std::vector<std::size_t> frames;
-    for (std::size_t at = begin; at + 4 <= ioFile.size(); ++at)
-        if (std::memcmp(&ioFile[at], "KSH2", 4) == 0) frames.push_back(at);
+    const std::vector<std::size_t> frames = FindFrames(ioFile);
     if (frames.size() < 2 || frames[0] != begin) return;
     unsigned char* const table = &ioFile[begin + cHeaderStream - 4];
     const bool swap = ioFile[17] != 0;
@@ -88,6 +138,34 @@ std::string Append()
     return {};
 }
 
+// As the command does for `song` and `xml`. A tempo map may hold computed segments that nothing ends: it tells, and goes on
+// with the tempo before.
+void ReadSong()
+{
+    const Cmn_Assert::Handler strict = Cmn_Assert::SetHandler([](const char*, int) {});
+    try {
+        FF_Document document = SmallDocument::Make(cPath);
+        document.Open(Sys_Store::eOpenFlag_Read);
+        const FF_Document::TOCKey meters(FF_TimeMaps::eStreamType_MeterMap);
+        const FF_Document::TOCKey tempi(FF_TimeMaps::eStreamType_TempoMap);
+        const FF_Document::TOC& toc = document.GetTOC();
+        if (toc.Find(meters) == FF_Document::TOC::cNone && toc.Find(tempi) == FF_Document::TOC::cNone)
+            throw Tool_InputError::InFile(cPath, "no song");
+        const Tool_Song song(document, Tool_AskedSettings());
+        Require(song.GetEndTick() >= song.GetStartTick(), "a song ends behind its start");
+        Cmn_XMLNode root("Song");
+        root.AddChild(song.GetMeterMap().GetAsXML());
+        root.AddChild(song.GetTempoMap().GetAsXML());
+        root.AddChild(song.GetKeyMap().GetAsXML());
+        Require(!root.ToString(true).empty(), "a song has an XML form");
+    } catch (const Tool_InputError& error) {
+        Require(std::strchr(error.what(), '\n') == nullptr, "a complaint is one line");
+    } catch (const Cmn_Exception& exception) {
+        Require(exception.Describe().find('\n') == std::string::npos, "a complaint is one line");
+    }
+    Cmn_Assert::SetHandler(strict);
+}
+
 // An outermost stream whose sum is right is taken as it is, even one that was written with nested headers that are wrong,
 // and a table whose sum is right is believed about what sound headers are in. Damage makes neither; the mutator does.
 bool IsAsItWasWritten(const std::string& iFault)
@@ -96,8 +174,11 @@ bool IsAsItWasWritten(const std::string& iFault)
            iFault.find(" of the table of contents, found stream ") != std::string::npos;
 }
 
-void CheckRepaired()
+void CheckRepair()
 {
+    const MemoryFileSystem::Bytes before = Disk().GetBytes(cPath);
+    FF_DocumentRepair::Repair(Sys_FileLoc(cPath), Sys_FileLoc(cRepaired));
+    Require(Disk().GetBytes(cPath) == before, "repair leaves its source alone");
     for (const FF_Fault& fault : FF_DocumentCheck::Check(Sys_FileLoc(cRepaired)))
         Require(IsAsItWasWritten(fault.text), "a repaired document is sound, but: " + fault.text);
     FF_Document document = SmallDocument::Make(cRepaired);
@@ -105,22 +186,47 @@ void CheckRepaired()
     FF_DocumentCheck::ListStreams(document); // throws unless every outermost stream fits its sum
 }
 
-void Check()
+// The seed picks a frame, or the beginning of one, and a nested frame of the document whose place it takes.
+void CheckDamage(const SmallDocument::Reading& iBefore, unsigned iSeed)
+{
+    MemoryFileSystem::Bytes file = Disk().GetBytes(cPath);
+    FF_Document document = SmallDocument::Make(cPath);
+    document.Open(Sys_Store::eOpenFlag_Read);
+    std::vector<FF_StreamInfo> frames = FF_DocumentCheck::ListStreams(document);
+    document.Close();
+    if (frames.size() < 2) return;
+    const FF_StreamInfo from = frames[iSeed % frames.size()];
+    const FF_StreamInfo to = frames[iSeed / 256 % frames.size()];
+    const std::array<Cmn_Int64, 4> sizes = {from.size, 26, 28,
+                                            iSeed / 262144 % 64}; // all, a header, and a stream type
+    const auto size = static_cast<std::size_t>(std::min(from.size, sizes[iSeed / 65536 % 4]));
+    // No sum lies around an outermost stream.
+    if (to.depth == 0 || to.size < static_cast<Cmn_Int64>(size)) return;
+    Mask(file);
+    std::copy_n(file.begin() + from.position, size, file.begin() + to.position);
+    Mask(file);
+    Disk().SetBytes(cPath, std::move(file));
+    const SmallDocument::Reading after = SmallDocument::Read(cPath);
+    Require(iBefore.text.starts_with(after.text) && (!after.complaint.empty() || after.text == iBefore.text),
+            "damage is not read as another value: " + after.text + " for " + iBefore.text);
+}
+
+void Check(unsigned iSeed)
 {
     const SmallDocument::Reading reading = SmallDocument::Read(cPath);
     Require(reading.namesFile, "a complaint names the file: " + reading.complaint);
     Require(reading.complaint.find('\n') == std::string::npos,
             "a complaint is one line: " + reading.complaint);
-    for (const FF_Fault& fault : FF_DocumentCheck::Check(Sys_FileLoc(cPath)))
+    const std::vector<FF_Fault> faults = FF_DocumentCheck::Check(Sys_FileLoc(cPath));
+    for (const FF_Fault& fault : faults)
         Require(fault.offset >= 0 && fault.offset <= static_cast<Cmn_Int64>(Disk().GetBytes(cPath).size()),
                 "a fault lies in the file");
 
-    const MemoryFileSystem::Bytes before = Disk().GetBytes(cPath);
-    FF_DocumentRepair::Repair(Sys_FileLoc(cPath), Sys_FileLoc(cRepaired));
-    Require(Disk().GetBytes(cPath) == before, "repair leaves its source alone");
-    CheckRepaired();
-
     const bool opens = !reading.text.empty() || reading.complaint.empty();
+    if (opens) ReadSong();
+    // One of the costly things for each input.
+    if (faults.empty() && reading.complaint.empty() && iSeed % 4 != 0) return CheckDamage(reading, iSeed / 4);
+    if (iSeed % 4 != 1) return CheckRepair();
     const std::string complaint = Append();
     Require(!opens || complaint.empty(), "what can be read can be appended to: " + complaint);
 }
@@ -132,8 +238,11 @@ extern "C" std::size_t LLVMFuzzerCustomMutator(unsigned char* ioBytes, std::size
     const auto isDocument = [&] { return iSize > 20 + cHeaderStream; };
     if (iSeed % 16 == 0 || !isDocument()) return LLVMFuzzerMutate(ioBytes, iSize, iMaxSize);
     Mask({ioBytes, iSize});
-    const std::size_t kept = iSeed % 4 == 0 ? 0 : 49; // three times of four the beginning stays
-    iSize = kept + LLVMFuzzerMutate(ioBytes + kept, iSize - kept, iMaxSize - kept);
+    const std::size_t kept = iSeed % 4 == 0 ? 0 : 49; // mostly the beginning stays
+    if (iSeed % 2 == 0)
+        iSize = kept + LLVMFuzzerMutate(ioBytes + kept, iSize - kept, iMaxSize - kept);
+    else
+        iSize = MutateBody(ioBytes, iSize, iMaxSize, iSeed / 2);
     if (!isDocument()) return iSize;
     FixSums({ioBytes, iSize});
     Mask({ioBytes, iSize});
@@ -146,6 +255,6 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* iBytes, std::size_t i
         {cPath, {iBytes, iBytes + iSize}}
     });
     Disk().ClearLog();
-    Check();
+    Check(Sys_Crc32C(0, iBytes, iSize));
     return 0;
 }
