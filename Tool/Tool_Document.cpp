@@ -91,7 +91,7 @@ std::string Tool_SaveSong(const Tool_Song& iSong, const std::string& iName, EFF_
         return std::to_string(streams) + " streams, " + std::to_string(file.GetLength()) + " bytes, " +
                Tool_ScramblingText(iType);
     };
-    return Tool_NamingFile(iName, save, iName + FF_SafeSave::cSuffix);
+    return Tool_NamingFile(iName, save);
 }
 
 std::string Tool_ScramblingText(EFF_EncryptionType iType)

@@ -24,6 +24,7 @@ enum Cmn_EMessage : Cmn_Int32 {
     Cmn_eMessage_NoTOC = 2010,
     Cmn_eMessage_InvalidContext = 2011,
     Cmn_eMessage_FailQuietly = 2012,
+    Cmn_eMessage_InPlaceUnsynced = 2013,
 };
 
 class KORA_API Cmn_Exception : public std::runtime_error
@@ -41,7 +42,8 @@ public:
     const std::string& GetFile() const { return mFile; }
     void SetFile(std::string iFile) { mFile = std::move(iFile); }
 
-    // The system's code for what went wrong below, 0 where it had no part in it.
+    // The code for what went wrong below, the system's or one of the library's (Sys_OSErrorText has the words for both); 0
+    // where there is none.
     Cmn_Int32 GetOSError() const { return mOSError; }
     void SetOSError(Cmn_Int32 iError) { mOSError = iError; }
 

@@ -22,9 +22,20 @@ void Sys_File::Open(Sys_FileSystem::EAccess iAccess)
     mHandle = handle;
 }
 
+void Sys_File::Borrow(Sys_FileSystem& iSystem, Sys_FileSystem::Handle iHandle)
+{
+    if (!Cmn_ASSERT(!this->IsOpen())) return;
+    mSystem = &iSystem;
+    mPosition = 0;
+    mHandle = iHandle;
+    mIsBorrowed = true;
+}
+
 void Sys_File::Close() noexcept
 {
-    if (IsOpen()) mLastError = mSystem->Close(std::exchange(mHandle, Sys_FileSystem::cNoHandle));
+    if (!IsOpen()) return;
+    const Sys_FileSystem::Handle handle = std::exchange(mHandle, Sys_FileSystem::cNoHandle);
+    if (!std::exchange(mIsBorrowed, false)) mLastError = mSystem->Close(handle);
 }
 
 std::size_t Sys_File::Read(void* oBytes, std::size_t iCount)

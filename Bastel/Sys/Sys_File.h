@@ -22,6 +22,9 @@ public:
 
     // Opening an open file asserts and leaves it as it is.
     void Open(Sys_FileSystem::EAccess iAccess);
+    // Works on what iSystem has open, in place of opening the location, which only names the file from then on. Close gives
+    // the handle back to its owner, who keeps it open as long. Asserts as Open does.
+    void Borrow(Sys_FileSystem& iSystem, Sys_FileSystem::Handle iHandle);
     // Nothing where it is closed. A failure to close is kept in GetLastError: what must be on the disk was synced.
     void Close() noexcept;
     bool IsOpen() const { return mHandle != Sys_FileSystem::cNoHandle; }
@@ -39,7 +42,7 @@ public:
     Cmn_Int64 GetLength();
     void SetLength(Cmn_Int64 iLength);
     void Sync();
-    // The system's code for the last request of this file, 0 when it went well.
+    // The code for the last request of this file, 0 when it went well.
     Cmn_Int32 GetLastError() const { return mLastError; }
 
 private:
@@ -48,6 +51,7 @@ private:
     Sys_FileLoc mLocation;
     Sys_FileSystem* mSystem = nullptr; // the one that opened it
     Sys_FileSystem::Handle mHandle = Sys_FileSystem::cNoHandle;
+    bool mIsBorrowed = false;
     Cmn_Int64 mPosition = 0;
     Cmn_Int32 mLastError = 0;
 };

@@ -42,6 +42,7 @@ void Sys_FileBasedOutStream::SetLimit(Cmn_Int64 iLimit)
 
 void Sys_FileBasedOutStream::RememberFailure()
 {
+    if (!mFailed) mFailedError = mFile.GetLastError();
     mFailed = true;
     FindRoom();
 }
@@ -203,14 +204,14 @@ void Sys_FileBasedOutStream::Flush()
     if (isDrained && !hadFailed) return;
     Sys_StreamWriteException exception(mBufferStart);
     exception.SetFile(mFile.GetFileLoc().GetPath());
-    if (!isDrained) exception.SetOSError(mFile.GetLastError());
+    exception.SetOSError(isDrained ? mFailedError : mFile.GetLastError());
     throw exception;
 }
 
 void Sys_FileBasedOutStream::Explain(Cmn_Exception& ioException) const
 {
     ioException.SetFile(mFile.GetFileLoc().GetPath());
-    ioException.SetOSError(mFile.GetLastError());
+    ioException.SetOSError(mFailed ? mFailedError : mFile.GetLastError());
 }
 
 bool Sys_FileBasedOutStream::Drain()

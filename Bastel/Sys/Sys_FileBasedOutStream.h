@@ -92,6 +92,7 @@ private:
     Cmn_Int64 mSummed = 0; // what lies before was handed to the sums; never before the buffer
     Cmn_Int64 mLimit = cNoLimit;
     bool mFailed = false;
+    Cmn_Int32 mFailedError = 0; // the system's code at the failure that is remembered
     static constexpr std::size_t cFirstCapacity = 4096;
     std::size_t mCapacity = cFirstCapacity;
     std::unique_ptr<Cmn_UInt8[]> mBuffer;

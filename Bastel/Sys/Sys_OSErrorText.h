@@ -1,4 +1,5 @@
-// Sys_OSErrorText: the system's own words for an error code of its files, "Permission denied".
+// Sys_OSErrorText: the words for an error code: the system's own, "Permission denied", or the library's, "a name has 1 to
+// 31 characters".
 //
 // One line of UTF-8 without a full stop, never empty. Threads: any.
 #pragma once
@@ -8,5 +9,5 @@
 
 #include <string>
 
-// The code: errno on Linux, GetLastError on Windows.
+// The code: errno on Linux, GetLastError on Windows; below 0 one of ESDSError or Sys_FileSystem::EError.
 KORA_API std::string Sys_OSErrorText(Cmn_Int32 iError);

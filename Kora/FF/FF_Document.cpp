@@ -7,9 +7,11 @@
 #include "Bastel/Sys/Sys_StreamThrow_p.h"
 #include "Kora/FF/FF_Document_TOC.h"
 #include "Kora/FF/FF_FileBasedEncrytpedStreams.h"
+#include "Kora/FF/FF_FileBasedSimpleEncryptedOutStream.h"
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
 using Fields = Sys_StdStreamHeaderFields;
 
@@ -26,7 +28,6 @@ constexpr std::array<char, 16> cSignature = {'0', '0', '1', '0', '1', '1', '1', 
                                              '0', '0', '1', '0', '1', '0', '1', '1'};
 constexpr Cmn_Int64 cSwapFlagPosition = 17;
 constexpr Cmn_Int64 cEncryptionTypePosition = 18;
-constexpr Cmn_Int64 cKeyPosition = 19;
 constexpr char cHeaderStreamName[] = "Z";
 constexpr Cmn_Int16 cHeaderStreamVersion = 1;
 constexpr std::size_t cTOCOffsetSize = 4;
@@ -34,16 +35,30 @@ constexpr std::size_t cTOCOffsetSize = 4;
 constexpr std::size_t cHeaderReadAhead = 8192;
 constexpr Cmn_Int64 cMaxFileSize = 0xFFFFFFFF; // positions have 32 bits
 
+// With the system's reason where there is one.
+template <class Exception>
+[[noreturn]] void ThrowFrom(const Sys_File& iFile, Cmn_Int64 iPosition)
+{
+    Exception exception(iPosition);
+    exception.SetOSError(iFile.GetLastError());
+    throw exception;
+}
+
 void WriteRaw(Sys_File& ioFile, const void* iBytes, std::size_t iCount)
 {
     const Cmn_Int64 position = ioFile.GetPosition();
-    if (ioFile.Write(iBytes, iCount) != iCount) throw Sys_StreamWriteException(position);
+    if (ioFile.Write(iBytes, iCount) != iCount) ThrowFrom<Sys_StreamWriteException>(ioFile, position);
 }
 
 void ReadRaw(Sys_File& ioFile, void* oBytes, std::size_t iCount)
 {
     const Cmn_Int64 position = ioFile.GetPosition();
-    if (ioFile.Read(oBytes, iCount) != iCount) throw Sys_StreamReadException(position);
+    if (ioFile.Read(oBytes, iCount) != iCount) ThrowFrom<Sys_StreamReadException>(ioFile, position);
+}
+
+bool IsMasked(Cmn_UInt8 iType)
+{
+    return iType != eFF_EncryptionType_None && iType <= eFF_EncryptionType_Block93;
 }
 
 } // namespace
@@ -120,18 +135,12 @@ void FF_Document::Name(Cmn_Exception& ioException) const
 
 void FF_Document::OpenImpl(EOpenFlag iFlag)
 {
-    mMadeFile = false;
+    const Sys_FileSystem::Handle lent = std::exchange(mLent, Sys_FileSystem::cNoHandle);
     try {
-        if (iFlag != eOpenFlag_Read) {
-            // The output first: it keeps other writers away, so that what is read afterwards stays.
-            mOutFile = std::make_unique<Sys_File>(mLocation);
-            mOutFile->Open(iFlag == eOpenFlag_New               ? Sys_FileSystem::eAccess_New
-                           : iFlag == eOpenFlag_ReadWriteShared ? Sys_FileSystem::eAccess_WriteShared
-                                                                : Sys_FileSystem::eAccess_Write);
-            mMadeFile = iFlag == eOpenFlag_New;
-        }
-        mInFile = std::make_unique<Sys_File>(mLocation);
-        mInFile->Open(Sys_FileSystem::eAccess_Read);
+        if (lent != Sys_FileSystem::cNoHandle)
+            OpenLent(lent);
+        else
+            OpenFiles(iFlag);
         if (iFlag == eOpenFlag_New)
             WriteHeader();
         else
@@ -145,6 +154,28 @@ void FF_Document::OpenImpl(EOpenFlag iFlag)
         throw;
     }
     UpdateLimit();
+}
+
+void FF_Document::OpenFiles(EOpenFlag iFlag)
+{
+    if (iFlag != eOpenFlag_Read) {
+        // The output first: it keeps other writers away, so that what is read afterwards stays.
+        mOutFile = std::make_unique<Sys_File>(mLocation);
+        mOutFile->Open(iFlag == eOpenFlag_New               ? Sys_FileSystem::eAccess_New
+                       : iFlag == eOpenFlag_ReadWriteShared ? Sys_FileSystem::eAccess_WriteShared
+                                                            : Sys_FileSystem::eAccess_Write);
+    }
+    mInFile = std::make_unique<Sys_File>(mLocation);
+    mInFile->Open(Sys_FileSystem::eAccess_Read);
+}
+
+void FF_Document::OpenLent(Sys_FileSystem::Handle iHandle)
+{
+    for (std::unique_ptr<Sys_File>* const file : {&mOutFile, &mInFile}) {
+        *file = std::make_unique<Sys_File>(mLocation);
+        (*file)->Borrow(Sys_FileSystem::Get(), iHandle);
+    }
+    mIsLent = true;
 }
 
 void FF_Document::CloseImpl()
@@ -173,6 +204,7 @@ void FF_Document::Reset()
     mCurrentContext.clear();
     mCurrentStreamStart = 0;
     mSwap = false;
+    mIsLent = false;
 }
 
 void FF_Document::WriteHeader()
@@ -183,7 +215,13 @@ void FF_Document::WriteHeader()
     WriteRaw(*mOutFile, cSignature.data(), cSignature.size());
     const Cmn_UInt8 swapFlag = 0;
     WriteRaw(*mOutFile, &swapFlag, 1);
-    FF_FileBasedEncrytpedStreams::CreateInAndOutStreams(*mInFile, *mOutFile, mType, mInStream, mOutStream);
+    const Cmn_UInt8 type = mType;
+    WriteRaw(*mOutFile, &type, 1);
+    const Cmn_UInt8 key = FF_FileBasedSimpleEncryptedOutStream::DrawKey();
+    if (IsMasked(type)) WriteRaw(*mOutFile, &key, 1);
+    mInFile->SetPosition(mOutFile->GetPosition());
+    FF_FileBasedEncrytpedStreams::CreateBehindFront(*mInFile, mOutFile.get(), mType, key, mInStream,
+                                                    mOutStream);
     if (!mInStream || !mOutStream) throw Sys_StreamWriteException(cEncryptionTypePosition);
     WriteStreamHeader();
 }
@@ -210,7 +248,7 @@ void FF_Document::SwapNewHeader()
 {
     const Cmn_UInt8 swapFlag = 1;
     if (mOutFile->WriteAt(cSwapFlagPosition, &swapFlag, 1) != 1)
-        throw Sys_StreamWriteException(cSwapFlagPosition);
+        ThrowFrom<Sys_StreamWriteException>(*mOutFile, cSwapFlagPosition);
     mSwap = true;
     mOutStream->TakeBack(mHeader.start);
     WriteStreamHeader();
@@ -234,15 +272,15 @@ void FF_Document::ParseHeader(EOpenFlag iFlag)
 
     Cmn_UInt8 type = 0;
     Cmn_UInt8 key = 0;
-    mInFile->ReadAt(cEncryptionTypePosition, &type, 1);
-    // The masked streams take their key for granted; a file that ends before it is damaged.
-    const bool isMasked = type != eFF_EncryptionType_None && type <= eFF_EncryptionType_Block93;
-    if (isMasked && mInFile->ReadAt(cKeyPosition, &key, 1) != 1) throw Sys_StreamReadException(cKeyPosition);
-    const bool isWritable = iFlag == eOpenFlag_ReadWrite || iFlag == eOpenFlag_ReadWriteShared;
-    FF_FileBasedEncrytpedStreams::CreateInAndOutStreams(*mInFile, isWritable ? mOutFile.get() : nullptr,
-                                                        mInStream, mOutStream);
-    if (!mInStream || (isWritable && !mOutStream)) throw Sys_StreamReadException(cEncryptionTypePosition);
+    ReadRaw(*mInFile, &type, 1);
+    if (type != eFF_EncryptionType_None && !IsMasked(type))
+        throw Cmn_Exception(Cmn_eMessage_UnknownStreamType, cEncryptionTypePosition);
+    if (IsMasked(type)) ReadRaw(*mInFile, &key, 1);
     mType = static_cast<EFF_EncryptionType>(type);
+    const bool isWritable = iFlag == eOpenFlag_ReadWrite || iFlag == eOpenFlag_ReadWriteShared;
+    if (isWritable) mOutFile->SetPosition(mInFile->GetPosition());
+    FF_FileBasedEncrytpedStreams::CreateBehindFront(*mInFile, isWritable ? mOutFile.get() : nullptr, mType,
+                                                    key, mInStream, mOutStream);
 
     mInStream->SetReadAhead(cHeaderReadAhead);
     Sys_TypedInStream in = MakeTypedInStream();

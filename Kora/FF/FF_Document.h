@@ -24,6 +24,7 @@
 
 #include "Bastel/Cmn/Cmn_Exception.h"
 #include "Bastel/Sys/Sys_FileLoc.h"
+#include "Bastel/Sys/Sys_FileSystem.h"
 #include "Bastel/Sys/Sys_StdStreamHeader.h"
 #include "Bastel/Sys/Sys_Store.h"
 #include "Bastel/Sys/Sys_TypedStream.h"
@@ -160,6 +161,8 @@ private:
     class NoStream;
     struct LeftOver;
 
+    void OpenFiles(EOpenFlag iFlag);
+    void OpenLent(Sys_FileSystem::Handle iHandle);
     bool FlushTOC(EReaders iReaders); // false where it asserted
     void EndFlush(Cmn_Int64 iEnd);
     void WriteTOC(Cmn_UInt32 iOffset, EReaders iReaders);
@@ -191,7 +194,10 @@ private:
         mOutStream; // its end is the end of the stream data, where the table goes
     std::unique_ptr<NoStream> mNoStream;
     std::unique_ptr<LeftOver> mLeftOver;
-    bool mMadeFile = false; // the file is this document's own, made by Open
+    // The file that the next Open of a new document borrows, and whether the open one is borrowed: the one that a safe save
+    // has made.
+    Sys_FileSystem::Handle mLent = Sys_FileSystem::cNoHandle;
+    bool mIsLent = false;
     Cmn_UInt32 mTOCOffset = 0;
     Cmn_Int64 mTOCOffsetPosition = 0; // of the header field that holds it
     Sys_StdStreamHeaderInfo mHeader;  // of the header stream

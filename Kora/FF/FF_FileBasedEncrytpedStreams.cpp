@@ -60,3 +60,21 @@ void FF_FileBasedEncrytpedStreams::CreateInAndOutStreams(Sys_File& iInFile, Sys_
         throw Cmn_Exception(Cmn_eMessage_UnknownStreamType, typeAt, iInFile.GetFileLoc().GetPath());
     }
 }
+
+void FF_FileBasedEncrytpedStreams::CreateBehindFront(Sys_File& iInFile, Sys_File* iOutFile,
+                                                     EFF_EncryptionType iType, Cmn_UInt8 iRawKey,
+                                                     std::unique_ptr<Sys_FileBasedInStream>& oIn,
+                                                     std::unique_ptr<Sys_FileBasedOutStream>& oOut)
+{
+    oIn.reset();
+    oOut.reset();
+    Cmn_UInt8 key = iRawKey;
+    if (IsMasked(iType) && FF_ScrambleKey(iType, key)) {
+        oIn = std::make_unique<FF_FileBasedSimpleEncryptedInStream>(iInFile, iType, key);
+        if (iOutFile != nullptr)
+            oOut = std::make_unique<FF_FileBasedSimpleEncryptedOutStream>(*iOutFile, iType, key);
+    } else if (iType == eFF_EncryptionType_None) {
+        oIn = std::make_unique<Sys_FileBasedInStream>(iInFile);
+        if (iOutFile != nullptr) oOut = std::make_unique<Sys_FileBasedOutStream>(*iOutFile);
+    }
+}

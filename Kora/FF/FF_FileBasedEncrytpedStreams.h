@@ -24,5 +24,10 @@ public:
     static void CreateInAndOutStreams(Sys_File& iInFile, Sys_File* iOutFile,
                                       std::unique_ptr<Sys_FileBasedInStream>& oIn,
                                       std::unique_ptr<Sys_FileBasedOutStream>& oOut);
+    // For a file whose type and key the caller has written or read, and whose failures are the caller's to tell: the
+    // streams begin at the files' positions. iOutFile and oOut as above; both results are null for a type that is none.
+    static void CreateBehindFront(Sys_File& iInFile, Sys_File* iOutFile, EFF_EncryptionType iType,
+                                  Cmn_UInt8 iRawKey, std::unique_ptr<Sys_FileBasedInStream>& oIn,
+                                  std::unique_ptr<Sys_FileBasedOutStream>& oOut);
     // The type of the streams that were made last is told by the document: FF_Document::GetEncryptionType.
 };

@@ -7,9 +7,10 @@
 FF_FileBasedSimpleEncryptedOutStream::FF_FileBasedSimpleEncryptedOutStream(Sys_File& iFile, Cmn_UInt32 iType)
     : Sys_FileBasedOutStream(iFile)
     , mType(iType)
-    , mMunger(static_cast<Cmn_UInt8>(Sys_Clock::GetMicroseconds() % 255))
+    , mMunger(DrawKey())
 {
-    Cmn_ASSERT_TEXT(iFile.Write(&mMunger, 1) == 1, "iFile->Write( &mMunger, 1 ) == 1");
+    const bool isWritten = Cmn_ASSERT_TEXT(iFile.Write(&mMunger, 1) == 1, "iFile->Write( &mMunger, 1 ) == 1");
+    if (!isWritten) RememberFailure();
     Cmn_ASSERT_TEXT(FF_ScrambleKey(mType, mMunger), "false");
     BeginAtFilePosition();
 }
@@ -20,6 +21,11 @@ FF_FileBasedSimpleEncryptedOutStream::FF_FileBasedSimpleEncryptedOutStream(Sys_F
     , mType(iType)
     , mMunger(iMunger)
 {
+}
+
+Cmn_UInt8 FF_FileBasedSimpleEncryptedOutStream::DrawKey()
+{
+    return static_cast<Cmn_UInt8>(Sys_Clock::GetMicroseconds() % 255);
 }
 
 FF_FileBasedSimpleEncryptedOutStream::~FF_FileBasedSimpleEncryptedOutStream() = default;

@@ -10,13 +10,15 @@
 class KORA_API FF_FileBasedSimpleEncryptedOutStream : public Sys_FileBasedOutStream
 {
 public:
-    // Chooses a raw key byte, 0 to 254, and writes it at the file's position; the stream begins behind it. A byte that
-    // cannot be written, or a type (EFF_EncryptionType) that has no mask, asserts.
+    // Draws a raw key byte and writes it at the file's position; the stream begins behind it. A byte that cannot be
+    // written asserts, and nothing can be written until Flush has thrown. A type (EFF_EncryptionType) without a mask asserts.
     FF_FileBasedSimpleEncryptedOutStream(Sys_File& iFile, Cmn_UInt32 iType);
-    // Takes the key of the file's other stream; begins at the file's position.
+    // Takes a key: the raw one times the type's multiplier, as of the file's other stream. Begins at the file's position.
     FF_FileBasedSimpleEncryptedOutStream(Sys_File& iFile, Cmn_UInt32 iType, Cmn_UInt8 iMunger);
     ~FF_FileBasedSimpleEncryptedOutStream() override;
 
+    // A raw key for a new file, 0 to 254.
+    static Cmn_UInt8 DrawKey();
     Cmn_UInt8 GetMunger() const { return mMunger; }
 
 protected:

@@ -1,70 +1,68 @@
 #include "Kora/FF/FF_SafeSave.h"
 
 #include "Bastel/Cmn/Cmn_Assert.h"
-#include "Bastel/Sys/Sys_FileSystem.h"
 
-constexpr char FF_SafeSave::cSuffix[];
+#include <utility>
 
-namespace {
-
-void ThrowIf(Cmn_Int32 iError, const std::string& iPath)
-{
-    try {
-        Sys_ThrowIfOSErr(iError);
-    } catch (Cmn_Exception& exception) {
-        exception.SetFile(iPath);
-        throw;
-    }
-}
-
-// Where the document really is: a link that names it stays.
-std::string Resolved(const Sys_FileLoc& iLocation)
-{
-    std::string path;
-    ThrowIf(Sys_FileSystem::Get().Resolve(iLocation.GetPath(), path), iLocation.GetPath());
-    return path;
-}
-
-} // namespace
+constexpr char FF_SafeSave::cPrefix[];
 
 FF_SafeSave::FF_SafeSave(const Sys_FileLoc& iLocation, EFF_EncryptionType iType, ETextEncoding iEncoding,
                          bool iRepairText)
-    : mTarget(Resolved(iLocation))
-    , mDocument(std::make_unique<FF_Document>(Sys_FileLoc(mTarget + cSuffix), iType, iEncoding, iRepairText))
+    : mLocation(iLocation)
+    , mSystem(Sys_FileSystem::Get())
+    , mDocument(std::make_unique<FF_Document>(iLocation, iType, iEncoding, iRepairText))
 {
+    ThrowIf(mSystem.Resolve(mLocation.GetPath(), mTarget));
+    ThrowIf(mSystem.OpenBeside(mTarget, mTemporary, mHandle));
     try {
+        mDocument->mLent = mHandle;
         mDocument->Open(Sys_Store::eOpenFlag_New);
     } catch (...) {
-        // A file that is another save's stays.
-        if (mDocument->mMadeFile) Sys_FileSystem::Get().Remove(GetTemporary());
+        CloseFile();
         throw;
     }
 }
 
 FF_SafeSave::~FF_SafeSave()
 {
-    if (mCommitted) return;
     mDocument->Close();
-    Sys_FileSystem::Get().Remove(GetTemporary());
+    CloseFile();
+}
+
+void FF_SafeSave::ThrowIf(Cmn_Int32 iError) const { Sys_ThrowIfOSErr(iError, mLocation.GetPath()); }
+
+// The file goes before its lock does: nobody else has it to remove then.
+void FF_SafeSave::CloseFile() noexcept
+{
+    if (mHandle == Sys_FileSystem::cNoHandle) return;
+    if (!mCommitted) mSystem.Remove(mTemporary);
+    mSystem.Close(std::exchange(mHandle, Sys_FileSystem::cNoHandle));
+}
+
+void FF_SafeSave::WriteOut()
+{
+    // Nobody reads the file before it has its name, so table and header go to the disk in one wait.
+    const bool isOurs = Cmn_ASSERT(mDocument->mIsLent);
+    if (!isOurs || !mDocument->FlushTOC(FF_Document::eReaders_None)) {
+        // What is not complete must not take the old one's place.
+        Sys_StreamWriteException exception;
+        exception.SetFile(mLocation.GetPath());
+        throw exception;
+    }
+    mDocument->Close();
+    mIsWritten = true;
 }
 
 void FF_SafeSave::Commit()
 {
     if (!Cmn_ASSERT(!mCommitted)) return;
-    if (!mIsWritten) {
-        // Nobody reads the file before it has its name, so table and header go to the disk in one wait.
-        if (!mDocument->FlushTOC(FF_Document::eReaders_None)) {
-            // What is not complete must not take the old one's place.
-            Sys_StreamWriteException exception;
-            exception.SetFile(mTarget);
-            throw exception;
-        }
-        mDocument->Close();
-        mIsWritten = true;
-    }
-    Sys_FileSystem& system = Sys_FileSystem::Get();
-    ThrowIf(system.Replace(GetTemporary(), mTarget), mTarget);
+    if (!mIsWritten) WriteOut();
+    ThrowIf(mSystem.TakePlace(mHandle, mTemporary, mTarget, mNotKept));
     mCommitted = true;
-    const std::string folder = Sys_FileLoc(mTarget).GetFolder().GetPath();
-    ThrowIf(system.SyncFolder(folder), folder);
+    CloseFile();
+    const Cmn_Int32 error = mSystem.SyncFolder(Sys_FileLoc(mTarget).GetFolder().GetPath());
+    if (error == 0) return;
+    Cmn_Exception exception(Cmn_eMessage_InPlaceUnsynced, Cmn_Exception::cNoOffset, mLocation.GetPath());
+    exception.SetOSError(error);
+    throw exception;
 }

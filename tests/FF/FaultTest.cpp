@@ -1,5 +1,6 @@
 // Documents under damage, failing requests, crashes and full disks.
 #include "Bastel/Sys/Sys_FileBasedOutStream.h"
+#include "Bastel/Sys/Sys_OSErrorText.h"
 #include "FF/SmallDocument.h"
 #include "FF/StDocument.h"
 #include "Kora/FF/FF_SafeSave.h"
@@ -71,18 +72,19 @@ void Append(std::size_t iBulk)
     document.Flush();
 }
 
+template <EFF_EncryptionType cType>
 void SaveSafely(std::size_t iBulk)
 {
-    FF_SafeSave save(Sys_FileLoc(cPath), eFF_EncryptionType_None, eTextEncoding_Utf8, false);
+    FF_SafeSave save(Sys_FileLoc(cPath), cType, eTextEncoding_Utf8, false);
     SmallDocument::Write(save.GetDocument(), "new", iBulk);
     save.Commit();
 }
 
 constexpr Way cWays[] = {
-    {"append",            true,  0,      Append    },
-    {"append much",       true,  300000, Append    },
-    {"safe save",         false, 0,      SaveSafely},
-    {"safe save of much", false, 300000, SaveSafely},
+    {"append",                    true,  0,      Append                               },
+    {"append much",               true,  300000, Append                               },
+    {"safe save",                 false, 0,      SaveSafely<eFF_EncryptionType_None>  },
+    {"safe save of much, masked", false, 300000, SaveSafely<eFF_EncryptionType_Byte29>},
 };
 
 class WriteFaults : public Faults
@@ -103,13 +105,19 @@ protected:
         mNew = Read(cPath).text;
         ASSERT_NE(mOld, mNew);
     }
-    // Goes the way; true when it says that all is saved. What it says otherwise must be one of the documented things.
-    bool Try(const Way& iWay)
+    // Goes the way; true when it says that all is saved. What it says otherwise must be one of the documented things, of
+    // the file that was asked for, with the reason of the fault.
+    bool Try(const Way& iWay, const std::string& iReason = {})
     {
-        const int message = MessageOf([&] { iWay.write(iWay.bulk); });
+        mThrown = Thrown([&] { iWay.write(iWay.bulk); });
+        const int message = mThrown.GetMessageID();
         const std::set<int> cKnown = {0, Cmn_eMessage_OSError, Cmn_eMessage_WriteError,
-                                      Cmn_eMessage_ReadError};
+                                      Cmn_eMessage_ReadError, Cmn_eMessage_InPlaceUnsynced};
         EXPECT_TRUE(cKnown.contains(message)) << message;
+        const std::string line = mThrown.Describe();
+        EXPECT_TRUE(message == 0 || line.starts_with(std::string(cPath) + ": ")) << line;
+        EXPECT_TRUE(message == 0 || line.find(iReason) != std::string::npos) << line;
+        EXPECT_EQ(TakeReports(), "") << "beside " << line;
         return message == 0;
     }
     // The old document or the new one is there, whole; in place, at least repair brings back the old one's streams.
@@ -142,6 +150,7 @@ protected:
     std::size_t mNumRequests = 0; // of the way
     std::string mOld;
     std::string mNew;
+    Cmn_Exception mThrown{Cmn_eMessage_FailQuietly}; // by the last Try
     std::multiset<std::string> mOldPieces;
 };
 
@@ -162,10 +171,13 @@ TEST_F(WriteFaults, ARequestThatFailsAndAFullDiskLoseNothing)
                 if (fault == eRequest) mFiles.FailAt(static_cast<int>(n));
                 if (fault == eHalfAWrite) mFiles.ShortWriteAt(static_cast<int>(n));
                 if (fault == eFullDisk) mFiles.SetCapacity(least + n);
-                const bool saved = Try(way);
+                const bool saved = Try(way, Sys_OSErrorText(fault == eRequest ? EIO : ENOSPC));
                 mFiles.Heal();
                 EXPECT_TRUE(fault != eFullDisk || saved == (n == enough));
-                EXPECT_TRUE(fault != eFullDisk || mFiles.GetFiles().size() == 1); // nothing is left behind
+                EXPECT_EQ(mFiles.GetFiles().size(), 1u); // nothing is left behind
+                const bool isOld = mThrown.GetMessageID() != Cmn_eMessage_InPlaceUnsynced;
+                if (!isOld) ExpectNew();
+                EXPECT_TRUE(saved || !isOld || way.inPlace || mFiles.GetFiles() == mBefore);
                 if (saved) ExpectNew();
                 ExpectNothingLost(way);
                 EXPECT_EQ(mFiles.GetNumOpen(), 0u);

@@ -5,7 +5,6 @@
 #include "FF/StDocument.h"
 #include "Kora/FF/FF_DocumentCheck.h"
 #include "Kora/FF/FF_DocumentRepair.h"
-#include "Kora/FF/FF_SafeSave.h"
 #include "Kora/FF/FF_ScrambleKernels_p.h"
 
 #include <array>
@@ -434,7 +433,7 @@ TEST_F(RepairTest, WhatIsNoDocumentBecomesAnEmptyOne)
     mFiles.FailAt(3);
     EXPECT_EQ(MessageOf([] { Repair(); }), Cmn_eMessage_OSError);
     mFiles.Heal();
-    EXPECT_FALSE(mFiles.Exists(std::string(cRepaired) + FF_SafeSave::cSuffix));
+    EXPECT_EQ(mFiles.GetFiles().size(), 2u);
 }
 
 } // namespace

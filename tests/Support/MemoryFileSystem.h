@@ -4,7 +4,8 @@
 // some moment since its last sync, its length likewise, and of the names what they were at some moment since the last
 // SyncFolder: whatever order a system writes its cache back in, the result is among these.
 //
-// As strict as the strictest system: files that are open are neither replaced nor removed.
+// As strict as the strictest system: files that are open are neither replaced nor removed, but for those that OpenBeside
+// made.
 #pragma once
 
 #include "Bastel/Sys/Sys_FileSystem.h"
@@ -33,7 +34,8 @@ public:
         eGetLength,
         eSetLength,
         eSync,
-        eReplace,
+        eOpenBeside,
+        eTakePlace,
         eSyncFolder,
         eRemove,
         eResolve
@@ -141,8 +143,8 @@ public:
             mNameChanges.push_back({Folder(path), file.get(), [path, file](Names& io) { io[path] = file; }});
         }
         File& file = *found->second;
-        const bool alone = iAccess == eAccess_Write || iAccess == eAccess_New;
-        if (alone && file.isLocked) return EAGAIN;
+        const bool alone = iAccess != eAccess_Read && iAccess != eAccess_WriteShared;
+        if (alone && file.isLocked) return eError_InUse;
         if (alone) file.isLocked = true;
         if (iAccess == eAccess_New) file.Change(0, nullptr, 0, 0);
         ++file.opened;
@@ -155,7 +157,7 @@ public:
         const auto found = mHandles.find(iHandle);
         if (found == mHandles.end()) return EBADF;
         File& file = *found->second.file;
-        if (found->second.access == eAccess_Write || found->second.access == eAccess_New)
+        if (found->second.access != eAccess_Read && found->second.access != eAccess_WriteShared)
             file.isLocked = false;
         --file.opened;
         mHandles.erase(found); // a handle whose closing fails is closed all the same
@@ -236,14 +238,39 @@ public:
         mNameChanges.erase(mNameChanges.begin(), made + 1);
         return 0;
     }
-    Cmn_Int32 Replace(const std::string& iFrom, const std::string& iTo) override
+    Cmn_Int32 OpenBeside(const std::string& iTarget, std::string& oPath, Handle& oHandle) override
     {
-        const Call call(*this, {eReplace, iTo, 0, 0});
+        oHandle = cNoHandle;
+        const Call call(*this, {eOpenBeside, iTarget, 0, 0});
+        if (call.error != 0) return call.error;
+        const auto target = mNames.find(iTarget);
+        if (target != mNames.end() && target->second->isLocked) return eError_InUse;
+        std::vector<std::string> dead;
+        for (const auto& [path, other] : mNames)
+            if (path.starts_with(Folder(iTarget) + "/" + PrefixBeside(iTarget)) && !other->isLocked)
+                dead.push_back(path);
+        for (const std::string& path : dead)
+            ChangeNames({Folder(path), nullptr, [=](Names& io) { io.erase(path); }});
+        oPath = Folder(iTarget) + "/" + NameBeside(iTarget);
+        const auto file = std::make_shared<File>(Bytes());
+        file->isLocked = true;
+        ++file->opened;
+        ChangeNames({Folder(oPath), file.get(), [path = oPath, file](Names& io) { io[path] = file; }});
+        mHandles[oHandle = ++mLastHandle] = {file, oPath, eAccess_Move};
+        return 0;
+    }
+    Cmn_Int32 TakePlace(Handle iHandle, const std::string& iFrom, const std::string& iTo,
+                        Cmn_UInt32& oNotKept) override
+    {
+        oNotKept = 0;
+        const Call call(*this, {eTakePlace, iTo, 0, 0});
         if (call.error != 0) return call.error;
         const auto from = mNames.find(iFrom);
-        if (from == mNames.end()) return ENOENT;
+        const auto open = mHandles.find(iHandle);
+        if (from == mNames.end() || open == mHandles.end() || open->second.file != from->second)
+            return ENOENT;
         const auto to = mNames.find(iTo);
-        if (from->second->opened > 0 || (to != mNames.end() && to->second->opened > 0)) return EACCES;
+        if (to != mNames.end() && to->second->opened > 0) return eError_InUse;
         const auto file = from->second;
         mLinks.erase(iTo);
         ChangeNames({Folder(iTo), nullptr, [=](Names& io) {
@@ -268,7 +295,7 @@ public:
         if (mLinks.erase(iPath) > 0) return 0;
         const auto found = mNames.find(iPath);
         if (found == mNames.end()) return ENOENT;
-        if (found->second->opened > 0) return EACCES;
+        if (found->second->opened > 0 && !IsOpenToMove(*found->second)) return EACCES;
         ChangeNames({Folder(iPath), nullptr, [=](Names& io) { io.erase(iPath); }});
         return 0;
     }
@@ -364,6 +391,12 @@ private:
     {
         const auto found = mHandles.find(iHandle);
         return found == mHandles.end() ? "" : found->second.path;
+    }
+    bool IsOpenToMove(const File& iFile) const
+    {
+        return std::any_of(mHandles.begin(), mHandles.end(), [&](const auto& h) {
+            return h.second.file.get() == &iFile && h.second.access == eAccess_Move;
+        });
     }
     // Up to where the file may reach.
     std::uint64_t Room(const File& iFile) const

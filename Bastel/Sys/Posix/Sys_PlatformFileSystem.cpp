@@ -1,63 +1,45 @@
+#include "Bastel/Sys/Posix/Sys_Replacement_p.h"
+#include "Bastel/Sys/Sys_FileLoc.h"
 #include "Bastel/Sys/Sys_FileSystem.h"
 
-#include <cerrno>
-#include <cstdio>
+#include <climits>
 #include <cstdlib>
 #include <fcntl.h>
 #include <memory>
-#include <sys/file.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 namespace {
 
 static_assert(sizeof(off_t) == 8, "positions have 64 bits");
 
 constexpr mode_t cNewFileMode = 0666; // less what the user's mask takes away
-
-// Makes a request again as long as a signal interrupts it; 0 or the error.
-template <class Request>
-Cmn_Int32 Ask(Request iRequest)
-{
-    while (iRequest() == -1) {
-        if (errno != EINTR) return errno;
-    }
-    return 0;
-}
+constexpr int cMostLinks = 40;        // as the system itself follows
 
 int Descriptor(Sys_FileSystem::Handle iHandle) { return static_cast<int>(iHandle); }
 
 int OpenFlags(Sys_FileSystem::EAccess iAccess)
 {
-    // Without O_NONBLOCK the opening of a pipe would wait for its other end before it could be refused.
-    constexpr int cAlways = O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
     switch (iAccess) {
     case Sys_FileSystem::eAccess_Read:
-        return cAlways | O_RDONLY;
+        return O_RDONLY;
     case Sys_FileSystem::eAccess_New:
-        return cAlways | O_RDWR | O_CREAT;
+        return O_RDWR | O_CREAT;
     default:
-        return cAlways | O_RDWR;
+        return O_RDWR;
     }
 }
 
-Cmn_Int32 RefuseUnlessRegular(int iDescriptor)
-{
-    struct stat status;
-    if (fstat(iDescriptor, &status) != 0) return errno;
-    if (S_ISDIR(status.st_mode)) return EISDIR;
-    return S_ISREG(status.st_mode) ? 0 : EOPNOTSUPP;
-}
-
-Cmn_Int32 Lock(int iDescriptor, Sys_FileSystem::EAccess iAccess)
+Cmn_Int32 Lock(int iDescriptor, const std::string& iPath, Sys_FileSystem::EAccess iAccess)
 {
     if (iAccess == Sys_FileSystem::eAccess_Read) return 0;
     const int kind = iAccess == Sys_FileSystem::eAccess_WriteShared ? LOCK_SH : LOCK_EX;
-    const Cmn_Int32 error = Ask([&] { return flock(iDescriptor, kind | LOCK_NB); });
-    return error == EWOULDBLOCK ? EBUSY : error; // "Resource temporarily unavailable" tells a user nothing
+    const Cmn_Int32 error = Sys_Lock(iDescriptor, kind);
+    if (error != EWOULDBLOCK) return error;
+    // A saver has it for a moment, a writer for long: the folder's lock tells them apart.
+    const Sys_StFolderLock lock(iPath);
+    return Sys_LockUnlessInUse(iDescriptor, kind);
 }
 
-// Whether the path still names the file: a safe save may have renamed another over it before it was locked.
+// Whether the path, links followed, still names the file: a save may have put another there before it was locked.
 bool IsStillAt(int iDescriptor, const std::string& iPath)
 {
     struct stat ours;
@@ -66,28 +48,35 @@ bool IsStillAt(int iDescriptor, const std::string& iPath)
            ours.st_dev == named.st_dev && ours.st_ino == named.st_ino;
 }
 
+// What the link names; the path itself where it is none.
+Cmn_Int32 FollowOnce(std::string& ioPath, bool& oIsLink)
+{
+    std::string name(PATH_MAX, '\0');
+    const ssize_t length = readlink(ioPath.c_str(), name.data(), name.size());
+    oIsLink = length > 0;
+    if (!oIsLink) return length == 0 || errno == EINVAL || errno == ENOENT ? 0 : errno;
+    name.resize(static_cast<std::size_t>(length));
+    ioPath = name.front() == '/' ? name : Sys_FileLoc(ioPath).GetFolder().GetPath() + "/" + name;
+    return 0;
+}
+
 class PosixFileSystem final : public Sys_FileSystem
 {
 public:
     Cmn_Int32 Open(const std::string& iPath, EAccess iAccess, Handle& oHandle) override
     {
         // A file system whose files have no steady identity must not keep us here.
-        constexpr int cMostTries = 8;
+        constexpr int cMostTries = 64;
         for (int tries = 1;; ++tries) {
-            int descriptor = -1;
-            Cmn_Int32 error =
-                Ask([&] { return descriptor = open(iPath.c_str(), OpenFlags(iAccess), cNewFileMode); });
+            Sys_StDescriptor file;
+            Cmn_Int32 error = Sys_OpenDescriptor(iPath, OpenFlags(iAccess), cNewFileMode, file);
+            if (error == 0) error = Sys_RefuseUnlessRegular(file.Get());
+            if (error == 0) error = Lock(file.Get(), iPath, iAccess);
             if (error != 0) return error;
-            error = RefuseUnlessRegular(descriptor);
-            if (error == 0) error = Lock(descriptor, iAccess);
-            const bool isIt = iAccess == eAccess_Read || tries == cMostTries || IsStillAt(descriptor, iPath);
-            if (error == 0 && isIt && iAccess == eAccess_New) error = SetLength(descriptor, 0);
-            if (error == 0 && isIt) {
-                oHandle = descriptor;
-                return 0;
-            }
-            close(descriptor);
-            if (error != 0) return error;
+            if (iAccess != eAccess_Read && tries < cMostTries && !IsStillAt(file.Get(), iPath)) continue;
+            if (iAccess == eAccess_New) error = SetLength(file.Get(), 0);
+            if (error == 0) oHandle = file.Release();
+            return error;
         }
     }
 
@@ -103,7 +92,7 @@ public:
         oCount = 0;
         while (oCount < iCount) {
             ssize_t count = 0;
-            const Cmn_Int32 error = Ask([&] {
+            const Cmn_Int32 error = Sys_Ask([&] {
                 return count = pread(Descriptor(iHandle), static_cast<char*>(oBytes) + oCount,
                                      iCount - oCount, iPosition + static_cast<off_t>(oCount));
             });
@@ -120,7 +109,7 @@ public:
         oCount = 0;
         while (oCount < iCount) {
             ssize_t count = 0;
-            const Cmn_Int32 error = Ask([&] {
+            const Cmn_Int32 error = Sys_Ask([&] {
                 return count = pwrite(Descriptor(iHandle), static_cast<const char*>(iBytes) + oCount,
                                       iCount - oCount, iPosition + static_cast<off_t>(oCount));
             });
@@ -147,29 +136,34 @@ public:
 
     Cmn_Int32 SetLength(Handle iHandle, Cmn_Int64 iLength) override
     {
-        return Ask([&] { return ftruncate(Descriptor(iHandle), iLength); });
+        return Sys_Ask([&] { return ftruncate(Descriptor(iHandle), iLength); });
     }
 
     Cmn_Int32 Sync(Handle iHandle) override
     {
-        return Ask([&] { return fsync(Descriptor(iHandle)); });
+        return Sys_Ask([&] { return fsync(Descriptor(iHandle)); });
     }
 
-    Cmn_Int32 Replace(const std::string& iFrom, const std::string& iTo) override
+    Cmn_Int32 OpenBeside(const std::string& iTarget, std::string& oPath, Handle& oHandle) override
     {
-        const Cmn_Int32 error = TakeOverPermissions(iFrom, iTo);
-        if (error != 0) return error;
-        return std::rename(iFrom.c_str(), iTo.c_str()) == 0 ? 0 : errno;
+        Sys_StDescriptor file;
+        const Cmn_Int32 error = Sys_OpenBeside(iTarget, oPath, file);
+        oHandle = error == 0 ? file.Release() : cNoHandle;
+        return error;
+    }
+
+    Cmn_Int32 TakePlace(Handle iHandle, const std::string& iFrom, const std::string& iTo,
+                        Cmn_UInt32& oNotKept) override
+    {
+        return Sys_TakePlace(Descriptor(iHandle), iFrom, iTo, oNotKept);
     }
 
     Cmn_Int32 SyncFolder(const std::string& iFolder) override
     {
-        int descriptor = -1;
-        const Cmn_Int32 opened =
-            Ask([&] { return descriptor = open(iFolder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); });
+        Sys_StDescriptor folder;
+        const Cmn_Int32 opened = Sys_OpenDescriptor(iFolder, O_RDONLY | O_DIRECTORY, 0, folder);
         if (opened != 0) return opened;
-        const Cmn_Int32 synced = Sync(descriptor);
-        close(descriptor);
+        const Cmn_Int32 synced = Sync(folder.Get());
         return synced == EINVAL ? 0 : synced; // what a file system answers that cannot sync folders
     }
 
@@ -177,30 +171,17 @@ public:
 
     Cmn_Int32 Resolve(const std::string& iPath, std::string& oPath) override
     {
-        const std::unique_ptr<char, decltype(&std::free)> resolved(realpath(iPath.c_str(), nullptr),
-                                                                   &std::free);
-        if (resolved == nullptr && errno != ENOENT) return errno;
-        oPath = resolved != nullptr ? resolved.get() : iPath;
-        return 0;
-    }
-
-private:
-    static Cmn_Int32 TakeOverPermissions(const std::string& iFrom, const std::string& iTo)
-    {
-        struct stat old;
-        if (stat(iTo.c_str(), &old) != 0) return errno == ENOENT ? 0 : errno;
-        int descriptor = -1;
-        const Cmn_Int32 opened =
-            Ask([&] { return descriptor = open(iFrom.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK); });
-        if (opened != 0) return opened;
-        // Only an administrator can give a file away: owner and group stay the old ones where that is allowed.
-        const bool isOwnerKept = fchown(descriptor, old.st_uid, old.st_gid) == 0 ||
-                                 fchown(descriptor, static_cast<uid_t>(-1), old.st_gid) == 0;
-        // Rights of a group that could not be kept would be another group's.
-        const mode_t mode = (old.st_mode & 07777) & (isOwnerKept ? ~mode_t{0} : ~mode_t{S_IRWXG});
-        const Cmn_Int32 error = Ask([&] { return fchmod(descriptor, mode); });
-        close(descriptor);
-        return error;
+        oPath = iPath;
+        for (int links = 0; links < cMostLinks; ++links) {
+            const std::unique_ptr<char, decltype(&std::free)> resolved(realpath(oPath.c_str(), nullptr),
+                                                                       &std::free);
+            if (resolved == nullptr && errno != ENOENT) return errno;
+            if (resolved != nullptr) oPath = resolved.get();
+            bool isLink = false;
+            const Cmn_Int32 error = resolved != nullptr ? 0 : FollowOnce(oPath, isLink);
+            if (error != 0 || !isLink) return error;
+        }
+        return ELOOP;
     }
 };
 

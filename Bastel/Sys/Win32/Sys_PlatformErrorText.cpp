@@ -1,11 +1,11 @@
-#include "Bastel/Sys/Sys_OSErrorText.h"
+#include "Bastel/Sys/Sys_PlatformErrorText_p.h"
 
 #include "Bastel/Cmn/Cmn_Utf8.h"
 
 #include <array>
 #include <windows.h>
 
-std::string Sys_OSErrorText(Cmn_Int32 iError)
+std::string Sys_PlatformErrorText(Cmn_Int32 iError)
 {
     std::array<wchar_t, 512> wide;
     const DWORD length = FormatMessageW(
