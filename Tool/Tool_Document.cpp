@@ -9,18 +9,11 @@
 #include "Tool/Tool_Song.h"
 #include "Tool/Tool_SongInfo.h"
 
+#include <utility>
+
 namespace {
 // Behind the version byte.
 constexpr std::string_view cSignature = "0010111100101011";
-constexpr std::size_t cTypeOffset = 18;
-
-// A file that ends where the key of its mask should follow. The library reports that as a broken promise of the host's,
-// which is more than one line.
-bool EndsBeforeKey(const std::string& iStart)
-{
-    return iStart.size() == cTypeOffset + 1 && iStart[cTypeOffset] >= eFF_EncryptionType_Byte29 &&
-           iStart[cTypeOffset] <= eFF_EncryptionType_Block93;
-}
 
 struct StreamType
 {
@@ -35,6 +28,21 @@ constexpr StreamType cSongStreams[] = {
     {FF_TimeMaps::eStreamType_KeyMap,   "key map"  },
     {Tool_SongInfo::cStreamType,        "song info"},
 };
+
+// "; not kept: the owner, the group"
+std::string NotKeptText(Cmn_UInt32 iNotKept)
+{
+    constexpr std::pair<Cmn_UInt32, const char*> cNames[] = {
+        {Sys_FileSystem::eNotKept_Owner,       "the owner"              },
+        {Sys_FileSystem::eNotKept_Group,       "the group"              },
+        {Sys_FileSystem::eNotKept_Permissions, "the permissions"        },
+        {Sys_FileSystem::eNotKept_Attributes,  "the extended attributes"},
+    };
+    std::string text;
+    for (const auto& [bit, name] : cNames)
+        if ((iNotKept & bit) != 0) text += (text.empty() ? "; not kept: " : ", ") + std::string(name);
+    return text;
+}
 } // namespace
 
 bool Tool_IsDocument(const std::string& iName)
@@ -50,11 +58,7 @@ std::unique_ptr<FF_Document> Tool_OpenDocument(const std::string& iName)
                                       "no document, expected the signature " + std::string(cSignature));
     auto document =
         std::make_unique<FF_Document>(Sys_FileLoc(iName), eFF_EncryptionType_None, eTextEncoding_Utf8, false);
-    Tool_NamingFile(iName, [&] {
-        const std::string start = Tool_ReadStart(iName, cTypeOffset + 2);
-        if (EndsBeforeKey(start)) throw Sys_StreamReadException(static_cast<Cmn_Int64>(start.size()));
-        document->Open(Sys_Store::eOpenFlag_Read);
-    });
+    document->Open(Sys_Store::eOpenFlag_Read);
     return document;
 }
 
@@ -89,7 +93,7 @@ std::string Tool_SaveSong(const Tool_Song& iSong, const std::string& iName, EFF_
         Sys_File file{Sys_FileLoc(iName)};
         file.Open(Sys_FileSystem::eAccess_Read);
         return std::to_string(streams) + " streams, " + std::to_string(file.GetLength()) + " bytes, " +
-               Tool_ScramblingText(iType);
+               Tool_ScramblingText(iType) + NotKeptText(safe.GetNotKept());
     };
     return Tool_NamingFile(iName, save);
 }

@@ -1,7 +1,10 @@
 #include "Tool/Tool_File.h"
 
+#include "Bastel/Cmn/Cmn_Exception.h"
+#include "Bastel/I18N/I18N_Utils.h"
 #include "Bastel/Sys/Sys_FileLoc.h"
 #include "Bastel/Sys/Sys_FileSystem.h"
+#include "Bastel/Sys/Sys_OSErrorText.h"
 #include "Tool/Tool_InputError.h"
 
 #include <algorithm>
@@ -28,16 +31,28 @@ bool IsOther(const std::string& iName)
     return fs::exists(status) && !fs::is_regular_file(status);
 }
 
+// In the system's words, but for the one case that has better ones.
+std::string WhyNotOpened(const std::string& iName)
+{
+    constexpr Cmn_Int32 cNoFile = 2; // ENOENT, ERROR_FILE_NOT_FOUND
+    Sys_FileSystem& system = Sys_FileSystem::Get();
+    Sys_FileSystem::Handle handle = Sys_FileSystem::cNoHandle;
+    const Cmn_Int32 error = system.Open(iName, Sys_FileSystem::eAccess_Read, handle);
+    if (error == 0) system.Close(handle);
+    if (error == 0) return "the file cannot be opened"; // it could be a moment later
+    return error == cNoFile ? "no such file" : Sys_OSErrorText(error);
+}
+
 std::ifstream OpenFile(const std::string& iName)
 {
     const fs::path path = PathOf(iName);
     std::error_code error;
     const fs::file_status status = fs::status(path, error);
-    if (!fs::exists(status)) throw Tool_InputError::InFile(iName, "no such file");
+    if (!fs::exists(status)) throw Tool_InputError::InFile(iName, WhyNotOpened(iName));
     if (fs::is_directory(status))
         throw Tool_InputError::InFile(iName, "a folder, expected a MIDI file or a document");
     std::ifstream stream(path, std::ios::binary);
-    if (!stream) throw Tool_InputError::InFile(iName, "the file cannot be opened");
+    if (!stream) throw Tool_InputError::InFile(iName, WhyNotOpened(iName));
     return stream;
 }
 
@@ -112,9 +127,13 @@ Tool_StPartFile::~Tool_StPartFile()
 void Tool_StPartFile::Commit()
 {
     Sys_FileSystem& system = Sys_FileSystem::Get();
-    mIsCommitted = system.Replace(mPart, mTarget) == 0;
-    if (!mIsCommitted || system.SyncFolder(Sys_FileLoc(mTarget).GetFolder().GetPath()) != 0)
-        throw Tool_InputError::InFile(mName, cCannotBeWritten);
+    const Cmn_Int32 error = system.Replace(mPart, mTarget);
+    mIsCommitted = error == 0;
+    if (!mIsCommitted) throw Tool_InputError::InFile(mName, Sys_OSErrorText(error));
+    const Cmn_Int32 unsynced = system.SyncFolder(Sys_FileLoc(mTarget).GetFolder().GetPath());
+    if (unsynced != 0)
+        throw Tool_InputError::InFile(mName, I18N_Utils::GetString(Cmn_eMessage_InPlaceUnsynced) + ": " +
+                                                 Sys_OSErrorText(unsynced));
 }
 
 void Tool_WriteFile(const std::string& iName, const std::string& iBytes)

@@ -1,5 +1,6 @@
 #include "Bastel/Sys/Sys_File.h"
 #include "Bastel/Sys/Sys_OSErrorText.h"
+#include "Kora/SDS/FicInterface/SDS_Error.h"
 #include "Support/AssertRecorder.h"
 #include "Support/MemoryFileSystem.h"
 #include "Support/PathText.h"
@@ -132,6 +133,10 @@ TEST_F(FileTest, RefusesWhatIsNoFileAndSaysWhy)
         EXPECT_NE(why.back(), '.') << what << ": " << why;
     }
     EXPECT_NE(Sys_OSErrorText(2), Sys_OSErrorText(5));
+    for (const Cmn_Int32 own : {Cmn_Int32{eSDSErr_OutOfMemory}, Cmn_Int32{eSDSErr_NameTooLong},
+                                Cmn_Int32{eSDSErr_TokenPoolFull}, Cmn_Int32{System::eError_NoFolder}})
+        EXPECT_EQ(Sys_OSErrorText(own).find(std::to_string(own)), std::string::npos) << own;
+    EXPECT_EQ(Sys_OSErrorText(eSDSErr_NameTooLong), "a name has 1 to 31 characters");
     EXPECT_NE(Sys_OSErrorText(123456).find("123456"), std::string::npos);
 }
 

@@ -1,4 +1,6 @@
 // The commands for documents, over documents that they made and over such as only others make.
+#include "Bastel/Sys/Sys_FileSystem.h"
+#include "Bastel/Sys/Sys_OSErrorText.h"
 #include "Kora/FF/FF_Document_TOC.h"
 #include "Kora/FF/FF_StreamHeader.h"
 #include "Kora/FF/FF_StreamList.h"
@@ -223,9 +225,24 @@ TEST_F(DocumentTest, BadInputGivesOneLineThatSaysWhereAndWhat)
     }
     for (const std::string command : {"song", "plot", "xml", "info", "check"})
         EXPECT_EQ(Run({command, "none.kora"}).mErr, "kora: none.kora: no such file\n") << command;
-    EXPECT_EQ(Run({"save", cFirstLight, "."}).mErr, "kora: .: no plain file, expected a name for one\n");
-    EXPECT_EQ(Run({"plot", cFirstLight, "-o", "none/x.svg"}).mErr,
-              "kora: none/x.svg: the file cannot be written\n");
+    const std::string beneath = file + "/y.kora"; // which no file has
+    Sys_FileSystem::Handle none = 0;
+    const Cmn_Int32 why = Sys_FileSystem::Get().Open(beneath, Sys_FileSystem::eAccess_Read, none);
+    std::filesystem::permissions(out, std::filesystem::perms::owner_read);
+    // clang-format off
+    const std::pair<std::vector<std::string>, std::string> cRefused[] = {
+        {{"song", beneath},                           beneath + ": " + Sys_OSErrorText(why)},
+        {{"save", cFirstLight, "."},                  ".: no plain file, expected a name for one"},
+        {{"save", cFirstLight, "none/x.kora"},        "none/x.kora: the folder that it belongs in does not exist"},
+        {{"save", cFirstLight, out},                  out + ": the file is write-protected"},
+        {{"plot", cFirstLight, "-o", out},            out + ": the file is write-protected"},
+        {{"plot", cFirstLight, "-o", "none/x.svg"},   "none/x.svg: the file cannot be written"},
+    };
+    // clang-format on
+    for (const auto& [arguments, line] : cRefused)
+        EXPECT_EQ(Run(arguments).mErr, "kora: " + line + '\n');
+    std::filesystem::permissions(out, std::filesystem::perms::owner_all);
+    EXPECT_EQ(ReadFile(out), "old");
 }
 
 TEST_F(DocumentTest, NoFileIsLostToACommandThatWrites)
