@@ -15,6 +15,32 @@ constexpr DWORD cPause = 1; // milliseconds
 constexpr int cMostPauses = 2000;
 constexpr int cMostTries = 64;
 
+// Savers of one document take turns by a mutex of the session, whose owner may die; without it, as with one on another
+// machine, they meet as they do with anybody who has the document open for a moment.
+class StTurn
+{
+public:
+    explicit StTurn(const std::string& iTarget)
+        : mMutex(
+              CreateMutexA(nullptr, FALSE, ("Local\\Kora" + Sys_FileSystem::PrefixBeside(iTarget)).c_str()))
+    {
+        const DWORD waited = mMutex != nullptr ? WaitForSingleObject(mMutex, cMostWait) : WAIT_FAILED;
+        mIsMine = waited == WAIT_OBJECT_0 || waited == WAIT_ABANDONED;
+    }
+    ~StTurn()
+    {
+        if (mIsMine) ReleaseMutex(mMutex);
+        if (mMutex != nullptr) CloseHandle(mMutex);
+    }
+    StTurn(const StTurn&) = delete;
+    StTurn& operator=(const StTurn&) = delete;
+
+private:
+    static constexpr DWORD cMostWait = 2000; // milliseconds
+    HANDLE mMutex;
+    bool mIsMine = false;
+};
+
 // A descriptor of a file's owner and access list, null where the file system has none, as on memory sticks.
 class StSecurity
 {
@@ -160,7 +186,10 @@ Cmn_Int32 Sys_OpenBeside(const std::string& iTarget, std::string& oPath, HANDLE&
     std::wstring target;
     bool isThere = false;
     Cmn_Int32 error = Sys_ToWide(iTarget, target);
-    if (error == 0) error = CheckTarget(target, isThere);
+    if (error == 0) {
+        const StTurn turn(iTarget);
+        error = CheckTarget(target, isThere);
+    }
     if (error != 0) return error;
     RemoveDead(iTarget);
     // Nobody gets at it before it has the target's own list.
@@ -188,6 +217,7 @@ Cmn_Int32 Sys_TakePlace(HANDLE iNew, const std::string& iFrom, const std::string
     std::wstring to;
     Cmn_Int32 error = Sys_ToWide(iFrom, from);
     if (error == 0) error = Sys_ToWide(iTo, to);
+    const StTurn turn(iTo);
     for (int i = 0; error == 0 && i < cMostPauses; ++i) {
         bool isThere = false;
         error = CheckTarget(to, isThere);
