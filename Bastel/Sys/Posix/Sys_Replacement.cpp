@@ -13,8 +13,8 @@ namespace {
 constexpr useconds_t cPause = 1000; // microseconds
 // Savers hold the folder for a few system calls, a journal that is being written makes them long.
 constexpr int cMostPausesForFolder = 2000;
-// A killed saver's locks do not end all at once.
-constexpr int cMostPausesForTarget = 20;
+// A killed saver's locks do not end all at once, and its processor may be taken away between two of them.
+constexpr int cMostPausesForTarget = 200;
 // A file system whose files have no steady identity must not keep us here.
 constexpr int cMostTries = 64;
 
