@@ -2,6 +2,7 @@
 #include "Bastel/Sys/Sys_Crc32C.h"
 #include "Bastel/Sys/Sys_FileBasedInStream.h"
 #include "Bastel/Sys/Sys_FileBasedOutStream.h"
+#include "Bastel/Sys/Sys_OSErrorText.h"
 #include "Bastel/Sys/Sys_StdStreamHeader.h"
 #include "Support/AssertRecorder.h"
 #include "Support/MemoryFileSystem.h"
@@ -352,11 +353,15 @@ TEST_F(FileStreams, ARememberedFailureIsThrownOnceAndStopsWritingUntilThen)
 {
     Out out(mFile);
     EXPECT_EQ(out.Write("1234", 4), 4u);
+    mSystem.FailAt(1, 28);
+    mFile.GetLength(); // what failed, and is followed by what does not
     out.RememberFailure();
+    mFile.GetLength();
     out.SetLimit(100);
     EXPECT_EQ(out.Write("5", 1), 0u);
     EXPECT_EQ(Thrown([&] { out.Flush(); }).Describe(),
-              "take.kora: an error occurred while writing the document (byte 7)");
+              "take.kora: an error occurred while writing the document: " + Sys_OSErrorText(28) +
+                  " (byte 7)");
     EXPECT_EQ(out.Write("5", 1), 1u);
     In in(mReader);
     in.SetPosition(7);
