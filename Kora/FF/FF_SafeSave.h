@@ -20,7 +20,8 @@
 //
 // File systems without locks: saves of one document at a time are each whole, but nothing keeps writers out, and what dead
 // ones left stays. Windows: while somebody reads the old document it can be replaced from Windows 10 on; before, and
-// under Wine, a save waits a moment for its readers and is refused then.
+// under Wine, a save waits a moment for its readers and is refused then. Alternate streams stay with the old file, and
+// GetNotKept does not tell.
 // Threads: one at a time for each save.
 #pragma once
 
