@@ -2,11 +2,16 @@
 // yield between the steps of the protocols.
 #include "SDS/TokenFixture.h"
 
+#include "Kora/SDS/Source/SDS_Name_p.h"
+#include "Kora/SDS/Source/SDS_TokenListener.h"
+#include "Kora/SDS/Source/SDS_TokenTask.h"
 #include "OstrelPlatformSupport/PSThread.h"
+#include "Support/AllocationCounter.h"
 
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <deque>
 #include <memory>
 #include <optional>
 #include <random>
@@ -276,6 +281,57 @@ TEST_P(TokenFire, NothingIsLostDoubledDisorderedOrLeftBehind)
         }
     }
     EXPECT_TRUE(!IsScarce() || mRanOut.load()) << "the pool never ran out";
+}
+
+// Listeners come that hear nothing, more than there ever were, so that each takes new memory, which is refused at one point
+// after another. A producer takes one step between two rebuilds: it comes late, to a list that is used anew by then.
+TEST_F(TokenTest, ARebuildWithoutMemoryLeavesListsThatProducersCanEnter)
+{
+    SDS_IName node("fire/alone");
+    RunningTask task(0);
+    static std::atomic<int> sRebuilds{0}, sSteps{0};
+    static thread_local bool tProduces = false;
+    SDS_TokenDispatcher::SetInterleavingHook([] {
+        if (!tProduces) return;
+        const int before = sRebuilds.load();
+        sSteps.fetch_add(1);
+        while (before >= 0 && sRebuilds.load() == before)
+            std::this_thread::yield();
+    });
+    std::thread producer([&] {
+        tProduces = true;
+        while (sRebuilds.load() >= 0)
+            Send(node, {1, 1});
+    });
+    std::minstd_rand random(1);
+    std::deque<SDS_TokenListener> listeners;
+    int refusals = 0;
+    while (listeners.size() < 500 && !HasFailure()) {
+        SDS_TokenListener& listener = listeners.emplace_back();
+        listener.SetName(node.GetID(), nullptr);
+        listener.SetType(2);
+        for (bool isRefused = true; isRefused;) {
+            const StRefusedAllocation refused(1 + static_cast<int>(random() % 4));
+            const ESDSError result = listener.SetTask(task.GetSDSTokenTask());
+            isRefused = refused.HasCome();
+            refusals += isRefused ? 1 : 0;
+            EXPECT_EQ(result, isRefused ? eSDSErr_OutOfMemory : eSDSErr_None);
+            const SDS_ActiveListenerList* const list = node.GetID()->mActiveList.load();
+            EXPECT_TRUE(list == nullptr || list->mGate.mBlock.Get() == 0) << "producers go round for ever";
+            const int steps = sSteps.load();
+            sRebuilds.fetch_add(1);
+            do {
+                std::this_thread::yield();
+            } while (steps > 0 && sSteps.load() == steps); // release builds have no such steps
+        }
+    }
+    SDS_TokenDispatcher::FreeActiveListenerList(node.GetID()); // lets go who goes round
+    sRebuilds.store(-1);
+    producer.join();
+    SDS_TokenDispatcher::SetInterleavingHook(nullptr);
+    const AllocationCounter allocations;
+    const SDS_TokenTask probe; // a DLL's allocations are its own
+    EXPECT_EQ(refusals > 100, allocations.Count() > 0);
 }
 
 INSTANTIATE_TEST_SUITE_P(Cells, TokenFire, testing::Bool(),

@@ -1,6 +1,7 @@
 #include "Support/AllocationCounter.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdlib>
 #include <new>
 
@@ -32,6 +33,27 @@ void* operator new(std::size_t iSize)
 
 // std::stable_sort asks this way. The sanitizers bring one of their own, whose memory the deletes below may not take.
 void* operator new(std::size_t iSize, const std::nothrow_t&) noexcept { return Allocate(iSize); }
+
+// Over-aligned: what malloc gave stands before what it is used as.
+void* operator new(std::size_t iSize, std::align_val_t iAlignment, const std::nothrow_t&) noexcept
+{
+    const auto alignment = static_cast<std::size_t>(iAlignment);
+    char* const memory = static_cast<char*>(Allocate(iSize + alignment));
+    if (memory == nullptr) return nullptr;
+    void** const aligned =
+        reinterpret_cast<void**>(memory + alignment - reinterpret_cast<std::uintptr_t>(memory) % alignment);
+    aligned[-1] = memory;
+    return aligned;
+}
+void* operator new(std::size_t iSize, std::align_val_t iAlignment)
+{
+    if (void* const memory = ::operator new(iSize, iAlignment, std::nothrow)) return memory;
+    throw std::bad_alloc();
+}
+void operator delete(void* iMemory, std::align_val_t) noexcept
+{
+    if (iMemory != nullptr) Release(static_cast<void**>(iMemory)[-1]);
+}
 
 void operator delete(void* iMemory) noexcept { Release(iMemory); }
 void operator delete(void* iMemory, std::size_t) noexcept { Release(iMemory); }

@@ -11,7 +11,7 @@
 //
 // A test program that uses it lists ../Support/AllocationCounter.cpp among its sources: that file replaces the
 // program's operator new. On Linux the library's allocations are counted as well; a Windows DLL has an operator new of
-// its own, and there only what the headers' inline code allocates is counted, or refused. Over-aligned allocations are not.
+// its own, and there only what the headers' inline code allocates is counted, or refused.
 #pragma once
 
 #include <cstddef>
@@ -51,4 +51,5 @@ public:
         AllocationCounter::sRefused = AllocationCounter::sAllocations + iNth;
     }
     ~StRefusedAllocation() { AllocationCounter::sRefused = 0; }
+    bool HasCome() const { return AllocationCounter::sAllocations >= AllocationCounter::sRefused; }
 };

@@ -12,6 +12,8 @@
 // a list that is retired, free or in use elsewhere; lists are never handed back to the allocator, and its use goes
 // away again. Nobody ever waits.
 //
+// Invariant: the block is 1 while the list is free and 0 before a pointer leads to it.
+//
 // Shared words: the pointer is written by the retiring side; the uses by everybody; the block by the retiring side.
 #pragma once
 
@@ -51,6 +53,10 @@ struct SDS_BasicListGate
         mBlock.Subtract();
         return false;
     }
+
+    // For a list that was taken for use and that no pointer has led to since: it is blocked, and free, however many count
+    // themselves in just now. They come late, find that their pointer leads elsewhere, and leave.
+    void Close() { mBlock.Add(); }
 
     // Before the list is used anew.
     void Reopen() { mBlock.Subtract(); }

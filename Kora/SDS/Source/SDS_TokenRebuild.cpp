@@ -52,10 +52,11 @@ void FreeListsUnlessBatching()
     if (State::fBatchRebuildActiveListenerList.count == 0) TryToFreeActiveListenerLists();
 }
 
-// A list that no node points at yet goes back; nobody has seen it.
+// A list that no node points at yet goes back. Producers may count themselves in even so: those who are late from its life
+// before.
 void Discard(SDS_ActiveListenerList& ioList)
 {
-    ioList.mGate.TryToClose();
+    ioList.mGate.Close();
     SDS_ActiveListenerList::Recycle(ioList);
 }
 
