@@ -349,6 +349,30 @@ TEST_F(TokenDispatch, ABudgetEndsAfterTheTokenInHand)
     EXPECT_EQ(Drain().size(), 6u);
 }
 
+// One comes at each step of delivery that can be forced; a budget that is used up gets one token all the same, the newest is
+// not lost.
+TEST_F(TokenDispatch, NewerTokensDoNotKeepALatestListenerFromItsNext)
+{
+    static SDS_IName* sNode = nullptr;
+    static int sSent = 0;
+    sNode = &mA;
+    const Recorder latest(&mTask, mA, mLog, {0, 0, true});
+    Send(mA, {1, 1, 0});
+    SDS_TokenDispatcher::SetInterleavingHook([] {
+        static bool sSending = false;
+        if (std::exchange(sSending, true)) return;
+        if (sSent < 100) Send(*sNode, {1, 1, ++sSent});
+        sSending = false;
+    });
+    mTask.ProcessTokens(-1, Time_Sample(0), 0);
+    SDS_TokenDispatcher::SetInterleavingHook(nullptr);
+    EXPECT_EQ(mLog.size(), 1u);
+    EXPECT_LT(sSent, 10);
+    if (sSent > 0) { // a build with such steps
+        EXPECT_EQ(Drain(), Log({sSent}));
+    }
+}
+
 TEST_F(TokenDispatch, AHandlerThatThrowsLosesItsTokenOnly)
 {
     const Listener thrower(&mTask, mA, {}, [&](const TestToken& iToken) {

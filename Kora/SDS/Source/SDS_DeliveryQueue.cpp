@@ -8,12 +8,51 @@
 #include "OstrelPlatformSupport/IPSSyncPrim.h"
 
 #include <algorithm>
+#include <iterator>
 #include <new>
 #include <thread>
+#include <utility>
 
 namespace {
 
 SDS_QueueBlock* sFreeBlocks = nullptr; // under the dispatcher's section
+
+Cmn_UInt64 NumberOf(const PSAtomicQueueLink& iLink)
+{
+    return static_cast<const SDS_DeliveryElement&>(iLink).mNumber;
+}
+
+// Of two chains whose numbers descend, one.
+PSAtomicQueueLink* Merged(PSAtomicQueueLink* iA, PSAtomicQueueLink* iB)
+{
+    PSAtomicQueueLink* first = nullptr;
+    PSAtomicQueueLink** end = &first;
+    while (iA != nullptr && iB != nullptr) {
+        PSAtomicQueueLink*& higher = NumberOf(*iA) > NumberOf(*iB) ? iA : iB;
+        *end = higher;
+        end = &higher->next;
+        higher = *end;
+    }
+    *end = iA != nullptr ? iA : iB;
+    return first;
+}
+
+PSAtomicQueueLink* SortedByDescendingNumber(PSAtomicQueueLink* iChain)
+{
+    // Sorted chains of 1, 2, 4 … elements; the last one takes what is beyond all the pool's cells.
+    PSAtomicQueueLink* sorted[17] = {};
+    while (iChain != nullptr) {
+        PSAtomicQueueLink* link = std::exchange(iChain, iChain->next);
+        link->next = nullptr;
+        std::size_t size = 0;
+        for (; size + 1 < std::size(sorted) && sorted[size] != nullptr; ++size)
+            link = Merged(std::exchange(sorted[size], nullptr), link);
+        sorted[size] = Merged(sorted[size], link);
+    }
+    for (PSAtomicQueueLink* const chain : sorted)
+        iChain = Merged(chain, iChain);
+    return iChain;
+}
 
 } // namespace
 
@@ -98,15 +137,9 @@ bool SDS_DeliveryQueue::HeadIsSettled() const
 SDS_DeliveryElement* SDS_DeliveryQueue::TakeNext(SDS_ReleaseBatch& ioBatch, SDS_TokenListener*& oListener)
 {
     for (;;) {
-        if (!HeadIsSettled()) {
-            // Read before the queue is drained: what was sent before a token with a number up to this has arrived then.
-            mSettled = mBlock->mNumber.load();
-            SDS_InterleavingPoint();
-            Drain(ioBatch);
-            if (mHead == nullptr) break;
-            if (mHead->mNumber > mSettled) continue;
-        }
+        if (!HeadIsSettled()) Look(ioBatch);
         SDS_DeliveryElement* const element = mHead;
+        if (element == nullptr) break;
         Unlink(*element);
         oListener = element->mActiveListener->mListener.load(std::memory_order_acquire);
         if (oListener != nullptr) return element;
@@ -116,7 +149,23 @@ SDS_DeliveryElement* SDS_DeliveryQueue::TakeNext(SDS_ReleaseBatch& ioBatch, SDS_
     return nullptr;
 }
 
-void SDS_DeliveryQueue::Drain(SDS_ReleaseBatch& ioBatch)
+// Drains the queue until the first pending token is settled: twice at most.
+void SDS_DeliveryQueue::Look(SDS_ReleaseBatch& ioBatch)
+{
+    // Read before the queue is drained: what was sent before a token with a number up to this has arrived then.
+    mSettled = mBlock->mNumber.load();
+    SDS_InterleavingPoint();
+    Drain(ioBatch, nullptr);
+    if (mHead == nullptr || mHead->mNumber <= mSettled) return;
+    // Sent meanwhile. What was sent before it arrives now. Newer ones for its own listener wait, so that it is handed out
+    // however fast they follow.
+    mSettled = mHead->mNumber;
+    SDS_InterleavingPoint();
+    Drain(ioBatch, mHead->mActiveListener);
+}
+
+// iPassedOver: whose mailbox is left for the next look; null for nobody's.
+void SDS_DeliveryQueue::Drain(SDS_ReleaseBatch& ioBatch, const SDS_ActiveListener* iPassedOver)
 {
     PSAtomicQueueLink* link = mBlock->mInbound.Drain();
     if (link == nullptr) return;
@@ -127,6 +176,8 @@ void SDS_DeliveryQueue::Drain(SDS_ReleaseBatch& ioBatch)
         link = link->next;
         if (element.mKind == SDS_DeliveryElement::Kind::eToken) {
             Arrive(element, ioBatch);
+        } else if (element.mActiveListener == iPassedOver) {
+            mBlock->mInbound.Push(element);
         } else {
             *noticesEnd = &element;
             noticesEnd = &element.next;
@@ -135,14 +186,19 @@ void SDS_DeliveryQueue::Drain(SDS_ReleaseBatch& ioBatch)
     *noticesEnd = nullptr;
     SDS_InterleavingPoint();
     // Only now: a mailbox may hold a token that was sent after others of this drain.
+    PSAtomicQueueLink* mail = nullptr;
     while (notices != nullptr) {
         // A notice may be queued anew as soon as its mailbox is taken.
         SDS_DeliveryElement& notice = *static_cast<SDS_DeliveryElement*>(notices);
         notices = notice.next;
         SDS_ActiveListenerList& list = *notice.mList;
-        TakeMailbox(*notice.mActiveListener, ioBatch);
+        if (SDS_DeliveryElement* const content = TakeMailbox(*notice.mActiveListener, ioBatch)) {
+            content->next = mail;
+            mail = content;
+        }
         ioBatch.ReleaseUse(list);
     }
+    if (mail != nullptr) PlaceMail(mail);
     GrowPool();
 }
 
@@ -173,28 +229,37 @@ void SDS_DeliveryQueue::Drop(SDS_DeliveryElement& ioOlder, SDS_DeliveryElement& 
     ioBatch.Release(ioOlder);
 }
 
-void SDS_DeliveryQueue::TakeMailbox(SDS_ActiveListener& ioActive, SDS_ReleaseBatch& ioBatch)
+// The token in the mailbox, which drops the older one; null when there is none or a newer one has been handed out.
+SDS_DeliveryElement* SDS_DeliveryQueue::TakeMailbox(SDS_ActiveListener& ioActive, SDS_ReleaseBatch& ioBatch)
 {
     SDS_DeliveryElement* const content = ioActive.mMailbox.Take();
-    if (content == nullptr) return;
+    if (content == nullptr) return nullptr;
     SDS_DeliveryElement* const older = ioActive.mNewestPending;
     // A token that was queued since the priority was raised is the newer one.
     const bool overtaken = older != nullptr && older->mNumber >= content->mNumber;
     SDS_TokenListener* const listener = ioActive.mListener.load(std::memory_order_acquire);
     if (overtaken || listener == nullptr || listener->IsOvertaken(content->mNumber)) {
         ioBatch.Release(*content);
-        return;
+        return nullptr;
     }
     listener->NoteMail(content->mNumber);
     if (older != nullptr) Drop(*older, *content, ioBatch);
-    SDS_DeliveryElement* next = nullptr;
-    for (SDS_DeliveryElement* before = mTail; before != nullptr && before->mNumber >= content->mNumber;
-         before = before->mPrevious)
-    {
-        next = before;
-    }
-    InsertBefore(*content, next, true);
     ioActive.mNewestPending = content;
+    return content;
+}
+
+// Each before the first pending token with the same number or a higher one: one walk for all of them.
+void SDS_DeliveryQueue::PlaceMail(PSAtomicQueueLink* iMail)
+{
+    SDS_DeliveryElement* next = nullptr;
+    SDS_DeliveryElement* before = mTail;
+    for (PSAtomicQueueLink* link = SortedByDescendingNumber(iMail); link != nullptr;) {
+        SDS_DeliveryElement& content = *static_cast<SDS_DeliveryElement*>(std::exchange(link, link->next));
+        for (; before != nullptr && before->mNumber >= content.mNumber; before = before->mPrevious)
+            next = before;
+        InsertBefore(content, next, true);
+        next = &content;
+    }
 }
 
 // Null: at the end.

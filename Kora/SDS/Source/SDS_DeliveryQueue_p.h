@@ -6,7 +6,11 @@
 // Order. The block counts the tokens for latest listeners. Such a token carries the count with itself, an ordinary one
 // the count that it finds. A latest listener's token waits in its mailbox, not in the queue, so its place is found when
 // it is taken: before the first token with the same number or a higher one. One sent while the queue was being drained
-// waits for the next look, since tokens sent before it may be in the queue by now.
+// waits for a second drain, since tokens sent before it may be in the queue by now; that one leaves its listener's mailbox
+// alone, so there is no third.
+//
+// Work. A look into the queue takes over all that came in, at most the pool's cells, and places the mail with one walk
+// along the pending list; each token is taken over once.
 //
 // Shared words: mInbound and mNumber are written by producers, mInbound also by the consumer; the closing of mInbound,
 // mPriority and mEvent are written under the dispatcher's section or by the task's owner; mSignalling by producers.
@@ -112,10 +116,12 @@ public:
     const SDS_DeliveryElement* GetFirstPending() const { return mHead; }
 
 private:
-    void Drain(SDS_ReleaseBatch& ioBatch);
+    void Look(SDS_ReleaseBatch& ioBatch);
+    void Drain(SDS_ReleaseBatch& ioBatch, const SDS_ActiveListener* iPassedOver);
     void Arrive(SDS_DeliveryElement& ioElement, SDS_ReleaseBatch& ioBatch);
     void Drop(SDS_DeliveryElement& ioOlder, SDS_DeliveryElement& iNewer, SDS_ReleaseBatch& ioBatch);
-    void TakeMailbox(SDS_ActiveListener& ioActive, SDS_ReleaseBatch& ioBatch);
+    SDS_DeliveryElement* TakeMailbox(SDS_ActiveListener& ioActive, SDS_ReleaseBatch& ioBatch);
+    void PlaceMail(PSAtomicQueueLink* iMail);
     void InsertBefore(SDS_DeliveryElement& ioElement, SDS_DeliveryElement* ioNext, bool iIsLatest);
     bool HeadIsSettled() const;
     void Unlink(SDS_DeliveryElement& ioElement);
@@ -128,5 +134,5 @@ private:
     SDS_DeliveryElement* mTail = nullptr;
     std::atomic<Cmn_UInt32> mPendingCount{0}; // written by the consumer
     Cmn_UInt32 mLatestPending = 0;            // of them, those for latest listeners
-    Cmn_UInt64 mSettled = 0;                  // the block's number before the last drain
+    Cmn_UInt64 mSettled = 0; // all that belongs before a pending token of this number has arrived
 };
