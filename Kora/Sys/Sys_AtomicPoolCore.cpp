@@ -52,12 +52,15 @@ unsigned Sys_AtomicPoolCore::GetCellCount(unsigned iClass) const
     return iClass < mClassCount ? mClasses[iClass]->mBlockCount * mClasses[iClass]->mBlockCells : 0;
 }
 
-void Sys_AtomicPoolCore::NoteFewCells(Class& ioClass, unsigned iLeft)
+// Hints are looked at before they are written, so that a pool which stays low does not take the line from its readers.
+void Sys_AtomicPoolCore::NoteFewCells(unsigned iClass, unsigned iLeft)
 {
-    if (iLeft == 0 && !ioClass.mExhausted) ioClass.mExhausted = true;
-    // Looked at before it is written, so that a pool which stays low does not take the line from its readers.
-    if (ioClass.mBlockCount < Sys_CellStack::cMaxBlocks && !mRunningLow) mRunningLow = true;
+    if (iLeft < mClasses[iClass]->mScarceCells && !IsScarce(iClass)) mScarceClasses.fetch_or(1u << iClass);
+    if (mClasses[iClass]->mBlockCount < Sys_CellStack::cMaxBlocks && !mRunningLow) mRunningLow = true;
 }
+
+// Who takes cells meanwhile and finds few left sets the hint again, now or with the next one.
+void Sys_AtomicPoolCore::NoteEnoughCells(unsigned iClass) { mScarceClasses.fetch_and(~(1u << iClass)); }
 
 Cmn_UInt32 Sys_AtomicPoolCore::GrowIfLow()
 {
@@ -90,7 +93,8 @@ bool Sys_AtomicPoolCore::AddBlock(unsigned iClass)
             Prefix{this, static_cast<Cmn_UInt16>(iClass), static_cast<Cmn_UInt16>(index)};
     }
     itsClass.mBlockCount = block + 1; // before the cells, so that no more are free than there are
-    itsClass.mExhausted = false;
+    itsClass.mShareLeft.fetch_add(itsClass.mBlockCells / cShareOfBatches);
+    NoteEnoughCells(iClass);
     itsClass.mFree.AddBlock(block, memory, itsClass.mBlockCells);
     return true;
 }

@@ -4,9 +4,11 @@
 //
 // Invariants: (1) a cell is on its class's free stack, in one batch, or with one owner  (2) a cell never moves, and its
 //             memory lives as long as the pool  (3) a class has at most 16 blocks, all of as many cells as the first.
-// Words:      each class's stack has its head on a line of its own (Sys_BasicCellStack). mRunningLow and a class's
-//             mExhausted are hints that are written only when a class has few cells left; one that comes late costs
-//             time, never a cell. mGrowing is held by the one thread that adds blocks.
+//             (4) all batches together hold fewer than a 64th of a class's cells, and each what its share allows.
+// Words:      each class's stack has its head on a line of its own (Sys_BasicCellStack), and so has the number of cells
+//             that batches may still hold. mRunningLow and mScarceClasses are hints that are written only when a class
+//             comes to have few cells left or has enough again; one that comes late costs time, never a cell. mGrowing
+//             is held by the one thread that adds blocks.
 // Threads:    any, but for construction and destruction. A batch belongs to one thread.
 // Real time:  only GrowIfLow allocates, and nothing locks, waits or throws after construction.
 #pragma once
@@ -77,6 +79,7 @@ public:
 
 private:
     static constexpr unsigned cMaxClasses = 8;
+    static constexpr unsigned cShareOfBatches = 64; // the part of a class's cells that all batches may hold
 
     // Stands before each cell; written before the cell is published, and never again.
     struct alignas(16) Prefix
@@ -92,14 +95,18 @@ private:
         Class(std::size_t iStride, unsigned iBlockCells)
             : mBlockCells(iBlockCells)
             , mFewCells((std::max)(iBlockCells / 8, 1u))
+            , mScarceCells((std::max)(iBlockCells / 32, 1u))
             , mFree(iStride)
         {
         }
+        Cmn_UInt32 TakeShare();
         const unsigned mBlockCells;
-        const unsigned mFewCells; // the class runs low with fewer free ones
+        const unsigned mFewCells;    // the class runs low with fewer free ones
+        const unsigned mScarceCells; // batches hold nothing with fewer free ones
         std::atomic<unsigned> mBlockCount{0};
-        std::atomic<bool> mExhausted{false};
-        Sys_CellStack mFree; // last: ends with the line that all write
+        Sys_CellStack mFree; // ends with the line that all write
+        // What is left to batches. Written by consumers, about twice for each batch.
+        alignas(cPSCacheLineBytes) std::atomic<Cmn_UInt32> mShareLeft{0};
     };
 
     // Null, after an assertion, for what is no cell of this pool.
@@ -109,8 +116,13 @@ private:
         const Prefix* const prefix = static_cast<const Prefix*>(iCell) - 1;
         return Cmn_ASSERT(prefix->mPool == this) ? prefix : nullptr;
     }
-    static void Return(Class& ioClass, const Cmn_UInt16* iCells, unsigned iCount);
-    KORA_API void NoteFewCells(Class& ioClass, unsigned iLeft);
+    bool IsScarce(unsigned iClass) const
+    {
+        return (mScarceClasses.load(std::memory_order_relaxed) >> iClass & 1) != 0; // relaxed: a hint
+    }
+    void Return(unsigned iClass, const Cmn_UInt16* iCells, unsigned iCount);
+    KORA_API void NoteFewCells(unsigned iClass, unsigned iLeft);
+    KORA_API void NoteEnoughCells(unsigned iClass);
     bool AddBlock(unsigned iClass);
 
     // Read-mostly: nothing here is written while there are cells enough.
@@ -119,6 +131,7 @@ private:
     std::size_t mCellBytes[cMaxClasses] = {};
     std::unique_ptr<Class> mClasses[cMaxClasses];
     std::atomic<bool> mRunningLow{false};
+    std::atomic<Cmn_UInt32> mScarceClasses{0}; // a bit each
     std::atomic<bool> mGrowing{false};
 };
 
@@ -135,14 +148,25 @@ public:
     Batch& operator=(const Batch&) = delete;
 
     void Free(void* iCell);
+    void ReturnScarce();
     void Flush();
 
 private:
     struct Held
     {
         unsigned mCount = 0;
+        unsigned mShare = 0; // taken from the class's
+        bool mHasReturned = false;
         Cmn_UInt16 mCells[Sys_CellStack::cMaxBatch];
     };
+    void Return(unsigned iClass)
+    {
+        Held& held = mHeld[iClass];
+        if (held.mCount > 0) mPool.Return(iClass, held.mCells, held.mCount);
+        held.mCount = 0;
+        held.mHasReturned = true;
+    }
+
     Sys_AtomicPoolCore& mPool;
     Held mHeld[cMaxClasses];
 };
@@ -161,24 +185,36 @@ std::size_t Sys_AtomicPoolCore::AllocateMany(std::size_t iBytes, T** oCells, std
     unsigned left = 0;
     const unsigned taken = fitting.mFree.Pop(indices, wanted, left);
     if (left < fitting.mFewCells) [[unlikely]]
-        NoteFewCells(fitting, left);
+        NoteFewCells(fit, left);
     for (unsigned i = 0; i < taken; ++i)
         oCells[i] = static_cast<T*>(static_cast<void*>(fitting.mFree.Locate(indices[i]) + sizeof(Prefix)));
     return taken;
 }
 
-inline void Sys_AtomicPoolCore::Return(Class& ioClass, const Cmn_UInt16* iCells, unsigned iCount)
+inline void Sys_AtomicPoolCore::Return(unsigned iClass, const Cmn_UInt16* iCells, unsigned iCount)
 {
-    // Before the push: who takes these cells and finds none left sets the hint again.
-    if (ioClass.mExhausted.load(std::memory_order_relaxed))
-        ioClass.mExhausted.store(false); // relaxed: a hint
-    ioClass.mFree.Push(iCells, iCount);
+    Class& itsClass = *mClasses[iClass];
+    const unsigned free = itsClass.mFree.Push(iCells, iCount);
+    if (IsScarce(iClass) && free >= itsClass.mScarceCells) [[unlikely]]
+        NoteEnoughCells(iClass);
+}
+
+// Half of what is left, so that the batches of several tasks each have some. 0: none is left.
+inline Cmn_UInt32 Sys_AtomicPoolCore::Class::TakeShare()
+{
+    Cmn_UInt32 left =
+        mShareLeft.load(std::memory_order_relaxed); // relaxed: a number, which publishes nothing
+    Cmn_UInt32 share = 0;
+    do {
+        share = std::min<Cmn_UInt32>((left + 1) / 2, Sys_CellStack::cMaxBatch);
+    } while (share > 0 && !mShareLeft.compare_exchange_weak(left, left - share));
+    return share;
 }
 
 inline void Sys_AtomicPoolCore::Free(void* iCell)
 {
     const Prefix* const prefix = OwnPrefix(iCell);
-    if (prefix != nullptr) Return(*mClasses[prefix->mClass], &prefix->mIndex, 1);
+    if (prefix != nullptr) Return(prefix->mClass, &prefix->mIndex, 1);
 }
 
 inline void Sys_AtomicPoolCore::Batch::Free(void* iCell)
@@ -186,20 +222,30 @@ inline void Sys_AtomicPoolCore::Batch::Free(void* iCell)
     const Prefix* const prefix = mPool.OwnPrefix(iCell);
     if (prefix == nullptr) return;
 
-    Class& itsClass = *mPool.mClasses[prefix->mClass];
-    Held& held = mHeld[prefix->mClass];
+    const unsigned itsClass = prefix->mClass;
+    Held& held = mHeld[itsClass];
     held.mCells[held.mCount++] = prefix->mIndex;
-    const bool isWaitedFor = itsClass.mExhausted.load(std::memory_order_relaxed); // relaxed: a hint
-    if (held.mCount < Sys_CellStack::cMaxBatch && !isWaitedFor) return;
-    Return(itsClass, held.mCells, held.mCount);
-    held.mCount = 0;
+    // The first one goes back alone: most batches have no other, and take no share.
+    if (held.mShare == 0 && held.mHasReturned) held.mShare = mPool.mClasses[itsClass]->TakeShare();
+    if (held.mCount >= held.mShare || mPool.IsScarce(itsClass)) Return(itsClass);
+}
+
+// For a consumer that is about to be busy with something else.
+inline void Sys_AtomicPoolCore::Batch::ReturnScarce()
+{
+    Cmn_UInt32 scarce = mPool.mScarceClasses.load(std::memory_order_relaxed); // relaxed: a hint
+    for (unsigned i = 0; scarce != 0; ++i, scarce >>= 1) {
+        if ((scarce & 1) != 0) Return(i);
+    }
 }
 
 inline void Sys_AtomicPoolCore::Batch::Flush()
 {
     for (unsigned i = 0; i < mPool.mClassCount; ++i) {
-        if (mHeld[i].mCount == 0) continue;
-        Return(*mPool.mClasses[i], mHeld[i].mCells, mHeld[i].mCount);
-        mHeld[i].mCount = 0;
+        Held& held = mHeld[i];
+        if (held.mCount > 0) Return(i);
+        if (held.mShare > 0) mPool.mClasses[i]->mShareLeft.fetch_add(held.mShare);
+        held.mShare = 0;
+        held.mHasReturned = false;
     }
 }

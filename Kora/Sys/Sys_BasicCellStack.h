@@ -49,8 +49,8 @@ public:
     // free. oLeft: free cells that it left.
     unsigned Pop(Cmn_UInt16* oCells, unsigned iWanted, unsigned& oLeft);
 
-    // Returns iCount cells (1 or more); the first one becomes the top.
-    void Push(const Cmn_UInt16* iCells, unsigned iCount);
+    // Returns iCount cells (1 or more), the first one becomes the top; how many are free then.
+    unsigned Push(const Cmn_UInt16* iCells, unsigned iCount);
 
     // Publishes block iBlock of iCount cells (1 to cMaxCellsInBlock) at iMemory and pushes them in their order.
     void AddBlock(unsigned iBlock, std::byte* iMemory, unsigned iCount);
@@ -75,7 +75,7 @@ private:
     {
         return (((iBefore >> 32) + 1) << 32) | static_cast<Cmn_UInt64>(iFree) << 16 | iTop;
     }
-    void PushLinked(Cmn_UInt16 iFirst, Cmn_UInt16 iLast, unsigned iCount);
+    unsigned PushLinked(Cmn_UInt16 iFirst, Cmn_UInt16 iLast, unsigned iCount);
 
     // Read-mostly, apart from the head that all write.
     const std::size_t mStride;
@@ -107,11 +107,11 @@ unsigned Sys_BasicCellStack<TAtomic>::Pop(Cmn_UInt16* oCells, unsigned iWanted, 
 }
 
 template <template <class> class TAtomic>
-void Sys_BasicCellStack<TAtomic>::Push(const Cmn_UInt16* iCells, unsigned iCount)
+unsigned Sys_BasicCellStack<TAtomic>::Push(const Cmn_UInt16* iCells, unsigned iCount)
 {
     for (unsigned i = 0; i + 1 < iCount; ++i)
         mLinks[iCells[i]].store(iCells[i + 1], std::memory_order_relaxed); // published by the head
-    PushLinked(iCells[0], iCells[iCount - 1], iCount);
+    return PushLinked(iCells[0], iCells[iCount - 1], iCount);
 }
 
 template <template <class> class TAtomic>
@@ -125,10 +125,11 @@ void Sys_BasicCellStack<TAtomic>::AddBlock(unsigned iBlock, std::byte* iMemory, 
 }
 
 template <template <class> class TAtomic>
-void Sys_BasicCellStack<TAtomic>::PushLinked(Cmn_UInt16 iFirst, Cmn_UInt16 iLast, unsigned iCount)
+unsigned Sys_BasicCellStack<TAtomic>::PushLinked(Cmn_UInt16 iFirst, Cmn_UInt16 iLast, unsigned iCount)
 {
     Cmn_UInt64 head = mHead.load();
     do {
         mLinks[iLast].store(TopOf(head), std::memory_order_relaxed); // published by the head
     } while (!mHead.compare_exchange_weak(head, Successor(head, FreeOf(head) + iCount, iFirst)));
+    return FreeOf(head) + iCount;
 }

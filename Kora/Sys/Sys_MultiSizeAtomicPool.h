@@ -5,7 +5,7 @@
 //   pool.Free(cell);
 //
 //   Sys_MultiSizeAtomicPool<Element>::Batch done(pool);    // a consumer that returns many
-//   done.Free(cell);                                       // goes back with 31 others, or at the end of the batch
+//   done.Free(cell);                                       // goes back with others, or at the end of the batch
 //
 // Units:      bytes of an object; classes count from 0, the smallest.
 // Invariants: a cell lies at a multiple of 16 and belongs to its taker until it is returned, once, by hand or batch.
@@ -51,7 +51,7 @@ public:
     // Asserts, and does nothing, for null and for another pool's cell.
     void Free(T* iCell) { Sys_AtomicPoolCore::Free(iCell); }
 
-    // True once a class that may still grow has fewer than an eighth of a block free, until somebody grows it.
+    // True once a class that may still grow runs low, with fewer than an eighth of a block free, until somebody grows it.
     using Sys_AtomicPoolCore::IsRunningLow;
     // Adds a block to each class that is low, up to 16 blocks a class, and returns how many it added: 0 when none is
     // low, another thread is at it, or there is no memory. For consumers that may allocate.
@@ -64,8 +64,11 @@ public:
     using Sys_AtomicPoolCore::IsLockFree;
 };
 
-// Collects cells that one consumer returns: 32 of a class go back together. While a class has no free cell, each goes
-// back at once. The last ones go back with Flush, or with the batch's end.
+// Collects cells that one consumer returns, so that several of a class go back together: the cell freed last has its lines
+// in another core's cache. All batches of the pool hold less than a 64th of a class's cells between them. A batch takes half
+// of what is left of that, and 32 at most, when it returns its second cell, and gives it up with Flush: of a class of 1000
+// cells the first batch returns 8 together, the next 4, 2 and 1. While a class is scarce, with fewer than a 32nd of a block
+// free, each cell goes back at once. The last ones go back with Flush, or with the batch's end.
 template <class T>
 class Sys_MultiSizeAtomicPool<T>::Batch : private Sys_AtomicPoolCore::Batch
 {
@@ -76,4 +79,6 @@ public:
     }
     void Free(T* iCell) { Sys_AtomicPoolCore::Batch::Free(iCell); }
     using Sys_AtomicPoolCore::Batch::Flush;
+    // Returns what it holds of scarce classes: for a consumer that is about to be busy with something else.
+    using Sys_AtomicPoolCore::Batch::ReturnScarce;
 };

@@ -10,6 +10,7 @@
 #include "Support/AllocationCounter.h"
 
 #include <array>
+#include <atomic>
 #include <deque>
 #include <list>
 #include <memory>
@@ -231,6 +232,43 @@ TEST_F(TokenDispatch, AFullPoolServesTheFirstListenersAndIsWholeAgainAfterwards)
     EXPECT_EQ(SDS_TokenDispatcher::GetTokenPoolGrowCount(), grown);
 }
 
+// Six audio tasks, each inside the handler of its last token, have finished with the others.
+TEST_F(TokenDispatch, FinishedCellsCanBeSentWhileHandlersRun)
+{
+    constexpr unsigned cLargest = 3, cEach = 30;
+    struct Large
+    {
+        TestToken token;
+        char rest[1080 - sizeof(TestToken)] = {};
+    } large{
+        {1,         1},
+        {         }
+    };
+    large.token.header.size = sizeof(large);
+    const SDS_TokenPool& pool = SDS_TokenDispatcher::GetTokenPool();
+    const Recorder waits(&mTask, mB, mLog);
+    std::deque<RunningTask> tasks;
+    std::deque<Listener> listeners;
+    unsigned handled = 0, sent = 0;
+    const auto handle = [&](std::size_t iNext) {
+        if (++handled % cEach != 0) return;
+        if (iNext < tasks.size()) {
+            tasks[iNext].ProcessTokens(0, Time_Sample(0), 0);
+        } else {
+            while (mB.HandleToken(large.token.header) == eSDSErr_None)
+                ++sent;
+        }
+    };
+    for (std::size_t i = 1; i <= 6; ++i)
+        listeners.emplace_back(&tasks.emplace_back(16), mA, Hears{},
+                               [&handle, i](const TestToken&) { handle(i); });
+    for (unsigned i = 0; i < cEach; ++i)
+        EXPECT_EQ(mA.HandleToken(large.token.header), eSDSErr_None);
+    tasks[0].ProcessTokens(0, Time_Sample(0), 0);
+    EXPECT_GE(sent + 6, pool.GetCellCount(cLargest) - pool.GetCellCount(cLargest) / 64);
+    EXPECT_EQ(Drain().size(), sent);
+}
+
 TEST_F(TokenDispatch, WhatIsQueuedForAListenerThatGoesIsNeverHandedOut)
 {
     enum class Way { eDestroyed, eMoved, eTaskDestroyed, eTypeChanged };
@@ -384,6 +422,24 @@ TEST_F(TokenDispatch, AHandlerThatThrowsLosesItsTokenOnly)
     EXPECT_THROW(mTask.ProcessTokens(0, Time_Sample(0), 0), Cmn_Exception);
     EXPECT_EQ(mLog, Log({0}));
     std::thread([&] { EXPECT_EQ(Drain(), Log({2})) << "the section is free again"; }).join();
+}
+
+TEST_F(TokenDispatch, AListenerThatMovesHasLeftItsHandler)
+{
+    std::atomic<bool> handling{false}, moved{false};
+    Listener listener(&mTask, mA, {}, [&](const TestToken&) {
+        handling.store(true);
+        for (int i = 0; i < 20000 && !moved.load(); ++i)
+            std::this_thread::yield();
+        EXPECT_FALSE(moved.load());
+    });
+    Send(mA, {1, 1, 1});
+    std::thread consumer([&] { Drain(); });
+    while (!handling.load())
+        std::this_thread::yield();
+    listener.SetTask(nullptr);
+    moved.store(true);
+    consumer.join();
 }
 
 // A handler may send, and may take listeners away, its own token's too.

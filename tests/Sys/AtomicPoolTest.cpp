@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <deque>
 #include <limits>
 #include <random>
 #include <set>
@@ -130,37 +131,43 @@ TEST(AtomicPool, LivesWithoutMemoryForABlock)
     EXPECT_EQ(TakeAll(pool, 128).size(), 8u);
 }
 
-TEST(AtomicPool, BatchesReturn32AtOnceOrEachWhileAnyIsWaitedFor)
+TEST(AtomicPool, BatchesShareA64thOfAClassAndHoldNothingOfAScarceOne)
 {
     Pool pool = MakePool();
-    Cell* cells[40];
-    EXPECT_EQ(pool.AllocateMany(156, cells, 40), 32u);
-    EXPECT_EQ(pool.AllocateMany(156, cells + 32, 8), 8u);
-    EXPECT_EQ(pool.AllocateMany(156, cells, 0), 0u);
-    EXPECT_EQ(pool.GetFreeCount(1), 960u);
-    {
-        Pool::Batch batch(pool);
-        for (unsigned i = 0; i < 40; ++i) {
-            EXPECT_EQ(pool.GetFreeCount(1), i < 32 ? 960u : 992u);
-            batch.Free(cells[i]);
+    std::vector<Cell*> cells(832);
+    EXPECT_EQ(pool.AllocateMany(156, cells.data(), 40), 32u);
+    EXPECT_EQ(pool.AllocateMany(156, cells.data(), 0), 0u);
+    for (std::size_t got = 32; got < cells.size();)
+        got += pool.AllocateMany(156, &cells[got], 32);
+    const auto free = [&](Pool::Batch& ioBatch) {
+        ioBatch.Free(cells.back());
+        cells.pop_back();
+        return 1000 - cells.size() - pool.GetFreeCount(1); // what all batches hold
+    };
+    for (int round = 0; round < 2; ++round) { // the shares of batches that have gone are there again
+        std::deque<Pool::Batch> batches;
+        std::size_t others = 0;
+        for (const unsigned together : {8u, 4u, 2u, 1u, 1u}) {
+            Pool::Batch& batch = batches.emplace_back(pool);
+            EXPECT_EQ(free(batch), others) << "the first one goes back alone";
+            for (unsigned i = 1; i < 2 * together; ++i)
+                EXPECT_EQ(free(batch), others + i % together);
+            others += together - 1;
         }
     }
-    EXPECT_EQ(pool.GetFreeCount(1), 1000u);
+    EXPECT_EQ(pool.GetFreeCount(1), 1000 - cells.size());
 
-    // Of the last ten only ten are given, and what a batch holds comes back as soon as the class is empty.
-    std::vector<Cell*> all(1000);
-    for (std::size_t got = 0; got < all.size();)
-        got += pool.AllocateMany(156, &all[got], 99);
     Pool::Batch batch(pool);
-    for (unsigned i = 0; i < 3; ++i) {
-        EXPECT_EQ(pool.Allocate(156), nullptr);
-        batch.Free(all[i]);
-        EXPECT_EQ(pool.GetFreeCount(1), 1u);
-        EXPECT_EQ(pool.Allocate(156), all[i]);
-    }
-    pool.Free(all[0]);
-    batch.Free(all[1]);
-    EXPECT_EQ(pool.GetFreeCount(1), 1u) << "one is free: the batch collects again";
+    for (std::size_t i = 0; i < 8; ++i)
+        EXPECT_EQ(free(batch), i);
+    while (pool.GetFreeCount(1) > 30)
+        cells.push_back(pool.Allocate(156));
+    EXPECT_EQ(free(batch), 0u) << "fewer than a 32nd";
+    EXPECT_EQ(free(batch), 1u) << "enough again";
+    while (pool.GetFreeCount(1) > 29)
+        cells.push_back(pool.Allocate(156));
+    batch.ReturnScarce();
+    EXPECT_EQ(pool.GetFreeCount(1), 1000 - cells.size());
 }
 
 TEST(AtomicPool, AssertsForWhatIsNoCellOfItsAndForSizesOutOfRange)

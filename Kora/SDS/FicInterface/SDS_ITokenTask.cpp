@@ -116,6 +116,7 @@ bool SDS_ITokenTask::ProcessTokens(Cmn_Int32 iBudgetMsec, const Time_Sample& iSa
         SDS_DeliveryElement* const element = mTask->DeliveryQueue()->TakeNext(batch, listener);
         if (element == nullptr) break;
         const StInHand inHand(batch, *element);
+        batch.ReturnScarce();
         taken = true;
         void* const taskVal = listener->GetTaskVal();
         SDS_TokenTracker::TrackTokenDelivery(mTask.get(), listener, taskVal, element->GetToken(),

@@ -73,6 +73,8 @@ public:
         mList = &ioList;
         ++mUses;
     }
+    // Before a handler, which may take its time.
+    void ReturnScarce() { mCells.ReturnScarce(); }
     void Flush()
     {
         mCells.Flush();
