@@ -1,6 +1,7 @@
 // Paths of three names amid few and many siblings, beside a hash map of whole paths and a list that is walked; and what
-// many siblings cost to make.
+// many siblings cost to make and to join.
 #include "Kora/SDS/Source/SDS_NameRegistry.h"
+#include "Kora/SDS/Source/SDS_TokenDispatcher.h"
 
 #include <benchmark/benchmark.h>
 
@@ -111,5 +112,32 @@ void Create_Kora(benchmark::State& ioState)
     }
 }
 BENCHMARK(Create_Kora)->Arg(10'000)->Unit(benchmark::kMillisecond);
+
+// So many names joined one by one, in a chain or with a hub, and parted again; in a pause, or each for itself.
+void JoinAndPart(benchmark::State& ioState, bool iPaused)
+{
+    const auto count = static_cast<std::size_t>(ioState.range(0));
+    const bool isStar = ioState.range(1) != 0;
+    const Siblings siblings(count);
+    const auto inTurn = [&](auto iCall) {
+        if (iPaused) SDS_TokenDispatcher::SetTokensPaused(true);
+        for (std::size_t i = 1; i < count; ++i)
+            iCall(siblings.names[isStar ? 0 : i - 1], nullptr, siblings.names[i], nullptr);
+        if (iPaused) SDS_TokenDispatcher::SetTokensPaused(false);
+    };
+    for (auto _ : ioState) {
+        inTurn(SDS_NameRegistry::ConnectNames);
+        inTurn(SDS_NameRegistry::DisconnectNames);
+    }
+}
+void JoinInAPause_Kora(benchmark::State& ioState) { JoinAndPart(ioState, true); }
+void JoinEach_Kora(benchmark::State& ioState) { JoinAndPart(ioState, false); }
+BENCHMARK(JoinInAPause_Kora)
+    ->ArgsProduct({
+        {1000, 8000},
+        {0,    1   }
+})
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK(JoinEach_Kora)->Args({1000, 0})->Args({8000, 0})->Iterations(1)->Unit(benchmark::kMillisecond);
 
 } // namespace

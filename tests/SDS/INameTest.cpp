@@ -70,6 +70,25 @@ TEST_F(IName, TheObjectIsSharedSetWhenItDiffersFromTheHandlesLastAndForgottenWit
     EXPECT_EQ(none.BreakAllConnections(), eSDSErr_None);
 }
 
+TEST_F(IName, AHandleWithoutANodeNeverMeansTheRoot)
+{
+    SDS_IName none(cNoName), name("iname"), root("");
+    const std::string before = SDS_NameRegistry::Dump();
+    EXPECT_EQ(name.ConnectTo(&none), eSDSErr_InvalidName);
+    EXPECT_EQ(none.ConnectTo(&name), eSDSErr_InvalidName);
+    EXPECT_EQ(none.ConnectTo(&none), eSDSErr_InvalidName);
+    name.ConnectTo(&root);
+    EXPECT_EQ(name.DisconnectFrom(&none), eSDSErr_InvalidName);
+    EXPECT_EQ(none.DisconnectFrom(&name), eSDSErr_InvalidName);
+    EXPECT_EQ(name.DisconnectFrom(&root), eSDSErr_None);
+    EXPECT_EQ(Thrown([&] { SDS_IName(&none, "child"); }).GetOSError(), eSDSErr_InvalidName);
+    EXPECT_EQ(Thrown([&] {
+                  SDS_ITokenListener(nullptr, &none, 0, 0, 0, 0, nullptr, false, false, 0);
+              }).GetOSError(),
+              eSDSErr_InvalidName);
+    EXPECT_EQ(SDS_NameRegistry::Dump(), before);
+}
+
 TEST_F(IName, BreakingAllConnectionsLeavesThoseOfOthers)
 {
     SDS_IName hub("iname/hub"), a("iname/a"), b("iname/b");

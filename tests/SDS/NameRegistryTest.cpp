@@ -141,32 +141,50 @@ TEST_F(NameRegistry, CountsStopAt32767AndARefusalChangesNothing)
         ASSERT_EQ(Registry::FreeName(full.GetID(), std::to_string(i).c_str()), eSDSErr_None);
 }
 
-TEST_F(NameRegistry, AChainOfAHundredThousandConnectedNodesIsWalkedWithoutRecursion)
+// Joined and parted one by one in a pause: were each to walk its closure, or the hub's connections, nobody would see the end.
+TEST_F(NameRegistry, AHundredThousandNodesAreJoinedInOnePauseAndWalkedWithoutRecursion)
 {
-    constexpr std::size_t cCount = 100000;
+    constexpr std::size_t cCount = 100000, cLeaves = 30000;
     Names names(cCount);
     for (std::size_t i = 0; i < cCount; ++i) {
         const std::string path = "chain/" + std::to_string(i % 100) + '/' + std::to_string(i);
         ASSERT_EQ(Registry::ReserveName(nullptr, path.c_str(), &names[i]), eSDSErr_None);
     }
-    // By halves, since each connection walks its own closure.
-    const auto forEachJoint = [&](std::size_t iWidth, auto iCall) {
-        for (std::size_t at = iWidth; at < cCount; at += 2 * iWidth)
-            ASSERT_EQ(iCall(names[at - 1], nullptr, names[at], nullptr), eSDSErr_None);
+    const auto inAPause = [&](auto iCall, SDS_Name* iHub, std::size_t iCount) {
+        SDS_TokenDispatcher::SetTokensPaused(true);
+        for (std::size_t i = 1; i < iCount; ++i) {
+            SDS_Name* const from = iHub != nullptr ? iHub : names[i - 1];
+            ASSERT_EQ(iCall(from, nullptr, names[i], nullptr), eSDSErr_None);
+        }
+        SDS_TokenDispatcher::SetTokensPaused(false);
     };
-    SDS_TokenDispatcher::SetTokensPaused(true);
-    for (std::size_t width = 1; width < cCount; width *= 2)
-        forEachJoint(width, &Registry::ConnectNames);
-    SDS_TokenDispatcher::SetTokensPaused(false);
+    inAPause(&Registry::ConnectNames, nullptr, cCount);
     Names found = Walked<SDS_ConnectionClosureIterator>(names[0]);
     std::reverse(found.begin(), found.end());
     EXPECT_EQ(found == names, true) << "from one end to the other, the start last";
-    SDS_TokenDispatcher::SetTokensPaused(true);
-    for (std::size_t width = 65536; width > 0; width /= 2)
-        forEachJoint(width, &Registry::DisconnectNames);
+    inAPause(&Registry::ConnectNames, names.back(), cLeaves); // a star on top
+    inAPause(&Registry::DisconnectNames, nullptr, cCount);
+    EXPECT_EQ(Walked<SDS_ConnectionClosureIterator>(names[1]).size(), cLeaves);
+    inAPause(&Registry::DisconnectNames, names.back(), cLeaves);
     for (SDS_Name* const name : names)
         ASSERT_EQ(Registry::FreeName(name, nullptr), eSDSErr_None);
-    SDS_TokenDispatcher::SetTokensPaused(false);
+}
+
+TEST_F(NameRegistry, ADeepTreeIsDumpedWithAnIndentThatEnds)
+{
+    constexpr std::size_t cDepth = 20000;
+    const std::size_t before = Registry::Dump().size();
+    Names names(cDepth + 1);
+    for (std::size_t i = 1; i <= cDepth; ++i)
+        ASSERT_EQ(Registry::ReserveName(names[i - 1], "n", &names[i]), eSDSErr_None);
+    const std::string text = Registry::Dump();
+    EXPECT_LT(text.size() - before, cDepth * 100);
+    for (const std::string& line : {"\n" + std::string(32, ' ') + "n  reserved 1, referenced 1, ",
+                                    "\n" + std::string(32, ' ') + "[17] n  reserved 1, referenced 1, ",
+                                    "\n" + std::string(32, ' ') + "[20000] n  reserved 1, referenced 0, "})
+        EXPECT_NE(text.find(line), std::string::npos) << line;
+    for (std::size_t i = cDepth; i > 0; --i)
+        ASSERT_EQ(Registry::FreeName(names[i], nullptr), eSDSErr_None);
 }
 
 TEST_F(NameRegistry, NamesComeAndGoWithoutAllocationOnceTheCellsAreThere)

@@ -54,6 +54,10 @@ void operator delete(void* iMemory, std::align_val_t) noexcept
 {
     if (iMemory != nullptr) Release(static_cast<void**>(iMemory)[-1]);
 }
+void operator delete(void* iMemory, std::size_t, std::align_val_t iAlignment) noexcept
+{
+    ::operator delete(iMemory, iAlignment);
+}
 
 void operator delete(void* iMemory) noexcept { Release(iMemory); }
 void operator delete(void* iMemory, std::size_t) noexcept { Release(iMemory); }

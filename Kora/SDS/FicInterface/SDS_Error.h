@@ -13,7 +13,7 @@ enum ESDSError : Cmn_Int32 {
     eSDSErr_NameNotFound = -9107,  // no such node; or FreeName of one that is not reserved
     eSDSErr_NotSupported = -9108,  // the iterator does not move that way
     eSDSErr_IteratorDone = -9109,  // Next on an iterator that is not valid
-    eSDSErr_InvalidName = -9110,   // a token or a rebuild without a node
+    eSDSErr_InvalidName = -9110,   // a token, a rebuild or a handle without a node
     eSDSErr_InvalidTask = -9111,   // no task
     eSDSErr_TokenPoolFull = -9113, // no cell for a copy; the listeners before have theirs
 };

@@ -10,6 +10,7 @@ SDS_IName::SDS_IName(const char* const iPath) { Reserve(nullptr, iPath); }
 
 SDS_IName::SDS_IName(const SDS_IName* iParent, const char* const iPath)
 {
+    if (iParent != nullptr && iParent->mID == nullptr) Sys_ThrowIfOSErr(eSDSErr_InvalidName);
     Reserve(iParent != nullptr ? iParent->mID : nullptr, iPath);
 }
 
@@ -55,14 +56,16 @@ void* SDS_IName::GetDataRef() const
 
 ESDSError SDS_IName::ConnectTo(const SDS_IName* iOther)
 {
-    return iOther != nullptr ? SDS_NameRegistry::ConnectNames(mID, nullptr, iOther->mID, nullptr)
-                             : eSDSErr_None;
+    if (iOther == nullptr) return eSDSErr_None;
+    if (mID == nullptr || iOther->mID == nullptr) return eSDSErr_InvalidName;
+    return SDS_NameRegistry::ConnectNames(mID, nullptr, iOther->mID, nullptr);
 }
 
 ESDSError SDS_IName::DisconnectFrom(const SDS_IName* iOther)
 {
-    return iOther != nullptr ? SDS_NameRegistry::DisconnectNames(mID, nullptr, iOther->mID, nullptr)
-                             : eSDSErr_None;
+    if (iOther == nullptr) return eSDSErr_None;
+    if (mID == nullptr || iOther->mID == nullptr) return eSDSErr_InvalidName;
+    return SDS_NameRegistry::DisconnectNames(mID, nullptr, iOther->mID, nullptr);
 }
 
 ESDSError SDS_IName::BreakAllConnections()

@@ -20,11 +20,12 @@ struct SDS_Token;
 class KORA_API SDS_IName
 {
 public:
-    // The node is made where it does not exist. Paths as in SDS_NameRegistry; null is no parent: from the root.
+    // The node is made where it does not exist. Paths as in SDS_NameRegistry; null is no parent: from the root. A parent that
+    // is a handle without a node throws eSDSErr_InvalidName.
     explicit SDS_IName(const char* const iPath);
     SDS_IName(const SDS_IName* iParent, const char* const iPath);
     SDS_IName(SDS_Name* iParent, const char* const iPath);
-    // Refers to a node that others hold, and holds nothing.
+    // Refers to a node that others hold, and holds nothing. Null: a handle without a node.
     explicit SDS_IName(SDS_Name* iName);
     virtual ~SDS_IName();
     SDS_IName(const SDS_IName&) = delete;
@@ -37,13 +38,14 @@ public:
     // Null when there is none.
     void* GetDataRef() const;
 
-    // A null argument is nothing, successfully.
+    // A null argument is nothing, successfully; a handle without a node, this one or the other, is eSDSErr_InvalidName. For
+    // many at once see SDS_NameRegistry::ConnectNames.
     ESDSError ConnectTo(const SDS_IName* iOther);
     ESDSError DisconnectFrom(const SDS_IName* iOther);
     // The last one's result.
     ESDSError BreakAllConnections();
 
-    // Stamps the token with this node and dispatches it.
+    // Stamps the token with this node and dispatches it; without a node: eSDSErr_InvalidName.
     ESDSError HandleToken(SDS_Token& ioToken);
 
 protected:

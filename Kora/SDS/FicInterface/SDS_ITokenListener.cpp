@@ -10,6 +10,7 @@ SDS_ITokenListener::SDS_ITokenListener(SDS_ITokenTask* iTask, SDS_IName* iName, 
                                        Cmn_Int32 iSubType, Cmn_Int32 iManufacturer, Cmn_Int32 iProtocol,
                                        void* iTaskVal, bool iCriticalFlag, bool iLatestFlag, Cmn_UInt32 iGoal)
 {
+    if (iName != nullptr && iName->GetID() == nullptr) Sys_ThrowIfOSErr(eSDSErr_InvalidName);
     const IPSSyncPrim::StEnter section(*SDS_TokenDispatcher::GetCriticalSection());
     mListener = std::make_unique<SDS_TokenListener>();
     Sys_ThrowIfOSErr(mListener->SetName(iName != nullptr ? iName->GetID() : nullptr, nullptr));
@@ -50,6 +51,9 @@ void SDS_ITokenListener::HandleToken(SDS_Token*) {}
 
 void SDS_ITokenListener::SetTask(SDS_ITokenTask* iTask)
 {
+    // The section of the task that is left: its handler may be in the middle of one of this listener's tokens, and its queue
+    // in the middle of one of its mailboxes.
+    const SDS_ITokenTask::StHaltProcessing halted(GetTask());
     const ESDSError result = mListener->SetTask(iTask != nullptr ? iTask->GetSDSTokenTask() : nullptr);
     mTask = iTask;
     Sys_ThrowIfOSErr(result);

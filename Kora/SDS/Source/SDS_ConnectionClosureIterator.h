@@ -9,7 +9,14 @@
 class KORA_API SDS_ConnectionClosureIterator : public SDS_CachingNameIterator
 {
 public:
-    explicit SDS_ConnectionClosureIterator(bool iHolds = true);
+    enum class Walk {
+        eHeld,
+        // The dispatcher's: without holds, so that nodes at the limit of their references can still be rebuilt and parted;
+        // and past no node whose rebuild waits already.
+        eUnheld,
+        eUnheldUnqueued
+    };
+    explicit SDS_ConnectionClosureIterator(Walk iWalk = Walk::eHeld);
     ~SDS_ConnectionClosureIterator() override;
 
 protected:
@@ -18,4 +25,6 @@ protected:
 private:
     ESDSError WalkConnections(SDS_Name* iName);
     Entry* Visit(SDS_Name* iName, Entry* iFrom);
+
+    const bool mSkipsQueued;
 };

@@ -170,8 +170,9 @@ ESDSError SDS_ConnectionIterator::Set(SDS_Name* iName)
     return First();
 }
 
-SDS_ConnectionClosureIterator::SDS_ConnectionClosureIterator(bool iHolds)
-    : SDS_CachingNameIterator(iHolds)
+SDS_ConnectionClosureIterator::SDS_ConnectionClosureIterator(Walk iWalk)
+    : SDS_CachingNameIterator(iWalk == Walk::eHeld)
+    , mSkipsQueued(iWalk == Walk::eUnheldUnqueued)
 {
 }
 
@@ -209,7 +210,7 @@ ESDSError SDS_ConnectionClosureIterator::WalkConnections(SDS_Name* iName)
         }
         current->rest = record->NextOf(current->name);
         SDS_Name* const other = record->OtherThan(current->name);
-        if (other->mVisited != 0) continue;
+        if (other->mVisited != 0 || (mSkipsQueued && other->mBatchElement.queued)) continue;
         current = Visit(other, current);
         if (current == nullptr) return eSDSErr_OutOfMemory;
     }

@@ -8,6 +8,7 @@
 #include "Kora/SDS/Source/SDS_TokenDispatcher.h"
 #include "Kora/Sys/Sys_AssertInitialized.h"
 
+#include <algorithm>
 #include <bit>
 #include <cstring>
 #include <memory>
@@ -91,20 +92,35 @@ private:
     char mCopy[cPathBytes + sizeof(Cmn_UInt64)];
 };
 
-SDS_ConnectionRecord* FindConnection(SDS_Name& iA, const SDS_Name& iB)
+// Looks in both lists by turns, and so takes no more steps than the shorter one has: a hub has many connections, each of its
+// leaves has few.
+SDS_ConnectionRecord* FindConnection(const SDS_Name& iA, const SDS_Name& iB)
 {
-    SDS_ConnectionRecord* record = iA.mConnections;
-    while (record != nullptr && record->OtherThan(&iA) != &iB)
-        record = record->NextOf(&iA);
-    return record;
+    SDS_ConnectionRecord* ofA = iA.mConnections;
+    SDS_ConnectionRecord* ofB = iB.mConnections;
+    while (ofA != nullptr && ofB != nullptr) {
+        if (ofA->OtherThan(&iA) == &iB) return ofA;
+        if (ofB->OtherThan(&iB) == &iA) return ofB;
+        ofA = ofA->NextOf(&iA);
+        ofB = ofB->NextOf(&iB);
+    }
+    return nullptr;
+}
+
+void LinkConnection(SDS_Name& ioName, SDS_ConnectionRecord& ioRecord)
+{
+    ioRecord.PreviousOf(&ioName) = nullptr;
+    ioRecord.NextOf(&ioName) = ioName.mConnections;
+    if (ioName.mConnections != nullptr) ioName.mConnections->PreviousOf(&ioName) = &ioRecord;
+    ioName.mConnections = &ioRecord;
 }
 
 void UnlinkConnection(SDS_Name& ioName, SDS_ConnectionRecord& ioRecord)
 {
-    SDS_ConnectionRecord** link = &ioName.mConnections;
-    while (*link != &ioRecord)
-        link = &(*link)->NextOf(&ioName);
-    *link = ioRecord.NextOf(&ioName);
+    SDS_ConnectionRecord* const next = ioRecord.NextOf(&ioName);
+    SDS_ConnectionRecord* const previous = ioRecord.PreviousOf(&ioName);
+    (previous != nullptr ? previous->NextOf(&ioName) : ioName.mConnections) = next;
+    if (next != nullptr) next->PreviousOf(&ioName) = previous;
 }
 
 } // namespace
@@ -270,13 +286,14 @@ ESDSError SDS_NameRegistry::ConnectNames(SDS_Name* iBaseA, const char* const iPa
         if (record == nullptr) result = eSDSErr_OutOfMemory;
     }
     if (record != nullptr) {
-        *record = {a, a->mConnections, b, b->mConnections};
-        a->mConnections = b->mConnections = record;
+        *record = {a, nullptr, b, nullptr, nullptr, nullptr};
+        LinkConnection(*a, *record);
+        LinkConnection(*b, *record);
         // Deliberate: A's only; its closure holds B now. Test: ConnectedNodesHearEachOtherInBothDirections
         result = SDS_TokenDispatcher::RebuildActiveListenerList(a, false);
         if (result == eSDSErr_None) return result;
-        a->mConnections = record->mNextOfA;
-        b->mConnections = record->mNextOfB;
+        UnlinkConnection(*a, *record);
+        UnlinkConnection(*b, *record);
         SDS_NameStore::FreeRecord(record);
     }
     SDS_NameRelease(*a);
@@ -352,6 +369,7 @@ ESDSError SDS_NameRegistry::ResetNameIterator(SDS_Name* iBase, const char* const
 
 std::string SDS_NameRegistry::Dump(SDS_Name* iBase)
 {
+    constexpr std::size_t deepestIndent = 16; // levels
     const SDS_Name* const base = iBase != nullptr ? iBase : fRootNameId;
     std::string text;
     std::size_t depth = 0;
@@ -361,8 +379,10 @@ std::string SDS_NameRegistry::Dump(SDS_Name* iBase)
              record = record->NextOf(name)) {
             ++connections;
         }
-        text += std::string(2 * depth, ' ') + (name->mParent != nullptr ? name->mText.Text() : "(root)") +
-                "  reserved " + std::to_string(name->mReserveCount) + ", referenced " +
+        text.append(2 * std::min(depth, deepestIndent), ' ');
+        if (depth > deepestIndent) text += '[' + std::to_string(depth) + "] ";
+        text += std::string(name->mParent != nullptr ? name->mText.Text() : "(root)") + "  reserved " +
+                std::to_string(name->mReserveCount) + ", referenced " +
                 std::to_string(name->mReferenceCount) + ", connected " + std::to_string(connections) +
                 ", listeners " + std::to_string(name->mListenerCount) + '\n';
         if (name->mLiveChildren != nullptr) {

@@ -14,7 +14,8 @@
 // Connections are undirected; a token for a node reaches the listeners of all nodes that are connected with it, directly
 //            or through others.
 // Counts:    32767 reservations and 32767 references (children, connections, iterators, listeners) a node. What would
-//            pass that is refused with eSDSErr_OutOfMemory and changes nothing.
+//            pass that is refused with eSDSErr_OutOfMemory and changes nothing. The making of a child holds its parent
+//            meanwhile, so 32766 children fit.
 // Threads:   takes no lock. Whoever calls it from several threads does so under
 //            SDS_TokenDispatcher::GetCriticalSection().
 // Ownership: nodes are the registry's and live until the process ends.
@@ -62,6 +63,10 @@ public:
 
     // Makes the nodes where they do not exist. Connecting twice, or in the other order, or a node with itself, changes
     // nothing.
+    //
+    // Each connection made or removed visits all nodes that are connected with its two, to compute anew who hears them: joining
+    // n names one by one is n² / 2 visits (8,000: about 2 s). In a pause (SDS_TokenDispatcher::SetTokensPaused) a node is
+    // visited once, and once more at its end: joining and parting 8,000 takes about 3 ms.
     static ESDSError ConnectNames(SDS_Name* iBaseA, const char* const iPathA, SDS_Name* iBaseB,
                                   const char* const iPathB);
     static ESDSError DisconnectNames(SDS_Name* iBaseA, const char* const iPathA, SDS_Name* iBaseB,
@@ -80,8 +85,10 @@ public:
     static ESDSError ResetNameIterator(SDS_Name* iBase, const char* const iPath,
                                        SDS_NameIterator* ioIterator);
 
-    // The live nodes below one (null: the root), a line each, with their counts; for debuggers and logs:
+    // A node (null: the root) and the live ones below it, a line each, with their counts; for debuggers and logs. Each level is
+    // indented by two spaces, to the 16th; the levels beyond tell their depth:
     //   Bus 1  reserved 1, referenced 2, connected 1, listeners 1
+    //   [17] Send  reserved 1, referenced 0, connected 0, listeners 0
     static std::string Dump(SDS_Name* iBase = nullptr);
 
 private:

@@ -21,16 +21,22 @@ class SDS_ActiveListenerList;
 class SDS_TokenListener;
 struct SDS_Name;
 
-// An undirected connection, threaded through the lists of both of its nodes.
+// An undirected connection, threaded through the lists of both of its nodes, newest first.
 struct SDS_ConnectionRecord
 {
     SDS_Name* mA;
     SDS_ConnectionRecord* mNextOfA;
     SDS_Name* mB;
     SDS_ConnectionRecord* mNextOfB;
+    SDS_ConnectionRecord* mPreviousOfA;
+    SDS_ConnectionRecord* mPreviousOfB;
 
     SDS_Name* OtherThan(const SDS_Name* iName) const { return mA == iName ? mB : mA; }
     SDS_ConnectionRecord*& NextOf(const SDS_Name* iName) { return mA == iName ? mNextOfA : mNextOfB; }
+    SDS_ConnectionRecord*& PreviousOf(const SDS_Name* iName)
+    {
+        return mA == iName ? mPreviousOfA : mPreviousOfB;
+    }
 };
 
 // A node's place in the list of those whose rebuild waits.

@@ -63,8 +63,9 @@ public:
     // dispatch succeeds. Null removes it.
     static void SetDispatchTokenFilter(TokenFilter iFilter);
 
-    // While paused, listeners that come and nodes that are connected have no effect on the delivery yet; tokens are
-    // delivered on. Pauses nest; the last one's end makes up for it. For changes to many nodes at once.
+    // While paused, listeners that come and nodes that are connected or parted have no effect on the delivery yet; a listener
+    // that goes hears nothing more, and tokens are delivered on. Pauses nest; the last one's end makes up for it, with one
+    // rebuild for all nodes that are connected. For changes to many nodes at once.
     static void SetTokensPaused(bool iPaused);
     static bool GetTokensPaused();
 

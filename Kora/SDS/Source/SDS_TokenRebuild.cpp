@@ -14,7 +14,6 @@ using State = SDS_DispatcherState;
 void PutOnBatchList(SDS_Name& ioName)
 {
     SDS_NameListElement& element = ioName.mBatchElement;
-    if (element.queued) return;
     SDS_BatchList& batch = State::fBatchRebuildActiveListenerList;
     element.queued = true;
     element.next = nullptr;
@@ -70,6 +69,20 @@ void ForEach(SDS_ConnectionClosureIterator& ioClosure, TVisit iVisit)
     }
 }
 
+// Of connected nodes all are on the batch list or none. So a walk ends at those that are, and a node that is has one neighbour
+// at most that is not: the one it was just connected with. However many connections a pause sees, each node is visited once.
+ESDSError PutClosureOnBatchList(SDS_Name& ioName)
+{
+    SDS_Name* from = &ioName;
+    if (from->mBatchElement.queued && from->mConnections != nullptr)
+        from = from->mConnections->OtherThan(from);
+    if (from->mBatchElement.queued) return eSDSErr_None;
+    SDS_ConnectionClosureIterator closure(SDS_ConnectionClosureIterator::Walk::eUnheldUnqueued);
+    if (const ESDSError result = closure.Reset(from); result != eSDSErr_None) return result;
+    ForEach(closure, PutOnBatchList);
+    return eSDSErr_None;
+}
+
 // False when there is no memory.
 bool AppendAll(SDS_ActiveListenerList& ioList, SDS_TokenListener* iFirst)
 {
@@ -109,13 +122,9 @@ ESDSError SDS_TokenDispatcher::RebuildActiveListenerList(SDS_Name* iName, bool i
 {
     if (iName == nullptr) return eSDSErr_InvalidName;
     const IPSSyncPrim::StEnter section(*State::fCS);
-    // Unheld, so that nodes at the limit of their references can still be rebuilt, and parted.
-    SDS_ConnectionClosureIterator closure(false);
+    if (!iForce && State::fTokensPausedCount.load() >= 1) return PutClosureOnBatchList(*iName);
+    SDS_ConnectionClosureIterator closure(SDS_ConnectionClosureIterator::Walk::eUnheld);
     if (const ESDSError result = closure.Reset(iName); result != eSDSErr_None) return result;
-    if (!iForce && State::fTokensPausedCount.load() >= 1) {
-        ForEach(closure, PutOnBatchList);
-        return eSDSErr_None;
-    }
     SDS_ActiveListenerList* const list = BuildList(closure);
     if (list == nullptr) return eSDSErr_OutOfMemory;
     ForEach(closure, [&](SDS_Name& ioName) {
