@@ -35,7 +35,7 @@ struct MeterToken
 };
 
 // One reader: a thread with a task of its own, which sleeps until its event is signalled.
-class Reader : public SDS_ITokenListener
+class Reader final : public SDS_ITokenListener
 {
 public:
     Reader(const char* iTitle, SDS_IName& iName, bool iLatest)
@@ -47,13 +47,13 @@ public:
     {
         mTask.SetClientEvent(mEvent.get());
         mTask.ResumeProcessing();
-        SetTask(&mTask);
+        SetTask(&mTask); // when all is built: a token may come as soon as a thread processes the task
         mThread = std::thread([this] { Run(); });
     }
     ~Reader() override
     {
         Stop();
-        StopListening(); // the task is a member, and goes before the base
+        StopListening(); // while all is there; the task is a member, and goes before the base
     }
 
     void Stop()

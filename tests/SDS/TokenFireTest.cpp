@@ -168,7 +168,10 @@ protected:
         while (mProducing.load() > 0) {
             SDS_IName& node = *mNodes[random() % mNodes.size()];
             Consumer& consumer = *mConsumers[random() % mConsumers.size()];
-            switch (random() % 6) {
+            switch (random() % 7) {
+            case 6:
+                if (!guests.empty()) guests[random() % guests.size()]->SetTask(&consumer.task);
+                break;
             case 0:
             case 1:
                 guests.push_back(std::make_unique<Guest>(consumer.task, node, random() % 2 == 0));

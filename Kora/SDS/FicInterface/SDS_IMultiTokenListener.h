@@ -3,7 +3,8 @@
 // It holds one listener a type; tokens of different types stay in the order in which they were sent, unless the
 // listener is a latest one: then the newest of each type is told.
 //
-// Threads, ownership, errors: as SDS_ITokenListener's.
+// Threads, ownership, errors: as SDS_ITokenListener's. A derived class whose task runs on another thread passes null here,
+// calls SetTask last in its constructor and StopListening first in its destructor.
 #pragma once
 
 #include "Bastel/Cmn/Cmn_PolyVector.h"
@@ -35,7 +36,7 @@ public:
     // A token of one of the types has come.
     virtual void HandleToken(SDS_Token* iToken);
 
-    // Moves all of its listeners to another task. Null: to none.
+    // Moves its listeners to another task, one after the other. Null: to none.
     void SetTask(SDS_ITokenTask* iTask);
     // For the destructor of a derived class; see SDS_ITokenListener.
     void StopListening();

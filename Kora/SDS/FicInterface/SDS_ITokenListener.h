@@ -1,20 +1,28 @@
 // SDS_ITokenListener: hears the tokens of one node, of one type and subtype or of any, on a task's thread.
 //
-//   class Meter : public SDS_ITokenListener {
+//   constexpr Cmn_Int32 cMeterType = 0x4D545220; // "MTR "
+//   class Meter final : public SDS_ITokenListener {
 //   public:
 //       Meter(SDS_ITokenTask& iTask, SDS_IName& iName)
-//           : SDS_ITokenListener(&iTask, &iName, 'MTR ', 0, 0, 0, static_cast<SDS_ITokenListener*>(this), false, true, 0) {}
+//           : SDS_ITokenListener(nullptr, &iName, cMeterType, 0, 0, 0, static_cast<SDS_ITokenListener*>(this), false, true, 0)
+//       {
+//           SetTask(&iTask); // last: a token may come at once
+//       }
+//       ~Meter() override { StopListening(); } // first: none comes any more
 //       void HandleToken(SDS_Token* iToken) override { … }
 //   };
+//
+// A task that another thread processes calls HandleToken as soon as the listener has the task, and until it has it no more. So
+// the class that overrides HandleToken gives the task when all of it is built, and takes it away before any of it goes. A
+// task may be given to this class's constructor while no other thread processes it.
 //
 // A listener hears the tokens of its node and of all nodes that are connected with it, directly or through others.
 // A latest listener is told only of the newest token that waits.
 //
-// Threads:   made, changed and destroyed on any thread; the destructor waits until the task handles no token, so a
-//            token that was queued for the listener is never handed out afterwards. It must not be called by a
-//            thread that holds the dispatcher's critical section. HandleToken runs in SDS_ITokenTask::ProcessTokens.
-//            While its task is processed by another thread, a derived class calls StopListening in its own destructor:
-//            by the time this class's runs, the derived part is gone.
+// Threads:   made, moved and destroyed on any thread, one at a time. SetTask, StopListening and the destructor wait until the
+//            task that the listener leaves handles no token; what was queued for it there is never handed out afterwards.
+//            They must not be called by a thread that holds the dispatcher's critical section. HandleToken runs in
+//            SDS_ITokenTask::ProcessTokens, and may call all three.
 // Ownership: owns its SDS_TokenListener. The task outlives it, or is destroyed first on the same thread; the name
 //            may go before.
 // Errors:    what the dispatcher refuses is thrown by Sys_ThrowIfOSErr (Cmn_Exception).
@@ -33,6 +41,7 @@ struct SDS_Token;
 class KORA_API SDS_ITokenListener
 {
 public:
+    // iName: null is the root; a handle without a node throws eSDSErr_InvalidName. iTask: null, or as above.
     // iType, iSubType: four-character codes, 0 for any. iManufacturer, iProtocol, iGoal and iCriticalFlag are kept
     // for whoever reads them and take no part in the delivery. iTaskVal: the SDS_ITokenListener whose HandleToken
     // the task calls, as a pointer to just that class (null: nobody is called).
@@ -47,12 +56,13 @@ public:
     // it on when the token is done with. The default does nothing.
     virtual void HandleToken(SDS_Token* iToken);
 
-    // Moves the listener to another task; tokens that wait in the old one are never handed out. Null: to none.
+    // Moves the listener to another task, which may run; tokens that wait in the old one are never handed out. Null: to
+    // none. Out of memory it throws, and the listener may hear nothing until it is given a task again.
     void SetTask(SDS_ITokenTask* iTask);
 
     SDS_TokenListener* GetSDSTokenListener() const { return mListener.get(); }
 
-    // Waits until the task handles no token, and takes the listener off it. Not with the dispatcher's section held.
+    // SetTask(nullptr) that throws nothing, for the destructors of derived classes.
     void StopListening();
 
     // Null when it has none, or the task has been destroyed.

@@ -7,10 +7,10 @@
 //       float level;
 //   };
 //   MeterToken token{};
-//   token.header.type = 'MTR ';
+//   token.header.type = 0x4D545220;           // "MTR "
 //   token.header.size = sizeof(token);
 //   token.level = 0.5f;
-//   name.HandleToken(token.header);            // SDS_IName stamps the node and dispatches
+//   name.HandleToken(token.header);           // SDS_IName stamps the node and dispatches
 //
 // Tokens are copied byte for byte, once for each listener, and never destroyed: their data must be trivially copyable
 // and own nothing. The largest token is 1080 bytes.
