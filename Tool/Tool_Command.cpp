@@ -41,9 +41,9 @@ Tool_Outcome Outcome(const std::vector<std::string>& iArguments, std::istream& i
     try {
         app.parse(std::vector<std::string>(iArguments.rbegin(), iArguments.rend()));
     } catch (const CLI::CallForHelp&) {
-        return {chosen() ? chosen()->Help() : Tool_cHelp, {}};
+        return {chosen() ? chosen()->Help() : Tool_cHelp, {}, {}};
     } catch (const CLI::CallForVersion& version) {
-        return {std::string(version.what()) + '\n', {}};
+        return {std::string(version.what()) + '\n', {}, {}};
     } catch (const CLI::ParseError& error) {
         throw Tool_UsageError(error.what());
     }
@@ -65,8 +65,10 @@ try {
     oOut.write(outcome.mText.data(), static_cast<std::streamsize>(outcome.mText.size()));
     oOut.flush();
     if (!oOut) return Complain(oErr, "the output cannot be written", Tool_eExit_BadInput);
-    if (!outcome.mComplaint.empty()) return Complain(oErr, outcome.mComplaint, Tool_eExit_BadInput);
-    return Tool_eExit_Good;
+    oErr << outcome.mReport << std::flush;
+    for (const std::string& complaint : outcome.mComplaints)
+        Complain(oErr, complaint, Tool_eExit_BadInput);
+    return outcome.mComplaints.empty() ? Tool_eExit_Good : Tool_eExit_BadInput;
 } catch (const Tool_UsageError& error) {
     return Complain(oErr, std::string(error.what()) + " (\"kora --help\" shows the usage)",
                     Tool_eExit_WrongUsage);

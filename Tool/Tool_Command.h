@@ -2,7 +2,7 @@
 //
 // Output:  nothing is written before all input is understood, then everything at once; lines end in "\n" alone on
 //          every platform. Streams are taken to be binary.
-// Errors:  one line on the error stream: "kora: " and what is wrong where.
+// Errors:  one line on the error stream, of several bad files one each: "kora: " and what is wrong where.
 // Globals: sets Time_Globals' sample rate, frame rate and timecode format to what the arguments ask for.
 #pragma once
 

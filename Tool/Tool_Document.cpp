@@ -4,7 +4,7 @@
 #include "Kora/FF/FF_Document_TOC.h"
 #include "Kora/FF/FF_SafeSave.h"
 #include "Kora/FF/FF_TimeMaps.h"
-#include "Tool/Tool_File.h"
+#include "Tool/Tool_Input.h"
 #include "Tool/Tool_InputError.h"
 #include "Tool/Tool_Song.h"
 #include "Tool/Tool_SongInfo.h"
@@ -43,22 +43,28 @@ std::string NotKeptText(Cmn_UInt32 iNotKept)
         if ((iNotKept & bit) != 0) text += (text.empty() ? "; not kept: " : ", ") + std::string(name);
     return text;
 }
+
+void WriteSong(FF_Document& ioDocument, const Tool_Song& iSong)
+{
+    FF_TimeMaps::Write(ioDocument, iSong.GetMeterMap(), iSong.GetTempoMap(), iSong.GetKeyMap());
+    Tool_SongInfo{iSong.GetEndTick(), iSong.GetSettings()}.Write(ioDocument);
+}
 } // namespace
 
-bool Tool_IsDocument(const std::string& iName)
+bool Tool_IsDocument(const Tool_Input& iInput)
 {
-    const std::string start = Tool_ReadStart(iName, 1 + cSignature.size());
-    return start.size() == 1 + cSignature.size() && start.substr(1) == cSignature;
+    return iInput.Start().size() > cSignature.size() &&
+           iInput.Start().compare(1, cSignature.size(), cSignature) == 0;
 }
 
-std::unique_ptr<FF_Document> Tool_OpenDocument(const std::string& iName)
+std::unique_ptr<FF_Document> Tool_OpenDocument(const Tool_Input& iInput)
 {
-    if (!Tool_IsDocument(iName))
-        throw Tool_InputError::AtByte(iName, 1,
+    if (!Tool_IsDocument(iInput))
+        throw Tool_InputError::AtByte(iInput.Name(), 1,
                                       "no document, expected the signature " + std::string(cSignature));
     auto document =
-        std::make_unique<FF_Document>(Sys_FileLoc(iName), eFF_EncryptionType_None, eTextEncoding_Utf8, false);
-    document->Open(Sys_Store::eOpenFlag_Read);
+        std::make_unique<FF_Document>(iInput.Location(), eFF_EncryptionType_None, eTextEncoding_Utf8, false);
+    Tool_NamingFile(iInput.Name(), [&] { document->Open(Sys_Store::eOpenFlag_Read); });
     return document;
 }
 
@@ -86,8 +92,7 @@ std::string Tool_SaveSong(const Tool_Song& iSong, const std::string& iName, EFF_
     const auto save = [&] {
         FF_SafeSave safe(Sys_FileLoc(iName), iType, eTextEncoding_Utf8, false);
         FF_Document& document = safe.GetDocument();
-        FF_TimeMaps::Write(document, iSong.GetMeterMap(), iSong.GetTempoMap(), iSong.GetKeyMap());
-        Tool_SongInfo{iSong.GetEndTick(), iSong.GetSettings()}.Write(document);
+        WriteSong(document, iSong);
         const Cmn_Int32 streams = document.GetTOC().GetNumKeys();
         safe.Commit();
         Sys_File file{Sys_FileLoc(iName)};
@@ -96,6 +101,17 @@ std::string Tool_SaveSong(const Tool_Song& iSong, const std::string& iName, EFF_
                Tool_ScramblingText(iType) + NotKeptText(safe.GetNotKept());
     };
     return Tool_NamingFile(iName, save);
+}
+
+std::string Tool_SongBytes(const Tool_Song& iSong, EFF_EncryptionType iType)
+{
+    const Tool_MemoryFile file("standard output");
+    FF_Document document(Sys_FileLoc(file.GetPath()), iType, eTextEncoding_Utf8, false);
+    document.Open(Sys_Store::eOpenFlag_New);
+    WriteSong(document, iSong);
+    document.Flush();
+    document.Close();
+    return file.GetBytes();
 }
 
 std::string Tool_ScramblingText(EFF_EncryptionType iType)

@@ -6,13 +6,13 @@
 #include <memory>
 #include <string>
 
+class Tool_Input;
 class Tool_Song;
 
-// Whether the file says of itself that it is a document, of whatever version. Throws Tool_InputError for one that is
-// missing, a folder or unreadable.
-bool Tool_IsDocument(const std::string& iName);
-// Throws Tool_InputError for a file that is no document, and what opening throws.
-std::unique_ptr<FF_Document> Tool_OpenDocument(const std::string& iName);
+// Whether the bytes say of themselves that they are a document, of whatever version.
+bool Tool_IsDocument(const Tool_Input& iInput);
+// Throws Tool_InputError for a file that is no document, and what opening throws. The input must outlive it.
+std::unique_ptr<FF_Document> Tool_OpenDocument(const Tool_Input& iInput);
 // What a stream's number stands for: "meter map"; empty for one that is not known.
 std::string Tool_StreamTypeName(Cmn_Int16 iStreamType);
 // The entries of the table that belong to no song.
@@ -21,6 +21,8 @@ Cmn_Int32 Tool_CountOtherEntries(const FF_Document& iDocument);
 // Writes the song as a document in the place of what was there, by a safe save; returns what there is to say of it:
 // "4 streams, 1234 bytes, not scrambled".
 std::string Tool_SaveSong(const Tool_Song& iSong, const std::string& iName, EFF_EncryptionType iType);
+// The document itself, for a pipe.
+std::string Tool_SongBytes(const Tool_Song& iSong, EFF_EncryptionType iType);
 // "not scrambled", "scrambled (type 2)"
 std::string Tool_ScramblingText(EFF_EncryptionType iType);
 

@@ -15,10 +15,12 @@
 #include <algorithm>
 
 namespace {
-std::string Count(Cmn_Int64 iCount, const char* iNoun)
+std::string Count(Cmn_Int64 iCount, const std::string& iOne, const std::string& iMany)
 {
-    return std::to_string(iCount) + ' ' + iNoun + (iCount == 1 ? "" : "s");
+    return std::to_string(iCount) + ' ' + (iCount == 1 ? iOne : iMany);
 }
+
+std::string Count(Cmn_Int64 iCount, const std::string& iNoun) { return Count(iCount, iNoun, iNoun + 's'); }
 
 std::string FaultText(const FF_Fault& iFault)
 {
@@ -36,23 +38,35 @@ public:
         App().add_option("--scramble", mScramble);
     }
 
-    Tool_Outcome Run(std::istream&) const override
+    Tool_Outcome Run(std::istream& iIn) const override
     {
         const EFF_EncryptionType type = Type();
-        const auto song = Tool_Song::Load(FileName(), mSettings.Asked());
-        const bool isDocument = Tool_IsDocument(FileName());
-        const Cmn_Int32 others = isDocument ? Tool_CountOtherEntries(*Tool_OpenDocument(FileName())) : 0;
-        if ((!isDocument || others > 0) && Tool_IsSameFile(FileName(), mOutput))
-            throw Tool_UsageError("a song saved over " + Tool_Quoted(FileName()) + " would lose " +
-                                  (isDocument ? "what else is in it" : "its notes") +
-                                  ", expected another file");
+        const Tool_AskedSettings asked = mSettings.Asked();
+        const bool isToOutput = mOutput == Tool_cStandardOutput;
+        std::unique_ptr<const Tool_Song> song;
+        Cmn_Int32 others = 0;
+        {
+            const Tool_Input input = Input(iIn);
+            song = Tool_Song::Load(input, asked);
+            const bool isDocument = Tool_IsDocument(input);
+            if (isDocument) others = Tool_CountOtherEntries(*Tool_OpenDocument(input));
+            if (!isToOutput && (!isDocument || others > 0) && input.IsSameFile(mOutput))
+                throw Tool_UsageError("a song saved over " + Tool_Quoted(mOutput) + " would lose " +
+                                      (isDocument ? "what else is in it" : "its notes") +
+                                      ", expected another file");
+        }
+        const std::string left =
+            others == 0 ? ""
+                        : "; left out of it: " + Count(others, "entry that is", "entries that are") +
+                              " no part of a song";
+        if (isToOutput) {
+            std::string bytes = Tool_SongBytes(*song, type);
+            const std::string report =
+                "standard output: " + Count(static_cast<Cmn_Int64>(bytes.size()), "byte");
+            return {std::move(bytes), {}, others == 0 ? "" : report + left + '\n'};
+        }
         Tool_CheckPlainFile(mOutput);
-        std::string line = Tool_Printable(mOutput) + ": " + Tool_SaveSong(*song, mOutput, type);
-        if (others > 0)
-            line += "; left out of it: " +
-                    (others == 1 ? "1 entry that is" : std::to_string(others) + " entries that are") +
-                    " no part of a song";
-        return {line + '\n', {}};
+        return {Tool_Printable(mOutput) + ": " + Tool_SaveSong(*song, mOutput, type) + left + '\n', {}, {}};
     }
 
 private:
@@ -80,12 +94,13 @@ public:
         App().add_flag("--json", mIsJson);
     }
 
-    Tool_Outcome Run(std::istream&) const override
+    Tool_Outcome Run(std::istream& iIn) const override
     {
-        const auto document = Tool_OpenDocument(FileName());
+        const Tool_Input input = Input(iIn);
+        const auto document = Tool_OpenDocument(input);
         const auto report =
-            Tool_NamingFile(FileName(), [&] { return Tool_DocumentReport(*document, FileName()); });
-        return {mIsJson ? report.Json() : report.Table(), {}};
+            Tool_NamingFile(input.Name(), [&] { return Tool_DocumentReport(*document, input.Name()); });
+        return {mIsJson ? report.Json() : report.Table(), {}, {}};
     }
 
 private:
@@ -98,31 +113,50 @@ public:
     explicit CheckCommand(CLI::App& ioApp)
         : Tool_Subcommand(ioApp, "check", Tool_cCheckHelp)
     {
+        App().remove_option(App().get_option("file")); // of this command there are several
+        App().add_option("files", mFiles)->required();
         App().add_flag("--all", mIsAll);
     }
 
-    Tool_Outcome Run(std::istream&) const override
+    // A file that cannot be checked is as bad as one with faults: the others are checked all the same.
+    Tool_Outcome Run(std::istream& iIn) const override
     {
-        Tool_ReadStart(FileName(), 1); // a file that is not there is told as everywhere
-        const std::vector<FF_Fault> faults = FF_DocumentCheck::Check(Sys_FileLoc(FileName()));
-        if (faults.empty()) {
-            const auto all = FF_DocumentCheck::ListStreams(*Tool_OpenDocument(FileName()));
-            const auto streams = std::count_if(all.begin(), all.end(), [](const FF_StreamInfo& s) {
-                return s.streamType != FF_Document::cNoStreamType; // not the objects inside them
-            });
-            return {Tool_Printable(FileName()) + ": good, " + Count(streams, "stream") + '\n', {}};
-        }
         Tool_Outcome outcome;
-        outcome.mComplaint = Tool_Printable(FileName()) + ": " + FaultText(faults.front());
-        if (faults.size() > 1)
-            outcome.mComplaint += "; and " + Count(static_cast<Cmn_Int64>(faults.size()) - 1, "more fault") +
-                                  (mIsAll ? "" : " (--all)");
-        for (const FF_Fault& fault : faults)
-            if (mIsAll) outcome.mText += FaultText(fault) + '\n';
+        for (const std::string& file : mFiles)
+            try {
+                CheckFile(Tool_Input(file, iIn), outcome);
+            } catch (const Tool_InputError& error) {
+                outcome.mComplaints.emplace_back(error.what());
+            } catch (const Cmn_Exception& error) {
+                outcome.mComplaints.push_back(error.Describe());
+            }
         return outcome;
     }
 
 private:
+    void CheckFile(const Tool_Input& iInput, Tool_Outcome& ioOutcome) const
+    {
+        const std::string name = Tool_Printable(iInput.Name()) + ": ";
+        const std::vector<FF_Fault> faults = FF_DocumentCheck::Check(iInput.Location());
+        if (faults.empty()) {
+            const auto document = Tool_OpenDocument(iInput);
+            const auto all = FF_DocumentCheck::ListStreams(*document);
+            const auto streams = std::count_if(all.begin(), all.end(), [](const FF_StreamInfo& s) {
+                return s.streamType != FF_Document::cNoStreamType; // not the objects inside them
+            });
+            ioOutcome.mText += name + "good, " + Count(streams, "stream") + '\n';
+            return;
+        }
+        std::string complaint = name + FaultText(faults.front());
+        if (faults.size() > 1)
+            complaint += "; and " + Count(static_cast<Cmn_Int64>(faults.size()) - 1, "more fault") +
+                         (mIsAll ? "" : " (--all)");
+        ioOutcome.mComplaints.push_back(std::move(complaint));
+        for (const FF_Fault& fault : faults)
+            if (mIsAll) ioOutcome.mText += (mFiles.size() > 1 ? name : "") + FaultText(fault) + '\n';
+    }
+
+    std::vector<std::string> mFiles;
     bool mIsAll = false;
 };
 
@@ -135,24 +169,27 @@ public:
         App().add_option("output", mOutput)->required();
     }
 
-    Tool_Outcome Run(std::istream&) const override
+    Tool_Outcome Run(std::istream& iIn) const override
     {
-        Tool_ReadStart(FileName(), 1);
-        if (Tool_IsSameFile(FileName(), mOutput))
-            throw Tool_UsageError("the repaired document would take the place of " + Tool_Quoted(FileName()) +
+        if (mOutput == Tool_cStandardOutput)
+            throw Tool_UsageError(
+                "the output is for what repair has to tell, expected a file for the document");
+        const Tool_Input input = Input(iIn);
+        if (input.IsSameFile(mOutput))
+            throw Tool_UsageError("the repaired document would take the place of " + Tool_Quoted(mOutput) +
                                   ", expected another file");
         // What comes out of a file without a stream is not put in the place of anything.
         Tool_StPartFile part(mOutput);
-        const Sys_FileLoc from(FileName());
         const Sys_FileLoc to(part.GetName());
         const auto report = Tool_NamingFile(
-            mOutput, [&] { return FF_DocumentRepair::Repair(from, to); }, part.GetName());
-        std::string text = Text(report);
+            mOutput, [&] { return FF_DocumentRepair::Repair(input.Location(), to); }, part.GetName());
+        Tool_Outcome outcome{Text(report), {}, {}};
         if (report.streams.empty())
-            return {std::move(text),
-                    Tool_Printable(FileName()) + ": no stream was found, nothing was written"};
-        part.Commit();
-        return {std::move(text), {}};
+            outcome.mComplaints.push_back(Tool_Printable(input.Name()) +
+                                          ": no stream was found, nothing was written");
+        else
+            part.Commit();
+        return outcome;
     }
 
 private:
@@ -184,9 +221,10 @@ public:
     {
     }
 
-    Tool_Outcome Run(std::istream&) const override
+    Tool_Outcome Run(std::istream& iIn) const override
     {
-        const auto song = Tool_Song::Load(FileName(), mSettings.Asked());
+        const Tool_AskedSettings asked = mSettings.Asked();
+        const auto song = Tool_Song::Load(Input(iIn), asked);
         Cmn_XMLNode root("Song");
         root.AddValue("nEndTick", song->GetEndTick().AsInt64());
         root.AddValue("nSampleRate", song->GetSettings().mSampleRate);
@@ -195,7 +233,7 @@ public:
         root.AddChild(song->GetMeterMap().GetAsXML());
         root.AddChild(song->GetTempoMap().GetAsXML());
         root.AddChild(song->GetKeyMap().GetAsXML());
-        return {root.ToString(true), {}};
+        return {root.ToString(true), {}, {}};
     }
 
 private:

@@ -4,7 +4,6 @@
 #include "Kora/FF/FF_DocumentCheck.h"
 #include "Kora/FF/FF_Document_TOC.h"
 #include "Tool/Tool_Document.h"
-#include "Tool/Tool_File.h"
 #include "Tool/Tool_InputError.h"
 
 #include <algorithm>
@@ -13,6 +12,14 @@
 using JsonValue = nlohmann::ordered_json; // keeps the order in which keys are written
 
 namespace {
+// The version that the file has, not the one that this library writes.
+Cmn_Int64 FirstByteOf(Sys_File& ioFile)
+{
+    Cmn_UInt8 byte = 0;
+    ioFile.ReadAt(0, &byte, 1);
+    return byte;
+}
+
 std::string Number(Cmn_Int64 iValue) { return std::to_string(iValue); }
 
 // "meter map (16)", "type 7", "\"Meter\"" for headers that are no document streams.
@@ -58,7 +65,7 @@ std::string Tool_DocumentReport::Entry::Name() const
 
 Tool_DocumentReport::Tool_DocumentReport(FF_Document& ioDocument, std::string iFile)
     : mFile(std::move(iFile))
-    , mFormatVersion(static_cast<unsigned char>(Tool_ReadStart(mFile, 1).at(0)))
+    , mFormatVersion(FirstByteOf(*ioDocument.GetInFile()))
     , mIsBigEndian(ioDocument.IsSwapped())
     , mType(ioDocument.GetEncryptionType())
     , mTOCOffset(ioDocument.GetTOCOffset())

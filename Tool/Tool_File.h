@@ -1,27 +1,23 @@
-// Tool_File: whole inputs in memory, and whole outputs in files. Names are UTF-8.
+// Tool_File: bytes out of streams, and whole outputs in files. Names are UTF-8.
 #pragma once
 
+#include <filesystem>
 #include <iosfwd>
 #include <string>
-#include <string_view>
 
-// Far above any song; keeps a device that never ends from filling the memory.
-inline constexpr std::size_t Tool_cMaxFileSize = std::size_t{256} << 20;
+// A path of a std::string would be read in the system's own code page on Windows.
+std::filesystem::path Tool_PathOf(const std::string& iName);
 
-// The bytes of a file. Throws Tool_InputError for one that is missing, a folder, unreadable or
-// larger than Tool_cMaxFileSize.
-std::string Tool_ReadFile(const std::string& iName);
-
-// At most iCount bytes from a file's start; throws as Tool_ReadFile.
-std::string Tool_ReadStart(const std::string& iName, std::size_t iCount);
-
-// Everything up to the stream's end.
-std::string Tool_ReadAll(std::istream& iStream);
+// Reads to the stream's end, or until more than iLimit bytes are there.
+std::string Tool_ReadUpTo(std::istream& ioStream, std::size_t iLimit);
 
 // The last part of a name: "first light.mid" of "songs/first light.mid".
 std::string Tool_BaseName(const std::string& iName);
 // Whether both names lead to one file that is there.
 bool Tool_IsSameFile(const std::string& iA, const std::string& iB);
+
+// Whether a folder, a pipe, a device or the like has the name.
+bool Tool_IsOther(const std::string& iName);
 
 // Throws Tool_InputError where something that is no plain file has the name: no file takes its place.
 void Tool_CheckPlainFile(const std::string& iName);

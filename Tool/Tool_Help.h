@@ -10,7 +10,7 @@ Usage: kora song FILE [--rate HZ] [--timecode NAME] [--json]
        kora xml FILE [--rate HZ] [--timecode NAME]
        kora save FILE OUT.kora [--scramble TYPE] [--rate HZ] [--timecode NAME]
        kora info FILE.kora [--json]
-       kora check FILE.kora [--all]
+       kora check FILE.kora... [--all]
        kora repair FILE.kora OUT.kora
        kora COMMAND --help | --help | --version
 
@@ -23,8 +23,12 @@ Songs, from a MIDI file or a document:
 
 Documents:
   info        print what is in a document: header, streams, table of contents
-  check       say whether a document is whole, and if not, where it is damaged
+  check       say whether documents are whole, and if not, where they are damaged
   repair      bring back what a damaged document still holds, into another file
+
+FILE may be a pipe, a device or "-" for standard input, which are read whole, up to 268435456
+bytes; in "kora convert" a "-" means that there is no file. "-" as the output of plot and save is
+standard output.
 
 Try:
 
@@ -40,7 +44,7 @@ inline constexpr char Tool_cSongHelp[] = R"(Prints the tempo, meter and key chan
 Usage: kora song FILE [--rate HZ] [--timecode NAME] [--json]
 
   FILE              standard MIDI file, format 0 or 1, with a division in ticks to a quarter note,
-                    or a document; the file's bytes say which
+                    or a document; the file's bytes say which; "-" for standard input
   --rate HZ         sample rate, 1000 to 768000 (default: the document's, 44100 for MIDI)
   --timecode NAME   timecode format: 24, 25, 30, 50, 60, 23.976, 29.97, 59.94, 29.97drop, 30drop,
                     59.94drop or 60drop; the long names ("29.97 fps drop") are good too (default:
@@ -66,8 +70,9 @@ inline constexpr char Tool_cConvertHelp[] =
 
 Usage: kora convert FILE --from UNIT --to UNIT[,UNIT...] [--rate HZ] [--timecode NAME]
 
-  FILE              the song whose tempo and meter hold, as for "kora song"; "-" stands for
-                    120 beats a minute in 4/4 throughout
+  FILE              the song whose tempo and meter hold, as for "kora song", a file or a pipe
+                    other than standard input; "-" stands for 120 beats a minute in 4/4
+                    throughout
   --from UNIT       unit of the positions read
   --to UNIT,...     units to print, in this order
   --rate HZ         sample rate, as for "kora song"
@@ -98,7 +103,7 @@ Usage: kora plot FILE [-o OUT.svg] [--rate HZ] [--timecode NAME]
 
   FILE              the song, as for "kora song"
   -o, --output OUT  write the picture there instead of printing it; a file of that name is
-                    replaced once the picture is complete
+                    replaced once the picture is complete; "-" prints it
   --rate HZ         sample rate, as for "kora song"
   --timecode NAME   timecode format, as for "kora song"
 
@@ -128,7 +133,8 @@ Usage: kora save FILE OUT.kora [--scramble TYPE] [--rate HZ] [--timecode NAME]
   FILE              the song, as for "kora song"; from a document this is how it gets another
                     scrambling or other settings
   OUT.kora          the document; one of that name is replaced in one step, once the new one is
-                    safely on the disk
+                    safely on the disk; "-" writes the document to standard output and prints
+                    nothing else, unless something is left out: that goes to the error stream
   --scramble TYPE   0 for plain bytes (default), 1 to 5 for the masks that documents may have
   --rate HZ         sample rate, as for "kora song"; kept in the document
   --timecode NAME   timecode format, as for "kora song"; kept in the document
@@ -143,6 +149,7 @@ inline constexpr char Tool_cInfoHelp[] =
 
 Usage: kora info FILE.kora [--json]
 
+  FILE.kora         the document; "-" for standard input
   --json            print one JSON object instead of the table
 
 A row is one stream in the order of the file: its first byte, its size with the header, version and
@@ -152,15 +159,18 @@ object inside one. Keys are paths of stream types from the outermost stream, "4[
 in the first item of list 4. Entries of the table that name no stream follow at the end.
 )";
 
-inline constexpr char Tool_cCheckHelp[] = R"(Says whether a document is whole.
+inline constexpr char Tool_cCheckHelp[] = R"(Says whether documents are whole.
 
-Usage: kora check FILE.kora [--all]
+Usage: kora check FILE.kora... [--all]
 
-  --all             print every fault, one a line, in the order of the file
+  FILE.kora...      one document or several; "-" for standard input
+  --all             print every fault, one a line, in the order of the file; of several files
+                    with "FILE: " in front
 
 Reads every byte and checks the header, each stream's header, size and sum, and each entry of the
-table of contents. Prints "FILE: good" with the number of streams, or, with exit code 1, one line
-on the error stream: the first fault, the byte where it is, and what was expected there.
+table of contents. Prints "FILE: good" with the number of streams, or one line on the error stream:
+the first fault, the byte where it is, and what was expected there. After a bad file the next is
+checked; the exit code is 1 when any is bad.
 )";
 
 inline constexpr char Tool_cRepairHelp[] =
@@ -168,7 +178,7 @@ inline constexpr char Tool_cRepairHelp[] =
 
 Usage: kora repair FILE.kora OUT.kora
 
-  FILE.kora         the damaged document; it stays as it is
+  FILE.kora         the damaged document, which stays as it is; "-" for standard input
   OUT.kora          the new one; must be another file, which is replaced in one step
 
 Streams that are whole are copied as they are; of a damaged stream, what is whole inside it. The

@@ -4,7 +4,7 @@
 #include "Kora/Time/Time_ConstantTempoSeg.h"
 #include "Kora/Time/Time_TempoMap_StEditOptimizer.h"
 #include "Tool/Tool_Document.h"
-#include "Tool/Tool_File.h"
+#include "Tool/Tool_Input.h"
 #include "Tool/Tool_InputError.h"
 
 #include <algorithm>
@@ -133,13 +133,13 @@ void Tool_Song::CheckPlaces(const std::string& iName) const
     check("the end", mEndTick);
 }
 
-std::unique_ptr<Tool_Song> Tool_Song::Load(const std::string& iName, const Tool_AskedSettings& iAsked)
+std::unique_ptr<Tool_Song> Tool_Song::Load(const Tool_Input& iInput, const Tool_AskedSettings& iAsked)
 {
-    if (!Tool_IsDocument(iName))
-        return std::make_unique<Tool_Song>(Tool_MidiFile::Parse(Tool_ReadFile(iName), iName),
+    if (!Tool_IsDocument(iInput))
+        return std::make_unique<Tool_Song>(Tool_MidiFile::Parse(iInput.ReadAll(), iInput.Name()),
                                            iAsked.Over({}));
-    const std::unique_ptr<FF_Document> document = Tool_OpenDocument(iName);
-    return Tool_NamingFile(iName, [&] { return std::make_unique<Tool_Song>(*document, iAsked); });
+    const std::unique_ptr<FF_Document> document = Tool_OpenDocument(iInput);
+    return Tool_NamingFile(iInput.Name(), [&] { return std::make_unique<Tool_Song>(*document, iAsked); });
 }
 
 // The whole quarters first, so that no product leaves 64 bits: the rest is below a quarter, and a division has 15 bits.

@@ -18,6 +18,7 @@
 #include <memory>
 
 class FF_Document;
+class Tool_Input;
 
 class Tool_Song
 {
@@ -35,9 +36,9 @@ public:
     // Tool_InputError for a document without any of them and for places that the invariants rule out, and what reading
     // a document throws.
     Tool_Song(FF_Document& ioDocument, const Tool_AskedSettings& iAsked);
-    // The song in a file, MIDI or document: what the bytes say, whatever the name is. Throws Tool_InputError for one
+    // The song in a file or a pipe, MIDI or document: what the bytes say, whatever the name is. Throws Tool_InputError for one
     // that cannot be read or understood, and what reading a document throws.
-    static std::unique_ptr<Tool_Song> Load(const std::string& iName, const Tool_AskedSettings& iAsked);
+    static std::unique_ptr<Tool_Song> Load(const Tool_Input& iInput, const Tool_AskedSettings& iAsked);
     Tool_Song(const Tool_Song&) = delete;
     Tool_Song& operator=(const Tool_Song&) = delete;
 

@@ -5,6 +5,7 @@
 #include "Tool/Tool_InputError.h"
 #include "Tool/Tool_Plot.h"
 #include "Tool/Tool_SongReport.h"
+#include "Tool/Tool_StandardInput.h"
 #include "Tool/Tool_Subcommand.h"
 
 #include <CLI/CLI.hpp>
@@ -23,11 +24,13 @@ public:
         App().add_flag("--json", mIsJson);
     }
 
-    Tool_Outcome Run(std::istream&) const override
+    Tool_Outcome Run(std::istream& iIn) const override
     {
-        const auto song = Tool_Song::Load(FileName(), mSettings.Asked());
-        const Tool_SongReport report(*song, FileName());
-        return {mIsJson ? report.Json() : report.Table(), {}};
+        const Tool_AskedSettings asked = mSettings.Asked();
+        const Tool_Input input = Input(iIn);
+        const auto song = Tool_Song::Load(input, asked);
+        const Tool_SongReport report(*song, input.Name());
+        return {mIsJson ? report.Json() : report.Table(), {}, {}};
     }
 
 private:
@@ -56,12 +59,21 @@ public:
             throw Tool_UsageError("--to " + Tool_Quoted(mTo) + ", expected some of " + Tool_UnitNames() +
                                   ", separated by commas");
         const Tool_AskedSettings asked = mSettings.Asked();
-        const auto song = FileName() == cDefaultMapsName ? std::make_unique<Tool_Song>(asked.Over({}))
-                                                         : Tool_Song::Load(FileName(), asked);
-        return {Tool_Convert(*song, Tool_ReadAll(iIn), cInputName, from, to), {}};
+        const std::unique_ptr<const Tool_Song> song = Song(asked, iIn);
+        const std::string positions = Tool_ReadUpTo(iIn, std::string::npos - 1);
+        if (iIn.bad()) throw Tool_InputError::InFile(cInputName, "cannot be read, expected positions");
+        return {Tool_Convert(*song, positions, cInputName, from, to), {}, {}};
     }
 
 private:
+    std::unique_ptr<const Tool_Song> Song(const Tool_AskedSettings& iAsked, std::istream& iIn) const
+    {
+        if (FileName() == cDefaultMapsName) return std::make_unique<Tool_Song>(iAsked.Over({}));
+        if (Tool_IsOther(FileName()) && Tool_IsStandardInput(FileName()))
+            throw Tool_UsageError("standard input holds the positions, expected the song in another file");
+        return Tool_Song::Load(Input(iIn), iAsked);
+    }
+
     Tool_SettingsOptions mSettings;
     std::string mFrom;
     std::string mTo;
@@ -77,13 +89,15 @@ public:
         App().add_option("-o,--output", mOutput);
     }
 
-    Tool_Outcome Run(std::istream&) const override
+    Tool_Outcome Run(std::istream& iIn) const override
     {
-        const auto song = Tool_Song::Load(FileName(), mSettings.Asked());
-        std::string svg = Tool_Plot(*song, Tool_BaseName(FileName()));
-        if (App().count("-o") == 0) return {std::move(svg), {}};
-        if (Tool_IsSameFile(FileName(), mOutput))
-            throw Tool_UsageError("the picture would take the place of " + Tool_Quoted(FileName()));
+        const Tool_AskedSettings asked = mSettings.Asked();
+        const Tool_Input input = Input(iIn);
+        const auto song = Tool_Song::Load(input, asked);
+        std::string svg = Tool_Plot(*song, Tool_BaseName(input.Name()));
+        if (App().count("-o") == 0 || mOutput == Tool_cStandardOutput) return {std::move(svg), {}, {}};
+        if (input.IsSameFile(mOutput))
+            throw Tool_UsageError("the picture would take the place of " + Tool_Quoted(mOutput));
         Tool_WriteFile(mOutput, svg);
         return {};
     }

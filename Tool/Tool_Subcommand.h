@@ -3,6 +3,7 @@
 // A new one is a class in the file of its group, one line in that group's Tool_Add… function, and a help text.
 #pragma once
 
+#include "Tool/Tool_Input.h"
 #include "Tool/Tool_Settings.h"
 
 #include <iosfwd>
@@ -24,9 +25,13 @@ struct Tool_UsageError : std::runtime_error
 // What a subcommand has to say once it is through.
 struct Tool_Outcome
 {
-    std::string mText;      // for the output
-    std::string mComplaint; // one line for the error stream: the input is bad; empty when it is good
+    std::string mText;                    // for the output
+    std::vector<std::string> mComplaints; // each a line for the error stream: what is bad in the input
+    std::string mReport;                  // what there is to tell beside an output that is no text
 };
+
+// "-" as the name of an output.
+inline constexpr char Tool_cStandardOutput[] = "-";
 
 class Tool_Subcommand
 {
@@ -48,6 +53,7 @@ protected:
     CLI::App& App() { return *mApp; }
     const CLI::App& App() const { return *mApp; }
     const std::string& FileName() const { return mFile; }
+    Tool_Input Input(std::istream& iIn) const { return {FileName(), iIn}; }
 
 private:
     const char* mHelp;

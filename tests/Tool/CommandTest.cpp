@@ -45,6 +45,45 @@ TEST_F(CommandTest, BadInputGivesOneLineAndNothingElse)
     EXPECT_EQ(outcome.mErr, "");
 }
 
+TEST_F(CommandTest, StandardInputGivesWhatAFileGives)
+{
+    const std::string midi = ReadFile(cFirstLight);
+    const std::string document = Run({"save", cFirstLight, "-"}).mOut;
+    const std::string file = Written("CommandTest.kora", document),
+                      bad = Written("CommandTest_bad.kora", "x");
+    const auto renamed = [](std::string iText, const std::string& iFrom) {
+        for (std::size_t at = 0; (at = iText.find(iFrom, at)) != std::string::npos; at += 14)
+            iText.replace(at, iFrom.size(), "standard input");
+        return iText;
+    };
+    for (const std::string command : {"song", "plot", "xml", "info", "check"}) {
+        const Outcome piped = Run({command, "-"}, document);
+        EXPECT_EQ(piped.mOut, renamed(Run({command, file}).mOut, file)) << command << piped.mErr;
+        EXPECT_EQ(Run({command, "-"}, "").mErr,
+                  "kora: standard input: no data, expected a MIDI file or a document\n");
+    }
+    EXPECT_EQ(Run({"plot", "-", "-o", "-"}, midi).mOut, Run({"plot", "-"}, midi).mOut);
+    Run({"save", "-", "CommandTest_2.kora"}, midi);
+    EXPECT_TRUE(Run({"save", "-", "-"}, midi).mOut == document && ReadFile("CommandTest_2.kora") == document);
+    EXPECT_EQ(Run({"xml", "-"}, Run({"save", file, "-", "--scramble", "4"}).mOut).mOut,
+              Run({"xml", file}).mOut);
+    EXPECT_NE(Run({"repair", "-", bad}, document).mOut.find(": 4 streams recovered, with an"),
+              std::string::npos);
+    EXPECT_EQ(Run({"check", bad}).mExit, 0);
+    EXPECT_EQ(Run({"info", "-"}, "x").mErr.substr(0, 28), "kora: standard input: byte 1");
+
+    // Of several files each says which it is, and none is left out for another's sake.
+    std::ofstream(bad) << "x";
+    const Outcome several = Run({"check", "none", bad, "-", ".", file, "--all"}, document.substr(0, 60));
+    EXPECT_EQ(several.mExit, 1);
+    std::istringstream lines(several.mOut + several.mErr);
+    std::string names;
+    for (std::string line; std::getline(lines, line);)
+        names += (line.starts_with("kora: ") ? line.substr(6) : line).substr(0, 15) + '\n';
+    EXPECT_EQ(names, "CommandTest_bad\nCommandTest_bad\nstandard input:\nstandard input:\nCommandTest.kor\n"
+                     "none: no such f\nCommandTest_bad\nstandard input:\n.: a folder, ex\n");
+}
+
 TEST_F(CommandTest, WrongUsageIsExitTwoOnOneLine)
 {
     std::istringstream lines(
@@ -58,7 +97,7 @@ TEST_F(CommandTest, WrongUsageIsExitTwoOnOneLine)
         " convert - --from samples --to bars extra; plot; plot a.mid -o; save; save a.mid; save a.mid b c;"
         " save a.mid b --scramble 6; save a.mid b --scramble -1; save a.mid b --scramble 1x; info; info a "
         "--all;"
-        " check; check a b; check a --json; repair; repair a; repair a b c; xml; xml a b; xml a --rate 0");
+        " check; check a --json; repair; repair a; repair a b c; repair a -; xml; xml a b; xml a --rate 0");
     for (std::string line; std::getline(lines, line, ';');) {
         std::istringstream words(line);
         std::vector<std::string> arguments;

@@ -64,6 +64,44 @@ expect_text(check "Früh 光.kora: good, 4 streams\n")
 run_kora(0 nothing saved err save "Früh 光.kora" "Früh 光.kora") # over itself
 expect_same("${WORK}/Früh 光.kora" "${DATA}/first-light.kora")
 
+# A pipe gives what a file gives, both ways, whatever the bytes are.
+function(pipe_kora out)
+  execute_process(COMMAND "${CMAKE_COMMAND}" -E cat "${WORK}/first-light.mid"
+                  COMMAND ${EMULATOR} "${KORA}" save - - ${settings} --scramble 3
+                  COMMAND ${EMULATOR} "${KORA}" ${ARGN} WORKING_DIRECTORY "${WORK}"
+                  OUTPUT_FILE "${WORK}/${out}" COMMAND_ERROR_IS_FATAL ANY)
+endfunction()
+pipe_kora(piped.xml xml -)
+expect_same("${WORK}/piped.xml" "${WORK}/plain.xml")
+pipe_kora(piped.kora save - - --scramble 0)
+expect_same("${WORK}/piped.kora" "${DATA}/first-light.kora")
+run_kora(1 nothing out err song -)
+expect_text(err "kora: standard input: no data, expected a MIDI file or a document\n")
+run_kora(2 first-light.mid out err save - first-light.mid) # over what it comes from
+expect_same("${WORK}/first-light.mid" "${SONGS}/first-light.mid")
+if(CMAKE_HOST_UNIX AND NOT EMULATOR)
+  function(run_shell exit expected text)
+    execute_process(COMMAND timeout 60 bash -c "${text}" WORKING_DIRECTORY "${WORK}" INPUT_FILE /dev/null
+                    OUTPUT_VARIABLE out ERROR_VARIABLE out RESULT_VARIABLE result)
+    if(NOT result EQUAL exit OR NOT out STREQUAL expected)
+      message(FATAL_ERROR "${text}: exit ${result}, expected ${exit}: ${out}")
+    endif()
+  endfunction()
+  set(bad "expected a MIDI file or a document\n")
+  run_shell(0 "" "mkfifo f && { cat first-light.kora >f & '${KORA}' xml f | cmp - plain.xml; }")
+  run_shell(0 "" "'${KORA}' xml <(cat first-light.kora) | cmp - plain.xml")
+  run_shell(0 "" "cat first-light.kora | '${KORA}' xml /dev/stdin | cmp - plain.xml")
+  run_shell(0 "/dev/stdin: good, 4 streams\n" "cat first-light.kora | '${KORA}' check /dev/stdin")
+  run_shell(0 "1000000000000\n" "echo '1|1|0' | '${KORA}' convert <(cat first-light.mid) --from bars --to ticks")
+  run_shell(2 "kora: standard input holds the positions, expected the song in another file (\"kora --help\" shows the usage)\n"
+            "cat first-light.mid | '${KORA}' convert /dev/stdin --from bars --to ticks")
+  run_shell(1 "kora: /dev/null: no data, ${bad}" "'${KORA}' song /dev/null")
+  run_shell(1 "kora: standard input: cannot be read, ${bad}" "'${KORA}' song - <&-")
+  run_shell(1 "kora: /dev/zero: more than 268435456 bytes, ${bad}" "'${KORA}' info /dev/zero")
+  run_shell(1 "kora: the output cannot be written\n" "'${KORA}' song first-light.mid >&-")
+  run_shell(1 "kora: the output cannot be written\n" "trap '' PIPE; set -o pipefail; '${KORA}' song first-light.mid | true")
+endif()
+
 # Its first 1300 bytes: the meter map and the tempo map are whole, the key map is not.
 file(COPY "${DATA}/cut.kora" DESTINATION "${WORK}")
 run_kora(1 nothing out err check cut.kora)

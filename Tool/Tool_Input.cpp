@@ -1,0 +1,88 @@
+#include "Tool/Tool_Input.h"
+
+#include "Bastel/Sys/Sys_FileSystem.h"
+#include "Bastel/Sys/Sys_OSErrorText.h"
+#include "Tool/Tool_File.h"
+#include "Tool/Tool_InputError.h"
+#include "Tool/Tool_StandardInput.h"
+
+#include <fstream>
+#include <system_error>
+
+namespace {
+namespace fs = std::filesystem;
+
+constexpr char cExpected[] = "expected a MIDI file or a document";
+
+// In the system's words, but for the one case that has better ones.
+std::string WhyNotOpened(const std::string& iName)
+{
+    constexpr Cmn_Int32 cNoFile = 2; // ENOENT, ERROR_FILE_NOT_FOUND
+    Sys_FileSystem& system = Sys_FileSystem::Get();
+    Sys_FileSystem::Handle handle = Sys_FileSystem::cNoHandle;
+    const Cmn_Int32 error = system.Open(iName, Sys_FileSystem::eAccess_Read, handle);
+    if (error == 0) system.Close(handle);
+    if (error == 0) return "the file cannot be opened"; // it could be a moment later
+    return error == cNoFile ? "no such file" : Sys_OSErrorText(error);
+}
+
+fs::file_type TypeOf(const std::string& iName)
+{
+    std::error_code error;
+    const fs::file_status status = fs::status(Tool_PathOf(iName), error);
+    if (!fs::exists(status)) throw Tool_InputError::InFile(iName, WhyNotOpened(iName));
+    if (fs::is_directory(status)) throw Tool_InputError::InFile(iName, std::string("a folder, ") + cExpected);
+    return status.type();
+}
+
+// Opening a pipe waits for its other end, as everywhere.
+std::ifstream OpenFile(const std::string& iName)
+{
+    std::ifstream stream(Tool_PathOf(iName), std::ios::binary);
+    if (!stream) throw Tool_InputError::InFile(iName, WhyNotOpened(iName));
+    return stream;
+}
+
+std::string ReadWhole(std::istream& ioStream, const std::string& iName)
+{
+    std::string bytes = Tool_ReadUpTo(ioStream, Tool_Input::cMaxSize);
+    if (ioStream.bad()) throw Tool_InputError::InFile(iName, std::string("cannot be read, ") + cExpected);
+    if (bytes.size() > Tool_Input::cMaxSize)
+        throw Tool_InputError::InFile(iName, "more than " + std::to_string(Tool_Input::cMaxSize) +
+                                                 " bytes, " + cExpected);
+    return bytes;
+}
+} // namespace
+
+Tool_Input::Tool_Input(const std::string& iArgument, std::istream& ioStandardInput)
+    : mIsStandardInput(iArgument == cStandardInput)
+    , mName(mIsStandardInput ? "standard input" : iArgument)
+{
+    std::ifstream file;
+    if (!mIsStandardInput) {
+        const fs::file_type type = TypeOf(mName);
+        file = OpenFile(mName);
+        if (type == fs::file_type::regular) {
+            mStart.resize(cStartSize);
+            file.read(mStart.data(), cStartSize);
+            if (file.bad()) throw Tool_InputError::InFile(mName, "the file cannot be read");
+            mStart.resize(static_cast<std::size_t>(file.gcount()));
+            return;
+        }
+    }
+    mMemory.emplace(mName, ReadWhole(mIsStandardInput ? ioStandardInput : file, mName));
+    mStart = mMemory->GetBytes().substr(0, cStartSize);
+    if (mStart.empty()) throw Tool_InputError::InFile(mName, std::string("no data, ") + cExpected);
+}
+
+std::string Tool_Input::ReadAll() const
+{
+    if (mMemory) return mMemory->GetBytes();
+    std::ifstream file = OpenFile(mName);
+    return ReadWhole(file, mName);
+}
+
+bool Tool_Input::IsSameFile(const std::string& iName) const
+{
+    return mIsStandardInput ? Tool_IsStandardInput(iName) : Tool_IsSameFile(mName, iName);
+}
