@@ -8,6 +8,15 @@ install(TARGETS Kora EXPORT KoraTargets
         ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}")
 if(TARGET kora)
   install(TARGETS kora RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
+  # The command finds the library from where it stands, so that an installed folder may be moved. Where a folder of
+  # the two is fixed, it is not known how to get from one to the other before the prefix is.
+  if(IS_ABSOLUTE "${CMAKE_INSTALL_LIBDIR}" OR IS_ABSOLUTE "${CMAKE_INSTALL_BINDIR}")
+    set(run_path "${CMAKE_INSTALL_FULL_LIBDIR}")
+  else()
+    file(RELATIVE_PATH run_path "/prefix/${CMAKE_INSTALL_BINDIR}" "/prefix/${CMAKE_INSTALL_LIBDIR}")
+    string(PREPEND run_path "\$ORIGIN/")
+  endif()
+  set_target_properties(kora PROPERTIES INSTALL_RPATH "${run_path}")
 endif()
 
 # Private headers (…_p.h, the platform folders) stay in the house, except for the native menus that a host on Windows

@@ -1,8 +1,11 @@
 # Installs this build into a folder of its own and builds the consumer against it, as a host would.
 # Each is a test, so that a failure says which half broke.
 set(prefix "${PROJECT_BINARY_DIR}/consumer/prefix")
+if(TARGET kora)
+  set(tool "${CMAKE_INSTALL_BINDIR}/$<TARGET_FILE_NAME:kora>")
+endif()
 add_test(NAME Package.Install COMMAND "${CMAKE_COMMAND}" "-DBUILD=${PROJECT_BINARY_DIR}" "-DPREFIX=${prefix}"
-         -P "${CMAKE_CURRENT_LIST_DIR}/Install.cmake")
+         "-DTOOL=${tool}" "-DEMULATOR=${CMAKE_CROSSCOMPILING_EMULATOR}" -P "${CMAKE_CURRENT_LIST_DIR}/Install.cmake")
 set_tests_properties(Package.Install PROPERTIES FIXTURES_SETUP KoraPackage)
 
 # Once a platform is enough for the headers, by themselves and behind macros.
