@@ -8,6 +8,9 @@
 #include <optional>
 
 namespace {
+constexpr char cPast[] = "lies past the time line's end";
+constexpr char cBefore[] = "lies before the time line's beginning";
+
 std::string_view WithoutBlanks(std::string_view iText)
 {
     constexpr std::string_view cBlanks = " \t\r";
@@ -94,7 +97,15 @@ private:
             // Conversions stop at the last sample: only the unclamped one shows a tick past it.
             if (sample == maxSample && iRead.GetType() == Time_eType_Ticks)
                 sample = mSong.GetTempoMap().TickToSample(Time_Tick(iRead[i]), false).AsInt64();
-            if (sample < minSample || sample > maxSample) RefuseRange(i, "sample", minSample, maxSample);
+            if (sample >= minSample && sample <= maxSample) continue;
+            // Far away a sample may have wrapped round: the position itself tells its side.
+            const bool isBefore =
+                iRead[i] < (iRead.GetType() == Time_eType_Ticks ? mSong.GetStartTick().AsInt64() : 0);
+            RefuseRange(i,
+                        !isBefore     ? cPast
+                        : iUsesFrames ? "lies before sample 0, the first that has a frame"
+                                      : cBefore,
+                        "sample", minSample, maxSample);
         }
     }
 
@@ -104,13 +115,15 @@ private:
         const Cmn_Int64 minTick = Time_Typed::MinTime(Time_eType_Ticks).AsInt64();
         const Cmn_Int64 maxTick = Time_Typed::MaxTime(Time_eType_Ticks).AsInt64();
         for (std::size_t i = 0; ticks && i < ticks->size(); ++i)
-            if ((*ticks)[i] < minTick || (*ticks)[i] > maxTick) RefuseRange(i, "tick", minTick, maxTick);
+            if ((*ticks)[i] < minTick || (*ticks)[i] > maxTick)
+                RefuseRange(i, (*ticks)[i] < minTick ? cBefore : cPast, "tick", minTick, maxTick);
     }
 
-    [[noreturn]] void RefuseRange(std::size_t iIndex, const char* iUnit, Cmn_Int64 iMin, Cmn_Int64 iMax) const
+    [[noreturn]] void RefuseRange(std::size_t iIndex, const char* iWhere, const char* iUnit, Cmn_Int64 iMin,
+                                  Cmn_Int64 iMax) const
     {
-        Refuse(iIndex, std::string("lies past the time line, expected ") + iUnit + " " +
-                           std::to_string(iMin) + " to " + std::to_string(iMax));
+        Refuse(iIndex, std::string(iWhere) + ", expected " + iUnit + ' ' + std::to_string(iMin) + " to " +
+                           std::to_string(iMax));
     }
 
     [[noreturn]] void Refuse(std::size_t iIndex, const std::string& iText) const

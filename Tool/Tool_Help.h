@@ -109,8 +109,9 @@ Usage: kora plot FILE [-o OUT.svg] [--rate HZ] [--timecode NAME]
 
 The picture is SVG that needs nothing else and follows a viewer's light or dark scheme. The tempo
 is in quarter notes a minute, whatever the beat is. A change that cuts a bar short is marked in
-orange. Pointing at a mark shows what changes there; labels that would run into the next mark are
-left out.
+orange. A label names what holds from there on to the next label; changes too close together for
+labels of their own are counted ("60 meters") or, where there is no room for that, shown as "…".
+Pointing at a mark shows what changes there.
 )";
 
 inline constexpr char Tool_cXmlHelp[] = R"(Prints a song's end, settings and maps as one XML document.

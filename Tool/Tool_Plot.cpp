@@ -2,7 +2,9 @@
 
 #include "Bastel/Cmn/Cmn_FloatMath.h"
 #include "Bastel/Cmn/Cmn_XMLNode.h"
+#include "Tool/Tool_PlotLabels.h"
 #include "Tool/Tool_PlotScale.h"
+#include "Tool/Tool_PlotText.h"
 #include "Tool/Tool_Seconds.h"
 #include "Tool/Tool_SongRows.h"
 #include "Tool/Tool_Text.h"
@@ -19,6 +21,7 @@ constexpr Cmn_Int64 cWidth = 960;
 constexpr Cmn_Int64 cHeight = 432;
 constexpr Cmn_Int64 cLeft = 80;
 constexpr Cmn_Int64 cNames = 16; // of lanes and axes
+constexpr Cmn_Int64 cNamesEnd = 48;
 constexpr Cmn_Int64 cRight = cWidth - 28;
 constexpr Cmn_Int64 cTitleLine = 34;
 constexpr Cmn_Int64 cSubtitleLine = 56;
@@ -28,9 +31,11 @@ constexpr Cmn_Int64 cLaneHeight = 18;
 constexpr Cmn_Int64 cCurveTop = 144;
 constexpr Cmn_Int64 cCurveBottom = 346;
 constexpr Cmn_Int64 cTimeAxis = 388;
-constexpr Cmn_Int64 cMark = 6;             // of an axis
-constexpr Cmn_Int64 cLabelDrop = 20;       // from an axis to its labels' line
-constexpr Cmn_Int64 cCharacterTenths = 74; // no narrower than letters of 12 pixels run on average
+constexpr Cmn_Int64 cFoot = 4;       // of a mark in a lane, below the labels
+constexpr Cmn_Int64 cMark = 6;       // of an axis
+constexpr Cmn_Int64 cLabelDrop = 20; // from an axis to its labels' line
+constexpr Cmn_Int64 cTitleSize = 20;
+constexpr Cmn_Int64 cPageEdge = cWidth * 10;
 
 constexpr char cStyle[] =
     "text { font: 12px system-ui, 'Segoe UI', 'DejaVu Sans', sans-serif; fill: #57606a } "
@@ -59,13 +64,7 @@ std::string Pixels(Cmn_Int64 iTenths)
     return text;
 }
 
-// Tenths of a pixel that a text of 12 pixels takes at most.
-Cmn_Int64 WidthOf(std::string_view iText)
-{
-    const auto characters =
-        std::count_if(iText.begin(), iText.end(), [](char c) { return (c & 0xC0) != 0x80; });
-    return static_cast<Cmn_Int64>(characters) * cCharacterTenths;
-}
+Cmn_Int64 WidthOf(const std::string& iText) { return Tool_TextWidth(iText, Tool_cLabelSize); }
 
 class Plot
 {
@@ -182,23 +181,21 @@ private:
                 {"width",  width },
                 {"height", height}
         });
-        AddText(mSvg, "title", cLeft * 10, cTitleLine * 10, mTitle);
+        AddText(mSvg, "title", cLeft * 10, cTitleLine * 10,
+                Tool_ShortenedText(mTitle, cTitleSize, (cRight - cLeft) * 10));
         AddText(mSvg, "", cLeft * 10, cSubtitleLine * 10, Subtitle());
     }
 
     // "21 bars · 0:44.719 · 60 to 138 bpm · 8 tempos, 5 meters, 3 keys"
     std::string Subtitle() const
     {
-        const auto count = [](Cmn_Int64 iCount, const char* iNoun) {
-            return std::to_string(iCount) + ' ' + iNoun + (iCount == 1 ? "" : "s");
-        };
         const auto size = [](const auto& iRows) { return static_cast<Cmn_Int64>(iRows.size()); };
         const auto [min, max] = TempoRange();
         const std::string range = min == max ? "" : Tool_TempoText(min) + " to ";
-        return count(CountOfBars(), "bar") + " · " +
+        return Tool_CountText(CountOfBars(), "bar") + " · " +
                mSeconds.MinutesAndSeconds(mRows.mEnd.mSample.AsInt64()) + " · " + range +
-               Tool_TempoText(max) + " bpm · " + count(size(mRows.mTempos), "tempo") + ", " +
-               count(size(mRows.mMeters), "meter") + ", " + count(size(mRows.mKeys), "key");
+               Tool_TempoText(max) + " bpm · " + Tool_CountText(size(mRows.mTempos), "tempo") + ", " +
+               Tool_CountText(size(mRows.mMeters), "meter") + ", " + Tool_CountText(size(mRows.mKeys), "key");
     }
 
     void AddTempoGrid()
@@ -243,17 +240,33 @@ private:
         while (!standClear(labels))
             labels = BarsBy(step *= 2);
         for (const auto& [bar, x] : labels)
-            AddText(mSvg, "mid", x, (cCurveBottom + cLabelDrop) * 10, std::to_string(bar));
+            AddAxisLabel(x, cCurveBottom, std::to_string(bar));
+    }
+
+    // Centred on its mark, but between the axis's name and the page's edge.
+    static Cmn_Int64 CentreOf(Cmn_Int64 iX, const std::string& iText)
+    {
+        const Cmn_Int64 half = (WidthOf(iText) + 1) / 2;
+        return std::clamp(iX, cNamesEnd * 10 + half, cPageEdge - half);
+    }
+    void AddAxisLabel(Cmn_Int64 iX, Cmn_Int64 iAxis, const std::string& iText)
+    {
+        AddText(mSvg, "mid", CentreOf(iX, iText), (iAxis + cLabelDrop) * 10, iText);
     }
 
     void AddTimeAxis()
     {
         AddText(mSvg, "", cNames * 10, (cTimeAxis + cLabelDrop) * 10, "time");
         AddLine(mSvg, "axis", cLeft * 10, cTimeAxis * 10, cRight * 10, cTimeAxis * 10);
+        Cmn_Int64 free = 0;
         for (Cmn_Int64 time = 0; time <= mTime.GetTo(); time += mTime.GetStep()) {
             const Cmn_Int64 x = mTime.PlaceOf(time);
+            const std::string label = Tool_ClockText(time, mTime.GetStep());
             AddLine(mSvg, "axis", x, cTimeAxis * 10, x, (cTimeAxis + cMark) * 10);
-            AddText(mSvg, "mid", x, (cTimeAxis + cLabelDrop) * 10, Tool_ClockText(time, mTime.GetStep()));
+            const Cmn_Int64 centre = CentreOf(x, label);
+            if (centre - WidthOf(label) / 2 < free) continue; // "9000:00:00" at the lowest rates
+            AddAxisLabel(x, cTimeAxis, label);
+            free = centre + WidthOf(label) / 2;
         }
     }
 
@@ -288,69 +301,117 @@ private:
         });
     }
 
-    // One mark of a lane with its label, the longest of iLabels that fits before iNextX. A mark without a label stays
-    // inside its lane, so that a crowd of them does not cover the curve.
-    void AddMark(const char* iClass, Cmn_Int64 iLane, const Tool_SongRows::Place& iPlace, Cmn_Int64 iNextX,
-                 std::initializer_list<std::string> iLabels)
-    {
-        const Cmn_Int64 x = XOf(iPlace);
-        Cmn_XMLNode& group = Add(mSvg, "g", "", {});
-        group.AddValue("title", "bar " + iPlace.mPosition.ToString(false, false) + ", " +
-                                    mSeconds.MinutesAndSeconds(iPlace.mSample.AsInt64()) + ": " +
-                                    *iLabels.begin());
-        const auto label = std::find_if(iLabels.begin(), iLabels.end(),
-                                        [&](const std::string& l) { return x + 50 + WidthOf(l) <= iNextX; });
-        const bool hasLabel = label != iLabels.end();
-        AddLine(group, (std::string("mark ") + iClass).c_str(), x, iLane * 10, x,
-                (hasLabel ? cCurveBottom : iLane + cLaneHeight) * 10);
-        if (hasLabel) AddText(group, iClass, x + 50, (iLane + cLaneHeight - 5) * 10, *label);
-    }
-
-    // Calls iDraw(row, place of the next row or the page's edge) for the rows that stand a pixel or more apart.
-    template <class Row, class Draw>
-    void ForEachMark(const std::vector<Row>& iRows, Draw iDraw) const
+    // Changes less than a pixel apart are one mark, which shows what holds from the last of them on.
+    template <class Row, class Texts>
+    std::vector<Tool_PlotMark> MarksOf(const std::vector<Row>& iRows, Texts iTexts) const
     {
         constexpr Cmn_Int64 cApart = 10;
+        std::vector<Tool_PlotMark> marks;
         for (auto row = iRows.begin(); row != iRows.end();) {
             const Cmn_Int64 x = XOf(row->mPlace);
             const auto next =
                 std::find_if(row, iRows.end(), [&](const Row& r) { return XOf(r.mPlace) >= x + cApart; });
-            iDraw(*row, next == iRows.end() ? cWidth * 10 : XOf(next->mPlace));
+            const auto last = std::prev(next);
+            marks.push_back({x, XOf(last->mPlace), static_cast<std::size_t>(last - iRows.begin()), next - row,
+                             iTexts(*last)});
             row = next;
         }
+        return marks;
+    }
+
+    // The marks of one kind of change with their labels. A mark without a label of its own is a foot below the text, so
+    // that a crowd of them covers neither its label nor the curve.
+    template <class Row, class Class, class Texts>
+    void AddLane(Cmn_Int64 iLane, const char* iNoun, const std::vector<Row>& iRows, Class iClass,
+                 Texts iTexts)
+    {
+        const Cmn_Int64 line = (iLane + cLaneHeight - 5) * 10;
+        AddText(mSvg, "", cNames * 10, line, iNoun);
+        const std::vector<Tool_PlotMark> marks = MarksOf(iRows, iTexts);
+        Cmn_Int64 free = 0;
+        for (const Tool_PlotLabel& label : Tool_PlaceLabels(marks, iNoun, cPageEdge)) {
+            const bool isOne = label.mChanges == 0;
+            for (std::size_t i = label.mFirstMark; i < label.mFirstMark + label.mMarks; ++i) {
+                const Row& row = iRows[marks[i].mLast];
+                Cmn_XMLNode& group = AddMark(marks[i], row.mPlace);
+                const Cmn_Int64 foot = iLane + cLaneHeight - cFoot;
+                AddLine(group, (std::string("mark ") + iClass(row)).c_str(), marks[i].mX,
+                        (isOne && marks[i].mX >= free ? iLane : foot) * 10, marks[i].mX,
+                        (isOne ? cCurveBottom : iLane + cLaneHeight) * 10);
+                if (isOne) AddText(group, iClass(row), label.mX, line, label.mText);
+            }
+            if (!isOne) AddCrowdText(label, iNoun, iNoun, line);
+            free = label.mEnd;
+        }
+    }
+    // What is told of it to whoever points at it.
+    Cmn_XMLNode& AddMark(const Tool_PlotMark& iMark, const Tool_SongRows::Place& iPlace)
+    {
+        Cmn_XMLNode& group = Add(mSvg, "g", "", {});
+        group.AddValue(
+            "title",
+            "bar " + iPlace.mPosition.ToString(false, false) + ", " +
+                mSeconds.MinutesAndSeconds(iPlace.mSample.AsInt64()) + ": " + iMark.mTexts.front() +
+                (iMark.mChanges == 1 ? ""
+                                     : ", the last of " + std::to_string(iMark.mChanges) + " changes here"));
+        return group;
+    }
+    void AddCrowdText(const Tool_PlotLabel& iLabel, const char* iClass, const char* iNoun, Cmn_Int64 iY)
+    {
+        Cmn_XMLNode& group = Add(mSvg, "g", "", {});
+        group.AddValue("title", Tool_CountText(iLabel.mChanges, iNoun));
+        AddText(group, iClass, iLabel.mX, iY, iLabel.mText);
     }
 
     void AddMeters()
     {
-        AddText(mSvg, "", cNames * 10, (cMeterLane + cLaneHeight - 5) * 10, "meter");
-        ForEachMark(mRows.mMeters, [&](const Tool_SongRows::Meter& iRow, Cmn_Int64 iNextX) {
-            const std::string meter =
-                std::to_string(iRow.mNumerator) + '/' + std::to_string(iRow.mDenominator);
-            const std::string cut = meter + " cuts bar " + std::to_string(Cmn_Int64{iRow.mBar} - 1);
-            if (iRow.mIsOffBarline)
-                AddMark("cut", cMeterLane, iRow.mPlace, iNextX, {cut, meter});
-            else
-                AddMark("meter", cMeterLane, iRow.mPlace, iNextX, {meter});
-        });
+        using Meter = Tool_SongRows::Meter;
+        AddLane(
+            cMeterLane, "meter", mRows.mMeters,
+            [](const Meter& iRow) { return iRow.mIsOffBarline ? "cut" : "meter"; },
+            [](const Meter& iRow) -> std::vector<std::string> {
+                const std::string meter =
+                    std::to_string(iRow.mNumerator) + '/' + std::to_string(iRow.mDenominator);
+                if (!iRow.mIsOffBarline) return {meter};
+                return {meter + " cuts bar " + std::to_string(Cmn_Int64{iRow.mBar} - 1), meter};
+            });
     }
 
     void AddKeys()
     {
-        AddText(mSvg, "", cNames * 10, (cKeyLane + cLaneHeight - 5) * 10, "key");
-        ForEachMark(mRows.mKeys, [&](const Tool_SongRows::Key& iRow, Cmn_Int64 iNextX) {
-            AddMark("key", cKeyLane, iRow.mPlace, iNextX, {iRow.mKey.ToString()});
-        });
+        using Key = Tool_SongRows::Key;
+        AddLane(
+            cKeyLane, "key", mRows.mKeys, [](const Key&) { return "key"; },
+            [](const Key& iRow) -> std::vector<std::string> { return {iRow.mKey.ToString()}; });
     }
 
-    // On the steps that are wide enough.
+    // Over the steps that are wide enough, and over the highest step below what runs on.
     void AddTempoLabels()
     {
-        ForEachMark(mRows.mTempos, [&](const Tool_SongRows::Tempo& iRow, Cmn_Int64 iNextX) {
-            const std::string label = Tool_TempoText(Thousandths(iRow));
-            const Cmn_Int64 x = XOf(iRow.mPlace) + 50;
-            if (x + WidthOf(label) <= iNextX)
-                AddText(mSvg, "tempo", x, mTempo.PlaceOf(Thousandths(iRow)) - 60, label);
-        });
+        const auto marks =
+            MarksOf(mRows.mTempos, [](const Tool_SongRows::Tempo& iRow) -> std::vector<std::string> {
+                return {Tool_TempoText(Thousandths(iRow))};
+            });
+        for (const Tool_PlotLabel& label : Tool_PlaceLabels(marks, "tempo", cPageEdge)) {
+            const Cmn_Int64 y = mTempo.PlaceOf(HighestTempo(marks[label.mFirstMark].mX, label.mEnd)) - 60;
+            if (label.mChanges == 0)
+                AddText(mSvg, "tempo", label.mX, y, label.mText);
+            else
+                AddCrowdText(label, "tempo", "tempo", y);
+        }
+    }
+    Cmn_Int64 HighestTempo(Cmn_Int64 iFrom, Cmn_Int64 iTo) const
+    {
+        const auto behind = [&](Cmn_Int64 iX) {
+            return std::partition_point(mRows.mTempos.begin(), mRows.mTempos.end(),
+                                        [&](const auto& r) { return XOf(r.mPlace) <= iX; });
+        };
+        auto row = behind(iFrom);
+        if (row != mRows.mTempos.begin()) --row;
+        Cmn_Int64 highest = 0;
+        for (const auto end = behind(iTo); row != end; ++row)
+            highest = std::max(highest, Thousandths(*row));
+        return highest;
     }
 
     const Tool_Song& mSong;

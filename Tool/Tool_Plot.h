@@ -9,8 +9,9 @@
 //
 // The picture is SVG that needs nothing else and follows the viewer's light or dark scheme. It has the same bytes on
 // every platform: places are integers, tenths of a pixel. Its size is bounded however many changes a song has: those that
-// fall on one tenth of a pixel become one vertical stroke of the curve, and of marks less than a pixel apart the first is
-// drawn. A label that would run into the next mark is left out; the mark tells its text to whoever points at it.
+// fall on one tenth of a pixel become one vertical stroke of the curve, and of marks less than a pixel apart the last is
+// drawn, whose state holds from there on. Tool_PlotLabels.h says what is labelled; a mark tells its text to whoever
+// points at it.
 #pragma once
 
 #include "Tool/Tool_Song.h"

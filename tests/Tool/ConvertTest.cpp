@@ -86,7 +86,7 @@ TEST_F(ConvertTest, SaysWhichLineIsBadAndPrintsNothing)
         std::string mInput;
         Tool_EUnit mFrom, mTo;
         int mLine;
-        std::string mShown, mExpected; // past the time line where samples are expected
+        std::string mShown, mExpected; // outside the time line where samples are expected
     } cRows[] = {
         {"1|1|0\n1|1\n", Tool_eUnit_Bars, Tool_eUnit_Ticks, 2, "1|1", bars},
         {"1|0|0\n", Tool_eUnit_Bars, Tool_eUnit_Ticks, 1, "1|0|0", bars},
@@ -108,14 +108,23 @@ TEST_F(ConvertTest, SaysWhichLineIsBadAndPrintsNothing)
         {"2147483647|2147483647|576460752303423487", Tool_eUnit_Bars, Tool_eUnit_Ticks, 1,
          "2147483647|2147483647|576460752303423487", anywhere},
         {"999999999999\n", Tool_eUnit_Seconds, Tool_eUnit_Samples, 1, "999999999999", anywhere},
+        {"-999999999999\n", Tool_eUnit_Seconds, Tool_eUnit_Ticks, 1, "-999999999999", anywhere},
+        {"-0.1\n", Tool_eUnit_Seconds, Tool_eUnit_Timecode, 1, "-0.1", fromZero},
+        {"0|4|1\n", Tool_eUnit_Bars, Tool_eUnit_Frames, 1, "0|4|1", fromZero},
+        {"-2147483648|1|0", Tool_eUnit_Bars, Tool_eUnit_Ticks, 1, "-2147483648|1|0", anywhere},
+        {"-9223372036854775808\n", Tool_eUnit_Frames, Tool_eUnit_Bars, 1, "-9223372036854775808", fromZero},
     };
     // clang-format on
     for (const auto& row : cRows) {
-        const bool isPast = row.mExpected == fromZero || row.mExpected == anywhere;
+        const char* const where =
+            row.mShown[0] != '-' && row.mShown[0] != '0' ? "lies past the time line's end"
+            : row.mExpected == fromZero                  ? "lies before sample 0, the first that has a frame"
+                                                         : "lies before the time line's beginning";
+        const bool isOutside = row.mExpected == fromZero || row.mExpected == anywhere;
         const std::string notOne = "is not a position in " + std::string(Tool_UnitName(row.mFrom));
         const std::string start = "stdin: line " + std::to_string(row.mLine) + ": \"" + row.mShown + "\" ";
         EXPECT_EQ(Complaint([&] { Convert(row.mInput, row.mFrom, {row.mTo}); }),
-                  start + (isPast ? "lies past the time line" : notOne) + ", " + row.mExpected);
+                  start + (isOutside ? where : notOne) + ", " + row.mExpected);
     }
     EXPECT_EQ(Convert("34359738367\n", Tool_eUnit_Samples, {Tool_eUnit_Samples}), "34359738367\n");
 }

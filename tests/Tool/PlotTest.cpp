@@ -1,5 +1,7 @@
 #include "Tool/Tool_Plot.h"
+#include "Tool/Tool_PlotLabels.h"
 #include "Tool/Tool_PlotScale.h"
+#include "Tool/Tool_PlotText.h"
 #include "tests/Tool/ToolFixture.h"
 
 #include <cstring>
@@ -35,6 +37,40 @@ std::string FaultOf(const std::string& iSvg)
     return open.empty() ? "" : "open " + open.back();
 }
 
+// What is wrong with the places of the texts: empty when none leaves the page or runs into another.
+std::string CollisionsIn(const std::string& iSvg)
+{
+    struct Box
+    {
+        double mLeft, mRight, mLine;
+        std::string mText;
+    };
+    std::vector<Box> boxes;
+    std::string faults;
+    for (std::size_t at = 0; (at = iSvg.find("<text ", at)) != std::string::npos; ++at) {
+        const std::size_t start = iSvg.find('>', at) + 1;
+        const std::string tag = iSvg.substr(at, start - at);
+        const std::string text = iSvg.substr(start, iSvg.find("</text>", at) - start);
+        const auto number = [&](const char* iName) {
+            return std::atof(&tag[tag.find(iName) + std::strlen(iName)]);
+        };
+        const bool isTitle = tag.find("\"title\"") != std::string::npos;
+        const double width = static_cast<double>(Tool_TextWidth(text, isTitle ? 20 : 12)) / 10;
+        const double anchor = tag.find("\"end\"") != std::string::npos   ? 1
+                              : tag.find("\"mid\"") != std::string::npos ? 0.5
+                                                                         : 0;
+        const double left = number(" x=\"") - anchor * width;
+        const Box box{left, left + width, number(" y=\""), text};
+        if (box.mLeft < 0 || box.mRight > 960) faults += text + " leaves the page; ";
+        for (const Box& other : boxes)
+            if (std::abs(other.mLine - box.mLine) < 10 && other.mLeft < box.mRight &&
+                box.mLeft < other.mRight)
+                faults += text + " runs into " + other.mText + "; ";
+        boxes.push_back(box);
+    }
+    return faults;
+}
+
 using PlotTest = ToolFixture;
 } // namespace
 
@@ -46,6 +82,15 @@ TEST_F(PlotTest, AnySongGivesAWellFormedPictureOfBoundedSizeInsideThePage)
         many += Tempo(1 + random() % 400, 1 + static_cast<int>(random() % 16000000)) +
                 Meter(random() % 9, 1 + static_cast<int>(random() % 9), static_cast<int>(random() % 6)) +
                 Key(0, static_cast<int>(random() % 15) - 7, i % 2);
+    // After twenty bars at 100 up to 150 within one bar, where thirty bars stay; sixty meters, and what comes after them.
+    const auto bpm = [](int iTempo) { return 60000000 / iTempo; };
+    std::string ramp = Tempo(0, bpm(100)) + Meter(0, 2, 2) + Meter(1, 3, 2) + Tempo(38400, bpm(101));
+    for (int tempo = 102; tempo <= 150; ++tempo)
+        ramp += Tempo(9, bpm(tempo));
+    ramp += Text(57600, "");
+    std::string crowd = Key(0, 2, 0) + Meter(0, 4, 2);
+    for (int i = 0; i < 60; ++i)
+        crowd += Meter(i == 0 ? 28800 : 480, 2 + i % 5, 2);
     // clang-format off
     const std::tuple<const char*, std::string, const char*> rows[] = {
         {"nothing but the defaults", File(480, {""}), "0 bars · 0:00.000 · 120 bpm · 1 tempo, 1 meter, 0 keys"},
@@ -56,14 +101,87 @@ TEST_F(PlotTest, AnySongGivesAWellFormedPictureOfBoundedSizeInsideThePage)
         {"bars of a thousandth", File(480, {Meter(0, 1, 11) + Text(480000, "")}), ">512000 bars"},
         {"six thousand changes", File(480, {many}), "· 2001 tempos, "},
         {"a bar cut short", File(480, {Meter(480, 3, 2) + Text(4800, "")}), ">3/4 cuts bar 1<"},
+        {"a plateau has its own tempo, not the one before", File(480, {ramp}), ">150<"},
+        {"the count of a ramp", File(480, {ramp}), ">49 tempos<"},
+        {"a song in 3/4 after a tick of 2/4", File(480, {ramp}), ">3/4 cuts bar 1<"},
+        {"a crowd and what comes after it", File(480, {crowd + Meter(480, 7, 3) + Text(48000, "")}), ">60 meters<"},
+        {"the opening meter", File(480, {crowd + Text(1, "")}), ">4/4<"},
+        {"the opening key", File(480, {crowd + Key(1, 3, 0) + Text(1000000, "")}), ">D major<"},
+        {"the opening tempo before a crowd", File(480, {Tempo(0, bpm(99)) + Tempo(1, bpm(77)) + Tempo(999, bpm(88)) + Text(1000000, "")}), ">77<"},
     };
     // clang-format on
     for (const auto& [shows, bytes, holds] : rows) {
         const std::string svg = Svg(bytes, "<&\">\x01\xFF");
         EXPECT_EQ(FaultOf(svg), "") << shows;
+        EXPECT_EQ(CollisionsIn(svg), "") << shows;
         EXPECT_LT(svg.size(), 1000000u) << shows;
         EXPECT_NE(svg.find(holds), std::string::npos) << shows << svg.substr(0, 3000);
     }
+}
+
+TEST_F(PlotTest, EveryChangeStandsUnderOneLabelAndNoLabelInAnothersPlace)
+{
+    std::mt19937 random(11);
+    for (int round = 0; round < 1000; ++round) {
+        std::vector<Tool_PlotMark> marks;
+        const unsigned widest = 20u << random() % 9;
+        for (Cmn_Int64 x = 800; x <= 9320 && marks.size() < 400;
+             x += 10 + static_cast<Cmn_Int64>(random() % widest))
+            marks.push_back({
+                x,
+                x + static_cast<Cmn_Int64>(random() % 10),
+                marks.size(),
+                1 + static_cast<Cmn_Int64>(random() % 3),
+                {"3/4 cuts bar 9", "3/4"}
+            });
+        const auto labels = Tool_PlaceLabels(marks, "meter", 9600);
+        std::size_t mark = 0;
+        Cmn_Int64 free = 0;
+        for (const Tool_PlotLabel& label : labels) {
+            const std::size_t next = mark + label.mMarks;
+            const bool isOne = label.mChanges == 0;
+            const std::string shown =
+                std::to_string(round) + ": " + label.mText + " at mark " + std::to_string(mark);
+            ASSERT_EQ(label.mFirstMark, mark) << shown;
+            ASSERT_TRUE(isOne || mark > 0) << shown;
+            ASSERT_EQ(label.mEnd, label.mX + Tool_TextWidth(label.mText, 12)) << shown;
+            ASSERT_TRUE(label.mX >= free && label.mEnd <= 9600) << shown;
+            // What names a state stands inside it; the opening alone may run on.
+            ASSERT_TRUE(!isOne || (label.mMarks == 1 && label.mX > marks[mark].mX)) << shown;
+            ASSERT_TRUE(!isOne || mark == 0 || next == marks.size() || label.mEnd <= marks[next].mFrom)
+                << shown;
+            Cmn_Int64 changes = 0;
+            for (; mark < next; ++mark)
+                changes += marks[mark].mChanges;
+            ASSERT_TRUE(isOne || label.mText == "…" || label.mText == std::to_string(changes) + " meters")
+                << shown;
+            free = label.mEnd;
+        }
+        ASSERT_EQ(mark, marks.size()) << round;
+    }
+}
+
+TEST_F(PlotTest, ATitleIsShortenedBetweenWholeCharactersAsLittleAsNeeded)
+{
+    const std::string pieces[] = {"a",       "W",        "&",        "ä",    "光",
+                                  "e\u0301", "👍🏽", "👩\u200D🎤", "\xFF", "\xE5"};
+    std::mt19937 random(5);
+    for (int round = 0; round < 3000; ++round) {
+        std::vector<std::string> ends = {""};
+        for (std::size_t i = random() % 60; i > 0; --i)
+            ends.push_back(ends.back() + pieces[random() % std::size(pieces)]);
+        const Cmn_Int64 room = 300 + static_cast<Cmn_Int64>(random() % 6000);
+        const std::string shown = Tool_ShortenedText(ends.back(), 20, room);
+        ASSERT_LE(Tool_TextWidth(shown, 20), room) << shown;
+        if (shown == ends.back()) continue;
+        const auto end =
+            std::find_if(ends.begin(), ends.end(), [&](const std::string& e) { return e + "…" == shown; });
+        ASSERT_NE(end, ends.end()) << shown;
+        ASSERT_GT(Tool_TextWidth(end[1] + "…", 20), room - 1) << shown;
+    }
+    const std::string svg = Svg(File(480, {""}), std::string(300, '&'));
+    const std::string title = svg.substr(svg.find("y=\"34\">"), 1000);
+    EXPECT_EQ(title.find("…</text>") % 5, std::strlen("y=\"34\">") % 5) << title; // behind whole "&amp;"s
 }
 
 TEST(PlotScale, LabelsAreFewAndStandInsideTheRange)
