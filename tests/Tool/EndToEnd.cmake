@@ -99,7 +99,7 @@ if(CMAKE_HOST_UNIX AND NOT EMULATOR)
   run_shell(1 "kora: standard input: cannot be read, ${bad}" "'${KORA}' song - <&-")
   run_shell(1 "kora: /dev/zero: more than 268435456 bytes, ${bad}" "'${KORA}' info /dev/zero")
   run_shell(1 "kora: the output cannot be written\n" "'${KORA}' song first-light.mid >&-")
-  run_shell(1 "kora: the output cannot be written\n" "trap '' PIPE; set -o pipefail; '${KORA}' song first-light.mid | true")
+  run_shell(1 "kora: the output cannot be written\n" "trap '' PIPE; exec 3> >(:); wait $!; '${KORA}' song first-light.mid >&3")
 endif()
 
 # Its first 1300 bytes: the meter map and the tempo map are whole, the key map is not.
