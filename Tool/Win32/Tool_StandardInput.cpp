@@ -2,6 +2,7 @@
 
 #include "Tool/Tool_File.h"
 
+#include <cstring>
 #include <windows.h>
 
 bool Tool_IsStandardInput(const std::string& iName)
@@ -12,11 +13,14 @@ bool Tool_IsStandardInput(const std::string& iName)
                                     FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
                                     OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
     if (file == INVALID_HANDLE_VALUE) return false;
-    BY_HANDLE_FILE_INFORMATION named{};
-    BY_HANDLE_FILE_INFORMATION input{};
-    const bool isKnown = GetFileInformationByHandle(file, &named) != FALSE &&
-                         GetFileInformationByHandle(GetStdHandle(STD_INPUT_HANDLE), &input) != FALSE;
+    FILE_ID_INFO named{};
+    FILE_ID_INFO input{};
+    const bool isKnown = GetFileInformationByHandleEx(file, FileIdInfo, &named, sizeof named) != FALSE &&
+                         GetFileInformationByHandleEx(GetStdHandle(STD_INPUT_HANDLE), FileIdInfo, &input,
+                                                      sizeof input) != FALSE;
     CloseHandle(file);
-    return isKnown && named.dwVolumeSerialNumber == input.dwVolumeSerialNumber &&
-           named.nFileIndexHigh == input.nFileIndexHigh && named.nFileIndexLow == input.nFileIndexLow;
+    // A stream that was inherited from outside Windows, as under Wine, has volume 0.
+    return isKnown &&
+           (named.VolumeSerialNumber == input.VolumeSerialNumber || input.VolumeSerialNumber == 0) &&
+           std::memcmp(&named.FileId, &input.FileId, sizeof named.FileId) == 0;
 }
