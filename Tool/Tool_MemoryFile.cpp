@@ -63,9 +63,15 @@ Cmn_Int32 Tool_MemoryFile::SetLength(Handle iHandle, Cmn_Int64 iLength)
 
 Cmn_Int32 Tool_MemoryFile::Sync(Handle iHandle) { return IsOurs(iHandle) ? 0 : mOther.Sync(iHandle); }
 
-Cmn_Int32 Tool_MemoryFile::Replace(const std::string& iFrom, const std::string& iTo)
+Cmn_Int32 Tool_MemoryFile::OpenBeside(const std::string& iTarget, std::string& oPath, Handle& oHandle)
 {
-    return mOther.Replace(iFrom, iTo);
+    return mOther.OpenBeside(iTarget, oPath, oHandle);
+}
+
+Cmn_Int32 Tool_MemoryFile::TakePlace(Handle iHandle, const std::string& iFrom, const std::string& iTo,
+                                     Cmn_UInt32& oNotKept)
+{
+    return mOther.TakePlace(iHandle, iFrom, iTo, oNotKept);
 }
 
 Cmn_Int32 Tool_MemoryFile::SyncFolder(const std::string& iFolder) { return mOther.SyncFolder(iFolder); }

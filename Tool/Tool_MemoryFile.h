@@ -30,7 +30,9 @@ private:
     Cmn_Int32 GetLength(Handle iHandle, Cmn_Int64& oLength) override;
     Cmn_Int32 SetLength(Handle iHandle, Cmn_Int64 iLength) override;
     Cmn_Int32 Sync(Handle iHandle) override;
-    Cmn_Int32 Replace(const std::string& iFrom, const std::string& iTo) override;
+    Cmn_Int32 OpenBeside(const std::string& iTarget, std::string& oPath, Handle& oHandle) override;
+    Cmn_Int32 TakePlace(Handle iHandle, const std::string& iFrom, const std::string& iTo,
+                        Cmn_UInt32& oNotKept) override;
     Cmn_Int32 SyncFolder(const std::string& iFolder) override;
     Cmn_Int32 Remove(const std::string& iPath) override;
     Cmn_Int32 Resolve(const std::string& iPath, std::string& oPath) override;
