@@ -93,6 +93,7 @@ private:
         for (Cmn_Int32 i = 0; i < mWalk.GetNumNodes(); ++i) {
             if (!LooksLikeHeaderStream(i)) continue;
             const Cmn_Int64 told = ReadUInt32(mWalk.GetNode(i).header.body);
+            if (isMissing && mWalk.GetNode(i).parent != Walk::cNone) continue;
             if (isMissing ? mHeaderStreams.empty() && MayTell(i, told) : told == mToldTOC) {
                 mHeaderStreams.insert(i);
                 mToldTOC = told;
@@ -104,8 +105,8 @@ private:
     {
         const Node& node = mWalk.GetNode(iNode);
         const Sys_StdStreamHeaderInfo& header = node.header;
-        return node.isWhole && node.parent == Walk::cNone && node.streamType != FF_Document::cNoStreamType &&
-               header.version == 1 && header.listIndex == 0 && !header.isList &&
+        return node.isWhole && node.streamType != FF_Document::cNoStreamType && header.version == 1 &&
+               header.listIndex == 0 && !header.isList &&
                header.end - header.body == Cmn_Int64{sizeof(Cmn_UInt32)};
     }
 
@@ -149,7 +150,8 @@ private:
     bool IsWorthTaking(Cmn_Int32 iNode) const
     {
         const Node& node = mWalk.GetNode(iNode);
-        if (!node.isWhole || IsTOC(iNode) || IsOrphan(iNode) || mHeaderStreams.contains(iNode)) return false;
+        if (node.streamType == FF_Document::cTOCStreamType) return false;
+        if (!node.isWhole || IsOrphan(iNode) || mHeaderStreams.contains(iNode)) return false;
         if (node.parent == Walk::cNone || mLent.Knows(node.header.start)) return true;
         // Without the stream around it a header of another name has a place only as a list item.
         return node.streamType != FF_Document::cNoStreamType || IsListItem(iNode);
@@ -287,18 +289,21 @@ private:
         return node.header.start >= mLent.GetPosition() || mIsMoved || NeedsEntry(*stretch, iNode);
     }
 
-    // What the old table could have told of but did not had no entry, or was written anew elsewhere. Only a stream that
-    // lost the one around it needs one now, since nothing else leads to it any more.
+    // What the old table could have told of but did not had no entry, or was written anew elsewhere. A stream that lost the
+    // one around it needs an entry now, since nothing else leads to it any more; and so does an older version whose newer
+    // one is not whole.
     bool NeedsEntry(const Stretch& iStretch, Cmn_Int32 iNode) const
     {
-        return iStretch.node == iNode && mWalk.GetNode(iNode).parent != Walk::cNone &&
-               mLent.Get().Find(mWalk.GetPath(iNode)) == TOC::cNone;
+        const Contexts path = mWalk.GetPath(iNode);
+        if (mLent.Get().Find(path) != TOC::cNone) return mDocument.GetTOC().Find(path) == TOC::cNone;
+        return iStretch.node == iNode && (mWalk.GetNode(iNode).parent != Walk::cNone || IsUnsure(iNode));
     }
 
     void RebuildStream(Cmn_Int32 iNode)
     {
         const Node& node = mWalk.GetNode(iNode);
-        if (node.streamType == FF_Document::cNoStreamType) return;
+        if (node.streamType == FF_Document::cNoStreamType || node.streamType == FF_Document::cTOCStreamType)
+            return;
         TOC& toc = mDocument.GetTOC();
         const Contexts path = mWalk.GetPath(iNode);
         TOC::Entry entry = toc.Find(path);
@@ -329,22 +334,23 @@ private:
         AddLost(start, text);
     }
 
-    // Without a table nothing tells that an outermost stream was written in a nested one's place.
+    // Without a table nothing tells that a stream, or the one around it, was written in the place of an older one that
+    // stands ofType: the older one's key ends as this one's path does.
     void ReportMaybeOlder(Cmn_Int32 iNode)
     {
-        if (mLent.IsLent() || mWalk.GetNode(iNode).parent != Walk::cNone) return;
-        if (mNested.empty())
+        if (mLent.IsLent()) return;
+        const int depth = mWalk.GetNode(iNode).depth;
+        std::vector<Cmn_Int32>& ofType = mByType[mWalk.GetNode(iNode).streamType];
+        if (ofType.empty())
             for (Cmn_Int32 i = 0; i < mWalk.GetNumNodes(); ++i)
-                if (mWalk.GetNode(i).parent != Walk::cNone) mNested[mWalk.GetNode(i).streamType].push_back(i);
-        constexpr std::size_t cMostNamed = 16;
+                if (mWalk.GetNode(i).streamType == mWalk.GetNode(iNode).streamType) ofType.push_back(i);
         std::string names;
-        std::size_t numNames = 0;
-        for (const Cmn_Int32 i : mNested[mWalk.GetNode(iNode).streamType]) {
-            if (i > iNode) break;
-            if (++numNames <= cMostNamed) names += (names.empty() ? "" : ", ") + mWalk.Describe(i);
+        for (const Cmn_Int32 i : ofType) {
+            if (i >= iNode || --mLooksLeft < 0) break;
+            if (mWalk.GetNode(i).depth <= depth || !mWalk.Fits(iNode, Key(mWalk.GetPath(i)))) continue;
+            names += (names.empty() ? "" : ", ") + mWalk.Describe(i);
         }
-        if (numNames > cMostNamed) names += " and " + std::to_string(numNames - cMostNamed) + " more";
-        if (numNames > 0)
+        if (!names.empty())
             AddLost(mWalk.GetNode(iNode).header.start, "expected a table of contents that tells whether " +
                                                            mWalk.Describe(iNode) +
                                                            " was written in place of " + names);
@@ -549,7 +555,8 @@ private:
     std::vector<Stretch> mTaken;
     std::unordered_map<TOC::Entry, Cmn_Int32>
         mRebuilt; // entries made from headers, with the stream they lead to
-    std::map<Cmn_Int16, std::vector<Cmn_Int32>> mNested; // by type, once somebody asks
+    std::map<Cmn_Int16, std::vector<Cmn_Int32>> mByType;               // filled as somebody asks
+    Cmn_Int64 mLooksLeft = 4096 + Cmn_Int64{16} * mWalk.GetNumNodes(); // so that asking costs no square
     FF_DocumentRepair::Report mReport;
 };
 
