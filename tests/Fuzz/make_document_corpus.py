@@ -96,6 +96,30 @@ def fill_with_list(document):
     return document
 
 
+def fill_with_lists_in_lists(document):
+    rows = [document.stream(40, 1, document.items(*[document.stream(41, 1, document.text(name), i + 1)
+                                                    for i, name in enumerate(names)]), row + 1, True)
+            for row, names in enumerate([["Kick", "Hat"], ["Ride", "Kick"]])]
+    at = document.add(document.stream(42, 1, document.items(*rows), is_list=True))
+    places = [at + 32, at + 32 + len(rows[0])]
+    document.register([document.context(42, is_list=True)], document.local([at], "rows"),
+                      *[document.local([place], "row") for place in places])
+    for row, place in enumerate(places):
+        item = len(document.stream(41, 1, document.text(["Kick", "Ride"][row])))
+        document.register([document.context(42, 0, True, row + 1), document.context(40, at, True)],
+                          document.local([place], "row"), document.local([place + 32], "first"),
+                          document.local([place + 32 + item], "second"))
+    return document
+
+
+def fill_with_stream_written_anew(document):
+    old = document.add(document.stream(7, 1, document.stream(8, 1, b"old") + document.text("after")))
+    new = document.add(document.stream(8, 2, b"new, and longer"))
+    document.register([document.context(7)], document.local([old], "outer"))
+    document.register([document.context(7), document.context(8, old)], document.local([new], "inner"))
+    return document
+
+
 def main():
     example = fill_with_list(Document()).finish()
     if len(sys.argv) > 1:
@@ -125,6 +149,10 @@ def main():
         "swapped": fill_with_list(Document(swap=True)).finish(),
         "nested": nested.finish(),
         "pieces": pieces.finish(),
+        "lists-in-lists": fill_with_lists_in_lists(Document(swap=True)).finish(),
+        "lists-masked": fill_with_lists_in_lists(Document(3, 250)).finish(),
+        "written-anew": fill_with_stream_written_anew(Document(4, 9)).finish(),
+        "written-anew-swapped": fill_with_stream_written_anew(Document(5, 9, swap=True)).finish(),
         "never-flushed": fill_with_list(Document(1, 200)).finish(toc=False),
         "cut": example[:-9],
         "too-new": b"\4" + example[1:30],
