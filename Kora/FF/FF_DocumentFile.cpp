@@ -258,7 +258,6 @@ void FF_DocumentFile::CheckHeaderStream()
     if (!PeekAt(data, header) || header.name != cDocumentName)
         return AddFault(std::min(data, GetLength()),
                         "expected the header stream, found no sound header of one");
-    mFirst = header.end;
     if (header.version != cHeaderVersion)
         AddFault(data, Found("version of the header stream", cHeaderVersion, header.version));
     const Cmn_Int64 size = header.end - header.body;
@@ -268,6 +267,8 @@ void FF_DocumentFile::CheckHeaderStream()
     const Cmn_UInt32 sum = mWindow.SumOf(header.body, size);
     if (sum != header.bodySum)
         return AddFault(header.body, FF_SumText("body sum of the header stream", header.bodySum, sum));
+    // Not before: where another stream's header has got here, its size leads past whole streams.
+    mFirst = header.end;
     Cmn_Int64 toc = cNone;
     ReadHeaderStream(header, toc);
     mToldTOC = toc;

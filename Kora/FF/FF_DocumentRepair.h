@@ -35,8 +35,9 @@ public:
     // Writes what is wholly there to iTo, with a new table, by a safe save; iTo may be iFrom. Throws where iFrom cannot be
     // read or iTo not be written; never for damage.
     //
-    // Every document stream that is copied is reached through the new table, but for those that were written anew: lost
-    // names them. Where a damaged header hides which stream those behind it were in, and no table tells, they are taken for
+    // After one stretch of damage every document stream that is copied is reached through the new table, but for those that
+    // were written anew: lost names them. Where whole streams stand in each other's places or twice, some may be reached by
+    // none, and a repaired file is worth a look by FF_DocumentCheck. Where a damaged header hides which stream those behind it were in, and no table tells, they are taken for
     // streams of what is around it, or for outermost ones, unless a list index tells that they were not; lost names the
     // place. Without a table, of several streams of one key the newest, the last in the file, is value 0, the others are
     // further values; lost names them, and the nested streams that an outermost one may have been written in place of.

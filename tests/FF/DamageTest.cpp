@@ -239,6 +239,8 @@ protected:
                                            FF_StreamHeaderReader::EUseExtendedTOC(iDocument != nullptr));
         const Cmn_Int16 type = header.GetStreamType();
         if (type == cForeign) return ioIn.ReadInt32() == 1234 ? "foreign" : "another number";
+        // As a reader that asks for its own types. What repair or a copy puts in sequence may be a table.
+        if (type < 20 || type >= 60) throw Cmn_Exception(Cmn_eMessage_UnexpectedStreamType);
         std::string text = "(";
         if (IsList(type)) {
             FF_StreamListReader list(iDocument, ioIn);
@@ -378,13 +380,12 @@ protected:
             return Bytes(ioFile.data() + std::min(a, ioFile.size()),
                          ioFile.data() + std::min(b, ioFile.size()));
         };
-        Bytes bytes;
+        const bool isFilled = iHit == eByte || iHit == eNoise || iHit == eZeros || iHit == eInsert;
+        Bytes bytes(isFilled ? to - from : 0);
         Frame a;
         Frame b;
         if (iHit == eBit) bytes = part(from, to);
-        for (std::uint8_t& byte : bytes)
-            byte ^= static_cast<std::uint8_t>(1 << Below(8));
-        if (iHit == eByte || iHit == eNoise || iHit == eZeros || iHit == eInsert) bytes.resize(to - from);
+        if (iHit == eBit) bytes.front() ^= static_cast<std::uint8_t>(1 << Below(8));
         if (iHit == eByte || iHit == eNoise || (iHit == eInsert && Below(2) == 0))
             std::generate(bytes.begin(), bytes.end(), [&] { return static_cast<std::uint8_t>(Below(256)); });
         if (iHit == eDouble) {
@@ -425,6 +426,11 @@ protected:
         return mSuperseded.contains(iNumber) &&
                std::any_of(iReached.upper_bound(iNumber), iReached.end(),
                            [&](int i) { return At(i).Name() == At(iNumber).Name(); });
+    }
+    static bool IsTold(const std::vector<FF_Fault>& iFaults, const std::string& iWords)
+    {
+        return std::any_of(iFaults.begin(), iFaults.end(),
+                           [&](const FF_Fault& f) { return f.text.find(iWords) != std::string::npos; });
     }
     void Run(unsigned iRun)
     {
@@ -503,18 +509,24 @@ protected:
             ++mNumSurvived;
             const std::string name = At(number).Name();
             newest[name] = std::max(newest[name], number);
-            if (!reading.numbers.contains(number) && !IsSuperseded(number, reading.numbers))
-                iFound("whole stream is not reachable: " + name);
+            if (reading.numbers.contains(number) || IsSuperseded(number, reading.numbers)) continue;
+            // Where the beginning is gone nothing tells how the rest is masked; and items without a list are named.
+            const std::string type =
+                " stream " + std::to_string(At(number).Type()) + " of a list that is not found";
+            const bool isTold = IsTold(report.lost, type) || IsTold(report.lost, " more");
+            iFound((IsTold(report.header, "encryption type") ? "layout is lost: "
+                    : report.streams.empty()                 ? "nothing is found: "
+                    : isTold                                 ? "items of a lost list: "
+                                                             : "whole stream is not reachable: ") +
+                   name);
         }
         for (const auto& [name, number] : newest) {
             const auto text = reading.texts.find(name + " piece 0");
-            if (text == reading.texts.end()) continue;
+            if (text == reading.texts.end() || !mPieces.contains(name)) continue; // nobody reads by that key
             const int read = std::atoi(text->second.substr(text->second.rfind(')') + 1).c_str());
-            const bool isTold =
-                std::any_of(report.lost.begin(), report.lost.end(), [&, key = &name](const FF_Fault& f) {
-                    return f.text.find(*key) != std::string::npos;
-                });
-            if (read < number && mSuperseded.contains(read) && !isTold)
+            const std::string maybe = "whether stream " + std::to_string(At(number).Type());
+            if (read < number && mSuperseded.contains(read) && !IsTold(report.lost, name) &&
+                !IsTold(report.lost, maybe))
                 iFound("superseded version: " + name + " reads as " + text->second + ", newest is " +
                        std::to_string(number));
         }

@@ -419,6 +419,18 @@ TEST_F(RepairTest, ADamagedFileHeaderIsSeenThrough)
         }
 }
 
+// The size in a header that does not belong there led past the streams behind it.
+TEST_F(RepairTest, AStreamsHeaderOverTheHeaderStreamHidesNoStream)
+{
+    HandMade::Write(mFiles, cPath, {});
+    Bytes damaged = FileBytes();
+    std::copy_n(damaged.begin() + 49, 26, damaged.begin() + 19);
+    mFiles.SetBytes(cPath, damaged);
+    EXPECT_EQ(Repair().recovered, 1);
+    Document repaired(Sys_Store::eOpenFlag_Read, 0, cRepaired);
+    EXPECT_EQ(Read(repaired, 7), 1234);
+}
+
 TEST_F(RepairTest, WhatIsNoDocumentBecomesAnEmptyOne)
 {
     for (const std::size_t size : {0, 1, 19, 48, 5000}) {
