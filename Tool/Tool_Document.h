@@ -26,16 +26,14 @@ std::string Tool_SongBytes(const Tool_Song& iSong, EFF_EncryptionType iType);
 // "not scrambled", "scrambled (type 2)"
 std::string Tool_ScramblingText(EFF_EncryptionType iType);
 
-// Does iWork; what the library throws from it names the file, also where it met the one that is written in its stead,
-// whose name begins with iPart.
+// Does iWork; what the library throws from it names the file.
 template <class Work>
-auto Tool_NamingFile(const std::string& iName, Work iWork, const std::string& iPart = {})
+auto Tool_NamingFile(const std::string& iName, Work iWork)
 {
     try {
         return iWork();
     } catch (Cmn_Exception& exception) {
-        const std::string& file = exception.GetFile();
-        if (file.empty() || (!iPart.empty() && file.starts_with(iPart))) exception.SetFile(iName);
+        if (exception.GetFile().empty()) exception.SetFile(iName);
         throw;
     }
 }

@@ -178,17 +178,15 @@ public:
         if (input.IsSameFile(mOutput))
             throw Tool_UsageError("the repaired document would take the place of " + Tool_Quoted(mOutput) +
                                   ", expected another file");
+        Tool_CheckPlainFile(mOutput);
         // What comes out of a file without a stream is not put in the place of anything.
-        Tool_StPartFile part(mOutput);
-        const Sys_FileLoc to(part.GetName());
-        const auto report = Tool_NamingFile(
-            mOutput, [&] { return FF_DocumentRepair::Repair(input.Location(), to); }, part.GetName());
+        const auto report = Tool_NamingFile(input.Name(), [&] {
+            return FF_DocumentRepair::Repair(input.Location(), Sys_FileLoc(mOutput), false);
+        });
         Tool_Outcome outcome{Text(report), {}, {}};
         if (report.streams.empty())
             outcome.mComplaints.push_back(Tool_Printable(input.Name()) +
                                           ": no stream was found, nothing was written");
-        else
-            part.Commit();
         return outcome;
     }
 

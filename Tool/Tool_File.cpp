@@ -16,9 +16,6 @@ constexpr std::size_t cBlock = std::size_t{1} << 20;
 
 namespace fs = std::filesystem;
 
-constexpr char cPartSuffix[] = ".kora-part";
-constexpr char cCannotBeWritten[] = "the file cannot be written";
-
 } // namespace
 
 fs::path Tool_PathOf(const std::string& iName) { return fs::path(std::u8string(iName.begin(), iName.end())); }
@@ -58,42 +55,37 @@ void Tool_CheckPlainFile(const std::string& iName)
     if (Tool_IsOther(iName)) throw Tool_InputError::InFile(iName, "no plain file, expected a name for one");
 }
 
-Tool_StPartFile::Tool_StPartFile(const std::string& iName)
-    : mName(iName)
-    , mTarget(iName)
-{
-    Tool_CheckPlainFile(iName);
-    if (Sys_FileSystem::Get().Resolve(iName, mTarget) != 0) mTarget = iName;
-    mPart = mTarget + cPartSuffix;
-}
-
-Tool_StPartFile::~Tool_StPartFile()
-{
-    if (!mIsCommitted) Sys_FileSystem::Get().Remove(mPart);
-}
-
-void Tool_StPartFile::Commit()
+namespace {
+// Of a plain file, or of none. What failed is told in the system's words.
+void WriteBeside(const std::string& iName, const std::string& iBytes)
 {
     Sys_FileSystem& system = Sys_FileSystem::Get();
-    const Cmn_Int32 error = system.Replace(mPart, mTarget);
-    mIsCommitted = error == 0;
-    if (!mIsCommitted) throw Tool_InputError::InFile(mName, Sys_OSErrorText(error));
-    const Cmn_Int32 unsynced = system.SyncFolder(Sys_FileLoc(mTarget).GetFolder().GetPath());
-    if (unsynced != 0)
-        throw Tool_InputError::InFile(mName, I18N_Utils::GetString(Cmn_eMessage_InPlaceUnsynced) + ": " +
-                                                 Sys_OSErrorText(unsynced));
+    const auto check = [&](Cmn_Int32 iError, const std::string& iWhat = {}) {
+        if (iError != 0) throw Tool_InputError::InFile(iName, iWhat + Sys_OSErrorText(iError));
+    };
+    std::string target;
+    std::string beside;
+    Sys_FileSystem::Handle handle = Sys_FileSystem::cNoHandle;
+    check(system.Resolve(iName, target));
+    check(system.OpenBeside(target, beside, handle));
+    std::size_t count = 0;
+    Cmn_Int32 error = system.WriteAt(handle, 0, iBytes.data(), iBytes.size(), count);
+    if (error == 0) error = system.Sync(handle);
+    Cmn_UInt32 notKept = 0;
+    if (error == 0) error = system.TakePlace(handle, beside, target, notKept);
+    if (error != 0) system.Remove(beside);
+    system.Close(handle);
+    check(error);
+    check(system.SyncFolder(Sys_FileLoc(target).GetFolder().GetPath()),
+          I18N_Utils::GetString(Cmn_eMessage_InPlaceUnsynced) + ": ");
 }
+} // namespace
 
 void Tool_WriteFile(const std::string& iName, const std::string& iBytes)
 {
-    const auto write = [&](const std::string& iTo) {
-        std::ofstream stream(Tool_PathOf(iTo), std::ios::binary);
-        stream.write(iBytes.data(), static_cast<std::streamsize>(iBytes.size()));
-        stream.close();
-        if (stream.fail()) throw Tool_InputError::InFile(iName, cCannotBeWritten);
-    };
-    if (Tool_IsOther(iName)) return write(iName);
-    Tool_StPartFile part(iName);
-    write(part.GetName());
-    part.Commit();
+    if (!Tool_IsOther(iName)) return WriteBeside(iName, iBytes);
+    std::ofstream stream(Tool_PathOf(iName), std::ios::binary);
+    stream.write(iBytes.data(), static_cast<std::streamsize>(iBytes.size()));
+    stream.close();
+    if (stream.fail()) throw Tool_InputError::InFile(iName, "the file cannot be written");
 }

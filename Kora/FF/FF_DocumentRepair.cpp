@@ -314,6 +314,9 @@ private:
         AddPiece(entry, 0, node.header.start);
         mRebuilt[entry] = iNode;
         ++mReport.withoutDescription;
+        if (!mIsMoved && mLent.Get().Find(path) != TOC::cNone)
+            AddLost(node.header.start,
+                    "expected the newest " + mWalk.Describe(iNode) + ", found an older one that readers get");
         ReportMaybeOlder(iNode);
     }
 
@@ -335,17 +338,16 @@ private:
     }
 
     // Without a table nothing tells that a stream, or the one around it, was written in the place of an older one that
-    // stands ofType: the older one's key ends as this one's path does.
+    // stands deeper: the older one's key ends as this one's path does.
     void ReportMaybeOlder(Cmn_Int32 iNode)
     {
         if (mLent.IsLent()) return;
         const int depth = mWalk.GetNode(iNode).depth;
-        std::vector<Cmn_Int32>& ofType = mByType[mWalk.GetNode(iNode).streamType];
-        if (ofType.empty())
+        if (mByType.empty())
             for (Cmn_Int32 i = 0; i < mWalk.GetNumNodes(); ++i)
-                if (mWalk.GetNode(i).streamType == mWalk.GetNode(iNode).streamType) ofType.push_back(i);
+                mByType[mWalk.GetNode(i).streamType].push_back(i);
         std::string names;
-        for (const Cmn_Int32 i : ofType) {
+        for (const Cmn_Int32 i : mByType[mWalk.GetNode(iNode).streamType]) {
             if (i >= iNode || --mLooksLeft < 0) break;
             if (mWalk.GetNode(i).depth <= depth || !mWalk.Fits(iNode, Key(mWalk.GetPath(i)))) continue;
             names += (names.empty() ? "" : ", ") + mWalk.Describe(i);
@@ -553,22 +555,23 @@ private:
     Cmn_Int64 mUnsureFrom = 0;
     Cmn_Int64 mMissingLeft = 1024 + mEnd / 64;
     std::vector<Stretch> mTaken;
-    std::unordered_map<TOC::Entry, Cmn_Int32>
-        mRebuilt; // entries made from headers, with the stream they lead to
-    std::map<Cmn_Int16, std::vector<Cmn_Int32>> mByType;               // filled as somebody asks
+    // Entries made from headers, with the stream that they lead to.
+    std::unordered_map<TOC::Entry, Cmn_Int32> mRebuilt;
+    std::map<Cmn_Int16, std::vector<Cmn_Int32>> mByType;               // filled when somebody asks
     Cmn_Int64 mLooksLeft = 4096 + Cmn_Int64{16} * mWalk.GetNumNodes(); // so that asking costs no square
     FF_DocumentRepair::Report mReport;
 };
 
 } // namespace
 
-FF_DocumentRepair::Report FF_DocumentRepair::Repair(const Sys_FileLoc& iFrom, const Sys_FileLoc& iTo)
+FF_DocumentRepair::Report FF_DocumentRepair::Repair(const Sys_FileLoc& iFrom, const Sys_FileLoc& iTo,
+                                                    bool iEvenIfEmpty)
 {
     auto file = std::make_unique<FF_DocumentFile>(iFrom);
     FF_SafeSave save(iTo, file->GetEncryptionType(), eTextEncoding_Utf8, false);
     if (file->IsSwapped()) save.GetDocument().SwapNewHeader();
     Report report = Repairer(*file, save.GetDocument()).Run();
     file.reset(); // iTo may be the same file, and open files are not replaced everywhere
-    save.Commit();
+    if (iEvenIfEmpty || !report.streams.empty()) save.Commit();
     return report;
 }

@@ -33,7 +33,8 @@ public:
         std::vector<FF_Fault> lost;
     };
     // Writes what is wholly there to iTo, with a new table, by a safe save; iTo may be iFrom. Throws where iFrom cannot be
-    // read or iTo not be written; never for damage.
+    // read or iTo not be written; never for damage. Where nothing came back, iTo becomes a document without streams, or with
+    // iEvenIfEmpty false stays as it was.
     //
     // After one stretch of damage every document stream that is copied is reached through the new table, but for those that
     // were written anew: lost names them. Where whole streams stand in each other's places or twice, some may be reached by
@@ -41,5 +42,5 @@ public:
     // streams of what is around it, or for outermost ones, unless a list index tells that they were not; lost names the
     // place. Without a table, of several streams of one key the newest, the last in the file, is value 0, the others are
     // further values; lost names them, and the nested streams that an outermost one may have been written in place of.
-    static Report Repair(const Sys_FileLoc& iFrom, const Sys_FileLoc& iTo);
+    static Report Repair(const Sys_FileLoc& iFrom, const Sys_FileLoc& iTo, bool iEvenIfEmpty = true);
 };

@@ -343,6 +343,23 @@ TEST_F(RepairTest, AnOldTableLendsPiecesItemsAndStates)
     }
 }
 
+TEST_F(RepairTest, ForANewestThatIsLostReadersGetTheOneBeforeAndAreTold)
+{
+    Document document(Sys_Store::eOpenFlag_New);
+    Write(document, 7, 1);
+    document.InvalidateKey(Key(7), 0);
+    Write(document, 7, 2);
+    document.Flush();
+    document.Close();
+    Bytes bytes = FileBytes();
+    bytes[81 + 30] ^= 1; // the second one's number
+    mFiles.SetBytes(cPath, bytes);
+    const std::string lost = Text(Repair().lost);
+    EXPECT_NE(lost.find("49: expected the newest stream 7, found an older one"), std::string::npos) << lost;
+    Document repaired(Sys_Store::eOpenFlag_Read, 0, cRepaired);
+    EXPECT_EQ(Read(repaired, 7), 1);
+}
+
 // A list of three streams after one that is lost, so that all places move.
 TEST_F(RepairTest, ItemsThatAreLostAreInvalidAndTheOthersKeepTheirNumbers)
 {

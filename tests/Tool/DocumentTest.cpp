@@ -236,7 +236,7 @@ TEST_F(DocumentTest, BadInputGivesOneLineThatSaysWhereAndWhat)
         {{"save", cFirstLight, "none/x.kora"},        "none/x.kora: the folder that it belongs in does not exist"},
         {{"save", cFirstLight, out},                  out + ": the file is write-protected"},
         {{"plot", cFirstLight, "-o", out},            out + ": the file is write-protected"},
-        {{"plot", cFirstLight, "-o", "none/x.svg"},   "none/x.svg: the file cannot be written"},
+        {{"plot", cFirstLight, "-o", "none/x.svg"},   "none/x.svg: the folder that it belongs in does not exist"},
     };
     // clang-format on
     for (const auto& [arguments, line] : cRefused)
