@@ -3,7 +3,7 @@
 #include "Kora/SDS/Source/SDS_NameRegistry.h"
 #include "Kora/Sys/Sys_Trace.h"
 #include "Kora/Sys/Sys_TraceBinder.h"
-#include "Kora/Time/Time_Typed.h"
+#include "Kora/Time/Values/Time_Typed.h"
 
 Cmn_Int32 Kora_Init::sInitializedCount = 0;
 

@@ -1,6 +1,6 @@
 #include "Tool/Tool_Convert.h"
 
-#include "Kora/Time/Time_TypedVector.h"
+#include "Kora/Time/Values/Time_TypedVector.h"
 #include "Tool/Tool_InputError.h"
 #include "Tool/Tool_PositionText.h"
 

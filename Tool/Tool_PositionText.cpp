@@ -1,6 +1,6 @@
 #include "Tool/Tool_PositionText.h"
 
-#include "Kora/Time/Time_SMPTE.h"
+#include "Kora/Time/Formats/Time_SMPTE.h"
 #include "Tool/Tool_Text.h"
 
 #include <algorithm>

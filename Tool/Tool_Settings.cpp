@@ -1,6 +1,6 @@
 #include "Tool/Tool_Settings.h"
 
-#include "Kora/Time/Time_SMPTE.h"
+#include "Kora/Time/Formats/Time_SMPTE.h"
 #include "Tool/Tool_Seconds.h"
 
 #include <algorithm>

@@ -1,7 +1,7 @@
 // Tool_Settings: the session format that a user asks for: sample rate and timecode format.
 #pragma once
 
-#include "Kora/Time/Time_Globals.h"
+#include "Kora/Time/Formats/Time_Globals.h"
 
 #include <optional>
 #include <string>

@@ -1,8 +1,8 @@
 #include "Tool/Tool_Song.h"
 
 #include "Kora/FF/FF_TimeMaps.h"
-#include "Kora/Time/Time_ConstantTempoSeg.h"
-#include "Kora/Time/Time_TempoMap_StEditOptimizer.h"
+#include "Kora/Time/Tempo/Time_ConstantTempoSeg.h"
+#include "Kora/Time/Tempo/Time_TempoMap_StEditOptimizer.h"
 #include "Tool/Tool_Document.h"
 #include "Tool/Tool_Input.h"
 #include "Tool/Tool_InputError.h"

@@ -8,10 +8,10 @@
 // Ownership:  owns its maps; the converter borrows them.
 #pragma once
 
-#include "Kora/Time/Time_Converter.h"
-#include "Kora/Time/Time_KeySignatureMap.h"
-#include "Kora/Time/Time_MeterMap.h"
-#include "Kora/Time/Time_TempoMap.h"
+#include "Kora/Time/Convert/Time_Converter.h"
+#include "Kora/Time/Key/Time_KeySignatureMap.h"
+#include "Kora/Time/Meter/Time_MeterMap.h"
+#include "Kora/Time/Tempo/Time_TempoMap.h"
 #include "Tool/Tool_MidiFile.h"
 #include "Tool/Tool_SongInfo.h"
 

@@ -3,7 +3,7 @@
 // An outermost stream of the tool's own: end tick (signed 64-bit), sample rate (float64), timecode format (signed 32-bit).
 #pragma once
 
-#include "Kora/Time/Time_Tick.h"
+#include "Kora/Time/Values/Time_Tick.h"
 #include "Tool/Tool_Settings.h"
 
 class FF_Document;

@@ -3,8 +3,8 @@
 // They come out of the song's maps through its converter. Each list ascends by tick.
 #pragma once
 
-#include "Kora/Time/Time_BarBeatTick.h"
-#include "Kora/Time/Time_KeySignature.h"
+#include "Kora/Time/Formats/Time_BarBeatTick.h"
+#include "Kora/Time/Key/Time_KeySignature.h"
 #include "Tool/Tool_Song.h"
 
 #include <vector>

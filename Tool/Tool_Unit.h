@@ -1,7 +1,7 @@
 // Tool_EUnit: the units in which a user writes positions.
 #pragma once
 
-#include "Kora/Time/Time_EType.h"
+#include "Kora/Time/Values/Time_EType.h"
 
 #include <string>
 #include <string_view>

@@ -3,7 +3,7 @@
 #include "Kora/Kora_Init.h"
 #include "Kora/Ndo/Ndo_Operation.h"
 #include "Kora/Ndo/Ndo_StOperationRecorder.h"
-#include "Kora/Time/Time_MeterMap.h"
+#include "Kora/Time/Meter/Time_MeterMap.h"
 
 #include <cstdio>
 #include <memory>

@@ -40,7 +40,7 @@ bool IsTopFolder(std::string_view iFolder)
     return iFolder == "Kora" || iFolder == "Bastel" || iFolder == "OstrelPlatformSupport";
 }
 
-// "/any/where/Kora/Time/Time_Tick.h" → "Time/Time_Tick": what follows the innermost of the library's top folders,
+// "/any/where/Kora/DAW/DAW_MenuEntry.h" → "DAW/DAW_MenuEntry": what follows the innermost of the library's top folders,
 // since the tree may itself lie in a folder of such a name; or else the last folder and the name.
 std::string_view SourceTail(std::string_view iFile)
 {
@@ -56,6 +56,13 @@ std::string_view SourceTail(std::string_view iFile)
         end = start;
     }
     return iFile.substr(tail);
+}
+
+// The rooms of these subsystems do not show: "Time/Values/" → "Time/". Hosts know their reports by "Time/Time_MeterMap".
+std::string_view WithoutRooms(std::string_view iFolder)
+{
+    const std::string_view subsystem = iFolder.substr(0, iFolder.find_first_of(cSlashes));
+    return subsystem == "Time" || subsystem == "FF" ? iFolder.substr(0, subsystem.size() + 1) : iFolder;
 }
 
 } // namespace
@@ -77,9 +84,10 @@ bool Cmn_Assert::ReportFrom(const char* iExpression, const char* iFile, int iLin
 {
     // A fixed buffer: a report must get through where memory is what ran out.
     std::array<char, 1024> text;
-    const std::string_view tail = SourceTail(iFile);
-    std::snprintf(text.data(), text.size(), "%s%s%.*s", iExpression, cSeparator,
-                  static_cast<int>(tail.size()), tail.data());
+    const std::string_view tail = SourceTail(iFile), name = tail.substr(tail.find_last_of(cSlashes) + 1);
+    const std::string_view folder = WithoutRooms(tail.substr(0, tail.size() - name.size()));
+    std::snprintf(text.data(), text.size(), "%s%s%.*s%.*s", iExpression, cSeparator,
+                  static_cast<int>(folder.size()), folder.data(), static_cast<int>(name.size()), name.data());
     if (char* const source = std::strstr(text.data(), cSeparator))
         std::replace(source, source + std::strlen(source), '\\', '/');
     return Report(text.data(), iLine);

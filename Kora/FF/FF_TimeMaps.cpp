@@ -3,9 +3,9 @@
 #include "Kora/FF/FF_Document_TOC.h"
 #include "Kora/FF/FF_StSetStreamContext.h"
 #include "Kora/FF/FF_StreamHeader.h"
-#include "Kora/Time/Time_KeySignatureMap.h"
-#include "Kora/Time/Time_MeterMap.h"
-#include "Kora/Time/Time_TempoMap.h"
+#include "Kora/Time/Key/Time_KeySignatureMap.h"
+#include "Kora/Time/Meter/Time_MeterMap.h"
+#include "Kora/Time/Tempo/Time_TempoMap.h"
 
 namespace {
 

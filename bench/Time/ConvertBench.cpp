@@ -1,11 +1,11 @@
 // Conversions of one time and of many, through tempo maps of 10 to 100,000 changes.
-#include "Kora/Time/Time_ConstantTempoSeg.h"
-#include "Kora/Time/Time_Converter.h"
-#include "Kora/Time/Time_KeySignatureMap.h"
-#include "Kora/Time/Time_MeterMap.h"
-#include "Kora/Time/Time_TempoMap.h"
-#include "Kora/Time/Time_TempoMap_StEditOptimizer.h"
-#include "Kora/Time/Time_TypedVector.h"
+#include "Kora/Time/Convert/Time_Converter.h"
+#include "Kora/Time/Key/Time_KeySignatureMap.h"
+#include "Kora/Time/Meter/Time_MeterMap.h"
+#include "Kora/Time/Tempo/Time_ConstantTempoSeg.h"
+#include "Kora/Time/Tempo/Time_TempoMap.h"
+#include "Kora/Time/Tempo/Time_TempoMap_StEditOptimizer.h"
+#include "Kora/Time/Values/Time_TypedVector.h"
 
 #include <benchmark/benchmark.h>
 

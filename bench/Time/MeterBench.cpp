@@ -1,6 +1,6 @@
 // Bars from ticks and back through maps of 10 to 100,000 meters, scattered queries; beside them the library search over
 // the same ticks, which finds the governing meter and computes nothing.
-#include "Kora/Time/Time_MeterMap.h"
+#include "Kora/Time/Meter/Time_MeterMap.h"
 
 #include <benchmark/benchmark.h>
 

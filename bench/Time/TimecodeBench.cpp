@@ -1,5 +1,5 @@
 // Drop-frame labels from running counts and back, in an order that no branch predictor learns.
-#include "Kora/Time/Time_SMPTE.h"
+#include "Kora/Time/Formats/Time_SMPTE.h"
 
 #include <benchmark/benchmark.h>
 

@@ -1,9 +1,9 @@
 #include "Bastel/Cmn/Cmn_XMLNode.h"
 #include "FF/StDocument.h"
 #include "Kora/FF/FF_TimeMaps.h"
-#include "Kora/Time/Time_ConstantTempoSeg.h"
-#include "Kora/Time/Time_KeySignatureMap.h"
-#include "Kora/Time/Time_TempoMap.h"
+#include "Kora/Time/Key/Time_KeySignatureMap.h"
+#include "Kora/Time/Tempo/Time_ConstantTempoSeg.h"
+#include "Kora/Time/Tempo/Time_TempoMap.h"
 #include "Support/MeterMapText.h"
 
 namespace {

@@ -1,7 +1,7 @@
 #include "Kora/Kora_Init.h"
 #include "Kora/SDS/Source/SDS_NameRegistry.h"
 #include "Kora/Sys/Sys_Trace.h"
-#include "Kora/Time/Time_Typed.h"
+#include "Kora/Time/Values/Time_Typed.h"
 
 #include <gtest/gtest.h>
 

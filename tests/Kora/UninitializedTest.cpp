@@ -3,7 +3,7 @@
 #include "Kora/SDS/FicInterface/SDS_IName.h"
 #include "Kora/SDS/FicInterface/SDS_ITokenTask.h"
 #include "Kora/SDS/Source/SDS_NameRegistry.h"
-#include "Kora/Time/Time_TempoMap.h"
+#include "Kora/Time/Tempo/Time_TempoMap.h"
 #include "Support/AssertRecorder.h"
 #include "Support/Thrown.h"
 

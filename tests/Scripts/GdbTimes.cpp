@@ -1,10 +1,10 @@
 // Times for gdb to show. The compiler lays them out, so that gdb reads them from the file without running it.
-#include "Kora/Time/Time_BarBeatTick.h"
-#include "Kora/Time/Time_NotationDurationValue.h"
-#include "Kora/Time/Time_Sample.h"
-#include "Kora/Time/Time_Tick.h"
-#include "Kora/Time/Time_Typed.h"
-#include "Kora/Time/Time_TypedLength.h"
+#include "Kora/Time/Formats/Time_BarBeatTick.h"
+#include "Kora/Time/Formats/Time_NotationDurationValue.h"
+#include "Kora/Time/Values/Time_Sample.h"
+#include "Kora/Time/Values/Time_Tick.h"
+#include "Kora/Time/Values/Time_Typed.h"
+#include "Kora/Time/Values/Time_TypedLength.h"
 
 constinit Time_Sample gSample(-48000);
 constinit Time_Tick gTick(1000000000000);

@@ -7,7 +7,7 @@
 // ToText gives the place of every change, so that a table shows where edits put it.
 #pragma once
 
-#include "Kora/Time/Time_MeterMap.h"
+#include "Kora/Time/Meter/Time_MeterMap.h"
 
 #include <sstream>
 #include <stdexcept>

@@ -1,7 +1,7 @@
 // StTimeGlobals: rates, pulls, format and frame offset for a scope, with the load values behind it.
 #pragma once
 
-#include "Kora/Time/Time_Globals.h"
+#include "Kora/Time/Formats/Time_Globals.h"
 
 struct StTimeGlobals
 {

@@ -1,7 +1,7 @@
 // The streams of the three maps, all by the same test.
-#include "Kora/Time/Time_ConstantTempoSeg.h"
-#include "Kora/Time/Time_KeySignatureMap.h"
-#include "Kora/Time/Time_TempoMap.h"
+#include "Kora/Time/Key/Time_KeySignatureMap.h"
+#include "Kora/Time/Tempo/Time_ConstantTempoSeg.h"
+#include "Kora/Time/Tempo/Time_TempoMap.h"
 #include "Support/AllocationCounter.h"
 #include "Support/MeterMapText.h"
 #include "Time/TimeFixture.h"

@@ -5,7 +5,7 @@
 #include "Kora/FF/FF_StreamHeader.h"
 #include "Kora/FF/FF_StreamList.h"
 #include "Kora/FF/FF_TimeMaps.h"
-#include "Kora/Time/Time_ConstantTempoSeg.h"
+#include "Kora/Time/Tempo/Time_ConstantTempoSeg.h"
 #include "tests/Tool/ToolFixture.h"
 
 namespace {

@@ -6,8 +6,8 @@
 #include "Kora/Kora_Init.h"
 #include "Kora/Ndo/Ndo_Operation.h"
 #include "Kora/Ndo/Ndo_StOperationRecorder.h"
-#include "Kora/Time/Time_MeterMap.h"
-#include "Kora/Time/Time_TempoMap.h"
+#include "Kora/Time/Meter/Time_MeterMap.h"
+#include "Kora/Time/Tempo/Time_TempoMap.h"
 
 #include <cstdio>
 #include <string>

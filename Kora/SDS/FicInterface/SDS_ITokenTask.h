@@ -23,7 +23,7 @@
 
 #include "Bastel/Cmn/Cmn_Types.h"
 #include "Export/Kora_API.h"
-#include "Kora/Time/Time_Sample.h"
+#include "Kora/Time/Values/Time_Sample.h"
 
 #include <atomic>
 #include <memory>

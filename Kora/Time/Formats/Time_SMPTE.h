@@ -1,0 +1,106 @@
+// Time_SMPTE: a timecode label, hours:minutes:seconds:frames, with the samples past the start of its frame.
+//
+// Units:      frames of the format; 100 subframes to a frame; samples at Time_Globals::GetPullSampleRate.
+// Rates:      labels count by a whole number (30 for 29.97), samples by the real rate (30000/1001).
+// Drop:       the drop formats leave out the first 2 labels (4 at 60 frames) of every minute but each tenth:
+//             00:00:59;29 is followed by 00:01:00;02. No frame is lost, only labels.
+// Format 0:   every computation takes the global format as it stands at that moment.
+// Invariants: subSamples < GetPullSampleRate / real rate. Fields that would be negative wrap into their 8 bits.
+// Asserts:    formats without frames per second (4, 6, unknown ones) assert "framesPerSecond != -1", and the computation
+//             goes on with -1.
+#pragma once
+
+#include "Kora/Time/Formats/Time_ETimeCodeFormat.h"
+#include "Kora/Time/Values/Time_Sample.h"
+
+#include <compare>
+#include <string>
+
+class KORA_API Time_SMPTE
+{
+public:
+    // 00:00:00:00
+    explicit Time_SMPTE(ETimeCodeFormat iFormat = eTimeCodeFormat_UseGlobal);
+    // The fields as they stand; only iSubSamples is checked.
+    Time_SMPTE(Cmn_UInt8 iHours, Cmn_UInt8 iMinutes, Cmn_UInt8 iSeconds, Cmn_UInt8 iFrames,
+               ETimeCodeFormat iFormat = eTimeCodeFormat_UseGlobal, double iSubSamples = 0);
+
+    Cmn_UInt8 GetHours() const { return mHours; }
+    Cmn_UInt8 GetMinutes() const { return mMinutes; }
+    Cmn_UInt8 GetSeconds() const { return mSeconds; }
+    Cmn_UInt8 GetFrames() const { return mFrames; }
+    double GetSubSamples() const { return mSubSamples; }
+    ETimeCodeFormat GetFormat() const { return mFormat; }
+    void SetHours(Cmn_UInt8 iHours) { mHours = iHours; }
+    void SetMinutes(Cmn_UInt8 iMinutes) { mMinutes = iMinutes; }
+    void SetSeconds(Cmn_UInt8 iSeconds) { mSeconds = iSeconds; }
+    void SetSubSamples(double iSubSamples);
+    // The fields stay: the label is read in another format from here on.
+    void SetFormat(ETimeCodeFormat iFormat) { mFormat = iFormat; }
+    // Takes frames below the format's frames per second; refuses others with false. In BCD 0x29 is 29.
+    bool SetFrames(Cmn_UInt8 iFrames);
+    bool SetFramesBCD(Cmn_UInt8 iFrames);
+
+    // Frames since 00:00:00:00. 29.97 drop: 00:10:00;00 is 17982.
+    Cmn_Int32 GetTotalFrames() const;
+    // The label of a frame; subSamples become 0. A negative count is taken from the day's end, once; hours above 23 are
+    // taken down by 24, once. 25 fps: -1 is 23:59:59:24.
+    // Deliberate: negative counts in drop formats go the same way: -1 in 29.97 drop is 00:01:26;13, for a day has fewer
+    // frames than labels. Test: CountsOutsideTheDayWrapOnce
+    void SetFromTotalFrames(Cmn_Int32 iFrames);
+
+    // Frames × 100, and of the rest the last subframe that starts at or before it.
+    Cmn_Int32 GetTotalSubframes() const;
+    // Negative counts are 0. GetTotalSubframes gives the same count back.
+    void SetFromTotalSubframes(Cmn_Int32 iSubframes);
+
+    double GetTotalSamplesFloat() const;
+    // Rounded to the nearest sample.
+    Time_Sample GetTotalSamples() const;
+    // The label whose frame holds the sample: the last frame whose start, rounded to a sample, is at or before it.
+    // GetTotalSamples gives the same sample back within the day.
+    void SetFromTotalSamples(const Time_Sample& iSample);
+
+    // In drop formats moves a label that the skip rule leaves out to the first label of its minute: 00:01:00;00 becomes
+    // 00:01:00;02.
+    void MakeIntoLegalDropFrameLocation();
+
+    // Label count to frame count in the drop formats, and back. Formats other than 5 and 8 count as 60 frames.
+    // 29.97 drop: label 1802 is frame 1800.
+    Cmn_Int32 DropFrames(Cmn_Int32 iLabels) const;
+    Cmn_Int32 UndropFrames(Cmn_Int32 iFrames) const;
+
+    // Whether the fields are a label of the format: in their ranges and not left out by the skip rule.
+    bool IsLabel() const;
+    // "01:02:03:04", in drop formats "01:02:03;04". The fields as they stand.
+    std::string ToString() const;
+    // Reads what ToString writes; drop formats also take ":" before the frames. Only labels of the format are taken;
+    // subSamples become 0. Anything else is false and changes nothing.
+    bool FromString(const std::string& iText);
+    // "01:02:03;04 + 12.5 samples [29.97 fps drop]"
+    std::string Dump() const;
+
+    // 24, 25, 30, 50 or 60, and -1 where there is none. Format 0 is the global format here too.
+    static Cmn_Int32 GetFramesPerSecond(ETimeCodeFormat iFormat);
+    // 30000/1001 for 29.97 fps, and -1 where there is none.
+    static double GetRealRate(ETimeCodeFormat iFormat);
+    static bool IsDropFormat(ETimeCodeFormat iFormat);
+
+    // By hours, minutes, seconds, frames and subSamples; the format plays no part.
+    friend bool operator==(const Time_SMPTE& iA, const Time_SMPTE& iB) { return (iA <=> iB) == 0; }
+    KORA_API friend std::partial_ordering operator<=>(const Time_SMPTE& iA, const Time_SMPTE& iB);
+
+private:
+    template <Cmn_Int32 cFramesPerSecond>
+    void SetFields(Cmn_Int32 iLabels);
+    void CheckSubSamples() const;
+    double SamplesOfFrames(Cmn_Int64 iFrames) const;
+    double SamplesOfSubframes(Cmn_Int64 iSubframes) const;
+
+    Cmn_UInt8 mHours = 0;
+    Cmn_UInt8 mMinutes = 0;
+    Cmn_UInt8 mSeconds = 0;
+    Cmn_UInt8 mFrames = 0;
+    double mSubSamples = 0;
+    ETimeCodeFormat mFormat;
+};

@@ -1,0 +1,353 @@
+#include "Kora/Time/Key/Time_KeySignatureMap.h"
+
+#include "Bastel/Cmn/Cmn_Exception.h"
+#include "Bastel/Cmn/Cmn_XMLNode.h"
+#include "Bastel/Sys/Sys_StdStreamHeader.h"
+#include "Kora/Ndo/Ndo_State.h"
+#include "Kora/Time/Convert/Time_Convert.h"
+
+#include <algorithm>
+#include <limits>
+#include <memory>
+
+namespace {
+
+constexpr char cStreamName[] = "KeySignatures";
+constexpr Cmn_Int16 cStreamVersion = 1;
+constexpr Cmn_Int64 cBytesPerEntry = 8 + 1 + 1 + 1;
+
+Time_Tick TickOf(const Time_Typed& iTime)
+{
+    return iTime.GetType() == Time_eType_Ticks ? iTime.AsTick() : Time_Convert::ToTick(iTime);
+}
+
+// The neighbour searches look from the next time that the time's own unit can name.
+Time_TypedLength OneUnit(const Time_Typed& iTime) { return Time_TypedLength(1, iTime.GetType()); }
+
+} // namespace
+
+// The map as its own stream form.
+class Time_KeySignatureMap_TState : public Ndo_State
+{
+public:
+    explicit Time_KeySignatureMap_TState(const Time_KeySignatureMap& iMap)
+    {
+        Sys_MemOutStream bytes;
+        Sys_TypedOutStream stream(bytes);
+        iMap.StreamOut(stream);
+        mBytes = bytes.TakeBytes();
+    }
+
+    Ndo_Object* NdoCreateObject() override { return new Time_KeySignatureMap(Ndo_Object::kNoUndo); }
+
+    void Restore(Time_KeySignatureMap& ioMap) const
+    {
+        Sys_MemInStream bytes(mBytes);
+        Sys_TypedInStream stream(bytes);
+        ioMap.StreamIn(stream);
+    }
+
+private:
+    std::vector<Cmn_UInt8> mBytes;
+};
+
+Time_KeySignatureMap::Time_KeySignatureMap(EUndoFlag iUndoable)
+    : Ndo_Object(iUndoable)
+{
+}
+
+Time_KeySignatureMap::Time_KeySignatureMap(const Time_KeySignatureMap& iOther)
+    : Ndo_Object(kNoUndo)
+    , mKeys(iOther.mKeys)
+{
+}
+
+Time_KeySignatureMap& Time_KeySignatureMap::operator=(const Time_KeySignatureMap& iOther)
+{
+    ReplaceWith(iOther);
+    return *this;
+}
+
+Time_KeySignatureMap::~Time_KeySignatureMap() = default;
+
+// ---------------------------------------------------------------------------------------------- queries
+
+Time_KeySignatureMap::Entries::const_iterator Time_KeySignatureMap::FirstAtOrAfter(Time_Tick iTick) const
+{
+    return std::ranges::lower_bound(mKeys, iTick, {}, &Entry::tick);
+}
+
+Time_KeySignature Time_KeySignatureMap::KeyInForce(Time_Tick iTick) const
+{
+    const auto after = std::ranges::upper_bound(mKeys, iTick, {}, &Entry::tick);
+    return after == mKeys.begin() ? Time_KeySignature::sDefault : std::prev(after)->key;
+}
+
+Time_KeySignature Time_KeySignatureMap::GetKeySignatureAtTime(const Time_Typed& iTime) const
+{
+    return KeyInForce(TickOf(iTime));
+}
+
+bool Time_KeySignatureMap::FindKeySignatureBeforeTime(const Time_Typed& iTime, Time_Tick& oTick,
+                                                      Time_KeySignature& oKey) const
+{
+    const Time_Typed sessionStart = Time_Convert::GetSessionStartTime(iTime.GetType());
+    const Time_Typed stepped = Time_Convert::SubtractLength(iTime, OneUnit(iTime));
+    const Time_Tick last = TickOf(stepped < sessionStart ? sessionStart : stepped);
+    const auto after = std::ranges::upper_bound(mKeys, last, {}, &Entry::tick);
+    if (after == mKeys.begin()) return false;
+    oTick = std::prev(after)->tick;
+    oKey = std::prev(after)->key;
+    return true;
+}
+
+bool Time_KeySignatureMap::FindKeySignatureAfterTime(const Time_Typed& iTime, Time_Tick& oTick,
+                                                     Time_KeySignature& oKey, bool iIncludeTime) const
+{
+    const Time_Typed sessionEnd = Time_Convert::GetSessionEndTime(iTime.GetType());
+    const Time_Typed stepped = iIncludeTime ? iTime : Time_Convert::AddLength(iTime, OneUnit(iTime));
+    const auto found = FirstAtOrAfter(TickOf(stepped > sessionEnd ? sessionEnd : stepped));
+    if (found == mKeys.end()) return false;
+    oTick = found->tick;
+    oKey = found->key;
+    return true;
+}
+
+bool Time_KeySignatureMap::GetIndexAtTick(Time_Tick iTick, long& oIndex) const
+{
+    const auto found = FirstAtOrAfter(iTick);
+    if (found == mKeys.end() || found->tick != iTick) return false;
+    oIndex = static_cast<long>(found - mKeys.begin());
+    return true;
+}
+
+bool Time_KeySignatureMap::GetKeysSignature(long iIndex, Time_Tick& oTick, Time_KeySignature& oKey) const
+{
+    if (!Cmn_ASSERT(IsIndex(iIndex))) return false;
+    const Entry& entry = mKeys[static_cast<std::size_t>(iIndex)];
+    oTick = entry.tick;
+    oKey = entry.key;
+    return true;
+}
+
+Time_KeySignature Time_KeySignatureMap::at(long iIndex) const
+{
+    if (!Cmn_ASSERT(IsIndex(iIndex))) return Time_KeySignature::sDefault;
+    return mKeys[static_cast<std::size_t>(iIndex)].key;
+}
+
+bool Time_KeySignatureMap::GetKeySignaturesRange(Time_Tick& oStart, Time_Tick& oEnd) const
+{
+    if (mKeys.empty()) return false;
+    oStart = mKeys.front().tick;
+    oEnd = mKeys.back().tick + Time_TickLength(1);
+    return true;
+}
+
+bool Time_KeySignatureMap::RangeContainsData(Time_Tick iStart, Time_Tick iEnd) const
+{
+    const auto found = FirstAtOrAfter(iStart);
+    return found != mKeys.end() && found->tick < iEnd;
+}
+
+// ---------------------------------------------------------------------------------------------- edits
+
+void Time_KeySignatureMap::AboutToModify()
+{
+    NdoAboutToModify();
+    mIsModified = true;
+}
+
+void Time_KeySignatureMap::CheckInvariants() const
+{
+#ifndef NDEBUG
+    const auto stuck = std::ranges::adjacent_find(mKeys, std::ranges::greater_equal{}, &Entry::tick);
+    Cmn_ASSERT_TEXT(stuck == mKeys.end(), "ticks ascend");
+#endif
+}
+
+void Time_KeySignatureMap::Store(Time_Tick iTick, const Time_KeySignature& iKey)
+{
+    const auto place = mKeys.begin() + (FirstAtOrAfter(iTick) - mKeys.cbegin());
+    if (place != mKeys.end() && place->tick == iTick)
+        place->key = iKey;
+    else
+        mKeys.insert(place, Entry{iTick, iKey});
+    CheckInvariants();
+}
+
+void Time_KeySignatureMap::EraseEntries(Time_Tick iStart, Time_Tick iEnd)
+{
+    if (iStart < iEnd) mKeys.erase(FirstAtOrAfter(iStart), FirstAtOrAfter(iEnd));
+}
+
+void Time_KeySignatureMap::SetKeySignature(Time_Tick iTick, const Time_KeySignature& iKey)
+{
+    AboutToModify();
+    Store(iTick, iKey);
+}
+
+void Time_KeySignatureMap::remove(long iIndex)
+{
+    if (!Cmn_ASSERT(IsIndex(iIndex))) return;
+    AboutToModify();
+    mKeys.erase(mKeys.begin() + iIndex);
+}
+
+void Time_KeySignatureMap::clear()
+{
+    if (mKeys.empty()) return;
+    AboutToModify();
+    mKeys.clear();
+}
+
+void Time_KeySignatureMap::Erase(Time_Tick iStart, Time_Tick iEnd)
+{
+    if (!RangeContainsData(iStart, iEnd)) return;
+    AboutToModify();
+    EraseEntries(iStart, iEnd);
+}
+
+void Time_KeySignatureMap::DeleteTime(Time_Tick iStart, Time_Tick iEnd)
+{
+    if (!(iStart < iEnd)) return;
+    AboutToModify();
+    const Time_KeySignature keyAtEnd = KeyInForce(iEnd);
+    EraseEntries(iStart, iEnd);
+    // The differences wrap and wrap back: what follows the end lands at or after the start.
+    for (auto later = mKeys.begin() + (FirstAtOrAfter(iEnd) - mKeys.cbegin()); later != mKeys.end(); ++later)
+        later->tick = iStart + (later->tick - iEnd);
+    Store(iStart, keyAtEnd);
+}
+
+void Time_KeySignatureMap::InsertTime(Time_Tick iAt, const Time_TickLength& iLength,
+                                      const Time_KeySignatureMap* iSource)
+{
+    const Cmn_Int64 length = iLength.AsInt64();
+    if (length < 1) return;
+    const Cmn_Int64 lastThatFits = std::numeric_limits<Cmn_Int64>::max() - length;
+    const Time_Tick last = mKeys.empty() ? iAt : std::max(iAt, mKeys.back().tick);
+    if (!Cmn_ASSERT_TEXT(last.AsInt64() <= lastThatFits, "the shifted entries stay in range")) return;
+
+    AboutToModify();
+    const Entries source =
+        iSource != nullptr ? iSource->mKeys : Entries(); // before it moves, if it is this map
+    for (auto moved = mKeys.begin() + (FirstAtOrAfter(iAt) - mKeys.cbegin()); moved != mKeys.end(); ++moved)
+        moved->tick += iLength;
+    if (!source.empty()) PasteEntries(iAt, iAt + iLength, source);
+    CheckInvariants();
+}
+
+void Time_KeySignatureMap::Copy(Time_KeySignatureMap* oDest, Time_Tick iStart, Time_Tick iEnd) const
+{
+    if (!Cmn_ASSERT(oDest != nullptr)) return;
+    Entries copied;
+    if (iStart < iEnd) {
+        copied.push_back({Time_cZeroTick, KeyInForce(iStart)});
+        for (auto entry = FirstAtOrAfter(iStart); entry != FirstAtOrAfter(iEnd); ++entry)
+            if (entry->tick != iStart)
+                copied.push_back({Time_cZeroTick + (entry->tick - iStart), entry->key});
+    }
+    oDest->AboutToModify();
+    oDest->mKeys = std::move(copied);
+    oDest->CheckInvariants();
+}
+
+void Time_KeySignatureMap::Paste(Time_Tick iStart, Time_Tick iEnd, const Time_KeySignatureMap* iSource)
+{
+    if (!Cmn_ASSERT(iSource != nullptr) || !(iStart < iEnd)) return;
+    AboutToModify();
+    PasteEntries(iStart, iEnd, Entries(iSource->mKeys));
+}
+
+void Time_KeySignatureMap::PasteEntries(Time_Tick iStart, Time_Tick iEnd, const Entries& iSource)
+{
+    const Time_KeySignature keyAtEnd = KeyInForce(iEnd);
+    EraseEntries(iStart, iEnd);
+    const Time_KeySignature keyAtStart = KeyInForce(iStart);
+    // Unsigned, since a range may be longer than a signed length can say.
+    const auto span = static_cast<Cmn_UInt64>((iEnd - iStart).AsInt64());
+    for (const Entry& entry : iSource) {
+        const Cmn_Int64 offset = entry.tick.AsInt64();
+        if (offset < 0 || static_cast<Cmn_UInt64>(offset) >= span) continue;
+        if (offset == 0 && entry.key == keyAtStart) continue;
+        Store(iStart + Time_TickLength(offset), entry.key);
+    }
+    if (!(KeyInForce(iEnd) == keyAtEnd)) Store(iEnd, keyAtEnd);
+}
+
+void Time_KeySignatureMap::ReplaceWith(const Time_KeySignatureMap& iOther)
+{
+    if (&iOther == this) return;
+    AboutToModify();
+    mKeys = iOther.mKeys;
+}
+
+// ---------------------------------------------------------------------------- undo, persistence, diagnostics
+
+Ndo_State* Time_KeySignatureMap::NdoGetState() { return new Time_KeySignatureMap_TState(*this); }
+
+void Time_KeySignatureMap::NdoRestoreState(Ndo_State* iState)
+{
+    const auto* const state = dynamic_cast<const Time_KeySignatureMap_TState*>(iState);
+    if (!Cmn_ASSERT(state != nullptr)) return;
+    state->Restore(*this);
+    mIsModified = true;
+}
+
+void Time_KeySignatureMap::StreamOut(Sys_TypedOutStream& iStream) const
+{
+    Sys_StdStreamHeaderWriter header(iStream, cStreamName, cStreamVersion);
+    iStream.WriteInt32(static_cast<Cmn_Int32>(mKeys.size()));
+    for (const Entry& entry : mKeys) {
+        iStream.WriteInt64(entry.tick.AsInt64());
+        iStream.WriteBool(entry.key.IsMajor());
+        iStream.WriteBool(entry.key.IsSharps());
+        iStream.WriteUInt8(entry.key.GetAccidentalCount());
+    }
+    header.PatchSize();
+}
+
+void Time_KeySignatureMap::StreamIn(Sys_TypedInStream& iStream)
+{
+    Sys_StdStreamHeaderReader header(iStream, cStreamName);
+    header.CheckVersion(cStreamVersion, cStreamVersion);
+    const Cmn_Int32 count = iStream.ReadInt32();
+    if (count < 0 || count > header.GetBytesLeft() / cBytesPerEntry)
+        throw Sys_StreamReadException(iStream.GetPosition());
+
+    Entries read;
+    read.reserve(static_cast<std::size_t>(count));
+    for (Cmn_Int32 i = 0; i < count; ++i) {
+        const Time_Tick tick(iStream.ReadInt64());
+        if (!read.empty() && tick <= read.back().tick) throw Sys_StreamReadException(iStream.GetPosition());
+        const bool isMajor = iStream.ReadBool();
+        const bool isSharps = iStream.ReadBool();
+        read.push_back({tick, Time_KeySignature(isMajor, isSharps, iStream.ReadUInt8())});
+    }
+    header.SkipTheRest();
+    mKeys = std::move(read);
+}
+
+Cmn_XMLNode Time_KeySignatureMap::GetAsXML() const
+{
+    Cmn_XMLNode node("KeySignatureMap");
+    node.AddValue("nKeyCount", static_cast<Cmn_Int64>(mKeys.size()));
+    Cmn_XMLNode& keys = node.AddChild(Cmn_XMLNode("Keys"));
+    for (const Entry& entry : mKeys) {
+        Cmn_XMLNode& key = keys.AddChild(Cmn_XMLNode("Key"));
+        key.AddValue("nTick", entry.tick.AsInt64());
+        key.AddValue("mIsMajor", entry.key.IsMajor());
+        key.AddValue("mIsSharps", entry.key.IsSharps());
+        key.AddValue("nAccidentals", Cmn_Int32{entry.key.GetAccidentalCount()});
+    }
+    return node;
+}
+
+std::string Time_KeySignatureMap::Dump() const
+{
+    std::string text = std::to_string(mKeys.size()) + " key signatures\n";
+    for (const Entry& entry : mKeys)
+        text += "  " + std::to_string(entry.tick.AsInt64()) + "  " + entry.key.Dump() + "\n";
+    return text;
+}

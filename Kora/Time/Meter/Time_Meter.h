@@ -1,0 +1,69 @@
+// Time_Meter: one time signature with the click of its metronome.
+//
+// Units:      internal ticks, a whole note 3840000.
+// Invariants: numerator and denominator are at least 1; the constructor from those two reports others and takes them.
+//             A divisor of 0 is reported and gives 0.
+#pragma once
+
+#include "Kora/Time/Formats/Time_BarBeatTick.h"
+#include "Kora/Time/Formats/Time_NotationDurationValue.h"
+
+class KORA_API Time_Meter
+{
+public:
+    // 4/4 with a quarter-note click.
+    Time_Meter() = default;
+    // The click is a quarter note whatever the meter is. Asserts "iNumerator >= 1" and "iDenominator >= 1".
+    Time_Meter(Cmn_Int32 iNumerator, Cmn_Int32 iDenominator);
+    Time_Meter(Cmn_Int32 iNumerator, Cmn_Int32 iDenominator,
+               const Time_NotationDurationValue& iClickInterval);
+    Time_Meter(const Time_Meter&) = default;
+    Time_Meter& operator=(const Time_Meter&) = default;
+    virtual ~Time_Meter();
+
+    Cmn_Int32 GetNumerator() const { return mNumerator; }
+    Cmn_Int32 GetDenominator() const { return mDenominator; }
+    const Time_NotationDurationValue& GetClickInterval() const { return mClickInterval; }
+
+    // 4/4: 3840000, 6/8: 2880000, 7/8: 3360000.
+    Time_TickLength GetBarLength() const
+    {
+        return Time_TickLength(
+            Cmn_TruncDiv<Cmn_Int64>(mNumerator * Time_TickLength::cInternalPerWhole, mDenominator));
+    }
+    // The bar length over the numerator, and the whole note over the denominator: two ways to the length of one beat.
+    // Each truncates; for a sound meter they agree.
+    Time_TickLength GetTicksPerBeat() const
+    {
+        return Time_TickLength(Cmn_TruncDiv<Cmn_Int64>(GetBarLength().AsInt64(), mNumerator));
+    }
+    Time_TickLength GetBeatDuration() const
+    {
+        return Time_TickLength(Cmn_TruncDiv<Cmn_Int64>(Time_TickLength::cInternalPerWhole, mDenominator));
+    }
+    // Ticks from the start of iBBT's bar to it, under this meter. Beats past the numerator run on into following bars;
+    // beats below 1 truncate toward the bar's start.
+    Time_TickLength ComputeOffsetIntoBar(const Time_BarBeatTick& iBBT) const;
+
+    // Numerator, denominator and click.
+    friend bool operator==(const Time_Meter& iA, const Time_Meter& iB)
+    {
+        return iA.mNumerator == iB.mNumerator && iA.mDenominator == iB.mDenominator &&
+               iA.mClickInterval == iB.mClickInterval;
+    }
+
+    // Stream form: numerator (32 bits), denominator (32), the click's stream form.
+    void StreamOut(Sys_TypedOutStream& ioStream) const;
+    // Throws Sys_StreamReadException for a numerator or denominator below 1 and a denominator above 3840000; the meter
+    // then stays.
+    void StreamIn(Sys_TypedInStream& ioStream);
+    // A node "Meter" with "mNumerator", "mDenominator" and the click's node.
+    virtual Cmn_XMLNode GetAsXML() const;
+    // "6/8", "6/8 click EighthNoteDur dotted" where the click is no quarter note.
+    std::string Dump() const;
+
+private:
+    Cmn_Int32 mNumerator = 4;
+    Cmn_Int32 mDenominator = 4;
+    Time_NotationDurationValue mClickInterval;
+};

@@ -1,0 +1,214 @@
+// Life, queries and the numbering of bars; edits and streams stand in the files beside this one.
+#include "Kora/Time/Meter/Time_MeterMap.h"
+
+#include "Bastel/Cmn/Cmn_FloatMath.h"
+#include "Kora/Time/Meter/Time_DefaultMeterMap.h"
+#include "Kora/Time/Meter/Time_MeterMapIndex_p.h"
+
+#include <algorithm>
+
+namespace {
+
+constexpr auto cIsBefore = [](const Time_MeterChange& iChange, Time_Tick iTick) {
+    return iChange.GetTick() < iTick;
+};
+
+struct BarNumbering
+{
+    Cmn_Int32 mBarNumber;
+    bool mIsOffBarline;
+};
+
+// A change opens the bar after the one that holds the tick before it, so a bar can be cut short but never lengthened.
+BarNumbering NumberingAfter(const Time_MeterChange& iPredecessor, Time_Tick iTick)
+{
+    const Cmn_Int64 barLength = Time_MeterMapIndex::BarLength(iPredecessor.GetMeter());
+    const Cmn_Int64 predecessorTick = iPredecessor.GetTick().AsInt64();
+    const Cmn_Int64 toTickBefore = Cmn_WrapSub<Cmn_Int64>(Cmn_WrapSub(iTick.AsInt64(), predecessorTick), 1);
+    // In double precision, as documents have always been numbered.
+    const Cmn_Int64 wholeBars =
+        Cmn_Float64ToInt64(static_cast<double>(toTickBefore) / static_cast<double>(barLength));
+    const Cmn_Int32 barNumber = static_cast<Cmn_Int32>(
+        Cmn_WrapAdd<Cmn_Int64>(Cmn_WrapAdd(Cmn_Int64{iPredecessor.GetBarNumber()}, wholeBars), 1));
+    const Cmn_Int64 bars = Cmn_Int64{barNumber} - iPredecessor.GetBarNumber();
+    const Cmn_Int64 barline = Cmn_WrapAdd(Cmn_WrapMul(bars, barLength), predecessorTick);
+    return {barNumber, barline != iTick.AsInt64()};
+}
+
+} // namespace
+
+// Windows programs may take these by reference; a DLL holds only the constants that its own code refers to, or that are
+// declared once more.
+constexpr Time_Tick Time_MeterMap::cDefaultSongStartTick;
+constexpr Cmn_Int32 Time_MeterMap::cDefaultSongStartBar;
+constexpr Time_Tick Time_MeterMap::cMaxTick;
+
+Time_MeterMap::Time_MeterMap(EUndoFlag iUndoFlag)
+    : Ndo_Object(iUndoFlag)
+    , mIndex(std::make_unique<Time_MeterMapIndex>())
+{
+}
+
+Time_MeterMap::Time_MeterMap(const Time_MeterMap& iOther)
+    : Ndo_Object(kNoUndo)
+    , mChanges(iOther.mChanges)
+    , mSongStartTick(iOther.mSongStartTick)
+    , mIndex(std::make_unique<Time_MeterMapIndex>(*iOther.mIndex))
+{
+}
+
+Time_MeterMap& Time_MeterMap::operator=(const Time_MeterMap& iOther)
+{
+    NdoAboutToModify();
+    mChanges = iOther.mChanges;
+    mSongStartTick = iOther.mSongStartTick;
+    RefreshIndex(0);
+    return *this;
+}
+
+Time_MeterMap::~Time_MeterMap() = default;
+
+Time_MeterMap* Time_MeterMap::GetDefaultMeterMap()
+{
+    // Made when first asked for and never destroyed: other statics may use it from their first to their last line.
+    static Time_MeterMap* const sDefaultMeterMap = new Time_DefaultMeterMap;
+    return sDefaultMeterMap;
+}
+
+const Cmn_PolyVector<Time_MeterChange>& Time_MeterMap::Changes() const
+{
+    return mChanges.empty() ? GetDefaultMeterMap()->mChanges : mChanges;
+}
+
+// ---- Queries. The index of an empty map is that of the default map.
+
+Time_Tick Time_MeterMap::BarBeatToTick(const Time_BarBeatTick& iBBT) const
+{
+    // The tick part is added as a length, so that display ticks are reported.
+    const Time_Tick beat(mIndex->ToTick({iBBT.mBar, iBBT.mBeat, 0}));
+    return beat + (Time_TickLength::cZero + iBBT.mTick);
+}
+
+Time_BarBeatTick Time_MeterMap::TickToBarBeat(Time_Tick iTick) const
+{
+    return mIndex->ToPosition(iTick.AsInt64()).AsBBT();
+}
+
+Time_Meter Time_MeterMap::GetMeterAtTick(Time_Tick iTick, Time_Tick* oChangeTick) const
+{
+    const Time_MeterChange& change = Changes().at(mIndex->FindByTick(iTick.AsInt64()));
+    if (oChangeTick != nullptr) *oChangeTick = change.mTick;
+    return change.mMeter;
+}
+
+Time_TickLength Time_MeterMap::GetClicksAtTick(Time_Tick iTick, Time_Tick* oUntil) const
+{
+    const Cmn_PolyVector<Time_MeterChange>& changes = Changes();
+    const std::size_t governing = mIndex->FindByTick(iTick.AsInt64());
+    const Time_TickLength click = changes.at(governing).mMeter.GetClickInterval().GetTicks();
+    if (oUntil != nullptr) {
+        *oUntil = cMaxTick;
+        for (std::size_t i = governing + 1; i < changes.size(); ++i) {
+            if (changes[i].mMeter.GetClickInterval().GetTicks() != click) {
+                *oUntil = changes[i].mTick;
+                break;
+            }
+        }
+    }
+    return click;
+}
+
+Time_Tick Time_MeterMap::GetTickOfLastChange() const { return Changes().back().mTick; }
+
+Cmn_Int32 Time_MeterMap::GetNumberOfChanges() const { return static_cast<Cmn_Int32>(Changes().size()); }
+
+Time_MeterMap::ConstIter Time_MeterMap::IterBegin() const { return Changes().begin(); }
+
+Time_MeterMap::ConstIter Time_MeterMap::IterEnd() const { return Changes().end(); }
+
+Time_MeterMap::ConstIter Time_MeterMap::IterFindFirstGE(Time_Tick iTick) const
+{
+    return std::lower_bound(IterBegin(), IterEnd(), iTick, cIsBefore);
+}
+
+Cmn_Int32 Time_MeterMap::GetSongStartBar() const
+{
+    // An empty map's own song start does not count: it answers as the default map.
+    return TickToBarBeat(mChanges.empty() ? cDefaultSongStartTick : mSongStartTick).mBar;
+}
+
+// ---- What the edits ask.
+
+std::size_t Time_MeterMap::LowerBound(Time_Tick iTick) const
+{
+    return static_cast<std::size_t>(std::lower_bound(mChanges.begin(), mChanges.end(), iTick, cIsBefore) -
+                                    mChanges.begin());
+}
+
+Time_Tick Time_MeterMap::BarStart(Cmn_Int64 iBar) const { return Time_Tick(mIndex->BarStart(iBar)); }
+
+Cmn_Int64 Time_MeterMap::BarOf(Time_Tick iTick) const { return mIndex->BarOf(iTick.AsInt64()); }
+
+Time_Tick Time_MeterMap::BarlineAtOrAfter(Time_Tick iTick) const
+{
+    return Time_Tick(mIndex->ToTick(mIndex->BarlineAtOrAfter(iTick.AsInt64())));
+}
+
+bool Time_MeterMap::IsBarlineWithMeter(Time_Tick iTick, const Time_Meter& iMeter) const
+{
+    return mIndex->ToPosition(iTick.AsInt64()).IsOnBarline() && GetMeterAtTick(iTick) == iMeter;
+}
+
+// ---- Numbering.
+
+void Time_MeterMap::UpdateBarNumbers(std::size_t iFrom)
+{
+    for (std::size_t i = iFrom; i < mChanges.size(); ++i) {
+        Time_MeterChange& change = mChanges[i];
+        const BarNumbering numbering =
+            i == 0 ? BarNumbering{change.mBarNumber, false} : NumberingAfter(mChanges[i - 1], change.mTick);
+        if (change.mBarNumber != numbering.mBarNumber || change.mIsOffBarline != numbering.mIsOffBarline ||
+            change.mBBT.mBar != numbering.mBarNumber)
+            mIsUntold = true;
+        change.mBarNumber = numbering.mBarNumber;
+        change.mIsOffBarline = numbering.mIsOffBarline;
+        change.mBBT.mBar = numbering.mBarNumber;
+    }
+    // The change before may have been overwritten in place.
+    RefreshIndex(iFrom > 0 ? iFrom - 1 : 0);
+}
+
+// Every mutation ends here, with iFrom at or before the first change that it touched.
+void Time_MeterMap::RefreshIndex(std::size_t iFrom)
+{
+    mIndex->Update(mChanges, iFrom);
+    CheckInvariants();
+}
+
+std::string Time_MeterMap::FindBrokenInvariant() const
+{
+    for (std::size_t i = 0; i < mChanges.size(); ++i) {
+        const Time_MeterChange& change = mChanges[i];
+        if (i == 0) {
+            if (change.mIsOffBarline) return "the first change is on a barline: " + change.Dump();
+            continue;
+        }
+        const Time_MeterChange& predecessor = mChanges[i - 1];
+        if (change.mTick <= predecessor.mTick) return "ticks ascend: " + change.Dump();
+        if (predecessor.mIsCarriedIn) continue;
+        const BarNumbering expected = NumberingAfter(predecessor, change.mTick);
+        if (change.mBarNumber != expected.mBarNumber || change.mIsOffBarline != expected.mIsOffBarline)
+            return "the change before fixes the bar number: " + change.Dump();
+    }
+    return {};
+}
+
+void Time_MeterMap::CheckInvariants() const
+{
+#ifndef NDEBUG
+    if (mNumbersPending) return;
+    const std::string broken = FindBrokenInvariant();
+    if (!broken.empty())
+        Cmn_Assert::Report((broken + "\n" + Dump() + "@$^$@Time/Time_MeterMap").c_str(), __LINE__);
+#endif
+}

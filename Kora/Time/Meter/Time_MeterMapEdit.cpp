@@ -1,0 +1,184 @@
+// Time_MeterMap's edits of changes; those of time and of ranges stand in the files beside this one.
+#include "Kora/Time/Meter/Time_MeterMap.h"
+
+#include "Kora/Time/Meter/Time_MeterMapIndex_p.h"
+
+// ---- What the edits are made of. None of these gives the undo notice.
+
+void Time_MeterMap::PutMeterChange(Time_Tick iTick, const Time_Meter& iMeter, Cmn_Int32 iBar)
+{
+    const std::size_t at = LowerBound(iTick);
+    if (at < mChanges.size() && mChanges[at].mTick == iTick) {
+        // Deliberate: the change keeps its bar number and barline mark; only its BBT takes the bar as given, until the
+        // next renumbering that passes over it. Test: OverwritingKeepsTheBarNumber
+        mChanges[at].mMeter = iMeter;
+        mChanges[at].mBBT = Time_BarBeatTick(iBar, 1, Time_TickLength::cZero);
+        UpdateBarNumbers(at + 1);
+    } else {
+        mChanges.insert(mChanges.begin() + static_cast<std::ptrdiff_t>(at),
+                        Time_MeterChange(iTick, iMeter, iBar));
+        UpdateBarNumbers(at);
+    }
+    mIsUntold = true;
+}
+
+bool Time_MeterMap::EraseChanges(Time_Tick iStartTick, Time_Tick iEndTick)
+{
+    const auto first = static_cast<std::ptrdiff_t>(LowerBound(iStartTick));
+    const auto last = static_cast<std::ptrdiff_t>(LowerBound(iEndTick));
+    if (first >= last) return false;
+    mChanges.erase(mChanges.begin() + first, mChanges.begin() + last);
+    UpdateBarNumbers(0);
+    mIsUntold = true;
+    return true;
+}
+
+void Time_MeterMap::RestoreSongStart(Cmn_Int32 iBar)
+{
+    if (!mChanges.empty()) AddBackSongStartMeter(iBar);
+}
+
+void Time_MeterMap::Broadcast()
+{
+    mIsUntold = false;
+    mListenerList.Broadcast(Mdl_SimpleValMessage_ValChanged());
+}
+
+// The end of an edit whose steps may have told the listeners already.
+void Time_MeterMap::BroadcastIfUntold()
+{
+    if (mIsUntold) Broadcast();
+}
+
+// ---- The edits.
+
+void Time_MeterMap::AddInitialMeterChange(Time_Tick iTick, const Time_Meter& iMeter, Cmn_Int32 iBar)
+{
+    Cmn_ASSERT_AS(this->IsDefault(), "this->IsDefault()", "Time/Time_MeterMap");
+    NdoAboutToModify();
+    PutMeterChange(iTick, iMeter, iBar);
+    mIsUntold = false;
+}
+
+void Time_MeterMap::AddMeterChange(Time_Tick iTick, const Time_Meter& iMeter, Cmn_Int32 iBar)
+{
+    NdoAboutToModify();
+    PutMeterChange(iTick, iMeter, iBar);
+    Broadcast();
+}
+
+void Time_MeterMap::AddMeterChange(Time_Tick iTick, const Time_Meter& iMeter)
+{
+    AddMeterChange(iTick, iMeter, TickToBarBeat(iTick).mBar);
+}
+
+void Time_MeterMap::RemoveMeterChange(Time_Tick iTick)
+{
+    // Deliberate: the notice comes before the look, so a snapshot is taken even for nothing. Test: BroadcastsAreCounted
+    NdoAboutToModify();
+    const std::size_t at = LowerBound(iTick);
+    if (at == mChanges.size() || mChanges[at].mTick != iTick) return;
+    mChanges.erase(mChanges.begin() + static_cast<std::ptrdiff_t>(at));
+    UpdateBarNumbers(at);
+    Broadcast();
+}
+
+void Time_MeterMap::ForceMeterAtBarBeat(const Time_BarBeatTick& iBBT, const Time_Meter& iMeter)
+{
+    const Time_Meter inForce = GetMeterAtTick(BarBeatToTick(iBBT));
+    const bool isInForce = inForce.GetNumerator() == iMeter.GetNumerator() &&
+                           inForce.GetDenominator() == iMeter.GetDenominator();
+    if (!mChanges.empty() && isInForce) return;
+
+    NdoAboutToModify();
+    const Time_Tick barStart = BarStart(iBBT.mBar);
+    PutMeterChange(barStart, iMeter, iBBT.mBar);
+    const Time_Tick afterBarStart = barStart + Time_TickLength(1);
+    Erase(afterBarStart, afterBarStart + iMeter.ComputeOffsetIntoBar(iBBT), true);
+    BroadcastIfUntold();
+}
+
+void Time_MeterMap::RenumberBars(Cmn_Int32 iDelta)
+{
+    NdoAboutToModify();
+    MakeRealIfDefault();
+    if (!Cmn_ASSERT_AS(mChanges.begin() != mChanges.end(), "mChanges.begin() != mChanges.end()",
+                       "Time/Time_MeterMap"))
+        return;
+    mChanges[0].mBarNumber = Cmn_WrapAdd(mChanges[0].mBarNumber, iDelta);
+    UpdateBarNumbers(0);
+    Broadcast();
+}
+
+void Time_MeterMap::MakeRealIfDefault()
+{
+    if (!mChanges.empty()) return;
+    // Deliberate: at the default song start, not at this map's own.
+    // Test: ChangesAreAddedForcedAndRemovedAndTheSongStartKeepsItsBar
+    AddInitialMeterChange(cDefaultSongStartTick, Time_Meter(), cDefaultSongStartBar);
+}
+
+void Time_MeterMap::SetSongStartTick(Time_Tick iTick)
+{
+    if (iTick == mSongStartTick) return;
+    NdoAboutToModify();
+    const Time_Tick oldSongStartTick = mSongStartTick;
+    mSongStartTick = iTick;
+    if (mChanges.empty()) return;
+    mIsUntold = true;
+
+    AddBackSongStartMeter(TickToBarBeat(iTick).mBar);
+
+    const std::size_t at = LowerBound(oldSongStartTick);
+    const bool isRedundant =
+        at < mChanges.size() && (at == 0 ? mChanges.size() > 1 && mChanges[0].mMeter == mChanges[1].mMeter
+                                         : mChanges[at].mMeter == mChanges[at - 1].mMeter);
+    if (isRedundant) RemoveMeterChange(oldSongStartTick);
+    BroadcastIfUntold();
+}
+
+void Time_MeterMap::AddBackSongStartMeter(Cmn_Int32 iBar)
+{
+    const std::size_t at = LowerBound(mSongStartTick);
+    if (at < mChanges.size() && mChanges[at].mTick == mSongStartTick) return;
+    AddMeterChange(mSongStartTick, GetMeterAtTick(mSongStartTick));
+    const Cmn_Int32 barNow = GetSongStartBar();
+    if (barNow != iBar) RenumberBars(Cmn_WrapSub(iBar, barNow));
+}
+
+void Time_MeterMap::Delete(Time_Tick iStartTick, Time_Tick iEndTick, bool iKeepSongStart)
+{
+    Cmn_ASSERT_AS(iStartTick <= iEndTick, "iStartTick <= iEndTick", "Time/Time_MeterMap");
+    NdoAboutToModify();
+    const Cmn_Int32 songStartBar = GetSongStartBar();
+    if (EraseChanges(iStartTick, iEndTick)) Broadcast();
+    if (!iKeepSongStart) RestoreSongStart(songStartBar);
+}
+
+void Time_MeterMap::Erase(Time_Tick iStartTick, Time_Tick iEndTick, bool iKeepSongStart)
+{
+    if (iStartTick >= iEndTick) return;
+    NdoAboutToModify();
+    const Cmn_Int32 songStartBar = GetSongStartBar();
+    const Time_Tick barlineAfter = BarlineAtOrAfter(iEndTick);
+    const Time_Meter meterAfter = GetMeterAtTick(barlineAfter);
+    if (EraseChanges(iStartTick, iEndTick) && !IsBarlineWithMeter(barlineAfter, meterAfter))
+        AddMeterChange(barlineAfter, meterAfter);
+    if (!iKeepSongStart) RestoreSongStart(songStartBar);
+    BroadcastIfUntold();
+}
+
+void Time_MeterMap::ReplaceWith(const Time_MeterMap& iOther)
+{
+    NdoAboutToModify();
+    mChanges = iOther.mChanges;
+    RefreshIndex(0);
+    Broadcast();
+}
+
+void Time_MeterMap::Clear()
+{
+    NdoAboutToModify();
+    mChanges.clear();
+    RefreshIndex(0);
+}

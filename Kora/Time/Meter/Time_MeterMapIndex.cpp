@@ -1,0 +1,71 @@
+#include "Kora/Time/Meter/Time_MeterMapIndex_p.h"
+
+#include "Kora/Time/Meter/Time_MeterMap.h"
+
+Time_MeterMapIndex::Time_MeterMapIndex() { Update({}, 0); }
+
+void Time_MeterMapIndex::Update(const Cmn_PolyVector<Time_MeterChange>& iChanges, std::size_t iUnchanged)
+{
+    const std::size_t unchanged = std::min({iUnchanged, mStretches.size(), iChanges.size()});
+    mStretches.resize(unchanged);
+    mTicks.resize(unchanged);
+    mBars.resize(unchanged);
+    for (std::size_t i = unchanged; i < iChanges.size(); ++i)
+        Add(iChanges[i]);
+    if (mStretches.empty())
+        Add({Time_MeterMap::cDefaultSongStartTick, Time_Meter(), Time_MeterMap::cDefaultSongStartBar});
+    mByTick.Update(mTicks.data(), mTicks.size(), unchanged);
+    mByBar.Update(mBars.data(), mBars.size(), unchanged);
+}
+
+void Time_MeterMapIndex::Add(const Time_MeterChange& iChange)
+{
+    const Cmn_Int64 barLength = BarLength(iChange.GetMeter());
+    const Cmn_Int32 numerator = std::max(iChange.GetMeter().GetNumerator(), 1);
+    Cmn_Int64 bar = iChange.GetBarNumber();
+    if (!mBars.empty() && bar < mBars.back()) {
+        constexpr int cNumberBits = 32;
+        const Cmn_Int64 wraps = ((mBars.back() - bar - 1) >> cNumberBits) + 1;
+        bar += wraps << cNumberBits;
+    }
+    mStretches.push_back({iChange.GetTick().AsInt64(), barLength, barLength / numerator,
+                          static_cast<Cmn_Int32>(barLength % numerator), numerator, bar});
+    mTicks.push_back(iChange.GetTick().AsInt64());
+    mBars.push_back(bar);
+}
+
+Time_MeterMapIndex::Position Time_MeterMapIndex::BarlineAtOrAfter(Cmn_Int64 iTick) const
+{
+    const Position position = ToPosition(iTick);
+    return position.IsOnBarline() ? position : position.NextBarline();
+}
+
+Cmn_Int64 Time_MeterMapIndex::WholeBarsFrom(Cmn_Int64 iBar) const
+{
+    const std::size_t next = FindByBar(iBar) + 1;
+    // The bar before a change may be cut short.
+    return next == mStretches.size() ? cEndless
+                                     : std::max<Cmn_Int64>(Cmn_WrapSub(mStretches[next].mBar - 1, iBar), 0);
+}
+
+Cmn_Int64 Time_MeterMapIndex::WholeBarsBefore(Cmn_Int64 iBar) const
+{
+    const std::size_t governing = FindByBar(Cmn_WrapSub<Cmn_Int64>(iBar, 1));
+    const bool isCutByNext = governing + 1 < mStretches.size() && mStretches[governing + 1].mBar <= iBar;
+    if (isCutByNext) return 0;
+    return governing == 0 ? cEndless : std::max<Cmn_Int64>(Cmn_WrapSub(iBar, mStretches[governing].mBar), 0);
+}
+
+// For meters whose beats are no whole number of ticks. The product fits for all but absurd numerators; for those the
+// beat is searched, with the same result.
+Cmn_Int64 Time_MeterMapIndex::UnevenBeatsInto(const Stretch& iStretch, Cmn_Int64 iTickInBar)
+{
+    if (iTickInBar < std::numeric_limits<Cmn_Int64>::max() / iStretch.mNumerator)
+        return ((iTickInBar + 1) * iStretch.mNumerator - 1) / iStretch.mBarLength;
+    Cmn_Int64 below = 0, above = iStretch.mNumerator; // the beat is in [below, above)
+    while (above - below > 1) {
+        const Cmn_Int64 middle = below + (above - below) / 2;
+        (BeatStart(iStretch, middle) <= iTickInBar ? below : above) = middle;
+    }
+    return below;
+}

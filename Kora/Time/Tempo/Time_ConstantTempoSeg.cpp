@@ -1,0 +1,185 @@
+#include "Kora/Time/Tempo/Time_ConstantTempoSeg.h"
+
+#include "Bastel/Cmn/Cmn_Exception.h"
+#include "Bastel/Cmn/Cmn_XMLNode.h"
+#include "Bastel/Sys/Sys_StdStreamHeader.h"
+#include "Kora/Time/Tempo/Time_BasicTempoMap.h"
+
+#include <sstream>
+
+// A DLL holds only the constants that its own code refers to, or that are declared once more.
+constexpr double Time_ConstantTempoSeg::cDefaultBeatsPerMinute;
+constexpr Time_TickLength Time_ConstantTempoSeg::cDefaultTicksPerBeat;
+constexpr char Time_ConstantTempoSeg::cStreamName[];
+constexpr char Time_ConstantTempoSeg::cPrevSegStreamName[];
+
+namespace {
+
+constexpr Cmn_Int16 cVersion = 1;
+
+bool CheckTempo(double iBeatsPerMinute, const Time_TickLength& iTicksPerBeat)
+{
+    const bool hasBeat = Cmn_ASSERT_AS(iTicksPerBeat.AsInt64() > 0, "iTicksPerBeat != Time_TickLength(0)",
+                                       "Time/Time_TempoMap");
+    return Cmn_ASSERT_AS(Time_BasicTempoMapSegment::IsTempo(iBeatsPerMinute,
+                                                            Time_ConstantTempoSeg::cDefaultTicksPerBeat),
+                         "iBeatsPerMinute > 0", "Time/Time_TempoMap") &&
+           hasBeat;
+}
+
+} // namespace
+
+Time_ConstantTempoSeg::Time_ConstantTempoSeg(Time_Tick iStartTick)
+    : Time_TempoMapSegment(iStartTick)
+{
+}
+
+Time_ConstantTempoSeg::Time_ConstantTempoSeg(Time_Tick iStartTick, double iBeatsPerMinute,
+                                             const Time_TickLength& iTicksPerBeat)
+    : Time_TempoMapSegment(iStartTick)
+{
+    if (!CheckTempo(iBeatsPerMinute, iTicksPerBeat)) return;
+    mBeatsPerMinute = iBeatsPerMinute;
+    nTicksPerBeat = iTicksPerBeat;
+}
+
+Time_ConstantTempoSeg::Time_ConstantTempoSeg(const Time_ConstantTempoSeg&) = default;
+Time_ConstantTempoSeg::~Time_ConstantTempoSeg() = default;
+
+Time_ConstantTempoSeg::Time_ConstantTempoSeg(Sys_TypedInStream& iStream)
+    : Time_ConstantTempoSeg(Sys_StdStreamHeaderReader(iStream, cStreamName), iStream)
+{
+}
+
+// The header opens before the base block inside it is read.
+Time_ConstantTempoSeg::Time_ConstantTempoSeg(Sys_StdStreamHeaderReader&& iHeader, Sys_TypedInStream& iStream)
+    : Time_TempoMapSegment((iHeader.CheckVersion(cVersion, cVersion), iStream))
+{
+    ReadTempo(iStream);
+    mTempoIsUnspecified = iStream.ReadBool();
+    iHeader.SkipTheRest();
+}
+
+Time_ConstantTempoSeg::Time_ConstantTempoSeg(Sys_TypedInStream& iStream, EReadPrevSeg)
+    : Time_TempoMapSegment(Time_Tick())
+{
+    Sys_StdStreamHeaderReader header(iStream, cPrevSegStreamName);
+    header.CheckVersion(cVersion, cVersion);
+    SetStartTick(Time_Tick(iStream.ReadInt64()));
+    ReadTempo(iStream);
+    header.SkipTheRest();
+}
+
+void Time_ConstantTempoSeg::ReadTempo(Sys_TypedInStream& iStream)
+{
+    const Cmn_Int64 position = iStream.GetPosition();
+    mBeatsPerMinute = iStream.ReadFloat64();
+    nTicksPerBeat = Time_TickLength(iStream.ReadInt64());
+    // What locks out of order made a computed segment derive is as good as any: a rebuild derives it again.
+    const double beatsPerMinute = IsComputed() ? cDefaultBeatsPerMinute : mBeatsPerMinute;
+    if (!Time_BasicTempoMapSegment::IsTempo(beatsPerMinute, nTicksPerBeat))
+        throw Sys_StreamReadException(position);
+}
+
+void Time_ConstantTempoSeg::SetTempo(double iBeatsPerMinute, const Time_TickLength& iTicksPerBeat)
+{
+    Cmn_ASSERT_AS(this->CanSetTempo(), "this->CanSetTempo()", "Time/Time_TempoMap");
+    if (!CheckTempo(iBeatsPerMinute, iTicksPerBeat)) return;
+    mBeatsPerMinute = iBeatsPerMinute;
+    nTicksPerBeat = iTicksPerBeat;
+    mTempoIsUnspecified = false;
+}
+
+Time_TempoMapSegment::ETypeID Time_ConstantTempoSeg::GetTypeID() const { return eConstantTempoSeg; }
+
+std::unique_ptr<Time_TempoMapSegment> Time_ConstantTempoSeg::Clone() const
+{
+    return std::make_unique<Time_ConstantTempoSeg>(*this);
+}
+
+void Time_ConstantTempoSeg::GenerateForward(Time_BasicTempoMap& ioMap, const Time_TempoMapSegment* iPrevious,
+                                            const Time_TempoMapSegment* iNext) const
+{
+    if (!CheckIsValid()) return;
+    Cmn_ASSERT_AS(!this->IsComputed(), "!this->IsComputed()", "Time/Time_TempoMap");
+    double beatsPerMinute = mBeatsPerMinute;
+    Time_TickLength ticksPerBeat = nTicksPerBeat;
+    if (mTempoIsUnspecified) {
+        if (!IsLockedToSample() || iPrevious != nullptr) return;
+        if (iNext == nullptr || !iNext->GetTempo(beatsPerMinute, ticksPerBeat)) beatsPerMinute = 0;
+    }
+    // Nor is what locks out of order make a computed segment derive a tempo.
+    if (!Time_BasicTempoMapSegment::IsTempo(beatsPerMinute, ticksPerBeat)) {
+        beatsPerMinute = cDefaultBeatsPerMinute;
+        ticksPerBeat = cDefaultTicksPerBeat;
+    }
+    const double startSample = IsLockedToSample() ? static_cast<double>(GetStartSample().AsInt64())
+                                                  : ioMap.FractionalSampleAtTick(GetStartTick());
+    Time_BasicTempoMapSegment segment;
+    segment.SetTempo(GetStartTick(), startSample, ioMap.GetSampleRate(), beatsPerMinute, ticksPerBeat);
+    ioMap.InsertSegment(segment);
+}
+
+void Time_ConstantTempoSeg::GenerateBackward(Time_BasicTempoMap& ioMap, double iFractionalEndSample,
+                                             Time_Tick iEndTick) const
+{
+    if (!CheckIsValid()) return;
+    const Time_Tick start = GetStartTick();
+    Time_BasicTempoMapSegment segment;
+    if (IsLockedToSample() || IsComputed()) {
+        Cmn_ASSERT_AS(this->IsComputed(), "this->IsComputed()", "Time/Time_TempoMap");
+        const double startSample = IsLockedToSample() ? static_cast<double>(GetStartSample().AsInt64())
+                                                      : ioMap.FractionalSampleAtTick(start);
+        segment.SetEndSample(start, iEndTick, startSample, iFractionalEndSample);
+        mBeatsPerMinute = segment.GetBeatsPerMinute(ioMap.GetSampleRate(), nTicksPerBeat);
+    } else {
+        segment.SetBackTempo(start, iEndTick, iFractionalEndSample, ioMap.GetSampleRate(), mBeatsPerMinute,
+                             nTicksPerBeat);
+    }
+    ioMap.InsertSegment(segment);
+}
+
+bool Time_ConstantTempoSeg::GetTempo(double& oBeatsPerMinute, Time_TickLength& oTicksPerBeat) const
+{
+    if (mTempoIsUnspecified) return false;
+    oBeatsPerMinute = mBeatsPerMinute;
+    oTicksPerBeat = nTicksPerBeat;
+    return true;
+}
+
+void Time_ConstantTempoSeg::Split(std::unique_ptr<Time_TempoMapSegment>& oFirst,
+                                  std::unique_ptr<Time_TempoMapSegment>& oSecond, Time_Tick iTick) const
+{
+    oFirst = this->Clone();
+    oFirst->SetIsComputed(false);
+    oSecond = std::make_unique<Time_ConstantTempoSeg>(iTick, mBeatsPerMinute, nTicksPerBeat);
+}
+
+void Time_ConstantTempoSeg::StreamOut(Sys_TypedOutStream& iStream) const
+{
+    Sys_StdStreamHeaderWriter header(iStream, cStreamName, cVersion);
+    StreamOutBase(iStream);
+    iStream.WriteFloat64(mBeatsPerMinute);
+    iStream.WriteInt64(nTicksPerBeat.AsInt64());
+    iStream.WriteBool(mTempoIsUnspecified);
+    header.PatchSize();
+}
+
+Cmn_XMLNode Time_ConstantTempoSeg::GetAsXML() const
+{
+    Cmn_XMLNode node = GetBaseAsXML();
+    Cmn_XMLNode& constant = node.AddChild(Cmn_XMLNode("ConstantTempoMapSegment"));
+    constant.AddValue("mTempoIsUnspecified", mTempoIsUnspecified);
+    constant.AddValue("nTicksPerBeat", nTicksPerBeat.AsInt64());
+    constant.AddValue("mBeatsPerMinute", mBeatsPerMinute);
+    return node;
+}
+
+std::string Time_ConstantTempoSeg::Dump() const
+{
+    if (mTempoIsUnspecified) return DumpBase() + ": no tempo of its own";
+    std::ostringstream text;
+    text.precision(17);
+    text << DumpBase() << ": " << mBeatsPerMinute << " bpm per " << nTicksPerBeat.AsInt64() << " ticks";
+    return text.str();
+}

@@ -1,0 +1,35 @@
+// Time_TempoLimits: the tempos allowed, counted in quarter notes and in the beats of the segment at hand.
+//
+// Units: quarters or beats per minute; beats in internal ticks, a quarter 960000. Display ticks are reported, and their
+//        count taken as it stands; a beat of 0 ticks is reported, and quotients by it are 0.
+#pragma once
+
+#include "Kora/Time/Values/Time_TickLength.h"
+
+class Time_TempoLimits
+{
+public:
+    constexpr Time_TempoLimits(double iMinQPM, double iMaxQPM, double iMinBPM, double iMaxBPM)
+        : mMinQPM(iMinQPM)
+        , mMaxQPM(iMaxQPM)
+        , mMinBPM(iMinBPM)
+        , mMaxBPM(iMaxBPM)
+    {
+    }
+
+    // The range that both limits leave, for a beat of iTicksPerBeat.
+    KORA_API double GetMinQPM(const Time_TickLength& iTicksPerBeat) const;
+    KORA_API double GetMaxQPM(const Time_TickLength& iTicksPerBeat) const;
+    KORA_API double GetMinBPM(const Time_TickLength& iTicksPerBeat) const;
+    KORA_API double GetMaxBPM(const Time_TickLength& iTicksPerBeat) const;
+
+    // Beats per minute clamped by the beat limits, then by the quarter limits. With the standard limits 1000 quarters
+    // become 500; 1000 eighths 999.
+    KORA_API double LimitTempoValue(double iBPM, const Time_TickLength& iTicksPerBeat) const;
+
+private:
+    double mMinQPM;
+    double mMaxQPM;
+    double mMinBPM;
+    double mMaxBPM;
+};

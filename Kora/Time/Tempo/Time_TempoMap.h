@@ -1,0 +1,253 @@
+// Time_TempoMap: a document's tempo map: the tempo segments along the tick line, and every answer about which sample
+// a tick falls on and which tick a sample.
+//
+//   segments   |  120 bpm   |  90 bpm, computed    | 140 bpm →
+//   tick       T0 = 10^12   T1                     T2
+//   sample     locked 0     follows                locked 480000
+//
+// Units:      ticks, 960000 to a quarter note; samples at GetSampleRate(). Ranges are [start, end).
+// Invariants: (1) segments ascend by start tick, at most one a tick  (2) while the numeric cache is out of date, the
+//             editing thread holds the read lock.
+// Edits:      each edit brackets itself by BeginEdit and EndEdit, and the outermost EndEdit rebuilds the cache and
+//             broadcasts. An edit that changes nothing, such as erasing an empty range, does neither, and gives undo no
+//             notice. A rebuild starts at the last segment generated forward at or before the first change and gives
+//             the bits of a full one.
+// Threads:    everything belongs to the thread that made the map, but for this: another thread that holds the read
+//             lock (TryToAcquireReadLock) may ask all queries, here or through GetBasicTempoMap.
+// Real time:  with the read lock held, conversions allocate nothing, lock nothing and throw nothing.
+// Ownership:  owns its segments; receivers in its listener list stay the caller's.
+// Copies:     take segments and sample rate. A copy is not undoable and has no listeners; assignment keeps the target's
+//             identity, edit bracket and listeners.
+#pragma once
+
+#include "Bastel/Cmn/Cmn_PolyVector.h"
+#include "Kora/Cnn/Cnn_ListenerList.h"
+#include "Kora/Cnn/Mdl_SimpleValMessage.h"
+#include "Kora/Ndo/Ndo_Object.h"
+#include "Kora/Time/Tempo/Time_BasicTempoMap.h"
+#include "Kora/Time/Tempo/Time_TempoMapSegment.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+class IPSSyncPrim;
+
+class KORA_API Time_TempoMap : public Ndo_Object
+{
+public:
+    // Read-only inside the map; see Time_TempoMapSegment.
+    using Segments = Cmn_PolyVector<std::unique_ptr<const Time_TempoMapSegment>>;
+    using SegmentIter = Segments::const_iterator;
+
+    static constexpr Time_Tick cDefaultSongStartTick{1000000000000};
+    static constexpr double cFallbackBeatsPerMinute = 120.0;
+    static constexpr Time_TickLength cFallbackTicksPerBeat{Time_TickLength::cInternalPerQuarter};
+
+    // No segments; the sample rate is Time_Globals::GetPullSampleRate(). Until its first query or edit the map counts
+    // as out of date, and other threads do not get its read lock.
+    explicit Time_TempoMap(EUndoFlag iUndoFlag = kNoUndo);
+    Time_TempoMap(const Time_TempoMap& iOther);
+    Time_TempoMap& operator=(const Time_TempoMap& iOther);
+    ~Time_TempoMap() override;
+
+    // One map that lives until the process ends, handed out with its cache built.
+    static Time_TempoMap* GetDefaultTempoMap();
+
+    // --- Edits
+
+    void BeginEdit() { ++mEditCount; }
+    // Each call gives the map a new edit identifier; the outermost one rebuilds the cache and broadcasts. Asserts
+    // "mEditCount > 0" when no edit is open.
+    void EndEdit();
+    Cmn_Int32 GetEditCount() const { return mEditCount; }
+    // A number that no map had before, new after each EndEdit: tells cheaply whether the map was edited meanwhile.
+    Cmn_Int32 GetUniqueEditIdentifier() const { return mUniqueEditIdentifier; }
+
+    // Takes the place of a segment at the same tick, which is destroyed. Null asserts "0 != iSegmentP.get()". A segment
+    // with a tempo of its own that is not above 0, or infinite, asserts "iBeatsPerMinute > 0" and is not taken.
+    void AddSegment(std::unique_ptr<Time_TempoMapSegment> iSegmentP);
+    // The end asserts "iter != mSegments.end()".
+    void DeleteSegment(SegmentIter iter);
+    void EraseSegments(Time_Tick iStart, Time_Tick iEnd);
+    // Segments locked to a sample in the range.
+    void EraseLockedSegmentsBySample(Time_Sample iStart, Time_Sample iEnd);
+    void Clear();
+    // Copies iOther's segments; the sample rate stays. Nothing for the map itself.
+    void ReplaceWith(const Time_TempoMap& iOther);
+    // Not undoable.
+    void SetSampleRate(double iSampleRate);
+
+    // --- Segments
+
+    SegmentIter SegmentBegin() const { return mSegments.begin(); }
+    SegmentIter SegmentEnd() const { return mSegments.end(); }
+    std::size_t GetNumberOfSegments() const { return mSegments.size(); }
+    // The segment that starts at iTick, or the end.
+    SegmentIter FindSegment(Time_Tick iTick) const;
+    // The last segment that starts at or before iTick, or the first; the end of an empty map.
+    SegmentIter FindControllingSegment(Time_Tick iTick) const;
+    // The first segment whose start falls on the sample, or the end.
+    SegmentIter FindSegmentBySample(Time_Sample iSample) const;
+    // The first segment marked as song start, or the end.
+    SegmentIter FindSongStart() const;
+    bool IsNumberOfLockedSegmentsLessThan(std::size_t iCount) const { return mLockedCount < iCount; }
+    // The tempo in force at a tick; an empty map gives the fallback tempo.
+    void GetTempoAtTick(double& oBeatsPerMinute, Time_TickLength& oTicksPerBeat, Time_Tick iTick) const;
+
+    // Of the song-start segment: its tick, its locked sample, and the tick at sample 0. Without one
+    // cDefaultSongStartTick, 0 and cDefaultSongStartTick.
+    Time_Tick GetSongStartTick() const { return Clean().mSongStartTick; }
+    Time_Sample GetSongStartSample() const { return Clean().mSongStartSample; }
+    Time_Tick GetSessionStartTick() const { return Clean().mSessionStartTick; }
+    // No segment is free.
+    bool IsAllIDB() const { return Clean().mAllAreLocked; }
+    // Fewer than two segments are locked to a sample.
+    bool IsAllChanges() const { return Clean().mFewerThanTwoAreLocked; }
+
+    // --- Conversions: those of Time_BasicTempoMap, where they are described
+
+    const Time_BasicTempoMap& GetBasicTempoMap() const { return Clean().mBasicMap; }
+    double GetSampleRate() const { return mBasicMap.GetSampleRate(); }
+    double GetMinTicksPerSample() const { return Clean().mBasicMap.GetMinTicksPerSample(); }
+    double GetMaxTicksPerSample() const { return Clean().mBasicMap.GetMaxTicksPerSample(); }
+
+    Time_Sample TickToSample(Time_Tick iTick, bool iClamp = true) const;
+    Time_Tick SampleToTick(Time_Sample iSample) const;
+    Time_Sample TickToFirstSample(Time_Tick iTick) const;
+    Time_Tick SampleToFirstTick(Time_Sample iSample) const;
+    Time_Sample NextTickToSample(Time_Tick iTick, bool iClamp, std::size_t& ioSegment) const;
+    Time_Tick NextSampleToTick(Time_Sample iSample, std::size_t& ioSegment) const;
+    Time_Sample NextTickToFirstSample(Time_Tick iTick, std::size_t& ioSegment) const;
+    Time_Tick NextSampleToFirstTick(Time_Sample iSample, std::size_t& ioSegment) const;
+    Time_Sample TickToSampleBasedOnReferenceTempoAtTick(Time_Tick iTick, Time_Tick iReference,
+                                                        bool iClamp = true) const;
+    Time_Tick SampleToTickBasedOnReferenceTempoAtTick(Time_Sample iSample, Time_Tick iReference) const;
+    Time_Tick SampleToTickBasedOnReferenceTempoAtSample(Time_Sample iSample, Time_Sample iReference) const;
+
+    // Of typed times, with samples clamped. Frames, on either side, assert "time_type_mismatch": the scalar forms then
+    // give 0, the others their argument.
+    Time_Sample TimeTypedToSample(const Time_Typed& iTime) const;
+    Time_Tick TimeTypedToTick(const Time_Typed& iTime) const;
+    Time_Typed TimeTypedToSpecifiedType(const Time_Typed& iTime, Time_EType iType) const;
+    Time_Typed SampleToSpecifiedType(Time_Sample iSample, Time_EType iType) const;
+    Time_Typed TickToSpecifiedType(Time_Tick iTick, Time_EType iType) const;
+    void TimesToType(Time_TypedVector* ioTimes, Time_EType iType) const;
+
+    // --- Other threads, listeners
+
+    // Never waits. True when the caller holds the lock and the cache is up to date; false while an edit has put it out
+    // of date, for the editing thread too. Pair each success with a ReleaseReadLock on the same thread.
+    bool TryToAcquireReadLock() const;
+    void ReleaseReadLock() const;
+    Cnn_ListenerList<Mdl_SimpleValMessage>& GetListenerList() { return mListeners; }
+
+    // Rebuilds the numeric cache if it is out of date, and leaves the read lock then. Every query does so first.
+    void UpdateBasicMapIfNeeded() const;
+
+    // --- Undo and persistence
+
+    Ndo_State* NdoGetState() override;
+    void NdoRestoreState(Ndo_State* iStateP) override;
+
+    // A header "TempoMap", version 1, with the count of segments (32 bits) and each segment in its own form, by
+    // ascending start ticks. The sample rate is the session's and no part of it.
+    void StreamOut(Sys_TypedOutStream& iStream) const;
+    // Replaces the segments; an edit without an undo notice. Takes segments of the layout before too. Throws
+    // Sys_StreamReadException, and leaves the map as it was, for bytes that no writer writes: ticks that do not ascend,
+    // more segments than bytes can hold, tempi or beats of the segments' own that are not above 0.
+    void StreamIn(Sys_TypedInStream& iStream);
+    // How many bytes StreamOut writes.
+    Cmn_Int64 GetSerialSize() const;
+    // <TempoMap> <nSegmentCount/> <Segments> … </Segments> </TempoMap>
+    Cmn_XMLNode GetAsXML() const;
+    // The segments, then the numeric cache.
+    std::string Dump() const;
+
+    // Asserts what a finished map's segments keep: live, ascending, none of an older layout. Debug builds do so after
+    // each rebuild.
+    bool ValidateSegs() const;
+
+private:
+    // What is known of a segment without touching it: a rebuild reads these side by side.
+    enum ENote : Cmn_UInt8 {
+        eNote_Locked = 1,
+        eNote_Computed = 2,
+        eNote_Unspecified = 4,
+        eNote_Pins = eNote_Locked | eNote_Computed | eNote_Unspecified, // its start does not just follow
+        eNote_SongStart = 8,
+        eNote_Forward = 16 // the last rebuild generated it forward
+    };
+    // What was edited since the last rebuild.
+    struct Changes
+    {
+        bool mEverything = true;
+        bool mNothing = false;
+        bool mPins = false;
+        Time_Tick mFirst, mLast;
+    };
+    class StUpdating;
+
+    const Time_TempoMap& Clean() const
+    {
+        if (mIsDirty) UpdateBasicMapIfNeeded();
+        return *this;
+    }
+    void DirtyBasicMap();
+    void Changed(Time_Tick iStartTick, unsigned iNotes);
+    void ChangedEverything();
+    void RemoveSegments(std::size_t iFirst, std::size_t iLast);
+    void SetSegments(Segments iSegments);
+    Segments CloneSegments() const;
+    void ForgetNotes(std::size_t iIndex);
+
+    std::size_t IndexOf(SegmentIter iter) const { return static_cast<std::size_t>(iter - mSegments.begin()); }
+    SegmentIter IterAt(std::size_t iIndex) const
+    {
+        return mSegments.begin() + static_cast<std::ptrdiff_t>(iIndex);
+    }
+    std::size_t LowerBound(Time_Tick iTick) const;
+    const Time_TempoMapSegment* SegmentOrNull(std::size_t iIndex) const;
+    void EffectiveTempo(std::size_t iIndex, double& oBeatsPerMinute, Time_TickLength& oTicksPerBeat) const;
+
+    // The rebuild (Time_TempoMapRebuild.cpp).
+    void RebuildAll() const;
+    bool RebuildChanged() const;
+    SegmentIter Generate(Time_BasicTempoMap& ioMap, SegmentIter iter) const;
+    void GenerateFirstFromFallback(Time_BasicTempoMap& ioMap) const;
+    std::unique_ptr<Time_TempoMapSegment> DerivedLender() const;
+    SegmentIter NextLocked(SegmentIter iter) const;
+    SegmentIter ComputeBackwardsTo(Time_BasicTempoMap& ioMap, SegmentIter iFrom) const;
+    void ComputeBackwardsCore(Time_BasicTempoMap& ioMap, SegmentIter iFrom, SegmentIter iTargetIter) const;
+    void LayOutBackwards(Time_BasicTempoMap& ioMap, SegmentIter iFrom, Time_Tick& ioEndTick,
+                         double& ioEndSample) const;
+    std::size_t LastForwardBefore(std::size_t iIndex) const;
+    std::size_t FirstPinFrom(std::size_t iIndex) const;
+    bool HoldsAgainst(std::size_t iPin) const;
+    void CacheSongStart() const;
+
+    static Segments ReadSegments(Sys_TypedInStream& iStream);
+
+    static Time_TempoMap* spDefaultTempoMap;
+    static Cmn_Int32 sUniqueEditIdentifier; // touched by the model thread only
+
+    mutable Time_Tick mSongStartTick = cDefaultSongStartTick;
+    mutable Time_Sample mSongStartSample;
+    mutable Time_Tick mSessionStartTick = cDefaultSongStartTick;
+    mutable bool mFewerThanTwoAreLocked = true;
+    mutable bool mAllAreLocked = true;
+    mutable Time_BasicTempoMap mBasicMap;
+    mutable bool mIsUpdating = false;
+    mutable bool mIsDirty = true; // written while the read lock is held
+    Segments mSegments;
+    Cmn_Int32 mEditCount = 0;
+    Cmn_Int32 mUniqueEditIdentifier;
+    std::unique_ptr<IPSSyncPrim> mReadLock;
+    Cnn_ListenerList<Mdl_SimpleValMessage> mListeners;
+
+    mutable std::vector<Cmn_UInt8> mNotes; // one for each segment
+    std::size_t mLockedCount = 0;
+    std::size_t mSongStartCount = 0;
+    mutable Changes mChanges;
+    mutable bool mIsRegular = false; // the cache's segments stand in the order in which they were generated
+};

@@ -1,0 +1,171 @@
+// Time_TempoMap: what it answers.
+#include "Kora/Time/Tempo/Time_ConstantTempoSeg.h"
+#include "Kora/Time/Tempo/Time_TempoMap.h"
+
+#include <algorithm>
+
+Time_TempoMap::SegmentIter Time_TempoMap::FindSegment(Time_Tick iTick) const
+{
+    const SegmentIter found = IterAt(LowerBound(iTick));
+    return found != mSegments.end() && (*found)->GetStartTick() == iTick ? found : mSegments.end();
+}
+
+Time_TempoMap::SegmentIter Time_TempoMap::FindControllingSegment(Time_Tick iTick) const
+{
+    const auto after =
+        std::upper_bound(mSegments.begin(), mSegments.end(), iTick,
+                         [](Time_Tick iAt, const std::unique_ptr<const Time_TempoMapSegment>& iSegment) {
+                             return iAt < iSegment->GetStartTick();
+                         });
+    return after == mSegments.begin() ? after : after - 1;
+}
+
+Time_TempoMap::SegmentIter Time_TempoMap::FindSegmentBySample(Time_Sample iSample) const
+{
+    const Time_BasicTempoMap& basicMap = GetBasicTempoMap();
+    const auto startSample = [&](const std::unique_ptr<const Time_TempoMapSegment>& iSegment) {
+        return iSegment->IsLockedToSample() ? iSegment->GetStartSample()
+                                            : basicMap.TickToSample(iSegment->GetStartTick(), false);
+    };
+    const auto found = std::lower_bound(mSegments.begin(), mSegments.end(), iSample,
+                                        [&](const std::unique_ptr<const Time_TempoMapSegment>& iSegment,
+                                            Time_Sample iAt) { return startSample(iSegment) < iAt; });
+    return found != mSegments.end() && startSample(*found) == iSample ? found : mSegments.end();
+}
+
+Time_TempoMap::SegmentIter Time_TempoMap::FindSongStart() const
+{
+    if (mSongStartCount == 0) return mSegments.end();
+    const auto found = std::find_if(mNotes.begin(), mNotes.end(),
+                                    [](Cmn_UInt8 iNotes) { return (iNotes & eNote_SongStart) != 0; });
+    return IterAt(static_cast<std::size_t>(found - mNotes.begin()));
+}
+
+// A segment without a tempo of its own goes on at the tempo before it; at the map's start it has the next segment's.
+void Time_TempoMap::EffectiveTempo(std::size_t iIndex, double& oBeatsPerMinute,
+                                   Time_TickLength& oTicksPerBeat) const
+{
+    const auto isOf = [&](const Time_TempoMapSegment* iSegment) {
+        return iSegment != nullptr && iSegment->GetTempo(oBeatsPerMinute, oTicksPerBeat);
+    };
+    std::size_t i = iIndex;
+    while (i > 0 && !isOf(SegmentOrNull(i)))
+        --i;
+    const bool isSpecified = i > 0 || isOf(SegmentOrNull(0)) || isOf(SegmentOrNull(1));
+    // What locks out of order make a computed segment derive is no tempo.
+    if (isSpecified && Time_BasicTempoMapSegment::IsTempo(oBeatsPerMinute, oTicksPerBeat)) return;
+    oBeatsPerMinute = cFallbackBeatsPerMinute;
+    oTicksPerBeat = cFallbackTicksPerBeat;
+}
+
+void Time_TempoMap::GetTempoAtTick(double& oBeatsPerMinute, Time_TickLength& oTicksPerBeat,
+                                   Time_Tick iTick) const
+{
+    UpdateBasicMapIfNeeded(); // derives the tempi of computed segments
+    oBeatsPerMinute = cFallbackBeatsPerMinute;
+    oTicksPerBeat = cFallbackTicksPerBeat;
+    const SegmentIter controlling = FindControllingSegment(iTick);
+    if (controlling != mSegments.end()) EffectiveTempo(IndexOf(controlling), oBeatsPerMinute, oTicksPerBeat);
+}
+
+Time_Sample Time_TempoMap::TickToSample(Time_Tick iTick, bool iClamp) const
+{
+    return GetBasicTempoMap().TickToSample(iTick, iClamp);
+}
+
+Time_Tick Time_TempoMap::SampleToTick(Time_Sample iSample) const
+{
+    return GetBasicTempoMap().SampleToTick(iSample);
+}
+
+Time_Sample Time_TempoMap::TickToFirstSample(Time_Tick iTick) const
+{
+    return GetBasicTempoMap().TickToFirstSample(iTick);
+}
+
+Time_Tick Time_TempoMap::SampleToFirstTick(Time_Sample iSample) const
+{
+    return GetBasicTempoMap().SampleToFirstTick(iSample);
+}
+
+Time_Sample Time_TempoMap::NextTickToSample(Time_Tick iTick, bool iClamp, std::size_t& ioSegment) const
+{
+    return GetBasicTempoMap().NextTickToSample(iTick, iClamp, ioSegment);
+}
+
+Time_Tick Time_TempoMap::NextSampleToTick(Time_Sample iSample, std::size_t& ioSegment) const
+{
+    return GetBasicTempoMap().NextSampleToTick(iSample, ioSegment);
+}
+
+Time_Sample Time_TempoMap::NextTickToFirstSample(Time_Tick iTick, std::size_t& ioSegment) const
+{
+    return GetBasicTempoMap().NextTickToFirstSample(iTick, ioSegment);
+}
+
+Time_Tick Time_TempoMap::NextSampleToFirstTick(Time_Sample iSample, std::size_t& ioSegment) const
+{
+    return GetBasicTempoMap().NextSampleToFirstTick(iSample, ioSegment);
+}
+
+Time_Sample Time_TempoMap::TickToSampleBasedOnReferenceTempoAtTick(Time_Tick iTick, Time_Tick iReference,
+                                                                   bool iClamp) const
+{
+    return GetBasicTempoMap().TickToSampleBasedOnReferenceTempoAtTick(iTick, iReference, iClamp);
+}
+
+Time_Tick Time_TempoMap::SampleToTickBasedOnReferenceTempoAtTick(Time_Sample iSample,
+                                                                 Time_Tick iReference) const
+{
+    return GetBasicTempoMap().SampleToTickBasedOnReferenceTempoAtTick(iSample, iReference);
+}
+
+Time_Tick Time_TempoMap::SampleToTickBasedOnReferenceTempoAtSample(Time_Sample iSample,
+                                                                   Time_Sample iReference) const
+{
+    return GetBasicTempoMap().SampleToTickBasedOnReferenceTempoAtSample(iSample, iReference);
+}
+
+namespace {
+
+bool CheckConvertible(Time_EType iFrom, Time_EType iTo)
+{
+    return Cmn_ASSERT_AS(iFrom < Time_eType_Frames && iTo < Time_eType_Frames, "time_type_mismatch",
+                         "Time/Time_TempoMap");
+}
+
+} // namespace
+
+Time_Sample Time_TempoMap::TimeTypedToSample(const Time_Typed& iTime) const
+{
+    if (!CheckConvertible(iTime.GetType(), Time_eType_Samples)) return Time_Sample();
+    return iTime.GetType() == Time_eType_Samples ? iTime.AsSample() : TickToSample(iTime.AsTick(), true);
+}
+
+Time_Tick Time_TempoMap::TimeTypedToTick(const Time_Typed& iTime) const
+{
+    if (!CheckConvertible(iTime.GetType(), Time_eType_Ticks)) return Time_Tick();
+    return iTime.GetType() == Time_eType_Ticks ? iTime.AsTick() : SampleToTick(iTime.AsSample());
+}
+
+Time_Typed Time_TempoMap::TimeTypedToSpecifiedType(const Time_Typed& iTime, Time_EType iType) const
+{
+    if (!CheckConvertible(iTime.GetType(), iType) || iTime.GetType() == iType) return iTime;
+    return iType == Time_eType_Samples ? Time_Typed(TickToSample(iTime.AsTick(), true))
+                                       : Time_Typed(SampleToTick(iTime.AsSample()));
+}
+
+Time_Typed Time_TempoMap::SampleToSpecifiedType(Time_Sample iSample, Time_EType iType) const
+{
+    return TimeTypedToSpecifiedType(iSample, iType);
+}
+
+Time_Typed Time_TempoMap::TickToSpecifiedType(Time_Tick iTick, Time_EType iType) const
+{
+    return TimeTypedToSpecifiedType(iTick, iType);
+}
+
+void Time_TempoMap::TimesToType(Time_TypedVector* ioTimes, Time_EType iType) const
+{
+    GetBasicTempoMap().TimesToType(ioTimes, iType);
+}

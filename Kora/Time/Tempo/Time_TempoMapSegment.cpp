@@ -1,0 +1,86 @@
+#include "Kora/Time/Tempo/Time_TempoMapSegment.h"
+
+#include "Bastel/Cmn/Cmn_XMLNode.h"
+#include "Bastel/Sys/Sys_StdStreamHeader.h"
+
+namespace {
+
+constexpr char cBaseName[] = "TMS";
+constexpr Cmn_Int16 cBaseVersion = 1;
+
+} // namespace
+
+Time_TempoMapSegment::Time_TempoMapSegment(Time_Tick iStartTick)
+    : nStartTick(iStartTick)
+{
+}
+
+Time_TempoMapSegment::Time_TempoMapSegment(const Time_TempoMapSegment& iOther)
+    : mIsComputed(iOther.mIsComputed)
+    , mIsLockedToSample(iOther.mIsLockedToSample)
+    , nLockedStartSample(iOther.nLockedStartSample)
+    , nStartTick(iOther.nStartTick)
+    , mIsSongStart(iOther.mIsSongStart)
+    , mIsCopyAnchor(iOther.mIsCopyAnchor)
+{
+}
+
+Time_TempoMapSegment::Time_TempoMapSegment(Sys_TypedInStream& iStream)
+{
+    Sys_StdStreamHeaderReader header(iStream, cBaseName);
+    header.CheckVersion(cBaseVersion, cBaseVersion);
+    mIsComputed = iStream.ReadBool();
+    mIsLockedToSample = iStream.ReadBool();
+    nLockedStartSample = Time_Sample(iStream.ReadInt64());
+    nStartTick = Time_Tick(iStream.ReadInt64());
+    mIsSongStart = iStream.ReadBool();
+    mIsCopyAnchor = iStream.ReadBool();
+    header.SkipTheRest();
+}
+
+Time_TempoMapSegment::~Time_TempoMapSegment() { mValidCheck = 0; }
+
+void Time_TempoMapSegment::LockToSample(Time_Sample iSample)
+{
+    mIsLockedToSample = true;
+    nLockedStartSample = iSample;
+}
+
+bool Time_TempoMapSegment::CheckIsValid() const
+{
+    return Cmn_ASSERT_AS(mValidCheck == cValid, "mValidCheck == 424", "Time/Time_TempoMap");
+}
+
+void Time_TempoMapSegment::StreamOutBase(Sys_TypedOutStream& iStream) const
+{
+    Sys_StdStreamHeaderWriter header(iStream, cBaseName, cBaseVersion);
+    iStream.WriteBool(mIsComputed);
+    iStream.WriteBool(mIsLockedToSample);
+    iStream.WriteInt64(nLockedStartSample.AsInt64());
+    iStream.WriteInt64(nStartTick.AsInt64());
+    iStream.WriteBool(mIsSongStart);
+    iStream.WriteBool(mIsCopyAnchor);
+    header.PatchSize();
+}
+
+Cmn_XMLNode Time_TempoMapSegment::GetBaseAsXML() const
+{
+    Cmn_XMLNode node("TempoMapSegment");
+    node.AddValue("mIsSongStart", mIsSongStart);
+    node.AddValue("mIsCopyAnchor", mIsCopyAnchor);
+    node.AddValue("nStartTick", nStartTick.AsInt64());
+    node.AddValue("nLockedStartSample", nLockedStartSample.AsInt64());
+    node.AddValue("mIsLockedToSample", mIsLockedToSample);
+    node.AddValue("mIsComputed", mIsComputed);
+    return node;
+}
+
+std::string Time_TempoMapSegment::DumpBase() const
+{
+    std::string text = "tick " + std::to_string(nStartTick.AsInt64());
+    if (mIsLockedToSample) text += ", locked to sample " + std::to_string(nLockedStartSample.AsInt64());
+    if (mIsComputed) text += ", computed";
+    if (mIsSongStart) text += ", song start";
+    if (mIsCopyAnchor) text += ", copy anchor";
+    return text;
+}

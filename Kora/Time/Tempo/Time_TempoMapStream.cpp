@@ -1,0 +1,132 @@
+// Time_TempoMap: its persisted forms, and the snapshots of undo.
+#include "Bastel/Cmn/Cmn_Exception.h"
+#include "Bastel/Cmn/Cmn_XMLNode.h"
+#include "Bastel/Sys/Sys_StdStreamHeader.h"
+#include "Kora/Ndo/Ndo_State.h"
+#include "Kora/Time/Tempo/Time_ConstantTempoSeg.h"
+#include "Kora/Time/Tempo/Time_TempoMap.h"
+#include "Kora/Time/Tempo/Time_TempoMap_StEditOptimizer.h"
+
+namespace {
+
+constexpr char cStreamName[] = "TempoMap";
+constexpr Cmn_Int16 cStreamVersion = 1;
+
+// No segment takes less: a header of the layout before and three values.
+constexpr Cmn_Int64 cLeastSegmentBytes = 25 + 5 + 3 * 8;
+
+// The map's stream form, and the sample rate for a map that is made anew.
+class Time_TempoMap_NdoState final : public Ndo_State
+{
+public:
+    explicit Time_TempoMap_NdoState(const Time_TempoMap& iMap)
+        : mSampleRate(iMap.GetSampleRate())
+    {
+        Sys_MemOutStream bytes;
+        Sys_TypedOutStream stream(bytes);
+        iMap.StreamOut(stream);
+        mBytes = bytes.TakeBytes();
+    }
+
+    Ndo_Object* NdoCreateObject() override
+    {
+        auto map = std::make_unique<Time_TempoMap>(Ndo_Object::kNoUndo);
+        map->SetSampleRate(mSampleRate);
+        return map.release();
+    }
+
+    const std::vector<Cmn_UInt8>& GetBytes() const { return mBytes; }
+
+private:
+    double mSampleRate;
+    std::vector<Cmn_UInt8> mBytes;
+};
+
+std::unique_ptr<Time_ConstantTempoSeg> ReadSegment(Sys_TypedInStream& iStream)
+{
+    if (Sys_StdStreamHeaderReader::PeekName(iStream) == Time_ConstantTempoSeg::cPrevSegStreamName)
+        return std::make_unique<Time_ConstantTempoSeg>(iStream, Time_ConstantTempoSeg::ReadPrevSeg);
+    return std::make_unique<Time_ConstantTempoSeg>(iStream);
+}
+
+} // namespace
+
+Ndo_State* Time_TempoMap::NdoGetState() { return new Time_TempoMap_NdoState(*this); }
+
+void Time_TempoMap::NdoRestoreState(Ndo_State* iStateP)
+{
+    const auto* const stateP = dynamic_cast<Time_TempoMap_NdoState*>(iStateP);
+    if (!Cmn_ASSERT_AS(stateP != nullptr, "stateP != 0", "Time/Time_TempoMap")) return;
+    Sys_MemInStream bytes(stateP->GetBytes());
+    Sys_TypedInStream stream(bytes);
+    StreamIn(stream);
+}
+
+void Time_TempoMap::StreamOut(Sys_TypedOutStream& iStream) const
+{
+    UpdateBasicMapIfNeeded(); // derives the tempi of computed segments
+    Sys_StdStreamHeaderWriter header(iStream, cStreamName, cStreamVersion);
+    iStream.WriteInt32(static_cast<Cmn_Int32>(mSegments.size()));
+    for (const auto& segment : mSegments)
+        segment->StreamOut(iStream);
+    header.PatchSize();
+}
+
+void Time_TempoMap::StreamIn(Sys_TypedInStream& iStream)
+{
+    Segments segments = ReadSegments(iStream);
+    const Time_TempoMap_StEditOptimizer edit(*this);
+    DirtyBasicMap();
+    SetSegments(std::move(segments));
+}
+
+Time_TempoMap::Segments Time_TempoMap::ReadSegments(Sys_TypedInStream& iStream)
+{
+    Sys_StdStreamHeaderReader header(iStream, cStreamName);
+    header.CheckVersion(cStreamVersion, cStreamVersion);
+    const Cmn_Int32 count = iStream.ReadInt32();
+    if (count < 0 || count > header.GetBytesLeft() / cLeastSegmentBytes)
+        throw Sys_StreamReadException(iStream.GetPosition());
+    Segments segments;
+    segments.reserve(static_cast<std::size_t>(count));
+    for (Cmn_Int32 i = 0; i < count; ++i) {
+        const Cmn_Int64 start = iStream.GetPosition();
+        if (!header.IsMoreLeft()) throw Sys_StreamReadException(start);
+        std::unique_ptr<Time_ConstantTempoSeg> segment = ReadSegment(iStream);
+        if (i > 0 && segment->GetStartTick() <= segments.back()->GetStartTick())
+            throw Sys_StreamReadException(start);
+        segments.push_back(std::move(segment));
+    }
+    if (header.GetBytesLeft() < 0) throw Sys_StreamReadException(iStream.GetPosition());
+    header.SkipTheRest();
+    return segments;
+}
+
+Cmn_Int64 Time_TempoMap::GetSerialSize() const
+{
+    Sys_MemOutStream bytes;
+    Sys_TypedOutStream stream(bytes);
+    StreamOut(stream);
+    return static_cast<Cmn_Int64>(bytes.GetBytes().size());
+}
+
+Cmn_XMLNode Time_TempoMap::GetAsXML() const
+{
+    UpdateBasicMapIfNeeded();
+    Cmn_XMLNode node("TempoMap");
+    node.AddValue("nSegmentCount", static_cast<Cmn_Int64>(mSegments.size()));
+    Cmn_XMLNode& segments = node.AddChild(Cmn_XMLNode("Segments"));
+    for (const auto& segment : mSegments)
+        segments.AddChild(segment->GetAsXML());
+    return node;
+}
+
+std::string Time_TempoMap::Dump() const
+{
+    UpdateBasicMapIfNeeded();
+    std::string text = "TempoMap: " + std::to_string(mSegments.size()) + " segments, edit " +
+                       std::to_string(mUniqueEditIdentifier) + "\n";
+    for (const auto& segment : mSegments)
+        text += "  " + segment->Dump() + "\n";
+    return text + mBasicMap.Dump();
+}

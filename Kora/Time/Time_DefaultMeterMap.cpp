@@ -1,9 +1,0 @@
-#include "Kora/Time/Time_DefaultMeterMap.h"
-
-Time_DefaultMeterMap::Time_DefaultMeterMap()
-    : Time_MeterMap(kNoUndo)
-{
-    AddInitialMeterChange(cDefaultSongStartTick, Time_Meter(), cDefaultSongStartBar);
-}
-
-Time_DefaultMeterMap::~Time_DefaultMeterMap() = default;

@@ -1,0 +1,16 @@
+#include "Kora/Time/Values/Time_TickLength.h"
+
+#include "Bastel/Cmn/Cmn_XMLNode.h"
+
+Cmn_XMLNode Time_TickLength::GetAsXML(const std::string& iName) const
+{
+    Cmn_XMLNode node(iName);
+    node.AddAttribute("tickType", mTickType == Time_eTickType_Display ? "Display" : "Internal");
+    node.SetText(std::to_string(mLength));
+    return node;
+}
+
+std::string Time_TickLength::Dump() const
+{
+    return std::to_string(mLength) + (mTickType == Time_eTickType_Display ? " display" : "") + " ticks long";
+}

@@ -1,0 +1,93 @@
+#include "Kora/Time/Numeric/Time_SearchIndex_p.h"
+#include "Time/TimeFixture.h"
+
+namespace {
+
+template <class Key>
+std::size_t PlainFind(const std::vector<Key>& iKeys, Key iProbe)
+{
+    const auto after = std::upper_bound(iKeys.begin(), iKeys.end(), iProbe);
+    return after == iKeys.begin() ? 0 : static_cast<std::size_t>(after - iKeys.begin()) - 1;
+}
+
+// Spreads of keys: even, clustered (most in one bucket), and growing without end.
+template <class Key>
+std::vector<Key> RandomKeys(std::mt19937_64& ioRandom, std::size_t iCount)
+{
+    const int spread = static_cast<int>(ioRandom() % 3);
+    std::vector<Key> keys;
+    Key key = static_cast<Key>(ioRandom() % 1000) - 500;
+    for (std::size_t i = 0; i < iCount; ++i) {
+        keys.push_back(key);
+        const auto step = static_cast<Key>(1 + ioRandom() % 1000);
+        if (spread == 0)
+            key += step;
+        else if (spread == 1)
+            key += i == iCount / 2 ? step * 1000000 : 1;
+        else
+            key += step * static_cast<Key>(i + 1);
+    }
+    return keys;
+}
+
+template <class Key>
+void ExpectFindsAsPlain(const Time_SearchIndex<Key>& iIndex, const std::vector<Key>& iKeys,
+                        std::mt19937_64& ioRandom)
+{
+    std::vector<Key> probes = {std::numeric_limits<Key>::lowest(), std::numeric_limits<Key>::max()};
+    for (const Key key : iKeys)
+        probes.insert(probes.end(), {key - 1, key, key + 1});
+    for (int i = 0; i < 200 && !iKeys.empty(); ++i) {
+        const double part = static_cast<double>(ioRandom() % 1001) / 1000.0;
+        probes.push_back(iKeys.front() +
+                         static_cast<Key>(part * static_cast<double>(iKeys.back() - iKeys.front())));
+    }
+    for (const Key probe : probes)
+        ASSERT_EQ(iIndex.Find(probe), PlainFind(iKeys, probe)) << iKeys.size() << " keys, probe " << probe;
+}
+
+template <class Key>
+class SearchIndex : public testing::Test
+{
+};
+using Keys = testing::Types<Cmn_Int64, double>;
+TYPED_TEST_SUITE(SearchIndex, Keys);
+
+} // namespace
+
+TYPED_TEST(SearchIndex, FindsWhatAPlainSearchFindsAfterBuildsAndUpdates)
+{
+    for (unsigned seed = 0; seed < 60; ++seed) {
+        SCOPED_TRACE(seed);
+        std::mt19937_64 random(seed);
+        std::vector<TypeParam> keys = RandomKeys<TypeParam>(random, seed < 5 ? seed : random() % 300);
+        Time_SearchIndex<TypeParam> index;
+        index.Build(keys.data(), keys.size());
+        ExpectFindsAsPlain(index, keys, random);
+        for (int edit = 0; edit < 20 && !keys.empty(); ++edit) {
+            // One key more or less, and all behind it moved, as a changed tempo moves all samples behind it.
+            const std::size_t at = random() % keys.size();
+            const auto move = static_cast<TypeParam>(random() % 5000);
+            const auto where = keys.begin() + static_cast<std::ptrdiff_t>(at);
+            if (random() % 2 == 0)
+                keys.insert(where + 1, keys[at] + 1);
+            else if (keys.size() > 1)
+                keys.erase(where);
+            for (std::size_t i = at + 1; i < keys.size(); ++i)
+                keys[i] += move + (i == at + 1 ? 1 : 2); // ascending strictly, the new key too
+            index.Update(keys.data(), keys.size(), at);
+            ExpectFindsAsPlain(index, keys, random);
+        }
+    }
+}
+
+TEST(SearchIndexOfIntegers, FindsKeysAtTheEndsOfTheRange)
+{
+    constexpr Cmn_Int64 cMin = std::numeric_limits<Cmn_Int64>::min(),
+                        cMax = std::numeric_limits<Cmn_Int64>::max();
+    const std::vector<Cmn_Int64> keys = {cMin, -1, 0, cMax};
+    Time_SearchIndex<Cmn_Int64> index;
+    index.Build(keys.data(), keys.size());
+    for (const Cmn_Int64 probe : {cMin, cMin + 1, Cmn_Int64{-2}, Cmn_Int64{-1}, Cmn_Int64{0}, cMax - 1, cMax})
+        EXPECT_EQ(index.Find(probe), PlainFind(keys, probe)) << probe;
+}

@@ -1,0 +1,211 @@
+// TempoMapTools: tempo maps from rows, a plain model of the rebuild, and bits to compare.
+#pragma once
+
+#include "Kora/Time/Tempo/Time_ConstantTempoSeg.h"
+#include "Kora/Time/Tempo/Time_TempoMap.h"
+#include "Time/TimeFixture.h"
+
+#include <bit>
+
+constexpr Cmn_Int64 cStart = 1000000000000, cQuarter = 960000;
+
+// A segment as a test writes it down: {.tick = 0, .bpm = 90, .locked = true, .sample = 48000}.
+struct SegmentRow
+{
+    Cmn_Int64 tick = cStart;
+    double bpm = 120;
+    Cmn_Int64 beat = cQuarter;
+    bool locked = false, computed = false, unspecified = false, songStart = false;
+    Cmn_Int64 sample = 0;
+
+    std::unique_ptr<Time_TempoMapSegment> Make() const
+    {
+        auto segment = std::make_unique<Time_ConstantTempoSeg>(Time_Tick(tick), bpm, Time_TickLength(beat));
+        segment->LockToSample(Time_Sample(sample));
+        if (!locked) segment->UnlockFromSample();
+        if (unspecified) segment->SetTempoIsUnspecified();
+        segment->SetIsComputed(computed);
+        segment->SetIsSongStart(songStart);
+        return segment;
+    }
+};
+
+inline void Fill(Time_TempoMap& ioMap, std::initializer_list<SegmentRow> iRows)
+{
+    ioMap.BeginEdit();
+    for (const SegmentRow& row : iRows)
+        ioMap.AddSegment(row.Make());
+    ioMap.EndEdit();
+}
+
+// A numeric segment as bits.
+struct Line
+{
+    Cmn_Int64 tick;
+    double start, samplesPerTick, ticksPerSample;
+
+    double At(Cmn_Int64 iTick) const { return static_cast<double>(iTick - tick) * samplesPerTick + start; }
+    bool operator==(const Line& iOther) const
+    {
+        return tick == iOther.tick && Same(start, iOther.start) &&
+               Same(samplesPerTick, iOther.samplesPerTick) && Same(ticksPerSample, iOther.ticksPerSample);
+    }
+    static bool Same(double iA, double iB)
+    {
+        return std::bit_cast<Cmn_UInt64>(iA) == std::bit_cast<Cmn_UInt64>(iB);
+    }
+};
+using Lines = std::vector<Line>;
+
+inline std::ostream& operator<<(std::ostream& ioStream, const Line& iLine)
+{
+    return ioStream << "tick " << iLine.tick << " sample " << iLine.start << " slope "
+                    << iLine.samplesPerTick;
+}
+
+inline Lines LinesOf(const Time_BasicTempoMap& iMap)
+{
+    Lines lines;
+    for (std::size_t i = 0; i < iMap.GetNumberOfSegments(); ++i) {
+        const Time_BasicTempoMapSegment& segment = iMap.GetSegment(i);
+        lines.push_back({segment.GetStartTick().AsInt64(), segment.GetFractionalStartSample(),
+                         segment.GetSamplesPerTick(), segment.GetTicksPerSample()});
+    }
+    return lines;
+}
+
+// The rebuild as it is told: one pass, plain searches, nothing kept from before.
+class PlainTempoMap
+{
+public:
+    std::map<Cmn_Int64, SegmentRow> mRows;
+    double mSampleRate = 48000;
+
+    Lines Rebuild()
+    {
+        mLines.clear();
+        if (mRows.empty()) Put(AtTempo(cStart, 0, 120, cQuarter));
+        for (auto row = mRows.begin(); row != mRows.end();) {
+            SegmentRow& segment = row->second;
+            if (!segment.computed && (segment.locked || !mLines.empty())) {
+                Forward(row++);
+                continue;
+            }
+            const auto target = NextLocked(row);
+            if (target != mRows.end()) {
+                Backward(row, target);
+                row = target;
+            } else {
+                if (row == mRows.begin()) {
+                    const auto [bpm, beat] = TempoOf(row);
+                    Put(AtTempo(cStart, 0, bpm, beat));
+                    Forward(row);
+                }
+                ++row;
+            }
+        }
+        return mLines;
+    }
+
+    const Line& At(Cmn_Int64 iTick) const
+    {
+        for (std::size_t i = mLines.size(); i-- > 0;)
+            if (mLines[i].tick <= iTick) return mLines[i];
+        return mLines.front();
+    }
+    const Line& AtSample(Cmn_Int64 iSample) const
+    {
+        for (std::size_t i = mLines.size(); i-- > 0;)
+            if (mLines[i].start <= static_cast<double>(iSample)) return mLines[i];
+        return mLines.front();
+    }
+
+private:
+    using Row = std::map<Cmn_Int64, SegmentRow>::iterator;
+
+    Line AtTempo(Cmn_Int64 iTick, double iStart, double iBpm, Cmn_Int64 iBeat) const
+    {
+        const double slope = mSampleRate * 60.0 / (static_cast<double>(iBeat) * iBpm);
+        return {iTick, iStart, slope, 1.0 / slope};
+    }
+    std::pair<double, Cmn_Int64> TempoOf(Row iRow)
+    {
+        const Row next = std::next(iRow);
+        SegmentRow tempo = iRow->second;
+        if (tempo.unspecified && next != mRows.end()) {
+            tempo = next->second;
+            const Row target = NextLocked(next);
+            if (tempo.computed && iRow->second.locked && target != mRows.end())
+                tempo = Derived(iRow->second, next, target);
+        }
+        if (tempo.unspecified || !(tempo.bpm > 0 && tempo.bpm < 1e300)) return {120.0, cQuarter};
+        return {tempo.bpm, tempo.beat};
+    }
+    Row NextLocked(Row iRow)
+    {
+        return std::find_if(std::next(iRow), mRows.end(), [](auto& iAny) { return iAny.second.locked; });
+    }
+    // The stretch from iNext on, laid out for itself behind the first one's lock; a free one begins at that lock.
+    SegmentRow Derived(const SegmentRow& iFirst, Row iNext, Row iTarget) const
+    {
+        PlainTempoMap stretch;
+        stretch.mSampleRate = mSampleRate;
+        stretch.mRows = {std::next(iNext), std::next(iTarget)};
+        SegmentRow next = iNext->second;
+        if (!next.locked) {
+            next.locked = true;
+            next.tick = iFirst.tick;
+            next.sample = iFirst.sample;
+        }
+        const Row from = stretch.mRows.emplace(next.tick, next).first;
+        stretch.Put(stretch.AtTempo(iFirst.tick, static_cast<double>(iFirst.sample), 120, cQuarter));
+        stretch.Backward(from, std::prev(stretch.mRows.end()));
+        return from->second;
+    }
+    void Forward(Row iRow)
+    {
+        const SegmentRow& segment = iRow->second;
+        if (segment.unspecified && (!segment.locked || iRow != mRows.begin())) return;
+        const auto [bpm, beat] = TempoOf(iRow);
+        Put(AtTempo(segment.tick, Start(segment), bpm, beat));
+    }
+    double Start(const SegmentRow& iRow) const
+    {
+        if (iRow.locked) return static_cast<double>(iRow.sample);
+        return mLines.empty() ? 0 : At(iRow.tick).At(iRow.tick);
+    }
+    void Backward(Row iFrom, Row iTarget)
+    {
+        if (iFrom == mRows.begin() && iFrom->second.computed && !iFrom->second.locked)
+            Put(AtTempo(cStart, 0, 120, cQuarter));
+        double end = static_cast<double>(iTarget->second.sample);
+        for (Row row = iTarget; row-- != iFrom;) {
+            SegmentRow& segment = row->second;
+            const Cmn_Int64 endTick = std::next(row)->first;
+            Line line = AtTempo(segment.tick, 0, segment.bpm, segment.beat);
+            const auto ticks = static_cast<double>(endTick - segment.tick);
+            if (segment.computed || segment.locked) {
+                line.start = Start(segment);
+                line.samplesPerTick = (end - line.start) / ticks;
+                line.ticksPerSample = ticks / (end - line.start);
+                segment.bpm = mSampleRate * 60.0 / (static_cast<double>(segment.beat) * line.samplesPerTick);
+            } else {
+                line.start = end - ticks * line.samplesPerTick;
+            }
+            Put(line);
+            end = line.start;
+        }
+    }
+    // At the tick of another line the newer one stays.
+    void Put(const Line& iLine)
+    {
+        const auto at =
+            std::find_if(mLines.begin(), mLines.end(), [&](auto& i) { return i.tick >= iLine.tick; });
+        if (at != mLines.end() && at->tick == iLine.tick)
+            *at = iLine;
+        else
+            mLines.insert(at, iLine);
+    }
+
+    Lines mLines;
+};
