@@ -3,30 +3,11 @@
 #include "Bastel/Cmn/Cmn_FloatMath.h"
 #include "Bastel/Cmn/Cmn_IntMath.h"
 #include "Bastel/Sys/Sys_Processor_p.h"
-#include "Kora/Time/Tempo/Time_BasicTempoMapSegment.h"
 
 #include <atomic>
 #include <cmath>
 
 #include <immintrin.h>
-
-Time_VectorLine Time_VectorLine::TicksToSamples(const Time_BasicTempoMapSegment& iSegment, double iLimit)
-{
-    return {iSegment.GetStartTick().AsInt64(),   -cExact, cExact, 0.0, iSegment.GetSamplesPerTick(),
-            iSegment.GetFractionalStartSample(), iLimit,  0};
-}
-
-Time_VectorLine Time_VectorLine::SamplesToTicks(const Time_BasicTempoMapSegment& iSegment)
-{
-    return {0,
-            -cExact,
-            cExact,
-            iSegment.GetFractionalStartSample(),
-            iSegment.GetTicksPerSample(),
-            0.0,
-            cNoLimit,
-            iSegment.GetStartTick().AsInt64()};
-}
 
 std::size_t Time_VectorRunPlain(const Time_VectorLine& iLine, Cmn_Int64* ioTimes, std::size_t iCount)
 {

@@ -16,17 +16,11 @@
 
 #include <cstddef>
 
-class Time_BasicTempoMapSegment;
-
 // A line and the stretch of values for which it holds.
 struct Time_VectorLine
 {
     static constexpr double cExact = 2251799813685248.0; // 2^51
     static constexpr double cNoLimit = 2 * cExact;
-
-    // Without end in both directions.
-    static Time_VectorLine TicksToSamples(const Time_BasicTempoMapSegment& iSegment, double iLimit);
-    static Time_VectorLine SamplesToTicks(const Time_BasicTempoMapSegment& iSegment);
 
     Cmn_Int64 mOrigin;
     double mBegin; // the line holds for begin ≤ value − origin < end, both within ±2^51

@@ -1,6 +1,6 @@
 #include "Kora/Time/Tempo/Time_BasicTempoMapSegment.h"
 
-#include "Kora/Time/Numeric/Time_VectorKernels_p.h"
+#include "Kora/Time/Tempo/Time_BasicTempoMapLine_p.h"
 
 #include <limits>
 #include <sstream>
@@ -78,14 +78,14 @@ Time_Tick Time_BasicTempoMapSegment::SampleToFirstTick(Time_Sample iSample) cons
 
 void Time_BasicTempoMapSegment::TicksToSamples(Cmn_Int64* ioTimes, std::size_t iCount) const
 {
-    const Time_VectorLine line = Time_VectorLine::TicksToSamples(*this, Time_VectorLine::cNoLimit);
+    const Time_VectorLine line = Time_BasicTempoMapLine::TicksToSamples(*this, Time_VectorLine::cNoLimit);
     Time_VectorConvert(line, ioTimes, iCount,
                        [this](Cmn_Int64 iTick) { return TickToSample(Time_Tick(iTick), false).AsInt64(); });
 }
 
 void Time_BasicTempoMapSegment::SamplesToTicks(Cmn_Int64* ioTimes, std::size_t iCount) const
 {
-    const Time_VectorLine line = Time_VectorLine::SamplesToTicks(*this);
+    const Time_VectorLine line = Time_BasicTempoMapLine::SamplesToTicks(*this);
     Time_VectorConvert(line, ioTimes, iCount,
                        [this](Cmn_Int64 iSample) { return SampleToTick(Time_Sample(iSample)).AsInt64(); });
 }

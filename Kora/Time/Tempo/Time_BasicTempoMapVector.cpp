@@ -2,8 +2,8 @@
 //
 // Event times come mostly in order, so that neighbours lie on one line: such a run goes to a vector kernel. Where runs
 // are short, the segments of a block of values are looked up side by side, so that the reads from memory overlap.
-#include "Kora/Time/Numeric/Time_VectorKernels_p.h"
 #include "Kora/Time/Tempo/Time_BasicTempoMapIndex_p.h"
+#include "Kora/Time/Tempo/Time_BasicTempoMapLine_p.h"
 #include "Kora/Time/Values/Time_TypedVector.h"
 
 #include <algorithm>
@@ -58,7 +58,7 @@ struct Time_BasicTempoMap::TicksToSamplesDirection
     }
     Time_VectorLine Line(std::size_t iIndex) const
     {
-        Time_VectorLine line = Time_VectorLine::TicksToSamples(mMap.mSegments[iIndex], mLimit);
+        Time_VectorLine line = Time_BasicTempoMapLine::TicksToSamples(mMap.mSegments[iIndex], mLimit);
         if (iIndex != 0) line.mBegin = 0;
         if (iIndex + 1 < mMap.mSegments.size()) {
             const Time_Tick next = mMap.mSegments[iIndex + 1].GetStartTick();
@@ -87,7 +87,7 @@ struct Time_BasicTempoMap::SamplesToTicksDirection
     }
     Time_VectorLine Line(std::size_t iIndex) const
     {
-        Time_VectorLine line = Time_VectorLine::SamplesToTicks(mMap.mSegments[iIndex]);
+        Time_VectorLine line = Time_BasicTempoMapLine::SamplesToTicks(mMap.mSegments[iIndex]);
         if (iIndex != 0) line.mBegin = std::max(line.mBegin, mStarts[iIndex]);
         if (iIndex + 1 < mMap.mSegments.size()) line.mEnd = std::min(line.mEnd, mStarts[iIndex + 1]);
         return line;

@@ -1,5 +1,5 @@
 // The conversions of many times give the bits of the single ones, whichever kernel converts.
-#include "Kora/Time/Numeric/Time_VectorKernels_p.h"
+#include "Kora/Time/Tempo/Time_BasicTempoMapLine_p.h"
 #include "Time/Tempo/TempoMapTools.h"
 
 namespace {
@@ -39,10 +39,10 @@ TEST(TempoVector, KernelsStopWhereThePlainOneStopsAndGiveItsBits)
         segment.SetTempo(Time_Tick(cStart), start, i % 100 == 0 ? 0 : 48000,
                          5 + static_cast<double>(random() % 50000) / 100, Time_TickLength(cQuarter));
         const bool toSamples = i % 2 == 0;
-        Time_VectorLine line =
-            toSamples ? Time_VectorLine::TicksToSamples(segment, i % 4 == 0 ? 34359738367.0
-                                                                            : Time_VectorLine::cNoLimit)
-                      : Time_VectorLine::SamplesToTicks(segment);
+        Time_VectorLine line = toSamples
+                                   ? Time_BasicTempoMapLine::TicksToSamples(
+                                         segment, i % 4 == 0 ? 34359738367.0 : Time_VectorLine::cNoLimit)
+                                   : Time_BasicTempoMapLine::SamplesToTicks(segment);
         if (i % 3 == 0) {
             line.mBegin = toSamples ? 0 : start;
             line.mEnd = line.mBegin + 40000000;
