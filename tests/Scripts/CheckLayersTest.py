@@ -15,16 +15,16 @@ cHouse = {
     "OstrelPlatformSupport/Posix/PSThread.cpp": "#include <pthread.h>\n#ifdef __linux__\n#endif\n",
     "Kora/Cnn/Cnn_List.h": '#pragma once\n#include "Bastel/Cmn/Cmn_Types.h"\n',
     "Kora/Ndo/Ndo_Object.h": '#pragma once\n#include "Kora/Cnn/Cnn_List.h"\n',
-    "Kora/Time/Time_Tick.h": "#pragma once\n",
-    "Kora/Time/Time_Typed.h": '#pragma once\n#include "Kora/Time/Time_Tick.h"\n',
-    "Kora/Time/Time_Sample.cpp": '#include "Kora/Time/Time_Typed.h"\n',
-    "Kora/Time/Time_MeterMap.h": '#pragma once\n#include "Kora/Ndo/Ndo_Object.h"\n',
-    "Kora/Time/Time_Convert.h": '#pragma once\n#include "Kora/Time/Time_MeterMap.h"\n',
-    "Kora/Time/Time_KeySignatureMap.cpp": '#include "Kora/Time/Time_Convert.h"\n',
+    "Kora/Time/Values/Time_Tick.h": "#pragma once\n",
+    "Kora/Time/Values/Time_Typed.h": '#pragma once\n#include "Kora/Time/Values/Time_Tick.h"\n',
+    "Kora/Time/Values/Time_Sample.cpp": '#include "Kora/Time/Values/Time_Typed.h"\n',
+    "Kora/Time/Meter/Time_MeterMap.h": '#pragma once\n#include "Kora/Ndo/Ndo_Object.h"\n',
+    "Kora/Time/Convert/Time_Convert.h": '#pragma once\n#include "Kora/Time/Meter/Time_MeterMap.h"\n',
+    "Kora/Time/Key/Time_KeySignatureMap.cpp": '#include "Kora/Time/Convert/Time_Convert.h"\n',
     "Kora/DAW/DAW_Menu.h": "#pragma once\n",
     "Kora/DAW/Win32/DAW_MenuWin32.h": '#pragma once\n#include "Kora/DAW/DAW_Menu.h"\nstruct HMENU__;\nusing HMENU = HMENU__*;\n',
-    "Kora/Kora_Init.h": '#pragma once\n#include "Kora/Time/Time_Typed.h"\n',
-    "tests/Time/MeterMapTest.cpp": '#include "Kora/Time/Time_MeterMap.h"\n#include <gtest/gtest.h>\n',
+    "Kora/Kora_Init.h": '#pragma once\n#include "Kora/Time/Values/Time_Typed.h"\n',
+    "tests/Time/Meter/MeterMapTest.cpp": '#include "Kora/Time/Meter/Time_MeterMap.h"\n#include <gtest/gtest.h>\n',
 }
 
 # name: (file, what is planted at its end, a piece of the finding); None: the house stays sound.
@@ -34,13 +34,18 @@ cCases = {
     "the foundations know each other": (
         "Bastel/Cmn/Cmn_Types.h", '#include "OstrelPlatformSupport/PSThread.h"', "Bastel is below or beside OstrelPlatformSupport"),
     "messages know undo": ("Kora/Cnn/Cnn_List.h", '#include "Kora/Ndo/Ndo_Object.h"', "Kora/Cnn is below or beside Kora/Ndo"),
-    "a subsystem knows the start-up": ("Kora/Time/Time_Tick.h", '#include "Kora/Kora_Init.h"', "Kora/Time is below or beside Kora"),
-    "the library knows a test": ("Kora/Kora_Init.h", '#include "tests/Time/MeterMapTest.cpp"', "Kora is below or beside tests"),
-    "a tick knows typed times": ("Kora/Time/Time_Tick.h", '#include "Kora/Time/Time_Typed.h"', "a scalar does not know a typed"),
-    "a map knows the converter": ("Kora/Time/Time_MeterMap.h", '#include "Kora/Time/Time_Convert.h"', "a map does not know a converter"),
-    "a map's source asks the converter": ("Kora/Time/Time_TempoMap.cpp", '#include "Kora/Time/Time_Convert.h"', "a map does not know a converter"),
+    "a subsystem knows the start-up": ("Kora/Time/Values/Time_Tick.h", '#include "Kora/Kora_Init.h"', "Kora/Time is below or beside Kora"),
+    "the library knows a test": ("Kora/Kora_Init.h", '#include "tests/Time/Meter/MeterMapTest.cpp"', "Kora is below or beside tests"),
+    "a value knows a map": (
+        "Kora/Time/Values/Time_Tick.h", '#include "Kora/Time/Meter/Time_MeterMap.h"', "Kora/Time/Values is below or beside Kora/Time/Meter"),
+    "a source looks up a room": (
+        "Kora/Time/Values/Time_Sample.cpp", '#include "Kora/Time/Meter/Time_MeterMap.h"', "Kora/Time/Values is below or beside Kora/Time/Meter"),
+    "maps know each other": (
+        "Kora/Time/Tempo/Time_TempoMap.cpp", '#include "Kora/Time/Meter/Time_MeterMap.h"', "Kora/Time/Tempo is below or beside Kora/Time/Meter"),
+    "a second file asks the converter": (
+        "Kora/Time/Key/Time_KeySignature.cpp", '#include "Kora/Time/Convert/Time_Convert.h"', "Kora/Time/Key is below or beside Kora/Time/Convert"),
     "two headers include each other": ("Kora/Ndo/Ndo_Object.h", '#include "Kora/Ndo/Ndo_Manager.h"', "headers include each other"),
-    "an include is not written from the root": ("Kora/Time/Time_Typed.h", '#include "Time_Tick.h"', "no file of the house"),
+    "an include is not written from the root": ("Kora/Time/Values/Time_Typed.h", '#include "Time_Tick.h"', "no file of the house"),
     "a header of the system on a common floor": ("Kora/Kora_Init.h", "#include <unistd.h>", "<unistd.h> is no C++ header"),
     "a header of the system given to hosts": (
         "OstrelPlatformSupport/Win32/PSPipe.h", "#pragma once\n#include <windows.h>", "<windows.h> in an installed header"),
@@ -50,16 +55,16 @@ cCases = {
         "Kora/Kora_Init.h", '#include "Kora/DAW/Win32/DAW_MenuWin32.h"', "includes one of a single platform"),
     "a private header given to hosts": (
         "OstrelPlatformSupport/PSThread.h", '#include "OstrelPlatformSupport/PSThread_p.h"', "an installed header includes a private one"),
-    "a platform macro on a common floor": ("tests/Time/MeterMapTest.cpp", "#ifdef _WIN32\n#endif", "_WIN32 outside"),
+    "a platform macro on a common floor": ("tests/Time/Meter/MeterMapTest.cpp", "#ifdef _WIN32\n#endif", "_WIN32 outside"),
     "a semaphore": ("Kora/Kora_Init.h", "#include <semaphore>", "<semaphore>: a wake-up can be lost"),
     "an atomic that waits": (
         "OstrelPlatformSupport/PSThread.cpp", '#include "OstrelPlatformSupport/PSThread_p.h"\nvoid F(S& s) { s.mWord.wait(0); }', "mWord.wait"),
     "a condition variable that waits": (
         "OstrelPlatformSupport/PSThread.cpp", "#include <condition_variable>\nvoid F() { gCondition.wait(lock); }", None),
     "a waiting primitive in a comment": ("Kora/Kora_Init.h", "// std::barrier would hang here\n/* std::latch too */", None),
-    "arithmetic that differs between platforms": ("Kora/Time/Time_Sample.cpp", "double d = std::round(0.5);", "std::round differs"),
-    "a time without a place": ("Kora/Time/Time_Novelty.h", "#pragma once", "has no place among the steps of Time"),
-    "a header without its guard": ("Kora/Time/Time_TempoMap.h", "struct Time_TempoMap;", "no #pragma once"),
+    "arithmetic that differs between platforms": ("Kora/Time/Values/Time_Sample.cpp", "double d = std::round(0.5);", "std::round differs"),
+    "a time without a room": ("Kora/Time/Time_Novelty.h", "#pragma once", "lies in no room of Kora/Time"),
+    "a header without its guard": ("Kora/Time/Tempo/Time_TempoMap.h", "struct Time_TempoMap;", "no #pragma once"),
 }
 
 
