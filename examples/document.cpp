@@ -1,9 +1,6 @@
 // A document with a title and a list of clips: saved safely, then one clip read by key.
-#include "Bastel/Cmn/Cmn_Exception.h"
-#include "Kora/FF/FF_Document_TOCKey.h"
-#include "Kora/FF/FF_SafeSave.h"
-#include "Kora/FF/FF_StreamHeader.h"
-#include "Kora/FF/FF_StreamList.h"
+#include "Kora/Diagnostics.h"
+#include "Kora/Documents.h"
 
 #include <cstdio>
 

@@ -4,10 +4,7 @@
 //                                ├──▶ meter    the newest only
 //                                └──▶ logger   every value, at a node connected with the master's
 #include "Kora/Kora_Init.h"
-#include "Kora/SDS/FicInterface/SDS_IName.h"
-#include "Kora/SDS/FicInterface/SDS_ITokenListener.h"
-#include "Kora/SDS/FicInterface/SDS_ITokenTask.h"
-#include "Kora/SDS/FicInterface/SDS_Token.h"
+#include "Kora/Tokens.h"
 #include "OstrelPlatformSupport/PSThread.h"
 
 #include <array>

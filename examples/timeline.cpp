@@ -1,12 +1,6 @@
 // A song with a tempo change and a change of meter, and its positions in all four forms.
 #include "Kora/Kora_Init.h"
-#include "Kora/Time/Convert/Time_Converter.h"
-#include "Kora/Time/Formats/Time_Globals.h"
-#include "Kora/Time/Formats/Time_SMPTE.h"
-#include "Kora/Time/Meter/Time_MeterMap.h"
-#include "Kora/Time/Tempo/Time_ConstantTempoSeg.h"
-#include "Kora/Time/Tempo/Time_TempoMap.h"
-#include "Kora/Time/Tempo/Time_TempoMap_StEditOptimizer.h"
+#include "Kora/Time.h"
 
 #include <cstdio>
 #include <memory>

@@ -1,9 +1,8 @@
 // One undo step: a ruler listens to a meter map, an edit is recorded, undone and redone.
-#include "Kora/Cnn/Cnn_Receiver.h"
+#include "Kora/Undo.h"
 #include "Kora/Kora_Init.h"
-#include "Kora/Ndo/Ndo_Operation.h"
-#include "Kora/Ndo/Ndo_StOperationRecorder.h"
-#include "Kora/Time/Meter/Time_MeterMap.h"
+#include "Kora/Messages.h"
+#include "Kora/Time.h"
 
 #include <cstdio>
 #include <memory>

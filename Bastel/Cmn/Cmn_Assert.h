@@ -39,6 +39,10 @@ public:
 #define Cmn_ASSERT_TEXT(iCondition, iText)                                                                   \
     (static_cast<bool>(iCondition) || ::Cmn_Assert::ReportFrom(iText, __FILE__, __LINE__))
 
-// The same with a source of its own as well, both string literals.
+// The same with the source that reports are known by, a string literal, where that is not this file.
+#define Cmn_ASSERT_IN(iSource, ...)                                                                          \
+    (static_cast<bool>(__VA_ARGS__) || ::Cmn_Assert::Report(#__VA_ARGS__ "@$^$@" iSource, __LINE__))
+
+// With both of its own, string literals.
 #define Cmn_ASSERT_AS(iCondition, iText, iSource)                                                            \
     (static_cast<bool>(iCondition) || ::Cmn_Assert::Report(iText "@$^$@" iSource, __LINE__))

@@ -1,10 +1,6 @@
 #include "examples/menus/Commands.h"
 
-#include "Kora/DAW/DAW_CommandOption.h"
-#include "Kora/DAW/DAW_CommandOptionRegistry.h"
-#include "Kora/DAW/DAW_CommandRegistry.h"
-#include "Kora/DAW/DAW_EventModifiers.h"
-#include "Kora/DAW/DAW_KeyboardState.h"
+#include "Kora/Commands.h"
 #include "examples/menus/Session.h"
 
 #include <memory>

@@ -1,7 +1,7 @@
 // The host's commands, registered by identifier; keys and menus invoke them.
 #pragma once
 
-#include "Kora/DAW/DAW_Command.h"
+#include "Kora/Commands.h"
 
 class Session;
 

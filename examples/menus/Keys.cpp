@@ -1,13 +1,6 @@
 #include "examples/menus/Keys.h"
 
-#include "Kora/DAW/DAW_CommandRegistry.h"
-#include "Kora/DAW/DAW_KeyBinding.h"
-#include "Kora/DAW/DAW_KeyBindingMap.h"
-#include "Kora/DAW/DAW_KeyContextRegistry.h"
-#include "Kora/DAW/DAW_KeyConversionUtils.h"
-#include "Kora/DAW/DAW_KeyEvent.h"
-#include "Kora/DAW/DAW_KeyboardInputContext.h"
-#include "Kora/DAW/DAW_KeyboardState.h"
+#include "Kora/Commands.h"
 #include "examples/menus/Commands.h"
 
 #include <algorithm>

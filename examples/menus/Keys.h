@@ -1,8 +1,7 @@
 // The host's key bindings, the keys as text, and text as keys.
 #pragma once
 
-#include "Kora/DAW/DAW_EKeyCode.h"
-#include "Kora/DAW/DAW_EventModifiers.h"
+#include "Kora/Commands.h"
 
 #include <optional>
 #include <string>

@@ -1,10 +1,6 @@
 #include "examples/menus/Menus.h"
 
-#include "Kora/DAW/DAW_CommandRegistry.h"
-#include "Kora/DAW/DAW_KeyboardState.h"
-#include "Kora/DAW/DAW_MenuEntryCompound.h"
-#include "Kora/DAW/DAW_MenuEntrySeparator.h"
-#include "Kora/DAW/DAW_MenuEntrySimple.h"
+#include "Kora/Commands.h"
 #include "examples/menus/Commands.h"
 #include "examples/menus/Keys.h"
 #include "examples/menus/Session.h"

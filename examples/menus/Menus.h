@@ -1,7 +1,7 @@
 // The host's menu bar as a tree of entries: File with the recent songs, Edit, Transport.
 #pragma once
 
-#include "Kora/DAW/DAW_MenuEntrySubMenu.h"
+#include "Kora/Commands.h"
 
 #include <memory>
 

@@ -9,9 +9,11 @@ TEST(Assert, AFailedCheckReportsExpressionSeparatorAndSource)
     EXPECT_FALSE(Cmn_ASSERT(one == 2));
     EXPECT_FALSE(Cmn_ASSERT_TEXT(one == 2, "one_is_two"));
     EXPECT_FALSE(Cmn_ASSERT_AS(one == 2, "one_is_two", "time/Time_TickLength"));
+    EXPECT_FALSE(Cmn_ASSERT_IN("Time/Time_MeterMap", one == std::max<int>(1, 2)));
     EXPECT_TRUE(Cmn_ASSERT(one == 1));
     const std::vector<std::string> expected = {"one == 2@$^$@AssertTest", "one_is_two@$^$@AssertTest",
-                                               "one_is_two@$^$@time/Time_TickLength"};
+                                               "one_is_two@$^$@time/Time_TickLength",
+                                               "one == std::max<int>(1, 2)@$^$@Time/Time_MeterMap"};
     EXPECT_EQ(recorder.Take(), expected);
 }
 

@@ -22,6 +22,7 @@ cHouse = {
     "Kora/Time/Convert/Time_Convert.h": '#pragma once\n#include "Kora/Time/Meter/Time_MeterMap.h"\n',
     "Kora/Time/Key/Time_KeySignatureMap.cpp": '#include "Kora/Time/Convert/Time_Convert.h"\n',
     "Kora/DAW/DAW_Menu.h": "#pragma once\n",
+    "Kora/Undo.h": '#pragma once\n#include "Kora/Ndo/Ndo_Object.h"\n',
     "Kora/DAW/Win32/DAW_MenuWin32.h": '#pragma once\n#include "Kora/DAW/DAW_Menu.h"\nstruct HMENU__;\nusing HMENU = HMENU__*;\n',
     "Kora/Kora_Init.h": '#pragma once\n#include "Kora/Time/Values/Time_Typed.h"\n',
     "tests/Time/Meter/MeterMapTest.cpp": '#include "Kora/Time/Meter/Time_MeterMap.h"\n#include <gtest/gtest.h>\n',
@@ -64,6 +65,7 @@ cCases = {
     "a waiting primitive in a comment": ("Kora/Kora_Init.h", "// std::barrier would hang here\n/* std::latch too */", None),
     "arithmetic that differs between platforms": ("Kora/Time/Values/Time_Sample.cpp", "double d = std::round(0.5);", "std::round differs"),
     "a time without a room": ("Kora/Time/Time_Novelty.h", "#pragma once", "lies in no room of Kora/Time"),
+    "a header that its subsystem's does not give": ("Kora/Ndo/Ndo_State.h", "#pragma once", 'Kora/Undo.h:1: does not include "Kora/Ndo/Ndo_State.h"'),
     "a header without its guard": ("Kora/Time/Tempo/Time_TempoMap.h", "struct Time_TempoMap;", "no #pragma once"),
 }
 
@@ -74,6 +76,7 @@ class CheckLayersTest(unittest.TestCase):
             house = dict(cHouse)
             house[file] = house.get(file, "") + planted + "\n"
             if "Ndo_Manager" in planted:
+                house["Kora/Undo.h"] += '#include "Kora/Ndo/Ndo_Manager.h"\n'
                 house["Kora/Ndo/Ndo_Manager.h"] = '#pragma once\n#include "Kora/Ndo/Ndo_Object.h"\n'
             for path, text in house.items():
                 target = pathlib.Path(folder, path)

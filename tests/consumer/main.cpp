@@ -1,13 +1,6 @@
 // A host in small: it links the installed library and crosses its boundary in the ways that hosts do.
-#include "Bastel/Cmn/Cmn_Assert.h"
-#include "Bastel/Cmn/Cmn_Exception.h"
 #include "Bastel/Cmn/Cmn_StringToInt.h"
-#include "Kora/Cnn/Cnn_Receiver.h"
-#include "Kora/Kora_Init.h"
-#include "Kora/Ndo/Ndo_Operation.h"
-#include "Kora/Ndo/Ndo_StOperationRecorder.h"
-#include "Kora/Time/Meter/Time_MeterMap.h"
-#include "Kora/Time/Tempo/Time_TempoMap.h"
+#include "Kora/Kora.h"
 
 #include <cstdio>
 #include <string>

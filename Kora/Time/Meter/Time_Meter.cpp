@@ -8,8 +8,8 @@ Time_Meter::Time_Meter(Cmn_Int32 iNumerator, Cmn_Int32 iDenominator)
     : mNumerator(iNumerator)
     , mDenominator(iDenominator)
 {
-    Cmn_ASSERT_AS(iNumerator >= 1, "iNumerator >= 1", "Time/Time_MeterMap");
-    Cmn_ASSERT_AS(iDenominator >= 1, "iDenominator >= 1", "Time/Time_MeterMap");
+    Cmn_ASSERT_IN("Time/Time_MeterMap", iNumerator >= 1);
+    Cmn_ASSERT_IN("Time/Time_MeterMap", iDenominator >= 1);
 }
 
 Time_Meter::Time_Meter(Cmn_Int32 iNumerator, Cmn_Int32 iDenominator,

@@ -5,7 +5,7 @@
 
 void Time_MeterMap::Copy(Time_MeterMap* oDestP, Time_Tick iStartTick, Time_Tick iEndTick) const
 {
-    Cmn_ASSERT_AS(iStartTick <= iEndTick, "iStartTick <= iEndTick", "Time/Time_MeterMap");
+    Cmn_ASSERT_IN("Time/Time_MeterMap", iStartTick <= iEndTick);
     if (!Cmn_ASSERT_AS(oDestP != nullptr, "oDestP", "Time/Time_MeterMap")) return;
     if (oDestP == this) return Time_MeterMap(*this).Copy(oDestP, iStartTick, iEndTick);
 
@@ -42,7 +42,7 @@ void Time_MeterMap::Copy(Time_MeterMap* oDestP, Time_Tick iStartTick, Time_Tick 
 void Time_MeterMap::Paste(Time_Tick iStartTick, Time_Tick iEndTick, const Time_MeterMap* iSrcP,
                           bool iKeepSongStart)
 {
-    Cmn_ASSERT_AS(iStartTick <= iEndTick, "iStartTick <= iEndTick", "Time/Time_MeterMap");
+    Cmn_ASSERT_IN("Time/Time_MeterMap", iStartTick <= iEndTick);
     if (!Cmn_ASSERT_AS(iSrcP != nullptr, "iSrcP", "Time/Time_MeterMap")) return;
     if (iSrcP == this) {
         const Time_MeterMap source(*this);

@@ -54,7 +54,7 @@ void Time_MeterMap::BroadcastIfUntold()
 
 void Time_MeterMap::AddInitialMeterChange(Time_Tick iTick, const Time_Meter& iMeter, Cmn_Int32 iBar)
 {
-    Cmn_ASSERT_AS(this->IsDefault(), "this->IsDefault()", "Time/Time_MeterMap");
+    Cmn_ASSERT_IN("Time/Time_MeterMap", this->IsDefault());
     NdoAboutToModify();
     PutMeterChange(iTick, iMeter, iBar);
     mIsUntold = false;
@@ -102,9 +102,7 @@ void Time_MeterMap::RenumberBars(Cmn_Int32 iDelta)
 {
     NdoAboutToModify();
     MakeRealIfDefault();
-    if (!Cmn_ASSERT_AS(mChanges.begin() != mChanges.end(), "mChanges.begin() != mChanges.end()",
-                       "Time/Time_MeterMap"))
-        return;
+    if (!Cmn_ASSERT_IN("Time/Time_MeterMap", mChanges.begin() != mChanges.end())) return;
     mChanges[0].mBarNumber = Cmn_WrapAdd(mChanges[0].mBarNumber, iDelta);
     UpdateBarNumbers(0);
     Broadcast();
@@ -148,7 +146,7 @@ void Time_MeterMap::AddBackSongStartMeter(Cmn_Int32 iBar)
 
 void Time_MeterMap::Delete(Time_Tick iStartTick, Time_Tick iEndTick, bool iKeepSongStart)
 {
-    Cmn_ASSERT_AS(iStartTick <= iEndTick, "iStartTick <= iEndTick", "Time/Time_MeterMap");
+    Cmn_ASSERT_IN("Time/Time_MeterMap", iStartTick <= iEndTick);
     NdoAboutToModify();
     const Cmn_Int32 songStartBar = GetSongStartBar();
     if (EraseChanges(iStartTick, iEndTick)) Broadcast();

@@ -175,7 +175,7 @@ void Time_MeterMap::PinMeterAt(Time_Tick iTick) { AddMeterChange(iTick, GetMeter
 
 void Time_MeterMap::DeleteTime(Time_Tick iStartTick, Time_Tick iEndTick)
 {
-    Cmn_ASSERT_AS(iStartTick <= iEndTick, "iStartTick <= iEndTick", "Time/Time_MeterMap");
+    Cmn_ASSERT_IN("Time/Time_MeterMap", iStartTick <= iEndTick);
     NdoAboutToModify();
     const Cmn_Int32 songStartBar = GetSongStartBar();
     const Cmn_Int32 startBar = TickToBarBeat(iStartTick).mBar;
@@ -210,8 +210,7 @@ void Time_MeterMap::DeleteTime(Time_Tick iStartTick, Time_Tick iEndTick)
 void Time_MeterMap::InsertTime(Time_Tick iAtTick, const Time_TickLength& iTicksToInsert,
                                const Time_MeterMap* iSrcP)
 {
-    Cmn_ASSERT_AS(iTicksToInsert > Time_TickLength(0), "iTicksToInsert > Time_TickLength(0)",
-                  "Time/Time_MeterMap");
+    Cmn_ASSERT_IN("Time/Time_MeterMap", iTicksToInsert > Time_TickLength(0));
     NdoAboutToModify();
     const Cmn_Int32 songStartBar = GetSongStartBar();
     Time_Tick at = iAtTick;

@@ -27,7 +27,7 @@ void Time_BasicTempoMapSegment::SetBackTempo(Time_Tick iStartTick, Time_Tick iEn
                                              double iFractionalEndSample, double iSampleRate,
                                              double iBeatsPerMinute, const Time_TickLength& iTicksPerBeat)
 {
-    Cmn_ASSERT_AS(iSampleRate != 0, "iSampleRate != 0", "Time/Time_BasicTempoMap");
+    Cmn_ASSERT_IN("Time/Time_BasicTempoMap", iSampleRate != 0);
     SetSlope(iSampleRate, iBeatsPerMinute, iTicksPerBeat);
     mStartTick = iStartTick;
     mFractionalStartSample = iFractionalEndSample - TicksAfterStart(iEndTick) * mSamplesPerTick;
@@ -36,9 +36,8 @@ void Time_BasicTempoMapSegment::SetBackTempo(Time_Tick iStartTick, Time_Tick iEn
 void Time_BasicTempoMapSegment::SetEndSample(Time_Tick iStartTick, Time_Tick iEndTick,
                                              double iFractionalStartSample, double iFractionalEndSample)
 {
-    Cmn_ASSERT_AS(iEndTick > iStartTick, "iEndTick > iStartTick", "Time/Time_BasicTempoMap");
-    Cmn_ASSERT_AS(iFractionalEndSample > iFractionalStartSample,
-                  "iFractionalEndSample > iFractionalStartSample", "Time/Time_BasicTempoMap");
+    Cmn_ASSERT_IN("Time/Time_BasicTempoMap", iEndTick > iStartTick);
+    Cmn_ASSERT_IN("Time/Time_BasicTempoMap", iFractionalEndSample > iFractionalStartSample);
     mFractionalStartSample = iFractionalStartSample;
     mStartTick = iStartTick;
     const double ticks = TicksAfterStart(iEndTick), samples = iFractionalEndSample - iFractionalStartSample;

@@ -125,8 +125,7 @@ void Time_BasicTempoMap::SamplesToTicks(Cmn_Int64* ioTimes, std::size_t iCount) 
 void Time_BasicTempoMap::TimesToType(Time_TypedVector* ioTimes, Time_EType iType) const
 {
     if (!Cmn_ASSERT_AS(ioTimes != nullptr, "ioTimes != 0", "Time/Time_BasicTempoMap")) return;
-    Cmn_ASSERT_AS(ioTimes->GetContext() == Time_eContext_GlobalPosition,
-                  "ioTimes->GetContext() == Time_eContext_GlobalPosition", "Time/Time_BasicTempoMap");
+    Cmn_ASSERT_IN("Time/Time_BasicTempoMap", ioTimes->GetContext() == Time_eContext_GlobalPosition);
     const bool canConvert = ioTimes->GetType() < Time_eType_Frames && iType < Time_eType_Frames;
     if (!Cmn_ASSERT_AS(canConvert, "time_type_mismatch", "Time/Time_BasicTempoMap")) return;
     if (ioTimes->GetType() == iType) return;

@@ -83,7 +83,7 @@ void Time_ConstantTempoSeg::ReadTempo(Sys_TypedInStream& iStream)
 
 void Time_ConstantTempoSeg::SetTempo(double iBeatsPerMinute, const Time_TickLength& iTicksPerBeat)
 {
-    Cmn_ASSERT_AS(this->CanSetTempo(), "this->CanSetTempo()", "Time/Time_TempoMap");
+    Cmn_ASSERT_IN("Time/Time_TempoMap", this->CanSetTempo());
     if (!CheckTempo(iBeatsPerMinute, iTicksPerBeat)) return;
     mBeatsPerMinute = iBeatsPerMinute;
     nTicksPerBeat = iTicksPerBeat;
@@ -101,7 +101,7 @@ void Time_ConstantTempoSeg::GenerateForward(Time_BasicTempoMap& ioMap, const Tim
                                             const Time_TempoMapSegment* iNext) const
 {
     if (!CheckIsValid()) return;
-    Cmn_ASSERT_AS(!this->IsComputed(), "!this->IsComputed()", "Time/Time_TempoMap");
+    Cmn_ASSERT_IN("Time/Time_TempoMap", !this->IsComputed());
     double beatsPerMinute = mBeatsPerMinute;
     Time_TickLength ticksPerBeat = nTicksPerBeat;
     if (mTempoIsUnspecified) {
@@ -127,7 +127,7 @@ void Time_ConstantTempoSeg::GenerateBackward(Time_BasicTempoMap& ioMap, double i
     const Time_Tick start = GetStartTick();
     Time_BasicTempoMapSegment segment;
     if (IsLockedToSample() || IsComputed()) {
-        Cmn_ASSERT_AS(this->IsComputed(), "this->IsComputed()", "Time/Time_TempoMap");
+        Cmn_ASSERT_IN("Time/Time_TempoMap", this->IsComputed());
         const double startSample = IsLockedToSample() ? static_cast<double>(GetStartSample().AsInt64())
                                                       : ioMap.FractionalSampleAtTick(start);
         segment.SetEndSample(start, iEndTick, startSample, iFractionalEndSample);

@@ -192,9 +192,7 @@ Time_TempoMap::SegmentIter Time_TempoMap::ComputeBackwardsTo(Time_BasicTempoMap&
 void Time_TempoMap::ComputeBackwardsCore(Time_BasicTempoMap& ioMap, SegmentIter iFrom,
                                          SegmentIter iTargetIter) const
 {
-    if (!Cmn_ASSERT_AS(iTargetIter != mSegments.end(), "iTargetIter != mSegments.end()",
-                       "Time/Time_TempoMap"))
-        return;
+    if (!Cmn_ASSERT_IN("Time/Time_TempoMap", iTargetIter != mSegments.end())) return;
     // Nothing lies before the map's first segment, so a computed one that is free gets something to start from. It
     // has the fallback tempo: the segment's own is what is derived here.
     if (iFrom == mSegments.begin() && (*iFrom)->IsComputed() && !(*iFrom)->IsLockedToSample()) {

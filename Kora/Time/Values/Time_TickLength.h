@@ -46,8 +46,7 @@ public:
     // The low 32 bits of the count. Asserts that the ticks are display ticks, which fit.
     constexpr Cmn_Int32 AsInt32X() const
     {
-        Cmn_ASSERT_AS(mTickType == Time_eTickType_Display, "mTickType == Time_eTickType_Display",
-                      "time/Time_TickLength");
+        Cmn_ASSERT_IN("time/Time_TickLength", mTickType == Time_eTickType_Display);
         return static_cast<Cmn_Int32>(mLength);
     }
     constexpr Time_TickLength AbsoluteValue() const { return mLength < 0 ? -*this : *this; }
@@ -84,14 +83,12 @@ public:
     constexpr Time_TickLength operator-() const { return Time_TickLength(Cmn_WrapNeg(mLength), mTickType); }
     constexpr Time_TickLength& operator+=(const Time_TickLength& rightHandValue)
     {
-        Cmn_ASSERT_AS(mTickType == rightHandValue.mTickType, "mTickType == rightHandValue.mTickType",
-                      "time/Time_TickLength");
+        Cmn_ASSERT_IN("time/Time_TickLength", mTickType == rightHandValue.mTickType);
         return Add(rightHandValue.mLength);
     }
     constexpr Time_TickLength& operator-=(const Time_TickLength& rightHandValue)
     {
-        Cmn_ASSERT_AS(mTickType == rightHandValue.mTickType, "mTickType == rightHandValue.mTickType",
-                      "time/Time_TickLength");
+        Cmn_ASSERT_IN("time/Time_TickLength", mTickType == rightHandValue.mTickType);
         return Add(Cmn_WrapNeg(rightHandValue.mLength));
     }
     // Truncates toward zero; a divisor of 0 is reported and gives 0.
@@ -139,8 +136,7 @@ private:
     static constexpr void CheckSameType(const Time_TickLength& leftHandValue,
                                         const Time_TickLength& rightHandValue)
     {
-        Cmn_ASSERT_AS(leftHandValue.mTickType == rightHandValue.mTickType,
-                      "leftHandValue.mTickType == rightHandValue.mTickType", "time/Time_TickLength");
+        Cmn_ASSERT_IN("time/Time_TickLength", leftHandValue.mTickType == rightHandValue.mTickType);
     }
     constexpr Time_TickLength& Add(Cmn_Int64 iTicks)
     {

@@ -25,12 +25,12 @@ public:
     // The count as its unit's own class; another unit is reported.
     constexpr Time_Sample AsSample() const
     {
-        Cmn_ASSERT_AS(mType == Time_eType_Samples, "mType == Time_eType_Samples", "time/Time_TypedBase");
+        Cmn_ASSERT_IN("time/Time_TypedBase", mType == Time_eType_Samples);
         return Time_Sample(mCount);
     }
     constexpr Time_Tick AsTick() const
     {
-        Cmn_ASSERT_AS(mType == Time_eType_Ticks, "mType == Time_eType_Ticks", "time/Time_TypedBase");
+        Cmn_ASSERT_IN("time/Time_TypedBase", mType == Time_eType_Ticks);
         return Time_Tick(mCount);
     }
 

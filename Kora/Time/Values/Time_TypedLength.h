@@ -38,8 +38,7 @@ public:
         : mCount(inTick.AsInt64())
         , mType(Time_eType_Ticks)
     {
-        Cmn_ASSERT_AS(inTick.GetTickType() == Time_eTickType_Internal,
-                      "inTick.GetTickType() == Time_eTickType_Internal", "time/Time_TypedLength");
+        Cmn_ASSERT_IN("time/Time_TypedLength", inTick.GetTickType() == Time_eTickType_Internal);
     }
 
     constexpr Time_EType GetType() const { return mType; }
@@ -54,12 +53,12 @@ public:
     // The count as its unit's own class; another unit is reported.
     constexpr Time_SampleLength AsSample() const
     {
-        Cmn_ASSERT_AS(mType == Time_eType_Samples, "mType == Time_eType_Samples", "time/Time_TypedLength");
+        Cmn_ASSERT_IN("time/Time_TypedLength", mType == Time_eType_Samples);
         return Time_SampleLength(mCount);
     }
     constexpr Time_TickLength AsTick() const
     {
-        Cmn_ASSERT_AS(mType == Time_eType_Ticks, "mType == Time_eType_Ticks", "time/Time_TypedLength");
+        Cmn_ASSERT_IN("time/Time_TypedLength", mType == Time_eType_Ticks);
         return Time_TickLength(mCount);
     }
 

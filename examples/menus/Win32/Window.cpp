@@ -1,7 +1,6 @@
 #include "examples/menus/Win32/Window.h"
 
-#include "Kora/DAW/DAW_KeyConversionUtils.h"
-#include "Kora/DAW/DAW_MenuEntrySubMenu.h"
+#include "Kora/Commands.h"
 #include "examples/menus/Win32/Wide.h"
 
 #include <iostream>

@@ -1,0 +1,21 @@
+// Kora/Tokens.h: everything of names, and of tokens that carry values between threads.
+#pragma once
+
+#include "Kora/SDS/FicInterface/SDS_Error.h"
+#include "Kora/SDS/FicInterface/SDS_IMultiTokenListener.h"
+#include "Kora/SDS/FicInterface/SDS_IName.h"
+#include "Kora/SDS/FicInterface/SDS_ITokenListener.h"
+#include "Kora/SDS/FicInterface/SDS_ITokenTask.h"
+#include "Kora/SDS/FicInterface/SDS_Token.h"
+#include "Kora/SDS/Source/SDS_CachingNameIterator.h"
+#include "Kora/SDS/Source/SDS_ChildIterator.h"
+#include "Kora/SDS/Source/SDS_ConnectionClosureIterator.h"
+#include "Kora/SDS/Source/SDS_ConnectionIterator.h"
+#include "Kora/SDS/Source/SDS_Iterator.h"
+#include "Kora/SDS/Source/SDS_NameIterator.h"
+#include "Kora/SDS/Source/SDS_NameRegistry.h"
+#include "Kora/SDS/Source/SDS_ParentIterator.h"
+#include "Kora/SDS/Source/SDS_TokenDispatcher.h"
+#include "Kora/SDS/Source/SDS_TokenListener.h"
+#include "Kora/SDS/Source/SDS_TokenTask.h"
+#include "Kora/SDS/Source/SDS_TokenTracker.h"
