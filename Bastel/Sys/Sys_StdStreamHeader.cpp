@@ -47,12 +47,13 @@ Sys_StdStreamHeaderInfo InfoOf(Fields&& iFields, Cmn_Int64 iStart, Cmn_Int64 iBo
 
 } // namespace
 
-Cmn_UInt32 Fields::SumOf(const Cmn_UInt8* iHeader, std::size_t iSizeBeforeSum)
+Cmn_UInt32 Fields::SumOf(const Cmn_UInt8* iHeader, std::size_t iSizeBeforeSum, Cmn_Int64 iStart)
 {
     // Fixed on disk.
     constexpr int cTurn = 15;
-    constexpr Cmn_UInt32 cAdded = 0x4B534832; // "KSH2"
-    return std::rotr(Sys_Crc32C(0, iHeader, iSizeBeforeSum), cTurn) + cAdded;
+    constexpr Cmn_UInt32 cAdded = 0x4B534833; // "KSH3"
+    return std::rotr(Sys_Crc32C(0, iHeader, iSizeBeforeSum), cTurn) + cAdded +
+           static_cast<Cmn_UInt32>(iStart);
 }
 
 std::size_t Fields::ReadFront(Sys_TypedInStream& ioStream, Bytes& oBytes)
@@ -74,10 +75,11 @@ std::string Fields::ReadName(Sys_TypedInStream& ioStream)
 Fields Fields::Read(Sys_TypedInStream& ioStream)
 {
     Bytes bytes;
+    Fields fields;
+    fields.start = ioStream.GetPosition();
     const std::size_t nameSize = ReadFront(ioStream, bytes);
     Cmn_UInt8* const behindFront = bytes.data() + cFixedFront;
     ioStream.ReadBytes(behindFront, nameSize + cAfterName + cBlockSize);
-    Fields fields;
     fields.name.assign(behindFront, behindFront + nameSize);
     const bool swap = ioStream.IsSwapped();
     const Cmn_UInt8* from = behindFront + nameSize;
@@ -87,15 +89,16 @@ Fields Fields::Read(Sys_TypedInStream& ioStream)
     fields.bodySize = Take<Cmn_UInt32>(from, swap);
     fields.bodySum = Take<Cmn_UInt32>(from, swap);
     if (fields.HasSums())
-        fields.computedSum = SumOf(bytes.data(), static_cast<std::size_t>(from - bytes.data()));
+        fields.computedSum = SumOf(bytes.data(), static_cast<std::size_t>(from - bytes.data()), fields.start);
     fields.headerSum = Take<Cmn_UInt32>(from, swap);
+    if (fields.HasSums() && fields.IsComplete()) fields.bodySum -= static_cast<Cmn_UInt32>(fields.start);
     return fields;
 }
 
-bool Fields::IsGenuine() const
+bool Fields::IsGenuineElsewhere() const
 {
     constexpr Cmn_UInt16 cKnownFlags = cFlagComplete | cFlagList | cFlagSums;
-    return (flags & ~cKnownFlags) == 0 && headerSum == computedSum && (HasSums() || bodySum == 0) &&
+    return (flags & ~cKnownFlags) == 0 && (HasSums() || (headerSum == 0 && bodySum == 0)) &&
            IsComplete() == (bodySize != cUnknownSize);
 }
 
@@ -113,8 +116,8 @@ std::size_t Fields::ToBytes(bool iSwap, Bytes& oBytes)
     Put(listIndex, to, iSwap);
     Put(flags, to, iSwap);
     Put(bodySize, to, iSwap);
-    Put(bodySum, to, iSwap);
-    headerSum = HasSums() ? SumOf(oBytes.data(), static_cast<std::size_t>(to - oBytes.data())) : 0;
+    Put(HasSums() && IsComplete() ? bodySum + static_cast<Cmn_UInt32>(start) : bodySum, to, iSwap);
+    headerSum = HasSums() ? SumOf(oBytes.data(), static_cast<std::size_t>(to - oBytes.data()), start) : 0;
     Put(headerSum, to, iSwap);
     return GetSize();
 }
@@ -131,6 +134,7 @@ Sys_StdStreamHeaderWriter::Sys_StdStreamHeaderWriter(Sys_TypedOutStream& iStream
     Cmn_ASSERT(iName.size() <= Fields::cMaxName);
     Sys_OutStream& stream = mStream.GetStream();
     Fields fields;
+    fields.start = mStart;
     fields.name = mName;
     fields.version = mVersion;
     fields.listIndex = mListIndex;
@@ -184,6 +188,7 @@ void Sys_StdStreamHeaderWriter::PatchSize()
 
     stream.UpdateSums();
     Fields fields;
+    fields.start = mStart;
     fields.name = mName;
     fields.version = mVersion;
     fields.listIndex = mListIndex;

@@ -1,7 +1,7 @@
 // Sys_StdStreamHeaderWriter, Sys_StdStreamHeaderReader: the named, versioned frame around a streamed object.
 //
 //   offset   size  field
-//   0        4     magic "KSH2" as bytes
+//   0        4     magic "KSH3" as bytes
 //   4        1     n, length of the name
 //   5        n     name, UTF-8
 //   5 + n    2     version (signed)
@@ -14,7 +14,9 @@
 //
 // The block from the flags on is written again when the size is known. Sums are CRC-32C (Sys_Crc32C.h) of the bytes
 // as they are stored, unmasked; the header's is over all that stands before it, and stored turned right by 15 bits with
-// 0x4B534832 added, so that the sums around a nested header tell it from any other. Streams in memory carry none.
+// 0x4B534833 added (modulo 2^32), so that the sums around a nested header tell it from any other. To both sums the header's
+// position in the stream is added: a frame that is copied or moved to another position is none there. Streams in memory
+// carry no sums.
 // A reader takes only what a writer has finished: complete, no other flags, sums of 0 where there are none. Where
 // there are sums both are checked before a value can be read: the body of an outermost stream, or of one that was
 // jumped to, in one pass; what is nested inside lies within the verified stretch and needs none of its own.

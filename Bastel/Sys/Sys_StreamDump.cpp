@@ -66,11 +66,12 @@ private:
         constexpr auto cMagic = Fields::cMagic;
         if (rest.size() < cMagic.size() || std::memcmp(rest.data(), cMagic.data(), cMagic.size()) != 0)
             return std::nullopt;
-        Sys_MemInStream bytes(rest);
+        Sys_MemInStream bytes(mBytes.first(iEnd));
         Sys_TypedInStream typed(bytes, mSwap);
+        typed.SetPosition(static_cast<Cmn_Int64>(iAt));
         try {
             const Fields fields = Fields::Read(typed);
-            oBody = iAt + static_cast<std::size_t>(typed.GetPosition());
+            oBody = static_cast<std::size_t>(typed.GetPosition());
             return fields;
         } catch (const Sys_StreamReadException&) {
             return std::nullopt;

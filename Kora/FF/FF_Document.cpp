@@ -377,6 +377,7 @@ void FF_Document::PatchTOCOffset(Cmn_UInt32 iOffset)
     const std::vector<Cmn_UInt8>& offsetBytes = offset.GetBytes();
 
     Fields fields;
+    fields.start = mHeader.start;
     fields.name = mHeader.name;
     fields.version = mHeader.version;
     fields.listIndex = mHeader.listIndex;

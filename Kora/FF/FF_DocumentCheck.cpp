@@ -75,7 +75,13 @@ private:
             Sys_TypedInStream typed(mFile.GetWindow(), mFile.IsSwapped());
             typed.SetPosition(iFrom);
             const Sys_StdStreamHeaderFields fields = Sys_StdStreamHeaderFields::Read(typed);
-            const Cmn_Int64 end = typed.GetPosition() + Cmn_Int64{fields.bodySize};
+            const Cmn_Int64 body = typed.GetPosition();
+            const Cmn_Int64 end = body + Cmn_Int64{fields.bodySize};
+            if (IsWholeElsewhere(fields, body, iTo)) {
+                Add(iFrom, "expected a stream header, found that of a stream that was written at byte " +
+                               std::to_string(fields.GetOrigin()));
+                return end;
+            }
             if (end == mEnd || iWalk.Find(end) != FF_StreamWalk::cNone) {
                 Add(iFrom, FF_SumText("header sum", fields.headerSum, fields.computedSum));
                 return end;
@@ -85,6 +91,14 @@ private:
         }
         Add(iFrom, "expected a stream header, found " + Bytes(iTo - iFrom) + " that hold none");
         return iTo;
+    }
+
+    // A frame that got here from elsewhere. It lies before iTo, so that no byte is summed for many.
+    bool IsWholeElsewhere(const Sys_StdStreamHeaderFields& iFields, Cmn_Int64 iBody, Cmn_Int64 iTo)
+    {
+        if (!iFields.IsGenuineElsewhere() || !iFields.HasSums() || !iFields.IsComplete()) return false;
+        return iBody + Cmn_Int64{iFields.bodySize} <= iTo &&
+               mFile.GetWindow().SumOf(iBody, Cmn_Int64{iFields.bodySize}) == iFields.GetBodySumElsewhere();
     }
 
     // A wrong sum of a nested body makes those around it wrong too: the innermost is where the damage is.

@@ -2,6 +2,7 @@
 
 #include "Bastel/Cmn/Cmn_Exception.h"
 #include "Bastel/Sys/Sys_StdStreamHeader_p.h"
+#include "Kora/FF/FF_MaskGuess_p.h"
 #include "Kora/FF/FF_ScrambleKernels_p.h"
 
 #include <algorithm>
@@ -23,15 +24,6 @@ constexpr Cmn_Int64 cEverything = std::numeric_limits<Cmn_Int64>::max();
 std::string Found(const std::string& iWhat, Cmn_Int64 iExpected, Cmn_Int64 iFound)
 {
     return "expected " + iWhat + " " + std::to_string(iExpected) + ", found " + std::to_string(iFound);
-}
-
-// x with x × iOdd = 1 modulo 256; each step doubles the bits that are right, of which there are three at first.
-constexpr Cmn_UInt8 InverseOfOdd(Cmn_UInt8 iOdd)
-{
-    unsigned inverse = iOdd;
-    for (int bits = 3; bits < 8; bits *= 2)
-        inverse *= 2 - iOdd * inverse;
-    return static_cast<Cmn_UInt8>(inverse);
 }
 
 void ThrowLastErrorOf(const Sys_File& iFile)
@@ -186,7 +178,7 @@ std::vector<Cmn_UInt8> FF_DocumentFile::GetKeys(const Front& iFront, Cmn_UInt8 i
         const std::size_t odd = static_cast<std::size_t>(magic) + 1;
         const auto mask = static_cast<unsigned>(iFront[odd] ^ Sys_StdStreamHeaderFields::cMagic[1]);
         const auto factor = static_cast<Cmn_UInt8>(odd * FF_ScrambleMultiplier(iType));
-        keys.push_back(static_cast<Cmn_UInt8>(mask * InverseOfOdd(factor)));
+        keys.push_back(static_cast<Cmn_UInt8>(mask * FF_InverseOfOdd(factor)));
     }
     return keys;
 }
@@ -208,6 +200,40 @@ std::vector<FF_DocumentFile::Layout> FF_DocumentFile::GetLayouts(const Front& iF
     return layouts;
 }
 
+// The layout in which the most streams are whole, wherever they stand; oNumWhole is cNone where none is in any.
+FF_DocumentFile::Layout FF_DocumentFile::GuessLayout(const Layout& iElse, Cmn_Int64& oNumWhole)
+{
+    FF_StreamWindow raw([this](Cmn_Int64 iPosition, void* oBytes,
+                               std::size_t iCount) { return mFile.ReadAt(iPosition, oBytes, iCount); },
+                        GetLength());
+    std::vector<Layout> layouts = {
+        iElse, {iElse.type, iElse.rawKey, !iElse.swap}
+    };
+    for (const FF_Mask& mask : FF_GuessMasks(raw, iElse.type))
+        for (const bool swap : {iElse.swap, !iElse.swap})
+            layouts.push_back({mask.type, mask.rawKey, swap});
+    Layout best = iElse;
+    oNumWhole = cNone;
+    for (const Layout& layout : layouts) {
+        const Cmn_Int64 count = CountWhole(layout);
+        if (count == 0 || count <= oNumWhole) continue;
+        oNumWhole = count;
+        best = layout;
+    }
+    return best;
+}
+
+// One more where the header stream is among them, which stands elsewhere in plain files.
+Cmn_Int64 FF_DocumentFile::CountWhole(const Layout& iLayout)
+{
+    SetLayout(iLayout);
+    Cmn_Int64 count = 0;
+    for (const FF_Frame& frame :
+         FF_FindFrames(mWindow, iLayout.swap, 0, GetLength(), eMovedFrames_Take).frames)
+        if (frame.isWhole) count += frame.header.start == iLayout.GetData() ? 2 : 1;
+    return count;
+}
+
 void FF_DocumentFile::FindLayout(const Front& iFront, const Layout& iOwn)
 {
     Layout best = iOwn;
@@ -220,6 +246,7 @@ void FF_DocumentFile::FindLayout(const Front& iFront, const Layout& iOwn)
         best = layout;
         if (far == cEverything) break;
     }
+    if (farthest == cNone) best = GuessLayout(best, farthest);
     SetLayout(best);
     mIsReadable = farthest != cNone || iOwn.type <= eFF_EncryptionType_Block93;
     mFirst = std::min(mLayout.GetData() + cHeaderStreamSize, mWindow.GetLength());

@@ -1,7 +1,8 @@
 // FF_DocumentFile: a document's file for those who look at its bytes, however damaged its beginning is.
 //
 // Byte order, mask type and key are the file's own where they lead to a sound header. Otherwise all others are tried,
-// those that differ in the fewest bytes first: the file header has no sum, but what is masked behind it has.
+// those that differ in the fewest bytes first: the file header has no sum, but what is masked behind it has. Where the
+// beginning is gone, headers further in tell.
 //
 // Ownership: owns the file, which is open for reading. Threads: one at a time.
 #pragma once
@@ -66,6 +67,8 @@ private:
     static bool LooksRight(const Front& iFront, const Layout& iLayout);
     std::vector<Cmn_UInt8> GetKeys(const Front& iFront, Cmn_UInt8 iType, Cmn_UInt8 iOwnKey) const;
     std::vector<Layout> GetLayouts(const Front& iFront, const Layout& iOwn) const;
+    Layout GuessLayout(const Layout& iElse, Cmn_Int64& oNumWhole);
+    Cmn_Int64 CountWhole(const Layout& iLayout);
     void FindLayout(const Front& iFront, const Layout& iOwn);
     void AddFault(Cmn_Int64 iOffset, std::string iText) { mFaults.push_back({iOffset, std::move(iText)}); }
     void CheckFront(const Front& iFront, std::size_t iCount);

@@ -1,14 +1,16 @@
 // FF_DocumentRepair: brings back what a damaged document still holds.
 //
-// Outermost streams that are whole are taken as they are. Of a damaged one, or of one whose writing was interrupted, what
+// Outermost streams that are whole are taken with all they hold. Of a damaged one, or of one whose writing was interrupted, what
 // is whole inside is taken, as outermost streams under the keys that they had.
 //
 //   what comes back           from where
-//   bytes of streams          copied as they stand: their sums stay right
+//   bytes of streams          copied; headers tell their place, so that their sums are made anew
 //   keys of nested streams    types and list indexes of the headers around them, where no table is left
 //   descriptions, pieces      a table whose sums are right: the one that the header names, or else the last one found
 //   list items                the table; without it those with a header of their own
-//   byte order, mask type     the file's; where its own do not lead to a sound header, those that do (all are tried)
+//   streams that were moved   their sums tell where they were written: they are what they were, wherever they stand
+//   byte order, mask type     the file's; where its own do not lead to a sound header, those that do (all are tried); where
+//                             none does, those in which most streams are whole
 //
 // Memory:  a small multiple of the file's size at most. Threads: one at a time.
 #pragma once
@@ -36,11 +38,13 @@ public:
     // read or iTo not be written; never for damage. Where nothing came back, iTo becomes a document without streams, or with
     // iEvenIfEmpty false stays as it was.
     //
-    // After one stretch of damage every document stream that is copied is reached through the new table, but for those that
-    // were written anew: lost names them. Where whole streams stand in each other's places or twice, some may be reached by
-    // none, and a repaired file is worth a look by FF_DocumentCheck. Where a damaged header hides which stream those behind it were in, and no table tells, they are taken for
-    // streams of what is around it, or for outermost ones, unless a list index tells that they were not; lost names the
-    // place. Without a table, of several streams of one key the newest, the last in the file, is value 0, the others are
-    // further values; lost names them, and the nested streams that an outermost one may have been written in place of.
+    // Every document stream that is copied is reached through the new table, but for those that were written anew, and lists
+    // that share a key with another: lost names them. FF_DocumentCheck finds no fault in the new file.
+    //
+    // Where a damaged header hides which stream those behind it were in, and no table tells, they are taken for streams of
+    // what is around it, or for outermost ones; items of a list that is not found are outermost ones, behind all others of
+    // their key. lost names the places. Without a table, of several streams of one key the newest, the one that was written
+    // last, is value 0, the others are further values; lost names them, and the nested streams that an outermost one may have
+    // been written in place of.
     static Report Repair(const Sys_FileLoc& iFrom, const Sys_FileLoc& iTo, bool iEvenIfEmpty = true);
 };

@@ -6,8 +6,8 @@
 #include <string>
 
 // One stream header found in a file. Headers are found by their bytes: a body is searched for the magic, and what
-// follows it is taken for a nested stream when its header sum is right and it ends within the body. A copy of a stream
-// that an application keeps as plain data inside a body is therefore listed as a stream.
+// follows it is taken for a nested stream when its header sum is right for the place where it stands and it ends within the
+// body. A copy of a stream that an application keeps as plain data inside a body fits its old place alone, and is none.
 struct FF_StreamInfo
 {
     Cmn_Int16 streamType = 0; // 0 for headers that are no document streams, such as those of maps

@@ -158,7 +158,7 @@ protected:
     Bytes Header() const
     {
         const Level& level = mLevels.back();
-        Bytes bytes = {'K', 'S', 'H', '2', static_cast<Cmn_UInt8>(level.name.size())};
+        Bytes bytes = {'K', 'S', 'H', '3', static_cast<Cmn_UInt8>(level.name.size())};
         bytes.insert(bytes.end(), level.name.begin(), level.name.end());
         const auto append = [&](std::size_t iValue, int iCount) {
             for (int i = 0; i < iCount; ++i)
@@ -169,8 +169,8 @@ protected:
         append(level.listIndex, 4);
         append(level.isList ? 7 : 5, 2);
         append(At() - body, 4);
-        append(Sys_Crc32C(0, mPlain.data() + body, At() - body), 4);
-        append(std::rotr(Sys_Crc32C(0, bytes.data(), bytes.size()), 15) + 0x4B534832, 4);
+        append(Sys_Crc32C(0, mPlain.data() + body, At() - body) + level.start, 4);
+        append(std::rotr(Sys_Crc32C(0, bytes.data(), bytes.size()), 15) + 0x4B534833 + level.start, 4);
         return bytes;
     }
     void CloseHeader()

@@ -71,10 +71,11 @@ Bytes InMemory(bool iSwap = false)
     WriteSample(stream, iSwap);
     return stream.TakeBytes();
 }
-std::string ReadOut(const Bytes& iBytes, bool iSwap = false)
+std::string ReadOut(const Bytes& iBytes, bool iSwap = false, Cmn_Int64 iBegin = 0)
 {
     Sys_MemInStream stream(iBytes);
     Sys_TypedInStream typed(stream, iSwap);
+    typed.SetPosition(iBegin);
     return ReadOut(typed);
 }
 
@@ -273,11 +274,12 @@ TEST_F(StreamSums, OnAFileAHeaderWithoutSumsIsDamage)
     const Bytes without = InMemory();
     mFile.WriteAt(cBegin, without.data(), without.size());
     EXPECT_TRUE(IsRefused("Out", cBegin));
-    // In memory both are taken, and sums that are there are checked.
-    Bytes withSums(mBytes.begin() + cBegin, mBytes.end());
-    EXPECT_EQ(ReadOut(withSums), cValues);
-    ++withSums[cNext - 1];
-    EXPECT_THROW(ReadOut(withSums), Sys_StreamReadException);
+    // In memory both are taken, and sums that are there are checked, the place with them.
+    EXPECT_EQ(ReadOut(mBytes, false, cBegin), cValues);
+    EXPECT_THROW(ReadOut(Bytes(mBytes.begin() + 1, mBytes.end()), false, cBegin - 1),
+                 Sys_StreamReadException);
+    ++mBytes[cNextAt - 1];
+    EXPECT_THROW(ReadOut(mBytes, false, cBegin), Sys_StreamReadException);
 }
 
 TEST_F(StreamSums, DumpsSayWhetherTheyFit)

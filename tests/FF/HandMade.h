@@ -8,6 +8,8 @@
 #include "Kora/FF/FF_StreamHeader.h"
 #include "Support/MemoryFileSystem.h"
 
+#include <bit>
+
 namespace HandMade {
 
 struct Form
@@ -59,7 +61,8 @@ inline void Write(MemoryFileSystem& ioFiles, const char* iPath, const Form& iFor
     stream->Flush();
 }
 
-// A little-endian header "Z" with a right sum of its own and whatever size it claims; 0xFFFFFFFF for none yet.
+// A little-endian header "Z" at the end of a file, with a right sum of its own and whatever size it claims; 0xFFFFFFFF for
+// none yet.
 inline void AppendHeader(std::vector<std::uint8_t>& ioBytes, Cmn_UInt32 iBodySize)
 {
     const auto start = static_cast<std::ptrdiff_t>(ioBytes.size());
@@ -67,14 +70,16 @@ inline void AppendHeader(std::vector<std::uint8_t>& ioBytes, Cmn_UInt32 iBodySiz
         for (int i = 0; i < iCount; ++i)
             ioBytes.push_back(static_cast<std::uint8_t>(iValue >> (8 * i)));
     };
-    for (const char c : {'K', 'S', 'H', '2', '\x01', 'Z'})
+    for (const char c : {'K', 'S', 'H', '3', '\x01', 'Z'})
         ioBytes.push_back(static_cast<std::uint8_t>(c));
     put(1, 2);
     put(0, 4);
     put(iBodySize == 0xFFFFFFFF ? 4 : 5, 2);
     put(iBodySize, 4);
     put(0, 4);
-    put(Sys_Crc32C(0, &*(ioBytes.begin() + start), ioBytes.size() - static_cast<std::size_t>(start)), 4);
+    const Cmn_UInt32 sum =
+        Sys_Crc32C(0, &*(ioBytes.begin() + start), ioBytes.size() - static_cast<std::size_t>(start));
+    put(std::rotr(sum, 15) + 0x4B534833 + static_cast<Cmn_UInt32>(start), 4);
 }
 
 } // namespace HandMade

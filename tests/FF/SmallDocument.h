@@ -153,7 +153,23 @@ inline Reading Read(const std::string& iPath)
     return result;
 }
 
-// The application's streams of a document, nested ones too, as they stand.
+// A stream without what tells where it stands: the sums of its headers, and the first one's list index.
+inline std::string WithoutPlace(const std::string& iStream)
+{
+    std::string result = iStream;
+    const auto blank = [&](std::size_t iFrom, std::size_t iCount) {
+        for (std::size_t i = iFrom; i < std::min(iFrom + iCount, result.size()); ++i)
+            result[i] = '\0';
+    };
+    for (std::size_t at = 0; (at = iStream.find("KSH3", at)) < iStream.size() - 4; ++at) {
+        const std::size_t behindName = at + 5 + static_cast<unsigned char>(iStream[at + 4]);
+        if (at == 0) blank(behindName + 2, 4);
+        blank(behindName + 12, 8);
+    }
+    return result;
+}
+
+// The application's streams of a document, nested ones too, wherever they stand.
 inline std::multiset<std::string> Pieces(const std::string& iPath)
 {
     FF_Document document = Make(iPath);
@@ -163,7 +179,7 @@ inline std::multiset<std::string> Pieces(const std::string& iPath)
     for (const FF_StreamInfo& stream : FF_DocumentCheck::ListStreams(document)) {
         if (stream.streamType < eSong) continue;
         in.SetPosition(stream.position);
-        pieces.insert(TakeBytes(in, stream.size));
+        pieces.insert(WithoutPlace(TakeBytes(in, stream.size)));
     }
     return pieces;
 }

@@ -23,9 +23,9 @@ def crc32c(data):
     return crc ^ 0xFFFFFFFF
 
 
-def header_sum(front):
+def header_sum(front, place):
     crc = crc32c(front)
-    return ((crc >> 15 | crc << 17) + 0x4B534832) & 0xFFFFFFFF
+    return ((crc >> 15 | crc << 17) + 0x4B534833 + place) & 0xFFFFFFFF
 
 
 class Document:
@@ -45,9 +45,19 @@ class Document:
         return self.pack("I", len(text.encode())) + text.encode()
 
     def frame(self, name, version, body, index=0, is_list=False):
-        front = b"KSH2" + bytes([len(name)]) + name.encode()
-        front += self.pack("hIHII", version, index, 7 if is_list else 5, len(body), crc32c(body))
-        return front + self.pack("I", header_sum(front)) + body
+        """Sums are put in when all frames have their places."""
+        front = b"KSH3" + bytes([len(name)]) + name.encode()
+        return front + self.pack("hIHIII", version, index, 7 if is_list else 5, len(body), 0, 0) + body
+
+    def put_sums(self):
+        at = len(self.plain)
+        while (at := self.plain.rfind(b"KSH3", 0, at)) >= 0:
+            sums = at + 17 + self.plain[at + 4]
+            size, = struct.unpack_from(self.order + "I", self.plain, sums - 4)
+            place = len(self.head) + at
+            body_sum = (crc32c(self.plain[sums + 8:sums + 8 + size]) + place) % 2**32
+            struct.pack_into(self.order + "I", self.plain, sums, body_sum)
+            struct.pack_into(self.order + "I", self.plain, sums + 4, header_sum(self.plain[at:sums + 4], place))
 
     def stream(self, kind, version, body, index=0, is_list=False):
         return self.frame("Z", version, self.pack("h", kind) + body, index, is_list)
@@ -79,6 +89,7 @@ class Document:
             offset = self.add(self.stream(2, 2, self.pack("i", len(self.entries)) + b"".join(self.entries)))
             header = self.frame("Z", 1, self.pack("I", offset))
             self.plain[:len(header)] = header
+        self.put_sums()
         start = len(self.head)
         if self.kind == 5:
             mask = [((start + i) // 4096 * self.key) % 256 for i in range(len(self.plain))]
