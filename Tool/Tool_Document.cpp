@@ -1,9 +1,9 @@
 #include "Tool/Tool_Document.h"
 
 #include "Bastel/Sys/Sys_File.h"
-#include "Kora/FF/FF_Document_TOC.h"
-#include "Kora/FF/FF_SafeSave.h"
-#include "Kora/FF/FF_TimeMaps.h"
+#include "Kora/FF/Document/FF_Document_TOC.h"
+#include "Kora/FF/Document/FF_SafeSave.h"
+#include "Kora/FF/Song/FF_TimeMaps.h"
 #include "Tool/Tool_Input.h"
 #include "Tool/Tool_InputError.h"
 #include "Tool/Tool_Song.h"
@@ -12,9 +12,6 @@
 #include <utility>
 
 namespace {
-// Behind the version byte.
-constexpr std::string_view cSignature = "0010111100101011";
-
 struct StreamType
 {
     Cmn_Int16 mType;
@@ -51,17 +48,13 @@ void WriteSong(FF_Document& ioDocument, const Tool_Song& iSong)
 }
 } // namespace
 
-bool Tool_IsDocument(const Tool_Input& iInput)
-{
-    return iInput.Start().size() > cSignature.size() &&
-           iInput.Start().compare(1, cSignature.size(), cSignature) == 0;
-}
+bool Tool_IsDocument(const Tool_Input& iInput) { return FF_Document::IsDocument(iInput.Start()); }
 
 std::unique_ptr<FF_Document> Tool_OpenDocument(const Tool_Input& iInput)
 {
     if (!Tool_IsDocument(iInput))
         throw Tool_InputError::AtByte(iInput.Name(), 1,
-                                      "no document, expected the signature " + std::string(cSignature));
+                                      "no document, expected the signature 0010111100101011");
     auto document =
         std::make_unique<FF_Document>(iInput.Location(), eFF_EncryptionType_None, eTextEncoding_Utf8, false);
     Tool_NamingFile(iInput.Name(), [&] { document->Open(Sys_Store::eOpenFlag_Read); });

@@ -1,7 +1,7 @@
 // Tool_Document: a document on its way in or out of the command.
 #pragma once
 
-#include "Kora/FF/FF_Document.h"
+#include "Kora/FF/Document/FF_Document.h"
 
 #include <memory>
 #include <string>

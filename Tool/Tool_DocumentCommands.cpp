@@ -1,7 +1,7 @@
 // The subcommands for documents: save, info, check, repair, xml.
 #include "Bastel/Cmn/Cmn_XMLNode.h"
-#include "Kora/FF/FF_DocumentCheck.h"
-#include "Kora/FF/FF_DocumentRepair.h"
+#include "Kora/FF/Rescue/FF_DocumentCheck.h"
+#include "Kora/FF/Rescue/FF_DocumentRepair.h"
 #include "Tool/Tool_Document.h"
 #include "Tool/Tool_DocumentReport.h"
 #include "Tool/Tool_File.h"

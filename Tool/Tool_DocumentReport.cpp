@@ -1,8 +1,8 @@
 #include "Tool/Tool_DocumentReport.h"
 
 #include "Bastel/Sys/Sys_File.h"
-#include "Kora/FF/FF_DocumentCheck.h"
-#include "Kora/FF/FF_Document_TOC.h"
+#include "Kora/FF/Document/FF_Document_TOC.h"
+#include "Kora/FF/Rescue/FF_DocumentCheck.h"
 #include "Tool/Tool_Document.h"
 #include "Tool/Tool_InputError.h"
 

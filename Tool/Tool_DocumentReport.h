@@ -4,8 +4,8 @@
 // entry names and an entry that names no stream are both shown.
 #pragma once
 
-#include "Kora/FF/FF_Document.h"
-#include "Kora/FF/FF_StreamInfo.h"
+#include "Kora/FF/Document/FF_Document.h"
+#include "Kora/FF/Rescue/FF_StreamInfo.h"
 
 #include <string>
 #include <vector>

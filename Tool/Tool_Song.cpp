@@ -1,6 +1,6 @@
 #include "Tool/Tool_Song.h"
 
-#include "Kora/FF/FF_TimeMaps.h"
+#include "Kora/FF/Song/FF_TimeMaps.h"
 #include "Kora/Time/Tempo/Time_ConstantTempoSeg.h"
 #include "Kora/Time/Tempo/Time_TempoMap_StEditOptimizer.h"
 #include "Tool/Tool_Document.h"

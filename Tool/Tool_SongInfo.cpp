@@ -1,8 +1,8 @@
 #include "Tool/Tool_SongInfo.h"
 
-#include "Kora/FF/FF_Document_TOCKey.h"
-#include "Kora/FF/FF_StSetStreamContext.h"
-#include "Kora/FF/FF_StreamHeader.h"
+#include "Kora/FF/Document/FF_Document_TOCKey.h"
+#include "Kora/FF/Document/FF_StSetStreamContext.h"
+#include "Kora/FF/Document/FF_StreamHeader.h"
 #include "Kora/Time/Values/Time_Typed.h"
 
 static_assert(Tool_SongInfo::cStreamType == 32 && Tool_SongInfo::cVersion == 1, "fixed on disk");

@@ -3,12 +3,12 @@
 // "Cold" is a new document object for each iteration; the system's own cache of the file stays warm.
 #include "bench/FF/DocumentBench_p.h"
 
-#include "Kora/FF/FF_Document.h"
-#include "Kora/FF/FF_Document_TOC.h"
-#include "Kora/FF/FF_SafeSave.h"
-#include "Kora/FF/FF_StSetStreamContext.h"
-#include "Kora/FF/FF_StreamHeader.h"
-#include "Kora/FF/FF_StreamList.h"
+#include "Kora/FF/Document/FF_Document.h"
+#include "Kora/FF/Document/FF_Document_TOC.h"
+#include "Kora/FF/Document/FF_SafeSave.h"
+#include "Kora/FF/Document/FF_StSetStreamContext.h"
+#include "Kora/FF/Document/FF_StreamHeader.h"
+#include "Kora/FF/Document/FF_StreamList.h"
 
 #include <benchmark/benchmark.h>
 

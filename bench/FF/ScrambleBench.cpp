@@ -1,5 +1,5 @@
 // Masking a buffer that lies in the cache, beside a byte at a time through a table, and beside a plain copy.
-#include "Kora/FF/FF_ScrambleKernels_p.h"
+#include "Kora/FF/Format/FF_ScrambleKernels_p.h"
 
 #include <benchmark/benchmark.h>
 

@@ -1,7 +1,7 @@
 #include "FF/HandMade.h"
 #include "FF/StDocument.h"
-#include "Kora/FF/FF_DocumentCheck.h"
-#include "Kora/FF/FF_DocumentRepair.h"
+#include "Kora/FF/Rescue/FF_DocumentCheck.h"
+#include "Kora/FF/Rescue/FF_DocumentRepair.h"
 
 #include <functional>
 #include <regex>

@@ -5,7 +5,7 @@
 #include "FF/HandMade.h"
 #include "FF/SmallDocument.h"
 #include "FF/StDocument.h"
-#include "Kora/FF/FF_DocumentRepair.h"
+#include "Kora/FF/Rescue/FF_DocumentRepair.h"
 
 #include <algorithm>
 #include <cstdlib>

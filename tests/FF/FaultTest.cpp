@@ -3,7 +3,7 @@
 #include "Bastel/Sys/Sys_OSErrorText.h"
 #include "FF/SmallDocument.h"
 #include "FF/StDocument.h"
-#include "Kora/FF/FF_SafeSave.h"
+#include "Kora/FF/Document/FF_SafeSave.h"
 #include "Support/AllocationCounter.h"
 
 namespace {

@@ -3,9 +3,9 @@
 
 #include "Bastel/Sys/Sys_Crc32C.h"
 #include "Bastel/Sys/Sys_File.h"
-#include "Kora/FF/FF_Document_TOC.h"
-#include "Kora/FF/FF_FileBasedEncrytpedStreams.h"
-#include "Kora/FF/FF_StreamHeader.h"
+#include "Kora/FF/Document/FF_Document_TOC.h"
+#include "Kora/FF/Document/FF_StreamHeader.h"
+#include "Kora/FF/Format/FF_FileBasedEncrytpedStreams.h"
 #include "Support/MemoryFileSystem.h"
 
 #include <bit>

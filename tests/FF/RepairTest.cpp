@@ -3,9 +3,9 @@
 #include "FF/HandMade.h"
 #include "FF/SmallDocument.h"
 #include "FF/StDocument.h"
-#include "Kora/FF/FF_DocumentCheck.h"
-#include "Kora/FF/FF_DocumentRepair.h"
-#include "Kora/FF/FF_ScrambleKernels_p.h"
+#include "Kora/FF/Format/FF_ScrambleKernels_p.h"
+#include "Kora/FF/Rescue/FF_DocumentCheck.h"
+#include "Kora/FF/Rescue/FF_DocumentRepair.h"
 
 #include <array>
 #include <map>

@@ -1,5 +1,5 @@
 #include "FF/StDocument.h"
-#include "Kora/FF/FF_SafeSave.h"
+#include "Kora/FF/Document/FF_SafeSave.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 
 #include "Bastel/Sys/Sys_FileSystem.h"
 #include "FF/StDocument.h"
-#include "Kora/FF/FF_SafeSave.h"
+#include "Kora/FF/Document/FF_SafeSave.h"
 
 #include <atomic>
 #include <cstdio>

@@ -3,13 +3,13 @@
 
 #include "Bastel/Cmn/Cmn_Exception.h"
 #include "Bastel/Sys/Sys_Crc32C.h"
-#include "Kora/FF/FF_Document.h"
-#include "Kora/FF/FF_DocumentCheck.h"
-#include "Kora/FF/FF_DocumentRepair.h"
-#include "Kora/FF/FF_Document_TOC.h"
-#include "Kora/FF/FF_StSetStreamContext.h"
-#include "Kora/FF/FF_StreamHeader.h"
-#include "Kora/FF/FF_StreamList.h"
+#include "Kora/FF/Document/FF_Document.h"
+#include "Kora/FF/Document/FF_Document_TOC.h"
+#include "Kora/FF/Document/FF_StSetStreamContext.h"
+#include "Kora/FF/Document/FF_StreamHeader.h"
+#include "Kora/FF/Document/FF_StreamList.h"
+#include "Kora/FF/Rescue/FF_DocumentCheck.h"
+#include "Kora/FF/Rescue/FF_DocumentRepair.h"
 
 #include <algorithm>
 #include <set>

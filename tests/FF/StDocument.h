@@ -1,12 +1,12 @@
 // StDocument: documents in memory for the tests of document files, with the verbs that they need.
 #pragma once
 
-#include "Kora/FF/FF_Document.h"
-#include "Kora/FF/FF_DocumentCheck.h"
-#include "Kora/FF/FF_Document_TOC.h"
-#include "Kora/FF/FF_StSetStreamContext.h"
-#include "Kora/FF/FF_StreamHeader.h"
-#include "Kora/FF/FF_StreamList.h"
+#include "Kora/FF/Document/FF_Document.h"
+#include "Kora/FF/Document/FF_Document_TOC.h"
+#include "Kora/FF/Document/FF_StSetStreamContext.h"
+#include "Kora/FF/Document/FF_StreamHeader.h"
+#include "Kora/FF/Document/FF_StreamList.h"
+#include "Kora/FF/Rescue/FF_DocumentCheck.h"
 #include "Support/AssertRecorder.h"
 #include "Support/MemoryFileSystem.h"
 #include "Support/Thrown.h"

@@ -1,4 +1,4 @@
-#include "Kora/FF/FF_Document_TOC.h"
+#include "Kora/FF/Document/FF_Document_TOC.h"
 #include "Support/StreamBytes.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "Kora/FF/FF_Document_TOC.h"
+#include "Kora/FF/Document/FF_Document_TOC.h"
 
 #include "Bastel/Sys/Sys_StdStreamHeader.h"
 #include "Support/AllocationCounter.h"

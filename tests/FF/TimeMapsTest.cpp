@@ -1,6 +1,6 @@
 #include "Bastel/Cmn/Cmn_XMLNode.h"
 #include "FF/StDocument.h"
-#include "Kora/FF/FF_TimeMaps.h"
+#include "Kora/FF/Song/FF_TimeMaps.h"
 #include "Kora/Time/Key/Time_KeySignatureMap.h"
 #include "Kora/Time/Tempo/Time_ConstantTempoSeg.h"
 #include "Kora/Time/Tempo/Time_TempoMap.h"

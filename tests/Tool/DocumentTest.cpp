@@ -1,10 +1,10 @@
 // The commands for documents, over documents that they made and over such as only others make.
 #include "Bastel/Sys/Sys_FileSystem.h"
 #include "Bastel/Sys/Sys_OSErrorText.h"
-#include "Kora/FF/FF_Document_TOC.h"
-#include "Kora/FF/FF_StreamHeader.h"
-#include "Kora/FF/FF_StreamList.h"
-#include "Kora/FF/FF_TimeMaps.h"
+#include "Kora/FF/Document/FF_Document_TOC.h"
+#include "Kora/FF/Document/FF_StreamHeader.h"
+#include "Kora/FF/Document/FF_StreamList.h"
+#include "Kora/FF/Song/FF_TimeMaps.h"
 #include "Kora/Time/Tempo/Time_ConstantTempoSeg.h"
 #include "tests/Tool/ToolFixture.h"
 

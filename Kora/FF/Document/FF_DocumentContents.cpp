@@ -1,0 +1,190 @@
+// FF_Document: the stack of open streams, the entries of the table, and seeking by them.
+#include "Kora/FF/Document/FF_Document.h"
+
+#include "Bastel/Cmn/Cmn_Assert.h"
+#include "Bastel/Sys/Sys_FileBasedOutStream.h"
+#include "Kora/FF/Document/FF_Document_TOC.h"
+
+#include <algorithm>
+
+namespace {
+
+// Bytes of a table's parts, as FF_Document_TOCKey.h and FF_Document_TOCValue.h lay them out.
+constexpr Cmn_Int64 cCountSize = 4;
+constexpr Cmn_Int64 cPartHead = 3; // type and size of a location, a description, an index
+constexpr Cmn_Int64 cOffsetSize = 4;
+constexpr Cmn_Int64 cOffsetCountSize = 2;
+
+constexpr Cmn_Int32 cDefaultReadAhead = 8192;
+constexpr Cmn_Int64 cMaxReadAhead = Cmn_Int64{1} << 20;
+
+// Closes the item of the innermost open stream for a scope: the path is the stream's own key then, without a copy.
+class StNoItem
+{
+public:
+    explicit StNoItem(std::vector<FF_Document::Context>& ioContexts)
+        : mInnermost(ioContexts.empty() ? nullptr : &ioContexts.back())
+        , mIndex(mInnermost != nullptr ? mInnermost->GetListIndex() : 0)
+    {
+        if (mInnermost != nullptr) mInnermost->SetListIndex(0);
+    }
+    ~StNoItem()
+    {
+        if (mInnermost != nullptr) mInnermost->SetListIndex(mIndex);
+    }
+    StNoItem(const StNoItem&) = delete;
+    StNoItem& operator=(const StNoItem&) = delete;
+
+private:
+    FF_Document::Context* mInnermost;
+    Cmn_Int32 mIndex;
+};
+
+} // namespace
+
+void FF_Document::PushContext(Cmn_Int16 iStreamType, Cmn_UInt32 iStreamStart)
+{
+    mCurrentContext.emplace_back(iStreamType, mCurrentStreamStart);
+    mCurrentStreamStart = iStreamStart;
+}
+
+void FF_Document::PopContext()
+{
+    if (!Cmn_ASSERT(!mCurrentContext.empty())) return;
+    mCurrentStreamStart = mCurrentContext.back().GetParentPosition();
+    mCurrentContext.pop_back();
+}
+
+void FF_Document::AddTOCEntry(const TOCKey& iKey, Cmn_Int32 iValueIndex, Cmn_UInt64 iPosition,
+                              std::string_view iDescription)
+{
+    Register(iKey.GetContexts(), iValueIndex, iPosition, iDescription);
+}
+
+void FF_Document::Register(std::span<const Context> iKey, Cmn_Int32 iValueIndex, Cmn_UInt64 iPosition,
+                           std::string_view iDescription)
+{
+    const TOC::Entry known = mTOC->Find(iKey);
+    const Cmn_Int32 numValues = known == TOC::cNone ? 0 : mTOC->GetNumValues(known);
+    if (!Cmn_ASSERT_TEXT(static_cast<Cmn_UInt32>(iValueIndex) <= static_cast<Cmn_UInt32>(numValues),
+                         "(Cmn_UInt32)iValueIndex <= values.size()"))
+        return;
+
+    const bool isNewValue = iValueIndex == numValues;
+    Cmn_Int64 growth = cPartHead + cOffsetCountSize + cOffsetSize;
+    if (known == TOC::cNone)
+        growth += 2 * cCountSize + static_cast<Cmn_Int64>(iKey.size()) * Context::cStreamSize;
+    if (isNewValue) {
+        // What is not taken as it stands has at most three bytes of UTF-8 for each of its own.
+        const bool isAsGiven = mEncoding == eTextEncoding_Utf8 && !mRepairText;
+        const std::size_t most = isAsGiven ? iDescription.size() : 3 * iDescription.size();
+        growth +=
+            2 * cPartHead + cCountSize + static_cast<Cmn_Int64>(std::min(most, StringDisplayInfo::cMaxText));
+    }
+    RequireRoomFor(growth);
+
+    const TOC::Entry entry = mTOC->Insert(iKey);
+    if (isNewValue) mTOC->AddValue(entry, iDescription);
+    mTOC->AddOffset(entry, iValueIndex, static_cast<Cmn_UInt32>(iPosition));
+    UpdateLimit();
+}
+
+void FF_Document::RequireRoomFor(Cmn_Int64 iGrowth) const
+{
+    if (!mOutStream) return;
+    if (mOutStream->GetEnd() + mTOC->GetStreamSize() + iGrowth <= mSizeLimit) return;
+    Sys_StreamWriteException exception(mOutStream->GetEnd());
+    Name(exception);
+    throw exception;
+}
+
+void FF_Document::AddTOCEntry(FF_Document* iDocument, Cmn_UInt64 iPosition, Cmn_Int16 iStreamType,
+                              std::string_view iDescription)
+{
+    if (iDocument == nullptr) return;
+    // The key of the stream is the path that its header writer is about to make.
+    iDocument->PushContext(iStreamType, iDocument->mCurrentStreamStart);
+    try {
+        iDocument->Register(iDocument->mCurrentContext, 0, iPosition, iDescription);
+    } catch (...) {
+        iDocument->PopContext();
+        throw;
+    }
+    iDocument->PopContext();
+}
+
+Cmn_Int32 FF_Document::FindOpenStream()
+{
+    const StNoItem noItem(mCurrentContext);
+    return mTOC->Find(mCurrentContext);
+}
+
+void FF_Document::AddListEntry(FF_Document* iDocument, Cmn_UInt32 iItem, std::string_view iDescription)
+{
+    if (iDocument == nullptr) return;
+    std::vector<Context>& contexts = iDocument->mCurrentContext;
+    if (!Cmn_ASSERT_TEXT(!contexts.empty() && contexts.back().IsList(),
+                         "mDocument->mCurrentContext.back().mIsList"))
+    {
+        InvalidContextException exception;
+        iDocument->Name(exception);
+        throw exception;
+    }
+    if (!Cmn_ASSERT_TEXT(iDocument->mOutStream, "mOutStream")) return;
+
+    TOC& toc = *iDocument->mTOC;
+    const StNoItem noItem(contexts);
+    const TOC::Entry known = toc.Find(contexts);
+    const Cmn_Int32 numValues = known == TOC::cNone ? 0 : toc.GetNumValues(known);
+    // Value 0 is the list itself.
+    const auto listIndex = static_cast<Cmn_Int32>(iItem + 1);
+    if (!Cmn_ASSERT_TEXT(listIndex > 0 && listIndex <= std::max(numValues, 1),
+                         "iListIndex <= (Cmn_Int32)values.size()"))
+        return;
+    if (numValues == 0) iDocument->Register(contexts, 0, iDocument->mCurrentStreamStart, {});
+    const auto position = static_cast<Cmn_UInt64>(iDocument->mOutStream->GetPosition());
+    iDocument->Register(contexts, listIndex, position, iDescription);
+    toc.SetIsList(toc.Find(contexts), true);
+}
+
+bool FF_Document::InvalidateKey(const TOCKey& iKey, Cmn_Int32 iValueIndex)
+{
+    const TOC::Entry entry = mTOC->Find(iKey);
+    if (entry == TOC::cNone) return false;
+    const auto numValues = static_cast<Cmn_UInt32>(mTOC->GetNumValues(entry));
+    if (!Cmn_ASSERT_TEXT(static_cast<Cmn_UInt32>(iValueIndex) <= numValues,
+                         "(Cmn_UInt32)iValueIndex <= values.size()"))
+        return false;
+    if (static_cast<Cmn_UInt32>(iValueIndex) == numValues) return false;
+    mTOC->Invalidate(entry, iValueIndex);
+    UpdateLimit();
+    return true;
+}
+
+void FF_Document::ForgetFrom(Cmn_Int64 iStart)
+{
+    mTOC->ForgetOffsetsFrom(static_cast<Cmn_UInt32>(iStart));
+    UpdateLimit();
+}
+
+bool FF_Document::SeekToStream(const TOCKey& iKey, Sys_TypedInStream& ioStream) const
+{
+    const TOC::Entry entry = mTOC->Find(iKey);
+    Cmn_UInt32 offset = 0;
+    if (entry == TOC::cNone || !mTOC->GetFirstOffset(entry, 0, offset)) return false;
+    if (Cmn_Int64{offset} >= ioStream.GetStream().GetLength()) return false;
+    ioStream.SetPosition(offset);
+    return true;
+}
+
+void FF_Document::SeekToEnd(Sys_TypedOutStream& ioStream) const
+{
+    if (Cmn_ASSERT(mOutStream)) ioStream.SetPosition(mOutStream->GetEnd());
+}
+
+Cmn_Int32 FF_Document::GetReadAhead(Sys_TypedInStream& iStream) const
+{
+    Sys_StdStreamHeaderInfo info;
+    if (!Sys_StdStreamHeaderReader::Peek(iStream, info)) return cDefaultReadAhead;
+    return static_cast<Cmn_Int32>(std::min(info.end - info.start, cMaxReadAhead));
+}

@@ -1,0 +1,92 @@
+// FF_Document::TOC: the table of contents: keys in ascending order, each with the values of the streams that share it.
+//
+// Inside it is one flat table: contexts in one array, values in one array of their bytes as they stand on disk, and a
+// hash over the keys. A hundred thousand entries are read in one pass without an allocation of their own; TOCKey and
+// TOCValue objects are made when somebody asks for one.
+//
+// Costs:   finding a key O(1); adding a key, a value or a piece O(1) amortised; the order is kept where keys are added in
+//          order, otherwise GetInOrder and StreamOut sort what was added since.
+// Indexes: an entry or a value that is not there asserts, and the call does nothing and gives 0, false or an empty
+//          object.
+// Threads: one at a time.
+#pragma once
+
+#include "Kora/FF/Document/FF_Document_TOCKey.h"
+#include "Kora/FF/Document/FF_Document_TOCValue.h"
+
+#include <memory>
+#include <span>
+
+class FF_TOCTable;
+
+class KORA_API FF_Document::TOC
+{
+public:
+    // An entry's number: stays until ForgetOffsetsFrom, Clear or StreamIn. Entries are numbered from 0 in the order of
+    // their being added; StreamIn adds them in ascending order of their keys.
+    using Entry = Cmn_Int32;
+    static constexpr Entry cNone = -1;
+
+    TOC();
+    virtual ~TOC();
+    TOC(const TOC&) = delete;
+    TOC& operator=(const TOC&) = delete;
+
+    // Of the descriptions in AddValue, GetValue and Dump, and whether AddValue repairs ill-formed UTF-8 (as
+    // Sys_TypedOutStream does). StreamIn takes the encoding of its stream.
+    void SetTextForm(ETextEncoding iEncoding, bool iRepairText = false);
+
+    void Clear();
+    Cmn_Int32 GetNumKeys() const;
+    Entry Find(const TOCKey& iKey) const;
+    Entry Find(std::span<const Context> iContexts) const;
+    // The entry that is iNth, from 0 on, in ascending order of the keys.
+    Entry GetInOrder(Cmn_Int32 iNth) const;
+    TOCKey GetKey(Entry iEntry) const;
+    Cmn_Int32 GetNumValues(Entry iEntry) const;
+    TOCValue GetValue(Entry iEntry, Cmn_Int32 iValue) const;
+    // The same without making an object: false where the value is not in this file or has no piece yet.
+    bool GetFirstOffset(Entry iEntry, Cmn_Int32 iValue, Cmn_UInt32& oOffset) const;
+    // True where iOffset is one of the value's pieces.
+    bool HasOffset(Entry iEntry, Cmn_Int32 iValue, Cmn_UInt32 iOffset) const;
+    // Of the innermost context of the key as it was last registered.
+    bool IsList(Entry iEntry) const;
+    void SetIsList(Entry iEntry, bool iIsList);
+
+    // Finds the key or inserts it without values. A key that was there takes the parent positions of the given
+    // contexts, but for those that are Context::cNoParent.
+    Entry Insert(std::span<const Context> iContexts);
+    // Appends a value with an empty local location. The description is cut to StringDisplayInfo::cMaxText bytes.
+    void AddValue(Entry iEntry, std::string_view iDescription);
+    // As FF_Document::TOCValue::AddOffset and Invalidate.
+    void AddOffset(Entry iEntry, Cmn_Int32 iValue, Cmn_UInt32 iOffset);
+    void Invalidate(Entry iEntry, Cmn_Int32 iValue);
+    // Throws Sys_StreamWriteException, with the value as it was, for one that could not be read back.
+    void SetValue(Entry iEntry, Cmn_Int32 iValue, const TOCValue& iNew);
+    // Drops the pieces at iFrom and beyond, whose bytes were taken back; a value that loses all its pieces is invalidated
+    // or, as the last of its key, removed, and a key without values is removed. A chain that leads to such a piece loses
+    // them all. Entries change. Allocates nothing.
+    void ForgetOffsetsFrom(Cmn_UInt32 iFrom);
+
+    // Bytes that StreamOut writes, the stream's header included. O(1).
+    Cmn_Int64 GetStreamSize() const;
+    // The stream: type cTOCStreamType, version 2; count of keys (signed 32), then for each key in ascending order the key,
+    // the count of its values (signed 32), the values.
+    void StreamOut(Sys_TypedOutStream& ioStream) const;
+    // Replaces the content. Throws Sys_StreamReadException, with the offset and the content as it was, for counts and
+    // sizes that the bytes left cannot hold or that leave some over, keys that do not ascend, offsets before iBegin or from iEnd on, and location
+    // chains without end; Cmn_Exception (Cmn_eMessage_UnexpectedStreamType) for a stream of another type, and the typed
+    // exceptions for versions other than 2.
+    void StreamIn(Sys_TypedInStream& ioStream, Cmn_Int64 iEnd, Cmn_Int64 iBegin = 0);
+
+    // One line a value in ascending order, the first of a key "4[1]/7  [1034]  description", further ones numbered:
+    // "4 #1  [2048]  description".
+    std::string Dump() const;
+
+private:
+    bool Has(Entry iEntry, Cmn_Int32 iValue) const;
+
+    std::unique_ptr<FF_TOCTable> mTable;
+    ETextEncoding mEncoding = eTextEncoding_Utf8;
+    bool mRepairText = false;
+};

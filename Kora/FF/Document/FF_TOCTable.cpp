@@ -1,0 +1,203 @@
+// FF_TOCTable's keys: the hash, the order, what is added.
+#include "Kora/FF/Document/FF_TOCTable_p.h"
+
+#include <algorithm>
+#include <numeric>
+#include <random>
+
+namespace {
+
+constexpr std::size_t cFewestSlots = 16;
+
+// Odd, and another in every process: keys that were made to collide in one do not in the next.
+Cmn_UInt64 RandomFactor()
+{
+    static const Cmn_UInt64 sFactor = [] {
+        std::random_device device;
+        return (Cmn_UInt64{device()} << 32 | device()) | 1;
+    }();
+    return sFactor;
+}
+
+} // namespace
+
+FF_TOCTable::FF_TOCTable()
+    : mFactor(RandomFactor())
+{
+}
+
+// --- the hash
+
+// The first bits choose the slot, the last ones are its tag.
+template <class C>
+Cmn_UInt64 FF_TOCTable::HashOf(std::span<const C> iContexts) const
+{
+    Cmn_UInt64 hash = mFactor;
+    for (const C& context : iContexts) {
+        hash = (hash ^ RankOf(context)) * mFactor;
+        hash ^= hash >> 32;
+    }
+    return hash * mFactor;
+}
+
+Cmn_Int32 FF_TOCTable::Find(std::span<const FF_Document::Context> iContexts) const
+{
+    return Find(iContexts, HashOf(iContexts));
+}
+
+Cmn_Int32 FF_TOCTable::Find(std::span<const FF_Document::Context> iContexts, Cmn_UInt64 iHash) const
+{
+    if (mSlots.empty()) return FF_Document::TOC::cNone;
+    const auto isSame = [](const Context& iA, const FF_Document::Context& iB) {
+        return iA.GetRank() == RankOf(iB);
+    };
+    for (std::size_t at = HomeOf(iHash); mSlots[at].entryPlusOne != 0; at = (at + 1) & (mSlots.size() - 1)) {
+        if (mSlots[at].tag != static_cast<Cmn_UInt32>(iHash)) continue;
+        const auto entry = static_cast<Cmn_Int32>(mSlots[at].entryPlusOne - 1);
+        const std::span<const Context> contexts = GetContexts(GetKey(entry));
+        if (std::equal(contexts.begin(), contexts.end(), iContexts.begin(), iContexts.end(), isSame))
+            return entry;
+    }
+    return FF_Document::TOC::cNone;
+}
+
+void FF_TOCTable::PutInSlot(Cmn_UInt64 iHash, std::size_t iEntry)
+{
+    std::size_t at = HomeOf(iHash);
+    while (mSlots[at].entryPlusOne != 0)
+        at = (at + 1) & (mSlots.size() - 1);
+    mSlots[at] = {static_cast<Cmn_UInt32>(iHash), static_cast<Cmn_UInt32>(iEntry + 1)};
+}
+
+void FF_TOCTable::MakeSlotsFor(std::size_t iKeys)
+{
+    const std::size_t wanted = std::max(cFewestSlots, std::bit_ceil(iKeys + iKeys / 4));
+    if (wanted <= mSlots.size()) return;
+    std::vector<Slot>(wanted).swap(mSlots);
+    mSlotShift = 64 - std::countr_zero(wanted);
+    FillSlots();
+}
+
+void FF_TOCTable::FillSlots()
+{
+    std::fill(mSlots.begin(), mSlots.end(), Slot{});
+    for (std::size_t i = 0; i < mKeys.size(); ++i)
+        PutInSlot(HashOf(GetContexts(mKeys[i])), i);
+}
+
+// --- the order
+
+bool FF_TOCTable::IsLess(const Key& iA, const Key& iB) const
+{
+    const std::span<const Context> a = GetContexts(iA);
+    const std::span<const Context> b = GetContexts(iB);
+    return std::lexicographical_compare(
+        a.begin(), a.end(), b.begin(), b.end(),
+        [](const Context& iX, const Context& iY) { return iX.GetRank() < iY.GetRank(); });
+}
+
+Cmn_Int32 FF_TOCTable::GetInOrder(Cmn_Int32 iNth) const
+{
+    if (mAscending == mKeys.size()) return iNth;
+    if (mOrder.size() < mKeys.size()) UpdateOrder();
+    return mOrder[static_cast<std::size_t>(iNth)];
+}
+
+// Sorts what was added since the last time, and merges.
+void FF_TOCTable::UpdateOrder() const
+{
+    const auto sorted = static_cast<std::ptrdiff_t>(mOrder.empty() ? mAscending : mOrder.size());
+    std::vector<Cmn_Int32> order = mOrder;
+    order.resize(mKeys.size());
+    const std::ptrdiff_t known = mOrder.empty() ? 0 : sorted;
+    std::iota(order.begin() + known, order.end(), static_cast<Cmn_Int32>(known));
+    const auto isLess = [this](Cmn_Int32 iA, Cmn_Int32 iB) { return IsLess(GetKey(iA), GetKey(iB)); };
+    std::sort(order.begin() + sorted, order.end(), isLess);
+    std::inplace_merge(order.begin(), order.begin() + sorted, order.end(), isLess);
+    mOrder.swap(order);
+}
+
+void FF_TOCTable::CountAscending()
+{
+    mOrder.clear();
+    mAscending = std::min<std::size_t>(1, mKeys.size());
+    while (mAscending < mKeys.size() && IsLess(mKeys[mAscending - 1], mKeys[mAscending]))
+        ++mAscending;
+}
+
+// --- what is added
+
+Cmn_Int32 FF_TOCTable::Insert(std::span<const FF_Document::Context> iContexts)
+{
+    const Cmn_UInt64 hash = HashOf(iContexts);
+    const Cmn_Int32 found = Find(iContexts, hash);
+    if (found != FF_Document::TOC::cNone) {
+        Context* stored = mContexts.data() + GetKey(found).firstContext;
+        for (const FF_Document::Context& context : iContexts) {
+            if (context.GetParentPosition() != FF_Document::Context::cNoParent)
+                stored->parent = context.GetParentPosition();
+            ++stored;
+        }
+        return found;
+    }
+    // Room first: what follows must not fail half-way.
+    mKeys.ReserveMore(1);
+    mContexts.ReserveMore(iContexts.size());
+    MakeSlotsFor(mKeys.size() + 1);
+    const std::size_t entry = mKeys.size();
+    mKeys.push_back(
+        {static_cast<Cmn_UInt32>(mContexts.size()), static_cast<Cmn_UInt32>(iContexts.size()), 0, 0, 0});
+    for (const FF_Document::Context& context : iContexts)
+        mContexts.push_back(Flat(context));
+    PutInSlot(hash, entry);
+    mKeyBytes += KeySize(iContexts.size());
+    if (mAscending == entry && (entry == 0 || IsLess(mKeys[entry - 1], mKeys[entry]))) ++mAscending;
+    return static_cast<Cmn_Int32>(entry);
+}
+
+void FF_TOCTable::SetIsList(Cmn_Int32 iEntry, bool iIsList)
+{
+    const Key& key = GetKey(iEntry);
+    if (key.contextCount != 0) mContexts[key.firstContext + key.contextCount - 1].isList = iIsList;
+}
+
+void FF_TOCTable::MakeRoomForValue(Key& ioKey)
+{
+    if (ioKey.valueCount < ioKey.valueRoom) return;
+    const std::size_t more = std::max<std::size_t>(1, ioKey.valueRoom);
+    if (ioKey.firstValue + std::size_t{ioKey.valueRoom} == mValues.size()) {
+        mValues.resize(mValues.size() + more);
+    } else {
+        const std::size_t first = mValues.size();
+        mValues.resize(first + ioKey.valueRoom + more);
+        std::copy_n(mValues.begin() + ioKey.firstValue, ioKey.valueCount,
+                    mValues.begin() + static_cast<std::ptrdiff_t>(first));
+        ioKey.firstValue = static_cast<Cmn_UInt32>(first);
+    }
+    ioKey.valueRoom += static_cast<Cmn_UInt32>(more);
+}
+
+void FF_TOCTable::AddValue(Cmn_Int32 iEntry, std::string_view iText)
+{
+    namespace B = FF_TOCBytes;
+    Key& key = mKeys[static_cast<std::size_t>(iEntry)];
+    MakeRoomForValue(key);
+    const std::size_t begin = mArena.size();
+    const std::size_t size = B::cLocalHeader + B::cPartHeader + 4 + iText.size() + B::cPartHeader;
+    const std::size_t room = size + B::cOffsetSize; // for the piece that is about to come
+    mArena.resize(begin + room);
+
+    Cmn_UInt8* at = mArena.data() + begin;
+    B::StoreLocalHeader(at, 0);
+    at += B::cLocalHeader;
+    *at = FF_Document::DisplayInfo::cString;
+    Sys_StoreInteger(at + 1, static_cast<Cmn_UInt16>(4 + iText.size()), false);
+    Sys_StoreInteger(at + B::cPartHeader, static_cast<Cmn_UInt32>(iText.size()), false);
+    std::copy(iText.begin(), iText.end(), at + B::cPartHeader + 4);
+    // The index information of type 0 and no bytes are zeros, as the arena's new bytes are.
+
+    mValues[key.firstValue + std::size_t{key.valueCount}] = {begin, static_cast<Cmn_UInt32>(size),
+                                                             static_cast<Cmn_UInt32>(room)};
+    ++key.valueCount;
+    mValueBytes += static_cast<Cmn_Int64>(size);
+}

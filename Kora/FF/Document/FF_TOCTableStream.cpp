@@ -1,0 +1,141 @@
+// FF_TOCTable's stream: read from memory in one pass, written in large pieces.
+#include "Kora/FF/Document/FF_TOCTable_p.h"
+
+#include <algorithm>
+#include <memory>
+
+namespace {
+
+// Hands bytes to a stream in pieces that are large against the cost of a call.
+class PieceWriter
+{
+public:
+    // iTotal: of all that will be written.
+    PieceWriter(Sys_TypedOutStream& ioStream, Cmn_Int64 iTotal)
+        : mStream(ioStream)
+        , mSize(static_cast<std::size_t>(std::min(iTotal, cPiece)))
+        , mBytes(std::make_unique_for_overwrite<Cmn_UInt8[]>(mSize))
+    {
+    }
+
+    // Where the next iCount bytes go, at most as many as the largest value has.
+    Cmn_UInt8* Take(std::size_t iCount)
+    {
+        if (iCount > mSize - mUsed) Flush();
+        mUsed += iCount;
+        return mBytes.get() + mUsed - iCount;
+    }
+    template <class T>
+    void Put(T iValue)
+    {
+        Sys_StoreInteger(Take(sizeof(T)), iValue, mStream.IsSwapped());
+    }
+    void Flush()
+    {
+        mStream.WriteBytes(mBytes.get(), mUsed);
+        mUsed = 0;
+    }
+
+private:
+    static constexpr Cmn_Int64 cPiece = 256 * 1024;
+    static_assert(cPiece > Cmn_Int64{FF_TOCBytes::cLargestValue});
+
+    Sys_TypedOutStream& mStream;
+    std::size_t mSize;
+    std::unique_ptr<Cmn_UInt8[]> mBytes;
+    std::size_t mUsed = 0;
+};
+
+} // namespace
+
+void FF_TOCTable::WriteBody(Sys_TypedOutStream& ioStream) const
+{
+    const bool swap = ioStream.IsSwapped();
+    PieceWriter pieces(ioStream, GetBodySize());
+    pieces.Put(static_cast<Cmn_Int32>(mKeys.size()));
+    for (std::size_t nth = 0; nth < mKeys.size(); ++nth) {
+        const Key& key = GetKey(GetInOrder(static_cast<Cmn_Int32>(nth)));
+        pieces.Put(key.contextCount);
+        for (const Context& context : GetContexts(key)) {
+            Cmn_UInt8* const at = pieces.Take(cContextSize);
+            Sys_StoreInteger(at, context.GetStreamType(), swap);
+            Sys_StoreInteger(at + 2, context.parent, swap);
+            at[6] = static_cast<Cmn_UInt8>(context.isList);
+            Sys_StoreInteger(at + 7, context.GetListIndex(), swap);
+        }
+        pieces.Put(key.valueCount);
+        for (std::size_t i = 0; i < key.valueCount; ++i) {
+            const Value& value = mValues[key.firstValue + i];
+            Cmn_UInt8* const at = pieces.Take(value.size);
+            std::memcpy(at, BytesOf(value), value.size);
+            if (swap) FF_TOCBytes::SwapValue(at, false);
+        }
+    }
+    pieces.Flush();
+}
+
+void FF_TOCTable::ReadBody(FF_TOCCursor& ioCursor, Cmn_Int64 iBegin, Cmn_Int64 iEnd)
+{
+    // Keys ascend, so that one at most, the first, has no contexts, and every other takes KeySize(1) bytes.
+    ioCursor.Fill(cCountSize);
+    const auto count = ioCursor.Take<Cmn_Int32>();
+    ioCursor.Require(count >= 0 && count * KeySize(1) - cContextSize <= ioCursor.GetBytesLeft());
+    for (Cmn_Int32 i = 0; i < count; ++i) {
+        ReadKey(ioCursor);
+        // The keys of a document mostly are of one depth, with one value each.
+        if (i == 0) Reserve(ioCursor.GetBytesLeft(), static_cast<std::size_t>(count), mKeys[0].contextCount);
+        ReadValues(ioCursor, iBegin, iEnd);
+    }
+    // No later version appends to this one: its number would be another.
+    ioCursor.Require(ioCursor.GetBytesLeft() == 0);
+    mAscending = mKeys.size();
+    MakeSlotsFor(mKeys.size());
+}
+
+void FF_TOCTable::Reserve(Cmn_Int64 iBytes, std::size_t iKeys, std::size_t iDepth)
+{
+    const auto bytes = static_cast<std::size_t>(iBytes);
+    const std::size_t contexts = std::min(bytes / cContextSize, iKeys * iDepth);
+    const std::size_t keyBytes = contexts * cContextSize + iKeys * 2 * cCountSize;
+    mKeys.reserve(iKeys);
+    mContexts.reserve(mContexts.size() + contexts);
+    mValues.reserve(std::min(bytes / FF_TOCBytes::cSmallestValue, iKeys));
+    if (bytes > keyBytes) mArena.reserve(bytes - keyBytes);
+}
+
+void FF_TOCTable::ReadKey(FF_TOCCursor& ioCursor)
+{
+    Key key{static_cast<Cmn_UInt32>(mContexts.size()), 0, static_cast<Cmn_UInt32>(mValues.size()), 0, 0};
+    ioCursor.Fill(cCountSize);
+    key.contextCount = static_cast<Cmn_UInt32>(ioCursor.TakeCount(cContextSize));
+    const bool swap = ioCursor.IsSwapped();
+    for (Cmn_UInt32 i = 0; i < key.contextCount; ++i) {
+        ioCursor.Fill(cContextSize);
+        const Cmn_UInt8* const at = ioCursor.Skip(cContextSize);
+        ioCursor.Require(at[6] <= 1);
+        mContexts.emplace_back(Sys_LoadInteger<Cmn_Int16>(at, swap),
+                               Sys_LoadInteger<Cmn_UInt32>(at + 2, swap), at[6] != 0,
+                               Sys_LoadInteger<Cmn_Int32>(at + 7, swap));
+    }
+    ioCursor.Require(mKeys.empty() || IsLess(mKeys.back(), key));
+    mKeys.push_back(key);
+    mKeyBytes += KeySize(key.contextCount);
+}
+
+void FF_TOCTable::ReadValues(FF_TOCCursor& ioCursor, Cmn_Int64 iBegin, Cmn_Int64 iEnd)
+{
+    ioCursor.Fill(cCountSize);
+    const Cmn_Int32 count = ioCursor.TakeCount(FF_TOCBytes::cSmallestValue);
+    mKeys.back().valueCount = mKeys.back().valueRoom = static_cast<Cmn_UInt32>(count);
+    for (Cmn_Int32 i = 0; i < count; ++i) {
+        ioCursor.Fill(FF_TOCBytes::cLargestValue);
+        const Cmn_UInt8* const from = ioCursor.GetAt();
+        ioCursor.SkipValue(iBegin, iEnd);
+        const Cmn_UInt8* const to = ioCursor.GetAt();
+        const auto size = static_cast<Cmn_UInt32>(to - from);
+        mValues.push_back({mArena.size(), size, size});
+        mArena.Append(from, to);
+        if (ioCursor.IsSwapped()) FF_TOCBytes::SwapValue(BytesOf(mValues.back()), true);
+        mValueBytes += size;
+    }
+}

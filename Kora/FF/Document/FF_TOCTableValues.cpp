@@ -1,0 +1,167 @@
+// FF_TOCTable's values: their bytes, and what changes in them.
+#include "Kora/FF/Document/FF_TOCTable_p.h"
+
+#include "Bastel/I18N/I18N_Utils.h"
+
+#include <algorithm>
+
+namespace {
+
+constexpr Cmn_Int32 cTooLong = 2024; // of the message table
+
+std::size_t CountOf(std::span<const Cmn_UInt8> iOffsets)
+{
+    return iOffsets.size() / FF_TOCBytes::cOffsetSize;
+}
+
+} // namespace
+
+std::span<const Cmn_UInt8> FF_TOCTable::GetValue(Cmn_Int32 iEntry, Cmn_Int32 iValue) const
+{
+    const Value& value = ValueOf(iEntry, iValue);
+    return {BytesOf(value), value.size};
+}
+
+std::span<const Cmn_UInt8> FF_TOCTable::GetOffsets(Cmn_Int32 iEntry, Cmn_Int32 iValue) const
+{
+    return FF_TOCBytes::Offsets(BytesOf(ValueOf(iEntry, iValue)));
+}
+
+void FF_TOCTable::ResizeLocation(Value& ioValue, std::size_t iNewSize)
+{
+    const std::size_t oldSize = FF_TOCBytes::LocationSize(BytesOf(ioValue));
+    const std::size_t tail = ioValue.size - oldSize;
+    const std::size_t size = iNewSize + tail;
+    if (size > ioValue.room) {
+        // As much room again as the location has bytes: pieces that keep coming move a value ever more rarely.
+        const std::size_t room = size + iNewSize;
+        const bool isLast = ioValue.begin + ioValue.room == mArena.size();
+        const std::size_t begin = isLast ? ioValue.begin : mArena.size();
+        mArena.resize(begin + room);
+        if (!isLast) std::copy_n(BytesOf(ioValue), ioValue.size, mArena.data() + begin);
+        ioValue.begin = begin;
+        ioValue.room = static_cast<Cmn_UInt32>(room);
+    }
+    Cmn_UInt8* const bytes = BytesOf(ioValue);
+    std::memmove(bytes + iNewSize, bytes + oldSize, tail);
+    mValueBytes += static_cast<Cmn_Int64>(size) - ioValue.size;
+    ioValue.size = static_cast<Cmn_UInt32>(size);
+}
+
+void FF_TOCTable::AddOffset(Cmn_Int32 iEntry, Cmn_Int32 iValue, Cmn_UInt32 iOffset)
+{
+    Value& value = ValueOf(iEntry, iValue);
+    const std::size_t count = CountOf(FF_TOCBytes::Offsets(BytesOf(value)));
+    if (count >= FF_Document::LocalLocation::cMaxOffsets)
+        throw std::length_error(I18N_Utils::GetString(cTooLong));
+    const std::size_t end = FF_TOCBytes::cLocalHeader + FF_TOCBytes::cOffsetSize * count;
+    ResizeLocation(value, end + FF_TOCBytes::cOffsetSize);
+    FF_TOCBytes::StoreLocalHeader(BytesOf(value), count + 1);
+    Sys_StoreInteger(BytesOf(value) + end, iOffset, false);
+}
+
+void FF_TOCTable::Invalidate(Cmn_Int32 iEntry, Cmn_Int32 iValue) { InvalidateValue(ValueOf(iEntry, iValue)); }
+
+void FF_TOCTable::InvalidateValue(Value& ioValue)
+{
+    // Nothing has to move: the smallest location fits wherever another stood.
+    ResizeLocation(ioValue, FF_TOCBytes::cPartHeader);
+    std::fill_n(BytesOf(ioValue), FF_TOCBytes::cPartHeader, Cmn_UInt8{0});
+}
+
+void FF_TOCTable::SetValue(Cmn_Int32 iEntry, Cmn_Int32 iValue, std::span<const Cmn_UInt8> iBytes)
+{
+    Value& value = ValueOf(iEntry, iValue);
+    if (iBytes.size() > value.room) {
+        const std::size_t begin = mArena.size();
+        const std::size_t room = std::max<std::size_t>(iBytes.size(), 2 * std::size_t{value.room});
+        mArena.resize(begin + room);
+        mValueBytes -= value.size;
+        value = {begin, 0, static_cast<Cmn_UInt32>(room)};
+    }
+    std::copy(iBytes.begin(), iBytes.end(), BytesOf(value));
+    mValueBytes += static_cast<Cmn_Int64>(iBytes.size()) - value.size;
+    value.size = static_cast<Cmn_UInt32>(iBytes.size());
+}
+
+// --- forgetting
+
+bool FF_TOCTable::ForgetPieces(Value& ioValue, Cmn_UInt32 iFrom)
+{
+    Cmn_UInt8* const bytes = BytesOf(ioValue);
+    const Cmn_UInt8* const last = FF_TOCBytes::LastLocation(bytes);
+    const std::span<const Cmn_UInt8> offsets = FF_TOCBytes::Offsets(last);
+    std::size_t kept = 0;
+    for (std::size_t i = 0; i < CountOf(offsets); ++i) {
+        const auto offset = Sys_LoadInteger<Cmn_UInt32>(offsets.data() + FF_TOCBytes::cOffsetSize * i, false);
+        if (offset >= iFrom) continue;
+        // Written over what was read before; the count still tells of the old ones.
+        if (last == bytes)
+            Sys_StoreInteger(bytes + FF_TOCBytes::cLocalHeader + FF_TOCBytes::cOffsetSize * kept, offset,
+                             false);
+        ++kept;
+    }
+    if (kept == CountOf(offsets)) return true;
+    // A chain that leads to a lost piece is lost as a whole: nobody registers pieces behind others' locations.
+    if (kept == 0 || last != bytes) return false;
+    ResizeLocation(ioValue, FF_TOCBytes::cLocalHeader + FF_TOCBytes::cOffsetSize * kept);
+    FF_TOCBytes::StoreLocalHeader(bytes, kept);
+    return true;
+}
+
+void FF_TOCTable::ForgetValues(Key& ioKey, Cmn_UInt32 iFrom)
+{
+    for (std::size_t i = ioKey.valueCount; i-- > 0;) {
+        Value& value = mValues[ioKey.firstValue + i];
+        if (ForgetPieces(value, iFrom)) continue;
+        if (i + 1 == ioKey.valueCount) {
+            mValueBytes -= value.size;
+            --ioKey.valueCount;
+        } else {
+            InvalidateValue(value);
+        }
+    }
+}
+
+void FF_TOCTable::ForgetOffsetsFrom(Cmn_UInt32 iFrom)
+{
+    bool isAnyEmpty = false;
+    for (Key& key : mKeys) {
+        ForgetValues(key, iFrom);
+        isAnyEmpty |= key.valueCount == 0;
+    }
+    if (isAnyEmpty) RemoveKeysWithoutValues();
+}
+
+void FF_TOCTable::RemoveKeysWithoutValues()
+{
+    std::size_t contexts = 0;
+    std::size_t values = 0;
+    std::size_t keys = 0;
+    for (const Key& old : mKeys) {
+        if (old.valueCount == 0) {
+            mKeyBytes -= KeySize(old.contextCount);
+            continue;
+        }
+        Key key = old;
+        std::copy_n(mContexts.begin() + old.firstContext, old.contextCount,
+                    mContexts.begin() + static_cast<std::ptrdiff_t>(contexts));
+        key.firstContext = static_cast<Cmn_UInt32>(contexts);
+        contexts += key.contextCount;
+        values = std::max(values, key.firstValue + std::size_t{key.valueRoom});
+        mKeys[keys++] = key;
+    }
+    mKeys.resize(keys);
+    mContexts.Truncate(contexts);
+    mValues.resize(values);
+    std::size_t arena = 0;
+    for (const Key& key : mKeys) {
+        for (std::size_t i = 0; i < key.valueCount; ++i) {
+            const Value& value = mValues[key.firstValue + i];
+            arena = std::max<std::size_t>(arena, value.begin + value.room);
+        }
+    }
+    mArena.resize(arena);
+    FillSlots();
+    CountAscending();
+}

@@ -1,0 +1,162 @@
+// FF_TOCTable: the content of a table of contents as one flat table.
+//
+//   keys       {first context, count, first value, count, room}   one a key, in the order of their being added
+//   contexts   {ranks, parent position, list mark}                a key's stand together, in the order of the keys
+//   values     {begin, size, room}                                a key's stand together; behind them room for more
+//   arena      bytes of the values as on disk, little-endian      behind a value's bytes room for more pieces
+//   slots      {tag, entry + 1}                                   open addressing, a power of two, four fifths full at most
+//
+// What outgrows its room moves to the end with twice the room, so that adding costs O(1) amortised whichever key or
+// value it concerns, and what moves leave behind is no more than what is in use.
+//
+// Invariants: (1) no two keys have the same ranks  (2) every value's bytes are such as FF_TOCCursor::SkipValue passes
+//             over  (3) mKeyBytes and mValueBytes are what the keys and values take on disk  (4) the first
+//             mAscending keys ascend.
+// Entries:    indexes of keys. They, and values' indexes, are the caller's to check.
+#pragma once
+
+#include "Kora/FF/Document/FF_Document_TOC.h"
+#include "Kora/FF/Format/FF_TOCArray_p.h"
+#include "Kora/FF/Format/FF_TOCBytes_p.h"
+
+class FF_TOCTable
+{
+public:
+    // Twelve bytes: of what a table reads and keeps, contexts are the most.
+    struct Context
+    {
+        Cmn_UInt32 listRank;
+        Cmn_UInt32 parent;
+        Cmn_UInt16 typeRank;
+        bool isList;
+
+        Context(Cmn_Int16 iStreamType, Cmn_UInt32 iParent, bool iIsList, Cmn_Int32 iListIndex)
+            : listRank(static_cast<Cmn_UInt32>(iListIndex) ^ 0x80000000)
+            , parent(iParent)
+            , typeRank(static_cast<Cmn_UInt16>(iStreamType ^ 0x8000))
+            , isList(iIsList)
+        {
+        }
+        Cmn_Int16 GetStreamType() const { return static_cast<Cmn_Int16>(typeRank ^ 0x8000); }
+        Cmn_Int32 GetListIndex() const { return static_cast<Cmn_Int32>(listRank ^ 0x80000000); }
+        // Ascends as contexts do: by stream type, then list index.
+        Cmn_UInt64 GetRank() const { return Cmn_UInt64{typeRank} << 32 | listRank; }
+    };
+    struct Key
+    {
+        Cmn_UInt32 firstContext;
+        Cmn_UInt32 contextCount;
+        Cmn_UInt32 firstValue;
+        Cmn_UInt32 valueCount;
+        Cmn_UInt32 valueRoom;
+    };
+
+    FF_TOCTable();
+
+    std::size_t GetNumKeys() const { return mKeys.size(); }
+    const Key& GetKey(Cmn_Int32 iEntry) const { return mKeys[static_cast<std::size_t>(iEntry)]; }
+    std::span<const Context> GetContexts(const Key& iKey) const
+    {
+        return {mContexts.data() + iKey.firstContext, iKey.contextCount};
+    }
+    // The bytes of a value, little-endian.
+    std::span<const Cmn_UInt8> GetValue(Cmn_Int32 iEntry, Cmn_Int32 iValue) const;
+    // Of a value whose location is local, as bytes.
+    std::span<const Cmn_UInt8> GetOffsets(Cmn_Int32 iEntry, Cmn_Int32 iValue) const;
+
+    Cmn_Int32 Find(std::span<const FF_Document::Context> iContexts) const;
+    // The entry that is iNth in ascending order of the keys.
+    Cmn_Int32 GetInOrder(Cmn_Int32 iNth) const;
+
+    Cmn_Int32 Insert(std::span<const FF_Document::Context> iContexts);
+    void SetIsList(Cmn_Int32 iEntry, bool iIsList);
+    // iText: UTF-8 of at most StringDisplayInfo::cMaxText bytes.
+    void AddValue(Cmn_Int32 iEntry, std::string_view iText);
+    void AddOffset(Cmn_Int32 iEntry, Cmn_Int32 iValue, Cmn_UInt32 iOffset);
+    void Invalidate(Cmn_Int32 iEntry, Cmn_Int32 iValue);
+    // iBytes: as GetValue gives them.
+    void SetValue(Cmn_Int32 iEntry, Cmn_Int32 iValue, std::span<const Cmn_UInt8> iBytes);
+    // Allocates nothing.
+    void ForgetOffsetsFrom(Cmn_UInt32 iFrom);
+
+    // The body of the stream, behind its type.
+    Cmn_Int64 GetBodySize() const { return cCountSize + mKeyBytes + mValueBytes; }
+    void WriteBody(Sys_TypedOutStream& ioStream) const;
+    // Into a table that is empty.
+    void ReadBody(FF_TOCCursor& ioCursor, Cmn_Int64 iBegin, Cmn_Int64 iEnd);
+
+private:
+    struct Value
+    {
+        Cmn_UInt64 begin;
+        Cmn_UInt32 size;
+        Cmn_UInt32 room;
+    };
+    struct Slot
+    {
+        Cmn_UInt32 tag;
+        Cmn_UInt32 entryPlusOne; // 0 where the slot is free
+    };
+    static constexpr Cmn_Int64 cCountSize = 4;
+    static constexpr Cmn_Int64 cContextSize = FF_Document::Context::cStreamSize;
+
+    static Context Flat(const FF_Document::Context& iContext)
+    {
+        return {iContext.GetStreamType(), iContext.GetParentPosition(), iContext.IsList(),
+                iContext.GetListIndex()};
+    }
+    static Cmn_UInt64 RankOf(const FF_Document::Context& iContext) { return Flat(iContext).GetRank(); }
+    static Cmn_UInt64 RankOf(const Context& iContext) { return iContext.GetRank(); }
+    static Cmn_Int64 KeySize(std::size_t iContexts)
+    {
+        return 2 * cCountSize + cContextSize * static_cast<Cmn_Int64>(iContexts);
+    }
+
+    template <class C>
+    Cmn_UInt64 HashOf(std::span<const C> iContexts) const;
+    std::size_t HomeOf(Cmn_UInt64 iHash) const { return static_cast<std::size_t>(iHash >> mSlotShift); }
+    Cmn_Int32 Find(std::span<const FF_Document::Context> iContexts, Cmn_UInt64 iHash) const;
+    void PutInSlot(Cmn_UInt64 iHash, std::size_t iEntry);
+    void MakeSlotsFor(std::size_t iKeys);
+    void FillSlots();
+    void CountAscending();
+
+    bool IsLess(const Key& iA, const Key& iB) const;
+    void UpdateOrder() const;
+
+    const Value& ValueOf(Cmn_Int32 iEntry, Cmn_Int32 iValue) const
+    {
+        return mValues[GetKey(iEntry).firstValue + static_cast<std::size_t>(iValue)];
+    }
+    Value& ValueOf(Cmn_Int32 iEntry, Cmn_Int32 iValue)
+    {
+        return const_cast<Value&>(static_cast<const FF_TOCTable&>(*this).ValueOf(iEntry, iValue));
+    }
+    Cmn_UInt8* BytesOf(const Value& iValue) { return mArena.data() + iValue.begin; }
+    const Cmn_UInt8* BytesOf(const Value& iValue) const { return mArena.data() + iValue.begin; }
+    void MakeRoomForValue(Key& ioKey);
+    // Gives the location iNewSize bytes, the old ones first, and moves what stands behind it.
+    void ResizeLocation(Value& ioValue, std::size_t iNewSize);
+    void InvalidateValue(Value& ioValue);
+    // False where the value has lost all its pieces.
+    bool ForgetPieces(Value& ioValue, Cmn_UInt32 iFrom);
+    void ForgetValues(Key& ioKey, Cmn_UInt32 iFrom);
+    void RemoveKeysWithoutValues();
+
+    void ReadKey(FF_TOCCursor& ioCursor);
+    void ReadValues(FF_TOCCursor& ioCursor, Cmn_Int64 iBegin, Cmn_Int64 iEnd);
+    void Reserve(Cmn_Int64 iBytes, std::size_t iKeys, std::size_t iDepth);
+
+    FF_TOCArray<Key> mKeys;
+    FF_TOCArray<Context> mContexts;
+    FF_TOCArray<Value> mValues;
+    FF_TOCArray<Cmn_UInt8> mArena;
+    std::vector<Slot> mSlots;
+    int mSlotShift = 0;
+    Cmn_UInt64 mFactor; // of the hash
+    Cmn_Int64 mKeyBytes = 0;
+    Cmn_Int64 mValueBytes = 0;
+    std::size_t mAscending = 0;
+    // The entries in order, as far as they were asked for; unused while all keys ascend.
+    mutable std::vector<Cmn_Int32> mOrder;
+};

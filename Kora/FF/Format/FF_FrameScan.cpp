@@ -1,0 +1,207 @@
+#include "Kora/FF/Format/FF_FrameScan_p.h"
+
+#include "Bastel/Cmn/Cmn_Exception.h"
+#include "Bastel/Sys/Sys_Crc32C.h"
+#include "Kora/FF/Format/FF_Format_p.h"
+
+#include <algorithm>
+#include <cstring>
+#include <functional>
+#include <limits>
+#include <queue>
+#include <set>
+#include <tuple>
+
+namespace {
+
+using Fields = Sys_StdStreamHeaderFields;
+
+// One pass. Holds between steps: everything before mDone is searched and summed.
+class Pass
+{
+public:
+    Pass(FF_StreamWindow& ioWindow, bool iSwap, Cmn_Int64 iFrom, Cmn_Int64 iTo, FF_EMovedFrames iMoved)
+        : mWindow(ioWindow)
+        , mTyped(ioWindow, iSwap)
+        , mDone(iFrom)
+        , mEnd(iTo)
+        , mTakesMoved(iMoved == eMovedFrames_Take)
+    {
+    }
+
+    // In the order of their places.
+    std::vector<FF_Frame> Run()
+    {
+        while (mDone < mEnd) {
+            std::span<const Cmn_UInt8> bytes = mWindow.At(mDone, Fields::cMagic.size());
+            const Cmn_Int64 left = mEnd - mDone;
+            if (static_cast<Cmn_Int64>(bytes.size()) > left)
+                bytes = bytes.first(static_cast<std::size_t>(left));
+            const std::size_t found = FF_FindMagic(bytes);
+            Advance(mDone + static_cast<Cmn_Int64>(found));
+            if (found == bytes.size()) continue;
+            Look();
+            Advance(std::min(mDone + static_cast<Cmn_Int64>(Fields::cMagic.size()), mEnd));
+        }
+        return std::move(mFrames);
+    }
+
+private:
+    // A place where the running sum is wanted: where the body of a frame begins, or ends.
+    struct Mark
+    {
+        Cmn_Int64 place;
+        bool isEnd;
+        std::size_t frame;
+        bool operator>(const Mark& iOther) const
+        {
+            return std::tie(place, isEnd, frame) > std::tie(iOther.place, iOther.isEnd, iOther.frame);
+        }
+    };
+
+    void Sum(Cmn_Int64 iTo)
+    {
+        while (mDone < iTo) {
+            const std::span<const Cmn_UInt8> bytes = mWindow.At(mDone);
+            if (bytes.empty()) throw Sys_StreamReadException(mDone); // the file became shorter
+            const Cmn_Int64 count = std::min(static_cast<Cmn_Int64>(bytes.size()), iTo - mDone);
+            mSum = Sys_Crc32C(mSum, bytes.data(), static_cast<std::size_t>(count));
+            mDone += count;
+        }
+    }
+
+    void Advance(Cmn_Int64 iTo)
+    {
+        while (!mMarks.empty() && mMarks.top().place <= iTo) {
+            const Mark mark = mMarks.top();
+            mMarks.pop();
+            Sum(mark.place);
+            FF_Frame& frame = mFrames[mark.frame];
+            if (mark.isEnd) {
+                frame.sum = mSum ^ Sys_Crc32CCombine(frame.sum, 0, frame.bodySize);
+                frame.isWhole = frame.sum == frame.header.bodySum;
+            } else
+                frame.sum = mSum;
+        }
+        Sum(iTo);
+    }
+
+    // At a magic.
+    void Look()
+    {
+        // Header and stream type in memory, so that a header that is none costs no reading.
+        mWindow.At(mDone, Fields::cMaxSize + FF_Format::cStreamTypeSize);
+        mTyped.SetPosition(mDone);
+        FF_Frame frame;
+        try {
+            if (!Take(Fields::Read(mTyped), frame)) return;
+        } catch (const Sys_StreamReadException&) {
+            return; // the file ends within what would be a header
+        }
+        const Cmn_Int64 body = mTyped.GetPosition();
+        const Cmn_Int64 size = frame.header.end - frame.header.body;
+        if (frame.header.name == FF_Format::cStreamName && size >= FF_Format::cStreamTypeSize)
+            frame.streamType = mTyped.ReadInt16();
+        if (!frame.isOpenEnded) {
+            mMarks.push({body, false, mFrames.size()});
+            mMarks.push({body + size, true, mFrames.size()});
+        }
+        mFrames.push_back(std::move(frame));
+    }
+
+    bool Take(Fields&& iFields, FF_Frame& oFrame) const
+    {
+        if (!iFields.IsGenuineElsewhere() || !iFields.HasSums()) return false;
+        if (!mTakesMoved && !iFields.IsGenuine()) return false;
+        const Cmn_Int64 origin = iFields.GetOrigin();
+        const Cmn_Int64 headerSize = mTyped.GetPosition() - mDone;
+        const Cmn_Int64 left = mEnd - mTyped.GetPosition();
+        if (left < 0) return false;
+        const Cmn_Int64 size = iFields.IsComplete() ? Cmn_Int64{iFields.bodySize} : left;
+        if (origin + headerSize + size > FF_Format::cMaxFileSize && iFields.IsComplete()) return false;
+        oFrame.isOpenEnded = !iFields.IsComplete() || size > left;
+        oFrame.bodySize = iFields.bodySize;
+        oFrame.place = mDone;
+        Sys_StdStreamHeaderInfo& header = oFrame.header;
+        header.version = iFields.version;
+        header.listIndex = iFields.listIndex;
+        header.isList = iFields.IsList();
+        header.hasSums = true;
+        header.isComplete = iFields.IsComplete();
+        header.bodySum = iFields.GetBodySumElsewhere();
+        header.start = origin;
+        header.body = origin + headerSize;
+        header.end = header.body + std::min(size, left);
+        header.name = std::move(iFields.name);
+        return true;
+    }
+
+    FF_StreamWindow& mWindow;
+    Sys_TypedInStream mTyped;
+    Cmn_Int64 mDone;
+    Cmn_Int64 mEnd;
+    bool mTakesMoved;
+    Cmn_UInt32 mSum = 0; // of [where the pass began, mDone)
+    std::priority_queue<Mark, std::vector<Mark>, std::greater<>> mMarks;
+    std::vector<FF_Frame> mFrames;
+};
+
+// Leaves those that are believed; iFrames is in the order of their places.
+void DropUnlikely(std::vector<FF_Frame>& ioFrames)
+{
+    Cmn_Int64 wholeEnd = 0; // of the whole frame around
+    Cmn_Int64 shift = 0;    // how far that was moved
+    std::set<Cmn_Int64> shifts{0};
+    std::erase_if(ioFrames, [&](const FF_Frame& frame) {
+        const bool isInside = frame.place < wholeEnd;
+        if (isInside && frame.GetShift() != shift) return true;
+        if (frame.isWhole && !isInside) {
+            wholeEnd = frame.GetPlaceOfEnd();
+            shift = frame.GetShift();
+            shifts.insert(shift);
+        }
+        return false;
+    });
+    std::erase_if(ioFrames, [&](const FF_Frame& f) { return !f.isWhole && !shifts.contains(f.GetShift()); });
+}
+
+// Of those from one place the best comes first.
+bool IsBetter(const FF_Frame& a, const FF_Frame& b)
+{
+    const auto rank = [](const FF_Frame& f) {
+        return std::tuple(f.header.start, !f.isWhole, f.GetShift() != 0, f.place);
+    };
+    return rank(a) < rank(b);
+}
+
+} // namespace
+
+std::size_t FF_FindMagic(std::span<const Cmn_UInt8> iBytes)
+{
+    const auto& magic = Fields::cMagic;
+    std::size_t at = 0;
+    while (at < iBytes.size()) {
+        const void* found = std::memchr(iBytes.data() + at, magic[0], iBytes.size() - at);
+        if (found == nullptr) return iBytes.size();
+        at = static_cast<std::size_t>(static_cast<const Cmn_UInt8*>(found) - iBytes.data());
+        if (std::memcmp(iBytes.data() + at, magic.data(), std::min(magic.size(), iBytes.size() - at)) == 0)
+            return at;
+        ++at;
+    }
+    return at;
+}
+
+FF_FoundFrames FF_FindFrames(FF_StreamWindow& ioWindow, bool iSwap, Cmn_Int64 iFrom, Cmn_Int64 iTo,
+                             FF_EMovedFrames iMoved)
+{
+    std::vector<FF_Frame> frames = Pass(ioWindow, iSwap, iFrom, std::max(iFrom, iTo), iMoved).Run();
+    if (iMoved == eMovedFrames_Ignore) return {std::move(frames), {}};
+    DropUnlikely(frames);
+    std::sort(frames.begin(), frames.end(), IsBetter);
+    FF_FoundFrames found;
+    for (FF_Frame& frame : frames) {
+        const bool isDouble = !found.frames.empty() && found.frames.back().header.start == frame.header.start;
+        (isDouble ? found.doubles : found.frames).push_back(std::move(frame));
+    }
+    return found;
+}

@@ -1,0 +1,224 @@
+#include "Kora/FF/Rescue/FF_DocumentCheck.h"
+
+#include "Bastel/Cmn/Cmn_Exception.h"
+#include "Kora/FF/Document/FF_Document_TOC.h"
+#include "Kora/FF/Rescue/FF_DocumentFile_p.h"
+
+#include <algorithm>
+#include <set>
+
+namespace {
+
+using Node = FF_StreamWalk::Node;
+
+std::string Bytes(Cmn_Int64 iCount) { return std::to_string(iCount) + (iCount == 1 ? " byte" : " bytes"); }
+
+class Checker
+{
+public:
+    explicit Checker(const Sys_FileLoc& iLocation)
+        : mFile(iLocation)
+        , mFaults(mFile.GetFaults())
+        , mEnd(mFile.GetTOC() == FF_DocumentFile::cNone ? mFile.GetLength() : mFile.GetTOC())
+    {
+    }
+
+    std::vector<FF_Fault> Run()
+    {
+        if (!mFile.IsReadable()) return mFaults;
+        const FF_StreamWalk walk(mFile.GetWindow(), mFile.IsSwapped(), mFile.GetFirstStream(), mEnd);
+        CheckRow(walk);
+        CheckBodies(walk);
+        if (mFile.GetTOC() != FF_DocumentFile::cNone) CheckTOC(walk);
+        const auto before = [](const FF_Fault& a, const FF_Fault& b) { return a.offset < b.offset; };
+        std::stable_sort(mFaults.begin(), mFaults.end(), before);
+        return mFaults;
+    }
+
+private:
+    void Add(Cmn_Int64 iOffset, std::string iText) { mFaults.push_back({iOffset, std::move(iText)}); }
+
+    // Outermost streams follow one another without a gap, from the header stream to the table.
+    void CheckRow(const FF_StreamWalk& iWalk)
+    {
+        Cmn_Int64 expected = mFile.GetFirstStream();
+        for (Cmn_Int32 i = 0; i < iWalk.GetNumNodes(); ++i) {
+            const Node& node = iWalk.GetNode(i);
+            if (node.parent != FF_StreamWalk::cNone || node.header.start < expected) continue;
+            if (node.header.start > expected) expected = CheckGap(iWalk, expected, node.header.start);
+            if (node.header.start < expected) continue;
+            if (node.isOpenEnded) Add(node.header.start, OpenEndText(iWalk, i));
+            expected = node.header.end;
+        }
+        if (expected < mEnd) CheckGap(iWalk, expected, mEnd);
+    }
+
+    static std::string OpenEndText(const FF_StreamWalk& iWalk, Cmn_Int32 iNode)
+    {
+        const Node& node = iWalk.GetNode(iNode);
+        const std::string name = iWalk.Describe(iNode);
+        if (!node.header.isComplete)
+            return "expected a complete stream, found " + name + " whose writing was interrupted";
+        return "expected a body of " + Bytes(node.bodySize) + " of " + name + ", found " +
+               Bytes(node.header.end - node.header.body) + " before the end";
+    }
+
+    // Something that is no sound header stands at iFrom. A header whose own sum alone is wrong still tells where it
+    // ends: what is nested in it is then not taken for more of the same fault. Returns where to go on.
+    Cmn_Int64 CheckGap(const FF_StreamWalk& iWalk, Cmn_Int64 iFrom, Cmn_Int64 iTo)
+    {
+        mGaps.insert(iFrom);
+        // The table that should be there was missed before.
+        if (!mFaults.empty() && mFaults.back().offset == iFrom) return iTo;
+        try {
+            Sys_TypedInStream typed(mFile.GetWindow(), mFile.IsSwapped());
+            typed.SetPosition(iFrom);
+            const Sys_StdStreamHeaderFields fields = Sys_StdStreamHeaderFields::Read(typed);
+            const Cmn_Int64 body = typed.GetPosition();
+            const Cmn_Int64 end = body + Cmn_Int64{fields.bodySize};
+            if (IsWholeElsewhere(fields, body, iTo)) {
+                Add(iFrom, "expected a stream header, found that of a stream that was written at byte " +
+                               std::to_string(fields.GetOrigin()));
+                return end;
+            }
+            if (end == mEnd || iWalk.Find(end) != FF_StreamWalk::cNone) {
+                Add(iFrom, FF_SumText("header sum", fields.headerSum, fields.computedSum));
+                return end;
+            }
+        } catch (const Sys_StreamReadException&) {
+            // No magic, or the file ends: nothing more can be told.
+        }
+        Add(iFrom, "expected a stream header, found " + Bytes(iTo - iFrom) + " that hold none");
+        return iTo;
+    }
+
+    // A frame that got here from elsewhere. It lies before iTo, so that no byte is summed for many.
+    bool IsWholeElsewhere(const Sys_StdStreamHeaderFields& iFields, Cmn_Int64 iBody, Cmn_Int64 iTo)
+    {
+        if (!iFields.IsGenuineElsewhere() || !iFields.HasSums() || !iFields.IsComplete()) return false;
+        return iBody + Cmn_Int64{iFields.bodySize} <= iTo &&
+               mFile.GetWindow().SumOf(iBody, Cmn_Int64{iFields.bodySize}) == iFields.GetBodySumElsewhere();
+    }
+
+    // A wrong sum of a nested body makes those around it wrong too: the innermost is where the damage is.
+    void CheckBodies(const FF_StreamWalk& iWalk)
+    {
+        std::vector<bool> isExplained(iWalk.GetNodes().size(), false);
+        for (Cmn_Int32 i = iWalk.GetNumNodes() - 1; i >= 0; --i) {
+            const Node& node = iWalk.GetNode(i);
+            if (node.isWhole || node.isOpenEnded) continue;
+            if (!isExplained[static_cast<std::size_t>(i)])
+                Add(node.header.body,
+                    FF_SumText("body sum of " + iWalk.Describe(i), node.header.bodySum, node.sum));
+            if (node.parent != FF_StreamWalk::cNone)
+                isExplained[static_cast<std::size_t>(node.parent)] = true;
+        }
+    }
+
+    void CheckTOC(const FF_StreamWalk& iWalk)
+    {
+        FF_StreamWindow& window = mFile.GetWindow();
+        Sys_TypedInStream typed(window, mFile.IsSwapped());
+        typed.SetPosition(mEnd);
+        Sys_StdStreamHeaderInfo header;
+        Sys_StdStreamHeaderReader::Peek(typed, header);
+        if (header.end < window.GetLength())
+            Add(header.end, "expected the end of the file, found " + Bytes(window.GetLength() - header.end) +
+                                " behind the table of contents");
+        const Cmn_UInt32 sum = window.SumOf(header.body, header.end - header.body);
+        if (sum != header.bodySum)
+            return Add(header.body, FF_SumText("body sum of the table of contents", header.bodySum, sum));
+        FF_Document::TOC toc;
+        try {
+            toc.StreamIn(typed, mEnd);
+        } catch (const Cmn_Exception& failure) {
+            return Add(std::max(failure.GetOffset(), mEnd),
+                       std::string("expected entries of the table of contents, found: ") + failure.what());
+        }
+        for (FF_Document::TOC::Entry entry = 0; entry < toc.GetNumKeys(); ++entry)
+            for (Cmn_Int32 value = 0; value < toc.GetNumValues(entry); ++value)
+                CheckValue(iWalk, toc, entry, value);
+    }
+
+    void CheckValue(const FF_StreamWalk& iWalk, const FF_Document::TOC& iTOC, FF_Document::TOC::Entry iEntry,
+                    Cmn_Int32 iValue)
+    {
+        const FF_Document::TOCValue value = iTOC.GetValue(iEntry, iValue);
+        const FF_Document::LocalLocation* const local = FF_FindLocal(value);
+        if (local == nullptr) return;
+        const FF_Document::TOCKey key = iTOC.GetKey(iEntry);
+        const bool isItem = iValue > 0 && iTOC.IsList(iEntry);
+        for (const Cmn_UInt32 offset : local->GetOffsets()) {
+            const Cmn_Int32 node = iWalk.Find(offset);
+            if (isItem ? iWalk.FitsItem(offset, key, iValue - 1)
+                       : node != FF_StreamWalk::cNone && iWalk.Fits(node, key))
+                continue;
+            if (mGaps.contains(offset)) continue; // that no header stands there was told
+            const std::string what =
+                isItem ? "item " + std::to_string(iValue - 1) + " of stream " : std::string("stream ");
+            Add(offset, "expected " + what + key.Dump() + " of the table of contents, found " +
+                            (node == FF_StreamWalk::cNone ? "no stream header" : iWalk.Describe(node)));
+        }
+    }
+
+    FF_DocumentFile mFile;
+    std::vector<FF_Fault> mFaults;
+    Cmn_Int64 mEnd;            // of the streams
+    std::set<Cmn_Int64> mGaps; // where a header should begin and does not
+};
+
+std::vector<FF_StreamInfo> ListUpTo(FF_StreamWindow& ioWindow, bool iSwap, Cmn_Int64 iFrom, Cmn_Int64 iTo)
+{
+    const FF_StreamWalk walk(ioWindow, iSwap, iFrom, iTo);
+    std::vector<FF_StreamInfo> streams;
+    Cmn_Int64 expected = iFrom;
+    for (Cmn_Int32 i = 0; i < walk.GetNumNodes(); ++i) {
+        const Node& node = walk.GetNode(i);
+        if (node.parent == FF_StreamWalk::cNone) {
+            if (node.header.start != expected) throw Sys_StreamReadException(expected);
+            if (!node.isWhole) throw Sys_StreamReadException(node.header.body);
+            expected = node.header.end;
+        }
+        streams.push_back(walk.GetInfo(i));
+    }
+    if (expected != iTo) throw Sys_StreamReadException(expected);
+    return streams;
+}
+
+} // namespace
+
+std::vector<FF_Fault> FF_DocumentCheck::Check(const Sys_FileLoc& iLocation)
+{
+    return Checker(iLocation).Run();
+}
+
+std::vector<FF_StreamInfo> FF_DocumentCheck::ListStreams(FF_Document& iDocument)
+{
+    const Cmn_Int64 toc = iDocument.GetTOCOffset();
+    const Cmn_Int64 data = FF_Format::GetHeaderStream(iDocument.GetEncryptionType());
+    // A new document that was not flushed yet has nothing in its file.
+    if (toc <= data + FF_Format::cHeaderStreamSize) return {};
+
+    Sys_TypedInStream typed = iDocument.MakeTypedInStream();
+    Sys_InStream& stream = typed.GetStream();
+    const Cmn_Int64 before = stream.GetPosition();
+    FF_StreamWindow window(
+        [&](Cmn_Int64 iPosition, void* oBytes, std::size_t iCount) {
+            stream.SetPosition(iPosition);
+            return stream.Read(oBytes, iCount);
+        },
+        stream.GetLength());
+    std::vector<FF_StreamInfo> streams;
+    try {
+        typed.SetPosition(data);
+        Sys_StdStreamHeaderInfo header;
+        if (!Sys_StdStreamHeaderReader::Peek(typed, header)) throw Sys_StreamReadException(data);
+        streams = ListUpTo(window, typed.IsSwapped(), header.end, toc);
+    } catch (Cmn_Exception& failure) {
+        failure.SetFile(iDocument.GetFileLoc().GetPath());
+        stream.SetPosition(before);
+        throw;
+    }
+    stream.SetPosition(before);
+    return streams;
+}

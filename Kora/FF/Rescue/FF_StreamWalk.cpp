@@ -1,0 +1,178 @@
+#include "Kora/FF/Rescue/FF_StreamWalk_p.h"
+
+#include "Kora/FF/Document/FF_Document_TOCValue.h"
+
+#include <algorithm>
+#include <limits>
+
+// Puts frames, in the order in which they were written, into what is around them.
+class FF_StreamWalk::Tree
+{
+public:
+    explicit Tree(std::vector<Node>& ioNodes)
+        : mNodes(ioNodes)
+    {
+    }
+
+    void Add(FF_Frame&& iFrame)
+    {
+        if (!MakeRoom(iFrame) || mOpen.size() == cMaxDepth) return;
+        Node node;
+        static_cast<FF_Frame&>(node) = std::move(iFrame);
+        node.parent = mOpen.empty() ? cNone : mOpen.back();
+        node.depth = static_cast<int>(mOpen.size());
+        if (node.isOpenEnded && node.parent != cNone)
+            node.header.end = std::min(node.header.end, Get(node.parent).header.end);
+        mNodes.push_back(std::move(node));
+        mOpen.push_back(static_cast<Cmn_Int32>(mNodes.size()) - 1);
+    }
+
+private:
+    Node& Get(Cmn_Int32 iNode) { return mNodes[static_cast<std::size_t>(iNode)]; }
+
+    // Where what the header says ends; no end is known of one that was never completed.
+    static Cmn_Int64 EndOf(const FF_Frame& iFrame)
+    {
+        if (!iFrame.header.isComplete) return std::numeric_limits<Cmn_Int64>::max();
+        return iFrame.header.body + Cmn_Int64{iFrame.bodySize};
+    }
+
+    // Leaves open what is around the frame. False where the frame cannot be.
+    bool MakeRoom(const FF_Frame& iFrame)
+    {
+        for (; !mOpen.empty(); mOpen.pop_back()) {
+            Node& around = Get(mOpen.back());
+            if (iFrame.header.start >= EndOf(around)) continue;
+            if (iFrame.header.start < around.header.body) return false;
+            if (EndOf(iFrame) <= EndOf(around)) return true;
+            if (around.isWhole || !iFrame.isWhole) return false;
+            around.isCrossed = true;
+        }
+        return true;
+    }
+
+    std::vector<Node>& mNodes;
+    std::vector<Cmn_Int32> mOpen; // each within the one before
+};
+
+FF_StreamWalk::FF_StreamWalk(FF_StreamWindow& ioWindow, bool iSwap, Cmn_Int64 iFrom, Cmn_Int64 iTo,
+                             FF_EMovedFrames iMoved)
+{
+    FF_FoundFrames found = FF_FindFrames(ioWindow, iSwap, iFrom, iTo, iMoved);
+    Tree tree(mNodes);
+    for (FF_Frame& frame : found.frames)
+        tree.Add(std::move(frame));
+    mDoubles = std::move(found.doubles);
+}
+
+Cmn_Int32 FF_StreamWalk::Find(Cmn_Int64 iOffset) const
+{
+    const auto found = std::lower_bound(mNodes.begin(), mNodes.end(), iOffset,
+                                        [](const Node& n, Cmn_Int64 o) { return n.header.start < o; });
+    if (found == mNodes.end() || found->header.start != iOffset) return cNone;
+    return static_cast<Cmn_Int32>(found - mNodes.begin());
+}
+
+Cmn_Int32 FF_StreamWalk::FindAround(Cmn_Int64 iOffset) const
+{
+    const auto after = std::upper_bound(mNodes.begin(), mNodes.end(), iOffset,
+                                        [](Cmn_Int64 o, const Node& n) { return o < n.header.body; });
+    Cmn_Int32 node = static_cast<Cmn_Int32>(after - mNodes.begin()) - 1;
+    while (node != cNone && GetNode(node).header.end <= iOffset)
+        node = GetNode(node).parent;
+    return node;
+}
+
+Cmn_Int32 FF_StreamWalk::GetDocumentParent(Cmn_Int32 iNode, Cmn_UInt32& oListIndex, Cmn_Int32 iRoot) const
+{
+    // Headers of other names between two document streams open no level of a key: the outermost of them has the index.
+    Cmn_Int32 node = iNode;
+    do {
+        oListIndex = node == iRoot ? 0 : GetNode(node).header.listIndex;
+        node = GetParent(node, iRoot);
+    } while (node != cNone && GetNode(node).streamType == FF_Document::cNoStreamType);
+    return node;
+}
+
+std::vector<FF_Document::Context> FF_StreamWalk::GetPath(Cmn_Int32 iNode) const
+{
+    std::vector<FF_Document::Context> path;
+    Cmn_Int32 itemOfNext = 0;
+    for (Cmn_Int32 node = iNode; node != cNone;) {
+        Cmn_UInt32 listIndex = 0;
+        const Cmn_Int32 parent = GetDocumentParent(node, listIndex);
+        const Cmn_Int64 parentPosition = parent == cNone ? 0 : GetNode(parent).header.start;
+        path.emplace_back(GetNode(node).streamType, static_cast<Cmn_UInt32>(parentPosition),
+                          GetNode(node).header.isList || itemOfNext != 0, itemOfNext);
+        itemOfNext = static_cast<Cmn_Int32>(listIndex);
+        node = parent;
+    }
+    std::reverse(path.begin(), path.end());
+    return path;
+}
+
+FF_StreamInfo FF_StreamWalk::GetInfo(Cmn_Int32 iNode) const
+{
+    const Node& node = GetNode(iNode);
+    const Sys_StdStreamHeaderInfo& header = node.header;
+    return {node.streamType,           header.name,      header.version, header.start,
+            header.end - header.start, header.listIndex, header.isList,  node.depth};
+}
+
+std::string FF_StreamWalk::Describe(Cmn_Int32 iNode) const
+{
+    const Node& node = GetNode(iNode);
+    if (node.streamType != FF_Document::cNoStreamType)
+        return "stream " + FF_Document::TOCKey(GetPath(iNode)).Dump();
+    Cmn_UInt32 listIndex = 0;
+    const Cmn_Int32 parent = GetDocumentParent(iNode, listIndex);
+    const std::string quoted = "\"" + node.header.name + "\"";
+    return parent == cNone ? quoted : quoted + " in " + Describe(parent);
+}
+
+bool FF_StreamWalk::Fits(Cmn_Int32 iNode, const FF_Document::TOCKey& iKey, Cmn_Int32 iRoot) const
+{
+    // From the inside out. The innermost level has no item open, whatever its own list index is.
+    const std::vector<FF_Document::Context>& key = iKey.GetContexts();
+    if (key.empty() || GetNode(iNode).streamType != key.back().GetStreamType()) return false;
+    auto level = key.rbegin() + 1;
+    Cmn_UInt32 item = 0;
+    for (Cmn_Int32 node = GetDocumentParent(iNode, item, iRoot); node != cNone; ++level) {
+        if (level == key.rend() || GetNode(node).streamType != level->GetStreamType() ||
+            static_cast<Cmn_Int32>(item) != level->GetListIndex())
+            return false;
+        node = GetDocumentParent(node, item, iRoot);
+    }
+    return true;
+}
+
+bool FF_StreamWalk::FitsItem(Cmn_Int64 iOffset, const FF_Document::TOCKey& iList, Cmn_Int32 iItem,
+                             Cmn_Int32 iRoot) const
+{
+    const Cmn_Int32 node = Find(iOffset);
+    if (node == cNone) {
+        Cmn_Int32 list = FindAround(iOffset);
+        // Among the bytes of iRoot's own header nothing is in it.
+        if (list != cNone && iRoot != cNone && list < iRoot) return false;
+        while (list != cNone && GetNode(list).streamType == FF_Document::cNoStreamType &&
+               GetNode(list).header.listIndex == 0)
+            list = GetParent(list, iRoot);
+        return list != cNone && Fits(list, iList, iRoot);
+    }
+    Cmn_UInt32 index = 0;
+    const Cmn_Int32 parent = GetDocumentParent(node, index, iRoot);
+    if (static_cast<Cmn_Int32>(index) == iItem + 1) return parent == cNone || Fits(parent, iList, iRoot);
+    if (index != 0) return false;
+    // One that was written anew stands by itself; in the list a header without an index is a part of some item.
+    for (Cmn_Int32 around = parent; around != cNone; around = GetParent(around, iRoot))
+        if (Fits(around, iList, iRoot)) return false;
+    return true;
+}
+
+const FF_Document::LocalLocation* FF_FindLocal(const FF_Document::TOCValue& iValue)
+{
+    const FF_Document::Location* last = &iValue.GetLocation();
+    while (last->GetNext() != nullptr)
+        last = last->GetNext();
+    return dynamic_cast<const FF_Document::LocalLocation*>(last);
+}
