@@ -5,6 +5,7 @@
 #include "Bastel/Sys/Sys_Crc32C.h"
 #include "Bastel/Sys/Sys_StreamThrow_p.h"
 #include "Kora/FF/Document/FF_Document_TOC.h"
+#include "Kora/FF/Document/FF_OpenStreams_p.h"
 #include "Kora/FF/Format/FF_FileBasedEncrytpedStreams.h"
 #include "Kora/FF/Format/FF_FileBasedSimpleEncryptedOutStream.h"
 #include "Kora/FF/Format/FF_Format_p.h"
@@ -95,6 +96,7 @@ FF_Document::FF_Document(Sys_FileLoc iLocation, EFF_EncryptionType iType, ETextE
     , mType(iType)
     , mNoStream(std::make_unique<NoStream>())
     , mTOC(std::make_unique<TOC>())
+    , mOpenStreams(std::make_unique<OpenStreams>(*this))
     , mEncoding(iEncoding)
     , mRepairText(iRepairText)
 {
@@ -173,7 +175,7 @@ void FF_Document::OpenLent(Sys_FileSystem::Handle iHandle)
 void FF_Document::CloseImpl()
 {
     const bool isDone =
-        Cmn_ASSERT(mCurrentContext.empty() && (!mOutStream || mOutStream->GetOpenHeaders().IsEmpty()));
+        Cmn_ASSERT(mOpenStreams->IsEmpty() && (!mOutStream || mOutStream->GetOpenHeaders().IsEmpty()));
     if (!isDone) {
         // The headers that are still open end on their streams later; the files are closed all the same.
         mInFile->Close();
@@ -193,8 +195,7 @@ void FF_Document::Reset()
     mTOC->Clear();
     mTOCOffset = 0;
     mTOCOffsetPosition = 0;
-    mCurrentContext.clear();
-    mCurrentStreamStart = 0;
+    mOpenStreams->Clear();
     mSwap = false;
     mIsLent = false;
 }
@@ -413,6 +414,6 @@ std::string FF_Document::Dump() const
                     std::to_string(mSizeLimit);
         text += "\n";
     }
-    if (!mCurrentContext.empty()) text += "open streams: " + TOCKey(mCurrentContext).Dump() + "\n";
+    if (!mOpenStreams->IsEmpty()) text += "open streams: " + TOCKey(GetCurrentContext()).Dump() + "\n";
     return text + mTOC->Dump();
 }

@@ -92,8 +92,10 @@ public:
     // --- the stack of open streams, kept by stream headers (FF_StreamHeader.h)
     void PushContext(Cmn_Int16 iStreamType, Cmn_UInt32 iStreamStart);
     void PopContext(); // asserts "!mCurrentContext.empty()" and does nothing on an empty stack
-    const std::vector<Context>& GetCurrentContext() const { return mCurrentContext; }
-    Cmn_UInt32 GetCurrentStreamStart() const { return mCurrentStreamStart; }
+    const std::vector<Context>& GetCurrentContext() const;
+    Cmn_UInt32 GetCurrentStreamStart() const;
+    class OpenStreams; // for those who keep it (FF_OpenStreams_p.h)
+    OpenStreams& GetOpenStreams() const { return *mOpenStreams; }
 
     // --- the table of contents
     TOC& GetTOC() { return *mTOC; }
@@ -151,11 +153,6 @@ protected:
 private:
     friend class FF_DocumentRepair;
     friend class FF_SafeSave;
-    friend class FF_StSetStreamContext;
-    friend class FF_StreamHeaderWriter;
-    friend class FF_StreamHeaderReader;
-    friend class FF_StreamListWriter;
-    friend class FF_StreamListReader;
 
     // Whether somebody may open the file between the table and the header that names it.
     enum EReaders { eReaders_None, eReaders_Possible };
@@ -182,8 +179,6 @@ private:
     void Register(std::span<const Context> iKey, Cmn_Int32 iValueIndex, Cmn_UInt64 iPosition,
                   std::string_view iDescription);
     void RequireRoomFor(Cmn_Int64 iGrowth) const;
-    // The table's entry (TOC::Entry) of the innermost open stream itself, whatever item of it is open.
-    Cmn_Int32 FindOpenStream();
     // Adds the file's name to an exception that has none.
     void Name(Cmn_Exception& ioException) const;
 
@@ -206,8 +201,7 @@ private:
     Sys_StdStreamHeaderInfo mHeader;  // of the header stream
     Cmn_UInt32 mHeaderRestSum = 0; // of its body behind the TOC offset, which a later version may have filled
     std::unique_ptr<TOC> mTOC;
-    std::vector<Context> mCurrentContext;
-    Cmn_UInt32 mCurrentStreamStart = 0;
+    std::unique_ptr<OpenStreams> mOpenStreams;
     ETextEncoding mEncoding;
     bool mRepairText;
     bool mSwap = false;

@@ -4,56 +4,36 @@
 #include "Bastel/Cmn/Cmn_Assert.h"
 #include "Bastel/Sys/Sys_FileBasedOutStream.h"
 #include "Kora/FF/Document/FF_Document_TOC.h"
+#include "Kora/FF/Document/FF_OpenStreams_p.h"
+#include "Kora/FF/Format/FF_Format_p.h"
 
 #include <algorithm>
 
 namespace {
 
-// Bytes of a table's parts, as FF_Document_TOCKey.h and FF_Document_TOCValue.h lay them out.
-constexpr Cmn_Int64 cCountSize = 4;
-constexpr Cmn_Int64 cPartHead = 3; // type and size of a location, a description, an index
-constexpr Cmn_Int64 cOffsetSize = 4;
+constexpr Cmn_Int64 cCountSize = 4; // of values, of the bytes of a text
+constexpr Cmn_Int64 cPartHead = FF_Format::cPartHeader;
+constexpr Cmn_Int64 cOffsetSize = FF_Format::cPieceSize;
 constexpr Cmn_Int64 cOffsetCountSize = 2;
 
 constexpr Cmn_Int32 cDefaultReadAhead = 8192;
 constexpr Cmn_Int64 cMaxReadAhead = Cmn_Int64{1} << 20;
 
-// Closes the item of the innermost open stream for a scope: the path is the stream's own key then, without a copy.
-class StNoItem
-{
-public:
-    explicit StNoItem(std::vector<FF_Document::Context>& ioContexts)
-        : mInnermost(ioContexts.empty() ? nullptr : &ioContexts.back())
-        , mIndex(mInnermost != nullptr ? mInnermost->GetListIndex() : 0)
-    {
-        if (mInnermost != nullptr) mInnermost->SetListIndex(0);
-    }
-    ~StNoItem()
-    {
-        if (mInnermost != nullptr) mInnermost->SetListIndex(mIndex);
-    }
-    StNoItem(const StNoItem&) = delete;
-    StNoItem& operator=(const StNoItem&) = delete;
-
-private:
-    FF_Document::Context* mInnermost;
-    Cmn_Int32 mIndex;
-};
-
 } // namespace
 
 void FF_Document::PushContext(Cmn_Int16 iStreamType, Cmn_UInt32 iStreamStart)
 {
-    mCurrentContext.emplace_back(iStreamType, mCurrentStreamStart);
-    mCurrentStreamStart = iStreamStart;
+    mOpenStreams->Push(iStreamType, iStreamStart);
 }
 
-void FF_Document::PopContext()
+void FF_Document::PopContext() { mOpenStreams->Pop(); }
+
+const std::vector<FF_Document::Context>& FF_Document::GetCurrentContext() const
 {
-    if (!Cmn_ASSERT(!mCurrentContext.empty())) return;
-    mCurrentStreamStart = mCurrentContext.back().GetParentPosition();
-    mCurrentContext.pop_back();
+    return mOpenStreams->GetContexts();
 }
+
+Cmn_UInt32 FF_Document::GetCurrentStreamStart() const { return mOpenStreams->GetStart(); }
 
 void FF_Document::AddTOCEntry(const TOCKey& iKey, Cmn_Int32 iValueIndex, Cmn_UInt64 iPosition,
                               std::string_view iDescription)
@@ -103,9 +83,9 @@ void FF_Document::AddTOCEntry(FF_Document* iDocument, Cmn_UInt64 iPosition, Cmn_
 {
     if (iDocument == nullptr) return;
     // The key of the stream is the path that its header writer is about to make.
-    iDocument->PushContext(iStreamType, iDocument->mCurrentStreamStart);
+    iDocument->PushContext(iStreamType, iDocument->GetCurrentStreamStart());
     try {
-        iDocument->Register(iDocument->mCurrentContext, 0, iPosition, iDescription);
+        iDocument->Register(iDocument->GetCurrentContext(), 0, iPosition, iDescription);
     } catch (...) {
         iDocument->PopContext();
         throw;
@@ -113,16 +93,10 @@ void FF_Document::AddTOCEntry(FF_Document* iDocument, Cmn_UInt64 iPosition, Cmn_
     iDocument->PopContext();
 }
 
-Cmn_Int32 FF_Document::FindOpenStream()
-{
-    const StNoItem noItem(mCurrentContext);
-    return mTOC->Find(mCurrentContext);
-}
-
 void FF_Document::AddListEntry(FF_Document* iDocument, Cmn_UInt32 iItem, std::string_view iDescription)
 {
     if (iDocument == nullptr) return;
-    std::vector<Context>& contexts = iDocument->mCurrentContext;
+    std::vector<Context>& contexts = iDocument->mOpenStreams->GetContexts();
     if (!Cmn_ASSERT_TEXT(!contexts.empty() && contexts.back().IsList(),
                          "mDocument->mCurrentContext.back().mIsList"))
     {
@@ -133,7 +107,7 @@ void FF_Document::AddListEntry(FF_Document* iDocument, Cmn_UInt32 iItem, std::st
     if (!Cmn_ASSERT_TEXT(iDocument->mOutStream, "mOutStream")) return;
 
     TOC& toc = *iDocument->mTOC;
-    const StNoItem noItem(contexts);
+    const FF_StNoItem noItem(contexts);
     const TOC::Entry known = toc.Find(contexts);
     const Cmn_Int32 numValues = known == TOC::cNone ? 0 : toc.GetNumValues(known);
     // Value 0 is the list itself.
@@ -141,7 +115,7 @@ void FF_Document::AddListEntry(FF_Document* iDocument, Cmn_UInt32 iItem, std::st
     if (!Cmn_ASSERT_TEXT(listIndex > 0 && listIndex <= std::max(numValues, 1),
                          "iListIndex <= (Cmn_Int32)values.size()"))
         return;
-    if (numValues == 0) iDocument->Register(contexts, 0, iDocument->mCurrentStreamStart, {});
+    if (numValues == 0) iDocument->Register(contexts, 0, iDocument->GetCurrentStreamStart(), {});
     const auto position = static_cast<Cmn_UInt64>(iDocument->mOutStream->GetPosition());
     iDocument->Register(contexts, listIndex, position, iDescription);
     toc.SetIsList(toc.Find(contexts), true);

@@ -1,7 +1,6 @@
 #include "Kora/FF/Document/FF_StreamHeader.h"
 
-#include "Bastel/Sys/Sys_FileBasedOutStream.h"
-#include "Kora/FF/Document/FF_Document_TOC.h"
+#include "Kora/FF/Document/FF_OpenStreams_p.h"
 #include "Kora/FF/Format/FF_Format_p.h"
 
 FF_StreamHeaderWriter::FF_StreamHeaderWriter(FF_Document* iDocument, Sys_TypedOutStream& iStream,
@@ -42,8 +41,7 @@ void FF_StreamHeaderWriter::Finish(int iCallersExceptions) noexcept
 void FF_StreamHeaderWriter::Abandon(Cmn_Int64 iStart)
 {
     if (mHeader) mHeader->Abandon();
-    if (mDocument == nullptr || &mStream.GetStream() != mDocument->mOutStream.get()) return;
-    if (iStart >= mDocument->mOutStream->GetEnd()) mDocument->ForgetFrom(iStart);
+    if (mDocument != nullptr) mDocument->GetOpenStreams().ForgetFrom(mStream.GetStream(), iStart);
 }
 
 FF_StreamHeaderReader::FF_StreamHeaderReader(FF_Document* iDocument, Sys_TypedInStream& iStream,
@@ -79,7 +77,7 @@ void FF_StreamHeaderReader::Open(Cmn_Int16 iExpectedType, EUseExtendedTOC iUse, 
 void FF_StreamHeaderReader::Push()
 {
     const Sys_StdStreamHeaderInfo& info = mHeader->GetInfo();
-    std::vector<FF_Document::Context>& contexts = mDocument->mCurrentContext;
+    std::vector<FF_Document::Context>& contexts = mDocument->GetOpenStreams().GetContexts();
     // A list that is read in sequence, without seeking, has no item open: its next header says which it is in.
     if (!contexts.empty() && contexts.back().IsList() && contexts.back().GetListIndex() == 0) {
         contexts.back().SetListIndex(static_cast<Cmn_Int32>(info.listIndex));
@@ -92,17 +90,16 @@ void FF_StreamHeaderReader::Push()
 void FF_StreamHeaderReader::Pop()
 {
     if (mIsPushed) mDocument->PopContext();
-    if (mHasLentIndex && !mDocument->mCurrentContext.empty())
-        mDocument->mCurrentContext.back().SetListIndex(0);
+    if (mHasLentIndex) mDocument->GetOpenStreams().SetItem(0);
     mIsPushed = mHasLentIndex = false;
 }
 
 void FF_StreamHeaderReader::AskTable(Cmn_Int16 iExpectedType, bool iStayInPlace)
 {
     const FF_Document::TOC& toc = mDocument->GetTOC();
-    const FF_Document::TOC::Entry entry = toc.Find(mDocument->mCurrentContext);
+    const FF_Document::TOC::Entry entry = toc.Find(mDocument->GetCurrentContext());
     if (entry == FF_Document::TOC::cNone) return;
-    mDocument->mCurrentContext.back().SetIsList(toc.IsList(entry));
+    mDocument->GetOpenStreams().GetContexts().back().SetIsList(toc.IsList(entry));
 
     const Cmn_Int64 here = mHeader->GetInfo().start;
     Cmn_UInt32 registered = 0;

@@ -2,18 +2,17 @@
 
 #include "Bastel/Cmn/Cmn_Assert.h"
 #include "Bastel/Sys/Sys_StreamThrow_p.h"
-#include "Kora/FF/Document/FF_Document_TOC.h"
+#include "Kora/FF/Document/FF_OpenStreams_p.h"
 
 FF_StreamListWriter::FF_StreamListWriter(FF_Document* iDocument, Sys_TypedOutStream& iStream,
                                          Cmn_Int32 iCount)
     : mDocument(iDocument)
     , mStream(iStream)
 {
-    if (mDocument != nullptr && Cmn_ASSERT(!mDocument->mCurrentContext.empty())) {
-        FF_Document::TOC& toc = *mDocument->mTOC;
-        const FF_Document::TOC::Entry entry = mDocument->FindOpenStream();
-        if (entry != FF_Document::TOC::cNone) toc.SetIsList(entry, true);
-        mDocument->mCurrentContext.back().SetIsList(true);
+    if (mDocument != nullptr && Cmn_ASSERT(!mDocument->GetOpenStreams().IsEmpty())) {
+        const FF_Document::TOC::Entry entry = mDocument->GetOpenStreams().FindEntry();
+        if (entry != FF_Document::TOC::cNone) mDocument->GetTOC().SetIsList(entry, true);
+        mDocument->GetOpenStreams().GetContexts().back().SetIsList(true);
     }
     // The header says it too, so that a reader without the table knows.
     mStream.GetStream().GetOpenHeaders().SetIsList();
@@ -23,17 +22,15 @@ FF_StreamListWriter::FF_StreamListWriter(FF_Document* iDocument, Sys_TypedOutStr
 FF_StreamListWriter::~FF_StreamListWriter()
 {
     mStream.GetStream().GetOpenHeaders().SetListIndex(0);
-    if (mDocument != nullptr && !mDocument->mCurrentContext.empty())
-        mDocument->mCurrentContext.back().SetListIndex(0);
+    if (mDocument != nullptr) mDocument->GetOpenStreams().SetItem(0);
 }
 
 void FF_StreamListWriter::AddListEntry(Cmn_Int32 iItem, std::string_view iDescription)
 {
     // Deliberate: one more than the item's index, since 0 says that no item is open. Test: ThreeItemsAreOneTwoThree
     const Cmn_UInt32 listIndex = static_cast<Cmn_UInt32>(iItem) + 1;
-    if (mDocument != nullptr && !mDocument->mCurrentContext.empty() &&
-        mDocument->mCurrentContext.back().IsList())
-        mDocument->mCurrentContext.back().SetListIndex(static_cast<Cmn_Int32>(listIndex));
+    if (mDocument != nullptr && mDocument->GetOpenStreams().IsList())
+        mDocument->GetOpenStreams().SetItem(static_cast<Cmn_Int32>(listIndex));
     FF_Document::AddListEntry(mDocument, static_cast<Cmn_UInt32>(iItem), iDescription);
     mStream.GetStream().GetOpenHeaders().SetListIndex(listIndex);
 }
@@ -41,7 +38,7 @@ void FF_StreamListWriter::AddListEntry(Cmn_Int32 iItem, std::string_view iDescri
 FF_StreamListReader::FF_StreamListReader(FF_Document* iDocument, Sys_TypedInStream& iStream)
     : mDocument(iDocument)
     , mStream(iStream)
-    , mDepth(iDocument == nullptr ? 0 : iDocument->mCurrentContext.size())
+    , mDepth(iDocument == nullptr ? 0 : iDocument->GetCurrentContext().size())
     , mCount(iStream.ReadInt32())
     , mFirst(iStream.GetPosition())
     , mWalkedTo(mFirst)
@@ -53,25 +50,22 @@ FF_StreamListReader::FF_StreamListReader(FF_Document* iDocument, Sys_TypedInStre
 FF_StreamListReader::~FF_StreamListReader()
 {
     // What follows the items inside the list's stream is in none of them.
-    if (mDepth != 0 && mCurrent >= 0 && mDocument->mCurrentContext.size() == mDepth)
-        mDocument->mCurrentContext.back().SetListIndex(0);
+    if (mDepth != 0 && mCurrent >= 0 && mDocument->GetCurrentContext().size() == mDepth)
+        mDocument->GetOpenStreams().SetItem(0);
 }
 
 void FF_StreamListReader::SeekToListEntry(Cmn_Int32 iItem)
 {
-    if (mDocument != nullptr && !mDocument->mCurrentContext.empty() &&
-        mDocument->mCurrentContext.back().IsList())
-        return SeekByTable(iItem);
+    if (mDocument != nullptr && mDocument->GetOpenStreams().IsList()) return SeekByTable(iItem);
     SeekByWalk(iItem);
     mCurrent = iItem;
-    if (mDocument != nullptr && !mDocument->mCurrentContext.empty())
-        mDocument->mCurrentContext.back().SetListIndex(iItem + 1);
+    if (mDocument != nullptr) mDocument->GetOpenStreams().SetItem(iItem + 1);
 }
 
 void FF_StreamListReader::SeekByTable(Cmn_Int32 iItem)
 {
     const FF_Document::TOC& toc = mDocument->GetTOC();
-    const FF_Document::TOC::Entry entry = mDocument->FindOpenStream();
+    const FF_Document::TOC::Entry entry = mDocument->GetOpenStreams().FindEntry();
     const Cmn_Int32 numValues = entry == FF_Document::TOC::cNone ? 0 : toc.GetNumValues(entry);
     // Value 0 is the list itself.
     if (!Cmn_ASSERT_TEXT(iItem < numValues, "iListIndex <= (Cmn_Int32)values.size()")) return;
@@ -82,10 +76,10 @@ void FF_StreamListReader::SeekByTable(Cmn_Int32 iItem)
         Cmn_Int64{offset} >= mStream.GetStream().GetLength())
     {
         FF_Document::InvalidContextException exception;
-        mDocument->Name(exception);
+        mDocument->GetOpenStreams().Name(exception);
         throw exception;
     }
-    mDocument->mCurrentContext.back().SetListIndex(listIndex);
+    mDocument->GetOpenStreams().SetItem(listIndex);
     mStream.SetPosition(offset);
     mCurrent = iItem;
 }
