@@ -146,22 +146,29 @@ private:
     std::vector<FF_Frame> mFrames;
 };
 
-// Leaves those that are believed; iFrames is in the order of their places.
-void DropUnlikely(std::vector<FF_Frame>& ioFrames)
+// Leaves out what is inside a whole frame and was not moved as far: that frame's bytes are all its own. iStart and iEnd of
+// a frame say what inside is; frames ascend by it.
+template <class Start, class End>
+void DropStrangers(std::vector<FF_Frame>& ioFrames, Start iStart, End iEnd)
 {
-    Cmn_Int64 wholeEnd = 0; // of the whole frame around
-    Cmn_Int64 shift = 0;    // how far that was moved
-    std::set<Cmn_Int64> shifts{0};
+    Cmn_Int64 end = 0; // of the whole frame around
+    Cmn_Int64 shift = 0;
     std::erase_if(ioFrames, [&](const FF_Frame& frame) {
-        const bool isInside = frame.place < wholeEnd;
-        if (isInside && frame.GetShift() != shift) return true;
-        if (frame.isWhole && !isInside) {
-            wholeEnd = frame.GetPlaceOfEnd();
+        if (iStart(frame) < end) return frame.GetShift() != shift;
+        if (frame.isWhole) {
+            end = iEnd(frame);
             shift = frame.GetShift();
-            shifts.insert(shift);
         }
         return false;
     });
+}
+
+// Leaves out what is not whole and was moved as no whole one was.
+void DropUnlikely(std::vector<FF_Frame>& ioFrames)
+{
+    std::set<Cmn_Int64> shifts{0};
+    for (const FF_Frame& frame : ioFrames)
+        if (frame.isWhole) shifts.insert(frame.GetShift());
     std::erase_if(ioFrames, [&](const FF_Frame& f) { return !f.isWhole && !shifts.contains(f.GetShift()); });
 }
 
@@ -196,6 +203,8 @@ FF_FoundFrames FF_FindFrames(FF_StreamWindow& ioWindow, bool iSwap, Cmn_Int64 iF
 {
     std::vector<FF_Frame> frames = Pass(ioWindow, iSwap, iFrom, std::max(iFrom, iTo), iMoved).Run();
     if (iMoved == eMovedFrames_Ignore) return {std::move(frames), {}};
+    const auto place = [](const FF_Frame& f) { return f.place; };
+    DropStrangers(frames, place, [](const FF_Frame& f) { return f.GetPlaceOfEnd(); });
     DropUnlikely(frames);
     std::sort(frames.begin(), frames.end(), IsBetter);
     FF_FoundFrames found;
@@ -203,5 +212,7 @@ FF_FoundFrames FF_FindFrames(FF_StreamWindow& ioWindow, bool iSwap, Cmn_Int64 iF
         const bool isDouble = !found.frames.empty() && found.frames.back().header.start == frame.header.start;
         (isDouble ? found.doubles : found.frames).push_back(std::move(frame));
     }
+    const auto origin = [](const FF_Frame& f) { return f.header.start; };
+    DropStrangers(found.frames, origin, [](const FF_Frame& f) { return f.header.end; });
     return found;
 }

@@ -19,40 +19,51 @@ public:
         if (!MakeRoom(iFrame) || mOpen.size() == cMaxDepth) return;
         Node node;
         static_cast<FF_Frame&>(node) = std::move(iFrame);
-        node.parent = mOpen.empty() ? cNone : mOpen.back();
+        node.parent = mOpen.empty() ? cNone : mOpen.back().node;
         node.depth = static_cast<int>(mOpen.size());
         if (node.isOpenEnded && node.parent != cNone)
             node.header.end = std::min(node.header.end, Get(node.parent).header.end);
+        mOpen.push_back({static_cast<Cmn_Int32>(mNodes.size()), EndOf(node)});
         mNodes.push_back(std::move(node));
-        mOpen.push_back(static_cast<Cmn_Int32>(mNodes.size()) - 1);
     }
 
 private:
+    static constexpr Cmn_Int64 cNoEnd = std::numeric_limits<Cmn_Int64>::max();
+
+    struct Open
+    {
+        Cmn_Int32 node;
+        Cmn_Int64 end; // as the header says; cNoEnd of one that was never completed
+    };
+
     Node& Get(Cmn_Int32 iNode) { return mNodes[static_cast<std::size_t>(iNode)]; }
 
-    // Where what the header says ends; no end is known of one that was never completed.
     static Cmn_Int64 EndOf(const FF_Frame& iFrame)
     {
-        if (!iFrame.header.isComplete) return std::numeric_limits<Cmn_Int64>::max();
-        return iFrame.header.body + Cmn_Int64{iFrame.bodySize};
+        return iFrame.header.isComplete ? iFrame.header.body + Cmn_Int64{iFrame.bodySize} : cNoEnd;
     }
 
     // Leaves open what is around the frame. False where the frame cannot be.
     bool MakeRoom(const FF_Frame& iFrame)
     {
-        for (; !mOpen.empty(); mOpen.pop_back()) {
-            Node& around = Get(mOpen.back());
-            if (iFrame.header.start >= EndOf(around)) continue;
+        while (!mOpen.empty() && mOpen.back().end <= iFrame.header.start)
+            mOpen.pop_back();
+        std::size_t numAround = mOpen.size();
+        for (; numAround > 0; --numAround) {
+            const Open& open = mOpen[numAround - 1];
+            const Node& around = Get(open.node);
             if (iFrame.header.start < around.header.body) return false;
-            if (EndOf(iFrame) <= EndOf(around)) return true;
+            if (EndOf(iFrame) <= open.end) break;
             if (around.isWhole || !iFrame.isWhole) return false;
-            around.isCrossed = true;
         }
+        for (std::size_t i = numAround; i < mOpen.size(); ++i)
+            Get(mOpen[i].node).isCrossed = true;
+        mOpen.resize(numAround);
         return true;
     }
 
     std::vector<Node>& mNodes;
-    std::vector<Cmn_Int32> mOpen; // each within the one before
+    std::vector<Open> mOpen; // each within the one before
 };
 
 FF_StreamWalk::FF_StreamWalk(FF_StreamWindow& ioWindow, bool iSwap, Cmn_Int64 iFrom, Cmn_Int64 iTo,
