@@ -1,11 +1,13 @@
-// KORA_API: marks what the shared library gives to its hosts. KORA_PRINTF_CHECKED: has a compiler that can check a
+// KORA_API: marks what the shared library gives to its hosts; a static one (KORA_STATIC) marks nothing. KORA_PRINTF_CHECKED: has a compiler that can check a
 // function's arguments against its printf format.
 //
 // The one place where the platforms' ways of declaring differ. All floors of the house include it, and it
 // includes nothing.
 #pragma once
 
-#if defined(_WIN32)
+#if defined(KORA_STATIC)
+#define KORA_API
+#elif defined(_WIN32)
 #if defined(KORA_BUILDING_LIBRARY)
 #define KORA_API __declspec(dllexport)
 #else

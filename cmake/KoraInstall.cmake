@@ -1,13 +1,16 @@
 # What a host gets: the library, the public headers in their folders under include/kora, the CMake package, the
 # kora command, and gdb's printers beside the library's documentation.
+#
+# The package's components are the two export sets: Library (Kora::Kora) and Command (Kora::Command).
 include(CMakePackageConfigHelpers)
 
-install(TARGETS Kora EXPORT KoraTargets
+install(TARGETS Kora EXPORT KoraLibraryTargets
         RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}"
         LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}"
         ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}")
 if(TARGET kora)
-  install(TARGETS kora RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
+  install(TARGETS kora EXPORT KoraCommandTargets RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
+  set_target_properties(kora PROPERTIES EXPORT_NAME Command)
   # The command finds the library from where it stands, so that an installed folder may be moved. Where a folder of
   # the two is fixed, it is not known how to get from one to the other before the prefix is.
   if(IS_ABSOLUTE "${CMAKE_INSTALL_LIBDIR}" OR IS_ABSOLUTE "${CMAKE_INSTALL_BINDIR}")
@@ -36,7 +39,10 @@ configure_package_config_file("${CMAKE_CURRENT_LIST_DIR}/KoraConfig.cmake.in" "$
 write_basic_package_version_file("${PROJECT_BINARY_DIR}/KoraConfigVersion.cmake" COMPATIBILITY SameMinorVersion)
 install(FILES "${PROJECT_BINARY_DIR}/KoraConfig.cmake" "${PROJECT_BINARY_DIR}/KoraConfigVersion.cmake"
         DESTINATION "${package}")
-install(EXPORT KoraTargets NAMESPACE Kora:: DESTINATION "${package}")
+install(EXPORT KoraLibraryTargets NAMESPACE Kora:: DESTINATION "${package}")
+if(TARGET kora)
+  install(EXPORT KoraCommandTargets NAMESPACE Kora:: DESTINATION "${package}")
+endif()
 
 if(EXISTS "${PROJECT_SOURCE_DIR}/scripts/gdb")
   install(DIRECTORY "${PROJECT_SOURCE_DIR}/scripts/gdb/" DESTINATION "${CMAKE_INSTALL_DATADIR}/kora/gdb"

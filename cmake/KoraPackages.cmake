@@ -1,10 +1,11 @@
-include_guard(GLOBAL) # the tool and an example need it
-
-# Header-only packages of the command-line tool, as interface targets: kora_cli11, kora_json.
+# kora_header_package(TARGET FOLDER HEADER): a header-only package of the tool or of an example, as an interface target.
 #
 # They live in the host's /usr/include, which a cross compiler must never search: it would find the wrong system
 # headers there. A folder in the build tree holds links to just these packages.
 function(kora_header_package target folder header)
+  if(TARGET ${target}) # the tool and two examples share one
+    return()
+  endif()
   find_path(${target}_root "${folder}/${header}" NO_CMAKE_FIND_ROOT_PATH REQUIRED
             DOC "Where ${folder}/${header} is found")
   set(include "${CMAKE_BINARY_DIR}/packages/${target}")
@@ -18,6 +19,3 @@ function(kora_header_package target folder header)
   add_library(${target} INTERFACE)
   target_include_directories(${target} SYSTEM INTERFACE "${include}")
 endfunction()
-
-kora_header_package(kora_cli11 CLI CLI.hpp)         # arguments
-kora_header_package(kora_json nlohmann json.hpp)    # JSON

@@ -4,19 +4,33 @@
 #include "Kora/DAW/DAW_MenuEntry_p.h"
 
 #include <limits>
+#include <map>
+#include <vector>
 
 // Defined once more for hosts on Windows that take their address.
 constexpr Cmn_Int16 DAW_MenuEntry::cFirstCommandNumber;
 constexpr Cmn_Int16 DAW_MenuEntry::cLastCommandNumber;
 constexpr Cmn_Int16 DAW_MenuEntry::cNoCommandNumber;
 
-Cmn_Int16 DAW_MenuEntry::sNextCommandNumber = cFirstCommandNumber;
-std::vector<Cmn_Int16> DAW_MenuEntry::sCommandNumberRecycleStack;
-std::vector<DAW_MenuEntryAndIndex> DAW_MenuEntry::sEntryAndIndexOfCommandNumber;
-std::map<DAW_MenuEntryAndIndex, Cmn_Int16, DAW_MenuEntryAndIndexCompare>
-    DAW_MenuEntry::sCommandNumberOfEntryAndIndex;
+constinit Cmn_Int16 DAW_MenuEntry::sNextCommandNumber = cFirstCommandNumber;
+
+struct DAW_MenuEntry::Items
+{
+    std::vector<Cmn_Int16> sCommandNumberRecycleStack; // top at the back
+    // The item of cFirstCommandNumber + n at n; released ones are null.
+    std::vector<DAW_MenuEntryAndIndex> sEntryAndIndexOfCommandNumber;
+    std::map<DAW_MenuEntryAndIndex, Cmn_Int16, DAW_MenuEntryAndIndexCompare> sCommandNumberOfEntryAndIndex;
+};
+
+DAW_MenuEntry::Items& DAW_MenuEntry::AllItems()
+{
+    static Items sItems;
+    return sItems;
+}
 
 void (*gDAW_MenuEntryIsGone)(const DAW_MenuEntry*) = nullptr;
+
+DAW_MenuEntry::DAW_MenuEntry() { AllItems(); }
 
 DAW_MenuEntry::~DAW_MenuEntry()
 {
@@ -51,24 +65,25 @@ bool DAW_MenuEntry::DoHighlite(Cmn_Int16 iCommandNumber)
 Cmn_Int16 DAW_MenuEntry::GetIDForEntryAndIndex(DAW_MenuEntry* iEntry, Cmn_Int32 iIndex)
 {
     if (!Cmn_ASSERT(iEntry != nullptr)) return cNoCommandNumber;
+    Items& items = AllItems();
     const DAW_MenuEntryAndIndex item{iEntry, iIndex};
-    const auto place = sCommandNumberOfEntryAndIndex.lower_bound(item);
-    if (place != sCommandNumberOfEntryAndIndex.end() && place->first == item) return place->second;
+    const auto place = items.sCommandNumberOfEntryAndIndex.lower_bound(item);
+    if (place != items.sCommandNumberOfEntryAndIndex.end() && place->first == item) return place->second;
 
-    if (!sCommandNumberRecycleStack.empty()) {
-        const Cmn_Int16 number = sCommandNumberRecycleStack.back();
-        sCommandNumberOfEntryAndIndex.emplace_hint(place, item, number);
-        sCommandNumberRecycleStack.pop_back();
-        sEntryAndIndexOfCommandNumber[static_cast<std::size_t>(number - cFirstCommandNumber)] = item;
+    if (!items.sCommandNumberRecycleStack.empty()) {
+        const Cmn_Int16 number = items.sCommandNumberRecycleStack.back();
+        items.sCommandNumberOfEntryAndIndex.emplace_hint(place, item, number);
+        items.sCommandNumberRecycleStack.pop_back();
+        items.sEntryAndIndexOfCommandNumber[static_cast<std::size_t>(number - cFirstCommandNumber)] = item;
         return number;
     }
     if (!Cmn_ASSERT(sNextCommandNumber != cNoCommandNumber)) return cNoCommandNumber;
     const Cmn_Int16 number = sNextCommandNumber;
     // The room comes first, so that what runs out of memory changes nothing, and releasing never needs any.
-    sEntryAndIndexOfCommandNumber.reserve(cLastCommandNumber - cFirstCommandNumber + 1);
-    sCommandNumberRecycleStack.reserve(cLastCommandNumber - cFirstCommandNumber + 1);
-    sCommandNumberOfEntryAndIndex.emplace_hint(place, item, number);
-    sEntryAndIndexOfCommandNumber.push_back(item);
+    items.sEntryAndIndexOfCommandNumber.reserve(cLastCommandNumber - cFirstCommandNumber + 1);
+    items.sCommandNumberRecycleStack.reserve(cLastCommandNumber - cFirstCommandNumber + 1);
+    items.sCommandNumberOfEntryAndIndex.emplace_hint(place, item, number);
+    items.sEntryAndIndexOfCommandNumber.push_back(item);
     // The last number has no successor in 16 bits.
     sNextCommandNumber = number == cLastCommandNumber ? cNoCommandNumber : static_cast<Cmn_Int16>(number + 1);
     return number;
@@ -76,25 +91,28 @@ Cmn_Int16 DAW_MenuEntry::GetIDForEntryAndIndex(DAW_MenuEntry* iEntry, Cmn_Int32 
 
 DAW_MenuEntryAndIndex DAW_MenuEntry::GetEntryAndIndexFromCommandID(Cmn_Int16 iCommandNumber)
 {
+    const Items& items = AllItems();
     const int place = iCommandNumber - cFirstCommandNumber;
-    if (place < 0 || static_cast<std::size_t>(place) >= sEntryAndIndexOfCommandNumber.size()) return {};
-    return sEntryAndIndexOfCommandNumber[static_cast<std::size_t>(place)];
+    if (place < 0 || static_cast<std::size_t>(place) >= items.sEntryAndIndexOfCommandNumber.size()) return {};
+    return items.sEntryAndIndexOfCommandNumber[static_cast<std::size_t>(place)];
 }
 
 void DAW_MenuEntry::DeleteEntryAndIndexFromCommandID(Cmn_Int16 iCommandNumber)
 {
     const DAW_MenuEntryAndIndex item = GetEntryAndIndexFromCommandID(iCommandNumber);
     if (item.mEntry == nullptr) return;
-    sCommandNumberOfEntryAndIndex.erase(item);
-    sEntryAndIndexOfCommandNumber[static_cast<std::size_t>(iCommandNumber - cFirstCommandNumber)] = {};
-    sCommandNumberRecycleStack.push_back(iCommandNumber);
+    Items& items = AllItems();
+    items.sCommandNumberOfEntryAndIndex.erase(item);
+    items.sEntryAndIndexOfCommandNumber[static_cast<std::size_t>(iCommandNumber - cFirstCommandNumber)] = {};
+    items.sCommandNumberRecycleStack.push_back(iCommandNumber);
 }
 
 void DAW_MenuEntry::ReleaseCommandNumbers(Cmn_Int32 iFirstIndex) noexcept
 {
+    const Items& items = AllItems();
     // The items of one entry stand together in the map.
-    auto each = sCommandNumberOfEntryAndIndex.lower_bound({this, iFirstIndex});
-    while (each != sCommandNumberOfEntryAndIndex.end() && each->first.mEntry == this) {
+    auto each = items.sCommandNumberOfEntryAndIndex.lower_bound({this, iFirstIndex});
+    while (each != items.sCommandNumberOfEntryAndIndex.end() && each->first.mEntry == this) {
         const Cmn_Int16 number = each->second;
         ++each;
         DeleteEntryAndIndexFromCommandID(number);

@@ -22,9 +22,7 @@
 #include "Export/Kora_API.h"
 #include "Kora/DAW/DAW_MenuEntryAndIndex.h"
 
-#include <map>
 #include <string>
-#include <vector>
 
 class DAW_MenuEntryCompound;
 class DAW_MenuEntrySeparator;
@@ -44,7 +42,7 @@ public:
     // What an item without a number has; it leads nowhere.
     static constexpr Cmn_Int16 cNoCommandNumber = 0;
 
-    DAW_MenuEntry() = default;
+    DAW_MenuEntry();
     // Releases the entry's numbers. Menus that still show its items are updated before others are given the numbers.
     virtual ~DAW_MenuEntry();
     DAW_MenuEntry(const DAW_MenuEntry&) = delete;
@@ -101,9 +99,8 @@ protected:
 private:
     // The next number that was never out; cNoCommandNumber once the last one is.
     static Cmn_Int16 sNextCommandNumber;
-    static std::vector<Cmn_Int16> sCommandNumberRecycleStack; // top at the back
-    // The item of cFirstCommandNumber + n at n; released ones are null.
-    static std::vector<DAW_MenuEntryAndIndex> sEntryAndIndexOfCommandNumber;
-    static std::map<DAW_MenuEntryAndIndex, Cmn_Int16, DAW_MenuEntryAndIndexCompare>
-        sCommandNumberOfEntryAndIndex;
+    // The items of the numbers that are out. Made before the first entry and destroyed after the last one, entries that
+    // are static objects of a host included.
+    struct Items;
+    static Items& AllItems();
 };

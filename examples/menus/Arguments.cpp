@@ -1,4 +1,4 @@
-#include "examples/menus/Arguments.h"
+#include "menus/Arguments.h"
 
 #include <CLI/CLI.hpp>
 

@@ -1,7 +1,7 @@
-#include "examples/menus/Commands.h"
+#include "menus/Commands.h"
 
 #include "Kora/Commands.h"
-#include "examples/menus/Session.h"
+#include "menus/Session.h"
 
 #include <memory>
 

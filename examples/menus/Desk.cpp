@@ -1,4 +1,4 @@
-#include "examples/menus/Desk.h"
+#include "menus/Desk.h"
 
 #include <algorithm>
 #include <charconv>

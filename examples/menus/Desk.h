@@ -9,7 +9,7 @@
 // What does nothing is answered: a number that no enabled item has, a key without a binding, a disabled command.
 #pragma once
 
-#include "examples/menus/Keys.h"
+#include "menus/Keys.h"
 
 #include <istream>
 #include <string>

@@ -1,7 +1,7 @@
-#include "examples/menus/Keys.h"
+#include "menus/Keys.h"
 
 #include "Kora/Commands.h"
-#include "examples/menus/Commands.h"
+#include "menus/Commands.h"
 
 #include <algorithm>
 #include <cctype>

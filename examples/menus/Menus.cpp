@@ -1,9 +1,9 @@
-#include "examples/menus/Menus.h"
+#include "menus/Menus.h"
 
 #include "Kora/Commands.h"
-#include "examples/menus/Commands.h"
-#include "examples/menus/Keys.h"
-#include "examples/menus/Session.h"
+#include "menus/Commands.h"
+#include "menus/Keys.h"
+#include "menus/Session.h"
 
 namespace {
 

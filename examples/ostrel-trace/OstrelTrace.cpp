@@ -1,6 +1,6 @@
-#include "examples/ostrel-trace/OstrelTrace.h"
+#include "OstrelTrace.h"
 
-#include "examples/ostrel-trace/OstrelTracePlatform.h"
+#include "OstrelTracePlatform.h"
 
 #include <chrono>
 #include <cstdarg>

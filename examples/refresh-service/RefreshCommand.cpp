@@ -1,7 +1,7 @@
-#include "examples/refresh-service/RefreshCommand.h"
+#include "refresh-service/RefreshCommand.h"
 
 #include "Kora/Kora_RefreshClient.h"
-#include "examples/refresh-service/RefreshService.h"
+#include "refresh-service/RefreshService.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>

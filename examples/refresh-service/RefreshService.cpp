@@ -1,4 +1,4 @@
-#include "examples/refresh-service/RefreshService.h"
+#include "refresh-service/RefreshService.h"
 
 #include "OstrelPlatformSupport/PSMessagePipe.h"
 

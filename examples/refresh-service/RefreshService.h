@@ -12,7 +12,7 @@
 // Threads: one for each place. Each serves a client until it leaves, then takes the next.
 #pragma once
 
-#include "examples/refresh-service/RefreshListener.h"
+#include "refresh-service/RefreshListener.h"
 
 #include <atomic>
 #include <string_view>

@@ -8,15 +8,30 @@ add_test(NAME Package.Install COMMAND "${CMAKE_COMMAND}" "-DBUILD=${PROJECT_BINA
          "-DTOOL=${tool}" "-DEMULATOR=${CMAKE_CROSSCOMPILING_EMULATOR}" -P "${CMAKE_CURRENT_LIST_DIR}/Install.cmake")
 set_tests_properties(Package.Install PROPERTIES FIXTURES_SETUP KoraPackage)
 
-# Once a platform is enough for the headers, by themselves and behind macros.
-set(every_header ON)
+# host_project(NAME FOLDER OPTION...): builds a host's own project and runs its tests.
+function(host_project name folder)
+  add_test(NAME Package.${name} COMMAND "${CMAKE_CTEST_COMMAND}"
+           --build-and-test "${folder}" "${PROJECT_BINARY_DIR}/consumer/${name}"
+           --build-generator "${CMAKE_GENERATOR}" --build-noclean
+           --build-options "-DCMAKE_BUILD_TYPE=${CMAKE_BUILD_TYPE}" "-DCMAKE_TOOLCHAIN_FILE=${CMAKE_TOOLCHAIN_FILE}"
+                           "-DCMAKE_CXX_COMPILER_LAUNCHER=${CMAKE_CXX_COMPILER_LAUNCHER}" ${ARGN}
+           --test-command "${CMAKE_CTEST_COMMAND}" --output-on-failure --no-tests=error)
+  set_tests_properties(Package.${name} PROPERTIES TIMEOUT 900)
+endfunction()
+
+# Once a platform is enough for the headers, by themselves and behind macros, and for the tree as a part of a host's; the
+# other build of the two has the examples.
+set(once ON)
 if(CMAKE_BUILD_TYPE STREQUAL "Release" AND NOT CMAKE_CROSSCOMPILING)
-  set(every_header OFF)
+  set(once OFF)
 endif()
-add_test(NAME Package.Consumer COMMAND "${CMAKE_CTEST_COMMAND}"
-         --build-and-test "${CMAKE_CURRENT_LIST_DIR}" "${PROJECT_BINARY_DIR}/consumer/build"
-         --build-generator "${CMAKE_GENERATOR}" --build-noclean
-         --build-options "-DCMAKE_PREFIX_PATH=${prefix}" "-DCMAKE_BUILD_TYPE=${CMAKE_BUILD_TYPE}"
-                         "-DCMAKE_TOOLCHAIN_FILE=${CMAKE_TOOLCHAIN_FILE}" "-DEVERY_HEADER=${every_header}"
-         --test-command "${CMAKE_CTEST_COMMAND}" --output-on-failure --no-tests=error)
-set_tests_properties(Package.Consumer PROPERTIES FIXTURES_REQUIRED KoraPackage TIMEOUT 600)
+host_project(Consumer "${CMAKE_CURRENT_LIST_DIR}" "-DCMAKE_PREFIX_PATH=${prefix}" "-DEVERY_HEADER=${once}"
+             "-DWITH_COMMAND=${KORA_BUILD_TOOL}")
+set_tests_properties(Package.Consumer PROPERTIES FIXTURES_REQUIRED KoraPackage)
+if(once)
+  host_project(Subproject "${PROJECT_SOURCE_DIR}/tests/subproject")
+endif()
+if(CMAKE_BUILD_TYPE STREQUAL "Release")
+  host_project(Examples "${PROJECT_SOURCE_DIR}/examples" "-DCMAKE_PREFIX_PATH=${prefix}")
+  set_tests_properties(Package.Examples PROPERTIES FIXTURES_REQUIRED KoraPackage)
+endif()

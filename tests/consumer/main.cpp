@@ -36,6 +36,7 @@ void AnExceptionIsCaughtByItsTypeInTheHost()
         Expect(false, "text with more than an integer throws");
     } catch (const Cmn_Exception& error) {
         Expect(error.GetMessageID() == Cmn_eMessage_NotAnInteger, "the exception names its message");
+        Expect(error.what() == std::string("the text is not an integer"), "the texts are at hand");
     }
 }
 
@@ -73,11 +74,29 @@ void StaticDataIsShared()
     Expect(Kora_Init::sInitializedCount == 1, "the start-up count is one for library and host");
 }
 
+// A host's static objects may come first where the library is a static one, and go last.
+class SaveEntry : public DAW_MenuEntrySimple
+{
+    std::string GetMenuText() override { return "&Save"; }
+    void DoIt() override {}
+};
+SaveEntry sSaveEntry;
+const Cmn_Int16 sSaveNumber = sSaveEntry.DAW_MenuEntrySimple::GetCommandID();
+const bool sTimeIsStarted = (Time_Typed::Init(), true);
+
+void TheHostsStaticObjectsUseTheLibrary()
+{
+    Expect(sSaveNumber == 25000, "a menu entry has its number before main");
+    Expect(sTimeIsStarted && Time_Typed::MaxTime(Time_eType_Samples).AsInt64() == 0x7FFFFFFFF,
+           "the limits are those of the start-up option");
+}
+
 } // namespace
 
 int main()
 {
     Kora_Init::Init();
+    TheHostsStaticObjectsUseTheLibrary();
     AMapTellsTheHostAndUndoesItsEdit();
     StaticDataIsShared();
     AFailedCheckReachesTheHostsHandler();

@@ -82,6 +82,12 @@ std::string DumpItems(HMENU iMenu, int iDepth)
 
 std::map<HMENU, DAW_MenuEntry*> DAW_MenuMgrWin32::sDAWOwnedMenuHandles;
 
+// Where the library is a static one, entries that are static objects of a host may die after the two lists.
+static const struct StListsAreThere
+{
+    ~StListsAreThere() { gDAW_MenuEntryIsGone = nullptr; }
+} sListsAreThere;
+
 HMENU DAW_MenuMgrWin32::BuildAndMapMenu(DAW_MenuEntry* iMenuEntry)
 {
     if (!Cmn_ASSERT_TEXT(iMenuEntry != nullptr, "inMenuEntry != NULL")) return nullptr;

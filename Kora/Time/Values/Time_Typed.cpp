@@ -12,17 +12,27 @@ constexpr Cmn_Int64 cMaxSamplesShort = 0x7FFFFFFF;
 constexpr Cmn_Int64 cMaxSessionSampleShort = 0x75B347FF;
 constexpr Cmn_Int32 cUnitNames = 1341; // and the two that follow
 
-// Read at library load.
-const SPSStartupOptionSInt32 sUse24HourTimeline("Use24HourTimeline", 1);
+// Both are made at library load, or before by a static object of the host that calls Init: where the library is a static one,
+// it may come first.
+bool Uses24HourTimeline()
+{
+    static const SPSStartupOptionSInt32 sUse24HourTimeline("Use24HourTimeline", 1);
+    return sUse24HourTimeline.GetValue() != 0;
+}
 
-bool Uses24HourTimeline() { return sUse24HourTimeline.GetValue() != 0; }
+std::string& TypeString(Time_EType iType)
+{
+    static std::string sTypeStrings[3]; // empty until Init
+    return sTypeStrings[iType];
+}
+
+[[maybe_unused]] const bool sAreMadeAtLoad = (Uses24HourTimeline(), TypeString(Time_eType_Samples), true);
 
 } // namespace
 
 // The tables hold zeros until Init.
 constinit Time_Typed Time_Typed::sMinTimes[3];
 constinit Time_Typed Time_Typed::sMaxTimes[3];
-std::string Time_Typed::sTypeStrings[3];
 constinit Time_Sample Time_Typed::sMaxSessionSample;
 constinit bool Time_Typed::sInited = false;
 
@@ -39,7 +49,7 @@ void Time_Typed::Init()
         sMaxTimes[type] = Time_Typed(cMaxTicksAndFrames, type);
     }
     for (const Time_EType type : {Time_eType_Samples, Time_eType_Ticks, Time_eType_Frames})
-        sTypeStrings[type] = I18N_Utils::GetString(cUnitNames + static_cast<Cmn_Int32>(type));
+        TypeString(type) = I18N_Utils::GetString(cUnitNames + static_cast<Cmn_Int32>(type));
     sMaxSessionSample = Time_Sample(Uses24HourTimeline() ? cMaxSamplesOfADay : cMaxSessionSampleShort);
 }
 
@@ -67,8 +77,9 @@ Time_Typed Time_Typed::MaxTime(Time_EType iType) { return Checked(sMaxTimes[iTyp
 
 const std::string& Time_Typed::GetTimeTypedString(Time_EType iType)
 {
-    if (sTypeStrings[iType].empty()) Sys_ASSERT_INITIALIZED(sInited);
-    return sTypeStrings[iType];
+    const std::string& name = TypeString(iType);
+    if (name.empty()) Sys_ASSERT_INITIALIZED(sInited);
+    return name;
 }
 
 Time_Sample Time_Typed::AtMostTheMaximum(Time_Sample iSample)

@@ -57,7 +57,6 @@ private:
 
     static Time_Typed sMinTimes[3];
     static Time_Typed sMaxTimes[3];
-    static std::string sTypeStrings[3];
     static Time_Sample sMaxSessionSample;
     static bool sInited;
 };

@@ -1,10 +1,10 @@
 // The host in the terminal: the menu tree as text, numbers and keys as lines.
-#include "examples/menus/Arguments.h"
-#include "examples/menus/Commands.h"
-#include "examples/menus/Desk.h"
-#include "examples/menus/Keys.h"
-#include "examples/menus/Menus.h"
-#include "examples/menus/Session.h"
+#include "menus/Arguments.h"
+#include "menus/Commands.h"
+#include "menus/Desk.h"
+#include "menus/Keys.h"
+#include "menus/Menus.h"
+#include "menus/Session.h"
 
 #include <algorithm>
 #include <cctype>

@@ -1,10 +1,10 @@
 // The host as a window; with --play, its input's lines become messages to the window.
-#include "examples/menus/Arguments.h"
-#include "examples/menus/Commands.h"
-#include "examples/menus/Keys.h"
-#include "examples/menus/Menus.h"
-#include "examples/menus/Session.h"
-#include "examples/menus/Win32/Window.h"
+#include "menus/Arguments.h"
+#include "menus/Commands.h"
+#include "menus/Keys.h"
+#include "menus/Menus.h"
+#include "menus/Session.h"
+#include "menus/Win32/Window.h"
 
 #include <iostream>
 

@@ -1,7 +1,7 @@
-#include "examples/menus/Win32/Window.h"
+#include "menus/Win32/Window.h"
 
 #include "Kora/Commands.h"
-#include "examples/menus/Win32/Wide.h"
+#include "menus/Win32/Wide.h"
 
 #include <iostream>
 #include <vector>

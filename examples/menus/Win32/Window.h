@@ -2,7 +2,7 @@
 #pragma once
 
 #include "Kora/DAW/Win32/DAW_MenuDataWin32.h"
-#include "examples/menus/Desk.h"
+#include "menus/Desk.h"
 
 #include <deque>
 #include <memory>

@@ -1,4 +1,4 @@
-#include "examples/ostrel-trace/OstrelTracePlatform.h"
+#include "OstrelTracePlatform.h"
 
 #include <windows.h>
 

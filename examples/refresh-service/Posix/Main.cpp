@@ -1,4 +1,4 @@
 // Arguments are UTF-8 already.
-#include "examples/refresh-service/RefreshCommand.h"
+#include "refresh-service/RefreshCommand.h"
 
 int main(int iCount, char** iArguments) { return RefreshCommand({iArguments + 1, iArguments + iCount}); }

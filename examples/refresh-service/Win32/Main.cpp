@@ -1,5 +1,5 @@
 // Arguments become UTF-8.
-#include "examples/refresh-service/RefreshCommand.h"
+#include "refresh-service/RefreshCommand.h"
 
 #include <windows.h>
 

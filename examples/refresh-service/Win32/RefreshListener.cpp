@@ -1,4 +1,4 @@
-#include "examples/refresh-service/RefreshListener.h"
+#include "refresh-service/RefreshListener.h"
 
 #include "OstrelPlatformSupport/PSMessagePipe.h"
 
