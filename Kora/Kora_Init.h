@@ -10,7 +10,7 @@
 // A host that forgot Init meets the assertion "Kora_Init::sInitializedCount > 0" at the first use of what it builds: the
 // limits of times, clamped conversions among them, names, listeners and tasks. What then happens stands there.
 //
-// Threads: Init and Free run on the host's start-up and shut-down thread, before and after all others use the library.
+// Threads: Init and Free are called by one thread, while no other uses the library: before the rest start, after they end.
 #pragma once
 
 #include "Bastel/Cmn/Cmn_Types.h"

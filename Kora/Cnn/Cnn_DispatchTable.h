@@ -17,8 +17,8 @@ class Cnn_ListenerMessage;
 class KORA_API Cnn_DispatchTable
 {
 public:
-    // Casts the receiver object, the most derived message and the handler back to their real types and calls the
-    // handler. One serves the whole table.
+    // Knows the types that the table has forgotten: makes of the three addresses the receiver, the message of its own
+    // class and the handler, and calls it. One serves the whole table.
     using Invoker = void (*)(void* iReceiverP, const void* iMessageP, void* iHandlerP);
 
     Cnn_DispatchTable();

@@ -14,7 +14,7 @@ class KORA_API Cnn_ListenerMessage
 {
 public:
     virtual ~Cnn_ListenerMessage();
-    // The address of the most derived message object: what a handler's own message type is cast from.
+    // The whole message's address, which the dispatcher turns into the type that a handler takes.
     virtual const void* GetDerivedPtr() const = 0;
     // The ID within the message class, from 0. A message that Cnn_Receiver handles has it as `cID` too.
     virtual Cmn_Int32 GetID() const = 0;

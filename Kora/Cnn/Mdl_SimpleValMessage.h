@@ -1,4 +1,4 @@
-// Mdl_SimpleValMessage: the message class for a change of a simple value, with one message, ValChanged.
+// Mdl_SimpleValMessage: says that a value is another one now; ValChanged is its only message.
 //
 // The maps broadcast it after each edit. It carries nothing: listeners ask the map.
 #pragma once

@@ -22,8 +22,8 @@ public:
     void AddReceiver(Msg_Receiver* iReceiverP);
     // Unlinks the receiver; one that is not linked here asserts "iReceiverP->mObjP == this".
     void RemoveReceiver(Msg_Receiver* iReceiverP);
-    // The next receiver is read from the current one's link after its call: a receiver unlinks neither itself nor the
-    // one behind it from inside MsgReceive. One that unlinks itself nonetheless, or is destroyed, asserts and ends the
+    // Tells the receivers from first to last. Each one's link leads on to the next when its MsgReceive is through, so
+    // both have to stay linked until then. One that unlinks itself nonetheless, or is destroyed, asserts and ends the
     // broadcast, whether or not it is linked again.
     void BroadcastMessage(Msg_EMessage iMessage);
 

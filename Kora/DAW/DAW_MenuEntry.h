@@ -1,8 +1,8 @@
 // DAW_MenuEntry: what stands in a menu, and which entry a chosen command number belongs to.
 //
-// A menu is a tree of entries: DAW_MenuEntrySimple is one item, DAW_MenuEntryCompound a run of items that the
-// application computes, DAW_MenuEntrySeparator a line, DAW_MenuEntrySubMenu a popup with entries of its own. Each item
-// is told apart by (entry, index) and gets a command number when it is first asked for one:
+// A menu is a tree of entries: DAW_MenuEntrySimple is one item, DAW_MenuEntryCompound as many as the application has at
+// the moment, DAW_MenuEntrySeparator a line, DAW_MenuEntrySubMenu a popup with entries of its own. Each item is told apart
+// by (entry, index) and gets a command number when it is first asked for one:
 //
 //     File                            command number      DoCommand(25002)
 //       Save                          25001                 → DoIt(0) of the second entry

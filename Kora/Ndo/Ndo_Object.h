@@ -46,7 +46,7 @@ public:
     void NdoRestoreUndoable(Cmn_Int64 iID);
 
 protected:
-    // Comes before the change: the first call within an operation captures the state that undo returns to.
+    // Each edit calls it before it changes anything: what an operation's first call finds is what undo brings back.
     void NdoAboutToModify();
 
 private:

@@ -48,8 +48,8 @@ public:
     Ndo_Operation& operator=(const Ndo_Operation& iOther);
     ~Ndo_Operation();
 
-    // Puts every logged object back as it was when the operation started and undoes the actions; then the operation
-    // is empty. An operation that records meanwhile becomes the way forward again (redo).
+    // Takes the document back to where the operation began, objects first, then actions, and leaves the operation
+    // empty. What another operation records meanwhile is the way forward again (redo).
     //
     // While that runs, what is not yet restored is out of everybody's reach, and the operation reads as empty. An
     // exception from an object, state or action leaves at once, with the mode as it was before. What is not yet restored

@@ -1,4 +1,4 @@
-// FF_Document: a file that holds a document as many typed, nested streams, found again by a table of contents.
+// FF_Document: one file of streams inside streams, each of a type, with a table of contents that leads to any of them.
 //
 //   FF_Document document(Sys_FileLoc("take.kora"), eFF_EncryptionType_None, eTextEncoding_Utf8, false);
 //   document.Open(Sys_Store::eOpenFlag_New);

@@ -51,7 +51,7 @@ private:
     Cmn_Int32 mListIndex = 0;
 };
 
-// The path from the outermost stream to the one that the key names.
+// Names a stream: first the outermost one around it, and so inward, itself last.
 class KORA_API FF_Document::TOCKey
 {
 public:

@@ -47,7 +47,7 @@ private:
     std::unique_ptr<Location> mNext;
 };
 
-// In this file: the positions of the stream's pieces, first piece first.
+// In this file: where each piece of the stream stands, in reading order.
 class KORA_API FF_Document::LocalLocation : public Location
 {
 public:

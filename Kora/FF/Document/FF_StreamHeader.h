@@ -1,8 +1,8 @@
 // FF_StreamHeaderWriter, FF_StreamHeaderReader: the frame of one stream in a document.
 //
-// A standard stream header "Z" with the stream's version, then the stream type (signed 16-bit), then the body. Scoped
-// objects: made where the stream starts, destroyed where it ends. With a document they keep its stack of open streams;
-// with null the same bytes are written and read, and no context is kept.
+// The frame opens with a standard stream header "Z", which has the stream's version, and the stream's type in 16 signed
+// bits; the body follows. Scoped objects: made where the stream starts, destroyed where it ends. With a document they
+// keep its stack of open streams; with null the same bytes are written and read, and no context is kept.
 //
 // Ownership: document and typed stream stay the caller's and must outlive the object. Threads: one at a time.
 #pragma once

@@ -1,7 +1,7 @@
 // FF_StreamListWriter, FF_StreamListReader: the items of a stream that is a list.
 //
-// The list's body starts with the item count (signed 32-bit). Made inside the list stream's header writer or reader;
-// with a null document the same bytes are written and read.
+// A list's body opens with how many items follow, in 32 signed bits. Made inside the list stream's header writer or
+// reader; with a null document the same bytes are written and read.
 //
 //   FF_StreamHeaderWriter header(document, out, cClips, 1);
 //   FF_StreamListWriter list(document, out, 2);

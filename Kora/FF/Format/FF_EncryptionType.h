@@ -1,6 +1,6 @@
 // EFF_EncryptionType: how a document's stream data is masked, so that its bytes are not readable as they stand.
 //
-// A property of the file format, not a protection: the key is in the file.
+// It keeps nobody out: the key is in the file.
 #pragma once
 
 #include "Bastel/Cmn/Cmn_Types.h"

@@ -1,4 +1,4 @@
-// SDS_ConnectionIterator: the nodes that are directly connected with one, in the order in which the connections were made.
+// SDS_ConnectionIterator: the nodes that are directly connected with one, the oldest connection first.
 #pragma once
 
 #include "Kora/SDS/Source/SDS_CachingNameIterator.h"

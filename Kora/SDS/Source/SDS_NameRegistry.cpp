@@ -279,7 +279,7 @@ ESDSError SDS_NameRegistry::ConnectNames(SDS_Name* iBaseA, const char* const iPa
         SDS_NameRelease(*a);
         return result;
     }
-    // The two references are kept for as long as the connection is.
+    // A connection holds both its ends: their references are given back when it goes.
     SDS_ConnectionRecord* record = nullptr;
     if (a != b && FindConnection(*a, *b) == nullptr) {
         record = SDS_NameStore::CreateRecord();

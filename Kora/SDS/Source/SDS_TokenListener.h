@@ -1,7 +1,8 @@
 // SDS_TokenListener: the dispatcher's view of one listener: which node, which kinds of tokens, which task.
 //
-// A listener is active while it has both a name and a task (a global one: a task). Each setter of what decides the delivery takes it out,
-// changes it and puts it back behind the node's other listeners; so it is for set-up, not for real-time threads.
+// A listener is active once a node and a task are set (a global one needs the task alone). Each setter of what decides the
+// delivery takes it out, changes it and puts it back behind the node's other listeners; so it is for set-up, not for
+// real-time threads.
 // Clients use SDS_ITokenListener, which owns one.
 //
 // Threads:   setters on any thread, under the dispatcher's critical section, which they enter themselves. The task

@@ -1,7 +1,7 @@
 // SDS_TokenTracker: what a developer sees of the token traffic: texts for tokens, and hooks where a tracer would stand.
 //
-// The hooks of a token's life (received, queued, delivered, dropped) are inert: they record nothing and have no effect
-// on the delivery.
+// The dispatcher calls a hook wherever a token arrives, waits, is handed over or is lost. None of them records anything or
+// changes what happens to the token.
 //
 // Threads:   registration and Describe on any thread, each table under a section of its own.
 // Ownership: one instance, made by Init, for the process.

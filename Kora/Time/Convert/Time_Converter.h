@@ -36,7 +36,7 @@ public:
     void SetTempoMap(Time_TempoMap* iMap) { mTempoMap = iMap; }
     Time_MeterMap* GetMeterMap() const { return mMeterMap; }
     void SetMeterMap(Time_MeterMap* iMap) { mMeterMap = iMap; }
-    // The unit of the user's main counter.
+    // What the big counter on the user's screen counts in.
     Time_EType GetMainCounterType() const { return mMainCounterType; }
     void SetMainCounterType(Time_EType iType) { mMainCounterType = iType; }
     // Makes an empty tempo map and an empty meter map of its own and uses them, each unless it made one before.

@@ -41,8 +41,8 @@ public:
     {
         return Time_TickLength(Cmn_TruncDiv<Cmn_Int64>(Time_TickLength::cInternalPerWhole, mDenominator));
     }
-    // Ticks from the start of iBBT's bar to it, under this meter. Beats past the numerator run on into following bars;
-    // beats below 1 truncate toward the bar's start.
+    // Ticks from the start of iBBT's bar to it, under this meter. A beat that the bar does not have is counted on
+    // through the bars behind it; beats below 1 truncate toward the bar's start.
     Time_TickLength ComputeOffsetIntoBar(const Time_BarBeatTick& iBBT) const;
 
     // Numerator, denominator and click.

@@ -102,8 +102,9 @@ public:
     void RenumberBars(Cmn_Int32 iDelta);
     // Gives an empty map the default map's change; does not broadcast.
     void MakeRealIfDefault();
-    // Moves the song start, which gets a change there; bar numbers change so that its bar keeps its number. A change
-    // left redundant at the old song start goes. On an empty map it is stored without a broadcast; nothing if equal.
+    // Moves the song start, which gets a change there; bar numbers change so that its bar keeps its number. A change at
+    // the old song start that repeats the meter beside it goes. On an empty map it is stored without a broadcast; nothing
+    // if equal.
     void SetSongStartTick(Time_Tick iTick);
     // Guarantees a change at the song start, there numbered iBar if it had to be added. Nothing if there is one.
     void AddBackSongStartMeter(Cmn_Int32 iBar);

@@ -134,7 +134,7 @@ inline Cmn_Int64 Time_MeterMapIndex::ToTick(const Position& iPosition) const
     const Stretch& stretch = mStretches[FindByBar(iPosition.mBar)];
     Cmn_Int64 start = BarStart(stretch, iPosition.mBar);
     Cmn_Int64 beats = iPosition.mBeat - 1;
-    // Beats past the numerator run on into following bars of the same meter; beats below 1 truncate.
+    // A beat that its bar does not have is counted on through the bars behind it; beats below 1 truncate.
     if (beats < 0 || beats >= stretch.mNumerator) [[unlikely]] {
         start = Cmn_WrapAdd(start, Cmn_WrapMul(beats / stretch.mNumerator, stretch.mBarLength));
         beats %= stretch.mNumerator;

@@ -7,7 +7,7 @@
 //     +--------|------ tick
 //              T0
 //
-// Units:      ticks, 960000 to a quarter note; samples, unrounded inside, so that rounding happens once, at the edge.
+// Units:      ticks, 960000 to a quarter note; samples, with fractions inside: only a result is rounded, once.
 // Rounding:   halves go up: a tick half-way between two samples belongs to the later one. Results beyond 64 bits
 //             saturate.
 // Invariants: (1) ticks per sample is 1 / samples per tick, kept to spare a division for each conversion.

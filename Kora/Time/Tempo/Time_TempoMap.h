@@ -102,7 +102,7 @@ public:
     Time_Tick GetSessionStartTick() const { return Clean().mSessionStartTick; }
     // No segment is free.
     bool IsAllIDB() const { return Clean().mAllAreLocked; }
-    // Fewer than two segments are locked to a sample.
+    // At most one segment is locked, so nothing is stretched between two samples.
     bool IsAllChanges() const { return Clean().mFewerThanTwoAreLocked; }
 
     // --- Conversions: those of Time_BasicTempoMap, where they are described

@@ -1,8 +1,8 @@
 // Time_TempoMapSegment: one stretch of a tempo map as users edit it; it turns itself into numeric segments.
 //
-// A segment reaches from its start tick to the next segment's. It is either free, its start following from what lies
-// before it, or locked to a sample; and either has a tempo of its own, or is computed: its tempo is whatever fills the
-// samples between its start and the given end exactly, derived again with each rebuild.
+// A segment ends where the next one starts. Where it starts in samples is either free, which means that whatever lies
+// before it decides, or locked, and then it stays. How fast it goes is either its own tempo, or computed: each rebuild
+// finds the tempo at which it reaches the next lock at the right sample.
 //
 // Units:      ticks, 960000 to a quarter note; samples at the sample rate of the map that generates.
 // Threads:    the document's thread only.

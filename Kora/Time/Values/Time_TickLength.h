@@ -64,7 +64,7 @@ public:
         return Time_TickLength(Cmn_WrapMul(mLength, cInternalPerDisplay));
     }
 
-    // One unit of the length's own type.
+    // By one internal tick, or by one display tick where it counts those.
     constexpr Time_TickLength& operator++() { return Add(1); }
     constexpr Time_TickLength& operator--() { return Add(-1); }
     constexpr Time_TickLength operator++(int)
