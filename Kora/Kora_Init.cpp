@@ -24,6 +24,7 @@ void Kora_Init::Free()
     constexpr Cmn_UInt32 category = Sys_Trace::cCategory_Initialization;
     Sys_TRACE(category, "Kora_Init::Free() - enter - sInitializedCount = %d\n", sInitializedCount);
     // Deliberate: nothing is released, so that late callers still find the limits.
+    // Test: KoraInit.PairsAreCountedTracedAndBuildOnce
     if (--sInitializedCount == 0) Sys_TRACE(category, "Kora_Init::Free() - Do Free\n");
     Sys_TRACE(category, "Kora_Init::Free() - leaving\n");
 }

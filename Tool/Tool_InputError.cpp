@@ -4,6 +4,7 @@ namespace {
 constexpr std::size_t cLongestShown = 40;
 
 // Deliberate: a name's bytes beyond ASCII stay, since a terminal shows them; values may be any bytes at all.
+// Test: DocumentTest.InfoShowsEveryStreamAndEveryEntry
 std::string Escape(std::string_view iText, bool iKeepsNonAscii)
 {
     constexpr char cHex[] = "0123456789abcdef";

@@ -62,7 +62,7 @@ public:
         DAW_ERightMouseButtonState iRight = DAW_eRightMouseButtonState_Up);
 
     DAW_EMenuCommandKeyState GetMenuCommandKeyState() const { return mMenuCommand; }
-    // Deliberate: spelled so; hosts call it by this name.
+    // Deliberate: spelled so; hosts call it by this name. Test: EventModifiers.EachStateIsWhatItWasMadeOrSetTo
     DAW_EAlternateKeyState GetAlernateKeyState() const { return mAlternate; }
     DAW_EMetaKeyState GetMetaKeyState() const { return mMeta; }
     DAW_EShiftKeyState GetShiftKeyState() const { return mShift; }

@@ -27,7 +27,8 @@ FF_StreamListWriter::~FF_StreamListWriter()
 
 void FF_StreamListWriter::AddListEntry(Cmn_Int32 iItem, std::string_view iDescription)
 {
-    // Deliberate: one more than the item's index, since 0 says that no item is open. Test: ThreeItemsAreOneTwoThree
+    // Deliberate: one more than the item's index, since 0 says that no item is open.
+    // Test: ThreeItemsAreOneTwoThreeAndTheBytesAreTheSameWithoutDocument
     const Cmn_UInt32 listIndex = static_cast<Cmn_UInt32>(iItem) + 1;
     if (mDocument != nullptr && mDocument->GetOpenStreams().IsList())
         mDocument->GetOpenStreams().SetItem(static_cast<Cmn_Int32>(listIndex));

@@ -207,7 +207,8 @@ const char* Time_Globals::GetTimeCodeFormatString(ETimeCodeFormat iFormat)
     case eTimeCodeFormat_2997Drop:
         return "29.97 fps drop";
     case eTimeCodeFormat_2997DropOMF:
-        return "2997  fps drop (OMF)"; // Deliberate: users know it so.
+        // Deliberate: users know it so. Test: FormatsNameThemselvesAndTheirAudioPulls
+        return "2997  fps drop (OMF)";
     case eTimeCodeFormat_30:
         return "30 fps";
     case eTimeCodeFormat_30Drop:

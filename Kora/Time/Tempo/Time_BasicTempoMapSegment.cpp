@@ -43,6 +43,7 @@ void Time_BasicTempoMapSegment::SetEndSample(Time_Tick iStartTick, Time_Tick iEn
     const double ticks = TicksAfterStart(iEndTick), samples = iFractionalEndSample - iFractionalStartSample;
     mSamplesPerTick = samples / ticks;
     // Deliberate: not 1 / slope, which would round a second time.
+    // Test: TempoMapModel.EditsGiveTheBitsOfAFullRebuildAndUndoBringsBackEveryByteAndBit
     mTicksPerSample = ticks / samples;
 }
 
