@@ -507,6 +507,9 @@ TEST(TOC, WhatIsNotThereIsReportedAndChangesNothing)
     }
     EXPECT_EQ(table.GetNumValues(2) + table.IsList(-1), 0);
     EXPECT_EQ(table.GetInOrder(2), TOC::cNone);
+    const std::vector<FF_Document::Context> withoutValues = {FF_Document::Context(31)};
+    TOC other; // as a file may tell of it
+    EXPECT_FALSE(other.GetFirstOffset(other.Insert(withoutValues), 0, offset));
     EXPECT_EQ(reports.Take().size(), 3u);
     // A chain that no reader takes does not get in.
     std::unique_ptr<FF_Document::Location> chain = std::make_unique<FF_Document::LocalLocation>();

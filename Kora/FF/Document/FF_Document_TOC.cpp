@@ -87,6 +87,8 @@ FF_Document::TOCValue FF_Document::TOC::GetValue(Entry iEntry, Cmn_Int32 iValue)
 
 bool FF_Document::TOC::GetFirstOffset(Entry iEntry, Cmn_Int32 iValue, Cmn_UInt32& oOffset) const
 {
+    const bool isKnown = iEntry >= 0 && iEntry < GetNumKeys();
+    if (isKnown && iValue == 0 && mTable->GetKey(iEntry).valueCount == 0) return false;
     if (!Cmn_ASSERT(Has(iEntry, iValue))) return false;
     const std::span<const Cmn_UInt8> offsets = mTable->GetOffsets(iEntry, iValue);
     if (offsets.empty()) return false;

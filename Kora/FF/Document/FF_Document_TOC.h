@@ -45,7 +45,8 @@ public:
     TOCKey GetKey(Entry iEntry) const;
     Cmn_Int32 GetNumValues(Entry iEntry) const;
     TOCValue GetValue(Entry iEntry, Cmn_Int32 iValue) const;
-    // The same without making an object: false where the value is not in this file or has no piece yet.
+    // The same without making an object: false where the value is not in this file or has no piece yet. Value 0 may be
+    // asked for of every entry: files may tell of keys that have no values.
     bool GetFirstOffset(Entry iEntry, Cmn_Int32 iValue, Cmn_UInt32& oOffset) const;
     // True where iOffset is one of the value's pieces.
     bool HasOffset(Entry iEntry, Cmn_Int32 iValue, Cmn_UInt32 iOffset) const;

@@ -146,19 +146,33 @@ private:
     std::vector<FF_Frame> mFrames;
 };
 
-// Leaves out what is inside a whole frame and was not moved as far: that frame's bytes are all its own. iStart and iEnd of
-// a frame say what inside is; frames ascend by it.
-template <class Start, class End>
-void DropStrangers(std::vector<FF_Frame>& ioFrames, Start iStart, End iEnd)
+// A whole frame's bytes are all its own, where it stands and where it was written: what is in it was moved as far.
+class WholeAround
 {
-    Cmn_Int64 end = 0; // of the whole frame around
-    Cmn_Int64 shift = 0;
+public:
+    // Frames come in ascending order of iStart.
+    bool MayHold(const FF_Frame& iFrame, Cmn_Int64 iStart) const
+    {
+        return iStart >= mEnd || iFrame.GetShift() == mShift;
+    }
+    void Pass(const FF_Frame& iFrame, Cmn_Int64 iStart, Cmn_Int64 iEnd)
+    {
+        if (iStart < mEnd || !iFrame.isWhole) return;
+        mEnd = iEnd;
+        mShift = iFrame.GetShift();
+    }
+
+private:
+    Cmn_Int64 mEnd = 0; // of the outermost whole one passed last
+    Cmn_Int64 mShift = 0;
+};
+
+void DropStrangers(std::vector<FF_Frame>& ioFrames)
+{
+    WholeAround around;
     std::erase_if(ioFrames, [&](const FF_Frame& frame) {
-        if (iStart(frame) < end) return frame.GetShift() != shift;
-        if (frame.isWhole) {
-            end = iEnd(frame);
-            shift = frame.GetShift();
-        }
+        if (!around.MayHold(frame, frame.place)) return true;
+        around.Pass(frame, frame.place, frame.GetPlaceOfEnd());
         return false;
     });
 }
@@ -179,6 +193,29 @@ bool IsBetter(const FF_Frame& a, const FF_Frame& b)
         return std::tuple(f.header.start, !f.isWhole, f.GetShift() != 0, f.place);
     };
     return rank(a) < rank(b);
+}
+
+// Of those from one place, the one that belongs into what is around that place, or else the best.
+FF_FoundFrames ChooseOne(std::vector<FF_Frame>&& iFrames)
+{
+    std::sort(iFrames.begin(), iFrames.end(), IsBetter);
+    FF_FoundFrames found;
+    WholeAround around;
+    for (auto from = iFrames.begin(); from != iFrames.end();) {
+        const Cmn_Int64 origin = from->header.start;
+        const auto to =
+            std::find_if(from, iFrames.end(), [&](const FF_Frame& f) { return f.header.start != origin; });
+        const auto chosen =
+            std::find_if(from, to, [&](const FF_Frame& f) { return around.MayHold(f, origin); });
+        for (auto frame = from; chosen != to && frame != to; ++frame)
+            if (frame != chosen) found.doubles.push_back(std::move(*frame));
+        if (chosen != to) {
+            around.Pass(*chosen, origin, chosen->header.end);
+            found.frames.push_back(std::move(*chosen));
+        }
+        from = to;
+    }
+    return found;
 }
 
 } // namespace
@@ -203,16 +240,7 @@ FF_FoundFrames FF_FindFrames(FF_StreamWindow& ioWindow, bool iSwap, Cmn_Int64 iF
 {
     std::vector<FF_Frame> frames = Pass(ioWindow, iSwap, iFrom, std::max(iFrom, iTo), iMoved).Run();
     if (iMoved == eMovedFrames_Ignore) return {std::move(frames), {}};
-    const auto place = [](const FF_Frame& f) { return f.place; };
-    DropStrangers(frames, place, [](const FF_Frame& f) { return f.GetPlaceOfEnd(); });
+    DropStrangers(frames);
     DropUnlikely(frames);
-    std::sort(frames.begin(), frames.end(), IsBetter);
-    FF_FoundFrames found;
-    for (FF_Frame& frame : frames) {
-        const bool isDouble = !found.frames.empty() && found.frames.back().header.start == frame.header.start;
-        (isDouble ? found.doubles : found.frames).push_back(std::move(frame));
-    }
-    const auto origin = [](const FF_Frame& f) { return f.header.start; };
-    DropStrangers(found.frames, origin, [](const FF_Frame& f) { return f.header.end; });
-    return found;
+    return ChooseOne(std::move(frames));
 }
