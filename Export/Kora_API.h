@@ -1,5 +1,8 @@
-// KORA_API: marks what the shared library gives to its hosts; a static one (KORA_STATIC) marks nothing. KORA_PRINTF_CHECKED: has a compiler that can check a
-// function's arguments against its printf format.
+// KORA_API: marks what the shared library gives to its hosts; a static one (KORA_STATIC) marks nothing. KORA_API_NODISCARD:
+// the same for a class whose objects are all that the call which returns them, or the line that makes them, is for.
+// KORA_NONBLOCKING: stands behind a function that real-time threads may call (docs/threads.md lists them); a compiler that
+// knows the attribute then checks their callers. KORA_PRINTF_CHECKED: has a compiler that can check a function's arguments
+// against its printf format.
 //
 // The one place where the platforms' ways of declaring differ. All floors of the house include it, and it
 // includes nothing.
@@ -17,6 +20,26 @@
 #define KORA_API __attribute__((visibility("default")))
 #else
 #define KORA_API
+#endif
+
+// GCC takes attributes of one spelling only between `class` and the name.
+#if !defined(__GNUC__)
+#define KORA_API_NODISCARD [[nodiscard]] KORA_API
+#elif !defined(_WIN32)
+#define KORA_API_NODISCARD [[nodiscard, gnu::visibility("default")]]
+#elif defined(KORA_BUILDING_LIBRARY)
+#define KORA_API_NODISCARD [[nodiscard, gnu::dllexport]]
+#else
+#define KORA_API_NODISCARD [[nodiscard, gnu::dllimport]]
+#endif
+
+#if defined(__has_cpp_attribute)
+#if __has_cpp_attribute(clang::nonblocking)
+#define KORA_NONBLOCKING [[clang::nonblocking]]
+#endif
+#endif
+#if !defined(KORA_NONBLOCKING)
+#define KORA_NONBLOCKING
 #endif
 
 // Formats are the C standard's, which Windows compilers call GNU's.

@@ -13,7 +13,7 @@ void Kora_Init::Init()
     Sys_TraceBinder::Singleton();
     Sys_TRACE(category, "Kora_Init::Init() - enter - sInitializedCount = %d\n", sInitializedCount);
     if (sInitializedCount++ == 0) {
-        SDS_NameRegistry::Init();
+        static_cast<void>(SDS_NameRegistry::Init()); // without memory the first call that needs it asserts
         Time_Typed::Init();
     }
     Sys_TRACE(category, "Kora_Init::Init() - leaving\n");

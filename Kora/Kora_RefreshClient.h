@@ -40,15 +40,15 @@ class KORA_API Kora_RefreshBuffer
 public:
     Kora_RefreshBuffer() = default;
     // Empty when there is no memory.
-    explicit Kora_RefreshBuffer(Cmn_UInt32 iSize) noexcept { Resize(iSize); }
+    explicit Kora_RefreshBuffer(Cmn_UInt32 iSize) noexcept { static_cast<void>(Resize(iSize)); }
     Kora_RefreshBuffer(Kora_RefreshBuffer&& ioOther) noexcept;
     Kora_RefreshBuffer& operator=(Kora_RefreshBuffer&& ioOther) noexcept;
 
     // Releases the old bytes and has new ones, all zero. False, and empty, when there is no memory.
-    bool Resize(Cmn_UInt32 iSize) noexcept;
+    [[nodiscard]] bool Resize(Cmn_UInt32 iSize) noexcept;
     // Keeps the bytes, and has iMore zero ones behind them. False, and as it was, when there is no memory or the size
     // would pass 32 bits.
-    bool Grow(Cmn_UInt32 iMore) noexcept;
+    [[nodiscard]] bool Grow(Cmn_UInt32 iMore) noexcept;
 
     Cmn_UInt8* GetBytes() { return mBytes.get(); }
     const Cmn_UInt8* GetBytes() const { return mBytes.get(); }
@@ -66,11 +66,13 @@ public:
     // Sends a request of any kind. True when the service answered with status 0 and at most iCapacity bytes: they are
     // in oDestination then, and their number in oLength. Otherwise oLength is 0 and the destination as it was. A
     // destination of null has no capacity.
-    static bool Request(const Kora_RefreshBuffer& iRequest, void* oDestination, Cmn_UInt32 iCapacity,
-                        Cmn_UInt32& oLength, const Kora_RefreshLimits& iLimits = {}) noexcept;
+    [[nodiscard]] static bool Request(const Kora_RefreshBuffer& iRequest, void* oDestination,
+                                      Cmn_UInt32 iCapacity, Cmn_UInt32& oLength,
+                                      const Kora_RefreshLimits& iLimits = {}) noexcept;
     // The same with a request of 32 bytes, the four words as they lie in memory.
-    static bool Request32(const Cmn_UInt64 (&iWords)[4], void* oDestination, Cmn_UInt32 iCapacity,
-                          Cmn_UInt32& oLength, const Kora_RefreshLimits& iLimits = {}) noexcept;
+    [[nodiscard]] static bool Request32(const Cmn_UInt64 (&iWords)[4], void* oDestination,
+                                        Cmn_UInt32 iCapacity, Cmn_UInt32& oLength,
+                                        const Kora_RefreshLimits& iLimits = {}) noexcept;
 
     explicit Kora_RefreshClient(const Kora_RefreshLimits& iLimits = {}) noexcept
         : mLimits(iLimits)
@@ -79,7 +81,7 @@ public:
 
     // Opens the pipe and shakes hands; true at once when that is done already. A service whose places are all taken is
     // tried four times. After a failure nothing stays open.
-    bool Connect() noexcept;
+    [[nodiscard]] bool Connect() noexcept;
     bool IsConnected() const { return mConnected != 0; }
     // How often the last Connect found all places taken: 0 to 4.
     Cmn_Int32 GetBusyAttempts() const { return mBusyAttempts; }
@@ -88,11 +90,11 @@ public:
     // Writes a request and reads its reply, header included. True when the reply is as long as its header says: an
     // answer of L bytes has L + 11 or more. After a failure the reply holds anything, and the connection is good for
     // Close only.
-    bool Transact(const Kora_RefreshBuffer& iRequest, Kora_RefreshBuffer& oReply) noexcept;
+    [[nodiscard]] bool Transact(const Kora_RefreshBuffer& iRequest, Kora_RefreshBuffer& oReply) noexcept;
 
 private:
-    bool OpenPipe() noexcept;
-    bool ShakeHands() noexcept;
+    [[nodiscard]] bool OpenPipe() noexcept;
+    [[nodiscard]] bool ShakeHands() noexcept;
 
     Kora_RefreshLimits mLimits;
     PSMessagePipe mPipe;

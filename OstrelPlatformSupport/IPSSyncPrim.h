@@ -32,7 +32,7 @@ public:
     IPSSyncPrim& operator=(const IPSSyncPrim&) = delete;
 
     // True once it was entered; false when the time was up before.
-    virtual bool Enter(std::int32_t iTimeoutMs) = 0;
+    [[nodiscard]] virtual bool Enter(std::int32_t iTimeoutMs) = 0;
     // False, and nothing changes, when the calling thread has nothing to leave; an event can always be signalled.
     virtual bool Leave() = 0;
 
@@ -47,13 +47,13 @@ private:
 };
 
 // Holds a critical section for a scope, waiting for it as long as it takes.
-class IPSSyncPrim::StEnter
+class [[nodiscard]] IPSSyncPrim::StEnter
 {
 public:
     explicit StEnter(IPSSyncPrim& iSection)
         : mSection(iSection)
     {
-        mSection.Enter(cWaitForever);
+        static_cast<void>(mSection.Enter(cWaitForever));
     }
     ~StEnter() { mSection.Leave(); }
     StEnter(const StEnter&) = delete;

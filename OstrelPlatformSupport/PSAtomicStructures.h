@@ -20,6 +20,7 @@
 //             sleep and then looks whether the queue is empty, do not miss each other.
 #pragma once
 
+#include "Export/Kora_API.h"
 #include "OstrelPlatformSupport/PSStdAtomic.h"
 
 #include <cstdint>
@@ -43,18 +44,22 @@ public:
 
     // Adds a link that is in no queue. Whatever its `next` held is lost. False, and the link stays the caller's, when
     // the queue is closed.
-    bool Push(PSAtomicQueueLink& ioLink) { return PushNewestFirst(ioLink, ioLink); }
+    [[nodiscard]] bool Push(PSAtomicQueueLink& ioLink) KORA_NONBLOCKING
+    {
+        return PushNewestFirst(ioLink, ioLink);
+    }
 
     // Adds a chain that is linked from the newest to the oldest, with one compare-and-swap: no other link comes to stand
     // between them. What ioOldest's `next` held is lost. False when the queue is closed.
-    bool PushNewestFirst(PSAtomicQueueLink& ioNewest, PSAtomicQueueLink& ioOldest);
+    [[nodiscard]] bool PushNewestFirst(PSAtomicQueueLink& ioNewest,
+                                       PSAtomicQueueLink& ioOldest) KORA_NONBLOCKING;
 
     // Takes everything and returns the oldest link; its `next` leads to the newest, whose `next` is null. Null when
     // the queue is empty, which costs one load.
-    PSAtomicQueueLink* Drain();
+    PSAtomicQueueLink* Drain() KORA_NONBLOCKING;
 
     // What was true at one moment; a push may have come since. A closed queue is empty.
-    bool IsEmpty() const
+    bool IsEmpty() const KORA_NONBLOCKING
     {
         const PSAtomicQueueLink* const head = mHead.load();
         return head == nullptr || head == &mClosed;
@@ -88,7 +93,7 @@ public:
     }
 
     // True where pointers and words of 16 to 64 bits are atomic in hardware, as on all platforms of the house.
-    constexpr bool IsLockFree() const
+    [[nodiscard]] constexpr bool IsLockFree() const
     {
         return std::atomic<PSAtomicQueueLink*>::is_always_lock_free &&
                std::atomic<std::uint64_t>::is_always_lock_free &&
@@ -113,7 +118,8 @@ PSAtomicQueueLink* PSBasicAtomicQueue<TAtomic>::Reverse(PSAtomicQueueLink* iFirs
 }
 
 template <template <class> class TAtomic>
-bool PSBasicAtomicQueue<TAtomic>::PushNewestFirst(PSAtomicQueueLink& ioNewest, PSAtomicQueueLink& ioOldest)
+bool PSBasicAtomicQueue<TAtomic>::PushNewestFirst(PSAtomicQueueLink& ioNewest,
+                                                  PSAtomicQueueLink& ioOldest) KORA_NONBLOCKING
 {
     PSAtomicQueueLink* head = mHead.load(std::memory_order_relaxed); // a guess: only compared, never followed
     do {
@@ -124,7 +130,7 @@ bool PSBasicAtomicQueue<TAtomic>::PushNewestFirst(PSAtomicQueueLink& ioNewest, P
 }
 
 template <template <class> class TAtomic>
-PSAtomicQueueLink* PSBasicAtomicQueue<TAtomic>::Drain()
+PSAtomicQueueLink* PSBasicAtomicQueue<TAtomic>::Drain() KORA_NONBLOCKING
 {
     if (IsEmpty()) return nullptr;
     return Reverse(mHead.exchange(nullptr));

@@ -6,6 +6,7 @@
 // Real time: one instruction each; nothing is checked.
 #pragma once
 
+#include "Export/Kora_API.h"
 #include "OstrelPlatformSupport/PSStdAtomic.h"
 
 #include <cstdint>
@@ -22,10 +23,13 @@ public:
     PSBasicAtomic_UInt32Semaphore& operator=(const PSBasicAtomic_UInt32Semaphore&) = delete;
 
     // Both return the count that they made.
-    std::uint32_t Add(std::uint32_t iCount = 1) { return mCount.fetch_add(iCount) + iCount; }
-    std::uint32_t Subtract(std::uint32_t iCount = 1) { return mCount.fetch_sub(iCount) - iCount; }
+    std::uint32_t Add(std::uint32_t iCount = 1) KORA_NONBLOCKING { return mCount.fetch_add(iCount) + iCount; }
+    std::uint32_t Subtract(std::uint32_t iCount = 1) KORA_NONBLOCKING
+    {
+        return mCount.fetch_sub(iCount) - iCount;
+    }
 
-    std::uint32_t Get() const { return mCount.load(); }
+    std::uint32_t Get() const KORA_NONBLOCKING { return mCount.load(); }
 
 private:
     TAtomic<std::uint32_t> mCount;

@@ -15,11 +15,11 @@ class KORA_API PSDynamicLibrary
 public:
     // Loads by file name through the system's search, or by path; UTF-8. True when a library is loaded, which it
     // may have been before: one object keeps the first that it found. An empty name is none.
-    bool Load(const std::string& iFile);
+    [[nodiscard]] bool Load(const std::string& iFile);
     bool IsLoaded() const { return mHandle != nullptr; }
 
     // Address of an exported entry; null when there is none, or no library.
-    void* Find(const char* iEntry) const;
+    [[nodiscard]] void* Find(const char* iEntry) const;
 
     // The same as a pointer to a function: `auto* isActive = library.FindFunction<unsigned char()>("IsActive");`
     template <class Function>
@@ -33,7 +33,7 @@ private:
 };
 
 // Root of the drive that the system lives on, "C:\": where common files lie from. Empty where there are no drives.
-KORA_API std::string PSGetSystemDriveRoot();
+[[nodiscard]] KORA_API std::string PSGetSystemDriveRoot();
 
 // File name that a shared library has on this system: "OstrelTrace" is "OstrelTrace.dll" or "libOstrelTrace.so".
-KORA_API std::string PSGetDynamicLibraryFileName(const std::string& iName);
+[[nodiscard]] KORA_API std::string PSGetDynamicLibraryFileName(const std::string& iName);

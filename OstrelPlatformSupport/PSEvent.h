@@ -19,10 +19,10 @@ public:
     ~PSEvent() override;
 
     // True once a signal was taken; false when the time was up before. 0 only tries, -1 waits without bound.
-    bool Wait(std::int32_t iTimeoutMs) { return Enter(iTimeoutMs); }
+    [[nodiscard]] bool Wait(std::int32_t iTimeoutMs) { return Enter(iTimeoutMs); }
     void Signal() { Leave(); }
 
-    bool Enter(std::int32_t iTimeoutMs) override;
+    [[nodiscard]] bool Enter(std::int32_t iTimeoutMs) override;
     bool Leave() override;
 
 private:

@@ -42,12 +42,12 @@ private:
 class KORA_API PSMessagePipe
 {
 public:
-    enum EOpen {
+    enum [[nodiscard]] EOpen{
         eOpen_Opened,
         eOpen_Busy,  // there is a service, and all its places are taken
         eOpen_Failed // no service, or none that this user may speak to
     };
-    enum ERead {
+    enum [[nodiscard]] ERead{
         eRead_Whole, // the bytes are the message, or the last of it
         eRead_More,  // the buffer is full and the message goes on: see GetRest
         eRead_Failed // time's up, the peer is gone, or it sent a message without a byte
@@ -61,7 +61,8 @@ public:
     // Where a service of this name listens; empty for a name with a slash or backslash in it, for one that is too long,
     // and when there is no folder to trust. A service makes the folder that its users' pipes lie in.
     enum EFolder { eFolder_MustExist, eFolder_Make };
-    static std::string GetAddress(const std::string& iName, EFolder iFolder = eFolder_MustExist);
+    [[nodiscard]] static std::string GetAddress(const std::string& iName,
+                                                EFolder iFolder = eFolder_MustExist);
 
     // For reading and writing, of a service that is there already. An object that is open stays as it is.
     EOpen Open(const char* iName) noexcept;
@@ -69,13 +70,13 @@ public:
     // On Linux waiting takes the place, and the next Open of this object has it.
     void WaitForPlace(const char* iName, std::int32_t iTimeoutMs) noexcept;
     // Reads end where messages end. Needed once after Open.
-    bool SetMessageMode() noexcept;
+    [[nodiscard]] bool SetMessageMode() noexcept;
     bool IsOpen() const noexcept { return mHandle != cNoHandle; }
     void Close() noexcept;
 
     // One message. True when all of it was written in time.
-    bool Write(const PSPipeEvent& iEvent, const void* iBytes, std::uint32_t iSize,
-               std::int32_t iTimeoutMs) noexcept;
+    [[nodiscard]] bool Write(const PSPipeEvent& iEvent, const void* iBytes, std::uint32_t iSize,
+                             std::int32_t iTimeoutMs) noexcept;
     // Reads a message, or what eRead_More left of it. A size of 0 fails.
     // oCount, where it is given: how many bytes that were, unless it failed.
     ERead Read(const PSPipeEvent& iEvent, void* oBytes, std::uint32_t iSize, std::int32_t iTimeoutMs,

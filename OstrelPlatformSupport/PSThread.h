@@ -20,10 +20,10 @@ public:
     // often. Entering publishes to the thread what the one before it did inside. It belongs to the thread that
     // entered it, so it may be entered in one call and left in another, on the same thread; Leave on a thread
     // that is not inside is false and changes nothing.
-    KORA_API std::unique_ptr<IPSSyncPrim> CreateCriticalSection(std::string iName) const;
+    [[nodiscard]] KORA_API std::unique_ptr<IPSSyncPrim> CreateCriticalSection(std::string iName) const;
 
     // An event that falls back by itself when a wait has taken its signal.
-    KORA_API std::unique_ptr<PSEvent> CreateAutoResetEvent(std::string iName) const;
+    [[nodiscard]] KORA_API std::unique_ptr<PSEvent> CreateAutoResetEvent(std::string iName) const;
 };
 
 inline constexpr PSThread gPSThread{};

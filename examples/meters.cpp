@@ -92,7 +92,7 @@ private:
     void Run()
     {
         while (!mStopping.load()) {
-            mEvent->Wait(IPSSyncPrim::cWaitForever);
+            static_cast<void>(mEvent->Wait(IPSSyncPrim::cWaitForever));
             mTask.ProcessTokens(0, Time_Sample(0), 0);
         }
         mTask.ProcessTokens(0, Time_Sample(0), 0);
@@ -136,7 +136,7 @@ int main()
     {
         SDS_IName master("Mixer/Master");
         SDS_IName log("Log");
-        log.ConnectTo(&master);
+        if (log.ConnectTo(&master) != eSDSErr_None) std::puts("no memory: the logger hears nothing");
         Reader editor("editor", master, false);
         Reader meter("meter", master, true);
         Reader logger("logger", log, false);
@@ -150,7 +150,7 @@ int main()
             reader->Stop();
             reader->Report();
         }
-        log.DisconnectFrom(&master);
+        static_cast<void>(log.DisconnectFrom(&master)); // they go anyway
     }
     Kora_Init::Free();
     return 0;

@@ -44,7 +44,7 @@ public:
     // Null when empty.
     T* GetFirst() const { return ObjectOf(mFirstP); }
     // The object behind iObject: null behind the last one, and for an object that is not linked.
-    static T* GetNext(const T& iObject)
+    [[nodiscard]] static T* GetNext(const T& iObject)
     {
         Link* const nextP = static_cast<const Link&>(iObject).mNextP;
         return nextP != nullptr ? ObjectOf(nextP) : nullptr;

@@ -50,7 +50,7 @@ public:
     // "song.kora: an error occurred while reading the document (byte 17)"
     // "song.kora: an error occurred while writing the document: No space left on device (byte 17)"
     // "song.kora: Permission denied" for Cmn_eMessage_OSError
-    std::string Describe() const;
+    [[nodiscard]] std::string Describe() const;
 
 private:
     Cmn_EMessage mMessage;

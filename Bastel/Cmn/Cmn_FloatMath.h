@@ -9,7 +9,7 @@
 #include <limits>
 
 // Truncates toward zero.
-constexpr Cmn_Int64 Cmn_Float64ToInt64(double iValue)
+[[nodiscard]] constexpr Cmn_Int64 Cmn_Float64ToInt64(double iValue)
 {
     constexpr double cTwoTo63 = 9223372036854775808.0;
     if (iValue >= -cTwoTo63 && iValue < cTwoTo63) [[likely]]
@@ -18,7 +18,7 @@ constexpr Cmn_Int64 Cmn_Float64ToInt64(double iValue)
     return iValue < 0 ? (std::numeric_limits<Cmn_Int64>::min)() : (std::numeric_limits<Cmn_Int64>::max)();
 }
 
-constexpr Cmn_Int32 Cmn_Float64ToInt32(double iValue)
+[[nodiscard]] constexpr Cmn_Int32 Cmn_Float64ToInt32(double iValue)
 {
     if (iValue >= -2147483648.0 && iValue < 2147483648.0) [[likely]]
         return static_cast<Cmn_Int32>(iValue);
@@ -27,7 +27,7 @@ constexpr Cmn_Int32 Cmn_Float64ToInt32(double iValue)
 }
 
 // Rounds toward minus infinity: what Cmn_Float64ToInt64(std::floor(iValue)) gives, without the library call.
-constexpr Cmn_Int64 Cmn_FloorToInt64(double iValue)
+[[nodiscard]] constexpr Cmn_Int64 Cmn_FloorToInt64(double iValue)
 {
     const Cmn_Int64 truncated = Cmn_Float64ToInt64(iValue);
     // Only values below 2^52 have a fraction, so the step down cannot wrap.
@@ -40,4 +40,4 @@ constexpr Cmn_Int64 Cmn_FloorToInt64(double iValue)
 // It is floor(iValue + 0.5) with the sum as a double, which every platform forms alike. Where that sum has no place
 // for the half it is rounded: the double just below one half gives 1, and the odd integers between 2^52 and 2^53, of
 // either sign, give the next integer up. Vector code does the same.
-constexpr Cmn_Int64 Cmn_RoundHalfUp(double iValue) { return Cmn_FloorToInt64(iValue + 0.5); }
+[[nodiscard]] constexpr Cmn_Int64 Cmn_RoundHalfUp(double iValue) { return Cmn_FloorToInt64(iValue + 0.5); }

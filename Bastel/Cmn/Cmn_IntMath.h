@@ -11,21 +11,21 @@
 #include <type_traits>
 
 template <std::signed_integral T>
-constexpr T Cmn_WrapAdd(T iA, T iB)
+[[nodiscard]] constexpr T Cmn_WrapAdd(T iA, T iB)
 {
     using U = std::make_unsigned_t<T>;
     return static_cast<T>(static_cast<U>(static_cast<U>(iA) + static_cast<U>(iB)));
 }
 
 template <std::signed_integral T>
-constexpr T Cmn_WrapSub(T iA, T iB)
+[[nodiscard]] constexpr T Cmn_WrapSub(T iA, T iB)
 {
     using U = std::make_unsigned_t<T>;
     return static_cast<T>(static_cast<U>(static_cast<U>(iA) - static_cast<U>(iB)));
 }
 
 template <std::signed_integral T>
-constexpr T Cmn_WrapMul(T iA, T iB)
+[[nodiscard]] constexpr T Cmn_WrapMul(T iA, T iB)
 {
     // At least unsigned int: narrower operands would be promoted to int, whose product can overflow.
     using U = std::common_type_t<std::make_unsigned_t<T>, unsigned>;
@@ -33,14 +33,14 @@ constexpr T Cmn_WrapMul(T iA, T iB)
 }
 
 template <std::signed_integral T>
-constexpr T Cmn_WrapNeg(T iA)
+[[nodiscard]] constexpr T Cmn_WrapNeg(T iA)
 {
     return Cmn_WrapSub(T{0}, iA);
 }
 
 // Quotient truncated toward zero.
 template <std::signed_integral T>
-constexpr T Cmn_TruncDiv(T iA, T iB)
+[[nodiscard]] constexpr T Cmn_TruncDiv(T iA, T iB)
 {
     if (!Cmn_ASSERT_TEXT(iB != 0, "divisor != 0")) return 0;
     return iB == -1 ? Cmn_WrapNeg(iA) : static_cast<T>(iA / iB);
@@ -48,7 +48,7 @@ constexpr T Cmn_TruncDiv(T iA, T iB)
 
 // Remainder with the sign of the dividend.
 template <std::signed_integral T>
-constexpr T Cmn_TruncMod(T iA, T iB)
+[[nodiscard]] constexpr T Cmn_TruncMod(T iA, T iB)
 {
     if (!Cmn_ASSERT_TEXT(iB != 0, "divisor != 0")) return 0;
     return iB == -1 ? T{0} : static_cast<T>(iA % iB);
@@ -56,7 +56,7 @@ constexpr T Cmn_TruncMod(T iA, T iB)
 
 // Quotient rounded toward minus infinity.
 template <std::signed_integral T>
-constexpr T Cmn_FloorDiv(T iA, T iB)
+[[nodiscard]] constexpr T Cmn_FloorDiv(T iA, T iB)
 {
     const T quotient = Cmn_TruncDiv(iA, iB);
     // What is left over after truncation has the dividend's sign; no quotient by 0 or -1 leaves any.

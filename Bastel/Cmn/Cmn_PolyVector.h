@@ -64,7 +64,7 @@ public:
     const_reverse_iterator rbegin() const { return mElements.rbegin(); }
     const_reverse_iterator rend() const { return mElements.rend(); }
 
-    bool empty() const { return mElements.empty(); }
+    [[nodiscard]] bool empty() const { return mElements.empty(); }
     size_type size() const { return mElements.size(); }
     size_type capacity() const { return mElements.capacity(); }
     void reserve(size_type iCount) { mElements.reserve(iCount); }

@@ -12,5 +12,5 @@
 
 #include <string_view>
 
-KORA_API Cmn_Int64 Cmn_StringToInt64(std::string_view iText);
-KORA_API Cmn_Int32 Cmn_StringToInt32(std::string_view iText);
+[[nodiscard]] KORA_API Cmn_Int64 Cmn_StringToInt64(std::string_view iText);
+[[nodiscard]] KORA_API Cmn_Int32 Cmn_StringToInt32(std::string_view iText);

@@ -18,4 +18,4 @@ KORA_API char32_t Cmn_TakeUtf8(std::string_view& ioText);
 KORA_API void Cmn_AppendUtf8(std::string& ioText, char32_t iCharacter);
 
 // A surrogate without its other half becomes U+FFFD.
-KORA_API std::string Cmn_Utf8FromUtf16(std::u16string_view iText);
+[[nodiscard]] KORA_API std::string Cmn_Utf8FromUtf16(std::u16string_view iText);

@@ -26,7 +26,7 @@ public:
     const std::vector<Cmn_XMLNode>& GetChildren() const { return mChildren; }
     const std::vector<std::pair<std::string, std::string>>& GetAttributes() const { return mAttributes; }
     // The first child of that name, or null.
-    const Cmn_XMLNode* FindChild(std::string_view iName) const;
+    [[nodiscard]] const Cmn_XMLNode* FindChild(std::string_view iName) const;
 
     void SetText(std::string iText) { mText = std::move(iText); }
     void AddAttribute(std::string iName, std::string iValue);
@@ -45,7 +45,7 @@ public:
     void AddValue(std::string iName, const char* iValue) { AddValue(std::move(iName), std::string(iValue)); }
 
     // The node as text, two blanks a level, each line ended by "\n". With a declaration it is a whole document.
-    std::string ToString(bool iWithDeclaration = false) const;
+    [[nodiscard]] std::string ToString(bool iWithDeclaration = false) const;
 
 private:
     void Write(std::string& ioText, int iLevel) const;

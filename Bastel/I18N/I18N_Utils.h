@@ -13,5 +13,5 @@ class KORA_API I18N_Utils
 {
 public:
     // The text of an identifier; empty when the table has none.
-    static std::string GetString(Cmn_Int32 iID);
+    [[nodiscard]] static std::string GetString(Cmn_Int32 iID);
 };

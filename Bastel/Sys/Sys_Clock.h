@@ -29,7 +29,7 @@ public:
 };
 
 // Another source for a scope.
-class Sys_Clock::StSource
+class [[nodiscard]] Sys_Clock::StSource
 {
 public:
     explicit StSource(const Source& iSource)

@@ -13,7 +13,8 @@
 #include <cstddef>
 
 // The sum of A and B behind it, from the sum of A; the sum of nothing is 0.
-KORA_API Cmn_UInt32 Sys_Crc32C(Cmn_UInt32 iSumOfA, const void* iB, std::size_t iCountOfB);
+[[nodiscard]] KORA_API Cmn_UInt32 Sys_Crc32C(Cmn_UInt32 iSumOfA, const void* iB, std::size_t iCountOfB);
 
 // The sum of A and B behind it, from the sums of both and B's length. O(log n), nothing is read.
-KORA_API Cmn_UInt32 Sys_Crc32CCombine(Cmn_UInt32 iSumOfA, Cmn_UInt32 iSumOfB, Cmn_UInt64 iCountOfB);
+[[nodiscard]] KORA_API Cmn_UInt32 Sys_Crc32CCombine(Cmn_UInt32 iSumOfA, Cmn_UInt32 iSumOfB,
+                                                    Cmn_UInt64 iCountOfB);

@@ -24,7 +24,7 @@ public:
     // The folder that the file is in; "." for a bare name.
     Sys_FileLoc GetFolder() const;
     // The same place with a text appended to the name: how a file gets a companion beside it.
-    Sys_FileLoc WithSuffix(std::string_view iSuffix) const;
+    [[nodiscard]] Sys_FileLoc WithSuffix(std::string_view iSuffix) const;
 
     bool operator==(const Sys_FileLoc&) const = default;
 

@@ -77,8 +77,8 @@ public:
     Cmn_Int32 Replace(const std::string& iFrom, const std::string& iTo);
     // What the names of files that OpenBeside makes for iTarget begin with, and such a name. All of them are short and equally
     // long, so that they fit wherever iTarget's does.
-    static std::string PrefixBeside(const std::string& iTarget);
-    static std::string NameBeside(const std::string& iTarget);
+    [[nodiscard]] static std::string PrefixBeside(const std::string& iTarget);
+    [[nodiscard]] static std::string NameBeside(const std::string& iTarget);
 
     // Returns when the names in the folder are on the disk; success where the system has no such request.
     virtual Cmn_Int32 SyncFolder(const std::string& iFolder) = 0;
@@ -99,7 +99,7 @@ public:
 };
 
 // Another file system for a scope.
-class Sys_FileSystem::StSystem
+class [[nodiscard]] Sys_FileSystem::StSystem
 {
 public:
     explicit StSystem(Sys_FileSystem& iSystem)

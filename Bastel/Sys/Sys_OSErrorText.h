@@ -10,4 +10,4 @@
 #include <string>
 
 // The code: errno on Linux, GetLastError on Windows; below 0 one of ESDSError or Sys_FileSystem::EError.
-KORA_API std::string Sys_OSErrorText(Cmn_Int32 iError);
+[[nodiscard]] KORA_API std::string Sys_OSErrorText(Cmn_Int32 iError);

@@ -113,12 +113,12 @@ public:
     void SkipTheRest();
 
     // Name of the header at the position, which stays; empty when there is none.
-    static std::string PeekName(Sys_TypedInStream& iStream);
+    [[nodiscard]] static std::string PeekName(Sys_TypedInStream& iStream);
     // The header at the position, which stays, with its own sum checked and its body not read. False for anything but
     // a header with known flags, a right sum where it has sums (and it must on a stream that HasSums), and a body
     // within the stream; one that was never completed is true, with isComplete false. A header whose sum would be
     // right only if it were complete is false.
-    static bool Peek(Sys_TypedInStream& iStream, Sys_StdStreamHeaderInfo& oInfo);
+    [[nodiscard]] static bool Peek(Sys_TypedInStream& iStream, Sys_StdStreamHeaderInfo& oInfo);
 
 private:
     Sys_TypedInStream& mStream;

@@ -72,7 +72,7 @@ public:
     // Replaces bytes that were written before, in an open body or outside all headers; the position stays. The way to
     // fill in a count once it is known. Keeps the sums of open headers right; false when nothing, or not all, was
     // replaced.
-    virtual bool Patch(Cmn_Int64 iPosition, const void* iBytes, std::size_t iCount) = 0;
+    [[nodiscard]] virtual bool Patch(Cmn_Int64 iPosition, const void* iBytes, std::size_t iCount) = 0;
 
     virtual bool HasSums() const { return false; }
     Sys_OpenHeaders& GetOpenHeaders() { return mOpenHeaders; }
@@ -80,7 +80,7 @@ public:
     // For header writers. Hands to the open headers' sums what was written since the last time.
     virtual void UpdateSums() {}
     // Replaces a header's own bytes, which no sum covers yet. False where that failed.
-    virtual bool PatchHeader(Cmn_Int64 iPosition, const void* iBytes, std::size_t iCount) = 0;
+    [[nodiscard]] virtual bool PatchHeader(Cmn_Int64 iPosition, const void* iBytes, std::size_t iCount) = 0;
     // A header ends without its body being complete: what was written from its start on is taken back, where the stream
     // can do that, so that nobody finds half a body.
     virtual void TakeBack(Cmn_Int64 iStart);

@@ -25,5 +25,5 @@ public:
     static constexpr int cMaxLevels = 16;
 
     // iSwap as it was for the typed stream that wrote the bytes.
-    static std::string ToText(std::span<const Cmn_UInt8> iBytes, bool iSwap = false);
+    [[nodiscard]] static std::string ToText(std::span<const Cmn_UInt8> iBytes, bool iSwap = false);
 };

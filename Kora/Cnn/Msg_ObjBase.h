@@ -31,7 +31,7 @@ public:
 
 private:
     // A broadcast that runs; they nest.
-    struct StTelling
+    struct [[nodiscard]] StTelling
     {
         explicit StTelling(Msg_ObjBase& ioObj);
         StTelling(const StTelling&) = delete;

@@ -30,14 +30,14 @@ class KORA_API DAW_CommandOption : public Cmn_RefCountObject
 {
 public:
     // iKeyCode counts for DAW_eModifierKind_Key only.
-    static Cmn_RefCountPtr<DAW_CommandOption> New(Cmn_Int32 iOwnerCommandID, std::string iOptionName,
-                                                  DAW_EModifierKind iModifierKey, bool iDefaultState,
-                                                  DAW_EKeyCode iKeyCode = DAW_eKeyCode_Undeclared);
+    [[nodiscard]] static Cmn_RefCountPtr<DAW_CommandOption>
+    New(Cmn_Int32 iOwnerCommandID, std::string iOptionName, DAW_EModifierKind iModifierKey,
+        bool iDefaultState, DAW_EKeyCode iKeyCode = DAW_eKeyCode_Undeclared);
 
     // What the command is to do, with the references that it was invoked with. An unknown kind asserts "0"; a null
     // reference is asserted when it is the one that is asked; both give the default state.
-    bool GetOptionState(const Cmn_AliasedRefCountPtr<DAW_EventModifiers>& iModifiers,
-                        const Cmn_RefCountPtr<DAW_KeyboardState>& iKeyboardState) const;
+    [[nodiscard]] bool GetOptionState(const Cmn_AliasedRefCountPtr<DAW_EventModifiers>& iModifiers,
+                                      const Cmn_RefCountPtr<DAW_KeyboardState>& iKeyboardState) const;
     Cmn_Int32 GetOwnerCommandID() const { return mOwnerCommandID; }
     const std::string& GetOptionName() const { return mOptionName; }
     DAW_EModifierKind GetModifierKey() const { return mModifierKey; }

@@ -31,8 +31,8 @@ public:
     // Asserts "iOption".
     static void RegisterCommandOption(Cmn_RefCountPtr<DAW_CommandOption> iOption);
     // Null when there is none.
-    static Cmn_RefCountPtr<DAW_CommandOption> FindByOwnerCommandIDAndName(long iOwnerCommandID,
-                                                                          std::string iName);
+    [[nodiscard]] static Cmn_RefCountPtr<DAW_CommandOption> FindByOwnerCommandIDAndName(long iOwnerCommandID,
+                                                                                        std::string iName);
     static const CommandOptionMap& GetCommandOptionMap();
 
 private:

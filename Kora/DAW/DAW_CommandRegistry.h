@@ -27,9 +27,9 @@ public:
     // registered already stays, and the callback is called again. Asserts "iCommand != nullptr".
     static void RegisterCommand(DAW_Command* iCommand);
     // Null when there is none.
-    static DAW_Command* FindCommandByID(long iCommandID);
+    [[nodiscard]] static DAW_Command* FindCommandByID(long iCommandID);
     // Of several with exactly this name the one with the lowest number.
-    static DAW_Command* FindCommandByName(std::string iName);
+    [[nodiscard]] static DAW_Command* FindCommandByName(std::string iName);
     // The command is the caller's again. Nothing happens when it is not registered: another command of its number stays.
     static void RemoveRegisteredCommand(long iCommandID);
     static void RemoveRegisteredCommand(DAW_Command* iCommand);

@@ -91,11 +91,11 @@ public:
     bool operator==(const DAW_EventModifiers& iOther) const;
     bool operator!=(const DAW_EventModifiers& iOther) const { return !(*this == iOther); }
     // As a binding asks: each key has the same state or is "either" on one side, each button has the same state.
-    bool Matches(const DAW_EventModifiers& iOther) const;
+    [[nodiscard]] bool Matches(const DAW_EventModifiers& iOther) const;
 
     // The keys that are down, then the optional ones in square brackets: "<Ctrl>+<Shift>+[Alt]", in the names of a Mac
     // with true, "<command>+<shift>+[option]". Not localized. "" for none.
-    std::string GetKeyModifiersDescriptiveString(bool iMacNames) const;
+    [[nodiscard]] std::string GetKeyModifiersDescriptiveString(bool iMacNames) const;
     // The buttons that are down in the same style: "<LeftButton>+<RightButton>". "" for none.
     std::string GetMouseModifiersDescriptiveString() const;
 

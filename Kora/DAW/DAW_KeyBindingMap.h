@@ -50,9 +50,9 @@ public:
     virtual const KeyMap& GetKeyMap() const;
 
     // The first one in the map's order whose command has the number, or null; O(n).
-    Cmn_RefCountPtr<DAW_KeyBinding> FindKeyBindingByID(long iCommandID) const;
+    [[nodiscard]] Cmn_RefCountPtr<DAW_KeyBinding> FindKeyBindingByID(long iCommandID) const;
     // A line a binding, in the map's order, with the names of Windows: "<Ctrl>+<Shift>+[Alt]+'A': 1201 Bounce".
-    std::string Dump() const;
+    [[nodiscard]] std::string Dump() const;
 
 private:
     // The bindings of one key code; those of unknown codes share a list.

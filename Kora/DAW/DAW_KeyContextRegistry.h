@@ -26,9 +26,9 @@ public:
     // registered already stays, and the callback is called again. Asserts "iContext != nullptr".
     static void RegisterKeyContext(DAW_KeyboardInputContext* iContext);
     // Null when there is none.
-    static DAW_KeyboardInputContext* FindKeyContextByID(long iContextID);
+    [[nodiscard]] static DAW_KeyboardInputContext* FindKeyContextByID(long iContextID);
     // Of several with exactly this name the one with the lowest number.
-    static DAW_KeyboardInputContext* FindKeyContextByName(std::string iName);
+    [[nodiscard]] static DAW_KeyboardInputContext* FindKeyContextByName(std::string iName);
     // Called after each registration; null for none.
     static void SetRegistrationNotificationCallback(NotificationCallback iCallback);
     // In ascending order of numbers.

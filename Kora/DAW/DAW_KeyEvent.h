@@ -20,13 +20,14 @@ class KORA_API DAW_KeyEvent : public Cmn_RefCountObject
 {
 public:
     // iText: the characters that the key produced, UTF-8; they take no part in finding a binding.
-    static Cmn_RefCountPtr<DAW_KeyEvent> New(DAW_EKeyCode iKeyCode, DAW_EAutoKey iAutoKey = DAW_eAutoKey_No,
-                                             std::string iText = {},
-                                             DAW_EKeyState iKeyState = DAW_eKeyState_Down);
+    [[nodiscard]] static Cmn_RefCountPtr<DAW_KeyEvent> New(DAW_EKeyCode iKeyCode,
+                                                           DAW_EAutoKey iAutoKey = DAW_eAutoKey_No,
+                                                           std::string iText = {},
+                                                           DAW_EKeyState iKeyState = DAW_eKeyState_Down);
 
     virtual DAW_EKeyCode GetKeyCode() const;
     virtual const std::string& GetText() const;
-    virtual bool IsAutoKey() const;
+    [[nodiscard]] virtual bool IsAutoKey() const;
     virtual DAW_EKeyState GetKeyState() const;
 
     // The same key and the same text.

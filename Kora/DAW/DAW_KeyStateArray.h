@@ -24,7 +24,7 @@ struct DAW_KeyStateArray
     static constexpr Cmn_UInt32 cNumBits = 256;
 
     // False for a bit past the last one.
-    constexpr bool GetBit(Cmn_UInt32 iBit) const
+    [[nodiscard]] constexpr bool GetBit(Cmn_UInt32 iBit) const
     {
         return iBit < cNumBits && (mBytes[iBit / 8] & (1u << iBit % 8)) != 0;
     }

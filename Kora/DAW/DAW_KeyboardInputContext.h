@@ -41,14 +41,14 @@ public:
     // True when an enabled command took the event, which it has too when it does nothing on it: a one-shot command on a
     // release, or on a repeat that its binding does not ask for. A command of an unknown type asserts "0".
     // iKeyboardState may be null, for commands that do not ask it; the others are not.
-    virtual bool DoKeyEvent(const Cmn_RefCountPtr<DAW_KeyEvent>& iEvent,
-                            const Cmn_AliasedRefCountPtr<DAW_EventModifiers>& iModifiers,
-                            const Cmn_RefCountPtr<DAW_KeyboardState>& iKeyboardState);
+    [[nodiscard]] virtual bool DoKeyEvent(const Cmn_RefCountPtr<DAW_KeyEvent>& iEvent,
+                                          const Cmn_AliasedRefCountPtr<DAW_EventModifiers>& iModifiers,
+                                          const Cmn_RefCountPtr<DAW_KeyboardState>& iKeyboardState);
 
     // What the current context's DoKeyEvent returns; false without one. No other context is asked.
-    static bool HandleKeyEvent(const Cmn_RefCountPtr<DAW_KeyEvent>& iEvent,
-                               const Cmn_AliasedRefCountPtr<DAW_EventModifiers>& iModifiers,
-                               const Cmn_RefCountPtr<DAW_KeyboardState>& iKeyboardState);
+    [[nodiscard]] static bool HandleKeyEvent(const Cmn_RefCountPtr<DAW_KeyEvent>& iEvent,
+                                             const Cmn_AliasedRefCountPtr<DAW_EventModifiers>& iModifiers,
+                                             const Cmn_RefCountPtr<DAW_KeyboardState>& iKeyboardState);
 
     static DAW_KeyboardInputContext* GetCurrentKeyboardInputContext();
     // Null: keys go nowhere. The context need not be registered.

@@ -79,17 +79,17 @@ public:
 
     // Performs the item that a chosen number stands for. False, and nothing happens, for a number that stands for none.
     // Whether the item is enabled is not asked: the menu does not offer disabled ones.
-    static bool DoCommand(Cmn_Int16 iCommandNumber);
+    [[nodiscard]] static bool DoCommand(Cmn_Int16 iCommandNumber);
     // The same for the highlighted item: DoMenuHighlite.
-    static bool DoHighlite(Cmn_Int16 iCommandNumber);
+    [[nodiscard]] static bool DoHighlite(Cmn_Int16 iCommandNumber);
 
 protected:
     // The item's number, assigned on the first request. When all 7768 are out this asserts
     // "sNextCommandNumber != cNoCommandNumber" and gives cNoCommandNumber: the item shows but cannot be chosen, until
     // a menu is updated after numbers were released. A null entry asserts and has no number.
-    static Cmn_Int16 GetIDForEntryAndIndex(DAW_MenuEntry* iEntry, Cmn_Int32 iIndex);
+    [[nodiscard]] static Cmn_Int16 GetIDForEntryAndIndex(DAW_MenuEntry* iEntry, Cmn_Int32 iIndex);
     // A null entry for a number that stands for no item.
-    static DAW_MenuEntryAndIndex GetEntryAndIndexFromCommandID(Cmn_Int16 iCommandNumber);
+    [[nodiscard]] static DAW_MenuEntryAndIndex GetEntryAndIndexFromCommandID(Cmn_Int16 iCommandNumber);
     // Releases one number; nothing for a number that stands for no item. Menus that show the item have to be updated
     // before the number can be given to another item.
     static void DeleteEntryAndIndexFromCommandID(Cmn_Int16 iCommandNumber);

@@ -24,7 +24,7 @@ public:
     void DeleteAllEntries();
     Cmn_Int32 GetNumberOfEntries() const;
     // The entry, which stays the submenu's. Asserts for an index outside of the list, and gives null.
-    DAW_MenuEntry* GetEntry(Cmn_Int32 iIndex) const;
+    [[nodiscard]] DAW_MenuEntry* GetEntry(Cmn_Int32 iIndex) const;
 
     DAW_MenuEntrySubMenu* GetMenuEntrySubMenu() override;
     DAW_MenuEntryType GetMenuEntryType() override;

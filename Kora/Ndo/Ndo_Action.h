@@ -12,7 +12,7 @@ class KORA_API Ndo_Action
 public:
     virtual ~Ndo_Action();
     // Carries the action out; true on success.
-    virtual bool Do() = 0;
+    [[nodiscard]] virtual bool Do() = 0;
     // Reverses it; called when the operation that holds the action is restored.
     virtual void Undo() = 0;
 

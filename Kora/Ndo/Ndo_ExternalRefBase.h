@@ -27,7 +27,7 @@ protected:
     // The object, or null while it is deleted. Only for a reference that is not null.
     Ndo_Object* GetObjPtr() const;
     // True when both refer to the same object, be it live or deleted, or both to nothing.
-    bool RefersToSame(const Ndo_ExternalRefBase& iOther) const;
+    [[nodiscard]] bool RefersToSame(const Ndo_ExternalRefBase& iOther) const;
 
 private:
     void Release();

@@ -48,7 +48,7 @@ public:
     void AboutToModifyObject(Ndo_Object* iObjP);
     // To be called before the object is deleted: logs its state and ends its registration. False, with nothing
     // changed, when a restore is running that does not remove this object: it must stay alive.
-    bool AboutToDeleteObject(Ndo_Object* iObjP);
+    [[nodiscard]] bool AboutToDeleteObject(Ndo_Object* iObjP);
 
     // The object of an ID that is known: null while it is deleted. An unknown ID asserts and gives null.
     Ndo_Object* LookupObject(Cmn_Int64 iID);
@@ -64,7 +64,7 @@ public:
     void LogAction(Ndo_Action* iActionP);
 
     // One line for the manager and one for each entry: its ID, "live" or "deleted", and its count.
-    std::string Dump() const;
+    [[nodiscard]] std::string Dump() const;
 
 private:
     friend class Ndo_ExternalRefBase;

@@ -9,7 +9,7 @@
 class Ndo_Object;
 class Ndo_Operation;
 
-class KORA_API Ndo_Manager_StRestoreWrapper
+class KORA_API_NODISCARD Ndo_Manager_StRestoreWrapper
 {
 public:
     Ndo_Manager_StRestoreWrapper();

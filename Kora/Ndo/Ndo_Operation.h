@@ -57,10 +57,10 @@ public:
     // An object that cannot be found (it was deleted while nobody recorded) is reported by the manager and skipped.
     void Restore();
 
-    bool IsEmpty() const;
+    [[nodiscard]] bool IsEmpty() const;
     bool IsRestoring() const { return mRestoringP != nullptr; }
     // One line for each object and one for the number of actions.
-    std::string Dump() const;
+    [[nodiscard]] std::string Dump() const;
 
     // Switch off the logging of modifications [0], creations [1] and deletions [2] in all operations. They are the
     // application's to set.

@@ -5,7 +5,7 @@
 
 class Ndo_Operation;
 
-class KORA_API Ndo_StDisableRecording
+class KORA_API_NODISCARD Ndo_StDisableRecording
 {
 public:
     Ndo_StDisableRecording();

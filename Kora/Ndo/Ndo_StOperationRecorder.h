@@ -17,7 +17,7 @@
 
 class Ndo_Operation;
 
-class KORA_API Ndo_StOperationRecorder
+class KORA_API_NODISCARD Ndo_StOperationRecorder
 {
 public:
     Ndo_StOperationRecorder();

@@ -7,6 +7,7 @@
 
 #include "Bastel/Cmn/Cmn_IntMath.h"
 #include "Bastel/Cmn/Cmn_Types.h"
+#include "Export/Kora_API.h"
 
 #include <atomic>
 
@@ -20,13 +21,16 @@ public:
     Sys_AtomicInt32(const Sys_AtomicInt32&) = delete;
     Sys_AtomicInt32& operator=(const Sys_AtomicInt32&) = delete;
 
-    Cmn_Int32 Get() const { return mValue.load(); }
-    void Set(Cmn_Int32 iValue) { mValue.store(iValue); }
+    Cmn_Int32 Get() const KORA_NONBLOCKING { return mValue.load(); }
+    void Set(Cmn_Int32 iValue) KORA_NONBLOCKING { mValue.store(iValue); }
 
     // The value that this call made.
-    Cmn_Int32 Add(Cmn_Int32 iDelta = 1) { return Cmn_WrapAdd(mValue.fetch_add(iDelta), iDelta); }
+    Cmn_Int32 Add(Cmn_Int32 iDelta = 1) KORA_NONBLOCKING
+    {
+        return Cmn_WrapAdd(mValue.fetch_add(iDelta), iDelta);
+    }
     // The value that was there before.
-    Cmn_Int32 Exchange(Cmn_Int32 iValue) { return mValue.exchange(iValue); }
+    Cmn_Int32 Exchange(Cmn_Int32 iValue) KORA_NONBLOCKING { return mValue.exchange(iValue); }
 
 private:
     std::atomic<Cmn_Int32> mValue;

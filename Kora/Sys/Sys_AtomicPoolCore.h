@@ -53,25 +53,25 @@ public:
     Sys_AtomicPoolCore(const Sys_AtomicPoolCore&) = delete;
     Sys_AtomicPoolCore& operator=(const Sys_AtomicPoolCore&) = delete;
 
-    void* Allocate(std::size_t iBytes)
+    void* Allocate(std::size_t iBytes) KORA_NONBLOCKING
     {
         void* cell = nullptr;
         return AllocateMany(iBytes, &cell, 1) == 1 ? cell : nullptr;
     }
     template <class T>
-    std::size_t AllocateMany(std::size_t iBytes, T** oCells, std::size_t iWanted);
-    void Free(void* iCell);
+    std::size_t AllocateMany(std::size_t iBytes, T** oCells, std::size_t iWanted) KORA_NONBLOCKING;
+    void Free(void* iCell) KORA_NONBLOCKING;
 
-    bool IsRunningLow() const
+    bool IsRunningLow() const KORA_NONBLOCKING
     {
         return mRunningLow.load(std::memory_order_relaxed); // relaxed: a hint
     }
     KORA_API Cmn_UInt32 GrowIfLow();
 
     unsigned GetClassCount() const { return mClassCount; }
-    KORA_API unsigned GetFreeCount(unsigned iClass) const;
-    KORA_API unsigned GetCellCount(unsigned iClass) const;
-    static constexpr bool IsLockFree()
+    [[nodiscard]] KORA_API unsigned GetFreeCount(unsigned iClass) const;
+    [[nodiscard]] KORA_API unsigned GetCellCount(unsigned iClass) const;
+    [[nodiscard]] static constexpr bool IsLockFree()
     {
         return std::atomic<Cmn_UInt64>::is_always_lock_free && std::atomic<Cmn_UInt16>::is_always_lock_free &&
                std::atomic<std::byte*>::is_always_lock_free && std::atomic<bool>::is_always_lock_free;
@@ -147,7 +147,7 @@ public:
     Batch(const Batch&) = delete;
     Batch& operator=(const Batch&) = delete;
 
-    void Free(void* iCell);
+    void Free(void* iCell) KORA_NONBLOCKING;
     void ReturnScarce();
     void Flush();
 
@@ -172,7 +172,8 @@ private:
 };
 
 template <class T>
-std::size_t Sys_AtomicPoolCore::AllocateMany(std::size_t iBytes, T** oCells, std::size_t iWanted)
+std::size_t Sys_AtomicPoolCore::AllocateMany(std::size_t iBytes, T** oCells,
+                                             std::size_t iWanted) KORA_NONBLOCKING
 {
     unsigned fit = 0;
     while (fit < mClassCount && mCellBytes[fit] < iBytes)
@@ -211,13 +212,13 @@ inline Cmn_UInt32 Sys_AtomicPoolCore::Class::TakeShare()
     return share;
 }
 
-inline void Sys_AtomicPoolCore::Free(void* iCell)
+inline void Sys_AtomicPoolCore::Free(void* iCell) KORA_NONBLOCKING
 {
     const Prefix* const prefix = OwnPrefix(iCell);
     if (prefix != nullptr) Return(prefix->mClass, &prefix->mIndex, 1);
 }
 
-inline void Sys_AtomicPoolCore::Batch::Free(void* iCell)
+inline void Sys_AtomicPoolCore::Batch::Free(void* iCell) KORA_NONBLOCKING
 {
     const Prefix* const prefix = mPool.OwnPrefix(iCell);
     if (prefix == nullptr) return;

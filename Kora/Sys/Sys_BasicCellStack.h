@@ -17,6 +17,7 @@
 #pragma once
 
 #include "Bastel/Cmn/Cmn_Types.h"
+#include "Export/Kora_API.h"
 #include "OstrelPlatformSupport/PSStdAtomic.h"
 
 #include <cstddef>
@@ -47,16 +48,16 @@ public:
 
     // Takes up to iWanted cells (1 to cMaxBatch), beginning with the top one, and returns how many: 0 when none is
     // free. oLeft: free cells that it left.
-    unsigned Pop(Cmn_UInt16* oCells, unsigned iWanted, unsigned& oLeft);
+    unsigned Pop(Cmn_UInt16* oCells, unsigned iWanted, unsigned& oLeft) KORA_NONBLOCKING;
 
     // Returns iCount cells (1 or more), the first one becomes the top; how many are free then.
-    unsigned Push(const Cmn_UInt16* iCells, unsigned iCount);
+    unsigned Push(const Cmn_UInt16* iCells, unsigned iCount) KORA_NONBLOCKING;
 
     // Publishes block iBlock of iCount cells (1 to cMaxCellsInBlock) at iMemory and pushes them in their order.
     void AddBlock(unsigned iBlock, std::byte* iMemory, unsigned iCount);
 
     // Where a cell lies that was taken from the stack.
-    std::byte* Locate(Cmn_UInt16 iCell) const
+    std::byte* Locate(Cmn_UInt16 iCell) const KORA_NONBLOCKING
     {
         // relaxed: the head that named the cell was read after the address was stored.
         return mBlocks[iCell >> cPlaceBits].load(std::memory_order_relaxed) +
@@ -64,7 +65,7 @@ public:
     }
 
     // What was true at one moment.
-    unsigned GetFreeCount() const { return FreeOf(mHead.load()); }
+    unsigned GetFreeCount() const KORA_NONBLOCKING { return FreeOf(mHead.load()); }
     std::size_t GetStride() const { return mStride; }
 
 private:
@@ -85,7 +86,8 @@ private:
 };
 
 template <template <class> class TAtomic>
-unsigned Sys_BasicCellStack<TAtomic>::Pop(Cmn_UInt16* oCells, unsigned iWanted, unsigned& oLeft)
+unsigned Sys_BasicCellStack<TAtomic>::Pop(Cmn_UInt16* oCells, unsigned iWanted,
+                                          unsigned& oLeft) KORA_NONBLOCKING
 {
     Cmn_UInt64 head = mHead.load();
     for (;;) {
@@ -107,7 +109,7 @@ unsigned Sys_BasicCellStack<TAtomic>::Pop(Cmn_UInt16* oCells, unsigned iWanted, 
 }
 
 template <template <class> class TAtomic>
-unsigned Sys_BasicCellStack<TAtomic>::Push(const Cmn_UInt16* iCells, unsigned iCount)
+unsigned Sys_BasicCellStack<TAtomic>::Push(const Cmn_UInt16* iCells, unsigned iCount) KORA_NONBLOCKING
 {
     for (unsigned i = 0; i + 1 < iCount; ++i)
         mLinks[iCells[i]].store(iCells[i + 1], std::memory_order_relaxed); // published by the head

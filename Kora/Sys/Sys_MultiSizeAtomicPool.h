@@ -15,6 +15,7 @@
 // Real time:  only the constructor, the destructor and GrowIfLow call the allocator. Nothing locks, waits or throws.
 #pragma once
 
+#include "Export/Kora_API.h"
 #include "Kora/Sys/Sys_AtomicPoolCore.h"
 
 #include <initializer_list>
@@ -39,17 +40,20 @@ public:
 
     // A cell of the smallest class that holds iBytes. Null when none does, or when that class has no free cell: a
     // larger one does not stand in.
-    T* Allocate(std::size_t iBytes) { return static_cast<T*>(Sys_AtomicPoolCore::Allocate(iBytes)); }
+    T* Allocate(std::size_t iBytes) KORA_NONBLOCKING
+    {
+        return static_cast<T*>(Sys_AtomicPoolCore::Allocate(iBytes));
+    }
 
     // Up to iWanted cells at once, at the price of one, and how many there are: at most 32, fewer when the class has
     // no more, 0 as above.
-    std::size_t AllocateMany(std::size_t iBytes, T** oCells, std::size_t iWanted)
+    std::size_t AllocateMany(std::size_t iBytes, T** oCells, std::size_t iWanted) KORA_NONBLOCKING
     {
         return Sys_AtomicPoolCore::AllocateMany(iBytes, oCells, iWanted);
     }
 
     // Asserts, and does nothing, for null and for another pool's cell.
-    void Free(T* iCell) { Sys_AtomicPoolCore::Free(iCell); }
+    void Free(T* iCell) KORA_NONBLOCKING { Sys_AtomicPoolCore::Free(iCell); }
 
     // True once a class that may still grow runs low, with fewer than an eighth of a block free, until somebody grows it.
     using Sys_AtomicPoolCore::IsRunningLow;
@@ -77,7 +81,7 @@ public:
         : Sys_AtomicPoolCore::Batch(ioPool)
     {
     }
-    void Free(T* iCell) { Sys_AtomicPoolCore::Batch::Free(iCell); }
+    void Free(T* iCell) KORA_NONBLOCKING { Sys_AtomicPoolCore::Batch::Free(iCell); }
     using Sys_AtomicPoolCore::Batch::Flush;
     // Returns what it holds of scarce classes: for a consumer that is about to be busy with something else.
     using Sys_AtomicPoolCore::Batch::ReturnScarce;

@@ -49,13 +49,16 @@ public:
     typedef void FormatFunc(Cmn_UInt32 iCategory, const char* iFormat, ...) KORA_PRINTF_CHECKED(2, 3);
 
     // True when the trace library is there, whole and active, and wants lines of the category.
-    static bool IsOn(Cmn_UInt32 iCategory)
+    [[nodiscard]] static bool IsOn(Cmn_UInt32 iCategory)
     {
         return sEnabled != 0 &&
                reinterpret_cast<FacilityOnFunc*>(sEntries[eEntry_FacilityOn])(iCategory) != 0;
     }
     // The formatted write; only for a category that is on. Sys_TRACE does both.
-    static FormatFunc* Format() { return reinterpret_cast<FormatFunc*>(sEntries[eEntry_Format]); }
+    [[nodiscard]] static FormatFunc* Format()
+    {
+        return reinterpret_cast<FormatFunc*>(sEntries[eEntry_Format]);
+    }
 
     static Cmn_Int32 sEnabled; // 0 is off; set and cleared by the binder only
     static Entry sEntries[cNumEntries];

@@ -23,7 +23,7 @@ public:
 
     // Binds the library of the usual name the first time; afterwards only returns its binder.
     static Sys_TraceBinder& Singleton();
-    static std::string UsualFileName();
+    [[nodiscard]] static std::string UsualFileName();
 
     // Binds a library, by file name or path in UTF-8: resolves every entry, in the order of EEntry, and sets
     // Sys_Trace::sEnabled.
@@ -33,7 +33,7 @@ public:
     Cmn_Int32 Resolve(const char* iName, Sys_Trace::Entry& oSlot);
 
 private:
-    bool Load();
+    [[nodiscard]] bool Load();
 
     std::string mFileName;
     PSDynamicLibrary mLibrary;

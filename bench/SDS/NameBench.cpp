@@ -18,11 +18,11 @@ struct Siblings
 {
     explicit Siblings(std::size_t iCount)
     {
-        SDS_NameRegistry::Init();
+        static_cast<void>(SDS_NameRegistry::Init());
         for (std::size_t i = 0; i < iCount; ++i) {
             paths.push_back("bench/Track " + std::to_string(i) + "/Level");
             SDS_Name* name = nullptr;
-            SDS_NameRegistry::ReserveName(nullptr, paths.back().c_str(), &name);
+            static_cast<void>(SDS_NameRegistry::ReserveName(nullptr, paths.back().c_str(), &name));
             names.push_back(name);
         }
         std::mt19937 random(1);
@@ -32,7 +32,7 @@ struct Siblings
     ~Siblings()
     {
         for (SDS_Name* const name : names)
-            SDS_NameRegistry::FreeName(name, nullptr);
+            static_cast<void>(SDS_NameRegistry::FreeName(name, nullptr));
     }
     std::vector<std::string> paths;
     std::vector<SDS_Name*> names;
@@ -52,7 +52,7 @@ void Path_Kora(benchmark::State& ioState)
     const Siblings siblings(static_cast<std::size_t>(ioState.range(0)));
     FindAll(ioState, siblings, [](const std::string& iPath) {
         SDS_Name* name = nullptr;
-        SDS_NameRegistry::GetNameId(nullptr, iPath.c_str(), &name);
+        static_cast<void>(SDS_NameRegistry::GetNameId(nullptr, iPath.c_str(), &name));
         return name;
     });
 }
@@ -64,7 +64,8 @@ void PathAgain_Kora(benchmark::State& ioState)
     const Siblings siblings(static_cast<std::size_t>(ioState.range(0)));
     for (auto _ : ioState) {
         SDS_Name* name = nullptr;
-        SDS_NameRegistry::GetNameId(nullptr, siblings.paths[siblings.paths.size() / 2].c_str(), &name);
+        static_cast<void>(
+            SDS_NameRegistry::GetNameId(nullptr, siblings.paths[siblings.paths.size() / 2].c_str(), &name));
         benchmark::DoNotOptimize(name);
     }
 }
@@ -97,17 +98,17 @@ BENCHMARK(Path_WalkedList)->Arg(10)->Arg(10'000);
 
 void Create_Kora(benchmark::State& ioState)
 {
-    SDS_NameRegistry::Init();
+    static_cast<void>(SDS_NameRegistry::Init());
     std::vector<std::string> paths;
     for (int i = 0; i < ioState.range(0); ++i)
         paths.push_back("bench/Track " + std::to_string(i));
     std::vector<SDS_Name*> names(paths.size());
     for (auto _ : ioState) {
         for (std::size_t i = 0; i < paths.size(); ++i)
-            SDS_NameRegistry::ReserveName(nullptr, paths[i].c_str(), &names[i]);
+            static_cast<void>(SDS_NameRegistry::ReserveName(nullptr, paths[i].c_str(), &names[i]));
         ioState.PauseTiming();
         for (SDS_Name* const name : names)
-            SDS_NameRegistry::FreeName(name, nullptr);
+            static_cast<void>(SDS_NameRegistry::FreeName(name, nullptr));
         ioState.ResumeTiming();
     }
 }
@@ -122,7 +123,7 @@ void JoinAndPart(benchmark::State& ioState, bool iPaused)
     const auto inTurn = [&](auto iCall) {
         if (iPaused) SDS_TokenDispatcher::SetTokensPaused(true);
         for (std::size_t i = 1; i < count; ++i)
-            iCall(siblings.names[isStar ? 0 : i - 1], nullptr, siblings.names[i], nullptr);
+            static_cast<void>(iCall(siblings.names[isStar ? 0 : i - 1], nullptr, siblings.names[i], nullptr));
         if (iPaused) SDS_TokenDispatcher::SetTokensPaused(false);
     };
     for (auto _ : ioState) {

@@ -61,7 +61,7 @@ public:
 struct Scene
 {
     explicit Scene(std::size_t iListeners, Cmn_Int32 iPriority = 16)
-        : task((SDS_NameRegistry::Init(), iPriority))
+        : task((static_cast<void>(SDS_NameRegistry::Init()), iPriority))
         , name("bench")
     {
         for (std::size_t i = 0; i < iListeners; ++i)
@@ -122,7 +122,7 @@ void Dispatch_CopyAndPush(benchmark::State& ioState)
         [&] {
             SDS_DeliveryElement* const cell = pool.Allocate(sizeof(SDS_DeliveryElement) + 128);
             std::memcpy(static_cast<void*>(cell + 1), &scene.token, 128);
-            queue.Push(*cell);
+            static_cast<void>(queue.Push(*cell));
         },
         [&] {
             SDS_TokenPool::Batch batch(pool);

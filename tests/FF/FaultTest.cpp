@@ -133,7 +133,7 @@ protected:
     }
     void ExpectOldRepaired()
     {
-        FF_DocumentRepair::Repair(Sys_FileLoc(cPath), Sys_FileLoc(cRepaired));
+        static_cast<void>(FF_DocumentRepair::Repair(Sys_FileLoc(cPath), Sys_FileLoc(cRepaired)));
         const auto pieces = SmallDocument::Pieces(cRepaired);
         EXPECT_TRUE(std::includes(pieces.begin(), pieces.end(), mOldPieces.begin(), mOldPieces.end()));
         EXPECT_EQ(Read(cRepaired).complaint, "");
@@ -183,7 +183,7 @@ TEST_F(WriteFaults, ARequestThatFailsAndAFullDiskLoseNothing)
                 EXPECT_EQ(mFiles.GetNumOpen(), 0u);
                 // The disk is back: what could not be read is repaired, and the next time it is saved.
                 if (!Read(cPath).complaint.empty())
-                    FF_DocumentRepair::Repair(Sys_FileLoc(cPath), Sys_FileLoc(cPath));
+                    static_cast<void>(FF_DocumentRepair::Repair(Sys_FileLoc(cPath), Sys_FileLoc(cPath)));
                 EXPECT_TRUE(Try(way));
                 EXPECT_EQ(Read(cPath).complaint, "");
                 if (!way.inPlace) ExpectNew();

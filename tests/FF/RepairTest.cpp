@@ -304,7 +304,7 @@ TEST_F(RepairTest, AnOldTableLendsPiecesItemsAndStates)
         toc.AddValue(toc.Find(Key(8)), "");
         toc.SetValue(toc.Find(Key(8)), 1,
                      {std::move(chain), value.GetDisplayInfo().Clone(), value.GetIndexInfo().Clone()});
-        ioDocument.InvalidateKey(Key(8), 0);
+        static_cast<void>(ioDocument.InvalidateKey(Key(8), 0));
         Sys_TypedOutStream out = ioDocument.MakeTypedOutStream();
         WriteList(&ioDocument, out, 9, 2);
     };
@@ -347,7 +347,7 @@ TEST_F(RepairTest, ForANewestThatIsLostReadersGetTheOneBeforeAndAreTold)
 {
     Document document(Sys_Store::eOpenFlag_New);
     Write(document, 7, 1);
-    document.InvalidateKey(Key(7), 0);
+    static_cast<void>(document.InvalidateKey(Key(7), 0));
     Write(document, 7, 2);
     document.Flush();
     document.Close();

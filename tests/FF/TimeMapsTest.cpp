@@ -67,7 +67,7 @@ TEST_F(TimeMapsTest, OtherVersionsAreAnsweredAndTheOtherMapsStay)
     for (const auto& row : rows) {
         Document document(Sys_Store::eOpenFlag_New);
         cWritten.Write(document);
-        document.InvalidateKey(FF_Document::TOCKey(row.type), 0);
+        static_cast<void>(document.InvalidateKey(FF_Document::TOCKey(row.type), 0));
         Sys_TypedOutStream out = document.MakeTypedOutStream();
         FF_Document::AddTOCEntry(&document, static_cast<Cmn_UInt64>(out.GetPosition()), row.type, "by hand");
         {

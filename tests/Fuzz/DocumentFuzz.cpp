@@ -174,13 +174,14 @@ bool IsAsItWasWritten(const std::string& iFault) { return iFault.starts_with("ex
 void CheckRepair()
 {
     const MemoryFileSystem::Bytes before = Disk().GetBytes(cPath);
-    FF_DocumentRepair::Repair(Sys_FileLoc(cPath), Sys_FileLoc(cRepaired));
+    static_cast<void>(FF_DocumentRepair::Repair(Sys_FileLoc(cPath), Sys_FileLoc(cRepaired)));
     Require(Disk().GetBytes(cPath) == before, "repair leaves its source alone");
     for (const FF_Fault& fault : FF_DocumentCheck::Check(Sys_FileLoc(cRepaired)))
         Require(IsAsItWasWritten(fault.text), "a repaired document is sound, but: " + fault.text);
     FF_Document document = SmallDocument::Make(cRepaired);
     document.Open(Sys_Store::eOpenFlag_Read);
-    FF_DocumentCheck::ListStreams(document); // throws unless every outermost stream fits its sum
+    static_cast<void>(
+        FF_DocumentCheck::ListStreams(document)); // throws unless every outermost stream fits its sum
 }
 
 // The seed picks a frame, or the beginning of one, and a nested frame of the document whose place it takes.

@@ -120,9 +120,9 @@ TEST(AtomicQueue, KeepsEachProducersOrderUnderLoad)
                     four[k].mProducer = producer;
                     four[k].mNumber = i + k;
                 }
-                queue->Push(four[0]);
+                EXPECT_TRUE(queue->Push(four[0]));
                 Chain(four + 1, four + 3);
-                queue->PushNewestFirst(four[3], four[1]);
+                EXPECT_TRUE(queue->PushNewestFirst(four[3], four[1]));
             }
             EXPECT_EQ(allocations.Count(), 0);
             running.Subtract();

@@ -111,14 +111,14 @@ TEST(CriticalSection, MayBeDestroyedByTheThreadThatEntersNext)
         auto section = gPSThread.CreateCriticalSection("short-lived");
         std::atomic<bool> taken{false};
         std::thread owner([&taken, &section = *section] {
-            section.Enter(IPSSyncPrim::cWaitForever);
+            static_cast<void>(section.Enter(IPSSyncPrim::cWaitForever));
             taken = true;
             std::this_thread::yield();
             section.Leave();
         });
         while (!taken)
             std::this_thread::yield();
-        section->Enter(IPSSyncPrim::cWaitForever);
+        static_cast<void>(section->Enter(IPSSyncPrim::cWaitForever));
         section->Leave();
         section.reset();
         owner.join();

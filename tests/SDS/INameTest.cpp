@@ -77,7 +77,7 @@ TEST_F(IName, AHandleWithoutANodeNeverMeansTheRoot)
     EXPECT_EQ(name.ConnectTo(&none), eSDSErr_InvalidName);
     EXPECT_EQ(none.ConnectTo(&name), eSDSErr_InvalidName);
     EXPECT_EQ(none.ConnectTo(&none), eSDSErr_InvalidName);
-    name.ConnectTo(&root);
+    static_cast<void>(name.ConnectTo(&root));
     EXPECT_EQ(name.DisconnectFrom(&none), eSDSErr_InvalidName);
     EXPECT_EQ(none.DisconnectFrom(&name), eSDSErr_InvalidName);
     EXPECT_EQ(name.DisconnectFrom(&root), eSDSErr_None);
@@ -95,9 +95,9 @@ TEST_F(IName, BreakingAllConnectionsLeavesThoseOfOthers)
     EXPECT_EQ(hub.ConnectTo(nullptr), eSDSErr_None);
     EXPECT_EQ(hub.DisconnectFrom(nullptr), eSDSErr_None);
     EXPECT_EQ(hub.BreakAllConnections(), eSDSErr_None);
-    hub.ConnectTo(&a);
-    b.ConnectTo(&hub);
-    a.ConnectTo(&b);
+    static_cast<void>(hub.ConnectTo(&a));
+    static_cast<void>(b.ConnectTo(&hub));
+    static_cast<void>(a.ConnectTo(&b));
     EXPECT_EQ(Walked<SDS_ConnectionIterator>(hub.GetID()), Names({a.GetID(), b.GetID()}));
     EXPECT_EQ(hub.BreakAllConnections(), eSDSErr_None);
     EXPECT_EQ(Walked<SDS_ConnectionIterator>(hub.GetID()), Names());

@@ -16,19 +16,19 @@ using Names = std::vector<SDS_Name*>;
 class NameTest : public testing::Test
 {
 protected:
-    NameTest() { SDS_NameRegistry::Init(); }
+    NameTest() { static_cast<void>(SDS_NameRegistry::Init()); }
     ~NameTest() override { EXPECT_EQ(SDS_NameRegistry::Dump(), mBefore); }
 
     static SDS_Name* Find(SDS_Name* iBase, const std::string& iPath)
     {
         SDS_Name* name = nullptr;
-        SDS_NameRegistry::GetNameId(iBase, iPath.c_str(), &name);
+        static_cast<void>(SDS_NameRegistry::GetNameId(iBase, iPath.c_str(), &name));
         return name;
     }
     static Names Rest(SDS_NameIterator& ioIterator)
     {
         Names names;
-        for (; ioIterator.Valid(); ioIterator.Next())
+        for (; ioIterator.Valid(); static_cast<void>(ioIterator.Next()))
             names.push_back(static_cast<SDS_Name*>(ioIterator.Item()));
         return names;
     }
@@ -47,5 +47,5 @@ protected:
     }
 
 private:
-    const std::string mBefore = (SDS_NameRegistry::Init(), SDS_NameRegistry::Dump());
+    const std::string mBefore = (static_cast<void>(SDS_NameRegistry::Init()), SDS_NameRegistry::Dump());
 };

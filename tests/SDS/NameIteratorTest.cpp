@@ -26,7 +26,7 @@ TEST_F(NameIterator, EachKindMovesForwardAndPastItsEndOnce)
 {
     SDS_IName name("it"), peer("peer");
     const SDS_IName child1("it/1"), child2("it/2");
-    name.ConnectTo(&peer);
+    static_cast<void>(name.ConnectTo(&peer));
     SDS_Name* const root = Find(nullptr, "/");
     struct Row
     {
@@ -62,7 +62,7 @@ TEST_F(NameIterator, EachKindMovesForwardAndPastItsEndOnce)
         EXPECT_EQ(it.Reset(nullptr), eSDSErr_None);
         EXPECT_FALSE(it.Valid());
     }
-    name.BreakAllConnections();
+    static_cast<void>(name.BreakAllConnections());
 }
 
 TEST_F(NameIterator, WhereAnIteratorStandsTheNodeLives)
@@ -72,11 +72,11 @@ TEST_F(NameIterator, WhereAnIteratorStandsTheNodeLives)
     SDS_ConnectionIterator peers;
     {
         SDS_IName a("it/a"), b("it/b"), peer("peer");
-        a.ConnectTo(&peer);
-        children.Reset(Find(nullptr, "it"));
-        parents.Reset(a.GetID());
-        peers.Reset(a.GetID());
-        a.BreakAllConnections();
+        static_cast<void>(a.ConnectTo(&peer));
+        static_cast<void>(children.Reset(Find(nullptr, "it")));
+        static_cast<void>(parents.Reset(a.GetID()));
+        static_cast<void>(peers.Reset(a.GetID()));
+        static_cast<void>(a.BreakAllConnections());
     }
     EXPECT_EQ(children.Item(), Find(nullptr, "it/b"));
     EXPECT_EQ(parents.Item(), Find(nullptr, "it/a"));
@@ -89,14 +89,14 @@ TEST_F(NameIterator, WhereAnIteratorStandsTheNodeLives)
     EXPECT_NE(Find(nullptr, "peer"), nullptr) << "a gathered list holds all of it until it is reset";
     EXPECT_EQ(peers.Reset(nullptr), eSDSErr_None);
     EXPECT_EQ(Find(nullptr, "peer"), nullptr);
-    children.Reset(SDS_IName("it/alone").GetID());
+    static_cast<void>(children.Reset(SDS_IName("it/alone").GetID()));
     EXPECT_FALSE(children.Valid());
     EXPECT_NE(Find(nullptr, "it/alone"), nullptr) << "a node without children is held too";
-    children.Reset(nullptr);
+    static_cast<void>(children.Reset(nullptr));
     EXPECT_EQ(Find(nullptr, "it/alone"), nullptr);
     EXPECT_EQ(parents.Reset(static_cast<SDS_Name*>(parents.Item())), eSDSErr_None) << "its last hold, anew";
     EXPECT_EQ(parents.Item(), Find(nullptr, "it/a"));
-    parents.Reset(nullptr);
+    static_cast<void>(parents.Reset(nullptr));
 }
 
 } // namespace

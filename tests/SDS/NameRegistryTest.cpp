@@ -135,7 +135,7 @@ TEST_F(NameRegistry, CountsStopAt32767AndARefusalChangesNothing)
     EXPECT_EQ(children.Reset(full.GetID()), eSDSErr_None);
     EXPECT_EQ(more.Reset(full.GetID()), eSDSErr_OutOfMemory);
     EXPECT_EQ(more.Valid(), false);
-    children.Reset(nullptr);
+    static_cast<void>(children.Reset(nullptr));
     EXPECT_EQ(Registry::Dump(), before);
     for (int i = 0; i < cLimit - 1; ++i)
         ASSERT_EQ(Registry::FreeName(full.GetID(), std::to_string(i).c_str()), eSDSErr_None);
@@ -194,10 +194,10 @@ TEST_F(NameRegistry, NamesComeAndGoWithoutAllocationOnceTheCellsAreThere)
         for (int i = 0; i < 2500; ++i) {
             char path[32];
             std::snprintf(path, sizeof(path), "steady/%d/%d", iRound, i);
-            Registry::ReserveName(nullptr, path, &names[i]);
+            static_cast<void>(Registry::ReserveName(nullptr, path, &names[i]));
         }
         for (SDS_Name* const name : names)
-            Registry::FreeName(name, nullptr);
+            static_cast<void>(Registry::FreeName(name, nullptr));
     };
     round(0);
     const AllocationCounter allocations;
@@ -327,9 +327,9 @@ TEST_F(NameRegistry, ARandomScriptGivesTheModelsNodesIdentitiesAndCounts)
     // So many are free that no cell is ever carved, whose identity nobody could foretell.
     Names spare(450);
     for (std::size_t i = 0; i < spare.size(); ++i)
-        Registry::ReserveName(base, std::to_string(i).c_str(), &spare[i]);
+        static_cast<void>(Registry::ReserveName(base, std::to_string(i).c_str(), &spare[i]));
     for (SDS_Name* const name : spare)
-        Registry::FreeName(name, nullptr);
+        static_cast<void>(Registry::FreeName(name, nullptr));
     Model model(base, spare.back());
 
     const auto drawBase = [&] {

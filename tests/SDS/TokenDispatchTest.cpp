@@ -29,7 +29,7 @@ protected:
     ~TokenDispatch() override
     {
         for (SDS_IName* name : {&mA, &mB, &mC})
-            name->BreakAllConnections();
+            static_cast<void>(name->BreakAllConnections());
     }
     Log Drain() { return Drained(mTask, mLog); }
 
@@ -66,11 +66,11 @@ TEST_F(TokenDispatch, ConnectedNodesHearEachOtherInBothDirections)
             guests.empty() ? guests.end() : std::next(guests.begin(), random() % guests.size());
         switch (random() % 8) {
         case 0:
-            nodes[a]->ConnectTo(nodes[b]);
+            static_cast<void>(nodes[a]->ConnectTo(nodes[b]));
             joined[a][b] = joined[b][a] = a != b;
             break;
         case 1:
-            nodes[a]->DisconnectFrom(nodes[b]);
+            static_cast<void>(nodes[a]->DisconnectFrom(nodes[b]));
             joined[a][b] = joined[b][a] = false;
             break;
         case 2:
@@ -87,7 +87,7 @@ TEST_F(TokenDispatch, ConnectedNodesHearEachOtherInBothDirections)
             break;
         case 5:
             if (guests.empty()) break;
-            guest->recorder->GetSDSTokenListener()->SetType(drawn.type);
+            static_cast<void>(guest->recorder->GetSDSTokenListener()->SetType(drawn.type));
             guest->what.type = drawn.type;
             guest->waiting.clear();
             guest->senders = {};
@@ -134,7 +134,7 @@ TEST_F(TokenDispatch, ALatestListenerIsToldTheNewestBehindWhatWasSentBeforeIt)
         for (int step = 1; step < 3000; ++step) {
             random = random * 1664525 + 1013904223;
             const int type = static_cast<int>(random >> 16) % 5 + 1;
-            Send(nodeOf(type), {type, 0, type + 10 * step});
+            static_cast<void>(Send(nodeOf(type), {type, 0, type + 10 * step}));
             if (type <= 3) std::erase_if(waiting, [&](int iToken) { return iToken % 10 == type; });
             waiting.push_back(type + 10 * step);
             if ((random >> 28) != 0) continue;
@@ -144,7 +144,7 @@ TEST_F(TokenDispatch, ALatestListenerIsToldTheNewestBehindWhatWasSentBeforeIt)
         Drained(task, mLog);
         const std::size_t before = CellsInUse();
         for (int i = 0; i < 100; ++i)
-            Send(mA, {1, 0, i});
+            static_cast<void>(Send(mA, {1, 0, i}));
         EXPECT_EQ(CellsInUse() - before, priority < 16 ? 1u : 100u);
         EXPECT_EQ(Drained(task, mLog), Log({99}));
     }
@@ -277,16 +277,16 @@ TEST_F(TokenDispatch, WhatIsQueuedForAListenerThatGoesIsNeverHandedOut)
             auto task = std::make_unique<RunningTask>(0);
             auto listener = std::make_unique<Recorder>(task.get(), mA, mLog, Hears{0, 0, latest});
             const Recorder stays(&mTask, mA, mLog);
-            Send(mA, {1, 1, 1});
+            static_cast<void>(Send(mA, {1, 1, 1}));
             if (way == Way::eDestroyed) listener.reset();
             if (way == Way::eMoved) listener->SetTask(&mTask);
             if (way == Way::eTaskDestroyed) task.reset();
-            if (way == Way::eTypeChanged) listener->GetSDSTokenListener()->SetType(77);
+            if (way == Way::eTypeChanged) static_cast<void>(listener->GetSDSTokenListener()->SetType(77));
             if (task) {
                 EXPECT_EQ(Drained(*task, mLog), Log()) << static_cast<int>(way);
             }
             EXPECT_EQ(Drain(), Log({1})) << static_cast<int>(way);
-            Send(mA, {1, 1, 2});
+            static_cast<void>(Send(mA, {1, 1, 2}));
             EXPECT_EQ(Drain(), way == Way::eMoved ? Log({2, 2}) : Log({2})) << static_cast<int>(way);
         }
     }
@@ -311,19 +311,19 @@ TEST_F(TokenDispatch, AGlobalListenerHearsOnlyNodesWithoutAList)
     EXPECT_EQ(global.SetGlobal(true), eSDSErr_None);
     const auto waits = [&] { return mTask.ProcessTokens(0, Time_Sample(0), 0); };
     SDS_IName fresh("dispatch/fresh");
-    Send(fresh, {1, 1, 1});
+    static_cast<void>(Send(fresh, {1, 1, 1}));
     EXPECT_TRUE(waits());
     Log log;
     RunningTask other(0);
     std::optional<Recorder> listener(std::in_place, &other, fresh, log);
-    Send(fresh, {1, 1, 2});
+    static_cast<void>(Send(fresh, {1, 1, 2}));
     EXPECT_FALSE(waits());
     listener.reset();
-    Send(fresh, {1, 1, 3});
+    static_cast<void>(Send(fresh, {1, 1, 3}));
     EXPECT_FALSE(waits()) << "the node's list is empty, but there";
     SDS_IName another("dispatch/another");
-    global.SetGlobal(false);
-    Send(another, {1, 1, 4});
+    static_cast<void>(global.SetGlobal(false));
+    static_cast<void>(Send(another, {1, 1, 4}));
     EXPECT_FALSE(waits());
 }
 
@@ -343,7 +343,7 @@ TEST_F(TokenDispatch, TheFilterConsumesAndTheClockStamps)
     for (const Cmn_Int32 time : {0, 1, 2, -1}) {
         TestToken token(1, 1);
         token.header.time = time;
-        mA.HandleToken(token.header);
+        static_cast<void>(mA.HandleToken(token.header));
         EXPECT_EQ(token.header.time, time == 1 ? 7654321 : time);
     }
     EXPECT_EQ(Drain().size(), 4u);
@@ -353,7 +353,7 @@ TEST_F(TokenDispatch, ATaskStartsHaltedAndHaltsNest)
 {
     SDS_ITokenTask task(0);
     const Recorder listener(&task, mA, mLog);
-    Send(mA, {1, 1, 1});
+    static_cast<void>(Send(mA, {1, 1, 1}));
     const auto processes = [&] { return task.ProcessTokens(0, Time_Sample(11), 22); };
     EXPECT_FALSE(processes());
     task.HaltProcessing();
@@ -378,7 +378,7 @@ TEST_F(TokenDispatch, ABudgetEndsAfterTheTokenInHand)
     const Sys_Clock::StSource clock(cClock);
     const Recorder listener(&mTask, mA, mLog);
     for (int i = 0; i < 10; ++i)
-        Send(mA, {1, 1, i});
+        static_cast<void>(Send(mA, {1, 1, i}));
     EXPECT_TRUE(mTask.ProcessTokens(3, Time_Sample(0), 0));
     EXPECT_EQ(mLog, Log({0, 1, 2}));
     EXPECT_TRUE(mTask.ProcessTokens(-5, Time_Sample(0), 0));
@@ -395,11 +395,11 @@ TEST_F(TokenDispatch, NewerTokensDoNotKeepALatestListenerFromItsNext)
     static int sSent = 0;
     sNode = &mA;
     const Recorder latest(&mTask, mA, mLog, {0, 0, true});
-    Send(mA, {1, 1, 0});
+    static_cast<void>(Send(mA, {1, 1, 0}));
     SDS_TokenDispatcher::SetInterleavingHook([] {
         static bool sSending = false;
         if (std::exchange(sSending, true)) return;
-        if (sSent < 100) Send(*sNode, {1, 1, ++sSent});
+        if (sSent < 100) static_cast<void>(Send(*sNode, {1, 1, ++sSent}));
         sSending = false;
     });
     mTask.ProcessTokens(-1, Time_Sample(0), 0);
@@ -418,7 +418,7 @@ TEST_F(TokenDispatch, AHandlerThatThrowsLosesItsTokenOnly)
         mLog.push_back(iToken.sequence);
     });
     for (int i = 0; i < 3; ++i)
-        Send(mA, {1, 1, i});
+        static_cast<void>(Send(mA, {1, 1, i}));
     EXPECT_THROW(mTask.ProcessTokens(0, Time_Sample(0), 0), Cmn_Exception);
     EXPECT_EQ(mLog, Log({0}));
     std::thread([&] { EXPECT_EQ(Drain(), Log({2})) << "the section is free again"; }).join();
@@ -433,7 +433,7 @@ TEST_F(TokenDispatch, AListenerThatMovesHasLeftItsHandler)
             std::this_thread::yield();
         EXPECT_FALSE(moved.load());
     });
-    Send(mA, {1, 1, 1});
+    static_cast<void>(Send(mA, {1, 1, 1}));
     std::thread consumer([&] { Drain(); });
     while (!handling.load())
         std::this_thread::yield();
@@ -448,11 +448,11 @@ TEST_F(TokenDispatch, AHandlerMaySendAndMayDestroyListeners)
     std::optional<Recorder> victim;
     const Listener killer(&mTask, mA, {1, 0, false}, [&](const TestToken&) {
         victim.reset();
-        Send(mB, {2, 0, 99});
+        static_cast<void>(Send(mB, {2, 0, 99}));
     });
     const Recorder echoes(&mTask, mB, mLog, {2, 0, false});
     victim.emplace(&mTask, mA, mLog);
-    Send(mA, {1, 1, 1});
+    static_cast<void>(Send(mA, {1, 1, 1}));
     EXPECT_EQ(Drain(), Log({99}));
 }
 
@@ -464,10 +464,10 @@ TEST_F(TokenDispatch, ANewerTokenDropsAPendingOneOfALatestListener)
         const Recorder latest(&task, mA, mLog, {7, 0, true});
         const Listener echo(&task, mA, {8, 0, false}, [&](const TestToken& iToken) {
             mLog.push_back(iToken.sequence);
-            Send(mA, {7, 0, 10 * iToken.sequence});
+            static_cast<void>(Send(mA, {7, 0, 10 * iToken.sequence}));
         });
-        Send(mA, {8, 0, 1});
-        Send(mA, {7, 0, 2});
+        static_cast<void>(Send(mA, {8, 0, 1}));
+        static_cast<void>(Send(mA, {7, 0, 2}));
         EXPECT_EQ(Drained(task, mLog), Log({1, 10})) << "priority " << priority;
     }
 }
@@ -485,7 +485,7 @@ TEST_F(TokenDispatch, AMultiListenerHearsItsTypesInTheOrderSent)
         types.push_back(type);
     Multi multi(&mTask, &mA, 0, types, 0, 0, nullptr, false, false, 0);
     for (int i = 1; i <= 4; ++i)
-        Send(mA, {i, 0, i});
+        static_cast<void>(Send(mA, {i, 0, i}));
     mTask.ProcessTokens(0, Time_Sample(0), 0);
     EXPECT_EQ(multi.log, Log({1, 2, 3}));
     // Without a handler of its own, it hands on to the task value.
@@ -493,7 +493,7 @@ TEST_F(TokenDispatch, AMultiListenerHearsItsTypesInTheOrderSent)
     SDS_IMultiTokenListener plain(
         &mTask, &mB, 0, types, 0, 0,
         const_cast<SDS_ITokenListener*>(static_cast<const SDS_ITokenListener*>(&forwarded)), false, false, 0);
-    Send(mB, {2, 0, 7});
+    static_cast<void>(Send(mB, {2, 0, 7}));
     EXPECT_EQ(Drain(), Log({7}));
 }
 
@@ -514,15 +514,15 @@ TEST_F(TokenDispatch, EachTokenSignalsTheClientEventUntilItIsTakenAway)
     const Recorder twice(&mTask, mA, mLog);
     const Recorder latest(&mTask, mB, mLog, {0, 0, true});
     mTask.SetClientEvent(&counter);
-    Send(mA, {1, 1, 1});
+    static_cast<void>(Send(mA, {1, 1, 1}));
     EXPECT_EQ(counter.count, 2);
-    Send(mB, {1, 1, 2});
-    Send(mB, {1, 1, 3});
+    static_cast<void>(Send(mB, {1, 1, 2}));
+    static_cast<void>(Send(mB, {1, 1, 3}));
     EXPECT_EQ(counter.count, 4);
     mTask.SignalClientEvent();
     EXPECT_EQ(counter.count, 5);
     mTask.SetClientEvent(nullptr);
-    Send(mA, {1, 1, 4});
+    static_cast<void>(Send(mA, {1, 1, 4}));
     EXPECT_EQ(counter.count, 5);
     EXPECT_EQ(Drain(), Log({1, 1, 3, 4, 4}));
 }
@@ -539,12 +539,12 @@ TEST_F(TokenDispatch, ADispatchNeitherAllocatesNorLocks)
         const SDS_ITokenTask::StHaltProcessing halted(&mTask);
         const IPSSyncPrim::StEnter section(*SDS_TokenDispatcher::GetCriticalSection());
         held->Signal();
-        done->Wait(IPSSyncPrim::cWaitForever);
+        static_cast<void>(done->Wait(IPSSyncPrim::cWaitForever));
     });
-    held->Wait(IPSSyncPrim::cWaitForever);
+    static_cast<void>(held->Wait(IPSSyncPrim::cWaitForever));
     const AllocationCounter allocations;
     for (int i = 0; i < 1200; ++i)
-        Send(mA, {1, 1, i}); // beyond what the pool has
+        static_cast<void>(Send(mA, {1, 1, i})); // beyond what the pool has
     EXPECT_EQ(allocations.Count(), 0);
     EXPECT_FALSE(mTask.ProcessTokens(0, Time_Sample(0), 0));
     done->Signal();

@@ -153,7 +153,7 @@ protected:
         while (IsScarce() && mProducing.load() > 0 && !mRanOut.load())
             std::this_thread::yield();
         while (mProducing.load() > 0 || mChanging.load() > 0) {
-            ioConsumer.event->Wait(1);
+            static_cast<void>(ioConsumer.event->Wait(1));
             ioConsumer.task.ProcessTokens(static_cast<Cmn_Int32>(mProducing.load() % 2), Time_Sample(0), 0);
         }
         ioConsumer.task.SetClientEvent(nullptr);
@@ -216,13 +216,13 @@ protected:
             SDS_IName& other = *mNodes[1 + random() % (mNodes.size() - 1)];
             switch (random() % 4) {
             case 0:
-                one.ConnectTo(&other);
+                static_cast<void>(one.ConnectTo(&other));
                 break;
             case 1:
-                one.DisconnectFrom(&other);
+                static_cast<void>(one.DisconnectFrom(&other));
                 break;
             case 2:
-                one.BreakAllConnections();
+                static_cast<void>(one.BreakAllConnections());
                 break;
             case 3:
                 paused = !paused;
@@ -233,7 +233,7 @@ protected:
         const IPSSyncPrim::StEnter section(*SDS_TokenDispatcher::GetCriticalSection());
         if (paused) SDS_TokenDispatcher::SetTokensPaused(false);
         for (const auto& node : mNodes)
-            node->BreakAllConnections();
+            static_cast<void>(node->BreakAllConnections());
         mChanging.fetch_sub(1);
     }
 
@@ -304,15 +304,15 @@ TEST_F(TokenTest, ARebuildWithoutMemoryLeavesListsThatProducersCanEnter)
     std::thread producer([&] {
         tProduces = true;
         while (sRebuilds.load() >= 0)
-            Send(node, {1, 1});
+            static_cast<void>(Send(node, {1, 1}));
     });
     std::minstd_rand random(1);
     std::deque<SDS_TokenListener> listeners;
     int refusals = 0;
     while (listeners.size() < 500 && !HasFailure()) {
         SDS_TokenListener& listener = listeners.emplace_back();
-        listener.SetName(node.GetID(), nullptr);
-        listener.SetType(2);
+        static_cast<void>(listener.SetName(node.GetID(), nullptr));
+        static_cast<void>(listener.SetType(2));
         for (bool isRefused = true; isRefused;) {
             const StRefusedAllocation refused(1 + static_cast<int>(random() % 4));
             const ESDSError result = listener.SetTask(task.GetSDSTokenTask());
@@ -328,7 +328,7 @@ TEST_F(TokenTest, ARebuildWithoutMemoryLeavesListsThatProducersCanEnter)
             } while (steps > 0 && sSteps.load() == steps); // release builds have no such steps
         }
     }
-    SDS_TokenDispatcher::FreeActiveListenerList(node.GetID()); // lets go who goes round
+    static_cast<void>(SDS_TokenDispatcher::FreeActiveListenerList(node.GetID())); // lets go who goes round
     sRebuilds.store(-1);
     producer.join();
     SDS_TokenDispatcher::SetInterleavingHook(nullptr);

@@ -124,5 +124,5 @@ protected:
     }
 
 private:
-    const std::size_t mInUseBefore = (SDS_NameRegistry::Init(), CellsInUse());
+    const std::size_t mInUseBefore = (static_cast<void>(SDS_NameRegistry::Init()), CellsInUse());
 };

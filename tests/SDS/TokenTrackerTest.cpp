@@ -63,7 +63,7 @@ TEST_F(TokenTracker, ATokenIsDescribedByItsOwnPrinterOrElseByCodesPathAndBytes)
     data[1] = 0xa0;
     EXPECT_EQ(SDS_TokenTracker::Describe(mToken.header), plain + ": 0fa0");
     const auto describedBy = [&](SDS_TokenTracker::PrettyPrinter iPrinter) {
-        SDS_TokenTracker::RegisterTokenPrettyPrinter(cMeter, cPeak, iPrinter);
+        static_cast<void>(SDS_TokenTracker::RegisterTokenPrettyPrinter(cMeter, cPeak, iPrinter));
         return SDS_TokenTracker::Describe(mToken.header);
     };
     EXPECT_EQ(describedBy(&FillWithoutEnd), std::string(1023, 'x'));
@@ -79,12 +79,12 @@ TEST_F(TokenTracker, WorkingFormsGuardTheirArgumentsAndCutTexts)
 {
     OpenTracker tracker;
     EXPECT_FALSE(tracker.TrackInDebugger(&mToken.header));
-    tracker.TrackTokenLifecycleX(cMeter, cPeak);
+    static_cast<void>(tracker.TrackTokenLifecycleX(cMeter, cPeak));
     EXPECT_TRUE(tracker.TrackInDebugger(&mToken.header));
     char text[12];
     tracker.PrettyPrint(&mToken.header, text, sizeof(text));
     EXPECT_STREQ(text, "MTR /peak a");
-    tracker.RegisterTokenPrettyPrinterX(cMeter, cPeak, &Print);
+    static_cast<void>(tracker.RegisterTokenPrettyPrinterX(cMeter, cPeak, &Print));
     tracker.PrettyPrint(&mToken.header, text, 4);
     EXPECT_STREQ(text, "seq");
     const AssertRecorder asserts;

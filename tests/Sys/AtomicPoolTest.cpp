@@ -209,7 +209,7 @@ TEST(AtomicPool, LosesDoublesAndMixesUpNothingUnderLoad)
                 if (count == 0) std::this_thread::yield();
                 for (std::size_t k = 0; k < count; ++k) {
                     cells[k]->mStamp = static_cast<std::uint64_t>(producer) << 32 | i++;
-                    queue.Push(*cells[k]);
+                    static_cast<void>(queue.Push(*cells[k]));
                 }
             }
             allocations.Add(static_cast<Cmn_Int32>(counter.Count()));

@@ -32,7 +32,7 @@ void AnExceptionIsCaughtByItsTypeInTheHost()
 {
     Expect(Cmn_StringToInt32(" 960 ") == 960, "text becomes an integer");
     try {
-        Cmn_StringToInt32("960 ticks");
+        static_cast<void>(Cmn_StringToInt32("960 ticks"));
         Expect(false, "text with more than an integer throws");
     } catch (const Cmn_Exception& error) {
         Expect(error.GetMessageID() == Cmn_eMessage_NotAnInteger, "the exception names its message");

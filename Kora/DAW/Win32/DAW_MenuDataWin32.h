@@ -16,7 +16,7 @@ class KORA_API DAW_MenuDataWin32 : public DAW_MenuData
 {
 public:
     // Builds the menu by DAW_MenuMgrWin32::BuildAndMapMenu. A null entry asserts "inSourceEntry != NULL" and gives null.
-    static std::unique_ptr<DAW_MenuDataWin32> CreateDAW_Menu(DAW_MenuEntry* iSourceEntry);
+    [[nodiscard]] static std::unique_ptr<DAW_MenuDataWin32> CreateDAW_Menu(DAW_MenuEntry* iSourceEntry);
     ~DAW_MenuDataWin32() override;
 
     HMENU GetMenuHandle() const { return mMenuHandle; }

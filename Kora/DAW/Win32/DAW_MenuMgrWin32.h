@@ -45,8 +45,8 @@ public:
     // A menu bar or a popup menu, filled with the entries of a submenu entry or the items of a compound entry, and
     // recorded. Null if the system makes no more menus. A null entry asserts "inMenuEntry != NULL" and gives null, one
     // of another type asserts and gives an empty menu. What an entry throws passes through, and no menu is left behind.
-    static HMENU BuildAndMapMenu(DAW_MenuEntry* iMenuEntry);
-    static HMENU BuildAndMapPopupMenu(DAW_MenuEntry* iMenuEntry);
+    [[nodiscard]] static HMENU BuildAndMapMenu(DAW_MenuEntry* iMenuEntry);
+    [[nodiscard]] static HMENU BuildAndMapPopupMenu(DAW_MenuEntry* iMenuEntry);
 
     // Takes all items out of a recorded menu, last to first, and puts in what its entry has now. Popups inside are
     // destroyed and made again. A menu bar that shows needs DrawMenuBar afterwards. A menu that is not recorded asserts
@@ -59,20 +59,20 @@ public:
     static void DeleteMenuHandle(HMENU iMenu);
 
     // Whether the menu was built here, as a whole or as a popup inside of one, and not destroyed since.
-    static bool IsRecorded(HMENU iMenu);
+    [[nodiscard]] static bool IsRecorded(HMENU iMenu);
 
     // For the host's window procedure: takes the message's three values, and is true if it was about a menu from here.
     //   WM_INITMENUPOPUP   updates the popup that is about to open
     //   WM_MENUSELECT      highlights the item, or the submenu, that the pointer stands on
     //   WM_COMMAND         performs the chosen item, of a menu or an accelerator
-    static bool HandleMessage(unsigned iMessage, std::uintptr_t iWParam, std::intptr_t iLParam);
+    [[nodiscard]] static bool HandleMessage(unsigned iMessage, std::uintptr_t iWParam, std::intptr_t iLParam);
 
     // What a native menu shows, whoever built it, in the words of DAW_MenuEntry::Dump: the two agree after an update.
-    static std::string Dump(HMENU iMenu);
+    [[nodiscard]] static std::string Dump(HMENU iMenu);
 
 protected:
     // Null for a menu that is not recorded, or whose entry is dead.
-    static DAW_MenuEntry* GetEntryFromMenuHandle(HMENU iMenu);
+    [[nodiscard]] static DAW_MenuEntry* GetEntryFromMenuHandle(HMENU iMenu);
 
     // The steps of building, each at the end of the menu. Null arguments assert "inMenu != NULL" and
     // "inMenuEntryCompound != NULL" or "inMenuEntrySubMenu != NULL", and nothing is appended.

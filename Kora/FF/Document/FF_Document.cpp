@@ -309,7 +309,7 @@ void FF_Document::ReadStreamHeader(Sys_TypedInStream& ioStream)
 //   waited for the disk         the same, and the new table is there, whatever happens
 //   header patched              the header names the new table
 //   waited for the disk         the same, whatever happens
-void FF_Document::Flush() { FlushTOC(eReaders_Possible); }
+void FF_Document::Flush() { static_cast<void>(FlushTOC(eReaders_Possible)); }
 
 bool FF_Document::FlushTOC(EReaders iReaders)
 {

@@ -117,17 +117,17 @@ public:
     static void AddListEntry(FF_Document* iDocument, Cmn_UInt32 iItem, std::string_view iDescription);
     // The value is no longer where it was registered: seeking fails and extended readers throw InvalidContextException,
     // until the key is registered anew. False where there is no such key or value. The bytes stay.
-    bool InvalidateKey(const TOCKey& iKey, Cmn_Int32 iValueIndex);
+    [[nodiscard]] bool InvalidateKey(const TOCKey& iKey, Cmn_Int32 iValueIndex);
 
     // Places the input at the stream of the key. False, with the position unchanged, where the table has no such key,
     // the stream is not in this file, or it was written after the last Flush. Does not set the context:
     // FF_StSetStreamContext does.
-    bool SeekToStream(const TOCKey& iKey, Sys_TypedInStream& ioStream) const;
+    [[nodiscard]] bool SeekToStream(const TOCKey& iKey, Sys_TypedInStream& ioStream) const;
     // Places the output behind the last stream, where new ones go.
     void SeekToEnd(Sys_TypedOutStream& ioStream) const;
     // How many bytes to read ahead so that the stream at the input's position comes in one read: header and body where a
     // sound header stands there, 8192 otherwise; at most 1 MB.
-    Cmn_Int32 GetReadAhead(Sys_TypedInStream& iStream) const;
+    [[nodiscard]] Cmn_Int32 GetReadAhead(Sys_TypedInStream& iStream) const;
 
     // Writes the table of contents behind the last stream, waits for the disk, makes the header name it, and waits
     // again. When it throws, the header names what it named before or, where only the last wait failed, the new table; a
@@ -141,7 +141,7 @@ public:
     void SetSizeLimit(Cmn_Int64 iBytes);
 
     // The document's file, table and open streams as text, for debuggers and failing tests.
-    std::string Dump() const;
+    [[nodiscard]] std::string Dump() const;
 
 protected:
     void OpenImpl(EOpenFlag iFlag) override;
@@ -163,7 +163,7 @@ private:
 
     void OpenFiles(EOpenFlag iFlag);
     void OpenLent(Sys_FileSystem::Handle iHandle);
-    bool FlushTOC(EReaders iReaders); // false where it asserted
+    [[nodiscard]] bool FlushTOC(EReaders iReaders); // false where it asserted
     void EndFlush(Cmn_Int64 iEnd);
     void WriteTOC(Cmn_UInt32 iOffset, EReaders iReaders);
     void PatchTOCOffset(Cmn_UInt32 iOffset);

@@ -38,20 +38,20 @@ public:
 
     void Clear();
     Cmn_Int32 GetNumKeys() const;
-    Entry Find(const TOCKey& iKey) const;
-    Entry Find(std::span<const Context> iContexts) const;
+    [[nodiscard]] Entry Find(const TOCKey& iKey) const;
+    [[nodiscard]] Entry Find(std::span<const Context> iContexts) const;
     // The entry that is iNth, from 0 on, in ascending order of the keys.
-    Entry GetInOrder(Cmn_Int32 iNth) const;
-    TOCKey GetKey(Entry iEntry) const;
-    Cmn_Int32 GetNumValues(Entry iEntry) const;
-    TOCValue GetValue(Entry iEntry, Cmn_Int32 iValue) const;
+    [[nodiscard]] Entry GetInOrder(Cmn_Int32 iNth) const;
+    [[nodiscard]] TOCKey GetKey(Entry iEntry) const;
+    [[nodiscard]] Cmn_Int32 GetNumValues(Entry iEntry) const;
+    [[nodiscard]] TOCValue GetValue(Entry iEntry, Cmn_Int32 iValue) const;
     // The same without making an object: false where the value is not in this file or has no piece yet. Value 0 may be
     // asked for of every entry: files may tell of keys that have no values.
-    bool GetFirstOffset(Entry iEntry, Cmn_Int32 iValue, Cmn_UInt32& oOffset) const;
+    [[nodiscard]] bool GetFirstOffset(Entry iEntry, Cmn_Int32 iValue, Cmn_UInt32& oOffset) const;
     // True where iOffset is one of the value's pieces.
-    bool HasOffset(Entry iEntry, Cmn_Int32 iValue, Cmn_UInt32 iOffset) const;
+    [[nodiscard]] bool HasOffset(Entry iEntry, Cmn_Int32 iValue, Cmn_UInt32 iOffset) const;
     // Of the innermost context of the key as it was last registered.
-    bool IsList(Entry iEntry) const;
+    [[nodiscard]] bool IsList(Entry iEntry) const;
     void SetIsList(Entry iEntry, bool iIsList);
 
     // Finds the key or inserts it without values. A key that was there takes the parent positions of the given
@@ -82,7 +82,7 @@ public:
 
     // One line a value in ascending order, the first of a key "4[1]/7  [1034]  description", further ones numbered:
     // "4 #1  [2048]  description".
-    std::string Dump() const;
+    [[nodiscard]] std::string Dump() const;
 
 private:
     bool Has(Entry iEntry, Cmn_Int32 iValue) const;

@@ -42,7 +42,7 @@ public:
     void StreamIn(Sys_TypedInStream& ioStream);
 
     // "7", or "7[2]" with item 2 open.
-    std::string Dump() const;
+    [[nodiscard]] std::string Dump() const;
 
 private:
     Cmn_Int16 mStreamType = 0;
@@ -65,7 +65,7 @@ public:
     const std::vector<Context>& GetContexts() const { return mContexts; }
     std::vector<Context>& GetContexts() { return mContexts; }
     // The key of a stream directly inside this one.
-    TOCKey Inside(const Context& iContext) const;
+    [[nodiscard]] TOCKey Inside(const Context& iContext) const;
 
     std::strong_ordering operator<=>(const TOCKey& iOther) const;
     bool operator==(const TOCKey& iOther) const { return (*this <=> iOther) == 0; }
@@ -76,7 +76,7 @@ public:
     void StreamIn(Sys_TypedInStream& ioStream);
 
     // "4[1]/7": stream 7 in the first item of list 4.
-    std::string Dump() const;
+    [[nodiscard]] std::string Dump() const;
 
 private:
     std::vector<Context> mContexts;

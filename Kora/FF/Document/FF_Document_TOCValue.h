@@ -22,7 +22,7 @@ public:
     Cmn_UInt8 GetType() const { return mType; }
     // Bytes of the body on disk. A plain location's is 0 at the end of the chain.
     virtual Cmn_Int16 GetSize() const;
-    virtual std::unique_ptr<Location> Clone() const;
+    [[nodiscard]] virtual std::unique_ptr<Location> Clone() const;
     // The next of the chain, null at its end. Only plain locations have one: another asserts and stays the end.
     const Location* GetNext() const { return mNext.get(); }
     void SetNext(std::unique_ptr<Location> iNext);
@@ -32,9 +32,9 @@ public:
     // A chain of more than cMaxChain, a size that is negative or past the bytes left, and a size that does not fit its
     // count throw Sys_StreamReadException.
     static constexpr int cMaxChain = 64;
-    static std::unique_ptr<Location> StreamIn(Sys_TypedInStream& ioStream);
+    [[nodiscard]] static std::unique_ptr<Location> StreamIn(Sys_TypedInStream& ioStream);
 
-    virtual std::string Dump() const; // "Invalid" where the chain leads nowhere
+    [[nodiscard]] virtual std::string Dump() const; // "Invalid" where the chain leads nowhere
 
 protected:
     Location(const Location&);
@@ -99,10 +99,10 @@ public:
     virtual ~DisplayInfo();
     Cmn_UInt8 GetType() const { return mType; }
     virtual Cmn_Int16 GetSize() const = 0;
-    virtual std::unique_ptr<DisplayInfo> Clone() const = 0;
+    [[nodiscard]] virtual std::unique_ptr<DisplayInfo> Clone() const = 0;
     virtual std::string GetText() const = 0;
     void StreamOut(Sys_TypedOutStream& ioStream) const;
-    static std::unique_ptr<DisplayInfo> StreamIn(Sys_TypedInStream& ioStream);
+    [[nodiscard]] static std::unique_ptr<DisplayInfo> StreamIn(Sys_TypedInStream& ioStream);
 
 protected:
     explicit DisplayInfo(Cmn_UInt8 iType);
@@ -126,8 +126,8 @@ public:
     std::string GetText() const override;
 
     // A text as UTF-8, repaired where that is wanted, and its beginning of at most cMaxText bytes.
-    static std::string Utf8From(std::string_view iText, ETextEncoding iEncoding, bool iRepair);
-    static std::string_view Cut(std::string_view iUtf8);
+    [[nodiscard]] static std::string Utf8From(std::string_view iText, ETextEncoding iEncoding, bool iRepair);
+    [[nodiscard]] static std::string_view Cut(std::string_view iUtf8);
 
 protected:
     void StreamOutBody(Sys_TypedOutStream& ioStream) const override;
@@ -161,9 +161,9 @@ public:
     virtual ~IndexInfo();
     Cmn_UInt8 GetType() const { return mType; }
     virtual Cmn_Int16 GetSize() const = 0;
-    virtual std::unique_ptr<IndexInfo> Clone() const = 0;
+    [[nodiscard]] virtual std::unique_ptr<IndexInfo> Clone() const = 0;
     void StreamOut(Sys_TypedOutStream& ioStream) const;
-    static std::unique_ptr<IndexInfo> StreamIn(Sys_TypedInStream& ioStream);
+    [[nodiscard]] static std::unique_ptr<IndexInfo> StreamIn(Sys_TypedInStream& ioStream);
 
 protected:
     explicit IndexInfo(Cmn_UInt8 iType);
@@ -210,7 +210,7 @@ public:
     void AddOffset(Cmn_UInt32 iOffset);
     void Invalidate(); // leaves a plain location
     void StreamOut(Sys_TypedOutStream& ioStream) const;
-    static TOCValue StreamIn(Sys_TypedInStream& ioStream);
+    [[nodiscard]] static TOCValue StreamIn(Sys_TypedInStream& ioStream);
 
 private:
     std::unique_ptr<Location> mLocation;

@@ -5,7 +5,7 @@
 
 #include "Kora/FF/Document/FF_Document.h"
 
-class KORA_API FF_StSetStreamContext
+class KORA_API_NODISCARD FF_StSetStreamContext
 {
 public:
     // The document must outlive the scope. The current stream start becomes that of the key's innermost stream where the

@@ -74,12 +74,12 @@ public:
     Cmn_Int16 GetStreamType() const;
     Cmn_Int16 GetVersion() const;
     void CheckVersion(Cmn_Int16 iMin, Cmn_Int16 iMax) const;
-    bool IsMoreLeft() const;
+    [[nodiscard]] bool IsMoreLeft() const;
     Cmn_Int64 GetBytesLeft() const;
     bool IsRedirected() const { return mNested != nullptr; }
 
     // The type of the stream at the position, which stays.
-    static Cmn_Int16 GetNextStreamType(Sys_TypedInStream& ioStream);
+    [[nodiscard]] static Cmn_Int16 GetNextStreamType(Sys_TypedInStream& ioStream);
 
 private:
     void Open(Cmn_Int16 iExpectedType, EUseExtendedTOC iUse, bool iStayInPlace);

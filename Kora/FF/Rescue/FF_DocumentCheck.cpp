@@ -121,7 +121,7 @@ private:
         Sys_TypedInStream typed(window, mFile.IsSwapped());
         typed.SetPosition(mEnd);
         Sys_StdStreamHeaderInfo header;
-        Sys_StdStreamHeaderReader::Peek(typed, header);
+        static_cast<void>(Sys_StdStreamHeaderReader::Peek(typed, header));
         if (header.end < window.GetLength())
             Add(header.end, "expected the end of the file, found " + Bytes(window.GetLength() - header.end) +
                                 " behind the table of contents");

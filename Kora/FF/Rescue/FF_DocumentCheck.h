@@ -20,9 +20,9 @@ public:
     //
     // Not noticed, since they change nothing: a byte-swap flag of 2 instead of 1, and, where the raw key is 0, another
     // masked type. Streams that no entry names are no fault.
-    static std::vector<FF_Fault> Check(const Sys_FileLoc& iLocation);
+    [[nodiscard]] static std::vector<FF_Fault> Check(const Sys_FileLoc& iLocation);
     // All streams up to the table in the order of the file, a stream before what it holds; the header stream and the
     // table are not among them. The document is open, and what was not flushed is not seen. Throws as reading does: bytes
     // that are no stream, or a body sum that is wrong, are a Sys_StreamReadException with the offset.
-    static std::vector<FF_StreamInfo> ListStreams(FF_Document& iDocument);
+    [[nodiscard]] static std::vector<FF_StreamInfo> ListStreams(FF_Document& iDocument);
 };

@@ -46,5 +46,6 @@ public:
     // their key. lost names the places. Without a table, of several streams of one key the newest, the one that was written
     // last, is value 0, the others are further values; lost names them, and the nested streams that an outermost one may have
     // been written in place of.
-    static Report Repair(const Sys_FileLoc& iFrom, const Sys_FileLoc& iTo, bool iEvenIfEmpty = true);
+    [[nodiscard]] static Report Repair(const Sys_FileLoc& iFrom, const Sys_FileLoc& iTo,
+                                       bool iEvenIfEmpty = true);
 };

@@ -26,7 +26,7 @@ void WriteMap(FF_Document& ioDocument, Cmn_Int16 iStreamType, std::string_view i
     }
     if (!isKnown) return;
     // The older stream was kept registered until the new one was whole.
-    ioDocument.InvalidateKey(key, 0);
+    static_cast<void>(ioDocument.InvalidateKey(key, 0));
     ioDocument.AddTOCEntry(key, 0, start, iDescription);
 }
 

@@ -25,6 +25,6 @@ public:
                       const Time_KeySignatureMap& iKeys);
     // A map whose stream the document does not have is left as it was and counted out: the result is how many were
     // read. When one throws, those before it are read and it and the rest are as they were.
-    static Cmn_Int32 Read(FF_Document& iDocument, Time_MeterMap& oMeters, Time_TempoMap& oTempi,
-                          Time_KeySignatureMap& oKeys);
+    [[nodiscard]] static Cmn_Int32 Read(FF_Document& iDocument, Time_MeterMap& oMeters, Time_TempoMap& oTempi,
+                                        Time_KeySignatureMap& oKeys);
 };

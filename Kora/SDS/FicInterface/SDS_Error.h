@@ -5,7 +5,7 @@
 
 #include "Bastel/Cmn/Cmn_Types.h"
 
-enum ESDSError : Cmn_Int32 {
+enum [[nodiscard]] ESDSError : Cmn_Int32{
     eSDSErr_None = 0,
     eSDSErr_OutOfMemory = -9006,   // no memory, a count at its limit, or no place for a result
     eSDSErr_NameTooLong = -9105,   // a name of more than 31 characters

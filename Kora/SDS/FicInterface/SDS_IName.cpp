@@ -23,7 +23,7 @@ SDS_IName::SDS_IName(SDS_Name* iName)
 
 SDS_IName::~SDS_IName()
 {
-    if (mID != nullptr && mOwns) SDS_NameRegistry::FreeName(mID, nullptr);
+    if (mID != nullptr && mOwns) static_cast<void>(SDS_NameRegistry::FreeName(mID, nullptr));
 }
 
 void SDS_IName::Reserve(SDS_Name* iBase, const char* const iPath)
@@ -43,7 +43,7 @@ void SDS_IName::SDS_INameX()
 void SDS_IName::SetDataRef(void* iDataRef)
 {
     if (mID == nullptr || iDataRef == mDataRef) return;
-    SDS_NameRegistry::SetObject(mID, nullptr, iDataRef);
+    static_cast<void>(SDS_NameRegistry::SetObject(mID, nullptr, iDataRef));
     mDataRef = iDataRef;
 }
 
@@ -73,14 +73,14 @@ ESDSError SDS_IName::BreakAllConnections()
     if (mID == nullptr) return eSDSErr_None;
     SDS_ConnectionIterator connected;
     ESDSError result = connected.Reset(mID);
-    for (; connected.Valid(); connected.Next()) {
+    for (; connected.Valid(); static_cast<void>(connected.Next())) {
         result = SDS_NameRegistry::DisconnectNames(mID, nullptr, static_cast<SDS_Name*>(connected.Item()),
                                                    nullptr);
     }
     return result;
 }
 
-ESDSError SDS_IName::HandleToken(SDS_Token& ioToken)
+ESDSError SDS_IName::HandleToken(SDS_Token& ioToken) KORA_NONBLOCKING
 {
     ioToken.name = mID;
     return SDS_TokenDispatcher::DispatchToken(&ioToken);

@@ -46,7 +46,7 @@ public:
     ESDSError BreakAllConnections();
 
     // Stamps the token with this node and dispatches it; without a node: eSDSErr_InvalidName.
-    ESDSError HandleToken(SDS_Token& ioToken);
+    ESDSError HandleToken(SDS_Token& ioToken) KORA_NONBLOCKING;
 
 protected:
     void SDS_INameX();

@@ -35,7 +35,7 @@ void SDS_ITokenListener::StopListening()
 {
     const SDS_ITokenTask::StHaltProcessing halted(GetTask());
     // Without memory for a new list the old one stays, and leads nowhere: nothing to throw in a destructor.
-    mListener->SetTask(nullptr);
+    static_cast<void>(mListener->SetTask(nullptr));
     mTask = nullptr;
 }
 

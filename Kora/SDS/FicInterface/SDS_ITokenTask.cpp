@@ -76,7 +76,7 @@ SDS_ITokenTask::SDS_ITokenTask(Cmn_Int32 iPriority)
 
 SDS_ITokenTask::~SDS_ITokenTask()
 {
-    mCriticalSectionP->Enter(IPSSyncPrim::cWaitForever);
+    static_cast<void>(mCriticalSectionP->Enter(IPSSyncPrim::cWaitForever));
     for (Cmn_Int32 count = mHaltCount.load(std::memory_order_relaxed); count > 0; --count)
         mCriticalSectionP->Leave();
     mCriticalSectionP->Leave();
@@ -89,7 +89,7 @@ void SDS_ITokenTask::SignalClientEvent() { mTask->SignalClientEvent(); }
 
 void SDS_ITokenTask::HaltProcessing()
 {
-    mCriticalSectionP->Enter(IPSSyncPrim::cWaitForever);
+    static_cast<void>(mCriticalSectionP->Enter(IPSSyncPrim::cWaitForever));
     mHaltCount.fetch_add(1, std::memory_order_relaxed);
 }
 
@@ -119,8 +119,8 @@ bool SDS_ITokenTask::ProcessTokens(Cmn_Int32 iBudgetMsec, const Time_Sample& iSa
         batch.ReturnScarce();
         taken = true;
         void* const taskVal = listener->GetTaskVal();
-        SDS_TokenTracker::TrackTokenDelivery(mTask.get(), listener, taskVal, element->GetToken(),
-                                             "ProcessTokens");
+        static_cast<void>(SDS_TokenTracker::TrackTokenDelivery(mTask.get(), listener, taskVal,
+                                                               element->GetToken(), "ProcessTokens"));
         if (taskVal != nullptr) static_cast<SDS_ITokenListener*>(taskVal)->HandleToken(element->GetToken());
     } while (!budget.IsUsedUp());
     return taken;

@@ -56,7 +56,7 @@ public:
     void HaltProcessing();
     void ResumeProcessing();
     // False while halted. Exact on the halting thread, a glimpse on others.
-    bool IsRunning() const;
+    [[nodiscard]] bool IsRunning() const;
 
     // Hands each token that waits to its listener's task value, in order, until none is left or the budget (0:
     // unbounded) is used up, at which it looks after each token: the token in hand is always finished. True when at
@@ -82,7 +82,7 @@ private:
 };
 
 // Halts a task for a scope; null halts nothing.
-class SDS_ITokenTask::StHaltProcessing
+class [[nodiscard]] SDS_ITokenTask::StHaltProcessing
 {
 public:
     explicit StHaltProcessing(SDS_ITokenTask* iTask)

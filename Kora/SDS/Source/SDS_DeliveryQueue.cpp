@@ -177,7 +177,7 @@ void SDS_DeliveryQueue::Drain(SDS_ReleaseBatch& ioBatch, const SDS_ActiveListene
         if (element.mKind == SDS_DeliveryElement::Kind::eToken) {
             Arrive(element, ioBatch);
         } else if (element.mActiveListener == iPassedOver) {
-            mBlock->mInbound.Push(element);
+            static_cast<void>(mBlock->mInbound.Push(element));
         } else {
             *noticesEnd = &element;
             noticesEnd = &element.next;
@@ -224,7 +224,8 @@ void SDS_DeliveryQueue::Arrive(SDS_DeliveryElement& ioElement, SDS_ReleaseBatch&
 void SDS_DeliveryQueue::Drop(SDS_DeliveryElement& ioOlder, SDS_DeliveryElement& iNewer,
                              SDS_ReleaseBatch& ioBatch)
 {
-    SDS_TokenTracker::TrackTokenDropped(iNewer.GetToken(), iNewer.mActiveListener, ioOlder.GetToken(), false);
+    static_cast<void>(SDS_TokenTracker::TrackTokenDropped(iNewer.GetToken(), iNewer.mActiveListener,
+                                                          ioOlder.GetToken(), false));
     Unlink(ioOlder);
     ioBatch.Release(ioOlder);
 }

@@ -71,7 +71,7 @@ void* SDS_ChildIterator::Item() { return mValid ? mChild : nullptr; }
 
 // Parents.
 
-SDS_ParentIterator::~SDS_ParentIterator() { MoveTo(nullptr); }
+SDS_ParentIterator::~SDS_ParentIterator() { static_cast<void>(MoveTo(nullptr)); }
 
 ESDSError SDS_ParentIterator::MoveTo(SDS_Name* iName)
 {

@@ -89,7 +89,7 @@ public:
     // indented by two spaces, to the 16th; the levels beyond tell their depth:
     //   Bus 1  reserved 1, referenced 2, connected 1, listeners 1
     //   [17] Send  reserved 1, referenced 0, connected 0, listeners 0
-    static std::string Dump(SDS_Name* iBase = nullptr);
+    [[nodiscard]] static std::string Dump(SDS_Name* iBase = nullptr);
 
 private:
     static ESDSError FindOrCreateName(SDS_Name* iBase, const char* const iPath, SDS_Name** oName);

@@ -146,7 +146,7 @@ void MakeDormant(SDS_Name& ioName)
     SDS_DetachListeners(ioName);
     SDS_TokenDispatcher::TakeOffBatchList(ioName);
     // Before the cell can be used anew.
-    SDS_TokenDispatcher::FreeActiveListenerList(&ioName);
+    static_cast<void>(SDS_TokenDispatcher::FreeActiveListenerList(&ioName));
     Unlink(ioName.mParent->mLiveChildren, ioName);
     PushFront(ioName.mParent->mDormantChildren, ioName);
     ioName.mIsLive = false;

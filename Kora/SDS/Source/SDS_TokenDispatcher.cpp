@@ -136,7 +136,7 @@ private:
         SDS_Token* const copy = element->GetToken();
         CopyToken(copy, &mToken, static_cast<std::size_t>(mToken.size));
         copy->element = element;
-        SDS_TokenTracker::TrackTokenDeliveryQueue(copy, &iActive);
+        static_cast<void>(SDS_TokenTracker::TrackTokenDeliveryQueue(copy, &iActive));
         return *element;
     }
 
@@ -182,7 +182,8 @@ private:
         SDS_InterleavingPoint();
         if (replaced != nullptr) {
             // The new one is the consumer's by now; the caller's token tells as much.
-            SDS_TokenTracker::TrackTokenDropped(&mToken, &ioActive, replaced->GetToken(), true);
+            static_cast<void>(
+                SDS_TokenTracker::TrackTokenDropped(&mToken, &ioActive, replaced->GetToken(), true));
         }
         TakeBack(replaced);
         if (!queueNotice) {
@@ -232,7 +233,7 @@ ESDSError SDS_TokenDispatcher::Init()
     return eSDSErr_None;
 }
 
-ESDSError SDS_TokenDispatcher::DispatchToken(SDS_Token* ioToken)
+ESDSError SDS_TokenDispatcher::DispatchToken(SDS_Token* ioToken) KORA_NONBLOCKING
 {
     if (ioToken == nullptr || ioToken->size < SDS_Token::cHeaderSize) return eSDSErr_OutOfMemory;
     const TokenFilter filter = SDS_DispatcherState::fTokenFilter.load(std::memory_order_acquire);
@@ -241,7 +242,7 @@ ESDSError SDS_TokenDispatcher::DispatchToken(SDS_Token* ioToken)
         ioToken->time = static_cast<Cmn_Int32>(Sys_Clock::GetMonotonicMicroseconds() / 1000);
     }
     if (ioToken->name == nullptr) return eSDSErr_InvalidName;
-    SDS_TokenTracker::TrackTokenReceived(ioToken);
+    static_cast<void>(SDS_TokenTracker::TrackTokenReceived(ioToken));
     SDS_ActiveListenerList* const list = EnterListOf(*ioToken->name);
     if (list == nullptr) return eSDSErr_None;
     Walk walk(*ioToken, *list);
@@ -292,7 +293,7 @@ void SDS_TokenDispatcher::SetDispatchTokenFilter(TokenFilter iFilter)
 
 IPSSyncPrim* SDS_TokenDispatcher::GetCriticalSection()
 {
-    if (!Sys_ASSERT_INITIALIZED(SDS_DispatcherState::fCS != nullptr)) Init();
+    if (!Sys_ASSERT_INITIALIZED(SDS_DispatcherState::fCS != nullptr)) static_cast<void>(Init());
     return SDS_DispatcherState::fCS;
 }
 

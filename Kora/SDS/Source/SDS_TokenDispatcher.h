@@ -48,7 +48,7 @@ public:
     //   eSDSErr_OutOfMemory    no token, or one whose size is below its header's
     //   eSDSErr_InvalidName    no node in it
     //   eSDSErr_TokenPoolFull  no cell was free, or the token is larger than 1080 bytes; the listeners before have it
-    static ESDSError DispatchToken(SDS_Token* ioToken);
+    static ESDSError DispatchToken(SDS_Token* ioToken) KORA_NONBLOCKING;
 
     // The task's next token and the listener that it is for; both null when none waits. Each token obtained is given
     // back by DoneWithToken, once. Without a task: eSDSErr_InvalidTask; without a place for a result:
@@ -92,5 +92,5 @@ public:
     static void CallInterleavingHook();
 
     // Free cells of each size of all that there are, and lists that wait to be recycled; for debuggers and logs.
-    static std::string Dump();
+    [[nodiscard]] static std::string Dump();
 };

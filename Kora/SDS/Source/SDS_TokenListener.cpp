@@ -49,7 +49,7 @@ SDS_TokenListener::SDS_TokenListener() = default;
 SDS_TokenListener::~SDS_TokenListener()
 {
     const IPSSyncPrim::StEnter section(*SDS_TokenDispatcher::GetCriticalSection());
-    Deactivate();
+    static_cast<void>(Deactivate());
     if (mName != nullptr) SDS_NameRelease(*mName);
 }
 

@@ -62,10 +62,10 @@ void Discard(SDS_ActiveListenerList& ioList)
 template <class TVisit>
 void ForEach(SDS_ConnectionClosureIterator& ioClosure, TVisit iVisit)
 {
-    ioClosure.First();
+    static_cast<void>(ioClosure.First());
     while (ioClosure.Valid()) {
         iVisit(*static_cast<SDS_Name*>(ioClosure.Item()));
-        ioClosure.Next();
+        static_cast<void>(ioClosure.Next());
     }
 }
 
@@ -164,7 +164,7 @@ void SDS_TokenDispatcher::SetTokensPaused(bool iPaused)
     while (SDS_NameListElement* const element = State::fBatchRebuildActiveListenerList.first) {
         SDS_Name& name = *element->name;
         // A node whose rebuild fails is taken off all the same.
-        RebuildActiveListenerList(&name, true);
+        static_cast<void>(RebuildActiveListenerList(&name, true));
         TakeOffBatchList(name);
     }
     TryToFreeActiveListenerLists();

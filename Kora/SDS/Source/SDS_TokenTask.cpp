@@ -19,7 +19,7 @@ SDS_TokenTask::~SDS_TokenTask()
 {
     const IPSSyncPrim::StEnter section(*SDS_TokenDispatcher::GetCriticalSection());
     while (SDS_TaskListenerLink* const link = mListeners->GetFirst()) {
-        static_cast<SDS_TokenListener*>(link)->SetTask(nullptr);
+        static_cast<void>(static_cast<SDS_TokenListener*>(link)->SetTask(nullptr));
     }
     mQueue.reset();
 }

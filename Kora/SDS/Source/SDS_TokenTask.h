@@ -44,12 +44,12 @@ public:
 
     void Wakeup() {}
     void GoToSleep() {}
-    static bool ValidPtr(const SDS_TokenTask* iTask) { return iTask != nullptr; }
-    static Cmn_Int32 CurrentPriority() { return cAudioPriority; }
+    [[nodiscard]] static bool ValidPtr(const SDS_TokenTask* iTask) { return iTask != nullptr; }
+    [[nodiscard]] static Cmn_Int32 CurrentPriority() { return cAudioPriority; }
 
     // The tokens that wait, a line each, for debuggers and logs: by the thread that takes the task's tokens. What
     // producers have queued since it last looked is told by a line of its own.
-    std::string Dump() const;
+    [[nodiscard]] std::string Dump() const;
 
 private:
     Cmn_Int32 mPriority = 0;

@@ -95,7 +95,7 @@ std::string SDS_TokenTracker::Describe(SDS_Token& iToken)
 void SDS_TokenTracker::NameIDToPathName(SDS_Name* iName, char (&oPath)[1024])
 {
     oPath[0] = '\0';
-    if (iName != nullptr) SDS_NameRegistry::GetPath(iName, nullptr, oPath);
+    if (iName != nullptr) static_cast<void>(SDS_NameRegistry::GetPath(iName, nullptr, oPath));
 }
 
 std::vector<SDS_TokenTracker::TokenKind> SDS_TokenTracker::GetTokensToTrack()

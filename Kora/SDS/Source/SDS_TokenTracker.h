@@ -43,7 +43,7 @@ public:
     // Called by SDS_TokenDispatcher::Init. Without memory there is no instance, and the registrations give
     // eSDSErr_OutOfMemory.
     static void Init();
-    static bool IsEnabled() { return false; }
+    [[nodiscard]] static bool IsEnabled() { return false; }
 
     static ESDSError TrackTokenReceived(SDS_Token*) { return eSDSErr_None; }
     static ESDSError TrackTokenDeliveryQueue(SDS_Token*, SDS_ActiveListener*) { return eSDSErr_None; }
@@ -66,7 +66,7 @@ public:
 
     // The token through its printer or, where it has none, as its codes, its node's path and its data as hex digits:
     //   MTR /peak at /Mixer/Bus 1: 0000003f
-    static std::string Describe(SDS_Token& iToken);
+    [[nodiscard]] static std::string Describe(SDS_Token& iToken);
     // The node's path; "" for no node. As SDS_NameRegistry::GetPath gives it.
     static void NameIDToPathName(SDS_Name* iName, char (&oPath)[1024]);
     static std::vector<TokenKind> GetTokensToTrack();

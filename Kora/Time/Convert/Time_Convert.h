@@ -91,7 +91,7 @@ private:
 //
 // Without a converter in use the scope brings one of its own (with the map alone, or with empty maps of its own when
 // iMap is null) and leaves none in use behind. With one in use, null changes nothing. Scopes nest.
-class KORA_API Time_Convert::StTempoMap
+class KORA_API_NODISCARD Time_Convert::StTempoMap
 {
 public:
     explicit StTempoMap(Time_TempoMap* iMap);

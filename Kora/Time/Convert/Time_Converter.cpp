@@ -87,7 +87,7 @@ double Time_Converter::GetFrameLength() const
 
 // ---------------------------------------------------------------------------------------------- one time
 
-Time_Sample Time_Converter::ToSample(const Time_Typed& iTime) const
+Time_Sample Time_Converter::ToSample(const Time_Typed& iTime) const KORA_NONBLOCKING
 {
     switch (iTime.GetType()) {
     case Time_eType_Samples:
@@ -106,7 +106,7 @@ Time_Tick Time_Converter::SampleToTick(Time_Sample iSample) const
     return CheckTempoMap() ? mTempoMap->SampleToTick(iSample) : Time_Tick();
 }
 
-Time_Tick Time_Converter::ToTick(const Time_Typed& iTime) const
+Time_Tick Time_Converter::ToTick(const Time_Typed& iTime) const KORA_NONBLOCKING
 {
     switch (iTime.GetType()) {
     case Time_eType_Ticks:
@@ -119,13 +119,13 @@ Time_Tick Time_Converter::ToTick(const Time_Typed& iTime) const
     return Time_Tick();
 }
 
-Time_Typed Time_Converter::ToFrames(const Time_Typed& iTime) const
+Time_Typed Time_Converter::ToFrames(const Time_Typed& iTime) const KORA_NONBLOCKING
 {
     if (iTime.GetType() == Time_eType_Frames) return iTime;
     return Time_Typed(PullRates().SamplesToFrames(ToSample(iTime).AsInt64()), Time_eType_Frames);
 }
 
-Time_Typed Time_Converter::ToFramesNotRounded(const Time_Typed& iTime) const
+Time_Typed Time_Converter::ToFramesNotRounded(const Time_Typed& iTime) const KORA_NONBLOCKING
 {
     if (iTime.GetType() == Time_eType_Frames) return iTime;
     return Time_Typed(PullRates().SamplesToRunningFrame(ToSample(iTime).AsInt64()), Time_eType_Frames);
@@ -137,7 +137,7 @@ Time_BarBeatTick Time_Converter::ToBarBeatTick(const Time_Typed& iTime) const
     return CheckMeterMap() ? mMeterMap->TickToBarBeat(tick) : Time_BarBeatTick();
 }
 
-Time_Typed Time_Converter::ToType(const Time_Typed& iTime, Time_EType iType) const
+Time_Typed Time_Converter::ToType(const Time_Typed& iTime, Time_EType iType) const KORA_NONBLOCKING
 {
     if (iTime.GetType() == iType) return iTime;
     switch (iType) {
@@ -151,12 +151,12 @@ Time_Typed Time_Converter::ToType(const Time_Typed& iTime, Time_EType iType) con
     return iTime;
 }
 
-Time_Typed Time_Converter::ToType(Time_Sample iSample, Time_EType iType) const
+Time_Typed Time_Converter::ToType(Time_Sample iSample, Time_EType iType) const KORA_NONBLOCKING
 {
     return ToType(Time_Typed(iSample), iType);
 }
 
-Time_Typed Time_Converter::ToType(Time_Tick iTick, Time_EType iType) const
+Time_Typed Time_Converter::ToType(Time_Tick iTick, Time_EType iType) const KORA_NONBLOCKING
 {
     return ToType(Time_Typed(iTick), iType);
 }
@@ -167,12 +167,12 @@ Time_Typed Time_Converter::ToType(const Time_BarBeatTick& iBBT, Time_EType iType
     return ToType(mMeterMap->BarBeatToTick(iBBT), iType);
 }
 
-Time_Typed Time_Converter::ToTypeNotRounded(Time_Sample iSample, Time_EType iType) const
+Time_Typed Time_Converter::ToTypeNotRounded(Time_Sample iSample, Time_EType iType) const KORA_NONBLOCKING
 {
     return iType == Time_eType_Frames ? ToFramesNotRounded(iSample) : ToType(iSample, iType);
 }
 
-Time_Typed Time_Converter::ToFirstType(const Time_Typed& iTime, Time_EType iType) const
+Time_Typed Time_Converter::ToFirstType(const Time_Typed& iTime, Time_EType iType) const KORA_NONBLOCKING
 {
     if (iTime.GetType() == iType) return iTime;
     switch (iType) {
@@ -298,14 +298,23 @@ void Time_Converter::ConvertTimes(Time_TypedVector& ioTimes, Time_EType iType) c
     }
 }
 
-void Time_Converter::ToType(Time_TypedVector* ioTimes, Time_EType iType) const
+void Time_Converter::ToType(Time_TypedVector* ioTimes, Time_EType iType) const KORA_NONBLOCKING
 {
     if (CheckPositions(ioTimes)) ConvertTimes(*ioTimes, iType);
 }
 
-void Time_Converter::ToSamples(Time_TypedVector* ioTimes) const { ToType(ioTimes, Time_eType_Samples); }
-void Time_Converter::ToTicks(Time_TypedVector* ioTimes) const { ToType(ioTimes, Time_eType_Ticks); }
-void Time_Converter::ToFrames(Time_TypedVector* ioTimes) const { ToType(ioTimes, Time_eType_Frames); }
+void Time_Converter::ToSamples(Time_TypedVector* ioTimes) const KORA_NONBLOCKING
+{
+    ToType(ioTimes, Time_eType_Samples);
+}
+void Time_Converter::ToTicks(Time_TypedVector* ioTimes) const KORA_NONBLOCKING
+{
+    ToType(ioTimes, Time_eType_Ticks);
+}
+void Time_Converter::ToFrames(Time_TypedVector* ioTimes) const KORA_NONBLOCKING
+{
+    ToType(ioTimes, Time_eType_Frames);
+}
 
 void Time_Converter::AddLength(Time_TypedVector* ioTimes, const Time_TypedLength& iLength) const
 {

@@ -47,25 +47,25 @@ public:
 
     // --- One time. A time of no valid unit asserts "false" and converts to 0.
 
-    Time_Sample ToSample(const Time_Typed& iTime) const;
-    Time_Tick ToTick(const Time_Typed& iTime) const;
+    Time_Sample ToSample(const Time_Typed& iTime) const KORA_NONBLOCKING;
+    Time_Tick ToTick(const Time_Typed& iTime) const KORA_NONBLOCKING;
     // The frame whose start is nearest.
-    Time_Typed ToFrames(const Time_Typed& iTime) const;
+    Time_Typed ToFrames(const Time_Typed& iTime) const KORA_NONBLOCKING;
     // The frame that runs at the middle of the sample. 48000 samples a second, 30 frames: sample 1599 is still in
     // frame 0, where ToFrames gives 1.
-    Time_Typed ToFramesNotRounded(const Time_Typed& iTime) const;
+    Time_Typed ToFramesNotRounded(const Time_Typed& iTime) const KORA_NONBLOCKING;
     Time_BarBeatTick ToBarBeatTick(const Time_Typed& iTime) const;
 
     // A time in the unit asked for; in an invalid unit it stays as it is.
-    Time_Typed ToType(const Time_Typed& iTime, Time_EType iType) const;
-    Time_Typed ToType(Time_Sample iSample, Time_EType iType) const;
-    Time_Typed ToType(Time_Tick iTick, Time_EType iType) const;
+    Time_Typed ToType(const Time_Typed& iTime, Time_EType iType) const KORA_NONBLOCKING;
+    Time_Typed ToType(Time_Sample iSample, Time_EType iType) const KORA_NONBLOCKING;
+    Time_Typed ToType(Time_Tick iTick, Time_EType iType) const KORA_NONBLOCKING;
     Time_Typed ToType(const Time_BarBeatTick& iBBT, Time_EType iType) const;
     // The same, with frames by ToFramesNotRounded.
-    Time_Typed ToTypeNotRounded(Time_Sample iSample, Time_EType iType) const;
+    Time_Typed ToTypeNotRounded(Time_Sample iSample, Time_EType iType) const KORA_NONBLOCKING;
     // Samples to the first tick that lands there or later, ticks to the first sample that does: where many ticks
     // share a sample it is the first of them. Only between these two; else it asserts.
-    Time_Typed ToFirstType(const Time_Typed& iTime, Time_EType iType) const;
+    Time_Typed ToFirstType(const Time_Typed& iTime, Time_EType iType) const KORA_NONBLOCKING;
     Time_Typed ToMainCounterType(const Time_Typed& iTime) const { return ToType(iTime, mMainCounterType); }
     Time_Typed ToMainCounterType(Time_Sample iSample) const { return ToType(iSample, mMainCounterType); }
     Time_Typed ToMainCounterType(Time_Tick iTick) const { return ToType(iTick, mMainCounterType); }
@@ -90,10 +90,10 @@ public:
     // They assert "ioTimes->GetContext() == Time_eContext_GlobalPosition" and go on with the counts as they are; null
     // asserts "ioTimes != 0" and does nothing.
 
-    void ToType(Time_TypedVector* ioTimes, Time_EType iType) const;
-    void ToSamples(Time_TypedVector* ioTimes) const;
-    void ToTicks(Time_TypedVector* ioTimes) const;
-    void ToFrames(Time_TypedVector* ioTimes) const;
+    void ToType(Time_TypedVector* ioTimes, Time_EType iType) const KORA_NONBLOCKING;
+    void ToSamples(Time_TypedVector* ioTimes) const KORA_NONBLOCKING;
+    void ToTicks(Time_TypedVector* ioTimes) const KORA_NONBLOCKING;
+    void ToFrames(Time_TypedVector* ioTimes) const KORA_NONBLOCKING;
     // The vector keeps its unit.
     void AddLength(Time_TypedVector* ioTimes, const Time_TypedLength& iLength) const;
     void SubtractLength(Time_TypedVector* ioTimes, const Time_TypedLength& iLength) const;
@@ -103,7 +103,7 @@ public:
     void SubtractTime(Time_TypedVector* ioTimes, const Time_Typed& iTime) const;
 
     // The main counter's unit and both maps, each on lines of its own.
-    std::string Dump() const;
+    [[nodiscard]] std::string Dump() const;
 
 private:
     Time_Tick SampleToTick(Time_Sample iSample) const;

@@ -8,7 +8,7 @@
 
 class Time_Meter;
 
-class Time_BarBeatTick
+class [[nodiscard]] Time_BarBeatTick
 {
 public:
     // 1|1|0
@@ -22,7 +22,7 @@ public:
 
     // Whether the beat is 1 with no ticks after it. Display ticks are reported, as in every comparison.
     constexpr bool IsOnBar() const { return mBeat == 1 && mTick == Time_TickLength::cZero; }
-    constexpr bool IsOnBarline() const { return IsOnBar(); }
+    [[nodiscard]] constexpr bool IsOnBarline() const { return IsOnBar(); }
 
     // The start of the next bar.
     constexpr void AdvanceToNextBarline() { *this = {Cmn_WrapAdd(mBar, 1), 1, Time_TickLength::cZero}; }
@@ -61,12 +61,12 @@ public:
     //   bar    at least -9999; five places when padded
     //   beat   plain decimal; two places when padded
     //   ticks  display ticks, -999 to 9999: the thousands digit (a blank for 0, "-" below 0), then three digits
-    KORA_API std::string ToString(bool iShowTick, bool iPad) const;
+    [[nodiscard]] KORA_API std::string ToString(bool iShowTick, bool iPad) const;
     // Reads both forms, with or without blanks around the numbers; a missing tick part is 0. Anything else is false and
     // changes nothing.
-    KORA_API bool FromString(const std::string& iText);
+    [[nodiscard]] KORA_API bool FromString(const std::string& iText);
     // All fields as they stand: "3|4|480000"
-    KORA_API std::string Dump() const;
+    [[nodiscard]] KORA_API std::string Dump() const;
 
     Cmn_Int32 mBar = 1;
     Cmn_Int32 mBeat = 1;

@@ -66,16 +66,16 @@ public:
     static Cmn_Int32 GetFrameOffset();
     static void SetFrameOffset(long iFrames);
     // The offset moved to the next frame that has a label, for a drop format; the offset itself otherwise.
-    static Cmn_Int32 GetFrameOffset(ETimeCodeFormat iFormat);
+    [[nodiscard]] static Cmn_Int32 GetFrameOffset(ETimeCodeFormat iFormat);
     // At load off.
     static bool GetAutoMatchPullFactors();
     static void SetAutoMatchPullFactors(bool iAutoMatch);
 
     // At load all none. Media and type must be of their enumerations. (traced)
-    static EPullFactor GetPullFactor(EPullMedia iMedia, EPullType iType);
+    [[nodiscard]] static EPullFactor GetPullFactor(EPullMedia iMedia, EPullType iType);
     static void SetPullFactor(EPullMedia iMedia, EPullType iType, EPullFactor iFactor);
     // A second table in which callers park the factors; nothing else reads it.
-    static EPullFactor GetPullFactorSaveForLE(EPullMedia iMedia, EPullType iType);
+    [[nodiscard]] static EPullFactor GetPullFactorSaveForLE(EPullMedia iMedia, EPullType iType);
     static void SetPullFactorSaveForLE(EPullMedia iMedia, EPullType iType, EPullFactor iFactor);
 
     // The sample rate with the audio pulls: what every conversion between samples and time uses.
@@ -84,23 +84,23 @@ public:
     static double GetPullFrameRate();
     // iValue with the pulls of a medium. For audio a rate. For video a duration, so the pulls go the other way than in
     // GetPullFrameRate: 30 with NTSC pull down is 30.03. Test: VideoPullsAdjustDurationsAgainstRates
-    static double AdjustForPullFactors(EPullMedia iMedia, double iValue);
+    [[nodiscard]] static double AdjustForPullFactors(EPullMedia iMedia, double iValue);
 
     // Names for users; values outside the enumerations give "?" (formats) or an empty text.
-    static const char* GetPullFactorString(EPullFactor iFactor);
-    static const char* GetPullTypeString(EPullType iType);
-    static const char* GetPullMediaString(EPullMedia iMedia);
-    static const char* GetTimeCodeFormatString(ETimeCodeFormat iFormat);
+    [[nodiscard]] static const char* GetPullFactorString(EPullFactor iFactor);
+    [[nodiscard]] static const char* GetPullTypeString(EPullType iType);
+    [[nodiscard]] static const char* GetPullMediaString(EPullMedia iMedia);
+    [[nodiscard]] static const char* GetTimeCodeFormatString(ETimeCodeFormat iFormat);
     // "4% Down, 0.1% Down", with the description " [25 fps - PAL To NTSC]" appended when asked for.
-    static std::string GetComboString(EComboPullFactor iCombo, bool iWithDescription);
+    [[nodiscard]] static std::string GetComboString(EComboPullFactor iCombo, bool iWithDescription);
 
     // A pair with a factor outside none, up and down is combination 0, a combination outside 0 to 8 the pair none, none.
-    static EComboPullFactor GetComboPullFactor(EPullFactor iNTSC, EPullFactor iPAL);
+    [[nodiscard]] static EComboPullFactor GetComboPullFactor(EPullFactor iNTSC, EPullFactor iPAL);
     static void ComboToPullFactors(EComboPullFactor iCombo, EPullFactor& oNTSC, EPullFactor& oPAL);
     // The combination that takes material of one video format to another; 0 where none is needed.
-    static EComboPullFactor GetRoutingComboFactor(EVideoFormat iFrom, EVideoFormat iTo);
+    [[nodiscard]] static EComboPullFactor GetRoutingComboFactor(EVideoFormat iFrom, EVideoFormat iTo);
     // Whether an audio combination suits the global timecode format. None never does.
-    static bool ValidAudioComboFactor(EComboPullFactor iCombo);
+    [[nodiscard]] static bool ValidAudioComboFactor(EComboPullFactor iCombo);
 
 private:
     Time_Globals() = default;

@@ -19,7 +19,7 @@ enum Time_ENoteDuration : Cmn_Int32 {
     Time_eNoteDuration_SixtyFourth = 7,
 };
 
-class Time_NotationDurationValue
+class [[nodiscard]] Time_NotationDurationValue
 {
 public:
     // A quarter note.
@@ -70,9 +70,9 @@ public:
     KORA_API Cmn_XMLNode GetAsXML() const;
 
     // "QuarterNoteDur"; empty for a code outside 1 to 7.
-    KORA_API static const char* GetDurationName(Time_ENoteDuration iDuration);
+    [[nodiscard]] KORA_API static const char* GetDurationName(Time_ENoteDuration iDuration);
     // "QuarterNoteDur dotted 2:3"
-    KORA_API std::string Dump() const;
+    [[nodiscard]] KORA_API std::string Dump() const;
 
 private:
     Time_ENoteDuration mDuration = Time_eNoteDuration_Quarter;

@@ -16,7 +16,7 @@
 #include <compare>
 #include <string>
 
-class KORA_API Time_SMPTE
+class KORA_API_NODISCARD Time_SMPTE
 {
 public:
     // 00:00:00:00
@@ -38,8 +38,8 @@ public:
     // The fields stay: the label is read in another format from here on.
     void SetFormat(ETimeCodeFormat iFormat) { mFormat = iFormat; }
     // Takes frames below the format's frames per second; refuses others with false. In BCD 0x29 is 29.
-    bool SetFrames(Cmn_UInt8 iFrames);
-    bool SetFramesBCD(Cmn_UInt8 iFrames);
+    [[nodiscard]] bool SetFrames(Cmn_UInt8 iFrames);
+    [[nodiscard]] bool SetFramesBCD(Cmn_UInt8 iFrames);
 
     // Frames since 00:00:00:00. 29.97 drop: 00:10:00;00 is 17982.
     Cmn_Int32 GetTotalFrames() const;
@@ -67,24 +67,24 @@ public:
 
     // Label count to frame count in the drop formats, and back. Formats other than 5 and 8 count as 60 frames.
     // 29.97 drop: label 1802 is frame 1800.
-    Cmn_Int32 DropFrames(Cmn_Int32 iLabels) const;
-    Cmn_Int32 UndropFrames(Cmn_Int32 iFrames) const;
+    [[nodiscard]] Cmn_Int32 DropFrames(Cmn_Int32 iLabels) const;
+    [[nodiscard]] Cmn_Int32 UndropFrames(Cmn_Int32 iFrames) const;
 
     // Whether the fields are a label of the format: in their ranges and not left out by the skip rule.
-    bool IsLabel() const;
+    [[nodiscard]] bool IsLabel() const;
     // "01:02:03:04", in drop formats "01:02:03;04". The fields as they stand.
-    std::string ToString() const;
+    [[nodiscard]] std::string ToString() const;
     // Reads what ToString writes; drop formats also take ":" before the frames. Only labels of the format are taken;
     // subSamples become 0. Anything else is false and changes nothing.
-    bool FromString(const std::string& iText);
+    [[nodiscard]] bool FromString(const std::string& iText);
     // "01:02:03;04 + 12.5 samples [29.97 fps drop]"
-    std::string Dump() const;
+    [[nodiscard]] std::string Dump() const;
 
     // 24, 25, 30, 50 or 60, and -1 where there is none. Format 0 is the global format here too.
-    static Cmn_Int32 GetFramesPerSecond(ETimeCodeFormat iFormat);
+    [[nodiscard]] static Cmn_Int32 GetFramesPerSecond(ETimeCodeFormat iFormat);
     // 30000/1001 for 29.97 fps, and -1 where there is none.
-    static double GetRealRate(ETimeCodeFormat iFormat);
-    static bool IsDropFormat(ETimeCodeFormat iFormat);
+    [[nodiscard]] static double GetRealRate(ETimeCodeFormat iFormat);
+    [[nodiscard]] static bool IsDropFormat(ETimeCodeFormat iFormat);
 
     // By hours, minutes, seconds, frames and subSamples; the format plays no part.
     friend bool operator==(const Time_SMPTE& iA, const Time_SMPTE& iB) { return (iA <=> iB) == 0; }

@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-class KORA_API Time_KeySignature
+class KORA_API_NODISCARD Time_KeySignature
 {
 public:
     static const Time_KeySignature sDefault; // C major, written with sharps
@@ -50,7 +50,7 @@ public:
     //
     //   C major, pitch 0 (C),  1 step up:   2      E (4) 1 up:  1      C 1 down: -1
     //   C major, pitch 1 (C#), 1 step up:   2, from beside C to beside D
-    Cmn_Int16 GetTransposeAmount(Cmn_Int16 iPitch, Cmn_Int16 iSteps) const;
+    [[nodiscard]] Cmn_Int16 GetTransposeAmount(Cmn_Int16 iPitch, Cmn_Int16 iSteps) const;
 
     // Appends where the accidentals are drawn on the staff, in drawing order.
     void GetAccidentalStaffLineOffsets(std::vector<Cmn_Int16>& ioOffsets) const;
@@ -59,7 +59,7 @@ public:
     void CreateRandomKey();
 
     // "Eb major (3 flats)"
-    std::string Dump() const;
+    [[nodiscard]] std::string Dump() const;
 
 private:
     bool mIsMajor = true;

@@ -41,26 +41,27 @@ public:
 
     // The last entry at or before iTime less one unit of its own (a sample, a tick, a frame), but not before the
     // session start. The outs are written only when there is one.
-    bool FindKeySignatureBeforeTime(const Time_Typed& iTime, Time_Tick& oTick, Time_KeySignature& oKey) const;
+    [[nodiscard]] bool FindKeySignatureBeforeTime(const Time_Typed& iTime, Time_Tick& oTick,
+                                                  Time_KeySignature& oKey) const;
     // The first entry at or after iTime plus one unit, or at or after iTime itself when the flag is set; the time
     // searched from is at most the session end.
-    bool FindKeySignatureAfterTime(const Time_Typed& iTime, Time_Tick& oTick, Time_KeySignature& oKey,
-                                   bool iIncludeTime) const;
+    [[nodiscard]] bool FindKeySignatureAfterTime(const Time_Typed& iTime, Time_Tick& oTick,
+                                                 Time_KeySignature& oKey, bool iIncludeTime) const;
 
-    bool empty() const { return mKeys.empty(); }
+    [[nodiscard]] bool empty() const { return mKeys.empty(); }
     long size() const { return static_cast<long>(mKeys.size()); }
     // Index, from 0 in tick order, of the entry exactly at the tick; false, with the out untouched, without one.
-    bool GetIndexAtTick(Time_Tick iTick, long& oIndex) const;
+    [[nodiscard]] bool GetIndexAtTick(Time_Tick iTick, long& oIndex) const;
     // False, with the outs untouched and "IsIndex(iIndex)" asserted, for an index outside 0 … size() - 1.
-    bool GetKeysSignature(long iIndex, Time_Tick& oTick, Time_KeySignature& oKey) const;
+    [[nodiscard]] bool GetKeysSignature(long iIndex, Time_Tick& oTick, Time_KeySignature& oKey) const;
     // The key of an entry; a bad index asserts as above and gives C major.
     Time_KeySignature at(long iIndex) const;
 
     // The smallest range that holds every entry: from the first entry's tick to one past the last's. False, with
     // the outs untouched, for an empty map.
-    bool GetKeySignaturesRange(Time_Tick& oStart, Time_Tick& oEnd) const;
+    [[nodiscard]] bool GetKeySignaturesRange(Time_Tick& oStart, Time_Tick& oEnd) const;
     // Whether an entry lies in [start, end).
-    bool RangeContainsData(Time_Tick iStart, Time_Tick iEnd) const;
+    [[nodiscard]] bool RangeContainsData(Time_Tick iStart, Time_Tick iEnd) const;
 
     // --- Edits.
 
@@ -104,7 +105,7 @@ public:
     // <KeySignatureMap><nKeyCount>…<Keys><Key><nTick>…<mIsMajor>…<mIsSharps>…<nAccidentals>…
     Cmn_XMLNode GetAsXML() const;
     // A line for each entry: "  960000  G major (1 sharps)".
-    std::string Dump() const;
+    [[nodiscard]] std::string Dump() const;
 
 private:
     struct Entry

@@ -8,7 +8,7 @@
 #include "Kora/Time/Formats/Time_BarBeatTick.h"
 #include "Kora/Time/Formats/Time_NotationDurationValue.h"
 
-class KORA_API Time_Meter
+class KORA_API_NODISCARD Time_Meter
 {
 public:
     // 4/4 with a quarter-note click.
@@ -60,7 +60,7 @@ public:
     // A node "Meter" with "mNumerator", "mDenominator" and the click's node.
     virtual Cmn_XMLNode GetAsXML() const;
     // "6/8", "6/8 click EighthNoteDur dotted" where the click is no quarter note.
-    std::string Dump() const;
+    [[nodiscard]] std::string Dump() const;
 
 private:
     Cmn_Int32 mNumerator = 4;

@@ -7,7 +7,7 @@
 #include "Kora/Time/Meter/Time_Meter.h"
 #include "Kora/Time/Values/Time_Tick.h"
 
-class KORA_API Time_MeterChange
+class KORA_API_NODISCARD Time_MeterChange
 {
 public:
     // 4/4 at tick 0, bar 1.
@@ -49,7 +49,7 @@ public:
     // A node "MeterChange" with "nSessionTick", "mBarNumber", "nBar", "nBeat", "nTick" and the meter's node.
     virtual Cmn_XMLNode GetAsXML() const;
     // "5| 6/8 at tick 1000015360000, off the barline"
-    std::string Dump() const;
+    [[nodiscard]] std::string Dump() const;
 
 private:
     friend class Time_MeterMap; // which numbers, moves and marks its changes

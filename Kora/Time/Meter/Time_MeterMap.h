@@ -64,10 +64,10 @@ public:
     Time_TickLength GetClicksAtTick(Time_Tick iTick, Time_Tick* oUntil = nullptr) const;
     Time_Tick GetTickOfLastChange() const;
     Cmn_Int32 GetNumberOfChanges() const;
-    ConstIter IterBegin() const;
-    ConstIter IterEnd() const;
+    [[nodiscard]] ConstIter IterBegin() const;
+    [[nodiscard]] ConstIter IterEnd() const;
     // The first change at or after iTick; IterEnd if none.
-    ConstIter IterFindFirstGE(Time_Tick iTick) const;
+    [[nodiscard]] ConstIter IterFindFirstGE(Time_Tick iTick) const;
     Time_Tick GetSongStartTick() const { return mSongStartTick; }
     // The bar number at the song start.
     Cmn_Int32 GetSongStartBar() const;
@@ -162,9 +162,9 @@ public:
     // A node "MeterMap" with "nChangeCount", "nSongStartTick" and the list "Changes".
     virtual Cmn_XMLNode GetAsXML() const;
     // One line for each change and one for the song start.
-    std::string Dump() const;
+    [[nodiscard]] std::string Dump() const;
     // The first broken invariant in words with the change it was met at; empty when all hold.
-    std::string FindBrokenInvariant() const;
+    [[nodiscard]] std::string FindBrokenInvariant() const;
 
 private:
     using Iter = Cmn_PolyVector<Time_MeterChange>::iterator;

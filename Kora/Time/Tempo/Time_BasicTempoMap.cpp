@@ -171,12 +171,12 @@ void Time_BasicTempoMap::Splice(std::size_t iFirst, std::size_t iLast, const Tim
     mIsIndexed = true;
 }
 
-std::size_t Time_BasicTempoMap::FindSegmentAtTick(Time_Tick iTick) const
+std::size_t Time_BasicTempoMap::FindSegmentAtTick(Time_Tick iTick) const KORA_NONBLOCKING
 {
     return mIsIndexed ? mIndexP->mTicks.Find(iTick.AsInt64()) : SearchTick(mSegments, iTick);
 }
 
-std::size_t Time_BasicTempoMap::FindSegmentAtSample(Time_Sample iSample) const
+std::size_t Time_BasicTempoMap::FindSegmentAtSample(Time_Sample iSample) const KORA_NONBLOCKING
 {
     return mIsIndexed ? mIndexP->mSamples.Find(static_cast<double>(iSample.AsInt64()))
                       : SearchSample(mSegments, iSample);

@@ -16,6 +16,7 @@
 // Real time:  conversions allocate nothing, lock nothing and throw nothing.
 #pragma once
 
+#include "Export/Kora_API.h"
 #include "Kora/Time/Tempo/Time_BasicTempoMapSegment.h"
 
 #include <memory>
@@ -47,39 +48,41 @@ public:
     std::size_t GetNumberOfSegments() const { return mSegments.size(); }
     const Time_BasicTempoMapSegment& GetSegment(std::size_t iIndex) const { return mSegments[iIndex]; }
     // The index of the governing segment; 0 without segments.
-    std::size_t FindSegmentAtTick(Time_Tick iTick) const;
-    std::size_t FindSegmentAtSample(Time_Sample iSample) const;
+    [[nodiscard]] std::size_t FindSegmentAtTick(Time_Tick iTick) const KORA_NONBLOCKING;
+    [[nodiscard]] std::size_t FindSegmentAtSample(Time_Sample iSample) const KORA_NONBLOCKING;
 
     // The unrounded sample of a tick.
-    double FractionalSampleAtTick(Time_Tick iTick) const;
+    [[nodiscard]] double FractionalSampleAtTick(Time_Tick iTick) const KORA_NONBLOCKING;
 
     // The governing segment's answers; see Time_BasicTempoMapSegment for the rounding.
-    Time_Sample TickToSample(Time_Tick iTick, bool iClamp) const;
-    Time_Tick SampleToTick(Time_Sample iSample) const;
-    Time_Sample TickToFirstSample(Time_Tick iTick) const;
-    Time_Tick SampleToFirstTick(Time_Sample iSample) const;
+    Time_Sample TickToSample(Time_Tick iTick, bool iClamp) const KORA_NONBLOCKING;
+    Time_Tick SampleToTick(Time_Sample iSample) const KORA_NONBLOCKING;
+    Time_Sample TickToFirstSample(Time_Tick iTick) const KORA_NONBLOCKING;
+    Time_Tick SampleToFirstTick(Time_Sample iSample) const KORA_NONBLOCKING;
 
     // The same answers for queries that ascend: ioSegment says where the search starts and takes where it ended.
     // Start with 0; a query that goes back is answered too, only slower.
-    Time_Sample NextTickToSample(Time_Tick iTick, bool iClamp, std::size_t& ioSegment) const;
-    Time_Tick NextSampleToTick(Time_Sample iSample, std::size_t& ioSegment) const;
-    Time_Sample NextTickToFirstSample(Time_Tick iTick, std::size_t& ioSegment) const;
-    Time_Tick NextSampleToFirstTick(Time_Sample iSample, std::size_t& ioSegment) const;
+    Time_Sample NextTickToSample(Time_Tick iTick, bool iClamp, std::size_t& ioSegment) const KORA_NONBLOCKING;
+    Time_Tick NextSampleToTick(Time_Sample iSample, std::size_t& ioSegment) const KORA_NONBLOCKING;
+    Time_Sample NextTickToFirstSample(Time_Tick iTick, std::size_t& ioSegment) const KORA_NONBLOCKING;
+    Time_Tick NextSampleToFirstTick(Time_Sample iSample, std::size_t& ioSegment) const KORA_NONBLOCKING;
 
     // As if the tempo in force at the reference held for ever, before and after.
     Time_Sample TickToSampleBasedOnReferenceTempoAtTick(Time_Tick iTick, Time_Tick iReference,
-                                                        bool iClamp) const;
-    Time_Tick SampleToTickBasedOnReferenceTempoAtTick(Time_Sample iSample, Time_Tick iReference) const;
-    Time_Tick SampleToTickBasedOnReferenceTempoAtSample(Time_Sample iSample, Time_Sample iReference) const;
+                                                        bool iClamp) const KORA_NONBLOCKING;
+    Time_Tick SampleToTickBasedOnReferenceTempoAtTick(Time_Sample iSample,
+                                                      Time_Tick iReference) const KORA_NONBLOCKING;
+    Time_Tick SampleToTickBasedOnReferenceTempoAtSample(Time_Sample iSample,
+                                                        Time_Sample iReference) const KORA_NONBLOCKING;
 
     // Each of iCount values in place, with the bits of the single conversions. Fastest where neighbours in the array
     // are neighbours in time.
-    void TicksToSamples(Cmn_Int64* ioTimes, std::size_t iCount, bool iClamp) const;
-    void SamplesToTicks(Cmn_Int64* ioTimes, std::size_t iCount) const;
+    void TicksToSamples(Cmn_Int64* ioTimes, std::size_t iCount, bool iClamp) const KORA_NONBLOCKING;
+    void SamplesToTicks(Cmn_Int64* ioTimes, std::size_t iCount) const KORA_NONBLOCKING;
     // Converts the times and renames their unit; samples are clamped. Times that are not global positions assert
     // "ioTimes->GetContext() == Time_eContext_GlobalPosition" and are converted; frames, on either side, assert
     // "time_type_mismatch" and nothing changes.
-    void TimesToType(Time_TypedVector* ioTimes, Time_EType iType) const;
+    void TimesToType(Time_TypedVector* ioTimes, Time_EType iType) const KORA_NONBLOCKING;
 
     double GetMinTicksPerSample() const;
     double GetMaxTicksPerSample() const;
@@ -87,7 +90,7 @@ public:
     // Asserts each invariant at the first segment that breaks it; true when all hold.
     bool Validate() const;
     // One line a segment.
-    std::string Dump() const;
+    [[nodiscard]] std::string Dump() const;
 
 private:
     friend class Time_TempoMap;

@@ -40,27 +40,27 @@ const Time_BasicTempoMapSegment& Time_BasicTempoMap::SearchedAt(std::size_t iInd
     return mSegments.empty() ? cNone : mSegments[iIndex];
 }
 
-double Time_BasicTempoMap::FractionalSampleAtTick(Time_Tick iTick) const
+double Time_BasicTempoMap::FractionalSampleAtTick(Time_Tick iTick) const KORA_NONBLOCKING
 {
     return SegmentAtTick(iTick).FractionalSampleAt(iTick);
 }
 
-Time_Sample Time_BasicTempoMap::TickToSample(Time_Tick iTick, bool iClamp) const
+Time_Sample Time_BasicTempoMap::TickToSample(Time_Tick iTick, bool iClamp) const KORA_NONBLOCKING
 {
     return SegmentAtTick(iTick).TickToSample(iTick, iClamp);
 }
 
-Time_Tick Time_BasicTempoMap::SampleToTick(Time_Sample iSample) const
+Time_Tick Time_BasicTempoMap::SampleToTick(Time_Sample iSample) const KORA_NONBLOCKING
 {
     return SegmentAtSample(iSample).SampleToTick(iSample);
 }
 
-Time_Sample Time_BasicTempoMap::TickToFirstSample(Time_Tick iTick) const
+Time_Sample Time_BasicTempoMap::TickToFirstSample(Time_Tick iTick) const KORA_NONBLOCKING
 {
     return SegmentAtTick(iTick).TickToFirstSample(iTick);
 }
 
-Time_Tick Time_BasicTempoMap::SampleToFirstTick(Time_Sample iSample) const
+Time_Tick Time_BasicTempoMap::SampleToFirstTick(Time_Sample iSample) const KORA_NONBLOCKING
 {
     return SegmentAtSample(iSample).SampleToFirstTick(iSample);
 }
@@ -86,40 +86,46 @@ const Time_BasicTempoMapSegment& Time_BasicTempoMap::NextAtSample(Time_Sample iS
     return SearchedAt(ioSegment);
 }
 
-Time_Sample Time_BasicTempoMap::NextTickToSample(Time_Tick iTick, bool iClamp, std::size_t& ioSegment) const
+Time_Sample Time_BasicTempoMap::NextTickToSample(Time_Tick iTick, bool iClamp,
+                                                 std::size_t& ioSegment) const KORA_NONBLOCKING
 {
     return NextAtTick(iTick, ioSegment).TickToSample(iTick, iClamp);
 }
 
-Time_Tick Time_BasicTempoMap::NextSampleToTick(Time_Sample iSample, std::size_t& ioSegment) const
+Time_Tick Time_BasicTempoMap::NextSampleToTick(Time_Sample iSample,
+                                               std::size_t& ioSegment) const KORA_NONBLOCKING
 {
     return NextAtSample(iSample, ioSegment).SampleToTick(iSample);
 }
 
-Time_Sample Time_BasicTempoMap::NextTickToFirstSample(Time_Tick iTick, std::size_t& ioSegment) const
+Time_Sample Time_BasicTempoMap::NextTickToFirstSample(Time_Tick iTick,
+                                                      std::size_t& ioSegment) const KORA_NONBLOCKING
 {
     return NextAtTick(iTick, ioSegment).TickToFirstSample(iTick);
 }
 
-Time_Tick Time_BasicTempoMap::NextSampleToFirstTick(Time_Sample iSample, std::size_t& ioSegment) const
+Time_Tick Time_BasicTempoMap::NextSampleToFirstTick(Time_Sample iSample,
+                                                    std::size_t& ioSegment) const KORA_NONBLOCKING
 {
     return NextAtSample(iSample, ioSegment).SampleToFirstTick(iSample);
 }
 
 Time_Sample Time_BasicTempoMap::TickToSampleBasedOnReferenceTempoAtTick(Time_Tick iTick, Time_Tick iReference,
-                                                                        bool iClamp) const
+                                                                        bool iClamp) const KORA_NONBLOCKING
 {
     return SegmentAtTick(iReference).TickToSample(iTick, iClamp);
 }
 
-Time_Tick Time_BasicTempoMap::SampleToTickBasedOnReferenceTempoAtTick(Time_Sample iSample,
-                                                                      Time_Tick iReference) const
+Time_Tick
+Time_BasicTempoMap::SampleToTickBasedOnReferenceTempoAtTick(Time_Sample iSample,
+                                                            Time_Tick iReference) const KORA_NONBLOCKING
 {
     return SegmentAtTick(iReference).SampleToTick(iSample);
 }
 
-Time_Tick Time_BasicTempoMap::SampleToTickBasedOnReferenceTempoAtSample(Time_Sample iSample,
-                                                                        Time_Sample iReference) const
+Time_Tick
+Time_BasicTempoMap::SampleToTickBasedOnReferenceTempoAtSample(Time_Sample iSample,
+                                                              Time_Sample iReference) const KORA_NONBLOCKING
 {
     return SegmentAtSample(iReference).SampleToTick(iSample);
 }

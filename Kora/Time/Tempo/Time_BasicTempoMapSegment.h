@@ -21,7 +21,7 @@ class KORA_API Time_BasicTempoMapSegment
 {
 public:
     // Whether it is a tempo: beats per minute above 0 and not infinite, of a beat above 0 ticks.
-    static bool IsTempo(double iBeatsPerMinute, const Time_TickLength& iTicksPerBeat);
+    [[nodiscard]] static bool IsTempo(double iBeatsPerMinute, const Time_TickLength& iTicksPerBeat);
 
     // From a start on at a tempo. 120 bpm of quarter notes at 48000 Hz: 0.025 samples per tick. Here and below, what is
     // not a tempo asserts "iBeatsPerMinute > 0" and leaves the slope as it was.
@@ -35,7 +35,7 @@ public:
                       double iFractionalEndSample);
 
     // The tempo that the slope amounts to.
-    double GetBeatsPerMinute(double iSampleRate, const Time_TickLength& iTicksPerBeat) const;
+    [[nodiscard]] double GetBeatsPerMinute(double iSampleRate, const Time_TickLength& iTicksPerBeat) const;
 
     Time_Tick GetStartTick() const { return mStartTick; }
     double GetFractionalStartSample() const { return mFractionalStartSample; }
@@ -60,7 +60,7 @@ public:
     void SamplesToTicks(Cmn_Int64* ioTimes, std::size_t iCount) const;
 
     // "from tick 960000 at sample 24000: 0.025 samples per tick"
-    std::string Dump() const;
+    [[nodiscard]] std::string Dump() const;
 
 private:
     double TicksAfterStart(Time_Tick iTick) const

@@ -98,7 +98,8 @@ struct Time_BasicTempoMap::SamplesToTicksDirection
     }
 };
 
-void Time_BasicTempoMap::TicksToSamples(Cmn_Int64* ioTimes, std::size_t iCount, bool iClamp) const
+void Time_BasicTempoMap::TicksToSamples(Cmn_Int64* ioTimes, std::size_t iCount,
+                                        bool iClamp) const KORA_NONBLOCKING
 {
     if (!mIsIndexed) {
         for (std::size_t i = 0; i < iCount; ++i)
@@ -111,7 +112,7 @@ void Time_BasicTempoMap::TicksToSamples(Cmn_Int64* ioTimes, std::size_t iCount, 
     ConvertAll(TicksToSamplesDirection{*this, limit, maximum}, mSegments.size(), ioTimes, iCount);
 }
 
-void Time_BasicTempoMap::SamplesToTicks(Cmn_Int64* ioTimes, std::size_t iCount) const
+void Time_BasicTempoMap::SamplesToTicks(Cmn_Int64* ioTimes, std::size_t iCount) const KORA_NONBLOCKING
 {
     if (!mIsIndexed) {
         for (std::size_t i = 0; i < iCount; ++i)
@@ -122,7 +123,7 @@ void Time_BasicTempoMap::SamplesToTicks(Cmn_Int64* ioTimes, std::size_t iCount) 
                iCount);
 }
 
-void Time_BasicTempoMap::TimesToType(Time_TypedVector* ioTimes, Time_EType iType) const
+void Time_BasicTempoMap::TimesToType(Time_TypedVector* ioTimes, Time_EType iType) const KORA_NONBLOCKING
 {
     if (!Cmn_ASSERT_AS(ioTimes != nullptr, "ioTimes != 0", "Time/Time_BasicTempoMap")) return;
     Cmn_ASSERT_IN("Time/Time_BasicTempoMap", ioTimes->GetContext() == Time_eContext_GlobalPosition);

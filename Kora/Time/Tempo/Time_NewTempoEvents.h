@@ -29,7 +29,7 @@ public:
     constexpr void SetTicksPerBeat(const Time_TickLength& iTicksPerBeat) { mTicksPerBeat = iTicksPerBeat; }
 
     // Whether tempo and beat are the same; the ticks may differ.
-    constexpr bool HasTempoOf(const Time_NewTempoEvent& iOther) const
+    [[nodiscard]] constexpr bool HasTempoOf(const Time_NewTempoEvent& iOther) const
     {
         return mTempo == iOther.mTempo && mTicksPerBeat == iOther.mTicksPerBeat;
     }
@@ -57,7 +57,7 @@ public:
     // is one that is no tempo (Time_BasicTempoMapSegment::IsTempo), which asserts "iEvent.GetTempo() > 0".
     KORA_API void AddTempoEvent(const Time_NewTempoEvent& iEvent);
     // The event that starts at iTick, or null.
-    KORA_API const Time_NewTempoEvent* GetTempoEventAtTick(Time_Tick iTick) const;
+    [[nodiscard]] KORA_API const Time_NewTempoEvent* GetTempoEventAtTick(Time_Tick iTick) const;
 
     // The tick one quantum after iStart, or after the last event where iStart's count is 0; iStart counts as ticks
     // whatever its unit. A quantum in samples is as long as the last tempo makes it. A quantum in ticks is added; with
@@ -72,7 +72,7 @@ public:
     KORA_API void ClearAfterTime(Time_Tick iTime);
 
     // A line an event: "tick 960000: 120 beats of 960000 ticks"
-    KORA_API std::string Dump() const;
+    [[nodiscard]] KORA_API std::string Dump() const;
 
 private:
     const_iterator LowerBound(Time_Tick iTick) const;

@@ -18,14 +18,14 @@ public:
     }
 
     // The range that both limits leave, for a beat of iTicksPerBeat.
-    KORA_API double GetMinQPM(const Time_TickLength& iTicksPerBeat) const;
-    KORA_API double GetMaxQPM(const Time_TickLength& iTicksPerBeat) const;
-    KORA_API double GetMinBPM(const Time_TickLength& iTicksPerBeat) const;
-    KORA_API double GetMaxBPM(const Time_TickLength& iTicksPerBeat) const;
+    [[nodiscard]] KORA_API double GetMinQPM(const Time_TickLength& iTicksPerBeat) const;
+    [[nodiscard]] KORA_API double GetMaxQPM(const Time_TickLength& iTicksPerBeat) const;
+    [[nodiscard]] KORA_API double GetMinBPM(const Time_TickLength& iTicksPerBeat) const;
+    [[nodiscard]] KORA_API double GetMaxBPM(const Time_TickLength& iTicksPerBeat) const;
 
     // Beats per minute clamped by the beat limits, then by the quarter limits. With the standard limits 1000 quarters
     // become 500; 1000 eighths 999.
-    KORA_API double LimitTempoValue(double iBPM, const Time_TickLength& iTicksPerBeat) const;
+    [[nodiscard]] KORA_API double LimitTempoValue(double iBPM, const Time_TickLength& iTicksPerBeat) const;
 
 private:
     double mMinQPM;

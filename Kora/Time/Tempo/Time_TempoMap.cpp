@@ -22,7 +22,7 @@ Time_TempoMap::Time_TempoMap(EUndoFlag iUndoFlag)
     , mReadLock(gPSThread.CreateCriticalSection("TempoMapReadLock"))
 {
     // A new map is out of date, and the first rebuild leaves the lock.
-    mReadLock->Enter(IPSSyncPrim::cWaitForever);
+    static_cast<void>(mReadLock->Enter(IPSSyncPrim::cWaitForever));
 }
 
 Time_TempoMap::Time_TempoMap(const Time_TempoMap& iOther)
@@ -56,7 +56,7 @@ Time_TempoMap* Time_TempoMap::GetDefaultTempoMap()
     return spDefaultTempoMap;
 }
 
-bool Time_TempoMap::TryToAcquireReadLock() const
+bool Time_TempoMap::TryToAcquireReadLock() const KORA_NONBLOCKING
 {
     if (!mReadLock->Enter(IPSSyncPrim::cTryOnly)) return false;
     // The editing thread, which is inside already, is let in again.
@@ -64,12 +64,12 @@ bool Time_TempoMap::TryToAcquireReadLock() const
     return !mIsDirty;
 }
 
-void Time_TempoMap::ReleaseReadLock() const { mReadLock->Leave(); }
+void Time_TempoMap::ReleaseReadLock() const KORA_NONBLOCKING { mReadLock->Leave(); }
 
 void Time_TempoMap::DirtyBasicMap()
 {
     if (mIsDirty) return;
-    mReadLock->Enter(IPSSyncPrim::cWaitForever);
+    static_cast<void>(mReadLock->Enter(IPSSyncPrim::cWaitForever));
     mIsDirty = true;
 }
 

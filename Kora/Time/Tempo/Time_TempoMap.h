@@ -21,6 +21,7 @@
 #pragma once
 
 #include "Bastel/Cmn/Cmn_PolyVector.h"
+#include "Export/Kora_API.h"
 #include "Kora/Cnn/Cnn_ListenerList.h"
 #include "Kora/Cnn/Mdl_SimpleValMessage.h"
 #include "Kora/Ndo/Ndo_Object.h"
@@ -84,13 +85,13 @@ public:
     SegmentIter SegmentEnd() const { return mSegments.end(); }
     std::size_t GetNumberOfSegments() const { return mSegments.size(); }
     // The segment that starts at iTick, or the end.
-    SegmentIter FindSegment(Time_Tick iTick) const;
+    [[nodiscard]] SegmentIter FindSegment(Time_Tick iTick) const;
     // The last segment that starts at or before iTick, or the first; the end of an empty map.
-    SegmentIter FindControllingSegment(Time_Tick iTick) const;
+    [[nodiscard]] SegmentIter FindControllingSegment(Time_Tick iTick) const;
     // The first segment whose start falls on the sample, or the end.
-    SegmentIter FindSegmentBySample(Time_Sample iSample) const;
+    [[nodiscard]] SegmentIter FindSegmentBySample(Time_Sample iSample) const;
     // The first segment marked as song start, or the end.
-    SegmentIter FindSongStart() const;
+    [[nodiscard]] SegmentIter FindSongStart() const;
     bool IsNumberOfLockedSegmentsLessThan(std::size_t iCount) const { return mLockedCount < iCount; }
     // The tempo in force at a tick; an empty map gives the fallback tempo.
     void GetTempoAtTick(double& oBeatsPerMinute, Time_TickLength& oTicksPerBeat, Time_Tick iTick) const;
@@ -112,34 +113,36 @@ public:
     double GetMinTicksPerSample() const { return Clean().mBasicMap.GetMinTicksPerSample(); }
     double GetMaxTicksPerSample() const { return Clean().mBasicMap.GetMaxTicksPerSample(); }
 
-    Time_Sample TickToSample(Time_Tick iTick, bool iClamp = true) const;
-    Time_Tick SampleToTick(Time_Sample iSample) const;
-    Time_Sample TickToFirstSample(Time_Tick iTick) const;
-    Time_Tick SampleToFirstTick(Time_Sample iSample) const;
-    Time_Sample NextTickToSample(Time_Tick iTick, bool iClamp, std::size_t& ioSegment) const;
-    Time_Tick NextSampleToTick(Time_Sample iSample, std::size_t& ioSegment) const;
-    Time_Sample NextTickToFirstSample(Time_Tick iTick, std::size_t& ioSegment) const;
-    Time_Tick NextSampleToFirstTick(Time_Sample iSample, std::size_t& ioSegment) const;
+    Time_Sample TickToSample(Time_Tick iTick, bool iClamp = true) const KORA_NONBLOCKING;
+    Time_Tick SampleToTick(Time_Sample iSample) const KORA_NONBLOCKING;
+    Time_Sample TickToFirstSample(Time_Tick iTick) const KORA_NONBLOCKING;
+    Time_Tick SampleToFirstTick(Time_Sample iSample) const KORA_NONBLOCKING;
+    Time_Sample NextTickToSample(Time_Tick iTick, bool iClamp, std::size_t& ioSegment) const KORA_NONBLOCKING;
+    Time_Tick NextSampleToTick(Time_Sample iSample, std::size_t& ioSegment) const KORA_NONBLOCKING;
+    Time_Sample NextTickToFirstSample(Time_Tick iTick, std::size_t& ioSegment) const KORA_NONBLOCKING;
+    Time_Tick NextSampleToFirstTick(Time_Sample iSample, std::size_t& ioSegment) const KORA_NONBLOCKING;
     Time_Sample TickToSampleBasedOnReferenceTempoAtTick(Time_Tick iTick, Time_Tick iReference,
-                                                        bool iClamp = true) const;
-    Time_Tick SampleToTickBasedOnReferenceTempoAtTick(Time_Sample iSample, Time_Tick iReference) const;
-    Time_Tick SampleToTickBasedOnReferenceTempoAtSample(Time_Sample iSample, Time_Sample iReference) const;
+                                                        bool iClamp = true) const KORA_NONBLOCKING;
+    Time_Tick SampleToTickBasedOnReferenceTempoAtTick(Time_Sample iSample,
+                                                      Time_Tick iReference) const KORA_NONBLOCKING;
+    Time_Tick SampleToTickBasedOnReferenceTempoAtSample(Time_Sample iSample,
+                                                        Time_Sample iReference) const KORA_NONBLOCKING;
 
     // Of typed times, with samples clamped. Frames, on either side, assert "time_type_mismatch": the scalar forms then
     // give 0, the others their argument.
-    Time_Sample TimeTypedToSample(const Time_Typed& iTime) const;
-    Time_Tick TimeTypedToTick(const Time_Typed& iTime) const;
-    Time_Typed TimeTypedToSpecifiedType(const Time_Typed& iTime, Time_EType iType) const;
-    Time_Typed SampleToSpecifiedType(Time_Sample iSample, Time_EType iType) const;
-    Time_Typed TickToSpecifiedType(Time_Tick iTick, Time_EType iType) const;
-    void TimesToType(Time_TypedVector* ioTimes, Time_EType iType) const;
+    Time_Sample TimeTypedToSample(const Time_Typed& iTime) const KORA_NONBLOCKING;
+    Time_Tick TimeTypedToTick(const Time_Typed& iTime) const KORA_NONBLOCKING;
+    Time_Typed TimeTypedToSpecifiedType(const Time_Typed& iTime, Time_EType iType) const KORA_NONBLOCKING;
+    Time_Typed SampleToSpecifiedType(Time_Sample iSample, Time_EType iType) const KORA_NONBLOCKING;
+    Time_Typed TickToSpecifiedType(Time_Tick iTick, Time_EType iType) const KORA_NONBLOCKING;
+    void TimesToType(Time_TypedVector* ioTimes, Time_EType iType) const KORA_NONBLOCKING;
 
     // --- Other threads, listeners
 
     // Never waits. True when the caller holds the lock and the cache is up to date; false while an edit has put it out
     // of date, for the editing thread too. Pair each success with a ReleaseReadLock on the same thread.
-    bool TryToAcquireReadLock() const;
-    void ReleaseReadLock() const;
+    [[nodiscard]] bool TryToAcquireReadLock() const KORA_NONBLOCKING;
+    void ReleaseReadLock() const KORA_NONBLOCKING;
     Cnn_ListenerList<Mdl_SimpleValMessage>& GetListenerList() { return mListeners; }
 
     // Rebuilds the numeric cache if it is out of date, and leaves the read lock then. Every query does so first.
@@ -162,7 +165,7 @@ public:
     // <TempoMap> <nSegmentCount/> <Segments> … </Segments> </TempoMap>
     Cmn_XMLNode GetAsXML() const;
     // The segments, then the numeric cache.
-    std::string Dump() const;
+    [[nodiscard]] std::string Dump() const;
 
     // Asserts what a finished map's segments keep: live, ascending, none of an older layout. Debug builds do so after
     // each rebuild.

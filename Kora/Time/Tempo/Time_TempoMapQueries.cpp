@@ -68,60 +68,64 @@ void Time_TempoMap::GetTempoAtTick(double& oBeatsPerMinute, Time_TickLength& oTi
     if (controlling != mSegments.end()) EffectiveTempo(IndexOf(controlling), oBeatsPerMinute, oTicksPerBeat);
 }
 
-Time_Sample Time_TempoMap::TickToSample(Time_Tick iTick, bool iClamp) const
+Time_Sample Time_TempoMap::TickToSample(Time_Tick iTick, bool iClamp) const KORA_NONBLOCKING
 {
     return GetBasicTempoMap().TickToSample(iTick, iClamp);
 }
 
-Time_Tick Time_TempoMap::SampleToTick(Time_Sample iSample) const
+Time_Tick Time_TempoMap::SampleToTick(Time_Sample iSample) const KORA_NONBLOCKING
 {
     return GetBasicTempoMap().SampleToTick(iSample);
 }
 
-Time_Sample Time_TempoMap::TickToFirstSample(Time_Tick iTick) const
+Time_Sample Time_TempoMap::TickToFirstSample(Time_Tick iTick) const KORA_NONBLOCKING
 {
     return GetBasicTempoMap().TickToFirstSample(iTick);
 }
 
-Time_Tick Time_TempoMap::SampleToFirstTick(Time_Sample iSample) const
+Time_Tick Time_TempoMap::SampleToFirstTick(Time_Sample iSample) const KORA_NONBLOCKING
 {
     return GetBasicTempoMap().SampleToFirstTick(iSample);
 }
 
-Time_Sample Time_TempoMap::NextTickToSample(Time_Tick iTick, bool iClamp, std::size_t& ioSegment) const
+Time_Sample Time_TempoMap::NextTickToSample(Time_Tick iTick, bool iClamp,
+                                            std::size_t& ioSegment) const KORA_NONBLOCKING
 {
     return GetBasicTempoMap().NextTickToSample(iTick, iClamp, ioSegment);
 }
 
-Time_Tick Time_TempoMap::NextSampleToTick(Time_Sample iSample, std::size_t& ioSegment) const
+Time_Tick Time_TempoMap::NextSampleToTick(Time_Sample iSample, std::size_t& ioSegment) const KORA_NONBLOCKING
 {
     return GetBasicTempoMap().NextSampleToTick(iSample, ioSegment);
 }
 
-Time_Sample Time_TempoMap::NextTickToFirstSample(Time_Tick iTick, std::size_t& ioSegment) const
+Time_Sample Time_TempoMap::NextTickToFirstSample(Time_Tick iTick,
+                                                 std::size_t& ioSegment) const KORA_NONBLOCKING
 {
     return GetBasicTempoMap().NextTickToFirstSample(iTick, ioSegment);
 }
 
-Time_Tick Time_TempoMap::NextSampleToFirstTick(Time_Sample iSample, std::size_t& ioSegment) const
+Time_Tick Time_TempoMap::NextSampleToFirstTick(Time_Sample iSample,
+                                               std::size_t& ioSegment) const KORA_NONBLOCKING
 {
     return GetBasicTempoMap().NextSampleToFirstTick(iSample, ioSegment);
 }
 
 Time_Sample Time_TempoMap::TickToSampleBasedOnReferenceTempoAtTick(Time_Tick iTick, Time_Tick iReference,
-                                                                   bool iClamp) const
+                                                                   bool iClamp) const KORA_NONBLOCKING
 {
     return GetBasicTempoMap().TickToSampleBasedOnReferenceTempoAtTick(iTick, iReference, iClamp);
 }
 
 Time_Tick Time_TempoMap::SampleToTickBasedOnReferenceTempoAtTick(Time_Sample iSample,
-                                                                 Time_Tick iReference) const
+                                                                 Time_Tick iReference) const KORA_NONBLOCKING
 {
     return GetBasicTempoMap().SampleToTickBasedOnReferenceTempoAtTick(iSample, iReference);
 }
 
-Time_Tick Time_TempoMap::SampleToTickBasedOnReferenceTempoAtSample(Time_Sample iSample,
-                                                                   Time_Sample iReference) const
+Time_Tick
+Time_TempoMap::SampleToTickBasedOnReferenceTempoAtSample(Time_Sample iSample,
+                                                         Time_Sample iReference) const KORA_NONBLOCKING
 {
     return GetBasicTempoMap().SampleToTickBasedOnReferenceTempoAtSample(iSample, iReference);
 }
@@ -136,36 +140,37 @@ bool CheckConvertible(Time_EType iFrom, Time_EType iTo)
 
 } // namespace
 
-Time_Sample Time_TempoMap::TimeTypedToSample(const Time_Typed& iTime) const
+Time_Sample Time_TempoMap::TimeTypedToSample(const Time_Typed& iTime) const KORA_NONBLOCKING
 {
     if (!CheckConvertible(iTime.GetType(), Time_eType_Samples)) return Time_Sample();
     return iTime.GetType() == Time_eType_Samples ? iTime.AsSample() : TickToSample(iTime.AsTick(), true);
 }
 
-Time_Tick Time_TempoMap::TimeTypedToTick(const Time_Typed& iTime) const
+Time_Tick Time_TempoMap::TimeTypedToTick(const Time_Typed& iTime) const KORA_NONBLOCKING
 {
     if (!CheckConvertible(iTime.GetType(), Time_eType_Ticks)) return Time_Tick();
     return iTime.GetType() == Time_eType_Ticks ? iTime.AsTick() : SampleToTick(iTime.AsSample());
 }
 
-Time_Typed Time_TempoMap::TimeTypedToSpecifiedType(const Time_Typed& iTime, Time_EType iType) const
+Time_Typed Time_TempoMap::TimeTypedToSpecifiedType(const Time_Typed& iTime,
+                                                   Time_EType iType) const KORA_NONBLOCKING
 {
     if (!CheckConvertible(iTime.GetType(), iType) || iTime.GetType() == iType) return iTime;
     return iType == Time_eType_Samples ? Time_Typed(TickToSample(iTime.AsTick(), true))
                                        : Time_Typed(SampleToTick(iTime.AsSample()));
 }
 
-Time_Typed Time_TempoMap::SampleToSpecifiedType(Time_Sample iSample, Time_EType iType) const
+Time_Typed Time_TempoMap::SampleToSpecifiedType(Time_Sample iSample, Time_EType iType) const KORA_NONBLOCKING
 {
     return TimeTypedToSpecifiedType(iSample, iType);
 }
 
-Time_Typed Time_TempoMap::TickToSpecifiedType(Time_Tick iTick, Time_EType iType) const
+Time_Typed Time_TempoMap::TickToSpecifiedType(Time_Tick iTick, Time_EType iType) const KORA_NONBLOCKING
 {
     return TimeTypedToSpecifiedType(iTick, iType);
 }
 
-void Time_TempoMap::TimesToType(Time_TypedVector* ioTimes, Time_EType iType) const
+void Time_TempoMap::TimesToType(Time_TypedVector* ioTimes, Time_EType iType) const KORA_NONBLOCKING
 {
     GetBasicTempoMap().TimesToType(ioTimes, iType);
 }

@@ -32,7 +32,7 @@ public:
     Time_TempoMapSegment& operator=(const Time_TempoMapSegment&) = delete;
 
     virtual ETypeID GetTypeID() const = 0;
-    virtual std::unique_ptr<Time_TempoMapSegment> Clone() const = 0;
+    [[nodiscard]] virtual std::unique_ptr<Time_TempoMapSegment> Clone() const = 0;
 
     // Adds the numeric segment to ioMap where the start follows from what lies before: the locked sample, or where
     // ioMap's segments lead. A computed segment asserts "!this->IsComputed()". iPrevious and iNext are the
@@ -46,7 +46,7 @@ public:
 
     // The tempo in beats per minute and the beat's length. False, and nothing is set, when the segment has no tempo
     // of its own.
-    virtual bool GetTempo(double& oBeatsPerMinute, Time_TickLength& oTicksPerBeat) const = 0;
+    [[nodiscard]] virtual bool GetTempo(double& oBeatsPerMinute, Time_TickLength& oTicksPerBeat) const = 0;
 
     // oFirst takes a copy of this segment with the computed flag cleared, oSecond a segment that goes on from iTick
     // with the same tempo and every flag false.
@@ -56,7 +56,7 @@ public:
     virtual void StreamOut(Sys_TypedOutStream& iStream) const = 0;
     virtual Cmn_XMLNode GetAsXML() const = 0;
     // "tick 960000, locked to sample 24000, song start: 120 bpm per 960000 ticks"
-    virtual std::string Dump() const = 0;
+    [[nodiscard]] virtual std::string Dump() const = 0;
 
     bool IsComputed() const { return mIsComputed; }
     bool IsLockedToSample() const { return mIsLockedToSample; }
@@ -85,7 +85,7 @@ protected:
 
     void StreamOutBase(Sys_TypedOutStream& iStream) const;
     Cmn_XMLNode GetBaseAsXML() const;
-    std::string DumpBase() const;
+    [[nodiscard]] std::string DumpBase() const;
 
 private:
     static constexpr Cmn_Int32 cValid = 424;

@@ -7,7 +7,7 @@
 
 #include "Kora/Time/Tempo/Time_TempoMap.h"
 
-class Time_TempoMap_StEditOptimizer
+class [[nodiscard]] Time_TempoMap_StEditOptimizer
 {
 public:
     explicit Time_TempoMap_StEditOptimizer(Time_TempoMap& ioMap)

@@ -6,7 +6,7 @@
 
 #include "Kora/Time/Values/Time_SampleLength.h"
 
-class Time_Sample
+class [[nodiscard]] Time_Sample
 {
 public:
     constexpr Time_Sample() = default;
@@ -37,11 +37,11 @@ public:
     KORA_API void PinToValidRange();
 
     // Plain decimal, "-" in front when negative: "3000000000".
-    KORA_API std::string ToString() const;
+    [[nodiscard]] KORA_API std::string ToString() const;
     // Reads 64 bits; a text that is no integer gives 0.
     KORA_API void FromString(const std::string& iText);
     // "sample 44100"
-    KORA_API std::string Dump() const;
+    [[nodiscard]] KORA_API std::string Dump() const;
 
 private:
     Cmn_Int64 mSamples = 0;

@@ -9,7 +9,7 @@
 #include <compare>
 #include <string>
 
-class Time_SampleLength
+class [[nodiscard]] Time_SampleLength
 {
 public:
     constexpr Time_SampleLength() = default;
@@ -34,12 +34,12 @@ public:
     friend constexpr auto operator<=>(Time_SampleLength, Time_SampleLength) = default;
 
     // Plain decimal, "-" in front when negative: "44100".
-    KORA_API std::string ToString() const;
+    [[nodiscard]] KORA_API std::string ToString() const;
     // Reads what fits 32 bits and keeps the old value for every other text.
     // Deliberate: positions read 64 bits, lengths 32. Test: LengthsReadOnly32BitsFromText
     KORA_API void FromString(std::string iText);
     // "44100 samples long"
-    KORA_API std::string Dump() const;
+    [[nodiscard]] KORA_API std::string Dump() const;
 
 private:
     Cmn_Int64 mSamples = 0;

@@ -7,7 +7,7 @@
 
 #include "Kora/Time/Values/Time_TickLength.h"
 
-class Time_Tick
+class [[nodiscard]] Time_Tick
 {
 public:
     constexpr Time_Tick() = default;
@@ -55,7 +55,7 @@ public:
     KORA_API void PinToValidRange();
 
     // "tick 960000"
-    KORA_API std::string Dump() const;
+    [[nodiscard]] KORA_API std::string Dump() const;
 
 private:
     Cmn_Int64 mTicks = 0;

@@ -18,7 +18,7 @@ enum Time_ETickType : Cmn_UInt32 {
     Time_eTickType_Display = 1,
 };
 
-class Time_TickLength
+class [[nodiscard]] Time_TickLength
 {
 public:
     static const Time_TickLength cZero;           // 0, internal
@@ -42,9 +42,9 @@ public:
     constexpr Time_ETickType GetTickType() const { return mTickType; }
     // The count, whatever the type.
     constexpr Cmn_Int64 AsInt64() const { return mLength; }
-    constexpr double AsFloat64() const { return static_cast<double>(mLength); }
+    [[nodiscard]] constexpr double AsFloat64() const { return static_cast<double>(mLength); }
     // The low 32 bits of the count. Asserts that the ticks are display ticks, which fit.
-    constexpr Cmn_Int32 AsInt32X() const
+    [[nodiscard]] constexpr Cmn_Int32 AsInt32X() const
     {
         Cmn_ASSERT_IN("time/Time_TickLength", mTickType == Time_eTickType_Display);
         return static_cast<Cmn_Int32>(mLength);
@@ -128,9 +128,9 @@ public:
     }
 
     // <iName tickType="Internal">960000</iName>
-    KORA_API Cmn_XMLNode GetAsXML(const std::string& iName) const;
+    [[nodiscard]] KORA_API Cmn_XMLNode GetAsXML(const std::string& iName) const;
     // "960000 ticks long", "960 display ticks long"
-    KORA_API std::string Dump() const;
+    [[nodiscard]] KORA_API std::string Dump() const;
 
 private:
     static constexpr void CheckSameType(const Time_TickLength& leftHandValue,

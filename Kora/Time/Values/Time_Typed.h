@@ -14,7 +14,7 @@
 
 #include "Kora/Time/Values/Time_TypedBase.h"
 
-class Time_Typed : public Time_TypedBase<Time_Typed>
+class [[nodiscard]] Time_Typed : public Time_TypedBase<Time_Typed>
 {
 public:
     // 0 samples.

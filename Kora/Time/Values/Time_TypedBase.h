@@ -17,10 +17,13 @@ public:
     constexpr void SetTimeType(Time_EType iType) { mType = iType; }
     constexpr void SetTime(Cmn_Int64 iCount) { mCount = iCount; }
     constexpr Cmn_Int64 AsInt64() const { return mCount; }
-    constexpr double AsFloat64() const { return static_cast<double>(mCount); }
+    [[nodiscard]] constexpr double AsFloat64() const { return static_cast<double>(mCount); }
     // The low 32 bits of the count, unchecked.
-    constexpr Cmn_Int32 AsInt32X() const { return static_cast<Cmn_Int32>(mCount); }
-    constexpr T AbsoluteValue() const { return T(mCount < 0 ? Cmn_WrapNeg(mCount) : mCount, mType); }
+    [[nodiscard]] constexpr Cmn_Int32 AsInt32X() const { return static_cast<Cmn_Int32>(mCount); }
+    [[nodiscard]] constexpr T AbsoluteValue() const
+    {
+        return T(mCount < 0 ? Cmn_WrapNeg(mCount) : mCount, mType);
+    }
 
     // The count as its unit's own class; another unit is reported.
     constexpr Time_Sample AsSample() const
@@ -35,7 +38,7 @@ public:
     }
 
     // (a + b) / 2, truncated toward zero: of -3 and 0 it is -1.
-    constexpr T MidPointBetween(const T& iOther) const
+    [[nodiscard]] constexpr T MidPointBetween(const T& iOther) const
     {
         CheckSameType(*this, iOther);
         return T(Cmn_WrapAdd(mCount, iOther.AsInt64()) / 2, mType);

@@ -23,14 +23,15 @@ public:
     Time_TypedDefs() = delete;
 
     // An invalid unit asserts "0" and gives the word 0.
-    static constexpr Cmn_Int64 GetRawDataForSave(Cmn_Int64 iCount, Time_EType iType);
+    [[nodiscard]] static constexpr Cmn_Int64 GetRawDataForSave(Cmn_Int64 iCount, Time_EType iType);
     // A word with an unknown tag asserts "0", sets the count and leaves the unit.
     static constexpr void SetFromRawSavedData(Cmn_Int64 iRaw, Cmn_Int64* oCount, Time_EType* ioType);
 
     // <iName unit="Ticks">960000</iName>; an invalid unit is written as its number.
-    KORA_API static Cmn_XMLNode GetAsXML(const std::string& iName, Cmn_Int64 iCount, Time_EType iType);
+    [[nodiscard]] KORA_API static Cmn_XMLNode GetAsXML(const std::string& iName, Cmn_Int64 iCount,
+                                                       Time_EType iType);
     // "960000 Ticks"
-    KORA_API static std::string Dump(Cmn_Int64 iCount, Time_EType iType);
+    [[nodiscard]] KORA_API static std::string Dump(Cmn_Int64 iCount, Time_EType iType);
 
 private:
     static constexpr Cmn_UInt64 cTagMask = Cmn_UInt64{7} << 60;

@@ -15,7 +15,7 @@
 #include <compare>
 #include <concepts>
 
-class Time_TypedLength
+class [[nodiscard]] Time_TypedLength
 {
 public:
     static const Time_TypedLength cOneSample;  // 1 sample
@@ -45,9 +45,9 @@ public:
     constexpr void SetTimeType(Time_EType iType) { mType = iType; }
     constexpr void SetLength(Cmn_Int64 iCount) { mCount = iCount; }
     constexpr Cmn_Int64 AsInt64() const { return mCount; }
-    constexpr double AsFloat64() const { return static_cast<double>(mCount); }
+    [[nodiscard]] constexpr double AsFloat64() const { return static_cast<double>(mCount); }
     // The low 32 bits of the count, unchecked.
-    constexpr Cmn_Int32 AsInt32X() const { return static_cast<Cmn_Int32>(mCount); }
+    [[nodiscard]] constexpr Cmn_Int32 AsInt32X() const { return static_cast<Cmn_Int32>(mCount); }
     constexpr Time_TypedLength AbsoluteValue() const { return mCount < 0 ? -*this : *this; }
 
     // The count as its unit's own class; another unit is reported.

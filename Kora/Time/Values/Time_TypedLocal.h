@@ -5,7 +5,7 @@
 
 #include "Kora/Time/Values/Time_Typed.h"
 
-class Time_TypedLocal : public Time_TypedBase<Time_TypedLocal>
+class [[nodiscard]] Time_TypedLocal : public Time_TypedBase<Time_TypedLocal>
 {
 public:
     // 0 samples.

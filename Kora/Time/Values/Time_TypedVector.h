@@ -38,7 +38,7 @@ public:
     void SetType(Time_EType iType) { mType = iType; }
     void SetContext(Time_EContext iContext) { mContext = iContext; }
 
-    bool empty() const { return mCounts.empty(); }
+    [[nodiscard]] bool empty() const { return mCounts.empty(); }
     std::size_t size() const { return mCounts.size(); }
     std::size_t capacity() const { return mCounts.capacity(); }
     void reserve(std::size_t iCount) { mCounts.reserve(iCount); }
@@ -85,9 +85,9 @@ public:
     bool operator==(const Time_TypedVector&) const = default;
 
     // <iName unit="Ticks" context="GlobalPosition"> <Time>0</Time> <Time>960000</Time> </iName>
-    Cmn_XMLNode GetAsXML(const std::string& iName) const;
+    [[nodiscard]] Cmn_XMLNode GetAsXML(const std::string& iName) const;
     // "3 times, Ticks, GlobalPosition" and a line "  [0] 960000" for each of the first 100.
-    std::string Dump() const;
+    [[nodiscard]] std::string Dump() const;
 
 private:
     bool CheckIndex(std::size_t iIndex) const;
