@@ -23,7 +23,9 @@
 #endif
 
 // GCC takes attributes of one spelling only between `class` and the name.
-#if !defined(__GNUC__)
+#if defined(KORA_STATIC)
+#define KORA_API_NODISCARD [[nodiscard]]
+#elif !defined(__GNUC__)
 #define KORA_API_NODISCARD [[nodiscard]] KORA_API
 #elif !defined(_WIN32)
 #define KORA_API_NODISCARD [[nodiscard, gnu::visibility("default")]]
