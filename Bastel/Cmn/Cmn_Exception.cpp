@@ -21,6 +21,7 @@ std::string Cmn_Exception::Describe() const
     // The system's own words need no announcement that it is the system's.
     const bool isSystems = mMessage == Cmn_eMessage_OSError && mOSError != 0;
     if (!isSystems) line += what();
+    if (!mReason.empty()) line += ": " + mReason;
     if (!isSystems && mOSError != 0) line += ": ";
     if (mOSError != 0) line += Sys_OSErrorText(mOSError);
     if (mOffset != cNoOffset) line += " (byte " + std::to_string(mOffset) + ")";
@@ -41,9 +42,10 @@ Cmn_DocumentTooNewException::Cmn_DocumentTooNewException(Cmn_Int64 iOffset)
 
 Cmn_DocumentTooNewException::~Cmn_DocumentTooNewException() = default;
 
-Sys_StreamReadException::Sys_StreamReadException(Cmn_Int64 iOffset)
+Sys_StreamReadException::Sys_StreamReadException(Cmn_Int64 iOffset, std::string iReason)
     : Cmn_Exception(Cmn_eMessage_ReadError, iOffset)
 {
+    SetReason(std::move(iReason));
 }
 
 Sys_StreamReadException::~Sys_StreamReadException() = default;

@@ -42,12 +42,17 @@ public:
     const std::string& GetFile() const { return mFile; }
     void SetFile(std::string iFile) { mFile = std::move(iFile); }
 
+    // What was found and what was expected, in words; empty where the message says all.
+    const std::string& GetReason() const { return mReason; }
+    void SetReason(std::string iReason) { mReason = std::move(iReason); }
+
     // The code for what went wrong below, the system's or one of the library's (Sys_OSErrorText has the words for both); 0
     // where there is none.
     Cmn_Int32 GetOSError() const { return mOSError; }
     void SetOSError(Cmn_Int32 iError) { mOSError = iError; }
 
     // "song.kora: an error occurred while reading the document (byte 17)"
+    // "song.kora: an error occurred while reading the document: 0 beats per minute, expected more (byte 17)"
     // "song.kora: an error occurred while writing the document: No space left on device (byte 17)"
     // "song.kora: Permission denied" for Cmn_eMessage_OSError
     [[nodiscard]] std::string Describe() const;
@@ -57,6 +62,7 @@ private:
     Cmn_Int64 mOffset;
     Cmn_Int32 mOSError = 0;
     std::string mFile;
+    std::string mReason;
 };
 
 // A stream whose version is below, or above, what its reader takes.
@@ -78,7 +84,7 @@ public:
 class KORA_API Sys_StreamReadException : public Cmn_Exception
 {
 public:
-    explicit Sys_StreamReadException(Cmn_Int64 iOffset = cNoOffset);
+    explicit Sys_StreamReadException(Cmn_Int64 iOffset = cNoOffset, std::string iReason = {});
     ~Sys_StreamReadException() override;
 };
 

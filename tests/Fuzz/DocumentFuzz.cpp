@@ -139,11 +139,9 @@ std::string Append()
     return {};
 }
 
-// As the command does for `song` and `xml`. A tempo map may hold computed segments that nothing ends: it tells, and goes on
-// with the tempo before.
+// As the command does for `song` and `xml`.
 void ReadSong()
 {
-    const Cmn_Assert::Handler strict = Cmn_Assert::SetHandler([](const char*, int) {});
     try {
         FF_Document document = SmallDocument::Make(cPath);
         document.Open(Sys_Store::eOpenFlag_Read);
@@ -164,7 +162,6 @@ void ReadSong()
     } catch (const Cmn_Exception& exception) {
         Require(exception.Describe().find('\n') == std::string::npos, "a complaint is one line");
     }
-    Cmn_Assert::SetHandler(strict);
 }
 
 // An outermost stream whose sum is right is taken with all it holds, even one that was written with nested headers that are

@@ -88,7 +88,7 @@ TEST(MapStream, MetersComeBackOrAreRefused)
 TEST(MapStream, TemposComeBackOrAreRefused)
 {
     Time_TempoMap one, other;
-    for (const int second : {0, 1}) {
+    for (const int second : {1, 0}) { // the lock first that ends the computed one
         auto segment = std::make_unique<Time_ConstantTempoSeg>(At(second), 77.0);
         segment->LockToSample(Time_Sample(48000 * second));
         segment->SetIsComputed(second == 0);

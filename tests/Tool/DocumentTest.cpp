@@ -63,17 +63,21 @@ void WriteStream(FF_Document& ioDocument, Sys_TypedOutStream& ioOut, Cmn_Int16 i
 }
 
 // A tempo map with one tempo, locked to a sample, and a meter map with one meter.
-void WriteMaps(FF_Document& ioDocument, Cmn_Int64 iTempoTick, Cmn_Int64 iSample, Cmn_Int64 iMeterTick)
+void WriteMaps(FF_Document& ioDocument, Cmn_Int64 iTempoTick, Cmn_Int64 iSample, Cmn_Int64 iMeterTick,
+               bool iIsComputed = false)
 {
+    const AssertRecorder asserts;
     Time_MeterMap meters;
     meters.AddMeterChange(Time_Tick(iMeterTick), Time_Meter(4, 4), 1);
     Time_TempoMap tempos;
     auto segment = std::make_unique<Time_ConstantTempoSeg>(Time_Tick(iTempoTick));
     segment->SetTempo(100.0, Time_TickLength::cQuarter);
     segment->SetIsSongStart(true);
+    segment->SetIsComputed(iIsComputed);
     segment->LockToSample(Time_Sample(iSample));
     tempos.AddSegment(std::move(segment));
     FF_TimeMaps::Write(ioDocument, meters, tempos, Time_KeySignatureMap());
+    EXPECT_EQ(asserts.Take().empty(), !iIsComputed) << "nothing ends a computed tempo";
 }
 } // namespace
 
@@ -166,8 +170,11 @@ TEST_F(DocumentTest, BadInputGivesOneLineThatSaysWhereAndWhat)
         bytes[iByte] = static_cast<char>(iValue);
         return bytes;
     };
-    const auto maps = [](Cmn_Int64 iTempoTick, Cmn_Int64 iSample, Cmn_Int64 iMeterTick) {
-        return Made([=](FF_Document& ioDocument) { WriteMaps(ioDocument, iTempoTick, iSample, iMeterTick); });
+    const auto maps = [](Cmn_Int64 iTempoTick, Cmn_Int64 iSample, Cmn_Int64 iMeterTick,
+                         bool iIsComputed = false) {
+        return Made([=](FF_Document& ioDocument) {
+            WriteMaps(ioDocument, iTempoTick, iSample, iMeterTick, iIsComputed);
+        });
     };
     const auto info = [](Cmn_Int16 iVersion, Cmn_Int64 iEnd, double iRate, Cmn_Int32 iFormat) {
         return Made([=](FF_Document& ioDocument) {
@@ -201,6 +208,7 @@ TEST_F(DocumentTest, BadInputGivesOneLineThatSaysWhereAndWhat)
         {"save",   maps(start, -1, start), "a meter at tick 1000000000000 and sample -1, expected sample 0 to 34359738367"},
         {"plot",   maps(start, Cmn_Int64{1} << 35, start), "a meter at tick 1000000000000 and sample 34359738368, expected sample 0 to 34359738367"},
         {"song",   maps(Cmn_Int64{1} << 60, 0, start), "a meter at tick 1000000000000, expected tick 1152921504606846976 to 576460752303423487"},
+        {"song",   maps(start, 0, start, true), "an error occurred while reading the document: a tempo at tick 1000000000000, locked to sample 0, computed, song start: 100 bpm per 960000 ticks, expected a tempo locked to a sample behind it (byte 236)"},
         {"song",   info(1, Cmn_Int64{1} << 60, 44100, 5), "an error occurred while reading the document (byte 77)"},
         {"song",   info(1, start, 999, 5), "an error occurred while reading the document (byte 77)"},
         {"song",   info(1, start, 44100, 6), "an error occurred while reading the document (byte 77)"},

@@ -158,7 +158,10 @@ public:
     void StreamOut(Sys_TypedOutStream& iStream) const;
     // Replaces the segments; an edit without an undo notice. Takes segments of the layout before too. Throws
     // Sys_StreamReadException, and leaves the map as it was, for bytes that no writer writes: ticks that do not ascend,
-    // more segments than bytes can hold, tempi or beats of the segments' own that are not above 0.
+    // more segments than bytes can hold, tempi or beats of the segments' own that are not above 0. So it does for
+    // segments that could not be laid out without an assertion: a song start that is not locked, a computed segment with
+    // no locked one behind it, or one that would end at or before its start. Where a computed segment ends may depend on
+    // the sample rate: set the session's first.
     void StreamIn(Sys_TypedInStream& iStream);
     // How many bytes StreamOut writes.
     Cmn_Int64 GetSerialSize() const;
@@ -190,6 +193,7 @@ private:
         Time_Tick mFirst, mLast;
     };
     class StUpdating;
+    using Places = std::vector<Cmn_Int64>; // where in a stream each segment begins
 
     const Time_TempoMap& Clean() const
     {
@@ -224,12 +228,17 @@ private:
     void ComputeBackwardsCore(Time_BasicTempoMap& ioMap, SegmentIter iFrom, SegmentIter iTargetIter) const;
     void LayOutBackwards(Time_BasicTempoMap& ioMap, SegmentIter iFrom, Time_Tick& ioEndTick,
                          double& ioEndSample) const;
+    void GenerateBackward(Time_BasicTempoMap& ioMap, const Time_TempoMapSegment& iSegment, std::size_t iIndex,
+                          double iEndSample, Time_Tick iEndTick) const;
+    void RefuseWhatWasRead(std::size_t iIndex, const char* iExpected) const;
     std::size_t LastForwardBefore(std::size_t iIndex) const;
     std::size_t FirstPinFrom(std::size_t iIndex) const;
     bool HoldsAgainst(std::size_t iPin) const;
     void CacheSongStart() const;
 
-    static Segments ReadSegments(Sys_TypedInStream& iStream);
+    void Read(Sys_TypedInStream& iStream, bool iTryOut);
+    static Segments ReadSegments(Sys_TypedInStream& iStream, Places& oPlaces);
+    Segments TriedOut(Segments iSegments, const Places& iPlaces) const;
 
     static Time_TempoMap* spDefaultTempoMap;
     static Cmn_Int32 sUniqueEditIdentifier; // touched by the model thread only
@@ -252,5 +261,6 @@ private:
     std::size_t mLockedCount = 0;
     std::size_t mSongStartCount = 0;
     mutable Changes mChanges;
+    const Places* mTriedPlaces = nullptr; // while the map is one that tries out what was read
     mutable bool mIsRegular = false; // the cache's segments stand in the order in which they were generated
 };

@@ -10,6 +10,7 @@
 // What an edit changes is generated in the same walk into a map of its own, which then replaces the old stretch of the
 // cache. Free segments behind it keep their slopes, which depend on nothing before them, so that only their start
 // samples are chained again, up to the next locked one.
+#include "Bastel/Cmn/Cmn_Exception.h"
 #include "Kora/Time/Tempo/Time_ConstantTempoSeg.h"
 #include "Kora/Time/Tempo/Time_TempoMap.h"
 #include "OstrelPlatformSupport/IPSSyncPrim.h"
@@ -118,6 +119,7 @@ Time_TempoMap::SegmentIter Time_TempoMap::Generate(Time_BasicTempoMap& ioMap, Se
     mNotes[index] &= static_cast<Cmn_UInt8>(~eNote_Forward);
     const SegmentIter locked = ComputeBackwardsTo(ioMap, iter);
     if (locked != mSegments.end()) return locked;
+    if (isComputed) RefuseWhatWasRead(index, "a tempo locked to a sample behind it");
     if (index == 0) {
         GenerateFirstFromFallback(ioMap);
     } else {
@@ -167,7 +169,7 @@ std::unique_ptr<Time_TempoMapSegment> Time_TempoMap::DerivedLender() const
         lender->SetStartTick(first.GetStartTick());
         lender->LockToSample(first.GetStartSample());
     }
-    lender->GenerateBackward(map, endSample, endTick);
+    GenerateBackward(map, *lender, 1, endSample, endTick);
     return lender;
 }
 
@@ -212,12 +214,32 @@ void Time_TempoMap::LayOutBackwards(Time_BasicTempoMap& ioMap, SegmentIter iFrom
 {
     for (SegmentIter iter = IterAt(LowerBound(ioEndTick)); iter != iFrom;) {
         --iter;
-        (*iter)->GenerateBackward(ioMap, ioEndSample, ioEndTick);
+        GenerateBackward(ioMap, **iter, IndexOf(iter), ioEndSample, ioEndTick);
         ReplaceFallback(ioMap, (*iter)->GetStartTick());
         mNotes[IndexOf(iter)] &= static_cast<Cmn_UInt8>(~eNote_Forward);
         ioEndTick = (*iter)->GetStartTick();
         ioEndSample = ioMap.FractionalSampleAtTick(ioEndTick);
     }
+}
+
+void Time_TempoMap::GenerateBackward(Time_BasicTempoMap& ioMap, const Time_TempoMapSegment& iSegment,
+                                     std::size_t iIndex, double iEndSample, Time_Tick iEndTick) const
+{
+    if (mTriedPlaces != nullptr && iSegment.IsComputed()) {
+        const double start = iSegment.IsLockedToSample()
+                                 ? static_cast<double>(iSegment.GetStartSample().AsInt64())
+                                 : ioMap.FractionalSampleAtTick(iSegment.GetStartTick());
+        if (!(iEndSample > start)) RefuseWhatWasRead(iIndex, "an end behind its start");
+    }
+    iSegment.GenerateBackward(ioMap, iEndSample, iEndTick);
+}
+
+// What is an assertion in a map that a host edits is an exception where a document says so.
+void Time_TempoMap::RefuseWhatWasRead(std::size_t iIndex, const char* iExpected) const
+{
+    if (mTriedPlaces == nullptr) return;
+    throw Sys_StreamReadException((*mTriedPlaces)[iIndex],
+                                  "a tempo at " + mSegments[iIndex]->Dump() + ", expected " + iExpected);
 }
 
 // The last segment before iIndex that was generated forward and has a numeric segment; the first one if there is none.

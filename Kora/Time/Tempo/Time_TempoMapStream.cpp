@@ -7,6 +7,8 @@
 #include "Kora/Time/Tempo/Time_TempoMap.h"
 #include "Kora/Time/Tempo/Time_TempoMap_StEditOptimizer.h"
 
+#include <algorithm>
+
 namespace {
 
 constexpr char cStreamName[] = "TempoMap";
@@ -59,7 +61,7 @@ void Time_TempoMap::NdoRestoreState(Ndo_State* iStateP)
     if (!Cmn_ASSERT_AS(stateP != nullptr, "stateP != 0", "Time/Time_TempoMap")) return;
     Sys_MemInStream bytes(stateP->GetBytes());
     Sys_TypedInStream stream(bytes);
-    StreamIn(stream);
+    Read(stream, false);
 }
 
 void Time_TempoMap::StreamOut(Sys_TypedOutStream& iStream) const
@@ -72,15 +74,20 @@ void Time_TempoMap::StreamOut(Sys_TypedOutStream& iStream) const
     header.PatchSize();
 }
 
-void Time_TempoMap::StreamIn(Sys_TypedInStream& iStream)
+void Time_TempoMap::StreamIn(Sys_TypedInStream& iStream) { Read(iStream, true); }
+
+// What undo kept is a map that was edited, whatever that asserted.
+void Time_TempoMap::Read(Sys_TypedInStream& iStream, bool iTryOut)
 {
-    Segments segments = ReadSegments(iStream);
+    Places places;
+    Segments segments = ReadSegments(iStream, places);
+    if (iTryOut) segments = TriedOut(std::move(segments), places);
     const Time_TempoMap_StEditOptimizer edit(*this);
     DirtyBasicMap();
     SetSegments(std::move(segments));
 }
 
-Time_TempoMap::Segments Time_TempoMap::ReadSegments(Sys_TypedInStream& iStream)
+Time_TempoMap::Segments Time_TempoMap::ReadSegments(Sys_TypedInStream& iStream, Places& oPlaces)
 {
     Sys_StdStreamHeaderReader header(iStream, cStreamName);
     header.CheckVersion(cStreamVersion, cStreamVersion);
@@ -96,10 +103,27 @@ Time_TempoMap::Segments Time_TempoMap::ReadSegments(Sys_TypedInStream& iStream)
         if (i > 0 && segment->GetStartTick() <= segments.back()->GetStartTick())
             throw Sys_StreamReadException(start);
         segments.push_back(std::move(segment));
+        oPlaces.push_back(start);
     }
     if (header.GetBytesLeft() < 0) throw Sys_StreamReadException(iStream.GetPosition());
     header.SkipTheRest();
     return segments;
+}
+
+// The segments as they are, when a rebuild of this map with them asserts nothing. Only computed ones can make it assert.
+Time_TempoMap::Segments Time_TempoMap::TriedOut(Segments iSegments, const Places& iPlaces) const
+{
+    Time_TempoMap trial(kNoUndo);
+    trial.mTriedPlaces = &iPlaces;
+    trial.mBasicMap.SetSampleRate(GetSampleRate());
+    trial.SetSegments(std::move(iSegments));
+    const SegmentIter songStart = trial.FindSongStart();
+    if (songStart != trial.mSegments.end() && !(*songStart)->IsLockedToSample())
+        trial.RefuseWhatWasRead(trial.IndexOf(songStart), "a song start locked to a sample");
+    const bool isAnyComputed = std::any_of(trial.mNotes.begin(), trial.mNotes.end(),
+                                           [](Cmn_UInt8 iNotes) { return (iNotes & eNote_Computed) != 0; });
+    if (isAnyComputed) trial.RebuildAll();
+    return std::move(trial.mSegments);
 }
 
 Cmn_Int64 Time_TempoMap::GetSerialSize() const

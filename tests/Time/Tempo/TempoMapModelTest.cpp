@@ -66,15 +66,27 @@ public:
         }
     }
 
-    // A copy, a map read from the stream, and one that dirties everything.
+    // A copy, one that dirties everything, and a map read from the stream, which takes what a copy asserts nothing about
+    // but that joints do not meet: debug builds look at those.
     void ExpectTheSameBitsElsewhere()
     {
         const Lines lines = LinesOf(mMap.GetBasicTempoMap());
+        const AssertRecorder asserts;
         Time_TempoMap other(mMap), read;
-        read.SetSampleRate(mMap.GetSampleRate());
-        ReadBack(read, Streamed(mMap));
         ASSERT_EQ(LinesOf(other.GetBasicTempoMap()), lines) << "a copy\n" << mMap.Dump();
-        ASSERT_EQ(LinesOf(read.GetBasicTempoMap()), lines) << "read back\n" << mMap.Dump();
+        const Reports reports = asserts.Take();
+        const bool isSound = std::all_of(reports.begin(), reports.end(), [](const std::string& iText) {
+            return iText.find("->mFractionalStartSample") != std::string::npos;
+        });
+        read.SetSampleRate(mMap.GetSampleRate());
+        try {
+            ReadBack(read, Streamed(mMap));
+            ASSERT_TRUE(isSound) << testing::PrintToString(reports) << "\n" << mMap.Dump();
+            ASSERT_EQ(LinesOf(read.GetBasicTempoMap()), lines) << "read back\n" << mMap.Dump();
+        } catch (const Sys_StreamReadException& refusal) {
+            ASSERT_FALSE(isSound) << refusal.Describe() << "\n" << mMap.Dump();
+            ASSERT_EQ(read.GetNumberOfSegments(), 0U);
+        }
         other.SetSampleRate(mMap.GetSampleRate());
         ASSERT_EQ(LinesOf(other.GetBasicTempoMap()), lines) << "once more\n" << mMap.Dump();
     }

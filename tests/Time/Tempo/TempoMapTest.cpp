@@ -272,8 +272,16 @@ TEST_F(TempoMap, ImpossibleContentIsRefused)
     const double cNan = std::numeric_limits<double>::quiet_NaN();
     for (const Bytes& bytes :
          {bytesOf(-1, {}), bytesOf(0x7FFFFFFF, {At(0)}), bytesOf(2, {At(0), At(0)}), bytesOf(1, {At(0)}, 0),
-          bytesOf(1, {At(0)}, cNan), bytesOf(2, {At(0), At(1)}, -1)})
+          bytesOf(1, {At(0)}, cNan), bytesOf(2, {At(0), At(1)}, -1),
+          bytesOf(2, {Locked(At(0)), Locked(Computed(1), 24000)}), bytesOf(1, {Computed(0)}),
+          bytesOf(2, {Locked(Computed(0), 5), Locked(At(1), 5)}), bytesOf(1, {{.songStart = true}})})
         EXPECT_THROW(ReadBack(mMap, bytes), Sys_StreamReadException) << testing::PrintToString(bytes);
+    // Locked at 0 and 48000, the free one between takes half of that; at twice the rate nothing would be left.
+    const Bytes half = bytesOf(3, {Locked(Computed(0)), At(1), Locked(At(2), 48000)});
+    mMap.SetSampleRate(96000);
+    EXPECT_THROW(ReadBack(mMap, half), Sys_StreamReadException);
+    mMap.SetSampleRate(48000);
+    EXPECT_NO_THROW(ReadBack(mMap, half));
     EXPECT_NO_THROW(ReadBack(mMap, bytesOf(1, {At(0, 50)})));
     EXPECT_EQ(Starts(), Ticks{cStart});
     EXPECT_EQ(mMap.GetSerialSize(), static_cast<Cmn_Int64>(Streamed(mMap).size()));
