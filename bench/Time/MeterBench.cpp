@@ -11,7 +11,7 @@
 namespace {
 
 constexpr std::size_t cProbes = 4096;
-constexpr Cmn_Int64 cSongStart = 1000000000000;
+constexpr Cmn_Int64 cSongStart = 1000000000000, cBar = 3 * 960000;
 
 // Meters of all kinds every few bars, and places all over them.
 struct Song
@@ -84,17 +84,24 @@ void MeterUpperBoundOnly(benchmark::State& ioState)
     });
 }
 
-// A meter added at the end, as an import does: the whole map, per meter.
-void MeterAppend(benchmark::State& ioState)
+// Meters added one by one at the end, as an import does: the whole map. Evenly spread, and in clusters with gaps between
+// that grow to a thousand bars.
+void MeterAppend(benchmark::State& ioState, bool iClustered)
 {
+    constexpr std::int64_t cCluster = 1000;
     for (auto _ : ioState) {
         Time_MeterMap map;
-        for (std::int64_t i = 0; i < ioState.range(0); ++i)
-            map.AddMeterChange(Time_Tick(cSongStart + i * 11520000), Time_Meter(3, 4), 1);
+        Cmn_Int64 tick = cSongStart;
+        for (std::int64_t i = 0; i < ioState.range(0); ++i) {
+            map.AddMeterChange(Time_Tick(tick), Time_Meter(3, 4), 1);
+            tick += cBar * (iClustered && i % cCluster == 0 ? 1 + i / 100 : 1);
+        }
         benchmark::DoNotOptimize(map.GetNumberOfChanges());
     }
     ioState.SetItemsProcessed(ioState.iterations() * ioState.range(0));
 }
+void MeterAppendEven(benchmark::State& ioState) { MeterAppend(ioState, false); }
+void MeterAppendClustered(benchmark::State& ioState) { MeterAppend(ioState, true); }
 
 // A meter overwritten in the middle: what lies behind is numbered anew.
 void MeterEditInTheMiddle(benchmark::State& ioState)
@@ -113,5 +120,6 @@ BENCHMARK(MeterBarBeatToTick)->Arg(10)->Arg(1000)->Arg(100000);
 BENCHMARK(MeterAtTick)->Arg(10)->Arg(1000)->Arg(100000);
 BENCHMARK(MeterAddDuration)->Arg(10)->Arg(1000)->Arg(100000);
 BENCHMARK(MeterUpperBoundOnly)->Arg(10)->Arg(1000)->Arg(100000);
-BENCHMARK(MeterAppend)->Arg(10)->Arg(1000)->Arg(100000)->Unit(benchmark::kMicrosecond);
+BENCHMARK(MeterAppendEven)->Arg(10)->Arg(1000)->Arg(100000)->Arg(400000)->Unit(benchmark::kMicrosecond);
+BENCHMARK(MeterAppendClustered)->Arg(10)->Arg(1000)->Arg(100000)->Unit(benchmark::kMicrosecond);
 BENCHMARK(MeterEditInTheMiddle)->Arg(10)->Arg(1000)->Arg(100000)->Unit(benchmark::kMicrosecond);

@@ -1,16 +1,18 @@
 // Time_SearchIndex: finds the governing entry among ascending keys in a few nanoseconds, whatever their number.
 //
 // The keys are cut into equal stretches ("buckets"); for each bucket the index remembers how many keys lie before
-// it. A probe goes straight to its bucket and passes the few keys there:
+// it. A probe goes straight to its bucket and passes the few keys there; one at or past the last key, as those that
+// follow an append are, is answered at once:
 //
 //   keys      0   1 2        3  4          5
 //   buckets |     |     |     |     |     |     |
-//   before    0     1     3     4     5     5          (keys before the bucket)
+//   before    0     1     3     4     5     5     6    (keys before the bucket; further on they are not kept)
 //
 // Evenly spread keys cost two or three memory reads; where many share a bucket a binary search inside it follows.
 //
 // Units:      Key is std::int64_t (ticks, bars) or double (samples).
-// Invariants: (1) keys ascend  (2) mBefore[b] is the number of keys whose bucket is below b.
+// Invariants: (1) keys ascend  (2) mBefore[b] is the number of keys whose bucket is below b, for all b up to the one
+//             behind the last key's; no probe looks past that one, so that an append costs what it adds.
 // Threads:    Find only reads; the owner keeps Build and Update away from readers.
 #pragma once
 
@@ -39,7 +41,7 @@ public:
         SetKeys(iCount, 0, 0, iKeyAt);
         LayGrid();
         CountFrom(0, iCount);
-        CountAllAfter(iCount == 0 ? 0 : BucketOf(mKeys[iCount - 1]) + 1);
+        CountAllBehindLast();
     }
 
     // The same where the first iUnchanged keys are those of the last call. Keeps the grid while it fits, and then
@@ -49,8 +51,8 @@ public:
         Splice(iCount, iUnchanged, 0, [iKeys](std::size_t i) { return iKeys[i]; });
     }
 
-    // The same where the last iBack keys also are the last ones of the last call. Costs what lies between, and a
-    // pass over the grid behind when the count changes.
+    // The same where the last iBack keys also are the last ones of the last call. Costs what lies between, and, when
+    // the count changes, a pass over the grid from there to the last key.
     template <class KeyAt>
     void Splice(std::size_t iCount, std::size_t iFront, std::size_t iBack, KeyAt iKeyAt)
     {
@@ -60,7 +62,7 @@ public:
         SetKeys(iCount, iFront, iBack, iKeyAt);
         if (iBack == 0) {
             CountFrom(iFront, iCount);
-            return CountAllAfter(BucketOf(mKeys[iCount - 1]) + 1);
+            return CountAllBehindLast();
         }
         // The first key at the back has its bucket counted anew; behind that bucket, only the count has changed.
         const std::size_t stop = BucketOf(mKeys[iCount - iBack]) + 1;
@@ -69,7 +71,8 @@ public:
         CountFrom(iFront, iCount - iBack + 1);
         std::copy_n(kept, cWrittenAtOnce, mBefore.begin() + static_cast<std::ptrdiff_t>(stop));
         if (more == 0) return;
-        for (std::size_t bucket = stop; bucket < mBefore.size(); ++bucket)
+        const std::size_t end = BucketOf(mKeys[iCount - 1]) + 2;
+        for (std::size_t bucket = stop; bucket < end; ++bucket)
             mBefore[bucket] += more;
     }
 
@@ -77,6 +80,7 @@ public:
     std::size_t Find(Key iProbe) const
     {
         if (mCount < 2 || !(iProbe >= mKeys[1])) return 0;
+        if (iProbe >= mKeys[mCount - 1]) return mCount - 1;
         const std::size_t bucket = BucketOf(iProbe);
         std::size_t passed = mBefore[bucket];
         // Keys of later buckets are above the probe, so looking past this bucket's end does no harm, and two keys
@@ -87,7 +91,7 @@ public:
             const Key* const end = std::max(keys + 2, mKeys.data() + mBefore[bucket + 1]);
             passed = static_cast<std::size_t>(std::upper_bound(keys + 2, end, iProbe) - mKeys.data());
         }
-        return std::min(passed, mCount) - 1;
+        return passed - 1;
     }
 
     std::size_t GetCount() const { return mCount; }
@@ -190,11 +194,10 @@ private:
         }
     }
 
-    // All keys lie before these buckets.
-    void CountAllAfter(std::size_t iBucket)
+    // All keys lie before the bucket behind the last one's.
+    void CountAllBehindLast()
     {
-        std::fill(mBefore.begin() + static_cast<std::ptrdiff_t>(iBucket), mBefore.end(),
-                  static_cast<Cmn_UInt32>(mCount));
+        if (mCount > 0) mBefore[BucketOf(mKeys[mCount - 1]) + 1] = static_cast<Cmn_UInt32>(mCount);
     }
 
     std::vector<Key> mKeys;          // with cPadding keys behind the last that no probe passes

@@ -65,17 +65,20 @@ TYPED_TEST(SearchIndex, FindsWhatAPlainSearchFindsAfterBuildsAndUpdates)
         index.Build(keys.data(), keys.size());
         ExpectFindsAsPlain(index, keys, random);
         for (int edit = 0; edit < 20 && !keys.empty(); ++edit) {
-            // One key more or less, and all behind it moved, as a changed tempo moves all samples behind it.
-            const std::size_t at = random() % keys.size();
+            // One key more or less, often at the end, and all behind it moved, as a changed tempo moves all samples, or
+            // left, as it leaves ticks.
+            const std::size_t at = random() % 3 == 0 ? keys.size() - 1 : random() % keys.size();
             const auto move = static_cast<TypeParam>(random() % 5000);
+            const bool moves = random() % 2 == 0;
             const auto where = keys.begin() + static_cast<std::ptrdiff_t>(at);
             if (random() % 2 == 0)
-                keys.insert(where + 1, keys[at] + 1);
+                keys.insert(where + 1, keys[at] + (moves ? 1 : 0));
             else if (keys.size() > 1)
                 keys.erase(where);
-            for (std::size_t i = at + 1; i < keys.size(); ++i)
+            for (std::size_t i = at + 1; moves && i < keys.size(); ++i)
                 keys[i] += move + (i == at + 1 ? 1 : 2); // ascending strictly, the new key too
-            index.Update(keys.data(), keys.size(), at);
+            const std::size_t back = moves ? 0 : keys.size() - std::min(at + 2, keys.size());
+            index.Splice(keys.size(), at, back, [&](std::size_t i) { return keys[i]; });
             ExpectFindsAsPlain(index, keys, random);
         }
     }
