@@ -222,15 +222,32 @@ void BM_TempoInsertAmidAndDelete(benchmark::State& ioState)
 }
 BENCHMARK(BM_TempoInsertAmidAndDelete)->Arg(100)->Arg(10000)->Unit(benchmark::kMicrosecond);
 
-void BM_TempoLoadInOneEdit(benchmark::State& ioState)
+// Tempi loaded in one edit, in order, shuffled, and shuffled in clusters of close ones with gaps between.
+enum class Order { eSorted, eShuffled, eClustered };
+
+void LoadInOneEdit(benchmark::State& ioState, Order iOrder)
 {
+    constexpr Cmn_Int64 cCluster = 1000, cGap = 1000000;
     Time_Typed::Init();
+    std::vector<Cmn_Int64> quarters;
+    for (Cmn_Int64 i = 0; i < ioState.range(0); ++i)
+        quarters.push_back(iOrder == Order::eClustered ? i + i / cCluster * cGap : i * 4);
+    if (iOrder != Order::eSorted) std::shuffle(quarters.begin(), quarters.end(), std::mt19937(3));
     for (auto _ : ioState) {
         Time_TempoMap map;
-        Fill(map, static_cast<std::size_t>(ioState.range(0)));
+        {
+            const Time_TempoMap_StEditOptimizer edit(map);
+            for (const Cmn_Int64 quarter : quarters)
+                map.AddSegment(Tempo(quarter, 60 + static_cast<double>(quarter % 120)));
+        }
         benchmark::DoNotOptimize(map.GetNumberOfSegments());
     }
 }
-BENCHMARK(BM_TempoLoadInOneEdit)->Arg(100)->Arg(10000)->Unit(benchmark::kMicrosecond);
+void BM_TempoLoadSorted(benchmark::State& ioState) { LoadInOneEdit(ioState, Order::eSorted); }
+void BM_TempoLoadShuffled(benchmark::State& ioState) { LoadInOneEdit(ioState, Order::eShuffled); }
+void BM_TempoLoadClustered(benchmark::State& ioState) { LoadInOneEdit(ioState, Order::eClustered); }
+BENCHMARK(BM_TempoLoadSorted)->Arg(10)->Arg(1000)->Arg(100000)->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_TempoLoadShuffled)->Arg(10)->Arg(1000)->Arg(100000)->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_TempoLoadClustered)->Arg(10)->Arg(1000)->Arg(100000)->Unit(benchmark::kMicrosecond);
 
 } // namespace

@@ -85,16 +85,6 @@ void Time_TempoMap::EndEdit()
 
 namespace {
 
-unsigned NotesOf(const Time_TempoMapSegment& iSegment, unsigned iLocked, unsigned iComputed,
-                 unsigned iUnspecified, unsigned iSongStart)
-{
-    double beatsPerMinute;
-    Time_TickLength ticksPerBeat;
-    return (iSegment.IsLockedToSample() ? iLocked : 0) | (iSegment.IsComputed() ? iComputed : 0) |
-           (iSegment.GetTempo(beatsPerMinute, ticksPerBeat) ? 0 : iUnspecified) |
-           (iSegment.IsSongStart() ? iSongStart : 0);
-}
-
 // Whether the tempo that the segment has of its own is one. What a computed one has is derived again.
 bool HasTempo(const Time_TempoMapSegment& iSegment)
 {
@@ -102,6 +92,13 @@ bool HasTempo(const Time_TempoMapSegment& iSegment)
     Time_TickLength ticksPerBeat;
     return iSegment.IsComputed() || !iSegment.GetTempo(beatsPerMinute, ticksPerBeat) ||
            Time_BasicTempoMapSegment::IsTempo(beatsPerMinute, ticksPerBeat);
+}
+
+// Room for iCount elements, by doubling as pushing back makes it.
+template <class Vector>
+void MakeRoom(Vector& ioVector, std::size_t iCount)
+{
+    if (ioVector.capacity() < iCount) ioVector.reserve(std::max(iCount, 2 * ioVector.capacity()));
 }
 
 } // namespace
@@ -114,23 +111,96 @@ void Time_TempoMap::AddSegment(std::unique_ptr<Time_TempoMapSegment> iSegmentP)
     const Time_TempoMap_StEditOptimizer edit(*this);
     DirtyBasicMap();
     const Time_Tick start = iSegmentP->GetStartTick();
-    const auto notes = static_cast<Cmn_UInt8>(
-        NotesOf(*iSegmentP, eNote_Locked, eNote_Computed, eNote_Unspecified, eNote_SongStart));
-    const std::size_t index = LowerBound(start);
-    if (index < mSegments.size() && mSegments[index]->GetStartTick() == start) {
-        ForgetNotes(index);
-        mSegments[index] = std::move(iSegmentP);
-        mNotes[index] = notes;
-    } else {
-        mSegments.insert(IterAt(index), std::move(iSegmentP));
-        mNotes.insert(mNotes.begin() + static_cast<std::ptrdiff_t>(index), notes);
-    }
-    Changed(start, notes);
-    mLockedCount += (notes & eNote_Locked) != 0;
-    mSongStartCount += (notes & eNote_SongStart) != 0;
+    const bool isBehindAll = mSegments.empty() || (*std::prev(mSegments.end()))->GetStartTick() < start;
+    const bool isInBracket = mEditCount > 1; // around the edit here
+    if (isInBracket && !(isBehindAll && mAdded.empty())) return mAdded.push_back(std::move(iSegmentP));
+    Settled();
+    const Cmn_UInt8 notes = NotesOf(*iSegmentP);
+    PutSegment(LowerBound(start), std::move(iSegmentP), start, notes);
 }
 
-void Time_TempoMap::ForgetNotes(std::size_t iIndex)
+// In place of the segment at iIndex where that starts at the same tick, else before it.
+void Time_TempoMap::PutSegment(std::size_t iIndex, std::unique_ptr<const Time_TempoMapSegment> iSegmentP,
+                               Time_Tick iStart, Cmn_UInt8 iNotes) const
+{
+    if (iIndex < mSegments.size() && mSegments[iIndex]->GetStartTick() == iStart) {
+        ForgetNotes(iIndex);
+        mSegments[iIndex] = std::move(iSegmentP);
+        mNotes[iIndex] = iNotes;
+    } else {
+        mSegments.insert(IterAt(iIndex), std::move(iSegmentP));
+        mNotes.insert(mNotes.begin() + static_cast<std::ptrdiff_t>(iIndex), iNotes);
+    }
+    Changed(iStart, iNotes);
+    Count(iNotes);
+}
+
+// Puts the collected segments in turn, sorted, between those that stood behind the first of them. Nothing is moved
+// before all room is made. What is asked of the segments is asked in the order in which they came, which memory likes.
+void Time_TempoMap::SettleAdded() const
+{
+    struct Place
+    {
+        Time_Tick mTick;
+        Cmn_UInt32 mOrder;
+        Cmn_UInt8 mNotes;
+    };
+    std::vector<Place> places;
+    places.reserve(mAdded.size());
+    for (const auto& added : mAdded)
+        places.push_back({added->GetStartTick(), static_cast<Cmn_UInt32>(places.size()), NotesOf(*added)});
+    std::sort(places.begin(), places.end(), [](const Place& iA, const Place& iB) {
+        return iA.mTick != iB.mTick ? iA.mTick < iB.mTick : iA.mOrder < iB.mOrder;
+    });
+
+    const std::size_t first = LowerBound(places.front().mTick), oldCount = mSegments.size();
+    MakeRoom(mSegments, oldCount + places.size());
+    MakeRoom(mNotes, oldCount + places.size());
+    const std::vector<Cmn_UInt8> oldNotes(mNotes.begin() + static_cast<std::ptrdiff_t>(first), mNotes.end());
+    Segments old;
+    old.resize(oldNotes.size());
+    std::move(mSegments.begin() + static_cast<std::ptrdiff_t>(first), mSegments.end(), old.begin());
+    mSegments.resize(first);
+    mNotes.resize(first);
+
+    std::size_t kept = 0;
+    Time_Tick last; // where a segment from first on starts
+    const auto keepOld = [&] {
+        last = old[kept]->GetStartTick();
+        mNotes.push_back(oldNotes[kept]);
+        mSegments.push_back(std::move(old[kept++]));
+    };
+    for (const Place& place : places) {
+        while (kept < old.size() && old[kept]->GetStartTick() <= place.mTick)
+            keepOld();
+        const bool isTaken = mSegments.size() > first && last == place.mTick;
+        last = place.mTick;
+        PutSegment(mSegments.size() - isTaken, std::move(mAdded[place.mOrder]), last, place.mNotes);
+    }
+    while (kept < old.size())
+        keepOld();
+    mAdded.clear();
+}
+
+Cmn_UInt8 Time_TempoMap::NotesOf(const Time_TempoMapSegment& iSegment)
+{
+    double beatsPerMinute;
+    Time_TickLength ticksPerBeat;
+    unsigned notes = 0;
+    if (iSegment.IsLockedToSample()) notes |= eNote_Locked;
+    if (iSegment.IsComputed()) notes |= eNote_Computed;
+    if (!iSegment.GetTempo(beatsPerMinute, ticksPerBeat)) notes |= eNote_Unspecified;
+    if (iSegment.IsSongStart()) notes |= eNote_SongStart;
+    return static_cast<Cmn_UInt8>(notes);
+}
+
+void Time_TempoMap::Count(Cmn_UInt8 iNotes) const
+{
+    mLockedCount += (iNotes & eNote_Locked) != 0;
+    mSongStartCount += (iNotes & eNote_SongStart) != 0;
+}
+
+void Time_TempoMap::ForgetNotes(std::size_t iIndex) const
 {
     const unsigned notes = mNotes[iIndex];
     Changed(mSegments[iIndex]->GetStartTick(), notes);
@@ -159,6 +229,7 @@ void Time_TempoMap::DeleteSegment(SegmentIter iter)
 
 void Time_TempoMap::EraseSegments(Time_Tick iStart, Time_Tick iEnd)
 {
+    Settled();
     if (iStart < iEnd) RemoveSegments(LowerBound(iStart), LowerBound(iEnd));
 }
 
@@ -168,6 +239,7 @@ void Time_TempoMap::EraseLockedSegmentsBySample(Time_Sample iStart, Time_Sample 
         const Time_Sample start = iSegment->GetStartSample();
         return iSegment->IsLockedToSample() && start >= iStart && start < iEnd;
     };
+    Settled();
     if (std::none_of(mSegments.begin(), mSegments.end(), isMeant)) return;
     const Time_TempoMap_StEditOptimizer edit(*this);
     for (std::size_t last = mSegments.size(); last > 0;) {
@@ -209,13 +281,12 @@ void Time_TempoMap::SetSampleRate(double iSampleRate)
 void Time_TempoMap::SetSegments(Segments iSegments)
 {
     mSegments.swap(iSegments);
+    mAdded.clear();
     mNotes.clear();
     mLockedCount = mSongStartCount = 0;
     for (const auto& segment : mSegments) {
-        mNotes.push_back(static_cast<Cmn_UInt8>(
-            NotesOf(*segment, eNote_Locked, eNote_Computed, eNote_Unspecified, eNote_SongStart)));
-        mLockedCount += segment->IsLockedToSample();
-        mSongStartCount += segment->IsSongStart();
+        mNotes.push_back(NotesOf(*segment));
+        Count(mNotes.back());
     }
     ChangedEverything();
 }
@@ -231,7 +302,7 @@ Time_TempoMap::Segments Time_TempoMap::CloneSegments() const
     return copy;
 }
 
-void Time_TempoMap::Changed(Time_Tick iStartTick, unsigned iNotes)
+void Time_TempoMap::Changed(Time_Tick iStartTick, unsigned iNotes) const
 {
     mChanges.mFirst = mChanges.mNothing ? iStartTick : std::min(mChanges.mFirst, iStartTick);
     mChanges.mLast = mChanges.mNothing ? iStartTick : std::max(mChanges.mLast, iStartTick);
@@ -258,6 +329,7 @@ const Time_TempoMapSegment* Time_TempoMap::SegmentOrNull(std::size_t iIndex) con
 
 bool Time_TempoMap::ValidateSegs() const
 {
+    Settled();
     for (auto iter = mSegments.begin(); iter != mSegments.end(); ++iter) {
         const bool holds = (*iter)->CheckIsValid() &&
                            Cmn_ASSERT((*iter)->GetTypeID() != Time_TempoMapSegment::ePreviousTempoSeg) &&

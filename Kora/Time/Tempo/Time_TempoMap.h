@@ -57,6 +57,9 @@ public:
 
     // --- Edits
 
+    // Within a bracket segments may be added in any order, at the cost of sorting them: those that do not follow in order
+    // are collected, and take their places, one after the other as they came, at the next query or other edit. Iterators
+    // hold until then.
     void BeginEdit() { ++mEditCount; }
     // Each call gives the map a new edit identifier; the outermost one rebuilds the cache and broadcasts. Asserts
     // "mEditCount > 0" when no edit is open.
@@ -65,7 +68,7 @@ public:
     // A number that no map had before, new after each EndEdit: tells cheaply whether the map was edited meanwhile.
     Cmn_Int32 GetUniqueEditIdentifier() const { return mUniqueEditIdentifier; }
 
-    // Takes the place of a segment at the same tick, which is destroyed. Null asserts "0 != iSegmentP.get()". A segment
+    // Takes the place of a segment at the same tick, which is destroyed (at the latest when the outermost edit ends). Null asserts "0 != iSegmentP.get()". A segment
     // with a tempo of its own that is not above 0, or infinite, asserts "iBeatsPerMinute > 0" and is not taken.
     void AddSegment(std::unique_ptr<Time_TempoMapSegment> iSegmentP);
     // The end asserts "iter != mSegments.end()".
@@ -81,9 +84,9 @@ public:
 
     // --- Segments
 
-    SegmentIter SegmentBegin() const { return mSegments.begin(); }
-    SegmentIter SegmentEnd() const { return mSegments.end(); }
-    std::size_t GetNumberOfSegments() const { return mSegments.size(); }
+    SegmentIter SegmentBegin() const { return Settled().mSegments.begin(); }
+    SegmentIter SegmentEnd() const { return Settled().mSegments.end(); }
+    std::size_t GetNumberOfSegments() const { return Settled().mSegments.size(); }
     // The segment that starts at iTick, or the end.
     [[nodiscard]] SegmentIter FindSegment(Time_Tick iTick) const;
     // The last segment that starts at or before iTick, or the first; the end of an empty map.
@@ -92,7 +95,10 @@ public:
     [[nodiscard]] SegmentIter FindSegmentBySample(Time_Sample iSample) const;
     // The first segment marked as song start, or the end.
     [[nodiscard]] SegmentIter FindSongStart() const;
-    bool IsNumberOfLockedSegmentsLessThan(std::size_t iCount) const { return mLockedCount < iCount; }
+    bool IsNumberOfLockedSegmentsLessThan(std::size_t iCount) const
+    {
+        return Settled().mLockedCount < iCount;
+    }
     // The tempo in force at a tick; an empty map gives the fallback tempo.
     void GetTempoAtTick(double& oBeatsPerMinute, Time_TickLength& oTicksPerBeat, Time_Tick iTick) const;
 
@@ -200,13 +206,24 @@ private:
         if (mIsDirty) UpdateBasicMapIfNeeded();
         return *this;
     }
+    // While segments are collected the map is out of date, so that other threads hold no read lock.
+    const Time_TempoMap& Settled() const
+    {
+        if (!mAdded.empty()) SettleAdded();
+        return *this;
+    }
+    void SettleAdded() const;
+    void PutSegment(std::size_t iIndex, std::unique_ptr<const Time_TempoMapSegment> iSegmentP,
+                    Time_Tick iStart, Cmn_UInt8 iNotes) const;
     void DirtyBasicMap();
-    void Changed(Time_Tick iStartTick, unsigned iNotes);
+    void Changed(Time_Tick iStartTick, unsigned iNotes) const;
     void ChangedEverything();
     void RemoveSegments(std::size_t iFirst, std::size_t iLast);
     void SetSegments(Segments iSegments);
     Segments CloneSegments() const;
-    void ForgetNotes(std::size_t iIndex);
+    static Cmn_UInt8 NotesOf(const Time_TempoMapSegment& iSegment);
+    void Count(Cmn_UInt8 iNotes) const;
+    void ForgetNotes(std::size_t iIndex) const;
 
     std::size_t IndexOf(SegmentIter iter) const { return static_cast<std::size_t>(iter - mSegments.begin()); }
     SegmentIter IterAt(std::size_t iIndex) const
@@ -251,15 +268,16 @@ private:
     mutable Time_BasicTempoMap mBasicMap;
     mutable bool mIsUpdating = false;
     mutable bool mIsDirty = true; // written while the read lock is held
-    Segments mSegments;
+    mutable Segments mSegments;
+    mutable Segments mAdded; // collected in the order in which they came
     Cmn_Int32 mEditCount = 0;
     Cmn_Int32 mUniqueEditIdentifier;
     std::unique_ptr<IPSSyncPrim> mReadLock;
     Cnn_ListenerList<Mdl_SimpleValMessage> mListeners;
 
     mutable std::vector<Cmn_UInt8> mNotes; // one for each segment
-    std::size_t mLockedCount = 0;
-    std::size_t mSongStartCount = 0;
+    mutable std::size_t mLockedCount = 0;
+    mutable std::size_t mSongStartCount = 0;
     mutable Changes mChanges;
     const Places* mTriedPlaces = nullptr; // while the map is one that tries out what was read
     mutable bool mIsRegular = false; // the cache's segments stand in the order in which they were generated

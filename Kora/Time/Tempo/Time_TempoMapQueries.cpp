@@ -6,12 +6,14 @@
 
 Time_TempoMap::SegmentIter Time_TempoMap::FindSegment(Time_Tick iTick) const
 {
+    Settled();
     const SegmentIter found = IterAt(LowerBound(iTick));
     return found != mSegments.end() && (*found)->GetStartTick() == iTick ? found : mSegments.end();
 }
 
 Time_TempoMap::SegmentIter Time_TempoMap::FindControllingSegment(Time_Tick iTick) const
 {
+    Settled();
     const auto after =
         std::upper_bound(mSegments.begin(), mSegments.end(), iTick,
                          [](Time_Tick iAt, const std::unique_ptr<const Time_TempoMapSegment>& iSegment) {
@@ -35,6 +37,7 @@ Time_TempoMap::SegmentIter Time_TempoMap::FindSegmentBySample(Time_Sample iSampl
 
 Time_TempoMap::SegmentIter Time_TempoMap::FindSongStart() const
 {
+    Settled();
     if (mSongStartCount == 0) return mSegments.end();
     const auto found = std::find_if(mNotes.begin(), mNotes.end(),
                                     [](Cmn_UInt8 iNotes) { return (iNotes & eNote_SongStart) != 0; });

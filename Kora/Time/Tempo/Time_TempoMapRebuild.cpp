@@ -39,6 +39,7 @@ private:
 void Time_TempoMap::UpdateBasicMapIfNeeded() const
 {
     if (!mIsDirty || mIsUpdating) return;
+    Settled();
     {
         const StUpdating updating(*this);
         if (!RebuildChanged()) RebuildAll();

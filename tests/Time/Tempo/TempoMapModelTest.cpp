@@ -60,8 +60,13 @@ public:
             mMap.SetSampleRate(mModel.mSampleRate);
         } else {
             mMap.BeginEdit();
-            for (int i = 0; i < 3; ++i)
+            for (int i = 0; i < 8; ++i) {
                 Add(RandomRow(mRandom, mIsWild));
+                // Asked for meanwhile, what was added has its place.
+                if (mRandom() % 6 == 0) {
+                    ASSERT_EQ(mMap.GetNumberOfSegments(), mModel.mRows.size());
+                }
+            }
             mMap.EndEdit();
         }
     }
