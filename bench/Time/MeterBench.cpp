@@ -1,6 +1,7 @@
 // Bars from ticks and back through maps of 10 to 100,000 meters, scattered queries; beside them the library search over
 // the same ticks, which finds the governing meter and computes nothing.
 #include "Kora/Time/Meter/Time_MeterMap.h"
+#include "Kora/Time/Time_MeterMap_StEditOptimizer.h"
 
 #include <benchmark/benchmark.h>
 
@@ -103,6 +104,31 @@ void MeterAppend(benchmark::State& ioState, bool iClustered)
 void MeterAppendEven(benchmark::State& ioState) { MeterAppend(ioState, false); }
 void MeterAppendClustered(benchmark::State& ioState) { MeterAppend(ioState, true); }
 
+// Meters in any order within one bracket: in order, shuffled, and shuffled in clusters with gaps between.
+enum class Order { eSorted, eShuffled, eClustered };
+
+void MeterLoad(benchmark::State& ioState, Order iOrder)
+{
+    constexpr Cmn_Int64 cCluster = 1000, cGap = 100000;
+    std::vector<Time_Tick> ticks;
+    for (Cmn_Int64 i = 0; i < ioState.range(0); ++i)
+        ticks.emplace_back(cSongStart +
+                           cBar * (iOrder == Order::eClustered ? i + i / cCluster * cGap : i * 4));
+    if (iOrder != Order::eSorted) std::shuffle(ticks.begin(), ticks.end(), std::mt19937(3));
+    for (auto _ : ioState) {
+        Time_MeterMap map;
+        {
+            const Time_MeterMap_StEditOptimizer edit(map);
+            for (const Time_Tick tick : ticks)
+                map.AddMeterChange(tick, Time_Meter(3, 4));
+        }
+        benchmark::DoNotOptimize(map.GetNumberOfChanges());
+    }
+}
+void MeterLoadSorted(benchmark::State& ioState) { MeterLoad(ioState, Order::eSorted); }
+void MeterLoadShuffled(benchmark::State& ioState) { MeterLoad(ioState, Order::eShuffled); }
+void MeterLoadClustered(benchmark::State& ioState) { MeterLoad(ioState, Order::eClustered); }
+
 // A meter overwritten in the middle: what lies behind is numbered anew.
 void MeterEditInTheMiddle(benchmark::State& ioState)
 {
@@ -122,4 +148,7 @@ BENCHMARK(MeterAddDuration)->Arg(10)->Arg(1000)->Arg(100000);
 BENCHMARK(MeterUpperBoundOnly)->Arg(10)->Arg(1000)->Arg(100000);
 BENCHMARK(MeterAppendEven)->Arg(10)->Arg(1000)->Arg(100000)->Arg(400000)->Unit(benchmark::kMicrosecond);
 BENCHMARK(MeterAppendClustered)->Arg(10)->Arg(1000)->Arg(100000)->Unit(benchmark::kMicrosecond);
+BENCHMARK(MeterLoadSorted)->Arg(10)->Arg(1000)->Arg(100000)->Unit(benchmark::kMicrosecond);
+BENCHMARK(MeterLoadShuffled)->Arg(10)->Arg(1000)->Arg(100000)->Unit(benchmark::kMicrosecond);
+BENCHMARK(MeterLoadClustered)->Arg(10)->Arg(1000)->Arg(100000)->Unit(benchmark::kMicrosecond);
 BENCHMARK(MeterEditInTheMiddle)->Arg(10)->Arg(1000)->Arg(100000)->Unit(benchmark::kMicrosecond);

@@ -6,6 +6,7 @@
 #include "Kora/Time/Meter/Time_MeterMapIndex_p.h"
 
 #include <algorithm>
+#include <numeric>
 
 namespace {
 
@@ -51,7 +52,7 @@ Time_MeterMap::Time_MeterMap(EUndoFlag iUndoFlag)
 
 Time_MeterMap::Time_MeterMap(const Time_MeterMap& iOther)
     : Ndo_Object(kNoUndo)
-    , mChanges(iOther.mChanges)
+    , mChanges(iOther.Settled().mChanges)
     , mSongStartTick(iOther.mSongStartTick)
     , mIndex(std::make_unique<Time_MeterMapIndex>(*iOther.mIndex))
 {
@@ -59,8 +60,8 @@ Time_MeterMap::Time_MeterMap(const Time_MeterMap& iOther)
 
 Time_MeterMap& Time_MeterMap::operator=(const Time_MeterMap& iOther)
 {
-    NdoAboutToModify();
-    mChanges = iOther.mChanges;
+    AboutToModify();
+    mChanges = iOther.Settled().mChanges;
     mSongStartTick = iOther.mSongStartTick;
     RefreshIndex(0);
     return *this;
@@ -77,7 +78,7 @@ Time_MeterMap* Time_MeterMap::GetDefaultMeterMap()
 
 const Cmn_PolyVector<Time_MeterChange>& Time_MeterMap::Changes() const
 {
-    return mChanges.empty() ? GetDefaultMeterMap()->mChanges : mChanges;
+    return IsDefault() ? GetDefaultMeterMap()->mChanges : mChanges;
 }
 
 // ---- Queries. The index of an empty map is that of the default map.
@@ -85,18 +86,18 @@ const Cmn_PolyVector<Time_MeterChange>& Time_MeterMap::Changes() const
 Time_Tick Time_MeterMap::BarBeatToTick(const Time_BarBeatTick& iBBT) const
 {
     // The tick part is added as a length, so that display ticks are reported.
-    const Time_Tick beat(mIndex->ToTick({iBBT.mBar, iBBT.mBeat, 0}));
+    const Time_Tick beat(Index().ToTick({iBBT.mBar, iBBT.mBeat, 0}));
     return beat + (Time_TickLength::cZero + iBBT.mTick);
 }
 
 Time_BarBeatTick Time_MeterMap::TickToBarBeat(Time_Tick iTick) const
 {
-    return mIndex->ToPosition(iTick.AsInt64()).AsBBT();
+    return Index().ToPosition(iTick.AsInt64()).AsBBT();
 }
 
 Time_Meter Time_MeterMap::GetMeterAtTick(Time_Tick iTick, Time_Tick* oChangeTick) const
 {
-    const Time_MeterChange& change = Changes().at(mIndex->FindByTick(iTick.AsInt64()));
+    const Time_MeterChange& change = Changes().at(Index().FindByTick(iTick.AsInt64()));
     if (oChangeTick != nullptr) *oChangeTick = change.mTick;
     return change.mMeter;
 }
@@ -104,7 +105,7 @@ Time_Meter Time_MeterMap::GetMeterAtTick(Time_Tick iTick, Time_Tick* oChangeTick
 Time_TickLength Time_MeterMap::GetClicksAtTick(Time_Tick iTick, Time_Tick* oUntil) const
 {
     const Cmn_PolyVector<Time_MeterChange>& changes = Changes();
-    const std::size_t governing = mIndex->FindByTick(iTick.AsInt64());
+    const std::size_t governing = Index().FindByTick(iTick.AsInt64());
     const Time_TickLength click = changes.at(governing).mMeter.GetClickInterval().GetTicks();
     if (oUntil != nullptr) {
         *oUntil = cMaxTick;
@@ -134,7 +135,7 @@ Time_MeterMap::ConstIter Time_MeterMap::IterFindFirstGE(Time_Tick iTick) const
 Cmn_Int32 Time_MeterMap::GetSongStartBar() const
 {
     // An empty map's own song start does not count: it answers as the default map.
-    return TickToBarBeat(mChanges.empty() ? cDefaultSongStartTick : mSongStartTick).mBar;
+    return TickToBarBeat(IsDefault() ? cDefaultSongStartTick : mSongStartTick).mBar;
 }
 
 // ---- What the edits ask.
@@ -145,18 +146,18 @@ std::size_t Time_MeterMap::LowerBound(Time_Tick iTick) const
                                     mChanges.begin());
 }
 
-Time_Tick Time_MeterMap::BarStart(Cmn_Int64 iBar) const { return Time_Tick(mIndex->BarStart(iBar)); }
+Time_Tick Time_MeterMap::BarStart(Cmn_Int64 iBar) const { return Time_Tick(Index().BarStart(iBar)); }
 
-Cmn_Int64 Time_MeterMap::BarOf(Time_Tick iTick) const { return mIndex->BarOf(iTick.AsInt64()); }
+Cmn_Int64 Time_MeterMap::BarOf(Time_Tick iTick) const { return Index().BarOf(iTick.AsInt64()); }
 
 Time_Tick Time_MeterMap::BarlineAtOrAfter(Time_Tick iTick) const
 {
-    return Time_Tick(mIndex->ToTick(mIndex->BarlineAtOrAfter(iTick.AsInt64())));
+    return Time_Tick(Index().ToTick(Index().BarlineAtOrAfter(iTick.AsInt64())));
 }
 
 bool Time_MeterMap::IsBarlineWithMeter(Time_Tick iTick, const Time_Meter& iMeter) const
 {
-    return mIndex->ToPosition(iTick.AsInt64()).IsOnBarline() && GetMeterAtTick(iTick) == iMeter;
+    return Index().ToPosition(iTick.AsInt64()).IsOnBarline() && GetMeterAtTick(iTick) == iMeter;
 }
 
 // ---- Numbering.
@@ -178,8 +179,72 @@ void Time_MeterMap::UpdateBarNumbers(std::size_t iFrom)
     RefreshIndex(iFrom > 0 ? iFrom - 1 : 0);
 }
 
+// The collected changes by tick, and at one tick in the order in which they came.
+std::vector<std::size_t> Time_MeterMap::OrderOfAdded() const
+{
+    std::vector<std::size_t> order(mAdded.size());
+    std::iota(order.begin(), order.end(), std::size_t{0});
+    std::sort(order.begin(), order.end(), [this](std::size_t iA, std::size_t iB) {
+        const Time_Tick a = mAdded[iA].mChange.mTick;
+        const Time_Tick b = mAdded[iB].mChange.mTick;
+        return a != b ? a < b : iA < iB;
+    });
+    return order;
+}
+
+void Time_MeterMap::PutLast(const Time_MeterChange& iChange, bool iIsNumbered, bool iIsBBTNumbered) const
+{
+    mChanges.push_back(iChange);
+    Time_MeterChange& change = mChanges.back();
+    if (iIsNumbered && mChanges.size() > 1) {
+        const BarNumbering numbering = NumberingAfter(mChanges[mChanges.size() - 2], change.mTick);
+        change.mBarNumber = numbering.mBarNumber;
+        change.mIsOffBarline = numbering.mIsOffBarline;
+    }
+    if (iIsBBTNumbered) change.mBBT.mBar = change.mBarNumber;
+}
+
+// Merges the collected changes with those from the lowest of them on. Each comes out as the additions one by one leave it:
+// a change that was there before is numbered anew where a lower one came at all; one that was overwritten has the BBT that
+// it was given, unless a lower one came later. All room is made before anything is moved.
+void Time_MeterMap::SettleAdded() const
+{
+    const std::vector<std::size_t> order = OrderOfAdded();
+    const auto tickOf = [this](std::size_t i) { return mAdded[i].mChange.mTick; };
+    const std::size_t first = LowerBound(tickOf(order[0])), most = mChanges.size() + order.size();
+    const std::vector<Time_MeterChange> old(mChanges.begin() + static_cast<std::ptrdiff_t>(first),
+                                            mChanges.end());
+    if (mChanges.capacity() < most) mChanges.reserve(std::max(most, 2 * mChanges.capacity()));
+    mChanges.resize(first);
+
+    auto kept = old.begin();
+    std::size_t latestBelow = 0; // of the additions at lower ticks, counted from 1
+    for (auto next = order.begin(); next != order.end();) {
+        const Time_Tick tick = tickOf(*next);
+        for (; kept != old.end() && kept->mTick < tick; ++kept)
+            PutLast(*kept, true, true);
+        const bool isThere = kept != old.end() && kept->mTick == tick;
+        Time_MeterChange change = isThere ? *kept++ : mAdded[*next++].mChange;
+        bool isBBTGiven = false;
+        std::size_t latest = isThere ? 0 : *std::prev(next) + 1;
+        for (; next != order.end() && tickOf(*next) == tick; ++next) {
+            const Added& overwriting = mAdded[*next];
+            change.mMeter = overwriting.mChange.mMeter;
+            change.mBBT = overwriting.mChange.mBBT;
+            latest = *next + 1;
+            isBBTGiven = overwriting.mIsBarGiven && latest > latestBelow;
+        }
+        PutLast(change, !isThere || latestBelow > 0, !isBBTGiven);
+        latestBelow = std::max(latestBelow, latest);
+    }
+    for (; kept != old.end(); ++kept)
+        PutLast(*kept, true, true);
+    mAdded.clear();
+    RefreshIndex(first > 0 ? first - 1 : 0);
+}
+
 // Every mutation ends here, with iFrom at or before the first change that it touched.
-void Time_MeterMap::RefreshIndex(std::size_t iFrom)
+void Time_MeterMap::RefreshIndex(std::size_t iFrom) const
 {
     mIndex->Update(mChanges, iFrom);
     CheckInvariants();
@@ -187,6 +252,7 @@ void Time_MeterMap::RefreshIndex(std::size_t iFrom)
 
 std::string Time_MeterMap::FindBrokenInvariant() const
 {
+    Settled();
     for (std::size_t i = 0; i < mChanges.size(); ++i) {
         const Time_MeterChange& change = mChanges[i];
         if (i == 0) {

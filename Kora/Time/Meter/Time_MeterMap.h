@@ -15,7 +15,8 @@
 // Before the first change its meter holds backwards without end. A meter with bars below one tick, which the meter
 // itself reports, counts as one with bars of one tick.
 // Edits:      each tells the undo layer first and broadcasts ValChanged, at its end and where its steps do; those
-//             that stay silent say so. "Nothing" means neither.
+//             that stay silent say so. "Nothing" means neither. Between BeginEdit and EndEdit the broadcasts wait for
+//             the end and become one.
 // Threads:    the document's thread only. Queries allocate nothing.
 // Ownership:  owns its changes; receivers in its listener list stay the caller's.
 #pragma once
@@ -27,7 +28,9 @@
 #include "Kora/Time/Meter/Time_MeterChange.h"
 
 #include <memory>
+#include <optional>
 #include <string>
+#include <vector>
 
 class Time_MeterMapIndex;
 
@@ -49,7 +52,7 @@ public:
 
     // The shared map of one change, 4/4 at bar 1. Hosts read it and leave it as it is.
     static Time_MeterMap* GetDefaultMeterMap();
-    bool IsDefault() const { return mChanges.empty(); }
+    bool IsDefault() const { return Settled().mChanges.empty(); }
 
     // ---- Queries. An empty map gives the default map's answers.
 
@@ -85,6 +88,15 @@ public:
     Time_BarBeatTick ComputeDurationBetween(Time_Tick iTickA, Time_Tick iTickB) const;
 
     // ---- Edits of changes.
+
+    // A bracket around many edits, which may be nested. Within it changes may be added in any order, at the cost of
+    // sorting them: those that do not follow in order are collected, and take their places at the next query or other
+    // edit. What comes out is what adding them one by one gives. Iterators hold until then.
+    void BeginEdit() { ++mEditCount; }
+    // The outermost one broadcasts once where an edit inside would have. Asserts "mEditCount > 0", and does nothing, when
+    // no edit is open.
+    void EndEdit();
+    Cmn_Int32 GetEditCount() const { return mEditCount; }
 
     // The first change of an empty map. Asserts "this->IsDefault()"; on another map goes on as AddMeterChange.
     // Deliberate: does not broadcast, the map still answers much as before. Test: BroadcastsAreCounted
@@ -169,7 +181,25 @@ public:
 private:
     using Iter = Cmn_PolyVector<Time_MeterChange>::iterator;
     struct BarAndOffset;
+    struct Added
+    {
+        Time_MeterChange mChange; // with the bar given
+        bool mIsBarGiven;         // or else that of its tick, then and later
+    };
 
+    const Time_MeterMap& Settled() const
+    {
+        if (!mAdded.empty()) SettleAdded();
+        return *this;
+    }
+    const Time_MeterMapIndex& Index() const { return *Settled().mIndex; }
+    bool IsCollected(Time_Tick iTick) const;
+    void Collect(Time_Tick iTick, const Time_Meter& iMeter, std::optional<Cmn_Int32> iBar);
+    void SettleAdded() const;
+    std::vector<std::size_t> OrderOfAdded() const;
+    void PutLast(const Time_MeterChange& iChange, bool iIsNumbered, bool iIsBBTNumbered) const;
+    void AboutToModify();
+    void AddNow(Time_Tick iTick, const Time_Meter& iMeter);
     const Cmn_PolyVector<Time_MeterChange>& Changes() const;
     std::size_t LowerBound(Time_Tick iTick) const;
     bool IsBarlineWithMeter(Time_Tick iTick, const Time_Meter& iMeter) const;
@@ -180,7 +210,7 @@ private:
     BarAndOffset SnapToBarline(Time_Tick iTick) const;
 
     void UpdateBarNumbers(std::size_t iFrom);
-    void RefreshIndex(std::size_t iFrom);
+    void RefreshIndex(std::size_t iFrom) const;
     void PutMeterChange(Time_Tick iTick, const Time_Meter& iMeter, Cmn_Int32 iBar);
     bool EraseChanges(Time_Tick iStartTick, Time_Tick iEndTick);
     void ShiftFrom(std::size_t iFirst, Cmn_Int64 iLength);
@@ -194,11 +224,15 @@ private:
     void PinMeterAt(Time_Tick iTick);
     bool RefitBar(Cmn_Int64 iBar);
 
-    Cmn_PolyVector<Time_MeterChange> mChanges;
+    mutable Cmn_PolyVector<Time_MeterChange> mChanges;
+    mutable std::vector<Added> mAdded; // collected in the order in which they came
+    Time_MeterChange mLowest;          // of all changes, while some are collected
     Time_Tick mSongStartTick = cDefaultSongStartTick;
     Cnn_ListenerList<Mdl_SimpleValMessage> mListenerList;
 
     std::unique_ptr<Time_MeterMapIndex> mIndex; // of mChanges, or of the default change
-    bool mIsUntold = false;                     // changed since the last broadcast
-    bool mNumbersPending = false;               // Paste has put changes in and not yet renumbered
+    Cmn_Int32 mEditCount = 0;
+    bool mIsBroadcastOwed = false; // to the end of the outermost edit
+    bool mIsUntold = false;        // changed since the last broadcast
+    bool mNumbersPending = false;  // Paste has put changes in and not yet renumbered
 };

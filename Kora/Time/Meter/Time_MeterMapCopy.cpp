@@ -10,12 +10,12 @@ void Time_MeterMap::Copy(Time_MeterMap* oDestP, Time_Tick iStartTick, Time_Tick 
     if (oDestP == this) return Time_MeterMap(*this).Copy(oDestP, iStartTick, iEndTick);
 
     Time_MeterMap& dest = *oDestP;
-    dest.NdoAboutToModify();
+    dest.AboutToModify();
     const bool wasEmpty = dest.mChanges.empty();
     dest.mChanges.clear();
 
-    const Time_MeterMapIndex::Position barline = mIndex->BarlineAtOrAfter(iStartTick.AsInt64());
-    const Time_Tick barlineTick(mIndex->ToTick(barline));
+    const Time_MeterMapIndex::Position barline = Index().BarlineAtOrAfter(iStartTick.AsInt64());
+    const Time_Tick barlineTick(Index().ToTick(barline));
     const Time_Meter meterAtBarline = GetMeterAtTick(barlineTick);
     const Time_TickLength toStart = iStartTick - Time_cZeroTick;
 
@@ -56,6 +56,7 @@ void Time_MeterMap::Paste(Time_Tick iStartTick, Time_Tick iEndTick, const Time_M
     Delete(iStartTick, iEndTick, true);
 
     const Time_TickLength toStart = iStartTick - Time_cZeroTick;
+    iSrcP->Settled();
     const auto sourceEnd =
         iSrcP->mChanges.begin() + static_cast<std::ptrdiff_t>(iSrcP->LowerBound(iEndTick - toStart));
     auto source = iSrcP->mChanges.begin();
@@ -63,7 +64,7 @@ void Time_MeterMap::Paste(Time_Tick iStartTick, Time_Tick iEndTick, const Time_M
                                        IsBarlineWithMeter(source->mTick + toStart, source->mMeter);
     if (isCarriedInForNothing) ++source;
     if (source != sourceEnd) {
-        NdoAboutToModify();
+        AboutToModify();
         MakeRealIfDefault();
         const std::size_t firstPasted = mChanges.size();
         mChanges.insert(mChanges.end(), source, sourceEnd);
@@ -83,6 +84,6 @@ void Time_MeterMap::Paste(Time_Tick iStartTick, Time_Tick iEndTick, const Time_M
     if (!iKeepSongStart) RestoreSongStart(songStartBar);
     mNumbersPending = false;
     UpdateBarNumbers(0);
-    if (!IsBarlineWithMeter(barlineAfter, meterAfter)) AddMeterChange(barlineAfter, meterAfter);
+    if (!IsBarlineWithMeter(barlineAfter, meterAfter)) AddNow(barlineAfter, meterAfter);
     BroadcastIfUntold();
 }

@@ -75,7 +75,7 @@ Time_MeterMap::BarAndOffset Time_MeterMap::SnapToBarline(Time_Tick iTick) const
 {
     const Cmn_Int64 bar = BarOf(iTick), nextBar = Cmn_WrapAdd<Cmn_Int64>(bar, 1);
     const Cmn_Int64 gap = (BarStart(nextBar) - iTick).AsInt64();
-    if (gap < mIndex->TicksPerBeatAt(iTick.AsInt64()) / cSnapsPerBeat) return {nextBar, 0, gap};
+    if (gap < Index().TicksPerBeatAt(iTick.AsInt64()) / cSnapsPerBeat) return {nextBar, 0, gap};
     return {bar, (iTick - BarStart(bar)).AsInt64(), 0};
 }
 
@@ -84,11 +84,11 @@ Time_Tick Time_MeterMap::AddDurationToTick(Time_Tick iTick, const Time_BarBeatTi
     const BarAndOffset start = SnapToBarline(iTick);
     const Time_Tick afterBars =
         BarStart(Cmn_WrapAdd<Cmn_Int64>(start.mBar, iDuration.mBar)) + Time_TickLength(start.mOffset);
-    Position position = mIndex->ToPosition(afterBars.AsInt64());
+    Position position = Index().ToPosition(afterBars.AsInt64());
     const Time_TickLength tickPart(position.mTick);
     position.mTick = 0;
-    AdvanceByBeats(*mIndex, position, iDuration.mBeat);
-    return Time_Tick(mIndex->ToTick(position)) + (tickPart + iDuration.mTick) -
+    AdvanceByBeats(Index(), position, iDuration.mBeat);
+    return Time_Tick(Index().ToTick(position)) + (tickPart + iDuration.mTick) -
            Time_TickLength(start.mSnappedGap);
 }
 
@@ -97,11 +97,11 @@ Time_Tick Time_MeterMap::SubtractDurationFromTick(Time_Tick iTick, const Time_Ba
     const BarAndOffset start = SnapToBarline(iTick);
     const Time_Tick beforeBars =
         BarStart(Cmn_WrapSub<Cmn_Int64>(start.mBar, iDuration.mBar)) + Time_TickLength(start.mOffset);
-    Position position = mIndex->ToPosition(beforeBars.AsInt64());
+    Position position = Index().ToPosition(beforeBars.AsInt64());
     const Time_TickLength tickPart(position.mTick);
     position.mTick = 0;
-    SubtractBeats(*mIndex, position, iDuration.mBeat);
-    return Time_Tick(mIndex->ToTick(position)) + (tickPart - iDuration.mTick) -
+    SubtractBeats(Index(), position, iDuration.mBeat);
+    return Time_Tick(Index().ToTick(position)) + (tickPart - iDuration.mTick) -
            Time_TickLength(start.mSnappedGap);
 }
 
@@ -124,14 +124,14 @@ Time_BarBeatTick Time_MeterMap::ComputeDurationBetween(Time_Tick iTickA, Time_Ti
     const Cmn_Int64 endBar = std::max(BarOf(endTick - offset), start.mBar);
     const Time_Tick afterBars = BarStart(endBar) + offset;
 
-    Position afterBarsPosition = mIndex->ToPosition(afterBars.AsInt64());
+    Position afterBarsPosition = Index().ToPosition(afterBars.AsInt64());
     const Time_TickLength tickPart(afterBarsPosition.mTick);
     afterBarsPosition.mTick = 0;
-    const Cmn_Int64 beats = BeatsUntil(*mIndex, afterBarsPosition, (endTick - tickPart).AsInt64());
+    const Cmn_Int64 beats = BeatsUntil(Index(), afterBarsPosition, (endTick - tickPart).AsInt64());
 
     Position afterBeats = afterBarsPosition;
-    AdvanceByBeats(*mIndex, afterBeats, beats);
-    const Time_Tick counted = Time_Tick(mIndex->ToTick(afterBeats)) + tickPart;
+    AdvanceByBeats(Index(), afterBeats, beats);
+    const Time_Tick counted = Time_Tick(Index().ToTick(afterBeats)) + tickPart;
     return {static_cast<Cmn_Int32>(Cmn_WrapSub(endBar, start.mBar)), static_cast<Cmn_Int32>(beats),
             endTick - counted};
 }

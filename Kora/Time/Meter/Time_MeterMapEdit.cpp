@@ -3,6 +3,41 @@
 
 #include "Kora/Time/Meter/Time_MeterMapIndex_p.h"
 
+#include <utility>
+
+void Time_MeterMap::AboutToModify()
+{
+    Settled();
+    NdoAboutToModify();
+}
+
+void Time_MeterMap::EndEdit()
+{
+    if (!Cmn_ASSERT_IN("Time/Time_MeterMap", mEditCount > 0)) return;
+    if (--mEditCount > 0) return;
+    Settled();
+    if (std::exchange(mIsBroadcastOwed, false)) Broadcast();
+}
+
+bool Time_MeterMap::IsCollected(Time_Tick iTick) const
+{
+    const bool isBehindAll = mChanges.empty() || mChanges.back().mTick < iTick;
+    return mEditCount > 0 && !(isBehindAll && mAdded.empty());
+}
+
+void Time_MeterMap::Collect(Time_Tick iTick, const Time_Meter& iMeter, std::optional<Cmn_Int32> iBar)
+{
+    NdoAboutToModify();
+    if (mAdded.empty()) mLowest = mChanges[0]; // the first of all is never collected
+    // A bar that is not given counts only where no change lies before.
+    const bool isLowest = iTick < mLowest.mTick;
+    const Cmn_Int32 bar = iBar ? *iBar : Time_MeterMapIndex::BarUnder(mLowest, iTick.AsInt64());
+    mAdded.push_back({Time_MeterChange(iTick, iMeter, bar), iBar.has_value()});
+    if (isLowest) mLowest = mAdded.back().mChange;
+    if (iTick == mLowest.mTick) mLowest.mMeter = iMeter;
+    mIsBroadcastOwed = true;
+}
+
 // ---- What the edits are made of. None of these gives the undo notice.
 
 void Time_MeterMap::PutMeterChange(Time_Tick iTick, const Time_Meter& iMeter, Cmn_Int32 iBar)
@@ -41,6 +76,10 @@ void Time_MeterMap::RestoreSongStart(Cmn_Int32 iBar)
 void Time_MeterMap::Broadcast()
 {
     mIsUntold = false;
+    if (mEditCount > 0) {
+        mIsBroadcastOwed = true;
+        return;
+    }
     mListenerList.Broadcast(Mdl_SimpleValMessage_ValChanged());
 }
 
@@ -55,27 +94,36 @@ void Time_MeterMap::BroadcastIfUntold()
 void Time_MeterMap::AddInitialMeterChange(Time_Tick iTick, const Time_Meter& iMeter, Cmn_Int32 iBar)
 {
     Cmn_ASSERT_IN("Time/Time_MeterMap", this->IsDefault());
-    NdoAboutToModify();
+    AboutToModify();
     PutMeterChange(iTick, iMeter, iBar);
     mIsUntold = false;
 }
 
 void Time_MeterMap::AddMeterChange(Time_Tick iTick, const Time_Meter& iMeter, Cmn_Int32 iBar)
 {
-    NdoAboutToModify();
+    if (IsCollected(iTick)) return Collect(iTick, iMeter, iBar);
+    AboutToModify();
     PutMeterChange(iTick, iMeter, iBar);
     Broadcast();
 }
 
 void Time_MeterMap::AddMeterChange(Time_Tick iTick, const Time_Meter& iMeter)
 {
-    AddMeterChange(iTick, iMeter, TickToBarBeat(iTick).mBar);
+    if (IsCollected(iTick)) return Collect(iTick, iMeter, std::nullopt);
+    AddNow(iTick, iMeter);
+}
+
+void Time_MeterMap::AddNow(Time_Tick iTick, const Time_Meter& iMeter)
+{
+    AboutToModify();
+    PutMeterChange(iTick, iMeter, TickToBarBeat(iTick).mBar);
+    Broadcast();
 }
 
 void Time_MeterMap::RemoveMeterChange(Time_Tick iTick)
 {
     // Deliberate: the notice comes before the look, so a snapshot is taken even for nothing. Test: BroadcastsAreCounted
-    NdoAboutToModify();
+    AboutToModify();
     const std::size_t at = LowerBound(iTick);
     if (at == mChanges.size() || mChanges[at].mTick != iTick) return;
     mChanges.erase(mChanges.begin() + static_cast<std::ptrdiff_t>(at));
@@ -90,7 +138,7 @@ void Time_MeterMap::ForceMeterAtBarBeat(const Time_BarBeatTick& iBBT, const Time
                            inForce.GetDenominator() == iMeter.GetDenominator();
     if (!mChanges.empty() && isInForce) return;
 
-    NdoAboutToModify();
+    AboutToModify();
     const Time_Tick barStart = BarStart(iBBT.mBar);
     PutMeterChange(barStart, iMeter, iBBT.mBar);
     const Time_Tick afterBarStart = barStart + Time_TickLength(1);
@@ -100,7 +148,7 @@ void Time_MeterMap::ForceMeterAtBarBeat(const Time_BarBeatTick& iBBT, const Time
 
 void Time_MeterMap::RenumberBars(Cmn_Int32 iDelta)
 {
-    NdoAboutToModify();
+    AboutToModify();
     MakeRealIfDefault();
     if (!Cmn_ASSERT_IN("Time/Time_MeterMap", mChanges.begin() != mChanges.end())) return;
     mChanges[0].mBarNumber = Cmn_WrapAdd(mChanges[0].mBarNumber, iDelta);
@@ -110,7 +158,7 @@ void Time_MeterMap::RenumberBars(Cmn_Int32 iDelta)
 
 void Time_MeterMap::MakeRealIfDefault()
 {
-    if (!mChanges.empty()) return;
+    if (!IsDefault()) return;
     // Deliberate: at the default song start, not at this map's own.
     // Test: ChangesAreAddedForcedAndRemovedAndTheSongStartKeepsItsBar
     AddInitialMeterChange(cDefaultSongStartTick, Time_Meter(), cDefaultSongStartBar);
@@ -119,7 +167,7 @@ void Time_MeterMap::MakeRealIfDefault()
 void Time_MeterMap::SetSongStartTick(Time_Tick iTick)
 {
     if (iTick == mSongStartTick) return;
-    NdoAboutToModify();
+    AboutToModify();
     const Time_Tick oldSongStartTick = mSongStartTick;
     mSongStartTick = iTick;
     if (mChanges.empty()) return;
@@ -137,9 +185,10 @@ void Time_MeterMap::SetSongStartTick(Time_Tick iTick)
 
 void Time_MeterMap::AddBackSongStartMeter(Cmn_Int32 iBar)
 {
+    Settled();
     const std::size_t at = LowerBound(mSongStartTick);
     if (at < mChanges.size() && mChanges[at].mTick == mSongStartTick) return;
-    AddMeterChange(mSongStartTick, GetMeterAtTick(mSongStartTick));
+    AddNow(mSongStartTick, GetMeterAtTick(mSongStartTick));
     const Cmn_Int32 barNow = GetSongStartBar();
     if (barNow != iBar) RenumberBars(Cmn_WrapSub(iBar, barNow));
 }
@@ -147,7 +196,7 @@ void Time_MeterMap::AddBackSongStartMeter(Cmn_Int32 iBar)
 void Time_MeterMap::Delete(Time_Tick iStartTick, Time_Tick iEndTick, bool iKeepSongStart)
 {
     Cmn_ASSERT_IN("Time/Time_MeterMap", iStartTick <= iEndTick);
-    NdoAboutToModify();
+    AboutToModify();
     const Cmn_Int32 songStartBar = GetSongStartBar();
     if (EraseChanges(iStartTick, iEndTick)) Broadcast();
     if (!iKeepSongStart) RestoreSongStart(songStartBar);
@@ -156,27 +205,27 @@ void Time_MeterMap::Delete(Time_Tick iStartTick, Time_Tick iEndTick, bool iKeepS
 void Time_MeterMap::Erase(Time_Tick iStartTick, Time_Tick iEndTick, bool iKeepSongStart)
 {
     if (iStartTick >= iEndTick) return;
-    NdoAboutToModify();
+    AboutToModify();
     const Cmn_Int32 songStartBar = GetSongStartBar();
     const Time_Tick barlineAfter = BarlineAtOrAfter(iEndTick);
     const Time_Meter meterAfter = GetMeterAtTick(barlineAfter);
     if (EraseChanges(iStartTick, iEndTick) && !IsBarlineWithMeter(barlineAfter, meterAfter))
-        AddMeterChange(barlineAfter, meterAfter);
+        AddNow(barlineAfter, meterAfter);
     if (!iKeepSongStart) RestoreSongStart(songStartBar);
     BroadcastIfUntold();
 }
 
 void Time_MeterMap::ReplaceWith(const Time_MeterMap& iOther)
 {
-    NdoAboutToModify();
-    mChanges = iOther.mChanges;
+    AboutToModify();
+    mChanges = iOther.Settled().mChanges;
     RefreshIndex(0);
     Broadcast();
 }
 
 void Time_MeterMap::Clear()
 {
-    NdoAboutToModify();
+    AboutToModify();
     mChanges.clear();
     RefreshIndex(0);
 }

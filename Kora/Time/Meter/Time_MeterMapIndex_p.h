@@ -67,6 +67,17 @@ public:
     Cmn_Int64 NumeratorAtBar(Cmn_Int64 iBar) const { return mStretches[FindByBar(iBar)].mNumerator; }
     Cmn_Int64 TicksPerBeatAt(Cmn_Int64 iTick) const { return mStretches[FindByTick(iTick)].mBeatLength; }
 
+    // The number of a tick's bar where the change's meter governs it.
+    static Cmn_Int32 BarUnder(const Time_MeterChange& iChange, Cmn_Int64 iTick)
+    {
+        const Stretch stretch{.mTick = iChange.GetTick().AsInt64(),
+                              .mBarLength = BarLength(iChange.GetMeter()),
+                              .mBeatLength = 1,
+                              .mBeatRest = 0,
+                              .mNumerator = 1,
+                              .mBar = iChange.GetBarNumber()};
+        return static_cast<Cmn_Int32>(BarOf(stretch, iTick));
+    }
     // The length of a meter's bars as the map counts them.
     static Cmn_Int64 BarLength(const Time_Meter& iMeter)
     {

@@ -24,6 +24,7 @@ void Require(bool iHolds, const Sys_TypedInStream& iStream)
 
 void Time_MeterMap::StreamOut(Sys_TypedOutStream& ioStream) const
 {
+    Settled();
     Sys_StdStreamHeaderWriter header(ioStream, cStreamName, cStreamVersion);
     ioStream.WriteInt32(static_cast<Cmn_Int32>(mChanges.size()));
     for (const Time_MeterChange& change : mChanges)
@@ -63,7 +64,7 @@ void Time_MeterMap::StreamIn(Sys_TypedInStream& ioStream)
     }
     header.SkipTheRest();
 
-    NdoAboutToModify();
+    AboutToModify();
     mChanges.swap(changes);
     mSongStartTick = songStartTick;
     UpdateBarNumbers(0);
@@ -84,6 +85,7 @@ void Time_MeterMap::NdoRestoreState(Ndo_State* iStateP)
 
 Cmn_XMLNode Time_MeterMap::GetAsXML() const
 {
+    Settled();
     Cmn_XMLNode node("MeterMap");
     node.AddValue("nChangeCount", static_cast<Cmn_Int64>(mChanges.size()));
     node.AddValue("nSongStartTick", mSongStartTick.AsInt64());
@@ -95,6 +97,7 @@ Cmn_XMLNode Time_MeterMap::GetAsXML() const
 
 std::string Time_MeterMap::Dump() const
 {
+    Settled();
     std::string text;
     if (mChanges.empty()) text += "no changes: the default map\n";
     for (const Time_MeterChange& change : mChanges)

@@ -121,8 +121,8 @@ void Time_MeterMap::SortChanges(std::size_t iFirstPreferred)
 
 void Time_MeterMap::ShiftMeterChangesStartingAt(Time_Tick iTick, const Time_TickLength& iLength)
 {
-    if (iLength.AsInt64() == 0 || mChanges.empty()) return;
-    NdoAboutToModify();
+    if (iLength.AsInt64() == 0 || IsDefault()) return;
+    AboutToModify();
     const std::size_t first = LowerBound(iTick);
     if (first == mChanges.size()) return;
     ShiftFrom(first, iLength.AsInt64());
@@ -132,12 +132,12 @@ void Time_MeterMap::ShiftMeterChangesStartingAt(Time_Tick iTick, const Time_Tick
 
 void Time_MeterMap::ShiftAllMeterEventsByNumTicks(const Time_TickLength& iLength)
 {
-    if (!mChanges.empty()) ShiftMeterChangesStartingAt(mChanges[0].mTick, iLength);
+    if (!IsDefault()) ShiftMeterChangesStartingAt(mChanges[0].mTick, iLength);
 }
 
 void Time_MeterMap::RealignExistingMeterChangesToBBT(Time_Tick iTick)
 {
-    NdoAboutToModify();
+    AboutToModify();
     if (mChanges.empty()) return;
     mChanges[0].mIsOffBarline = false;
     const std::size_t at = std::max<std::size_t>(LowerBound(iTick), 1);
@@ -171,12 +171,12 @@ void Time_MeterMap::RealignExistingMeterChangesToBBT(Time_Tick iTick)
 // ---- Cutting and opening time.
 
 // A change there keeps the meter in force where it is, whatever happens before.
-void Time_MeterMap::PinMeterAt(Time_Tick iTick) { AddMeterChange(iTick, GetMeterAtTick(iTick)); }
+void Time_MeterMap::PinMeterAt(Time_Tick iTick) { AddNow(iTick, GetMeterAtTick(iTick)); }
 
 void Time_MeterMap::DeleteTime(Time_Tick iStartTick, Time_Tick iEndTick)
 {
     Cmn_ASSERT_IN("Time/Time_MeterMap", iStartTick <= iEndTick);
-    NdoAboutToModify();
+    AboutToModify();
     const Cmn_Int32 songStartBar = GetSongStartBar();
     const Cmn_Int32 startBar = TickToBarBeat(iStartTick).mBar;
     const bool isFirstChangeCutOut =
@@ -211,7 +211,7 @@ void Time_MeterMap::InsertTime(Time_Tick iAtTick, const Time_TickLength& iTicksT
                                const Time_MeterMap* iSrcP)
 {
     Cmn_ASSERT_IN("Time/Time_MeterMap", iTicksToInsert > Time_TickLength(0));
-    NdoAboutToModify();
+    AboutToModify();
     const Cmn_Int32 songStartBar = GetSongStartBar();
     Time_Tick at = iAtTick;
 
@@ -236,7 +236,7 @@ void Time_MeterMap::InsertTime(Time_Tick iAtTick, const Time_TickLength& iTicksT
     for (Cmn_Int64 bar = BarOf(at); bar - 1 <= BarOf(end);) {
         // Whole bars of one meter are all refitted alike: where one stays, so do those that follow.
         const bool isRefitted = RefitBar(bar);
-        bar += isRefitted ? 1 : std::max<Cmn_Int64>(mIndex->WholeBarsFrom(bar), 1);
+        bar += isRefitted ? 1 : std::max<Cmn_Int64>(Index().WholeBarsFrom(bar), 1);
     }
 }
 
@@ -262,7 +262,7 @@ bool Time_MeterMap::RefitBar(Cmn_Int64 iBar)
 
     if (isMerged) RemoveMeterChange(start);
     // Deliberate: built from the two numbers, so the click is a quarter note again. Test: RefittingResetsTheClick
-    AddMeterChange(isMerged ? previousStart : start, Time_Meter(static_cast<Cmn_Int32>(result.mNumerator),
-                                                                static_cast<Cmn_Int32>(result.mDenominator)));
+    AddNow(isMerged ? previousStart : start, Time_Meter(static_cast<Cmn_Int32>(result.mNumerator),
+                                                        static_cast<Cmn_Int32>(result.mDenominator)));
     return true;
 }

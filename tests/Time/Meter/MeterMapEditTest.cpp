@@ -323,6 +323,7 @@ TEST(MeterMapEdit, ScriptsOfEditsKeepTheInvariantsAndCanBeUndoneAndRedone)
         bool keep = false;
         constexpr int cErase = 0, cPasteItself = 16;
         Time_MeterMap map(Ndo_Object::kUndoable), clip;
+        const Listener listener(map);
         const auto anyChange = [&] { return map.IterBegin()[random() % map.GetNumberOfChanges()].GetTick(); };
         // clang-format off
         const std::function<void()> edits[] = {
@@ -344,9 +345,31 @@ TEST(MeterMapEdit, ScriptsOfEditsKeepTheInvariantsAndCanBeUndoneAndRedone)
             [&] { map.Paste(a, b, &clip, keep); },
             [&] { map.Paste(a, b, &map, keep); },
             [&] { clip.Copy(&map, Time_cZeroTick, b); },
+            [&] { // a bracket, with a query or another edit between, as one by one
+                Time_MeterMap plain = map;
+                const Time_Tick known = anyChange();
+                const int toldBefore = listener.mTold;
+                map.BeginEdit();
+                for (int i = static_cast<int>(random() % 12); i >= 0; --i) {
+                    const Time_Tick at = i % 4 == 0 ? known : tick();
+                    const Time_Meter put = meter();
+                    const unsigned kind = random() % 20;
+                    for (Time_MeterMap* each : {&map, &plain}) {
+                        if (kind < 8) each->AddMeterChange(at, put);
+                        if (kind >= 8) each->AddMeterChange(at, put, i);
+                        if (kind == 0) each->Erase(a, b, keep);
+                    }
+                    if (kind == 1) {
+                        EXPECT_EQ(map.TickToBarBeat(b), plain.TickToBarBeat(b));
+                    }
+                }
+                map.EndEdit();
+                EXPECT_EQ(map.Dump(), plain.Dump());
+                EXPECT_EQ(Streamed(map), Streamed(plain));
+                EXPECT_EQ(listener.mTold, toldBefore + 1);
+            },
         };
         // clang-format on
-        const Listener listener(map);
         UndoHistory<Time_MeterMap> history(map, &Canonical);
         for (int step = 0; step < 25; ++step) {
             a = tick(), b = tick();
