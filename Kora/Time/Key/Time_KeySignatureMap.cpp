@@ -5,6 +5,7 @@
 #include "Bastel/Sys/Sys_StdStreamHeader.h"
 #include "Kora/Ndo/Ndo_State.h"
 #include "Kora/Time/Convert/Time_Convert.h"
+#include "Kora/Time/Numeric/Time_SearchIndex_p.h"
 
 #include <algorithm>
 #include <limits>
@@ -53,12 +54,14 @@ private:
 
 Time_KeySignatureMap::Time_KeySignatureMap(EUndoFlag iUndoable)
     : Ndo_Object(iUndoable)
+    , mIndex(std::make_unique<Time_SearchIndex<Cmn_Int64>>())
 {
 }
 
 Time_KeySignatureMap::Time_KeySignatureMap(const Time_KeySignatureMap& iOther)
     : Ndo_Object(kNoUndo)
     , mKeys(iOther.mKeys)
+    , mIndex(std::make_unique<Time_SearchIndex<Cmn_Int64>>(*iOther.mIndex))
 {
 }
 
@@ -72,15 +75,23 @@ Time_KeySignatureMap::~Time_KeySignatureMap() = default;
 
 // ---------------------------------------------------------------------------------------------- queries
 
+// How many entries lie at or before the tick.
+std::size_t Time_KeySignatureMap::CountUpTo(Time_Tick iTick) const
+{
+    return mKeys.empty() || iTick < mKeys.front().tick ? 0 : mIndex->Find(iTick.AsInt64()) + 1;
+}
+
 Time_KeySignatureMap::Entries::const_iterator Time_KeySignatureMap::FirstAtOrAfter(Time_Tick iTick) const
 {
-    return std::ranges::lower_bound(mKeys, iTick, {}, &Entry::tick);
+    const std::size_t count = CountUpTo(iTick);
+    const bool isAtTick = count > 0 && mKeys[count - 1].tick == iTick;
+    return mKeys.begin() + static_cast<std::ptrdiff_t>(count - isAtTick);
 }
 
 Time_KeySignature Time_KeySignatureMap::KeyInForce(Time_Tick iTick) const
 {
-    const auto after = std::ranges::upper_bound(mKeys, iTick, {}, &Entry::tick);
-    return after == mKeys.begin() ? Time_KeySignature::sDefault : std::prev(after)->key;
+    const std::size_t count = CountUpTo(iTick);
+    return count == 0 ? Time_KeySignature::sDefault : mKeys[count - 1].key;
 }
 
 Time_KeySignature Time_KeySignatureMap::GetKeySignatureAtTime(const Time_Typed& iTime) const
@@ -94,10 +105,10 @@ bool Time_KeySignatureMap::FindKeySignatureBeforeTime(const Time_Typed& iTime, T
     const Time_Typed sessionStart = Time_Convert::GetSessionStartTime(iTime.GetType());
     const Time_Typed stepped = Time_Convert::SubtractLength(iTime, OneUnit(iTime));
     const Time_Tick last = TickOf(stepped < sessionStart ? sessionStart : stepped);
-    const auto after = std::ranges::upper_bound(mKeys, last, {}, &Entry::tick);
-    if (after == mKeys.begin()) return false;
-    oTick = std::prev(after)->tick;
-    oKey = std::prev(after)->key;
+    const std::size_t count = CountUpTo(last);
+    if (count == 0) return false;
+    oTick = mKeys[count - 1].tick;
+    oKey = mKeys[count - 1].key;
     return true;
 }
 
@@ -158,8 +169,10 @@ void Time_KeySignatureMap::AboutToModify()
     mIsModified = true;
 }
 
-void Time_KeySignatureMap::CheckInvariants() const
+// Every mutation ends here. The first iFront ticks and the last iBack are as they were.
+void Time_KeySignatureMap::Changed(std::size_t iFront, std::size_t iBack)
 {
+    mIndex->Splice(mKeys.size(), iFront, iBack, [this](std::size_t i) { return mKeys[i].tick.AsInt64(); });
 #ifndef NDEBUG
     const auto stuck = std::ranges::adjacent_find(mKeys, std::ranges::greater_equal{}, &Entry::tick);
     Cmn_ASSERT_TEXT(stuck == mKeys.end(), "ticks ascend");
@@ -169,16 +182,20 @@ void Time_KeySignatureMap::CheckInvariants() const
 void Time_KeySignatureMap::Store(Time_Tick iTick, const Time_KeySignature& iKey)
 {
     const auto place = mKeys.begin() + (FirstAtOrAfter(iTick) - mKeys.cbegin());
-    if (place != mKeys.end() && place->tick == iTick)
+    if (place != mKeys.end() && place->tick == iTick) {
         place->key = iKey;
-    else
-        mKeys.insert(place, Entry{iTick, iKey});
-    CheckInvariants();
+        return;
+    }
+    const auto front = static_cast<std::size_t>(place - mKeys.begin());
+    mKeys.insert(place, Entry{iTick, iKey});
+    Changed(front, mKeys.size() - front - 1);
 }
 
 void Time_KeySignatureMap::EraseEntries(Time_Tick iStart, Time_Tick iEnd)
 {
-    if (iStart < iEnd) mKeys.erase(FirstAtOrAfter(iStart), FirstAtOrAfter(iEnd));
+    if (!(iStart < iEnd)) return;
+    const auto behind = mKeys.erase(FirstAtOrAfter(iStart), FirstAtOrAfter(iEnd));
+    Changed(static_cast<std::size_t>(behind - mKeys.begin()), static_cast<std::size_t>(mKeys.end() - behind));
 }
 
 void Time_KeySignatureMap::SetKeySignature(Time_Tick iTick, const Time_KeySignature& iKey)
@@ -192,6 +209,7 @@ void Time_KeySignatureMap::remove(long iIndex)
     if (!Cmn_ASSERT(IsIndex(iIndex))) return;
     AboutToModify();
     mKeys.erase(mKeys.begin() + iIndex);
+    Changed(static_cast<std::size_t>(iIndex), static_cast<std::size_t>(size() - iIndex));
 }
 
 void Time_KeySignatureMap::clear()
@@ -199,6 +217,7 @@ void Time_KeySignatureMap::clear()
     if (mKeys.empty()) return;
     AboutToModify();
     mKeys.clear();
+    Changed(0);
 }
 
 void Time_KeySignatureMap::Erase(Time_Tick iStart, Time_Tick iEnd)
@@ -215,8 +234,10 @@ void Time_KeySignatureMap::DeleteTime(Time_Tick iStart, Time_Tick iEnd)
     const Time_KeySignature keyAtEnd = KeyInForce(iEnd);
     EraseEntries(iStart, iEnd);
     // The differences wrap and wrap back: what follows the end lands at or after the start.
-    for (auto later = mKeys.begin() + (FirstAtOrAfter(iEnd) - mKeys.cbegin()); later != mKeys.end(); ++later)
+    const auto firstLater = FirstAtOrAfter(iEnd) - mKeys.cbegin();
+    for (auto later = mKeys.begin() + firstLater; later != mKeys.end(); ++later)
         later->tick = iStart + (later->tick - iEnd);
+    Changed(static_cast<std::size_t>(firstLater));
     Store(iStart, keyAtEnd);
 }
 
@@ -232,10 +253,11 @@ void Time_KeySignatureMap::InsertTime(Time_Tick iAt, const Time_TickLength& iLen
     AboutToModify();
     const Entries source =
         iSource != nullptr ? iSource->mKeys : Entries(); // before it moves, if it is this map
-    for (auto moved = mKeys.begin() + (FirstAtOrAfter(iAt) - mKeys.cbegin()); moved != mKeys.end(); ++moved)
+    const auto firstMoved = FirstAtOrAfter(iAt) - mKeys.cbegin();
+    for (auto moved = mKeys.begin() + firstMoved; moved != mKeys.end(); ++moved)
         moved->tick += iLength;
+    Changed(static_cast<std::size_t>(firstMoved));
     if (!source.empty()) PasteEntries(iAt, iAt + iLength, source);
-    CheckInvariants();
 }
 
 void Time_KeySignatureMap::Copy(Time_KeySignatureMap* oDest, Time_Tick iStart, Time_Tick iEnd) const
@@ -250,7 +272,7 @@ void Time_KeySignatureMap::Copy(Time_KeySignatureMap* oDest, Time_Tick iStart, T
     }
     oDest->AboutToModify();
     oDest->mKeys = std::move(copied);
-    oDest->CheckInvariants();
+    oDest->Changed(0);
 }
 
 void Time_KeySignatureMap::Paste(Time_Tick iStart, Time_Tick iEnd, const Time_KeySignatureMap* iSource)
@@ -281,6 +303,7 @@ void Time_KeySignatureMap::ReplaceWith(const Time_KeySignatureMap& iOther)
     if (&iOther == this) return;
     AboutToModify();
     mKeys = iOther.mKeys;
+    Changed(0);
 }
 
 // ---------------------------------------------------------------------------- undo, persistence, diagnostics
@@ -327,6 +350,7 @@ void Time_KeySignatureMap::StreamIn(Sys_TypedInStream& iStream)
     }
     header.SkipTheRest();
     mKeys = std::move(read);
+    Changed(0);
 }
 
 Cmn_XMLNode Time_KeySignatureMap::GetAsXML() const
