@@ -38,7 +38,7 @@ public:
             for (auto &from = back ? mUndo : mRedo, &into = back ? mRedo : mUndo; !from.empty();) {
                 Move(into, [&] { from.back()->Restore(); });
                 from.pop_back();
-                ASSERT_EQ(Streamed(mObject), mStates[mUndo.size()]) << "state " << mUndo.size();
+                ASSERT_EQ(mSnapshot(mObject), mStates[mUndo.size()]) << "state " << mUndo.size();
             }
     }
 

@@ -305,112 +305,146 @@ TEST(MeterMapEdit, CopiesTakeTheContentOnly)
     EXPECT_EQ(map.Dump(), copy.Dump());
 }
 
-// Any edits in any order: the invariants hold, the last broadcast shows the final map, undo and redo give the bytes.
+namespace {
+
+// Any edits in any order, of one map.
+class EditScript
+{
+public:
+    explicit EditScript(unsigned iSeed)
+        : mRandom(iSeed)
+    {
+    }
+
+    void Step()
+    {
+        mFrom = AnyTick(), mTo = AnyTick();
+        if (mTo < mFrom) std::swap(mFrom, mTo);
+        mKeep = mRandom() % 2 == 0;
+        mKind = static_cast<int>(mRandom() % std::size(mEdits));
+        const Time_MeterMap before = mMap;
+        const int toldBefore = mListener.mTold;
+        mHistory.Record(mEdits[mKind]);
+        SCOPED_TRACE("edit " + std::to_string(mKind) + "\n" + before.Dump() + "became\n" + mMap.Dump());
+        ASSERT_EQ(mMap.FindBrokenInvariant(), "");
+        const bool wasTold = mListener.mTold > toldBefore;
+        if (wasTold || !before.IsDefault() || !mMap.IsDefault()) {
+            ASSERT_EQ(mMap.Dump(), wasTold ? mListener.mLastSeen : before.Dump());
+        }
+        Time_MeterMap laidOutAnew;
+        laidOutAnew.ReplaceWith(mMap);
+        for (int i = 0; i < 10; ++i) {
+            const Time_Tick probe = AnyTick();
+            ASSERT_EQ(mMap.TickToBarBeat(probe), laidOutAnew.TickToBarBeat(probe));
+        }
+        if (mKind == cErase && mFrom < mTo) ExpectTheMetersBesideToStay(before);
+    }
+    void ExpectEveryState() { mHistory.ExpectEveryState(); }
+
+private:
+    static constexpr int cErase = 0;
+
+    Time_Tick AnyTick()
+    {
+        const int quarter = static_cast<int>(mRandom() % 60) - 10;
+        return At(quarter, mRandom() % 3 == 0 ? static_cast<Cmn_Int64>(mRandom() % 960000) : 0);
+    }
+    Time_Meter AnyMeter()
+    {
+        const Time_NotationDurationValue click(Time_ENoteDuration(1 + mRandom() % 7), mRandom() % 2);
+        return Time_Meter(1 + mRandom() % 12, 1 << mRandom() % 7, click);
+    }
+    Time_Tick AnyChange() { return mMap.IterBegin()[mRandom() % mMap.GetNumberOfChanges()].GetTick(); }
+    Time_TickLength Length() const { return mTo - mFrom + Time_TickLength(1); }
+
+    void PasteItself()
+    {
+        Time_MeterMap expected = mMap;
+        expected.Paste(mFrom, mTo, &std::as_const(mMap), mKeep);
+        mMap.Paste(mFrom, mTo, &mMap, mKeep);
+        EXPECT_EQ(mMap.Dump(), expected.Dump());
+    }
+    // With a query or another edit between, as one by one.
+    void AddInABracket()
+    {
+        Time_MeterMap plain = mMap;
+        const Time_Tick known = AnyChange();
+        const int toldBefore = mListener.mTold;
+        mMap.BeginEdit();
+        for (int i = static_cast<int>(mRandom() % 12); i >= 0; --i) {
+            const Time_Tick at = i % 4 == 0 ? known : AnyTick();
+            const Time_Meter meter = AnyMeter();
+            const unsigned kind = mRandom() % 20;
+            for (Time_MeterMap* each : {&mMap, &plain}) {
+                if (kind < 8) each->AddMeterChange(at, meter);
+                if (kind >= 8) each->AddMeterChange(at, meter, i);
+                if (kind == 0) each->Erase(mFrom, mTo, mKeep);
+            }
+            if (kind == 1) {
+                EXPECT_EQ(mMap.TickToBarBeat(mTo), plain.TickToBarBeat(mTo));
+            }
+        }
+        mMap.EndEdit();
+        EXPECT_EQ(mMap.Dump(), plain.Dump());
+        EXPECT_EQ(Streamed(mMap), Streamed(plain));
+        EXPECT_EQ(mListener.mTold, toldBefore + 1);
+    }
+    // Those of the range's last bar do not.
+    void ExpectTheMetersBesideToStay(const Time_MeterMap& iBefore)
+    {
+        Time_BarBeatTick behind = iBefore.TickToBarBeat(mTo);
+        if (!behind.IsOnBarline()) behind.AdvanceToNextBarline();
+        for (int i = 0; i < 20; ++i) {
+            const Time_Tick probe = AnyTick();
+            const bool isInFront = probe < mFrom && iBefore.IterBegin()->GetTick() < mFrom;
+            if (!isInFront && probe < iBefore.BarBeatToTick(behind)) continue;
+            ASSERT_EQ(mMap.GetMeterAtTick(probe), iBefore.GetMeterAtTick(probe));
+        }
+    }
+
+    std::mt19937 mRandom;
+    Time_Tick mFrom, mTo;
+    bool mKeep = false;
+    int mKind = 0;
+    Time_MeterMap mMap{Ndo_Object::kUndoable};
+    Time_MeterMap mClip;
+    const Listener mListener{mMap};
+    UndoHistory<Time_MeterMap> mHistory{mMap, &Canonical};
+    const std::function<void()> mEdits[18] = {
+        [&] { mMap.Erase(mFrom, mTo, mKeep); },
+        [&] { mMap.AddMeterChange(mFrom, AnyMeter(), 5); },
+        [&] { mMap.RemoveMeterChange(AnyChange()); },
+        [&] { mMap.ForceMeterAtBarBeat(mMap.TickToBarBeat(mFrom), AnyMeter()); },
+        [&] { mMap.RenumberBars(static_cast<int>(mRandom() % 9) - 4); },
+        [&] { mMap.SetSongStartTick(mFrom); },
+        [&] { mMap.AddBackSongStartMeter(3); },
+        [&] { mMap.Delete(mFrom, mTo, mKeep); },
+        [&] { mMap.DeleteTime(mFrom, mTo); },
+        [&] { mMap.InsertTime(mFrom, Length()); },
+        [&] { mMap.InsertTime(mFrom, Length(), &mClip); },
+        [&] { mMap.ShiftMeterChangesStartingAt(mFrom, mTo - AnyTick()); },
+        [&] { mMap.RealignExistingMeterChangesToBBT(mFrom); },
+        [&] { mMap.Copy(&mClip, mFrom, mTo); },
+        [&] { mMap.Paste(mFrom, mTo, &mClip, mKeep); },
+        [&] { PasteItself(); },
+        [&] { mClip.Copy(&mMap, Time_cZeroTick, mTo); },
+        [&] { AddInABracket(); },
+    };
+};
+
+} // namespace
+
+// The invariants hold, the last broadcast shows the final map, undo and redo give the bytes.
 TEST(MeterMapEdit, ScriptsOfEditsKeepTheInvariantsAndCanBeUndoneAndRedone)
 {
     const AssertRecorder asserts; // negative shifts and realignments may report; nothing else may
     for (unsigned seed = 1; seed <= 200; ++seed) {
-        std::mt19937 random(seed);
-        const auto tick = [&random] {
-            const int quarter = static_cast<int>(random() % 60) - 10;
-            return At(quarter, random() % 3 == 0 ? static_cast<Cmn_Int64>(random() % 960000) : 0);
-        };
-        const auto meter = [&random] {
-            const Time_NotationDurationValue click(Time_ENoteDuration(1 + random() % 7), random() % 2);
-            return Time_Meter(1 + random() % 12, 1 << random() % 7, click);
-        };
-        Time_Tick a, b;
-        bool keep = false;
-        constexpr int cErase = 0, cPasteItself = 16;
-        Time_MeterMap map(Ndo_Object::kUndoable), clip;
-        const Listener listener(map);
-        const auto anyChange = [&] { return map.IterBegin()[random() % map.GetNumberOfChanges()].GetTick(); };
-        // clang-format off
-        const std::function<void()> edits[] = {
-            [&] { map.Erase(a, b, keep); },
-            [&] { map.AddMeterChange(a, meter(), 5); },
-            [&] { map.AddMeterChange(a, meter()); },
-            [&] { map.RemoveMeterChange(anyChange()); },
-            [&] { map.ForceMeterAtBarBeat(map.TickToBarBeat(a), meter()); },
-            [&] { map.RenumberBars(static_cast<int>(random() % 9) - 4); },
-            [&] { map.SetSongStartTick(a); },
-            [&] { map.AddBackSongStartMeter(3); },
-            [&] { map.Delete(a, b, keep); },
-            [&] { map.DeleteTime(a, b); },
-            [&] { map.InsertTime(a, b - a + Time_TickLength(1)); },
-            [&] { map.InsertTime(a, b - a + Time_TickLength(1), &clip); },
-            [&] { map.ShiftMeterChangesStartingAt(a, b - tick()); },
-            [&] { map.RealignExistingMeterChangesToBBT(a); },
-            [&] { map.Copy(&clip, a, b); },
-            [&] { map.Paste(a, b, &clip, keep); },
-            [&] { map.Paste(a, b, &map, keep); },
-            [&] { clip.Copy(&map, Time_cZeroTick, b); },
-            [&] { // a bracket, with a query or another edit between, as one by one
-                Time_MeterMap plain = map;
-                const Time_Tick known = anyChange();
-                const int toldBefore = listener.mTold;
-                map.BeginEdit();
-                for (int i = static_cast<int>(random() % 12); i >= 0; --i) {
-                    const Time_Tick at = i % 4 == 0 ? known : tick();
-                    const Time_Meter put = meter();
-                    const unsigned kind = random() % 20;
-                    for (Time_MeterMap* each : {&map, &plain}) {
-                        if (kind < 8) each->AddMeterChange(at, put);
-                        if (kind >= 8) each->AddMeterChange(at, put, i);
-                        if (kind == 0) each->Erase(a, b, keep);
-                    }
-                    if (kind == 1) {
-                        EXPECT_EQ(map.TickToBarBeat(b), plain.TickToBarBeat(b));
-                    }
-                }
-                map.EndEdit();
-                EXPECT_EQ(map.Dump(), plain.Dump());
-                EXPECT_EQ(Streamed(map), Streamed(plain));
-                EXPECT_EQ(listener.mTold, toldBefore + 1);
-            },
-        };
-        // clang-format on
-        UndoHistory<Time_MeterMap> history(map, &Canonical);
-        for (int step = 0; step < 25; ++step) {
-            a = tick(), b = tick();
-            if (b < a) std::swap(a, b);
-            keep = random() % 2 == 0;
-            const int kind = static_cast<int>(random() % std::size(edits));
-            const Time_MeterMap before = map;
-            const int toldBefore = listener.mTold;
-            history.Record(edits[kind]);
-            const std::string where = "seed " + std::to_string(seed) + " step " + std::to_string(step) +
-                                      " edit " + std::to_string(kind) + "\n" + before.Dump() + "became\n" +
-                                      map.Dump();
-            ASSERT_EQ(map.FindBrokenInvariant(), "") << where;
-            const bool wasTold = listener.mTold > toldBefore,
-                       isDefault = before.IsDefault() && map.IsDefault();
-            if (wasTold || !isDefault) {
-                ASSERT_EQ(map.Dump(), wasTold ? listener.mLastSeen : before.Dump()) << where;
-            }
-            if (kind == cPasteItself) {
-                Time_MeterMap expected = before;
-                expected.Paste(a, b, &before, keep);
-                ASSERT_EQ(map.Dump(), expected.Dump()) << where;
-            }
-            Time_MeterMap laidOutAnew;
-            laidOutAnew.ReplaceWith(map);
-            for (int i = 0; i < 10; ++i) {
-                const Time_Tick probe = tick();
-                ASSERT_EQ(map.TickToBarBeat(probe), laidOutAnew.TickToBarBeat(probe)) << where;
-            }
-            if (kind == cErase && a < b) { // beside the range and its last bar, meters stay
-                Time_BarBeatTick behind = before.TickToBarBeat(b);
-                if (!behind.IsOnBarline()) behind.AdvanceToNextBarline();
-                for (int i = 0; i < 20; ++i) {
-                    const Time_Tick probe = tick();
-                    const bool isBefore = probe < a && before.IterBegin()->GetTick() < a;
-                    if (!isBefore && probe < before.BarBeatToTick(behind)) continue;
-                    ASSERT_EQ(map.GetMeterAtTick(probe), before.GetMeterAtTick(probe)) << where;
-                }
-            }
-        }
-        history.ExpectEveryState();
+        SCOPED_TRACE(seed);
+        EditScript script(seed);
+        for (int step = 0; step < 25 && !testing::Test::HasFailure(); ++step)
+            script.Step();
+        script.ExpectEveryState();
+        if (testing::Test::HasFailure()) return;
     }
     for (const std::string& report : asserts.Take())
         ASSERT_EQ(report, cOutOfOrder);
