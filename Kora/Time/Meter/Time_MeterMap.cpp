@@ -4,9 +4,9 @@
 #include "Bastel/Cmn/Cmn_FloatMath.h"
 #include "Kora/Time/Meter/Time_DefaultMeterMap.h"
 #include "Kora/Time/Meter/Time_MeterMapIndex_p.h"
+#include "Kora/Time/Time_OrderByTick_p.h"
 
 #include <algorithm>
-#include <numeric>
 
 namespace {
 
@@ -179,19 +179,6 @@ void Time_MeterMap::UpdateBarNumbers(std::size_t iFrom)
     RefreshIndex(iFrom > 0 ? iFrom - 1 : 0);
 }
 
-// The collected changes by tick, and at one tick in the order in which they came.
-std::vector<std::size_t> Time_MeterMap::OrderOfAdded() const
-{
-    std::vector<std::size_t> order(mAdded.size());
-    std::iota(order.begin(), order.end(), std::size_t{0});
-    std::sort(order.begin(), order.end(), [this](std::size_t iA, std::size_t iB) {
-        const Time_Tick a = mAdded[iA].mChange.mTick;
-        const Time_Tick b = mAdded[iB].mChange.mTick;
-        return a != b ? a < b : iA < iB;
-    });
-    return order;
-}
-
 void Time_MeterMap::PutLast(const Time_MeterChange& iChange, bool iIsNumbered, bool iIsBBTNumbered) const
 {
     mChanges.push_back(iChange);
@@ -209,9 +196,12 @@ void Time_MeterMap::PutLast(const Time_MeterChange& iChange, bool iIsNumbered, b
 // it was given, unless a lower one came later. All room is made before anything is moved.
 void Time_MeterMap::SettleAdded() const
 {
-    const std::vector<std::size_t> order = OrderOfAdded();
-    const auto tickOf = [this](std::size_t i) { return mAdded[i].mChange.mTick; };
-    const std::size_t first = LowerBound(tickOf(order[0])), most = mChanges.size() + order.size();
+    std::vector<Time_Ordered> order;
+    order.reserve(mAdded.size());
+    for (const Added& added : mAdded)
+        order.push_back({added.mChange.mTick, order.size()});
+    Time_OrderByTick(order);
+    const std::size_t first = LowerBound(order[0].mTick), most = mChanges.size() + order.size();
     const std::vector<Time_MeterChange> old(mChanges.begin() + static_cast<std::ptrdiff_t>(first),
                                             mChanges.end());
     if (mChanges.capacity() < most) mChanges.reserve(std::max(most, 2 * mChanges.capacity()));
@@ -220,18 +210,18 @@ void Time_MeterMap::SettleAdded() const
     auto kept = old.begin();
     std::size_t latestBelow = 0; // of the additions at lower ticks, counted from 1
     for (auto next = order.begin(); next != order.end();) {
-        const Time_Tick tick = tickOf(*next);
+        const Time_Tick tick = next->mTick;
         for (; kept != old.end() && kept->mTick < tick; ++kept)
             PutLast(*kept, true, true);
         const bool isThere = kept != old.end() && kept->mTick == tick;
-        Time_MeterChange change = isThere ? *kept++ : mAdded[*next++].mChange;
+        Time_MeterChange change = isThere ? *kept++ : mAdded[next++->mIndex].mChange;
         bool isBBTGiven = false;
-        std::size_t latest = isThere ? 0 : *std::prev(next) + 1;
-        for (; next != order.end() && tickOf(*next) == tick; ++next) {
-            const Added& overwriting = mAdded[*next];
+        std::size_t latest = isThere ? 0 : std::prev(next)->mIndex + 1;
+        for (; next != order.end() && next->mTick == tick; ++next) {
+            const Added& overwriting = mAdded[next->mIndex];
             change.mMeter = overwriting.mChange.mMeter;
             change.mBBT = overwriting.mChange.mBBT;
-            latest = *next + 1;
+            latest = next->mIndex + 1;
             isBBTGiven = overwriting.mIsBarGiven && latest > latestBelow;
         }
         PutLast(change, !isThere || latestBelow > 0, !isBBTGiven);

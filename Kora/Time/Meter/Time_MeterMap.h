@@ -196,7 +196,6 @@ private:
     bool IsCollected(Time_Tick iTick) const;
     void Collect(Time_Tick iTick, const Time_Meter& iMeter, std::optional<Cmn_Int32> iBar);
     void SettleAdded() const;
-    std::vector<std::size_t> OrderOfAdded() const;
     void PutLast(const Time_MeterChange& iChange, bool iIsNumbered, bool iIsBBTNumbered) const;
     void AboutToModify();
     void AddNow(Time_Tick iTick, const Time_Meter& iMeter);

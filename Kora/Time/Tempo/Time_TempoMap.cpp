@@ -3,6 +3,7 @@
 
 #include "Kora/Time/Formats/Time_Globals.h"
 #include "Kora/Time/Tempo/Time_TempoMap_StEditOptimizer.h"
+#include "Kora/Time/Time_OrderByTick_p.h"
 #include "OstrelPlatformSupport/PSThread.h"
 
 #include <algorithm>
@@ -139,23 +140,19 @@ void Time_TempoMap::PutSegment(std::size_t iIndex, std::unique_ptr<const Time_Te
 // before all room is made. What is asked of the segments is asked in the order in which they came, which memory likes.
 void Time_TempoMap::SettleAdded() const
 {
-    struct Place
-    {
-        Time_Tick mTick;
-        Cmn_UInt32 mOrder;
-        Cmn_UInt8 mNotes;
-    };
-    std::vector<Place> places;
-    places.reserve(mAdded.size());
-    for (const auto& added : mAdded)
-        places.push_back({added->GetStartTick(), static_cast<Cmn_UInt32>(places.size()), NotesOf(*added)});
-    std::sort(places.begin(), places.end(), [](const Place& iA, const Place& iB) {
-        return iA.mTick != iB.mTick ? iA.mTick < iB.mTick : iA.mOrder < iB.mOrder;
-    });
+    std::vector<Time_Ordered> order;
+    std::vector<Cmn_UInt8> addedNotes;
+    order.reserve(mAdded.size());
+    addedNotes.reserve(mAdded.size());
+    for (const auto& added : mAdded) {
+        order.push_back({added->GetStartTick(), order.size()});
+        addedNotes.push_back(NotesOf(*added));
+    }
+    Time_OrderByTick(order);
 
-    const std::size_t first = LowerBound(places.front().mTick), oldCount = mSegments.size();
-    MakeRoom(mSegments, oldCount + places.size());
-    MakeRoom(mNotes, oldCount + places.size());
+    const std::size_t first = LowerBound(order.front().mTick), oldCount = mSegments.size();
+    MakeRoom(mSegments, oldCount + order.size());
+    MakeRoom(mNotes, oldCount + order.size());
     const std::vector<Cmn_UInt8> oldNotes(mNotes.begin() + static_cast<std::ptrdiff_t>(first), mNotes.end());
     Segments old;
     old.resize(oldNotes.size());
@@ -170,12 +167,12 @@ void Time_TempoMap::SettleAdded() const
         mNotes.push_back(oldNotes[kept]);
         mSegments.push_back(std::move(old[kept++]));
     };
-    for (const Place& place : places) {
-        while (kept < old.size() && old[kept]->GetStartTick() <= place.mTick)
+    for (const auto& [tick, index] : order) {
+        while (kept < old.size() && old[kept]->GetStartTick() <= tick)
             keepOld();
-        const bool isTaken = mSegments.size() > first && last == place.mTick;
-        last = place.mTick;
-        PutSegment(mSegments.size() - isTaken, std::move(mAdded[place.mOrder]), last, place.mNotes);
+        const bool isTaken = mSegments.size() > first && last == tick;
+        last = tick;
+        PutSegment(mSegments.size() - isTaken, std::move(mAdded[index]), tick, addedNotes[index]);
     }
     while (kept < old.size())
         keepOld();

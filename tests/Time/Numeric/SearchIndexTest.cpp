@@ -1,4 +1,5 @@
 #include "Kora/Time/Numeric/Time_SearchIndex_p.h"
+#include "Kora/Time/Time_OrderByTick_p.h"
 #include "Time/TimeFixture.h"
 
 namespace {
@@ -93,4 +94,21 @@ TEST(SearchIndexOfIntegers, FindsKeysAtTheEndsOfTheRange)
     index.Build(keys.data(), keys.size());
     for (const Cmn_Int64 probe : {cMin, cMin + 1, Cmn_Int64{-2}, Cmn_Int64{-1}, Cmn_Int64{0}, cMax - 1, cMax})
         EXPECT_EQ(index.Find(probe), PlainFind(keys, probe)) << probe;
+}
+
+TEST(OrderByTick, IsThatOfAStableSort)
+{
+    std::mt19937_64 random(5);
+    for (const int unusedBits : {0, 1, 20, 42, 53, 60, 63}) {
+        std::vector<Time_Ordered> entries;
+        for (std::size_t i = 0; i < 3000; ++i)
+            entries.push_back({Time_Tick(static_cast<Cmn_Int64>(random()) >> unusedBits), i});
+        Time_OrderByTick(entries);
+        for (std::size_t i = 1; i < entries.size(); ++i) {
+            const Time_Ordered& before = entries[i - 1];
+            ASSERT_TRUE(before.mTick < entries[i].mTick ||
+                        (before.mTick == entries[i].mTick && before.mIndex < entries[i].mIndex))
+                << unusedBits << " unused bits, place " << i;
+        }
+    }
 }
