@@ -76,31 +76,6 @@ TEST_F(TempoMap, LockedPointsAreHonoured)
     EXPECT_EQ(mMap.GetMaxTicksPerSample(), 40);
 }
 
-// The first one is locked at 0 and has no tempo; what is locked at the end is eight quarters later.
-TEST_F(TempoMap, AFirstSegmentBorrowsWhatThisRebuildDerives)
-{
-    const struct
-    {
-        const char* what;
-        SegmentRow next, behind, end;
-        Cmn_Int64 quarter;
-    } cRows[] = {
-        {"locked: its own stretch", Locked(Computed(4), 96000),                At(7,               80),   Locked(At(8), 240000), 36000},
-        {"free: one line to the end",                         Computed(4),                 At(7,   96), Locked(At(8), 240000), 30000},
-        {"free, and slower ones after",                         Computed(4),               At(6, 60), Locked(At(8),   276000),   30000},
-    };
-    for (const auto& row : cRows) {
-        mMap.Clear();
-        Fill(mMap, {
-                       {.locked = true, .unspecified = true},
-                       row.next, row.behind, row.end
-        });
-        for (const Time_TempoMap& map : {mMap, Time_TempoMap(mMap)})
-            EXPECT_EQ(map.TickToSample(Time_Tick(cAt(1))), Time_Sample(row.quarter)) << row.what;
-        mAsserts.Take(); // debug builds tell that the locks do not meet the tempo borrowed
-    }
-}
-
 TEST_F(TempoMap, ATickIsGovernedByTheSegmentAtOrBeforeIt)
 {
     EXPECT_TRUE(mMap.FindControllingSegment(Time_Tick(0)) == mMap.SegmentEnd()) << "none in an empty map";

@@ -120,31 +120,6 @@ TEST(BasicTempoMap, SegmentsAreInsertedByTickAndValidated)
     EXPECT_EQ(Time_BasicTempoMap(48000).TickToSample(Time_Tick(5), true), Time_Sample(0));
 }
 
-TEST(ConstantTempoSeg, UnspecifiedTempiAreBorrowed)
-{
-    constexpr SegmentRow cNext{.bpm = 60}, cNextHasNone{.bpm = 60, .unspecified = true};
-    using Row = std::tuple<const char*, bool, bool, const SegmentRow*, double>;
-    const Row rows[] = {
-  // locked, something before, the next one; samples per tick, 0: generates nothing
-        {"free: the tempo before goes on",      false, false, &cNext,        0    },
-        {"locked, but something lies before",   true,  true,  &cNext,        0    },
-        {"locked at the start: the next one's", true,  false, &cNext,        0.05 },
-        {"the next one has none either",        true,  false, &cNextHasNone, 0.025},
-        {"the only one",                        true,  false, nullptr,       0.025},
-    };
-    for (const auto& [what, isLocked, hasPrevious, nextRow, slope] : rows) {
-        Time_BasicTempoMap map(48000);
-        const auto segment = SegmentRow{0, 300, cQuarter, isLocked, false, true, false, 77}.Make();
-        const auto previous = SegmentRow{}.Make(), next = nextRow != nullptr ? nextRow->Make() : nullptr;
-        segment->GenerateForward(map, hasPrevious ? previous.get() : nullptr, next.get());
-        EXPECT_EQ(LinesOf(map), slope == 0 ? Lines()
-                                           : Lines({
-                                                 Line{0, 77, slope, 1 / slope}
-        }))
-            << what;
-    }
-}
-
 TEST(ConstantTempoSeg, BrokenPreconditionsAreReported)
 {
     const AssertRecorder asserts;
