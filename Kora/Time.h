@@ -19,6 +19,7 @@
 #include "Kora/Time/Meter/Time_MeterChange.h"
 #include "Kora/Time/Meter/Time_MeterMap.h"
 #include "Kora/Time/Meter/Time_MeterMap_NdoState.h"
+#include "Kora/Time/Meter/Time_MeterMap_StEditOptimizer.h"
 #include "Kora/Time/Tempo/Time_BasicTempoMap.h"
 #include "Kora/Time/Tempo/Time_BasicTempoMapSegment.h"
 #include "Kora/Time/Tempo/Time_ConstantTempoSeg.h"

@@ -1,7 +1,7 @@
 // Bars from ticks and back through maps of 10 to 100,000 meters, scattered queries; beside them the library search over
 // the same ticks, which finds the governing meter and computes nothing.
 #include "Kora/Time/Meter/Time_MeterMap.h"
-#include "Kora/Time/Time_MeterMap_StEditOptimizer.h"
+#include "Kora/Time/Meter/Time_MeterMap_StEditOptimizer.h"
 
 #include <benchmark/benchmark.h>
 

@@ -4,7 +4,7 @@
 #include "Bastel/Cmn/Cmn_FloatMath.h"
 #include "Kora/Time/Meter/Time_DefaultMeterMap.h"
 #include "Kora/Time/Meter/Time_MeterMapIndex_p.h"
-#include "Kora/Time/Time_OrderByTick_p.h"
+#include "Kora/Time/Values/Time_OrderByTick_p.h"
 
 #include <algorithm>
 

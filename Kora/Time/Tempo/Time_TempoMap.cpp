@@ -3,7 +3,7 @@
 
 #include "Kora/Time/Formats/Time_Globals.h"
 #include "Kora/Time/Tempo/Time_TempoMap_StEditOptimizer.h"
-#include "Kora/Time/Time_OrderByTick_p.h"
+#include "Kora/Time/Values/Time_OrderByTick_p.h"
 #include "OstrelPlatformSupport/PSThread.h"
 
 #include <algorithm>

@@ -1,5 +1,5 @@
 #include "Kora/Time/Numeric/Time_SearchIndex_p.h"
-#include "Kora/Time/Time_OrderByTick_p.h"
+#include "Kora/Time/Values/Time_OrderByTick_p.h"
 #include "Time/TimeFixture.h"
 
 namespace {

@@ -4,7 +4,7 @@
 // costs for 100,000 shuffled ticks is mispredicted branches, and this has none.
 #pragma once
 
-#include "Kora/Time/Time_Tick.h"
+#include "Kora/Time/Values/Time_Tick.h"
 
 #include <algorithm>
 #include <array>

@@ -5,7 +5,7 @@
 //     for (…) map.AddMeterChange(…);
 #pragma once
 
-#include "Kora/Time/Time_MeterMap.h"
+#include "Kora/Time/Meter/Time_MeterMap.h"
 
 class Time_MeterMap_StEditOptimizer
 {
