@@ -8,7 +8,7 @@
 #include "Tool/Tool_InputError.h"
 #include "Tool/Tool_SongReport.h"
 #include "tests/Support/AssertRecorder.h"
-#include "tests/Tool/MidiBytes.h"
+#include "tests/Support/MidiBytes.h"
 
 #include <algorithm>
 #include <filesystem>

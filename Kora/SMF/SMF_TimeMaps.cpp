@@ -1,0 +1,134 @@
+#include "Kora/SMF/SMF_TimeMaps.h"
+
+#include "Kora/SMF/SMF_Exception.h"
+#include "Kora/SMF/SMF_TimeEvents.h"
+#include "Kora/Time/Key/Time_KeySignatureMap.h"
+#include "Kora/Time/Meter/Time_MeterMap.h"
+#include "Kora/Time/Tempo/Time_ConstantTempoSeg.h"
+#include "Kora/Time/Tempo/Time_TempoMap.h"
+#include "Kora/Time/Tempo/Time_TempoMap_StEditOptimizer.h"
+
+#include <limits>
+#include <map>
+#include <memory>
+#include <utility>
+
+namespace {
+constexpr double cDefaultBeatsPerMinute = 120.0;
+constexpr double cMicrosecondsPerMinute = 60000000.0;
+constexpr Cmn_Int32 cSongStartBar = 1;
+
+// Events by library tick; the last at a tick in file order replaces those before it.
+template <class Event>
+std::map<Cmn_Int64, Event> ByTick(const std::vector<Event>& iEvents, Cmn_Int32 iDivision)
+{
+    std::map<Cmn_Int64, Event> events;
+    for (const Event& event : iEvents)
+        events.insert_or_assign(SMF_TimeMaps::FromFileTick(event.mPlace.mTick, iDivision), event);
+    return events;
+}
+
+void AddTempo(Time_TempoMap& ioTempi, Time_Tick iTick, double iBeatsPerMinute)
+{
+    auto segment = std::make_unique<Time_ConstantTempoSeg>(iTick, iBeatsPerMinute);
+    if (iTick == SMF_TimeMaps::cStartTick) {
+        segment->SetIsSongStart(true);
+        segment->LockToSample(Time_Sample(0));
+    }
+    ioTempi.AddSegment(std::move(segment));
+}
+
+void BuildMeters(Time_MeterMap& ioMeters, const std::vector<SMF_Meter>& iEvents, Cmn_Int32 iDivision)
+{
+    ioMeters.AddInitialMeterChange(SMF_TimeMaps::cStartTick, Time_Meter(), cSongStartBar);
+    for (const auto& [tick, meter] : ByTick(iEvents, iDivision))
+        ioMeters.AddMeterChange(Time_Tick(tick), Time_Meter(meter.mNumerator, meter.mDenominator));
+}
+
+void BuildTempi(Time_TempoMap& ioTempi, const std::vector<SMF_Tempo>& iEvents, Cmn_Int32 iDivision)
+{
+    const Time_TempoMap_StEditOptimizer oneRebuild(ioTempi);
+    AddTempo(ioTempi, SMF_TimeMaps::cStartTick, cDefaultBeatsPerMinute);
+    for (const auto& [tick, tempo] : ByTick(iEvents, iDivision))
+        AddTempo(ioTempi, Time_Tick(tick), cMicrosecondsPerMinute / tempo.mMicrosecondsPerQuarter);
+}
+
+void BuildKeys(Time_KeySignatureMap& ioKeys, const std::vector<SMF_Key>& iEvents, Cmn_Int32 iDivision)
+{
+    for (const auto& [tick, key] : ByTick(iEvents, iDivision)) {
+        const bool isSharps = key.mSharps >= 0;
+        const auto accidentals = static_cast<Cmn_UInt8>(isSharps ? key.mSharps : -key.mSharps);
+        ioKeys.SetKeySignature(Time_Tick(tick), Time_KeySignature(!key.mIsMinor, isSharps, accidentals));
+    }
+}
+
+[[noreturn]] void RefuseEnd(const SMF_Place& iEnd, const std::string& iText)
+{
+    throw SMF_Exception("the song's last event at " + iText, iEnd.mOffset);
+}
+
+Time_Tick EndTick(const SMF_Place& iEnd, Cmn_Int32 iDivision)
+{
+    const Cmn_Int64 endTick = SMF_TimeMaps::FromFileTick(iEnd.mTick, iDivision);
+    const Cmn_Int64 maxTick = Time_Typed::MaxTime(Time_eType_Ticks).AsInt64();
+    if (endTick > maxTick)
+        RefuseEnd(iEnd, "MIDI tick " + std::to_string(iEnd.mTick) +
+                            ", expected none past the time line's last tick " + std::to_string(maxTick));
+    return Time_Tick(endTick);
+}
+
+// The end is the latest of all events, and later ticks have later samples and bars: checking it checks them all.
+void CheckEnd(const SMF_Place& iEnd, Time_Tick iEndTick, const Time_MeterMap& iMeters,
+              const Time_TempoMap& iTempi)
+{
+    const Cmn_Int64 maxSample = Time_Typed::MaxTime(Time_eType_Samples).AsInt64();
+    const Cmn_Int64 endSample = iTempi.TickToSample(iEndTick, false).AsInt64();
+    if (endSample > maxSample)
+        RefuseEnd(iEnd, "sample " + std::to_string(endSample) +
+                            ", expected none past the time line's last sample " + std::to_string(maxSample));
+    if (iMeters.BarBeatToTick(iMeters.TickToBarBeat(iEndTick)) != iEndTick)
+        RefuseEnd(iEnd, "MIDI tick " + std::to_string(iEnd.mTick) +
+                            ", expected none past the last bar number " +
+                            std::to_string(std::numeric_limits<Cmn_Int32>::max()));
+}
+} // namespace
+
+// The whole quarters first, so that no product leaves 64 bits: the rest is below a quarter, and a division has 15 bits.
+Cmn_Int64 SMF_TimeMaps::FromFileTick(Cmn_Int64 iFileTick, Cmn_Int32 iDivision)
+{
+    const Cmn_Int64 quarters = iFileTick / iDivision;
+    const Cmn_Int64 rest = iFileTick % iDivision;
+    constexpr Cmn_Int64 cMax = std::numeric_limits<Cmn_Int64>::max();
+    if (quarters > (cMax - cStartTick.AsInt64()) / cTicksPerQuarter - 1) return cMax;
+    const Cmn_Int64 restTicks = (2 * rest * cTicksPerQuarter + iDivision) / (2 * iDivision);
+    return cStartTick.AsInt64() + quarters * cTicksPerQuarter + restTicks;
+}
+
+Cmn_Int64 SMF_TimeMaps::ToFileTick(Cmn_Int64 iTicks, Cmn_Int32 iDivision)
+{
+    const Cmn_Int64 quarters = iTicks / cTicksPerQuarter;
+    const Cmn_Int64 rest = iTicks % cTicksPerQuarter;
+    return quarters * iDivision + (2 * rest * iDivision + cTicksPerQuarter) / (2 * cTicksPerQuarter);
+}
+
+Time_Tick SMF_TimeMaps::Read(const SMF_File& iFile, Time_MeterMap& oMeters, Time_TempoMap& oTempi,
+                             Time_KeySignatureMap& oKeys)
+{
+    const SMF_TimeEvents events(iFile);
+    const Cmn_Int32 division = iFile.GetDivision();
+    const Time_Tick end = EndTick(events.mLastEvent, division);
+    Time_MeterMap meters;
+    BuildMeters(meters, events.mMeters, division);
+    Time_TempoMap tempi;
+    tempi.SetSampleRate(oTempi.GetSampleRate());
+    BuildTempi(tempi, events.mTempos, division);
+    Time_KeySignatureMap keys;
+    BuildKeys(keys, events.mKeys, division);
+    CheckEnd(events.mLastEvent, end, meters, tempi);
+    oMeters.Clear();
+    oMeters.SetSongStartTick(cStartTick);
+    oMeters.ReplaceWith(meters);
+    oTempi.ReplaceWith(tempi);
+    oKeys.ReplaceWith(keys);
+    return end;
+}

@@ -1,0 +1,118 @@
+// SMF_Track: the events of one track, kept as the file's own bytes and decoded as they are visited.
+//
+//     for (const SMF_Event& event : track)
+//         if (event.IsChannel() && (event.mStatus & 0xF0) == 0x90) …
+//
+// Invariants: (1) the bytes are whole, sound events, of which the last and only the last is an end-of-track event
+//             (2) GetEventCount() and GetEndTick() are theirs.
+// Cost:       memory is the bytes of the file, about 4 an event. Visiting allocates and throws nothing.
+// Threads:    a plain value: several threads may read one that nobody changes.
+#pragma once
+
+#include "Export/Kora_API.h"
+#include "Kora/SMF/SMF_Event.h"
+
+#include <iterator>
+#include <string>
+
+class KORA_API SMF_Track
+{
+public:
+    class Iterator;
+
+    // Nothing but its end at tick 0.
+    SMF_Track();
+
+    Iterator begin() const;
+    std::default_sentinel_t end() const { return {}; }
+
+    // The end-of-track event included.
+    Cmn_Int64 GetEventCount() const { return mEventCount; }
+    // Where the end-of-track event lies, in file ticks: no event lies behind it.
+    Cmn_Int64 GetEndTick() const { return mEndTick; }
+    // The body of the track's chunk, and where an event's status or, under running status, its data begins in it.
+    const std::string& GetBytes() const { return mBytes; }
+    Cmn_Int64 OffsetOf(const SMF_Event& iEvent) const
+    {
+        return iEvent.mBytes.data() + iEvent.mDeltaSize - mBytes.data();
+    }
+
+    // The same bytes.
+    bool operator==(const SMF_Track& iOther) const { return mBytes == iOther.mBytes; }
+
+private:
+    friend class SMF_Reader;
+    friend class SMF_TrackBuilder;
+
+    std::string mBytes;
+    Cmn_Int64 mEventCount = 1;
+    Cmn_Int64 mEndTick = 0;
+};
+
+// A forward walk. What it points at is its own: a copy of the event stays good as long as the track.
+class SMF_Track::Iterator
+{
+public:
+    explicit Iterator(std::string_view iBytes)
+        : mNext(iBytes.data())
+        , mEnd(mNext + iBytes.size())
+    {
+        ++*this;
+    }
+
+    const SMF_Event& operator*() const { return mEvent; }
+    const SMF_Event* operator->() const { return &mEvent; }
+    Iterator& operator++();
+    bool operator==(std::default_sentinel_t) const { return mIsPastEnd; }
+
+private:
+    static Cmn_UInt32 ReadVariableLength(const char*& ioAt);
+
+    SMF_Event mEvent;
+    const char* mNext;
+    const char* mEnd;
+    bool mIsPastEnd = false;
+};
+
+inline SMF_Track::Iterator SMF_Track::begin() const { return Iterator(mBytes); }
+
+// Seven bits a byte, the last one without its top bit.
+inline Cmn_UInt32 SMF_Track::Iterator::ReadVariableLength(const char*& ioAt)
+{
+    Cmn_UInt32 byte = static_cast<Cmn_UInt8>(*ioAt++);
+    Cmn_UInt32 value = byte & 0x7F;
+    while (byte >= 0x80) {
+        byte = static_cast<Cmn_UInt8>(*ioAt++);
+        value = value << 7 | (byte & 0x7F);
+    }
+    return value;
+}
+
+// Checks nothing: the track's invariant says that the bytes are sound.
+inline SMF_Track::Iterator& SMF_Track::Iterator::operator++()
+{
+    if (mNext == mEnd) {
+        mIsPastEnd = true;
+        return *this;
+    }
+    const char* const start = mNext;
+    mEvent.mTick += ReadVariableLength(mNext);
+    mEvent.mDeltaSize = static_cast<Cmn_UInt8>(mNext - start);
+    const auto status = static_cast<Cmn_UInt8>(*mNext);
+    mEvent.mIsRunning = status < 0x80;
+    if (!mEvent.mIsRunning) {
+        mEvent.mStatus = status;
+        ++mNext;
+    }
+    std::size_t length = 0;
+    if (mEvent.IsChannel()) {
+        length = (mEvent.mStatus & 0xE0) == 0xC0 ? 1 : 2; // program change and channel pressure have one
+    } else {
+        mEvent.mMetaType = status == SMF_Event::cMeta ? static_cast<Cmn_UInt8>(*mNext++) : Cmn_UInt8{0};
+        length = ReadVariableLength(mNext);
+    }
+    mEvent.mData = {mNext, length};
+    mNext += length;
+    mEvent.mBytes = {start, static_cast<std::size_t>(mNext - start)};
+    return *this;
+}

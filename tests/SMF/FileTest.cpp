@@ -1,0 +1,141 @@
+#include "Kora/SMF/SMF_Exception.h"
+#include "Kora/SMF/SMF_TrackBuilder.h"
+#include "SMF/RandomFile.h"
+#include "Support/AssertRecorder.h"
+
+#include <fstream>
+
+namespace {
+
+SMF_Track OneByOne(const SMF_Track& iTrack)
+{
+    SMF_TrackBuilder builder;
+    for (const SMF_Event& event : iTrack)
+        if (event.IsChannel())
+            builder.AppendChannel(event.mTick, event.mStatus, event.DataByte(0),
+                                  event.mData.size() > 1 ? event.DataByte(1) : Cmn_UInt8{0},
+                                  event.mIsRunning);
+        else if (event.mStatus == SMF_Event::cMeta)
+            builder.AppendMeta(event.mTick, event.mMetaType, event.mData);
+        else
+            builder.AppendSysEx(event.mTick, event.mStatus, event.mData);
+    return builder.Finish();
+}
+
+SMF_Track Shifted(const SMF_Track& iTrack, Cmn_Int64 iLater)
+{
+    SMF_TrackBuilder builder;
+    for (const SMF_Event& event : iTrack)
+        builder.Append(event, event.mTick + iLater);
+    return builder.Finish();
+}
+
+void Compare(const RandomFile& iPlain)
+{
+    const SMF_File file = SMF_File::Read(iPlain.mBytes);
+    EXPECT_EQ(file.Write(), iPlain.mBytes);
+    std::vector<std::string> others;
+    for (const auto& other : file.GetOtherChunks())
+        others.push_back(other.mBytes);
+    EXPECT_EQ(others, iPlain.mOthers);
+    ASSERT_EQ(file.GetTracks().size(), iPlain.mEvents.size());
+    SMF_File canonical(file.GetDivision());
+    for (std::size_t i = 0; i < file.GetTracks().size(); ++i) {
+        const SMF_Track& track = file.GetTracks()[i];
+        EXPECT_EQ(Texts(track), iPlain.mEvents[i]);
+        EXPECT_EQ(track.GetEventCount(), static_cast<Cmn_Int64>(iPlain.mEvents[i].size()));
+        EXPECT_EQ(
+            iPlain.mBytes.substr(static_cast<std::size_t>(file.GetTrackOffset(i)), track.GetBytes().size()),
+            track.GetBytes());
+        EXPECT_EQ(Shifted(track, 0), track) << "copied without a change";
+        EXPECT_EQ(Texts(Shifted(track, 77)), Texts(track, 77));
+        canonical.AddTrack(OneByOne(track));
+        EXPECT_EQ(Texts(canonical.GetTracks().back()), iPlain.mEvents[i]);
+        EXPECT_EQ(canonical.GetTracks().back().GetEndTick(), track.GetEndTick());
+    }
+    EXPECT_EQ(SMF_File::Read(canonical.Write()).GetTracks(), canonical.GetTracks());
+}
+
+TEST(SMFFile, TenThousandRandomFilesComeBackAsTheSameEventsAndBytes)
+{
+    const AssertRecorder reports;
+    for (unsigned seed = 0; seed < 10000 && !testing::Test::HasFailure(); ++seed) {
+        SCOPED_TRACE("seed " + std::to_string(seed));
+        Compare(RandomFile(seed));
+    }
+    EXPECT_EQ(reports.Take(), std::vector<std::string>());
+}
+
+TEST(SMFFile, TheExampleSongComesBackByteForByte)
+{
+    std::ifstream stream(KORA_SOURCE_DIR "/examples/songs/first-light.mid", std::ios::binary);
+    const std::string bytes{std::istreambuf_iterator<char>(stream), {}};
+    const SMF_File file = SMF_File::Read(bytes);
+    EXPECT_EQ(file.Write(), bytes);
+    for (const SMF_Track& track : file.GetTracks())
+        EXPECT_EQ(OneByOne(track), track) << "it is spelled canonically";
+}
+
+TEST(SMFFile, ManyTracksAndLongSysexAreFine)
+{
+    SMF_File file(960);
+    for (int i = 0; i < 250; ++i) {
+        SMF_TrackBuilder builder;
+        builder.AppendSysEx(i, SMF_Event::cSysEx, std::string(i == 7 ? 1 << 20 : 3, '\x7F') + '\xF7');
+        file.AddTrack(builder.Finish(1000));
+    }
+    EXPECT_EQ(file.GetFormat(), 1);
+    const SMF_File read = SMF_File::Read(file.Write());
+    EXPECT_EQ(read.GetTracks(), file.GetTracks());
+    EXPECT_EQ(read.GetTracks()[7].begin()->mData.size(), (1u << 20) + 1);
+    EXPECT_EQ(read.GetTracks()[249].GetEndTick(), 1000);
+}
+
+// Each row appends a note at tick 10 under running status, does its worst, and ends.
+TEST(SMFTrackBuilder, WhatNoFileCanHoldIsReportedAndTheTrackStaysSound)
+{
+    using Builder = SMF_TrackBuilder;
+    const SMF_Track source =
+        SMF_File::Read(MidiBytes::File(96, {MidiBytes::Bytes("00903C40 603C00")})).GetTracks()[0];
+    const auto second = [&] { return *++source.begin(); };
+    const std::string filler = "268435465: ff01  ";
+    // clang-format off
+    const struct { const char* name; std::function<void(Builder&)> work; std::size_t reports; std::vector<std::string> expected; } rows[] = {
+        {"nothing more", [](Builder&) {}, 0, {"10: ff2f  "}},
+        {"a tick that goes back", [](Builder& b) { b.AppendChannel(9, 0x90, 1, 2); }, 1, {"10: 90 0102 ", "10: ff2f  "}},
+        {"a status in the data", [](Builder& b) { b.AppendChannel(11, 0x90, 0x80, 2); }, 1, {"10: ff2f  "}},
+        {"no channel's status", [](Builder& b) { b.AppendChannel(11, 0xF0, 1, 2); b.AppendSysEx(11, 0x90, "a"); }, 2, {"10: ff2f  "}},
+        {"a tempo of 0", [](Builder& b) { b.AppendMeta(11, 0x51, std::string(3, '\0')); }, 1, {"10: ff2f  "}},
+        {"something behind the end", [](Builder& b) { b.AppendMeta(11, 0x2F, ""); b.AppendChannel(12, 0x90, 1, 2); }, 1, {"11: ff2f  "}},
+        {"running status after another status", [&](Builder& b) { b.AppendChannel(11, 0xC0, 1); b.Append(second(), 12); }, 0, {"11: c0 01 ", "12: 90 3c00 ", "12: ff2f  "}},
+        {"running status after a meta event", [&](Builder& b) { b.AppendMeta(11, 1, ""); b.Append(second(), 12); }, 0, {"11: ff01  ", "12: 90 3c00 ", "12: ff2f  "}},
+        {"the longest delta time", [&](Builder& b) { b.Append(second(), 10 + SMF_Event::cMaxDelta); }, 0, {"268435465: 90 3c00 ", "268435465: ff2f  "}},
+        {"running status across a gap that is bridged", [&](Builder& b) { b.Append(second(), 11 + SMF_Event::cMaxDelta); }, 0, {filler, "268435466: 90 3c00 ", "268435466: ff2f  "}},
+    };
+    // clang-format on
+    for (const auto& row : rows) {
+        const AssertRecorder recorder;
+        SMF_TrackBuilder builder;
+        builder.AppendChannel(10, 0x90, 0x3C, 0x40);
+        row.work(builder);
+        SMF_File file(96);
+        file.AddTrack(builder.Finish());
+        EXPECT_EQ(recorder.Take().size(), row.reports) << row.name;
+        std::vector<std::string> events = Texts(SMF_File::Read(file.Write()).GetTracks()[0]);
+        events.erase(events.begin());
+        EXPECT_EQ(events, row.expected) << row.name;
+    }
+}
+
+TEST(SMFException, TellsTheByteInItsDescription)
+{
+    try {
+        SMF_File::Read(MidiBytes::Bytes("'MThd 00000006 0002 0001 01E0"));
+        ADD_FAILURE() << "taken";
+    } catch (Cmn_Exception& exception) {
+        exception.SetFile("song.mid");
+        EXPECT_EQ(exception.Describe(), "song.mid: format 2, expected 0 or 1 (byte 8)");
+    }
+}
+
+} // namespace
