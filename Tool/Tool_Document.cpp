@@ -7,7 +7,6 @@
 #include "Tool/Tool_Input.h"
 #include "Tool/Tool_InputError.h"
 #include "Tool/Tool_Song.h"
-#include "Tool/Tool_SongInfo.h"
 
 #include <utility>
 
@@ -23,7 +22,7 @@ constexpr StreamType cSongStreams[] = {
     {FF_TimeMaps::eStreamType_MeterMap, "meter map"},
     {FF_TimeMaps::eStreamType_TempoMap, "tempo map"},
     {FF_TimeMaps::eStreamType_KeyMap,   "key map"  },
-    {Tool_SongInfo::cStreamType,        "song info"},
+    {FF_TimeMaps::eStreamType_SongInfo, "song info"},
 };
 
 // "; not kept: the owner, the group"
@@ -44,7 +43,8 @@ std::string NotKeptText(Cmn_UInt32 iNotKept)
 void WriteSong(FF_Document& ioDocument, const Tool_Song& iSong)
 {
     FF_TimeMaps::Write(ioDocument, iSong.GetMeterMap(), iSong.GetTempoMap(), iSong.GetKeyMap());
-    Tool_SongInfo{iSong.GetEndTick(), iSong.GetSettings()}.Write(ioDocument);
+    const Tool_Settings& settings = iSong.GetSettings();
+    FF_TimeMaps::WriteInfo(ioDocument, {iSong.GetEndTick(), settings.mSampleRate, settings.mTimeCodeFormat});
 }
 } // namespace
 

@@ -8,14 +8,17 @@
 // Ownership:  owns its maps; the converter borrows them.
 #pragma once
 
+#include "Kora/FF/Song/FF_TimeMaps.h"
+#include "Kora/SMF/SMF_TimeMaps.h"
 #include "Kora/Time/Convert/Time_Converter.h"
 #include "Kora/Time/Key/Time_KeySignatureMap.h"
 #include "Kora/Time/Meter/Time_MeterMap.h"
 #include "Kora/Time/Tempo/Time_TempoMap.h"
 #include "Tool/Tool_MidiFile.h"
-#include "Tool/Tool_SongInfo.h"
+#include "Tool/Tool_Settings.h"
 
 #include <memory>
+#include <optional>
 
 class FF_Document;
 class Tool_Input;
@@ -23,8 +26,8 @@ class Tool_Input;
 class Tool_Song
 {
 public:
-    static constexpr Cmn_Int64 cTicksPerQuarter = 960000;
-    static constexpr Cmn_Int64 cStartTick = 1000000000000;
+    static constexpr Cmn_Int64 cTicksPerQuarter = SMF_TimeMaps::cTicksPerQuarter;
+    static constexpr Cmn_Int64 cStartTick = SMF_TimeMaps::cStartTick.AsInt64();
 
     // 120 beats a minute in 4/4, from the start on.
     explicit Tool_Song(const Tool_Settings& iSettings);
@@ -51,19 +54,12 @@ public:
     // The last event of any track.
     Time_Tick GetEndTick() const { return mEndTick; }
 
-    // start + round half up (iMidiTick × 960000 / iDivision), in integers; INT64_MAX where that does not fit.
-    static Cmn_Int64 FromMidiTick(Cmn_Int64 iMidiTick, Cmn_Int32 iDivision);
-
 private:
-    Tool_Song(FF_Document& ioDocument, const std::optional<Tool_SongInfo>& iInfo,
+    Tool_Song(FF_Document& ioDocument, const std::optional<FF_TimeMaps::SongInfo>& iInfo,
               const Tool_AskedSettings& iAsked);
 
-    void BuildMeters(const Tool_MidiFile& iFile);
-    void BuildTempos(const Tool_MidiFile& iFile);
-    void BuildKeys(const Tool_MidiFile& iFile);
     void AddTempo(Time_Tick iTick, double iBeatsPerMinute);
     void CheckPlaces(const std::string& iName) const;
-    void CheckEnd(const Tool_MidiFile& iFile) const;
 
     Tool_Settings mSettings;
     Time_MeterMap mMeterMap;

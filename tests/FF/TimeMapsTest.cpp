@@ -4,6 +4,7 @@
 #include "Kora/Time/Key/Time_KeySignatureMap.h"
 #include "Kora/Time/Tempo/Time_ConstantTempoSeg.h"
 #include "Kora/Time/Tempo/Time_TempoMap.h"
+#include "Kora/Time/Values/Time_Typed.h"
 #include "Support/MeterMapText.h"
 
 namespace {
@@ -87,6 +88,41 @@ TEST_F(TimeMapsTest, OtherVersionsAreAnsweredAndTheOtherMapsStay)
         EXPECT_EQ(maps.Text(), expected) << row.name;
         EXPECT_TRUE(document.GetCurrentContext().empty());
     }
+}
+
+TEST_F(TimeMapsTest, TheSongsEndAndRateComeBackAsWrittenLastOrAreRefused)
+{
+    using Info = FF_TimeMaps::SongInfo;
+    Time_Typed::Init();
+    const double none = std::numeric_limits<double>::quiet_NaN();
+    const Time_Tick past = Time_Typed::MaxTime(Time_eType_Ticks).AsTick() + Time_TickLength(1);
+    // clang-format off
+    const struct { const char* name; Info info; int message; } rows[] = {
+        {"as a song has them",     {At(7), 48000.0, eTimeCodeFormat_2997Drop}, 0},
+        {"the slowest rate",       {At(7), 1000.0, eTimeCodeFormat_24}, 0},
+        {"the fastest rate",       {At(7), 768000.0, eTimeCodeFormat_60Drop}, 0},
+        {"a rate below",           {At(7), 999.9, eTimeCodeFormat_25}, Cmn_eMessage_ReadError},
+        {"a rate that is no number", {At(7), none, eTimeCodeFormat_25}, Cmn_eMessage_ReadError},
+        {"no format",              {At(7), 48000.0, eTimeCodeFormat_UseGlobal}, Cmn_eMessage_ReadError},
+        {"a format without rate",  {At(7), 48000.0, eTimeCodeFormat_2997OMF}, Cmn_eMessage_ReadError},
+        {"an end past all time",   {past, 48000.0, eTimeCodeFormat_25}, Cmn_eMessage_ReadError},
+    };
+    // clang-format on
+    Document document(Sys_Store::eOpenFlag_New);
+    Info read;
+    EXPECT_FALSE(FF_TimeMaps::ReadInfo(document, read));
+    for (const auto& row : rows) {
+        FF_TimeMaps::WriteInfo(document, row.info);
+        document.Flush();
+        const Info before = read;
+        EXPECT_EQ(MessageOf([&] { EXPECT_TRUE(FF_TimeMaps::ReadInfo(document, read)); }), row.message)
+            << row.name;
+        const Info& expected = row.message == 0 ? row.info : before;
+        EXPECT_TRUE(read.mEndTick == expected.mEndTick && read.mSampleRate == expected.mSampleRate &&
+                    read.mTimeCodeFormat == expected.mTimeCodeFormat)
+            << row.name;
+    }
+    EXPECT_EQ(document.GetTOC().GetNumKeys(), 1);
 }
 
 } // namespace

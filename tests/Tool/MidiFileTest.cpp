@@ -1,3 +1,4 @@
+#include "Kora/SMF/SMF_TimeEvents.h"
 #include "tests/Tool/ToolFixture.h"
 
 namespace {
@@ -81,15 +82,16 @@ TEST(MidiFile, SaysWhereAndWhatOfEveryBadFile)
 
 TEST(MidiFile, ReadsEventsOfAllTracksInFileOrder)
 {
-    const Tool_MidiFile file = Tool_MidiFile::Parse(RichFile(), "rich.mid");
+    const SMF_File file = SMF_File::Read(RichFile());
+    const SMF_TimeEvents events(file);
     std::ostringstream text;
-    for (const auto& tempo : file.Tempos())
+    for (const auto& tempo : events.mTempos)
         text << tempo.mPlace.mTick << ": " << tempo.mMicrosecondsPerQuarter << ", ";
-    for (const auto& meter : file.Meters())
+    for (const auto& meter : events.mMeters)
         text << meter.mPlace.mTick << ": " << meter.mNumerator << '/' << meter.mDenominator << ", ";
-    for (const auto& key : file.Keys())
+    for (const auto& key : events.mKeys)
         text << key.mPlace.mTick << ": " << key.mSharps << (key.mIsMinor ? " minor, " : " major, ");
-    text << "last " << file.LastEvent().mTick << " of " << file.GetDivision();
+    text << "last " << events.mLastEvent.mTick << " of " << file.GetDivision();
     EXPECT_EQ(text.str(),
               "0: 500000, 268435751: 16777215, 96: 7/8, 102: 255/2048, 96: -3 minor, 102: 7 major, "
               "last 268435751 of 96");

@@ -169,15 +169,15 @@ TEST_F(SongTest, RandomSongsAreWhatAPlainWalkSays)
 
 TEST_F(SongTest, MidiTicksRoundHalfUpAndNeverWrap)
 {
-    EXPECT_EQ(Tool_Song::FromMidiTick(0, 480), cStart);
-    EXPECT_EQ(Tool_Song::FromMidiTick(1, 480), cStart + 2000);
-    EXPECT_EQ(Tool_Song::FromMidiTick(1, 32767), cStart + 29);  // 29.298
-    EXPECT_EQ(Tool_Song::FromMidiTick(1, 25600), cStart + 38);  // 37.5
-    EXPECT_EQ(Tool_Song::FromMidiTick(3, 25600), cStart + 113); // 112.5
-    EXPECT_EQ(Tool_Song::FromMidiTick(32768, 32767), cStart + 960029);
-    EXPECT_EQ(Tool_Song::FromMidiTick(600000000000, 1), cStart + 600000000000 * 960000);
-    EXPECT_EQ(Tool_Song::FromMidiTick(INT64_MAX, 1), INT64_MAX);
-    EXPECT_EQ(Tool_Song::FromMidiTick(INT64_MAX / 960000 + 1, 1), INT64_MAX);
+    EXPECT_EQ(SMF_TimeMaps::FromFileTick(0, 480), cStart);
+    EXPECT_EQ(SMF_TimeMaps::FromFileTick(1, 480), cStart + 2000);
+    EXPECT_EQ(SMF_TimeMaps::FromFileTick(1, 32767), cStart + 29);  // 29.298
+    EXPECT_EQ(SMF_TimeMaps::FromFileTick(1, 25600), cStart + 38);  // 37.5
+    EXPECT_EQ(SMF_TimeMaps::FromFileTick(3, 25600), cStart + 113); // 112.5
+    EXPECT_EQ(SMF_TimeMaps::FromFileTick(32768, 32767), cStart + 960029);
+    EXPECT_EQ(SMF_TimeMaps::FromFileTick(600000000000, 1), cStart + 600000000000 * 960000);
+    EXPECT_EQ(SMF_TimeMaps::FromFileTick(INT64_MAX, 1), INT64_MAX);
+    EXPECT_EQ(SMF_TimeMaps::FromFileTick(INT64_MAX / 960000 + 1, 1), INT64_MAX);
 }
 
 TEST_F(SongTest, ALastEventPastTheTimeLineIsRefused)
