@@ -8,6 +8,7 @@ Usage: kora song FILE [--rate HZ] [--timecode NAME] [--json]
        kora plot FILE [-o OUT.svg] [--rate HZ] [--timecode NAME]
        kora convert FILE --from UNIT --to UNIT[,UNIT...] [--rate HZ] [--timecode NAME]
        kora xml FILE [--rate HZ] [--timecode NAME]
+       kora export FILE.kora [-o OUT.mid] [--division TICKS]
        kora save FILE OUT.kora [--scramble TYPE] [--rate HZ] [--timecode NAME]
        kora info FILE.kora [--json]
        kora check FILE.kora... [--all]
@@ -20,6 +21,7 @@ Songs, from a MIDI file or a document:
   convert     turn positions into other units: ticks, samples, frames, bars, timecode, seconds
   xml         print the song's maps as XML
   save        save the song as a document
+  export      write a document's song as a MIDI file
 
 Documents:
   info        print what is in a document: header, streams, table of contents
@@ -27,8 +29,8 @@ Documents:
   repair      bring back what a damaged document still holds, into another file
 
 FILE may be a pipe, a device or "-" for standard input, which are read whole, up to 268435456
-bytes; in "kora convert" a "-" means that there is no file. "-" as the output of plot and save is
-standard output.
+bytes; in "kora convert" a "-" means that there is no file. "-" as the output of plot, save and
+export is standard output.
 
 Try:
 
@@ -63,6 +65,26 @@ A file is taken whole or not at all. A MIDI file is refused when it is cut short
 and its header disagree (more or fewer tracks than counted), when a track does not end with its
 end-of-track event, or when an event means nothing (a tempo of 0, a time signature of 0 beats or of
 a denominator above 2048, more than 7 sharps or flats). Chunks of unknown types are skipped.
+)";
+
+inline constexpr char Tool_cExportHelp[] =
+    R"(Writes the tempo, meter and key changes of a document's song as a standard MIDI file.
+
+Usage: kora export FILE.kora [-o OUT.mid] [--division TICKS]
+
+  FILE.kora         the document; "-" for standard input
+  -o OUT.mid        the MIDI file, which takes the place of one that is there; without it, or for
+                    "-", standard output
+  --division TICKS  file ticks to a quarter note, 1 to 32767 (default: 960)
+
+The file is of format 0: one track with all changes, which ends where the song ends. Its first tick
+is the song's start. A change that lies between two file ticks goes to the nearest, half up; of
+several that come to one tick the last holds. A tempo becomes whole microseconds to a quarter note,
+half up. How many were rounded, and by how much at most, is told.
+
+A song that no MIDI file can hold is refused: a meter of more than 255 beats or of a denominator
+that is no power of two up to 2048, a key of more than 7 accidentals, a tempo below 3.58 quarter
+notes a minute.
 )";
 
 inline constexpr char Tool_cConvertHelp[] =

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "Kora/SMF/SMF_Exception.h"
-#include "Kora/SMF/SMF_File.h"
+#include "Kora/SMF/SMF_TimeMaps.h"
 #include "Tool/Tool_InputError.h"
 
 #include <string>
@@ -34,3 +34,7 @@ private:
     SMF_File mFile;
     std::string mName;
 };
+
+// What did not fit into a MIDI file as it was: "2 changes moved, by 480 ticks at most; 1 tempo rounded, by 0.00014 quarter
+// notes a minute at most"; empty where all did.
+std::string Tool_RoundingText(const SMF_TimeMaps::Report& iReport);

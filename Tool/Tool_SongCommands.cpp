@@ -1,5 +1,6 @@
-// The subcommands that show a song: song, convert, plot.
+// The subcommands that show a song or put it into another form: song, convert, plot, export.
 #include "Tool/Tool_Convert.h"
+#include "Tool/Tool_Document.h"
 #include "Tool/Tool_File.h"
 #include "Tool/Tool_Help.h"
 #include "Tool/Tool_InputError.h"
@@ -7,6 +8,7 @@
 #include "Tool/Tool_SongReport.h"
 #include "Tool/Tool_StandardInput.h"
 #include "Tool/Tool_Subcommand.h"
+#include "Tool/Tool_Text.h"
 
 #include <CLI/CLI.hpp>
 
@@ -106,6 +108,56 @@ private:
     Tool_SettingsOptions mSettings;
     std::string mOutput;
 };
+class ExportCommand : public Tool_Subcommand
+{
+public:
+    explicit ExportCommand(CLI::App& ioApp)
+        : Tool_Subcommand(ioApp, "export", Tool_cExportHelp)
+    {
+        App().add_option("-o,--output", mOutput);
+        App().add_option("--division", mDivision);
+    }
+
+    Tool_Outcome Run(std::istream& iIn) const override
+    {
+        SMF_File file(Division());
+        const Tool_Input input = Input(iIn);
+        const auto document = Tool_OpenDocument(input);
+        const auto report = Tool_NamingFile(input.Name(), [&] {
+            const Tool_Song song(*document, {});
+            return SMF_TimeMaps::Write(file, {song.GetMeterMap(), song.GetTempoMap(), song.GetKeyMap(),
+                                              song.GetStartTick(), song.GetEndTick()});
+        });
+        std::string bytes = file.Write();
+        const std::string text = Tool_RoundingText(report);
+        if (App().count("-o") == 0 || mOutput == Tool_cStandardOutput)
+            return {std::move(bytes), {}, text.empty() ? "" : "standard output: " + text + '\n'};
+        if (input.IsSameFile(mOutput))
+            throw Tool_UsageError("the MIDI file would take the place of " + Tool_Quoted(mOutput));
+        Tool_WriteFile(mOutput, bytes);
+        return {Tool_Printable(mOutput) + ": " + std::to_string(bytes.size()) + " bytes, " +
+                    std::to_string(file.GetDivision()) + " ticks to a quarter note" +
+                    (text.empty() ? "" : "; ") + text + '\n',
+                {},
+                {}};
+    }
+
+private:
+    int Division() const
+    {
+        int division = cDefaultDivision;
+        if (App().count("--division") > 0 &&
+            (!Tool_ParseInteger(mDivision, division) || division < 1 || division > cMaxDivision))
+            throw Tool_UsageError("--division " + Tool_Quoted(mDivision) + ", expected 1 to 32767");
+        return division;
+    }
+
+    static constexpr int cDefaultDivision = 960;
+    static constexpr int cMaxDivision = 32767;
+
+    std::string mOutput;
+    std::string mDivision;
+};
 } // namespace
 
 void Tool_AddSongCommands(CLI::App& ioApp, Tool_Subcommands& ioCommands)
@@ -113,4 +165,5 @@ void Tool_AddSongCommands(CLI::App& ioApp, Tool_Subcommands& ioCommands)
     ioCommands.push_back(std::make_unique<SongCommand>(ioApp));
     ioCommands.push_back(std::make_unique<ConvertCommand>(ioApp));
     ioCommands.push_back(std::make_unique<PlotCommand>(ioApp));
+    ioCommands.push_back(std::make_unique<ExportCommand>(ioApp));
 }

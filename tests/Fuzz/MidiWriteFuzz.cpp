@@ -64,7 +64,7 @@ void CheckTrack(const SMF_Track& iTrack)
 
 void Check(std::string_view iBytes)
 {
-    SMF_File file = SMF_File::Read(iBytes);
+    SMF_File file = SMF_File::Read(std::string(iBytes));
     Require(file.Write() == iBytes, "what is read is written as the same bytes");
     for (const SMF_Track& track : file.GetTracks())
         CheckTrack(track);

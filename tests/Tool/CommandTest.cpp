@@ -97,7 +97,8 @@ TEST_F(CommandTest, WrongUsageIsExitTwoOnOneLine)
         " convert - --from samples --to bars extra; plot; plot a.mid -o; save; save a.mid; save a.mid b c;"
         " save a.mid b --scramble 6; save a.mid b --scramble -1; save a.mid b --scramble 1x; info; info a "
         "--all;"
-        " check; check a --json; repair; repair a; repair a b c; repair a -; xml; xml a b; xml a --rate 0");
+        " check; check a --json; repair; repair a; repair a b c; repair a -; xml; xml a b; xml a --rate 0;"
+        " export; export a --division 0; export a b; export a --rate 48000");
     for (std::string line; std::getline(lines, line, ';');) {
         std::istringstream words(line);
         std::vector<std::string> arguments;
@@ -115,7 +116,8 @@ TEST_F(CommandTest, HelpIsThereForEachAndFitsATerminal)
 {
     EXPECT_EQ(Run({"--version"}).mOut.substr(0, 5), "kora ");
     for (const std::string command :
-         {"", "song", "convert", "plot", "xml", "save", "info", "check", "repair"}) {
+         {"", "song", "convert", "plot", "export", "xml", "save", "info", "check", "repair"})
+    {
         const std::string help = command.empty() ? Run({"--help"}).mOut : Run({command, "x", "--help"}).mOut;
         EXPECT_NE(help.find("\nUsage: kora " + command), std::string::npos) << command;
         std::istringstream lines(help);

@@ -313,3 +313,32 @@ TEST_F(DocumentTest, ACutOrFlippedDocumentIsToldInOneLineAndRepairedAsFarAsItGoe
         }
     }
 }
+
+TEST_F(DocumentTest, ExportWritesASongThatReadsAsTheDocumentAndTellsWhatItRounded)
+{
+    const std::string song = Written("song.kora", Saved(ReadFile(cFirstLight)));
+    Good({"export", song, "-o", "out.mid"});
+    EXPECT_EQ(SongOf("out.mid", {"--rate", "44100"}), SongOf(song));
+    EXPECT_EQ(Good({"export", song}), ReadFile("out.mid"));
+    Make("fine.kora", [](FF_Document& ioDocument) {
+        Time_MeterMap meters;
+        Time_TempoMap tempi;
+        Time_KeySignatureMap keys;
+        for (const Cmn_Int64 tick : {0, 1, 2500})
+            keys.SetKeySignature(Time_Tick(Tool_Song::cStartTick + tick), {});
+        tempi.AddSegment(std::make_unique<Time_ConstantTempoSeg>(Time_Tick(Tool_Song::cStartTick), 140.0));
+        FF_TimeMaps::Write(ioDocument, meters, tempi, keys);
+    });
+    const std::string tempo = "1 tempo rounded, by 0.00014 quarter notes a minute at most\n";
+    EXPECT_EQ(Good({"export", "fine.kora", "-o", "fine.mid"}),
+              "fine.mid: 53 bytes, 960 ticks to a quarter note; 2 changes moved, by 500 ticks at most; "
+              "1 change gave way to the next at the same MIDI tick; " +
+                  tempo);
+    EXPECT_EQ(Run({"export", "fine.kora", "--division", "1"}).mErr.substr(0, 16), "standard output:");
+    EXPECT_EQ(Run({"export", "fine.kora", "-o", "./fine.kora"}).mExit, 2);
+    EXPECT_EQ(Run({"export", cFirstLight, "-o", "x.mid"}).mExit, 1);
+    for (const char* division : {"0", "32768", "x", ""})
+        EXPECT_EQ(Run({"export", "fine.kora", "--division", division}).mErr,
+                  "kora: --division \"" + std::string(division) +
+                      "\", expected 1 to 32767 (\"kora --help\" shows the usage)\n");
+}
