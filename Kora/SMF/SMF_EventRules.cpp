@@ -76,11 +76,4 @@ Cmn_Int64 BigEndian(std::string_view iBytes)
     return value;
 }
 
-void AppendVariableLength(std::string& ioBytes, Cmn_Int64 iValue)
-{
-    for (int shift = 21; shift > 0; shift -= 7)
-        if (iValue >> shift != 0) ioBytes += static_cast<char>(0x80 | (iValue >> shift & 0x7F));
-    ioBytes += static_cast<char>(iValue & 0x7F);
-}
-
 } // namespace SMF_EventRules

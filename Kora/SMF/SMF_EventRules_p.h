@@ -29,7 +29,5 @@ std::string Hex(Cmn_Int32 iByte);
 
 void AppendBigEndian(std::string& ioBytes, Cmn_Int64 iValue, int iBytes);
 Cmn_Int64 BigEndian(std::string_view iBytes);
-// In as few bytes as it takes; iValue is 0 to 2^28 - 1.
-void AppendVariableLength(std::string& ioBytes, Cmn_Int64 iValue);
 
 } // namespace SMF_EventRules

@@ -26,7 +26,10 @@ SMF_File::SMF_File(Cmn_Int32 iDivision)
     Cmn_ASSERT(iDivision == mDivision);
 }
 
-SMF_File SMF_File::Read(std::string_view iBytes) { return SMF_Reader(iBytes).Run(); }
+SMF_File SMF_File::Read(std::string iBytes)
+{
+    return SMF_Reader(std::make_shared<const std::string>(std::move(iBytes))).Run();
+}
 
 std::string SMF_File::Write() const
 {

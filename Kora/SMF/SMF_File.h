@@ -34,8 +34,9 @@ public:
 
     // No tracks yet. A division outside 1 to 32767 asserts and is brought into it.
     explicit SMF_File(Cmn_Int32 iDivision);
-    // Throws SMF_Exception for what is no sound MIDI file, with the byte where it was met. The bytes are copied.
-    static SMF_File Read(std::string_view iBytes);
+    // Throws SMF_Exception for what is no sound MIDI file, with the byte where it was met. The file keeps
+    // the bytes that it is given: move them in, and nothing is copied.
+    static SMF_File Read(std::string iBytes);
 
     // The file as bytes. A file without a track asserts: no reader takes one.
     std::string Write() const;

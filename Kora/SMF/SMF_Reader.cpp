@@ -152,46 +152,44 @@ void SMF_Reader::ReadChunk()
 void SMF_Reader::ReadTrack()
 {
     const std::size_t start = mPosition;
-    SMF_Track track;
-    track.mEventCount = 0;
+    Cmn_Int64 tick = 0, count = 0;
     Cmn_Int32 runningStatus = 0; // 0: none
     bool isAtEnd = false;
     while (!isAtEnd) {
-        SkipPlainEvents(track, runningStatus);
+        SkipPlainEvents(runningStatus, tick, count);
         if (Left() == 0) Fail(mPosition, "the track ends here, expected its end-of-track event");
         // A file of less than 2^56 bytes cannot carry the sum past 63 bits.
-        track.mEndTick += ReadVariableLength("a delta time");
+        tick += ReadVariableLength("a delta time");
         isAtEnd = ReadEvent(runningStatus);
-        ++track.mEventCount;
+        ++count;
     }
     if (Left() != 0)
         Fail(mPosition, ByteCount(Left()) + " after the end-of-track event, expected the track to end");
-    track.mBytes = mBytes.substr(start, mPosition - start);
-    mFile.mTracks.push_back(std::move(track));
+    mFile.mTracks.push_back(SMF_Track(mOwner, mBytes.substr(start, mPosition - start), count, tick));
 }
 
 // Channel events with a delta time of one or two bytes are nearly all of a file. Stops before the first event that is not
 // known at once to be one, which the careful way then reads or refuses.
-void SMF_Reader::SkipPlainEvents(SMF_Track& ioTrack, Cmn_Int32& ioRunningStatus)
+void SMF_Reader::SkipPlainEvents(Cmn_Int32& ioRunningStatus, Cmn_Int64& ioTick, Cmn_Int64& ioCount)
 {
     const auto* const bytes = reinterpret_cast<const unsigned char*>(mBytes.data());
     std::size_t position = mPosition;
-    Cmn_Int64 tick = ioTrack.mEndTick, count = 0;
+    Cmn_Int64 tick = ioTick, count = ioCount;
     unsigned running = static_cast<unsigned>(ioRunningStatus);
     while (mEnd - position >= 5) { // delta time, status, data: 2 + 1 + 2 at most
         const unsigned char* at = bytes + position;
-        unsigned delta = *at++;
-        if (delta >= 0x80) {
-            const unsigned low = *at++;
-            if (low >= 0x80) break;
-            delta = (delta & 0x7F) << 7 | low;
-        }
+        // Which of the two sizes a delta time has is anybody's guess, so that nothing branches on it.
+        const unsigned isLong = *at >> 7, low = at[1] & (0 - isLong);
+        const unsigned delta = (*at & 0x7F) << (7 * isLong) | low;
+        at += 1 + isLong;
         unsigned status = running;
-        if (*at >= 0x80) status = *at++;
+        if (*at >= 0x80) [[likely]]
+            status = *at++;
         // No status is running, or it is no channel's.
         if (status - 0x80 >= 0x70) break;
-        unsigned data = *at++;
-        if ((status & 0xE0) != 0xC0) data |= *at++;
+        unsigned data = low | *at++;
+        if ((status & 0xE0) != 0xC0) [[likely]]
+            data |= *at++;
         if (data >= 0x80) break;
         running = status;
         tick += delta;
@@ -199,8 +197,8 @@ void SMF_Reader::SkipPlainEvents(SMF_Track& ioTrack, Cmn_Int32& ioRunningStatus)
         position = static_cast<std::size_t>(at - bytes);
     }
     mPosition = position;
-    ioTrack.mEndTick = tick;
-    ioTrack.mEventCount += count;
+    ioTick = tick;
+    ioCount = count;
     ioRunningStatus = static_cast<Cmn_Int32>(running);
 }
 

@@ -3,6 +3,8 @@
 
 #include "Kora/SMF/SMF_File.h"
 
+#include <utility>
+
 inline constexpr std::size_t cChunkHeaderSize = 8;
 inline constexpr std::size_t cHeaderSize = 6;
 
@@ -10,9 +12,10 @@ inline constexpr std::size_t cHeaderSize = 6;
 class SMF_Reader
 {
 public:
-    explicit SMF_Reader(std::string_view iBytes)
-        : mBytes(iBytes)
-        , mEnd(iBytes.size())
+    explicit SMF_Reader(std::shared_ptr<const std::string> iBytes)
+        : mOwner(std::move(iBytes))
+        , mBytes(*mOwner)
+        , mEnd(mBytes.size())
     {
     }
 
@@ -32,11 +35,12 @@ private:
     void ReadHeader();
     void ReadChunk();
     void ReadTrack();
-    void SkipPlainEvents(SMF_Track& ioTrack, Cmn_Int32& ioRunningStatus);
+    void SkipPlainEvents(Cmn_Int32& ioRunningStatus, Cmn_Int64& ioTick, Cmn_Int64& ioCount);
     bool ReadEvent(Cmn_Int32& ioRunningStatus);
     void SkipChannelData(Cmn_Int32 iStatus);
     bool ReadMeta();
 
+    std::shared_ptr<const std::string> mOwner;
     std::string_view mBytes;
     std::size_t mPosition = 0;
     std::size_t mEnd;

@@ -6,13 +6,16 @@
 // Invariants: (1) the bytes are whole, sound events, of which the last and only the last is an end-of-track event
 //             (2) GetEventCount() and GetEndTick() are theirs.
 // Cost:       memory is the bytes of the file, about 4 an event. Visiting allocates and throws nothing.
-// Threads:    a plain value: several threads may read one that nobody changes.
+// Ownership:  a value whose bytes never change. Copies share them, as do the tracks of one file that was read: they stay
+//             until the last of those tracks is gone.
+// Threads:    several may read one track, and copies of it anywhere.
 #pragma once
 
 #include "Export/Kora_API.h"
 #include "Kora/SMF/SMF_Event.h"
 
 #include <iterator>
+#include <memory>
 #include <string>
 
 class KORA_API SMF_Track
@@ -31,7 +34,7 @@ public:
     // Where the end-of-track event lies, in file ticks: no event lies behind it.
     Cmn_Int64 GetEndTick() const { return mEndTick; }
     // The body of the track's chunk, and where an event's status or, under running status, its data begins in it.
-    const std::string& GetBytes() const { return mBytes; }
+    std::string_view GetBytes() const { return mBytes; }
     Cmn_Int64 OffsetOf(const SMF_Event& iEvent) const
     {
         return iEvent.mBytes.data() + iEvent.mDeltaSize - mBytes.data();
@@ -44,7 +47,12 @@ private:
     friend class SMF_Reader;
     friend class SMF_TrackBuilder;
 
-    std::string mBytes;
+    // iOwner keeps the bytes.
+    SMF_Track(std::shared_ptr<const std::string> iOwner, std::string_view iBytes, Cmn_Int64 iEventCount,
+              Cmn_Int64 iEndTick);
+
+    std::shared_ptr<const std::string> mOwner; // null for a track that is empty
+    std::string_view mBytes;
     Cmn_Int64 mEventCount = 1;
     Cmn_Int64 mEndTick = 0;
 };
@@ -67,6 +75,7 @@ public:
 
 private:
     static Cmn_UInt32 ReadVariableLength(const char*& ioAt);
+    static Cmn_UInt32 ReadDelta(const char*& ioAt);
 
     SMF_Event mEvent;
     const char* mNext;
@@ -88,6 +97,17 @@ inline Cmn_UInt32 SMF_Track::Iterator::ReadVariableLength(const char*& ioAt)
     return value;
 }
 
+// Most take one or two bytes, which of them is anybody's guess: nothing branches on it. A second byte is always there.
+inline Cmn_UInt32 SMF_Track::Iterator::ReadDelta(const char*& ioAt)
+{
+    const Cmn_UInt32 first = static_cast<Cmn_UInt8>(ioAt[0]), isLong = first >> 7;
+    const Cmn_UInt32 second = static_cast<Cmn_UInt8>(ioAt[1]) & (0 - isLong);
+    if (second >= 0x80) [[unlikely]]
+        return ReadVariableLength(ioAt);
+    ioAt += 1 + isLong;
+    return (first & 0x7F) << (7 * isLong) | second;
+}
+
 // Checks nothing: the track's invariant says that the bytes are sound.
 inline SMF_Track::Iterator& SMF_Track::Iterator::operator++()
 {
@@ -96,7 +116,7 @@ inline SMF_Track::Iterator& SMF_Track::Iterator::operator++()
         return *this;
     }
     const char* const start = mNext;
-    mEvent.mTick += ReadVariableLength(mNext);
+    mEvent.mTick += ReadDelta(mNext);
     mEvent.mDeltaSize = static_cast<Cmn_UInt8>(mNext - start);
     const auto status = static_cast<Cmn_UInt8>(*mNext);
     mEvent.mIsRunning = status < 0x80;

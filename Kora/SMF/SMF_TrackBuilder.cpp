@@ -9,16 +9,7 @@
 
 namespace {
 constexpr std::size_t cMaxTrackBytes = 0xFFFFFFFF;
-constexpr Cmn_UInt8 cMetaText = 0x01;
 } // namespace
-
-SMF_Track SMF_TrackBuilder::Empty()
-{
-    SMF_Track track;
-    track.mBytes.clear();
-    track.mEventCount = 0;
-    return track;
-}
 
 bool SMF_TrackBuilder::BeginEvent(Cmn_Int64& ioTick)
 {
@@ -27,48 +18,85 @@ bool SMF_TrackBuilder::BeginEvent(Cmn_Int64& ioTick)
     return true;
 }
 
-void SMF_TrackBuilder::AppendDelta(Cmn_Int64 iTick)
+// So many bytes behind those that are written.
+inline char* SMF_TrackBuilder::Room(std::size_t iBytes)
+{
+    if (mBytes.size() - mSize < iBytes) [[unlikely]]
+        mBytes.resize(std::max(mSize + iBytes, 2 * mBytes.size()));
+    return mBytes.data() + mSize;
+}
+
+inline void SMF_TrackBuilder::Put(std::string_view iBytes)
+{
+    char* const room = Room(iBytes.size());
+    if (iBytes.size() <= 4) // nearly all: a call to copy them would take longer
+        for (std::size_t i = 0; i < iBytes.size(); ++i)
+            room[i] = iBytes[i];
+    else
+        iBytes.copy(room, iBytes.size());
+    mSize += iBytes.size();
+}
+
+inline void SMF_TrackBuilder::PutByte(Cmn_UInt8 iByte)
+{
+    *Room(1) = static_cast<char>(iByte);
+    ++mSize;
+}
+
+// In as few bytes as it takes; iValue is 0 to SMF_Event::cMaxDelta.
+inline void SMF_TrackBuilder::PutVariableLength(Cmn_Int64 iValue)
+{
+    const int more = (iValue >= 1 << 7) + (iValue >= 1 << 14) + (iValue >= 1 << 21);
+    char* at = Room(4);
+    for (int shift = 7 * more; shift > 0; shift -= 7)
+        *at++ = static_cast<char>(0x80 | (iValue >> shift & 0x7F));
+    *at = static_cast<char>(iValue & 0x7F);
+    mSize += static_cast<std::size_t>(more) + 1;
+}
+
+void SMF_TrackBuilder::PutDelta(Cmn_Int64 iTick)
 {
     while (iTick - GetTick() > SMF_Event::cMaxDelta) {
         const Cmn_Int64 between = GetTick() + SMF_Event::cMaxDelta;
-        mTrack.mBytes.append("\xFF\xFF\xFF\x7F\xFF\x01\0", 7);
-        static_assert(cMetaText == 0x01);
+        Put({"\xFF\xFF\xFF\x7F\xFF\x01\0", 7}); // an empty text
         mRunningStatus = 0;
         EndEvent(between);
     }
-    SMF_EventRules::AppendVariableLength(mTrack.mBytes, iTick - GetTick());
+    PutVariableLength(iTick - GetTick());
+}
+
+void SMF_TrackBuilder::PutContent(std::string_view iContent)
+{
+    PutVariableLength(static_cast<Cmn_Int64>(iContent.size()));
+    Put(iContent);
+    mRunningStatus = 0;
 }
 
 void SMF_TrackBuilder::EndEvent(Cmn_Int64 iTick)
 {
-    if (mTrack.mBytes.size() > cMaxTrackBytes) throw std::length_error("a MIDI track of 2^32 bytes or more");
-    mTrack.mEndTick = iTick;
-    ++mTrack.mEventCount;
-}
-
-void SMF_TrackBuilder::AppendContent(std::string_view iContent)
-{
-    SMF_EventRules::AppendVariableLength(mTrack.mBytes, static_cast<Cmn_Int64>(iContent.size()));
-    mTrack.mBytes.append(iContent);
-    mRunningStatus = 0;
+    if (mSize > cMaxTrackBytes) throw std::length_error("a MIDI track of 2^32 bytes or more");
+    mTick = iTick;
+    ++mEventCount;
 }
 
 void SMF_TrackBuilder::Append(const SMF_Event& iEvent, Cmn_Int64 iTick)
 {
     if (!BeginEvent(iTick)) return;
-    const std::string_view body = iEvent.mBytes.substr(iEvent.mDeltaSize);
-    const bool needsStatus = iEvent.mIsRunning && mRunningStatus != iEvent.mStatus;
+    const std::string_view spelledDelta = iEvent.mBytes.substr(0, iEvent.mDeltaSize);
     Cmn_Int64 delta = 0;
-    for (const char byte : iEvent.mBytes.substr(0, iEvent.mDeltaSize))
+    for (const char byte : spelledDelta)
         delta = delta << 7 | (byte & 0x7F);
-    if (delta == iTick - GetTick())
-        mTrack.mBytes.append(iEvent.mBytes.substr(0, iEvent.mDeltaSize));
-    else
-        AppendDelta(iTick);
-    // Bridging a gap ends running status.
-    if (needsStatus || (iEvent.mIsRunning && mRunningStatus == 0))
-        mTrack.mBytes += static_cast<char>(iEvent.mStatus);
-    mTrack.mBytes.append(body);
+    std::string_view rest = iEvent.mBytes;
+    if (delta != iTick - GetTick()) {
+        PutDelta(iTick);
+        rest.remove_prefix(spelledDelta.size());
+    } else if (iEvent.mIsRunning && mRunningStatus != iEvent.mStatus) {
+        Put(spelledDelta);
+        rest.remove_prefix(spelledDelta.size());
+    }
+    // Asked after the delta time: bridging a gap ends running status.
+    if (iEvent.mIsRunning && mRunningStatus != iEvent.mStatus) PutByte(iEvent.mStatus);
+    Put(rest);
     mRunningStatus = iEvent.IsChannel() ? iEvent.mStatus : Cmn_UInt8{0};
     mIsEnded = iEvent.IsEndOfTrack();
     EndEvent(iTick);
@@ -79,10 +107,10 @@ void SMF_TrackBuilder::AppendChannel(Cmn_Int64 iTick, Cmn_UInt8 iStatus, Cmn_UIn
 {
     if (!Cmn_ASSERT(iStatus >= 0x80 && iStatus < SMF_Event::cSysEx && iData < 0x80 && iSecond < 0x80)) return;
     if (!BeginEvent(iTick)) return;
-    AppendDelta(iTick);
-    if (!iIsRunning || mRunningStatus != iStatus) mTrack.mBytes += static_cast<char>(iStatus);
-    mTrack.mBytes += static_cast<char>(iData);
-    if ((iStatus & 0xE0) != 0xC0) mTrack.mBytes += static_cast<char>(iSecond);
+    PutDelta(iTick);
+    if (!iIsRunning || mRunningStatus != iStatus) PutByte(iStatus);
+    PutByte(iData);
+    if ((iStatus & 0xE0) != 0xC0) PutByte(iSecond);
     mRunningStatus = iStatus;
     EndEvent(iTick);
 }
@@ -92,9 +120,9 @@ void SMF_TrackBuilder::AppendSysEx(Cmn_Int64 iTick, Cmn_UInt8 iStatus, std::stri
     if (!Cmn_ASSERT(iStatus == SMF_Event::cSysEx || iStatus == SMF_Event::cEscape)) return;
     if (iContent.size() > SMF_Event::cMaxDelta) throw std::length_error("a sysex of 2^28 bytes or more");
     if (!BeginEvent(iTick)) return;
-    AppendDelta(iTick);
-    mTrack.mBytes += static_cast<char>(iStatus);
-    AppendContent(iContent);
+    PutDelta(iTick);
+    PutByte(iStatus);
+    PutContent(iContent);
     EndEvent(iTick);
 }
 
@@ -103,10 +131,10 @@ void SMF_TrackBuilder::AppendMeta(Cmn_Int64 iTick, Cmn_UInt8 iType, std::string_
     if (!Cmn_ASSERT(SMF_EventRules::FaultOf(iType, iContent).mText.empty())) return;
     if (iContent.size() > SMF_Event::cMaxDelta) throw std::length_error("a meta event of 2^28 bytes or more");
     if (!BeginEvent(iTick)) return;
-    AppendDelta(iTick);
-    mTrack.mBytes += static_cast<char>(SMF_Event::cMeta);
-    mTrack.mBytes += static_cast<char>(iType);
-    AppendContent(iContent);
+    PutDelta(iTick);
+    PutByte(SMF_Event::cMeta);
+    PutByte(iType);
+    PutContent(iContent);
     mIsEnded = iType == SMF_Event::cEndOfTrack;
     EndEvent(iTick);
 }
@@ -114,7 +142,10 @@ void SMF_TrackBuilder::AppendMeta(Cmn_Int64 iTick, Cmn_UInt8 iType, std::string_
 SMF_Track SMF_TrackBuilder::Finish(Cmn_Int64 iEndTick)
 {
     if (!mIsEnded) AppendMeta(std::max(iEndTick, GetTick()), SMF_Event::cEndOfTrack, {});
-    mIsEnded = false;
-    mRunningStatus = 0;
-    return std::exchange(mTrack, Empty());
+    mBytes.resize(mSize);
+    auto bytes = std::make_shared<const std::string>(std::move(mBytes));
+    const std::string_view all = *bytes;
+    SMF_Track track(std::move(bytes), all, mEventCount, mTick);
+    *this = SMF_TrackBuilder();
+    return track;
 }

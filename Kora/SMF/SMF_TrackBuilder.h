@@ -16,7 +16,10 @@ class KORA_API SMF_TrackBuilder
 {
 public:
     // About as many bytes are expected.
-    explicit SMF_TrackBuilder(std::size_t iExpectedBytes = 0) { mTrack.mBytes.reserve(iExpectedBytes); }
+    explicit SMF_TrackBuilder(std::size_t iExpectedBytes = 0)
+        : mBytes(iExpectedBytes, '\0')
+    {
+    }
 
     // An event of another track, at its own tick or at another.
     void Append(const SMF_Event& iEvent) { Append(iEvent, iEvent.mTick); }
@@ -30,20 +33,26 @@ public:
     void AppendMeta(Cmn_Int64 iTick, Cmn_UInt8 iType, std::string_view iContent);
 
     // Of the last event so far.
-    Cmn_Int64 GetTick() const { return mTrack.mEndTick; }
+    Cmn_Int64 GetTick() const { return mTick; }
     // Ends the track, if no end-of-track event came, at the last event's tick or at a later one, and hands it out. The
     // builder begins anew.
     SMF_Track Finish(Cmn_Int64 iEndTick = 0);
 
 private:
     bool BeginEvent(Cmn_Int64& ioTick);
-    void AppendDelta(Cmn_Int64 iTick);
+    void Put(std::string_view iBytes);
+    void PutByte(Cmn_UInt8 iByte);
+    void PutVariableLength(Cmn_Int64 iValue);
+    void PutDelta(Cmn_Int64 iTick);
+    void PutContent(std::string_view iContent);
+    char* Room(std::size_t iBytes);
     void EndEvent(Cmn_Int64 iTick);
-    void AppendContent(std::string_view iContent);
 
-    SMF_Track mTrack{Empty()};
+    // As many as there is room for, of which mSize are written.
+    std::string mBytes;
+    std::size_t mSize = 0;
+    Cmn_Int64 mEventCount = 0;
+    Cmn_Int64 mTick = 0;
     Cmn_UInt8 mRunningStatus = 0; // 0: none
     bool mIsEnded = false;
-
-    static SMF_Track Empty();
 };

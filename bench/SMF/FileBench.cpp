@@ -16,7 +16,7 @@ namespace {
 
 constexpr int cTracks = 16, cEventsOfATrack = 1000000 / cTracks;
 
-// Notes on and off, controllers and bends; a status is written three times of four, a delta time takes one byte or two.
+// Notes, controllers and bends, each with its status; two delta times of five take two bytes.
 const std::string& Song()
 {
     static const std::string bytes = [] {
@@ -26,7 +26,7 @@ const std::string& Song()
             SMF_TrackBuilder builder;
             Cmn_Int64 tick = 0;
             for (int i = 1; i < cEventsOfATrack; ++i) {
-                tick += random() % 4 == 0 ? 128 + random() % 1000 : random() % 128;
+                tick += random() % 5 < 2 ? 128 + random() % 1000 : random() % 128;
                 const int kinds[] = {0x90, 0x90, 0x80, 0xB0, 0xE0};
                 builder.AppendChannel(tick, static_cast<Cmn_UInt8>(kinds[random() % 5] | track),
                                       static_cast<Cmn_UInt8>(random() % 128),
