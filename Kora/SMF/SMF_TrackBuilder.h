@@ -7,7 +7,8 @@
 // Preconditions: an event before the last one's tick asserts and goes to that tick. One that no reader would take (a
 //                data byte above 0x7F, a tempo of 0, anything behind the end of track) asserts and is left out.
 // Times:         a gap of more than SMF_Event::cMaxDelta ticks is bridged by empty text events.
-// Throws:        std::length_error for a track of 2^32 bytes or more and an event's content of 2^28 or more.
+// Throws:        std::length_error for a track of 2^32 bytes or more and an event's content of 2^28 or more. After an
+//                exception a builder can only be assigned or destroyed.
 #pragma once
 
 #include "Kora/SMF/SMF_Track.h"
