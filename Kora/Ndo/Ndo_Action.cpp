@@ -13,3 +13,5 @@ void Ndo_Action::LogAction()
     else if (AutoDeleteOnFail())
         delete this;
 }
+
+std::size_t Ndo_Action::GetByteCount() const noexcept { return 0; }

@@ -7,6 +7,8 @@
 
 #include "Export/Kora_API.h"
 
+#include <cstddef>
+
 class KORA_API Ndo_Action
 {
 public:
@@ -31,4 +33,8 @@ protected:
     Ndo_Action& operator=(const Ndo_Action&) = default;
 
     virtual bool AutoDeleteOnFail();
+
+public:
+    // About how much memory it keeps beside itself, which a history's limit counts. 0 here.
+    virtual std::size_t GetByteCount() const noexcept;
 };

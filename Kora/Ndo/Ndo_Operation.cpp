@@ -81,9 +81,45 @@ void Ndo_Operation::Take(Ndo_Operation& ioOther)
     if (mActions.empty()) mActions.swap(ioOther.mActions);
 }
 
+void Ndo_Operation::Append(Ndo_Operation& ioLater)
+{
+    const bool isFree = this != &ioLater && !IsRestoring() && !ioLater.IsRestoring();
+    if (!Cmn_ASSERT_TEXT(isFree, "!IsRestoring()")) return;
+    mActions.reserve(mActions.size() + ioLater.mActions.size()); // from here on nothing throws
+    for (auto& action : ioLater.mActions)
+        mActions.push_back(std::move(action));
+    ioLater.mActions.clear();
+
+    // An object that both know is led back to where the earlier one found it: as LogCreate and LogDelete have it.
+    while (!ioLater.mModifiedStates.empty()) {
+        States::node_type later = ioLater.mModifiedStates.extract(ioLater.mModifiedStates.begin());
+        States::node_type deleted = mDeletedStates.extract(later.key());
+        mModifiedStates.insert(std::move(deleted.empty() ? later : deleted));
+    }
+    while (!ioLater.mDeletedStates.empty()) {
+        States::node_type later = ioLater.mDeletedStates.extract(ioLater.mDeletedStates.begin());
+        States::node_type modified = mModifiedStates.extract(later.key());
+        if (modified.empty())
+            mDeletedStates.insert(std::move(later));
+        else if (modified.mapped() != nullptr)
+            mDeletedStates.insert(std::move(modified));
+    }
+}
+
 bool Ndo_Operation::IsEmpty() const
 {
     return mModifiedStates.empty() && mDeletedStates.empty() && mActions.empty();
+}
+
+std::size_t Ndo_Operation::GetByteCount() const
+{
+    std::size_t bytes = 0;
+    for (const States* const states : {&mModifiedStates, &mDeletedStates})
+        for (const auto& [id, state] : *states)
+            bytes += state != nullptr ? state->NdoGetByteCount() : 0;
+    for (const auto& action : mActions)
+        bytes += action->GetByteCount();
+    return bytes;
 }
 
 std::string Ndo_Operation::Dump() const

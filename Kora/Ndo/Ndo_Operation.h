@@ -57,7 +57,14 @@ public:
     // An object that cannot be found (it was deleted while nobody recorded) is reported by the manager and skipped.
     void Restore();
 
+    // Makes what was recorded next part of this operation, which then leads back from behind both; ioLater is empty
+    // afterwards. Out of memory leaves both as they were. Asserts "!IsRestoring()", and does nothing, while either is
+    // restored or they are the same.
+    void Append(Ndo_Operation& ioLater);
+
     [[nodiscard]] bool IsEmpty() const;
+    // What the states and actions say that they keep.
+    [[nodiscard]] std::size_t GetByteCount() const;
     bool IsRestoring() const { return mRestoringP != nullptr; }
     // One line for each object and one for the number of actions.
     [[nodiscard]] std::string Dump() const;

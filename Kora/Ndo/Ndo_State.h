@@ -5,6 +5,8 @@
 
 #include "Export/Kora_API.h"
 
+#include <cstddef>
+
 class Ndo_Object;
 
 class KORA_API Ndo_State
@@ -14,6 +16,8 @@ public:
     // ID and fills from the state. The caller owns it.
     virtual Ndo_Object* NdoCreateObject() = 0;
     virtual ~Ndo_State();
+    // About how much memory it keeps beside itself, which a history's limit counts. 0 here.
+    virtual std::size_t NdoGetByteCount() const noexcept;
 
 protected:
     Ndo_State() = default;

@@ -68,6 +68,27 @@ TEST_F(OperationTest, WhatIsLoggedDependsOnWhatWasLogged)
     }
 }
 
+// What one step did and what the next did to the same object, joined to one.
+TEST_F(OperationTest, AppendLeadsBackFromBehindBoth)
+{
+    const Cmn_Int64 id = Note::New(60)->NdoGetID();
+    const auto note = [&] { return static_cast<Note*>(Ndo_gManager.LookupObject(id)); };
+    const Ndo_ExternalRef<Note> known(note());
+    const std::function<void()> edits[] = {
+        [&] { note()->Set(61); }, [&] { note()->NdoDelete(); },
+        [&] { (new Note(Ndo_Object::kNoUndo, 64))->NdoRestoreUndoable(id); }, [] { MoveFader::Log(3); }};
+    const char* const cScripts[] = {"00", "01", "12", "0120", "1201", "1212", "303", "31323"};
+    for (const std::string script : cScripts) {
+        const auto first = Record(edits[script[0] - '0']);
+        for (const char edit : script.substr(1))
+            first->Append(*Record(edits[edit - '0']));
+        first->Append(*first);
+        first->Restore();
+        EXPECT_EQ(World::Text(), std::to_string(id) + "=60 fader 0") << script;
+        EXPECT_EQ(mRecorder.Take(), Reports{"!IsRestoring()@$^$@Ndo/Ndo_Operation"}) << script;
+    }
+}
+
 // Three restores, each from the listener of the one before, and what the innermost listener does.
 TEST_F(OperationTest, ARestoreInsideAnothersIsItsOwn)
 {

@@ -89,6 +89,7 @@ private:
             --World::sNumStates;
             World::Called("free " + std::to_string(mID), false);
         }
+        std::size_t NdoGetByteCount() const noexcept override { return 8; }
         Ndo_Object* NdoCreateObject() override
         {
             World::Called("create " + std::to_string(mID));
@@ -123,6 +124,7 @@ struct MoveFader : Ndo_Action
         Log(mFrom);
     }
     bool AutoDeleteOnFail() override { return mAutoDelete; }
+    std::size_t GetByteCount() const noexcept override { return 5; }
 
     int mFrom = 0;
     int mTo;

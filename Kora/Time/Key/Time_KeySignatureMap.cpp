@@ -41,6 +41,8 @@ public:
 
     Ndo_Object* NdoCreateObject() override { return new Time_KeySignatureMap(Ndo_Object::kNoUndo); }
 
+    std::size_t NdoGetByteCount() const noexcept override { return mBytes.size(); }
+
     void Restore(Time_KeySignatureMap& ioMap) const
     {
         Sys_MemInStream bytes(mBytes);

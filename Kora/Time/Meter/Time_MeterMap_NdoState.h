@@ -18,6 +18,7 @@ public:
 
     // An empty map outside of undo.
     Ndo_Object* NdoCreateObject() override;
+    std::size_t NdoGetByteCount() const noexcept override { return mBytes.size(); }
     const std::vector<Cmn_UInt8>& GetBytes() const { return mBytes; }
 
 private:

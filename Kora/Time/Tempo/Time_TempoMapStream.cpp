@@ -37,6 +37,7 @@ public:
         return map.release();
     }
 
+    std::size_t NdoGetByteCount() const noexcept override { return mBytes.size(); }
     const std::vector<Cmn_UInt8>& GetBytes() const { return mBytes; }
 
 private:
