@@ -4,6 +4,7 @@
 #include "Bastel/Cmn/Cmn_XMLNode.h"
 #include "Bastel/Sys/Sys_StdStreamHeader.h"
 #include "Kora/Time/Tempo/Time_BasicTempoMap.h"
+#include "Kora/Time/Tempo/Time_TempoLimits.h"
 
 #include <sstream>
 
@@ -79,6 +80,16 @@ void Time_ConstantTempoSeg::ReadTempo(Sys_TypedInStream& iStream)
     const double beatsPerMinute = IsComputed() ? cDefaultBeatsPerMinute : mBeatsPerMinute;
     if (!Time_BasicTempoMapSegment::IsTempo(beatsPerMinute, nTicksPerBeat))
         throw Sys_StreamReadException(position);
+}
+
+void Time_ConstantTempoSeg::ComputeSampleLengthLimits(double& oMin, double& oMax,
+                                                      const Time_TickLength& iLength,
+                                                      const Time_TempoLimits& iLimits,
+                                                      double iSampleRate) const
+{
+    const double minutes = iLength.AsFloat64() / nTicksPerBeat.AsFloat64(); // at one beat a minute
+    oMin = minutes * iSampleRate * 60.0 / iLimits.GetMaxBPM(nTicksPerBeat);
+    oMax = minutes * iSampleRate * 60.0 / iLimits.GetMinBPM(nTicksPerBeat);
 }
 
 void Time_ConstantTempoSeg::SetTempo(double iBeatsPerMinute, const Time_TickLength& iTicksPerBeat)

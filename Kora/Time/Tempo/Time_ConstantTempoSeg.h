@@ -43,6 +43,10 @@ public:
     bool IsTempoUnspecified() const { return mTempoIsUnspecified; }
     void SetTempoIsUnspecified() { mTempoIsUnspecified = true; }
 
+    // How many samples iLength may last in the segment's beat, so that its tempo is within the limits.
+    void ComputeSampleLengthLimits(double& oMin, double& oMax, const Time_TickLength& iLength,
+                                   const class Time_TempoLimits& iLimits, double iSampleRate) const;
+
     // A computed segment takes no tempo.
     bool CanSetTempo() const { return !IsComputed(); }
     // Stores both; the tempo is specified then. Asserts "this->CanSetTempo()"; what is stored nonetheless is derived

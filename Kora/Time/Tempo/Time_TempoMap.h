@@ -76,6 +76,13 @@ public:
     void EraseSegments(Time_Tick iStart, Time_Tick iEnd);
     // Segments locked to a sample in the range.
     void EraseLockedSegmentsBySample(Time_Sample iStart, Time_Sample iEnd);
+    // The segments of [iStart, iEnd) go and these come, as one edit. They ascend by start ticks within the range, or
+    // assert "segments ascend within the range" and nothing is changed.
+    void ReplaceSegments(Time_Tick iStart, Time_Tick iEnd,
+                         std::vector<std::unique_ptr<Time_TempoMapSegment>> iSegments);
+    // Makes the first locked segment the song start, or where none is locked, one at cDefaultSongStartTick, locked to
+    // the sample that it falls on. Nothing if there is a song start.
+    void EnsureSongStart();
     void Clear();
     // Copies iOther's segments; the sample rate stays. Nothing for the map itself.
     void ReplaceWith(const Time_TempoMap& iOther);

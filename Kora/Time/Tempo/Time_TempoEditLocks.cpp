@@ -1,0 +1,198 @@
+// Time_TempoEdit: positions that are locked to samples.
+#include "Kora/Time/Tempo/Time_TempoEdit_p.h"
+#include "Kora/Time/Tempo/Time_TempoMap_StEditOptimizer.h"
+
+#include <algorithm>
+
+using namespace Time_TempoEditDetail;
+
+namespace {
+
+using Point = Time_TempoEdit::Point;
+
+std::optional<Point> PointOf(const Time_TempoMapSegment* iLock)
+{
+    if (iLock == nullptr) return std::nullopt;
+    return Point{iLock->GetStartTick(), iLock->GetStartSample()};
+}
+
+// What a point may be, from the neighbour to one side of it.
+struct SampleRange
+{
+    double mMin = -1e300;
+    double mMax = 1e300;
+};
+
+// The whole samples that a stretch may last within the tempo limits.
+SampleRange LengthsBetween(const Time_TempoMap& iMap, Time_Tick iFrom, Time_Tick iTo)
+{
+    const Piece piece = PieceAt(iMap, iFrom);
+    double min, max;
+    Time_ConstantTempoSeg(iFrom, piece.mBeatsPerMinute, piece.mTicksPerBeat)
+        .ComputeSampleLengthLimits(min, max, Time_TickLength(Cmn_WrapSub(iTo.AsInt64(), iFrom.AsInt64())),
+                                   Time_TempoEdit::GetTempoLimits(), iMap.GetSampleRate());
+    // A length below a sample is none; halves of a bit do not keep a limit from being reached.
+    constexpr double cBits = 1e-9;
+    return {std::max(1.0, -static_cast<double>(Cmn_FloorToInt64(-(min * (1 - cBits))))),
+            static_cast<double>(Cmn_FloorToInt64(max * (1 + cBits)))};
+}
+
+Result CheckPoint(const Time_TempoMap& iMap, const Point& iPoint, const std::optional<Point>& iBefore,
+                  const std::optional<Point>& iNext)
+{
+    const auto sampleOf = [](const Point& iAt) { return static_cast<double>(iAt.mSample.AsInt64()); };
+    const double sample = sampleOf(iPoint);
+    SampleRange range;
+    if (iBefore) {
+        const SampleRange lengths = LengthsBetween(iMap, iBefore->mTick, iPoint.mTick);
+        range = {sampleOf(*iBefore) + lengths.mMin, sampleOf(*iBefore) + lengths.mMax};
+    }
+    if (iNext) {
+        const SampleRange lengths = LengthsBetween(iMap, iPoint.mTick, iNext->mTick);
+        range.mMin = std::max(range.mMin, sampleOf(*iNext) - lengths.mMax);
+        range.mMax = std::min(range.mMax, sampleOf(*iNext) - lengths.mMin);
+    }
+    if (sample >= range.mMin && sample <= range.mMax) return {};
+    const bool isOrdered =
+        (!iBefore || iBefore->mSample < iPoint.mSample) && (!iNext || iPoint.mSample < iNext->mSample);
+    return {.mReason = isOrdered ? Result::eReason_OutOfLimits : Result::eReason_LockOrder,
+            .mNearest = std::max(std::min(sample, range.mMax), range.mMin)};
+}
+
+struct Neighbours
+{
+    std::optional<Point> mBefore;
+    std::optional<Point> mNext;
+};
+
+// Where no position is locked, the song start will be.
+Neighbours NeighboursOf(const Time_TempoMap& iMap, Time_Tick iFirst, Time_Tick iLast)
+{
+    Neighbours found{PointOf(LockBefore(iMap, iFirst)), PointOf(LockFrom(iMap, iLast + Time_TickLength(1)))};
+    constexpr Time_Tick cStart = Time_TempoMap::cDefaultSongStartTick;
+    if (iMap.IsNumberOfLockedSegmentsLessThan(1) && cStart < iFirst)
+        found.mBefore = Point{cStart, iMap.TickToSample(cStart, false)};
+    return found;
+}
+
+Result CheckPoints(const Time_TempoMap& iMap, const std::vector<Point>& iPoints,
+                   const Neighbours& iNeighbours)
+{
+    const bool isLockless = iMap.IsNumberOfLockedSegmentsLessThan(1);
+    if (isLockless && iPoints.front().mTick < Time_TempoMap::cDefaultSongStartTick)
+        return {.mReason = Result::eReason_BeforeSongStart,
+                .mNearest = static_cast<double>(Time_TempoMap::cDefaultSongStartTick.AsInt64())};
+    std::optional<Point> before = iNeighbours.mBefore;
+    for (std::size_t i = 0; i < iPoints.size(); ++i) {
+        const bool isLast = i + 1 == iPoints.size();
+        Result result;
+        if (before && before->mTick >= iPoints[i].mTick)
+            result.mReason = Result::eReason_EmptyRange;
+        else
+            result = CheckPoint(iMap, iPoints[i], before, isLast ? iNeighbours.mNext : std::nullopt);
+        result.mIndex = i;
+        if (!result) return result;
+        before = iPoints[i];
+    }
+    return {};
+}
+
+// One tempo from each lock to the next; the tempo in force at the last one goes on behind it.
+void CommitPoints(Time_TempoMap& ioMap, const std::vector<Point>& iPoints, const Neighbours& iNeighbours)
+{
+    const Time_TempoMap_StEditOptimizer edit(ioMap);
+    ioMap.EnsureSongStart();
+    const auto lockOf = [&](const Point& iPoint, bool iIsComputed) {
+        const auto old = ioMap.FindSegment(iPoint.mTick);
+        SegmentPtr segment =
+            SegmentOf(PieceAt(ioMap, iPoint.mTick), old != ioMap.SegmentEnd() ? old->get() : nullptr);
+        segment->LockToSample(iPoint.mSample);
+        segment->SetIsComputed(iIsComputed);
+        return segment;
+    };
+    std::vector<SegmentPtr> segments;
+    segments.reserve(iPoints.size() + 1);
+    if (iNeighbours.mBefore) segments.push_back(lockOf(*iNeighbours.mBefore, true));
+    for (std::size_t i = 0; i < iPoints.size(); ++i)
+        segments.push_back(lockOf(iPoints[i], i + 1 < iPoints.size() || iNeighbours.mNext));
+    const Time_Tick end =
+        iNeighbours.mNext ? iNeighbours.mNext->mTick : iPoints.back().mTick + Time_TickLength(1);
+    const Time_Tick start = segments.front()->GetStartTick();
+    ioMap.ReplaceSegments(start, end, std::move(segments));
+}
+
+// The points that get a lock: from each, the next is the last up to which one line stays within the tolerance of all
+// between.
+std::vector<Point> WithinTolerance(const std::vector<Point>& iPoints, double iTolerance)
+{
+    std::vector<Point> kept{iPoints.front()};
+    double least = -1e300, most = 1e300; // samples per tick that keep to what is skipped
+    for (std::size_t i = 1; i < iPoints.size(); ++i) {
+        const auto from = [&](const Point& iPoint) {
+            return std::pair(TicksBetween(kept.back().mTick, iPoint.mTick),
+                             static_cast<double>((iPoint.mSample - kept.back().mSample).AsInt64()));
+        };
+        auto [ticks, samples] = from(iPoints[i]);
+        if (samples < least * ticks || samples > most * ticks) {
+            kept.push_back(iPoints[i - 1]);
+            least = -1e300, most = 1e300;
+            std::tie(ticks, samples) = from(iPoints[i]);
+        }
+        least = std::max(least, (samples - iTolerance) / ticks);
+        most = std::min(most, (samples + iTolerance) / ticks);
+    }
+    if (iPoints.size() > 1) kept.push_back(iPoints.back());
+    return kept;
+}
+
+} // namespace
+
+Time_TempoEditResult Time_TempoEdit::LockToSample(Time_TempoMap& ioMap, Time_Tick iTick, Time_Sample iSample)
+{
+    return LockAll(ioMap, {
+                              Point{iTick, iSample}
+    });
+}
+
+Time_TempoEditResult Time_TempoEdit::MoveLock(Time_TempoMap& ioMap, Time_Tick iTick, Time_Sample iSample)
+{
+    const auto lock = ioMap.FindSegment(iTick);
+    if (lock == ioMap.SegmentEnd() || !(*lock)->IsLockedToSample())
+        return {.mReason = Result::eReason_NoLock};
+    return LockToSample(ioMap, iTick, iSample);
+}
+
+Time_TempoEditResult Time_TempoEdit::RemoveLock(Time_TempoMap& ioMap, Time_Tick iTick)
+{
+    const auto lock = ioMap.FindSegment(iTick);
+    const Time_TempoMapSegment* const before = LockBefore(ioMap, iTick);
+    if (lock == ioMap.SegmentEnd() || !(*lock)->IsLockedToSample() || (*lock)->IsSongStart() ||
+        before == nullptr)
+        return {.mReason = Result::eReason_NoLock};
+    const Time_TempoMapSegment* const next = LockFrom(ioMap, iTick + Time_TickLength(1));
+    const Time_Tick start = before->GetStartTick();
+    std::vector<SegmentPtr> segments;
+    if (next != nullptr) {
+        segments.push_back(SegmentOf(PieceAt(ioMap, start), before));
+        segments.back()->SetIsComputed(true);
+        ioMap.ReplaceSegments(start, next->GetStartTick(), std::move(segments));
+        return {};
+    }
+    for (auto iter = ioMap.FindSegment(start); iter <= lock; ++iter) {
+        segments.push_back((*iter)->Clone());
+        segments.back()->SetIsComputed(false);
+    }
+    segments.back()->UnlockFromSample();
+    ioMap.ReplaceSegments(start, iTick + Time_TickLength(1), std::move(segments));
+    return {};
+}
+
+Time_TempoEditResult Time_TempoEdit::LockAll(Time_TempoMap& ioMap, const std::vector<Point>& iPoints,
+                                             double iToleranceSamples)
+{
+    if (iPoints.empty()) return {.mReason = Result::eReason_EmptyRange};
+    const Neighbours neighbours = NeighboursOf(ioMap, iPoints.front().mTick, iPoints.back().mTick);
+    if (const Result result = CheckPoints(ioMap, iPoints, neighbours); !result) return result;
+    CommitPoints(ioMap, WithinTolerance(iPoints, iToleranceSamples), neighbours);
+    return {};
+}

@@ -1,0 +1,32 @@
+// Time_TempoEditResult: whether a tempo edit was carried out, and if not why, and what is nearest that could be.
+//
+//     const Time_TempoEditResult result = Time_TempoEdit::LockToSample(map, tick, sample);
+//     if (!result) …   // eReason_OutOfLimits: result.mNearest is the nearest sample that the tick could be locked to
+//
+// A refused edit has changed nothing and told nobody.
+#pragma once
+
+#include <cstddef>
+
+struct Time_TempoEditResult
+{
+    enum EReason {
+        eReason_Done = 0,
+        eReason_EmptyRange = 1, // the range, the step, the list or the length is empty, or negative
+        eReason_OutOfLimits =
+            2, // mNearest: the tempo, factor, offset, length or sample that stays within the limits
+        eReason_Locked = 3, // a locked position would move; mNearest: the tick of the first one that would
+        eReason_BeforeSongStart = 4, // mNearest: the song start's tick
+        eReason_LockOrder =
+            5, // not behind the lock before, or not before the next; mNearest: the nearest sample
+        eReason_NoLock = 6,      // no position is locked there, or it is the song start's
+        eReason_TooManySteps = 7 // mNearest: how many there may be
+    };
+
+    // An edit that changed something or had nothing to change.
+    explicit operator bool() const { return mReason == eReason_Done; }
+
+    EReason mReason = eReason_Done;
+    double mNearest = 0;
+    std::size_t mIndex = 0; // of the point in a list that was refused
+};
