@@ -25,6 +25,7 @@
 #include "Kora/Time/Tempo/Time_ConstantTempoSeg.h"
 #include "Kora/Time/Tempo/Time_NewTempoEvents.h"
 #include "Kora/Time/Tempo/Time_TempoEdit.h"
+#include "Kora/Time/Tempo/Time_TempoEditResult.h"
 #include "Kora/Time/Tempo/Time_TempoLimits.h"
 #include "Kora/Time/Tempo/Time_TempoMap.h"
 #include "Kora/Time/Tempo/Time_TempoMapSegment.h"

@@ -4,6 +4,8 @@
 #include "Kora/Ndo/Ndo_Action.h"
 #include "Kora/Ndo/Ndo_ExternalRef.h"
 #include "Kora/Ndo/Ndo_ExternalRefBase.h"
+#include "Kora/Ndo/Ndo_History.h"
+#include "Kora/Ndo/Ndo_HistoryListener.h"
 #include "Kora/Ndo/Ndo_Manager.h"
 #include "Kora/Ndo/Ndo_Manager_StRestoreWrapper.h"
 #include "Kora/Ndo/Ndo_Object.h"
