@@ -80,7 +80,8 @@ TEST_F(RepairTest, AnInterruptedAppendLosesNothingThatWasFlushedOrWhole)
         const Report report = Repair();
         auto repaired = ByKey(cRepaired);
         EXPECT_EQ(repaired.erase("5[1]/6/7"), 1u);
-        EXPECT_EQ(repaired, expected);
+        for (const auto& [key, bytes] : expected)
+            EXPECT_EQ(repaired[key], bytes) << key;
         EXPECT_FALSE(report.hadTOC);
         EXPECT_EQ(report.withoutDescription, report.recovered);
         EXPECT_FALSE(report.lost.empty());
