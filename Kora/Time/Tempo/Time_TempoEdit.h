@@ -11,7 +11,7 @@
 // Locks:      a locked position has its sample whatever is edited elsewhere. Between two locks there is one tempo, which
 //             is computed. So tempi are edited behind the last lock only (eReason_Locked elsewhere), and time that is
 //             inserted or deleted moves the locks behind it along, by whole samples.
-// Song start: a map without any lock gets one with its first edit, where it is anyway: no position moves. Nothing is
+// Song start: a map without any lock gets one with its first edit, at the sample nearest to where it is. Nothing is
 //             edited before the first lock but by locking a position there.
 // Units:      ticks are internal; tempi in beats per minute of their beat; samples at the map's rate. Ranges are
 //             [from, to).
