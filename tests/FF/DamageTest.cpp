@@ -131,6 +131,26 @@ protected:
         stream.end = mOut->GetPosition();
         mStreams[static_cast<std::size_t>(number)] = stream;
     }
+    // What an exception ends halfway leaves no trace, neither in the file nor in the table.
+    void WriteAbandoned()
+    {
+        struct Abandoned
+        {
+        };
+        const auto random = mRandom;
+        const auto streams = mStreams;
+        const auto pieces = mPieces;
+        mDocument->SeekToEnd(*mOut);
+        try {
+            const FF_StreamHeaderWriter header(mDocument.get(), *mOut, 20, 1);
+            Write(Key(20), false, 1, nullptr);
+            throw Abandoned();
+        } catch (const Abandoned&) {
+            mRandom = random;
+            mStreams = streams;
+            mPieces = pieces;
+        }
+    }
     void WriteNumber(int iNumber)
     {
         mOut->WriteInt32(iNumber + 1);
@@ -184,6 +204,7 @@ protected:
                 else
                     Write(Key(), false, 0, nullptr);
             }
+            WriteAbandoned();
             mDocument->Flush();
             mTable = mDocument->GetTOCOffset();
             mDocument.reset();
@@ -197,9 +218,11 @@ protected:
             mNumbers[SmallDocument::WithoutPlace(Image(i))] = i;
         SetExpected();
         const int before = mNumComplete;
+        mIsUndamaged = true;
         CheckReading([](const std::string& iWhat) { ADD_FAILURE() << "undamaged: " << iWhat; });
         EXPECT_EQ(mNumComplete, before + 1) << "document " << iSeed;
         mNumComplete = before;
+        mIsUndamaged = false;
     }
 
     // --- what reading has to give
@@ -254,6 +277,9 @@ protected:
         const Cmn_Int32 number = ioIn.ReadInt32() - 1;
         const bool isRight = number >= 0 && number < Size() && ioIn.ReadString() == TextOf(number) &&
                              header.GetVersion() == VersionOf(number) && type == At(number).Type();
+        // Repair may have had to give a stream another key.
+        const bool hasKey = isRight && mIsUndamaged && iDocument != nullptr;
+        EXPECT_TRUE(!hasKey || Key(iDocument->GetCurrentContext()) == At(number).key) << number;
         while (isRight && header.IsMoreLeft())
             text += ReadStream(iDocument, ioIn, 0, ioReading);
         text += ")" + std::to_string(number);
@@ -552,6 +578,7 @@ protected:
     std::size_t mTable = 0;
     std::map<std::string, int> mFindings;
     int mNumComplete = 0;
+    bool mIsUndamaged = false;
     int mNumSurvived = 0;
 };
 

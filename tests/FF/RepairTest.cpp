@@ -19,17 +19,11 @@ constexpr char cRepaired[] = "/songs/repaired.kora";
 class RepairTest : public StDocument
 {
 protected:
-    static void WriteSmall(int iType, const char* iWord)
+    static void WriteSmall(int iType)
     {
         Document document(Sys_Store::eOpenFlag_New, iType);
-        SmallDocument::Write(document, iWord);
+        SmallDocument::Write(document, "word");
         document.Flush();
-    }
-    static std::string PlainBytes(FF_Document& ioDocument, Cmn_Int64 iStart, Cmn_Int64 iEnd)
-    {
-        Sys_TypedInStream in = ioDocument.MakeTypedInStream();
-        in.SetPosition(iStart);
-        return SmallDocument::WithoutPlace(SmallDocument::TakeBytes(in, iEnd - iStart));
     }
     // Every key with the bytes of its stream.
     static std::map<std::string, std::string> ByKey(const char* iPath)
@@ -40,9 +34,10 @@ protected:
         for (FF_Document::TOC::Entry entry = 0; entry < document.GetTOC().GetNumKeys(); ++entry) {
             const Key key = document.GetTOC().GetKey(entry);
             if (!document.SeekToStream(key, in)) continue;
-            const Cmn_Int64 start = in.GetPosition();
-            const Sys_StdStreamHeaderReader header(in, "Z");
-            streams[key.Dump()] = PlainBytes(document, start, header.GetInfo().end);
+            Sys_StdStreamHeaderInfo info;
+            EXPECT_TRUE(Sys_StdStreamHeaderReader::Peek(in, info));
+            streams[key.Dump()] =
+                SmallDocument::WithoutPlace(SmallDocument::TakeBytes(in, info.end - info.start));
         }
         return streams;
     }
@@ -62,7 +57,7 @@ TEST_F(RepairTest, AnInterruptedAppendLosesNothingThatWasFlushedOrWhole)
 {
     for (int type = 0; type <= 5; ++type) {
         SCOPED_TRACE("type " + std::to_string(type));
-        WriteSmall(type, "word");
+        WriteSmall(type);
         const auto expected = ByKey(cPath);
         Document document(Sys_Store::eOpenFlag_ReadWrite);
         Sys_TypedOutStream out = document.MakeTypedOutStream();
@@ -90,7 +85,7 @@ TEST_F(RepairTest, AnInterruptedAppendLosesNothingThatWasFlushedOrWhole)
 
 TEST_F(RepairTest, ATableThatTheHeaderDoesNotNameYetLendsDescriptions)
 {
-    WriteSmall(0, "word");
+    WriteSmall(0);
     const Bytes before = FileBytes();
     {
         Document document(Sys_Store::eOpenFlag_ReadWrite);

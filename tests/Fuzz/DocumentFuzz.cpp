@@ -1,6 +1,5 @@
 // Any bytes as a document: they are refused with one documented complaint, or all of it is read, its song too; it is
-// checked, repaired and appended to, and what repair and flush write is without fault. Of one without a fault a nested
-// frame, or a part of one, gets into another's place: what is read of it then is what was read before, or a complaint.
+// checked, repaired and appended to, and what repair and flush write is without fault.
 //
 // Sums keep damage out, and with it most of what a fuzzer tries. The mutator below works on the unmasked bytes and
 // makes the sums right again afterwards, from the innermost frame outward.
@@ -15,7 +14,6 @@
 #include "Tool/Tool_InputError.h"
 #include "Tool/Tool_Song.h"
 
-#include <array>
 #include <bit>
 #include <span>
 
@@ -181,30 +179,6 @@ void CheckRepair()
         FF_DocumentCheck::ListStreams(document)); // throws unless every outermost stream fits its sum
 }
 
-// The seed picks a frame, or the beginning of one, and a nested frame of the document whose place it takes.
-void CheckDamage(const SmallDocument::Reading& iBefore, unsigned iSeed)
-{
-    MemoryFileSystem::Bytes file = Disk().GetBytes(cPath);
-    FF_Document document = SmallDocument::Make(cPath);
-    document.Open(Sys_Store::eOpenFlag_Read);
-    std::vector<FF_StreamInfo> frames = FF_DocumentCheck::ListStreams(document);
-    document.Close();
-    if (frames.size() < 2) return;
-    const FF_StreamInfo from = frames[iSeed % frames.size()];
-    const FF_StreamInfo to = frames[iSeed / 256 % frames.size()];
-    const std::array<Cmn_Int64, 4> sizes = {from.size, 26, 28,
-                                            iSeed / 262144 % 64}; // all, a header, and a stream type
-    const auto size = static_cast<std::size_t>(std::min(from.size, sizes[iSeed / 65536 % 4]));
-    if (to.size < static_cast<Cmn_Int64>(size)) return;
-    Mask(file);
-    std::copy_n(file.begin() + from.position, size, file.begin() + to.position);
-    Mask(file);
-    Disk().SetBytes(cPath, std::move(file));
-    const SmallDocument::Reading after = SmallDocument::Read(cPath);
-    Require(iBefore.text.starts_with(after.text) && (!after.complaint.empty() || after.text == iBefore.text),
-            "damage is not read as another value: " + after.text + " for " + iBefore.text);
-}
-
 void Check(unsigned iSeed)
 {
     const SmallDocument::Reading reading = SmallDocument::Read(cPath);
@@ -220,7 +194,6 @@ void Check(unsigned iSeed)
     if (opens) ReadSong();
     // The costly things take turns, so that no kind of document goes without one of them.
     const unsigned turn = iSeed % 8;
-    if (faults.empty() && reading.complaint.empty() && turn > 1) return CheckDamage(reading, iSeed / 8);
     if (turn < 3) return CheckRepair();
     if (turn > 3) return;
     const std::string complaint = Append();

@@ -81,43 +81,6 @@ void WriteMaps(FF_Document& ioDocument, Cmn_Int64 iTempoTick, Cmn_Int64 iSample,
 }
 } // namespace
 
-TEST_F(DocumentTest, ASongIsTheSameFromDocumentsOfEveryScrambling)
-{
-    // clang-format off
-    const std::pair<std::string, std::vector<std::string>> cRows[] = {
-        {ReadFile(cFirstLight), {"--rate", "47952.5", "--timecode", "29.97drop"}},
-        {File(480, {""}), {}},
-        {File(7, {Tempo(0, 16777215) + Meter(3, 1, 11) + Key(9, -7, 1) + Tempo(200, 1) + Text(30, "")}), {"--timecode", "24"}},
-    };
-    // clang-format on
-    for (const auto& [bytes, options] : cRows) {
-        const std::string midi = Written("DocumentTest.mid", bytes);
-        const std::string document = Written("DocumentTest.kora");
-        const std::string copy = Written("DocumentTest_copy.kora");
-        const std::string song = SongOf(midi, options);
-        std::vector<std::string> save = {"save", midi, document, "--scramble", ""};
-        save.insert(save.end(), options.begin(), options.end());
-        for (const std::string type : {"0", "1", "2", "3", "4", "5"}) {
-            save[4] = type;
-            const std::string line = Good(save);
-            const std::string saved = ReadFile(document);
-            EXPECT_EQ(line, document + ": 4 streams, " + std::to_string(saved.size()) + " bytes, " +
-                                (type == "0" ? "not scrambled\n" : "scrambled (type " + type + ")\n"));
-            EXPECT_EQ(saved[18], type[0] - '0');
-            EXPECT_EQ(SongOf(document), song);
-            EXPECT_EQ(
-                SongOf(document, {"--rate", "96000"}),
-                SongOf(midi, {"--rate", "96000", "--timecode", options.empty() ? "30" : options.back()}));
-            EXPECT_EQ(Good({"check", document}), document + ": good, 4 streams\n");
-            // From one document to another, then over itself.
-            Good({"save", document, copy, "--scramble", std::to_string(5 - std::stoi(type))});
-            Good({"save", copy, copy});
-            EXPECT_EQ(SongOf(copy), song);
-            EXPECT_EQ(Good({"xml", copy}), Good({"xml", document}));
-        }
-    }
-}
-
 TEST_F(DocumentTest, InfoShowsEveryStreamAndEveryEntry)
 {
     const std::string file = Written("DocumentTest_info.kora");
@@ -277,41 +240,6 @@ TEST_F(DocumentTest, NoFileIsLostToACommandThatWrites)
     const std::string copy = Written("DocumentTest_copy.kora");
     EXPECT_NE(Good({"save", other, copy}).find("; left out of it: 1 entry that is"), std::string::npos);
     EXPECT_EQ(SongOf(copy), SongOf(other));
-}
-
-TEST_F(DocumentTest, ACutOrFlippedDocumentIsToldInOneLineAndRepairedAsFarAsItGoes)
-{
-    const std::string file = Written("DocumentTest.kora");
-    const std::string fixed = Written("DocumentTest_fixed.kora");
-    const auto expectOneLine = [&](const std::vector<std::string>& iArguments, std::size_t iAt) {
-        const Outcome outcome = Run(iArguments);
-        const std::string shown = iArguments[0] + " at " + std::to_string(iAt) + ": " + outcome.mErr;
-        EXPECT_EQ(outcome.mExit, 1) << shown;
-        EXPECT_EQ(outcome.mOut, "") << shown;
-        EXPECT_EQ(std::count(outcome.mErr.begin(), outcome.mErr.end(), '\n'), 1) << shown;
-    };
-    // Every byte of the header; the library's own tests try every byte of the rest.
-    for (const std::size_t step : {3, 11}) {
-        const std::string good = SmallDocument(step == 3 ? "0" : "3");
-        const std::string commands[] = {"song", "info", "xml"};
-        for (std::size_t at = 0; at < good.size(); at += at < 50 ? 1 : step) {
-            std::string flipped = good;
-            flipped[at] = static_cast<char>(flipped[at] ^ (1 << at % 8));
-            for (const std::string& bytes : {good.substr(0, at), flipped}) {
-                std::ofstream(file, std::ios::binary) << bytes;
-                expectOneLine({"check", file}, at);
-                expectOneLine({commands[at % 3], file}, at);
-            }
-            if (at % 20 != 2) continue;
-            // What comes out is a whole document, and nothing is lost without a word.
-            const Outcome repaired = Run({"repair", file, fixed});
-            if (repaired.mExit == 0) Good({"check", fixed});
-            EXPECT_EQ(repaired.mExit == 1, repaired.mErr != "") << at;
-            const bool isAllThere = repaired.mOut.find(": 4 streams recovered") != std::string::npos;
-            EXPECT_TRUE(isAllThere || repaired.mOut.find("\nlost, byte ") != std::string::npos)
-                << repaired.mOut;
-        }
-    }
 }
 
 TEST_F(DocumentTest, ExportWritesASongThatReadsAsTheDocumentAndTellsWhatItRounded)
