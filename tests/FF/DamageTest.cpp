@@ -410,7 +410,7 @@ protected:
         Frame a;
         Frame b;
         if (iHit == eBit) bytes = part(from, to);
-        if (iHit == eBit) bytes.front() ^= static_cast<std::uint8_t>(1 << Below(8));
+        if (iHit == eBit && !bytes.empty()) bytes.front() ^= static_cast<std::uint8_t>(1 << Below(8));
         if (iHit == eByte || iHit == eNoise || (iHit == eInsert && Below(2) == 0))
             std::generate(bytes.begin(), bytes.end(), [&] { return static_cast<std::uint8_t>(Below(256)); });
         if (iHit == eDouble) {
