@@ -117,7 +117,7 @@ void BM_TempoPulsesToSecondsLibsmf(benchmark::State& ioState)
     for (auto iter = map.SegmentBegin(); iter != map.SegmentEnd(); ++iter) {
         double beatsPerMinute;
         Time_TickLength beat;
-        (*iter)->GetTempo(beatsPerMinute, beat);
+        static_cast<void>((*iter)->GetTempo(beatsPerMinute, beat));
         const auto micros = static_cast<unsigned>(60e6 / beatsPerMinute);
         unsigned char bytes[] = {0xFF,
                                  0x51,

@@ -52,8 +52,7 @@ void CheckTrack(const SMF_Track& iTrack)
     Require(later.GetEndTick() == iTrack.GetEndTick() + 200, "a moved track ends later");
     SMF_Track::Iterator event = iTrack.begin(), moved = later.begin();
     // Only the first delta time may have to be bridged.
-    while (event->mBytes != moved->mBytes && moved->IsMeta(1) && moved->mData.empty() &&
-           moved->mTick < event->mTick + 200)
+    while (moved->IsMeta(1) && moved->mData.empty() && moved->mTick < event->mTick + 200)
         ++moved;
     for (; event != iTrack.end(); ++event, ++moved)
         Require(moved != later.end() && event->mTick + 200 == moved->mTick &&
