@@ -27,9 +27,10 @@ if(KORA_WERROR)
   target_compile_options(kora_options INTERFACE $<$<COMPILE_LANGUAGE:CXX>:$<IF:$<BOOL:${MSVC}>,/WX,-Werror>>)
 endif()
 # Debug and sanitizer builds let tests change threads between the steps of the lock-free protocols.
-if(KORA_BUILD_TESTS)
-  target_compile_definitions(kora_options INTERFACE
-    $<$<OR:$<BOOL:${KORA_SANITIZE}>,$<CONFIG:Debug>>:KORA_INTERLEAVING_POINTS>)
+if(KORA_BUILD_TESTS AND KORA_SANITIZE)
+  target_compile_definitions(kora_options INTERFACE KORA_INTERLEAVING_POINTS)
+elseif(KORA_BUILD_TESTS)
+  target_compile_definitions(kora_options INTERFACE $<$<CONFIG:Debug>:KORA_INTERLEAVING_POINTS>)
 endif()
 if(KORA_SANITIZE)
   target_compile_options(kora_options INTERFACE -fsanitize=${KORA_SANITIZE} -fno-omit-frame-pointer

@@ -158,7 +158,7 @@ TEST(MenuMgr, AMenuWhoseTextThrowsIsNotLeftBehind)
     root.AppendEntry(std::make_unique<SubMenu>("popup"));
     root.GetEntry(0)->GetMenuEntrySubMenu()->AppendEntry(std::make_unique<Liar>());
     const auto before = Mgr::sDAWOwnedMenuHandles;
-    EXPECT_THROW(Mgr::BuildAndMapMenu(&root), std::out_of_range);
+    EXPECT_THROW(static_cast<void>(Mgr::BuildAndMapMenu(&root)), std::out_of_range);
     EXPECT_EQ(Mgr::sDAWOwnedMenuHandles, before);
 }
 
