@@ -30,7 +30,7 @@ struct SMF_Event
     std::string_view
         mData; // a channel event's one or two data bytes; the content of the others, without its length
     Cmn_UInt8 mStatus = 0;    // 0x80 to 0xEF, cSysEx, cEscape or cMeta
-    Cmn_UInt8 mMetaType = 0;  // of a meta event
+    Cmn_UInt8 mMetaType = 0;  // of a meta event, else 0
     Cmn_UInt8 mDeltaSize = 0; // bytes of the delta time, 1 to 4
     bool mIsRunning = false;  // the status is that of the event before and not written again
 

@@ -127,6 +127,7 @@ inline SMF_Track::Iterator& SMF_Track::Iterator::operator++()
     std::size_t length = 0;
     if (mEvent.IsChannel()) {
         length = (mEvent.mStatus & 0xE0) == 0xC0 ? 1 : 2; // program change and channel pressure have one
+        mEvent.mMetaType = 0;
     } else {
         mEvent.mMetaType = status == SMF_Event::cMeta ? static_cast<Cmn_UInt8>(*mNext++) : Cmn_UInt8{0};
         length = ReadVariableLength(mNext);
