@@ -4,10 +4,10 @@
 #include "Fuzz/FuzzTarget.h"
 #include "Kora/SMF/SMF_Exception.h"
 #include "Kora/SMF/SMF_TimeMaps.h"
-#include "Kora/SMF/SMF_TrackBuilder.h"
 #include "Kora/Time/Key/Time_KeySignatureMap.h"
 #include "Kora/Time/Meter/Time_MeterMap.h"
 #include "Kora/Time/Tempo/Time_TempoMap.h"
+#include "SMF/ShiftedTrack.h"
 
 #include <cstring>
 
@@ -36,19 +36,10 @@ void Write(SMF_File& ioFile, const Maps& iMaps)
                         {iMaps.mMeters, iMaps.mTempi, iMaps.mKeys, SMF_TimeMaps::cStartTick, iMaps.mEnd});
 }
 
-// The events again, so many ticks later.
-SMF_Track Moved(const SMF_Track& iTrack, Cmn_Int64 iBy)
-{
-    SMF_TrackBuilder builder;
-    for (const SMF_Event& event : iTrack)
-        builder.Append(event, event.mTick + iBy);
-    return builder.Finish();
-}
-
 void CheckTrack(const SMF_Track& iTrack)
 {
-    Require(Moved(iTrack, 0) == iTrack, "a track copied is the same");
-    const SMF_Track later = Moved(iTrack, 200);
+    Require(ShiftedTrack(iTrack, 0) == iTrack, "a track copied is the same");
+    const SMF_Track later = ShiftedTrack(iTrack, 200);
     Require(later.GetEndTick() == iTrack.GetEndTick() + 200, "a moved track ends later");
     SMF_Track::Iterator event = iTrack.begin(), moved = later.begin();
     // Only the first delta time may have to be bridged.

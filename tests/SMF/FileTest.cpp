@@ -1,6 +1,7 @@
 #include "Kora/SMF/SMF_Exception.h"
 #include "Kora/SMF/SMF_TrackBuilder.h"
 #include "SMF/RandomFile.h"
+#include "SMF/ShiftedTrack.h"
 #include "Support/AssertRecorder.h"
 
 #include <fstream>
@@ -22,14 +23,6 @@ SMF_Track OneByOne(const SMF_Track& iTrack)
     return builder.Finish();
 }
 
-SMF_Track Shifted(const SMF_Track& iTrack, Cmn_Int64 iLater)
-{
-    SMF_TrackBuilder builder;
-    for (const SMF_Event& event : iTrack)
-        builder.Append(event, event.mTick + iLater);
-    return builder.Finish();
-}
-
 void Compare(const RandomFile& iPlain)
 {
     const SMF_File file = SMF_File::Read(iPlain.mBytes);
@@ -47,8 +40,8 @@ void Compare(const RandomFile& iPlain)
         EXPECT_EQ(
             iPlain.mBytes.substr(static_cast<std::size_t>(file.GetTrackOffset(i)), track.GetBytes().size()),
             track.GetBytes());
-        EXPECT_EQ(Shifted(track, 0), track) << "copied without a change";
-        EXPECT_EQ(Texts(Shifted(track, 77)), Texts(track, 77));
+        EXPECT_EQ(ShiftedTrack(track, 0), track) << "copied without a change";
+        EXPECT_EQ(Texts(ShiftedTrack(track, 77)), Texts(track, 77));
         canonical.AddTrack(OneByOne(track));
         EXPECT_EQ(Texts(canonical.GetTracks().back()), iPlain.mEvents[i]);
         EXPECT_EQ(canonical.GetTracks().back().GetEndTick(), track.GetEndTick());

@@ -3,13 +3,10 @@
 #include "Bastel/Cmn/Cmn_Exception.h"
 #include "Kora/FF/Format/FF_FileBasedSimpleEncryptedInStream.h"
 #include "Kora/FF/Format/FF_FileBasedSimpleEncryptedOutStream.h"
+#include "Kora/FF/Format/FF_Format_p.h"
 #include "Kora/FF/Format/FF_ScrambleKernels_p.h"
 
-namespace {
-
-bool IsMasked(Cmn_UInt8 iType) { return FF_ScrambleMultiplier(iType) != 0; }
-
-} // namespace
+using FF_Format::IsMasked;
 
 void FF_FileBasedEncrytpedStreams::CreateInAndOutStreams(Sys_File& iInFile, Sys_File& iOutFile,
                                                          EFF_EncryptionType iType,

@@ -39,13 +39,14 @@ public:
     // iEvenIfEmpty false stays as it was.
     //
     // Every document stream that is copied is reached through the new table, but for those that were written anew, and lists
-    // that share a key with another: lost names them. FF_DocumentCheck finds no fault in the new file.
+    // that share a key with another: lost names them. FF_DocumentCheck finds no fault in the new file, unless a whole stream
+    // was written with headers in it whose frames cross.
     //
     // Where a damaged header hides which stream those behind it were in, and no table tells, they are taken for streams of
     // what is around it, or for outermost ones; items of a list that is not found are outermost ones, behind all others of
-    // their key. lost names the places. Without a table, of several streams of one key the newest, the one that was written
-    // last, is value 0, the others are further values; lost names them, and the nested streams that an outermost one may have
-    // been written in place of.
+    // their key. lost names the places. Without a table, of several streams of one key the newest, the one that was
+    // written last, is value 0, the others are further values; lost names them, and the nested streams that an outermost
+    // one may have been written in place of.
     [[nodiscard]] static Report Repair(const Sys_FileLoc& iFrom, const Sys_FileLoc& iTo,
                                        bool iEvenIfEmpty = true);
 };
