@@ -9,6 +9,7 @@
 #include "Kora/FF/Document/FF_StSetStreamContext.h"
 #include "Kora/FF/Document/FF_StreamHeader.h"
 #include "Kora/FF/Document/FF_StreamList.h"
+#include "Kora/FF/Rescue/FF_DocumentCheck.h"
 
 #include <benchmark/benchmark.h>
 
@@ -126,5 +127,14 @@ void BM_ReadByKey(benchmark::State& ioState)
         benchmark::DoNotOptimize(reader.Read(order[at++ % order.size()]));
 }
 BENCHMARK(BM_ReadByKey);
+
+// --- every header, sum and entry of the file
+void BM_Check(benchmark::State& ioState)
+{
+    const Sys_FileLoc location(SavedDocument());
+    for (auto _ : ioState)
+        BenchNeeds(FF_DocumentCheck::Check(location).empty());
+}
+BENCHMARK(BM_Check)->Unit(benchmark::kMillisecond);
 
 } // namespace

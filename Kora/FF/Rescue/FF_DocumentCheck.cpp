@@ -135,31 +135,39 @@ private:
             return Add(std::max(failure.GetOffset(), mEnd),
                        std::string("expected entries of the table of contents, found: ") + failure.what());
         }
-        for (FF_Document::TOC::Entry entry = 0; entry < toc.GetNumKeys(); ++entry)
+        for (FF_Document::TOC::Entry entry = 0; entry < toc.GetNumKeys(); ++entry) {
+            const FF_Document::TOCKey key = toc.GetKey(entry);
+            const bool isList = toc.IsList(entry);
             for (Cmn_Int32 value = 0; value < toc.GetNumValues(entry); ++value)
-                CheckValue(iWalk, toc, entry, value);
+                CheckValue(iWalk, key, toc.GetValue(entry, value), isList && value > 0 ? value - 1 : cNoItem);
+        }
     }
 
-    void CheckValue(const FF_StreamWalk& iWalk, const FF_Document::TOC& iTOC, FF_Document::TOC::Entry iEntry,
-                    Cmn_Int32 iValue)
+    void CheckValue(const FF_StreamWalk& iWalk, const FF_Document::TOCKey& iKey,
+                    const FF_Document::TOCValue& iValue, Cmn_Int32 iItem)
     {
-        const FF_Document::TOCValue value = iTOC.GetValue(iEntry, iValue);
-        const FF_Document::LocalLocation* const local = FF_FindLocal(value);
+        const FF_Document::LocalLocation* const local = FF_FindLocal(iValue);
         if (local == nullptr) return;
-        const FF_Document::TOCKey key = iTOC.GetKey(iEntry);
-        const bool isItem = iValue > 0 && iTOC.IsList(iEntry);
         for (const Cmn_UInt32 offset : local->GetOffsets()) {
-            const Cmn_Int32 node = iWalk.Find(offset);
-            if (isItem ? iWalk.FitsItem(offset, key, iValue - 1)
-                       : node != FF_StreamWalk::cNone && iWalk.Fits(node, key))
-                continue;
+            if (LeadsThere(iWalk, iKey, iItem, offset)) continue;
             if (mGaps.contains(offset)) continue; // that no header stands there was told
+            const Cmn_Int32 node = iWalk.Find(offset);
             const std::string what =
-                isItem ? "item " + std::to_string(iValue - 1) + " of stream " : std::string("stream ");
-            Add(offset, "expected " + what + key.Dump() + " of the table of contents, found " +
+                iItem == cNoItem ? std::string("stream ") : "item " + std::to_string(iItem) + " of stream ";
+            Add(offset, "expected " + what + iKey.Dump() + " of the table of contents, found " +
                             (node == FF_StreamWalk::cNone ? "no stream header" : iWalk.Describe(node)));
         }
     }
+
+    static bool LeadsThere(const FF_StreamWalk& iWalk, const FF_Document::TOCKey& iKey, Cmn_Int32 iItem,
+                           Cmn_UInt32 iOffset)
+    {
+        if (iItem != cNoItem) return iWalk.FitsItem(iOffset, iKey, iItem);
+        const Cmn_Int32 node = iWalk.Find(iOffset);
+        return node != FF_StreamWalk::cNone && iWalk.Fits(node, iKey);
+    }
+
+    static constexpr Cmn_Int32 cNoItem = -1;
 
     FF_DocumentFile mFile;
     std::vector<FF_Fault> mFaults;

@@ -70,6 +70,7 @@ FF_StreamWalk::FF_StreamWalk(FF_StreamWindow& ioWindow, bool iSwap, Cmn_Int64 iF
                              FF_EMovedFrames iMoved)
 {
     FF_FoundFrames found = FF_FindFrames(ioWindow, iSwap, iFrom, iTo, iMoved);
+    mNodes.reserve(found.frames.size());
     Tree tree(mNodes);
     for (FF_Frame& frame : found.frames)
         tree.Add(std::move(frame));
