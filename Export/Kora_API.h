@@ -1,8 +1,9 @@
-// KORA_API: marks what the shared library gives to its hosts; a static one (KORA_STATIC) marks nothing. KORA_API_NODISCARD:
-// the same for a class whose objects are all that the call which returns them, or the line that makes them, is for.
-// KORA_NONBLOCKING: stands behind a function that real-time threads may call (docs/threads.md lists them); a compiler that
-// knows the attribute then checks their callers. KORA_PRINTF_CHECKED: has a compiler that can check a function's arguments
-// against its printf format.
+// KORA_API: marks what the shared library gives to its hosts; a static one (KORA_STATIC) marks nothing.
+// KORA_API_NODISCARD: the same for a class whose objects are all that the call which returns them, or the
+// line that makes them, is for.
+// KORA_NONBLOCKING: stands behind a function that real-time threads may call (docs/threads.md lists them); a
+// compiler that knows the attribute then checks their callers. KORA_PRINTF_CHECKED: has a compiler that can
+// check a function's arguments against its printf format.
 //
 // The one place where the platforms' ways of declaring differ. All floors of the house include it, and it
 // includes nothing.

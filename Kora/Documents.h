@@ -1,5 +1,5 @@
-// Kora/Documents.h: everything of documents: streams, lists, the table of contents, safe saving, checking and repair,
-// and the maps of a song in a document.
+// Kora/Documents.h: everything of documents: streams, lists, the table of contents, safe saving, checking and
+// repair, and the maps of a song in a document.
 #pragma once
 
 #include "Kora/FF/Document/FF_Document.h"

@@ -4,13 +4,16 @@
 //     …
 //     Kora_Init::Free();    // once for each Init
 //
-// The first Init binds the trace facility, sets up shared names and tokens, and builds the limits and unit names of times. Free releases nothing: limits
-// and names handed out earlier stay good until the process ends.
+// The first Init binds the trace facility, sets up shared names and tokens, and builds the
+// limits and unit names of times. Free releases nothing: limits and names handed out earlier
+// stay good until the process ends.
 //
-// A host that forgot Init meets the assertion "Kora_Init::sInitializedCount > 0" at the first use of what it builds: the
-// limits of times, clamped conversions among them, names, listeners and tasks. What then happens stands there.
+// A host that forgot Init meets the assertion "Kora_Init::sInitializedCount > 0" at the first use of
+// what it builds: the limits of times, clamped conversions among them, names, listeners and tasks. What
+// then happens stands there.
 //
-// Threads: Init and Free are called by one thread, while no other uses the library: before the rest start, after they end.
+// Threads: Init and Free are called by one thread, while no other uses the library: before the
+// rest start, after they end.
 #pragma once
 
 #include "Bastel/Cmn/Cmn_Types.h"

@@ -35,9 +35,10 @@ std::unique_ptr<Cmn_UInt8[]> ZeroBytes(Cmn_UInt32 iSize)
     return std::unique_ptr<Cmn_UInt8[]>(new (std::nothrow) Cmn_UInt8[iSize]());
 }
 
-// A message is a unit on the pipe, but its length is known only once it has come: the first read has room for the
-// header, the second for exactly what the pipe says remains.
-// Returns the message's length, which may be less than the 12 bytes that the buffer has at least; 0 for a failure.
+// A message is a unit on the pipe, but its length is known only once it has come: the first read has room for
+// the header, the second for exactly what the pipe says remains.
+// Returns the message's length, which may be less than the 12 bytes that the buffer has
+// at least; 0 for a failure.
 Cmn_UInt32 ReadMessage(PSMessagePipe& ioPipe, const PSPipeEvent& iEvent, Cmn_Int32 iTimeoutMs,
                        Kora_RefreshBuffer& oReply)
 {
@@ -138,8 +139,9 @@ bool Kora_RefreshClient::Transact(const Kora_RefreshBuffer& iRequest, Kora_Refre
     if (!mPipe.Write(event, iRequest.GetBytes(), iRequest.GetSize(), mLimits.mTransferMs)) return false;
     const Cmn_UInt32 length = ReadMessage(mPipe, event, mLimits.mTransferMs, oReply);
     if (length == 0) return false; // the reply may have no bytes at all
-    // In 64 bits: a length near 2^32 is a lie that must not come round to a small one. The message counts, not the
-    // buffer: one that was cut within its first 12 bytes is not whole because there are zeros behind it.
+    // In 64 bits: a length near 2^32 is a lie that must not come round to a small one. The message
+    // counts, not the buffer: one that was cut within its first 12 bytes is not whole because
+    // there are zeros behind it.
     return UInt32At(oReply, cLengthAt) + cLeastBesidePayload <= length;
 }
 

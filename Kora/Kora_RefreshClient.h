@@ -5,15 +5,17 @@
 //     Cmn_UInt32 length = 0;
 //     if (Kora_RefreshClient::Request32(words, answer, sizeof answer, length)) …   // length bytes came
 //
-// The service is part of the driver's installation and listens on a local pipe (PSMessagePipe says where). A client
-// proves with a fixed identifier that it speaks with the right service, and then asks; what the words of a request and
-// the bytes of an answer mean is the service's matter. The bytes on the pipe are in docs/architecture.md.
+// The service is part of the driver's installation and listens on a local pipe (PSMessagePipe says
+// where). A client proves with a fixed identifier that it speaks with the right service, and then asks;
+// what the words of a request and the bytes of an answer mean is the service's matter. The bytes on the
+// pipe are in docs/architecture.md.
 //
 // Units:     sizes and lengths in bytes, time limits in milliseconds (-1: none).
-// Failures:  every one is false, without a reason; nothing is asserted, written or thrown. An answer that needs more
-//            memory than there is is one of them: the buffer grows by what the pipe holds, never by what a reply claims.
-// Threads:   Request and Request32 from any; an object is one thread's at a time. Of more callers than the service has
-//            places, on Windows one may lose each of its four attempts to others.
+// Failures:  every one is false, without a reason; nothing is asserted, written or thrown. An answer that
+//            needs more memory than there is is one of them: the buffer grows by what the pipe holds,
+//            never by what a reply claims.
+// Threads:   Request and Request32 from any; an object is one thread's at a time. Of more callers than the
+//            service has places, on Windows one may lose each of its four attempts to others.
 // Real time: no. A request waits for the service, up to the limits.
 #pragma once
 
@@ -33,8 +35,8 @@ struct Kora_RefreshLimits
     Cmn_Int32 mBusyMs = 500;       // for a place, after each of four attempts
 };
 
-// Bytes of a request or a reply: zero where nobody wrote. It owns them; one that was moved from is empty. The bytes of
-// an empty buffer are null, or not to be looked at.
+// Bytes of a request or a reply: zero where nobody wrote. It owns them; one that was moved from is empty. The
+// bytes of an empty buffer are null, or not to be looked at.
 class KORA_API Kora_RefreshBuffer
 {
 public:
@@ -46,8 +48,8 @@ public:
 
     // Releases the old bytes and has new ones, all zero. False, and empty, when there is no memory.
     [[nodiscard]] bool Resize(Cmn_UInt32 iSize) noexcept;
-    // Keeps the bytes, and has iMore zero ones behind them. False, and as it was, when there is no memory or the size
-    // would pass 32 bits.
+    // Keeps the bytes, and has iMore zero ones behind them. False, and as it was, when there is no memory or
+    // the size would pass 32 bits.
     [[nodiscard]] bool Grow(Cmn_UInt32 iMore) noexcept;
 
     Cmn_UInt8* GetBytes() { return mBytes.get(); }
@@ -63,9 +65,9 @@ private:
 class KORA_API Kora_RefreshClient
 {
 public:
-    // Sends a request of any kind. True when the service answered with status 0 and at most iCapacity bytes: they are
-    // in oDestination then, and their number in oLength. Otherwise oLength is 0 and the destination as it was. A
-    // destination of null has no capacity.
+    // Sends a request of any kind. True when the service answered with status 0 and at most iCapacity bytes:
+    // they are in oDestination then, and their number in oLength. Otherwise oLength is 0 and the destination
+    // as it was. A destination of null has no capacity.
     [[nodiscard]] static bool Request(const Kora_RefreshBuffer& iRequest, void* oDestination,
                                       Cmn_UInt32 iCapacity, Cmn_UInt32& oLength,
                                       const Kora_RefreshLimits& iLimits = {}) noexcept;
@@ -79,17 +81,17 @@ public:
     {
     }
 
-    // Opens the pipe and shakes hands; true at once when that is done already. A service whose places are all taken is
-    // tried four times. After a failure nothing stays open.
+    // Opens the pipe and shakes hands; true at once when that is done already. A service whose places are all
+    // taken is tried four times. After a failure nothing stays open.
     [[nodiscard]] bool Connect() noexcept;
     bool IsConnected() const { return mConnected != 0; }
     // How often the last Connect found all places taken: 0 to 4.
     Cmn_Int32 GetBusyAttempts() const { return mBusyAttempts; }
     void Close() noexcept;
 
-    // Writes a request and reads its reply, header included. True when the reply is as long as its header says: an
-    // answer of L bytes has L + 11 or more. After a failure the reply holds anything, and the connection is good for
-    // Close only.
+    // Writes a request and reads its reply, header included. True when the reply is as long as its header
+    // says: an answer of L bytes has L + 11 or more. After a failure the reply holds anything, and the
+    // connection is good for Close only.
     [[nodiscard]] bool Transact(const Kora_RefreshBuffer& iRequest, Kora_RefreshBuffer& oReply) noexcept;
 
 private:

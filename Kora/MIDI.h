@@ -1,5 +1,5 @@
-// Kora/MIDI.h: everything of Standard MIDI files: reading and writing them, building tracks, and a song's maps from and to
-// them.
+// Kora/MIDI.h: everything of Standard MIDI files: reading and writing them, building tracks, and a
+// song's maps from and to them.
 #pragma once
 
 #include "Kora/SMF/SMF_Event.h"

@@ -1,4 +1,5 @@
-// Kora/Messages.h: everything of messages between objects of one thread: listener lists, receivers, dispatch tables.
+// Kora/Messages.h: everything of messages between objects of one thread: listener lists,
+// receivers, dispatch tables.
 #pragma once
 
 #include "Kora/Cnn/Cnn_DispatchTable.h"

@@ -1,7 +1,8 @@
-// Kora/Time.h: everything of times: ticks, samples, timecode, bar positions; the meter, tempo and key maps; conversion.
+// Kora/Time.h: everything of times: ticks, samples, timecode, bar positions; the meter, tempo
+// and key maps; conversion.
 //
-// docs/time-model.md explains them. Include it from the root, as "Kora/Time.h": where file names know no case, a search
-// path that ends in Kora itself would find it in place of <time.h>.
+// docs/time-model.md explains them. Include it from the root, as "Kora/Time.h": where file names know no
+// case, a search path that ends in Kora itself would find it in place of <time.h>.
 #pragma once
 
 #include "Kora/Time/Convert/Time_Convert.h"

@@ -1,4 +1,5 @@
-// Kora/Undo.h: everything of undo: undoable objects, operations that record their states, the scope that records one.
+// Kora/Undo.h: everything of undo: undoable objects, operations that record their states,
+// the scope that records one.
 #pragma once
 
 #include "Kora/Ndo/Ndo_Action.h"

@@ -8,7 +8,8 @@
 //
 // So whoever is handed an IPSSyncPrim to wake (a task's client event) signals it by leaving it.
 //
-// Units:     time-outs in milliseconds, measured on the monotonic clock; a wait never ends early, but for success.
+// Units:     time-outs in milliseconds, measured on the monotonic clock; a wait never
+//            ends early, but for success.
 // Threads:   every operation may run on any thread.
 // Real time: Enter(cTryOnly) never waits and never calls the system; Leave calls it only to wake a sleeper.
 // Ownership: made by gPSThread (PSThread.h). Nobody may wait for it when it is destroyed.
@@ -33,7 +34,8 @@ public:
 
     // True once it was entered; false when the time was up before.
     [[nodiscard]] virtual bool Enter(std::int32_t iTimeoutMs) = 0;
-    // False, and nothing changes, when the calling thread has nothing to leave; an event can always be signalled.
+    // False, and nothing changes, when the calling thread has nothing to leave; an event
+    // can always be signalled.
     virtual bool Leave() = 0;
 
     // For debuggers and logs; names need not be unique.

@@ -1,7 +1,7 @@
 // PSAddressWait: sleeping until a word in memory changes, the one primitive that the platforms supply here.
 //
-// The address is only a key: a wake-up touches no memory, so the word may be gone by then. Sleepers wake for no
-// reason at times; they look at the word and sleep again.
+// The address is only a key: a wake-up touches no memory, so the word may be gone by then. Sleepers wake for
+// no reason at times; they look at the word and sleep again.
 #pragma once
 
 #include <atomic>

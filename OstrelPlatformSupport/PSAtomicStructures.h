@@ -8,16 +8,18 @@
 //   mHead ──▶ newest ──▶ … ──▶ oldest ──▶ null      as the producers leave it
 //   Drain ──▶ oldest ──▶ … ──▶ newest ──▶ null      turned round by the consumer
 //
-// Invariants: (1) what is pushed is drained once  (2) of two pushes, the one that returned before the other began is
-//             drained first  (3) a closed queue holds nothing, and takes nothing until it is opened anew.
+// Invariants: (1) what is pushed is drained once  (2) of two pushes, the one that returned before
+//             the other began is drained first  (3) a closed queue holds nothing, and takes nothing
+//             until it is opened anew.
 // Words:      mHead is the only shared one. A push writes its link's `next` and publishes it with the
-//             compare-and-swap; Drain takes all with one exchange. Nothing is taken from the middle, so a head that
-//             went away and came back means the same as before.
-// Threads:    Push, PushNewestFirst, IsEmpty: any. Drain: any as well, but the order holds only within what one call got.
+//             compare-and-swap; Drain takes all with one exchange. Nothing is taken from the middle, so a
+//             head that went away and came back means the same as before.
+// Threads:    Push, PushNewestFirst, IsEmpty: any. Drain: any as well, but the order holds only
+//             within what one call got.
 // Ownership:  links are the callers'. A link belongs to the queue from its push to the drain that returns it.
-// Real time:  nothing is allocated, nobody waits: a push tries again only when another one has succeeded. All words
-//             are sequentially consistent: who pushes and then looks whether the consumer sleeps, and who announces
-//             sleep and then looks whether the queue is empty, do not miss each other.
+// Real time:  nothing is allocated, nobody waits: a push tries again only when another one has succeeded. All
+//             words are sequentially consistent: who pushes and then looks whether the consumer sleeps, and
+//             who announces sleep and then looks whether the queue is empty, do not miss each other.
 #pragma once
 
 #include "Export/Kora_API.h"
@@ -26,10 +28,11 @@
 #include <cstdint>
 #include <memory>
 
-// What an element of a queue derives from, or holds. Plain: it is written before it is published, and read after.
+// What an element of a queue derives from, or holds. Plain: it is written before it is
+// published, and read after.
 struct PSAtomicQueueLink
 {
-    PSAtomicQueueLink* next = nullptr;
+    PSAtomicQueueLink* mNext = nullptr;
 };
 
 template <template <class> class TAtomic>
@@ -42,20 +45,20 @@ public:
     PSBasicAtomicQueue(const PSBasicAtomicQueue&) = delete;
     PSBasicAtomicQueue& operator=(const PSBasicAtomicQueue&) = delete;
 
-    // Adds a link that is in no queue. Whatever its `next` held is lost. False, and the link stays the caller's, when
-    // the queue is closed.
+    // Adds a link that is in no queue. Whatever its `next` held is lost. False, and the link stays the
+    // caller's, when the queue is closed.
     [[nodiscard]] bool Push(PSAtomicQueueLink& ioLink) KORA_NONBLOCKING
     {
         return PushNewestFirst(ioLink, ioLink);
     }
 
-    // Adds a chain that is linked from the newest to the oldest, with one compare-and-swap: no other link comes to stand
-    // between them. What ioOldest's `next` held is lost. False when the queue is closed.
+    // Adds a chain that is linked from the newest to the oldest, with one compare-and-swap: no other link
+    // comes to stand between them. What ioOldest's `next` held is lost. False when the queue is closed.
     [[nodiscard]] bool PushNewestFirst(PSAtomicQueueLink& ioNewest,
                                        PSAtomicQueueLink& ioOldest) KORA_NONBLOCKING;
 
-    // Takes everything and returns the oldest link; its `next` leads to the newest, whose `next` is null. Null when
-    // the queue is empty, which costs one load.
+    // Takes everything and returns the oldest link; its `next` leads to the newest, whose `next` is null.
+    // Null when the queue is empty, which costs one load.
     PSAtomicQueueLink* Drain() KORA_NONBLOCKING;
 
     // What was true at one moment; a push may have come since. A closed queue is empty.
@@ -65,8 +68,8 @@ public:
         return head == nullptr || head == &mClosed;
     }
 
-    // Takes everything as Drain does and refuses all pushes from then on, in one step: nothing is ever stranded. Drain
-    // and Close are called by one thread at a time then.
+    // Takes everything as Drain does and refuses all pushes from then on, in one step: nothing is ever
+    // stranded. Drain and Close are called by one thread at a time then.
     PSAtomicQueueLink* Close()
     {
         PSAtomicQueueLink* const head = mHead.exchange(&mClosed);
@@ -92,7 +95,8 @@ public:
         return std::make_unique<PSAtomicQueue>();
     }
 
-    // True where pointers and words of 16 to 64 bits are atomic in hardware, as on all platforms of the house.
+    // True where pointers and words of 16 to 64 bits are atomic in hardware, as on
+    // all platforms of the house.
     [[nodiscard]] constexpr bool IsLockFree() const
     {
         return std::atomic<PSAtomicQueueLink*>::is_always_lock_free &&
@@ -109,8 +113,8 @@ PSAtomicQueueLink* PSBasicAtomicQueue<TAtomic>::Reverse(PSAtomicQueueLink* iFirs
 {
     PSAtomicQueueLink* reversed = nullptr;
     while (iFirst != nullptr) {
-        PSAtomicQueueLink* const following = iFirst->next;
-        iFirst->next = reversed;
+        PSAtomicQueueLink* const following = iFirst->mNext;
+        iFirst->mNext = reversed;
         reversed = iFirst;
         iFirst = following;
     }
@@ -124,7 +128,7 @@ bool PSBasicAtomicQueue<TAtomic>::PushNewestFirst(PSAtomicQueueLink& ioNewest,
     PSAtomicQueueLink* head = mHead.load(std::memory_order_relaxed); // a guess: only compared, never followed
     do {
         if (head == &mClosed) return false;
-        ioOldest.next = head;
+        ioOldest.mNext = head;
     } while (!mHead.compare_exchange_weak(head, &ioNewest));
     return true;
 }

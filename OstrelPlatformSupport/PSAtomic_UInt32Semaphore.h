@@ -1,8 +1,9 @@
 // PSAtomic_UInt32Semaphore: a count that many threads raise and lower, and that nobody waits for.
 //
 // Units:     any; the count is of 32 bits and wraps.
-// Threads:   any. Every operation is sequentially consistent, so that a thread which counts itself in and then looks
-//            at another word, and one which changes that word and then looks at the count, do not miss each other.
+// Threads:   any. Every operation is sequentially consistent, so that a thread which counts itself in
+//            and then looks at another word, and one which changes that word and then looks at the
+//            count, do not miss each other.
 // Real time: one instruction each; nothing is checked.
 #pragma once
 

@@ -5,8 +5,8 @@
 //   eHeld                             ───────▶ eContended      ───────▶ eFree
 //   eContended                        sleeps                   ───────▶ eFree, wakes one sleeper
 //
-// A woken sleeper takes it as eContended, since others may sleep still; the worst that costs is one wake-up too
-// many. A thread that comes by meanwhile may overtake a woken one.
+// A woken sleeper takes it as eContended, since others may sleep still; the worst that costs is one wake-up
+// too many. A thread that comes by meanwhile may overtake a woken one.
 #pragma once
 
 #include "OstrelPlatformSupport/IPSSyncPrim.h"

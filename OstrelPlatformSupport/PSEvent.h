@@ -1,11 +1,13 @@
 // PSEvent: lets a thread sleep until another has something for it.
 //
-// A signal stays until one wait takes it; signals that come before it is taken are one signal. So a waiter looks
-// for all there is to do each time it wakes. What a thread did before Signal is seen by the one whose Wait took it.
+// A signal stays until one wait takes it; signals that come before it is taken are one signal. So a
+// waiter looks for all there is to do each time it wakes. What a thread did before Signal is seen by
+// the one whose Wait took it.
 //
 // Threads:   any number may signal and wait.
-// Real time: Signal is one atomic operation, and a call to the system only when somebody sleeps. The waiter may
-//            destroy the event as soon as its wait has returned, even while that Signal has not returned yet.
+// Real time: Signal is one atomic operation, and a call to the system only when somebody sleeps.
+//            The waiter may destroy the event as soon as its wait has returned, even while that
+//            Signal has not returned yet.
 #pragma once
 
 #include "OstrelPlatformSupport/IPSSyncPrim.h"

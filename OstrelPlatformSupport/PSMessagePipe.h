@@ -3,14 +3,15 @@
 //     PSMessagePipe pipe;
 //     if (pipe.Open("SomeService") == PSMessagePipe::eOpen_Opened && pipe.SetMessageMode()) …
 //
-// On Windows it is the named pipe \\.\pipe\NAME; on Linux a sequenced-packet Unix socket NAME in the user's runtime
-// folder, $XDG_RUNTIME_DIR, or without one in /tmp/kora-<uid>, which must be a folder of the user that nobody else
-// may enter. A message there is as long as the system's send buffer at most, about 200,000 bytes.
+// On Windows it is the named pipe \\.\pipe\NAME; on Linux a sequenced-packet Unix socket NAME in the
+// user's runtime folder, $XDG_RUNTIME_DIR, or without one in /tmp/kora-<uid>, which must be a folder
+// of the user that nobody else may enter. A message there is as long as the system's send buffer at
+// most, about 200,000 bytes.
 //
 // Units:     time-outs in milliseconds, -1 waits without bound. A time-out is for one call.
 // Failures:  are answers; only GetAddress throws, when memory is short. A lost peer raises no signal.
-// Ownership: the object owns its handle. When a call returns, the system uses the caller's bytes no more, whatever the
-//            call's outcome.
+// Ownership: the object owns its handle. When a call returns, the system uses the caller's bytes no more,
+//            whatever the call's outcome.
 // Threads:   one at a time for an object; objects know nothing of each other.
 #pragma once
 
@@ -19,7 +20,8 @@
 #include <cstdint>
 #include <string>
 
-// What a transfer waits on, made once for several transfers of one thread. Sockets need none, and there it is empty.
+// What a transfer waits on, made once for several transfers of one thread. Sockets need
+// none, and there it is empty.
 class KORA_API PSPipeEvent
 {
 public:
@@ -58,16 +60,17 @@ public:
     PSMessagePipe(const PSMessagePipe&) = delete;
     PSMessagePipe& operator=(const PSMessagePipe&) = delete;
 
-    // Where a service of this name listens; empty for a name with a slash or backslash in it, for one that is too long,
-    // and when there is no folder to trust. A service makes the folder that its users' pipes lie in.
+    // Where a service of this name listens; empty for a name with a slash or backslash in it, for
+    // one that is too long, and when there is no folder to trust. A service makes the folder that
+    // its users' pipes lie in.
     enum EFolder { eFolder_MustExist, eFolder_Make };
     [[nodiscard]] static std::string GetAddress(const std::string& iName,
                                                 EFolder iFolder = eFolder_MustExist);
 
     // For reading and writing, of a service that is there already. An object that is open stays as it is.
     EOpen Open(const char* iName) noexcept;
-    // After eOpen_Busy, until a place is free or the time is up: an Open then may still find it taken by another.
-    // On Linux waiting takes the place, and the next Open of this object has it.
+    // After eOpen_Busy, until a place is free or the time is up: an Open then may still find it taken by
+    // another. On Linux waiting takes the place, and the next Open of this object has it.
     void WaitForPlace(const char* iName, std::int32_t iTimeoutMs) noexcept;
     // Reads end where messages end. Needed once after Open.
     [[nodiscard]] bool SetMessageMode() noexcept;

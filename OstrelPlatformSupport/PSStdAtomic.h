@@ -1,7 +1,7 @@
 // PSStdAtomic: the atomics that lock-free structures are built from.
 //
-// Each of them is a template over such a family, so that the very code that ships also runs over atomics that stop
-// before each operation and try every order of two or three threads (tests/Support/Interleaving.h).
+// Each of them is a template over such a family, so that the very code that ships also runs over atomics that
+// stop before each operation and try every order of two or three threads (tests/Support/Interleaving.h).
 #pragma once
 
 #include <atomic>
@@ -10,5 +10,6 @@
 template <class T>
 using PSStdAtomic = std::atomic<T>;
 
-// What one core writes and another one reads stands this far apart, so that neither waits for the other's line.
+// What one core writes and another one reads stands this far apart, so that neither
+// waits for the other's line.
 inline constexpr std::size_t cPSCacheLineBytes = 64;

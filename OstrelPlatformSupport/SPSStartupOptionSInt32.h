@@ -2,11 +2,11 @@
 //
 //   static const SPSStartupOptionSInt32 sUse24HourTimeline("Use24HourTimeline", 1);
 //
-// reads the environment variable OSTREL_OPTION_Use24HourTimeline. Its value counts when it is a decimal integer of
-// 32 bits, with a sign or without, and nothing else; any other text leaves the default.
+// reads the environment variable OSTREL_OPTION_Use24HourTimeline. Its value counts when it is a decimal
+// integer of 32 bits, with a sign or without, and nothing else; any other text leaves the default.
 //
-// Threads: construct it as a static: the environment must not change meanwhile. GetValue may be called from any
-// thread.
+// Threads: construct it as a static: the environment must not change meanwhile. GetValue may
+// be called from any thread.
 #pragma once
 
 #include "Export/Kora_API.h"

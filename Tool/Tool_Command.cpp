@@ -12,6 +12,7 @@
 #include <new>
 
 namespace {
+
 // The names of all subcommands, for messages: "song, convert or plot".
 std::string Names(const Tool_Subcommands& iCommands)
 {
@@ -56,6 +57,7 @@ Tool_EExit Complain(std::ostream& oErr, std::string iText, Tool_EExit iExit)
     oErr << "kora: " << iText << '\n' << std::flush;
     return iExit;
 }
+
 } // namespace
 
 Tool_EExit Tool_RunCommand(const std::vector<std::string>& iArguments, std::istream& iIn, std::ostream& oOut,

@@ -8,6 +8,7 @@
 #include <optional>
 
 namespace {
+
 constexpr char cPast[] = "lies past the time line's end";
 constexpr char cBefore[] = "lies before the time line's beginning";
 
@@ -158,6 +159,7 @@ private:
     Tool_EUnit mFrom;
     std::optional<Time_TypedVector> mCounts[3]; // by Time_EType
 };
+
 } // namespace
 
 std::string Tool_Convert(const Tool_Song& iSong, std::string_view iInput, std::string_view iSource,

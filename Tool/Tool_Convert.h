@@ -8,11 +8,11 @@
 #include <string_view>
 #include <vector>
 
-// Reads one position a line (ended by LF or CR LF, the last one by either or by the end; blanks around a position do
-// not count) and gives a line for each: the position in the units of iTo, tab-separated.
+// Reads one position a line (ended by LF or CR LF, the last one by either or by the end; blanks around a
+// position do not count) and gives a line for each: the position in the units of iTo, tab-separated.
 //
-// Throws Tool_InputError, in which iSource and the line's number stand, for a line that is no position and for one
-// that lies outside the time limits: more than MaxTime samples from sample 0 on either side, or before sample 0 where
-// frames are read or written.
+// Throws Tool_InputError, in which iSource and the line's number stand, for a line that is no position and
+// for one that lies outside the time limits: more than MaxTime samples from sample 0 on either side, or
+// before sample 0 where frames are read or written.
 std::string Tool_Convert(const Tool_Song& iSong, std::string_view iInput, std::string_view iSource,
                          Tool_EUnit iFrom, const std::vector<Tool_EUnit>& iTo);

@@ -11,6 +11,7 @@
 #include <utility>
 
 namespace {
+
 struct StreamType
 {
     Cmn_Int16 mType;
@@ -21,7 +22,7 @@ struct StreamType
 constexpr StreamType cSongStreams[] = {
     {FF_TimeMaps::eStreamType_MeterMap, "meter map"},
     {FF_TimeMaps::eStreamType_TempoMap, "tempo map"},
-    {FF_TimeMaps::eStreamType_KeyMap,   "key map"  },
+    {FF_TimeMaps::eStreamType_KeyMap, "key map"},
     {FF_TimeMaps::eStreamType_SongInfo, "song info"},
 };
 
@@ -29,10 +30,10 @@ constexpr StreamType cSongStreams[] = {
 std::string NotKeptText(Cmn_UInt32 iNotKept)
 {
     constexpr std::pair<Cmn_UInt32, const char*> cNames[] = {
-        {Sys_FileSystem::eNotKept_Owner,       "the owner"              },
-        {Sys_FileSystem::eNotKept_Group,       "the group"              },
-        {Sys_FileSystem::eNotKept_Permissions, "the permissions"        },
-        {Sys_FileSystem::eNotKept_Attributes,  "the extended attributes"},
+        {Sys_FileSystem::eNotKept_Owner, "the owner"},
+        {Sys_FileSystem::eNotKept_Group, "the group"},
+        {Sys_FileSystem::eNotKept_Permissions, "the permissions"},
+        {Sys_FileSystem::eNotKept_Attributes, "the extended attributes"},
     };
     std::string text;
     for (const auto& [bit, name] : cNames)
@@ -46,6 +47,7 @@ void WriteSong(FF_Document& ioDocument, const Tool_Song& iSong)
     const Tool_Settings& settings = iSong.GetSettings();
     FF_TimeMaps::WriteInfo(ioDocument, {iSong.GetEndTick(), settings.mSampleRate, settings.mTimeCodeFormat});
 }
+
 } // namespace
 
 bool Tool_IsDocument(const Tool_Input& iInput) { return FF_Document::IsDocument(iInput.Start()); }

@@ -18,8 +18,8 @@ std::string Tool_StreamTypeName(Cmn_Int16 iStreamType);
 // The entries of the table that belong to no song.
 Cmn_Int32 Tool_CountOtherEntries(const FF_Document& iDocument);
 
-// Writes the song as a document in the place of what was there, by a safe save; returns what there is to say of it:
-// "4 streams, 1234 bytes, not scrambled".
+// Writes the song as a document in the place of what was there, by a safe save; returns what there is to say
+// of it: "4 streams, 1234 bytes, not scrambled".
 std::string Tool_SaveSong(const Tool_Song& iSong, const std::string& iName, EFF_EncryptionType iType);
 // The document itself, for a pipe.
 std::string Tool_SongBytes(const Tool_Song& iSong, EFF_EncryptionType iType);

@@ -15,6 +15,7 @@
 #include <algorithm>
 
 namespace {
+
 std::string Count(Cmn_Int64 iCount, const std::string& iOne, const std::string& iMany)
 {
     return std::to_string(iCount) + ' ' + (iCount == 1 ? iOne : iMany);
@@ -24,7 +25,7 @@ std::string Count(Cmn_Int64 iCount, const std::string& iNoun) { return Count(iCo
 
 std::string FaultText(const FF_Fault& iFault)
 {
-    return "byte " + std::to_string(iFault.offset) + ": " + Tool_Printable(iFault.text);
+    return "byte " + std::to_string(iFault.mOffset) + ": " + Tool_Printable(iFault.mText);
 }
 
 class SaveCommand : public Tool_Subcommand
@@ -142,7 +143,7 @@ private:
             const auto document = Tool_OpenDocument(iInput);
             const auto all = FF_DocumentCheck::ListStreams(*document);
             const auto streams = std::count_if(all.begin(), all.end(), [](const FF_StreamInfo& s) {
-                return s.streamType != FF_Document::cNoStreamType; // not the objects inside them
+                return s.mStreamType != FF_Document::cNoStreamType; // not the objects inside them
             });
             ioOutcome.mText += name + "good, " + Count(streams, "stream") + '\n';
             return;
@@ -184,7 +185,7 @@ public:
             return FF_DocumentRepair::Repair(input.Location(), Sys_FileLoc(mOutput), false);
         });
         Tool_Outcome outcome{Text(report), {}, {}};
-        if (report.streams.empty())
+        if (report.mStreams.empty())
             outcome.mComplaints.push_back(Tool_Printable(input.Name()) +
                                           ": no stream was found, nothing was written");
         return outcome;
@@ -194,15 +195,15 @@ private:
     std::string Text(const FF_DocumentRepair::Report& iReport) const
     {
         std::string text =
-            Tool_Printable(mOutput) + ": " + Count(iReport.recovered, "stream") + " recovered, " +
-            (iReport.hadTOC ? "with an old table of contents" : "without a table of contents") +
-            (iReport.withoutDescription == 0
+            Tool_Printable(mOutput) + ": " + Count(iReport.mRecovered, "stream") + " recovered, " +
+            (iReport.mHadTOC ? "with an old table of contents" : "without a table of contents") +
+            (iReport.mWithoutDescription == 0
                  ? std::string()
-                 : ", " + std::to_string(iReport.withoutDescription) + " of them without a description") +
+                 : ", " + std::to_string(iReport.mWithoutDescription) + " of them without a description") +
             '\n';
-        for (const FF_Fault& fault : iReport.header)
+        for (const FF_Fault& fault : iReport.mHeader)
             text += "header, " + FaultText(fault) + '\n';
-        for (const FF_Fault& fault : iReport.lost)
+        for (const FF_Fault& fault : iReport.mLost)
             text += "lost, " + FaultText(fault) + '\n';
         return text;
     }
@@ -237,6 +238,7 @@ public:
 private:
     Tool_SettingsOptions mSettings;
 };
+
 } // namespace
 
 void Tool_AddDocumentCommands(CLI::App& ioApp, Tool_Subcommands& ioCommands)

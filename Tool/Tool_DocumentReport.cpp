@@ -12,6 +12,7 @@
 using JsonValue = nlohmann::ordered_json; // keeps the order in which keys are written
 
 namespace {
+
 // The version that the file has, not the one that this library writes.
 Cmn_Int64 FirstByteOf(Sys_File& ioFile)
 {
@@ -26,11 +27,11 @@ std::string Number(Cmn_Int64 iValue) { return std::to_string(iValue); }
 std::string LabelOf(const FF_StreamInfo& iInfo)
 {
     const std::string item =
-        iInfo.listIndex == 0 ? "" : "item " + Number(Cmn_Int64{iInfo.listIndex} - 1) + ": ";
-    const std::string list = iInfo.isList ? ", a list" : "";
-    if (iInfo.streamType == FF_Document::cNoStreamType) return item + Tool_Quoted(iInfo.name) + list;
-    const std::string name = Tool_StreamTypeName(iInfo.streamType);
-    const std::string number = Number(iInfo.streamType);
+        iInfo.mListIndex == 0 ? "" : "item " + Number(Cmn_Int64{iInfo.mListIndex} - 1) + ": ";
+    const std::string list = iInfo.mIsList ? ", a list" : "";
+    if (iInfo.mStreamType == FF_Document::cNoStreamType) return item + Tool_Quoted(iInfo.mName) + list;
+    const std::string name = Tool_StreamTypeName(iInfo.mStreamType);
+    const std::string number = Number(iInfo.mStreamType);
     return item + (name.empty() ? "type " + number : name + " (" + number + ')') + list;
 }
 
@@ -52,6 +53,7 @@ std::string Aligned(const std::vector<std::vector<std::string>>& iRows, std::siz
     }
     return text;
 }
+
 } // namespace
 
 std::string Tool_DocumentReport::Entry::Name() const
@@ -108,8 +110,8 @@ void Tool_DocumentReport::Attach(std::vector<Entry> iEntries)
     for (Entry& entry : iEntries) {
         const auto stream =
             std::lower_bound(mStreams.begin(), mStreams.end(), entry.mOffset,
-                             [](const Stream& s, Cmn_Int64 iOffset) { return s.mInfo.position < iOffset; });
-        const bool isNamed = stream != mStreams.end() && stream->mInfo.position == entry.mOffset;
+                             [](const Stream& s, Cmn_Int64 iOffset) { return s.mInfo.mPosition < iOffset; });
+        const bool isNamed = stream != mStreams.end() && stream->mInfo.mPosition == entry.mOffset;
         (isNamed ? stream->mEntries : mWithoutStream).push_back(std::move(entry));
     }
 }
@@ -124,8 +126,7 @@ std::string Tool_DocumentReport::Header() const
 std::string Tool_DocumentReport::Table() const
 {
     std::vector<std::vector<std::string>> rows = {
-        {"position", "size", "version", "stream", "key", "description"}
-    };
+        {"position", "size", "version", "stream", "key", "description"}};
     for (const Stream& stream : mStreams) {
         const FF_StreamInfo& info = stream.mInfo;
         std::string keys;
@@ -135,15 +136,13 @@ std::string Tool_DocumentReport::Table() const
             if (entry.mPiece == 0) // pieces share one
                 descriptions += (descriptions.empty() ? "" : "; ") + entry.mDescription;
         }
-        rows.push_back({Number(info.position), Number(info.size), Number(info.version),
-                        std::string(static_cast<std::size_t>(info.depth) * 2, ' ') + LabelOf(info),
+        rows.push_back({Number(info.mPosition), Number(info.mSize), Number(info.mVersion),
+                        std::string(static_cast<std::size_t>(info.mDepth) * 2, ' ') + LabelOf(info),
                         keys.empty() ? "-" : keys, Tool_Printable(descriptions)});
     }
     std::string table = Header() + Aligned(rows, 3);
     if (mWithoutStream.empty()) return table;
-    rows = {
-        {"position", "entry without a stream", "location", "description"}
-    };
+    rows = {{"position", "entry without a stream", "location", "description"}};
     for (const Entry& entry : mWithoutStream)
         rows.push_back({entry.mOffset == cNoOffset ? "-" : Number(entry.mOffset), entry.Name(),
                         entry.mLocation, Tool_Printable(entry.mDescription)});
@@ -153,12 +152,10 @@ std::string Tool_DocumentReport::Table() const
 std::string Tool_DocumentReport::Json() const
 {
     const auto entryJson = [](const Entry& iEntry) {
-        JsonValue json = {
-            {"key",         iEntry.mKey        },
-            {"value",       iEntry.mValue      },
-            {"piece",       iEntry.mPiece      },
-            {"description", iEntry.mDescription}
-        };
+        JsonValue json = {{"key", iEntry.mKey},
+                          {"value", iEntry.mValue},
+                          {"piece", iEntry.mPiece},
+                          {"description", iEntry.mDescription}};
         return json;
     };
     JsonValue streams = JsonValue::array();
@@ -167,18 +164,16 @@ std::string Tool_DocumentReport::Json() const
         JsonValue entries = JsonValue::array();
         for (const Entry& entry : stream.mEntries)
             entries.push_back(entryJson(entry));
-        streams.push_back({
-            {"position",  info.position                       },
-            {"size",      info.size                           },
-            {"depth",     info.depth                          },
-            {"type",      info.streamType                     },
-            {"typeName",  Tool_StreamTypeName(info.streamType)},
-            {"name",      info.name                           },
-            {"version",   info.version                        },
-            {"isList",    info.isList                         },
-            {"listIndex", info.listIndex                      },
-            {"entries",   std::move(entries)                  }
-        });
+        streams.push_back({{"position", info.mPosition},
+                           {"size", info.mSize},
+                           {"depth", info.mDepth},
+                           {"type", info.mStreamType},
+                           {"typeName", Tool_StreamTypeName(info.mStreamType)},
+                           {"name", info.mName},
+                           {"version", info.mVersion},
+                           {"isList", info.mIsList},
+                           {"listIndex", info.mListIndex},
+                           {"entries", std::move(entries)}});
     }
     JsonValue withoutStream = JsonValue::array();
     for (const Entry& entry : mWithoutStream) {
@@ -187,16 +182,14 @@ std::string Tool_DocumentReport::Json() const
         withoutStream.back()["position"] =
             entry.mOffset == cNoOffset ? JsonValue() : JsonValue(entry.mOffset);
     }
-    const JsonValue document = {
-        {"file",                 mFile                                        },
-        {"formatVersion",        mFormatVersion                               },
-        {"byteOrder",            mIsBigEndian ? "big-endian" : "little-endian"},
-        {"scrambling",           static_cast<int>(mType)                      },
-        {"size",                 mSize                                        },
-        {"tocOffset",            mTOCOffset                                   },
-        {"streams",              std::move(streams)                           },
-        {"entriesWithoutStream", std::move(withoutStream)                     }
-    };
+    const JsonValue document = {{"file", mFile},
+                                {"formatVersion", mFormatVersion},
+                                {"byteOrder", mIsBigEndian ? "big-endian" : "little-endian"},
+                                {"scrambling", static_cast<int>(mType)},
+                                {"size", mSize},
+                                {"tocOffset", mTOCOffset},
+                                {"streams", std::move(streams)},
+                                {"entriesWithoutStream", std::move(withoutStream)}};
     // Names that are no UTF-8 are shown with replacement characters.
     return document.dump(2, ' ', false, JsonValue::error_handler_t::replace) + '\n';
 }

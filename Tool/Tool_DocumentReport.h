@@ -1,7 +1,8 @@
-// Tool_DocumentReport: what is in a document: its header, its streams as a tree, and the entries that name them.
+// Tool_DocumentReport: what is in a document: its header, its streams as a tree, and
+// the entries that name them.
 //
-// The streams come from a walk over the headers of the file, the entries from its table of contents; a stream that no
-// entry names and an entry that names no stream are both shown.
+// The streams come from a walk over the headers of the file, the entries from its table of contents; a stream
+// that no entry names and an entry that names no stream are both shown.
 #pragma once
 
 #include "Kora/FF/Document/FF_Document.h"

@@ -12,6 +12,7 @@
 #include <istream>
 
 namespace {
+
 constexpr std::size_t cBlock = std::size_t{1} << 20;
 
 namespace fs = std::filesystem;
@@ -56,6 +57,7 @@ void Tool_CheckPlainFile(const std::string& iName)
 }
 
 namespace {
+
 // Of a plain file, or of none. What failed is told in the system's words.
 void WriteBeside(const std::string& iName, const std::string& iBytes)
 {
@@ -79,6 +81,7 @@ void WriteBeside(const std::string& iName, const std::string& iBytes)
     check(system.SyncFolder(Sys_FileLoc(target).GetFolder().GetPath()),
           I18N_Utils::GetString(Cmn_eMessage_InPlaceUnsynced) + ": ");
 }
+
 } // namespace
 
 void Tool_WriteFile(const std::string& iName, const std::string& iBytes)

@@ -22,7 +22,7 @@ bool Tool_IsOther(const std::string& iName);
 // Throws Tool_InputError where something that is no plain file has the name: no file takes its place.
 void Tool_CheckPlainFile(const std::string& iName);
 
-// Writes a file whole, beside its place first, or leaves it as it was. A symbolic link stays, and the file that it names is
-// replaced. What is no plain file, such as /dev/stdout, is written directly. Throws
+// Writes a file whole, beside its place first, or leaves it as it was. A symbolic link stays, and the file
+// that it names is replaced. What is no plain file, such as /dev/stdout, is written directly. Throws
 // Tool_InputError where that fails.
 void Tool_WriteFile(const std::string& iName, const std::string& iBytes);

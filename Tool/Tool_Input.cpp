@@ -10,6 +10,7 @@
 #include <system_error>
 
 namespace {
+
 namespace fs = std::filesystem;
 
 constexpr char cExpected[] = "expected a MIDI file or a document";
@@ -52,6 +53,7 @@ std::string ReadWhole(std::istream& ioStream, const std::string& iName)
                                                  " bytes, " + cExpected);
     return bytes;
 }
+
 } // namespace
 
 Tool_Input::Tool_Input(const std::string& iArgument, std::istream& ioStandardInput)

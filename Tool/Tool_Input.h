@@ -1,8 +1,8 @@
 // Tool_Input: what a FILE argument names: a file, a pipe, a device or, as "-", standard input.
 //
-// A regular file stays where it is and may be of any size: documents are read where they seek to. Anything else is read
-// once, whole, when this is made, since a pipe can neither be opened twice nor sought in. Its bytes are then a file
-// in memory under the same name for as long as this lives.
+// A regular file stays where it is and may be of any size: documents are read where they seek to. Anything
+// else is read once, whole, when this is made, since a pipe can neither be opened twice nor sought in. Its
+// bytes are then a file in memory under the same name for as long as this lives.
 #pragma once
 
 #include "Bastel/Sys/Sys_FileLoc.h"
@@ -15,14 +15,15 @@
 class Tool_Input
 {
 public:
-    // Far above any song; keeps a device that never ends from filling the memory. Holds for what is read whole.
+    // Far above any song; keeps a device that never ends from filling the memory.
+    // Holds for what is read whole.
     static constexpr std::size_t cMaxSize = std::size_t{256} << 20;
     // As many bytes as tell what a file is.
     static constexpr std::size_t cStartSize = 20;
     static constexpr char cStandardInput[] = "-";
 
-    // Throws Tool_InputError for what is missing, a folder or unreadable; for a pipe or a device also where nothing
-    // comes out of it, or more than cMaxSize.
+    // Throws Tool_InputError for what is missing, a folder or unreadable; for a pipe or a device also where
+    // nothing comes out of it, or more than cMaxSize.
     Tool_Input(const std::string& iArgument, std::istream& ioStandardInput);
 
     // As messages name it: as the user did, "standard input" for "-".

@@ -1,6 +1,7 @@
 #include "Tool/Tool_InputError.h"
 
 namespace {
+
 constexpr std::size_t cLongestShown = 40;
 
 // Deliberate: a name's bytes beyond ASCII stay, since a terminal shows them; values may be any bytes at all.
@@ -18,6 +19,7 @@ std::string Escape(std::string_view iText, bool iKeepsNonAscii)
     }
     return shown;
 }
+
 } // namespace
 
 std::string Tool_Printable(std::string_view iText) { return Escape(iText, true); }

@@ -1,4 +1,5 @@
-// Tool_InputError: input that cannot be understood, told in one line: where it is, what it holds, what was expected.
+// Tool_InputError: input that cannot be understood, told in one line: where it is, what it
+// holds, what was expected.
 //
 // what() is that line without the command's name: "song.mid: byte 8: format 2, expected 0 or 1".
 #pragma once
@@ -21,8 +22,8 @@ private:
     using std::runtime_error::runtime_error;
 };
 
-// A value as a message shows it: between double quotes, bytes outside printable ASCII as \xNN, at most 40 bytes of
-// it and then "...", so that a message stays one short line whatever the input holds.
+// A value as a message shows it: between double quotes, bytes outside printable ASCII as \xNN, at most 40
+// bytes of it and then "...", so that a message stays one short line whatever the input holds.
 std::string Tool_Quoted(std::string_view iText);
 
 // A name or a text as it is, but on one line: control characters as \xNN.

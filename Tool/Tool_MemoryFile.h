@@ -1,7 +1,8 @@
-// Tool_MemoryFile: a file of the library that is bytes in memory: how a document comes out of a pipe, or goes into one.
+// Tool_MemoryFile: a file of the library that is bytes in memory: how a document comes out of
+// a pipe, or goes into one.
 //
-// While it lives, the path names these bytes for all that goes through Sys_FileSystem; every other path leads where it led
-// before. Several nest.
+// While it lives, the path names these bytes for all that goes through Sys_FileSystem; every other path leads
+// where it led before. Several nest.
 //
 // Threads: one at a time, and no other thread opens files meanwhile.
 #pragma once

@@ -35,6 +35,6 @@ private:
     std::string mName;
 };
 
-// What did not fit into a MIDI file as it was: "2 changes moved, by 480 ticks at most; 1 tempo rounded, by 0.00014 quarter
-// notes a minute at most"; empty where all did.
+// What did not fit into a MIDI file as it was: "2 changes moved, by 480 ticks at most; 1 tempo rounded, by
+// 0.00014 quarter notes a minute at most"; empty where all did.
 std::string Tool_RoundingText(const SMF_TimeMaps::Report& iReport);

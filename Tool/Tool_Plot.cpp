@@ -14,6 +14,7 @@
 #include <iterator>
 
 namespace {
+
 constexpr Cmn_Int64 cMicroseconds = 1000000;
 
 // The page in pixels, from its top left corner.
@@ -110,22 +111,12 @@ private:
                         Cmn_Int64 iX2, Cmn_Int64 iY2)
     {
         Add(ioParent, "line", iClass,
-            {
-                {"x1", Pixels(iX1)},
-                {"y1", Pixels(iY1)},
-                {"x2", Pixels(iX2)},
-                {"y2", Pixels(iY2)}
-        });
+            {{"x1", Pixels(iX1)}, {"y1", Pixels(iY1)}, {"x2", Pixels(iX2)}, {"y2", Pixels(iY2)}});
     }
     static void AddText(Cmn_XMLNode& ioParent, const char* iClass, Cmn_Int64 iX, Cmn_Int64 iY,
                         const std::string& iText)
     {
-        Add(ioParent, "text", iClass,
-            {
-                {"x", Pixels(iX)},
-                {"y", Pixels(iY)}
-        })
-            .SetText(iText);
+        Add(ioParent, "text", iClass, {{"x", Pixels(iX)}, {"y", Pixels(iY)}}).SetText(iText);
     }
 
     Cmn_Int64 Micros(Time_Sample iSample) const { return mSeconds.ToUnits(iSample.AsInt64(), cMicroseconds); }
@@ -176,11 +167,7 @@ private:
         mSvg.AddAttribute("role", "img");
         mSvg.AddValue("title", mTitle);
         mSvg.AddValue("style", cStyle);
-        Add(mSvg, "rect", "page",
-            {
-                {"width",  width },
-                {"height", height}
-        });
+        Add(mSvg, "rect", "page", {{"width", width}, {"height", height}});
         AddText(mSvg, "title", cLeft * 10, cTitleLine * 10,
                 Tool_ShortenedText(mTitle, cTitleSize, (cRight - cLeft) * 10));
         AddText(mSvg, "", cLeft * 10, cSubtitleLine * 10, Subtitle());
@@ -218,7 +205,8 @@ private:
         return bars;
     }
 
-    // Bars have different lengths, so the labels' step is the first power of two at which all of them stand clear.
+    // Bars have different lengths, so the labels' step is the first power of two at which
+    // all of them stand clear.
     void AddBarAxis()
     {
         constexpr Cmn_Int64 cMostMarks = 128;
@@ -291,14 +279,8 @@ private:
         }
         path += " H" + Pixels(cRight * 10);
         const std::string bottom = Pixels(cCurveBottom * 10);
-        Add(mSvg, "path", "area",
-            {
-                {"d", path + " V" + bottom + " H" + Pixels(cLeft * 10) + " Z"}
-        });
-        Add(mSvg, "path", "curve",
-            {
-                {"d", path}
-        });
+        Add(mSvg, "path", "area", {{"d", path + " V" + bottom + " H" + Pixels(cLeft * 10) + " Z"}});
+        Add(mSvg, "path", "curve", {{"d", path}});
     }
 
     // Changes less than a pixel apart are one mark, which shows what holds from the last of them on.
@@ -319,8 +301,8 @@ private:
         return marks;
     }
 
-    // The marks of one kind of change with their labels. A mark without a label of its own is a foot below the text, so
-    // that a crowd of them covers neither its label nor the curve.
+    // The marks of one kind of change with their labels. A mark without a label of its own is a foot below
+    // the text, so that a crowd of them covers neither its label nor the curve.
     template <class Row, class Class, class Texts>
     void AddLane(Cmn_Int64 iLane, const char* iNoun, const std::vector<Row>& iRows, Class iClass,
                  Texts iTexts)
@@ -422,6 +404,7 @@ private:
     Cmn_XMLNode mSvg;
     std::string mTitle;
 };
+
 } // namespace
 
 std::string Tool_Plot(const Tool_Song& iSong, const std::string& iTitle)

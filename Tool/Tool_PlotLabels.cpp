@@ -5,6 +5,7 @@
 #include <algorithm>
 
 namespace {
+
 constexpr Cmn_Int64 cLead = 50; // from a mark to its label
 constexpr Cmn_Int64 cGap = 40;  // between two labels
 constexpr char cNarrowCrowd[] = "…";
@@ -103,6 +104,7 @@ private:
     Cmn_Int64 mFreeFrom = 0;
     std::vector<Tool_PlotLabel> mLabels;
 };
+
 } // namespace
 
 std::vector<Tool_PlotLabel> Tool_PlaceLabels(const std::vector<Tool_PlotMark>& iMarks,

@@ -1,9 +1,10 @@
 // Tool_PlotLabels: which changes of one kind get a label of their own in a plot, and where all labels stand.
 //
 // Units:      tenths of a pixel from the page's left edge.
-// Invariants: (1) no two labels overlap, and none leaves the page  (2) a label that names a state stands where that
-//             state holds, and no other change lies between its mark and the next label  (3) every change stands under
-//             a label: its own, one of a later change less than a pixel away, or one that counts a crowd.
+// Invariants: (1) no two labels overlap, and none leaves the page  (2) a label that names a state stands
+//             where that state holds, and no other change lies between its mark and the next label  (3)
+//             every change stands under a label: its own, one of a later change less than a pixel away, or
+//             one that counts a crowd.
 //
 //   |4/4      |3/4            |7/8
 //   |4/4      ||||||12 meters        |4/4      a crowd whose labels would run into each other
@@ -37,8 +38,9 @@ struct Tool_PlotLabel
 
 inline constexpr Cmn_Int64 Tool_cLabelSize = 12; // pixels
 
-// The marks ascend. The first has a label that names it, whatever follows, if the page is wide enough: it is the opening. Every other one
-// has its own where that ends before the next mark, and those that have none are counted in one of iNoun: "12 meters".
+// The marks ascend. The first has a label that names it, whatever follows, if the page is wide enough: it is
+// the opening. Every other one has its own where that ends before the next mark, and those that have none are
+// counted in one of iNoun: "12 meters".
 std::vector<Tool_PlotLabel> Tool_PlaceLabels(const std::vector<Tool_PlotMark>& iMarks,
                                              const std::string& iNoun, Cmn_Int64 iRightEdge);
 // "1 meter", "12 meters"

@@ -6,6 +6,7 @@
 #include <algorithm>
 
 namespace {
+
 constexpr Cmn_Int64 cSecond = 1000000;
 constexpr Cmn_Int64 cHour = 3600 * cSecond;
 
@@ -36,6 +37,7 @@ std::string FractionText(Cmn_Int64 iFraction, int iDigits)
     Tool_AppendPadded(iFraction, iDigits, text);
     return text.substr(0, text.find_last_not_of('0') + 1);
 }
+
 } // namespace
 
 Tool_PlotScale Tool_PlotScale::OfTime(Cmn_Int64 iMicroseconds, Cmn_Int64 iStart, Cmn_Int64 iEnd)

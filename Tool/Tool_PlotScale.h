@@ -18,9 +18,11 @@ public:
         , mStep(iStep)
     {
     }
-    // From 0 on, in microseconds, with at most 12 labels at times that a clock shows whole; a second of nothing for 0.
+    // From 0 on, in microseconds, with at most 12 labels at times that a clock shows whole; a
+    // second of nothing for 0.
     static Tool_PlotScale OfTime(Cmn_Int64 iMicroseconds, Cmn_Int64 iStart, Cmn_Int64 iEnd);
-    // In thousandths of a beat a minute, with at most 6 steps of 1, 2 or 5 and zeros; some room on either side.
+    // In thousandths of a beat a minute, with at most 6 steps of 1, 2 or 5 and zeros;
+    // some room on either side.
     static Tool_PlotScale OfTempo(Cmn_Int64 iMin, Cmn_Int64 iMax, Cmn_Int64 iStart, Cmn_Int64 iEnd);
 
     Cmn_Int64 GetFrom() const { return mFrom; }

@@ -1,6 +1,7 @@
 #include "Tool/Tool_PlotText.h"
 
 namespace {
+
 // Thousandths of the font size, from the blank to "~", rounded up.
 constexpr Cmn_Int16 cAscii[] = {
     349, 457,  521, 838, 696, 1002, 873, 307, 458, 458, 523, 838, 380, 416,  380, 366, 696, 696,  696,
@@ -60,6 +61,7 @@ Cmn_Int64 Thousandths(std::string_view iText)
     }
     return width;
 }
+
 } // namespace
 
 Cmn_Int64 Tool_TextWidth(std::string_view iText, Cmn_Int64 iFontSize)

@@ -6,12 +6,14 @@
 #include <algorithm>
 
 namespace {
+
 // The frames of a day of labels: one more than the number of the day's last label.
 Cmn_Int64 FramesOfOneDay(ETimeCodeFormat iFormat)
 {
     const auto lastFrame = static_cast<Cmn_UInt8>(Time_SMPTE::GetFramesPerSecond(iFormat) - 1);
     return Cmn_Int64{Time_SMPTE(23, 59, 59, lastFrame, iFormat).GetTotalFrames()} + 1;
 }
+
 } // namespace
 
 Tool_PositionText::Tool_PositionText(const Tool_Song& iSong)

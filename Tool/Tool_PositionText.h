@@ -19,8 +19,8 @@ public:
     // How a position of the unit is written, for messages: "bar|beat|tick, such as 12|3|480000".
     std::string Form(Tool_EUnit iUnit) const;
 
-    // Writes a count within the time limits; frames as timecode from 0 up. False when the count has no text: a bar
-    // number past 32 bits.
+    // Writes a count within the time limits; frames as timecode from 0 up. False when the count has no text:
+    // a bar number past 32 bits.
     bool Append(Tool_EUnit iUnit, Cmn_Int64 iCount, std::string& ioText) const;
 
     // The label of a frame from 0 up; it starts again with every 24 hours of labels.

@@ -8,6 +8,7 @@
 #include <charconv>
 
 namespace {
+
 bool IsDigits(std::string_view iText)
 {
     return std::all_of(iText.begin(), iText.end(), [](char c) { return c >= '0' && c <= '9'; });
@@ -20,8 +21,8 @@ struct ExactSample
     int mFractionToHalf = -1; // -1 below one half, 0 at it, 1 above it
 };
 
-// 0.iDigits × iRate by school multiplication, from the last digit: each step leaves one digit of the product's
-// fraction behind and carries the rest, which stays below iRate.
+// 0.iDigits × iRate by school multiplication, from the last digit: each step leaves one digit of the
+// product's fraction behind and carries the rest, which stays below iRate.
 ExactSample MultiplyFraction(std::string_view iDigits, Cmn_Int64 iRate)
 {
     Cmn_Int64 carry = 0;
@@ -36,6 +37,7 @@ ExactSample MultiplyFraction(std::string_view iDigits, Cmn_Int64 iRate)
     const int toHalf = topDigit < 5 ? -1 : topDigit > 5 || !restIsZero ? 1 : 0;
     return {carry, toHalf};
 }
+
 } // namespace
 
 Tool_Seconds::Tool_Seconds(double iSampleRate)

@@ -1,12 +1,12 @@
 // Tool_Seconds: decimal seconds to samples and back, exact where exactness has a meaning.
 //
 // Meaning:  seconds = samples / sample rate, so second 0 is sample 0; both may be negative.
-// Rounding: seconds become the nearest sample and samples the nearest microsecond, halves upward. At a whole-numbered
-//           rate both are computed in integers, however many digits the text has: 0.005 s at 44100 Hz is 220.5
-//           samples and gives 221, where a product of doubles may come out a hair below the half. Other rates
-//           multiply and divide in double precision.
-// Range:    rates from 1000 to 768000 Hz. Below a million, six decimals tell any two samples apart, so that a sample
-//           written out in seconds reads back as itself.
+// Rounding: seconds become the nearest sample and samples the nearest microsecond, halves upward. At a
+//           whole-numbered rate both are computed in integers, however many digits the text has: 0.005 s at
+//           44100 Hz is 220.5 samples and gives 221, where a product of doubles may come out a hair below the
+//           half. Other rates multiply and divide in double precision.
+// Range:    rates from 1000 to 768000 Hz. Below a million, six decimals tell any two samples apart, so that a
+//           sample written out in seconds reads back as itself.
 #pragma once
 
 #include "Bastel/Cmn/Cmn_Types.h"
@@ -24,8 +24,8 @@ public:
 
     explicit Tool_Seconds(double iSampleRate);
 
-    // Reads "12", "12.5", "-0.25", ".5" and "3." whole; false for anything else and past cMaxSeconds. The sample then
-    // saturates far beyond the time limits instead of wrapping.
+    // Reads "12", "12.5", "-0.25", ".5" and "3." whole; false for anything else and past cMaxSeconds. The
+    // sample then saturates far beyond the time limits instead of wrapping.
     bool Parse(std::string_view iText, Cmn_Int64& oSample) const;
 
     // "0.005011" for sample 221 at 44100 Hz: six decimals, always.

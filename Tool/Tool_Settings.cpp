@@ -8,6 +8,7 @@
 #include <charconv>
 
 namespace {
+
 constexpr std::array cFormats = {
     eTimeCodeFormat_24,   eTimeCodeFormat_25,       eTimeCodeFormat_2997,  eTimeCodeFormat_2997Drop,
     eTimeCodeFormat_30,   eTimeCodeFormat_30Drop,   eTimeCodeFormat_23976, eTimeCodeFormat_50,
@@ -23,6 +24,7 @@ std::string ShortName(std::string_view iName)
     if (const std::size_t fps = name.find("fps"); fps != std::string::npos) name.erase(fps, 3);
     return name;
 }
+
 } // namespace
 
 void Tool_Settings::Apply() const

@@ -12,7 +12,8 @@ struct Tool_Settings
     double mSampleRate = 44100.0;
     ETimeCodeFormat mTimeCodeFormat = eTimeCodeFormat_30;
 
-    // Makes them the process's: sample rate, timecode format and its frame rate, no frame offset and no pulls.
+    // Makes them the process's: sample rate, timecode format and its frame rate, no
+    // frame offset and no pulls.
     void Apply() const;
 };
 
@@ -37,8 +38,8 @@ bool Tool_IsTimeCodeFormat(ETimeCodeFormat iFormat);
 // A decimal number of Hz that is a rate; false, with the out untouched, for anything else.
 bool Tool_ParseRate(std::string_view iText, double& oRate);
 
-// A name as Time_Globals::GetTimeCodeFormatString gives it, with or without its blanks and "fps": "29.97 fps drop",
-// "29.97drop". False for anything else and for the two OMF formats, which have no frames per second.
+// A name as Time_Globals::GetTimeCodeFormatString gives it, with or without its blanks and "fps": "29.97 fps
+// drop", "29.97drop". False for anything else and for the two OMF formats, which have no frames per second.
 bool Tool_ParseTimeCodeFormat(std::string_view iName, ETimeCodeFormat& oFormat);
 // The short names, "24, 25, …", for messages.
 std::string Tool_TimeCodeFormatNames();

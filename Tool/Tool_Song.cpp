@@ -10,6 +10,7 @@
 #include <memory>
 
 namespace {
+
 constexpr double cDefaultBeatsPerMinute = 120.0;
 constexpr Cmn_Int32 cSongStartBar = 1;
 
@@ -37,6 +38,7 @@ Time_Tick LastChange(Time_Tick iStart, const Time_TempoMap& iTempos, const Time_
     if (iKeys.size() > 0 && iKeys.GetKeysSignature(iKeys.size() - 1, tick, key)) last = std::max(last, tick);
     return last;
 }
+
 } // namespace
 
 Tool_Song::Tool_Song(const Tool_Settings& iSettings)

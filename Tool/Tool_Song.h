@@ -1,10 +1,11 @@
 // Tool_Song: a song's meter, tempo and key maps with the converter over them.
 //
-// Units:      ticks of the time line, 960000 to a quarter note. A MIDI file's song starts at cStartTick: bar 1, sample 0.
-// Invariants: (1) the meter map and the tempo map have an entry  (2) no entry and no event of the song lies before its
-//             start, before sample 0 or past the limits of Time_Typed.
-// Globals:    the settings become the process's and must stay so while the song is used: a tempo map takes its sample
-//             rate from them, and the converter its frame rate.
+// Units:      ticks of the time line, 960000 to a quarter note. A MIDI file's song starts at
+//             cStartTick: bar 1, sample 0.
+// Invariants: (1) the meter map and the tempo map have an entry  (2) no entry and no event of the song lies
+//             before its start, before sample 0 or past the limits of Time_Typed.
+// Globals:    the settings become the process's and must stay so while the song is used: a tempo map takes
+//             its sample rate from them, and the converter its frame rate.
 // Ownership:  owns its maps; the converter borrows them.
 #pragma once
 
@@ -31,16 +32,16 @@ public:
 
     // 120 beats a minute in 4/4, from the start on.
     explicit Tool_Song(const Tool_Settings& iSettings);
-    // Of several events of a kind at one tick the last in the file holds. Throws Tool_InputError when an event lies
-    // past the time limits.
+    // Of several events of a kind at one tick the last in the file holds. Throws Tool_InputError when an
+    // event lies past the time limits.
     Tool_Song(const Tool_MidiFile& iFile, const Tool_Settings& iSettings);
-    // The song of an open document, in the settings it was saved in where no others are asked for. A map that the
-    // document does not have is the default one; without song info the last change is the end. Throws
-    // Tool_InputError for a document without any of them and for places that the invariants rule out, and what reading
-    // a document throws.
+    // The song of an open document, in the settings it was saved in where no others are asked for. A map that
+    // the document does not have is the default one; without song info the last change is the end. Throws
+    // Tool_InputError for a document without any of them and for places that the invariants rule out, and
+    // what reading a document throws.
     Tool_Song(FF_Document& ioDocument, const Tool_AskedSettings& iAsked);
-    // The song in a file or a pipe, MIDI or document: what the bytes say, whatever the name is. Throws Tool_InputError for one
-    // that cannot be read or understood, and what reading a document throws.
+    // The song in a file or a pipe, MIDI or document: what the bytes say, whatever the name is. Throws
+    // Tool_InputError for one that cannot be read or understood, and what reading a document throws.
     static std::unique_ptr<Tool_Song> Load(const Tool_Input& iInput, const Tool_AskedSettings& iAsked);
     Tool_Song(const Tool_Song&) = delete;
     Tool_Song& operator=(const Tool_Song&) = delete;

@@ -13,6 +13,7 @@
 #include <CLI/CLI.hpp>
 
 namespace {
+
 constexpr char cDefaultMapsName[] = "-";
 constexpr char cInputName[] = "stdin";
 
@@ -158,6 +159,7 @@ private:
     std::string mOutput;
     std::string mDivision;
 };
+
 } // namespace
 
 void Tool_AddSongCommands(CLI::App& ioApp, Tool_Subcommands& ioCommands)

@@ -10,6 +10,7 @@
 using JsonValue = nlohmann::ordered_json; // keeps the order in which keys are written
 
 namespace {
+
 std::string Number(Cmn_Int64 iValue) { return std::to_string(iValue); }
 
 std::string RightAligned(const std::string& iText, std::size_t iWidth)
@@ -35,11 +36,7 @@ std::string Rate(double iRate)
 
 JsonValue PositionJson(const Time_BarBeatTick& iPosition)
 {
-    return JsonValue{
-        {"bar",  iPosition.mBar           },
-        {"beat", iPosition.mBeat          },
-        {"tick", iPosition.mTick.AsInt64()}
-    };
+    return JsonValue{{"bar", iPosition.mBar}, {"beat", iPosition.mBeat}, {"tick", iPosition.mTick.AsInt64()}};
 }
 
 Cmn_Int32 SharpsOf(const Time_KeySignature& iKey)
@@ -50,6 +47,7 @@ Cmn_Int32 SharpsOf(const Time_KeySignature& iKey)
 
 constexpr std::size_t cPositionWidth = 13;
 constexpr std::size_t cNumberWidth = 11;
+
 } // namespace
 
 Tool_SongReport::Tool_SongReport(const Tool_Song& iSong, std::string iFile)
@@ -114,47 +112,39 @@ std::string Tool_SongReport::Json() const
     const double rate = mSong.GetSettings().mSampleRate;
     JsonValue tempos = JsonValue::array();
     for (const Tool_SongRows::Tempo& row : mRows.mTempos)
-        tempos.push_back({
-            {"tick",         row.mPlace.mTick.AsInt64()        },
-            {"sample",       row.mPlace.mSample.AsInt64()      },
-            {"bpm",          row.mBeatsPerMinute               },
-            {"ticksPerBeat", row.mTicksPerBeat                 },
-            {"position",     PositionJson(row.mPlace.mPosition)}
-        });
+        tempos.push_back({{"tick", row.mPlace.mTick.AsInt64()},
+                          {"sample", row.mPlace.mSample.AsInt64()},
+                          {"bpm", row.mBeatsPerMinute},
+                          {"ticksPerBeat", row.mTicksPerBeat},
+                          {"position", PositionJson(row.mPlace.mPosition)}});
     JsonValue meters = JsonValue::array();
     for (const Tool_SongRows::Meter& row : mRows.mMeters)
-        meters.push_back({
-            {"tick",        row.mPlace.mTick.AsInt64()  },
-            {"bar",         row.mBar                    },
-            {"numerator",   row.mNumerator              },
-            {"denominator", row.mDenominator            },
-            {"offBarline",  row.mIsOffBarline           },
-            {"sample",      row.mPlace.mSample.AsInt64()}
-        });
+        meters.push_back({{"tick", row.mPlace.mTick.AsInt64()},
+                          {"bar", row.mBar},
+                          {"numerator", row.mNumerator},
+                          {"denominator", row.mDenominator},
+                          {"offBarline", row.mIsOffBarline},
+                          {"sample", row.mPlace.mSample.AsInt64()}});
     JsonValue keys = JsonValue::array();
     for (const Tool_SongRows::Key& row : mRows.mKeys)
-        keys.push_back({
-            {"tick",     row.mPlace.mTick.AsInt64()        },
-            {"sharps",   SharpsOf(row.mKey)                },
-            {"minor",    !row.mKey.IsMajor()               },
-            {"name",     row.mKey.ToString()               },
-            {"position", PositionJson(row.mPlace.mPosition)}
-        });
-    const JsonValue song = {
-        {"file",            mFile                                               },
-        {"sampleRate",      rate                                                },
-        {"ticksPerQuarter", Tool_Song::cTicksPerQuarter                         },
-        {"songStartTick",   mSong.GetStartTick().AsInt64()                      },
-        {"tempo",           std::move(tempos)                                   },
-        {"meter",           std::move(meters)                                   },
-        {"keys",            std::move(keys)                                     },
-        {"end",
-         {{"tick", mRows.mEnd.mTick.AsInt64()},
-          {"sample", mRows.mEnd.mSample.AsInt64()},
-          {"position", PositionJson(mRows.mEnd.mPosition)},
-          {"timecode", TimecodeOf(mRows.mEnd)},
-          {"seconds", static_cast<double>(mRows.mEnd.mSample.AsInt64()) / rate}}}
-    };
+        keys.push_back({{"tick", row.mPlace.mTick.AsInt64()},
+                        {"sharps", SharpsOf(row.mKey)},
+                        {"minor", !row.mKey.IsMajor()},
+                        {"name", row.mKey.ToString()},
+                        {"position", PositionJson(row.mPlace.mPosition)}});
+    const JsonValue song = {{"file", mFile},
+                            {"sampleRate", rate},
+                            {"ticksPerQuarter", Tool_Song::cTicksPerQuarter},
+                            {"songStartTick", mSong.GetStartTick().AsInt64()},
+                            {"tempo", std::move(tempos)},
+                            {"meter", std::move(meters)},
+                            {"keys", std::move(keys)},
+                            {"end",
+                             {{"tick", mRows.mEnd.mTick.AsInt64()},
+                              {"sample", mRows.mEnd.mSample.AsInt64()},
+                              {"position", PositionJson(mRows.mEnd.mPosition)},
+                              {"timecode", TimecodeOf(mRows.mEnd)},
+                              {"seconds", static_cast<double>(mRows.mEnd.mSample.AsInt64()) / rate}}}};
     // A file name that is no UTF-8 is shown with replacement characters.
     return song.dump(2, ' ', false, JsonValue::error_handler_t::replace) + '\n';
 }

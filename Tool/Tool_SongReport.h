@@ -1,4 +1,5 @@
-// Tool_SongReport: a song's tempo, meter and key changes and its end, as a table for people or JSON for programs.
+// Tool_SongReport: a song's tempo, meter and key changes and its end, as a table for
+// people or JSON for programs.
 //
 // Both forms show the rows of Tool_SongRows.
 #pragma once
@@ -14,8 +15,8 @@ public:
     // iFile is the name that the report shows.
     Tool_SongReport(const Tool_Song& iSong, std::string iFile);
 
-    // At most 100 columns: a header, then a row for each change in time order, of those at one tick tempo first, then
-    // meter, then key; the end last. Positions in display ticks, 960 to a quarter note.
+    // At most 100 columns: a header, then a row for each change in time order, of those at one tick tempo
+    // first, then meter, then key; the end last. Positions in display ticks, 960 to a quarter note.
     std::string Table() const;
     // One object, indented by 2, with a newline at its end. Positions in internal ticks.
     std::string Json() const;

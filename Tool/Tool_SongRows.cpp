@@ -1,11 +1,13 @@
 #include "Tool/Tool_SongRows.h"
 
 namespace {
+
 Tool_SongRows::Place PlaceOf(const Tool_Song& iSong, Time_Tick iTick)
 {
     const Time_Converter& converter = iSong.GetConverter();
     return {iTick, converter.ToSample(iTick), converter.ToBarBeatTick(iTick)};
 }
+
 } // namespace
 
 Tool_SongRows::Tool_SongRows(const Tool_Song& iSong)

@@ -1,6 +1,7 @@
 // Tool_Subcommand: one subcommand of kora: its arguments as text, and what it makes of them.
 //
-// A new one is a class in the file of its group, one line in that group's Tool_Add… function, and a help text.
+// A new one is a class in the file of its group, one line in that group's Tool_Add…
+// function, and a help text.
 #pragma once
 
 #include "Tool/Tool_Input.h"

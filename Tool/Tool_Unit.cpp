@@ -3,6 +3,7 @@
 #include <algorithm>
 
 namespace {
+
 struct Unit
 {
     std::string_view mName;
@@ -11,13 +12,10 @@ struct Unit
 
 // Indexed by Tool_EUnit.
 constexpr Unit cUnits[] = {
-    {"ticks",    Time_eType_Ticks  },
-    {"samples",  Time_eType_Samples},
-    {"frames",   Time_eType_Frames },
-    {"bars",     Time_eType_Ticks  },
-    {"timecode", Time_eType_Frames },
-    {"seconds",  Time_eType_Samples},
+    {"ticks", Time_eType_Ticks}, {"samples", Time_eType_Samples}, {"frames", Time_eType_Frames},
+    {"bars", Time_eType_Ticks},  {"timecode", Time_eType_Frames}, {"seconds", Time_eType_Samples},
 };
+
 } // namespace
 
 std::string_view Tool_UnitName(Tool_EUnit iUnit) { return cUnits[iUnit].mName; }

@@ -25,10 +25,10 @@ constexpr int cBlocks = 400;                 // of 128 samples at 48 kHz, 2.67 m
 
 struct MeterToken
 {
-    SDS_Token header{};
-    int block = 0;
-    float level = 0;
-    Clock::time_point sent;
+    SDS_Token mHeader{};
+    int mBlock = 0;
+    float mLevel = 0;
+    Clock::time_point mSent;
 };
 
 // One reader: a thread with a task of its own, which sleeps until its event is signalled.
@@ -65,14 +65,14 @@ public:
     {
         const MeterToken& token = *reinterpret_cast<const MeterToken*>(iToken);
         const auto microseconds =
-            std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - token.sent).count();
+            std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - token.mSent).count();
         std::size_t bin = 0;
         while (bin + 1 < mBins.size() && microseconds >= (std::int64_t{1} << bin))
             ++bin;
         ++mBins[bin];
         ++mCount;
-        mOrdered = mOrdered && token.block > mLastBlock;
-        mLastBlock = token.block;
+        mOrdered = mOrdered && token.mBlock > mLastBlock;
+        mLastBlock = token.mBlock;
     }
 
     void Report() const
@@ -115,13 +115,13 @@ int PlayBlocks(SDS_IName& iMaster)
 {
     int refused = 0;
     MeterToken token;
-    token.header.type = cMeterType;
-    token.header.size = sizeof(token);
+    token.mHeader.type = cMeterType;
+    token.mHeader.size = sizeof(token);
     Clock::time_point next = Clock::now();
-    for (token.block = 0; token.block < cBlocks; ++token.block) {
-        token.level = static_cast<float>(token.block % 48) / 48;
-        token.sent = Clock::now();
-        if (iMaster.HandleToken(token.header) != eSDSErr_None) ++refused;
+    for (token.mBlock = 0; token.mBlock < cBlocks; ++token.mBlock) {
+        token.mLevel = static_cast<float>(token.mBlock % 48) / 48;
+        token.mSent = Clock::now();
+        if (iMaster.HandleToken(token.mHeader) != eSDSErr_None) ++refused;
         next += std::chrono::nanoseconds(128 * 1'000'000'000LL / 48'000);
         std::this_thread::sleep_until(next);
     }

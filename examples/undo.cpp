@@ -44,7 +44,7 @@ private:
 // A document's map is undoable, and goes by NdoDelete.
 struct Deleter
 {
-    void operator()(Time_MeterMap* iMapP) const { iMapP->NdoDelete(); }
+    void operator()(Time_MeterMap* iMap) const { iMap->NdoDelete(); }
 };
 
 } // namespace

@@ -40,8 +40,9 @@ bool IsTopFolder(std::string_view iFolder)
     return iFolder == "Kora" || iFolder == "Bastel" || iFolder == "OstrelPlatformSupport";
 }
 
-// "/any/where/Kora/DAW/DAW_MenuEntry.h" → "DAW/DAW_MenuEntry": what follows the innermost of the library's top folders,
-// since the tree may itself lie in a folder of such a name; or else the last folder and the name.
+// "/any/where/Kora/DAW/DAW_MenuEntry.h" → "DAW/DAW_MenuEntry": what follows the innermost of the
+// library's top folders, since the tree may itself lie in a folder of such a name; or else the
+// last folder and the name.
 std::string_view SourceTail(std::string_view iFile)
 {
     const std::size_t name = iFile.find_last_of(cSlashes) + 1; // 0 where there is no folder
@@ -58,7 +59,8 @@ std::string_view SourceTail(std::string_view iFile)
     return iFile.substr(tail);
 }
 
-// The rooms of these subsystems do not show: "Time/Values/" → "Time/". Hosts know their reports by "Time/Time_MeterMap".
+// The rooms of these subsystems do not show: "Time/Values/" → "Time/". Hosts know their reports
+// by "Time/Time_MeterMap".
 std::string_view WithoutRooms(std::string_view iFolder)
 {
     const std::string_view subsystem = iFolder.substr(0, iFolder.find_first_of(cSlashes));

@@ -12,14 +12,14 @@
 class KORA_API Cmn_Assert
 {
 public:
-    // Receives each report. It may log, count, break into a debugger, throw or abort; when it returns, the call
-    // that reported goes on.
+    // Receives each report. It may log, count, break into a debugger, throw or abort; when it returns, the
+    // call that reported goes on.
     using Handler = void (*)(const char* iText, int iLine);
 
     static constexpr char cSeparator[] = "@$^$@";
 
-    // Installs the host's handler and returns the one before. Null brings back the library's own, which writes
-    // one line to stderr for each place, once.
+    // Installs the host's handler and returns the one before. Null brings back the library's own, which
+    // writes one line to stderr for each place, once.
     static Handler SetHandler(Handler iHandler) noexcept;
 
     // Hands a finished text to the handler in force.
@@ -31,7 +31,8 @@ public:
     static bool ReportFrom(const char* iExpression, const char* iFile, int iLine);
 };
 
-// True when the expression holds; otherwise reports it under its own words and this file's path, and is false.
+// True when the expression holds; otherwise reports it under its own words and this
+// file's path, and is false.
 #define Cmn_ASSERT(...)                                                                                      \
     (static_cast<bool>(__VA_ARGS__) || ::Cmn_Assert::ReportFrom(#__VA_ARGS__, __FILE__, __LINE__))
 

@@ -1,6 +1,6 @@
 // Cmn_DoublyLinkedList: objects strung together by links of their own, so that linking allocates nothing.
 //
-//   mFirstP ─▶ [ link ] ⇄ [ link ] ⇄ [ sentinel ]      the sentinel's next is null: that is how a walk ends
+//   mFirst ─▶ [ link ] ⇄ [ link ] ⇄ [ sentinel ]      the sentinel's next is null: that is how a walk ends
 //
 // Invariants: (1) an empty list's first is its sentinel  (2) the first link's previous is null
 //             (3) an unlinked link has null on both sides.
@@ -13,7 +13,7 @@ class Cmn_DoublyLinkedListLink
 {
 public:
     // Null when unlinked or at the end of a walk: the sentinel's own next.
-    Cmn_DoublyLinkedListLink* GetNext() const { return mNextP; }
+    Cmn_DoublyLinkedListLink* GetNext() const { return mNext; }
 
 protected:
     Cmn_DoublyLinkedListLink() = default;
@@ -25,8 +25,8 @@ private:
     template <class T>
     friend class Cmn_DoublyLinkedList;
 
-    Cmn_DoublyLinkedListLink* mNextP = nullptr;
-    Cmn_DoublyLinkedListLink* mPreviousP = nullptr;
+    Cmn_DoublyLinkedListLink* mNext = nullptr;
+    Cmn_DoublyLinkedListLink* mPrevious = nullptr;
 };
 
 // T derives from Cmn_DoublyLinkedListLink.
@@ -40,13 +40,13 @@ public:
     Cmn_DoublyLinkedList(const Cmn_DoublyLinkedList&) = delete;
     Cmn_DoublyLinkedList& operator=(const Cmn_DoublyLinkedList&) = delete;
 
-    bool IsEmpty() const { return mFirstP == &mSentinel; }
+    bool IsEmpty() const { return mFirst == &mSentinel; }
     // Null when empty.
-    T* GetFirst() const { return ObjectOf(mFirstP); }
+    T* GetFirst() const { return ObjectOf(mFirst); }
     // The object behind iObject: null behind the last one, and for an object that is not linked.
     [[nodiscard]] static T* GetNext(const T& iObject)
     {
-        Link* const nextP = static_cast<const Link&>(iObject).mNextP;
+        Link* const nextP = static_cast<const Link&>(iObject).mNext;
         return nextP != nullptr ? ObjectOf(nextP) : nullptr;
     }
 
@@ -54,20 +54,20 @@ public:
     void PushBack(T& ioObject)
     {
         Link& link = ioObject;
-        link.mNextP = &mSentinel;
-        link.mPreviousP = mSentinel.mPreviousP;
-        (link.mPreviousP != nullptr ? link.mPreviousP->mNextP : mFirstP) = &link;
-        mSentinel.mPreviousP = &link;
+        link.mNext = &mSentinel;
+        link.mPrevious = mSentinel.mPrevious;
+        (link.mPrevious != nullptr ? link.mPrevious->mNext : mFirst) = &link;
+        mSentinel.mPrevious = &link;
     }
 
     // iObject is in this list.
     void Remove(T& ioObject)
     {
         Link& link = ioObject;
-        (link.mPreviousP != nullptr ? link.mPreviousP->mNextP : mFirstP) = link.mNextP;
-        link.mNextP->mPreviousP = link.mPreviousP;
-        link.mNextP = nullptr;
-        link.mPreviousP = nullptr;
+        (link.mPrevious != nullptr ? link.mPrevious->mNext : mFirst) = link.mNext;
+        link.mNext->mPrevious = link.mPrevious;
+        link.mNext = nullptr;
+        link.mPrevious = nullptr;
     }
 
 private:
@@ -75,8 +75,8 @@ private:
     {
     };
 
-    static T* ObjectOf(Link* iLinkP) { return iLinkP->mNextP != nullptr ? static_cast<T*>(iLinkP) : nullptr; }
+    static T* ObjectOf(Link* iLink) { return iLink->mNext != nullptr ? static_cast<T*>(iLink) : nullptr; }
 
     Sentinel mSentinel;
-    Link* mFirstP = &mSentinel;
+    Link* mFirst = &mSentinel;
 };

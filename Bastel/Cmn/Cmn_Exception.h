@@ -1,7 +1,7 @@
 // Cmn_Exception: bad document data, as a text of the library's message table with the place it was met.
 //
-// what() is the message text alone; Describe() adds the file, the system's reason and the offset where they are known,
-// in one line for a log or a terminal.
+// what() is the message text alone; Describe() adds the file, the system's reason and the offset where they
+// are known, in one line for a log or a terminal.
 #pragma once
 
 #include "Bastel/Cmn/Cmn_Types.h"
@@ -46,8 +46,8 @@ public:
     const std::string& GetReason() const { return mReason; }
     void SetReason(std::string iReason) { mReason = std::move(iReason); }
 
-    // The code for what went wrong below, the system's or one of the library's (Sys_OSErrorText has the words for both); 0
-    // where there is none.
+    // The code for what went wrong below, the system's or one of the library's (Sys_OSErrorText has the words
+    // for both); 0 where there is none.
     Cmn_Int32 GetOSError() const { return mOSError; }
     void SetOSError(Cmn_Int32 iError) { mOSError = iError; }
 

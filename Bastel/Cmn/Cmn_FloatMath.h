@@ -37,7 +37,7 @@
 }
 
 // Rounds to the nearest integer, halves upward: 0.5 is 1, -0.5 is 0.
-// It is floor(iValue + 0.5) with the sum as a double, which every platform forms alike. Where that sum has no place
-// for the half it is rounded: the double just below one half gives 1, and the odd integers between 2^52 and 2^53, of
-// either sign, give the next integer up. Vector code does the same.
+// It is floor(iValue + 0.5) with the sum as a double, which every platform forms alike. Where that sum has no
+// place for the half it is rounded: the double just below one half gives 1, and the odd integers between 2^52
+// and 2^53, of either sign, give the next integer up. Vector code does the same.
 [[nodiscard]] constexpr Cmn_Int64 Cmn_RoundHalfUp(double iValue) { return Cmn_FloorToInt64(iValue + 0.5); }

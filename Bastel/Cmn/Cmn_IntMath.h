@@ -1,7 +1,7 @@
 // Cmn_IntMath: the integer arithmetic of times, defined for every operand.
 //
-// Sums and products of times wrap in two's complement; the plain operators would be undefined there. Division by
-// zero is reported and gives 0; the smallest integer divided by -1 wraps to itself.
+// Sums and products of times wrap in two's complement; the plain operators would be undefined there. Division
+// by zero is reported and gives 0; the smallest integer divided by -1 wraps to itself.
 #pragma once
 
 #include "Bastel/Cmn/Cmn_Assert.h"

@@ -1,7 +1,7 @@
 // Cmn_PolyVector: a contiguous vector of fixed-size elements that reports a bad index instead of running off.
 //
-// It is a std::vector but for at, front, back and pop_back: they assert "iIndex < size()" where a std::vector throws
-// or is undefined, and go on. Iterators and references are as valid as a std::vector's.
+// It is a std::vector but for at, front, back and pop_back: they assert "iIndex < size()" where a std::vector
+// throws or is undefined, and go on. Iterators and references are as valid as a std::vector's.
 //
 // Threads:   none inside.
 // Ownership: owns its elements, moved on growth.

@@ -1,11 +1,11 @@
-// Cmn_RefCountObject: an object that lives as long as someone refers to it; Cmn_RefCountPtr: such a reference;
-// Cmn_AliasedRefCountPtr: one that keeps an object alive and points to a part of it.
+// Cmn_RefCountObject: an object that lives as long as someone refers to it; Cmn_RefCountPtr: such a
+// reference; Cmn_AliasedRefCountPtr: one that keeps an object alive and points to a part of it.
 //
-// Threads:   the count is atomic, so references may be taken and let go on any thread; what each thread did through
-//            its reference happens before the object is deleted. The object's own data is its class's business, and
-//            so is one Cmn_RefCountPtr used by two threads.
-// Ownership: created with a count of 0 by new, deleted when the last reference lets go. The count is inside, so a
-//            plain pointer can become a reference again at any time.
+// Threads:   the count is atomic, so references may be taken and let go on any thread; what each thread did
+//            through its reference happens before the object is deleted. The object's own data is its class's
+//            business, and so is one Cmn_RefCountPtr used by two threads.
+// Ownership: created with a count of 0 by new, deleted when the last reference lets go. The count is inside,
+//            so a plain pointer can become a reference again at any time.
 #pragma once
 
 #include "Bastel/Cmn/Cmn_Types.h"
@@ -83,8 +83,8 @@ private:
     T* mObject = nullptr;
 };
 
-// Keeps one object alive and points to it, to a base of it, or to something that lives in it: who is handed the part
-// does not see the whole, and T itself is counted or not.
+// Keeps one object alive and points to it, to a base of it, or to something that lives in it: who is handed
+// the part does not see the whole, and T itself is counted or not.
 //
 //     Cmn_AliasedRefCountPtr<Label> label(window, &window->mTitle); // the window stays alive
 template <class T>

@@ -22,7 +22,8 @@ Integer Parse(std::string_view iText)
     Integer value = 0;
     const char* const end = iText.data() + iText.size();
     const auto [rest, error] = std::from_chars(iText.data(), end, value);
-    // The text is looked at first: digits without end that a letter follows are no integer, rather than a large one.
+    // The text is looked at first: digits without end that a letter follows are no integer,
+    // rather than a large one.
     if (error == std::errc::invalid_argument || rest != end) throw Cmn_Exception(Cmn_eMessage_NotAnInteger);
     if (error != std::errc()) throw Cmn_Exception(Cmn_eMessage_IntegerOutOfRange);
     return value;

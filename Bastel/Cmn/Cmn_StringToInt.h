@@ -1,8 +1,8 @@
 // Cmn_StringToInt: decimal text to integer, whole or not at all.
 //
-// Accepts white space, then an optional sign, then digits, then white space (blank, \t, \n, \v, \f, \r, whatever the
-// locale). Throws Cmn_Exception: Cmn_eMessage_NotAnInteger for any other text, Cmn_eMessage_IntegerOutOfRange for a
-// value that the integer does not hold.
+// Accepts white space, then an optional sign, then digits, then white space (blank, \t, \n, \v, \f, \r,
+// whatever the locale). Throws Cmn_Exception: Cmn_eMessage_NotAnInteger for any other text,
+// Cmn_eMessage_IntegerOutOfRange for a value that the integer does not hold.
 //
 //   Cmn_StringToInt32(" +42\n") is 42; "", "- 1", "4 2", "0x10" and "1.0" are refused.
 #pragma once

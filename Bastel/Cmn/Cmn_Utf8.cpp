@@ -10,10 +10,10 @@ constexpr bool IsSurrogate(char32_t iUnit) { return iUnit >= 0xD800 && iUnit <= 
 // narrower range than 80 to BF is what shuts out overlong forms, surrogates and values above U+10FFFF.
 struct Lead
 {
-    int more;
-    char32_t bits;
-    unsigned char low = 0x80;
-    unsigned char high = 0xBF;
+    int mMore;
+    char32_t mBits;
+    unsigned char mLow = 0x80;
+    unsigned char mHigh = 0xBF;
 };
 
 Lead LeadOf(unsigned char iByte)
@@ -37,13 +37,13 @@ char32_t Cmn_TakeUtf8(std::string_view& ioText)
     if (!Cmn_ASSERT(!ioText.empty())) return 0;
     Lead lead = LeadOf(static_cast<unsigned char>(ioText.front()));
     ioText.remove_prefix(1);
-    for (; lead.more > 0; --lead.more, lead.low = 0x80, lead.high = 0xBF) {
+    for (; lead.mMore > 0; --lead.mMore, lead.mLow = 0x80, lead.mHigh = 0xBF) {
         const unsigned char byte = ioText.empty() ? 0 : static_cast<unsigned char>(ioText.front());
-        if (byte < lead.low || byte > lead.high) return cCmn_ReplacementCharacter;
-        lead.bits = lead.bits << 6 | (byte & 0x3Fu);
+        if (byte < lead.mLow || byte > lead.mHigh) return cCmn_ReplacementCharacter;
+        lead.mBits = lead.mBits << 6 | (byte & 0x3Fu);
         ioText.remove_prefix(1);
     }
-    return lead.more == 0 ? lead.bits : cCmn_ReplacementCharacter;
+    return lead.mMore == 0 ? lead.mBits : cCmn_ReplacementCharacter;
 }
 
 void Cmn_AppendUtf8(std::string& ioText, char32_t iCharacter)

@@ -1,7 +1,8 @@
 // Cmn_Utf8: characters of UTF-8 text, whatever bytes it holds.
 //
-// Ill-formed bytes come out as U+FFFD, one for each longest beginning of a character: "a\xE2\x99z" is a, U+FFFD, z.
-// Ill-formed are overlong forms, surrogates, values above U+10FFFF and stray or missing continuation bytes.
+// Ill-formed bytes come out as U+FFFD, one for each longest beginning of a character: "a\xE2\x99z"
+// is a, U+FFFD, z. Ill-formed are overlong forms, surrogates, values above U+10FFFF and stray or
+// missing continuation bytes.
 #pragma once
 
 #include "Export/Kora_API.h"

@@ -1,8 +1,9 @@
 // Cmn_XMLNode: a tree of named nodes with attributes, values and children, written as UTF-8 XML.
 //
-// Written only; nothing in the house reads XML back. Doubles are written in the shortest form that reads back to
-// the same value, bools as "true" and "false". Names must be XML names; texts may hold anything: what XML cannot
-// hold (control characters, bytes that are not UTF-8) is written as U+FFFD, and an XML reader gets back the rest.
+// Written only; nothing in the house reads XML back. Doubles are written in the shortest form that reads
+// back to the same value, bools as "true" and "false". Names must be XML names; texts may hold anything:
+// what XML cannot hold (control characters, bytes that are not UTF-8) is written as U+FFFD, and an XML
+// reader gets back the rest.
 //
 // Threads: none inside.
 #pragma once
@@ -44,7 +45,8 @@ public:
     void AddValue(std::string iName, std::string iValue);
     void AddValue(std::string iName, const char* iValue) { AddValue(std::move(iName), std::string(iValue)); }
 
-    // The node as text, two blanks a level, each line ended by "\n". With a declaration it is a whole document.
+    // The node as text, two blanks a level, each line ended by "\n". With a
+    // declaration it is a whole document.
     [[nodiscard]] std::string ToString(bool iWithDeclaration = false) const;
 
 private:

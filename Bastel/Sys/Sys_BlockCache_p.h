@@ -1,7 +1,8 @@
-// Sys_BlockCache: blocks of a file as they were read, so that what is found again and again costs no call to the system.
+// Sys_BlockCache: blocks of a file as they were read, so that what is found again and again
+// costs no call to the system.
 //
-// Bounded: when it is full, the block that came first makes room. A table with one number for each block of the file
-// finds a block.
+// Bounded: when it is full, the block that came first makes room. A table with one number for each block
+// of the file finds a block.
 #pragma once
 
 #include "Bastel/Cmn/Cmn_Types.h"
@@ -33,20 +34,21 @@ public:
     const Cmn_UInt8* Find(std::size_t iBlock) const
     {
         const std::size_t slot = iBlock < mSlotOf.size() ? mSlotOf[iBlock] : cNoSlot;
-        return slot == cNoSlot ? nullptr : mSlots[slot - 1].bytes->data();
+        return slot == cNoSlot ? nullptr : mSlots[slot - 1].mBytes->data();
     }
 
-    // A place for a block that is not here: the caller fills all that the file has of it before the next call.
+    // A place for a block that is not here: the caller fills all that the file has of
+    // it before the next call.
     Cmn_UInt8* Add(std::size_t iBlock)
     {
         if (iBlock >= mSlotOf.size()) mSlotOf.resize(iBlock + 1, cNoSlot);
         if (mSlots.size() < mMaxBlocks) mSlots.push_back({iBlock, std::make_unique_for_overwrite<Bytes>()});
         Slot& slot = mSlots[mNextSlot];
-        if (mSlotOf[slot.block] == mNextSlot + 1) mSlotOf[slot.block] = cNoSlot;
-        slot.block = iBlock;
+        if (mSlotOf[slot.mBlock] == mNextSlot + 1) mSlotOf[slot.mBlock] = cNoSlot;
+        slot.mBlock = iBlock;
         mSlotOf[iBlock] = static_cast<Cmn_UInt32>(mNextSlot + 1);
         mNextSlot = (mNextSlot + 1) % mMaxBlocks;
-        return slot.bytes->data();
+        return slot.mBytes->data();
     }
     // Takes back what Add gave last, whose bytes could not be had.
     void Forget(std::size_t iBlock) { mSlotOf[iBlock] = cNoSlot; }
@@ -55,8 +57,8 @@ private:
     using Bytes = std::array<Cmn_UInt8, cBlockSize>;
     struct Slot
     {
-        std::size_t block;
-        std::unique_ptr<Bytes> bytes;
+        std::size_t mBlock;
+        std::unique_ptr<Bytes> mBytes;
     };
     static constexpr Cmn_UInt32 cNoSlot = 0;
 

@@ -18,9 +18,12 @@ constinit std::atomic<const Sys_Clock::Source*> sSource{&cSystem};
 
 } // namespace
 
-Cmn_Int64 Sys_Clock::GetMicroseconds() { return sSource.load(std::memory_order_acquire)->timeOfDay(); }
+Cmn_Int64 Sys_Clock::GetMicroseconds() { return sSource.load(std::memory_order_acquire)->mTimeOfDay(); }
 
-Cmn_Int64 Sys_Clock::GetMonotonicMicroseconds() { return sSource.load(std::memory_order_acquire)->counter(); }
+Cmn_Int64 Sys_Clock::GetMonotonicMicroseconds()
+{
+    return sSource.load(std::memory_order_acquire)->mCounter();
+}
 
 const Sys_Clock::Source* Sys_Clock::SetSource(const Source* iSource) noexcept
 {

@@ -1,6 +1,7 @@
 // Sys_Clock: the time of day and a counter that never goes back, in microseconds.
 //
-// Threads: any. Real time: one call of the system's clock, which on today's systems does not leave the process.
+// Threads: any. Real time: one call of the system's clock, which on today's systems
+// does not leave the process.
 #pragma once
 
 #include "Bastel/Cmn/Cmn_Types.h"
@@ -12,8 +13,8 @@ public:
     // Where the readings come from.
     struct Source
     {
-        Cmn_Int64 (*timeOfDay)();
-        Cmn_Int64 (*counter)();
+        Cmn_Int64 (*mTimeOfDay)();
+        Cmn_Int64 (*mCounter)();
     };
 
     // Since 1970-01-01 00:00 UTC; jumps when the system's clock is set.

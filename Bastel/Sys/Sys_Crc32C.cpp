@@ -8,8 +8,8 @@ namespace {
 
 Cmn_UInt32 ChooseAndRun(Cmn_UInt32 iRemainder, const Cmn_UInt8* iBytes, std::size_t iCount);
 
-// No guarded static: its lock would not do on a real-time thread. Choosing twice gives the same answer, and besides
-// the pointer nothing is published.
+// No guarded static: its lock would not do on a real-time thread. Choosing twice gives the same answer, and
+// besides the pointer nothing is published.
 constinit std::atomic<Sys_Crc32CKernel> sKernel{&ChooseAndRun};
 
 Cmn_UInt32 ChooseAndRun(Cmn_UInt32 iRemainder, const Cmn_UInt8* iBytes, std::size_t iCount)

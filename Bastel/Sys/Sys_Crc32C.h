@@ -1,8 +1,9 @@
 // CRC-32C: the 32-bit cyclic sum that documents carry to notice damage.
 //
-// Polynomial 0x1EDC6F41 (Castagnoli, IEEE Trans. Comm. 41(6), 1993), bits reflected, start and end complemented, as in
-// RFC 3720: the sum of "123456789" is 0xE3069283. Every change of up to 32 neighbouring bits alters it, and every
-// change of one to three bits in up to 2^31 bits.
+// Polynomial 0x1EDC6F41 (Castagnoli, IEEE Trans. Comm. 41(6), 1993), bits reflected, start
+// and end complemented, as in
+// RFC 3720: the sum of "123456789" is 0xE3069283. Every change of up to 32 neighbouring bits alters it, and
+// every change of one to three bits in up to 2^31 bits.
 //
 // Real time: no allocation, no call to the system. The processor's own instruction is used where it has one.
 #pragma once

@@ -58,8 +58,8 @@ constexpr Shifts MakeShifts()
 
 constexpr Shifts cShifts = MakeShifts();
 
-// Every fourth bit of each factor goes into one of 16 ordinary products: a column adds up to 8 ones, which is below
-// 16 and so never reaches the next column.
+// Every fourth bit of each factor goes into one of 16 ordinary products: a column adds up to 8 ones, which is
+// below 16 and so never reaches the next column.
 Cmn_UInt64 CarrylessProduct(Cmn_UInt32 iA, Cmn_UInt32 iB)
 {
     constexpr Cmn_UInt64 cMasks[4] = {0x1111111111111111, 0x2222222222222222, 0x4444444444444444,

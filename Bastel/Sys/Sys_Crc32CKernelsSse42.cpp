@@ -11,8 +11,8 @@ using namespace Sys_Crc32CField;
 constexpr std::size_t cFewestWords = 12; // below, joining three parts costs more than it saves
 constexpr std::size_t cMostInPart = 256;
 
-// x^(64 * n - 33) at [n]: moves a remainder over n words of 8 bytes. No std::array: its functions, compiled here for
-// newer processors, could be the copies that the linker keeps for everybody.
+// x^(64 * n - 33) at [n]: moves a remainder over n words of 8 bytes. No std::array: its functions, compiled
+// here for newer processors, could be the copies that the linker keeps for everybody.
 struct WordShifts
 {
     Cmn_UInt32 mAt[2 * cMostInPart + 1];
@@ -47,8 +47,8 @@ __m128i MovedOver(Cmn_UInt64 iRemainder, std::size_t iWords)
                                 _mm_cvtsi32_si128(static_cast<int>(cShifts.mAt[iWords])), 0);
 }
 
-// An instruction's result takes three cycles and one can start in each: three parts of iPart words side by side keep
-// the processor busy. The remainders of the first two join at the last word of the third.
+// An instruction's result takes three cycles and one can start in each: three parts of iPart words side by
+// side keep the processor busy. The remainders of the first two join at the last word of the third.
 Cmn_UInt64 ThreeParts(Cmn_UInt64 iRemainder, const Cmn_UInt8* iBytes, std::size_t iPart)
 {
     Cmn_UInt64 first = iRemainder, second = 0, third = 0;

@@ -1,7 +1,8 @@
-// Sys_Crc32CKernel: the ways to compute CRC-32C, for the choice between them and for the tests that compare them.
+// Sys_Crc32CKernel: the ways to compute CRC-32C, for the choice between them and for the
+// tests that compare them.
 //
-// Kernels work on the raw remainder, without the complements at start and end. A remainder is a polynomial over GF(2)
-// of degree 31 at most, bit 31 being the coefficient of 1 and bit 0 that of x^31.
+// Kernels work on the raw remainder, without the complements at start and end. A remainder is a polynomial
+// over GF(2) of degree 31 at most, bit 31 being the coefficient of 1 and bit 0 that of x^31.
 #pragma once
 
 #include "Bastel/Cmn/Cmn_Types.h"
@@ -35,8 +36,8 @@ constexpr Cmn_UInt32 Multiply(Cmn_UInt32 iA, Cmn_UInt32 iB)
     return product;
 }
 
-// x^-33. Reflected factors multiply without carry to a product of one x too many, and taking the remainder of 8 bytes
-// brings x^32 more: constants that are multiplied in this way carry the inverse of both.
+// x^-33. Reflected factors multiply without carry to a product of one x too many, and taking the remainder of
+// 8 bytes brings x^32 more: constants that are multiplied in this way carry the inverse of both.
 constexpr Cmn_UInt32 OverX33()
 {
     Cmn_UInt32 power = cOne;

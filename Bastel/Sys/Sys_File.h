@@ -3,9 +3,9 @@
 // Read and Write go on from a position of the file's own; ReadAt and WriteAt leave it alone.
 //
 // Units:     bytes from the start of the file.
-// Throws:    Open, SetLength and Sync: Cmn_Exception (Cmn_eMessage_OSError) with the code, the reason and the file.
-//            The transfers return how many bytes went; fewer than asked is the end of the file or a failure, and
-//            GetLastError tells which.
+// Throws:    Open, SetLength and Sync: Cmn_Exception (Cmn_eMessage_OSError) with the code, the reason and the
+//            file. The transfers return how many bytes went; fewer than asked is the end of the file or a
+//            failure, and GetLastError tells which.
 // Ownership: closes itself. Threads: one at a time.
 #pragma once
 
@@ -22,10 +22,11 @@ public:
 
     // Opening an open file asserts and leaves it as it is.
     void Open(Sys_FileSystem::EAccess iAccess);
-    // Works on what iSystem has open, in place of opening the location, which only names the file from then on. Close gives
-    // the handle back to its owner, who keeps it open as long. Asserts as Open does.
+    // Works on what iSystem has open, in place of opening the location, which only names the file from then
+    // on. Close gives the handle back to its owner, who keeps it open as long. Asserts as Open does.
     void Borrow(Sys_FileSystem& iSystem, Sys_FileSystem::Handle iHandle);
-    // Nothing where it is closed. A failure to close is kept in GetLastError: what must be on the disk was synced.
+    // Nothing where it is closed. A failure to close is kept in GetLastError: what must
+    // be on the disk was synced.
     void Close() noexcept;
     bool IsOpen() const { return mHandle != Sys_FileSystem::cNoHandle; }
     const Sys_FileLoc& GetFileLoc() const { return mLocation; }

@@ -62,7 +62,8 @@ void Sys_FileBasedInStream::SetPosition(Cmn_Int64 iPosition)
 
 std::size_t Sys_FileBasedInStream::Read(void* oBytes, std::size_t iCount)
 {
-    // Both differences wrap around to more than there can be: of a position before the buffer, and of a count of 0.
+    // Both differences wrap around to more than there can be: of a position before the
+    // buffer, and of a count of 0.
     const auto offset = static_cast<std::size_t>(mPosition - mBufferStart);
     if (offset <= mBuffered && iCount - 1 < mBuffered - offset) {
         std::memcpy(oBytes, mBuffer.get() + offset, iCount);

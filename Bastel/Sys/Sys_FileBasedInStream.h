@@ -1,8 +1,9 @@
 // Sys_FileBasedInStream: a file's bytes through a buffer that reads ahead.
 //
-// The first buffer after a jump is small and doubles while reading goes on in sequence, up to the read-ahead: a stream
-// found by key costs one small read, a long one few large ones. After cJumpsBeforeCaching jumps small reads go through
-// a cache of up to 32 MiB: who looks up one stream after another soon pays no call to the system for it.
+// The first buffer after a jump is small and doubles while reading goes on in sequence, up to the
+// read-ahead: a stream found by key costs one small read, a long one few large ones. After
+// cJumpsBeforeCaching jumps small reads go through a cache of up to 32 MiB: who looks up one stream after
+// another soon pays no call to the system for it.
 //
 // Units:     positions are positions in the file; the stream begins at the file's position when it is made.
 // Sums:      HasSums. SumOf of a body that fits the largest buffer leaves it there.
@@ -47,7 +48,8 @@ protected:
     // Called on every buffer after it is read, with the position of its first byte. Does nothing here.
     virtual void MassageBuffer(void* ioBytes, std::size_t iCount, Cmn_Int64 iPosition);
     Sys_File& GetFile() { return mFile; }
-    // For constructors of derived classes that read leading bytes themselves: the stream begins where the file stands.
+    // For constructors of derived classes that read leading bytes themselves: the stream
+    // begins where the file stands.
     void BeginAtFilePosition();
 
 private:

@@ -108,7 +108,8 @@ void Sys_FileBasedOutStream::SetPosition(Cmn_Int64 iPosition)
     if (iPosition == Position()) return;
     if (!Cmn_ASSERT(this->GetOpenHeaders().IsEmpty())) return;
     if (!Cmn_ASSERT(iPosition >= mBegin && iPosition <= this->GetEnd())) return;
-    // What cannot be written stays where it belongs, and so does the position: later writes would end up in its place.
+    // What cannot be written stays where it belongs, and so does the position: later writes
+    // would end up in its place.
     if (!Drain()) return RememberFailure();
     mBufferStart = mSummed = iPosition;
     FindRoom();
@@ -155,19 +156,21 @@ std::size_t Sys_FileBasedOutStream::Overwrite(Cmn_Int64 iPosition, const void* i
 {
     const auto* const bytes = static_cast<const Cmn_UInt8*>(iBytes);
     const Parts parts = PartsOf(iPosition, iCount);
-    const std::size_t before = WriteMasked(iPosition, bytes, parts.before);
-    if (before != parts.before) return before;
-    if (parts.inBuffer != 0) std::memcpy(mBuffer.get() + parts.offset, bytes + parts.before, parts.inBuffer);
-    const std::size_t done = parts.before + parts.inBuffer;
+    const std::size_t before = WriteMasked(iPosition, bytes, parts.mBefore);
+    if (before != parts.mBefore) return before;
+    if (parts.mInBuffer != 0)
+        std::memcpy(mBuffer.get() + parts.mOffset, bytes + parts.mBefore, parts.mInBuffer);
+    const std::size_t done = parts.mBefore + parts.mInBuffer;
     return done + WriteMasked(iPosition + static_cast<Cmn_Int64>(done), bytes + done, iCount - done);
 }
 
 bool Sys_FileBasedOutStream::ReadBack(Cmn_Int64 iPosition, Cmn_UInt8* oBytes, std::size_t iCount)
 {
     const Parts parts = PartsOf(iPosition, iCount);
-    if (mFile.ReadAt(iPosition, oBytes, parts.before) != parts.before) return false;
-    MassageBuffer(oBytes, parts.before, iPosition);
-    if (parts.inBuffer != 0) std::memcpy(oBytes + parts.before, mBuffer.get() + parts.offset, parts.inBuffer);
+    if (mFile.ReadAt(iPosition, oBytes, parts.mBefore) != parts.mBefore) return false;
+    MassageBuffer(oBytes, parts.mBefore, iPosition);
+    if (parts.mInBuffer != 0)
+        std::memcpy(oBytes + parts.mBefore, mBuffer.get() + parts.mOffset, parts.mInBuffer);
     return true;
 }
 

@@ -1,14 +1,14 @@
 // Sys_FileBasedOutStream: writes a file through a buffer, with the sums of the headers that are open.
 //
-// The buffer holds plain bytes; a masked copy goes to the file at the moment of writing, so that a buffer that is
-// patched, or written a second time after a failure, is never masked twice. A buffer that could not be written is
-// kept and tried again.
+// The buffer holds plain bytes; a masked copy goes to the file at the moment of writing, so that a buffer
+// that is patched, or written a second time after a failure, is never masked twice. A buffer that could not
+// be written is kept and tried again.
 //
 // Units:     positions are positions in the file; the stream begins at the file's position when it is made.
-// Failures:  Write takes fewer bytes than it was given at the limit, on a full disk, and after RememberFailure until
-//            Flush has thrown.
-// Ownership: the file stays the caller's, is open for writing and must outlive the stream. The destructor writes nothing:
-//            who wants the bytes flushes. Threads: one at a time.
+// Failures:  Write takes fewer bytes than it was given at the limit, on a full disk, and after
+//            RememberFailure until Flush has thrown.
+// Ownership: the file stays the caller's, is open for writing and must outlive the stream. The destructor
+//            writes nothing: who wants the bytes flushes. Threads: one at a time.
 #pragma once
 
 #include "Bastel/Sys/Sys_File.h"
@@ -48,13 +48,14 @@ public:
     // Ends the file at the position, for what is written over an older, longer rest; writes the buffer first.
     void Truncate();
 
-    // Writes the buffer to the file. Throws Sys_StreamWriteException with the file where that fails, and once after
-    // RememberFailure; the next Flush tries again.
+    // Writes the buffer to the file. Throws Sys_StreamWriteException with the file where that fails, and once
+    // after RememberFailure; the next Flush tries again.
     void Flush();
     void Explain(Cmn_Exception& ioException) const override;
 
 protected:
-    // Called on a copy of every buffer before it is written, with the position of its first byte. Does nothing here.
+    // Called on a copy of every buffer before it is written, with the position of its first
+    // byte. Does nothing here.
     virtual void MassageBuffer(void* ioBytes, std::size_t iCount, Cmn_Int64 iPosition);
     Sys_File& GetFile() { return mFile; }
     void BeginAtFilePosition();
@@ -63,9 +64,9 @@ private:
     // How iCount bytes at a position lie to the buffer: so many before it, then so many in it, at an offset.
     struct Parts
     {
-        std::size_t before;
-        std::size_t inBuffer;
-        std::size_t offset;
+        std::size_t mBefore;
+        std::size_t mInBuffer;
+        std::size_t mOffset;
     };
 
     Cmn_Int64 Position() const { return mBufferStart + static_cast<Cmn_Int64>(mFill); }
@@ -74,8 +75,8 @@ private:
     bool MakeRoom(std::size_t iCount);
     bool IsWritten(Cmn_Int64 iPosition, std::size_t iCount) const;
     Parts PartsOf(Cmn_Int64 iPosition, std::size_t iCount) const;
-    // Both take file and buffer as one. Overwrite returns how many bytes it replaced; ReadBack reads what lies before the
-    // position.
+    // Both take file and buffer as one. Overwrite returns how many bytes it replaced; ReadBack reads what
+    // lies before the position.
     std::size_t Overwrite(Cmn_Int64 iPosition, const void* iBytes, std::size_t iCount);
     bool ReadBack(Cmn_Int64 iPosition, Cmn_UInt8* oBytes, std::size_t iCount);
     bool Drain();

@@ -1,6 +1,7 @@
 // Sys_FileLoc: where a file is, as a path in UTF-8.
 //
-// "/" separates folders on every platform; Windows takes "\" and drive letters too. Nothing here touches the disk.
+// "/" separates folders on every platform; Windows takes "\" and drive letters too.
+// Nothing here touches the disk.
 #pragma once
 
 #include "Export/Kora_API.h"

@@ -20,7 +20,8 @@ std::string Hex(Cmn_UInt64 iValue)
     return text;
 }
 
-// FNV-1a. Names that meet in one value cost nothing: what one's saver finds of the other's is dead, or locked.
+// FNV-1a. Names that meet in one value cost nothing: what one's saver finds of the
+// other's is dead, or locked.
 Cmn_UInt64 HashOf(const std::string& iText)
 {
     Cmn_UInt64 hash = 0xCBF29CE484222325;

@@ -1,13 +1,14 @@
 // Sys_FileSystem: what the library asks of the system's files, one virtual call for each request.
 //
-// Sys_File and the safe save go through the one in force, so that a test can put another in its place that fails at
-// the n-th request, or keeps files in memory.
+// Sys_File and the safe save go through the one in force, so that a test can put another in its place that
+// fails at the n-th request, or keeps files in memory.
 //
 // Units:   positions and lengths in bytes. Paths are UTF-8.
-// Errors:  every request returns 0 for success, the system's error code (errno on Linux, GetLastError on Windows), or
-//          one of EError. Requests interrupted by a signal are made again.
-// Locks:   a writer's file is locked for it. Where a file system has no locks (ENOLCK, ENOSYS, EOPNOTSUPP), files are
-//          opened and replaced all the same: nothing keeps writers apart there, and what dead ones left stays.
+// Errors:  every request returns 0 for success, the system's error code (errno on Linux, GetLastError on
+//          Windows), or one of EError. Requests interrupted by a signal are made again.
+// Locks:   a writer's file is locked for it. Where a file system has no locks (ENOLCK, ENOSYS,
+//          EOPNOTSUPP), files are opened and replaced all the same: nothing keeps writers apart there, and
+//          what dead ones left stays.
 // Threads: requests on different handles may be made at the same time.
 #pragma once
 
@@ -61,30 +62,32 @@ public:
 
     // --- a file that is to take another's place is written beside it first
 
-    // Makes that file and opens it to write, locked until it is closed: in iTarget's folder, under a name that nobody
-    // has (NameBeside), never through a link, with no more rights than iTarget's owner has there, or those of any new
-    // file where there is no iTarget. Removes what earlier ones left whose owners died. Refuses, and makes nothing,
-    // where iTarget is write-protected, or open for writing. iTarget is resolved.
+    // Makes that file and opens it to write, locked until it is closed: in iTarget's folder, under a name
+    // that nobody has (NameBeside), never through a link, with no more rights than iTarget's owner has there,
+    // or those of any new file where there is no iTarget. Removes what earlier ones left whose owners died.
+    // Refuses, and makes nothing, where iTarget is write-protected, or open for writing. iTarget is resolved.
     virtual Cmn_Int32 OpenBeside(const std::string& iTarget, std::string& oPath, Handle& oHandle) = 0;
-    // Gives the open file iFrom the name iTo in one step: whoever opens iTo gets the old file or the new one, whole.
-    // Where iTo exists, its owner, permissions and attributes are taken over first, as far as the system lets us; oNotKept
-    // (ENotKept) says how far. Refuses as OpenBeside does, and waits while another file takes the same place. The file stays
-    // open, and from then on a writer may open it beside iHandle where the system has locks of its own. Under Windows before
-    // 10, and Wine, it is refused while anybody has iTo open.
+    // Gives the open file iFrom the name iTo in one step: whoever opens iTo gets the old file or the new
+    // one, whole. Where iTo exists, its owner, permissions and attributes are taken over first, as far as
+    // the system lets us; oNotKept (ENotKept) says how far. Refuses as OpenBeside does, and waits while
+    // another file takes the same place. The file stays open, and from then on a writer may open it beside
+    // iHandle where the system has locks of its own. Under Windows before 10, and Wine, it is refused
+    // while anybody has iTo open.
     virtual Cmn_Int32 TakePlace(Handle iHandle, const std::string& iFrom, const std::string& iTo,
                                 Cmn_UInt32& oNotKept) = 0;
     // TakePlace of a file that is closed.
     Cmn_Int32 Replace(const std::string& iFrom, const std::string& iTo);
-    // What the names of files that OpenBeside makes for iTarget begin with, and such a name. All of them are short and equally
-    // long, so that they fit wherever iTarget's does.
+    // What the names of files that OpenBeside makes for iTarget begin with, and such a name. All of them are
+    // short and equally long, so that they fit wherever iTarget's does.
     [[nodiscard]] static std::string PrefixBeside(const std::string& iTarget);
     [[nodiscard]] static std::string NameBeside(const std::string& iTarget);
 
     // Returns when the names in the folder are on the disk; success where the system has no such request.
     virtual Cmn_Int32 SyncFolder(const std::string& iFolder) = 0;
     virtual Cmn_Int32 Remove(const std::string& iPath) = 0;
-    // The path with every symbolic link followed, so that a save replaces the file and not the link. Of a link that leads
-    // to no file, the path of the file that it names; on Windows that is refused. The same path where there is neither.
+    // The path with every symbolic link followed, so that a save replaces the file and not the link. Of a
+    // link that leads to no file, the path of the file that it names; on Windows that is refused. The same
+    // path where there is neither.
     virtual Cmn_Int32 Resolve(const std::string& iPath, std::string& oPath) = 0;
 
     // The one in force: the system's own unless another was set.

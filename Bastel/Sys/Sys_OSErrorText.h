@@ -1,5 +1,5 @@
-// Sys_OSErrorText: the words for an error code: the system's own, "Permission denied", or the library's, "a name has 1 to
-// 31 characters".
+// Sys_OSErrorText: the words for an error code: the system's own, "Permission denied", or the library's, "a
+// name has 1 to 31 characters".
 //
 // One line of UTF-8 without a full stop, never empty. Threads: any.
 #pragma once

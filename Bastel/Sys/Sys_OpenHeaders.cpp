@@ -10,12 +10,12 @@ Sys_OpenHeaders::~Sys_OpenHeaders() = default;
 
 void Sys_OpenHeaders::SetIsList()
 {
-    if (!mLevels.empty()) mLevels.back().isList = true;
+    if (!mLevels.empty()) mLevels.back().mIsList = true;
 }
 
 void Sys_OpenHeaders::SetListIndex(Cmn_UInt32 iIndex)
 {
-    if (!mLevels.empty()) mLevels.back().listIndex = iIndex;
+    if (!mLevels.empty()) mLevels.back().mListIndex = iIndex;
 }
 
 void Sys_OpenHeaders::Open(Cmn_Int64 iStart, Cmn_Int64 iBody)
@@ -28,9 +28,9 @@ void Sys_OpenHeaders::Add(const void* iBytes, std::size_t iCount)
     if (mLevels.empty()) return;
     Level& level = mLevels.back();
     const auto ofHeader = static_cast<std::size_t>(
-        std::clamp<Cmn_Int64>(level.body - level.covered, 0, static_cast<Cmn_Int64>(iCount)));
-    level.sum = Sys_Crc32C(level.sum, static_cast<const Cmn_UInt8*>(iBytes) + ofHeader, iCount - ofHeader);
-    level.covered += static_cast<Cmn_Int64>(iCount);
+        std::clamp<Cmn_Int64>(level.mBody - level.mCovered, 0, static_cast<Cmn_Int64>(iCount)));
+    level.mSum = Sys_Crc32C(level.mSum, static_cast<const Cmn_UInt8*>(iBytes) + ofHeader, iCount - ofHeader);
+    level.mCovered += static_cast<Cmn_Int64>(iCount);
 }
 
 void Sys_OpenHeaders::Close(const void* iHeader, std::size_t iHeaderSize, Cmn_UInt32 iBodySize)
@@ -40,8 +40,8 @@ void Sys_OpenHeaders::Close(const void* iHeader, std::size_t iHeaderSize, Cmn_UI
     if (mLevels.empty()) return;
     Add(iHeader, iHeaderSize);
     Level& parent = mLevels.back();
-    parent.sum = Sys_Crc32CCombine(parent.sum, closed.sum, iBodySize);
-    parent.covered += Cmn_Int64{iBodySize};
+    parent.mSum = Sys_Crc32CCombine(parent.mSum, closed.mSum, iBodySize);
+    parent.mCovered += Cmn_Int64{iBodySize};
 }
 
 void Sys_OpenHeaders::Abandon() { mLevels.pop_back(); }
@@ -50,11 +50,12 @@ void Sys_OpenHeaders::Replace(Cmn_Int64 iPosition, const void* iOld, const void*
 {
     const Cmn_Int64 end = iPosition + static_cast<Cmn_Int64>(iCount);
     for (auto level = mLevels.rbegin(); level != mLevels.rend(); ++level) {
-        if (iPosition < level->body) continue;
-        if (!Cmn_ASSERT(end <= level->covered)) return;
-        // Sums are linear: old and new differ by the sum of their exclusive or, moved to where the sum now ends.
+        if (iPosition < level->mBody) continue;
+        if (!Cmn_ASSERT(end <= level->mCovered)) return;
+        // Sums are linear: old and new differ by the sum of their exclusive or, moved
+        // to where the sum now ends.
         const Cmn_UInt32 change = Sys_Crc32C(0, iOld, iCount) ^ Sys_Crc32C(0, iNew, iCount);
-        level->sum ^= Sys_Crc32CCombine(change, 0, static_cast<Cmn_UInt64>(level->covered - end));
+        level->mSum ^= Sys_Crc32CCombine(change, 0, static_cast<Cmn_UInt64>(level->mCovered - end));
         return;
     }
     Cmn_ASSERT_TEXT(false, "iPosition is in an open body");

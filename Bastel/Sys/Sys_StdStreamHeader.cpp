@@ -32,16 +32,16 @@ void Put(T iValue, Cmn_UInt8*& ioTo, bool iSwap)
 Sys_StdStreamHeaderInfo InfoOf(Fields&& iFields, Cmn_Int64 iStart, Cmn_Int64 iBody)
 {
     Sys_StdStreamHeaderInfo info;
-    info.name = std::move(iFields.name);
-    info.version = iFields.version;
-    info.listIndex = iFields.listIndex;
-    info.isList = iFields.IsList();
-    info.hasSums = iFields.HasSums();
-    info.isComplete = iFields.IsComplete();
-    info.bodySum = iFields.bodySum;
-    info.start = iStart;
-    info.body = iBody;
-    info.end = info.isComplete ? iBody + Cmn_Int64{iFields.bodySize} : iBody;
+    info.mName = std::move(iFields.mName);
+    info.mVersion = iFields.mVersion;
+    info.mListIndex = iFields.mListIndex;
+    info.mIsList = iFields.IsList();
+    info.mHasSums = iFields.HasSums();
+    info.mIsComplete = iFields.IsComplete();
+    info.mBodySum = iFields.mBodySum;
+    info.mStart = iStart;
+    info.mBody = iBody;
+    info.mEnd = info.mIsComplete ? iBody + Cmn_Int64{iFields.mBodySize} : iBody;
     return info;
 }
 
@@ -76,69 +76,70 @@ Fields Fields::Read(Sys_TypedInStream& ioStream)
 {
     Bytes bytes;
     Fields fields;
-    fields.start = ioStream.GetPosition();
+    fields.mStart = ioStream.GetPosition();
     const std::size_t nameSize = ReadFront(ioStream, bytes);
     Cmn_UInt8* const behindFront = bytes.data() + cFixedFront;
     ioStream.ReadBytes(behindFront, nameSize + cAfterName + cBlockSize);
-    fields.name.assign(behindFront, behindFront + nameSize);
+    fields.mName.assign(behindFront, behindFront + nameSize);
     const bool swap = ioStream.IsSwapped();
     const Cmn_UInt8* from = behindFront + nameSize;
-    fields.version = Take<Cmn_Int16>(from, swap);
-    fields.listIndex = Take<Cmn_UInt32>(from, swap);
-    fields.flags = Take<Cmn_UInt16>(from, swap);
-    fields.bodySize = Take<Cmn_UInt32>(from, swap);
-    fields.bodySum = Take<Cmn_UInt32>(from, swap);
+    fields.mVersion = Take<Cmn_Int16>(from, swap);
+    fields.mListIndex = Take<Cmn_UInt32>(from, swap);
+    fields.mFlags = Take<Cmn_UInt16>(from, swap);
+    fields.mBodySize = Take<Cmn_UInt32>(from, swap);
+    fields.mBodySum = Take<Cmn_UInt32>(from, swap);
     if (fields.HasSums())
-        fields.computedSum = SumOf(bytes.data(), static_cast<std::size_t>(from - bytes.data()), fields.start);
-    fields.headerSum = Take<Cmn_UInt32>(from, swap);
-    if (fields.HasSums() && fields.IsComplete()) fields.bodySum -= static_cast<Cmn_UInt32>(fields.start);
+        fields.mComputedSum =
+            SumOf(bytes.data(), static_cast<std::size_t>(from - bytes.data()), fields.mStart);
+    fields.mHeaderSum = Take<Cmn_UInt32>(from, swap);
+    if (fields.HasSums() && fields.IsComplete()) fields.mBodySum -= static_cast<Cmn_UInt32>(fields.mStart);
     return fields;
 }
 
 bool Fields::IsGenuineElsewhere() const
 {
     constexpr Cmn_UInt16 cKnownFlags = cFlagComplete | cFlagList | cFlagSums;
-    return (flags & ~cKnownFlags) == 0 && (HasSums() || (headerSum == 0 && bodySum == 0)) &&
-           IsComplete() == (bodySize != cUnknownSize);
+    return (mFlags & ~cKnownFlags) == 0 && (HasSums() || (mHeaderSum == 0 && mBodySum == 0)) &&
+           IsComplete() == (mBodySize != cUnknownSize);
 }
 
 bool Fields::IsSound(Cmn_Int64 iBytesLeft) const
 {
-    return IsGenuine() && IsComplete() && Cmn_Int64{bodySize} <= iBytesLeft;
+    return IsGenuine() && IsComplete() && Cmn_Int64{mBodySize} <= iBytesLeft;
 }
 
 std::size_t Fields::ToBytes(bool iSwap, Bytes& oBytes)
 {
     Cmn_UInt8* to = std::copy(cMagic.begin(), cMagic.end(), oBytes.data());
-    *to++ = static_cast<Cmn_UInt8>(name.size());
-    to = std::copy(name.begin(), name.end(), to);
-    Put(version, to, iSwap);
-    Put(listIndex, to, iSwap);
-    Put(flags, to, iSwap);
-    Put(bodySize, to, iSwap);
-    Put(HasSums() && IsComplete() ? bodySum + static_cast<Cmn_UInt32>(start) : bodySum, to, iSwap);
-    headerSum = HasSums() ? SumOf(oBytes.data(), static_cast<std::size_t>(to - oBytes.data()), start) : 0;
-    Put(headerSum, to, iSwap);
+    *to++ = static_cast<Cmn_UInt8>(mName.size());
+    to = std::copy(mName.begin(), mName.end(), to);
+    Put(mVersion, to, iSwap);
+    Put(mListIndex, to, iSwap);
+    Put(mFlags, to, iSwap);
+    Put(mBodySize, to, iSwap);
+    Put(HasSums() && IsComplete() ? mBodySum + static_cast<Cmn_UInt32>(mStart) : mBodySum, to, iSwap);
+    mHeaderSum = HasSums() ? SumOf(oBytes.data(), static_cast<std::size_t>(to - oBytes.data()), mStart) : 0;
+    Put(mHeaderSum, to, iSwap);
     return GetSize();
 }
 
-Sys_StdStreamHeaderWriter::Sys_StdStreamHeaderWriter(Sys_TypedOutStream& iStream, std::string_view iName,
+Sys_StdStreamHeaderWriter::Sys_StdStreamHeaderWriter(Sys_TypedOutStream& ioStream, std::string_view iName,
                                                      Cmn_Int16 iVersion, int iCallersExceptions)
-    : mStream(iStream)
-    , mStart(iStream.GetPosition())
+    : mStream(ioStream)
+    , mStart(ioStream.GetPosition())
     , mName(iName.substr(0, Fields::cMaxName))
     , mVersion(iVersion)
-    , mListIndex(iStream.GetStream().GetOpenHeaders().GetListIndex())
+    , mListIndex(ioStream.GetStream().GetOpenHeaders().GetListIndex())
     , mExceptions(iCallersExceptions + std::uncaught_exceptions())
 {
     Cmn_ASSERT(iName.size() <= Fields::cMaxName);
     Sys_OutStream& stream = mStream.GetStream();
     Fields fields;
-    fields.start = mStart;
-    fields.name = mName;
-    fields.version = mVersion;
-    fields.listIndex = mListIndex;
-    fields.flags = stream.HasSums() ? Fields::cFlagSums : 0;
+    fields.mStart = mStart;
+    fields.mName = mName;
+    fields.mVersion = mVersion;
+    fields.mListIndex = mListIndex;
+    fields.mFlags = stream.HasSums() ? Fields::cFlagSums : 0;
     Fields::Bytes bytes;
     const std::size_t size = fields.ToBytes(mStream.IsSwapped(), bytes);
     stream.UpdateSums(); // the enclosing sum covers what stands before this header
@@ -188,76 +189,76 @@ void Sys_StdStreamHeaderWriter::PatchSize()
 
     stream.UpdateSums();
     Fields fields;
-    fields.start = mStart;
-    fields.name = mName;
-    fields.version = mVersion;
-    fields.listIndex = mListIndex;
-    fields.flags = Fields::cFlagComplete;
-    if (open.IsList()) fields.flags |= Fields::cFlagList;
-    if (stream.HasSums()) fields.flags |= Fields::cFlagSums;
-    fields.bodySize = static_cast<Cmn_UInt32>(size);
-    fields.bodySum = stream.HasSums() ? open.GetBodySum() : 0;
+    fields.mStart = mStart;
+    fields.mName = mName;
+    fields.mVersion = mVersion;
+    fields.mListIndex = mListIndex;
+    fields.mFlags = Fields::cFlagComplete;
+    if (open.IsList()) fields.mFlags |= Fields::cFlagList;
+    if (stream.HasSums()) fields.mFlags |= Fields::cFlagSums;
+    fields.mBodySize = static_cast<Cmn_UInt32>(size);
+    fields.mBodySum = stream.HasSums() ? open.GetBodySum() : 0;
     Fields::Bytes bytes;
     const std::size_t headerSize = fields.ToBytes(mStream.IsSwapped(), bytes);
     const Cmn_UInt8* const block = bytes.data() + headerSize - Fields::cBlockSize;
     if (!stream.PatchHeader(mBlock, block, Fields::cBlockSize))
         Sys_ThrowFrom<Sys_StreamWriteException>(mStream.GetStream(), mStart);
     if (stream.HasSums())
-        open.Close(bytes.data(), headerSize, fields.bodySize);
+        open.Close(bytes.data(), headerSize, fields.mBodySize);
     else
         open.Abandon();
     mState = eState_Complete;
 }
 
-Sys_StdStreamHeaderReader::Sys_StdStreamHeaderReader(Sys_TypedInStream& iStream, std::string_view iName)
-    : mStream(iStream)
+Sys_StdStreamHeaderReader::Sys_StdStreamHeaderReader(Sys_TypedInStream& ioStream, std::string_view iName)
+    : mStream(ioStream)
 {
     const Cmn_Int64 start = mStream.GetPosition();
-    if (!Peek(mStream, mInfo) || !mInfo.isComplete || mInfo.name != iName)
+    if (!Peek(mStream, mInfo) || !mInfo.mIsComplete || mInfo.mName != iName)
         Sys_ThrowFrom<Sys_StreamReadException>(mStream.GetStream(), start);
     Sys_InStream& stream = mStream.GetStream();
-    if (mInfo.hasSums && !stream.IsVerified(mInfo.body, mInfo.end)) {
-        if (stream.SumOf(mInfo.body, mInfo.end - mInfo.body) != mInfo.bodySum)
-            Sys_ThrowFrom<Sys_StreamReadException>(mStream.GetStream(), mInfo.body);
-        stream.SetVerified(mInfo.start, mInfo.end);
+    if (mInfo.mHasSums && !stream.IsVerified(mInfo.mBody, mInfo.mEnd)) {
+        if (stream.SumOf(mInfo.mBody, mInfo.mEnd - mInfo.mBody) != mInfo.mBodySum)
+            Sys_ThrowFrom<Sys_StreamReadException>(mStream.GetStream(), mInfo.mBody);
+        stream.SetVerified(mInfo.mStart, mInfo.mEnd);
     }
-    mStream.SetPosition(mInfo.body);
+    mStream.SetPosition(mInfo.mBody);
 }
 
 void Sys_StdStreamHeaderReader::CheckVersion(Cmn_Int16 iMin, Cmn_Int16 iMax) const
 {
-    if (mInfo.version < iMin) Sys_ThrowFrom<Cmn_DocumentTooOldException>(mStream.GetStream(), mInfo.start);
-    if (mInfo.version > iMax) Sys_ThrowFrom<Cmn_DocumentTooNewException>(mStream.GetStream(), mInfo.start);
+    if (mInfo.mVersion < iMin) Sys_ThrowFrom<Cmn_DocumentTooOldException>(mStream.GetStream(), mInfo.mStart);
+    if (mInfo.mVersion > iMax) Sys_ThrowFrom<Cmn_DocumentTooNewException>(mStream.GetStream(), mInfo.mStart);
 }
 
-void Sys_StdStreamHeaderReader::SkipTheRest() { mStream.SetPosition(mInfo.end); }
+void Sys_StdStreamHeaderReader::SkipTheRest() { mStream.SetPosition(mInfo.mEnd); }
 
-std::string Sys_StdStreamHeaderReader::PeekName(Sys_TypedInStream& iStream)
+std::string Sys_StdStreamHeaderReader::PeekName(Sys_TypedInStream& ioStream)
 {
-    const Cmn_Int64 start = iStream.GetPosition();
+    const Cmn_Int64 start = ioStream.GetPosition();
     std::string name;
     try {
-        name = Fields::ReadName(iStream);
+        name = Fields::ReadName(ioStream);
     } catch (const Cmn_Exception&) {
         // No header: the empty name says so.
     }
-    iStream.SetPosition(start);
+    ioStream.SetPosition(start);
     return name;
 }
 
-bool Sys_StdStreamHeaderReader::Peek(Sys_TypedInStream& iStream, Sys_StdStreamHeaderInfo& oInfo)
+bool Sys_StdStreamHeaderReader::Peek(Sys_TypedInStream& ioStream, Sys_StdStreamHeaderInfo& oInfo)
 {
-    const Cmn_Int64 start = iStream.GetPosition();
+    const Cmn_Int64 start = ioStream.GetPosition();
     bool isHeader = false;
     try {
-        Fields fields = Fields::Read(iStream);
-        const Cmn_Int64 body = iStream.GetPosition();
-        const bool fits = fields.IsComplete() ? fields.IsSound(iStream.GetBytesLeft()) : fields.IsGenuine();
-        isHeader = fits && (fields.HasSums() || !iStream.GetStream().HasSums());
+        Fields fields = Fields::Read(ioStream);
+        const Cmn_Int64 body = ioStream.GetPosition();
+        const bool fits = fields.IsComplete() ? fields.IsSound(ioStream.GetBytesLeft()) : fields.IsGenuine();
+        isHeader = fits && (fields.HasSums() || !ioStream.GetStream().HasSums());
         if (isHeader) oInfo = InfoOf(std::move(fields), start, body);
     } catch (const Cmn_Exception&) {
         // The bytes end within what would be a header.
     }
-    iStream.SetPosition(start);
+    ioStream.SetPosition(start);
     return isHeader;
 }

@@ -1,4 +1,5 @@
-// Sys_StdStreamHeaderFields: a standard stream header as it stands in the bytes, for what reads and writes headers.
+// Sys_StdStreamHeaderFields: a standard stream header as it stands in the bytes, for what
+// reads and writes headers.
 #pragma once
 
 #include "Bastel/Sys/Sys_TypedStream.h"
@@ -23,21 +24,22 @@ struct Sys_StdStreamHeaderFields
 
     using Bytes = std::array<Cmn_UInt8, cMaxSize>;
 
-    Cmn_Int64 start = 0; // where the header begins in its stream
-    std::string name;
-    Cmn_Int16 version = 0;
-    Cmn_UInt32 listIndex = 0;
-    Cmn_UInt16 flags = 0;
-    Cmn_UInt32 bodySize = cUnknownSize;
-    Cmn_UInt32 bodySum = 0; // as it is stored but for the place
-    Cmn_UInt32 headerSum = 0;
+    Cmn_Int64 mStart = 0; // where the header begins in its stream
+    std::string mName;
+    Cmn_Int16 mVersion = 0;
+    Cmn_UInt32 mListIndex = 0;
+    Cmn_UInt16 mFlags = 0;
+    Cmn_UInt32 mBodySize = cUnknownSize;
+    Cmn_UInt32 mBodySum = 0; // as it is stored but for the place
+    Cmn_UInt32 mHeaderSum = 0;
     // What headerSum should be for the bytes that were read where they were read; 0 without sums.
-    Cmn_UInt32 computedSum = 0;
+    Cmn_UInt32 mComputedSum = 0;
 
-    // The header's own sum as it is stored. A sum followed by itself adds the same to a sum around both, whatever it is the
-    // sum of, so that a nested header could be exchanged for another sound one unseen by all bodies around it. Turned and
-    // added to, it adds what the header says. To both sums, this one and that of the body, the place where the header begins
-    // is added: a frame that got into the place of another is none there, and both tell alike where it was written.
+    // The header's own sum as it is stored. A sum followed by itself adds the same to a sum around both,
+    // whatever it is the sum of, so that a nested header could be exchanged for another sound one unseen by
+    // all bodies around it. Turned and added to, it adds what the header says. To both sums, this one and
+    // that of the body, the place where the header begins is added: a frame that got into the place of
+    // another is none there, and both tell alike where it was written.
     static Cmn_UInt32 SumOf(const Cmn_UInt8* iHeader, std::size_t iSizeBeforeSum, Cmn_Int64 iStart);
 
     // Magic and length of the name, which is returned; throws Sys_StreamReadException where there are none.
@@ -47,24 +49,27 @@ struct Sys_StdStreamHeaderFields
     // The whole header, whatever its fields hold; throws where the bytes end.
     static Sys_StdStreamHeaderFields Read(Sys_TypedInStream& ioStream);
 
-    bool IsComplete() const { return (flags & cFlagComplete) != 0; }
-    bool IsList() const { return (flags & cFlagList) != 0; }
-    bool HasSums() const { return (flags & cFlagSums) != 0; }
-    // True for flags that are known and sums that fit them: the header is one that some writer wrote, and wrote there.
-    bool IsGenuine() const { return IsGenuineElsewhere() && headerSum == computedSum; }
+    bool IsComplete() const { return (mFlags & cFlagComplete) != 0; }
+    bool IsList() const { return (mFlags & cFlagList) != 0; }
+    bool HasSums() const { return (mFlags & cFlagSums) != 0; }
+    // True for flags that are known and sums that fit them: the header is one that some
+    // writer wrote, and wrote there.
+    bool IsGenuine() const { return IsGenuineElsewhere() && mHeaderSum == mComputedSum; }
     // True for what would be genuine at GetOrigin. Any header sum is right somewhere: the body has to agree.
     bool IsGenuineElsewhere() const;
-    // Where the header was written if its sum is right: at start, unless it was moved. Positions have 32 bits.
+    // Where the header was written if its sum is right: at start, unless it was
+    // moved. Positions have 32 bits.
     Cmn_Int64 GetOrigin() const
     {
-        return Cmn_Int64{static_cast<Cmn_UInt32>(start) + (headerSum - computedSum)};
+        return Cmn_Int64{static_cast<Cmn_UInt32>(mStart) + (mHeaderSum - mComputedSum)};
     }
     // What the body's sum should be if the header was written at GetOrigin.
-    Cmn_UInt32 GetBodySumElsewhere() const { return bodySum - (headerSum - computedSum); }
+    Cmn_UInt32 GetBodySumElsewhere() const { return mBodySum - (mHeaderSum - mComputedSum); }
     // True for what a writer leaves behind when it has finished a body of at most iBytesLeft bytes.
     bool IsSound(Cmn_Int64 iBytesLeft) const;
 
-    std::size_t GetSize() const { return cFixedFront + name.size() + cAfterName + cBlockSize; }
-    // The header as it stands on the disk, with the header sum computed where the flags ask for sums. Returns GetSize.
+    std::size_t GetSize() const { return cFixedFront + mName.size() + cAfterName + cBlockSize; }
+    // The header as it stands on the disk, with the header sum computed where the flags ask
+    // for sums. Returns GetSize.
     std::size_t ToBytes(bool iSwap, Bytes& oBytes);
 };

@@ -20,8 +20,8 @@ public:
 
     virtual ~Sys_Store();
 
-    // Passes on what OpenImpl throws. Opening an open store, or with a flag that is none of 1 to 4, asserts and does
-    // nothing.
+    // Passes on what OpenImpl throws. Opening an open store, or with a flag that is none of 1 to 4,
+    // asserts and does nothing.
     void Open(EOpenFlag iFlag);
     // Does not flush: what was not flushed is not promised. Closing a closed store is nothing.
     void Close();

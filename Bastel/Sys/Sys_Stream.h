@@ -1,8 +1,9 @@
 // Sys_InStream, Sys_OutStream: bytes in sequence, with a position that can be set.
 //
 // Positions are bytes from the start. Memory streams live here; file streams derive from the same bases.
-// Sums: a stream that HasSums (files do, memory does not) has headers with sums of themselves and of their bodies.
-// What one stream in memory needs no sum for, because nothing but the program touches it, a file needs everywhere.
+// Sums: a stream that HasSums (files do, memory does not) has headers with sums of themselves and of
+// their bodies. What one stream in memory needs no sum for, because nothing but the program touches it,
+// a file needs everywhere.
 // Threads: none inside.
 #pragma once
 
@@ -29,14 +30,16 @@ public:
 
     // True where a header without sums is damage.
     virtual bool HasSums() const { return false; }
-    // CRC-32C of the iCount bytes from iFrom on; the position stays. Throws Sys_StreamReadException where they cannot be
-    // read.
+    // CRC-32C of the iCount bytes from iFrom on; the position stays. Throws Sys_StreamReadException
+    // where they cannot be read.
     virtual Cmn_UInt32 SumOf(Cmn_Int64 iFrom, Cmn_Int64 iCount);
 
-    // Adds to an exception about the stream what it knows of itself: the file, and the system's reason where there is one.
+    // Adds to an exception about the stream what it knows of itself: the file, and the system's
+    // reason where there is one.
     virtual void Explain(Cmn_Exception& ioException) const;
 
-    // The stretch whose bytes were last found right by their sum: headers inside it need no pass of their own.
+    // The stretch whose bytes were last found right by their sum: headers inside it
+    // need no pass of their own.
     bool IsVerified(Cmn_Int64 iBegin, Cmn_Int64 iEnd) const
     {
         return mVerifiedBegin <= iBegin && iEnd <= mVerifiedEnd;
@@ -65,13 +68,13 @@ public:
     // bytes must not be the stream's own.
     virtual std::size_t Write(const void* iBytes, std::size_t iCount) = 0;
     virtual Cmn_Int64 GetPosition() const = 0;
-    // A position outside what has been written asserts and leaves the old one; so does one before the end of a body that
-    // is being summed.
+    // A position outside what has been written asserts and leaves the old one; so does one before the end of
+    // a body that is being summed.
     virtual void SetPosition(Cmn_Int64 iPosition) = 0;
 
-    // Replaces bytes that were written before, in an open body or outside all headers; the position stays. The way to
-    // fill in a count once it is known. Keeps the sums of open headers right; false when nothing, or not all, was
-    // replaced.
+    // Replaces bytes that were written before, in an open body or outside all headers; the position stays.
+    // The way to fill in a count once it is known. Keeps the sums of open headers right; false when nothing,
+    // or not all, was replaced.
     [[nodiscard]] virtual bool Patch(Cmn_Int64 iPosition, const void* iBytes, std::size_t iCount) = 0;
 
     virtual bool HasSums() const { return false; }
@@ -81,10 +84,11 @@ public:
     virtual void UpdateSums() {}
     // Replaces a header's own bytes, which no sum covers yet. False where that failed.
     [[nodiscard]] virtual bool PatchHeader(Cmn_Int64 iPosition, const void* iBytes, std::size_t iCount) = 0;
-    // A header ends without its body being complete: what was written from its start on is taken back, where the stream
-    // can do that, so that nobody finds half a body.
+    // A header ends without its body being complete: what was written from its start on is taken back, where
+    // the stream can do that, so that nobody finds half a body.
     virtual void TakeBack(Cmn_Int64 iStart);
-    // A write failed where no exception could be let out: the next Write takes nothing, the next flush throws.
+    // A write failed where no exception could be let out: the next Write takes
+    // nothing, the next flush throws.
     virtual void RememberFailure() {}
     // As Sys_InStream::Explain.
     virtual void Explain(Cmn_Exception& ioException) const;

@@ -85,27 +85,27 @@ private:
         const std::size_t left = iEnd - iBody;
         const bool isSound = iHeader.IsSound(static_cast<Cmn_Int64>(left));
         std::string line =
-            '"' + Printable(iHeader.name) + "\" version " + std::to_string(iHeader.version) + ", ";
-        if (iHeader.bodySize == Fields::cUnknownSize)
+            '"' + Printable(iHeader.mName) + "\" version " + std::to_string(iHeader.mVersion) + ", ";
+        if (iHeader.mBodySize == Fields::cUnknownSize)
             line += "size not written";
         else
-            line += std::to_string(iHeader.bodySize) + " bytes";
+            line += std::to_string(iHeader.mBodySize) + " bytes";
         if (iHeader.IsList()) line += ", list";
-        if (iHeader.listIndex != 0) line += ", item " + std::to_string(iHeader.listIndex);
+        if (iHeader.mListIndex != 0) line += ", item " + std::to_string(iHeader.mListIndex);
         if (iHeader.HasSums()) line += Sums(iHeader, iBody, isSound);
         if (!isSound) line += ", not a complete header; " + std::to_string(left) + " bytes follow";
         AddLine(iAt, iLevel, line);
 
-        const std::size_t end = isSound ? iBody + iHeader.bodySize : iEnd;
+        const std::size_t end = isSound ? iBody + iHeader.mBodySize : iEnd;
         DumpRange(iBody, end, iLevel + 1);
         return end;
     }
 
     const char* Sums(const Fields& iHeader, std::size_t iBody, bool iIsSound) const
     {
-        if (iHeader.headerSum != iHeader.computedSum) return ", its own sum does not fit";
+        if (iHeader.mHeaderSum != iHeader.mComputedSum) return ", its own sum does not fit";
         if (!iIsSound) return "";
-        const bool fits = Sys_Crc32C(0, mBytes.data() + iBody, iHeader.bodySize) == iHeader.bodySum;
+        const bool fits = Sys_Crc32C(0, mBytes.data() + iBody, iHeader.mBodySize) == iHeader.mBodySum;
         return fits ? ", sums fit" : ", its body's sum does not fit";
     }
 

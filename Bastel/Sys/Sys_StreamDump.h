@@ -4,9 +4,9 @@
 //     0000001e  01 00 00 00 04 00 00 00 04 00 00 00              ............
 //   0000002a  07                                               .
 //
-// Headers stand at their offset with what they frame indented below; all other bytes are hexadecimal. A header that
-// is not complete, or whose body does not fit, says so and is followed by what there is. Lists, items of lists, and
-// whether sums fit stand behind the size.
+// Headers stand at their offset with what they frame indented below; all other bytes are hexadecimal. A
+// header that is not complete, or whose body does not fit, says so and is followed by what there is. Lists,
+// items of lists, and whether sums fit stand behind the size.
 // The text is bounded, whatever the bytes are.
 #pragma once
 

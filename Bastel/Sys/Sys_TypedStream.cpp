@@ -9,6 +9,7 @@
 #include <limits>
 
 namespace {
+
 std::string Latin1FromUtf8(std::string_view iText)
 {
     std::string latin1;
@@ -34,10 +35,11 @@ std::string RepairedUtf8(std::string_view iText)
         Cmn_AppendUtf8(utf8, Cmn_TakeUtf8(iText));
     return utf8;
 }
+
 } // namespace
 
-Sys_TypedInStream::Sys_TypedInStream(Sys_InStream& iStream, bool iSwap, ETextEncoding iEncoding)
-    : mStream(iStream)
+Sys_TypedInStream::Sys_TypedInStream(Sys_InStream& ioStream, bool iSwap, ETextEncoding iEncoding)
+    : mStream(ioStream)
     , mSwap(iSwap)
     , mEncoding(iEncoding)
 {
@@ -84,9 +86,9 @@ void Sys_TypedInStream::ReadBytes(void* oBytes, std::size_t iCount)
     if (mStream.Read(oBytes, iCount) != iCount) Sys_ThrowFrom<Sys_StreamReadException>(mStream, at);
 }
 
-Sys_TypedOutStream::Sys_TypedOutStream(Sys_OutStream& iStream, bool iSwap, ETextEncoding iEncoding,
+Sys_TypedOutStream::Sys_TypedOutStream(Sys_OutStream& ioStream, bool iSwap, ETextEncoding iEncoding,
                                        bool iRepairText)
-    : mStream(iStream)
+    : mStream(ioStream)
     , mSwap(iSwap)
     , mEncoding(iEncoding)
     , mRepairText(iRepairText)

@@ -1,10 +1,12 @@
 // Sys_TypedInStream, Sys_TypedOutStream: values of fixed width over a byte stream.
 //
-// Layout: little-endian, or big-endian throughout when the swap mode is on; bool one byte (0 or 1); float64 as
-// its IEEE bits; a string is a 32-bit byte count and its UTF-8 bytes, whatever encoding the caller's strings have.
-// Throws: Sys_StreamReadException with the offset where the bytes end early, or where a bool is neither 0 nor 1;
-// Sys_StreamWriteException where the byte stream takes less than it was given, or a string has 2^32 bytes or more.
-// After an exception the position is undefined but inside the stream. No read allocates more than the stream holds.
+// Layout: little-endian, or big-endian throughout when the swap mode is on; bool one byte (0 or 1);
+// float64 as its IEEE bits; a string is a 32-bit byte count and its UTF-8 bytes, whatever encoding
+// the caller's strings have.
+// Throws: Sys_StreamReadException with the offset where the bytes end early, or where a bool is neither 0
+// nor 1; Sys_StreamWriteException where the byte stream takes less than it was given, or a string has 2^32
+// bytes or more. After an exception the position is undefined but inside the stream. No read allocates
+// more than the stream holds.
 // Ownership: the byte stream stays the caller's and must outlive the typed one. Threads: none inside.
 #pragma once
 
@@ -23,7 +25,7 @@ enum ETextEncoding : Cmn_Int32 {
 class KORA_API Sys_TypedInStream
 {
 public:
-    explicit Sys_TypedInStream(Sys_InStream& iStream, bool iSwap = false,
+    explicit Sys_TypedInStream(Sys_InStream& ioStream, bool iSwap = false,
                                ETextEncoding iEncoding = eTextEncoding_Utf8);
 
     bool ReadBool();
@@ -57,9 +59,9 @@ private:
 class KORA_API Sys_TypedOutStream
 {
 public:
-    // iRepairText: UTF-8 strings that are ill-formed are written with U+FFFD for what is wrong (Cmn_Utf8.h); without it
-    // they are written as they stand.
-    explicit Sys_TypedOutStream(Sys_OutStream& iStream, bool iSwap = false,
+    // iRepairText: UTF-8 strings that are ill-formed are written with U+FFFD for what is wrong (Cmn_Utf8.h);
+    // without it they are written as they stand.
+    explicit Sys_TypedOutStream(Sys_OutStream& ioStream, bool iSwap = false,
                                 ETextEncoding iEncoding = eTextEncoding_Utf8, bool iRepairText = false);
 
     void WriteBool(bool iValue);

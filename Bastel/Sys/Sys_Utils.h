@@ -6,6 +6,6 @@
 
 #include <string>
 
-// A four-character code as its characters, the highest byte first: 0x4D545220 is "MTR ". Bytes that are no printing
-// ASCII characters become '.'.
+// A four-character code as its characters, the highest byte first: 0x4D545220 is "MTR ". Bytes that are no
+// printing ASCII characters become '.'.
 [[nodiscard]] KORA_API std::string Sys_Utils_OSTypeToString(Cmn_Int32 iCode);

@@ -17,7 +17,7 @@ void Cnn_DispatchTable::Dispatch(void* iReceiverP, const Cnn_ListenerMessage& iM
     mInvoker(iReceiverP, iMessage.GetDerivedPtr(), mDispatchTable[msgID]);
 }
 
-void Cnn_DispatchTable::AddFunctionCore(Cmn_Int32 iMessageID, void* iHandlerP, Invoker iInvoker,
+void Cnn_DispatchTable::AddFunctionCore(Cmn_Int32 iMessageID, void* iHandler, Invoker iInvoker,
                                         std::type_index iMessageClassInfo)
 {
     if (!mInitialized) {
@@ -27,9 +27,10 @@ void Cnn_DispatchTable::AddFunctionCore(Cmn_Int32 iMessageID, void* iHandlerP, I
     }
     if (!Cmn_ASSERT(iMessageID >= 0)) return;
     const std::size_t slot = static_cast<std::size_t>(iMessageID);
-    // Deliberate: a slot that exists is not filled again, null or not; tables are filled once, in ascending order.
+    // Deliberate: a slot that exists is not filled again, null or not; tables are filled
+    // once, in ascending order.
     // Test: IdsBelowTheHighestCanNoLongerBeFilled
     if (slot < mDispatchTable.size()) return;
     mDispatchTable.resize(slot);
-    mDispatchTable.push_back(iHandlerP);
+    mDispatchTable.push_back(iHandler);
 }

@@ -12,22 +12,22 @@
 class KORA_API Cnn_Dispatcher : public Cnn_ListenerMessageReceiver
 {
 public:
-    // iTableP is not null.
-    Cnn_Dispatcher(void* iReceiverP, Cnn_DispatchTable* iTableP);
+    // iTable is not null.
+    Cnn_Dispatcher(void* iReceiverP, Cnn_DispatchTable* iTable);
     ~Cnn_Dispatcher() override;
 
     void ReceiveMessage(const Cnn_ListenerMessage& iMessage) override;
     std::type_index GetMessageClassInfo() const override;
 
     // True while nobody has filled the table: the first receiver of a kind does, later ones skip it.
-    bool NeedsInit() const { return !mTableP->IsInitialized(); }
+    bool NeedsInit() const { return !mTable->IsInitialized(); }
 
 protected:
     // Adds a handler to the table, as Cnn_DispatchTable::AddFunctionCore says.
-    void AddFunction(Cmn_Int32 iMessageID, void* iHandlerP, Cnn_DispatchTable::Invoker iInvoker,
+    void AddFunction(Cmn_Int32 iMessageID, void* iHandler, Cnn_DispatchTable::Invoker iInvoker,
                      std::type_index iMessageClassInfo);
 
 private:
-    void* mReceiverP;
-    Cnn_DispatchTable* mTableP;
+    void* mReceiver;
+    Cnn_DispatchTable* mTable;
 };

@@ -56,7 +56,8 @@ void Cnn_ListenerListBase::Remove(Cnn_ListenerMessageReceiver* iListenerP)
 
 void Cnn_ListenerListBase::Broadcast(const Cnn_ListenerMessage& iMessage) const
 {
-    // The end is taken once. An index, and the look at the size, keep a list that changes all the same in bounds.
+    // The end is taken once. An index, and the look at the size, keep a list that
+    // changes all the same in bounds.
     const std::size_t end = mListeners.size(), changes = mChangeCount;
     for (std::size_t at = 0; at < end && at < mListeners.size(); ++at)
         Tell(*mListeners[at], iMessage);

@@ -32,19 +32,20 @@ public:
     Cnn_ListenerListBase& operator=(const Cnn_ListenerListBase& iOther);
     ~Cnn_ListenerListBase();
 
-    // A receiver of another message class asserts and is added nonetheless. One that is added twice is told twice.
+    // A receiver of another message class asserts and is added nonetheless. One that is
+    // added twice is told twice.
     void Add(Cnn_ListenerMessageReceiver* iListenerP, EPriority iPriority = kPriorityNormal);
     // Removes the receiver's first occurrence; nothing if it is absent.
     void Remove(Cnn_ListenerMessageReceiver* iListenerP);
 
-    // Tells each receiver, front to back. What a receiver throws ends here: it is asserted ("a receiver threw an
-    // exception") and the next receiver is told, so that one faulty listener neither cuts off the others nor breaks
-    // into the edit that broadcasts. (A host's assertion handler may throw out of it.)
+    // Tells each receiver, front to back. What a receiver throws ends here: it is asserted ("a receiver threw
+    // an exception") and the next receiver is told, so that one faulty listener neither cuts off the others
+    // nor breaks into the edit that broadcasts. (A host's assertion handler may throw out of it.)
     //
-    // Receivers are not added or removed during a broadcast. Who does so nonetheless, be it one for the other, meets an
-    // assertion ("listeners unchanged during a broadcast") at its end; a receiver
-    // added at the end is not told this time, and a change in front of the one being told makes the one behind it
-    // be left out or told twice.
+    // Receivers are not added or removed during a broadcast. Who does so nonetheless, be it one for the
+    // other, meets an assertion ("listeners unchanged during a broadcast") at its end; a receiver
+    // added at the end is not told this time, and a change in front of the one being told makes the one
+    // behind it be left out or told twice.
     void Broadcast(const Cnn_ListenerMessage& iMessage) const;
 
     std::size_t GetNumberOfListeners() const { return mListeners.size(); }

@@ -1,8 +1,9 @@
 // Cnn_ListenerMessage: what a listener list broadcasts; one of the messages of a message class.
 //
-// A message class is the base class of a family of messages (Mdl_SimpleValMessage). It keys listener lists and
-// dispatch tables by its type information; within it each message has a small ID from 0. Type information is
-// compared as std::type_index, which tells classes apart by name, and so agrees on both sides of a DLL's boundary.
+// A message class is the base class of a family of messages (Mdl_SimpleValMessage). It keys listener lists
+// and dispatch tables by its type information; within it each message has a small ID from 0. Type
+// information is compared as std::type_index, which tells classes apart by name, and so agrees on both
+// sides of a DLL's boundary.
 #pragma once
 
 #include "Bastel/Cmn/Cmn_Types.h"

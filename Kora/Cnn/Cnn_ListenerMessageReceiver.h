@@ -1,7 +1,7 @@
 // Cnn_ListenerMessageReceiver: whom a listener list tells.
 //
-// Implement it directly to see every message of a class in one function, or own a Cnn_Receiver, which calls one
-// member function for each message ID.
+// Implement it directly to see every message of a class in one function, or own a Cnn_Receiver, which calls
+// one member function for each message ID.
 #pragma once
 
 #include "Export/Kora_API.h"

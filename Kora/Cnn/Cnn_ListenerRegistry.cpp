@@ -18,21 +18,21 @@ void Cnn_ListenerRegistry::AddListener(std::string iName, Cnn_ListenerMessageRec
 {
     if (!Cmn_ASSERT(iListenerP != 0)) return;
     Entry& entry = mMap[std::move(iName)];
-    if (entry.mListP != nullptr)
-        entry.mListP->Add(iListenerP, Cnn_ListenerListBase::kPriorityNormal);
+    if (entry.mList != nullptr)
+        entry.mList->Add(iListenerP, Cnn_ListenerListBase::kPriorityNormal);
     else
         entry.mPending.push_back(iListenerP);
 }
 
-void Cnn_ListenerRegistry::PublishListenerList(std::string iName, Cnn_ListenerListBase* iListP)
+void Cnn_ListenerRegistry::PublishListenerList(std::string iName, Cnn_ListenerListBase* iList)
 {
-    if (!Cmn_ASSERT(iListP != 0)) return;
+    if (!Cmn_ASSERT(iList != 0)) return;
     const auto insertResult = mMap.try_emplace(std::move(iName));
     Cmn_ASSERT(insertResult.second);
     Entry& entry = insertResult.first->second;
-    entry.mListP = iListP;
+    entry.mList = iList;
     for (Cnn_ListenerMessageReceiver* const pendingP : std::exchange(entry.mPending, {}))
-        iListP->Add(pendingP, Cnn_ListenerListBase::kPriorityNormal);
+        iList->Add(pendingP, Cnn_ListenerListBase::kPriorityNormal);
 }
 
 void Cnn_ListenerRegistry::RemoveListener(std::string iName, Cnn_ListenerMessageReceiver* iListenerP)
@@ -40,8 +40,8 @@ void Cnn_ListenerRegistry::RemoveListener(std::string iName, Cnn_ListenerMessage
     const auto entryIter = mMap.find(iName);
     if (!Cmn_ASSERT(entryIter != mMap.end())) return;
     Entry& entry = entryIter->second;
-    if (entry.mListP != nullptr) {
-        entry.mListP->Remove(iListenerP);
+    if (entry.mList != nullptr) {
+        entry.mList->Remove(iListenerP);
         return;
     }
     const auto found = std::find(entry.mPending.begin(), entry.mPending.end(), iListenerP);

@@ -28,15 +28,15 @@ public:
     //
     // The name is expected to be new: one that is known, be it only by waiting receivers, asserts
     // "insertResult.second", and the list takes it over.
-    void PublishListenerList(std::string iName, Cnn_ListenerListBase* iListP);
-    // Takes the receiver out of the published list, or its first occurrence out of those waiting. An unknown name
-    // asserts "entryIter != mMap.end()".
+    void PublishListenerList(std::string iName, Cnn_ListenerListBase* iList);
+    // Takes the receiver out of the published list, or its first occurrence out of those waiting. An unknown
+    // name asserts "entryIter != mMap.end()".
     void RemoveListener(std::string iName, Cnn_ListenerMessageReceiver* iListenerP);
 
 private:
     struct Entry
     {
-        Cnn_ListenerListBase* mListP = nullptr; // null until published
+        Cnn_ListenerListBase* mList = nullptr; // null until published
         std::vector<Cnn_ListenerMessageReceiver*> mPending;
     };
 

@@ -11,9 +11,10 @@
 //         Cnn_Receiver<Ruler, Mdl_SimpleValMessage, &Ruler::OnChanged> mReceiver{*this};
 //     };
 //
-// A handler takes `const Message&` and may be const, noexcept or private. Each Message derives from MessageClass, has
-// its ID as `static constexpr Cmn_Int32 cID`, and stands once. All messages that the list can broadcast need a
-// handler: one without asserts when it comes. Handlers stand before the receiver in the class.
+// A handler takes `const Message&` and may be const, noexcept or private. Each Message derives from
+// MessageClass, has its ID as `static constexpr Cmn_Int32 cID`, and stands once. All messages that
+// the list can broadcast need a handler: one without asserts when it comes. Handlers stand before
+// the receiver in the class.
 //
 // Threads:   none inside.
 // Ownership: the object stays the caller's; its receiver is a member of it and is not copied with it.
@@ -43,7 +44,7 @@ private:
     // What the table points to for an ID: a plain function around the member function.
     struct Handler
     {
-        void (*mCall)(Receiver& ioReceiver, const void* iMessageP);
+        void (*mCall)(Receiver& ioReceiver, const void* iMessage);
     };
 
     template <class Object, class Message>
@@ -55,13 +56,13 @@ private:
     using Message = typename decltype(MessageOf(MemberFunction))::type;
 
     template <auto MemberFunction>
-    static inline Handler sHandler{[](Receiver& ioReceiver, const void* iMessageP) {
-        (ioReceiver.*MemberFunction)(*static_cast<const Message<MemberFunction>*>(iMessageP));
+    static inline Handler sHandler{[](Receiver& ioReceiver, const void* iMessage) {
+        (ioReceiver.*MemberFunction)(*static_cast<const Message<MemberFunction>*>(iMessage));
     }};
 
-    static void Invoke(void* iReceiverP, const void* iMessageP, void* iHandlerP)
+    static void Invoke(void* iReceiverP, const void* iMessage, void* iHandler)
     {
-        static_cast<Handler*>(iHandlerP)->mCall(*static_cast<Receiver*>(iReceiverP), iMessageP);
+        static_cast<Handler*>(iHandler)->mCall(*static_cast<Receiver*>(iReceiverP), iMessage);
     }
 
     // An address that only this list of handlers has.
@@ -74,7 +75,7 @@ private:
     struct Row
     {
         Cmn_Int32 mID;
-        Handler* mHandlerP;
+        Handler* mHandler;
     };
 
     static constexpr bool IdsStandOnce()
@@ -91,12 +92,9 @@ private:
         static_assert((std::is_base_of_v<MessageClass, Message<Handlers>> && ...),
                       "a handler's message is of the receiver's message class");
         static_assert(IdsStandOnce(), "each message has one handler, and an ID from 0");
-        std::array<Row, sizeof...(Handlers)> rows{
-            Row{Message<Handlers>::cID, &sHandler<Handlers>}
-            ...
-        };
+        std::array<Row, sizeof...(Handlers)> rows{Row{Message<Handlers>::cID, &sHandler<Handlers>}...};
         std::sort(rows.begin(), rows.end(), [](const Row& iA, const Row& iB) { return iA.mID < iB.mID; });
         for (const Row& row : rows)
-            AddFunction(row.mID, row.mHandlerP, &Invoke, typeid(MessageClass));
+            AddFunction(row.mID, row.mHandler, &Invoke, typeid(MessageClass));
     }
 };

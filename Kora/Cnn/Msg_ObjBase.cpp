@@ -40,8 +40,8 @@ void Msg_ObjBase::RemoveReceiver(Msg_Receiver* iReceiverP)
 {
     if (!Cmn_ASSERT(iReceiverP != 0)) return;
     if (!Cmn_ASSERT(iReceiverP->mObjP == this)) return;
-    for (StTelling* telling = mTellingP; telling != nullptr; telling = telling->mOuterP)
-        if (telling->mReceiverP == iReceiverP) telling->mReceiverP = nullptr;
+    for (StTelling* telling = mTelling; telling != nullptr; telling = telling->mOuter)
+        if (telling->mReceiver == iReceiverP) telling->mReceiver = nullptr;
     mReceivers.Remove(*iReceiverP);
     iReceiverP->mObjP = nullptr;
     --mCount;
@@ -50,10 +50,10 @@ void Msg_ObjBase::RemoveReceiver(Msg_Receiver* iReceiverP)
 void Msg_ObjBase::BroadcastMessage(Msg_EMessage iMessage)
 {
     StTelling telling(*this);
-    while (telling.mReceiverP != nullptr) {
-        Tell(*telling.mReceiverP, iMessage);
-        if (!Cmn_ASSERT_TEXT(telling.mReceiverP != nullptr, "a receiver stays linked during a broadcast"))
+    while (telling.mReceiver != nullptr) {
+        Tell(*telling.mReceiver, iMessage);
+        if (!Cmn_ASSERT_TEXT(telling.mReceiver != nullptr, "a receiver stays linked during a broadcast"))
             return;
-        telling.mReceiverP = mReceivers.GetNext(*telling.mReceiverP);
+        telling.mReceiver = mReceivers.GetNext(*telling.mReceiver);
     }
 }

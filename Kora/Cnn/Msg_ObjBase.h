@@ -1,6 +1,7 @@
 // Msg_ObjBase: tells the receivers linked to it a bare value, first to last.
 //
-// What a receiver throws ends here: it is asserted ("a receiver threw an exception") and the next one is told.
+// What a receiver throws ends here: it is asserted ("a receiver threw an exception")
+// and the next one is told.
 //
 // Threads:   none inside.
 // Ownership: receivers stay the caller's; those still linked are told of the destruction and unlinked.
@@ -17,14 +18,14 @@ public:
     // Tells every receiver Msg_eMessage_Destroyed, then unlinks them all.
     ~Msg_ObjBase();
 
-    // Links the receiver at the end and tells it, and only it, Msg_eMessage_Attached. One that is linked already
-    // asserts "iReceiverP->mObjP == 0" and is unlinked first.
+    // Links the receiver at the end and tells it, and only it, Msg_eMessage_Attached. One that is linked
+    // already asserts "iReceiverP->mObjP == 0" and is unlinked first.
     void AddReceiver(Msg_Receiver* iReceiverP);
     // Unlinks the receiver; one that is not linked here asserts "iReceiverP->mObjP == this".
     void RemoveReceiver(Msg_Receiver* iReceiverP);
-    // Tells the receivers from first to last. Each one's link leads on to the next when its MsgReceive is through, so
-    // both have to stay linked until then. One that unlinks itself nonetheless, or is destroyed, asserts and ends the
-    // broadcast, whether or not it is linked again.
+    // Tells the receivers from first to last. Each one's link leads on to the next when its MsgReceive is
+    // through, so both have to stay linked until then. One that unlinks itself nonetheless, or is destroyed,
+    // asserts and ends the broadcast, whether or not it is linked again.
     void BroadcastMessage(Msg_EMessage iMessage);
 
     Cmn_Int32 GetNumberOfReceivers() const { return mCount; }
@@ -38,12 +39,12 @@ private:
         StTelling& operator=(const StTelling&) = delete;
         ~StTelling();
 
-        Msg_Receiver* mReceiverP; // null once it is unlinked
+        Msg_Receiver* mReceiver; // null once it is unlinked
         Msg_ObjBase* mObjP;
-        StTelling* mOuterP;
+        StTelling* mOuter;
     };
 
     Cmn_DoublyLinkedList<Msg_Receiver> mReceivers;
     Cmn_Int32 mCount = 0;
-    StTelling* mTellingP = nullptr; // the innermost
+    StTelling* mTelling = nullptr; // the innermost
 };

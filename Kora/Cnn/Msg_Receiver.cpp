@@ -16,14 +16,15 @@ Msg_Receiver::~Msg_Receiver()
     if (mObjP != nullptr) mObjP->RemoveReceiver(this);
 }
 
-// Apart from BroadcastMessage, into which GCC 12 would inline them and then take the pointer for one that dangles.
+// Apart from BroadcastMessage, into which GCC 12 would inline them and then take the
+// pointer for one that dangles.
 
 Msg_ObjBase::StTelling::StTelling(Msg_ObjBase& ioObj)
-    : mReceiverP(ioObj.mReceivers.GetFirst())
+    : mReceiver(ioObj.mReceivers.GetFirst())
     , mObjP(&ioObj)
-    , mOuterP(ioObj.mTellingP)
+    , mOuter(ioObj.mTelling)
 {
-    mObjP->mTellingP = this;
+    mObjP->mTelling = this;
 }
 
-Msg_ObjBase::StTelling::~StTelling() { mObjP->mTellingP = mOuterP; }
+Msg_ObjBase::StTelling::~StTelling() { mObjP->mTelling = mOuter; }

@@ -3,10 +3,10 @@
 //     class Bounce : public DAW_Command { … void DoCommandX() override { … } };
 //     DAW_CommandRegistry::RegisterCommand(new Bounce("Bounce", 1201, 0));
 //
-// Kinds:     a one-shot command does its work when its key is pressed (DoCommand); a momentary one lasts from press
-//            to release (DoCommandStart, DoCommandEnd), as a shuttle or a talkback does.
-// Ownership: the registry's, once registered. A running command may remove itself and be deleted, or be replaced: who
-//            invoked it asks it for nothing afterwards.
+// Kinds:     a one-shot command does its work when its key is pressed (DoCommand); a momentary one lasts from
+//            press to release (DoCommandStart, DoCommandEnd), as a shuttle or a talkback does.
+// Ownership: the registry's, once registered. A running command may remove itself and be deleted, or be
+//            replaced: who invoked it asks it for nothing afterwards.
 // Threads:   the user-interface thread.
 #pragma once
 
@@ -34,13 +34,13 @@ public:
     DAW_Command(const DAW_Command&) = delete;
     DAW_Command& operator=(const DAW_Command&) = delete;
 
-    // Whether the command can run now. iIsForDisplay: a menu or a button asks in order to show it, so that an override
-    // can spare what is costly to find out; keys ask with false. It changes nothing.
+    // Whether the command can run now. iIsForDisplay: a menu or a button asks in order to show it, so that an
+    // override can spare what is costly to find out; keys ask with false. It changes nothing.
     virtual bool IsEnabled(bool iIsForDisplay);
     // The work of a one-shot command, for those that look at no keys.
     virtual void DoCommandX();
-    // The references are the command's own; the objects live at least until it returns. Null when no keyboard was
-    // involved.
+    // The references are the command's own; the objects live at least until it returns. Null when
+    // no keyboard was involved.
     virtual void DoCommand(Modifiers iModifiers, KeyboardState iKeyboardState); // DoCommandX
     virtual void DoCommandStart(Modifiers iModifiers, KeyboardState iKeyboardState);
     virtual void DoCommandEnd(Modifiers iModifiers, KeyboardState iKeyboardState);

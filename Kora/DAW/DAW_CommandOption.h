@@ -1,4 +1,5 @@
-// DAW_CommandOption: a variant of a command that is on or off by default, and the other way while a key is held.
+// DAW_CommandOption: a variant of a command that is on or off by default, and the other
+// way while a key is held.
 //
 //     "Nudge" with the option "by a beat", off, on shift:   off; on while shift is down
 //     "Snap"  with the option "to grid",   on,  on option:  on; off while the option key is down
@@ -34,8 +35,8 @@ public:
     New(Cmn_Int32 iOwnerCommandID, std::string iOptionName, DAW_EModifierKind iModifierKey,
         bool iDefaultState, DAW_EKeyCode iKeyCode = DAW_eKeyCode_Undeclared);
 
-    // What the command is to do, with the references that it was invoked with. An unknown kind asserts "0"; a null
-    // reference is asserted when it is the one that is asked; both give the default state.
+    // What the command is to do, with the references that it was invoked with. An unknown kind asserts "0"; a
+    // null reference is asserted when it is the one that is asked; both give the default state.
     [[nodiscard]] bool GetOptionState(const Cmn_AliasedRefCountPtr<DAW_EventModifiers>& iModifiers,
                                       const Cmn_RefCountPtr<DAW_KeyboardState>& iKeyboardState) const;
     Cmn_Int32 GetOwnerCommandID() const { return mOwnerCommandID; }

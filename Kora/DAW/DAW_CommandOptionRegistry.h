@@ -27,8 +27,8 @@ class KORA_API DAW_CommandOptionRegistry
 public:
     using CommandOptionMap = std::map<CommandOptionRegistryKey, Cmn_RefCountPtr<DAW_CommandOption>>;
 
-    // An option that is registered under the same command and name already is kept, and the new one is not taken.
-    // Asserts "iOption".
+    // An option that is registered under the same command and name already is kept, and the new one is not
+    // taken. Asserts "iOption".
     static void RegisterCommandOption(Cmn_RefCountPtr<DAW_CommandOption> iOption);
     // Null when there is none.
     [[nodiscard]] static Cmn_RefCountPtr<DAW_CommandOption> FindByOwnerCommandIDAndName(long iOwnerCommandID,

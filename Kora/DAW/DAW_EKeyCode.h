@@ -1,7 +1,7 @@
 // DAW_EKeyCode: the keys of a keyboard, the same on every platform.
 //
-// Fixed:     saved key bindings hold these values; no key is ever renumbered. DAW_KeyConversionUtils has their texts
-//            and the platforms' own codes.
+// Fixed:     saved key bindings hold these values; no key is ever renumbered. DAW_KeyConversionUtils has
+//            their texts and the platforms' own codes.
 #pragma once
 
 #include "Bastel/Cmn/Cmn_Types.h"

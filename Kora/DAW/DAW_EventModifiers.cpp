@@ -11,11 +11,7 @@ struct KeyText
 };
 // In the order of the states.
 constexpr KeyText cKeyTexts[] = {
-    {"command", "Ctrl"  },
-    {"option",  "Alt"   },
-    {"control", "Winkey"},
-    {"shift",   "Shift" }
-};
+    {"command", "Ctrl"}, {"option", "Alt"}, {"control", "Winkey"}, {"shift", "Shift"}};
 constexpr const char* cButtonTexts[] = {"LeftButton", "MiddleButton", "RightButton"};
 
 Cmn_UInt32 sNumChangesInMaps = 0;

@@ -1,14 +1,16 @@
-// DAW_EventModifiers: which modifier keys and mouse buttons are down in an event, or asked for by a key binding.
+// DAW_EventModifiers: which modifier keys and mouse buttons are down in an event, or
+// asked for by a key binding.
 //
-//     key           Mac       Windows        states: 0 up, 1 down, 2 either: in a binding, whatever the event has
+//     key           Mac       Windows        states: 0 up, 1 down, 2 either: in a
+//                   binding, whatever the event has
 //     menu command  command   Ctrl           buttons: 0 up, 1 down
 //     alternate     option    Alt
 //     meta          control   Windows key
 //     shift         shift     Shift
 //
 // Threads:   the user-interface thread.
-// Ownership: counted. A binding refers to the object that it was made with: setting a state there changes what it
-//            matches, from the next event on.
+// Ownership: counted. A binding refers to the object that it was made with: setting a state there changes
+//            what it matches, from the next event on.
 #pragma once
 
 #include "Bastel/Cmn/Cmn_RefCount.h"
@@ -62,7 +64,8 @@ public:
         DAW_ERightMouseButtonState iRight = DAW_eRightMouseButtonState_Up);
 
     DAW_EMenuCommandKeyState GetMenuCommandKeyState() const { return mMenuCommand; }
-    // Deliberate: spelled so; hosts call it by this name. Test: EventModifiers.EachStateIsWhatItWasMadeOrSetTo
+    // Deliberate: spelled so; hosts call it by this name. Test:
+    // EventModifiers.EachStateIsWhatItWasMadeOrSetTo
     DAW_EAlternateKeyState GetAlernateKeyState() const { return mAlternate; }
     DAW_EMetaKeyState GetMetaKeyState() const { return mMeta; }
     DAW_EShiftKeyState GetShiftKeyState() const { return mShift; }
@@ -90,11 +93,12 @@ public:
     // The very same seven states: "either" equals only itself here.
     bool operator==(const DAW_EventModifiers& iOther) const;
     bool operator!=(const DAW_EventModifiers& iOther) const { return !(*this == iOther); }
-    // As a binding asks: each key has the same state or is "either" on one side, each button has the same state.
+    // As a binding asks: each key has the same state or is "either" on one side, each
+    // button has the same state.
     [[nodiscard]] bool Matches(const DAW_EventModifiers& iOther) const;
 
-    // The keys that are down, then the optional ones in square brackets: "<Ctrl>+<Shift>+[Alt]", in the names of a Mac
-    // with true, "<command>+<shift>+[option]". Not localized. "" for none.
+    // The keys that are down, then the optional ones in square brackets: "<Ctrl>+<Shift>+[Alt]", in the names
+    // of a Mac with true, "<command>+<shift>+[option]". Not localized. "" for none.
     [[nodiscard]] std::string GetKeyModifiersDescriptiveString(bool iMacNames) const;
     // The buttons that are down in the same style: "<LeftButton>+<RightButton>". "" for none.
     std::string GetMouseModifiersDescriptiveString() const;
@@ -107,7 +111,8 @@ protected:
 
 private:
     friend class DAW_KeyBindingMap;
-    // Maps keep a digest of the modifiers in them, and make it anew when the count of changes to such ones has moved.
+    // Maps keep a digest of the modifiers in them, and make it anew when the count of
+    // changes to such ones has moved.
     void SetIsInMap() const { mIsInMap = true; }
     static Cmn_UInt32 GetNumChangesInMaps();
     static void CountChangeInMaps();

@@ -1,8 +1,8 @@
 // DAW_KeyBinding: a key with its modifiers, and the command that it invokes.
 //
 // Threads:   the user-interface thread.
-// Ownership: counted; refers to its event and modifiers. The command is the command registry's: its bindings are deleted
-//            from their maps before the command is.
+// Ownership: counted; refers to its event and modifiers. The command is the command registry's: its bindings
+//            are deleted from their maps before the command is.
 #pragma once
 
 #include "Bastel/Cmn/Cmn_RefCount.h"

@@ -8,8 +8,9 @@
 
 namespace {
 
-// A digest has two bits for each of the seven states, 1 for up and 2 for down; "either", and values that no enumeration
-// has, set both. Two modifiers that match share a bit in every pair; the rule itself has the last word.
+// A digest has two bits for each of the seven states, 1 for up and 2 for down; "either", and values
+// that no enumeration has, set both. Two modifiers that match share a bit in every pair; the rule
+// itself has the last word.
 constexpr Cmn_UInt16 cLowBits = 0x1555;
 
 Cmn_UInt16 DigestOf(const DAW_EventModifiers& iModifiers)
@@ -24,8 +25,8 @@ Cmn_UInt16 DigestOf(const DAW_EventModifiers& iModifiers)
     return static_cast<Cmn_UInt16>(digest);
 }
 
-// The first place from iFrom on whose digest may match, or the end. Whole blocks are looked at without a branch, which
-// lets the compiler compare eight digests at a time.
+// The first place from iFrom on whose digest may match, or the end. Whole blocks are looked at without a
+// branch, which lets the compiler compare eight digests at a time.
 std::size_t FirstThatMayMatch(const std::vector<Cmn_UInt16>& iDigests, Cmn_UInt16 iGiven, std::size_t iFrom)
 {
     constexpr std::size_t cBlock = 32;

@@ -1,8 +1,9 @@
 // DAW_KeyContextRegistry: the keyboard input contexts of the process, by number and by name.
 //
-// Ownership: as with commands, a registered context is the registry's: it was made by new and never lives on the stack,
-//            for it is deleted when a newer one takes its number. What is registered when the process ends is not
-//            deleted. To take a context out again, delete it: it leaves the registry as it dies.
+// Ownership: as with commands, a registered context is the registry's: it was made by new and never
+//            lives on the stack, for it is deleted when a newer one takes its number. What is
+//            registered when the process ends is not deleted. To take a context out again, delete it:
+//            it leaves the registry as it dies.
 // Threads:   the main thread only; nothing is locked.
 #pragma once
 
@@ -22,8 +23,9 @@ public:
     using KeyContextMap = std::map<Cmn_Int32, DAW_KeyboardInputContext*, std::less<>>;
     using NotificationCallback = void (*)(DAW_KeyboardInputContext*);
 
-    // Takes the context, made by new, over, deletes another one of its number, and then calls the callback. A context that is
-    // registered already stays, and the callback is called again. Asserts "iContext != nullptr".
+    // Takes the context, made by new, over, deletes another one of its number, and then calls the
+    // callback. A context that is registered already stays, and the callback is called again.
+    // Asserts "iContext != nullptr".
     static void RegisterKeyContext(DAW_KeyboardInputContext* iContext);
     // Null when there is none.
     [[nodiscard]] static DAW_KeyboardInputContext* FindKeyContextByID(long iContextID);

@@ -33,8 +33,8 @@ public:
     // The same key and the same text.
     bool operator==(const DAW_KeyEvent& iOther) const;
     bool operator!=(const DAW_KeyEvent& iOther) const { return !(*this == iOther); }
-    // Deliberate: by key codes only, which is the order of the binding map; neither less nor greater does not mean
-    // equal. Test: KeyEvent.EqualityLooksAtTheTextAndOrderDoesNot
+    // Deliberate: by key codes only, which is the order of the binding map; neither less nor greater does not
+    // mean equal. Test: KeyEvent.EqualityLooksAtTheTextAndOrderDoesNot
     bool operator<(const DAW_KeyEvent& iOther) const { return mKeyCode < iOther.mKeyCode; }
     bool operator>(const DAW_KeyEvent& iOther) const { return iOther < *this; }
 

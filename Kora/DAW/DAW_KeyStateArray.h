@@ -1,9 +1,12 @@
-// DAW_KeyStateArray: which keys are down, a bit a key, numbered by key codes or as a platform numbers its keys.
+// DAW_KeyStateArray: which keys are down, a bit a key, numbered by key codes or as a
+// platform numbers its keys.
 //
 //     format               key code k is at bit                         bits that are used
 //     ByKeyCode            k                                            0 to 112
-//     ByWindowsKeyCode     its virtual-key code, extended or not        1 to 255, as GetKeyboardState numbers its bytes
-//     ByMacKeyCode         its virtual key code                         0 to 127, the layout of a Mac's KeyMap
+//     ByWindowsKeyCode     its virtual-key code, extended or not        1 to 255, as
+//                          GetKeyboardState numbers its bytes
+//     ByMacKeyCode         its virtual key code                         0 to 127, the
+//                          layout of a Mac's KeyMap
 //
 // Layout:    bit n is bit n % 8, counted from the lowest, of byte n / 8; 32 bytes.
 // Windows has one virtual-key code for Return and Enter, so that they share a bit there.

@@ -15,7 +15,8 @@ public:
     [[nodiscard]] static Cmn_RefCountPtr<DAW_KeyboardState> New(const DAW_KeyStateArray& iKeys,
                                                                 DAW_EKeyStateArrayFormat iFormat);
 
-    // False for keys that the format's platform does not have, and for unknown codes. An unknown format asserts "0".
+    // False for keys that the format's platform does not have, and for unknown codes. An
+    // unknown format asserts "0".
     [[nodiscard]] virtual bool KeyIsDown(DAW_EKeyCode iKeyCode) const;
     const DAW_KeyStateArray& GetKeyStateArray() const { return mKeys; }
     DAW_EKeyStateArrayFormat GetKeyStateArrayFormat() const { return mFormat; }

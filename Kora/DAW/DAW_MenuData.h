@@ -1,4 +1,5 @@
-// DAW_MenuData: a menu as the system shows it, and the entry that it was made from. DAW_MenuDataWin32 adds the handle.
+// DAW_MenuData: a menu as the system shows it, and the entry that it was made from.
+// DAW_MenuDataWin32 adds the handle.
 //
 // Ownership: the entry stays the application's, which keeps it as long as it asks for it here.
 #pragma once

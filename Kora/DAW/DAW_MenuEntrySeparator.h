@@ -1,5 +1,5 @@
-// DAW_MenuEntrySeparator: the line between two groups of a menu. It is never enabled or checked, has no text and no
-// command number, and does nothing.
+// DAW_MenuEntrySeparator: the line between two groups of a menu. It is never enabled or checked, has no text
+// and no command number, and does nothing.
 #pragma once
 
 #include "Kora/DAW/DAW_MenuEntry.h"

@@ -29,8 +29,8 @@ public:
     Cmn_Int32 GetNumberOfItems() final;
 
 private:
-    // These forward to the forms above. An entry may override the one that is not final in place of its form without
-    // the index: menus ask the one with it.
+    // These forward to the forms above. An entry may override the one that is not final in place of its form
+    // without the index: menus ask the one with it.
     bool MenuEntryIsEnabled(Cmn_Int32 iIndex) override;
     std::string GetMenuText(Cmn_Int32 iIndex) final;
     bool MenuEntryIsChecked(Cmn_Int32 iIndex) final;

@@ -1,8 +1,8 @@
-// DAW_MenuEntrySubMenu: an item that opens a popup, and the entries of the popup. The root of a menu bar is one too: its
-// entries are what stands in the bar, its title shows nowhere.
+// DAW_MenuEntrySubMenu: an item that opens a popup, and the entries of the popup. The root of a menu bar is
+// one too: its entries are what stands in the bar, its title shows nowhere.
 //
-// Ownership: owns its entries, which die with it or in DeleteAllEntries. A menu that was built before shows them until
-//            it is updated, as it has to be before new entries get their numbers.
+// Ownership: owns its entries, which die with it or in DeleteAllEntries. A menu that was built before shows
+//            them until it is updated, as it has to be before new entries get their numbers.
 #pragma once
 
 #include "Kora/DAW/DAW_MenuEntry.h"

@@ -7,7 +7,8 @@
 
 class DAW_MenuEntry;
 
-// Told of each entry that dies; null until a native menu is built. The entry is no more than an address by then.
+// Told of each entry that dies; null until a native menu is built. The entry is no more
+// than an address by then.
 extern void (*gDAW_MenuEntryIsGone)(const DAW_MenuEntry* iEntry);
 
 // The lines of a menu's text form, two blanks deeper for each popup around them.

@@ -18,8 +18,8 @@ public:
     // Reverses it; called when the operation that holds the action is restored.
     virtual void Undo() = 0;
 
-    // Carries the action out and, where that succeeds, gives it to the recording operation. The action was made with
-    // `new`, without an over-aligned type or an `operator new` of its own, and now:
+    // Carries the action out and, where that succeeds, gives it to the recording operation. The action was
+    // made with `new`, without an over-aligned type or an `operator new` of its own, and now:
     //     Do succeeded, an operation records     the operation owns it
     //     Do succeeded, none records             its memory is released WITHOUT its destructor: it owns nothing then
     //     Do failed, AutoDeleteOnFail() is true  it is destroyed

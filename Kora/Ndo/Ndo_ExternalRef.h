@@ -1,4 +1,5 @@
-// Ndo_ExternalRef: refers to an undoable object of a class of its own, across the object's deletion and its return.
+// Ndo_ExternalRef: refers to an undoable object of a class of its own, across the object's
+// deletion and its return.
 //
 //     Ndo_ExternalRef<Time_MeterMap> ref = map;
 //     map->NdoDelete();     // ref.Get() is null, ref.IsNull() is false

@@ -20,7 +20,8 @@ struct Ndo_History::Step
     std::size_t mNumBytes = 0;
 };
 
-// Nobody who is called meanwhile, be it a listener of an object or the destructor of a state, changes the history.
+// Nobody who is called meanwhile, be it a listener of an object or the destructor of a
+// state, changes the history.
 class Ndo_History::StBusy
 {
 public:
@@ -195,8 +196,8 @@ void Ndo_History::EraseAll()
     EraseSteps(0, mPosition);
 }
 
-// Steps to one side of the position go: [0, iLast) or [iFirst, end), or those just behind it, which Add replaces. The
-// positions between them and beyond them are lost.
+// Steps to one side of the position go: [0, iLast) or [iFirst, end), or those just behind it, which Add
+// replaces. The positions between them and beyond them are lost.
 void Ndo_History::EraseSteps(std::size_t iFirst, std::size_t iLast)
 {
     const StBusy busy(*this);

@@ -1,4 +1,5 @@
-// Ndo_History: a document's finished operations in their order: undo, redo, and whether the document is as saved.
+// Ndo_History: a document's finished operations in their order: undo, redo, and whether
+// the document is as saved.
 //
 //     Ndo_StOperationRecorder recorder;
 //     map.AddMeterChange(…);
@@ -9,18 +10,22 @@
 //     positions   0      1      2     3       4           before the first step to behind the last
 //                        ▲saved       ▲GetPosition() is 3: "paste" was undone; Redo brings it back, Add drops it
 //
-// Merging:   a step that is added with the merge ID of the one before it becomes part of that one, which keeps its name
-//            and the state that it leads back to: dragging is one step. It does not when anything came between them, be
-//            it Undo, Redo, GoTo or StopMerging, nor when the document was saved there: the step that follows is one of
-//            its own, so that undo stops at what was saved.
-// Saved:     a new history stands for a document as saved. Where the saved position is lost, because the steps to it
-//            were dropped, the document is not as saved any more until MarkSaved, wherever undo and redo lead.
-// Limits:    when they are exceeded the oldest steps are dropped first, then those that lie farthest ahead; the last one
-//            to go is the one that Undo takes. The limit of bytes leaves one step, however big it is.
-// Restoring: while a step is restored the history is busy. What is called then from a map's or an object's listener to
-//            change it is refused: Undo, Redo and GoTo are false, all others assert "!mIsBusy" and change nothing.
+// Merging:   a step that is added with the merge ID of the one before it becomes part of that one, which
+//            keeps its name and the state that it leads back to: dragging is one step. It does not when
+//            anything came between them, be it Undo, Redo, GoTo or StopMerging, nor when the document was
+//            saved there: the step that follows is one of its own, so that undo stops at what was saved.
+// Saved:     a new history stands for a document as saved. Where the saved position is lost, because
+//            the steps to it were dropped, the document is not as saved any more until MarkSaved,
+//            wherever undo and redo lead.
+// Limits:    when they are exceeded the oldest steps are dropped first, then those that lie farthest
+//            ahead; the last one to go is the one that Undo takes. The limit of bytes leaves one
+//            step, however big it is.
+// Restoring: while a step is restored the history is busy. What is called then from a map's or an
+//            object's listener to change it is refused: Undo, Redo and GoTo are false, all others assert
+//            "!mIsBusy" and change nothing.
 // Threads:   none inside; the application's model thread.
-// Ownership: owns its operations, not its listeners. It is destroyed neither while it is busy nor from a listener.
+// Ownership: owns its operations, not its listeners. It is destroyed neither while it is
+// busy nor from a listener.
 #pragma once
 
 #include "Bastel/Cmn/Cmn_Types.h"
@@ -48,9 +53,10 @@ public:
 
     // --- Steps
 
-    // Takes an operation that was completed just now; steps that could be redone go. An empty one is taken and freed, and
-    // nothing else happens. False when it is null, which asserts "ioOperation != 0", or the history is busy: then, and
-    // where the memory for one more step is not there (std::bad_alloc), it stays the caller's and nothing is changed.
+    // Takes an operation that was completed just now; steps that could be redone go. An empty one is taken
+    // and freed, and nothing else happens. False when it is null, which asserts "ioOperation != 0", or the
+    // history is busy: then, and where the memory for one more step is not there (std::bad_alloc), it stays
+    // the caller's and nothing is changed.
     bool Add(std::unique_ptr<Ndo_Operation>&& ioOperation, const std::string& iName,
              Cmn_Int64 iMergeID = cNeverMerge);
     // The next step does not merge: the mouse was let go.
@@ -60,17 +66,17 @@ public:
 
     bool CanUndo() const { return !mIsBusy && mPosition > 0; }
     bool CanRedo() const;
-    // One step back or ahead; false, and nothing happens, when there is none or the history is busy. So is, with the
-    // assertion "!Ndo_gManager.IsRecording()", a call while an operation records.
+    // One step back or ahead; false, and nothing happens, when there is none or the history is busy. So is,
+    // with the assertion "!Ndo_gManager.IsRecording()", a call while an operation records.
     //
-    // An exception from the objects of the step reaches the caller. The document is then as it was before the call. That
-    // step cannot be restored again, nor can those beyond it, and they are dropped; the steps to the other side are
-    // still there. (Where taking back what was half restored throws too, nobody knows what the document is: all steps go
-    // and it is not as saved.)
+    // An exception from the objects of the step reaches the caller. The document is then as it was before the
+    // call. That step cannot be restored again, nor can those beyond it, and they are dropped; the steps to
+    // the other side are still there. (Where taking back what was half restored throws too, nobody knows what
+    // the document is: all steps go and it is not as saved.)
     bool Undo();
     bool Redo();
-    // Undoes or redoes up to a position, with one message at the end; false as above, and for a position that is not
-    // there. After an exception the position is where the last good step led.
+    // Undoes or redoes up to a position, with one message at the end; false as above, and for a position that
+    // is not there. After an exception the position is where the last good step led.
     bool GoTo(std::size_t iPosition);
 
     std::size_t GetNumberOfSteps() const;
@@ -83,7 +89,8 @@ public:
 
     // --- Limits, of the steps to both sides together
 
-    // Bytes count what the states and actions say of themselves (Ndo_State::NdoGetByteCount, Ndo_Action::GetByteCount).
+    // Bytes count what the states and actions say of themselves (Ndo_State::NdoGetByteCount,
+    // Ndo_Action::GetByteCount).
     void SetLimits(std::size_t iMaxSteps, std::size_t iMaxBytes);
     std::size_t GetByteCount() const { return mNumBytes; }
 
@@ -98,7 +105,8 @@ public:
 
     // --- Listeners, told in the order in which they were added
 
-    // One that is added by another is told from the next change on; one that is removed by another is not told any more.
+    // One that is added by another is told from the next change on; one that is removed by
+    // another is not told any more.
     void AddListener(Ndo_HistoryListener* iListenerP);
     // Nothing if it is absent.
     void RemoveListener(Ndo_HistoryListener* iListenerP);

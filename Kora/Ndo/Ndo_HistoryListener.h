@@ -1,5 +1,5 @@
-// Ndo_HistoryListener: is told that a history has changed, such as to bring the Undo menu and the title's star up to
-// date.
+// Ndo_HistoryListener: is told that a history has changed, such as to bring the Undo menu and the
+// title's star up to date.
 //
 // Ownership: the host's, who removes it from the history before it dies.
 #pragma once
@@ -12,8 +12,8 @@ class KORA_API Ndo_HistoryListener
 {
 public:
     virtual ~Ndo_HistoryListener();
-    // Called when a change of the history is complete: it may ask, change the history again, and remove itself or
-    // others. What it throws ends here, as an assertion ("a listener threw an exception").
+    // Called when a change of the history is complete: it may ask, change the history again, and remove
+    // itself or others. What it throws ends here, as an assertion ("a listener threw an exception").
     virtual void HistoryChanged(Ndo_History& ioHistory) = 0;
 
 protected:

@@ -61,21 +61,21 @@ Ndo_Object* Ndo_Manager::LookupObject(Cmn_Int64 iID)
     return Cmn_ASSERT_TEXT(iter != Dict().end(), "iter != mObjDict.end()") ? iter->second.mObjP : nullptr;
 }
 
-void Ndo_Manager::SetRecordingOperation(Ndo_Operation* iOpP)
+void Ndo_Manager::SetRecordingOperation(Ndo_Operation* iOp)
 {
-    if (iOpP != nullptr) Cmn_ASSERT(mRecordingOpP == 0);
-    mRecordingOpP = iOpP;
+    if (iOp != nullptr) Cmn_ASSERT(mRecordingOpP == 0);
+    mRecordingOpP = iOp;
 }
 
-void Ndo_Manager::LogAction(Ndo_Action* iActionP)
+void Ndo_Manager::LogAction(Ndo_Action* iAction)
 {
-    if (!Cmn_ASSERT(iActionP != 0)) return;
+    if (!Cmn_ASSERT(iAction != 0)) return;
     if (IsRecording())
-        mRecordingOpP->LogAction(iActionP);
+        mRecordingOpP->LogAction(iAction);
     else
-        // Deliberate: the memory goes, the destructor does not run (Ndo_Action::LogAction tells its callers); its
-        // size is not known here. Test: AnActionsOwnerDependsOnItsOutcome
-        ::operator delete(dynamic_cast<void*>(iActionP));
+        // Deliberate: the memory goes, the destructor does not run (Ndo_Action::LogAction tells its callers);
+        // its size is not known here. Test: AnActionsOwnerDependsOnItsOutcome
+        ::operator delete(dynamic_cast<void*>(iAction));
 }
 
 std::string Ndo_Manager::Dump() const
@@ -107,18 +107,17 @@ void Ndo_Manager::DecrementEntryRefCount(ObjDict::iterator iEntry)
     if (--iEntry->second.mRefCount == 0) Dict().erase(iEntry);
 }
 
-void Ndo_Manager::Forget(const Ndo_Operation* iOpP)
+void Ndo_Manager::Forget(const Ndo_Operation* iOp)
 {
-    if (mRecordingOpP == iOpP) mRecordingOpP = nullptr;
-    for (Ndo_Manager_StRestoreWrapper* restoreP = mRestoreP; restoreP != nullptr;
-         restoreP = restoreP->mOuterP)
-        if (restoreP->mRecordingOpP == iOpP) restoreP->mRecordingOpP = nullptr;
+    if (mRecordingOpP == iOp) mRecordingOpP = nullptr;
+    for (Ndo_Manager_StRestoreWrapper* restoreP = mRestore; restoreP != nullptr; restoreP = restoreP->mOuter)
+        if (restoreP->mRecordingOpP == iOp) restoreP->mRecordingOpP = nullptr;
 }
 
-void Ndo_Manager::EndRecording(const Ndo_Operation* iOpP, Ndo_Operation* iDisplacedOpP)
+void Ndo_Manager::EndRecording(const Ndo_Operation* iOp, Ndo_Operation* iDisplacedOp)
 {
-    Forget(iOpP);
+    Forget(iOp);
     // What a restore does not know may be gone by now.
-    const bool isKnown = mRestoreP != nullptr && mRestoreP->mRecordingOpP == iDisplacedOpP;
-    mRecordingOpP = isKnown ? iDisplacedOpP : nullptr;
+    const bool isKnown = mRestore != nullptr && mRestore->mRecordingOpP == iDisplacedOp;
+    mRecordingOpP = isKnown ? iDisplacedOp : nullptr;
 }

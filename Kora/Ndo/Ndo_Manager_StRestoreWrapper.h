@@ -1,7 +1,8 @@
 // Ndo_Manager_StRestoreWrapper: restore mode for the length of a scope, however it ends.
 //
-// Scopes nest. What the manager was at the start, restore mode, the object that may be deleted and the operation that
-// records, it is again at the end, but for an operation that was completed or destroyed meanwhile.
+// Scopes nest. What the manager was at the start, restore mode, the object that may be deleted
+// and the operation that records, it is again at the end, but for an operation that was
+// completed or destroyed meanwhile.
 #pragma once
 
 #include "Export/Kora_API.h"
@@ -23,8 +24,8 @@ public:
 private:
     friend class Ndo_Manager;
 
-    Ndo_Manager_StRestoreWrapper* mOuterP;
+    Ndo_Manager_StRestoreWrapper* mOuter;
     bool mWasRestoring;
-    Ndo_Object* mOuterDeleteObjP;
+    Ndo_Object* mOuterDeleteObj;
     Ndo_Operation* mRecordingOpP;
 };

@@ -9,27 +9,28 @@
 
 #include <utility>
 
-// Has the content while it is restored, where nobody who is called meanwhile reaches it, and gives back what is left.
+// Has the content while it is restored, where nobody who is called meanwhile reaches it, and
+// gives back what is left.
 class Ndo_Operation::StRestoring
 {
 public:
     explicit StRestoring(Ndo_Operation& ioOwner)
-        : mOwnerP(&ioOwner)
+        : mOwner(&ioOwner)
     {
-        mOwnerP->mRestoringP = this;
+        mOwner->mRestoring = this;
         mContent.Take(ioOwner);
     }
     ~StRestoring()
     {
-        if (mOwnerP == nullptr) return;
-        mOwnerP->mRestoringP = nullptr;
-        mOwnerP->Take(mContent);
+        if (mOwner == nullptr) return;
+        mOwner->mRestoring = nullptr;
+        mOwner->Take(mContent);
     }
     StRestoring(const StRestoring&) = delete;
     StRestoring& operator=(const StRestoring&) = delete;
 
     Ndo_Operation mContent;
-    Ndo_Operation* mOwnerP; // null once it is destroyed
+    Ndo_Operation* mOwner; // null once it is destroyed
 };
 
 bool Ndo_Operation::sDisableLog[3] = {false, false, false};
@@ -50,7 +51,7 @@ Ndo_Operation& Ndo_Operation::operator=(const Ndo_Operation& iOther)
 
 Ndo_Operation::~Ndo_Operation()
 {
-    if (mRestoringP != nullptr) mRestoringP->mOwnerP = nullptr;
+    if (mRestoring != nullptr) mRestoring->mOwner = nullptr;
     Ndo_gManager.Forget(this);
     mDeletedStates.clear();
     mModifiedStates.clear();
@@ -90,7 +91,8 @@ void Ndo_Operation::Append(Ndo_Operation& ioLater)
         mActions.push_back(std::move(action));
     ioLater.mActions.clear();
 
-    // An object that both know is led back to where the earlier one found it: as LogCreate and LogDelete have it.
+    // An object that both know is led back to where the earlier one found it: as
+    // LogCreate and LogDelete have it.
     while (!ioLater.mModifiedStates.empty()) {
         States::node_type later = ioLater.mModifiedStates.extract(ioLater.mModifiedStates.begin());
         States::node_type deleted = mDeletedStates.extract(later.key());
@@ -177,9 +179,9 @@ void Ndo_Operation::LogDelete(Ndo_Object* iObjP)
     if (Cmn_ASSERT_TEXT(state != nullptr, "state != 0")) mDeletedStates.try_emplace(id, std::move(state));
 }
 
-void Ndo_Operation::LogAction(Ndo_Action* iActionP)
+void Ndo_Operation::LogAction(Ndo_Action* iAction)
 {
-    mActions.push_back(std::unique_ptr<Ndo_Action>(iActionP));
+    mActions.push_back(std::unique_ptr<Ndo_Action>(iAction));
 }
 
 // ---- restoring: at every moment each state is in one map, and a fresh object is its holder's or registered

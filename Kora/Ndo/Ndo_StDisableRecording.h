@@ -1,4 +1,5 @@
-// Ndo_StDisableRecording: nothing is logged in this scope; afterwards the operation that recorded before does again.
+// Ndo_StDisableRecording: nothing is logged in this scope; afterwards the operation that
+// recorded before does again.
 #pragma once
 
 #include "Export/Kora_API.h"

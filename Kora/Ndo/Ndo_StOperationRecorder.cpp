@@ -6,7 +6,7 @@
 
 Ndo_StOperationRecorder::Ndo_StOperationRecorder()
     : mOpP(std::make_unique<Ndo_Operation>())
-    , mDisplacedOpP(Ndo_gManager.GetRecordingOperation())
+    , mDisplacedOp(Ndo_gManager.GetRecordingOperation())
 {
     Ndo_gManager.SetRecordingOperation(mOpP.get());
 }
@@ -21,13 +21,13 @@ Ndo_StOperationRecorder::~Ndo_StOperationRecorder()
     } catch (...) {
         threw = true;
     }
-    Ndo_gManager.EndRecording(mOpP.get(), mDisplacedOpP);
+    Ndo_gManager.EndRecording(mOpP.get(), mDisplacedOp);
     Cmn_ASSERT_TEXT(!threw, "Restore threw an exception");
 }
 
 std::unique_ptr<Ndo_Operation> Ndo_StOperationRecorder::OperationComplete()
 {
     if (!Cmn_ASSERT(mOpP != 0)) return nullptr;
-    Ndo_gManager.EndRecording(mOpP.get(), mDisplacedOpP);
+    Ndo_gManager.EndRecording(mOpP.get(), mDisplacedOp);
     return std::move(mOpP);
 }

@@ -4,9 +4,9 @@
 //     …                                                   // leaving here, by return or exception, undoes all of it
 //     undoList.push_back(recorder.OperationComplete());   // from here on it is a step that can be undone
 //
-// Recorders do not nest: a second one inside the first asserts "mRecordingOpP == 0", and afterwards nobody records. From
-// a listener of a restore that is recorded it is the same, but the outer recorder goes on afterwards; a listener whose
-// step is one of its own says so with an Ndo_StDisableRecording around it.
+// Recorders do not nest: a second one inside the first asserts "mRecordingOpP == 0", and afterwards nobody
+// records. From a listener of a restore that is recorded it is the same, but the outer recorder goes on
+// afterwards; a listener whose step is one of its own says so with an Ndo_StDisableRecording around it.
 // Threads:   the application's model thread.
 // Ownership: owns its operation until OperationComplete.
 #pragma once
@@ -23,8 +23,8 @@ public:
     Ndo_StOperationRecorder();
     Ndo_StOperationRecorder(const Ndo_StOperationRecorder&) = delete;
     Ndo_StOperationRecorder& operator=(const Ndo_StOperationRecorder&) = delete;
-    // Work that was not completed is restored. An exception from that ends here, as an assertion ("Restore threw an
-    // exception"), and what is left of the operation is freed.
+    // Work that was not completed is restored. An exception from that ends here, as an assertion ("Restore
+    // threw an exception"), and what is left of the operation is freed.
     ~Ndo_StOperationRecorder();
 
     // Ends the recording and gives the operation away. Called again, asserts "mOpP != 0" and gives null.
@@ -32,5 +32,5 @@ public:
 
 private:
     std::unique_ptr<Ndo_Operation> mOpP;
-    Ndo_Operation* mDisplacedOpP;
+    Ndo_Operation* mDisplacedOp;
 };

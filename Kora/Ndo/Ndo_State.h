@@ -12,8 +12,8 @@ class Ndo_Object;
 class KORA_API Ndo_State
 {
 public:
-    // Makes an object of the state's class, constructed with kNoUndo, which the restore then registers under its old
-    // ID and fills from the state. The caller owns it.
+    // Makes an object of the state's class, constructed with kNoUndo, which the restore then registers under
+    // its old ID and fills from the state. The caller owns it.
     virtual Ndo_Object* NdoCreateObject() = 0;
     virtual ~Ndo_State();
     // About how much memory it keeps beside itself, which a history's limit counts. 0 here.

@@ -1,6 +1,7 @@
 // SMF_Event: one event of a track, as it stands in the track's bytes.
 //
-// Units:     mTick is in file ticks from the track's beginning, the file's division of them to a quarter note.
+// Units:     mTick is in file ticks from the track's beginning, the file's division
+//            of them to a quarter note.
 // Ownership: borrows the bytes of the track it was read from, which must outlive it unchanged.
 #pragma once
 

@@ -3,6 +3,7 @@
 
 namespace SMF_EventRules {
 namespace {
+
 using std::to_string;
 
 Fault LengthFault(const char* iWhat, std::size_t iLength, std::size_t iExpected)
@@ -33,6 +34,7 @@ Fault KeySignatureFault(std::string_view iContent)
     if (mode > 1) return {"key mode " + to_string(mode) + ", expected 0 (major) or 1 (minor)", 1};
     return {};
 }
+
 } // namespace
 
 Fault FaultOf(Cmn_UInt8 iMetaType, std::string_view iContent)

@@ -10,6 +10,7 @@
 #include <utility>
 
 namespace {
+
 constexpr std::size_t cMaxTracks = 0xFFFF;
 
 void AppendChunk(std::string& ioBytes, std::string_view iType, std::string_view iBody)
@@ -18,6 +19,7 @@ void AppendChunk(std::string& ioBytes, std::string_view iType, std::string_view 
     SMF_EventRules::AppendBigEndian(ioBytes, static_cast<Cmn_Int64>(iBody.size()), 4);
     ioBytes.append(iBody);
 }
+
 } // namespace
 
 SMF_File::SMF_File(Cmn_Int32 iDivision)

@@ -8,11 +8,13 @@
 // - formats 0 (one track) and 1, a division in ticks, exactly as many tracks as the header counts;
 // - a header longer than 6 bytes is taken, chunks of other types anywhere, and both are kept;
 // - each track ends with its end-of-track event, and with nothing after it;
-// - delta times and lengths take at most 4 bytes; running status holds between channel events only, and a system
-//   exclusive or meta event ends it; the system messages 0xF1 to 0xF6 and 0xF8 to 0xFE have no place in a file;
+// - delta times and lengths take at most 4 bytes; running status holds between channel events only,
+//   and a system exclusive or meta event ends it; the system messages 0xF1 to 0xF6 and 0xF8 to 0xFE
+//   have no place in a file;
 // - tempo, time-signature and key-signature events have their one length and a value that has a meaning.
 //
-// Memory:     what is kept is proportional to the bytes read; no length in the file is trusted before it is checked.
+// Memory:     what is kept is proportional to the bytes read; no length in the file is
+//             trusted before it is checked.
 // Threads:    a plain value: several threads may read one that nobody changes.
 #pragma once
 
@@ -23,8 +25,8 @@
 class KORA_API SMF_File
 {
 public:
-    // A chunk that is no track, and how many tracks stand before it. One behind the first track may not have the type
-    // of a track or a header.
+    // A chunk that is no track, and how many tracks stand before it. One behind the first track may not have
+    // the type of a track or a header.
     struct OtherChunk
     {
         std::string mType; // four bytes
@@ -51,11 +53,11 @@ public:
     const std::vector<SMF_Track>& GetTracks() const { return mTracks; }
     // A bad index asserts and does nothing.
     void SetTrack(std::size_t iTrack, SMF_Track iNew);
-    // Behind all others. A second track makes a file of format 0 one of format 1. Throws std::length_error for more than
-    // 65535 tracks.
+    // Behind all others. A second track makes a file of format 0 one of format 1. Throws std::length_error
+    // for more than 65535 tracks.
     void AddTrack(SMF_Track iNew);
-    // Multiplies the division, and the ticks of all events. A product outside 1 to 32767 asserts and does nothing. Throws as
-    // SMF_TrackBuilder, with nothing changed.
+    // Multiplies the division, and the ticks of all events. A product outside 1 to 32767 asserts and does
+    // nothing. Throws as SMF_TrackBuilder, with nothing changed.
     void MultiplyDivision(Cmn_Int32 iFactor);
 
 private:

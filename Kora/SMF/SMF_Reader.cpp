@@ -8,6 +8,7 @@ using SMF_EventRules::ByteCount;
 using SMF_EventRules::Hex;
 
 namespace {
+
 std::string Number(Cmn_Int64 iValue) { return std::to_string(iValue); }
 
 // Between double quotes, bytes outside printable ASCII as \xNN.
@@ -26,6 +27,7 @@ Cmn_Int32 DataBytesOf(Cmn_Int32 iStatus)
 {
     return (iStatus & 0xE0) == 0xC0 ? 1 : 2; // program change and channel pressure have one
 }
+
 } // namespace
 
 SMF_File SMF_Reader::Run()
@@ -168,8 +170,8 @@ void SMF_Reader::ReadTrack()
     mFile.mTracks.push_back(SMF_Track(mOwner, mBytes.substr(start, mPosition - start), count, tick));
 }
 
-// Channel events with a delta time of one or two bytes are nearly all of a file. Stops before the first event that is not
-// known at once to be one, which the careful way then reads or refuses.
+// Channel events with a delta time of one or two bytes are nearly all of a file. Stops before the first event
+// that is not known at once to be one, which the careful way then reads or refuses.
 void SMF_Reader::SkipPlainEvents(Cmn_Int32& ioRunningStatus, Cmn_Int64& ioTick, Cmn_Int64& ioCount)
 {
     const auto* const bytes = reinterpret_cast<const unsigned char*>(mBytes.data());

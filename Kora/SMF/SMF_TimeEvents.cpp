@@ -3,6 +3,7 @@
 #include "Kora/SMF/SMF_EventRules_p.h"
 
 namespace {
+
 void Add(SMF_TimeEvents& ioEvents, const SMF_Event& iEvent, const SMF_Place& iPlace)
 {
     switch (iEvent.mMetaType) {
@@ -19,6 +20,7 @@ void Add(SMF_TimeEvents& ioEvents, const SMF_Event& iEvent, const SMF_Place& iPl
         break;
     }
 }
+
 } // namespace
 
 SMF_TimeEvents::SMF_TimeEvents(const SMF_File& iFile)

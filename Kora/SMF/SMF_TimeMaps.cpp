@@ -14,6 +14,7 @@
 #include <utility>
 
 namespace {
+
 constexpr double cDefaultBeatsPerMinute = 120.0;
 constexpr double cMicrosecondsPerMinute = 60000000.0;
 constexpr Cmn_Int32 cSongStartBar = 1;
@@ -77,7 +78,8 @@ Time_Tick EndTick(const SMF_Place& iEnd, Cmn_Int32 iDivision)
     return Time_Tick(endTick);
 }
 
-// The end is the latest of all events, and later ticks have later samples and bars: checking it checks them all.
+// The end is the latest of all events, and later ticks have later samples and bars:
+// checking it checks them all.
 void CheckEnd(const SMF_Place& iEnd, Time_Tick iEndTick, const Time_MeterMap& iMeters,
               const Time_TempoMap& iTempi)
 {
@@ -91,9 +93,11 @@ void CheckEnd(const SMF_Place& iEnd, Time_Tick iEndTick, const Time_MeterMap& iM
                             ", expected none past the last bar number " +
                             std::to_string(std::numeric_limits<Cmn_Int32>::max()));
 }
+
 } // namespace
 
-// The whole quarters first, so that no product leaves 64 bits: the rest is below a quarter, and a division has 15 bits.
+// The whole quarters first, so that no product leaves 64 bits: the rest is below a quarter,
+// and a division has 15 bits.
 Cmn_Int64 SMF_TimeMaps::FromFileTick(Cmn_Int64 iFileTick, Cmn_Int32 iDivision)
 {
     const Cmn_Int64 quarters = iFileTick / iDivision;

@@ -15,16 +15,13 @@
 #include <utility>
 
 namespace {
+
 using std::to_string;
 
 constexpr Cmn_UInt8 cMetaTypes[] = {SMF_Event::cTempo, SMF_Event::cTimeSignature, SMF_Event::cKeySignature};
 constexpr std::size_t cKinds = std::size(cMetaTypes);
 // What a file says without saying it: 120 quarters a minute, 4/4, nothing of the key.
-constexpr std::string_view cDefaults[cKinds] = {
-    {"\x07\xA1\x20", 3},
-    {"\x04\x02",              2},
-    {              }
-};
+constexpr std::string_view cDefaults[cKinds] = {{"\x07\xA1\x20", 3}, {"\x04\x02", 2}, {}};
 // The bytes of the content that say the kind's value: a time signature's click is none of the map's.
 constexpr std::size_t cValueBytes[cKinds] = {3, 2, 2};
 
@@ -97,7 +94,8 @@ std::array<Contents, cKinds> ContentsOf(const SMF_TimeMaps::Maps& iMaps, SMF_Tim
     const auto place = [&](Time_Tick iTick) {
         return std::max<Cmn_Int64>((iTick - iMaps.mStart).AsInt64(), 0);
     };
-    // Whether the entry is in force at the start or later: the one before the next that is not behind the start.
+    // Whether the entry is in force at the start or later: the one before the next that
+    // is not behind the start.
     const auto counts = [&](std::optional<Time_Tick> iNext) { return !iNext || *iNext > iMaps.mStart; };
     const Time_TempoMap& tempi = iMaps.mTempi;
     for (auto segment = tempi.SegmentBegin(); segment != tempi.SegmentEnd();) {
@@ -203,7 +201,8 @@ void LeaveDifferences(std::size_t iKind, Contents& ioWanted, Contents& ioThere, 
     }
 }
 
-// The track without the events whose tick and kind iRight does not have, and with iNew before the others of their tick.
+// The track without the events whose tick and kind iRight does not have, and with iNew before
+// the others of their tick.
 SMF_Track Merged(const SMF_Track& iTrack, const std::array<Contents, cKinds>& iRight,
                  const std::vector<std::pair<Cmn_Int64, std::size_t>>& iOrder,
                  const std::array<Contents, cKinds>& iNew, Cmn_Int64 iEndTick)
@@ -229,6 +228,7 @@ SMF_Track Merged(const SMF_Track& iTrack, const std::array<Contents, cKinds>& iR
     }
     return builder.Finish();
 }
+
 } // namespace
 
 SMF_TimeMaps::Report SMF_TimeMaps::Write(SMF_File& ioFile, const Maps& iMaps, EDivision iDivision)

@@ -3,11 +3,11 @@
 //     for (const SMF_Event& event : track)
 //         if (event.IsChannel() && (event.mStatus & 0xF0) == 0x90) …
 //
-// Invariants: (1) the bytes are whole, sound events, of which the last and only the last is an end-of-track event
-//             (2) GetEventCount() and GetEndTick() are theirs.
+// Invariants: (1) the bytes are whole, sound events, of which the last and only the last is an end-of-track
+//             event (2) GetEventCount() and GetEndTick() are theirs.
 // Cost:       memory is the bytes of the file, about 4 an event. Visiting allocates and throws nothing.
-// Ownership:  a value whose bytes never change. Copies share them, as do the tracks of one file that was read: they stay
-//             until the last of those tracks is gone.
+// Ownership:  a value whose bytes never change. Copies share them, as do the tracks of one file that was
+//             read: they stay until the last of those tracks is gone.
 // Threads:    several may read one track, and copies of it anywhere.
 #pragma once
 
@@ -33,7 +33,8 @@ public:
     Cmn_Int64 GetEventCount() const { return mEventCount; }
     // Where the end-of-track event lies, in file ticks: no event lies behind it.
     Cmn_Int64 GetEndTick() const { return mEndTick; }
-    // The body of the track's chunk, and where an event's status or, under running status, its data begins in it.
+    // The body of the track's chunk, and where an event's status or, under running
+    // status, its data begins in it.
     std::string_view GetBytes() const { return mBytes; }
     Cmn_Int64 OffsetOf(const SMF_Event& iEvent) const
     {
@@ -97,7 +98,8 @@ inline Cmn_UInt32 SMF_Track::Iterator::ReadVariableLength(const char*& ioAt)
     return value;
 }
 
-// Most take one or two bytes, which of them is anybody's guess: nothing branches on it. A second byte is always there.
+// Most take one or two bytes, which of them is anybody's guess: nothing branches on it. A
+// second byte is always there.
 inline Cmn_UInt32 SMF_Track::Iterator::ReadDelta(const char*& ioAt)
 {
     const Cmn_UInt32 first = static_cast<Cmn_UInt8>(ioAt[0]), isLong = first >> 7;

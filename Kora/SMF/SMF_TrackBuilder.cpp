@@ -8,7 +8,9 @@
 #include <utility>
 
 namespace {
+
 constexpr std::size_t cMaxTrackBytes = 0xFFFFFFFF;
+
 } // namespace
 
 bool SMF_TrackBuilder::BeginEvent(Cmn_Int64& ioTick)

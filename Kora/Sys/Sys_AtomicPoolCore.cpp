@@ -3,10 +3,12 @@
 #include <new>
 
 namespace {
+
 constexpr std::align_val_t cBlockAlignment{cPSCacheLineBytes};
 
 void* TakeFromHeap(std::size_t iBytes) { return ::operator new(iBytes, cBlockAlignment, std::nothrow); }
 void GiveToHeap(void* iBlock) { ::operator delete(iBlock, cBlockAlignment); }
+
 } // namespace
 
 Sys_AtomicPoolCore::Sys_AtomicPoolCore(std::span<const Sys_AtomicPoolSize> iSizes)
@@ -20,15 +22,15 @@ Sys_AtomicPoolCore::Sys_AtomicPoolCore(std::span<const Sys_AtomicPoolSize> iSize
 {
     std::size_t smaller = 0;
     for (const Sys_AtomicPoolSize& size : iSizes) {
-        const bool ascends = Cmn_ASSERT(size.cellBytes > smaller);
+        const bool ascends = Cmn_ASSERT(size.mCellBytes > smaller);
         const bool isInRange =
-            Cmn_ASSERT(size.cellCount >= 1 && size.cellCount <= Sys_CellStack::cMaxCellsInBlock);
+            Cmn_ASSERT(size.mCellCount >= 1 && size.mCellCount <= Sys_CellStack::cMaxCellsInBlock);
         if (!ascends || !isInRange || !Cmn_ASSERT(mClassCount < cMaxClasses)) continue;
 
         const std::size_t lines =
-            (sizeof(Prefix) + size.cellBytes + cPSCacheLineBytes - 1) / cPSCacheLineBytes;
-        mCellBytes[mClassCount] = smaller = size.cellBytes;
-        mClasses[mClassCount] = std::make_unique<Class>(lines * cPSCacheLineBytes, size.cellCount);
+            (sizeof(Prefix) + size.mCellBytes + cPSCacheLineBytes - 1) / cPSCacheLineBytes;
+        mCellBytes[mClassCount] = smaller = size.mCellBytes;
+        mClasses[mClassCount] = std::make_unique<Class>(lines * cPSCacheLineBytes, size.mCellCount);
         AddBlock(mClassCount++);
     }
 }
@@ -52,7 +54,8 @@ unsigned Sys_AtomicPoolCore::GetCellCount(unsigned iClass) const
     return iClass < mClassCount ? mClasses[iClass]->mBlockCount * mClasses[iClass]->mBlockCells : 0;
 }
 
-// Hints are looked at before they are written, so that a pool which stays low does not take the line from its readers.
+// Hints are looked at before they are written, so that a pool which stays low does not take
+// the line from its readers.
 void Sys_AtomicPoolCore::NoteFewCells(unsigned iClass, unsigned iLeft)
 {
     if (iLeft < mClasses[iClass]->mScarceCells && !IsScarce(iClass)) mScarceClasses.fetch_or(1u << iClass);

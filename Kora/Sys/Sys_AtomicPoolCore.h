@@ -2,13 +2,14 @@
 //
 //   block  │ prefix 16 │ cell … │ fill │ prefix 16 │ cell … │ fill │ …      stride: a multiple of 64 bytes
 //
-// Invariants: (1) a cell is on its class's free stack, in one batch, or with one owner  (2) a cell never moves, and its
-//             memory lives as long as the pool  (3) a class has at most 16 blocks, all of as many cells as the first.
-//             (4) all batches together hold fewer than a 64th of a class's cells, and each what its share allows.
-// Words:      each class's stack has its head on a line of its own (Sys_BasicCellStack), and so has the number of cells
-//             that batches may still hold. mRunningLow and mScarceClasses are hints that are written only when a class
-//             comes to have few cells left or has enough again; one that comes late costs time, never a cell. mGrowing
-//             is held by the one thread that adds blocks.
+// Invariants: (1) a cell is on its class's free stack, in one batch, or with one owner  (2) a cell never
+//             moves, and its memory lives as long as the pool  (3) a class has at most 16 blocks, all of as
+//             many cells as the first. (4) all batches together hold fewer than a 64th of a class's cells,
+//             and each what its share allows.
+// Words:      each class's stack has its head on a line of its own (Sys_BasicCellStack), and so has the
+//             number of cells that batches may still hold. mRunningLow and mScarceClasses are hints that are
+//             written only when a class comes to have few cells left or has enough again; one that comes late
+//             costs time, never a cell. mGrowing is held by the one thread that adds blocks.
 // Threads:    any, but for construction and destruction. A batch belongs to one thread.
 // Real time:  only GrowIfLow allocates, and nothing locks, waits or throws after construction.
 #pragma once
@@ -27,8 +28,8 @@ using Sys_CellStack = Sys_BasicCellStack<PSStdAtomic>;
 
 struct Sys_AtomicPoolSize
 {
-    std::size_t cellBytes; // what a cell holds, 1 or more
-    unsigned cellCount;    // of a block, 1 to 1000
+    std::size_t mCellBytes; // what a cell holds, 1 or more
+    unsigned mCellCount;    // of a block, 1 to 1000
 };
 
 // Where a pool's blocks come from. mTake may return null, and what it returns lies at a multiple of 64.
@@ -44,8 +45,8 @@ class Sys_AtomicPoolCore
 public:
     class Batch;
 
-    // Sizes ascend, and there are 1 to 8 of them; a size that breaks this, or a range above, asserts and is left out.
-    // Each class gets its first block at once; without memory for it the class starts with no cell.
+    // Sizes ascend, and there are 1 to 8 of them; a size that breaks this, or a range above, asserts and is
+    // left out. Each class gets its first block at once; without memory for it the class starts with no cell.
     KORA_API explicit Sys_AtomicPoolCore(std::span<const Sys_AtomicPoolSize> iSizes);
     KORA_API Sys_AtomicPoolCore(std::span<const Sys_AtomicPoolSize> iSizes,
                                 const Sys_AtomicPoolMemory& iMemory);

@@ -1,19 +1,21 @@
-// Sys_BasicCellStack: which cells of one size are free, and where they lie. Sys_MultiSizeAtomicPool has one a size.
+// Sys_BasicCellStack: which cells of one size are free, and where they lie.
+// Sys_MultiSizeAtomicPool has one a size.
 //
-//   head  ┌─ tag 32 ─┬─ free 16: 3 ─┬─ top 16: 0 ─┐     links  0: 2   1: none   2: 1     the stack is  0, 2, 1
+//   head  ┌─ tag 32 ─┬─ free 16: 3 ─┬─ top 16: 0 ─┐     links  0: 2   1: none   2: 1     the stack is  0, 2,
+//         1
 //
 // Units:      a cell's index is its block * 1024 + its place in the block, or cNone.
-// Invariants: (1) the links from the top lead over exactly `free` cells, all different  (2) every change of the head
-//             raises the tag  (3) the block of a cell that is or was on the stack is published.
-// Words:      the head is changed by whoever takes or returns cells, with one compare-and-swap. The tag tells a head
-//             that went away and came back from one that stood still; only a taker that slept through exactly 2^32
-//             changes would be misled. Links stand beside the cells, not inside: a taker with an outdated head reads
-//             an outdated link, and never what a new owner writes into the cell. A block's address is stored before
-//             its cells come onto the stack, and never changes.
+// Invariants: (1) the links from the top lead over exactly `free` cells, all different  (2) every change of
+//             the head raises the tag  (3) the block of a cell that is or was on the stack is published.
+// Words:      the head is changed by whoever takes or returns cells, with one compare-and-swap. The tag tells
+//             a head that went away and came back from one that stood still; only a taker that slept through
+//             exactly 2^32 changes would be misled. Links stand beside the cells, not inside: a taker with an
+//             outdated head reads an outdated link, and never what a new owner writes into the cell. A
+//             block's address is stored before its cells come onto the stack, and never changes.
 // Threads:    any; AddBlock: one at a time.
 // Ownership:  owns its links; the blocks' memory is the caller's.
-// Real time:  nothing is allocated after construction, nobody waits: a call tries again only when another one has
-//             succeeded.
+// Real time:  nothing is allocated after construction, nobody waits: a call tries again only when
+//             another one has succeeded.
 #pragma once
 
 #include "Bastel/Cmn/Cmn_Types.h"
@@ -46,14 +48,15 @@ public:
     {
     }
 
-    // Takes up to iWanted cells (1 to cMaxBatch), beginning with the top one, and returns how many: 0 when none is
-    // free. oLeft: free cells that it left.
+    // Takes up to iWanted cells (1 to cMaxBatch), beginning with the top one, and returns how many: 0 when
+    // none is free. oLeft: free cells that it left.
     unsigned Pop(Cmn_UInt16* oCells, unsigned iWanted, unsigned& oLeft) KORA_NONBLOCKING;
 
     // Returns iCount cells (1 or more), the first one becomes the top; how many are free then.
     unsigned Push(const Cmn_UInt16* iCells, unsigned iCount) KORA_NONBLOCKING;
 
-    // Publishes block iBlock of iCount cells (1 to cMaxCellsInBlock) at iMemory and pushes them in their order.
+    // Publishes block iBlock of iCount cells (1 to cMaxCellsInBlock) at iMemory and
+    // pushes them in their order.
     void AddBlock(unsigned iBlock, std::byte* iMemory, unsigned iCount);
 
     // Where a cell lies that was taken from the stack.
@@ -100,8 +103,8 @@ unsigned Sys_BasicCellStack<TAtomic>::Pop(Cmn_UInt16* oCells, unsigned iWanted,
         unsigned found = 0;
         do {
             oCells[found++] = top;
-            // relaxed: published by the head. With an outdated head the walk may lead astray, among links that exist
-            // or to cNone; the tag then lets the swap fail.
+            // relaxed: published by the head. With an outdated head the walk may lead astray, among links
+            // that exist or to cNone; the tag then lets the swap fail.
             top = mLinks[top].load(std::memory_order_relaxed);
         } while (found < taken && top != cNone);
         if (mHead.compare_exchange_weak(head, Successor(head, oLeft, top))) return taken;

@@ -1,18 +1,22 @@
-// Sys_MultiSizeAtomicPool: memory for short-lived objects of a few sizes, taken on any thread and returned on any other.
+// Sys_MultiSizeAtomicPool: memory for short-lived objects of a few sizes, taken on any thread
+// and returned on any other.
 //
 //   Sys_MultiSizeAtomicPool<Element> pool({{112, 1000}, {156, 1000}, {438, 1000}, {1128, 200}});
 //   Element* cell = pool.Allocate(150);     // of the 156-byte class; null when that class has no free cell
 //   pool.Free(cell);
 //
 //   Sys_MultiSizeAtomicPool<Element>::Batch done(pool);    // a consumer that returns many
-//   done.Free(cell);                                       // goes back with others, or at the end of the batch
+//   done.Free(cell);                                       // goes back with others,
+//   or at the end of the batch
 //
 // Units:      bytes of an object; classes count from 0, the smallest.
-// Invariants: a cell lies at a multiple of 16 and belongs to its taker until it is returned, once, by hand or batch.
+// Invariants: a cell lies at a multiple of 16 and belongs to its taker until it is
+// returned, once, by hand or batch.
 // Threads:    any; the destructor when no other thread uses the pool. A batch is used by one thread.
-// Ownership:  cells are raw memory: the pool neither constructs nor destroys objects. It keeps its memory until its
-//             destructor, which does not look at cells that are still out.
-// Real time:  only the constructor, the destructor and GrowIfLow call the allocator. Nothing locks, waits or throws.
+// Ownership:  cells are raw memory: the pool neither constructs nor destroys objects. It keeps its memory
+//             until its destructor, which does not look at cells that are still out.
+// Real time:  only the constructor, the destructor and GrowIfLow call the allocator.
+//             Nothing locks, waits or throws.
 #pragma once
 
 #include "Export/Kora_API.h"
@@ -27,7 +31,8 @@ public:
     class Batch;
     using Size = Sys_AtomicPoolSize;
 
-    // Sizes ascend, 1 to 8 of them, each with 1 to 1000 cells a block; one that breaks this asserts and is left out.
+    // Sizes ascend, 1 to 8 of them, each with 1 to 1000 cells a block; one that breaks this
+    // asserts and is left out.
     explicit Sys_MultiSizeAtomicPool(std::initializer_list<Size> iSizes)
         : Sys_AtomicPoolCore({iSizes.begin(), iSizes.size()})
     {
@@ -38,15 +43,15 @@ public:
     {
     }
 
-    // A cell of the smallest class that holds iBytes. Null when none does, or when that class has no free cell: a
-    // larger one does not stand in.
+    // A cell of the smallest class that holds iBytes. Null when none does, or when that class has no free
+    // cell: a larger one does not stand in.
     T* Allocate(std::size_t iBytes) KORA_NONBLOCKING
     {
         return static_cast<T*>(Sys_AtomicPoolCore::Allocate(iBytes));
     }
 
-    // Up to iWanted cells at once, at the price of one, and how many there are: at most 32, fewer when the class has
-    // no more, 0 as above.
+    // Up to iWanted cells at once, at the price of one, and how many there are: at most 32, fewer when the
+    // class has no more, 0 as above.
     std::size_t AllocateMany(std::size_t iBytes, T** oCells, std::size_t iWanted) KORA_NONBLOCKING
     {
         return Sys_AtomicPoolCore::AllocateMany(iBytes, oCells, iWanted);
@@ -55,10 +60,11 @@ public:
     // Asserts, and does nothing, for null and for another pool's cell.
     void Free(T* iCell) KORA_NONBLOCKING { Sys_AtomicPoolCore::Free(iCell); }
 
-    // True once a class that may still grow runs low, with fewer than an eighth of a block free, until somebody grows it.
+    // True once a class that may still grow runs low, with fewer than an eighth of a block free,
+    // until somebody grows it.
     using Sys_AtomicPoolCore::IsRunningLow;
-    // Adds a block to each class that is low, up to 16 blocks a class, and returns how many it added: 0 when none is
-    // low, another thread is at it, or there is no memory. For consumers that may allocate.
+    // Adds a block to each class that is low, up to 16 blocks a class, and returns how many it added: 0 when
+    // none is low, another thread is at it, or there is no memory. For consumers that may allocate.
     using Sys_AtomicPoolCore::GrowIfLow;
 
     // What was true at one moment; 0 for a class that is not there. Cells in a batch count as taken.
@@ -68,11 +74,12 @@ public:
     using Sys_AtomicPoolCore::IsLockFree;
 };
 
-// Collects cells that one consumer returns, so that several of a class go back together: the cell freed last has its lines
-// in another core's cache. All batches of the pool hold less than a 64th of a class's cells between them. A batch takes half
-// of what is left of that, and 32 at most, when it returns its second cell, and gives it up with Flush: of a class of 1000
-// cells the first batch returns 8 together, the next 4, 2 and 1. While a class is scarce, with fewer than a 32nd of a block
-// free, each cell goes back at once. The last ones go back with Flush, or with the batch's end.
+// Collects cells that one consumer returns, so that several of a class go back together: the cell freed last
+// has its lines in another core's cache. All batches of the pool hold less than a 64th of a class's cells
+// between them. A batch takes half of what is left of that, and 32 at most, when it returns its second cell,
+// and gives it up with Flush: of a class of 1000 cells the first batch returns 8 together, the next 4, 2 and
+// 1. While a class is scarce, with fewer than a 32nd of a block free, each cell goes back at once. The last
+// ones go back with Flush, or with the batch's end.
 template <class T>
 class Sys_MultiSizeAtomicPool<T>::Batch : private Sys_AtomicPoolCore::Batch
 {

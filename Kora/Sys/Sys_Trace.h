@@ -2,14 +2,16 @@
 //
 //     Sys_TRACE(Sys_Trace::cCategory_TimeSettings, "Frame Rate: %3.3f", rate);
 //
-// A line costs one branch while tracing is off, and its arguments are not evaluated then. The format is printf's and
-// is checked by compilers that can. A line need not end with "\n": the trace library ends those that do not.
+// A line costs one branch while tracing is off, and its arguments are not evaluated then. The
+// format is printf's and is checked by compilers that can. A line need not end with "\n": the trace
+// library ends those that do not.
 //
-// The call site stands at this low floor, below all that trace; what binds it (Sys_TraceBinder) stands beside it,
-// and Kora_Init::Init has it bound. Lines written before that are not written anywhere.
+// The call site stands at this low floor, below all that trace; what binds it (Sys_TraceBinder) stands beside
+// it, and Kora_Init::Init has it bound. Lines written before that are not written anywhere.
 //
 // Threads:   bound once, before other threads trace; read without locks afterwards.
-// Real time: nothing is allocated here while tracing is off; what a line costs when on is the trace library's.
+// Real time: nothing is allocated here while tracing is off; what a line costs when
+// on is the trace library's.
 #pragma once
 
 #include "Bastel/Cmn/Cmn_Types.h"

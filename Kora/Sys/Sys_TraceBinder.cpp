@@ -32,8 +32,8 @@ constexpr char cCommonFolder[] = "Program Files\\Common Files\\Ostrel\\Kora\\";
 
 Sys_TraceBinder& Sys_TraceBinder::Singleton()
 {
-    static Sys_TraceBinder* const sBinderP = new Sys_TraceBinder(UsualFileName());
-    return *sBinderP;
+    static Sys_TraceBinder* const sBinder = new Sys_TraceBinder(UsualFileName());
+    return *sBinder;
 }
 
 std::string Sys_TraceBinder::UsualFileName() { return PSGetDynamicLibraryFileName("OstrelTrace"); }

@@ -1,7 +1,8 @@
-// Sys_TraceBinder: finds the optional trace library at run time and turns Sys_Trace on when it is whole and active.
+// Sys_TraceBinder: finds the optional trace library at run time and turns Sys_Trace on
+// when it is whole and active.
 //
-// The library is "OstrelTrace.dll" on Windows and "libOstrelTrace.so" on Linux. It is looked for where the system looks
-// for libraries, then, on Windows, in the folder that installations share:
+// The library is "OstrelTrace.dll" on Windows and "libOstrelTrace.so" on Linux. It is looked for where the
+// system looks for libraries, then, on Windows, in the folder that installations share:
 //     C:\Program Files\Common Files\Ostrel\Kora\OstrelTrace.dll       with the drive that the system lives on
 // A library that is missing, lacks an entry or is not active turns tracing off, without a message.
 //

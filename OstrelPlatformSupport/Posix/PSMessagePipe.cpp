@@ -150,18 +150,15 @@ bool PSMessagePipe::Write(const PSPipeEvent&, const void* iBytes, std::uint32_t 
     return sent == static_cast<ssize_t>(iSize);
 }
 
-// A packet is gone with the first read that takes any of it. So it is looked at, past what was taken before, and only
-// the read that sees its end takes it from the socket.
+// A packet is gone with the first read that takes any of it. So it is looked at, past what was taken before,
+// and only the read that sees its end takes it from the socket.
 PSMessagePipe::ERead PSMessagePipe::Read(const PSPipeEvent&, void* oBytes, std::uint32_t iSize,
                                          std::int32_t iTimeoutMs, std::uint32_t* oCount) noexcept
 {
     const std::unique_ptr<unsigned char[]> taken(mTaken > 0 ? new (std::nothrow) unsigned char[mTaken]
                                                             : nullptr);
     if (iSize == 0 || (mTaken > 0 && taken == nullptr)) return eRead_Failed;
-    iovec parts[] = {
-        {taken.get(), mTaken},
-        {oBytes,      iSize }
-    };
+    iovec parts[] = {{taken.get(), mTaken}, {oBytes, iSize}};
     msghdr message{};
     message.msg_iov = parts;
     message.msg_iovlen = 2;

@@ -1,5 +1,6 @@
-// PSIsPrivateFolder: whether a path is a folder of this user that nobody else may enter. In a shared place like /tmp
-// anybody could have made it first, or a link in its place, and would then be whoever the user's programs talk to.
+// PSIsPrivateFolder: whether a path is a folder of this user that nobody else may enter. In a shared
+// place like /tmp anybody could have made it first, or a link in its place, and would then be whoever the
+// user's programs talk to.
 #pragma once
 
 #include <sys/stat.h>

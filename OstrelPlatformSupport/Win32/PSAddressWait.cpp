@@ -17,7 +17,8 @@ volatile void* AddressOf(const std::atomic<std::uint32_t>* iWord)
 void PSSleepWhileEqual(const std::atomic<std::uint32_t>& iWord, std::uint32_t iValue, std::int32_t iTimeoutMs)
 {
     const DWORD timeout = iTimeoutMs < 0 ? INFINITE : static_cast<DWORD>(iTimeoutMs);
-    // The result is of no interest: woken, timed out and changed meanwhile all send the caller back to the word.
+    // The result is of no interest: woken, timed out and changed meanwhile all send the
+    // caller back to the word.
     WaitOnAddress(AddressOf(&iWord), &iValue, sizeof(iValue), timeout);
 }
 

@@ -11,8 +11,8 @@ HANDLE Handle(std::intptr_t iHandle) { return reinterpret_cast<HANDLE>(iHandle);
 
 std::wstring WideAddress(const char* iName) { return PSWideFromUtf8(PSMessagePipe::GetAddress(iName)); }
 
-// Ends a transfer that was started: oError is 0 when it is done, and oCount the bytes that it moved. Whatever happens,
-// the system is through with the OVERLAPPED and the buffer when this returns.
+// Ends a transfer that was started: oError is 0 when it is done, and oCount the bytes that it moved. Whatever
+// happens, the system is through with the OVERLAPPED and the buffer when this returns.
 void Finish(HANDLE iPipe, OVERLAPPED& ioTransfer, std::int32_t iTimeoutMs, DWORD& oError, DWORD& oCount)
 {
     if (oError == ERROR_IO_PENDING) {

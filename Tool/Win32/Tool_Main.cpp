@@ -1,5 +1,5 @@
-// The command's entry point: arguments become UTF-8 and the streams binary, so that output has the same bytes as
-// elsewhere.
+// The command's entry point: arguments become UTF-8 and the streams binary, so that output has the
+// same bytes as elsewhere.
 #include "Tool/Tool_Command.h"
 
 #include <fcntl.h>
@@ -8,6 +8,7 @@
 #include <windows.h>
 
 namespace {
+
 std::string ToUtf8(const wchar_t* iText)
 {
     const int size = WideCharToMultiByte(CP_UTF8, 0, iText, -1, nullptr, 0, nullptr, nullptr);
@@ -17,6 +18,7 @@ std::string ToUtf8(const wchar_t* iText)
     text.pop_back(); // the terminating zero
     return text;
 }
+
 } // namespace
 
 int wmain(int iCount, wchar_t** iArguments)

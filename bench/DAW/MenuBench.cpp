@@ -1,4 +1,5 @@
-// A chosen command number on its way to its item, among few and among all of them, and a menu's items numbered.
+// A chosen command number on its way to its item, among few and among all of them, and
+// a menu's items numbered.
 #include "Kora/DAW/DAW_MenuEntryCompound.h"
 
 #include <benchmark/benchmark.h>
@@ -63,9 +64,7 @@ void BM_RouteByScan(benchmark::State& ioState)
     std::vector<std::pair<Cmn_Int16, DAW_MenuEntryAndIndex>> items;
     for (const std::unique_ptr<Items>& entry : menu.mEntries)
         for (Cmn_Int32 index = 0; index < Menu::cItemsPerEntry; ++index)
-            items.push_back({
-                entry->GetCommandID(index), {entry.get(), index}
-            });
+            items.push_back({entry->GetCommandID(index), {entry.get(), index}});
     std::size_t at = 0;
     for (auto _ : ioState) {
         for (const auto& [number, item] : items) {

@@ -1,5 +1,5 @@
-// What the cases of the document benchmarks share: the same hundred thousand bodies under the keys {list, item}{type},
-// and one folder on the disk that the build is on.
+// What the cases of the document benchmarks share: the same hundred thousand bodies under the keys {list,
+// item}{type}, and one folder on the disk that the build is on.
 #pragma once
 
 #include "Bastel/Cmn/Cmn_Types.h"
@@ -42,20 +42,20 @@ inline std::string BenchPath(const char* iName)
     struct Folder
     {
         Folder()
-            : path(std::filesystem::current_path() / "FFBench.tmp")
+            : mPath(std::filesystem::current_path() / "FFBench.tmp")
         {
-            std::filesystem::remove_all(path);
-            std::filesystem::create_directories(path);
+            std::filesystem::remove_all(mPath);
+            std::filesystem::create_directories(mPath);
         }
         ~Folder()
         {
             std::error_code ignored;
-            std::filesystem::remove_all(path, ignored);
+            std::filesystem::remove_all(mPath, ignored);
         }
-        std::filesystem::path path;
+        std::filesystem::path mPath;
     };
     static const Folder sFolder;
-    return (sFolder.path / iName).string();
+    return (sFolder.mPath / iName).string();
 }
 
 // Ends the program: a figure of work that failed says nothing.

@@ -1,4 +1,5 @@
-// The document's bodies in SQLite: one table keyed as the document is, one transaction, default journal, full sync.
+// The document's bodies in SQLite: one table keyed as the document is, one transaction,
+// default journal, full sync.
 #include "bench/FF/DocumentBench_p.h"
 
 #include <benchmark/benchmark.h>

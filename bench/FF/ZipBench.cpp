@@ -1,5 +1,5 @@
-// The document's bodies as members of a zip archive, stored; libzip renames in place but does not wait for the disk, so
-// that is done for it.
+// The document's bodies as members of a zip archive, stored; libzip renames in place but does not wait for
+// the disk, so that is done for it.
 #include "bench/FF/DocumentBench_p.h"
 
 #include <benchmark/benchmark.h>

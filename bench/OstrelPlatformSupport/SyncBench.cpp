@@ -1,4 +1,5 @@
-// What waiting costs where nobody waits, which is how real-time threads meet it; the standard library beside it.
+// What waiting costs where nobody waits, which is how real-time threads meet it; the
+// standard library beside it.
 #include "OstrelPlatformSupport/PSThread.h"
 
 #include <benchmark/benchmark.h>

@@ -1,5 +1,5 @@
-// Paths of three names amid few and many siblings, beside a hash map of whole paths and a list that is walked; and what
-// many siblings cost to make and to join.
+// Paths of three names amid few and many siblings, beside a hash map of whole paths and a list that is
+// walked; and what many siblings cost to make and to join.
 #include "Kora/SDS/Source/SDS_NameRegistry.h"
 #include "Kora/SDS/Source/SDS_TokenDispatcher.h"
 
@@ -20,23 +20,23 @@ struct Siblings
     {
         static_cast<void>(SDS_NameRegistry::Init());
         for (std::size_t i = 0; i < iCount; ++i) {
-            paths.push_back("bench/Track " + std::to_string(i) + "/Level");
+            mPaths.push_back("bench/Track " + std::to_string(i) + "/Level");
             SDS_Name* name = nullptr;
-            static_cast<void>(SDS_NameRegistry::ReserveName(nullptr, paths.back().c_str(), &name));
-            names.push_back(name);
+            static_cast<void>(SDS_NameRegistry::ReserveName(nullptr, mPaths.back().c_str(), &name));
+            mNames.push_back(name);
         }
         std::mt19937 random(1);
         for (std::size_t i = 0; i < 4096; ++i)
-            order.push_back(random() % iCount);
+            mOrder.push_back(random() % iCount);
     }
     ~Siblings()
     {
-        for (SDS_Name* const name : names)
+        for (SDS_Name* const name : mNames)
             static_cast<void>(SDS_NameRegistry::FreeName(name, nullptr));
     }
-    std::vector<std::string> paths;
-    std::vector<SDS_Name*> names;
-    std::vector<std::size_t> order;
+    std::vector<std::string> mPaths;
+    std::vector<SDS_Name*> mNames;
+    std::vector<std::size_t> mOrder;
 };
 
 template <class TFind>
@@ -44,7 +44,7 @@ void FindAll(benchmark::State& ioState, const Siblings& iSiblings, TFind iFind)
 {
     std::size_t i = 0;
     for (auto _ : ioState)
-        benchmark::DoNotOptimize(iFind(iSiblings.paths[iSiblings.order[i++ & 4095]]));
+        benchmark::DoNotOptimize(iFind(iSiblings.mPaths[iSiblings.mOrder[i++ & 4095]]));
 }
 
 void Path_Kora(benchmark::State& ioState)
@@ -65,7 +65,7 @@ void PathAgain_Kora(benchmark::State& ioState)
     for (auto _ : ioState) {
         SDS_Name* name = nullptr;
         static_cast<void>(
-            SDS_NameRegistry::GetNameId(nullptr, siblings.paths[siblings.paths.size() / 2].c_str(), &name));
+            SDS_NameRegistry::GetNameId(nullptr, siblings.mPaths[siblings.mPaths.size() / 2].c_str(), &name));
         benchmark::DoNotOptimize(name);
     }
 }
@@ -75,8 +75,8 @@ void Path_HashMap(benchmark::State& ioState)
 {
     const Siblings siblings(static_cast<std::size_t>(ioState.range(0)));
     std::unordered_map<std::string, SDS_Name*> map;
-    for (std::size_t i = 0; i < siblings.paths.size(); ++i)
-        map.emplace(siblings.paths[i], siblings.names[i]);
+    for (std::size_t i = 0; i < siblings.mPaths.size(); ++i)
+        map.emplace(siblings.mPaths[i], siblings.mNames[i]);
     FindAll(ioState, siblings, [&](const std::string& iPath) { return map.find(iPath)->second; });
 }
 BENCHMARK(Path_HashMap)->Arg(10)->Arg(10'000);
@@ -85,8 +85,8 @@ void Path_WalkedList(benchmark::State& ioState)
 {
     const Siblings siblings(static_cast<std::size_t>(ioState.range(0)));
     std::list<std::pair<std::string, SDS_Name*>> list;
-    for (std::size_t i = 0; i < siblings.paths.size(); ++i)
-        list.emplace_front(siblings.paths[i], siblings.names[i]);
+    for (std::size_t i = 0; i < siblings.mPaths.size(); ++i)
+        list.emplace_front(siblings.mPaths[i], siblings.mNames[i]);
     FindAll(ioState, siblings, [&](const std::string& iPath) {
         auto found = list.begin();
         while (found->first != iPath)
@@ -114,7 +114,8 @@ void Create_Kora(benchmark::State& ioState)
 }
 BENCHMARK(Create_Kora)->Arg(10'000)->Unit(benchmark::kMillisecond);
 
-// So many names joined one by one, in a chain or with a hub, and parted again; in a pause, or each for itself.
+// So many names joined one by one, in a chain or with a hub, and parted again; in a
+// pause, or each for itself.
 void JoinAndPart(benchmark::State& ioState, bool iPaused)
 {
     const auto count = static_cast<std::size_t>(ioState.range(0));
@@ -123,7 +124,8 @@ void JoinAndPart(benchmark::State& ioState, bool iPaused)
     const auto inTurn = [&](auto iCall) {
         if (iPaused) SDS_TokenDispatcher::SetTokensPaused(true);
         for (std::size_t i = 1; i < count; ++i)
-            static_cast<void>(iCall(siblings.names[isStar ? 0 : i - 1], nullptr, siblings.names[i], nullptr));
+            static_cast<void>(
+                iCall(siblings.mNames[isStar ? 0 : i - 1], nullptr, siblings.mNames[i], nullptr));
         if (iPaused) SDS_TokenDispatcher::SetTokensPaused(false);
     };
     for (auto _ : ioState) {
@@ -133,12 +135,7 @@ void JoinAndPart(benchmark::State& ioState, bool iPaused)
 }
 void JoinInAPause_Kora(benchmark::State& ioState) { JoinAndPart(ioState, true); }
 void JoinEach_Kora(benchmark::State& ioState) { JoinAndPart(ioState, false); }
-BENCHMARK(JoinInAPause_Kora)
-    ->ArgsProduct({
-        {1000, 8000},
-        {0,    1   }
-})
-    ->Unit(benchmark::kMillisecond);
+BENCHMARK(JoinInAPause_Kora)->ArgsProduct({{1000, 8000}, {0, 1}})->Unit(benchmark::kMillisecond);
 BENCHMARK(JoinEach_Kora)->Args({1000, 0})->Args({8000, 0})->Iterations(1)->Unit(benchmark::kMillisecond);
 
 } // namespace

@@ -1,5 +1,5 @@
-// Tokens of 128 bytes from a producer to listeners, beside the queues that a host would take instead: the lock-free
-// queue of libconcurrentqueue-dev, a mutex and a deque, Boost.Signals2, a vector of virtual calls.
+// Tokens of 128 bytes from a producer to listeners, beside the queues that a host would take instead: the
+// lock-free queue of libconcurrentqueue-dev, a mutex and a deque, Boost.Signals2, a vector of virtual calls.
 #include "Kora/SDS/FicInterface/SDS_IName.h"
 #include "Kora/SDS/FicInterface/SDS_ITokenListener.h"
 #include "Kora/SDS/FicInterface/SDS_ITokenTask.h"
@@ -30,13 +30,13 @@ namespace {
 
 struct Token128
 {
-    SDS_Token header{};
-    Cmn_Int64 data[9] = {};
+    SDS_Token mHeader{};
+    Cmn_Int64 mData[9] = {};
 
     Token128()
     {
-        header.type = 1;
-        header.size = 128;
+        mHeader.type = 1;
+        mHeader.size = 128;
     }
 };
 static_assert(sizeof(Token128) == 128);
@@ -52,7 +52,7 @@ public:
     }
     void HandleToken(SDS_Token* iToken) override
     {
-        mSum += reinterpret_cast<const Token128*>(iToken)->data[0];
+        mSum += reinterpret_cast<const Token128*>(iToken)->mData[0];
     }
     Cmn_Int64 mSum = 0;
 };
@@ -61,22 +61,22 @@ public:
 struct Scene
 {
     explicit Scene(std::size_t iListeners, Cmn_Int32 iPriority = 16)
-        : task((static_cast<void>(SDS_NameRegistry::Init()), iPriority))
-        , name("bench")
+        : mTask((static_cast<void>(SDS_NameRegistry::Init()), iPriority))
+        , mName("bench")
     {
         for (std::size_t i = 0; i < iListeners; ++i)
-            sinks.push_back(std::make_unique<Sink>(task, name));
-        task.ResumeProcessing();
-        token.header.name = name.GetID();
+            mSinks.push_back(std::make_unique<Sink>(mTask, mName));
+        mTask.ResumeProcessing();
+        mToken.mHeader.name = mName.GetID();
     }
     ~Scene() { Drain(); }
-    bool Drain() { return task.ProcessTokens(0, Time_Sample(0), 0); }
-    bool Send() { return SDS_TokenDispatcher::DispatchToken(&token.header) == eSDSErr_None; }
+    bool Drain() { return mTask.ProcessTokens(0, Time_Sample(0), 0); }
+    bool Send() { return SDS_TokenDispatcher::DispatchToken(&mToken.mHeader) == eSDSErr_None; }
 
-    SDS_ITokenTask task;
-    SDS_IName name;
-    std::vector<std::unique_ptr<Sink>> sinks;
-    Token128 token;
+    SDS_ITokenTask mTask;
+    SDS_IName mName;
+    std::vector<std::unique_ptr<Sink>> mSinks;
+    Token128 mToken;
 };
 
 constexpr int cBurst = 64;
@@ -121,14 +121,14 @@ void Dispatch_CopyAndPush(benchmark::State& ioState)
         ioState,
         [&] {
             SDS_DeliveryElement* const cell = pool.Allocate(sizeof(SDS_DeliveryElement) + 128);
-            std::memcpy(static_cast<void*>(cell + 1), &scene.token, 128);
+            std::memcpy(static_cast<void*>(cell + 1), &scene.mToken, 128);
             static_cast<void>(queue.Push(*cell));
         },
         [&] {
             SDS_TokenPool::Batch batch(pool);
             for (PSAtomicQueueLink* link = queue.Drain(); link != nullptr;) {
                 auto* const cell = static_cast<SDS_DeliveryElement*>(link);
-                link = link->next;
+                link = link->mNext;
                 batch.Free(cell);
             }
         });
@@ -151,31 +151,31 @@ struct MutexDeque
 {
     void Push(const Token128& iToken)
     {
-        const std::scoped_lock lock(mutex);
-        tokens.push_back(iToken);
+        const std::scoped_lock lock(mMutex);
+        mTokens.push_back(iToken);
     }
     bool Pop(Token128& oToken)
     {
-        const std::scoped_lock lock(mutex);
-        if (tokens.empty()) return false;
-        oToken = tokens.front();
-        tokens.pop_front();
+        const std::scoped_lock lock(mMutex);
+        if (mTokens.empty()) return false;
+        oToken = mTokens.front();
+        mTokens.pop_front();
         return true;
     }
-    std::mutex mutex;
-    std::deque<Token128> tokens;
+    std::mutex mMutex;
+    std::deque<Token128> mTokens;
 };
 
 #ifdef KORA_BENCH_CONCURRENTQUEUE
 struct ConcurrentQueue
 {
     ConcurrentQueue()
-        : tokens(4096)
+        : mTokens(4096)
     {
     }
-    void Push(const Token128& iToken) { tokens.enqueue(iToken); }
-    bool Pop(Token128& oToken) { return tokens.try_dequeue(oToken); }
-    moodycamel::ConcurrentQueue<Token128> tokens;
+    void Push(const Token128& iToken) { mTokens.enqueue(iToken); }
+    bool Pop(Token128& oToken) { return mTokens.try_dequeue(oToken); }
+    moodycamel::ConcurrentQueue<Token128> mTokens;
 };
 #endif
 
@@ -202,7 +202,7 @@ void DispatchAndHandle_Peer(benchmark::State& ioState)
         for (int i = 0; i < cBurst; ++i)
             queue.Push(token);
         while (queue.Pop(taken))
-            sum += taken.data[0];
+            sum += taken.mData[0];
     }
     benchmark::DoNotOptimize(sum);
     ReportEach(ioState, cBurst);
@@ -259,27 +259,27 @@ public:
     }
     void HandleToken(SDS_Token* iToken) override
     {
-        benchmark::DoNotOptimize(reinterpret_cast<const Token128*>(iToken)->data[0]);
-        ++count;
+        benchmark::DoNotOptimize(reinterpret_cast<const Token128*>(iToken)->mData[0]);
+        ++mCount;
     }
-    int count = 0;
+    int mCount = 0;
 };
 
 void Across_Kora(benchmark::State& ioState)
 {
     Scene scene(0, 0);
-    CountingSink sink(scene.task, scene.name);
-    std::vector<Token128> tokens(2, scene.token);
+    CountingSink sink(scene.mTask, scene.mName);
+    std::vector<Token128> tokens(2, scene.mToken);
     AcrossCores(
         ioState,
         [&](int iProducer) {
-            return SDS_TokenDispatcher::DispatchToken(&tokens[static_cast<std::size_t>(iProducer)].header) ==
+            return SDS_TokenDispatcher::DispatchToken(&tokens[static_cast<std::size_t>(iProducer)].mHeader) ==
                    eSDSErr_None;
         },
         [&] {
-            sink.count = 0;
+            sink.mCount = 0;
             scene.Drain();
-            return sink.count;
+            return sink.mCount;
         });
 }
 BENCHMARK(Across_Kora)->Arg(1)->Arg(2)->UseManualTime();
@@ -299,7 +299,7 @@ void Across_Peer(benchmark::State& ioState)
             Token128 taken;
             int count = 0;
             while (count < 1000 && queue.Pop(taken)) {
-                benchmark::DoNotOptimize(taken.data[0]);
+                benchmark::DoNotOptimize(taken.mData[0]);
                 ++count;
             }
             return count;
@@ -327,11 +327,11 @@ void ToMany_VirtualCalls(benchmark::State& ioState)
 {
     Scene scene(static_cast<std::size_t>(ioState.range(0)));
     std::vector<SDS_ITokenListener*> listeners;
-    for (const auto& sink : scene.sinks)
+    for (const auto& sink : scene.mSinks)
         listeners.push_back(sink.get());
     for (auto _ : ioState) {
         for (SDS_ITokenListener* const listener : listeners)
-            listener->HandleToken(&scene.token.header);
+            listener->HandleToken(&scene.mToken.mHeader);
     }
 }
 BENCHMARK(ToMany_VirtualCalls)->Arg(100);
@@ -342,7 +342,7 @@ void ToMany_Signals2(benchmark::State& ioState)
     boost::signals2::signal<void(const Token128&)> signal;
     Cmn_Int64 sum = 0;
     for (int i = 0; i < ioState.range(0); ++i)
-        signal.connect([&](const Token128& iToken) { sum += iToken.data[0]; });
+        signal.connect([&](const Token128& iToken) { sum += iToken.mData[0]; });
     const Token128 token;
     for (auto _ : ioState)
         signal(token);
@@ -351,8 +351,8 @@ void ToMany_Signals2(benchmark::State& ioState)
 BENCHMARK(ToMany_Signals2)->Arg(1)->Arg(100);
 #endif
 
-// A million dispatches in bursts of 64, every 100 µs in place of an audio callback's 2.7 ms: the 99.99th percentile of
-// one dispatch, while a reader drains on another core.
+// A million dispatches in bursts of 64, every 100 µs in place of an audio callback's 2.7 ms: the 99.99th
+// percentile of one dispatch, while a reader drains on another core.
 template <class TSend, class TDrain>
 void Percentile(benchmark::State& ioState, TSend iSend, TDrain iDrain)
 {

@@ -1,5 +1,5 @@
-// A MIDI file of a million events on 16 tracks, 4.4 MB, in memory: read, visited, written, and spelled anew. libsmf stands
-// beside.
+// A MIDI file of a million events on 16 tracks, 4.4 MB, in memory: read, visited, written, and spelled
+// anew. libsmf stands beside.
 #include "Kora/SMF/SMF_File.h"
 #include "Kora/SMF/SMF_TrackBuilder.h"
 

@@ -27,18 +27,18 @@ struct Session
         Time_Typed::Init(); // without its limits every sample is clamped to 0
         std::mt19937 random(1);
         {
-            const Time_TempoMap_StEditOptimizer edit(tempoMap);
+            const Time_TempoMap_StEditOptimizer edit(mTempoMap);
             for (Cmn_Int64 i = 0; i < iChanges; ++i) {
                 const Time_Tick tick(cSongStart + i * cTicksAChange);
                 const double beatsPerMinute = 60.0 + static_cast<double>(random() % 120);
                 auto segment = std::make_unique<Time_ConstantTempoSeg>(tick, beatsPerMinute);
                 if (i == 0) segment->LockToSample(Time_Sample(0));
-                tempoMap.AddSegment(std::move(segment));
+                mTempoMap.AddSegment(std::move(segment));
             }
         }
-        converter.SetTempoMap(&tempoMap);
-        converter.SetMeterMap(&meterMap);
-        span = iChanges * cTicksAChange;
+        mConverter.SetTempoMap(&mTempoMap);
+        mConverter.SetMeterMap(&mMeterMap);
+        mSpan = iChanges * cTicksAChange;
     }
 
     // Times all over the map, ascending as events of a track do, or scattered.
@@ -47,16 +47,16 @@ struct Session
         std::mt19937_64 random(2);
         Time_TypedVector times(Time_eType_Ticks);
         for (std::size_t i = 0; i < cTimes; ++i)
-            times.push_back(cSongStart + static_cast<Cmn_Int64>(random() % static_cast<Cmn_UInt64>(span)));
+            times.push_back(cSongStart + static_cast<Cmn_Int64>(random() % static_cast<Cmn_UInt64>(mSpan)));
         if (iAscending) std::sort(times.begin(), times.end());
-        converter.ToType(&times, iUnit);
+        mConverter.ToType(&times, iUnit);
         return times;
     }
 
-    Time_TempoMap tempoMap;
-    Time_MeterMap meterMap;
-    Time_Converter converter;
-    Cmn_Int64 span;
+    Time_TempoMap mTempoMap;
+    Time_MeterMap mMeterMap;
+    Time_Converter mConverter;
+    Cmn_Int64 mSpan;
 };
 
 void BM_ConvertOne(benchmark::State& ioState, Time_EType iFrom, Time_EType iTo)
@@ -65,7 +65,7 @@ void BM_ConvertOne(benchmark::State& ioState, Time_EType iFrom, Time_EType iTo)
     const Time_TypedVector times = session.Times(iFrom, false);
     std::size_t at = 0;
     for (auto _ : ioState) {
-        const Time_Typed converted = session.converter.ToType(times.GetTime(at++ % cTimes), iTo);
+        const Time_Typed converted = session.mConverter.ToType(times.GetTime(at++ % cTimes), iTo);
         benchmark::DoNotOptimize(converted);
     }
 }
@@ -78,7 +78,7 @@ void BM_ConvertMany(benchmark::State& ioState, Time_EType iFrom, Time_EType iTo,
     for (auto _ : ioState) {
         std::copy(times.begin(), times.end(), converted.begin());
         converted.SetType(iFrom);
-        session.converter.ToType(&converted, iTo);
+        session.mConverter.ToType(&converted, iTo);
         benchmark::DoNotOptimize(converted.data());
     }
     ioState.SetItemsProcessed(ioState.iterations() * static_cast<Cmn_Int64>(cTimes));
@@ -90,7 +90,7 @@ void BM_BarBeatTick(benchmark::State& ioState)
     const Time_TypedVector times = session.Times(Time_eType_Samples, false);
     std::size_t at = 0;
     for (auto _ : ioState) {
-        const Time_BarBeatTick position = session.converter.ToBarBeatTick(times.GetTime(at++ % cTimes));
+        const Time_BarBeatTick position = session.mConverter.ToBarBeatTick(times.GetTime(at++ % cTimes));
         benchmark::DoNotOptimize(position);
     }
 }

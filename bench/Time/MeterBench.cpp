@@ -1,5 +1,5 @@
-// Bars from ticks and back through maps of 10 to 100,000 meters, scattered queries; beside them the library search over
-// the same ticks, which finds the governing meter and computes nothing.
+// Bars from ticks and back through maps of 10 to 100,000 meters, scattered queries; beside them the library
+// search over the same ticks, which finds the governing meter and computes nothing.
 #include "Kora/Time/Meter/Time_MeterMap.h"
 #include "Kora/Time/Meter/Time_MeterMap_StEditOptimizer.h"
 
@@ -22,22 +22,23 @@ struct Song
         std::mt19937_64 random(1);
         Cmn_Int32 bar = 1;
         for (std::int64_t i = 0; i < iMeters; ++i) {
-            const Time_Tick tick = map.BarBeatToTick({bar, 1, Time_TickLength(0)});
-            map.AddMeterChange(tick, Time_Meter(2 + random() % 11, 1 << (1 + random() % 4)), bar);
-            changeTicks.push_back(tick.AsInt64());
+            const Time_Tick tick = mMap.BarBeatToTick({bar, 1, Time_TickLength(0)});
+            mMap.AddMeterChange(tick, Time_Meter(2 + random() % 11, 1 << (1 + random() % 4)), bar);
+            mChangeTicks.push_back(tick.AsInt64());
             bar += 1 + static_cast<Cmn_Int32>(random() % 8);
         }
-        const Cmn_Int64 span = map.BarBeatToTick({bar, 1, Time_TickLength(0)}).AsInt64() - cSongStart;
+        const Cmn_Int64 span = mMap.BarBeatToTick({bar, 1, Time_TickLength(0)}).AsInt64() - cSongStart;
         for (std::size_t i = 0; i < cProbes; ++i) {
-            ticks.emplace_back(cSongStart + static_cast<Cmn_Int64>(random() % static_cast<Cmn_UInt64>(span)));
-            positions.push_back(map.TickToBarBeat(ticks.back()));
+            mTicks.emplace_back(cSongStart +
+                                static_cast<Cmn_Int64>(random() % static_cast<Cmn_UInt64>(span)));
+            mPositions.push_back(mMap.TickToBarBeat(mTicks.back()));
         }
     }
 
-    Time_MeterMap map;
-    std::vector<Cmn_Int64> changeTicks;
-    std::vector<Time_Tick> ticks;
-    std::vector<Time_BarBeatTick> positions;
+    Time_MeterMap mMap;
+    std::vector<Cmn_Int64> mChangeTicks;
+    std::vector<Time_Tick> mTicks;
+    std::vector<Time_BarBeatTick> mPositions;
 };
 
 template <class Query>
@@ -54,26 +55,27 @@ void RunQueries(benchmark::State& ioState, Query iQuery)
 void MeterTickToBarBeat(benchmark::State& ioState)
 {
     RunQueries(ioState,
-               [](const Song& iSong, std::size_t i) { return iSong.map.TickToBarBeat(iSong.ticks[i]); });
+               [](const Song& iSong, std::size_t i) { return iSong.mMap.TickToBarBeat(iSong.mTicks[i]); });
 }
 
 void MeterBarBeatToTick(benchmark::State& ioState)
 {
-    RunQueries(ioState,
-               [](const Song& iSong, std::size_t i) { return iSong.map.BarBeatToTick(iSong.positions[i]); });
+    RunQueries(ioState, [](const Song& iSong, std::size_t i) {
+        return iSong.mMap.BarBeatToTick(iSong.mPositions[i]);
+    });
 }
 
 void MeterAtTick(benchmark::State& ioState)
 {
     RunQueries(ioState,
-               [](const Song& iSong, std::size_t i) { return iSong.map.GetMeterAtTick(iSong.ticks[i]); });
+               [](const Song& iSong, std::size_t i) { return iSong.mMap.GetMeterAtTick(iSong.mTicks[i]); });
 }
 
 // Twenty bars and three beats on, across several meters.
 void MeterAddDuration(benchmark::State& ioState)
 {
     RunQueries(ioState, [](const Song& iSong, std::size_t i) {
-        return iSong.map.AddDurationToTick(iSong.ticks[i], {20, 3, Time_TickLength(7)});
+        return iSong.mMap.AddDurationToTick(iSong.mTicks[i], {20, 3, Time_TickLength(7)});
     });
 }
 
@@ -81,12 +83,13 @@ void MeterAddDuration(benchmark::State& ioState)
 void MeterUpperBoundOnly(benchmark::State& ioState)
 {
     RunQueries(ioState, [](const Song& iSong, std::size_t i) {
-        return std::upper_bound(iSong.changeTicks.begin(), iSong.changeTicks.end(), iSong.ticks[i].AsInt64());
+        return std::upper_bound(iSong.mChangeTicks.begin(), iSong.mChangeTicks.end(),
+                                iSong.mTicks[i].AsInt64());
     });
 }
 
-// Meters added one by one at the end, as an import does: the whole map. Evenly spread, and in clusters with gaps between
-// that grow to a thousand bars.
+// Meters added one by one at the end, as an import does: the whole map. Evenly spread, and in clusters with
+// gaps between that grow to a thousand bars.
 void MeterAppend(benchmark::State& ioState, bool iClustered)
 {
     constexpr std::int64_t cCluster = 1000;
@@ -133,10 +136,10 @@ void MeterLoadClustered(benchmark::State& ioState) { MeterLoad(ioState, Order::e
 void MeterEditInTheMiddle(benchmark::State& ioState)
 {
     Song song(ioState.range(0));
-    const Time_Tick middle(song.changeTicks[song.changeTicks.size() / 2]);
+    const Time_Tick middle(song.mChangeTicks[song.mChangeTicks.size() / 2]);
     Cmn_Int32 numerator = 3;
     for (auto _ : ioState)
-        song.map.AddMeterChange(middle, Time_Meter(numerator ^= 7, 4), 1);
+        song.mMap.AddMeterChange(middle, Time_Meter(numerator ^= 7, 4), 1);
 }
 
 } // namespace

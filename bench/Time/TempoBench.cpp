@@ -1,5 +1,5 @@
-// Tempo map: conversions at 1, 100 and 10,000 tempi, a million event times, and edits amid 10,000. std::upper_bound
-// over the same points, and libsmf, stand beside.
+// Tempo map: conversions at 1, 100 and 10,000 tempi, a million event times, and edits amid 10,000.
+// std::upper_bound over the same points, and libsmf, stand beside.
 #include "Kora/Cnn/Cnn_Receiver.h"
 #include "Kora/Time/Tempo/Time_ConstantTempoSeg.h"
 #include "Kora/Time/Tempo/Time_TempoMap.h"

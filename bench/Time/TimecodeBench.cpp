@@ -53,7 +53,8 @@ BENCHMARK_CAPTURE(BM_LabelToFrames, 2997Drop, eTimeCodeFormat_2997Drop);
 BENCHMARK_CAPTURE(BM_LabelToFrames, 5994Drop, eTimeCodeFormat_5994Drop);
 BENCHMARK_CAPTURE(BM_LabelToFrames, 25, eTimeCodeFormat_25);
 
-// The peer counts labels but has no running count: what can be compared is the step to the next frame's label.
+// The peer counts labels but has no running count: what can be compared is the step
+// to the next frame's label.
 void BM_NextLabel(benchmark::State& ioState)
 {
     Time_SMPTE time(eTimeCodeFormat_2997Drop);

@@ -78,15 +78,15 @@ void Desk::Strike(const KeyChord& iChord, int iRepeats)
 
 std::string Desk::Shown(const MenuLine& iLine)
 {
-    if (iLine.separator) return "        ------";
-    const std::size_t tab = iLine.text.find('\t');
-    std::string title = iLine.text.substr(0, tab);
+    if (iLine.mSeparator) return "        ------";
+    const std::size_t tab = iLine.mText.find('\t');
+    std::string title = iLine.mText.substr(0, tab);
     std::erase(title, '&'); // the mnemonic's mark
-    if (iLine.depth == 0) return title;
+    if (iLine.mDepth == 0) return title;
 
-    std::string line = "  " + std::to_string(iLine.number) + (iLine.checked ? " [x] " : "     ") + title;
+    std::string line = "  " + std::to_string(iLine.mNumber) + (iLine.mChecked ? " [x] " : "     ") + title;
     if (tab != std::string::npos) {
-        line.append(30 - std::min<std::size_t>(30, CharactersOf(line)), ' ').append(iLine.text, tab + 1);
+        line.append(30 - std::min<std::size_t>(30, CharactersOf(line)), ' ').append(iLine.mText, tab + 1);
     }
-    return iLine.enabled ? line : line + "  (disabled)";
+    return iLine.mEnabled ? line : line + "  (disabled)";
 }

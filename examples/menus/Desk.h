@@ -6,7 +6,8 @@
 //     hold Right 3      presses it, keeps it down for three repeats, lets it go
 //     quit              leaves
 //
-// What does nothing is answered: a number that no enabled item has, a key without a binding, a disabled command.
+// What does nothing is answered: a number that no enabled item has, a key without a
+// binding, a disabled command.
 #pragma once
 
 #include "menus/Keys.h"
@@ -17,12 +18,12 @@
 // One item as a menu shows it.
 struct MenuLine
 {
-    int depth = 0; // 0: in the bar
-    Cmn_Int16 number = 0;
-    std::string text;
-    bool enabled = true;
-    bool checked = false;
-    bool separator = false;
+    int mDepth = 0; // 0: in the bar
+    Cmn_Int16 mNumber = 0;
+    std::string mText;
+    bool mEnabled = true;
+    bool mChecked = false;
+    bool mSeparator = false;
 };
 
 class Desk
@@ -37,8 +38,8 @@ public:
     // False when no command took it.
     virtual bool Key(const KeyChord& iChord, bool iPressed, bool iRepeated) = 0;
 
-    // Does what the input's lines say until it ends, one says "quit", or iQuits is true. False when one of them was not
-    // understood: standard error says what was expected.
+    // Does what the input's lines say until it ends, one says "quit", or iQuits is true. False when one of
+    // them was not understood: standard error says what was expected.
     bool Play(std::istream& ioInput, bool iPrompts, const bool& iQuits);
 
     // "  25003 [x] Take 3", "  25001 [ ] Save          Ctrl+S  (disabled)"

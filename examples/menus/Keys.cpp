@@ -12,22 +12,22 @@ constexpr long cMainContext = 1;
 
 struct Row
 {
-    CommandID command;
-    DAW_EKeyCode key;
-    DAW_EMenuCommandKeyState menuCommand;
-    DAW_EShiftKeyState shift;
-    DAW_EAutoKey repeats;
+    CommandID mCommand;
+    DAW_EKeyCode mKey;
+    DAW_EMenuCommandKeyState mMenuCommand;
+    DAW_EShiftKeyState mShift;
+    DAW_EAutoKey mRepeats;
 };
 
 constexpr Row cKeys[] = {
-    {eCommand_New,   DAW_eKeyCode_N,          DAW_eMenuCommandKeyState_Down, DAW_eShiftKeyState_Up,     DAW_eAutoKey_No},
-    {eCommand_Save,  DAW_eKeyCode_S,          DAW_eMenuCommandKeyState_Down, DAW_eShiftKeyState_Up,     DAW_eAutoKey_No},
-    {eCommand_Quit,  DAW_eKeyCode_Q,          DAW_eMenuCommandKeyState_Down, DAW_eShiftKeyState_Up,     DAW_eAutoKey_No},
-    {eCommand_Loop,  DAW_eKeyCode_L,          DAW_eMenuCommandKeyState_Up,   DAW_eShiftKeyState_Up,     DAW_eAutoKey_No},
- // Shift makes it coarse, so it matches with and without; held down, it goes on.
-    {eCommand_Nudge, DAW_eKeyCode_RightArrow, DAW_eMenuCommandKeyState_Up,   DAW_eShiftKeyState_Either,
-     DAW_eAutoKey_Yes                                                                                                  },
-    {eCommand_Scrub, DAW_eKeyCode_Space,      DAW_eMenuCommandKeyState_Up,   DAW_eShiftKeyState_Up,     DAW_eAutoKey_No},
+    {eCommand_New, DAW_eKeyCode_N, DAW_eMenuCommandKeyState_Down, DAW_eShiftKeyState_Up, DAW_eAutoKey_No},
+    {eCommand_Save, DAW_eKeyCode_S, DAW_eMenuCommandKeyState_Down, DAW_eShiftKeyState_Up, DAW_eAutoKey_No},
+    {eCommand_Quit, DAW_eKeyCode_Q, DAW_eMenuCommandKeyState_Down, DAW_eShiftKeyState_Up, DAW_eAutoKey_No},
+    {eCommand_Loop, DAW_eKeyCode_L, DAW_eMenuCommandKeyState_Up, DAW_eShiftKeyState_Up, DAW_eAutoKey_No},
+    // Shift makes it coarse, so it matches with and without; held down, it goes on.
+    {eCommand_Nudge, DAW_eKeyCode_RightArrow, DAW_eMenuCommandKeyState_Up, DAW_eShiftKeyState_Either,
+     DAW_eAutoKey_Yes},
+    {eCommand_Scrub, DAW_eKeyCode_Space, DAW_eMenuCommandKeyState_Up, DAW_eShiftKeyState_Up, DAW_eAutoKey_No},
 };
 
 Cmn_AliasedRefCountPtr<DAW_EventModifiers> Modifiers(DAW_EMenuCommandKeyState iMenuCommand,
@@ -52,8 +52,8 @@ std::string Lower(std::string iText)
 
 std::string TextOf(const KeyChord& iChord)
 {
-    return std::string(iChord.menuCommand ? "Ctrl+" : "") + (iChord.alternate ? "Alt+" : "") +
-           (iChord.shift ? "Shift+" : "") + DAW_KeyConversionUtils::DAW_EKeyCodeToDisplayString(iChord.key);
+    return std::string(iChord.mMenuCommand ? "Ctrl+" : "") + (iChord.mAlternate ? "Alt+" : "") +
+           (iChord.mShift ? "Shift+" : "") + DAW_KeyConversionUtils::DAW_EKeyCodeToDisplayString(iChord.mKey);
 }
 
 bool SkipPrefix(std::string& ioText, const char* iPrefix)
@@ -69,8 +69,8 @@ void RegisterKeys()
 {
     for (const Row& row : cKeys) {
         Bindings().AddKeyBinding(DAW_KeyBinding::New(
-            DAW_KeyEvent::New(row.key, row.repeats, "", DAW_eKeyState_Down),
-            Modifiers(row.menuCommand, row.shift), DAW_CommandRegistry::FindCommandByID(row.command)));
+            DAW_KeyEvent::New(row.mKey, row.mRepeats, "", DAW_eKeyState_Down),
+            Modifiers(row.mMenuCommand, row.mShift), DAW_CommandRegistry::FindCommandByID(row.mCommand)));
     }
     auto* const context = new DAW_KeyboardInputContext(cMainContext, "Main"); // the registry's from here on
     context->SetKeyBindingMap(&Bindings());
@@ -100,13 +100,13 @@ std::optional<KeyChord> ParseChord(const std::string& iText)
     std::string rest = Lower(iText);
     for (bool more = true; more;) {
         more = false;
-        if (SkipPrefix(rest, "ctrl+")) more = chord.menuCommand = true;
-        if (SkipPrefix(rest, "alt+")) more = chord.alternate = true;
-        if (SkipPrefix(rest, "shift+")) more = chord.shift = true;
+        if (SkipPrefix(rest, "ctrl+")) more = chord.mMenuCommand = true;
+        if (SkipPrefix(rest, "alt+")) more = chord.mAlternate = true;
+        if (SkipPrefix(rest, "shift+")) more = chord.mShift = true;
     }
     for (int code = DAW_eKeyCode_BackSpace; code < cDAW_NumKeyCodes; ++code) {
-        chord.key = static_cast<DAW_EKeyCode>(code);
-        if (Lower(DAW_KeyConversionUtils::DAW_EKeyCodeToDisplayString(chord.key)) == rest) return chord;
+        chord.mKey = static_cast<DAW_EKeyCode>(code);
+        if (Lower(DAW_KeyConversionUtils::DAW_EKeyCodeToDisplayString(chord.mKey)) == rest) return chord;
     }
     return std::nullopt;
 }
@@ -114,18 +114,18 @@ std::optional<KeyChord> ParseChord(const std::string& iText)
 Cmn_AliasedRefCountPtr<DAW_EventModifiers> ModifiersOf(const KeyChord& iChord)
 {
     return DAW_EventModifiers::New(
-        iChord.menuCommand ? DAW_eMenuCommandKeyState_Down : DAW_eMenuCommandKeyState_Up,
-        iChord.alternate ? DAW_eAlternateKeyState_Down : DAW_eAlternateKeyState_Up, DAW_eMetaKeyState_Up,
-        iChord.shift ? DAW_eShiftKeyState_Down : DAW_eShiftKeyState_Up);
+        iChord.mMenuCommand ? DAW_eMenuCommandKeyState_Down : DAW_eMenuCommandKeyState_Up,
+        iChord.mAlternate ? DAW_eAlternateKeyState_Down : DAW_eAlternateKeyState_Up, DAW_eMetaKeyState_Up,
+        iChord.mShift ? DAW_eShiftKeyState_Down : DAW_eShiftKeyState_Up);
 }
 
 bool SendKey(const KeyChord& iChord, bool iPressed, bool iRepeated)
 {
     DAW_KeyStateArray down;
-    down.SetBit(static_cast<Cmn_UInt32>(iChord.key), iPressed);
-    const char typed = DAW_KeyConversionUtils::DAW_EKeyCodeToChar(iChord.key);
+    down.SetBit(static_cast<Cmn_UInt32>(iChord.mKey), iPressed);
+    const char typed = DAW_KeyConversionUtils::DAW_EKeyCodeToChar(iChord.mKey);
     return DAW_KeyboardInputContext::HandleKeyEvent(
-        DAW_KeyEvent::New(iChord.key, iRepeated ? DAW_eAutoKey_Yes : DAW_eAutoKey_No,
+        DAW_KeyEvent::New(iChord.mKey, iRepeated ? DAW_eAutoKey_Yes : DAW_eAutoKey_No,
                           typed != 0 ? std::string(1, typed) : std::string(),
                           iPressed ? DAW_eKeyState_Down : DAW_eKeyState_Up),
         ModifiersOf(iChord), DAW_KeyboardState::New(down, DAW_eKeyStateArrayFormat_ByKeyCode));
@@ -134,7 +134,7 @@ bool SendKey(const KeyChord& iChord, bool iPressed, bool iRepeated)
 std::string WhyNot(const KeyChord& iChord)
 {
     const Cmn_RefCountPtr<DAW_KeyBinding> binding =
-        Bindings().FindMatchingKeyBinding(DAW_KeyEvent::New(iChord.key), ModifiersOf(iChord));
+        Bindings().FindMatchingKeyBinding(DAW_KeyEvent::New(iChord.mKey), ModifiersOf(iChord));
     const DAW_Command* const command = binding ? binding->GetCommand() : nullptr;
     return TextOf(iChord) +
            (command != nullptr ? ": " + command->GetName() + " is disabled" : " has no binding");

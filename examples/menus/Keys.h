@@ -9,10 +9,10 @@
 // A key with the modifiers that are held.
 struct KeyChord
 {
-    DAW_EKeyCode key = DAW_eKeyCode_Undeclared;
-    bool menuCommand = false; // Ctrl
-    bool alternate = false;   // Alt
-    bool shift = false;
+    DAW_EKeyCode mKey = DAW_eKeyCode_Undeclared;
+    bool mMenuCommand = false; // Ctrl
+    bool mAlternate = false;   // Alt
+    bool mShift = false;
 };
 
 // Makes the bindings, registers their context and makes it the current one. Commands are registered before.

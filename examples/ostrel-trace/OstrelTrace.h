@@ -8,8 +8,8 @@
 // A file alone means all categories. With neither set the library is not active, and Kora does not call it.
 // A line is "[4000B07] text", with "name: " in front once OstrelTraceSetNameFunc was called.
 //
-// Kora itself calls the facility test and the formatted write only; it resolves all sixteen entries, and turns tracing
-// off when one is missing.
+// Kora itself calls the facility test and the formatted write only; it resolves all sixteen entries, and
+// turns tracing off when one is missing.
 //
 // Units:   texts are UTF-8; a category is 32 bits.
 // Threads: every entry may be called from any thread; lines do not mix.
@@ -28,11 +28,12 @@ using OstrelTraceClock = double (*)();
 
 // Non-zero when at least one category is on.
 KORA_API std::uint8_t OstrelTraceIsActiveFunc();
-// Reads the environment again, forgets changed priorities and opens the file anew; 0, or -1 for a file that cannot be
-// opened, in whose place stderr is used.
+// Reads the environment again, forgets changed priorities and opens the file anew; 0, or -1 for a file that
+// cannot be opened, in whose place stderr is used.
 KORA_API std::int32_t OstrelTraceReloadConfigsFunc();
 
-// The formatted write, as printf does it. A text that does not end with "\n" gets one: each call is a line, or several.
+// The formatted write, as printf does it. A text that does not end with "\n" gets one: each
+// call is a line, or several.
 KORA_API void OstrelTraceFormat(std::uint32_t iCategory, const char* iFormat, ...);
 // Without the head and as it is, so that several calls make one line; the last of them ends it.
 KORA_API void OstrelTraceFormatQuiet(std::uint32_t iCategory, const char* iFormat, ...);

@@ -1,7 +1,7 @@
 // RefreshListener: the service's side of a message pipe: where clients come in, and each one's messages.
 //
-// A service has a number of places. On Windows that is how many clients are served at once; on Linux, how many wait
-// unserved beside those that are served. When all are taken, clients find the service busy.
+// A service has a number of places. On Windows that is how many clients are served at once; on Linux, how
+// many wait unserved beside those that are served. When all are taken, clients find the service busy.
 //
 // Failures: only the constructor throws, a std::runtime_error with one line of text.
 // Threads:  Accept and Stop from any; a channel is one thread's. Channels go before their listener.
@@ -22,7 +22,8 @@ public:
     // Waits for a message, however long. False when the client has left, or after Stop.
     virtual bool Read(RefreshBytes& oMessage) = 0;
     virtual bool Write(const RefreshBytes& iMessage) = 0;
-    // Waits until the client has read all, or left. What it has not read is lost on Windows when the channel goes.
+    // Waits until the client has read all, or left. What it has not read is lost on
+    // Windows when the channel goes.
     virtual void Drain() = 0;
 };
 

@@ -1,4 +1,5 @@
-// RefreshService: a small refresh service: shakes hands with each client and answers its request, or plays a fault.
+// RefreshService: a small refresh service: shakes hands with each client and answers its
+// request, or plays a fault.
 //
 //     RefreshService service("KelvaneMMERefreshPipe", {});   // serves until it is destroyed
 //

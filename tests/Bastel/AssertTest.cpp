@@ -21,24 +21,24 @@ TEST(Assert, TheSourceIsThePathBelowTheInnermostTopFolderWithoutRooms)
 {
     constexpr struct
     {
-        const char *file, *source;
+        const char *mFile, *mSource;
     } cCases[] = {
-        {"/home/me/Kora/Kora/Time/Values/Time_Tick.h",              "Time/Time_Tick"             },
-        {"C:\\Kora\\Kora\\Time\\Values\\Time_Tick.h",               "Time/Time_Tick"             },
-        {"Kora/SDS/Source/SDS_TokenTracker.cpp",                    "SDS/Source/SDS_TokenTracker"},
-        {"/home/me/Kora/Bastel/Cmn/Cmn_Assert.cpp",                 "Cmn/Cmn_Assert"             },
-        {"C:\\src\\Kora\\OstrelPlatformSupport\\Win32\\PSWide.cpp", "Win32/PSWide"               },
-        {"Kora/Kora_Init.cpp",                                      "Kora_Init"                  },
-        {"../a.b/host/main.x.cpp",                                  "host/main.x"                },
-        {"../a.b/Makefile",                                         "a.b/Makefile"               },
-        {"main.cpp",                                                "main"                       },
-        {"/main.cpp",                                               "main"                       },
-        {"",                                                        ""                           },
+        {"/home/me/Kora/Kora/Time/Values/Time_Tick.h", "Time/Time_Tick"},
+        {"C:\\Kora\\Kora\\Time\\Values\\Time_Tick.h", "Time/Time_Tick"},
+        {"Kora/SDS/Source/SDS_TokenTracker.cpp", "SDS/Source/SDS_TokenTracker"},
+        {"/home/me/Kora/Bastel/Cmn/Cmn_Assert.cpp", "Cmn/Cmn_Assert"},
+        {"C:\\src\\Kora\\OstrelPlatformSupport\\Win32\\PSWide.cpp", "Win32/PSWide"},
+        {"Kora/Kora_Init.cpp", "Kora_Init"},
+        {"../a.b/host/main.x.cpp", "host/main.x"},
+        {"../a.b/Makefile", "a.b/Makefile"},
+        {"main.cpp", "main"},
+        {"/main.cpp", "main"},
+        {"", ""},
     };
     const AssertRecorder recorder;
     for (const auto& c : cCases) {
-        Cmn_Assert::ReportFrom("a \\ b", c.file, 1);
-        EXPECT_EQ(recorder.Take(), std::vector{std::string("a \\ b@$^$@") + c.source}) << c.file;
+        Cmn_Assert::ReportFrom("a \\ b", c.mFile, 1);
+        EXPECT_EQ(recorder.Take(), std::vector{std::string("a \\ b@$^$@") + c.mSource}) << c.mFile;
     }
 }
 

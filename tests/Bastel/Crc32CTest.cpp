@@ -21,12 +21,10 @@ Bytes Random(std::size_t iCount)
 
 TEST(Crc32C, KnownSums)
 {
-    const std::pair<std::string, Cmn_UInt32> cCases[] = {
-        {"",          0},
-        {              "123456789", 0xE3069283 },
-        { std::string(32, 0),  0x8A9136AA},
-        { std::string(32, -1),  0x62A8AB43}
-    };
+    const std::pair<std::string, Cmn_UInt32> cCases[] = {{"", 0},
+                                                         {"123456789", 0xE3069283},
+                                                         {std::string(32, 0), 0x8A9136AA},
+                                                         {std::string(32, -1), 0x62A8AB43}};
     for (const auto& [text, sum] : cCases) {
         const Bytes bytes(text.begin(), text.end());
         EXPECT_EQ(Sys_Crc32C(0, bytes.data(), bytes.size()), sum) << text;

@@ -67,7 +67,8 @@ protected:
         In(mReader).MassageBuffer(bytes.data() + cBegin, bytes.size() - cBegin, cBegin);
         return bytes;
     }
-    // Now and then the next request, or the one after it, fails, or the next write half-way; then it is tried again.
+    // Now and then the next request, or the one after it, fails, or the next write
+    // half-way; then it is tried again.
     template <class Try>
     void TwoTries(Try iTry)
     {
@@ -86,22 +87,23 @@ protected:
     std::mt19937_64 mRandom{7};
 };
 
-// Writes and headers of all kinds against a vector, many with a failure on the way that is followed by another try.
+// Writes and headers of all kinds against a vector, many with a failure on the way that is
+// followed by another try.
 class OutScript : public FileStreams
 {
 protected:
     using Run = std::pair<std::size_t, std::size_t>;
     struct Level // the file, or an open header
     {
-        std::vector<Run> own; // what was written between the headers inside, and may be patched
-        Cmn_UInt32 openItem = 0;
-        bool isList = false;
-        bool swap = false;
-        std::size_t start = 0;
-        std::string name;
-        Cmn_Int16 version = 0;
-        Cmn_UInt32 listIndex = 0;
-        std::optional<Writer> writer;
+        std::vector<Run> mOwn; // what was written between the headers inside, and may be patched
+        Cmn_UInt32 mOpenItem = 0;
+        bool mIsList = false;
+        bool mSwap = false;
+        std::size_t mStart = 0;
+        std::string mName;
+        Cmn_Int16 mVersion = 0;
+        Cmn_UInt32 mListIndex = 0;
+        std::optional<Writer> mWriter;
     };
 
     std::size_t At() const { return static_cast<std::size_t>(mOut.GetPosition()); }
@@ -128,11 +130,11 @@ protected:
         EXPECT_TRUE(!isLimited || mOut.Write("x", 1) == 0);
         mOut.SetLimit(Out::cNoLimit);
         Put(at, iBytes);
-        if (!iBytes.empty()) mLevels.back().own.emplace_back(at, at + iBytes.size());
+        if (!iBytes.empty()) mLevels.back().mOwn.emplace_back(at, at + iBytes.size());
     }
     void Patch()
     {
-        const std::vector<Run>& runs = mLevels[Random(mLevels.size())].own;
+        const std::vector<Run>& runs = mLevels[Random(mLevels.size())].mOwn;
         if (runs.empty()) return;
         const auto [from, to] = runs[Random(runs.size())];
         const std::size_t at = from + Random(to - from);
@@ -143,53 +145,53 @@ protected:
     }
     void OpenHeader()
     {
-        const Cmn_UInt32 listIndex = mLevels.back().openItem;
-        std::erase_if(mLevels.front().own, [&](const Run& r) { return r.second > At(); });
+        const Cmn_UInt32 listIndex = mLevels.back().mOpenItem;
+        std::erase_if(mLevels.front().mOwn, [&](const Run& r) { return r.second > At(); });
         Level& level = mLevels.emplace_back();
-        level.start = At();
-        level.swap = Random(2) == 0;
-        level.name.assign(Random(4) == 0 ? 255 : Random(5), 'Z');
-        level.version = static_cast<Cmn_Int16>(mRandom());
-        level.listIndex = listIndex;
-        level.writer.emplace(mTyped[level.swap ? 1 : 0], level.name, level.version);
+        level.mStart = At();
+        level.mSwap = Random(2) == 0;
+        level.mName.assign(Random(4) == 0 ? 255 : Random(5), 'Z');
+        level.mVersion = static_cast<Cmn_Int16>(mRandom());
+        level.mListIndex = listIndex;
+        level.mWriter.emplace(mTyped[level.mSwap ? 1 : 0], level.mName, level.mVersion);
         EXPECT_FALSE(mOut.Patch(mOut.GetPosition(), "x", 1)) << "no body yet";
     }
     // The innermost as it stands when it is complete, with the sum of its final bytes.
     Bytes Header() const
     {
         const Level& level = mLevels.back();
-        Bytes bytes = {'K', 'S', 'H', '3', static_cast<Cmn_UInt8>(level.name.size())};
-        bytes.insert(bytes.end(), level.name.begin(), level.name.end());
+        Bytes bytes = {'K', 'S', 'H', '3', static_cast<Cmn_UInt8>(level.mName.size())};
+        bytes.insert(bytes.end(), level.mName.begin(), level.mName.end());
         const auto append = [&](std::size_t iValue, int iCount) {
             for (int i = 0; i < iCount; ++i)
-                bytes.push_back(static_cast<Cmn_UInt8>(iValue >> 8 * (level.swap ? iCount - 1 - i : i)));
+                bytes.push_back(static_cast<Cmn_UInt8>(iValue >> 8 * (level.mSwap ? iCount - 1 - i : i)));
         };
-        const std::size_t body = level.start + bytes.size() + 20;
-        append(static_cast<Cmn_UInt16>(level.version), 2);
-        append(level.listIndex, 4);
-        append(level.isList ? 7 : 5, 2);
+        const std::size_t body = level.mStart + bytes.size() + 20;
+        append(static_cast<Cmn_UInt16>(level.mVersion), 2);
+        append(level.mListIndex, 4);
+        append(level.mIsList ? 7 : 5, 2);
         append(At() - body, 4);
-        append(Sys_Crc32C(0, mPlain.data() + body, At() - body) + level.start, 4);
-        append(std::rotr(Sys_Crc32C(0, bytes.data(), bytes.size()), 15) + 0x4B534833 + level.start, 4);
+        append(Sys_Crc32C(0, mPlain.data() + body, At() - body) + level.mStart, 4);
+        append(std::rotr(Sys_Crc32C(0, bytes.data(), bytes.size()), 15) + 0x4B534833 + level.mStart, 4);
         return bytes;
     }
     void CloseHeader()
     {
         Level& level = mLevels.back();
         if (Random(6) == 0) { // leaves no trace
-            level.writer->Abandon();
-            EXPECT_EQ(At(), level.start);
+            level.mWriter->Abandon();
+            EXPECT_EQ(At(), level.mStart);
             EXPECT_EQ(mOut.GetEnd(), mOut.GetPosition());
             mPlain.resize(At());
         } else
-            Put(level.start, Header());
+            Put(level.mStart, Header());
         mLevels.pop_back();
     }
     void SetList()
     {
-        mLevels.back().isList = true;
+        mLevels.back().mIsList = true;
         mOut.GetOpenHeaders().SetIsList();
-        mOut.GetOpenHeaders().SetListIndex(mLevels.back().openItem = static_cast<Cmn_UInt32>(Random(3)));
+        mOut.GetOpenHeaders().SetListIndex(mLevels.back().mOpenItem = static_cast<Cmn_UInt32>(Random(3)));
     }
     bool Flush()
     {
@@ -303,7 +305,7 @@ TEST_F(FileStreams, RequestsAreFew)
     };
     for (const Cmn_Int32 i : {5000, 17, 9999}) {
         EXPECT_EQ(numReads(i, 1), 1u) << i;
-        EXPECT_LE(mSystem.GetLog().front().count, Sys_FileBasedInStream::cFirstRead);
+        EXPECT_LE(mSystem.GetLog().front().mCount, Sys_FileBasedInStream::cFirstRead);
     }
     EXPECT_LE(numReads(0, cStreams), size / (Sys_FileBasedInStream::cDefaultReadAhead - 600) + 5);
     in.SetPosition(cBegin);

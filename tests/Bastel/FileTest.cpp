@@ -72,7 +72,7 @@ TEST(FileLoc, TellsNameAndFolder)
     // clang-format off
     constexpr struct
     {
-        const char *what, *path, *name, *folder;
+        const char *mWhat, *mPath, *mName, *mFolder;
     } cCases[] = {
         {"a bare name is in the folder that one is in",  "take 1.kora",       "take 1.kora",              "."},
         {"nothing has no name",                          "",                  "",                         "."},
@@ -85,10 +85,10 @@ TEST(FileLoc, TellsNameAndFolder)
     };
     // clang-format on
     for (const auto& row : cCases) {
-        const Sys_FileLoc location(row.path);
-        EXPECT_EQ(location.GetName(), row.name) << row.what;
-        EXPECT_EQ(location.GetFolder().GetPath(), row.folder) << row.what;
-        EXPECT_EQ(location.WithSuffix("~").GetPath(), std::string(row.path) + "~") << row.what;
+        const Sys_FileLoc location(row.mPath);
+        EXPECT_EQ(location.GetName(), row.mName) << row.mWhat;
+        EXPECT_EQ(location.GetFolder().GetPath(), row.mFolder) << row.mWhat;
+        EXPECT_EQ(location.WithSuffix("~").GetPath(), std::string(row.mPath) + "~") << row.mWhat;
     }
 }
 
@@ -118,13 +118,13 @@ TEST_F(FileTest, WritersExcludeEachOtherAndNeverReaders)
 TEST_F(FileTest, RefusesWhatIsNoFileAndSaysWhy)
 {
     const std::tuple<const char*, std::string, System::EAccess> cases[] = {
-        {"a folder to read",           Utf8(mFolder),                    System::eAccess_Read },
-        {"a folder to write",          Utf8(mFolder),                    System::eAccess_Write},
-        {"a folder to make",           Utf8(mFolder),                    System::eAccess_New  },
-        {"a device",                   cIsWindows ? "NUL" : "/dev/null", System::eAccess_Write},
-        {"a file that is not there",   Path(u8"missing"),                System::eAccess_Write},
-        {"a folder that is not there", Path(u8"missing/take.kora"),      System::eAccess_New  },
-        {"no name",                    "",                               System::eAccess_New  },
+        {"a folder to read", Utf8(mFolder), System::eAccess_Read},
+        {"a folder to write", Utf8(mFolder), System::eAccess_Write},
+        {"a folder to make", Utf8(mFolder), System::eAccess_New},
+        {"a device", cIsWindows ? "NUL" : "/dev/null", System::eAccess_Write},
+        {"a file that is not there", Path(u8"missing"), System::eAccess_Write},
+        {"a folder that is not there", Path(u8"missing/take.kora"), System::eAccess_New},
+        {"no name", "", System::eAccess_New},
     };
     for (const auto& [what, path, access] : cases) {
         const std::string why = WhyNot(path, access);
@@ -204,7 +204,8 @@ TEST_F(FileTest, AReplacementIsWholeAndKeepsPermissionsAndLinks)
 
 TEST_F(FileTest, PathsAreAsLongAsTheyAre)
 {
-    // Beyond 260 characters Windows wants a form of its own. Folders stay below: the test's own means end there.
+    // Beyond 260 characters Windows wants a form of its own. Folders stay below: the
+    // test's own means end there.
     const std::string folder = Path(std::u8string(100, u8'a'));
     fs::create_directory(mFolder / std::u8string(100, u8'a'));
     const std::string from = folder + "/./" + std::string(200, 'b');

@@ -14,9 +14,9 @@ TEST(FloatMath, DoublesBecomeIntegersAtEveryBoundary)
     // clang-format off
     const struct
     {
-        const char* what;
-        double value;
-        Cmn_Int64 truncated, floored, rounded;
+        const char* mWhat;
+        double mValue;
+        Cmn_Int64 mTruncated, mFloored, mRounded;
     } cCases[] = {
         {"negative zero", -0.0, 0, 0, 0},
         {"a half", 0.5, 0, 0, 1},
@@ -46,11 +46,11 @@ TEST(FloatMath, DoublesBecomeIntegersAtEveryBoundary)
     };
     // clang-format on
     for (const auto& c : cCases) {
-        EXPECT_EQ(Cmn_Float64ToInt64(c.value), c.truncated) << c.what;
-        EXPECT_EQ(Cmn_FloorToInt64(c.value), c.floored) << c.what;
-        EXPECT_EQ(Cmn_RoundHalfUp(c.value), c.rounded) << c.what;
-        const Cmn_Int64 clamped = std::clamp<Cmn_Int64>(c.truncated, -2147483648, 2147483647);
-        EXPECT_EQ(Cmn_Float64ToInt32(c.value), clamped) << c.what;
+        EXPECT_EQ(Cmn_Float64ToInt64(c.mValue), c.mTruncated) << c.mWhat;
+        EXPECT_EQ(Cmn_FloorToInt64(c.mValue), c.mFloored) << c.mWhat;
+        EXPECT_EQ(Cmn_RoundHalfUp(c.mValue), c.mRounded) << c.mWhat;
+        const Cmn_Int64 clamped = std::clamp<Cmn_Int64>(c.mTruncated, -2147483648, 2147483647);
+        EXPECT_EQ(Cmn_Float64ToInt32(c.mValue), clamped) << c.mWhat;
     }
 }
 

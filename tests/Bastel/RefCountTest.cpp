@@ -15,10 +15,10 @@ struct Probe : Cmn_RefCountObject
         : mLastWords(&iLastWords)
     {
     }
-    ~Probe() override { *mLastWords = std::move(written); }
+    ~Probe() override { *mLastWords = std::move(mWritten); }
 
     std::vector<int>* mLastWords;
-    std::vector<int> written; // plain: only the count orders the threads' last writes before the end
+    std::vector<int> mWritten; // plain: only the count orders the threads' last writes before the end
 };
 
 using Pointer = Cmn_RefCountPtr<Probe>;
@@ -29,7 +29,7 @@ TEST(RefCount, TheLastReferenceDeletes)
 {
     std::vector<int> lastWords;
     Pointer first(new Probe(lastWords));
-    first->written = {1};
+    first->mWritten = {1};
     EXPECT_EQ(first->GetRefCount(), 1);
     {
         Pointer second = first;
@@ -51,8 +51,8 @@ TEST(RefCount, AReferenceToAPartKeepsTheWholeAlive)
 {
     std::vector<int> lastWords;
     Pointer whole(new Probe(lastWords));
-    whole->written = {5};
-    Cmn_AliasedRefCountPtr<const std::vector<int>> part(whole, &whole->written);
+    whole->mWritten = {5};
+    Cmn_AliasedRefCountPtr<const std::vector<int>> part(whole, &whole->mWritten);
     Cmn_AliasedRefCountPtr<Cmn_RefCountObject> base = whole;
     EXPECT_EQ(whole->GetRefCount(), 3);
     EXPECT_EQ(base.get(), whole.get());
@@ -81,12 +81,12 @@ TEST(RefCount, WhoeverIsLastSeesWhatTheOthersWrote)
         std::vector<int> lastWords;
         std::vector<std::thread> running;
         Pointer shared(new Probe(lastWords));
-        shared->written.resize(threads);
+        shared->mWritten.resize(threads);
         for (std::size_t i = 0; i < threads; ++i)
             running.emplace_back([i, mine = shared]() mutable {
                 for (int copies = 0; copies < 100; ++copies)
                     const Pointer copy = mine;
-                mine->written[i] = 1;
+                mine->mWritten[i] = 1;
                 mine = nullptr;
             });
         shared = nullptr;

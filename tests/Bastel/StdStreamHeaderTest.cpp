@@ -56,10 +56,10 @@ std::string ReadOut(Sys_TypedInStream& ioIn)
     std::string values = std::to_string(ioIn.ReadUInt8());
     const Reader list(ioIn, "List");
     list.CheckVersion(-1, 2);
-    EXPECT_TRUE(list.GetInfo().isList);
+    EXPECT_TRUE(list.GetInfo().mIsList);
     while (list.IsMoreLeft()) {
         const Reader item(ioIn, "Item");
-        values += " item " + std::to_string(item.GetInfo().listIndex) + ": ";
+        values += " item " + std::to_string(item.GetInfo().mListIndex) + ": ";
         values += std::to_string(ioIn.ReadUInt8());
     }
     return values + ' ' + std::to_string(ioIn.ReadUInt8());

@@ -26,8 +26,8 @@ TEST(StringToInt, IntegersAreReadWholeAndUpToTheirLimits)
     // clang-format off
     const struct
     {
-        const char *what, *text;
-        Result as64, as32;
+        const char *mWhat, *mText;
+        Result mAs64, mAs32;
     } cCases[] = {
         {"zero",              "0",                           0,   0},
         {"minus zero",        "-0",                          0,   0},
@@ -47,8 +47,8 @@ TEST(StringToInt, IntegersAreReadWholeAndUpToTheirLimits)
     };
     // clang-format on
     for (const auto& c : cCases) {
-        EXPECT_EQ(Parse(&Cmn_StringToInt64, c.text), c.as64) << c.what;
-        EXPECT_EQ(Parse(&Cmn_StringToInt32, c.text), c.as32) << c.what;
+        EXPECT_EQ(Parse(&Cmn_StringToInt64, c.mText), c.mAs64) << c.mWhat;
+        EXPECT_EQ(Parse(&Cmn_StringToInt32, c.mText), c.mAs32) << c.mWhat;
     }
 }
 

@@ -51,7 +51,7 @@ void ReadAll(In& i)
 }
 
 // clang-format off
-constexpr struct { const char *what, *little; } cLayout[] = {
+constexpr struct { const char *mWhat, *mLittle; } cLayout[] = {
     {"false",           "00"},
     {"true",            "01"},
     {"byte",            "FE"},
@@ -131,10 +131,10 @@ TEST(TypedStream, TextIsUtf8OnDiskWhateverTheCallersEncoding)
     // clang-format off
     const struct
     {
-        const char* what;
-        ETextEncoding encoding;
-        bool repair;
-        const char *given, *stored, *got;
+        const char* mWhat;
+        ETextEncoding mEncoding;
+        bool mRepair;
+        const char *mGiven, *mStored, *mGot;
     } cCases[] = {
         {"UTF-8 as it stands",            eTextEncoding_Utf8,   false, "é\xFF",            "é\xFF",            "é\xFF"},
         {"UTF-8 repaired",                eTextEncoding_Utf8,   true,  "é\xFFx\xC3",       "é\uFFFDx\uFFFD",   "é\uFFFDx\uFFFD"},
@@ -145,11 +145,11 @@ TEST(TypedStream, TextIsUtf8OnDiskWhateverTheCallersEncoding)
     // clang-format on
     for (const auto& c : cCases) {
         Sys_MemOutStream stream;
-        Out(stream, false, c.encoding, c.repair).WriteString(c.given);
+        Out(stream, false, c.mEncoding, c.mRepair).WriteString(c.mGiven);
         Sys_MemInStream bytes(stream.GetBytes());
-        EXPECT_EQ(In(bytes).ReadString(), c.stored) << c.what;
+        EXPECT_EQ(In(bytes).ReadString(), c.mStored) << c.mWhat;
         bytes.SetPosition(0);
-        EXPECT_EQ(In(bytes, false, c.encoding).ReadString(), c.got) << c.what;
+        EXPECT_EQ(In(bytes, false, c.mEncoding).ReadString(), c.mGot) << c.mWhat;
     }
     Sys_MemOutStream stream;
     Out(stream).WriteString("ÿĀ𝄞\xFF");

@@ -49,8 +49,8 @@ TEST(Utf8, EveryCharacterIsWrittenAndReadBack)
     EXPECT_EQ(Encode(U'\u00e9') + Encode(U'\u266d') + Encode(U'\U0001d11e'), "é♭𝄞");
 }
 
-// Every first byte with edges of each range behind it. What Cmn_AppendUtf8 writes is read whole; anything else is
-// replaced up to where no character goes on like that, so that the next one is not swallowed.
+// Every first byte with edges of each range behind it. What Cmn_AppendUtf8 writes is read whole; anything
+// else is replaced up to where no character goes on like that, so that the next one is not swallowed.
 TEST(Utf8, NothingElseIsRead)
 {
     std::map<std::string, char32_t> known; // of four bytes, those whose last is an edge

@@ -40,7 +40,7 @@ TEST(XMLNode, AnyTextComesOutAsWellFormedXML)
     // clang-format off
     constexpr struct
     {
-        const char *what, *text, *asText, *asAttribute;
+        const char *mWhat, *mText, *mAsText, *mAsAttribute;
     } cCases[] = {
         {"markup",                     "a<b>&\"c\"]]>",  "a&lt;b&gt;&amp;&quot;c&quot;]]&gt;", "a&lt;b&gt;&amp;&quot;c&quot;]]&gt;"},
         {"white space, which readers of attributes change", "a\tb\nc", "a\tb\nc",            "a&#9;b&#10;c"},
@@ -53,10 +53,10 @@ TEST(XMLNode, AnyTextComesOutAsWellFormedXML)
     // clang-format on
     for (const auto& c : cCases) {
         Cmn_XMLNode node("n");
-        node.SetText(c.text);
-        EXPECT_EQ(node.ToString(), std::string("<n>") + c.asText + "</n>\n") << c.what;
+        node.SetText(c.mText);
+        EXPECT_EQ(node.ToString(), std::string("<n>") + c.mAsText + "</n>\n") << c.mWhat;
         Cmn_XMLNode attribute("n");
-        attribute.AddAttribute("a", c.text);
-        EXPECT_EQ(attribute.ToString(), std::string("<n a=\"") + c.asAttribute + "\"/>\n") << c.what;
+        attribute.AddAttribute("a", c.mText);
+        EXPECT_EQ(attribute.ToString(), std::string("<n a=\"") + c.mAsAttribute + "\"/>\n") << c.mWhat;
     }
 }

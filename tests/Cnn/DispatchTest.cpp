@@ -63,9 +63,9 @@ struct Letters : Cnn_Dispatcher
     {
         AddFunction(iID, &mLetters.emplace_back(std::move(iLetter)), &Invoke, typeid(Weather));
     }
-    static void Invoke(void* iReceiverP, const void*, void* iHandlerP)
+    static void Invoke(void* iReceiverP, const void*, void* iHandler)
     {
-        *static_cast<std::string*>(iReceiverP) += *static_cast<std::string*>(iHandlerP);
+        *static_cast<std::string*>(iReceiverP) += *static_cast<std::string*>(iHandler);
     }
     static inline Cmn_UInt64 sKind = 0;
     std::list<std::string> mLetters;

@@ -80,11 +80,15 @@ TEST_F(ListenerTest, AReceiverThatThrowsIsAssertedAndTheOthersAreTold)
 TEST_F(ListenerTest, AListThatChangesDuringABroadcastStaysInBounds)
 {
     const std::pair<std::function<void()>, const char*> changesByB[] = {
-        {[&] { mList.Add(&a); },                                         "abc"}, // one added at the end waits for the next broadcast
-        {[&] { mList.Remove(&c); },                                      "ab" }, // removing one not told yet skips only it
-        {[&] { mList.Remove(&b); },                                      "ab" }, // removing itself leaves out the one behind
-        {[&] { mList = {}; },                                            "ab" },
-        {[&] { mList.Remove(&b), mList.Add(&a); },                       "aba"}, // of equal size, but another list
+        // one added at the end waits for the next broadcast
+        {[&] { mList.Add(&a); }, "abc"},
+        // removing one not told yet skips only it
+        {[&] { mList.Remove(&c); }, "ab"},
+        // removing itself leaves out the one behind
+        {[&] { mList.Remove(&b); }, "ab"},
+        {[&] { mList = {}; }, "ab"},
+        // of equal size, but another list
+        {[&] { mList.Remove(&b), mList.Add(&a); }, "aba"},
         {[&] { mList = Cnn_ListenerList<Mdl_SimpleValMessage>(mList); }, "abc"},
     };
     for (const auto& [change, told] : changesByB) {

@@ -70,11 +70,11 @@ TEST(Msg, AReceiverThatUnlinksItselfEndsTheBroadcast)
     const auto unlink = [&] { obj.RemoveReceiver(b.get()); };
     const auto linkAgain = [&] { unlink(), obj.AddReceiver(b.get()); };
     const std::tuple<const char*, std::function<void()>, const char*> rows[] = {
-        {"unlinked",                 unlink,                                                            "a3 b3 a4 c4 "      },
-        {"destroyed",                [&] { b.reset(); },                                                "a3 b3 a4 c4 "      },
-        {"linked again, at the end", linkAgain,                                                         "a3 b3 b0 a4 c4 b4 "},
+        {"unlinked", unlink, "a3 b3 a4 c4 "},
+        {"destroyed", [&] { b.reset(); }, "a3 b3 a4 c4 "},
+        {"linked again, at the end", linkAgain, "a3 b3 b0 a4 c4 b4 "},
         {"in a broadcast inside it", [&] { b->mThen = unlink, obj.BroadcastMessage(Msg_EMessage(7)); },
-         "a3 b3 a7 b7 a4 c4 "                                                                                               },
+         "a3 b3 a7 b7 a4 c4 "},
     };
     for (const auto& [what, change, told] : rows) {
         Receiver a(text, 'a'), c(text, 'c');

@@ -207,7 +207,8 @@ TEST_F(KeyBindings, WhatCannotRunIsNotTaken)
     EXPECT_EQ(Send(), "-");
 }
 
-// Each of these reads freed memory if anything is touched after the command; the address sanitizer would tell.
+// Each of these reads freed memory if anything is touched after the command; the
+// address sanitizer would tell.
 TEST_F(KeyBindings, ARunningCommandMayDeleteAllAroundIt)
 {
     auto* command = new Command("c", 900, 0);
@@ -239,10 +240,8 @@ TEST_F(KeyBindings, ARunningCommandMayDeleteAllAroundIt)
 
 TEST(EventModifiers, TheTextIsThatOfThePlainModelForAll81States)
 {
-    const std::vector<std::string> names[] = {
-        {"Ctrl",    "Alt",    "Winkey",  "Shift"},
-        {"command", "option", "control", "shift"}
-    };
+    const std::vector<std::string> names[] = {{"Ctrl", "Alt", "Winkey", "Shift"},
+                                              {"command", "option", "control", "shift"}};
     for (int code = 0; code < 81; ++code) {
         const States states = {code % 3, code / 3 % 3, code / 9 % 3, code / 27, 1, 0, 0};
         for (const bool isMac : {false, true}) {

@@ -1,5 +1,5 @@
-// MakeModifiers: event modifiers from plain numbers, 0 up, 1 down, 2 either: menu command, alternate, meta, shift, then the
-// left, middle and right button.
+// MakeModifiers: event modifiers from plain numbers, 0 up, 1 down, 2 either: menu command, alternate, meta,
+// shift, then the left, middle and right button.
 #pragma once
 
 #include "Kora/DAW/DAW_EventModifiers.h"

@@ -43,7 +43,7 @@ TEST_F(CheckTest, EachFaultIsNamedWhereItIs)
     using Damage = std::vector<std::pair<std::size_t, int>>; // offsets and values
     const char* const cNoHeader = "19: expected the header stream, found no sound header of one";
     // clang-format off
-    const struct { const char* name; Damage damage; const char* faults; } cRows[] = {
+    const struct { const char* mName; Damage mDamage; const char* mFaults; } cRows[] = {
         {"version",           {{0, 4}},        "0: expected format version 3, found 4"},
         {"signature",         {{16, 'x'}},     "16: expected the signature 0010111100101011, found other bytes"},
         {"byte order",        {{17, 1}},       "17: expected byte-swap flag 0, found 1"},
@@ -75,10 +75,10 @@ TEST_F(CheckTest, EachFaultIsNamedWhereItIs)
     const Bytes good = FileBytes();
     for (const auto& row : cRows) {
         Bytes bytes = good;
-        for (const auto& [at, value] : row.damage)
+        for (const auto& [at, value] : row.mDamage)
             bytes[at] = static_cast<std::uint8_t>(value == cInvert ? ~bytes[at] : value);
         mFiles.SetBytes(cPath, bytes);
-        EXPECT_EQ(Faults(), row.faults) << row.name;
+        EXPECT_EQ(Faults(), row.mFaults) << row.mName;
     }
     Bytes longer = good;
     longer.push_back(0);
@@ -98,7 +98,7 @@ TEST_F(CheckTest, EntriesPointAtWhatTheyName)
         return Key(std::vector{FF_Document::Context(40, 0, true, iItem), FF_Document::Context(iType)});
     };
     // clang-format off
-    const struct { const char* name; Key key; Cmn_Int32 value; Cmn_UInt64 position; const char* faults; } cRows[] = {
+    const struct { const char* mName; Key mKey; Cmn_Int32 mValue; Cmn_UInt64 mPosition; const char* mFaults; } cRows[] = {
         {"a second piece",         Key(7),      0, 49,  ""},
         {"nested",                 path(2, 41), 0, 145, ""},
         {"outside what it was in", path(1, 7),  0, 49,  ""}, // written anew at the end
@@ -110,8 +110,8 @@ TEST_F(CheckTest, EntriesPointAtWhatTheyName)
     };
     // clang-format on
     for (const auto& row : cRows) {
-        WriteSong([&](FF_Document& o) { o.AddTOCEntry(row.key, row.value, row.position, "more"); });
-        EXPECT_EQ(Faults(), row.faults) << row.name;
+        WriteSong([&](FF_Document& o) { o.AddTOCEntry(row.mKey, row.mValue, row.mPosition, "more"); });
+        EXPECT_EQ(Faults(), row.mFaults) << row.mName;
     }
 }
 
@@ -141,7 +141,8 @@ TEST_F(CheckTest, HostileNestingsAreReadOnce)
         static_cast<void>(FF_DocumentRepair::Repair(Sys_FileLoc(cPath), Sys_FileLoc("/songs/repaired")));
         std::size_t numBytes = 0;
         for (const auto& request : mFiles.GetLog())
-            if (request.kind == MemoryFileSystem::eRead && request.path == cPath) numBytes += request.count;
+            if (request.mKind == MemoryFileSystem::eRead && request.mPath == cPath)
+                numBytes += request.mCount;
         EXPECT_LE(numBytes, 5 * bytes.size() + 200000) << "shape " << shape;
         EXPECT_LE(mFiles.GetBytes("/songs/repaired").size(), 64 * bytes.size());
         EXPECT_EQ(Faults("/songs/repaired"), "");

@@ -1,5 +1,5 @@
-// Damage: documents of nested streams, lists in lists, pieces and streams written anew, in either byte order, with any
-// mask, hit by what disks and copies do to files, and read as readers read.
+// Damage: documents of nested streams, lists in lists, pieces and streams written anew, in either byte order,
+// with any mask, hit by what disks and copies do to files, and read as readers read.
 //
 // Runs are numbered: KORA_DAMAGE_RUNS=1000000 makes that many, KORA_DAMAGE_FIRST is the number of the first.
 #include "FF/HandMade.h"
@@ -32,16 +32,17 @@ void Mask(Bytes& ioFile, int iType, unsigned iRawKey)
         ioFile[p] ^= static_cast<std::uint8_t>((iType == 5 ? p / 4096 : p) * k);
 }
 
-// A stream as it was written. Its body is its number, a text of the number, and what it holds; a list's is the items first.
+// A stream as it was written. Its body is its number, a text of the number, and what it holds; a
+// list's is the items first.
 struct Stream
 {
-    Key key;
-    Cmn_Int64 begin = 0;
-    Cmn_Int64 end = 0;
-    std::vector<int> children;
+    Key mKey;
+    Cmn_Int64 mBegin = 0;
+    Cmn_Int64 mEnd = 0;
+    std::vector<int> mChildren;
 
-    std::string Name() const { return key.Dump(); }
-    Cmn_Int16 Type() const { return key.GetContexts().back().GetStreamType(); }
+    std::string Name() const { return mKey.Dump(); }
+    Cmn_Int16 Type() const { return mKey.GetContexts().back().GetStreamType(); }
 };
 bool IsList(Cmn_Int16 iType) { return iType % 2 != 0; }
 Cmn_Int16 VersionOf(int iNumber) { return static_cast<Cmn_Int16>(iNumber * 31); }
@@ -53,11 +54,11 @@ std::string TextOf(int iNumber)
 // What reading a whole document gave.
 struct Reading
 {
-    std::map<std::string, std::string> texts; // by key and piece, or item
-    std::set<int> numbers;                    // of the streams that were reached
-    std::string differs;                      // streams that gave what was never written
-    std::string complaint;                    // the first, of what is registered as lost too
-    std::string damage;                       // the first other one
+    std::map<std::string, std::string> mTexts; // by key and piece, or item
+    std::set<int> mNumbers;                    // of the streams that were reached
+    std::string mDiffers;                      // streams that gave what was never written
+    std::string mComplaint;                    // the first, of what is registered as lost too
+    std::string mDamage;                       // the first other one
 
     template <class Call>
     void Try(const std::string& iWhat, const Call& iCall)
@@ -66,8 +67,8 @@ struct Reading
             iCall();
         } catch (const Cmn_Exception& exception) {
             const std::string text = iWhat + ", " + exception.Describe();
-            if (complaint.empty()) complaint = text;
-            if (damage.empty() && exception.GetMessageID() != Cmn_eMessage_InvalidContext) damage = text;
+            if (mComplaint.empty()) mComplaint = text;
+            if (mDamage.empty() && exception.GetMessageID() != Cmn_eMessage_InvalidContext) mDamage = text;
         }
     }
 };
@@ -78,7 +79,7 @@ protected:
     const Stream& At(int iNumber) const { return mStreams[static_cast<std::size_t>(iNumber)]; }
     std::string Image(int iNumber) const
     {
-        return {mPlain.begin() + At(iNumber).begin, mPlain.begin() + At(iNumber).end};
+        return {mPlain.begin() + At(iNumber).mBegin, mPlain.begin() + At(iNumber).mEnd};
     }
     int Size() const { return static_cast<int>(mStreams.size()); }
     int Below(std::size_t iLimit) { return static_cast<int>(mRandom() % std::max<std::size_t>(iLimit, 1)); }
@@ -92,7 +93,8 @@ protected:
             count += At(i).Name() == iName && !mSuperseded.contains(i);
         return count;
     }
-    // One stream, the likes of which iLike is, or a random one. What is registered under its key goes on with it.
+    // One stream, the likes of which iLike is, or a random one. What is registered under
+    // its key goes on with it.
     void Write(const Key& iAround, bool iIsItem, int iDepth, const Stream* iLike)
     {
         const int number = Size();
@@ -105,8 +107,8 @@ protected:
         const std::string name = stream.Name();
         const bool isRegistered = iLike != nullptr ? mPieces.contains(name) : !iIsItem && Below(6) != 0;
         if (isRegistered)
-            FF_Document::AddTOCEntry(mDocument.get(), static_cast<Cmn_UInt64>(stream.begin), type, name);
-        const int count = iLike != nullptr ? static_cast<int>(iLike->children.size())
+            FF_Document::AddTOCEntry(mDocument.get(), static_cast<Cmn_UInt64>(stream.mBegin), type, name);
+        const int count = iLike != nullptr ? static_cast<int>(iLike->mChildren.size())
                           : iDepth < 3     ? Below(4)
                                            : 0;
         if (isRegistered || (isList && count > 0))
@@ -117,18 +119,18 @@ protected:
             if (isList) list.emplace(mDocument.get(), *mOut, count);
             if (!isList) WriteNumber(number);
             for (int i = 0; i < count; ++i) {
-                Key key = stream.key;
+                Key key = stream.mKey;
                 if (isList) list->AddListEntry(i, "item");
                 if (isList) key.GetContexts().back().SetListIndex(i + 1);
-                stream.children.push_back(Size());
+                stream.mChildren.push_back(Size());
                 std::optional<Stream> like;
-                if (iLike != nullptr) like = At(iLike->children[static_cast<std::size_t>(i)]);
+                if (iLike != nullptr) like = At(iLike->mChildren[static_cast<std::size_t>(i)]);
                 Write(key, isList, iDepth + 1, like ? &*like : nullptr);
             }
             list.reset();
             if (isList) WriteNumber(number);
         }
-        stream.end = mOut->GetPosition();
+        stream.mEnd = mOut->GetPosition();
         mStreams[static_cast<std::size_t>(number)] = stream;
     }
     // What an exception ends halfway leaves no trace, neither in the file nor in the table.
@@ -161,10 +163,11 @@ protected:
         return iName.starts_with(iOuter) &&
                (iName.size() == iOuter.size() || std::isdigit(iName[iOuter.size()]) == 0);
     }
-    // What is registered under a key and inside it gives way to a stream of the same kind at the end of the file.
+    // What is registered under a key and inside it gives way to a stream of the same
+    // kind at the end of the file.
     void WriteAnew(const Stream& iOld)
     {
-        Key around = iOld.key;
+        Key around = iOld.mKey;
         around.GetContexts().pop_back();
         const std::string name = iOld.Name();
         FF_Document::TOC& toc = mDocument->GetTOC();
@@ -188,8 +191,8 @@ protected:
         mSuperseded.clear();
         mNumbers.clear();
         HandMade::Form form;
-        form.swap = iSeed % 2 != 0;
-        form.maskType = static_cast<int>(iSeed / 2 % 6);
+        form.mSwap = iSeed % 2 != 0;
+        form.mMaskType = static_cast<int>(iSeed / 2 % 6);
         mFiles.SetFiles({});
         HandMade::Write(mFiles, cPath, form);
         for (int round = Below(3); round >= 0; --round) {
@@ -229,7 +232,7 @@ protected:
     std::string TextOfStream(int iNumber, bool iByTable) const
     {
         std::string text = "(";
-        for (const int child : At(iNumber).children)
+        for (const int child : At(iNumber).mChildren)
             text += TextOfStream(iByTable ? Now(child) : child, iByTable);
         return text + ")" + std::to_string(iNumber);
     }
@@ -243,9 +246,7 @@ protected:
     }
     void SetExpected()
     {
-        mExpected = {
-            {"7 piece 0", "foreign"}
-        };
+        mExpected = {{"7 piece 0", "foreign"}};
         mInSequence = {"foreign"};
         for (int i = 0; i < Size(); ++i)
             mInSequence.insert(TextOfStream(i, false));
@@ -253,8 +254,8 @@ protected:
             for (std::size_t i = 0; i < pieces.size(); ++i)
                 mExpected[name + " piece " + std::to_string(i)] = TextOfStream(pieces[i], true);
             const Stream& list = At(pieces.front());
-            for (std::size_t i = 0; IsList(list.Type()) && i < list.children.size(); ++i)
-                mExpected[name + " item " + std::to_string(i)] = TextOfStream(Now(list.children[i]), true);
+            for (std::size_t i = 0; IsList(list.Type()) && i < list.mChildren.size(); ++i)
+                mExpected[name + " item " + std::to_string(i)] = TextOfStream(Now(list.mChildren[i]), true);
         }
     }
 
@@ -279,15 +280,16 @@ protected:
                              header.GetVersion() == VersionOf(number) && type == At(number).Type();
         // Repair may have had to give a stream another key.
         const bool hasKey = isRight && mIsUndamaged && iDocument != nullptr;
-        EXPECT_TRUE(!hasKey || Key(iDocument->GetCurrentContext()) == At(number).key) << number;
+        EXPECT_TRUE(!hasKey || Key(iDocument->GetCurrentContext()) == At(number).mKey) << number;
         while (isRight && header.IsMoreLeft())
             text += ReadStream(iDocument, ioIn, 0, ioReading);
         text += ")" + std::to_string(number);
-        if (!isRight) ioReading.differs += "stream " + std::to_string(type) + " reads as " + text;
-        ioReading.numbers.insert(number);
+        if (!isRight) ioReading.mDiffers += "stream " + std::to_string(type) + " reads as " + text;
+        ioReading.mNumbers.insert(number);
         return text;
     }
-    // By every entry of the table, the items of lists by seeking too, then from the first stream to the table without it.
+    // By every entry of the table, the items of lists by seeking too, then from the first stream
+    // to the table without it.
     Reading Read(const char* iPath)
     {
         Reading reading;
@@ -302,7 +304,7 @@ protected:
                 Sys_TypedInStream in = document.MakeTypedInStream();
                 in.SetPosition(document.GetEncryptionType() == 0 ? 49 : 50);
                 for (int i = 0; in.GetPosition() < Cmn_Int64{document.GetTOCOffset()}; ++i)
-                    reading.texts["#" + std::to_string(i)] = ReadStream(nullptr, in, 0, reading);
+                    reading.mTexts["#" + std::to_string(i)] = ReadStream(nullptr, in, 0, reading);
             });
         });
         return reading;
@@ -319,7 +321,7 @@ protected:
         else
             key.GetContexts().back().SetListIndex(iValue);
         if (value.GetLocal() == nullptr) {
-            if (ioReading.complaint.empty()) ioReading.complaint = name + " is lost";
+            if (ioReading.mComplaint.empty()) ioReading.mComplaint = name + " is lost";
             return;
         }
         int piece = 0;
@@ -330,7 +332,7 @@ protected:
                 Sys_TypedInStream in = ioDocument.MakeTypedInStream();
                 const FF_StSetStreamContext context(ioDocument, key);
                 in.SetPosition(offset);
-                ioReading.texts.try_emplace(what, ReadStream(&ioDocument, in, type, ioReading));
+                ioReading.mTexts.try_emplace(what, ReadStream(&ioDocument, in, type, ioReading));
             });
         }
     }
@@ -351,8 +353,8 @@ protected:
                 ioReading.Try(name, [&] {
                     list.SeekToListEntry(i);
                     const std::string text = ReadStream(&ioDocument, in, 0, ioReading);
-                    if (ioReading.texts.try_emplace(name + std::to_string(i), text).first->second != text)
-                        ioReading.differs += name + std::to_string(i) + " sought is " + text;
+                    if (ioReading.mTexts.try_emplace(name + std::to_string(i), text).first->second != text)
+                        ioReading.mDiffers += name + std::to_string(i) + " sought is " + text;
                 });
         });
     }
@@ -366,9 +368,9 @@ protected:
     static constexpr int cTwoHits = eHeader + 1;
     struct Frame
     {
-        std::size_t begin = 0;
-        std::size_t end = 0;
-        Cmn_Int16 type = 0;
+        std::size_t mBegin = 0;
+        std::size_t mEnd = 0;
+        Cmn_Int16 mType = 0;
     };
     // A stream, the header stream or the table.
     Frame PickFrame()
@@ -378,7 +380,8 @@ protected:
         if (which == Size()) return {mTable, mPlain.size(), -1};
         if (which > Size()) return {data, data + 30, -2};
         const Stream& stream = At(which);
-        return {static_cast<std::size_t>(stream.begin), static_cast<std::size_t>(stream.end), stream.Type()};
+        return {static_cast<std::size_t>(stream.mBegin), static_cast<std::size_t>(stream.mEnd),
+                stream.Type()};
     }
     // Two apart from each other in a file of iSize, the first of them first; false where luck finds none.
     bool PickFrames(std::size_t iSize, bool iEqual, Frame& oFirst, Frame& oSecond)
@@ -386,8 +389,8 @@ protected:
         for (int tries = 0; tries < 60; ++tries) {
             oFirst = PickFrame();
             oSecond = PickFrame();
-            const bool isEqual = oFirst.end - oFirst.begin == oSecond.end - oSecond.begin;
-            if (oFirst.end <= oSecond.begin && oSecond.end <= iSize && (isEqual || !iEqual)) return true;
+            const bool isEqual = oFirst.mEnd - oFirst.mBegin == oSecond.mEnd - oSecond.mBegin;
+            if (oFirst.mEnd <= oSecond.mBegin && oSecond.mEnd <= iSize && (isEqual || !iEqual)) return true;
         }
         return false;
     }
@@ -415,22 +418,22 @@ protected:
             std::generate(bytes.begin(), bytes.end(), [&] { return static_cast<std::uint8_t>(Below(256)); });
         if (iHit == eDouble) {
             a = Below(2) == 0 ? PickFrame() : Frame{from, to};
-            bytes = part(a.begin, a.end);
-            if (Below(2) == 0) from = std::min(a.end, ioFile.size());
+            bytes = part(a.mBegin, a.mEnd);
+            if (Below(2) == 0) from = std::min(a.mEnd, ioFile.size());
         }
         if (iHit == eInsert || iHit == eDouble) to = from;
         if (iHit >= eSwap && iHit <= eHeader) {
             if (!PickFrames(ioFile.size(), iHit == eCopy || (iHit == eSwap && Below(3) != 0), a, b)) return;
             if (iHit != eSwap && Below(2) == 0) std::swap(a, b);
-            from = iHit == eSwap ? a.begin : b.begin;
+            from = iHit == eSwap ? a.mBegin : b.mBegin;
             if (iHit == eHeader)
-                a.end = a.begin + cStreamHeader + (Below(2) == 0 && a.type > 0 ? 2u : 0u); // and its type
-            to = iHit == eSwap ? b.end : from + a.end - a.begin;
-            bytes = part(a.begin, a.end);
+                a.mEnd = a.mBegin + cStreamHeader + (Below(2) == 0 && a.mType > 0 ? 2u : 0u); // and its type
+            to = iHit == eSwap ? b.mEnd : from + a.mEnd - a.mBegin;
+            bytes = part(a.mBegin, a.mEnd);
         }
         if (iHit == eSwap) {
-            Bytes swapped = part(b.begin, b.end);
-            for (const Bytes& more : {part(a.end, b.begin), bytes})
+            Bytes swapped = part(b.mBegin, b.mEnd);
+            for (const Bytes& more : {part(a.mEnd, b.mBegin), bytes})
                 swapped.insert(swapped.end(), more.begin(), more.end());
             bytes = std::move(swapped);
         }
@@ -455,21 +458,22 @@ protected:
     static bool IsTold(const std::vector<FF_Fault>& iFaults, const std::string& iWords)
     {
         return std::any_of(iFaults.begin(), iFaults.end(),
-                           [&](const FF_Fault& f) { return f.text.find(iWords) != std::string::npos; });
+                           [&](const FF_Fault& f) { return f.mText.find(iWords) != std::string::npos; });
     }
-    // Whether a report says of a stream, or of one around it, that it may be an older one, or may have had another key.
+    // Whether a report says of a stream, or of one around it, that it may be an older one, or
+    // may have had another key.
     static bool IsOlderTold(const std::vector<FF_Fault>& iFaults, const std::string& iName)
     {
         const std::string name = "stream " + iName;
         return std::any_of(iFaults.begin(), iFaults.end(), [&](const FF_Fault& fault) {
-            if (fault.text.ends_with("other keys")) {
-                const std::string key = fault.text.substr(0, fault.text.find(','));
+            if (fault.mText.ends_with("other keys")) {
+                const std::string key = fault.mText.substr(0, fault.mText.find(','));
                 return name.find(key.substr(key.find_last_of(" /") + 1)) != std::string::npos;
             }
-            const bool isOlder = fault.text.starts_with("expected the newest ");
-            if (!isOlder && fault.text.find(" was written in place of ") == std::string::npos) return false;
-            for (std::size_t at = 0; (at = fault.text.find("stream ", at)) != std::string::npos; ++at)
-                if (IsInside(name, fault.text.substr(at, fault.text.find(',', at) - at))) return true;
+            const bool isOlder = fault.mText.starts_with("expected the newest ");
+            if (!isOlder && fault.mText.find(" was written in place of ") == std::string::npos) return false;
+            for (std::size_t at = 0; (at = fault.mText.find("stream ", at)) != std::string::npos; ++at)
+                if (IsInside(name, fault.mText.substr(at, fault.mText.find(',', at) - at))) return true;
             return false;
         });
     }
@@ -483,9 +487,7 @@ protected:
         for (int left = hit == cTwoHits ? 2 : 1; left > 0; --left)
             Hit(hit == cTwoHits ? Below(cTwoHits) : hit, file);
         if (!isRaw) Mask(file, mType, mRawKey);
-        mFiles.SetFiles({
-            {cPath, file}
-        });
+        mFiles.SetFiles({{cPath, file}});
         mFiles.ClearLog();
         const auto found = [&](const std::string& iWhat) { Found(iRun, hit, iWhat); };
         CheckReading(found);
@@ -500,7 +502,7 @@ protected:
         const Reading reading = Read(cPath);
         const std::string faults = Text(FF_DocumentCheck::Check(Sys_FileLoc(cPath)));
         std::size_t numRight = 0;
-        for (const auto& [where, text] : reading.texts) {
+        for (const auto& [where, text] : reading.mTexts) {
             const auto expected = mExpected.find(where);
             const bool isInSequence = where[0] == '#';
             const bool isRight = isInSequence ? mInSequence.contains(text)
@@ -510,10 +512,10 @@ protected:
                 iFound("silently different: " + where + " is " + text + " for " +
                        (expected == mExpected.end() ? "nothing" : expected->second));
         }
-        if (!reading.differs.empty()) iFound("silently different: " + reading.differs);
-        const bool isComplete = reading.complaint.empty() && numRight == mExpected.size();
+        if (!reading.mDiffers.empty()) iFound("silently different: " + reading.mDiffers);
+        const bool isComplete = reading.mComplaint.empty() && numRight == mExpected.size();
         mNumComplete += isComplete;
-        if (faults.empty() && !isComplete) iFound("check calls it good: " + reading.complaint);
+        if (faults.empty() && !isComplete) iFound("check calls it good: " + reading.mComplaint);
     }
     template <class Report>
     void CheckRepair(const Bytes& iPlain, const Report& iFound)
@@ -523,20 +525,20 @@ protected:
         const std::string faults = Text(FF_DocumentCheck::Check(Sys_FileLoc(cRepaired)));
         if (!faults.empty()) iFound("check refuses what repair wrote: " + faults);
         const Reading reading = Read(cRepaired);
-        if (!reading.differs.empty()) iFound("repaired file is different: " + reading.differs);
-        if (!reading.damage.empty()) iFound("repaired file does not read: " + reading.damage);
+        if (!reading.mDiffers.empty()) iFound("repaired file is different: " + reading.mDiffers);
+        if (!reading.mDamage.empty()) iFound("repaired file does not read: " + reading.mDamage);
 
         Bytes plain = mFiles.GetBytes(cRepaired);
         Mask(plain, plain[18], plain[19]);
         const std::string repaired(plain.begin(), plain.end());
-        for (const FF_StreamInfo& stream : report.streams) {
-            if (stream.streamType == 0 || stream.streamType == cForeign) continue;
+        for (const FF_StreamInfo& stream : report.mStreams) {
+            if (stream.mStreamType == 0 || stream.mStreamType == cForeign) continue;
             const auto written = mNumbers.find(SmallDocument::WithoutPlace(repaired.substr(
-                static_cast<std::size_t>(stream.position), static_cast<std::size_t>(stream.size))));
+                static_cast<std::size_t>(stream.mPosition), static_cast<std::size_t>(stream.mSize))));
             if (written == mNumbers.end())
-                iFound("copied what was never written: stream " + std::to_string(stream.streamType));
-            else if (!reading.numbers.contains(written->second) &&
-                     !IsSuperseded(written->second, reading.numbers))
+                iFound("copied what was never written: stream " + std::to_string(stream.mStreamType));
+            else if (!reading.mNumbers.contains(written->second) &&
+                     !IsSuperseded(written->second, reading.mNumbers))
                 iFound("copied stream is not reachable: " + At(written->second).Name());
         }
         const std::string_view after(reinterpret_cast<const char*>(iPlain.data()), iPlain.size());
@@ -548,14 +550,14 @@ protected:
             ++mNumSurvived;
             const std::string name = At(number).Name();
             newest[name] = std::max(newest[name], number);
-            if (reading.numbers.contains(number) || IsSuperseded(number, reading.numbers)) continue;
+            if (reading.mNumbers.contains(number) || IsSuperseded(number, reading.mNumbers)) continue;
             iFound("whole stream is not reachable: " + name);
         }
         for (const auto& [name, number] : newest) {
-            const auto text = reading.texts.find(name + " piece 0");
-            if (text == reading.texts.end() || !mPieces.contains(name)) continue; // nobody reads by that key
+            const auto text = reading.mTexts.find(name + " piece 0");
+            if (text == reading.mTexts.end() || !mPieces.contains(name)) continue; // nobody reads by that key
             const int read = std::atoi(text->second.substr(text->second.rfind(')') + 1).c_str());
-            const bool isTold = IsTold(report.lost, name) || IsOlderTold(report.lost, name);
+            const bool isTold = IsTold(report.mLost, name) || IsOlderTold(report.mLost, name);
             if (read < number && mSuperseded.contains(read) && !isTold)
                 iFound("superseded version: " + name + " reads as " + text->second + ", newest is " +
                        std::to_string(number));

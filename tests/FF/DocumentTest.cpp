@@ -55,26 +55,26 @@ TEST_F(DocumentTest, EveryLeadingByte)
 TEST_F(DocumentTest, WhatAHeaderMaySay)
 {
     // clang-format off
-    const struct { const char* name; HandMade::Form form; int message; } rows[] = {
+    const struct { const char* mName; HandMade::Form mForm; int mMessage; } rows[] = {
         {"the table",                {},                              0},
-        {"swapped",                  {.swap = true},                  0},
-        {"more than is known",       {.swap = true, .headerExtra = 9}, 0},
-        {"an older one",             {.headerVersion = 0},            Cmn_eMessage_DocumentTooOld},
-        {"a newer one",              {.headerVersion = 2},            Cmn_eMessage_DocumentTooNew},
-        {"no table",                 {.tocOffset = 0},                Cmn_eMessage_NoTOC},
-        {"the header's last byte",   {.tocOffset = cFirstStream - 1}, Cmn_eMessage_NoTOC},
-        {"a stream of another type", {.tocOffset = cFirstStream},     Cmn_eMessage_UnexpectedStreamType},
-        {"the midst of a stream",    {.tocOffset = cFirstStream + 1}, Cmn_eMessage_ReadError},
-        {"the end of the file",      {.tocOffset = 167},              Cmn_eMessage_NoTOC},
-        {"an entry in the header",   {.entry = cFirstStream - 1},     Cmn_eMessage_ReadError},
+        {"swapped",                  {.mSwap = true},                  0},
+        {"more than is known",       {.mSwap = true, .mHeaderExtra = 9}, 0},
+        {"an older one",             {.mHeaderVersion = 0},            Cmn_eMessage_DocumentTooOld},
+        {"a newer one",              {.mHeaderVersion = 2},            Cmn_eMessage_DocumentTooNew},
+        {"no table",                 {.mTocOffset = 0},                Cmn_eMessage_NoTOC},
+        {"the header's last byte",   {.mTocOffset = cFirstStream - 1}, Cmn_eMessage_NoTOC},
+        {"a stream of another type", {.mTocOffset = cFirstStream},     Cmn_eMessage_UnexpectedStreamType},
+        {"the midst of a stream",    {.mTocOffset = cFirstStream + 1}, Cmn_eMessage_ReadError},
+        {"the end of the file",      {.mTocOffset = 167},              Cmn_eMessage_NoTOC},
+        {"an entry in the header",   {.mEntry = cFirstStream - 1},     Cmn_eMessage_ReadError},
     };
     // clang-format on
     for (const auto& row : rows) {
-        SCOPED_TRACE(row.name);
-        HandMade::Write(mFiles, cPath, row.form);
-        EXPECT_EQ(OpenMessage(), row.message) << FileBytes().size();
+        SCOPED_TRACE(row.mName);
+        HandMade::Write(mFiles, cPath, row.mForm);
+        EXPECT_EQ(OpenMessage(), row.mMessage) << FileBytes().size();
         // What can be read can be appended to, the second time over the table of the first.
-        for (Cmn_Int16 added = 8; row.message == 0 && added < 10; ++added) {
+        for (Cmn_Int16 added = 8; row.mMessage == 0 && added < 10; ++added) {
             Document document;
             document.Open(added == 8 ? Sys_Store::eOpenFlag_ReadWrite : Sys_Store::eOpenFlag_ReadWriteShared);
             Write(document, added, added * 11);

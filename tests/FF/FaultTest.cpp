@@ -7,6 +7,7 @@
 #include "Support/AllocationCounter.h"
 
 namespace {
+
 using SmallDocument::Reading;
 using Files = MemoryFileSystem::Files;
 
@@ -31,7 +32,7 @@ TEST_F(Faults, NeitherAFlippedBitNorACutAnywhereChangesWhatIsRead)
     for (const int type : {0, 2, 5}) {
         WriteNew(type);
         const Bytes original = mFiles.GetBytes(cPath);
-        const std::string text = Read(cPath).text;
+        const std::string text = Read(cPath).mText;
         const std::size_t bits = 8 * original.size();
         for (std::size_t n = 0; n < bits + original.size() && !HasFailure(); ++n) {
             SCOPED_TRACE("type " + std::to_string(type) + ", damage " + std::to_string(n));
@@ -46,9 +47,9 @@ TEST_F(Faults, NeitherAFlippedBitNorACutAnywhereChangesWhatIsRead)
             const AllocationCounter allocations;
             const Reading reading = Read(cPath);
             EXPECT_LE(allocations.Largest(), 65536u + 4 * original.size());
-            EXPECT_TRUE(text.starts_with(reading.text) && reading.namesFile) << reading.complaint;
-            const bool isWhole = reading.complaint.empty();
-            EXPECT_TRUE(!isWhole || (reading.text == text && !isCut)) << reading.text;
+            EXPECT_TRUE(text.starts_with(reading.mText) && reading.mNamesFile) << reading.mComplaint;
+            const bool isWhole = reading.mComplaint.empty();
+            EXPECT_TRUE(!isWhole || (reading.mText == text && !isCut)) << reading.mText;
         }
     }
 }
@@ -58,10 +59,10 @@ TEST_F(Faults, NeitherAFlippedBitNorACutAnywhereChangesWhatIsRead)
 // Ways to bring "new" to the disk, over or behind the "old" that was saved before.
 struct Way
 {
-    const char* name;
-    bool inPlace;
-    std::size_t bulk; // bytes that no buffer holds back until the flush
-    void (*write)(std::size_t iBulk);
+    const char* mName;
+    bool mInPlace;
+    std::size_t mBulk; // bytes that no buffer holds back until the flush
+    void (*mWrite)(std::size_t iBulk);
 };
 
 void Append(std::size_t iBulk)
@@ -81,9 +82,9 @@ void SaveSafely(std::size_t iBulk)
 }
 
 constexpr Way cWays[] = {
-    {"append",                    true,  0,      Append                               },
-    {"append much",               true,  300000, Append                               },
-    {"safe save",                 false, 0,      SaveSafely<eFF_EncryptionType_None>  },
+    {"append", true, 0, Append},
+    {"append much", true, 300000, Append},
+    {"safe save", false, 0, SaveSafely<eFF_EncryptionType_None>},
     {"safe save of much, masked", false, 300000, SaveSafely<eFF_EncryptionType_Byte29>},
 };
 
@@ -96,20 +97,20 @@ protected:
         mFiles.SetFiles({});
         WriteNew(0);
         mBefore = mFiles.GetFiles();
-        mOld = Read(cPath).text;
+        mOld = Read(cPath).mText;
         mOldPieces = SmallDocument::Pieces(cPath);
         const std::size_t before = mFiles.GetNumRequests();
-        iWay.write(iWay.bulk);
+        iWay.mWrite(iWay.mBulk);
         mNumRequests = mFiles.GetNumRequests() - before;
         mAfter = mFiles.GetFiles();
-        mNew = Read(cPath).text;
+        mNew = Read(cPath).mText;
         ASSERT_NE(mOld, mNew);
     }
-    // Goes the way; true when it says that all is saved. What it says otherwise must be one of the documented things, of
-    // the file that was asked for, with the reason of the fault.
+    // Goes the way; true when it says that all is saved. What it says otherwise must be one of the documented
+    // things, of the file that was asked for, with the reason of the fault.
     bool Try(const Way& iWay, const std::string& iReason = {})
     {
-        mThrown = Thrown([&] { iWay.write(iWay.bulk); });
+        mThrown = Thrown([&] { iWay.mWrite(iWay.mBulk); });
         const int message = mThrown.GetMessageID();
         const std::set<int> cKnown = {0, Cmn_eMessage_OSError, Cmn_eMessage_WriteError,
                                       Cmn_eMessage_ReadError, Cmn_eMessage_InPlaceUnsynced};
@@ -120,14 +121,15 @@ protected:
         EXPECT_EQ(TakeReports(), "") << "beside " << line;
         return message == 0;
     }
-    // The old document or the new one is there, whole; in place, at least repair brings back the old one's streams.
+    // The old document or the new one is there, whole; in place, at least repair brings
+    // back the old one's streams.
     void ExpectNothingLost(const Way& iWay)
     {
         const Reading reading = Read(cPath);
-        if (reading.complaint.empty())
-            EXPECT_TRUE(reading.text == mOld || reading.text == mNew) << reading.text.substr(0, 4000);
-        else if (!iWay.inPlace)
-            ADD_FAILURE() << reading.complaint;
+        if (reading.mComplaint.empty())
+            EXPECT_TRUE(reading.mText == mOld || reading.mText == mNew) << reading.mText.substr(0, 4000);
+        else if (!iWay.mInPlace)
+            ADD_FAILURE() << reading.mComplaint;
         else
             ExpectOldRepaired();
     }
@@ -136,13 +138,13 @@ protected:
         static_cast<void>(FF_DocumentRepair::Repair(Sys_FileLoc(cPath), Sys_FileLoc(cRepaired)));
         const auto pieces = SmallDocument::Pieces(cRepaired);
         EXPECT_TRUE(std::includes(pieces.begin(), pieces.end(), mOldPieces.begin(), mOldPieces.end()));
-        EXPECT_EQ(Read(cRepaired).complaint, "");
+        EXPECT_EQ(Read(cRepaired).mComplaint, "");
         EXPECT_EQ(Text(FF_DocumentCheck::Check(Sys_FileLoc(cRepaired))), "");
     }
     void ExpectNew()
     {
-        EXPECT_EQ(Read(cPath).complaint, "");
-        EXPECT_EQ(Read(cPath).text, mNew);
+        EXPECT_EQ(Read(cPath).mComplaint, "");
+        EXPECT_EQ(Read(cPath).mText, mNew);
     }
 
     Files mBefore;
@@ -159,13 +161,13 @@ TEST_F(WriteFaults, ARequestThatFailsAndAFullDiskLoseNothing)
     enum EFault { eRequest, eHalfAWrite, eFullDisk };
     for (const Way& way : cWays)
         for (const EFault fault : {eRequest, eHalfAWrite, eFullDisk}) {
-            if (fault == eFullDisk && way.bulk != 0) continue; // each byte is one round
+            if (fault == eFullDisk && way.mBulk != 0) continue; // each byte is one round
             Prepare(way);
             const std::size_t least = mBefore.at(cPath).size();
-            const std::size_t enough = mAfter.at(cPath).size() - (way.inPlace ? least : 0);
+            const std::size_t enough = mAfter.at(cPath).size() - (way.mInPlace ? least : 0);
             const std::size_t rounds = fault == eRequest ? mNumRequests : fault == eHalfAWrite ? 6 : enough;
             for (std::size_t n = 1; n <= rounds; ++n) {
-                SCOPED_TRACE(std::string(way.name) + ", fault " + std::to_string(fault) + " at " +
+                SCOPED_TRACE(std::string(way.mName) + ", fault " + std::to_string(fault) + " at " +
                              std::to_string(n));
                 mFiles.SetFiles(mBefore);
                 if (fault == eRequest) mFiles.FailAt(static_cast<int>(n));
@@ -177,16 +179,16 @@ TEST_F(WriteFaults, ARequestThatFailsAndAFullDiskLoseNothing)
                 EXPECT_EQ(mFiles.GetFiles().size(), 1u); // nothing is left behind
                 const bool isOld = mThrown.GetMessageID() != Cmn_eMessage_InPlaceUnsynced;
                 if (!isOld) ExpectNew();
-                EXPECT_TRUE(saved || !isOld || way.inPlace || mFiles.GetFiles() == mBefore);
+                EXPECT_TRUE(saved || !isOld || way.mInPlace || mFiles.GetFiles() == mBefore);
                 if (saved) ExpectNew();
                 ExpectNothingLost(way);
                 EXPECT_EQ(mFiles.GetNumOpen(), 0u);
                 // The disk is back: what could not be read is repaired, and the next time it is saved.
-                if (!Read(cPath).complaint.empty())
+                if (!Read(cPath).mComplaint.empty())
                     static_cast<void>(FF_DocumentRepair::Repair(Sys_FileLoc(cPath), Sys_FileLoc(cPath)));
                 EXPECT_TRUE(Try(way));
-                EXPECT_EQ(Read(cPath).complaint, "");
-                if (!way.inPlace) ExpectNew();
+                EXPECT_EQ(Read(cPath).mComplaint, "");
+                if (!way.mInPlace) ExpectNew();
                 if (HasFailure()) return;
             }
         }
@@ -233,7 +235,7 @@ TEST_F(WriteFaults, AWriteThatFailsInADestructorSurfacesAtTheNextWriteAndFlush)
     EXPECT_EQ(Thrown([&] { document.Flush(); }).GetOSError(), ENOSPC);
     mFiles.Heal();
     document.Close();
-    EXPECT_NE(Read(cPath).complaint, ""); // the header names the old table, which is gone
+    EXPECT_NE(Read(cPath).mComplaint, ""); // the header names the old table, which is gone
     ExpectOldRepaired();
 }
 
@@ -247,12 +249,13 @@ TEST_F(WriteFaults, AMachineThatStopsBetweenAnyTwoRequestsLosesNothing)
             mFiles.FailAt(static_cast<int>(n), EIO, true); // and so does every request that follows
             Try(way);
             mFiles.Heal();
-            // What stood in the memory of the machine when it stopped is that of the last request that it made.
+            // What stood in the memory of the machine when it stopped is that of the
+            // last request that it made.
             std::vector<Files> disks;
             for (std::uint64_t seed = 0; seed < cSeeds; ++seed)
                 disks.push_back(mFiles.AfterCrash(seed));
             for (std::uint64_t seed = 0; seed < cSeeds; ++seed) {
-                SCOPED_TRACE(std::string(way.name) + ", " + std::to_string(n - 1) + " requests, seed " +
+                SCOPED_TRACE(std::string(way.mName) + ", " + std::to_string(n - 1) + " requests, seed " +
                              std::to_string(seed));
                 mFiles.SetFiles(disks[seed]);
                 ExpectNothingLost(way);
@@ -261,10 +264,11 @@ TEST_F(WriteFaults, AMachineThatStopsBetweenAnyTwoRequestsLosesNothing)
                 const Bytes now = mFiles.GetBytes(cPath);
                 const bool isNamed =
                     !std::equal(now.begin(), now.begin() + cStreams, mBefore.at(cPath).begin());
-                if (n > mNumRequests || (way.inPlace && isNamed)) ExpectNew();
+                if (n > mNumRequests || (way.mInPlace && isNamed)) ExpectNew();
                 if (HasFailure()) return;
             }
         }
     }
 }
+
 } // namespace

@@ -8,6 +8,7 @@
 #include <fstream>
 
 namespace {
+
 // The bytes of all lines "  49  4b 53 48 31   what they are", whose positions must follow one another.
 MemoryFileSystem::Bytes ExampleOfTheDocs()
 {
@@ -45,6 +46,7 @@ void WriteExample(const std::string& iPath)
     }
     document.Flush();
 }
+
 } // namespace
 
 TEST(FileFormat, TheExampleOfTheDocsIsWhatTheLibraryWrites)
@@ -57,8 +59,8 @@ TEST(FileFormat, TheExampleOfTheDocsIsWhatTheLibraryWrites)
     EXPECT_EQ(files.GetBytes("example.kora"), example);
 
     files.SetBytes("docs.kora", example);
-    EXPECT_EQ(SmallDocument::Read("docs.kora").complaint, "");
-    EXPECT_EQ(SmallDocument::Read("docs.kora").text, SmallDocument::Read("example.kora").text);
+    EXPECT_EQ(SmallDocument::Read("docs.kora").mComplaint, "");
+    EXPECT_EQ(SmallDocument::Read("docs.kora").mText, SmallDocument::Read("example.kora").mText);
     EXPECT_TRUE(FF_DocumentCheck::Check(Sys_FileLoc("docs.kora")).empty());
 }
 
@@ -66,7 +68,7 @@ TEST(FileFormat, TheExampleOfTheDocsIsWhatTheLibraryWrites)
 TEST(FileFormat, DocumentsThatAnotherProgramWroteAreReadWithoutFault)
 {
     // clang-format off
-    const struct { const char* name; const char* complaint; } rows[] = { // its beginning
+    const struct { const char* mName; const char* mComplaint; } rows[] = { // its beginning
         {"example",       ""},
         {"empty",         ""},
         {"block-masked",  ""},
@@ -81,13 +83,13 @@ TEST(FileFormat, DocumentsThatAnotherProgramWroteAreReadWithoutFault)
     MemoryFileSystem files;
     const Sys_FileSystem::StSystem system(files);
     for (const auto& row : rows) {
-        SCOPED_TRACE(row.name);
-        std::ifstream in(std::string(KORA_SOURCE_DIR "/tests/Fuzz/corpus/document/") + row.name + ".kora",
+        SCOPED_TRACE(row.mName);
+        std::ifstream in(std::string(KORA_SOURCE_DIR "/tests/Fuzz/corpus/document/") + row.mName + ".kora",
                          std::ios::binary);
         files.SetBytes("f", MemoryFileSystem::Bytes(std::istreambuf_iterator<char>(in), {}));
-        const std::string complaint = SmallDocument::Read("f").complaint;
-        EXPECT_TRUE(*row.complaint == 0 ? complaint.empty() : complaint.starts_with(row.complaint))
+        const std::string complaint = SmallDocument::Read("f").mComplaint;
+        EXPECT_TRUE(*row.mComplaint == 0 ? complaint.empty() : complaint.starts_with(row.mComplaint))
             << complaint;
-        EXPECT_EQ(FF_DocumentCheck::Check(Sys_FileLoc("f")).empty(), *row.complaint == 0);
+        EXPECT_EQ(FF_DocumentCheck::Check(Sys_FileLoc("f")).empty(), *row.mComplaint == 0);
     }
 }

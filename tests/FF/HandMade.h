@@ -1,4 +1,5 @@
-// HandMade: document files as no writer of today writes them: in the other byte order, and with hostile headers.
+// HandMade: document files as no writer of today writes them: in the other byte order,
+// and with hostile headers.
 #pragma once
 
 #include "Bastel/Sys/Sys_Crc32C.h"
@@ -14,12 +15,12 @@ namespace HandMade {
 
 struct Form
 {
-    bool swap = false;
-    int maskType = 0;
-    Cmn_Int16 headerVersion = 1;
-    Cmn_UInt32 headerExtra = 0; // bytes behind the TOC offset
-    Cmn_Int64 tocOffset = -1;   // as it is written; -1 for the right one
-    Cmn_Int64 entry = -1;       // where the table says that the stream is, likewise
+    bool mSwap = false;
+    int mMaskType = 0;
+    Cmn_Int16 mHeaderVersion = 1;
+    Cmn_UInt32 mHeaderExtra = 0; // bytes behind the TOC offset
+    Cmn_Int64 mTocOffset = -1;   // as it is written; -1 for the right one
+    Cmn_Int64 mEntry = -1;       // where the table says that the stream is, likewise
 };
 
 // Stream 7, described as "a number", that holds 1234.
@@ -31,21 +32,21 @@ inline void Write(MemoryFileSystem& ioFiles, const char* iPath, const Form& iFor
     file.Write("\x03"
                "0010111100101011",
                17);
-    file.Write(iForm.swap ? "\1" : "\0", 1);
+    file.Write(iForm.mSwap ? "\1" : "\0", 1);
     std::unique_ptr<Sys_FileBasedInStream> in;
     std::unique_ptr<Sys_FileBasedOutStream> stream;
     Sys_File inFile{Sys_FileLoc(iPath)};
     inFile.Open(Sys_FileSystem::eAccess_Read);
     FF_FileBasedEncrytpedStreams::CreateInAndOutStreams(
-        inFile, file, static_cast<EFF_EncryptionType>(iForm.maskType), in, stream);
-    Sys_TypedOutStream out(*stream, iForm.swap);
-    const Cmn_UInt32 headerStream = 30 + iForm.headerExtra;
+        inFile, file, static_cast<EFF_EncryptionType>(iForm.mMaskType), in, stream);
+    Sys_TypedOutStream out(*stream, iForm.mSwap);
+    const Cmn_UInt32 headerStream = 30 + iForm.mHeaderExtra;
     constexpr Cmn_UInt32 cStream = 32;
     const auto first = static_cast<Cmn_UInt32>(out.GetPosition()) + headerStream;
     {
-        Sys_StdStreamHeaderWriter header(out, "Z", iForm.headerVersion);
-        out.WriteUInt32(iForm.tocOffset < 0 ? first + cStream : static_cast<Cmn_UInt32>(iForm.tocOffset));
-        for (Cmn_UInt32 i = 0; i < iForm.headerExtra; ++i)
+        Sys_StdStreamHeaderWriter header(out, "Z", iForm.mHeaderVersion);
+        out.WriteUInt32(iForm.mTocOffset < 0 ? first + cStream : static_cast<Cmn_UInt32>(iForm.mTocOffset));
+        for (Cmn_UInt32 i = 0; i < iForm.mHeaderExtra; ++i)
             out.WriteUInt8(0xAB);
     }
     {
@@ -56,13 +57,13 @@ inline void Write(MemoryFileSystem& ioFiles, const char* iPath, const Form& iFor
     const FF_Document::Context context(7, 0);
     const FF_Document::TOC::Entry entry = toc.Insert({&context, 1});
     toc.AddValue(entry, "a number");
-    toc.AddOffset(entry, 0, iForm.entry < 0 ? first : static_cast<Cmn_UInt32>(iForm.entry));
+    toc.AddOffset(entry, 0, iForm.mEntry < 0 ? first : static_cast<Cmn_UInt32>(iForm.mEntry));
     toc.StreamOut(out);
     stream->Flush();
 }
 
-// A little-endian header "Z" at the end of a file, with a right sum of its own and whatever size it claims; 0xFFFFFFFF for
-// none yet.
+// A little-endian header "Z" at the end of a file, with a right sum of its own and whatever size it claims;
+// 0xFFFFFFFF for none yet.
 inline void AppendHeader(std::vector<std::uint8_t>& ioBytes, Cmn_UInt32 iBodySize)
 {
     const auto start = static_cast<std::ptrdiff_t>(ioBytes.size());

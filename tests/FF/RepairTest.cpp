@@ -37,7 +37,7 @@ protected:
             Sys_StdStreamHeaderInfo info;
             EXPECT_TRUE(Sys_StdStreamHeaderReader::Peek(in, info));
             streams[key.Dump()] =
-                SmallDocument::WithoutPlace(SmallDocument::TakeBytes(in, info.end - info.start));
+                SmallDocument::WithoutPlace(SmallDocument::TakeBytes(in, info.mEnd - info.mStart));
         }
         return streams;
     }
@@ -77,9 +77,9 @@ TEST_F(RepairTest, AnInterruptedAppendLosesNothingThatWasFlushedOrWhole)
         EXPECT_EQ(repaired.erase("5[1]/6/7"), 1u);
         for (const auto& [key, bytes] : expected)
             EXPECT_EQ(repaired[key], bytes) << key;
-        EXPECT_FALSE(report.hadTOC);
-        EXPECT_EQ(report.withoutDescription, report.recovered);
-        EXPECT_FALSE(report.lost.empty());
+        EXPECT_FALSE(report.mHadTOC);
+        EXPECT_EQ(report.mWithoutDescription, report.mRecovered);
+        EXPECT_FALSE(report.mLost.empty());
     }
 }
 
@@ -97,8 +97,8 @@ TEST_F(RepairTest, ATableThatTheHeaderDoesNotNameYetLendsDescriptions)
     std::copy_n(before.begin(), 49, torn.begin()); // all but the last write of the flush
     mFiles.SetBytes(cPath, torn);
     const Report report = Repair(cPath);
-    EXPECT_TRUE(report.hadTOC);
-    EXPECT_EQ(report.withoutDescription, 0);
+    EXPECT_TRUE(report.mHadTOC);
+    EXPECT_EQ(report.mWithoutDescription, 0);
     EXPECT_EQ(ByKey(cPath), expected);
     Document document(Sys_Store::eOpenFlag_Read);
     const FF_Document::TOC& toc = document.GetTOC();
@@ -138,7 +138,7 @@ TEST_F(RepairTest, AnOldTableLendsPiecesItemsAndStates)
         if (!hasTable) bytes[toc + 30] ^= 1;
         mFiles.SetBytes(cPath, bytes);
         const Report report = Repair();
-        const std::string lost = Text(report.lost);
+        const std::string lost = Text(report.mLost);
         Document repaired(Sys_Store::eOpenFlag_Read, 0, cRepaired);
         EXPECT_EQ(Read(repaired, 7), hasTable ? 1 : 2) << "without a table the newest";
         const std::string stretch =
@@ -157,8 +157,8 @@ TEST_F(RepairTest, AnOldTableLendsPiecesItemsAndStates)
                           "contents with a wrong body sum");
             EXPECT_EQ(repaired.GetTOC().Dump(), "7  [81]  \n7 #1  [49]  \n8  [113]  \n9  [145]  \n");
         }
-        EXPECT_EQ(report.recovered, 4);
-        EXPECT_EQ(report.withoutDescription, hasTable ? 0 : 4);
+        EXPECT_EQ(report.mRecovered, 4);
+        EXPECT_EQ(report.mWithoutDescription, hasTable ? 0 : 4);
     }
 }
 
@@ -173,7 +173,7 @@ TEST_F(RepairTest, ForANewestThatIsLostReadersGetTheOneBeforeAndAreTold)
     Bytes bytes = FileBytes();
     bytes[81 + 30] ^= 1; // the second one's number
     mFiles.SetBytes(cPath, bytes);
-    const std::string lost = Text(Repair().lost);
+    const std::string lost = Text(Repair().mLost);
     EXPECT_NE(lost.find("49: expected the newest stream 7, found an older one"), std::string::npos) << lost;
     Document repaired(Sys_Store::eOpenFlag_Read, 0, cRepaired);
     EXPECT_EQ(Read(repaired, 7), 1);
@@ -185,18 +185,18 @@ TEST_F(RepairTest, ItemsThatAreLostAreInvalidAndTheOthersKeepTheirNumbers)
     enum EDamage { eItem, eListHeader };
     const struct
     {
-        EDamage damage;
-        bool hasTable;
-        std::string table;
+        EDamage mDamage;
+        bool mHasTable;
+        std::string mTable;
     } rows[] = {
-        {eItem,       true,  "9  Invalid  list\n9 #1  [49]  item\n9 #2  Invalid  item\n9 #3  [81]  item\n"},
-        {eItem,       false,
-         "9  Invalid  \n9 #1  [49]  \n9 #2  Invalid  \n9 #3  [81]  \n9[1]/10  [49]  \n9[3]/10  [81]  \n"  },
-        {eListHeader, true,  "9  Invalid  list\n9 #1  [49]  item\n9 #2  [81]  item\n9 #3  [113]  item\n"  },
-        {eListHeader, false, "10  [113]  \n10 #1  [81]  \n10 #2  [49]  \n"                                },
+        {eItem, true, "9  Invalid  list\n9 #1  [49]  item\n9 #2  Invalid  item\n9 #3  [81]  item\n"},
+        {eItem, false,
+         "9  Invalid  \n9 #1  [49]  \n9 #2  Invalid  \n9 #3  [81]  \n9[1]/10  [49]  \n9[3]/10  [81]  \n"},
+        {eListHeader, true, "9  Invalid  list\n9 #1  [49]  item\n9 #2  [81]  item\n9 #3  [113]  item\n"},
+        {eListHeader, false, "10  [113]  \n10 #1  [81]  \n10 #2  [49]  \n"},
     };
     for (const auto& row : rows) {
-        SCOPED_TRACE(row.table);
+        SCOPED_TRACE(row.mTable);
         Document document(Sys_Store::eOpenFlag_New);
         Write(document, 7, 1);
         Sys_TypedOutStream out = document.MakeTypedOutStream();
@@ -208,14 +208,14 @@ TEST_F(RepairTest, ItemsThatAreLostAreInvalidAndTheOthersKeepTheirNumbers)
         document.Close();
         Bytes bytes = FileBytes();
         bytes[49 + 30] ^= 1;
-        bytes[row.damage == eItem ? toc - 32 - 1 : static_cast<std::size_t>(list)] ^= 1;
-        if (!row.hasTable) bytes[toc + 30] ^= 1;
+        bytes[row.mDamage == eItem ? toc - 32 - 1 : static_cast<std::size_t>(list)] ^= 1;
+        if (!row.mHasTable) bytes[toc + 30] ^= 1;
         mFiles.SetBytes(cPath, bytes);
         const Report report = Repair();
         Document repaired(Sys_Store::eOpenFlag_Read, 0, cRepaired);
-        EXPECT_EQ(repaired.GetTOC().Dump(), row.table);
-        const bool hasOrphans = Text(report.lost).find("found item 2 alone") != std::string::npos;
-        EXPECT_EQ(hasOrphans, row.damage == eListHeader && !row.hasTable) << Text(report.lost);
+        EXPECT_EQ(repaired.GetTOC().Dump(), row.mTable);
+        const bool hasOrphans = Text(report.mLost).find("found item 2 alone") != std::string::npos;
+        EXPECT_EQ(hasOrphans, row.mDamage == eListHeader && !row.mHasTable) << Text(report.mLost);
     }
 }
 
@@ -225,7 +225,7 @@ TEST_F(RepairTest, ADamagedFileHeaderIsSeenThrough)
     for (int type = 0; type <= 5; ++type)
         for (const bool swapped : {false, true}) {
             if (swapped)
-                HandMade::Write(mFiles, cPath, {.swap = true, .maskType = type});
+                HandMade::Write(mFiles, cPath, {.mSwap = true, .mMaskType = type});
             else {
                 Document document(Sys_Store::eOpenFlag_New, type);
                 Write(document, 7, 1234);
@@ -243,12 +243,12 @@ TEST_F(RepairTest, ADamagedFileHeaderIsSeenThrough)
                 mFiles.SetBytes(cPath, damaged);
                 const Report report = Repair();
                 // In its first 4096 bytes mask type 5 has no mask, so that its key is not needed there.
-                EXPECT_EQ(report.header.empty(), isSame || (at == 19 && type == 5 && swapped));
+                EXPECT_EQ(report.mHeader.empty(), isSame || (at == 19 && type == 5 && swapped));
                 Document repaired(Sys_Store::eOpenFlag_Read, 0, cRepaired);
                 EXPECT_EQ(Read(repaired, 7), 1234);
                 EXPECT_EQ(repaired.IsSwapped(), swapped);
                 EXPECT_EQ(repaired.GetEncryptionType(), type);
-                EXPECT_TRUE(report.hadTOC && report.lost.empty());
+                EXPECT_TRUE(report.mHadTOC && report.mLost.empty());
                 EXPECT_EQ(Text(FF_DocumentCheck::Check(Sys_FileLoc(cRepaired))), "");
                 if (HasFailure()) return;
             }
@@ -262,7 +262,7 @@ TEST_F(RepairTest, AStreamsHeaderOverTheHeaderStreamHidesNoStream)
     Bytes damaged = FileBytes();
     std::copy_n(damaged.begin() + 49, 26, damaged.begin() + 19);
     mFiles.SetBytes(cPath, damaged);
-    EXPECT_EQ(Repair().recovered, 1);
+    EXPECT_EQ(Repair().mRecovered, 1);
     Document repaired(Sys_Store::eOpenFlag_Read, 0, cRepaired);
     EXPECT_EQ(Read(repaired, 7), 1234);
 }
@@ -272,8 +272,8 @@ TEST_F(RepairTest, WhatIsNoDocumentBecomesAnEmptyOne)
     for (const std::size_t size : {0, 1, 19, 48, 5000}) {
         mFiles.SetBytes(cPath, Bytes(size, 'K'));
         const Report report = Repair();
-        EXPECT_EQ(report.recovered, 0);
-        EXPECT_FALSE(report.header.empty());
+        EXPECT_EQ(report.mRecovered, 0);
+        EXPECT_FALSE(report.mHeader.empty());
         EXPECT_TRUE(ByKey(cRepaired).empty());
         EXPECT_EQ(Text(FF_DocumentCheck::Check(Sys_FileLoc(cRepaired))), "");
     }

@@ -1,7 +1,8 @@
-// SaveRace: two who save one document and one who reads it, all as fast as they can, and the order of what they did.
+// SaveRace: two who save one document and one who reads it, all as fast as they can, and
+// the order of what they did.
 //
-// Holds for every reading: it is one whole document; and when save Y began after save X had returned, and has returned
-// before the reading began, X is not what is read.
+// Holds for every reading: it is one whole document; and when save Y began after save X had returned, and has
+// returned before the reading began, X is not what is read.
 #pragma once
 
 #include "Bastel/Sys/Sys_FileSystem.h"
@@ -22,15 +23,15 @@ struct Log
 {
     struct Save
     {
-        std::atomic<long> began;
-        std::atomic<long> ended; // 0 until it returned
+        std::atomic<long> mBegan;
+        std::atomic<long> mEnded; // 0 until it returned
     };
     static constexpr int cMost = 1 << 18;
-    std::atomic<long> clock;
-    std::atomic<int> last[cSavers];      // number of the save that is under way, or was last
-    std::atomic<int> lastEnded[cSavers]; // that returned
-    std::atomic<int> failed;
-    Save saves[cSavers][cMost];
+    std::atomic<long> mClock;
+    std::atomic<int> mLast[cSavers];      // number of the save that is under way, or was last
+    std::atomic<int> mLastEnded[cSavers]; // that returned
+    std::atomic<int> mFailed;
+    Save mSaves[cSavers][cMost];
 };
 
 inline void SaveNumber(const std::string& iPath, Cmn_Int32 iNumber)
@@ -63,19 +64,19 @@ inline Cmn_Int32 ReadNumber(const std::string& iPath)
 // Goes on behind what it, or one killed in its place, did before.
 inline void RunSaver(Log& ioLog, const std::string& iPath, int iSaver, int iSaves) noexcept
 {
-    for (int number = ioLog.last[iSaver] + 1; number <= iSaves; ++number) {
-        Log::Save& save = ioLog.saves[iSaver][number];
-        ioLog.last[iSaver] = number;
-        save.began = ++ioLog.clock;
+    for (int number = ioLog.mLast[iSaver] + 1; number <= iSaves; ++number) {
+        Log::Save& save = ioLog.mSaves[iSaver][number];
+        ioLog.mLast[iSaver] = number;
+        save.mBegan = ++ioLog.mClock;
         try {
             SaveNumber(iPath, iSaver * cStride + number);
         } catch (const Cmn_Exception& exception) {
-            ++ioLog.failed;
+            ++ioLog.mFailed;
             std::fprintf(stderr, "saver %d, save %d: %s\n", iSaver, number, exception.Describe().c_str());
             continue;
         }
-        save.ended = ++ioLog.clock;
-        ioLog.lastEnded[iSaver] = number;
+        save.mEnded = ++ioLog.mClock;
+        ioLog.mLastEnded[iSaver] = number;
     }
 }
 
@@ -84,13 +85,13 @@ inline std::string CheckReading(Log& ioLog, const std::string& iPath)
 {
     int ended[cSavers];
     for (int saver = 0; saver < cSavers; ++saver)
-        ended[saver] = ioLog.lastEnded[saver];
+        ended[saver] = ioLog.mLastEnded[saver];
     try {
         const Cmn_Int32 found = ReadNumber(iPath);
-        const Log::Save& save = ioLog.saves[found / cStride][found % cStride];
-        const long foundEnded = save.ended;
+        const Log::Save& save = ioLog.mSaves[found / cStride][found % cStride];
+        const long foundEnded = save.mEnded;
         for (int saver = 0; saver < cSavers; ++saver) {
-            const bool isLost = foundEnded != 0 && ioLog.saves[saver][ended[saver]].began > foundEnded;
+            const bool isLost = foundEnded != 0 && ioLog.mSaves[saver][ended[saver]].mBegan > foundEnded;
             if (isLost)
                 return "save " + std::to_string(ended[saver]) + " of saver " + std::to_string(saver) +
                        " is lost, " + std::to_string(found) + " is in its place";

@@ -1,4 +1,5 @@
-// Who saves and who reads at the same moment, on the system's own files; Posix/SaversTest.cpp has processes, and kills.
+// Who saves and who reads at the same moment, on the system's own files; Posix/SaversTest.cpp
+// has processes, and kills.
 #include "Bastel/Sys/Sys_File.h"
 #include "Bastel/Sys/Sys_OSErrorText.h"
 #include "FF/SaveRace.h"
@@ -23,9 +24,9 @@ TEST(Savers, ThreadsThatSaveAndReadAtOnceLoseNothing)
     for (int saver = 0; saver < cSavers; ++saver)
         savers.emplace_back([&, saver] { RunSaver(*log, path, saver, cSaves); });
     int readings = 0;
-    for (; log->lastEnded[0] < cSaves || log->lastEnded[1] < cSaves; ++readings) {
+    for (; log->mLastEnded[0] < cSaves || log->mLastEnded[1] < cSaves; ++readings) {
         if (cReadersPause) std::this_thread::sleep_for(std::chrono::milliseconds(5));
-        if (log->failed > 0) break;
+        if (log->mFailed > 0) break;
         if (const std::string fault = CheckReading(*log, path); !fault.empty()) {
             ADD_FAILURE() << fault;
             break;
@@ -34,7 +35,7 @@ TEST(Savers, ThreadsThatSaveAndReadAtOnceLoseNothing)
     for (std::thread& saver : savers)
         saver.join();
     EXPECT_GT(readings, 0);
-    EXPECT_EQ(log->failed, 0);
+    EXPECT_EQ(log->mFailed, 0);
     EXPECT_EQ(CheckReading(*log, path), "");
     EXPECT_EQ(CountFiles(folder.Path()), 1);
 }
@@ -66,38 +67,38 @@ TEST(Savers, WhatMustNotBeReplacedIsRefusedWithItsReason)
     namespace fs = std::filesystem;
     const struct
     {
-        const char* what;
-        Store::EOpenFlag open;
-        bool isProtected;
-        const char* name;
-        Cmn_Int32 code;
+        const char* mWhat;
+        Store::EOpenFlag mOpen;
+        bool mIsProtected;
+        const char* mName;
+        Cmn_Int32 mCode;
     } cRows[] = {
-        {"open for writing",               Store::eOpenFlag_ReadWrite,       false, "take.kora",      System::eError_InUse         },
+        {"open for writing", Store::eOpenFlag_ReadWrite, false, "take.kora", System::eError_InUse},
         {"open for writing beside others", Store::eOpenFlag_ReadWriteShared, false, "take.kora",
-         System::eError_InUse                                                                                                      },
-        {"write-protected",                Store::eOpenFlag_Closed,          true,  "take.kora",      System::eError_WriteProtected},
-        {"without a folder",               Store::eOpenFlag_Closed,          false, "none/take.kora", System::eError_NoFolder      },
+         System::eError_InUse},
+        {"write-protected", Store::eOpenFlag_Closed, true, "take.kora", System::eError_WriteProtected},
+        {"without a folder", Store::eOpenFlag_Closed, false, "none/take.kora", System::eError_NoFolder},
     };
     for (const auto& row : cRows)
         for (const bool isAtCommit : {false, true}) {
-            SCOPED_TRACE(std::string(row.what) + (isAtCommit ? ", at the end" : ", at the beginning"));
-            if (isAtCommit && row.code == System::eError_NoFolder) continue;
+            SCOPED_TRACE(std::string(row.mWhat) + (isAtCommit ? ", at the end" : ", at the beginning"));
+            if (isAtCommit && row.mCode == System::eError_NoFolder) continue;
             const StFolder folder;
             const std::string path = folder / "take.kora";
             SaveNumber(path, 4711);
             FF_Document writer(Sys_FileLoc(path), eFF_EncryptionType_None, eTextEncoding_Utf8, false);
             const auto prevent = [&] {
-                if (row.open != Store::eOpenFlag_Closed) writer.Open(row.open);
-                if (row.isProtected) fs::permissions(path, fs::perms::owner_read | fs::perms::group_read);
+                if (row.mOpen != Store::eOpenFlag_Closed) writer.Open(row.mOpen);
+                if (row.mIsProtected) fs::permissions(path, fs::perms::owner_read | fs::perms::group_read);
             };
             if (!isAtCommit) prevent();
             const Cmn_Exception thrown = Thrown([&] {
-                FF_SafeSave save(Sys_FileLoc(folder / row.name), eFF_EncryptionType_None, eTextEncoding_Utf8,
+                FF_SafeSave save(Sys_FileLoc(folder / row.mName), eFF_EncryptionType_None, eTextEncoding_Utf8,
                                  false);
                 prevent();
                 save.Commit();
             });
-            EXPECT_EQ(thrown.Describe(), folder / row.name + ": " + Sys_OSErrorText(row.code));
+            EXPECT_EQ(thrown.Describe(), folder / row.mName + ": " + Sys_OSErrorText(row.mCode));
             EXPECT_EQ(CountFiles(folder.Path()), 1);
             EXPECT_EQ(ReadNumber(path), 4711);
             writer.Close();

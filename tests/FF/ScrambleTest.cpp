@@ -20,7 +20,8 @@ Cmn_UInt8 Mask(Cmn_UInt32 iType, Cmn_UInt32 iRaw, Cmn_Int64 iPosition)
     return static_cast<Cmn_UInt8>(static_cast<Cmn_UInt32>(place % 256) * iRaw * cMultipliers[iType]);
 }
 
-// A file in memory, opened once to read and once to write as a document does, at a time that gives a known key.
+// A file in memory, opened once to read and once to write as a document does, at a
+// time that gives a known key.
 class Scramble : public testing::Test
 {
 protected:

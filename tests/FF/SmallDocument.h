@@ -109,7 +109,8 @@ inline void ReadByKey(FF_Document& ioDocument, std::string& ioText)
             continue;
         }
         FF_StreamListReader list(&ioDocument, in);
-        // A list of more items than are registered is a broken promise of its writer; asking for those asserts.
+        // A list of more items than are registered is a broken promise of its writer;
+        // asking for those asserts.
         for (Cmn_Int32 i = std::min(list.GetNumItems(), toc.GetNumValues(entry) - 1) - 1; i >= 0; --i) {
             list.SeekToListEntry(i);
             ReadStream(FF_StreamHeaderReader(&ioDocument, in, 0, FF_StreamHeaderReader::eUseExtendedTOC), in,
@@ -133,9 +134,9 @@ inline void ReadInSequence(FF_Document& ioDocument, std::string& ioText)
 // What was read before something was refused, and the complaint, which is empty when nothing was.
 struct Reading
 {
-    std::string text;
-    std::string complaint;
-    bool namesFile = true;
+    std::string mText;
+    std::string mComplaint;
+    bool mNamesFile = true;
 };
 
 inline Reading Read(const std::string& iPath)
@@ -144,11 +145,11 @@ inline Reading Read(const std::string& iPath)
     try {
         FF_Document document = Make(iPath);
         document.Open(Sys_Store::eOpenFlag_Read);
-        ReadByKey(document, result.text);
-        ReadInSequence(document, result.text);
+        ReadByKey(document, result.mText);
+        ReadInSequence(document, result.mText);
     } catch (const Cmn_Exception& exception) {
-        result.complaint = exception.Describe();
-        result.namesFile = !exception.GetFile().empty();
+        result.mComplaint = exception.Describe();
+        result.mNamesFile = !exception.GetFile().empty();
     }
     return result;
 }
@@ -177,9 +178,9 @@ inline std::multiset<std::string> Pieces(const std::string& iPath)
     Sys_TypedInStream in = document.MakeTypedInStream();
     std::multiset<std::string> pieces;
     for (const FF_StreamInfo& stream : FF_DocumentCheck::ListStreams(document)) {
-        if (stream.streamType < eSong) continue;
-        in.SetPosition(stream.position);
-        pieces.insert(WithoutPlace(TakeBytes(in, stream.size)));
+        if (stream.mStreamType < eSong) continue;
+        in.SetPosition(stream.mPosition);
+        pieces.insert(WithoutPlace(TakeBytes(in, stream.mSize)));
     }
     return pieces;
 }

@@ -17,7 +17,8 @@
 
 inline constexpr char cPath[] = "/songs/take.kora";
 
-// One document file in a file system of its own; a report of a broken precondition that the test did not take fails it.
+// One document file in a file system of its own; a report of a broken precondition that the
+// test did not take fails it.
 class StDocument : public testing::Test
 {
 protected:
@@ -81,7 +82,7 @@ protected:
     {
         std::string text;
         for (const FF_Fault& fault : iFaults)
-            text += (text.empty() ? "" : "; ") + std::to_string(fault.offset) + ": " + fault.text;
+            text += (text.empty() ? "" : "; ") + std::to_string(fault.mOffset) + ": " + fault.mText;
         return text;
     }
     // The words of the reports so far.

@@ -35,7 +35,7 @@ TEST_F(StreamHeaderTest, ThreeItemsAreOneTwoThreeAndTheBytesAreTheSameWithoutDoc
         document.Flush();
         std::string items;
         for (const FF_StreamInfo& stream : FF_DocumentCheck::ListStreams(document))
-            items += std::to_string(stream.listIndex);
+            items += std::to_string(stream.mListIndex);
         EXPECT_EQ(items, "01230");
         const Bytes bytes = FileBytes();
         streams[hasDocument] = Bytes(bytes.begin() + start, bytes.begin() + document.GetTOCOffset());
@@ -58,7 +58,7 @@ TEST_F(StreamHeaderTest, WhatFollowsTheItemsInsideAListIsInNoneOfThem)
         const FF_StreamHeaderWriter after(&document, out, cAfter, 1);
     }
     document.Flush();
-    EXPECT_EQ(FF_DocumentCheck::ListStreams(document).back().listIndex, 0U);
+    EXPECT_EQ(FF_DocumentCheck::ListStreams(document).back().mListIndex, 0U);
 
     Sys_TypedInStream in = document.MakeTypedInStream();
     ASSERT_TRUE(document.SeekToStream(Key(cList), in));
@@ -72,7 +72,7 @@ TEST_F(StreamHeaderTest, ReadersGoWhereTheTableSends)
 {
     enum ERegistered { eNone, eHere, eElsewhere, eHereAndElsewhere, eInvalid };
     // clang-format off
-    const struct { const char* name; ERegistered registered; Reader::EUseExtendedTOC use; bool stay; Cmn_Int32 number; } rows[] = {
+    const struct { const char* mName; ERegistered mRegistered; Reader::EUseExtendedTOC mUse; bool mStay; Cmn_Int32 mNumber; } rows[] = {
         {"not registered",              eNone,             Reader::eUseExtendedTOC,    false, 70},
         {"registered in place",         eHere,             Reader::eUseExtendedTOC,    false, 70},
         {"written anew",                eElsewhere,        Reader::eUseExtendedTOC,    false, 71},
@@ -85,7 +85,7 @@ TEST_F(StreamHeaderTest, ReadersGoWhereTheTableSends)
     };
     // clang-format on
     for (const auto& row : rows) {
-        SCOPED_TRACE(row.name);
+        SCOPED_TRACE(row.mName);
         Document document(Sys_Store::eOpenFlag_New);
         Sys_TypedOutStream out = document.MakeTypedOutStream();
         const auto number = [&](Cmn_Int32 iNumber) {
@@ -98,26 +98,26 @@ TEST_F(StreamHeaderTest, ReadersGoWhereTheTableSends)
         Write(document, 8, 80);
         const std::uint64_t elsewhere = number(71);
         const std::uint64_t offsets[] = {elsewhere, here};
-        const bool isHere = row.registered == eHere || row.registered == eHereAndElsewhere;
-        if (row.registered != eNone) document.AddTOCEntry(Key(7), 0, offsets[row.registered == eHere], "7");
+        const bool isHere = row.mRegistered == eHere || row.mRegistered == eHereAndElsewhere;
+        if (row.mRegistered != eNone) document.AddTOCEntry(Key(7), 0, offsets[row.mRegistered == eHere], "7");
         if (isHere) document.AddTOCEntry(Key(7), 0, here, "7");
-        if (row.registered == eInvalid) static_cast<void>(document.InvalidateKey(Key(7), 0));
+        if (row.mRegistered == eInvalid) static_cast<void>(document.InvalidateKey(Key(7), 0));
         document.Flush();
 
         Sys_TypedInStream in = document.MakeTypedInStream();
         in.SetPosition(static_cast<Cmn_Int64>(here));
         Cmn_Int32 found = -1;
         try {
-            const Reader header(&document, in, 7, row.use, row.stay);
+            const Reader header(&document, in, 7, row.mUse, row.mStay);
             EXPECT_EQ(Key(document.GetCurrentContext()), Key(7));
-            EXPECT_EQ(header.IsRedirected(), row.number == 71);
+            EXPECT_EQ(header.IsRedirected(), row.mNumber == 71);
             found = in.ReadInt32();
             EXPECT_FALSE(header.IsMoreLeft());
         } catch (const FF_Document::InvalidContextException& exception) {
             EXPECT_EQ(exception.GetOffset(), static_cast<Cmn_Int64>(here));
             in.SetPosition(static_cast<Cmn_Int64>(here) + 26 + 2 + 4);
         }
-        EXPECT_EQ(found, row.number);
+        EXPECT_EQ(found, row.mNumber);
         EXPECT_TRUE(document.GetCurrentContext().empty());
         EXPECT_EQ(Reader::GetNextStreamType(in), 8) << "the input stands behind the one in place";
     }
@@ -132,7 +132,7 @@ TEST_F(StreamHeaderTest, ItemsAreFoundByTableAndByWalk)
     document.Flush();
     enum EFound : Cmn_Int32 { eThrows = -1, eReports = -2 };
     // clang-format off
-    const struct { const char* name; bool hasDocument; Reader::EUseExtendedTOC use; Cmn_Int32 item; Cmn_Int32 found; } rows[] = {
+    const struct { const char* mName; bool mHasDocument; Reader::EUseExtendedTOC mUse; Cmn_Int32 mItem; Cmn_Int32 mFound; } rows[] = {
         {"by the table",                true,  Reader::eUseExtendedTOC,     2, 2},
         {"an invalid one",              true,  Reader::eUseExtendedTOC,     1, eThrows},
         {"as many as there are",        true,  Reader::eUseExtendedTOC,     3, eThrows},
@@ -146,25 +146,25 @@ TEST_F(StreamHeaderTest, ItemsAreFoundByTableAndByWalk)
     // clang-format on
     Sys_TypedInStream in = document.MakeTypedInStream();
     for (const auto& row : rows) {
-        SCOPED_TRACE(row.name);
+        SCOPED_TRACE(row.mName);
         EXPECT_TRUE(document.SeekToStream(Key(cList), in));
-        FF_Document* const with = row.hasDocument ? &document : nullptr;
+        FF_Document* const with = row.mHasDocument ? &document : nullptr;
         Cmn_Int32 found = eThrows;
         {
-            const Reader header(with, in, cList, row.use);
+            const Reader header(with, in, cList, row.mUse);
             FF_StreamListReader list(with, in);
             EXPECT_EQ(list.GetNumItems(), 3);
             try {
-                list.SeekToListEntry(row.item);
+                list.SeekToListEntry(row.mItem);
                 found = eReports;
-                EXPECT_EQ(list.GetCurrentItem(), row.found == eReports ? -1 : row.item);
-                if (row.found != eReports) found = (Reader(with, in, cItem), in.ReadInt32());
+                EXPECT_EQ(list.GetCurrentItem(), row.mFound == eReports ? -1 : row.mItem);
+                if (row.mFound != eReports) found = (Reader(with, in, cItem), in.ReadInt32());
             } catch (const FF_Document::InvalidContextException&) {
                 EXPECT_EQ(list.GetCurrentItem(), -1);
             }
         }
-        EXPECT_EQ(TakeReports(), row.found == eReports ? "iListIndex <= (Cmn_Int32)values.size()" : "");
-        EXPECT_EQ(found, row.found);
+        EXPECT_EQ(TakeReports(), row.mFound == eReports ? "iListIndex <= (Cmn_Int32)values.size()" : "");
+        EXPECT_EQ(found, row.mFound);
         EXPECT_EQ(Reader::GetNextStreamType(in), cAfter);
     }
 }

@@ -58,7 +58,8 @@ std::string Times(int iCount, const std::string& iText)
     return text;
 }
 
-// Two keys: a list with two items, whose second lies in two pieces, and a stream that knows no part of its value.
+// Two keys: a list with two items, whose second lies in two pieces, and a stream that
+// knows no part of its value.
 const std::string cSmallBody = "02000000"
                                " 01000000 0400 FFFFFFFF 01 00000000" // {4}, a list
                                " 02000000"
@@ -98,28 +99,28 @@ TEST(TOC, BytesAreAsTheFormatSays)
 
 struct PlainValue
 {
-    std::size_t plains = 0; // in front of the last location
-    int locationType = 1;
-    std::vector<Cmn_UInt32> offsets{};
-    std::string location{};
-    int displayType = 1;
-    std::string display{};
-    int indexType = 0;
-    std::string index{};
+    std::size_t mPlains = 0; // in front of the last location
+    int mLocationType = 1;
+    std::vector<Cmn_UInt32> mOffsets{};
+    std::string mLocation{};
+    int mDisplayType = 1;
+    std::string mDisplay{};
+    int mIndexType = 0;
+    std::string mIndex{};
 
-    bool HasOffsets() const { return plains == 0 && !offsets.empty(); }
+    bool HasOffsets() const { return mPlains == 0 && !mOffsets.empty(); }
     void AddOffset(Cmn_UInt32 iOffset)
     {
-        if (plains != 0 || locationType != 1) Invalidate();
-        locationType = 1;
-        offsets.push_back(iOffset);
+        if (mPlains != 0 || mLocationType != 1) Invalidate();
+        mLocationType = 1;
+        mOffsets.push_back(iOffset);
     }
     void Invalidate()
     {
-        plains = 0;
-        locationType = 0;
-        offsets.clear();
-        location.clear();
+        mPlains = 0;
+        mLocationType = 0;
+        mOffsets.clear();
+        mLocation.clear();
     }
     TOCValue Make() const
     {
@@ -137,23 +138,23 @@ struct PlainValue
             ioStream.WriteInt16(static_cast<Cmn_Int16>(iSize));
             ioStream.WriteBytes(iBytes.data(), iBytes.size());
         };
-        const std::size_t last = locationType == 1 ? 2 + 4 * offsets.size() : location.size();
-        for (std::size_t i = plains; i > 0; --i)
+        const std::size_t last = mLocationType == 1 ? 2 + 4 * mOffsets.size() : mLocation.size();
+        for (std::size_t i = mPlains; i > 0; --i)
             part(0, 3 * i + last, "");
-        part(locationType, last, location);
-        if (locationType == 1) ioStream.WriteInt16(static_cast<Cmn_Int16>(offsets.size()));
-        for (const Cmn_UInt32 offset : offsets)
+        part(mLocationType, last, mLocation);
+        if (mLocationType == 1) ioStream.WriteInt16(static_cast<Cmn_Int16>(mOffsets.size()));
+        for (const Cmn_UInt32 offset : mOffsets)
             ioStream.WriteUInt32(offset);
-        part(displayType, display.size() + (displayType == 1 ? 4 : 0), displayType == 1 ? "" : display);
-        if (displayType == 1) ioStream.WriteString(display);
-        part(indexType, index.size(), index);
+        part(mDisplayType, mDisplay.size() + (mDisplayType == 1 ? 4 : 0), mDisplayType == 1 ? "" : mDisplay);
+        if (mDisplayType == 1) ioStream.WriteString(mDisplay);
+        part(mIndexType, mIndex.size(), mIndex);
     }
 };
 
 struct PlainEntry
 {
-    std::vector<Context> contexts;
-    std::vector<PlainValue> values;
+    std::vector<Context> mContexts;
+    std::vector<PlainValue> mValues;
 };
 
 class Script
@@ -180,16 +181,16 @@ private:
         if (kind == 20) return Forget();
         if (kind < 23) return Stream();
         const auto at = std::next(mModel.begin(), Below(mModel.size()));
-        const TOC::Entry entry = mTable.Find(at->second.contexts);
+        const TOC::Entry entry = mTable.Find(at->second.mContexts);
         ASSERT_NE(entry, TOC::cNone);
-        std::vector<PlainValue>& values = at->second.values;
+        std::vector<PlainValue>& values = at->second.mValues;
         if (kind < 25) {
             const bool isList = Below(2) == 0;
             mTable.SetIsList(entry, isList);
-            at->second.contexts.back().SetIsList(isList);
+            at->second.mContexts.back().SetIsList(isList);
         } else if (values.empty() || kind < 50) {
-            values.emplace_back().display = std::string(Below(30), static_cast<char>('a' + mStep % 26));
-            mTable.AddValue(entry, values.back().display);
+            values.emplace_back().mDisplay = std::string(Below(30), static_cast<char>('a' + mStep % 26));
+            mTable.AddValue(entry, values.back().mDisplay);
         } else {
             const Cmn_UInt32 i = Below(values.size());
             Change(entry, static_cast<Cmn_Int32>(i), values[i], kind);
@@ -208,7 +209,7 @@ private:
         const auto [at, isNew] = mModel.try_emplace(TOCKey(contexts), PlainEntry{contexts, {}});
         for (std::size_t i = 0; i < contexts.size() && !isNew; ++i)
             if (const Cmn_UInt32 parent = contexts[i].GetParentPosition(); parent != Context::cNoParent)
-                at->second.contexts[i].SetParentPosition(parent);
+                at->second.mContexts[i].SetParentPosition(parent);
         mTable.Insert(contexts);
     }
 
@@ -224,14 +225,14 @@ private:
             ioValue.Invalidate();
             mTable.Invalidate(iEntry, iValue);
         } else {
-            ioValue = {.plains = Below(4),
-                       .locationType = static_cast<int>(Below(4)),
-                       .displayType = static_cast<int>(Below(3)),
-                       .display = std::string(Below(40), 'v'),
-                       .indexType = static_cast<int>(Below(256)),
-                       .index = SomeBytes()};
-            if (ioValue.locationType == 1) ioValue.offsets.assign(Below(3), Below(cEnd));
-            if (ioValue.locationType > 1) ioValue.location = SomeBytes();
+            ioValue = {.mPlains = Below(4),
+                       .mLocationType = static_cast<int>(Below(4)),
+                       .mDisplayType = static_cast<int>(Below(3)),
+                       .mDisplay = std::string(Below(40), 'v'),
+                       .mIndexType = static_cast<int>(Below(256)),
+                       .mIndex = SomeBytes()};
+            if (ioValue.mLocationType == 1) ioValue.mOffsets.assign(Below(3), Below(cEnd));
+            if (ioValue.mLocationType > 1) ioValue.mLocation = SomeBytes();
             mTable.SetValue(iEntry, iValue, ioValue.Make());
         }
     }
@@ -240,9 +241,9 @@ private:
     {
         const Cmn_UInt32 from = cEnd - Below(cEnd / 8);
         for (auto at = mModel.begin(); at != mModel.end();) {
-            std::vector<PlainValue>& values = at->second.values;
+            std::vector<PlainValue>& values = at->second.mValues;
             for (std::size_t i = values.size(); i-- > 0;) {
-                std::vector<Cmn_UInt32>& offsets = values[i].offsets;
+                std::vector<Cmn_UInt32>& offsets = values[i].mOffsets;
                 if (std::erase_if(offsets, [from](Cmn_UInt32 iOffset) { return iOffset >= from; }) == 0)
                     continue;
                 if (values[i].HasOffsets()) continue;
@@ -272,9 +273,9 @@ private:
         stream.WriteInt16(2);
         stream.WriteInt32(static_cast<Cmn_Int32>(mModel.size()));
         for (const auto& [key, entry] : mModel) {
-            TOCKey(entry.contexts).StreamOut(stream);
-            stream.WriteInt32(static_cast<Cmn_Int32>(entry.values.size()));
-            for (const PlainValue& value : entry.values)
+            TOCKey(entry.mContexts).StreamOut(stream);
+            stream.WriteInt32(static_cast<Cmn_Int32>(entry.mValues.size()));
+            for (const PlainValue& value : entry.mValues)
                 value.StreamOut(stream);
         }
         return bytes.TakeBytes();
@@ -291,21 +292,21 @@ private:
                 << mTable.Dump();
         }
         for (const auto& [key, entry] : mModel)
-            CheckEntry(mTable.Find(entry.contexts), entry);
+            CheckEntry(mTable.Find(entry.mContexts), entry);
     }
 
     void CheckEntry(TOC::Entry iEntry, const PlainEntry& iPlain) const
     {
-        ASSERT_EQ(mTable.GetNumValues(iEntry), static_cast<Cmn_Int32>(iPlain.values.size()));
-        EXPECT_EQ(mTable.IsList(iEntry), iPlain.contexts.back().IsList());
+        ASSERT_EQ(mTable.GetNumValues(iEntry), static_cast<Cmn_Int32>(iPlain.mValues.size()));
+        EXPECT_EQ(mTable.IsList(iEntry), iPlain.mContexts.back().IsList());
         for (Cmn_Int32 i = 0; i < mTable.GetNumValues(iEntry); ++i) {
-            const PlainValue& plain = iPlain.values[static_cast<std::size_t>(i)];
+            const PlainValue& plain = iPlain.mValues[static_cast<std::size_t>(i)];
             Cmn_UInt32 first = 0;
             ASSERT_EQ(mTable.GetFirstOffset(iEntry, i, first), plain.HasOffsets());
             EXPECT_FALSE(mTable.HasOffset(iEntry, i, cEnd + 100));
             if (plain.HasOffsets()) {
-                EXPECT_EQ(first, plain.offsets.front());
-                EXPECT_TRUE(mTable.HasOffset(iEntry, i, plain.offsets.back()));
+                EXPECT_EQ(first, plain.mOffsets.front());
+                EXPECT_TRUE(mTable.HasOffset(iEntry, i, plain.mOffsets.back()));
             }
             ASSERT_EQ(::Streamed(mTable.GetValue(iEntry, i)), ::Streamed(plain));
             const TOCValue made = plain.Make();
@@ -337,7 +338,7 @@ TEST(TOC, HostileTablesAreRefusedAndTheContentStays)
         return "01000000" + key + " 01000000 " + iLocation + iDisplay + " 00 0000";
     };
     // clang-format off
-    const struct { const char* name; bool isRead; std::string body; } cases[] = {
+    const struct { const char* mName; bool mIsRead; std::string mBody; } cases[] = {
         {"no keys", true, "00000000"},
         {"a key without values", true, "01000000" + key + "00000000"},
         {"one value", true, "01000000" + key + value},
@@ -357,16 +358,16 @@ TEST(TOC, HostileTablesAreRefusedAndTheContentStays)
     };
     // clang-format on
     for (const auto& row : cases) {
-        SCOPED_TRACE(row.name);
+        SCOPED_TRACE(row.mName);
         TOC table;
         Read(table, Framed(cSmallBody));
         const Bytes before = Streamed(table, false);
-        const Bytes bytes = Framed(row.body);
-        if (row.isRead)
+        const Bytes bytes = Framed(row.mBody);
+        if (row.mIsRead)
             EXPECT_NO_THROW(Read(table, bytes));
         else
             EXPECT_THROW(Read(table, bytes), Sys_StreamReadException);
-        EXPECT_EQ(Streamed(table, false), row.isRead ? bytes : before);
+        EXPECT_EQ(Streamed(table, false), row.mIsRead ? bytes : before);
     }
     TOC table;
     EXPECT_THROW(Read(table, Framed("00000000", 2, 1)), Cmn_DocumentTooOldException);
@@ -462,7 +463,7 @@ TEST(TOC, DescriptionsAreUtf8OnDiskAndCutAtACharacter)
 {
     const std::string full(32763, 'a');
     // clang-format off
-    const struct { const char* name; ETextEncoding encoding; bool repair; std::string given, onDisk, taken; } cases[] = {
+    const struct { const char* mName; ETextEncoding mEncoding; bool mRepair; std::string mGiven, mOnDisk, mTaken; } cases[] = {
         {"what just fits", eTextEncoding_Utf8, false, full, full, full},
         {"one byte too many", eTextEncoding_Utf8, false, full + "b", full, full},
         {"a character across the end", eTextEncoding_Utf8, false, full.substr(2) + "\xE2\x82\xAC",
@@ -474,16 +475,16 @@ TEST(TOC, DescriptionsAreUtf8OnDiskAndCutAtACharacter)
     };
     // clang-format on
     for (const auto& row : cases) {
-        SCOPED_TRACE(row.name);
+        SCOPED_TRACE(row.mName);
         TOC table;
-        table.SetTextForm(row.encoding, row.repair);
-        table.AddValue(table.Insert(std::vector{Context(4)}), row.given);
-        EXPECT_EQ(table.GetValue(0, 0).GetDisplayInfo().GetText(), row.taken);
+        table.SetTextForm(row.mEncoding, row.mRepair);
+        table.AddValue(table.Insert(std::vector{Context(4)}), row.mGiven);
+        EXPECT_EQ(table.GetValue(0, 0).GetDisplayInfo().GetText(), row.mTaken);
         TOC back;
         Read(back, Streamed(table, false));
-        EXPECT_EQ(back.GetValue(0, 0).GetDisplayInfo().GetText(), row.onDisk);
-        if (row.repair) continue;
-        table.SetValue(0, 0, TOCValue(row.given, row.encoding));
+        EXPECT_EQ(back.GetValue(0, 0).GetDisplayInfo().GetText(), row.mOnDisk);
+        if (row.mRepair) continue;
+        table.SetValue(0, 0, TOCValue(row.mGiven, row.mEncoding));
         EXPECT_EQ(Streamed(table, false), Streamed(back, false));
     }
 }

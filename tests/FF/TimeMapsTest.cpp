@@ -14,21 +14,21 @@ using Texts = std::vector<std::string>; // of meter, tempo and key map
 struct Maps
 {
     Maps(const std::string& iMeters, double iTempo, Cmn_UInt8 iSharps)
-        : meters(MakeMeterMap(iMeters))
+        : mMeters(MakeMeterMap(iMeters))
     {
-        tempi.AddSegment(std::make_unique<Time_ConstantTempoSeg>(At(0), iTempo, Time_TickLength(cQuarter)));
-        keys.SetKeySignature(At(4), Time_KeySignature(true, true, iSharps));
+        mTempi.AddSegment(std::make_unique<Time_ConstantTempoSeg>(At(0), iTempo, Time_TickLength(cQuarter)));
+        mKeys.SetKeySignature(At(4), Time_KeySignature(true, true, iSharps));
     }
-    void Write(FF_Document& ioDocument) const { FF_TimeMaps::Write(ioDocument, meters, tempi, keys); }
-    Cmn_Int32 Read(FF_Document& ioDocument) { return FF_TimeMaps::Read(ioDocument, meters, tempi, keys); }
+    void Write(FF_Document& ioDocument) const { FF_TimeMaps::Write(ioDocument, mMeters, mTempi, mKeys); }
+    Cmn_Int32 Read(FF_Document& ioDocument) { return FF_TimeMaps::Read(ioDocument, mMeters, mTempi, mKeys); }
     Texts Text() const
     {
-        return {meters.GetAsXML().ToString(), tempi.GetAsXML().ToString(), keys.GetAsXML().ToString()};
+        return {mMeters.GetAsXML().ToString(), mTempi.GetAsXML().ToString(), mKeys.GetAsXML().ToString()};
     }
 
-    Time_MeterMap meters;
-    Time_TempoMap tempi;
-    Time_KeySignatureMap keys;
+    Time_MeterMap mMeters;
+    Time_TempoMap mTempi;
+    Time_KeySignatureMap mKeys;
 };
 
 using TimeMapsTest = StDocument;
@@ -56,7 +56,7 @@ TEST_F(TimeMapsTest, MapsComeBackAsTheyWereWrittenLast)
 TEST_F(TimeMapsTest, OtherVersionsAreAnsweredAndTheOtherMapsStay)
 {
     // clang-format off
-    const struct { const char* name; Cmn_Int16 type; Cmn_Int16 version; const char* inner; Cmn_Int16 innerVersion; int message; } rows[] = {
+    const struct { const char* mName; Cmn_Int16 mType; Cmn_Int16 mVersion; const char* mInner; Cmn_Int16 mInnerVersion; int mMessage; } rows[] = {
         {"a meter map too old to be wanted", 16, 1, "Meter",         1, 0},
         {"a newer meter map",                16, 1, "Meter",         3, Cmn_eMessage_DocumentTooNew},
         {"an older stream around a map",     17, 0, "TempoMap",      1, Cmn_eMessage_DocumentTooOld},
@@ -68,24 +68,24 @@ TEST_F(TimeMapsTest, OtherVersionsAreAnsweredAndTheOtherMapsStay)
     for (const auto& row : rows) {
         Document document(Sys_Store::eOpenFlag_New);
         cWritten.Write(document);
-        static_cast<void>(document.InvalidateKey(FF_Document::TOCKey(row.type), 0));
+        static_cast<void>(document.InvalidateKey(FF_Document::TOCKey(row.mType), 0));
         Sys_TypedOutStream out = document.MakeTypedOutStream();
-        FF_Document::AddTOCEntry(&document, static_cast<Cmn_UInt64>(out.GetPosition()), row.type, "by hand");
+        FF_Document::AddTOCEntry(&document, static_cast<Cmn_UInt64>(out.GetPosition()), row.mType, "by hand");
         {
-            const FF_StreamHeaderWriter header(&document, out, row.type, row.version);
-            const Sys_StdStreamHeaderWriter inner(out, row.inner, row.innerVersion);
+            const FF_StreamHeaderWriter header(&document, out, row.mType, row.mVersion);
+            const Sys_StdStreamHeaderWriter inner(out, row.mInner, row.mInnerVersion);
             out.WriteInt32(0);
         }
         document.Flush();
         Maps maps("1| 7/8", 60, 2);
         Texts expected = maps.Text();
-        EXPECT_EQ(MessageOf([&] { maps.Read(document); }), row.message) << row.name;
+        EXPECT_EQ(MessageOf([&] { maps.Read(document); }), row.mMessage) << row.mName;
         // Maps before the one that throws are read; one that is skipped lets those behind it be read too.
         for (std::size_t i = 0; i < 3; ++i)
             if (const auto type = static_cast<Cmn_Int16>(16 + i);
-                type < row.type || (type > row.type && row.message == 0))
+                type < row.mType || (type > row.mType && row.mMessage == 0))
                 expected[i] = cWritten.Text()[i];
-        EXPECT_EQ(maps.Text(), expected) << row.name;
+        EXPECT_EQ(maps.Text(), expected) << row.mName;
         EXPECT_TRUE(document.GetCurrentContext().empty());
     }
 }
@@ -97,7 +97,7 @@ TEST_F(TimeMapsTest, TheSongsEndAndRateComeBackAsWrittenLastOrAreRefused)
     const double none = std::numeric_limits<double>::quiet_NaN();
     const Time_Tick past = Time_Typed::MaxTime(Time_eType_Ticks).AsTick() + Time_TickLength(1);
     // clang-format off
-    const struct { const char* name; Info info; int message; } rows[] = {
+    const struct { const char* mName; Info mInfo; int mMessage; } rows[] = {
         {"as a song has them",     {At(7), 48000.0, eTimeCodeFormat_2997Drop}, 0},
         {"the slowest rate",       {At(7), 1000.0, eTimeCodeFormat_24}, 0},
         {"the fastest rate",       {At(7), 768000.0, eTimeCodeFormat_60Drop}, 0},
@@ -112,15 +112,15 @@ TEST_F(TimeMapsTest, TheSongsEndAndRateComeBackAsWrittenLastOrAreRefused)
     Info read;
     EXPECT_FALSE(FF_TimeMaps::ReadInfo(document, read));
     for (const auto& row : rows) {
-        FF_TimeMaps::WriteInfo(document, row.info);
+        FF_TimeMaps::WriteInfo(document, row.mInfo);
         document.Flush();
         const Info before = read;
-        EXPECT_EQ(MessageOf([&] { EXPECT_TRUE(FF_TimeMaps::ReadInfo(document, read)); }), row.message)
-            << row.name;
-        const Info& expected = row.message == 0 ? row.info : before;
+        EXPECT_EQ(MessageOf([&] { EXPECT_TRUE(FF_TimeMaps::ReadInfo(document, read)); }), row.mMessage)
+            << row.mName;
+        const Info& expected = row.mMessage == 0 ? row.mInfo : before;
         EXPECT_TRUE(read.mEndTick == expected.mEndTick && read.mSampleRate == expected.mSampleRate &&
                     read.mTimeCodeFormat == expected.mTimeCodeFormat)
-            << row.name;
+            << row.mName;
     }
     EXPECT_EQ(document.GetTOC().GetNumKeys(), 1);
 }

@@ -1,8 +1,8 @@
-// Any bytes as a document: they are refused with one documented complaint, or all of it is read, its song too; it is
-// checked, repaired and appended to, and what repair and flush write is without fault.
+// Any bytes as a document: they are refused with one documented complaint, or all of it is read, its song
+// too; it is checked, repaired and appended to, and what repair and flush write is without fault.
 //
-// Sums keep damage out, and with it most of what a fuzzer tries. The mutator below works on the unmasked bytes and
-// makes the sums right again afterwards, from the innermost frame outward.
+// Sums keep damage out, and with it most of what a fuzzer tries. The mutator below works on the unmasked
+// bytes and makes the sums right again afterwards, from the innermost frame outward.
 #include "Bastel/Cmn/Cmn_XMLNode.h"
 #include "Bastel/Sys/Sys_ByteOrder_p.h"
 #include "Bastel/Sys/Sys_Crc32C.h"
@@ -20,6 +20,7 @@
 extern "C" std::size_t LLVMFuzzerMutate(unsigned char* ioBytes, std::size_t iSize, std::size_t iMaxSize);
 
 namespace {
+
 constexpr std::size_t cHeaderStream = 30;
 const std::string cPath = "fuzz.kora";
 const std::string cRepaired = "repaired.kora";
@@ -68,7 +69,8 @@ std::vector<std::size_t> FindFrames(std::span<unsigned char> iFile)
     return frames;
 }
 
-// Mutates what one frame holds; the frames around it get its new size, the table the new places. Returns the new size.
+// Mutates what one frame holds; the frames around it get its new size, the table the new
+// places. Returns the new size.
 std::size_t MutateBody(unsigned char* ioBytes, std::size_t iSize, std::size_t iMaxSize, unsigned iSeed)
 {
     const std::span<unsigned char> file(ioBytes, iSize);
@@ -162,8 +164,8 @@ void ReadSong()
     }
 }
 
-// An outermost stream whose sum is right is taken with all it holds, even one that was written with nested headers that are
-// wrong. Damage makes none; the mutator does.
+// An outermost stream whose sum is right is taken with all it holds, even one that was written with nested
+// headers that are wrong. Damage makes none; the mutator does.
 bool IsAsItWasWritten(const std::string& iFault) { return iFault.starts_with("expected body sum of "); }
 
 void CheckRepair()
@@ -199,6 +201,7 @@ void Check(unsigned iSeed)
     const std::string complaint = Append();
     Require(!opens || complaint.empty(), "what can be read can be appended to: " + complaint);
 }
+
 } // namespace
 
 extern "C" std::size_t LLVMFuzzerCustomMutator(unsigned char* ioBytes, std::size_t iSize,
@@ -220,9 +223,7 @@ extern "C" std::size_t LLVMFuzzerCustomMutator(unsigned char* ioBytes, std::size
 
 extern "C" int LLVMFuzzerTestOneInput(const unsigned char* iBytes, std::size_t iSize)
 {
-    Disk().SetFiles({
-        {cPath, {iBytes, iBytes + iSize}}
-    });
+    Disk().SetFiles({{cPath, {iBytes, iBytes + iSize}}});
     Disk().ClearLog();
     Check(Sys_Crc32C(0, iBytes, iSize));
     return 0;

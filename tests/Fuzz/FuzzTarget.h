@@ -1,5 +1,5 @@
-// FuzzTarget: what every fuzzing program begins with. A report of the library's assertions is a failure: no bytes may
-// break a precondition.
+// FuzzTarget: what every fuzzing program begins with. A report of the library's assertions is a failure: no
+// bytes may break a precondition.
 #pragma once
 
 #include "Bastel/Cmn/Cmn_Assert.h"

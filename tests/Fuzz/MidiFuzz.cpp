@@ -1,4 +1,5 @@
-// Any bytes as a MIDI file: they are refused with one line, or the song and both forms of its report come out of them.
+// Any bytes as a MIDI file: they are refused with one line, or the song and both forms of its
+// report come out of them.
 #include "Fuzz/FuzzTarget.h"
 #include "Tool/Tool_InputError.h"
 #include "Tool/Tool_SongReport.h"
@@ -6,6 +7,7 @@
 #include <cstring>
 
 namespace {
+
 void Check(std::string_view iBytes)
 {
     const Tool_Song song(Tool_MidiFile::Parse(iBytes, "fuzz.mid"), Tool_Settings());
@@ -16,6 +18,7 @@ void Check(std::string_view iBytes)
     Require(song.GetMeterMap().BarBeatToTick(song.GetMeterMap().TickToBarBeat(end)) == end,
             "bar, beat and tick of the end lead back to it");
 }
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const unsigned char* iBytes, std::size_t iSize)

@@ -1,5 +1,5 @@
-// Any bytes as a MIDI file: what is taken is written as the same bytes and copied as the same events, and its maps, written
-// into it, change nothing, and written into a new file, are read as the same.
+// Any bytes as a MIDI file: what is taken is written as the same bytes and copied as the same events, and its
+// maps, written into it, change nothing, and written into a new file, are read as the same.
 #include "Bastel/Cmn/Cmn_XMLNode.h"
 #include "Fuzz/FuzzTarget.h"
 #include "Kora/SMF/SMF_Exception.h"
@@ -12,6 +12,7 @@
 #include <cstring>
 
 namespace {
+
 struct Maps
 {
     explicit Maps(const SMF_File& iFile)
@@ -65,6 +66,7 @@ void Check(std::string_view iBytes)
     Write(fresh, maps);
     Require(Maps(SMF_File::Read(fresh.Write())).Text() == maps.Text(), "maps come back from a new file");
 }
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const unsigned char* iBytes, std::size_t iSize)

@@ -11,7 +11,8 @@
 
 #include <functional>
 
-// One test, because a process does not forget what it was given; the last row sets up what its successors need.
+// One test, because a process does not forget what it was given; the last row sets up
+// what its successors need.
 TEST(Uninitialized, EveryFirstUseIsReportedAndHarmless)
 {
     const AssertRecorder asserts;
@@ -26,12 +27,12 @@ TEST(Uninitialized, EveryFirstUseIsReportedAndHarmless)
     char path[1024];
     const struct
     {
-        const char* what;
-        std::function<Cmn_Int64()> use;
-        Cmn_Int64 result;
-        bool isReported = true;
+        const char* mWhat;
+        std::function<Cmn_Int64()> mUse;
+        Cmn_Int64 mResult;
+        bool mIsReported = true;
     } cRows[] = {
-  // clang-format off
+        // clang-format off
         {"a conversion",                [&] { return map.TickToSample(second).AsInt64(); }, 0},
         {"to the first sample",         [&] { return map.TickToFirstSample(second).AsInt64(); }, 0},
         {"a conversion without limit",  [&] { return map.TickToSample(second, false).AsInt64(); }, 44100, false},
@@ -52,14 +53,14 @@ TEST(Uninitialized, EveryFirstUseIsReportedAndHarmless)
         {"a task",                      [] { return SDS_ITokenTask(0).ProcessTokens(0, Time_Sample(), 0); }, 0},
         {"a pause",                     [] { SDS_ITokenTask::SetTokensPaused(true);
                                              SDS_ITokenTask::SetTokensPaused(false); return 0; }, 0, false},
-  // clang-format on
+        // clang-format on
     };
     for (const auto& row : cRows) {
-        SCOPED_TRACE(row.what);
-        EXPECT_EQ(row.use(), row.result);
+        SCOPED_TRACE(row.mWhat);
+        EXPECT_EQ(row.mUse(), row.mResult);
         const std::vector<std::string> reports = asserts.Take();
-        ASSERT_EQ(reports.size(), row.isReported ? 1u : 0u);
-        if (row.isReported) {
+        ASSERT_EQ(reports.size(), row.mIsReported ? 1u : 0u);
+        if (row.mIsReported) {
             EXPECT_EQ(reports[0].rfind("Kora_Init::sInitializedCount > 0@$^$@", 0), 0u) << reports[0];
         }
     }

@@ -43,7 +43,8 @@ protected:
 
 } // namespace
 
-// Random steps, merged, limited, saved, undone and redone, against the texts that the world had at each position.
+// Random steps, merged, limited, saved, undone and redone, against the texts that the
+// world had at each position.
 TEST_F(History, FollowsAPlainListOfTexts)
 {
     const unsigned seed = std::random_device()();

@@ -95,23 +95,23 @@ TEST_F(OperationTest, ARestoreInsideAnothersIsItsOwn)
     std::unique_ptr<Ndo_Operation> outer, middle, inner, middleRedo;
     const struct
     {
-        const char* what;
-        std::function<void()> edit;
-        Reports reports = {};
+        const char* mWhat;
+        std::function<void()> mEdit;
+        Reports mReports = {};
     } cRows[] = {
-        {"nothing",                                [] {}                                      },
-        {"the outermost, and the inner",           [&] { outer->Restore(), inner->Restore(); },
+        {"nothing", [] {}},
+        {"the outermost, and the inner", [&] { outer->Restore(), inner->Restore(); },
          Reports(2, "!IsRestoring()@$^$@Ndo/Ndo_Operation")},
-        {"they are destroyed", [&] { outer.reset(), inner.reset(); }                                           },
+        {"they are destroyed", [&] { outer.reset(), inner.reset(); }},
         {"one more clears the recording",
          [] {
              const Ndo_Manager_StRestoreWrapper mode;
              Ndo_gManager.SetRecordingOperation(nullptr);
-         }  },
-        {"an exception",                                        [] { throw std::runtime_error("the innermost listener"); }                                                                                },
+         }},
+        {"an exception", [] { throw std::runtime_error("the innermost listener"); }},
     };
     for (const auto& row : cRows) {
-        SCOPED_TRACE(row.what);
+        SCOPED_TRACE(row.mWhat);
         World::Reset();
         Note *const a = Note::New(60), *const b = Note::New(62), *const c = Note::New(64);
         const std::string restored = World::Text();
@@ -125,8 +125,8 @@ TEST_F(OperationTest, ARestoreInsideAnothersIsItsOwn)
             b->NdoDelete();
         };
         b->mWhenRestored = [&] { inner->Restore(), c->NdoDelete(); }; // a part of that step
-        c->mWhenRestored = row.edit;
-        if (row.what == std::string("an exception")) {
+        c->mWhenRestored = row.mEdit;
+        if (row.mWhat == std::string("an exception")) {
             EXPECT_THROW(Record([&] { outer->Restore(); }), std::runtime_error);
             EXPECT_EQ(World::Text(), before) << "the recorders take back all of it";
         } else {
@@ -139,7 +139,7 @@ TEST_F(OperationTest, ARestoreInsideAnothersIsItsOwn)
         }
         Reports reports = mRecorder.Take();
         std::erase(reports, "mRecordingOpP == 0@$^$@Ndo/Ndo_Manager"); // recorders do not nest
-        EXPECT_EQ(reports, row.reports);
+        EXPECT_EQ(reports, row.mReports);
         EXPECT_FALSE(Ndo_gManager.IsRecording());
         a->NdoDelete();
         EXPECT_EQ(World::sNotes.count(a), 0u) << "restore mode is over";

@@ -145,6 +145,7 @@ TEST_F(UndoModel, AThrowingRestoreLeaksNothingAndARecorderTakesItBack)
         World::Reset();
         EXPECT_TRUE(World::sNotes.empty()) << "restore mode is off: deletions are accepted";
     }
-    // 2 created, 1 snapshot for redo, 3 restored, 3 cleaned up, 2 snapshots of those removed, 1 action; and once none.
+    // 2 created, 1 snapshot for redo, 3 restored, 3 cleaned up, 2 snapshots of those removed,
+    // 1 action; and once none.
     EXPECT_EQ(throwAt, 13);
 }

@@ -1,7 +1,7 @@
 // World: undoable notes and one fader, whose whole content is a line of text: "1=60 3=67 fader 0".
 //
-// Every call that the undo machinery makes into them is written into sCalls, and the sThrowAt-th of those that may
-// throw does (counted from 0).
+// Every call that the undo machinery makes into them is written into sCalls, and the sThrowAt-th of those
+// that may throw does (counted from 0).
 #pragma once
 
 #include "Kora/Ndo/Ndo_Action.h"

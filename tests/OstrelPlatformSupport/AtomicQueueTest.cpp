@@ -22,10 +22,11 @@ struct Element : PSAtomicQueueLink
 void Chain(Element* iFirst, Element* iLast)
 {
     for (; iLast != iFirst; --iLast)
-        iLast->next = iLast - 1;
+        iLast->mNext = iLast - 1;
 }
 
-// Thread 0 pushes two elements, thread 1 a chain of two; thread 2 drains twice meanwhile, or drains and closes.
+// Thread 0 pushes two elements, thread 1 a chain of two; thread 2 drains twice
+// meanwhile, or drains and closes.
 struct QueueScene
 {
     PSBasicAtomicQueue<ModelAtomic> mQueue;
@@ -40,7 +41,7 @@ struct QueueScene
         } else if (iThread == 1) {
             Chain(&mElements[2], &mElements[3]);
             mAccepted[2] = mAccepted[3] = mQueue.PushNewestFirst(mElements[3], mElements[2]);
-            if (!mAccepted[2]) mIsWhole = mElements[3].next == &mElements[2];
+            if (!mAccepted[2]) mIsWhole = mElements[3].mNext == &mElements[2];
         } else {
             Keep(mQueue.Drain());
             Keep(mCloses ? mQueue.Close() : mQueue.Drain());
@@ -48,7 +49,7 @@ struct QueueScene
     }
     void Keep(const PSAtomicQueueLink* iLink)
     {
-        for (; iLink != nullptr; iLink = iLink->next)
+        for (; iLink != nullptr; iLink = iLink->mNext)
             mDrained += std::to_string(static_cast<const Element*>(iLink) - mElements);
     }
     // What was accepted was drained once, 0 before 1, and 3 right behind 2.
@@ -131,7 +132,7 @@ TEST(AtomicQueue, KeepsEachProducersOrderUnderLoad)
     std::vector<unsigned> expected(cProducers);
     for (bool isLast = false; !isLast;) {
         isLast = running.Get() == 0;
-        for (const PSAtomicQueueLink* link = queue->Drain(); link != nullptr; link = link->next) {
+        for (const PSAtomicQueueLink* link = queue->Drain(); link != nullptr; link = link->mNext) {
             const Element& element = *static_cast<const Element*>(link);
             EXPECT_EQ(element.mNumber, expected[element.mProducer]++);
         }

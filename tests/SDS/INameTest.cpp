@@ -110,10 +110,10 @@ TEST_F(IName, ATokenIsStampedWithTheHandlesNode)
     const SDS_IName other("iname/other");
     SDS_IName name("iname/token");
     TestToken token(1, 1);
-    token.header.name = other.GetID();
-    EXPECT_EQ(name.HandleToken(token.header), eSDSErr_None);
-    EXPECT_EQ(token.header.name, name.GetID());
-    EXPECT_EQ(SDS_IName(cNoName).HandleToken(token.header), eSDSErr_InvalidName);
+    token.mHeader.name = other.GetID();
+    EXPECT_EQ(name.HandleToken(token.mHeader), eSDSErr_None);
+    EXPECT_EQ(token.mHeader.name, name.GetID());
+    EXPECT_EQ(SDS_IName(cNoName).HandleToken(token.mHeader), eSDSErr_InvalidName);
 }
 
 } // namespace

@@ -30,30 +30,30 @@ TEST_F(NameIterator, EachKindMovesForwardAndPastItsEndOnce)
     SDS_Name* const root = Find(nullptr, "/");
     struct Row
     {
-        std::unique_ptr<SDS_NameIterator> iterator;
-        Names items;
-        ESDSError first;
+        std::unique_ptr<SDS_NameIterator> mIterator;
+        Names mItems;
+        ESDSError mFirst;
     };
     using R = SDS_NameRegistry;
     Row rows[] = {
-        {Got(&R::GetChildIterator),             {child2.GetID(), child1.GetID()}, eSDSErr_NotSupported},
-        {Got(&R::GetParentIterator),            {name.GetID(), root},             eSDSErr_NotSupported},
-        {Got(&R::GetConnectionIterator),        {peer.GetID()},                   eSDSErr_None        },
-        {Got(&R::GetConnectionClosureIterator), {peer.GetID(), name.GetID()},     eSDSErr_None        },
+        {Got(&R::GetChildIterator), {child2.GetID(), child1.GetID()}, eSDSErr_NotSupported},
+        {Got(&R::GetParentIterator), {name.GetID(), root}, eSDSErr_NotSupported},
+        {Got(&R::GetConnectionIterator), {peer.GetID()}, eSDSErr_None},
+        {Got(&R::GetConnectionClosureIterator), {peer.GetID(), name.GetID()}, eSDSErr_None},
     };
     EXPECT_EQ(SDS_NameRegistry::ResetNameIterator(nullptr, "it", nullptr), eSDSErr_OutOfMemory);
     for (Row& row : rows) {
         SCOPED_TRACE(&row - rows);
-        SDS_NameIterator& it = *row.iterator;
-        EXPECT_EQ(it.Item(), row.items[0]);
+        SDS_NameIterator& it = *row.mIterator;
+        EXPECT_EQ(it.Item(), row.mItems[0]);
         EXPECT_EQ(it.Previous(), eSDSErr_NotSupported);
         EXPECT_EQ(it.Last(), eSDSErr_NotSupported);
         for (int round = 0; round < 2; ++round) {
-            EXPECT_EQ(Rest(it), row.items);
+            EXPECT_EQ(Rest(it), row.mItems);
             EXPECT_EQ(it.Next(), eSDSErr_IteratorDone);
             EXPECT_EQ(it.Item(), nullptr);
-            EXPECT_EQ(it.First(), row.first);
-            EXPECT_EQ(it.Valid(), row.first == eSDSErr_None);
+            EXPECT_EQ(it.First(), row.mFirst);
+            EXPECT_EQ(it.Valid(), row.mFirst == eSDSErr_None);
             EXPECT_EQ(SDS_NameRegistry::ResetNameIterator(nullptr, "it", &it), eSDSErr_None);
         }
         it.Invalidate();

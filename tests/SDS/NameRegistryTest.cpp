@@ -29,46 +29,47 @@ TEST_F(NameRegistry, PathsAreTakenToTheirLimitsAndRefusedBeyondWithoutATrace)
     const std::string p1024 = p1023 + "/";
     struct Row
     {
-        std::string path;
-        ESDSError result;
-        std::string plain; // what it means
+        std::string mPath;
+        ESDSError mResult;
+        std::string mPlain; // what it means
     };
     const Row rows[] = {
-        {"",              eSDSErr_None,        ""             },
-        {"///",           eSDSErr_None,        ""             },
-        {s1023,           eSDSErr_None,        ""             },
-        {s1024,           eSDSErr_PathTooLong, ""             },
-        {"//a///b//",     eSDSErr_None,        "a/b"          },
-        {"A/b",           eSDSErr_None,        "A/b"          },
-        {"\xc3\xa4/\xff", eSDSErr_None,        "\xc3\xa4/\xff"},
-        {n31,             eSDSErr_None,        n31            },
-        {n32,             eSDSErr_NameTooLong, ""             },
-        {behind,          eSDSErr_NameTooLong, ""             },
-        {p1023,           eSDSErr_None,        p1023          },
-        {p1024,           eSDSErr_PathTooLong, ""             },
+        {"", eSDSErr_None, ""},
+        {"///", eSDSErr_None, ""},
+        {s1023, eSDSErr_None, ""},
+        {s1024, eSDSErr_PathTooLong, ""},
+        {"//a///b//", eSDSErr_None, "a/b"},
+        {"A/b", eSDSErr_None, "A/b"},
+        {"\xc3\xa4/\xff", eSDSErr_None, "\xc3\xa4/\xff"},
+        {n31, eSDSErr_None, n31},
+        {n32, eSDSErr_NameTooLong, ""},
+        {behind, eSDSErr_NameTooLong, ""},
+        {p1023, eSDSErr_None, p1023},
+        {p1024, eSDSErr_PathTooLong, ""},
     };
     for (const char* const base : {"", "registry"}) {
         const SDS_IName holder(base);
         for (const Row& row : rows) {
-            SCOPED_TRACE(std::string(base) + ": " + row.path);
+            SCOPED_TRACE(std::string(base) + ": " + row.mPath);
             const std::string before = Registry::Dump();
             SDS_Name* id = nullptr;
-            EXPECT_EQ(Registry::ReserveName(holder.GetID(), row.path.c_str(), &id), row.result);
-            if (row.result == eSDSErr_None) {
-                EXPECT_EQ(Find(holder.GetID(), row.path), id);
-                EXPECT_EQ(Find(holder.GetID(), row.plain), id);
+            EXPECT_EQ(Registry::ReserveName(holder.GetID(), row.mPath.c_str(), &id), row.mResult);
+            if (row.mResult == eSDSErr_None) {
+                EXPECT_EQ(Find(holder.GetID(), row.mPath), id);
+                EXPECT_EQ(Find(holder.GetID(), row.mPlain), id);
                 char name[33];
                 std::fill_n(name, 33, '!');
                 EXPECT_EQ(Registry::GetName(id, nullptr, name), eSDSErr_None);
-                const std::string whole = row.plain.empty() ? base : row.plain;
+                const std::string whole = row.mPlain.empty() ? base : row.mPlain;
                 EXPECT_EQ(name, whole.substr(whole.rfind('/') + 1));
                 EXPECT_EQ(name[32], '!');
-                EXPECT_EQ(Registry::FreeName(holder.GetID(), row.path.c_str()), eSDSErr_None);
+                EXPECT_EQ(Registry::FreeName(holder.GetID(), row.mPath.c_str()), eSDSErr_None);
             } else {
                 EXPECT_EQ(id, nullptr);
-                EXPECT_EQ(Registry::ConnectNames(nullptr, "made/first", holder.GetID(), row.path.c_str()),
-                          row.result);
-                EXPECT_EQ(Registry::ConnectNames(holder.GetID(), row.path.c_str(), nullptr, "a"), row.result);
+                EXPECT_EQ(Registry::ConnectNames(nullptr, "made/first", holder.GetID(), row.mPath.c_str()),
+                          row.mResult);
+                EXPECT_EQ(Registry::ConnectNames(holder.GetID(), row.mPath.c_str(), nullptr, "a"),
+                          row.mResult);
             }
             EXPECT_EQ(Registry::Dump(), before);
         }
@@ -141,7 +142,8 @@ TEST_F(NameRegistry, CountsStopAt32767AndARefusalChangesNothing)
         ASSERT_EQ(Registry::FreeName(full.GetID(), std::to_string(i).c_str()), eSDSErr_None);
 }
 
-// Joined and parted one by one in a pause: were each to walk its closure, or the hub's connections, nobody would see the end.
+// Joined and parted one by one in a pause: were each to walk its closure, or the hub's connections,
+// nobody would see the end.
 TEST_F(NameRegistry, AHundredThousandNodesAreJoinedInOnePauseAndWalkedWithoutRecursion)
 {
     constexpr std::size_t cCount = 100000, cLeaves = 30000;
@@ -208,22 +210,23 @@ TEST_F(NameRegistry, NamesComeAndGoWithoutAllocationOnceTheCellsAreThere)
 
 using Path = std::vector<std::string>;
 
-// The registry as it would be with maps. What holds a node: reservations, children, connections, and calls in progress.
+// The registry as it would be with maps. What holds a node: reservations, children,
+// connections, and calls in progress.
 class Model
 {
 public:
     struct Node
     {
-        SDS_Name* parent = nullptr;
-        std::string name;
-        std::size_t reserved = 0, held = 0;
-        Names children = {}, connected = {}; // newest first
-        void* object = nullptr;
+        SDS_Name* mParent = nullptr;
+        std::string mName;
+        std::size_t mReserved = 0, mHeld = 0;
+        Names mChildren = {}, mConnected = {}; // newest first
+        void* mObject = nullptr;
     };
 
     Model(SDS_Name* iBase, SDS_Name* iNewestFree)
     {
-        mLive[iBase].held = 1;
+        mLive[iBase].mHeld = 1;
         for (SDS_Name* name = iNewestFree; name != nullptr; name = name->mPreviousFree)
             mFree.push_front(name);
     }
@@ -239,10 +242,10 @@ public:
     // Held once; null for a path that is refused.
     SDS_Name* FindOrMake(SDS_Name* iFrom, const Path& iPath)
     {
-        ++mLive.at(iFrom).held;
+        ++mLive.at(iFrom).mHeld;
         for (const std::string& name : iPath) {
             SDS_Name* const child = name.size() <= 31 ? FindOrMakeChild(iFrom, name) : nullptr;
-            if (child != nullptr) ++mLive.at(child).held;
+            if (child != nullptr) ++mLive.at(child).mHeld;
             LetGo(iFrom);
             if (child == nullptr) return nullptr;
             iFrom = child;
@@ -251,7 +254,7 @@ public:
     }
     void LetGo(SDS_Name* iName)
     {
-        --mLive.at(iName).held;
+        --mLive.at(iName).mHeld;
         FreeUnlessHeld(iName);
     }
     void FreeUnlessHeld(SDS_Name* iName)
@@ -259,18 +262,18 @@ public:
         const auto found = mLive.find(iName);
         if (found == mLive.end()) return;
         const Node node = found->second;
-        if (node.reserved + node.held + node.children.size() + node.connected.size() > 0) return;
+        if (node.mReserved + node.mHeld + node.mChildren.size() + node.mConnected.size() > 0) return;
         mFree.push_back(iName);
         mLive.erase(iName);
-        std::erase(mLive.at(node.parent).children, iName);
-        FreeUnlessHeld(node.parent);
+        std::erase(mLive.at(node.mParent).mChildren, iName);
+        FreeUnlessHeld(node.mParent);
     }
     bool Connect(SDS_Name* iA, SDS_Name* iB)
     {
         Node &a = mLive.at(iA), &b = mLive.at(iB);
-        if (iA == iB || std::count(a.connected.begin(), a.connected.end(), iB) != 0) return false;
-        a.connected.insert(a.connected.begin(), iB);
-        b.connected.insert(b.connected.begin(), iA);
+        if (iA == iB || std::count(a.mConnected.begin(), a.mConnected.end(), iB) != 0) return false;
+        a.mConnected.insert(a.mConnected.begin(), iB);
+        b.mConnected.insert(b.mConnected.begin(), iA);
         return true;
     }
 
@@ -279,7 +282,7 @@ public:
     {
         if (std::find(ioFound.begin(), ioFound.end(), iFrom) != ioFound.end()) return;
         ioFound.push_back(iFrom);
-        for (SDS_Name* const peer : mLive.at(iFrom).connected)
+        for (SDS_Name* const peer : mLive.at(iFrom).mConnected)
             Discover(peer, ioFound);
     }
 
@@ -295,14 +298,15 @@ private:
         } else {
             child = mFree.front();
             mFree.pop_front();
-            // Its old name leads nowhere now. None is left below it: children are freed, and so recycled, before.
+            // Its old name leads nowhere now. None is left below it: children are freed,
+            // and so recycled, before.
             std::erase_if(mByName, [key = std::pair(iParent, iName), oldest = child](const auto& iEntry) {
                 return iEntry.second == oldest && iEntry.first != key;
             });
         }
         SDS_Name* const made = mByName.at({iParent, iName});
         mLive[made] = {iParent, iName};
-        Names& siblings = mLive.at(iParent).children;
+        Names& siblings = mLive.at(iParent).mChildren;
         siblings.insert(siblings.begin(), made);
         return made;
     }
@@ -359,7 +363,7 @@ TEST_F(NameRegistry, ARandomScriptGivesTheModelsNodesIdentitiesAndCounts)
             if (a == base) continue; // nobody frees it, and its count has a limit
             result = Registry::ReserveName(fromA, textA.c_str(), &id);
             if (SDS_Name* const made = model.FindOrMake(fromA, pathA); (success = made != nullptr)) {
-                ++model.mLive.at(made).reserved;
+                ++model.mLive.at(made).mReserved;
                 model.LetGo(made);
                 ASSERT_EQ(id, made) << step;
             }
@@ -367,8 +371,8 @@ TEST_F(NameRegistry, ARandomScriptGivesTheModelsNodesIdentitiesAndCounts)
         case 'F':
             if (a == base) continue; // the holder's
             result = Registry::FreeName(fromA, textA.c_str());
-            if ((success = a != nullptr && model.mLive.at(a).reserved > 0)) {
-                --model.mLive.at(a).reserved;
+            if ((success = a != nullptr && model.mLive.at(a).mReserved > 0)) {
+                --model.mLive.at(a).mReserved;
                 model.FreeUnlessHeld(a);
             }
             break;
@@ -378,8 +382,8 @@ TEST_F(NameRegistry, ARandomScriptGivesTheModelsNodesIdentitiesAndCounts)
                 SDS_Name* const madeB = model.FindOrMake(fromB, pathB);
                 success = madeB != nullptr;
                 if (success && model.Connect(madeA, madeB)) {
-                    --model.mLive.at(madeA).held;
-                    --model.mLive.at(madeB).held;
+                    --model.mLive.at(madeA).mHeld;
+                    --model.mLive.at(madeB).mHeld;
                 } else {
                     model.LetGo(madeA);
                     if (success) model.LetGo(madeB);
@@ -388,38 +392,39 @@ TEST_F(NameRegistry, ARandomScriptGivesTheModelsNodesIdentitiesAndCounts)
             break;
         case 'D':
             // Drawn pairs are hardly ever connected.
-            if (a != nullptr && step % 8 != 0 && !model.mLive.at(a).connected.empty()) {
-                b = model.mLive.at(a).connected.back();
+            if (a != nullptr && step % 8 != 0 && !model.mLive.at(a).mConnected.empty()) {
+                b = model.mLive.at(a).mConnected.back();
                 result = Registry::DisconnectNames(fromA, textA.c_str(), b, "");
             } else {
                 result = Registry::DisconnectNames(fromA, textA.c_str(), fromB, textB.c_str());
             }
-            if ((success = a != nullptr && b != nullptr) && std::erase(model.mLive.at(a).connected, b) != 0) {
-                std::erase(model.mLive.at(b).connected, a);
+            if ((success = a != nullptr && b != nullptr) && std::erase(model.mLive.at(a).mConnected, b) != 0)
+            {
+                std::erase(model.mLive.at(b).mConnected, a);
                 model.FreeUnlessHeld(a);
                 model.FreeUnlessHeld(b);
             }
             break;
         case 'O':
             result = Registry::SetObject(fromA, textA.c_str(), &model.mLive);
-            if (success) model.mLive.at(a).object = &model.mLive;
+            if (success) model.mLive.at(a).mObject = &model.mLive;
             break;
         }
         ASSERT_EQ(result == eSDSErr_None, success) << step;
         if (step % 16 != 0) continue;
         for (const auto& [name, node] : model.mLive) {
             ASSERT_TRUE(name->mIsLive) << step;
-            ASSERT_EQ(name->mReserveCount, static_cast<int>(node.reserved) + (name == base ? 1 : 0)) << step;
-            ASSERT_EQ(name->mReferenceCount, static_cast<int>(node.children.size() + node.connected.size()))
+            ASSERT_EQ(name->mReserveCount, static_cast<int>(node.mReserved) + (name == base ? 1 : 0)) << step;
+            ASSERT_EQ(name->mReferenceCount, static_cast<int>(node.mChildren.size() + node.mConnected.size()))
                 << step;
-            ASSERT_EQ(name->mObject, node.object) << step;
+            ASSERT_EQ(name->mObject, node.mObject) << step;
         }
         SDS_Name* const drawn = drawBase();
-        Names connected = model.mLive.at(drawn).connected, closure;
+        Names connected = model.mLive.at(drawn).mConnected, closure;
         model.Discover(drawn, closure);
         std::reverse(connected.begin(), connected.end());
         std::reverse(closure.begin(), closure.end());
-        ASSERT_EQ(Walked<SDS_ChildIterator>(drawn), model.mLive.at(drawn).children) << step;
+        ASSERT_EQ(Walked<SDS_ChildIterator>(drawn), model.mLive.at(drawn).mChildren) << step;
         ASSERT_EQ(Walked<SDS_ConnectionIterator>(drawn), connected) << step;
         ASSERT_EQ(Walked<SDS_ConnectionClosureIterator>(drawn), closure) << step;
         ASSERT_EQ(drawn->mVisited, 0);
@@ -431,7 +436,7 @@ TEST_F(NameRegistry, ARandomScriptGivesTheModelsNodesIdentitiesAndCounts)
     for (const auto& entry : model.mLive)
         ASSERT_EQ(SDS_IName(entry.first).BreakAllConnections(), eSDSErr_None);
     for (const auto& [name, node] : model.mLive) {
-        for (std::size_t i = 0; i <= node.reserved; ++i)
+        for (std::size_t i = 0; i <= node.mReserved; ++i)
             ASSERT_EQ(Registry::FreeName(name, ""), eSDSErr_None);
     }
 }

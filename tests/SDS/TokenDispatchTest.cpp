@@ -40,17 +40,17 @@ protected:
     RunningTask mTask{0};
 };
 
-// Listeners come, change and go, nodes are joined and parted, pauses begin and end, all at random: who hears what, in plain
-// words.
+// Listeners come, change and go, nodes are joined and parted, pauses begin and end, all at random: who
+// hears what, in plain words.
 TEST_F(TokenDispatch, ConnectedNodesHearEachOtherInBothDirections)
 {
     struct Guest
     {
-        std::size_t node;
-        Hears what;                       // 0 is any
-        std::array<bool, 3> senders = {}; // whose tokens it hears
-        Log waiting = {}, log = {};
-        std::unique_ptr<Recorder> recorder = nullptr;
+        std::size_t mNode;
+        Hears mWhat;                       // 0 is any
+        std::array<bool, 3> mSenders = {}; // whose tokens it hears
+        Log mWaiting = {}, mLog = {};
+        std::unique_ptr<Recorder> mRecorder = nullptr;
     };
     const unsigned seed = std::random_device()();
     SCOPED_TRACE(seed);
@@ -79,32 +79,32 @@ TEST_F(TokenDispatch, ConnectedNodesHearEachOtherInBothDirections)
             break;
         case 3:
             guests.push_back({a, drawn});
-            guests.back().recorder =
-                std::make_unique<Recorder>(&tasks[b], *nodes[a], guests.back().log, drawn);
+            guests.back().mRecorder =
+                std::make_unique<Recorder>(&tasks[b], *nodes[a], guests.back().mLog, drawn);
             break;
         case 4:
             if (guests.size() > 120 || (random() % 4 == 0 && !guests.empty())) guests.erase(guest);
             break;
         case 5:
             if (guests.empty()) break;
-            static_cast<void>(guest->recorder->GetSDSTokenListener()->SetType(drawn.type));
-            guest->what.type = drawn.type;
-            guest->waiting.clear();
-            guest->senders = {};
+            static_cast<void>(guest->mRecorder->GetSDSTokenListener()->SetType(drawn.mType));
+            guest->mWhat.mType = drawn.mType;
+            guest->mWaiting.clear();
+            guest->mSenders = {};
             break;
         default:
-            ASSERT_EQ(Send(*nodes[a], {drawn.type, drawn.subtype, step}), eSDSErr_None);
+            ASSERT_EQ(Send(*nodes[a], {drawn.mType, drawn.mSubtype, step}), eSDSErr_None);
             for (Guest& each : guests) {
-                const Hears& what = each.what;
-                const bool hears = each.senders[a] && (what.type == 0 || what.type == drawn.type) &&
-                                   (what.subtype == 0 || what.subtype == drawn.subtype);
-                if (hears) each.waiting.push_back(step);
+                const Hears& what = each.mWhat;
+                const bool hears = each.mSenders[a] && (what.mType == 0 || what.mType == drawn.mType) &&
+                                   (what.mSubtype == 0 || what.mSubtype == drawn.mSubtype);
+                if (hears) each.mWaiting.push_back(step);
             }
         }
         for (Guest& each : guests) {
             for (std::size_t from = 0; from < 3 && !paused; ++from) {
-                const std::size_t at = each.node, third = 3 - at - from; // meaningless where both are one
-                each.senders[from] =
+                const std::size_t at = each.mNode, third = 3 - at - from; // meaningless where both are one
+                each.mSenders[from] =
                     at == from || joined[at][from] || (joined[at][third] && joined[third][from]);
             }
         }
@@ -112,14 +112,15 @@ TEST_F(TokenDispatch, ConnectedNodesHearEachOtherInBothDirections)
         for (SDS_ITokenTask& task : tasks)
             task.ProcessTokens(0, Time_Sample(0), 0);
         for (Guest& each : guests) {
-            ASSERT_EQ(std::exchange(each.log, {}), std::exchange(each.waiting, {})) << step;
+            ASSERT_EQ(std::exchange(each.mLog, {}), std::exchange(each.mWaiting, {})) << step;
         }
     }
     if (paused) SDS_ITokenTask::SetTokensPaused(false);
 }
 
-// Random tokens, drained at random moments, against the rule in plain words: of the tokens of a latest listener the last, at
-// the place of the last, whether the older ones are withdrawn by the producer or dropped by the consumer.
+// Random tokens, drained at random moments, against the rule in plain words: of the tokens of a latest
+// listener the last, at the place of the last, whether the older ones are withdrawn by the producer or
+// dropped by the consumer.
 TEST_F(TokenDispatch, ALatestListenerIsToldTheNewestBehindWhatWasSentBeforeIt)
 {
     for (const Cmn_Int32 priority : {0, 15, 16, 40}) {
@@ -155,10 +156,10 @@ TEST_F(TokenDispatch, RefusalsNameTheirReason)
     const Recorder listener(&mTask, mA, mLog);
     struct Large
     {
-        SDS_Token header{};
-        char data[1040] = {};
+        SDS_Token mHeader{};
+        char mData[1040] = {};
     } large;
-    large.header.name = mA.GetID();
+    large.mHeader.name = mA.GetID();
     unsigned char available = 0;
     SDS_Token* token = nullptr;
     SDS_TokenListener* heard = nullptr;
@@ -166,40 +167,34 @@ TEST_F(TokenDispatch, RefusalsNameTheirReason)
     SDS_TokenTask* const task = mTask.GetSDSTokenTask();
     struct Row
     {
-        const char* what;
-        Cmn_Int16 size;
-        ESDSError result;
+        const char* mWhat;
+        Cmn_Int16 mSize;
+        ESDSError mResult;
     };
     constexpr Row rows[] = {
-        {"negative",                -1,   eSDSErr_OutOfMemory  },
-        {"nothing",                 0,    eSDSErr_OutOfMemory  },
-        {"less than a header",      49,   eSDSErr_OutOfMemory  },
-        {"a bare header",           50,   eSDSErr_None         },
-        {"fills the smallest cell", 64,   eSDSErr_None         },
-        {"the second size",         65,   eSDSErr_None         },
-        {"fills the second",        108,  eSDSErr_None         },
-        {"the third",               109,  eSDSErr_None         },
-        {"fills the third",         390,  eSDSErr_None         },
-        {"the largest size",        391,  eSDSErr_None         },
-        {"the largest token",       1080, eSDSErr_None         },
-        {"one byte more",           1081, eSDSErr_TokenPoolFull},
+        {"negative", -1, eSDSErr_OutOfMemory},           {"nothing", 0, eSDSErr_OutOfMemory},
+        {"less than a header", 49, eSDSErr_OutOfMemory}, {"a bare header", 50, eSDSErr_None},
+        {"fills the smallest cell", 64, eSDSErr_None},   {"the second size", 65, eSDSErr_None},
+        {"fills the second", 108, eSDSErr_None},         {"the third", 109, eSDSErr_None},
+        {"fills the third", 390, eSDSErr_None},          {"the largest size", 391, eSDSErr_None},
+        {"the largest token", 1080, eSDSErr_None},       {"one byte more", 1081, eSDSErr_TokenPoolFull},
     };
     for (const Row& row : rows) {
-        large.header.size = row.size;
-        EXPECT_EQ(SDS_TokenDispatcher::DispatchToken(&large.header), row.result) << row.what;
+        large.mHeader.size = row.mSize;
+        EXPECT_EQ(SDS_TokenDispatcher::DispatchToken(&large.mHeader), row.mResult) << row.mWhat;
         EXPECT_EQ(SDS_TokenDispatcher::TokensAvailable(task, &available), eSDSErr_None);
-        EXPECT_EQ(available, row.result == eSDSErr_None ? 1 : 0) << row.what;
+        EXPECT_EQ(available, row.mResult == eSDSErr_None ? 1 : 0) << row.mWhat;
         EXPECT_EQ(SDS_TokenDispatcher::GetTokenAndTaskVal(task, &heard, &value, &token), eSDSErr_None);
-        ASSERT_EQ(token != nullptr, row.result == eSDSErr_None) << row.what;
+        ASSERT_EQ(token != nullptr, row.mResult == eSDSErr_None) << row.mWhat;
         if (token == nullptr) continue;
         EXPECT_EQ(heard, listener.GetSDSTokenListener());
         EXPECT_EQ(value, static_cast<const SDS_ITokenListener*>(&listener));
-        EXPECT_EQ(token->size, row.size);
+        EXPECT_EQ(token->size, row.mSize);
         EXPECT_EQ(SDS_TokenDispatcher::DoneWithToken(token), eSDSErr_None);
     }
     TestToken nameless(1, 1);
     EXPECT_EQ(SDS_TokenDispatcher::DispatchToken(nullptr), eSDSErr_OutOfMemory);
-    EXPECT_EQ(SDS_TokenDispatcher::DispatchToken(&nameless.header), eSDSErr_InvalidName);
+    EXPECT_EQ(SDS_TokenDispatcher::DispatchToken(&nameless.mHeader), eSDSErr_InvalidName);
     EXPECT_EQ(SDS_TokenDispatcher::RebuildActiveListenerList(nullptr, true), eSDSErr_InvalidName);
     EXPECT_EQ(SDS_TokenDispatcher::GetToken(nullptr, &heard, &token), eSDSErr_InvalidTask);
     EXPECT_EQ(SDS_TokenDispatcher::GetToken(task, nullptr, &token), eSDSErr_OutOfMemory);
@@ -238,13 +233,10 @@ TEST_F(TokenDispatch, FinishedCellsCanBeSentWhileHandlersRun)
     constexpr unsigned cLargest = 3, cEach = 30;
     struct Large
     {
-        TestToken token;
-        char rest[1080 - sizeof(TestToken)] = {};
-    } large{
-        {1,         1},
-        {         }
-    };
-    large.token.header.size = sizeof(large);
+        TestToken mToken;
+        char mRest[1080 - sizeof(TestToken)] = {};
+    } large{{1, 1}, {}};
+    large.mToken.mHeader.size = sizeof(large);
     const SDS_TokenPool& pool = SDS_TokenDispatcher::GetTokenPool();
     const Recorder waits(&mTask, mB, mLog);
     std::deque<RunningTask> tasks;
@@ -255,7 +247,7 @@ TEST_F(TokenDispatch, FinishedCellsCanBeSentWhileHandlersRun)
         if (iNext < tasks.size()) {
             tasks[iNext].ProcessTokens(0, Time_Sample(0), 0);
         } else {
-            while (mB.HandleToken(large.token.header) == eSDSErr_None)
+            while (mB.HandleToken(large.mToken.mHeader) == eSDSErr_None)
                 ++sent;
         }
     };
@@ -263,7 +255,7 @@ TEST_F(TokenDispatch, FinishedCellsCanBeSentWhileHandlersRun)
         listeners.emplace_back(&tasks.emplace_back(16), mA, Hears{},
                                [&handle, i](const TestToken&) { handle(i); });
     for (unsigned i = 0; i < cEach; ++i)
-        EXPECT_EQ(mA.HandleToken(large.token.header), eSDSErr_None);
+        EXPECT_EQ(mA.HandleToken(large.mToken.mHeader), eSDSErr_None);
     tasks[0].ProcessTokens(0, Time_Sample(0), 0);
     EXPECT_GE(sent + 6, pool.GetCellCount(cLargest) - pool.GetCellCount(cLargest) / 64);
     EXPECT_EQ(Drain().size(), sent);
@@ -342,9 +334,9 @@ TEST_F(TokenDispatch, TheFilterConsumesAndTheClockStamps)
     const Sys_Clock::StSource clock(cClock);
     for (const Cmn_Int32 time : {0, 1, 2, -1}) {
         TestToken token(1, 1);
-        token.header.time = time;
-        static_cast<void>(mA.HandleToken(token.header));
-        EXPECT_EQ(token.header.time, time == 1 ? 7654321 : time);
+        token.mHeader.time = time;
+        static_cast<void>(mA.HandleToken(token.mHeader));
+        EXPECT_EQ(token.mHeader.time, time == 1 ? 7654321 : time);
     }
     EXPECT_EQ(Drain().size(), 4u);
 }
@@ -387,8 +379,8 @@ TEST_F(TokenDispatch, ABudgetEndsAfterTheTokenInHand)
     EXPECT_EQ(Drain().size(), 6u);
 }
 
-// One comes at each step of delivery that can be forced; a budget that is used up gets one token all the same, the newest is
-// not lost.
+// One comes at each step of delivery that can be forced; a budget that is used up gets one token all the
+// same, the newest is not lost.
 TEST_F(TokenDispatch, NewerTokensDoNotKeepALatestListenerFromItsNext)
 {
     static SDS_IName* sNode = nullptr;
@@ -414,8 +406,8 @@ TEST_F(TokenDispatch, NewerTokensDoNotKeepALatestListenerFromItsNext)
 TEST_F(TokenDispatch, AHandlerThatThrowsLosesItsTokenOnly)
 {
     const Listener thrower(&mTask, mA, {}, [&](const TestToken& iToken) {
-        if (iToken.sequence == 1) throw Cmn_Exception(Cmn_eMessage_OSError);
-        mLog.push_back(iToken.sequence);
+        if (iToken.mSequence == 1) throw Cmn_Exception(Cmn_eMessage_OSError);
+        mLog.push_back(iToken.mSequence);
     });
     for (int i = 0; i < 3; ++i)
         static_cast<void>(Send(mA, {1, 1, i}));
@@ -463,8 +455,8 @@ TEST_F(TokenDispatch, ANewerTokenDropsAPendingOneOfALatestListener)
         RunningTask task(priority);
         const Recorder latest(&task, mA, mLog, {7, 0, true});
         const Listener echo(&task, mA, {8, 0, false}, [&](const TestToken& iToken) {
-            mLog.push_back(iToken.sequence);
-            static_cast<void>(Send(mA, {7, 0, 10 * iToken.sequence}));
+            mLog.push_back(iToken.mSequence);
+            static_cast<void>(Send(mA, {7, 0, 10 * iToken.mSequence}));
         });
         static_cast<void>(Send(mA, {8, 0, 1}));
         static_cast<void>(Send(mA, {7, 0, 2}));
@@ -477,8 +469,8 @@ TEST_F(TokenDispatch, AMultiListenerHearsItsTypesInTheOrderSent)
     struct Multi : SDS_IMultiTokenListener
     {
         using SDS_IMultiTokenListener::SDS_IMultiTokenListener;
-        void HandleToken(SDS_Token* iToken) override { log.push_back(TestToken::Of(iToken).sequence); }
-        Log log;
+        void HandleToken(SDS_Token* iToken) override { mLog.push_back(TestToken::Of(iToken).mSequence); }
+        Log mLog;
     };
     Cmn_PolyVector<Cmn_Int32> types;
     for (const Cmn_Int32 type : {3, 1, 2})
@@ -487,7 +479,7 @@ TEST_F(TokenDispatch, AMultiListenerHearsItsTypesInTheOrderSent)
     for (int i = 1; i <= 4; ++i)
         static_cast<void>(Send(mA, {i, 0, i}));
     mTask.ProcessTokens(0, Time_Sample(0), 0);
-    EXPECT_EQ(multi.log, Log({1, 2, 3}));
+    EXPECT_EQ(multi.mLog, Log({1, 2, 3}));
     // Without a handler of its own, it hands on to the task value.
     const Recorder forwarded(&mTask, mC, mLog);
     SDS_IMultiTokenListener plain(
@@ -507,23 +499,23 @@ TEST_F(TokenDispatch, EachTokenSignalsTheClientEventUntilItIsTakenAway)
         {
         }
         bool Enter(std::int32_t) override { return true; }
-        bool Leave() override { return ++count > 0; }
-        int count = 0;
+        bool Leave() override { return ++mCount > 0; }
+        int mCount = 0;
     } counter;
     const Recorder listener(&mTask, mA, mLog);
     const Recorder twice(&mTask, mA, mLog);
     const Recorder latest(&mTask, mB, mLog, {0, 0, true});
     mTask.SetClientEvent(&counter);
     static_cast<void>(Send(mA, {1, 1, 1}));
-    EXPECT_EQ(counter.count, 2);
+    EXPECT_EQ(counter.mCount, 2);
     static_cast<void>(Send(mB, {1, 1, 2}));
     static_cast<void>(Send(mB, {1, 1, 3}));
-    EXPECT_EQ(counter.count, 4);
+    EXPECT_EQ(counter.mCount, 4);
     mTask.SignalClientEvent();
-    EXPECT_EQ(counter.count, 5);
+    EXPECT_EQ(counter.mCount, 5);
     mTask.SetClientEvent(nullptr);
     static_cast<void>(Send(mA, {1, 1, 4}));
-    EXPECT_EQ(counter.count, 5);
+    EXPECT_EQ(counter.mCount, 5);
     EXPECT_EQ(Drain(), Log({1, 1, 3, 4, 4}));
 }
 

@@ -1,5 +1,5 @@
-// Tokens under fire: producers, consumers and those who change who hears whom, eight threads at once, each thread made to
-// yield between the steps of the protocols.
+// Tokens under fire: producers, consumers and those who change who hears whom, eight threads at once, each
+// thread made to yield between the steps of the protocols.
 #include "SDS/TokenFixture.h"
 
 #include "Kora/SDS/Source/SDS_Name_p.h"
@@ -36,14 +36,14 @@ public:
     void HandleToken(SDS_Token* iToken) override
     {
         const TestToken& token = TestToken::Of(iToken);
-        if (token.check != token.Check()) ++damaged;
-        auto& numbers = heard[static_cast<std::size_t>(token.producer)];
-        if (!numbers.empty() && numbers.back() >= token.sequence) ++disordered;
-        numbers.push_back(token.sequence);
+        if (token.mCheck != token.Check()) ++mDamaged;
+        auto& numbers = mHeard[static_cast<std::size_t>(token.mProducer)];
+        if (!numbers.empty() && numbers.back() >= token.mSequence) ++mDisordered;
+        numbers.push_back(token.mSequence);
     }
-    std::array<std::vector<int>, cProducers> heard;
-    int damaged = 0;
-    int disordered = 0;
+    std::array<std::vector<int>, cProducers> mHeard;
+    int mDamaged = 0;
+    int mDisordered = 0;
 };
 
 // A listener that comes and goes; its memory is gone when it is.
@@ -78,46 +78,46 @@ void YieldNowAndThen()
     if (random >> 29 == 0) std::this_thread::yield();
 }
 
-// Plenty: tasks of all priorities, and the pool grows. Scarce: tokens of the largest size, and tasks that grow nothing; the
-// consumers start when the pool has run out, and it does so again and again.
+// Plenty: tasks of all priorities, and the pool grows. Scarce: tokens of the largest size, and tasks that
+// grow nothing; the consumers start when the pool has run out, and it does so again and again.
 class TokenFire : public TokenTest, public testing::WithParamInterface<bool>
 {
 protected:
     struct Producer
     {
-        SDS_IName* node = nullptr;
-        std::vector<bool> succeeded; // by the token's number
+        SDS_IName* mNode = nullptr;
+        std::vector<bool> mSucceeded; // by the token's number
     };
     struct Padded
     {
-        TestToken token;
-        char rest[1080 - sizeof(TestToken)];
+        TestToken mToken;
+        char mRest[1080 - sizeof(TestToken)];
     };
     struct Consumer
     {
         explicit Consumer(Cmn_Int32 iPriority)
-            : task(iPriority)
-            , event(gPSThread.CreateAutoResetEvent("consumer"))
+            : mTask(iPriority)
+            , mEvent(gPSThread.CreateAutoResetEvent("consumer"))
         {
-            task.ResumeProcessing();
+            mTask.ResumeProcessing();
         }
-        SDS_ITokenTask task;
-        std::unique_ptr<PSEvent> event;
-        std::vector<std::unique_ptr<Witness>> witnesses; // ordinary and latest for each producer's node
+        SDS_ITokenTask mTask;
+        std::unique_ptr<PSEvent> mEvent;
+        std::vector<std::unique_ptr<Witness>> mWitnesses; // ordinary and latest for each producer's node
     };
 
     TokenFire()
     {
         for (int i = 0; i < cProducers; ++i) {
             mNodes.push_back(std::make_unique<SDS_IName>(("fire/" + std::to_string(i)).c_str()));
-            mProducers[static_cast<std::size_t>(i)].node = mNodes.back().get();
+            mProducers[static_cast<std::size_t>(i)].mNode = mNodes.back().get();
         }
         for (int i = 0; i < cConsumers; ++i) {
             mConsumers.push_back(std::make_unique<Consumer>(i == 1 || IsScarce() ? 16 : 0));
             for (const auto& node : mNodes) {
                 for (const bool latest : {false, true}) {
-                    mConsumers.back()->witnesses.push_back(
-                        std::make_unique<Witness>(mConsumers.back()->task, *node, latest));
+                    mConsumers.back()->mWitnesses.push_back(
+                        std::make_unique<Witness>(mConsumers.back()->mTask, *node, latest));
                 }
             }
         }
@@ -133,10 +133,10 @@ protected:
         // However little the consumers get of the cores, some tokens go through.
         for (int i = 0, sent = 0; i < cTokens || sent < cTokens / 20; ++i) {
             Padded padded{TestToken(i % 3, i % 2, i, iWhich), {}};
-            TestToken& token = padded.token;
-            if (IsScarce()) token.header.size = 1080;
-            const bool succeeded = producer.node->HandleToken(token.header) == eSDSErr_None;
-            producer.succeeded.push_back(succeeded);
+            TestToken& token = padded.mToken;
+            if (IsScarce()) token.mHeader.size = 1080;
+            const bool succeeded = producer.mNode->HandleToken(token.mHeader) == eSDSErr_None;
+            producer.mSucceeded.push_back(succeeded);
             if (succeeded) {
                 ++sent;
             } else {
@@ -149,14 +149,14 @@ protected:
 
     void Consume(Consumer& ioConsumer)
     {
-        ioConsumer.task.SetClientEvent(ioConsumer.event.get());
+        ioConsumer.mTask.SetClientEvent(ioConsumer.mEvent.get());
         while (IsScarce() && mProducing.load() > 0 && !mRanOut.load())
             std::this_thread::yield();
         while (mProducing.load() > 0 || mChanging.load() > 0) {
-            static_cast<void>(ioConsumer.event->Wait(1));
-            ioConsumer.task.ProcessTokens(static_cast<Cmn_Int32>(mProducing.load() % 2), Time_Sample(0), 0);
+            static_cast<void>(ioConsumer.mEvent->Wait(1));
+            ioConsumer.mTask.ProcessTokens(static_cast<Cmn_Int32>(mProducing.load() % 2), Time_Sample(0), 0);
         }
-        ioConsumer.task.SetClientEvent(nullptr);
+        ioConsumer.mTask.SetClientEvent(nullptr);
     }
 
     // Listeners and whole tasks come and go, tasks halt and resume.
@@ -170,11 +170,11 @@ protected:
             Consumer& consumer = *mConsumers[random() % mConsumers.size()];
             switch (random() % 7) {
             case 6:
-                if (!guests.empty()) guests[random() % guests.size()]->SetTask(&consumer.task);
+                if (!guests.empty()) guests[random() % guests.size()]->SetTask(&consumer.mTask);
                 break;
             case 0:
             case 1:
-                guests.push_back(std::make_unique<Guest>(consumer.task, node, random() % 2 == 0));
+                guests.push_back(std::make_unique<Guest>(consumer.mTask, node, random() % 2 == 0));
                 break;
             case 2: {
                 if (guests.empty()) break;
@@ -183,7 +183,7 @@ protected:
                 break;
             }
             case 3: {
-                const SDS_ITokenTask::StHaltProcessing halted(&consumer.task);
+                const SDS_ITokenTask::StHaltProcessing halted(&consumer.mTask);
                 std::this_thread::yield();
                 break;
             }
@@ -204,8 +204,8 @@ protected:
         mChanging.fetch_sub(1);
     }
 
-    // Nodes are joined and parted, pauses begin and end. The first node stays alone, so that its latest listeners hear one
-    // producer only.
+    // Nodes are joined and parted, pauses begin and end. The first node stays alone, so that its latest
+    // listeners hear one producer only.
     void JoinAndPart(Cmn_UInt32 iSeed)
     {
         std::minstd_rand random(iSeed);
@@ -240,10 +240,10 @@ protected:
     // What each witness must have heard of the producer that sends to its own node.
     void Check(const Witness& iWitness, int iHome, bool iLatest) const
     {
-        EXPECT_EQ(iWitness.damaged, 0);
-        EXPECT_EQ(iWitness.disordered, 0);
-        const std::vector<int>& heard = iWitness.heard[static_cast<std::size_t>(iHome)];
-        const std::vector<bool>& succeeded = mProducers[static_cast<std::size_t>(iHome)].succeeded;
+        EXPECT_EQ(iWitness.mDamaged, 0);
+        EXPECT_EQ(iWitness.mDisordered, 0);
+        const std::vector<int>& heard = iWitness.mHeard[static_cast<std::size_t>(iHome)];
+        const std::vector<bool>& succeeded = mProducers[static_cast<std::size_t>(iHome)].mSucceeded;
         if (iLatest) {
             if (iHome > 0) return;
             int last = static_cast<int>(succeeded.size()) - 1;
@@ -278,16 +278,17 @@ TEST_P(TokenFire, NothingIsLostDoubledDisorderedOrLeftBehind)
     for (std::thread& thread : threads)
         thread.join();
     for (const auto& consumer : mConsumers) {
-        consumer->task.ProcessTokens(0, Time_Sample(0), 0);
-        for (std::size_t i = 0; i < consumer->witnesses.size(); ++i) {
-            Check(*consumer->witnesses[i], static_cast<int>(i / 2), i % 2 == 1);
+        consumer->mTask.ProcessTokens(0, Time_Sample(0), 0);
+        for (std::size_t i = 0; i < consumer->mWitnesses.size(); ++i) {
+            Check(*consumer->mWitnesses[i], static_cast<int>(i / 2), i % 2 == 1);
         }
     }
     EXPECT_TRUE(!IsScarce() || mRanOut.load()) << "the pool never ran out";
 }
 
-// Listeners come that hear nothing, more than there ever were, so that each takes new memory, which is refused at one point
-// after another. A producer takes one step between two rebuilds: it comes late, to a list that is used anew by then.
+// Listeners come that hear nothing, more than there ever were, so that each takes new memory, which is
+// refused at one point after another. A producer takes one step between two rebuilds: it comes late, to a
+// list that is used anew by then.
 TEST_F(TokenTest, ARebuildWithoutMemoryLeavesListsThatProducersCanEnter)
 {
     SDS_IName node("fire/alone");

@@ -18,25 +18,25 @@
 
 struct TestToken
 {
-    SDS_Token header{};
-    Cmn_Int32 producer = 0;
-    Cmn_Int32 sequence = 0;
-    Cmn_UInt64 check = 0;
+    SDS_Token mHeader{};
+    Cmn_Int32 mProducer = 0;
+    Cmn_Int32 mSequence = 0;
+    Cmn_UInt64 mCheck = 0;
 
     TestToken(Cmn_Int32 iType, Cmn_Int32 iSubType, Cmn_Int32 iSequence = 0, Cmn_Int32 iProducer = 0)
     {
-        header.size = sizeof(TestToken);
-        header.type = iType;
-        header.subtype = iSubType;
-        producer = iProducer;
-        sequence = iSequence;
-        check = Check();
+        mHeader.size = sizeof(TestToken);
+        mHeader.type = iType;
+        mHeader.subtype = iSubType;
+        mProducer = iProducer;
+        mSequence = iSequence;
+        mCheck = Check();
     }
     // Of what the sender wrote.
     Cmn_UInt64 Check() const
     {
-        const auto a = static_cast<Cmn_UInt64>(producer), b = static_cast<Cmn_UInt64>(sequence);
-        return (a * 0x9E3779B97F4A7C15u) ^ (b * 0xC2B2AE3D27D4EB4Fu) ^ static_cast<Cmn_UInt64>(header.type);
+        const auto a = static_cast<Cmn_UInt64>(mProducer), b = static_cast<Cmn_UInt64>(mSequence);
+        return (a * 0x9E3779B97F4A7C15u) ^ (b * 0xC2B2AE3D27D4EB4Fu) ^ static_cast<Cmn_UInt64>(mHeader.type);
     }
     static const TestToken& Of(const SDS_Token* iToken)
     {
@@ -50,9 +50,9 @@ constexpr unsigned cTestTokenClass = 1;
 // What a recorder listens to; 0 is any.
 struct Hears
 {
-    Cmn_Int32 type = 0;
-    Cmn_Int32 subtype = 0;
-    bool latest = false;
+    Cmn_Int32 mType = 0;
+    Cmn_Int32 mSubtype = 0;
+    bool mLatest = false;
 };
 
 // Calls back with each token that it hears.
@@ -61,8 +61,8 @@ class Listener : public SDS_ITokenListener
 public:
     using Call = std::function<void(const TestToken&)>;
     Listener(SDS_ITokenTask* iTask, SDS_IName& iName, Hears iWhat, Call iCall)
-        : SDS_ITokenListener(nullptr, &iName, iWhat.type, iWhat.subtype, 0, 0,
-                             static_cast<SDS_ITokenListener*>(this), false, iWhat.latest, 0)
+        : SDS_ITokenListener(nullptr, &iName, iWhat.mType, iWhat.mSubtype, 0, 0,
+                             static_cast<SDS_ITokenListener*>(this), false, iWhat.mLatest, 0)
         , mCall(std::move(iCall))
     {
         SetTask(iTask);
@@ -79,8 +79,8 @@ class Recorder : public Listener
 public:
     Recorder(SDS_ITokenTask* iTask, SDS_IName& iName, std::vector<int>& ioLog, Hears iWhat = {})
         : Listener(iTask, iName, iWhat, [&ioLog](const TestToken& iToken) {
-            EXPECT_EQ(iToken.check, iToken.Check());
-            ioLog.push_back(iToken.sequence);
+            EXPECT_EQ(iToken.mCheck, iToken.Check());
+            ioLog.push_back(iToken.mSequence);
         })
     {
     }
@@ -107,7 +107,7 @@ protected:
         EXPECT_FALSE(SDS_TokenDispatcher::GetTokensPaused());
     }
 
-    static ESDSError Send(SDS_IName& iName, TestToken iToken) { return iName.HandleToken(iToken.header); }
+    static ESDSError Send(SDS_IName& iName, TestToken iToken) { return iName.HandleToken(iToken.mHeader); }
     static std::vector<int> Drained(SDS_ITokenTask& ioTask, std::vector<int>& ioLog)
     {
         ioLog.clear();

@@ -21,8 +21,8 @@ struct ModelList
     int mNode = 0;    // whose tokens its listeners hear; another one's after it has been recycled
 };
 
-// Producers walk the list of node 0, twice each, while its list is replaced by another, built in vain, recycled for node 1,
-// and, where it could be closed, put in force at node 0 again.
+// Producers walk the list of node 0, twice each, while its list is replaced by another, built in vain,
+// recycled for node 1, and, where it could be closed, put in force at node 0 again.
 struct GateScene
 {
     ModelAtomic<ModelList*> mNode0{&mLists[0]};
@@ -109,8 +109,8 @@ struct Token
     int mReturned = 0; // to a producer, that had it replaced or refused
 };
 
-// Threads 1 and 2 post to one latest listener, thread 1 twice; thread 0 looks for notices, and closes the queue in the end
-// where the task goes.
+// Threads 1 and 2 post to one latest listener, thread 1 twice; thread 0 looks for notices, and closes the
+// queue in the end where the task goes.
 struct MailScene
 {
     SDS_BasicMailbox<ModelAtomic, Token> mMailbox;
@@ -132,7 +132,7 @@ struct MailScene
     {
         if (iNotices == nullptr) return;
         // A notice that was queued twice would have cut the chain or closed it to a ring.
-        mIsWhole = mIsWhole && iNotices == &mNotice && mNotice.next == nullptr;
+        mIsWhole = mIsWhole && iNotices == &mNotice && mNotice.mNext == nullptr;
         Token* const token = mMailbox.Take();
         if (token == nullptr) return;
         ++token->mTaken;

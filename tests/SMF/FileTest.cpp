@@ -93,7 +93,7 @@ TEST(SMFTrackBuilder, WhatNoFileCanHoldIsReportedAndTheTrackStaysSound)
     const auto second = [&] { return *++source.begin(); };
     const std::string filler = "268435465: ff01  ";
     // clang-format off
-    const struct { const char* name; std::function<void(Builder&)> work; std::size_t reports; std::vector<std::string> expected; } rows[] = {
+    const struct { const char* mName; std::function<void(Builder&)> mWork; std::size_t mReports; std::vector<std::string> mExpected; } rows[] = {
         {"nothing more", [](Builder&) {}, 0, {"10: ff2f  "}},
         {"a tick that goes back", [](Builder& b) { b.AppendChannel(9, 0x90, 1, 2); }, 1, {"10: 90 0102 ", "10: ff2f  "}},
         {"a status in the data", [](Builder& b) { b.AppendChannel(11, 0x90, 0x80, 2); }, 1, {"10: ff2f  "}},
@@ -110,13 +110,13 @@ TEST(SMFTrackBuilder, WhatNoFileCanHoldIsReportedAndTheTrackStaysSound)
         const AssertRecorder recorder;
         SMF_TrackBuilder builder;
         builder.AppendChannel(10, 0x90, 0x3C, 0x40);
-        row.work(builder);
+        row.mWork(builder);
         SMF_File file(96);
         file.AddTrack(builder.Finish());
-        EXPECT_EQ(recorder.Take().size(), row.reports) << row.name;
+        EXPECT_EQ(recorder.Take().size(), row.mReports) << row.mName;
         std::vector<std::string> events = Texts(SMF_File::Read(file.Write()).GetTracks()[0]);
         events.erase(events.begin());
-        EXPECT_EQ(events, row.expected) << row.name;
+        EXPECT_EQ(events, row.mExpected) << row.mName;
     }
 }
 

@@ -1,4 +1,5 @@
-// RandomFile: MIDI files spelled at random, as plain lists of their events and as bytes. They end within the time line.
+// RandomFile: MIDI files spelled at random, as plain lists of their events and as bytes. They
+// end within the time line.
 #pragma once
 
 #include "Kora/SMF/SMF_File.h"

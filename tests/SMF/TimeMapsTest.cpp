@@ -17,28 +17,30 @@ Time_Tick At(Cmn_Int64 iTicks) { return SMF_TimeMaps::cStartTick + Time_TickLeng
 struct Maps
 {
     // Of a whole file.
-    explicit Maps(const SMF_File& iFile) { end = SMF_TimeMaps::Read(iFile, meters, tempi, keys); }
+    explicit Maps(const SMF_File& iFile) { mEnd = SMF_TimeMaps::Read(iFile, mMeters, mTempi, mKeys); }
     // One tempo, from the start on.
     explicit Maps(double iTempo = 120) { AddTempo(0, iTempo); }
     void AddTempo(Cmn_Int64 iTicks, double iTempo, Cmn_Int64 iBeat = cQuarter)
     {
-        tempi.AddSegment(std::make_unique<Time_ConstantTempoSeg>(At(iTicks), iTempo, Time_TickLength(iBeat)));
+        mTempi.AddSegment(
+            std::make_unique<Time_ConstantTempoSeg>(At(iTicks), iTempo, Time_TickLength(iBeat)));
     }
     SMF_TimeMaps::Report Write(SMF_File& ioFile,
                                SMF_TimeMaps::EDivision iDivision = SMF_TimeMaps::eDivision_Keep) const
     {
-        return SMF_TimeMaps::Write(ioFile, {meters, tempi, keys, SMF_TimeMaps::cStartTick, end}, iDivision);
+        return SMF_TimeMaps::Write(ioFile, {mMeters, mTempi, mKeys, SMF_TimeMaps::cStartTick, mEnd},
+                                   iDivision);
     }
     std::string Text() const
     {
-        return meters.GetAsXML().ToString() + tempi.GetAsXML().ToString() + keys.GetAsXML().ToString() +
-               std::to_string(end.AsInt64());
+        return mMeters.GetAsXML().ToString() + mTempi.GetAsXML().ToString() + mKeys.GetAsXML().ToString() +
+               std::to_string(mEnd.AsInt64());
     }
 
-    Time_MeterMap meters;
-    Time_TempoMap tempi;
-    Time_KeySignatureMap keys;
-    Time_Tick end = SMF_TimeMaps::cStartTick;
+    Time_MeterMap mMeters;
+    Time_TempoMap mTempi;
+    Time_KeySignatureMap mKeys;
+    Time_Tick mEnd = SMF_TimeMaps::cStartTick;
 };
 
 class SMFTimeMaps : public testing::Test
@@ -77,22 +79,23 @@ TEST_F(SMFTimeMaps, RandomFilesMapsGoBackAsNothingIntoTheirFileAndWholeIntoOther
         EXPECT_EQ(same.Write(), file.Write());
         maps.Write(fresh);
         EXPECT_EQ(Maps(SMF_File::Read(fresh.Write())).Text(), maps.Text());
-        // Into a file of another division and other maps: what is no map stays; on the same division the maps are these.
+        // Into a file of another division and other maps: what is no map stays; on the same
+        // division the maps are these.
         long replaced = 0;
         for (const auto& rounded : maps.Write(target).mRoundedTicks)
             replaced += rounded.mKind == SMF_TimeMaps::eKind_Key && rounded.mIsReplaced;
         EXPECT_EQ(Others(target), Others(other));
         Maps read(SMF_File::Read(target.Write()));
-        read.end = maps.end;
+        read.mEnd = maps.mEnd;
         EXPECT_TRUE(target.GetDivision() != file.GetDivision() || read.Text() == maps.Text());
-        EXPECT_EQ(read.keys.size() + replaced, maps.keys.size());
+        EXPECT_EQ(read.mKeys.size() + replaced, maps.mKeys.size());
     }
 }
 
 TEST_F(SMFTimeMaps, WhatTheDivisionCannotSayIsRoundedHalfUpAndReportedOrTheDivisionIsRaised)
 {
     // clang-format off
-    const struct { const char* name; int division; std::vector<Cmn_Int64> ticks; bool raise; int divisionAfter; const char* report; } rows[] = {
+    const struct { const char* mName; int mDivision; std::vector<Cmn_Int64> mTicks; bool mRaise; int mDivisionAfter; const char* mReport; } rows[] = {
         {"on the grid",                       480, {2000, 4000},   false, 480,  ""},
         {"half a tick goes up",               480, {1000},         false, 480,  "1+1000 "},
         {"just below half goes down",         480, {999},          false, 480,  "0-999 "},
@@ -107,18 +110,18 @@ TEST_F(SMFTimeMaps, WhatTheDivisionCannotSayIsRoundedHalfUpAndReportedOrTheDivis
     // clang-format on
     for (const auto& row : rows) {
         Maps maps;
-        for (const Cmn_Int64 ticks : row.ticks)
-            maps.keys.SetKeySignature(At(ticks),
-                                      Time_KeySignature(true, true, static_cast<Cmn_UInt8>(ticks % 7)));
-        SMF_File file(row.division);
+        for (const Cmn_Int64 ticks : row.mTicks)
+            maps.mKeys.SetKeySignature(At(ticks),
+                                       Time_KeySignature(true, true, static_cast<Cmn_UInt8>(ticks % 7)));
+        SMF_File file(row.mDivision);
         std::string text;
         for (const auto& rounded :
-             maps.Write(file, row.raise ? SMF_TimeMaps::eDivision_Raise : SMF_TimeMaps::eDivision_Keep)
+             maps.Write(file, row.mRaise ? SMF_TimeMaps::eDivision_Raise : SMF_TimeMaps::eDivision_Keep)
                  .mRoundedTicks)
             text += std::to_string(rounded.mFileTick) + (rounded.mError < 0 ? "" : "+") +
                     std::to_string(rounded.mError) + (rounded.mIsReplaced ? "! " : " ");
-        EXPECT_EQ(text, row.report) << row.name;
-        EXPECT_EQ(file.GetDivision(), row.divisionAfter) << row.name;
+        EXPECT_EQ(text, row.mReport) << row.mName;
+        EXPECT_EQ(file.GetDivision(), row.mDivisionAfter) << row.mName;
     }
 }
 
@@ -127,20 +130,20 @@ TEST_F(SMFTimeMaps, ARaisedDivisionMovesEveryEventWithIt)
     const std::string track = MidiBytes::Bytes("0A903C40 0A3C00") + MidiBytes::Tempo(0x0FFFFFFF, 400000);
     SMF_File file = SMF_File::Read(MidiBytes::File(480, {track}));
     Maps maps(file);
-    const Time_Tick end = maps.end;
-    maps.keys.SetKeySignature(At(1000), Time_KeySignature(true, true, 2));
+    const Time_Tick end = maps.mEnd;
+    maps.mKeys.SetKeySignature(At(1000), Time_KeySignature(true, true, 2));
     EXPECT_TRUE(maps.Write(file, SMF_TimeMaps::eDivision_Raise).mRoundedTicks.empty());
     const std::vector<std::string> expected = {
         "1: ff59 0200 ",           "20: 90 3c40 ",     "40: 90 3c00 ", "268435495: ff01  ",
         "536870950: ff51 061a80 ", "536870950: ff2f  "};
     EXPECT_EQ(Texts(file.GetTracks()[0]), expected);
-    EXPECT_EQ(Maps(file).end, end);
+    EXPECT_EQ(Maps(file).mEnd, end);
 }
 
 TEST_F(SMFTimeMaps, EachTempoIsTheNearestMicrosecondsAndWhatIsNotExactIsTold)
 {
     // clang-format off
-    const struct { double tempo; Cmn_Int64 beat; const char* content; double written; } rows[] = {
+    const struct { double mTempo; Cmn_Int64 mBeat; const char* mContent; double mWritten; } rows[] = {
         {120,          cQuarter,     "07a120", 0},
         {60e6 / 454545, cQuarter,    "06ef91", 0},
         {140,          cQuarter,     "068a1b", 60e6 / 428571},
@@ -150,15 +153,15 @@ TEST_F(SMFTimeMaps, EachTempoIsTheNearestMicrosecondsAndWhatIsNotExactIsTold)
     // clang-format on
     for (const auto& row : rows) {
         Maps maps;
-        maps.tempi.Clear();
-        maps.AddTempo(0, row.tempo, row.beat);
+        maps.mTempi.Clear();
+        maps.AddTempo(0, row.mTempo, row.mBeat);
         SMF_File file(480);
         const auto inexact = maps.Write(file).mInexactTempi;
-        EXPECT_EQ(Texts(file.GetTracks()[0])[0], std::string("0: ff51 ") + row.content + " ");
-        ASSERT_EQ(inexact.size(), row.written == 0 ? 0u : 1u) << row.tempo;
+        EXPECT_EQ(Texts(file.GetTracks()[0])[0], std::string("0: ff51 ") + row.mContent + " ");
+        ASSERT_EQ(inexact.size(), row.mWritten == 0 ? 0u : 1u) << row.mTempo;
         if (inexact.empty()) continue;
-        EXPECT_EQ(inexact[0].mAsked, row.tempo * static_cast<double>(row.beat) / cQuarter);
-        EXPECT_EQ(inexact[0].mWritten, row.written);
+        EXPECT_EQ(inexact[0].mAsked, row.mTempo * static_cast<double>(row.mBeat) / cQuarter);
+        EXPECT_EQ(inexact[0].mWritten, row.mWritten);
     }
 }
 
@@ -179,7 +182,7 @@ TEST_F(SMFTimeMaps, WhatNoFileCanHoldIsRefusedAndTheFileStays)
         return text;
     };
     const auto meter = [](int iNumerator, int iDenominator) {
-        return [=](Maps& m) { m.meters.AddMeterChange(At(0), Time_Meter(iNumerator, iDenominator)); };
+        return [=](Maps& m) { m.mMeters.AddMeterChange(At(0), Time_Meter(iNumerator, iDenominator)); };
     };
     const std::string range =
         " at tick 1000000000000, expected 1 to 255 beats and a denominator that is a power of two up to 2048";
@@ -187,7 +190,7 @@ TEST_F(SMFTimeMaps, WhatNoFileCanHoldIsRefusedAndTheFileStays)
     EXPECT_EQ(refusal(meter(256, 4)), "a meter of 256/4" + range);
     EXPECT_EQ(refusal(meter(3, 12)), "a meter of 3/12" + range);
     EXPECT_EQ(refusal(meter(3, 4096)), "a meter of 3/4096" + range);
-    EXPECT_EQ(refusal([](Maps& m) { m.keys.SetKeySignature(At(7), Time_KeySignature(true, true, 8)); }),
+    EXPECT_EQ(refusal([](Maps& m) { m.mKeys.SetKeySignature(At(7), Time_KeySignature(true, true, 8)); }),
               "a key of 8 accidentals at tick 1000000000007, expected at most 7");
     EXPECT_EQ(
         refusal([](Maps& m) { m.AddTempo(9, 3.5); }),
@@ -197,11 +200,11 @@ TEST_F(SMFTimeMaps, WhatNoFileCanHoldIsRefusedAndTheFileStays)
 TEST_F(SMFTimeMaps, WhatLiesBeforeTheStartCountsAsAtIt)
 {
     Maps maps(100);
-    maps.meters.AddInitialMeterChange(At(-8 * cQuarter), Time_Meter(3, 4), -1);
+    maps.mMeters.AddInitialMeterChange(At(-8 * cQuarter), Time_Meter(3, 4), -1);
     for (const int quarter : {-5, -2, 1})
-        maps.keys.SetKeySignature(At(quarter * cQuarter),
-                                  Time_KeySignature(true, true, static_cast<Cmn_UInt8>(quarter + 5)));
-    maps.end = At(2 * cQuarter);
+        maps.mKeys.SetKeySignature(At(quarter * cQuarter),
+                                   Time_KeySignature(true, true, static_cast<Cmn_UInt8>(quarter + 5)));
+    maps.mEnd = At(2 * cQuarter);
     SMF_File file(96);
     maps.Write(file);
     const std::vector<std::string> expected = {"0: ff51 0927c0 ", "0: ff58 03021808 ", "0: ff59 0300 ",

@@ -11,6 +11,7 @@ constinit thread_local std::size_t AllocationCounter::sLargest = 0;
 constinit thread_local long long AllocationCounter::sRefused = 0;
 
 namespace {
+
 void* Allocate(std::size_t iSize) noexcept
 {
     if (++AllocationCounter::sAllocations == AllocationCounter::sRefused) return nullptr;
@@ -23,6 +24,7 @@ void Release(void* iMemory) noexcept
     if (iMemory != nullptr) ++AllocationCounter::sReleases;
     std::free(iMemory);
 }
+
 } // namespace
 
 void* operator new(std::size_t iSize)
@@ -31,7 +33,8 @@ void* operator new(std::size_t iSize)
     throw std::bad_alloc();
 }
 
-// std::stable_sort asks this way. The sanitizers bring one of their own, whose memory the deletes below may not take.
+// std::stable_sort asks this way. The sanitizers bring one of their own, whose memory the
+// deletes below may not take.
 void* operator new(std::size_t iSize, const std::nothrow_t&) noexcept { return Allocate(iSize); }
 
 // Over-aligned: what malloc gave stands before what it is used as.

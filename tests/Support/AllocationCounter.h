@@ -9,9 +9,9 @@
 //
 //     const StRefusedAllocation refused(3); // the third one of the scope
 //
-// A test program that uses it lists ../Support/AllocationCounter.cpp among its sources: that file replaces the
-// program's operator new. On Linux the library's allocations are counted as well; a Windows DLL has an operator new of
-// its own, and there only what the headers' inline code allocates is counted, or refused.
+// A test program that uses it lists ../Support/AllocationCounter.cpp among its sources: that file replaces
+// the program's operator new. On Linux the library's allocations are counted as well; a Windows DLL has an
+// operator new of its own, and there only what the headers' inline code allocates is counted, or refused.
 #pragma once
 
 #include <cstddef>
@@ -32,7 +32,8 @@ public:
     // Bytes of the largest one since the last counter was made.
     static std::size_t Largest() { return sLargest; }
 
-    // constinit: without it GCC reaches the counter through a wrapper, which the sanitizer takes for a null pointer.
+    // constinit: without it GCC reaches the counter through a wrapper, which the sanitizer
+    // takes for a null pointer.
     static constinit thread_local long long sAllocations;
     static constinit thread_local long long sReleases;
     static constinit thread_local std::size_t sLargest;

@@ -1,4 +1,5 @@
-// AssertRecorder: collects the reports of a scope, so that tests can claim what was reported, and that nothing was.
+// AssertRecorder: collects the reports of a scope, so that tests can claim what was
+// reported, and that nothing was.
 #pragma once
 
 #include "Bastel/Cmn/Cmn_Assert.h"

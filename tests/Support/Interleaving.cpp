@@ -128,7 +128,8 @@ void Stage::BeforeOperation(unsigned iThread, const Operation& iOperation)
     AwaitTurn(iThread);
 }
 
-// The thread for the next operation: as in the schedule, or, past its end, the preferred one if it is to be tried.
+// The thread for the next operation: as in the schedule, or, past its end, the preferred
+// one if it is to be tried.
 unsigned Stage::Choose(unsigned iPreferred)
 {
     if (mIsRunning == Threads{}) return cDirector;

@@ -5,13 +5,14 @@
 //                                                     [&](int i) { scene.Run(i); },           // on thread i
 //                                                     [&] { EXPECT_TRUE(scene.IsWhole()); }); // after it
 //
-// The code under test is instantiated with ModelAtomic. Each operation of one stops before it is made, and whoever goes
-// next is chosen depth first, from one schedule to the next, until none is left. Of schedules that differ only in the
-// order of neighbouring operations on different atomics, or of two loads, one is run (sleep sets): what is checked
-// afterwards must not depend on such an order. Operations take effect at once and in order: what a weaker memory order
-// permits is not explored, the thread sanitizer looks for that.
+// The code under test is instantiated with ModelAtomic. Each operation of one stops before it is made, and
+// whoever goes next is chosen depth first, from one schedule to the next, until none is left. Of schedules
+// that differ only in the order of neighbouring operations on different atomics, or of two loads, one is run
+// (sleep sets): what is checked afterwards must not depend on such an order. Operations take effect at once
+// and in order: what a weaker memory order permits is not explored, the thread sanitizer looks for that.
 //
-// The search ends with the first schedule that fails, and prints it: the digits are the threads, an operation each.
+// The search ends with the first schedule that fails, and prints it: the digits are the
+// threads, an operation each.
 #pragma once
 
 #include <atomic>

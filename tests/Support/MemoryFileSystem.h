@@ -1,11 +1,12 @@
 // MemoryFileSystem: files in memory that fail, fill up and crash on demand.
 //
-// What was written and what was synced are kept apart. A crash leaves of each file, sector by sector, what it held at
-// some moment since its last sync, its length likewise, and of the names what they were at some moment since the last
+// What was written and what was synced are kept apart. A crash leaves of each file, sector by sector,
+// what it held at some moment since its last sync, its length likewise, and of the names what they were
+// at some moment since the last
 // SyncFolder: whatever order a system writes its cache back in, the result is among these.
 //
-// As strict as the strictest system: files that are open are neither replaced nor removed, but for those that OpenBeside
-// made.
+// As strict as the strictest system: files that are open are neither replaced nor removed, but for
+// those that OpenBeside made.
 #pragma once
 
 #include "Bastel/Sys/Sys_FileSystem.h"
@@ -42,10 +43,10 @@ public:
     };
     struct Request
     {
-        EKind kind;
-        std::string path;
-        Cmn_Int64 position; // or the new length
-        std::size_t count;
+        EKind mKind;
+        std::string mPath;
+        Cmn_Int64 mPosition; // or the new length
+        std::size_t mCount;
     };
     static constexpr std::size_t cSector = 512;
 
@@ -53,7 +54,7 @@ public:
     bool Exists(const std::string& iPath) const { return mNames.contains(Target(iPath)); }
     Bytes GetBytes(const std::string& iPath) const
     {
-        return Exists(iPath) ? mNames.at(Target(iPath))->now : Bytes();
+        return Exists(iPath) ? mNames.at(Target(iPath))->mNow : Bytes();
     }
     void SetBytes(const std::string& iPath, Bytes iBytes)
     {
@@ -65,7 +66,7 @@ public:
     {
         Files files;
         for (const auto& [path, file] : mNames)
-            files[path] = file->now;
+            files[path] = file->mNow;
         return files;
     }
     void SetFiles(const Files& iFiles)
@@ -105,7 +106,7 @@ public:
     std::size_t GetNumRequests(EKind iKind) const
     {
         return static_cast<std::size_t>(
-            std::count_if(mLog.begin(), mLog.end(), [&](const Request& r) { return r.kind == iKind; }));
+            std::count_if(mLog.begin(), mLog.end(), [&](const Request& r) { return r.mKind == iKind; }));
     }
     void ClearLog() { mLog.clear(); }
 
@@ -121,7 +122,7 @@ public:
         auto names = mSafeNames;
         const std::size_t changes = pick(mNameChanges.size());
         for (std::size_t i = 0; i < changes; ++i)
-            mNameChanges[i].apply(names);
+            mNameChanges[i].mApply(names);
         Files files;
         for (const auto& [path, file] : names)
             files[path] = Torn(*file, pick, random);
@@ -133,7 +134,7 @@ public:
     {
         oHandle = cNoHandle;
         const Call call(*this, {eOpen, iPath, 0, 0});
-        if (call.error != 0) return call.error;
+        if (call.mError != 0) return call.mError;
         const std::string path = Target(iPath);
         auto found = mNames.find(path);
         if (found == mNames.end()) {
@@ -144,10 +145,10 @@ public:
         }
         File& file = *found->second;
         const bool alone = iAccess != eAccess_Read && iAccess != eAccess_WriteShared;
-        if (alone && file.isLocked) return eError_InUse;
-        if (alone) file.isLocked = true;
+        if (alone && file.mIsLocked) return eError_InUse;
+        if (alone) file.mIsLocked = true;
         if (iAccess == eAccess_New) file.Change(0, nullptr, 0, 0);
-        ++file.opened;
+        ++file.mOpened;
         mHandles[oHandle = ++mLastHandle] = {found->second, path, iAccess};
         return 0;
     }
@@ -156,20 +157,20 @@ public:
         const Call call(*this, {eClose, PathOf(iHandle), 0, 0});
         const auto found = mHandles.find(iHandle);
         if (found == mHandles.end()) return EBADF;
-        File& file = *found->second.file;
-        if (found->second.access != eAccess_Read && found->second.access != eAccess_WriteShared)
-            file.isLocked = false;
-        --file.opened;
+        File& file = *found->second.mFile;
+        if (found->second.mAccess != eAccess_Read && found->second.mAccess != eAccess_WriteShared)
+            file.mIsLocked = false;
+        --file.mOpened;
         mHandles.erase(found); // a handle whose closing fails is closed all the same
-        return call.error;
+        return call.mError;
     }
     Cmn_Int32 ReadAt(Handle iHandle, Cmn_Int64 iPosition, void* oBytes, std::size_t iCount,
                      std::size_t& oCount) override
     {
         oCount = 0;
         const Call call(*this, {eRead, PathOf(iHandle), iPosition, iCount}, iHandle);
-        if (call.error != 0) return call.error;
-        const Bytes& now = call.open->file->now;
+        if (call.mError != 0) return call.mError;
+        const Bytes& now = call.mOpen->mFile->mNow;
         if (iPosition < 0) return EINVAL;
         if (static_cast<std::size_t>(iPosition) >= now.size()) return 0;
         oCount = std::min(iCount, now.size() - static_cast<std::size_t>(iPosition));
@@ -181,15 +182,15 @@ public:
     {
         oCount = 0;
         const Call call(*this, {eWrite, PathOf(iHandle), iPosition, iCount}, iHandle);
-        if (call.error != 0) return call.error;
-        if (iPosition < 0 || call.open->access == eAccess_Read) return EBADF;
+        if (call.mError != 0) return call.mError;
+        if (iPosition < 0 || call.mOpen->mAccess == eAccess_Read) return EBADF;
         Cmn_Int32 error = 0;
         std::size_t count = iCount;
         if (mShortAt > 0 && --mShortAt == 0) {
             count /= 2;
             error = mShortCode;
         }
-        File& file = *call.open->file;
+        File& file = *call.mOpen->mFile;
         const std::uint64_t room = Room(file);
         if (static_cast<std::uint64_t>(iPosition) + count > room) {
             count = static_cast<std::uint64_t>(iPosition) >= room
@@ -199,7 +200,7 @@ public:
         }
         const std::size_t end = static_cast<std::size_t>(iPosition) + count;
         if (count > 0)
-            file.Change(std::max(file.now.size(), end), static_cast<const std::uint8_t*>(iBytes), count,
+            file.Change(std::max(file.mNow.size(), end), static_cast<const std::uint8_t*>(iBytes), count,
                         static_cast<std::size_t>(iPosition));
         oCount = count;
         return error;
@@ -208,16 +209,16 @@ public:
     {
         oLength = 0;
         const Call call(*this, {eGetLength, PathOf(iHandle), 0, 0}, iHandle);
-        if (call.error == 0) oLength = static_cast<Cmn_Int64>(call.open->file->now.size());
-        return call.error;
+        if (call.mError == 0) oLength = static_cast<Cmn_Int64>(call.mOpen->mFile->mNow.size());
+        return call.mError;
     }
     Cmn_Int32 SetLength(Handle iHandle, Cmn_Int64 iLength) override
     {
         const Call call(*this, {eSetLength, PathOf(iHandle), iLength, 0}, iHandle);
-        if (call.error != 0) return call.error;
-        if (iLength < 0 || call.open->access == eAccess_Read) return EINVAL;
-        File& file = *call.open->file;
-        if (static_cast<std::uint64_t>(iLength) > std::max<std::uint64_t>(Room(file), file.now.size()))
+        if (call.mError != 0) return call.mError;
+        if (iLength < 0 || call.mOpen->mAccess == eAccess_Read) return EINVAL;
+        File& file = *call.mOpen->mFile;
+        if (static_cast<std::uint64_t>(iLength) > std::max<std::uint64_t>(Room(file), file.mNow.size()))
             return ENOSPC;
         file.Change(static_cast<std::size_t>(iLength), nullptr, 0, 0);
         return 0;
@@ -225,16 +226,16 @@ public:
     Cmn_Int32 Sync(Handle iHandle) override
     {
         const Call call(*this, {eSync, PathOf(iHandle), 0, 0}, iHandle);
-        if (call.error != 0) return call.error;
-        File& file = *call.open->file;
-        file.safe = file.now;
-        file.edits.clear();
-        // A file that was made comes to the disk with its name, and with what befell names before; what a Replace did
-        // waits for the folder.
+        if (call.mError != 0) return call.mError;
+        File& file = *call.mOpen->mFile;
+        file.mSafe = file.mNow;
+        file.mEdits.clear();
+        // A file that was made comes to the disk with its name, and with what befell names before; what a
+        // Replace did waits for the folder.
         const auto made = std::find_if(mNameChanges.begin(), mNameChanges.end(),
-                                       [&](const NameChange& c) { return c.made == &file; });
+                                       [&](const NameChange& c) { return c.mMade == &file; });
         if (made == mNameChanges.end()) return 0;
-        std::for_each(mNameChanges.begin(), made + 1, [&](const NameChange& c) { c.apply(mSafeNames); });
+        std::for_each(mNameChanges.begin(), made + 1, [&](const NameChange& c) { c.mApply(mSafeNames); });
         mNameChanges.erase(mNameChanges.begin(), made + 1);
         return 0;
     }
@@ -242,19 +243,19 @@ public:
     {
         oHandle = cNoHandle;
         const Call call(*this, {eOpenBeside, iTarget, 0, 0});
-        if (call.error != 0) return call.error;
+        if (call.mError != 0) return call.mError;
         const auto target = mNames.find(iTarget);
-        if (target != mNames.end() && target->second->isLocked) return eError_InUse;
+        if (target != mNames.end() && target->second->mIsLocked) return eError_InUse;
         std::vector<std::string> dead;
         for (const auto& [path, other] : mNames)
-            if (path.starts_with(Folder(iTarget) + "/" + PrefixBeside(iTarget)) && !other->isLocked)
+            if (path.starts_with(Folder(iTarget) + "/" + PrefixBeside(iTarget)) && !other->mIsLocked)
                 dead.push_back(path);
         for (const std::string& path : dead)
             ChangeNames({Folder(path), nullptr, [=](Names& io) { io.erase(path); }});
         oPath = Folder(iTarget) + "/" + NameBeside(iTarget);
         const auto file = std::make_shared<File>(Bytes());
-        file->isLocked = true;
-        ++file->opened;
+        file->mIsLocked = true;
+        ++file->mOpened;
         ChangeNames({Folder(oPath), file.get(), [path = oPath, file](Names& io) { io[path] = file; }});
         mHandles[oHandle = ++mLastHandle] = {file, oPath, eAccess_Move};
         return 0;
@@ -264,13 +265,13 @@ public:
     {
         oNotKept = 0;
         const Call call(*this, {eTakePlace, iTo, 0, 0});
-        if (call.error != 0) return call.error;
+        if (call.mError != 0) return call.mError;
         const auto from = mNames.find(iFrom);
         const auto open = mHandles.find(iHandle);
-        if (from == mNames.end() || open == mHandles.end() || open->second.file != from->second)
+        if (from == mNames.end() || open == mHandles.end() || open->second.mFile != from->second)
             return ENOENT;
         const auto to = mNames.find(iTo);
-        if (to != mNames.end() && to->second->opened > 0) return eError_InUse;
+        if (to != mNames.end() && to->second->mOpened > 0) return eError_InUse;
         const auto file = from->second;
         mLinks.erase(iTo);
         ChangeNames({Folder(iTo), nullptr, [=](Names& io) {
@@ -282,27 +283,27 @@ public:
     Cmn_Int32 SyncFolder(const std::string& iFolder) override
     {
         const Call call(*this, {eSyncFolder, iFolder, 0, 0});
-        if (call.error != 0) return call.error;
+        if (call.mError != 0) return call.mError;
         for (const NameChange& change : mNameChanges)
-            if (change.folder == iFolder) change.apply(mSafeNames);
-        std::erase_if(mNameChanges, [&](const NameChange& c) { return c.folder == iFolder; });
+            if (change.mFolder == iFolder) change.mApply(mSafeNames);
+        std::erase_if(mNameChanges, [&](const NameChange& c) { return c.mFolder == iFolder; });
         return 0;
     }
     Cmn_Int32 Remove(const std::string& iPath) override
     {
         const Call call(*this, {eRemove, iPath, 0, 0});
-        if (call.error != 0) return call.error;
+        if (call.mError != 0) return call.mError;
         if (mLinks.erase(iPath) > 0) return 0;
         const auto found = mNames.find(iPath);
         if (found == mNames.end()) return ENOENT;
-        if (found->second->opened > 0 && !IsOpenToMove(*found->second)) return EACCES;
+        if (found->second->mOpened > 0 && !IsOpenToMove(*found->second)) return EACCES;
         ChangeNames({Folder(iPath), nullptr, [=](Names& io) { io.erase(iPath); }});
         return 0;
     }
     Cmn_Int32 Resolve(const std::string& iPath, std::string& oPath) override
     {
         const Call call(*this, {eResolve, iPath, 0, 0});
-        if (call.error != 0) return call.error;
+        if (call.mError != 0) return call.mError;
         oPath = Target(iPath);
         return 0;
     }
@@ -310,48 +311,48 @@ public:
 private:
     struct Edit
     {
-        std::size_t length;
-        std::size_t position;
-        Bytes bytes;
+        std::size_t mLength;
+        std::size_t mPosition;
+        Bytes mBytes;
     };
     struct File
     {
         explicit File(Bytes iBytes)
-            : now(std::move(iBytes))
-            , safe(now)
+            : mNow(std::move(iBytes))
+            , mSafe(mNow)
         {
         }
         static void Apply(Bytes& ioBytes, const Edit& iEdit)
         {
-            ioBytes.resize(iEdit.length);
-            std::copy(iEdit.bytes.begin(), iEdit.bytes.end(),
-                      ioBytes.begin() + static_cast<std::ptrdiff_t>(iEdit.position));
+            ioBytes.resize(iEdit.mLength);
+            std::copy(iEdit.mBytes.begin(), iEdit.mBytes.end(),
+                      ioBytes.begin() + static_cast<std::ptrdiff_t>(iEdit.mPosition));
         }
         void Change(std::size_t iLength, const std::uint8_t* iBytes, std::size_t iCount,
                     std::size_t iPosition)
         {
-            edits.push_back({iLength, iPosition, iCount > 0 ? Bytes(iBytes, iBytes + iCount) : Bytes()});
-            Apply(now, edits.back());
+            mEdits.push_back({iLength, iPosition, iCount > 0 ? Bytes(iBytes, iBytes + iCount) : Bytes()});
+            Apply(mNow, mEdits.back());
         }
 
-        Bytes now;
-        Bytes safe;              // as of the last sync
-        std::vector<Edit> edits; // since then
-        int opened = 0;
-        bool isLocked = false;
+        Bytes mNow;
+        Bytes mSafe;              // as of the last sync
+        std::vector<Edit> mEdits; // since then
+        int mOpened = 0;
+        bool mIsLocked = false;
     };
     using Names = std::map<std::string, std::shared_ptr<File>>;
     struct NameChange
     {
-        std::string folder;
-        const File* made; // by this change
-        std::function<void(Names&)> apply;
+        std::string mFolder;
+        const File* mMade; // by this change
+        std::function<void(Names&)> mApply;
     };
     struct OpenFile
     {
-        std::shared_ptr<File> file;
-        std::string path;
-        EAccess access;
+        std::shared_ptr<File> mFile;
+        std::string mPath;
+        EAccess mAccess;
     };
     // One request: counted, logged, and failed when its turn has come.
     struct Call
@@ -359,21 +360,21 @@ private:
         Call(MemoryFileSystem& ioSystem, Request iRequest, Handle iHandle = cNoHandle)
         {
             const std::int64_t number = static_cast<std::int64_t>(++ioSystem.mCount);
-            const bool needsFile = iRequest.kind >= eRead && iRequest.kind <= eSync;
+            const bool needsFile = iRequest.mKind >= eRead && iRequest.mKind <= eSync;
             ioSystem.mLog.push_back(std::move(iRequest));
             if (ioSystem.mFailAt > 0 &&
                 (ioSystem.mFailOn ? number >= ioSystem.mFailAt : number == ioSystem.mFailAt))
-                error = ioSystem.mFailCode;
+                mError = ioSystem.mFailCode;
             else if (needsFile) {
                 const auto found = ioSystem.mHandles.find(iHandle);
                 if (found == ioSystem.mHandles.end())
-                    error = EBADF;
+                    mError = EBADF;
                 else
-                    open = &found->second;
+                    mOpen = &found->second;
             }
         }
-        Cmn_Int32 error = 0;
-        OpenFile* open = nullptr;
+        Cmn_Int32 mError = 0;
+        OpenFile* mOpen = nullptr;
     };
 
     static std::string Folder(const std::string& iPath)
@@ -390,12 +391,12 @@ private:
     std::string PathOf(Handle iHandle)
     {
         const auto found = mHandles.find(iHandle);
-        return found == mHandles.end() ? "" : found->second.path;
+        return found == mHandles.end() ? "" : found->second.mPath;
     }
     bool IsOpenToMove(const File& iFile) const
     {
         return std::any_of(mHandles.begin(), mHandles.end(), [&](const auto& h) {
-            return h.second.file.get() == &iFile && h.second.access == eAccess_Move;
+            return h.second.mFile.get() == &iFile && h.second.mAccess == eAccess_Move;
         });
     }
     // Up to where the file may reach.
@@ -403,19 +404,19 @@ private:
     {
         std::uint64_t others = 0;
         for (const auto& [path, file] : mNames)
-            if (file.get() != &iFile) others += file->now.size();
+            if (file.get() != &iFile) others += file->mNow.size();
         return mCapacity > others ? mCapacity - others : 0;
     }
     void ChangeNames(NameChange iChange)
     {
-        iChange.apply(mNames);
+        iChange.mApply(mNames);
         mNameChanges.push_back(std::move(iChange));
     }
     template <class Pick>
     static Bytes Torn(const File& iFile, const Pick& iPick, std::mt19937_64& ioRandom)
     {
-        std::vector<Bytes> moments = {iFile.safe};
-        for (const Edit& edit : iFile.edits) {
+        std::vector<Bytes> moments = {iFile.mSafe};
+        for (const Edit& edit : iFile.mEdits) {
             moments.push_back(moments.back());
             File::Apply(moments.back(), edit);
         }

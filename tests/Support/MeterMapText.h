@@ -1,6 +1,7 @@
 // MeterMapText: meter maps as text, so that tables read like music.
 //
-//     "1| 4/4   5| 6/8   9| 3/4"     each change with the number of its bar; the first lies at the default song start
+//     "1| 4/4   5| 6/8   9| 3/4"     each change with the number of its bar; the first lies
+//               at the default song start
 //     "1| 4/4   2| 3/4 @1"           at a place of its own: one quarter after the default song start
 //     "1| 4/4   2| 3/4 @1+1"         and one tick
 //

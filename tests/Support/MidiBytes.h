@@ -1,6 +1,7 @@
 // MidiBytes: MIDI files spelled out in tests.
 //
-// Bytes("'MThd 00000006 0001 0002 01E0") joins tokens: hexadecimal digits are bytes, a word behind ' is its letters.
+// Bytes("'MThd 00000006 0001 0002 01E0") joins tokens: hexadecimal digits are bytes, a word
+// behind ' is its letters.
 #pragma once
 
 #include "Bastel/Cmn/Cmn_Types.h"

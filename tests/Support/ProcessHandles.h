@@ -3,8 +3,8 @@
 
 int CountProcessHandles();
 
-// How many more there are after each call. The system opens some once and for good, when threads first meet at one of
-// its locks; a leak comes each time.
+// How many more there are after each call. The system opens some once and for good, when threads first meet
+// at one of its locks; a leak comes each time.
 template <class Call>
 int HandlesLeakedBy(Call iCall)
 {

@@ -24,12 +24,7 @@ struct Cell : PSAtomicQueueLink
 };
 using Pool = Sys_MultiSizeAtomicPool<Cell>;
 using Size = Sys_AtomicPoolSize;
-constexpr Size cSizes[] = {
-    {112,  1000},
-    {156,  1000},
-    {438,  1000},
-    {1128, 200 }
-};
+constexpr Size cSizes[] = {{112, 1000}, {156, 1000}, {438, 1000}, {1128, 200}};
 
 constexpr Size Cells(std::size_t iBytes, unsigned iCount) { return {iBytes, iCount}; }
 
@@ -61,15 +56,15 @@ TEST(AtomicPool, EachClassHoldsItsCountOfCellsOfItsSizeAndNothingStandsIn)
     EXPECT_TRUE(Pool::IsLockFree());
     std::size_t smaller = 0;
     std::set<Cell*> distinct;
-    for (unsigned i = 0; i < std::size(cSizes); smaller = cSizes[i++].cellBytes) {
+    for (unsigned i = 0; i < std::size(cSizes); smaller = cSizes[i++].mCellBytes) {
         // The first size that the class before does not hold, and the last one that this one does.
         Cell* const first = pool.Allocate(smaller + (i == 0 ? 0 : 1));
-        std::vector<Cell*> cells = TakeAll(pool, cSizes[i].cellBytes);
+        std::vector<Cell*> cells = TakeAll(pool, cSizes[i].mCellBytes);
         cells.push_back(first);
-        EXPECT_EQ(cells.size(), cSizes[i].cellCount);
+        EXPECT_EQ(cells.size(), cSizes[i].mCellCount);
         for (Cell* const cell : cells) {
             EXPECT_EQ(reinterpret_cast<std::uintptr_t>(cell) % 64, 16u);
-            std::memset(static_cast<void*>(cell), static_cast<int>(i + 1), cSizes[i].cellBytes);
+            std::memset(static_cast<void*>(cell), static_cast<int>(i + 1), cSizes[i].mCellBytes);
             distinct.insert(cell);
         }
         EXPECT_EQ(pool.GetFreeCount(i), 0u);
@@ -82,13 +77,13 @@ TEST(AtomicPool, EachClassHoldsItsCountOfCellsOfItsSizeAndNothingStandsIn)
     for (Cell* const cell : distinct) {
         const unsigned itsClass = *reinterpret_cast<const unsigned char*>(cell) - 1u;
         ASSERT_LT(itsClass, std::size(cSizes));
-        EXPECT_EQ(reinterpret_cast<const char*>(cell)[cSizes[itsClass].cellBytes - 1],
+        EXPECT_EQ(reinterpret_cast<const char*>(cell)[cSizes[itsClass].mCellBytes - 1],
                   static_cast<char>(itsClass + 1));
         batch.Free(cell);
     }
     batch.Flush();
     for (unsigned i = 0; i <= std::size(cSizes); ++i) {
-        EXPECT_EQ(pool.GetFreeCount(i), i < std::size(cSizes) ? cSizes[i].cellCount : 0);
+        EXPECT_EQ(pool.GetFreeCount(i), i < std::size(cSizes) ? cSizes[i].mCellCount : 0);
         EXPECT_EQ(pool.GetCellCount(i), pool.GetFreeCount(i));
     }
 }
@@ -221,7 +216,7 @@ TEST(AtomicPool, LosesDoublesAndMixesUpNothingUnderLoad)
         isLast = running.Get() == 0;
         Pool::Batch batch(pool);
         for (PSAtomicQueueLink* link = queue.Drain(); link != nullptr;) {
-            Cell* const cell = static_cast<Cell*>(std::exchange(link, link->next));
+            Cell* const cell = static_cast<Cell*>(std::exchange(link, link->mNext));
             EXPECT_EQ(cell->mStamp & 0xFFFFFFFF, expected[cell->mStamp >> 32]++);
             batch.Free(cell);
         }

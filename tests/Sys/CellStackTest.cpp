@@ -10,8 +10,8 @@ namespace {
 
 using Stack = Sys_BasicCellStack<ModelAtomic>;
 
-// What each thread does, a letter a step: 'a' to 'd' take 1 to 4 cells, '<' returns the one taken first, '*' all of
-// them together, 'g' adds a block of two cells.
+// What each thread does, a letter a step: 'a' to 'd' take 1 to 4 cells, '<' returns the one taken first, '*'
+// all of them together, 'g' adds a block of two cells.
 struct Case
 {
     const char* mName;
@@ -21,15 +21,15 @@ struct Case
     std::size_t mMostTaken;
 };
 const Case cCases[] = {
-    {"a taker stalls; two go, one of them comes back",   3, {"a", "aa<"},     3, 3},
-    {"a taker stalls; the top comes back on another",    4, {"a", "aaa<<"},   4, 4},
-    {"who wants two is led astray when one is left",     2, {"b", "b<"},      2, 3},
-    {"two take while a third returns",                   4, {"b", "a", "a<"}, 4, 4},
-    {"two return at once",                               4, {"b*", "a<a"},    4, 4},
-    {"the last cell goes to one of three",               1, {"a", "a", "a"},  1, 1},
-    {"more is wanted than there is",                     3, {"b", "d"},       3, 3},
+    {"a taker stalls; two go, one of them comes back", 3, {"a", "aa<"}, 3, 3},
+    {"a taker stalls; the top comes back on another", 4, {"a", "aaa<<"}, 4, 4},
+    {"who wants two is led astray when one is left", 2, {"b", "b<"}, 2, 3},
+    {"two take while a third returns", 4, {"b", "a", "a<"}, 4, 4},
+    {"two return at once", 4, {"b*", "a<a"}, 4, 4},
+    {"the last cell goes to one of three", 1, {"a", "a", "a"}, 1, 1},
+    {"more is wanted than there is", 3, {"b", "d"}, 3, 3},
     {"a block comes while cells are taken and returned", 1, {"g", "a<", "b"}, 1, 3},
-    {"a block comes to an empty stack",                  0, {"g", "a", "b<"}, 0, 3},
+    {"a block comes to an empty stack", 0, {"g", "a", "b<"}, 0, 3},
 };
 
 struct Scene

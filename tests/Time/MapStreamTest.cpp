@@ -8,8 +8,8 @@
 
 namespace {
 
-// iOne comes back byte for byte. Cut anywhere it is refused, and iOther stays; with a byte changed, refused or sound:
-// iExpectSound gets the map and the bytes that it was read from.
+// iOne comes back byte for byte. Cut anywhere it is refused, and iOther stays; with a byte changed, refused
+// or sound: iExpectSound gets the map and the bytes that it was read from.
 template <class Map>
 void ExpectStreams(const Map& iOne, const Map& iOther,
                    const std::function<void(Map&, const Bytes&)>& iExpectSound)

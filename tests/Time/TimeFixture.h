@@ -1,4 +1,5 @@
-// TimeFixture: what the tests of times share: recorded reports, bytes, texts, units, and the ends of the range.
+// TimeFixture: what the tests of times share: recorded reports, bytes, texts, units,
+// and the ends of the range.
 #pragma once
 
 #include "Bastel/Cmn/Cmn_Exception.h"

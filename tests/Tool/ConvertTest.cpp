@@ -1,15 +1,11 @@
 #include "tests/Tool/ToolFixture.h"
 
 namespace {
+
 // Ticks are finer than samples, and samples finer than frames.
-constexpr std::pair<Tool_EUnit, int> cUnitsAndSizes[] = {
-    {Tool_eUnit_Ticks,    0},
-    {Tool_eUnit_Samples,  1},
-    {Tool_eUnit_Frames,   2},
-    {Tool_eUnit_Bars,     0},
-    {Tool_eUnit_Timecode, 2},
-    {Tool_eUnit_Seconds,  1}
-};
+constexpr std::pair<Tool_EUnit, int> cUnitsAndSizes[] = {{Tool_eUnit_Ticks, 0},    {Tool_eUnit_Samples, 1},
+                                                         {Tool_eUnit_Frames, 2},   {Tool_eUnit_Bars, 0},
+                                                         {Tool_eUnit_Timecode, 2}, {Tool_eUnit_Seconds, 1}};
 
 // Two minutes with tempo changes and cut bars.
 std::string Song()
@@ -29,18 +25,17 @@ protected:
         return Tool_Convert(song, iInput, "stdin", iFrom, iTo);
     }
 };
+
 } // namespace
 
-// Whatever is lost on the way to a coarser unit, going back and there again must lose no more. From a coarse unit to
-// a finer one and back nothing is lost at all.
+// Whatever is lost on the way to a coarser unit, going back and there again must lose no more. From a coarse
+// unit to a finer one and back nothing is lost at all.
 TEST_F(ConvertTest, ThereAndBackAndThereAgainIsThere)
 {
-    for (const Tool_Settings settings : {
-             Tool_Settings{44100,   eTimeCodeFormat_2997Drop},
-             {48000,   eTimeCodeFormat_5994Drop},
-             {192000,  eTimeCodeFormat_24      },
-             {47952.5, eTimeCodeFormat_23976   }
-    })
+    for (const Tool_Settings settings : {Tool_Settings{44100, eTimeCodeFormat_2997Drop},
+                                         {48000, eTimeCodeFormat_5994Drop},
+                                         {192000, eTimeCodeFormat_24},
+                                         {47952.5, eTimeCodeFormat_23976}})
     {
         std::mt19937_64 random(99);
         std::string samples;

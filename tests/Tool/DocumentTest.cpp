@@ -9,6 +9,7 @@
 #include "tests/Tool/ToolFixture.h"
 
 namespace {
+
 class DocumentTest : public ToolFixture
 {
 protected:
@@ -79,6 +80,7 @@ void WriteMaps(FF_Document& ioDocument, Cmn_Int64 iTempoTick, Cmn_Int64 iSample,
     FF_TimeMaps::Write(ioDocument, meters, tempos, Time_KeySignatureMap());
     EXPECT_EQ(asserts.Take().empty(), !iIsComputed) << "nothing ends a computed tempo";
 }
+
 } // namespace
 
 TEST_F(DocumentTest, InfoShowsEveryStreamAndEveryEntry)

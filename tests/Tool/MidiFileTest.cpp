@@ -2,6 +2,7 @@
 #include "tests/Tool/ToolFixture.h"
 
 namespace {
+
 std::string ComplaintOf(const std::string& iBytes)
 {
     return Complaint([&] { Tool_MidiFile::Parse(iBytes, "x.mid"); });
@@ -62,7 +63,8 @@ const BadFile cBadFiles[] = {
 };
 // clang-format on
 
-// Tempo, meter and key on two tracks, running status, sysex in two packets, a chunk nobody knows, a long header.
+// Tempo, meter and key on two tracks, running status, sysex in two packets, a chunk
+// nobody knows, a long header.
 std::string RichFile()
 {
     return Bytes("'MThd 00000008 0001 0002 0060 BEEF") +
@@ -72,6 +74,7 @@ std::string RichFile()
            Chunk("MTrk", Bytes("00903C40 603C00 00C005 0006 00F003010203 05F702 04F7") + Key(1, 7, 0) +
                              Meter(0, 255, 11) + Bytes("0AFF7F0141 00FF2F00"));
 }
+
 } // namespace
 
 TEST(MidiFile, SaysWhereAndWhatOfEveryBadFile)

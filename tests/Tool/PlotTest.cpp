@@ -7,6 +7,7 @@
 #include <cstring>
 
 namespace {
+
 std::string Svg(const std::string& iMidiBytes, const std::string& iTitle = "x")
 {
     const Tool_Song song(Tool_MidiFile::Parse(iMidiBytes, "x.mid"), {});
@@ -72,6 +73,7 @@ std::string CollisionsIn(const std::string& iSvg)
 }
 
 using PlotTest = ToolFixture;
+
 } // namespace
 
 TEST_F(PlotTest, AnySongGivesAWellFormedPictureOfBoundedSizeInsideThePage)
@@ -82,7 +84,8 @@ TEST_F(PlotTest, AnySongGivesAWellFormedPictureOfBoundedSizeInsideThePage)
         many += Tempo(1 + random() % 400, 1 + static_cast<int>(random() % 16000000)) +
                 Meter(random() % 9, 1 + static_cast<int>(random() % 9), static_cast<int>(random() % 6)) +
                 Key(0, static_cast<int>(random() % 15) - 7, i % 2);
-    // After twenty bars at 100 up to 150 within one bar, where thirty bars stay; sixty meters, and what comes after them.
+    // After twenty bars at 100 up to 150 within one bar, where thirty bars stay; sixty meters,
+    // and what comes after them.
     const auto bpm = [](int iTempo) { return 60000000 / iTempo; };
     std::string ramp = Tempo(0, bpm(100)) + Meter(0, 2, 2) + Meter(1, 3, 2) + Tempo(38400, bpm(101));
     for (int tempo = 102; tempo <= 150; ++tempo)
@@ -127,13 +130,11 @@ TEST_F(PlotTest, EveryChangeStandsUnderOneLabelAndNoLabelInAnothersPlace)
         const unsigned widest = 20u << random() % 9;
         for (Cmn_Int64 x = 800; x <= 9320 && marks.size() < 400;
              x += 10 + static_cast<Cmn_Int64>(random() % widest))
-            marks.push_back({
-                x,
-                x + static_cast<Cmn_Int64>(random() % 10),
-                marks.size(),
-                1 + static_cast<Cmn_Int64>(random() % 3),
-                {"3/4 cuts bar 9", "3/4"}
-            });
+            marks.push_back({x,
+                             x + static_cast<Cmn_Int64>(random() % 10),
+                             marks.size(),
+                             1 + static_cast<Cmn_Int64>(random() % 3),
+                             {"3/4 cuts bar 9", "3/4"}});
         const auto labels = Tool_PlaceLabels(marks, "meter", 9600);
         std::size_t mark = 0;
         Cmn_Int64 free = 0;

@@ -6,6 +6,7 @@
 #include <random>
 
 namespace {
+
 constexpr Cmn_Int64 cRefused = INT64_MIN;
 
 Cmn_Int64 Parse(double iRate, const std::string& iText)
@@ -51,6 +52,7 @@ const Case cCases[] = {
     {"no number at a rate with a fraction",    47952.5, "inf", cRefused},
 };
 // clang-format on
+
 } // namespace
 
 TEST(Seconds, ReadToTheNearestSample)

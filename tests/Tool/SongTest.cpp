@@ -4,6 +4,7 @@
 using JsonValue = nlohmann::ordered_json;
 
 namespace {
+
 constexpr Cmn_Int64 cStart = 1000000000000;
 
 struct PlainMeter
@@ -20,7 +21,8 @@ struct PlainSong
     std::map<Cmn_Int64, std::pair<int, int>> mKeys; // sharps, mode
     Cmn_Int64 mEnd = cStart;
 
-    // Samples as fractions of 960000 × 1000000 parts, in integers. oDoubt: so near a half that doubles may err.
+    // Samples as fractions of 960000 × 1000000 parts, in integers. oDoubt: so near a
+    // half that doubles may err.
     Cmn_Int64 SampleOf(Cmn_Int64 iTick, Cmn_Int64 iRate, bool& oDoubt) const
     {
         Cmn_Int64 tickMicros = 0;
@@ -46,11 +48,7 @@ struct PlainSong
                 next = cut->first;
             if (iTick < next) {
                 const Cmn_Int64 beatLength = 3840000 / meter.mDenominator, into = iTick - barStart;
-                return {
-                    {"bar",  bar                  },
-                    {"beat", into / beatLength + 1},
-                    {"tick", into % beatLength    }
-                };
+                return {{"bar", bar}, {"beat", into / beatLength + 1}, {"tick", into % beatLength}};
             }
             barStart = next;
             ++bar;
@@ -148,6 +146,7 @@ void Compare(const JsonValue& iJson, const PlainSong& iPlain, Cmn_Int64 iRate)
     EXPECT_EQ(iJson["end"]["seconds"].get<double>(),
               iJson["end"]["sample"].get<double>() / static_cast<double>(iRate));
 }
+
 } // namespace
 
 TEST_F(SongTest, RandomSongsAreWhatAPlainWalkSays)

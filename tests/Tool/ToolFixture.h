@@ -1,5 +1,5 @@
-// ToolFixture: verbs for tests of the command: Run, Song, Convert. Every test starts the library and ends with
-// Time_Globals as they were at load, and no library assertion may have been reported.
+// ToolFixture: verbs for tests of the command: Run, Song, Convert. Every test starts the library and ends
+// with Time_Globals as they were at load, and no library assertion may have been reported.
 #pragma once
 
 #include "Kora/Kora_Init.h"

@@ -1,4 +1,5 @@
-// Sys_StDescriptor and what the requests on files share: asking again after a signal, locks, and who has a name.
+// Sys_StDescriptor and what the requests on files share: asking again after a signal,
+// locks, and who has a name.
 #pragma once
 
 #include "Bastel/Cmn/Cmn_Types.h"

@@ -39,7 +39,8 @@ Cmn_Int32 Lock(int iDescriptor, const std::string& iPath, Sys_FileSystem::EAcces
     return Sys_LockUnlessInUse(iDescriptor, kind);
 }
 
-// Whether the path, links followed, still names the file: a save may have put another there before it was locked.
+// Whether the path, links followed, still names the file: a save may have put another
+// there before it was locked.
 bool IsStillAt(int iDescriptor, const std::string& iPath)
 {
     struct stat ours;
@@ -117,8 +118,8 @@ public:
             if (count == 0) return EIO;
             oCount += static_cast<std::size_t>(count);
         }
-        // Long writes are on their way to the disk while the program goes on, so that a Sync has less to wait for. A mere
-        // hint: what it cannot do, Sync does and reports.
+        // Long writes are on their way to the disk while the program goes on, so that a Sync has less to wait
+        // for. A mere hint: what it cannot do, Sync does and reports.
         constexpr std::size_t cLong = std::size_t{128} << 10;
         if (iCount >= cLong)
             sync_file_range(Descriptor(iHandle), iPosition, static_cast<off_t>(iCount),

@@ -43,7 +43,8 @@ Cmn_Int32 OpenAsWriter(const std::string& iPath, Sys_StDescriptor& oFile)
     return (status.st_mode & cAllMayWrite) == 0 ? Cmn_Int32{Sys_FileSystem::eError_WriteProtected} : 0;
 }
 
-// The file that has the name now, locked until it is closed; none where there is none. The folder's lock is held.
+// The file that has the name now, locked until it is closed; none where there is none.
+// The folder's lock is held.
 Cmn_Int32 LockTarget(const std::string& iPath, Sys_StDescriptor& oTarget)
 {
     for (int tries = 1;; ++tries) {
@@ -61,8 +62,8 @@ bool IsNameBeside(const std::string& iName, const std::string& iPrefix, std::siz
     return iName.size() == iLength && iName.starts_with(iPrefix);
 }
 
-// Whoever is first to lock a file that has nobody's lock may remove it; the lock keeps that from being the one who made
-// it this moment, who looks afterwards whether it is still there.
+// Whoever is first to lock a file that has nobody's lock may remove it; the lock keeps that from being the
+// one who made it this moment, who looks afterwards whether it is still there.
 void RemoveIfDead(const std::string& iPath)
 {
     Sys_StDescriptor file;

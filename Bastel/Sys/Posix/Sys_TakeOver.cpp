@@ -22,9 +22,9 @@ constexpr int cGroupShift = 3;
 struct AccessEntry
 {
     enum ETag : Cmn_UInt16 { eOwner = 1, eUser = 2, eOwningGroup = 4, eGroup = 8, eMask = 16, eOther = 32 };
-    Cmn_UInt16 tag;
-    Cmn_UInt16 rights;
-    Cmn_UInt32 id;
+    Cmn_UInt16 mTag;
+    Cmn_UInt16 mRights;
+    Cmn_UInt32 mID;
 };
 static_assert(sizeof(AccessEntry) == 8);
 constexpr std::size_t cAccessHeader = 4;
@@ -99,18 +99,18 @@ void TakeOverOwner(int iNew, const struct stat& iOld, const struct stat& iNow, C
 // What a mode says of all who are not the owner, where an access list says more.
 struct Rights
 {
-    mode_t group;  // of the owning group itself; a mode's middle bits are the list's mask
-    mode_t common; // what every user and group that the list names may do
+    mode_t mGroup;  // of the owning group itself; a mode's middle bits are the list's mask
+    mode_t mCommon; // what every user and group that the list names may do
 };
 
 Rights RightsOf(const struct stat& iOld, std::optional<Bytes>& ioList)
 {
     Rights rights = {(iOld.st_mode >> cGroupShift) & cBitsOfAClass, cBitsOfAClass};
     if (!ioList) return rights;
-    const mode_t mask = rights.group;
+    const mode_t mask = rights.mGroup;
     ForEachEntry(*ioList, [&](const AccessEntry& e) {
-        if (e.tag == AccessEntry::eOwningGroup) rights.group = e.rights & mask;
-        if (e.tag == AccessEntry::eUser || e.tag == AccessEntry::eGroup) rights.common &= e.rights & mask;
+        if (e.mTag == AccessEntry::eOwningGroup) rights.mGroup = e.mRights & mask;
+        if (e.mTag == AccessEntry::eUser || e.mTag == AccessEntry::eGroup) rights.mCommon &= e.mRights & mask;
     });
     return rights;
 }
@@ -139,23 +139,23 @@ Cmn_Int32 Sys_TakeOver(int iNew, int iOld, Cmn_UInt32& oNotKept)
     const bool isGroupKept = (oNotKept & Sys_FileSystem::eNotKept_Group) == 0;
     if (!isGroupKept) {
         // Its rights would be another group's, and its members are others now.
-        mode &= ~mode_t{S_ISGID} & (~cBitsOfAClass | rights.group);
+        mode &= ~mode_t{S_ISGID} & (~cBitsOfAClass | rights.mGroup);
         if (!list) mode &= ~mode_t{S_IRWXG};
     }
     if (list) {
         ForEachEntry(*list, [&](AccessEntry& io) {
             if (isGroupKept) return;
-            if (io.tag == AccessEntry::eOwningGroup) io.rights = 0;
-            if (io.tag == AccessEntry::eOther) io.rights &= static_cast<Cmn_UInt16>(rights.group);
+            if (io.mTag == AccessEntry::eOwningGroup) io.mRights = 0;
+            if (io.mTag == AccessEntry::eOther) io.mRights &= static_cast<Cmn_UInt16>(rights.mGroup);
         });
         if (fsetxattr(iNew, cAccessList, list->data(), list->size(), 0) != 0) error = errno;
     }
     if (error != 0) {
         // Whom the list named are members of the group, or others, now.
         oNotKept |= Sys_FileSystem::eNotKept_Permissions;
-        const mode_t group = isGroupKept ? rights.group & rights.common : 0;
+        const mode_t group = isGroupKept ? rights.mGroup & rights.mCommon : 0;
         mode = (mode & ~mode_t{S_IRWXG}) | (group << cGroupShift);
-        mode &= ~cBitsOfAClass | rights.common;
+        mode &= ~cBitsOfAClass | rights.mCommon;
         if (!list) mode &= ~mode_t{S_IRWXG | S_IRWXO}; // a list that nobody can read
     }
     if (mode != narrow && fchmod(iNew, mode) != 0) oNotKept |= Sys_FileSystem::eNotKept_Permissions;

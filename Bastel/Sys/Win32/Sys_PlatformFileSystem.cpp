@@ -27,9 +27,9 @@ struct HowToOpen
     DWORD disposition;
 };
 
-// A handle is refused that does what an older one does not share, and one that does not share what an older one does.
-// So an exclusive writer shares reading alone: with its own document's reading handle, which shares everything, and
-// with no other writer, shared ones included.
+// A handle is refused that does what an older one does not share, and one that does not share what an older
+// one does. So an exclusive writer shares reading alone: with its own document's reading handle, which shares
+// everything, and with no other writer, shared ones included.
 HowToOpen WaysOf(Sys_FileSystem::EAccess iAccess)
 {
     constexpr DWORD cBoth = GENERIC_READ | GENERIC_WRITE;

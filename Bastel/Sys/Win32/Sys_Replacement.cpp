@@ -11,12 +11,13 @@
 namespace {
 
 constexpr DWORD cPause = 1; // milliseconds
-// Other savers have the target for some system calls; where readers keep it from being replaced, they have a moment.
+// Other savers have the target for some system calls; where readers keep it from being
+// replaced, they have a moment.
 constexpr int cMostPauses = 2000;
 constexpr int cMostTries = 64;
 
-// Savers of one document take turns by a mutex of the session, whose owner may die; without it, as with one on another
-// machine, they meet as they do with anybody who has the document open for a moment.
+// Savers of one document take turns by a mutex of the session, whose owner may die; without it, as with one
+// on another machine, they meet as they do with anybody who has the document open for a moment.
 class StTurn
 {
 public:
@@ -136,7 +137,8 @@ void RemoveDead(const std::string& iTarget)
     FindClose(listing);
 }
 
-// The class and flags of a renaming that does not mind readers are those of Windows 10; older headers lack them.
+// The class and flags of a renaming that does not mind readers are those of Windows 10;
+// older headers lack them.
 constexpr auto cRenameEx = static_cast<FILE_INFO_BY_HANDLE_CLASS>(22);
 constexpr DWORD cReplace = 1;
 constexpr DWORD cBesideReaders = 2;
@@ -225,7 +227,8 @@ Cmn_Int32 Sys_TakePlace(HANDLE iNew, const std::string& iFrom, const std::string
         if (isThere) oNotKept = TakeOver(from, to);
         error = Rename(iNew, to, isThere);
         if (error == 0) {
-            // The data was waited for; where the name cannot be, the system brings it to the disk in its own time.
+            // The data was waited for; where the name cannot be, the system brings it to
+            // the disk in its own time.
             FlushFileBuffers(iNew);
             return 0;
         }

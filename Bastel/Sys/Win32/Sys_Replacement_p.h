@@ -1,5 +1,6 @@
-// Sys_Replacement: how a file takes another's place. The system's own rules for open files are the locks: whoever writes
-// a file lets nobody replace it, and whoever saves lets nobody else write or remove what is to become the document.
+// Sys_Replacement: how a file takes another's place. The system's own rules for open files are the locks:
+// whoever writes a file lets nobody replace it, and whoever saves lets nobody else write or remove what
+// is to become the document.
 #pragma once
 
 #include "Bastel/Sys/Win32/Sys_WindowsPath_p.h"

@@ -7,7 +7,8 @@
 
 namespace {
 
-// Folders are limited to a name of 8.3 less than files; the whole path is handed over with its limit lifted from there.
+// Folders are limited to a name of 8.3 less than files; the whole path is handed over with its
+// limit lifted from there.
 constexpr std::size_t cLongPath = MAX_PATH - 12;
 std::wstring FullPath(const std::wstring& iPath)
 {

@@ -20,7 +20,7 @@ inline bool Sys_IsNotThere(Cmn_Int32 iError)
 }
 // The path as the system takes it. Bytes that are no UTF-8 are refused: they would name another file.
 Cmn_Int32 Sys_ToWide(const std::string& iPath, std::wstring& oWide);
-// CreateFileW; where others have the file open in a way that this one does not go with, it is tried again for some
-// milliseconds, which is longer than a save keeps anybody out. eError_InUse after that.
+// CreateFileW; where others have the file open in a way that this one does not go with, it is tried again for
+// some milliseconds, which is longer than a save keeps anybody out. eError_InUse after that.
 Cmn_Int32 Sys_CreateFile(const std::wstring& iPath, DWORD iAccess, DWORD iShare, DWORD iDisposition,
                          HANDLE& oHandle);

@@ -1,4 +1,5 @@
-// FF_Document: opening, flushing and closing. FF_DocumentContents.cpp has the entries of the table and seeking.
+// FF_Document: opening, flushing and closing. FF_DocumentContents.cpp has the entries
+// of the table and seeking.
 #include "Kora/FF/Document/FF_Document.h"
 
 #include "Bastel/Cmn/Cmn_Assert.h"
@@ -69,10 +70,10 @@ private:
 // The streams of a document that was closed too early.
 struct FF_Document::LeftOver
 {
-    std::unique_ptr<Sys_File> inFile;
-    std::unique_ptr<Sys_File> outFile;
-    std::unique_ptr<Sys_FileBasedInStream> inStream;
-    std::unique_ptr<Sys_FileBasedOutStream> outStream;
+    std::unique_ptr<Sys_File> mInFile;
+    std::unique_ptr<Sys_File> mOutFile;
+    std::unique_ptr<Sys_FileBasedInStream> mInStream;
+    std::unique_ptr<Sys_FileBasedOutStream> mOutStream;
 };
 
 FF_Document::FailQuietlyException::FailQuietlyException()
@@ -229,11 +230,11 @@ void FF_Document::WriteStreamHeader()
     mTOCOffset = static_cast<Cmn_UInt32>(out.GetPosition());
 
     mHeader = {};
-    mHeader.name = cStreamName;
-    mHeader.version = cHeaderStreamVersion;
-    mHeader.start = header.GetStart();
-    mHeader.body = mTOCOffsetPosition;
-    mHeader.end = out.GetPosition();
+    mHeader.mName = cStreamName;
+    mHeader.mVersion = cHeaderStreamVersion;
+    mHeader.mStart = header.GetStart();
+    mHeader.mBody = mTOCOffsetPosition;
+    mHeader.mEnd = out.GetPosition();
     mHeaderRestSum = 0;
 }
 
@@ -243,7 +244,7 @@ void FF_Document::SwapNewHeader()
     if (mOutFile->WriteAt(cSwapFlagPosition, &swapFlag, 1) != 1)
         ThrowFrom<Sys_StreamWriteException>(*mOutFile, cSwapFlagPosition);
     mSwap = true;
-    mOutStream->TakeBack(mHeader.start);
+    mOutStream->TakeBack(mHeader.mStart);
     WriteStreamHeader();
 }
 
@@ -252,7 +253,8 @@ void FF_Document::ParseHeader(EOpenFlag iFlag)
     Cmn_UInt8 version = 0;
     ReadRaw(*mInFile, &version, 1);
     if (version != cVersion) {
-        // Deliberate: the byte compares as a signed one, so that 128 to 255 are too old. Test: EveryLeadingByte
+        // Deliberate: the byte compares as a signed one, so that 128 to 255 are too
+        // old. Test: EveryLeadingByte
         if (static_cast<signed char>(version) < cVersion + 1) throw Cmn_DocumentTooOldException(0);
         throw Cmn_DocumentTooNewException(0);
     }
@@ -279,12 +281,13 @@ void FF_Document::ParseHeader(EOpenFlag iFlag)
     mInStream->SetReadAhead(cHeaderReadAhead);
     Sys_TypedInStream in = MakeTypedInStream();
     ReadStreamHeader(in);
-    if (mTOCOffset < mHeader.end || mTOCOffset >= mInStream->GetLength())
+    if (mTOCOffset < mHeader.mEnd || mTOCOffset >= mInStream->GetLength())
         throw Cmn_Exception(Cmn_eMessage_NoTOC, mTOCOffsetPosition);
     in.SetPosition(mTOCOffset);
-    mTOC->StreamIn(in, mTOCOffset, mHeader.end);
+    mTOC->StreamIn(in, mTOCOffset, mHeader.mEnd);
     if (!isWritable) return;
-    // The table lives in memory from now on: the streams end where it begins, and what is written now replaces it.
+    // The table lives in memory from now on: the streams end where it begins, and what is
+    // written now replaces it.
     mOutStream->SetPosition(mTOCOffset);
     mOutStream->TakeBack(mTOCOffset);
 }
@@ -304,8 +307,8 @@ void FF_Document::ReadStreamHeader(Sys_TypedInStream& ioStream)
 
 // Flush, step by step. What holds in the file after each:
 //
-//   table and streams written   the header names the old table, whose place the streams and the new table have taken:
-//                               repair finds the streams
+//   table and streams written   the header names the old table, whose place the streams and the new table
+//                               have taken: repair finds the streams
 //   waited for the disk         the same, and the new table is there, whatever happens
 //   header patched              the header names the new table
 //   waited for the disk         the same, whatever happens
@@ -317,7 +320,8 @@ bool FF_Document::FlushTOC(EReaders iReaders)
     if (!Cmn_ASSERT(mOutStream->GetOpenHeaders().IsEmpty())) return false;
     const Cmn_Int64 end = mOutStream->GetEnd();
     try {
-        // An entry that was registered while its stream never came would make the table one that no reader takes.
+        // An entry that was registered while its stream never came would make the table
+        // one that no reader takes.
         mTOC->ForgetOffsetsFrom(static_cast<Cmn_UInt32>(end));
         mOutStream->SetLimit(mSizeLimit);
         WriteTOC(static_cast<Cmn_UInt32>(end), iReaders);
@@ -354,7 +358,8 @@ void FF_Document::WriteTOC(Cmn_UInt32 iOffset, EReaders iReaders)
     SeekToEnd(out);
     mTOC->StreamOut(out);
     mOutStream->Flush();
-    // Before the header names it: what is left of a longer, older file behind the table goes in the same wait.
+    // Before the header names it: what is left of a longer, older file behind the
+    // table goes in the same wait.
     mOutStream->Truncate();
     if (iReaders == eReaders_Possible) mOutFile->Sync();
     PatchTOCOffset(iOffset);
@@ -362,8 +367,8 @@ void FF_Document::WriteTOC(Cmn_UInt32 iOffset, EReaders iReaders)
     mOutFile->Sync();
 }
 
-// The header block and the offset behind it change in one write, so that the header's sums and what they cover agree at
-// every moment.
+// The header block and the offset behind it change in one write, so that the header's sums and what they
+// cover agree at every moment.
 void FF_Document::PatchTOCOffset(Cmn_UInt32 iOffset)
 {
     Sys_MemOutStream offset;
@@ -371,15 +376,15 @@ void FF_Document::PatchTOCOffset(Cmn_UInt32 iOffset)
     const std::vector<Cmn_UInt8>& offsetBytes = offset.GetBytes();
 
     Fields fields;
-    fields.start = mHeader.start;
-    fields.name = mHeader.name;
-    fields.version = mHeader.version;
-    fields.listIndex = mHeader.listIndex;
-    fields.flags = Fields::cFlagComplete | Fields::cFlagSums;
-    if (mHeader.isList) fields.flags |= Fields::cFlagList;
-    fields.bodySize = static_cast<Cmn_UInt32>(mHeader.end - mHeader.body);
-    fields.bodySum = Sys_Crc32CCombine(Sys_Crc32C(0, offsetBytes.data(), offsetBytes.size()), mHeaderRestSum,
-                                       fields.bodySize - cTOCOffsetSize);
+    fields.mStart = mHeader.mStart;
+    fields.mName = mHeader.mName;
+    fields.mVersion = mHeader.mVersion;
+    fields.mListIndex = mHeader.mListIndex;
+    fields.mFlags = Fields::cFlagComplete | Fields::cFlagSums;
+    if (mHeader.mIsList) fields.mFlags |= Fields::cFlagList;
+    fields.mBodySize = static_cast<Cmn_UInt32>(mHeader.mEnd - mHeader.mBody);
+    fields.mBodySum = Sys_Crc32CCombine(Sys_Crc32C(0, offsetBytes.data(), offsetBytes.size()), mHeaderRestSum,
+                                        fields.mBodySize - cTOCOffsetSize);
     Fields::Bytes header;
     const std::size_t headerSize = fields.ToBytes(mSwap, header);
 

@@ -1,4 +1,5 @@
-// FF_Document: one file of streams inside streams, each of a type, with a table of contents that leads to any of them.
+// FF_Document: one file of streams inside streams, each of a type, with a table of contents
+// that leads to any of them.
 //
 //   FF_Document document(Sys_FileLoc("take.kora"), eFF_EncryptionType_None, eTextEncoding_Utf8, false);
 //   document.Open(Sys_Store::eOpenFlag_New);
@@ -7,17 +8,18 @@
 //   { FF_StreamHeaderWriter header(&document, out, cMyType, 1);  object.StreamOut(out); }
 //   document.Flush();
 //
-// A key is the path of stream types and list indexes from the outermost stream inward. docs/file-format.md has the
-// bytes.
+// A key is the path of stream types and list indexes from the outermost stream inward.
+// docs/file-format.md has the bytes.
 //
 // Units:     positions are bytes from the start of the file, below 2^32.
 // States:    opened → appended to → flushed. In a file that is written in place the old table of contents is
-//            overwritten by the first append: until the next Flush has returned, FF_DocumentRepair is the way back to what
-//            was flushed before. FF_SafeSave has no such window.
-// Throws:    Cmn_DocumentTooOldException, Cmn_DocumentTooNewException, Sys_StreamReadException ("an error occurred while
-//            reading the document"), Sys_StreamWriteException ("an error occurred while writing the document"),
-//            Cmn_Exception with Cmn_eMessage_NoTOC, Cmn_eMessage_UnexpectedStreamType, Cmn_eMessage_UnknownStreamType or
-//            Cmn_eMessage_OSError; all name the file, and the offset where there is one.
+//            overwritten by the first append: until the next Flush has returned, FF_DocumentRepair is the way
+//            back to what was flushed before. FF_SafeSave has no such window.
+// Throws:    Cmn_DocumentTooOldException, Cmn_DocumentTooNewException, Sys_StreamReadException ("an error
+//            occurred while reading the document"), Sys_StreamWriteException ("an error occurred while
+//            writing the document"), Cmn_Exception with Cmn_eMessage_NoTOC,
+//            Cmn_eMessage_UnexpectedStreamType, Cmn_eMessage_UnknownStreamType or Cmn_eMessage_OSError; all
+//            name the file, and the offset where there is one.
 // Ownership: owns its files, streams and table. Typed streams that it makes must not outlive its being open.
 // Threads:   one at a time.
 #pragma once
@@ -66,14 +68,16 @@ public:
     static constexpr Cmn_Int16 cNoStreamType = 0;
     static constexpr Cmn_Int16 cTOCStreamType = 2;
 
-    // iEncoding: of the strings that typed streams of this document take and give. iRepairText: handed to every typed
-    // output stream that it makes (Sys_TypedOutStream). iType: of a new file; an existing one brings its own.
+    // iEncoding: of the strings that typed streams of this document take and give. iRepairText: handed
+    // to every typed output stream that it makes (Sys_TypedOutStream). iType: of a new file; an
+    // existing one brings its own.
     FF_Document(Sys_FileLoc iLocation, EFF_EncryptionType iType, ETextEncoding iEncoding, bool iRepairText);
     ~FF_Document() override;
     FF_Document(const FF_Document&) = delete;
     FF_Document& operator=(const FF_Document&) = delete;
 
-    // Whether a file that begins with these bytes, 17 or more, is a document: of any version, whole or damaged.
+    // Whether a file that begins with these bytes, 17 or more, is a document: of any
+    // version, whole or damaged.
     static bool IsDocument(std::string_view iStart);
 
     const Sys_FileLoc& GetFileLoc() const { return mLocation; }
@@ -84,8 +88,8 @@ public:
     Sys_File* GetInFile() const { return mInFile.get(); }
     Sys_File* GetOutFile() const { return mOutFile.get(); }
 
-    // Streams with the document's byte order and text encoding. Making one of a document that is closed, or an output
-    // stream of one that is not writable, asserts and gives a stream over nothing.
+    // Streams with the document's byte order and text encoding. Making one of a document that is closed, or
+    // an output stream of one that is not writable, asserts and gives a stream over nothing.
     Sys_TypedInStream MakeTypedInStream();
     Sys_TypedOutStream MakeTypedOutStream();
 
@@ -102,42 +106,44 @@ public:
     const TOC& GetTOC() const { return *mTOC; }
     Cmn_UInt32 GetTOCOffset() const { return mTOCOffset; }
 
-    // Registers a stream, or one more piece of it: the position joins the offsets of the key's value iValueIndex, which
-    // may be one past the last. A value that was invalidated starts anew with this position. Throws std::length_error
-    // ("list<T> too long") for the 8192nd piece.
+    // Registers a stream, or one more piece of it: the position joins the offsets of the key's value
+    // iValueIndex, which may be one past the last. A value that was invalidated starts anew with this
+    // position. Throws std::length_error ("list<T> too long") for the 8192nd piece.
     void AddTOCEntry(const TOCKey& iKey, Cmn_Int32 iValueIndex, Cmn_UInt64 iPosition,
                      std::string_view iDescription);
-    // Registers the stream of that type that is about to begin inside the open ones; nothing without a document. To be
-    // called before the stream's header writer is constructed, which opens one context more.
+    // Registers the stream of that type that is about to begin inside the open ones; nothing without a
+    // document. To be called before the stream's header writer is constructed, which opens one context more.
     static void AddTOCEntry(FF_Document* iDocument, Cmn_UInt64 iPosition, Cmn_Int16 iStreamType,
                             std::string_view iDescription);
-    // Registers an item, 0 for the first, of the list that is being written, at the output's position: value iItem + 1
-    // of the list's key; a list that is not registered gets its value 0 first, at the current stream start. Outside a
-    // list: asserts, then throws InvalidContextException. Nothing without a document.
+    // Registers an item, 0 for the first, of the list that is being written, at the output's position: value
+    // iItem + 1 of the list's key; a list that is not registered gets its value 0 first, at the current
+    // stream start. Outside a list: asserts, then throws InvalidContextException. Nothing without a document.
     static void AddListEntry(FF_Document* iDocument, Cmn_UInt32 iItem, std::string_view iDescription);
-    // The value is no longer where it was registered: seeking fails and extended readers throw InvalidContextException,
-    // until the key is registered anew. False where there is no such key or value. The bytes stay.
+    // The value is no longer where it was registered: seeking fails and extended readers throw
+    // InvalidContextException, until the key is registered anew. False where there is no such key
+    // or value. The bytes stay.
     [[nodiscard]] bool InvalidateKey(const TOCKey& iKey, Cmn_Int32 iValueIndex);
 
-    // Places the input at the stream of the key. False, with the position unchanged, where the table has no such key,
-    // the stream is not in this file, or it was written after the last Flush. Does not set the context:
-    // FF_StSetStreamContext does.
+    // Places the input at the stream of the key. False, with the position unchanged, where the table has no
+    // such key, the stream is not in this file, or it was written after the last Flush. Does not set the
+    // context: FF_StSetStreamContext does.
     [[nodiscard]] bool SeekToStream(const TOCKey& iKey, Sys_TypedInStream& ioStream) const;
     // Places the output behind the last stream, where new ones go.
     void SeekToEnd(Sys_TypedOutStream& ioStream) const;
-    // How many bytes to read ahead so that the stream at the input's position comes in one read: header and body where a
-    // sound header stands there, 8192 otherwise; at most 1 MB.
-    [[nodiscard]] Cmn_Int32 GetReadAhead(Sys_TypedInStream& iStream) const;
+    // How many bytes to read ahead so that the stream at the input's position comes in one read: header and
+    // body where a sound header stands there, 8192 otherwise; at most 1 MB.
+    [[nodiscard]] Cmn_Int32 GetReadAhead(Sys_TypedInStream& ioStream) const;
 
-    // Writes the table of contents behind the last stream, waits for the disk, makes the header name it, and waits
-    // again. When it throws, the header names what it named before or, where only the last wait failed, the new table; a
-    // later Flush may succeed. Asserts and does nothing without an output stream ("mOutStream"), and while stream
-    // headers are open, whose bodies are not complete. Streams that were registered but never written are dropped from
-    // the table. Afterwards the output stands behind the last stream: what is written next replaces the table.
+    // Writes the table of contents behind the last stream, waits for the disk, makes the header name it, and
+    // waits again. When it throws, the header names what it named before or, where only the last wait failed,
+    // the new table; a later Flush may succeed. Asserts and does nothing without an output stream
+    // ("mOutStream"), and while stream headers are open, whose bodies are not complete. Streams that were
+    // registered but never written are dropped from the table. Afterwards the output stands behind the last
+    // stream: what is written next replaces the table.
     void Flush() override;
-    // The largest size of the file, table included: at most, and at first, 2^32 − 1. A write that would leave no room
-    // for the table throws Sys_StreamWriteException and is taken back with the stream that it was part of, and so does an
-    // entry that would leave none; what is complete can still be flushed.
+    // The largest size of the file, table included: at most, and at first, 2^32 − 1. A write that would leave
+    // no room for the table throws Sys_StreamWriteException and is taken back with the stream that it was
+    // part of, and so does an entry that would leave none; what is complete can still be flushed.
     void SetSizeLimit(Cmn_Int64 iBytes);
 
     // The document's file, table and open streams as text, for debuggers and failing tests.
@@ -192,8 +198,8 @@ private:
         mOutStream; // its end is the end of the stream data, where the table goes
     std::unique_ptr<NoStream> mNoStream;
     std::unique_ptr<LeftOver> mLeftOver;
-    // The file that the next Open of a new document borrows, and whether the open one is borrowed: the one that a safe save
-    // has made.
+    // The file that the next Open of a new document borrows, and whether the open one is borrowed: the one
+    // that a safe save has made.
     Sys_FileSystem::Handle mLent = Sys_FileSystem::cNoHandle;
     bool mIsLent = false;
     Cmn_UInt32 mTOCOffset = 0;

@@ -156,9 +156,9 @@ void FF_Document::SeekToEnd(Sys_TypedOutStream& ioStream) const
     if (Cmn_ASSERT(mOutStream)) ioStream.SetPosition(mOutStream->GetEnd());
 }
 
-Cmn_Int32 FF_Document::GetReadAhead(Sys_TypedInStream& iStream) const
+Cmn_Int32 FF_Document::GetReadAhead(Sys_TypedInStream& ioStream) const
 {
     Sys_StdStreamHeaderInfo info;
-    if (!Sys_StdStreamHeaderReader::Peek(iStream, info)) return cDefaultReadAhead;
-    return static_cast<Cmn_Int32>(std::min(info.end - info.start, cMaxReadAhead));
+    if (!Sys_StdStreamHeaderReader::Peek(ioStream, info)) return cDefaultReadAhead;
+    return static_cast<Cmn_Int32>(std::min(info.mEnd - info.mStart, cMaxReadAhead));
 }

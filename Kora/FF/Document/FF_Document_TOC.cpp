@@ -1,4 +1,5 @@
-// FF_Document::TOC: checks what callers and streams give, and turns the flat table's bytes into objects and back.
+// FF_Document::TOC: checks what callers and streams give, and turns the flat table's
+// bytes into objects and back.
 #include "Kora/FF/Document/FF_Document_TOC.h"
 
 #include "Bastel/Cmn/Cmn_Assert.h"
@@ -60,7 +61,7 @@ FF_Document::TOCKey FF_Document::TOC::GetKey(Entry iEntry) const
     TOCKey key;
     if (!Cmn_ASSERT(iEntry >= 0 && iEntry < GetNumKeys())) return key;
     for (const FF_TOCTable::Context& context : mTable->GetContexts(mTable->GetKey(iEntry)))
-        key.GetContexts().emplace_back(context.GetStreamType(), context.parent, context.isList,
+        key.GetContexts().emplace_back(context.GetStreamType(), context.mParent, context.mIsList,
                                        context.GetListIndex());
     return key;
 }
@@ -68,13 +69,13 @@ FF_Document::TOCKey FF_Document::TOC::GetKey(Entry iEntry) const
 Cmn_Int32 FF_Document::TOC::GetNumValues(Entry iEntry) const
 {
     if (!Cmn_ASSERT(iEntry >= 0 && iEntry < GetNumKeys())) return 0;
-    return static_cast<Cmn_Int32>(mTable->GetKey(iEntry).valueCount);
+    return static_cast<Cmn_Int32>(mTable->GetKey(iEntry).mValueCount);
 }
 
 bool FF_Document::TOC::Has(Entry iEntry, Cmn_Int32 iValue) const
 {
     return iEntry >= 0 && iEntry < GetNumKeys() && iValue >= 0 &&
-           static_cast<Cmn_UInt32>(iValue) < mTable->GetKey(iEntry).valueCount;
+           static_cast<Cmn_UInt32>(iValue) < mTable->GetKey(iEntry).mValueCount;
 }
 
 FF_Document::TOCValue FF_Document::TOC::GetValue(Entry iEntry, Cmn_Int32 iValue) const
@@ -88,7 +89,7 @@ FF_Document::TOCValue FF_Document::TOC::GetValue(Entry iEntry, Cmn_Int32 iValue)
 bool FF_Document::TOC::GetFirstOffset(Entry iEntry, Cmn_Int32 iValue, Cmn_UInt32& oOffset) const
 {
     const bool isKnown = iEntry >= 0 && iEntry < GetNumKeys();
-    if (isKnown && iValue == 0 && mTable->GetKey(iEntry).valueCount == 0) return false;
+    if (isKnown && iValue == 0 && mTable->GetKey(iEntry).mValueCount == 0) return false;
     if (!Cmn_ASSERT(Has(iEntry, iValue))) return false;
     const std::span<const Cmn_UInt8> offsets = mTable->GetOffsets(iEntry, iValue);
     if (offsets.empty()) return false;
@@ -109,7 +110,7 @@ bool FF_Document::TOC::IsList(Entry iEntry) const
 {
     if (!Cmn_ASSERT(iEntry >= 0 && iEntry < GetNumKeys())) return false;
     const std::span<const FF_TOCTable::Context> contexts = mTable->GetContexts(mTable->GetKey(iEntry));
-    return !contexts.empty() && contexts.back().isList;
+    return !contexts.empty() && contexts.back().mIsList;
 }
 
 // --- changing
@@ -178,7 +179,7 @@ void FF_Document::TOC::StreamIn(Sys_TypedInStream& ioStream, Cmn_Int64 iEnd, Cmn
     const Cmn_Int64 at = ioStream.GetPosition();
     if (header.GetBytesLeft() < FF_Format::cStreamTypeSize) throw Sys_StreamReadException(at);
     if (ioStream.ReadInt16() != cTOCStreamType)
-        throw Cmn_Exception(Cmn_eMessage_UnexpectedStreamType, header.GetInfo().start);
+        throw Cmn_Exception(Cmn_eMessage_UnexpectedStreamType, header.GetInfo().mStart);
     header.CheckVersion(FF_Format::cTOCVersion, FF_Format::cTOCVersion);
 
     // The header was held against the stream's length, so that its size can be believed.

@@ -1,13 +1,14 @@
-// FF_Document::TOC: the table of contents: keys in ascending order, each with the values of the streams that share it.
+// FF_Document::TOC: the table of contents: keys in ascending order, each with the values of
+// the streams that share it.
 //
-// Inside it is one flat table: contexts in one array, values in one array of their bytes as they stand on disk, and a
-// hash over the keys. A hundred thousand entries are read in one pass without an allocation of their own; TOCKey and
-// TOCValue objects are made when somebody asks for one.
+// Inside it is one flat table: contexts in one array, values in one array of their bytes as they stand on
+// disk, and a hash over the keys. A hundred thousand entries are read in one pass without an allocation of
+// their own; TOCKey and TOCValue objects are made when somebody asks for one.
 //
-// Costs:   finding a key O(1); adding a key, a value or a piece O(1) amortised; the order is kept where keys are added in
-//          order, otherwise GetInOrder and StreamOut sort what was added since.
-// Indexes: an entry or a value that is not there asserts, and the call does nothing and gives 0, false or an empty
-//          object.
+// Costs:   finding a key O(1); adding a key, a value or a piece O(1) amortised; the order is kept where keys
+//          are added in order, otherwise GetInOrder and StreamOut sort what was added since.
+// Indexes: an entry or a value that is not there asserts, and the call does nothing and gives 0,
+//          false or an empty object.
 // Threads: one at a time.
 #pragma once
 
@@ -22,8 +23,8 @@ class FF_TOCTable;
 class KORA_API FF_Document::TOC
 {
 public:
-    // An entry's number: stays until ForgetOffsetsFrom, Clear or StreamIn. Entries are numbered from 0 in the order of
-    // their being added; StreamIn adds them in ascending order of their keys.
+    // An entry's number: stays until ForgetOffsetsFrom, Clear or StreamIn. Entries are numbered from 0 in the
+    // order of their being added; StreamIn adds them in ascending order of their keys.
     using Entry = Cmn_Int32;
     static constexpr Entry cNone = -1;
 
@@ -45,8 +46,8 @@ public:
     [[nodiscard]] TOCKey GetKey(Entry iEntry) const;
     [[nodiscard]] Cmn_Int32 GetNumValues(Entry iEntry) const;
     [[nodiscard]] TOCValue GetValue(Entry iEntry, Cmn_Int32 iValue) const;
-    // The same without making an object: false where the value is not in this file or has no piece yet. Value 0 may be
-    // asked for of every entry: files may tell of keys that have no values.
+    // The same without making an object: false where the value is not in this file or has no piece yet. Value
+    // 0 may be asked for of every entry: files may tell of keys that have no values.
     [[nodiscard]] bool GetFirstOffset(Entry iEntry, Cmn_Int32 iValue, Cmn_UInt32& oOffset) const;
     // True where iOffset is one of the value's pieces.
     [[nodiscard]] bool HasOffset(Entry iEntry, Cmn_Int32 iValue, Cmn_UInt32 iOffset) const;
@@ -54,34 +55,36 @@ public:
     [[nodiscard]] bool IsList(Entry iEntry) const;
     void SetIsList(Entry iEntry, bool iIsList);
 
-    // Finds the key or inserts it without values. A key that was there takes the parent positions of the given
-    // contexts, but for those that are Context::cNoParent.
+    // Finds the key or inserts it without values. A key that was there takes the parent positions of the
+    // given contexts, but for those that are Context::cNoParent.
     Entry Insert(std::span<const Context> iContexts);
-    // Appends a value with an empty local location. The description is cut to StringDisplayInfo::cMaxText bytes.
+    // Appends a value with an empty local location. The description is cut to
+    // StringDisplayInfo::cMaxText bytes.
     void AddValue(Entry iEntry, std::string_view iDescription);
     // As FF_Document::TOCValue::AddOffset and Invalidate.
     void AddOffset(Entry iEntry, Cmn_Int32 iValue, Cmn_UInt32 iOffset);
     void Invalidate(Entry iEntry, Cmn_Int32 iValue);
     // Throws Sys_StreamWriteException, with the value as it was, for one that could not be read back.
     void SetValue(Entry iEntry, Cmn_Int32 iValue, const TOCValue& iNew);
-    // Drops the pieces at iFrom and beyond, whose bytes were taken back; a value that loses all its pieces is invalidated
-    // or, as the last of its key, removed, and a key without values is removed. A chain that leads to such a piece loses
-    // them all. Entries change. Allocates nothing.
+    // Drops the pieces at iFrom and beyond, whose bytes were taken back; a value that loses all its pieces is
+    // invalidated or, as the last of its key, removed, and a key without values is removed. A chain that
+    // leads to such a piece loses them all. Entries change. Allocates nothing.
     void ForgetOffsetsFrom(Cmn_UInt32 iFrom);
 
     // Bytes that StreamOut writes, the stream's header included. O(1).
     Cmn_Int64 GetStreamSize() const;
-    // The stream: type cTOCStreamType, version 2; count of keys (signed 32), then for each key in ascending order the key,
-    // the count of its values (signed 32), the values.
+    // The stream: type cTOCStreamType, version 2; count of keys (signed 32), then for each key in ascending
+    // order the key, the count of its values (signed 32), the values.
     void StreamOut(Sys_TypedOutStream& ioStream) const;
-    // Replaces the content. Throws Sys_StreamReadException, with the offset and the content as it was, for counts and
-    // sizes that the bytes left cannot hold or that leave some over, keys that do not ascend, offsets before iBegin or from iEnd on, and location
-    // chains without end; Cmn_Exception (Cmn_eMessage_UnexpectedStreamType) for a stream of another type, and the typed
+    // Replaces the content. Throws Sys_StreamReadException, with the offset and the content as it
+    // was, for counts and sizes that the bytes left cannot hold or that leave some over, keys that do
+    // not ascend, offsets before iBegin or from iEnd on, and location chains without end;
+    // Cmn_Exception (Cmn_eMessage_UnexpectedStreamType) for a stream of another type, and the typed
     // exceptions for versions other than 2.
     void StreamIn(Sys_TypedInStream& ioStream, Cmn_Int64 iEnd, Cmn_Int64 iBegin = 0);
 
-    // One line a value in ascending order, the first of a key "4[1]/7  [1034]  description", further ones numbered:
-    // "4 #1  [2048]  description".
+    // One line a value in ascending order, the first of a key "4[1]/7  [1034]  description", further ones
+    // numbered: "4 #1  [2048]  description".
     [[nodiscard]] std::string Dump() const;
 
 private:

@@ -1,7 +1,7 @@
 // FF_Document::Context, FF_Document::TOCKey: where a stream sits in the nesting of a document.
 //
-// Contexts compare by stream type, then list index: the parent position and the list mark change in place and take no
-// part. Keys compare context by context from the outermost, the shorter first: {4} < {4, 7} < {5}.
+// Contexts compare by stream type, then list index: the parent position and the list mark change in place and
+// take no part. Keys compare context by context from the outermost, the shorter first: {4} < {4, 7} < {5}.
 #pragma once
 
 #include "Kora/FF/Document/FF_Document.h"
@@ -70,8 +70,8 @@ public:
     std::strong_ordering operator<=>(const TOCKey& iOther) const;
     bool operator==(const TOCKey& iOther) const { return (*this <=> iOther) == 0; }
 
-    // On disk: context count (signed 32), then the contexts, outermost first. A count above the bytes left throws
-    // Sys_StreamReadException.
+    // On disk: context count (signed 32), then the contexts, outermost first. A count above the bytes left
+    // throws Sys_StreamReadException.
     void StreamOut(Sys_TypedOutStream& ioStream) const;
     void StreamIn(Sys_TypedInStream& ioStream);
 

@@ -1,4 +1,5 @@
-// The parts of a table's values as objects. The table keeps their bytes (FF_TOCBytes_p.h) and makes these on demand.
+// The parts of a table's values as objects. The table keeps their bytes (FF_TOCBytes_p.h)
+// and makes these on demand.
 #include "Kora/FF/Document/FF_Document_TOCValue.h"
 
 #include "Bastel/Cmn/Cmn_Assert.h"

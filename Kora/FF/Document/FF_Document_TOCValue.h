@@ -1,7 +1,8 @@
 // FF_Document::TOCValue: where one stream lies, how it is described, and what indexes it has.
 //
-// Each of the three parts is told apart on disk by a type byte and has a 16-bit size. What this library does not know
-// it keeps as an invalid placeholder with its type and bytes, so that a table that is written again is the same.
+// Each of the three parts is told apart on disk by a type byte and has a 16-bit size. What this library
+// does not know it keeps as an invalid placeholder with its type and bytes, so that a table that is
+// written again is the same.
 // Ownership: a value owns its parts; copies are deep.
 #pragma once
 
@@ -23,14 +24,15 @@ public:
     // Bytes of the body on disk. A plain location's is 0 at the end of the chain.
     virtual Cmn_Int16 GetSize() const;
     [[nodiscard]] virtual std::unique_ptr<Location> Clone() const;
-    // The next of the chain, null at its end. Only plain locations have one: another asserts and stays the end.
+    // The next of the chain, null at its end. Only plain locations have one: another
+    // asserts and stays the end.
     const Location* GetNext() const { return mNext.get(); }
     void SetNext(std::unique_ptr<Location> iNext);
 
     // A chain of more than cMaxChain, which no reader takes, throws Sys_StreamWriteException.
     void StreamOut(Sys_TypedOutStream& ioStream) const;
-    // A chain of more than cMaxChain, a size that is negative or past the bytes left, and a size that does not fit its
-    // count throw Sys_StreamReadException.
+    // A chain of more than cMaxChain, a size that is negative or past the bytes left, and a size that does
+    // not fit its count throw Sys_StreamReadException.
     static constexpr int cMaxChain = 64;
     [[nodiscard]] static std::unique_ptr<Location> StreamIn(Sys_TypedInStream& ioStream);
 

@@ -1,5 +1,5 @@
-// FF_Document::OpenStreams: the streams of a document that are being read or written, outermost first. Stream headers,
-// lists and context scopes keep it; hosts see it through FF_Document::GetCurrentContext.
+// FF_Document::OpenStreams: the streams of a document that are being read or written, outermost first. Stream
+// headers, lists and context scopes keep it; hosts see it through FF_Document::GetCurrentContext.
 //
 // Threads: one at a time. Ownership: the document's.
 #pragma once
@@ -36,8 +36,8 @@ public:
     // Its entry in the table, whatever item of it is open.
     TOC::Entry FindEntry();
 
-    // What was written to a stream from iStart on was taken back: entries that lead there go, where the stream is the
-    // document's.
+    // What was written to a stream from iStart on was taken back: entries that lead there go, where the
+    // stream is the document's.
     void ForgetFrom(const Sys_OutStream& iStream, Cmn_Int64 iStart);
     // Adds the document's file to an exception that has none.
     void Name(Cmn_Exception& ioException) const { mDocument.Name(ioException); }
@@ -48,7 +48,8 @@ private:
     Cmn_UInt32 mStart = 0;
 };
 
-// Closes the item of the innermost open stream for a scope: the path is the stream's own key then, without a copy.
+// Closes the item of the innermost open stream for a scope: the path is the stream's own
+// key then, without a copy.
 class FF_StNoItem
 {
 public:

@@ -3,11 +3,11 @@
 #include "Kora/FF/Document/FF_OpenStreams_p.h"
 #include "Kora/FF/Format/FF_Format_p.h"
 
-FF_StreamHeaderWriter::FF_StreamHeaderWriter(FF_Document* iDocument, Sys_TypedOutStream& iStream,
+FF_StreamHeaderWriter::FF_StreamHeaderWriter(FF_Document* iDocument, Sys_TypedOutStream& ioStream,
                                              Cmn_Int16 iStreamType, Cmn_Int16 iVersion,
                                              int iCallersExceptions)
     : mDocument(iDocument)
-    , mStream(iStream)
+    , mStream(ioStream)
     , mExceptions(iCallersExceptions + std::uncaught_exceptions())
 {
     const Cmn_Int64 start = mStream.GetPosition();
@@ -44,10 +44,10 @@ void FF_StreamHeaderWriter::Abandon(Cmn_Int64 iStart)
     if (mDocument != nullptr) mDocument->GetOpenStreams().ForgetFrom(mStream.GetStream(), iStart);
 }
 
-FF_StreamHeaderReader::FF_StreamHeaderReader(FF_Document* iDocument, Sys_TypedInStream& iStream,
+FF_StreamHeaderReader::FF_StreamHeaderReader(FF_Document* iDocument, Sys_TypedInStream& ioStream,
                                              Cmn_Int16 iExpectedType, EUseExtendedTOC iUse, bool iStayInPlace)
     : mDocument(iDocument)
-    , mStream(iStream)
+    , mStream(ioStream)
 {
     try {
         Open(iExpectedType, iUse, iStayInPlace);
@@ -64,7 +64,7 @@ FF_StreamHeaderReader::FF_StreamHeaderReader(FF_Document* iDocument, Sys_TypedIn
 void FF_StreamHeaderReader::Open(Cmn_Int16 iExpectedType, EUseExtendedTOC iUse, bool iStayInPlace)
 {
     mHeader.emplace(mStream, FF_Format::cStreamName);
-    const Cmn_Int64 start = mHeader->GetInfo().start;
+    const Cmn_Int64 start = mHeader->GetInfo().mStart;
     if (mHeader->GetBytesLeft() < FF_Format::cStreamTypeSize) throw Sys_StreamReadException(start);
     mStreamType = mStream.ReadInt16();
     if (iExpectedType != FF_Document::cNoStreamType && iExpectedType != mStreamType)
@@ -78,12 +78,13 @@ void FF_StreamHeaderReader::Push()
 {
     const Sys_StdStreamHeaderInfo& info = mHeader->GetInfo();
     std::vector<FF_Document::Context>& contexts = mDocument->GetOpenStreams().GetContexts();
-    // A list that is read in sequence, without seeking, has no item open: its next header says which it is in.
+    // A list that is read in sequence, without seeking, has no item open: its next
+    // header says which it is in.
     if (!contexts.empty() && contexts.back().IsList() && contexts.back().GetListIndex() == 0) {
-        contexts.back().SetListIndex(static_cast<Cmn_Int32>(info.listIndex));
+        contexts.back().SetListIndex(static_cast<Cmn_Int32>(info.mListIndex));
         mHasLentIndex = true;
     }
-    mDocument->PushContext(mStreamType, static_cast<Cmn_UInt32>(info.start));
+    mDocument->PushContext(mStreamType, static_cast<Cmn_UInt32>(info.mStart));
     mIsPushed = true;
 }
 
@@ -101,7 +102,7 @@ void FF_StreamHeaderReader::AskTable(Cmn_Int16 iExpectedType, bool iStayInPlace)
     if (entry == FF_Document::TOC::cNone) return;
     mDocument->GetOpenStreams().GetContexts().back().SetIsList(toc.IsList(entry));
 
-    const Cmn_Int64 here = mHeader->GetInfo().start;
+    const Cmn_Int64 here = mHeader->GetInfo().mStart;
     Cmn_UInt32 registered = 0;
     if (!toc.GetFirstOffset(entry, 0, registered)) throw FF_Document::InvalidContextException(here);
     if (iStayInPlace || toc.HasOffset(entry, 0, static_cast<Cmn_UInt32>(here))) return;

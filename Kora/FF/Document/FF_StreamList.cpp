@@ -4,10 +4,10 @@
 #include "Bastel/Sys/Sys_StreamThrow_p.h"
 #include "Kora/FF/Document/FF_OpenStreams_p.h"
 
-FF_StreamListWriter::FF_StreamListWriter(FF_Document* iDocument, Sys_TypedOutStream& iStream,
+FF_StreamListWriter::FF_StreamListWriter(FF_Document* iDocument, Sys_TypedOutStream& ioStream,
                                          Cmn_Int32 iCount)
     : mDocument(iDocument)
-    , mStream(iStream)
+    , mStream(ioStream)
 {
     if (mDocument != nullptr && Cmn_ASSERT(!mDocument->GetOpenStreams().IsEmpty())) {
         const FF_Document::TOC::Entry entry = mDocument->GetOpenStreams().FindEntry();
@@ -36,16 +36,16 @@ void FF_StreamListWriter::AddListEntry(Cmn_Int32 iItem, std::string_view iDescri
     mStream.GetStream().GetOpenHeaders().SetListIndex(listIndex);
 }
 
-FF_StreamListReader::FF_StreamListReader(FF_Document* iDocument, Sys_TypedInStream& iStream)
+FF_StreamListReader::FF_StreamListReader(FF_Document* iDocument, Sys_TypedInStream& ioStream)
     : mDocument(iDocument)
-    , mStream(iStream)
+    , mStream(ioStream)
     , mDepth(iDocument == nullptr ? 0 : iDocument->GetCurrentContext().size())
-    , mCount(iStream.ReadInt32())
-    , mFirst(iStream.GetPosition())
+    , mCount(ioStream.ReadInt32())
+    , mFirst(ioStream.GetPosition())
     , mWalkedTo(mFirst)
 {
-    if (mCount >= 0 && mCount <= iStream.GetBytesLeft()) return;
-    Sys_ThrowFrom<Sys_StreamReadException>(iStream.GetStream(), mFirst - Cmn_Int64{sizeof(Cmn_Int32)});
+    if (mCount >= 0 && mCount <= ioStream.GetBytesLeft()) return;
+    Sys_ThrowFrom<Sys_StreamReadException>(ioStream.GetStream(), mFirst - Cmn_Int64{sizeof(Cmn_Int32)});
 }
 
 FF_StreamListReader::~FF_StreamListReader()
@@ -95,9 +95,9 @@ void FF_StreamListReader::SeekByWalk(Cmn_Int32 iItem)
     }
     for (mStream.SetPosition(mWalkedTo); mWalkedItem < iItem; ++mWalkedItem) {
         Sys_StdStreamHeaderInfo info;
-        if (!Sys_StdStreamHeaderReader::Peek(mStream, info) || !info.isComplete)
+        if (!Sys_StdStreamHeaderReader::Peek(mStream, info) || !info.mIsComplete)
             Sys_ThrowFrom<Sys_StreamReadException>(mStream.GetStream(), mWalkedTo);
-        mWalkedTo = info.end;
+        mWalkedTo = info.mEnd;
         mStream.SetPosition(mWalkedTo);
     }
 }

@@ -1,7 +1,7 @@
 // FF_StreamListWriter, FF_StreamListReader: the items of a stream that is a list.
 //
-// A list's body opens with how many items follow, in 32 signed bits. Made inside the list stream's header writer or
-// reader; with a null document the same bytes are written and read.
+// A list's body opens with how many items follow, in 32 signed bits. Made inside the list stream's header
+// writer or reader; with a null document the same bytes are written and read.
 //
 //   FF_StreamHeaderWriter header(document, out, cClips, 1);
 //   FF_StreamListWriter list(document, out, 2);
@@ -16,7 +16,7 @@
 class KORA_API FF_StreamListWriter
 {
 public:
-    FF_StreamListWriter(FF_Document* iDocument, Sys_TypedOutStream& iStream, Cmn_Int32 iCount);
+    FF_StreamListWriter(FF_Document* iDocument, Sys_TypedOutStream& ioStream, Cmn_Int32 iCount);
     virtual ~FF_StreamListWriter(); // no item is open any more
     FF_StreamListWriter(const FF_StreamListWriter&) = delete;
     FF_StreamListWriter& operator=(const FF_StreamListWriter&) = delete;
@@ -33,7 +33,7 @@ class KORA_API FF_StreamListReader
 {
 public:
     // A negative count, or one of more items than bytes can hold, throws Sys_StreamReadException.
-    FF_StreamListReader(FF_Document* iDocument, Sys_TypedInStream& iStream);
+    FF_StreamListReader(FF_Document* iDocument, Sys_TypedInStream& ioStream);
     virtual ~FF_StreamListReader();
     FF_StreamListReader(const FF_StreamListReader&) = delete;
     FF_StreamListReader& operator=(const FF_StreamListReader&) = delete;
@@ -41,9 +41,9 @@ public:
     Cmn_Int32 GetNumItems() const { return mCount; }
     // -1 before the first SeekToListEntry.
     Cmn_Int32 GetCurrentItem() const { return mCurrent; }
-    // Places the input at item iItem and opens it in the context. With a document, inside a list, the table says where;
-    // otherwise the items' headers are walked from the first. Throws FF_Document::InvalidContextException for an item that
-    // is not registered in this file.
+    // Places the input at item iItem and opens it in the context. With a document, inside a list, the table
+    // says where; otherwise the items' headers are walked from the first. Throws
+    // FF_Document::InvalidContextException for an item that is not registered in this file.
     void SeekToListEntry(Cmn_Int32 iItem);
 
 private:

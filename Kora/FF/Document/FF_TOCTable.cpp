@@ -51,9 +51,9 @@ Cmn_Int32 FF_TOCTable::Find(std::span<const FF_Document::Context> iContexts, Cmn
     const auto isSame = [](const Context& iA, const FF_Document::Context& iB) {
         return iA.GetRank() == RankOf(iB);
     };
-    for (std::size_t at = HomeOf(iHash); mSlots[at].entryPlusOne != 0; at = (at + 1) & (mSlots.size() - 1)) {
-        if (mSlots[at].tag != static_cast<Cmn_UInt32>(iHash)) continue;
-        const auto entry = static_cast<Cmn_Int32>(mSlots[at].entryPlusOne - 1);
+    for (std::size_t at = HomeOf(iHash); mSlots[at].mEntryPlusOne != 0; at = (at + 1) & (mSlots.size() - 1)) {
+        if (mSlots[at].mTag != static_cast<Cmn_UInt32>(iHash)) continue;
+        const auto entry = static_cast<Cmn_Int32>(mSlots[at].mEntryPlusOne - 1);
         const std::span<const Context> contexts = GetContexts(GetKey(entry));
         if (std::equal(contexts.begin(), contexts.end(), iContexts.begin(), iContexts.end(), isSame))
             return entry;
@@ -64,7 +64,7 @@ Cmn_Int32 FF_TOCTable::Find(std::span<const FF_Document::Context> iContexts, Cmn
 void FF_TOCTable::PutInSlot(Cmn_UInt64 iHash, std::size_t iEntry)
 {
     std::size_t at = HomeOf(iHash);
-    while (mSlots[at].entryPlusOne != 0)
+    while (mSlots[at].mEntryPlusOne != 0)
         at = (at + 1) & (mSlots.size() - 1);
     mSlots[at] = {static_cast<Cmn_UInt32>(iHash), static_cast<Cmn_UInt32>(iEntry + 1)};
 }
@@ -132,10 +132,10 @@ Cmn_Int32 FF_TOCTable::Insert(std::span<const FF_Document::Context> iContexts)
     const Cmn_UInt64 hash = HashOf(iContexts);
     const Cmn_Int32 found = Find(iContexts, hash);
     if (found != FF_Document::TOC::cNone) {
-        Context* stored = mContexts.data() + GetKey(found).firstContext;
+        Context* stored = mContexts.data() + GetKey(found).mFirstContext;
         for (const FF_Document::Context& context : iContexts) {
             if (context.GetParentPosition() != FF_Document::Context::cNoParent)
-                stored->parent = context.GetParentPosition();
+                stored->mParent = context.GetParentPosition();
             ++stored;
         }
         return found;
@@ -158,23 +158,23 @@ Cmn_Int32 FF_TOCTable::Insert(std::span<const FF_Document::Context> iContexts)
 void FF_TOCTable::SetIsList(Cmn_Int32 iEntry, bool iIsList)
 {
     const Key& key = GetKey(iEntry);
-    if (key.contextCount != 0) mContexts[key.firstContext + key.contextCount - 1].isList = iIsList;
+    if (key.mContextCount != 0) mContexts[key.mFirstContext + key.mContextCount - 1].mIsList = iIsList;
 }
 
 void FF_TOCTable::MakeRoomForValue(Key& ioKey)
 {
-    if (ioKey.valueCount < ioKey.valueRoom) return;
-    const std::size_t more = std::max<std::size_t>(1, ioKey.valueRoom);
-    if (ioKey.firstValue + std::size_t{ioKey.valueRoom} == mValues.size()) {
+    if (ioKey.mValueCount < ioKey.mValueRoom) return;
+    const std::size_t more = std::max<std::size_t>(1, ioKey.mValueRoom);
+    if (ioKey.mFirstValue + std::size_t{ioKey.mValueRoom} == mValues.size()) {
         mValues.resize(mValues.size() + more);
     } else {
         const std::size_t first = mValues.size();
-        mValues.resize(first + ioKey.valueRoom + more);
-        std::copy_n(mValues.begin() + ioKey.firstValue, ioKey.valueCount,
+        mValues.resize(first + ioKey.mValueRoom + more);
+        std::copy_n(mValues.begin() + ioKey.mFirstValue, ioKey.mValueCount,
                     mValues.begin() + static_cast<std::ptrdiff_t>(first));
-        ioKey.firstValue = static_cast<Cmn_UInt32>(first);
+        ioKey.mFirstValue = static_cast<Cmn_UInt32>(first);
     }
-    ioKey.valueRoom += static_cast<Cmn_UInt32>(more);
+    ioKey.mValueRoom += static_cast<Cmn_UInt32>(more);
 }
 
 void FF_TOCTable::AddValue(Cmn_Int32 iEntry, std::string_view iText)
@@ -196,8 +196,8 @@ void FF_TOCTable::AddValue(Cmn_Int32 iEntry, std::string_view iText)
     std::copy(iText.begin(), iText.end(), at + B::cPartHeader + 4);
     // The index information of type 0 and no bytes are zeros, as the arena's new bytes are.
 
-    mValues[key.firstValue + std::size_t{key.valueCount}] = {begin, static_cast<Cmn_UInt32>(size),
-                                                             static_cast<Cmn_UInt32>(room)};
-    ++key.valueCount;
+    mValues[key.mFirstValue + std::size_t{key.mValueCount}] = {begin, static_cast<Cmn_UInt32>(size),
+                                                               static_cast<Cmn_UInt32>(room)};
+    ++key.mValueCount;
     mValueBytes += static_cast<Cmn_Int64>(size);
 }

@@ -55,19 +55,19 @@ void FF_TOCTable::WriteBody(Sys_TypedOutStream& ioStream) const
     pieces.Put(static_cast<Cmn_Int32>(mKeys.size()));
     for (std::size_t nth = 0; nth < mKeys.size(); ++nth) {
         const Key& key = GetKey(GetInOrder(static_cast<Cmn_Int32>(nth)));
-        pieces.Put(key.contextCount);
+        pieces.Put(key.mContextCount);
         for (const Context& context : GetContexts(key)) {
             Cmn_UInt8* const at = pieces.Take(cContextSize);
             Sys_StoreInteger(at, context.GetStreamType(), swap);
-            Sys_StoreInteger(at + 2, context.parent, swap);
-            at[6] = static_cast<Cmn_UInt8>(context.isList);
+            Sys_StoreInteger(at + 2, context.mParent, swap);
+            at[6] = static_cast<Cmn_UInt8>(context.mIsList);
             Sys_StoreInteger(at + 7, context.GetListIndex(), swap);
         }
-        pieces.Put(key.valueCount);
-        for (std::size_t i = 0; i < key.valueCount; ++i) {
-            const Value& value = mValues[key.firstValue + i];
-            Cmn_UInt8* const at = pieces.Take(value.size);
-            std::memcpy(at, BytesOf(value), value.size);
+        pieces.Put(key.mValueCount);
+        for (std::size_t i = 0; i < key.mValueCount; ++i) {
+            const Value& value = mValues[key.mFirstValue + i];
+            Cmn_UInt8* const at = pieces.Take(value.mSize);
+            std::memcpy(at, BytesOf(value), value.mSize);
             if (swap) FF_TOCBytes::SwapValue(at, false);
         }
     }
@@ -83,7 +83,7 @@ void FF_TOCTable::ReadBody(FF_TOCCursor& ioCursor, Cmn_Int64 iBegin, Cmn_Int64 i
     for (Cmn_Int32 i = 0; i < count; ++i) {
         ReadKey(ioCursor);
         // The keys of a document mostly are of one depth, with one value each.
-        if (i == 0) Reserve(ioCursor.GetBytesLeft(), static_cast<std::size_t>(count), mKeys[0].contextCount);
+        if (i == 0) Reserve(ioCursor.GetBytesLeft(), static_cast<std::size_t>(count), mKeys[0].mContextCount);
         ReadValues(ioCursor, iBegin, iEnd);
     }
     // No later version appends to this one: its number would be another.
@@ -107,9 +107,9 @@ void FF_TOCTable::ReadKey(FF_TOCCursor& ioCursor)
 {
     Key key{static_cast<Cmn_UInt32>(mContexts.size()), 0, static_cast<Cmn_UInt32>(mValues.size()), 0, 0};
     ioCursor.Fill(cCountSize);
-    key.contextCount = static_cast<Cmn_UInt32>(ioCursor.TakeCount(cContextSize));
+    key.mContextCount = static_cast<Cmn_UInt32>(ioCursor.TakeCount(cContextSize));
     const bool swap = ioCursor.IsSwapped();
-    for (Cmn_UInt32 i = 0; i < key.contextCount; ++i) {
+    for (Cmn_UInt32 i = 0; i < key.mContextCount; ++i) {
         ioCursor.Fill(cContextSize);
         const Cmn_UInt8* const at = ioCursor.Skip(cContextSize);
         ioCursor.Require(at[6] <= 1);
@@ -119,14 +119,14 @@ void FF_TOCTable::ReadKey(FF_TOCCursor& ioCursor)
     }
     ioCursor.Require(mKeys.empty() || IsLess(mKeys.back(), key));
     mKeys.push_back(key);
-    mKeyBytes += KeySize(key.contextCount);
+    mKeyBytes += KeySize(key.mContextCount);
 }
 
 void FF_TOCTable::ReadValues(FF_TOCCursor& ioCursor, Cmn_Int64 iBegin, Cmn_Int64 iEnd)
 {
     ioCursor.Fill(cCountSize);
     const Cmn_Int32 count = ioCursor.TakeCount(FF_TOCBytes::cSmallestValue);
-    mKeys.back().valueCount = mKeys.back().valueRoom = static_cast<Cmn_UInt32>(count);
+    mKeys.back().mValueCount = mKeys.back().mValueRoom = static_cast<Cmn_UInt32>(count);
     for (Cmn_Int32 i = 0; i < count; ++i) {
         ioCursor.Fill(FF_TOCBytes::cLargestValue);
         const Cmn_UInt8* const from = ioCursor.GetAt();

@@ -19,7 +19,7 @@ std::size_t CountOf(std::span<const Cmn_UInt8> iOffsets)
 std::span<const Cmn_UInt8> FF_TOCTable::GetValue(Cmn_Int32 iEntry, Cmn_Int32 iValue) const
 {
     const Value& value = ValueOf(iEntry, iValue);
-    return {BytesOf(value), value.size};
+    return {BytesOf(value), value.mSize};
 }
 
 std::span<const Cmn_UInt8> FF_TOCTable::GetOffsets(Cmn_Int32 iEntry, Cmn_Int32 iValue) const
@@ -30,22 +30,23 @@ std::span<const Cmn_UInt8> FF_TOCTable::GetOffsets(Cmn_Int32 iEntry, Cmn_Int32 i
 void FF_TOCTable::ResizeLocation(Value& ioValue, std::size_t iNewSize)
 {
     const std::size_t oldSize = FF_TOCBytes::LocationSize(BytesOf(ioValue));
-    const std::size_t tail = ioValue.size - oldSize;
+    const std::size_t tail = ioValue.mSize - oldSize;
     const std::size_t size = iNewSize + tail;
-    if (size > ioValue.room) {
-        // As much room again as the location has bytes: pieces that keep coming move a value ever more rarely.
+    if (size > ioValue.mRoom) {
+        // As much room again as the location has bytes: pieces that keep coming move
+        // a value ever more rarely.
         const std::size_t room = size + iNewSize;
-        const bool isLast = ioValue.begin + ioValue.room == mArena.size();
-        const std::size_t begin = isLast ? ioValue.begin : mArena.size();
+        const bool isLast = ioValue.mBegin + ioValue.mRoom == mArena.size();
+        const std::size_t begin = isLast ? ioValue.mBegin : mArena.size();
         mArena.resize(begin + room);
-        if (!isLast) std::copy_n(BytesOf(ioValue), ioValue.size, mArena.data() + begin);
-        ioValue.begin = begin;
-        ioValue.room = static_cast<Cmn_UInt32>(room);
+        if (!isLast) std::copy_n(BytesOf(ioValue), ioValue.mSize, mArena.data() + begin);
+        ioValue.mBegin = begin;
+        ioValue.mRoom = static_cast<Cmn_UInt32>(room);
     }
     Cmn_UInt8* const bytes = BytesOf(ioValue);
     std::memmove(bytes + iNewSize, bytes + oldSize, tail);
-    mValueBytes += static_cast<Cmn_Int64>(size) - ioValue.size;
-    ioValue.size = static_cast<Cmn_UInt32>(size);
+    mValueBytes += static_cast<Cmn_Int64>(size) - ioValue.mSize;
+    ioValue.mSize = static_cast<Cmn_UInt32>(size);
 }
 
 void FF_TOCTable::AddOffset(Cmn_Int32 iEntry, Cmn_Int32 iValue, Cmn_UInt32 iOffset)
@@ -72,16 +73,16 @@ void FF_TOCTable::InvalidateValue(Value& ioValue)
 void FF_TOCTable::SetValue(Cmn_Int32 iEntry, Cmn_Int32 iValue, std::span<const Cmn_UInt8> iBytes)
 {
     Value& value = ValueOf(iEntry, iValue);
-    if (iBytes.size() > value.room) {
+    if (iBytes.size() > value.mRoom) {
         const std::size_t begin = mArena.size();
-        const std::size_t room = std::max<std::size_t>(iBytes.size(), 2 * std::size_t{value.room});
+        const std::size_t room = std::max<std::size_t>(iBytes.size(), 2 * std::size_t{value.mRoom});
         mArena.resize(begin + room);
-        mValueBytes -= value.size;
+        mValueBytes -= value.mSize;
         value = {begin, 0, static_cast<Cmn_UInt32>(room)};
     }
     std::copy(iBytes.begin(), iBytes.end(), BytesOf(value));
-    mValueBytes += static_cast<Cmn_Int64>(iBytes.size()) - value.size;
-    value.size = static_cast<Cmn_UInt32>(iBytes.size());
+    mValueBytes += static_cast<Cmn_Int64>(iBytes.size()) - value.mSize;
+    value.mSize = static_cast<Cmn_UInt32>(iBytes.size());
 }
 
 // --- forgetting
@@ -102,7 +103,8 @@ bool FF_TOCTable::ForgetPieces(Value& ioValue, Cmn_UInt32 iFrom)
         ++kept;
     }
     if (kept == CountOf(offsets)) return true;
-    // A chain that leads to a lost piece is lost as a whole: nobody registers pieces behind others' locations.
+    // A chain that leads to a lost piece is lost as a whole: nobody registers pieces
+    // behind others' locations.
     if (kept == 0 || last != bytes) return false;
     ResizeLocation(ioValue, FF_TOCBytes::cLocalHeader + FF_TOCBytes::cOffsetSize * kept);
     FF_TOCBytes::StoreLocalHeader(bytes, kept);
@@ -111,12 +113,12 @@ bool FF_TOCTable::ForgetPieces(Value& ioValue, Cmn_UInt32 iFrom)
 
 void FF_TOCTable::ForgetValues(Key& ioKey, Cmn_UInt32 iFrom)
 {
-    for (std::size_t i = ioKey.valueCount; i-- > 0;) {
-        Value& value = mValues[ioKey.firstValue + i];
+    for (std::size_t i = ioKey.mValueCount; i-- > 0;) {
+        Value& value = mValues[ioKey.mFirstValue + i];
         if (ForgetPieces(value, iFrom)) continue;
-        if (i + 1 == ioKey.valueCount) {
-            mValueBytes -= value.size;
-            --ioKey.valueCount;
+        if (i + 1 == ioKey.mValueCount) {
+            mValueBytes -= value.mSize;
+            --ioKey.mValueCount;
         } else {
             InvalidateValue(value);
         }
@@ -128,7 +130,7 @@ void FF_TOCTable::ForgetOffsetsFrom(Cmn_UInt32 iFrom)
     bool isAnyEmpty = false;
     for (Key& key : mKeys) {
         ForgetValues(key, iFrom);
-        isAnyEmpty |= key.valueCount == 0;
+        isAnyEmpty |= key.mValueCount == 0;
     }
     if (isAnyEmpty) RemoveKeysWithoutValues();
 }
@@ -139,16 +141,16 @@ void FF_TOCTable::RemoveKeysWithoutValues()
     std::size_t values = 0;
     std::size_t keys = 0;
     for (const Key& old : mKeys) {
-        if (old.valueCount == 0) {
-            mKeyBytes -= KeySize(old.contextCount);
+        if (old.mValueCount == 0) {
+            mKeyBytes -= KeySize(old.mContextCount);
             continue;
         }
         Key key = old;
-        std::copy_n(mContexts.begin() + old.firstContext, old.contextCount,
+        std::copy_n(mContexts.begin() + old.mFirstContext, old.mContextCount,
                     mContexts.begin() + static_cast<std::ptrdiff_t>(contexts));
-        key.firstContext = static_cast<Cmn_UInt32>(contexts);
-        contexts += key.contextCount;
-        values = std::max(values, key.firstValue + std::size_t{key.valueRoom});
+        key.mFirstContext = static_cast<Cmn_UInt32>(contexts);
+        contexts += key.mContextCount;
+        values = std::max(values, key.mFirstValue + std::size_t{key.mValueRoom});
         mKeys[keys++] = key;
     }
     mKeys.resize(keys);
@@ -156,9 +158,9 @@ void FF_TOCTable::RemoveKeysWithoutValues()
     mValues.resize(values);
     std::size_t arena = 0;
     for (const Key& key : mKeys) {
-        for (std::size_t i = 0; i < key.valueCount; ++i) {
-            const Value& value = mValues[key.firstValue + i];
-            arena = std::max<std::size_t>(arena, value.begin + value.room);
+        for (std::size_t i = 0; i < key.mValueCount; ++i) {
+            const Value& value = mValues[key.mFirstValue + i];
+            arena = std::max<std::size_t>(arena, value.mBegin + value.mRoom);
         }
     }
     mArena.resize(arena);

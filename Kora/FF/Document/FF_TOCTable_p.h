@@ -1,17 +1,21 @@
 // FF_TOCTable: the content of a table of contents as one flat table.
 //
-//   keys       {first context, count, first value, count, room}   one a key, in the order of their being added
-//   contexts   {ranks, parent position, list mark}                a key's stand together, in the order of the keys
-//   values     {begin, size, room}                                a key's stand together; behind them room for more
+//   keys       {first context, count, first value, count, room}   one a key, in the
+//              order of their being added
+//   contexts   {ranks, parent position, list mark}                a key's stand together,
+//              in the order of the keys
+//   values     {begin, size, room}                                a key's stand together;
+//              behind them room for more
 //   arena      bytes of the values as on disk, little-endian      behind a value's bytes room for more pieces
-//   slots      {tag, entry + 1}                                   open addressing, a power of two, four fifths full at most
+//   slots      {tag, entry + 1}                                   open addressing, a power of two,
+//              four fifths full at most
 //
-// What outgrows its room moves to the end with twice the room, so that adding costs O(1) amortised whichever key or
-// value it concerns, and what moves leave behind is no more than what is in use.
+// What outgrows its room moves to the end with twice the room, so that adding costs O(1) amortised whichever
+// key or value it concerns, and what moves leave behind is no more than what is in use.
 //
-// Invariants: (1) no two keys have the same ranks  (2) every value's bytes are such as FF_TOCCursor::SkipValue passes
-//             over  (3) mKeyBytes and mValueBytes are what the keys and values take on disk  (4) the first
-//             mAscending keys ascend.
+// Invariants: (1) no two keys have the same ranks  (2) every value's bytes are such as
+//             FF_TOCCursor::SkipValue passes over  (3) mKeyBytes and mValueBytes are what the keys and values
+//             take on disk  (4) the first mAscending keys ascend.
 // Entries:    indexes of keys. They, and values' indexes, are the caller's to check.
 #pragma once
 
@@ -25,30 +29,30 @@ public:
     // Twelve bytes: of what a table reads and keeps, contexts are the most.
     struct Context
     {
-        Cmn_UInt32 listRank;
-        Cmn_UInt32 parent;
-        Cmn_UInt16 typeRank;
-        bool isList;
+        Cmn_UInt32 mListRank;
+        Cmn_UInt32 mParent;
+        Cmn_UInt16 mTypeRank;
+        bool mIsList;
 
         Context(Cmn_Int16 iStreamType, Cmn_UInt32 iParent, bool iIsList, Cmn_Int32 iListIndex)
-            : listRank(static_cast<Cmn_UInt32>(iListIndex) ^ 0x80000000)
-            , parent(iParent)
-            , typeRank(static_cast<Cmn_UInt16>(iStreamType ^ 0x8000))
-            , isList(iIsList)
+            : mListRank(static_cast<Cmn_UInt32>(iListIndex) ^ 0x80000000)
+            , mParent(iParent)
+            , mTypeRank(static_cast<Cmn_UInt16>(iStreamType ^ 0x8000))
+            , mIsList(iIsList)
         {
         }
-        Cmn_Int16 GetStreamType() const { return static_cast<Cmn_Int16>(typeRank ^ 0x8000); }
-        Cmn_Int32 GetListIndex() const { return static_cast<Cmn_Int32>(listRank ^ 0x80000000); }
+        Cmn_Int16 GetStreamType() const { return static_cast<Cmn_Int16>(mTypeRank ^ 0x8000); }
+        Cmn_Int32 GetListIndex() const { return static_cast<Cmn_Int32>(mListRank ^ 0x80000000); }
         // Ascends as contexts do: by stream type, then list index.
-        Cmn_UInt64 GetRank() const { return Cmn_UInt64{typeRank} << 32 | listRank; }
+        Cmn_UInt64 GetRank() const { return Cmn_UInt64{mTypeRank} << 32 | mListRank; }
     };
     struct Key
     {
-        Cmn_UInt32 firstContext;
-        Cmn_UInt32 contextCount;
-        Cmn_UInt32 firstValue;
-        Cmn_UInt32 valueCount;
-        Cmn_UInt32 valueRoom;
+        Cmn_UInt32 mFirstContext;
+        Cmn_UInt32 mContextCount;
+        Cmn_UInt32 mFirstValue;
+        Cmn_UInt32 mValueCount;
+        Cmn_UInt32 mValueRoom;
     };
 
     FF_TOCTable();
@@ -57,7 +61,7 @@ public:
     const Key& GetKey(Cmn_Int32 iEntry) const { return mKeys[static_cast<std::size_t>(iEntry)]; }
     std::span<const Context> GetContexts(const Key& iKey) const
     {
-        return {mContexts.data() + iKey.firstContext, iKey.contextCount};
+        return {mContexts.data() + iKey.mFirstContext, iKey.mContextCount};
     }
     // The bytes of a value, little-endian.
     std::span<const Cmn_UInt8> GetValue(Cmn_Int32 iEntry, Cmn_Int32 iValue) const;
@@ -88,14 +92,14 @@ public:
 private:
     struct Value
     {
-        Cmn_UInt64 begin;
-        Cmn_UInt32 size;
-        Cmn_UInt32 room;
+        Cmn_UInt64 mBegin;
+        Cmn_UInt32 mSize;
+        Cmn_UInt32 mRoom;
     };
     struct Slot
     {
-        Cmn_UInt32 tag;
-        Cmn_UInt32 entryPlusOne; // 0 where the slot is free
+        Cmn_UInt32 mTag;
+        Cmn_UInt32 mEntryPlusOne; // 0 where the slot is free
     };
     static constexpr Cmn_Int64 cCountSize = 4;
     static constexpr Cmn_Int64 cContextSize = FF_Document::Context::cStreamSize;
@@ -126,14 +130,14 @@ private:
 
     const Value& ValueOf(Cmn_Int32 iEntry, Cmn_Int32 iValue) const
     {
-        return mValues[GetKey(iEntry).firstValue + static_cast<std::size_t>(iValue)];
+        return mValues[GetKey(iEntry).mFirstValue + static_cast<std::size_t>(iValue)];
     }
     Value& ValueOf(Cmn_Int32 iEntry, Cmn_Int32 iValue)
     {
         return const_cast<Value&>(static_cast<const FF_TOCTable&>(*this).ValueOf(iEntry, iValue));
     }
-    Cmn_UInt8* BytesOf(const Value& iValue) { return mArena.data() + iValue.begin; }
-    const Cmn_UInt8* BytesOf(const Value& iValue) const { return mArena.data() + iValue.begin; }
+    Cmn_UInt8* BytesOf(const Value& iValue) { return mArena.data() + iValue.mBegin; }
+    const Cmn_UInt8* BytesOf(const Value& iValue) const { return mArena.data() + iValue.mBegin; }
     void MakeRoomForValue(Key& ioKey);
     // Gives the location iNewSize bytes, the old ones first, and moves what stands behind it.
     void ResizeLocation(Value& ioValue, std::size_t iNewSize);

@@ -1,4 +1,5 @@
-// EFF_EncryptionType: how a document's stream data is masked, so that its bytes are not readable as they stand.
+// EFF_EncryptionType: how a document's stream data is masked, so that its bytes are
+// not readable as they stand.
 //
 // It keeps nobody out: the key is in the file.
 #pragma once

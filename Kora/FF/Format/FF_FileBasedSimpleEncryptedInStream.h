@@ -8,8 +8,8 @@
 class KORA_API FF_FileBasedSimpleEncryptedInStream : public Sys_FileBasedInStream
 {
 public:
-    // Reads the raw key byte at the file's position; the stream begins behind it. A byte that cannot be read, or a
-    // type (EFF_EncryptionType) that has no mask, asserts.
+    // Reads the raw key byte at the file's position; the stream begins behind it. A byte that cannot be read,
+    // or a type (EFF_EncryptionType) that has no mask, asserts.
     FF_FileBasedSimpleEncryptedInStream(Sys_File& iFile, Cmn_UInt32 iType);
     // Takes the key of the file's other stream; begins at the file's position.
     FF_FileBasedSimpleEncryptedInStream(Sys_File& iFile, Cmn_UInt32 iType, Cmn_UInt8 iMunger);

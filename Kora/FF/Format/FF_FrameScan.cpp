@@ -50,12 +50,12 @@ private:
     // A place where the running sum is wanted: where the body of a frame begins, or ends.
     struct Mark
     {
-        Cmn_Int64 place;
-        bool isEnd;
-        std::size_t frame;
+        Cmn_Int64 mPlace;
+        bool mIsEnd;
+        std::size_t mFrame;
         bool operator>(const Mark& iOther) const
         {
-            return std::tie(place, isEnd, frame) > std::tie(iOther.place, iOther.isEnd, iOther.frame);
+            return std::tie(mPlace, mIsEnd, mFrame) > std::tie(iOther.mPlace, iOther.mIsEnd, iOther.mFrame);
         }
     };
 
@@ -72,16 +72,16 @@ private:
 
     void Advance(Cmn_Int64 iTo)
     {
-        while (!mMarks.empty() && mMarks.top().place <= iTo) {
+        while (!mMarks.empty() && mMarks.top().mPlace <= iTo) {
             const Mark mark = mMarks.top();
             mMarks.pop();
-            Sum(mark.place);
-            FF_Frame& frame = mFrames[mark.frame];
-            if (mark.isEnd) {
-                frame.sum = mSum ^ Sys_Crc32CCombine(frame.sum, 0, frame.bodySize);
-                frame.isWhole = frame.sum == frame.header.bodySum;
+            Sum(mark.mPlace);
+            FF_Frame& frame = mFrames[mark.mFrame];
+            if (mark.mIsEnd) {
+                frame.mSum = mSum ^ Sys_Crc32CCombine(frame.mSum, 0, frame.mBodySize);
+                frame.mIsWhole = frame.mSum == frame.mHeader.mBodySum;
             } else
-                frame.sum = mSum;
+                frame.mSum = mSum;
         }
         Sum(iTo);
     }
@@ -99,10 +99,10 @@ private:
             return; // the file ends within what would be a header
         }
         const Cmn_Int64 body = mTyped.GetPosition();
-        const Cmn_Int64 size = frame.header.end - frame.header.body;
-        if (frame.header.name == FF_Format::cStreamName && size >= FF_Format::cStreamTypeSize)
-            frame.streamType = mTyped.ReadInt16();
-        if (!frame.isOpenEnded) {
+        const Cmn_Int64 size = frame.mHeader.mEnd - frame.mHeader.mBody;
+        if (frame.mHeader.mName == FF_Format::cStreamName && size >= FF_Format::cStreamTypeSize)
+            frame.mStreamType = mTyped.ReadInt16();
+        if (!frame.mIsOpenEnded) {
             mMarks.push({body, false, mFrames.size()});
             mMarks.push({body + size, true, mFrames.size()});
         }
@@ -117,22 +117,22 @@ private:
         const Cmn_Int64 headerSize = mTyped.GetPosition() - mDone;
         const Cmn_Int64 left = mEnd - mTyped.GetPosition();
         if (left < 0) return false;
-        const Cmn_Int64 size = iFields.IsComplete() ? Cmn_Int64{iFields.bodySize} : left;
+        const Cmn_Int64 size = iFields.IsComplete() ? Cmn_Int64{iFields.mBodySize} : left;
         if (origin + headerSize + size > FF_Format::cMaxFileSize && iFields.IsComplete()) return false;
-        oFrame.isOpenEnded = !iFields.IsComplete() || size > left;
-        oFrame.bodySize = iFields.bodySize;
-        oFrame.place = mDone;
-        Sys_StdStreamHeaderInfo& header = oFrame.header;
-        header.version = iFields.version;
-        header.listIndex = iFields.listIndex;
-        header.isList = iFields.IsList();
-        header.hasSums = true;
-        header.isComplete = iFields.IsComplete();
-        header.bodySum = iFields.GetBodySumElsewhere();
-        header.start = origin;
-        header.body = origin + headerSize;
-        header.end = header.body + std::min(size, left);
-        header.name = std::move(iFields.name);
+        oFrame.mIsOpenEnded = !iFields.IsComplete() || size > left;
+        oFrame.mBodySize = iFields.mBodySize;
+        oFrame.mPlace = mDone;
+        Sys_StdStreamHeaderInfo& header = oFrame.mHeader;
+        header.mVersion = iFields.mVersion;
+        header.mListIndex = iFields.mListIndex;
+        header.mIsList = iFields.IsList();
+        header.mHasSums = true;
+        header.mIsComplete = iFields.IsComplete();
+        header.mBodySum = iFields.GetBodySumElsewhere();
+        header.mStart = origin;
+        header.mBody = origin + headerSize;
+        header.mEnd = header.mBody + std::min(size, left);
+        header.mName = std::move(iFields.mName);
         return true;
     }
 
@@ -146,7 +146,8 @@ private:
     std::vector<FF_Frame> mFrames;
 };
 
-// A whole frame's bytes are all its own, where it stands and where it was written: what is in it was moved as far.
+// A whole frame's bytes are all its own, where it stands and where it was written: what
+// is in it was moved as far.
 class WholeAround
 {
 public:
@@ -157,7 +158,7 @@ public:
     }
     void Pass(const FF_Frame& iFrame, Cmn_Int64 iStart, Cmn_Int64 iEnd)
     {
-        if (iStart < mEnd || !iFrame.isWhole) return;
+        if (iStart < mEnd || !iFrame.mIsWhole) return;
         mEnd = iEnd;
         mShift = iFrame.GetShift();
     }
@@ -171,8 +172,8 @@ void DropStrangers(std::vector<FF_Frame>& ioFrames)
 {
     WholeAround around;
     std::erase_if(ioFrames, [&](const FF_Frame& frame) {
-        if (!around.MayHold(frame, frame.place)) return true;
-        around.Pass(frame, frame.place, frame.GetPlaceOfEnd());
+        if (!around.MayHold(frame, frame.mPlace)) return true;
+        around.Pass(frame, frame.mPlace, frame.GetPlaceOfEnd());
         return false;
     });
 }
@@ -182,15 +183,15 @@ void DropUnlikely(std::vector<FF_Frame>& ioFrames)
 {
     std::set<Cmn_Int64> shifts{0};
     for (const FF_Frame& frame : ioFrames)
-        if (frame.isWhole) shifts.insert(frame.GetShift());
-    std::erase_if(ioFrames, [&](const FF_Frame& f) { return !f.isWhole && !shifts.contains(f.GetShift()); });
+        if (frame.mIsWhole) shifts.insert(frame.GetShift());
+    std::erase_if(ioFrames, [&](const FF_Frame& f) { return !f.mIsWhole && !shifts.contains(f.GetShift()); });
 }
 
 // Of those from one place the best comes first.
 bool IsBetter(const FF_Frame& a, const FF_Frame& b)
 {
     const auto rank = [](const FF_Frame& f) {
-        return std::tuple(f.header.start, !f.isWhole, f.GetShift() != 0, f.place);
+        return std::tuple(f.mHeader.mStart, !f.mIsWhole, f.GetShift() != 0, f.mPlace);
     };
     return rank(a) < rank(b);
 }
@@ -202,16 +203,16 @@ FF_FoundFrames ChooseOne(std::vector<FF_Frame>&& iFrames)
     FF_FoundFrames found;
     WholeAround around;
     for (auto from = iFrames.begin(); from != iFrames.end();) {
-        const Cmn_Int64 origin = from->header.start;
+        const Cmn_Int64 origin = from->mHeader.mStart;
         const auto to =
-            std::find_if(from, iFrames.end(), [&](const FF_Frame& f) { return f.header.start != origin; });
+            std::find_if(from, iFrames.end(), [&](const FF_Frame& f) { return f.mHeader.mStart != origin; });
         const auto chosen =
             std::find_if(from, to, [&](const FF_Frame& f) { return around.MayHold(f, origin); });
         for (auto frame = from; chosen != to && frame != to; ++frame)
-            if (frame != chosen) found.doubles.push_back(std::move(*frame));
+            if (frame != chosen) found.mDoubles.push_back(std::move(*frame));
         if (chosen != to) {
-            around.Pass(*chosen, origin, chosen->header.end);
-            found.frames.push_back(std::move(*chosen));
+            around.Pass(*chosen, origin, chosen->mHeader.mEnd);
+            found.mFrames.push_back(std::move(*chosen));
         }
         from = to;
     }

@@ -16,8 +16,8 @@ using Magic = std::array<Cmn_UInt8, 4>; // what a mask would be if a magic stood
 struct Counts
 {
     std::array<Cmn_Int64, 256>
-        byKey{}; // of types 1 to 4, by what is multiplied with the position; 0 for no mask
-    std::array<Cmn_Int64, 256> byBlockKey{};
+        mByKey{}; // of types 1 to 4, by what is multiplied with the position; 0 for no mask
+    std::array<Cmn_Int64, 256> mByBlockKey{};
 
     void Count(const Magic& iMask, unsigned iPosition)
     {
@@ -25,7 +25,7 @@ struct Counts
         for (std::size_t i = 2; i < iMask.size(); ++i)
             if (static_cast<Cmn_UInt8>(iMask[i] - iMask[i - 1]) != key) return;
         if (iMask[0] == static_cast<Cmn_UInt8>(iPosition * key))
-            ++byKey[key];
+            ++mByKey[key];
         else if (key == 0)
             CountBlock(iMask[0], iPosition / unsigned{FF_Format::cMaskBlock});
     }
@@ -42,7 +42,7 @@ private:
         const unsigned step = 256 / numKeys;
         const unsigned inverse = FF_InverseOfOdd(static_cast<Cmn_UInt8>(block >> zeros));
         for (unsigned key = (iMask >> zeros) * inverse % step; key < 256; key += step)
-            ++byBlockKey[key];
+            ++mByBlockKey[key];
     }
 };
 
@@ -88,11 +88,11 @@ std::vector<FF_Mask> FF_GuessMasks(FF_StreamWindow& ioRaw, Cmn_UInt8 iLikeType)
     std::vector<std::pair<Cmn_Int64, FF_Mask>> guesses;
     for (unsigned key = 0; key < 256; ++key) {
         const FF_Mask byPlace = key == 0 ? FF_Mask{} : FF_Mask{type, rawKey(key, type)};
-        if (counts.byKey[key] > 0) guesses.emplace_back(counts.byKey[key], byPlace);
+        if (counts.mByKey[key] > 0) guesses.emplace_back(counts.mByKey[key], byPlace);
         const FF_Mask byBlock = {eFF_EncryptionType_Block93, rawKey(key, eFF_EncryptionType_Block93)};
         // What stands in the first block is read with any key.
-        if (counts.byBlockKey[key] > 0)
-            guesses.emplace_back(counts.byKey[0] + counts.byBlockKey[key], byBlock);
+        if (counts.mByBlockKey[key] > 0)
+            guesses.emplace_back(counts.mByKey[0] + counts.mByBlockKey[key], byBlock);
     }
     std::stable_sort(guesses.begin(), guesses.end(),
                      [](const auto& a, const auto& b) { return a.first > b.first; });

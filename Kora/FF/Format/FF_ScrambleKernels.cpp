@@ -22,8 +22,8 @@ void Mask(Cmn_UInt8* ioBytes, __m128i iMask)
 
 __m128i Splat(std::size_t iByte) { return _mm_set1_epi8(static_cast<char>(iByte)); }
 
-// The masks of neighbouring bytes differ by the key, so those of a byte and the one a stride further on differ by
-// stride × key: four registers of masks step through the bytes with one addition each.
+// The masks of neighbouring bytes differ by the key, so those of a byte and the one a stride further on
+// differ by stride × key: four registers of masks step through the bytes with one addition each.
 void MaskEachByte(Cmn_UInt8 iKey, Cmn_UInt8* ioBytes, std::size_t iCount, std::size_t iPosition)
 {
     std::size_t done = 0;

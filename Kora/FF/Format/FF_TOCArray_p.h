@@ -1,7 +1,8 @@
 // FF_TOCArray: a vector of plain values that grows where it stands.
 //
-// Small arrays grow by realloc, large ones by blocks that move pages in place of bytes: a table that is filled key by key
-// touches no page more than once, where a vector copies all of them again and again into fresh ones.
+// Small arrays grow by realloc, large ones by blocks that move pages in place of bytes: a table
+// that is filled key by key touches no page more than once, where a vector copies all of them again
+// and again into fresh ones.
 // Functions in lower case behave as those of std::vector. Ownership: its own memory. Threads: none inside.
 #pragma once
 

@@ -1,7 +1,8 @@
-// FF_TOCBytes: the bytes of a table of contents in memory: integers, a walk that stays inside, values as they stand on
-// disk.
+// FF_TOCBytes: the bytes of a table of contents in memory: integers, a walk that stays inside,
+// values as they stand on disk.
 //
-// A value is a chain of locations, the display information, the index information, each {type (8), size (16), body}:
+// A value is a chain of locations, the display information, the index information, each
+// {type (8), size (16), body}:
 //
 //   0  size                   plain: ends the chain where the size is 0, otherwise another location follows
 //   1  size  count  offsets   local: count (16), then the pieces (32 each); ends the chain
@@ -33,7 +34,8 @@ constexpr std::size_t cLargestValue =
 
 } // namespace FF_TOCBytes
 
-// Reads on while there are bytes; throws Sys_StreamReadException with the place in the file where there are none.
+// Reads on while there are bytes; throws Sys_StreamReadException with the place in the
+// file where there are none.
 class FF_TOCCursor
 {
 public:
@@ -44,8 +46,8 @@ public:
     FF_TOCCursor(const FF_TOCCursor&) = delete;
     FF_TOCCursor& operator=(const FF_TOCCursor&) = delete;
 
-    // Brings the next iCount bytes, or as many as there are, into memory; at most cLargestValue. What Skip and GetAt gave
-    // before is no longer there.
+    // Brings the next iCount bytes, or as many as there are, into memory; at most cLargestValue. What Skip
+    // and GetAt gave before is no longer there.
     void Fill(std::size_t iCount)
     {
         if (mNotRead != 0 && static_cast<std::size_t>(mEnd - mAt) < iCount) Refill();
@@ -76,8 +78,8 @@ public:
         Require(count >= 0 && count <= GetBytesLeft() / static_cast<Cmn_Int64>(iSize));
         return count;
     }
-    // Passes over one value, and throws for whatever no writer writes, for chains without end, and for pieces before
-    // iBegin or from iEnd on.
+    // Passes over one value, and throws for whatever no writer writes, for chains without end, and for pieces
+    // before iBegin or from iEnd on.
     void SkipValue(Cmn_Int64 iBegin, Cmn_Int64 iEnd);
 
 private:

@@ -30,7 +30,7 @@ public:
         CheckRow(walk);
         CheckBodies(walk);
         if (mFile.GetTOC() != FF_DocumentFile::cNone) CheckTOC(walk);
-        const auto before = [](const FF_Fault& a, const FF_Fault& b) { return a.offset < b.offset; };
+        const auto before = [](const FF_Fault& a, const FF_Fault& b) { return a.mOffset < b.mOffset; };
         std::stable_sort(mFaults.begin(), mFaults.end(), before);
         return mFaults;
     }
@@ -44,11 +44,11 @@ private:
         Cmn_Int64 expected = mFile.GetFirstStream();
         for (Cmn_Int32 i = 0; i < iWalk.GetNumNodes(); ++i) {
             const Node& node = iWalk.GetNode(i);
-            if (node.parent != FF_StreamWalk::cNone || node.header.start < expected) continue;
-            if (node.header.start > expected) expected = CheckGap(iWalk, expected, node.header.start);
-            if (node.header.start < expected) continue;
-            if (node.isOpenEnded) Add(node.header.start, OpenEndText(iWalk, i));
-            expected = node.header.end;
+            if (node.mParent != FF_StreamWalk::cNone || node.mHeader.mStart < expected) continue;
+            if (node.mHeader.mStart > expected) expected = CheckGap(iWalk, expected, node.mHeader.mStart);
+            if (node.mHeader.mStart < expected) continue;
+            if (node.mIsOpenEnded) Add(node.mHeader.mStart, OpenEndText(iWalk, i));
+            expected = node.mHeader.mEnd;
         }
         if (expected < mEnd) CheckGap(iWalk, expected, mEnd);
     }
@@ -57,32 +57,33 @@ private:
     {
         const Node& node = iWalk.GetNode(iNode);
         const std::string name = iWalk.Describe(iNode);
-        if (!node.header.isComplete)
+        if (!node.mHeader.mIsComplete)
             return "expected a complete stream, found " + name + " whose writing was interrupted";
-        return "expected a body of " + Bytes(node.bodySize) + " of " + name + ", found " +
-               Bytes(node.header.end - node.header.body) + " before the end";
+        return "expected a body of " + Bytes(node.mBodySize) + " of " + name + ", found " +
+               Bytes(node.mHeader.mEnd - node.mHeader.mBody) + " before the end";
     }
 
-    // Something that is no sound header stands at iFrom. A header whose own sum alone is wrong still tells where it
-    // ends: what is nested in it is then not taken for more of the same fault. Returns where to go on.
+    // Something that is no sound header stands at iFrom. A header whose own sum alone is wrong
+    // still tells where it ends: what is nested in it is then not taken for more of the same
+    // fault. Returns where to go on.
     Cmn_Int64 CheckGap(const FF_StreamWalk& iWalk, Cmn_Int64 iFrom, Cmn_Int64 iTo)
     {
         mGaps.insert(iFrom);
         // The table that should be there was missed before.
-        if (!mFaults.empty() && mFaults.back().offset == iFrom) return iTo;
+        if (!mFaults.empty() && mFaults.back().mOffset == iFrom) return iTo;
         try {
             Sys_TypedInStream typed(mFile.GetWindow(), mFile.IsSwapped());
             typed.SetPosition(iFrom);
             const Sys_StdStreamHeaderFields fields = Sys_StdStreamHeaderFields::Read(typed);
             const Cmn_Int64 body = typed.GetPosition();
-            const Cmn_Int64 end = body + Cmn_Int64{fields.bodySize};
+            const Cmn_Int64 end = body + Cmn_Int64{fields.mBodySize};
             if (IsWholeElsewhere(fields, body, iTo)) {
                 Add(iFrom, "expected a stream header, found that of a stream that was written at byte " +
                                std::to_string(fields.GetOrigin()));
                 return end;
             }
             if (end == mEnd || iWalk.Find(end) != FF_StreamWalk::cNone) {
-                Add(iFrom, FF_SumText("header sum", fields.headerSum, fields.computedSum));
+                Add(iFrom, FF_SumText("header sum", fields.mHeaderSum, fields.mComputedSum));
                 return end;
             }
         } catch (const Sys_StreamReadException&) {
@@ -96,8 +97,8 @@ private:
     bool IsWholeElsewhere(const Sys_StdStreamHeaderFields& iFields, Cmn_Int64 iBody, Cmn_Int64 iTo)
     {
         if (!iFields.IsGenuineElsewhere() || !iFields.HasSums() || !iFields.IsComplete()) return false;
-        return iBody + Cmn_Int64{iFields.bodySize} <= iTo &&
-               mFile.GetWindow().SumOf(iBody, Cmn_Int64{iFields.bodySize}) == iFields.GetBodySumElsewhere();
+        return iBody + Cmn_Int64{iFields.mBodySize} <= iTo &&
+               mFile.GetWindow().SumOf(iBody, Cmn_Int64{iFields.mBodySize}) == iFields.GetBodySumElsewhere();
     }
 
     // A wrong sum of a nested body makes those around it wrong too: the innermost is where the damage is.
@@ -106,12 +107,12 @@ private:
         std::vector<bool> isExplained(iWalk.GetNodes().size(), false);
         for (Cmn_Int32 i = iWalk.GetNumNodes() - 1; i >= 0; --i) {
             const Node& node = iWalk.GetNode(i);
-            if (node.isWhole || node.isOpenEnded) continue;
+            if (node.mIsWhole || node.mIsOpenEnded) continue;
             if (!isExplained[static_cast<std::size_t>(i)])
-                Add(node.header.body,
-                    FF_SumText("body sum of " + iWalk.Describe(i), node.header.bodySum, node.sum));
-            if (node.parent != FF_StreamWalk::cNone)
-                isExplained[static_cast<std::size_t>(node.parent)] = true;
+                Add(node.mHeader.mBody,
+                    FF_SumText("body sum of " + iWalk.Describe(i), node.mHeader.mBodySum, node.mSum));
+            if (node.mParent != FF_StreamWalk::cNone)
+                isExplained[static_cast<std::size_t>(node.mParent)] = true;
         }
     }
 
@@ -122,12 +123,12 @@ private:
         typed.SetPosition(mEnd);
         Sys_StdStreamHeaderInfo header;
         static_cast<void>(Sys_StdStreamHeaderReader::Peek(typed, header));
-        if (header.end < window.GetLength())
-            Add(header.end, "expected the end of the file, found " + Bytes(window.GetLength() - header.end) +
-                                " behind the table of contents");
-        const Cmn_UInt32 sum = window.SumOf(header.body, header.end - header.body);
-        if (sum != header.bodySum)
-            return Add(header.body, FF_SumText("body sum of the table of contents", header.bodySum, sum));
+        if (header.mEnd < window.GetLength())
+            Add(header.mEnd, "expected the end of the file, found " +
+                                 Bytes(window.GetLength() - header.mEnd) + " behind the table of contents");
+        const Cmn_UInt32 sum = window.SumOf(header.mBody, header.mEnd - header.mBody);
+        if (sum != header.mBodySum)
+            return Add(header.mBody, FF_SumText("body sum of the table of contents", header.mBodySum, sum));
         FF_Document::TOC toc;
         try {
             toc.StreamIn(typed, mEnd);
@@ -182,10 +183,10 @@ std::vector<FF_StreamInfo> ListUpTo(FF_StreamWindow& ioWindow, bool iSwap, Cmn_I
     Cmn_Int64 expected = iFrom;
     for (Cmn_Int32 i = 0; i < walk.GetNumNodes(); ++i) {
         const Node& node = walk.GetNode(i);
-        if (node.parent == FF_StreamWalk::cNone) {
-            if (node.header.start != expected) throw Sys_StreamReadException(expected);
-            if (!node.isWhole) throw Sys_StreamReadException(node.header.body);
-            expected = node.header.end;
+        if (node.mParent == FF_StreamWalk::cNone) {
+            if (node.mHeader.mStart != expected) throw Sys_StreamReadException(expected);
+            if (!node.mIsWhole) throw Sys_StreamReadException(node.mHeader.mBody);
+            expected = node.mHeader.mEnd;
         }
         streams.push_back(walk.GetInfo(i));
     }
@@ -221,7 +222,7 @@ std::vector<FF_StreamInfo> FF_DocumentCheck::ListStreams(FF_Document& iDocument)
         typed.SetPosition(data);
         Sys_StdStreamHeaderInfo header;
         if (!Sys_StdStreamHeaderReader::Peek(typed, header)) throw Sys_StreamReadException(data);
-        streams = ListUpTo(window, typed.IsSwapped(), header.end, toc);
+        streams = ListUpTo(window, typed.IsSwapped(), header.mEnd, toc);
     } catch (Cmn_Exception& failure) {
         failure.SetFile(iDocument.GetFileLoc().GetPath());
         stream.SetPosition(before);

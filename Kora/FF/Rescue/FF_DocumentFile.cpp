@@ -13,7 +13,8 @@ using namespace FF_Format;
 
 namespace {
 
-// A header stream holds four bytes; room for what later versions append, and a bound for what is summed to try a layout.
+// A header stream holds four bytes; room for what later versions append, and a bound for what
+// is summed to try a layout.
 constexpr Cmn_Int64 cMaxHeaderBody = 4096;
 constexpr Cmn_Int64 cEverything = std::numeric_limits<Cmn_Int64>::max();
 
@@ -65,23 +66,23 @@ FF_DocumentFile::FF_DocumentFile(const Sys_FileLoc& iLocation)
 
 int FF_DocumentFile::Layout::CountDifferences(const Layout& iOther) const
 {
-    return int{type != iOther.type} + int{type != eFF_EncryptionType_None && rawKey != iOther.rawKey} +
-           int{swap != iOther.swap};
+    return int{mType != iOther.mType} + int{mType != eFF_EncryptionType_None && mRawKey != iOther.mRawKey} +
+           int{mSwap != iOther.mSwap};
 }
 
 std::size_t FF_DocumentFile::ReadPlain(Cmn_Int64 iPosition, void* oBytes, std::size_t iCount)
 {
     const std::size_t count = mFile.ReadAt(iPosition, oBytes, iCount);
     if (count < iCount) ThrowLastErrorOf(mFile);
-    FF_Scramble(mLayout.type, mKey, oBytes, count, iPosition);
+    FF_Scramble(mLayout.mType, mKey, oBytes, count, iPosition);
     return count;
 }
 
 void FF_DocumentFile::SetLayout(const Layout& iLayout)
 {
     mLayout = iLayout;
-    mKey = iLayout.rawKey;
-    FF_ScrambleKey(mLayout.type, mKey);
+    mKey = iLayout.mRawKey;
+    FF_ScrambleKey(mLayout.mType, mKey);
     mWindow.Forget();
 }
 
@@ -93,20 +94,21 @@ bool FF_DocumentFile::PeekAt(Cmn_Int64 iPosition, Sys_StdStreamHeaderInfo& oHead
     const std::span<const Cmn_UInt8> bytes = mWindow.At(iPosition, magic.size());
     if (bytes.size() < magic.size() || std::memcmp(bytes.data(), magic.data(), magic.size()) != 0)
         return false;
-    Sys_TypedInStream typed(mWindow, mLayout.swap);
+    Sys_TypedInStream typed(mWindow, mLayout.mSwap);
     typed.SetPosition(iPosition);
-    return Sys_StdStreamHeaderReader::Peek(typed, oHeader) && oHeader.isComplete;
+    return Sys_StdStreamHeaderReader::Peek(typed, oHeader) && oHeader.mIsComplete;
 }
 
-// False unless a sound header stands where the header stream belongs and its body has the right sum and holds an offset.
+// False unless a sound header stands where the header stream belongs and its body has the right
+// sum and holds an offset.
 bool FF_DocumentFile::ReadHeaderStream(Sys_StdStreamHeaderInfo& oHeader, Cmn_Int64& oTOC)
 {
-    if (!PeekAt(mLayout.GetData(), oHeader) || oHeader.name != cStreamName) return false;
-    const Cmn_Int64 size = oHeader.end - oHeader.body;
+    if (!PeekAt(mLayout.GetData(), oHeader) || oHeader.mName != cStreamName) return false;
+    const Cmn_Int64 size = oHeader.mEnd - oHeader.mBody;
     if (size < Cmn_Int64{sizeof(Cmn_UInt32)} || size > cMaxHeaderBody) return false;
-    if (mWindow.SumOf(oHeader.body, size) != oHeader.bodySum) return false;
-    Sys_TypedInStream typed(mWindow, mLayout.swap);
-    typed.SetPosition(oHeader.body);
+    if (mWindow.SumOf(oHeader.mBody, size) != oHeader.mBodySum) return false;
+    Sys_TypedInStream typed(mWindow, mLayout.mSwap);
+    typed.SetPosition(oHeader.mBody);
     oTOC = Cmn_Int64{typed.ReadUInt32()};
     return true;
 }
@@ -114,16 +116,17 @@ bool FF_DocumentFile::ReadHeaderStream(Sys_StdStreamHeaderInfo& oHeader, Cmn_Int
 bool FF_DocumentFile::IsTOC(Cmn_Int64 iPosition)
 {
     Sys_StdStreamHeaderInfo header;
-    if (!PeekAt(iPosition, header) || header.name != cStreamName || header.end - header.body < 2)
+    if (!PeekAt(iPosition, header) || header.mName != cStreamName || header.mEnd - header.mBody < 2)
         return false;
-    Sys_TypedInStream typed(mWindow, mLayout.swap);
-    typed.SetPosition(header.body);
+    Sys_TypedInStream typed(mWindow, mLayout.mSwap);
+    typed.SetPosition(header.mBody);
     return typed.ReadInt16() == FF_Document::cTOCStreamType;
 }
 
-// How far a layout makes sense of the file; cNone when not even the first header is one. Where that header is masked, or
-// stands where only plain files have it, it is everything. Mask type 5, and any type with key 0, leave it unmasked: there
-// the gapless row of outermost headers, and the table where the header stream says that it is, tell how likely a key is.
+// How far a layout makes sense of the file; cNone when not even the first header is one. Where that header is
+// masked, or stands where only plain files have it, it is everything. Mask type 5, and any type with key 0,
+// leave it unmasked: there the gapless row of outermost headers, and the table where the header stream says
+// that it is, tell how likely a key is.
 Cmn_Int64 FF_DocumentFile::HowFarItLeads(const Layout& iLayout)
 {
     constexpr Cmn_Int64 cToTable = Cmn_Int64{1} << 40; // more than any row
@@ -131,35 +134,36 @@ Cmn_Int64 FF_DocumentFile::HowFarItLeads(const Layout& iLayout)
     Sys_StdStreamHeaderInfo header;
     Cmn_Int64 toc = cNone;
     const bool hasHeaderStream = ReadHeaderStream(header, toc);
-    Cmn_Int64 end = hasHeaderStream ? header.end : mLayout.GetData() + cHeaderStreamSize;
+    Cmn_Int64 end = hasHeaderStream ? header.mEnd : mLayout.GetData() + cHeaderStreamSize;
     if (!hasHeaderStream && !PeekAt(end, header)) return cNone;
-    const bool isPlain = iLayout.type == eFF_EncryptionType_None;
-    if (isPlain || (mKey != 0 && iLayout.type != eFF_EncryptionType_Block93)) return cEverything;
+    const bool isPlain = iLayout.mType == eFF_EncryptionType_None;
+    if (isPlain || (mKey != 0 && iLayout.mType != eFF_EncryptionType_Block93)) return cEverything;
     const bool leadsToTOC = hasHeaderStream && toc >= end && IsTOC(toc);
     while (end != toc && PeekAt(end, header))
-        end = header.end;
+        end = header.mEnd;
     if (leadsToTOC) return end == toc ? cEverything : end + cToTable;
     return end;
 }
 
-// Whether a magic stands where the header stream or the first stream begins: most layouts are refused by that alone.
+// Whether a magic stands where the header stream or the first stream begins: most layouts
+// are refused by that alone.
 bool FF_DocumentFile::LooksRight(const Front& iFront, const Layout& iLayout)
 {
     const auto& magic = Sys_StdStreamHeaderFields::cMagic;
-    Cmn_UInt8 key = iLayout.rawKey;
-    FF_ScrambleKey(iLayout.type, key);
+    Cmn_UInt8 key = iLayout.mRawKey;
+    FF_ScrambleKey(iLayout.mType, key);
     for (const Cmn_Int64 at : {iLayout.GetData(), iLayout.GetData() + cHeaderStreamSize}) {
         std::array<Cmn_UInt8, 4> bytes;
         std::copy_n(iFront.data() + at, bytes.size(), bytes.data());
-        FF_Scramble(iLayout.type, key, bytes.data(), bytes.size(), at);
+        FF_Scramble(iLayout.mType, key, bytes.data(), bytes.size(), at);
         if (std::memcmp(bytes.data(), magic.data(), bytes.size()) == 0) return true;
     }
     return false;
 }
 
-// The raw keys of a mask type that may lead to a magic. The masks of types 1 to 4 tell theirs: at an odd place the mask
-// byte is the raw key times an odd number. Type 5 leaves the first block of a file as it is: a file of one block reads
-// alike with any key, a longer one is tried with all.
+// The raw keys of a mask type that may lead to a magic. The masks of types 1 to 4 tell theirs: at an odd
+// place the mask byte is the raw key times an odd number. Type 5 leaves the first block of a file as it is: a
+// file of one block reads alike with any key, a longer one is tried with all.
 std::vector<Cmn_UInt8> FF_DocumentFile::GetKeys(const Front& iFront, Cmn_UInt8 iType, Cmn_UInt8 iOwnKey) const
 {
     std::vector<Cmn_UInt8> keys;
@@ -186,7 +190,7 @@ std::vector<FF_DocumentFile::Layout> FF_DocumentFile::GetLayouts(const Front& iF
 {
     std::vector<Layout> layouts;
     for (Cmn_UInt8 type = eFF_EncryptionType_None; type <= eFF_EncryptionType_Block93; ++type)
-        for (const Cmn_UInt8 key : GetKeys(iFront, type, iOwn.rawKey)) {
+        for (const Cmn_UInt8 key : GetKeys(iFront, type, iOwn.mRawKey)) {
             if (!LooksRight(iFront, {type, key, false})) continue;
             for (const bool swap : {false, true})
                 layouts.push_back({type, key, swap});
@@ -197,18 +201,17 @@ std::vector<FF_DocumentFile::Layout> FF_DocumentFile::GetLayouts(const Front& iF
     return layouts;
 }
 
-// The layout in which the most streams are whole, wherever they stand; oNumWhole is cNone where none is in any.
+// The layout in which the most streams are whole, wherever they stand; oNumWhole is
+// cNone where none is in any.
 FF_DocumentFile::Layout FF_DocumentFile::GuessLayout(const Layout& iElse, Cmn_Int64& oNumWhole)
 {
     FF_StreamWindow raw([this](Cmn_Int64 iPosition, void* oBytes,
                                std::size_t iCount) { return mFile.ReadAt(iPosition, oBytes, iCount); },
                         GetLength());
-    std::vector<Layout> layouts = {
-        iElse, {iElse.type, iElse.rawKey, !iElse.swap}
-    };
-    for (const FF_Mask& mask : FF_GuessMasks(raw, iElse.type))
-        for (const bool swap : {iElse.swap, !iElse.swap})
-            layouts.push_back({mask.type, mask.rawKey, swap});
+    std::vector<Layout> layouts = {iElse, {iElse.mType, iElse.mRawKey, !iElse.mSwap}};
+    for (const FF_Mask& mask : FF_GuessMasks(raw, iElse.mType))
+        for (const bool swap : {iElse.mSwap, !iElse.mSwap})
+            layouts.push_back({mask.mType, mask.mRawKey, swap});
     Layout best = iElse;
     oNumWhole = cNone;
     for (const Layout& layout : layouts) {
@@ -226,15 +229,15 @@ Cmn_Int64 FF_DocumentFile::CountWhole(const Layout& iLayout)
     SetLayout(iLayout);
     Cmn_Int64 count = 0;
     for (const FF_Frame& frame :
-         FF_FindFrames(mWindow, iLayout.swap, 0, GetLength(), eMovedFrames_Take).frames)
-        if (frame.isWhole) count += frame.header.start == iLayout.GetData() ? 2 : 1;
+         FF_FindFrames(mWindow, iLayout.mSwap, 0, GetLength(), eMovedFrames_Take).mFrames)
+        if (frame.mIsWhole) count += frame.mHeader.mStart == iLayout.GetData() ? 2 : 1;
     return count;
 }
 
 void FF_DocumentFile::FindLayout(const Front& iFront, const Layout& iOwn)
 {
     Layout best = iOwn;
-    if (best.type > eFF_EncryptionType_Block93) best.type = eFF_EncryptionType_None;
+    if (best.mType > eFF_EncryptionType_Block93) best.mType = eFF_EncryptionType_None;
     Cmn_Int64 farthest = cNone;
     for (const Layout& layout : GetLayouts(iFront, iOwn)) {
         const Cmn_Int64 far = HowFarItLeads(layout);
@@ -245,7 +248,7 @@ void FF_DocumentFile::FindLayout(const Front& iFront, const Layout& iOwn)
     }
     if (farthest == cNone) best = GuessLayout(best, farthest);
     SetLayout(best);
-    mIsReadable = farthest != cNone || iOwn.type <= eFF_EncryptionType_Block93;
+    mIsReadable = farthest != cNone || iOwn.mType <= eFF_EncryptionType_Block93;
     mFirst = std::min(mLayout.GetData() + cHeaderStreamSize, mWindow.GetLength());
 }
 
@@ -267,40 +270,40 @@ void FF_DocumentFile::CheckLayout(const Layout& iOwn)
 {
     if (!mIsReadable)
         return AddFault(cMaskTypePosition,
-                        "expected an encryption type from 0 to 5, found " + std::to_string(iOwn.type));
-    if (mLayout.swap != iOwn.swap)
-        AddFault(cSwapFlagPosition, Found("byte-swap flag", mLayout.swap ? 1 : 0, iOwn.swap ? 1 : 0));
-    if (mLayout.type != iOwn.type)
-        AddFault(cMaskTypePosition, Found("encryption type", mLayout.type, iOwn.type));
-    if (mLayout.type != eFF_EncryptionType_None && mLayout.rawKey != iOwn.rawKey)
-        AddFault(cRawKeyPosition, Found("key byte", mLayout.rawKey, iOwn.rawKey));
+                        "expected an encryption type from 0 to 5, found " + std::to_string(iOwn.mType));
+    if (mLayout.mSwap != iOwn.mSwap)
+        AddFault(cSwapFlagPosition, Found("byte-swap flag", mLayout.mSwap ? 1 : 0, iOwn.mSwap ? 1 : 0));
+    if (mLayout.mType != iOwn.mType)
+        AddFault(cMaskTypePosition, Found("encryption type", mLayout.mType, iOwn.mType));
+    if (mLayout.mType != eFF_EncryptionType_None && mLayout.mRawKey != iOwn.mRawKey)
+        AddFault(cRawKeyPosition, Found("key byte", mLayout.mRawKey, iOwn.mRawKey));
 }
 
 void FF_DocumentFile::CheckHeaderStream()
 {
     Sys_StdStreamHeaderInfo header;
     const Cmn_Int64 data = mLayout.GetData();
-    if (!PeekAt(data, header) || header.name != cStreamName)
+    if (!PeekAt(data, header) || header.mName != cStreamName)
         return AddFault(std::min(data, GetLength()),
                         "expected the header stream, found no sound header of one");
-    if (header.version != cHeaderStreamVersion)
-        AddFault(data, Found("version of the header stream", cHeaderStreamVersion, header.version));
-    const Cmn_Int64 size = header.end - header.body;
+    if (header.mVersion != cHeaderStreamVersion)
+        AddFault(data, Found("version of the header stream", cHeaderStreamVersion, header.mVersion));
+    const Cmn_Int64 size = header.mEnd - header.mBody;
     if (size < Cmn_Int64{sizeof(Cmn_UInt32)} || size > cMaxHeaderBody)
-        return AddFault(header.body,
+        return AddFault(header.mBody,
                         "expected a TOC offset of 4 bytes, found " + std::to_string(size) + " bytes");
-    const Cmn_UInt32 sum = mWindow.SumOf(header.body, size);
-    if (sum != header.bodySum)
-        return AddFault(header.body, FF_SumText("body sum of the header stream", header.bodySum, sum));
+    const Cmn_UInt32 sum = mWindow.SumOf(header.mBody, size);
+    if (sum != header.mBodySum)
+        return AddFault(header.mBody, FF_SumText("body sum of the header stream", header.mBodySum, sum));
     // Not before: where another stream's header has got here, its size leads past whole streams.
-    mFirst = header.end;
+    mFirst = header.mEnd;
     Cmn_Int64 toc = cNone;
     ReadHeaderStream(header, toc);
     mToldTOC = toc;
     if (toc < mFirst || toc >= mWindow.GetLength())
-        return AddFault(header.body, "expected a TOC offset from " + std::to_string(mFirst) + " to " +
-                                         std::to_string(mWindow.GetLength() - 1) + ", found " +
-                                         std::to_string(toc));
+        return AddFault(header.mBody, "expected a TOC offset from " + std::to_string(mFirst) + " to " +
+                                          std::to_string(mWindow.GetLength() - 1) + ", found " +
+                                          std::to_string(toc));
     if (IsTOC(toc))
         mTOC = toc;
     else

@@ -1,8 +1,8 @@
 // FF_DocumentFile: a document's file for those who look at its bytes, however damaged its beginning is.
 //
-// Byte order, mask type and key are the file's own where they lead to a sound header. Otherwise all others are tried,
-// those that differ in the fewest bytes first: the file header has no sum, but what is masked behind it has. Where the
-// beginning is gone, headers further in tell.
+// Byte order, mask type and key are the file's own where they lead to a sound header. Otherwise all others
+// are tried, those that differ in the fewest bytes first: the file header has no sum, but what is masked
+// behind it has. Where the beginning is gone, headers further in tell.
 //
 // Ownership: owns the file, which is open for reading. Threads: one at a time.
 #pragma once
@@ -29,10 +29,11 @@ public:
     bool IsReadable() const { return mIsReadable; }
 
     FF_StreamWindow& GetWindow() { return mWindow; }
-    bool IsSwapped() const { return mLayout.swap; }
-    EFF_EncryptionType GetEncryptionType() const { return static_cast<EFF_EncryptionType>(mLayout.type); }
+    bool IsSwapped() const { return mLayout.mSwap; }
+    EFF_EncryptionType GetEncryptionType() const { return static_cast<EFF_EncryptionType>(mLayout.mType); }
     Cmn_Int64 GetLength() const { return mWindow.GetLength(); }
-    // Where streams begin, and the table that the header stream names; cNone where no sound header of one stands there.
+    // Where streams begin, and the table that the header stream names; cNone where no sound
+    // header of one stands there.
     Cmn_Int64 GetFirstStream() const { return mFirst; }
     Cmn_Int64 GetTOC() const { return mTOC; }
     // Where the header stream belongs, and what a sound one there says, right or wrong; cNone without one.
@@ -42,10 +43,10 @@ public:
 private:
     struct Layout
     {
-        Cmn_UInt8 type = 0;
-        Cmn_UInt8 rawKey = 0;
-        bool swap = false;
-        Cmn_Int64 GetData() const { return FF_Format::GetHeaderStream(type); }
+        Cmn_UInt8 mType = 0;
+        Cmn_UInt8 mRawKey = 0;
+        bool mSwap = false;
+        Cmn_Int64 GetData() const { return FF_Format::GetHeaderStream(mType); }
         int CountDifferences(const Layout& iOther) const;
     };
     // As it stands: the file header, the header stream, and the magic behind them.

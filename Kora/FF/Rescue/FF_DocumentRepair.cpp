@@ -15,7 +15,8 @@ namespace {
 using Node = FF_StreamWalk::Node;
 using Walk = FF_StreamWalk;
 
-// One repair: takes stretches of the old file over into a new, empty document, then tells its table about them.
+// One repair: takes stretches of the old file over into a new, empty document, then
+// tells its table about them.
 class Repairer
 {
 public:
@@ -28,7 +29,7 @@ public:
 
     FF_DocumentRepair::Report Run()
     {
-        mReport.header = mFile.GetFaults();
+        mReport.mHeader = mFile.GetFaults();
         FindHeaderStream();
         LendTable();
         Take();
@@ -41,8 +42,8 @@ public:
         table.RebuildItems();
         ReportStreams();
         losses.ReportItems(mFile.GetWindow(), mFile.IsSwapped());
-        const auto before = [](const FF_Fault& a, const FF_Fault& b) { return a.offset < b.offset; };
-        std::stable_sort(mReport.lost.begin(), mReport.lost.end(), before);
+        const auto before = [](const FF_Fault& a, const FF_Fault& b) { return a.mOffset < b.mOffset; };
+        std::stable_sort(mReport.mLost.begin(), mReport.mLost.end(), before);
         return std::move(mReport);
     }
 
@@ -53,50 +54,50 @@ private:
         mFirst = mFile.GetFirstStream();
         mToldTable = mFile.GetToldTOC();
         const Cmn_Int32 found = mWalk.Find(mFile.GetHeaderStream());
-        if (found == Walk::cNone || !mWalk.GetNode(found).isWhole) return;
+        if (found == Walk::cNone || !mWalk.GetNode(found).mIsWhole) return;
         const Node& node = mWalk.GetNode(found);
-        mFirst = node.header.end;
-        if (node.header.end - node.header.body < FF_Format::cTOCOffsetSize) return;
+        mFirst = node.mHeader.mEnd;
+        if (node.mHeader.mEnd - node.mHeader.mBody < FF_Format::cTOCOffsetSize) return;
         Sys_TypedInStream typed(mFile.GetWindow(), mFile.IsSwapped());
-        typed.SetPosition(node.header.body + node.GetShift());
+        typed.SetPosition(node.mHeader.mBody + node.GetShift());
         mToldTable = Cmn_Int64{typed.ReadUInt32()};
     }
 
-    // The table that the document names, or else the last one that was written. What was written behind the one that is
-    // named was given up.
+    // The table that the document names, or else the last one that was written. What was written behind the
+    // one that is named was given up.
     void LendTable()
     {
         const auto lend = [&](Cmn_Int32 i) {
-            return i != Walk::cNone && mWalk.GetNode(i).isWhole && FF_RepairLosses::IsTable(mWalk, i) &&
+            return i != Walk::cNone && mWalk.GetNode(i).mIsWhole && FF_RepairLosses::IsTable(mWalk, i) &&
                    mLent.Read(mFile.GetWindow(), mFile.IsSwapped(), mWalk.GetNode(i));
         };
         mEnd = mFile.GetLength();
         const Cmn_Int32 told = mWalk.Find(mToldTable);
         if (lend(told)) {
             mBehind = mToldTable;
-            mEnd = mWalk.GetNode(told).place;
+            mEnd = mWalk.GetNode(told).mPlace;
         }
         for (Cmn_Int32 i = mWalk.GetNumNodes() - 1; !mLent.IsLent() && i >= 0; --i)
             lend(i);
-        mReport.hadTOC = mLent.IsLent();
+        mReport.mHadTOC = mLent.IsLent();
         mLent.Match(mWalk);
     }
 
     bool IsApplications(Cmn_Int32 iNode) const
     {
-        const Cmn_Int64 start = mWalk.GetNode(iNode).header.start;
+        const Cmn_Int64 start = mWalk.GetNode(iNode).mHeader.mStart;
         return start >= mFirst && start < mBehind;
     }
 
     bool IsWorthTaking(Cmn_Int32 iNode) const
     {
         const Node& node = mWalk.GetNode(iNode);
-        if (!IsApplications(iNode) || node.streamType == FF_Document::cTOCStreamType) return false;
-        if (!node.isWhole) return false;
-        if (mLent.Knows(node.header.start)) return true;
-        if (node.parent == Walk::cNone && !FF_IsOrphan(mWalk, mLent, iNode)) return true;
+        if (!IsApplications(iNode) || node.mStreamType == FF_Document::cTOCStreamType) return false;
+        if (!node.mIsWhole) return false;
+        if (mLent.Knows(node.mHeader.mStart)) return true;
+        if (node.mParent == Walk::cNone && !FF_IsOrphan(mWalk, mLent, iNode)) return true;
         // Without the stream around it a header of another name has a place only as a list item.
-        return node.streamType != FF_Document::cNoStreamType || FF_IsListItem(mWalk, iNode);
+        return node.mStreamType != FF_Document::cNoStreamType || FF_IsListItem(mWalk, iNode);
     }
 
     void Take()
@@ -106,23 +107,23 @@ private:
         Cmn_Int64 taken = 0;
         for (Cmn_Int32 i = 0; i < mWalk.GetNumNodes(); ++i) {
             const Node& node = mWalk.GetNode(i);
-            if (node.header.start < taken || !IsWorthTaking(i)) continue;
-            mTaken.Add({node.header.start, node.header.end, out.GetPosition(), i});
+            if (node.mHeader.mStart < taken || !IsWorthTaking(i)) continue;
+            mTaken.Add({node.mHeader.mStart, node.mHeader.mEnd, out.GetPosition(), i});
             FF_CopyFrame(mFile.GetWindow(), mWalk, node, out);
-            taken = node.header.end;
+            taken = node.mHeader.mEnd;
         }
     }
 
-    // Outermost streams were written one behind the other. Where one is missing in the row, those behind it may have been
-    // nested in it.
+    // Outermost streams were written one behind the other. Where one is missing in the row, those behind it
+    // may have been nested in it.
     Cmn_Int64 FindUnsure() const
     {
         Cmn_Int64 at = mFirst;
         for (Cmn_Int32 i = 0; i < mWalk.GetNumNodes(); ++i) {
             const Node& node = mWalk.GetNode(i);
-            if (node.parent != Walk::cNone || node.header.start < mFirst) continue;
-            if (node.header.start != at) return at;
-            at = node.header.end;
+            if (node.mParent != Walk::cNone || node.mHeader.mStart < mFirst) continue;
+            if (node.mHeader.mStart != at) return at;
+            at = node.mHeader.mEnd;
         }
         return at;
     }
@@ -131,13 +132,13 @@ private:
     {
         for (Cmn_Int32 i = 0; i < mWalk.GetNumNodes(); ++i) {
             const Node& node = mWalk.GetNode(i);
-            const FF_TakenStretches::Stretch* const stretch = mTaken.Find(node.header.start);
-            if (stretch == nullptr || !node.isWhole) continue;
+            const FF_TakenStretches::Stretch* const stretch = mTaken.Find(node.mHeader.mStart);
+            if (stretch == nullptr || !node.mIsWhole) continue;
             FF_StreamInfo info = mWalk.GetInfo(i);
-            info.position = mTaken.NewPlace(info.position);
-            info.depth -= mWalk.GetNode(stretch->node).depth;
-            mReport.streams.push_back(std::move(info));
-            if (node.streamType != FF_Document::cNoStreamType) ++mReport.recovered;
+            info.mPosition = mTaken.NewPlace(info.mPosition);
+            info.mDepth -= mWalk.GetNode(stretch->mNode).mDepth;
+            mReport.mStreams.push_back(std::move(info));
+            if (node.mStreamType != FF_Document::cNoStreamType) ++mReport.mRecovered;
         }
     }
 
@@ -163,6 +164,6 @@ FF_DocumentRepair::Report FF_DocumentRepair::Repair(const Sys_FileLoc& iFrom, co
     if (file->IsSwapped()) save.GetDocument().SwapNewHeader();
     Report report = Repairer(*file, save.GetDocument()).Run();
     file.reset(); // iTo may be the same file, and open files are not replaced everywhere
-    if (iEvenIfEmpty || !report.streams.empty()) save.Commit();
+    if (iEvenIfEmpty || !report.mStreams.empty()) save.Commit();
     return report;
 }

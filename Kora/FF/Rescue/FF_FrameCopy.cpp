@@ -19,7 +19,7 @@ public:
         , mWalk(iWalk)
         , mIn(ioWindow, ioOut.IsSwapped())
         , mOut(ioOut)
-        , mAt(iFrame.place)
+        , mAt(iFrame.mPlace)
         , mEnd(iFrame.GetPlaceOfEnd())
         , mShift(iFrame.GetShift())
     {
@@ -37,7 +37,7 @@ public:
     {
         while (mAt < mEnd || !mOpen.empty()) {
             if (mAt == InnermostEnd()) {
-                mOpen.back().writer->PatchSize();
+                mOpen.back().mWriter->PatchSize();
                 mOpen.pop_back();
                 continue;
             }
@@ -53,11 +53,11 @@ public:
 private:
     struct Open
     {
-        std::unique_ptr<Sys_StdStreamHeaderWriter> writer;
-        Cmn_Int64 end;
+        std::unique_ptr<Sys_StdStreamHeaderWriter> mWriter;
+        Cmn_Int64 mEnd;
     };
 
-    Cmn_Int64 InnermostEnd() const { return mOpen.empty() ? mEnd : mOpen.back().end; }
+    Cmn_Int64 InnermostEnd() const { return mOpen.empty() ? mEnd : mOpen.back().mEnd; }
 
     // From here to the end of the innermost frame, as far as they are in memory.
     std::span<const Cmn_UInt8> Bytes()
@@ -89,14 +89,14 @@ private:
         const Cmn_Int32 node = mWalk.Find(origin);
         // The walk does not go deeper.
         if (node == FF_StreamWalk::cNone && mOpen.size() < FF_StreamWalk::cMaxDepth) return false;
-        const bool isCrossed = node != FF_StreamWalk::cNone && mWalk.GetNode(node).isCrossed;
-        if (isCrossed || !fields.IsComplete() || body + Cmn_Int64{fields.bodySize} > InnermostEnd())
+        const bool isCrossed = node != FF_StreamWalk::cNone && mWalk.GetNode(node).mIsCrossed;
+        if (isCrossed || !fields.IsComplete() || body + Cmn_Int64{fields.mBodySize} > InnermostEnd())
             return CopyAlone(fields, body);
         Sys_OpenHeaders& open = mOut.GetStream().GetOpenHeaders();
-        open.SetListIndex(fields.listIndex);
-        auto writer = std::make_unique<Sys_StdStreamHeaderWriter>(mOut, fields.name, fields.version);
+        open.SetListIndex(fields.mListIndex);
+        auto writer = std::make_unique<Sys_StdStreamHeaderWriter>(mOut, fields.mName, fields.mVersion);
         if (fields.IsList()) open.SetIsList();
-        mOpen.push_back({std::move(writer), body + Cmn_Int64{fields.bodySize}});
+        mOpen.push_back({std::move(writer), body + Cmn_Int64{fields.mBodySize}});
         mAt = body;
         return true;
     }
@@ -105,8 +105,8 @@ private:
     bool CopyAlone(Fields& ioFields, Cmn_Int64 iBody)
     {
         if (iBody > InnermostEnd()) return false;
-        if (ioFields.IsComplete()) ioFields.bodySum = ioFields.GetBodySumElsewhere();
-        ioFields.start = mOut.GetPosition();
+        if (ioFields.IsComplete()) ioFields.mBodySum = ioFields.GetBodySumElsewhere();
+        ioFields.mStart = mOut.GetPosition();
         Fields::Bytes bytes;
         mOut.WriteBytes(bytes.data(), ioFields.ToBytes(mOut.IsSwapped(), bytes));
         mAt = iBody;

@@ -22,13 +22,13 @@ bool FF_LentTable::Read(FF_StreamWindow& ioWindow, bool iSwap, const FF_Frame& i
         ioWindow.GetLength() - shift);
     try {
         Sys_TypedInStream typed(unmoved, iSwap);
-        typed.SetPosition(iFrame.header.start);
-        mTable.StreamIn(typed, iFrame.header.start);
+        typed.SetPosition(iFrame.mHeader.mStart);
+        mTable.StreamIn(typed, iFrame.mHeader.mStart);
     } catch (const Cmn_Exception& failure) {
         if (failure.GetMessageID() == Cmn_eMessage_OSError) throw;
         return false;
     }
-    mPosition = iFrame.header.start;
+    mPosition = iFrame.mHeader.mStart;
     return true;
 }
 
@@ -42,11 +42,11 @@ void FF_LentTable::Match(const FF_StreamWalk& iWalk)
             const bool isItem = i > 0 && mTable.IsList(entry);
             for (const Cmn_UInt32 offset : OffsetsOf(mTable.GetValue(entry, i))) {
                 const Cmn_Int32 found = iWalk.Find(offset);
-                if (found == FF_StreamWalk::cNone || !iWalk.GetNode(found).isWhole) continue;
+                if (found == FF_StreamWalk::cNone || !iWalk.GetNode(found).mIsWhole) continue;
                 const FF_Frame& node = iWalk.GetNode(found);
                 const bool fitsItem =
-                    node.header.listIndex == 0 || node.header.listIndex == static_cast<Cmn_UInt32>(i);
-                if (isItem ? fitsItem : node.streamType == type) mKnown.insert(offset);
+                    node.mHeader.mListIndex == 0 || node.mHeader.mListIndex == static_cast<Cmn_UInt32>(i);
+                if (isItem ? fitsItem : node.mStreamType == type) mKnown.insert(offset);
             }
         }
     }

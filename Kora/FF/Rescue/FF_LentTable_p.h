@@ -1,7 +1,7 @@
 // FF_LentTable: an old table of contents, held against what a damaged file still has.
 //
-// What it tells of a place counts only where a whole stream that fits the key begins. Streams, and the table itself, say
-// where they were written: what the table tells is found wherever damage took it.
+// What it tells of a place counts only where a whole stream that fits the key begins. Streams, and the table
+// itself, say where they were written: what the table tells is found wherever damage took it.
 //
 // Threads: one at a time.
 #pragma once
@@ -16,8 +16,8 @@ class FF_LentTable
 public:
     static constexpr Cmn_Int64 cNoPlace = -1;
 
-    // Reads the table that a frame holds: false, and nothing is lent, where it is no sound one. Throws what the window's
-    // source throws.
+    // Reads the table that a frame holds: false, and nothing is lent, where it is no sound one. Throws what
+    // the window's source throws.
     bool Read(FF_StreamWindow& ioWindow, bool iSwap, const FF_Frame& iFrame);
     bool IsLent() const { return mPosition != cNoPlace; }
     // Where it was written.

@@ -1,5 +1,5 @@
-// FF_RepairLosses: what a repair says of the bytes of the old file that it left out, and of list items that no header
-// frames. Places are those of the old file as it stands.
+// FF_RepairLosses: what a repair says of the bytes of the old file that it left out, and of list items that
+// no header frames. Places are those of the old file as it stands.
 //
 // Threads: one at a time. Ownership: all that the constructor is given stays the caller's and outlives it.
 #pragma once
@@ -17,19 +17,21 @@ public:
 
     // Stretches of [iFrom, iTo) that hold no whole stream, with what seems to have been there.
     void ReportStretches(Cmn_Int64 iFrom, Cmn_Int64 iTo);
-    // Items of whole lists that are plain data: a table alone tells of them, and of lists that were written before it.
+    // Items of whole lists that are plain data: a table alone tells of them, and of lists
+    // that were written before it.
     void ReportItems(FF_StreamWindow& ioWindow, bool iSwap);
 
-    // A table of a flush that was interrupted is outermost, or seems to stand in a stream that was never completed.
+    // A table of a flush that was interrupted is outermost, or seems to stand in a stream
+    // that was never completed.
     static bool IsTable(const FF_StreamWalk& iWalk, Cmn_Int32 iNode);
 
 private:
     // What begins somewhere: a stream of the walk, or one that stands in the file once more.
     struct Found
     {
-        Cmn_Int64 place;
-        Cmn_Int32 node;
-        bool isDouble;
+        Cmn_Int64 mPlace;
+        Cmn_Int32 mNode;
+        bool mIsDouble;
     };
     using Iterator = std::vector<Found>::const_iterator;
 

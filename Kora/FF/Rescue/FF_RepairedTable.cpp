@@ -21,27 +21,27 @@ FF_RepairedTable::FF_RepairedTable(TOC& ioTable, const Walk& iWalk, const FF_Len
 {
     for (Cmn_Int32 i = 0; i < iWalk.GetNumNodes(); ++i) {
         const Node& node = iWalk.GetNode(i);
-        mByType[node.streamType].push_back(i);
-        if (!node.isWhole) mDamaged[node.streamType].push_back(i);
+        mByType[node.mStreamType].push_back(i);
+        if (!node.mIsWhole) mDamaged[node.mStreamType].push_back(i);
     }
 }
 
 bool FF_IsListItem(const Walk& iWalk, Cmn_Int32 iNode)
 {
     const Walk::Node& node = iWalk.GetNode(iNode);
-    return node.header.listIndex != 0 && node.parent != Walk::cNone &&
-           iWalk.GetNode(node.parent).streamType != FF_Document::cNoStreamType;
+    return node.mHeader.mListIndex != 0 && node.mParent != Walk::cNone &&
+           iWalk.GetNode(node.mParent).mStreamType != FF_Document::cNoStreamType;
 }
 
 bool FF_IsOrphan(const Walk& iWalk, const FF_LentTable& iLent, Cmn_Int32 iNode)
 {
     const Walk::Node& node = iWalk.GetNode(iNode);
-    return node.parent == Walk::cNone && node.header.listIndex != 0 && !iLent.Knows(node.header.start);
+    return node.mParent == Walk::cNone && node.mHeader.mListIndex != 0 && !iLent.Knows(node.mHeader.mStart);
 }
 
 void FF_RepairedTable::AddLost(Cmn_Int64 iOffset, std::string iText)
 {
-    mReport.lost.push_back({iOffset, std::move(iText)});
+    mReport.mLost.push_back({iOffset, std::move(iText)});
 }
 
 FF_RepairedTable::Contexts FF_RepairedTable::WithNewParents(Contexts iContexts) const
@@ -103,9 +103,9 @@ bool FF_RepairedTable::IsThere(Cmn_Int64 iOffset, const Key& iKey, Cmn_Int32 iIt
     const FF_TakenStretches::Stretch* const stretch = mTaken.Find(iOffset);
     if (stretch == nullptr) return false;
     const Cmn_Int32 node = mWalk.Find(iOffset);
-    if (node != Walk::cNone && !mWalk.GetNode(node).isWhole) return false;
-    if (iItem != cNotAnItem) return mWalk.FitsItem(iOffset, iKey, iItem, stretch->node);
-    return node != Walk::cNone && mWalk.Fits(node, iKey, stretch->node);
+    if (node != Walk::cNone && !mWalk.GetNode(node).mIsWhole) return false;
+    if (iItem != cNotAnItem) return mWalk.FitsItem(iOffset, iKey, iItem, stretch->mNode);
+    return node != Walk::cNone && mWalk.Fits(node, iKey, stretch->mNode);
 }
 
 // The value with the places that its pieces have now; invalid when it had some and none is left.
@@ -143,7 +143,7 @@ FF_RepairedTable::Value FF_RepairedTable::Moved(const Value& iOld, const Key& iK
 FF_RepairedTable::ESure FF_RepairedTable::GetSure(Cmn_Int32 iNode) const
 {
     if (FF_IsOrphan(mWalk, mLent, iNode)) return eSure_NotTheList;
-    return mWalk.GetNode(iNode).header.start < mUnsureFrom ? eSure_Place : eSure_NotTheOnesAround;
+    return mWalk.GetNode(iNode).mHeader.mStart < mUnsureFrom ? eSure_Place : eSure_NotTheOnesAround;
 }
 
 // Those that lie before any damage first, and of each kind the newest first: what readers get under a key.
@@ -162,47 +162,47 @@ void FF_RepairedTable::RebuildEntries()
 bool FF_RepairedTable::IsToBeRebuilt(Cmn_Int32 iNode) const
 {
     const Node& node = mWalk.GetNode(iNode);
-    const FF_TakenStretches::Stretch* const stretch = mTaken.Find(node.header.start);
-    if (stretch == nullptr || !node.isWhole || mRegistered.contains(node.header.start)) return false;
-    return node.header.start >= mLent.GetPosition() || NeedsEntry(*stretch, iNode);
+    const FF_TakenStretches::Stretch* const stretch = mTaken.Find(node.mHeader.mStart);
+    if (stretch == nullptr || !node.mIsWhole || mRegistered.contains(node.mHeader.mStart)) return false;
+    return node.mHeader.mStart >= mLent.GetPosition() || NeedsEntry(*stretch, iNode);
 }
 
-// What the old table could have told of but did not had no entry, or was written anew elsewhere. A stream that lost the one
-// around it needs an entry now, since nothing else leads to it any more; and so does an older version whose newer one is
-// not whole.
+// What the old table could have told of but did not had no entry, or was written anew elsewhere. A stream
+// that lost the one around it needs an entry now, since nothing else leads to it any more; and so does an
+// older version whose newer one is not whole.
 bool FF_RepairedTable::NeedsEntry(const FF_TakenStretches::Stretch& iStretch, Cmn_Int32 iNode) const
 {
     const ESure sure = GetSure(iNode);
     if (sure == eSure_NotTheList) return true;
     const Contexts path = mWalk.GetPath(iNode);
     if (mLent.Get().Find(path) != TOC::cNone) return mTable.Find(path) == TOC::cNone;
-    return iStretch.node == iNode && (mWalk.GetNode(iNode).parent != Walk::cNone || sure != eSure_Place);
+    return iStretch.mNode == iNode && (mWalk.GetNode(iNode).mParent != Walk::cNone || sure != eSure_Place);
 }
 
 std::string FF_RepairedTable::OrphanText(Cmn_Int32 iNode) const
 {
     return "expected the list around " + mWalk.Describe(iNode) + ", found item " +
-           std::to_string(mWalk.GetNode(iNode).header.listIndex - 1) + " alone";
+           std::to_string(mWalk.GetNode(iNode).mHeader.mListIndex - 1) + " alone";
 }
 
 void FF_RepairedTable::RebuildStream(Cmn_Int32 iNode)
 {
     const Node& node = mWalk.GetNode(iNode);
-    if (node.streamType == FF_Document::cNoStreamType || node.streamType == FF_Document::cTOCStreamType)
+    if (node.mStreamType == FF_Document::cNoStreamType || node.mStreamType == FF_Document::cTOCStreamType)
         return;
     const Contexts path = mWalk.GetPath(iNode);
     TOC::Entry entry = mTable.Find(path);
     if (entry != TOC::cNone) return RebuildOlder(iNode, entry);
     entry = mTable.Insert(WithNewParents(path));
     mTable.AddValue(entry, {});
-    if (node.header.isList) mTable.SetIsList(entry, true);
-    AddPiece(entry, 0, node.header.start);
+    if (node.mHeader.mIsList) mTable.SetIsList(entry, true);
+    AddPiece(entry, 0, node.mHeader.mStart);
     mRebuilt[entry] = iNode;
-    ++mReport.withoutDescription;
+    ++mReport.mWithoutDescription;
     if (GetSure(iNode) == eSure_NotTheList)
-        AddLost(node.place, OrphanText(iNode));
+        AddLost(node.mPlace, OrphanText(iNode));
     else if (mLent.Get().Find(path) != TOC::cNone || HasNewer(iNode))
-        AddLost(node.place,
+        AddLost(node.mPlace,
                 "expected the newest " + mWalk.Describe(iNode) + ", found an older one that readers get");
     ReportDoubtfulKey(iNode);
     ReportMaybeOlder(iNode);
@@ -214,17 +214,17 @@ void FF_RepairedTable::RebuildOlder(Cmn_Int32 iNode, TOC::Entry iEntry)
     const Node& node = mWalk.GetNode(iNode);
     const bool isOrphan = GetSure(iNode) == eSure_NotTheList;
     const bool isNew = mRebuilt.contains(iEntry) || isOrphan;
-    const bool isFurther = isNew && !mTable.IsList(iEntry) && !node.header.isList;
+    const bool isFurther = isNew && !mTable.IsList(iEntry) && !node.mHeader.mIsList;
     std::string text = isOrphan
                            ? OrphanText(iNode)
                            : "expected one " + mWalk.Describe(iNode) + ", found another one that readers get";
     if (isFurther) {
         mTable.AddValue(iEntry, {});
-        AddPiece(iEntry, mTable.GetNumValues(iEntry) - 1, node.header.start);
-        ++mReport.withoutDescription;
+        AddPiece(iEntry, mTable.GetNumValues(iEntry) - 1, node.mHeader.mStart);
+        ++mReport.mWithoutDescription;
         text += "; this is value " + std::to_string(mTable.GetNumValues(iEntry) - 1);
     }
-    AddLost(node.place, text);
+    AddLost(node.mPlace, text);
     ReportDoubtfulKey(iNode);
     ReportMaybeOlder(iNode);
 }
@@ -233,31 +233,32 @@ void FF_RepairedTable::RebuildOlder(Cmn_Int32 iNode, TOC::Entry iEntry)
 void FF_RepairedTable::ReportDoubtfulKey(Cmn_Int32 iNode)
 {
     const Node& node = mWalk.GetNode(iNode);
-    if (mLent.IsLent() || node.parent == Walk::cNone || mTaken.Find(node.header.start)->node != iNode) return;
-    AddLost(node.place, "expected whole streams around " + mWalk.Describe(iNode) +
-                            ", found damage: it and what it holds may have had other keys");
+    if (mLent.IsLent() || node.mParent == Walk::cNone || mTaken.Find(node.mHeader.mStart)->mNode != iNode)
+        return;
+    AddLost(node.mPlace, "expected whole streams around " + mWalk.Describe(iNode) +
+                             ", found damage: it and what it holds may have had other keys");
 }
 
 // Whether one under the same key was written behind it and is not whole: of those that are it is the newest.
 bool FF_RepairedTable::HasNewer(Cmn_Int32 iNode)
 {
-    const std::vector<Cmn_Int32>& nodes = mDamaged[mWalk.GetNode(iNode).streamType];
+    const std::vector<Cmn_Int32>& nodes = mDamaged[mWalk.GetNode(iNode).mStreamType];
     const Key key(mWalk.GetPath(iNode));
     for (auto i = nodes.rbegin(); i != nodes.rend() && *i > iNode && --mLooksLeft >= 0; ++i)
-        if (mWalk.GetNode(*i).depth == mWalk.GetNode(iNode).depth && mWalk.Fits(*i, key)) return true;
+        if (mWalk.GetNode(*i).mDepth == mWalk.GetNode(iNode).mDepth && mWalk.Fits(*i, key)) return true;
     return false;
 }
 
-// Without a table nothing tells that a stream, or the one around it, was written in the place of an older one that stands
-// deeper: the older one's key ends as this one's path does.
+// Without a table nothing tells that a stream, or the one around it, was written in the place of an older one
+// that stands deeper: the older one's key ends as this one's path does.
 void FF_RepairedTable::ReportMaybeOlder(Cmn_Int32 iNode)
 {
     if (mLent.IsLent()) return;
-    const int depth = mWalk.GetNode(iNode).depth;
+    const int depth = mWalk.GetNode(iNode).mDepth;
     std::string names;
-    for (const Cmn_Int32 i : mByType[mWalk.GetNode(iNode).streamType]) {
+    for (const Cmn_Int32 i : mByType[mWalk.GetNode(iNode).mStreamType]) {
         if (i >= iNode || --mLooksLeft < 0) break;
-        if (mWalk.GetNode(i).depth <= depth || !mWalk.Fits(iNode, Key(mWalk.GetPath(i)))) continue;
+        if (mWalk.GetNode(i).mDepth <= depth || !mWalk.Fits(iNode, Key(mWalk.GetPath(i)))) continue;
         names += (names.empty() ? "" : ", ") + mWalk.Describe(i);
     }
     if (!names.empty())
@@ -272,7 +273,7 @@ void FF_RepairedTable::RebuildItems()
     for (Cmn_Int32 i = 0; i < mWalk.GetNumNodes(); ++i)
         if (FF_IsListItem(mWalk, i) && IsToBeRebuilt(i)) items.push_back(i);
     const auto newestListFirst = [this](Cmn_Int32 a, Cmn_Int32 b) {
-        return mWalk.GetNode(a).parent > mWalk.GetNode(b).parent;
+        return mWalk.GetNode(a).mParent > mWalk.GetNode(b).mParent;
     };
     std::stable_sort(items.begin(), items.end(), newestListFirst);
     for (const Cmn_Int32 item : items)
@@ -282,23 +283,23 @@ void FF_RepairedTable::RebuildItems()
 void FF_RepairedTable::RebuildItem(Cmn_Int32 iNode)
 {
     const Node& node = mWalk.GetNode(iNode);
-    const Contexts list = WithNewParents(mWalk.GetPath(node.parent));
+    const Contexts list = WithNewParents(mWalk.GetPath(node.mParent));
     const TOC::Entry known = mTable.Find(list);
     const Cmn_Int64 numValues = known == TOC::cNone ? 0 : mTable.GetNumValues(known);
-    const Cmn_Int64 item = Cmn_Int64{node.header.listIndex};
+    const Cmn_Int64 item = Cmn_Int64{node.mHeader.mListIndex};
     const auto rebuilt = known == TOC::cNone ? mRebuilt.end() : mRebuilt.find(known);
     // Further values of what is no list are streams that share the key.
     const bool isShared = numValues > 1 && !mTable.IsList(known);
-    if (isShared || (rebuilt != mRebuilt.end() && rebuilt->second != node.parent))
-        return AddLost(node.place, "expected one list " + Key(list).Dump() + ", found item " +
-                                       std::to_string(item - 1) + " of another");
+    if (isShared || (rebuilt != mRebuilt.end() && rebuilt->second != node.mParent))
+        return AddLost(node.mPlace, "expected one list " + Key(list).Dump() + ", found item " +
+                                        std::to_string(item - 1) + " of another");
     const Cmn_Int64 numMissing = std::max<Cmn_Int64>(item - numValues, 0);
     if (numMissing > mMissingLeft)
-        return AddLost(node.place, "expected fewer items in stream " + Key(list).Dump() + ", found item " +
-                                       std::to_string(item - 1));
+        return AddLost(node.mPlace, "expected fewer items in stream " + Key(list).Dump() + ", found item " +
+                                        std::to_string(item - 1));
     mMissingLeft -= numMissing;
     const TOC::Entry entry = mTable.Insert(list);
-    if (known == TOC::cNone) mRebuilt[entry] = node.parent;
+    if (known == TOC::cNone) mRebuilt[entry] = node.mParent;
     const auto value = static_cast<Cmn_Int32>(item);
     while (mTable.GetNumValues(entry) <= value) {
         mTable.AddValue(entry, {});
@@ -307,6 +308,6 @@ void FF_RepairedTable::RebuildItem(Cmn_Int32 iNode)
     mTable.SetIsList(entry, true);
     Cmn_UInt32 first = 0;
     if (mTable.GetFirstOffset(entry, value, first)) return; // an item of several streams begins at the first
-    if (AddPiece(entry, value, node.header.start) && node.streamType == FF_Document::cNoStreamType)
-        ++mReport.withoutDescription;
+    if (AddPiece(entry, value, node.mHeader.mStart) && node.mStreamType == FF_Document::cNoStreamType)
+        ++mReport.mWithoutDescription;
 }

@@ -19,7 +19,8 @@
 class FF_RepairedTable
 {
 public:
-    // iUnsureFrom: from where on damage hides which outermost streams really are outermost. iLength: of the old file.
+    // iUnsureFrom: from where on damage hides which outermost streams really are outermost.
+    // iLength: of the old file.
     FF_RepairedTable(FF_Document::TOC& ioTable, const FF_StreamWalk& iWalk, const FF_LentTable& iLent,
                      const FF_TakenStretches& iTaken, Cmn_Int64 iUnsureFrom, Cmn_Int64 iLength,
                      FF_DocumentRepair::Report& ioReport);
@@ -39,7 +40,7 @@ private:
 
     void AddLost(Cmn_Int64 iOffset, std::string iText);
     // Where a reported node stands in the old file.
-    Cmn_Int64 PlaceOf(Cmn_Int32 iNode) const { return mWalk.GetNode(iNode).place; }
+    Cmn_Int64 PlaceOf(Cmn_Int32 iNode) const { return mWalk.GetNode(iNode).mPlace; }
     Contexts WithNewParents(Contexts iContexts) const;
     bool AddPiece(TOC::Entry iEntry, Cmn_Int32 iValue, Cmn_Int64 iOffset);
 

@@ -19,10 +19,10 @@ public:
         if (!MakeRoom(iFrame) || mOpen.size() == cMaxDepth) return;
         Node node;
         static_cast<FF_Frame&>(node) = std::move(iFrame);
-        node.parent = mOpen.empty() ? cNone : mOpen.back().node;
-        node.depth = static_cast<int>(mOpen.size());
-        if (node.isOpenEnded && node.parent != cNone)
-            node.header.end = std::min(node.header.end, Get(node.parent).header.end);
+        node.mParent = mOpen.empty() ? cNone : mOpen.back().mNode;
+        node.mDepth = static_cast<int>(mOpen.size());
+        if (node.mIsOpenEnded && node.mParent != cNone)
+            node.mHeader.mEnd = std::min(node.mHeader.mEnd, Get(node.mParent).mHeader.mEnd);
         mOpen.push_back({static_cast<Cmn_Int32>(mNodes.size()), EndOf(node)});
         mNodes.push_back(std::move(node));
     }
@@ -32,32 +32,32 @@ private:
 
     struct Open
     {
-        Cmn_Int32 node;
-        Cmn_Int64 end; // as the header says; cNoEnd of one that was never completed
+        Cmn_Int32 mNode;
+        Cmn_Int64 mEnd; // as the header says; cNoEnd of one that was never completed
     };
 
     Node& Get(Cmn_Int32 iNode) { return mNodes[static_cast<std::size_t>(iNode)]; }
 
     static Cmn_Int64 EndOf(const FF_Frame& iFrame)
     {
-        return iFrame.header.isComplete ? iFrame.header.body + Cmn_Int64{iFrame.bodySize} : cNoEnd;
+        return iFrame.mHeader.mIsComplete ? iFrame.mHeader.mBody + Cmn_Int64{iFrame.mBodySize} : cNoEnd;
     }
 
     // Leaves open what is around the frame. False where the frame cannot be.
     bool MakeRoom(const FF_Frame& iFrame)
     {
-        while (!mOpen.empty() && mOpen.back().end <= iFrame.header.start)
+        while (!mOpen.empty() && mOpen.back().mEnd <= iFrame.mHeader.mStart)
             mOpen.pop_back();
         std::size_t numAround = mOpen.size();
         for (; numAround > 0; --numAround) {
             const Open& open = mOpen[numAround - 1];
-            const Node& around = Get(open.node);
-            if (iFrame.header.start < around.header.body) return false;
-            if (EndOf(iFrame) <= open.end) break;
-            if (around.isWhole || !iFrame.isWhole) return false;
+            const Node& around = Get(open.mNode);
+            if (iFrame.mHeader.mStart < around.mHeader.mBody) return false;
+            if (EndOf(iFrame) <= open.mEnd) break;
+            if (around.mIsWhole || !iFrame.mIsWhole) return false;
         }
         for (std::size_t i = numAround; i < mOpen.size(); ++i)
-            Get(mOpen[i].node).isCrossed = true;
+            Get(mOpen[i].mNode).mIsCrossed = true;
         mOpen.resize(numAround);
         return true;
     }
@@ -72,37 +72,38 @@ FF_StreamWalk::FF_StreamWalk(FF_StreamWindow& ioWindow, bool iSwap, Cmn_Int64 iF
     FF_FoundFrames found = FF_FindFrames(ioWindow, iSwap, iFrom, iTo, iMoved);
     mNodes.reserve(found.frames.size());
     Tree tree(mNodes);
-    for (FF_Frame& frame : found.frames)
+    for (FF_Frame& frame : found.mFrames)
         tree.Add(std::move(frame));
-    mDoubles = std::move(found.doubles);
+    mDoubles = std::move(found.mDoubles);
 }
 
 Cmn_Int32 FF_StreamWalk::Find(Cmn_Int64 iOffset) const
 {
     const auto found = std::lower_bound(mNodes.begin(), mNodes.end(), iOffset,
-                                        [](const Node& n, Cmn_Int64 o) { return n.header.start < o; });
-    if (found == mNodes.end() || found->header.start != iOffset) return cNone;
+                                        [](const Node& n, Cmn_Int64 o) { return n.mHeader.mStart < o; });
+    if (found == mNodes.end() || found->mHeader.mStart != iOffset) return cNone;
     return static_cast<Cmn_Int32>(found - mNodes.begin());
 }
 
 Cmn_Int32 FF_StreamWalk::FindAround(Cmn_Int64 iOffset) const
 {
     const auto after = std::upper_bound(mNodes.begin(), mNodes.end(), iOffset,
-                                        [](Cmn_Int64 o, const Node& n) { return o < n.header.body; });
+                                        [](Cmn_Int64 o, const Node& n) { return o < n.mHeader.mBody; });
     Cmn_Int32 node = static_cast<Cmn_Int32>(after - mNodes.begin()) - 1;
-    while (node != cNone && GetNode(node).header.end <= iOffset)
-        node = GetNode(node).parent;
+    while (node != cNone && GetNode(node).mHeader.mEnd <= iOffset)
+        node = GetNode(node).mParent;
     return node;
 }
 
 Cmn_Int32 FF_StreamWalk::GetDocumentParent(Cmn_Int32 iNode, Cmn_UInt32& oListIndex, Cmn_Int32 iRoot) const
 {
-    // Headers of other names between two document streams open no level of a key: the outermost of them has the index.
+    // Headers of other names between two document streams open no level of a key: the
+    // outermost of them has the index.
     Cmn_Int32 node = iNode;
     do {
-        oListIndex = node == iRoot ? 0 : GetNode(node).header.listIndex;
+        oListIndex = node == iRoot ? 0 : GetNode(node).mHeader.mListIndex;
         node = GetParent(node, iRoot);
-    } while (node != cNone && GetNode(node).streamType == FF_Document::cNoStreamType);
+    } while (node != cNone && GetNode(node).mStreamType == FF_Document::cNoStreamType);
     return node;
 }
 
@@ -113,9 +114,9 @@ std::vector<FF_Document::Context> FF_StreamWalk::GetPath(Cmn_Int32 iNode) const
     for (Cmn_Int32 node = iNode; node != cNone;) {
         Cmn_UInt32 listIndex = 0;
         const Cmn_Int32 parent = GetDocumentParent(node, listIndex);
-        const Cmn_Int64 parentPosition = parent == cNone ? 0 : GetNode(parent).header.start;
-        path.emplace_back(GetNode(node).streamType, static_cast<Cmn_UInt32>(parentPosition),
-                          GetNode(node).header.isList || itemOfNext != 0, itemOfNext);
+        const Cmn_Int64 parentPosition = parent == cNone ? 0 : GetNode(parent).mHeader.mStart;
+        path.emplace_back(GetNode(node).mStreamType, static_cast<Cmn_UInt32>(parentPosition),
+                          GetNode(node).mHeader.mIsList || itemOfNext != 0, itemOfNext);
         itemOfNext = static_cast<Cmn_Int32>(listIndex);
         node = parent;
     }
@@ -126,19 +127,19 @@ std::vector<FF_Document::Context> FF_StreamWalk::GetPath(Cmn_Int32 iNode) const
 FF_StreamInfo FF_StreamWalk::GetInfo(Cmn_Int32 iNode) const
 {
     const Node& node = GetNode(iNode);
-    const Sys_StdStreamHeaderInfo& header = node.header;
-    return {node.streamType,           header.name,      header.version, header.start,
-            header.end - header.start, header.listIndex, header.isList,  node.depth};
+    const Sys_StdStreamHeaderInfo& header = node.mHeader;
+    return {node.mStreamType,  header.mName,   header.mVersion, header.mStart, header.mEnd - header.mStart,
+            header.mListIndex, header.mIsList, node.mDepth};
 }
 
 std::string FF_StreamWalk::Describe(Cmn_Int32 iNode) const
 {
     const Node& node = GetNode(iNode);
-    if (node.streamType != FF_Document::cNoStreamType)
+    if (node.mStreamType != FF_Document::cNoStreamType)
         return "stream " + FF_Document::TOCKey(GetPath(iNode)).Dump();
     Cmn_UInt32 listIndex = 0;
     const Cmn_Int32 parent = GetDocumentParent(iNode, listIndex);
-    const std::string quoted = "\"" + node.header.name + "\"";
+    const std::string quoted = "\"" + node.mHeader.mName + "\"";
     return parent == cNone ? quoted : quoted + " in " + Describe(parent);
 }
 
@@ -146,11 +147,11 @@ bool FF_StreamWalk::Fits(Cmn_Int32 iNode, const FF_Document::TOCKey& iKey, Cmn_I
 {
     // From the inside out. The innermost level has no item open, whatever its own list index is.
     const std::vector<FF_Document::Context>& key = iKey.GetContexts();
-    if (key.empty() || GetNode(iNode).streamType != key.back().GetStreamType()) return false;
+    if (key.empty() || GetNode(iNode).mStreamType != key.back().GetStreamType()) return false;
     auto level = key.rbegin() + 1;
     Cmn_UInt32 item = 0;
     for (Cmn_Int32 node = GetDocumentParent(iNode, item, iRoot); node != cNone; ++level) {
-        if (level == key.rend() || GetNode(node).streamType != level->GetStreamType() ||
+        if (level == key.rend() || GetNode(node).mStreamType != level->GetStreamType() ||
             static_cast<Cmn_Int32>(item) != level->GetListIndex())
             return false;
         node = GetDocumentParent(node, item, iRoot);
@@ -166,8 +167,8 @@ bool FF_StreamWalk::FitsItem(Cmn_Int64 iOffset, const FF_Document::TOCKey& iList
         Cmn_Int32 list = FindAround(iOffset);
         // Among the bytes of iRoot's own header nothing is in it.
         if (list != cNone && iRoot != cNone && list < iRoot) return false;
-        while (list != cNone && GetNode(list).streamType == FF_Document::cNoStreamType &&
-               GetNode(list).header.listIndex == 0)
+        while (list != cNone && GetNode(list).mStreamType == FF_Document::cNoStreamType &&
+               GetNode(list).mHeader.mListIndex == 0)
             list = GetParent(list, iRoot);
         return list != cNone && Fits(list, iList, iRoot);
     }
@@ -175,7 +176,8 @@ bool FF_StreamWalk::FitsItem(Cmn_Int64 iOffset, const FF_Document::TOCKey& iList
     const Cmn_Int32 parent = GetDocumentParent(node, index, iRoot);
     if (static_cast<Cmn_Int32>(index) == iItem + 1) return parent == cNone || Fits(parent, iList, iRoot);
     if (index != 0) return false;
-    // One that was written anew stands by itself; in the list a header without an index is a part of some item.
+    // One that was written anew stands by itself; in the list a header without an
+    // index is a part of some item.
     for (Cmn_Int32 around = parent; around != cNone; around = GetParent(around, iRoot))
         if (Fits(around, iList, iRoot)) return false;
     return true;

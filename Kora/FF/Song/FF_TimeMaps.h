@@ -1,10 +1,11 @@
-// FF_TimeMaps: a song's meter, tempo and key maps in a document, each under a key of its own, and what they do not say:
-// where the song ends, and the session format that it is heard in.
+// FF_TimeMaps: a song's meter, tempo and key maps in a document, each under a key of its own, and what they
+// do not say: where the song ends, and the session format that it is heard in.
 //
-// A map is an outermost stream of version 1 around the map's own stream ("Meter", "TempoMap", "KeySignatures"). The song's
-// info is one of version 1 with the end tick (signed 64-bit), the sample rate (float64) and the timecode format (signed
-// 32-bit).
-// Throws: as FF_Document; versions of a map's stream that are not known are answered as the map's StreamIn says.
+// A map is an outermost stream of version 1 around the map's own stream ("Meter", "TempoMap",
+// "KeySignatures"). The song's info is one of version 1 with the end tick (signed 64-bit), the sample rate
+// (float64) and the timecode format (signed 32-bit).
+// Throws: as FF_Document; versions of a map's stream that are not known are answered as
+// the map's StreamIn says.
 // Threads: the document's.
 #pragma once
 
@@ -38,8 +39,8 @@ public:
 
     static void Write(FF_Document& iDocument, const Time_MeterMap& iMeters, const Time_TempoMap& iTempi,
                       const Time_KeySignatureMap& iKeys);
-    // A map whose stream the document does not have is left as it was and counted out: the result is how many were
-    // read. When one throws, those before it are read and it and the rest are as they were.
+    // A map whose stream the document does not have is left as it was and counted out: the result is how many
+    // were read. When one throws, those before it are read and it and the rest are as they were.
     [[nodiscard]] static Cmn_Int32 Read(FF_Document& iDocument, Time_MeterMap& oMeters, Time_TempoMap& oTempi,
                                         Time_KeySignatureMap& oKeys);
 

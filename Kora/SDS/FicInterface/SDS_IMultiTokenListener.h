@@ -1,10 +1,10 @@
 // SDS_IMultiTokenListener: one object that hears several types of tokens of one node.
 //
-// It holds one listener a type; tokens of different types stay in the order in which they were sent, unless the
-// listener is a latest one: then the newest of each type is told.
+// It holds one listener a type; tokens of different types stay in the order in which they were sent, unless
+// the listener is a latest one: then the newest of each type is told.
 //
-// Threads, ownership, errors: as SDS_ITokenListener's. A derived class whose task runs on another thread passes null here,
-// calls SetTask last in its constructor and StopListening first in its destructor.
+// Threads, ownership, errors: as SDS_ITokenListener's. A derived class whose task runs on another thread
+// passes null here, calls SetTask last in its constructor and StopListening first in its destructor.
 #pragma once
 
 #include "Bastel/Cmn/Cmn_PolyVector.h"

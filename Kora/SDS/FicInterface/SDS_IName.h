@@ -4,8 +4,8 @@
 //   SDS_IName bus(&mixer, "Bus 1");            // /Mixer/Bus 1
 //   bus.HandleToken(token.header);             // a change of the bus, to all who listen
 //
-// Threads:   the registry takes no lock: names are made, connected and destroyed by one thread at a time, or under
-//            SDS_TokenDispatcher::GetCriticalSection(). HandleToken is for any thread.
+// Threads:   the registry takes no lock: names are made, connected and destroyed by one thread at a time, or
+//            under SDS_TokenDispatcher::GetCriticalSection(). HandleToken is for any thread.
 // Real time: HandleToken, as SDS_TokenDispatcher::DispatchToken. Nothing else.
 // Ownership: holds a reservation; a parent name or a connected one may go before.
 // Errors:    the constructors throw what the registry refuses, by Sys_ThrowIfOSErr (Cmn_Exception).
@@ -20,8 +20,8 @@ struct SDS_Token;
 class KORA_API SDS_IName
 {
 public:
-    // The node is made where it does not exist. Paths as in SDS_NameRegistry; null is no parent: from the root. A parent that
-    // is a handle without a node throws eSDSErr_InvalidName.
+    // The node is made where it does not exist. Paths as in SDS_NameRegistry; null is no parent: from the
+    // root. A parent that is a handle without a node throws eSDSErr_InvalidName.
     explicit SDS_IName(const char* const iPath);
     SDS_IName(const SDS_IName* iParent, const char* const iPath);
     SDS_IName(SDS_Name* iParent, const char* const iPath);
@@ -38,8 +38,8 @@ public:
     // Null when there is none.
     void* GetDataRef() const;
 
-    // A null argument is nothing, successfully; a handle without a node, this one or the other, is eSDSErr_InvalidName. For
-    // many at once see SDS_NameRegistry::ConnectNames.
+    // A null argument is nothing, successfully; a handle without a node, this one or the other, is
+    // eSDSErr_InvalidName. For many at once see SDS_NameRegistry::ConnectNames.
     ESDSError ConnectTo(const SDS_IName* iOther);
     ESDSError DisconnectFrom(const SDS_IName* iOther);
     // The last one's result.

@@ -51,8 +51,8 @@ void SDS_ITokenListener::HandleToken(SDS_Token*) {}
 
 void SDS_ITokenListener::SetTask(SDS_ITokenTask* iTask)
 {
-    // The section of the task that is left: its handler may be in the middle of one of this listener's tokens, and its queue
-    // in the middle of one of its mailboxes.
+    // The section of the task that is left: its handler may be in the middle of one of this listener's
+    // tokens, and its queue in the middle of one of its mailboxes.
     const SDS_ITokenTask::StHaltProcessing halted(GetTask());
     const ESDSError result = mListener->SetTask(iTask != nullptr ? iTask->GetSDSTokenTask() : nullptr);
     mTask = iTask;

@@ -4,7 +4,8 @@
 //   class Meter final : public SDS_ITokenListener {
 //   public:
 //       Meter(SDS_ITokenTask& iTask, SDS_IName& iName)
-//           : SDS_ITokenListener(nullptr, &iName, cMeterType, 0, 0, 0, static_cast<SDS_ITokenListener*>(this), false, true, 0)
+//           : SDS_ITokenListener(nullptr, &iName, cMeterType, 0, 0, 0,
+//           static_cast<SDS_ITokenListener*>(this), false, true, 0)
 //       {
 //           SetTask(&iTask); // last: a token may come at once
 //       }
@@ -12,19 +13,21 @@
 //       void HandleToken(SDS_Token* iToken) override { … }
 //   };
 //
-// A task that another thread processes calls HandleToken as soon as the listener has the task, and until it has it no more. So
-// the class that overrides HandleToken gives the task when all of it is built, and takes it away before any of it goes. A
-// task may be given to this class's constructor while no other thread processes it.
+// A task that another thread processes calls HandleToken as soon as the listener has the task, and
+// until it has it no more. So the class that overrides HandleToken gives the task when all of it is
+// built, and takes it away before any of it goes. A task may be given to this class's constructor while
+// no other thread processes it.
 //
-// A listener hears the tokens of its node and of all nodes that are connected with it, directly or through others.
-// A latest listener is told only of the newest token that waits.
+// A listener hears the tokens of its node and of all nodes that are connected with it, directly or through
+// others. A latest listener is told only of the newest token that waits.
 //
-// Threads:   made, moved and destroyed on any thread, one at a time. SetTask, StopListening and the destructor wait until the
-//            task that the listener leaves handles no token; what was queued for it there is never handed out afterwards.
-//            They must not be called by a thread that holds the dispatcher's critical section. HandleToken runs in
+// Threads:   made, moved and destroyed on any thread, one at a time. SetTask, StopListening and the
+//            destructor wait until the task that the listener leaves handles no token; what was queued
+//            for it there is never handed out afterwards. They must not be called by a thread that
+//            holds the dispatcher's critical section. HandleToken runs in
 //            SDS_ITokenTask::ProcessTokens, and may call all three.
-// Ownership: owns its SDS_TokenListener. The task outlives it, or is destroyed first on the same thread; the name
-//            may go before.
+// Ownership: owns its SDS_TokenListener. The task outlives it, or is destroyed first on the same
+//            thread; the name may go before.
 // Errors:    what the dispatcher refuses is thrown by Sys_ThrowIfOSErr (Cmn_Exception).
 #pragma once
 
@@ -42,9 +45,9 @@ class KORA_API SDS_ITokenListener
 {
 public:
     // iName: null is the root; a handle without a node throws eSDSErr_InvalidName. iTask: null, or as above.
-    // iType, iSubType: four-character codes, 0 for any. iManufacturer, iProtocol, iGoal and iCriticalFlag are kept
-    // for whoever reads them and take no part in the delivery. iTaskVal: the SDS_ITokenListener whose HandleToken
-    // the task calls, as a pointer to just that class (null: nobody is called).
+    // iType, iSubType: four-character codes, 0 for any. iManufacturer, iProtocol, iGoal and iCriticalFlag are
+    // kept for whoever reads them and take no part in the delivery. iTaskVal: the SDS_ITokenListener whose
+    // HandleToken the task calls, as a pointer to just that class (null: nobody is called).
     SDS_ITokenListener(SDS_ITokenTask* iTask, SDS_IName* iName, Cmn_Int32 iType, Cmn_Int32 iSubType,
                        Cmn_Int32 iManufacturer, Cmn_Int32 iProtocol, void* iTaskVal, bool iCriticalFlag,
                        bool iLatestFlag, Cmn_UInt32 iGoal);
@@ -52,12 +55,13 @@ public:
     SDS_ITokenListener(const SDS_ITokenListener&) = delete;
     SDS_ITokenListener& operator=(const SDS_ITokenListener&) = delete;
 
-    // A token has come. The token is the callee's until it returns. An exception ends ProcessTokens, which passes
-    // it on when the token is done with. The default does nothing.
+    // A token has come. The token is the callee's until it returns. An exception ends ProcessTokens, which
+    // passes it on when the token is done with. The default does nothing.
     virtual void HandleToken(SDS_Token* iToken);
 
-    // Moves the listener to another task, which may run; tokens that wait in the old one are never handed out. Null: to
-    // none. Out of memory it throws, and the listener may hear nothing until it is given a task again.
+    // Moves the listener to another task, which may run; tokens that wait in the old one are never
+    // handed out. Null: to none. Out of memory it throws, and the listener may hear nothing until
+    // it is given a task again.
     void SetTask(SDS_ITokenTask* iTask);
 
     SDS_TokenListener* GetSDSTokenListener() const { return mListener.get(); }

@@ -1,4 +1,5 @@
-// SDS_ITokenTask: a thread's place to receive tokens: its owner calls ProcessTokens, which tells the listeners.
+// SDS_ITokenTask: a thread's place to receive tokens: its owner calls ProcessTokens,
+// which tells the listeners.
 //
 //   SDS_ITokenTask task(0);                     // halted, the section entered
 //   Meter meter(task, name);
@@ -11,13 +12,15 @@
 //                           section held by the halting thread)
 //
 // Units:     the budget and times in milliseconds, the sample time in samples.
-// Priority:  below 16, two tokens at most wait for a latest listener (the newest, and one that the task has taken over),
-//            and the token pool grows when it runs low, in ProcessTokens. At 16 and above (audio threads) nothing is ever
-//            allocated; a latest listener's older tokens are dropped when the task looks into its queue.
+// Priority:  below 16, two tokens at most wait for a latest listener (the newest, and one that the task has
+//            taken over), and the token pool grows when it runs low, in ProcessTokens. At 16 and above
+//            (audio threads) nothing is ever allocated; a latest listener's older tokens are dropped when
+//            the task looks into its queue.
 // Threads:   ProcessTokens on any thread, one at a time: a second thread gets false at once. HaltProcessing,
 //            its ResumeProcessing and the destruction of a halted task happen on one thread.
-// Real time: ProcessTokens takes the task's section without waiting and else costs what the handlers cost, and a look into
-//            the queue, which takes over all that has come in: as many tokens at most as the pool has cells.
+// Real time: ProcessTokens takes the task's section without waiting and else costs what the handlers
+//            cost, and a look into the queue, which takes over all that has come in: as many tokens at
+//            most as the pool has cells.
 // Ownership: owns its SDS_TokenTask; listeners that still hang on it are taken off when it is destroyed.
 #pragma once
 
@@ -46,22 +49,23 @@ public:
     SDS_TokenTask* GetSDSTokenTask() const { return mTask.get(); }
     Cmn_Int32 GetPriority() const { return mPriority; }
 
-    // What is signalled (left) for each token queued; null for nothing. When it returns, nobody signals the event
-    // that was there before, which may then be destroyed.
+    // What is signalled (left) for each token queued; null for nothing. When it returns, nobody signals the
+    // event that was there before, which may then be destroyed.
     void SetClientEvent(IPSSyncPrim* iEvent);
     void SignalClientEvent();
 
-    // Waits until no other thread handles a token; afterwards none does until the matching ResumeProcessing. They nest. A
-    // handler that halts its own task does not stop the ProcessTokens that called it, which goes on to its end.
+    // Waits until no other thread handles a token; afterwards none does until the matching
+    // ResumeProcessing. They nest. A handler that halts its own task does not stop the ProcessTokens that
+    // called it, which goes on to its end.
     void HaltProcessing();
     void ResumeProcessing();
     // False while halted. Exact on the halting thread, a glimpse on others.
     [[nodiscard]] bool IsRunning() const;
 
-    // Hands each token that waits to its listener's task value, in order, until none is left or the budget (0:
-    // unbounded) is used up, at which it looks after each token: the token in hand is always finished. True when at
-    // least one token was taken; false also when the task is halted or another thread is inside. Passes on what a
-    // handler throws.
+    // Hands each token that waits to its listener's task value, in order, until none is left or the budget
+    // (0: unbounded) is used up, at which it looks after each token: the token in hand is always finished.
+    // True when at least one token was taken; false also when the task is halted or another thread is inside.
+    // Passes on what a handler throws.
     bool ProcessTokens(Cmn_Int32 iBudgetMsec, const Time_Sample& iSampleTime, Cmn_Int64 iMsecTime);
 
     // What the last ProcessTokens was given.

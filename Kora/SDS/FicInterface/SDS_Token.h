@@ -1,4 +1,5 @@
-// SDS_Token: a record that announces a change of shared data; the header that every kind of token begins with.
+// SDS_Token: a record that announces a change of shared data; the header that every
+// kind of token begins with.
 //
 // A kind of token is a struct that begins with this header and adds its own data behind it:
 //
@@ -12,11 +13,12 @@
 //   token.level = 0.5f;
 //   name.HandleToken(token.header);           // SDS_IName stamps the node and dispatches
 //
-// Tokens are copied byte for byte, once for each listener, and never destroyed: their data must be trivially copyable
-// and own nothing. The largest token is 1080 bytes.
+// Tokens are copied byte for byte, once for each listener, and never destroyed: their data must be trivially
+// copyable and own nothing. The largest token is 1080 bytes.
 //
 // Units:   time in milliseconds, size in bytes with the header.
-// Threads: a token belongs to whoever holds it: the caller until DispatchToken returns, a handler for its call.
+// Threads: a token belongs to whoever holds it: the caller until DispatchToken
+// returns, a handler for its call.
 #pragma once
 
 #include "Bastel/Cmn/Cmn_Types.h"

@@ -1,5 +1,5 @@
-// SDS_ActiveListenerList: the listeners that hear the tokens of one closure of connected nodes, ready to be walked by
-// producers on any thread.
+// SDS_ActiveListenerList: the listeners that hear the tokens of one closure of connected nodes, ready to be
+// walked by producers on any thread.
 //
 //                    nodes point at it           last node leaves        no use left
 //   free ──built────▶ in force ─────────────────▶ retired ──────────────▶ free
@@ -7,8 +7,8 @@
 //
 // Invariants: (1) a list in force is never changed but for the atomics of its active listeners
 //             (2) a list is recycled only when no node points at it and its use count is 0
-//             (3) lists and active listeners are recycled, never handed back to the allocator: a producer that is late
-//                 touches a list, whatever that is used for by then.
+//             (3) lists and active listeners are recycled, never handed back to the allocator: a producer
+//                 that is late touches a list, whatever that is used for by then.
 // Threads:    built, retired and recycled under the dispatcher's critical section; walked by any.
 #pragma once
 
@@ -32,7 +32,8 @@ struct SDS_ActiveListener
     SDS_QueueBlock* mQueue = nullptr;
     Cmn_Int32 mType = 0;
     Cmn_Int32 mSubType = 0;
-    // Null once the listener has gone: what is queued for it is then released unseen. Written under the section.
+    // Null once the listener has gone: what is queued for it is then released unseen.
+    // Written under the section.
     std::atomic<SDS_TokenListener*> mListener{nullptr};
     // Written under the section.
     std::atomic<bool> mLatest{false};

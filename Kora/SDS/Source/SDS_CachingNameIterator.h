@@ -1,5 +1,5 @@
-// SDS_CachingNameIterator: walks a list of nodes that it gathers when it is reset, so that what changes meanwhile does not
-// disturb the walk. All of its nodes are kept alive until it is reset or destroyed.
+// SDS_CachingNameIterator: walks a list of nodes that it gathers when it is reset, so that what changes
+// meanwhile does not disturb the walk. All of its nodes are kept alive until it is reset or destroyed.
 #pragma once
 
 #include "Kora/SDS/Source/SDS_NameIterator.h"
@@ -17,16 +17,18 @@ public:
     ESDSError Reset(SDS_Name* iName) override;
 
 protected:
-    // iHolds false: the nodes are not held; for a walk under the dispatcher's section during which none can be freed.
+    // iHolds false: the nodes are not held; for a walk under the dispatcher's section during
+    // which none can be freed.
     explicit SDS_CachingNameIterator(bool iHolds = true);
 
     struct Entry
     {
-        SDS_Name* name;
-        Entry* next;
-        // While a closure is walked: what is left of the node's connections, and the entry that it was reached from.
-        SDS_ConnectionRecord* rest;
-        Entry* from;
+        SDS_Name* mName;
+        Entry* mNext;
+        // While a closure is walked: what is left of the node's connections, and the entry
+        // that it was reached from.
+        SDS_ConnectionRecord* mRest;
+        Entry* mFrom;
     };
 
     // Gathers the nodes of a walk from iName.

@@ -1,7 +1,7 @@
 // SDS_ChildIterator: the live children of a node, the newest first.
 //
-// The node is held from Reset until the walk moves past the last child, and one without children until the next Reset or
-// the end of the iterator.
+// The node is held from Reset until the walk moves past the last child, and one without children until the
+// next Reset or the end of the iterator.
 #pragma once
 
 #include "Kora/SDS/Source/SDS_NameIterator.h"

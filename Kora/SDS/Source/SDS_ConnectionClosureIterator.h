@@ -1,7 +1,7 @@
 // SDS_ConnectionClosureIterator: a node and all that can be reached from it through connections, each once.
 //
-// Nodes are discovered depth first, each node's newest connection before the older ones, and walked in the reverse of
-// that: the node that the walk began with comes last.
+// Nodes are discovered depth first, each node's newest connection before the older ones, and walked in the
+// reverse of that: the node that the walk began with comes last.
 #pragma once
 
 #include "Kora/SDS/Source/SDS_CachingNameIterator.h"
@@ -11,8 +11,8 @@ class KORA_API SDS_ConnectionClosureIterator : public SDS_CachingNameIterator
 public:
     enum class Walk {
         eHeld,
-        // The dispatcher's: without holds, so that nodes at the limit of their references can still be rebuilt and parted;
-        // and past no node whose rebuild waits already.
+        // The dispatcher's: without holds, so that nodes at the limit of their references can still be
+        // rebuilt and parted; and past no node whose rebuild waits already.
         eUnheld,
         eUnheldUnqueued
     };

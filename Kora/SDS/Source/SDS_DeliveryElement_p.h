@@ -1,11 +1,13 @@
-// SDS_DeliveryElement: what carries a copy of a token to one listener: a header of 48 bytes, and the copy behind it.
+// SDS_DeliveryElement: what carries a copy of a token to one listener: a header of 48
+// bytes, and the copy behind it.
 //
 // An element is at one place at a time, and whoever holds that place alone touches it:
 //
 //   pool ─▶ producer ─▶ inbound queue ─▶ pending list ─▶ in hand ─▶ pool
 //                   └─▶ mailbox ────────────┘
 //
-// Each element on its way holds one use of the list that it was dispatched from, so its active listener lives.
+// Each element on its way holds one use of the list that it was dispatched from, so
+// its active listener lives.
 #pragma once
 
 #include "Kora/SDS/FicInterface/SDS_Token.h"
@@ -28,7 +30,7 @@ struct SDS_DeliveryElement : PSAtomicQueueLink // next in the inbound queue, the
     Kind mKind;
     bool mIsLatest; // while pending: newer ones drop it
 
-    SDS_DeliveryElement* GetNext() const { return static_cast<SDS_DeliveryElement*>(next); }
+    SDS_DeliveryElement* GetNext() const { return static_cast<SDS_DeliveryElement*>(mNext); }
     SDS_Token* GetToken() { return reinterpret_cast<SDS_Token*>(this + 1); }
     static SDS_DeliveryElement* OfToken(SDS_Token& iToken) { return iToken.element; }
 };

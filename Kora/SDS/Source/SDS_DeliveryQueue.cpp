@@ -30,7 +30,7 @@ PSAtomicQueueLink* Merged(PSAtomicQueueLink* iA, PSAtomicQueueLink* iB)
     while (iA != nullptr && iB != nullptr) {
         PSAtomicQueueLink*& higher = NumberOf(*iA) > NumberOf(*iB) ? iA : iB;
         *end = higher;
-        end = &higher->next;
+        end = &higher->mNext;
         higher = *end;
     }
     *end = iA != nullptr ? iA : iB;
@@ -42,8 +42,8 @@ PSAtomicQueueLink* SortedByDescendingNumber(PSAtomicQueueLink* iChain)
     // Sorted chains of 1, 2, 4 … elements; the last one takes what is beyond all the pool's cells.
     PSAtomicQueueLink* sorted[17] = {};
     while (iChain != nullptr) {
-        PSAtomicQueueLink* link = std::exchange(iChain, iChain->next);
-        link->next = nullptr;
+        PSAtomicQueueLink* link = std::exchange(iChain, iChain->mNext);
+        link->mNext = nullptr;
         std::size_t size = 0;
         for (; size + 1 < std::size(sorted) && sorted[size] != nullptr; ++size)
             link = Merged(std::exchange(sorted[size], nullptr), link);
@@ -81,7 +81,8 @@ void SDS_QueueBlock::Release()
 void SDS_QueueBlock::Signal()
 {
     if (mEvent.load(std::memory_order_relaxed) == nullptr) return;
-    // Counted before the pointer is read: whoever swaps the pointer and finds nobody counted knows that it is unused.
+    // Counted before the pointer is read: whoever swaps the pointer and finds nobody counted
+    // knows that it is unused.
     mSignalling.Add();
     if (IPSSyncPrim* const event = mEvent.load(); event != nullptr) event->Leave();
     mSignalling.Subtract();
@@ -108,11 +109,12 @@ SDS_DeliveryQueue::~SDS_DeliveryQueue()
     PSAtomicQueueLink* link = mBlock->mInbound.Close();
     while (link != nullptr) {
         SDS_DeliveryElement& element = *static_cast<SDS_DeliveryElement*>(link);
-        link = link->next;
+        link = link->mNext;
         if (element.mKind == SDS_DeliveryElement::Kind::eToken) {
             batch.Release(element);
         } else {
-            // A producer that finds the mailbox told no more queues another notice, is refused, and empties it.
+            // A producer that finds the mailbox told no more queues another notice, is
+            // refused, and empties it.
             if (SDS_DeliveryElement* const content = element.mActiveListener->mMailbox.Take())
                 batch.Release(*content);
             batch.ReleaseUse(*element.mList);
@@ -127,8 +129,8 @@ SDS_DeliveryQueue::~SDS_DeliveryQueue()
     mBlock->Release();
 }
 
-// Whether the first pending token may be handed out without a look at the queue: nothing that has come in since would stand
-// before it, nor drop it. A look takes the queue's line from the producers.
+// Whether the first pending token may be handed out without a look at the queue: nothing that has come in
+// since would stand before it, nor drop it. A look takes the queue's line from the producers.
 bool SDS_DeliveryQueue::HeadIsSettled() const
 {
     return mHead != nullptr && mLatestPending == 0 && mHead->mNumber <= mSettled;
@@ -152,13 +154,14 @@ SDS_DeliveryElement* SDS_DeliveryQueue::TakeNext(SDS_ReleaseBatch& ioBatch, SDS_
 // Drains the queue until the first pending token is settled: twice at most.
 void SDS_DeliveryQueue::Look(SDS_ReleaseBatch& ioBatch)
 {
-    // Read before the queue is drained: what was sent before a token with a number up to this has arrived then.
+    // Read before the queue is drained: what was sent before a token with a number up
+    // to this has arrived then.
     mSettled = mBlock->mNumber.load();
     SDS_InterleavingPoint();
     Drain(ioBatch, nullptr);
     if (mHead == nullptr || mHead->mNumber <= mSettled) return;
-    // Sent meanwhile. What was sent before it arrives now. Newer ones for its own listener wait, so that it is handed out
-    // however fast they follow.
+    // Sent meanwhile. What was sent before it arrives now. Newer ones for its own listener wait, so that it
+    // is handed out however fast they follow.
     mSettled = mHead->mNumber;
     SDS_InterleavingPoint();
     Drain(ioBatch, mHead->mActiveListener);
@@ -173,14 +176,14 @@ void SDS_DeliveryQueue::Drain(SDS_ReleaseBatch& ioBatch, const SDS_ActiveListene
     PSAtomicQueueLink** noticesEnd = &notices;
     while (link != nullptr) {
         SDS_DeliveryElement& element = *static_cast<SDS_DeliveryElement*>(link);
-        link = link->next;
+        link = link->mNext;
         if (element.mKind == SDS_DeliveryElement::Kind::eToken) {
             Arrive(element, ioBatch);
         } else if (element.mActiveListener == iPassedOver) {
             static_cast<void>(mBlock->mInbound.Push(element));
         } else {
             *noticesEnd = &element;
-            noticesEnd = &element.next;
+            noticesEnd = &element.mNext;
         }
     }
     *noticesEnd = nullptr;
@@ -190,10 +193,10 @@ void SDS_DeliveryQueue::Drain(SDS_ReleaseBatch& ioBatch, const SDS_ActiveListene
     while (notices != nullptr) {
         // A notice may be queued anew as soon as its mailbox is taken.
         SDS_DeliveryElement& notice = *static_cast<SDS_DeliveryElement*>(notices);
-        notices = notice.next;
+        notices = notice.mNext;
         SDS_ActiveListenerList& list = *notice.mList;
         if (SDS_DeliveryElement* const content = TakeMailbox(*notice.mActiveListener, ioBatch)) {
-            content->next = mail;
+            content->mNext = mail;
             mail = content;
         }
         ioBatch.ReleaseUse(list);
@@ -202,8 +205,9 @@ void SDS_DeliveryQueue::Drain(SDS_ReleaseBatch& ioBatch, const SDS_ActiveListene
     GrowPool();
 }
 
-// Appends a token from the queue to the pending list. Its number is raised to the one before it: the tokens of one
-// producer have ascending numbers, and a latest token that belongs before the higher one belongs before this one too.
+// Appends a token from the queue to the pending list. Its number is raised to the one before it: the
+// tokens of one producer have ascending numbers, and a latest token that belongs before the higher one
+// belongs before this one too.
 void SDS_DeliveryQueue::Arrive(SDS_DeliveryElement& ioElement, SDS_ReleaseBatch& ioBatch)
 {
     SDS_ActiveListener& active = *ioElement.mActiveListener;
@@ -230,7 +234,8 @@ void SDS_DeliveryQueue::Drop(SDS_DeliveryElement& ioOlder, SDS_DeliveryElement& 
     ioBatch.Release(ioOlder);
 }
 
-// The token in the mailbox, which drops the older one; null when there is none or a newer one has been handed out.
+// The token in the mailbox, which drops the older one; null when there is none or a newer
+// one has been handed out.
 SDS_DeliveryElement* SDS_DeliveryQueue::TakeMailbox(SDS_ActiveListener& ioActive, SDS_ReleaseBatch& ioBatch)
 {
     SDS_DeliveryElement* const content = ioActive.mMailbox.Take();
@@ -255,7 +260,7 @@ void SDS_DeliveryQueue::PlaceMail(PSAtomicQueueLink* iMail)
     SDS_DeliveryElement* next = nullptr;
     SDS_DeliveryElement* before = mTail;
     for (PSAtomicQueueLink* link = SortedByDescendingNumber(iMail); link != nullptr;) {
-        SDS_DeliveryElement& content = *static_cast<SDS_DeliveryElement*>(std::exchange(link, link->next));
+        SDS_DeliveryElement& content = *static_cast<SDS_DeliveryElement*>(std::exchange(link, link->mNext));
         for (; before != nullptr && before->mNumber >= content.mNumber; before = before->mPrevious)
             next = before;
         InsertBefore(content, next, true);
@@ -270,10 +275,10 @@ void SDS_DeliveryQueue::InsertBefore(SDS_DeliveryElement& ioElement, SDS_Deliver
     ioElement.mIsLatest = iIsLatest;
     if (iIsLatest) ++mLatestPending;
     SDS_DeliveryElement* const previous = ioNext != nullptr ? ioNext->mPrevious : mTail;
-    ioElement.next = ioNext;
+    ioElement.mNext = ioNext;
     ioElement.mPrevious = previous;
     if (previous != nullptr)
-        previous->next = &ioElement;
+        previous->mNext = &ioElement;
     else
         mHead = &ioElement;
     (ioNext != nullptr ? ioNext->mPrevious : mTail) = &ioElement;
@@ -285,7 +290,7 @@ void SDS_DeliveryQueue::Unlink(SDS_DeliveryElement& ioElement)
     if (ioElement.mIsLatest) --mLatestPending;
     SDS_DeliveryElement* const next = ioElement.GetNext();
     if (ioElement.mPrevious != nullptr)
-        ioElement.mPrevious->next = next;
+        ioElement.mPrevious->mNext = next;
     else
         mHead = next;
     (next != nullptr ? next->mPrevious : mTail) = ioElement.mPrevious;

@@ -1,19 +1,22 @@
-// SDS_DeliveryQueue: the tokens on their way to one task; SDS_QueueBlock: the part of it that producers touch.
+// SDS_DeliveryQueue: the tokens on their way to one task; SDS_QueueBlock: the part of
+// it that producers touch.
 //
-// A block outlives its task as long as an active listener leads to it, and is then recycled, never handed back to the
-// allocator: a producer that has just queued its element may still look whether there is an event to signal.
+// A block outlives its task as long as an active listener leads to it, and is then recycled, never
+// handed back to the allocator: a producer that has just queued its element may still look whether
+// there is an event to signal.
 //
-// Order. The block counts the tokens for latest listeners. Such a token carries the count with itself, an ordinary one
-// the count that it finds. A latest listener's token waits in its mailbox, not in the queue, so its place is found when
-// it is taken: before the first token with the same number or a higher one. One sent while the queue was being drained
-// waits for a second drain, since tokens sent before it may be in the queue by now; that one leaves its listener's mailbox
-// alone, so there is no third.
+// Order. The block counts the tokens for latest listeners. Such a token carries the count with itself, an
+// ordinary one the count that it finds. A latest listener's token waits in its mailbox, not in the queue, so
+// its place is found when it is taken: before the first token with the same number or a higher one. One sent
+// while the queue was being drained waits for a second drain, since tokens sent before it may be in the queue
+// by now; that one leaves its listener's mailbox alone, so there is no third.
 //
-// Work. A look into the queue takes over all that came in, at most the pool's cells, and places the mail with one walk
-// along the pending list; each token is taken over once.
+// Work. A look into the queue takes over all that came in, at most the pool's cells, and places the mail with
+// one walk along the pending list; each token is taken over once.
 //
-// Shared words: mInbound and mNumber are written by producers, mInbound also by the consumer; the closing of mInbound,
-// mPriority and mEvent are written under the dispatcher's section or by the task's owner; mSignalling by producers.
+// Shared words: mInbound and mNumber are written by producers, mInbound also by the consumer; the closing of
+// mInbound, mPriority and mEvent are written under the dispatcher's section or by the task's owner;
+// mSignalling by producers.
 #pragma once
 
 #include "Kora/SDS/Source/SDS_ActiveListenerList_p.h"

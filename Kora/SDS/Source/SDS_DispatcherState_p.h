@@ -9,9 +9,9 @@ struct SDS_NameListElement;
 // Nodes whose rebuild waits for the end of a pause.
 struct SDS_BatchList
 {
-    SDS_NameListElement* first = nullptr;
-    SDS_NameListElement* last = nullptr;
-    Cmn_Int32 count = 0;
+    SDS_NameListElement* mFirst = nullptr;
+    SDS_NameListElement* mLast = nullptr;
+    Cmn_Int32 mCount = 0;
 };
 
 // As a node's list of listeners.

@@ -1,5 +1,6 @@
-// SDS_InterleavingPoint: a place between two steps of a protocol where another thread may come in between. Debug and
-// sanitizer builds call a hook there, by which tests force threads to change; release builds have nothing.
+// SDS_InterleavingPoint: a place between two steps of a protocol where another thread may come in
+// between. Debug and sanitizer builds call a hook there, by which tests force threads to change;
+// release builds have nothing.
 #pragma once
 
 #include "Kora/SDS/Source/SDS_TokenDispatcher.h"

@@ -1,9 +1,10 @@
 // SDS_Iterator: walks a sequence of things, forward, as far as the kind of walk allows.
 //
-//   for (iterator.Reset(name); iterator.Valid(); iterator.Next()) Use(static_cast<SDS_Name*>(iterator.Item()));
+//   for (iterator.Reset(name); iterator.Valid(); iterator.Next())
+//   Use(static_cast<SDS_Name*>(iterator.Item()));
 //
-// Moves that a kind does not have return eSDSErr_NotSupported. Next past the last item succeeds and leaves the iterator
-// invalid; the one after that returns eSDSErr_IteratorDone.
+// Moves that a kind does not have return eSDSErr_NotSupported. Next past the last item succeeds and leaves
+// the iterator invalid; the one after that returns eSDSErr_IteratorDone.
 //
 // Threads: as SDS_NameRegistry.
 #pragma once

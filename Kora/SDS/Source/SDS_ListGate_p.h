@@ -7,14 +7,15 @@
 //   … walk …
 //   use − 1, or one use for each element sent
 //
-// All of it is sequentially consistent. A producer that finds its pointer unchanged has counted itself in before the
-// pointer was replaced, so the retiring side sees its use. One that finds it changed has perhaps counted itself in at
-// a list that is retired, free or in use elsewhere; lists are never handed back to the allocator, and its use goes
-// away again. Nobody ever waits.
+// All of it is sequentially consistent. A producer that finds its pointer unchanged has counted itself in
+// before the pointer was replaced, so the retiring side sees its use. One that finds it changed has perhaps
+// counted itself in at a list that is retired, free or in use elsewhere; lists are never handed back to the
+// allocator, and its use goes away again. Nobody ever waits.
 //
 // Invariant: the block is 1 while the list is free and 0 before a pointer leads to it.
 //
-// Shared words: the pointer is written by the retiring side; the uses by everybody; the block by the retiring side.
+// Shared words: the pointer is written by the retiring side; the uses by everybody; the
+// block by the retiring side.
 #pragma once
 
 #include "Kora/SDS/Source/SDS_InterleavingPoint_p.h"
@@ -54,8 +55,9 @@ struct SDS_BasicListGate
         return false;
     }
 
-    // For a list that was taken for use and that no pointer has led to since: it is blocked, and free, however many count
-    // themselves in just now. They come late, find that their pointer leads elsewhere, and leave.
+    // For a list that was taken for use and that no pointer has led to since: it is blocked, and
+    // free, however many count themselves in just now. They come late, find that their pointer
+    // leads elsewhere, and leave.
     void Close() { mBlock.Add(); }
 
     // Before the list is used anew.

@@ -1,15 +1,16 @@
-// SDS_Mailbox: the place of a latest listener's newest token, and the flag that says whether the task has been told.
+// SDS_Mailbox: the place of a latest listener's newest token, and the flag that says
+// whether the task has been told.
 //
 //   producer                              consumer, for each notice in its queue
 //   before = content ⇄ new token          told = false
 //   give `before` back                    take the content
 //   told ⇄ true: was false? queue notice
 //
-// All of it is sequentially consistent. A producer that finds `told` true comes before the consumer's `told = false`,
-// so the consumer takes its token; one that finds it false queues a notice of its own.
+// All of it is sequentially consistent. A producer that finds `told` true comes before the consumer's `told =
+// false`, so the consumer takes its token; one that finds it false queues a notice of its own.
 //
-// Shared words: the content is exchanged by producers and the consumer; `told` is set by producers, cleared by the
-// consumer, and whoever turns it true owns the notice until it is queued.
+// Shared words: the content is exchanged by producers and the consumer; `told` is set by producers, cleared
+// by the consumer, and whoever turns it true owns the notice until it is queued.
 #pragma once
 
 #include "Kora/SDS/Source/SDS_InterleavingPoint_p.h"

@@ -1,4 +1,5 @@
-// SDS_NameIterator: an iterator over nodes; its items are SDS_Name*, which it keeps alive while it stands on them.
+// SDS_NameIterator: an iterator over nodes; its items are SDS_Name*, which it keeps alive
+// while it stands on them.
 #pragma once
 
 #include "Kora/SDS/Source/SDS_Iterator.h"
@@ -10,7 +11,7 @@ class KORA_API SDS_NameIterator : public SDS_Iterator
 public:
     ~SDS_NameIterator() override;
 
-    // Begins a walk from a node; null: a walk without items. eSDSErr_OutOfMemory, and an invalid iterator, when there is no
-    // memory or a node's references are at their limit.
+    // Begins a walk from a node; null: a walk without items. eSDSErr_OutOfMemory, and an invalid iterator,
+    // when there is no memory or a node's references are at their limit.
     virtual ESDSError Reset(SDS_Name* iName) = 0;
 };

@@ -109,9 +109,9 @@ void SDS_CachingNameIterator::FreeConnectionList()
     mCurrent = nullptr;
     mValid = false;
     while (Entry* const entry = mHead) {
-        mHead = entry->next;
-        entry->name->mVisited = 0;
-        LetGo(*entry->name);
+        mHead = entry->mNext;
+        entry->mName->mVisited = 0;
+        LetGo(*entry->mName);
         delete entry;
     }
 }
@@ -151,12 +151,12 @@ ESDSError SDS_CachingNameIterator::First()
 ESDSError SDS_CachingNameIterator::Next()
 {
     if (!mValid) return eSDSErr_IteratorDone;
-    mCurrent = mCurrent->next;
+    mCurrent = mCurrent->mNext;
     if (mCurrent == nullptr) Invalidate();
     return eSDSErr_None;
 }
 
-void* SDS_CachingNameIterator::Item() { return mValid ? mCurrent->name : nullptr; }
+void* SDS_CachingNameIterator::Item() { return mValid ? mCurrent->mName : nullptr; }
 
 SDS_ConnectionIterator::~SDS_ConnectionIterator() = default;
 
@@ -181,8 +181,8 @@ SDS_ConnectionClosureIterator::~SDS_ConnectionClosureIterator() = default;
 ESDSError SDS_ConnectionClosureIterator::Set(SDS_Name* iName)
 {
     if (const ESDSError result = WalkConnections(iName); result != eSDSErr_None) return result;
-    for (Entry* entry = mHead; entry != nullptr; entry = entry->next)
-        entry->name->mVisited = 0;
+    for (Entry* entry = mHead; entry != nullptr; entry = entry->mNext)
+        entry->mName->mVisited = 0;
     return First();
 }
 
@@ -191,26 +191,27 @@ SDS_CachingNameIterator::Entry* SDS_ConnectionClosureIterator::Visit(SDS_Name* i
     Entry* const entry = Push(iName);
     if (entry == nullptr) return nullptr;
     iName->mVisited = 1;
-    entry->rest = iName->mConnections;
-    entry->from = iFrom;
+    entry->mRest = iName->mConnections;
+    entry->mFrom = iFrom;
     return entry;
 }
 
-// Depth first, without recursion: each entry knows what is left of its node's connections, and where it was reached from.
+// Depth first, without recursion: each entry knows what is left of its node's connections, and
+// where it was reached from.
 ESDSError SDS_ConnectionClosureIterator::WalkConnections(SDS_Name* iName)
 {
     if (iName == nullptr || iName->mVisited != 0) return eSDSErr_None;
     Entry* current = Visit(iName, nullptr);
     if (current == nullptr) return eSDSErr_OutOfMemory;
     while (current != nullptr) {
-        SDS_ConnectionRecord* const record = current->rest;
+        SDS_ConnectionRecord* const record = current->mRest;
         if (record == nullptr) {
-            current = current->from;
+            current = current->mFrom;
             continue;
         }
-        current->rest = record->NextOf(current->name);
-        SDS_Name* const other = record->OtherThan(current->name);
-        if (other->mVisited != 0 || (mSkipsQueued && other->mBatchElement.queued)) continue;
+        current->mRest = record->NextOf(current->mName);
+        SDS_Name* const other = record->OtherThan(current->mName);
+        if (other->mVisited != 0 || (mSkipsQueued && other->mBatchElement.mQueued)) continue;
         current = Visit(other, current);
         if (current == nullptr) return eSDSErr_OutOfMemory;
     }

@@ -28,8 +28,8 @@ constexpr Cmn_UInt64 SlashesIn(Cmn_UInt64 iWord)
     return (zeros - ones) & ~zeros & (ones << 7);
 }
 
-// The names of a path, one after the other, and the hash down to each. It reads from a copy that ends with a slash and room
-// for a word, so that it can take eight bytes at a time.
+// The names of a path, one after the other, and the hash down to each. It reads from a copy that ends with a
+// slash and room for a word, so that it can take eight bytes at a time.
 class PathReader
 {
 public:
@@ -92,8 +92,8 @@ private:
     char mCopy[cPathBytes + sizeof(Cmn_UInt64)];
 };
 
-// Looks in both lists by turns, and so takes no more steps than the shorter one has: a hub has many connections, each of its
-// leaves has few.
+// Looks in both lists by turns, and so takes no more steps than the shorter one has: a hub has many
+// connections, each of its leaves has few.
 SDS_ConnectionRecord* FindConnection(const SDS_Name& iA, const SDS_Name& iB)
 {
     SDS_ConnectionRecord* ofA = iA.mConnections;
@@ -224,8 +224,8 @@ ESDSError SDS_NameRegistry::GetPath(SDS_Name* iBase, const char* const iPath, ch
     return result;
 }
 
-// Written from the end: a level has room for "/" and its name before its parents get what is left. The level that does
-// not fit gives only its last bytes.
+// Written from the end: a level has room for "/" and its name before its parents get what is left. The level
+// that does not fit gives only its last bytes.
 ESDSError SDS_NameRegistry::GetPathInternal(const SDS_Name& iName, char* const oPath)
 {
     ESDSError result = eSDSErr_None;

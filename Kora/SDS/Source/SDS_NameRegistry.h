@@ -5,21 +5,23 @@
 //   SDS_NameRegistry::GetNameId(nullptr, "//Mixer/Bus 1/", &same);     // the same identity
 //   SDS_NameRegistry::FreeName(bus, nullptr);                          // once for each reservation
 //
-// Paths:     a base (null: the root) and a path relative to it (null or empty: the base itself). Names are separated by
-//            slashes; more slashes than one, and those at the ends, mean nothing. A name has at most 31 bytes, a path at
-//            most 1023. Names are compared byte by byte.
-// Identity:  an SDS_Name* stays the node's while somebody holds it: by a reservation, a child, a connection, an
-//            iterator, a listener. A node that nobody holds keeps its name and identity until its memory is needed for
-//            another, and gets both back when the same path is reserved before.
-// Connections are undirected; a token for a node reaches the listeners of all nodes that are connected with it, directly
+// Paths:     a base (null: the root) and a path relative to it (null or empty: the base itself). Names are
+//            separated by slashes; more slashes than one, and those at the ends, mean nothing. A name has at
+//            most 31 bytes, a path at most 1023. Names are compared byte by byte.
+// Identity:  an SDS_Name* stays the node's while somebody holds it: by a reservation, a child, a connection,
+//            an iterator, a listener. A node that nobody holds keeps its name and identity until its memory
+//            is needed for another, and gets both back when the same path is reserved before.
+// Connections are undirected; a token for a node reaches the listeners of all nodes that are
+// connected with it, directly
 //            or through others.
-// Counts:    32767 reservations and 32767 references (children, connections, iterators, listeners) a node. What would
-//            pass that is refused with eSDSErr_OutOfMemory and changes nothing. The making of a child holds its parent
-//            meanwhile, so 32766 children fit.
+// Counts:    32767 reservations and 32767 references (children, connections, iterators, listeners) a node.
+//            What would pass that is refused with eSDSErr_OutOfMemory and changes nothing. The making of a
+//            child holds its parent meanwhile, so 32766 children fit.
 // Threads:   takes no lock. Whoever calls it from several threads does so under
 //            SDS_TokenDispatcher::GetCriticalSection().
 // Ownership: nodes are the registry's and live until the process ends.
-// Errors:    every operation returns an ESDSError and throws nothing. A failed one leaves the counts as they were.
+// Errors:    every operation returns an ESDSError and throws nothing. A failed one leaves
+//            the counts as they were.
 #pragma once
 
 #include "Export/Kora_API.h"
@@ -40,8 +42,9 @@ struct SDS_Name;
 class KORA_API SDS_NameRegistry
 {
 public:
-    // Sets up the tree and the token dispatcher; called by Kora_Init::Init. Later calls succeed and change nothing. What
-    // needs the root before asserts "Kora_Init::sInitializedCount > 0" and gives eSDSErr_OutOfMemory.
+    // Sets up the tree and the token dispatcher; called by Kora_Init::Init. Later calls succeed and
+    // change nothing. What needs the root before asserts "Kora_Init::sInitializedCount > 0" and
+    // gives eSDSErr_OutOfMemory.
     static ESDSError Init();
 
     // Finds; makes nothing and takes no hold.
@@ -53,20 +56,21 @@ public:
 
     // oName: at least 32 bytes; the last name of the path, "" for the root.
     static ESDSError GetName(SDS_Name* iBase, const char* const iPath, char* const oName);
-    // oPath: at least 1024 bytes; "/Mixer/Bus 1", "" for the root. A path that is too long gives eSDSErr_PathTooLong and
-    // its last 1020 bytes behind "...".
+    // oPath: at least 1024 bytes; "/Mixer/Bus 1", "" for the root. A path that is too long gives
+    // eSDSErr_PathTooLong and its last 1020 bytes behind "...".
     static ESDSError GetPath(SDS_Name* iBase, const char* const iPath, char* const oPath);
 
     // A pointer of the client's, forgotten when the node is freed; null at first.
     static ESDSError SetObject(SDS_Name* iBase, const char* const iPath, void* iObject);
     static ESDSError GetObject(SDS_Name* iBase, const char* const iPath, void** oObject);
 
-    // Makes the nodes where they do not exist. Connecting twice, or in the other order, or a node with itself, changes
-    // nothing.
+    // Makes the nodes where they do not exist. Connecting twice, or in the other order, or a node with
+    // itself, changes nothing.
     //
-    // Each connection made or removed visits all nodes that are connected with its two, to compute anew who hears them: joining
-    // n names one by one is n² / 2 visits (8,000: about 2 s). In a pause (SDS_TokenDispatcher::SetTokensPaused) a node is
-    // visited once, and once more at its end: joining and parting 8,000 takes about 3 ms.
+    // Each connection made or removed visits all nodes that are connected with its two, to compute anew who
+    // hears them: joining n names one by one is n² / 2 visits (8,000: about 2 s). In a pause
+    // (SDS_TokenDispatcher::SetTokensPaused) a node is visited once, and once more at its end: joining and
+    // parting 8,000 takes about 3 ms.
     static ESDSError ConnectNames(SDS_Name* iBaseA, const char* const iPathA, SDS_Name* iBaseB,
                                   const char* const iPathB);
     static ESDSError DisconnectNames(SDS_Name* iBaseA, const char* const iPathA, SDS_Name* iBaseB,
@@ -85,8 +89,8 @@ public:
     static ESDSError ResetNameIterator(SDS_Name* iBase, const char* const iPath,
                                        SDS_NameIterator* ioIterator);
 
-    // A node (null: the root) and the live ones below it, a line each, with their counts; for debuggers and logs. Each level is
-    // indented by two spaces, to the 16th; the levels beyond tell their depth:
+    // A node (null: the root) and the live ones below it, a line each, with their counts; for debuggers and
+    // logs. Each level is indented by two spaces, to the 16th; the levels beyond tell their depth:
     //   Bus 1  reserved 1, referenced 2, connected 1, listeners 1
     //   [17] Send  reserved 1, referenced 0, connected 0, listeners 0
     [[nodiscard]] static std::string Dump(SDS_Name* iBase = nullptr);

@@ -11,8 +11,8 @@ namespace {
 
 struct FreeList
 {
-    SDS_Name* oldest = nullptr;
-    SDS_Name* newest = nullptr;
+    SDS_Name* mOldest = nullptr;
+    SDS_Name* mNewest = nullptr;
 };
 
 // All of it belongs to whoever uses the registry, one thread at a time.
@@ -37,7 +37,8 @@ void TakeFromTable(SDS_Name& ioName)
     *link = ioName.mNextInTable;
 }
 
-// A table for so many cells, with four chains for each: a second name in a chain is a branch that nobody can foresee. False when there is no memory.
+// A table for so many cells, with four chains for each: a second name in a chain is a branch that nobody can
+// foresee. False when there is no memory.
 bool GrowTable(std::size_t iCells)
 {
     const std::size_t size = std::bit_ceil(4 * iCells);
@@ -94,22 +95,22 @@ void Unlink(SDS_Name*& ioList, SDS_Name& ioName)
 void AppendFree(SDS_Name& ioName)
 {
     ioName.mNextFree = nullptr;
-    ioName.mPreviousFree = sFree.newest;
-    (sFree.newest != nullptr ? sFree.newest->mNextFree : sFree.oldest) = &ioName;
-    sFree.newest = &ioName;
+    ioName.mPreviousFree = sFree.mNewest;
+    (sFree.mNewest != nullptr ? sFree.mNewest->mNextFree : sFree.mOldest) = &ioName;
+    sFree.mNewest = &ioName;
 }
 
 void TakeFromFree(SDS_Name& ioName)
 {
-    (ioName.mPreviousFree != nullptr ? ioName.mPreviousFree->mNextFree : sFree.oldest) = ioName.mNextFree;
-    (ioName.mNextFree != nullptr ? ioName.mNextFree->mPreviousFree : sFree.newest) = ioName.mPreviousFree;
+    (ioName.mPreviousFree != nullptr ? ioName.mPreviousFree->mNextFree : sFree.mOldest) = ioName.mNextFree;
+    (ioName.mNextFree != nullptr ? ioName.mNextFree->mPreviousFree : sFree.mNewest) = ioName.mPreviousFree;
     ioName.mNextFree = ioName.mPreviousFree = nullptr;
 }
 
 // The cell of the node that was freed first, out of all lists; null when none is free.
 SDS_Name* RecycleOldest()
 {
-    SDS_Name* const name = sFree.oldest;
+    SDS_Name* const name = sFree.mOldest;
     if (name == nullptr) return nullptr;
     TakeFromFree(*name);
     if (name->mParent != nullptr) {

@@ -1,8 +1,8 @@
 // SDS_NameStore: the nodes' memory, and the table that finds a child by its parent and name.
 //
-// Nodes are cells of blocks that are never handed back; freed ones are used anew, the one that was freed first before the
-// others. The table is a power of two of chains, at least four for each cell, so it grows with the blocks only.
-// Connection records come from blocks too: in the steady state nothing is allocated.
+// Nodes are cells of blocks that are never handed back; freed ones are used anew, the one that was freed
+// first before the others. The table is a power of two of chains, at least four for each cell, so it grows
+// with the blocks only. Connection records come from blocks too: in the steady state nothing is allocated.
 #pragma once
 
 #include "Kora/SDS/Source/SDS_Name_p.h"
@@ -21,13 +21,13 @@ public:
     // False when there is no memory.
     static bool Init();
 
-    // Of a path below a node, name by name. It takes nothing from the nodes between, so that the look-ups of a path's names
-    // need not wait for each other's memory.
+    // Of a path below a node, name by name. It takes nothing from the nodes between, so that the look-ups of
+    // a path's names need not wait for each other's memory.
     static Cmn_UInt32 HashBelow(Cmn_UInt32 iHash, const SDS_NameText& iText);
     // The node of this name under the parent, live or dormant; null when there is none.
     static SDS_Name* Find(const SDS_Name& iParent, const SDS_NameText& iText, Cmn_UInt32 iHash);
-    // A live node, with no counts: the dormant one of this name, or else the one freed first, or else a new cell. Null when
-    // there is no memory, or the parent's references are at their limit.
+    // A live node, with no counts: the dormant one of this name, or else the one freed first, or else a new
+    // cell. Null when there is no memory, or the parent's references are at their limit.
     static SDS_Name* Create(SDS_Name& ioParent, const SDS_NameText& iText, Cmn_UInt32 iHash);
     static SDS_Name* CreateRoot();
     // Makes nodes dormant that nobody holds, from this one upwards.
@@ -42,8 +42,8 @@ public:
     inline static std::size_t sTableMask = 0;
 };
 
-// Sums of products, whose high half depends on every bit, folded; the parent's hash is added late, so that the names of a
-// path are hashed side by side.
+// Sums of products, whose high half depends on every bit, folded; the parent's hash is added late, so that
+// the names of a path are hashed side by side.
 inline Cmn_UInt32 SDS_NameStore::HashBelow(Cmn_UInt32 iHash, const SDS_NameText& iText)
 {
     const Cmn_UInt64* const words = iText.mWords;

@@ -5,8 +5,9 @@
 //                   ◀── the same name under the same parent ──┘
 //
 //   live      on its parent's live list (newest first), which it holds by a reference
-//   dormant   on its parent's dormant list (newest first) and at its place in the free list; name, identity and its own
-//             dormant children are kept, its object is not. Its parent is null once that has been recycled
+//   dormant   on its parent's dormant list (newest first) and at its place in the free list; name,
+//             identity and its own dormant children are kept, its object is not. Its parent is null
+//             once that has been recycled
 //
 // Invariants: (1) a node is found by its parent and name in the table while it has a parent, live or dormant
 //             (2) a live node's parent is live  (3) counts never pass 32767.
@@ -42,10 +43,10 @@ struct SDS_ConnectionRecord
 // A node's place in the list of those whose rebuild waits.
 struct SDS_NameListElement
 {
-    SDS_Name* name = nullptr;
-    SDS_NameListElement* next = nullptr;
-    SDS_NameListElement* previous = nullptr;
-    bool queued = false;
+    SDS_Name* mName = nullptr;
+    SDS_NameListElement* mNext = nullptr;
+    SDS_NameListElement* mPrevious = nullptr;
+    bool mQueued = false;
 };
 
 // A name of at most 31 characters, filled up with zeros, so that it is compared and hashed by words.

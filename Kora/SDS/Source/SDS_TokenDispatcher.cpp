@@ -15,12 +15,7 @@
 
 namespace {
 
-constexpr SDS_TokenPool::Size cTokenCells[] = {
-    {112,  1000},
-    {156,  1000},
-    {438,  1000},
-    {1128, 200 }
-};
+constexpr SDS_TokenPool::Size cTokenCells[] = {{112, 1000}, {156, 1000}, {438, 1000}, {1128, 200}};
 
 // How many listeners are served with one visit to the pool.
 constexpr std::size_t cServedAtOnce = 32;
@@ -38,8 +33,8 @@ void CopyToken(void* oCopy, const void* iToken, std::size_t iBytes)
     std::memcpy(to + last, from + last, chunk);
 }
 
-// One dispatch's way along a list. It has entered with one use and takes as many as there are listeners, so that each
-// element that is sent takes a use with it; what is left over goes back at the end.
+// One dispatch's way along a list. It has entered with one use and takes as many as there are listeners, so
+// that each element that is sent takes a use with it; what is left over goes back at the end.
 class Walk
 {
 public:
@@ -140,8 +135,8 @@ private:
         return *element;
     }
 
-    // Queues the copies for the neighbours in the list that belong to one task as one chain; returns the first index
-    // that is left.
+    // Queues the copies for the neighbours in the list that belong to one task as one chain; returns the
+    // first index that is left.
     std::size_t Queue(SDS_ActiveListener* const* iHeard, SDS_DeliveryElement* const* iCells,
                       std::size_t iFirst, std::size_t iEnd)
     {
@@ -152,7 +147,7 @@ private:
         for (; i < iEnd && iHeard[i]->mQueue == &queue && !IsMailed(*iHeard[i]); ++i) {
             SDS_DeliveryElement& element = Filled(iCells[i], *iHeard[i]);
             element.mNumber = number;
-            element.next = last;
+            element.mNext = last;
             last = &element;
         }
         const auto sent = static_cast<Cmn_UInt32>(i - iFirst);
@@ -326,7 +321,7 @@ std::string SDS_TokenDispatcher::Dump()
     const SDS_TokenPool& pool = GetTokenPool();
     std::string text;
     for (std::size_t i = 0; i < pool.GetClassCount(); ++i) {
-        text += "cells of " + std::to_string(cTokenCells[i].cellBytes) +
+        text += "cells of " + std::to_string(cTokenCells[i].mCellBytes) +
                 " bytes: " + std::to_string(pool.GetFreeCount(i)) + " of " +
                 std::to_string(pool.GetCellCount(i)) + " free\n";
     }

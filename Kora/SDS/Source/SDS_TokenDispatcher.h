@@ -7,15 +7,15 @@
 // Clients dispatch through SDS_IName::HandleToken and receive through SDS_ITokenListener and SDS_ITokenTask.
 //
 // Order:     the tokens of one producer reach one listener in the order in which they were sent.
-// Capacity:  tokens wait in cells of four sizes (room for tokens of 64, 108, 390 and 1080 bytes; 1000, 1000, 1000 and
-//            200 of them). The smallest that fits is taken; no larger one stands in. A size that runs low grows when a
-//            task of a priority below 16 takes tokens, to at most 16 times as many.
-// Threads:   DispatchToken, TokensAvailable and GetTokensPaused on any thread. GetToken and DoneWithToken on one thread
-//            at a time for each task. The rest enters the dispatcher's critical section itself; a thread that needs
-//            several steps as one enters it around them (it is recursive). A task's section comes before it: who holds
-//            the dispatcher's does not halt a task.
-// Real time: DispatchToken never allocates, locks, waits or throws. It calls the system only to wake a sleeper whose
-//            task has a client event, and for the clock of a token that asks for the time.
+// Capacity:  tokens wait in cells of four sizes (room for tokens of 64, 108, 390 and 1080 bytes; 1000, 1000,
+//            1000 and 200 of them). The smallest that fits is taken; no larger one stands in. A size that
+//            runs low grows when a task of a priority below 16 takes tokens, to at most 16 times as many.
+// Threads:   DispatchToken, TokensAvailable and GetTokensPaused on any thread. GetToken and DoneWithToken on
+//            one thread at a time for each task. The rest enters the dispatcher's critical section itself; a
+//            thread that needs several steps as one enters it around them (it is recursive). A task's section
+//            comes before it: who holds the dispatcher's does not halt a task.
+// Real time: DispatchToken never allocates, locks, waits or throws. It calls the system only to wake a
+//            sleeper whose task has a client event, and for the clock of a token that asks for the time.
 #pragma once
 
 #include "Bastel/Cmn/Cmn_Types.h"
@@ -44,32 +44,36 @@ public:
     static void Free() {}
     static void IdleRoutine() {}
 
-    // Copies the token to all who hear it. A `time` of 1 is replaced, in the caller's token, by the clock's reading.
+    // Copies the token to all who hear it. A `time` of 1 is replaced, in the caller's
+    // token, by the clock's reading.
     //   eSDSErr_OutOfMemory    no token, or one whose size is below its header's
     //   eSDSErr_InvalidName    no node in it
-    //   eSDSErr_TokenPoolFull  no cell was free, or the token is larger than 1080 bytes; the listeners before have it
+    //   eSDSErr_TokenPoolFull  no cell was free, or the token is larger than 1080 bytes; the
+    //                          listeners before have it
     static ESDSError DispatchToken(SDS_Token* ioToken) KORA_NONBLOCKING;
 
-    // The task's next token and the listener that it is for; both null when none waits. Each token obtained is given
-    // back by DoneWithToken, once. Without a task: eSDSErr_InvalidTask; without a place for a result:
-    // eSDSErr_OutOfMemory.
+    // The task's next token and the listener that it is for; both null when none waits. Each token obtained
+    // is given back by DoneWithToken, once. Without a task: eSDSErr_InvalidTask; without a place for a
+    // result: eSDSErr_OutOfMemory.
     static ESDSError GetToken(SDS_TokenTask* iTask, SDS_TokenListener** oListener, SDS_Token** oToken);
     static ESDSError GetTokenAndTaskVal(SDS_TokenTask* iTask, SDS_TokenListener** oListener, void** oTaskVal,
                                         SDS_Token** oToken);
     static ESDSError DoneWithToken(SDS_Token* iToken);
     static ESDSError TokensAvailable(SDS_TokenTask* iTask, unsigned char* oAvailable);
 
-    // Sees each token first, on the producer's thread; one for which it returns other than 0 goes no further, and its
-    // dispatch succeeds. Null removes it.
+    // Sees each token first, on the producer's thread; one for which it returns other than 0 goes no further,
+    // and its dispatch succeeds. Null removes it.
     static void SetDispatchTokenFilter(TokenFilter iFilter);
 
-    // While paused, listeners that come and nodes that are connected or parted have no effect on the delivery yet; a listener
-    // that goes hears nothing more, and tokens are delivered on. Pauses nest; the last one's end makes up for it, with one
-    // rebuild for all nodes that are connected. For changes to many nodes at once.
+    // While paused, listeners that come and nodes that are connected or parted have no effect on the
+    // delivery yet; a listener that goes hears nothing more, and tokens are delivered on. Pauses nest;
+    // the last one's end makes up for it, with one rebuild for all nodes that are connected. For
+    // changes to many nodes at once.
     static void SetTokensPaused(bool iPaused);
     static bool GetTokensPaused();
 
-    // Computes anew who hears the node and all that is connected with it; while paused, and without iForce, later.
+    // Computes anew who hears the node and all that is connected with it; while paused,
+    // and without iForce, later.
     static ESDSError RebuildActiveListenerList(SDS_Name* iName, bool iForce);
     // Drops a node's share of its list.
     static ESDSError FreeActiveListenerList(SDS_Name* iName);
@@ -86,11 +90,12 @@ public:
     static void TakeOffBatchList(SDS_Name& ioName);
     static ESDSError RebuildGlobalListeners();
 
-    // What debug and sanitizer builds call between the steps of dispatch, delivery and retirement, on any thread; release
-    // builds never do. Tests let threads change there.
+    // What debug and sanitizer builds call between the steps of dispatch, delivery and retirement, on any
+    // thread; release builds never do. Tests let threads change there.
     static void SetInterleavingHook(void (*iHook)());
     static void CallInterleavingHook();
 
-    // Free cells of each size of all that there are, and lists that wait to be recycled; for debuggers and logs.
+    // Free cells of each size of all that there are, and lists that wait to be
+    // recycled; for debuggers and logs.
     [[nodiscard]] static std::string Dump();
 };

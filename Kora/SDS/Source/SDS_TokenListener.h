@@ -1,13 +1,13 @@
 // SDS_TokenListener: the dispatcher's view of one listener: which node, which kinds of tokens, which task.
 //
-// A listener is active once a node and a task are set (a global one needs the task alone). Each setter of what decides the
-// delivery takes it out, changes it and puts it back behind the node's other listeners; so it is for set-up, not for
-// real-time threads.
+// A listener is active once a node and a task are set (a global one needs the task alone). Each setter of
+// what decides the delivery takes it out, changes it and puts it back behind the node's other listeners; so
+// it is for set-up, not for real-time threads.
 // Clients use SDS_ITokenListener, which owns one.
 //
-// Threads:   setters on any thread, under the dispatcher's critical section, which they enter themselves. The task
-//            is halted, or the caller's own, while its listener is changed or destroyed: a token in hand may be the
-//            listener's.
+// Threads:   setters on any thread, under the dispatcher's critical section, which they enter themselves.
+//            The task is halted, or the caller's own, while its listener is changed or destroyed: a token in
+//            hand may be the listener's.
 // Ownership: holds a reference on its node; the node, the task and the task value are others'.
 #pragma once
 
@@ -43,8 +43,8 @@ public:
     ESDSError SetProtocol(Cmn_Int32 iProtocol);
     // Null takes the listener out.
     ESDSError SetTask(SDS_TokenTask* iTask);
-    // A global listener hears the tokens of nodes that have no list of their own: nobody has ever listened there, nor at
-    // a node that is connected with them. Its name plays no part then.
+    // A global listener hears the tokens of nodes that have no list of their own: nobody has ever listened
+    // there, nor at a node that is connected with them. Its name plays no part then.
     ESDSError SetGlobal(bool iGlobal);
 
     void SetGoal(Cmn_UInt32 iGoal) { mGoal = iGoal; }
@@ -71,8 +71,8 @@ public:
     void AddActiveListener(SDS_ActiveListener* ioActive);
     void RemoveActiveListener(SDS_ActiveListener* ioActive);
 
-    // The consumer's: the highest number taken from a mailbox. A rebuild gives the listener another mailbox; when the
-    // notice of the older one comes late, its token has been overtaken.
+    // The consumer's: the highest number taken from a mailbox. A rebuild gives the listener another mailbox;
+    // when the notice of the older one comes late, its token has been overtaken.
     bool IsOvertaken(Cmn_UInt64 iNumber) const { return iNumber < mNewestMail; }
     void NoteMail(Cmn_UInt64 iNumber) { mNewestMail = iNumber; }
 

@@ -1,4 +1,5 @@
-// Who hears whom: active lists built, put in force, retired and recycled. All of it under the dispatcher's section.
+// Who hears whom: active lists built, put in force, retired and recycled. All of it under
+// the dispatcher's section.
 #include "Kora/SDS/Source/SDS_ConnectionClosureIterator.h"
 #include "Kora/SDS/Source/SDS_DispatcherState_p.h"
 #include "Kora/SDS/Source/SDS_Name_p.h"
@@ -15,12 +16,12 @@ void PutOnBatchList(SDS_Name& ioName)
 {
     SDS_NameListElement& element = ioName.mBatchElement;
     SDS_BatchList& batch = State::fBatchRebuildActiveListenerList;
-    element.queued = true;
-    element.next = nullptr;
-    element.previous = batch.last;
-    (batch.last != nullptr ? batch.last->next : batch.first) = &element;
-    batch.last = &element;
-    ++batch.count;
+    element.mQueued = true;
+    element.mNext = nullptr;
+    element.mPrevious = batch.mLast;
+    (batch.mLast != nullptr ? batch.mLast->mNext : batch.mFirst) = &element;
+    batch.mLast = &element;
+    ++batch.mCount;
 }
 
 // Recycles the retired lists that nobody uses any more.
@@ -48,11 +49,11 @@ void DropReference(SDS_ActiveListenerList* ioList)
 
 void FreeListsUnlessBatching()
 {
-    if (State::fBatchRebuildActiveListenerList.count == 0) TryToFreeActiveListenerLists();
+    if (State::fBatchRebuildActiveListenerList.mCount == 0) TryToFreeActiveListenerLists();
 }
 
-// A list that no node points at yet goes back. Producers may count themselves in even so: those who are late from its life
-// before.
+// A list that no node points at yet goes back. Producers may count themselves in even so: those who are
+// late from its life before.
 void Discard(SDS_ActiveListenerList& ioList)
 {
     ioList.mGate.Close();
@@ -69,14 +70,15 @@ void ForEach(SDS_ConnectionClosureIterator& ioClosure, TVisit iVisit)
     }
 }
 
-// Of connected nodes all are on the batch list or none. So a walk ends at those that are, and a node that is has one neighbour
-// at most that is not: the one it was just connected with. However many connections a pause sees, each node is visited once.
+// Of connected nodes all are on the batch list or none. So a walk ends at those that are, and a node that is
+// has one neighbour at most that is not: the one it was just connected with. However many connections a pause
+// sees, each node is visited once.
 ESDSError PutClosureOnBatchList(SDS_Name& ioName)
 {
     SDS_Name* from = &ioName;
-    if (from->mBatchElement.queued && from->mConnections != nullptr)
+    if (from->mBatchElement.mQueued && from->mConnections != nullptr)
         from = from->mConnections->OtherThan(from);
-    if (from->mBatchElement.queued) return eSDSErr_None;
+    if (from->mBatchElement.mQueued) return eSDSErr_None;
     SDS_ConnectionClosureIterator closure(SDS_ConnectionClosureIterator::Walk::eUnheldUnqueued);
     if (const ESDSError result = closure.Reset(from); result != eSDSErr_None) return result;
     ForEach(closure, PutOnBatchList);
@@ -109,13 +111,13 @@ SDS_ActiveListenerList* BuildList(SDS_ConnectionClosureIterator& ioClosure)
 void SDS_TokenDispatcher::TakeOffBatchList(SDS_Name& ioName)
 {
     SDS_NameListElement& element = ioName.mBatchElement;
-    if (!element.queued) return;
+    if (!element.mQueued) return;
     SDS_BatchList& batch = State::fBatchRebuildActiveListenerList;
-    (element.previous != nullptr ? element.previous->next : batch.first) = element.next;
-    (element.next != nullptr ? element.next->previous : batch.last) = element.previous;
-    element.next = element.previous = nullptr;
-    element.queued = false;
-    --batch.count;
+    (element.mPrevious != nullptr ? element.mPrevious->mNext : batch.mFirst) = element.mNext;
+    (element.mNext != nullptr ? element.mNext->mPrevious : batch.mLast) = element.mPrevious;
+    element.mNext = element.mPrevious = nullptr;
+    element.mQueued = false;
+    --batch.mCount;
 }
 
 ESDSError SDS_TokenDispatcher::RebuildActiveListenerList(SDS_Name* iName, bool iForce)
@@ -161,8 +163,8 @@ void SDS_TokenDispatcher::SetTokensPaused(bool iPaused)
         return;
     }
     if (State::fTokensPausedCount.fetch_sub(1) != 1) return;
-    while (SDS_NameListElement* const element = State::fBatchRebuildActiveListenerList.first) {
-        SDS_Name& name = *element->name;
+    while (SDS_NameListElement* const element = State::fBatchRebuildActiveListenerList.mFirst) {
+        SDS_Name& name = *element->mName;
         // A node whose rebuild fails is taken off all the same.
         static_cast<void>(RebuildActiveListenerList(&name, true));
         TakeOffBatchList(name);

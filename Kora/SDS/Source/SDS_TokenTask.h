@@ -2,8 +2,8 @@
 //
 // Clients use SDS_ITokenTask, which owns one.
 //
-// Threads:   listeners are added and removed under the dispatcher's critical section; tokens are taken by one thread
-//            at a time. SignalClientEvent on any thread.
+// Threads:   listeners are added and removed under the dispatcher's critical section; tokens are taken by one
+//            thread at a time. SignalClientEvent on any thread.
 // Ownership: owns its queue. Its destructor takes its listeners off; no thread takes its tokens then.
 #pragma once
 
@@ -47,8 +47,8 @@ public:
     [[nodiscard]] static bool ValidPtr(const SDS_TokenTask* iTask) { return iTask != nullptr; }
     [[nodiscard]] static Cmn_Int32 CurrentPriority() { return cAudioPriority; }
 
-    // The tokens that wait, a line each, for debuggers and logs: by the thread that takes the task's tokens. What
-    // producers have queued since it last looked is told by a line of its own.
+    // The tokens that wait, a line each, for debuggers and logs: by the thread that takes the task's tokens.
+    // What producers have queued since it last looked is told by a line of its own.
     [[nodiscard]] std::string Dump() const;
 
 private:

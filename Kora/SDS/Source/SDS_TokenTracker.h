@@ -1,7 +1,8 @@
-// SDS_TokenTracker: what a developer sees of the token traffic: texts for tokens, and hooks where a tracer would stand.
+// SDS_TokenTracker: what a developer sees of the token traffic: texts for tokens, and hooks
+// where a tracer would stand.
 //
-// The dispatcher calls a hook wherever a token arrives, waits, is handed over or is lost. None of them records anything or
-// changes what happens to the token.
+// The dispatcher calls a hook wherever a token arrives, waits, is handed over or is lost. None of them
+// records anything or changes what happens to the token.
 //
 // Threads:   registration and Describe on any thread, each table under a section of its own.
 // Ownership: one instance, made by Init, for the process.
@@ -64,7 +65,8 @@ public:
     static ESDSError RegisterTokenPrettyPrinter(Cmn_Int32 iType, Cmn_Int32 iSubType, PrettyPrinter iPrinter);
     static void ResetStats();
 
-    // The token through its printer or, where it has none, as its codes, its node's path and its data as hex digits:
+    // The token through its printer or, where it has none, as its codes, its node's path
+    // and its data as hex digits:
     //   MTR /peak at /Mixer/Bus 1: 0000003f
     [[nodiscard]] static std::string Describe(SDS_Token& iToken);
     // The node's path; "" for no node. As SDS_NameRegistry::GetPath gives it.

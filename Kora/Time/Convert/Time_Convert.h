@@ -1,8 +1,8 @@
 // Time_Convert: the document's converter from anywhere, so that maps need not be carried around.
 //
-// Every operation goes to the one converter in use. Without one it asserts "sTimeConverter != 0" and returns its
-// argument, or 0 where it returns no typed time of its argument. A time already in the unit asked for comes back from
-// ToType, ToMainCounterType and the vector forms without the converter being asked.
+// Every operation goes to the one converter in use. Without one it asserts "sTimeConverter != 0" and returns
+// its argument, or 0 where it returns no typed time of its argument. A time already in the unit asked for
+// comes back from ToType, ToMainCounterType and the vector forms without the converter being asked.
 //
 // Units:      as in Time_Converter.
 // Threads:    the thread that owns the document's maps.
@@ -18,7 +18,8 @@ public:
 
     Time_Convert() = delete;
 
-    // Null brings in the default converter, which uses the library's default tempo and meter map and is made then.
+    // Null brings in the default converter, which uses the library's default tempo and
+    // meter map and is made then.
     static void SetTimeConverter(Time_Converter* iConverter);
     // The converter in use; null before the first SetTimeConverter, outside of all StTempoMap scopes.
     static Time_Converter* GetTimeConverter() { return sTimeConverter; }
@@ -68,11 +69,11 @@ public:
     static Time_Typed QuantizeToFrame(const Time_Typed& iTime);      // the same by frames
     static Time_Typed AdjustToTickBoundary(const Time_Typed& iTime); // the same by internal ticks
 
-    // Ticks to the nearest display tick (1000 ticks), if that moves no audio: both must be at the same sample. Other
-    // units stay.
+    // Ticks to the nearest display tick (1000 ticks), if that moves no audio: both must be at the same
+    // sample. Other units stay.
     static Time_Typed SnapToDisplayTick(const Time_Typed& iTime);
-    // The ticks of a time: the nearest display tick where it is at the time's very sample, else the exact tick, which
-    // the session start (sample 0) always gives. Ticks stay.
+    // The ticks of a time: the nearest display tick where it is at the time's very sample, else the exact
+    // tick, which the session start (sample 0) always gives. Ticks stay.
     static Time_Typed ToTickTimeWithDisplaySnap(const Time_Typed& iTime);
 
 private:
@@ -89,8 +90,8 @@ private:
 //         … Time_Convert::ToSample(tick) …            // by oldMap
 //     }                                               // by the map of before
 //
-// Without a converter in use the scope brings one of its own (with the map alone, or with empty maps of its own when
-// iMap is null) and leaves none in use behind. With one in use, null changes nothing. Scopes nest.
+// Without a converter in use the scope brings one of its own (with the map alone, or with empty maps of its
+// own when iMap is null) and leaves none in use behind. With one in use, null changes nothing. Scopes nest.
 class KORA_API_NODISCARD Time_Convert::StTempoMap
 {
 public:

@@ -11,26 +11,26 @@ namespace {
 
 // The two rates that samples and frames meet by, read once for a run of conversions.
 //
-// Each formula multiplies first and divides last: a quotient of the rates would be rounded before it is used, and a
-// second of frames would no longer be a second of samples.
+// Each formula multiplies first and divides last: a quotient of the rates would be rounded before it is used,
+// and a second of frames would no longer be a second of samples.
 struct PullRates
 {
-    double sampleRate = Time_Globals::GetPullSampleRate();
-    double frameRate = Time_Globals::GetPullFrameRate();
+    double mSampleRate = Time_Globals::GetPullSampleRate();
+    double mFrameRate = Time_Globals::GetPullFrameRate();
 
     Cmn_Int64 FramesToSamples(Cmn_Int64 iFrames) const
     {
-        return Cmn_Float64ToInt64(static_cast<double>(iFrames) * sampleRate / frameRate + 0.5);
+        return Cmn_Float64ToInt64(static_cast<double>(iFrames) * mSampleRate / mFrameRate + 0.5);
     }
     Cmn_Int64 SamplesToFrames(Cmn_Int64 iSamples) const
     {
-        return Cmn_Float64ToInt64(frameRate * static_cast<double>(iSamples) / sampleRate + 0.5);
+        return Cmn_Float64ToInt64(mFrameRate * static_cast<double>(iSamples) / mSampleRate + 0.5);
     }
     // Deliberate: the half is added to the samples, so that the middle of the sample decides.
     // Test: FramesRoundOrRunOn
     Cmn_Int64 SamplesToRunningFrame(Cmn_Int64 iSamples) const
     {
-        return Cmn_Float64ToInt64(frameRate * (static_cast<double>(iSamples) + 0.5) / sampleRate);
+        return Cmn_Float64ToInt64(mFrameRate * (static_cast<double>(iSamples) + 0.5) / mSampleRate);
     }
 };
 

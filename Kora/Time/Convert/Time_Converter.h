@@ -3,12 +3,13 @@
 //                 meter map              tempo map            rates of Time_Globals
 //   bars|beats|ticks  <──────>  ticks  <──────────>  samples  <──────────────────>  frames
 //
-// Units:      samples and frames at the pulled rates of Time_Globals; ticks are internal ticks. Each arrow rounds once;
-//             ticks and frames meet by way of whole samples.
-// Threads:    the thread that owns the maps. After Time_TempoMap::TryToAcquireReadLock a real-time thread may convert
-//             too: conversions allocate, lock and throw nothing.
+// Units:      samples and frames at the pulled rates of Time_Globals; ticks are internal ticks. Each arrow
+//             rounds once; ticks and frames meet by way of whole samples.
+// Threads:    the thread that owns the maps. After Time_TempoMap::TryToAcquireReadLock a real-time thread may
+//             convert too: conversions allocate, lock and throw nothing.
 // Ownership:  borrows its maps; owns those that UseDefaultMaps makes.
-// Missing:    without a tempo map conversions between ticks and the rest assert "mTempoMap != 0", without a meter map
+// Missing:    without a tempo map conversions between ticks and the rest assert "mTempoMap
+//             != 0", without a meter map
 //             those of bars|beats|ticks assert "mMeterMap != 0". They give 0, or for lengths the time unchanged.
 #pragma once
 
@@ -39,7 +40,8 @@ public:
     // What the big counter on the user's screen counts in.
     Time_EType GetMainCounterType() const { return mMainCounterType; }
     void SetMainCounterType(Time_EType iType) { mMainCounterType = iType; }
-    // Makes an empty tempo map and an empty meter map of its own and uses them, each unless it made one before.
+    // Makes an empty tempo map and an empty meter map of its own and uses them, each
+    // unless it made one before.
     void UseDefaultMaps();
 
     // Samples per frame.
@@ -51,8 +53,8 @@ public:
     Time_Tick ToTick(const Time_Typed& iTime) const KORA_NONBLOCKING;
     // The frame whose start is nearest.
     Time_Typed ToFrames(const Time_Typed& iTime) const KORA_NONBLOCKING;
-    // The frame that runs at the middle of the sample. 48000 samples a second, 30 frames: sample 1599 is still in
-    // frame 0, where ToFrames gives 1.
+    // The frame that runs at the middle of the sample. 48000 samples a second, 30 frames: sample 1599 is
+    // still in frame 0, where ToFrames gives 1.
     Time_Typed ToFramesNotRounded(const Time_Typed& iTime) const KORA_NONBLOCKING;
     Time_BarBeatTick ToBarBeatTick(const Time_Typed& iTime) const;
 
@@ -63,8 +65,8 @@ public:
     Time_Typed ToType(const Time_BarBeatTick& iBBT, Time_EType iType) const;
     // The same, with frames by ToFramesNotRounded.
     Time_Typed ToTypeNotRounded(Time_Sample iSample, Time_EType iType) const KORA_NONBLOCKING;
-    // Samples to the first tick that lands there or later, ticks to the first sample that does: where many ticks
-    // share a sample it is the first of them. Only between these two; else it asserts.
+    // Samples to the first tick that lands there or later, ticks to the first sample that does: where many
+    // ticks share a sample it is the first of them. Only between these two; else it asserts.
     Time_Typed ToFirstType(const Time_Typed& iTime, Time_EType iType) const KORA_NONBLOCKING;
     Time_Typed ToMainCounterType(const Time_Typed& iTime) const { return ToType(iTime, mMainCounterType); }
     Time_Typed ToMainCounterType(Time_Sample iSample) const { return ToType(iSample, mMainCounterType); }
@@ -77,8 +79,8 @@ public:
     // Whether the time lay outside the session and was moved to its nearer end.
     bool PinToValidSessionRange(Time_Typed& ioTime) const;
 
-    // A time moved by a length of any unit, in the time's own unit. The sum is taken in the length's unit; a length
-    // of zero gives the very time back.
+    // A time moved by a length of any unit, in the time's own unit. The sum is taken in the length's unit; a
+    // length of zero gives the very time back.
     Time_Typed AddLength(const Time_Typed& iTime, const Time_TypedLength& iLength) const;
     Time_Typed SubtractLength(const Time_Typed& iTime, const Time_TypedLength& iLength) const;
     // By bars, beats and ticks, along the meter map.
@@ -87,8 +89,8 @@ public:
 
     // --- Many times at once, in place, each with the bits that the single form gives.
     //
-    // They assert "ioTimes->GetContext() == Time_eContext_GlobalPosition" and go on with the counts as they are; null
-    // asserts "ioTimes != 0" and does nothing.
+    // They assert "ioTimes->GetContext() == Time_eContext_GlobalPosition" and go on with the counts as they
+    // are; null asserts "ioTimes != 0" and does nothing.
 
     void ToType(Time_TypedVector* ioTimes, Time_EType iType) const KORA_NONBLOCKING;
     void ToSamples(Time_TypedVector* ioTimes) const KORA_NONBLOCKING;
@@ -97,8 +99,9 @@ public:
     // The vector keeps its unit.
     void AddLength(Time_TypedVector* ioTimes, const Time_TypedLength& iLength) const;
     void SubtractLength(Time_TypedVector* ioTimes, const Time_TypedLength& iLength) const;
-    // Lengths and a time make global positions, global positions less a time make lengths: the time is converted to
-    // the vector's unit, which stays. AddTime asserts "ioTimes->GetContext() == Time_eContext_RelativeLength".
+    // Lengths and a time make global positions, global positions less a time make lengths: the time is
+    // converted to the vector's unit, which stays. AddTime asserts "ioTimes->GetContext() ==
+    // Time_eContext_RelativeLength".
     void AddTime(Time_TypedVector* ioTimes, const Time_Typed& iTime) const;
     void SubtractTime(Time_TypedVector* ioTimes, const Time_Typed& iTime) const;
 

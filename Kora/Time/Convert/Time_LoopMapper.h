@@ -4,8 +4,8 @@
 //                   local    0 … 199   100 … 199   100 … 199
 //                   passes      0          1           2
 //
-// Units:  any one unit; start, end and arguments of different units are reported as "time_type_mismatch". Results have
-//         the argument's unit.
+// Units:  any one unit; start, end and arguments of different units are reported as "time_type_mismatch".
+//         Results have the argument's unit.
 #pragma once
 
 #include "Kora/Time/Values/Time_Typed.h"
@@ -27,7 +27,8 @@ public:
     // The length of iPasses passes.
     constexpr Time_TypedLength GetLoopOffset(Cmn_Int64 iPasses) const { return (mEnd - mStart) * iPasses; }
 
-    // iLocal after iPasses passes: (150, 2) is 350. Before the loop's start time passes but once: (50, 2) is 50.
+    // iLocal after iPasses passes: (150, 2) is 350. Before the loop's start time passes
+    // but once: (50, 2) is 50.
     // Deliberate: times at or after the loop's end are moved too, ElapsedToLocalTime folds only those.
     // Test: LocalTimesPastTheEndMoveToo
     constexpr Time_Typed LocalToElapsedTime(const Time_Typed& iLocal, Cmn_Int64 iPasses) const
@@ -35,8 +36,9 @@ public:
         return iLocal >= mStart ? iLocal + GetLoopOffset(iPasses) : iLocal;
     }
 
-    // iElapsed folded into the loop, with the passes made: 350 is 150 after 2, the end itself the start after 1. Times
-    // before the end, and all times of a loop of no or negative length, stay, with 0 passes. oPasses may be null.
+    // iElapsed folded into the loop, with the passes made: 350 is 150 after 2, the end itself the start
+    // after 1. Times before the end, and all times of a loop of no or negative length, stay, with 0
+    // passes. oPasses may be null.
     constexpr Time_Typed ElapsedToLocalTime(Cmn_Int64* oPasses, const Time_Typed& iElapsed) const
     {
         Cmn_Int64 passes = 0;

@@ -36,8 +36,8 @@ public:
     }
 
     // This position moved by iOffset, as if the meter held throughout: 3|4|0 in 4/4 by 960000 ticks is 4|1|0.
-    // Deliberate: a beat lasts denominator × 240000 ticks here, 3840000 / denominator in Diff; only denominators of 4
-    // agree. Test: OffsetAndDiffDisagreeOnTheBeat
+    // Deliberate: a beat lasts denominator × 240000 ticks here, 3840000 / denominator in Diff; only
+    // denominators of 4 agree. Test: OffsetAndDiffDisagreeOnTheBeat
     KORA_API void Offset(const Time_TickLength& iOffset, const Time_Meter& iMeter,
                          Time_BarBeatTick& oResult) const;
     // The internal ticks from iOther to this position in the meter: from 1|1|0 to 2|1|0 in 6/8 they are 2880000.
@@ -60,10 +60,11 @@ public:
     //
     //   bar    at least -9999; five places when padded
     //   beat   plain decimal; two places when padded
-    //   ticks  display ticks, -999 to 9999: the thousands digit (a blank for 0, "-" below 0), then three digits
+    //   ticks  display ticks, -999 to 9999: the thousands digit (a blank for 0, "-"
+    //          below 0), then three digits
     [[nodiscard]] KORA_API std::string ToString(bool iShowTick, bool iPad) const;
-    // Reads both forms, with or without blanks around the numbers; a missing tick part is 0. Anything else is false and
-    // changes nothing.
+    // Reads both forms, with or without blanks around the numbers; a missing tick part is 0. Anything else is
+    // false and changes nothing.
     [[nodiscard]] KORA_API bool FromString(const std::string& iText);
     // All fields as they stand: "3|4|480000"
     [[nodiscard]] KORA_API std::string Dump() const;

@@ -19,19 +19,17 @@ struct Combo
 };
 
 // Indexed by EComboPullFactor.
-constexpr std::array<Combo, 9> cCombos = {
-    {
-     {ePullFactor_None, ePullFactor_None, "None", ""},
-     {ePullFactor_Down, ePullFactor_None, "0.1% Down", " [24/30 fps - FILM To NTSC]"},
-     {ePullFactor_Up, ePullFactor_None, "0.1% Up", " [29.97 fps - NTSC To FILM]"},
-     {ePullFactor_None, ePullFactor_Down, "4% Down", " [25 fps - PAL To FILM]"},
-     {ePullFactor_None, ePullFactor_Up, "4% Up", " [24/30 fps - FILM To PAL]"},
-     {ePullFactor_Down, ePullFactor_Down, "4% Down, 0.1% Down", " [25 fps - PAL To NTSC]"},
-     {ePullFactor_Up, ePullFactor_Down, "4% Down, 0.1% Up", " [Invalid]"},
-     {ePullFactor_Down, ePullFactor_Up, "4% Up, 0.1% Down", " [Invalid]"},
-     {ePullFactor_Up, ePullFactor_Up, "4% Up, 0.1% Up", " [29.97 fps - NTSC To PAL]"},
-     }
-};
+constexpr std::array<Combo, 9> cCombos = {{
+    {ePullFactor_None, ePullFactor_None, "None", ""},
+    {ePullFactor_Down, ePullFactor_None, "0.1% Down", " [24/30 fps - FILM To NTSC]"},
+    {ePullFactor_Up, ePullFactor_None, "0.1% Up", " [29.97 fps - NTSC To FILM]"},
+    {ePullFactor_None, ePullFactor_Down, "4% Down", " [25 fps - PAL To FILM]"},
+    {ePullFactor_None, ePullFactor_Up, "4% Up", " [24/30 fps - FILM To PAL]"},
+    {ePullFactor_Down, ePullFactor_Down, "4% Down, 0.1% Down", " [25 fps - PAL To NTSC]"},
+    {ePullFactor_Up, ePullFactor_Down, "4% Down, 0.1% Up", " [Invalid]"},
+    {ePullFactor_Down, ePullFactor_Up, "4% Up, 0.1% Down", " [Invalid]"},
+    {ePullFactor_Up, ePullFactor_Up, "4% Up, 0.1% Up", " [29.97 fps - NTSC To PAL]"},
+}};
 
 const Combo* FindCombo(EComboPullFactor iCombo)
 {
@@ -44,14 +42,10 @@ const Combo* FindCombo(EComboPullFactor iCombo)
 
 double Time_Globals::sSampleRate = 44100.0;
 double Time_Globals::sFrameRate = 30000.0 / 1001.0;
-EPullFactor Time_Globals::sPullFactors[2][2] = {
-    {ePullFactor_None, ePullFactor_None},
-    {ePullFactor_None, ePullFactor_None}
-};
-EPullFactor Time_Globals::sPullFactorsSaveForLE[2][2] = {
-    {ePullFactor_None, ePullFactor_None},
-    {ePullFactor_None, ePullFactor_None}
-};
+EPullFactor Time_Globals::sPullFactors[2][2] = {{ePullFactor_None, ePullFactor_None},
+                                                {ePullFactor_None, ePullFactor_None}};
+EPullFactor Time_Globals::sPullFactorsSaveForLE[2][2] = {{ePullFactor_None, ePullFactor_None},
+                                                         {ePullFactor_None, ePullFactor_None}};
 ETimeCodeFormat Time_Globals::sGlobalTimeCodeFormat = eTimeCodeFormat_30;
 Cmn_Int32 Time_Globals::sFrameOffset = 0;
 bool Time_Globals::sAutoMatchPullFactors = false;

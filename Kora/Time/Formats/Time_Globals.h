@@ -1,8 +1,9 @@
-// Time_Globals: the session's sample rate, frame rate, timecode format, frame offset and pull factors, process-wide.
+// Time_Globals: the session's sample rate, frame rate, timecode format, frame offset and
+// pull factors, process-wide.
 //
 // Units:     rates in samples or frames per second; the frame offset in frames.
-// Pulls:     audio and video run faster or slower when material moves between film (24), NTSC (29.97) and PAL (25):
-//            the NTSC pull is 0.1 % (30 : 29.97), the PAL pull 4 % (24 : 25).
+// Pulls:     audio and video run faster or slower when material moves between film (24), NTSC (29.97) and PAL
+//            (25): the NTSC pull is 0.1 % (30 : 29.97), the PAL pull 4 % (24 : 25).
 // Lifetime:  the values hold from library load; nothing resets them.
 // Threads:   no locks. Set them from the host's main thread while no conversion runs.
 // Trace:     setters marked (traced) write a line to category 0x4000E0C when the value changes.
@@ -82,7 +83,8 @@ public:
     static double GetPullSampleRate();
     // The frame rate with the video pulls. At 30 with NTSC pull down it is 29.97.
     static double GetPullFrameRate();
-    // iValue with the pulls of a medium. For audio a rate. For video a duration, so the pulls go the other way than in
+    // iValue with the pulls of a medium. For audio a rate. For video a duration, so the pulls
+    // go the other way than in
     // GetPullFrameRate: 30 with NTSC pull down is 30.03. Test: VideoPullsAdjustDurationsAgainstRates
     [[nodiscard]] static double AdjustForPullFactors(EPullMedia iMedia, double iValue);
 
@@ -94,7 +96,8 @@ public:
     // "4% Down, 0.1% Down", with the description " [25 fps - PAL To NTSC]" appended when asked for.
     [[nodiscard]] static std::string GetComboString(EComboPullFactor iCombo, bool iWithDescription);
 
-    // A pair with a factor outside none, up and down is combination 0, a combination outside 0 to 8 the pair none, none.
+    // A pair with a factor outside none, up and down is combination 0, a combination outside 0
+    // to 8 the pair none, none.
     [[nodiscard]] static EComboPullFactor GetComboPullFactor(EPullFactor iNTSC, EPullFactor iPAL);
     static void ComboToPullFactors(EComboPullFactor iCombo, EPullFactor& oNTSC, EPullFactor& oPAL);
     // The combination that takes material of one video format to another; 0 where none is needed.

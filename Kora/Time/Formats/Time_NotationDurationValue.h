@@ -1,4 +1,5 @@
-// Time_NotationDurationValue: a note value, whole note to 1/64, dotted or of a tuplet, such as a metronome click.
+// Time_NotationDurationValue: a note value, whole note to 1/64, dotted or of a tuplet,
+// such as a metronome click.
 //
 // Units: internal ticks, a whole note 3840000.
 #pragma once
@@ -29,7 +30,8 @@ public:
         , mDotted(iDotted)
     {
     }
-    // iTupletCount notes in the time of iTupletTime: a triplet eighth is (Eighth, false, true, 2, 3), 320000 ticks.
+    // iTupletCount notes in the time of iTupletTime: a triplet eighth is (Eighth, false,
+    // true, 2, 3), 320000 ticks.
     constexpr Time_NotationDurationValue(Time_ENoteDuration iDuration, bool iDotted, bool iTuplet,
                                          Cmn_Int32 iTupletCount, Cmn_Int32 iTupletTime)
         : mDuration(iDuration)
@@ -46,11 +48,11 @@ public:
     constexpr Cmn_Int32 GetTupletCount() const { return mTupletCount; }
     constexpr Cmn_Int32 GetTupletTime() const { return mTupletTime; }
 
-    // Dotted adds half, a tuplet multiplies by count / time (a time of 0 does not). A code outside 1 to 7 asserts and
-    // counts as a quarter.
+    // Dotted adds half, a tuplet multiplies by count / time (a time of 0 does not). A code outside 1 to 7
+    // asserts and counts as a quarter.
     KORA_API Time_TickLength GetTicks() const;
-    // The longest plain note value not above a length in internal ticks (a 1/64 for anything shorter), dotted where
-    // that fits too: 959999 is a dotted eighth.
+    // The longest plain note value not above a length in internal ticks (a 1/64 for anything shorter), dotted
+    // where that fits too: 959999 is a dotted eighth.
     KORA_API static void MakeDurationValue(const Time_TickLength& iLength,
                                            Time_NotationDurationValue& oValue);
 
@@ -61,7 +63,8 @@ public:
     KORA_API friend std::strong_ordering operator<=>(const Time_NotationDurationValue& iA,
                                                      const Time_NotationDurationValue& iB);
 
-    // Stream form, version 1: version (16 bits), code (32), dotted, tuplet (bool), tuplet count, tuplet time (32).
+    // Stream form, version 1: version (16 bits), code (32), dotted, tuplet (bool), tuplet
+    // count, tuplet time (32).
     KORA_API void StreamOut(Sys_TypedOutStream& ioStream) const;
     // Throws Sys_StreamReadException for a code outside 1 to 7, Cmn_DocumentTooOldException and
     // Cmn_DocumentTooNewException for other versions; the value then stays.

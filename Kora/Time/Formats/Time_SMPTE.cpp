@@ -21,22 +21,23 @@ struct Format
 
 constexpr Format cNoFormat = {-1, -1.0, 0};
 // Indexed by ETimeCodeFormat.
-constexpr std::array<Format, 15> cFormats = {
-    {
-     cNoFormat, {24, 24.0, 0},
-     {25, 25.0, 0},
-     {30, 30000.0 / 1001.0, 0},
-     cNoFormat, {30, 30000.0 / 1001.0, 2},
-     cNoFormat, {30, 30.0, 0},
-     {30, 30.0, 2},
-     {24, 24000.0 / 1001.0, 0},
-     {50, 50.0, 0},
-     {60, 60000.0 / 1001.0, 0},
-     {60, 60000.0 / 1001.0, 4},
-     {60, 60.0, 0},
-     {60, 60.0, 4},
-     }
-};
+constexpr std::array<Format, 15> cFormats = {{
+    cNoFormat,
+    {24, 24.0, 0},
+    {25, 25.0, 0},
+    {30, 30000.0 / 1001.0, 0},
+    cNoFormat,
+    {30, 30000.0 / 1001.0, 2},
+    cNoFormat,
+    {30, 30.0, 0},
+    {30, 30.0, 2},
+    {24, 24000.0 / 1001.0, 0},
+    {50, 50.0, 0},
+    {60, 60000.0 / 1001.0, 0},
+    {60, 60000.0 / 1001.0, 4},
+    {60, 60.0, 0},
+    {60, 60.0, 4},
+}};
 
 ETimeCodeFormat Resolved(ETimeCodeFormat iFormat)
 {
@@ -57,7 +58,8 @@ const Format& CheckedFormatOf(ETimeCodeFormat iFormat)
     return format;
 }
 
-// The skip rule, for one block of ten minutes. Minute 0 keeps all its labels; each later one lacks the first few.
+// The skip rule, for one block of ten minutes. Minute 0 keeps all its labels; each later
+// one lacks the first few.
 struct DropRule
 {
     Cmn_Int32 mDroppedPerMinute;
@@ -70,13 +72,12 @@ struct DropRule
 
 constexpr Cmn_Int32 cPastAll = 0x7FFFFFFF;
 constexpr DropRule cDrop30 = {
-    2, 1800, 18000, 17982, {0, 1800, 3598, 5396, 7194, 8992, 10790, 12588, 14386, 16184, cPastAll}
-};
-// Deliberate: minute 7 opens a frame early, at 25175 instead of 25176, so that minute 6 is short by one frame and
-// minute 7 long. Frame 25175 is labelled 00:07:00;03, and 00:06:59;59 is never written. Test: EveryFrameOfADay
+    2, 1800, 18000, 17982, {0, 1800, 3598, 5396, 7194, 8992, 10790, 12588, 14386, 16184, cPastAll}};
+// Deliberate: minute 7 opens a frame early, at 25175 instead of 25176, so that minute 6 is short by
+// one frame and minute 7 long. Frame 25175 is labelled 00:07:00;03, and 00:06:59;59 is never
+// written. Test: EveryFrameOfADay
 constexpr DropRule cDrop60 = {
-    4, 3600, 36000, 35964, {0, 3600, 7196, 10792, 14388, 17984, 21580, 25175, 28772, 32368, cPastAll}
-};
+    4, 3600, 36000, 35964, {0, 3600, 7196, 10792, 14388, 17984, 21580, 25175, 28772, 32368, cPastAll}};
 
 template <const DropRule& cRule>
 Cmn_Int32 FramesOfLabels(Cmn_Int32 iLabels)
@@ -206,7 +207,8 @@ void Time_SMPTE::SetFromTotalFrames(Cmn_Int32 iFrames)
 template <Cmn_Int32 cFramesPerSecond>
 void Time_SMPTE::SetFields(Cmn_Int32 iLabels)
 {
-    // Three quotients of the same count, rather than each of the last one's remainder: they do not wait for each other.
+    // Three quotients of the same count, rather than each of the last one's remainder: they do
+    // not wait for each other.
     const Cmn_Int32 seconds = Cmn_TruncDiv(iLabels, cFramesPerSecond);
     const Cmn_Int32 minutes = iLabels / (cFramesPerSecond * 60);
     const Cmn_Int32 hours = iLabels / (cFramesPerSecond * 3600);

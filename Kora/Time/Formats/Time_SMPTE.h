@@ -5,9 +5,10 @@
 // Drop:       the drop formats leave out the first 2 labels (4 at 60 frames) of every minute but each tenth:
 //             00:00:59;29 is followed by 00:01:00;02. No frame is lost, only labels.
 // Format 0:   every computation takes the global format as it stands at that moment.
-// Invariants: subSamples < GetPullSampleRate / real rate. Fields that would be negative wrap into their 8 bits.
-// Asserts:    formats without frames per second (4, 6, unknown ones) assert "framesPerSecond != -1", and the computation
-//             goes on with -1.
+// Invariants: subSamples < GetPullSampleRate / real rate. Fields that would be
+// negative wrap into their 8 bits.
+// Asserts:    formats without frames per second (4, 6, unknown ones) assert "framesPerSecond != -1", and the
+//             computation goes on with -1.
 #pragma once
 
 #include "Kora/Time/Formats/Time_ETimeCodeFormat.h"
@@ -43,10 +44,10 @@ public:
 
     // Frames since 00:00:00:00. 29.97 drop: 00:10:00;00 is 17982.
     Cmn_Int32 GetTotalFrames() const;
-    // The label of a frame; subSamples become 0. A negative count is taken from the day's end, once; hours above 23 are
-    // taken down by 24, once. 25 fps: -1 is 23:59:59:24.
-    // Deliberate: negative counts in drop formats go the same way: -1 in 29.97 drop is 00:01:26;13, for a day has fewer
-    // frames than labels. Test: CountsOutsideTheDayWrapOnce
+    // The label of a frame; subSamples become 0. A negative count is taken from the day's end, once; hours
+    // above 23 are taken down by 24, once. 25 fps: -1 is 23:59:59:24.
+    // Deliberate: negative counts in drop formats go the same way: -1 in 29.97 drop is 00:01:26;13, for a day
+    // has fewer frames than labels. Test: CountsOutsideTheDayWrapOnce
     void SetFromTotalFrames(Cmn_Int32 iFrames);
 
     // Frames × 100, and of the rest the last subframe that starts at or before it.
@@ -57,16 +58,16 @@ public:
     double GetTotalSamplesFloat() const;
     // Rounded to the nearest sample.
     Time_Sample GetTotalSamples() const;
-    // The label whose frame holds the sample: the last frame whose start, rounded to a sample, is at or before it.
-    // GetTotalSamples gives the same sample back within the day.
+    // The label whose frame holds the sample: the last frame whose start, rounded to a sample, is at or
+    // before it. GetTotalSamples gives the same sample back within the day.
     void SetFromTotalSamples(const Time_Sample& iSample);
 
-    // In drop formats moves a label that the skip rule leaves out to the first label of its minute: 00:01:00;00 becomes
-    // 00:01:00;02.
+    // In drop formats moves a label that the skip rule leaves out to the first label of its minute:
+    // 00:01:00;00 becomes 00:01:00;02.
     void MakeIntoLegalDropFrameLocation();
 
-    // Label count to frame count in the drop formats, and back. Formats other than 5 and 8 count as 60 frames.
-    // 29.97 drop: label 1802 is frame 1800.
+    // Label count to frame count in the drop formats, and back. Formats other than 5 and 8 count as 60
+    // frames. 29.97 drop: label 1802 is frame 1800.
     [[nodiscard]] Cmn_Int32 DropFrames(Cmn_Int32 iLabels) const;
     [[nodiscard]] Cmn_Int32 UndropFrames(Cmn_Int32 iFrames) const;
 
@@ -74,8 +75,8 @@ public:
     [[nodiscard]] bool IsLabel() const;
     // "01:02:03:04", in drop formats "01:02:03;04". The fields as they stand.
     [[nodiscard]] std::string ToString() const;
-    // Reads what ToString writes; drop formats also take ":" before the frames. Only labels of the format are taken;
-    // subSamples become 0. Anything else is false and changes nothing.
+    // Reads what ToString writes; drop formats also take ":" before the frames. Only labels of the format are
+    // taken; subSamples become 0. Anything else is false and changes nothing.
     [[nodiscard]] bool FromString(const std::string& iText);
     // "01:02:03;04 + 12.5 samples [29.97 fps drop]"
     [[nodiscard]] std::string Dump() const;

@@ -22,10 +22,10 @@ constexpr Cmn_Int32 cNameOfDMinor = 1369;
 
 // Pitch class of the tonic by number of accidentals.
 constexpr int cTonics[2][2][cMostAccidentals + 1] = {
-    {{0, 7, 2, 9, 4, 11, 6, 1},  {0, 5, 10, 3, 8, 1, 6, 11}},
- // Deliberate: A minor written with flats moves as if its tonic were C; saved songs were transposed so.
-  // Test: TranspositionOddities
-    {{9, 4, 11, 6, 1, 8, 3, 10}, {0, 2, 7, 0, 5, 10, 3, 8} },
+    {{0, 7, 2, 9, 4, 11, 6, 1}, {0, 5, 10, 3, 8, 1, 6, 11}},
+    // Deliberate: A minor written with flats moves as if its tonic were C; saved songs were transposed so.
+    // Test: TranspositionOddities
+    {{9, 4, 11, 6, 1, 8, 3, 10}, {0, 2, 7, 0, 5, 10, 3, 8}},
 };
 
 // By interval above the tonic: is it between two tones of the scale?
@@ -36,14 +36,11 @@ constexpr bool cIsOutOfScale[2][cOctave] = {
 
 // Semitones from each interval to the next tone of the scale.
 constexpr int cScaleStep[2][2][cOctave] = {
-    {{2, 1, 2, 1, 1, 2, 1, 2, 1, 2, 1, 1},             {2, 1, 1, 2, 1, 2, 1, 1, 2, 1, 2, 1}            },
+    {{2, 1, 2, 1, 1, 2, 1, 2, 1, 2, 1, 1}, {2, 1, 1, 2, 1, 2, 1, 1, 2, 1, 2, 1}},
     {{-1, -1, -2, -1, -2, -1, -1, -2, -1, -2, -1, -2}, {-2, -1, -2, -1, -1, -2, -1, -2, -1, -1, -2, -1}},
 };
 
-constexpr Cmn_Int16 cStaffLineOffsets[2][cMostAccidentals] = {
-    {0, 3, -1, 2, 5, 1, 4},
-    {4, 1, 5,  2, 6, 3, 7}
-};
+constexpr Cmn_Int16 cStaffLineOffsets[2][cMostAccidentals] = {{0, 3, -1, 2, 5, 1, 4}, {4, 1, 5, 2, 6, 3, 7}};
 
 constexpr int FloorMod12(int iValue) { return (iValue % cOctave + cOctave) % cOctave; }
 
@@ -125,8 +122,8 @@ void Time_KeySignature::GetAccidentalStaffLineOffsets(std::vector<Cmn_Int16>& io
 
 void Time_KeySignature::CreateRandomKey()
 {
-    // Deliberate: a flag is false only when std::rand gives 0, so that nearly every key is major with sharps; the
-    // drawing tests' pictures rest on it. Test: ARandomKeyIsMajorWithSharpsUnlessRandGivesZero
+    // Deliberate: a flag is false only when std::rand gives 0, so that nearly every key is major with sharps;
+    // the drawing tests' pictures rest on it. Test: ARandomKeyIsMajorWithSharpsUnlessRandGivesZero
     mIsMajor = std::rand() != 0;
     mIsSharps = std::rand() != 0;
     mAccidentals = static_cast<Cmn_UInt8>(std::rand() % (cMostAccidentals + 1));

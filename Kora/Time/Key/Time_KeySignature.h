@@ -1,7 +1,7 @@
 // Time_KeySignature: the key of the music, its name, its accidentals and its scale.
 //
-// Units:   pitches are pitch classes, 0 = C … 11 = B; other pitches are taken modulo 12. Distances are semitones.
-//          Staff positions count lines and spaces.
+// Units:   pitches are pitch classes, 0 = C … 11 = B; other pitches are taken modulo 12. Distances are
+//          semitones. Staff positions count lines and spaces.
 // Values:  0 to 7 accidentals. A greater count has no name and counts as 7 elsewhere.
 // Threads: a plain value; CreateRandomKey calls std::rand.
 #pragma once
@@ -27,8 +27,8 @@ public:
     }
 
     constexpr bool IsMajor() const { return mIsMajor; }
-    // Written with sharps; false: with flats. Without accidentals it still chooses the tables used below, so that
-    // C major and A minor exist in both forms, which are not equal.
+    // Written with sharps; false: with flats. Without accidentals it still chooses the tables used below, so
+    // that C major and A minor exist in both forms, which are not equal.
     constexpr bool IsSharps() const { return mIsSharps; }
     constexpr Cmn_UInt8 GetAccidentalCount() const { return mAccidentals; }
 
@@ -45,8 +45,9 @@ public:
     std::string GetMinorKeyStringWithSharps() const;
     std::string GetMinorKeyStringWithFlats() const;
 
-    // Semitones from a pitch to the one iSteps steps up (positive) or down (negative) the scale, 0 for no steps.
-    // A pitch between two scale tones moves as the tone that it passes first does, and stays as far from it:
+    // Semitones from a pitch to the one iSteps steps up (positive) or down (negative) the scale, 0
+    // for no steps. A pitch between two scale tones moves as the tone that it passes first does,
+    // and stays as far from it:
     //
     //   C major, pitch 0 (C),  1 step up:   2      E (4) 1 up:  1      C 1 down: -1
     //   C major, pitch 1 (C#), 1 step up:   2, from beside C to beside D

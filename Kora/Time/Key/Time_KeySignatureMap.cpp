@@ -80,20 +80,20 @@ Time_KeySignatureMap::~Time_KeySignatureMap() = default;
 // How many entries lie at or before the tick.
 std::size_t Time_KeySignatureMap::CountUpTo(Time_Tick iTick) const
 {
-    return mKeys.empty() || iTick < mKeys.front().tick ? 0 : mIndex->Find(iTick.AsInt64()) + 1;
+    return mKeys.empty() || iTick < mKeys.front().mTick ? 0 : mIndex->Find(iTick.AsInt64()) + 1;
 }
 
 Time_KeySignatureMap::Entries::const_iterator Time_KeySignatureMap::FirstAtOrAfter(Time_Tick iTick) const
 {
     const std::size_t count = CountUpTo(iTick);
-    const bool isAtTick = count > 0 && mKeys[count - 1].tick == iTick;
+    const bool isAtTick = count > 0 && mKeys[count - 1].mTick == iTick;
     return mKeys.begin() + static_cast<std::ptrdiff_t>(count - isAtTick);
 }
 
 Time_KeySignature Time_KeySignatureMap::KeyInForce(Time_Tick iTick) const
 {
     const std::size_t count = CountUpTo(iTick);
-    return count == 0 ? Time_KeySignature::sDefault : mKeys[count - 1].key;
+    return count == 0 ? Time_KeySignature::sDefault : mKeys[count - 1].mKey;
 }
 
 Time_KeySignature Time_KeySignatureMap::GetKeySignatureAtTime(const Time_Typed& iTime) const
@@ -109,8 +109,8 @@ bool Time_KeySignatureMap::FindKeySignatureBeforeTime(const Time_Typed& iTime, T
     const Time_Tick last = TickOf(stepped < sessionStart ? sessionStart : stepped);
     const std::size_t count = CountUpTo(last);
     if (count == 0) return false;
-    oTick = mKeys[count - 1].tick;
-    oKey = mKeys[count - 1].key;
+    oTick = mKeys[count - 1].mTick;
+    oKey = mKeys[count - 1].mKey;
     return true;
 }
 
@@ -121,15 +121,15 @@ bool Time_KeySignatureMap::FindKeySignatureAfterTime(const Time_Typed& iTime, Ti
     const Time_Typed stepped = iIncludeTime ? iTime : Time_Convert::AddLength(iTime, OneUnit(iTime));
     const auto found = FirstAtOrAfter(TickOf(stepped > sessionEnd ? sessionEnd : stepped));
     if (found == mKeys.end()) return false;
-    oTick = found->tick;
-    oKey = found->key;
+    oTick = found->mTick;
+    oKey = found->mKey;
     return true;
 }
 
 bool Time_KeySignatureMap::GetIndexAtTick(Time_Tick iTick, long& oIndex) const
 {
     const auto found = FirstAtOrAfter(iTick);
-    if (found == mKeys.end() || found->tick != iTick) return false;
+    if (found == mKeys.end() || found->mTick != iTick) return false;
     oIndex = static_cast<long>(found - mKeys.begin());
     return true;
 }
@@ -138,29 +138,29 @@ bool Time_KeySignatureMap::GetKeysSignature(long iIndex, Time_Tick& oTick, Time_
 {
     if (!Cmn_ASSERT(IsIndex(iIndex))) return false;
     const Entry& entry = mKeys[static_cast<std::size_t>(iIndex)];
-    oTick = entry.tick;
-    oKey = entry.key;
+    oTick = entry.mTick;
+    oKey = entry.mKey;
     return true;
 }
 
 Time_KeySignature Time_KeySignatureMap::at(long iIndex) const
 {
     if (!Cmn_ASSERT(IsIndex(iIndex))) return Time_KeySignature::sDefault;
-    return mKeys[static_cast<std::size_t>(iIndex)].key;
+    return mKeys[static_cast<std::size_t>(iIndex)].mKey;
 }
 
 bool Time_KeySignatureMap::GetKeySignaturesRange(Time_Tick& oStart, Time_Tick& oEnd) const
 {
     if (mKeys.empty()) return false;
-    oStart = mKeys.front().tick;
-    oEnd = mKeys.back().tick + Time_TickLength(1);
+    oStart = mKeys.front().mTick;
+    oEnd = mKeys.back().mTick + Time_TickLength(1);
     return true;
 }
 
 bool Time_KeySignatureMap::RangeContainsData(Time_Tick iStart, Time_Tick iEnd) const
 {
     const auto found = FirstAtOrAfter(iStart);
-    return found != mKeys.end() && found->tick < iEnd;
+    return found != mKeys.end() && found->mTick < iEnd;
 }
 
 // ---------------------------------------------------------------------------------------------- edits
@@ -174,9 +174,9 @@ void Time_KeySignatureMap::AboutToModify()
 // Every mutation ends here. The first iFront ticks and the last iBack are as they were.
 void Time_KeySignatureMap::Changed(std::size_t iFront, std::size_t iBack)
 {
-    mIndex->Splice(mKeys.size(), iFront, iBack, [this](std::size_t i) { return mKeys[i].tick.AsInt64(); });
+    mIndex->Splice(mKeys.size(), iFront, iBack, [this](std::size_t i) { return mKeys[i].mTick.AsInt64(); });
 #ifndef NDEBUG
-    const auto stuck = std::ranges::adjacent_find(mKeys, std::ranges::greater_equal{}, &Entry::tick);
+    const auto stuck = std::ranges::adjacent_find(mKeys, std::ranges::greater_equal{}, &Entry::mTick);
     Cmn_ASSERT_TEXT(stuck == mKeys.end(), "ticks ascend");
 #endif
 }
@@ -184,8 +184,8 @@ void Time_KeySignatureMap::Changed(std::size_t iFront, std::size_t iBack)
 void Time_KeySignatureMap::Store(Time_Tick iTick, const Time_KeySignature& iKey)
 {
     const auto place = mKeys.begin() + (FirstAtOrAfter(iTick) - mKeys.cbegin());
-    if (place != mKeys.end() && place->tick == iTick) {
-        place->key = iKey;
+    if (place != mKeys.end() && place->mTick == iTick) {
+        place->mKey = iKey;
         return;
     }
     const auto front = static_cast<std::size_t>(place - mKeys.begin());
@@ -238,7 +238,7 @@ void Time_KeySignatureMap::DeleteTime(Time_Tick iStart, Time_Tick iEnd)
     // The differences wrap and wrap back: what follows the end lands at or after the start.
     const auto firstLater = FirstAtOrAfter(iEnd) - mKeys.cbegin();
     for (auto later = mKeys.begin() + firstLater; later != mKeys.end(); ++later)
-        later->tick = iStart + (later->tick - iEnd);
+        later->mTick = iStart + (later->mTick - iEnd);
     Changed(static_cast<std::size_t>(firstLater));
     Store(iStart, keyAtEnd);
 }
@@ -249,7 +249,7 @@ void Time_KeySignatureMap::InsertTime(Time_Tick iAt, const Time_TickLength& iLen
     const Cmn_Int64 length = iLength.AsInt64();
     if (length < 1) return;
     const Cmn_Int64 lastThatFits = std::numeric_limits<Cmn_Int64>::max() - length;
-    const Time_Tick last = mKeys.empty() ? iAt : std::max(iAt, mKeys.back().tick);
+    const Time_Tick last = mKeys.empty() ? iAt : std::max(iAt, mKeys.back().mTick);
     if (!Cmn_ASSERT_TEXT(last.AsInt64() <= lastThatFits, "the shifted entries stay in range")) return;
 
     AboutToModify();
@@ -257,7 +257,7 @@ void Time_KeySignatureMap::InsertTime(Time_Tick iAt, const Time_TickLength& iLen
         iSource != nullptr ? iSource->mKeys : Entries(); // before it moves, if it is this map
     const auto firstMoved = FirstAtOrAfter(iAt) - mKeys.cbegin();
     for (auto moved = mKeys.begin() + firstMoved; moved != mKeys.end(); ++moved)
-        moved->tick += iLength;
+        moved->mTick += iLength;
     Changed(static_cast<std::size_t>(firstMoved));
     if (!source.empty()) PasteEntries(iAt, iAt + iLength, source);
 }
@@ -269,8 +269,8 @@ void Time_KeySignatureMap::Copy(Time_KeySignatureMap* oDest, Time_Tick iStart, T
     if (iStart < iEnd) {
         copied.push_back({Time_cZeroTick, KeyInForce(iStart)});
         for (auto entry = FirstAtOrAfter(iStart); entry != FirstAtOrAfter(iEnd); ++entry)
-            if (entry->tick != iStart)
-                copied.push_back({Time_cZeroTick + (entry->tick - iStart), entry->key});
+            if (entry->mTick != iStart)
+                copied.push_back({Time_cZeroTick + (entry->mTick - iStart), entry->mKey});
     }
     oDest->AboutToModify();
     oDest->mKeys = std::move(copied);
@@ -292,10 +292,10 @@ void Time_KeySignatureMap::PasteEntries(Time_Tick iStart, Time_Tick iEnd, const 
     // Unsigned, since a range may be longer than a signed length can say.
     const auto span = static_cast<Cmn_UInt64>((iEnd - iStart).AsInt64());
     for (const Entry& entry : iSource) {
-        const Cmn_Int64 offset = entry.tick.AsInt64();
+        const Cmn_Int64 offset = entry.mTick.AsInt64();
         if (offset < 0 || static_cast<Cmn_UInt64>(offset) >= span) continue;
-        if (offset == 0 && entry.key == keyAtStart) continue;
-        Store(iStart + Time_TickLength(offset), entry.key);
+        if (offset == 0 && entry.mKey == keyAtStart) continue;
+        Store(iStart + Time_TickLength(offset), entry.mKey);
     }
     if (!(KeyInForce(iEnd) == keyAtEnd)) Store(iEnd, keyAtEnd);
 }
@@ -320,35 +320,35 @@ void Time_KeySignatureMap::NdoRestoreState(Ndo_State* iState)
     mIsModified = true;
 }
 
-void Time_KeySignatureMap::StreamOut(Sys_TypedOutStream& iStream) const
+void Time_KeySignatureMap::StreamOut(Sys_TypedOutStream& ioStream) const
 {
-    Sys_StdStreamHeaderWriter header(iStream, cStreamName, cStreamVersion);
-    iStream.WriteInt32(static_cast<Cmn_Int32>(mKeys.size()));
+    Sys_StdStreamHeaderWriter header(ioStream, cStreamName, cStreamVersion);
+    ioStream.WriteInt32(static_cast<Cmn_Int32>(mKeys.size()));
     for (const Entry& entry : mKeys) {
-        iStream.WriteInt64(entry.tick.AsInt64());
-        iStream.WriteBool(entry.key.IsMajor());
-        iStream.WriteBool(entry.key.IsSharps());
-        iStream.WriteUInt8(entry.key.GetAccidentalCount());
+        ioStream.WriteInt64(entry.mTick.AsInt64());
+        ioStream.WriteBool(entry.mKey.IsMajor());
+        ioStream.WriteBool(entry.mKey.IsSharps());
+        ioStream.WriteUInt8(entry.mKey.GetAccidentalCount());
     }
     header.PatchSize();
 }
 
-void Time_KeySignatureMap::StreamIn(Sys_TypedInStream& iStream)
+void Time_KeySignatureMap::StreamIn(Sys_TypedInStream& ioStream)
 {
-    Sys_StdStreamHeaderReader header(iStream, cStreamName);
+    Sys_StdStreamHeaderReader header(ioStream, cStreamName);
     header.CheckVersion(cStreamVersion, cStreamVersion);
-    const Cmn_Int32 count = iStream.ReadInt32();
+    const Cmn_Int32 count = ioStream.ReadInt32();
     if (count < 0 || count > header.GetBytesLeft() / cBytesPerEntry)
-        throw Sys_StreamReadException(iStream.GetPosition());
+        throw Sys_StreamReadException(ioStream.GetPosition());
 
     Entries read;
     read.reserve(static_cast<std::size_t>(count));
     for (Cmn_Int32 i = 0; i < count; ++i) {
-        const Time_Tick tick(iStream.ReadInt64());
-        if (!read.empty() && tick <= read.back().tick) throw Sys_StreamReadException(iStream.GetPosition());
-        const bool isMajor = iStream.ReadBool();
-        const bool isSharps = iStream.ReadBool();
-        read.push_back({tick, Time_KeySignature(isMajor, isSharps, iStream.ReadUInt8())});
+        const Time_Tick tick(ioStream.ReadInt64());
+        if (!read.empty() && tick <= read.back().mTick) throw Sys_StreamReadException(ioStream.GetPosition());
+        const bool isMajor = ioStream.ReadBool();
+        const bool isSharps = ioStream.ReadBool();
+        read.push_back({tick, Time_KeySignature(isMajor, isSharps, ioStream.ReadUInt8())});
     }
     header.SkipTheRest();
     mKeys = std::move(read);
@@ -362,10 +362,10 @@ Cmn_XMLNode Time_KeySignatureMap::GetAsXML() const
     Cmn_XMLNode& keys = node.AddChild(Cmn_XMLNode("Keys"));
     for (const Entry& entry : mKeys) {
         Cmn_XMLNode& key = keys.AddChild(Cmn_XMLNode("Key"));
-        key.AddValue("nTick", entry.tick.AsInt64());
-        key.AddValue("mIsMajor", entry.key.IsMajor());
-        key.AddValue("mIsSharps", entry.key.IsSharps());
-        key.AddValue("nAccidentals", Cmn_Int32{entry.key.GetAccidentalCount()});
+        key.AddValue("nTick", entry.mTick.AsInt64());
+        key.AddValue("mIsMajor", entry.mKey.IsMajor());
+        key.AddValue("mIsSharps", entry.mKey.IsSharps());
+        key.AddValue("nAccidentals", Cmn_Int32{entry.mKey.GetAccidentalCount()});
     }
     return node;
 }
@@ -374,6 +374,6 @@ std::string Time_KeySignatureMap::Dump() const
 {
     std::string text = std::to_string(mKeys.size()) + " key signatures\n";
     for (const Entry& entry : mKeys)
-        text += "  " + std::to_string(entry.tick.AsInt64()) + "  " + entry.key.Dump() + "\n";
+        text += "  " + std::to_string(entry.mTick.AsInt64()) + "  " + entry.mKey.Dump() + "\n";
     return text;
 }

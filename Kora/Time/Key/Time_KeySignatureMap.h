@@ -1,9 +1,10 @@
 // Time_KeySignatureMap: which key the music is in, from which tick on.
 //
-// Units:      ticks, 960000 to a quarter note; ranges are [start, end). Before the first entry C major is in force.
+// Units:      ticks, 960000 to a quarter note; ranges are [start, end). Before the first
+//             entry C major is in force.
 // Invariants: (1) ticks ascend strictly, one key a tick.
-// Undo:       every edit tells the undo manager before it writes; an edit that has nothing to do (an empty range, no
-//             entry in it) tells nobody. Storing a key always counts as an edit.
+// Undo:       every edit tells the undo manager before it writes; an edit that has nothing to do (an empty
+//             range, no entry in it) tells nobody. Storing a key always counts as an edit.
 // Times:      typed times become ticks through Time_Convert; times in ticks need no converter for that, the
 //             neighbour searches do.
 // Threads:    the document's thread only. The map has no listeners.
@@ -38,31 +39,32 @@ public:
     bool IsModified() const { return mIsModified; }
     void SetModified(bool iModified) { mIsModified = iModified; }
 
-    // --- Queries. They allocate nothing; a place is found in a few nanoseconds, however many entries there are, and in
-    // O(log n) where entries crowd.
+    // --- Queries. They allocate nothing; a place is found in a few nanoseconds, however many entries there
+    // are, and in O(log n) where entries crowd.
 
     Time_KeySignature GetKeySignatureAtTime(const Time_Typed& iTime) const;
 
-    // The last entry at or before iTime less one unit of its own (a sample, a tick, a frame), but not before the
-    // session start. The outs are written only when there is one.
+    // The last entry at or before iTime less one unit of its own (a sample, a tick, a frame), but not before
+    // the session start. The outs are written only when there is one.
     [[nodiscard]] bool FindKeySignatureBeforeTime(const Time_Typed& iTime, Time_Tick& oTick,
                                                   Time_KeySignature& oKey) const;
-    // The first entry at or after iTime plus one unit, or at or after iTime itself when the flag is set; the time
-    // searched from is at most the session end.
+    // The first entry at or after iTime plus one unit, or at or after iTime itself when the flag is set; the
+    // time searched from is at most the session end.
     [[nodiscard]] bool FindKeySignatureAfterTime(const Time_Typed& iTime, Time_Tick& oTick,
                                                  Time_KeySignature& oKey, bool iIncludeTime) const;
 
     [[nodiscard]] bool empty() const { return mKeys.empty(); }
     long size() const { return static_cast<long>(mKeys.size()); }
-    // Index, from 0 in tick order, of the entry exactly at the tick; false, with the out untouched, without one.
+    // Index, from 0 in tick order, of the entry exactly at the tick; false, with the
+    // out untouched, without one.
     [[nodiscard]] bool GetIndexAtTick(Time_Tick iTick, long& oIndex) const;
     // False, with the outs untouched and "IsIndex(iIndex)" asserted, for an index outside 0 … size() - 1.
     [[nodiscard]] bool GetKeysSignature(long iIndex, Time_Tick& oTick, Time_KeySignature& oKey) const;
     // The key of an entry; a bad index asserts as above and gives C major.
     Time_KeySignature at(long iIndex) const;
 
-    // The smallest range that holds every entry: from the first entry's tick to one past the last's. False, with
-    // the outs untouched, for an empty map.
+    // The smallest range that holds every entry: from the first entry's tick to one past the last's. False,
+    // with the outs untouched, for an empty map.
     [[nodiscard]] bool GetKeySignaturesRange(Time_Tick& oStart, Time_Tick& oEnd) const;
     // Whether an entry lies in [start, end).
     [[nodiscard]] bool RangeContainsData(Time_Tick iStart, Time_Tick iEnd) const;
@@ -76,21 +78,22 @@ public:
     // Removes the entries in [start, end); the key in force before them then holds there.
     void Erase(Time_Tick iStart, Time_Tick iEnd);
 
-    // Takes [start, end) out of the time line: entries inside go, later ones move back by end - start. The key in
-    // force at the end is put at the start, always, so that what follows sounds as before.
+    // Takes [start, end) out of the time line: entries inside go, later ones move back by end - start. The
+    // key in force at the end is put at the start, always, so that what follows sounds as before.
     void DeleteTime(Time_Tick iStart, Time_Tick iEnd);
     // Opens iLength ticks: entries at or after iAt move forward. The source's entries, when one is given, are
-    // pasted into the gap. Asserts "the shifted entries stay in range" and does nothing when the last entry would
-    // leave the 64 bits.
+    // pasted into the gap. Asserts "the shifted entries stay in range" and does nothing when the last entry
+    // would leave the 64 bits.
     void InsertTime(Time_Tick iAt, const Time_TickLength& iLength, const Time_KeySignatureMap* iSource);
 
-    // Fills another map (emptied first) with the entries of [start, end) based at tick 0, where it puts the key in
-    // force at the start: the copy answers at t as this map does at start + t. Copying to itself is allowed.
+    // Fills another map (emptied first) with the entries of [start, end) based at tick 0, where it
+    // puts the key in force at the start: the copy answers at t as this map does at start + t.
+    // Copying to itself is allowed.
     void Copy(Time_KeySignatureMap* oDest, Time_Tick iStart, Time_Tick iEnd) const;
-    // Replaces the entries of [start, end) by the source's, whose tick 0 comes to lie at the start: those from tick
-    // 0 to before end - start. An entry at tick 0 that repeats the key already in force at the start is left out,
-    // and what was in force at the end is in force there afterwards, by an entry at the end where needed. Pasting a
-    // map into itself uses it as it was before.
+    // Replaces the entries of [start, end) by the source's, whose tick 0 comes to lie at the start: those
+    // from tick 0 to before end - start. An entry at tick 0 that repeats the key already in force at the
+    // start is left out, and what was in force at the end is in force there afterwards, by an entry at the
+    // end where needed. Pasting a map into itself uses it as it was before.
     void Paste(Time_Tick iStart, Time_Tick iEnd, const Time_KeySignatureMap* iSource);
     // Takes another map's keys.
     void ReplaceWith(const Time_KeySignatureMap& iOther);
@@ -101,11 +104,11 @@ public:
     Ndo_State* NdoGetState() override;
     void NdoRestoreState(Ndo_State* iState) override;
 
-    // Stream "KeySignatures", version 1: count (32 bits), then for each entry tick (64), major (bool), sharps (bool),
-    // accidentals (8). A negative count, one that the bytes cannot hold, or ticks that do not ascend raise
-    // Sys_StreamReadException and leave the map as it was.
-    void StreamOut(Sys_TypedOutStream& iStream) const;
-    void StreamIn(Sys_TypedInStream& iStream);
+    // Stream "KeySignatures", version 1: count (32 bits), then for each entry tick (64), major (bool), sharps
+    // (bool), accidentals (8). A negative count, one that the bytes cannot hold, or ticks that do not ascend
+    // raise Sys_StreamReadException and leave the map as it was.
+    void StreamOut(Sys_TypedOutStream& ioStream) const;
+    void StreamIn(Sys_TypedInStream& ioStream);
     // <KeySignatureMap><nKeyCount>…<Keys><Key><nTick>…<mIsMajor>…<mIsSharps>…<nAccidentals>…
     Cmn_XMLNode GetAsXML() const;
     // A line for each entry: "  960000  G major (1 sharps)".
@@ -114,8 +117,8 @@ public:
 private:
     struct Entry
     {
-        Time_Tick tick;
-        Time_KeySignature key;
+        Time_Tick mTick;
+        Time_KeySignature mKey;
     };
     using Entries = std::vector<Entry>;
 

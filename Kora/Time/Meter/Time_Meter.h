@@ -1,8 +1,8 @@
 // Time_Meter: one time signature with the click of its metronome.
 //
 // Units:      internal ticks, a whole note 3840000.
-// Invariants: numerator and denominator are at least 1; the constructor from those two reports others and takes them.
-//             A divisor of 0 is reported and gives 0.
+// Invariants: numerator and denominator are at least 1; the constructor from those two reports others and
+//             takes them. A divisor of 0 is reported and gives 0.
 #pragma once
 
 #include "Kora/Time/Formats/Time_BarBeatTick.h"
@@ -31,8 +31,8 @@ public:
         return Time_TickLength(
             Cmn_TruncDiv<Cmn_Int64>(mNumerator * Time_TickLength::cInternalPerWhole, mDenominator));
     }
-    // The bar length over the numerator, and the whole note over the denominator: two ways to the length of one beat.
-    // Each truncates; for a sound meter they agree.
+    // The bar length over the numerator, and the whole note over the denominator: two ways to the length of
+    // one beat. Each truncates; for a sound meter they agree.
     Time_TickLength GetTicksPerBeat() const
     {
         return Time_TickLength(Cmn_TruncDiv<Cmn_Int64>(GetBarLength().AsInt64(), mNumerator));
@@ -41,8 +41,8 @@ public:
     {
         return Time_TickLength(Cmn_TruncDiv<Cmn_Int64>(Time_TickLength::cInternalPerWhole, mDenominator));
     }
-    // Ticks from the start of iBBT's bar to it, under this meter. A beat that the bar does not have is counted on
-    // through the bars behind it; beats below 1 truncate toward the bar's start.
+    // Ticks from the start of iBBT's bar to it, under this meter. A beat that the bar does not have is
+    // counted on through the bars behind it; beats below 1 truncate toward the bar's start.
     Time_TickLength ComputeOffsetIntoBar(const Time_BarBeatTick& iBBT) const;
 
     // Numerator, denominator and click.
@@ -54,8 +54,8 @@ public:
 
     // Stream form: numerator (32 bits), denominator (32), the click's stream form.
     void StreamOut(Sys_TypedOutStream& ioStream) const;
-    // Throws Sys_StreamReadException for a numerator or denominator below 1 and a denominator above 3840000; the meter
-    // then stays.
+    // Throws Sys_StreamReadException for a numerator or denominator below 1 and a denominator above
+    // 3840000; the meter then stays.
     void StreamIn(Sys_TypedInStream& ioStream);
     // A node "Meter" with "mNumerator", "mDenominator" and the click's node.
     virtual Cmn_XMLNode GetAsXML() const;

@@ -35,7 +35,8 @@ public:
                iA.mBBT == iB.mBBT;
     }
 
-    // Stream form, first block: tick (64 bits), bar number (32), the meter's stream form. Reading sets the BBT to
+    // Stream form, first block: tick (64 bits), bar number (32), the meter's stream
+    // form. Reading sets the BBT to
     // bar|1|0 and throws what the meter's reading throws.
     void StreamOut(Sys_TypedOutStream& ioStream) const;
     void StreamIn(Sys_TypedInStream& ioStream);

@@ -20,7 +20,8 @@ struct BarNumbering
     bool mIsOffBarline;
 };
 
-// A change opens the bar after the one that holds the tick before it, so a bar can be cut short but never lengthened.
+// A change opens the bar after the one that holds the tick before it, so a bar can be cut
+// short but never lengthened.
 BarNumbering NumberingAfter(const Time_MeterChange& iPredecessor, Time_Tick iTick)
 {
     const Cmn_Int64 barLength = Time_MeterMapIndex::BarLength(iPredecessor.GetMeter());
@@ -38,8 +39,8 @@ BarNumbering NumberingAfter(const Time_MeterChange& iPredecessor, Time_Tick iTic
 
 } // namespace
 
-// Windows programs may take these by reference; a DLL holds only the constants that its own code refers to, or that are
-// declared once more.
+// Windows programs may take these by reference; a DLL holds only the constants that its own code refers to,
+// or that are declared once more.
 constexpr Time_Tick Time_MeterMap::cDefaultSongStartTick;
 constexpr Cmn_Int32 Time_MeterMap::cDefaultSongStartBar;
 constexpr Time_Tick Time_MeterMap::cMaxTick;
@@ -71,7 +72,8 @@ Time_MeterMap::~Time_MeterMap() = default;
 
 Time_MeterMap* Time_MeterMap::GetDefaultMeterMap()
 {
-    // Made when first asked for and never destroyed: other statics may use it from their first to their last line.
+    // Made when first asked for and never destroyed: other statics may use it from their
+    // first to their last line.
     static Time_MeterMap* const sDefaultMeterMap = new Time_DefaultMeterMap;
     return sDefaultMeterMap;
 }
@@ -191,9 +193,10 @@ void Time_MeterMap::PutLast(const Time_MeterChange& iChange, bool iIsNumbered, b
     if (iIsBBTNumbered) change.mBBT.mBar = change.mBarNumber;
 }
 
-// Merges the collected changes with those from the lowest of them on. Each comes out as the additions one by one leave it:
-// a change that was there before is numbered anew where a lower one came at all; one that was overwritten has the BBT that
-// it was given, unless a lower one came later. All room is made before anything is moved.
+// Merges the collected changes with those from the lowest of them on. Each comes out as the additions one
+// by one leave it: a change that was there before is numbered anew where a lower one came at all; one
+// that was overwritten has the BBT that it was given, unless a lower one came later. All room is made
+// before anything is moved.
 void Time_MeterMap::SettleAdded() const
 {
     std::vector<Time_Ordered> order;

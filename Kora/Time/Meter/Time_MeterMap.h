@@ -4,19 +4,20 @@
 //     bars         1                2        3        4         5
 //     changes     4/4              3/4               4/4       3/4, inside bar 4: it cuts that bar short
 //
-// Units:      internal ticks, 960000 to a quarter note; bars and beats of positions count from 1, durations from 0;
-//             ranges are [start, end).
-// Invariants: (1) ticks ascend strictly  (2) every change after the first opens a bar: the change before fixes its bar
-//             number and whether it is off the barline  (3) the first change is on a barline; its bar number is the
-//             only one set from outside. Debug builds check them after each edit.
-//             Exception: where Copy carries a change in, the one behind it keeps the numbering of the copied range.
+// Units:      internal ticks, 960000 to a quarter note; bars and beats of positions count from 1, durations
+//             from 0; ranges are [start, end).
+// Invariants: (1) ticks ascend strictly  (2) every change after the first opens a bar: the change before
+//             fixes its bar number and whether it is off the barline  (3) the first change is on a barline;
+//             its bar number is the only one set from outside. Debug builds check them after each edit.
+//             Exception: where Copy carries a change in, the one behind it keeps the
+//             numbering of the copied range.
 // Default:    a map without changes answers every query as the default map: 4/4 throughout, bar 1 at tick
 //             1000000000000. That is far from zero so that bars before the song stay at positive ticks.
-// Before the first change its meter holds backwards without end. A meter with bars below one tick, which the meter
-// itself reports, counts as one with bars of one tick.
-// Edits:      each tells the undo layer first and broadcasts ValChanged, at its end and where its steps do; those
-//             that stay silent say so. "Nothing" means neither. Between BeginEdit and EndEdit the broadcasts wait for
-//             the end and become one.
+// Before the first change its meter holds backwards without end. A meter with bars below one tick, which the
+// meter itself reports, counts as one with bars of one tick.
+// Edits:      each tells the undo layer first and broadcasts ValChanged, at its end and where its steps do;
+//             those that stay silent say so. "Nothing" means neither. Between BeginEdit and EndEdit the
+//             broadcasts wait for the end and become one.
 // Threads:    the document's thread only. Queries allocate nothing.
 // Ownership:  owns its changes; receivers in its listener list stay the caller's.
 #pragma once
@@ -44,8 +45,8 @@ public:
     static constexpr Time_Tick cMaxTick{576460752303423487}; // 2^59 - 1
 
     explicit Time_MeterMap(EUndoFlag iUndoFlag = kNoUndo);
-    // Copies take the content: changes and song start. The copy is outside of undo and has no listeners; assignment
-    // keeps the target's ID and listeners, and is an edit that does not broadcast.
+    // Copies take the content: changes and song start. The copy is outside of undo and has no listeners;
+    // assignment keeps the target's ID and listeners, and is an edit that does not broadcast.
     Time_MeterMap(const Time_MeterMap& iOther);
     Time_MeterMap& operator=(const Time_MeterMap& iOther);
     ~Time_MeterMap() override;
@@ -56,7 +57,8 @@ public:
 
     // ---- Queries. An empty map gives the default map's answers.
 
-    // Beats past the bar's numerator run on into bars of the same meter, beats below 1 truncate to the bar's start.
+    // Beats past the bar's numerator run on into bars of the same meter, beats below 1
+    // truncate to the bar's start.
     Time_Tick BarBeatToTick(const Time_BarBeatTick& iBBT) const;
     // Its BarBeatToTick is iTick again.
     // Default map: TickToBarBeat(1000000000000) is 1|1|0, one tick before is 0|4|959999.
@@ -77,8 +79,8 @@ public:
 
     // ---- Durations in bars, beats and ticks, each counted from 0.
     //
-    // A start that lies less than a tenth of a beat before the next barline counts as lying on that barline; adding
-    // and subtracting then take the gap off the result again, so that played notes keep their lead.
+    // A start that lies less than a tenth of a beat before the next barline counts as lying on that barline;
+    // adding and subtracting then take the gap off the result again, so that played notes keep their lead.
 
     // The bars first, keeping the distance to the bar's start, then the beats, then the ticks.
     Time_Tick AddDurationToTick(Time_Tick iTick, const Time_BarBeatTick& iDuration) const;
@@ -89,36 +91,39 @@ public:
 
     // ---- Edits of changes.
 
-    // A bracket around many edits, which may be nested. Within it changes may be added in any order, at the cost of
-    // sorting them: those that do not follow in order are collected, and take their places at the next query or other
-    // edit. What comes out is what adding them one by one gives. Iterators hold until then.
+    // A bracket around many edits, which may be nested. Within it changes may be added in any order,
+    // at the cost of sorting them: those that do not follow in order are collected, and take their
+    // places at the next query or other edit. What comes out is what adding them one by one gives.
+    // Iterators hold until then.
     void BeginEdit() { ++mEditCount; }
-    // The outermost one broadcasts once where an edit inside would have. Asserts "mEditCount > 0", and does nothing, when
-    // no edit is open.
+    // The outermost one broadcasts once where an edit inside would have. Asserts "mEditCount > 0", and does
+    // nothing, when no edit is open.
     void EndEdit();
     Cmn_Int32 GetEditCount() const { return mEditCount; }
 
-    // The first change of an empty map. Asserts "this->IsDefault()"; on another map goes on as AddMeterChange.
+    // The first change of an empty map. Asserts "this->IsDefault()"; on another map
+    // goes on as AddMeterChange.
     // Deliberate: does not broadcast, the map still answers much as before. Test: BroadcastsAreCounted
     void AddInitialMeterChange(Time_Tick iTick, const Time_Meter& iMeter, Cmn_Int32 iBar);
-    // Adds a change, or overwrites the one at iTick, which keeps its bar number. iBar only numbers a first change:
-    // all others follow from the one before. An empty map gets just this change.
+    // Adds a change, or overwrites the one at iTick, which keeps its bar number. iBar only numbers a first
+    // change: all others follow from the one before. An empty map gets just this change.
     void AddMeterChange(Time_Tick iTick, const Time_Meter& iMeter, Cmn_Int32 iBar);
     void AddMeterChange(Time_Tick iTick, const Time_Meter& iMeter);
     // Removes the change exactly at iTick; else only gives the undo notice.
     void RemoveMeterChange(Time_Tick iTick);
-    // Makes the meter hold from the start of iBBT's bar and drops the changes between there and iBBT. Nothing where
-    // the meter in force has these numbers; the click is not compared.
+    // Makes the meter hold from the start of iBBT's bar and drops the changes between there and iBBT. Nothing
+    // where the meter in force has these numbers; the click is not compared.
     void ForceMeterAtBarBeat(const Time_BarBeatTick& iBBT, const Time_Meter& iMeter);
     // Adds iDelta to all bar numbers.
     void RenumberBars(Cmn_Int32 iDelta);
     // Gives an empty map the default map's change; does not broadcast.
     void MakeRealIfDefault();
-    // Moves the song start, which gets a change there; bar numbers change so that its bar keeps its number. A change at
-    // the old song start that repeats the meter beside it goes. On an empty map it is stored without a broadcast; nothing
-    // if equal.
+    // Moves the song start, which gets a change there; bar numbers change so that its bar keeps its number. A
+    // change at the old song start that repeats the meter beside it goes. On an empty map it is stored
+    // without a broadcast; nothing if equal.
     void SetSongStartTick(Time_Tick iTick);
-    // Guarantees a change at the song start, there numbered iBar if it had to be added. Nothing if there is one.
+    // Guarantees a change at the song start, there numbered iBar if it had to be added.
+    // Nothing if there is one.
     void AddBackSongStartMeter(Cmn_Int32 iBar);
     // Removes the changes of the range; the meter before it then holds through.
     void Delete(Time_Tick iStartTick, Time_Tick iEndTick, bool iKeepSongStart = false);
@@ -131,30 +136,30 @@ public:
 
     // ---- Edits of time.
 
-    // Cuts the range out and closes the gap. Where it is not whole bars, the meters around it are refitted to the bars
-    // that come out.
+    // Cuts the range out and closes the gap. Where it is not whole bars, the meters around it are refitted
+    // to the bars that come out.
     void DeleteTime(Time_Tick iStartTick, Time_Tick iEndTick);
     // Opens a gap, fills it from iSrcP if given, and refits the meters of its bars.
     void InsertTime(Time_Tick iAtTick, const Time_TickLength& iTicksToInsert,
                     const Time_MeterMap* iSrcP = nullptr);
-    // Moves every change at or after iTick. Nothing for a length of zero or an empty map. A move back past changes
-    // that stay asserts "moved meter changes stay in order"; they are then put in order, and of two changes at one
-    // tick the moved one stays.
+    // Moves every change at or after iTick. Nothing for a length of zero or an empty map. A move back past
+    // changes that stay asserts "moved meter changes stay in order"; they are then put in order, and of two
+    // changes at one tick the moved one stays.
     void ShiftMeterChangesStartingAt(Time_Tick iTick, const Time_TickLength& iLength);
     void ShiftAllMeterEventsByNumTicks(const Time_TickLength& iLength);
-    // Takes the first change at or after iTick that is not the first of all, gives it the number of its stored BBT, and
-    // moves the changes behind it by as much as its old place lies past that bar's place.
+    // Takes the first change at or after iTick that is not the first of all, gives it the number of its
+    // stored BBT, and moves the changes behind it by as much as its old place lies past that bar's place.
     void RealignExistingMeterChangesToBBT(Time_Tick iTick);
 
     // ---- Copy and paste.
 
-    // Fills oDestP, a clip, with the changes of the range, moved so that iStartTick becomes tick 0. The meter in force
-    // is carried in by a change at the first barline where the clip would not have it anyway.
+    // Fills oDestP, a clip, with the changes of the range, moved so that iStartTick becomes tick 0. The meter
+    // in force is carried in by a change at the first barline where the clip would not have it anyway.
     // An empty map has no changes to copy.
     void Copy(Time_MeterMap* oDestP, Time_Tick iStartTick, Time_Tick iEndTick) const;
-    // Replaces the changes of the range by iSrcP's, moved by iStartTick, as far as they fit; the meter after the range
-    // stays what it was. Where the default change that MakeRealIfDefault adds falls into the range, it stays unless a
-    // pasted change is at its tick.
+    // Replaces the changes of the range by iSrcP's, moved by iStartTick, as far as they fit; the meter after
+    // the range stays what it was. Where the default change that MakeRealIfDefault adds falls into the range,
+    // it stays unless a pasted change is at its tick.
     void Paste(Time_Tick iStartTick, Time_Tick iEndTick, const Time_MeterMap* iSrcP,
                bool iKeepSongStart = false);
 
@@ -167,9 +172,10 @@ public:
 
     // Stream "Meter", version 2: count (32 bits), the changes, their BBTs, the song start (64 bits).
     void StreamOut(Sys_TypedOutStream& ioStream) const;
-    // Replaces the content, renumbered, without a broadcast; BBTs and song start may be missing. Version 1 is skipped.
-    // Throws Sys_StreamReadException for what no map writes: bad meters, ticks that do not ascend, more changes than
-    // the bytes can hold; Cmn_DocumentTooNewException above version 2. The map then stays as it was.
+    // Replaces the content, renumbered, without a broadcast; BBTs and song start may be missing.
+    // Version 1 is skipped. Throws Sys_StreamReadException for what no map writes: bad meters, ticks
+    // that do not ascend, more changes than the bytes can hold; Cmn_DocumentTooNewException above
+    // version 2. The map then stays as it was.
     void StreamIn(Sys_TypedInStream& ioStream);
     // A node "MeterMap" with "nChangeCount", "nSongStartTick" and the list "Changes".
     virtual Cmn_XMLNode GetAsXML() const;

@@ -79,8 +79,8 @@ void Time_MeterMap::Paste(Time_Tick iStartTick, Time_Tick iEndTick, const Time_M
         RefreshIndex(0);
     }
 
-    // Deliberate: the song start comes before the renumbering, while pasted changes still have their source's numbers,
-    // so its bar may drift. Test: PasteFillsTheRangeAndKeepsTheMeterBehindIt
+    // Deliberate: the song start comes before the renumbering, while pasted changes still have their source's
+    // numbers, so its bar may drift. Test: PasteFillsTheRangeAndKeepsTheMeterBehindIt
     if (!iKeepSongStart) RestoreSongStart(songStartBar);
     mNumbersPending = false;
     UpdateBarNumbers(0);

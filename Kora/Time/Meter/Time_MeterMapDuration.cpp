@@ -63,7 +63,8 @@ Cmn_Int64 BeatsUntil(const Time_MeterMapIndex& iIndex, Position iFrom, Cmn_Int64
 
 } // namespace
 
-// Where duration arithmetic starts: a bar, the distance from its start, and what a snap to the next barline skipped.
+// Where duration arithmetic starts: a bar, the distance from its start, and what a snap to
+// the next barline skipped.
 struct Time_MeterMap::BarAndOffset
 {
     Cmn_Int64 mBar;

@@ -44,8 +44,8 @@ void Time_MeterMap::PutMeterChange(Time_Tick iTick, const Time_Meter& iMeter, Cm
 {
     const std::size_t at = LowerBound(iTick);
     if (at < mChanges.size() && mChanges[at].mTick == iTick) {
-        // Deliberate: the change keeps its bar number and barline mark; only its BBT takes the bar as given, until the
-        // next renumbering that passes over it. Test: OverwritingKeepsTheBarNumber
+        // Deliberate: the change keeps its bar number and barline mark; only its BBT takes the bar as given,
+        // until the next renumbering that passes over it. Test: OverwritingKeepsTheBarNumber
         mChanges[at].mMeter = iMeter;
         mChanges[at].mBBT = Time_BarBeatTick(iBar, 1, Time_TickLength::cZero);
         UpdateBarNumbers(at + 1);
@@ -122,7 +122,8 @@ void Time_MeterMap::AddNow(Time_Tick iTick, const Time_Meter& iMeter)
 
 void Time_MeterMap::RemoveMeterChange(Time_Tick iTick)
 {
-    // Deliberate: the notice comes before the look, so a snapshot is taken even for nothing. Test: BroadcastsAreCounted
+    // Deliberate: the notice comes before the look, so a snapshot is taken even for nothing.
+    // Test: BroadcastsAreCounted
     AboutToModify();
     const std::size_t at = LowerBound(iTick);
     if (at == mChanges.size() || mChanges[at].mTick != iTick) return;

@@ -56,8 +56,8 @@ Cmn_Int64 Time_MeterMapIndex::WholeBarsBefore(Cmn_Int64 iBar) const
     return governing == 0 ? cEndless : std::max<Cmn_Int64>(Cmn_WrapSub(iBar, mStretches[governing].mBar), 0);
 }
 
-// For meters whose beats are no whole number of ticks. The product fits for all but absurd numerators; for those the
-// beat is searched, with the same result.
+// For meters whose beats are no whole number of ticks. The product fits for all but absurd numerators; for
+// those the beat is searched, with the same result.
 Cmn_Int64 Time_MeterMapIndex::UnevenBeatsInto(const Stretch& iStretch, Cmn_Int64 iTickInBar)
 {
     if (iTickInBar < std::numeric_limits<Cmn_Int64>::max() / iStretch.mNumerator)

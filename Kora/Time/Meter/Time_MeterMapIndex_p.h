@@ -1,15 +1,16 @@
 // Time_MeterMapIndex: the arithmetic of bars and beats over a row of meter changes, laid out for searching.
 //
-// Each change opens a stretch in which all bars have one length; the first one also reaches backwards without end.
-// Bars here are 64 bits wide and count on where the changes' 32-bit numbers wrap, so that they always ascend; a result
-// is cut to the 32 bits of a Time_BarBeatTick at the end.
+// Each change opens a stretch in which all bars have one length; the first one also reaches backwards without
+// end. Bars here are 64 bits wide and count on where the changes' 32-bit numbers wrap, so that they always
+// ascend; a result is cut to the 32 bits of a Time_BarBeatTick at the end.
 //
 //   changes   | 4/4       | 3/4   | 6/8 …
 //   bars   …  |   1   2   3   4   5   6   7 …
 //
 // Units:      internal ticks; bars as the map numbers them; beats count from 1.
-// Invariants: (1) mStretches mirrors the changes, one for one; without changes, it has the default meter's stretch
-//             (2) no stretch has bars below one tick or beats below one a bar: what a host forced in counts as 1.
+// Invariants: (1) mStretches mirrors the changes, one for one; without changes, it has the default
+//             meter's stretch (2) no stretch has bars below one tick or beats below one a bar: what a
+//             host forced in counts as 1.
 // Real time:  queries allocate nothing; each takes one search and, in a sound meter, at most two divisions.
 #pragma once
 
@@ -53,14 +54,16 @@ public:
     Cmn_Int64 BarStart(Cmn_Int64 iBar) const { return BarStart(mStretches[FindByBar(iBar)], iBar); }
     Cmn_Int64 BarOf(Cmn_Int64 iTick) const { return BarOf(mStretches[FindByTick(iTick)], iTick); }
     Position BarlineAtOrAfter(Cmn_Int64 iTick) const;
-    // The last beat that begins in the bar: fewer than the numerator where the next change cuts the bar short.
+    // The last beat that begins in the bar: fewer than the numerator where the next
+    // change cuts the bar short.
     Cmn_Int64 LastBeatOf(Cmn_Int64 iBar) const
     {
         return ToPosition(Cmn_WrapSub<Cmn_Int64>(BarStart(Cmn_WrapAdd<Cmn_Int64>(iBar, 1)), 1)).mBeat;
     }
 
-    // How many bars from iBar on, or just before iBar, are known to be whole bars of the meter that governs iBar, or
-    // iBar - 1. They have one length and the numerator's beats, so that a walk may take them at one step.
+    // How many bars from iBar on, or just before iBar, are known to be whole bars of the meter
+    // that governs iBar, or iBar - 1. They have one length and the numerator's beats, so that a
+    // walk may take them at one step.
     Cmn_Int64 WholeBarsFrom(Cmn_Int64 iBar) const;
     Cmn_Int64 WholeBarsBefore(Cmn_Int64 iBar) const;
 
@@ -121,8 +124,8 @@ private:
         return Cmn_WrapAdd(iStretch.mTick,
                            Cmn_WrapMul(Cmn_WrapSub(iBar, iStretch.mBar), iStretch.mBarLength));
     }
-    // (iBeats × bar length) div numerator for fewer beats than the numerator. The product itself could pass 64 bits;
-    // taken in whole beat lengths and the rest, it is exact for every meter.
+    // (iBeats × bar length) div numerator for fewer beats than the numerator. The product itself could pass
+    // 64 bits; taken in whole beat lengths and the rest, it is exact for every meter.
     static Cmn_Int64 BeatStart(const Stretch& iStretch, Cmn_Int64 iBeats)
     {
         const Cmn_Int64 whole = iBeats * iStretch.mBeatLength;
@@ -163,8 +166,8 @@ inline Time_MeterMapIndex::Position Time_MeterMapIndex::ToPosition(Cmn_Int64 iTi
     return {Cmn_WrapAdd(stretch.mBar, bars), beats + 1, tickInBar - BeatStart(stretch, beats)};
 }
 
-// ((tick + 1) × numerator - 1) div bar length: the last beat that starts at or before the tick. Where beats have one
-// length, this is the tick over it.
+// ((tick + 1) × numerator - 1) div bar length: the last beat that starts at or before the tick. Where beats
+// have one length, this is the tick over it.
 inline Cmn_Int64 Time_MeterMapIndex::BeatsInto(const Stretch& iStretch, Cmn_Int64 iTickInBar)
 {
     if (iStretch.mBeatRest == 0) [[likely]]

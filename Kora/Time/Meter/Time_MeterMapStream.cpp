@@ -13,8 +13,8 @@ constexpr char cStreamName[] = "Meter";
 constexpr Cmn_Int16 cStreamVersion = 2;
 constexpr Cmn_Int64 cSongStartSize = 8;
 
-// Throws unless iHolds. Counts are held against the bytes left first: a hostile one must neither allocate nor read what
-// lies behind the body.
+// Throws unless iHolds. Counts are held against the bytes left first: a hostile one must neither allocate nor
+// read what lies behind the body.
 void Require(bool iHolds, const Sys_TypedInStream& iStream)
 {
     if (!iHolds) throw Sys_StreamReadException(iStream.GetPosition());

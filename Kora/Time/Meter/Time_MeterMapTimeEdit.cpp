@@ -1,5 +1,5 @@
-// Time_MeterMap's edits of time: cutting and opening stretches, moving changes, refitting meters to the bars that come
-// out.
+// Time_MeterMap's edits of time: cutting and opening stretches, moving changes, refitting meters
+// to the bars that come out.
 #include "Kora/Time/Meter/Time_MeterMap.h"
 
 #include "Kora/Time/Meter/Time_MeterMapIndex_p.h"
@@ -63,7 +63,8 @@ bool IsMergedIntoPrevious(const Fraction& iCombined, const Fraction& iShort)
     return !isTwoBarsLong || (mayJoin && isAtMostHalf);
 }
 
-// 8/8 → 4/4; 14/8 → 7/4; 8/4 → 4/4 twice: what is longer than a whole note is split into bars of the smaller meter.
+// 8/8 → 4/4; 14/8 → 7/4; 8/4 → 4/4 twice: what is longer than a whole note is split into
+// bars of the smaller meter.
 Fraction Reduce(Fraction iCombined)
 {
     constexpr Cmn_Int64 cSmallestHalved = 5;
@@ -160,8 +161,8 @@ void Time_MeterMap::RealignExistingMeterChangesToBBT(Time_Tick iTick)
     if (length == 0) {
         RefreshIndex(at);
     } else {
-        // Deliberate: all that now lies behind the predecessor moves, the change itself included, so that it comes back
-        // to its old tick and only those behind it move. Test: MovedChangesKeepTheirOrder
+        // Deliberate: all that now lies behind the predecessor moves, the change itself included, so that it
+        // comes back to its old tick and only those behind it move. Test: MovedChangesKeepTheirOrder
         ShiftFrom(isBehindPredecessor ? at : at + 1, length);
         UpdateBarNumbers(std::min(at, RestoreOrder(isBehindPredecessor ? at + 1 : at)));
     }
@@ -261,7 +262,8 @@ bool Time_MeterMap::RefitBar(Cmn_Int64 iBar)
     if (result.mNumerator < 1 || result.mNumerator > std::numeric_limits<Cmn_Int32>::max()) return false;
 
     if (isMerged) RemoveMeterChange(start);
-    // Deliberate: built from the two numbers, so the click is a quarter note again. Test: RefittingResetsTheClick
+    // Deliberate: built from the two numbers, so the click is a quarter note again.
+    // Test: RefittingResetsTheClick
     AddNow(isMerged ? previousStart : start, Time_Meter(static_cast<Cmn_Int32>(result.mNumerator),
                                                         static_cast<Cmn_Int32>(result.mDenominator)));
     return true;

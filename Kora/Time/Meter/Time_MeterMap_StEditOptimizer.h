@@ -1,5 +1,5 @@
-// Time_MeterMap_StEditOptimizer: makes many changes of a meter map one edit, in any order, with one broadcast at the end
-// of the scope.
+// Time_MeterMap_StEditOptimizer: makes many changes of a meter map one edit, in any order, with one broadcast
+// at the end of the scope.
 //
 //     const Time_MeterMap_StEditOptimizer edit(map);
 //     for (…) map.AddMeterChange(…);

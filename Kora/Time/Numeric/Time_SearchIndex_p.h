@@ -1,18 +1,21 @@
-// Time_SearchIndex: finds the governing entry among ascending keys in a few nanoseconds, whatever their number.
+// Time_SearchIndex: finds the governing entry among ascending keys in a few
+// nanoseconds, whatever their number.
 //
-// The keys are cut into equal stretches ("buckets"); for each bucket the index remembers how many keys lie before
-// it. A probe goes straight to its bucket and passes the few keys there; one at or past the last key, as those that
-// follow an append are, is answered at once:
+// The keys are cut into equal stretches ("buckets"); for each bucket the index remembers how many keys lie
+// before it. A probe goes straight to its bucket and passes the few keys there; one at or past the last key,
+// as those that follow an append are, is answered at once:
 //
 //   keys      0   1 2        3  4          5
 //   buckets |     |     |     |     |     |     |
 //   before    0     1     3     4     5     5     6    (keys before the bucket; further on they are not kept)
 //
-// Evenly spread keys cost two or three memory reads; where many share a bucket a binary search inside it follows.
+// Evenly spread keys cost two or three memory reads; where many share a bucket a binary
+// search inside it follows.
 //
 // Units:      Key is std::int64_t (ticks, bars) or double (samples).
-// Invariants: (1) keys ascend  (2) mBefore[b] is the number of keys whose bucket is below b, for all b up to the one
-//             behind the last key's; no probe looks past that one, so that an append costs what it adds.
+// Invariants: (1) keys ascend  (2) mBefore[b] is the number of keys whose bucket is below b, for
+//             all b up to the one behind the last key's; no probe looks past that one, so that an
+//             append costs what it adds.
 // Threads:    Find only reads; the owner keeps Build and Update away from readers.
 #pragma once
 
@@ -44,15 +47,15 @@ public:
         CountAllBehindLast();
     }
 
-    // The same where the first iUnchanged keys are those of the last call. Keeps the grid while it fits, and then
-    // costs what lies behind iUnchanged.
+    // The same where the first iUnchanged keys are those of the last call. Keeps the grid while it fits, and
+    // then costs what lies behind iUnchanged.
     void Update(const Key* iKeys, std::size_t iCount, std::size_t iUnchanged)
     {
         Splice(iCount, iUnchanged, 0, [iKeys](std::size_t i) { return iKeys[i]; });
     }
 
-    // The same where the last iBack keys also are the last ones of the last call. Costs what lies between, and, when
-    // the count changes, a pass over the grid from there to the last key.
+    // The same where the last iBack keys also are the last ones of the last call. Costs what lies between,
+    // and, when the count changes, a pass over the grid from there to the last key.
     template <class KeyAt>
     void Splice(std::size_t iCount, std::size_t iFront, std::size_t iBack, KeyAt iKeyAt)
     {
@@ -64,7 +67,8 @@ public:
             CountFrom(iFront, iCount);
             return CountAllBehindLast();
         }
-        // The first key at the back has its bucket counted anew; behind that bucket, only the count has changed.
+        // The first key at the back has its bucket counted anew; behind that bucket,
+        // only the count has changed.
         const std::size_t stop = BucketOf(mKeys[iCount - iBack]) + 1;
         Cmn_UInt32 kept[cWrittenAtOnce];
         std::copy_n(mBefore.begin() + static_cast<std::ptrdiff_t>(stop), cWrittenAtOnce, kept);
@@ -83,8 +87,8 @@ public:
         if (iProbe >= mKeys[mCount - 1]) return mCount - 1;
         const std::size_t bucket = BucketOf(iProbe);
         std::size_t passed = mBefore[bucket];
-        // Keys of later buckets are above the probe, so looking past this bucket's end does no harm, and two keys
-        // are passed without a branch.
+        // Keys of later buckets are above the probe, so looking past this bucket's end does no harm, and two
+        // keys are passed without a branch.
         const Key* const keys = mKeys.data() + passed;
         passed += static_cast<std::size_t>(keys[0] <= iProbe) + static_cast<std::size_t>(keys[1] <= iProbe);
         if (keys[2] <= iProbe) [[unlikely]] {
@@ -137,8 +141,8 @@ private:
         std::fill_n(keys + iCount, cPadding, cNever);
     }
 
-    // At least two buckets a key, so that most hold one key or none. A quarter or more of the grid lies behind the
-    // last key at first, so that keys may move up.
+    // At least two buckets a key, so that most hold one key or none. A quarter or more of the grid lies
+    // behind the last key at first, so that keys may move up.
     void LayGrid()
     {
         const std::size_t buckets = std::bit_ceil(std::max<std::size_t>(mCount, 1) * 3);
@@ -162,7 +166,8 @@ private:
         return static_cast<Cmn_UInt64>(iKey) - static_cast<Cmn_UInt64>(mKeys[0]);
     }
 
-    // The grid may serve while its buckets are neither crowded nor mostly empty, and the last key falls inside.
+    // The grid may serve while its buckets are neither crowded nor mostly empty, and
+    // the last key falls inside.
     bool GridFits(Key iLastKey, std::size_t iCount) const
     {
         const std::size_t buckets = mLastBucket + 1;
@@ -178,9 +183,9 @@ private:
 
     // Counts the keys in [iFrom, iTo) into the grid; what the keys before gave stays.
     //
-    // Each key owes its index to the buckets from `next` to its own. Eight are written whatever their number, since
-    // a branch here would be mispredicted at every other key; what is written too far is written over by the next
-    // key, or by the caller at the end.
+    // Each key owes its index to the buckets from `next` to its own. Eight are written whatever their number,
+    // since a branch here would be mispredicted at every other key; what is written too far is written over
+    // by the next key, or by the caller at the end.
     void CountFrom(std::size_t iFrom, std::size_t iTo)
     {
         Cmn_UInt32* const before = mBefore.data();

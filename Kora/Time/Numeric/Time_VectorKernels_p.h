@@ -4,9 +4,10 @@
 //
 //   result = min(floor((value − origin − offset) × slope + shift + 0.5), limit) + result origin
 //
-// with each operation in double, but for the two integer ones at the ends. The vector kernels turn integers into
-// doubles and back by adding 1.5 × 2^52, where doubles have a spacing of 1 and so carry the integer in their low
-// bits. That holds below 2^51; a kernel stops at the first value beyond, which its caller converts plainly.
+// with each operation in double, but for the two integer ones at the ends. The vector kernels turn
+// integers into doubles and back by adding 1.5 × 2^52, where doubles have a spacing of 1 and so carry the
+// integer in their low bits. That holds below 2^51; a kernel stops at the first value beyond, which its
+// caller converts plainly.
 //
 // Threads:   pure functions.
 // Real time: nothing is allocated, nothing waits.

@@ -1,8 +1,8 @@
 // Time_VectorLoop: the loop of the vector kernels, over the lanes of one instruction set.
 //
 // Only the kernel files include this. Lanes is a type of the including file's unnamed namespace, so that each
-// instantiation stays inside its file: one of them is compiled for processors that others must not assume. For the
-// same reason nothing here calls an inline function of another header.
+// instantiation stays inside its file: one of them is compiled for processors that others must not assume.
+// For the same reason nothing here calls an inline function of another header.
 #pragma once
 
 #include "Kora/Time/Numeric/Time_VectorKernels_p.h"

@@ -43,9 +43,9 @@ std::size_t SearchSample(const Segments& iSegments, Time_Sample iSample)
     return LastIndexBefore(after);
 }
 
-// The two ways to reach a start sample differ by rounding errors of double arithmetic: 2^-17 sample at the session's
-// end, a little more where long stretches are subtracted from each other. A thousandth of a sample is far above that
-// and far below what anyone hears.
+// The two ways to reach a start sample differ by rounding errors of double arithmetic: 2^-17 sample at the
+// session's end, a little more where long stretches are subtracted from each other. A thousandth of a sample
+// is far above that and far below what anyone hears.
 bool DoublesAreEqual(double iA, double iB) { return std::abs(iA - iB) <= 1e-3 + std::abs(iA) * 0x1p-46; }
 
 } // namespace
@@ -99,22 +99,22 @@ void Time_BasicTempoMap::BuildIndex()
 {
     mIsIndexed = false;
     if (mSegments.empty()) return;
-    if (!mIndexP) mIndexP = std::make_unique<Index>();
-    mIndexP->mTicks.Build(mSegments.size(),
-                          [this](std::size_t i) { return mSegments[i].GetStartTick().AsInt64(); });
+    if (!mIndex) mIndex = std::make_unique<Index>();
+    mIndex->mTicks.Build(mSegments.size(),
+                         [this](std::size_t i) { return mSegments[i].GetStartTick().AsInt64(); });
     const auto startSample = [this](std::size_t i) { return mSegments[i].GetFractionalStartSample(); };
     bool ascend = startSample(0) == startSample(0);
     for (std::size_t i = 1; i < mSegments.size(); ++i)
         ascend = ascend && startSample(i) >= startSample(i - 1);
-    mIndexP->mSamplesAscend = ascend;
+    mIndex->mSamplesAscend = ascend;
     if (ascend) {
-        mIndexP->mSamples.Build(mSegments.size(), startSample);
+        mIndex->mSamples.Build(mSegments.size(), startSample);
     } else {
         std::vector<double> lowest(mSegments.size());
         double soFar = std::numeric_limits<double>::infinity();
         for (std::size_t i = mSegments.size(); i-- > 0;)
             lowest[i] = soFar = startSample(i) < soFar ? startSample(i) : soFar;
-        mIndexP->mSamples.Build(lowest.size(), [&lowest](std::size_t i) { return lowest[i]; });
+        mIndex->mSamples.Build(lowest.size(), [&lowest](std::size_t i) { return lowest[i]; });
     }
     mIsIndexed = true;
 }
@@ -147,7 +147,7 @@ std::size_t Time_BasicTempoMap::ChainStarts(std::size_t iFrom, std::size_t iEnd,
 void Time_BasicTempoMap::Splice(std::size_t iFirst, std::size_t iLast, const Time_BasicTempoMap& iBy,
                                 std::size_t iFrom, std::size_t iChainEnd)
 {
-    bool ascend = mIsIndexed && mIndexP->mSamplesAscend;
+    bool ascend = mIsIndexed && mIndex->mSamplesAscend;
     mIsIndexed = false;
     const auto at = [this](std::size_t i) { return mSegments.begin() + static_cast<std::ptrdiff_t>(i); };
     const std::size_t added = iBy.mSegments.size() - iFrom, removed = iLast - iFirst;
@@ -164,21 +164,21 @@ void Time_BasicTempoMap::Splice(std::size_t iFirst, std::size_t iLast, const Tim
     const std::size_t unchangedFrom = ChainStarts(behind, chainEnd, ascend);
     if (!ascend) return BuildIndex();
     const std::size_t count = mSegments.size();
-    mIndexP->mTicks.Splice(count, iFirst, count - behind,
-                           [this](std::size_t i) { return mSegments[i].GetStartTick().AsInt64(); });
-    mIndexP->mSamples.Splice(count, iFirst, count - unchangedFrom,
-                             [this](std::size_t i) { return mSegments[i].GetFractionalStartSample(); });
+    mIndex->mTicks.Splice(count, iFirst, count - behind,
+                          [this](std::size_t i) { return mSegments[i].GetStartTick().AsInt64(); });
+    mIndex->mSamples.Splice(count, iFirst, count - unchangedFrom,
+                            [this](std::size_t i) { return mSegments[i].GetFractionalStartSample(); });
     mIsIndexed = true;
 }
 
 std::size_t Time_BasicTempoMap::FindSegmentAtTick(Time_Tick iTick) const KORA_NONBLOCKING
 {
-    return mIsIndexed ? mIndexP->mTicks.Find(iTick.AsInt64()) : SearchTick(mSegments, iTick);
+    return mIsIndexed ? mIndex->mTicks.Find(iTick.AsInt64()) : SearchTick(mSegments, iTick);
 }
 
 std::size_t Time_BasicTempoMap::FindSegmentAtSample(Time_Sample iSample) const KORA_NONBLOCKING
 {
-    return mIsIndexed ? mIndexP->mSamples.Find(static_cast<double>(iSample.AsInt64()))
+    return mIsIndexed ? mIndex->mSamples.Find(static_cast<double>(iSample.AsInt64()))
                       : SearchSample(mSegments, iSample);
 }
 

@@ -1,4 +1,5 @@
-// Time_BasicTempoMap: where ticks and samples meet, as straight lines end to end; what every conversion reads.
+// Time_BasicTempoMap: where ticks and samples meet, as straight lines end to end;
+// what every conversion reads.
 //
 //   sample          ____----
 //     |       ___---            three segments: the joints lie at the start ticks
@@ -7,11 +8,12 @@
 //     +--|-----|-------|------ tick
 //
 // Units:      ticks, 960000 to a quarter note; samples at GetSampleRate().
-// Invariants: (1) start ticks ascend strictly  (2) start samples ascend strictly  (3) each start sample lies where the
-//             segment before ends, exactly or rounded to the whole sample. Insertion does not enforce them: Validate
-//             tells. Conversions are defined without them too.
-// Governing:  a tick, the last segment that starts at or before it; a sample, the last one whose unrounded start is
-//             not after it; what lies before the first segment, the first. A map without segments answers 0.
+// Invariants: (1) start ticks ascend strictly  (2) start samples ascend strictly  (3) each start sample lies
+//             where the segment before ends, exactly or rounded to the whole sample. Insertion does not
+//             enforce them: Validate tells. Conversions are defined without them too.
+// Governing:  a tick, the last segment that starts at or before it; a sample, the last one whose
+//             unrounded start is not after it; what lies before the first segment, the first. A map
+//             without segments answers 0.
 // Threads:    any number of readers, or one writer. Time_TempoMap's read lock arranges that.
 // Real time:  conversions allocate nothing, lock nothing and throw nothing.
 #pragma once
@@ -39,7 +41,8 @@ public:
 
     void Clear();
     void Reserve(std::size_t iCount) { mSegments.reserve(iCount); }
-    // Behind the last segment when it starts there or later, else before the first one that starts there or later.
+    // Behind the last segment when it starts there or later, else before the first one
+    // that starts there or later.
     void InsertSegment(const Time_BasicTempoMapSegment& iSegment);
     void EraseSegment(std::size_t iIndex);
     // Searches are binary from any insertion until this, and take a few nanoseconds afterwards.
@@ -60,8 +63,8 @@ public:
     Time_Sample TickToFirstSample(Time_Tick iTick) const KORA_NONBLOCKING;
     Time_Tick SampleToFirstTick(Time_Sample iSample) const KORA_NONBLOCKING;
 
-    // The same answers for queries that ascend: ioSegment says where the search starts and takes where it ended.
-    // Start with 0; a query that goes back is answered too, only slower.
+    // The same answers for queries that ascend: ioSegment says where the search starts and takes where it
+    // ended. Start with 0; a query that goes back is answered too, only slower.
     Time_Sample NextTickToSample(Time_Tick iTick, bool iClamp, std::size_t& ioSegment) const KORA_NONBLOCKING;
     Time_Tick NextSampleToTick(Time_Sample iSample, std::size_t& ioSegment) const KORA_NONBLOCKING;
     Time_Sample NextTickToFirstSample(Time_Tick iTick, std::size_t& ioSegment) const KORA_NONBLOCKING;
@@ -75,13 +78,13 @@ public:
     Time_Tick SampleToTickBasedOnReferenceTempoAtSample(Time_Sample iSample,
                                                         Time_Sample iReference) const KORA_NONBLOCKING;
 
-    // Each of iCount values in place, with the bits of the single conversions. Fastest where neighbours in the array
-    // are neighbours in time.
+    // Each of iCount values in place, with the bits of the single conversions. Fastest where neighbours in
+    // the array are neighbours in time.
     void TicksToSamples(Cmn_Int64* ioTimes, std::size_t iCount, bool iClamp) const KORA_NONBLOCKING;
     void SamplesToTicks(Cmn_Int64* ioTimes, std::size_t iCount) const KORA_NONBLOCKING;
-    // Converts the times and renames their unit; samples are clamped. Times that are not global positions assert
-    // "ioTimes->GetContext() == Time_eContext_GlobalPosition" and are converted; frames, on either side, assert
-    // "time_type_mismatch" and nothing changes.
+    // Converts the times and renames their unit; samples are clamped. Times that are not global positions
+    // assert "ioTimes->GetContext() == Time_eContext_GlobalPosition" and are converted; frames, on either
+    // side, assert "time_type_mismatch" and nothing changes.
     void TimesToType(Time_TypedVector* ioTimes, Time_EType iType) const KORA_NONBLOCKING;
 
     double GetMinTicksPerSample() const;
@@ -104,17 +107,17 @@ private:
     const Time_BasicTempoMapSegment& NextAtTick(Time_Tick iTick, std::size_t& ioSegment) const;
     const Time_BasicTempoMapSegment& NextAtSample(Time_Sample iSample, std::size_t& ioSegment) const;
 
-    // Puts iBy's segments from its iFrom-th on in the place of [iFirst, iLast), moves those behind up to iChainEnd
-    // along so that each starts where the one before it ends, and brings the index up to date. iChainEnd counts
-    // before the replacement.
+    // Puts iBy's segments from its iFrom-th on in the place of [iFirst, iLast), moves those behind up to
+    // iChainEnd along so that each starts where the one before it ends, and brings the index up to date.
+    // iChainEnd counts before the replacement.
     void Splice(std::size_t iFirst, std::size_t iLast, const Time_BasicTempoMap& iBy, std::size_t iFrom,
                 std::size_t iChainEnd);
-    // Returns the first segment at or after iFrom that already started there, or iEnd. Clears ioAscend where a start
-    // sample, up to the one returned, is below the one before.
+    // Returns the first segment at or after iFrom that already started there, or iEnd. Clears ioAscend where
+    // a start sample, up to the one returned, is below the one before.
     std::size_t ChainStarts(std::size_t iFrom, std::size_t iEnd, bool& ioAscend);
 
     double mSampleRate;
     std::vector<Time_BasicTempoMapSegment> mSegments;
-    std::unique_ptr<Index> mIndexP;
+    std::unique_ptr<Index> mIndex;
     bool mIsIndexed = false; // never without segments
 };

@@ -9,8 +9,8 @@ constexpr Time_BasicTempoMapSegment cNone{};
 // An ascending query that is further away than this is searched for.
 constexpr std::size_t cStepsBeforeSearch = 8;
 
-// The governing segment, looked for from ioSegment on: iStartsAtOrBefore says whether a segment starts at or before
-// the value, iSearch finds its segment from anywhere.
+// The governing segment, looked for from ioSegment on: iStartsAtOrBefore says whether a segment starts at or
+// before the value, iSearch finds its segment from anywhere.
 template <class StartsAtOrBefore, class Search>
 std::size_t Advance(std::size_t iSegment, std::size_t iCount, StartsAtOrBefore iStartsAtOrBefore,
                     Search iSearch)
@@ -25,13 +25,13 @@ std::size_t Advance(std::size_t iSegment, std::size_t iCount, StartsAtOrBefore i
 
 inline const Time_BasicTempoMapSegment& Time_BasicTempoMap::SegmentAtTick(Time_Tick iTick) const
 {
-    return mIsIndexed ? mSegments[mIndexP->mTicks.Find(iTick.AsInt64())]
+    return mIsIndexed ? mSegments[mIndex->mTicks.Find(iTick.AsInt64())]
                       : SearchedAt(FindSegmentAtTick(iTick));
 }
 
 inline const Time_BasicTempoMapSegment& Time_BasicTempoMap::SegmentAtSample(Time_Sample iSample) const
 {
-    return mIsIndexed ? mSegments[mIndexP->mSamples.Find(static_cast<double>(iSample.AsInt64()))]
+    return mIsIndexed ? mSegments[mIndex->mSamples.Find(static_cast<double>(iSample.AsInt64()))]
                       : SearchedAt(FindSegmentAtSample(iSample));
 }
 
@@ -77,7 +77,7 @@ const Time_BasicTempoMapSegment& Time_BasicTempoMap::NextAtSample(Time_Sample iS
                                                                   std::size_t& ioSegment) const
 {
     // Start samples that do not ascend are left to the search.
-    const bool canStep = mIsIndexed && mIndexP->mSamplesAscend;
+    const bool canStep = mIsIndexed && mIndex->mSamplesAscend;
     const auto sample = static_cast<double>(iSample.AsInt64());
     ioSegment = Advance(
         ioSegment, canStep ? mSegments.size() : 0,

@@ -1,5 +1,5 @@
-// Time_BasicTempoMapLine: a numeric map's segment as the line that vector kernels convert by, without end in both
-// directions.
+// Time_BasicTempoMapLine: a numeric map's segment as the line that vector kernels convert by,
+// without end in both directions.
 #pragma once
 
 #include "Kora/Time/Numeric/Time_VectorKernels_p.h"

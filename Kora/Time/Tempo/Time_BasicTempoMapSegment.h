@@ -7,9 +7,10 @@
 //     +--------|------ tick
 //              T0
 //
-// Units:      ticks, 960000 to a quarter note; samples, with fractions inside: only a result is rounded, once.
-// Rounding:   halves go up: a tick half-way between two samples belongs to the later one. Results beyond 64 bits
-//             saturate.
+// Units:      ticks, 960000 to a quarter note; samples, with fractions inside: only a
+//             result is rounded, once.
+// Rounding:   halves go up: a tick half-way between two samples belongs to the later one. Results
+//             beyond 64 bits saturate.
 // Invariants: (1) ticks per sample is 1 / samples per tick, kept to spare a division for each conversion.
 // Threads:    plain value; queries only read.
 #pragma once
@@ -23,8 +24,8 @@ public:
     // Whether it is a tempo: beats per minute above 0 and not infinite, of a beat above 0 ticks.
     [[nodiscard]] static bool IsTempo(double iBeatsPerMinute, const Time_TickLength& iTicksPerBeat);
 
-    // From a start on at a tempo. 120 bpm of quarter notes at 48000 Hz: 0.025 samples per tick. Here and below, what is
-    // not a tempo asserts "iBeatsPerMinute > 0" and leaves the slope as it was.
+    // From a start on at a tempo. 120 bpm of quarter notes at 48000 Hz: 0.025 samples per tick. Here and
+    // below, what is not a tempo asserts "iBeatsPerMinute > 0" and leaves the slope as it was.
     void SetTempo(Time_Tick iStartTick, double iFractionalStartSample, double iSampleRate,
                   double iBeatsPerMinute, const Time_TickLength& iTicksPerBeat);
     // Backwards from a known end at a tempo. A sample rate of 0 asserts "iSampleRate != 0" and is used.
@@ -47,7 +48,8 @@ public:
     // The line's value at a tick, before the start too.
     double FractionalSampleAt(Time_Tick iTick) const { return SampleAtOffset(TicksAfterStart(iTick)); }
 
-    // The sample that the tick falls on; with iClamp at most the last sample of the Samples limit (Time_Typed).
+    // The sample that the tick falls on; with iClamp at most the last sample of the
+    // Samples limit (Time_Typed).
     Time_Sample TickToSample(Time_Tick iTick, bool iClamp) const;
     Time_Tick SampleToTick(Time_Sample iSample) const;
     // The first sample whose tick is iTick or later, within the Samples limit.

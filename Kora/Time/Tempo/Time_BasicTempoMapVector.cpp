@@ -1,7 +1,8 @@
 // Time_BasicTempoMap: conversions of many values.
 //
-// Event times come mostly in order, so that neighbours lie on one line: such a run goes to a vector kernel. Where runs
-// are short, the segments of a block of values are looked up side by side, so that the reads from memory overlap.
+// Event times come mostly in order, so that neighbours lie on one line: such a run goes to a vector
+// kernel. Where runs are short, the segments of a block of values are looked up side by side, so that the
+// reads from memory overlap.
 #include "Kora/Time/Tempo/Time_BasicTempoMapIndex_p.h"
 #include "Kora/Time/Tempo/Time_BasicTempoMapLine_p.h"
 #include "Kora/Time/Values/Time_TypedVector.h"
@@ -51,7 +52,7 @@ struct Time_BasicTempoMap::TicksToSamplesDirection
     const double mLimit;
     const Cmn_Int64 mMaximum;
 
-    std::size_t Find(Cmn_Int64 iTick) const { return mMap.mIndexP->mTicks.Find(iTick); }
+    std::size_t Find(Cmn_Int64 iTick) const { return mMap.mIndex->mTicks.Find(iTick); }
     bool Starts(std::size_t iIndex, Cmn_Int64 iTick) const
     {
         return mMap.mSegments[iIndex].GetStartTick().AsInt64() <= iTick;
@@ -79,7 +80,7 @@ struct Time_BasicTempoMap::SamplesToTicksDirection
 
     std::size_t Find(Cmn_Int64 iSample) const
     {
-        return mMap.mIndexP->mSamples.Find(static_cast<double>(iSample));
+        return mMap.mIndex->mSamples.Find(static_cast<double>(iSample));
     }
     bool Starts(std::size_t iIndex, Cmn_Int64 iSample) const
     {
@@ -119,8 +120,7 @@ void Time_BasicTempoMap::SamplesToTicks(Cmn_Int64* ioTimes, std::size_t iCount) 
             ioTimes[i] = SampleToTick(Time_Sample(ioTimes[i])).AsInt64();
         return;
     }
-    ConvertAll(SamplesToTicksDirection{*this, mIndexP->mSamples.GetKeys()}, mSegments.size(), ioTimes,
-               iCount);
+    ConvertAll(SamplesToTicksDirection{*this, mIndex->mSamples.GetKeys()}, mSegments.size(), ioTimes, iCount);
 }
 
 void Time_BasicTempoMap::TimesToType(Time_TypedVector* ioTimes, Time_EType iType) const KORA_NONBLOCKING

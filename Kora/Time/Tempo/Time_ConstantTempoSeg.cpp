@@ -47,35 +47,35 @@ Time_ConstantTempoSeg::Time_ConstantTempoSeg(Time_Tick iStartTick, double iBeats
 Time_ConstantTempoSeg::Time_ConstantTempoSeg(const Time_ConstantTempoSeg&) = default;
 Time_ConstantTempoSeg::~Time_ConstantTempoSeg() = default;
 
-Time_ConstantTempoSeg::Time_ConstantTempoSeg(Sys_TypedInStream& iStream)
-    : Time_ConstantTempoSeg(Sys_StdStreamHeaderReader(iStream, cStreamName), iStream)
+Time_ConstantTempoSeg::Time_ConstantTempoSeg(Sys_TypedInStream& ioStream)
+    : Time_ConstantTempoSeg(Sys_StdStreamHeaderReader(ioStream, cStreamName), ioStream)
 {
 }
 
 // The header opens before the base block inside it is read.
-Time_ConstantTempoSeg::Time_ConstantTempoSeg(Sys_StdStreamHeaderReader&& iHeader, Sys_TypedInStream& iStream)
-    : Time_TempoMapSegment((iHeader.CheckVersion(cVersion, cVersion), iStream))
+Time_ConstantTempoSeg::Time_ConstantTempoSeg(Sys_StdStreamHeaderReader&& iHeader, Sys_TypedInStream& ioStream)
+    : Time_TempoMapSegment((iHeader.CheckVersion(cVersion, cVersion), ioStream))
 {
-    ReadTempo(iStream);
-    mTempoIsUnspecified = iStream.ReadBool();
+    ReadTempo(ioStream);
+    mTempoIsUnspecified = ioStream.ReadBool();
     iHeader.SkipTheRest();
 }
 
-Time_ConstantTempoSeg::Time_ConstantTempoSeg(Sys_TypedInStream& iStream, EReadPrevSeg)
+Time_ConstantTempoSeg::Time_ConstantTempoSeg(Sys_TypedInStream& ioStream, EReadPrevSeg)
     : Time_TempoMapSegment(Time_Tick())
 {
-    Sys_StdStreamHeaderReader header(iStream, cPrevSegStreamName);
+    Sys_StdStreamHeaderReader header(ioStream, cPrevSegStreamName);
     header.CheckVersion(cVersion, cVersion);
-    SetStartTick(Time_Tick(iStream.ReadInt64()));
-    ReadTempo(iStream);
+    SetStartTick(Time_Tick(ioStream.ReadInt64()));
+    ReadTempo(ioStream);
     header.SkipTheRest();
 }
 
-void Time_ConstantTempoSeg::ReadTempo(Sys_TypedInStream& iStream)
+void Time_ConstantTempoSeg::ReadTempo(Sys_TypedInStream& ioStream)
 {
-    const Cmn_Int64 position = iStream.GetPosition();
-    mBeatsPerMinute = iStream.ReadFloat64();
-    nTicksPerBeat = Time_TickLength(iStream.ReadInt64());
+    const Cmn_Int64 position = ioStream.GetPosition();
+    mBeatsPerMinute = ioStream.ReadFloat64();
+    nTicksPerBeat = Time_TickLength(ioStream.ReadInt64());
     // What locks out of order made a computed segment derive is as good as any: a rebuild derives it again.
     const double beatsPerMinute = IsComputed() ? cDefaultBeatsPerMinute : mBeatsPerMinute;
     if (!Time_BasicTempoMapSegment::IsTempo(beatsPerMinute, nTicksPerBeat))
@@ -166,13 +166,13 @@ void Time_ConstantTempoSeg::Split(std::unique_ptr<Time_TempoMapSegment>& oFirst,
     oSecond = std::make_unique<Time_ConstantTempoSeg>(iTick, mBeatsPerMinute, nTicksPerBeat);
 }
 
-void Time_ConstantTempoSeg::StreamOut(Sys_TypedOutStream& iStream) const
+void Time_ConstantTempoSeg::StreamOut(Sys_TypedOutStream& ioStream) const
 {
-    Sys_StdStreamHeaderWriter header(iStream, cStreamName, cVersion);
-    StreamOutBase(iStream);
-    iStream.WriteFloat64(mBeatsPerMinute);
-    iStream.WriteInt64(nTicksPerBeat.AsInt64());
-    iStream.WriteBool(mTempoIsUnspecified);
+    Sys_StdStreamHeaderWriter header(ioStream, cStreamName, cVersion);
+    StreamOutBase(ioStream);
+    ioStream.WriteFloat64(mBeatsPerMinute);
+    ioStream.WriteInt64(nTicksPerBeat.AsInt64());
+    ioStream.WriteBool(mTempoIsUnspecified);
     header.PatchSize();
 }
 

@@ -1,13 +1,13 @@
 // Time_ConstantTempoSeg: a tempo map segment with one tempo from its start to the next segment.
 //
-// A segment may be without a tempo of its own ("unspecified"). Locked at the map's start it is then generated with the
-// next segment's tempo, or 120 beats of 960000 ticks where that has none; anywhere else it generates nothing, and the tempo before it
-// goes on. The tempo borrowed is never stored.
+// A segment may be without a tempo of its own ("unspecified"). Locked at the map's start it is then generated
+// with the next segment's tempo, or 120 beats of 960000 ticks where that has none; anywhere else it generates
+// nothing, and the tempo before it goes on. The tempo borrowed is never stored.
 //
 // Units:   beats per minute; the beat in internal ticks.
-// Streams: a header "Const", version 1, with the base block "TMS" (Time_TempoMapSegment), beats per minute (double),
-//          ticks per beat (64 bits), unspecified (bool). The layout before it is a header "Tempo", version 1, with
-//          start tick (64 bits), beats per minute (double), ticks per beat (64 bits).
+// Streams: a header "Const", version 1, with the base block "TMS" (Time_TempoMapSegment), beats per minute
+//          (double), ticks per beat (64 bits), unspecified (bool). The layout before it is a header "Tempo",
+//          version 1, with start tick (64 bits), beats per minute (double), ticks per beat (64 bits).
 #pragma once
 
 #include "Kora/Time/Tempo/Time_TempoMapSegment.h"
@@ -22,16 +22,16 @@ public:
 
     // 120 bpm of quarter notes, every flag false.
     explicit Time_ConstantTempoSeg(Time_Tick iStartTick);
-    // A tempo not above 0 or infinite asserts "iBeatsPerMinute > 0", a beat not above 0 ticks "iTicksPerBeat !=
-    // Time_TickLength(0)"; then neither is taken, and the tempo is the default one.
+    // A tempo not above 0 or infinite asserts "iBeatsPerMinute > 0", a beat not above 0 ticks "iTicksPerBeat
+    // != Time_TickLength(0)"; then neither is taken, and the tempo is the default one.
     Time_ConstantTempoSeg(Time_Tick iStartTick, double iBeatsPerMinute,
                           const Time_TickLength& iTicksPerBeat = cDefaultTicksPerBeat);
     Time_ConstantTempoSeg(const Time_ConstantTempoSeg& iOther);
     // Reads what StreamOut wrote. Throws as Sys_StdStreamHeaderReader and Sys_TypedInStream do, and
     // Sys_StreamReadException for what is not a tempo, but for the beats per minute of a computed segment.
-    explicit Time_ConstantTempoSeg(Sys_TypedInStream& iStream);
+    explicit Time_ConstantTempoSeg(Sys_TypedInStream& ioStream);
     // Reads a segment of the layout before, which becomes a free segment with that tempo. Throws likewise.
-    Time_ConstantTempoSeg(Sys_TypedInStream& iStream, EReadPrevSeg);
+    Time_ConstantTempoSeg(Sys_TypedInStream& ioStream, EReadPrevSeg);
     ~Time_ConstantTempoSeg() override;
 
     // The name of a header at the stream's position tells which of the two constructors reads it.
@@ -49,8 +49,9 @@ public:
 
     // A computed segment takes no tempo.
     bool CanSetTempo() const { return !IsComputed(); }
-    // Stores both; the tempo is specified then. Asserts "this->CanSetTempo()"; what is stored nonetheless is derived
-    // anew by the next rebuild. What the constructor does not take asserts as there, and changes nothing.
+    // Stores both; the tempo is specified then. Asserts "this->CanSetTempo()"; what is stored
+    // nonetheless is derived anew by the next rebuild. What the constructor does not take asserts as
+    // there, and changes nothing.
     void SetTempo(double iBeatsPerMinute, const Time_TickLength& iTicksPerBeat);
 
     ETypeID GetTypeID() const override;
@@ -62,13 +63,13 @@ public:
     bool GetTempo(double& oBeatsPerMinute, Time_TickLength& oTicksPerBeat) const override;
     void Split(std::unique_ptr<Time_TempoMapSegment>& oFirst, std::unique_ptr<Time_TempoMapSegment>& oSecond,
                Time_Tick iTick) const override;
-    void StreamOut(Sys_TypedOutStream& iStream) const override;
+    void StreamOut(Sys_TypedOutStream& ioStream) const override;
     Cmn_XMLNode GetAsXML() const override;
     std::string Dump() const override;
 
 private:
-    Time_ConstantTempoSeg(class Sys_StdStreamHeaderReader&& iHeader, Sys_TypedInStream& iStream);
-    void ReadTempo(Sys_TypedInStream& iStream);
+    Time_ConstantTempoSeg(class Sys_StdStreamHeaderReader&& iHeader, Sys_TypedInStream& ioStream);
+    void ReadTempo(Sys_TypedInStream& ioStream);
 
     // Derived by each rebuild when the segment is computed, inside a map too, where segments are read-only.
     mutable double mBeatsPerMinute = cDefaultBeatsPerMinute;

@@ -1,8 +1,10 @@
-// Time_NewTempoEvent, Time_NewTempoEvents: the tempos that a tempo-producing tool has found, before they become
-// segments of a tempo map.
+// Time_NewTempoEvent, Time_NewTempoEvents: the tempos that a tempo-producing tool has found, before they
+// become segments of a tempo map.
 //
-// Units:      ticks are internal; tempos in beats per minute of the event's own beat; rates in samples per second.
-// Invariants: events ascend strictly by start tick. AddTempoEvent keeps that, the vector's own operations do not.
+// Units:      ticks are internal; tempos in beats per minute of the event's own beat;
+//             rates in samples per second.
+// Invariants: events ascend strictly by start tick. AddTempoEvent keeps that, the
+// vector's own operations do not.
 #pragma once
 
 #include "Bastel/Cmn/Cmn_PolyVector.h"
@@ -53,15 +55,17 @@ public:
     double GetSampleRate() const { return mSampleRate; }
     void SetSampleRate(double iSampleRate) { mSampleRate = iSampleRate; }
 
-    // An event at the same tick takes the new tempo and beat. An event that repeats the one before it is not added, nor
-    // is one that is no tempo (Time_BasicTempoMapSegment::IsTempo), which asserts "iEvent.GetTempo() > 0".
+    // An event at the same tick takes the new tempo and beat. An event that repeats the one before it is not
+    // added, nor is one that is no tempo (Time_BasicTempoMapSegment::IsTempo), which asserts
+    // "iEvent.GetTempo() > 0".
     KORA_API void AddTempoEvent(const Time_NewTempoEvent& iEvent);
     // The event that starts at iTick, or null.
     [[nodiscard]] KORA_API const Time_NewTempoEvent* GetTempoEventAtTick(Time_Tick iTick) const;
 
-    // The tick one quantum after iStart, or after the last event where iStart's count is 0; iStart counts as ticks
-    // whatever its unit. A quantum in samples is as long as the last tempo makes it. A quantum in ticks is added; with
-    // one event only, the result is the next line after the start on the grid of the default song start,
+    // The tick one quantum after iStart, or after the last event where iStart's count is 0; iStart
+    // counts as ticks whatever its unit. A quantum in samples is as long as the last tempo makes it. A
+    // quantum in ticks is added; with one event only, the result is the next line after the start on the
+    // grid of the default song start,
     // 1000000000000. Frames, or no event at all, assert and give iStart.
     KORA_API Time_Tick NextQuantizedTick(const Time_TypedLength& iQuantum,
                                          const Time_TypedLength& iStart) const;

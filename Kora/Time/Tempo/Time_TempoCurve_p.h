@@ -1,7 +1,7 @@
 // Time_TempoCurve: the course of a tempo over a stretch of ticks, and how long parts of it last.
 //
-// Tempi are integrated by a quadrature of products and quotients only: logarithms and cosines of the system's library
-// differ between platforms, and what comes out is saved.
+// Tempi are integrated by a quadrature of products and quotients only: logarithms and cosines of the system's
+// library differ between platforms, and what comes out is saved.
 #pragma once
 
 #include "Kora/Time/Tempo/Time_TempoEdit.h"
@@ -64,9 +64,9 @@ private:
         } cPoints[] = {
             {-0.9061798459386640, 0.2369268850561891},
             {-0.5384693101056831, 0.4786286704993665},
-            {0.0,                 0.5688888888888889},
-            {0.5384693101056831,  0.4786286704993665},
-            {0.9061798459386640,  0.2369268850561891},
+            {0.0, 0.5688888888888889},
+            {0.5384693101056831, 0.4786286704993665},
+            {0.9061798459386640, 0.2369268850561891},
         };
         double sum = 0;
         for (const auto& point : cPoints)

@@ -163,7 +163,8 @@ struct FactorRange
     double mMax = 1e300;
 };
 
-// The factors by which all the pieces stay within the limits; none, and mMin is above mMax, where they cannot.
+// The factors by which all the pieces stay within the limits; none, and mMin is above
+// mMax, where they cannot.
 FactorRange FactorsWithinLimits(const std::vector<Piece>& iPieces)
 {
     const Time_TempoLimits& limits = Time_TempoEdit::GetTempoLimits();

@@ -4,17 +4,18 @@
 //                        FROM      TO
 //                    | 120 |180 |135 |90
 //
-// Each call is one edit of its map, with one notice to undo and one broadcast, or it is refused with the reason and
-// changes nothing. What lies behind a range edit keeps its tempo: where none starts at the range's end, the one in force
-// there before is put there.
+// Each call is one edit of its map, with one notice to undo and one broadcast, or it is refused with the
+// reason and changes nothing. What lies behind a range edit keeps its tempo: where none starts at the range's
+// end, the one in force there before is put there.
 //
-// Locks:      a locked position has its sample whatever is edited elsewhere. Between two locks there is one tempo, which
-//             is computed. So tempi are edited behind the last lock only (eReason_Locked elsewhere), and time that is
-//             inserted or deleted moves the locks behind it along, by whole samples.
-// Song start: a map without any lock gets one with its first edit, at the sample nearest to where it is. Nothing is
-//             edited before the first lock but by locking a position there.
-// Units:      ticks are internal; tempi in beats per minute of their beat; samples at the map's rate. Ranges are
-//             [from, to).
+// Locks:      a locked position has its sample whatever is edited elsewhere. Between two locks there is
+//             one tempo, which is computed. So tempi are edited behind the last lock only
+//             (eReason_Locked elsewhere), and time that is inserted or deleted moves the locks behind it
+//             along, by whole samples.
+// Song start: a map without any lock gets one with its first edit, at the sample nearest to where it is.
+//             Nothing is edited before the first lock but by locking a position there.
+// Units:      ticks are internal; tempi in beats per minute of their beat; samples at the map's
+//             rate. Ranges are [from, to).
 // Threads:    the map's own.
 #pragma once
 
@@ -71,13 +72,14 @@ public:
     static Time_TempoEditResult SetTempo(Time_TempoMap& ioMap, Time_Tick iTick, const Tempo& iTempo);
     // The tempo before the range goes on through it; the song start keeps its own.
     static Time_TempoEditResult ClearRange(Time_TempoMap& ioMap, Time_Tick iFrom, Time_Tick iTo);
-    // Steps of equal length, to a tick, each with the tempo that makes it last as long as the curve does over it; from iTo
-    // on the second tempo, which counts the beats of the first. Neighbours of one tempo are joined.
+    // Steps of equal length, to a tick, each with the tempo that makes it last as long as the curve
+    // does over it; from iTo on the second tempo, which counts the beats of the first. Neighbours
+    // of one tempo are joined.
     static Time_TempoEditResult Ramp(Time_TempoMap& ioMap, Time_Tick iFrom, Time_Tick iTo,
                                      const Tempo& iStart, double iEndBeatsPerMinute, ECurve iCurve,
                                      std::size_t iSteps);
-    // The same with steps of a length in ticks, on the grid of the default song start, or in samples at the tempo of the
-    // step's beginning (Time_NewTempoEvents::NextQuantizedTick).
+    // The same with steps of a length in ticks, on the grid of the default song start, or in samples at the
+    // tempo of the step's beginning (Time_NewTempoEvents::NextQuantizedTick).
     static Time_TempoEditResult Ramp(Time_TempoMap& ioMap, Time_Tick iFrom, Time_Tick iTo,
                                      const Tempo& iStart, double iEndBeatsPerMinute, ECurve iCurve,
                                      const Time_TypedLength& iStep);
@@ -91,21 +93,24 @@ public:
 
     // --- Locks
 
-    // This tick is at this sample. The stretch from the lock before gets the one tempo that fits, and so does the one to
-    // the next lock; behind the last lock the tempi stay as they are. A lock that is there is moved.
+    // This tick is at this sample. The stretch from the lock before gets the one tempo that fits,
+    // and so does the one to the next lock; behind the last lock the tempi stay as they are. A
+    // lock that is there is moved.
     static Time_TempoEditResult LockToSample(Time_TempoMap& ioMap, Time_Tick iTick, Time_Sample iSample);
     static Time_TempoEditResult MoveLock(Time_TempoMap& ioMap, Time_Tick iTick, Time_Sample iSample);
-    // The stretches to both sides become one; behind the last lock that is left the tempo before goes on as it was.
+    // The stretches to both sides become one; behind the last lock that is left the tempo
+    // before goes on as it was.
     static Time_TempoEditResult RemoveLock(Time_TempoMap& ioMap, Time_Tick iTick);
-    // Many at once, by ascending ticks and samples; locks between them go. Points in between whose tick is within the
-    // tolerance of their sample without a lock of their own get none; the first and the last one always do.
+    // Many at once, by ascending ticks and samples; locks between them go. Points in between whose
+    // tick is within the tolerance of their sample without a lock of their own get none; the first
+    // and the last one always do.
     static Time_TempoEditResult LockAll(Time_TempoMap& ioMap, const std::vector<Point>& iPoints,
                                         double iToleranceSamples = 0);
 
     // --- Time
 
-    // iLength ticks at the tempo in force before iAt; all that is at iAt or later moves, but for the song start. Deleting
-    // the same stretch then is the identity.
+    // iLength ticks at the tempo in force before iAt; all that is at iAt or later moves, but for the song
+    // start. Deleting the same stretch then is the identity.
     static Time_TempoEditResult InsertTime(Time_TempoMap& ioMap, Time_Tick iAt, Time_TickLength iLength);
     // The tempo in force at iTo goes on from iFrom.
     static Time_TempoEditResult DeleteTime(Time_TempoMap& ioMap, Time_Tick iFrom, Time_Tick iTo);

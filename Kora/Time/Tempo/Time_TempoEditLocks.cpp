@@ -121,8 +121,8 @@ void CommitPoints(Time_TempoMap& ioMap, const std::vector<Point>& iPoints, const
     ioMap.ReplaceSegments(start, end, std::move(segments));
 }
 
-// The points that get a lock: from each, the next is the last up to which one line stays within the tolerance of all
-// between.
+// The points that get a lock: from each, the next is the last up to which one line stays within the
+// tolerance of all between.
 std::vector<Point> WithinTolerance(const std::vector<Point>& iPoints, double iTolerance)
 {
     std::vector<Point> kept{iPoints.front()};
@@ -149,9 +149,7 @@ std::vector<Point> WithinTolerance(const std::vector<Point>& iPoints, double iTo
 
 Time_TempoEditResult Time_TempoEdit::LockToSample(Time_TempoMap& ioMap, Time_Tick iTick, Time_Sample iSample)
 {
-    return LockAll(ioMap, {
-                              Point{iTick, iSample}
-    });
+    return LockAll(ioMap, {Point{iTick, iSample}});
 }
 
 Time_TempoEditResult Time_TempoEdit::MoveLock(Time_TempoMap& ioMap, Time_Tick iTick, Time_Sample iSample)

@@ -1,4 +1,5 @@
-// Time_TempoEditResult: whether a tempo edit was carried out, and if not why, and what is nearest that could be.
+// Time_TempoEditResult: whether a tempo edit was carried out, and if not why, and what
+// is nearest that could be.
 //
 //     const Time_TempoEditResult result = Time_TempoEdit::LockToSample(map, tick, sample);
 //     if (!result) …   // eReason_OutOfLimits: result.mNearest is the nearest sample that the tick could be locked to

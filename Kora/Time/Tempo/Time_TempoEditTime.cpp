@@ -197,9 +197,7 @@ Time_TempoEdit::Copied Time_TempoEdit::CopyRange(const Time_TempoMap& iMap, Time
     if (iFrom >= iTo) return {};
     Copied copied{iTo - iFrom, {}};
     for (const Piece& piece : PiecesOf(iMap, iFrom, iTo))
-        copied.mTempi.push_back({
-            piece.mStart - iFrom, {piece.mBeatsPerMinute, piece.mTicksPerBeat}
-        });
+        copied.mTempi.push_back({piece.mStart - iFrom, {piece.mBeatsPerMinute, piece.mTicksPerBeat}});
     return copied;
 }
 

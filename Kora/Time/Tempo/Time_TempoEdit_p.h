@@ -39,14 +39,16 @@ const Time_TempoMapSegment* LockFrom(const Time_TempoMap& iMap, Time_Tick iTick)
 // The tick before which nothing is edited.
 Time_Tick FirstEditableTick(const Time_TempoMap& iMap);
 
-// Whether tempi from iFrom on may be edited: it is not before the song start, and nothing behind it is locked.
+// Whether tempi from iFrom on may be edited: it is not before the song start, and
+// nothing behind it is locked.
 Result CheckFrom(const Time_TempoMap& iMap, Time_Tick iFrom);
 Result CheckRange(const Time_TempoMap& iMap, Time_Tick iFrom, Time_Tick iTo);
 Result CheckTempo(double iBeatsPerMinute, const Time_TickLength& iTicksPerBeat);
 
 // A segment at the piece's tick with its tempo; of iOld, which may be null, it has the locks and marks.
 SegmentPtr SegmentOf(const Piece& iPiece, const Time_TempoMapSegment* iOld);
-// Puts the pieces in the place of the tempi in [iFrom, iTo); with iTail from iTo on that one, else what was in force.
+// Puts the pieces in the place of the tempi in [iFrom, iTo); with iTail from iTo on that
+// one, else what was in force.
 void Commit(Time_TempoMap& ioMap, Time_Tick iFrom, Time_Tick iTo, const std::vector<Piece>& iPieces,
             const std::optional<Piece>& iTail = std::nullopt);
 

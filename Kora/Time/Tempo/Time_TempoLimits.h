@@ -1,7 +1,7 @@
 // Time_TempoLimits: the tempos allowed, counted in quarter notes and in the beats of the segment at hand.
 //
-// Units: quarters or beats per minute; beats in internal ticks, a quarter 960000. Display ticks are reported, and their
-//        count taken as it stands; a beat of 0 ticks is reported, and quotients by it are 0.
+// Units: quarters or beats per minute; beats in internal ticks, a quarter 960000. Display ticks are reported,
+//        and their count taken as it stands; a beat of 0 ticks is reported, and quotients by it are 0.
 #pragma once
 
 #include "Kora/Time/Values/Time_TickLength.h"
@@ -23,8 +23,8 @@ public:
     [[nodiscard]] KORA_API double GetMinBPM(const Time_TickLength& iTicksPerBeat) const;
     [[nodiscard]] KORA_API double GetMaxBPM(const Time_TickLength& iTicksPerBeat) const;
 
-    // Beats per minute clamped by the beat limits, then by the quarter limits. With the standard limits 1000 quarters
-    // become 500; 1000 eighths 999.
+    // Beats per minute clamped by the beat limits, then by the quarter limits. With the standard limits 1000
+    // quarters become 500; 1000 eighths 999.
     [[nodiscard]] KORA_API double LimitTempoValue(double iBPM, const Time_TickLength& iTicksPerBeat) const;
 
 private:

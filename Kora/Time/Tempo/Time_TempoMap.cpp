@@ -136,8 +136,9 @@ void Time_TempoMap::PutSegment(std::size_t iIndex, std::unique_ptr<const Time_Te
     Count(iNotes);
 }
 
-// Puts the collected segments in turn, sorted, between those that stood behind the first of them. Nothing is moved
-// before all room is made. What is asked of the segments is asked in the order in which they came, which memory likes.
+// Puts the collected segments in turn, sorted, between those that stood behind the first of them. Nothing
+// is moved before all room is made. What is asked of the segments is asked in the order in which they
+// came, which memory likes.
 void Time_TempoMap::SettleAdded() const
 {
     std::vector<Time_Ordered> order;

@@ -1,23 +1,23 @@
-// Time_TempoMap: a document's tempo map: the tempo segments along the tick line, and every answer about which sample
-// a tick falls on and which tick a sample.
+// Time_TempoMap: a document's tempo map: the tempo segments along the tick line, and every answer about which
+// sample a tick falls on and which tick a sample.
 //
 //   segments   |  120 bpm   |  90 bpm, computed    | 140 bpm →
 //   tick       T0 = 10^12   T1                     T2
 //   sample     locked 0     follows                locked 480000
 //
 // Units:      ticks, 960000 to a quarter note; samples at GetSampleRate(). Ranges are [start, end).
-// Invariants: (1) segments ascend by start tick, at most one a tick  (2) while the numeric cache is out of date, the
-//             editing thread holds the read lock.
-// Edits:      each edit brackets itself by BeginEdit and EndEdit, and the outermost EndEdit rebuilds the cache and
-//             broadcasts. An edit that changes nothing, such as erasing an empty range, does neither, and gives undo no
-//             notice. A rebuild starts at the last segment generated forward at or before the first change and gives
-//             the bits of a full one.
-// Threads:    everything belongs to the thread that made the map, but for this: another thread that holds the read
-//             lock (TryToAcquireReadLock) may ask all queries, here or through GetBasicTempoMap.
+// Invariants: (1) segments ascend by start tick, at most one a tick  (2) while the numeric cache is out of
+//             date, the editing thread holds the read lock.
+// Edits:      each edit brackets itself by BeginEdit and EndEdit, and the outermost EndEdit rebuilds the
+//             cache and broadcasts. An edit that changes nothing, such as erasing an empty range, does
+//             neither, and gives undo no notice. A rebuild starts at the last segment generated forward at or
+//             before the first change and gives the bits of a full one.
+// Threads:    everything belongs to the thread that made the map, but for this: another thread that holds the
+//             read lock (TryToAcquireReadLock) may ask all queries, here or through GetBasicTempoMap.
 // Real time:  with the read lock held, conversions allocate nothing, lock nothing and throw nothing.
 // Ownership:  owns its segments; receivers in its listener list stay the caller's.
-// Copies:     take segments and sample rate. A copy is not undoable and has no listeners; assignment keeps the target's
-//             identity, edit bracket and listeners.
+// Copies:     take segments and sample rate. A copy is not undoable and has no listeners; assignment keeps
+//             the target's identity, edit bracket and listeners.
 #pragma once
 
 #include "Bastel/Cmn/Cmn_PolyVector.h"
@@ -45,8 +45,8 @@ public:
     static constexpr double cFallbackBeatsPerMinute = 120.0;
     static constexpr Time_TickLength cFallbackTicksPerBeat{Time_TickLength::cInternalPerQuarter};
 
-    // No segments; the sample rate is Time_Globals::GetPullSampleRate(). Until its first query or edit the map counts
-    // as out of date, and other threads do not get its read lock.
+    // No segments; the sample rate is Time_Globals::GetPullSampleRate(). Until its first query or edit the
+    // map counts as out of date, and other threads do not get its read lock.
     explicit Time_TempoMap(EUndoFlag iUndoFlag = kNoUndo);
     Time_TempoMap(const Time_TempoMap& iOther);
     Time_TempoMap& operator=(const Time_TempoMap& iOther);
@@ -57,31 +57,33 @@ public:
 
     // --- Edits
 
-    // Within a bracket segments may be added in any order, at the cost of sorting them: those that do not follow in order
-    // are collected, and take their places, one after the other as they came, at the next query or other edit. Iterators
-    // hold until then.
+    // Within a bracket segments may be added in any order, at the cost of sorting them: those that do not
+    // follow in order are collected, and take their places, one after the other as they came, at the next
+    // query or other edit. Iterators hold until then.
     void BeginEdit() { ++mEditCount; }
-    // Each call gives the map a new edit identifier; the outermost one rebuilds the cache and broadcasts. Asserts
-    // "mEditCount > 0" when no edit is open.
+    // Each call gives the map a new edit identifier; the outermost one rebuilds the cache and broadcasts.
+    // Asserts "mEditCount > 0" when no edit is open.
     void EndEdit();
     Cmn_Int32 GetEditCount() const { return mEditCount; }
-    // A number that no map had before, new after each EndEdit: tells cheaply whether the map was edited meanwhile.
+    // A number that no map had before, new after each EndEdit: tells cheaply whether the
+    // map was edited meanwhile.
     Cmn_Int32 GetUniqueEditIdentifier() const { return mUniqueEditIdentifier; }
 
-    // Takes the place of a segment at the same tick, which is destroyed (at the latest when the outermost edit ends). Null asserts "0 != iSegmentP.get()". A segment
-    // with a tempo of its own that is not above 0, or infinite, asserts "iBeatsPerMinute > 0" and is not taken.
+    // Takes the place of a segment at the same tick, which is destroyed (at the latest when the outermost
+    // edit ends). Null asserts "0 != iSegmentP.get()". A segment with a tempo of its own that is not above 0,
+    // or infinite, asserts "iBeatsPerMinute > 0" and is not taken.
     void AddSegment(std::unique_ptr<Time_TempoMapSegment> iSegmentP);
     // The end asserts "iter != mSegments.end()".
     void DeleteSegment(SegmentIter iter);
     void EraseSegments(Time_Tick iStart, Time_Tick iEnd);
     // Segments locked to a sample in the range.
     void EraseLockedSegmentsBySample(Time_Sample iStart, Time_Sample iEnd);
-    // The segments of [iStart, iEnd) go and these come, as one edit. They ascend by start ticks within the range, or
-    // assert "segments ascend within the range" and nothing is changed.
+    // The segments of [iStart, iEnd) go and these come, as one edit. They ascend by start ticks within the
+    // range, or assert "segments ascend within the range" and nothing is changed.
     void ReplaceSegments(Time_Tick iStart, Time_Tick iEnd,
                          std::vector<std::unique_ptr<Time_TempoMapSegment>> iSegments);
-    // Makes the first locked segment the song start, or where none is locked, one at cDefaultSongStartTick, locked to
-    // the sample that it falls on. Nothing if there is a song start.
+    // Makes the first locked segment the song start, or where none is locked, one at cDefaultSongStartTick,
+    // locked to the sample that it falls on. Nothing if there is a song start.
     void EnsureSongStart();
     void Clear();
     // Copies iOther's segments; the sample rate stays. Nothing for the map itself.
@@ -141,8 +143,8 @@ public:
     Time_Tick SampleToTickBasedOnReferenceTempoAtSample(Time_Sample iSample,
                                                         Time_Sample iReference) const KORA_NONBLOCKING;
 
-    // Of typed times, with samples clamped. Frames, on either side, assert "time_type_mismatch": the scalar forms then
-    // give 0, the others their argument.
+    // Of typed times, with samples clamped. Frames, on either side, assert "time_type_mismatch": the scalar
+    // forms then give 0, the others their argument.
     Time_Sample TimeTypedToSample(const Time_Typed& iTime) const KORA_NONBLOCKING;
     Time_Tick TimeTypedToTick(const Time_Typed& iTime) const KORA_NONBLOCKING;
     Time_Typed TimeTypedToSpecifiedType(const Time_Typed& iTime, Time_EType iType) const KORA_NONBLOCKING;
@@ -152,13 +154,15 @@ public:
 
     // --- Other threads, listeners
 
-    // Never waits. True when the caller holds the lock and the cache is up to date; false while an edit has put it out
-    // of date, for the editing thread too. Pair each success with a ReleaseReadLock on the same thread.
+    // Never waits. True when the caller holds the lock and the cache is up to date; false while an
+    // edit has put it out of date, for the editing thread too. Pair each success with a
+    // ReleaseReadLock on the same thread.
     [[nodiscard]] bool TryToAcquireReadLock() const KORA_NONBLOCKING;
     void ReleaseReadLock() const KORA_NONBLOCKING;
     Cnn_ListenerList<Mdl_SimpleValMessage>& GetListenerList() { return mListeners; }
 
-    // Rebuilds the numeric cache if it is out of date, and leaves the read lock then. Every query does so first.
+    // Rebuilds the numeric cache if it is out of date, and leaves the read lock then.
+    // Every query does so first.
     void UpdateBasicMapIfNeeded() const;
 
     // --- Undo and persistence
@@ -166,16 +170,16 @@ public:
     Ndo_State* NdoGetState() override;
     void NdoRestoreState(Ndo_State* iStateP) override;
 
-    // A header "TempoMap", version 1, with the count of segments (32 bits) and each segment in its own form, by
-    // ascending start ticks. The sample rate is the session's and no part of it.
-    void StreamOut(Sys_TypedOutStream& iStream) const;
+    // A header "TempoMap", version 1, with the count of segments (32 bits) and each segment in its own form,
+    // by ascending start ticks. The sample rate is the session's and no part of it.
+    void StreamOut(Sys_TypedOutStream& ioStream) const;
     // Replaces the segments; an edit without an undo notice. Takes segments of the layout before too. Throws
-    // Sys_StreamReadException, and leaves the map as it was, for bytes that no writer writes: ticks that do not ascend,
-    // more segments than bytes can hold, tempi or beats of the segments' own that are not above 0. So it does for
-    // segments that could not be laid out without an assertion: a song start that is not locked, a computed segment with
-    // no locked one behind it, or one that would end at or before its start. Where a computed segment ends may depend on
-    // the sample rate: set the session's first.
-    void StreamIn(Sys_TypedInStream& iStream);
+    // Sys_StreamReadException, and leaves the map as it was, for bytes that no writer writes: ticks that do
+    // not ascend, more segments than bytes can hold, tempi or beats of the segments' own that are not above
+    // 0. So it does for segments that could not be laid out without an assertion: a song start that is not
+    // locked, a computed segment with no locked one behind it, or one that would end at or before its start.
+    // Where a computed segment ends may depend on the sample rate: set the session's first.
+    void StreamIn(Sys_TypedInStream& ioStream);
     // How many bytes StreamOut writes.
     Cmn_Int64 GetSerialSize() const;
     // <TempoMap> <nSegmentCount/> <Segments> … </Segments> </TempoMap>
@@ -183,8 +187,8 @@ public:
     // The segments, then the numeric cache.
     [[nodiscard]] std::string Dump() const;
 
-    // Asserts what a finished map's segments keep: live, ascending, none of an older layout. Debug builds do so after
-    // each rebuild.
+    // Asserts what a finished map's segments keep: live, ascending, none of an older layout. Debug builds
+    // do so after each rebuild.
     bool ValidateSegs() const;
 
 private:
@@ -260,8 +264,8 @@ private:
     bool HoldsAgainst(std::size_t iPin) const;
     void CacheSongStart() const;
 
-    void Read(Sys_TypedInStream& iStream, bool iTryOut);
-    static Segments ReadSegments(Sys_TypedInStream& iStream, Places& oPlaces);
+    void Read(Sys_TypedInStream& ioStream, bool iTryOut);
+    static Segments ReadSegments(Sys_TypedInStream& ioStream, Places& oPlaces);
     Segments TriedOut(Segments iSegments, const Places& iPlaces) const;
 
     static Time_TempoMap* spDefaultTempoMap;

@@ -44,7 +44,8 @@ Time_TempoMap::SegmentIter Time_TempoMap::FindSongStart() const
     return IterAt(static_cast<std::size_t>(found - mNotes.begin()));
 }
 
-// A segment without a tempo of its own goes on at the tempo before it; at the map's start it has the next segment's.
+// A segment without a tempo of its own goes on at the tempo before it; at the map's start
+// it has the next segment's.
 void Time_TempoMap::EffectiveTempo(std::size_t iIndex, double& oBeatsPerMinute,
                                    Time_TickLength& oTicksPerBeat) const
 {

@@ -1,15 +1,15 @@
 // Time_TempoMap: how the numeric cache is generated from the segments.
 //
-// The walk goes over the segments in order. One that is not computed, and is locked or has something generated before
-// it, generates forward. Any other opens a stretch that reaches to the next locked segment and is laid out backwards
-// from there:
+// The walk goes over the segments in order. One that is not computed, and is locked or has something
+// generated before it, generates forward. Any other opens a stretch that reaches to the next locked segment
+// and is laid out backwards from there:
 //
 //     locked      free      locked, computed     free     locked      free
 //     |— forward —|— forward —|   ←———— backward ————      |— forward —|— forward …
 //
-// What an edit changes is generated in the same walk into a map of its own, which then replaces the old stretch of the
-// cache. Free segments behind it keep their slopes, which depend on nothing before them, so that only their start
-// samples are chained again, up to the next locked one.
+// What an edit changes is generated in the same walk into a map of its own, which then replaces the old
+// stretch of the cache. Free segments behind it keep their slopes, which depend on nothing before them, so
+// that only their start samples are chained again, up to the next locked one.
 #include "Bastel/Cmn/Cmn_Exception.h"
 #include "Kora/Time/Tempo/Time_ConstantTempoSeg.h"
 #include "Kora/Time/Tempo/Time_TempoMap.h"
@@ -18,8 +18,8 @@
 #include <algorithm>
 #include <cstring>
 
-// Holds the mark that an update runs: nothing that is called meanwhile, such as a host's assertion handler, starts
-// another one.
+// Holds the mark that an update runs: nothing that is called meanwhile, such as a host's assertion
+// handler, starts another one.
 class Time_TempoMap::StUpdating
 {
 public:
@@ -103,7 +103,8 @@ void Time_TempoMap::RebuildAll() const
     mBasicMap.BuildIndex();
 }
 
-// One step of the walk: generates the segment at iter, or the stretch that begins there, and returns what follows.
+// One step of the walk: generates the segment at iter, or the stretch that begins there,
+// and returns what follows.
 Time_TempoMap::SegmentIter Time_TempoMap::Generate(Time_BasicTempoMap& ioMap, SegmentIter iter) const
 {
     const std::size_t index = IndexOf(iter);
@@ -143,11 +144,13 @@ void Time_TempoMap::GenerateFirstFromFallback(Time_BasicTempoMap& ioMap) const
     mIsRegular = mSegments[0]->GetStartTick() >= cDefaultSongStartTick;
 }
 
-// A first segment without a tempo takes that of the next one. Where that is computed, the tempo that it holds is what an
-// earlier rebuild left; so a copy of it, with the tempo of this rebuild, lends in its place. Null where none is needed.
+// A first segment without a tempo takes that of the next one. Where that is computed, the tempo that it
+// holds is what an earlier rebuild left; so a copy of it, with the tempo of this rebuild, lends in its
+// place. Null where none is needed.
 //
-// One that is free starts where the first one leads, at the tempo that it lends: both are one line, from the first one's
-// lock to its end. (Further free computed ones behind it start from the first one's line at the fallback tempo here.)
+// One that is free starts where the first one leads, at the tempo that it lends: both are one line, from
+// the first one's lock to its end. (Further free computed ones behind it start from the first one's line at
+// the fallback tempo here.)
 std::unique_ptr<Time_TempoMapSegment> Time_TempoMap::DerivedLender() const
 {
     if ((mNotes[0] & eNote_Unspecified) == 0 || mSegments.size() < 2 || (mNotes[1] & eNote_Computed) == 0)
@@ -182,8 +185,8 @@ Time_TempoMap::SegmentIter Time_TempoMap::NextLocked(SegmentIter iter) const
     return IterAt(static_cast<std::size_t>(locked - mNotes.begin()));
 }
 
-// Lays out the segments from iFrom up to the next locked one, and returns that; the end, and nothing is laid out, when
-// none is locked ahead.
+// Lays out the segments from iFrom up to the next locked one, and returns that; the end, and nothing is laid
+// out, when none is locked ahead.
 Time_TempoMap::SegmentIter Time_TempoMap::ComputeBackwardsTo(Time_BasicTempoMap& ioMap,
                                                              SegmentIter iFrom) const
 {
@@ -196,8 +199,8 @@ void Time_TempoMap::ComputeBackwardsCore(Time_BasicTempoMap& ioMap, SegmentIter 
                                          SegmentIter iTargetIter) const
 {
     if (!Cmn_ASSERT_IN("Time/Time_TempoMap", iTargetIter != mSegments.end())) return;
-    // Nothing lies before the map's first segment, so a computed one that is free gets something to start from. It
-    // has the fallback tempo: the segment's own is what is derived here.
+    // Nothing lies before the map's first segment, so a computed one that is free gets something to start
+    // from. It has the fallback tempo: the segment's own is what is derived here.
     if (iFrom == mSegments.begin() && (*iFrom)->IsComputed() && !(*iFrom)->IsLockedToSample()) {
         ioMap.InsertSegment(
             FallbackSegment(ioMap.GetSampleRate(), cFallbackBeatsPerMinute, cFallbackTicksPerBeat));
@@ -243,7 +246,8 @@ void Time_TempoMap::RefuseWhatWasRead(std::size_t iIndex, const char* iExpected)
                                   "a tempo at " + mSegments[iIndex]->Dump() + ", expected " + iExpected);
 }
 
-// The last segment before iIndex that was generated forward and has a numeric segment; the first one if there is none.
+// The last segment before iIndex that was generated forward and has a numeric segment; the
+// first one if there is none.
 std::size_t Time_TempoMap::LastForwardBefore(std::size_t iIndex) const
 {
     std::size_t index = iIndex - 1;
@@ -266,8 +270,9 @@ std::size_t Time_TempoMap::FirstPinFrom(std::size_t iIndex) const
     return index;
 }
 
-// Whether what lies before the segment at iPin has no part in its start and all that lies behind. A locked segment
-// without a tempo may generate nothing; a free computed segment inside a stretch starts from what lies before it.
+// Whether what lies before the segment at iPin has no part in its start and all that lies behind. A
+// locked segment without a tempo may generate nothing; a free computed segment inside a stretch starts
+// from what lies before it.
 bool Time_TempoMap::HoldsAgainst(std::size_t iPin) const
 {
     if ((mNotes[iPin] & (eNote_Locked | eNote_Unspecified)) != eNote_Locked) return false;
@@ -284,7 +289,8 @@ bool Time_TempoMap::RebuildChanged() const
     if (mChanges.mEverything || mChanges.mNothing || !mIsRegular) return false;
     const std::size_t count = mSegments.size(), changed = LowerBound(mChanges.mFirst);
     if (count == 0 || changed == 0) return false;
-    // How segments before the change are generated depends on what is locked behind only while the first one floats.
+    // How segments before the change are generated depends on what is locked behind only
+    // while the first one floats.
     const bool firstFloats = (mNotes[0] & (eNote_Locked | eNote_Computed)) != eNote_Locked;
     if (firstFloats && mChanges.mPins) return false;
     const std::size_t kept = LastForwardBefore(changed);

@@ -25,16 +25,16 @@ Time_TempoMapSegment::Time_TempoMapSegment(const Time_TempoMapSegment& iOther)
 {
 }
 
-Time_TempoMapSegment::Time_TempoMapSegment(Sys_TypedInStream& iStream)
+Time_TempoMapSegment::Time_TempoMapSegment(Sys_TypedInStream& ioStream)
 {
-    Sys_StdStreamHeaderReader header(iStream, cBaseName);
+    Sys_StdStreamHeaderReader header(ioStream, cBaseName);
     header.CheckVersion(cBaseVersion, cBaseVersion);
-    mIsComputed = iStream.ReadBool();
-    mIsLockedToSample = iStream.ReadBool();
-    nLockedStartSample = Time_Sample(iStream.ReadInt64());
-    nStartTick = Time_Tick(iStream.ReadInt64());
-    mIsSongStart = iStream.ReadBool();
-    mIsCopyAnchor = iStream.ReadBool();
+    mIsComputed = ioStream.ReadBool();
+    mIsLockedToSample = ioStream.ReadBool();
+    nLockedStartSample = Time_Sample(ioStream.ReadInt64());
+    nStartTick = Time_Tick(ioStream.ReadInt64());
+    mIsSongStart = ioStream.ReadBool();
+    mIsCopyAnchor = ioStream.ReadBool();
     header.SkipTheRest();
 }
 
@@ -51,15 +51,15 @@ bool Time_TempoMapSegment::CheckIsValid() const
     return Cmn_ASSERT_AS(mValidCheck == cValid, "mValidCheck == 424", "Time/Time_TempoMap");
 }
 
-void Time_TempoMapSegment::StreamOutBase(Sys_TypedOutStream& iStream) const
+void Time_TempoMapSegment::StreamOutBase(Sys_TypedOutStream& ioStream) const
 {
-    Sys_StdStreamHeaderWriter header(iStream, cBaseName, cBaseVersion);
-    iStream.WriteBool(mIsComputed);
-    iStream.WriteBool(mIsLockedToSample);
-    iStream.WriteInt64(nLockedStartSample.AsInt64());
-    iStream.WriteInt64(nStartTick.AsInt64());
-    iStream.WriteBool(mIsSongStart);
-    iStream.WriteBool(mIsCopyAnchor);
+    Sys_StdStreamHeaderWriter header(ioStream, cBaseName, cBaseVersion);
+    ioStream.WriteBool(mIsComputed);
+    ioStream.WriteBool(mIsLockedToSample);
+    ioStream.WriteInt64(nLockedStartSample.AsInt64());
+    ioStream.WriteInt64(nStartTick.AsInt64());
+    ioStream.WriteBool(mIsSongStart);
+    ioStream.WriteBool(mIsCopyAnchor);
     header.PatchSize();
 }
 

@@ -1,13 +1,13 @@
 // Time_TempoMapSegment: one stretch of a tempo map as users edit it; it turns itself into numeric segments.
 //
-// A segment ends where the next one starts. Where it starts in samples is either free, which means that whatever lies
-// before it decides, or locked, and then it stays. How fast it goes is either its own tempo, or computed: each rebuild
-// finds the tempo at which it reaches the next lock at the right sample.
+// A segment ends where the next one starts. Where it starts in samples is either free, which means that
+// whatever lies before it decides, or locked, and then it stays. How fast it goes is either its own tempo, or
+// computed: each rebuild finds the tempo at which it reaches the next lock at the right sample.
 //
 // Units:      ticks, 960000 to a quarter note; samples at the sample rate of the map that generates.
 // Threads:    the document's thread only.
-// Ownership:  a segment belongs to whoever made it until Time_TempoMap::AddSegment takes it. Inside a map it is
-//             read-only: to change it, change a Clone() and add that.
+// Ownership:  a segment belongs to whoever made it until Time_TempoMap::AddSegment takes it. Inside a map it
+//             is read-only: to change it, change a Clone() and add that.
 #pragma once
 
 #include "Kora/Time/Values/Time_Sample.h"
@@ -34,9 +34,9 @@ public:
     virtual ETypeID GetTypeID() const = 0;
     [[nodiscard]] virtual std::unique_ptr<Time_TempoMapSegment> Clone() const = 0;
 
-    // Adds the numeric segment to ioMap where the start follows from what lies before: the locked sample, or where
-    // ioMap's segments lead. A computed segment asserts "!this->IsComputed()". iPrevious and iNext are the
-    // neighbours in the tempo map, null at its ends.
+    // Adds the numeric segment to ioMap where the start follows from what lies before: the locked sample, or
+    // where ioMap's segments lead. A computed segment asserts "!this->IsComputed()". iPrevious and iNext are
+    // the neighbours in the tempo map, null at its ends.
     virtual void GenerateForward(Time_BasicTempoMap& ioMap, const Time_TempoMapSegment* iPrevious,
                                  const Time_TempoMapSegment* iNext) const = 0;
     // Adds the numeric segment to ioMap where the end is known. A locked segment that is not computed asserts
@@ -44,16 +44,16 @@ public:
     virtual void GenerateBackward(Time_BasicTempoMap& ioMap, double iFractionalEndSample,
                                   Time_Tick iEndTick) const = 0;
 
-    // The tempo in beats per minute and the beat's length. False, and nothing is set, when the segment has no tempo
-    // of its own.
+    // The tempo in beats per minute and the beat's length. False, and nothing is set, when the segment
+    // has no tempo of its own.
     [[nodiscard]] virtual bool GetTempo(double& oBeatsPerMinute, Time_TickLength& oTicksPerBeat) const = 0;
 
-    // oFirst takes a copy of this segment with the computed flag cleared, oSecond a segment that goes on from iTick
-    // with the same tempo and every flag false.
+    // oFirst takes a copy of this segment with the computed flag cleared, oSecond a segment that goes on from
+    // iTick with the same tempo and every flag false.
     virtual void Split(std::unique_ptr<Time_TempoMapSegment>& oFirst,
                        std::unique_ptr<Time_TempoMapSegment>& oSecond, Time_Tick iTick) const = 0;
 
-    virtual void StreamOut(Sys_TypedOutStream& iStream) const = 0;
+    virtual void StreamOut(Sys_TypedOutStream& ioStream) const = 0;
     virtual Cmn_XMLNode GetAsXML() const = 0;
     // "tick 960000, locked to sample 24000, song start: 120 bpm per 960000 ticks"
     [[nodiscard]] virtual std::string Dump() const = 0;
@@ -81,9 +81,9 @@ protected:
     explicit Time_TempoMapSegment(Time_Tick iStartTick);
     Time_TempoMapSegment(const Time_TempoMapSegment& iOther);
     // Reads the base block: header "TMS", version 1.
-    explicit Time_TempoMapSegment(Sys_TypedInStream& iStream);
+    explicit Time_TempoMapSegment(Sys_TypedInStream& ioStream);
 
-    void StreamOutBase(Sys_TypedOutStream& iStream) const;
+    void StreamOutBase(Sys_TypedOutStream& ioStream) const;
     Cmn_XMLNode GetBaseAsXML() const;
     [[nodiscard]] std::string DumpBase() const;
 

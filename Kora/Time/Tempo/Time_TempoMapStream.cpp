@@ -45,11 +45,11 @@ private:
     std::vector<Cmn_UInt8> mBytes;
 };
 
-std::unique_ptr<Time_ConstantTempoSeg> ReadSegment(Sys_TypedInStream& iStream)
+std::unique_ptr<Time_ConstantTempoSeg> ReadSegment(Sys_TypedInStream& ioStream)
 {
-    if (Sys_StdStreamHeaderReader::PeekName(iStream) == Time_ConstantTempoSeg::cPrevSegStreamName)
-        return std::make_unique<Time_ConstantTempoSeg>(iStream, Time_ConstantTempoSeg::ReadPrevSeg);
-    return std::make_unique<Time_ConstantTempoSeg>(iStream);
+    if (Sys_StdStreamHeaderReader::PeekName(ioStream) == Time_ConstantTempoSeg::cPrevSegStreamName)
+        return std::make_unique<Time_ConstantTempoSeg>(ioStream, Time_ConstantTempoSeg::ReadPrevSeg);
+    return std::make_unique<Time_ConstantTempoSeg>(ioStream);
 }
 
 } // namespace
@@ -65,53 +65,54 @@ void Time_TempoMap::NdoRestoreState(Ndo_State* iStateP)
     Read(stream, false);
 }
 
-void Time_TempoMap::StreamOut(Sys_TypedOutStream& iStream) const
+void Time_TempoMap::StreamOut(Sys_TypedOutStream& ioStream) const
 {
     UpdateBasicMapIfNeeded(); // derives the tempi of computed segments
-    Sys_StdStreamHeaderWriter header(iStream, cStreamName, cStreamVersion);
-    iStream.WriteInt32(static_cast<Cmn_Int32>(mSegments.size()));
+    Sys_StdStreamHeaderWriter header(ioStream, cStreamName, cStreamVersion);
+    ioStream.WriteInt32(static_cast<Cmn_Int32>(mSegments.size()));
     for (const auto& segment : mSegments)
-        segment->StreamOut(iStream);
+        segment->StreamOut(ioStream);
     header.PatchSize();
 }
 
-void Time_TempoMap::StreamIn(Sys_TypedInStream& iStream) { Read(iStream, true); }
+void Time_TempoMap::StreamIn(Sys_TypedInStream& ioStream) { Read(ioStream, true); }
 
 // What undo kept is a map that was edited, whatever that asserted.
-void Time_TempoMap::Read(Sys_TypedInStream& iStream, bool iTryOut)
+void Time_TempoMap::Read(Sys_TypedInStream& ioStream, bool iTryOut)
 {
     Places places;
-    Segments segments = ReadSegments(iStream, places);
+    Segments segments = ReadSegments(ioStream, places);
     if (iTryOut) segments = TriedOut(std::move(segments), places);
     const Time_TempoMap_StEditOptimizer edit(*this);
     DirtyBasicMap();
     SetSegments(std::move(segments));
 }
 
-Time_TempoMap::Segments Time_TempoMap::ReadSegments(Sys_TypedInStream& iStream, Places& oPlaces)
+Time_TempoMap::Segments Time_TempoMap::ReadSegments(Sys_TypedInStream& ioStream, Places& oPlaces)
 {
-    Sys_StdStreamHeaderReader header(iStream, cStreamName);
+    Sys_StdStreamHeaderReader header(ioStream, cStreamName);
     header.CheckVersion(cStreamVersion, cStreamVersion);
-    const Cmn_Int32 count = iStream.ReadInt32();
+    const Cmn_Int32 count = ioStream.ReadInt32();
     if (count < 0 || count > header.GetBytesLeft() / cLeastSegmentBytes)
-        throw Sys_StreamReadException(iStream.GetPosition());
+        throw Sys_StreamReadException(ioStream.GetPosition());
     Segments segments;
     segments.reserve(static_cast<std::size_t>(count));
     for (Cmn_Int32 i = 0; i < count; ++i) {
-        const Cmn_Int64 start = iStream.GetPosition();
+        const Cmn_Int64 start = ioStream.GetPosition();
         if (!header.IsMoreLeft()) throw Sys_StreamReadException(start);
-        std::unique_ptr<Time_ConstantTempoSeg> segment = ReadSegment(iStream);
+        std::unique_ptr<Time_ConstantTempoSeg> segment = ReadSegment(ioStream);
         if (i > 0 && segment->GetStartTick() <= segments.back()->GetStartTick())
             throw Sys_StreamReadException(start);
         segments.push_back(std::move(segment));
         oPlaces.push_back(start);
     }
-    if (header.GetBytesLeft() < 0) throw Sys_StreamReadException(iStream.GetPosition());
+    if (header.GetBytesLeft() < 0) throw Sys_StreamReadException(ioStream.GetPosition());
     header.SkipTheRest();
     return segments;
 }
 
-// The segments as they are, when a rebuild of this map with them asserts nothing. Only computed ones can make it assert.
+// The segments as they are, when a rebuild of this map with them asserts nothing. Only computed
+// ones can make it assert.
 Time_TempoMap::Segments Time_TempoMap::TriedOut(Segments iSegments, const Places& iPlaces) const
 {
     Time_TempoMap trial(kNoUndo);

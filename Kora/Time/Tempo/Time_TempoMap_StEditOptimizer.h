@@ -1,5 +1,5 @@
-// Time_TempoMap_StEditOptimizer: makes many changes of a tempo map one edit, with one rebuild and one broadcast at the
-// end of the scope.
+// Time_TempoMap_StEditOptimizer: makes many changes of a tempo map one edit, with one rebuild and one
+// broadcast at the end of the scope.
 //
 //     const Time_TempoMap_StEditOptimizer edit(map);
 //     for (…) map.AddSegment(…);

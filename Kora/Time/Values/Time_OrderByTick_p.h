@@ -1,7 +1,8 @@
-// Time_OrderByTick: the order of many entries by tick, those at one tick as they came; for edits that collect entries.
+// Time_OrderByTick: the order of many entries by tick, those at one tick as they came; for
+// edits that collect entries.
 //
-// Many are sorted digit by digit from the lowest, each pass keeping the order of the one before: what a comparison sort
-// costs for 100,000 shuffled ticks is mispredicted branches, and this has none.
+// Many are sorted digit by digit from the lowest, each pass keeping the order of the one before: what a
+// comparison sort costs for 100,000 shuffled ticks is mispredicted branches, and this has none.
 #pragma once
 
 #include "Kora/Time/Values/Time_Tick.h"

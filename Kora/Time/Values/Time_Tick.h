@@ -1,8 +1,8 @@
 // Time_Tick: a musical position in internal ticks from the session's origin.
 //
 // Units:      internal ticks, 960000 to a quarter note; valid positions run from -(2^59 - 1) to 2^59 - 1.
-// Arithmetic: wraps in 64 bits and checks nothing; only PinToValidRange enforces the limits. A length added or
-//             subtracted counts as it stands, whatever its tick type.
+// Arithmetic: wraps in 64 bits and checks nothing; only PinToValidRange enforces the limits. A length added
+//             or subtracted counts as it stands, whatever its tick type.
 #pragma once
 
 #include "Kora/Time/Values/Time_TickLength.h"

@@ -1,9 +1,9 @@
 // Time_TickLength: a distance in ticks, internal or display.
 //
-// Units:      internal ticks, 960000 to a quarter note, or display ticks, 960 to a quarter note; 1 display tick is
-//             1000 internal ticks, a whole note 3840000 internal ticks.
-// Arithmetic: wraps in 64 bits. Two lengths of different tick types are reported; the operation then works on the
-//             raw counts and the left-hand type stays.
+// Units:      internal ticks, 960000 to a quarter note, or display ticks, 960 to a quarter note; 1 display
+//             tick is 1000 internal ticks, a whole note 3840000 internal ticks.
+// Arithmetic: wraps in 64 bits. Two lengths of different tick types are reported; the operation then works on
+//             the raw counts and the left-hand type stays.
 #pragma once
 
 #include "Bastel/Cmn/Cmn_IntMath.h"
@@ -52,7 +52,8 @@ public:
     constexpr Time_TickLength AbsoluteValue() const { return mLength < 0 ? -*this : *this; }
 
     // Display ticks: (count + 500) / 1000, truncated toward zero. 1499 → 1, 1500 → 2, -1400 → 0, -1600 → -1.
-    // Deliberate: the type is not looked at, display ticks are divided again. Test: DisplayTicksRoundAsRulersShow
+    // Deliberate: the type is not looked at, display ticks are divided again. Test:
+    // DisplayTicksRoundAsRulersShow
     constexpr Time_TickLength ToDisplayTicks() const
     {
         return Time_TickLength(Cmn_WrapAdd(mLength, cInternalPerDisplay / 2) / cInternalPerDisplay,

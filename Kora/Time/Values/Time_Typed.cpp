@@ -12,8 +12,8 @@ constexpr Cmn_Int64 cMaxSamplesShort = 0x7FFFFFFF;
 constexpr Cmn_Int64 cMaxSessionSampleShort = 0x75B347FF;
 constexpr Cmn_Int32 cUnitNames = 1341; // and the two that follow
 
-// Both are made at library load, or before by a static object of the host that calls Init: where the library is a static one,
-// it may come first.
+// Both are made at library load, or before by a static object of the host that calls Init: where the library
+// is a static one, it may come first.
 bool Uses24HourTimeline()
 {
     static const SPSStartupOptionSInt32 sUse24HourTimeline("Use24HourTimeline", 1);

@@ -1,11 +1,13 @@
 // Time_Typed: a position on the session's time line that carries its unit, and the limits of all three units.
 //
 // Units:   samples, internal ticks or frames, by GetType.
-// Limits:  built once by Init, which Kora_Init::Init calls; read only afterwards. Until then they are 0, and what meets
-//          them here or in a conversion asserts "Kora_Init::sInitializedCount > 0" and goes on with that.
+// Limits:  built once by Init, which Kora_Init::Init calls; read only afterwards. Until then they
+//          are 0, and what meets them here or in a conversion asserts "Kora_Init::sInitializedCount
+//          > 0" and goes on with that.
 //
 //            unit      minimum       maximum
-//            samples   0             34359738367, or 2147483647 with the start-up option "Use24HourTimeline" at 0
+//            samples   0             34359738367, or 2147483647 with the start-up option
+//                      "Use24HourTimeline" at 0
 //            ticks     -(2^59 - 1)   2^59 - 1
 //            frames    -(2^59 - 1)   2^59 - 1
 //
@@ -32,8 +34,8 @@ public:
     {
     }
 
-    // At or above its unit's maximum becomes the maximum, at or below the minimum the minimum. An invalid unit asserts
-    // "0" and changes nothing.
+    // At or above its unit's maximum becomes the maximum, at or below the minimum the minimum. An invalid
+    // unit asserts "0" and changes nothing.
     KORA_API void PinToValidRange();
 
     // Builds limits and unit names the first time, and does nothing later on.

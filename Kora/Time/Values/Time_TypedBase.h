@@ -1,8 +1,8 @@
 // Time_TypedBase: what a global and a local typed position have in common; T is the derived class.
 //
 // Units:      samples, internal ticks or frames, by GetType.
-// Arithmetic: wraps in 64 bits. Two units in one operation are reported as "time_type_mismatch"; it then works on the
-//             raw counts and keeps the left operand's unit: 5 samples + 3 ticks are 8 samples.
+// Arithmetic: wraps in 64 bits. Two units in one operation are reported as "time_type_mismatch"; it then
+//             works on the raw counts and keeps the left operand's unit: 5 samples + 3 ticks are 8 samples.
 #pragma once
 
 #include "Kora/Time/Values/Time_Sample.h"

@@ -1,9 +1,9 @@
 // Time_TypedLength: a distance that carries its unit.
 //
 // Units:      samples, internal ticks or frames, by GetType.
-// Arithmetic: wraps in 64 bits; quotients and products with doubles truncate toward zero and saturate. Two units in
-//             one operation are reported as "time_type_mismatch"; it then works on the raw counts and keeps the left
-//             operand's unit. A divisor of 0 is reported and gives 0.
+// Arithmetic: wraps in 64 bits; quotients and products with doubles truncate toward zero and saturate. Two
+//             units in one operation are reported as "time_type_mismatch"; it then works on the raw counts
+//             and keeps the left operand's unit. A divisor of 0 is reported and gives 0.
 #pragma once
 
 #include "Bastel/Cmn/Cmn_FloatMath.h"

@@ -1,4 +1,5 @@
-// Time_TypedLocal: a typed position from the start of a container, kept apart from positions on the session's time line.
+// Time_TypedLocal: a typed position from the start of a container, kept apart from positions on
+// the session's time line.
 //
 // Units: samples, internal ticks or frames, by GetType.
 #pragma once

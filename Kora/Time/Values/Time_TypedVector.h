@@ -1,11 +1,12 @@
 // Time_TypedVector: many times side by side, 64-bit counts that share one unit and one meaning.
 //
-// Units:      the counts are in GetType(): samples, internal ticks or frames. GetContext() says what they are:
-//             global positions, local positions or lengths.
-// Arithmetic: wraps in 64 bits. A time of another unit is reported as "time_type_mismatch" (time/Time_Vectors); the
-//             operation then works on the raw counts and the vector's unit stays.
+// Units:      the counts are in GetType(): samples, internal ticks or frames. GetContext() says what they
+//             are: global positions, local positions or lengths.
+// Arithmetic: wraps in 64 bits. A time of another unit is reported as "time_type_mismatch"
+//             (time/Time_Vectors); the operation then works on the raw counts and the vector's unit stays.
 // Threads:    none inside.
-// Ownership:  owns its counts, contiguous in memory; whoever has room reserved (reserve) pushes without allocating.
+// Ownership:  owns its counts, contiguous in memory; whoever has room reserved (reserve)
+//             pushes without allocating.
 #pragma once
 
 #include "Bastel/Cmn/Cmn_Types.h"
@@ -58,9 +59,10 @@ public:
     Cmn_Int64 operator[](std::size_t iIndex) const { return mCounts[iIndex]; }
     void push_back(Cmn_Int64 iCount) { mCounts.push_back(iCount); }
 
-    // The elements as typed times. An index at or past the end asserts "iIndex < size()"; reading then gives 0 of
-    // the vector's unit, writing changes nothing. A time of another meaning than the vector's asserts
-    // "mContext == Time_eContext_…", one of another unit "time_type_mismatch"; the raw count is read or stored.
+    // The elements as typed times. An index at or past the end asserts "iIndex < size()"; reading then gives
+    // 0 of the vector's unit, writing changes nothing. A time of another meaning than the vector's asserts
+    // "mContext == Time_eContext_…", one of another unit "time_type_mismatch"; the raw
+    // count is read or stored.
     Time_Typed GetTime(std::size_t iIndex) const;         // global positions
     Time_TypedLocal GetLocal(std::size_t iIndex) const;   // local positions
     Time_TypedLength GetLength(std::size_t iIndex) const; // lengths
@@ -75,7 +77,8 @@ public:
     // position, a length plus a length is a length.
     void AddLength(const Time_TypedLength& iLength);
     void SubtractLength(const Time_TypedLength& iLength);
-    // Lengths counted from a time: global positions afterwards. Asserts "mContext == Time_eContext_RelativeLength".
+    // Lengths counted from a time: global positions afterwards. Asserts "mContext ==
+    // Time_eContext_RelativeLength".
     void AddTime(const Time_Typed& iTime);
     // Global positions as distances from a time: lengths afterwards. Asserts
     // "mContext == Time_eContext_GlobalPosition".

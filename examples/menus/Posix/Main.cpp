@@ -42,7 +42,7 @@ public:
     bool Choose(Cmn_Int16 iNumber) override
     {
         Update();
-        const auto isIt = [&](const MenuLine& iLine) { return iLine.number == iNumber && iLine.enabled; };
+        const auto isIt = [&](const MenuLine& iLine) { return iLine.mNumber == iNumber && iLine.mEnabled; };
         return std::any_of(mLines.begin(), mLines.end(), isIt) && DAW_MenuEntry::DoCommand(iNumber);
     }
     bool Key(const KeyChord& iChord, bool iPressed, bool iRepeated) override
@@ -55,7 +55,7 @@ public:
         Update();
         bool isIt = false;
         for (const MenuLine& line : mLines) {
-            if (line.depth == 0) isIt = Mnemonic(line.text) == Lower(iMnemonic);
+            if (line.mDepth == 0) isIt = Mnemonic(line.mText) == Lower(iMnemonic);
             if (isIt) std::cout << Shown(line) << '\n';
         }
     }

@@ -108,7 +108,7 @@ bool Window::Choose(Cmn_Int16 iNumber)
     std::vector<MenuLine> lines;
     Collect(mWindow, GetMenu(mWindow), 0, lines);
     for (const MenuLine& line : lines) {
-        if (line.number != iNumber || !line.enabled) continue;
+        if (line.mNumber != iNumber || !line.mEnabled) continue;
         SendMessageW(mWindow, WM_COMMAND, static_cast<WPARAM>(iNumber), 0);
         return true;
     }
@@ -118,12 +118,12 @@ bool Window::Choose(Cmn_Int16 iNumber)
 bool Window::Key(const KeyChord& iChord, bool iPressed, bool iRepeated)
 {
     BYTE held[256] = {};
-    if (iChord.menuCommand) held[VK_CONTROL] = 0x80;
-    if (iChord.alternate) held[VK_MENU] = 0x80;
-    if (iChord.shift) held[VK_SHIFT] = 0x80;
+    if (iChord.mMenuCommand) held[VK_CONTROL] = 0x80;
+    if (iChord.mAlternate) held[VK_MENU] = 0x80;
+    if (iChord.mShift) held[VK_SHIFT] = 0x80;
     SetKeyboardState(held);
     bool isExtended = false;
-    const Cmn_UInt16 key = DAW_KeyConversionUtils::DAW_EKeyCodeToWindowsKeyCode(iChord.key, isExtended);
+    const Cmn_UInt16 key = DAW_KeyConversionUtils::DAW_EKeyCodeToWindowsKeyCode(iChord.mKey, isExtended);
     const LPARAM flags = 1 | (isExtended ? 1 << 24 : 0) | (iRepeated ? 1 << 30 : 0);
     mPlaysKey = true;
     mTookKey = false;

@@ -33,10 +33,7 @@ struct StDescriptor
 // True once something can be done with the descriptor, false once the service stops.
 bool WaitFor(int iDescriptor, short iEvents, int iStop)
 {
-    pollfd both[] = {
-        {iDescriptor, iEvents, 0},
-        {iStop,       POLLIN,  0}
-    };
+    pollfd both[] = {{iDescriptor, iEvents, 0}, {iStop, POLLIN, 0}};
     while (poll(both, 2, -1) < 0 && errno == EINTR) {
     }
     return both[1].revents == 0;

@@ -1,4 +1,5 @@
-// Saving where others save, die, and plant links; with waits at the dangerous points, which the system calls below make.
+// Saving where others save, die, and plant links; with waits at the dangerous points, which the
+// system calls below make.
 //
 // KORA_SAVES says how many saves each saver makes, KORA_SAVE_FOLDER where.
 #include "FF/SaveRace.h"
@@ -120,7 +121,7 @@ void Race(const std::string& iIn, int iSaves, bool iKills)
             left -= savers[i] == 0;
         }
     }
-    EXPECT_EQ(log.failed, 0);
+    EXPECT_EQ(log.mFailed, 0);
     EXPECT_EQ(kills > 0, iKills);
     EXPECT_EQ(CheckReading(log, path), "");
     SaveNumber(path, 1); // clears away what the dead left
@@ -186,10 +187,10 @@ TEST(SaveRights, AreTheOldOnesAndNeverWiderOnTheWay)
     // clang-format off
     const struct
     {
-        const char* what;
-        mode_t mode;
-        std::string list;       // of the document
-        std::string folderList; // of what is made in the folder
+        const char* mWhat;
+        mode_t mMode;
+        std::string mList;       // of the document
+        std::string mFolderList; // of what is made in the folder
     } cRows[] = {
         {"the owner's alone",                0600, "",                          "" },
         {"everybody's",                      0666, "",                          "" },
@@ -200,13 +201,13 @@ TEST(SaveRights, AreTheOldOnesAndNeverWiderOnTheWay)
     };
     // clang-format on
     for (const auto& row : cRows) {
-        SCOPED_TRACE(row.what);
+        SCOPED_TRACE(row.mWhat);
         const StFolder folder;
         const std::string path = folder / "take.kora";
         SaveNumber(path, 1);
-        ASSERT_EQ(chmod(path.c_str(), row.mode), 0);
-        if (!SetAttribute(path, cAccess, row.list) ||
-            !SetAttribute(folder.Path(), "system.posix_acl_default", row.folderList))
+        ASSERT_EQ(chmod(path.c_str(), row.mMode), 0);
+        if (!SetAttribute(path, cAccess, row.mList) ||
+            !SetAttribute(folder.Path(), "system.posix_acl_default", row.mFolderList))
             continue; // a file system without lists
         const bool hasAttributes = SetAttribute(path, "user.colour", "blue");
         const bool isGiven = chown(path.c_str(), 4711, 4712) == 0; // by an administrator
@@ -217,7 +218,7 @@ TEST(SaveRights, AreTheOldOnesAndNeverWiderOnTheWay)
         const struct stat after = StatusOf(path);
         EXPECT_NE(after.st_ino, before.st_ino);
         EXPECT_EQ(after.st_mode, before.st_mode);
-        EXPECT_EQ(Attribute(path, cAccess), row.list);
+        EXPECT_EQ(Attribute(path, cAccess), row.mList);
         EXPECT_EQ(Attribute(path, "user.colour"), hasAttributes ? "blue" : "");
         EXPECT_TRUE(!isGiven || (after.st_uid == 4711 && after.st_gid == 4712));
         EXPECT_EQ(save.GetNotKept(), 0u);

@@ -8,7 +8,7 @@ const char* const cNoConverter = "sTimeConverter != 0@$^$@Time/Time_Convert";
 struct StConverter
 {
     explicit StConverter(Time_Converter* iConverter) { Time_Convert::SetTimeConverter(iConverter); }
-    const Time_Convert::StTempoMap scope{nullptr};
+    const Time_Convert::StTempoMap mScope{nullptr};
 };
 
 } // namespace
@@ -105,7 +105,7 @@ TEST(Convert, AScopeBorrowsTheConverterOrBringsItsOwn)
 TEST(Convert, TheFrontEndAnswersAsItsConverter)
 {
     RandomSession session(21);
-    Time_Converter& converter = session.converter;
+    Time_Converter& converter = session.mConverter;
     converter.SetMainCounterType(cFrames);
     const StConverter installed(&converter);
     EXPECT_EQ(Time_Convert::GetMainCounterType(), cFrames);
@@ -115,13 +115,13 @@ TEST(Convert, TheFrontEndAnswersAsItsConverter)
     for (const Time_EType unit : cUnits) {
         const Time_Typed time(4711, unit), earlier = converter.SubtractLength(time, length);
         const std::pair<Time_Typed, Time_Typed> answers[] = {
-            {Front::ToTypeNotRounded(Time_Sample(1), unit),      converter.ToTypeNotRounded(Time_Sample(1), unit)},
-            {Front::ToType(bars,                                      unit),                               converter.ToType(bars,                              unit)},
-            {Front::ToMainCounterType(time),                                 converter.ToType(time,                                           cFrames)                         },
-            {Front::AddLength(time,                              bars),converter.AddLength(time,bars)},
-            {Front::SubtractLength(time,              bars),                      converter.SubtractLength(time,                                                                      bars)},
-            {Front::AddLength(time,                    length),converter.AddLength(time,length)},
-            {Front::SubtractLength(time,                  length),  earlier                                       },
+            {Front::ToTypeNotRounded(Time_Sample(1), unit), converter.ToTypeNotRounded(Time_Sample(1), unit)},
+            {Front::ToType(bars, unit), converter.ToType(bars, unit)},
+            {Front::ToMainCounterType(time), converter.ToType(time, cFrames)},
+            {Front::AddLength(time, bars), converter.AddLength(time, bars)},
+            {Front::SubtractLength(time, bars), converter.SubtractLength(time, bars)},
+            {Front::AddLength(time, length), converter.AddLength(time, length)},
+            {Front::SubtractLength(time, length), earlier},
         };
         for (const auto& [front, behind] : answers)
             EXPECT_EQ(front, behind) << &front - &answers[0].first;
@@ -136,7 +136,7 @@ TEST(Convert, TheFrontEndAnswersAsItsConverter)
 TEST(Convert, QuantizedTimesStayWhereTheyAre)
 {
     ForSessions(40, [](RandomSession& session) {
-        Time_Converter& converter = session.converter;
+        Time_Converter& converter = session.mConverter;
         const StConverter installed(&converter);
         for (int i = 0; i < 200; ++i)
             for (const Time_EType unit : cUnits) {
@@ -172,8 +172,8 @@ TEST(Convert, DisplaySnapsNeverMoveAudio)
         constexpr std::pair<Cmn_Int64, Cmn_Int64> cRows[] = {
             {cSongStart + 1499, cSongStart + 1000},
             {cSongStart + 1500, cSongStart + 2000},
-            {-1499,             0                }, // toward zero
-            {-1500,             -1000            }, // half up
+            {-1499, 0},     // toward zero
+            {-1500, -1000}, // half up
         };
         for (const auto& [tick, snapped] : cRows)
             EXPECT_EQ(Time_Convert::SnapToDisplayTick(Time_Tick(tick)), Time_Typed(snapped, cTicks));
@@ -181,7 +181,7 @@ TEST(Convert, DisplaySnapsNeverMoveAudio)
         EXPECT_EQ(Time_Convert::ToTickTimeWithDisplaySnap(Time_Tick(1499)), Time_Typed(1499, cTicks));
     }
     ForSessions(40, [](RandomSession& session) {
-        Time_Converter& converter = session.converter;
+        Time_Converter& converter = session.mConverter;
         const StConverter installed(&converter);
         int snaps = 0;
         for (int i = 0; i < 2000; ++i) {

@@ -18,25 +18,25 @@ public:
         : mRandom(iSeed)
         , mRates(Any({22050.0, 44100.0, 48000.0, 96000.0, 192000.0}),
                  Any({24.0, 25.0, 30000.0 / 1001.0, 30.0, 60000.0 / 1001.0, 60.0}))
-        , tempoMap(std::make_unique<Time_TempoMap>())
+        , mTempoMap(std::make_unique<Time_TempoMap>())
     {
         for (const EPullMedia media : {ePullMedia_Audio, ePullMedia_Video})
             StTimeGlobals::Pull(media, Any(cPulls), Any(cPulls));
-        tempoMap->SetSampleRate(Time_Globals::GetPullSampleRate());
+        mTempoMap->SetSampleRate(Time_Globals::GetPullSampleRate());
         const Cmn_Int64 segments = Below(30);
         Time_Tick tick(cSongStart);
         for (Cmn_Int64 i = 0; i < segments; ++i, tick += Time_TickLength(1 + Below(20000000))) {
             const double tempo = 20.0 + static_cast<double>(Below(4000)) / 13.0;
             auto segment = std::make_unique<Time_ConstantTempoSeg>(tick, tempo);
             if (i == 0) segment->LockToSample(Time_Sample(Below(100000)));
-            tempoMap->AddSegment(std::move(segment));
+            mTempoMap->AddSegment(std::move(segment));
         }
         for (Cmn_Int64 i = Below(5); i > 0; --i) {
             const Time_Meter meter(static_cast<Cmn_Int32>(1 + Below(12)), Any({2, 4, 8, 16}));
-            meterMap.AddMeterChange(Time_Tick(cSongStart + Below(400000000)), meter);
+            mMeterMap.AddMeterChange(Time_Tick(cSongStart + Below(400000000)), meter);
         }
-        converter.SetTempoMap(tempoMap.get());
-        converter.SetMeterMap(&meterMap);
+        mConverter.SetTempoMap(mTempoMap.get());
+        mConverter.SetMeterMap(&mMeterMap);
     }
 
     Cmn_Int64 Below(Cmn_Int64 iLimit)
@@ -62,9 +62,9 @@ private:
     StTimeGlobals mRates;
 
 public:
-    std::unique_ptr<Time_TempoMap> tempoMap;
-    Time_MeterMap meterMap;
-    Time_Converter converter;
+    std::unique_ptr<Time_TempoMap> mTempoMap;
+    Time_MeterMap mMeterMap;
+    Time_Converter mConverter;
 };
 
 inline void ForSessions(unsigned iCount, const std::function<void(RandomSession&)>& iTest)

@@ -40,9 +40,9 @@ TEST(Converter, SamplesAndFramesAgreeWithExactIntegers)
 TEST(Converter, FramesRoundOrRunOn)
 {
     constexpr std::tuple<const char*, double, double, Cmn_Int64, Cmn_Int64, Cmn_Int64> cRows[] = {
-        {"the middle of the sample is past the frame's start", 44100, 30000.0 / 1001, 1471,  1,  1 },
-        {"below zero halves still go up, and cut toward zero", 48000, 30,             -1600, 0,  0 },
-        {"two frames below zero",                              48000, 30,             -3200, -1, -1},
+        {"the middle of the sample is past the frame's start", 44100, 30000.0 / 1001, 1471, 1, 1},
+        {"below zero halves still go up, and cut toward zero", 48000, 30, -1600, 0, 0},
+        {"two frames below zero", 48000, 30, -3200, -1, -1},
     };
     for (const auto& [what, sampleRate, frameRate, at, rounded, running] : cRows) {
         const StTimeGlobals rates(sampleRate, frameRate);
@@ -60,9 +60,9 @@ TEST(Converter, FramesRoundOrRunOn)
 TEST(Converter, EveryPathGoesThroughTheMapsAndWholeSamples)
 {
     ForSessions(60, [](RandomSession& session) {
-        const Time_Converter& converter = session.converter;
-        const Time_TempoMap& tempo = *session.tempoMap;
-        const Time_MeterMap& meters = session.meterMap;
+        const Time_Converter& converter = session.mConverter;
+        const Time_TempoMap& tempo = *session.mTempoMap;
+        const Time_MeterMap& meters = session.mMeterMap;
         for (int i = 0; i < 200; ++i) {
             const Time_Tick tick = session.AnyTime(cTicks).AsTick();
             const Time_Typed frame = session.AnyTime(cFrames);
@@ -96,7 +96,7 @@ TEST(Converter, EveryPathGoesThroughTheMapsAndWholeSamples)
 TEST(Converter, SamplesSurviveTheWayThroughTicksAndLengthsAddInTheirOwnUnit)
 {
     ForSessions(40, [](RandomSession& session) {
-        const Time_Converter& converter = session.converter;
+        const Time_Converter& converter = session.mConverter;
         for (int i = 0; i < 500; ++i) {
             const Time_Typed sample(session.Below(400000000), cSamples);
             const Time_Typed frame(session.Below(200000), cFrames);
@@ -120,7 +120,7 @@ TEST(Converter, SamplesSurviveTheWayThroughTicksAndLengthsAddInTheirOwnUnit)
 TEST(Converter, ManyTimesGiveTheBitsOfSingleOnes)
 {
     ForSessions(60, [](RandomSession& session) {
-        const Time_Converter& converter = session.converter;
+        const Time_Converter& converter = session.mConverter;
         for (const Time_EType from : cUnits)
             for (const Time_EType to : cUnits) {
                 const Time_TypedVector times = AnyTimes(session, from);
@@ -152,7 +152,7 @@ TEST(Converter, ManyTimesGiveTheBitsOfSingleOnes)
 TEST(Converter, TheSessionPinsWhatLiesOutside)
 {
     RandomSession session(3);
-    const Time_Converter& converter = session.converter;
+    const Time_Converter& converter = session.mConverter;
     for (const Time_EType unit : cUnits) {
         const Time_Typed start = converter.GetSessionStartTime(unit), end = converter.GetSessionEndTime(unit);
         EXPECT_EQ(start, converter.ToType(Time_Sample(0), unit));
@@ -171,7 +171,7 @@ TEST(Converter, TheSessionPinsWhatLiesOutside)
 TEST(Converter, BrokenPreconditionsAreReportedOnceAndGoOn)
 {
     RandomSession session(5);
-    const Time_Converter& converter = session.converter;
+    const Time_Converter& converter = session.mConverter;
     const Time_Converter empty;
     const AssertRecorder recorder;
     const std::string cSource = "@$^$@Time/Time_Converter";

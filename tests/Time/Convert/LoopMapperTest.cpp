@@ -15,14 +15,14 @@ TEST(LoopMapper, ElapsedTimeFoldsIntoTheLoop)
         Cmn_Int64 mStart, mEnd, mElapsed, mLocal, mPasses;
     };
     constexpr Case cCases[] = {
-        {"before the loop",        100, 200, 50,   50,   0},
-        {"its last sample",        100, 200, 199,  199,  0},
-        {"the end is the start",   100, 200, 200,  100,  1},
-        {"in a later pass",        100, 200, 350,  150,  2},
-        {"no length",              100, 100, 350,  350,  0},
-        {"negative length",        200, 100, 350,  350,  0},
-        {"around zero",            -10, 5,   5,    -10,  1},
-        {"below a negative start", -10, 5,   -100, -100, 0},
+        {"before the loop", 100, 200, 50, 50, 0},
+        {"its last sample", 100, 200, 199, 199, 0},
+        {"the end is the start", 100, 200, 200, 100, 1},
+        {"in a later pass", 100, 200, 350, 150, 2},
+        {"no length", 100, 100, 350, 350, 0},
+        {"negative length", 200, 100, 350, 350, 0},
+        {"around zero", -10, 5, 5, -10, 1},
+        {"below a negative start", -10, 5, -100, -100, 0},
     };
     for (const Case& row : cCases) {
         const Time_LoopMapper loop(At(row.mStart), At(row.mEnd));

@@ -32,12 +32,12 @@ TEST(BarBeatTick, OffsetAndDiffDisagreeOnTheBeat)
 {
     using Row = std::tuple<const char*, Time_BarBeatTick, Cmn_Int64, Time_Meter, Time_BarBeatTick, Cmn_Int64>;
     const Row cases[] = {
-        {"across a barline of 4/4",      At(3, 4, 0),   960000,  {4, 4}, At(4, 1, 0),       960000 },
-        {"a beat of 6/8 is 1920000",     At(1, 1, 0),   1920000, {6, 8}, At(1, 2, 0),       480000 },
-        {"6/8 carries six beats",        At(1, 6, 500), 1920000, {6, 8}, At(2, 1, 500),     480000 },
-        {"back within the bar",          At(2, 3, 100), -960000, {4, 4}, At(2, 3, -959900), -960000},
-        {"back past beat 1: truncation", At(2, 1, 0),   -960000, {4, 4}, At(2, 0, 0),       -960000},
-        {"half notes last half a beat",  At(1, 1, 0),   480000,  {2, 2}, At(1, 2, 0),       1920000},
+        {"across a barline of 4/4", At(3, 4, 0), 960000, {4, 4}, At(4, 1, 0), 960000},
+        {"a beat of 6/8 is 1920000", At(1, 1, 0), 1920000, {6, 8}, At(1, 2, 0), 480000},
+        {"6/8 carries six beats", At(1, 6, 500), 1920000, {6, 8}, At(2, 1, 500), 480000},
+        {"back within the bar", At(2, 3, 100), -960000, {4, 4}, At(2, 3, -959900), -960000},
+        {"back past beat 1: truncation", At(2, 1, 0), -960000, {4, 4}, At(2, 0, 0), -960000},
+        {"half notes last half a beat", At(1, 1, 0), 480000, {2, 2}, At(1, 2, 0), 1920000},
     };
     for (const auto& [name, from, offset, meter, expected, diff] : cases) {
         Time_BarBeatTick to;
@@ -70,13 +70,13 @@ TEST(BarBeatTick, MixedTicksAndZeroMetersAreReported)
 TEST(BarBeatTick, TextRoundTrips)
 {
     constexpr std::tuple<Cmn_Int32, Cmn_Int32, Cmn_Int64, const char*, const char*, Cmn_Int64> cCases[] = {
-        {3,      4,  480000,    "3|4| 480",      "    3| 4| 480",  480000 },
-        {1,      12, 499,       "1|12| 000",     "    1|12| 000",  0      },
-        {1,      1,  500,       "1|1| 001",      "    1| 1| 001",  1000   },
-        {-20000, -1, 1234567,   "-9999|-1|1235", "-9999|-1|1235",  1235000},
-        {123456, 1,  99999999,  "123456|1|9999", "123456| 1|9999", 9999000},
-        {2,      1,  -5600,     "2|1|-005",      "    2| 1|-005",  -5000  },
-        {2,      1,  -99999999, "2|1|-999",      "    2| 1|-999",  -999000},
+        {3, 4, 480000, "3|4| 480", "    3| 4| 480", 480000},
+        {1, 12, 499, "1|12| 000", "    1|12| 000", 0},
+        {1, 1, 500, "1|1| 001", "    1| 1| 001", 1000},
+        {-20000, -1, 1234567, "-9999|-1|1235", "-9999|-1|1235", 1235000},
+        {123456, 1, 99999999, "123456|1|9999", "123456| 1|9999", 9999000},
+        {2, 1, -5600, "2|1|-005", "    2| 1|-005", -5000},
+        {2, 1, -99999999, "2|1|-999", "    2| 1|-999", -999000},
     };
     for (const auto& [bar, beat, tick, plain, padded, readTick] : cCases) {
         const Time_BarBeatTick at = At(bar, beat, tick);
@@ -101,14 +101,13 @@ TEST(NotationDuration, TicksOfNoteValues)
 {
     constexpr Time_ENoteDuration cEighth = Time_eNoteDuration_Eighth;
     const std::pair<NoteValue, Cmn_Int64> cases[] = {
-        {{},                                                          960000           },
-        {{Time_eNoteDuration_Whole, true},                            5760000          },
-        {{Time_eNoteDuration_SixtyFourth, false},                     60000            },
-        {{cEighth, true, true, 4, 7},                                 411428           },
-        {{cEighth, false, true, 2, 0},                                480000           },
-        {{cEighth, false, false, 2, 5},                               480000           },
-        {{Time_eNoteDuration_Whole, true, true, -2147483647 - 1, -1}, 12369505812480000}
-    };
+        {{}, 960000},
+        {{Time_eNoteDuration_Whole, true}, 5760000},
+        {{Time_eNoteDuration_SixtyFourth, false}, 60000},
+        {{cEighth, true, true, 4, 7}, 411428},
+        {{cEighth, false, true, 2, 0}, 480000},
+        {{cEighth, false, false, 2, 5}, 480000},
+        {{Time_eNoteDuration_Whole, true, true, -2147483647 - 1, -1}, 12369505812480000}};
     for (const auto& [value, ticks] : cases)
         EXPECT_EQ(value.GetTicks(), Time_TickLength(ticks)) << value.Dump();
 
@@ -125,7 +124,8 @@ TEST(NotationDuration, TheLongestNoteValueThatFitsAndOrderByTicksThenFields)
         NoteValue::MakeDurationValue(iLength, value);
         return value;
     };
-    // Around every plain and dotted value: the first in descending order that is not longer, else the shortest.
+    // Around every plain and dotted value: the first in descending order that is not
+    // longer, else the shortest.
     std::vector<NoteValue> descending;
     for (int code = 1; code <= 7; ++code)
         for (const bool dotted : {true, false})

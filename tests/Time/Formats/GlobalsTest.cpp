@@ -56,13 +56,13 @@ TEST_F(GlobalsTest, VideoPullsAdjustDurationsAgainstRates)
 {
     constexpr double cPALUp = 1.0416666666666667;
     constexpr std::tuple<EPullFactor, EPullFactor, double, double, double> cCases[] = {
-        {cNone,                       cNone, 44100,                30,                           30                 },
-        {cDown,                       cNone, 44100 / 1.001,        30.0 * 1000 / 1001,           30 * 1.001         },
-        {cUp,                         cNone, 44100 * 1.001,        30.0 * 1001 / 1000,           30 / 1.001         },
-        {cNone,                       cDown, 44100 * 0.96,         30.0 * 24 / 25,               30 * cPALUp        },
-        {cNone,                       cUp,   44100 * cPALUp,       30.0 * 25 / 24,               30 * 0.96          },
-        {cUp,                         cDown, 44100 * 1.001 * 0.96, 30.0 * 1001 / 1000 * 24 / 25, 30 / 1.001 * cPALUp},
-        {static_cast<EPullFactor>(9), cUp,   44100 * cPALUp,       30.0 * 25 / 24,               30 * 0.96          },
+        {cNone, cNone, 44100, 30, 30},
+        {cDown, cNone, 44100 / 1.001, 30.0 * 1000 / 1001, 30 * 1.001},
+        {cUp, cNone, 44100 * 1.001, 30.0 * 1001 / 1000, 30 / 1.001},
+        {cNone, cDown, 44100 * 0.96, 30.0 * 24 / 25, 30 * cPALUp},
+        {cNone, cUp, 44100 * cPALUp, 30.0 * 25 / 24, 30 * 0.96},
+        {cUp, cDown, 44100 * 1.001 * 0.96, 30.0 * 1001 / 1000 * 24 / 25, 30 / 1.001 * cPALUp},
+        {static_cast<EPullFactor>(9), cUp, 44100 * cPALUp, 30.0 * 25 / 24, 30 * 0.96},
     };
     Time_Globals::SetFrameRate(30);
     for (const auto& [ntsc, pal, sampleRate, frameRate, duration] : cCases)
@@ -132,12 +132,12 @@ TEST_F(GlobalsTest, MaterialIsRoutedBetweenVideoFormats)
 TEST_F(GlobalsTest, FrameOffsetBecomesLegalInItsFormat)
 {
     constexpr std::tuple<const char*, long, ETimeCodeFormat, ETimeCodeFormat, Cmn_Int32> cCases[] = {
-        {"labels in order need no move", 1800,    eTimeCodeFormat_2997Drop,  eTimeCodeFormat_30,     1800   },
-        {"60 drop's odd label moves on", 25175,   eTimeCodeFormat_60Drop,    eTimeCodeFormat_30,     25176  },
-        {"so by the global format",      25175,   eTimeCodeFormat_UseGlobal, eTimeCodeFormat_60Drop, 25176  },
-        {"no drop, no move",             25175,   eTimeCodeFormat_60,        eTimeCodeFormat_60Drop, 25175  },
-        {"a day earlier wraps",          -1,      eTimeCodeFormat_25,        eTimeCodeFormat_30,     2159999},
-        {"a day later folds",            2160000, eTimeCodeFormat_25,        eTimeCodeFormat_30,     0      },
+        {"labels in order need no move", 1800, eTimeCodeFormat_2997Drop, eTimeCodeFormat_30, 1800},
+        {"60 drop's odd label moves on", 25175, eTimeCodeFormat_60Drop, eTimeCodeFormat_30, 25176},
+        {"so by the global format", 25175, eTimeCodeFormat_UseGlobal, eTimeCodeFormat_60Drop, 25176},
+        {"no drop, no move", 25175, eTimeCodeFormat_60, eTimeCodeFormat_60Drop, 25175},
+        {"a day earlier wraps", -1, eTimeCodeFormat_25, eTimeCodeFormat_30, 2159999},
+        {"a day later folds", 2160000, eTimeCodeFormat_25, eTimeCodeFormat_30, 0},
     };
     for (const auto& [name, offset, format, global, legal] : cCases) {
         Time_Globals::SetGlobalTimeCodeFormat(global);

@@ -14,19 +14,10 @@ void PrintTo(const Form& iForm, std::ostream* oStream)
     *oStream << Time_Globals::GetTimeCodeFormatString(iForm.mFormat);
 }
 constexpr Form cForms[] = {
-    {eTimeCodeFormat_24,       24, 0},
-    {eTimeCodeFormat_25,       25, 0},
-    {eTimeCodeFormat_2997,     30, 0},
-    {eTimeCodeFormat_2997Drop, 30, 2},
-    {eTimeCodeFormat_30,       30, 0},
-    {eTimeCodeFormat_30Drop,   30, 2},
-    {eTimeCodeFormat_23976,    24, 0},
-    {eTimeCodeFormat_50,       50, 0},
-    {eTimeCodeFormat_5994,     60, 0},
-    {eTimeCodeFormat_5994Drop, 60, 4},
-    {eTimeCodeFormat_60,       60, 0},
-    {eTimeCodeFormat_60Drop,   60, 4}
-};
+    {eTimeCodeFormat_24, 24, 0},       {eTimeCodeFormat_25, 25, 0}, {eTimeCodeFormat_2997, 30, 0},
+    {eTimeCodeFormat_2997Drop, 30, 2}, {eTimeCodeFormat_30, 30, 0}, {eTimeCodeFormat_30Drop, 30, 2},
+    {eTimeCodeFormat_23976, 24, 0},    {eTimeCodeFormat_50, 50, 0}, {eTimeCodeFormat_5994, 60, 0},
+    {eTimeCodeFormat_5994Drop, 60, 4}, {eTimeCodeFormat_60, 60, 0}, {eTimeCodeFormat_60Drop, 60, 4}};
 
 // Steps through the day as a generator does: one label a frame, without those that the skip rule leaves out.
 struct Counter
@@ -157,12 +148,12 @@ TEST_P(FormatTest, SamplesAndSubframesComeBack)
 TEST(Timecode, SamplesOfKnownFrames)
 {
     constexpr std::tuple<ETimeCodeFormat, Cmn_Int32, Cmn_Int64> cCases[] = {
-        {eTimeCodeFormat_30,       1,       1600      },
-        {eTimeCodeFormat_2997,     30,      48048     },
-        {eTimeCodeFormat_2997Drop, 17982,   28799971  }, // ten minutes of labels last 599.9994 s
-        {eTimeCodeFormat_23976,    1,       2002      },
-        {eTimeCodeFormat_5994Drop, 1,       801       }, // 800.8
-        {eTimeCodeFormat_25,       2159999, 4147198080},
+        {eTimeCodeFormat_30, 1, 1600},
+        {eTimeCodeFormat_2997, 30, 48048},
+        {eTimeCodeFormat_2997Drop, 17982, 28799971}, // ten minutes of labels last 599.9994 s
+        {eTimeCodeFormat_23976, 1, 2002},
+        {eTimeCodeFormat_5994Drop, 1, 801}, // 800.8
+        {eTimeCodeFormat_25, 2159999, 4147198080},
     };
     const StTimeGlobals globals(48000, 30);
     for (const auto& [format, frames, samples] : cCases) {
@@ -189,16 +180,16 @@ TEST(Timecode, CountsOutsideTheDayWrapOnce)
 {
     constexpr Cmn_Int32 cLeast = std::numeric_limits<Cmn_Int32>::min();
     constexpr std::tuple<const char*, ETimeCodeFormat, Cmn_Int32, const char*> cCases[] = {
-        {"the frame before midnight",             eTimeCodeFormat_25,       -1,         "23:59:59:24"   },
-        {"a day below",                           eTimeCodeFormat_24,       -2073600,   "00:00:00:00"   },
-        {"a drop day is shorter than its labels", eTimeCodeFormat_2997Drop, -1,         "00:01:26;13"   },
-        {"the same with 60 frames",               eTimeCodeFormat_60Drop,   -1,         "00:01:26;27"   },
-        {"one day above folds",                   eTimeCodeFormat_30,       2592000,    "00:00:00:00"   },
-        {"two days above fold once",              eTimeCodeFormat_30,       5184000,    "24:00:00:00"   },
-        {"a drop day later",                      eTimeCodeFormat_30Drop,   2589408,    "00:00:00;00"   },
-        {"fields wrap into 8 bits",               eTimeCodeFormat_25,       -2160001,   "00:00:00:255"  },
-        {"so do hours, 24 taken off",             eTimeCodeFormat_25,       -2250000,   "231:00:00:00"  },
-        {"the largest wraps",                     eTimeCodeFormat_60Drop,   2147483647, "28:250:250;199"},
+        {"the frame before midnight", eTimeCodeFormat_25, -1, "23:59:59:24"},
+        {"a day below", eTimeCodeFormat_24, -2073600, "00:00:00:00"},
+        {"a drop day is shorter than its labels", eTimeCodeFormat_2997Drop, -1, "00:01:26;13"},
+        {"the same with 60 frames", eTimeCodeFormat_60Drop, -1, "00:01:26;27"},
+        {"one day above folds", eTimeCodeFormat_30, 2592000, "00:00:00:00"},
+        {"two days above fold once", eTimeCodeFormat_30, 5184000, "24:00:00:00"},
+        {"a drop day later", eTimeCodeFormat_30Drop, 2589408, "00:00:00;00"},
+        {"fields wrap into 8 bits", eTimeCodeFormat_25, -2160001, "00:00:00:255"},
+        {"so do hours, 24 taken off", eTimeCodeFormat_25, -2250000, "231:00:00:00"},
+        {"the largest wraps", eTimeCodeFormat_60Drop, 2147483647, "28:250:250;199"},
     };
     for (const auto& [name, format, frames, label] : cCases) {
         Time_SMPTE time(format);

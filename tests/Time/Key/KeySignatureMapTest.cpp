@@ -36,23 +36,23 @@ Entries EntriesOf(const Map& iMap)
 // A plain map that does each edit entry by entry.
 struct Model
 {
-    Entries keys;
+    Entries mKeys;
 
     Key At(Time_Tick iTick) const
     {
-        const auto next = keys.upper_bound(iTick);
-        return next == keys.begin() ? Key() : std::prev(next)->second;
+        const auto next = mKeys.upper_bound(iTick);
+        return next == mKeys.begin() ? Key() : std::prev(next)->second;
     }
-    void SetKeySignature(Time_Tick iTick, const Key& iKey) { keys[iTick] = iKey; }
-    void remove(long iIndex) { keys.erase(std::next(keys.begin(), iIndex)); }
+    void SetKeySignature(Time_Tick iTick, const Key& iKey) { mKeys[iTick] = iKey; }
+    void remove(long iIndex) { mKeys.erase(std::next(mKeys.begin(), iIndex)); }
     void Erase(Time_Tick iStart, Time_Tick iEnd)
     {
-        std::erase_if(keys, [=](const auto& i) { return i.first >= iStart && i.first < iEnd; });
+        std::erase_if(mKeys, [=](const auto& i) { return i.first >= iStart && i.first < iEnd; });
     }
     void Shift(Time_Tick iFrom, const Time_TickLength& iTicks)
     {
-        for (const auto& [tick, key] : std::exchange(keys, Entries()))
-            keys[tick >= iFrom ? tick + iTicks : tick] = key;
+        for (const auto& [tick, key] : std::exchange(mKeys, Entries()))
+            mKeys[tick >= iFrom ? tick + iTicks : tick] = key;
     }
     void DeleteTime(Time_Tick iStart, Time_Tick iEnd)
     {
@@ -60,26 +60,26 @@ struct Model
         const Key atEnd = At(iEnd);
         Erase(iStart, iEnd);
         Shift(iEnd, iStart - iEnd);
-        keys[iStart] = atEnd;
+        mKeys[iStart] = atEnd;
     }
     void InsertTime(Time_Tick iAt, const Time_TickLength& iLength, const Model* iSource)
     {
         if (iLength.AsInt64() < 1) return;
         Shift(iAt, iLength);
-        if (iSource != nullptr && !iSource->keys.empty()) Paste(iAt, iAt + iLength, iSource);
+        if (iSource != nullptr && !iSource->mKeys.empty()) Paste(iAt, iAt + iLength, iSource);
     }
     void Paste(Time_Tick iStart, Time_Tick iEnd, const Model* iSource)
     {
         if (iStart >= iEnd) return;
-        const Entries source = iSource->keys;
+        const Entries source = iSource->mKeys;
         const Key atEnd = At(iEnd);
         Erase(iStart, iEnd);
         const Key atStart = At(iStart);
         for (const auto& [tick, key] : source) {
             const Time_Tick at(iStart.AsInt64() + tick.AsInt64());
-            if (at >= iStart && at < iEnd && (at > iStart || key != atStart)) keys[at] = key;
+            if (at >= iStart && at < iEnd && (at > iStart || key != atStart)) mKeys[at] = key;
         }
-        if (At(iEnd) != atEnd) keys[iEnd] = atEnd;
+        if (At(iEnd) != atEnd) mKeys[iEnd] = atEnd;
     }
 };
 
@@ -121,15 +121,15 @@ TEST(KeySignatureMap, RandomEditsFollowThePlainModelCopiesSoundAlikeAndUndoResto
             const bool isLogged = history.Record([&] { edit(*map, &source); });
             ASSERT_TRUE(start < end || which > 4 || !isLogged);
             edit(model, &sourceModel);
-            ASSERT_EQ(EntriesOf(*map), model.keys) << map->Dump();
+            ASSERT_EQ(EntriesOf(*map), model.mKeys) << map->Dump();
             for (Time_Tick tick(-40); tick < Time_Tick(200); ++tick) {
                 const Key sounds = map->GetKeySignatureAtTime(tick);
                 ASSERT_EQ(sounds, model.At(tick)) << tick.Dump() << map->Dump();
                 const Map& heard = tick >= start && tick < end ? original : before;
                 ASSERT_TRUE(which != 3 || !isCopy || sounds == heard.GetKeySignatureAtTime(tick));
             }
-            const auto first = model.keys.lower_bound(start);
-            ASSERT_EQ(map->RangeContainsData(start, end), first != model.keys.end() && first->first < end);
+            const auto first = model.mKeys.lower_bound(start);
+            ASSERT_EQ(map->RangeContainsData(start, end), first != model.mKeys.end() && first->first < end);
         }
         history.ExpectEveryState();
     }
@@ -183,14 +183,14 @@ TEST(KeySignatureMap, NeighboursAreSoughtOneUnitAway)
     EXPECT_EQ(std::pair(start, end), std::pair(c1, c4 + one));
     const Time_Typed frameZero(0, Time_eType_Frames);
     const std::tuple<const char*, Time_Typed, Time_Tick, Time_Tick, Time_Tick> rows[] = {
-        {"on an entry",                           c2,              c1, c3, c2},
-        {"one tick after it",                     c2 + one,        c2, c3, c3},
-        {"one tick before it",                    c2 - one,        c1, c2, c2},
-        {"before the session",                    Time_Tick(0),    c1, c1, c1},
-        {"after the session",                     c4 + one,        c4, c4, c4},
+        {"on an entry", c2, c1, c3, c2},
+        {"one tick after it", c2 + one, c2, c3, c3},
+        {"one tick before it", c2 - one, c1, c2, c2},
+        {"before the session", Time_Tick(0), c1, c1, c1},
+        {"after the session", c4 + one, c4, c4, c4},
         {"sample 23 is at tick 1001 of the song", Time_Sample(23), c1, c3, c3},
-        {"sample 24 is a unit after it",          Time_Sample(24), c2, c3, c3},
-        {"frame 0 has none before the session",   frameZero,       c1, c4, c1},
+        {"sample 24 is a unit after it", Time_Sample(24), c2, c3, c3},
+        {"frame 0 has none before the session", frameZero, c1, c4, c1},
     };
     for (const auto& [what, time, before, after, atOrAfter] : rows) {
         Time_Tick tick;

@@ -8,8 +8,8 @@ namespace {
 
 constexpr bool cMajor = true, cMinor = false, cSharps = true, cFlats = false;
 
-// Semitones to the pitch that `iSteps` scale steps lead to, walked one semitone at a time over a scale that is built
-// from the circle of fifths.
+// Semitones to the pitch that `iSteps` scale steps lead to, walked one semitone at a time over a scale that
+// is built from the circle of fifths.
 int WalkTheScale(const Time_KeySignature& iKey, int iPitch, int iSteps)
 {
     const int fifths = std::min<int>(iKey.GetAccidentalCount(), 7) * (iKey.IsSharps() ? 7 : 5);
@@ -37,14 +37,10 @@ TEST(KeySignature, EveryKeyHasItsName)
 {
     // With sharps, with flats.
     const char* const cNames[][4] = {
-        {"C major",  "C major",  "A minor",  "A minor" },
-        {"G major",  "F major",  "E minor",  "D minor" },
-        {"D major",  "Bb major", "B minor",  "G minor" },
-        {"A major",  "Eb major", "F# minor", "C minor" },
-        {"E major",  "Ab major", "C# minor", "F minor" },
-        {"B major",  "Db major", "G# minor", "Bb minor"},
-        {"F# major", "Gb major", "D# minor", "Eb minor"},
-        {"C# major", "Cb major", "A# minor", "Ab minor"},
+        {"C major", "C major", "A minor", "A minor"},     {"G major", "F major", "E minor", "D minor"},
+        {"D major", "Bb major", "B minor", "G minor"},    {"A major", "Eb major", "F# minor", "C minor"},
+        {"E major", "Ab major", "C# minor", "F minor"},   {"B major", "Db major", "G# minor", "Bb minor"},
+        {"F# major", "Gb major", "D# minor", "Eb minor"}, {"C# major", "Cb major", "A# minor", "Ab minor"},
     };
     for (int count = 0; count <= 255; ++count)
         for (int column = 0; column < 4; ++column) {
@@ -72,12 +68,12 @@ TEST(KeySignature, TranspositionWalksTheScale)
 TEST(KeySignature, TranspositionOddities)
 {
     const std::tuple<const char*, Time_KeySignature, int, int, int> rows[] = {
-        {"A minor with flats counts from C: B is outside",      {cMinor, cFlats, 0},  11, 1,      2    },
-        {"A minor with flats counts from C: Eb is a tone",      {cMinor, cFlats, 0},  3,  1,      2    },
-        {"A minor with sharps counts from A: B is a tone",      {cMinor, cSharps, 0}, 11, 1,      1    },
-        {"-32768 steps have no magnitude: a tone stays",        {cMajor, cSharps, 0}, 0,  -32768, 0    },
-        {"-32768 steps have no magnitude: beside a tone, 1 up", {cMajor, cSharps, 0}, 1,  -32768, 1    },
-        {"the greatest step up is cut to 16 bits",              {cMajor, cSharps, 0}, 0,  32767,  -9364},
+        {"A minor with flats counts from C: B is outside", {cMinor, cFlats, 0}, 11, 1, 2},
+        {"A minor with flats counts from C: Eb is a tone", {cMinor, cFlats, 0}, 3, 1, 2},
+        {"A minor with sharps counts from A: B is a tone", {cMinor, cSharps, 0}, 11, 1, 1},
+        {"-32768 steps have no magnitude: a tone stays", {cMajor, cSharps, 0}, 0, -32768, 0},
+        {"-32768 steps have no magnitude: beside a tone, 1 up", {cMajor, cSharps, 0}, 1, -32768, 1},
+        {"the greatest step up is cut to 16 bits", {cMajor, cSharps, 0}, 0, 32767, -9364},
     };
     for (const auto& [what, key, pitch, steps, semitones] : rows)
         EXPECT_EQ(Transposed(key, pitch, steps), semitones) << what;

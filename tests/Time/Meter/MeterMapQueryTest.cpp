@@ -7,7 +7,8 @@ namespace {
 
 Time_TickLength Ticks(Cmn_Int64 iTicks) { return Time_TickLength(iTicks); }
 
-// The plain picture of a map: bars laid one after another from the first change on, each cut where a change comes.
+// The plain picture of a map: bars laid one after another from the first change on, each
+// cut where a change comes.
 class BarWalk
 {
 public:
@@ -140,12 +141,8 @@ TEST(MeterMapQuery, FarTicksConvertBackUnderManyMetersAndUnderAbsurdOnes)
         maps[0].AddMeterChange(At(0, static_cast<Cmn_Int64>(random() % 20000000000)),
                                Time_Meter(1 + random() % 13, 1 + random() % 70), 1);
     constexpr int cMost = 2147483647;
-    for (const auto& [numerator, denominator] : {
-             std::pair(cMost, 1), {cMost,   7      },
-               {2000003, 3      },
-               {7,       3      },
-               {cMost,   3840000}
-    })
+    for (const auto& [numerator, denominator] :
+         {std::pair(cMost, 1), {cMost, 7}, {2000003, 3}, {7, 3}, {cMost, 3840000}})
         maps.emplace_back().AddMeterChange(At(0), Time_Meter(numerator, denominator), 1);
     for (const Time_MeterMap& map : maps) {
         // Up to 2^30 bars away, within the valid ticks.

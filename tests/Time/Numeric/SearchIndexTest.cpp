@@ -66,8 +66,8 @@ TYPED_TEST(SearchIndex, FindsWhatAPlainSearchFindsAfterBuildsAndUpdates)
         index.Build(keys.data(), keys.size());
         ExpectFindsAsPlain(index, keys, random);
         for (int edit = 0; edit < 20 && !keys.empty(); ++edit) {
-            // One key more or less, often at the end, and all behind it moved, as a changed tempo moves all samples, or
-            // left, as it leaves ticks.
+            // One key more or less, often at the end, and all behind it moved, as a changed tempo moves all
+            // samples, or left, as it leaves ticks.
             const std::size_t at = random() % 3 == 0 ? keys.size() - 1 : random() % keys.size();
             const auto move = static_cast<TypeParam>(random() % 5000);
             const bool moves = random() % 2 == 0;

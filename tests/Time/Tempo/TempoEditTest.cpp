@@ -43,13 +43,7 @@ struct TempoEditTest : testing::Test
 // Minutes that a quarter lasts, summed finely over the ramp: what the steps have to last.
 TEST_F(TempoEditTest, RampsEndOnTheTickAndTempoAndLastAsLongAsTheirCurve)
 {
-    const double cTempi[][2] = {
-        {120, 60 },
-        {60,  61 },
-        {5,   500},
-        {500, 5  },
-        {90,  90 }
-    };
+    const double cTempi[][2] = {{120, 60}, {60, 61}, {5, 500}, {500, 5}, {90, 90}};
     for (const auto curve : {Edit::eCurve_Bars, Edit::eCurve_Linear, Edit::eCurve_S})
         for (const auto& [a, b] : cTempi)
             for (const int step : {1, 7, 64, -48000, -960000}) {
@@ -95,56 +89,58 @@ TEST_F(TempoEditTest, WhatCannotBeDoneIsRefusedWithTheNearest)
     const auto start = static_cast<double>(cStart), locked = static_cast<double>(At(8).AsInt64());
     const struct
     {
-        const char* what;
-        std::function<Result()> edit;
-        Result::EReason reason;
-        double nearest;
+        const char* mWhat;
+        std::function<Result()> mEdit;
+        Result::EReason mReason;
+        double mNearest;
     } cRows[] = {
-        {"too fast",                        [&] { return Edit::SetTempo(mMap, At(9), {501}); },                            Result::eReason_OutOfLimits,  500    },
+        {"too fast", [&] { return Edit::SetTempo(mMap, At(9), {501}); }, Result::eReason_OutOfLimits, 500},
         {"eighths",
          [&] {
              return Edit::SetTempo(mMap, At(9), {1000, eighth});
-         },                                                                                                                Result::eReason_OutOfLimits,  999    },
-        {"not a number",                    [&] { return Edit::SetTempo(mMap, At(9), {NAN}); },                            Result::eReason_OutOfLimits,  5      },
-        {"before a lock",                   [&] { return Edit::SetTempo(mMap, At(4), {90}); },                             Result::eReason_Locked,       locked },
-        {"before the song",                 [&] { return Edit::SetTempo(mMap, At(-1), {90}); },
-         Result::eReason_BeforeSongStart,                                                                                                                start  },
-        {"insertion there",                 [&] { return Edit::InsertTime(mMap, At(-1), eighth); },
-         Result::eReason_BeforeSongStart,                                                                                                                start  },
-        {"scaled beyond",                   [&] { return Edit::Scale(mMap, At(10), At(13), 3); },                          Result::eReason_OutOfLimits,
-         1.25                                                                                                                                                   },
-        {"moved beyond",                    [&] { return Edit::Offset(mMap, At(12), At(13), -246); },
-         Result::eReason_OutOfLimits,                                                                                                                    -245   },
-        {"fit too short",                   [&] { return Edit::FitToLength(mMap, At(12), At(14), Time_SampleLength(9)); },
-         Result::eReason_OutOfLimits,                                                                                                                    11520  },
-        {"fit to nothing",                  [&] { return Edit::FitToLength(mMap, At(12), At(14), Time_SampleLength(0)); },
-         Result::eReason_EmptyRange,                                                                                                                     0      },
-        {"empty",                           [&] { return Edit::Scale(mMap, At(12), At(12), 1); },                          Result::eReason_EmptyRange,   0      },
+         },
+         Result::eReason_OutOfLimits, 999},
+        {"not a number", [&] { return Edit::SetTempo(mMap, At(9), {NAN}); }, Result::eReason_OutOfLimits, 5},
+        {"before a lock", [&] { return Edit::SetTempo(mMap, At(4), {90}); }, Result::eReason_Locked, locked},
+        {"before the song", [&] { return Edit::SetTempo(mMap, At(-1), {90}); },
+         Result::eReason_BeforeSongStart, start},
+        {"insertion there", [&] { return Edit::InsertTime(mMap, At(-1), eighth); },
+         Result::eReason_BeforeSongStart, start},
+        {"scaled beyond", [&] { return Edit::Scale(mMap, At(10), At(13), 3); }, Result::eReason_OutOfLimits,
+         1.25},
+        {"moved beyond", [&] { return Edit::Offset(mMap, At(12), At(13), -246); },
+         Result::eReason_OutOfLimits, -245},
+        {"fit too short", [&] { return Edit::FitToLength(mMap, At(12), At(14), Time_SampleLength(9)); },
+         Result::eReason_OutOfLimits, 11520},
+        {"fit to nothing", [&] { return Edit::FitToLength(mMap, At(12), At(14), Time_SampleLength(0)); },
+         Result::eReason_EmptyRange, 0},
+        {"empty", [&] { return Edit::Scale(mMap, At(12), At(12), 1); }, Result::eReason_EmptyRange, 0},
         {"a lock before its predecessor's",
-         [&] { return Edit::LockToSample(mMap, At(9), Time_Sample(200000)); },                                             Result::eReason_LockOrder,
-         205760                                                                                                                                                 },
-        {"a lock too near",                 [&] { return Edit::LockToSample(mMap, At(9), Time_Sample(200001)); },
-         Result::eReason_OutOfLimits,                                                                                                                    205760 },
-        {"too far",                         [&] { return Edit::MoveLock(mMap, At(8), Time_Sample(9000000)); },
-         Result::eReason_OutOfLimits,                                                                                                                    4608000},
-        {"too late for its successor",      [&] { return Edit::LockToSample(mMap, At(4), Time_Sample(199999)); },
-         Result::eReason_OutOfLimits,                                                                                                                    176960 },
-        {"no lock to move",                 [&] { return Edit::MoveLock(mMap, At(9), Time_Sample(300000)); },
-         Result::eReason_NoLock,                                                                                                                         0      },
-        {"no lock to remove",               [&] { return Edit::RemoveLock(mMap, At(12)); },                                Result::eReason_NoLock,       0      },
-        {"the song start's",                [&] { return Edit::RemoveLock(mMap, At(0)); },                                 Result::eReason_NoLock,       0      },
-        {"no points",                       [&] { return Edit::LockAll(mMap, {}); },                                       Result::eReason_EmptyRange,   0      },
-        {"steps of nothing",                [&] { return Edit::Ramp(mMap, At(9), At(10), {60}, 90, Edit::eCurve_S, 0); },
-         Result::eReason_EmptyRange,                                                                                                                     0      },
+         [&] { return Edit::LockToSample(mMap, At(9), Time_Sample(200000)); }, Result::eReason_LockOrder,
+         205760},
+        {"a lock too near", [&] { return Edit::LockToSample(mMap, At(9), Time_Sample(200001)); },
+         Result::eReason_OutOfLimits, 205760},
+        {"too far", [&] { return Edit::MoveLock(mMap, At(8), Time_Sample(9000000)); },
+         Result::eReason_OutOfLimits, 4608000},
+        {"too late for its successor", [&] { return Edit::LockToSample(mMap, At(4), Time_Sample(199999)); },
+         Result::eReason_OutOfLimits, 176960},
+        {"no lock to move", [&] { return Edit::MoveLock(mMap, At(9), Time_Sample(300000)); },
+         Result::eReason_NoLock, 0},
+        {"no lock to remove", [&] { return Edit::RemoveLock(mMap, At(12)); }, Result::eReason_NoLock, 0},
+        {"the song start's", [&] { return Edit::RemoveLock(mMap, At(0)); }, Result::eReason_NoLock, 0},
+        {"no points", [&] { return Edit::LockAll(mMap, {}); }, Result::eReason_EmptyRange, 0},
+        {"steps of nothing", [&] { return Edit::Ramp(mMap, At(9), At(10), {60}, 90, Edit::eCurve_S, 0); },
+         Result::eReason_EmptyRange, 0},
         {"steps without end",
          [&] {
              return Edit::Ramp(mMap, At(9), At(99), {60}, 90, Edit::eCurve_S, Time_TypedLength(1, cTicks));
-         },                                                                                                                Result::eReason_TooManySteps, 1000000},
+         },
+         Result::eReason_TooManySteps, 1000000},
     };
     for (const auto& row : cRows) {
-        EXPECT_EQ(near(row.edit()), std::pair(row.reason, row.nearest)) << row.what;
-        EXPECT_EQ(Streamed(mMap), before) << row.what;
-        EXPECT_EQ(mMap.GetUniqueEditIdentifier(), identifier) << row.what;
+        EXPECT_EQ(near(row.mEdit()), std::pair(row.mReason, row.mNearest)) << row.mWhat;
+        EXPECT_EQ(Streamed(mMap), before) << row.mWhat;
+        EXPECT_EQ(mMap.GetUniqueEditIdentifier(), identifier) << row.mWhat;
     }
     EXPECT_TRUE(Edit::FitToLength(mMap, At(12), At(14), Time_SampleLength(11520)));
     EXPECT_TRUE(Edit::LockToSample(mMap, At(9), Time_Sample(205760)));
@@ -173,8 +169,8 @@ TEST_F(TempoEditTest, BeatsBecomeAMapWithinTheirTolerance)
     }
 }
 
-// Random edits: what an edit does not touch keeps its sample or its distance, each lock its sample, and every step is
-// undone and redone to the byte. The model is where each quarter was and what is locked.
+// Random edits: what an edit does not touch keeps its sample or its distance, each lock its sample, and every
+// step is undone and redone to the byte. The model is where each quarter was and what is locked.
 TEST_F(TempoEditTest, EditsTouchWhatTheySayAndNothingElse)
 {
     const unsigned seed = std::random_device()();

@@ -23,9 +23,9 @@ TEST(TempoLimits, TempoIsHeldInBothCounts)
     EXPECT_EQ(limited(77, 7), 960000.0 * 5 / 7);
     // Of the two limits the narrower counts.
     constexpr double cCases[][5] = {
-        {480000,  5,  499.5, 10, 999},
-        {960000,  5,  500,   5,  500},
-        {1920000, 10, 500,   5,  250},
+        {480000, 5, 499.5, 10, 999},
+        {960000, 5, 500, 5, 500},
+        {1920000, 10, 500, 5, 250},
     };
     for (const auto& [ticks, minQPM, maxQPM, minBPM, maxBPM] : cCases) {
         const Time_TickLength beat(static_cast<Cmn_Int64>(ticks));
@@ -72,15 +72,15 @@ TEST(NewTempoEvents, QuantizedTicksFollowTheLastTempo)
 {
     // At 48000 samples and 120 quarters a sample is 40 ticks.
     const std::tuple<const char*, Time_TypedLength, Time_TypedLength, Cmn_Int64, Cmn_Int64> cases[] = {
-        {"samples from a tick",          {10, cSamples}, {1000, cTicks},          1420,          1420         },
-        {"samples from the last event",  {0, cSamples},  {0, cTicks},             960020,        960020       },
-        {"negative samples truncate",    {-1, cSamples}, {1000, cTicks},          980,           980          },
-        {"ticks: added, or the grid",    {400, cTicks},  {1000000000100, cTicks}, 1000000000400, 1000000000500},
-        {"on a line: the next one",      {400, cTicks},  {1000000000400, cTicks}, 1000000000800, 1000000000800},
-        {"before the grid's origin",     {300, cTicks},  {999999999999, cTicks},  1000000000000, 1000000000299},
-        {"a negative quantum",           {-300, cTicks}, {999999999699, cTicks},  999999999700,  999999999399 },
-        {"no quantum",                   {0, cTicks},    {77, cTicks},            77,            77           },
-        {"a start of 0: the last event", {7, cTicks},    {0, cSamples},           960002,        960007       },
+        {"samples from a tick", {10, cSamples}, {1000, cTicks}, 1420, 1420},
+        {"samples from the last event", {0, cSamples}, {0, cTicks}, 960020, 960020},
+        {"negative samples truncate", {-1, cSamples}, {1000, cTicks}, 980, 980},
+        {"ticks: added, or the grid", {400, cTicks}, {1000000000100, cTicks}, 1000000000400, 1000000000500},
+        {"on a line: the next one", {400, cTicks}, {1000000000400, cTicks}, 1000000000800, 1000000000800},
+        {"before the grid's origin", {300, cTicks}, {999999999999, cTicks}, 1000000000000, 1000000000299},
+        {"a negative quantum", {-300, cTicks}, {999999999699, cTicks}, 999999999700, 999999999399},
+        {"no quantum", {0, cTicks}, {77, cTicks}, 77, 77},
+        {"a start of 0: the last event", {7, cTicks}, {0, cSamples}, 960002, 960007},
     };
     Time_NewTempoEvents one(48000), two(48000);
     two.AddTempoEvent(Event(5, 33, cEighth));

@@ -7,24 +7,25 @@
 
 namespace {
 
-// Tempi that a document holds: a locked song start; locked segments further on, most of them computed or with computed
-// ones before; free ones between. Wild rows may be anything anywhere.
+// Tempi that a document holds: a locked song start; locked segments further on, most of them computed or with
+// computed ones before; free ones between. Wild rows may be anything anywhere.
 SegmentRow RandomRow(std::mt19937_64& ioRandom, bool iWild)
 {
     const auto chance = [&](unsigned iPercent) { return ioRandom() % 100 < iPercent; };
     const Cmn_Int64 quarters = static_cast<Cmn_Int64>(ioRandom() % 40) - (iWild ? 8 : 0);
-    SegmentRow row{.tick = cStart + quarters * cQuarter};
-    row.bpm = chance(30) ? 120 : 40 + static_cast<double>(ioRandom() % 200000) / 1000;
-    row.beat = chance(70) ? cQuarter : cQuarter / 2;
-    row.locked = chance(iWild ? 30 : 15);
-    row.sample = quarters * 24000 + static_cast<Cmn_Int64>(ioRandom() % 24000);
-    row.computed = chance(row.locked ? 60 : iWild ? 20 : 5);
-    row.unspecified = !row.computed && chance(iWild ? 15 : 5);
+    SegmentRow row{.mTick = cStart + quarters * cQuarter};
+    row.mBpm = chance(30) ? 120 : 40 + static_cast<double>(ioRandom() % 200000) / 1000;
+    row.mBeat = chance(70) ? cQuarter : cQuarter / 2;
+    row.mLocked = chance(iWild ? 30 : 15);
+    row.mSample = quarters * 24000 + static_cast<Cmn_Int64>(ioRandom() % 24000);
+    row.mComputed = chance(row.mLocked ? 60 : iWild ? 20 : 5);
+    row.mUnspecified = !row.mComputed && chance(iWild ? 15 : 5);
     // Often one that borrows its tempo, before a computed one.
     if (quarters <= 0)
-        row.locked = chance(60), row.unspecified = chance(60), row.computed = row.computed && chance(30);
-    if (quarters == 1 || quarters == 2) row.computed = chance(50), row.unspecified = chance(5);
-    if (!iWild && quarters == 0) row = {.locked = true, .unspecified = row.unspecified, .songStart = true};
+        row.mLocked = chance(60), row.mUnspecified = chance(60), row.mComputed = row.mComputed && chance(30);
+    if (quarters == 1 || quarters == 2) row.mComputed = chance(50), row.mUnspecified = chance(5);
+    if (!iWild && quarters == 0)
+        row = {.mLocked = true, .mUnspecified = row.mUnspecified, .mSongStart = true};
     return row;
 }
 
@@ -36,7 +37,7 @@ public:
         , mIsWild(iWild)
     {
         mMap.SetSampleRate(mModel.mSampleRate);
-        if (!iWild) Add({.locked = true, .songStart = true});
+        if (!iWild) Add({.mLocked = true, .mSongStart = true});
     }
 
     void Edit()
@@ -51,8 +52,8 @@ public:
         } else if (choice < 17) {
             const Cmn_Int64 sample = static_cast<Cmn_Int64>(mRandom() % (40 * 24000)) + 1;
             std::erase_if(mModel.mRows, [&](auto& iRow) {
-                return iRow.second.locked && iRow.second.sample >= sample &&
-                       iRow.second.sample < sample + 50000;
+                return iRow.second.mLocked && iRow.second.mSample >= sample &&
+                       iRow.second.mSample < sample + 50000;
             });
             mMap.EraseLockedSegmentsBySample(Time_Sample(sample), Time_Sample(sample + 50000));
         } else if (choice == 17) {
@@ -71,8 +72,8 @@ public:
         }
     }
 
-    // A copy, one that dirties everything, and a map read from the stream, which takes what a copy asserts nothing about
-    // but that joints do not meet: debug builds look at those.
+    // A copy, one that dirties everything, and a map read from the stream, which takes what a copy asserts
+    // nothing about but that joints do not meet: debug builds look at those.
     void ExpectTheSameBitsElsewhere()
     {
         const Lines lines = LinesOf(mMap.GetBasicTempoMap());
@@ -106,8 +107,8 @@ public:
         std::vector<Cmn_Int64> ticks, samples;
         for (const Line& line : lines)
             for (const Cmn_Int64 offset : {-1, 0, 1, static_cast<int>(mRandom() % 5000000)}) {
-                ticks.push_back(line.tick + offset);
-                samples.push_back(static_cast<Cmn_Int64>(line.start) + offset % 100000);
+                ticks.push_back(line.mTick + offset);
+                samples.push_back(static_cast<Cmn_Int64>(line.mStart) + offset % 100000);
             }
         std::size_t tickSegment = 0, firstSegment = 0, sampleSegment = 0, firstTickSegment = 0;
         const AllocationCounter allocations;
@@ -121,9 +122,9 @@ public:
         for (const Cmn_Int64 sample : samples) {
             const Line& line = mModel.AtSample(sample);
             const double after =
-                std::floor((static_cast<double>(sample) - line.start) * line.ticksPerSample + 0.5);
+                std::floor((static_cast<double>(sample) - line.mStart) * line.mTicksPerSample + 0.5);
             ASSERT_EQ(mMap.SampleToTick(Time_Sample(sample)).AsInt64(),
-                      static_cast<Cmn_Int64>(after) + line.tick);
+                      static_cast<Cmn_Int64>(after) + line.mTick);
             ASSERT_EQ(mMap.NextSampleToTick(Time_Sample(sample), sampleSegment),
                       mMap.SampleToTick(Time_Sample(sample)));
             ASSERT_EQ(mMap.NextSampleToFirstTick(Time_Sample(sample), firstTickSegment),
@@ -137,7 +138,7 @@ public:
 private:
     void Add(const SegmentRow& iRow)
     {
-        mModel.mRows[iRow.tick] = iRow;
+        mModel.mRows[iRow.mTick] = iRow;
         mMap.AddSegment(iRow.Make());
     }
 

@@ -44,14 +44,19 @@ protected:
     Time_TempoMap mMap;
 };
 
-// Segments as tests write them: Locked(At(2, 60), 48000) is 60 bpm from two quarters behind cStart, at sample 48000.
+// Segments as tests write them: Locked(At(2, 60), 48000) is 60 bpm from two quarters behind
+// cStart, at sample 48000.
 constexpr Cmn_Int64 cAt(int iQuarter) { return cStart + iQuarter * cQuarter; }
-SegmentRow At(int iQuarter, double iBpm = 120) { return {.tick = cAt(iQuarter), .bpm = iBpm}; }
+SegmentRow At(int iQuarter, double iBpm = 120) { return {.mTick = cAt(iQuarter), .mBpm = iBpm}; }
 SegmentRow Locked(const SegmentRow& iRow, Cmn_Int64 iSample = 0)
 {
-    return {.tick = iRow.tick, .bpm = iRow.bpm, .locked = true, .computed = iRow.computed, .sample = iSample};
+    return {.mTick = iRow.mTick,
+            .mBpm = iRow.mBpm,
+            .mLocked = true,
+            .mComputed = iRow.mComputed,
+            .mSample = iSample};
 }
-SegmentRow Computed(int iQuarter) { return {.tick = cAt(iQuarter), .computed = true}; }
+SegmentRow Computed(int iQuarter) { return {.mTick = cAt(iQuarter), .mComputed = true}; }
 
 std::string Report(const std::string& iText) { return iText + "@$^$@Time/Time_TempoMap"; }
 
@@ -99,13 +104,13 @@ TEST_F(TempoMap, TheSongStartIsCached)
     EXPECT_EQ(mMap.GetSessionStartTick().AsInt64(), cStart);
     EXPECT_EQ(Time_TempoMap().GetSampleRate(), Time_Globals::GetPullSampleRate());
     SegmentRow start = Locked(At(2), 24000);
-    start.songStart = true;
+    start.mSongStart = true;
     Fill(mMap, {start});
     EXPECT_EQ(mMap.GetSongStartTick().AsInt64(), cAt(2));
     EXPECT_EQ(mMap.GetSongStartSample().AsInt64(), 24000);
     EXPECT_EQ(mMap.GetSessionStartTick().AsInt64(), cAt(1));
-    start.locked = false;
-    start.sample = 5;
+    start.mLocked = false;
+    start.mSample = 5;
     Fill(mMap, {start});
     EXPECT_EQ(mAsserts.Take(), Reports{Report("mIsLockedToSample")});
     EXPECT_EQ(mMap.GetSongStartSample().AsInt64(), 5) << "the stored sample, locked or not";
@@ -150,12 +155,12 @@ TEST_F(TempoMap, EachEditTellsOnceAndEditsOfNothingTellNobody)
     Fill(other, {Locked(At(0, 77))});
     const struct
     {
-        const char* what;
-        std::function<void()> edit;
-        Ticks starts;
-        int broadcasts = 1;
+        const char* mWhat;
+        std::function<void()> mEdit;
+        Ticks mStarts;
+        int mBroadcasts = 1;
     } cRows[] = {
-  // clang-format off
+        // clang-format off
         {"add", [&] { mMap.AddSegment(At(1).Make()); }, {cAt(1)}},
         {"replace", [&] { mMap.AddSegment(At(1, 50).Make()); }, {cAt(1)}},
         {"replace all", [&] { mMap.ReplaceWith(other); }, {cStart}},
@@ -169,14 +174,14 @@ TEST_F(TempoMap, EachEditTellsOnceAndEditsOfNothingTellNobody)
         {"a copy", [&] { Time_TempoMap(mMap).Clear(); }, {cStart}, 0},
         {"erase", [&] { mMap.EraseSegments(Time_Tick(cStart), Time_Tick(cStart + 1)); }, {}},
         {"clear", [&] { mMap.Clear(); }, {}},
-  // clang-format on
+        // clang-format on
     };
     for (const auto& row : cRows) {
         TakeBroadcasts();
-        row.edit();
-        EXPECT_EQ(TakeBroadcasts(), row.broadcasts) << row.what;
-        EXPECT_EQ(Starts(), row.starts) << row.what;
-        EXPECT_TRUE(OthersGetTheLock()) << row.what;
+        row.mEdit();
+        EXPECT_EQ(TakeBroadcasts(), row.mBroadcasts) << row.mWhat;
+        EXPECT_EQ(Starts(), row.mStarts) << row.mWhat;
+        EXPECT_TRUE(OthersGetTheLock()) << row.mWhat;
     }
     mMap.AddSegment(nullptr);
     mMap.DeleteSegment(mMap.SegmentEnd());
@@ -249,9 +254,10 @@ TEST_F(TempoMap, ImpossibleContentIsRefused)
          {bytesOf(-1, {}), bytesOf(0x7FFFFFFF, {At(0)}), bytesOf(2, {At(0), At(0)}), bytesOf(1, {At(0)}, 0),
           bytesOf(1, {At(0)}, cNan), bytesOf(2, {At(0), At(1)}, -1),
           bytesOf(2, {Locked(At(0)), Locked(Computed(1), 24000)}), bytesOf(1, {Computed(0)}),
-          bytesOf(2, {Locked(Computed(0), 5), Locked(At(1), 5)}), bytesOf(1, {{.songStart = true}})})
+          bytesOf(2, {Locked(Computed(0), 5), Locked(At(1), 5)}), bytesOf(1, {{.mSongStart = true}})})
         EXPECT_THROW(ReadBack(mMap, bytes), Sys_StreamReadException) << testing::PrintToString(bytes);
-    // Locked at 0 and 48000, the free one between takes half of that; at twice the rate nothing would be left.
+    // Locked at 0 and 48000, the free one between takes half of that; at twice the
+    // rate nothing would be left.
     const Bytes half = bytesOf(3, {Locked(Computed(0)), At(1), Locked(At(2), 48000)});
     mMap.SetSampleRate(96000);
     EXPECT_THROW(ReadBack(mMap, half), Sys_StreamReadException);
@@ -268,7 +274,8 @@ TEST_F(TempoMap, ImpossibleContentIsRefused)
     shared->ReleaseReadLock();
 }
 
-// Whatever tempo stands amid, one quarter and the two halves of it add up; a half-built cache would show otherwise.
+// Whatever tempo stands amid, one quarter and the two halves of it add up; a half-built
+// cache would show otherwise.
 TEST_F(TempoMap, ReadersNeverSeeAHalfBuiltCache)
 {
     const auto fill = [&](int iTempo) {

@@ -9,23 +9,24 @@
 
 constexpr Cmn_Int64 cStart = 1000000000000, cQuarter = 960000;
 
-// A segment as a test writes it down: {.tick = 0, .bpm = 90, .locked = true, .sample = 48000}.
+// A segment as a test writes it down: {.mTick = 0, .mBpm = 90, .mLocked = true, .mSample = 48000}.
 struct SegmentRow
 {
-    Cmn_Int64 tick = cStart;
-    double bpm = 120;
-    Cmn_Int64 beat = cQuarter;
-    bool locked = false, computed = false, unspecified = false, songStart = false;
-    Cmn_Int64 sample = 0;
+    Cmn_Int64 mTick = cStart;
+    double mBpm = 120;
+    Cmn_Int64 mBeat = cQuarter;
+    bool mLocked = false, mComputed = false, mUnspecified = false, mSongStart = false;
+    Cmn_Int64 mSample = 0;
 
     std::unique_ptr<Time_TempoMapSegment> Make() const
     {
-        auto segment = std::make_unique<Time_ConstantTempoSeg>(Time_Tick(tick), bpm, Time_TickLength(beat));
-        segment->LockToSample(Time_Sample(sample));
-        if (!locked) segment->UnlockFromSample();
-        if (unspecified) segment->SetTempoIsUnspecified();
-        segment->SetIsComputed(computed);
-        segment->SetIsSongStart(songStart);
+        auto segment =
+            std::make_unique<Time_ConstantTempoSeg>(Time_Tick(mTick), mBpm, Time_TickLength(mBeat));
+        segment->LockToSample(Time_Sample(mSample));
+        if (!mLocked) segment->UnlockFromSample();
+        if (mUnspecified) segment->SetTempoIsUnspecified();
+        segment->SetIsComputed(mComputed);
+        segment->SetIsSongStart(mSongStart);
         return segment;
     }
 };
@@ -41,14 +42,14 @@ inline void Fill(Time_TempoMap& ioMap, std::initializer_list<SegmentRow> iRows)
 // A numeric segment as bits.
 struct Line
 {
-    Cmn_Int64 tick;
-    double start, samplesPerTick, ticksPerSample;
+    Cmn_Int64 mTick;
+    double mStart, mSamplesPerTick, mTicksPerSample;
 
-    double At(Cmn_Int64 iTick) const { return static_cast<double>(iTick - tick) * samplesPerTick + start; }
+    double At(Cmn_Int64 iTick) const { return static_cast<double>(iTick - mTick) * mSamplesPerTick + mStart; }
     bool operator==(const Line& iOther) const
     {
-        return tick == iOther.tick && Same(start, iOther.start) &&
-               Same(samplesPerTick, iOther.samplesPerTick) && Same(ticksPerSample, iOther.ticksPerSample);
+        return mTick == iOther.mTick && Same(mStart, iOther.mStart) &&
+               Same(mSamplesPerTick, iOther.mSamplesPerTick) && Same(mTicksPerSample, iOther.mTicksPerSample);
     }
     static bool Same(double iA, double iB)
     {
@@ -59,8 +60,8 @@ using Lines = std::vector<Line>;
 
 inline std::ostream& operator<<(std::ostream& ioStream, const Line& iLine)
 {
-    return ioStream << "tick " << iLine.tick << " sample " << iLine.start << " slope "
-                    << iLine.samplesPerTick;
+    return ioStream << "tick " << iLine.mTick << " sample " << iLine.mStart << " slope "
+                    << iLine.mSamplesPerTick;
 }
 
 inline Lines LinesOf(const Time_BasicTempoMap& iMap)
@@ -87,7 +88,7 @@ public:
         if (mRows.empty()) Put(AtTempo(cStart, 0, 120, cQuarter));
         for (auto row = mRows.begin(); row != mRows.end();) {
             SegmentRow& segment = row->second;
-            if (!segment.computed && (segment.locked || !mLines.empty())) {
+            if (!segment.mComputed && (segment.mLocked || !mLines.empty())) {
                 Forward(row++);
                 continue;
             }
@@ -110,13 +111,13 @@ public:
     const Line& At(Cmn_Int64 iTick) const
     {
         for (std::size_t i = mLines.size(); i-- > 0;)
-            if (mLines[i].tick <= iTick) return mLines[i];
+            if (mLines[i].mTick <= iTick) return mLines[i];
         return mLines.front();
     }
     const Line& AtSample(Cmn_Int64 iSample) const
     {
         for (std::size_t i = mLines.size(); i-- > 0;)
-            if (mLines[i].start <= static_cast<double>(iSample)) return mLines[i];
+            if (mLines[i].mStart <= static_cast<double>(iSample)) return mLines[i];
         return mLines.front();
     }
 
@@ -132,76 +133,78 @@ private:
     {
         const Row next = std::next(iRow);
         SegmentRow tempo = iRow->second;
-        if (tempo.unspecified && next != mRows.end()) {
+        if (tempo.mUnspecified && next != mRows.end()) {
             tempo = next->second;
             const Row target = NextLocked(next);
-            if (tempo.computed && iRow->second.locked && target != mRows.end())
+            if (tempo.mComputed && iRow->second.mLocked && target != mRows.end())
                 tempo = Derived(iRow->second, next, target);
         }
-        if (tempo.unspecified || !(tempo.bpm > 0 && tempo.bpm < 1e300)) return {120.0, cQuarter};
-        return {tempo.bpm, tempo.beat};
+        if (tempo.mUnspecified || !(tempo.mBpm > 0 && tempo.mBpm < 1e300)) return {120.0, cQuarter};
+        return {tempo.mBpm, tempo.mBeat};
     }
     Row NextLocked(Row iRow)
     {
-        return std::find_if(std::next(iRow), mRows.end(), [](auto& iAny) { return iAny.second.locked; });
+        return std::find_if(std::next(iRow), mRows.end(), [](auto& iAny) { return iAny.second.mLocked; });
     }
-    // The stretch from iNext on, laid out for itself behind the first one's lock; a free one begins at that lock.
+    // The stretch from iNext on, laid out for itself behind the first one's lock; a free
+    // one begins at that lock.
     SegmentRow Derived(const SegmentRow& iFirst, Row iNext, Row iTarget) const
     {
         PlainTempoMap stretch;
         stretch.mSampleRate = mSampleRate;
         stretch.mRows = {std::next(iNext), std::next(iTarget)};
         SegmentRow next = iNext->second;
-        if (!next.locked) {
-            next.locked = true;
-            next.tick = iFirst.tick;
-            next.sample = iFirst.sample;
+        if (!next.mLocked) {
+            next.mLocked = true;
+            next.mTick = iFirst.mTick;
+            next.mSample = iFirst.mSample;
         }
-        const Row from = stretch.mRows.emplace(next.tick, next).first;
-        stretch.Put(stretch.AtTempo(iFirst.tick, static_cast<double>(iFirst.sample), 120, cQuarter));
+        const Row from = stretch.mRows.emplace(next.mTick, next).first;
+        stretch.Put(stretch.AtTempo(iFirst.mTick, static_cast<double>(iFirst.mSample), 120, cQuarter));
         stretch.Backward(from, std::prev(stretch.mRows.end()));
         return from->second;
     }
     void Forward(Row iRow)
     {
         const SegmentRow& segment = iRow->second;
-        if (segment.unspecified && (!segment.locked || iRow != mRows.begin())) return;
+        if (segment.mUnspecified && (!segment.mLocked || iRow != mRows.begin())) return;
         const auto [bpm, beat] = TempoOf(iRow);
-        Put(AtTempo(segment.tick, Start(segment), bpm, beat));
+        Put(AtTempo(segment.mTick, Start(segment), bpm, beat));
     }
     double Start(const SegmentRow& iRow) const
     {
-        if (iRow.locked) return static_cast<double>(iRow.sample);
-        return mLines.empty() ? 0 : At(iRow.tick).At(iRow.tick);
+        if (iRow.mLocked) return static_cast<double>(iRow.mSample);
+        return mLines.empty() ? 0 : At(iRow.mTick).At(iRow.mTick);
     }
     void Backward(Row iFrom, Row iTarget)
     {
-        if (iFrom == mRows.begin() && iFrom->second.computed && !iFrom->second.locked)
+        if (iFrom == mRows.begin() && iFrom->second.mComputed && !iFrom->second.mLocked)
             Put(AtTempo(cStart, 0, 120, cQuarter));
-        double end = static_cast<double>(iTarget->second.sample);
+        double end = static_cast<double>(iTarget->second.mSample);
         for (Row row = iTarget; row-- != iFrom;) {
             SegmentRow& segment = row->second;
             const Cmn_Int64 endTick = std::next(row)->first;
-            Line line = AtTempo(segment.tick, 0, segment.bpm, segment.beat);
-            const auto ticks = static_cast<double>(endTick - segment.tick);
-            if (segment.computed || segment.locked) {
-                line.start = Start(segment);
-                line.samplesPerTick = (end - line.start) / ticks;
-                line.ticksPerSample = ticks / (end - line.start);
-                segment.bpm = mSampleRate * 60.0 / (static_cast<double>(segment.beat) * line.samplesPerTick);
+            Line line = AtTempo(segment.mTick, 0, segment.mBpm, segment.mBeat);
+            const auto ticks = static_cast<double>(endTick - segment.mTick);
+            if (segment.mComputed || segment.mLocked) {
+                line.mStart = Start(segment);
+                line.mSamplesPerTick = (end - line.mStart) / ticks;
+                line.mTicksPerSample = ticks / (end - line.mStart);
+                segment.mBpm =
+                    mSampleRate * 60.0 / (static_cast<double>(segment.mBeat) * line.mSamplesPerTick);
             } else {
-                line.start = end - ticks * line.samplesPerTick;
+                line.mStart = end - ticks * line.mSamplesPerTick;
             }
             Put(line);
-            end = line.start;
+            end = line.mStart;
         }
     }
     // At the tick of another line the newer one stays.
     void Put(const Line& iLine)
     {
         const auto at =
-            std::find_if(mLines.begin(), mLines.end(), [&](auto& i) { return i.tick >= iLine.tick; });
-        if (at != mLines.end() && at->tick == iLine.tick)
+            std::find_if(mLines.begin(), mLines.end(), [&](auto& i) { return i.mTick >= iLine.mTick; });
+        if (at != mLines.end() && at->mTick == iLine.mTick)
             *at = iLine;
         else
             mLines.insert(at, iLine);

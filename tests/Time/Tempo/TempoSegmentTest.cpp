@@ -124,8 +124,8 @@ TEST(ConstantTempoSeg, BrokenPreconditionsAreReported)
 {
     const AssertRecorder asserts;
     Time_BasicTempoMap map(48000);
-    const auto computed = SegmentRow{.tick = 0, .locked = true, .computed = true}.Make();
-    const auto locked = SegmentRow{.tick = 0, .locked = true}.Make();
+    const auto computed = SegmentRow{.mTick = 0, .mLocked = true, .mComputed = true}.Make();
+    const auto locked = SegmentRow{.mTick = 0, .mLocked = true}.Make();
     computed->GenerateForward(map, nullptr, nullptr);
     locked->GenerateBackward(map, 48000, Time_Tick(cQuarter));
     auto& constant = dynamic_cast<Time_ConstantTempoSeg&>(*computed);
@@ -189,7 +189,7 @@ TEST(ConstantTempoSeg, SplittingKeepsTheTempoAndDropsTheFlags)
 TEST(ConstantTempoSeg, StreamsBothLayouts)
 {
     SegmentRow row = cEverything;
-    row.unspecified = true;
+    row.mUnspecified = true;
     const auto segment = row.Make();
     Sys_MemOutStream bytes;
     Sys_TypedOutStream out(bytes);

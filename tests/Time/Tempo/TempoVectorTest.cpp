@@ -71,12 +71,12 @@ TEST(TempoVector, ManyTimesAreConvertedAsEachAlone)
         SCOPED_TRACE(round);
         Time_TempoMap map;
         map.BeginEdit();
-        if (round % 2 == 0) map.AddSegment(SegmentRow{.locked = true}.Make());
+        if (round % 2 == 0) map.AddSegment(SegmentRow{.mLocked = true}.Make());
         for (int i = static_cast<int>(random() % 30); i-- > 0;)
-            map.AddSegment(SegmentRow{.tick = cStart + static_cast<Cmn_Int64>(random() % (80 * cQuarter)),
-                                      .bpm = 5 + static_cast<double>(random() % 300),
-                                      .locked = round % 4 == 1,
-                                      .sample = static_cast<Cmn_Int64>(random() % 2000000)}
+            map.AddSegment(SegmentRow{.mTick = cStart + static_cast<Cmn_Int64>(random() % (80 * cQuarter)),
+                                      .mBpm = 5 + static_cast<double>(random() % 300),
+                                      .mLocked = round % 4 == 1,
+                                      .mSample = static_cast<Cmn_Int64>(random() % 2000000)}
                                .Make());
         map.EndEdit();
         Time_BasicTempoMap basic = map.GetBasicTempoMap();

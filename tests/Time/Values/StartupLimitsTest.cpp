@@ -1,5 +1,5 @@
-// Runs under either value of the start-up option "Use24HourTimeline": ctest starts this program a second time with
-// OSTREL_OPTION_Use24HourTimeline=0.
+// Runs under either value of the start-up option "Use24HourTimeline": ctest starts this program a second time
+// with OSTREL_OPTION_Use24HourTimeline=0.
 #include "Time/TimeFixture.h"
 
 #include <cstdlib>

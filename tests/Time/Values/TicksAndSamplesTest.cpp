@@ -18,14 +18,14 @@ static_assert(sizeof(Time_Sample) == 8 && sizeof(Time_Tick) == 8 && sizeof(Time_
 TEST(TickLength, DisplayTicksRoundAsRulersShow)
 {
     constexpr std::tuple<const char*, Cmn_Int64, Cmn_Int64> cCases[] = {
-        {"below a half",                   499,    0                    },
-        {"a half rounds up",               500,    1                    },
-        {"below one and a half",           1499,   1                    },
-        {"negative: toward zero",          -1400,  0                    },
-        {"negative: a half rounds up too", -1500,  -1                   },
-        {"negative: past the half",        -1600,  -1                   },
-        {"the sum wraps at the largest",   cMost,  (cLeast + 499) / 1000},
-        {"the smallest has room for 500",  cLeast, (cLeast + 500) / 1000},
+        {"below a half", 499, 0},
+        {"a half rounds up", 500, 1},
+        {"below one and a half", 1499, 1},
+        {"negative: toward zero", -1400, 0},
+        {"negative: a half rounds up too", -1500, -1},
+        {"negative: past the half", -1600, -1},
+        {"the sum wraps at the largest", cMost, (cLeast + 499) / 1000},
+        {"the smallest has room for 500", cLeast, (cLeast + 500) / 1000},
     };
     for (const auto& [name, internal, display] : cCases) {
         EXPECT_EQ(Time_TickLength(internal).ToDisplayTicks(), Display(display)) << name;
@@ -94,11 +94,11 @@ TEST(Text, LengthsReadOnly32BitsFromText)
 {
     constexpr Cmn_Int64 cKept = 17;
     constexpr std::tuple<const char*, Cmn_Int64, Cmn_Int64> cCases[] = {
-        {"2147483648",           2147483648,  cKept},
-        {"-2147483649",          -2147483649, cKept},
-        {"-9223372036854775808", cLeast,      cKept},
-        {"",                     0,           cKept},
-        {" +5 ",                 5,           5    },
+        {"2147483648", 2147483648, cKept},
+        {"-2147483649", -2147483649, cKept},
+        {"-9223372036854775808", cLeast, cKept},
+        {"", 0, cKept},
+        {" +5 ", 5, 5},
     };
     for (const auto& [text, position, distance] : cCases) {
         Time_Sample sample(cKept);

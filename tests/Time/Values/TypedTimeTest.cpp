@@ -98,15 +98,15 @@ TEST(TypedLength, ScalesByWholeAndBrokenFactors)
 TEST(SavedWord, HoldsUnitAndCountBitForBit)
 {
     constexpr std::tuple<Cmn_Int64, Time_EType, Cmn_UInt64> cCases[] = {
-        {0,                cSamples, 0x0000000000000000},
-        {-1,               cSamples, 0xBFFFFFFFFFFFFFFF},
-        {34359738367,      cSamples, 0x00000007FFFFFFFF},
-        {-1,               cTicks,   0xFFFFFFFFFFFFFFFF},
-        {(1LL << 59) - 1,  cTicks,   0x47FFFFFFFFFFFFFF},
-        {-(1LL << 59) + 1, cTicks,   0xF800000000000001},
-        {100,              cFrames,  0x1000000000000064},
-        {-1,               cFrames,  0x9FFFFFFFFFFFFFFF},
-        {-(1LL << 60),     cSamples, 0xB000000000000000},
+        {0, cSamples, 0x0000000000000000},
+        {-1, cSamples, 0xBFFFFFFFFFFFFFFF},
+        {34359738367, cSamples, 0x00000007FFFFFFFF},
+        {-1, cTicks, 0xFFFFFFFFFFFFFFFF},
+        {(1LL << 59) - 1, cTicks, 0x47FFFFFFFFFFFFFF},
+        {-(1LL << 59) + 1, cTicks, 0xF800000000000001},
+        {100, cFrames, 0x1000000000000064},
+        {-1, cFrames, 0x9FFFFFFFFFFFFFFF},
+        {-(1LL << 60), cSamples, 0xB000000000000000},
     };
     for (const auto& [count, type, word] : cCases) {
         const Time_Typed time(count, type);

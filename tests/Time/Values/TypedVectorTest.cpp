@@ -49,14 +49,14 @@ TEST(TypedVector, ArithmeticKeepsTheUnitAndChangesTheMeaning)
     };
     const std::tuple<const char*, Time_EContext, Time_EType, Move, Cmn_Int64, Time_EContext, Reports> rows[] =
         {
-            {"position + length",                cGlobal, cTicks,   length, 5,  cGlobal, {}                     },
-            {"local position - length",          cLocal,  cTicks,   length, -5, cLocal,  {}                     },
-            {"length + time",                    cLength, cTicks,   time,   5,  cGlobal, {}                     },
-            {"position - time",                  cGlobal, cTicks,   time,   -5, cLength, {}                     },
-            {"position + time makes no sense",   cGlobal, cTicks,   time,   5,  cGlobal, {cNotLength}           },
-            {"local - time of another unit",     cLocal,  cSamples, time,   -5, cLength, {cNotGlobal, cMismatch}},
-            {"another unit counts as it stands", cGlobal, cSamples, length, 5,  cGlobal, {cMismatch}            },
-    };
+            {"position + length", cGlobal, cTicks, length, 5, cGlobal, {}},
+            {"local position - length", cLocal, cTicks, length, -5, cLocal, {}},
+            {"length + time", cLength, cTicks, time, 5, cGlobal, {}},
+            {"position - time", cGlobal, cTicks, time, -5, cLength, {}},
+            {"position + time makes no sense", cGlobal, cTicks, time, 5, cGlobal, {cNotLength}},
+            {"local - time of another unit", cLocal, cSamples, time, -5, cLength, {cNotGlobal, cMismatch}},
+            {"another unit counts as it stands", cGlobal, cSamples, length, 5, cGlobal, {cMismatch}},
+        };
     for (const auto& [what, before, unit, move, steps, after, reports] : rows) {
         const AssertRecorder recorder;
         Time_TypedVector times(cTicks, before, {1, cMost});
