@@ -1,7 +1,8 @@
 // Cnn_ListenerRegistry: lets receivers meet a listener list by name, whichever of the two comes first.
 //
-//     Cnn_ListenerRegistry::Singleton().AddListener("meter", &ruler);                 // waits
-//     Cnn_ListenerRegistry::Singleton().PublishListenerList("meter", &map.GetListenerList());   // ruler is in it
+//     Cnn_ListenerRegistry& registry = Cnn_ListenerRegistry::Singleton();
+//     registry.AddListener("meter", &ruler);                          // waits
+//     registry.PublishListenerList("meter", &map.GetListenerList());  // ruler is in it
 //
 // Threads:   none inside.
 // Ownership: neither lists nor receivers. A published list outlives every use of its name here.

@@ -3,7 +3,8 @@
 //     class Ruler
 //     {
 //     public:
-//         explicit Ruler(Time_MeterMap& ioMap) { ioMap.GetListenerList().Add(&mReceiver); }   // and Remove at the end
+//         explicit Ruler(Time_MeterMap& ioMap) { ioMap.GetListenerList().Add(&mReceiver); }
+//         // … and Remove at the end
 //
 //     private:
 //         void OnChanged(const Mdl_SimpleValMessage_ValChanged& iMessage);

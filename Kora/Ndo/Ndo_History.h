@@ -8,7 +8,8 @@
 //
 //     steps       | draw | move | cut | paste |           GetNumberOfSteps() is 4
 //     positions   0      1      2     3       4           before the first step to behind the last
-//                        ▲saved       ▲GetPosition() is 3: "paste" was undone; Redo brings it back, Add drops it
+//                        ▲saved       ▲GetPosition() is 3: "paste" was undone
+//                                      (Redo brings it back, Add drops it)
 //
 // Merging:   a step that is added with the merge ID of the one before it becomes part of that one, which
 //            keeps its name and the state that it leads back to: dragging is one step. It does not when

@@ -5,7 +5,7 @@
 //     std::unique_ptr<Ndo_Operation> undo = recorder.OperationComplete();
 //     …
 //     Ndo_StOperationRecorder redoRecorder;
-//     undo->Restore();                                                  // as it was before; undo is empty now
+//     undo->Restore();                                                  // as before; undo is empty now
 //     std::unique_ptr<Ndo_Operation> redo = redoRecorder.OperationComplete();
 //
 //     recording ──OperationComplete──▶ finished ──Restore──▶ restored (empty)

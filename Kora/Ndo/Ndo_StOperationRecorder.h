@@ -1,7 +1,7 @@
 // Ndo_StOperationRecorder: records what happens in a scope as one operation, or rolls it back.
 //
 //     Ndo_StOperationRecorder recorder;
-//     …                                                   // leaving here, by return or exception, undoes all of it
+//     …                                                   // leaving here, by return or throw, undoes it
 //     undoList.push_back(recorder.OperationComplete());   // from here on it is a step that can be undone
 //
 // Recorders do not nest: a second one inside the first asserts "mRecordingOpP == 0", and afterwards nobody

@@ -1,7 +1,7 @@
 // Interleaving: runs two or three threads in every order that their atomic operations can have.
 //
 //     Scene scene;
-//     const long schedules = Interleaving::ExploreAll(2, [&] { scene = Scene(); },            // before each schedule
+//     const long schedules = Interleaving::ExploreAll(2, [&] { scene = Scene(); },            // before each
 //                                                     [&](int i) { scene.Run(i); },           // on thread i
 //                                                     [&] { EXPECT_TRUE(scene.IsWhole()); }); // after it
 //

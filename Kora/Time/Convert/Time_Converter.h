@@ -8,9 +8,9 @@
 // Threads:    the thread that owns the maps. After Time_TempoMap::TryToAcquireReadLock a real-time thread may
 //             convert too: conversions allocate, lock and throw nothing.
 // Ownership:  borrows its maps; owns those that UseDefaultMaps makes.
-// Missing:    without a tempo map conversions between ticks and the rest assert "mTempoMap
-//             != 0", without a meter map
-//             those of bars|beats|ticks assert "mMeterMap != 0". They give 0, or for lengths the time unchanged.
+// Missing:    without a tempo map conversions between ticks and the rest assert "mTempoMap != 0", without a
+//             meter map those of bars|beats|ticks assert "mMeterMap != 0". They give 0, or for lengths the
+//             time unchanged.
 #pragma once
 
 #include "Export/Kora_API.h"

@@ -40,7 +40,8 @@ public:
     // denominators of 4 agree. Test: OffsetAndDiffDisagreeOnTheBeat
     KORA_API void Offset(const Time_TickLength& iOffset, const Time_Meter& iMeter,
                          Time_BarBeatTick& oResult) const;
-    // The internal ticks from iOther to this position in the meter: from 1|1|0 to 2|1|0 in 6/8 they are 2880000.
+    // The internal ticks from iOther to this position in the meter: from 1|1|0 to 2|1|0 in 6/8 they are
+    // 2880000.
     KORA_API Time_TickLength Diff(const Time_BarBeatTick& iOther, const Time_Meter& iMeter) const;
 
     // By bar, then beat, then tick.
@@ -56,7 +57,8 @@ public:
         return iTicks.ToInternalTicks();
     }
 
-    // What rulers and counters show: "3|4| 480", "3|4" without ticks, "    3| 4| 480" padded so that columns align.
+    // What rulers and counters show: "3|4| 480", "3|4" without ticks, "    3| 4| 480" padded so that
+    // columns align.
     //
     //   bar    at least -9999; five places when padded
     //   beat   plain decimal; two places when padded

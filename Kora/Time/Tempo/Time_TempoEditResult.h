@@ -2,7 +2,7 @@
 // is nearest that could be.
 //
 //     const Time_TempoEditResult result = Time_TempoEdit::LockToSample(map, tick, sample);
-//     if (!result) …   // eReason_OutOfLimits: result.mNearest is the nearest sample that the tick could be locked to
+//     if (!result) …   // eReason_OutOfLimits: result.mNearest is the nearest sample for the tick
 //
 // A refused edit has changed nothing and told nobody.
 #pragma once
