@@ -115,6 +115,18 @@ TEST_F(CheckTest, EntriesPointAtWhatTheyName)
     }
 }
 
+TEST_F(CheckTest, AHeaderOfAnotherNameIsNoKeysStream)
+{
+    std::string at;
+    WriteSong([&](FF_Document& ioDocument) {
+        Sys_TypedOutStream out = ioDocument.MakeTypedOutStream();
+        ioDocument.AddTOCEntry(Key(0), 0, static_cast<Cmn_UInt64>(out.GetPosition()), "");
+        at = std::to_string(out.GetPosition());
+        const Sys_StdStreamHeaderWriter other(out, "other", 1);
+    });
+    EXPECT_EQ(Faults(), at + ": expected stream 0 of the table of contents, found \"other\"");
+}
+
 // What a hostile file claims costs no more than what it is long, to walk and to repair.
 TEST_F(CheckTest, HostileNestingsAreReadOnce)
 {

@@ -174,7 +174,7 @@ void CheckRepair()
     static_cast<void>(FF_DocumentRepair::Repair(Sys_FileLoc(cPath), Sys_FileLoc(cRepaired)));
     Require(Disk().GetBytes(cPath) == before, "repair leaves its source alone");
     for (const FF_Fault& fault : FF_DocumentCheck::Check(Sys_FileLoc(cRepaired)))
-        Require(IsAsItWasWritten(fault.text), "a repaired document is sound, but: " + fault.text);
+        Require(IsAsItWasWritten(fault.mText), "a repaired document is sound, but: " + fault.mText);
     FF_Document document = SmallDocument::Make(cRepaired);
     document.Open(Sys_Store::eOpenFlag_Read);
     static_cast<void>(
@@ -184,15 +184,15 @@ void CheckRepair()
 void Check(unsigned iSeed)
 {
     const SmallDocument::Reading reading = SmallDocument::Read(cPath);
-    Require(reading.namesFile, "a complaint names the file: " + reading.complaint);
-    Require(reading.complaint.find('\n') == std::string::npos,
-            "a complaint is one line: " + reading.complaint);
+    Require(reading.mNamesFile, "a complaint names the file: " + reading.mComplaint);
+    Require(reading.mComplaint.find('\n') == std::string::npos,
+            "a complaint is one line: " + reading.mComplaint);
     const std::vector<FF_Fault> faults = FF_DocumentCheck::Check(Sys_FileLoc(cPath));
     for (const FF_Fault& fault : faults)
-        Require(fault.offset >= 0 && fault.offset <= static_cast<Cmn_Int64>(Disk().GetBytes(cPath).size()),
+        Require(fault.mOffset >= 0 && fault.mOffset <= static_cast<Cmn_Int64>(Disk().GetBytes(cPath).size()),
                 "a fault lies in the file");
 
-    const bool opens = !reading.text.empty() || reading.complaint.empty();
+    const bool opens = !reading.mText.empty() || reading.mComplaint.empty();
     if (opens) ReadSong();
     // The costly things take turns, so that no kind of document goes without one of them.
     const unsigned turn = iSeed % 8;

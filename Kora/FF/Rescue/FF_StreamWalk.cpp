@@ -70,7 +70,7 @@ FF_StreamWalk::FF_StreamWalk(FF_StreamWindow& ioWindow, bool iSwap, Cmn_Int64 iF
                              FF_EMovedFrames iMoved)
 {
     FF_FoundFrames found = FF_FindFrames(ioWindow, iSwap, iFrom, iTo, iMoved);
-    mNodes.reserve(found.frames.size());
+    mNodes.reserve(found.mFrames.size());
     Tree tree(mNodes);
     for (FF_Frame& frame : found.mFrames)
         tree.Add(std::move(frame));
@@ -143,11 +143,20 @@ std::string FF_StreamWalk::Describe(Cmn_Int32 iNode) const
     return parent == cNone ? quoted : quoted + " in " + Describe(parent);
 }
 
+// A header of another name has no stream type, which no key has either: a key that says so leads to none.
+bool FF_StreamWalk::NamesStreams(const FF_Document::TOCKey& iKey)
+{
+    const std::vector<FF_Document::Context>& key = iKey.GetContexts();
+    return !key.empty() && std::none_of(key.begin(), key.end(), [](const FF_Document::Context& iLevel) {
+        return iLevel.GetStreamType() == FF_Document::cNoStreamType;
+    });
+}
+
 bool FF_StreamWalk::Fits(Cmn_Int32 iNode, const FF_Document::TOCKey& iKey, Cmn_Int32 iRoot) const
 {
     // From the inside out. The innermost level has no item open, whatever its own list index is.
     const std::vector<FF_Document::Context>& key = iKey.GetContexts();
-    if (key.empty() || GetNode(iNode).mStreamType != key.back().GetStreamType()) return false;
+    if (!NamesStreams(iKey) || GetNode(iNode).mStreamType != key.back().GetStreamType()) return false;
     auto level = key.rbegin() + 1;
     Cmn_UInt32 item = 0;
     for (Cmn_Int32 node = GetDocumentParent(iNode, item, iRoot); node != cNone; ++level) {
@@ -162,6 +171,7 @@ bool FF_StreamWalk::Fits(Cmn_Int32 iNode, const FF_Document::TOCKey& iKey, Cmn_I
 bool FF_StreamWalk::FitsItem(Cmn_Int64 iOffset, const FF_Document::TOCKey& iList, Cmn_Int32 iItem,
                              Cmn_Int32 iRoot) const
 {
+    if (!NamesStreams(iList)) return false;
     const Cmn_Int32 node = Find(iOffset);
     if (node == cNone) {
         Cmn_Int32 list = FindAround(iOffset);

@@ -60,6 +60,7 @@ public:
                   Cmn_Int32 iRoot = cNone) const;
 
 private:
+    static bool NamesStreams(const FF_Document::TOCKey& iKey);
     class Tree;
     Cmn_Int32 GetParent(Cmn_Int32 iNode, Cmn_Int32 iRoot) const
     {
