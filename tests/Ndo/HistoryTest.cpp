@@ -41,72 +41,99 @@ protected:
     Note* mNote = Note::New(0);
 };
 
+// A history at random, and beside it a plain list of the texts that the world had at each position.
+class HistoryScript : public History
+{
+protected:
+    std::size_t Newest() const { return mTexts.size() - 1; }
+    bool IsSavedAt(std::size_t iPosition) const { return mIsSavedReachable && mTexts[iPosition] == mSaved; }
+    void Forget(std::size_t iPosition)
+    {
+        if (IsSavedAt(iPosition)) mIsSavedReachable = false;
+        mTexts.erase(mTexts.begin() + static_cast<std::ptrdiff_t>(iPosition));
+    }
+
+    void Edit()
+    {
+        MoveFader::Log(++mValue); // makes each text another
+        for (unsigned count = mRandom() % 4; count > 0; --count) {
+            const unsigned kind = World::sNotes.empty() ? 0 : mRandom() % 4;
+            Note* const note = kind == 0 ? nullptr : *World::sNotes.begin();
+            kind == 0 ? void(Note::New(mValue)) : kind == 1 ? note->NdoDelete() : note->Set(mValue);
+        }
+    }
+    void AddStep()
+    {
+        const bool asksToMerge = mRandom() % 2 == 0;
+        if (!asksToMerge) mHistory.StopMerging();
+        const bool merges = asksToMerge && mMayMerge && mPosition > 0 && !IsSavedAt(mPosition);
+        Do(
+            "", [&] { Edit(); }, 7);
+        while (Newest() > mPosition)
+            Forget(Newest());
+        if (merges) mTexts.pop_back();
+        mTexts.push_back(World::Text());
+        mPosition = Newest();
+        mMayMerge = true;
+    }
+    void Move(bool iIsUndo)
+    {
+        const std::size_t to = iIsUndo ? mPosition - 1 : mRandom() % mTexts.size();
+        ASSERT_TRUE(iIsUndo ? mHistory.Undo() : mHistory.GoTo(to));
+        mMayMerge = mMayMerge && mPosition == to;
+        ASSERT_EQ(mTold, mPosition != to);
+        mPosition = to;
+    }
+    void MarkSaved()
+    {
+        mHistory.MarkSaved();
+        mSaved = mTexts[mPosition];
+        mIsSavedReachable = true;
+    }
+    void Limit()
+    {
+        mLimit = mRandom() % 3 == 0 ? 1 + mRandom() % 12 : Ndo_History::cUnlimited;
+        mHistory.SetLimits(mLimit, Ndo_History::cUnlimited);
+    }
+
+    std::mt19937 mRandom;
+    std::vector<std::string> mTexts{World::Text()}; // [0] is the oldest that can be reached
+    std::size_t mPosition = 0;
+    std::size_t mLimit = Ndo_History::cUnlimited;
+    std::string mSaved = mTexts[0]; // that of the position, which no other text is like
+    bool mIsSavedReachable = true;
+    bool mMayMerge = false;
+    int mValue = 0;
+    int mTold = 0; // since the step began
+    Listener mListener{mHistory, [this] { ++mTold; }};
+};
+
 } // namespace
 
-// Random steps, merged, limited, saved, undone and redone, against the texts that the
-// world had at each position.
-TEST_F(History, FollowsAPlainListOfTexts)
+TEST_F(HistoryScript, FollowsAPlainListOfTexts)
 {
     const unsigned seed = std::random_device()();
     SCOPED_TRACE("seed " + std::to_string(seed));
-    std::mt19937 random(seed);
-    std::vector<std::string> texts{World::Text()}; // [0] is the oldest that can be reached
-    std::size_t position = 0, limit = Ndo_History::cUnlimited;
-    std::string saved = texts[0]; // that of the position, which no other text is like
-    bool isSavedReachable = true, mayMerge = false;
-    int told = 0;
-    Listener listener(mHistory, [&] { ++told; });
-    const auto isSavedAt = [&](std::size_t iAt) { return isSavedReachable && texts[iAt] == saved; };
-    const auto forget = [&](std::size_t iAt) {
-        if (isSavedAt(iAt)) isSavedReachable = false;
-        texts.erase(texts.begin() + static_cast<std::ptrdiff_t>(iAt));
-    };
-    const auto keepLimit = [&] {
-        for (; texts.size() - 1 > limit; position -= position > 1)
-            forget(position > 1 ? 0 : texts.size() - 1);
-    };
-    int value = 0;
-    const auto edit = [&] {
-        MoveFader::Log(++value); // makes each text another
-        for (unsigned count = random() % 4; count > 0; --count) {
-            const unsigned kind = World::sNotes.empty() ? 0 : random() % 4;
-            Note* const note = kind == 0 ? nullptr : *World::sNotes.begin();
-            kind == 0 ? void(Note::New(value)) : kind == 1 ? note->NdoDelete() : note->Set(value);
-        }
-    };
-
+    mRandom.seed(seed);
     for (int step = 0; step < 4000; ++step) {
-        const unsigned kind = random() % 16;
-        const int toldBefore = told;
-        if (kind < 6) {
-            const bool merges = mayMerge && random() % 2 == 0 && position > 0 && !isSavedAt(position);
-            Do("", edit, merges ? 7 : (mHistory.StopMerging(), 7));
-            while (texts.size() - 1 > position)
-                forget(texts.size() - 1);
-            if (merges) texts.pop_back();
-            texts.push_back(World::Text());
-            position = texts.size() - 1;
-            mayMerge = true;
-        } else if (kind < 13) {
-            const std::size_t to = kind < 9 && position > 0 ? position - 1 : random() % texts.size();
-            ASSERT_TRUE(kind < 9 && position > 0 ? mHistory.Undo() : mHistory.GoTo(to));
-            mayMerge = mayMerge && position == to;
-            ASSERT_EQ(told - toldBefore, position != to);
-            position = to;
-        } else if (kind == 13) {
-            mHistory.MarkSaved();
-            saved = texts[position];
-            isSavedReachable = true;
-        } else {
-            limit = random() % 3 == 0 ? 1 + random() % 12 : Ndo_History::cUnlimited;
-            mHistory.SetLimits(limit, Ndo_History::cUnlimited);
-        }
-        keepLimit();
-        ASSERT_LE(told - toldBefore, 1);
-        ASSERT_EQ(World::Text(), texts[position]) << "step " << step << "\n" << mHistory.Dump();
-        ASSERT_EQ(mHistory.GetPosition(), position) << "step " << step;
-        ASSERT_EQ(mHistory.GetNumberOfSteps(), texts.size() - 1) << "step " << step;
-        ASSERT_EQ(mHistory.IsSaved(), isSavedAt(position)) << "step " << step << "\n" << mHistory.Dump();
+        SCOPED_TRACE("step " + std::to_string(step));
+        mTold = 0;
+        const unsigned kind = mRandom() % 16;
+        if (kind < 6)
+            AddStep();
+        else if (kind < 13)
+            Move(kind < 9 && mPosition > 0);
+        else if (kind == 13)
+            MarkSaved();
+        else
+            Limit();
+        for (; Newest() > mLimit; mPosition -= mPosition > 1)
+            Forget(mPosition > 1 ? 0 : Newest());
+        ASSERT_LE(mTold, 1);
+        ASSERT_EQ(World::Text(), mTexts[mPosition]) << mHistory.Dump();
+        ASSERT_EQ(mHistory.GetPosition(), mPosition);
+        ASSERT_EQ(mHistory.GetNumberOfSteps(), Newest());
+        ASSERT_EQ(mHistory.IsSaved(), IsSavedAt(mPosition)) << mHistory.Dump();
     }
     EXPECT_EQ(mRecorder.Take(), Reports{});
 }

@@ -4,7 +4,7 @@
 
 namespace {
 
-using UndoModel = WorldTest;
+using Operations = std::vector<std::unique_ptr<Ndo_Operation>>;
 
 std::string Entries()
 {
@@ -12,95 +12,122 @@ std::string Entries()
     return dump.substr(dump.find('\n'));
 }
 
+// Random steps, and beside them the world's text at each point of their history.
+class UndoModel : public WorldTest
+{
+protected:
+    Note* DrawNote()
+    {
+        return *std::next(World::sNotes.begin(), static_cast<long>(mRandom() % World::sNotes.size()));
+    }
+    void Edit()
+    {
+        for (unsigned count = mRandom() % 6; count > 0; --count) {
+            const unsigned kind = World::sNotes.empty() ? 0 : mRandom() % 8;
+            const int value = static_cast<int>(mRandom() % 100);
+            if (kind < 2)
+                Note::New(value);
+            else if (kind < 5)
+                DrawNote()->Set(value);
+            else if (kind < 7)
+                DrawNote()->NdoDelete();
+            else
+                MoveFader::Log(value);
+        }
+    }
+    // Of a listener, which sometimes takes a step of its own and undoes it.
+    void TakeAStepBack()
+    {
+        if (mDepth == 3 || mRandom() % 3 != 0) return;
+        ++mDepth;
+        const auto step = Record([&] {
+            Note::New(1)->Set(2);
+            DrawNote()->Set(3);
+            MoveFader::Log(4);
+        });
+        Record([&] { step->Restore(); });
+        --mDepth;
+    }
+
+    void AddStep()
+    {
+        mUndo.push_back(Record([&] { Edit(); }));
+        mRedo.clear();
+        mTexts.resize(mUndo.size());
+        mTexts.push_back(World::Text());
+    }
+    void AbandonAStep()
+    {
+        Ndo_StOperationRecorder abandoned;
+        Edit();
+    }
+    static void Restore(Operations& ioFrom, Operations& ioTo)
+    {
+        ioTo.push_back(Record([&] { ioFrom.back()->Restore(); }));
+        ASSERT_TRUE(ioFrom.back()->IsEmpty());
+        ioFrom.pop_back();
+    }
+
+    // References lead to their notes, and nowhere while these are not in the world.
+    void CheckReferences() const
+    {
+        const std::string text = " " + World::Text();
+        for (const Reference& reference : mReferences) {
+            const Note* const note = reference.mNote.Get();
+            const bool isThere = text.find(" " + std::to_string(reference.mID) + "=") != text.npos;
+            ASSERT_EQ(note != nullptr, reference.mID != 0 && isThere);
+            ASSERT_EQ(note != nullptr ? note->NdoGetID() : reference.mID, reference.mID);
+        }
+    }
+    void TurnAReference()
+    {
+        const std::size_t at = mRandom() % mReferences.size();
+        if (mRandom() % 2 == 0)
+            mReferences[at] = mReferences[(at + 1) % mReferences.size()];
+        else if (!World::sNotes.empty())
+            mReferences[at] = {DrawNote()};
+    }
+
+    struct Reference
+    {
+        Ndo_ExternalRef<Note> mNote;
+        Cmn_Int64 mID = mNote.Get() != nullptr ? mNote->NdoGetID() : 0;
+    };
+    std::mt19937 mRandom;
+    Operations mUndo;
+    Operations mRedo;
+    std::vector<std::string> mTexts{World::Text()}; // [mUndo.size()] is now
+    std::vector<Reference> mReferences = std::vector<Reference>(5);
+    int mDepth = 0; // of steps within steps
+};
+
 } // namespace
 
-// Random steps, undone, redone and abandoned, against the world's text after each of them.
 TEST_F(UndoModel, EveryPointOfTheHistoryComesBack)
 {
     const unsigned seed = std::random_device()();
     SCOPED_TRACE("seed " + std::to_string(seed));
-    std::mt19937 random(seed);
+    mRandom.seed(seed);
     const std::string entriesBefore = Entries();
-
-    std::vector<std::unique_ptr<Ndo_Operation>> undo, redo;
-    std::vector<std::string> history{World::Text()}; // [undo.size()] is now
-    std::vector<Ndo_ExternalRef<Note>> references(5);
-    std::vector<Cmn_Int64> referred(5, 0);
-
-    const auto randomNote = [&] {
-        return *std::next(World::sNotes.begin(), static_cast<long>(random() % World::sNotes.size()));
-    };
-    // Sometimes a listener takes a step of its own and undoes it, which nobody may notice.
-    int depth = 0;
-    World::sWhenRestored = [&] {
-        if (depth == 3 || random() % 3 != 0) return;
-        ++depth;
-        const auto step = Record([&] {
-            Note::New(1)->Set(2);
-            randomNote()->Set(3);
-            MoveFader::Log(4);
-        });
-        Record([&] { step->Restore(); });
-        --depth;
-    };
-    const auto edit = [&] {
-        for (unsigned count = random() % 6; count > 0; --count) {
-            const unsigned kind = World::sNotes.empty() ? 0 : random() % 8;
-            const int value = static_cast<int>(random() % 100);
-            if (kind < 2)
-                Note::New(value);
-            else if (kind < 5)
-                randomNote()->Set(value);
-            else if (kind < 7)
-                randomNote()->NdoDelete();
-            else
-                MoveFader::Log(value);
-        }
-    };
-    const auto restore = [](auto& ioFrom, auto& ioTo) {
-        ioTo.push_back(Record([&] { ioFrom.back()->Restore(); }));
-        ASSERT_TRUE(ioFrom.back()->IsEmpty());
-        ioFrom.pop_back();
-    };
-
+    World::sWhenRestored = [&] { TakeAStepBack(); };
     for (int step = 0; step < 3000; ++step) {
-        const unsigned kind = random() % 10;
-        if (kind < 3 && !undo.empty()) {
-            restore(undo, redo);
-        } else if (kind < 6 && !redo.empty()) {
-            restore(redo, undo);
-        } else if (kind < 7) {
-            Ndo_StOperationRecorder abandoned;
-            edit();
-        } else {
-            undo.push_back(Record(edit));
-            redo.clear();
-            history.resize(undo.size());
-            history.push_back(World::Text());
-        }
-        ASSERT_EQ(World::Text(), history[undo.size()]) << "step " << step << "\n" << Ndo_gManager.Dump();
-
-        for (std::size_t at = 0; at < references.size(); ++at) {
-            Note* const note = references[at].Get();
-            const std::string now = " " + World::Text(), id = " " + std::to_string(referred[at]) + "=";
-            ASSERT_EQ(note != nullptr, referred[at] != 0 && now.find(id) != now.npos) << "step " << step;
-            if (note != nullptr) {
-                ASSERT_EQ(note->NdoGetID(), referred[at]);
-            }
-        }
-        const std::size_t at = random() % references.size();
-        if (random() % 2 == 0) {
-            references[at] = references[(at + 1) % references.size()];
-            referred[at] = referred[(at + 1) % referred.size()];
-        } else if (!World::sNotes.empty()) {
-            references[at] = randomNote();
-            referred[at] = references[at]->NdoGetID();
-        }
+        SCOPED_TRACE("step " + std::to_string(step));
+        const unsigned kind = mRandom() % 10;
+        if (kind < 3 && !mUndo.empty())
+            Restore(mUndo, mRedo);
+        else if (kind < 6 && !mRedo.empty())
+            Restore(mRedo, mUndo);
+        else if (kind < 7)
+            AbandonAStep();
+        else
+            AddStep();
+        ASSERT_EQ(World::Text(), mTexts[mUndo.size()]) << Ndo_gManager.Dump();
+        ASSERT_NO_FATAL_FAILURE(CheckReferences());
+        TurnAReference();
     }
-
-    undo.clear();
-    redo.clear();
-    references.clear();
+    mUndo.clear();
+    mRedo.clear();
+    mReferences.clear();
     World::Reset();
     EXPECT_EQ(Entries(), entriesBefore);
 }

@@ -268,13 +268,19 @@ public:
         std::erase(mLive.at(node.mParent).mChildren, iName);
         FreeUnlessHeld(node.mParent);
     }
-    bool Connect(SDS_Name* iA, SDS_Name* iB)
+    void Connect(SDS_Name* iA, SDS_Name* iB)
     {
         Node &a = mLive.at(iA), &b = mLive.at(iB);
-        if (iA == iB || std::count(a.mConnected.begin(), a.mConnected.end(), iB) != 0) return false;
+        if (iA == iB || std::count(a.connected.begin(), a.connected.end(), iB) != 0) return;
         a.mConnected.insert(a.mConnected.begin(), iB);
         b.mConnected.insert(b.mConnected.begin(), iA);
-        return true;
+    }
+    void Disconnect(SDS_Name* iA, SDS_Name* iB)
+    {
+        if (std::erase(mLive.at(iA).connected, iB) == 0) return;
+        std::erase(mLive.at(iB).connected, iA);
+        FreeUnlessHeld(iA);
+        FreeUnlessHeld(iB);
     }
 
     // Depth first, and the newest connections first.
@@ -315,127 +321,156 @@ private:
     std::deque<SDS_Name*> mFree;                                    // oldest first
 };
 
-#ifdef NDEBUG
-constexpr int cSteps = 1000000;
-#else
-constexpr int cSteps = 100000;
-#endif
-
-TEST_F(NameRegistry, ARandomScriptGivesTheModelsNodesIdentitiesAndCounts)
+// Random calls, of the registry and of the model, below a node of the script's own.
+class NameScript : public NameTest
 {
-    const unsigned seed = std::random_device()();
-    SCOPED_TRACE(seed);
-    std::mt19937 random(seed);
-    const SDS_IName holder("registry/model");
-    SDS_Name* const base = holder.GetID();
-    // So many are free that no cell is ever carved, whose identity nobody could foretell.
-    Names spare(450);
-    for (std::size_t i = 0; i < spare.size(); ++i)
-        static_cast<void>(Registry::ReserveName(base, std::to_string(i).c_str(), &spare[i]));
-    for (SDS_Name* const name : spare)
-        static_cast<void>(Registry::FreeName(name, nullptr));
-    Model model(base, spare.back());
+protected:
+    // A node by the way to it, which may lead nowhere.
+    struct Place
+    {
+        SDS_Name* mFrom;
+        std::string mText;
+        Path mPath;
+        SDS_Name* mNode; // null where there is none
+    };
+    SDS_Name* DrawNode()
+    {
+        const bool isElsewhere = mRandom() % 4 == 0 && mModel.mLive.size() <= 300;
+        return isElsewhere ? std::next(mModel.mLive.begin(), mRandom() % mModel.mLive.size())->first : mBase;
+    }
+    Place DrawPlace()
+    {
+        Place place = {DrawNode(), mRandom() % 2 != 0 ? "/" : "", Path(mRandom() % 4), nullptr};
+        for (std::string& name : place.mPath) {
+            name = mRandom() % 100 != 0 ? std::string(1, "abcd"[mRandom() % 4]) : std::string(32, 'x');
+            place.mText += name + (mRandom() % 8 != 0 ? "/" : "//");
+        }
+        place.mNode = mModel.Find(place.mFrom, place.mPath);
+        return place;
+    }
 
-    const auto drawBase = [&] {
-        return random() % 4 != 0 || model.mLive.size() > 300
-                   ? base
-                   : std::next(model.mLive.begin(), random() % model.mLive.size())->first;
-    };
-    const auto drawPath = [&](std::string& oText) {
-        Path path(random() % 4);
-        oText = random() % 2 != 0 ? "/" : "";
-        for (std::string& name : path) {
-            name = random() % 100 != 0 ? std::string(1, "abcd"[random() % 4]) : std::string(32, 'x');
-            oText += name + (random() % 8 != 0 ? "/" : "//");
-        }
-        return path;
-    };
-    for (int step = 0; step < cSteps; ++step) {
-        SDS_Name *const fromA = drawBase(), *const fromB = drawBase();
-        std::string textA, textB;
-        const Path pathA = drawPath(textA), pathB = drawPath(textB);
-        SDS_Name *const a = model.Find(fromA, pathA), *b = model.Find(fromB, pathB);
+    void Reserve(const Place& iPlace)
+    {
+        if (iPlace.mNode == mBase) return; // nobody frees it, and its count has a limit
         SDS_Name* id = nullptr;
-        ESDSError result = eSDSErr_None;
-        bool success = a != nullptr;
-        switch ("RRRFFFCDDO"[random() % 10]) {
-        case 'R':
-            if (a == base) continue; // nobody frees it, and its count has a limit
-            result = Registry::ReserveName(fromA, textA.c_str(), &id);
-            if (SDS_Name* const made = model.FindOrMake(fromA, pathA); (success = made != nullptr)) {
-                ++model.mLive.at(made).mReserved;
-                model.LetGo(made);
-                ASSERT_EQ(id, made) << step;
-            }
-            break;
-        case 'F':
-            if (a == base) continue; // the holder's
-            result = Registry::FreeName(fromA, textA.c_str());
-            if ((success = a != nullptr && model.mLive.at(a).mReserved > 0)) {
-                --model.mLive.at(a).mReserved;
-                model.FreeUnlessHeld(a);
-            }
-            break;
-        case 'C':
-            result = Registry::ConnectNames(fromA, textA.c_str(), fromB, textB.c_str());
-            if (SDS_Name* const madeA = model.FindOrMake(fromA, pathA); (success = madeA != nullptr)) {
-                SDS_Name* const madeB = model.FindOrMake(fromB, pathB);
-                success = madeB != nullptr;
-                if (success && model.Connect(madeA, madeB)) {
-                    --model.mLive.at(madeA).mHeld;
-                    --model.mLive.at(madeB).mHeld;
-                } else {
-                    model.LetGo(madeA);
-                    if (success) model.LetGo(madeB);
-                }
-            }
-            break;
-        case 'D':
-            // Drawn pairs are hardly ever connected.
-            if (a != nullptr && step % 8 != 0 && !model.mLive.at(a).mConnected.empty()) {
-                b = model.mLive.at(a).mConnected.back();
-                result = Registry::DisconnectNames(fromA, textA.c_str(), b, "");
-            } else {
-                result = Registry::DisconnectNames(fromA, textA.c_str(), fromB, textB.c_str());
-            }
-            if ((success = a != nullptr && b != nullptr) && std::erase(model.mLive.at(a).mConnected, b) != 0)
-            {
-                std::erase(model.mLive.at(b).mConnected, a);
-                model.FreeUnlessHeld(a);
-                model.FreeUnlessHeld(b);
-            }
-            break;
-        case 'O':
-            result = Registry::SetObject(fromA, textA.c_str(), &model.mLive);
-            if (success) model.mLive.at(a).mObject = &model.mLive;
-            break;
+        const ESDSError result = Registry::ReserveName(iPlace.mFrom, iPlace.mText.c_str(), &id);
+        SDS_Name* const made = mModel.FindOrMake(iPlace.mFrom, iPlace.mPath);
+        ASSERT_EQ(result == eSDSErr_None, made != nullptr);
+        ASSERT_EQ(id, made);
+        if (made == nullptr) return;
+        ++mModel.mLive.at(made).reserved;
+        mModel.LetGo(made);
+    }
+    void Free(const Place& iPlace)
+    {
+        if (iPlace.mNode == mBase) return; // the holder's
+        const ESDSError result = Registry::FreeName(iPlace.mFrom, iPlace.mText.c_str());
+        const bool isReserved = iPlace.mNode != nullptr && mModel.mLive.at(iPlace.mNode).reserved > 0;
+        ASSERT_EQ(result == eSDSErr_None, isReserved);
+        if (!isReserved) return;
+        --mModel.mLive.at(iPlace.mNode).reserved;
+        mModel.FreeUnlessHeld(iPlace.mNode);
+    }
+    void Connect(const Place& iA, const Place& iB)
+    {
+        const ESDSError result =
+            Registry::ConnectNames(iA.mFrom, iA.mText.c_str(), iB.mFrom, iB.mText.c_str());
+        SDS_Name* const a = mModel.FindOrMake(iA.mFrom, iA.mPath);
+        SDS_Name* const b = a != nullptr ? mModel.FindOrMake(iB.mFrom, iB.mPath) : nullptr;
+        ASSERT_EQ(result == eSDSErr_None, b != nullptr);
+        if (b != nullptr) mModel.Connect(a, b);
+        for (SDS_Name* const made : {a, b})
+            if (made != nullptr) mModel.LetGo(made);
+    }
+    void Disconnect(const Place& iA, const Place& iB)
+    {
+        // Drawn pairs are hardly ever connected.
+        const bool isPeer =
+            iA.mNode != nullptr && mRandom() % 8 != 0 && !mModel.mLive.at(iA.mNode).connected.empty();
+        SDS_Name* const b = isPeer ? mModel.mLive.at(iA.mNode).connected.back() : iB.mNode;
+        const ESDSError result = Registry::DisconnectNames(iA.mFrom, iA.mText.c_str(), isPeer ? b : iB.mFrom,
+                                                           isPeer ? "" : iB.mText.c_str());
+        ASSERT_EQ(result == eSDSErr_None, iA.mNode != nullptr && b != nullptr);
+        if (result == eSDSErr_None) mModel.Disconnect(iA.mNode, b);
+    }
+    void SetObject(const Place& iPlace)
+    {
+        const ESDSError result = Registry::SetObject(iPlace.mFrom, iPlace.mText.c_str(), this);
+        ASSERT_EQ(result == eSDSErr_None, iPlace.mNode != nullptr);
+        if (iPlace.mNode != nullptr) mModel.mLive.at(iPlace.mNode).object = this;
+    }
+
+    void CheckCounts() const
+    {
+        for (const auto& [name, node] : mModel.mLive) {
+            ASSERT_TRUE(name->mIsLive);
+            ASSERT_EQ(name->mReserveCount, static_cast<int>(node.reserved) + (name == mBase ? 1 : 0));
+            ASSERT_EQ(name->mReferenceCount, static_cast<int>(node.children.size() + node.connected.size()));
+            ASSERT_EQ(name->mObject, node.object);
         }
-        ASSERT_EQ(result == eSDSErr_None, success) << step;
-        if (step % 16 != 0) continue;
-        for (const auto& [name, node] : model.mLive) {
-            ASSERT_TRUE(name->mIsLive) << step;
-            ASSERT_EQ(name->mReserveCount, static_cast<int>(node.mReserved) + (name == base ? 1 : 0)) << step;
-            ASSERT_EQ(name->mReferenceCount, static_cast<int>(node.mChildren.size() + node.mConnected.size()))
-                << step;
-            ASSERT_EQ(name->mObject, node.mObject) << step;
-        }
-        SDS_Name* const drawn = drawBase();
-        Names connected = model.mLive.at(drawn).mConnected, closure;
-        model.Discover(drawn, closure);
+    }
+    void CheckIterators(SDS_Name* iName) const
+    {
+        Names connected = mModel.mLive.at(iName).connected;
+        Names closure;
+        mModel.Discover(iName, closure);
         std::reverse(connected.begin(), connected.end());
         std::reverse(closure.begin(), closure.end());
-        ASSERT_EQ(Walked<SDS_ChildIterator>(drawn), model.mLive.at(drawn).mChildren) << step;
-        ASSERT_EQ(Walked<SDS_ConnectionIterator>(drawn), connected) << step;
-        ASSERT_EQ(Walked<SDS_ConnectionClosureIterator>(drawn), closure) << step;
-        ASSERT_EQ(drawn->mVisited, 0);
+        ASSERT_EQ(Walked<SDS_ChildIterator>(iName), mModel.mLive.at(iName).children);
+        ASSERT_EQ(Walked<SDS_ConnectionIterator>(iName), connected);
+        ASSERT_EQ(Walked<SDS_ConnectionClosureIterator>(iName), closure);
+        ASSERT_EQ(iName->mVisited, 0);
+    }
+
+    // So many are free that no cell is ever carved, whose identity nobody could foretell. The newest of them.
+    static SDS_Name* FreeSpareNames(SDS_Name* iBase)
+    {
+        Names spare(450);
+        for (std::size_t i = 0; i < spare.size(); ++i)
+            static_cast<void>(Registry::ReserveName(iBase, std::to_string(i).c_str(), &spare[i]));
+        for (SDS_Name* const name : spare)
+            static_cast<void>(Registry::FreeName(name, nullptr));
+        return spare.back();
+    }
+
+    std::mt19937 mRandom;
+    const SDS_IName mHolder{"registry/model"};
+    SDS_Name* const mBase = mHolder.GetID();
+    Model mModel{mBase, FreeSpareNames(mBase)};
+};
+
+TEST_F(NameScript, ARandomScriptGivesTheModelsNodesIdentitiesAndCounts)
+{
+#ifdef NDEBUG
+    constexpr int cSteps = 1000000;
+#else
+    constexpr int cSteps = 100000;
+#endif
+    const unsigned seed = std::random_device()();
+    SCOPED_TRACE(seed);
+    mRandom.seed(seed);
+    for (int step = 0; step < cSteps; ++step) {
+        const Place a = DrawPlace();
+        const Place b = DrawPlace();
+        const char call = "RRRFFFCDDO"[mRandom() % 10];
+        if (call == 'R') Reserve(a);
+        if (call == 'F') Free(a);
+        if (call == 'C') Connect(a, b);
+        if (call == 'D') Disconnect(a, b);
+        if (call == 'O') SetObject(a);
+        if (step % 16 == 0) {
+            CheckCounts();
+            CheckIterators(DrawNode());
+        }
+        ASSERT_FALSE(HasFailure()) << "step " << step;
     }
     // Held once more by their identities, they are taken apart in any order.
     SDS_Name* held = nullptr;
-    for (const auto& entry : model.mLive)
+    for (const auto& entry : mModel.mLive)
         ASSERT_EQ(Registry::ReserveName(entry.first, "", &held), eSDSErr_None);
-    for (const auto& entry : model.mLive)
+    for (const auto& entry : mModel.mLive)
         ASSERT_EQ(SDS_IName(entry.first).BreakAllConnections(), eSDSErr_None);
-    for (const auto& [name, node] : model.mLive) {
+    for (const auto& [name, node] : mModel.mLive) {
         for (std::size_t i = 0; i <= node.mReserved; ++i)
             ASSERT_EQ(Registry::FreeName(name, ""), eSDSErr_None);
     }

@@ -40,82 +40,107 @@ protected:
     RunningTask mTask{0};
 };
 
-// Listeners come, change and go, nodes are joined and parted, pauses begin and end, all at random: who
-// hears what, in plain words.
-TEST_F(TokenDispatch, ConnectedNodesHearEachOtherInBothDirections)
+// Listeners come, change and go, nodes are joined and parted, pauses begin and end, all at random, beside a
+// record of who hears what, in plain words.
+class TokenScript : public TokenDispatch
 {
+protected:
+    ~TokenScript() override
+    {
+        if (mIsPaused) TogglePause();
+    }
+
     struct Guest
     {
         std::size_t mNode;
         Hears mWhat;                       // 0 is any
         std::array<bool, 3> mSenders = {}; // whose tokens it hears
-        Log mWaiting = {}, mLog = {};
+        Log mWaiting = {};
+        Log mLog = {};
         std::unique_ptr<Recorder> mRecorder = nullptr;
     };
-    const unsigned seed = std::random_device()();
-    SCOPED_TRACE(seed);
-    std::mt19937 random(seed);
-    RunningTask tasks[] = {RunningTask(0), RunningTask(15), RunningTask(16)};
-    SDS_IName* const nodes[] = {&mA, &mB, &mC};
-    bool joined[3][3] = {}, paused = false;
-    std::list<Guest> guests;
-    for (int step = 1; step < 10000; ++step) {
-        const std::size_t a = random() % 3, b = random() % 3;
-        const Hears drawn{static_cast<Cmn_Int32>(random() % 4) - 1, static_cast<Cmn_Int32>(random() % 2)};
-        const auto guest =
-            guests.empty() ? guests.end() : std::next(guests.begin(), random() % guests.size());
-        switch (random() % 8) {
-        case 0:
-            static_cast<void>(nodes[a]->ConnectTo(nodes[b]));
-            joined[a][b] = joined[b][a] = a != b;
-            break;
-        case 1:
-            static_cast<void>(nodes[a]->DisconnectFrom(nodes[b]));
-            joined[a][b] = joined[b][a] = false;
-            break;
-        case 2:
-            paused = !paused;
-            SDS_ITokenTask::SetTokensPaused(paused);
-            break;
-        case 3:
-            guests.push_back({a, drawn});
-            guests.back().mRecorder =
-                std::make_unique<Recorder>(&tasks[b], *nodes[a], guests.back().mLog, drawn);
-            break;
-        case 4:
-            if (guests.size() > 120 || (random() % 4 == 0 && !guests.empty())) guests.erase(guest);
-            break;
-        case 5:
-            if (guests.empty()) break;
-            static_cast<void>(guest->mRecorder->GetSDSTokenListener()->SetType(drawn.mType));
-            guest->mWhat.mType = drawn.mType;
-            guest->mWaiting.clear();
-            guest->mSenders = {};
-            break;
-        default:
-            ASSERT_EQ(Send(*nodes[a], {drawn.mType, drawn.mSubtype, step}), eSDSErr_None);
-            for (Guest& each : guests) {
-                const Hears& what = each.mWhat;
-                const bool hears = each.mSenders[a] && (what.mType == 0 || what.mType == drawn.mType) &&
-                                   (what.mSubtype == 0 || what.mSubtype == drawn.mSubtype);
-                if (hears) each.mWaiting.push_back(step);
-            }
-        }
-        for (Guest& each : guests) {
-            for (std::size_t from = 0; from < 3 && !paused; ++from) {
-                const std::size_t at = each.mNode, third = 3 - at - from; // meaningless where both are one
-                each.mSenders[from] =
-                    at == from || joined[at][from] || (joined[at][third] && joined[third][from]);
-            }
-        }
-        if (step % 8 != 0) continue;
-        for (SDS_ITokenTask& task : tasks)
-            task.ProcessTokens(0, Time_Sample(0), 0);
-        for (Guest& each : guests) {
-            ASSERT_EQ(std::exchange(each.mLog, {}), std::exchange(each.mWaiting, {})) << step;
+    void Join(std::size_t iA, std::size_t iB, bool iJoined)
+    {
+        static_cast<void>(iJoined ? mNodes[iA]->ConnectTo(mNodes[iB])
+                                  : mNodes[iA]->DisconnectFrom(mNodes[iB]));
+        mJoined[iA][iB] = mJoined[iB][iA] = iJoined && iA != iB;
+    }
+    void TogglePause()
+    {
+        mIsPaused = !mIsPaused;
+        SDS_ITokenTask::SetTokensPaused(mIsPaused);
+    }
+    void Invite(std::size_t iNode, SDS_ITokenTask& ioTask, Hears iWhat)
+    {
+        Guest& guest = mGuests.emplace_back(Guest{iNode, iWhat});
+        guest.mRecorder = std::make_unique<Recorder>(&ioTask, *mNodes[iNode], guest.mLog, iWhat);
+    }
+    void ChangeType(Guest& ioGuest, Cmn_Int32 iType)
+    {
+        static_cast<void>(ioGuest.mRecorder->GetSDSTokenListener()->SetType(iType));
+        ioGuest.mWhat.type = iType;
+        ioGuest.mWaiting.clear();
+        ioGuest.mSenders = {};
+    }
+    void SendFrom(std::size_t iNode, Hears iTypes, int iStep)
+    {
+        ASSERT_EQ(Send(*mNodes[iNode], {iTypes.type, iTypes.subtype, iStep}), eSDSErr_None);
+        for (Guest& guest : mGuests) {
+            const Hears& what = guest.mWhat;
+            const bool hears = guest.mSenders[iNode] && (what.type == 0 || what.type == iTypes.type) &&
+                               (what.subtype == 0 || what.subtype == iTypes.subtype);
+            if (hears) guest.mWaiting.push_back(iStep);
         }
     }
-    if (paused) SDS_ITokenTask::SetTokensPaused(false);
+    // By the connections as they are now; those made in a pause count when it ends.
+    void UpdateSenders()
+    {
+        for (Guest& guest : mGuests) {
+            for (std::size_t from = 0; from < 3 && !mIsPaused; ++from) {
+                const std::size_t at = guest.mNode;
+                const std::size_t third = 3 - at - from; // meaningless where both are one
+                guest.mSenders[from] =
+                    at == from || mJoined[at][from] || (mJoined[at][third] && mJoined[third][from]);
+            }
+        }
+    }
+    void CheckWhatIsHeard()
+    {
+        for (SDS_ITokenTask& task : mTasks)
+            task.ProcessTokens(0, Time_Sample(0), 0);
+        for (Guest& guest : mGuests)
+            ASSERT_EQ(std::exchange(guest.mLog, {}), std::exchange(guest.mWaiting, {}));
+    }
+
+    std::mt19937 mRandom;
+    RunningTask mTasks[3] = {RunningTask(0), RunningTask(15), RunningTask(16)};
+    SDS_IName* const mNodes[3] = {&mA, &mB, &mC};
+    bool mJoined[3][3] = {};
+    bool mIsPaused = false;
+    std::list<Guest> mGuests;
+};
+
+TEST_F(TokenScript, ConnectedNodesHearEachOtherInBothDirections)
+{
+    const unsigned seed = std::random_device()();
+    SCOPED_TRACE(seed);
+    mRandom.seed(seed);
+    for (int step = 1; step < 10000; ++step) {
+        const std::size_t a = mRandom() % 3;
+        const std::size_t b = mRandom() % 3;
+        const Hears types{static_cast<Cmn_Int32>(mRandom() % 4) - 1, static_cast<Cmn_Int32>(mRandom() % 2)};
+        const auto guest = std::next(mGuests.begin(), mGuests.empty() ? 0 : mRandom() % mGuests.size());
+        const unsigned kind = mRandom() % 8;
+        if (kind < 2) Join(a, b, kind == 0);
+        if (kind == 2) TogglePause();
+        if (kind == 3) Invite(a, mTasks[b], types);
+        if (kind == 4 && guest != mGuests.end() && (mGuests.size() > 120 || b == 0)) mGuests.erase(guest);
+        if (kind == 5 && guest != mGuests.end()) ChangeType(*guest, types.type);
+        if (kind > 5) SendFrom(a, types, step);
+        UpdateSenders();
+        if (step % 8 == 0) CheckWhatIsHeard();
+        ASSERT_FALSE(HasFailure()) << "step " << step;
+    }
 }
 
 // Random tokens, drained at random moments, against the rule in plain words: of the tokens of a latest
