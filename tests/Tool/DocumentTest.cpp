@@ -10,6 +10,36 @@
 
 namespace {
 
+const std::string cUnreadable = "an error occurred while reading the document";
+const std::string cTooOld = "the document was written by a version of the library that is too old";
+const std::string cTooNew = "the document was written by a version of the library that is too new";
+
+void WriteStream(FF_Document& ioDocument, Sys_TypedOutStream& ioOut, Cmn_Int16 iType,
+                 const char* iDescription)
+{
+    FF_Document::AddTOCEntry(&ioDocument, static_cast<Cmn_UInt64>(ioOut.GetPosition()), iType, iDescription);
+    const FF_StreamHeaderWriter header(&ioDocument, ioOut, iType, 7);
+    ioOut.WriteInt32(4711);
+}
+
+// A tempo map with one tempo, locked to a sample, and a meter map with one meter.
+void WriteMaps(FF_Document& ioDocument, Cmn_Int64 iTempoTick, Cmn_Int64 iSample, Cmn_Int64 iMeterTick,
+               bool iIsComputed = false)
+{
+    const AssertRecorder asserts;
+    Time_MeterMap meters;
+    meters.AddMeterChange(Time_Tick(iMeterTick), Time_Meter(4, 4), 1);
+    Time_TempoMap tempos;
+    auto segment = std::make_unique<Time_ConstantTempoSeg>(Time_Tick(iTempoTick));
+    segment->SetTempo(100.0, Time_TickLength::cQuarter);
+    segment->SetIsSongStart(true);
+    segment->SetIsComputed(iIsComputed);
+    segment->LockToSample(Time_Sample(iSample));
+    tempos.AddSegment(std::move(segment));
+    FF_TimeMaps::Write(ioDocument, meters, tempos, Time_KeySignatureMap());
+    EXPECT_EQ(asserts.Take().empty(), !iIsComputed) << "nothing ends a computed tempo";
+}
+
 class DocumentTest : public ToolFixture
 {
 protected:
@@ -53,33 +83,44 @@ protected:
         iWrite(document);
         document.Flush();
     }
+
+    struct BadInput
+    {
+        std::string mCommand;
+        std::string mBytes;
+        std::string mError;
+    };
+    // And a file that is there where the command would write stays as it was.
+    static void ExpectComplaint(const BadInput& iInput)
+    {
+        std::vector<std::string> arguments = {iInput.mCommand, Written("x.kora", iInput.mBytes)};
+        const std::string out = Written("DocumentTest_out.kora", "old");
+        if (iInput.mCommand == "save" || iInput.mCommand == "repair") arguments.push_back(out);
+        const Outcome outcome = Run(arguments);
+        EXPECT_EQ(outcome.mErr, "kora: x.kora: " + iInput.mError + '\n');
+        EXPECT_EQ(outcome.mExit, 1);
+        EXPECT_TRUE(iInput.mCommand == "repair" || outcome.mOut.empty()) << outcome.mOut;
+        EXPECT_EQ(ReadFile(out), "old");
+    }
+    static std::string WithMaps(Cmn_Int64 iTempoTick, Cmn_Int64 iSample, Cmn_Int64 iMeterTick,
+                                bool iIsComputed = false)
+    {
+        return Made([=](FF_Document& ioDocument) {
+            WriteMaps(ioDocument, iTempoTick, iSample, iMeterTick, iIsComputed);
+        });
+    }
+    static std::string WithSongInfo(Cmn_Int16 iVersion, Cmn_Int64 iEnd, double iRate, Cmn_Int32 iFormat)
+    {
+        return Made([=](FF_Document& ioDocument) {
+            Sys_TypedOutStream out = ioDocument.MakeTypedOutStream();
+            FF_Document::AddTOCEntry(&ioDocument, static_cast<Cmn_UInt64>(out.GetPosition()), 32, "");
+            const FF_StreamHeaderWriter header(&ioDocument, out, 32, iVersion);
+            out.WriteInt64(iEnd);
+            out.WriteFloat64(iRate);
+            out.WriteInt32(iFormat);
+        });
+    }
 };
-
-void WriteStream(FF_Document& ioDocument, Sys_TypedOutStream& ioOut, Cmn_Int16 iType,
-                 const char* iDescription)
-{
-    FF_Document::AddTOCEntry(&ioDocument, static_cast<Cmn_UInt64>(ioOut.GetPosition()), iType, iDescription);
-    const FF_StreamHeaderWriter header(&ioDocument, ioOut, iType, 7);
-    ioOut.WriteInt32(4711);
-}
-
-// A tempo map with one tempo, locked to a sample, and a meter map with one meter.
-void WriteMaps(FF_Document& ioDocument, Cmn_Int64 iTempoTick, Cmn_Int64 iSample, Cmn_Int64 iMeterTick,
-               bool iIsComputed = false)
-{
-    const AssertRecorder asserts;
-    Time_MeterMap meters;
-    meters.AddMeterChange(Time_Tick(iMeterTick), Time_Meter(4, 4), 1);
-    Time_TempoMap tempos;
-    auto segment = std::make_unique<Time_ConstantTempoSeg>(Time_Tick(iTempoTick));
-    segment->SetTempo(100.0, Time_TickLength::cQuarter);
-    segment->SetIsSongStart(true);
-    segment->SetIsComputed(iIsComputed);
-    segment->LockToSample(Time_Sample(iSample));
-    tempos.AddSegment(std::move(segment));
-    FF_TimeMaps::Write(ioDocument, meters, tempos, Time_KeySignatureMap());
-    EXPECT_EQ(asserts.Take().empty(), !iIsComputed) << "nothing ends a computed tempo";
-}
 
 } // namespace
 
@@ -127,7 +168,7 @@ TEST_F(DocumentTest, InfoShowsEveryStreamAndEveryEntry)
     EXPECT_EQ(json["entriesWithoutStream"][1]["position"], nullptr);
 }
 
-TEST_F(DocumentTest, BadInputGivesOneLineThatSaysWhereAndWhat)
+TEST_F(DocumentTest, DamageGivesOneLineThatSaysWhereAndWhat)
 {
     const std::string good = SmallDocument();
     const auto with = [&](std::size_t iByte, int iValue) {
@@ -135,84 +176,83 @@ TEST_F(DocumentTest, BadInputGivesOneLineThatSaysWhereAndWhat)
         bytes[iByte] = static_cast<char>(iValue);
         return bytes;
     };
-    const auto maps = [](Cmn_Int64 iTempoTick, Cmn_Int64 iSample, Cmn_Int64 iMeterTick,
-                         bool iIsComputed = false) {
-        return Made([=](FF_Document& ioDocument) {
-            WriteMaps(ioDocument, iTempoTick, iSample, iMeterTick, iIsComputed);
-        });
-    };
-    const auto info = [](Cmn_Int16 iVersion, Cmn_Int64 iEnd, double iRate, Cmn_Int32 iFormat) {
-        return Made([=](FF_Document& ioDocument) {
-            Sys_TypedOutStream out = ioDocument.MakeTypedOutStream();
-            FF_Document::AddTOCEntry(&ioDocument, static_cast<Cmn_UInt64>(out.GetPosition()), 32, "");
-            const FF_StreamHeaderWriter header(&ioDocument, out, 32, iVersion);
-            out.WriteInt64(iEnd);
-            out.WriteFloat64(iRate);
-            out.WriteInt32(iFormat);
-        });
-    };
     const std::string midi = File(480, {""});
     const std::string signature = "byte 1: no document, expected the signature 0010111100101011";
-    const Cmn_Int64 start = 1000000000000;
-    // clang-format off
-    const struct { std::string mCommand, mBytes, mError; } cRows[] = {
-        {"info",   "", signature},
-        {"info",   midi, signature},
-        {"song",   good.substr(0, 16), "byte 0: not a MIDI file: it begins with \"\\x03001\", expected \"MThd\""},
-        {"song",   good.substr(0, 17), "an error occurred while reading the document (byte 17)"},
-        {"song",   good.substr(0, 60), "unable to find document TOC (byte 45)"},
-        {"song",   good.substr(0, good.size() - 1), "an error occurred while reading the document (byte 460)"},
-        {"xml",    with(0, 2), "the document was written by a version of the library that is too old (byte 0)"},
-        {"info",   with(0, 4), "the document was written by a version of the library that is too new (byte 0)"},
-        {"plot",   with(0, 200), "the document was written by a version of the library that is too old (byte 0)"},
-        {"info",   with(17, 1), "an error occurred while reading the document (byte 19)"},
-        {"save",   with(18, 6), "an unknown stream type was encountered (byte 18)"},
-        {"save",   with(200, 0x55), "an error occurred while reading the document (byte 197)"},
-        {"song",   Made([](FF_Document& d) { auto out = d.MakeTypedOutStream(); WriteStream(d, out, 5, ""); }), "no song in this document, expected a meter, tempo or key map"},
-        {"save",   maps(start, 0, start - 1), "a meter at tick 999999999999, expected tick 1000000000000 to 576460752303423487"},
-        {"save",   maps(start, -1, start), "a meter at tick 1000000000000 and sample -1, expected sample 0 to 34359738367"},
-        {"plot",   maps(start, Cmn_Int64{1} << 35, start), "a meter at tick 1000000000000 and sample 34359738368, expected sample 0 to 34359738367"},
-        {"song",   maps(Cmn_Int64{1} << 60, 0, start), "a meter at tick 1000000000000, expected tick 1152921504606846976 to 576460752303423487"},
-        {"song",   maps(start, 0, start, true), "an error occurred while reading the document: a tempo at tick 1000000000000, locked to sample 0, computed, song start: 100 bpm per 960000 ticks, expected a tempo locked to a sample behind it (byte 236)"},
-        {"song",   info(1, Cmn_Int64{1} << 60, 44100, 5), "an error occurred while reading the document (byte 77)"},
-        {"song",   info(1, start, 999, 5), "an error occurred while reading the document (byte 77)"},
-        {"song",   info(1, start, 44100, 6), "an error occurred while reading the document (byte 77)"},
-        {"song",   info(2, start, 44100, 5), "the document was written by a version of the library that is too new (byte 49)"},
-        {"check",  midi, "byte 0: expected format version 3, found 77; and 2 more faults (--all)"},
-        {"check",  with(200, 0x55), "byte 197: expected body sum of stream 17 082E0BB6, found D1789B7D"},
-        {"check",  good.substr(0, 300), "byte 45: expected a TOC offset from 49 to 299, found 460; and 1 more fault (--all)"},
+    const BadInput rows[] = {
+        {"info", "", signature},
+        {"info", midi, signature},
+        {"song", good.substr(0, 16),
+         "byte 0: not a MIDI file: it begins with \"\\x03001\", expected \"MThd\""},
+        {"song", good.substr(0, 17), cUnreadable + " (byte 17)"},
+        {"song", good.substr(0, 60), "unable to find document TOC (byte 45)"},
+        {"song", good.substr(0, good.size() - 1), cUnreadable + " (byte 460)"},
+        {"xml", with(0, 2), cTooOld + " (byte 0)"},
+        {"info", with(0, 4), cTooNew + " (byte 0)"},
+        {"plot", with(0, 200), cTooOld + " (byte 0)"},
+        {"info", with(17, 1), cUnreadable + " (byte 19)"},
+        {"save", with(18, 6), "an unknown stream type was encountered (byte 18)"},
+        {"save", with(200, 0x55), cUnreadable + " (byte 197)"},
+        {"check", midi, "byte 0: expected format version 3, found 77; and 2 more faults (--all)"},
+        {"check", with(200, 0x55), "byte 197: expected body sum of stream 17 082E0BB6, found D1789B7D"},
+        {"check", good.substr(0, 300),
+         "byte 45: expected a TOC offset from 49 to 299, found 460; and 1 more fault (--all)"},
         {"repair", midi, "no stream was found, nothing was written"},
     };
-    // clang-format on
-    const std::string file = Written("x.kora");
-    const std::string out = Written("DocumentTest_out.kora", "old");
-    for (const auto& row : cRows) {
-        std::ofstream(file, std::ios::binary) << row.mBytes;
-        std::vector<std::string> arguments = {row.mCommand, file};
-        if (row.mCommand == "save" || row.mCommand == "repair") arguments.push_back(out);
-        const Outcome outcome = Run(arguments);
-        EXPECT_EQ(outcome.mErr, "kora: x.kora: " + row.mError + '\n');
-        EXPECT_EQ(outcome.mExit, 1);
-        EXPECT_TRUE(row.mCommand == "repair" || outcome.mOut.empty()) << outcome.mOut;
-        EXPECT_EQ(ReadFile(out), "old");
-    }
+    for (const BadInput& row : rows)
+        ExpectComplaint(row);
+}
+
+TEST_F(DocumentTest, ASongThatNoMidiFileHoldsGivesOneLineThatSaysWhat)
+{
+    constexpr Cmn_Int64 cStart = Tool_Song::cStartTick;
+    constexpr Cmn_Int64 cPastTheLastTick = Cmn_Int64{1} << 60;
+    constexpr Cmn_Int64 cPastTheLastSample = Cmn_Int64{1} << 35;
+    const std::string none = Made([](FF_Document& ioDocument) {
+        Sys_TypedOutStream out = ioDocument.MakeTypedOutStream();
+        WriteStream(ioDocument, out, 5, "");
+    });
+    const std::string atStart = "a meter at tick 1000000000000";
+    const BadInput rows[] = {
+        {"song", none, "no song in this document, expected a meter, tempo or key map"},
+        {"save", WithMaps(cStart, 0, cStart - 1),
+         "a meter at tick 999999999999, expected tick 1000000000000 to 576460752303423487"},
+        {"save", WithMaps(cStart, -1, cStart), atStart + " and sample -1, expected sample 0 to 34359738367"},
+        {"plot", WithMaps(cStart, cPastTheLastSample, cStart),
+         atStart + " and sample 34359738368, expected sample 0 to 34359738367"},
+        {"song", WithMaps(cPastTheLastTick, 0, cStart),
+         atStart + ", expected tick 1152921504606846976 to 576460752303423487"},
+        {"song", WithMaps(cStart, 0, cStart, true),
+         cUnreadable + ": a tempo at tick 1000000000000, locked to sample 0, computed, song start: 100 bpm "
+                       "per 960000 ticks, expected a tempo locked to a sample behind it (byte 236)"},
+        {"song", WithSongInfo(1, cPastTheLastTick, 44100, 5), cUnreadable + " (byte 77)"},
+        {"song", WithSongInfo(1, cStart, 999, 5), cUnreadable + " (byte 77)"},
+        {"song", WithSongInfo(1, cStart, 44100, 6), cUnreadable + " (byte 77)"},
+        {"song", WithSongInfo(2, cStart, 44100, 5), cTooNew + " (byte 49)"},
+    };
+    for (const BadInput& row : rows)
+        ExpectComplaint(row);
+}
+
+TEST_F(DocumentTest, AFileThatCannotBeReadOrWrittenGivesOneLineThatSaysWhy)
+{
     for (const std::string command : {"song", "plot", "xml", "info", "check"})
         EXPECT_EQ(Run({command, "none.kora"}).mErr, "kora: none.kora: no such file\n") << command;
-    const std::string beneath = file + "/y.kora"; // which no file has
+    const std::string beneath = Written("x.kora") + "/y.kora"; // which no file has
     Sys_FileSystem::Handle none = 0;
     const Cmn_Int32 why = Sys_FileSystem::Get().Open(beneath, Sys_FileSystem::eAccess_Read, none);
+    const std::string out = Written("DocumentTest_out.kora", "old");
     std::filesystem::permissions(out, std::filesystem::perms::owner_read);
-    // clang-format off
-    const std::pair<std::vector<std::string>, std::string> cRefused[] = {
-        {{"song", beneath},                           beneath + ": " + Sys_OSErrorText(why)},
-        {{"save", cFirstLight, "."},                  ".: no plain file, expected a name for one"},
-        {{"save", cFirstLight, "none/x.kora"},        "none/x.kora: the folder that it belongs in does not exist"},
-        {{"save", cFirstLight, out},                  out + ": the file is write-protected"},
-        {{"plot", cFirstLight, "-o", out},            out + ": the file is write-protected"},
-        {{"plot", cFirstLight, "-o", "none/x.svg"},   "none/x.svg: the folder that it belongs in does not exist"},
+    const std::string isProtected = ": the file is write-protected";
+    const std::string hasNoFolder = ": the folder that it belongs in does not exist";
+    const std::pair<std::vector<std::string>, std::string> refused[] = {
+        {{"song", beneath}, beneath + ": " + Sys_OSErrorText(why)},
+        {{"save", cFirstLight, "."}, ".: no plain file, expected a name for one"},
+        {{"save", cFirstLight, "none/x.kora"}, "none/x.kora" + hasNoFolder},
+        {{"save", cFirstLight, out}, out + isProtected},
+        {{"plot", cFirstLight, "-o", out}, out + isProtected},
+        {{"plot", cFirstLight, "-o", "none/x.svg"}, "none/x.svg" + hasNoFolder},
     };
-    // clang-format on
-    for (const auto& [arguments, line] : cRefused)
+    for (const auto& [arguments, line] : refused)
         EXPECT_EQ(Run(arguments).mErr, "kora: " + line + '\n');
     std::filesystem::permissions(out, std::filesystem::perms::owner_all);
     EXPECT_EQ(ReadFile(out), "old");
@@ -223,7 +263,7 @@ TEST_F(DocumentTest, NoFileIsLostToACommandThatWrites)
     const std::string midi = Written("DocumentTest.mid", File(480, {""}));
     const std::string other = Written("DocumentTest.kora");
     Make(other, [](FF_Document& ioDocument) {
-        WriteMaps(ioDocument, 1000000000000, 0, 1000000000000);
+        WriteMaps(ioDocument, Tool_Song::cStartTick, 0, Tool_Song::cStartTick);
         Sys_TypedOutStream out = ioDocument.MakeTypedOutStream();
         WriteStream(ioDocument, out, 5, "not a song's");
     });
