@@ -26,7 +26,7 @@ TEST_F(IName, EveryConstructorFindsItsNodeAndOnlyTheReservingOnesHoldIt)
         const SDS_IName wrapped(byPath.GetID());
         for (const SDS_IName* name : {&byParent, &byID, &fromRoot, &fromRootToo, &wrapped})
             EXPECT_EQ(name->GetID(), byPath.GetID());
-        EXPECT_EQ(byPath.GetID()->mReserveCount, 5);
+        EXPECT_EQ(byPath.GetID()->Links().mReserveCount, 5);
         base.reset();
         EXPECT_EQ(PathOf(byID.GetID()), "/iname/base/x") << "a parent name may go before";
     }

@@ -113,12 +113,12 @@ TEST_F(NameRegistry, CountsStopAt32767AndARefusalChangesNothing)
     for (int i = 1; i < cLimit; ++i)
         ASSERT_EQ(Registry::FreeName(full.GetID(), ""), eSDSErr_None);
 
-    // The making of a child holds its parent once, that of a connection both of its nodes.
-    const auto reserve = [&](int i) {
-        return Registry::ReserveName(full.GetID(), std::to_string(i).c_str(), &id);
-    };
-    for (int i = 0; i < cLimit - 2; ++i)
-        ASSERT_EQ(reserve(i), eSDSErr_None);
+    // A connection holds both of its nodes, an iterator the one that it stands on, a call its own
+    // for as long as it lasts.
+    std::vector<SDS_ChildIterator> holders(cLimit);
+    const auto hold = [&](std::size_t i) { return holders[i].Reset(full.GetID()); };
+    for (std::size_t i = 0; i < cLimit - 2; ++i)
+        ASSERT_EQ(hold(i), eSDSErr_None);
     for (const char* const last : {"registry/other", "registry/third"})
         EXPECT_EQ(Registry::ConnectNames(full.GetID(), "", nullptr, last), eSDSErr_None);
     before = Registry::Dump();
@@ -127,19 +127,17 @@ TEST_F(NameRegistry, CountsStopAt32767AndARefusalChangesNothing)
     EXPECT_EQ(Registry::Dump(), before);
     EXPECT_EQ(full.DisconnectFrom(&other), eSDSErr_None) << "a rebuild holds nothing";
     EXPECT_EQ(Registry::DisconnectNames(nullptr, "registry/third", full.GetID(), ""), eSDSErr_None);
-    EXPECT_EQ(reserve(cLimit - 2), eSDSErr_None);
+    EXPECT_EQ(hold(cLimit - 2), eSDSErr_None);
     before = Registry::Dump();
-    EXPECT_EQ(reserve(cLimit - 1), eSDSErr_OutOfMemory);
     SDS_ConnectionClosureIterator closure;
     EXPECT_EQ(closure.Reset(full.GetID()), eSDSErr_OutOfMemory);
     SDS_ChildIterator children, more;
     EXPECT_EQ(children.Reset(full.GetID()), eSDSErr_None);
     EXPECT_EQ(more.Reset(full.GetID()), eSDSErr_OutOfMemory);
     EXPECT_EQ(more.Valid(), false);
+    EXPECT_EQ(Registry::ReserveName(full.GetID(), "child", &id), eSDSErr_OutOfMemory);
     static_cast<void>(children.Reset(nullptr));
     EXPECT_EQ(Registry::Dump(), before);
-    for (int i = 0; i < cLimit - 1; ++i)
-        ASSERT_EQ(Registry::FreeName(full.GetID(), std::to_string(i).c_str()), eSDSErr_None);
 }
 
 // Joined and parted one by one in a pause: were each to walk its closure, or the hub's connections,
@@ -227,7 +225,7 @@ public:
     Model(SDS_Name* iBase, SDS_Name* iNewestFree)
     {
         mLive[iBase].mHeld = 1;
-        for (SDS_Name* name = iNewestFree; name != nullptr; name = name->mPreviousFree)
+        for (SDS_Name* name = iNewestFree; name != nullptr; name = name->Links().mPrevious)
             mFree.push_front(name);
     }
     SDS_Name* Find(SDS_Name* iFrom, const Path& iPath) const
@@ -277,8 +275,8 @@ public:
     }
     void Disconnect(SDS_Name* iA, SDS_Name* iB)
     {
-        if (std::erase(mLive.at(iA).connected, iB) == 0) return;
-        std::erase(mLive.at(iB).connected, iA);
+        if (std::erase(mLive.at(iA).mConnected, iB) == 0) return;
+        std::erase(mLive.at(iB).mConnected, iA);
         FreeUnlessHeld(iA);
         FreeUnlessHeld(iB);
     }
@@ -358,17 +356,17 @@ protected:
         ASSERT_EQ(result == eSDSErr_None, made != nullptr);
         ASSERT_EQ(id, made);
         if (made == nullptr) return;
-        ++mModel.mLive.at(made).reserved;
+        ++mModel.mLive.at(made).mReserved;
         mModel.LetGo(made);
     }
     void Free(const Place& iPlace)
     {
         if (iPlace.mNode == mBase) return; // the holder's
         const ESDSError result = Registry::FreeName(iPlace.mFrom, iPlace.mText.c_str());
-        const bool isReserved = iPlace.mNode != nullptr && mModel.mLive.at(iPlace.mNode).reserved > 0;
+        const bool isReserved = iPlace.mNode != nullptr && mModel.mLive.at(iPlace.mNode).mReserved > 0;
         ASSERT_EQ(result == eSDSErr_None, isReserved);
         if (!isReserved) return;
-        --mModel.mLive.at(iPlace.mNode).reserved;
+        --mModel.mLive.at(iPlace.mNode).mReserved;
         mModel.FreeUnlessHeld(iPlace.mNode);
     }
     void Connect(const Place& iA, const Place& iB)
@@ -386,8 +384,8 @@ protected:
     {
         // Drawn pairs are hardly ever connected.
         const bool isPeer =
-            iA.mNode != nullptr && mRandom() % 8 != 0 && !mModel.mLive.at(iA.mNode).connected.empty();
-        SDS_Name* const b = isPeer ? mModel.mLive.at(iA.mNode).connected.back() : iB.mNode;
+            iA.mNode != nullptr && mRandom() % 8 != 0 && !mModel.mLive.at(iA.mNode).mConnected.empty();
+        SDS_Name* const b = isPeer ? mModel.mLive.at(iA.mNode).mConnected.back() : iB.mNode;
         const ESDSError result = Registry::DisconnectNames(iA.mFrom, iA.mText.c_str(), isPeer ? b : iB.mFrom,
                                                            isPeer ? "" : iB.mText.c_str());
         ASSERT_EQ(result == eSDSErr_None, iA.mNode != nullptr && b != nullptr);
@@ -397,29 +395,30 @@ protected:
     {
         const ESDSError result = Registry::SetObject(iPlace.mFrom, iPlace.mText.c_str(), this);
         ASSERT_EQ(result == eSDSErr_None, iPlace.mNode != nullptr);
-        if (iPlace.mNode != nullptr) mModel.mLive.at(iPlace.mNode).object = this;
+        if (iPlace.mNode != nullptr) mModel.mLive.at(iPlace.mNode).mObject = this;
     }
 
     void CheckCounts() const
     {
         for (const auto& [name, node] : mModel.mLive) {
+            const SDS_NameLinks& links = name->Links();
             ASSERT_TRUE(name->mIsLive);
-            ASSERT_EQ(name->mReserveCount, static_cast<int>(node.reserved) + (name == mBase ? 1 : 0));
-            ASSERT_EQ(name->mReferenceCount, static_cast<int>(node.children.size() + node.connected.size()));
-            ASSERT_EQ(name->mObject, node.object);
+            ASSERT_EQ(links.mReserveCount, static_cast<int>(node.mReserved) + (name == mBase ? 1 : 0));
+            ASSERT_EQ(links.mReferenceCount, static_cast<int>(node.mConnected.size()));
+            ASSERT_EQ(links.mObject, node.mObject);
         }
     }
     void CheckIterators(SDS_Name* iName) const
     {
-        Names connected = mModel.mLive.at(iName).connected;
+        Names connected = mModel.mLive.at(iName).mConnected;
         Names closure;
         mModel.Discover(iName, closure);
         std::reverse(connected.begin(), connected.end());
         std::reverse(closure.begin(), closure.end());
-        ASSERT_EQ(Walked<SDS_ChildIterator>(iName), mModel.mLive.at(iName).children);
+        ASSERT_EQ(Walked<SDS_ChildIterator>(iName), mModel.mLive.at(iName).mChildren);
         ASSERT_EQ(Walked<SDS_ConnectionIterator>(iName), connected);
         ASSERT_EQ(Walked<SDS_ConnectionClosureIterator>(iName), closure);
-        ASSERT_EQ(iName->mVisited, 0);
+        ASSERT_EQ(iName->Links().mVisited, 0);
     }
 
     // So many are free that no cell is ever carved, whose identity nobody could foretell. The newest of them.

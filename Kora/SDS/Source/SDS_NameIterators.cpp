@@ -44,7 +44,7 @@ ESDSError SDS_ChildIterator::Reset(SDS_Name* iName)
     }
     LetGo();
     mParent = iName;
-    SDS_Name* const child = iName != nullptr ? iName->mLiveChildren : nullptr;
+    SDS_Name* const child = iName != nullptr ? iName->Links().mLiveChildren : nullptr;
     if (child == nullptr) return eSDSErr_None; // the node stays held, as with children
     if (!SDS_NameAddReference(*child)) {
         LetGo();
@@ -58,7 +58,7 @@ ESDSError SDS_ChildIterator::Reset(SDS_Name* iName)
 ESDSError SDS_ChildIterator::Next()
 {
     if (!mValid) return eSDSErr_IteratorDone;
-    SDS_Name* const next = mChild->mNext;
+    SDS_Name* const next = mChild->Links().mNext;
     if (next == nullptr || !SDS_NameAddReference(*next)) {
         LetGo();
         return next == nullptr ? eSDSErr_None : eSDSErr_OutOfMemory;
@@ -110,7 +110,7 @@ void SDS_CachingNameIterator::FreeConnectionList()
     mValid = false;
     while (Entry* const entry = mHead) {
         mHead = entry->mNext;
-        entry->mName->mVisited = 0;
+        entry->name->Links().mVisited = 0;
         LetGo(*entry->mName);
         delete entry;
     }
@@ -163,7 +163,7 @@ SDS_ConnectionIterator::~SDS_ConnectionIterator() = default;
 // The newest connection is the first of the node's list, and the last here.
 ESDSError SDS_ConnectionIterator::Set(SDS_Name* iName)
 {
-    SDS_ConnectionRecord* record = iName != nullptr ? iName->mConnections : nullptr;
+    SDS_ConnectionRecord* record = iName != nullptr ? iName->Connections() : nullptr;
     for (; record != nullptr; record = record->NextOf(iName)) {
         if (Push(record->OtherThan(iName)) == nullptr) return eSDSErr_OutOfMemory;
     }
@@ -182,7 +182,7 @@ ESDSError SDS_ConnectionClosureIterator::Set(SDS_Name* iName)
 {
     if (const ESDSError result = WalkConnections(iName); result != eSDSErr_None) return result;
     for (Entry* entry = mHead; entry != nullptr; entry = entry->mNext)
-        entry->mName->mVisited = 0;
+        entry->name->Links().mVisited = 0;
     return First();
 }
 
@@ -190,8 +190,8 @@ SDS_CachingNameIterator::Entry* SDS_ConnectionClosureIterator::Visit(SDS_Name* i
 {
     Entry* const entry = Push(iName);
     if (entry == nullptr) return nullptr;
-    iName->mVisited = 1;
-    entry->mRest = iName->mConnections;
+    iName->Links().mVisited = 1;
+    entry->rest = iName->Connections();
     entry->mFrom = iFrom;
     return entry;
 }
@@ -200,7 +200,7 @@ SDS_CachingNameIterator::Entry* SDS_ConnectionClosureIterator::Visit(SDS_Name* i
 // where it was reached from.
 ESDSError SDS_ConnectionClosureIterator::WalkConnections(SDS_Name* iName)
 {
-    if (iName == nullptr || iName->mVisited != 0) return eSDSErr_None;
+    if (iName == nullptr || iName->Links().mVisited != 0) return eSDSErr_None;
     Entry* current = Visit(iName, nullptr);
     if (current == nullptr) return eSDSErr_OutOfMemory;
     while (current != nullptr) {
@@ -211,7 +211,7 @@ ESDSError SDS_ConnectionClosureIterator::WalkConnections(SDS_Name* iName)
         }
         current->mRest = record->NextOf(current->mName);
         SDS_Name* const other = record->OtherThan(current->mName);
-        if (other->mVisited != 0 || (mSkipsQueued && other->mBatchElement.mQueued)) continue;
+        if (other->Links().mVisited != 0 || (mSkipsQueued && other->IsQueued())) continue;
         current = Visit(other, current);
         if (current == nullptr) return eSDSErr_OutOfMemory;
     }

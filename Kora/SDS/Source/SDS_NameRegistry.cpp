@@ -5,11 +5,12 @@
 #include "Kora/SDS/Source/SDS_ConnectionIterator.h"
 #include "Kora/SDS/Source/SDS_NameStore_p.h"
 #include "Kora/SDS/Source/SDS_ParentIterator.h"
+#include "Kora/SDS/Source/SDS_PathMemory_p.h"
+#include "Kora/SDS/Source/SDS_PathReader_p.h"
 #include "Kora/SDS/Source/SDS_TokenDispatcher.h"
 #include "Kora/Sys/Sys_AssertInitialized.h"
 
 #include <algorithm>
-#include <bit>
 #include <cstring>
 #include <memory>
 #include <new>
@@ -18,86 +19,14 @@ SDS_Name* SDS_NameRegistry::fRootNameId = nullptr;
 
 namespace {
 
-constexpr std::size_t cPathBytes = 1024; // with the closing zero
-
-// The eight bytes of a word that are slashes, as their highest bits; exact up to the first one.
-constexpr Cmn_UInt64 SlashesIn(Cmn_UInt64 iWord)
-{
-    constexpr Cmn_UInt64 ones = 0x0101010101010101u;
-    const Cmn_UInt64 zeros = iWord ^ (ones * '/');
-    return (zeros - ones) & ~zeros & (ones << 7);
-}
-
-// The names of a path, one after the other, and the hash down to each. It reads from a copy that ends with a
-// slash and room for a word, so that it can take eight bytes at a time.
-class PathReader
-{
-public:
-    PathReader(const char* iPath, const SDS_Name& iBase)
-        : mHash(iBase.mHash)
-    {
-        const std::size_t length = iPath != nullptr ? std::strlen(iPath) : 0;
-        mTooLong = length >= cPathBytes;
-        if (mTooLong) return;
-        if (length > 0) std::memcpy(mCopy, iPath, length);
-        std::memset(mCopy + length, '/', sizeof(Cmn_UInt64));
-        mNext = mCopy;
-        mEnd = mCopy + length;
-    }
-    PathReader(const PathReader&) = delete;
-    PathReader& operator=(const PathReader&) = delete;
-
-    bool IsTooLong() const { return mTooLong; }
-
-    // False at the end. A name that is too long gives eSDSErr_NameTooLong in oResult.
-    bool Next(SDS_NameText& oText, ESDSError& oResult)
-    {
-        while (mNext < mEnd && *mNext == '/')
-            ++mNext;
-        if (mNext >= mEnd) return false;
-        oText = SDS_NameText();
-        bool ended = false;
-        // Unrolled by hand, so that the words stay in registers.
-        ended = ended || TakeWord(oText.mWords[0]);
-        ended = ended || TakeWord(oText.mWords[1]);
-        ended = ended || TakeWord(oText.mWords[2]);
-        ended = ended || TakeWord(oText.mWords[3]);
-        if (ended) {
-            mHash = SDS_NameStore::HashBelow(mHash, oText);
-            return true;
-        }
-        oResult = eSDSErr_NameTooLong; // 32 bytes without a slash
-        return true;
-    }
-    Cmn_UInt32 GetHash() const { return mHash; }
-
-private:
-    // Takes up to eight bytes of the name; true when it ends there.
-    bool TakeWord(Cmn_UInt64& oWord)
-    {
-        Cmn_UInt64 word = 0;
-        std::memcpy(&word, mNext, sizeof(word));
-        const Cmn_UInt64 slashes = SlashesIn(word);
-        // The first bytes are the low ones: these processors are little-endian.
-        const int bytes = slashes != 0 ? std::countr_zero(slashes) / 8 : 8;
-        oWord = slashes != 0 ? word & ((Cmn_UInt64{1} << (8 * bytes)) - 1) : word;
-        mNext += bytes;
-        return slashes != 0;
-    }
-
-    const char* mNext = nullptr;
-    const char* mEnd = nullptr;
-    Cmn_UInt32 mHash;
-    bool mTooLong;
-    char mCopy[cPathBytes + sizeof(Cmn_UInt64)];
-};
+constexpr std::size_t cPathBytes = SDS_PathReader::cPathBytes;
 
 // Looks in both lists by turns, and so takes no more steps than the shorter one has: a hub has many
 // connections, each of its leaves has few.
 SDS_ConnectionRecord* FindConnection(const SDS_Name& iA, const SDS_Name& iB)
 {
-    SDS_ConnectionRecord* ofA = iA.mConnections;
-    SDS_ConnectionRecord* ofB = iB.mConnections;
+    SDS_ConnectionRecord* ofA = iA.Connections();
+    SDS_ConnectionRecord* ofB = iB.Connections();
     while (ofA != nullptr && ofB != nullptr) {
         if (ofA->OtherThan(&iA) == &iB) return ofA;
         if (ofB->OtherThan(&iB) == &iA) return ofB;
@@ -107,20 +36,49 @@ SDS_ConnectionRecord* FindConnection(const SDS_Name& iA, const SDS_Name& iB)
     return nullptr;
 }
 
+// The node has an audience.
 void LinkConnection(SDS_Name& ioName, SDS_ConnectionRecord& ioRecord)
 {
+    SDS_ConnectionRecord*& first = ioName.mAudience->mConnections;
     ioRecord.PreviousOf(&ioName) = nullptr;
-    ioRecord.NextOf(&ioName) = ioName.mConnections;
-    if (ioName.mConnections != nullptr) ioName.mConnections->PreviousOf(&ioName) = &ioRecord;
-    ioName.mConnections = &ioRecord;
+    ioRecord.NextOf(&ioName) = first;
+    if (first != nullptr) first->PreviousOf(&ioName) = &ioRecord;
+    first = &ioRecord;
 }
 
 void UnlinkConnection(SDS_Name& ioName, SDS_ConnectionRecord& ioRecord)
 {
     SDS_ConnectionRecord* const next = ioRecord.NextOf(&ioName);
     SDS_ConnectionRecord* const previous = ioRecord.PreviousOf(&ioName);
-    (previous != nullptr ? previous->NextOf(&ioName) : ioName.mConnections) = next;
+    (previous != nullptr ? previous->NextOf(&ioName) : ioName.mAudience->mConnections) = next;
     if (next != nullptr) next->PreviousOf(&ioName) = previous;
+}
+
+// Whole paths, up to so many names at once: the last one is looked up by the hash of all of them, and what it
+// is below is compared on the way up.
+ESDSError FindName(SDS_Name& iBase, const char* iPath, std::size_t iLength, SDS_Name*& oName)
+{
+    SDS_PathReader path(iPath, iLength, iBase);
+    if (path.IsTooLong()) return eSDSErr_PathTooLong;
+    constexpr std::size_t cAtOnce = 8;
+    SDS_NameText texts[cAtOnce];
+    SDS_Name* name = &iBase;
+    ESDSError result = eSDSErr_None;
+    bool ended = false;
+    while (!ended) {
+        std::size_t count = 0;
+        Cmn_UInt32 hash = 0;
+        while (count < cAtOnce && !ended) {
+            ended = !path.Next(texts[count], result) || result != eSDSErr_None;
+            if (ended) break;
+            hash = path.GetHash();
+            ++count;
+        }
+        if (count > 0) name = SDS_NameStore::FindBelow(*name, texts, count, hash);
+        if (name == nullptr || (count > 0 && !name->mIsLive)) return eSDSErr_NameNotFound;
+    }
+    if (result == eSDSErr_None) oName = name;
+    return result;
 }
 
 } // namespace
@@ -140,16 +98,20 @@ ESDSError SDS_NameRegistry::GetNameId(SDS_Name* iBase, const char* const iPath, 
     if (oName == nullptr) return eSDSErr_OutOfMemory;
     SDS_Name* name = iBase != nullptr ? iBase : fRootNameId;
     if (!Sys_ASSERT_INITIALIZED(name != nullptr)) return eSDSErr_OutOfMemory;
-    PathReader path(iPath, *name);
-    if (path.IsTooLong()) return eSDSErr_PathTooLong;
-    SDS_NameText text;
-    ESDSError result = eSDSErr_None;
-    while (path.Next(text, result)) {
-        if (result != eSDSErr_None) return result;
-        name = SDS_NameStore::Find(*name, text, path.GetHash());
-        if (name == nullptr || !name->mIsLive) return eSDSErr_NameNotFound;
+    if (iPath == nullptr || *iPath == '\0') {
+        *oName = name;
+        return eSDSErr_None;
     }
-    *oName = name;
+    const std::size_t length = std::strlen(iPath);
+    if (length > SDS_PathMemory::cMaxLength) return FindName(*name, iPath, length, *oName);
+    const SDS_PathMemory::Key key(*name, iPath, length);
+    SDS_Name* found = SDS_PathMemory::Find(key);
+    if (found == nullptr) {
+        const ESDSError result = FindName(*name, iPath, length, found);
+        if (result != eSDSErr_None) return result;
+        if (found != name) SDS_PathMemory::Keep(key, *found);
+    }
+    *oName = found;
     return eSDSErr_None;
 }
 
@@ -158,7 +120,7 @@ ESDSError SDS_NameRegistry::FindOrCreateName(SDS_Name* iBase, const char* const 
 {
     SDS_Name* name = iBase != nullptr ? iBase : fRootNameId;
     if (!Sys_ASSERT_INITIALIZED(name != nullptr)) return eSDSErr_OutOfMemory;
-    PathReader path(iPath, *name);
+    SDS_PathReader path(iPath, iPath != nullptr ? std::strlen(iPath) : 0, *name);
     if (path.IsTooLong()) return eSDSErr_PathTooLong;
     if (!SDS_NameAddReference(*name)) return eSDSErr_OutOfMemory;
     SDS_NameText text;
@@ -185,8 +147,8 @@ ESDSError SDS_NameRegistry::ReserveName(SDS_Name* iBase, const char* const iPath
     SDS_Name* name = nullptr;
     ESDSError result = FindOrCreateName(iBase, iPath, &name);
     if (result != eSDSErr_None) return result;
-    if (name->mReserveCount < SDS_NameStore::cMaxCount) {
-        ++name->mReserveCount;
+    if (name->Links().mReserveCount < SDS_NameStore::cMaxCount) {
+        ++name->Links().mReserveCount;
         *oName = name;
     } else {
         result = eSDSErr_OutOfMemory;
@@ -199,8 +161,8 @@ ESDSError SDS_NameRegistry::FreeName(SDS_Name* iBase, const char* const iPath)
 {
     SDS_Name* name = nullptr;
     if (const ESDSError result = GetNameId(iBase, iPath, &name); result != eSDSErr_None) return result;
-    if (name->mReserveCount < 1) return eSDSErr_NameNotFound;
-    --name->mReserveCount;
+    if (name->Links().mReserveCount < 1) return eSDSErr_NameNotFound;
+    --name->Links().mReserveCount;
     SDS_NameStore::FreeUnlessHeld(name);
     return eSDSErr_None;
 }
@@ -254,7 +216,7 @@ ESDSError SDS_NameRegistry::SetObject(SDS_Name* iBase, const char* const iPath, 
 {
     SDS_Name* name = nullptr;
     const ESDSError result = GetNameId(iBase, iPath, &name);
-    if (result == eSDSErr_None) name->mObject = iObject;
+    if (result == eSDSErr_None) name->Links().mObject = iObject;
     return result;
 }
 
@@ -263,7 +225,7 @@ ESDSError SDS_NameRegistry::GetObject(SDS_Name* iBase, const char* const iPath, 
     if (oObject == nullptr) return eSDSErr_OutOfMemory;
     SDS_Name* name = nullptr;
     const ESDSError result = GetNameId(iBase, iPath, &name);
-    if (result == eSDSErr_None) *oObject = name->mObject;
+    if (result == eSDSErr_None) *oObject = name->Links().mObject;
     return result;
 }
 
@@ -282,7 +244,7 @@ ESDSError SDS_NameRegistry::ConnectNames(SDS_Name* iBaseA, const char* const iPa
     // A connection holds both its ends: their references are given back when it goes.
     SDS_ConnectionRecord* record = nullptr;
     if (a != b && FindConnection(*a, *b) == nullptr) {
-        record = SDS_NameStore::CreateRecord();
+        if (SDS_NameEnsureAudience(*a) && SDS_NameEnsureAudience(*b)) record = SDS_NameStore::CreateRecord();
         if (record == nullptr) result = eSDSErr_OutOfMemory;
     }
     if (record != nullptr) {
@@ -367,34 +329,46 @@ ESDSError SDS_NameRegistry::ResetNameIterator(SDS_Name* iBase, const char* const
     return result == eSDSErr_None ? ioIterator->Reset(name) : result;
 }
 
+namespace {
+
+std::string CountsText(SDS_Name& iName)
+{
+    const SDS_NameLinks& links = iName.Links();
+    int references = links.mReferenceCount;
+    for (SDS_Name* child = links.mLiveChildren; child != nullptr; child = child->Links().mNext)
+        ++references;
+    int connections = 0;
+    SDS_ConnectionRecord* record = iName.Connections();
+    for (; record != nullptr; record = record->NextOf(&iName))
+        ++connections;
+    const Cmn_Int32 listeners = iName.mAudience != nullptr ? iName.mAudience->mListenerCount : 0;
+    return "  reserved " + std::to_string(links.mReserveCount) + ", referenced " +
+           std::to_string(references) + ", connected " + std::to_string(connections) + ", listeners " +
+           std::to_string(listeners) + '\n';
+}
+
+} // namespace
+
 std::string SDS_NameRegistry::Dump(SDS_Name* iBase)
 {
     constexpr std::size_t deepestIndent = 16; // levels
-    const SDS_Name* const base = iBase != nullptr ? iBase : fRootNameId;
+    SDS_Name* const base = iBase != nullptr ? iBase : fRootNameId;
     std::string text;
     std::size_t depth = 0;
-    for (const SDS_Name* name = base; name != nullptr;) {
-        int connections = 0;
-        for (SDS_ConnectionRecord* record = name->mConnections; record != nullptr;
-             record = record->NextOf(name)) {
-            ++connections;
-        }
+    for (SDS_Name* name = base; name != nullptr;) {
         text.append(2 * std::min(depth, deepestIndent), ' ');
         if (depth > deepestIndent) text += '[' + std::to_string(depth) + "] ";
-        text += std::string(name->mParent != nullptr ? name->mText.Text() : "(root)") + "  reserved " +
-                std::to_string(name->mReserveCount) + ", referenced " +
-                std::to_string(name->mReferenceCount) + ", connected " + std::to_string(connections) +
-                ", listeners " + std::to_string(name->mListenerCount) + '\n';
-        if (name->mLiveChildren != nullptr) {
-            name = name->mLiveChildren;
+        text += (name->mParent != nullptr ? name->mText.Text() : "(root)") + CountsText(*name);
+        if (SDS_Name* const child = name->Links().mLiveChildren) {
+            name = child;
             ++depth;
             continue;
         }
-        while (name != base && name->mNext == nullptr) {
+        while (name != base && name->Links().mNext == nullptr) {
             name = name->mParent;
             --depth;
         }
-        name = name != base ? name->mNext : nullptr;
+        name = name != base ? name->Links().mNext : nullptr;
     }
     return text;
 }

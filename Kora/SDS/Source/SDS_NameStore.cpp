@@ -3,7 +3,6 @@
 #include "Kora/SDS/Source/SDS_TokenDispatcher.h"
 #include "Kora/SDS/Source/SDS_TokenTracker.h"
 
-#include <bit>
 #include <new>
 #include <utility>
 
@@ -16,129 +15,82 @@ struct FreeList
 };
 
 // All of it belongs to whoever uses the registry, one thread at a time.
-std::size_t sCellCount = 0;
-SDS_Name* sBlockCursor = nullptr;
-SDS_Name* sBlockEnd = nullptr;
+SDS_NameBlock* sBlock = nullptr; // its memory; a node is made when its cell is taken
+unsigned sBlockCursor = 0;
+SDS_NameBlock* sBlocksEnd = nullptr;
 FreeList sFree;
 SDS_ConnectionRecord* sFreeRecords = nullptr; // linked through mNextOfA
+SDS_NameAudience* sFreeAudiences = nullptr;
 
-void PutInTable(SDS_Name& ioName)
+bool AddBlocks(unsigned iBlocks)
 {
-    SDS_Name*& chain = SDS_NameStore::ChainOf(ioName.mHash);
-    ioName.mNextInTable = chain;
-    chain = &ioName;
-}
-
-void TakeFromTable(SDS_Name& ioName)
-{
-    SDS_Name** link = &SDS_NameStore::ChainOf(ioName.mHash);
-    while (*link != &ioName)
-        link = &(*link)->mNextInTable;
-    *link = ioName.mNextInTable;
-}
-
-// A table for so many cells, with four chains for each: a second name in a chain is a branch that nobody can
-// foresee. False when there is no memory.
-bool GrowTable(std::size_t iCells)
-{
-    const std::size_t size = std::bit_ceil(4 * iCells);
-    const std::size_t sizeBefore = SDS_NameStore::sTable != nullptr ? SDS_NameStore::sTableMask + 1 : 0;
-    if (size <= sizeBefore) return true;
-    SDS_Name** const table = new (std::nothrow) SDS_Name*[size]();
-    if (table == nullptr) return false;
-    SDS_Name** const before = std::exchange(SDS_NameStore::sTable, table);
-    SDS_NameStore::sTableMask = size - 1;
-    for (std::size_t i = 0; i < sizeBefore; ++i) {
-        for (SDS_Name* name = before[i]; name != nullptr;) {
-            SDS_Name* const next = name->mNextInTable;
-            PutInTable(*name);
-            name = next;
-        }
-    }
-    delete[] before;
-    return true;
-}
-
-bool AddBlock(unsigned iCells)
-{
-    if (!GrowTable(sCellCount + iCells)) return false;
-    void* const memory =
-        ::operator new (sizeof(SDS_Name) * iCells, std::align_val_t{alignof(SDS_Name)}, std::nothrow);
+    void* const memory = ::operator new (sizeof(SDS_NameBlock) * iBlocks,
+                                         std::align_val_t{alignof(SDS_NameBlock)}, std::nothrow);
     if (memory == nullptr) return false;
-    sBlockCursor = static_cast<SDS_Name*>(memory);
-    sBlockEnd = sBlockCursor + iCells;
-    sCellCount += iCells;
+    sBlock = static_cast<SDS_NameBlock*>(memory);
+    sBlocksEnd = sBlock + iBlocks;
+    sBlockCursor = 0;
     return true;
 }
 
 SDS_Name* CarveCell()
 {
-    if (sBlockCursor == sBlockEnd && !AddBlock(SDS_NameStore::cLaterBlock)) return nullptr;
-    return new (sBlockCursor++) SDS_Name;
+    if (sBlockCursor == SDS_NameBlock::cNames) {
+        if (++sBlock == sBlocksEnd && !AddBlocks(1)) {
+            --sBlock;
+            return nullptr;
+        }
+        sBlockCursor = 0;
+    }
+    SDS_Name* const name = new (&sBlock->mNames[sBlockCursor]) SDS_Name;
+    new (&sBlock->mLinks[sBlockCursor]) SDS_NameLinks;
+    name->mIndexInBlock = sBlockCursor++ & 0xFF;
+    return name;
 }
 
 void PushFront(SDS_Name*& ioList, SDS_Name& ioName)
 {
-    ioName.mPrevious = nullptr;
-    ioName.mNext = ioList;
-    if (ioList != nullptr) ioList->mPrevious = &ioName;
+    SDS_NameLinks& links = ioName.Links();
+    links.mPrevious = nullptr;
+    links.mNext = ioList;
+    if (ioList != nullptr) ioList->Links().mPrevious = &ioName;
     ioList = &ioName;
 }
 
 void Unlink(SDS_Name*& ioList, SDS_Name& ioName)
 {
-    (ioName.mPrevious != nullptr ? ioName.mPrevious->mNext : ioList) = ioName.mNext;
-    if (ioName.mNext != nullptr) ioName.mNext->mPrevious = ioName.mPrevious;
-    ioName.mNext = ioName.mPrevious = nullptr;
+    const SDS_NameLinks& links = ioName.Links();
+    (links.mPrevious != nullptr ? links.mPrevious->Links().mNext : ioList) = links.mNext;
+    if (links.mNext != nullptr) links.mNext->Links().mPrevious = links.mPrevious;
 }
 
 void AppendFree(SDS_Name& ioName)
 {
-    ioName.mNextFree = nullptr;
-    ioName.mPreviousFree = sFree.mNewest;
-    (sFree.mNewest != nullptr ? sFree.mNewest->mNextFree : sFree.mOldest) = &ioName;
+    SDS_NameLinks& links = ioName.Links();
+    links.mNext = nullptr;
+    links.mPrevious = sFree.newest;
+    (sFree.newest != nullptr ? sFree.newest->Links().mNext : sFree.oldest) = &ioName;
     sFree.mNewest = &ioName;
 }
 
 void TakeFromFree(SDS_Name& ioName)
 {
-    (ioName.mPreviousFree != nullptr ? ioName.mPreviousFree->mNextFree : sFree.mOldest) = ioName.mNextFree;
-    (ioName.mNextFree != nullptr ? ioName.mNextFree->mPreviousFree : sFree.mNewest) = ioName.mPreviousFree;
-    ioName.mNextFree = ioName.mPreviousFree = nullptr;
+    if (sFree.newest == &ioName) sFree.newest = ioName.Links().mPrevious;
+    Unlink(sFree.oldest, ioName);
 }
 
-// The cell of the node that was freed first, out of all lists; null when none is free.
-SDS_Name* RecycleOldest()
+void PrependFree(SDS_Name& ioName)
 {
-    SDS_Name* const name = sFree.mOldest;
-    if (name == nullptr) return nullptr;
-    TakeFromFree(*name);
-    if (name->mParent != nullptr) {
-        Unlink(name->mParent->mDormantChildren, *name);
-        TakeFromTable(*name);
-    }
-    // Nothing leads to its dormant children any more.
-    for (SDS_Name* child = name->mDormantChildren; child != nullptr;) {
-        SDS_Name* const next = child->mNext;
-        TakeFromTable(*child);
-        child->mParent = child->mNext = child->mPrevious = nullptr;
-        child = next;
-    }
-    name->mDormantChildren = nullptr;
-    return name;
+    PushFront(sFree.oldest, ioName);
+    if (sFree.newest == nullptr) sFree.newest = &ioName;
 }
 
-void Initialise(SDS_Name& ioName)
+void FreeAudience(SDS_Name& ioName)
 {
-    ioName.mReserveCount = ioName.mReferenceCount = 0;
-    ioName.mVisited = 0;
-    ioName.mIsLive = true;
-    ioName.mLiveChildren = nullptr;
-    ioName.mConnections = nullptr;
-    ioName.mObject = nullptr;
-    ioName.mFirstListener = ioName.mLastListener = nullptr;
-    ioName.mListenerCount = 0;
-    ioName.mBatchElement = {&ioName, nullptr, nullptr, false};
+    SDS_NameAudience* const audience = std::exchange(ioName.mAudience, nullptr);
+    if (audience == nullptr) return;
+    audience->mNextFree = sFreeAudiences;
+    sFreeAudiences = audience;
 }
 
 void MakeDormant(SDS_Name& ioName)
@@ -148,49 +100,86 @@ void MakeDormant(SDS_Name& ioName)
     SDS_TokenDispatcher::TakeOffBatchList(ioName);
     // Before the cell can be used anew.
     static_cast<void>(SDS_TokenDispatcher::FreeActiveListenerList(&ioName));
-    Unlink(ioName.mParent->mLiveChildren, ioName);
-    PushFront(ioName.mParent->mDormantChildren, ioName);
-    ioName.mIsLive = false;
-    ioName.mObject = nullptr;
+    FreeAudience(ioName);
+    Unlink(ioName.mParent->Links().mLiveChildren, ioName);
+    ioName.mIsLive = 0;
     AppendFree(ioName);
+}
+
+bool IsHeld(SDS_Name& ioName)
+{
+    const SDS_NameLinks& links = ioName.Links();
+    return links.mReserveCount > 0 || links.mReferenceCount > 0 || links.mLiveChildren != nullptr;
 }
 
 } // namespace
 
 bool SDS_NameAddReference(SDS_Name& ioName)
 {
-    if (ioName.mReferenceCount >= SDS_NameStore::cMaxCount) return false;
-    ++ioName.mReferenceCount;
+    Cmn_Int16& count = ioName.Links().mReferenceCount;
+    if (count >= SDS_NameStore::cMaxCount) return false;
+    ++count;
     return true;
 }
 
 void SDS_NameRelease(SDS_Name& ioName)
 {
-    --ioName.mReferenceCount;
+    --ioName.Links().mReferenceCount;
     SDS_NameStore::FreeUnlessHeld(&ioName);
 }
 
-bool SDS_NameStore::Init() { return AddBlock(cFirstBlock); }
+bool SDS_NameEnsureAudience(SDS_Name& ioName)
+{
+    if (ioName.mAudience != nullptr) return true;
+    if (sFreeAudiences == nullptr) {
+        SDS_NameAudience* const block = new (std::nothrow) SDS_NameAudience[SDS_NameStore::cAudienceBlock];
+        if (block == nullptr) return false;
+        for (unsigned i = 0; i < SDS_NameStore::cAudienceBlock; ++i) {
+            block[i].mNextFree = sFreeAudiences;
+            sFreeAudiences = &block[i];
+        }
+    }
+    SDS_NameAudience* const audience = std::exchange(sFreeAudiences, sFreeAudiences->mNextFree);
+    *audience = SDS_NameAudience();
+    audience->mBatchElement.name = &ioName;
+    ioName.mAudience = audience;
+    return true;
+}
+
+bool SDS_NameStore::Init() { return sBlock != nullptr || (sTable.Init() && AddBlocks(cFirstBlocks)); }
+
+// The oldest free cell, with nothing below it, or a new one; in the table under its new name.
+SDS_Name* SDS_NameStore::MakeCell(SDS_Name& ioParent, const SDS_NameText& iText, Cmn_UInt32 iHash)
+{
+    const bool isRecycled = sFree.oldest != nullptr;
+    SDS_Name* const name = isRecycled ? sFree.oldest : CarveCell();
+    if (name == nullptr) return nullptr;
+    if (isRecycled) {
+        TakeFromFree(*name);
+        if (name->mParent != nullptr) sTable.Erase(*name);
+        if (name->mGeneration != SDS_Name::cLastGeneration) ++name->mGeneration;
+    }
+    name->mText = iText;
+    name->mParent = &ioParent;
+    name->mHash = iHash;
+    if (sTable.Insert(*name)) return name;
+    // Nameless it is the first to be tried again.
+    name->mParent = nullptr;
+    PrependFree(*name);
+    return nullptr;
+}
 
 SDS_Name* SDS_NameStore::Create(SDS_Name& ioParent, const SDS_NameText& iText, Cmn_UInt32 iHash)
 {
-    if (ioParent.mReferenceCount >= cMaxCount) return nullptr;
     SDS_Name* name = Find(ioParent, iText, iHash);
-    if (name != nullptr) {
-        Unlink(ioParent.mDormantChildren, *name);
+    if (name != nullptr)
         TakeFromFree(*name);
-    } else {
-        name = RecycleOldest();
-        if (name == nullptr) name = CarveCell();
-        if (name == nullptr) return nullptr;
-        name->mText = iText;
-        name->mParent = &ioParent;
-        name->mHash = iHash;
-        PutInTable(*name);
-    }
-    Initialise(*name);
-    ++ioParent.mReferenceCount;
-    PushFront(ioParent.mLiveChildren, *name);
+    else
+        name = MakeCell(ioParent, iText, iHash);
+    if (name == nullptr) return nullptr;
+    name->mIsLive = 1;
+    name->Links() = SDS_NameLinks();
+    PushFront(ioParent.Links().mLiveChildren, *name);
     return name;
 }
 
@@ -198,19 +187,16 @@ SDS_Name* SDS_NameStore::CreateRoot()
 {
     SDS_Name* const root = CarveCell();
     if (root == nullptr) return nullptr;
-    Initialise(*root);
-    root->mReferenceCount = 1;
+    root->mIsLive = 1;
+    root->Links().mReferenceCount = 1;
     return root;
 }
 
 void SDS_NameStore::FreeUnlessHeld(SDS_Name* ioName)
 {
-    while (ioName->mIsLive && ioName->mReserveCount <= 0 && ioName->mReferenceCount <= 0 &&
-           ioName->mParent != nullptr)
-    {
+    while (ioName->mIsLive && ioName->mParent != nullptr && !IsHeld(*ioName)) {
         SDS_Name* const parent = ioName->mParent;
         MakeDormant(*ioName);
-        --parent->mReferenceCount;
         ioName = parent;
     }
 }

@@ -1,10 +1,11 @@
-// SDS_NameStore: the nodes' memory, and the table that finds a child by its parent and name.
+// SDS_NameStore: the nodes' memory, and the making and freeing of nodes.
 //
-// Nodes are cells of blocks that are never handed back; freed ones are used anew, the one that was freed
-// first before the others. The table is a power of two of chains, at least four for each cell, so it grows
-// with the blocks only. Connection records come from blocks too: in the steady state nothing is allocated.
+// Nodes are cells of blocks that are never handed back; freed ones are used anew, the one that was
+// freed first before the others. Connection records and audiences come from blocks too: in the steady
+// state nothing is allocated.
 #pragma once
 
+#include "Kora/SDS/Source/SDS_NameTable_p.h"
 #include "Kora/SDS/Source/SDS_Name_p.h"
 
 #include <bit>
@@ -13,9 +14,9 @@
 class SDS_NameStore
 {
 public:
-    static constexpr unsigned cFirstBlock = 2048; // nodes
-    static constexpr unsigned cLaterBlock = 256;
+    static constexpr unsigned cFirstBlocks = 8;   // laid side by side: 2048 nodes
     static constexpr unsigned cRecordBlock = 256; // connections
+    static constexpr unsigned cAudienceBlock = 64;
     static constexpr Cmn_Int16 cMaxCount = 32767;
 
     // False when there is no memory.
@@ -26,8 +27,11 @@ public:
     static Cmn_UInt32 HashBelow(Cmn_UInt32 iHash, const SDS_NameText& iText);
     // The node of this name under the parent, live or dormant; null when there is none.
     static SDS_Name* Find(const SDS_Name& iParent, const SDS_NameText& iText, Cmn_UInt32 iHash);
+    // The node of a path of one or more names below another. Its hash is that of the whole path.
+    static SDS_Name* FindBelow(const SDS_Name& iBase, const SDS_NameText* iTexts, std::size_t iCount,
+                               Cmn_UInt32 iHash);
     // A live node, with no counts: the dormant one of this name, or else the one freed first, or else a new
-    // cell. Null when there is no memory, or the parent's references are at their limit.
+    // cell. Null when there is no memory.
     static SDS_Name* Create(SDS_Name& ioParent, const SDS_NameText& iText, Cmn_UInt32 iHash);
     static SDS_Name* CreateRoot();
     // Makes nodes dormant that nobody holds, from this one upwards.
@@ -36,10 +40,10 @@ public:
     static SDS_ConnectionRecord* CreateRecord();
     static void FreeRecord(SDS_ConnectionRecord* ioRecord);
 
-    // The table, for the store itself.
-    static SDS_Name*& ChainOf(Cmn_UInt32 iHash) { return sTable[iHash & sTableMask]; }
-    inline static SDS_Name** sTable = nullptr;
-    inline static std::size_t sTableMask = 0;
+private:
+    static SDS_Name* MakeCell(SDS_Name& ioParent, const SDS_NameText& iText, Cmn_UInt32 iHash);
+
+    inline static SDS_NameTable sTable;
 };
 
 // Sums of products, whose high half depends on every bit, folded; the parent's hash is added late, so that
@@ -56,8 +60,20 @@ inline Cmn_UInt32 SDS_NameStore::HashBelow(Cmn_UInt32 iHash, const SDS_NameText&
 
 inline SDS_Name* SDS_NameStore::Find(const SDS_Name& iParent, const SDS_NameText& iText, Cmn_UInt32 iHash)
 {
-    for (SDS_Name* name = ChainOf(iHash); name != nullptr; name = name->mNextInTable) {
-        if (name->mHash == iHash && name->mParent == &iParent && name->mText == iText) return name;
-    }
-    return nullptr;
+    return sTable.Find(
+        iHash, [&](const SDS_Name& iName) { return iName.mParent == &iParent && iName.mText == iText; });
+}
+
+inline SDS_Name* SDS_NameStore::FindBelow(const SDS_Name& iBase, const SDS_NameText* iTexts,
+                                          std::size_t iCount, Cmn_UInt32 iHash)
+{
+    return sTable.Find(iHash, [&](const SDS_Name& iName) {
+        const SDS_Name* name = &iName;
+        for (std::size_t i = iCount; i > 0; --i) {
+            // The root ends every way up: it is called "", and no name of a path is.
+            if (!(name->mText == iTexts[i - 1])) return false;
+            name = name->mParent;
+        }
+        return name == &iBase;
+    });
 }

@@ -6,7 +6,7 @@
 #include "Kora/SDS/Source/SDS_TokenTask.h"
 #include "OstrelPlatformSupport/IPSSyncPrim.h"
 
-// A node's list of listeners, or the dispatcher's list of global ones.
+// The list of listeners of a node's audience, or the dispatcher's list of global ones.
 struct SDS_NameListeners
 {
     template <class THolder>
@@ -33,7 +33,8 @@ struct SDS_NameListeners
 
     static void DetachAll(SDS_Name& ioName)
     {
-        while (SDS_TokenListener* const listener = ioName.mFirstListener) {
+        if (ioName.mAudience == nullptr) return;
+        while (SDS_TokenListener* const listener = ioName.mAudience->mFirstListener) {
             listener->LeaveLists();
             listener->LeaveChain();
             listener->mName = nullptr;
@@ -106,8 +107,10 @@ ESDSError SDS_TokenListener::Activate()
     if (mActive || mTask == nullptr || (mName == nullptr && !mGlobal)) return eSDSErr_None;
     if (mGlobal)
         SDS_NameListeners::Append(SDS_DispatcherState::fGlobalListeners, *this);
+    else if (SDS_NameEnsureAudience(*mName))
+        SDS_NameListeners::Append(*mName->mAudience, *this);
     else
-        SDS_NameListeners::Append(*mName, *this);
+        return eSDSErr_OutOfMemory;
     mTask->AddListener(this);
     mNewestMail = 0;
     mActive = true;
@@ -136,7 +139,7 @@ void SDS_TokenListener::LeaveLists()
     if (mGlobal)
         SDS_NameListeners::Remove(SDS_DispatcherState::fGlobalListeners, *this);
     else
-        SDS_NameListeners::Remove(*mName, *this);
+        SDS_NameListeners::Remove(*mName->mAudience, *this);
     mTask->RemoveListener(this);
     mActive = false;
 }

@@ -12,9 +12,10 @@ namespace {
 
 using State = SDS_DispatcherState;
 
+// The node has an audience.
 void PutOnBatchList(SDS_Name& ioName)
 {
-    SDS_NameListElement& element = ioName.mBatchElement;
+    SDS_NameListElement& element = ioName.mAudience->mBatchElement;
     SDS_BatchList& batch = State::fBatchRebuildActiveListenerList;
     element.mQueued = true;
     element.mNext = nullptr;
@@ -76,9 +77,10 @@ void ForEach(SDS_ConnectionClosureIterator& ioClosure, TVisit iVisit)
 ESDSError PutClosureOnBatchList(SDS_Name& ioName)
 {
     SDS_Name* from = &ioName;
-    if (from->mBatchElement.mQueued && from->mConnections != nullptr)
-        from = from->mConnections->OtherThan(from);
-    if (from->mBatchElement.mQueued) return eSDSErr_None;
+    if (from->IsQueued() && from->Connections() != nullptr) from = from->Connections()->OtherThan(from);
+    if (from->IsQueued()) return eSDSErr_None;
+    // The others are connected, and so have one.
+    if (!SDS_NameEnsureAudience(*from)) return eSDSErr_OutOfMemory;
     SDS_ConnectionClosureIterator closure(SDS_ConnectionClosureIterator::Walk::eUnheldUnqueued);
     if (const ESDSError result = closure.Reset(from); result != eSDSErr_None) return result;
     ForEach(closure, PutOnBatchList);
@@ -100,7 +102,9 @@ SDS_ActiveListenerList* BuildList(SDS_ConnectionClosureIterator& ioClosure)
     SDS_ActiveListenerList* const list = SDS_ActiveListenerList::Create();
     if (list == nullptr) return nullptr;
     bool built = true;
-    ForEach(ioClosure, [&](SDS_Name& iName) { built = built && AppendAll(*list, iName.mFirstListener); });
+    ForEach(ioClosure, [&](SDS_Name& iName) {
+        if (iName.mAudience != nullptr) built = built && AppendAll(*list, iName.mAudience->mFirstListener);
+    });
     if (built) return list;
     Discard(*list);
     return nullptr;
@@ -110,8 +114,8 @@ SDS_ActiveListenerList* BuildList(SDS_ConnectionClosureIterator& ioClosure)
 
 void SDS_TokenDispatcher::TakeOffBatchList(SDS_Name& ioName)
 {
-    SDS_NameListElement& element = ioName.mBatchElement;
-    if (!element.mQueued) return;
+    if (!ioName.IsQueued()) return;
+    SDS_NameListElement& element = ioName.mAudience->mBatchElement;
     SDS_BatchList& batch = State::fBatchRebuildActiveListenerList;
     (element.mPrevious != nullptr ? element.mPrevious->mNext : batch.mFirst) = element.mNext;
     (element.mNext != nullptr ? element.mNext->mPrevious : batch.mLast) = element.mPrevious;
