@@ -25,6 +25,15 @@ std::vector<Cmn_Int32> Frames()
     return frames;
 }
 
+std::vector<Time_SMPTE> Labels(ETimeCodeFormat iFormat)
+{
+    std::vector<Time_SMPTE> labels(cCount, Time_SMPTE(iFormat));
+    const std::vector<Cmn_Int32> frames = Frames();
+    for (std::size_t at = 0; at < cCount; ++at)
+        labels[at].SetFromTotalFrames(frames[at]);
+    return labels;
+}
+
 void BM_FramesToLabel(benchmark::State& ioState, ETimeCodeFormat iFormat)
 {
     const std::vector<Cmn_Int32> frames = Frames();
@@ -41,10 +50,7 @@ BENCHMARK_CAPTURE(BM_FramesToLabel, 25, eTimeCodeFormat_25);
 
 void BM_LabelToFrames(benchmark::State& ioState, ETimeCodeFormat iFormat)
 {
-    std::vector<Time_SMPTE> labels(cCount, Time_SMPTE(iFormat));
-    const std::vector<Cmn_Int32> frames = Frames();
-    for (std::size_t at = 0; at < cCount; ++at)
-        labels[at].SetFromTotalFrames(frames[at]);
+    const std::vector<Time_SMPTE> labels = Labels(iFormat);
     std::size_t at = 0;
     for (auto _ : ioState)
         benchmark::DoNotOptimize(labels[at++ % cCount].GetTotalFrames());
@@ -53,9 +59,41 @@ BENCHMARK_CAPTURE(BM_LabelToFrames, 2997Drop, eTimeCodeFormat_2997Drop);
 BENCHMARK_CAPTURE(BM_LabelToFrames, 5994Drop, eTimeCodeFormat_5994Drop);
 BENCHMARK_CAPTURE(BM_LabelToFrames, 25, eTimeCodeFormat_25);
 
+// Into a buffer of the caller's; then as a string.
+void BM_LabelToText(benchmark::State& ioState)
+{
+    const std::vector<Time_SMPTE> labels = Labels(eTimeCodeFormat_2997Drop);
+    std::size_t at = 0;
+    char text[Time_SMPTE::cTextBytes];
+    for (auto _ : ioState) {
+        benchmark::DoNotOptimize(labels[at++ % cCount].ToText(text));
+        benchmark::DoNotOptimize(text);
+    }
+}
+BENCHMARK(BM_LabelToText);
+
+void BM_LabelToString(benchmark::State& ioState)
+{
+    const std::vector<Time_SMPTE> labels = Labels(eTimeCodeFormat_2997Drop);
+    std::size_t at = 0;
+    for (auto _ : ioState)
+        benchmark::DoNotOptimize(labels[at++ % cCount].ToString());
+}
+BENCHMARK(BM_LabelToString);
+
 // The peer counts labels but has no running count: what can be compared is the step
 // to the next frame's label.
 void BM_NextLabel(benchmark::State& ioState)
+{
+    Time_SMPTE time(eTimeCodeFormat_2997Drop);
+    for (auto _ : ioState) {
+        time.StepToNextFrame();
+        benchmark::DoNotOptimize(time);
+    }
+}
+BENCHMARK(BM_NextLabel);
+
+void BM_NextLabelByCount(benchmark::State& ioState)
 {
     Time_SMPTE time(eTimeCodeFormat_2997Drop);
     for (auto _ : ioState) {
@@ -63,7 +101,7 @@ void BM_NextLabel(benchmark::State& ioState)
         benchmark::DoNotOptimize(time);
     }
 }
-BENCHMARK(BM_NextLabel);
+BENCHMARK(BM_NextLabelByCount);
 
 #ifdef KORA_BENCH_LTC
 void BM_NextLabelLibltc(benchmark::State& ioState)

@@ -123,6 +123,24 @@ constexpr bool IsEarlySeventhMinute(const Format& iFormat, Cmn_Int32 iMinutes, C
     return iFormat.mFramesPerSecond == 60 && iMinutes % 10 == 7 && iFrames == 3;
 }
 
+// Two decimal digits of all numbers below 100.
+constexpr std::array<std::array<char, 2>, 100> cTwoDigits = [] {
+    std::array<std::array<char, 2>, 100> digits = {};
+    for (std::size_t i = 0; i < digits.size(); ++i)
+        digits[i] = {static_cast<char>('0' + i / 10), static_cast<char>('0' + i % 10)};
+    return digits;
+}();
+
+// Two digits, or three from 100 on; returns where they end.
+char* WriteField(char* oText, Cmn_UInt8 iField)
+{
+    if (iField >= 100) *oText++ = static_cast<char>('0' + iField / 100);
+    const std::array<char, 2> digits = cTwoDigits[iField < 100 ? iField : iField % 100];
+    oText[0] = digits[0];
+    oText[1] = digits[1];
+    return oText + 2;
+}
+
 // Two decimal digits at iAt, or -1.
 Cmn_Int32 TwoDigits(const std::string& iText, std::size_t iAt)
 {
@@ -204,6 +222,21 @@ void Time_SMPTE::SetFromTotalFrames(Cmn_Int32 iFrames)
     }
 }
 
+// What is odd about drop formats and days happens in a minute's first or last second; in those
+// between, labels just count on.
+void Time_SMPTE::StepToNextFrame()
+{
+    constexpr Cmn_UInt8 last = 57;
+    const Cmn_Int32 framesPerSecond = FormatOf(mFormat).mFramesPerSecond;
+    const bool isPlain =
+        mSeconds >= 1 && mSeconds <= last && mMinutes < 60 && mHours < 24 && mFrames < framesPerSecond;
+    if (!isPlain) return SetFromTotalFrames(Cmn_WrapAdd(GetTotalFrames(), 1));
+    mSubSamples = 0;
+    if (++mFrames < framesPerSecond) return;
+    mFrames = 0;
+    ++mSeconds;
+}
+
 template <Cmn_Int32 cFramesPerSecond>
 void Time_SMPTE::SetFields(Cmn_Int32 iLabels)
 {
@@ -280,10 +313,21 @@ bool Time_SMPTE::IsLabel() const
 
 std::string Time_SMPTE::ToString() const
 {
-    std::array<char, 20> text;
-    std::snprintf(text.data(), text.size(), "%02d:%02d:%02d%c%02d", mHours, mMinutes, mSeconds,
-                  IsDropFormat(mFormat) ? ';' : ':', mFrames);
-    return text.data();
+    char text[cTextBytes];
+    return std::string(text, ToText(text));
+}
+
+std::size_t Time_SMPTE::ToText(char* oText) const
+{
+    char* at = WriteField(oText, mHours);
+    *at++ = ':';
+    at = WriteField(at, mMinutes);
+    *at++ = ':';
+    at = WriteField(at, mSeconds);
+    *at++ = IsDropFormat(mFormat) ? ';' : ':';
+    at = WriteField(at, mFrames);
+    *at = '\0';
+    return static_cast<std::size_t>(at - oText);
 }
 
 bool Time_SMPTE::FromString(const std::string& iText)

@@ -15,6 +15,7 @@
 #include "Kora/Time/Values/Time_Sample.h"
 
 #include <compare>
+#include <cstddef>
 #include <string>
 
 class KORA_API_NODISCARD Time_SMPTE
@@ -50,6 +51,9 @@ public:
     // has fewer frames than labels. Test: CountsOutsideTheDayWrapOnce
     void SetFromTotalFrames(Cmn_Int32 iFrames);
 
+    // The label of the next frame: as SetFromTotalFrames(GetTotalFrames() + 1), at a fraction of its cost.
+    void StepToNextFrame();
+
     // Frames × 100, and of the rest the last subframe that starts at or before it.
     Cmn_Int32 GetTotalSubframes() const;
     // Negative counts are 0. GetTotalSubframes gives the same count back.
@@ -75,6 +79,10 @@ public:
     [[nodiscard]] bool IsLabel() const;
     // "01:02:03:04", in drop formats "01:02:03;04". The fields as they stand.
     [[nodiscard]] std::string ToString() const;
+    // The same into the caller's cTextBytes, closed by a zero; allocates nothing. Returns the characters
+    // before the zero: 11 for a label, more where a field is above 99.
+    static constexpr std::size_t cTextBytes = 16;
+    std::size_t ToText(char* oText) const;
     // Reads what ToString writes; drop formats also take ":" before the frames. Only labels of the format are
     // taken; subSamples become 0. Anything else is false and changes nothing.
     [[nodiscard]] bool FromString(const std::string& iText);

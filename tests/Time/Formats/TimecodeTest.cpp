@@ -77,6 +77,12 @@ TEST_P(FormatTest, EveryLabelOfADay)
         const bool exists = odd || !counter.IsLeftOut();
         if (label.IsLabel() != exists || (exists && label.GetTotalFrames() != expected))
             FAIL() << label.Dump() << " is frame " << label.GetTotalFrames() << ", not " << expected;
+        Time_SMPTE stepped = label;
+        Time_SMPTE counted = label;
+        stepped.SetSubSamples(0.5);
+        stepped.StepToNextFrame();
+        counted.SetFromTotalFrames(label.GetTotalFrames() + 1);
+        if (stepped != counted) FAIL() << label.Dump() << " is followed by " << stepped.Dump();
         frame += counter.IsLeftOut() ? 0 : 1;
         if (counter.mHours > 0) continue;
         Time_SMPTE moved = label;
@@ -194,6 +200,11 @@ TEST(Timecode, CountsOutsideTheDayWrapOnce)
     for (const auto& [name, format, frames, label] : cCases) {
         Time_SMPTE time(format);
         time.SetFromTotalFrames(frames);
+        char text[Time_SMPTE::cTextBytes + 1];
+        std::fill_n(text, sizeof text, '!');
+        EXPECT_EQ(time.ToText(text), std::string(label).size()) << name;
+        EXPECT_EQ(std::string(text), label) << name;
+        EXPECT_EQ(text[Time_SMPTE::cTextBytes], '!') << name;
         EXPECT_EQ(time.ToString(), label) << name;
         time.SetFromTotalFrames(cLeast); // has to survive, sanitized
     }
