@@ -63,35 +63,96 @@ std::string BindingText(const DAW_KeyBinding& iBinding)
 
 } // namespace
 
+void DAW_KeyBindingMap::Candidates::ReserveOneMore()
+{
+    const std::size_t count = mBindings.size() + 1;
+    if (count <= mDigests.capacity()) return;
+    mBindings.reserve(2 * count);
+    mGroups.reserve(2 * count);
+    mDigests.reserve(2 * count);
+}
+
+// There is room.
+void DAW_KeyBindingMap::Candidates::Append(DAW_KeyBinding& iBinding)
+{
+    const auto place = static_cast<Cmn_UInt32>(mBindings.size());
+    mBindings.push_back({&iBinding, cNone});
+    if (mIsStale) return;
+    const Cmn_UInt16 digest = DigestOf(*iBinding.GetEventModifiers());
+    const auto group = std::find(mDigests.begin(), mDigests.end(), digest);
+    AppendToGroup(static_cast<std::size_t>(group - mDigests.begin()), digest, place);
+}
+
+void DAW_KeyBindingMap::Candidates::AppendToGroup(std::size_t iGroup, Cmn_UInt16 iDigest, Cmn_UInt32 iPlace)
+{
+    mBindings[iPlace].mNext = cNone;
+    if (iGroup == mGroups.size()) {
+        mGroups.push_back({iPlace, iPlace});
+        mDigests.push_back(iDigest);
+    } else {
+        mBindings[mGroups[iGroup].mLast].mNext = iPlace;
+        mGroups[iGroup].mLast = iPlace;
+    }
+}
+
+void DAW_KeyBindingMap::Candidates::Regroup()
+{
+    // Which group a digest has, and 0 for none, counted from 1; all 0 before and after. The
+    // user-interface thread's.
+    static Cmn_UInt16 groups[1 << 14];
+    mGroups.clear();
+    mDigests.clear();
+    for (Cmn_UInt32 place = 0; place < mBindings.size(); ++place) {
+        const Cmn_UInt16 digest = DigestOf(*mBindings[place].mBinding->GetEventModifiers());
+        const bool isNew = groups[digest] == 0;
+        if (isNew) groups[digest] = static_cast<Cmn_UInt16>(mGroups.size() + 1);
+        AppendToGroup(groups[digest] - std::size_t{1}, digest, place);
+    }
+    for (const Cmn_UInt16 digest : mDigests)
+        groups[digest] = 0;
+    mIsStale = false;
+}
+
+DAW_KeyBinding* DAW_KeyBindingMap::Candidates::FirstMatch(const DAW_EventModifiers& iModifiers) const
+{
+    const Cmn_UInt16 given = DigestOf(iModifiers);
+    Cmn_UInt32 first = cNone;
+    for (std::size_t at = 0; (at = FirstThatMayMatch(mDigests, given, at)) < mGroups.size(); ++at) {
+        Cmn_UInt32 place = mGroups[at].mFirst;
+        if (place >= first) break;
+        // All of a group match or none, but for values that no enumeration has.
+        while (place < first && !mBindings[place].mBinding->GetEventModifiers()->Matches(iModifiers))
+            place = mBindings[place].mNext;
+        first = std::min(first, place);
+    }
+    return first != cNone ? mBindings[first].mBinding : nullptr;
+}
+
 DAW_KeyBindingMap::DAW_KeyBindingMap()
-    : mCandidates(cDAW_NumKeyCodes + 1)
+    : mCandidates(cDAW_NumKeyCodes)
     , mNumChangesSeen(DAW_EventModifiers::GetNumChangesInMaps())
 {
 }
 
 DAW_KeyBindingMap::~DAW_KeyBindingMap() = default;
 
-std::size_t DAW_KeyBindingMap::ListOf(DAW_EKeyCode iKeyCode)
+DAW_KeyBindingMap::Candidates* DAW_KeyBindingMap::ListOf(DAW_EKeyCode iKeyCode) const
 {
-    return static_cast<std::size_t>(DAW_IsKeyCode(iKeyCode) ? iKeyCode : cDAW_NumKeyCodes);
+    if (DAW_IsKeyCode(iKeyCode)) return &mCandidates[static_cast<std::size_t>(iKeyCode)];
+    const auto list = mCandidatesOfUnknown.find(iKeyCode);
+    return list != mCandidatesOfUnknown.end() ? &list->second : nullptr;
 }
 
 void DAW_KeyBindingMap::AddKeyBinding(const Cmn_RefCountPtr<DAW_KeyBinding>& iBinding)
 {
     if (!Cmn_ASSERT(iBinding && iBinding->GetKeyEvent() && iBinding->GetEventModifiers())) return;
     const DAW_EKeyCode code = iBinding->GetKeyEvent()->GetKeyCode();
-    const DAW_EventModifiers& modifiers = *iBinding->GetEventModifiers();
-    Candidates& list = mCandidates[ListOf(code)];
-    const auto entry = mKeyMap.emplace(iBinding->GetKeyEvent(), iBinding);
-    try {
-        list.mDigests.push_back(DigestOf(modifiers));
-        list.mBindings.push_back({code, iBinding.get()});
-    } catch (...) {
-        list.mDigests.resize(list.mBindings.size());
-        mKeyMap.erase(entry);
-        throw;
-    }
-    modifiers.SetIsInMap();
+    if (!DAW_IsKeyCode(code)) mCandidatesOfUnknown.try_emplace(code);
+    Candidates& list = *ListOf(code);
+    list.ReserveOneMore();
+    mKeyMap.emplace(iBinding->GetKeyEvent(), iBinding);
+    list.Append(*iBinding);
+    iBinding->GetEventModifiers()->SetIsInMap();
 }
 
 void DAW_KeyBindingMap::DeleteKeyBinding(const Cmn_RefCountPtr<DAW_KeyBinding>& iBinding)
@@ -104,20 +165,14 @@ void DAW_KeyBindingMap::DeleteKeyBinding(const Cmn_RefCountPtr<DAW_KeyBinding>& 
         std::find_if(first, last, [&](const auto& iEntry) { return iEntry.second == binding; });
     if (entry == last) return;
     mKeyMap.erase(entry);
-    Candidates& list = mCandidates[ListOf(binding->GetKeyEvent()->GetKeyCode())];
-    const auto place =
-        std::find_if(list.mBindings.begin(), list.mBindings.end(),
-                     [&](const Candidate& iCandidate) { return iCandidate.mBinding == binding.get(); });
-    list.mDigests.erase(list.mDigests.begin() + (place - list.mBindings.begin()));
-    list.mBindings.erase(place);
-}
-
-void DAW_KeyBindingMap::RefreshDigests() const
-{
-    for (Candidates& list : mCandidates)
-        for (std::size_t at = 0; at < list.mBindings.size(); ++at)
-            list.mDigests[at] = DigestOf(*list.mBindings[at].mBinding->GetEventModifiers());
-    mNumChangesSeen = DAW_EventModifiers::GetNumChangesInMaps();
+    const DAW_EKeyCode code = binding->GetKeyEvent()->GetKeyCode();
+    Candidates& list = *ListOf(code);
+    const auto isIt = [&](const Candidates::Candidate& iCandidate) {
+        return iCandidate.mBinding == binding.get();
+    };
+    list.mBindings.erase(std::find_if(list.mBindings.begin(), list.mBindings.end(), isIt));
+    list.mIsStale = true;
+    if (list.mBindings.empty() && !DAW_IsKeyCode(code)) mCandidatesOfUnknown.erase(code);
 }
 
 Cmn_RefCountPtr<DAW_KeyBinding>
@@ -125,17 +180,17 @@ DAW_KeyBindingMap::FindMatchingKeyBinding(const Cmn_RefCountPtr<DAW_KeyEvent>& i
                                           const Cmn_AliasedRefCountPtr<DAW_EventModifiers>& iModifiers) const
 {
     if (!Cmn_ASSERT(iEvent && iModifiers)) return nullptr;
-    const DAW_EKeyCode code = iEvent->GetKeyCode();
-    if (mNumChangesSeen != DAW_EventModifiers::GetNumChangesInMaps()) RefreshDigests();
-    const Candidates& list = mCandidates[ListOf(code)];
-    const Cmn_UInt16 given = DigestOf(*iModifiers);
-    for (std::size_t at = 0; (at = FirstThatMayMatch(list.mDigests, given, at)) < list.mBindings.size(); ++at)
-    {
-        const Candidate& candidate = list.mBindings[at];
-        if (candidate.mKeyCode == code && candidate.mBinding->GetEventModifiers()->Matches(*iModifiers))
-            return candidate.mBinding;
+    if (mNumChangesSeen != DAW_EventModifiers::GetNumChangesInMaps()) {
+        for (Candidates& list : mCandidates)
+            list.mIsStale = true;
+        for (auto& [code, list] : mCandidatesOfUnknown)
+            list.mIsStale = true;
+        mNumChangesSeen = DAW_EventModifiers::GetNumChangesInMaps();
     }
-    return nullptr;
+    Candidates* const list = ListOf(iEvent->GetKeyCode());
+    if (list == nullptr) return nullptr;
+    if (list->mIsStale) list->Regroup();
+    return list->FirstMatch(*iModifiers);
 }
 
 const DAW_KeyBindingMap::KeyMap& DAW_KeyBindingMap::GetKeyMap() const { return mKeyMap; }

@@ -2,12 +2,15 @@
 //
 // Order:     ascending key codes; bindings of one key code in the order in which they were added. Of those
 //            that match an event the first wins.
-// Invariant: mCandidates holds the bindings of mKeyMap, those of each key in the same order. No
+// Invariant: the candidates are the bindings of mKeyMap, those of each key in the same order. No
 // digest rules a match out.
 // Threads:   the user-interface thread only; nothing is locked.
 // Ownership: refers to its bindings. What a binding refers to stays alive with it, its command does not.
-// Real time: FindMatchingKeyBinding looks at two bytes for each binding of the key, and allocates nothing.
-//            The first one after a state of bound modifiers was set looks at all bindings once.
+// Real time: FindMatchingKeyBinding looks at two bytes for each combination of states that bindings of
+//            the key ask for, of which there are 648, however many the bindings are; and at each binding
+//            that asks for a value that no enumeration has. It allocates nothing. The first one after a
+//            binding of the key was deleted, or a state of bound modifiers was set, looks at all
+//            bindings of the key once.
 #pragma once
 
 #include "Bastel/Cmn/Cmn_RefCount.h"
@@ -59,21 +62,37 @@ public:
     [[nodiscard]] std::string Dump() const;
 
 private:
-    // The bindings of one key code; those of unknown codes share a list.
-    struct Candidate
-    {
-        DAW_EKeyCode mKeyCode;
-        DAW_KeyBinding* mBinding; // kept alive by the map's entry
-    };
+    // The bindings of one key code, in their order, and chained in groups whose modifiers have the same
+    // digest. Groups stand in the order of their first bindings.
     struct Candidates
     {
+        static constexpr Cmn_UInt32 cNone = 0xFFFFFFFF;
+        struct Candidate
+        {
+            DAW_KeyBinding* mBinding; // kept alive by the map's entry
+            Cmn_UInt32 mNext;         // in its group
+        };
+        struct Group
+        {
+            Cmn_UInt32 mFirst;
+            Cmn_UInt32 mLast;
+        };
         std::vector<Candidate> mBindings;
-        std::vector<Cmn_UInt16> mDigests; // of the modifiers, at the same places
+        std::vector<Group> mGroups;       // with room for one of each binding
+        std::vector<Cmn_UInt16> mDigests; // at the same places
+        bool mIsStale = false;            // the groups are to be made anew
+
+        void ReserveOneMore();
+        void Append(DAW_KeyBinding& iBinding);
+        void Regroup();
+        void AppendToGroup(std::size_t iGroup, Cmn_UInt16 iDigest, Cmn_UInt32 iPlace);
+        DAW_KeyBinding* FirstMatch(const DAW_EventModifiers& iModifiers) const;
     };
-    static std::size_t ListOf(DAW_EKeyCode iKeyCode);
-    void RefreshDigests() const;
+    // Null for an unknown code without bindings.
+    Candidates* ListOf(DAW_EKeyCode iKeyCode) const;
 
     KeyMap mKeyMap;
     mutable std::vector<Candidates> mCandidates;
+    mutable std::map<DAW_EKeyCode, Candidates> mCandidatesOfUnknown; // codes that are no keys'
     mutable Cmn_UInt32 mNumChangesSeen;
 };

@@ -1,4 +1,4 @@
-// A key event's binding among 2,000: on all keys of a keyboard, or all on one key.
+// A key event's binding among 2,000 and 100,000: on all keys of a keyboard, or all on one key.
 #include "Kora/DAW/DAW_KeyBindingMap.h"
 
 #include <benchmark/benchmark.h>
@@ -10,14 +10,17 @@ namespace {
 
 using Event = Cmn_RefCountPtr<DAW_KeyEvent>;
 using Modifiers = Cmn_AliasedRefCountPtr<DAW_EventModifiers>;
-constexpr int cBindings = 2000;
 
 struct Keyboard
 {
     // iKeys: how many keys the bindings are spread over.
-    explicit Keyboard(int iKeys)
+    explicit Keyboard(const benchmark::State& iState)
+        : Keyboard(static_cast<int>(iState.range(0)), static_cast<int>(iState.range(1)))
     {
-        for (int i = 0; i < cBindings; ++i)
+    }
+    Keyboard(int iKeys, int iBindings)
+    {
+        for (int i = 0; i < iBindings; ++i)
             mMap.AddKeyBinding(DAW_KeyBinding::New(RandomEvent(iKeys), RandomModifiers(3), nullptr));
         for (int i = 0; i < 1024; ++i) {
             mEvents.push_back(RandomEvent(iKeys));
@@ -54,29 +57,29 @@ void Measure(benchmark::State& ioState, const Keyboard& iKeyboard, Find iFind)
 
 void BM_FindBinding(benchmark::State& ioState)
 {
-    const Keyboard keyboard(static_cast<int>(ioState.range(0)));
+    const Keyboard keyboard(ioState);
     Measure(ioState, keyboard, [&](const Event& iEvent, const Modifiers& iModifiers) {
         return keyboard.mMap.FindMatchingKeyBinding(iEvent, iModifiers);
     });
 }
-BENCHMARK(BM_FindBinding)->Arg(112)->Arg(1);
+BENCHMARK(BM_FindBinding)->Args({112, 2000})->Args({1, 2000})->Args({1, 100'000});
 
-// No binding matches, so that all of the key are looked at: a button that none asks for is down.
+// No binding matches: a button that none asks for is down.
 void BM_FindNoBinding(benchmark::State& ioState)
 {
-    Keyboard keyboard(static_cast<int>(ioState.range(0)));
+    Keyboard keyboard(ioState);
     for (const Modifiers& modifiers : keyboard.mModifiers)
         modifiers->SetRightMouseButtonState(DAW_eRightMouseButtonState_Down);
     Measure(ioState, keyboard, [&](const Event& iEvent, const Modifiers& iModifiers) {
         return keyboard.mMap.FindMatchingKeyBinding(iEvent, iModifiers);
     });
 }
-BENCHMARK(BM_FindNoBinding)->Arg(112)->Arg(1);
+BENCHMARK(BM_FindNoBinding)->Args({112, 2000})->Args({1, 10})->Args({1, 2000})->Args({1, 100'000});
 
 // The same by the map's range of the key, and by looking at all bindings.
 void BM_FindBindingByRange(benchmark::State& ioState)
 {
-    const Keyboard keyboard(static_cast<int>(ioState.range(0)));
+    const Keyboard keyboard(ioState);
     Measure(ioState, keyboard, [&](const Event& iEvent, const Modifiers& iModifiers) {
         const auto [first, last] = keyboard.mMap.GetKeyMap().equal_range(iEvent);
         for (auto entry = first; entry != last; ++entry)
@@ -84,11 +87,11 @@ void BM_FindBindingByRange(benchmark::State& ioState)
         return Cmn_RefCountPtr<DAW_KeyBinding>();
     });
 }
-BENCHMARK(BM_FindBindingByRange)->Arg(112)->Arg(1);
+BENCHMARK(BM_FindBindingByRange)->Args({112, 2000})->Args({1, 2000});
 
 void BM_FindBindingByScan(benchmark::State& ioState)
 {
-    const Keyboard keyboard(static_cast<int>(ioState.range(0)));
+    const Keyboard keyboard(ioState);
     Measure(ioState, keyboard, [&](const Event& iEvent, const Modifiers& iModifiers) {
         for (const auto& [event, binding] : keyboard.mMap.GetKeyMap())
             if (event->GetKeyCode() == iEvent->GetKeyCode() &&
@@ -97,6 +100,6 @@ void BM_FindBindingByScan(benchmark::State& ioState)
         return Cmn_RefCountPtr<DAW_KeyBinding>();
     });
 }
-BENCHMARK(BM_FindBindingByScan)->Arg(112)->Arg(1);
+BENCHMARK(BM_FindBindingByScan)->Args({112, 2000})->Args({1, 2000});
 
 } // namespace
