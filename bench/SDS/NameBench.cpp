@@ -18,7 +18,7 @@
 namespace {
 
 // A million names below one, none of which is free: what a caller waits for the longest, by the processor's
-// clock, which other programs do not move. This is the first row, for nodes are never given back.
+// clock. This is the first row, for nodes are never given back.
 void Grow_Kora(benchmark::State& ioState)
 {
     static_cast<void>(SDS_NameRegistry::Init());

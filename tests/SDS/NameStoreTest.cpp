@@ -1,4 +1,5 @@
 #include "Kora/SDS/Source/SDS_ConnectionIterator.h"
+#include "Kora/SDS/Source/SDS_TokenDispatcher.h"
 #include "SDS/NameFixture.h"
 #include "Support/AllocationCounter.h"
 
@@ -85,57 +86,80 @@ TEST_F(NameStore, AConnectionWithoutMemoryIsNoneAndCanBeMadeLater)
     std::for_each(names.begin(), names.end(), Free);
 }
 
-// So many more that the table's buckets are as full in the end as they are at first, and with every
-// third call out of memory.
-TEST_F(NameStore, SiblingsWithoutNumberGrowInSmallStepsAndTake128BytesEach)
+TEST_F(NameStore, ANodeThatNobodyHearsMayWaitForItsRebuildAndGo)
 {
-    const std::size_t before = FreeCells().size();
-    std::size_t count = before;
-    while (count <= 40000)
-        count *= 4;
-    count = count == before ? 4 * count : count;
-    SDS_Name* const parent = Reserve(nullptr, "siblings");
-    Names names(count - 2); // the parent is one more, and the root
-    std::size_t bytes = 0;
-    for (std::size_t i = 0; i < names.size(); ++i) {
-        const std::string name = std::to_string(i);
-        const AllocationCounter allocations;
-        const auto result = [&] {
-            const StRefusedAllocation refusal(i % 3 == 0 ? 1 : 1000);
-            return Registry::ReserveName(parent, name.c_str(), &names[i]);
-        }();
-        if (result != eSDSErr_None) {
-            ASSERT_TRUE(result == eSDSErr_OutOfMemory && i % 3 == 0 && Find(parent, name) == nullptr);
-            names[i] = Reserve(parent, name);
-        }
-        ASSERT_LE(AllocationCounter::Largest(), 0x10000u);
-        if (allocations.Count() > 0) bytes += AllocationCounter::Largest();
-    }
-    EXPECT_LE(bytes, 128 * (count - before));
-    std::vector<std::size_t> order(names.size());
-    for (std::size_t i = 0; i < order.size(); ++i)
-        order[i] = i;
-    std::shuffle(order.begin(), order.end(), std::mt19937(13));
-    for (const std::size_t i : order)
-        ASSERT_EQ(Find(parent, std::to_string(i)), names[i]);
+    SDS_Name* const id = Reserve(nullptr, "unheard");
+    SDS_TokenDispatcher::SetTokensPaused(true);
+    EXPECT_EQ(SDS_TokenDispatcher::RebuildActiveListenerList(id, false), eSDSErr_None);
+    EXPECT_TRUE(id->IsQueued());
+    Free(id);
+    EXPECT_FALSE(id->IsQueued());
+    SDS_TokenDispatcher::SetTokensPaused(false);
+}
 
+// Makes so many siblings that the table's buckets are as full in the end as they are at first, with every
+// third call out of memory.
+class Siblings : public NameStore
+{
+protected:
+    void Make()
+    {
+        const std::size_t before = FreeCells().size();
+        std::size_t count = 4 * before;
+        while (count <= 40000)
+            count *= 4;
+        mNames.resize(count - 2); // the parent is one more, and the root
+        std::size_t bytes = 0;
+        for (std::size_t i = 0; i < mNames.size(); ++i) {
+            const AllocationCounter allocations;
+            MakeOne(i);
+            ASSERT_LE(AllocationCounter::Largest(), 0x10000u);
+            if (allocations.Count() > 0) bytes += AllocationCounter::Largest();
+            mOrder.push_back(i);
+        }
+        EXPECT_LE(bytes, 128 * (count - before));
+        std::shuffle(mOrder.begin(), mOrder.end(), std::mt19937(13));
+    }
+    void MakeOne(std::size_t iIndex)
+    {
+        const std::string name = std::to_string(iIndex);
+        const bool isRefused = iIndex % 3 == 0;
+        ESDSError result = eSDSErr_None;
+        {
+            const StRefusedAllocation refusal(isRefused ? 1 : 1000);
+            result = Registry::ReserveName(mParent, name.c_str(), &mNames[iIndex]);
+        }
+        if (result == eSDSErr_None) return;
+        EXPECT_TRUE(isRefused && result == eSDSErr_OutOfMemory && Find(mParent, name) == nullptr);
+        mNames[iIndex] = Reserve(mParent, name);
+    }
+
+    const SDS_IName mHolder{"siblings"};
+    SDS_Name* const mParent = mHolder.GetID();
+    Names mNames;
+    std::vector<std::size_t> mOrder;
+};
+
+TEST_F(Siblings, WithoutNumberTheyGrowInSmallStepsAndTake128BytesEach)
+{
+    Make();
+    for (const std::size_t i : mOrder)
+        ASSERT_EQ(Find(mParent, std::to_string(i)), mNames[i]);
     // The cells are used anew in the order in which they were freed; the younger half
     // comes back to life before.
-    const SDS_IName holder("siblings");
-    for (const std::size_t i : order)
-        Free(names[i]);
-    const std::size_t half = order.size() / 2;
-    for (std::size_t i = half; i < order.size(); ++i)
-        ASSERT_EQ(Reserve(parent, std::to_string(order[i])), names[order[i]]);
+    for (const std::size_t i : mOrder)
+        Free(mNames[i]);
+    const std::size_t half = mOrder.size() / 2;
+    for (std::size_t i = half; i < mOrder.size(); ++i)
+        ASSERT_EQ(Reserve(mParent, std::to_string(mOrder[i])), mNames[mOrder[i]]);
     for (std::size_t i = 0; i < half; ++i)
-        ASSERT_EQ(Reserve(parent, "again " + std::to_string(i)), names[order[i]]);
-    for (std::size_t i = 0; i < order.size(); ++i) {
-        SDS_Name* const id = names[order[i]];
-        ASSERT_EQ(Find(parent, std::to_string(order[i])), i < half ? nullptr : id);
-        ASSERT_TRUE(i >= half || Find(parent, "again " + std::to_string(i)) == id) << i;
+        ASSERT_EQ(Reserve(mParent, "again " + std::to_string(i)), mNames[mOrder[i]]);
+    for (std::size_t i = 0; i < mOrder.size(); ++i) {
+        SDS_Name* const id = mNames[mOrder[i]];
+        ASSERT_EQ(Find(mParent, std::to_string(mOrder[i])), i < half ? nullptr : id);
+        ASSERT_TRUE(i >= half || Find(mParent, "again " + std::to_string(i)) == id) << i;
     }
-    std::for_each(names.begin(), names.end(), Free);
-    Free(parent);
+    std::for_each(mNames.begin(), mNames.end(), Free);
 }
 
 } // namespace

@@ -1,7 +1,7 @@
 // SDS_NameTable: finds nodes by the hash of their paths, and grows without ever stopping its caller.
 //
-//   buckets   0 … mSplit ┆ mSplit … mLevel ┆ mLevel … mLevel + mSplit        each a line of
-//             seven names and their tags
+//   buckets   0 … mSplit ┆ mSplit … mLevel ┆ mLevel … mLevel + mSplit      each a
+//             line: seven names, their tags
 //             split      ┆ not yet         ┆ split off the first
 //
 // When a name comes in and the buckets are full enough, one more of them is split in two, by one more bit of
@@ -9,8 +9,8 @@
 // most a handful of names in hand for one that comes in. Buckets lie in segments that never move. In a bucket
 // that overflows, the last place leads to the next one.
 //
-// Fullness:   a level's splitting begins at 4 names a bucket and ends at 5.6: 2.8 to 4 lines of 64
-//             bytes hold 8 to 16 names.
+// Fullness:   a level's splitting begins at 4 names a bucket and ends at 2.8, of twice the
+//             buckets: 16 to 23 bytes a name.
 // Threads:    whoever uses the registry, one thread at a time.
 #pragma once
 

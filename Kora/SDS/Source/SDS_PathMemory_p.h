@@ -72,8 +72,7 @@ inline SDS_PathMemory::Key::Key(const SDS_Name& iBase, const char* iPath, std::s
         std::memcpy(&mWords[i], iPath + 8 * i, 8);
         sum += mWords[i] * factors[i];
     }
-    // The last word: of a longer path the last eight bytes without those that came before; they
-    // end it like zeros would.
+    // The last word: of a longer path its last eight bytes, without those that came before.
     Cmn_UInt64 last = 0;
     if (iLength >= 8) {
         std::memcpy(&last, iPath + iLength - 8, 8);
