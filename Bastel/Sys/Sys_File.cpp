@@ -96,3 +96,9 @@ void Sys_File::ThrowIf(Cmn_Int32 iError)
     mLastError = iError;
     Sys_ThrowIfOSErr(iError, mLocation.GetPath());
 }
+
+void Sys_File::Explain(Cmn_Exception& ioException) const
+{
+    ioException.SetFile(mLocation.GetPath());
+    ioException.SetOSError(mLastError);
+}

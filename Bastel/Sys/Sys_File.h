@@ -12,6 +12,8 @@
 #include "Bastel/Sys/Sys_FileLoc.h"
 #include "Bastel/Sys/Sys_FileSystem.h"
 
+class Cmn_Exception;
+
 class KORA_API Sys_File
 {
 public:
@@ -45,6 +47,8 @@ public:
     void Sync();
     // The code for the last request of this file, 0 when it went well.
     Cmn_Int32 GetLastError() const { return mLastError; }
+    // Adds to an exception about the file its name, and the system's reason where there is one.
+    void Explain(Cmn_Exception& ioException) const;
 
 private:
     void ThrowIf(Cmn_Int32 iError);

@@ -210,11 +210,7 @@ Cmn_UInt32 Sys_FileBasedInStream::SumInPieces(Cmn_Int64 iFrom, std::size_t iCoun
     return sum;
 }
 
-void Sys_FileBasedInStream::Explain(Cmn_Exception& ioException) const
-{
-    ioException.SetFile(mFile.GetFileLoc().GetPath());
-    ioException.SetOSError(mFile.GetLastError());
-}
+void Sys_FileBasedInStream::Explain(Cmn_Exception& ioException) const { mFile.Explain(ioException); }
 
 void Sys_FileBasedInStream::ThrowReadError(Cmn_Int64 iPosition, Cmn_Int32 iError) const
 {

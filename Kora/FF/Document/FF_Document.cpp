@@ -29,25 +29,16 @@ namespace {
 
 constexpr std::size_t cHeaderReadAhead = 8192;
 
-// With the system's reason where there is one.
-template <class Exception>
-[[noreturn]] void ThrowFrom(const Sys_File& iFile, Cmn_Int64 iPosition)
-{
-    Exception exception(iPosition);
-    exception.SetOSError(iFile.GetLastError());
-    throw exception;
-}
-
 void WriteRaw(Sys_File& ioFile, const void* iBytes, std::size_t iCount)
 {
     const Cmn_Int64 position = ioFile.GetPosition();
-    if (ioFile.Write(iBytes, iCount) != iCount) ThrowFrom<Sys_StreamWriteException>(ioFile, position);
+    if (ioFile.Write(iBytes, iCount) != iCount) Sys_ThrowFrom<Sys_StreamWriteException>(ioFile, position);
 }
 
 void ReadRaw(Sys_File& ioFile, void* oBytes, std::size_t iCount)
 {
     const Cmn_Int64 position = ioFile.GetPosition();
-    if (ioFile.Read(oBytes, iCount) != iCount) ThrowFrom<Sys_StreamReadException>(ioFile, position);
+    if (ioFile.Read(oBytes, iCount) != iCount) Sys_ThrowFrom<Sys_StreamReadException>(ioFile, position);
 }
 
 } // namespace
@@ -140,10 +131,6 @@ void FF_Document::OpenImpl(EOpenFlag iFlag)
             WriteHeader();
         else
             ParseHeader(iFlag);
-    } catch (Cmn_Exception& exception) {
-        Name(exception);
-        Reset();
-        throw;
     } catch (...) {
         Reset();
         throw;
@@ -216,7 +203,7 @@ void FF_Document::WriteHeader()
     mInFile->SetPosition(mOutFile->GetPosition());
     FF_FileBasedEncrytpedStreams::CreateBehindFront(*mInFile, mOutFile.get(), mType, key, mInStream,
                                                     mOutStream);
-    if (!mInStream || !mOutStream) throw Sys_StreamWriteException(cMaskTypePosition);
+    if (!mInStream || !mOutStream) Sys_ThrowFrom<Sys_StreamWriteException>(*mOutFile, cMaskTypePosition);
     WriteStreamHeader();
 }
 
@@ -242,7 +229,7 @@ void FF_Document::SwapNewHeader()
 {
     const Cmn_UInt8 swapFlag = 1;
     if (mOutFile->WriteAt(cSwapFlagPosition, &swapFlag, 1) != 1)
-        ThrowFrom<Sys_StreamWriteException>(*mOutFile, cSwapFlagPosition);
+        Sys_ThrowFrom<Sys_StreamWriteException>(*mOutFile, cSwapFlagPosition);
     mSwap = true;
     mOutStream->TakeBack(mHeader.mStart);
     WriteStreamHeader();
@@ -255,13 +242,14 @@ void FF_Document::ParseHeader(EOpenFlag iFlag)
     if (version != cVersion) {
         // Deliberate: the byte compares as a signed one, so that 128 to 255 are too
         // old. Test: EveryLeadingByte
-        if (static_cast<signed char>(version) < cVersion + 1) throw Cmn_DocumentTooOldException(0);
-        throw Cmn_DocumentTooNewException(0);
+        if (static_cast<signed char>(version) < cVersion + 1)
+            Sys_ThrowFrom<Cmn_DocumentTooOldException>(*mInFile, 0);
+        Sys_ThrowFrom<Cmn_DocumentTooNewException>(*mInFile, 0);
     }
     std::array<char, cSignature.size()> signature;
     ReadRaw(*mInFile, signature.data(), signature.size());
     if (std::string_view(signature.data(), signature.size()) != cSignature)
-        throw Sys_StreamReadException(cSignaturePosition);
+        Sys_ThrowFrom<Sys_StreamReadException>(*mInFile, cSignaturePosition);
     Cmn_UInt8 swapFlag = 0;
     ReadRaw(*mInFile, &swapFlag, 1);
     mSwap = swapFlag != 0;
@@ -270,7 +258,7 @@ void FF_Document::ParseHeader(EOpenFlag iFlag)
     Cmn_UInt8 key = 0;
     ReadRaw(*mInFile, &type, 1);
     if (type != eFF_EncryptionType_None && !IsMasked(type))
-        throw Cmn_Exception(Cmn_eMessage_UnknownStreamType, cMaskTypePosition);
+        Sys_ThrowFrom(*mInFile, Cmn_eMessage_UnknownStreamType, cMaskTypePosition);
     if (IsMasked(type)) ReadRaw(*mInFile, &key, 1);
     mType = static_cast<EFF_EncryptionType>(type);
     const bool isWritable = iFlag == eOpenFlag_ReadWrite || iFlag == eOpenFlag_ReadWriteShared;
@@ -282,7 +270,7 @@ void FF_Document::ParseHeader(EOpenFlag iFlag)
     Sys_TypedInStream in = MakeTypedInStream();
     ReadStreamHeader(in);
     if (mTOCOffset < mHeader.mEnd || mTOCOffset >= mInStream->GetLength())
-        throw Cmn_Exception(Cmn_eMessage_NoTOC, mTOCOffsetPosition);
+        Sys_ThrowFrom(*mInFile, Cmn_eMessage_NoTOC, mTOCOffsetPosition);
     in.SetPosition(mTOCOffset);
     mTOC->StreamIn(in, mTOCOffset, mHeader.mEnd);
     if (!isWritable) return;
@@ -299,7 +287,7 @@ void FF_Document::ReadStreamHeader(Sys_TypedInStream& ioStream)
     mHeader = header.GetInfo();
     mTOCOffsetPosition = ioStream.GetPosition();
     if (header.GetBytesLeft() < static_cast<Cmn_Int64>(cTOCOffsetSize))
-        throw Sys_StreamReadException(mTOCOffsetPosition);
+        Sys_ThrowFrom<Sys_StreamReadException>(*mInStream, mTOCOffsetPosition);
     mTOCOffset = ioStream.ReadUInt32();
     mHeaderRestSum = mInStream->SumOf(ioStream.GetPosition(), header.GetBytesLeft());
     header.SkipTheRest();
@@ -325,10 +313,6 @@ bool FF_Document::FlushTOC(EReaders iReaders)
         mTOC->ForgetOffsetsFrom(static_cast<Cmn_UInt32>(end));
         mOutStream->SetLimit(mSizeLimit);
         WriteTOC(static_cast<Cmn_UInt32>(end), iReaders);
-    } catch (Cmn_Exception& exception) {
-        Name(exception);
-        EndFlush(end);
-        throw;
     } catch (...) {
         EndFlush(end);
         throw;

@@ -4,6 +4,7 @@
 
 #include "Bastel/Cmn/Cmn_Assert.h"
 #include "Bastel/Sys/Sys_StdStreamHeader.h"
+#include "Bastel/Sys/Sys_StreamThrow_p.h"
 #include "Kora/FF/Document/FF_TOCTable_p.h"
 
 #include <limits>
@@ -177,9 +178,10 @@ void FF_Document::TOC::StreamIn(Sys_TypedInStream& ioStream, Cmn_Int64 iEnd, Cmn
 {
     Sys_StdStreamHeaderReader header(ioStream, FF_Format::cStreamName);
     const Cmn_Int64 at = ioStream.GetPosition();
-    if (header.GetBytesLeft() < FF_Format::cStreamTypeSize) throw Sys_StreamReadException(at);
+    if (header.GetBytesLeft() < FF_Format::cStreamTypeSize)
+        Sys_ThrowFrom<Sys_StreamReadException>(ioStream.GetStream(), at);
     if (ioStream.ReadInt16() != cTOCStreamType)
-        throw Cmn_Exception(Cmn_eMessage_UnexpectedStreamType, header.GetInfo().mStart);
+        Sys_ThrowFrom(ioStream.GetStream(), Cmn_eMessage_UnexpectedStreamType, header.GetInfo().start);
     header.CheckVersion(FF_Format::cTOCVersion, FF_Format::cTOCVersion);
 
     // The header was held against the stream's length, so that its size can be believed.

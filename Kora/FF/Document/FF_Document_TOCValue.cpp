@@ -4,7 +4,8 @@
 
 #include "Bastel/Cmn/Cmn_Assert.h"
 #include "Bastel/I18N/I18N_Utils.h"
-#include "Kora/FF/Format/FF_Format_p.h"
+#include "Bastel/Sys/Sys_StreamThrow_p.h"
+#include "Kora/FF/Format/FF_TOCGrammar_p.h"
 
 #include <algorithm>
 #include <limits>
@@ -34,24 +35,37 @@ enum EText : Cmn_Int32 {
     eText_TooLong = 2024
 };
 
-void Require(bool iHolds, const Sys_TypedInStream& iStream)
+// A typed stream as the source of a walk over a value, which makes the parts.
+class Maker
 {
-    if (!iHolds) throw Sys_StreamReadException(iStream.GetPosition());
-}
+public:
+    explicit Maker(Sys_TypedInStream& ioStream)
+        : mStream(ioStream)
+    {
+    }
 
-Cmn_Int16 ReadSize(Sys_TypedInStream& ioStream)
-{
-    const Cmn_Int16 size = ioStream.ReadInt16();
-    Require(size >= 0 && size <= ioStream.GetBytesLeft(), ioStream);
-    return size;
-}
+    template <class T>
+    T Take()
+    {
+        if constexpr (sizeof(T) == 1) return mStream.ReadUInt8();
+        if constexpr (sizeof(T) == 2) return mStream.ReadInt16();
+        if constexpr (sizeof(T) == 4) return mStream.ReadUInt32();
+    }
+    void Require(bool iHolds) const
+    {
+        if (!iHolds) Sys_ThrowFrom<Sys_StreamReadException>(mStream.GetStream(), mStream.GetPosition());
+    }
+    Cmn_Int64 GetBytesLeft() const { return mStream.GetBytesLeft(); }
 
-std::vector<Cmn_UInt8> ReadBody(Sys_TypedInStream& ioStream, Cmn_Int16 iSize)
-{
-    std::vector<Cmn_UInt8> bytes(static_cast<std::size_t>(iSize));
-    ioStream.ReadBytes(bytes.data(), bytes.size());
-    return bytes;
-}
+protected:
+    std::vector<Cmn_UInt8> TakeBytes(std::size_t iCount)
+    {
+        std::vector<Cmn_UInt8> bytes(iCount);
+        mStream.ReadBytes(bytes.data(), iCount);
+        return bytes;
+    }
+    Sys_TypedInStream& mStream;
+};
 
 // The bytes of a placeholder: what a size can tell.
 std::vector<Cmn_UInt8> Held(std::vector<Cmn_UInt8> iBytes)
@@ -109,33 +123,44 @@ void FF_Document::Location::StreamOut(Sys_TypedOutStream& ioStream) const
 
 void FF_Document::Location::StreamOutBody(Sys_TypedOutStream&) const {}
 
+class FF_Document::Location::Chain : public Maker
+{
+public:
+    using Maker::Maker;
+
+    void Plain(std::size_t iSize)
+    {
+        auto plain = std::make_unique<Location>();
+        plain->mSizeRead = static_cast<Cmn_Int16>(iSize);
+        Location* const made = plain.get();
+        *mEnd = std::move(plain);
+        mEnd = &made->mNext;
+    }
+    void Local(std::size_t iCount)
+    {
+        auto local = std::make_unique<LocalLocation>();
+        mPieces = &local->mOffsets;
+        mPieces->reserve(iCount);
+        *mEnd = std::move(local);
+    }
+    void Piece(Cmn_UInt32 iAt) { mPieces->push_back(iAt); }
+    void Bytes(FF_ETOCPart, Cmn_UInt8 iType, std::size_t iSize)
+    {
+        *mEnd = std::make_unique<InvalidLocation>(iType, TakeBytes(iSize));
+    }
+
+    std::unique_ptr<Location> mFirst;
+
+private:
+    std::unique_ptr<Location>* mEnd = &mFirst;
+    std::vector<Cmn_UInt32>* mPieces = nullptr;
+};
+
 std::unique_ptr<FF_Document::Location> FF_Document::Location::StreamIn(Sys_TypedInStream& ioStream)
 {
-    std::unique_ptr<Location> first;
-    std::unique_ptr<Location>* end = &first;
-    for (int link = 0; link < cMaxChain; ++link) {
-        const Cmn_UInt8 type = ioStream.ReadUInt8();
-        const Cmn_Int16 size = ReadSize(ioStream);
-        if (type == cPlain) {
-            *end = std::make_unique<Location>();
-            (*end)->mSizeRead = size;
-            if (size == 0) return first;
-            end = &(*end)->mNext;
-        } else if (type == cLocal) {
-            const Cmn_Int16 count = ioStream.ReadInt16();
-            Require(count >= 0 && size == 2 + 4 * count, ioStream);
-            auto local = std::make_unique<LocalLocation>();
-            local->mOffsets.resize(static_cast<std::size_t>(count));
-            for (Cmn_UInt32& offset : local->mOffsets)
-                offset = ioStream.ReadUInt32();
-            *end = std::move(local);
-            return first;
-        } else {
-            *end = std::make_unique<InvalidLocation>(type, ReadBody(ioStream, size));
-            return first;
-        }
-    }
-    throw Sys_StreamReadException(ioStream.GetPosition());
+    Chain chain(ioStream);
+    FF_TakeTOCLocation(chain, chain);
+    return std::move(chain.mFirst);
 }
 
 std::string FF_Document::Location::Dump() const
@@ -225,17 +250,31 @@ void FF_Document::DisplayInfo::StreamOut(Sys_TypedOutStream& ioStream) const
     StreamOutBody(ioStream);
 }
 
+class FF_Document::DisplayInfo::Taker : public Maker
+{
+public:
+    using Maker::Maker;
+
+    void Text(std::size_t iCount)
+    {
+        auto display = std::make_unique<StringDisplayInfo>(std::string_view(), mStream.GetEncoding());
+        display->mText.resize(iCount);
+        mStream.ReadBytes(display->mText.data(), iCount);
+        mMade = std::move(display);
+    }
+    void Bytes(FF_ETOCPart, Cmn_UInt8 iType, std::size_t iSize)
+    {
+        mMade = std::make_unique<InvalidDisplayInfo>(iType, TakeBytes(iSize));
+    }
+
+    std::unique_ptr<DisplayInfo> mMade;
+};
+
 std::unique_ptr<FF_Document::DisplayInfo> FF_Document::DisplayInfo::StreamIn(Sys_TypedInStream& ioStream)
 {
-    const Cmn_UInt8 type = ioStream.ReadUInt8();
-    const Cmn_Int16 size = ReadSize(ioStream);
-    if (type != cString) return std::make_unique<InvalidDisplayInfo>(type, ReadBody(ioStream, size));
-    const Cmn_UInt32 count = ioStream.ReadUInt32();
-    Require(Cmn_Int64{size} == Cmn_Int64{count} + 4, ioStream);
-    auto display = std::make_unique<StringDisplayInfo>(std::string_view(), ioStream.GetEncoding());
-    display->mText.resize(count);
-    ioStream.ReadBytes(display->mText.data(), count);
-    return display;
+    Taker taker(ioStream);
+    FF_TakeTOCDisplay(taker, taker);
+    return std::move(taker.mMade);
 }
 
 FF_Document::StringDisplayInfo::StringDisplayInfo(std::string_view iText, ETextEncoding iEncoding)
@@ -330,11 +369,24 @@ void FF_Document::IndexInfo::StreamOut(Sys_TypedOutStream& ioStream) const
     StreamOutBody(ioStream);
 }
 
+class FF_Document::IndexInfo::Taker : public Maker
+{
+public:
+    using Maker::Maker;
+
+    void Bytes(FF_ETOCPart, Cmn_UInt8 iType, std::size_t iSize)
+    {
+        mMade = std::make_unique<InvalidIndexInfo>(iType, TakeBytes(iSize));
+    }
+
+    std::unique_ptr<IndexInfo> mMade;
+};
+
 std::unique_ptr<FF_Document::IndexInfo> FF_Document::IndexInfo::StreamIn(Sys_TypedInStream& ioStream)
 {
-    const Cmn_UInt8 type = ioStream.ReadUInt8();
-    const Cmn_Int16 size = ReadSize(ioStream);
-    return std::make_unique<InvalidIndexInfo>(type, ReadBody(ioStream, size));
+    Taker taker(ioStream);
+    FF_TakeTOCIndex(taker, taker);
+    return std::move(taker.mMade);
 }
 
 FF_Document::InvalidIndexInfo::InvalidIndexInfo(Cmn_UInt8 iType, std::vector<Cmn_UInt8> iBytes)

@@ -44,6 +44,8 @@ protected:
     virtual void StreamOutBody(Sys_TypedOutStream& ioStream) const;
 
 private:
+    class Chain; // what StreamIn makes
+
     Cmn_UInt8 mType;
     Cmn_Int16 mSizeRead = 0; // of a plain location that another follows, as its file has it
     std::unique_ptr<Location> mNext;
@@ -111,6 +113,8 @@ protected:
     virtual void StreamOutBody(Sys_TypedOutStream& ioStream) const = 0;
 
 private:
+    class Taker; // what StreamIn makes
+
     Cmn_UInt8 mType;
 };
 
@@ -172,6 +176,8 @@ protected:
     virtual void StreamOutBody(Sys_TypedOutStream& ioStream) const = 0;
 
 private:
+    class Taker; // what StreamIn makes
+
     Cmn_UInt8 mType;
 };
 

@@ -1,5 +1,6 @@
 #include "Kora/FF/Document/FF_StreamHeader.h"
 
+#include "Bastel/Sys/Sys_StreamThrow_p.h"
 #include "Kora/FF/Document/FF_OpenStreams_p.h"
 #include "Kora/FF/Format/FF_Format_p.h"
 
@@ -13,13 +14,12 @@ FF_StreamHeaderWriter::FF_StreamHeaderWriter(FF_Document* iDocument, Sys_TypedOu
     const Cmn_Int64 start = mStream.GetPosition();
     try {
         if (iStreamType == FF_Document::cNoStreamType || iStreamType == FF_Document::cTOCStreamType)
-            throw Sys_StreamWriteException(start);
+            Sys_ThrowFrom<Sys_StreamWriteException>(mStream.GetStream(), start);
         mHeader.emplace(mStream, FF_Format::cStreamName, iVersion);
         mStream.WriteInt16(iStreamType);
         if (mDocument != nullptr) mDocument->PushContext(iStreamType, static_cast<Cmn_UInt32>(start));
-    } catch (Cmn_Exception& exception) {
+    } catch (...) {
         Abandon(start);
-        if (exception.GetFile().empty()) mStream.GetStream().Explain(exception);
         throw;
     }
 }
@@ -51,10 +51,6 @@ FF_StreamHeaderReader::FF_StreamHeaderReader(FF_Document* iDocument, Sys_TypedIn
 {
     try {
         Open(iExpectedType, iUse, iStayInPlace);
-    } catch (Cmn_Exception& exception) {
-        Pop();
-        if (exception.GetFile().empty()) mStream.GetStream().Explain(exception);
-        throw;
     } catch (...) {
         Pop();
         throw;
@@ -65,10 +61,11 @@ void FF_StreamHeaderReader::Open(Cmn_Int16 iExpectedType, EUseExtendedTOC iUse, 
 {
     mHeader.emplace(mStream, FF_Format::cStreamName);
     const Cmn_Int64 start = mHeader->GetInfo().mStart;
-    if (mHeader->GetBytesLeft() < FF_Format::cStreamTypeSize) throw Sys_StreamReadException(start);
+    if (mHeader->GetBytesLeft() < FF_Format::cStreamTypeSize)
+        Sys_ThrowFrom<Sys_StreamReadException>(mStream.GetStream(), start);
     mStreamType = mStream.ReadInt16();
     if (iExpectedType != FF_Document::cNoStreamType && iExpectedType != mStreamType)
-        throw Cmn_Exception(Cmn_eMessage_UnexpectedStreamType, start);
+        Sys_ThrowFrom(mStream.GetStream(), Cmn_eMessage_UnexpectedStreamType, start);
     if (mDocument == nullptr) return;
     Push();
     if (iUse == eUseExtendedTOC) AskTable(iExpectedType, iStayInPlace);
@@ -104,7 +101,8 @@ void FF_StreamHeaderReader::AskTable(Cmn_Int16 iExpectedType, bool iStayInPlace)
 
     const Cmn_Int64 here = mHeader->GetInfo().mStart;
     Cmn_UInt32 registered = 0;
-    if (!toc.GetFirstOffset(entry, 0, registered)) throw FF_Document::InvalidContextException(here);
+    if (!toc.GetFirstOffset(entry, 0, registered))
+        Sys_ThrowFrom<FF_Document::InvalidContextException>(mStream.GetStream(), here);
     if (iStayInPlace || toc.HasOffset(entry, 0, static_cast<Cmn_UInt32>(here))) return;
 
     // The stream was written anew. The nested reader takes this one's context, and stays where it is sent.

@@ -1,5 +1,8 @@
 #include "Kora/FF/Format/FF_TOCBytes_p.h"
 
+#include "Bastel/Sys/Sys_StreamThrow_p.h"
+#include "Kora/FF/Format/FF_TOCGrammar_p.h"
+
 #include <algorithm>
 
 namespace {
@@ -10,9 +13,31 @@ static_assert(cPiece >= Cmn_Int64{FF_TOCBytes::cLargestValue});
 
 constexpr Cmn_UInt8 cPlain = FF_Format::cPlainLocation;
 constexpr Cmn_UInt8 cLocal = FF_Format::cLocalLocation;
-constexpr Cmn_UInt8 cString = FF_Format::cStringDescription;
 
-// Walks a checked value and turns each of its integers.
+// Passes over what it is told of; pieces lie in [mBegin, mEnd).
+class Skipper
+{
+public:
+    Skipper(FF_TOCCursor& ioCursor, Cmn_Int64 iBegin, Cmn_Int64 iEnd)
+        : mCursor(ioCursor)
+        , mBegin(iBegin)
+        , mEnd(iEnd)
+    {
+    }
+
+    void Plain(std::size_t) {}
+    void Local(std::size_t) {}
+    void Piece(Cmn_UInt32 iAt) { mCursor.Require(iAt >= mBegin && iAt < mEnd); }
+    void Text(std::size_t iCount) { mCursor.Skip(iCount); }
+    void Bytes(FF_ETOCPart, Cmn_UInt8, std::size_t iSize) { mCursor.Skip(iSize); }
+
+private:
+    FF_TOCCursor& mCursor;
+    Cmn_Int64 mBegin;
+    Cmn_Int64 mEnd;
+};
+
+// Both ends of the walk over a checked value: turns each integer where it stands.
 class Swapper
 {
 public:
@@ -23,15 +48,21 @@ public:
     }
 
     template <class T>
-    T Turn()
+    T Take()
     {
         const T value = Sys_LoadInteger<T>(mAt, mFromSwapped);
         Sys_StoreInteger<T>(mAt, value, !mFromSwapped);
         mAt += sizeof(T);
         return value;
     }
-    Cmn_UInt8 TakeType() { return *mAt++; }
-    void Skip(std::size_t iCount) { mAt += iCount; }
+    static void Require(bool) {}
+    static Cmn_Int64 GetBytesLeft() { return FF_Format::cMaxPartSize; }
+
+    static void Plain(std::size_t) {}
+    static void Local(std::size_t) {}
+    static void Piece(Cmn_UInt32) {}
+    void Text(std::size_t iCount) { mAt += iCount; }
+    void Bytes(FF_ETOCPart, Cmn_UInt8, std::size_t iSize) { mAt += iSize; }
 
 private:
     Cmn_UInt8* mAt;
@@ -60,6 +91,13 @@ FF_TOCCursor::FF_TOCCursor(Sys_TypedInStream& ioStream, Cmn_Int64 iCount)
 {
 }
 
+void FF_TOCCursor::Refuse() const
+{
+    const Cmn_Int64 place = mOffset + (mAt - mBegin);
+    if (mStream != nullptr) Sys_ThrowFrom<Sys_StreamReadException>(mStream->GetStream(), place);
+    throw Sys_StreamReadException(place);
+}
+
 void FF_TOCCursor::Refill()
 {
     const auto kept = static_cast<std::size_t>(mEnd - mAt);
@@ -72,72 +110,16 @@ void FF_TOCCursor::Refill()
     mNotRead -= static_cast<Cmn_Int64>(more);
 }
 
-std::size_t FF_TOCCursor::TakeSize()
-{
-    const Cmn_Int16 size = Take<Cmn_Int16>();
-    Require(size >= 0 && size <= GetBytesLeft());
-    return static_cast<std::size_t>(size);
-}
-
-void FF_TOCCursor::SkipLocation(Cmn_Int64 iBegin, Cmn_Int64 iEnd)
-{
-    for (int link = 0; link < FF_Format::cMaxLocations; ++link) {
-        const Cmn_UInt8 type = *Skip(1);
-        const std::size_t size = TakeSize();
-        if (type == cPlain && size != 0) continue;
-        if (type != cLocal) {
-            Skip(size);
-            return;
-        }
-        const Cmn_Int16 count = Take<Cmn_Int16>();
-        Require(count >= 0 && size == 2 + FF_TOCBytes::cOffsetSize * static_cast<std::size_t>(count));
-        for (Cmn_Int16 i = 0; i < count; ++i) {
-            const auto offset = Cmn_Int64{Take<Cmn_UInt32>()};
-            Require(offset >= iBegin && offset < iEnd);
-        }
-        return;
-    }
-    Require(false);
-}
-
 void FF_TOCCursor::SkipValue(Cmn_Int64 iBegin, Cmn_Int64 iEnd)
 {
-    SkipLocation(iBegin, iEnd);
-    const Cmn_UInt8 displayType = *Skip(1);
-    std::size_t displaySize = TakeSize();
-    if (displayType == cString) {
-        const Cmn_UInt32 count = Take<Cmn_UInt32>();
-        Require(displaySize == sizeof count + std::size_t{count});
-        displaySize = count;
-    }
-    Skip(displaySize);
-    Skip(1);
-    Skip(TakeSize());
+    Skipper skipper(*this, iBegin, iEnd);
+    FF_TakeTOCValue(*this, skipper);
 }
 
 void FF_TOCBytes::SwapValue(Cmn_UInt8* ioValue, bool iFromSwapped)
 {
     Swapper swapper(ioValue, iFromSwapped);
-    Cmn_UInt8 type;
-    Cmn_Int16 size;
-    do {
-        type = swapper.TakeType();
-        size = swapper.Turn<Cmn_Int16>();
-    } while (type == cPlain && size != 0);
-    if (type == cLocal) {
-        for (Cmn_Int16 left = swapper.Turn<Cmn_Int16>(); left > 0; --left)
-            swapper.Turn<Cmn_UInt32>();
-    } else {
-        swapper.Skip(static_cast<std::size_t>(size));
-    }
-    type = swapper.TakeType();
-    size = swapper.Turn<Cmn_Int16>();
-    if (type == cString)
-        swapper.Skip(swapper.Turn<Cmn_UInt32>());
-    else
-        swapper.Skip(static_cast<std::size_t>(size));
-    swapper.TakeType();
-    swapper.Turn<Cmn_Int16>();
+    FF_TakeTOCValue(swapper, swapper);
 }
 
 const Cmn_UInt8* FF_TOCBytes::LastLocation(const Cmn_UInt8* iValue)

@@ -1,12 +1,5 @@
-// FF_TOCBytes: the bytes of a table of contents in memory: integers, a walk that stays inside,
-// values as they stand on disk.
-//
-// A value is a chain of locations, the display information, the index information, each
-// {type (8), size (16), body}:
-//
-//   0  size                   plain: ends the chain where the size is 0, otherwise another location follows
-//   1  size  count  offsets   local: count (16), then the pieces (32 each); ends the chain
-//   …  size  bytes            unknown: ends the chain
+// FF_TOCBytes: the bytes of a table of contents in memory: integers, a walk that stays inside, values as they
+// stand on disk (FF_TOCGrammar_p.h).
 //
 // Bytes that were not checked are read through FF_TOCCursor only; the functions below it trust bytes that
 // FF_TOCCursor::SkipValue has passed over, little-endian.
@@ -57,7 +50,7 @@ public:
     bool IsSwapped() const { return mSwap; }
     void Require(bool iHolds) const
     {
-        if (!iHolds) throw Sys_StreamReadException(mOffset + (mAt - mBegin));
+        if (!iHolds) Refuse();
     }
     // The next iCount bytes, which were filled in, passed over.
     const Cmn_UInt8* Skip(std::size_t iCount)
@@ -83,9 +76,8 @@ public:
     void SkipValue(Cmn_Int64 iBegin, Cmn_Int64 iEnd);
 
 private:
+    [[noreturn]] void Refuse() const;
     void Refill();
-    std::size_t TakeSize();
-    void SkipLocation(Cmn_Int64 iBegin, Cmn_Int64 iEnd);
 
     Sys_TypedInStream* mStream = nullptr;
     Cmn_Int64 mNotRead = 0; // of the stream's bytes

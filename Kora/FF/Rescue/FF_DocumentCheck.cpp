@@ -1,6 +1,7 @@
 #include "Kora/FF/Rescue/FF_DocumentCheck.h"
 
 #include "Bastel/Cmn/Cmn_Exception.h"
+#include "Bastel/Sys/Sys_StreamThrow_p.h"
 #include "Kora/FF/Document/FF_Document_TOC.h"
 #include "Kora/FF/Rescue/FF_DocumentFile_p.h"
 
@@ -176,21 +177,49 @@ private:
     std::set<Cmn_Int64> mGaps; // where a header should begin and does not
 };
 
-std::vector<FF_StreamInfo> ListUpTo(FF_StreamWindow& ioWindow, bool iSwap, Cmn_Int64 iFrom, Cmn_Int64 iTo)
+// Puts the position of a stream back.
+class StPosition
 {
-    const FF_StreamWalk walk(ioWindow, iSwap, iFrom, iTo);
+public:
+    explicit StPosition(Sys_InStream& ioStream)
+        : mStream(ioStream)
+        , mBefore(ioStream.GetPosition())
+    {
+    }
+    ~StPosition() { mStream.SetPosition(mBefore); }
+    StPosition(const StPosition&) = delete;
+    StPosition& operator=(const StPosition&) = delete;
+
+private:
+    Sys_InStream& mStream;
+    Cmn_Int64 mBefore;
+};
+
+std::vector<FF_StreamInfo> ListUpTo(Sys_TypedInStream& ioStream, Cmn_Int64 iFrom, Cmn_Int64 iTo)
+{
+    Sys_InStream& stream = ioStream.GetStream();
+    FF_StreamWindow window(
+        [&](Cmn_Int64 iPosition, void* oBytes, std::size_t iCount) {
+            stream.SetPosition(iPosition);
+            const std::size_t count = stream.Read(oBytes, iCount);
+            if (count < iCount)
+                Sys_ThrowFrom<Sys_StreamReadException>(stream, iPosition + static_cast<Cmn_Int64>(count));
+            return count;
+        },
+        stream.GetLength());
+    const FF_StreamWalk walk(window, ioStream.IsSwapped(), iFrom, iTo);
     std::vector<FF_StreamInfo> streams;
     Cmn_Int64 expected = iFrom;
     for (Cmn_Int32 i = 0; i < walk.GetNumNodes(); ++i) {
         const Node& node = walk.GetNode(i);
         if (node.mParent == FF_StreamWalk::cNone) {
-            if (node.mHeader.mStart != expected) throw Sys_StreamReadException(expected);
-            if (!node.mIsWhole) throw Sys_StreamReadException(node.mHeader.mBody);
+            if (node.header.start != expected) Sys_ThrowFrom<Sys_StreamReadException>(stream, expected);
+            if (!node.isWhole) Sys_ThrowFrom<Sys_StreamReadException>(stream, node.header.body);
             expected = node.mHeader.mEnd;
         }
         streams.push_back(walk.GetInfo(i));
     }
-    if (expected != iTo) throw Sys_StreamReadException(expected);
+    if (expected != iTo) Sys_ThrowFrom<Sys_StreamReadException>(stream, expected);
     return streams;
 }
 
@@ -209,25 +238,10 @@ std::vector<FF_StreamInfo> FF_DocumentCheck::ListStreams(FF_Document& iDocument)
     if (toc <= data + FF_Format::cHeaderStreamSize) return {};
 
     Sys_TypedInStream typed = iDocument.MakeTypedInStream();
-    Sys_InStream& stream = typed.GetStream();
-    const Cmn_Int64 before = stream.GetPosition();
-    FF_StreamWindow window(
-        [&](Cmn_Int64 iPosition, void* oBytes, std::size_t iCount) {
-            stream.SetPosition(iPosition);
-            return stream.Read(oBytes, iCount);
-        },
-        stream.GetLength());
-    std::vector<FF_StreamInfo> streams;
-    try {
-        typed.SetPosition(data);
-        Sys_StdStreamHeaderInfo header;
-        if (!Sys_StdStreamHeaderReader::Peek(typed, header)) throw Sys_StreamReadException(data);
-        streams = ListUpTo(window, typed.IsSwapped(), header.mEnd, toc);
-    } catch (Cmn_Exception& failure) {
-        failure.SetFile(iDocument.GetFileLoc().GetPath());
-        stream.SetPosition(before);
-        throw;
-    }
-    stream.SetPosition(before);
-    return streams;
+    const StPosition position(typed.GetStream());
+    typed.SetPosition(data);
+    Sys_StdStreamHeaderInfo header;
+    if (!Sys_StdStreamHeaderReader::Peek(typed, header))
+        Sys_ThrowFrom<Sys_StreamReadException>(typed.GetStream(), data);
+    return ListUpTo(typed, header.end, toc);
 }

@@ -25,12 +25,7 @@ std::string Found(const std::string& iWhat, Cmn_Int64 iExpected, Cmn_Int64 iFoun
 
 void ThrowLastErrorOf(const Sys_File& iFile)
 {
-    try {
-        Sys_ThrowIfOSErr(iFile.GetLastError());
-    } catch (Cmn_Exception& failure) {
-        failure.SetFile(iFile.GetFileLoc().GetPath());
-        throw;
-    }
+    Sys_ThrowIfOSErr(iFile.GetLastError(), iFile.GetFileLoc().GetPath());
 }
 
 Cmn_Int64 OpenedLength(Sys_File& ioFile)
