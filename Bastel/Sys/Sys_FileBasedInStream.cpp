@@ -10,14 +10,13 @@
 
 constexpr std::size_t Sys_FileBasedInStream::cDefaultReadAhead;
 constexpr std::size_t Sys_FileBasedInStream::cFirstRead;
+constexpr std::size_t Sys_FileBasedInStream::cSequentialRead;
 constexpr int Sys_FileBasedInStream::cJumpsBeforeCaching;
 
 namespace {
 
 // Bytes behind the position that stay: who looked at a header goes back to its start.
 constexpr std::size_t cLookBack = 512;
-// One read of a long body that is only summed.
-constexpr std::size_t cSumPiece = std::size_t{128} << 10;
 
 } // namespace
 
@@ -122,12 +121,32 @@ void Sys_FileBasedInStream::Load(Cmn_Int64 iFrom, std::size_t iWanted)
     const std::size_t wanted = static_cast<std::size_t>(iFrom - start) + iWanted;
     const auto left = static_cast<std::size_t>(mLength - start);
     const std::size_t size = std::min(std::max(wanted, kept + mNextRead), left);
-    mNextRead = std::min(2 * mNextRead, mReadAhead);
+    mNextRead = std::min(2 * mNextRead, GetMostAhead(start));
 
     Reserve(size, keptFrom, kept);
     mBufferStart = start;
     const Cmn_Int64 newFrom = start + static_cast<Cmn_Int64>(kept);
     mBuffered = kept + Fetch(newFrom, mBuffer.get() + kept, size - kept);
+}
+
+// Of a body that was just summed all is wanted, as far as it is longer than the read-ahead.
+std::size_t Sys_FileBasedInStream::GetMostAhead(Cmn_Int64 iAt) const
+{
+    const Cmn_Int64 inBody = IsVerified(iAt, iAt) ? GetVerifiedEnd() - iAt : 0;
+    return std::max(mReadAhead, static_cast<std::size_t>(
+                                    std::min<Cmn_Int64>(inBody, static_cast<Cmn_Int64>(cSequentialRead))));
+}
+
+std::span<const Cmn_UInt8> Sys_FileBasedInStream::Look(std::size_t iCount)
+{
+    auto offset = static_cast<std::size_t>(mPosition - mBufferStart);
+    if (offset > mBuffered || iCount > mBuffered - offset) {
+        if (iCount > mReadAhead || static_cast<Cmn_Int64>(iCount) > mLength - mPosition) return {};
+        Load(mPosition, iCount);
+        offset = static_cast<std::size_t>(mPosition - mBufferStart);
+        if (offset > mBuffered || iCount > mBuffered - offset) return {};
+    }
+    return {mBuffer.get() + offset, iCount};
 }
 
 std::size_t Sys_FileBasedInStream::Fetch(Cmn_Int64 iFrom, Cmn_UInt8* oBytes, std::size_t iCount)
@@ -193,17 +212,22 @@ Cmn_UInt32 Sys_FileBasedInStream::SumOf(Cmn_Int64 iFrom, Cmn_Int64 iCount)
     return Sys_Crc32C(0, mBuffer.get() + offset, count);
 }
 
+void Sys_FileBasedInStream::ReadAt(Cmn_Int64 iFrom, void* oBytes, std::size_t iCount)
+{
+    const std::size_t count = mFile.ReadAt(iFrom, oBytes, iCount);
+    if (count < iCount) ThrowReadError(iFrom + static_cast<Cmn_Int64>(count), mFile.GetLastError());
+    MassageBuffer(oBytes, count, iFrom);
+}
+
 Cmn_UInt32 Sys_FileBasedInStream::SumInPieces(Cmn_Int64 iFrom, std::size_t iCount)
 {
-    const std::size_t pieceSize = std::min(iCount, cSumPiece);
+    const std::size_t pieceSize = std::min(iCount, cSequentialRead);
     const auto piece = std::make_unique_for_overwrite<Cmn_UInt8[]>(pieceSize);
     Cmn_UInt32 sum = 0;
     for (std::size_t done = 0; done < iCount;) {
         const Cmn_Int64 at = iFrom + static_cast<Cmn_Int64>(done);
-        const std::size_t wanted = std::min(pieceSize, iCount - done);
-        const std::size_t count = mFile.ReadAt(at, piece.get(), wanted);
-        if (count < wanted) ThrowReadError(at + static_cast<Cmn_Int64>(count), mFile.GetLastError());
-        MassageBuffer(piece.get(), count, at);
+        const std::size_t count = std::min(pieceSize, iCount - done);
+        ReadAt(at, piece.get(), count);
         sum = Sys_Crc32C(sum, piece.get(), count);
         done += count;
     }

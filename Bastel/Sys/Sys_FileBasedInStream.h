@@ -1,9 +1,10 @@
 // Sys_FileBasedInStream: a file's bytes through a buffer that reads ahead.
 //
 // The first buffer after a jump is small and doubles while reading goes on in sequence, up to the
-// read-ahead: a stream found by key costs one small read, a long one few large ones. After
-// cJumpsBeforeCaching jumps small reads go through a cache of up to 32 MiB: who looks up one stream after
-// another soon pays no call to the system for it.
+// read-ahead: a stream found by key costs one small read, a long one few large ones, and what lies in a
+// body that was found right by its sum goes on in reads of up to cSequentialRead. After cJumpsBeforeCaching
+// jumps small reads go through
+// a cache of up to 32 MiB: who looks up one stream after another soon pays no call to the system for it.
 //
 // Units:     positions are positions in the file; the stream begins at the file's position when it is made.
 // Sums:      HasSums. SumOf of a body that fits the largest buffer leaves it there.
@@ -22,6 +23,7 @@ class KORA_API Sys_FileBasedInStream : public Sys_InStream
 public:
     static constexpr std::size_t cDefaultReadAhead = 8192;
     static constexpr std::size_t cFirstRead = 512;
+    static constexpr std::size_t cSequentialRead = std::size_t{128} << 10;
     static constexpr int cJumpsBeforeCaching = 64;
 
     explicit Sys_FileBasedInStream(Sys_File& iFile);
@@ -34,12 +36,18 @@ public:
     void SetPosition(Cmn_Int64 iPosition) override;
     // The file's length when the stream was made or last told to forget.
     Cmn_Int64 GetLength() const override { return mLength; }
+    std::span<const Cmn_UInt8> Look(std::size_t iCount) override;
+
+    // Reads all of iCount bytes at a place, past buffer and position, which stay. Throws
+    // Sys_StreamReadException where they cannot be read.
+    void ReadAt(Cmn_Int64 iFrom, void* oBytes, std::size_t iCount);
 
     bool HasSums() const override { return true; }
     Cmn_UInt32 SumOf(Cmn_Int64 iFrom, Cmn_Int64 iCount) override;
     void Forget() override;
 
-    // Most bytes that one read takes beyond what was asked for; at least cFirstRead.
+    // Most bytes that one read takes beyond what was asked for, outside bodies that are read in
+    // sequence; at least cFirstRead.
     void SetReadAhead(std::size_t iBytes);
     std::size_t GetReadAhead() const { return mReadAhead; }
     void Explain(Cmn_Exception& ioException) const override;
@@ -55,6 +63,7 @@ protected:
 private:
     std::size_t ReadPastBuffer(Cmn_UInt8* oBytes, std::size_t iCount);
     std::size_t ReadDirectly(Cmn_UInt8* oBytes, std::size_t iCount);
+    std::size_t GetMostAhead(Cmn_Int64 iAt) const;
     // As much as the buffer has at the position.
     std::size_t TakeBuffered(Cmn_UInt8* oBytes, std::size_t iCount);
     // Makes the buffer hold the iWanted bytes from iFrom on, or as many as can be read, and some ahead.

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstring>
 #include <new>
+#include <typeinfo>
 #include <utility>
 
 constexpr std::size_t Sys_FileBasedOutStream::cBufferSize;
@@ -231,14 +232,20 @@ bool Sys_FileBasedOutStream::Drain()
 
 std::size_t Sys_FileBasedOutStream::WriteMasked(Cmn_Int64 iPosition, const void* iBytes, std::size_t iCount)
 {
+    // Only derived classes mask: what needs no copy is written as it stands.
+    const bool isMasking = typeid(*this) != typeid(Sys_FileBasedOutStream);
     std::size_t done = 0;
     while (done < iCount) {
         const std::size_t wanted = std::min(iCount - done, cBufferSize);
-        if (wanted > mMasked.size()) mMasked.resize(wanted);
-        std::memcpy(mMasked.data(), static_cast<const Cmn_UInt8*>(iBytes) + done, wanted);
+        const Cmn_UInt8* bytes = static_cast<const Cmn_UInt8*>(iBytes) + done;
         const Cmn_Int64 at = iPosition + static_cast<Cmn_Int64>(done);
-        MassageBuffer(mMasked.data(), wanted, at);
-        const std::size_t count = mFile.WriteAt(at, mMasked.data(), wanted);
+        if (isMasking) {
+            if (wanted > mMasked.size()) mMasked.resize(wanted);
+            std::memcpy(mMasked.data(), bytes, wanted);
+            MassageBuffer(mMasked.data(), wanted, at);
+            bytes = mMasked.data();
+        }
+        const std::size_t count = mFile.WriteAt(at, bytes, wanted);
         done += count;
         if (count != wanted) break;
     }

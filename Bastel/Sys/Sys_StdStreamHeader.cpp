@@ -29,20 +29,18 @@ void Put(T iValue, Cmn_UInt8*& ioTo, bool iSwap)
     ioTo += sizeof(T);
 }
 
-Sys_StdStreamHeaderInfo InfoOf(Fields&& iFields, Cmn_Int64 iStart, Cmn_Int64 iBody)
+void Tell(const Fields& iFields, std::string_view iName, Cmn_Int64 iBody, Sys_StdStreamHeaderInfo& oInfo)
 {
-    Sys_StdStreamHeaderInfo info;
-    info.mName = std::move(iFields.mName);
-    info.mVersion = iFields.mVersion;
-    info.mListIndex = iFields.mListIndex;
-    info.mIsList = iFields.IsList();
-    info.mHasSums = iFields.HasSums();
-    info.mIsComplete = iFields.IsComplete();
-    info.mBodySum = iFields.mBodySum;
-    info.mStart = iStart;
-    info.mBody = iBody;
-    info.mEnd = info.mIsComplete ? iBody + Cmn_Int64{iFields.mBodySize} : iBody;
-    return info;
+    oInfo.name = iName;
+    oInfo.version = iFields.version;
+    oInfo.listIndex = iFields.listIndex;
+    oInfo.isList = iFields.IsList();
+    oInfo.hasSums = iFields.HasSums();
+    oInfo.isComplete = iFields.IsComplete();
+    oInfo.bodySum = iFields.bodySum;
+    oInfo.start = iFields.start;
+    oInfo.body = iBody;
+    oInfo.end = oInfo.isComplete ? iBody + Cmn_Int64{iFields.bodySize} : iBody;
 }
 
 } // namespace
@@ -75,23 +73,27 @@ std::string Fields::ReadName(Sys_TypedInStream& ioStream)
 Fields Fields::Read(Sys_TypedInStream& ioStream)
 {
     Bytes bytes;
-    Fields fields;
-    fields.mStart = ioStream.GetPosition();
+    const Cmn_Int64 start = ioStream.GetPosition();
     const std::size_t nameSize = ReadFront(ioStream, bytes);
-    Cmn_UInt8* const behindFront = bytes.data() + cFixedFront;
-    ioStream.ReadBytes(behindFront, nameSize + cAfterName + cBlockSize);
-    fields.mName.assign(behindFront, behindFront + nameSize);
-    const bool swap = ioStream.IsSwapped();
-    const Cmn_UInt8* from = behindFront + nameSize;
-    fields.mVersion = Take<Cmn_Int16>(from, swap);
-    fields.mListIndex = Take<Cmn_UInt32>(from, swap);
-    fields.mFlags = Take<Cmn_UInt16>(from, swap);
-    fields.mBodySize = Take<Cmn_UInt32>(from, swap);
-    fields.mBodySum = Take<Cmn_UInt32>(from, swap);
+    ioStream.ReadBytes(bytes.data() + cFixedFront, nameSize + cAfterName + cBlockSize);
+    Fields fields = FromBytes(bytes.data(), start, ioStream.IsSwapped());
+    fields.name.assign(bytes.data() + cFixedFront, bytes.data() + cFixedFront + nameSize);
+    return fields;
+}
+
+Fields Fields::FromBytes(const Cmn_UInt8* iBytes, Cmn_Int64 iStart, bool iSwap)
+{
+    Fields fields;
+    fields.start = iStart;
+    const Cmn_UInt8* from = iBytes + cFixedFront + iBytes[cMagic.size()];
+    fields.version = Take<Cmn_Int16>(from, iSwap);
+    fields.listIndex = Take<Cmn_UInt32>(from, iSwap);
+    fields.flags = Take<Cmn_UInt16>(from, iSwap);
+    fields.bodySize = Take<Cmn_UInt32>(from, iSwap);
+    fields.bodySum = Take<Cmn_UInt32>(from, iSwap);
     if (fields.HasSums())
-        fields.mComputedSum =
-            SumOf(bytes.data(), static_cast<std::size_t>(from - bytes.data()), fields.mStart);
-    fields.mHeaderSum = Take<Cmn_UInt32>(from, swap);
+        fields.computedSum = SumOf(iBytes, static_cast<std::size_t>(from - iBytes), fields.start);
+    fields.headerSum = Take<Cmn_UInt32>(from, iSwap);
     if (fields.HasSums() && fields.IsComplete()) fields.mBodySum -= static_cast<Cmn_UInt32>(fields.mStart);
     return fields;
 }
@@ -248,14 +250,30 @@ std::string Sys_StdStreamHeaderReader::PeekName(Sys_TypedInStream& ioStream)
 
 bool Sys_StdStreamHeaderReader::Peek(Sys_TypedInStream& ioStream, Sys_StdStreamHeaderInfo& oInfo)
 {
-    const Cmn_Int64 start = ioStream.GetPosition();
+    Sys_InStream& stream = ioStream.GetStream();
+    const Cmn_Int64 start = stream.GetPosition();
+    const auto take = [&](const Fields& iFields, std::string_view iName) {
+        const auto size = Fields::cFixedFront + iName.size() + Fields::cAfterName + Fields::cBlockSize;
+        const Cmn_Int64 body = start + static_cast<Cmn_Int64>(size);
+        const bool fits =
+            iFields.IsComplete() ? iFields.IsSound(stream.GetLength() - body) : iFields.IsGenuine();
+        if (!fits || (!iFields.HasSums() && stream.HasSums())) return false;
+        Tell(iFields, iName, body, oInfo);
+        return true;
+    };
+    // Nearly all headers have a short name and stand in memory: they are taken from there.
+    const std::span<const Cmn_UInt8> bytes = stream.Look(Fields::cShortSize);
+    if (!bytes.empty()) {
+        if (!std::equal(Fields::cMagic.begin(), Fields::cMagic.end(), bytes.begin())) return false;
+        const std::size_t nameSize = bytes[Fields::cMagic.size()];
+        if (nameSize <= Fields::cMaxShortName)
+            return take(Fields::FromBytes(bytes.data(), start, ioStream.IsSwapped()),
+                        {reinterpret_cast<const char*>(bytes.data()) + Fields::cFixedFront, nameSize});
+    }
     bool isHeader = false;
     try {
-        Fields fields = Fields::Read(ioStream);
-        const Cmn_Int64 body = ioStream.GetPosition();
-        const bool fits = fields.IsComplete() ? fields.IsSound(ioStream.GetBytesLeft()) : fields.IsGenuine();
-        isHeader = fits && (fields.HasSums() || !ioStream.GetStream().HasSums());
-        if (isHeader) oInfo = InfoOf(std::move(fields), start, body);
+        const Fields fields = Fields::Read(ioStream);
+        isHeader = take(fields, fields.name);
     } catch (const Cmn_Exception&) {
         // The bytes end within what would be a header.
     }

@@ -22,6 +22,10 @@ struct Sys_StdStreamHeaderFields
     static constexpr std::size_t cSumSize = 4;                    // of the header's own, its last field
     static constexpr std::size_t cMaxSize = cFixedFront + cMaxName + cAfterName + cBlockSize;
 
+    // Headers of a short name, and some bytes behind it.
+    static constexpr std::size_t cMaxShortName = 7;
+    static constexpr std::size_t cShortSize = cFixedFront + cMaxShortName + cAfterName + cBlockSize;
+
     using Bytes = std::array<Cmn_UInt8, cMaxSize>;
 
     Cmn_Int64 mStart = 0; // where the header begins in its stream
@@ -48,6 +52,9 @@ struct Sys_StdStreamHeaderFields
     static std::string ReadName(Sys_TypedInStream& ioStream);
     // The whole header, whatever its fields hold; throws where the bytes end.
     static Sys_StdStreamHeaderFields Read(Sys_TypedInStream& ioStream);
+    // The header whose bytes were read at iStart, without its name; the magic and the
+    // length of the name are right.
+    static Sys_StdStreamHeaderFields FromBytes(const Cmn_UInt8* iBytes, Cmn_Int64 iStart, bool iSwap);
 
     bool IsComplete() const { return (mFlags & cFlagComplete) != 0; }
     bool IsList() const { return (mFlags & cFlagList) != 0; }

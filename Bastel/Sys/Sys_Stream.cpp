@@ -34,6 +34,8 @@ Cmn_UInt32 Sys_InStream::SumOf(Cmn_Int64 iFrom, Cmn_Int64 iCount)
     return sum;
 }
 
+std::span<const Cmn_UInt8> Sys_InStream::Look(std::size_t) { return {}; }
+
 // Memory has no name, and no system that could fail.
 void Sys_InStream::Explain(Cmn_Exception&) const {}
 void Sys_OutStream::Explain(Cmn_Exception&) const {}

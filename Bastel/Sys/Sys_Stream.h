@@ -27,6 +27,9 @@ public:
     // A position outside the stream asserts and leaves the old one.
     virtual void SetPosition(Cmn_Int64 iPosition) = 0;
     virtual Cmn_Int64 GetLength() const = 0;
+    // The next iCount bytes where they stand in memory, until the stream is used again; the position stays.
+    // Nothing where they are not all there, or the stream has none in memory: reading tells.
+    virtual std::span<const Cmn_UInt8> Look(std::size_t iCount);
 
     // True where a header without sums is damage.
     virtual bool HasSums() const { return false; }
@@ -49,6 +52,7 @@ public:
         mVerifiedBegin = iBegin;
         mVerifiedEnd = iEnd;
     }
+    Cmn_Int64 GetVerifiedEnd() const { return mVerifiedEnd; }
     // After the bytes may have changed: what was read ahead is dropped as well.
     virtual void Forget() { SetVerified(0, 0); }
 
@@ -107,6 +111,11 @@ public:
     Cmn_Int64 GetPosition() const override { return static_cast<Cmn_Int64>(mPosition); }
     void SetPosition(Cmn_Int64 iPosition) override;
     Cmn_Int64 GetLength() const override { return static_cast<Cmn_Int64>(mBytes.size()); }
+    std::span<const Cmn_UInt8> Look(std::size_t iCount) override
+    {
+        return iCount > mBytes.size() - mPosition ? std::span<const Cmn_UInt8>()
+                                                  : mBytes.subspan(mPosition, iCount);
+    }
 
 private:
     std::span<const Cmn_UInt8> mBytes;

@@ -82,8 +82,9 @@ std::string Sys_TypedInStream::ReadString()
 
 void Sys_TypedInStream::ReadBytes(void* oBytes, std::size_t iCount)
 {
-    const Cmn_Int64 at = GetPosition();
-    if (mStream.Read(oBytes, iCount) != iCount) Sys_ThrowFrom<Sys_StreamReadException>(mStream, at);
+    const std::size_t count = mStream.Read(oBytes, iCount);
+    if (count != iCount)
+        Sys_ThrowFrom<Sys_StreamReadException>(mStream, GetPosition() - static_cast<Cmn_Int64>(count));
 }
 
 Sys_TypedOutStream::Sys_TypedOutStream(Sys_OutStream& ioStream, bool iSwap, ETextEncoding iEncoding,
@@ -128,6 +129,7 @@ void Sys_TypedOutStream::WriteString(std::string_view iText)
 
 void Sys_TypedOutStream::WriteBytes(const void* iBytes, std::size_t iCount)
 {
-    const Cmn_Int64 at = GetPosition();
-    if (mStream.Write(iBytes, iCount) != iCount) Sys_ThrowFrom<Sys_StreamWriteException>(mStream, at);
+    const std::size_t count = mStream.Write(iBytes, iCount);
+    if (count != iCount)
+        Sys_ThrowFrom<Sys_StreamWriteException>(mStream, GetPosition() - static_cast<Cmn_Int64>(count));
 }

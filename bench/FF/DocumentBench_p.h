@@ -1,5 +1,5 @@
-// What the cases of the document benchmarks share: the same hundred thousand bodies under the keys {list,
-// item}{type}, and one folder on the disk that the build is on.
+// What the cases of the document benchmarks share: the same bodies under the keys {list, item}{type}, a
+// hundred thousand to save and BenchSizes to read, and one folder on the disk that the build is on.
 #pragma once
 
 #include "Bastel/Cmn/Cmn_Types.h"
@@ -7,6 +7,7 @@
 #include <array>
 #include <cstdlib>
 #include <filesystem>
+#include <map>
 #include <random>
 #include <string>
 #include <vector>
@@ -26,10 +27,10 @@ inline BenchBody MakeBenchBody(Cmn_Int32 iItem)
 }
 
 // Items in an order that no cache learns.
-inline std::vector<Cmn_Int32> MakeBenchOrder()
+inline std::vector<Cmn_Int32> MakeBenchOrder(Cmn_Int32 iItems)
 {
     std::mt19937 random(1);
-    std::uniform_int_distribution<Cmn_Int32> item(0, cBenchItems - 1);
+    std::uniform_int_distribution<Cmn_Int32> item(0, iItems - 1);
     std::vector<Cmn_Int32> order(4096);
     for (Cmn_Int32& each : order)
         each = item(random);
@@ -56,6 +57,27 @@ inline std::string BenchPath(const char* iName)
     };
     static const Folder sFolder;
     return (sFolder.mPath / iName).string();
+}
+
+// The sizes that are read.
+template <class Benchmark>
+void BenchSizes(Benchmark* ioBenchmark)
+{
+    for (const int items : {1000, cBenchItems, 1000000})
+        ioBenchmark->Arg(items);
+}
+
+// Saves a file of so many items once for all cases that read it: iSave(path, items).
+template <class Save>
+const std::string& SavedForBench(const char* iName, Cmn_Int32 iItems, const Save& iSave)
+{
+    static std::map<std::pair<std::string, Cmn_Int32>, std::string> sPaths;
+    std::string& path = sPaths[{iName, iItems}];
+    if (path.empty()) {
+        path = BenchPath((std::to_string(iItems) + iName).c_str());
+        iSave(path, iItems);
+    }
+    return path;
 }
 
 // Ends the program: a figure of work that failed says nothing.

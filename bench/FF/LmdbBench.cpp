@@ -14,7 +14,7 @@ public:
     Environment(const std::string& iPath, unsigned iFlags)
     {
         BenchNeeds(mdb_env_create(&mEnv) == 0);
-        BenchNeeds(mdb_env_set_mapsize(mEnv, std::size_t{64} << 20) == 0);
+        BenchNeeds(mdb_env_set_mapsize(mEnv, std::size_t{512} << 20) == 0);
         BenchNeeds(mdb_env_open(mEnv, iPath.c_str(), MDB_NOSUBDIR | iFlags, 0644) == 0);
         BenchNeeds(mdb_txn_begin(mEnv, nullptr, iFlags & MDB_RDONLY, &mTxn) == 0);
         BenchNeeds(mdb_dbi_open(mTxn, nullptr, MDB_INTEGERKEY, &mDbi) == 0);
@@ -47,6 +47,23 @@ public:
         return body;
     }
 
+    // Reads all in the order of their keys; returns how many there are.
+    Cmn_Int32 Scan()
+    {
+        MDB_cursor* cursor = nullptr;
+        BenchNeeds(mdb_cursor_open(mTxn, mDbi, &cursor) == 0);
+        MDB_val key;
+        MDB_val value;
+        BenchBody body;
+        Cmn_Int32 count = 0;
+        for (; mdb_cursor_get(cursor, &key, &value, MDB_NEXT) == 0; ++count) {
+            std::memcpy(body.data(), value.mv_data, body.size());
+            benchmark::DoNotOptimize(body);
+        }
+        mdb_cursor_close(cursor);
+        return count;
+    }
+
 private:
     static std::size_t Number(Cmn_Int32 iItem)
     {
@@ -59,52 +76,59 @@ private:
     MDB_dbi mDbi = 0;
 };
 
-void SaveLmdb(const std::string& iPath)
+void SaveLmdb(const std::string& iPath, Cmn_Int32 iItems)
 {
     std::filesystem::remove(iPath);
     Environment environment(iPath, 0);
-    for (Cmn_Int32 i = 0; i < cBenchItems; ++i)
+    for (Cmn_Int32 i = 0; i < iItems; ++i)
         environment.Put(i, MakeBenchBody(i));
     environment.Commit();
 }
 
-const std::string& SavedLmdb()
+const std::string& SavedLmdb(benchmark::State& iState)
 {
-    static const std::string sPath = [] {
-        const std::string path = BenchPath("read.mdb");
-        SaveLmdb(path);
-        return path;
-    }();
-    return sPath;
+    return SavedForBench(".mdb", static_cast<Cmn_Int32>(iState.range(0)), SaveLmdb);
 }
 
 void BM_SaveLmdb(benchmark::State& ioState)
 {
     const std::string path = BenchPath("save.mdb");
     for (auto _ : ioState)
-        SaveLmdb(path);
+        SaveLmdb(path, cBenchItems);
     ioState.counters["bytes"] = static_cast<double>(std::filesystem::file_size(path));
 }
 BENCHMARK(BM_SaveLmdb)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 void BM_OpenAndReadFirstLmdb(benchmark::State& ioState)
 {
-    const std::string& path = SavedLmdb();
+    const std::string& path = SavedLmdb(ioState);
     for (auto _ : ioState) {
         Environment environment(path, MDB_RDONLY);
         BenchNeeds(environment.Get(0) == MakeBenchBody(0));
     }
 }
-BENCHMARK(BM_OpenAndReadFirstLmdb)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_OpenAndReadFirstLmdb)
+    ->Apply(BenchSizes<benchmark::internal::Benchmark>)
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime();
 
 void BM_ReadByKeyLmdb(benchmark::State& ioState)
 {
-    Environment environment(SavedLmdb(), MDB_RDONLY);
-    const std::vector<Cmn_Int32> order = MakeBenchOrder();
+    Environment environment(SavedLmdb(ioState), MDB_RDONLY);
+    const std::vector<Cmn_Int32> order = MakeBenchOrder(static_cast<Cmn_Int32>(ioState.range(0)));
     std::size_t at = 0;
     for (auto _ : ioState)
         benchmark::DoNotOptimize(environment.Get(order[at++ % order.size()]));
 }
-BENCHMARK(BM_ReadByKeyLmdb);
+BENCHMARK(BM_ReadByKeyLmdb)->Apply(BenchSizes<benchmark::internal::Benchmark>);
+
+void BM_ScanLmdb(benchmark::State& ioState)
+{
+    Environment environment(SavedLmdb(ioState), MDB_RDONLY);
+    for (auto _ : ioState)
+        BenchNeeds(environment.Scan() == ioState.range(0));
+    ioState.SetItemsProcessed(ioState.iterations() * ioState.range(0));
+}
+BENCHMARK(BM_ScanLmdb)->Apply(BenchSizes<benchmark::internal::Benchmark>)->Unit(benchmark::kMillisecond);
 
 } // namespace

@@ -57,7 +57,7 @@ private:
 
 constexpr char cSelect[] = "SELECT body FROM streams WHERE list = ? AND item = ? AND type = ?";
 
-void SaveSqlite(const std::string& iPath)
+void SaveSqlite(const std::string& iPath, Cmn_Int32 iItems)
 {
     std::filesystem::remove(iPath);
     Database base(iPath);
@@ -65,52 +65,50 @@ void SaveSqlite(const std::string& iPath)
              "PRIMARY KEY (list, item, type)) WITHOUT ROWID");
     base.Run("BEGIN");
     base.Prepare("INSERT INTO streams VALUES (?, ?, ?, ?)");
-    for (Cmn_Int32 i = 0; i < cBenchItems; ++i)
+    for (Cmn_Int32 i = 0; i < iItems; ++i)
         base.Insert(i, MakeBenchBody(i));
     base.Run("COMMIT");
 }
 
-const std::string& SavedSqlite()
+const std::string& SavedSqlite(benchmark::State& iState)
 {
-    static const std::string sPath = [] {
-        const std::string path = BenchPath("read.sqlite");
-        SaveSqlite(path);
-        return path;
-    }();
-    return sPath;
+    return SavedForBench(".sqlite", static_cast<Cmn_Int32>(iState.range(0)), SaveSqlite);
 }
 
 void BM_SaveSqlite(benchmark::State& ioState)
 {
     const std::string path = BenchPath("save.sqlite");
     for (auto _ : ioState)
-        SaveSqlite(path);
+        SaveSqlite(path, cBenchItems);
     ioState.counters["bytes"] = static_cast<double>(std::filesystem::file_size(path));
 }
 BENCHMARK(BM_SaveSqlite)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 void BM_OpenAndReadFirstSqlite(benchmark::State& ioState)
 {
-    const std::string& path = SavedSqlite();
+    const std::string& path = SavedSqlite(ioState);
     for (auto _ : ioState) {
         Database base(path);
         base.Prepare(cSelect);
         BenchNeeds(base.Select(0) == MakeBenchBody(0));
     }
 }
-BENCHMARK(BM_OpenAndReadFirstSqlite)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_OpenAndReadFirstSqlite)
+    ->Apply(BenchSizes<benchmark::internal::Benchmark>)
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime();
 
 void BM_ReadByKeySqlite(benchmark::State& ioState)
 {
-    Database base(SavedSqlite());
+    Database base(SavedSqlite(ioState));
     base.Run("PRAGMA cache_size=-65536"); // KiB: room for all of it
     base.Run("BEGIN");                    // one lock for all reads
     base.Prepare(cSelect);
-    const std::vector<Cmn_Int32> order = MakeBenchOrder();
+    const std::vector<Cmn_Int32> order = MakeBenchOrder(static_cast<Cmn_Int32>(ioState.range(0)));
     std::size_t at = 0;
     for (auto _ : ioState)
         benchmark::DoNotOptimize(base.Select(order[at++ % order.size()]));
 }
-BENCHMARK(BM_ReadByKeySqlite);
+BENCHMARK(BM_ReadByKeySqlite)->Apply(BenchSizes<benchmark::internal::Benchmark>);
 
 } // namespace

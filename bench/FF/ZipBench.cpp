@@ -84,7 +84,7 @@ BENCHMARK(BM_OpenAndReadFirstZip)->Unit(benchmark::kMillisecond)->UseRealTime();
 void BM_ReadByKeyZip(benchmark::State& ioState)
 {
     Archive archive(SavedZip());
-    const std::vector<Cmn_Int32> order = MakeBenchOrder();
+    const std::vector<Cmn_Int32> order = MakeBenchOrder(cBenchItems);
     std::size_t at = 0;
     for (auto _ : ioState)
         benchmark::DoNotOptimize(archive.Get(order[at++ % order.size()]));

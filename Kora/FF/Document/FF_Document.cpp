@@ -272,8 +272,8 @@ void FF_Document::ParseHeader(EOpenFlag iFlag)
     if (mTOCOffset < mHeader.mEnd || mTOCOffset >= mInStream->GetLength())
         Sys_ThrowFrom(*mInFile, Cmn_eMessage_NoTOC, mTOCOffsetPosition);
     in.SetPosition(mTOCOffset);
+    if (!isWritable) return mTOC->Open(*mInStream, mSwap, mTOCOffset, mHeader.end);
     mTOC->StreamIn(in, mTOCOffset, mHeader.mEnd);
-    if (!isWritable) return;
     // The table lives in memory from now on: the streams end where it begins, and what is
     // written now replaces it.
     mOutStream->SetPosition(mTOCOffset);

@@ -38,21 +38,20 @@ Cmn_UInt32 FF_Document::GetCurrentStreamStart() const { return mOpenStreams->Get
 void FF_Document::AddTOCEntry(const TOCKey& iKey, Cmn_Int32 iValueIndex, Cmn_UInt64 iPosition,
                               std::string_view iDescription)
 {
-    Register(iKey.GetContexts(), iValueIndex, iPosition, iDescription);
+    Register(iKey.GetContexts(), mTOC->Find(iKey), iValueIndex, iPosition, iDescription);
 }
 
-void FF_Document::Register(std::span<const Context> iKey, Cmn_Int32 iValueIndex, Cmn_UInt64 iPosition,
-                           std::string_view iDescription)
+Cmn_Int32 FF_Document::Register(std::span<const Context> iKey, Cmn_Int32 iKnown, Cmn_Int32 iValueIndex,
+                                Cmn_UInt64 iPosition, std::string_view iDescription)
 {
-    const TOC::Entry known = mTOC->Find(iKey);
-    const Cmn_Int32 numValues = known == TOC::cNone ? 0 : mTOC->GetNumValues(known);
+    const Cmn_Int32 numValues = iKnown == TOC::cNone ? 0 : mTOC->GetNumValues(iKnown);
     if (!Cmn_ASSERT_TEXT(static_cast<Cmn_UInt32>(iValueIndex) <= static_cast<Cmn_UInt32>(numValues),
                          "(Cmn_UInt32)iValueIndex <= values.size()"))
-        return;
+        return iKnown;
 
     const bool isNewValue = iValueIndex == numValues;
     Cmn_Int64 growth = cPartHead + cOffsetCountSize + cOffsetSize;
-    if (known == TOC::cNone)
+    if (iKnown == TOC::cNone)
         growth += 2 * cCountSize + static_cast<Cmn_Int64>(iKey.size()) * Context::cStreamSize;
     if (isNewValue) {
         // What is not taken as it stands has at most three bytes of UTF-8 for each of its own.
@@ -63,16 +62,16 @@ void FF_Document::Register(std::span<const Context> iKey, Cmn_Int32 iValueIndex,
     }
     RequireRoomFor(growth);
 
-    const TOC::Entry entry = mTOC->Insert(iKey);
-    if (isNewValue) mTOC->AddValue(entry, iDescription);
-    mTOC->AddOffset(entry, iValueIndex, static_cast<Cmn_UInt32>(iPosition));
+    const TOC::Entry entry =
+        mTOC->Register(iKey, iKnown, iValueIndex, static_cast<Cmn_UInt32>(iPosition), iDescription);
     UpdateLimit();
+    return entry;
 }
 
 void FF_Document::RequireRoomFor(Cmn_Int64 iGrowth) const
 {
     if (!mOutStream) return;
-    if (mOutStream->GetEnd() + mTOC->GetStreamSize() + iGrowth <= mSizeLimit) return;
+    if (mOutStream->GetEnd() + mTOC->GetStreamSize(iGrowth) <= mSizeLimit) return;
     Sys_StreamWriteException exception(mOutStream->GetEnd());
     Name(exception);
     throw exception;
@@ -85,7 +84,8 @@ void FF_Document::AddTOCEntry(FF_Document* iDocument, Cmn_UInt64 iPosition, Cmn_
     // The key of the stream is the path that its header writer is about to make.
     iDocument->PushContext(iStreamType, iDocument->GetCurrentStreamStart());
     try {
-        iDocument->Register(iDocument->GetCurrentContext(), 0, iPosition, iDescription);
+        const std::vector<Context>& path = iDocument->GetCurrentContext();
+        iDocument->Register(path, iDocument->mTOC->Find(path), 0, iPosition, iDescription);
     } catch (...) {
         iDocument->PopContext();
         throw;
@@ -108,17 +108,18 @@ void FF_Document::AddListEntry(FF_Document* iDocument, Cmn_UInt32 iItem, std::st
 
     TOC& toc = *iDocument->mTOC;
     const FF_StNoItem noItem(contexts);
-    const TOC::Entry known = toc.Find(contexts);
-    const Cmn_Int32 numValues = known == TOC::cNone ? 0 : toc.GetNumValues(known);
+    TOC::Entry entry = toc.Find(contexts);
+    const Cmn_Int32 numValues = entry == TOC::cNone ? 0 : toc.GetNumValues(entry);
     // Value 0 is the list itself.
     const auto listIndex = static_cast<Cmn_Int32>(iItem + 1);
     if (!Cmn_ASSERT_TEXT(listIndex > 0 && listIndex <= std::max(numValues, 1),
                          "iListIndex <= (Cmn_Int32)values.size()"))
         return;
-    if (numValues == 0) iDocument->Register(contexts, 0, iDocument->GetCurrentStreamStart(), {});
+    if (numValues == 0)
+        entry = iDocument->Register(contexts, entry, 0, iDocument->GetCurrentStreamStart(), {});
     const auto position = static_cast<Cmn_UInt64>(iDocument->mOutStream->GetPosition());
-    iDocument->Register(contexts, listIndex, position, iDescription);
-    toc.SetIsList(toc.Find(contexts), true);
+    entry = iDocument->Register(contexts, entry, listIndex, position, iDescription);
+    toc.SetIsList(entry, true);
 }
 
 bool FF_Document::InvalidateKey(const TOCKey& iKey, Cmn_Int32 iValueIndex)

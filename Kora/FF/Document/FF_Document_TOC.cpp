@@ -3,13 +3,16 @@
 #include "Kora/FF/Document/FF_Document_TOC.h"
 
 #include "Bastel/Cmn/Cmn_Assert.h"
+#include "Bastel/Sys/Sys_FileBasedInStream.h"
 #include "Bastel/Sys/Sys_StdStreamHeader.h"
 #include "Bastel/Sys/Sys_StreamThrow_p.h"
-#include "Kora/FF/Document/FF_TOCTable_p.h"
+#include "Kora/FF/Document/FF_TOCPages_p.h"
 
+#include <algorithm>
 #include <limits>
 
 constexpr FF_Document::TOC::Entry FF_Document::TOC::cNone;
+constexpr Cmn_Int32 FF_Document::TOC::cMostReserved;
 
 namespace {
 
@@ -41,48 +44,91 @@ void FF_Document::TOC::SetTextForm(ETextEncoding iEncoding, bool iRepairText)
     mRepairText = iRepairText;
 }
 
-void FF_Document::TOC::Clear() { mTable = std::make_unique<FF_TOCTable>(); }
+void FF_Document::TOC::Clear()
+{
+    mTable = std::make_unique<FF_TOCTable>();
+    mPages.reset();
+}
+
+FF_TOCTable& FF_Document::TOC::GetTable() const
+{
+    if (mPages == nullptr) return *mTable;
+    Sys_TypedInStream stream(mPages->GetStream(), mPages->IsSwapped());
+    const Cmn_Int64 before = stream.GetPosition();
+    TOC whole;
+    stream.SetPosition(mPages->GetStart());
+    whole.StreamIn(stream, mPages->GetEnd(), mPages->GetBegin());
+    stream.SetPosition(before);
+    mTable.swap(whole.mTable);
+    mPages.reset();
+    return *mTable;
+}
 
 // --- asking
 
-Cmn_Int32 FF_Document::TOC::GetNumKeys() const { return static_cast<Cmn_Int32>(mTable->GetNumKeys()); }
+Cmn_Int32 FF_Document::TOC::GetNumKeys() const
+{
+    return static_cast<Cmn_Int32>(mPages != nullptr ? mPages->GetNumKeys() : mTable->GetNumKeys());
+}
+
 FF_Document::TOC::Entry FF_Document::TOC::Find(const TOCKey& iKey) const { return Find(iKey.GetContexts()); }
 FF_Document::TOC::Entry FF_Document::TOC::Find(std::span<const Context> iContexts) const
 {
-    return mTable->Find(iContexts);
+    return mPages != nullptr ? mPages->Find(iContexts) : mTable->Find(iContexts);
 }
 
 FF_Document::TOC::Entry FF_Document::TOC::GetInOrder(Cmn_Int32 iNth) const
 {
-    return Cmn_ASSERT(iNth >= 0 && iNth < GetNumKeys()) ? mTable->GetInOrder(iNth) : cNone;
+    if (!Cmn_ASSERT(iNth >= 0 && iNth < GetNumKeys())) return cNone;
+    return mPages != nullptr ? iNth : mTable->GetInOrder(iNth);
+}
+
+std::vector<FF_Document::Context> FF_Document::TOC::GetContexts(Entry iEntry) const
+{
+    const auto made = [](std::span<const FF_TOCTable::Context> iFlat) {
+        std::vector<Context> contexts;
+        contexts.reserve(iFlat.size());
+        for (const FF_TOCTable::Context& context : iFlat)
+            contexts.emplace_back(context.GetStreamType(), context.parent, context.isList,
+                                  context.GetListIndex());
+        return contexts;
+    };
+    if (mPages != nullptr) return made(mPages->GetContexts(iEntry));
+    return made(mTable->GetContexts(mTable->GetKey(iEntry)));
+}
+
+std::span<const Cmn_UInt8> FF_Document::TOC::GetBytes(Entry iEntry, Cmn_Int32 iValue) const
+{
+    return mPages != nullptr ? mPages->GetValue(iEntry, iValue) : mTable->GetValue(iEntry, iValue);
+}
+
+std::span<const Cmn_UInt8> FF_Document::TOC::GetOffsets(Entry iEntry, Cmn_Int32 iValue) const
+{
+    return FF_TOCBytes::Offsets(GetBytes(iEntry, iValue).data());
 }
 
 FF_Document::TOCKey FF_Document::TOC::GetKey(Entry iEntry) const
 {
-    TOCKey key;
-    if (!Cmn_ASSERT(iEntry >= 0 && iEntry < GetNumKeys())) return key;
-    for (const FF_TOCTable::Context& context : mTable->GetContexts(mTable->GetKey(iEntry)))
-        key.GetContexts().emplace_back(context.GetStreamType(), context.mParent, context.mIsList,
-                                       context.GetListIndex());
-    return key;
+    if (!Cmn_ASSERT(iEntry >= 0 && iEntry < GetNumKeys())) return TOCKey();
+    return TOCKey(GetContexts(iEntry));
 }
 
 Cmn_Int32 FF_Document::TOC::GetNumValues(Entry iEntry) const
 {
     if (!Cmn_ASSERT(iEntry >= 0 && iEntry < GetNumKeys())) return 0;
-    return static_cast<Cmn_Int32>(mTable->GetKey(iEntry).mValueCount);
+    return static_cast<Cmn_Int32>(mPages != nullptr ? mPages->GetNumValues(iEntry)
+                                                    : mTable->GetKey(iEntry).valueCount);
 }
 
 bool FF_Document::TOC::Has(Entry iEntry, Cmn_Int32 iValue) const
 {
-    return iEntry >= 0 && iEntry < GetNumKeys() && iValue >= 0 &&
-           static_cast<Cmn_UInt32>(iValue) < mTable->GetKey(iEntry).mValueCount;
+    return iEntry >= 0 && iEntry < GetNumKeys() && iValue >= 0 && iValue < GetNumValues(iEntry);
 }
 
 FF_Document::TOCValue FF_Document::TOC::GetValue(Entry iEntry, Cmn_Int32 iValue) const
 {
     if (!Cmn_ASSERT(Has(iEntry, iValue))) return TOCValue({}, mEncoding);
-    Sys_MemInStream bytes(mTable->GetValue(iEntry, iValue));
+    Sys_MemInStream bytes(GetBytes(iEntry, iValue));
     Sys_TypedInStream stream(bytes, false, mEncoding);
     return TOCValue::StreamIn(stream);
 }
@@ -90,9 +136,9 @@ FF_Document::TOCValue FF_Document::TOC::GetValue(Entry iEntry, Cmn_Int32 iValue)
 bool FF_Document::TOC::GetFirstOffset(Entry iEntry, Cmn_Int32 iValue, Cmn_UInt32& oOffset) const
 {
     const bool isKnown = iEntry >= 0 && iEntry < GetNumKeys();
-    if (isKnown && iValue == 0 && mTable->GetKey(iEntry).mValueCount == 0) return false;
+    if (isKnown && iValue == 0 && GetNumValues(iEntry) == 0) return false;
     if (!Cmn_ASSERT(Has(iEntry, iValue))) return false;
-    const std::span<const Cmn_UInt8> offsets = mTable->GetOffsets(iEntry, iValue);
+    const std::span<const Cmn_UInt8> offsets = GetOffsets(iEntry, iValue);
     if (offsets.empty()) return false;
     oOffset = Sys_LoadInteger<Cmn_UInt32>(offsets.data(), false);
     return true;
@@ -101,7 +147,7 @@ bool FF_Document::TOC::GetFirstOffset(Entry iEntry, Cmn_Int32 iValue, Cmn_UInt32
 bool FF_Document::TOC::HasOffset(Entry iEntry, Cmn_Int32 iValue, Cmn_UInt32 iOffset) const
 {
     if (!Cmn_ASSERT(Has(iEntry, iValue))) return false;
-    const std::span<const Cmn_UInt8> offsets = mTable->GetOffsets(iEntry, iValue);
+    const std::span<const Cmn_UInt8> offsets = GetOffsets(iEntry, iValue);
     for (std::size_t at = 0; at < offsets.size(); at += FF_TOCBytes::cOffsetSize)
         if (Sys_LoadInteger<Cmn_UInt32>(offsets.data() + at, false) == iOffset) return true;
     return false;
@@ -110,6 +156,7 @@ bool FF_Document::TOC::HasOffset(Entry iEntry, Cmn_Int32 iValue, Cmn_UInt32 iOff
 bool FF_Document::TOC::IsList(Entry iEntry) const
 {
     if (!Cmn_ASSERT(iEntry >= 0 && iEntry < GetNumKeys())) return false;
+    if (mPages != nullptr) return mPages->IsList(iEntry);
     const std::span<const FF_TOCTable::Context> contexts = mTable->GetContexts(mTable->GetKey(iEntry));
     return !contexts.empty() && contexts.back().mIsList;
 }
@@ -118,31 +165,61 @@ bool FF_Document::TOC::IsList(Entry iEntry) const
 
 void FF_Document::TOC::SetIsList(Entry iEntry, bool iIsList)
 {
-    if (Cmn_ASSERT(iEntry >= 0 && iEntry < GetNumKeys())) mTable->SetIsList(iEntry, iIsList);
+    if (Cmn_ASSERT(iEntry >= 0 && iEntry < GetNumKeys())) GetTable().SetIsList(iEntry, iIsList);
+}
+
+void FF_Document::TOC::Reserve(Entry iEntry, Cmn_Int32 iValues)
+{
+    if (!Cmn_ASSERT(iEntry >= 0 && iEntry < GetNumKeys())) return;
+    GetTable().Reserve(iEntry, static_cast<std::size_t>(std::clamp<Cmn_Int32>(iValues, 0, cMostReserved)));
 }
 
 FF_Document::TOC::Entry FF_Document::TOC::Insert(std::span<const Context> iContexts)
 {
-    return mTable->Insert(iContexts);
+    FF_TOCTable& table = GetTable();
+    const Entry known = table.Find(iContexts);
+    if (known == cNone) return table.Add(iContexts);
+    table.TakeParents(known, iContexts);
+    return known;
 }
 
 void FF_Document::TOC::AddValue(Entry iEntry, std::string_view iDescription)
 {
     if (!Cmn_ASSERT(iEntry >= 0 && iEntry < GetNumKeys())) return;
+    AddValue(iEntry, iDescription, {});
+}
+
+void FF_Document::TOC::AddValue(Entry iEntry, std::string_view iDescription,
+                                std::span<const Cmn_UInt32> iOffsets)
+{
     if (mEncoding == eTextEncoding_Utf8 && !mRepairText)
-        return mTable->AddValue(iEntry, StringDisplayInfo::Cut(iDescription));
+        return GetTable().AddValue(iEntry, StringDisplayInfo::Cut(iDescription), iOffsets);
     const std::string text = StringDisplayInfo::Utf8From(iDescription, mEncoding, mRepairText);
-    mTable->AddValue(iEntry, StringDisplayInfo::Cut(text));
+    GetTable().AddValue(iEntry, StringDisplayInfo::Cut(text), iOffsets);
+}
+
+FF_Document::TOC::Entry FF_Document::TOC::Register(std::span<const Context> iContexts, Entry iKnown,
+                                                   Cmn_Int32 iValue, Cmn_UInt32 iOffset,
+                                                   std::string_view iDescription)
+{
+    FF_TOCTable& table = GetTable();
+    const Entry entry = iKnown == cNone ? table.Add(iContexts) : iKnown;
+    if (iKnown != cNone) table.TakeParents(entry, iContexts);
+    if (static_cast<Cmn_UInt32>(iValue) == table.GetKey(entry).valueCount)
+        AddValue(entry, iDescription, {&iOffset, 1});
+    else
+        table.AddOffset(entry, iValue, iOffset);
+    return entry;
 }
 
 void FF_Document::TOC::AddOffset(Entry iEntry, Cmn_Int32 iValue, Cmn_UInt32 iOffset)
 {
-    if (Cmn_ASSERT(Has(iEntry, iValue))) mTable->AddOffset(iEntry, iValue, iOffset);
+    if (Cmn_ASSERT(Has(iEntry, iValue))) GetTable().AddOffset(iEntry, iValue, iOffset);
 }
 
 void FF_Document::TOC::Invalidate(Entry iEntry, Cmn_Int32 iValue)
 {
-    if (Cmn_ASSERT(Has(iEntry, iValue))) mTable->Invalidate(iEntry, iValue);
+    if (Cmn_ASSERT(Has(iEntry, iValue))) GetTable().Invalidate(iEntry, iValue);
 }
 
 void FF_Document::TOC::SetValue(Entry iEntry, Cmn_Int32 iValue, const TOCValue& iNew)
@@ -153,25 +230,40 @@ void FF_Document::TOC::SetValue(Entry iEntry, Cmn_Int32 iValue, const TOCValue& 
     iNew.StreamOut(stream);
     // Hosts may derive kinds of their own, and what they write is not ours to know.
     if (!IsValue(bytes.GetBytes())) throw Sys_StreamWriteException();
-    mTable->SetValue(iEntry, iValue, bytes.GetBytes());
+    GetTable().SetValue(iEntry, iValue, bytes.GetBytes());
 }
 
-void FF_Document::TOC::ForgetOffsetsFrom(Cmn_UInt32 iFrom) { mTable->ForgetOffsetsFrom(iFrom); }
+void FF_Document::TOC::ForgetOffsetsFrom(Cmn_UInt32 iFrom) { GetTable().ForgetOffsetsFrom(iFrom); }
 
 // --- streams
 
-Cmn_Int64 FF_Document::TOC::GetStreamSize() const
+Cmn_Int64 FF_Document::TOC::GetStreamSize() const { return GetStreamSize(0); }
+
+Cmn_Int64 FF_Document::TOC::GetStreamSize(Cmn_Int64 iGrowth) const
 {
-    return FF_Format::cFrameSize + FF_Format::cStreamTypeSize + mTable->GetBodySize();
+    const Cmn_Int64 keys = iGrowth + (mPages != nullptr ? mPages->GetSizeOfKeys() : mTable->GetSizeOfKeys());
+    return FF_Format::cFrameSize + FF_Format::cStreamTypeSize + keys + FF_TOCIndex::SizeFor(keys);
 }
 
 // FF_StreamHeaderWriter refuses this type to everybody else, so its header is written here.
 void FF_Document::TOC::StreamOut(Sys_TypedOutStream& ioStream) const
 {
+    const FF_TOCTable& table = GetTable();
     Sys_StdStreamHeaderWriter header(ioStream, FF_Format::cStreamName, FF_Format::cTOCVersion);
     ioStream.WriteInt16(cTOCStreamType);
-    mTable->WriteBody(ioStream);
+    table.WriteBody(ioStream, header.GetStart(), FF_TOCIndex::PageSizeFor(table.GetSizeOfKeys()));
     header.PatchSize();
+}
+
+void FF_Document::TOC::Open(Sys_FileBasedInStream& ioStream, bool iSwap, Cmn_Int64 iEnd, Cmn_Int64 iBegin)
+{
+    auto pages = FF_TOCPages::Open(ioStream, iSwap, iBegin, iEnd);
+    if (pages == nullptr) {
+        Sys_TypedInStream stream(ioStream, iSwap, mEncoding);
+        return StreamIn(stream, iEnd, iBegin);
+    }
+    Clear();
+    mPages = std::move(pages);
 }
 
 void FF_Document::TOC::StreamIn(Sys_TypedInStream& ioStream, Cmn_Int64 iEnd, Cmn_Int64 iBegin)
@@ -191,6 +283,7 @@ void FF_Document::TOC::StreamIn(Sys_TypedInStream& ioStream, Cmn_Int64 iEnd, Cmn
     header.SkipTheRest();
 
     mTable.swap(table);
+    mPages.reset();
     mEncoding = ioStream.GetEncoding();
 }
 
@@ -198,7 +291,7 @@ std::string FF_Document::TOC::Dump() const
 {
     std::string text;
     for (Cmn_Int32 nth = 0; nth < GetNumKeys(); ++nth) {
-        const Entry entry = mTable->GetInOrder(nth);
+        const Entry entry = GetInOrder(nth);
         const std::string key = GetKey(entry).Dump();
         const Cmn_Int32 values = GetNumValues(entry);
         if (values == 0) text += key + "\n";

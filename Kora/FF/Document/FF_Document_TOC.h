@@ -2,11 +2,16 @@
 // the streams that share it.
 //
 // Inside it is one flat table: contexts in one array, values in one array of their bytes as they stand on
-// disk, and a hash over the keys. A hundred thousand entries are read in one pass without an allocation of
-// their own; TOCKey and TOCValue objects are made when somebody asks for one.
+// disk, and a hash over the keys; TOCKey and TOCValue objects are made when somebody asks for one. The long
+// table of a document that is open for reading stays in its file: what is asked for is read, and held against
+// its sums first. The first change reads all of it.
 //
-// Costs:   finding a key O(1); adding a key, a value or a piece O(1) amortised; the order is kept where keys
-//          are added in order, otherwise GetInOrder and StreamOut sort what was added since.
+// Costs:   finding a key O(1), in the file O(log n); adding a key, a value or a piece O(1)
+//          amortised; the order is kept where keys are added in order, otherwise GetInOrder and
+//          StreamOut sort what was added since.
+// Throws:  of a table that stays in its file every function that needs what is in it,
+//          Sys_StreamReadException where that cannot be read or is damaged; such a table of a document that
+//          somebody appends to meanwhile is gone.
 // Indexes: an entry or a value that is not there asserts, and the call does nothing and gives 0,
 //          false or an empty object.
 // Threads: one at a time.
@@ -18,6 +23,7 @@
 #include <memory>
 #include <span>
 
+class FF_TOCPages;
 class FF_TOCTable;
 
 class KORA_API FF_Document::TOC
@@ -54,6 +60,9 @@ public:
     // Of the innermost context of the key as it was last registered.
     [[nodiscard]] bool IsList(Entry iEntry) const;
     void SetIsList(Entry iEntry, bool iIsList);
+    // Makes room for so many values of the key, at most cMostReserved of them.
+    static constexpr Cmn_Int32 cMostReserved = 1 << 20;
+    void Reserve(Entry iEntry, Cmn_Int32 iValues);
 
     // Finds the key or inserts it without values. A key that was there takes the parent positions of the
     // given contexts, but for those that are Context::cNoParent.
@@ -88,9 +97,28 @@ public:
     [[nodiscard]] std::string Dump() const;
 
 private:
-    bool Has(Entry iEntry, Cmn_Int32 iValue) const;
+    friend class FF_Document;
+    friend class FF_DocumentCheck;
 
-    std::unique_ptr<FF_TOCTable> mTable;
+    // As StreamIn, but for a long table, which stays in the file that the stream reads
+    // and that must outlive it.
+    void Open(Sys_FileBasedInStream& ioStream, bool iSwap, Cmn_Int64 iEnd, Cmn_Int64 iBegin);
+    // What it would be with iGrowth more bytes of keys and values.
+    Cmn_Int64 GetStreamSize(Cmn_Int64 iGrowth) const;
+    // Adds a piece to a value, or a value with one piece, to the entry that Find gave for the
+    // contexts, or to a new one.
+    Entry Register(std::span<const Context> iContexts, Entry iKnown, Cmn_Int32 iValue, Cmn_UInt32 iOffset,
+                   std::string_view iDescription);
+    void AddValue(Entry iEntry, std::string_view iDescription, std::span<const Cmn_UInt32> iOffsets);
+    // All of the table, in memory.
+    FF_TOCTable& GetTable() const;
+    bool Has(Entry iEntry, Cmn_Int32 iValue) const;
+    std::vector<Context> GetContexts(Entry iEntry) const;
+    std::span<const Cmn_UInt8> GetBytes(Entry iEntry, Cmn_Int32 iValue) const;
+    std::span<const Cmn_UInt8> GetOffsets(Entry iEntry, Cmn_Int32 iValue) const;
+
+    mutable std::unique_ptr<FF_TOCTable> mTable;
+    mutable std::unique_ptr<FF_TOCPages> mPages; // null where the table is in memory
     ETextEncoding mEncoding = eTextEncoding_Utf8;
     bool mRepairText = false;
 };

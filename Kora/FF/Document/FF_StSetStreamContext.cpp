@@ -11,12 +11,15 @@ FF_StSetStreamContext::FF_StSetStreamContext(FF_Document& iDocument, const FF_Do
     const std::vector<FF_Document::Context>& contexts = iKey.GetContexts();
     mBefore.reserve(contexts.size() + cMoreLevels);
     mBefore.assign(contexts.begin(), contexts.end());
-    FF_Document::OpenStreams& open = mDocument.GetOpenStreams();
-    open.Swap(mBefore, 0);
+    // The table may have to be read: nothing is exchanged before that went well.
     Cmn_UInt32 start = 0;
-    const FF_Document::TOC::Entry entry = open.FindEntry();
-    if (entry != FF_Document::TOC::cNone && mDocument.GetTOC().GetFirstOffset(entry, 0, start))
-        open.SetStart(start);
+    {
+        const FF_StNoItem noItem(mBefore);
+        const FF_Document::TOC& toc = mDocument.GetTOC();
+        const FF_Document::TOC::Entry entry = toc.Find(mBefore);
+        if (entry == FF_Document::TOC::cNone || !toc.GetFirstOffset(entry, 0, start)) start = 0;
+    }
+    mDocument.GetOpenStreams().Swap(mBefore, start);
 }
 
 FF_StSetStreamContext::~FF_StSetStreamContext() { mDocument.GetOpenStreams().Swap(mBefore, mStartBefore); }

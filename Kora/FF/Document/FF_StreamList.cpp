@@ -11,7 +11,12 @@ FF_StreamListWriter::FF_StreamListWriter(FF_Document* iDocument, Sys_TypedOutStr
 {
     if (mDocument != nullptr && Cmn_ASSERT(!mDocument->GetOpenStreams().IsEmpty())) {
         const FF_Document::TOC::Entry entry = mDocument->GetOpenStreams().FindEntry();
-        if (entry != FF_Document::TOC::cNone) mDocument->GetTOC().SetIsList(entry, true);
+        if (entry != FF_Document::TOC::cNone) {
+            FF_Document::TOC& toc = mDocument->GetTOC();
+            toc.SetIsList(entry, true);
+            // Value 0 is the list itself.
+            if (iCount < FF_Document::TOC::cMostReserved) toc.Reserve(entry, iCount + 1);
+        }
         mDocument->GetOpenStreams().GetContexts().back().SetIsList(true);
     }
     // The header says it too, so that a reader without the table knows.

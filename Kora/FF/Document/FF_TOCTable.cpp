@@ -40,28 +40,53 @@ Cmn_UInt64 FF_TOCTable::HashOf(std::span<const C> iContexts) const
     return hash * mFactor;
 }
 
-Cmn_Int32 FF_TOCTable::Find(std::span<const FF_Document::Context> iContexts) const
+bool FF_TOCTable::IsKey(Cmn_UInt32 iEntry, std::span<const FF_Document::Context> iContexts) const
 {
-    return Find(iContexts, HashOf(iContexts));
+    if (iEntry >= mKeys.size()) return false;
+    const std::span<const Context> contexts = GetContexts(mKeys[iEntry]);
+    return std::equal(
+        contexts.begin(), contexts.end(), iContexts.begin(), iContexts.end(),
+        [](const Context& iA, const FF_Document::Context& iB) { return iA.GetRank() == RankOf(iB); });
 }
 
-Cmn_Int32 FF_TOCTable::Find(std::span<const FF_Document::Context> iContexts, Cmn_UInt64 iHash) const
+// Whether the contexts are above every key; false where that is not known.
+bool FF_TOCTable::IsBehindAll(std::span<const FF_Document::Context> iContexts) const
 {
-    if (mSlots.empty()) return FF_Document::TOC::cNone;
-    const auto isSame = [](const Context& iA, const FF_Document::Context& iB) {
-        return iA.GetRank() == RankOf(iB);
-    };
-    for (std::size_t at = HomeOf(iHash); mSlots[at].mEntryPlusOne != 0; at = (at + 1) & (mSlots.size() - 1)) {
-        if (mSlots[at].mTag != static_cast<Cmn_UInt32>(iHash)) continue;
-        const auto entry = static_cast<Cmn_Int32>(mSlots[at].mEntryPlusOne - 1);
-        const std::span<const Context> contexts = GetContexts(GetKey(entry));
-        if (std::equal(contexts.begin(), contexts.end(), iContexts.begin(), iContexts.end(), isSame))
-            return entry;
+    if (mAscending != mKeys.size()) return false;
+    if (mKeys.empty()) return true;
+    const std::span<const Context> last = GetContexts(mKeys.back());
+    std::size_t i = 0;
+    for (; i < std::min(last.size(), iContexts.size()); ++i)
+        if (last[i].GetRank() != RankOf(iContexts[i])) return last[i].GetRank() < RankOf(iContexts[i]);
+    return last.size() < iContexts.size();
+}
+
+Cmn_Int32 FF_TOCTable::Find(std::span<const FF_Document::Context> iContexts) const
+{
+    for (const Cmn_UInt32 entry : mRecent)
+        if (IsKey(entry, iContexts)) return static_cast<Cmn_Int32>(entry);
+    if (IsBehindAll(iContexts)) return FF_Document::TOC::cNone;
+    const auto last = static_cast<Cmn_Int32>(mKeys.size()) - 1;
+    const Cmn_Int32 found =
+        last >= 0 && IsKey(static_cast<Cmn_UInt32>(last), iContexts) ? last : FindBySlots(iContexts);
+    if (found != FF_Document::TOC::cNone)
+        mRecent[mNextRecent++ % mRecent.size()] = static_cast<Cmn_UInt32>(found);
+    return found;
+}
+
+Cmn_Int32 FF_TOCTable::FindBySlots(std::span<const FF_Document::Context> iContexts) const
+{
+    if (mSlots.empty()) MakeSlotsFor(mKeys.size());
+    const Cmn_UInt64 hash = HashOf(iContexts);
+    for (std::size_t at = HomeOf(hash); mSlots[at].entryPlusOne != 0; at = (at + 1) & (mSlots.size() - 1)) {
+        const Slot& slot = mSlots[at];
+        if (slot.tag == static_cast<Cmn_UInt32>(hash) && IsKey(slot.entryPlusOne - 1, iContexts))
+            return static_cast<Cmn_Int32>(slot.entryPlusOne - 1);
     }
     return FF_Document::TOC::cNone;
 }
 
-void FF_TOCTable::PutInSlot(Cmn_UInt64 iHash, std::size_t iEntry)
+void FF_TOCTable::PutInSlot(Cmn_UInt64 iHash, std::size_t iEntry) const
 {
     std::size_t at = HomeOf(iHash);
     while (mSlots[at].mEntryPlusOne != 0)
@@ -69,7 +94,7 @@ void FF_TOCTable::PutInSlot(Cmn_UInt64 iHash, std::size_t iEntry)
     mSlots[at] = {static_cast<Cmn_UInt32>(iHash), static_cast<Cmn_UInt32>(iEntry + 1)};
 }
 
-void FF_TOCTable::MakeSlotsFor(std::size_t iKeys)
+void FF_TOCTable::MakeSlotsFor(std::size_t iKeys) const
 {
     const std::size_t wanted = std::max(cFewestSlots, std::bit_ceil(iKeys + iKeys / 4));
     if (wanted <= mSlots.size()) return;
@@ -78,8 +103,9 @@ void FF_TOCTable::MakeSlotsFor(std::size_t iKeys)
     FillSlots();
 }
 
-void FF_TOCTable::FillSlots()
+void FF_TOCTable::FillSlots() const
 {
+    if (mSlots.empty()) return;
     std::fill(mSlots.begin(), mSlots.end(), Slot{});
     for (std::size_t i = 0; i < mKeys.size(); ++i)
         PutInSlot(HashOf(GetContexts(mKeys[i])), i);
@@ -127,31 +153,31 @@ void FF_TOCTable::CountAscending()
 
 // --- what is added
 
-Cmn_Int32 FF_TOCTable::Insert(std::span<const FF_Document::Context> iContexts)
+void FF_TOCTable::TakeParents(Cmn_Int32 iEntry, std::span<const FF_Document::Context> iContexts)
 {
-    const Cmn_UInt64 hash = HashOf(iContexts);
-    const Cmn_Int32 found = Find(iContexts, hash);
-    if (found != FF_Document::TOC::cNone) {
-        Context* stored = mContexts.data() + GetKey(found).mFirstContext;
-        for (const FF_Document::Context& context : iContexts) {
-            if (context.GetParentPosition() != FF_Document::Context::cNoParent)
-                stored->mParent = context.GetParentPosition();
-            ++stored;
-        }
-        return found;
+    Context* stored = mContexts.data() + GetKey(iEntry).firstContext;
+    for (const FF_Document::Context& context : iContexts) {
+        if (context.GetParentPosition() != FF_Document::Context::cNoParent)
+            stored->parent = context.GetParentPosition();
+        ++stored;
     }
+}
+
+Cmn_Int32 FF_TOCTable::Add(std::span<const FF_Document::Context> iContexts)
+{
     // Room first: what follows must not fail half-way.
     mKeys.ReserveMore(1);
     mContexts.ReserveMore(iContexts.size());
-    MakeSlotsFor(mKeys.size() + 1);
+    if (!mSlots.empty()) MakeSlotsFor(mKeys.size() + 1);
+    const bool isAscending = IsBehindAll(iContexts);
     const std::size_t entry = mKeys.size();
     mKeys.push_back(
         {static_cast<Cmn_UInt32>(mContexts.size()), static_cast<Cmn_UInt32>(iContexts.size()), 0, 0, 0});
     for (const FF_Document::Context& context : iContexts)
         mContexts.push_back(Flat(context));
-    PutInSlot(hash, entry);
+    if (!mSlots.empty()) PutInSlot(HashOf(iContexts), entry);
     mKeyBytes += KeySize(iContexts.size());
-    if (mAscending == entry && (entry == 0 || IsLess(mKeys[entry - 1], mKeys[entry]))) ++mAscending;
+    if (isAscending) ++mAscending;
     return static_cast<Cmn_Int32>(entry);
 }
 
@@ -161,35 +187,46 @@ void FF_TOCTable::SetIsList(Cmn_Int32 iEntry, bool iIsList)
     if (key.mContextCount != 0) mContexts[key.mFirstContext + key.mContextCount - 1].mIsList = iIsList;
 }
 
-void FF_TOCTable::MakeRoomForValue(Key& ioKey)
+void FF_TOCTable::MakeRoomForValues(Key& ioKey, std::size_t iMore)
 {
-    if (ioKey.mValueCount < ioKey.mValueRoom) return;
-    const std::size_t more = std::max<std::size_t>(1, ioKey.mValueRoom);
     if (ioKey.mFirstValue + std::size_t{ioKey.mValueRoom} == mValues.size()) {
-        mValues.resize(mValues.size() + more);
+        mValues.resize(mValues.size() + iMore);
     } else {
         const std::size_t first = mValues.size();
-        mValues.resize(first + ioKey.mValueRoom + more);
+        mValues.resize(first + ioKey.valueRoom + iMore);
         std::copy_n(mValues.begin() + ioKey.mFirstValue, ioKey.mValueCount,
                     mValues.begin() + static_cast<std::ptrdiff_t>(first));
         ioKey.mFirstValue = static_cast<Cmn_UInt32>(first);
     }
-    ioKey.mValueRoom += static_cast<Cmn_UInt32>(more);
+    ioKey.valueRoom += static_cast<Cmn_UInt32>(iMore);
 }
 
-void FF_TOCTable::AddValue(Cmn_Int32 iEntry, std::string_view iText)
+void FF_TOCTable::Reserve(Cmn_Int32 iEntry, std::size_t iValues)
+{
+    Key& key = mKeys[static_cast<std::size_t>(iEntry)];
+    if (iValues > key.valueRoom) MakeRoomForValues(key, iValues - key.valueRoom);
+}
+
+void FF_TOCTable::AddValue(Cmn_Int32 iEntry, std::string_view iText, std::span<const Cmn_UInt32> iOffsets)
 {
     namespace B = FF_TOCBytes;
     Key& key = mKeys[static_cast<std::size_t>(iEntry)];
-    MakeRoomForValue(key);
+    if (key.valueCount == key.valueRoom) MakeRoomForValues(key, std::max<std::size_t>(1, key.valueRoom));
     const std::size_t begin = mArena.size();
-    const std::size_t size = B::cLocalHeader + B::cPartHeader + 4 + iText.size() + B::cPartHeader;
-    const std::size_t room = size + B::cOffsetSize; // for the piece that is about to come
+    // With room for the piece that mostly comes.
+    const std::size_t room =
+        B::cLocalHeader + B::cOffsetSize + B::cPartHeader + 4 + iText.size() + B::cPartHeader;
+    const std::size_t size = iOffsets.empty() ? room - B::cOffsetSize : room;
     mArena.resize(begin + room);
 
     Cmn_UInt8* at = mArena.data() + begin;
-    B::StoreLocalHeader(at, 0);
+    B::StoreLocalHeader(at, iOffsets.size());
     at += B::cLocalHeader;
+    for (const Cmn_UInt32 offset : iOffsets) {
+        Sys_StoreInteger(at, offset, false);
+        at += B::cOffsetSize;
+        mHighestOffset = std::max(mHighestOffset, offset);
+    }
     *at = FF_Document::DisplayInfo::cString;
     Sys_StoreInteger(at + 1, static_cast<Cmn_UInt16>(4 + iText.size()), false);
     Sys_StoreInteger(at + B::cPartHeader, static_cast<Cmn_UInt32>(iText.size()), false);

@@ -1,6 +1,8 @@
 // FF_TOCTable's stream: read from memory in one pass, written in large pieces.
 #include "Kora/FF/Document/FF_TOCTable_p.h"
 
+#include "Kora/FF/Format/FF_TOCIndex_p.h"
+
 #include <algorithm>
 #include <memory>
 
@@ -11,8 +13,9 @@ class PieceWriter
 {
 public:
     // iTotal: of all that will be written.
-    PieceWriter(Sys_TypedOutStream& ioStream, Cmn_Int64 iTotal)
+    PieceWriter(Sys_TypedOutStream& ioStream, Cmn_Int64 iTotal, FF_TOCIndexMaker& ioIndex)
         : mStream(ioStream)
+        , mIndex(ioIndex)
         , mSize(static_cast<std::size_t>(std::min(iTotal, cPiece)))
         , mBytes(std::make_unique_for_overwrite<Cmn_UInt8[]>(mSize))
     {
@@ -30,9 +33,13 @@ public:
     {
         Sys_StoreInteger(Take(sizeof(T)), iValue, mStream.IsSwapped());
     }
+    // Bytes so far.
+    Cmn_Int64 GetPosition() const { return mFlushed + static_cast<Cmn_Int64>(mUsed); }
     void Flush()
     {
+        mIndex.Add(mBytes.get(), mUsed);
         mStream.WriteBytes(mBytes.get(), mUsed);
+        mFlushed += static_cast<Cmn_Int64>(mUsed);
         mUsed = 0;
     }
 
@@ -41,20 +48,24 @@ private:
     static_assert(cPiece > Cmn_Int64{FF_TOCBytes::cLargestValue});
 
     Sys_TypedOutStream& mStream;
+    FF_TOCIndexMaker& mIndex;
     std::size_t mSize;
     std::unique_ptr<Cmn_UInt8[]> mBytes;
     std::size_t mUsed = 0;
+    Cmn_Int64 mFlushed = 0;
 };
 
 } // namespace
 
-void FF_TOCTable::WriteBody(Sys_TypedOutStream& ioStream) const
+void FF_TOCTable::WriteBody(Sys_TypedOutStream& ioStream, Cmn_Int64 iStart, Cmn_UInt32 iPageSize) const
 {
     const bool swap = ioStream.IsSwapped();
-    PieceWriter pieces(ioStream, GetBodySize());
+    FF_TOCIndexMaker index(static_cast<Cmn_UInt32>(GetSizeOfKeys()), iPageSize);
+    PieceWriter pieces(ioStream, GetSizeOfKeys(), index);
     pieces.Put(static_cast<Cmn_Int32>(mKeys.size()));
     for (std::size_t nth = 0; nth < mKeys.size(); ++nth) {
         const Key& key = GetKey(GetInOrder(static_cast<Cmn_Int32>(nth)));
+        index.Key(pieces.GetPosition(), static_cast<Cmn_UInt32>(nth));
         pieces.Put(key.mContextCount);
         for (const Context& context : GetContexts(key)) {
             Cmn_UInt8* const at = pieces.Take(cContextSize);
@@ -66,12 +77,16 @@ void FF_TOCTable::WriteBody(Sys_TypedOutStream& ioStream) const
         pieces.Put(key.mValueCount);
         for (std::size_t i = 0; i < key.mValueCount; ++i) {
             const Value& value = mValues[key.mFirstValue + i];
+            index.Value(pieces.GetPosition(), static_cast<Cmn_UInt32>(nth), static_cast<Cmn_UInt32>(i));
             Cmn_UInt8* const at = pieces.Take(value.mSize);
             std::memcpy(at, BytesOf(value), value.mSize);
             if (swap) FF_TOCBytes::SwapValue(at, false);
         }
     }
     pieces.Flush();
+    const auto numKeys = static_cast<Cmn_UInt32>(mKeys.size());
+    const std::vector<Cmn_UInt8> bytes = index.Finish(numKeys, iStart, swap);
+    ioStream.WriteBytes(bytes.data(), bytes.size());
 }
 
 void FF_TOCTable::ReadBody(FF_TOCCursor& ioCursor, Cmn_Int64 iBegin, Cmn_Int64 iEnd)
@@ -87,9 +102,9 @@ void FF_TOCTable::ReadBody(FF_TOCCursor& ioCursor, Cmn_Int64 iBegin, Cmn_Int64 i
         ReadValues(ioCursor, iBegin, iEnd);
     }
     // No later version appends to this one: its number would be another.
-    ioCursor.Require(ioCursor.GetBytesLeft() == 0);
+    if (ioCursor.GetBytesLeft() != 0) FF_TOCIndex::Skip(ioCursor, GetSizeOfKeys());
     mAscending = mKeys.size();
-    MakeSlotsFor(mKeys.size());
+    mHighestOffset = static_cast<Cmn_UInt32>(std::clamp<Cmn_Int64>(iEnd - 1, 0, FF_Format::cMaxFileSize));
 }
 
 void FF_TOCTable::Reserve(Cmn_Int64 iBytes, std::size_t iKeys, std::size_t iDepth)

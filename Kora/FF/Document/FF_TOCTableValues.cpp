@@ -4,6 +4,7 @@
 #include "Bastel/I18N/I18N_Utils.h"
 
 #include <algorithm>
+#include <limits>
 
 namespace {
 
@@ -59,6 +60,7 @@ void FF_TOCTable::AddOffset(Cmn_Int32 iEntry, Cmn_Int32 iValue, Cmn_UInt32 iOffs
     ResizeLocation(value, end + FF_TOCBytes::cOffsetSize);
     FF_TOCBytes::StoreLocalHeader(BytesOf(value), count + 1);
     Sys_StoreInteger(BytesOf(value) + end, iOffset, false);
+    mHighestOffset = std::max(mHighestOffset, iOffset);
 }
 
 void FF_TOCTable::Invalidate(Cmn_Int32 iEntry, Cmn_Int32 iValue) { InvalidateValue(ValueOf(iEntry, iValue)); }
@@ -81,6 +83,7 @@ void FF_TOCTable::SetValue(Cmn_Int32 iEntry, Cmn_Int32 iValue, std::span<const C
         value = {begin, 0, static_cast<Cmn_UInt32>(room)};
     }
     std::copy(iBytes.begin(), iBytes.end(), BytesOf(value));
+    mHighestOffset = std::numeric_limits<Cmn_UInt32>::max(); // it may have any
     mValueBytes += static_cast<Cmn_Int64>(iBytes.size()) - value.mSize;
     value.mSize = static_cast<Cmn_UInt32>(iBytes.size());
 }
@@ -127,12 +130,13 @@ void FF_TOCTable::ForgetValues(Key& ioKey, Cmn_UInt32 iFrom)
 
 void FF_TOCTable::ForgetOffsetsFrom(Cmn_UInt32 iFrom)
 {
-    bool isAnyEmpty = false;
-    for (Key& key : mKeys) {
-        ForgetValues(key, iFrom);
-        isAnyEmpty |= key.mValueCount == 0;
+    if (mHighestOffset >= iFrom) {
+        for (Key& key : mKeys)
+            ForgetValues(key, iFrom);
+        mHighestOffset = iFrom == 0 ? 0 : iFrom - 1;
     }
-    if (isAnyEmpty) RemoveKeysWithoutValues();
+    const auto isEmpty = [](const Key& iKey) { return iKey.valueCount == 0; };
+    if (std::any_of(mKeys.begin(), mKeys.end(), isEmpty)) RemoveKeysWithoutValues();
 }
 
 void FF_TOCTable::RemoveKeysWithoutValues()

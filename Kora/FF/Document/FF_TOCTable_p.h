@@ -10,18 +10,23 @@
 //   slots      {tag, entry + 1}                                   open addressing, a power of two,
 //              four fifths full at most
 //
+// Keys that are added in ascending order, and asked for as long as they are the last or were asked for just
+// before, need no slots: they are made when a key is first asked for out of turn.
+//
 // What outgrows its room moves to the end with twice the room, so that adding costs O(1) amortised whichever
 // key or value it concerns, and what moves leave behind is no more than what is in use.
 //
 // Invariants: (1) no two keys have the same ranks  (2) every value's bytes are such as
-//             FF_TOCCursor::SkipValue passes over  (3) mKeyBytes and mValueBytes are what the keys and values
-//             take on disk  (4) the first mAscending keys ascend.
+//             FF_TOCCursor::SkipValue passes over, its pieces not above mHighestOffset  (3) mKeyBytes and
+//             mValueBytes are what the keys and values take on disk  (4) the first mAscending keys ascend.
 // Entries:    indexes of keys. They, and values' indexes, are the caller's to check.
 #pragma once
 
 #include "Kora/FF/Document/FF_Document_TOC.h"
 #include "Kora/FF/Format/FF_TOCArray_p.h"
 #include "Kora/FF/Format/FF_TOCBytes_p.h"
+
+#include <array>
 
 class FF_TOCTable
 {
@@ -72,10 +77,16 @@ public:
     // The entry that is iNth in ascending order of the keys.
     Cmn_Int32 GetInOrder(Cmn_Int32 iNth) const;
 
-    Cmn_Int32 Insert(std::span<const FF_Document::Context> iContexts);
+    // A key that is not there.
+    Cmn_Int32 Add(std::span<const FF_Document::Context> iContexts);
+    // The key takes the parent positions that are known.
+    void TakeParents(Cmn_Int32 iEntry, std::span<const FF_Document::Context> iContexts);
     void SetIsList(Cmn_Int32 iEntry, bool iIsList);
-    // iText: UTF-8 of at most StringDisplayInfo::cMaxText bytes.
-    void AddValue(Cmn_Int32 iEntry, std::string_view iText);
+    // Room for so many values of the key.
+    void Reserve(Cmn_Int32 iEntry, std::size_t iValues);
+    // iText: UTF-8 of at most StringDisplayInfo::cMaxText bytes. The value has the pieces
+    // of iOffsets, one at most.
+    void AddValue(Cmn_Int32 iEntry, std::string_view iText, std::span<const Cmn_UInt32> iOffsets);
     void AddOffset(Cmn_Int32 iEntry, Cmn_Int32 iValue, Cmn_UInt32 iOffset);
     void Invalidate(Cmn_Int32 iEntry, Cmn_Int32 iValue);
     // iBytes: as GetValue gives them.
@@ -83,10 +94,12 @@ public:
     // Allocates nothing.
     void ForgetOffsetsFrom(Cmn_UInt32 iFrom);
 
-    // The body of the stream, behind its type.
-    Cmn_Int64 GetBodySize() const { return cCountSize + mKeyBytes + mValueBytes; }
-    void WriteBody(Sys_TypedOutStream& ioStream) const;
-    // Into a table that is empty.
+    // The body of the stream, behind its type: the keys from their count on, then their index.
+    Cmn_Int64 GetSizeOfKeys() const { return cCountSize + mKeyBytes + mValueBytes; }
+    // iStart: where the stream's header begins. iPageSize: of the index; 0 for none.
+    void WriteBody(Sys_TypedOutStream& ioStream, Cmn_Int64 iStart, Cmn_UInt32 iPageSize) const;
+    // Into a table that is empty. What follows the keys, if anything, has the size of an index; whether it is
+    // right is not asked here.
     void ReadBody(FF_TOCCursor& ioCursor, Cmn_Int64 iBegin, Cmn_Int64 iEnd);
 
 private:
@@ -119,10 +132,12 @@ private:
     template <class C>
     Cmn_UInt64 HashOf(std::span<const C> iContexts) const;
     std::size_t HomeOf(Cmn_UInt64 iHash) const { return static_cast<std::size_t>(iHash >> mSlotShift); }
-    Cmn_Int32 Find(std::span<const FF_Document::Context> iContexts, Cmn_UInt64 iHash) const;
-    void PutInSlot(Cmn_UInt64 iHash, std::size_t iEntry);
-    void MakeSlotsFor(std::size_t iKeys);
-    void FillSlots();
+    bool IsKey(Cmn_UInt32 iEntry, std::span<const FF_Document::Context> iContexts) const;
+    bool IsBehindAll(std::span<const FF_Document::Context> iContexts) const;
+    Cmn_Int32 FindBySlots(std::span<const FF_Document::Context> iContexts) const;
+    void PutInSlot(Cmn_UInt64 iHash, std::size_t iEntry) const;
+    void MakeSlotsFor(std::size_t iKeys) const;
+    void FillSlots() const;
     void CountAscending();
 
     bool IsLess(const Key& iA, const Key& iB) const;
@@ -138,7 +153,7 @@ private:
     }
     Cmn_UInt8* BytesOf(const Value& iValue) { return mArena.data() + iValue.mBegin; }
     const Cmn_UInt8* BytesOf(const Value& iValue) const { return mArena.data() + iValue.mBegin; }
-    void MakeRoomForValue(Key& ioKey);
+    void MakeRoomForValues(Key& ioKey, std::size_t iMore);
     // Gives the location iNewSize bytes, the old ones first, and moves what stands behind it.
     void ResizeLocation(Value& ioValue, std::size_t iNewSize);
     void InvalidateValue(Value& ioValue);
@@ -155,12 +170,16 @@ private:
     FF_TOCArray<Context> mContexts;
     FF_TOCArray<Value> mValues;
     FF_TOCArray<Cmn_UInt8> mArena;
-    std::vector<Slot> mSlots;
-    int mSlotShift = 0;
+    mutable std::vector<Slot> mSlots; // empty until they are needed
+    mutable int mSlotShift = 0;
+    // Asked for lately: a list that is being written, and what is written around it.
+    mutable std::array<Cmn_UInt32, 4> mRecent{};
+    mutable std::size_t mNextRecent = 0;
     Cmn_UInt64 mFactor; // of the hash
     Cmn_Int64 mKeyBytes = 0;
     Cmn_Int64 mValueBytes = 0;
     std::size_t mAscending = 0;
+    Cmn_UInt32 mHighestOffset = 0; // at least
     // The entries in order, as far as they were asked for; unused while all keys ascend.
     mutable std::vector<Cmn_Int32> mOrder;
 };

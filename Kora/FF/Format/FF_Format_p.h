@@ -61,6 +61,17 @@ static_assert(2 + cMaxPieces * cPieceSize <= cMaxPartSize &&
               2 + (cMaxPieces + 1) * cPieceSize > cMaxPartSize);
 constexpr std::size_t cMaxDescription = cMaxPartSize - 4;
 
+// --- table of contents: the index behind the keys of a long one
+constexpr Cmn_Int64 cLargestWithoutIndex = 65536;
+constexpr std::size_t cIndexPage = 4096; // doubled until there are at most cMaxIndexPages
+constexpr std::size_t cMaxIndexPages = 65536;
+constexpr std::size_t cSmallestIndexPage = 64; // of those that are read
+constexpr std::size_t cLargestIndexPage = 65536;
+constexpr std::size_t cIndexEntrySize = 20;
+constexpr std::size_t cIndexTailSize = 20;
+constexpr Cmn_UInt32 cIndexMagic = 0x3149544B; // "KTI1", as a number in the file's byte order
+static_assert(cMaxFileSize <= Cmn_Int64{cMaxIndexPages} * Cmn_Int64{cLargestIndexPage});
+
 // --- masking
 constexpr Cmn_Int64 cFirstMasked = cRawKeyPosition + 1;
 constexpr std::size_t cMaskBlock = 4096; // of mask type 5

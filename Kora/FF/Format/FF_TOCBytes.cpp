@@ -91,6 +91,16 @@ FF_TOCCursor::FF_TOCCursor(Sys_TypedInStream& ioStream, Cmn_Int64 iCount)
 {
 }
 
+FF_TOCCursor::FF_TOCCursor(std::span<const Cmn_UInt8> iBytes, Sys_TypedInStream& ioStream, Cmn_Int64 iPlace)
+    : mStream(&ioStream)
+    , mOffset(iPlace)
+    , mBegin(iBytes.data())
+    , mAt(mBegin)
+    , mEnd(mBegin + iBytes.size())
+    , mSwap(ioStream.IsSwapped())
+{
+}
+
 void FF_TOCCursor::Refuse() const
 {
     const Cmn_Int64 place = mOffset + (mAt - mBegin);
@@ -108,6 +118,13 @@ void FF_TOCCursor::Refill()
     mStream->ReadBytes(mBytes.get() + kept, more);
     mEnd = mBegin + kept + more;
     mNotRead -= static_cast<Cmn_Int64>(more);
+}
+
+void FF_TOCCursor::SkipKey()
+{
+    for (Cmn_Int32 left = TakeCount(FF_TOCBytes::cContextSize); left > 0; --left)
+        Require(Skip(FF_TOCBytes::cContextSize)[6] <= 1);
+    Require(Take<Cmn_Int32>() >= 0);
 }
 
 void FF_TOCCursor::SkipValue(Cmn_Int64 iBegin, Cmn_Int64 iEnd)

@@ -20,6 +20,7 @@ namespace FF_TOCBytes {
 using FF_Format::cPartHeader;
 constexpr std::size_t cLocalHeader = cPartHeader + 2; // and count
 constexpr std::size_t cOffsetSize = FF_Format::cPieceSize;
+constexpr std::size_t cContextSize = 11;
 constexpr std::size_t cSmallestValue = 3 * cPartHeader;
 // A chain of plain locations, and three parts with bodies of what 16 bits can tell.
 constexpr std::size_t cLargestValue =
@@ -36,6 +37,8 @@ public:
     explicit FF_TOCCursor(std::span<const Cmn_UInt8> iBytes);
     // Over the next iCount bytes of a stream that has them, taken in large pieces: Fill says when.
     FF_TOCCursor(Sys_TypedInStream& ioStream, Cmn_Int64 iCount);
+    // Over bytes in memory that were read from the stream at iPlace, in its byte order.
+    FF_TOCCursor(std::span<const Cmn_UInt8> iBytes, Sys_TypedInStream& ioStream, Cmn_Int64 iPlace);
     FF_TOCCursor(const FF_TOCCursor&) = delete;
     FF_TOCCursor& operator=(const FF_TOCCursor&) = delete;
 
@@ -71,6 +74,8 @@ public:
         Require(count >= 0 && count <= GetBytesLeft() / static_cast<Cmn_Int64>(iSize));
         return count;
     }
+    // Passes over one key, up to the count of its values, which were filled in.
+    void SkipKey();
     // Passes over one value, and throws for whatever no writer writes, for chains without end, and for pieces
     // before iBegin or from iEnd on.
     void SkipValue(Cmn_Int64 iBegin, Cmn_Int64 iEnd);

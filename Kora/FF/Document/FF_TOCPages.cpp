@@ -1,0 +1,459 @@
+#include "Kora/FF/Document/FF_TOCPages_p.h"
+
+#include "Bastel/Sys/Sys_Crc32C.h"
+#include "Bastel/Sys/Sys_FileBasedInStream.h"
+#include "Bastel/Sys/Sys_StdStreamHeader.h"
+#include "Bastel/Sys/Sys_StreamThrow_p.h"
+#include "Kora/FF/Format/FF_TOCGrammar_p.h"
+
+#include <algorithm>
+
+using namespace FF_Format;
+
+namespace {
+
+constexpr std::size_t cCountSize = 4; // of keys, contexts, values
+constexpr std::size_t cContextSize = FF_Document::Context::cStreamSize;
+
+// What tells most keys apart: the type and the item of the outermost context, the type of the
+// next. Ascends as keys do.
+template <class GetRank>
+Cmn_UInt64 PrefixOf(std::size_t iNumContexts, const GetRank& iGetRank)
+{
+    const Cmn_UInt64 first = iNumContexts == 0 ? 0 : iGetRank(0);
+    const Cmn_UInt64 second = iNumContexts <= 1 ? 0 : iGetRank(1) >> 32;
+    return first << 16 | second;
+}
+
+Cmn_UInt64 RankOf(const FF_Document::Context& iContext)
+{
+    return FF_TOCTable::Context(iContext.GetStreamType(), 0, false, iContext.GetListIndex()).GetRank();
+}
+
+} // namespace
+
+// The records of a page one after the other, as source and sink of the walk. A record that is cut by the
+// page's end reads as zeros from there on.
+class FF_TOCPages::Part
+{
+public:
+    Part(const FF_TOCPages& iPages, const Page& iPage)
+        : mPages(iPages)
+        , mBegin(iPage.bytes.data())
+        , mAt(mBegin)
+        , mEnd(mBegin + iPage.bytes.size())
+        , mFrom(static_cast<Cmn_Int64>(iPage.number * iPages.mIndex.pageSize))
+    {
+    }
+
+    Cmn_Int64 GetPosition() const { return mFrom + (mAt - mBegin); }
+    void GoTo(Cmn_Int64 iPosition) { mAt = mBegin + (iPosition - mFrom); }
+    bool IsAtEnd() const { return mAt >= mEnd; }
+    bool IsCut() const { return mIsCut; }
+    Cmn_UInt16 GetOffset() const { return static_cast<Cmn_UInt16>(mAt - mBegin); }
+    const Cmn_UInt8* GetAt() const { return mAt; }
+
+    template <class T>
+    T Take()
+    {
+        if (!Skip(sizeof(T))) return 0;
+        return Sys_LoadInteger<T>(mAt - sizeof(T), mPages.mSwap);
+    }
+    bool Skip(std::size_t iCount)
+    {
+        if (iCount <= static_cast<std::size_t>(mEnd - mAt)) {
+            mAt += iCount;
+            return true;
+        }
+        mIsCut = true;
+        mAt = mEnd;
+        return false;
+    }
+    void Require(bool iHolds) const
+    {
+        if (!iHolds && !mIsCut) mPages.Refuse(GetPosition());
+    }
+    Cmn_Int64 GetBytesLeft() const { return Cmn_Int64{mPages.mIndex.size} - GetPosition(); }
+
+    static void Plain(std::size_t) {}
+    static void Local(std::size_t) {}
+    void Piece(Cmn_UInt32 iAt) const { Require(iAt >= mPages.mBegin && iAt < mPages.mEnd); }
+    void Text(std::size_t iCount) { Skip(iCount); }
+    void Bytes(FF_ETOCPart, Cmn_UInt8, std::size_t iSize) { Skip(iSize); }
+
+private:
+    const FF_TOCPages& mPages;
+    const Cmn_UInt8* mBegin;
+    const Cmn_UInt8* mAt;
+    const Cmn_UInt8* mEnd;
+    Cmn_Int64 mFrom;
+    bool mIsCut = false;
+};
+
+FF_TOCPages::FF_TOCPages(Sys_FileBasedInStream& ioStream, bool iSwap)
+    : mStream(ioStream)
+    , mTyped(ioStream, iSwap)
+    , mSwap(iSwap)
+{
+}
+
+std::unique_ptr<FF_TOCPages> FF_TOCPages::Open(Sys_FileBasedInStream& ioStream, bool iSwap, Cmn_Int64 iBegin,
+                                               Cmn_Int64 iEnd)
+{
+    std::unique_ptr<FF_TOCPages> pages(new FF_TOCPages(ioStream, iSwap));
+    Sys_TypedInStream& typed = pages->mTyped;
+    Sys_StdStreamHeaderInfo header;
+    if (!Sys_StdStreamHeaderReader::Peek(typed, header) || !header.isComplete) return nullptr;
+    if (header.name != cStreamName || header.version != cTOCVersion) return nullptr;
+    const Cmn_Int64 keys = header.body + cStreamTypeSize;
+    if (header.end < keys) return nullptr;
+    typed.SetPosition(header.body);
+    const bool isTable = typed.ReadInt16() == cTOCStreamType;
+    const bool hasIndex = isTable && pages->mIndex.Read(typed, header.start, keys, header.end - keys);
+    typed.SetPosition(header.start);
+    if (!hasIndex) return nullptr;
+    pages->mStart = header.start;
+    pages->mBody = keys;
+    pages->mBegin = iBegin;
+    pages->mEnd = iEnd;
+    pages->mPrefixes.resize(pages->mIndex.GetNumPages());
+    pages->mSlotOf.resize(pages->mIndex.GetNumPages());
+    return pages;
+}
+
+void FF_TOCPages::Refuse(Cmn_Int64 iAt) const
+{
+    Sys_ThrowFrom<Sys_StreamReadException>(mStream, mBody + iAt);
+}
+
+// --- pages
+
+const FF_TOCPages::Page& FF_TOCPages::Load(std::size_t iPage, const Page* iKeep)
+{
+    if (mSlotOf[iPage] != 0) return *mPages[mSlotOf[iPage] - 1];
+    const auto from = static_cast<Cmn_Int64>(iPage * mIndex.pageSize);
+    auto page = std::make_unique<Page>();
+    page->number = iPage;
+    page->bytes.resize(
+        static_cast<std::size_t>(std::min(Cmn_Int64{mIndex.pageSize}, Cmn_Int64{mIndex.size} - from)));
+    mStream.ReadAt(mBody + from, page->bytes.data(), page->bytes.size());
+    if (Sys_Crc32C(0, page->bytes.data(), page->bytes.size()) != mIndex.pages[iPage].sum) Refuse(from);
+    Decode(*page);
+
+    // The page that came first makes room.
+    const std::size_t most = std::max<std::size_t>(cMostCached / mIndex.pageSize, 4);
+    if (mPages.size() < most) mPages.emplace_back();
+    if (iKeep != nullptr && mPages[mNextSlot].get() == iKeep) mNextSlot = (mNextSlot + 1) % mPages.size();
+    std::unique_ptr<Page>& slot = mPages[mNextSlot];
+    if (slot != nullptr) mSlotOf[slot->number] = 0;
+    slot = std::move(page);
+    mSlotOf[iPage] = static_cast<Cmn_UInt32>(mNextSlot + 1);
+    mNextSlot = (mNextSlot + 1) % most;
+    return *slot;
+}
+
+void FF_TOCPages::Decode(Page& ioPage) const
+{
+    const auto from = static_cast<Cmn_Int64>(ioPage.number * mIndex.pageSize);
+    if (ioPage.number == 0 && Sys_LoadInteger<Cmn_UInt32>(ioPage.bytes.data(), mSwap) != mIndex.numKeys)
+        Refuse(from);
+    if (mIndex.pages[ioPage.number].GetFirstAt() < from + static_cast<Cmn_Int64>(ioPage.bytes.size()))
+        TakeRecords(ioPage);
+}
+
+// Walks what begins in the page, and holds it against what the index says of this page and the next.
+void FF_TOCPages::TakeRecords(Page& ioPage) const
+{
+    const FF_TOCIndex::Page& index = mIndex.pages[ioPage.number];
+    const FF_TOCIndex::Page& next = mIndex.pages[ioPage.number + 1];
+    Part part(*this, ioPage);
+    part.GoTo(index.GetFirstAt());
+    std::span<const Cmn_UInt8> lastKey;
+    Cmn_UInt32 key = index.key;     // the next one
+    Cmn_UInt32 value = index.value; // the next one of the key before
+    Cmn_UInt32 valuesLeft = 0;      // of the key before, once one began here
+    while (!part.IsAtEnd()) {
+        ioPage.records.push_back(part.GetOffset());
+        if (lastKey.empty() ? part.GetPosition() == index.keyAt : valuesLeft == 0) {
+            part.Require(key < mIndex.numKeys);
+            ioPage.keys.push_back(static_cast<Cmn_UInt16>(ioPage.records.size() - 1));
+            lastKey = TakeKey(part, lastKey, valuesLeft);
+            if (!part.IsCut()) ioPage.prefixes.push_back(PrefixAt(lastKey));
+            ++key;
+            value = 0;
+        } else {
+            FF_TakeTOCValue(part, part);
+            part.Require(!lastKey.empty() || part.GetPosition() <= index.keyAt);
+            ++value;
+            if (!lastKey.empty()) --valuesLeft;
+        }
+    }
+    ioPage.isLastCut = part.IsCut();
+    const bool isKeyCut =
+        part.IsCut() && !ioPage.keys.empty() && ioPage.keys.back() + 1u == ioPage.records.size();
+    const bool hasMore = next.valueAt < next.keyAt;
+    if (next.key != key || (hasMore && next.value != value)) Refuse(next.keyAt);
+    if (!lastKey.empty() && !isKeyCut && hasMore != (valuesLeft != 0)) Refuse(next.valueAt);
+    if (!part.IsCut() && next.GetFirstAt() != part.GetPosition()) Refuse(part.GetPosition());
+}
+
+// The key's bytes, or those of the one before where it is cut.
+std::span<const Cmn_UInt8> FF_TOCPages::TakeKey(Part& ioPart, std::span<const Cmn_UInt8> iBefore,
+                                                Cmn_UInt32& oNumValues) const
+{
+    const Cmn_UInt8* const key = ioPart.GetAt();
+    const auto count = ioPart.Take<Cmn_UInt32>();
+    ioPart.Require(count <= ioPart.GetBytesLeft() / static_cast<Cmn_Int64>(cContextSize));
+    const Cmn_UInt8* const contexts = ioPart.GetAt();
+    if (!ioPart.Skip(count * cContextSize)) return iBefore;
+    oNumValues = ioPart.Take<Cmn_UInt32>();
+    if (ioPart.IsCut()) return iBefore;
+    ioPart.Require(oNumValues <= ioPart.GetBytesLeft() / static_cast<Cmn_Int64>(FF_TOCBytes::cSmallestValue));
+    for (Cmn_UInt32 i = 0; i < count; ++i)
+        ioPart.Require(contexts[i * cContextSize + 6] <= 1);
+    const std::span taken(key, ioPart.GetAt());
+    ioPart.Require(iBefore.empty() || IsLess(iBefore, taken));
+    return taken;
+}
+
+std::size_t FF_TOCPages::CountContexts(std::span<const Cmn_UInt8> iKey) const
+{
+    return Sys_LoadInteger<Cmn_UInt32>(iKey.data(), mSwap);
+}
+
+Cmn_UInt64 FF_TOCPages::RankAt(std::span<const Cmn_UInt8> iKey, std::size_t iContext) const
+{
+    return ContextAt(iKey.data() + cCountSize + iContext * cContextSize).GetRank();
+}
+
+Cmn_UInt64 FF_TOCPages::PrefixAt(std::span<const Cmn_UInt8> iKey) const
+{
+    return PrefixOf(CountContexts(iKey), [&](std::size_t i) { return RankAt(iKey, i); });
+}
+
+bool FF_TOCPages::IsLess(std::span<const Cmn_UInt8> iA, std::span<const Cmn_UInt8> iB) const
+{
+    const std::size_t a = CountContexts(iA);
+    const std::size_t b = CountContexts(iB);
+    for (std::size_t i = 0; i < std::min(a, b); ++i)
+        if (const auto order = RankAt(iA, i) <=> RankAt(iB, i); order != 0) return order < 0;
+    return a < b;
+}
+
+std::strong_ordering FF_TOCPages::Compare(std::span<const Cmn_UInt8> iKey,
+                                          std::span<const FF_Document::Context> iContexts) const
+{
+    const std::size_t count = CountContexts(iKey);
+    for (std::size_t i = 0; i < std::min(count, iContexts.size()); ++i)
+        if (const auto order = RankAt(iKey, i) <=> RankOf(iContexts[i]); order != 0) return order;
+    return count <=> iContexts.size();
+}
+
+FF_TOCTable::Context FF_TOCPages::ContextAt(const Cmn_UInt8* iAt) const
+{
+    return {Sys_LoadInteger<Cmn_Int16>(iAt, mSwap), Sys_LoadInteger<Cmn_UInt32>(iAt + 2, mSwap), iAt[6] != 0,
+            Sys_LoadInteger<Cmn_Int32>(iAt + 7, mSwap)};
+}
+
+std::span<const Cmn_UInt8> FF_TOCPages::RecordAt(const Page& iPage, std::size_t iRecord)
+{
+    const std::size_t begin = iPage.records[iRecord];
+    const bool isLast = iRecord + 1 == iPage.records.size();
+    const std::size_t end = isLast ? iPage.bytes.size() : iPage.records[iRecord + 1];
+    if (isLast && iPage.isLastCut) return CutRecordAt(iPage, begin);
+    return {iPage.bytes.data() + begin, end - begin};
+}
+
+std::span<const Cmn_UInt8> FF_TOCPages::CutRecordAt(const Page& iPage, std::size_t iBegin)
+{
+    const std::size_t from = iPage.number * mIndex.pageSize + iBegin;
+    const std::size_t size = mIndex.pages[iPage.number + 1].GetFirstAt() - from;
+    const bool isKey = !iPage.keys.empty() && iPage.records[iPage.keys.back()] == iBegin;
+    if (!isKey && size > FF_TOCBytes::cLargestValue) Refuse(static_cast<Cmn_Int64>(from));
+    mCut.assign(iPage.bytes.begin() + static_cast<std::ptrdiff_t>(iBegin), iPage.bytes.end());
+    for (std::size_t next = iPage.number + 1; mCut.size() < size; ++next) {
+        const std::span<const Cmn_UInt8> more = Load(next, &iPage).bytes;
+        const auto part = more.first(std::min(more.size(), size - mCut.size()));
+        mCut.insert(mCut.end(), part.begin(), part.end());
+    }
+    FF_TOCCursor cursor(mCut, mTyped, mBody + static_cast<Cmn_Int64>(from));
+    if (isKey)
+        cursor.SkipKey();
+    else
+        cursor.SkipValue(mBegin, mEnd);
+    cursor.Require(cursor.GetBytesLeft() == 0);
+    return mCut;
+}
+
+// --- what is asked for
+
+Cmn_UInt64 FF_TOCPages::GetPrefix(std::size_t iPage)
+{
+    if (mPrefixes[iPage] == 0) {
+        const std::span<const Cmn_UInt8> key = FirstKeyFrom(iPage);
+        mPrefixes[iPage] = PrefixAt(key);
+    }
+    return mPrefixes[iPage];
+}
+
+// Of the first key that begins in the page or behind it, which must be there.
+std::span<const Cmn_UInt8> FF_TOCPages::FirstKeyFrom(std::size_t iPage)
+{
+    const Page& page = Load(mIndex.pages[iPage].keyAt / mIndex.pageSize);
+    if (page.keys.empty()) Refuse(mIndex.pages[iPage].keyAt);
+    return KeyAt(page, 0);
+}
+
+// The last page whose first key is not behind the contexts, as far as there is one: the
+// key can only begin there.
+std::size_t FF_TOCPages::FindPage(std::span<const FF_Document::Context> iContexts, Cmn_UInt64 iPrefix)
+{
+    std::size_t from = 0; // pages before it begin with a key that is not behind the contexts
+    std::size_t to = mIndex.GetNumPages();
+    while (from < to) {
+        const std::size_t middle = from + (to - from) / 2;
+        Cmn_UInt64 first = mPrefixes[middle];
+        bool isBehind = first > iPrefix;
+        if (first == 0 || first == iPrefix) {
+            isBehind = mIndex.pages[middle].key == mIndex.numKeys;
+            if (!isBehind) first = GetPrefix(middle);
+            isBehind = isBehind || first > iPrefix ||
+                       (first == iPrefix && Compare(FirstKeyFrom(middle), iContexts) > 0);
+        }
+        if (isBehind)
+            to = middle;
+        else
+            from = middle + 1;
+    }
+    return from == 0 ? 0 : from - 1;
+}
+
+// The number of the page's key; that of its keys where it is not among them.
+std::size_t FF_TOCPages::FindKey(const Page& iPage, std::span<const FF_Document::Context> iContexts,
+                                 Cmn_UInt64 iPrefix)
+{
+    const auto [first, last] = std::equal_range(iPage.prefixes.begin(), iPage.prefixes.end(), iPrefix);
+    auto from = static_cast<std::size_t>(first - iPage.prefixes.begin());
+    // A cut key has no prefix here, and is the last.
+    const bool isLastCut = iPage.prefixes.size() < iPage.keys.size();
+    auto to = static_cast<std::size_t>(last - iPage.prefixes.begin());
+    if (isLastCut && last == iPage.prefixes.end()) to = iPage.keys.size();
+    while (from < to) {
+        const std::size_t middle = from + (to - from) / 2;
+        const auto order = Compare(KeyAt(iPage, middle), iContexts);
+        if (order == 0) return middle;
+        if (order > 0)
+            to = middle;
+        else
+            from = middle + 1;
+    }
+    return iPage.keys.size();
+}
+
+bool FF_TOCPages::FindLately(std::span<const FF_Document::Context> iContexts)
+{
+    for (const Found& found : mFound) {
+        if (found.place.entry == cNoEntry || found.ranks.size() != iContexts.size()) continue;
+        std::size_t i = 0;
+        while (i < iContexts.size() && found.ranks[i] == RankOf(iContexts[i]))
+            ++i;
+        if (i < iContexts.size()) continue;
+        mPlace = found.place;
+        return true;
+    }
+    return false;
+}
+
+Cmn_Int32 FF_TOCPages::Find(std::span<const FF_Document::Context> iContexts)
+{
+    if (!FindLately(iContexts)) {
+        const Cmn_UInt64 prefix =
+            PrefixOf(iContexts.size(), [&](std::size_t i) { return RankOf(iContexts[i]); });
+        const Page& page = Load(FindPage(iContexts, prefix));
+        const std::size_t key = FindKey(page, iContexts, prefix);
+        if (key == page.keys.size()) return FF_Document::TOC::cNone;
+        Remember(page, key);
+        Found& found = mFound[mNextFound++ % mFound.size()];
+        found.place = mPlace;
+        found.ranks.clear();
+        for (const FF_Document::Context& context : iContexts)
+            found.ranks.push_back(RankOf(context));
+    }
+    return static_cast<Cmn_Int32>(mPlace.entry);
+}
+
+const FF_TOCPages::KeyPlace& FF_TOCPages::Remember(const Page& iPage, std::size_t iKey)
+{
+    const std::span<const Cmn_UInt8> key = KeyAt(iPage, iKey);
+    mPlace.entry = mIndex.pages[iPage.number].key + static_cast<Cmn_UInt32>(iKey);
+    mPlace.page = iPage.number;
+    mPlace.key = iKey;
+    mPlace.numValues = Sys_LoadInteger<Cmn_UInt32>(key.data() + key.size() - cCountSize, mSwap);
+    return mPlace;
+}
+
+const FF_TOCPages::KeyPlace& FF_TOCPages::Locate(Cmn_UInt32 iEntry)
+{
+    if (mPlace.entry == iEntry) return mPlace;
+    for (const Found& found : mFound)
+        if (found.place.entry == iEntry) return mPlace = found.place;
+    const auto after =
+        std::upper_bound(mIndex.pages.begin(), mIndex.pages.end() - 1, iEntry,
+                         [](Cmn_UInt32 iKey, const FF_TOCIndex::Page& iPage) { return iKey < iPage.key; });
+    const auto number =
+        static_cast<std::size_t>(std::max<std::ptrdiff_t>(after - mIndex.pages.begin(), 1) - 1);
+    const Page& page = Load(number);
+    const std::size_t key = iEntry - mIndex.pages[number].key;
+    if (key >= page.keys.size()) Refuse(mIndex.pages[number].keyAt);
+    return Remember(page, key);
+}
+
+std::vector<FF_TOCTable::Context> FF_TOCPages::GetContexts(Cmn_Int32 iEntry)
+{
+    const KeyPlace& place = Locate(static_cast<Cmn_UInt32>(iEntry));
+    const std::span<const Cmn_UInt8> key = KeyAt(Load(place.page), place.key);
+    std::vector<FF_TOCTable::Context> contexts;
+    for (std::size_t at = cCountSize; at + cCountSize < key.size(); at += cContextSize)
+        contexts.push_back(ContextAt(key.data() + at));
+    return contexts;
+}
+
+bool FF_TOCPages::IsList(Cmn_Int32 iEntry)
+{
+    const KeyPlace& place = Locate(static_cast<Cmn_UInt32>(iEntry));
+    const std::span<const Cmn_UInt8> key = KeyAt(Load(place.page), place.key);
+    return CountContexts(key) != 0 && ContextAt(key.data() + key.size() - cCountSize - cContextSize).isList;
+}
+
+std::span<const Cmn_UInt8> FF_TOCPages::RawValue(Cmn_UInt32 iEntry, Cmn_UInt32 iValue)
+{
+    const KeyPlace& place = Locate(iEntry);
+    // The first values mostly stand beside their key.
+    const Page* page = &Load(place.page);
+    std::size_t record = page->keys[place.key] + std::size_t{1} + iValue;
+    if (record < page->records.size()) return RecordAt(*page, record);
+
+    const std::pair wanted{iEntry, iValue + 1};
+    const auto after = std::upper_bound(
+        mIndex.pages.begin(), mIndex.pages.end() - 1, wanted,
+        [](const auto& iWanted, const FF_TOCIndex::Page& iPage) { return iWanted < iPage.GetFirst(); });
+    const auto number =
+        static_cast<std::size_t>(std::max<std::ptrdiff_t>(after - mIndex.pages.begin(), 1) - 1);
+    const FF_TOCIndex::Page& index = mIndex.pages[number];
+    page = &Load(number);
+    record = iValue - index.value;
+    const std::size_t numLeading = page->keys.empty() ? page->records.size() : page->keys[0];
+    if (index.GetFirst().second == 0 || index.key - 1 != iEntry || record >= numLeading)
+        Refuse(index.valueAt);
+    return RecordAt(*page, record);
+}
+
+std::span<const Cmn_UInt8> FF_TOCPages::GetValue(Cmn_Int32 iEntry, Cmn_Int32 iValue)
+{
+    const std::span<const Cmn_UInt8> bytes =
+        RawValue(static_cast<Cmn_UInt32>(iEntry), static_cast<Cmn_UInt32>(iValue));
+    if (!mSwap) return bytes;
+    mSwapped.assign(bytes.begin(), bytes.end());
+    FF_TOCBytes::SwapValue(mSwapped.data(), true);
+    return mSwapped;
+}

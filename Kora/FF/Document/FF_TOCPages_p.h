@@ -1,0 +1,126 @@
+// FF_TOCPages: a table of contents that stays in its file: pages are read when
+// something in them is asked for.
+//
+// A page is held against its sum, its records against the grammar and against the index, when it
+// is read; nothing of it is handed out before. What is never asked for is never read:
+// FF_DocumentCheck looks at all of it.
+//
+// Memory:  the index, and 12 bytes a page; pages that were read, up to cMostCached bytes of them.
+// Throws:  every function Sys_StreamReadException with the place, where a page cannot be read or is damaged.
+// Entries: numbers of keys, which ascend. They, and values' numbers, are the caller's to check.
+// Ownership: the stream stays the caller's. Threads: one at a time.
+#pragma once
+
+#include "Kora/FF/Document/FF_TOCTable_p.h"
+#include "Kora/FF/Format/FF_TOCIndex_p.h"
+
+#include <array>
+
+class Sys_FileBasedInStream;
+struct Sys_StdStreamHeaderInfo;
+
+class FF_TOCPages
+{
+public:
+    static constexpr std::size_t cMostCached = std::size_t{32} << 20;
+
+    // Of the table that ioStream stands at; pieces lie in [iBegin, iEnd). Null where it has no index, or is
+    // none: reading all of it tells. The position stays.
+    static std::unique_ptr<FF_TOCPages> Open(Sys_FileBasedInStream& ioStream, bool iSwap, Cmn_Int64 iBegin,
+                                             Cmn_Int64 iEnd);
+
+    Cmn_Int64 GetStart() const { return mStart; }
+    Cmn_Int64 GetBegin() const { return mBegin; }
+    Cmn_Int64 GetEnd() const { return mEnd; }
+    bool IsSwapped() const { return mSwap; }
+    Sys_FileBasedInStream& GetStream() const { return mStream; }
+
+    std::size_t GetNumKeys() const { return mIndex.numKeys; }
+    Cmn_Int64 GetSizeOfKeys() const { return mIndex.size; }
+    Cmn_Int32 Find(std::span<const FF_Document::Context> iContexts);
+    std::vector<FF_TOCTable::Context> GetContexts(Cmn_Int32 iEntry);
+    Cmn_UInt32 GetNumValues(Cmn_Int32 iEntry) { return Locate(static_cast<Cmn_UInt32>(iEntry)).numValues; }
+    bool IsList(Cmn_Int32 iEntry);
+    // The bytes of a value, little-endian, until the next call.
+    std::span<const Cmn_UInt8> GetValue(Cmn_Int32 iEntry, Cmn_Int32 iValue);
+
+private:
+    static constexpr Cmn_UInt32 cNoEntry = 0xFFFFFFFF;
+
+    class Part;
+    struct Page
+    {
+        std::size_t number = 0;
+        std::vector<Cmn_UInt8> bytes;
+        std::vector<Cmn_UInt16> records;  // where each begins
+        std::vector<Cmn_UInt16> keys;     // which of them are keys
+        std::vector<Cmn_UInt64> prefixes; // of each key that is not cut, in the order of the keys
+        bool isLastCut = false;           // the last record goes on in the next page
+    };
+    struct KeyPlace
+    {
+        Cmn_UInt32 entry = cNoEntry;
+        Cmn_UInt32 numValues = 0;
+        std::size_t page = 0;
+        std::size_t key = 0; // of those that begin in the page
+    };
+    // A key that was found lately, so that who asks for it again, as readers of lists do, pays for no search.
+    struct Found
+    {
+        std::vector<Cmn_UInt64> ranks;
+        KeyPlace place;
+    };
+
+    FF_TOCPages(Sys_FileBasedInStream& ioStream, bool iSwap);
+
+    [[noreturn]] void Refuse(Cmn_Int64 iAt) const;
+    // Until the next call; iKeep stays beside it.
+    const Page& Load(std::size_t iPage, const Page* iKeep = nullptr);
+    void Decode(Page& ioPage) const;
+    void TakeRecords(Page& ioPage) const;
+    std::span<const Cmn_UInt8> TakeKey(Part& ioPart, std::span<const Cmn_UInt8> iBefore,
+                                       Cmn_UInt32& oNumValues) const;
+
+    // The bytes of a record of the page; of one that is cut, all of them, put together, until the next call.
+    std::span<const Cmn_UInt8> RecordAt(const Page& iPage, std::size_t iRecord);
+    std::span<const Cmn_UInt8> CutRecordAt(const Page& iPage, std::size_t iBegin);
+    std::span<const Cmn_UInt8> KeyAt(const Page& iPage, std::size_t iKey)
+    {
+        return RecordAt(iPage, iPage.keys[iKey]);
+    }
+    FF_TOCTable::Context ContextAt(const Cmn_UInt8* iAt) const;
+    std::size_t CountContexts(std::span<const Cmn_UInt8> iKey) const;
+    Cmn_UInt64 PrefixAt(std::span<const Cmn_UInt8> iKey) const;
+    Cmn_UInt64 RankAt(std::span<const Cmn_UInt8> iKey, std::size_t iContext) const;
+    bool IsLess(std::span<const Cmn_UInt8> iA, std::span<const Cmn_UInt8> iB) const;
+    std::strong_ordering Compare(std::span<const Cmn_UInt8> iKey,
+                                 std::span<const FF_Document::Context> iContexts) const;
+
+    Cmn_UInt64 GetPrefix(std::size_t iPage);
+    std::span<const Cmn_UInt8> FirstKeyFrom(std::size_t iPage);
+    std::size_t FindPage(std::span<const FF_Document::Context> iContexts, Cmn_UInt64 iPrefix);
+    bool FindLately(std::span<const FF_Document::Context> iContexts);
+    std::size_t FindKey(const Page& iPage, std::span<const FF_Document::Context> iContexts,
+                        Cmn_UInt64 iPrefix);
+    const KeyPlace& Locate(Cmn_UInt32 iEntry);
+    const KeyPlace& Remember(const Page& iPage, std::size_t iKey);
+    std::span<const Cmn_UInt8> RawValue(Cmn_UInt32 iEntry, Cmn_UInt32 iValue);
+
+    Sys_FileBasedInStream& mStream;
+    Sys_TypedInStream mTyped; // over it, for what is told of it
+    bool mSwap;
+    Cmn_Int64 mStart = 0; // of the table's header
+    Cmn_Int64 mBody = 0;  // of the keys, from their count on
+    Cmn_Int64 mBegin = 0;
+    Cmn_Int64 mEnd = 0;
+    FF_TOCIndex mIndex;
+    std::vector<Cmn_UInt64> mPrefixes; // of the first key of each page; 0 where it was not asked for
+    std::vector<Cmn_UInt32> mSlotOf;   // of each page: its place in mPages from 1 on
+    std::vector<std::unique_ptr<Page>> mPages;
+    std::size_t mNextSlot = 0;
+    std::array<Found, 4> mFound;
+    std::size_t mNextFound = 0;
+    KeyPlace mPlace;                 // of the key that was asked for last
+    std::vector<Cmn_UInt8> mCut;     // a record that was put together
+    std::vector<Cmn_UInt8> mSwapped; // a value in the other byte order
+};

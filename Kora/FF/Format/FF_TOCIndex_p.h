@@ -1,0 +1,93 @@
+// FF_TOCIndex: what stands behind the keys of a long table of contents, so that a reader finds a key, and
+// trusts what it finds, without reading all of the table.
+//
+// The keys, from their count on, are cut into pages of one size, whatever begins or ends there. The index has
+// a sum of each page, and tells which records begin first in it or behind it; records are keys up to the
+// count of their values, and values.
+//
+// Units: positions are bytes from the count of keys on.
+#pragma once
+
+#include "Kora/FF/Format/FF_TOCBytes_p.h"
+
+#include <utility>
+
+struct FF_TOCIndex
+{
+    struct Page
+    {
+        Cmn_UInt32 sum;
+        Cmn_UInt32
+            key; // number of the first key that begins in the page or behind it; the count of keys for none
+        Cmn_UInt32 keyAt;   // and where; the end of the keys for none
+        Cmn_UInt32 value;   // number of the first value before that key that begins in the page or behind it
+        Cmn_UInt32 valueAt; // and where; keyAt for none
+
+        // The first record: a key's number with 0, or with one more than the number of a value of it.
+        std::pair<Cmn_UInt32, Cmn_UInt32> GetFirst() const
+        {
+            return valueAt < keyAt ? std::pair{key - 1, value + 1} : std::pair{key, Cmn_UInt32{0}};
+        }
+        Cmn_UInt32 GetFirstAt() const
+        {
+            return valueAt;
+        } // a key has no value before it that begins behind it
+    };
+
+    Cmn_UInt32 size = 0; // of the keys
+    Cmn_UInt32 pageSize = 0;
+    Cmn_UInt32 numKeys = 0;
+    std::vector<Page> pages; // and one more, at the end of the keys
+
+    std::size_t GetNumPages() const { return pages.size() - 1; }
+
+    static Cmn_UInt32 PageSizeFor(Cmn_Int64 iSizeOfKeys);
+    // Bytes of the index that is written behind so many bytes of keys; 0 where there is none.
+    static Cmn_Int64 SizeFor(Cmn_Int64 iSizeOfKeys);
+
+    // iBodySize: of keys and index, which begin at iBody; iStart is where the table's header begins. False
+    // where no index stands at the end of them, or one that does not fit itself: then it is the sum of the
+    // body that tells what is right. Leaves the position anywhere. Throws what reading throws.
+    bool Read(Sys_TypedInStream& ioStream, Cmn_Int64 iStart, Cmn_Int64 iBody, Cmn_Int64 iBodySize);
+
+    // Passes over what follows the keys; throws for what has not the size of an index
+    // of so many bytes of keys.
+    static void Skip(FF_TOCCursor& ioCursor, Cmn_Int64 iSizeOfKeys);
+
+private:
+    bool ReadTail(const Cmn_UInt8* iTail, bool iSwap, Cmn_Int64 iBodySize);
+    bool IsConsistent() const;
+};
+
+// Makes the index while the keys are written.
+class FF_TOCIndexMaker
+{
+public:
+    // iPageSize 0: makes none, and nothing below costs anything.
+    FF_TOCIndexMaker(Cmn_UInt32 iSizeOfKeys, Cmn_UInt32 iPageSize);
+
+    // A record begins at a position; in order.
+    void Key(Cmn_Int64 iAt, Cmn_UInt32 iKey)
+    {
+        if (iAt >= mNextAt) Note(iAt, iKey, 0, true);
+    }
+    void Value(Cmn_Int64 iAt, Cmn_UInt32 iKey, Cmn_UInt32 iValue)
+    {
+        if (iAt >= mNextAt) Note(iAt, iKey + 1, iValue, false);
+    }
+    // The next bytes, as they are stored.
+    void Add(const Cmn_UInt8* iBytes, std::size_t iCount);
+    // The bytes of the index as they are stored.
+    std::vector<Cmn_UInt8> Finish(Cmn_UInt32 iNumKeys, Cmn_Int64 iStart, bool iSwap);
+
+private:
+    void Note(Cmn_Int64 iAt, Cmn_UInt32 iKey, Cmn_UInt32 iValue, bool iIsKey);
+
+    Cmn_UInt32 mSize;
+    Cmn_UInt32 mPageSize;
+    std::vector<FF_TOCIndex::Page> mPages;
+    std::size_t mWithKey = 0;   // pages before it know their first key
+    std::size_t mWithValue = 0; // and their first value, or that there is none before the key
+    Cmn_Int64 mNextAt = 0;      // where the next page begins that a record may be the first of
+    Cmn_Int64 mAdded = 0;
+};
