@@ -108,6 +108,81 @@ TEST_F(DocumentTest, WhatIsCompleteFitsTheSizeLimit)
     }
 }
 
+// Whose table takes some 200 KB, most of them for 3000 streams, some for a list of as many items.
+class LongTable : public DocumentTest
+{
+protected:
+    static constexpr Cmn_Int16 cList = 40;
+    static constexpr Cmn_Int16 cBegin = 1000;
+    static constexpr Cmn_Int16 cEnd = 4000;
+
+    LongTable()
+    {
+        Document document(Sys_Store::eOpenFlag_New);
+        Sys_TypedOutStream out = document.MakeTypedOutStream();
+        for (Cmn_Int16 type = cBegin; type < cEnd; ++type)
+            Write(document, type, type);
+        WriteList(&document, out, cList, cEnd - cBegin);
+        document.Flush();
+        mDump = document.GetTOC().Dump();
+    }
+    std::string mDump;
+};
+
+TEST_F(LongTable, IsReadAsFarAsItIsAskedFor)
+{
+    mFiles.ClearLog();
+    Document document(Sys_Store::eOpenFlag_Read);
+    EXPECT_EQ(Read(document, cEnd - 1), cEnd - 1);
+    std::size_t numBytes = 0;
+    for (const auto& request : mFiles.GetLog())
+        numBytes += request.kind == MemoryFileSystem::eRead ? request.count : 0;
+    EXPECT_LT(numBytes, 65536u);
+
+    for (Cmn_Int16 type = cBegin - 1; type <= cEnd; ++type)
+        EXPECT_EQ(Read(document, type), type < cBegin || type == cEnd ? -1 : type);
+    Sys_TypedInStream in = document.MakeTypedInStream();
+    EXPECT_TRUE(document.SeekToStream(Key(cList), in));
+    {
+        const FF_StreamHeaderReader header(&document, in, cList, FF_StreamHeaderReader::eUseExtendedTOC);
+        FF_StreamListReader list(&document, in);
+        for (Cmn_Int32 i = 0; i < list.GetNumItems(); ++i) {
+            const Cmn_Int32 item = i * 7 % list.GetNumItems();
+            list.SeekToListEntry(item);
+            EXPECT_EQ(in.ReadInt32(), item);
+        }
+    }
+    EXPECT_EQ(document.GetTOC().Dump(), mDump);
+    // A change reads all of it.
+    EXPECT_TRUE(document.InvalidateKey(Key(cBegin), 0));
+    EXPECT_EQ(Read(document, cBegin), -1);
+    EXPECT_EQ(Read(document, cBegin + 1), cBegin + 1);
+}
+
+TEST_F(LongTable, IsRefusedWhereItIsDamagedAndReadElsewhere)
+{
+    Bytes bytes = FileBytes();
+    bytes[bytes.size() - 100000] ^= 1;
+    mFiles.SetBytes(cPath, bytes);
+    Document document(Sys_Store::eOpenFlag_Read);
+    int numRefused = 0;
+    for (Cmn_Int16 type = cBegin; type < cEnd; ++type) {
+        Cmn_Int32 found = -1;
+        if (MessageOf([&] { found = Read(document, type); }) == 0) {
+            EXPECT_EQ(found, type);
+            continue;
+        }
+        ++numRefused;
+        EXPECT_THROW(FF_StSetStreamContext(document, Key(type)), Sys_StreamReadException);
+        EXPECT_TRUE(document.GetCurrentContext().empty());
+    }
+    EXPECT_GT(numRefused, 50);
+    EXPECT_LT(numRefused, 300);
+    EXPECT_EQ(FF_DocumentCheck::Check(Sys_FileLoc(cPath)).size(), 1u);
+    document.Close();
+    EXPECT_EQ(MessageOf([&] { document.Open(Sys_Store::eOpenFlag_ReadWrite); }), Cmn_eMessage_ReadError);
+}
+
 TEST_F(DocumentTest, EntriesOfAValue)
 {
     WriteNew();

@@ -6,6 +6,8 @@
 #include "Kora/FF/Document/FF_SafeSave.h"
 #include "Support/AllocationCounter.h"
 
+#include <fstream>
+
 namespace {
 
 using SmallDocument::Reading;
@@ -29,13 +31,21 @@ protected:
 // What is read is right as far as it goes, and what is refused names the file.
 TEST_F(Faults, NeitherAFlippedBitNorACutAnywhereChangesWhatIsRead)
 {
+    std::vector<std::pair<std::string, Bytes>> documents;
     for (const int type : {0, 2, 5}) {
         WriteNew(type);
-        const Bytes original = mFiles.GetBytes(cPath);
+        documents.emplace_back("type " + std::to_string(type), mFiles.GetBytes(cPath));
+    }
+    for (const std::string name : {"indexed", "indexed-swapped"}) { // whose tables stay in the file
+        std::ifstream in(KORA_SOURCE_DIR "/tests/Fuzz/corpus/document/" + name + ".kora", std::ios::binary);
+        documents.emplace_back(name, Bytes(std::istreambuf_iterator<char>(in), {}));
+    }
+    for (const auto& [name, original] : documents) {
+        mFiles.SetBytes(cPath, original);
         const std::string text = Read(cPath).mText;
         const std::size_t bits = 8 * original.size();
         for (std::size_t n = 0; n < bits + original.size() && !HasFailure(); ++n) {
-            SCOPED_TRACE("type " + std::to_string(type) + ", damage " + std::to_string(n));
+            SCOPED_TRACE(name + ", damage " + std::to_string(n));
             const bool isCut = n >= bits;
             Bytes damaged = original;
             if (isCut)

@@ -75,6 +75,8 @@ TEST(FileFormat, DocumentsThatAnotherProgramWroteAreReadWithoutFault)
         {"swapped",       ""},
         {"nested",        ""},
         {"pieces",        ""},
+        {"indexed",       ""},
+        {"indexed-swapped", ""},
         {"never-flushed", "f: unable to find document TOC"},
         {"cut",           "f: an error occurred while reading the document"},
         {"too-new",       "f: the document was written by a version of the library that is too new"},

@@ -36,7 +36,7 @@ class Document:
         self.head = bytes([3]) + b"0010111100101011" + bytes([swap, kind]) + (bytes([raw_key]) if kind else b"")
         self.kind, self.key = kind, raw_key * MULTIPLIERS.get(kind, 0) % 256
         self.plain = bytearray(self.frame("Z", 1, self.pack("I", 0)))
-        self.entries = []  # (key, values), each as bytes with what it sorts by
+        self.entries = []  # (key up to the count of its values, values), as bytes
 
     def pack(self, form, *values):
         return struct.pack(self.order + form, *values)
@@ -81,12 +81,32 @@ class Document:
         return b"\1" + self.pack("h", len(body)) + body + b"\1" + self.pack("h", len(text)) + text + index
 
     def register(self, contexts, *values):
-        self.entries.append(self.pack("i", len(contexts)) + b"".join(contexts) + self.pack("i", len(values)) +
-                            b"".join(values))
+        key = self.pack("i", len(contexts)) + b"".join(contexts) + self.pack("i", len(values))
+        self.entries.append((key, values))
 
-    def finish(self, toc=True):
+    def index(self, keys, page_size):
+        """What stands behind the keys, cut into pages of that size."""
+        at = 4
+        key_places, value_places = [], []
+        for number, (key, values) in enumerate(self.entries):
+            key_places.append((at, number))
+            at += len(key)
+            for i, value in enumerate(values):
+                value_places.append((at, i))
+                at += len(value)
+        index = b""
+        for begin in range(0, len(keys), page_size):
+            key_at, key = next(((a, k) for a, k in key_places if a >= begin), (len(keys), len(self.entries)))
+            value_at, value = next(((a, v) for a, v in value_places if begin <= a < key_at), (key_at, 0))
+            index += self.pack("5I", crc32c(keys[begin:begin + page_size]), key, key_at, value, value_at)
+        index += self.pack("4I", len(keys), page_size, len(self.entries), 0x3149544B)
+        return index + self.pack("I", (crc32c(index) + self.here()) % 2**32)
+
+    def finish(self, toc=True, page_size=0):
         if toc:
-            offset = self.add(self.stream(2, 2, self.pack("i", len(self.entries)) + b"".join(self.entries)))
+            keys = self.pack("i", len(self.entries)) + b"".join(k + b"".join(v) for k, v in self.entries)
+            index = self.index(keys, page_size) if page_size else b""
+            offset = self.add(self.stream(2, 2, keys + index))
             header = self.frame("Z", 1, self.pack("I", offset))
             self.plain[:len(header)] = header
         self.put_sums()
@@ -131,6 +151,21 @@ def fill_with_stream_written_anew(document):
     return document
 
 
+def fill_with_long_table(document):
+    """Keys and values that begin and end wherever pages do."""
+    items = [document.stream(41, 1, document.text(str(i)), i + 1) for i in range(9)]
+    at = document.add(document.stream(40, 1, document.items(*items), is_list=True))
+    places = [at + 32 + sum(map(len, items[:i])) for i in range(9)]
+    document.register([document.context(40, is_list=True)], document.local([at], "list"),
+                      *[document.local([place], "item " * (place % 3)) for place in places])
+    for i, place in enumerate(places):
+        document.register([document.context(40, 0, True, i + 1), document.context(41, at)],
+                          document.local([place], "in the list"))
+    last = document.add(document.stream(50, 1, b"last"))
+    document.register([document.context(50)], document.local([last], "long " * 40), document.local([last] * 9, "x"))
+    return document
+
+
 def main():
     example = fill_with_list(Document()).finish()
     if len(sys.argv) > 1:
@@ -164,6 +199,8 @@ def main():
         "lists-masked": fill_with_lists_in_lists(Document(3, 250)).finish(),
         "written-anew": fill_with_stream_written_anew(Document(4, 9)).finish(),
         "written-anew-swapped": fill_with_stream_written_anew(Document(5, 9, swap=True)).finish(),
+        "indexed": fill_with_long_table(Document()).finish(page_size=64),
+        "indexed-swapped": fill_with_long_table(Document(3, 7, swap=True)).finish(page_size=256),
         "never-flushed": fill_with_list(Document(1, 200)).finish(toc=False),
         "cut": example[:-9],
         "too-new": b"\4" + example[1:30],

@@ -16,6 +16,8 @@ constexpr Cmn_Int32 FF_Document::TOC::cMostReserved;
 
 namespace {
 
+using Bytes = std::vector<Cmn_UInt8>;
+
 constexpr Cmn_Int64 cNoEnd = std::numeric_limits<Cmn_Int64>::max();
 
 // Whether bytes are one value, and nothing behind it.
@@ -102,7 +104,7 @@ std::span<const Cmn_UInt8> FF_Document::TOC::GetBytes(Entry iEntry, Cmn_Int32 iV
     return mPages != nullptr ? mPages->GetValue(iEntry, iValue) : mTable->GetValue(iEntry, iValue);
 }
 
-std::span<const Cmn_UInt8> FF_Document::TOC::GetOffsets(Entry iEntry, Cmn_Int32 iValue) const
+std::span<const Cmn_UInt8> FF_Document::TOC::GetPieces(Entry iEntry, Cmn_Int32 iValue) const
 {
     return FF_TOCBytes::Offsets(GetBytes(iEntry, iValue).data());
 }
@@ -138,16 +140,25 @@ bool FF_Document::TOC::GetFirstOffset(Entry iEntry, Cmn_Int32 iValue, Cmn_UInt32
     const bool isKnown = iEntry >= 0 && iEntry < GetNumKeys();
     if (isKnown && iValue == 0 && GetNumValues(iEntry) == 0) return false;
     if (!Cmn_ASSERT(Has(iEntry, iValue))) return false;
-    const std::span<const Cmn_UInt8> offsets = GetOffsets(iEntry, iValue);
+    const std::span<const Cmn_UInt8> offsets = GetPieces(iEntry, iValue);
     if (offsets.empty()) return false;
     oOffset = Sys_LoadInteger<Cmn_UInt32>(offsets.data(), false);
     return true;
 }
 
+void FF_Document::TOC::GetOffsets(Entry iEntry, Cmn_Int32 iValue, std::vector<Cmn_UInt32>& oOffsets) const
+{
+    oOffsets.clear();
+    if (!Cmn_ASSERT(Has(iEntry, iValue))) return;
+    const std::span<const Cmn_UInt8> pieces = GetPieces(iEntry, iValue);
+    for (std::size_t at = 0; at < pieces.size(); at += FF_TOCBytes::cOffsetSize)
+        oOffsets.push_back(Sys_LoadInteger<Cmn_UInt32>(pieces.data() + at, false));
+}
+
 bool FF_Document::TOC::HasOffset(Entry iEntry, Cmn_Int32 iValue, Cmn_UInt32 iOffset) const
 {
     if (!Cmn_ASSERT(Has(iEntry, iValue))) return false;
-    const std::span<const Cmn_UInt8> offsets = GetOffsets(iEntry, iValue);
+    const std::span<const Cmn_UInt8> offsets = GetPieces(iEntry, iValue);
     for (std::size_t at = 0; at < offsets.size(); at += FF_TOCBytes::cOffsetSize)
         if (Sys_LoadInteger<Cmn_UInt32>(offsets.data() + at, false) == iOffset) return true;
     return false;
@@ -285,6 +296,24 @@ void FF_Document::TOC::StreamIn(Sys_TypedInStream& ioStream, Cmn_Int64 iEnd, Cmn
     mTable.swap(table);
     mPages.reset();
     mEncoding = ioStream.GetEncoding();
+}
+
+bool FF_Document::TOC::FitsIndex(Sys_TypedInStream& ioStream, const Sys_StdStreamHeaderInfo& iHeader) const
+{
+    const FF_TOCTable& table = GetTable();
+    const Cmn_Int64 body = iHeader.body + FF_Format::cStreamTypeSize;
+    const Cmn_Int64 behindKeys = body + table.GetSizeOfKeys();
+    if (behindKeys == iHeader.end) return true;
+    FF_TOCIndex index;
+    if (!index.Read(ioStream, iHeader.start, body, iHeader.end - body)) return false;
+    Bytes there(static_cast<std::size_t>(iHeader.end - behindKeys));
+    ioStream.SetPosition(behindKeys);
+    ioStream.ReadBytes(there.data(), there.size());
+    Sys_MemOutStream written;
+    Sys_TypedOutStream out(written, ioStream.IsSwapped());
+    table.WriteBody(out, iHeader.start, index.pageSize);
+    const auto rest = std::span(written.GetBytes()).subspan(static_cast<std::size_t>(table.GetSizeOfKeys()));
+    return std::equal(rest.begin(), rest.end(), there.begin(), there.end());
 }
 
 std::string FF_Document::TOC::Dump() const

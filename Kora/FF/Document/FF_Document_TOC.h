@@ -55,6 +55,8 @@ public:
     // The same without making an object: false where the value is not in this file or has no piece yet. Value
     // 0 may be asked for of every entry: files may tell of keys that have no values.
     [[nodiscard]] bool GetFirstOffset(Entry iEntry, Cmn_Int32 iValue, Cmn_UInt32& oOffset) const;
+    // All pieces of the value, first piece first; none where it is not in this file.
+    void GetOffsets(Entry iEntry, Cmn_Int32 iValue, std::vector<Cmn_UInt32>& oOffsets) const;
     // True where iOffset is one of the value's pieces.
     [[nodiscard]] bool HasOffset(Entry iEntry, Cmn_Int32 iValue, Cmn_UInt32 iOffset) const;
     // Of the innermost context of the key as it was last registered.
@@ -83,7 +85,7 @@ public:
     // Bytes that StreamOut writes, the stream's header included. O(1).
     Cmn_Int64 GetStreamSize() const;
     // The stream: type cTOCStreamType, version 2; count of keys (signed 32), then for each key in ascending
-    // order the key, the count of its values (signed 32), the values.
+    // order the key, the count of its values (signed 32), the values; of a long table an index behind them.
     void StreamOut(Sys_TypedOutStream& ioStream) const;
     // Replaces the content. Throws Sys_StreamReadException, with the offset and the content as it
     // was, for counts and sizes that the bytes left cannot hold or that leave some over, keys that do
@@ -92,13 +94,16 @@ public:
     // exceptions for versions other than 2.
     void StreamIn(Sys_TypedInStream& ioStream, Cmn_Int64 iEnd, Cmn_Int64 iBegin = 0);
 
+    // Whether the stream whose header that is, and that StreamIn has read, has the index that
+    // belongs to its keys, or none.
+    [[nodiscard]] bool FitsIndex(Sys_TypedInStream& ioStream, const Sys_StdStreamHeaderInfo& iHeader) const;
+
     // One line a value in ascending order, the first of a key "4[1]/7  [1034]  description", further ones
     // numbered: "4 #1  [2048]  description".
     [[nodiscard]] std::string Dump() const;
 
 private:
     friend class FF_Document;
-    friend class FF_DocumentCheck;
 
     // As StreamIn, but for a long table, which stays in the file that the stream reads
     // and that must outlive it.
@@ -115,7 +120,7 @@ private:
     bool Has(Entry iEntry, Cmn_Int32 iValue) const;
     std::vector<Context> GetContexts(Entry iEntry) const;
     std::span<const Cmn_UInt8> GetBytes(Entry iEntry, Cmn_Int32 iValue) const;
-    std::span<const Cmn_UInt8> GetOffsets(Entry iEntry, Cmn_Int32 iValue) const;
+    std::span<const Cmn_UInt8> GetPieces(Entry iEntry, Cmn_Int32 iValue) const;
 
     mutable std::unique_ptr<FF_TOCTable> mTable;
     mutable std::unique_ptr<FF_TOCPages> mPages; // null where the table is in memory

@@ -4,6 +4,7 @@
 #include "Bastel/Sys/Sys_StreamThrow_p.h"
 #include "Kora/FF/Document/FF_Document_TOC.h"
 #include "Kora/FF/Rescue/FF_DocumentFile_p.h"
+#include "Kora/FF/Rescue/FF_StreamLister_p.h"
 
 #include <algorithm>
 #include <set>
@@ -133,6 +134,8 @@ private:
         FF_Document::TOC toc;
         try {
             toc.StreamIn(typed, mEnd);
+            if (!toc.FitsIndex(typed, header))
+                Add(header.end, "expected the index of the table of contents, found another");
         } catch (const Cmn_Exception& failure) {
             return Add(std::max(failure.GetOffset(), mEnd),
                        std::string("expected entries of the table of contents, found: ") + failure.what());
@@ -195,34 +198,6 @@ private:
     Cmn_Int64 mBefore;
 };
 
-std::vector<FF_StreamInfo> ListUpTo(Sys_TypedInStream& ioStream, Cmn_Int64 iFrom, Cmn_Int64 iTo)
-{
-    Sys_InStream& stream = ioStream.GetStream();
-    FF_StreamWindow window(
-        [&](Cmn_Int64 iPosition, void* oBytes, std::size_t iCount) {
-            stream.SetPosition(iPosition);
-            const std::size_t count = stream.Read(oBytes, iCount);
-            if (count < iCount)
-                Sys_ThrowFrom<Sys_StreamReadException>(stream, iPosition + static_cast<Cmn_Int64>(count));
-            return count;
-        },
-        stream.GetLength());
-    const FF_StreamWalk walk(window, ioStream.IsSwapped(), iFrom, iTo);
-    std::vector<FF_StreamInfo> streams;
-    Cmn_Int64 expected = iFrom;
-    for (Cmn_Int32 i = 0; i < walk.GetNumNodes(); ++i) {
-        const Node& node = walk.GetNode(i);
-        if (node.mParent == FF_StreamWalk::cNone) {
-            if (node.header.start != expected) Sys_ThrowFrom<Sys_StreamReadException>(stream, expected);
-            if (!node.isWhole) Sys_ThrowFrom<Sys_StreamReadException>(stream, node.header.body);
-            expected = node.mHeader.mEnd;
-        }
-        streams.push_back(walk.GetInfo(i));
-    }
-    if (expected != iTo) Sys_ThrowFrom<Sys_StreamReadException>(stream, expected);
-    return streams;
-}
-
 } // namespace
 
 std::vector<FF_Fault> FF_DocumentCheck::Check(const Sys_FileLoc& iLocation)
@@ -232,10 +207,18 @@ std::vector<FF_Fault> FF_DocumentCheck::Check(const Sys_FileLoc& iLocation)
 
 std::vector<FF_StreamInfo> FF_DocumentCheck::ListStreams(FF_Document& iDocument)
 {
+    std::vector<FF_StreamInfo> streams;
+    ForEachStream(iDocument, [&](const FF_StreamInfo& iStream) { streams.push_back(iStream); });
+    return streams;
+}
+
+void FF_DocumentCheck::ForEachStream(FF_Document& iDocument,
+                                     const std::function<void(const FF_StreamInfo&)>& iVisit)
+{
     const Cmn_Int64 toc = iDocument.GetTOCOffset();
     const Cmn_Int64 data = FF_Format::GetHeaderStream(iDocument.GetEncryptionType());
     // A new document that was not flushed yet has nothing in its file.
-    if (toc <= data + FF_Format::cHeaderStreamSize) return {};
+    if (toc <= data + FF_Format::cHeaderStreamSize) return;
 
     Sys_TypedInStream typed = iDocument.MakeTypedInStream();
     const StPosition position(typed.GetStream());
@@ -243,5 +226,5 @@ std::vector<FF_StreamInfo> FF_DocumentCheck::ListStreams(FF_Document& iDocument)
     Sys_StdStreamHeaderInfo header;
     if (!Sys_StdStreamHeaderReader::Peek(typed, header))
         Sys_ThrowFrom<Sys_StreamReadException>(typed.GetStream(), data);
-    return ListUpTo(typed, header.end, toc);
+    FF_StreamLister(typed, header.end, toc).Run(iVisit);
 }

@@ -8,6 +8,8 @@
 #include "Kora/FF/Document/FF_Document.h"
 #include "Kora/FF/Rescue/FF_StreamInfo.h"
 
+#include <functional>
+
 class KORA_API FF_DocumentCheck
 {
 public:
@@ -27,4 +29,8 @@ public:
     // Throws as reading does: bytes that are no stream, or a body sum that is wrong, are a
     // Sys_StreamReadException with the offset.
     [[nodiscard]] static std::vector<FF_StreamInfo> ListStreams(FF_Document& iDocument);
+    // The same one after the other, in memory that does not grow with them: all bodies are held against their
+    // sums before the first is visited. iVisit may seek and read in the document.
+    static void ForEachStream(FF_Document& iDocument,
+                              const std::function<void(const FF_StreamInfo&)>& iVisit);
 };
