@@ -64,7 +64,10 @@ Tool_EExit Tool_RunCommand(const std::vector<std::string>& iArguments, std::istr
                            std::ostream& oErr)
 try {
     const Tool_Outcome outcome = Outcome(iArguments, iIn);
-    oOut.write(outcome.mText.data(), static_cast<std::streamsize>(outcome.mText.size()));
+    if (outcome.mWrite)
+        outcome.mWrite(oOut);
+    else
+        oOut.write(outcome.mText.data(), static_cast<std::streamsize>(outcome.mText.size()));
     oOut.flush();
     if (!oOut) return Complain(oErr, "the output cannot be written", Tool_eExit_BadInput);
     oErr << outcome.mReport << std::flush;

@@ -1,5 +1,4 @@
 // The subcommands for documents: save, info, check, repair, xml.
-#include "Bastel/Cmn/Cmn_XMLNode.h"
 #include "Kora/FF/Rescue/FF_DocumentCheck.h"
 #include "Kora/FF/Rescue/FF_DocumentRepair.h"
 #include "Tool/Tool_Document.h"
@@ -10,9 +9,11 @@
 #include "Tool/Tool_Song.h"
 #include "Tool/Tool_Subcommand.h"
 #include "Tool/Tool_Text.h"
+#include "Tool/Tool_Xml.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <ostream>
 
 namespace {
 
@@ -97,11 +98,23 @@ public:
 
     Tool_Outcome Run(std::istream& iIn) const override
     {
-        const Tool_Input input = Input(iIn);
-        const auto document = Tool_OpenDocument(input);
-        const auto report =
-            Tool_NamingFile(input.Name(), [&] { return Tool_DocumentReport(*document, input.Name()); });
-        return {mIsJson ? report.Json() : report.Table(), {}, {}};
+        struct Opened
+        {
+            Tool_Input input;
+            std::unique_ptr<FF_Document> document;
+        };
+        const std::shared_ptr<Opened> opened(new Opened{Input(iIn), nullptr});
+        opened->document = Tool_OpenDocument(opened->input);
+        const auto write = [opened, isJson = mIsJson](std::ostream& oOut) {
+            Tool_NamingFile(opened->input.Name(), [&] {
+                const Tool_DocumentReport report(*opened->document, opened->input.Name());
+                if (isJson)
+                    report.WriteJson(oOut);
+                else
+                    oOut << report.Table();
+            });
+        };
+        return {{}, {}, {}, write};
     }
 
 private:
@@ -223,16 +236,8 @@ public:
     Tool_Outcome Run(std::istream& iIn) const override
     {
         const Tool_AskedSettings asked = mSettings.Asked();
-        const auto song = Tool_Song::Load(Input(iIn), asked);
-        Cmn_XMLNode root("Song");
-        root.AddValue("nEndTick", song->GetEndTick().AsInt64());
-        root.AddValue("nSampleRate", song->GetSettings().mSampleRate);
-        root.AddValue("TimeCodeFormat",
-                      Time_Globals::GetTimeCodeFormatString(song->GetSettings().mTimeCodeFormat));
-        root.AddChild(song->GetMeterMap().GetAsXML());
-        root.AddChild(song->GetTempoMap().GetAsXML());
-        root.AddChild(song->GetKeyMap().GetAsXML());
-        return {root.ToString(true), {}, {}};
+        const std::shared_ptr<const Tool_Song> song = Tool_Song::Load(Input(iIn), asked);
+        return {{}, {}, {}, [song](std::ostream& oOut) { Tool_WriteXml(*song, oOut); }};
     }
 
 private:

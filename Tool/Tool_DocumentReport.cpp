@@ -5,9 +5,13 @@
 #include "Kora/FF/Rescue/FF_DocumentCheck.h"
 #include "Tool/Tool_Document.h"
 #include "Tool/Tool_InputError.h"
+#include "Tool/Tool_Text.h"
 
 #include <algorithm>
 #include <nlohmann/json.hpp>
+#include <ostream>
+#include <span>
+#include <tuple>
 
 using JsonValue = nlohmann::ordered_json; // keeps the order in which keys are written
 
@@ -54,142 +58,247 @@ std::string Aligned(const std::vector<std::vector<std::string>>& iRows, std::siz
     return text;
 }
 
+// As the JSON library writes it: names that are no UTF-8 with replacement characters.
+void AppendJson(std::string_view iText, std::string& ioText)
+{
+    const auto isPlain = [](char c) { return c >= ' ' && c < '\x7F' && c != '"' && c != '\\'; };
+    if (std::all_of(iText.begin(), iText.end(), isPlain))
+        ioText.append("\"").append(iText).append("\"");
+    else
+        ioText += JsonValue(iText).dump(-1, ' ', false, JsonValue::error_handler_t::replace);
+}
+
 } // namespace
 
-std::string Tool_DocumentReport::Entry::Name() const
+// The object as text, handed on in pieces.
+class Tool_DocumentReport::Json
 {
-    return mKey +
-           (mIsItem       ? ", item " + Number(mValue - 1)
-            : mValue != 0 ? ", value " + Number(mValue)
-                          : std::string()) +
-           (mPiece == 0 ? "" : ", piece " + Number(mPiece));
-}
+public:
+    Json(const Tool_DocumentReport& iReport, std::ostream& oOut)
+        : mReport(iReport)
+        , mOut(oOut)
+    {
+    }
+
+    void Add(int iIndent, const char* iName, std::string_view iText)
+    {
+        Begin(iIndent, iName);
+        AppendJson(iText, mText);
+    }
+    void Add(int iIndent, const char* iName, Cmn_Int64 iValue)
+    {
+        Begin(iIndent, iName);
+        Tool_AppendInteger(iValue, mText);
+    }
+    void AddBool(int iIndent, const char* iName, bool iValue)
+    {
+        Begin(iIndent, iName);
+        mText += iValue ? "true" : "false";
+    }
+    void AddNull(int iIndent, const char* iName)
+    {
+        Begin(iIndent, iName);
+        mText += "null";
+    }
+    // What opens is closed at the same indentation; empty where nothing was added.
+    void Open(int iIndent, const char* iName, char iBracket)
+    {
+        Begin(iIndent, iName);
+        mText += iBracket;
+        mIsFirst = true;
+    }
+    void Close(int iIndent, char iBracket)
+    {
+        if (!mIsFirst) mText.append("\n").append(static_cast<std::size_t>(iIndent), ' ');
+        mText += iBracket;
+        mIsFirst = false;
+    }
+    void AddPiece(int iIndent, const Piece& iPiece)
+    {
+        if (iPiece.entry != mKeyOf) {
+            mKeyOf = iPiece.entry;
+            mKey = mReport.mDocument.GetTOC().GetKey(iPiece.entry).Dump();
+        }
+        Add(iIndent, "key", mKey);
+        Add(iIndent, "value", iPiece.value);
+        Add(iIndent, "piece", iPiece.piece);
+        Add(iIndent, "description", mReport.DescriptionOf(iPiece));
+    }
+    void AddStream(const FF_StreamInfo& iInfo, std::span<const Piece> iPieces)
+    {
+        Open(4, nullptr, '{');
+        Add(6, "position", iInfo.position);
+        Add(6, "size", iInfo.size);
+        Add(6, "depth", iInfo.depth);
+        Add(6, "type", iInfo.streamType);
+        Add(6, "typeName", Tool_StreamTypeName(iInfo.streamType));
+        Add(6, "name", iInfo.name);
+        Add(6, "version", iInfo.version);
+        AddBool(6, "isList", iInfo.isList);
+        Add(6, "listIndex", Cmn_Int64{iInfo.listIndex});
+        Open(6, "entries", '[');
+        for (const Piece& piece : iPieces) {
+            Open(8, nullptr, '{');
+            AddPiece(10, piece);
+            Close(8, '}');
+        }
+        Close(6, ']');
+        Close(4, '}');
+        constexpr std::size_t cMuch = 65536;
+        if (mText.size() > cMuch) Flush();
+    }
+    void Flush()
+    {
+        mOut.write(mText.data(), static_cast<std::streamsize>(mText.size()));
+        mText.clear();
+    }
+
+private:
+    void Begin(int iIndent, const char* iName)
+    {
+        if (!mText.empty() || mHasBegun)
+            mText.append(mIsFirst ? "\n" : ",\n").append(static_cast<std::size_t>(iIndent), ' ');
+        mHasBegun = true;
+        mIsFirst = false;
+        if (iName != nullptr) mText.append("\"").append(iName).append("\": ");
+    }
+
+    const Tool_DocumentReport& mReport;
+    std::ostream& mOut;
+    std::string mText;
+    bool mHasBegun = false;
+    bool mIsFirst = false;
+    FF_Document::TOC::Entry mKeyOf = FF_Document::TOC::cNone;
+    std::string mKey;
+};
 
 Tool_DocumentReport::Tool_DocumentReport(FF_Document& ioDocument, std::string iFile)
-    : mFile(std::move(iFile))
+    : mDocument(ioDocument)
+    , mFile(std::move(iFile))
     , mFormatVersion(FirstByteOf(*ioDocument.GetInFile()))
-    , mIsBigEndian(ioDocument.IsSwapped())
-    , mType(ioDocument.GetEncryptionType())
-    , mTOCOffset(ioDocument.GetTOCOffset())
     , mSize(ioDocument.GetInFile()->GetLength())
 {
-    for (FF_StreamInfo& info : FF_DocumentCheck::ListStreams(ioDocument))
-        mStreams.push_back({std::move(info), {}});
-    Attach(EntriesOf(ioDocument));
 }
 
-std::vector<Tool_DocumentReport::Entry> Tool_DocumentReport::EntriesOf(const FF_Document& iDocument)
+std::vector<Tool_DocumentReport::Piece> Tool_DocumentReport::SortedPieces() const
 {
-    const FF_Document::TOC& toc = iDocument.GetTOC();
-    std::vector<Entry> entries;
-    for (FF_Document::TOC::Entry key = 0; key < toc.GetNumKeys(); ++key)
-        for (Cmn_Int32 i = 0; i < toc.GetNumValues(key); ++i) {
-            const FF_Document::TOCValue value = toc.GetValue(key, i);
-            Entry entry{toc.GetKey(key).Dump(),
-                        i,
-                        0,
-                        cNoOffset,
-                        i > 0 && toc.IsList(key),
-                        value.GetLocation().Dump(),
-                        value.GetDisplayInfo().GetText()};
-            const FF_Document::LocalLocation* const local = value.GetLocal();
-            if (local == nullptr || local->GetOffsets().empty()) entries.push_back(entry);
-            if (local == nullptr) continue;
-            for (const Cmn_UInt32 offset : local->GetOffsets()) {
-                entry.mOffset = offset;
-                entries.push_back(entry);
-                ++entry.mPiece;
-            }
+    const FF_Document::TOC& toc = mDocument.GetTOC();
+    std::vector<Piece> pieces;
+    std::vector<Cmn_UInt32> offsets;
+    for (FF_Document::TOC::Entry entry = 0; entry < toc.GetNumKeys(); ++entry)
+        for (Cmn_Int32 value = 0; value < toc.GetNumValues(entry); ++value) {
+            toc.GetOffsets(entry, value, offsets);
+            if (offsets.empty()) pieces.push_back({cNoOffset, entry, value, 0});
+            Cmn_Int32 piece = 0;
+            for (const Cmn_UInt32 offset : offsets)
+                pieces.push_back({Cmn_Int64{offset}, entry, value, piece++});
         }
-    return entries;
+    std::sort(pieces.begin(), pieces.end());
+    return pieces;
 }
 
-void Tool_DocumentReport::Attach(std::vector<Entry> iEntries)
+template <class Visit>
+std::vector<Tool_DocumentReport::Piece> Tool_DocumentReport::ForEachStream(const Visit& iStream) const
 {
-    // Streams stand in the order of the file.
-    for (Entry& entry : iEntries) {
-        const auto stream =
-            std::lower_bound(mStreams.begin(), mStreams.end(), entry.mOffset,
-                             [](const Stream& s, Cmn_Int64 iOffset) { return s.mInfo.mPosition < iOffset; });
-        const bool isNamed = stream != mStreams.end() && stream->mInfo.mPosition == entry.mOffset;
-        (isNamed ? stream->mEntries : mWithoutStream).push_back(std::move(entry));
-    }
+    std::vector<Piece> pieces = SortedPieces();
+    auto at = pieces.begin(); // those before it were passed
+    auto left = at;           // and those before this one are at no stream
+    FF_DocumentCheck::ForEachStream(mDocument, [&](const FF_StreamInfo& iInfo) {
+        for (; at != pieces.end() && at->offset < iInfo.position; ++at)
+            *left++ = *at;
+        const auto from = at;
+        while (at != pieces.end() && at->offset == iInfo.position)
+            ++at;
+        iStream(iInfo, std::span<const Piece>(from, at));
+    });
+    pieces.erase(std::move(at, pieces.end(), left), pieces.end());
+    std::sort(pieces.begin(), pieces.end(), [](const Piece& a, const Piece& b) {
+        return std::tie(a.entry, a.value, a.piece) < std::tie(b.entry, b.value, b.piece);
+    });
+    return pieces;
+}
+
+std::string Tool_DocumentReport::NameOf(const Piece& iPiece) const
+{
+    const FF_Document::TOC& toc = mDocument.GetTOC();
+    const bool isItem = iPiece.value > 0 && toc.IsList(iPiece.entry);
+    return toc.GetKey(iPiece.entry).Dump() +
+           (isItem              ? ", item " + Number(iPiece.value - 1)
+            : iPiece.value != 0 ? ", value " + Number(iPiece.value)
+                                : std::string()) +
+           (iPiece.piece == 0 ? "" : ", piece " + Number(iPiece.piece));
+}
+
+std::string Tool_DocumentReport::DescriptionOf(const Piece& iPiece) const
+{
+    return mDocument.GetTOC().GetValue(iPiece.entry, iPiece.value).GetDisplayInfo().GetText();
+}
+
+std::string Tool_DocumentReport::LocationOf(const Piece& iPiece) const
+{
+    return mDocument.GetTOC().GetValue(iPiece.entry, iPiece.value).GetLocation().Dump();
 }
 
 std::string Tool_DocumentReport::Header() const
 {
     return Tool_Printable(mFile) + "\nformat version " + Number(mFormatVersion) + ", " +
-           (mIsBigEndian ? "big-endian" : "little-endian") + ", " + Tool_ScramblingText(mType) + ", " +
-           Number(mSize) + " bytes, table of contents at byte " + Number(mTOCOffset) + "\n\n";
+           (mDocument.IsSwapped() ? "big-endian" : "little-endian") + ", " +
+           Tool_ScramblingText(mDocument.GetEncryptionType()) + ", " + Number(mSize) +
+           " bytes, table of contents at byte " + Number(mDocument.GetTOCOffset()) + "\n\n";
 }
 
 std::string Tool_DocumentReport::Table() const
 {
     std::vector<std::vector<std::string>> rows = {
         {"position", "size", "version", "stream", "key", "description"}};
-    for (const Stream& stream : mStreams) {
-        const FF_StreamInfo& info = stream.mInfo;
+    const auto withoutStream = ForEachStream([&](const FF_StreamInfo& iInfo, std::span<const Piece> iPieces) {
         std::string keys;
         std::string descriptions;
-        for (const Entry& entry : stream.mEntries) {
-            keys += (keys.empty() ? "" : "; ") + entry.Name();
-            if (entry.mPiece == 0) // pieces share one
-                descriptions += (descriptions.empty() ? "" : "; ") + entry.mDescription;
+        for (const Piece& piece : iPieces) {
+            keys += (keys.empty() ? "" : "; ") + NameOf(piece);
+            if (piece.piece == 0) // pieces share one
+                descriptions += (descriptions.empty() ? "" : "; ") + DescriptionOf(piece);
         }
-        rows.push_back({Number(info.mPosition), Number(info.mSize), Number(info.mVersion),
-                        std::string(static_cast<std::size_t>(info.mDepth) * 2, ' ') + LabelOf(info),
+        rows.push_back({Number(iInfo.position), Number(iInfo.size), Number(iInfo.version),
+                        std::string(static_cast<std::size_t>(iInfo.depth) * 2, ' ') + LabelOf(iInfo),
                         keys.empty() ? "-" : keys, Tool_Printable(descriptions)});
-    }
+    });
     std::string table = Header() + Aligned(rows, 3);
-    if (mWithoutStream.empty()) return table;
+    if (withoutStream.empty()) return table;
     rows = {{"position", "entry without a stream", "location", "description"}};
-    for (const Entry& entry : mWithoutStream)
-        rows.push_back({entry.mOffset == cNoOffset ? "-" : Number(entry.mOffset), entry.Name(),
-                        entry.mLocation, Tool_Printable(entry.mDescription)});
+    for (const Piece& piece : withoutStream)
+        rows.push_back({piece.offset == cNoOffset ? "-" : Number(piece.offset), NameOf(piece),
+                        LocationOf(piece), Tool_Printable(DescriptionOf(piece))});
     return table + '\n' + Aligned(rows, 1);
 }
 
-std::string Tool_DocumentReport::Json() const
+void Tool_DocumentReport::WriteJson(std::ostream& oOut) const
 {
-    const auto entryJson = [](const Entry& iEntry) {
-        JsonValue json = {{"key", iEntry.mKey},
-                          {"value", iEntry.mValue},
-                          {"piece", iEntry.mPiece},
-                          {"description", iEntry.mDescription}};
-        return json;
-    };
-    JsonValue streams = JsonValue::array();
-    for (const Stream& stream : mStreams) {
-        const FF_StreamInfo& info = stream.mInfo;
-        JsonValue entries = JsonValue::array();
-        for (const Entry& entry : stream.mEntries)
-            entries.push_back(entryJson(entry));
-        streams.push_back({{"position", info.mPosition},
-                           {"size", info.mSize},
-                           {"depth", info.mDepth},
-                           {"type", info.mStreamType},
-                           {"typeName", Tool_StreamTypeName(info.mStreamType)},
-                           {"name", info.mName},
-                           {"version", info.mVersion},
-                           {"isList", info.mIsList},
-                           {"listIndex", info.mListIndex},
-                           {"entries", std::move(entries)}});
+    Json json(*this, oOut);
+    json.Open(0, nullptr, '{');
+    json.Add(2, "file", mFile);
+    json.Add(2, "formatVersion", mFormatVersion);
+    json.Add(2, "byteOrder", mDocument.IsSwapped() ? "big-endian" : "little-endian");
+    json.Add(2, "scrambling", mDocument.GetEncryptionType());
+    json.Add(2, "size", mSize);
+    json.Add(2, "tocOffset", Cmn_Int64{mDocument.GetTOCOffset()});
+    json.Open(2, "streams", '[');
+    const auto withoutStream = ForEachStream(
+        [&](const FF_StreamInfo& iInfo, std::span<const Piece> iPieces) { json.AddStream(iInfo, iPieces); });
+    json.Close(2, ']');
+    json.Open(2, "entriesWithoutStream", '[');
+    for (const Piece& piece : withoutStream) {
+        json.Open(4, nullptr, '{');
+        json.AddPiece(6, piece);
+        json.Add(6, "location", LocationOf(piece));
+        if (piece.offset == cNoOffset)
+            json.AddNull(6, "position");
+        else
+            json.Add(6, "position", piece.offset);
+        json.Close(4, '}');
     }
-    JsonValue withoutStream = JsonValue::array();
-    for (const Entry& entry : mWithoutStream) {
-        withoutStream.push_back(entryJson(entry));
-        withoutStream.back()["location"] = entry.mLocation;
-        withoutStream.back()["position"] =
-            entry.mOffset == cNoOffset ? JsonValue() : JsonValue(entry.mOffset);
-    }
-    const JsonValue document = {{"file", mFile},
-                                {"formatVersion", mFormatVersion},
-                                {"byteOrder", mIsBigEndian ? "big-endian" : "little-endian"},
-                                {"scrambling", static_cast<int>(mType)},
-                                {"size", mSize},
-                                {"tocOffset", mTOCOffset},
-                                {"streams", std::move(streams)},
-                                {"entriesWithoutStream", std::move(withoutStream)}};
-    // Names that are no UTF-8 are shown with replacement characters.
-    return document.dump(2, ' ', false, JsonValue::error_handler_t::replace) + '\n';
+    json.Close(2, ']');
+    json.Close(0, '}');
+    json.Flush();
+    oOut << '\n';
 }

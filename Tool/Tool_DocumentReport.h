@@ -5,53 +5,52 @@
 // that no entry names and an entry that names no stream are both shown.
 #pragma once
 
-#include "Kora/FF/Document/FF_Document.h"
+#include "Kora/FF/Document/FF_Document_TOC.h"
 #include "Kora/FF/Rescue/FF_StreamInfo.h"
 
+#include <iosfwd>
 #include <string>
 #include <vector>
 
 class Tool_DocumentReport
 {
 public:
-    // The document is open; iFile is the name that the report shows. Throws what reading a document throws.
+    // The document is open and must outlive it; iFile is the name that the report shows.
     Tool_DocumentReport(FF_Document& ioDocument, std::string iFile);
 
+    // Both throw what reading a document throws.
     // A header, then a row for each stream in the order of the file, what it holds indented below it.
     std::string Table() const;
-    // One object, indented by 2, with a newline at its end.
-    std::string Json() const;
+    // One object, indented by 2, with a newline at its end; in memory for the pieces of the
+    // table alone, 16 bytes each.
+    void WriteJson(std::ostream& oOut) const;
 
 private:
-    // One piece of one value of a key, or a value that has none in this file.
-    struct Entry
+    // One piece of one value of a key, or a value that has none in this file. Ascends by
+    // place, then as the table does.
+    struct Piece
     {
-        std::string mKey; // "4[1]/7"
-        Cmn_Int32 mValue;
-        Cmn_Int32 mPiece;
-        Cmn_Int64 mOffset; // cNoOffset without a piece
-        bool mIsItem;      // value i + 1 of a list: item i
-        std::string mLocation;
-        std::string mDescription;
-        std::string Name() const; // "4[1]/7", "4, item 2", "4, piece 1"
+        Cmn_Int64 offset; // cNoOffset without a place
+        FF_Document::TOC::Entry entry;
+        Cmn_Int32 value;
+        Cmn_Int32 piece;
+        auto operator<=>(const Piece&) const = default;
     };
-    struct Stream
-    {
-        FF_StreamInfo mInfo;
-        std::vector<Entry> mEntries;
-    };
+    class Json;
     static constexpr Cmn_Int64 cNoOffset = -1;
 
-    static std::vector<Entry> EntriesOf(const FF_Document& iDocument);
-    void Attach(std::vector<Entry> iEntries);
+    std::vector<Piece> SortedPieces() const;
+    // Calls ioStream(info, its pieces) for each stream; returns the pieces that are at
+    // none, as the table has them.
+    template <class Visit>
+    std::vector<Piece> ForEachStream(const Visit& iStream) const;
+    std::string NameOf(const Piece& iPiece) const; // "4[1]/7", "4, item 2", "4, piece 1"
+    std::string DescriptionOf(const Piece& iPiece) const;
+    std::string LocationOf(const Piece& iPiece) const;
     std::string Header() const;
 
+    FF_Document& mDocument;
     std::string mFile;
     Cmn_Int64 mFormatVersion;
-    bool mIsBigEndian;
-    EFF_EncryptionType mType;
-    Cmn_Int64 mTOCOffset;
     Cmn_Int64 mSize;
-    std::vector<Stream> mStreams;
-    std::vector<Entry> mWithoutStream;
 };

@@ -7,6 +7,7 @@
 #include "Tool/Tool_Input.h"
 #include "Tool/Tool_Settings.h"
 
+#include <functional>
 #include <iosfwd>
 #include <memory>
 #include <stdexcept>
@@ -29,6 +30,9 @@ struct Tool_Outcome
     std::string mText;                    // for the output
     std::vector<std::string> mComplaints; // each a line for the error stream: what is bad in the input
     std::string mReport;                  // what there is to tell beside an output that is no text
+    // Where it is given, writes the output in place of mText: rows that are not kept. What it throws is told
+    // as what Run throws; until it has found what is bad it writes nothing.
+    std::function<void(std::ostream&)> mWrite = nullptr;
 };
 
 // "-" as the name of an output.

@@ -98,11 +98,11 @@ void Cmn_XMLNode::AddValue(std::string iName, std::string iValue)
 std::string Cmn_XMLNode::ToString(bool iWithDeclaration) const
 {
     std::string text = iWithDeclaration ? "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n" : "";
-    Write(text, 0);
+    AppendTo(text, 0);
     return text;
 }
 
-void Cmn_XMLNode::Write(std::string& ioText, int iLevel) const
+void Cmn_XMLNode::AppendTo(std::string& ioText, int iLevel) const
 {
     const std::string indent(static_cast<std::size_t>(iLevel) * 2, ' ');
     ioText += indent + '<' + mName;
@@ -120,7 +120,7 @@ void Cmn_XMLNode::Write(std::string& ioText, int iLevel) const
     if (!mChildren.empty()) {
         ioText += '\n';
         for (const Cmn_XMLNode& child : mChildren)
-            child.Write(ioText, iLevel + 1);
+            child.AppendTo(ioText, iLevel + 1);
         ioText += indent;
     }
     ioText += "</" + mName + ">\n";

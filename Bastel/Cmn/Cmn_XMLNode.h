@@ -48,10 +48,10 @@ public:
     // The node as text, two blanks a level, each line ended by "\n". With a
     // declaration it is a whole document.
     [[nodiscard]] std::string ToString(bool iWithDeclaration = false) const;
+    // The same at the end of a text, inside iLevel nodes.
+    void AppendTo(std::string& ioText, int iLevel) const;
 
 private:
-    void Write(std::string& ioText, int iLevel) const;
-
     std::string mName;
     std::string mText;
     std::vector<std::pair<std::string, std::string>> mAttributes;

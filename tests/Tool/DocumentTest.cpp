@@ -1,4 +1,5 @@
 // The commands for documents, over documents that they made and over such as only others make.
+#include "Bastel/Cmn/Cmn_XMLNode.h"
 #include "Bastel/Sys/Sys_FileSystem.h"
 #include "Bastel/Sys/Sys_OSErrorText.h"
 #include "Kora/FF/Document/FF_Document_TOC.h"
@@ -161,11 +162,26 @@ TEST_F(DocumentTest, InfoShowsEveryStreamAndEveryEntry)
               "position  entry without a stream  location  description\n"
               "     113  4, item 1               [113]     second, without a header\n"
               "       -  7                       Invalid   gone\n");
-    const auto json = nlohmann::json::parse(Good({"info", file, "--json"}));
+    const std::string text = Good({"info", file, "--json"});
+    const auto json = nlohmann::ordered_json::parse(text);
+    EXPECT_EQ(json.dump(2) + '\n', text);
     EXPECT_EQ(json["size"], ReadFile(file).size());
     EXPECT_EQ(json["streams"].size(), 4u);
     EXPECT_EQ(json["streams"][3]["entries"][1]["piece"], 1);
     EXPECT_EQ(json["entriesWithoutStream"][1]["position"], nullptr);
+}
+
+TEST_F(DocumentTest, XmlIsWhatTheMapsTellOfThemselves)
+{
+    const Tool_Song song(Tool_MidiFile::Parse(ReadFile(cFirstLight), "song"), {48000, eTimeCodeFormat_25});
+    Cmn_XMLNode root("Song");
+    root.AddValue("nEndTick", song.GetEndTick().AsInt64());
+    root.AddValue("nSampleRate", 48000.0);
+    root.AddValue("TimeCodeFormat", Time_Globals::GetTimeCodeFormatString(eTimeCodeFormat_25));
+    root.AddChild(song.GetMeterMap().GetAsXML());
+    root.AddChild(song.GetTempoMap().GetAsXML());
+    root.AddChild(song.GetKeyMap().GetAsXML());
+    EXPECT_EQ(Good({"xml", cFirstLight, "--rate", "48000", "--timecode", "25"}), root.ToString(true));
 }
 
 TEST_F(DocumentTest, DamageGivesOneLineThatSaysWhereAndWhat)
