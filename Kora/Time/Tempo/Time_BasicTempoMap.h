@@ -24,6 +24,7 @@
 #include <memory>
 #include <vector>
 
+class Time_TempoMapCache;
 class Time_TypedVector;
 
 class KORA_API Time_BasicTempoMap
@@ -96,7 +97,7 @@ public:
     [[nodiscard]] std::string Dump() const;
 
 private:
-    friend class Time_TempoMap;
+    friend class Time_TempoMapCache;
     struct Index;
     struct TicksToSamplesDirection;
     struct SamplesToTicksDirection;

@@ -2,6 +2,7 @@
 #include "Kora/Time/Tempo/Time_TempoMap.h"
 
 #include "Kora/Time/Formats/Time_Globals.h"
+#include "Kora/Time/Tempo/Time_TempoMapCache_p.h"
 #include "Kora/Time/Tempo/Time_TempoMap_StEditOptimizer.h"
 #include "Kora/Time/Values/Time_OrderByTick_p.h"
 #include "OstrelPlatformSupport/PSThread.h"
@@ -18,7 +19,7 @@ constinit Cmn_Int32 Time_TempoMap::sUniqueEditIdentifier = 0;
 
 Time_TempoMap::Time_TempoMap(EUndoFlag iUndoFlag)
     : Ndo_Object(iUndoFlag)
-    , mBasicMap(Time_Globals::GetPullSampleRate())
+    , mCache(std::make_unique<Time_TempoMapCache>(mSegments, Time_Globals::GetPullSampleRate()))
     , mUniqueEditIdentifier(++sUniqueEditIdentifier)
     , mReadLock(gPSThread.CreateCriticalSection("TempoMapReadLock"))
 {
@@ -29,7 +30,7 @@ Time_TempoMap::Time_TempoMap(EUndoFlag iUndoFlag)
 Time_TempoMap::Time_TempoMap(const Time_TempoMap& iOther)
     : Time_TempoMap(kNoUndo)
 {
-    mBasicMap.SetSampleRate(iOther.GetSampleRate());
+    mCache->SetSampleRate(iOther.GetSampleRate());
     SetSegments(iOther.CloneSegments());
 }
 
@@ -40,7 +41,7 @@ Time_TempoMap& Time_TempoMap::operator=(const Time_TempoMap& iOther)
     NdoAboutToModify();
     const Time_TempoMap_StEditOptimizer edit(*this);
     DirtyBasicMap();
-    mBasicMap.SetSampleRate(iOther.GetSampleRate());
+    mCache->SetSampleRate(iOther.GetSampleRate());
     SetSegments(std::move(segments));
     return *this;
 }
@@ -95,13 +96,6 @@ bool HasTempo(const Time_TempoMapSegment& iSegment)
            Time_BasicTempoMapSegment::IsTempo(beatsPerMinute, ticksPerBeat);
 }
 
-// Room for iCount elements, by doubling as pushing back makes it.
-template <class Vector>
-void MakeRoom(Vector& ioVector, std::size_t iCount)
-{
-    if (ioVector.capacity() < iCount) ioVector.reserve(std::max(iCount, 2 * ioVector.capacity()));
-}
-
 } // namespace
 
 void Time_TempoMap::AddSegment(std::unique_ptr<Time_TempoMapSegment> iSegmentP)
@@ -116,8 +110,8 @@ void Time_TempoMap::AddSegment(std::unique_ptr<Time_TempoMapSegment> iSegmentP)
     const bool isInBracket = mEditCount > 1; // around the edit here
     if (isInBracket && !(isBehindAll && mAdded.empty())) return mAdded.push_back(std::move(iSegmentP));
     Settled();
-    const Cmn_UInt8 notes = NotesOf(*iSegmentP);
-    PutSegment(LowerBound(start), std::move(iSegmentP), start, notes);
+    const Cmn_UInt8 notes = Time_TempoMapCache::NotesOf(*iSegmentP);
+    PutSegment(mCache->LowerBound(start), std::move(iSegmentP), start, notes);
 }
 
 // In place of the segment at iIndex where that starts at the same tick, else before it.
@@ -125,15 +119,20 @@ void Time_TempoMap::PutSegment(std::size_t iIndex, std::unique_ptr<const Time_Te
                                Time_Tick iStart, Cmn_UInt8 iNotes) const
 {
     if (iIndex < mSegments.size() && mSegments[iIndex]->GetStartTick() == iStart) {
-        ForgetNotes(iIndex);
         mSegments[iIndex] = std::move(iSegmentP);
-        mNotes[iIndex] = iNotes;
+        mCache->Replaced(iIndex, iStart, iNotes);
     } else {
         mSegments.insert(IterAt(iIndex), std::move(iSegmentP));
-        mNotes.insert(mNotes.begin() + static_cast<std::ptrdiff_t>(iIndex), iNotes);
+        mCache->Inserted(iIndex, iStart, iNotes);
     }
-    Changed(iStart, iNotes);
-    Count(iNotes);
+}
+
+// Room for iCount more than there are, by doubling as pushing back makes it.
+void Time_TempoMap::MakeRoom(std::size_t iCount) const
+{
+    const std::size_t count = mSegments.size() + iCount;
+    if (mSegments.capacity() < count) mSegments.reserve(std::max(count, 2 * mSegments.capacity()));
+    mCache->Reserve(count);
 }
 
 // Puts the collected segments in turn, sorted, between those that stood behind the first of them. Nothing
@@ -147,25 +146,23 @@ void Time_TempoMap::SettleAdded() const
     addedNotes.reserve(mAdded.size());
     for (const auto& added : mAdded) {
         order.push_back({added->GetStartTick(), order.size()});
-        addedNotes.push_back(NotesOf(*added));
+        addedNotes.push_back(Time_TempoMapCache::NotesOf(*added));
     }
     Time_OrderByTick(order);
 
-    const std::size_t first = LowerBound(order.front().mTick), oldCount = mSegments.size();
-    MakeRoom(mSegments, oldCount + order.size());
-    MakeRoom(mNotes, oldCount + order.size());
-    const std::vector<Cmn_UInt8> oldNotes(mNotes.begin() + static_cast<std::ptrdiff_t>(first), mNotes.end());
+    const std::size_t first = mCache->LowerBound(order.front().mTick);
+    MakeRoom(order.size());
     Segments old;
-    old.resize(oldNotes.size());
+    old.resize(mSegments.size() - first);
+    const std::vector<Cmn_UInt8> oldNotes = mCache->TakeNotes(first);
     std::move(mSegments.begin() + static_cast<std::ptrdiff_t>(first), mSegments.end(), old.begin());
     mSegments.resize(first);
-    mNotes.resize(first);
 
     std::size_t kept = 0;
     Time_Tick last; // where a segment from first on starts
     const auto keepOld = [&] {
         last = old[kept]->GetStartTick();
-        mNotes.push_back(oldNotes[kept]);
+        mCache->GiveBack(oldNotes[kept]);
         mSegments.push_back(std::move(old[kept++]));
     };
     for (const auto& [tick, index] : order) {
@@ -180,43 +177,14 @@ void Time_TempoMap::SettleAdded() const
     mAdded.clear();
 }
 
-Cmn_UInt8 Time_TempoMap::NotesOf(const Time_TempoMapSegment& iSegment)
-{
-    double beatsPerMinute;
-    Time_TickLength ticksPerBeat;
-    unsigned notes = 0;
-    if (iSegment.IsLockedToSample()) notes |= eNote_Locked;
-    if (iSegment.IsComputed()) notes |= eNote_Computed;
-    if (!iSegment.GetTempo(beatsPerMinute, ticksPerBeat)) notes |= eNote_Unspecified;
-    if (iSegment.IsSongStart()) notes |= eNote_SongStart;
-    return static_cast<Cmn_UInt8>(notes);
-}
-
-void Time_TempoMap::Count(Cmn_UInt8 iNotes) const
-{
-    mLockedCount += (iNotes & eNote_Locked) != 0;
-    mSongStartCount += (iNotes & eNote_SongStart) != 0;
-}
-
-void Time_TempoMap::ForgetNotes(std::size_t iIndex) const
-{
-    const unsigned notes = mNotes[iIndex];
-    Changed(mSegments[iIndex]->GetStartTick(), notes);
-    mLockedCount -= (notes & eNote_Locked) != 0;
-    mSongStartCount -= (notes & eNote_SongStart) != 0;
-}
-
 void Time_TempoMap::RemoveSegments(std::size_t iFirst, std::size_t iLast)
 {
     if (iFirst >= iLast) return;
     NdoAboutToModify();
     const Time_TempoMap_StEditOptimizer edit(*this);
     DirtyBasicMap();
-    for (std::size_t i = iFirst; i < iLast; ++i)
-        ForgetNotes(i);
+    mCache->Erase(iFirst, iLast);
     mSegments.erase(IterAt(iFirst), IterAt(iLast));
-    mNotes.erase(mNotes.begin() + static_cast<std::ptrdiff_t>(iFirst),
-                 mNotes.begin() + static_cast<std::ptrdiff_t>(iLast));
 }
 
 void Time_TempoMap::DeleteSegment(SegmentIter iter)
@@ -228,7 +196,7 @@ void Time_TempoMap::DeleteSegment(SegmentIter iter)
 void Time_TempoMap::EraseSegments(Time_Tick iStart, Time_Tick iEnd)
 {
     Settled();
-    if (iStart < iEnd) RemoveSegments(LowerBound(iStart), LowerBound(iEnd));
+    if (iStart < iEnd) RemoveSegments(mCache->LowerBound(iStart), mCache->LowerBound(iEnd));
 }
 
 void Time_TempoMap::EraseLockedSegmentsBySample(Time_Sample iStart, Time_Sample iEnd)
@@ -272,21 +240,15 @@ void Time_TempoMap::SetSampleRate(double iSampleRate)
 {
     const Time_TempoMap_StEditOptimizer edit(*this);
     DirtyBasicMap();
-    mBasicMap.SetSampleRate(iSampleRate);
-    ChangedEverything();
+    mCache->SetSampleRate(iSampleRate);
 }
 
 void Time_TempoMap::SetSegments(Segments iSegments)
 {
+    mCache->Reserve(iSegments.size()); // from here on nothing throws
     mSegments.swap(iSegments);
     mAdded.clear();
-    mNotes.clear();
-    mLockedCount = mSongStartCount = 0;
-    for (const auto& segment : mSegments) {
-        mNotes.push_back(NotesOf(*segment));
-        Count(mNotes.back());
-    }
-    ChangedEverything();
+    mCache->SetAll();
 }
 
 // Tempi that a rebuild derives are up to date in the copies.
@@ -300,40 +262,17 @@ Time_TempoMap::Segments Time_TempoMap::CloneSegments() const
     return copy;
 }
 
-void Time_TempoMap::Changed(Time_Tick iStartTick, unsigned iNotes) const
-{
-    mChanges.mFirst = mChanges.mNothing ? iStartTick : std::min(mChanges.mFirst, iStartTick);
-    mChanges.mLast = mChanges.mNothing ? iStartTick : std::max(mChanges.mLast, iStartTick);
-    mChanges.mNothing = false;
-    mChanges.mPins = mChanges.mPins || (iNotes & (eNote_Locked | eNote_Computed)) != 0;
-}
-
-void Time_TempoMap::ChangedEverything() { mChanges.mEverything = true; }
-
-std::size_t Time_TempoMap::LowerBound(Time_Tick iTick) const
-{
-    // Segments are mostly added in order.
-    if (mSegments.empty() || mSegments[mSegments.size() - 1]->GetStartTick() < iTick) return mSegments.size();
-    const auto found = std::lower_bound(mSegments.begin(), mSegments.end(), iTick,
-                                        [](const std::unique_ptr<const Time_TempoMapSegment>& iSegment,
-                                           Time_Tick iAt) { return iSegment->GetStartTick() < iAt; });
-    return IndexOf(found);
-}
-
-const Time_TempoMapSegment* Time_TempoMap::SegmentOrNull(std::size_t iIndex) const
-{
-    return iIndex < mSegments.size() ? mSegments[iIndex].get() : nullptr;
-}
-
 bool Time_TempoMap::ValidateSegs() const
 {
     Settled();
-    for (auto iter = mSegments.begin(); iter != mSegments.end(); ++iter) {
-        const bool holds = (*iter)->CheckIsValid() &&
-                           Cmn_ASSERT((*iter)->GetTypeID() != Time_TempoMapSegment::ePreviousTempoSeg) &&
-                           (iter == mSegments.begin() ||
-                            Cmn_ASSERT((*iter)->GetStartTick() > (*(iter - 1))->GetStartTick()));
-        if (!holds) return false;
-    }
-    return true;
+    return mCache->ValidateSegments();
+}
+
+void Time_TempoMap::UpdateBasicMapIfNeeded() const
+{
+    if (!mIsDirty) return;
+    Settled();
+    if (!mCache->Update()) return;
+    mIsDirty = false;
+    mReadLock->Leave();
 }

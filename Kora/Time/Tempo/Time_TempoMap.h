@@ -33,6 +33,7 @@
 #include <vector>
 
 class IPSSyncPrim;
+class Time_TempoMapCache;
 
 class KORA_API Time_TempoMap : public Ndo_Object
 {
@@ -104,29 +105,26 @@ public:
     [[nodiscard]] SegmentIter FindSegmentBySample(Time_Sample iSample) const;
     // The first segment marked as song start, or the end.
     [[nodiscard]] SegmentIter FindSongStart() const;
-    bool IsNumberOfLockedSegmentsLessThan(std::size_t iCount) const
-    {
-        return Settled().mLockedCount < iCount;
-    }
+    bool IsNumberOfLockedSegmentsLessThan(std::size_t iCount) const;
     // The tempo in force at a tick; an empty map gives the fallback tempo.
     void GetTempoAtTick(double& oBeatsPerMinute, Time_TickLength& oTicksPerBeat, Time_Tick iTick) const;
 
     // Of the song-start segment: its tick, its locked sample, and the tick at sample 0. Without one
     // cDefaultSongStartTick, 0 and cDefaultSongStartTick.
-    Time_Tick GetSongStartTick() const { return Clean().mSongStartTick; }
-    Time_Sample GetSongStartSample() const { return Clean().mSongStartSample; }
-    Time_Tick GetSessionStartTick() const { return Clean().mSessionStartTick; }
+    Time_Tick GetSongStartTick() const;
+    Time_Sample GetSongStartSample() const;
+    Time_Tick GetSessionStartTick() const;
     // No segment is free.
-    bool IsAllIDB() const { return Clean().mAllAreLocked; }
+    bool IsAllIDB() const;
     // At most one segment is locked, so nothing is stretched between two samples.
-    bool IsAllChanges() const { return Clean().mFewerThanTwoAreLocked; }
+    bool IsAllChanges() const;
 
     // --- Conversions: those of Time_BasicTempoMap, where they are described
 
-    const Time_BasicTempoMap& GetBasicTempoMap() const { return Clean().mBasicMap; }
-    double GetSampleRate() const { return mBasicMap.GetSampleRate(); }
-    double GetMinTicksPerSample() const { return Clean().mBasicMap.GetMinTicksPerSample(); }
-    double GetMaxTicksPerSample() const { return Clean().mBasicMap.GetMaxTicksPerSample(); }
+    const Time_BasicTempoMap& GetBasicTempoMap() const;
+    double GetSampleRate() const;
+    double GetMinTicksPerSample() const;
+    double GetMaxTicksPerSample() const;
 
     Time_Sample TickToSample(Time_Tick iTick, bool iClamp = true) const KORA_NONBLOCKING;
     Time_Tick SampleToTick(Time_Sample iSample) const KORA_NONBLOCKING;
@@ -192,30 +190,12 @@ public:
     bool ValidateSegs() const;
 
 private:
-    // What is known of a segment without touching it: a rebuild reads these side by side.
-    enum ENote : Cmn_UInt8 {
-        eNote_Locked = 1,
-        eNote_Computed = 2,
-        eNote_Unspecified = 4,
-        eNote_Pins = eNote_Locked | eNote_Computed | eNote_Unspecified, // its start does not just follow
-        eNote_SongStart = 8,
-        eNote_Forward = 16 // the last rebuild generated it forward
-    };
-    // What was edited since the last rebuild.
-    struct Changes
-    {
-        bool mEverything = true;
-        bool mNothing = false;
-        bool mPins = false;
-        Time_Tick mFirst, mLast;
-    };
-    class StUpdating;
     using Places = std::vector<Cmn_Int64>; // where in a stream each segment begins
 
-    const Time_TempoMap& Clean() const
+    const Time_TempoMapCache& Clean() const
     {
         if (mIsDirty) UpdateBasicMapIfNeeded();
-        return *this;
+        return *mCache;
     }
     // While segments are collected the map is out of date, so that other threads hold no read lock.
     const Time_TempoMap& Settled() const
@@ -224,45 +204,19 @@ private:
         return *this;
     }
     void SettleAdded() const;
+    void MakeRoom(std::size_t iCount) const;
     void PutSegment(std::size_t iIndex, std::unique_ptr<const Time_TempoMapSegment> iSegmentP,
                     Time_Tick iStart, Cmn_UInt8 iNotes) const;
     void DirtyBasicMap();
-    void Changed(Time_Tick iStartTick, unsigned iNotes) const;
-    void ChangedEverything();
     void RemoveSegments(std::size_t iFirst, std::size_t iLast);
     void SetSegments(Segments iSegments);
     Segments CloneSegments() const;
-    static Cmn_UInt8 NotesOf(const Time_TempoMapSegment& iSegment);
-    void Count(Cmn_UInt8 iNotes) const;
-    void ForgetNotes(std::size_t iIndex) const;
 
     std::size_t IndexOf(SegmentIter iter) const { return static_cast<std::size_t>(iter - mSegments.begin()); }
     SegmentIter IterAt(std::size_t iIndex) const
     {
         return mSegments.begin() + static_cast<std::ptrdiff_t>(iIndex);
     }
-    std::size_t LowerBound(Time_Tick iTick) const;
-    const Time_TempoMapSegment* SegmentOrNull(std::size_t iIndex) const;
-    void EffectiveTempo(std::size_t iIndex, double& oBeatsPerMinute, Time_TickLength& oTicksPerBeat) const;
-
-    // The rebuild (Time_TempoMapRebuild.cpp).
-    void RebuildAll() const;
-    bool RebuildChanged() const;
-    SegmentIter Generate(Time_BasicTempoMap& ioMap, SegmentIter iter) const;
-    void GenerateFirstFromFallback(Time_BasicTempoMap& ioMap) const;
-    std::unique_ptr<Time_TempoMapSegment> DerivedLender() const;
-    SegmentIter NextLocked(SegmentIter iter) const;
-    SegmentIter ComputeBackwardsTo(Time_BasicTempoMap& ioMap, SegmentIter iFrom) const;
-    void ComputeBackwardsCore(Time_BasicTempoMap& ioMap, SegmentIter iFrom, SegmentIter iTargetIter) const;
-    void LayOutBackwards(Time_BasicTempoMap& ioMap, SegmentIter iFrom, Time_Tick& ioEndTick,
-                         double& ioEndSample) const;
-    void GenerateBackward(Time_BasicTempoMap& ioMap, const Time_TempoMapSegment& iSegment, std::size_t iIndex,
-                          double iEndSample, Time_Tick iEndTick) const;
-    void RefuseWhatWasRead(std::size_t iIndex, const char* iExpected) const;
-    std::size_t LastForwardBefore(std::size_t iIndex) const;
-    std::size_t FirstPinFrom(std::size_t iIndex) const;
-    bool HoldsAgainst(std::size_t iPin) const;
-    void CacheSongStart() const;
 
     void Read(Sys_TypedInStream& ioStream, bool iTryOut);
     static Segments ReadSegments(Sys_TypedInStream& ioStream, Places& oPlaces);
@@ -271,25 +225,12 @@ private:
     static Time_TempoMap* spDefaultTempoMap;
     static Cmn_Int32 sUniqueEditIdentifier; // touched by the model thread only
 
-    mutable Time_Tick mSongStartTick = cDefaultSongStartTick;
-    mutable Time_Sample mSongStartSample;
-    mutable Time_Tick mSessionStartTick = cDefaultSongStartTick;
-    mutable bool mFewerThanTwoAreLocked = true;
-    mutable bool mAllAreLocked = true;
-    mutable Time_BasicTempoMap mBasicMap;
-    mutable bool mIsUpdating = false;
     mutable bool mIsDirty = true; // written while the read lock is held
     mutable Segments mSegments;
     mutable Segments mAdded; // collected in the order in which they came
+    std::unique_ptr<Time_TempoMapCache> mCache;
     Cmn_Int32 mEditCount = 0;
     Cmn_Int32 mUniqueEditIdentifier;
     std::unique_ptr<IPSSyncPrim> mReadLock;
     Cnn_ListenerList<Mdl_SimpleValMessage> mListeners;
-
-    mutable std::vector<Cmn_UInt8> mNotes; // one for each segment
-    mutable std::size_t mLockedCount = 0;
-    mutable std::size_t mSongStartCount = 0;
-    mutable Changes mChanges;
-    const Places* mTriedPlaces = nullptr; // while the map is one that tries out what was read
-    mutable bool mIsRegular = false; // the cache's segments stand in the order in which they were generated
 };

@@ -1,25 +1,21 @@
 // Time_TempoMap: what it answers.
 #include "Kora/Time/Tempo/Time_ConstantTempoSeg.h"
-#include "Kora/Time/Tempo/Time_TempoMap.h"
+#include "Kora/Time/Tempo/Time_TempoMapCache_p.h"
 
 #include <algorithm>
 
 Time_TempoMap::SegmentIter Time_TempoMap::FindSegment(Time_Tick iTick) const
 {
     Settled();
-    const SegmentIter found = IterAt(LowerBound(iTick));
+    const SegmentIter found = IterAt(mCache->LowerBound(iTick));
     return found != mSegments.end() && (*found)->GetStartTick() == iTick ? found : mSegments.end();
 }
 
 Time_TempoMap::SegmentIter Time_TempoMap::FindControllingSegment(Time_Tick iTick) const
 {
     Settled();
-    const auto after =
-        std::upper_bound(mSegments.begin(), mSegments.end(), iTick,
-                         [](Time_Tick iAt, const std::unique_ptr<const Time_TempoMapSegment>& iSegment) {
-                             return iAt < iSegment->GetStartTick();
-                         });
-    return after == mSegments.begin() ? after : after - 1;
+    const std::size_t after = mCache->UpperBound(iTick);
+    return IterAt(after == 0 ? 0 : after - 1);
 }
 
 Time_TempoMap::SegmentIter Time_TempoMap::FindSegmentBySample(Time_Sample iSample) const
@@ -38,29 +34,24 @@ Time_TempoMap::SegmentIter Time_TempoMap::FindSegmentBySample(Time_Sample iSampl
 Time_TempoMap::SegmentIter Time_TempoMap::FindSongStart() const
 {
     Settled();
-    if (mSongStartCount == 0) return mSegments.end();
-    const auto found = std::find_if(mNotes.begin(), mNotes.end(),
-                                    [](Cmn_UInt8 iNotes) { return (iNotes & eNote_SongStart) != 0; });
-    return IterAt(static_cast<std::size_t>(found - mNotes.begin()));
+    return IterAt(mCache->FindSongStart());
 }
 
-// A segment without a tempo of its own goes on at the tempo before it; at the map's start
-// it has the next segment's.
-void Time_TempoMap::EffectiveTempo(std::size_t iIndex, double& oBeatsPerMinute,
-                                   Time_TickLength& oTicksPerBeat) const
+bool Time_TempoMap::IsNumberOfLockedSegmentsLessThan(std::size_t iCount) const
 {
-    const auto isOf = [&](const Time_TempoMapSegment* iSegment) {
-        return iSegment != nullptr && iSegment->GetTempo(oBeatsPerMinute, oTicksPerBeat);
-    };
-    std::size_t i = iIndex;
-    while (i > 0 && !isOf(SegmentOrNull(i)))
-        --i;
-    const bool isSpecified = i > 0 || isOf(SegmentOrNull(0)) || isOf(SegmentOrNull(1));
-    // What locks out of order make a computed segment derive is no tempo.
-    if (isSpecified && Time_BasicTempoMapSegment::IsTempo(oBeatsPerMinute, oTicksPerBeat)) return;
-    oBeatsPerMinute = cFallbackBeatsPerMinute;
-    oTicksPerBeat = cFallbackTicksPerBeat;
+    Settled();
+    return mCache->GetLockedCount() < iCount;
 }
+
+Time_Tick Time_TempoMap::GetSongStartTick() const { return Clean().GetSongStartTick(); }
+
+Time_Sample Time_TempoMap::GetSongStartSample() const { return Clean().GetSongStartSample(); }
+
+Time_Tick Time_TempoMap::GetSessionStartTick() const { return Clean().GetSessionStartTick(); }
+
+bool Time_TempoMap::IsAllIDB() const { return Clean().AllAreLocked(); }
+
+bool Time_TempoMap::IsAllChanges() const { return Clean().FewerThanTwoAreLocked(); }
 
 void Time_TempoMap::GetTempoAtTick(double& oBeatsPerMinute, Time_TickLength& oTicksPerBeat,
                                    Time_Tick iTick) const
@@ -69,69 +60,78 @@ void Time_TempoMap::GetTempoAtTick(double& oBeatsPerMinute, Time_TickLength& oTi
     oBeatsPerMinute = cFallbackBeatsPerMinute;
     oTicksPerBeat = cFallbackTicksPerBeat;
     const SegmentIter controlling = FindControllingSegment(iTick);
-    if (controlling != mSegments.end()) EffectiveTempo(IndexOf(controlling), oBeatsPerMinute, oTicksPerBeat);
+    if (controlling != mSegments.end())
+        mCache->EffectiveTempo(IndexOf(controlling), oBeatsPerMinute, oTicksPerBeat);
 }
+
+const Time_BasicTempoMap& Time_TempoMap::GetBasicTempoMap() const { return Clean().GetBasicMap(); }
+
+double Time_TempoMap::GetSampleRate() const { return mCache->GetBasicMap().GetSampleRate(); }
+
+double Time_TempoMap::GetMinTicksPerSample() const { return Clean().GetBasicMap().GetMinTicksPerSample(); }
+
+double Time_TempoMap::GetMaxTicksPerSample() const { return Clean().GetBasicMap().GetMaxTicksPerSample(); }
 
 Time_Sample Time_TempoMap::TickToSample(Time_Tick iTick, bool iClamp) const KORA_NONBLOCKING
 {
-    return GetBasicTempoMap().TickToSample(iTick, iClamp);
+    return Clean().GetBasicMap().TickToSample(iTick, iClamp);
 }
 
 Time_Tick Time_TempoMap::SampleToTick(Time_Sample iSample) const KORA_NONBLOCKING
 {
-    return GetBasicTempoMap().SampleToTick(iSample);
+    return Clean().GetBasicMap().SampleToTick(iSample);
 }
 
 Time_Sample Time_TempoMap::TickToFirstSample(Time_Tick iTick) const KORA_NONBLOCKING
 {
-    return GetBasicTempoMap().TickToFirstSample(iTick);
+    return Clean().GetBasicMap().TickToFirstSample(iTick);
 }
 
 Time_Tick Time_TempoMap::SampleToFirstTick(Time_Sample iSample) const KORA_NONBLOCKING
 {
-    return GetBasicTempoMap().SampleToFirstTick(iSample);
+    return Clean().GetBasicMap().SampleToFirstTick(iSample);
 }
 
 Time_Sample Time_TempoMap::NextTickToSample(Time_Tick iTick, bool iClamp,
                                             std::size_t& ioSegment) const KORA_NONBLOCKING
 {
-    return GetBasicTempoMap().NextTickToSample(iTick, iClamp, ioSegment);
+    return Clean().GetBasicMap().NextTickToSample(iTick, iClamp, ioSegment);
 }
 
 Time_Tick Time_TempoMap::NextSampleToTick(Time_Sample iSample, std::size_t& ioSegment) const KORA_NONBLOCKING
 {
-    return GetBasicTempoMap().NextSampleToTick(iSample, ioSegment);
+    return Clean().GetBasicMap().NextSampleToTick(iSample, ioSegment);
 }
 
 Time_Sample Time_TempoMap::NextTickToFirstSample(Time_Tick iTick,
                                                  std::size_t& ioSegment) const KORA_NONBLOCKING
 {
-    return GetBasicTempoMap().NextTickToFirstSample(iTick, ioSegment);
+    return Clean().GetBasicMap().NextTickToFirstSample(iTick, ioSegment);
 }
 
 Time_Tick Time_TempoMap::NextSampleToFirstTick(Time_Sample iSample,
                                                std::size_t& ioSegment) const KORA_NONBLOCKING
 {
-    return GetBasicTempoMap().NextSampleToFirstTick(iSample, ioSegment);
+    return Clean().GetBasicMap().NextSampleToFirstTick(iSample, ioSegment);
 }
 
 Time_Sample Time_TempoMap::TickToSampleBasedOnReferenceTempoAtTick(Time_Tick iTick, Time_Tick iReference,
                                                                    bool iClamp) const KORA_NONBLOCKING
 {
-    return GetBasicTempoMap().TickToSampleBasedOnReferenceTempoAtTick(iTick, iReference, iClamp);
+    return Clean().GetBasicMap().TickToSampleBasedOnReferenceTempoAtTick(iTick, iReference, iClamp);
 }
 
 Time_Tick Time_TempoMap::SampleToTickBasedOnReferenceTempoAtTick(Time_Sample iSample,
                                                                  Time_Tick iReference) const KORA_NONBLOCKING
 {
-    return GetBasicTempoMap().SampleToTickBasedOnReferenceTempoAtTick(iSample, iReference);
+    return Clean().GetBasicMap().SampleToTickBasedOnReferenceTempoAtTick(iSample, iReference);
 }
 
 Time_Tick
 Time_TempoMap::SampleToTickBasedOnReferenceTempoAtSample(Time_Sample iSample,
                                                          Time_Sample iReference) const KORA_NONBLOCKING
 {
-    return GetBasicTempoMap().SampleToTickBasedOnReferenceTempoAtSample(iSample, iReference);
+    return Clean().GetBasicMap().SampleToTickBasedOnReferenceTempoAtSample(iSample, iReference);
 }
 
 namespace {
@@ -176,5 +176,5 @@ Time_Typed Time_TempoMap::TickToSpecifiedType(Time_Tick iTick, Time_EType iType)
 
 void Time_TempoMap::TimesToType(Time_TypedVector* ioTimes, Time_EType iType) const KORA_NONBLOCKING
 {
-    GetBasicTempoMap().TimesToType(ioTimes, iType);
+    Clean().GetBasicMap().TimesToType(ioTimes, iType);
 }

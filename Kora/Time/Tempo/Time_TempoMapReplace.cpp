@@ -1,6 +1,6 @@
 // Time_TempoMap: edits of whole stretches of segments at once.
 #include "Kora/Time/Tempo/Time_ConstantTempoSeg.h"
-#include "Kora/Time/Tempo/Time_TempoMap.h"
+#include "Kora/Time/Tempo/Time_TempoMapCache_p.h"
 #include "Kora/Time/Tempo/Time_TempoMap_StEditOptimizer.h"
 
 #include <iterator>
@@ -15,34 +15,22 @@ void Time_TempoMap::ReplaceSegments(Time_Tick iStart, Time_Tick iEnd,
                                   : iSegments[i - 1]->GetStartTick() < iSegments[i]->GetStartTick());
         if (!Cmn_ASSERT_TEXT(fits, "segments ascend within the range")) return;
     }
-    const std::size_t first = LowerBound(iStart), last = LowerBound(iEnd);
+    const std::size_t first = mCache->LowerBound(iStart), last = mCache->LowerBound(iEnd);
     if (iStart >= iEnd || (first == last && iSegments.empty())) return;
-    std::vector<Cmn_UInt8> notes;
-    notes.reserve(iSegments.size());
-    for (const auto& segment : iSegments)
-        notes.push_back(NotesOf(*segment));
-    mSegments.reserve(mSegments.size() + iSegments.size()); // from the notice on nothing throws
-    mNotes.reserve(mNotes.size() + iSegments.size());
+    MakeRoom(iSegments.size()); // from the notice on nothing throws
     NdoAboutToModify();
     const Time_TempoMap_StEditOptimizer edit(*this);
     DirtyBasicMap();
-    for (std::size_t i = first; i < last; ++i)
-        ForgetNotes(i);
-    for (std::size_t i = 0; i < notes.size(); ++i) {
-        Changed(iSegments[i]->GetStartTick(), notes[i]);
-        Count(notes[i]);
-    }
-    const auto notesAt = mNotes.erase(mNotes.begin() + static_cast<std::ptrdiff_t>(first),
-                                      mNotes.begin() + static_cast<std::ptrdiff_t>(last));
-    mNotes.insert(notesAt, notes.begin(), notes.end());
+    mCache->Erase(first, last);
     mSegments.erase(IterAt(first), IterAt(last));
+    mCache->InsertMany(first, iSegments);
     mSegments.insert(IterAt(first), std::make_move_iterator(iSegments.begin()),
                      std::make_move_iterator(iSegments.end()));
 }
 
 void Time_TempoMap::EnsureSongStart()
 {
-    if (Settled().mSongStartCount > 0) return;
+    if (FindSongStart() != mSegments.end()) return;
     auto first = mSegments.begin();
     while (first != mSegments.end() && !(*first)->IsLockedToSample())
         ++first;

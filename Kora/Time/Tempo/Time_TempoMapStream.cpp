@@ -4,7 +4,7 @@
 #include "Bastel/Sys/Sys_StdStreamHeader.h"
 #include "Kora/Ndo/Ndo_State.h"
 #include "Kora/Time/Tempo/Time_ConstantTempoSeg.h"
-#include "Kora/Time/Tempo/Time_TempoMap.h"
+#include "Kora/Time/Tempo/Time_TempoMapCache_p.h"
 #include "Kora/Time/Tempo/Time_TempoMap_StEditOptimizer.h"
 
 #include <algorithm>
@@ -111,20 +111,13 @@ Time_TempoMap::Segments Time_TempoMap::ReadSegments(Sys_TypedInStream& ioStream,
     return segments;
 }
 
-// The segments as they are, when a rebuild of this map with them asserts nothing. Only computed
-// ones can make it assert.
+// The segments as they are, when a rebuild of this map with them asserts nothing.
 Time_TempoMap::Segments Time_TempoMap::TriedOut(Segments iSegments, const Places& iPlaces) const
 {
     Time_TempoMap trial(kNoUndo);
-    trial.mTriedPlaces = &iPlaces;
-    trial.mBasicMap.SetSampleRate(GetSampleRate());
+    trial.mCache->SetSampleRate(GetSampleRate());
     trial.SetSegments(std::move(iSegments));
-    const SegmentIter songStart = trial.FindSongStart();
-    if (songStart != trial.mSegments.end() && !(*songStart)->IsLockedToSample())
-        trial.RefuseWhatWasRead(trial.IndexOf(songStart), "a song start locked to a sample");
-    const bool isAnyComputed = std::any_of(trial.mNotes.begin(), trial.mNotes.end(),
-                                           [](Cmn_UInt8 iNotes) { return (iNotes & eNote_Computed) != 0; });
-    if (isAnyComputed) trial.RebuildAll();
+    trial.mCache->TryOut(iPlaces);
     return std::move(trial.mSegments);
 }
 
@@ -154,5 +147,5 @@ std::string Time_TempoMap::Dump() const
                        std::to_string(mUniqueEditIdentifier) + "\n";
     for (const auto& segment : mSegments)
         text += "  " + segment->Dump() + "\n";
-    return text + mBasicMap.Dump();
+    return text + GetBasicTempoMap().Dump();
 }
