@@ -6,6 +6,7 @@
 #include "Kora/Ndo/Ndo_State.h"
 #include "Kora/Time/Convert/Time_Convert.h"
 #include "Kora/Time/Numeric/Time_SearchIndex_p.h"
+#include "Kora/Time/Numeric/Time_SharedRowTaker_p.h"
 
 #include <algorithm>
 #include <limits>
@@ -27,36 +28,31 @@ Time_TypedLength OneUnit(const Time_Typed& iTime) { return Time_TypedLength(1, i
 
 } // namespace
 
-// The map as its own stream form.
+// The entries, shared with the states taken before and after.
 class Time_KeySignatureMap_TState : public Ndo_State
 {
 public:
-    explicit Time_KeySignatureMap_TState(const Time_KeySignatureMap& iMap)
+    using RowTaker = Time_SharedRowTaker<Time_KeySignatureMap::Entry>;
+
+    explicit Time_KeySignatureMap_TState(RowTaker::RowP iRowP)
+        : mRowP(std::move(iRowP))
     {
-        Sys_MemOutStream bytes;
-        Sys_TypedOutStream stream(bytes);
-        iMap.StreamOut(stream);
-        mBytes = bytes.TakeBytes();
     }
 
     Ndo_Object* NdoCreateObject() override { return new Time_KeySignatureMap(Ndo_Object::kNoUndo); }
 
-    std::size_t NdoGetByteCount() const noexcept override { return mBytes.size(); }
+    std::size_t NdoGetByteCount() const noexcept override { return mRowP->GetByteCount(); }
 
-    void Restore(Time_KeySignatureMap& ioMap) const
-    {
-        Sys_MemInStream bytes(mBytes);
-        Sys_TypedInStream stream(bytes);
-        ioMap.StreamIn(stream);
-    }
+    const RowTaker::RowP& GetRow() const { return mRowP; }
 
 private:
-    std::vector<Cmn_UInt8> mBytes;
+    RowTaker::RowP mRowP;
 };
 
 Time_KeySignatureMap::Time_KeySignatureMap(EUndoFlag iUndoable)
     : Ndo_Object(iUndoable)
     , mIndex(std::make_unique<Time_SearchIndex<Cmn_Int64>>())
+    , mRowTaker(std::make_unique<Time_SharedRowTaker<Entry>>())
 {
 }
 
@@ -64,6 +60,7 @@ Time_KeySignatureMap::Time_KeySignatureMap(const Time_KeySignatureMap& iOther)
     : Ndo_Object(kNoUndo)
     , mKeys(iOther.mKeys)
     , mIndex(std::make_unique<Time_SearchIndex<Cmn_Int64>>(*iOther.mIndex))
+    , mRowTaker(std::make_unique<Time_SharedRowTaker<Entry>>())
 {
 }
 
@@ -171,9 +168,11 @@ void Time_KeySignatureMap::AboutToModify()
     mIsModified = true;
 }
 
-// Every mutation ends here. The first iFront ticks and the last iBack are as they were.
+// Every mutation ends here. The first iFront entries and the last iBack are as they were.
 void Time_KeySignatureMap::Changed(std::size_t iFront, std::size_t iBack)
 {
+    const std::size_t same = iFront + iBack;
+    mRowTaker->Replaced(iFront, mIndex->GetCount() - same, mKeys.size() - same);
     mIndex->Splice(mKeys.size(), iFront, iBack, [this](std::size_t i) { return mKeys[i].mTick.AsInt64(); });
 #ifndef NDEBUG
     const auto stuck = std::ranges::adjacent_find(mKeys, std::ranges::greater_equal{}, &Entry::mTick);
@@ -186,6 +185,7 @@ void Time_KeySignatureMap::Store(Time_Tick iTick, const Time_KeySignature& iKey)
     const auto place = mKeys.begin() + (FirstAtOrAfter(iTick) - mKeys.cbegin());
     if (place != mKeys.end() && place->mTick == iTick) {
         place->mKey = iKey;
+        mRowTaker->Replaced(static_cast<std::size_t>(place - mKeys.begin()), 1, 1);
         return;
     }
     const auto front = static_cast<std::size_t>(place - mKeys.begin());
@@ -310,13 +310,30 @@ void Time_KeySignatureMap::ReplaceWith(const Time_KeySignatureMap& iOther)
 
 // ---------------------------------------------------------------------------- undo, persistence, diagnostics
 
-Ndo_State* Time_KeySignatureMap::NdoGetState() { return new Time_KeySignatureMap_TState(*this); }
+Ndo_State* Time_KeySignatureMap::NdoGetState()
+{
+    return new Time_KeySignatureMap_TState(
+        mRowTaker->Take(mKeys.size(), [this](std::size_t i) { return mKeys[i]; }));
+}
 
 void Time_KeySignatureMap::NdoRestoreState(Ndo_State* iState)
 {
     const auto* const state = dynamic_cast<const Time_KeySignatureMap_TState*>(iState);
     if (!Cmn_ASSERT(state != nullptr)) return;
-    state->Restore(*this);
+    const auto& row = *state->GetRow();
+    const auto [front, back] =
+        mRowTaker->Take(mKeys.size(), [this](std::size_t i) { return mKeys[i]; })->CommonWith(row);
+    Entries between;
+    between.reserve(row.size() - front - back);
+    row.ForEach(front, row.size() - back, [&](const Entry& iEntry) { between.push_back(iEntry); });
+    Time_SharedRowTaker<Entry> taker(state->GetRow());
+    mKeys.reserve(row.size()); // from here on nothing throws
+
+    const auto at = [this](std::size_t i) { return mKeys.begin() + static_cast<std::ptrdiff_t>(i); };
+    mKeys.erase(at(front), at(mKeys.size() - back));
+    mKeys.insert(at(front), between.begin(), between.end());
+    Changed(front, back);
+    *mRowTaker = std::move(taker);
     mIsModified = true;
 }
 

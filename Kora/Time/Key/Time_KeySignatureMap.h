@@ -24,6 +24,8 @@ class Sys_TypedInStream;
 class Sys_TypedOutStream;
 template <class Key>
 class Time_SearchIndex;
+template <class Value>
+class Time_SharedRowTaker;
 
 class KORA_API Time_KeySignatureMap : public Ndo_Object
 {
@@ -100,7 +102,8 @@ public:
 
     // --- Undo, persistence, diagnostics.
 
-    // The state's buffer is the stream form.
+    // A state has what the stream form has, shared with the state before where nothing changed in between. To
+    // restore it replaces what differs; out of memory, it throws std::bad_alloc and leaves the map as it was.
     Ndo_State* NdoGetState() override;
     void NdoRestoreState(Ndo_State* iState) override;
 
@@ -115,8 +118,11 @@ public:
     [[nodiscard]] std::string Dump() const;
 
 private:
+    friend class Time_KeySignatureMap_TState;
     struct Entry
     {
+        bool operator==(const Entry&) const = default;
+
         Time_Tick mTick;
         Time_KeySignature mKey;
     };
@@ -136,4 +142,5 @@ private:
     // Ordered by tick. A sorted vector, so that an index is a place and a query touches little memory.
     Entries mKeys;
     std::unique_ptr<Time_SearchIndex<Cmn_Int64>> mIndex; // of their ticks
+    std::unique_ptr<Time_SharedRowTaker<Entry>> mRowTaker;
 };

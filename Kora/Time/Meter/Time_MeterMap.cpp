@@ -3,7 +3,9 @@
 
 #include "Bastel/Cmn/Cmn_FloatMath.h"
 #include "Kora/Time/Meter/Time_DefaultMeterMap.h"
+#include "Kora/Time/Meter/Time_MeterChangeValue_p.h"
 #include "Kora/Time/Meter/Time_MeterMapIndex_p.h"
+#include "Kora/Time/Numeric/Time_SharedRowTaker_p.h"
 #include "Kora/Time/Values/Time_OrderByTick_p.h"
 
 #include <algorithm>
@@ -48,6 +50,7 @@ constexpr Time_Tick Time_MeterMap::cMaxTick;
 Time_MeterMap::Time_MeterMap(EUndoFlag iUndoFlag)
     : Ndo_Object(iUndoFlag)
     , mIndex(std::make_unique<Time_MeterMapIndex>())
+    , mRowTaker(std::make_unique<Time_SharedRowTaker<Time_MeterChangeValue>>())
 {
 }
 
@@ -56,6 +59,8 @@ Time_MeterMap::Time_MeterMap(const Time_MeterMap& iOther)
     , mChanges(iOther.Settled().mChanges)
     , mSongStartTick(iOther.mSongStartTick)
     , mIndex(std::make_unique<Time_MeterMapIndex>(*iOther.mIndex))
+    , mRowTaker(std::make_unique<Time_SharedRowTaker<Time_MeterChangeValue>>())
+    , mIsAsStreamed(iOther.mIsAsStreamed)
 {
 }
 
@@ -64,6 +69,8 @@ Time_MeterMap& Time_MeterMap::operator=(const Time_MeterMap& iOther)
     AboutToModify();
     mChanges = iOther.Settled().mChanges;
     mSongStartTick = iOther.mSongStartTick;
+    mIsAsStreamed = iOther.mIsAsStreamed;
+    mRowTaker->ReplacedAll();
     RefreshIndex(0);
     return *this;
 }
@@ -228,12 +235,20 @@ void Time_MeterMap::SettleAdded() const
             isBBTGiven = overwriting.mIsBarGiven && latest > latestBelow;
         }
         PutLast(change, !isThere || latestBelow > 0, !isBBTGiven);
+        Replaced(mChanges.size() - 1, isThere, 1);
+        if (isBBTGiven) mIsAsStreamed = false;
         latestBelow = std::max(latestBelow, latest);
     }
     for (; kept != old.end(); ++kept)
         PutLast(*kept, true, true);
     mAdded.clear();
     RefreshIndex(first > 0 ? first - 1 : 0);
+}
+
+// Each mutation says so, but for bars.
+void Time_MeterMap::Replaced(std::size_t iFirst, std::size_t iRemoved, std::size_t iAdded) const
+{
+    mRowTaker->Replaced(iFirst, iRemoved, iAdded);
 }
 
 // Every mutation ends here, with iFrom at or before the first change that it touched.

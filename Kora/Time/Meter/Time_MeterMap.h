@@ -34,6 +34,11 @@
 #include <vector>
 
 class Time_MeterMapIndex;
+struct Time_MeterChangeValue;
+template <class Value>
+class Time_SharedRow;
+template <class Value>
+class Time_SharedRowTaker;
 
 class KORA_API Time_MeterMap : public Ndo_Object
 {
@@ -167,6 +172,8 @@ public:
 
     // Broadcasts.
     Cnn_ListenerList<Mdl_SimpleValMessage>& GetListenerList() { return mListenerList; }
+    // A Time_MeterMap_NdoState. To restore one gives what a stream of the map as it was would bring back, as
+    // an edit of what differs; out of memory, it throws std::bad_alloc and leaves the map as it was.
     Ndo_State* NdoGetState() override;
     void NdoRestoreState(Ndo_State* iStateP) override;
 
@@ -185,6 +192,7 @@ public:
     [[nodiscard]] std::string FindBrokenInvariant() const;
 
 private:
+    friend class Time_MeterMap_NdoState;
     using Iter = Cmn_PolyVector<Time_MeterChange>::iterator;
     struct BarAndOffset;
     struct Added
@@ -222,6 +230,8 @@ private:
     std::size_t RestoreOrder(std::size_t iFirstMoved);
     void SortChanges(std::size_t iFirstPreferred);
     void Broadcast();
+    std::shared_ptr<const Time_SharedRow<Time_MeterChangeValue>> TakeRow() const;
+    void Replaced(std::size_t iFirst, std::size_t iRemoved, std::size_t iAdded) const;
     void BroadcastIfUntold();
     void CheckInvariants() const;
 
@@ -236,8 +246,10 @@ private:
     Cnn_ListenerList<Mdl_SimpleValMessage> mListenerList;
 
     std::unique_ptr<Time_MeterMapIndex> mIndex; // of mChanges, or of the default change
+    std::unique_ptr<Time_SharedRowTaker<Time_MeterChangeValue>> mRowTaker; // of mChanges
     Cmn_Int32 mEditCount = 0;
-    bool mIsBroadcastOwed = false; // to the end of the outermost edit
-    bool mIsUntold = false;        // changed since the last broadcast
-    bool mNumbersPending = false;  // Paste has put changes in and not yet renumbered
+    bool mIsBroadcastOwed = false;     // to the end of the outermost edit
+    bool mIsUntold = false;            // changed since the last broadcast
+    mutable bool mIsAsStreamed = true; // no BBT or mark is other than a stream would bring back
+    bool mNumbersPending = false;      // Paste has put changes in and not yet renumbered
 };

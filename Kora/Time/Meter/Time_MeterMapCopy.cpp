@@ -1,7 +1,9 @@
 // Time_MeterMap's copying and pasting of ranges.
 #include "Kora/Time/Meter/Time_MeterMap.h"
 
+#include "Kora/Time/Meter/Time_MeterChangeValue_p.h"
 #include "Kora/Time/Meter/Time_MeterMapIndex_p.h"
+#include "Kora/Time/Numeric/Time_SharedRowTaker_p.h"
 
 void Time_MeterMap::Copy(Time_MeterMap* oDestP, Time_Tick iStartTick, Time_Tick iEndTick) const
 {
@@ -13,6 +15,8 @@ void Time_MeterMap::Copy(Time_MeterMap* oDestP, Time_Tick iStartTick, Time_Tick 
     dest.AboutToModify();
     const bool wasEmpty = dest.mChanges.empty();
     dest.mChanges.clear();
+    dest.mRowTaker->ReplacedAll();
+    dest.mIsAsStreamed = false;
 
     const Time_MeterMapIndex::Position barline = Index().BarlineAtOrAfter(iStartTick.AsInt64());
     const Time_Tick barlineTick(Index().ToTick(barline));
@@ -73,7 +77,11 @@ void Time_MeterMap::Paste(Time_Tick iStartTick, Time_Tick iEndTick, const Time_M
             mChanges[i].mIsCarriedIn = false;
         }
         // The default change, made real a moment ago, may stand where they go.
+        const Time_Tick firstTick = mChanges[firstPasted].mTick, lastTick = mChanges.back().mTick;
         SortChanges(firstPasted);
+        const std::size_t first = LowerBound(firstTick);
+        const std::size_t behind = mChanges.size() - LowerBound(lastTick + Time_TickLength(1));
+        Replaced(first, firstPasted - first - behind, mChanges.size() - first - behind);
         mNumbersPending = true;
         mIsUntold = true;
         RefreshIndex(0);

@@ -1,7 +1,9 @@
 // Time_MeterMap's edits of changes; those of time and of ranges stand in the files beside this one.
 #include "Kora/Time/Meter/Time_MeterMap.h"
 
+#include "Kora/Time/Meter/Time_MeterChangeValue_p.h"
 #include "Kora/Time/Meter/Time_MeterMapIndex_p.h"
+#include "Kora/Time/Numeric/Time_SharedRowTaker_p.h"
 
 #include <utility>
 
@@ -48,10 +50,13 @@ void Time_MeterMap::PutMeterChange(Time_Tick iTick, const Time_Meter& iMeter, Cm
         // until the next renumbering that passes over it. Test: OverwritingKeepsTheBarNumber
         mChanges[at].mMeter = iMeter;
         mChanges[at].mBBT = Time_BarBeatTick(iBar, 1, Time_TickLength::cZero);
+        if (iBar != mChanges[at].mBarNumber) mIsAsStreamed = false;
+        Replaced(at, 1, 1);
         UpdateBarNumbers(at + 1);
     } else {
         mChanges.insert(mChanges.begin() + static_cast<std::ptrdiff_t>(at),
                         Time_MeterChange(iTick, iMeter, iBar));
+        Replaced(at, 0, 1);
         UpdateBarNumbers(at);
     }
     mIsUntold = true;
@@ -63,6 +68,7 @@ bool Time_MeterMap::EraseChanges(Time_Tick iStartTick, Time_Tick iEndTick)
     const auto last = static_cast<std::ptrdiff_t>(LowerBound(iEndTick));
     if (first >= last) return false;
     mChanges.erase(mChanges.begin() + first, mChanges.begin() + last);
+    Replaced(static_cast<std::size_t>(first), static_cast<std::size_t>(last - first), 0);
     UpdateBarNumbers(0);
     mIsUntold = true;
     return true;
@@ -128,6 +134,7 @@ void Time_MeterMap::RemoveMeterChange(Time_Tick iTick)
     const std::size_t at = LowerBound(iTick);
     if (at == mChanges.size() || mChanges[at].mTick != iTick) return;
     mChanges.erase(mChanges.begin() + static_cast<std::ptrdiff_t>(at));
+    Replaced(at, 1, 0);
     UpdateBarNumbers(at);
     Broadcast();
 }
@@ -220,6 +227,8 @@ void Time_MeterMap::ReplaceWith(const Time_MeterMap& iOther)
 {
     AboutToModify();
     mChanges = iOther.Settled().mChanges;
+    mIsAsStreamed = iOther.mIsAsStreamed;
+    mRowTaker->ReplacedAll();
     RefreshIndex(0);
     Broadcast();
 }
@@ -228,5 +237,7 @@ void Time_MeterMap::Clear()
 {
     AboutToModify();
     mChanges.clear();
+    mIsAsStreamed = true;
+    mRowTaker->ReplacedAll();
     RefreshIndex(0);
 }

@@ -4,6 +4,13 @@
 
 Time_MeterMapIndex::Time_MeterMapIndex() { Update({}, 0); }
 
+void Time_MeterMapIndex::Reserve(std::size_t iCount)
+{
+    mStretches.reserve(iCount);
+    mTicks.reserve(iCount);
+    mBars.reserve(iCount);
+}
+
 void Time_MeterMapIndex::Update(const Cmn_PolyVector<Time_MeterChange>& iChanges, std::size_t iUnchanged)
 {
     const std::size_t unchanged = std::min({iUnchanged, mStretches.size(), iChanges.size()});

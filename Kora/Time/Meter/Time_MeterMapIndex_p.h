@@ -41,6 +41,7 @@ public:
 
     Time_MeterMapIndex();
 
+    void Reserve(std::size_t iCount);
     // Takes the changes over; the first iUnchanged of them are as they were at the last call.
     void Update(const Cmn_PolyVector<Time_MeterChange>& iChanges, std::size_t iUnchanged);
 

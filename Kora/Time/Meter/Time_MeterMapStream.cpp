@@ -1,10 +1,11 @@
-// Time_MeterMap's stream form, snapshots, XML form and text.
+// Time_MeterMap's stream form, XML form and text.
 #include "Kora/Time/Meter/Time_MeterMap.h"
 
 #include "Bastel/Cmn/Cmn_Exception.h"
 #include "Bastel/Cmn/Cmn_XMLNode.h"
 #include "Bastel/Sys/Sys_StdStreamHeader.h"
-#include "Kora/Time/Meter/Time_MeterMap_NdoState.h"
+#include "Kora/Time/Meter/Time_MeterChangeValue_p.h"
+#include "Kora/Time/Numeric/Time_SharedRowTaker_p.h"
 
 namespace {
 
@@ -66,21 +67,11 @@ void Time_MeterMap::StreamIn(Sys_TypedInStream& ioStream)
 
     AboutToModify();
     mChanges.swap(changes);
+    mRowTaker->ReplacedAll();
+    mIsAsStreamed = true;
     mSongStartTick = songStartTick;
     UpdateBarNumbers(0);
     mIsUntold = false; // the reader tells whom it concerns
-}
-
-Ndo_State* Time_MeterMap::NdoGetState() { return new Time_MeterMap_NdoState(*this); }
-
-void Time_MeterMap::NdoRestoreState(Ndo_State* iStateP)
-{
-    const auto* const stateP = dynamic_cast<const Time_MeterMap_NdoState*>(iStateP);
-    if (!Cmn_ASSERT_AS(stateP != nullptr, "iStateP", "Time/Time_MeterMap")) return;
-    Sys_MemInStream bytes(stateP->GetBytes());
-    Sys_TypedInStream stream(bytes);
-    StreamIn(stream);
-    Broadcast();
 }
 
 Cmn_XMLNode Time_MeterMap::GetAsXML() const

@@ -2,7 +2,9 @@
 // to the bars that come out.
 #include "Kora/Time/Meter/Time_MeterMap.h"
 
+#include "Kora/Time/Meter/Time_MeterChangeValue_p.h"
 #include "Kora/Time/Meter/Time_MeterMapIndex_p.h"
+#include "Kora/Time/Numeric/Time_SharedRowTaker_p.h"
 
 #include <algorithm>
 #include <array>
@@ -86,6 +88,7 @@ void Time_MeterMap::ShiftFrom(std::size_t iFirst, Cmn_Int64 iLength)
 {
     for (std::size_t i = iFirst; i < mChanges.size(); ++i)
         mChanges[i].mTick += Time_TickLength(iLength);
+    Replaced(iFirst, mChanges.size() - iFirst, mChanges.size() - iFirst);
     mIsUntold = true;
 }
 
@@ -101,6 +104,7 @@ std::size_t Time_MeterMap::RestoreOrder(std::size_t iFirstMoved)
         return iFirstMoved;
 
     SortChanges(iFirstMoved);
+    mRowTaker->ReplacedAll();
     return 0;
 }
 
@@ -156,6 +160,8 @@ void Time_MeterMap::RealignExistingMeterChangesToBBT(Time_Tick iTick)
     change.mBarNumber = storedBar;
     change.mIsOffBarline = false;
     change.mTick = newTick;
+    mIsAsStreamed = false;
+    Replaced(at, 1, 1);
 
     const Cmn_Int64 length = (oldTick - newTick).AsInt64();
     if (length == 0) {

@@ -1,14 +1,18 @@
-// Time_MeterMap_NdoState: a meter map as it was, in its stream form.
+// Time_MeterMap_NdoState: a meter map as it was: what its stream form has, shared with the states taken
+// before and after where nothing changed in between.
 //
-// Ownership: owns the bytes; made by Time_MeterMap::NdoGetState for the operation that logs it.
+// Ownership: made by Time_MeterMap::NdoGetState for the operation that logs it. It may outlive the map.
 #pragma once
 
-#include "Bastel/Cmn/Cmn_Types.h"
 #include "Kora/Ndo/Ndo_State.h"
+#include "Kora/Time/Values/Time_Tick.h"
 
-#include <vector>
+#include <memory>
 
 class Time_MeterMap;
+struct Time_MeterChangeValue;
+template <class Value>
+class Time_SharedRow;
 
 class KORA_API Time_MeterMap_NdoState : public Ndo_State
 {
@@ -18,9 +22,13 @@ public:
 
     // An empty map outside of undo.
     Ndo_Object* NdoCreateObject() override;
-    std::size_t NdoGetByteCount() const noexcept override { return mBytes.size(); }
-    const std::vector<Cmn_UInt8>& GetBytes() const { return mBytes; }
+    // What it keeps that no state kept before.
+    std::size_t NdoGetByteCount() const noexcept override;
 
 private:
-    std::vector<Cmn_UInt8> mBytes;
+    friend class Time_MeterMap;
+
+    std::shared_ptr<const Time_SharedRow<Time_MeterChangeValue>> mRowP;
+    Cmn_Int32 mFirstBar; // of the first change
+    Time_Tick mSongStartTick;
 };

@@ -68,6 +68,8 @@ public:
     std::string Dump() const override;
 
 private:
+    friend struct Time_ConstantTempoValue;
+
     Time_ConstantTempoSeg(class Sys_StdStreamHeaderReader&& iHeader, Sys_TypedInStream& ioStream);
     void ReadTempo(Sys_TypedInStream& ioStream);
 

@@ -8,6 +8,7 @@
 #include "OstrelPlatformSupport/PSThread.h"
 
 #include <algorithm>
+#include <new>
 
 // A DLL holds only the constants that its own code refers to, or that are declared once more.
 constexpr Time_Tick Time_TempoMap::cDefaultSongStartTick;
@@ -81,7 +82,11 @@ void Time_TempoMap::EndEdit()
     --mEditCount;
     mUniqueEditIdentifier = ++sUniqueEditIdentifier;
     if (mEditCount > 0) return;
-    UpdateBasicMapIfNeeded();
+    try {
+        UpdateBasicMapIfNeeded();
+    } catch (const std::bad_alloc&) {
+        // The edit is done; scope guards end brackets, and do not throw.
+    }
     mListeners.Broadcast(Mdl_SimpleValMessage_ValChanged());
 }
 

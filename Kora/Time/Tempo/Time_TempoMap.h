@@ -63,7 +63,8 @@ public:
     // query or other edit. Iterators hold until then.
     void BeginEdit() { ++mEditCount; }
     // Each call gives the map a new edit identifier; the outermost one rebuilds the cache and broadcasts.
-    // Asserts "mEditCount > 0" when no edit is open.
+    // Asserts "mEditCount > 0" when no edit is open. Where memory runs out, the cache stays out of date: the
+    // next query rebuilds it, or throws std::bad_alloc.
     void EndEdit();
     Cmn_Int32 GetEditCount() const { return mEditCount; }
     // A number that no map had before, new after each EndEdit: tells cheaply whether the
@@ -165,6 +166,9 @@ public:
 
     // --- Undo and persistence
 
+    // A state shares with the one before what did not change in between. To restore it is an edit of
+    // what differs, with the bits of a full rebuild; out of memory, it throws std::bad_alloc and
+    // leaves the map as it was.
     Ndo_State* NdoGetState() override;
     void NdoRestoreState(Ndo_State* iStateP) override;
 
@@ -209,6 +213,8 @@ private:
                     Time_Tick iStart, Cmn_UInt8 iNotes) const;
     void DirtyBasicMap();
     void RemoveSegments(std::size_t iFirst, std::size_t iLast);
+    void PutInPlace(std::size_t iFirst, std::size_t iLast,
+                    std::vector<std::unique_ptr<Time_TempoMapSegment>> iSegments);
     void SetSegments(Segments iSegments);
     Segments CloneSegments() const;
 
@@ -218,7 +224,6 @@ private:
         return mSegments.begin() + static_cast<std::ptrdiff_t>(iIndex);
     }
 
-    void Read(Sys_TypedInStream& ioStream, bool iTryOut);
     static Segments ReadSegments(Sys_TypedInStream& ioStream, Places& oPlaces);
     Segments TriedOut(Segments iSegments, const Places& iPlaces) const;
 

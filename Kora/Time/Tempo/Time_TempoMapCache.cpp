@@ -37,6 +37,7 @@ void Time_TempoMapCache::Replaced(std::size_t iIndex, Time_Tick iStart, Cmn_UInt
     mNotes[iIndex] = iNotes;
     Count(iNotes);
     Changed(iStart, old | iNotes);
+    mTaker.Replaced(iIndex, 1, 1);
 }
 
 void Time_TempoMapCache::Inserted(std::size_t iIndex, Time_Tick iStart, Cmn_UInt8 iNotes)
@@ -44,6 +45,7 @@ void Time_TempoMapCache::Inserted(std::size_t iIndex, Time_Tick iStart, Cmn_UInt
     mNotes.insert(mNotes.begin() + static_cast<std::ptrdiff_t>(iIndex), iNotes);
     Count(iNotes);
     Changed(iStart, iNotes);
+    mTaker.Replaced(iIndex, 0, 1);
 }
 
 void Time_TempoMapCache::InsertMany(std::size_t iIndex,
@@ -55,6 +57,7 @@ void Time_TempoMapCache::InsertMany(std::size_t iIndex,
         Count(*notes);
         Changed(segment->GetStartTick(), *notes++);
     }
+    mTaker.Replaced(iIndex, 0, iSegments.size());
 }
 
 void Time_TempoMapCache::Erase(std::size_t iFirst, std::size_t iLast)
@@ -66,6 +69,7 @@ void Time_TempoMapCache::Erase(std::size_t iFirst, std::size_t iLast)
     }
     mNotes.erase(mNotes.begin() + static_cast<std::ptrdiff_t>(iFirst),
                  mNotes.begin() + static_cast<std::ptrdiff_t>(iLast));
+    mTaker.Replaced(iFirst, iLast - iFirst, 0);
 }
 
 void Time_TempoMapCache::SetAll()
@@ -73,6 +77,7 @@ void Time_TempoMapCache::SetAll()
     mNotes.clear();
     mLockedCount = mSongStartCount = 0;
     mChanges.mEverything = true;
+    mTaker.ReplacedAll();
     for (const auto& segment : mSegments) {
         mNotes.push_back(NotesOf(*segment));
         Count(mNotes.back());
@@ -104,6 +109,12 @@ void Time_TempoMapCache::Count(Cmn_UInt8 iNotes)
 {
     mLockedCount += (iNotes & eNote_Locked) != 0;
     mSongStartCount += (iNotes & eNote_SongStart) != 0;
+}
+
+Time_TempoMapCache::RowP Time_TempoMapCache::TakeRow()
+{
+    return mTaker.Take(mSegments.size(),
+                       [this](std::size_t i) { return Time_ConstantTempoValue::Of(*mSegments[i]); });
 }
 
 // ---- queries

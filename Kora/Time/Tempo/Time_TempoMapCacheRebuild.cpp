@@ -15,10 +15,11 @@
 #include "Kora/Time/Tempo/Time_TempoMapCache_p.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstring>
 
-// Holds the mark that an update runs: nothing that is called meanwhile, such as a host's assertion
-// handler, starts another one.
+// Holds the mark that an update runs: nothing that is called meanwhile, such as a host's assertion handler,
+// starts another one.
 class Time_TempoMapCache::StUpdating
 {
 public:
@@ -166,13 +167,13 @@ void Time_TempoMapCache::GenerateFirstFromFallback(Time_BasicTempoMap& ioMap)
     mIsRegular = mSegments[0]->GetStartTick() >= Time_TempoMap::cDefaultSongStartTick;
 }
 
-// A first segment without a tempo takes that of the next one. Where that is computed, the tempo that it
-// holds is what an earlier rebuild left; so a copy of it, with the tempo of this rebuild, lends in its
-// place. Null where none is needed.
+// A first segment without a tempo takes that of the next one. Where that is computed, the tempo that it holds
+// is what an earlier rebuild left; so a copy of it, with the tempo of this rebuild, lends in its place. Null
+// where none is needed.
 //
-// One that is free starts where the first one leads, at the tempo that it lends: both are one line, from
-// the first one's lock to its end. (Further free computed ones behind it start from the first one's line at
-// the fallback tempo here.)
+// One that is free starts where the first one leads, at the tempo that it lends: both are one line, from the
+// first one's lock to its end. (Further free computed ones behind it start from the first one's line at the
+// fallback tempo here.)
 std::unique_ptr<Time_TempoMapSegment> Time_TempoMapCache::DerivedLender()
 {
     if ((mNotes[0] & eNote_Unspecified) == 0 || mSegments.size() < 2 || (mNotes[1] & eNote_Computed) == 0)
@@ -256,7 +257,15 @@ void Time_TempoMapCache::GenerateBackward(Time_BasicTempoMap& ioMap, const Time_
                                  : ioMap.FractionalSampleAtTick(iSegment.GetStartTick());
         if (!(iEndSample > start)) RefuseWhatWasRead(iIndex, "an end behind its start");
     }
+    double before = 0, after = 0;
+    Time_TickLength ticksPerBeat;
+    const bool isSeen = iSegment.GetTempo(before, ticksPerBeat);
     iSegment.GenerateBackward(ioMap, iEndSample, iEndTick);
+    // What it has derived is part of a snapshot.
+    const bool isAsItWas = isSeen && iSegment.GetTempo(after, ticksPerBeat) &&
+                           std::bit_cast<Cmn_UInt64>(before) == std::bit_cast<Cmn_UInt64>(after);
+    const bool isTheMaps = mSegments[iIndex].get() == &iSegment; // not one that lends a tempo
+    if (isTheMaps && !isAsItWas && iSegment.IsComputed()) mTaker.Replaced(iIndex, 1, 1);
 }
 
 // What is an assertion in a map that a host edits is an exception where a document says so.
@@ -267,8 +276,8 @@ void Time_TempoMapCache::RefuseWhatWasRead(std::size_t iIndex, const char* iExpe
                                   "a tempo at " + mSegments[iIndex]->Dump() + ", expected " + iExpected);
 }
 
-// The last segment before iIndex that was generated forward and has a numeric segment; the
-// first one if there is none.
+// The last segment before iIndex that was generated forward and has a numeric segment; the first one if there
+// is none.
 std::size_t Time_TempoMapCache::LastForwardBefore(std::size_t iIndex) const
 {
     std::size_t index = iIndex - 1;
@@ -291,9 +300,9 @@ std::size_t Time_TempoMapCache::FirstPinFrom(std::size_t iIndex) const
     return index;
 }
 
-// Whether what lies before the segment at iPin has no part in its start and all that lies behind. A
-// locked segment without a tempo may generate nothing; a free computed segment inside a stretch starts
-// from what lies before it.
+// Whether what lies before the segment at iPin has no part in its start and all that lies behind. A locked
+// segment without a tempo may generate nothing; a free computed segment inside a stretch starts from what
+// lies before it.
 bool Time_TempoMapCache::HoldsAgainst(std::size_t iPin) const
 {
     if ((mNotes[iPin] & (eNote_Locked | eNote_Unspecified)) != eNote_Locked) return false;
@@ -307,11 +316,13 @@ bool Time_TempoMapCache::HoldsAgainst(std::size_t iPin) const
 // False, and nothing is changed, where only a full rebuild gives the bits of one.
 bool Time_TempoMapCache::RebuildChanged(const Changes& iChanges)
 {
-    if (iChanges.mEverything || iChanges.mNothing || !mIsRegular) return false;
+    if (iChanges.mEverything) return false;
+    if (iChanges.mNothing) return true;
+    if (!mIsRegular) return false;
     const std::size_t count = mSegments.size(), changed = LowerBound(iChanges.mFirst);
     if (count == 0 || changed == 0) return false;
-    // How segments before the change are generated depends on what is locked behind only
-    // while the first one floats.
+    // How segments before the change are generated depends on what is locked behind only while the first one
+    // floats.
     const bool firstFloats = (mNotes[0] & (eNote_Locked | eNote_Computed)) != eNote_Locked;
     if (firstFloats && iChanges.mPins) return false;
     const std::size_t kept = LastForwardBefore(changed);

@@ -1,5 +1,5 @@
-// Time_TempoMapCache: the numeric map that a tempo map answers from, and what its
-// upkeep knows of the segments.
+// Time_TempoMapCache: the numeric map that a tempo map answers from, and what its upkeep knows of the
+// segments.
 //
 //   segments   the map's own    | A  | B      | C | D          |
 //   notes      one for each     | L  |        | P |            |   what a rebuild asks, side by side
@@ -14,12 +14,17 @@
 // Ownership:  the segments stay the map's, which outlives its cache.
 #pragma once
 
+#include "Kora/Time/Numeric/Time_SharedRowTaker_p.h"
+#include "Kora/Time/Tempo/Time_ConstantTempoValue_p.h"
 #include "Kora/Time/Tempo/Time_TempoMap.h"
 
 class Time_TempoMapCache
 {
 public:
     using Segments = Time_TempoMap::Segments;
+    using RowTaker = Time_SharedRowTaker<Time_ConstantTempoValue>;
+    using Row = RowTaker::Row;
+    using RowP = RowTaker::RowP;
     using Places = std::vector<Cmn_Int64>; // where in a stream each segment begins
 
     // What is known of a segment without touching it.
@@ -58,6 +63,13 @@ public:
     // Throws Sys_StreamReadException with the segment's place where an update would assert.
     void TryOut(const Places& iPlaces);
 
+    // --- Snapshots
+
+    // The segments as they are.
+    RowP TakeRow();
+    // They were made those of a row.
+    void SetTaker(RowTaker iTaker) { mTaker = std::move(iTaker); }
+
     // --- Queries: of the segments as they are
 
     const Time_TempoMapSegment* SegmentOrNull(std::size_t iIndex) const;
@@ -66,8 +78,8 @@ public:
     std::size_t UpperBound(Time_Tick iTick) const;
     std::size_t FindSongStart() const; // the number of segments if there is none
     std::size_t GetLockedCount() const { return mLockedCount; }
-    // A segment without a tempo of its own goes on at the tempo before it; at the map's
-    // start it has the next one's.
+    // A segment without a tempo of its own goes on at the tempo before it; at the map's start it has the next
+    // one's.
     void EffectiveTempo(std::size_t iIndex, double& oBeatsPerMinute, Time_TickLength& oTicksPerBeat) const;
     bool ValidateSegments() const;
 
@@ -118,6 +130,7 @@ private:
     std::size_t mLockedCount = 0;
     std::size_t mSongStartCount = 0;
     Changes mChanges;
+    RowTaker mTaker;
 
     Time_BasicTempoMap mBasicMap;
     bool mIsRegular = false; // its segments stand in the order in which they were generated

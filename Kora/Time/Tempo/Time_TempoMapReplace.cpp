@@ -20,11 +20,18 @@ void Time_TempoMap::ReplaceSegments(Time_Tick iStart, Time_Tick iEnd,
     MakeRoom(iSegments.size()); // from the notice on nothing throws
     NdoAboutToModify();
     const Time_TempoMap_StEditOptimizer edit(*this);
+    PutInPlace(first, last, std::move(iSegments));
+}
+
+// In the place of those from iFirst up to iLast. Room is made, an edit is open.
+void Time_TempoMap::PutInPlace(std::size_t iFirst, std::size_t iLast,
+                               std::vector<std::unique_ptr<Time_TempoMapSegment>> iSegments)
+{
     DirtyBasicMap();
-    mCache->Erase(first, last);
-    mSegments.erase(IterAt(first), IterAt(last));
-    mCache->InsertMany(first, iSegments);
-    mSegments.insert(IterAt(first), std::make_move_iterator(iSegments.begin()),
+    mCache->Erase(iFirst, iLast);
+    mSegments.erase(IterAt(iFirst), IterAt(iLast));
+    mCache->InsertMany(iFirst, iSegments);
+    mSegments.insert(IterAt(iFirst), std::make_move_iterator(iSegments.begin()),
                      std::make_move_iterator(iSegments.end()));
 }
 

@@ -1,13 +1,10 @@
-// Time_TempoMap: its persisted forms, and the snapshots of undo.
+// Time_TempoMap: its persisted forms.
 #include "Bastel/Cmn/Cmn_Exception.h"
 #include "Bastel/Cmn/Cmn_XMLNode.h"
 #include "Bastel/Sys/Sys_StdStreamHeader.h"
-#include "Kora/Ndo/Ndo_State.h"
 #include "Kora/Time/Tempo/Time_ConstantTempoSeg.h"
 #include "Kora/Time/Tempo/Time_TempoMapCache_p.h"
 #include "Kora/Time/Tempo/Time_TempoMap_StEditOptimizer.h"
-
-#include <algorithm>
 
 namespace {
 
@@ -17,34 +14,6 @@ constexpr Cmn_Int16 cStreamVersion = 1;
 // No segment takes less: a header of the layout before and three values.
 constexpr Cmn_Int64 cLeastSegmentBytes = 25 + 5 + 3 * 8;
 
-// The map's stream form, and the sample rate for a map that is made anew.
-class Time_TempoMap_NdoState final : public Ndo_State
-{
-public:
-    explicit Time_TempoMap_NdoState(const Time_TempoMap& iMap)
-        : mSampleRate(iMap.GetSampleRate())
-    {
-        Sys_MemOutStream bytes;
-        Sys_TypedOutStream stream(bytes);
-        iMap.StreamOut(stream);
-        mBytes = bytes.TakeBytes();
-    }
-
-    Ndo_Object* NdoCreateObject() override
-    {
-        auto map = std::make_unique<Time_TempoMap>(Ndo_Object::kNoUndo);
-        map->SetSampleRate(mSampleRate);
-        return map.release();
-    }
-
-    std::size_t NdoGetByteCount() const noexcept override { return mBytes.size(); }
-    const std::vector<Cmn_UInt8>& GetBytes() const { return mBytes; }
-
-private:
-    double mSampleRate;
-    std::vector<Cmn_UInt8> mBytes;
-};
-
 std::unique_ptr<Time_ConstantTempoSeg> ReadSegment(Sys_TypedInStream& ioStream)
 {
     if (Sys_StdStreamHeaderReader::PeekName(ioStream) == Time_ConstantTempoSeg::cPrevSegStreamName)
@@ -53,17 +22,6 @@ std::unique_ptr<Time_ConstantTempoSeg> ReadSegment(Sys_TypedInStream& ioStream)
 }
 
 } // namespace
-
-Ndo_State* Time_TempoMap::NdoGetState() { return new Time_TempoMap_NdoState(*this); }
-
-void Time_TempoMap::NdoRestoreState(Ndo_State* iStateP)
-{
-    const auto* const stateP = dynamic_cast<Time_TempoMap_NdoState*>(iStateP);
-    if (!Cmn_ASSERT_AS(stateP != nullptr, "stateP != 0", "Time/Time_TempoMap")) return;
-    Sys_MemInStream bytes(stateP->GetBytes());
-    Sys_TypedInStream stream(bytes);
-    Read(stream, false);
-}
 
 void Time_TempoMap::StreamOut(Sys_TypedOutStream& ioStream) const
 {
@@ -75,14 +33,11 @@ void Time_TempoMap::StreamOut(Sys_TypedOutStream& ioStream) const
     header.PatchSize();
 }
 
-void Time_TempoMap::StreamIn(Sys_TypedInStream& ioStream) { Read(ioStream, true); }
-
-// What undo kept is a map that was edited, whatever that asserted.
-void Time_TempoMap::Read(Sys_TypedInStream& ioStream, bool iTryOut)
+void Time_TempoMap::StreamIn(Sys_TypedInStream& ioStream)
 {
     Places places;
     Segments segments = ReadSegments(ioStream, places);
-    if (iTryOut) segments = TriedOut(std::move(segments), places);
+    segments = TriedOut(std::move(segments), places);
     const Time_TempoMap_StEditOptimizer edit(*this);
     DirtyBasicMap();
     SetSegments(std::move(segments));
