@@ -8,6 +8,7 @@
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
+#include <cmath>
 #include <random>
 #include <vector>
 
@@ -104,6 +105,74 @@ void BM_TempoTickToSampleByUpperBound(benchmark::State& ioState)
 }
 BENCHMARK(BM_TempoTickToSampleByUpperBound)->Arg(1)->Arg(100)->Arg(10000);
 
+// However tempi lie: evenly, 990 of each thousand close together and a gap, and each further on by some part
+// than the one before. Ours, and the usual way, over the same ticks, which are as close as the tempi.
+enum class Spread { eEven, eClustered, eExponential };
+
+void Lay(Time_TempoMap& ioMap, std::vector<Cmn_Int64>& oTicks, std::int64_t iCount, Spread iSpread)
+{
+    constexpr Cmn_Int64 cCluster = 1000, cClose = 990, cNear = 1000;
+    std::mt19937_64 random(4);
+    std::vector<Cmn_Int64> starts;
+    double far = 1;
+    const double growth = std::exp2(50.0 / static_cast<double>(iCount));
+    for (Cmn_Int64 i = 0, tick = 0; i < iCount; ++i) {
+        starts.push_back(cStart + tick);
+        far *= growth;
+        const bool isClose = i % cCluster < cClose;
+        if (iSpread == Spread::eEven) tick += cQuarter;
+        if (iSpread == Spread::eClustered) tick += isClose ? cNear : cQuarter * 1000;
+        if (iSpread == Spread::eExponential) tick = std::max(tick + 1, static_cast<Cmn_Int64>(far));
+    }
+    {
+        const Time_TempoMap_StEditOptimizer edit(ioMap);
+        for (const Cmn_Int64 start : starts) {
+            auto segment = std::make_unique<Time_ConstantTempoSeg>(Time_Tick(start), 60.0 + random() % 90);
+            if (start == cStart) segment->LockToSample(Time_Sample(0));
+            ioMap.AddSegment(std::move(segment));
+        }
+    }
+    for (std::size_t i = 0; i < cQueries; ++i) {
+        const std::size_t at = random() % (starts.size() - 1);
+        oTicks.push_back(starts[at] + static_cast<Cmn_Int64>(
+                                          random() % static_cast<Cmn_UInt64>(starts[at + 1] - starts[at])));
+    }
+}
+
+void TempoLying(benchmark::State& ioState, Spread iSpread)
+{
+    Time_Typed::Init();
+    Time_TempoMap map;
+    std::vector<Cmn_Int64> ticks;
+    Lay(map, ticks, ioState.range(0), iSpread);
+    std::size_t at = 0;
+    for (auto _ : ioState)
+        benchmark::DoNotOptimize(map.TickToSample(Time_Tick(ticks[at++ % cQueries]), true));
+}
+void TempoLyingUpperBound(benchmark::State& ioState, Spread iSpread)
+{
+    Time_Typed::Init();
+    Time_TempoMap map;
+    std::vector<Cmn_Int64> ticks, starts;
+    Lay(map, ticks, ioState.range(0), iSpread);
+    const Time_BasicTempoMap& basic = map.GetBasicTempoMap();
+    for (std::size_t i = 0; i < basic.GetNumberOfSegments(); ++i)
+        starts.push_back(basic.GetSegment(i).GetStartTick().AsInt64());
+    std::size_t at = 0;
+    for (auto _ : ioState) {
+        const Cmn_Int64 tick = ticks[at++ % cQueries];
+        const auto after = std::upper_bound(starts.begin() + 1, starts.end(), tick);
+        const auto& segment = basic.GetSegment(static_cast<std::size_t>(after - starts.begin()) - 1);
+        benchmark::DoNotOptimize(segment.TickToSample(Time_Tick(tick), true));
+    }
+}
+#define KORA_LYING(iName, iSpread)                                                                           \
+    BENCHMARK_CAPTURE(TempoLying, iName, iSpread)->Arg(1000)->Arg(10000)->Arg(100000);                       \
+    BENCHMARK_CAPTURE(TempoLyingUpperBound, iName, iSpread)->Arg(1000)->Arg(10000)->Arg(100000)
+KORA_LYING(Even, Spread::eEven);
+KORA_LYING(Clustered, Spread::eClustered);
+KORA_LYING(Exponential, Spread::eExponential);
+
 #ifdef KORA_BENCH_SMF
 // Seconds from pulses, as its players compute them. 960 pulses a quarter.
 void BM_TempoPulsesToSecondsLibsmf(benchmark::State& ioState)
@@ -141,12 +210,12 @@ void BM_TempoPulsesToSecondsLibsmf(benchmark::State& ioState)
 BENCHMARK(BM_TempoPulsesToSecondsLibsmf)->Arg(1)->Arg(100)->Arg(10000);
 #endif
 
-// A million event times in place over 10,000 tempi.
+// A million event times in place.
 void ConvertEvents(benchmark::State& ioState, bool iSorted, bool iToSamples)
 {
     Time_Typed::Init();
     Time_TempoMap map;
-    Fill(map, 10000);
+    Fill(map, static_cast<std::size_t>(ioState.range(0)));
     std::vector<Cmn_Int64> source = iToSamples ? RandomTicks(map, cEvents) : RandomSamples(map, cEvents);
     if (iSorted) std::sort(source.begin(), source.end());
     std::vector<Cmn_Int64> times(cEvents);
@@ -166,10 +235,10 @@ void BM_TempoMillionTicksSorted(benchmark::State& ioState) { ConvertEvents(ioSta
 void BM_TempoMillionTicksAnyOrder(benchmark::State& ioState) { ConvertEvents(ioState, false, true); }
 void BM_TempoMillionSamplesSorted(benchmark::State& ioState) { ConvertEvents(ioState, true, false); }
 void BM_TempoMillionSamplesAnyOrder(benchmark::State& ioState) { ConvertEvents(ioState, false, false); }
-BENCHMARK(BM_TempoMillionTicksSorted)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_TempoMillionTicksAnyOrder)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_TempoMillionSamplesSorted)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_TempoMillionSamplesAnyOrder)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_TempoMillionTicksSorted)->Arg(10000)->Arg(100000)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_TempoMillionTicksAnyOrder)->Arg(10000)->Arg(100000)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_TempoMillionSamplesSorted)->Arg(10000)->Arg(100000)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_TempoMillionSamplesAnyOrder)->Arg(10000)->Arg(100000)->Unit(benchmark::kMillisecond);
 
 class Listener
 {

@@ -181,7 +181,7 @@ protected:
             if (choice == 6) mMap->ReplaceWith(other);
             if (choice == 7) mMap = std::make_unique<Map>(other);
             if (choice == 8) std::swap(any, states.back()), states.pop_back();
-            if (choice == 9 && isSmall && requires { other.SetSampleRate(1.0); }) RestoreWithoutMemory(any);
+            if (choice == 9 && isSmall) RestoreWithoutMemory(any);
             if (choice > 7) Edit(*mMap, random);
         }
         for (const Kept& kept : states)

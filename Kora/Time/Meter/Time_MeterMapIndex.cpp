@@ -6,23 +6,19 @@ Time_MeterMapIndex::Time_MeterMapIndex() { Update({}, 0); }
 
 void Time_MeterMapIndex::Reserve(std::size_t iCount)
 {
-    mStretches.reserve(iCount);
-    mTicks.reserve(iCount);
-    mBars.reserve(iCount);
+    mStretches.reserve(std::max<std::size_t>(iCount, 1)); // without changes there is one
 }
 
 void Time_MeterMapIndex::Update(const Cmn_PolyVector<Time_MeterChange>& iChanges, std::size_t iUnchanged)
 {
     const std::size_t unchanged = std::min({iUnchanged, mStretches.size(), iChanges.size()});
     mStretches.resize(unchanged);
-    mTicks.resize(unchanged);
-    mBars.resize(unchanged);
     for (std::size_t i = unchanged; i < iChanges.size(); ++i)
         Add(iChanges[i]);
     if (mStretches.empty())
         Add({Time_MeterMap::cDefaultSongStartTick, Time_Meter(), Time_MeterMap::cDefaultSongStartBar});
-    mByTick.Update(mTicks.data(), mTicks.size(), unchanged);
-    mByBar.Update(mBars.data(), mBars.size(), unchanged);
+    mByTick.Splice(mStretches.size(), unchanged, 0, [this](std::size_t i) { return mStretches[i].mTick; });
+    mByBar.Splice(mStretches.size(), unchanged, 0, [this](std::size_t i) { return mStretches[i].mBar; });
 }
 
 void Time_MeterMapIndex::Add(const Time_MeterChange& iChange)
@@ -30,15 +26,13 @@ void Time_MeterMapIndex::Add(const Time_MeterChange& iChange)
     const Cmn_Int64 barLength = BarLength(iChange.GetMeter());
     const Cmn_Int32 numerator = std::max(iChange.GetMeter().GetNumerator(), 1);
     Cmn_Int64 bar = iChange.GetBarNumber();
-    if (!mBars.empty() && bar < mBars.back()) {
+    if (!mStretches.empty() && bar < mStretches.back().mBar) {
         constexpr int cNumberBits = 32;
-        const Cmn_Int64 wraps = ((mBars.back() - bar - 1) >> cNumberBits) + 1;
+        const Cmn_Int64 wraps = ((mStretches.back().mBar - bar - 1) >> cNumberBits) + 1;
         bar += wraps << cNumberBits;
     }
     mStretches.push_back({iChange.GetTick().AsInt64(), barLength, barLength / numerator,
                           static_cast<Cmn_Int32>(barLength % numerator), numerator, bar});
-    mTicks.push_back(iChange.GetTick().AsInt64());
-    mBars.push_back(bar);
 }
 
 Time_MeterMapIndex::Position Time_MeterMapIndex::BarlineAtOrAfter(Cmn_Int64 iTick) const

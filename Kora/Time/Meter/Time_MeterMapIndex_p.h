@@ -41,13 +41,20 @@ public:
 
     Time_MeterMapIndex();
 
+    // Makes room for an update with so many changes, which then throws nothing.
     void Reserve(std::size_t iCount);
     // Takes the changes over; the first iUnchanged of them are as they were at the last call.
     void Update(const Cmn_PolyVector<Time_MeterChange>& iChanges, std::size_t iUnchanged);
 
     // The change that governs a tick, or a bar: the last one not after it, or the first.
-    std::size_t FindByTick(Cmn_Int64 iTick) const { return mByTick.Find(iTick); }
-    std::size_t FindByBar(Cmn_Int64 iBar) const { return mByBar.Find(iBar); }
+    std::size_t FindByTick(Cmn_Int64 iTick) const
+    {
+        return mByTick.Find(iTick, [this](std::size_t i) { return mStretches[i].mTick; });
+    }
+    std::size_t FindByBar(Cmn_Int64 iBar) const
+    {
+        return mByBar.Find(iBar, [this](std::size_t i) { return mStretches[i].mBar; });
+    }
 
     Cmn_Int64 ToTick(const Position& iPosition) const;
     Position ToPosition(Cmn_Int64 iTick) const;
@@ -140,8 +147,6 @@ private:
     std::vector<Stretch> mStretches;
     Time_SearchIndex<Cmn_Int64> mByTick;
     Time_SearchIndex<Cmn_Int64> mByBar;
-    std::vector<Cmn_Int64> mTicks; // the keys of the two, which take them whole or from a place on
-    std::vector<Cmn_Int64> mBars;
 };
 
 inline Cmn_Int64 Time_MeterMapIndex::ToTick(const Position& iPosition) const

@@ -100,17 +100,17 @@ void Time_BasicTempoMap::BuildIndex()
     mIsIndexed = false;
     if (mSegments.empty()) return;
     if (!mIndex) mIndex = std::make_unique<Index>();
-    mIndex->mTicks.Build(mSegments.size(),
-                         [this](std::size_t i) { return mSegments[i].GetStartTick().AsInt64(); });
-    const auto startSample = [this](std::size_t i) { return mSegments[i].GetFractionalStartSample(); };
+    const auto startSample = Index::SamplesOf(mSegments.data());
     bool ascend = startSample(0) == startSample(0);
     for (std::size_t i = 1; i < mSegments.size(); ++i)
         ascend = ascend && startSample(i) >= startSample(i - 1);
     mIndex->mSamplesAscend = ascend;
+    mIndex->mLowest.resize(ascend ? 0 : mSegments.size());
+    mIndex->mTicks.Build(mSegments.size(), Index::TicksOf(mSegments.data()));
     if (ascend) {
         mIndex->mSamples.Build(mSegments.size(), startSample);
     } else {
-        std::vector<double> lowest(mSegments.size());
+        std::vector<double>& lowest = mIndex->mLowest;
         double soFar = std::numeric_limits<double>::infinity();
         for (std::size_t i = mSegments.size(); i-- > 0;)
             lowest[i] = soFar = startSample(i) < soFar ? startSample(i) : soFar;
@@ -164,21 +164,19 @@ void Time_BasicTempoMap::Splice(std::size_t iFirst, std::size_t iLast, const Tim
     const std::size_t unchangedFrom = ChainStarts(behind, chainEnd, ascend);
     if (!ascend) return BuildIndex();
     const std::size_t count = mSegments.size();
-    mIndex->mTicks.Splice(count, iFirst, count - behind,
-                          [this](std::size_t i) { return mSegments[i].GetStartTick().AsInt64(); });
-    mIndex->mSamples.Splice(count, iFirst, count - unchangedFrom,
-                            [this](std::size_t i) { return mSegments[i].GetFractionalStartSample(); });
+    mIndex->mTicks.Splice(count, iFirst, count - behind, Index::TicksOf(mSegments.data()));
+    mIndex->mSamples.Splice(count, iFirst, count - unchangedFrom, Index::SamplesOf(mSegments.data()));
     mIsIndexed = true;
 }
 
 std::size_t Time_BasicTempoMap::FindSegmentAtTick(Time_Tick iTick) const KORA_NONBLOCKING
 {
-    return mIsIndexed ? mIndex->mTicks.Find(iTick.AsInt64()) : SearchTick(mSegments, iTick);
+    return mIsIndexed ? mIndex->FindTick(mSegments.data(), iTick.AsInt64()) : SearchTick(mSegments, iTick);
 }
 
 std::size_t Time_BasicTempoMap::FindSegmentAtSample(Time_Sample iSample) const KORA_NONBLOCKING
 {
-    return mIsIndexed ? mIndex->mSamples.Find(static_cast<double>(iSample.AsInt64()))
+    return mIsIndexed ? mIndex->FindSample(mSegments.data(), static_cast<double>(iSample.AsInt64()))
                       : SearchSample(mSegments, iSample);
 }
 

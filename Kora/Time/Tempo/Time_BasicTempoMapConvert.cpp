@@ -25,14 +25,15 @@ std::size_t Advance(std::size_t iSegment, std::size_t iCount, StartsAtOrBefore i
 
 inline const Time_BasicTempoMapSegment& Time_BasicTempoMap::SegmentAtTick(Time_Tick iTick) const
 {
-    return mIsIndexed ? mSegments[mIndex->mTicks.Find(iTick.AsInt64())]
+    return mIsIndexed ? mSegments[mIndex->FindTick(mSegments.data(), iTick.AsInt64())]
                       : SearchedAt(FindSegmentAtTick(iTick));
 }
 
 inline const Time_BasicTempoMapSegment& Time_BasicTempoMap::SegmentAtSample(Time_Sample iSample) const
 {
-    return mIsIndexed ? mSegments[mIndex->mSamples.Find(static_cast<double>(iSample.AsInt64()))]
-                      : SearchedAt(FindSegmentAtSample(iSample));
+    return mIsIndexed
+               ? mSegments[mIndex->FindSample(mSegments.data(), static_cast<double>(iSample.AsInt64()))]
+               : SearchedAt(FindSegmentAtSample(iSample));
 }
 
 const Time_BasicTempoMapSegment& Time_BasicTempoMap::SearchedAt(std::size_t iIndex) const

@@ -52,7 +52,7 @@ struct Time_BasicTempoMap::TicksToSamplesDirection
     const double mLimit;
     const Cmn_Int64 mMaximum;
 
-    std::size_t Find(Cmn_Int64 iTick) const { return mMap.mIndex->mTicks.Find(iTick); }
+    std::size_t Find(Cmn_Int64 iTick) const { return mMap.mIndex->FindTick(mMap.mSegments.data(), iTick); }
     bool Starts(std::size_t iIndex, Cmn_Int64 iTick) const
     {
         return mMap.mSegments[iIndex].GetStartTick().AsInt64() <= iTick;
@@ -76,21 +76,21 @@ struct Time_BasicTempoMap::TicksToSamplesDirection
 struct Time_BasicTempoMap::SamplesToTicksDirection
 {
     const Time_BasicTempoMap& mMap;
-    const double* const mStarts;
 
+    double Start(std::size_t iIndex) const { return mMap.mIndex->KeySample(mMap.mSegments.data(), iIndex); }
     std::size_t Find(Cmn_Int64 iSample) const
     {
-        return mMap.mIndex->mSamples.Find(static_cast<double>(iSample));
+        return mMap.mIndex->FindSample(mMap.mSegments.data(), static_cast<double>(iSample));
     }
     bool Starts(std::size_t iIndex, Cmn_Int64 iSample) const
     {
-        return mStarts[iIndex] <= static_cast<double>(iSample);
+        return Start(iIndex) <= static_cast<double>(iSample);
     }
     Time_VectorLine Line(std::size_t iIndex) const
     {
         Time_VectorLine line = Time_BasicTempoMapLine::SamplesToTicks(mMap.mSegments[iIndex]);
-        if (iIndex != 0) line.mBegin = std::max(line.mBegin, mStarts[iIndex]);
-        if (iIndex + 1 < mMap.mSegments.size()) line.mEnd = std::min(line.mEnd, mStarts[iIndex + 1]);
+        if (iIndex != 0) line.mBegin = std::max(line.mBegin, Start(iIndex));
+        if (iIndex + 1 < mMap.mSegments.size()) line.mEnd = std::min(line.mEnd, Start(iIndex + 1));
         return line;
     }
     Cmn_Int64 Convert(std::size_t iIndex, Cmn_Int64 iSample) const
@@ -120,7 +120,7 @@ void Time_BasicTempoMap::SamplesToTicks(Cmn_Int64* ioTimes, std::size_t iCount) 
             ioTimes[i] = SampleToTick(Time_Sample(ioTimes[i])).AsInt64();
         return;
     }
-    ConvertAll(SamplesToTicksDirection{*this, mIndex->mSamples.GetKeys()}, mSegments.size(), ioTimes, iCount);
+    ConvertAll(SamplesToTicksDirection{*this}, mSegments.size(), ioTimes, iCount);
 }
 
 void Time_BasicTempoMap::TimesToType(Time_TypedVector* ioTimes, Time_EType iType) const KORA_NONBLOCKING

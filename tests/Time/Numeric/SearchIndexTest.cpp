@@ -1,5 +1,6 @@
 #include "Kora/Time/Numeric/Time_SearchIndex_p.h"
 #include "Kora/Time/Values/Time_OrderByTick_p.h"
+#include "Support/AllocationCounter.h"
 #include "Time/TimeFixture.h"
 
 namespace {
@@ -11,11 +12,11 @@ std::size_t PlainFind(const std::vector<Key>& iKeys, Key iProbe)
     return after == iKeys.begin() ? 0 : static_cast<std::size_t>(after - iKeys.begin()) - 1;
 }
 
-// Spreads of keys: even, clustered (most in one bucket), and growing without end.
+// Spreads of keys: even, clustered (most in one bucket), growing, clusters in clusters, and powers.
 template <class Key>
 std::vector<Key> RandomKeys(std::mt19937_64& ioRandom, std::size_t iCount)
 {
-    const int spread = static_cast<int>(ioRandom() % 3);
+    const int spread = static_cast<int>(ioRandom() % 5);
     std::vector<Key> keys;
     Key key = static_cast<Key>(ioRandom() % 1000) - 500;
     for (std::size_t i = 0; i < iCount; ++i) {
@@ -25,8 +26,12 @@ std::vector<Key> RandomKeys(std::mt19937_64& ioRandom, std::size_t iCount)
             key += step;
         else if (spread == 1)
             key += i == iCount / 2 ? step * 1000000 : 1;
-        else
+        else if (spread == 2)
             key += step * static_cast<Key>(i + 1);
+        else if (spread == 3)
+            key += i % 7 != 0 ? 1 : i % 49 != 0 ? step * 1000 : step * 1000000000;
+        else
+            key += 1 + static_cast<Key>(std::ldexp(1.0, static_cast<int>(i % 300) / 6));
     }
     return keys;
 }
@@ -35,6 +40,7 @@ template <class Key>
 void ExpectFindsAsPlain(const Time_SearchIndex<Key>& iIndex, const std::vector<Key>& iKeys,
                         std::mt19937_64& ioRandom)
 {
+    const auto keyAt = [&](std::size_t i) { return iKeys[i]; };
     std::vector<Key> probes = {std::numeric_limits<Key>::lowest(), std::numeric_limits<Key>::max()};
     for (const Key key : iKeys)
         probes.insert(probes.end(), {key - 1, key, key + 1});
@@ -44,7 +50,8 @@ void ExpectFindsAsPlain(const Time_SearchIndex<Key>& iIndex, const std::vector<K
                          static_cast<Key>(part * static_cast<double>(iKeys.back() - iKeys.front())));
     }
     for (const Key probe : probes)
-        ASSERT_EQ(iIndex.Find(probe), PlainFind(iKeys, probe)) << iKeys.size() << " keys, probe " << probe;
+        ASSERT_EQ(iIndex.Find(probe, keyAt), PlainFind(iKeys, probe))
+            << iKeys.size() << " keys, probe " << probe;
 }
 
 template <class Key>
@@ -63,7 +70,7 @@ TYPED_TEST(SearchIndex, FindsWhatAPlainSearchFindsAfterBuildsAndUpdates)
         std::mt19937_64 random(seed);
         std::vector<TypeParam> keys = RandomKeys<TypeParam>(random, seed < 5 ? seed : random() % 300);
         Time_SearchIndex<TypeParam> index;
-        index.Build(keys.data(), keys.size());
+        index.Build(keys.size(), [&](std::size_t i) { return keys[i]; });
         ExpectFindsAsPlain(index, keys, random);
         for (int edit = 0; edit < 20 && !keys.empty(); ++edit) {
             // One key more or less, often at the end, and all behind it moved, as a changed tempo moves all
@@ -85,15 +92,41 @@ TYPED_TEST(SearchIndex, FindsWhatAPlainSearchFindsAfterBuildsAndUpdates)
     }
 }
 
+// A few comparisons where a binary search takes ten and more, in bounded memory, however keys lie; and the
+// same answers where there is no memory at all.
+TYPED_TEST(SearchIndex, ReadsFewKeysInBoundedMemoryAndServesWithoutIt)
+{
+    for (unsigned seed = 0; seed < 40; ++seed) {
+        SCOPED_TRACE(seed);
+        std::mt19937_64 random(seed);
+        const std::vector<TypeParam> keys = RandomKeys<TypeParam>(random, 2000);
+        std::size_t read = 0;
+        const auto keyAt = [&](std::size_t i) { return ++read, keys[i]; };
+        Time_SearchIndex<TypeParam> index;
+        index.Build(keys.size(), keyAt);
+        EXPECT_LE(index.GetByteCount(), keys.size() * index.cMostBytes);
+        read = 0;
+        for (const TypeParam key : keys)
+            ASSERT_EQ(index.Find(key, keyAt), PlainFind(keys, key));
+        EXPECT_LT(read, keys.size() * 4);
+        for (long long nth = 1; nth < 9; ++nth) {
+            const StRefusedAllocation refused(nth);
+            index.Splice(keys.size() / 2, nth == 1 ? 0 : 900, 0, keyAt);
+            index.Splice(keys.size(), keys.size() / 2, 0, keyAt);
+            ASSERT_EQ(index.Find(keys[1234], keyAt), PlainFind(keys, keys[1234]));
+        }
+    }
+}
+
 TEST(SearchIndexOfIntegers, FindsKeysAtTheEndsOfTheRange)
 {
     constexpr Cmn_Int64 cMin = std::numeric_limits<Cmn_Int64>::min(),
                         cMax = std::numeric_limits<Cmn_Int64>::max();
     const std::vector<Cmn_Int64> keys = {cMin, -1, 0, cMax};
     Time_SearchIndex<Cmn_Int64> index;
-    index.Build(keys.data(), keys.size());
+    index.Build(keys.size(), [&](std::size_t i) { return keys[i]; });
     for (const Cmn_Int64 probe : {cMin, cMin + 1, Cmn_Int64{-2}, Cmn_Int64{-1}, Cmn_Int64{0}, cMax - 1, cMax})
-        EXPECT_EQ(index.Find(probe), PlainFind(keys, probe)) << probe;
+        EXPECT_EQ(index.Find(probe, [&](std::size_t i) { return keys[i]; }), PlainFind(keys, probe)) << probe;
 }
 
 TEST(OrderByTick, IsThatOfAStableSort)
