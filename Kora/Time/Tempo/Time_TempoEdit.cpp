@@ -30,6 +30,15 @@ std::vector<Piece> PiecesOf(const Time_TempoMap& iMap, Time_Tick iFrom, Time_Tic
     return pieces;
 }
 
+double SamplesOf(const std::vector<Piece>& iPieces, Time_Tick iEnd, double iSampleRate)
+{
+    double samples = 0;
+    for (std::size_t i = 0; i < iPieces.size(); ++i)
+        samples += TicksBetween(iPieces[i].mStart, i + 1 < iPieces.size() ? iPieces[i + 1].mStart : iEnd) *
+                   SamplesPerTick(iPieces[i], iSampleRate);
+    return samples;
+}
+
 const Time_TempoMapSegment* LockBefore(const Time_TempoMap& iMap, Time_Tick iTick)
 {
     auto iter = iMap.FindControllingSegment(iTick);
@@ -63,11 +72,19 @@ Time_Tick FirstEditableTick(const Time_TempoMap& iMap)
     return firstLock != nullptr ? firstLock->GetStartTick() : Time_TempoMap::cDefaultSongStartTick;
 }
 
-Result CheckFrom(const Time_TempoMap& iMap, Time_Tick iFrom)
+Result CheckTick(const Time_TempoMap& iMap, Time_Tick iTick)
 {
     const Time_Tick first = FirstEditableTick(iMap);
-    if (iFrom < first)
+    if (iTick < first)
         return {.mReason = Result::eReason_BeforeSongStart, .mNearest = static_cast<double>(first.AsInt64())};
+    if (iTick > cLastTick)
+        return {.mReason = Result::eReason_OutOfLimits, .mNearest = static_cast<double>(cLastTick.AsInt64())};
+    return {};
+}
+
+Result CheckFrom(const Time_TempoMap& iMap, Time_Tick iFrom)
+{
+    if (const Result result = CheckTick(iMap, iFrom); !result) return result;
     const Time_TempoMapSegment* const lock = LockFrom(iMap, iFrom + Time_TickLength(1));
     if (lock == nullptr) return {};
     return {.mReason = Result::eReason_Locked,
@@ -76,16 +93,32 @@ Result CheckFrom(const Time_TempoMap& iMap, Time_Tick iFrom)
 
 Result CheckRange(const Time_TempoMap& iMap, Time_Tick iFrom, Time_Tick iTo)
 {
-    return iFrom < iTo ? CheckFrom(iMap, iFrom) : Result{.mReason = Result::eReason_EmptyRange};
+    if (iFrom >= iTo) return {.mReason = Result::eReason_EmptyRange};
+    const Result result = CheckTick(iMap, iTo);
+    return result ? CheckFrom(iMap, iFrom) : result;
 }
 
 Result CheckTempo(double iBeatsPerMinute, const Time_TickLength& iTicksPerBeat)
 {
+    // The lengths of a beat that both limits, of beats and of quarters, leave a tempo for.
+    constexpr double cShortest = 4805, cLongest = 96000000;
+    const double beat = iTicksPerBeat.AsFloat64();
+    if (!(beat >= cShortest && beat <= cLongest))
+        return {.mReason = Result::eReason_NoSuchBeat, .mNearest = beat > cLongest ? cLongest : cShortest};
     const Time_TempoLimits& limits = Time_TempoEdit::GetTempoLimits();
-    if (iTicksPerBeat.AsInt64() <= 0) return {.mReason = Result::eReason_EmptyRange};
     const double min = limits.GetMinBPM(iTicksPerBeat), max = limits.GetMaxBPM(iTicksPerBeat);
     if (iBeatsPerMinute >= min && iBeatsPerMinute <= max) return {};
     return {.mReason = Result::eReason_OutOfLimits, .mNearest = iBeatsPerMinute > max ? max : min};
+}
+
+LengthRange LengthsWithinLimits(const Piece& iPiece, Time_Tick iEnd, double iSampleRate)
+{
+    constexpr double cBits = 1e-9; // halves of a bit do not keep a limit from being reached
+    LengthRange range;
+    Time_ConstantTempoSeg(iPiece.mStart, iPiece.mBeatsPerMinute, iPiece.mTicksPerBeat)
+        .ComputeSampleLengthLimits(range.mMin, range.mMax, iEnd - iPiece.mStart,
+                                   Time_TempoEdit::GetTempoLimits(), iSampleRate);
+    return {range.mMin * (1 - cBits), range.mMax * (1 + cBits)};
 }
 
 SegmentPtr SegmentOf(const Piece& iPiece, const Time_TempoMapSegment* iOld)
@@ -99,30 +132,97 @@ SegmentPtr SegmentOf(const Piece& iPiece, const Time_TempoMapSegment* iOld)
     return segment;
 }
 
-void Commit(Time_TempoMap& ioMap, Time_Tick iFrom, Time_Tick iTo, const std::vector<Piece>& iPieces,
-            const std::optional<Piece>& iTail)
+namespace {
+
+bool IsSame(const Time_TempoMapSegment& iA, const Time_TempoMapSegment& iB)
 {
-    const auto oldAt = [&](Time_Tick iTick) {
-        const auto found = ioMap.FindSegment(iTick);
-        return found != ioMap.SegmentEnd() ? found->get() : nullptr;
-    };
-    const Time_TempoMap_StEditOptimizer edit(ioMap);
-    ioMap.EnsureSongStart();
+    const bool isMarkedAlike = iA.GetStartTick() == iB.GetStartTick() &&
+                               iA.IsLockedToSample() == iB.IsLockedToSample() &&
+                               iA.IsComputed() == iB.IsComputed() && iA.IsSongStart() == iB.IsSongStart() &&
+                               iA.IsCopyAnchor() == iB.IsCopyAnchor() &&
+                               (!iA.IsLockedToSample() || iA.GetStartSample() == iB.GetStartSample());
+    if (!isMarkedAlike) return false;
+    double tempoA = 0, tempoB = 0;
+    Time_TickLength beatA(0), beatB(0);
+    if (iA.GetTempo(tempoA, beatA) != iB.GetTempo(tempoB, beatB)) return false;
+    return beatA == beatB && (iA.IsComputed() || tempoA == tempoB);
+}
+
+const Time_TempoMapSegment* SegmentAt(const Time_TempoMap& iMap, Time_Tick iTick)
+{
+    const auto found = iMap.FindSegment(iTick);
+    return found != iMap.SegmentEnd() ? found->get() : nullptr;
+}
+
+// On a map that has its song start.
+Change ChangeOfTempi(const Time_TempoMap& iMap, Time_Tick iFrom, Time_Tick iTo,
+                     const std::vector<Piece>& iPieces, const std::optional<Piece>& iTail)
+{
     std::vector<SegmentPtr> segments;
     segments.reserve(iPieces.size() + 1);
     for (const Piece& piece : iPieces)
-        segments.push_back(SegmentOf(piece, oldAt(piece.mStart)));
+        segments.push_back(SegmentOf(piece, SegmentAt(iMap, piece.mStart)));
     // A tempo that goes on anyway is not put there once more.
-    const Piece behind = iTail ? *iTail : PieceAt(ioMap, iTo);
-    const Piece reigning = iPieces.empty() ? PieceAt(ioMap, iFrom - Time_TickLength(1)) : iPieces.back();
-    const bool goesOn =
-        reigning.mBeatsPerMinute == behind.mBeatsPerMinute && reigning.mTicksPerBeat == behind.mTicksPerBeat;
+    const Piece behind = iTail ? *iTail : PieceAt(iMap, iTo);
+    const Piece reigning = iPieces.empty() ? PieceAt(iMap, iFrom - Time_TickLength(1)) : iPieces.back();
+    const Time_TempoMapSegment* const oldBehind = SegmentAt(iMap, iTo);
     Time_Tick end = iTo;
-    if (iTail || (oldAt(iTo) == nullptr && !goesOn)) {
-        segments.push_back(SegmentOf(behind, oldAt(iTo)));
+    if (iTail || (oldBehind == nullptr && !HasTempoOf(reigning, behind))) {
+        segments.push_back(SegmentOf(behind, oldBehind));
         end = iTo + Time_TickLength(1);
     }
-    ioMap.ReplaceSegments(iFrom, end, std::move(segments));
+    return ChangeTo(iMap, iFrom, end, std::move(segments));
+}
+
+} // namespace
+
+Change ChangeTo(const Time_TempoMap& iMap, Time_Tick iStart, Time_Tick iEnd,
+                std::vector<SegmentPtr> iSegments)
+{
+    auto first = iMap.FindControllingSegment(iStart), last = first;
+    const auto end = iMap.SegmentEnd();
+    if (first != end && (*first)->GetStartTick() < iStart) last = ++first;
+    last = iMap.FindControllingSegment(iEnd);
+    if (last != end && (*last)->GetStartTick() < iEnd) ++last;
+
+    auto newFirst = iSegments.begin(), newLast = iSegments.end();
+    for (; first < last && newFirst < newLast && IsSame(**first, **newFirst); ++first)
+        ++newFirst;
+    for (; first < last && newFirst < newLast && IsSame(**(last - 1), **(newLast - 1)); --last)
+        --newLast;
+    if (first >= last && newFirst >= newLast) return {};
+    Change change;
+    const bool hasOld = first < last, hasNew = newFirst < newLast;
+    const Time_Tick oldStart = hasOld ? (*first)->GetStartTick() : (*newFirst)->GetStartTick(),
+                    newStart = hasNew ? (*newFirst)->GetStartTick() : oldStart,
+                    oldLast = hasOld ? (*(last - 1))->GetStartTick() : oldStart,
+                    newLastStart = hasNew ? (*(newLast - 1))->GetStartTick() : oldLast;
+    change.mStart = std::min(oldStart, newStart);
+    change.mEnd = std::max(oldLast, newLastStart) + Time_TickLength(1);
+    iSegments.erase(newLast, iSegments.end());
+    iSegments.erase(iSegments.begin(), newFirst);
+    change.mSegments = std::move(iSegments);
+    return change;
+}
+
+void Apply(Time_TempoMap& ioMap, Change iChange)
+{
+    if (iChange.IsNothing()) return;
+    const Time_TempoMap_StEditOptimizer edit(ioMap);
+    if (iChange.mEnsuresSongStart) ioMap.EnsureSongStart();
+    ioMap.ReplaceSegments(iChange.mStart, iChange.mEnd, std::move(iChange.mSegments));
+}
+
+void Commit(Time_TempoMap& ioMap, Time_Tick iFrom, Time_Tick iTo, const std::vector<Piece>& iPieces,
+            const std::optional<Piece>& iTail)
+{
+    if (ioMap.FindSongStart() != ioMap.SegmentEnd())
+        return Apply(ioMap, ChangeOfTempi(ioMap, iFrom, iTo, iPieces, iTail));
+    Time_TempoMap tried(ioMap);
+    tried.EnsureSongStart();
+    Change change = ChangeOfTempi(tried, iFrom, iTo, iPieces, iTail);
+    change.mEnsuresSongStart = true;
+    Apply(ioMap, std::move(change));
 }
 
 } // namespace Time_TempoEditDetail
@@ -157,18 +257,27 @@ Time_TempoEditResult Time_TempoEdit::ClearRange(Time_TempoMap& ioMap, Time_Tick 
 
 namespace {
 
-struct FactorRange
+// What values may be; none, where mMin is above mMax.
+struct ValueRange
 {
-    double mMin = 0;
+    double mMin = -1e300;
     double mMax = 1e300;
+
+    Result Check(double iValue) const
+    {
+        if (iValue >= mMin && iValue <= mMax) return {};
+        const double nearest = mMin > mMax     ? std::numeric_limits<double>::quiet_NaN()
+                               : iValue > mMax ? mMax
+                                               : mMin;
+        return {.mReason = Result::eReason_OutOfLimits, .mNearest = nearest};
+    }
 };
 
-// The factors by which all the pieces stay within the limits; none, and mMin is above
-// mMax, where they cannot.
-FactorRange FactorsWithinLimits(const std::vector<Piece>& iPieces)
+// The factors by which all the pieces stay within the limits.
+ValueRange FactorsWithinLimits(const std::vector<Piece>& iPieces)
 {
     const Time_TempoLimits& limits = Time_TempoEdit::GetTempoLimits();
-    FactorRange range;
+    ValueRange range;
     for (const Piece& piece : iPieces) {
         range.mMin = std::max(range.mMin, limits.GetMinBPM(piece.mTicksPerBeat) / piece.mBeatsPerMinute);
         range.mMax = std::min(range.mMax, limits.GetMaxBPM(piece.mTicksPerBeat) / piece.mBeatsPerMinute);
@@ -197,10 +306,7 @@ Time_TempoEditResult Time_TempoEdit::Scale(Time_TempoMap& ioMap, Time_Tick iFrom
 {
     if (const Result result = CheckRange(ioMap, iFrom, iTo); !result) return result;
     std::vector<Piece> pieces = PiecesOf(ioMap, iFrom, iTo);
-    const FactorRange factors = FactorsWithinLimits(pieces);
-    if (!(iFactor >= factors.mMin && iFactor <= factors.mMax))
-        return {.mReason = Result::eReason_OutOfLimits,
-                .mNearest = iFactor > factors.mMax ? factors.mMax : factors.mMin};
+    if (const Result result = FactorsWithinLimits(pieces).Check(iFactor); !result) return result;
     ScaleBy(pieces, iFactor);
     Commit(ioMap, iFrom, iTo, pieces);
     return {};
@@ -211,13 +317,14 @@ Time_TempoEditResult Time_TempoEdit::Offset(Time_TempoMap& ioMap, Time_Tick iFro
 {
     if (const Result result = CheckRange(ioMap, iFrom, iTo); !result) return result;
     std::vector<Piece> pieces = PiecesOf(ioMap, iFrom, iTo);
-    double min = -1e300, max = 1e300;
+    ValueRange range;
     for (const Piece& piece : pieces) {
-        min = std::max(min, GetTempoLimits().GetMinBPM(piece.mTicksPerBeat) - piece.mBeatsPerMinute);
-        max = std::min(max, GetTempoLimits().GetMaxBPM(piece.mTicksPerBeat) - piece.mBeatsPerMinute);
+        range.mMin =
+            std::max(range.mMin, GetTempoLimits().GetMinBPM(piece.mTicksPerBeat) - piece.mBeatsPerMinute);
+        range.mMax =
+            std::min(range.mMax, GetTempoLimits().GetMaxBPM(piece.mTicksPerBeat) - piece.mBeatsPerMinute);
     }
-    if (!(iBeatsPerMinute >= min && iBeatsPerMinute <= max))
-        return {.mReason = Result::eReason_OutOfLimits, .mNearest = iBeatsPerMinute > max ? max : min};
+    if (const Result result = range.Check(iBeatsPerMinute); !result) return result;
     for (Piece& piece : pieces)
         piece.mBeatsPerMinute = Limited(piece.mBeatsPerMinute + iBeatsPerMinute, piece.mTicksPerBeat);
     Commit(ioMap, iFrom, iTo, pieces);
@@ -230,25 +337,17 @@ Time_TempoEditResult Time_TempoEdit::FitToLength(Time_TempoMap& ioMap, Time_Tick
 {
     if (iLength.AsInt64() <= 0) return {.mReason = Result::eReason_EmptyRange};
     if (const Result result = CheckRange(ioMap, iFrom, iTo); !result) return result;
+    const double start = ioMap.GetBasicTempoMap().FractionalSampleAtTick(iFrom);
+    const double endOffset = static_cast<double>(ioMap.TickToSample(iFrom, false).AsInt64()) - start;
+    ValueRange lengths;
+    ioMap.GetLengthConstraintsForRange(lengths.mMin, lengths.mMax, iFrom, iTo, GetTempoLimits());
+    // Whole samples in between.
+    lengths = {-static_cast<double>(Cmn_FloorToInt64(endOffset - lengths.mMin)),
+               static_cast<double>(Cmn_FloorToInt64(lengths.mMax - endOffset))};
+    const auto asked = static_cast<double>(iLength.AsInt64());
+    if (const Result result = lengths.Check(asked); !result) return result;
     std::vector<Piece> pieces = PiecesOf(ioMap, iFrom, iTo);
-    const Time_BasicTempoMap& basicMap = ioMap.GetBasicTempoMap();
-    const double start = basicMap.FractionalSampleAtTick(iFrom);
-    const auto startSample = static_cast<double>(ioMap.TickToSample(iFrom, false).AsInt64());
-    double length = 0;
-    for (std::size_t i = 0; i < pieces.size(); ++i)
-        length += TicksBetween(pieces[i].mStart, i + 1 < pieces.size() ? pieces[i + 1].mStart : iTo) *
-                  SamplesPerTick(pieces[i], ioMap.GetSampleRate());
-    const double endOffset = startSample - start;
-    const double factor = length / (static_cast<double>(iLength.AsInt64()) + endOffset);
-    const FactorRange factors = FactorsWithinLimits(pieces);
-    if (!(factor >= factors.mMin && factor <= factors.mMax)) {
-        // Lengths in between: the longest one is that of the least factor.
-        const double nearest = factor > factors.mMax
-                                   ? -static_cast<double>(Cmn_FloorToInt64(endOffset - length / factors.mMax))
-                                   : static_cast<double>(Cmn_FloorToInt64(length / factors.mMin - endOffset));
-        return {.mReason = Result::eReason_OutOfLimits, .mNearest = nearest};
-    }
-    ScaleBy(pieces, factor);
+    ScaleBy(pieces, SamplesOf(pieces, iTo, ioMap.GetSampleRate()) / (asked + endOffset));
     Commit(ioMap, iFrom, iTo, pieces);
     return {};
 }

@@ -4,15 +4,15 @@
 //                        FROM      TO
 //                    | 120 |180 |135 |90
 //
-// Each call is one edit of its map, with one notice to undo and one broadcast, or it is refused with the
-// reason and changes nothing. What lies behind a range edit keeps its tempo: where none starts at the range's
-// end, the one in force there before is put there.
+// Each call is one edit of its map, with one notice to undo and one broadcast; or it is refused with the
+// reason and changes nothing; or the map is so already, and nobody is told. What lies behind a range edit
+// keeps its tempo: where none starts at the range's end, the one in force there before is put there.
 //
 // Locks:      a locked position has its sample whatever is edited elsewhere. Between two locks there is
 //             one tempo, which is computed. So tempi are edited behind the last lock only
 //             (eReason_Locked elsewhere), and time that is inserted or deleted moves the locks behind it
 //             along, by whole samples.
-// Song start: a map without any lock gets one with its first edit, at the sample nearest to where it is.
+// Song start: a map without any lock gets one with its first tempo, at the sample nearest to where it is.
 //             Nothing is edited before the first lock but by locking a position there.
 // Units:      ticks are internal; tempi in beats per minute of their beat; samples at the map's
 //             rate. Ranges are [from, to).
@@ -112,10 +112,15 @@ public:
     // iLength ticks at the tempo in force before iAt; all that is at iAt or later moves, but for the song
     // start. Deleting the same stretch then is the identity.
     static Time_TempoEditResult InsertTime(Time_TempoMap& ioMap, Time_Tick iAt, Time_TickLength iLength);
-    // The tempo in force at iTo goes on from iFrom.
+    // The tempo in force at iTo goes on from iFrom. Refused where what is left between two locks cannot have
+    // a tempo within the limits (mNearest: the nearest sample of the later one).
     static Time_TempoEditResult DeleteTime(Time_TempoMap& ioMap, Time_Tick iFrom, Time_Tick iTo);
     // A stretch with the tempi that it has; locks are not copied.
     static Copied CopyRange(const Time_TempoMap& iMap, Time_Tick iFrom, Time_Tick iTo);
     // Opens a stretch with the copy's tempi; behind it the tempo in force at iAt goes on.
     static Time_TempoEditResult InsertCopied(Time_TempoMap& ioMap, Time_Tick iAt, const Copied& iCopied);
+    // The stretch with its tempi to before what is at iPosition now, as deleted and
+    // then inserted; its locks go.
+    static Time_TempoEditResult MoveTime(Time_TempoMap& ioMap, Time_Tick iFrom, Time_Tick iTo,
+                                         Time_Tick iPosition);
 };

@@ -16,25 +16,19 @@ std::optional<Point> PointOf(const Time_TempoMapSegment* iLock)
     return Point{iLock->GetStartTick(), iLock->GetStartSample()};
 }
 
-// What a point may be, from the neighbour to one side of it.
+// What a point may be. Beyond 2^53 samples are not exact any more.
 struct SampleRange
 {
-    double mMin = -1e300;
-    double mMax = 1e300;
+    double mMin = -9007199254740992.0;
+    double mMax = 9007199254740992.0;
 };
 
-// The whole samples that a stretch may last within the tempo limits.
+// The whole samples that a stretch may last within the tempo limits; at least one.
 SampleRange LengthsBetween(const Time_TempoMap& iMap, Time_Tick iFrom, Time_Tick iTo)
 {
-    const Piece piece = PieceAt(iMap, iFrom);
-    double min, max;
-    Time_ConstantTempoSeg(iFrom, piece.mBeatsPerMinute, piece.mTicksPerBeat)
-        .ComputeSampleLengthLimits(min, max, Time_TickLength(Cmn_WrapSub(iTo.AsInt64(), iFrom.AsInt64())),
-                                   Time_TempoEdit::GetTempoLimits(), iMap.GetSampleRate());
-    // A length below a sample is none; halves of a bit do not keep a limit from being reached.
-    constexpr double cBits = 1e-9;
-    return {std::max(1.0, -static_cast<double>(Cmn_FloorToInt64(-(min * (1 - cBits))))),
-            static_cast<double>(Cmn_FloorToInt64(max * (1 + cBits)))};
+    const LengthRange lengths = LengthsWithinLimits(PieceAt(iMap, iFrom), iTo, iMap.GetSampleRate());
+    return {std::max(1.0, -static_cast<double>(Cmn_FloorToInt64(-lengths.mMin))),
+            static_cast<double>(Cmn_FloorToInt64(lengths.mMax))};
 }
 
 Result CheckPoint(const Time_TempoMap& iMap, const Point& iPoint, const std::optional<Point>& iBefore,
@@ -45,7 +39,8 @@ Result CheckPoint(const Time_TempoMap& iMap, const Point& iPoint, const std::opt
     SampleRange range;
     if (iBefore) {
         const SampleRange lengths = LengthsBetween(iMap, iBefore->mTick, iPoint.mTick);
-        range = {sampleOf(*iBefore) + lengths.mMin, sampleOf(*iBefore) + lengths.mMax};
+        range.mMin = std::max(range.mMin, sampleOf(*iBefore) + lengths.mMin);
+        range.mMax = std::min(range.mMax, sampleOf(*iBefore) + lengths.mMax);
     }
     if (iNext) {
         const SampleRange lengths = LengthsBetween(iMap, iPoint.mTick, iNext->mTick);
@@ -53,6 +48,8 @@ Result CheckPoint(const Time_TempoMap& iMap, const Point& iPoint, const std::opt
         range.mMax = std::min(range.mMax, sampleOf(*iNext) - lengths.mMin);
     }
     if (sample >= range.mMin && sample <= range.mMax) return {};
+    if (range.mMin > range.mMax)
+        return {.mReason = Result::eReason_OutOfLimits, .mNearest = std::numeric_limits<double>::quiet_NaN()};
     const bool isOrdered =
         (!iBefore || iBefore->mSample < iPoint.mSample) && (!iNext || iPoint.mSample < iNext->mSample);
     return {.mReason = isOrdered ? Result::eReason_OutOfLimits : Result::eReason_LockOrder,
@@ -82,6 +79,10 @@ Result CheckPoints(const Time_TempoMap& iMap, const std::vector<Point>& iPoints,
     if (isLockless && iPoints.front().mTick < Time_TempoMap::cDefaultSongStartTick)
         return {.mReason = Result::eReason_BeforeSongStart,
                 .mNearest = static_cast<double>(Time_TempoMap::cDefaultSongStartTick.AsInt64())};
+    if (iPoints.back().mTick > cLastTick)
+        return {.mReason = Result::eReason_OutOfLimits,
+                .mNearest = static_cast<double>(cLastTick.AsInt64()),
+                .mIndex = iPoints.size() - 1};
     std::optional<Point> before = iNeighbours.mBefore;
     for (std::size_t i = 0; i < iPoints.size(); ++i) {
         const bool isLast = i + 1 == iPoints.size();
@@ -169,26 +170,26 @@ Time_TempoEditResult Time_TempoEdit::RemoveLock(Time_TempoMap& ioMap, Time_Tick 
         return {.mReason = Result::eReason_NoLock};
     const Time_TempoMapSegment* const next = LockFrom(ioMap, iTick + Time_TickLength(1));
     const Time_Tick start = before->GetStartTick();
-    std::vector<SegmentPtr> segments;
     if (next != nullptr) {
+        std::vector<SegmentPtr> segments;
         segments.push_back(SegmentOf(PieceAt(ioMap, start), before));
         segments.back()->SetIsComputed(true);
         ioMap.ReplaceSegments(start, next->GetStartTick(), std::move(segments));
         return {};
     }
-    for (auto iter = ioMap.FindSegment(start); iter <= lock; ++iter) {
-        segments.push_back((*iter)->Clone());
-        segments.back()->SetIsComputed(false);
-    }
-    segments.back()->UnlockFromSample();
-    ioMap.ReplaceSegments(start, iTick + Time_TickLength(1), std::move(segments));
+    SegmentPtr unlocked = (*lock)->Clone();
+    unlocked->UnlockFromSample();
+    unlocked->SetIsComputed(false);
+    const Time_TempoMap_StEditOptimizer edit(ioMap);
+    ioMap.ClearComputedFlagsInRange(start, iTick);
+    ioMap.AddSegment(std::move(unlocked));
     return {};
 }
 
 Time_TempoEditResult Time_TempoEdit::LockAll(Time_TempoMap& ioMap, const std::vector<Point>& iPoints,
                                              double iToleranceSamples)
 {
-    if (iPoints.empty()) return {.mReason = Result::eReason_EmptyRange};
+    if (iPoints.empty() || !(iToleranceSamples >= 0)) return {.mReason = Result::eReason_EmptyRange};
     const Neighbours neighbours = NeighboursOf(ioMap, iPoints.front().mTick, iPoints.back().mTick);
     if (const Result result = CheckPoints(ioMap, iPoints, neighbours); !result) return result;
     CommitPoints(ioMap, WithinTolerance(iPoints, iToleranceSamples), neighbours);

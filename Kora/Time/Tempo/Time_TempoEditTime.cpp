@@ -1,195 +1,172 @@
-// Time_TempoEdit: time that comes, goes and is copied.
-#include "Kora/Time/Tempo/Time_TempoEdit_p.h"
-#include "Kora/Time/Tempo/Time_TempoMap_StEditOptimizer.h"
+// Time_TempoEdit: time that comes, goes, is copied and moved.
+#include "Kora/Time/Tempo/Time_TempoEditSplice_p.h"
 
 #include <algorithm>
+
+namespace Time_TempoEditDetail {
+namespace {
+
+// What moves stays a tick.
+Result CheckInsertion(const Time_TempoMap& iMap, Time_Tick iAt, Time_TickLength iLength)
+{
+    if (iLength.AsInt64() <= 0) return {.mReason = Result::eReason_EmptyRange};
+    if (const Result result = CheckTick(iMap, iAt); !result) return result;
+    const auto end = iMap.SegmentEnd();
+    const Time_Tick last = iMap.GetNumberOfSegments() > 0 ? std::max(iAt, (*(end - 1))->GetStartTick()) : iAt;
+    const Time_TickLength room = std::max(cLastTick - last, Time_TickLength(0));
+    if (iLength <= room) return {};
+    return {.mReason = Result::eReason_OutOfLimits, .mNearest = room.AsFloat64()};
+}
+
+Result CheckDeletion(const Time_TempoMap& iMap, Time_Tick iFrom, Time_Tick iTo)
+{
+    if (iFrom >= iTo) return {.mReason = Result::eReason_EmptyRange};
+    const Result result = CheckTick(iMap, iFrom);
+    return result ? CheckTick(iMap, iTo) : result;
+}
+
+// By ascending offsets within the length, the first at 0; with tempi that are some.
+Result CheckCopied(const Time_TempoEdit::Copied& iCopied)
+{
+    Time_TickLength next(0);
+    if (iCopied.mTempi.empty() || iCopied.mTempi.front().mOffset != next)
+        return {.mReason = Result::eReason_EmptyRange};
+    for (std::size_t i = 0; i < iCopied.mTempi.size(); ++i) {
+        const auto& [offset, tempo] = iCopied.mTempi[i];
+        if (offset < next || offset >= iCopied.mLength)
+            return {.mReason = Result::eReason_EmptyRange, .mNearest = 0, .mIndex = i};
+        next = offset + Time_TickLength(1);
+        if (Time_BasicTempoMapSegment::IsTempo(tempo.mBeatsPerMinute, tempo.mTicksPerBeat)) continue;
+        Result result = CheckTempo(tempo.mBeatsPerMinute, tempo.mTicksPerBeat);
+        result.mIndex = i;
+        return result;
+    }
+    return {};
+}
+
+// A first tempo that holds backwards loses that where something comes before it, or it goes: then the song
+// start, which has it too, comes first.
+Result PlanSplice(const Time_TempoMap& iMap, Time_Tick iFrom, Time_Tick iTo, Time_Tick iJoin,
+                  const std::vector<Piece>& iPieces, Change& oChange)
+{
+    const bool hasSongStart = iMap.FindSongStart() != iMap.SegmentEnd();
+    const bool isFirstKept = iPieces.empty() && (iMap.GetNumberOfSegments() == 0 ||
+                                                 (*iMap.SegmentBegin())->GetStartTick() < iFrom ||
+                                                 (*iMap.SegmentBegin())->GetStartTick() >= iTo);
+    if (hasSongStart || isFirstKept) return Splice(iMap, iFrom, iTo, iJoin, iPieces).Run(oChange);
+    Time_TempoMap tried(iMap);
+    tried.EnsureSongStart();
+    const Result result = Splice(tried, iFrom, iTo, iJoin, iPieces).Run(oChange);
+    oChange.mEnsuresSongStart = true;
+    return result;
+}
+
+} // namespace
+
+Result PlanInsertion(const Time_TempoMap& iMap, Time_Tick iAt, Time_TickLength iLength, Change& oChange)
+{
+    const Result result = CheckInsertion(iMap, iAt, iLength);
+    return result ? PlanSplice(iMap, iAt, iAt, iAt + iLength, {}, oChange) : result;
+}
+
+Result PlanDeletion(const Time_TempoMap& iMap, Time_Tick iFrom, Time_Tick iTo, Change& oChange)
+{
+    const Result result = CheckDeletion(iMap, iFrom, iTo);
+    return result ? PlanSplice(iMap, iFrom, iTo, iFrom, {}, oChange) : result;
+}
+
+Result PlanPasting(const Time_TempoMap& iMap, Time_Tick iAt, const Time_TempoEdit::Copied& iCopied,
+                   Change& oChange)
+{
+    if (const Result result = CheckInsertion(iMap, iAt, iCopied.mLength); !result) return result;
+    if (const Result result = CheckCopied(iCopied); !result) return result;
+    std::vector<Piece> pieces;
+    pieces.reserve(iCopied.mTempi.size());
+    for (const auto& [offset, tempo] : iCopied.mTempi)
+        pieces.push_back({iAt + offset, tempo.mBeatsPerMinute, tempo.mTicksPerBeat});
+    return PlanSplice(iMap, iAt, iAt, iAt + iCopied.mLength, pieces, oChange);
+}
+
+Result CheckMove(Time_Tick iFrom, Time_Tick iTo, Time_Tick iPosition)
+{
+    if (iPosition <= iFrom || iPosition >= iTo) return {};
+    const bool isNearTheEnd = iTo - iPosition < iPosition - iFrom;
+    return {.mReason = Result::eReason_InsideRange,
+            .mNearest = static_cast<double>((isNearTheEnd ? iTo : iFrom).AsInt64())};
+}
+
+Result PlanMove(const Time_TempoMap& iMap, Time_Tick iFrom, Time_Tick iTo, Time_Tick iPosition,
+                Change& oChange)
+{
+    if (const Result result = CheckDeletion(iMap, iFrom, iTo); !result) return result;
+    if (const Result result = CheckTick(iMap, iPosition); !result) return result;
+    if (const Result result = CheckMove(iFrom, iTo, iPosition); !result) return result;
+    if (iPosition == iFrom || iPosition == iTo || iMap.GetNumberOfSegments() == 0) return {};
+    Time_TempoMap tried(iMap);
+    Change change;
+    if (const Result result = PlanDeletion(tried, iFrom, iTo, change); !result) return result;
+    Apply(tried, std::move(change));
+    change = {};
+    const Time_Tick at = iPosition > iTo ? iPosition - (iTo - iFrom) : iPosition;
+    if (const Result result = PlanPasting(tried, at, Time_TempoEdit::CopyRange(iMap, iFrom, iTo), change);
+        !result)
+        return result;
+    Apply(tried, std::move(change));
+    std::vector<SegmentPtr> segments;
+    for (auto iter = tried.SegmentBegin(); iter != tried.SegmentEnd(); ++iter)
+        segments.push_back((*iter)->Clone());
+    oChange = ChangeTo(iMap, cBeforeAll, cBehindAll, std::move(segments));
+    return {};
+}
+
+Time_TempoEdit::Copied Repeated(const Time_TempoEdit::Copied& iCopied, std::size_t iCount)
+{
+    Time_TempoEdit::Copied repeated;
+    repeated.mTempi.reserve(iCopied.mTempi.size() * iCount);
+    for (std::size_t i = 0; i < iCount; ++i, repeated.mLength += iCopied.mLength)
+        for (const auto& [offset, tempo] : iCopied.mTempi) {
+            const bool goesOn = !repeated.mTempi.empty() && offset.AsInt64() == 0 &&
+                                repeated.mTempi.back().mTempo.mBeatsPerMinute == tempo.mBeatsPerMinute &&
+                                repeated.mTempi.back().mTempo.mTicksPerBeat == tempo.mTicksPerBeat;
+            if (!goesOn) repeated.mTempi.push_back({repeated.mLength + offset, tempo});
+        }
+    return repeated;
+}
+
+} // namespace Time_TempoEditDetail
 
 using namespace Time_TempoEditDetail;
 
 namespace {
 
-constexpr Time_Tick cBehindAll{0x7fffffffffffffff};
-
-double SamplesOf(const std::vector<Piece>& iPieces, Time_Tick iEnd, double iSampleRate)
+Result Carried(Time_TempoMap& ioMap, const Result& iResult, Change iChange)
 {
-    double samples = 0;
-    for (std::size_t i = 0; i < iPieces.size(); ++i)
-        samples += TicksBetween(iPieces[i].mStart, i + 1 < iPieces.size() ? iPieces[i + 1].mStart : iEnd) *
-                   SamplesPerTick(iPieces[i], iSampleRate);
-    return samples;
-}
-
-bool IsSameTempo(const Piece& iOne, const Piece& iOther)
-{
-    return iOne.mBeatsPerMinute == iOther.mBeatsPerMinute && iOne.mTicksPerBeat == iOther.mTicksPerBeat;
-}
-
-// Replaces the ticks [mFrom, mTo) by [mFrom, mJoin) with tempi of their own, or with the one in force before.
-class Splice
-{
-public:
-    Splice(Time_TempoMap& ioMap, Time_Tick iFrom, Time_Tick iTo, Time_Tick iJoin,
-           const std::vector<Piece>& iPieces)
-        : mMap(ioMap)
-        , mFrom(iFrom)
-        , mTo(iTo)
-        , mJoin(iJoin)
-        , mPieces(iPieces)
-        , mTail(PieceAt(ioMap, iTo))
-    {
-    }
-
-    Result Run()
-    {
-        const auto at = mMap.FindSegment(mFrom);
-        mStays = at != mMap.SegmentEnd() && (*at)->IsLockedToSample() && mFrom == FirstEditableTick(mMap);
-        const Time_TempoMapSegment* const before = mStays ? at->get() : LockBefore(mMap, mFrom);
-        mStart = before != nullptr ? before->GetStartTick() : mFrom;
-        TakeWhatIsBefore();
-        AddPieces();
-        AddJoin();
-        MoveWhatIsBehind();
-        const std::size_t next = NextLock();
-        if (mIsRearranged) Rearrange(next);
-        if (next < mSegments.size() && mSegments[0]->IsLockedToSample() && next > 0 &&
-            mSegments[next]->GetStartSample() <= mSegments[0]->GetStartSample())
-            return {.mReason = Result::eReason_LockOrder,
-                    .mNearest = static_cast<double>(mSegments[0]->GetStartSample().AsInt64() + 1)};
-        mMap.ReplaceSegments(mStart, cBehindAll, std::move(mSegments));
-        return {};
-    }
-
-private:
-    // From the last lock on, as its stretch may get another computed segment.
-    void TakeWhatIsBefore()
-    {
-        auto iter = mMap.FindSegment(mStart);
-        if (iter == mMap.SegmentEnd() || (mStart == mFrom && !mStays)) return;
-        for (; iter != mMap.SegmentEnd() && (*iter)->GetStartTick() <= mFrom; ++iter)
-            if ((*iter)->GetStartTick() < mFrom || mStays) mSegments.push_back((*iter)->Clone());
-    }
-
-    // What the song start is the beginning of takes its tempo.
-    void AddPieces()
-    {
-        for (const Piece& piece : mPieces)
-            Put(piece);
-        if (mStays && mJoin == mFrom && !IsSameTempo(PieceAt(mMap, mFrom), mTail))
-            Put({mFrom, mTail.mBeatsPerMinute, mTail.mTicksPerBeat});
-        // Where no segment goes or comes, the one that is computed stays that.
-        const auto last = mMap.FindControllingSegment(mTo - Time_TickLength(1));
-        mIsRearranged = !mPieces.empty() || (mFrom < mTo && ((*last)->GetStartTick() > mFrom ||
-                                                             ((*last)->GetStartTick() == mFrom && !mStays)));
-    }
-
-    void Put(const Piece& iPiece)
-    {
-        const bool replaces = !mSegments.empty() && mSegments.back()->GetStartTick() == iPiece.mStart;
-        SegmentPtr segment = SegmentOf(iPiece, replaces ? mSegments.back().get() : nullptr);
-        if (replaces)
-            mSegments.back() = std::move(segment);
-        else
-            mSegments.push_back(std::move(segment));
-    }
-
-    // The tempo behind goes on, where nothing that moves there brings it.
-    void AddJoin()
-    {
-        const bool isBrought = mMap.FindSegment(mTo) != mMap.SegmentEnd() && !(mStays && mTo == mFrom);
-        if (isBrought || (mStays && mJoin == mFrom) || mMap.GetNumberOfSegments() == 0) return;
-        const Piece reigning = !mPieces.empty() ? mPieces.back()
-                               : mStays         ? PieceAt(mMap, mFrom)
-                                                : PieceAt(mMap, mFrom - Time_TickLength(1));
-        if (!IsSameTempo(reigning, mTail)) Put({mJoin, mTail.mBeatsPerMinute, mTail.mTicksPerBeat});
-    }
-
-    void MoveWhatIsBehind()
-    {
-        const Piece before = PieceAt(mMap, mStays ? mFrom : mFrom - Time_TickLength(1));
-        const double inserted =
-            mPieces.empty() ? TicksBetween(mFrom, mJoin) * SamplesPerTick(before, mMap.GetSampleRate())
-                            : SamplesOf(mPieces, mJoin, mMap.GetSampleRate());
-        // By the tempi, as what is inserted: a half then rounds the same way in both.
-        const double deleted =
-            mFrom < mTo ? SamplesOf(PiecesOf(mMap, mFrom, mTo), mTo, mMap.GetSampleRate()) : 0;
-        const Time_TickLength ticks(Cmn_WrapSub(mJoin.AsInt64(), mTo.AsInt64()));
-        const Time_SampleLength samples(Cmn_RoundHalfUp(inserted - deleted));
-        for (auto iter = mMap.FindControllingSegment(mTo); iter != mMap.SegmentEnd(); ++iter) {
-            const Time_Tick start = (*iter)->GetStartTick();
-            if (start < mTo || (mStays && (start == mFrom || start + ticks == mFrom))) continue;
-            mSegments.push_back((*iter)->Clone());
-            mSegments.back()->SetStartTick(start + ticks);
-            if ((*iter)->IsLockedToSample())
-                mSegments.back()->LockToSample((*iter)->GetStartSample() + samples);
-        }
-    }
-
-    // The first lock that moved, or the end.
-    std::size_t NextLock() const
-    {
-        std::size_t next = mSegments.size() - (mSegments.empty() ? 0 : 1);
-        while (next < mSegments.size() && next > 0 && mSegments[next]->GetStartTick() >= mJoin)
-            --next;
-        for (; next < mSegments.size(); ++next)
-            if (mSegments[next]->GetStartTick() >= mJoin && mSegments[next]->IsLockedToSample() &&
-                !(mStays && next == 0))
-                return next;
-        return next;
-    }
-
-    // All keep the tempi that they had but the longest, which takes up what rounding moved the next lock by.
-    void Rearrange(std::size_t iNext)
-    {
-        std::size_t longest = 0;
-        const auto lengthOf = [&](std::size_t i) {
-            return TicksBetween(mSegments[i]->GetStartTick(), mSegments[i + 1]->GetStartTick());
-        };
-        for (std::size_t i = 0; i < iNext; ++i) {
-            mSegments[i]->SetIsComputed(false);
-            if (iNext < mSegments.size() && lengthOf(i) > lengthOf(longest)) longest = i;
-        }
-        if (iNext < mSegments.size() && iNext > 0) mSegments[longest]->SetIsComputed(true);
-    }
-
-    Time_TempoMap& mMap;
-    Time_Tick mFrom, mTo, mJoin;
-    const std::vector<Piece>& mPieces;
-    Piece mTail;
-    bool mStays = false;
-    bool mIsRearranged = false;
-    Time_Tick mStart;
-    std::vector<SegmentPtr> mSegments;
-};
-
-// Nothing is before the song start, and what moves stays a tick.
-Result CheckTime(const Time_TempoMap& iMap, Time_Tick iAt, Time_TickLength iLength)
-{
-    if (iLength.AsInt64() <= 0) return {.mReason = Result::eReason_EmptyRange};
-    const Time_Tick first = FirstEditableTick(iMap);
-    if (iAt < first)
-        return {.mReason = Result::eReason_BeforeSongStart, .mNearest = static_cast<double>(first.AsInt64())};
-    const auto last = iMap.SegmentEnd();
-    const Time_Tick end = iMap.GetNumberOfSegments() > 0 ? std::max(iAt, (*(last - 1))->GetStartTick()) : iAt;
-    if (end.AsInt64() >= cBehindAll.AsInt64() - iLength.AsInt64())
-        return {.mReason = Result::eReason_OutOfLimits,
-                .mNearest = static_cast<double>(cBehindAll.AsInt64() - end.AsInt64() - 1)};
-    return {};
+    if (iResult) Apply(ioMap, std::move(iChange));
+    return iResult;
 }
 
 } // namespace
 
 Time_TempoEditResult Time_TempoEdit::InsertTime(Time_TempoMap& ioMap, Time_Tick iAt, Time_TickLength iLength)
 {
-    if (const Result result = CheckTime(ioMap, iAt, iLength); !result) return result;
-    if (ioMap.GetNumberOfSegments() == 0) return {};
-    return Splice(ioMap, iAt, iAt, iAt + iLength, {}).Run();
+    Change change;
+    const Result result = PlanInsertion(ioMap, iAt, iLength, change);
+    return Carried(ioMap, result, std::move(change));
 }
 
 Time_TempoEditResult Time_TempoEdit::DeleteTime(Time_TempoMap& ioMap, Time_Tick iFrom, Time_Tick iTo)
 {
-    if (const Result result = CheckTime(ioMap, iFrom, iTo - iFrom); !result) return result;
-    if (ioMap.GetNumberOfSegments() == 0) return {};
-    return Splice(ioMap, iFrom, iTo, iFrom, {}).Run();
+    Change change;
+    const Result result = PlanDeletion(ioMap, iFrom, iTo, change);
+    return Carried(ioMap, result, std::move(change));
+}
+
+Time_TempoEditResult Time_TempoEdit::MoveTime(Time_TempoMap& ioMap, Time_Tick iFrom, Time_Tick iTo,
+                                              Time_Tick iPosition)
+{
+    Change change;
+    const Result result = PlanMove(ioMap, iFrom, iTo, iPosition, change);
+    return Carried(ioMap, result, std::move(change));
 }
 
 Time_TempoEdit::Copied Time_TempoEdit::CopyRange(const Time_TempoMap& iMap, Time_Tick iFrom, Time_Tick iTo)
@@ -203,12 +180,7 @@ Time_TempoEdit::Copied Time_TempoEdit::CopyRange(const Time_TempoMap& iMap, Time
 
 Time_TempoEditResult Time_TempoEdit::InsertCopied(Time_TempoMap& ioMap, Time_Tick iAt, const Copied& iCopied)
 {
-    if (const Result result = CheckTime(ioMap, iAt, iCopied.mLength); !result) return result;
-    if (iCopied.mTempi.empty()) return {.mReason = Result::eReason_EmptyRange};
-    std::vector<Piece> pieces;
-    for (const CopiedTempo& copied : iCopied.mTempi)
-        pieces.push_back({iAt + copied.mOffset, copied.mTempo.mBeatsPerMinute, copied.mTempo.mTicksPerBeat});
-    const Time_TempoMap_StEditOptimizer edit(ioMap);
-    ioMap.EnsureSongStart();
-    return Splice(ioMap, iAt, iAt, iAt + iCopied.mLength, pieces).Run();
+    Change change;
+    const Result result = PlanPasting(ioMap, iAt, iCopied, change);
+    return Carried(ioMap, result, std::move(change));
 }

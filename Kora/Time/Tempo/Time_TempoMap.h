@@ -34,6 +34,8 @@
 
 class IPSSyncPrim;
 class Time_TempoMapCache;
+class Time_TempoLimits;
+struct Time_SampleTransform;
 
 class KORA_API Time_TempoMap : public Ndo_Object
 {
@@ -87,11 +89,40 @@ public:
     // Makes the first locked segment the song start, or where none is locked, one at cDefaultSongStartTick,
     // locked to the sample that it falls on. Nothing if there is a song start.
     void EnsureSongStart();
+    // The segment at iTick is the song start: locked, to the sample that it falls on where it is not
+    // yet, and the only one that is marked. Nothing if that is so; asserts "iter != mSegments.end()"
+    // where no segment starts.
+    void SongStartWasAdded(Time_Tick iTick);
     void Clear();
     // Copies iOther's segments; the sample rate stays. Nothing for the map itself.
     void ReplaceWith(const Time_TempoMap& iOther);
     // Not undoable.
     void SetSampleRate(double iSampleRate);
+    // Moves all locked samples, as a session does whose rate or origin changes; free segments keep their
+    // tempi. One edit, nothing where nothing moves. Asserts "locks ascend", and changes nothing, where two
+    // locks would meet or the scale is not above 0.
+    void TransformSamples(const Time_SampleTransform& iTransform);
+    // Moves all segments by ticks and their locks by samples, as one edit. Without a lock sample 0 stays at
+    // cDefaultSongStartTick.
+    void Offset(const Time_TickLength& iTicks, Time_SampleLength iSamples);
+
+    // --- Stretches from one lock to the next: one segment in each is computed, so that it ends at the right
+    // sample. These are one edit each, and nothing where all is so.
+
+    // Nothing that starts in [iStart, iEnd) is computed any more; what was keeps the
+    // tempo that was found for it.
+    void ClearComputedFlagsInRange(Time_Tick iStart, Time_Tick iEnd);
+    // Of what starts in the range the first computed segment stays that; where there is
+    // none, the longest becomes it.
+    void EnsureExactlyOneComputedSegmentInRange(Time_Tick iStart, Time_Tick iEnd);
+    // Around iTick, from the lock at or before it up to the next one, exactly one segment is computed; none
+    // where there is no lock to one side.
+    void FixUpComputedFlagsAroundTick(Time_Tick iTick);
+    // The same for all such stretches that reach into the range; their tempi are found.
+    void RecomputeBetweenIDBs(Time_Tick iStart, Time_Tick iEnd);
+    // Whether all stretches are so and end behind their start; asserts "exactly one computed segment between
+    // two locks" and "locks ascend", each where it is broken first.
+    bool ValidateBetweenIDBs() const;
 
     // --- Segments
 
@@ -109,6 +140,16 @@ public:
     bool IsNumberOfLockedSegmentsLessThan(std::size_t iCount) const;
     // The tempo in force at a tick; an empty map gives the fallback tempo.
     void GetTempoAtTick(double& oBeatsPerMinute, Time_TickLength& oTicksPerBeat, Time_Tick iTick) const;
+    // The greatest and the least tempo in force in [iStart, iEnd), or at iStart where that is empty,
+    // in beats of iTicksPerBeat.
+    void GetMaxMinBPM(double& oMax, double& oMin, const Time_TickLength& iTicksPerBeat, Time_Tick iStart,
+                      Time_Tick iEnd) const;
+    // How many samples [iStart, iEnd) may last when all its tempi are scaled by one factor that keeps them
+    // within the limits; oMin is above oMax where none does.
+    void GetLengthConstraintsForRange(double& oMin, double& oMax, Time_Tick iStart, Time_Tick iEnd,
+                                      const Time_TempoLimits& iLimits) const;
+    // The sample that the last valid tick falls on, or the last valid one where that is before it.
+    Time_Sample GetMaxSample() const;
 
     // Of the song-start segment: its tick, its locked sample, and the tick at sample 0. Without one
     // cDefaultSongStartTick, 0 and cDefaultSongStartTick.
@@ -216,6 +257,8 @@ private:
     void PutInPlace(std::size_t iFirst, std::size_t iLast,
                     std::vector<std::unique_ptr<Time_TempoMapSegment>> iSegments);
     void SetSegments(Segments iSegments);
+    void SetMoved(const Time_TickLength& iTicks, const Time_SampleTransform& iTransform);
+    void LeaveComputed(SegmentIter iFirst, SegmentIter iLast, SegmentIter iComputed);
     Segments CloneSegments() const;
 
     std::size_t IndexOf(SegmentIter iter) const { return static_cast<std::size_t>(iter - mSegments.begin()); }

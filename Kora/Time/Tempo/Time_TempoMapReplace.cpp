@@ -41,18 +41,34 @@ void Time_TempoMap::EnsureSongStart()
     auto first = mSegments.begin();
     while (first != mSegments.end() && !(*first)->IsLockedToSample())
         ++first;
-    const bool isLocked = first != mSegments.end();
-    const Time_Tick tick = isLocked ? (*first)->GetStartTick() : cDefaultSongStartTick;
-    std::unique_ptr<Time_TempoMapSegment> segment;
-    if (const SegmentIter found = FindSegment(tick); found != mSegments.end()) {
-        segment = (*found)->Clone();
-    } else {
+    const Time_Tick tick = first != mSegments.end() ? (*first)->GetStartTick() : cDefaultSongStartTick;
+    const Time_TempoMap_StEditOptimizer edit(*this);
+    if (FindSegment(tick) == mSegments.end()) {
         double beatsPerMinute;
         Time_TickLength ticksPerBeat;
         GetTempoAtTick(beatsPerMinute, ticksPerBeat, tick);
-        segment = std::make_unique<Time_ConstantTempoSeg>(tick, beatsPerMinute, ticksPerBeat);
+        auto segment = std::make_unique<Time_ConstantTempoSeg>(tick, beatsPerMinute, ticksPerBeat);
+        segment->LockToSample(TickToSample(tick, false));
+        AddSegment(std::move(segment));
     }
-    segment->SetIsSongStart(true);
-    if (!isLocked) segment->LockToSample(TickToSample(tick, false));
-    AddSegment(std::move(segment));
+    SongStartWasAdded(tick);
+}
+
+void Time_TempoMap::SongStartWasAdded(Time_Tick iTick)
+{
+    const SegmentIter iter = FindSegment(iTick);
+    if (!Cmn_ASSERT(iter != mSegments.end())) return;
+    if (mSongStartCount == 1 && (*iter)->IsSongStart() && (*iter)->IsLockedToSample()) return;
+    std::vector<std::unique_ptr<Time_TempoMapSegment>> changed;
+    for (const auto& segment : mSegments)
+        if (segment->IsSongStart() && segment->GetStartTick() != iTick) {
+            changed.push_back(segment->Clone());
+            changed.back()->SetIsSongStart(false);
+        }
+    changed.push_back((*iter)->Clone());
+    changed.back()->SetIsSongStart(true);
+    if (!(*iter)->IsLockedToSample()) changed.back()->LockToSample(TickToSample(iTick, false));
+    const Time_TempoMap_StEditOptimizer edit(*this);
+    for (auto& segment : changed)
+        AddSegment(std::move(segment));
 }

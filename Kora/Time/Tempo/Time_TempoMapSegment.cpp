@@ -2,6 +2,7 @@
 
 #include "Bastel/Cmn/Cmn_XMLNode.h"
 #include "Bastel/Sys/Sys_StdStreamHeader.h"
+#include "Kora/Time/Tempo/Time_SampleTransform.h"
 
 namespace {
 
@@ -44,6 +45,19 @@ void Time_TempoMapSegment::LockToSample(Time_Sample iSample)
 {
     mIsLockedToSample = true;
     nLockedStartSample = iSample;
+}
+
+void Time_TempoMapSegment::SplitForIDB(std::unique_ptr<Time_TempoMapSegment>& oFirst,
+                                       std::unique_ptr<Time_TempoMapSegment>& oSecond, Time_Tick iTick) const
+{
+    Split(oFirst, oSecond, iTick);
+    oFirst->SetIsComputed(true);
+    oSecond->SetIsComputed(true);
+}
+
+void Time_TempoMapSegment::TransformSamples(const Time_SampleTransform& iTransform)
+{
+    if (mIsLockedToSample) nLockedStartSample = iTransform.Apply(nLockedStartSample);
 }
 
 bool Time_TempoMapSegment::CheckIsValid() const

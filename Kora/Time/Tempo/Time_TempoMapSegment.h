@@ -19,6 +19,7 @@ class Cmn_XMLNode;
 class Sys_TypedInStream;
 class Sys_TypedOutStream;
 class Time_BasicTempoMap;
+struct Time_SampleTransform;
 
 class KORA_API Time_TempoMapSegment
 {
@@ -52,6 +53,12 @@ public:
     // iTick with the same tempo and every flag false.
     virtual void Split(std::unique_ptr<Time_TempoMapSegment>& oFirst,
                        std::unique_ptr<Time_TempoMapSegment>& oSecond, Time_Tick iTick) const = 0;
+    // Splits where a stretch between two locked positions gets another one: each half is what is computed in
+    // its own. The caller locks oSecond, and clears its computed flag where nothing is locked behind it.
+    virtual void SplitForIDB(std::unique_ptr<Time_TempoMapSegment>& oFirst,
+                             std::unique_ptr<Time_TempoMapSegment>& oSecond, Time_Tick iTick) const;
+    // Moves the sample that the start is locked to; the tempo and a free segment stay as they are.
+    virtual void TransformSamples(const Time_SampleTransform& iTransform);
 
     virtual void StreamOut(Sys_TypedOutStream& ioStream) const = 0;
     virtual Cmn_XMLNode GetAsXML() const = 0;

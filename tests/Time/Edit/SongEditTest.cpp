@@ -1,0 +1,1 @@
+#include "Kora/Time/Edit/Time_SongEdit.h"
