@@ -249,7 +249,8 @@ Time_TempoEditResult Time_TempoEdit::ClearRange(Time_TempoMap& ioMap, Time_Tick 
     if (const Result result = CheckRange(ioMap, iFrom, iTo); !result) return result;
     std::vector<Piece> pieces;
     const auto at = ioMap.FindSegment(iFrom);
-    const bool isAnchor = at != ioMap.SegmentEnd() && (*at)->IsLockedToSample();
+    const bool isAnchor =
+        iFrom == FirstEditableTick(ioMap) || (at != ioMap.SegmentEnd() && (*at)->IsLockedToSample());
     if (isAnchor) pieces.push_back(PieceAt(ioMap, iFrom));
     Commit(ioMap, iFrom, iTo, pieces);
     return {};

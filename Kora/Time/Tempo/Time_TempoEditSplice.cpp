@@ -165,10 +165,13 @@ Result Splice::CheckStretch(std::size_t iNext) const
     const double length = toEnd - others, nearest = std::max(std::min(length, lengths.mMax), lengths.mMin);
     const bool wasBeyond = !CheckTempo(computed->mBeatsPerMinute, computed->mTicksPerBeat);
     if (length == nearest || (wasBeyond && length > 0)) return {};
-    const double nearestEnd = static_cast<double>(start.AsInt64()) + others + nearest;
+    // The whole sample within the limits, if there is one.
+    const double base = static_cast<double>(start.AsInt64()) + others;
+    const double whole = length > nearest ? static_cast<double>(Cmn_FloorToInt64(base + lengths.mMax))
+                                          : -static_cast<double>(Cmn_FloorToInt64(-base - lengths.mMin));
+    const bool isWithin = whole - base >= lengths.mMin && whole - base <= lengths.mMax;
     return {.mReason = Result::eReason_OutOfLimits,
-            .mNearest = static_cast<double>(length > nearest ? Cmn_FloorToInt64(nearestEnd)
-                                                             : -Cmn_FloorToInt64(-nearestEnd))};
+            .mNearest = isWithin ? whole : std::numeric_limits<double>::quiet_NaN()};
 }
 
 } // namespace Time_TempoEditDetail

@@ -83,10 +83,19 @@ TEST_F(TempoEditTest, WhatCannotBeDoneIsRefusedWithTheNearest)
     Edit::SetTempo(mMap, At(4), {400});
     Edit::LockToSample(mMap, At(8), Time_Sample(200000));
     Edit::SetTempo(mMap, At(12), {250});
+    const Edit::Copied noTempo{Time_TickLength(9), {{Time_TickLength(0), {0}}}};
+    const Edit::Copied unordered{Time_TickLength(9),
+                                 {{Time_TickLength(0), {90}}, {Time_TickLength(0), {90}}}};
+    const std::vector<Edit::Point> points{{At(9), Time_Sample(205760)}};
+    Time_TempoMap slow(mMap);
+    slow.Clear();
+    Edit::LockToSample(slow, At(8), Time_Sample(4531200));
     const Bytes before = Streamed(mMap);
+    const Bytes beforeSlow = Streamed(slow);
     const Cmn_Int32 identifier = mMap.GetUniqueEditIdentifier();
     const auto near = [](Result iResult) { return std::pair(iResult.mReason, iResult.mNearest); };
-    const auto start = static_cast<double>(cStart), locked = static_cast<double>(At(8).AsInt64());
+    const auto start = static_cast<double>(cStart), locked = static_cast<double>(At(8).AsInt64()),
+               lastTick = 576460752303423487.0;
     const struct
     {
         const char* mWhat;
@@ -131,6 +140,46 @@ TEST_F(TempoEditTest, WhatCannotBeDoneIsRefusedWithTheNearest)
         {"no points", [&] { return Edit::LockAll(mMap, {}); }, Result::eReason_EmptyRange, 0},
         {"steps of nothing", [&] { return Edit::Ramp(mMap, At(9), At(10), {60}, 90, Edit::eCurve_S, 0); },
          Result::eReason_EmptyRange, 0},
+        {"no factor at all", [&] { return Edit::Scale(mMap, At(12), At(13), NAN); },
+         Result::eReason_OutOfLimits, 0.02},
+        {"an offset without end", [&] { return Edit::Offset(mMap, At(12), At(13), INFINITY); },
+         Result::eReason_OutOfLimits, 250},
+        {"a ramp to nowhere", [&] { return Edit::Ramp(mMap, At(9), At(10), {60}, NAN, Edit::eCurve_S, 2); },
+         Result::eReason_OutOfLimits, 5},
+        {"a beat too short for any tempo",
+         [&] {
+             return Edit::SetTempo(mMap, At(9), {500, Time_TickLength(1)});
+         },
+         Result::eReason_NoSuchBeat, 4805},
+        {"a beat too long",
+         [&] {
+             return Edit::SetTempo(mMap, At(9), {5, Time_TickLength(cMost)});
+         },
+         Result::eReason_NoSuchBeat, 96e6},
+        {"reversed", [&] { return Edit::DeleteTime(mMap, At(13), At(12)); }, Result::eReason_EmptyRange, 0},
+        {"reversed around the ends",
+         [&] { return Edit::DeleteTime(mMap, Time_Tick(cMost), Time_Tick(cLeast)); },
+         Result::eReason_EmptyRange, 0},
+        {"behind all ticks", [&] { return Edit::SetTempo(mMap, Time_Tick(cMost), {90}); },
+         Result::eReason_OutOfLimits, lastTick},
+        {"up to behind all ticks", [&] { return Edit::ClearRange(mMap, At(9), Time_Tick(cMost)); },
+         Result::eReason_OutOfLimits, lastTick},
+        {"a lock behind all ticks",
+         [&] { return Edit::LockToSample(mMap, Time_Tick(cMost), Time_Sample(cMost)); },
+         Result::eReason_OutOfLimits, lastTick},
+        {"more time than there is", [&] { return Edit::InsertTime(mMap, At(9), Time_TickLength(cMost)); },
+         Result::eReason_OutOfLimits, lastTick - static_cast<double>(At(12).AsInt64())},
+        {"no tolerance at all", [&] { return Edit::LockAll(mMap, points, NAN); }, Result::eReason_EmptyRange,
+         0},
+        {"into itself", [&] { return Edit::MoveTime(mMap, At(9), At(12), At(11)); },
+         Result::eReason_InsideRange, static_cast<double>(At(12).AsInt64())},
+        {"a copy of no tempo", [&] { return Edit::InsertCopied(mMap, At(9), noTempo); },
+         Result::eReason_OutOfLimits, 5},
+        {"a copy out of order", [&] { return Edit::InsertCopied(mMap, At(9), unordered); },
+         Result::eReason_EmptyRange, 0},
+        {"what is left would be too slow",
+         [&] { return Edit::DeleteTime(slow, At(0) + Time_TickLength(6), At(8)); },
+         Result::eReason_OutOfLimits, 3},
         {"steps without end",
          [&] {
              return Edit::Ramp(mMap, At(9), At(99), {60}, 90, Edit::eCurve_S, Time_TypedLength(1, cTicks));
@@ -140,6 +189,7 @@ TEST_F(TempoEditTest, WhatCannotBeDoneIsRefusedWithTheNearest)
     for (const auto& row : cRows) {
         EXPECT_EQ(near(row.mEdit()), std::pair(row.mReason, row.mNearest)) << row.mWhat;
         EXPECT_EQ(Streamed(mMap), before) << row.mWhat;
+        EXPECT_EQ(Streamed(slow), beforeSlow) << row.what;
         EXPECT_EQ(mMap.GetUniqueEditIdentifier(), identifier) << row.mWhat;
     }
     EXPECT_TRUE(Edit::FitToLength(mMap, At(12), At(14), Time_SampleLength(11520)));
@@ -169,137 +219,176 @@ TEST_F(TempoEditTest, BeatsBecomeAMapWithinTheirTolerance)
     }
 }
 
-// Random edits: what an edit does not touch keeps its sample or its distance, each lock its sample, and every
-// step is undone and redone to the byte. The model is where each quarter was and what is locked.
+// Random edits of one map, each undone and redone to the byte. The model is where each
+// quarter was and what is locked.
+class TempoScript
+{
+public:
+    enum EKind { eSet, eClear, eRamp, eScale, eFit, eLock, eRemoveLock, eInsert, eDelete, eKinds };
+
+    explicit TempoScript(std::mt19937& ioRandom)
+        : mRandom(ioRandom)
+    {
+        mMap.SetSampleRate(48000);
+        mHistory.emplace(mMap);
+    }
+    // What was done, or eKinds for what was refused.
+    EKind Step()
+    {
+        mKind = static_cast<EKind>(Below(eKinds));
+        mFrom = At(Below(4 * 48) / 4.0);
+        mTo = mFrom + Time_TickLength(cQuarter / 4 * (1 + Below(40)));
+        mBefore = Places();
+        mBytes = Streamed(mMap);
+        mTempoBehind = TempoAt(mMap, mTo);
+        mGap = Exact(mMap, mFrom) - Exact(mMap, mTo);
+        mEach = Exact(mMap, mFrom) - Exact(mMap, mFrom - Time_TickLength(cQuarter / 4));
+        Result result;
+        mText = "kind " + std::to_string(mKind) + "\n" + mMap.Dump();
+        mHistory->Record([&] { result = Edit(); });
+        mText += "became\n" + mMap.Dump();
+        if (result) return mKind;
+        EXPECT_EQ(Streamed(mMap), mBytes) << mText;
+        return eKinds;
+    }
+    void ExpectLocksWhereTheyWereOrMovedBySamples();
+    void ExpectTheRestKeepsItsDistances() const;
+    void ExpectDeletingWhatWasInsertedIsTheIdentity();
+    void ExpectEveryState() { mHistory->ExpectEveryState(); }
+
+private:
+    unsigned Below(unsigned iCount) { return static_cast<unsigned>(mRandom() % iCount); }
+    std::map<Time_Tick, double> Places() const
+    {
+        std::map<Time_Tick, double> places;
+        for (double q = 0; q < 80; q += 0.25)
+            places[At(q)] = Exact(mMap, At(q));
+        return places;
+    }
+    Result Edit()
+    {
+        const Cmn_Int64 now = mMap.TickToSample(mFrom).AsInt64();
+        const double tempo = 40 + Below(200),
+                     length = (Exact(mMap, mTo) - mBefore[mFrom]) * (90 + Below(20)) / 100;
+        switch (mKind) {
+        case eSet:
+            return ::Edit::SetTempo(mMap, mFrom, {tempo});
+        case eClear:
+            return ::Edit::ClearRange(mMap, mFrom, mTo);
+        case eRamp:
+            return ::Edit::Ramp(mMap, mFrom, mTo, {tempo}, 100, ::Edit::eCurve_S, Below(20));
+        case eScale:
+            return ::Edit::Scale(mMap, mFrom, mTo, 0.9 + Below(20) / 100.0);
+        case eFit: {
+            const Time_SampleLength asked(static_cast<Cmn_Int64>(length));
+            const Result result = ::Edit::FitToLength(mMap, mFrom, mTo, asked);
+            if (result) {
+                EXPECT_EQ(mMap.TickToSample(mTo), mMap.TickToSample(mFrom) + asked) << mText;
+            }
+            return result;
+        }
+        case eLock:
+            mSample = Time_Sample(now + Below(9000) - 4500);
+            return ::Edit::LockToSample(mMap, mFrom, mSample);
+        case eRemoveLock:
+            mLock = mLocks.empty()
+                        ? mFrom
+                        : std::next(mLocks.begin(), Below(static_cast<unsigned>(mLocks.size())))->first;
+            return ::Edit::RemoveLock(mMap, mLock);
+        case eInsert:
+            return ::Edit::InsertTime(mMap, mFrom, mTo - mFrom);
+        default:
+            return ::Edit::DeleteTime(mMap, mFrom, mTo);
+        }
+    }
+
+    std::mt19937& mRandom;
+    Time_TempoMap mMap{Ndo_Object::kUndoable};
+    std::optional<UndoHistory<Time_TempoMap>> mHistory;
+    std::map<Time_Tick, Time_Sample> mLocks;
+    EKind mKind = eKinds;
+    Time_Tick mFrom, mTo, mLock;
+    Time_Sample mSample;
+    std::map<Time_Tick, double> mBefore;
+    double mTempoBehind = 0, mGap = 0, mEach = 0;
+    Bytes mBytes;
+    std::string mText;
+};
+
+void TempoScript::ExpectLocksWhereTheyWereOrMovedBySamples()
+{
+    if (mKind == eLock) mLocks[mFrom] = mSample;
+    if (mKind == eRemoveLock) mLocks.erase(mLock);
+    std::map<Time_Tick, Time_Sample> after;
+    for (const auto& [tick, at] : mLocks) {
+        const bool stays = mKind < eInsert || tick < mFrom || tick == At(0);
+        const Time_Tick place = stays ? tick : mKind == eInsert ? tick + (mTo - mFrom) : tick - (mTo - mFrom);
+        if (!stays && ((mKind == eDelete && tick < mTo) || place == At(0))) continue;
+        const Cmn_Int64 by = mMap.TickToSample(place, false).AsInt64() - at.AsInt64();
+        const double expected = stays              ? 0
+                                : mKind == eDelete ? mGap
+                                                   : mEach / (cQuarter / 4.0) * (mTo - mFrom).AsFloat64();
+        if (stays || mFrom > At(0)) {
+            ASSERT_NEAR(static_cast<double>(by), expected, stays ? 0 : 0.51) << mText;
+        }
+        after[place] = Time_Sample(at.AsInt64() + by);
+    }
+    mLocks = after;
+    ASSERT_TRUE(mMap.ValidateBetweenIDBs()) << mText;
+}
+
+void TempoScript::ExpectTheRestKeepsItsDistances() const
+{
+    if (mKind == eLock || mKind == eRemoveLock) return;
+    const bool isTime = mKind >= eInsert;
+    const Time_TickLength by(mKind == eInsert   ? mTo - mFrom
+                             : mKind == eDelete ? mFrom - mTo
+                                                : Time_TickLength(0));
+    const Time_Tick behind = mKind == eInsert ? mFrom : mTo;
+    for (const auto& [tick, at] : mBefore) {
+        const bool isMoved = mKind != eSet && mKind != eRamp && tick > behind && mFrom > At(0);
+        const Time_Tick place = tick <= mFrom ? tick : tick + by;
+        const double was = tick <= mFrom ? at : at - mBefore.at(behind) + Exact(mMap, behind + by);
+        if (tick <= mFrom || isMoved) {
+            ASSERT_NEAR(Exact(mMap, place), was, isTime ? 0.51 : 1e-4) << mText;
+        }
+    }
+    if (mKind == eDelete) {
+        ASSERT_NEAR(TempoAt(mMap, mFrom), mTempoBehind, 1) << mText;
+    } // a computed one may round
+}
+
+void TempoScript::ExpectDeletingWhatWasInsertedIsTheIdentity()
+{
+    if (mKind != eInsert) return;
+    mHistory->Record([&] { EXPECT_TRUE(::Edit::DeleteTime(mMap, mFrom, mTo)); });
+    ASSERT_EQ(Streamed(mMap), mBytes) << mText << mMap.Dump();
+    mLocks.clear();
+    for (auto iter = mMap.SegmentBegin(); iter != mMap.SegmentEnd(); ++iter)
+        if ((*iter)->IsLockedToSample()) mLocks[(*iter)->GetStartTick()] = (*iter)->GetStartSample();
+}
+
 TEST_F(TempoEditTest, EditsTouchWhatTheySayAndNothingElse)
 {
     const unsigned seed = std::random_device()();
     SCOPED_TRACE("seed " + std::to_string(seed));
     std::mt19937 random(seed);
-    int done[9] = {};
+    std::map<TempoScript::EKind, int> done;
     for (int script = 0; script < 60; ++script) {
-        Time_TempoMap map(Ndo_Object::kUndoable);
-        map.SetSampleRate(48000);
-        UndoHistory<Time_TempoMap> history(map);
-        std::map<Cmn_Int64, Cmn_Int64> locks;
+        TempoScript edits(random);
         for (int step = 0; step < 40; ++step) {
-            const unsigned kind = random() % 9;
-            const auto quarter = [&](unsigned iCount) { return At((random() % (4 * iCount)) / 4.0); };
-            const Time_Tick from = quarter(48),
-                            to = from + Time_TickLength(cQuarter / 4 * (1 + random() % 40));
-            const double tempo = 40 + random() % 200;
-            const auto now = static_cast<double>(map.TickToSample(from).AsInt64());
-            const Time_Sample sample(static_cast<Cmn_Int64>(now) + static_cast<int>(random() % 9000) - 4500);
-            const Time_SampleLength length(
-                static_cast<Cmn_Int64>((Exact(map, to) - now) * (90 + random() % 20) / 100));
-            std::map<Cmn_Int64, double> before;
-            for (double q = 0; q < 80; q += 0.25)
-                before[At(q).AsInt64()] = Exact(map, At(q));
-            const double gap = before[from.AsInt64()] - Exact(map, to);
-            const double inserted = Exact(map, from) - Exact(map, from - Time_TickLength(cQuarter / 4));
-            const Bytes bytes = Streamed(map);
-            const std::size_t count = map.GetNumberOfSegments();
-            const double tempoBehind = TempoAt(map, to);
-            Result result;
-            Cmn_Int64 lock = 0;
-            const std::string dumped = map.Dump();
-            history.Record([&] {
-                switch (kind) {
-                case 0:
-                    result = Edit::SetTempo(map, from, {tempo});
-                    break;
-                case 1:
-                    result = Edit::ClearRange(map, from, to);
-                    break;
-                case 2:
-                    result = Edit::Ramp(map, from, to, {tempo}, 100, Edit::eCurve_S, random() % 20);
-                    break;
-                case 3:
-                    result = Edit::Scale(map, from, to, 0.9 + random() % 20 / 100.0);
-                    break;
-                case 4:
-                    result = Edit::FitToLength(map, from, to, length);
-                    break;
-                case 5:
-                    result = Edit::LockToSample(map, from, sample);
-                    break;
-                case 6:
-                    if (!locks.empty()) lock = std::next(locks.begin(), random() % locks.size())->first;
-                    result = Edit::RemoveLock(map, Time_Tick(lock));
-                    break;
-                case 7:
-                    result = Edit::InsertTime(map, from, to - from);
-                    break;
-                default:
-                    result = Edit::DeleteTime(map, from, to);
-                    break;
-                }
-            });
-            const std::string text = "script " + std::to_string(script) + " step " + std::to_string(step) +
-                                     " kind " + std::to_string(kind) + "\n" + map.Dump();
-            if (!result) {
-                ASSERT_EQ(Streamed(map), bytes) << text;
-                continue;
-            }
+            const TempoScript::EKind kind = edits.Step();
             ++done[kind];
-            if (kind == 4) {
-                ASSERT_EQ(map.TickToSample(to), map.TickToSample(from) + length) << text;
-            }
-            if (kind == 5) locks[from.AsInt64()] = sample.AsInt64();
-            if (kind == 6) locks.erase(lock);
-            const bool isTime = kind > 6;
-            const Time_TickLength moved = kind == 7 ? to - from : from - to;
-            if (isTime) {
-                std::map<Cmn_Int64, Cmn_Int64> after;
-                for (const auto& [tick, at] : locks) {
-                    const bool stays = tick < from.AsInt64() || tick == cStart;
-                    if (stays) after[tick] = at;
-                    if (stays || (kind == 8 && tick < to.AsInt64())) continue;
-                    const Time_Tick place = Time_Tick(tick) + moved;
-                    if (place.AsInt64() == cStart) continue;
-                    const Cmn_Int64 by = map.TickToSample(place).AsInt64() - at;
-                    const double expected = kind == 8 ? gap : inserted / (cQuarter / 4.0) * moved.AsFloat64();
-                    if (from.AsInt64() > cStart) {
-                        ASSERT_NEAR(static_cast<double>(by), expected, 0.51) << text;
-                    }
-                    after[place.AsInt64()] = at + by;
-                }
-                locks = after;
-            }
-            for (const auto& [tick, at] : locks)
-                ASSERT_EQ(map.TickToSample(Time_Tick(tick), false), Time_Sample(at)) << text;
-            if (kind == 5 || kind == 6) continue;
-            const Time_Tick behind = kind == 0 ? from : kind == 7 ? from : to;
-            const double wasBehind = before[behind.AsInt64()];
-            for (const auto& [tick, at] : before) {
-                if (tick <= from.AsInt64())
-                    ASSERT_NEAR(Exact(map, Time_Tick(tick)), at, isTime ? 0.51 : 1e-4) << text;
-                else if (kind != 0 && kind != 2 && tick > behind.AsInt64() && from.AsInt64() > cStart) {
-                    const Time_TickLength by = isTime ? moved : Time_TickLength(0);
-                    ASSERT_NEAR(Exact(map, Time_Tick(tick) + by) - Exact(map, behind + by), at - wasBehind,
-                                isTime ? 0.51 : 1e-4)
-                        << text;
-                }
-            }
-            if (kind == 8) {
-                ASSERT_NEAR(TempoAt(map, from), tempoBehind, 1) << text; // a computed one may round
-            }
-            if (kind == 7) {
-                ASSERT_EQ(map.GetNumberOfSegments(), count) << text;
-                history.Record([&] { result = Edit::DeleteTime(map, from, to); });
-                ASSERT_EQ(Streamed(map), bytes) << "inserted and deleted\n" << dumped << text << map.Dump();
-                for (auto& [tick, at] : std::map(locks))
-                    locks.erase(tick);
-                for (auto iter = map.SegmentBegin(); iter != map.SegmentEnd(); ++iter)
-                    if ((*iter)->IsLockedToSample())
-                        locks[(*iter)->GetStartTick().AsInt64()] = (*iter)->GetStartSample().AsInt64();
-            }
+            if (kind == TempoScript::eKinds) continue;
+            edits.ExpectLocksWhereTheyWereOrMovedBySamples();
+            edits.ExpectTheRestKeepsItsDistances();
+            edits.ExpectDeletingWhatWasInsertedIsTheIdentity();
+            ASSERT_FALSE(HasFatalFailure());
         }
-        history.ExpectEveryState();
-        ASSERT_FALSE(HasFatalFailure());
+        edits.ExpectEveryState();
     }
-    for (const int count : done)
-        EXPECT_GT(count, 20);
+    for (int kind = 0; kind < TempoScript::eKinds; ++kind)
+        EXPECT_GT(done[static_cast<TempoScript::EKind>(kind)], 20);
     EXPECT_EQ(mRecorder.Take(), Reports{});
 }
 
