@@ -22,7 +22,9 @@
 //             first tick keeps its number, and so do all before the edit.
 // Locks:      those of positions behind move along, as in Time_TempoEdit; a copy has none, and a
 //             moved range loses its own.
-// Identity:   deleting what was just inserted gives the maps that were.
+// Identity:   deleting what was just inserted gives the maps that were. Where the first meter change is
+//             not before the place, and what came was no whole bars, one more change that changes nothing
+//             holds the bars before it.
 // Units:      internal ticks; ranges are [from, to).
 // Threads:    the maps' own.
 #pragma once

@@ -18,14 +18,38 @@ Piece PieceAt(const Time_TempoMap& iMap, Time_Tick iTick)
     return piece;
 }
 
+Walk::Walk(const Time_TempoMap& iMap, Time_Tick iFrom)
+    : mNext(iMap.FindControllingSegment(iFrom))
+    , mEnd(iMap.SegmentEnd())
+    , mPiece(PieceAt(iMap, iFrom))
+{
+    if (mNext != mEnd && (*mNext)->GetStartTick() <= iFrom) mLast = (mNext++)->get();
+}
+
+void Walk::To(Time_Tick iTick)
+{
+    for (; mNext != mEnd && (*mNext)->GetStartTick() <= iTick; ++mNext) {
+        mLast = mNext->get();
+        const bool hasTempo = mLast->GetTempo(mPiece.mBeatsPerMinute, mPiece.mTicksPerBeat);
+        if (!hasTempo || Time_BasicTempoMapSegment::IsTempo(mPiece.mBeatsPerMinute, mPiece.mTicksPerBeat))
+            continue;
+        mPiece.mBeatsPerMinute = Time_TempoMap::cFallbackBeatsPerMinute;
+        mPiece.mTicksPerBeat = Time_TempoMap::cFallbackTicksPerBeat;
+    }
+    mPiece.mStart = iTick;
+}
+
 std::vector<Piece> PiecesOf(const Time_TempoMap& iMap, Time_Tick iFrom, Time_Tick iTo)
 {
-    std::vector<Piece> pieces{PieceAt(iMap, iFrom)};
+    Walk walk(iMap, iFrom);
+    std::vector<Piece> pieces{walk.InForce()};
     auto iter = iMap.FindControllingSegment(iFrom);
+    double tempo;
+    Time_TickLength beat;
     for (; iter != iMap.SegmentEnd() && (*iter)->GetStartTick() < iTo; ++iter) {
-        Piece piece{(*iter)->GetStartTick(), 0, Time_TickLength(0)};
-        if (piece.mStart > iFrom && (*iter)->GetTempo(piece.mBeatsPerMinute, piece.mTicksPerBeat))
-            pieces.push_back(piece);
+        if ((*iter)->GetStartTick() <= iFrom || !(*iter)->GetTempo(tempo, beat)) continue;
+        walk.To((*iter)->GetStartTick());
+        pieces.push_back(walk.InForce());
     }
     return pieces;
 }
@@ -148,27 +172,26 @@ bool IsSame(const Time_TempoMapSegment& iA, const Time_TempoMapSegment& iB)
     return beatA == beatB && (iA.IsComputed() || tempoA == tempoB);
 }
 
-const Time_TempoMapSegment* SegmentAt(const Time_TempoMap& iMap, Time_Tick iTick)
-{
-    const auto found = iMap.FindSegment(iTick);
-    return found != iMap.SegmentEnd() ? found->get() : nullptr;
-}
-
-// On a map that has its song start.
+// On a map that has its song start. A tempo that goes on anyway is not put there once more, at either end.
 Change ChangeOfTempi(const Time_TempoMap& iMap, Time_Tick iFrom, Time_Tick iTo,
                      const std::vector<Piece>& iPieces, const std::optional<Piece>& iTail)
 {
     std::vector<SegmentPtr> segments;
     segments.reserve(iPieces.size() + 1);
-    for (const Piece& piece : iPieces)
-        segments.push_back(SegmentOf(piece, SegmentAt(iMap, piece.mStart)));
-    // A tempo that goes on anyway is not put there once more.
-    const Piece behind = iTail ? *iTail : PieceAt(iMap, iTo);
-    const Piece reigning = iPieces.empty() ? PieceAt(iMap, iFrom - Time_TickLength(1)) : iPieces.back();
-    const Time_TempoMapSegment* const oldBehind = SegmentAt(iMap, iTo);
+    Walk walk(iMap, iFrom - Time_TickLength(1));
+    const Piece before = walk.InForce();
+    for (const Piece& piece : iPieces) {
+        walk.To(piece.mStart);
+        if (walk.SegmentThere() != nullptr || piece.mStart > iFrom || !HasTempoOf(piece, before))
+            segments.push_back(SegmentOf(piece, walk.SegmentThere()));
+    }
+    walk.To(iTo);
+    const Piece behind = iTail ? *iTail : walk.InForce();
     Time_Tick end = iTo;
-    if (iTail || (oldBehind == nullptr && !HasTempoOf(reigning, behind))) {
-        segments.push_back(SegmentOf(behind, oldBehind));
+    if (iTail ||
+        (walk.SegmentThere() == nullptr && !HasTempoOf(iPieces.empty() ? before : iPieces.back(), behind)))
+    {
+        segments.push_back(SegmentOf(behind, walk.SegmentThere()));
         end = iTo + Time_TickLength(1);
     }
     return ChangeTo(iMap, iFrom, end, std::move(segments));

@@ -23,27 +23,50 @@ struct SampleRange
     double mMax = 9007199254740992.0;
 };
 
-// The whole samples that a stretch may last within the tempo limits; at least one.
-SampleRange LengthsBetween(const Time_TempoMap& iMap, Time_Tick iFrom, Time_Tick iTo)
+// The whole samples that a stretch may last within the tempo limits, at least one: by what a tick may last in
+// the beats that are in force at its start.
+class StretchLengths
 {
-    const LengthRange lengths = LengthsWithinLimits(PieceAt(iMap, iFrom), iTo, iMap.GetSampleRate());
-    return {std::max(1.0, -static_cast<double>(Cmn_FloorToInt64(-lengths.mMin))),
-            static_cast<double>(Cmn_FloorToInt64(lengths.mMax))};
-}
+public:
+    StretchLengths(const Time_TempoMap& iMap, Time_Tick iFrom)
+        : mWalk(iMap, iFrom)
+        , mSampleRate(iMap.GetSampleRate())
+    {
+    }
+    // iFrom is not before the last one.
+    SampleRange Between(Time_Tick iFrom, Time_Tick iTo)
+    {
+        mWalk.To(iFrom);
+        const Piece& piece = mWalk.InForce();
+        if (piece.mTicksPerBeat != mBeat) {
+            mBeat = piece.mTicksPerBeat;
+            mTick = LengthsWithinLimits(piece, iFrom + Time_TickLength(1), mSampleRate);
+        }
+        const double ticks = TicksBetween(iFrom, iTo);
+        return {std::max(1.0, -static_cast<double>(Cmn_FloorToInt64(-mTick.mMin * ticks))),
+                static_cast<double>(Cmn_FloorToInt64(mTick.mMax * ticks))};
+    }
 
-Result CheckPoint(const Time_TempoMap& iMap, const Point& iPoint, const std::optional<Point>& iBefore,
+private:
+    Walk mWalk;
+    double mSampleRate;
+    Time_TickLength mBeat{0};
+    LengthRange mTick{0, 0};
+};
+
+Result CheckPoint(StretchLengths& ioLengths, const Point& iPoint, const std::optional<Point>& iBefore,
                   const std::optional<Point>& iNext)
 {
     const auto sampleOf = [](const Point& iAt) { return static_cast<double>(iAt.mSample.AsInt64()); };
     const double sample = sampleOf(iPoint);
     SampleRange range;
     if (iBefore) {
-        const SampleRange lengths = LengthsBetween(iMap, iBefore->mTick, iPoint.mTick);
+        const SampleRange lengths = ioLengths.Between(iBefore->mTick, iPoint.mTick);
         range.mMin = std::max(range.mMin, sampleOf(*iBefore) + lengths.mMin);
         range.mMax = std::min(range.mMax, sampleOf(*iBefore) + lengths.mMax);
     }
     if (iNext) {
-        const SampleRange lengths = LengthsBetween(iMap, iPoint.mTick, iNext->mTick);
+        const SampleRange lengths = ioLengths.Between(iPoint.mTick, iNext->mTick);
         range.mMin = std::max(range.mMin, sampleOf(*iNext) - lengths.mMax);
         range.mMax = std::min(range.mMax, sampleOf(*iNext) - lengths.mMin);
     }
@@ -84,13 +107,14 @@ Result CheckPoints(const Time_TempoMap& iMap, const std::vector<Point>& iPoints,
                 .mNearest = static_cast<double>(cLastTick.AsInt64()),
                 .mIndex = iPoints.size() - 1};
     std::optional<Point> before = iNeighbours.mBefore;
+    StretchLengths lengths(iMap, (before ? *before : iPoints.front()).mTick);
     for (std::size_t i = 0; i < iPoints.size(); ++i) {
         const bool isLast = i + 1 == iPoints.size();
         Result result;
         if (before && before->mTick >= iPoints[i].mTick)
             result.mReason = Result::eReason_EmptyRange;
         else
-            result = CheckPoint(iMap, iPoints[i], before, isLast ? iNeighbours.mNext : std::nullopt);
+            result = CheckPoint(lengths, iPoints[i], before, isLast ? iNeighbours.mNext : std::nullopt);
         result.mIndex = i;
         if (!result) return result;
         before = iPoints[i];
@@ -101,12 +125,13 @@ Result CheckPoints(const Time_TempoMap& iMap, const std::vector<Point>& iPoints,
 // One tempo from each lock to the next; the tempo in force at the last one goes on behind it.
 void CommitPoints(Time_TempoMap& ioMap, const std::vector<Point>& iPoints, const Neighbours& iNeighbours)
 {
-    const Time_TempoMap_StEditOptimizer edit(ioMap);
+    std::optional<Time_TempoMap_StEditOptimizer> edit;
+    if (ioMap.FindSongStart() == ioMap.SegmentEnd()) edit.emplace(ioMap);
     ioMap.EnsureSongStart();
+    Walk walk(ioMap, (iNeighbours.mBefore ? *iNeighbours.mBefore : iPoints.front()).mTick);
     const auto lockOf = [&](const Point& iPoint, bool iIsComputed) {
-        const auto old = ioMap.FindSegment(iPoint.mTick);
-        SegmentPtr segment =
-            SegmentOf(PieceAt(ioMap, iPoint.mTick), old != ioMap.SegmentEnd() ? old->get() : nullptr);
+        walk.To(iPoint.mTick);
+        SegmentPtr segment = SegmentOf(walk.InForce(), walk.SegmentThere());
         segment->LockToSample(iPoint.mSample);
         segment->SetIsComputed(iIsComputed);
         return segment;
@@ -119,7 +144,7 @@ void CommitPoints(Time_TempoMap& ioMap, const std::vector<Point>& iPoints, const
     const Time_Tick end =
         iNeighbours.mNext ? iNeighbours.mNext->mTick : iPoints.back().mTick + Time_TickLength(1);
     const Time_Tick start = segments.front()->GetStartTick();
-    ioMap.ReplaceSegments(start, end, std::move(segments));
+    Apply(ioMap, ChangeTo(ioMap, start, end, std::move(segments)));
 }
 
 // The points that get a lock: from each, the next is the last up to which one line stays within the

@@ -27,11 +27,13 @@ void CommitRamp(Time_TempoMap& ioMap, const std::vector<Time_Tick>& iEdges, Time
     const auto partAt = [&](Time_Tick iTick) { return TicksBetween(from, iTick) / TicksBetween(from, iTo); };
     std::vector<Piece> pieces;
     pieces.reserve(iEdges.size());
+    double start = 0;
     for (std::size_t i = 0; i < iEdges.size(); ++i) {
         const double end = i + 1 < iEdges.size() ? partAt(iEdges[i + 1]) : 1;
-        const double tempo = iStart.mBeatsPerMinute == iEnd ? iEnd : curve.MeanTempo(partAt(iEdges[i]), end);
+        const double tempo = iStart.mBeatsPerMinute == iEnd ? iEnd : curve.MeanTempo(start, end);
         if (pieces.empty() || pieces.back().mBeatsPerMinute != tempo)
             pieces.push_back({iEdges[i], tempo, iStart.mTicksPerBeat});
+        start = end;
     }
     Commit(ioMap, from, iTo, pieces, Piece{iTo, iEnd, iStart.mTicksPerBeat});
 }

@@ -46,6 +46,26 @@ inline bool HasTempoOf(const Piece& iOne, const Piece& iOther)
 Piece PieceAt(const Time_TempoMap& iMap, Time_Tick iTick);
 // The tempi of [iFrom, iTo), the first one from iFrom on.
 std::vector<Piece> PiecesOf(const Time_TempoMap& iMap, Time_Tick iFrom, Time_Tick iTo);
+
+// The tempi in force at ascending ticks, in one pass.
+class Walk
+{
+public:
+    Walk(const Time_TempoMap& iMap, Time_Tick iFrom);
+
+    // iTick is not before the last one.
+    void To(Time_Tick iTick);
+    const Piece& InForce() const { return mPiece; }  // starts at the tick
+    const Time_TempoMapSegment* SegmentThere() const // or null
+    {
+        return mLast != nullptr && mLast->GetStartTick() == mPiece.mStart ? mLast : nullptr;
+    }
+
+private:
+    Time_TempoMap::SegmentIter mNext, mEnd;
+    const Time_TempoMapSegment* mLast = nullptr;
+    Piece mPiece;
+};
 // How many samples the pieces last, the last one up to iEnd.
 double SamplesOf(const std::vector<Piece>& iPieces, Time_Tick iEnd, double iSampleRate);
 // The locked segments next to a tick, or null: the last one before it, and the first one at or behind it.

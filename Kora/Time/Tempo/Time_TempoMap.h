@@ -99,8 +99,9 @@ public:
     // Not undoable.
     void SetSampleRate(double iSampleRate);
     // Moves all locked samples, as a session does whose rate or origin changes; free segments keep their
-    // tempi. One edit, nothing where nothing moves. Asserts "locks ascend", and changes nothing, where two
-    // locks would meet or the scale is not above 0.
+    // tempi. With a new rate both go into one bracket, so that nothing is laid out in between. One edit,
+    // nothing where nothing moves. Asserts "locks ascend", and changes nothing, where two locks would meet or
+    // the scale is not above 0.
     void TransformSamples(const Time_SampleTransform& iTransform);
     // Moves all segments by ticks and their locks by samples, as one edit. Without a lock sample 0 stays at
     // cDefaultSongStartTick.
@@ -109,8 +110,8 @@ public:
     // --- Stretches from one lock to the next: one segment in each is computed, so that it ends at the right
     // sample. These are one edit each, and nothing where all is so.
 
-    // Nothing that starts in [iStart, iEnd) is computed any more; what was keeps the
-    // tempo that was found for it.
+    // Nothing that starts in [iStart, iEnd) is computed any more; what was keeps the tempo that was found for
+    // it, or where none could be, has the fallback tempo.
     void ClearComputedFlagsInRange(Time_Tick iStart, Time_Tick iEnd);
     // Of what starts in the range the first computed segment stays that; where there is
     // none, the longest becomes it.

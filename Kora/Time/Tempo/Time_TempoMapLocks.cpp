@@ -1,4 +1,5 @@
 // Time_TempoMap: the stretches from one locked segment to the next, and what is computed in them.
+#include "Kora/Time/Tempo/Time_ConstantTempoSeg.h"
 #include "Kora/Time/Tempo/Time_TempoMap.h"
 #include "Kora/Time/Tempo/Time_TempoMap_StEditOptimizer.h"
 
@@ -24,6 +25,15 @@ Stretch StretchAround(const Time_TempoMap& iMap, SegmentIter iter)
         --first;
     const SegmentIter end = std::find_if(iter + 1, iMap.SegmentEnd(), isLocked);
     return {first, end, isLocked(*first) && end != iMap.SegmentEnd()};
+}
+
+// What locks out of order made a computed segment derive is no tempo that it could keep.
+void EnsureTempo(Time_TempoMapSegment& ioSegment)
+{
+    auto* const segment = dynamic_cast<Time_ConstantTempoSeg*>(&ioSegment);
+    if (segment == nullptr) return;
+    if (!Time_BasicTempoMapSegment::IsTempo(segment->GetBeatsPerMinute(), segment->GetTicksPerBeat()))
+        segment->SetTempo(Time_TempoMap::cFallbackBeatsPerMinute, Time_TempoMap::cFallbackTicksPerBeat);
 }
 
 bool IsComputed(const std::unique_ptr<const Time_TempoMapSegment>& iSegment)
@@ -56,6 +66,7 @@ void Time_TempoMap::LeaveComputed(SegmentIter iFirst, SegmentIter iLast, Segment
         if ((*iter)->IsComputed() != (iter == iComputed)) {
             changed.push_back((*iter)->Clone());
             changed.back()->SetIsComputed(iter == iComputed);
+            if (iter != iComputed) EnsureTempo(*changed.back());
         }
     if (changed.empty()) return;
     const Time_TempoMap_StEditOptimizer edit(*this);

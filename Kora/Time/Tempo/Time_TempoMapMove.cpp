@@ -33,7 +33,7 @@ void Time_TempoMap::Offset(const Time_TickLength& iTicks, Time_SampleLength iSam
 
 void Time_TempoMap::SetMoved(const Time_TickLength& iTicks, const Time_SampleTransform& iTransform)
 {
-    UpdateBasicMapIfNeeded(); // tempi that are computed are up to date in the clones
+    Settled(); // and nothing is laid out: within an edit the rate may have changed, and the samples not yet
     Segments moved;
     moved.reserve(mSegments.size());
     for (const auto& segment : mSegments) {

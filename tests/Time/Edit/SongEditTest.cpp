@@ -95,7 +95,7 @@ public:
         const Bytes before = Streamed(mMaps);
         const std::vector<Time_BarBeatTick> bars = Bars();
         const unsigned kind = Below(18);
-        mWasFirstBehind = !mMaps.mMeters.IsDefault() && mMaps.mMeters.IterBegin()->GetTick() > At(mFrom);
+        mWasFirstBehind = !mMaps.mMeters.IsDefault() && mMaps.mMeters.IterBegin()->GetTick() >= At(mFrom);
         Result result;
         mText = "kind " + std::to_string(kind) + " cells " + std::to_string(mFrom) + " " +
                 std::to_string(mTo) + " " + std::to_string(mPosition) + "\n" + mMaps.Dump();
@@ -329,7 +329,8 @@ private:
     Edit::Clip mClip;
     std::size_t mFrom = 0, mTo = 0, mPosition = 0;
     int mTold = 0, mCalled = 0;
-    bool mIsTempoOnly = false, mWasFirstBehind = false;
+    bool mIsTempoOnly = false;
+    bool mWasFirstBehind = false;
     std::string mText;
     Told mMetersTold{*this}, mTempiTold{*this};
 };

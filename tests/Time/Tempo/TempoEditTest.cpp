@@ -410,3 +410,34 @@ TEST_F(TempoEditTest, CopiedTempiArriveWithTheirOwn)
     EXPECT_EQ(TempoAt(mMap, At(10.2)), 75);
     EXPECT_EQ(mRecorder.Take(), Reports{});
 }
+
+// Half a sample came as one and went as none, where the tempo there was not the one
+// that takes up the rounding.
+TEST_F(TempoEditTest, HalfASampleComesAndGoes)
+{
+    const Time_TickLength half(20);
+    Edit::LockToSample(mMap, At(8), Time_Sample(200000));
+    Edit::InsertCopied(mMap, At(2), {Time_TickLength(cQuarter), {{Time_TickLength(0), {120}}}});
+    const Bytes before = Streamed(mMap);
+    ASSERT_TRUE(Edit::InsertTime(mMap, At(2.5), half));
+    EXPECT_EQ(mMap.TickToSample(At(9) + half), Time_Sample(224001));
+    ASSERT_TRUE(Edit::DeleteTime(mMap, At(2.5), At(2.5) + half));
+    EXPECT_EQ(Streamed(mMap), before);
+}
+
+// A map that is so already gets no edit, and nobody is told.
+TEST_F(TempoEditTest, WhatChangesNothingTellsNobody)
+{
+    Edit::SetTempo(mMap, At(4), {90});
+    Edit::Ramp(mMap, At(8), At(12), {60}, 120, Edit::eCurve_Bars, 4);
+    const Cmn_Int32 identifier = mMap.GetUniqueEditIdentifier();
+    const int told = mTold;
+    EXPECT_TRUE(Edit::SetTempo(mMap, At(4), {90}));
+    EXPECT_TRUE(Edit::Ramp(mMap, At(8), At(12), {60}, 120, Edit::eCurve_Bars, 4));
+    EXPECT_TRUE(Edit::Scale(mMap, At(1), At(2), 1));
+    EXPECT_TRUE(Edit::ClearRange(mMap, At(20), At(30)));
+    EXPECT_TRUE(Edit::InsertTime(mMap, At(40), Time_TickLength(1)));
+    EXPECT_TRUE(Edit::DeleteTime(mMap, At(40), At(41)));
+    EXPECT_EQ(mMap.GetUniqueEditIdentifier(), identifier);
+    EXPECT_EQ(mTold, told);
+}

@@ -1,0 +1,224 @@
+#include "Kora/Cnn/Cnn_Receiver.h"
+#include "Kora/Time/Tempo/Time_SampleTransform.h"
+#include "Kora/Time/Tempo/Time_TempoEdit.h"
+#include "Time/Tempo/TempoMapTools.h"
+
+namespace {
+
+Time_Tick At(Cmn_Int64 iQuarter) { return Time_Tick(cStart + iQuarter * cQuarter); }
+
+struct Counter
+{
+    explicit Counter(Time_TempoMap& ioMap)
+        : mMap(ioMap)
+    {
+        mMap.GetListenerList().Add(&mReceiver);
+    }
+    ~Counter() { mMap.GetListenerList().Remove(&mReceiver); }
+    void OnChanged(const Mdl_SimpleValMessage_ValChanged&) { ++mTold; }
+    Time_TempoMap& mMap;
+    int mTold = 0;
+    Cnn_Receiver<Counter, Mdl_SimpleValMessage, &Counter::OnChanged> mReceiver{*this};
+};
+
+// Segments of one to five quarters, with flags as they come; the plain model of the upkeep.
+struct Rows
+{
+    explicit Rows(std::mt19937& ioRandom)
+    {
+        Cmn_Int64 quarter = 0, lastLock = 0;
+        for (int i = 0; i < 24; ++i, quarter += 1 + static_cast<Cmn_Int64>(ioRandom() % 5)) {
+            const bool isLocked = i == 0 || ioRandom() % 4 == 0;
+            if (isLocked) lastLock = i;
+            mRows.push_back({.tick = At(quarter).AsInt64(),
+                             .bpm = 121.0 + static_cast<double>(ioRandom() % 120),
+                             .locked = isLocked,
+                             .computed = ioRandom() % 3 == 0,
+                             .songStart = i == 0,
+                             .sample = quarter * 24000});
+        }
+        for (auto row = mRows.begin() + lastLock; row != mRows.end(); ++row)
+            row->computed = false; // nothing behind would say where it ends
+    }
+    void Fill(Time_TempoMap& ioMap) const
+    {
+        ioMap.BeginEdit();
+        for (const SegmentRow& row : mRows)
+            ioMap.AddSegment(row.Make());
+        ioMap.EndEdit();
+    }
+    void Clear(Cmn_Int64 iStart, Cmn_Int64 iEnd)
+    {
+        for (SegmentRow& row : mRows)
+            row.computed = row.computed && (row.tick < iStart || row.tick >= iEnd);
+    }
+    void LeaveOne(Cmn_Int64 iStart, Cmn_Int64 iEnd)
+    {
+        std::size_t kept = mRows.size();
+        Cmn_Int64 most = 0;
+        for (std::size_t i = mRows.size(); i-- > 0;) {
+            if (mRows[i].tick < iStart || mRows[i].tick >= iEnd) continue;
+            const Cmn_Int64 end = i + 1 < mRows.size() ? std::min(mRows[i + 1].tick, iEnd) : iEnd;
+            const bool isBetter = mRows[i].computed || (end - mRows[i].tick >= most && most < cMost);
+            if (isBetter) kept = i;
+            if (isBetter) most = mRows[i].computed ? cMost : end - mRows[i].tick;
+        }
+        Clear(iStart, iEnd);
+        if (kept < mRows.size()) mRows[kept].computed = true;
+    }
+    void FixUp(Cmn_Int64 iTick)
+    {
+        Cmn_Int64 start = mRows[0].tick, end = cMost;
+        for (const SegmentRow& row : mRows) {
+            if (row.locked && row.tick <= iTick) start = row.tick;
+            if (row.locked && row.tick > iTick) end = std::min(end, row.tick);
+        }
+        end == cMost ? Clear(start, end) : LeaveOne(start, end);
+    }
+    std::vector<bool> Flags() const
+    {
+        std::vector<bool> flags;
+        for (const SegmentRow& row : mRows)
+            flags.push_back(row.computed);
+        return flags;
+    }
+    std::vector<SegmentRow> mRows;
+};
+
+std::vector<bool> FlagsOf(const Time_TempoMap& iMap)
+{
+    std::vector<bool> flags;
+    for (auto iter = iMap.SegmentBegin(); iter != iMap.SegmentEnd(); ++iter)
+        flags.push_back((*iter)->IsComputed());
+    return flags;
+}
+
+} // namespace
+
+TEST(TempoMapLocks, OneSegmentIsComputedBetweenTwoLocks)
+{
+    AssertRecorder recorder;
+    const unsigned seed = std::random_device()();
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    std::mt19937 random(seed);
+    for (int run = 0; run < 2000; ++run) {
+        Rows rows(random);
+        Time_TempoMap map;
+        map.SetSampleRate(48000);
+        rows.Fill(map);
+        const Counter counter(map);
+        const std::vector<bool> before = FlagsOf(map);
+        Time_Tick from = At(static_cast<Cmn_Int64>(random() % 70)),
+                  to = At(static_cast<Cmn_Int64>(random() % 70));
+        const int kind = run % 4;
+        if (kind == 0) map.ClearComputedFlagsInRange(from, to), rows.Clear(from.AsInt64(), to.AsInt64());
+        if (kind == 1) map.FixUpComputedFlagsAroundTick(from), rows.FixUp(from.AsInt64());
+        if (kind == 2) map.RecomputeBetweenIDBs(At(0), At(200));
+        for (const SegmentRow& row : rows.mRows)
+            if (kind == 2) rows.FixUp(row.tick);
+        if (kind == 3) {
+            const auto isLocked = [](auto& iRow) { return iRow.locked; };
+            const auto end = std::find_if(rows.mRows.begin() + 1, rows.mRows.end(), isLocked);
+            if (end == rows.mRows.end()) continue;
+            from = At(0), to = Time_Tick(end->tick);
+            map.EnsureExactlyOneComputedSegmentInRange(from, to), rows.LeaveOne(cStart, end->tick);
+        }
+        ASSERT_EQ(FlagsOf(map), rows.Flags()) << "kind " << kind << "\n" << map.Dump();
+        ASSERT_EQ(counter.mTold, FlagsOf(map) != before) << "kind " << kind;
+        for (const SegmentRow& row :
+             rows.mRows) // what is not computed keeps its tempo, and each lock its sample
+            ASSERT_TRUE(!row.locked || map.TickToSample(Time_Tick(row.tick), false).AsInt64() == row.sample);
+        static_cast<void>(recorder.Take()); // stretches as they came do not meet their locks
+        ASSERT_TRUE(kind != 2 || map.ValidateBetweenIDBs()) << map.Dump();
+    }
+    EXPECT_EQ(recorder.Take(), Reports{});
+    Time_TempoMap broken;
+    Fill(broken, {{.tick = cStart, .locked = true, .songStart = true},
+                  {.tick = cStart + 9, .locked = true, .sample = 9}});
+    static_cast<void>(recorder.Take());
+    EXPECT_FALSE(broken.ValidateBetweenIDBs());
+    EXPECT_EQ(recorder.Take(),
+              Reports{"exactly one computed segment between two locks@$^$@Time/Time_TempoMapLocks"});
+}
+
+// A rate that doubles, an origin that moves: each place is where it was heard.
+TEST(TempoMapLocks, AMapMovesAsAWhole)
+{
+    AssertRecorder recorder;
+    std::mt19937 random(5);
+    Time_TempoMap map;
+    map.SetSampleRate(48000);
+    Rows rows(random);
+    rows.Clear(cStart, cMost);
+    rows.Fill(map);
+    map.RecomputeBetweenIDBs(At(0), At(200));
+    static_cast<void>(recorder.Take());
+    const Time_TempoMap old(map);
+    const auto expectAt = [&](Cmn_Int64 iTicks, Cmn_Int64 iScale, Cmn_Int64 iOffset) {
+        for (Cmn_Int64 tick = cStart; tick < At(90).AsInt64(); tick += cQuarter / 3)
+            ASSERT_NEAR(map.GetBasicTempoMap().FractionalSampleAtTick(Time_Tick(tick + iTicks)),
+                        old.GetBasicTempoMap().FractionalSampleAtTick(Time_Tick(tick)) *
+                                static_cast<double>(iScale) +
+                            static_cast<double>(iOffset),
+                        1e-6);
+    };
+    {
+        const Counter counter(map);
+        map.TransformSamples({});
+        map.Offset(Time_TickLength(0), Time_SampleLength(0));
+        EXPECT_EQ(counter.mTold, 0);
+        map.Offset(Time_TickLength(12345), Time_SampleLength(-777));
+        EXPECT_EQ(counter.mTold, 1);
+    }
+    expectAt(12345, 1, -777);
+    map.BeginEdit();
+    map.SetSampleRate(96000);
+    map.TransformSamples({.mScale = 2.0, .mOffset = Time_SampleLength(54)});
+    map.EndEdit();
+    expectAt(12345, 2, -1500);
+    const Bytes before = Streamed(map);
+    for (const double scale : {1e-9, 0.0, -1.0, static_cast<double>(NAN), static_cast<double>(INFINITY)})
+        map.TransformSamples({.mScale = scale, .mOffset = Time_SampleLength(0)});
+    EXPECT_EQ(Streamed(map), before) << "two locks would meet";
+    EXPECT_EQ(recorder.Take().size(), 5U);
+}
+
+TEST(TempoMapLocks, ASplitTakesALockAndASongStartIsTheOnlyOne)
+{
+    AssertRecorder recorder;
+    Time_TempoMap map;
+    map.SetSampleRate(48000);
+    Fill(map, {{.tick = cStart, .locked = true, .computed = true, .songStart = true},
+               {.tick = At(8).AsInt64(), .bpm = 77, .locked = true, .sample = 200000},
+               {.tick = At(9).AsInt64(), .bpm = 300}});
+    std::unique_ptr<Time_TempoMapSegment> first, second;
+    (*map.SegmentBegin())->SplitForIDB(first, second, At(3));
+    second->LockToSample(Time_Sample(80000));
+    map.BeginEdit();
+    map.AddSegment(std::move(first));
+    map.AddSegment(std::move(second));
+    map.EndEdit();
+    EXPECT_TRUE(map.ValidateBetweenIDBs());
+    for (const auto& [quarter, sample] : {std::pair(0, 0), {3, 80000}, {8, 200000}})
+        EXPECT_EQ(map.TickToSample(At(quarter)), Time_Sample(sample));
+
+    map.SongStartWasAdded(At(9));
+    EXPECT_EQ((*map.FindSongStart())->GetStartTick(), At(9));
+    EXPECT_EQ((*map.FindSongStart())->GetStartSample(), map.TickToSample(At(9)))
+        << "a free one is locked where it is";
+    EXPECT_FALSE((*map.SegmentBegin())->IsSongStart());
+    EXPECT_EQ(recorder.Take(), Reports{});
+    map.SongStartWasAdded(At(1));
+    EXPECT_EQ(recorder.Take().size(), 1U) << "no segment starts there";
+
+    double max, min;
+    map.GetMaxMinBPM(max, min, Time_TickLength(cQuarter / 2), At(8), At(9));
+    EXPECT_EQ(std::pair(max, min), std::pair(154.0, 154.0)) << "in eighths";
+    map.GetMaxMinBPM(max, min, Time_TickLength(cQuarter), At(8), At(9) + Time_TickLength(1));
+    EXPECT_EQ(std::pair(max, min), std::pair(300.0, 77.0));
+    map.GetLengthConstraintsForRange(min, max, At(8), At(10), Time_TempoEdit::GetTempoLimits());
+    const double each = 2880000.0 / 77 + 2880000.0 / 300; // all by what 300 and what 77 may be scaled by
+    EXPECT_NEAR(min, each * 300 / 500, 1e-6);
+    EXPECT_NEAR(max, each * 77 / 5, 1e-6);
+    EXPECT_EQ(map.GetMaxSample(), map.TickToSample(Time_Tick(576460752303423487)));
+}
