@@ -26,10 +26,8 @@ public:
         case Time_TempoEdit::eCurve_Linear:
             // The tempo's square is linear in ticks where the tempo is linear in time.
             return std::sqrt(mStart * mStart + (mEnd * mEnd - mStart * mStart) * iPart);
-        case Time_TempoEdit::eCurve_S: {
-            const double sine = SineOfQuarters(iPart); // (1 - cos(pi x)) / 2 is the square of sin(pi x / 2)
-            return mStart + (mEnd - mStart) * sine * sine;
-        }
+        case Time_TempoEdit::eCurve_S:
+            return mStart + (mEnd - mStart) * HalfCosine(iPart);
         default:
             return mStart + (mEnd - mStart) * iPart;
         }
@@ -38,52 +36,83 @@ public:
     // The one tempo that makes a part last as long as the curve does over it.
     double MeanTempo(double iFrom, double iTo) const
     {
-        if (mCurve == Time_TempoEdit::eCurve_Linear) return (TempoAt(iFrom) + TempoAt(iTo)) / 2;
-        return (iTo - iFrom) / IntegralOfInverse(iFrom, iTo);
+        if (mCurve == Time_TempoEdit::eCurve_S) return (iTo - iFrom) / IntegralOfInverse(iFrom, iTo);
+        const double start = TempoAt(iFrom), end = TempoAt(iTo), middle = (start + end) / 2;
+        if (mCurve == Time_TempoEdit::eCurve_Linear) return middle;
+        // (end - start) / log(end / start), by the series of the area hyperbolic tangent where that
+        // is exact to the last bit.
+        const double z = (end - start) / (end + start), square = z * z;
+        if (square > 1e-4) return (iTo - iFrom) / IntegralOfInverse(iFrom, iTo);
+        return middle / (1 + square * (1.0 / 3 + square * (1.0 / 5 + square * (1.0 / 7))));
     }
 
 private:
-    // Pieces so short that the tempo changes little over each.
+    // Pieces so short that the tempo changes little over each; where that is very little, three points are
+    // exact to the last bit, and five elsewhere.
     double IntegralOfInverse(double iFrom, double iTo) const
     {
-        const double steepness = 8 * std::abs(mEnd - mStart) / std::min(mStart, mEnd);
-        const int count = 1 + static_cast<int>((iTo - iFrom) * std::max(16.0, steepness));
-        const double width = (iTo - iFrom) / count;
-        double sum = 0;
-        for (int i = 0; i < count; ++i)
-            sum += GaussOfInverse(iFrom + i * width, width);
-        return sum;
-    }
-
-    // Gauss's rule of five points.
-    double GaussOfInverse(double iFrom, double iWidth) const
-    {
-        constexpr struct
-        {
-            double mOffset, mWeight;
-        } cPoints[] = {
+        constexpr Point cThree[] = {
+            {-0.7745966692414834, 0.5555555555555556},
+            {0.0, 0.8888888888888889},
+            {0.7745966692414834, 0.5555555555555556},
+        };
+        constexpr Point cFive[] = {
             {-0.9061798459386640, 0.2369268850561891},
             {-0.5384693101056831, 0.4786286704993665},
             {0.0, 0.5688888888888889},
             {0.5384693101056831, 0.4786286704993665},
             {0.9061798459386640, 0.2369268850561891},
         };
+        constexpr double cVeryLittle =
+            0.1; // the steepest stretch of the S is pi / 2 times as steep as its mean
+        const double steepness = 8 * std::abs(mEnd - mStart) / std::min(mStart, mEnd);
+        if ((iTo - iFrom) * std::max(16.0, steepness) < cVeryLittle)
+            return GaussOfInverse(cThree, iFrom, iTo - iFrom);
+        const int count = 1 + static_cast<int>((iTo - iFrom) * std::max(16.0, steepness));
+        const double width = (iTo - iFrom) / count;
         double sum = 0;
-        for (const auto& point : cPoints)
+        for (int i = 0; i < count; ++i)
+            sum += GaussOfInverse(cFive, iFrom + i * width, width);
+        return sum;
+    }
+
+    struct Point
+    {
+        double mOffset;
+        double mWeight;
+    };
+
+    // Gauss's rule.
+    template <std::size_t Count>
+    double GaussOfInverse(const Point (&iPoints)[Count], double iFrom, double iWidth) const
+    {
+        double sum = 0;
+        for (const Point& point : iPoints)
             sum += point.mWeight / TempoAt(iFrom + iWidth * (1 + point.mOffset) / 2);
         return sum * iWidth / 2;
     }
 
-    // sin(x pi / 2) for x from 0 to 1, by its power series: the terms beyond are below the last bit.
-    static double SineOfQuarters(double iPart)
+    // (1 - cos(x pi)) / 2 for x from 0 to 1, which is the square of sin(x pi / 2), and as far from 1 as 1 - x
+    // is from 0. By the sine's power series: up to a half, the terms beyond are below the last bit.
+    static double HalfCosine(double iPart)
     {
-        const double x = iPart * 1.5707963267948966;
-        double term = x, sum = x;
-        for (int i = 2; i < 26; i += 2) {
-            term *= -x * x / (i * (i + 1));
-            sum += term;
-        }
-        return sum;
+        // 1 / n! for odd n, with the series' signs, from the last one on.
+        constexpr double cInverseFactorials[] = {
+            -1.0 / 1307674368000.0, // 15!
+            1.0 / 6227020800.0,
+            -1.0 / 39916800.0,
+            1.0 / 362880.0,
+            -1.0 / 5040.0,
+            1.0 / 120.0,
+            -1.0 / 6.0,
+            1.0,
+        };
+        const double x = std::min(iPart, 1 - iPart) * 1.5707963267948966, square = x * x;
+        double sum = 0;
+        for (const double coefficient : cInverseFactorials)
+            sum = sum * square + coefficient;
+        const double sine = sum * x;
+        return iPart > 0.5 ? 1 - sine * sine : sine * sine;
     }
 
     Time_TempoEdit::ECurve mCurve;

@@ -258,8 +258,6 @@ private:
     void PutInPlace(std::size_t iFirst, std::size_t iLast,
                     std::vector<std::unique_ptr<Time_TempoMapSegment>> iSegments);
     void SetSegments(Segments iSegments);
-    void SetMoved(const Time_TickLength& iTicks, const Time_SampleTransform& iTransform);
-    void LeaveComputed(SegmentIter iFirst, SegmentIter iLast, SegmentIter iComputed);
     Segments CloneSegments() const;
 
     std::size_t IndexOf(SegmentIter iter) const { return static_cast<std::size_t>(iter - mSegments.begin()); }

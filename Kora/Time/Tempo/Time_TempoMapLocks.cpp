@@ -55,12 +55,18 @@ SegmentIter Longest(SegmentIter iFirst, SegmentIter iLast, Time_Tick iEnd)
     return longest;
 }
 
-} // namespace
+// The first segment that starts at iTick or later.
+SegmentIter FirstFrom(const Time_TempoMap& iMap, Time_Tick iTick)
+{
+    const SegmentIter controlling = iMap.FindControllingSegment(iTick);
+    const bool isBefore = controlling != iMap.SegmentEnd() && (*controlling)->GetStartTick() < iTick;
+    return isBefore ? controlling + 1 : controlling;
+}
 
 // Of [iFirst, iLast) only iComputed, which may be the end, is computed afterwards.
-void Time_TempoMap::LeaveComputed(SegmentIter iFirst, SegmentIter iLast, SegmentIter iComputed)
+void LeaveComputed(Time_TempoMap& ioMap, SegmentIter iFirst, SegmentIter iLast, SegmentIter iComputed)
 {
-    UpdateBasicMapIfNeeded(); // what was computed keeps what was found for it
+    ioMap.UpdateBasicMapIfNeeded(); // what was computed keeps what was found for it
     std::vector<std::unique_ptr<Time_TempoMapSegment>> changed;
     for (SegmentIter iter = iFirst; iter < iLast; ++iter)
         if ((*iter)->IsComputed() != (iter == iComputed)) {
@@ -69,6 +75,29 @@ void Time_TempoMap::LeaveComputed(SegmentIter iFirst, SegmentIter iLast, Segment
             if (iter != iComputed) EnsureTempo(*changed.back());
         }
     if (changed.empty()) return;
+    const Time_TempoMap_StEditOptimizer edit(ioMap);
+    for (auto& segment : changed)
+        ioMap.AddSegment(std::move(segment));
+}
+
+} // namespace
+
+void Time_TempoMap::SongStartWasAdded(Time_Tick iTick)
+{
+    const SegmentIter iter = FindSegment(iTick);
+    if (!Cmn_ASSERT(iter != mSegments.end())) return;
+    std::vector<std::unique_ptr<Time_TempoMapSegment>> changed;
+    for (SegmentIter other = SegmentBegin(); other != SegmentEnd(); ++other)
+        if ((*other)->IsSongStart() && other != iter) {
+            changed.push_back((*other)->Clone());
+            changed.back()->SetIsSongStart(false);
+        }
+    if (!(*iter)->IsSongStart() || !(*iter)->IsLockedToSample()) {
+        changed.push_back((*iter)->Clone());
+        changed.back()->SetIsSongStart(true);
+        if (!(*iter)->IsLockedToSample()) changed.back()->LockToSample(TickToSample(iTick, false));
+    }
+    if (changed.empty()) return;
     const Time_TempoMap_StEditOptimizer edit(*this);
     for (auto& segment : changed)
         AddSegment(std::move(segment));
@@ -76,17 +105,15 @@ void Time_TempoMap::LeaveComputed(SegmentIter iFirst, SegmentIter iLast, Segment
 
 void Time_TempoMap::ClearComputedFlagsInRange(Time_Tick iStart, Time_Tick iEnd)
 {
-    Settled();
-    if (iStart < iEnd) LeaveComputed(IterAt(LowerBound(iStart)), IterAt(LowerBound(iEnd)), mSegments.end());
+    if (iStart < iEnd) LeaveComputed(*this, FirstFrom(*this, iStart), FirstFrom(*this, iEnd), SegmentEnd());
 }
 
 void Time_TempoMap::EnsureExactlyOneComputedSegmentInRange(Time_Tick iStart, Time_Tick iEnd)
 {
-    Settled();
     if (iStart >= iEnd) return;
-    const SegmentIter first = IterAt(LowerBound(iStart)), last = IterAt(LowerBound(iEnd));
+    const SegmentIter first = FirstFrom(*this, iStart), last = FirstFrom(*this, iEnd);
     const SegmentIter computed = std::find_if(first, last, IsComputed);
-    LeaveComputed(first, last, computed != last ? computed : Longest(first, last, iEnd));
+    LeaveComputed(*this, first, last, computed != last ? computed : Longest(first, last, iEnd));
 }
 
 void Time_TempoMap::FixUpComputedFlagsAroundTick(Time_Tick iTick)
@@ -98,7 +125,7 @@ void Time_TempoMap::FixUpComputedFlagsAroundTick(Time_Tick iTick)
         EnsureExactlyOneComputedSegmentInRange((*stretch.mFirst)->GetStartTick(),
                                                (*stretch.mEnd)->GetStartTick());
     else
-        LeaveComputed(stretch.mFirst, stretch.mEnd, stretch.mEnd);
+        LeaveComputed(*this, stretch.mFirst, stretch.mEnd, stretch.mEnd);
 }
 
 void Time_TempoMap::RecomputeBetweenIDBs(Time_Tick iStart, Time_Tick iEnd)

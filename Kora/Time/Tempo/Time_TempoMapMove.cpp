@@ -3,10 +3,27 @@
 #include "Kora/Time/Tempo/Time_SampleTransform.h"
 #include "Kora/Time/Tempo/Time_TempoLimits.h"
 #include "Kora/Time/Tempo/Time_TempoMap.h"
-#include "Kora/Time/Tempo/Time_TempoMap_StEditOptimizer.h"
 
 #include <algorithm>
 #include <limits>
+
+namespace {
+
+// Nothing is laid out before the end: within an edit the rate may have changed, and the samples not yet.
+void SetMoved(Time_TempoMap& ioMap, const Time_TickLength& iTicks, const Time_SampleTransform& iTransform)
+{
+    std::vector<std::unique_ptr<Time_TempoMapSegment>> moved;
+    moved.reserve(ioMap.GetNumberOfSegments());
+    for (auto iter = ioMap.SegmentBegin(); iter != ioMap.SegmentEnd(); ++iter) {
+        moved.push_back((*iter)->Clone());
+        moved.back()->SetStartTick(moved.back()->GetStartTick() + iTicks);
+        moved.back()->TransformSamples(iTransform);
+    }
+    using Limits = std::numeric_limits<Cmn_Int64>;
+    ioMap.ReplaceSegments(Time_Tick(Limits::min()), Time_Tick(Limits::max()), std::move(moved));
+}
+
+} // namespace
 
 void Time_TempoMap::TransformSamples(const Time_SampleTransform& iTransform)
 {
@@ -20,32 +37,14 @@ void Time_TempoMap::TransformSamples(const Time_SampleTransform& iTransform)
                   iTransform.Apply(last->GetStartSample()) < iTransform.Apply(sample);
         last = iter->get();
     }
-    if (!Cmn_ASSERT_TEXT(ascends, "locks ascend") || !moves) return;
-    SetMoved(Time_TickLength(0), iTransform);
+    if (Cmn_ASSERT_TEXT(ascends, "locks ascend") && moves) SetMoved(*this, Time_TickLength(0), iTransform);
 }
 
 void Time_TempoMap::Offset(const Time_TickLength& iTicks, Time_SampleLength iSamples)
 {
     const bool moves =
         iTicks.AsInt64() != 0 || (iSamples.AsInt64() != 0 && !IsNumberOfLockedSegmentsLessThan(1));
-    if (moves && GetNumberOfSegments() > 0) SetMoved(iTicks, {.mScale = 1.0, .mOffset = iSamples});
-}
-
-void Time_TempoMap::SetMoved(const Time_TickLength& iTicks, const Time_SampleTransform& iTransform)
-{
-    Settled(); // and nothing is laid out: within an edit the rate may have changed, and the samples not yet
-    Segments moved;
-    moved.reserve(mSegments.size());
-    for (const auto& segment : mSegments) {
-        auto clone = segment->Clone();
-        clone->SetStartTick(clone->GetStartTick() + iTicks);
-        clone->TransformSamples(iTransform);
-        moved.push_back(std::move(clone));
-    }
-    NdoAboutToModify();
-    const Time_TempoMap_StEditOptimizer edit(*this);
-    DirtyBasicMap();
-    SetSegments(std::move(moved));
+    if (moves) SetMoved(*this, iTicks, {.mScale = 1.0, .mOffset = iSamples});
 }
 
 namespace {

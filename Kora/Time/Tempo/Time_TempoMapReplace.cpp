@@ -53,22 +53,3 @@ void Time_TempoMap::EnsureSongStart()
     }
     SongStartWasAdded(tick);
 }
-
-void Time_TempoMap::SongStartWasAdded(Time_Tick iTick)
-{
-    const SegmentIter iter = FindSegment(iTick);
-    if (!Cmn_ASSERT(iter != mSegments.end())) return;
-    if (mSongStartCount == 1 && (*iter)->IsSongStart() && (*iter)->IsLockedToSample()) return;
-    std::vector<std::unique_ptr<Time_TempoMapSegment>> changed;
-    for (const auto& segment : mSegments)
-        if (segment->IsSongStart() && segment->GetStartTick() != iTick) {
-            changed.push_back(segment->Clone());
-            changed.back()->SetIsSongStart(false);
-        }
-    changed.push_back((*iter)->Clone());
-    changed.back()->SetIsSongStart(true);
-    if (!(*iter)->IsLockedToSample()) changed.back()->LockToSample(TickToSample(iTick, false));
-    const Time_TempoMap_StEditOptimizer edit(*this);
-    for (auto& segment : changed)
-        AddSegment(std::move(segment));
-}
