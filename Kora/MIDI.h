@@ -5,6 +5,7 @@
 #include "Kora/SMF/SMF_Event.h"
 #include "Kora/SMF/SMF_Exception.h"
 #include "Kora/SMF/SMF_File.h"
+#include "Kora/SMF/SMF_TimeEdit.h"
 #include "Kora/SMF/SMF_TimeEvents.h"
 #include "Kora/SMF/SMF_TimeMaps.h"
 #include "Kora/SMF/SMF_Track.h"
