@@ -109,6 +109,17 @@ std::string Tool_SongBytes(const Tool_Song& iSong, EFF_EncryptionType iType)
     return file.GetBytes();
 }
 
+std::string Tool_WithSong(std::string iDocument, const Tool_Song& iSong)
+{
+    const Tool_MemoryFile file("the edited document", std::move(iDocument));
+    FF_Document document(Sys_FileLoc(file.GetPath()), eFF_EncryptionType_None, eTextEncoding_Utf8, false);
+    document.Open(Sys_Store::eOpenFlag_ReadWrite);
+    WriteSong(document, iSong);
+    document.Flush();
+    document.Close();
+    return file.GetBytes();
+}
+
 std::string Tool_ScramblingText(EFF_EncryptionType iType)
 {
     return iType == eFF_EncryptionType_None ? "not scrambled"

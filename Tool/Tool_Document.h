@@ -23,6 +23,8 @@ Cmn_Int32 Tool_CountOtherEntries(const FF_Document& iDocument);
 std::string Tool_SaveSong(const Tool_Song& iSong, const std::string& iName, EFF_EncryptionType iType);
 // The document itself, for a pipe.
 std::string Tool_SongBytes(const Tool_Song& iSong, EFF_EncryptionType iType);
+// The same of a document that is there, with all that is in it beside its song.
+std::string Tool_WithSong(std::string iDocument, const Tool_Song& iSong);
 // "not scrambled", "scrambled (type 2)"
 std::string Tool_ScramblingText(EFF_EncryptionType iType);
 

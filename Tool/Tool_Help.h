@@ -9,6 +9,7 @@ Usage: kora song FILE [--rate HZ] [--timecode NAME] [--json]
        kora convert FILE --from UNIT --to UNIT[,UNIT...] [--rate HZ] [--timecode NAME]
        kora xml FILE [--rate HZ] [--timecode NAME]
        kora export FILE.kora [-o OUT.mid] [--division TICKS]
+       kora edit FILE -o OUT OPERATION... [--dry-run] [--json]
        kora save FILE OUT.kora [--scramble TYPE] [--rate HZ] [--timecode NAME]
        kora info FILE.kora [--json]
        kora check FILE.kora... [--all]
@@ -22,6 +23,7 @@ Songs, from a MIDI file or a document:
   xml         print the song's maps as XML
   save        save the song as a document
   export      write a document's song as a MIDI file
+  edit        change tempo, meter and key, and delete, insert, move and repeat time
 
 Documents:
   info        print what is in a document: header, streams, table of contents
@@ -29,8 +31,8 @@ Documents:
   repair      bring back what a damaged document still holds, into another file
 
 FILE may be a pipe, a device or "-" for standard input, which are read whole, up to 268435456
-bytes; in "kora convert" a "-" means that there is no file. "-" as the output of plot, save and
-export is standard output.
+bytes; in "kora convert" a "-" means that there is no file. "-" as the output of plot, save,
+export and edit is standard output.
 
 Try:
 
@@ -85,6 +87,67 @@ half up. How many were rounded, and by how much at most, is told.
 A song that no MIDI file can hold is refused: a meter of more than 255 beats or of a denominator
 that is no power of two up to 2048, a key of more than 7 accidentals, a tempo below 3.58 quarter
 notes a minute.
+)";
+
+inline constexpr char Tool_cEditHelp[] =
+    R"(Changes a song: its tempo, meter and key, and its time, with the notes of a MIDI file.
+
+Usage: kora edit FILE -o OUT OPERATION... [--dry-run] [--json] [--as KIND] [--division TICKS]
+                 [--rate HZ] [--timecode NAME]
+
+  FILE              the song, a MIDI file or a document; "-" for standard input
+  -o, --output OUT  what comes out; its ending says its kind: .mid, .midi or .kora. It may be FILE
+                    and takes its place in one step; "-" is standard output
+  --as KIND         the kind for "-": mid or kora (default: FILE's)
+  --dry-run         print what would change and write nothing
+  --json            print what changed as one JSON object
+  --division TICKS  for a MIDI file out of a document: file ticks to a quarter note (default: 960)
+  --rate HZ         sample rate, as for "kora song"
+  --timecode NAME   timecode format, as for "kora song"
+
+Operations, done in the order given:
+  --tempo POS BPM             the tempo from POS on, in quarter notes a minute, 5 to 500
+  --ramp FROM TO BPM BPM      from one tempo to another, in steps of equal length in ticks, each
+                              with the tempo that makes it last as long as the curve does over it
+      --curve CURVE           bars: the tempo is linear in ticks (default); linear: in time;
+                              s: half a cosine in ticks
+      --steps N               default: 16 a bar
+  --scale PERCENT [FROM TO]   all tempi, or those in a range
+  --fit FROM TO LENGTH        scales the tempi of a range so that it lasts LENGTH
+  --lock POS TIME             POS is at this time: the stretch since the lock before, or the start,
+                              gets the one tempo that fits, and so does the one to the next lock
+  --beats FILE                the n-th beat is at the time in the n-th line, less that of the first
+      --tolerance MS          one tempo for neighbours while no beat moves by more (default: 0)
+  --insert AT LENGTH          empty time; what is at AT or later moves
+  --delete FROM TO            takes time out; what is at TO or later moves
+  --move FROM TO POS          takes time out and puts it before POS, which is read before the cut
+  --repeat FROM TO N          N copies behind TO
+  --meter POS N/D             from POS on; later changes stay where they are
+  --key POS NAME              from POS on: "Eb major" or Eb, "C# minor" or C#m
+
+Positions and lengths say what they are by their shape or their unit, and are read through the
+song as the operation before left it:
+  5|1|0   5|3                 bar|beat|tick with internal ticks, a position
+  4bars                       a length, in bars of the meter at its place
+  1:02.500   1:00:02.500      minutes:seconds, hours before them
+  00:01:02:15                 timecode, ";" before the frames in drop formats
+  62.5   62.5seconds   96000samples   1875frames   960000ticks
+As positions, ticks count as in "kora convert": the song starts at 1000000000000. Where only a
+time can stand (LENGTH of --fit, TIME, the lines of --beats), a whole number alone is seconds. An
+inserted time lasts as long as it says, at the tempo just before AT.
+
+The music stays whole. A deletion ends the notes that sound into it at its beginning, shortens
+those that sound across it, and drops those that begin in it, with its texts, markers and sysex;
+programs, controllers, bends, pressures, tempo, meter and key behind it are what they were, and so
+they are at the beginning of what is repeated or moved. A note that sounds across an insertion
+sounds on through it; one that ends at it ends there. What sets the song up at its very first tick
+stays there. A file's division stays; ticks, and tempi in microseconds, are rounded once, when the
+file is written.
+
+What a lock holds where it is, --tempo, --ramp, --scale and --fit do not move: they are refused
+before it. Deleting, inserting, moving and repeating time releases the locks behind it.
+
+Other streams of a document stay as they are. A document out of a MIDI file has no notes.
 )";
 
 inline constexpr char Tool_cConvertHelp[] =

@@ -79,6 +79,12 @@ Tool_Song::Tool_Song(FF_Document& ioDocument, const std::optional<FF_TimeMaps::S
     CheckPlaces(name);
 }
 
+void Tool_Song::Edited(Time_Tick iEndTick, const std::string& iName)
+{
+    mEndTick = std::max(iEndTick, LastChange(GetStartTick(), mTempoMap, mMeterMap, mKeyMap));
+    CheckPlaces(iName);
+}
+
 // A document may come from anywhere: every place that is shown must be one.
 void Tool_Song::CheckPlaces(const std::string& iName) const
 {

@@ -55,6 +55,14 @@ public:
     // The last event of any track.
     Time_Tick GetEndTick() const { return mEndTick; }
 
+    // For edits. After one comes Edited, with where the last event is now, or the last change where
+    // that is later. It throws Tool_InputError, in which iName stands for the edit, for places that
+    // the invariants rule out.
+    Time_MeterMap& GetMeterMap() { return mMeterMap; }
+    Time_TempoMap& GetTempoMap() { return mTempoMap; }
+    Time_KeySignatureMap& GetKeyMap() { return mKeyMap; }
+    void Edited(Time_Tick iEndTick, const std::string& iName);
+
 private:
     Tool_Song(FF_Document& ioDocument, const std::optional<FF_TimeMaps::SongInfo>& iInfo,
               const Tool_AskedSettings& iAsked);

@@ -48,6 +48,13 @@ Cmn_Int32 SharpsOf(const Time_KeySignature& iKey)
 constexpr std::size_t cPositionWidth = 13;
 constexpr std::size_t cNumberWidth = 11;
 
+std::string TableLine(const std::string& iPosition, const std::string& iSample, const std::string& iTimecode,
+                      const std::string& iTime, const std::string& iChange)
+{
+    return RightAligned(iPosition, cPositionWidth) + "  " + RightAligned(iSample, cNumberWidth) + "  " +
+           RightAligned(iTimecode, cNumberWidth) + "  " + RightAligned(iTime, cNumberWidth) + "  " + iChange;
+}
+
 } // namespace
 
 Tool_SongReport::Tool_SongReport(const Tool_Song& iSong, std::string iFile)
@@ -83,27 +90,39 @@ std::vector<Tool_SongReport::TableRow> Tool_SongReport::TableRows() const
     return rows;
 }
 
-std::string Tool_SongReport::Table() const
+std::string Tool_SongReport::Heading() const
 {
     const Tool_Settings& settings = mSong.GetSettings();
-    const Tool_Seconds seconds(settings.mSampleRate);
-    const auto line = [](const std::string& iPosition, const std::string& iSample,
-                         const std::string& iTimecode, const std::string& iTime, const std::string& iChange) {
-        return RightAligned(iPosition, cPositionWidth) + "  " + RightAligned(iSample, cNumberWidth) + "  " +
-               RightAligned(iTimecode, cNumberWidth) + "  " + RightAligned(iTime, cNumberWidth) + "  " +
-               iChange + '\n';
-    };
-    std::string table = mFile + '\n';
-    table += Rate(settings.mSampleRate) + " Hz, timecode " +
-             Time_Globals::GetTimeCodeFormatString(settings.mTimeCodeFormat) +
-             ", 960 ticks to a quarter note\n\n";
-    table += line("bar|beat|tick", "sample", "timecode", "min:sec", "change");
+    return mFile + '\n' + Rate(settings.mSampleRate) + " Hz, timecode " +
+           Time_Globals::GetTimeCodeFormatString(settings.mTimeCodeFormat) +
+           ", 960 ticks to a quarter note\n";
+}
+
+std::string Tool_SongReport::ColumnNames()
+{
     const std::string rule(cNumberWidth, '-');
-    table += line(std::string(cPositionWidth, '-'), rule, rule, rule, std::string(20, '-'));
-    for (const TableRow& row : TableRows())
-        table += line(row.mPlace->mPosition.ToString(true, true), Number(row.mPlace->mSample.AsInt64()),
-                      TimecodeOf(*row.mPlace), seconds.MinutesAndSeconds(row.mPlace->mSample.AsInt64()),
-                      row.mChange);
+    return TableLine("bar|beat|tick", "sample", "timecode", "min:sec", "change") + '\n' +
+           TableLine(std::string(cPositionWidth, '-'), rule, rule, rule, std::string(20, '-')) + '\n';
+}
+
+std::vector<Tool_SongReport::Line> Tool_SongReport::Lines() const
+{
+    const Tool_Seconds seconds(mSong.GetSettings().mSampleRate);
+    std::vector<Line> lines;
+    for (const TableRow& row : TableRows()) {
+        const Cmn_Int64 sample = row.mPlace->mSample.AsInt64();
+        lines.push_back({row.mPlace->mTick, row.mChange,
+                         TableLine(row.mPlace->mPosition.ToString(true, true), Number(sample),
+                                   TimecodeOf(*row.mPlace), seconds.MinutesAndSeconds(sample), row.mChange)});
+    }
+    return lines;
+}
+
+std::string Tool_SongReport::Table() const
+{
+    std::string table = Heading() + '\n' + ColumnNames();
+    for (const Line& line : Lines())
+        table += line.mText + '\n';
     return table;
 }
 

@@ -21,6 +21,17 @@ public:
     // One object, indented by 2, with a newline at its end. Positions in internal ticks.
     std::string Json() const;
 
+    // The parts of the table: what stands above its rows, and each of them.
+    struct Line
+    {
+        Time_Tick mTick;
+        std::string mChange; // "tempo   84.000 bpm"
+        std::string mText;   // the whole row, without an end of line
+    };
+    std::string Heading() const;
+    static std::string ColumnNames();
+    std::vector<Line> Lines() const;
+
 private:
     struct TableRow
     {

@@ -116,7 +116,7 @@ TEST_F(CommandTest, HelpIsThereForEachAndFitsATerminal)
 {
     EXPECT_EQ(Run({"--version"}).mOut.substr(0, 5), "kora ");
     for (const std::string command :
-         {"", "song", "convert", "plot", "export", "xml", "save", "info", "check", "repair"})
+         {"", "song", "convert", "plot", "export", "xml", "edit", "save", "info", "check", "repair"})
     {
         const std::string help = command.empty() ? Run({"--help"}).mOut : Run({command, "x", "--help"}).mOut;
         EXPECT_NE(help.find("\nUsage: kora " + command), std::string::npos) << command;
