@@ -7,7 +7,7 @@
 namespace SMF_TimeEditDetail {
 namespace {
 
-constexpr int cBank = 0, cBankLow = 32, cData = 6, cDataLow = 38;
+constexpr int cBank = 0, cBankLow = 32, cData = 6, cDataLow = 38, cReset = 121;
 
 // Of nothing that lasts: steps up and down, and commands to what sounds.
 bool IsCommand(int iController)
@@ -133,9 +133,25 @@ void ChasedState::ApplyController(const Event& iEvent, std::size_t iTrack)
             ((channel * 2 + (selection.mFirst == 98 ? 1 : 0)) * 256 + selection.mHigh + 1) * 256 +
             selection.mLow + 1;
         mParameters[parameter * 2 + (number == cData ? 0 : 1)] = {{iEvent, iTrack}, selection};
+    } else if (number == cReset) {
+        Reset(iEvent, iTrack);
     } else if (!IsCommand(number)) {
         Set(channel * eSlot_Count + number, {iEvent, iTrack});
     }
+}
+
+// "Reset all controllers": what it sets is as if it had been told one by one.
+void ChasedState::Reset(const Event& iEvent, std::size_t iTrack)
+{
+    const int base = (iEvent.mStatus & 15) * eSlot_Count;
+    for (const int slot : {1, 11, 64, 65, 66, 67, 68, 69, int{eSlot_Bend}, int{eSlot_Pressure}}) {
+        Entry entry{Default(base + slot), iTrack};
+        entry.mEvent.mTick = iEvent.mTick;
+        entry.mEvent.mOrder = iEvent.mOrder;
+        Set(base + slot, entry);
+    }
+    constexpr int cNoParameter = 127;
+    mSelections[iEvent.mStatus & 15u] = {100, cNoParameter, cNoParameter, iTrack, iEvent.mOrder};
 }
 
 // --- What is missing -------------------------------------------------------------------------------------

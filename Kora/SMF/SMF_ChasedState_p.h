@@ -88,6 +88,7 @@ private:
     static Event Default(int iSlot);
     static bool IsSame(const Entry& iA, const Entry& iB, int iSlot);
     void ApplyController(const Event& iEvent, std::size_t iTrack);
+    void Reset(const Event& iEvent, std::size_t iTrack);
     void Set(int iSlot, const Entry& iEntry);
     bool IsProgramSame(const ChasedState& iOther, int iChannel) const;
     void AddSlots(std::vector<Step>& ioSteps, const ChasedState& iWanted, const ChasedState& iAnew) const;

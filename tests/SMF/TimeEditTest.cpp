@@ -83,6 +83,11 @@ TEST(SMFTimeEdit, WhatTheRangeHoldsStaysWhole)
         {"a parameter's data goes where it went",
          "1: b0 6500, 2: b0 6400, 11: b0 060c, 12: b0 657f, 13: b0 647f, 30: ff2f", DeleteTenToTwenty,
          "1: b0 6500, 2: b0 6400, 10: b0 060c, 10: b0 657f, 10: b0 647f, 20: ff2f"},
+        {"a reset of all controllers is what it resets",
+         "0: b0 407f, 0: e0 0050, 0: b0 7900, 5: b0 407f, 6: d0 10, 11: b0 7900, 12: b0 0120, 30: ff2f",
+         DeleteTenToTwenty,
+         "0: b0 407f, 0: e0 0050, 0: b0 7900, 5: b0 407f, 6: d0 10, 10: b0 4000, 10: d0 00, 10: b0 0120, 20: "
+         "ff2f"},
         {"what sets up at the first tick stays there",
          "0: ff03 61, 0: f0 7ef7, 0: c0 01, 0: 90 3c40, 5: 80 3c40, 12: 90 3c40, 13: 80 3c40, 30: ff2f",
          [](SMF_TimeEdit& e) { e.DeleteTime(At(0), At(10)); },
