@@ -127,15 +127,15 @@ public:
     void AddStream(const FF_StreamInfo& iInfo, std::span<const Piece> iPieces)
     {
         Open(4, nullptr, '{');
-        Add(6, "position", iInfo.position);
-        Add(6, "size", iInfo.size);
-        Add(6, "depth", iInfo.depth);
-        Add(6, "type", iInfo.streamType);
-        Add(6, "typeName", Tool_StreamTypeName(iInfo.streamType));
-        Add(6, "name", iInfo.name);
-        Add(6, "version", iInfo.version);
-        AddBool(6, "isList", iInfo.isList);
-        Add(6, "listIndex", Cmn_Int64{iInfo.listIndex});
+        Add(6, "position", iInfo.mPosition);
+        Add(6, "size", iInfo.mSize);
+        Add(6, "depth", iInfo.mDepth);
+        Add(6, "type", iInfo.mStreamType);
+        Add(6, "typeName", Tool_StreamTypeName(iInfo.mStreamType));
+        Add(6, "name", iInfo.mName);
+        Add(6, "version", iInfo.mVersion);
+        AddBool(6, "isList", iInfo.mIsList);
+        Add(6, "listIndex", Cmn_Int64{iInfo.mListIndex});
         Open(6, "entries", '[');
         for (const Piece& piece : iPieces) {
             Open(8, nullptr, '{');
@@ -204,10 +204,10 @@ std::vector<Tool_DocumentReport::Piece> Tool_DocumentReport::ForEachStream(const
     auto at = pieces.begin(); // those before it were passed
     auto left = at;           // and those before this one are at no stream
     FF_DocumentCheck::ForEachStream(mDocument, [&](const FF_StreamInfo& iInfo) {
-        for (; at != pieces.end() && at->offset < iInfo.position; ++at)
+        for (; at != pieces.end() && at->offset < iInfo.mPosition; ++at)
             *left++ = *at;
         const auto from = at;
-        while (at != pieces.end() && at->offset == iInfo.position)
+        while (at != pieces.end() && at->offset == iInfo.mPosition)
             ++at;
         iStream(iInfo, std::span<const Piece>(from, at));
     });
@@ -259,8 +259,8 @@ std::string Tool_DocumentReport::Table() const
             if (piece.piece == 0) // pieces share one
                 descriptions += (descriptions.empty() ? "" : "; ") + DescriptionOf(piece);
         }
-        rows.push_back({Number(iInfo.position), Number(iInfo.size), Number(iInfo.version),
-                        std::string(static_cast<std::size_t>(iInfo.depth) * 2, ' ') + LabelOf(iInfo),
+        rows.push_back({Number(iInfo.mPosition), Number(iInfo.mSize), Number(iInfo.mVersion),
+                        std::string(static_cast<std::size_t>(iInfo.mDepth) * 2, ' ') + LabelOf(iInfo),
                         keys.empty() ? "-" : keys, Tool_Printable(descriptions)});
     });
     std::string table = Header() + Aligned(rows, 3);

@@ -31,16 +31,16 @@ void Put(T iValue, Cmn_UInt8*& ioTo, bool iSwap)
 
 void Tell(const Fields& iFields, std::string_view iName, Cmn_Int64 iBody, Sys_StdStreamHeaderInfo& oInfo)
 {
-    oInfo.name = iName;
-    oInfo.version = iFields.version;
-    oInfo.listIndex = iFields.listIndex;
-    oInfo.isList = iFields.IsList();
-    oInfo.hasSums = iFields.HasSums();
-    oInfo.isComplete = iFields.IsComplete();
-    oInfo.bodySum = iFields.bodySum;
-    oInfo.start = iFields.start;
-    oInfo.body = iBody;
-    oInfo.end = oInfo.isComplete ? iBody + Cmn_Int64{iFields.bodySize} : iBody;
+    oInfo.mName = iName;
+    oInfo.mVersion = iFields.mVersion;
+    oInfo.mListIndex = iFields.mListIndex;
+    oInfo.mIsList = iFields.IsList();
+    oInfo.mHasSums = iFields.HasSums();
+    oInfo.mIsComplete = iFields.IsComplete();
+    oInfo.mBodySum = iFields.mBodySum;
+    oInfo.mStart = iFields.mStart;
+    oInfo.mBody = iBody;
+    oInfo.mEnd = oInfo.mIsComplete ? iBody + Cmn_Int64{iFields.mBodySize} : iBody;
 }
 
 } // namespace
@@ -77,23 +77,23 @@ Fields Fields::Read(Sys_TypedInStream& ioStream)
     const std::size_t nameSize = ReadFront(ioStream, bytes);
     ioStream.ReadBytes(bytes.data() + cFixedFront, nameSize + cAfterName + cBlockSize);
     Fields fields = FromBytes(bytes.data(), start, ioStream.IsSwapped());
-    fields.name.assign(bytes.data() + cFixedFront, bytes.data() + cFixedFront + nameSize);
+    fields.mName.assign(bytes.data() + cFixedFront, bytes.data() + cFixedFront + nameSize);
     return fields;
 }
 
 Fields Fields::FromBytes(const Cmn_UInt8* iBytes, Cmn_Int64 iStart, bool iSwap)
 {
     Fields fields;
-    fields.start = iStart;
+    fields.mStart = iStart;
     const Cmn_UInt8* from = iBytes + cFixedFront + iBytes[cMagic.size()];
-    fields.version = Take<Cmn_Int16>(from, iSwap);
-    fields.listIndex = Take<Cmn_UInt32>(from, iSwap);
-    fields.flags = Take<Cmn_UInt16>(from, iSwap);
-    fields.bodySize = Take<Cmn_UInt32>(from, iSwap);
-    fields.bodySum = Take<Cmn_UInt32>(from, iSwap);
+    fields.mVersion = Take<Cmn_Int16>(from, iSwap);
+    fields.mListIndex = Take<Cmn_UInt32>(from, iSwap);
+    fields.mFlags = Take<Cmn_UInt16>(from, iSwap);
+    fields.mBodySize = Take<Cmn_UInt32>(from, iSwap);
+    fields.mBodySum = Take<Cmn_UInt32>(from, iSwap);
     if (fields.HasSums())
-        fields.computedSum = SumOf(iBytes, static_cast<std::size_t>(from - iBytes), fields.start);
-    fields.headerSum = Take<Cmn_UInt32>(from, iSwap);
+        fields.mComputedSum = SumOf(iBytes, static_cast<std::size_t>(from - iBytes), fields.mStart);
+    fields.mHeaderSum = Take<Cmn_UInt32>(from, iSwap);
     if (fields.HasSums() && fields.IsComplete()) fields.mBodySum -= static_cast<Cmn_UInt32>(fields.mStart);
     return fields;
 }
@@ -273,7 +273,7 @@ bool Sys_StdStreamHeaderReader::Peek(Sys_TypedInStream& ioStream, Sys_StdStreamH
     bool isHeader = false;
     try {
         const Fields fields = Fields::Read(ioStream);
-        isHeader = take(fields, fields.name);
+        isHeader = take(fields, fields.mName);
     } catch (const Cmn_Exception&) {
         // The bytes end within what would be a header.
     }

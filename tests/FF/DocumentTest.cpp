@@ -136,7 +136,7 @@ TEST_F(LongTable, IsReadAsFarAsItIsAskedFor)
     EXPECT_EQ(Read(document, cEnd - 1), cEnd - 1);
     std::size_t numBytes = 0;
     for (const auto& request : mFiles.GetLog())
-        numBytes += request.kind == MemoryFileSystem::eRead ? request.count : 0;
+        numBytes += request.mKind == MemoryFileSystem::eRead ? request.mCount : 0;
     EXPECT_LT(numBytes, 65536u);
 
     for (Cmn_Int16 type = cBegin - 1; type <= cEnd; ++type)

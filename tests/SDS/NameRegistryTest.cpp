@@ -269,7 +269,7 @@ public:
     void Connect(SDS_Name* iA, SDS_Name* iB)
     {
         Node &a = mLive.at(iA), &b = mLive.at(iB);
-        if (iA == iB || std::count(a.connected.begin(), a.connected.end(), iB) != 0) return;
+        if (iA == iB || std::count(a.mConnected.begin(), a.mConnected.end(), iB) != 0) return;
         a.mConnected.insert(a.mConnected.begin(), iB);
         b.mConnected.insert(b.mConnected.begin(), iA);
     }

@@ -78,17 +78,17 @@ protected:
     void ChangeType(Guest& ioGuest, Cmn_Int32 iType)
     {
         static_cast<void>(ioGuest.mRecorder->GetSDSTokenListener()->SetType(iType));
-        ioGuest.mWhat.type = iType;
+        ioGuest.mWhat.mType = iType;
         ioGuest.mWaiting.clear();
         ioGuest.mSenders = {};
     }
     void SendFrom(std::size_t iNode, Hears iTypes, int iStep)
     {
-        ASSERT_EQ(Send(*mNodes[iNode], {iTypes.type, iTypes.subtype, iStep}), eSDSErr_None);
+        ASSERT_EQ(Send(*mNodes[iNode], {iTypes.mType, iTypes.mSubtype, iStep}), eSDSErr_None);
         for (Guest& guest : mGuests) {
             const Hears& what = guest.mWhat;
-            const bool hears = guest.mSenders[iNode] && (what.type == 0 || what.type == iTypes.type) &&
-                               (what.subtype == 0 || what.subtype == iTypes.subtype);
+            const bool hears = guest.mSenders[iNode] && (what.mType == 0 || what.mType == iTypes.mType) &&
+                               (what.mSubtype == 0 || what.mSubtype == iTypes.mSubtype);
             if (hears) guest.mWaiting.push_back(iStep);
         }
     }
@@ -135,7 +135,7 @@ TEST_F(TokenScript, ConnectedNodesHearEachOtherInBothDirections)
         if (kind == 2) TogglePause();
         if (kind == 3) Invite(a, mTasks[b], types);
         if (kind == 4 && guest != mGuests.end() && (mGuests.size() > 120 || b == 0)) mGuests.erase(guest);
-        if (kind == 5 && guest != mGuests.end()) ChangeType(*guest, types.type);
+        if (kind == 5 && guest != mGuests.end()) ChangeType(*guest, types.mType);
         if (kind > 5) SendFrom(a, types, step);
         UpdateSenders();
         if (step % 8 == 0) CheckWhatIsHeard();

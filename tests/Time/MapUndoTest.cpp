@@ -60,12 +60,12 @@ std::unique_ptr<Time_TempoMapSegment> AnySegment(Random& ioRandom)
 {
     const Time_Tick tick = AnyTick(ioRandom);
     const bool isLocked = ioRandom() % 9 == 0;
-    return SegmentRow{.tick = tick.AsInt64(),
-                      .bpm = 60 + static_cast<double>(ioRandom() % 90),
-                      .locked = isLocked,
-                      .computed = ioRandom() % 9 == 0,
-                      .unspecified = ioRandom() % 20 == 0,
-                      .sample = (tick.AsInt64() - cStart) / 40}
+    return SegmentRow{.mTick = tick.AsInt64(),
+                      .mBpm = 60 + static_cast<double>(ioRandom() % 90),
+                      .mLocked = isLocked,
+                      .mComputed = ioRandom() % 9 == 0,
+                      .mUnspecified = ioRandom() % 20 == 0,
+                      .mSample = (tick.AsInt64() - cStart) / 40}
         .Make();
 }
 
@@ -93,7 +93,7 @@ void EditOne(Time_MeterMap& ioMap, Random& ioRandom)
 }
 void EditOne(Time_TempoMap& ioMap, Random& ioRandom)
 {
-    ioMap.AddSegment(SegmentRow{.tick = AnyTick(ioRandom).AsInt64()}.Make());
+    ioMap.AddSegment(SegmentRow{.mTick = AnyTick(ioRandom).AsInt64()}.Make());
 }
 
 template <class Map>

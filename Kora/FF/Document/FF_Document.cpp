@@ -272,7 +272,7 @@ void FF_Document::ParseHeader(EOpenFlag iFlag)
     if (mTOCOffset < mHeader.mEnd || mTOCOffset >= mInStream->GetLength())
         Sys_ThrowFrom(*mInFile, Cmn_eMessage_NoTOC, mTOCOffsetPosition);
     in.SetPosition(mTOCOffset);
-    if (!isWritable) return mTOC->Open(*mInStream, mSwap, mTOCOffset, mHeader.end);
+    if (!isWritable) return mTOC->Open(*mInStream, mSwap, mTOCOffset, mHeader.mEnd);
     mTOC->StreamIn(in, mTOCOffset, mHeader.mEnd);
     // The table lives in memory from now on: the streams end where it begins, and what is
     // written now replaces it.

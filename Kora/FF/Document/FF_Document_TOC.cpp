@@ -91,7 +91,7 @@ std::vector<FF_Document::Context> FF_Document::TOC::GetContexts(Entry iEntry) co
         std::vector<Context> contexts;
         contexts.reserve(iFlat.size());
         for (const FF_TOCTable::Context& context : iFlat)
-            contexts.emplace_back(context.GetStreamType(), context.parent, context.isList,
+            contexts.emplace_back(context.GetStreamType(), context.mParent, context.mIsList,
                                   context.GetListIndex());
         return contexts;
     };
@@ -119,7 +119,7 @@ Cmn_Int32 FF_Document::TOC::GetNumValues(Entry iEntry) const
 {
     if (!Cmn_ASSERT(iEntry >= 0 && iEntry < GetNumKeys())) return 0;
     return static_cast<Cmn_Int32>(mPages != nullptr ? mPages->GetNumValues(iEntry)
-                                                    : mTable->GetKey(iEntry).valueCount);
+                                                    : mTable->GetKey(iEntry).mValueCount);
 }
 
 bool FF_Document::TOC::Has(Entry iEntry, Cmn_Int32 iValue) const
@@ -216,7 +216,7 @@ FF_Document::TOC::Entry FF_Document::TOC::Register(std::span<const Context> iCon
     FF_TOCTable& table = GetTable();
     const Entry entry = iKnown == cNone ? table.Add(iContexts) : iKnown;
     if (iKnown != cNone) table.TakeParents(entry, iContexts);
-    if (static_cast<Cmn_UInt32>(iValue) == table.GetKey(entry).valueCount)
+    if (static_cast<Cmn_UInt32>(iValue) == table.GetKey(entry).mValueCount)
         AddValue(entry, iDescription, {&iOffset, 1});
     else
         table.AddOffset(entry, iValue, iOffset);
@@ -284,7 +284,7 @@ void FF_Document::TOC::StreamIn(Sys_TypedInStream& ioStream, Cmn_Int64 iEnd, Cmn
     if (header.GetBytesLeft() < FF_Format::cStreamTypeSize)
         Sys_ThrowFrom<Sys_StreamReadException>(ioStream.GetStream(), at);
     if (ioStream.ReadInt16() != cTOCStreamType)
-        Sys_ThrowFrom(ioStream.GetStream(), Cmn_eMessage_UnexpectedStreamType, header.GetInfo().start);
+        Sys_ThrowFrom(ioStream.GetStream(), Cmn_eMessage_UnexpectedStreamType, header.GetInfo().mStart);
     header.CheckVersion(FF_Format::cTOCVersion, FF_Format::cTOCVersion);
 
     // The header was held against the stream's length, so that its size can be believed.
@@ -301,17 +301,17 @@ void FF_Document::TOC::StreamIn(Sys_TypedInStream& ioStream, Cmn_Int64 iEnd, Cmn
 bool FF_Document::TOC::FitsIndex(Sys_TypedInStream& ioStream, const Sys_StdStreamHeaderInfo& iHeader) const
 {
     const FF_TOCTable& table = GetTable();
-    const Cmn_Int64 body = iHeader.body + FF_Format::cStreamTypeSize;
+    const Cmn_Int64 body = iHeader.mBody + FF_Format::cStreamTypeSize;
     const Cmn_Int64 behindKeys = body + table.GetSizeOfKeys();
-    if (behindKeys == iHeader.end) return true;
+    if (behindKeys == iHeader.mEnd) return true;
     FF_TOCIndex index;
-    if (!index.Read(ioStream, iHeader.start, body, iHeader.end - body)) return false;
-    Bytes there(static_cast<std::size_t>(iHeader.end - behindKeys));
+    if (!index.Read(ioStream, iHeader.mStart, body, iHeader.mEnd - body)) return false;
+    Bytes there(static_cast<std::size_t>(iHeader.mEnd - behindKeys));
     ioStream.SetPosition(behindKeys);
     ioStream.ReadBytes(there.data(), there.size());
     Sys_MemOutStream written;
     Sys_TypedOutStream out(written, ioStream.IsSwapped());
-    table.WriteBody(out, iHeader.start, index.pageSize);
+    table.WriteBody(out, iHeader.mStart, index.pageSize);
     const auto rest = std::span(written.GetBytes()).subspan(static_cast<std::size_t>(table.GetSizeOfKeys()));
     return std::equal(rest.begin(), rest.end(), there.begin(), there.end());
 }

@@ -103,16 +103,16 @@ std::unique_ptr<FF_TOCPages> FF_TOCPages::Open(Sys_FileBasedInStream& ioStream, 
     std::unique_ptr<FF_TOCPages> pages(new FF_TOCPages(ioStream, iSwap));
     Sys_TypedInStream& typed = pages->mTyped;
     Sys_StdStreamHeaderInfo header;
-    if (!Sys_StdStreamHeaderReader::Peek(typed, header) || !header.isComplete) return nullptr;
-    if (header.name != cStreamName || header.version != cTOCVersion) return nullptr;
-    const Cmn_Int64 keys = header.body + cStreamTypeSize;
-    if (header.end < keys) return nullptr;
-    typed.SetPosition(header.body);
+    if (!Sys_StdStreamHeaderReader::Peek(typed, header) || !header.mIsComplete) return nullptr;
+    if (header.mName != cStreamName || header.mVersion != cTOCVersion) return nullptr;
+    const Cmn_Int64 keys = header.mBody + cStreamTypeSize;
+    if (header.mEnd < keys) return nullptr;
+    typed.SetPosition(header.mBody);
     const bool isTable = typed.ReadInt16() == cTOCStreamType;
-    const bool hasIndex = isTable && pages->mIndex.Read(typed, header.start, keys, header.end - keys);
-    typed.SetPosition(header.start);
+    const bool hasIndex = isTable && pages->mIndex.Read(typed, header.mStart, keys, header.mEnd - keys);
+    typed.SetPosition(header.mStart);
     if (!hasIndex) return nullptr;
-    pages->mStart = header.start;
+    pages->mStart = header.mStart;
     pages->mBody = keys;
     pages->mBegin = iBegin;
     pages->mEnd = iEnd;
@@ -422,7 +422,7 @@ bool FF_TOCPages::IsList(Cmn_Int32 iEntry)
 {
     const KeyPlace& place = Locate(static_cast<Cmn_UInt32>(iEntry));
     const std::span<const Cmn_UInt8> key = KeyAt(Load(place.page), place.key);
-    return CountContexts(key) != 0 && ContextAt(key.data() + key.size() - cCountSize - cContextSize).isList;
+    return CountContexts(key) != 0 && ContextAt(key.data() + key.size() - cCountSize - cContextSize).mIsList;
 }
 
 std::span<const Cmn_UInt8> FF_TOCPages::RawValue(Cmn_UInt32 iEntry, Cmn_UInt32 iValue)

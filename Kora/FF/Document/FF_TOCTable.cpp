@@ -78,10 +78,10 @@ Cmn_Int32 FF_TOCTable::FindBySlots(std::span<const FF_Document::Context> iContex
 {
     if (mSlots.empty()) MakeSlotsFor(mKeys.size());
     const Cmn_UInt64 hash = HashOf(iContexts);
-    for (std::size_t at = HomeOf(hash); mSlots[at].entryPlusOne != 0; at = (at + 1) & (mSlots.size() - 1)) {
+    for (std::size_t at = HomeOf(hash); mSlots[at].mEntryPlusOne != 0; at = (at + 1) & (mSlots.size() - 1)) {
         const Slot& slot = mSlots[at];
-        if (slot.tag == static_cast<Cmn_UInt32>(hash) && IsKey(slot.entryPlusOne - 1, iContexts))
-            return static_cast<Cmn_Int32>(slot.entryPlusOne - 1);
+        if (slot.mTag == static_cast<Cmn_UInt32>(hash) && IsKey(slot.mEntryPlusOne - 1, iContexts))
+            return static_cast<Cmn_Int32>(slot.mEntryPlusOne - 1);
     }
     return FF_Document::TOC::cNone;
 }
@@ -155,10 +155,10 @@ void FF_TOCTable::CountAscending()
 
 void FF_TOCTable::TakeParents(Cmn_Int32 iEntry, std::span<const FF_Document::Context> iContexts)
 {
-    Context* stored = mContexts.data() + GetKey(iEntry).firstContext;
+    Context* stored = mContexts.data() + GetKey(iEntry).mFirstContext;
     for (const FF_Document::Context& context : iContexts) {
         if (context.GetParentPosition() != FF_Document::Context::cNoParent)
-            stored->parent = context.GetParentPosition();
+            stored->mParent = context.GetParentPosition();
         ++stored;
     }
 }
@@ -193,25 +193,25 @@ void FF_TOCTable::MakeRoomForValues(Key& ioKey, std::size_t iMore)
         mValues.resize(mValues.size() + iMore);
     } else {
         const std::size_t first = mValues.size();
-        mValues.resize(first + ioKey.valueRoom + iMore);
+        mValues.resize(first + ioKey.mValueRoom + iMore);
         std::copy_n(mValues.begin() + ioKey.mFirstValue, ioKey.mValueCount,
                     mValues.begin() + static_cast<std::ptrdiff_t>(first));
         ioKey.mFirstValue = static_cast<Cmn_UInt32>(first);
     }
-    ioKey.valueRoom += static_cast<Cmn_UInt32>(iMore);
+    ioKey.mValueRoom += static_cast<Cmn_UInt32>(iMore);
 }
 
 void FF_TOCTable::Reserve(Cmn_Int32 iEntry, std::size_t iValues)
 {
     Key& key = mKeys[static_cast<std::size_t>(iEntry)];
-    if (iValues > key.valueRoom) MakeRoomForValues(key, iValues - key.valueRoom);
+    if (iValues > key.mValueRoom) MakeRoomForValues(key, iValues - key.mValueRoom);
 }
 
 void FF_TOCTable::AddValue(Cmn_Int32 iEntry, std::string_view iText, std::span<const Cmn_UInt32> iOffsets)
 {
     namespace B = FF_TOCBytes;
     Key& key = mKeys[static_cast<std::size_t>(iEntry)];
-    if (key.valueCount == key.valueRoom) MakeRoomForValues(key, std::max<std::size_t>(1, key.valueRoom));
+    if (key.mValueCount == key.mValueRoom) MakeRoomForValues(key, std::max<std::size_t>(1, key.mValueRoom));
     const std::size_t begin = mArena.size();
     // With room for the piece that mostly comes.
     const std::size_t room =

@@ -135,7 +135,7 @@ void FF_TOCTable::ForgetOffsetsFrom(Cmn_UInt32 iFrom)
             ForgetValues(key, iFrom);
         mHighestOffset = iFrom == 0 ? 0 : iFrom - 1;
     }
-    const auto isEmpty = [](const Key& iKey) { return iKey.valueCount == 0; };
+    const auto isEmpty = [](const Key& iKey) { return iKey.mValueCount == 0; };
     if (std::any_of(mKeys.begin(), mKeys.end(), isEmpty)) RemoveKeysWithoutValues();
 }
 

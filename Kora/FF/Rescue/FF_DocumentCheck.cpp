@@ -135,7 +135,7 @@ private:
         try {
             toc.StreamIn(typed, mEnd);
             if (!toc.FitsIndex(typed, header))
-                Add(header.end, "expected the index of the table of contents, found another");
+                Add(header.mEnd, "expected the index of the table of contents, found another");
         } catch (const Cmn_Exception& failure) {
             return Add(std::max(failure.GetOffset(), mEnd),
                        std::string("expected entries of the table of contents, found: ") + failure.what());
@@ -226,5 +226,5 @@ void FF_DocumentCheck::ForEachStream(FF_Document& iDocument,
     Sys_StdStreamHeaderInfo header;
     if (!Sys_StdStreamHeaderReader::Peek(typed, header))
         Sys_ThrowFrom<Sys_StreamReadException>(typed.GetStream(), data);
-    FF_StreamLister(typed, header.end, toc).Run(iVisit);
+    FF_StreamLister(typed, header.mEnd, toc).Run(iVisit);
 }

@@ -31,13 +31,13 @@ void FF_StreamLister::CheckRow()
 {
     Sys_InStream& stream = mTyped.GetStream();
     Sys_StdStreamHeaderInfo header;
-    for (Cmn_Int64 at = mFrom; at < mTo; at = header.end) {
+    for (Cmn_Int64 at = mFrom; at < mTo; at = header.mEnd) {
         mTyped.SetPosition(at);
         if (!Sys_StdStreamHeaderReader::Peek(mTyped, header))
             Sys_ThrowFrom<Sys_StreamReadException>(stream, at);
-        if (!header.isComplete || header.end > mTo ||
-            stream.SumOf(header.body, header.end - header.body) != header.bodySum)
-            Sys_ThrowFrom<Sys_StreamReadException>(stream, header.body);
+        if (!header.mIsComplete || header.mEnd > mTo ||
+            stream.SumOf(header.mBody, header.mEnd - header.mBody) != header.mBodySum)
+            Sys_ThrowFrom<Sys_StreamReadException>(stream, header.mBody);
     }
 }
 
@@ -66,22 +66,23 @@ void FF_StreamLister::Look(std::span<const Cmn_UInt8> iBytes, const Visit& iVisi
     const Fields fields = Fields::FromBytes(iBytes.data(), mAt, mTyped.IsSwapped());
     if (!fields.IsGenuine() || !fields.HasSums() || !fields.IsComplete()) return;
     const Cmn_Int64 body = mAt + static_cast<Cmn_Int64>(size);
-    const Cmn_Int64 end = body + Cmn_Int64{fields.bodySize};
+    const Cmn_Int64 end = body + Cmn_Int64{fields.mBodySize};
     while (!mOpen.empty() && mOpen.back().end <= mAt)
         mOpen.pop_back();
     if (mOpen.size() == FF_StreamWalk::cMaxDepth || end > (mOpen.empty() ? mTo : mOpen.back().end)) return;
     if (!mOpen.empty() && mAt < mOpen.back().body) return;
 
     FF_StreamInfo info;
-    info.name.assign(iBytes.data() + Fields::cFixedFront, iBytes.data() + Fields::cFixedFront + nameSize);
-    const bool hasType = info.name == FF_Format::cStreamName && fields.bodySize >= FF_Format::cStreamTypeSize;
-    if (hasType) info.streamType = Sys_LoadInteger<Cmn_Int16>(iBytes.data() + size, mTyped.IsSwapped());
-    info.version = fields.version;
-    info.position = mAt;
-    info.size = end - mAt;
-    info.listIndex = fields.listIndex;
-    info.isList = fields.IsList();
-    info.depth = static_cast<int>(mOpen.size());
+    info.mName.assign(iBytes.data() + Fields::cFixedFront, iBytes.data() + Fields::cFixedFront + nameSize);
+    const bool hasType =
+        info.mName == FF_Format::cStreamName && fields.mBodySize >= FF_Format::cStreamTypeSize;
+    if (hasType) info.mStreamType = Sys_LoadInteger<Cmn_Int16>(iBytes.data() + size, mTyped.IsSwapped());
+    info.mVersion = fields.mVersion;
+    info.mPosition = mAt;
+    info.mSize = end - mAt;
+    info.mListIndex = fields.mListIndex;
+    info.mIsList = fields.IsList();
+    info.mDepth = static_cast<int>(mOpen.size());
     mOpen.push_back({body, end});
     iVisit(info);
 }

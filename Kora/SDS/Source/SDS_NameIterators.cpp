@@ -110,7 +110,7 @@ void SDS_CachingNameIterator::FreeConnectionList()
     mValid = false;
     while (Entry* const entry = mHead) {
         mHead = entry->mNext;
-        entry->name->Links().mVisited = 0;
+        entry->mName->Links().mVisited = 0;
         LetGo(*entry->mName);
         delete entry;
     }
@@ -182,7 +182,7 @@ ESDSError SDS_ConnectionClosureIterator::Set(SDS_Name* iName)
 {
     if (const ESDSError result = WalkConnections(iName); result != eSDSErr_None) return result;
     for (Entry* entry = mHead; entry != nullptr; entry = entry->mNext)
-        entry->name->Links().mVisited = 0;
+        entry->mName->Links().mVisited = 0;
     return First();
 }
 
@@ -191,7 +191,7 @@ SDS_CachingNameIterator::Entry* SDS_ConnectionClosureIterator::Visit(SDS_Name* i
     Entry* const entry = Push(iName);
     if (entry == nullptr) return nullptr;
     iName->Links().mVisited = 1;
-    entry->rest = iName->Connections();
+    entry->mRest = iName->Connections();
     entry->mFrom = iFrom;
     return entry;
 }

@@ -68,21 +68,21 @@ void AppendFree(SDS_Name& ioName)
 {
     SDS_NameLinks& links = ioName.Links();
     links.mNext = nullptr;
-    links.mPrevious = sFree.newest;
-    (sFree.newest != nullptr ? sFree.newest->Links().mNext : sFree.oldest) = &ioName;
+    links.mPrevious = sFree.mNewest;
+    (sFree.mNewest != nullptr ? sFree.mNewest->Links().mNext : sFree.mOldest) = &ioName;
     sFree.mNewest = &ioName;
 }
 
 void TakeFromFree(SDS_Name& ioName)
 {
-    if (sFree.newest == &ioName) sFree.newest = ioName.Links().mPrevious;
-    Unlink(sFree.oldest, ioName);
+    if (sFree.mNewest == &ioName) sFree.mNewest = ioName.Links().mPrevious;
+    Unlink(sFree.mOldest, ioName);
 }
 
 void PrependFree(SDS_Name& ioName)
 {
-    PushFront(sFree.oldest, ioName);
-    if (sFree.newest == nullptr) sFree.newest = &ioName;
+    PushFront(sFree.mOldest, ioName);
+    if (sFree.mNewest == nullptr) sFree.mNewest = &ioName;
 }
 
 void FreeAudience(SDS_Name& ioName)
@@ -141,7 +141,7 @@ bool SDS_NameEnsureAudience(SDS_Name& ioName)
     }
     SDS_NameAudience* const audience = std::exchange(sFreeAudiences, sFreeAudiences->mNextFree);
     *audience = SDS_NameAudience();
-    audience->mBatchElement.name = &ioName;
+    audience->mBatchElement.mName = &ioName;
     ioName.mAudience = audience;
     return true;
 }
@@ -151,8 +151,8 @@ bool SDS_NameStore::Init() { return sBlock != nullptr || (sTable.Init() && AddBl
 // The oldest free cell, with nothing below it, or a new one; in the table under its new name.
 SDS_Name* SDS_NameStore::MakeCell(SDS_Name& ioParent, const SDS_NameText& iText, Cmn_UInt32 iHash)
 {
-    const bool isRecycled = sFree.oldest != nullptr;
-    SDS_Name* const name = isRecycled ? sFree.oldest : CarveCell();
+    const bool isRecycled = sFree.mOldest != nullptr;
+    SDS_Name* const name = isRecycled ? sFree.mOldest : CarveCell();
     if (name == nullptr) return nullptr;
     if (isRecycled) {
         TakeFromFree(*name);

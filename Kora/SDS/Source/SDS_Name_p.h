@@ -111,7 +111,7 @@ struct alignas(64) SDS_Name
 
     SDS_NameLinks& Links();
     SDS_ConnectionRecord* Connections() const { return mAudience ? mAudience->mConnections : nullptr; }
-    bool IsQueued() const { return mAudience != nullptr && mAudience->mBatchElement.queued; }
+    bool IsQueued() const { return mAudience != nullptr && mAudience->mBatchElement.mQueued; }
 };
 
 struct SDS_NameBlock

@@ -77,9 +77,10 @@ Time_KeySignatureMap::~Time_KeySignatureMap() = default;
 // How many entries lie at or before the tick.
 std::size_t Time_KeySignatureMap::CountUpTo(Time_Tick iTick) const
 {
-    return mKeys.empty() || iTick < mKeys.front().tick
+    return mKeys.empty() || iTick < mKeys.front().mTick
                ? 0
-               : mIndex->Find(iTick.AsInt64(), [this](std::size_t i) { return mKeys[i].tick.AsInt64(); }) + 1;
+               : mIndex->Find(iTick.AsInt64(), [this](std::size_t i) { return mKeys[i].mTick.AsInt64(); }) +
+                     1;
 }
 
 Time_KeySignatureMap::Entries::const_iterator Time_KeySignatureMap::FirstAtOrAfter(Time_Tick iTick) const

@@ -189,7 +189,7 @@ TEST_F(TempoEditTest, WhatCannotBeDoneIsRefusedWithTheNearest)
     for (const auto& row : cRows) {
         EXPECT_EQ(near(row.mEdit()), std::pair(row.mReason, row.mNearest)) << row.mWhat;
         EXPECT_EQ(Streamed(mMap), before) << row.mWhat;
-        EXPECT_EQ(Streamed(slow), beforeSlow) << row.what;
+        EXPECT_EQ(Streamed(slow), beforeSlow) << row.mWhat;
         EXPECT_EQ(mMap.GetUniqueEditIdentifier(), identifier) << row.mWhat;
     }
     EXPECT_TRUE(Edit::FitToLength(mMap, At(12), At(14), Time_SampleLength(11520)));

@@ -30,15 +30,15 @@ struct Rows
         for (int i = 0; i < 24; ++i, quarter += 1 + static_cast<Cmn_Int64>(ioRandom() % 5)) {
             const bool isLocked = i == 0 || ioRandom() % 4 == 0;
             if (isLocked) lastLock = i;
-            mRows.push_back({.tick = At(quarter).AsInt64(),
-                             .bpm = 121.0 + static_cast<double>(ioRandom() % 120),
-                             .locked = isLocked,
-                             .computed = ioRandom() % 3 == 0,
-                             .songStart = i == 0,
-                             .sample = quarter * 24000});
+            mRows.push_back({.mTick = At(quarter).AsInt64(),
+                             .mBpm = 121.0 + static_cast<double>(ioRandom() % 120),
+                             .mLocked = isLocked,
+                             .mComputed = ioRandom() % 3 == 0,
+                             .mSongStart = i == 0,
+                             .mSample = quarter * 24000});
         }
         for (auto row = mRows.begin() + lastLock; row != mRows.end(); ++row)
-            row->computed = false; // nothing behind would say where it ends
+            row->mComputed = false; // nothing behind would say where it ends
     }
     void Fill(Time_TempoMap& ioMap) const
     {
@@ -50,28 +50,28 @@ struct Rows
     void Clear(Cmn_Int64 iStart, Cmn_Int64 iEnd)
     {
         for (SegmentRow& row : mRows)
-            row.computed = row.computed && (row.tick < iStart || row.tick >= iEnd);
+            row.mComputed = row.mComputed && (row.mTick < iStart || row.mTick >= iEnd);
     }
     void LeaveOne(Cmn_Int64 iStart, Cmn_Int64 iEnd)
     {
         std::size_t kept = mRows.size();
         Cmn_Int64 most = 0;
         for (std::size_t i = mRows.size(); i-- > 0;) {
-            if (mRows[i].tick < iStart || mRows[i].tick >= iEnd) continue;
-            const Cmn_Int64 end = i + 1 < mRows.size() ? std::min(mRows[i + 1].tick, iEnd) : iEnd;
-            const bool isBetter = mRows[i].computed || (end - mRows[i].tick >= most && most < cMost);
+            if (mRows[i].mTick < iStart || mRows[i].mTick >= iEnd) continue;
+            const Cmn_Int64 end = i + 1 < mRows.size() ? std::min(mRows[i + 1].mTick, iEnd) : iEnd;
+            const bool isBetter = mRows[i].mComputed || (end - mRows[i].mTick >= most && most < cMost);
             if (isBetter) kept = i;
-            if (isBetter) most = mRows[i].computed ? cMost : end - mRows[i].tick;
+            if (isBetter) most = mRows[i].mComputed ? cMost : end - mRows[i].mTick;
         }
         Clear(iStart, iEnd);
-        if (kept < mRows.size()) mRows[kept].computed = true;
+        if (kept < mRows.size()) mRows[kept].mComputed = true;
     }
     void FixUp(Cmn_Int64 iTick)
     {
-        Cmn_Int64 start = mRows[0].tick, end = cMost;
+        Cmn_Int64 start = mRows[0].mTick, end = cMost;
         for (const SegmentRow& row : mRows) {
-            if (row.locked && row.tick <= iTick) start = row.tick;
-            if (row.locked && row.tick > iTick) end = std::min(end, row.tick);
+            if (row.mLocked && row.mTick <= iTick) start = row.mTick;
+            if (row.mLocked && row.mTick > iTick) end = std::min(end, row.mTick);
         }
         end == cMost ? Clear(start, end) : LeaveOne(start, end);
     }
@@ -79,7 +79,7 @@ struct Rows
     {
         std::vector<bool> flags;
         for (const SegmentRow& row : mRows)
-            flags.push_back(row.computed);
+            flags.push_back(row.mComputed);
         return flags;
     }
     std::vector<SegmentRow> mRows;
@@ -115,26 +115,27 @@ TEST(TempoMapLocks, OneSegmentIsComputedBetweenTwoLocks)
         if (kind == 1) map.FixUpComputedFlagsAroundTick(from), rows.FixUp(from.AsInt64());
         if (kind == 2) map.RecomputeBetweenIDBs(At(0), At(200));
         for (const SegmentRow& row : rows.mRows)
-            if (kind == 2) rows.FixUp(row.tick);
+            if (kind == 2) rows.FixUp(row.mTick);
         if (kind == 3) {
-            const auto isLocked = [](auto& iRow) { return iRow.locked; };
+            const auto isLocked = [](auto& iRow) { return iRow.mLocked; };
             const auto end = std::find_if(rows.mRows.begin() + 1, rows.mRows.end(), isLocked);
             if (end == rows.mRows.end()) continue;
-            from = At(0), to = Time_Tick(end->tick);
-            map.EnsureExactlyOneComputedSegmentInRange(from, to), rows.LeaveOne(cStart, end->tick);
+            from = At(0), to = Time_Tick(end->mTick);
+            map.EnsureExactlyOneComputedSegmentInRange(from, to), rows.LeaveOne(cStart, end->mTick);
         }
         ASSERT_EQ(FlagsOf(map), rows.Flags()) << "kind " << kind << "\n" << map.Dump();
         ASSERT_EQ(counter.mTold, FlagsOf(map) != before) << "kind " << kind;
         for (const SegmentRow& row :
              rows.mRows) // what is not computed keeps its tempo, and each lock its sample
-            ASSERT_TRUE(!row.locked || map.TickToSample(Time_Tick(row.tick), false).AsInt64() == row.sample);
+            ASSERT_TRUE(!row.mLocked ||
+                        map.TickToSample(Time_Tick(row.mTick), false).AsInt64() == row.mSample);
         static_cast<void>(recorder.Take()); // stretches as they came do not meet their locks
         ASSERT_TRUE(kind != 2 || map.ValidateBetweenIDBs()) << map.Dump();
     }
     EXPECT_EQ(recorder.Take(), Reports{});
     Time_TempoMap broken;
-    Fill(broken, {{.tick = cStart, .locked = true, .songStart = true},
-                  {.tick = cStart + 9, .locked = true, .sample = 9}});
+    Fill(broken, {{.mTick = cStart, .mLocked = true, .mSongStart = true},
+                  {.mTick = cStart + 9, .mLocked = true, .mSample = 9}});
     static_cast<void>(recorder.Take());
     EXPECT_FALSE(broken.ValidateBetweenIDBs());
     EXPECT_EQ(recorder.Take(),
@@ -188,9 +189,9 @@ TEST(TempoMapLocks, ASplitTakesALockAndASongStartIsTheOnlyOne)
     AssertRecorder recorder;
     Time_TempoMap map;
     map.SetSampleRate(48000);
-    Fill(map, {{.tick = cStart, .locked = true, .computed = true, .songStart = true},
-               {.tick = At(8).AsInt64(), .bpm = 77, .locked = true, .sample = 200000},
-               {.tick = At(9).AsInt64(), .bpm = 300}});
+    Fill(map, {{.mTick = cStart, .mLocked = true, .mComputed = true, .mSongStart = true},
+               {.mTick = At(8).AsInt64(), .mBpm = 77, .mLocked = true, .mSample = 200000},
+               {.mTick = At(9).AsInt64(), .mBpm = 300}});
     std::unique_ptr<Time_TempoMapSegment> first, second;
     (*map.SegmentBegin())->SplitForIDB(first, second, At(3));
     second->LockToSample(Time_Sample(80000));
