@@ -21,7 +21,8 @@ TEST(Assert, TheSourceIsThePathBelowTheInnermostTopFolderWithoutRooms)
 {
     constexpr struct
     {
-        const char *mFile, *mSource;
+        const char* mFile;
+        const char* mSource;
     } cCases[] = {
         {"/home/me/Kora/Kora/Time/Values/Time_Tick.h", "Time/Time_Tick"},
         {"C:\\Kora\\Kora\\Time\\Values\\Time_Tick.h", "Time/Time_Tick"},

@@ -9,7 +9,8 @@ TEST(Clock, AnotherSourceStandsInForAScope)
 {
     constexpr Sys_Clock::Source cFixed = {[] { return Cmn_Int64{170}; }, [] { return Cmn_Int64{5}; }};
     constexpr Sys_Clock::Source cOther = {[] { return Cmn_Int64{-1}; }, [] { return Cmn_Int64{6}; }};
-    std::optional<Sys_Clock::StSource> fixed(std::in_place, cFixed), other(std::in_place, cOther);
+    std::optional<Sys_Clock::StSource> fixed(std::in_place, cFixed);
+    std::optional<Sys_Clock::StSource> other(std::in_place, cOther);
     EXPECT_EQ(Sys_Clock::GetMicroseconds(), -1);
     EXPECT_EQ(Sys_Clock::GetMonotonicMicroseconds(), 6);
     other.reset();

@@ -75,7 +75,8 @@ TEST(Crc32C, ShiftsByHugeLengthsAddUp)
     std::mt19937_64 random(1);
     for (int i = 0; i < 2000; ++i) {
         const auto sum = static_cast<Cmn_UInt32>(random());
-        const Cmn_UInt64 total = random() >> i % 64, part = total == 0 ? 0 : random() % total;
+        const Cmn_UInt64 total = random() >> i % 64;
+        const Cmn_UInt64 part = total == 0 ? 0 : random() % total;
         ASSERT_EQ(Sys_Crc32CCombine(Sys_Crc32CCombine(sum, 0, part), 0, total - part),
                   Sys_Crc32CCombine(sum, 0, total))
             << part << " of " << total;

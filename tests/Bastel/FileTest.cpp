@@ -72,7 +72,10 @@ TEST(FileLoc, TellsNameAndFolder)
     // clang-format off
     constexpr struct
     {
-        const char *mWhat, *mPath, *mName, *mFolder;
+        const char* mWhat;
+        const char* mPath;
+        const char* mName;
+        const char* mFolder;
     } cCases[] = {
         {"a bare name is in the folder that one is in",  "take 1.kora",       "take 1.kora",              "."},
         {"nothing has no name",                          "",                  "",                         "."},

@@ -9,14 +9,17 @@
 
 TEST(FloatMath, DoublesBecomeIntegersAtEveryBoundary)
 {
-    constexpr Cmn_Int64 cMax = std::numeric_limits<Cmn_Int64>::max(), cMin = -cMax - 1;
+    constexpr Cmn_Int64 cMax = std::numeric_limits<Cmn_Int64>::max();
+    constexpr Cmn_Int64 cMin = -cMax - 1;
     constexpr double cInfinity = std::numeric_limits<double>::infinity();
     // clang-format off
     const struct
     {
         const char* mWhat;
         double mValue;
-        Cmn_Int64 mTruncated, mFloored, mRounded;
+        Cmn_Int64 mTruncated;
+        Cmn_Int64 mFloored;
+        Cmn_Int64 mRounded;
     } cCases[] = {
         {"negative zero", -0.0, 0, 0, 0},
         {"a half", 0.5, 0, 0, 1},

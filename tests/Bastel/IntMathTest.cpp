@@ -17,7 +17,8 @@ TEST(IntMath, EveryPairOfBytesWrapsAndDivides)
     int quotientsBelow = 0;
     for (int a = Int8::min(); a <= Int8::max(); ++a)
         for (int b = Int8::min(); b <= Int8::max(); ++b) {
-            const auto left = static_cast<Cmn_Int8>(a), right = static_cast<Cmn_Int8>(b);
+            const auto left = static_cast<Cmn_Int8>(a);
+            const auto right = static_cast<Cmn_Int8>(b);
             ASSERT_EQ(Cmn_WrapAdd(left, right), static_cast<Cmn_Int8>(a + b)) << a << ' ' << b;
             ASSERT_EQ(Cmn_WrapSub(left, right), static_cast<Cmn_Int8>(a - b)) << a << ' ' << b;
             ASSERT_EQ(Cmn_WrapMul(left, right), static_cast<Cmn_Int8>(a * b)) << a << ' ' << b;

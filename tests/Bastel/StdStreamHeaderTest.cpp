@@ -104,7 +104,8 @@ struct SampleFile
     }
     MemoryFileSystem mSystem;
     Sys_FileSystem::StSystem mInForce{mSystem};
-    Sys_File mFile{Sys_FileLoc("f")}, mReader{Sys_FileLoc("f")};
+    Sys_File mFile{Sys_FileLoc("f")};
+    Sys_File mReader{Sys_FileLoc("f")};
 };
 
 class StreamSums : public testing::Test, protected SampleFile
@@ -127,7 +128,8 @@ protected:
         return ReadOut(mTyped);
     }
 
-    static constexpr Cmn_Int64 cListAt = cBegin + cList, cNextAt = cBegin + cNext;
+    static constexpr Cmn_Int64 cListAt = cBegin + cList;
+    static constexpr Cmn_Int64 cNextAt = cBegin + cNext;
     Bytes mBytes = mSystem.GetBytes("f");
     CountingStream mIn{mReader};
     Sys_TypedInStream mTyped{mIn};
@@ -172,7 +174,11 @@ TEST(StdStreamHeader, DamageIsNoticedWhereverItMatters)
     const auto message = [](const Bytes& iBytes) { return Thrown([&] { ReadOut(iBytes); }).GetMessageID(); };
     for (auto end = whole.begin(); end != whole.end(); ++end)
         EXPECT_EQ(message(Bytes(whole.begin(), end)), Cmn_eMessage_ReadError) << end - whole.begin();
-    constexpr std::size_t cVersion = 8, cListIndex = 10, cFlags = 14, cSize = 16, cBody = 28;
+    constexpr std::size_t cVersion = 8;
+    constexpr std::size_t cListIndex = 10;
+    constexpr std::size_t cFlags = 14;
+    constexpr std::size_t cSize = 16;
+    constexpr std::size_t cBody = 28;
     for (std::size_t at = 0; at < cBody; ++at)
         for (int bit = 0; bit < 8; ++bit) {
             // 91 bytes that are said to be fewer: the body is read over its end, which only a sum would show.
@@ -262,7 +268,8 @@ TEST_F(StreamSums, AnotherSoundHeaderOfTheSameLengthIsDamageToAllAround)
         mIn.Forget();
         EXPECT_EQ(ReadFile(), cValues) << iWhat;
     };
-    constexpr Cmn_Int64 cSecond = cItem + cItemSize, cHeaderSize = cItemSize - 1;
+    constexpr Cmn_Int64 cSecond = cItem + cItemSize;
+    constexpr Cmn_Int64 cHeaderSize = cItemSize - 1;
     exchange("the first item's header over the second's", cItem, cSecond, cHeaderSize, false);
     exchange("the second item's header over the first's", cSecond, cItem, cHeaderSize, false);
     exchange("both headers", cItem, cSecond, cHeaderSize, true);

@@ -67,12 +67,15 @@ TEST(StreamDump, IsBoundedWhateverTheBytes)
     EXPECT_TRUE(run.ends_with("00000100  ... 99744 more bytes\n"));
 
     // Headers whose size was never written, each inside the one before, and finished ones in a row.
-    Sys_MemOutStream open, wide;
-    Sys_TypedOutStream typedOpen(open), typedWide(wide);
+    Sys_MemOutStream open;
+    Sys_MemOutStream wide;
+    Sys_TypedOutStream typedOpen(open);
+    Sys_TypedOutStream typedWide(wide);
     {
         const Sys_StdStreamHeaderWriter writer(typedOpen, "n", 1);
     }
-    Bytes header = open.TakeBytes(), deep;
+    Bytes header = open.TakeBytes();
+    Bytes deep;
     header[12] = 0; // not complete
     for (int i = 0; i < 20000; ++i) {
         deep.insert(deep.end(), header.begin(), header.end());

@@ -26,8 +26,10 @@ TEST(StringToInt, IntegersAreReadWholeAndUpToTheirLimits)
     // clang-format off
     const struct
     {
-        const char *mWhat, *mText;
-        Result mAs64, mAs32;
+        const char* mWhat;
+        const char* mText;
+        Result mAs64;
+        Result mAs32;
     } cCases[] = {
         {"zero",              "0",                           0,   0},
         {"minus zero",        "-0",                          0,   0},

@@ -134,7 +134,9 @@ TEST(TypedStream, TextIsUtf8OnDiskWhateverTheCallersEncoding)
         const char* mWhat;
         ETextEncoding mEncoding;
         bool mRepair;
-        const char *mGiven, *mStored, *mGot;
+        const char* mGiven;
+        const char* mStored;
+        const char* mGot;
     } cCases[] = {
         {"UTF-8 as it stands",            eTextEncoding_Utf8,   false, "é\xFF",            "é\xFF",            "é\xFF"},
         {"UTF-8 repaired",                eTextEncoding_Utf8,   true,  "é\xFFx\xC3",       "é\uFFFDx\uFFFD",   "é\uFFFDx\uFFFD"},

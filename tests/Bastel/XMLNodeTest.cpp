@@ -40,7 +40,10 @@ TEST(XMLNode, AnyTextComesOutAsWellFormedXML)
     // clang-format off
     constexpr struct
     {
-        const char *mWhat, *mText, *mAsText, *mAsAttribute;
+        const char* mWhat;
+        const char* mText;
+        const char* mAsText;
+        const char* mAsAttribute;
     } cCases[] = {
         {"markup",                     "a<b>&\"c\"]]>",  "a&lt;b&gt;&amp;&quot;c&quot;]]&gt;", "a&lt;b&gt;&amp;&quot;c&quot;]]&gt;"},
         {"white space, which readers of attributes change", "a\tb\nc", "a\tb\nc",            "a&#9;b&#10;c"},

@@ -76,7 +76,8 @@ struct Letters : Cnn_Dispatcher
 TEST(Dispatch, EachMessageReachesItsHandlerWhateverTheOrderOfHandlers)
 {
     const AssertRecorder recorder;
-    Diary first, second;
+    Diary first;
+    Diary second;
     EXPECT_FALSE(second.mReceiver.NeedsInit());
     Cnn_ListenerList<Weather> list;
     list.Add(&first.mReceiver);

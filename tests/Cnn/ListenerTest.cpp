@@ -31,7 +31,9 @@ protected:
     AssertRecorder mRecorder;
     std::string mText;
     Cnn_ListenerList<Mdl_SimpleValMessage> mList;
-    Listener a{mText, 'a'}, b{mText, 'b'}, c{mText, 'c'};
+    Listener a{mText, 'a'};
+    Listener b{mText, 'b'};
+    Listener c{mText, 'c'};
     Cnn_ListenerRegistry& mRegistry = Cnn_ListenerRegistry::Singleton();
 };
 

@@ -15,7 +15,8 @@ struct Receiver : Scribe<Msg_Receiver>
 TEST(Msg, AttachmentTellsTheNewOneAndDestructionTellsAll)
 {
     std::string text;
-    Receiver a(text, 'a'), b(text, 'b');
+    Receiver a(text, 'a');
+    Receiver b(text, 'b');
     {
         Msg_ObjBase obj;
         obj.AddReceiver(&a);
@@ -40,8 +41,10 @@ TEST(Msg, BrokenPreconditionsAssertAndLeaveTheListsWhole)
 {
     const AssertRecorder recorder;
     std::string text;
-    Msg_ObjBase first, second;
-    Receiver a(text, 'a'), b(text, 'b');
+    Msg_ObjBase first;
+    Msg_ObjBase second;
+    Receiver a(text, 'a');
+    Receiver b(text, 'b');
     first.AddReceiver(&a);
     second.AddReceiver(&a);
     EXPECT_EQ(recorder.Take(), Reports{"iReceiverP->mObjP == 0@$^$@Cnn/Msg_ObjBase"});
@@ -77,7 +80,8 @@ TEST(Msg, AReceiverThatUnlinksItselfEndsTheBroadcast)
          "a3 b3 a7 b7 a4 c4 "},
     };
     for (const auto& [what, change, told] : rows) {
-        Receiver a(text, 'a'), c(text, 'c');
+        Receiver a(text, 'a');
+        Receiver c(text, 'c');
         b = std::make_unique<Receiver>(text, 'b');
         for (Receiver* const receiver : {&a, b.get(), &c})
             obj.AddReceiver(receiver);
@@ -98,7 +102,8 @@ TEST(Msg, ReceiversAreToldInOrderOfAddition)
     const unsigned seed = std::random_device()();
     SCOPED_TRACE(seed);
     std::mt19937 random(seed);
-    std::string text, expected;
+    std::string text;
+    std::string expected;
     std::vector<std::unique_ptr<Receiver>> linked;
     Msg_ObjBase obj;
     for (int step = 0; step < 1000; ++step) {

@@ -114,7 +114,8 @@ TEST_F(KeyBindings, RandomMapsFindTheFirstThatThePlainRuleTakes)
         Binding expected;
         for (const Binding& binding : model) {
             if (expected || binding->GetKeyEvent()->GetKeyCode() != event->GetKeyCode()) continue;
-            const States bound = StatesOf(*binding->GetEventModifiers()), given = StatesOf(*modifiers);
+            const States bound = StatesOf(*binding->GetEventModifiers());
+            const States given = StatesOf(*modifiers);
             bool matches = true;
             for (std::size_t i = 0; i < 7; ++i)
                 matches = matches && (bound[i] == given[i] || (i < 4 && (bound[i] == 2 || given[i] == 2)));
@@ -190,7 +191,8 @@ TEST_F(KeyBindings, CommandsRunByTheirTypeStateAndRepeat)
 TEST_F(KeyBindings, WhatCannotRunIsNotTaken)
 {
     const AssertRecorder asserts;
-    Command strange("c", 1, 0, static_cast<DAW_ECommandType>(2)), plain("p", 2, 0);
+    Command strange("c", 1, 0, static_cast<DAW_ECommandType>(2));
+    Command plain("p", 2, 0);
     const Binding nothing = Bind(nullptr);
     Bind(&plain);
     EXPECT_EQ(Send(), "-"); // the first binding wins, and has no command

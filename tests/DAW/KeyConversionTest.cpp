@@ -72,7 +72,8 @@ TEST(KeyTexts, TheShortOnesAreDistinctAndUnquoted)
 
 TEST(KeyCodes, EachPlatformCodeLeadsBack)
 {
-    std::map<int, int> ofMac, ofWindows;
+    std::map<int, int> ofMac;
+    std::map<int, int> ofWindows;
     ofMac[0x3D] = DAW_eKeyCode_Alt; // the right option key
     int missing = 0;
     for (int code = cFirst; code <= cLast; ++code) {
@@ -133,7 +134,8 @@ TEST(KeyChars, EachCharacterHasTheKeyThatTypesIt)
         const char c = Utils::DAW_EKeyCodeToChar(Key(code));
         // What is typed leads back, or to the twin on the main keyboard, which types the same.
         const bool isAlone = code == DAW_eKeyCode_NumpadMultiply || code == DAW_eKeyCode_NumpadPlus;
-        const int typed = Utils::CharToDAW_EKeyCode(c), twin = Twin(code);
+        const int typed = Utils::CharToDAW_EKeyCode(c);
+        const int twin = Twin(code);
         EXPECT_TRUE(c == 0 || typed == code || typed == twin || isAlone) << Text(code);
         EXPECT_TRUE(c != 0 || code <= 21 || code >= 86) << Text(code);
         const auto isPad = [](int iCode) {

@@ -51,7 +51,9 @@ TEST(MenuEntry, RandomScriptsAgreeWithAPlainModelToTheLastNumber)
     std::map<std::pair<int, int>, Cmn_Int16> out; // of an entry's place and an index
     int refused = 0;
     for (int step = 0; step < 60000; ++step) {
-        const int place = below(40), index = below(300) - 2, action = below(1000);
+        const int place = below(40);
+        const int index = below(300) - 2;
+        const int action = below(1000);
         std::unique_ptr<MenuItems>& entry = entries[static_cast<std::size_t>(place)];
         if (entry == nullptr) entry = std::make_unique<MenuItems>();
         const auto item = out.find({place, index});
@@ -115,7 +117,8 @@ TEST(MenuEntry, EachKindIsOfItsKindAndShowsItsItems)
     const auto number = [&](int iAt, int iIndex) {
         return std::to_string(root.GetEntry(iAt)->GetCommandID(iIndex));
     };
-    const std::string save = "77 &Save\tCtrl+S (disabled) (checked)\n", a = " a (checked)\n";
+    const std::string save = "77 &Save\tCtrl+S (disabled) (checked)\n";
+    const std::string a = " a (checked)\n";
     EXPECT_EQ(root.Dump(), save + number(1, 0) + a + number(1, 1) + a + "-----\n" + number(3, 0) +
                                " &More\n  77 &Save\tCtrl+S (checked)\n");
     for (int at = 0; at < 4; ++at) {

@@ -80,7 +80,8 @@ protected:
     const Sys_Clock::StSource mClock{cSource};
     MemoryFileSystem mSystem;
     const Sys_FileSystem::StSystem mInForce{mSystem};
-    Sys_File mInFile{Sys_FileLoc(cPath)}, mOutFile{Sys_FileLoc(cPath)};
+    Sys_File mInFile{Sys_FileLoc(cPath)};
+    Sys_File mOutFile{Sys_FileLoc(cPath)};
     std::unique_ptr<Sys_FileBasedInStream> mIn;
     std::unique_ptr<Sys_FileBasedOutStream> mOut;
 };

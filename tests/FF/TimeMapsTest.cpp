@@ -35,7 +35,8 @@ using TimeMapsTest = StDocument;
 
 TEST_F(TimeMapsTest, MapsComeBackAsTheyWereWrittenLast)
 {
-    const Maps cFirst("1| 4/4   5| 6/8", 90.5, 1), cSecond("1| 3/4   2| 5/4   9| 2/2", 120, 3);
+    const Maps cFirst("1| 4/4   5| 6/8", 90.5, 1);
+    const Maps cSecond("1| 3/4   2| 5/4   9| 2/2", 120, 3);
     Document document(Sys_Store::eOpenFlag_New);
     Maps maps("", 60, 0);
     EXPECT_EQ(maps.Read(document), 0);

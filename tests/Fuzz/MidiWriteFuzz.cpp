@@ -42,7 +42,8 @@ void CheckTrack(const SMF_Track& iTrack)
     Require(ShiftedTrack(iTrack, 0) == iTrack, "a track copied is the same");
     const SMF_Track later = ShiftedTrack(iTrack, 200);
     Require(later.GetEndTick() == iTrack.GetEndTick() + 200, "a moved track ends later");
-    SMF_Track::Iterator event = iTrack.begin(), moved = later.begin();
+    SMF_Track::Iterator event = iTrack.begin();
+    SMF_Track::Iterator moved = later.begin();
     // Only the first delta time may have to be bridged.
     while (moved->IsMeta(1) && moved->mData.empty() && moved->mTick < event->mTick + 200)
         ++moved;

@@ -55,8 +55,10 @@ TEST(KoraInit, PairsAreCountedTracedAndBuildOnce)
     Kora_Init::Free();
     EXPECT_EQ(Kora_Init::sInitializedCount, -1) << "one Free too many goes below zero";
 
-    const std::string init = "[4000B07] Kora_Init::Init() - ", free = "[4000B07] Kora_Init::Free() - ";
-    const std::string count = "enter - sInitializedCount = ", leaving = "leaving";
+    const std::string init = "[4000B07] Kora_Init::Init() - ";
+    const std::string free = "[4000B07] Kora_Init::Free() - ";
+    const std::string count = "enter - sInitializedCount = ";
+    const std::string leaving = "leaving";
     const std::vector<std::string> expected = {
         init + count + "0", init + leaving,     init + count + "1", init + leaving,
         free + count + "2", free + leaving,     free + count + "1", free + "Do Free",

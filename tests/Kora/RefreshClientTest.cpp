@@ -213,7 +213,8 @@ TEST(RefreshBuffer, GrowsWithItsBytesAndRefusesMoreThan32Bits)
     EXPECT_EQ(std::memcmp(buffer.GetBytes(), "abc\0", 5), 0);
     EXPECT_FALSE(buffer.Grow(0xFFFFFFFB));
     EXPECT_EQ(buffer.GetSize(), 5U);
-    Kora_RefreshBuffer moved(std::move(buffer)), assigned;
+    Kora_RefreshBuffer moved(std::move(buffer));
+    Kora_RefreshBuffer assigned;
     assigned = std::move(moved);
     for (const Kora_RefreshBuffer* const left : {&buffer, &moved})
         EXPECT_TRUE(left->GetSize() == 0 && left->GetBytes() == nullptr);

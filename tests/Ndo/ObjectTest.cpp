@@ -17,7 +17,8 @@ using ObjectTest = WorldTest;
 // "live, count 2" and the like; empty when the note's entry is gone.
 std::string Entry(const std::string& iName)
 {
-    const std::string dump = Ndo_gManager.Dump(), line = "\n  " + iName + " ";
+    const std::string dump = Ndo_gManager.Dump();
+    const std::string line = "\n  " + iName + " ";
     const std::size_t at = dump.find(line);
     if (at == dump.npos) return "";
     return dump.substr(at + line.size(), dump.find('\n', at + 1) - at - line.size());

@@ -15,7 +15,8 @@ TEST_F(OperationTest, RestoreCallsInItsOrder)
 {
     Note* const note = Note::New(60);
     Note* const gone = Note::New(62);
-    const std::string n = note->Name(), g = gone->Name();
+    const std::string n = note->Name();
+    const std::string g = gone->Name();
     const auto operation = Record([&] {
         gone->NdoDelete();
         note->Set(61);
@@ -92,7 +93,10 @@ TEST_F(OperationTest, AppendLeadsBackFromBehindBoth)
 // Three restores, each from the listener of the one before, and what the innermost listener does.
 TEST_F(OperationTest, ARestoreInsideAnothersIsItsOwn)
 {
-    std::unique_ptr<Ndo_Operation> outer, middle, inner, middleRedo;
+    std::unique_ptr<Ndo_Operation> outer;
+    std::unique_ptr<Ndo_Operation> middle;
+    std::unique_ptr<Ndo_Operation> inner;
+    std::unique_ptr<Ndo_Operation> middleRedo;
     const struct
     {
         const char* mWhat;

@@ -105,7 +105,8 @@ TEST(AtomicQueue, LosesDoublesAndReordersNothingInAnySchedule)
 
 TEST(AtomicQueue, KeepsEachProducersOrderUnderLoad)
 {
-    constexpr unsigned cProducers = 7, cEach = 20000;
+    constexpr unsigned cProducers = 7;
+    constexpr unsigned cEach = 20000;
     EXPECT_TRUE(gPSAtomicStructures.IsLockFree());
     const auto queue = gPSAtomicStructures.CreateMultiProducerQueue();
     EXPECT_TRUE(queue->IsEmpty());

@@ -7,7 +7,9 @@ TEST(StartupOption, TakesADecimalIntegerAndNothingElse)
 {
     struct Case
     {
-        const char *mWhat, *mText; // null: not set
+        // null: not set
+        const char* mWhat;
+        const char* mText;
         std::int32_t mValue;
     };
     constexpr std::int32_t cDefault = 77;

@@ -21,8 +21,11 @@ TEST_F(IName, EveryConstructorFindsItsNodeAndOnlyTheReservingOnesHoldIt)
     auto base = std::make_unique<SDS_IName>("iname/base");
     SDS_Name* const baseID = base->GetID();
     {
-        const SDS_IName byPath("/iname//base/x"), byParent(base.get(), "x"), byID(baseID, "x/");
-        const SDS_IName fromRoot(cNoParent, "iname/base/x"), fromRootToo(cNoName, "iname/base/x");
+        const SDS_IName byPath("/iname//base/x");
+        const SDS_IName byParent(base.get(), "x");
+        const SDS_IName byID(baseID, "x/");
+        const SDS_IName fromRoot(cNoParent, "iname/base/x");
+        const SDS_IName fromRootToo(cNoName, "iname/base/x");
         const SDS_IName wrapped(byPath.GetID());
         for (const SDS_IName* name : {&byParent, &byID, &fromRoot, &fromRootToo, &wrapped})
             EXPECT_EQ(name->GetID(), byPath.GetID());
@@ -37,7 +40,8 @@ TEST_F(IName, AConstructorThatFailsThrowsTheErrorAndHoldsNothing)
 {
     const SDS_IName base("iname");
     const std::string before = SDS_NameRegistry::Dump();
-    const std::string longName(32, 'n'), longPath(1024, '/');
+    const std::string longName(32, 'n');
+    const std::string longPath(1024, '/');
     EXPECT_EQ(Thrown([&] { SDS_IName(("a/" + longName).c_str()); }).GetOSError(), eSDSErr_NameTooLong);
     EXPECT_EQ(Thrown([&] { SDS_IName(&base, longName.c_str()); }).GetOSError(), eSDSErr_NameTooLong);
     EXPECT_EQ(Thrown([&] { SDS_IName(base.GetID(), longPath.c_str()); }).GetOSError(), eSDSErr_PathTooLong);
@@ -46,10 +50,12 @@ TEST_F(IName, AConstructorThatFailsThrowsTheErrorAndHoldsNothing)
 
 TEST_F(IName, TheObjectIsSharedSetWhenItDiffersFromTheHandlesLastAndForgottenWithTheNode)
 {
-    int one = 0, two = 0;
+    int one = 0;
+    int two = 0;
     SDS_Name* id = nullptr;
     {
-        SDS_IName a("iname/data"), b("iname/data");
+        SDS_IName a("iname/data");
+        SDS_IName b("iname/data");
         id = a.GetID();
         EXPECT_EQ(a.GetDataRef(), nullptr);
         a.SetDataRef(&one);
@@ -72,7 +78,9 @@ TEST_F(IName, TheObjectIsSharedSetWhenItDiffersFromTheHandlesLastAndForgottenWit
 
 TEST_F(IName, AHandleWithoutANodeNeverMeansTheRoot)
 {
-    SDS_IName none(cNoName), name("iname"), root("");
+    SDS_IName none(cNoName);
+    SDS_IName name("iname");
+    SDS_IName root("");
     const std::string before = SDS_NameRegistry::Dump();
     EXPECT_EQ(name.ConnectTo(&none), eSDSErr_InvalidName);
     EXPECT_EQ(none.ConnectTo(&name), eSDSErr_InvalidName);
@@ -91,7 +99,9 @@ TEST_F(IName, AHandleWithoutANodeNeverMeansTheRoot)
 
 TEST_F(IName, BreakingAllConnectionsLeavesThoseOfOthers)
 {
-    SDS_IName hub("iname/hub"), a("iname/a"), b("iname/b");
+    SDS_IName hub("iname/hub");
+    SDS_IName a("iname/a");
+    SDS_IName b("iname/b");
     EXPECT_EQ(hub.ConnectTo(nullptr), eSDSErr_None);
     EXPECT_EQ(hub.DisconnectFrom(nullptr), eSDSErr_None);
     EXPECT_EQ(hub.BreakAllConnections(), eSDSErr_None);

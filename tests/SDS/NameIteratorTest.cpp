@@ -24,8 +24,10 @@ std::unique_ptr<SDS_NameIterator> Got(ESDSError (*iGet)(SDS_Name*, const char*, 
 
 TEST_F(NameIterator, EachKindMovesForwardAndPastItsEndOnce)
 {
-    SDS_IName name("it"), peer("peer");
-    const SDS_IName child1("it/1"), child2("it/2");
+    SDS_IName name("it");
+    SDS_IName peer("peer");
+    const SDS_IName child1("it/1");
+    const SDS_IName child2("it/2");
     static_cast<void>(name.ConnectTo(&peer));
     SDS_Name* const root = Find(nullptr, "/");
     struct Row
@@ -71,7 +73,9 @@ TEST_F(NameIterator, WhereAnIteratorStandsTheNodeLives)
     SDS_ParentIterator parents;
     SDS_ConnectionIterator peers;
     {
-        SDS_IName a("it/a"), b("it/b"), peer("peer");
+        SDS_IName a("it/a");
+        SDS_IName b("it/b");
+        SDS_IName peer("peer");
         static_cast<void>(a.ConnectTo(&peer));
         static_cast<void>(children.Reset(Find(nullptr, "it")));
         static_cast<void>(parents.Reset(a.GetID()));

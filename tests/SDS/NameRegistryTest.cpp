@@ -22,7 +22,11 @@ class NameRegistry : public NameTest
 
 TEST_F(NameRegistry, PathsAreTakenToTheirLimitsAndRefusedBeyondWithoutATrace)
 {
-    const std::string n31(31, 'n'), n32(32, 'n'), behind = "a/b/" + n32, s1023(1023, '/'), s1024(1024, '/');
+    const std::string n31(31, 'n');
+    const std::string n32(32, 'n');
+    const std::string behind = "a/b/" + n32;
+    const std::string s1023(1023, '/');
+    const std::string s1024(1024, '/');
     std::string p1023 = n31;
     while (p1023.size() < 1023)
         p1023 += "/" + n31;
@@ -103,7 +107,8 @@ TEST_F(NameRegistry, APathOfAnyLengthKeepsItsLastBytesWithinTheBuffer)
 TEST_F(NameRegistry, CountsStopAt32767AndARefusalChangesNothing)
 {
     constexpr int cLimit = 32767;
-    SDS_IName full("registry/full"), other("registry/other");
+    SDS_IName full("registry/full");
+    SDS_IName other("registry/other");
     SDS_Name* id = nullptr;
     for (int i = 1; i < cLimit; ++i)
         ASSERT_EQ(Registry::ReserveName(full.GetID(), "", &id), eSDSErr_None);
@@ -131,7 +136,8 @@ TEST_F(NameRegistry, CountsStopAt32767AndARefusalChangesNothing)
     before = Registry::Dump();
     SDS_ConnectionClosureIterator closure;
     EXPECT_EQ(closure.Reset(full.GetID()), eSDSErr_OutOfMemory);
-    SDS_ChildIterator children, more;
+    SDS_ChildIterator children;
+    SDS_ChildIterator more;
     EXPECT_EQ(children.Reset(full.GetID()), eSDSErr_None);
     EXPECT_EQ(more.Reset(full.GetID()), eSDSErr_OutOfMemory);
     EXPECT_EQ(more.Valid(), false);
@@ -144,7 +150,8 @@ TEST_F(NameRegistry, CountsStopAt32767AndARefusalChangesNothing)
 // nobody would see the end.
 TEST_F(NameRegistry, AHundredThousandNodesAreJoinedInOnePauseAndWalkedWithoutRecursion)
 {
-    constexpr std::size_t cCount = 100000, cLeaves = 30000;
+    constexpr std::size_t cCount = 100000;
+    constexpr std::size_t cLeaves = 30000;
     Names names(cCount);
     for (std::size_t i = 0; i < cCount; ++i) {
         const std::string path = "chain/" + std::to_string(i % 100) + '/' + std::to_string(i);
@@ -217,8 +224,11 @@ public:
     {
         SDS_Name* mParent = nullptr;
         std::string mName;
-        std::size_t mReserved = 0, mHeld = 0;
-        Names mChildren = {}, mConnected = {}; // newest first
+        std::size_t mReserved = 0;
+        std::size_t mHeld = 0;
+        // newest first
+        Names mChildren = {};
+        Names mConnected = {};
         void* mObject = nullptr;
     };
 
@@ -268,7 +278,8 @@ public:
     }
     void Connect(SDS_Name* iA, SDS_Name* iB)
     {
-        Node &a = mLive.at(iA), &b = mLive.at(iB);
+        Node& a = mLive.at(iA);
+        Node& b = mLive.at(iB);
         if (iA == iB || std::count(a.mConnected.begin(), a.mConnected.end(), iB) != 0) return;
         a.mConnected.insert(a.mConnected.begin(), iB);
         b.mConnected.insert(b.mConnected.begin(), iA);

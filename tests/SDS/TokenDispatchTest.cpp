@@ -255,7 +255,8 @@ TEST_F(TokenDispatch, AFullPoolServesTheFirstListenersAndIsWholeAgainAfterwards)
 // Six audio tasks, each inside the handler of its last token, have finished with the others.
 TEST_F(TokenDispatch, FinishedCellsCanBeSentWhileHandlersRun)
 {
-    constexpr unsigned cLargest = 3, cEach = 30;
+    constexpr unsigned cLargest = 3;
+    constexpr unsigned cEach = 30;
     struct Large
     {
         TestToken mToken;
@@ -266,7 +267,8 @@ TEST_F(TokenDispatch, FinishedCellsCanBeSentWhileHandlersRun)
     const Recorder waits(&mTask, mB, mLog);
     std::deque<RunningTask> tasks;
     std::deque<Listener> listeners;
-    unsigned handled = 0, sent = 0;
+    unsigned handled = 0;
+    unsigned sent = 0;
     const auto handle = [&](std::size_t iNext) {
         if (++handled % cEach != 0) return;
         if (iNext < tasks.size()) {
@@ -443,7 +445,8 @@ TEST_F(TokenDispatch, AHandlerThatThrowsLosesItsTokenOnly)
 
 TEST_F(TokenDispatch, AListenerThatMovesHasLeftItsHandler)
 {
-    std::atomic<bool> handling{false}, moved{false};
+    std::atomic<bool> handling{false};
+    std::atomic<bool> moved{false};
     Listener listener(&mTask, mA, {}, [&](const TestToken&) {
         handling.store(true);
         for (int i = 0; i < 20000 && !moved.load(); ++i)

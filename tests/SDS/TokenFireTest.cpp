@@ -164,7 +164,8 @@ protected:
     {
         std::minstd_rand random(iSeed);
         std::unique_ptr<SDS_ITokenTask> ownTask;
-        std::vector<std::unique_ptr<Guest>> guests, ownGuests;
+        std::vector<std::unique_ptr<Guest>> guests;
+        std::vector<std::unique_ptr<Guest>> ownGuests;
         while (mProducing.load() > 0) {
             SDS_IName& node = *mNodes[random() % mNodes.size()];
             Consumer& consumer = *mConsumers[random() % mConsumers.size()];
@@ -293,7 +294,8 @@ TEST_F(TokenTest, ARebuildWithoutMemoryLeavesListsThatProducersCanEnter)
 {
     SDS_IName node("fire/alone");
     RunningTask task(0);
-    static std::atomic<int> sRebuilds{0}, sSteps{0};
+    static std::atomic<int> sRebuilds{0};
+    static std::atomic<int> sSteps{0};
     static thread_local bool tProduces = false;
     SDS_TokenDispatcher::SetInterleavingHook([] {
         if (!tProduces) return;

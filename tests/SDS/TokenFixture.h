@@ -35,7 +35,8 @@ struct TestToken
     // Of what the sender wrote.
     Cmn_UInt64 Check() const
     {
-        const auto a = static_cast<Cmn_UInt64>(mProducer), b = static_cast<Cmn_UInt64>(mSequence);
+        const auto a = static_cast<Cmn_UInt64>(mProducer);
+        const auto b = static_cast<Cmn_UInt64>(mSequence);
         return (a * 0x9E3779B97F4A7C15u) ^ (b * 0xC2B2AE3D27D4EB4Fu) ^ static_cast<Cmn_UInt64>(mHeader.type);
     }
     static const TestToken& Of(const SDS_Token* iToken)

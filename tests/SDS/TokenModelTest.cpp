@@ -75,7 +75,8 @@ TEST(TokenModel, AListIsNeverRecycledWhileItIsWalked)
 {
     for (const int threads : {2, 3}) {
         std::unique_ptr<GateScene> scene;
-        bool closed = false, keptOpen = false;
+        bool closed = false;
+        bool keptOpen = false;
         const long schedules = Interleaving::ExploreAll(
             threads,
             [&] {

@@ -24,9 +24,11 @@ SMF_Track TrackOf(const std::string& iTexts)
         std::istringstream stream(text);
         Cmn_Int64 tick = 0;
         char colon;
-        std::string status, data;
+        std::string status;
+        std::string data;
         stream >> tick >> colon >> status >> data;
-        const std::string head = MidiBytes::Bytes(status), content = MidiBytes::Bytes(data);
+        const std::string head = MidiBytes::Bytes(status);
+        const std::string content = MidiBytes::Bytes(data);
         const auto byte = static_cast<Cmn_UInt8>(head[0]);
         if (byte == SMF_Event::cMeta)
             builder.AppendMeta(tick, static_cast<Cmn_UInt8>(head[1]), content);
@@ -151,7 +153,8 @@ struct PlainSong
 {
     struct Note
     {
-        Cmn_Int64 mBegin, mEnd;
+        Cmn_Int64 mBegin;
+        Cmn_Int64 mEnd;
     };
     using Notes = std::map<int, std::vector<Note>>;
 
@@ -203,7 +206,8 @@ struct PlainSong
     {
         std::string text;
         for (const auto& [key, notes] : mNotes) {
-            std::vector<Cmn_Int64> begins, ends;
+            std::vector<Cmn_Int64> begins;
+            std::vector<Cmn_Int64> ends;
             for (const Note& note : notes) {
                 begins.push_back(note.mBegin);
                 ends.push_back(note.mEnd);

@@ -74,7 +74,9 @@ TEST_F(SMFTimeMaps, RandomFilesMapsGoBackAsNothingIntoTheirFileAndWholeIntoOther
         const SMF_File file = SMF_File::Read(RandomFile(seed).mBytes),
                        other = SMF_File::Read(RandomFile(seed + 1).mBytes);
         const Maps maps(file);
-        SMF_File same = file, target(other), fresh(file.GetDivision());
+        SMF_File same = file;
+        SMF_File target(other);
+        SMF_File fresh(file.GetDivision());
         EXPECT_TRUE(maps.Write(same).mRoundedTicks.empty());
         EXPECT_EQ(same.Write(), file.Write());
         maps.Write(fresh);

@@ -27,12 +27,15 @@ inline Time_MeterMap MakeMeterMap(const std::string& iText)
 {
     Time_MeterMap map;
     std::istringstream text(iText);
-    char bar = 0, slash = 0, at = 0;
+    char bar = 0;
+    char slash = 0;
+    char at = 0;
     for (Cmn_Int32 number, numerator, denominator;
          text >> number >> bar >> numerator >> slash >> denominator;) {
         Time_Tick tick = map.IsDefault() ? At(0) : map.BarBeatToTick({number, 1, Time_TickLength(0)});
         if (text >> std::ws; text.peek() == '@') {
-            Cmn_Int64 quarters = 0, ticks = 0;
+            Cmn_Int64 quarters = 0;
+            Cmn_Int64 ticks = 0;
             text >> at >> quarters;
             if (text.peek() == '+') text >> ticks;
             tick = At(static_cast<double>(quarters), ticks);
@@ -52,7 +55,8 @@ inline std::string ToText(const Time_MeterMap& iMap)
     if (iMap.IsDefault()) return text;
     for (auto change = iMap.IterBegin(); change != iMap.IterEnd(); ++change) {
         const Cmn_Int64 distance = (change->GetTick() - At(0)).AsInt64();
-        const Cmn_Int64 quarters = Cmn_FloorDiv(distance, cQuarter), ticks = distance - quarters * cQuarter;
+        const Cmn_Int64 quarters = Cmn_FloorDiv(distance, cQuarter);
+        const Cmn_Int64 ticks = distance - quarters * cQuarter;
         text += (text.empty() ? "" : "   ") + std::to_string(change->GetBarNumber()) + "| " +
                 change->GetMeter().Dump() + " @" + std::to_string(quarters);
         if (ticks != 0) text += "+" + std::to_string(ticks);

@@ -55,5 +55,6 @@ private:
     T& mObject;
     Snapshot mSnapshot;
     std::vector<Bytes> mStates;
-    Operations mUndo, mRedo;
+    Operations mUndo;
+    Operations mRedo;
 };

@@ -188,10 +188,12 @@ TEST(AtomicPool, AssertsForWhatIsNoCellOfItsAndForSizesOutOfRange)
 // Seven producers send stamped cells to one consumer, which returns them and grows the pool when it runs low.
 TEST(AtomicPool, LosesDoublesAndMixesUpNothingUnderLoad)
 {
-    constexpr unsigned cProducers = 7, cEach = 20000;
+    constexpr unsigned cProducers = 7;
+    constexpr unsigned cEach = 20000;
     Pool pool({Cells(112, 100), Cells(438, 100)});
     PSAtomicQueue queue;
-    Sys_AtomicInt32 running(cProducers), allocations;
+    Sys_AtomicInt32 running(cProducers);
+    Sys_AtomicInt32 allocations;
     std::vector<std::thread> threads;
     for (unsigned producer = 0; producer < cProducers; ++producer) {
         threads.emplace_back([&, producer] {

@@ -75,7 +75,8 @@ struct Scene
     bool IsWhole()
     {
         const std::size_t taken = mTaken;
-        std::vector<Cmn_UInt16> all, expected;
+        std::vector<Cmn_UInt16> all;
+        std::vector<Cmn_UInt16> expected;
         unsigned counted = mStack.GetFreeCount();
         for (std::size_t before = cSlots; all.size() != before;) {
             before = all.size();

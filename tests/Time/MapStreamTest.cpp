@@ -49,12 +49,14 @@ void ExpectStreams(const Map& iOne, const Map& iOther,
 
 TEST(MapStream, KeysComeBackOrAreRefused)
 {
-    Time_KeySignatureMap one, other;
+    Time_KeySignatureMap one;
+    Time_KeySignatureMap other;
     for (const Cmn_Int64 tick : std::initializer_list<Cmn_Int64>{-5, 4, 5, cMost})
         one.SetKeySignature(Time_Tick(tick), {false, true, static_cast<Cmn_UInt8>(tick)});
     other.SetKeySignature(Time_Tick(4), {true, true, 3});
     ExpectStreams<Time_KeySignatureMap>(one, other, [](auto& iMap, const Bytes& iBytes) {
-        Time_Tick tick, before;
+        Time_Tick tick;
+        Time_Tick before;
         Time_KeySignature key;
         for (long i = 0; iMap.GetKeysSignature(i, tick, key); before = tick)
             ASSERT_TRUE(i++ == 0 || before < tick) << iMap.Dump();
@@ -87,7 +89,8 @@ TEST(MapStream, MetersComeBackOrAreRefused)
 
 TEST(MapStream, TemposComeBackOrAreRefused)
 {
-    Time_TempoMap one, other;
+    Time_TempoMap one;
+    Time_TempoMap other;
     for (const int second : {1, 0}) { // the lock first that ends the computed one
         auto segment = std::make_unique<Time_ConstantTempoSeg>(At(second), 77.0);
         segment->LockToSample(Time_Sample(48000 * second));

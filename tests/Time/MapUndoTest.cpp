@@ -214,12 +214,15 @@ TYPED_TEST(MapUndo, StatesOfAnyAgeBringBackWhatTheWholeMapWas)
 // A stretch, and a pointer to each of the others.
 TYPED_TEST(MapUndo, AStepAmidManyChangesTakesWhatItChanged)
 {
-    constexpr std::size_t cLongest = 192, cShortest = 48, cWidest = 48;
+    constexpr std::size_t cLongest = 192;
+    constexpr std::size_t cShortest = 48;
+    constexpr std::size_t cWidest = 48;
     const AssertRecorder asserts;
     Random random(1);
     TypeParam map;
     Fill(map, 4000, random);
-    std::size_t steps = 0, bytes = 0;
+    std::size_t steps = 0;
+    std::size_t bytes = 0;
     for (int i = 0; i < 50; ++i) {
         const std::unique_ptr<Ndo_State> state(map.NdoGetState());
         const AllocationCounter allocations;

@@ -72,16 +72,20 @@ TEST_F(ConvertTest, ColumnsComeInTheOrderAskedAndLinesMayEndAnyWay)
 
 TEST_F(ConvertTest, SaysWhichLineIsBadAndPrintsNothing)
 {
-    const std::string bars = "expected bar|beat|tick, such as 12|3|480000", whole = "expected a whole number";
+    const std::string bars = "expected bar|beat|tick, such as 12|3|480000";
+    const std::string whole = "expected a whole number";
     const std::string fromZero = "expected sample 0 to 34359738367";
     const std::string anywhere = "expected sample -34359738367 to 34359738367";
     // clang-format off
     const struct
     {
         std::string mInput;
-        Tool_EUnit mFrom, mTo;
+        Tool_EUnit mFrom;
+        Tool_EUnit mTo;
         int mLine;
-        std::string mShown, mExpected; // outside the time line where samples are expected
+        // outside the time line where samples are expected
+        std::string mShown;
+        std::string mExpected;
     } cRows[] = {
         {"1|1|0\n1|1\n", Tool_eUnit_Bars, Tool_eUnit_Ticks, 2, "1|1", bars},
         {"1|0|0\n", Tool_eUnit_Bars, Tool_eUnit_Ticks, 1, "1|0|0", bars},

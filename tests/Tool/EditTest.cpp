@@ -142,7 +142,8 @@ TEST_F(EditTest, EachDecisionHolds)
 
 TEST_F(EditTest, RefusalsSayWhatWasMetAndWhatWasExpectedAndWriteNothing)
 {
-    const std::string plain = Written("plain.mid", PlainFile()), out = Written("out.mid", "before");
+    const std::string plain = Written("plain.mid", PlainFile());
+    const std::string out = Written("out.mid", "before");
     Written("beats", "0\n1:75\n");
     Written("late", "0\n1\n0.5\n");
     // clang-format off

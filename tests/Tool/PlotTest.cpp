@@ -43,7 +43,9 @@ std::string CollisionsIn(const std::string& iSvg)
 {
     struct Box
     {
-        double mLeft, mRight, mLine;
+        double mLeft;
+        double mRight;
+        double mLine;
         std::string mText;
     };
     std::vector<Box> boxes;

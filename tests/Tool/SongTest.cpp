@@ -9,7 +9,8 @@ constexpr Cmn_Int64 cStart = 1000000000000;
 
 struct PlainMeter
 {
-    Cmn_Int64 mNumerator, mDenominator;
+    Cmn_Int64 mNumerator;
+    Cmn_Int64 mDenominator;
     Cmn_Int64 BarLength() const { return mNumerator * 3840000 / mDenominator; }
 };
 
@@ -40,14 +41,16 @@ struct PlainSong
     // Walks from bar 1, one bar at a time; a change inside a bar ends it.
     JsonValue PositionOf(Cmn_Int64 iTick) const
     {
-        Cmn_Int64 bar = 1, barStart = cStart;
+        Cmn_Int64 bar = 1;
+        Cmn_Int64 barStart = cStart;
         for (;;) {
             const PlainMeter meter = std::prev(mMeters.upper_bound(barStart))->second;
             Cmn_Int64 next = barStart + meter.BarLength();
             if (const auto cut = mMeters.upper_bound(barStart); cut != mMeters.end() && cut->first < next)
                 next = cut->first;
             if (iTick < next) {
-                const Cmn_Int64 beatLength = 3840000 / meter.mDenominator, into = iTick - barStart;
+                const Cmn_Int64 beatLength = 3840000 / meter.mDenominator;
+                const Cmn_Int64 into = iTick - barStart;
                 return {{"bar", bar}, {"beat", into / beatLength + 1}, {"tick", into % beatLength}};
             }
             barStart = next;
@@ -75,7 +78,8 @@ std::string MakeSong(std::mt19937& ioRandom, PlainSong& oPlain)
     std::vector<std::string> tracks;
     for (int track = upTo(2); track >= 0; --track) {
         std::string body;
-        Cmn_Int64 midiTick = 0, tick = cStart;
+        Cmn_Int64 midiTick = 0;
+        Cmn_Int64 tick = cStart;
         for (int event = upTo(12); event > 0; --event) {
             const Cmn_Int64 delta = upTo(1) * (upTo(1) ? 4 * division * upTo(5) : upTo(9 * division));
             midiTick += delta;
@@ -86,11 +90,13 @@ std::string MakeSong(std::mt19937& ioRandom, PlainSong& oPlain)
                 oPlain.mTempos[tick] = micros;
                 body += Tempo(delta, micros);
             } else if (kind == 1) {
-                const int numerator = 1 + upTo(11), power = upTo(6);
+                const int numerator = 1 + upTo(11);
+                const int power = upTo(6);
                 oPlain.mMeters[tick] = {numerator, 1 << power};
                 body += Meter(delta, numerator, power);
             } else if (kind == 2) {
-                const int sharps = upTo(14) - 7, mode = upTo(1);
+                const int sharps = upTo(14) - 7;
+                const int mode = upTo(1);
                 oPlain.mKeys[tick] = {sharps, mode};
                 body += Key(delta, sharps, mode);
             } else {
@@ -191,7 +197,8 @@ TEST_F(SongTest, ALastEventPastTheTimeLineIsRefused)
             track += Text(0x0FFFFFFF, "");
         return track;
     };
-    const std::string last = "the song's last event at ", past = ", expected none past the ";
+    const std::string last = "the song's last event at ";
+    const std::string past = ", expected none past the ";
     EXPECT_EQ(complaint(Text(1558230, "")), "(taken)"); // at 120 bpm, 22050 samples to a quarter
     EXPECT_EQ(complaint(Text(1558230, "") + Text(0x0FFFFF, "")).substr(0, 63),
               "x.mid: byte 35: " + last + "sample 57480050250, ex");

@@ -47,7 +47,8 @@ public:
     StFolder& operator=(const StFolder&) = delete;
 
 private:
-    std::filesystem::path mBefore, mFolder;
+    std::filesystem::path mBefore;
+    std::filesystem::path mFolder;
 };
 
 // The name of a file that it leaves in the test's working folder.
@@ -89,12 +90,14 @@ protected:
     struct Outcome
     {
         int mExit;
-        std::string mOut, mErr;
+        std::string mOut;
+        std::string mErr;
     };
     static Outcome Run(const std::vector<std::string>& iArguments, const std::string& iInput = {})
     {
         std::istringstream in(iInput);
-        std::ostringstream out, err;
+        std::ostringstream out;
+        std::ostringstream err;
         const int exit = Tool_RunCommand(iArguments, in, out, err);
         return {exit, out.str(), err.str()};
     }

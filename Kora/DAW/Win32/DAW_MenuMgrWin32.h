@@ -1,7 +1,7 @@
 // DAW_MenuMgrWin32: Windows menus made from menu entries, kept fresh, and what the user does in them.
 //
-//     HMENU bar = DAW_MenuMgrWin32::BuildAndMapMenu(&root); // root: a DAW_MenuEntrySubMenu, "File", "Edit", …
-//     SetMenu(window, bar);
+//     HMENU bar = DAW_MenuMgrWin32::BuildAndMapMenu(&root); // root: a DAW_MenuEntrySubMenu, "File",
+//     "Edit", … SetMenu(window, bar);
 //     …
 //     LRESULT CALLBACK Proc(HWND window, UINT message, WPARAM w, LPARAM l)
 //     {

@@ -107,7 +107,9 @@ TEST(MenuMgr, MessagesReachTheItemsOfOurMenusOnly)
     root->GetEntry(0)->GetMenuEntrySubMenu()->AppendEntry(
         std::make_unique<MenuItems>(std::vector<MenuItems::Item>{{"a"}, {"b"}}));
     auto data = DAW_MenuDataWin32::CreateDAW_Menu(root.get());
-    const HMENU bar = data->GetMenuHandle(), file = GetSubMenu(bar, 0), foreign = CreatePopupMenu();
+    const HMENU bar = data->GetMenuHandle();
+    const HMENU file = GetSubMenu(bar, 0);
+    const HMENU foreign = CreatePopupMenu();
     const WPARAM b = GetMenuItemID(file, 1);
     const auto done = [&](UINT iMessage, WPARAM iWParam, HMENU iLParam) {
         MenuItems::sDone = "nothing";

@@ -52,7 +52,8 @@ TEST(Convert, WithoutAConverterTheArgumentOrZeroComesBack)
 
 TEST(Convert, AScopeBorrowsTheConverterOrBringsItsOwn)
 {
-    Time_TempoMap slow, fast;
+    Time_TempoMap slow;
+    Time_TempoMap fast;
     Time_MeterMap meters;
     Time_Converter converter;
     converter.SetTempoMap(&slow);
@@ -113,7 +114,8 @@ TEST(Convert, TheFrontEndAnswersAsItsConverter)
     const Time_BarBeatTick bars(1, 2, Time_TickLength(900));
     using Front = Time_Convert;
     for (const Time_EType unit : cUnits) {
-        const Time_Typed time(4711, unit), earlier = converter.SubtractLength(time, length);
+        const Time_Typed time(4711, unit);
+        const Time_Typed earlier = converter.SubtractLength(time, length);
         const std::pair<Time_Typed, Time_Typed> answers[] = {
             {Front::ToTypeNotRounded(Time_Sample(1), unit), converter.ToTypeNotRounded(Time_Sample(1), unit)},
             {Front::ToType(bars, unit), converter.ToType(bars, unit)},

@@ -66,7 +66,8 @@ TEST(Converter, EveryPathGoesThroughTheMapsAndWholeSamples)
         for (int i = 0; i < 200; ++i) {
             const Time_Tick tick = session.AnyTime(cTicks).AsTick();
             const Time_Typed frame = session.AnyTime(cFrames);
-            const Time_Sample sample = tempo.TickToSample(tick, true), ofFrame = converter.ToSample(frame);
+            const Time_Sample sample = tempo.TickToSample(tick, true);
+            const Time_Sample ofFrame = converter.ToSample(frame);
             ASSERT_EQ(converter.ToType(tick, cSamples), Time_Typed(sample));
             ASSERT_EQ(converter.ToType(sample, cTicks), Time_Typed(tempo.SampleToTick(sample)));
             ASSERT_EQ(converter.ToType(tick, cFrames), converter.ToType(sample, cFrames));
@@ -125,7 +126,9 @@ TEST(Converter, ManyTimesGiveTheBitsOfSingleOnes)
             for (const Time_EType to : cUnits) {
                 const Time_TypedVector times = AnyTimes(session, from);
                 const Time_TypedLength length(session.Below(3) * 12345, to);
-                Time_TypedVector converted = times, sums = times, differences = times;
+                Time_TypedVector converted = times;
+                Time_TypedVector sums = times;
+                Time_TypedVector differences = times;
                 const AllocationCounter allocations;
                 converter.ToType(&converted, to);
                 converter.AddLength(&sums, length);
@@ -154,7 +157,8 @@ TEST(Converter, TheSessionPinsWhatLiesOutside)
     RandomSession session(3);
     const Time_Converter& converter = session.mConverter;
     for (const Time_EType unit : cUnits) {
-        const Time_Typed start = converter.GetSessionStartTime(unit), end = converter.GetSessionEndTime(unit);
+        const Time_Typed start = converter.GetSessionStartTime(unit);
+        const Time_Typed end = converter.GetSessionEndTime(unit);
         EXPECT_EQ(start, converter.ToType(Time_Sample(0), unit));
         EXPECT_EQ(end, converter.ToType(Time_Typed::GetMaxSessionSample(), unit));
         for (const Time_Typed& edge : {start, end})
@@ -181,7 +185,10 @@ TEST(Converter, BrokenPreconditionsAreReportedOnceAndGoOn)
     };
     constexpr Time_EContext cGlobal = Time_eContext_GlobalPosition;
     const char* const cNotGlobal = "ioTimes->GetContext() == Time_eContext_GlobalPosition";
-    const Time_Typed strange(5, cInvalid), sample(5, cSamples), tick(cSongStart, cTicks), frame(5, cFrames);
+    const Time_Typed strange(5, cInvalid);
+    const Time_Typed sample(5, cSamples);
+    const Time_Typed tick(cSongStart, cTicks);
+    const Time_Typed frame(5, cFrames);
 
     expect(converter.ToSample(strange), Time_Sample(0), "false");
     expect(converter.ToTick(strange), Time_Tick(0), "false");

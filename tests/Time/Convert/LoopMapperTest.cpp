@@ -12,7 +12,11 @@ TEST(LoopMapper, ElapsedTimeFoldsIntoTheLoop)
     struct Case
     {
         const char* mName;
-        Cmn_Int64 mStart, mEnd, mElapsed, mLocal, mPasses;
+        Cmn_Int64 mStart;
+        Cmn_Int64 mEnd;
+        Cmn_Int64 mElapsed;
+        Cmn_Int64 mLocal;
+        Cmn_Int64 mPasses;
     };
     constexpr Case cCases[] = {
         {"before the loop", 100, 200, 50, 50, 0},

@@ -184,7 +184,8 @@ private:
     {
         const Edit::Song song{&mMaps.mMeters, &mMaps.mTempi, &mMaps.mKeys,
                               [&](auto& iPieces) { OnMoved(iPieces); }};
-        const Time_Tick from = At(mFrom), to = At(mTo);
+        const Time_Tick from = At(mFrom);
+        const Time_Tick to = At(mTo);
         switch (iKind) {
         case 0:
             ExpectErased();
@@ -226,7 +227,8 @@ private:
     Result EditTempi(unsigned iKind)
     {
         Time_TempoMap& map = mMaps.mTempi;
-        const Time_Tick from = At(mFrom), to = At(mTo);
+        const Time_Tick from = At(mFrom);
+        const Time_Tick to = At(mTo);
         const double tempo = 60 + Below(120);
         const Time_Sample near =
             map.TickToSample(from) + Time_SampleLength(static_cast<Cmn_Int64>(Below(9000)) - 4500);
@@ -325,14 +327,20 @@ private:
     std::mt19937 mRandom;
     Maps mMaps{Ndo_Object::kUndoable};
     std::optional<UndoHistory<Maps>> mHistory;
-    CellList mCells, mExpected, mClipCells;
+    CellList mCells;
+    CellList mExpected;
+    CellList mClipCells;
     Edit::Clip mClip;
-    std::size_t mFrom = 0, mTo = 0, mPosition = 0;
-    int mTold = 0, mCalled = 0;
+    std::size_t mFrom = 0;
+    std::size_t mTo = 0;
+    std::size_t mPosition = 0;
+    int mTold = 0;
+    int mCalled = 0;
     bool mIsTempoOnly = false;
     bool mWasFirstBehind = false;
     std::string mText;
-    Told mMetersTold{*this}, mTempiTold{*this};
+    Told mMetersTold{*this};
+    Told mTempiTold{*this};
 };
 
 } // namespace
@@ -365,7 +373,8 @@ TEST(SongEdit, WhatCannotBeDoneIsRefusedWithTheNearest)
     maps.mKeys.SetKeySignature(At(16), Time_KeySignature(true, true, 1));
     int called = 0;
     const Edit::Song song{&maps.mMeters, &maps.mTempi, &maps.mKeys, [&](auto&) { ++called; }};
-    const double start = static_cast<double>(cStart), last = 576460752303423487.0;
+    const double start = static_cast<double>(cStart);
+    const double last = 576460752303423487.0;
     const double room = last - static_cast<double>(At(16).AsInt64());
     Edit::Clip clip;
     EXPECT_TRUE(Edit::Copy(song, At(2), At(6), clip));
@@ -373,7 +382,8 @@ TEST(SongEdit, WhatCannotBeDoneIsRefusedWithTheNearest)
     unordered.mKeys.push_back({Time_TickLength(0), {}});
     Edit::Clip longer = clip;
     longer.mLength = longer.mLength + Time_TickLength(1);
-    const Time_Tick before = At(0) - Time_TickLength(1), behind(cMost);
+    const Time_Tick before = At(0) - Time_TickLength(1);
+    const Time_Tick behind(cMost);
     const struct
     {
         const char* what;
@@ -453,7 +463,8 @@ TEST(TickPieces, WhatEndsAtASeamEndsThere)
     {
         const char* what;
         Pieces pieces;
-        Cmn_Int64 oldEnd, newEnd;
+        Cmn_Int64 oldEnd;
+        Cmn_Int64 newEnd;
     } cRows[] = {
         {"before a deletion", Pieces::Delete(tick(10), tick(20)), 10, 10},
         {"inside it", Pieces::Delete(tick(10), tick(20)), 15, 10},

@@ -18,7 +18,8 @@ TEST(BarBeatTick, BarlinesAreBeatOneTickZeroAndOrderIsByBarThenBeatThenTick)
     for (const auto& a : ascending) {
         for (const auto& b : ascending)
             EXPECT_EQ(a <=> b, &a <=> &b) << a.Dump() << " and " << b.Dump();
-        Time_BarBeatTick next = a, previous = a;
+        Time_BarBeatTick next = a;
+        Time_BarBeatTick previous = a;
         next.AdvanceToNextBarline();
         EXPECT_EQ(next, At(a.mBar + 1, 1, 0));
         previous.BackupToPreviousBarline();

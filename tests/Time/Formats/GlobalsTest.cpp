@@ -80,11 +80,14 @@ TEST_F(GlobalsTest, VideoPullsAdjustDurationsAgainstRates)
 
 TEST_F(GlobalsTest, CombinationsAreThePairsOfPulls)
 {
-    constexpr char cNTSC[] = " -+  -+-+", cPAL[] = "   -+--++"; // of each combination
+    // of each combination
+    constexpr char cNTSC[] = " -+  -+-+";
+    constexpr char cPAL[] = "   -+--++";
     const auto text = [](const char* iPart, char iPull) {
         return iPull == ' ' ? "" : iPart + std::string(iPull == '+' ? " Up" : " Down");
     };
-    EPullFactor ntsc, pal;
+    EPullFactor ntsc;
+    EPullFactor pal;
     for (int value = -1; value <= 9; ++value) {
         const EComboPullFactor combo = static_cast<EComboPullFactor>(value);
         const bool isKnown = value >= 0 && value <= 8;

@@ -7,7 +7,8 @@ namespace {
 struct Form
 {
     ETimeCodeFormat mFormat;
-    int mRate, mDropped;
+    int mRate;
+    int mDropped;
 };
 void PrintTo(const Form& iForm, std::ostream* oStream)
 {
@@ -23,7 +24,10 @@ constexpr Form cForms[] = {
 struct Counter
 {
     Form mForm;
-    int mHours = 0, mMinutes = 0, mSeconds = 0, mFrames = 0;
+    int mHours = 0;
+    int mMinutes = 0;
+    int mSeconds = 0;
+    int mFrames = 0;
 
     bool IsLeftOut() const { return mSeconds == 0 && mMinutes % 10 != 0 && mFrames < mForm.mDropped; }
     void NextLabel()

@@ -100,8 +100,10 @@ TEST(KeySignatureMap, RandomEditsFollowThePlainModelCopiesSoundAlikeAndUndoResto
             Map source;
             for (int i = upTo(4); i > 0; --i)
                 source.SetKeySignature(Time_Tick(upTo(50) - 10), anyKey());
-            const Time_Tick start(upTo(120) - 20), end = start + Time_TickLength(upTo(50) - 5);
-            const Map before(*map), original(source);
+            const Time_Tick start(upTo(120) - 20);
+            const Time_Tick end = start + Time_TickLength(upTo(50) - 5);
+            const Map before(*map);
+            const Map original(source);
             const bool isCopy = upTo(2) == 0;
             if (isCopy) source.Copy(&source, start, end);
             const Model sourceModel{EntriesOf(source)};
@@ -175,7 +177,8 @@ TEST(KeySignatureMap, NeighboursAreSoughtOneUnitAway)
     const Time_Tick c4 = Time_Convert::GetSessionEndTime(Time_eType_Ticks).AsTick() + Time_TickLength(10);
     const Time_TickLength one(1);
     Map map;
-    Time_Tick start, end;
+    Time_Tick start;
+    Time_Tick end;
     Key key;
     for (const Time_Tick tick : std::initializer_list<Time_Tick>{c1, c2, c3, c4})
         map.SetKeySignature(tick, Key(true, true, static_cast<Cmn_UInt8>(map.size())));

@@ -19,7 +19,8 @@ int WalkTheScale(const Time_KeySignature& iKey, int iPitch, int iSteps)
         scale.insert((interval + fifths) % 12);
     const auto isTone = [&](int iAt) { return scale.contains(((iAt % 12) + 12) % 12); };
 
-    const int way = iSteps > 0 ? 1 : -1, outside = isTone(iPitch) ? 0 : 1;
+    const int way = iSteps > 0 ? 1 : -1;
+    const int outside = isTone(iPitch) ? 0 : 1;
     int at = iPitch;
     for (int left = std::abs(iSteps) + outside; left > 0; left -= isTone(at) ? 1 : 0)
         at += way;
@@ -82,7 +83,8 @@ TEST(KeySignature, TranspositionOddities)
 TEST(KeySignature, AccidentalsAreDrawnFromTheFirstOn)
 {
     using Offsets = std::vector<Cmn_Int16>;
-    const Offsets sharps = {99, 0, 3, -1, 2, 5, 1, 4}, flats = {99, 4, 1, 5, 2, 6, 3, 7};
+    const Offsets sharps = {99, 0, 3, -1, 2, 5, 1, 4};
+    const Offsets flats = {99, 4, 1, 5, 2, 6, 3, 7};
     for (const int count : {0, 1, 5, 7, 8, 255})
         for (const bool isSharps : {cSharps, cFlats}) {
             Offsets offsets = {99}; // appended to what the caller has
@@ -100,7 +102,8 @@ TEST(KeySignature, ARandomKeyIsMajorWithSharpsUnlessRandGivesZero)
         std::srand(seed);
         key.CreateRandomKey();
         std::srand(seed);
-        const bool isMajor = std::rand() != 0, isSharps = std::rand() != 0;
+        const bool isMajor = std::rand() != 0;
+        const bool isSharps = std::rand() != 0;
         EXPECT_EQ(key, Time_KeySignature(isMajor, isSharps, static_cast<Cmn_UInt8>(std::rand() % 8)));
     }
 }

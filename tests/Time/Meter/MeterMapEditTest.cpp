@@ -163,7 +163,9 @@ TEST(MeterMapEdit, PasteFillsTheRangeAndKeepsTheMeterBehindIt)
 {
     const Time_MeterMap song = MakeMeterMap("1| 4/4   2| 3/4   4| 6/8"); // 3/4 at 4, 6/8 at 10
     const Time_MeterMap fifty = Clip();
-    Time_MeterMap whole, carried, held;
+    Time_MeterMap whole;
+    Time_MeterMap carried;
+    Time_MeterMap held;
     song.Copy(&whole, At(4), At(11));
     song.Copy(&carried, At(5), At(12));
     song.Copy(&held, At(5), At(9));
@@ -196,7 +198,8 @@ TEST(MeterMapEdit, CopyCarriesTheMeterInForceIn)
         {"an empty range", 5, 5, "", false},
     };
     for (const auto& row : cCases) {
-        Time_MeterMap map = MakeMeterMap("1| 4/4   2| 3/4   4| 6/8"), clip = Clip();
+        Time_MeterMap map = MakeMeterMap("1| 4/4   2| 3/4   4| 6/8");
+        Time_MeterMap clip = Clip();
         map.Copy(&clip, At(row.mStart), At(row.mEnd));
         EXPECT_EQ(!clip.IsDefault() && clip.IterBegin()->IsCarriedIn(), row.mIsCarriedIn) << row.mName;
         map.Copy(&map, At(row.mStart), At(row.mEnd));
@@ -244,7 +247,8 @@ TEST(MeterMapEdit, BroadcastsAreCounted)
 
 TEST(MeterMapEdit, BrokenPreconditionsAreReportedInTheseWords)
 {
-    Time_MeterMap map = MakeMeterMap("1| 4/4   2| 3/4"), clip;
+    Time_MeterMap map = MakeMeterMap("1| 4/4   2| 3/4");
+    Time_MeterMap clip;
     const std::string before = map.Dump();
     const AssertRecorder recorder;
     const struct { const char* mText; Edit mEdit; } cCases[] = {
@@ -403,7 +407,8 @@ private:
     }
 
     std::mt19937 mRandom;
-    Time_Tick mFrom, mTo;
+    Time_Tick mFrom;
+    Time_Tick mTo;
     bool mKeep = false;
     int mKind = 0;
     Time_MeterMap mMap{Ndo_Object::kUndoable};

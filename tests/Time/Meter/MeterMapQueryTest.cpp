@@ -47,7 +47,8 @@ private:
         return mChange + 1 == mEnd ? whole : std::min(whole, (mChange + 1)->GetTick().AsInt64());
     }
 
-    Time_MeterMap::ConstIter mChange, mEnd;
+    Time_MeterMap::ConstIter mChange;
+    Time_MeterMap::ConstIter mEnd;
     Cmn_Int32 mBar;
     Cmn_Int64 mStart;
 };
@@ -92,7 +93,8 @@ struct PlainDurations
     // iSign is 1 to add, -1 to subtract.
     Cmn_Int64 Move(Cmn_Int64 iTick, const Time_BarBeatTick& iDuration, int iSign) const
     {
-        const Cmn_Int64 gap = Gap(iTick), start = iTick + gap;
+        const Cmn_Int64 gap = Gap(iTick);
+        const Cmn_Int64 start = iTick + gap;
         const Cmn_Int32 bar = At(start).mBar;
         Time_BarBeatTick at = At(Start(bar + iSign * iDuration.mBar) + start - Start(bar));
         for (int i = 0; i < iDuration.mBeat; ++i)
@@ -104,7 +106,8 @@ struct PlainDurations
         if (const Cmn_Int64 gap = Gap(iStart)) return Between(iStart + gap, iEnd + gap);
         const Cmn_Int32 bar = At(iStart).mBar;
         const Cmn_Int64 offset = iStart - Start(bar);
-        Cmn_Int32 bars = At(iEnd).mBar - bar, beats = 0;
+        Cmn_Int32 bars = At(iEnd).mBar - bar;
+        Cmn_Int32 beats = 0;
         while (Start(bar + bars) + offset > iEnd)
             --bars;
         Time_BarBeatTick at = At(Start(bar + bars) + offset);
@@ -182,7 +185,8 @@ TEST(MeterMapQuery, MeterAndClickInForceKnowWhereTheyChange)
     map.AddMeterChange(At(4), Time_Meter(6, 8, eighth), 1);
     map.AddMeterChange(At(7), Time_Meter(3, 4, eighthAsTuplet), 1); // another value, the same length
     map.AddMeterChange(At(10), Time_Meter(4, 4), 1);
-    Time_Tick changeTick, until;
+    Time_Tick changeTick;
+    Time_Tick until;
     EXPECT_EQ(map.GetMeterAtTick(At(6), &changeTick), Time_Meter(6, 8, eighth));
     EXPECT_EQ(changeTick, At(4));
     EXPECT_EQ(map.GetMeterAtTick(At(-100), &changeTick), Time_Meter());

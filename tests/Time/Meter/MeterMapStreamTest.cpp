@@ -47,7 +47,8 @@ TEST(MeterMapStream, TheStreamHasItsFieldsInOrder)
 TEST(MeterMapStream, HalvesAndLaterVersionsAreRefusedAndTheMapStays)
 {
     Time_MeterMap map = MakeMeterMap("5| 7/8   6| 2/4");
-    const Bytes good = BodyOf(map), before = Streamed(map);
+    const Bytes good = BodyOf(map);
+    const Bytes before = Streamed(map);
     for (const std::size_t length : {cSecond + 12, cBBTs + 24, cSongStart + 4}) {
         Bytes bytes = WithBody(2, Bytes(good.data(), good.data() + length));
         bytes.resize(bytes.size() + 200, 1); // what lies behind the body is not the map's

@@ -85,7 +85,9 @@ TEST(SharedRow, RowsStayAsTheyWereTakenAndSayWhatTheyHaveInCommon)
 
 TEST(SharedRow, ARowCostsWhatChangedAndAPointerForEachStretch)
 {
-    constexpr std::size_t cValues = 20000, cLongest = 192, cShortest = 48;
+    constexpr std::size_t cValues = 20000;
+    constexpr std::size_t cLongest = 192;
+    constexpr std::size_t cShortest = 48;
     Script script(1);
     script.mValues = Values(cValues, 7);
     const std::size_t whole = script.Take()->GetByteCount();

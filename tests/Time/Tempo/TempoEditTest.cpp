@@ -48,7 +48,8 @@ TEST_F(TempoEditTest, RampsEndOnTheTickAndTempoAndLastAsLongAsTheirCurve)
         for (const auto& [a, b] : cTempi)
             for (const int step : {1, 7, 64, -48000, -960000}) {
                 SCOPED_TRACE(testing::Message() << curve << " " << a << " " << b << " by " << step);
-                const Time_Tick from = At(2.1), to = At(34.37);
+                const Time_Tick from = At(2.1);
+                const Time_Tick to = At(34.37);
                 const auto tempo = [&, a = a, b = b](double x) { // at a part of the ticks
                     if (curve == Edit::eCurve_Linear) return std::sqrt(a * a + (b * b - a * a) * x);
                     return a +
@@ -307,10 +308,14 @@ private:
     std::optional<UndoHistory<Time_TempoMap>> mHistory;
     std::map<Time_Tick, Time_Sample> mLocks;
     EKind mKind = eKinds;
-    Time_Tick mFrom, mTo, mLock;
+    Time_Tick mFrom;
+    Time_Tick mTo;
+    Time_Tick mLock;
     Time_Sample mSample;
     std::map<Time_Tick, double> mBefore;
-    double mTempoBehind = 0, mGap = 0, mEach = 0;
+    double mTempoBehind = 0;
+    double mGap = 0;
+    double mEach = 0;
     Bytes mBytes;
     std::string mText;
 };
@@ -400,7 +405,8 @@ TEST_F(TempoEditTest, CopiedTempiArriveWithTheirOwn)
     Edit::SetTempo(mMap, At(13), {75});
     Edit::SetTempo(mMap, At(15), {150});
     const Edit::Copied copied = Edit::CopyRange(mMap, At(12.5), At(15.5));
-    const double last = Exact(mMap, At(15.5)) - Exact(mMap, At(12.5)), end = Exact(mMap, At(12));
+    const double last = Exact(mMap, At(15.5)) - Exact(mMap, At(12.5));
+    const double end = Exact(mMap, At(12));
     const int before = mTold;
     ASSERT_TRUE(Edit::InsertCopied(mMap, At(8), copied));
     EXPECT_EQ(mTold, before + 1);

@@ -82,7 +82,8 @@ TEST(NewTempoEvents, QuantizedTicksFollowTheLastTempo)
         {"no quantum", {0, cTicks}, {77, cTicks}, 77, 77},
         {"a start of 0: the last event", {7, cTicks}, {0, cSamples}, 960002, 960007},
     };
-    Time_NewTempoEvents one(48000), two(48000);
+    Time_NewTempoEvents one(48000);
+    Time_NewTempoEvents two(48000);
     two.AddTempoEvent(Event(5, 33, cEighth));
     for (Time_NewTempoEvents* const events : {&one, &two})
         events->AddTempoEvent(Event(960000, 120));

@@ -26,7 +26,8 @@ struct Rows
 {
     explicit Rows(std::mt19937& ioRandom)
     {
-        Cmn_Int64 quarter = 0, lastLock = 0;
+        Cmn_Int64 quarter = 0;
+        Cmn_Int64 lastLock = 0;
         for (int i = 0; i < 24; ++i, quarter += 1 + static_cast<Cmn_Int64>(ioRandom() % 5)) {
             const bool isLocked = i == 0 || ioRandom() % 4 == 0;
             if (isLocked) lastLock = i;
@@ -68,7 +69,8 @@ struct Rows
     }
     void FixUp(Cmn_Int64 iTick)
     {
-        Cmn_Int64 start = mRows[0].mTick, end = cMost;
+        Cmn_Int64 start = mRows[0].mTick;
+        Cmn_Int64 end = cMost;
         for (const SegmentRow& row : mRows) {
             if (row.mLocked && row.mTick <= iTick) start = row.mTick;
             if (row.mLocked && row.mTick > iTick) end = std::min(end, row.mTick);
@@ -192,7 +194,8 @@ TEST(TempoMapLocks, ASplitTakesALockAndASongStartIsTheOnlyOne)
     Fill(map, {{.mTick = cStart, .mLocked = true, .mComputed = true, .mSongStart = true},
                {.mTick = At(8).AsInt64(), .mBpm = 77, .mLocked = true, .mSample = 200000},
                {.mTick = At(9).AsInt64(), .mBpm = 300}});
-    std::unique_ptr<Time_TempoMapSegment> first, second;
+    std::unique_ptr<Time_TempoMapSegment> first;
+    std::unique_ptr<Time_TempoMapSegment> second;
     (*map.SegmentBegin())->SplitForIDB(first, second, At(3));
     second->LockToSample(Time_Sample(80000));
     map.BeginEdit();
@@ -212,7 +215,8 @@ TEST(TempoMapLocks, ASplitTakesALockAndASongStartIsTheOnlyOne)
     map.SongStartWasAdded(At(1));
     EXPECT_EQ(recorder.Take().size(), 1U) << "no segment starts there";
 
-    double max, min;
+    double max;
+    double min;
     map.GetMaxMinBPM(max, min, Time_TickLength(cQuarter / 2), At(8), At(9));
     EXPECT_EQ(std::pair(max, min), std::pair(154.0, 154.0)) << "in eighths";
     map.GetMaxMinBPM(max, min, Time_TickLength(cQuarter), At(8), At(9) + Time_TickLength(1));

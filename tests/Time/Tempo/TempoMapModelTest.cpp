@@ -45,7 +45,8 @@ public:
         const unsigned choice = static_cast<unsigned>(mRandom() % 20);
         if (choice < 12) return Add(RandomRow(mRandom, mIsWild));
         const auto at = [&] { return cStart + static_cast<Cmn_Int64>(mRandom() % 40) * cQuarter; };
-        const Cmn_Int64 from = mIsWild ? at() - 4 * cQuarter : at() + 1, to = from + 1 + 3 * cQuarter;
+        const Cmn_Int64 from = mIsWild ? at() - 4 * cQuarter : at() + 1;
+        const Cmn_Int64 to = from + 1 + 3 * cQuarter;
         if (choice < 15) {
             mModel.mRows.erase(mModel.mRows.lower_bound(from), mModel.mRows.lower_bound(to));
             mMap.EraseSegments(Time_Tick(from), Time_Tick(to));
@@ -78,7 +79,8 @@ public:
     {
         const Lines lines = LinesOf(mMap.GetBasicTempoMap());
         const AssertRecorder asserts;
-        Time_TempoMap other(mMap), read;
+        Time_TempoMap other(mMap);
+        Time_TempoMap read;
         ASSERT_EQ(LinesOf(other.GetBasicTempoMap()), lines) << "a copy\n" << mMap.Dump();
         const Reports reports = asserts.Take();
         const bool isSound = std::all_of(reports.begin(), reports.end(), [](const std::string& iText) {
@@ -104,13 +106,17 @@ public:
     {
         const Lines lines = mModel.Rebuild();
         ASSERT_EQ(LinesOf(mMap.GetBasicTempoMap()), lines) << mMap.Dump();
-        std::vector<Cmn_Int64> ticks, samples;
+        std::vector<Cmn_Int64> ticks;
+        std::vector<Cmn_Int64> samples;
         for (const Line& line : lines)
             for (const Cmn_Int64 offset : {-1, 0, 1, static_cast<int>(mRandom() % 5000000)}) {
                 ticks.push_back(line.mTick + offset);
                 samples.push_back(static_cast<Cmn_Int64>(line.mStart) + offset % 100000);
             }
-        std::size_t tickSegment = 0, firstSegment = 0, sampleSegment = 0, firstTickSegment = 0;
+        std::size_t tickSegment = 0;
+        std::size_t firstSegment = 0;
+        std::size_t sampleSegment = 0;
+        std::size_t firstTickSegment = 0;
         const AllocationCounter allocations;
         for (const Cmn_Int64 tick : ticks) {
             const double sample = std::floor(mModel.At(tick).At(tick) + 0.5);

@@ -191,7 +191,9 @@ TEST_F(TempoMap, EachEditTellsOnceAndEditsOfNothingTellNobody)
 
 TEST_F(TempoMap, TypedTimesConvertAndFramesAreReported)
 {
-    const Time_Typed tick(cAt(1), cTicks), sample(24000, cSamples), frame(1, cFrames);
+    const Time_Typed tick(cAt(1), cTicks);
+    const Time_Typed sample(24000, cSamples);
+    const Time_Typed frame(1, cFrames);
     EXPECT_EQ(mMap.TimeTypedToSample(tick), Time_Sample(24000));
     EXPECT_EQ(mMap.TimeTypedToTick(sample), Time_Tick(cAt(1)));
     EXPECT_EQ(mMap.TimeTypedToSpecifiedType(tick, cSamples), sample);
@@ -285,7 +287,8 @@ TEST_F(TempoMap, ReadersNeverSeeAHalfBuiltCache)
     };
     fill(0);
     std::atomic<bool> isDone{false};
-    std::atomic<int> reads{0}, wrong{0};
+    std::atomic<int> reads{0};
+    std::atomic<int> wrong{0};
     const auto read = [&] {
         for (; !isDone; std::this_thread::yield()) {
             if (!mMap.TryToAcquireReadLock()) continue;

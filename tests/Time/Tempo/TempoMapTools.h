@@ -15,7 +15,10 @@ struct SegmentRow
     Cmn_Int64 mTick = cStart;
     double mBpm = 120;
     Cmn_Int64 mBeat = cQuarter;
-    bool mLocked = false, mComputed = false, mUnspecified = false, mSongStart = false;
+    bool mLocked = false;
+    bool mComputed = false;
+    bool mUnspecified = false;
+    bool mSongStart = false;
     Cmn_Int64 mSample = 0;
 
     std::unique_ptr<Time_TempoMapSegment> Make() const
@@ -43,7 +46,9 @@ inline void Fill(Time_TempoMap& ioMap, std::initializer_list<SegmentRow> iRows)
 struct Line
 {
     Cmn_Int64 mTick;
-    double mStart, mSamplesPerTick, mTicksPerSample;
+    double mStart;
+    double mSamplesPerTick;
+    double mTicksPerSample;
 
     double At(Cmn_Int64 iTick) const { return static_cast<double>(iTick - mTick) * mSamplesPerTick + mStart; }
     bool operator==(const Line& iOther) const

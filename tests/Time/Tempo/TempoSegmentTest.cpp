@@ -180,7 +180,8 @@ TEST(ConstantTempoSeg, WhatIsNoTempoIsTakenNowhere)
 TEST(ConstantTempoSeg, SplittingKeepsTheTempoAndDropsTheFlags)
 {
     const auto segment = cEverything.Make();
-    std::unique_ptr<Time_TempoMapSegment> first, second;
+    std::unique_ptr<Time_TempoMapSegment> first;
+    std::unique_ptr<Time_TempoMapSegment> second;
     segment->Split(first, second, Time_Tick(100));
     EXPECT_EQ(first->Dump(), "tick 5, locked to sample 9, song start: 77 bpm per 480000 ticks");
     EXPECT_EQ(second->Dump(), "tick 100: 77 bpm per 480000 ticks");

@@ -87,7 +87,8 @@ TEST(TempoVector, ManyTimesAreConvertedAsEachAlone)
             for (Cmn_Int64& each : times)
                 each = RandomTime(random, toSamples ? cStart + 50000000 : 1000000);
             if (round % 3 != 0) std::sort(times.begin(), times.end());
-            Times expected = times, clamped = times;
+            Times expected = times;
+            Times clamped = times;
             for (Cmn_Int64& each : expected)
                 each = toSamples ? basic.TickToSample(Time_Tick(each), false).AsInt64()
                                  : basic.SampleToTick(Time_Sample(each)).AsInt64();

@@ -19,7 +19,8 @@ TEST(StartupLimits, TablesFollowTheOption)
     constexpr Cmn_Int64 cMost = 576460752303423487;
     const Cmn_Int64 maxSample = Is24HourTimeline() ? 34359738367 : 2147483647;
     const Time_EType types[] = {Time_eType_Samples, Time_eType_Ticks, Time_eType_Frames};
-    const Cmn_Int64 minima[] = {0, -cMost, -cMost}, maxima[] = {maxSample, cMost, cMost};
+    const Cmn_Int64 minima[] = {0, -cMost, -cMost};
+    const Cmn_Int64 maxima[] = {maxSample, cMost, cMost};
     const char* const names[] = {"Samples", "Ticks", "Frames"};
     for (const Time_EType type : types) {
         EXPECT_EQ(Time_Typed::MinTime(type), Time_Typed(minima[type], type));

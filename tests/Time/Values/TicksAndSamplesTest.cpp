@@ -78,7 +78,8 @@ TEST(TickLength, StepsAndScalesInItsOwnTypeAndWraps)
 
 TEST(Limits, PositionsPinIntoTheirRange)
 {
-    constexpr Cmn_Int64 cMaxSample = 34359738367, cMaxTick = 576460752303423487;
+    constexpr Cmn_Int64 cMaxSample = 34359738367;
+    constexpr Cmn_Int64 cMaxTick = 576460752303423487;
     for (const Cmn_Int64 around : {Cmn_Int64{0}, cMaxSample, cMaxTick, -cMaxTick, cLeast + 1, cMost - 1})
         for (const Cmn_Int64 count : {around - 1, around, around + 1}) {
             Time_Sample sample(count);

@@ -29,7 +29,8 @@ TYPED_TEST_SUITE(TypedTest, Types);
 TYPED_TEST(TypedTest, MixedUnitsAreReportedAndKeepTheLeftUnit)
 {
     using Time = TypeParam;
-    const Time at(5, cSamples), other(3, cTicks);
+    const Time at(5, cSamples);
+    const Time other(3, cTicks);
     const Time_TypedLength length(3, cTicks);
     this->Expect(at + length, Time(8, cSamples));
     this->Expect(at - length, Time(2, cSamples));
