@@ -351,6 +351,7 @@ TEST(TOC, HostileTablesAreRefusedAndTheContentStays)
         {"the last byte in front of the end", true, one("01 0600 0100 FFFF0000")},
         {"a piece at the end", false, one("01 0600 0100 00000100")},
         {"a piece at the end behind a plain location", false, one("00 0900 01 0600 0100 00000100")},
+        {"a plain location says nothing of the next", true, one("00 FF7F 01 0600 0100 1A000000")},
         {"63 plain locations and an unknown one", true, one(Times(63, "00 0100 ") + "02 0000")},
         {"64 plain locations and an unknown one", false, one(Times(64, "00 0100 ") + "02 0000")},
         {"a count that its size does not fit", false, one("01 0200 0100 00800000")},
@@ -369,6 +370,9 @@ TEST(TOC, HostileTablesAreRefusedAndTheContentStays)
         else
             EXPECT_THROW(Read(table, bytes), Sys_StreamReadException);
         EXPECT_EQ(Streamed(table, false), row.mIsRead ? bytes : before);
+        for (TOC::Entry entry = 0; entry < table.GetNumKeys(); ++entry)
+            for (Cmn_Int32 value = 0; value < table.GetNumValues(entry); ++value)
+                EXPECT_NO_THROW(static_cast<void>(table.GetValue(entry, value)));
     }
     TOC table;
     EXPECT_THROW(Read(table, Framed("00000000", 2, 1)), Cmn_DocumentTooOldException);

@@ -3,7 +3,8 @@
 // A value is a chain of locations, the display information, the index information, each
 // {type (8), size (16), body}:
 //
-//   0  size                   plain: ends the chain where the size is 0, otherwise another location follows
+//   0  size                   plain: ends the chain where the size is 0, otherwise another location follows,
+//                             which has a size of its own: this one may be anything
 //   1  size  count  pieces    local: count (16), then the pieces (32 each); ends the chain
 //   …  size  bytes            unknown: ends the chain
 //
@@ -20,11 +21,13 @@
 
 enum FF_ETOCPart { eTOCPart_Location, eTOCPart_Display, eTOCPart_Index };
 
+// With iFollows the part itself follows. What is left differs between a value in its table and one by itself:
+// nothing that is no part of the value may be held against it.
 template <class Source>
-std::size_t FF_TakeTOCPartSize(Source& ioSource)
+std::size_t FF_TakeTOCPartSize(Source& ioSource, bool iFollows = true)
 {
     const auto size = ioSource.template Take<Cmn_Int16>();
-    ioSource.Require(size >= 0 && size <= ioSource.GetBytesLeft());
+    ioSource.Require(size >= 0 && (!iFollows || size <= ioSource.GetBytesLeft()));
     return static_cast<std::size_t>(size);
 }
 
@@ -33,7 +36,7 @@ void FF_TakeTOCLocation(Source& ioSource, Sink& ioSink)
 {
     for (int link = 0; link < FF_Format::cMaxLocations; ++link) {
         const auto type = ioSource.template Take<Cmn_UInt8>();
-        const std::size_t size = FF_TakeTOCPartSize(ioSource);
+        const std::size_t size = FF_TakeTOCPartSize(ioSource, type != FF_Format::cPlainLocation);
         if (type == FF_Format::cPlainLocation) {
             ioSink.Plain(size);
             if (size == 0) return;
