@@ -186,6 +186,21 @@ TEST(TempoMapLocks, AMapMovesAsAWhole)
     EXPECT_EQ(recorder.Take().size(), 5U);
 }
 
+// A deletion from the song start up to a lock takes that lock's computed tempo with it, once wrongly for good.
+TEST(TempoMapLocks, ADeletionUpToALockLeavesOneComputedTempoBehindTheSongStart)
+{
+    Time_TempoMap map;
+    map.SetSampleRate(48000);
+    Fill(map, {{.mTick = cStart, .mLocked = true, .mComputed = true, .mSongStart = true},
+               {.mTick = At(4).AsInt64(), .mLocked = true, .mComputed = true, .mSample = 98000},
+               {.mTick = At(8).AsInt64(), .mBpm = 110},
+               {.mTick = At(12).AsInt64(), .mLocked = true, .mSample = 300000}});
+    const Time_SampleLength behind = map.TickToSample(At(12)) - map.TickToSample(At(4));
+    ASSERT_TRUE(Time_TempoEdit::DeleteTime(map, At(0), At(4)));
+    EXPECT_TRUE(map.ValidateBetweenIDBs()) << map.Dump();
+    EXPECT_EQ(map.TickToSample(At(8)) - map.TickToSample(At(0)), behind);
+}
+
 TEST(TempoMapLocks, ASplitTakesALockAndASongStartIsTheOnlyOne)
 {
     AssertRecorder recorder;
