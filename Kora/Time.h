@@ -37,6 +37,7 @@
 #include "Kora/Time/Values/Time_EType.h"
 #include "Kora/Time/Values/Time_Sample.h"
 #include "Kora/Time/Values/Time_SampleLength.h"
+#include "Kora/Time/Values/Time_SongDefaults.h"
 #include "Kora/Time/Values/Time_StEditOptimizer.h"
 #include "Kora/Time/Values/Time_Tick.h"
 #include "Kora/Time/Values/Time_TickLength.h"

@@ -1,4 +1,5 @@
 // The subcommands for documents: save, info, check, repair, xml.
+#include "Bastel/Cmn/Cmn_CountText.h"
 #include "Kora/FF/Rescue/FF_DocumentCheck.h"
 #include "Kora/FF/Rescue/FF_DocumentRepair.h"
 #include "Tool/Tool_Document.h"
@@ -16,13 +17,6 @@
 #include <ostream>
 
 namespace {
-
-std::string Count(Cmn_Int64 iCount, const std::string& iOne, const std::string& iMany)
-{
-    return std::to_string(iCount) + ' ' + (iCount == 1 ? iOne : iMany);
-}
-
-std::string Count(Cmn_Int64 iCount, const std::string& iNoun) { return Count(iCount, iNoun, iNoun + 's'); }
 
 std::string FaultText(const FF_Fault& iFault)
 {
@@ -59,12 +53,12 @@ public:
         }
         const std::string left =
             others == 0 ? ""
-                        : "; left out of it: " + Count(others, "entry that is", "entries that are") +
+                        : "; left out of it: " + Cmn_CountText(others, "entry that is", "entries that are") +
                               " no part of a song";
         if (isToOutput) {
             std::string bytes = Tool_SongBytes(*song, type);
             const std::string report =
-                "standard output: " + Count(static_cast<Cmn_Int64>(bytes.size()), "byte");
+                "standard output: " + Cmn_CountText(static_cast<Cmn_Int64>(bytes.size()), "byte");
             return {std::move(bytes), {}, others == 0 ? "" : report + left + '\n'};
         }
         Tool_CheckPlainFile(mOutput);
@@ -158,12 +152,12 @@ private:
             const auto streams = std::count_if(all.begin(), all.end(), [](const FF_StreamInfo& s) {
                 return s.mStreamType != FF_Document::cNoStreamType; // not the objects inside them
             });
-            ioOutcome.mText += name + "good, " + Count(streams, "stream") + '\n';
+            ioOutcome.mText += name + "good, " + Cmn_CountText(streams, "stream") + '\n';
             return;
         }
         std::string complaint = name + FaultText(faults.front());
         if (faults.size() > 1)
-            complaint += "; and " + Count(static_cast<Cmn_Int64>(faults.size()) - 1, "more fault") +
+            complaint += "; and " + Cmn_CountText(static_cast<Cmn_Int64>(faults.size()) - 1, "more fault") +
                          (mIsAll ? "" : " (--all)");
         ioOutcome.mComplaints.push_back(std::move(complaint));
         for (const FF_Fault& fault : faults)
@@ -208,7 +202,7 @@ private:
     std::string Text(const FF_DocumentRepair::Report& iReport) const
     {
         std::string text =
-            Tool_Printable(mOutput) + ": " + Count(iReport.mRecovered, "stream") + " recovered, " +
+            Tool_Printable(mOutput) + ": " + Cmn_CountText(iReport.recovered, "stream") + " recovered, " +
             (iReport.mHadTOC ? "with an old table of contents" : "without a table of contents") +
             (iReport.mWithoutDescription == 0
                  ? std::string()

@@ -1,5 +1,6 @@
 #include "Tool/Tool_Plot.h"
 
+#include "Bastel/Cmn/Cmn_CountText.h"
 #include "Bastel/Cmn/Cmn_FloatMath.h"
 #include "Bastel/Cmn/Cmn_XMLNode.h"
 #include "Tool/Tool_PlotLabels.h"
@@ -179,10 +180,10 @@ private:
         const auto size = [](const auto& iRows) { return static_cast<Cmn_Int64>(iRows.size()); };
         const auto [min, max] = TempoRange();
         const std::string range = min == max ? "" : Tool_TempoText(min) + " to ";
-        return Tool_CountText(CountOfBars(), "bar") + " · " +
+        return Cmn_CountText(CountOfBars(), "bar") + " · " +
                mSeconds.MinutesAndSeconds(mRows.mEnd.mSample.AsInt64()) + " · " + range +
-               Tool_TempoText(max) + " bpm · " + Tool_CountText(size(mRows.mTempos), "tempo") + ", " +
-               Tool_CountText(size(mRows.mMeters), "meter") + ", " + Tool_CountText(size(mRows.mKeys), "key");
+               Tool_TempoText(max) + " bpm · " + Cmn_CountText(size(mRows.mTempos), "tempo") + ", " +
+               Cmn_CountText(size(mRows.mMeters), "meter") + ", " + Cmn_CountText(size(mRows.mKeys), "key");
     }
 
     void AddTempoGrid()
@@ -341,7 +342,7 @@ private:
     void AddCrowdText(const Tool_PlotLabel& iLabel, const char* iClass, const char* iNoun, Cmn_Int64 iY)
     {
         Cmn_XMLNode& group = Add(mSvg, "g", "", {});
-        group.AddValue("title", Tool_CountText(iLabel.mChanges, iNoun));
+        group.AddValue("title", Cmn_CountText(iLabel.mChanges, iNoun));
         AddText(group, iClass, iLabel.mX, iY, iLabel.mText);
     }
 

@@ -1,5 +1,6 @@
 #include "Tool/Tool_PlotLabels.h"
 
+#include "Bastel/Cmn/Cmn_CountText.h"
 #include "Tool/Tool_PlotText.h"
 
 #include <algorithm>
@@ -77,7 +78,7 @@ private:
         Cmn_Int64 changes = 0;
         for (std::size_t mark = iFirst; mark < iEnd; ++mark)
             changes += mMarks[mark].mChanges;
-        const std::string count = Tool_CountText(changes, mNoun);
+        const std::string count = Cmn_CountText(changes, mNoun);
         const Cmn_Int64 width = WidthOf(count);
         Cmn_Int64 start = StartAt(iFirst);
         const bool isLast = iEnd == mMarks.size();
@@ -111,9 +112,4 @@ std::vector<Tool_PlotLabel> Tool_PlaceLabels(const std::vector<Tool_PlotMark>& i
                                              const std::string& iNoun, Cmn_Int64 iRightEdge)
 {
     return Placer(iMarks, iNoun, iRightEdge).Run();
-}
-
-std::string Tool_CountText(Cmn_Int64 iCount, const std::string& iNoun)
-{
-    return std::to_string(iCount) + ' ' + iNoun + (iCount == 1 ? "" : "s");
 }

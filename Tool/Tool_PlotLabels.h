@@ -43,5 +43,3 @@ inline constexpr Cmn_Int64 Tool_cLabelSize = 12; // pixels
 // counted in one of iNoun: "12 meters".
 std::vector<Tool_PlotLabel> Tool_PlaceLabels(const std::vector<Tool_PlotMark>& iMarks,
                                              const std::string& iNoun, Cmn_Int64 iRightEdge);
-// "1 meter", "12 meters"
-std::string Tool_CountText(Cmn_Int64 iCount, const std::string& iNoun);

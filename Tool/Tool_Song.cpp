@@ -11,7 +11,6 @@
 
 namespace {
 
-constexpr double cDefaultBeatsPerMinute = 120.0;
 constexpr Cmn_Int32 cSongStartBar = 1;
 
 const Tool_Settings& Applied(const Tool_Settings& iSettings)
@@ -48,7 +47,7 @@ Tool_Song::Tool_Song(const Tool_Settings& iSettings)
     mConverter.SetMeterMap(&mMeterMap);
     mConverter.SetTempoMap(&mTempoMap);
     mMeterMap.AddInitialMeterChange(Time_Tick(cStartTick), Time_Meter(), cSongStartBar);
-    AddTempo(Time_Tick(cStartTick), cDefaultBeatsPerMinute);
+    AddTempo(Time_Tick(cStartTick), Time_DefaultTempo::cDefaultBeatsPerMinute);
 }
 
 Tool_Song::Tool_Song(const Tool_MidiFile& iFile, const Tool_Settings& iSettings)
@@ -73,7 +72,8 @@ Tool_Song::Tool_Song(FF_Document& ioDocument, const std::optional<FF_TimeMaps::S
     if (maps == 0 && !iInfo)
         throw Tool_InputError::InFile(name, "no song in this document, expected a meter, tempo or key map");
     mMeterMap.MakeRealIfDefault();
-    if (mTempoMap.GetNumberOfSegments() == 0) AddTempo(Time_Tick(cStartTick), cDefaultBeatsPerMinute);
+    if (mTempoMap.GetNumberOfSegments() == 0)
+        AddTempo(Time_Tick(cStartTick), Time_DefaultTempo::cDefaultBeatsPerMinute);
     mEndTick = LastChange(GetStartTick(), mTempoMap, mMeterMap, mKeyMap);
     if (iInfo) mEndTick = std::max(mEndTick, iInfo->mEndTick);
     CheckPlaces(name);

@@ -27,7 +27,8 @@ public:
         std::printf("  ruler:");
         const Time_Tick start = mMap.GetSongStartTick();
         for (Cmn_Int64 quarter = 0; quarter <= 16; ++quarter) {
-            const Time_BarBeatTick at = mMap.TickToBarBeat(start + Time_TickLength(quarter * 960000));
+            const Time_BarBeatTick at =
+                mMap.TickToBarBeat(start + Time_TickLength(quarter * Time_TickLength::cInternalPerQuarter));
             if (at.IsOnBar())
                 std::printf("%2d", at.mBar);
             else

@@ -8,11 +8,6 @@
 #include <algorithm>
 #include <cstring>
 
-constexpr std::size_t Sys_FileBasedInStream::cDefaultReadAhead;
-constexpr std::size_t Sys_FileBasedInStream::cFirstRead;
-constexpr std::size_t Sys_FileBasedInStream::cSequentialRead;
-constexpr int Sys_FileBasedInStream::cJumpsBeforeCaching;
-
 namespace {
 
 // Bytes behind the position that stay: who looked at a header goes back to its start.

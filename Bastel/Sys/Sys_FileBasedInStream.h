@@ -3,8 +3,8 @@
 // The first buffer after a jump is small and doubles while reading goes on in sequence, up to the
 // read-ahead: a stream found by key costs one small read, a long one few large ones, and what lies in a
 // body that was found right by its sum goes on in reads of up to cSequentialRead. After cJumpsBeforeCaching
-// jumps small reads go through
-// a cache of up to 32 MiB: who looks up one stream after another soon pays no call to the system for it.
+// jumps small reads go through a cache of up to 32 MiB: who looks up one stream after another soon pays no
+// call to the system for it.
 //
 // Units:     positions are positions in the file; the stream begins at the file's position when it is made.
 // Sums:      HasSums. SumOf of a body that fits the largest buffer leaves it there.
@@ -18,14 +18,18 @@
 
 class Sys_BlockCache;
 
-class KORA_API Sys_FileBasedInStream : public Sys_InStream
+// Not in the exported class, so that every module has them as constants of its own.
+struct Sys_ReadAheadSizes
 {
-public:
     static constexpr std::size_t cDefaultReadAhead = 8192;
     static constexpr std::size_t cFirstRead = 512;
     static constexpr std::size_t cSequentialRead = std::size_t{128} << 10;
     static constexpr int cJumpsBeforeCaching = 64;
+};
 
+class KORA_API Sys_FileBasedInStream : public Sys_InStream, public Sys_ReadAheadSizes
+{
+public:
     explicit Sys_FileBasedInStream(Sys_File& iFile);
     ~Sys_FileBasedInStream() override;
     Sys_FileBasedInStream(const Sys_FileBasedInStream&) = delete;

@@ -9,9 +9,6 @@
 #include <typeinfo>
 #include <utility>
 
-constexpr std::size_t Sys_FileBasedOutStream::cBufferSize;
-constexpr Cmn_Int64 Sys_FileBasedOutStream::cNoLimit;
-
 Sys_FileBasedOutStream::Sys_FileBasedOutStream(Sys_File& iFile)
     : mFile(iFile)
     , mBuffer(std::make_unique_for_overwrite<Cmn_UInt8[]>(cFirstCapacity))

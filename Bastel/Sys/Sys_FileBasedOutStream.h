@@ -16,13 +16,17 @@
 
 #include <memory>
 
-class KORA_API Sys_FileBasedOutStream : public Sys_OutStream
+// Not in the exported class, so that every module has them as constants of its own.
+struct Sys_OutStreamLimits
 {
-public:
     static constexpr std::size_t cBufferSize = std::size_t{256}
                                                << 10; // at most; it grows with what is written
     static constexpr Cmn_Int64 cNoLimit = 0x7FFFFFFFFFFFFFFF;
+};
 
+class KORA_API Sys_FileBasedOutStream : public Sys_OutStream, public Sys_OutStreamLimits
+{
+public:
     explicit Sys_FileBasedOutStream(Sys_File& iFile);
     ~Sys_FileBasedOutStream() override;
 
@@ -88,8 +92,8 @@ private:
     Cmn_Int64 mFileEnd = 0;     // of what is in the file
     Cmn_Int64 mBufferStart = 0; // the buffer's first byte belongs there; the position is behind its last
     std::size_t mFill = 0;      // bytes in the buffer
-    std::size_t mRoom =
-        0; // bytes that it takes without further questions: up to its end, the limit, a failure
+    // Bytes that it takes without further questions: up to its end, the limit, a failure.
+    std::size_t mRoom = 0;
     Cmn_Int64 mSummed = 0; // what lies before was handed to the sums; never before the buffer
     Cmn_Int64 mLimit = cNoLimit;
     bool mFailed = false;

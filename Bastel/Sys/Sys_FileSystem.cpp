@@ -6,8 +6,6 @@
 #include <cstdio>
 #include <random>
 
-constexpr Sys_FileSystem::Handle Sys_FileSystem::cNoHandle;
-
 namespace {
 
 // Null is the platform's. Release and acquire: the other one may be made just before it is put in force.

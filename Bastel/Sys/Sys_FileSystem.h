@@ -18,12 +18,16 @@
 #include <cstddef>
 #include <string>
 
-class KORA_API Sys_FileSystem
+// Not in the exported class, so that every module has it as a constant of its own.
+struct Sys_FileHandle
 {
-public:
     using Handle = Cmn_Int64;
     static constexpr Handle cNoHandle = -1;
+};
 
+class KORA_API Sys_FileSystem : public Sys_FileHandle
+{
+public:
     enum EAccess : Cmn_Int32 {
         eAccess_Read = 0,
         eAccess_Write = 1,       // reads and writes an existing file; nobody else opens it to write meanwhile
@@ -60,7 +64,7 @@ public:
     // Returns when the file's bytes and length are on the disk.
     virtual Cmn_Int32 Sync(Handle iHandle) = 0;
 
-    // --- a file that is to take another's place is written beside it first
+    // --- A file that is to take another's place is written beside it first
 
     // Makes that file and opens it to write, locked until it is closed: in iTarget's folder, under a name
     // that nobody has (NameBeside), never through a link, with no more rights than iTarget's owner has there,

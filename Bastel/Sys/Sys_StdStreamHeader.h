@@ -87,8 +87,8 @@ struct Sys_StdStreamHeaderInfo
     bool mHasSums = false;
     bool mIsComplete = false;
     Cmn_UInt32 mBodySum = 0;
-    Cmn_Int64 mStart =
-        0; // the header is [start, body), what it frames [body, end); end is body when incomplete
+    // The header is [start, body), what it frames [body, end); end is body when incomplete.
+    Cmn_Int64 start = 0;
     Cmn_Int64 mBody = 0;
     Cmn_Int64 mEnd = 0;
 };

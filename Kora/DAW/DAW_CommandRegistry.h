@@ -44,7 +44,7 @@ private:
     DAW_CommandRegistry() = default;
     static CommandMap& Commands();
 
-    static CommandMap*
-        sCommandMap; // null before the first registration; never destroyed, so that commands may die late
+    // Null before the first registration; never destroyed, so that commands may die late.
+    static CommandMap* sCommandMap;
     static NotificationCallback sNotificationCallback;
 };

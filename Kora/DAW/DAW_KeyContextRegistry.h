@@ -43,7 +43,7 @@ private:
     // A dying context's entry, if it is its own.
     static void Forget(const DAW_KeyboardInputContext* iContext);
 
-    static KeyContextMap*
-        sKeyContextMap; // null before its first use; never destroyed, so that contexts may die late
+    // Null before its first use; never destroyed, so that contexts may die late.
+    static KeyContextMap* sKeyContextMap;
     static NotificationCallback sNotificationCallback;
 };

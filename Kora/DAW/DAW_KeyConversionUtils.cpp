@@ -71,9 +71,6 @@ DAW_EKeyCode KeyAt(const KeyOfCode<tSize>& iKeys, std::size_t iCode)
 
 } // namespace
 
-constexpr Cmn_UInt16 DAW_KeyConversionUtils::cNoWindowsKeyCode;
-constexpr Cmn_UInt16 DAW_KeyConversionUtils::cNoMacKeyCode;
-
 std::string DAW_KeyConversionUtils::DAW_EKeyCodeToDescriptiveString(DAW_EKeyCode iKeyCode)
 {
     if (!DAW_IsKeyCode(iKeyCode)) return I18N_Utils::GetString(cUnknownText);

@@ -15,12 +15,16 @@
 
 #include <string>
 
-class KORA_API DAW_KeyConversionUtils
+// Not in the exported class, so that every module has them as constants of its own.
+struct DAW_NoKeyCodes
 {
-public:
     static constexpr Cmn_UInt16 cNoWindowsKeyCode = 0;
     static constexpr Cmn_UInt16 cNoMacKeyCode = 0xFFFF; // 0 is the letter A
+};
 
+class KORA_API DAW_KeyConversionUtils : public DAW_NoKeyCodes
+{
+public:
     // For preferences: "'A'", "Numpad '4'", "'PageUp'". Undeclared, Cancel and unknown codes are localized.
     [[nodiscard]] static std::string DAW_EKeyCodeToDescriptiveString(DAW_EKeyCode iKeyCode);
     // The bare key, short, beside a menu item: "A", "7", "Num 4", "PgUp", "Left", "F5". Cancel is localized;

@@ -7,11 +7,6 @@
 #include <map>
 #include <vector>
 
-// Defined once more for hosts on Windows that take their address.
-constexpr Cmn_Int16 DAW_MenuEntry::cFirstCommandNumber;
-constexpr Cmn_Int16 DAW_MenuEntry::cLastCommandNumber;
-constexpr Cmn_Int16 DAW_MenuEntry::cNoCommandNumber;
-
 constinit Cmn_Int16 DAW_MenuEntry::sNextCommandNumber = cFirstCommandNumber;
 
 struct DAW_MenuEntry::Items

@@ -36,14 +36,18 @@ enum DAW_MenuEntryType : Cmn_Int32 {
     DAW_eMenuEntryType_SubMenu = 2
 };
 
-class KORA_API DAW_MenuEntry
+// Not in the exported class, so that every module has them as constants of its own.
+struct DAW_CommandNumbers
 {
-public:
     static constexpr Cmn_Int16 cFirstCommandNumber = 25000;
     static constexpr Cmn_Int16 cLastCommandNumber = 32767;
     // What an item without a number has; it leads nowhere.
     static constexpr Cmn_Int16 cNoCommandNumber = 0;
+};
 
+class KORA_API DAW_MenuEntry : public DAW_CommandNumbers
+{
+public:
     DAW_MenuEntry();
     // Releases the entry's numbers. Menus that still show its items are updated before
     // others are given the numbers.

@@ -9,10 +9,6 @@
 #include <algorithm>
 #include <utility>
 
-// A DLL holds only the constants that its own code refers to, or that are declared once more.
-constexpr std::size_t Ndo_History::cUnlimited;
-constexpr Cmn_Int64 Ndo_History::cNeverMerge;
-
 struct Ndo_History::Step
 {
     std::string mName;
@@ -72,7 +68,7 @@ Ndo_History::~Ndo_History()
 
 bool Ndo_History::CanChange() const { return Cmn_ASSERT(!mIsBusy); }
 
-// ---- steps
+// --- Steps
 
 bool Ndo_History::Add(std::unique_ptr<Ndo_Operation>&& ioOperation, const std::string& iName,
                       Cmn_Int64 iMergeID)
@@ -215,7 +211,7 @@ void Ndo_History::EraseSteps(std::size_t iFirst, std::size_t iLast)
     if (mPosition == 0) mMergeID = cNeverMerge;
 }
 
-// ---- limits and the saved mark
+// --- Limits and the saved mark
 
 void Ndo_History::SetLimits(std::size_t iMaxSteps, std::size_t iMaxBytes)
 {
@@ -247,7 +243,7 @@ void Ndo_History::MarkUnsaved()
     mSaved.reset();
 }
 
-// ---- listeners
+// --- Listeners
 
 void Ndo_History::AddListener(Ndo_HistoryListener* iListenerP)
 {

@@ -41,12 +41,16 @@
 class Ndo_HistoryListener;
 class Ndo_Operation;
 
-class KORA_API Ndo_History
+// Not in the exported class, so that every module has them as constants of its own.
+struct Ndo_HistoryConstants
 {
-public:
     static constexpr std::size_t cUnlimited = static_cast<std::size_t>(-1);
     static constexpr Cmn_Int64 cNeverMerge = 0;
+};
 
+class KORA_API Ndo_History : public Ndo_HistoryConstants
+{
+public:
     Ndo_History();
     Ndo_History(const Ndo_History&) = delete;
     Ndo_History& operator=(const Ndo_History&) = delete;

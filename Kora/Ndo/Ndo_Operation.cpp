@@ -134,7 +134,7 @@ std::string Ndo_Operation::Dump() const
     return text;
 }
 
-// ---- logging
+// --- Logging
 
 void Ndo_Operation::LogModify(Ndo_Object* iObjP)
 {
@@ -184,7 +184,7 @@ void Ndo_Operation::LogAction(Ndo_Action* iAction)
     mActions.push_back(std::unique_ptr<Ndo_Action>(iAction));
 }
 
-// ---- restoring: at every moment each state is in one map, and a fresh object is its holder's or registered
+// --- Restoring: at every moment each state is in one map, and a fresh object is its holder's or registered
 
 void Ndo_Operation::BringDeletedObjectsBack()
 {

@@ -19,8 +19,8 @@ struct SMF_Event
     // Types of meta events that the library knows by their content; fixed by the file format.
     static constexpr Cmn_UInt8 cEndOfTrack = 0x2F;
     static constexpr Cmn_UInt8 cTempo = 0x51; // microseconds a quarter, 3 bytes
-    static constexpr Cmn_UInt8 cTimeSignature =
-        0x58; // numerator, power of the denominator, click, 32nds a quarter
+    // Numerator, power of the denominator, click, 32nds a quarter.
+    static constexpr Cmn_UInt8 cTimeSignature = 0x58;
     static constexpr Cmn_UInt8 cKeySignature = 0x59; // sharps (negative: flats), 1 for minor
 
     // The longest time that one delta time can say.

@@ -1,3 +1,4 @@
+#include "Bastel/Cmn/Cmn_CountText.h"
 #include "Kora/SMF/SMF_Event.h"
 #include "Kora/SMF/SMF_EventRules_p.h"
 
@@ -8,8 +9,8 @@ using std::to_string;
 
 Fault LengthFault(const char* iWhat, std::size_t iLength, std::size_t iExpected)
 {
-    return {std::string(iWhat) + " of " + ByteCount(static_cast<Cmn_Int64>(iLength)) + ", expected " +
-                to_string(iExpected),
+    return {std::string(iWhat) + " of " + Cmn_CountText(static_cast<Cmn_Int64>(iLength), "byte") +
+                ", expected " + to_string(iExpected),
             Fault::cAtLength};
 }
 
@@ -55,8 +56,6 @@ Fault FaultOf(Cmn_UInt8 iMetaType, std::string_view iContent)
         return {};
     }
 }
-
-std::string ByteCount(Cmn_Int64 iCount) { return to_string(iCount) + (iCount == 1 ? " byte" : " bytes"); }
 
 std::string Hex(Cmn_Int32 iByte)
 {

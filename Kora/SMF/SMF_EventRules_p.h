@@ -23,8 +23,7 @@ struct Fault
 };
 Fault FaultOf(Cmn_UInt8 iMetaType, std::string_view iContent);
 
-// "1 byte", "0x3c"
-std::string ByteCount(Cmn_Int64 iCount);
+// "0x3c"
 std::string Hex(Cmn_Int32 iByte);
 
 void AppendBigEndian(std::string& ioBytes, Cmn_Int64 iValue, int iBytes);

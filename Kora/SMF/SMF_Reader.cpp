@@ -1,10 +1,10 @@
+#include "Bastel/Cmn/Cmn_CountText.h"
 #include "Kora/SMF/SMF_EventRules_p.h"
 #include "Kora/SMF/SMF_Exception.h"
 #include "Kora/SMF/SMF_Reader_p.h"
 
 #include <utility>
 
-using SMF_EventRules::ByteCount;
 using SMF_EventRules::Hex;
 
 namespace {
@@ -47,7 +47,7 @@ void SMF_Reader::Fail(std::size_t iOffset, const std::string& iText)
     throw SMF_Exception(iText, static_cast<Cmn_Int64>(iOffset));
 }
 
-// --- Bytes ---------------------------------------------------------------------------------------------
+// --- Bytes
 
 Cmn_Int32 SMF_Reader::ReadByte(const char* iWhat)
 {
@@ -82,12 +82,12 @@ Cmn_Int64 SMF_Reader::ReadEventLength()
     const std::size_t start = mPosition;
     const Cmn_Int64 length = ReadVariableLength("an event length");
     if (length > Left())
-        Fail(start, "an event of " + ByteCount(length) + ", expected at most the " + Number(Left()) +
-                        " left in the track");
+        Fail(start, "an event of " + Cmn_CountText(length, "byte") + ", expected at most the " +
+                        Number(Left()) + " left in the track");
     return length;
 }
 
-// --- Chunks --------------------------------------------------------------------------------------------
+// --- Chunks
 
 // Leaves mPosition at the chunk's body and mEnd at its end.
 std::string_view SMF_Reader::ReadChunkHeader()
@@ -95,13 +95,14 @@ std::string_view SMF_Reader::ReadChunkHeader()
     const std::size_t start = mPosition;
     mEnd = mBytes.size();
     if (Left() < static_cast<Cmn_Int64>(cChunkHeaderSize))
-        Fail(start, "the file is cut short: " + ByteCount(Left()) + " of a chunk header, expected 8");
+        Fail(start,
+             "the file is cut short: " + Cmn_CountText(Left(), "byte") + " of a chunk header, expected 8");
     const std::string_view type = mBytes.substr(start, 4);
     mPosition += 4;
     const Cmn_Int64 length = ReadBigEndian(4);
     if (length > Left())
-        Fail(start + 4, "the file is cut short: a chunk of " + ByteCount(length) + ", expected at most the " +
-                            Number(Left()) + " left in the file");
+        Fail(start + 4, "the file is cut short: a chunk of " + Cmn_CountText(length, "byte") +
+                            ", expected at most the " + Number(Left()) + " left in the file");
     mEnd = mPosition + static_cast<std::size_t>(length);
     return type;
 }
@@ -113,7 +114,7 @@ void SMF_Reader::ReadHeader()
         Fail(0, "not a MIDI file: it begins with " + Quoted(signature) + ", expected \"MThd\"");
     ReadChunkHeader();
     if (Left() < static_cast<Cmn_Int64>(cHeaderSize))
-        Fail(4, "a header of " + ByteCount(Left()) + ", expected 6 or more");
+        Fail(4, "a header of " + Cmn_CountText(Left(), "byte") + ", expected 6 or more");
     const std::size_t start = mPosition;
     const Cmn_Int64 format = ReadBigEndian(2);
     mTracksCounted = ReadBigEndian(2);
@@ -149,7 +150,7 @@ void SMF_Reader::ReadChunk()
     mPosition = mEnd;
 }
 
-// --- Tracks --------------------------------------------------------------------------------------------
+// --- Tracks
 
 void SMF_Reader::ReadTrack()
 {
@@ -166,7 +167,8 @@ void SMF_Reader::ReadTrack()
         ++count;
     }
     if (Left() != 0)
-        Fail(mPosition, ByteCount(Left()) + " after the end-of-track event, expected the track to end");
+        Fail(mPosition,
+             Cmn_CountText(Left(), "byte") + " after the end-of-track event, expected the track to end");
     mFile.mTracks.push_back(SMF_Track(mOwner, mBytes.substr(start, mPosition - start), count, tick));
 }
 

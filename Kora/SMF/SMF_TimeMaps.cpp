@@ -15,7 +15,6 @@
 
 namespace {
 
-constexpr double cDefaultBeatsPerMinute = 120.0;
 constexpr double cMicrosecondsPerMinute = 60000000.0;
 constexpr Cmn_Int32 cSongStartBar = 1;
 
@@ -49,7 +48,7 @@ void BuildMeters(Time_MeterMap& ioMeters, const std::vector<SMF_Meter>& iEvents,
 void BuildTempi(Time_TempoMap& ioTempi, const std::vector<SMF_Tempo>& iEvents, Cmn_Int32 iDivision)
 {
     const Time_TempoMap_StEditOptimizer oneRebuild(ioTempi);
-    AddTempo(ioTempi, SMF_TimeMaps::cStartTick, cDefaultBeatsPerMinute);
+    AddTempo(ioTempi, SMF_TimeMaps::cStartTick, Time_DefaultTempo::cDefaultBeatsPerMinute);
     for (const auto& [tick, tempo] : ByTick(iEvents, iDivision))
         AddTempo(ioTempi, Time_Tick(tick), cMicrosecondsPerMinute / tempo.mMicrosecondsPerQuarter);
 }

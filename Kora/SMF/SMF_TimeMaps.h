@@ -9,7 +9,7 @@
 #pragma once
 
 #include "Kora/SMF/SMF_File.h"
-#include "Kora/Time/Values/Time_Tick.h"
+#include "Kora/Time/Values/Time_SongDefaults.h"
 
 class Time_KeySignatureMap;
 class Time_MeterMap;
@@ -19,8 +19,8 @@ class KORA_API SMF_TimeMaps
 {
 public:
     // Where a file's beginning comes to lie: bar 1, sample 0.
-    static constexpr Time_Tick cStartTick{1000000000000};
-    static constexpr Cmn_Int64 cTicksPerQuarter = 960000;
+    static constexpr Time_Tick cStartTick = Time_DefaultSongStart::cDefaultSongStartTick;
+    static constexpr Cmn_Int64 cTicksPerQuarter = Time_TickLength::cInternalPerQuarter;
 
     // start + round half up (iFileTick × 960000 / iDivision), in integers; INT64_MAX where that does not fit.
     // iFileTick is 0 or more, iDivision 1 to 32767.

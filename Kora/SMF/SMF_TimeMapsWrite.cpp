@@ -36,7 +36,7 @@ std::size_t KindOf(const SMF_Event& iEvent)
 // Contents of events of one kind by tick.
 using Contents = std::map<Cmn_Int64, std::string>;
 
-// --- Entries of the maps, by library ticks from the start -------------------------------------------------
+// --- Entries of the maps, by library ticks from the start
 
 std::string AtTick(Time_Tick iTick) { return " at tick " + to_string(iTick.AsInt64()); }
 
@@ -126,7 +126,7 @@ std::array<Contents, cKinds> ContentsOf(const SMF_TimeMaps::Maps& iMaps, SMF_Tim
     return all;
 }
 
-// --- Ticks ------------------------------------------------------------------------------------------------
+// --- Ticks
 
 Cmn_Int64 ErrorOf(Cmn_Int64 iTicks, Cmn_Int32 iDivision)
 {
@@ -168,7 +168,7 @@ Contents InFileTicks(SMF_TimeMaps::EKind iKind, const Contents& iContents, Time_
     return inFile;
 }
 
-// --- Tracks -----------------------------------------------------------------------------------------------
+// --- Tracks
 
 // What governs in the file: of several events of a kind at one tick the last in file order.
 std::array<Contents, cKinds> ContentsOf(const SMF_File& iFile)

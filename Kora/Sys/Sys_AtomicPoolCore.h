@@ -204,8 +204,8 @@ inline void Sys_AtomicPoolCore::Return(unsigned iClass, const Cmn_UInt16* iCells
 // Half of what is left, so that the batches of several tasks each have some. 0: none is left.
 inline Cmn_UInt32 Sys_AtomicPoolCore::Class::TakeShare()
 {
-    Cmn_UInt32 left =
-        mShareLeft.load(std::memory_order_relaxed); // relaxed: a number, which publishes nothing
+    // relaxed: a number, which publishes nothing.
+    Cmn_UInt32 left = mShareLeft.load(std::memory_order_relaxed);
     Cmn_UInt32 share = 0;
     do {
         share = std::min<Cmn_UInt32>((left + 1) / 2, Sys_CellStack::cMaxBatch);

@@ -16,8 +16,8 @@
 namespace {
 
 constexpr std::size_t cTimes = 4096;
-constexpr Cmn_Int64 cSongStart = 1000000000000;
-constexpr Cmn_Int64 cTicksAChange = 3840000;
+constexpr Cmn_Int64 cSongStart = Time_TempoMap::cDefaultSongStartTick.AsInt64();
+constexpr Cmn_Int64 cTicksAChange = Time_TickLength::cInternalPerWhole;
 
 // One tempo change a bar.
 struct Session

@@ -12,7 +12,8 @@
 namespace {
 
 constexpr std::size_t cProbes = 4096;
-constexpr Cmn_Int64 cSongStart = 1000000000000, cBar = 3 * 960000;
+constexpr Cmn_Int64 cSongStart = Time_MeterMap::cDefaultSongStartTick.AsInt64();
+constexpr Cmn_Int64 cBar = 3 * Time_TickLength::cInternalPerQuarter;
 
 // Meters of all kinds every few bars, and places all over them.
 struct Song

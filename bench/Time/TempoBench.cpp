@@ -18,7 +18,8 @@
 
 namespace {
 
-constexpr Cmn_Int64 cStart = 1000000000000, cQuarter = 960000;
+constexpr Cmn_Int64 cStart = Time_TempoMap::cDefaultSongStartTick.AsInt64();
+constexpr Cmn_Int64 cQuarter = Time_TickLength::cInternalPerQuarter;
 constexpr std::size_t cQueries = 1 << 14, cEvents = 1000000;
 
 std::unique_ptr<Time_TempoMapSegment> Tempo(Cmn_Int64 iQuarter, double iBeatsPerMinute)

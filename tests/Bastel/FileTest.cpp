@@ -69,7 +69,6 @@ protected:
 
 TEST(FileLoc, TellsNameAndFolder)
 {
-    // clang-format off
     constexpr struct
     {
         const char* mWhat;
@@ -77,16 +76,16 @@ TEST(FileLoc, TellsNameAndFolder)
         const char* mName;
         const char* mFolder;
     } cCases[] = {
-        {"a bare name is in the folder that one is in",  "take 1.kora",       "take 1.kora",              "."},
-        {"nothing has no name",                          "",                  "",                         "."},
-        {"the root keeps its separator",                 "/take.kora",        "take.kora",                "/"},
-        {"others lose theirs",                           "/songs//take.kora", "take.kora",                "/songs"},
-        {"a folder's own path has no name",              "songs/",            "",                         "songs"},
-        {"drives and backslashes part on Windows alone", "C:\\songs/a\\b",    cIsWindows ? "b" : "a\\b",  cIsWindows ? "C:\\songs/a" : "C:\\songs"},
-        {"so do drives by themselves",                   "C:b",               cIsWindows ? "b" : "C:b",   cIsWindows ? "C:" : "."},
-        {"and a drive's root is one",                    "C:\\b",             cIsWindows ? "b" : "C:\\b", cIsWindows ? "C:\\" : "."},
+        {"a bare name is in the folder that one is in", "take 1.kora", "take 1.kora", "."},
+        {"nothing has no name", "", "", "."},
+        {"the root keeps its separator", "/take.kora", "take.kora", "/"},
+        {"others lose theirs", "/songs//take.kora", "take.kora", "/songs"},
+        {"a folder's own path has no name", "songs/", "", "songs"},
+        {"drives and backslashes part on Windows alone", "C:\\songs/a\\b", cIsWindows ? "b" : "a\\b",
+         cIsWindows ? "C:\\songs/a" : "C:\\songs"},
+        {"so do drives by themselves", "C:b", cIsWindows ? "b" : "C:b", cIsWindows ? "C:" : "."},
+        {"and a drive's root is one", "C:\\b", cIsWindows ? "b" : "C:\\b", cIsWindows ? "C:\\" : "."},
     };
-    // clang-format on
     for (const auto& row : cCases) {
         const Sys_FileLoc location(row.mPath);
         EXPECT_EQ(location.GetName(), row.mName) << row.mWhat;

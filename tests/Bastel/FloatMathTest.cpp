@@ -12,7 +12,6 @@ TEST(FloatMath, DoublesBecomeIntegersAtEveryBoundary)
     constexpr Cmn_Int64 cMax = std::numeric_limits<Cmn_Int64>::max();
     constexpr Cmn_Int64 cMin = -cMax - 1;
     constexpr double cInfinity = std::numeric_limits<double>::infinity();
-    // clang-format off
     const struct
     {
         const char* mWhat;
@@ -36,10 +35,12 @@ TEST(FloatMath, DoublesBecomeIntegersAtEveryBoundary)
         {"-2^31 - 1", -2147483649.0, -2147483649, -2147483649, -2147483649},
         {"2^52 - 1/2", 4503599627370495.5, 4503599627370495, 4503599627370495, 4503599627370496},
         {"2^52", 4503599627370496.0, 4503599627370496, 4503599627370496, 4503599627370496},
-        {"2^52 + 1: the sum goes to the even", 4503599627370497.0, 4503599627370497, 4503599627370497, 4503599627370498},
+        {"2^52 + 1: the sum goes to the even", 4503599627370497.0, 4503599627370497, 4503599627370497,
+         4503599627370498},
         {"-(2^52 + 1)", -4503599627370497.0, -4503599627370497, -4503599627370497, -4503599627370496},
         {"2^53 + 2 stays", 9007199254740994.0, 9007199254740994, 9007199254740994, 9007199254740994},
-        {"largest below 2^63", 9223372036854774784.0, 9223372036854774784, 9223372036854774784, 9223372036854774784},
+        {"largest below 2^63", 9223372036854774784.0, 9223372036854774784, 9223372036854774784,
+         9223372036854774784},
         {"2^63 saturates", 9223372036854775808.0, cMax, cMax, cMax},
         {"-2^63 is a value", -9223372036854775808.0, cMin, cMin, cMin},
         {"next below -2^63 saturates", -9223372036854777856.0, cMin, cMin, cMin},
@@ -47,7 +48,6 @@ TEST(FloatMath, DoublesBecomeIntegersAtEveryBoundary)
         {"minus infinity", -cInfinity, cMin, cMin, cMin},
         {"not a number", std::numeric_limits<double>::quiet_NaN(), 0, 0, 0},
     };
-    // clang-format on
     for (const auto& c : cCases) {
         EXPECT_EQ(Cmn_Float64ToInt64(c.mValue), c.mTruncated) << c.mWhat;
         EXPECT_EQ(Cmn_FloorToInt64(c.mValue), c.mFloored) << c.mWhat;

@@ -23,7 +23,6 @@ Result Parse(Integer (*iParse)(std::string_view), std::string_view iText)
 
 TEST(StringToInt, IntegersAreReadWholeAndUpToTheirLimits)
 {
-    // clang-format off
     const struct
     {
         const char* mWhat;
@@ -31,23 +30,22 @@ TEST(StringToInt, IntegersAreReadWholeAndUpToTheirLimits)
         Result mAs64;
         Result mAs32;
     } cCases[] = {
-        {"zero",              "0",                           0,   0},
-        {"minus zero",        "-0",                          0,   0},
-        {"plus",              "+7",                          7,   7},
-        {"leading zeros",     "-0007",                       -7,  -7},
-        {"all white space",   " \t\n\v\f\r12 \t\n\v\f\r",    12,  12},
-        {"largest of 32",     "2147483647",                  2147483647,  2147483647},
-        {"one above",         "2147483648",                  2147483648,  cOutside},
-        {"smallest of 32",    "-2147483648",                 -2147483648, -2147483648},
-        {"one below",         "-2147483649",                 -2147483649, cOutside},
-        {"largest of 64",     "9223372036854775807",         9223372036854775807,      cOutside},
-        {"one above",         "9223372036854775808",         cOutside,                 cOutside},
-        {"smallest of 64",    "-9223372036854775808",        -9223372036854775807 - 1, cOutside},
-        {"one below",         "-9223372036854775809",        cOutside,                 cOutside},
-        {"far above",         "+99999999999999999999999999", cOutside,                 cOutside},
-        {"and then a letter", "99999999999999999999999999x", cNone,                    cNone},
+        {"zero", "0", 0, 0},
+        {"minus zero", "-0", 0, 0},
+        {"plus", "+7", 7, 7},
+        {"leading zeros", "-0007", -7, -7},
+        {"all white space", " \t\n\v\f\r12 \t\n\v\f\r", 12, 12},
+        {"largest of 32", "2147483647", 2147483647, 2147483647},
+        {"one above", "2147483648", 2147483648, cOutside},
+        {"smallest of 32", "-2147483648", -2147483648, -2147483648},
+        {"one below", "-2147483649", -2147483649, cOutside},
+        {"largest of 64", "9223372036854775807", 9223372036854775807, cOutside},
+        {"one above", "9223372036854775808", cOutside, cOutside},
+        {"smallest of 64", "-9223372036854775808", -9223372036854775807 - 1, cOutside},
+        {"one below", "-9223372036854775809", cOutside, cOutside},
+        {"far above", "+99999999999999999999999999", cOutside, cOutside},
+        {"and then a letter", "99999999999999999999999999x", cNone, cNone},
     };
-    // clang-format on
     for (const auto& c : cCases) {
         EXPECT_EQ(Parse(&Cmn_StringToInt64, c.mText), c.mAs64) << c.mWhat;
         EXPECT_EQ(Parse(&Cmn_StringToInt32, c.mText), c.mAs32) << c.mWhat;

@@ -50,23 +50,24 @@ void ReadAll(In& i)
     EXPECT_EQ(i.ReadString(), "");
 }
 
-// clang-format off
-constexpr struct { const char *mWhat, *mLittle; } cLayout[] = {
-    {"false",           "00"},
-    {"true",            "01"},
-    {"byte",            "FE"},
-    {"negative",        "FEFF"},
-    {"16 bits",         "3412"},
-    {"smallest",        "00000080"},
-    {"32 bits",         "78563412"},
-    {"64 bits",         "11325476 98BADCFE"},
-    {"one",             "00000000 0000F03F"},
-    {"minus zero",      "00000000 00000080"},
-    {"signalling NaN",  "00000000 0000F47F"},
-    {"text",            "03000000 C3A90A"},
-    {"empty text",      "00000000"},
+constexpr struct
+{
+    const char *what, *little;
+} cLayout[] = {
+    {"false", "00"},
+    {"true", "01"},
+    {"byte", "FE"},
+    {"negative", "FEFF"},
+    {"16 bits", "3412"},
+    {"smallest", "00000080"},
+    {"32 bits", "78563412"},
+    {"64 bits", "11325476 98BADCFE"},
+    {"one", "00000000 0000F03F"},
+    {"minus zero", "00000000 00000080"},
+    {"signalling NaN", "00000000 0000F47F"},
+    {"text", "03000000 C3A90A"},
+    {"empty text", "00000000"},
 };
-// clang-format on
 
 Bytes Written(bool iSwap)
 {
@@ -128,7 +129,6 @@ TEST(TypedStream, CutAtAnyLengthItRaisesTheReadingException)
 
 TEST(TypedStream, TextIsUtf8OnDiskWhateverTheCallersEncoding)
 {
-    // clang-format off
     const struct
     {
         const char* mWhat;
@@ -138,13 +138,13 @@ TEST(TypedStream, TextIsUtf8OnDiskWhateverTheCallersEncoding)
         const char* mStored;
         const char* mGot;
     } cCases[] = {
-        {"UTF-8 as it stands",            eTextEncoding_Utf8,   false, "é\xFF",            "é\xFF",            "é\xFF"},
-        {"UTF-8 repaired",                eTextEncoding_Utf8,   true,  "é\xFFx\xC3",       "é\uFFFDx\uFFFD",   "é\uFFFDx\uFFFD"},
-        {"nothing to repair",             eTextEncoding_Utf8,   true,  "é𝄞",              "é𝄞",              "é𝄞"},
-        {"both ends of Latin-1",          eTextEncoding_Latin1, false, "\x01\x7F\x80\xFF", "\x01\x7F\u0080ÿ", "\x01\x7F\x80\xFF"},
-        {"Latin-1 that looks like UTF-8", eTextEncoding_Latin1, true,  "\xC3\xA9",         "Ã©",              "\xC3\xA9"},
+        {"UTF-8 as it stands", eTextEncoding_Utf8, false, "é\xFF", "é\xFF", "é\xFF"},
+        {"UTF-8 repaired", eTextEncoding_Utf8, true, "é\xFFx\xC3", "é\uFFFDx\uFFFD", "é\uFFFDx\uFFFD"},
+        {"nothing to repair", eTextEncoding_Utf8, true, "é𝄞", "é𝄞", "é𝄞"},
+        {"both ends of Latin-1", eTextEncoding_Latin1, false, "\x01\x7F\x80\xFF", "\x01\x7F\u0080ÿ",
+         "\x01\x7F\x80\xFF"},
+        {"Latin-1 that looks like UTF-8", eTextEncoding_Latin1, true, "\xC3\xA9", "Ã©", "\xC3\xA9"},
     };
-    // clang-format on
     for (const auto& c : cCases) {
         Sys_MemOutStream stream;
         Out(stream, false, c.mEncoding, c.mRepair).WriteString(c.mGiven);

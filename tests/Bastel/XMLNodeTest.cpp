@@ -37,7 +37,6 @@ TEST(XMLNode, WritesATreeAsAnIndentedDocument)
 
 TEST(XMLNode, AnyTextComesOutAsWellFormedXML)
 {
-    // clang-format off
     constexpr struct
     {
         const char* mWhat;
@@ -45,15 +44,15 @@ TEST(XMLNode, AnyTextComesOutAsWellFormedXML)
         const char* mAsText;
         const char* mAsAttribute;
     } cCases[] = {
-        {"markup",                     "a<b>&\"c\"]]>",  "a&lt;b&gt;&amp;&quot;c&quot;]]&gt;", "a&lt;b&gt;&amp;&quot;c&quot;]]&gt;"},
-        {"white space, which readers of attributes change", "a\tb\nc", "a\tb\nc",            "a&#9;b&#10;c"},
-        {"carriage return, which every reader changes", "a\r\n", "a&#13;\n",                  "a&#13;&#10;"},
-        {"characters of all lengths",  "aé♭𝄞",           "aé♭𝄞",                             "aé♭𝄞"},
-        {"control characters",         "\x01\x1F\x7F",   "\uFFFD\uFFFD\x7F",                   "\uFFFD\uFFFD\x7F"},
-        {"not characters of XML",      "\uFFFE\uFFFF",   "\uFFFD\uFFFD",                       "\uFFFD\uFFFD"},
-        {"bytes that are not UTF-8",   "a\xFF<\xE2\x99", "a\uFFFD&lt;\uFFFD",                  "a\uFFFD&lt;\uFFFD"},
+        {"markup", "a<b>&\"c\"]]>", "a&lt;b&gt;&amp;&quot;c&quot;]]&gt;",
+         "a&lt;b&gt;&amp;&quot;c&quot;]]&gt;"},
+        {"white space, which readers of attributes change", "a\tb\nc", "a\tb\nc", "a&#9;b&#10;c"},
+        {"carriage return, which every reader changes", "a\r\n", "a&#13;\n", "a&#13;&#10;"},
+        {"characters of all lengths", "aé♭𝄞", "aé♭𝄞", "aé♭𝄞"},
+        {"control characters", "\x01\x1F\x7F", "\uFFFD\uFFFD\x7F", "\uFFFD\uFFFD\x7F"},
+        {"not characters of XML", "\uFFFE\uFFFF", "\uFFFD\uFFFD", "\uFFFD\uFFFD"},
+        {"bytes that are not UTF-8", "a\xFF<\xE2\x99", "a\uFFFD&lt;\uFFFD", "a\uFFFD&lt;\uFFFD"},
     };
-    // clang-format on
     for (const auto& c : cCases) {
         Cmn_XMLNode node("n");
         node.SetText(c.mText);

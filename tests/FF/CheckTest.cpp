@@ -42,34 +42,42 @@ TEST_F(CheckTest, EachFaultIsNamedWhereItIs)
     constexpr int cInvert = -1;
     using Damage = std::vector<std::pair<std::size_t, int>>; // offsets and values
     const char* const cNoHeader = "19: expected the header stream, found no sound header of one";
-    // clang-format off
-    const struct { const char* mName; Damage mDamage; const char* mFaults; } cRows[] = {
-        {"version",           {{0, 4}},        "0: expected format version 3, found 4"},
-        {"signature",         {{16, 'x'}},     "16: expected the signature 0010111100101011, found other bytes"},
-        {"byte order",        {{17, 1}},       "17: expected byte-swap flag 0, found 1"},
-        {"mask type",         {{18, 3}},       "18: expected encryption type 0, found 3"},
-        {"mask type unknown", {{18, 200}},     "18: expected encryption type 0, found 200"},
-        {"header stream",     {{20, cInvert}}, cNoHeader},
-        {"TOC offset",        {{45, cInvert}}, "45: expected body sum of the header stream #, found #"},
-        {"magic",             {{49, 'k'}},     "49: expected a stream header, found 32 bytes that hold none"},
-        {"header's size",     {{63, cInvert}}, "49: expected a stream header, found 32 bytes that hold none"},
-        {"all to the table",  {{81, cInvert}, {113, cInvert}, {145, cInvert}},
+    struct Row
+    {
+        const char* name;
+        Damage damage;
+        const char* faults;
+    };
+    const Row cRows[] = {
+        {"version", {{0, 4}}, "0: expected format version 3, found 4"},
+        {"signature", {{16, 'x'}}, "16: expected the signature 0010111100101011, found other bytes"},
+        {"byte order", {{17, 1}}, "17: expected byte-swap flag 0, found 1"},
+        {"mask type", {{18, 3}}, "18: expected encryption type 0, found 3"},
+        {"mask type unknown", {{18, 200}}, "18: expected encryption type 0, found 200"},
+        {"header stream", {{20, cInvert}}, cNoHeader},
+        {"TOC offset", {{45, cInvert}}, "45: expected body sum of the header stream #, found #"},
+        {"magic", {{49, 'k'}}, "49: expected a stream header, found 32 bytes that hold none"},
+        {"header's size", {{63, cInvert}}, "49: expected a stream header, found 32 bytes that hold none"},
+        {"all to the table",
+         {{81, cInvert}, {113, cInvert}, {145, cInvert}},
          "81: expected a stream header, found 96 bytes that hold none; "
          "113: expected item 0 of stream 40 of the table of contents, found no stream header; "
          "145: expected item 1 of stream 40 of the table of contents, found no stream header"},
-        {"header's sum",      {{72, cInvert}}, "49: expected header sum #, found #"},
-        {"list's sum",        {{104, cInvert}}, "81: expected header sum #, found #"},
-        {"body",              {{80, cInvert}}, "75: expected body sum of stream 7 #, found #"},
-        {"list's count",      {{109, 3}},      "107: expected body sum of stream 40 #, found #"},
-        {"item's body",       {{144, cInvert}}, "139: expected body sum of stream 40[1]/41 #, found #"},
-        {"item's header",     {{145, cInvert}}, "107: expected body sum of stream 40 #, found #"},
-        {"table's header",    {{177, cInvert}}, "177: expected the table of contents, found no sound header of one"},
-        {"table's body",      {{205, cInvert}}, "203: expected body sum of the table of contents #, found #"},
-        {"several",           {{0, 2}, {80, cInvert}, {205, cInvert}},
+        {"header's sum", {{72, cInvert}}, "49: expected header sum #, found #"},
+        {"list's sum", {{104, cInvert}}, "81: expected header sum #, found #"},
+        {"body", {{80, cInvert}}, "75: expected body sum of stream 7 #, found #"},
+        {"list's count", {{109, 3}}, "107: expected body sum of stream 40 #, found #"},
+        {"item's body", {{144, cInvert}}, "139: expected body sum of stream 40[1]/41 #, found #"},
+        {"item's header", {{145, cInvert}}, "107: expected body sum of stream 40 #, found #"},
+        {"table's header",
+         {{177, cInvert}},
+         "177: expected the table of contents, found no sound header of one"},
+        {"table's body", {{205, cInvert}}, "203: expected body sum of the table of contents #, found #"},
+        {"several",
+         {{0, 2}, {80, cInvert}, {205, cInvert}},
          "0: expected format version 3, found 2; 75: expected body sum of stream 7 #, found #; "
          "203: expected body sum of the table of contents #, found #"},
     };
-    // clang-format on
     WriteSong();
     ASSERT_EQ(Faults(), "");
     const Bytes good = FileBytes();
@@ -97,18 +105,27 @@ TEST_F(CheckTest, EntriesPointAtWhatTheyName)
     const auto path = [](Cmn_Int32 iItem, Cmn_Int16 iType) {
         return Key(std::vector{FF_Document::Context(40, 0, true, iItem), FF_Document::Context(iType)});
     };
-    // clang-format off
-    const struct { const char* mName; Key mKey; Cmn_Int32 mValue; Cmn_UInt64 mPosition; const char* mFaults; } cRows[] = {
-        {"a second piece",         Key(7),      0, 49,  ""},
-        {"nested",                 path(2, 41), 0, 145, ""},
-        {"outside what it was in", path(1, 7),  0, 49,  ""}, // written anew at the end
-        {"plain data as an item",  Key(40),     3, 150, ""},
-        {"another type",           Key(9),      0, 49,  "49: expected stream 9 of the table of contents, found stream 7"},
-        {"another item",           path(1, 41), 0, 145, "145: expected stream 40[1]/41 of the table of contents, found stream 40[2]/41"},
-        {"no header",              Key(7),      0, 50,  "50: expected stream 7 of the table of contents, found no stream header"},
-        {"an item elsewhere",      Key(40),     3, 60,  "60: expected item 2 of stream 40 of the table of contents, found no stream header"},
+    struct Row
+    {
+        const char* name;
+        Key key;
+        Cmn_Int32 value;
+        Cmn_UInt64 position;
+        const char* faults;
     };
-    // clang-format on
+    const Row cRows[] = {
+        {"a second piece", Key(7), 0, 49, ""},
+        {"nested", path(2, 41), 0, 145, ""},
+        {"outside what it was in", path(1, 7), 0, 49, ""}, // written anew at the end
+        {"plain data as an item", Key(40), 3, 150, ""},
+        {"another type", Key(9), 0, 49, "49: expected stream 9 of the table of contents, found stream 7"},
+        {"another item", path(1, 41), 0, 145,
+         "145: expected stream 40[1]/41 of the table of contents, found stream 40[2]/41"},
+        {"no header", Key(7), 0, 50,
+         "50: expected stream 7 of the table of contents, found no stream header"},
+        {"an item elsewhere", Key(40), 3, 60,
+         "60: expected item 2 of stream 40 of the table of contents, found no stream header"},
+    };
     for (const auto& row : cRows) {
         WriteSong([&](FF_Document& o) { o.AddTOCEntry(row.mKey, row.mValue, row.mPosition, "more"); });
         EXPECT_EQ(Faults(), row.mFaults) << row.mName;

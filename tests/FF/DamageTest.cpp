@@ -84,7 +84,7 @@ protected:
     int Size() const { return static_cast<int>(mStreams.size()); }
     int Below(std::size_t iLimit) { return static_cast<int>(mRandom() % std::max<std::size_t>(iLimit, 1)); }
 
-    // --- writing
+    // --- Writing
     // Streams that have the name and were not written anew.
     int CountNow(const std::string& iName) const
     {
@@ -228,7 +228,7 @@ protected:
         mIsUndamaged = false;
     }
 
-    // --- what reading has to give
+    // --- What reading has to give
     std::string TextOfStream(int iNumber, bool iByTable) const
     {
         std::string text = "(";
@@ -259,7 +259,7 @@ protected:
         }
     }
 
-    // --- reading
+    // --- Reading
     std::string ReadStream(FF_Document* iDocument, Sys_TypedInStream& ioIn, Cmn_Int16 iType,
                            Reading& ioReading)
     {
@@ -359,7 +359,7 @@ protected:
         });
     }
 
-    // --- damage
+    // --- Damage
     static constexpr const char* cHits[] = {
         "bit flipped",       "byte set",           "noise",   "zeros",   "cut off",
         "table cut off",     "inserted",           "removed", "doubled", "frames swapped",
@@ -443,7 +443,7 @@ protected:
         ioFile = std::move(file);
     }
 
-    // --- what has to hold
+    // --- What has to hold
     void Found(unsigned iRun, int iHit, const std::string& iWhat)
     {
         const std::string kind = std::string(cHits[iHit]) + ": " + iWhat.substr(0, iWhat.find(':'));

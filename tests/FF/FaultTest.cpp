@@ -64,7 +64,7 @@ TEST_F(Faults, NeitherAFlippedBitNorACutAnywhereChangesWhatIsRead)
     }
 }
 
-// --- writing over what fails
+// --- Writing over what fails
 
 // Ways to bring "new" to the disk, over or behind the "old" that was saved before.
 struct Way

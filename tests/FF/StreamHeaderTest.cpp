@@ -71,19 +71,25 @@ TEST_F(StreamHeaderTest, WhatFollowsTheItemsInsideAListIsInNoneOfThem)
 TEST_F(StreamHeaderTest, ReadersGoWhereTheTableSends)
 {
     enum ERegistered { eNone, eHere, eElsewhere, eHereAndElsewhere, eInvalid };
-    // clang-format off
-    const struct { const char* mName; ERegistered mRegistered; Reader::EUseExtendedTOC mUse; bool mStay; Cmn_Int32 mNumber; } rows[] = {
-        {"not registered",              eNone,             Reader::eUseExtendedTOC,    false, 70},
-        {"registered in place",         eHere,             Reader::eUseExtendedTOC,    false, 70},
-        {"written anew",                eElsewhere,        Reader::eUseExtendedTOC,    false, 71},
-        {"asked to stay",               eElsewhere,        Reader::eUseExtendedTOC,    true,  70},
-        {"the table is not asked",      eElsewhere,        Reader::eIgnoreExtendedTOC, false, 70},
-        {"one of its pieces",           eHereAndElsewhere, Reader::eUseExtendedTOC,    false, 70},
-        {"no longer valid",             eInvalid,          Reader::eUseExtendedTOC,    false, -1},
-        {"no longer valid, staying",    eInvalid,          Reader::eUseExtendedTOC,    true,  -1},
-        {"no longer valid, not asked",  eInvalid,          Reader::eIgnoreExtendedTOC, false, 70},
+    struct Row
+    {
+        const char* name;
+        ERegistered registered;
+        Reader::EUseExtendedTOC use;
+        bool stay;
+        Cmn_Int32 number;
     };
-    // clang-format on
+    const Row rows[] = {
+        {"not registered", eNone, Reader::eUseExtendedTOC, false, 70},
+        {"registered in place", eHere, Reader::eUseExtendedTOC, false, 70},
+        {"written anew", eElsewhere, Reader::eUseExtendedTOC, false, 71},
+        {"asked to stay", eElsewhere, Reader::eUseExtendedTOC, true, 70},
+        {"the table is not asked", eElsewhere, Reader::eIgnoreExtendedTOC, false, 70},
+        {"one of its pieces", eHereAndElsewhere, Reader::eUseExtendedTOC, false, 70},
+        {"no longer valid", eInvalid, Reader::eUseExtendedTOC, false, -1},
+        {"no longer valid, staying", eInvalid, Reader::eUseExtendedTOC, true, -1},
+        {"no longer valid, not asked", eInvalid, Reader::eIgnoreExtendedTOC, false, 70},
+    };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.mName);
         Document document(Sys_Store::eOpenFlag_New);
@@ -131,19 +137,25 @@ TEST_F(StreamHeaderTest, ItemsAreFoundByTableAndByWalk)
     static_cast<void>(document.InvalidateKey(Key(cList), 2));
     document.Flush();
     enum EFound : Cmn_Int32 { eThrows = -1, eReports = -2 };
-    // clang-format off
-    const struct { const char* mName; bool mHasDocument; Reader::EUseExtendedTOC mUse; Cmn_Int32 mItem; Cmn_Int32 mFound; } rows[] = {
-        {"by the table",                true,  Reader::eUseExtendedTOC,     2, 2},
-        {"an invalid one",              true,  Reader::eUseExtendedTOC,     1, eThrows},
-        {"as many as there are",        true,  Reader::eUseExtendedTOC,     3, eThrows},
-        {"one more",                    true,  Reader::eUseExtendedTOC,     4, eReports},
-        {"the list itself is no item",  true,  Reader::eUseExtendedTOC,    -1, eThrows},
-        {"a walk asks no table",        true,  Reader::eIgnoreExtendedTOC,  1, 1},
-        {"a walk without document",     false, Reader::eUseExtendedTOC,     2, 2},
-        {"a walk past the last",        false, Reader::eUseExtendedTOC,     3, eThrows},
-        {"a walk before the first",     false, Reader::eUseExtendedTOC,    -1, eThrows},
+    struct Row
+    {
+        const char* name;
+        bool hasDocument;
+        Reader::EUseExtendedTOC use;
+        Cmn_Int32 item;
+        Cmn_Int32 found;
     };
-    // clang-format on
+    const Row rows[] = {
+        {"by the table", true, Reader::eUseExtendedTOC, 2, 2},
+        {"an invalid one", true, Reader::eUseExtendedTOC, 1, eThrows},
+        {"as many as there are", true, Reader::eUseExtendedTOC, 3, eThrows},
+        {"one more", true, Reader::eUseExtendedTOC, 4, eReports},
+        {"the list itself is no item", true, Reader::eUseExtendedTOC, -1, eThrows},
+        {"a walk asks no table", true, Reader::eIgnoreExtendedTOC, 1, 1},
+        {"a walk without document", false, Reader::eUseExtendedTOC, 2, 2},
+        {"a walk past the last", false, Reader::eUseExtendedTOC, 3, eThrows},
+        {"a walk before the first", false, Reader::eUseExtendedTOC, -1, eThrows},
+    };
     Sys_TypedInStream in = document.MakeTypedInStream();
     for (const auto& row : rows) {
         SCOPED_TRACE(row.mName);

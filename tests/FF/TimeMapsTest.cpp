@@ -56,15 +56,22 @@ TEST_F(TimeMapsTest, MapsComeBackAsTheyWereWrittenLast)
 
 TEST_F(TimeMapsTest, OtherVersionsAreAnsweredAndTheOtherMapsStay)
 {
-    // clang-format off
-    const struct { const char* mName; Cmn_Int16 mType; Cmn_Int16 mVersion; const char* mInner; Cmn_Int16 mInnerVersion; int mMessage; } rows[] = {
-        {"a meter map too old to be wanted", 16, 1, "Meter",         1, 0},
-        {"a newer meter map",                16, 1, "Meter",         3, Cmn_eMessage_DocumentTooNew},
-        {"an older stream around a map",     17, 0, "TempoMap",      1, Cmn_eMessage_DocumentTooOld},
-        {"a newer stream around a map",      18, 2, "KeySignatures", 1, Cmn_eMessage_DocumentTooNew},
-        {"something else inside",            18, 1, "Meter",         2, Cmn_eMessage_ReadError},
+    struct Row
+    {
+        const char* name;
+        Cmn_Int16 type;
+        Cmn_Int16 version;
+        const char* inner;
+        Cmn_Int16 innerVersion;
+        int message;
     };
-    // clang-format on
+    const Row rows[] = {
+        {"a meter map too old to be wanted", 16, 1, "Meter", 1, 0},
+        {"a newer meter map", 16, 1, "Meter", 3, Cmn_eMessage_DocumentTooNew},
+        {"an older stream around a map", 17, 0, "TempoMap", 1, Cmn_eMessage_DocumentTooOld},
+        {"a newer stream around a map", 18, 2, "KeySignatures", 1, Cmn_eMessage_DocumentTooNew},
+        {"something else inside", 18, 1, "Meter", 2, Cmn_eMessage_ReadError},
+    };
     const Maps cWritten("1| 4/4", 90.5, 1);
     for (const auto& row : rows) {
         Document document(Sys_Store::eOpenFlag_New);

@@ -32,7 +32,7 @@ MemoryFileSystem& Disk()
     return sDisk;
 }
 
-// --- the mutator's view of a document
+// --- The mutator's view of a document
 
 std::size_t BeginOfStreams(std::span<unsigned char> iFile) { return iFile[18] == 0 ? 19 : 20; }
 
@@ -123,7 +123,7 @@ void FixSums(std::span<unsigned char> ioFile)
         FixFrame(ioFile, frames[i]);
 }
 
-// --- what must hold
+// --- What must hold
 
 // The complaint, empty for a document that was read whole.
 std::string Append()
@@ -177,8 +177,8 @@ void CheckRepair()
         Require(IsAsItWasWritten(fault.mText), "a repaired document is sound, but: " + fault.mText);
     FF_Document document = SmallDocument::Make(cRepaired);
     document.Open(Sys_Store::eOpenFlag_Read);
-    static_cast<void>(
-        FF_DocumentCheck::ListStreams(document)); // throws unless every outermost stream fits its sum
+    // Throws unless every outermost stream fits its sum.
+    static_cast<void>(FF_DocumentCheck::ListStreams(document));
 }
 
 void Check(unsigned iSeed)

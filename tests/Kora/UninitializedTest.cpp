@@ -17,7 +17,11 @@ TEST(Uninitialized, EveryFirstUseIsReportedAndHarmless)
 {
     const AssertRecorder asserts;
     const Time_TempoMap map; // 22050 samples to a quarter
-    const Time_Tick second(Time_TempoMap::cDefaultSongStartTick.AsInt64() + 2 * 960000), before(0);
+    const Time_Tick second =
+        Time_TempoMap::cDefaultSongStartTick + Time_TickLength(2 * Time_TickLength::cInternalPerQuarter);
+    const Time_Tick before(0);
+    using Registry = SDS_NameRegistry;
+    constexpr ESDSError cRefused = eSDSErr_OutOfMemory;
     const auto typed = [](Time_EType iType, Cmn_Int64 iCount) {
         Time_Typed time(iCount, iType);
         time.PinToValidRange();
@@ -32,28 +36,28 @@ TEST(Uninitialized, EveryFirstUseIsReportedAndHarmless)
         Cmn_Int64 mResult;
         bool mIsReported = true;
     } cRows[] = {
-        // clang-format off
-        {"a conversion",                [&] { return map.TickToSample(second).AsInt64(); }, 0},
-        {"to the first sample",         [&] { return map.TickToFirstSample(second).AsInt64(); }, 0},
-        {"a conversion without limit",  [&] { return map.TickToSample(second, false).AsInt64(); }, 44100, false},
-        {"one below the limit",         [&] { return map.TickToSample(before).AsInt64() < 0; }, 1, false},
-        {"pinning",                     [&] { return typed(Time_eType_Ticks, 5); }, 0},
-        {"a maximum",                   [] { return Time_Typed::MaxTime(Time_eType_Frames).AsInt64(); }, 0},
-        {"a minimum",                   [] { return Time_Typed::MinTime(Time_eType_Ticks).AsInt64(); }, 0},
-        {"the name of a unit",          [] { return Time_Typed::GetTimeTypedString(Time_eType_Ticks).size(); }, 0},
-        {"the session's limit",         [] { return Time_Typed::GetMaxSessionSample().AsInt64(); }, 0},
-        {"setting it",                  [] { return Time_Typed::SetMaxSessionSample(Time_Sample(5)), 0; }, 0},
-        {"a handle",                    [] { return Thrown([] { SDS_IName("a"); }).GetMessageID() != Cmn_EMessage(); }, 1},
-        {"finding a name",              [&] { return SDS_NameRegistry::GetNameId(nullptr, "", &name); }, eSDSErr_OutOfMemory},
-        {"reserving one",               [&] { return SDS_NameRegistry::ReserveName(nullptr, "a", &name); }, eSDSErr_OutOfMemory},
-        {"freeing one",                 [] { return SDS_NameRegistry::FreeName(nullptr, "a"); }, eSDSErr_OutOfMemory},
-        {"a path",                      [&] { return SDS_NameRegistry::GetPath(nullptr, "a", path); }, eSDSErr_OutOfMemory},
-        {"connecting",                  [] { return SDS_NameRegistry::ConnectNames(nullptr, "a", nullptr, "b"); }, eSDSErr_OutOfMemory},
-        {"the tree as text",            [] { return SDS_NameRegistry::Dump().size(); }, 0, false},
-        {"a task",                      [] { return SDS_ITokenTask(0).ProcessTokens(0, Time_Sample(), 0); }, 0},
-        {"a pause",                     [] { SDS_ITokenTask::SetTokensPaused(true);
-                                             SDS_ITokenTask::SetTokensPaused(false); return 0; }, 0, false},
-        // clang-format on
+        {"a conversion", [&] { return map.TickToSample(second).AsInt64(); }, 0},
+        {"to the first sample", [&] { return map.TickToFirstSample(second).AsInt64(); }, 0},
+        {"a conversion without limit", [&] { return map.TickToSample(second, false).AsInt64(); }, 44100,
+         false},
+        {"one below the limit", [&] { return map.TickToSample(before).AsInt64() < 0; }, 1, false},
+        {"pinning", [&] { return typed(Time_eType_Ticks, 5); }, 0},
+        {"a maximum", [] { return Time_Typed::MaxTime(Time_eType_Frames).AsInt64(); }, 0},
+        {"a minimum", [] { return Time_Typed::MinTime(Time_eType_Ticks).AsInt64(); }, 0},
+        {"a unit's name", [] { return Time_Typed::GetTimeTypedString(Time_eType_Ticks).size(); }, 0},
+        {"the session's limit", [] { return Time_Typed::GetMaxSessionSample().AsInt64(); }, 0},
+        {"setting it", [] { return Time_Typed::SetMaxSessionSample(Time_Sample(5)), 0; }, 0},
+        {"a handle", [] { return Thrown([] { SDS_IName("a"); }).GetMessageID() != Cmn_EMessage(); }, 1},
+        {"finding a name", [&] { return Registry::GetNameId(nullptr, "", &name); }, cRefused},
+        {"reserving one", [&] { return Registry::ReserveName(nullptr, "a", &name); }, cRefused},
+        {"freeing one", [] { return Registry::FreeName(nullptr, "a"); }, cRefused},
+        {"a path", [&] { return Registry::GetPath(nullptr, "a", path); }, cRefused},
+        {"connecting", [] { return Registry::ConnectNames(nullptr, "a", nullptr, "b"); }, cRefused},
+        {"the tree as text", [] { return Registry::Dump().size(); }, 0, false},
+        {"a task", [] { return SDS_ITokenTask(0).ProcessTokens(0, Time_Sample(), 0); }, 0},
+        {"a pause",
+         [] { return SDS_ITokenTask::SetTokensPaused(true), SDS_ITokenTask::SetTokensPaused(false), 0; }, 0,
+         false},
     };
     for (const auto& row : cRows) {
         SCOPED_TRACE(row.mWhat);

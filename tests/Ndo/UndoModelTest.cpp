@@ -76,22 +76,28 @@ protected:
             const Note* const note = reference.mNote.Get();
             const bool isThere = text.find(" " + std::to_string(reference.mID) + "=") != text.npos;
             ASSERT_EQ(note != nullptr, reference.mID != 0 && isThere);
+            ASSERT_EQ(reference.mNote.IsNull(), reference.mID == 0);
             ASSERT_EQ(note != nullptr ? note->NdoGetID() : reference.mID, reference.mID);
         }
     }
     void TurnAReference()
     {
-        const std::size_t at = mRandom() % mReferences.size();
-        if (mRandom() % 2 == 0)
-            mReferences[at] = mReferences[(at + 1) % mReferences.size()];
-        else if (!World::sNotes.empty())
-            mReferences[at] = {DrawNote()};
+        Reference& reference = mReferences[mRandom() % mReferences.size()];
+        const unsigned kind = mRandom() % 8;
+        if (kind < 4) {
+            reference = mReferences[mRandom() % mReferences.size()]; // which may be itself
+        } else if (kind == 4) {
+            reference = {nullptr, 0};
+        } else if (!World::sNotes.empty()) {
+            reference.mNote = DrawNote();
+            reference.mID = reference.mNote->NdoGetID();
+        }
     }
 
     struct Reference
     {
         Ndo_ExternalRef<Note> mNote;
-        Cmn_Int64 mID = mNote.Get() != nullptr ? mNote->NdoGetID() : 0;
+        Cmn_Int64 mID = 0;
     };
     std::mt19937 mRandom;
     Operations mUndo;

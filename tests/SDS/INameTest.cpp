@@ -1,4 +1,3 @@
-#include "Kora/SDS/Source/SDS_ConnectionIterator.h"
 #include "SDS/NameFixture.h"
 #include "SDS/TokenFixture.h"
 #include "Support/Thrown.h"
@@ -85,6 +84,8 @@ TEST_F(IName, AHandleWithoutANodeNeverMeansTheRoot)
     EXPECT_EQ(name.ConnectTo(&none), eSDSErr_InvalidName);
     EXPECT_EQ(none.ConnectTo(&name), eSDSErr_InvalidName);
     EXPECT_EQ(none.ConnectTo(&none), eSDSErr_InvalidName);
+    EXPECT_EQ(name.ConnectTo(nullptr), eSDSErr_None);
+    EXPECT_EQ(name.DisconnectFrom(nullptr), eSDSErr_None);
     static_cast<void>(name.ConnectTo(&root));
     EXPECT_EQ(name.DisconnectFrom(&none), eSDSErr_InvalidName);
     EXPECT_EQ(none.DisconnectFrom(&name), eSDSErr_InvalidName);

@@ -402,6 +402,19 @@ protected:
         ASSERT_EQ(result == eSDSErr_None, iA.mNode != nullptr && b != nullptr);
         if (result == eSDSErr_None) mModel.Disconnect(iA.mNode, b);
     }
+    void BreakConnections(const Place& iPlace)
+    {
+        if (iPlace.mNode == nullptr) return;
+        Names peers = mModel.mLive.at(iPlace.mNode).connected;
+        std::reverse(peers.begin(), peers.end());
+        ASSERT_EQ(SDS_IName(iPlace.mNode).BreakAllConnections(), eSDSErr_None);
+        for (SDS_Name* const peer : peers)
+            ++mModel.mLive.at(peer).held; // until all are parted
+        for (SDS_Name* const peer : peers)
+            mModel.Disconnect(iPlace.mNode, peer);
+        for (SDS_Name* const peer : peers)
+            mModel.LetGo(peer);
+    }
     void SetObject(const Place& iPlace)
     {
         const ESDSError result = Registry::SetObject(iPlace.mFrom, iPlace.mText.c_str(), this);
@@ -462,11 +475,12 @@ TEST_F(NameScript, ARandomScriptGivesTheModelsNodesIdentitiesAndCounts)
     for (int step = 0; step < cSteps; ++step) {
         const Place a = DrawPlace();
         const Place b = DrawPlace();
-        const char call = "RRRFFFCDDO"[mRandom() % 10];
+        const char call = "RRRRRRFFFFFFCCDDDDOB"[mRandom() % 20];
         if (call == 'R') Reserve(a);
         if (call == 'F') Free(a);
         if (call == 'C') Connect(a, b);
         if (call == 'D') Disconnect(a, b);
+        if (call == 'B') BreakConnections(a);
         if (call == 'O') SetObject(a);
         if (step % 16 == 0) {
             CheckCounts();

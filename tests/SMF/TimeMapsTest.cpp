@@ -96,20 +96,27 @@ TEST_F(SMFTimeMaps, RandomFilesMapsGoBackAsNothingIntoTheirFileAndWholeIntoOther
 
 TEST_F(SMFTimeMaps, WhatTheDivisionCannotSayIsRoundedHalfUpAndReportedOrTheDivisionIsRaised)
 {
-    // clang-format off
-    const struct { const char* mName; int mDivision; std::vector<Cmn_Int64> mTicks; bool mRaise; int mDivisionAfter; const char* mReport; } rows[] = {
-        {"on the grid",                       480, {2000, 4000},   false, 480,  ""},
-        {"half a tick goes up",               480, {1000},         false, 480,  "1+1000 "},
-        {"just below half goes down",         480, {999},          false, 480,  "0-999 "},
-        {"two on one tick, the later holds",  480, {2001, 2002},   false, 480,  "1-1! 1-2 "},
-        {"an exact one replaced",             480, {2000, 2001},   false, 480,  "1+0! 1-1 "},
-        {"what a division rounds comes back", 333, {2883, 960000}, true,  333,  ""},
-        {"raised as little as need be",       480, {1000, 2000},   true,  960,  ""},
-        {"raised for the hardest",            480, {500, 1000},    true,  1920, ""},
-        {"raised to thirds",                  480, {320000 + 400}, true,  2400, ""},
-        {"no division says one tick",         480, {1000, 1},      true,  480,  "0-1 1+1000 "},
+    struct Row
+    {
+        const char* name;
+        int division;
+        std::vector<Cmn_Int64> ticks;
+        bool raise;
+        int divisionAfter;
+        const char* report;
     };
-    // clang-format on
+    const Row rows[] = {
+        {"on the grid", 480, {2000, 4000}, false, 480, ""},
+        {"half a tick goes up", 480, {1000}, false, 480, "1+1000 "},
+        {"just below half goes down", 480, {999}, false, 480, "0-999 "},
+        {"two on one tick, the later holds", 480, {2001, 2002}, false, 480, "1-1! 1-2 "},
+        {"an exact one replaced", 480, {2000, 2001}, false, 480, "1+0! 1-1 "},
+        {"what a division rounds comes back", 333, {2883, 960000}, true, 333, ""},
+        {"raised as little as need be", 480, {1000, 2000}, true, 960, ""},
+        {"raised for the hardest", 480, {500, 1000}, true, 1920, ""},
+        {"raised to thirds", 480, {320000 + 400}, true, 2400, ""},
+        {"no division says one tick", 480, {1000, 1}, true, 480, "0-1 1+1000 "},
+    };
     for (const auto& row : rows) {
         Maps maps;
         for (const Cmn_Int64 ticks : row.mTicks)

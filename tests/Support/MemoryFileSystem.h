@@ -50,7 +50,7 @@ public:
     };
     static constexpr std::size_t cSector = 512;
 
-    // --- what tests look at and prepare; files set this way are on the disk at once
+    // --- What tests look at and prepare; files set this way are on the disk at once
     bool Exists(const std::string& iPath) const { return mNames.contains(Target(iPath)); }
     Bytes GetBytes(const std::string& iPath) const
     {
@@ -80,7 +80,7 @@ public:
     }
     std::size_t GetNumOpen() const { return mHandles.size(); }
 
-    // --- faults: the iN-th request from now, 1 for the next, fails with the code; or all from then on.
+    // --- Faults: the iN-th request from now, 1 for the next, fails with the code; or all from then on
     void FailAt(int iN, Cmn_Int32 iCode = EIO, bool iFromThenOn = false)
     {
         mFailAt = static_cast<std::int64_t>(mCount) + iN;
@@ -110,7 +110,8 @@ public:
     }
     void ClearLog() { mLog.clear(); }
 
-    // --- what the disk holds when the machine stops now. Seed 0: what was synced alone; seed 1: everything.
+    // --- What the disk holds when the machine stops now
+    // Seed 0: what was synced alone; seed 1: everything.
     Files AfterCrash(std::uint64_t iSeed) const
     {
         std::mt19937_64 random(iSeed);

@@ -74,9 +74,9 @@ TEST_F(ConvertTest, SaysWhichLineIsBadAndPrintsNothing)
 {
     const std::string bars = "expected bar|beat|tick, such as 12|3|480000";
     const std::string whole = "expected a whole number";
+    const std::string label = "expected a label hh:mm:ss:ff of 30 fps";
     const std::string fromZero = "expected sample 0 to 34359738367";
     const std::string anywhere = "expected sample -34359738367 to 34359738367";
-    // clang-format off
     const struct
     {
         std::string mInput;
@@ -95,7 +95,7 @@ TEST_F(ConvertTest, SaysWhichLineIsBadAndPrintsNothing)
         {"1.5\n", Tool_eUnit_Ticks, Tool_eUnit_Ticks, 1, "1.5", whole},
         {"9223372036854775808", Tool_eUnit_Ticks, Tool_eUnit_Ticks, 1, "9223372036854775808", whole},
         {"\x01\xFF", Tool_eUnit_Frames, Tool_eUnit_Ticks, 1, "\\x01\\xff", whole},
-        {"00:00:00:30", Tool_eUnit_Timecode, Tool_eUnit_Ticks, 1, "00:00:00:30", "expected a label hh:mm:ss:ff of 30 fps"},
+        {"00:00:00:30", Tool_eUnit_Timecode, Tool_eUnit_Ticks, 1, "00:00:00:30", label},
         {"1,5", Tool_eUnit_Seconds, Tool_eUnit_Ticks, 1, "1,5", "expected decimal seconds, such as 12.5"},
         {"0\n34359738368\n", Tool_eUnit_Samples, Tool_eUnit_Samples, 2, "34359738368", anywhere},
         {"-34359738368\n", Tool_eUnit_Samples, Tool_eUnit_Samples, 1, "-34359738368", anywhere},
@@ -113,7 +113,6 @@ TEST_F(ConvertTest, SaysWhichLineIsBadAndPrintsNothing)
         {"-2147483648|1|0", Tool_eUnit_Bars, Tool_eUnit_Ticks, 1, "-2147483648|1|0", anywhere},
         {"-9223372036854775808\n", Tool_eUnit_Frames, Tool_eUnit_Bars, 1, "-9223372036854775808", fromZero},
     };
-    // clang-format on
     for (const auto& row : cRows) {
         const char* const where =
             row.mShown[0] != '-' && row.mShown[0] != '0' ? "lies past the time line's end"

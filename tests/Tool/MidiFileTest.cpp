@@ -8,60 +8,85 @@ std::string ComplaintOf(const std::string& iBytes)
     return Complaint([&] { Tool_MidiFile::Parse(iBytes, "x.mid"); });
 }
 
-const std::string cHead = "'MThd 00000006 0000 0001 01E0 ";
-
-struct BadFile
+struct BadInput
 {
     const char* mShows;
-    std::string mBytes;
+    const char* mBytes;
     const char* mMessage;
 };
 
-// clang-format off
-const BadFile cBadFiles[] = {
+const BadInput cBadFiles[] = {
     {"nothing at all", "", "byte 0: not a MIDI file: it begins with \"\", expected \"MThd\""},
-    {"another kind of file", "'RIFF 00000006", "byte 0: not a MIDI file: it begins with \"RIFF\", expected \"MThd\""},
-    {"control bytes stay in one line", "0A00FF41", "byte 0: not a MIDI file: it begins with \"\\x0a\\x00\\xffA\", expected \"MThd\""},
-    {"cut inside the header chunk's header", "'MThd 0000", "byte 0: the file is cut short: 6 bytes of a chunk header, expected 8"},
-    {"cut inside the header", "'MThd 00000006 0000", "byte 4: the file is cut short: a chunk of 6 bytes, expected at most the 2 left in the file"},
+    {"another kind of file", "'RIFF 00000006",
+     "byte 0: not a MIDI file: it begins with \"RIFF\", expected \"MThd\""},
+    {"control bytes stay in one line", "0A00FF41",
+     "byte 0: not a MIDI file: it begins with \"\\x0a\\x00\\xffA\", expected \"MThd\""},
+    {"cut inside the header chunk's header", "'MThd 0000",
+     "byte 0: the file is cut short: 6 bytes of a chunk header, expected 8"},
+    {"cut inside the header", "'MThd 00000006 0000",
+     "byte 4: the file is cut short: a chunk of 6 bytes, expected at most the 2 left in the file"},
     {"short header", "'MThd 00000005 0000 0001 01", "byte 4: a header of 5 bytes, expected 6 or more"},
     {"format 2", "'MThd 00000006 0002 0001 01E0", "byte 8: format 2, expected 0 or 1"},
     {"format 65535", "'MThd 00000006 FFFF 0001 01E0", "byte 8: format 65535, expected 0 or 1"},
-    {"two tracks in format 0", "'MThd 00000006 0000 0002 01E0", "byte 10: 2 tracks, expected 1 in a file of format 0"},
+    {"two tracks in format 0", "'MThd 00000006 0000 0002 01E0",
+     "byte 10: 2 tracks, expected 1 in a file of format 0"},
     {"no track", "'MThd 00000006 0001 0000 01E0", "byte 10: 0 tracks, expected 1 or more"},
-    {"SMPTE division", "'MThd 00000006 0000 0001 E728", "byte 12: a division in SMPTE frames (0xe7 0x28), expected ticks to a quarter note"},
-    {"division 0", "'MThd 00000006 0000 0001 0000", "byte 12: a division of 0 ticks to a quarter note, expected 1 to 32767"},
-    {"fewer tracks than counted", "'MThd 00000006 0001 0002 01E0 'MTrk 00000004 00FF2F00", "byte 26: the file ends after 1 of the 2 tracks that the header counts"},
-    {"more tracks than counted", cHead + "'MTrk 00000004 00FF2F00 'MTrk 00000004 00FF2F00", "byte 26: one more track than the 1 that the header counts"},
-    {"crumbs after the last chunk", cHead + "'MTrk 00000004 00FF2F00 00", "byte 26: the file is cut short: 1 byte of a chunk header, expected 8"},
-    {"chunk past the end", cHead + "'MTrk FFFFFFFF 00FF2F00", "byte 18: the file is cut short: a chunk of 4294967295 bytes, expected at most the 4 left in the file"},
-    {"empty track", cHead + "'MTrk 00000000", "byte 22: the track ends here, expected its end-of-track event"},
-    {"no end of track", cHead + "'MTrk 00000004 00903C40", "byte 26: the track ends here, expected its end-of-track event"},
-    {"events after the end of track", cHead + "'MTrk 00000008 00FF2F00 00903C40", "byte 26: 4 bytes after the end-of-track event, expected the track to end"},
-    {"delta time of five bytes", cHead + "'MTrk 00000008 8180808000 FF2F00", "byte 22: a delta time of more than 4 bytes, expected at most 4"},
-    {"delta time and nothing else", cHead + "'MTrk 00000001 00", "byte 23: the track ends here, expected an event"},
-    {"delta time that does not end", cHead + "'MTrk 00000002 8181", "byte 24: the track ends here, expected a delta time"},
-    {"note without its second byte", cHead + "'MTrk 00000003 00903C", "byte 25: the track ends here, expected a data byte"},
-    {"status where data belongs", cHead + "'MTrk 00000008 0090 3C90 00FF2F00", "byte 25: byte 0x90 in an event 0x90, expected data below 0x80"},
-    {"data without a status", cHead + "'MTrk 00000007 003C40 00FF2F00", "byte 23: data byte 0x3c, expected a status byte (0x80 or above)"},
-    {"running status past a meta event", cHead + "'MTrk 0000000F 00903C40 00FF0100 003C00 00FF2F00", "byte 31: data byte 0x3c, expected a status byte (0x80 or above)"},
-    {"running status past a sysex", cHead + "'MTrk 0000000F 00903C40 00F001F7 003C00 00FF2F00", "byte 31: data byte 0x3c, expected a status byte (0x80 or above)"},
-    {"real-time message", cHead + "'MTrk 00000006 00F8 00FF2F00", "byte 23: system message 0xf8, expected an event that a file may hold"},
-    {"sysex past the track", cHead + "'MTrk 00000007 00F005 00FF2F00", "byte 24: an event of 5 bytes, expected at most the 4 left in the track"},
-    {"meta length of five bytes", cHead + "'MTrk 0000000B 00FF01 8080808000 FF2F00", "byte 25: an event length of more than 4 bytes, expected at most 4"},
-    {"meta past the track", cHead + "'MTrk 00000008 00FF01 FFFFFF7F 00", "byte 25: an event of 268435455 bytes, expected at most the 1 left in the track"},
-    {"end of track with content", cHead + "'MTrk 00000005 00FF2F0100", "byte 25: an end-of-track event of 1 byte, expected 0"},
-    {"tempo of two bytes", cHead + "'MTrk 00000006 00FF51020001", "byte 25: a tempo event of 2 bytes, expected 3"},
-    {"tempo 0", cHead + "'MTrk 00000007 00FF5103000000", "byte 26: a tempo of 0 microseconds to a quarter note, expected 1 to 16777215"},
-    {"numerator 0", cHead + "'MTrk 00000008 00FF580400021808", "byte 26: a time signature of 0 beats, expected 1 to 255"},
-    {"denominator 4096", cHead + "'MTrk 00000008 00FF5804040C1808", "byte 27: a denominator of 2 to the power 12, expected at most 11 (a denominator of 2048)"},
-    {"time signature of three bytes", cHead + "'MTrk 00000007 00FF5803040218", "byte 25: a time-signature event of 3 bytes, expected 4"},
-    {"eight sharps", cHead + "'MTrk 00000006 00FF59020800", "byte 26: a key of 8 sharps, expected -7 to 7"},
-    {"eight flats", cHead + "'MTrk 00000006 00FF5902F800", "byte 26: a key of -8 sharps, expected -7 to 7"},
-    {"mode 2", cHead + "'MTrk 00000006 00FF59020002", "byte 27: key mode 2, expected 0 (major) or 1 (minor)"},
-    {"key of one byte", cHead + "'MTrk 00000005 00FF590100", "byte 25: a key-signature event of 1 byte, expected 2"},
+    {"SMPTE division", "'MThd 00000006 0000 0001 E728",
+     "byte 12: a division in SMPTE frames (0xe7 0x28), expected ticks to a quarter note"},
+    {"division 0", "'MThd 00000006 0000 0001 0000",
+     "byte 12: a division of 0 ticks to a quarter note, expected 1 to 32767"},
+    {"fewer tracks than counted", "'MThd 00000006 0001 0002 01E0 'MTrk 00000004 00FF2F00",
+     "byte 26: the file ends after 1 of the 2 tracks that the header counts"},
 };
-// clang-format on
+
+// Behind a header of one track and "MTrk".
+const BadInput cBadTracks[] = {
+    {"more tracks than counted", "00000004 00FF2F00 'MTrk 00000004 00FF2F00",
+     "byte 26: one more track than the 1 that the header counts"},
+    {"crumbs after the last chunk", "00000004 00FF2F00 00",
+     "byte 26: the file is cut short: 1 byte of a chunk header, expected 8"},
+    {"chunk past the end", "FFFFFFFF 00FF2F00",
+     "byte 18: the file is cut short: a chunk of 4294967295 bytes, expected at most the 4 left in the file"},
+    {"empty track", "00000000", "byte 22: the track ends here, expected its end-of-track event"},
+    {"no end of track", "00000004 00903C40", "byte 26: the track ends here, expected its end-of-track event"},
+    {"events after the end of track", "00000008 00FF2F00 00903C40",
+     "byte 26: 4 bytes after the end-of-track event, expected the track to end"},
+    {"delta time of five bytes", "00000008 8180808000 FF2F00",
+     "byte 22: a delta time of more than 4 bytes, expected at most 4"},
+    {"delta time and nothing else", "00000001 00", "byte 23: the track ends here, expected an event"},
+    {"delta time that does not end", "00000002 8181", "byte 24: the track ends here, expected a delta time"},
+    {"note without its second byte", "00000003 00903C", "byte 25: the track ends here, expected a data byte"},
+    {"status where data belongs", "00000008 0090 3C90 00FF2F00",
+     "byte 25: byte 0x90 in an event 0x90, expected data below 0x80"},
+    {"data without a status", "00000007 003C40 00FF2F00",
+     "byte 23: data byte 0x3c, expected a status byte (0x80 or above)"},
+    {"running status past a meta event", "0000000F 00903C40 00FF0100 003C00 00FF2F00",
+     "byte 31: data byte 0x3c, expected a status byte (0x80 or above)"},
+    {"running status past a sysex", "0000000F 00903C40 00F001F7 003C00 00FF2F00",
+     "byte 31: data byte 0x3c, expected a status byte (0x80 or above)"},
+    {"real-time message", "00000006 00F8 00FF2F00",
+     "byte 23: system message 0xf8, expected an event that a file may hold"},
+    {"sysex past the track", "00000007 00F005 00FF2F00",
+     "byte 24: an event of 5 bytes, expected at most the 4 left in the track"},
+    {"meta length of five bytes", "0000000B 00FF01 8080808000 FF2F00",
+     "byte 25: an event length of more than 4 bytes, expected at most 4"},
+    {"meta past the track", "00000008 00FF01 FFFFFF7F 00",
+     "byte 25: an event of 268435455 bytes, expected at most the 1 left in the track"},
+    {"end of track with content", "00000005 00FF2F0100",
+     "byte 25: an end-of-track event of 1 byte, expected 0"},
+    {"tempo of two bytes", "00000006 00FF51020001", "byte 25: a tempo event of 2 bytes, expected 3"},
+    {"tempo 0", "00000007 00FF5103000000",
+     "byte 26: a tempo of 0 microseconds to a quarter note, expected 1 to 16777215"},
+    {"numerator 0", "00000008 00FF580400021808", "byte 26: a time signature of 0 beats, expected 1 to 255"},
+    {"denominator 4096", "00000008 00FF5804040C1808",
+     "byte 27: a denominator of 2 to the power 12, expected at most 11 (a denominator of 2048)"},
+    {"time signature of three bytes", "00000007 00FF5803040218",
+     "byte 25: a time-signature event of 3 bytes, expected 4"},
+    {"eight sharps", "00000006 00FF59020800", "byte 26: a key of 8 sharps, expected -7 to 7"},
+    {"eight flats", "00000006 00FF5902F800", "byte 26: a key of -8 sharps, expected -7 to 7"},
+    {"mode 2", "00000006 00FF59020002", "byte 27: key mode 2, expected 0 (major) or 1 (minor)"},
+    {"key of one byte", "00000005 00FF590100", "byte 25: a key-signature event of 1 byte, expected 2"},
+};
 
 // Tempo, meter and key on two tracks, running status, sysex in two packets, a chunk
 // nobody knows, a long header.
@@ -79,8 +104,11 @@ std::string RichFile()
 
 TEST(MidiFile, SaysWhereAndWhatOfEveryBadFile)
 {
-    for (const BadFile& row : cBadFiles)
+    const std::string head = "'MThd 00000006 0000 0001 01E0 'MTrk ";
+    for (const BadInput& row : cBadFiles)
         EXPECT_EQ(ComplaintOf(Bytes(row.mBytes)), std::string("x.mid: ") + row.mMessage) << row.mShows;
+    for (const BadInput& row : cBadTracks)
+        EXPECT_EQ(ComplaintOf(Bytes(head + row.mBytes)), std::string("x.mid: ") + row.mMessage) << row.mShows;
 }
 
 TEST(MidiFile, ReadsEventsOfAllTracksInFileOrder)

@@ -33,25 +33,23 @@ struct Case
 
 const std::string cZeros(60, '0');
 
-// clang-format off
 const Case cCases[] = {
-    {"a second",                               44100, "1", 44100},
-    {"a point without digits behind it",       44100, "2.", 88200},
-    {"a point without digits before it",       48000, ".5", 24000},
-    {"half a sample goes up",                  44100, "0.005", 221},
+    {"a second", 44100, "1", 44100},
+    {"a point without digits behind it", 44100, "2.", 88200},
+    {"a point without digits before it", 48000, ".5", 24000},
+    {"half a sample goes up", 44100, "0.005", 221},
     {"the smallest bit below half stays down", 44100, "0.00499999999999999999999999999999", 220},
-    {"the smallest bit above half goes up",    44100, "-0.005" + cZeros + "1", -221},
-    {"minus half a sample goes up too",        44100, "-0.005", -220},
-    {"zeros beyond the half change nothing",   44100, "-0.005" + cZeros, -220},
-    {"minus nothing",                          44100, "-0", 0},
-    {"a third of a second",                    48000, "0.33333333333333333333", 16000},
-    {"the last sample",                        44100, "779131.2547", 34359688332},
-    {"a rate with a fraction",                 47952.5, "2", 95905},
-    {"more seconds than any time line",        44100, "1099511627777", cRefused},
-    {"digits without end",                     44100, std::string(400, '9'), cRefused},
-    {"no number at a rate with a fraction",    47952.5, "inf", cRefused},
+    {"the smallest bit above half goes up", 44100, "-0.005" + cZeros + "1", -221},
+    {"minus half a sample goes up too", 44100, "-0.005", -220},
+    {"zeros beyond the half change nothing", 44100, "-0.005" + cZeros, -220},
+    {"minus nothing", 44100, "-0", 0},
+    {"a third of a second", 48000, "0.33333333333333333333", 16000},
+    {"the last sample", 44100, "779131.2547", 34359688332},
+    {"a rate with a fraction", 47952.5, "2", 95905},
+    {"more seconds than any time line", 44100, "1099511627777", cRefused},
+    {"digits without end", 44100, std::string(400, '9'), cRefused},
+    {"no number at a rate with a fraction", 47952.5, "inf", cRefused},
 };
-// clang-format on
 
 } // namespace
 

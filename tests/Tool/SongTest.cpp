@@ -5,7 +5,7 @@ using JsonValue = nlohmann::ordered_json;
 
 namespace {
 
-constexpr Cmn_Int64 cStart = 1000000000000;
+constexpr Cmn_Int64 cStart = Tool_Song::cStartTick;
 
 struct PlainMeter
 {

@@ -18,12 +18,8 @@
 using namespace FF_Format;
 using Fields = Sys_StdStreamHeaderFields;
 
-constexpr Cmn_Int16 FF_Document::cNoStreamType;
-constexpr Cmn_Int16 FF_Document::cTOCStreamType;
 static_assert(FF_Document::cNoStreamType == FF_Format::cNoStreamType);
 static_assert(FF_Document::cTOCStreamType == FF_Format::cTOCStreamType);
-constexpr FF_Document::EExceptionCode FF_Document::FailQuietlyException::cCode;
-constexpr FF_Document::EExceptionCode FF_Document::InvalidContextException::cCode;
 
 namespace {
 

@@ -42,7 +42,15 @@ class Sys_File;
 class Sys_FileBasedInStream;
 class Sys_FileBasedOutStream;
 
-class KORA_API FF_Document : public virtual Sys_Store
+// Not in the exported class, so that every module has them as constants of its own.
+struct FF_ReservedStreamTypes
+{
+    // Stream types that the document keeps for itself; writers are refused them.
+    static constexpr Cmn_Int16 cNoStreamType = 0;
+    static constexpr Cmn_Int16 cTOCStreamType = 2;
+};
+
+class KORA_API FF_Document : public virtual Sys_Store, public FF_ReservedStreamTypes
 {
 public:
     // The parts of a table of contents: FF_Document_TOCKey.h, FF_Document_TOCValue.h, FF_Document_TOC.h.
@@ -63,10 +71,6 @@ public:
     enum EExceptionCode : Cmn_Int32 { XC_FailQuietly = 1, XC_InvalidContext = 2 };
     class FailQuietlyException;
     class InvalidContextException;
-
-    // Stream types that the document keeps for itself; writers are refused them.
-    static constexpr Cmn_Int16 cNoStreamType = 0;
-    static constexpr Cmn_Int16 cTOCStreamType = 2;
 
     // iEncoding: of the strings that typed streams of this document take and give. iRepairText: handed
     // to every typed output stream that it makes (Sys_TypedOutStream). iType: of a new file; an
@@ -93,7 +97,7 @@ public:
     Sys_TypedInStream MakeTypedInStream();
     Sys_TypedOutStream MakeTypedOutStream();
 
-    // --- the stack of open streams, kept by stream headers (FF_StreamHeader.h)
+    // --- The stack of open streams, kept by stream headers (FF_StreamHeader.h)
     void PushContext(Cmn_Int16 iStreamType, Cmn_UInt32 iStreamStart);
     void PopContext(); // asserts "!mCurrentContext.empty()" and does nothing on an empty stack
     const std::vector<Context>& GetCurrentContext() const;
@@ -101,7 +105,7 @@ public:
     class OpenStreams; // for those who keep it (FF_OpenStreams_p.h)
     OpenStreams& GetOpenStreams() const { return *mOpenStreams; }
 
-    // --- the table of contents
+    // --- The table of contents
     TOC& GetTOC() { return *mTOC; }
     const TOC& GetTOC() const { return *mTOC; }
     Cmn_UInt32 GetTOCOffset() const { return mTOCOffset; }
@@ -215,20 +219,27 @@ private:
     Cmn_Int64 mSizeLimit = 0xFFFFFFFF;
 };
 
-class KORA_API FF_Document::FailQuietlyException : public Cmn_Exception
+// Not in the exported classes, so that every module has them as constants of its own.
+template <FF_Document::EExceptionCode tCode>
+struct FF_ExceptionCode
+{
+    static constexpr FF_Document::EExceptionCode cCode = tCode;
+};
+
+class KORA_API FF_Document::FailQuietlyException : public Cmn_Exception,
+                                                   public FF_ExceptionCode<FF_Document::XC_FailQuietly>
 {
 public:
     // Ends reading without a message: what() is empty.
     FailQuietlyException();
     ~FailQuietlyException() override;
-    static constexpr EExceptionCode cCode = XC_FailQuietly;
 };
 
-class KORA_API FF_Document::InvalidContextException : public Cmn_Exception
+class KORA_API FF_Document::InvalidContextException : public Cmn_Exception,
+                                                      public FF_ExceptionCode<FF_Document::XC_InvalidContext>
 {
 public:
     // A list item outside a list, or a stream whose registration is no longer valid.
     explicit InvalidContextException(Cmn_Int64 iOffset = cNoOffset);
     ~InvalidContextException() override;
-    static constexpr EExceptionCode cCode = XC_InvalidContext;
 };

@@ -11,9 +11,6 @@
 #include <algorithm>
 #include <limits>
 
-constexpr FF_Document::TOC::Entry FF_Document::TOC::cNone;
-constexpr Cmn_Int32 FF_Document::TOC::cMostReserved;
-
 namespace {
 
 using Bytes = std::vector<Cmn_UInt8>;

@@ -26,14 +26,19 @@
 class FF_TOCPages;
 class FF_TOCTable;
 
-class KORA_API FF_Document::TOC
+// Not in the exported class, so that every module has it as a constant of its own.
+struct FF_TOCEntry
 {
-public:
     // An entry's number: stays until ForgetOffsetsFrom, Clear or StreamIn. Entries are numbered from 0 in the
     // order of their being added; StreamIn adds them in ascending order of their keys.
     using Entry = Cmn_Int32;
     static constexpr Entry cNone = -1;
+    static constexpr Cmn_Int32 cMostReserved = 1 << 20;
+};
 
+class KORA_API FF_Document::TOC : public FF_TOCEntry
+{
+public:
     TOC();
     virtual ~TOC();
     TOC(const TOC&) = delete;
@@ -63,7 +68,6 @@ public:
     [[nodiscard]] bool IsList(Entry iEntry) const;
     void SetIsList(Entry iEntry, bool iIsList);
     // Makes room for so many values of the key, at most cMostReserved of them.
-    static constexpr Cmn_Int32 cMostReserved = 1 << 20;
     void Reserve(Entry iEntry, Cmn_Int32 iValues);
 
     // Finds the key or inserts it without values. A key that was there takes the parent positions of the

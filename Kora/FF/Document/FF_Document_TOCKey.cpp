@@ -2,9 +2,6 @@
 
 #include <algorithm>
 
-constexpr Cmn_UInt32 FF_Document::Context::cNoParent;
-constexpr Cmn_Int64 FF_Document::Context::cStreamSize;
-
 FF_Document::Context::Context() = default;
 FF_Document::Context::Context(Cmn_Int16 iStreamType, Cmn_UInt32 iParentPosition, bool iIsList,
                               Cmn_Int32 iListIndex)

@@ -8,12 +8,17 @@
 
 #include <compare>
 
+// Not in the exported class, so that every module has them as constants of its own.
+struct FF_ContextConstants
+{
+    static constexpr Cmn_UInt32 cNoParent = 0xFFFFFFFF;
+    static constexpr Cmn_Int64 cStreamSize = 11; // on disk
+};
+
 // One level of the path.
-class KORA_API FF_Document::Context
+class KORA_API FF_Document::Context : public FF_ContextConstants
 {
 public:
-    static constexpr Cmn_UInt32 cNoParent = 0xFFFFFFFF;
-
     Context();
     explicit Context(Cmn_Int16 iStreamType, Cmn_UInt32 iParentPosition = cNoParent, bool iIsList = false,
                      Cmn_Int32 iListIndex = 0);
@@ -36,8 +41,7 @@ public:
     std::strong_ordering operator<=>(const Context& iOther) const;
     bool operator==(const Context& iOther) const { return (*this <=> iOther) == 0; }
 
-    // On disk 11 bytes: stream type (16), parent position (32), list mark (bool), list index (32).
-    static constexpr Cmn_Int64 cStreamSize = 11;
+    // On disk cStreamSize bytes: stream type (16), parent position (32), list mark (bool), list index (32).
     void StreamOut(Sys_TypedOutStream& ioStream) const;
     void StreamIn(Sys_TypedInStream& ioStream);
 

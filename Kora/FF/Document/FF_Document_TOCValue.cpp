@@ -5,35 +5,25 @@
 #include "Bastel/Cmn/Cmn_Assert.h"
 #include "Bastel/I18N/I18N_Utils.h"
 #include "Bastel/Sys/Sys_StreamThrow_p.h"
+#include "Kora/FF/Document/FF_TOCTexts_p.h"
 #include "Kora/FF/Format/FF_TOCGrammar_p.h"
 
 #include <algorithm>
 #include <limits>
 
-constexpr Cmn_UInt8 FF_Document::Location::cPlain;
-constexpr Cmn_UInt8 FF_Document::Location::cLocal;
-constexpr int FF_Document::Location::cMaxChain;
 static_assert(FF_Document::Location::cPlain == FF_Format::cPlainLocation);
 static_assert(FF_Document::Location::cLocal == FF_Format::cLocalLocation);
 static_assert(FF_Document::Location::cMaxChain == FF_Format::cMaxLocations);
 static_assert(FF_Document::LocalLocation::cMaxOffsets == FF_Format::cMaxPieces);
-constexpr std::size_t FF_Document::LocalLocation::cMaxOffsets;
-constexpr Cmn_UInt8 FF_Document::DisplayInfo::cString;
-constexpr std::size_t FF_Document::StringDisplayInfo::cMaxText;
 static_assert(FF_Document::DisplayInfo::cString == FF_Format::cStringDescription);
 static_assert(FF_Document::StringDisplayInfo::cMaxText == FF_Format::cMaxDescription);
+
+using namespace FF_TOCTexts;
 
 namespace {
 
 constexpr Cmn_Int32 cPartHeader = 3; // type and size
 constexpr std::size_t cMaxSize = std::numeric_limits<Cmn_Int16>::max();
-
-enum EText : Cmn_Int32 {
-    eText_NoDisplayInfo = 2021,
-    eText_Invalid = 2022,
-    eText_Bytes = 2023,
-    eText_TooLong = 2024
-};
 
 // A typed stream as the source of a walk over a value, which makes the parts.
 class Maker

@@ -10,13 +10,34 @@
 
 #include <memory>
 
-// Where a stream lies: a chain of locations, of which the last may be one that says so.
-class KORA_API FF_Document::Location
+// Not in the exported classes, so that every module has them as constants of its own.
+struct FF_LocationConstants
 {
-public:
     static constexpr Cmn_UInt8 cPlain = 0;
     static constexpr Cmn_UInt8 cLocal = 1;
+    static constexpr int cMaxChain = 64;
+};
 
+struct FF_LocalLocationConstants
+{
+    static constexpr std::size_t cMaxOffsets = 8191; // what a 16-bit size can hold
+};
+
+struct FF_DisplayInfoConstants
+{
+    static constexpr Cmn_UInt8 cString = 1;
+};
+
+struct FF_StringDisplayInfoConstants
+{
+    // What a 16-bit size leaves for UTF-8 bytes; longer texts are cut at a character.
+    static constexpr std::size_t cMaxText = 32767 - 4;
+};
+
+// Where a stream lies: a chain of locations, of which the last may be one that says so.
+class KORA_API FF_Document::Location : public FF_LocationConstants
+{
+public:
     explicit Location(Cmn_UInt8 iType = cPlain);
     virtual ~Location();
 
@@ -33,7 +54,6 @@ public:
     void StreamOut(Sys_TypedOutStream& ioStream) const;
     // A chain of more than cMaxChain, a size that is negative or past the bytes left, and a size that does
     // not fit its count throw Sys_StreamReadException.
-    static constexpr int cMaxChain = 64;
     [[nodiscard]] static std::unique_ptr<Location> StreamIn(Sys_TypedInStream& ioStream);
 
     [[nodiscard]] virtual std::string Dump() const; // "Invalid" where the chain leads nowhere
@@ -52,12 +72,9 @@ private:
 };
 
 // In this file: where each piece of the stream stands, in reading order.
-class KORA_API FF_Document::LocalLocation : public Location
+class KORA_API FF_Document::LocalLocation : public Location, public FF_LocalLocationConstants
 {
 public:
-    // What a 16-bit size can hold.
-    static constexpr std::size_t cMaxOffsets = 8191;
-
     LocalLocation();
     ~LocalLocation() override;
     Cmn_Int16 GetSize() const override; // 2 + 4 × count
@@ -95,11 +112,9 @@ private:
 };
 
 // A description for diagnostics.
-class KORA_API FF_Document::DisplayInfo
+class KORA_API FF_Document::DisplayInfo : public FF_DisplayInfoConstants
 {
 public:
-    static constexpr Cmn_UInt8 cString = 1;
-
     virtual ~DisplayInfo();
     Cmn_UInt8 GetType() const { return mType; }
     virtual Cmn_Int16 GetSize() const = 0;
@@ -118,12 +133,9 @@ private:
     Cmn_UInt8 mType;
 };
 
-class KORA_API FF_Document::StringDisplayInfo : public DisplayInfo
+class KORA_API FF_Document::StringDisplayInfo : public DisplayInfo, public FF_StringDisplayInfoConstants
 {
 public:
-    // What a 16-bit size leaves for UTF-8 bytes; longer texts are cut at a character.
-    static constexpr std::size_t cMaxText = 32767 - 4;
-
     // iEncoding: of the text here and in GetText.
     explicit StringDisplayInfo(std::string_view iText, ETextEncoding iEncoding = eTextEncoding_Utf8);
     ~StringDisplayInfo() override;

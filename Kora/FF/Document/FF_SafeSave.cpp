@@ -4,8 +4,6 @@
 
 #include <utility>
 
-constexpr char FF_SafeSave::cPrefix[];
-
 FF_SafeSave::FF_SafeSave(const Sys_FileLoc& iLocation, EFF_EncryptionType iType, ETextEncoding iEncoding,
                          bool iRepairText)
     : mLocation(iLocation)

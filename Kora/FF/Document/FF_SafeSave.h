@@ -28,12 +28,16 @@
 
 #include "Kora/FF/Document/FF_Document.h"
 
-class KORA_API FF_SafeSave
+// Not in the exported class, so that every module has it as a constant of its own.
+struct FF_SavePrefix
 {
-public:
     // What the names of the files begin with that saves write.
     static constexpr char cPrefix[] = ".kora-save-";
+};
 
+class KORA_API FF_SafeSave : public FF_SavePrefix
+{
+public:
     // Opens the new document. Throws as FF_Document::Open does, and Cmn_Exception with a code of
     // Sys_FileSystem::EError (GetOSError) where the old one is in use or write-protected, or there is no such
     // folder. All exceptions of a save and its document name the location as it was given.

@@ -2,13 +2,12 @@
 #include "Kora/FF/Document/FF_TOCTable_p.h"
 
 #include "Bastel/I18N/I18N_Utils.h"
+#include "Kora/FF/Document/FF_TOCTexts_p.h"
 
 #include <algorithm>
 #include <limits>
 
 namespace {
-
-constexpr Cmn_Int32 cTooLong = 2024; // of the message table
 
 std::size_t CountOf(std::span<const Cmn_UInt8> iOffsets)
 {
@@ -55,7 +54,7 @@ void FF_TOCTable::AddOffset(Cmn_Int32 iEntry, Cmn_Int32 iValue, Cmn_UInt32 iOffs
     Value& value = ValueOf(iEntry, iValue);
     const std::size_t count = CountOf(FF_TOCBytes::Offsets(BytesOf(value)));
     if (count >= FF_Document::LocalLocation::cMaxOffsets)
-        throw std::length_error(I18N_Utils::GetString(cTooLong));
+        throw std::length_error(I18N_Utils::GetString(FF_TOCTexts::eText_TooLong));
     const std::size_t end = FF_TOCBytes::cLocalHeader + FF_TOCBytes::cOffsetSize * count;
     ResizeLocation(value, end + FF_TOCBytes::cOffsetSize);
     FF_TOCBytes::StoreLocalHeader(BytesOf(value), count + 1);
@@ -88,7 +87,7 @@ void FF_TOCTable::SetValue(Cmn_Int32 iEntry, Cmn_Int32 iValue, std::span<const C
     value.mSize = static_cast<Cmn_UInt32>(iBytes.size());
 }
 
-// --- forgetting
+// --- Forgetting
 
 bool FF_TOCTable::ForgetPieces(Value& ioValue, Cmn_UInt32 iFrom)
 {

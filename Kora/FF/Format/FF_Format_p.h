@@ -16,8 +16,8 @@ constexpr std::string_view cSignature = "0010111100101011";
 constexpr Cmn_Int64 cSignaturePosition = 1;
 constexpr Cmn_Int64 cSwapFlagPosition = 17;
 constexpr Cmn_Int64 cMaskTypePosition = 18;
-constexpr Cmn_Int64 cRawKeyPosition =
-    19; // of mask types 1 to 5; without a mask the header stream begins here
+// Of mask types 1 to 5; without a mask the header stream begins here.
+constexpr Cmn_Int64 cRawKeyPosition = 19;
 static_assert(cSwapFlagPosition == cSignaturePosition + Cmn_Int64{cSignature.size()});
 static_assert(cMaskTypePosition == cSwapFlagPosition + 1 && cRawKeyPosition == cMaskTypePosition + 1);
 

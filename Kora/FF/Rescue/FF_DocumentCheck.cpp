@@ -1,5 +1,6 @@
 #include "Kora/FF/Rescue/FF_DocumentCheck.h"
 
+#include "Bastel/Cmn/Cmn_CountText.h"
 #include "Bastel/Cmn/Cmn_Exception.h"
 #include "Bastel/Sys/Sys_StreamThrow_p.h"
 #include "Kora/FF/Document/FF_Document_TOC.h"
@@ -13,7 +14,7 @@ namespace {
 
 using Node = FF_StreamWalk::Node;
 
-std::string Bytes(Cmn_Int64 iCount) { return std::to_string(iCount) + (iCount == 1 ? " byte" : " bytes"); }
+std::string Bytes(Cmn_Int64 iCount) { return Cmn_CountText(iCount, "byte"); }
 
 class Checker
 {

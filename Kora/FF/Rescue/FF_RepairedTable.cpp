@@ -68,7 +68,7 @@ bool FF_RepairedTable::AddPiece(TOC::Entry iEntry, Cmn_Int32 iValue, Cmn_Int64 i
     }
 }
 
-// --- entries that the old table tells
+// --- Entries that the old table tells
 
 void FF_RepairedTable::LendEntries()
 {
@@ -138,7 +138,7 @@ FF_RepairedTable::Value FF_RepairedTable::Moved(const Value& iOld, const Key& iK
     return value;
 }
 
-// --- entries that are rebuilt from the headers
+// --- Entries that are rebuilt from the headers
 
 FF_RepairedTable::ESure FF_RepairedTable::GetSure(Cmn_Int32 iNode) const
 {

@@ -6,8 +6,6 @@
 #include "Kora/SDS/Source/SDS_TokenTracker.h"
 #include "OstrelPlatformSupport/IPSSyncPrim.h"
 
-constexpr Cmn_Int32 SDS_TokenTask::cAudioPriority;
-
 SDS_TokenTask::SDS_TokenTask()
     : mListeners(std::make_unique<Cmn_DoublyLinkedList<SDS_TaskListenerLink>>())
 {

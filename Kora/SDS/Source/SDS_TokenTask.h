@@ -19,12 +19,16 @@ class SDS_DeliveryQueue;
 class SDS_TaskListenerLink;
 class SDS_TokenListener;
 
-class KORA_API SDS_TokenTask
+// Not in the exported class, so that every module has it as a constant of its own.
+struct SDS_TaskPriorities
 {
-public:
     // Tasks of this priority and above never allocate.
     static constexpr Cmn_Int32 cAudioPriority = 16;
+};
 
+class KORA_API SDS_TokenTask : public SDS_TaskPriorities
+{
+public:
     SDS_TokenTask();
     virtual ~SDS_TokenTask();
     SDS_TokenTask(const SDS_TokenTask&) = delete;

@@ -55,7 +55,7 @@ Time_EType Time_Convert::GetMainCounterType()
     return CheckConverter() ? sTimeConverter->GetMainCounterType() : Time_eType_Samples;
 }
 
-// ---------------------------------------------------------------------------------------------- one time
+// --- One time
 
 Time_Sample Time_Convert::ToSample(const Time_Typed& iTime)
 {
@@ -160,7 +160,7 @@ Time_Typed Time_Convert::SubtractLength(const Time_Typed& iTime, const Time_BarB
     return CheckConverter() ? sTimeConverter->SubtractLength(iTime, iLength) : iTime;
 }
 
-// ---------------------------------------------------------------------------------------------- many times
+// --- Many times
 
 void Time_Convert::ToType(Time_TypedVector* ioTimes, Time_EType iType)
 {
@@ -191,7 +191,7 @@ void Time_Convert::SubtractTime(Time_TypedVector* ioTimes, const Time_Typed& iTi
     if (CheckConverter()) sTimeConverter->SubtractTime(ioTimes, iTime);
 }
 
-// ---------------------------------------------------------------------------------------------- snaps
+// --- Snaps
 
 Time_Typed Time_Convert::QuantizeToSample(const Time_Typed& iTime)
 {
@@ -228,7 +228,7 @@ Time_Typed Time_Convert::ToTickTimeWithDisplaySnap(const Time_Typed& iTime)
     return ToSample(displayTick) == sample ? displayTick : exactTick;
 }
 
-// ---------------------------------------------------------------------------------------------- scopes
+// --- Scopes
 
 Time_Convert::StTempoMap::StTempoMap(Time_TempoMap* iMap)
     : mMap(iMap)

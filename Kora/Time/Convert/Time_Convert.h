@@ -27,7 +27,7 @@ public:
     static Time_MeterMap* GetMeterMap();
     static Time_EType GetMainCounterType();
 
-    // --- What Time_Converter does.
+    // --- What Time_Converter does
 
     static Time_Sample ToSample(const Time_Typed& iTime);
     static Time_Tick ToTick(const Time_Typed& iTime);
@@ -62,7 +62,8 @@ public:
     static void AddTime(Time_TypedVector* ioTimes, const Time_Typed& iTime);
     static void SubtractTime(Time_TypedVector* ioTimes, const Time_Typed& iTime);
 
-    // --- Snaps, in the time's own unit. They are idempotent as long as the other unit is the coarser one.
+    // --- Snaps, in the time's own unit
+    // They are idempotent as long as the other unit is the coarser one.
 
     // To the samples that audio is cut at: there and back. A time in samples stays.
     static Time_Typed QuantizeToSample(const Time_Typed& iTime);

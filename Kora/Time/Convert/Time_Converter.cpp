@@ -85,7 +85,7 @@ double Time_Converter::GetFrameLength() const
     return 1 / Time_Globals::GetPullFrameRate() * Time_Globals::GetPullSampleRate();
 }
 
-// ---------------------------------------------------------------------------------------------- one time
+// --- One time
 
 Time_Sample Time_Converter::ToSample(const Time_Typed& iTime) const KORA_NONBLOCKING
 {
@@ -240,7 +240,7 @@ Time_Typed Time_Converter::SubtractLength(const Time_Typed& iTime, const Time_Ba
                            : iTime;
 }
 
-// ---------------------------------------------------------------------------------------------- many times
+// --- Many times
 
 void Time_Converter::TimesToSamples(Time_TypedVector& ioTimes) const
 {

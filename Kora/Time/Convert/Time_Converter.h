@@ -47,7 +47,8 @@ public:
     // Samples per frame.
     double GetFrameLength() const;
 
-    // --- One time. A time of no valid unit asserts "false" and converts to 0.
+    // --- One time
+    // A time of no valid unit asserts "false" and converts to 0.
 
     Time_Sample ToSample(const Time_Typed& iTime) const KORA_NONBLOCKING;
     Time_Tick ToTick(const Time_Typed& iTime) const KORA_NONBLOCKING;
@@ -87,7 +88,7 @@ public:
     Time_Typed AddLength(const Time_Typed& iTime, const Time_BarBeatTick& iLength) const;
     Time_Typed SubtractLength(const Time_Typed& iTime, const Time_BarBeatTick& iLength) const;
 
-    // --- Many times at once, in place, each with the bits that the single form gives.
+    // --- Many times at once, in place, each with the bits that the single form gives
     //
     // They assert "ioTimes->GetContext() == Time_eContext_GlobalPosition" and go on with the counts as they
     // are; null asserts "ioTimes != 0" and does nothing.

@@ -10,9 +10,6 @@
 #include <algorithm>
 #include <memory>
 
-// A DLL holds only the constants that its own code refers to, or that are declared once more.
-constexpr std::size_t Time_SongEdit::cMaxCopies;
-
 namespace {
 
 using Song = Time_SongEdit::Song;

@@ -40,7 +40,14 @@
 class Time_KeySignatureMap;
 class Time_MeterMap;
 
-class KORA_API Time_SongEdit
+// Not in the exported class, so that every module has it as a constant of its own.
+struct Time_SongEditLimits
+{
+    // Copies and what they copy, in one call; more are refused (eReason_TooManySteps).
+    static constexpr std::size_t cMaxCopies = 1000000;
+};
+
+class KORA_API Time_SongEdit : public Time_SongEditLimits
 {
 public:
     using Result = Time_TempoEditResult;
@@ -73,9 +80,6 @@ public:
         Time_TempoEdit::Copied mTempi;
         std::vector<ClipKey> mKeys;
     };
-
-    // Copies and what they copy, in one call; more are refused (eReason_TooManySteps).
-    static constexpr std::size_t cMaxCopies = 1000000;
 
     // That of the tempo map; without tempi that of the meter map, without that the default one.
     static Time_Tick GetSongStartTick(const Song& iSong);

@@ -2,10 +2,6 @@
 
 #include <algorithm>
 
-// A DLL holds only the constants that its own code refers to, or that are declared once more.
-constexpr Time_Tick Time_TickPieces::cLowest;
-constexpr Time_Tick Time_TickPieces::cHighest;
-
 Time_TickPieces::Time_TickPieces() { Add(cLowest, cHighest, cLowest); }
 
 // Empty pieces are none, and one that goes on where the last one ended, on both lines, is part of it.

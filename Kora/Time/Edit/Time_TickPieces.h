@@ -21,12 +21,16 @@
 #include <string>
 #include <vector>
 
-class KORA_API Time_TickPieces
+// Not in the exported class, so that every module has them as constants of its own.
+struct Time_TickEnds
 {
-public:
     static constexpr Time_Tick cLowest{-0x7fffffffffffffff - 1};
     static constexpr Time_Tick cHighest{0x7fffffffffffffff};
+};
 
+class KORA_API Time_TickPieces : public Time_TickEnds
+{
+public:
     struct Piece
     {
         Time_Tick mOldStart;

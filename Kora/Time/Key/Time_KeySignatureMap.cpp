@@ -256,8 +256,8 @@ void Time_KeySignatureMap::InsertTime(Time_Tick iAt, const Time_TickLength& iLen
     if (!Cmn_ASSERT_TEXT(last.AsInt64() <= lastThatFits, "the shifted entries stay in range")) return;
 
     AboutToModify();
-    const Entries source =
-        iSource != nullptr ? iSource->mKeys : Entries(); // before it moves, if it is this map
+    // Before it moves, if it is this map.
+    const Entries source = iSource != nullptr ? iSource->mKeys : Entries();
     const auto firstMoved = FirstAtOrAfter(iAt) - mKeys.cbegin();
     for (auto moved = mKeys.begin() + firstMoved; moved != mKeys.end(); ++moved)
         moved->mTick += iLength;

@@ -41,12 +41,6 @@ BarNumbering NumberingAfter(const Time_MeterChange& iPredecessor, Time_Tick iTic
 
 } // namespace
 
-// Windows programs may take these by reference; a DLL holds only the constants that its own code refers to,
-// or that are declared once more.
-constexpr Time_Tick Time_MeterMap::cDefaultSongStartTick;
-constexpr Cmn_Int32 Time_MeterMap::cDefaultSongStartBar;
-constexpr Time_Tick Time_MeterMap::cMaxTick;
-
 Time_MeterMap::Time_MeterMap(EUndoFlag iUndoFlag)
     : Ndo_Object(iUndoFlag)
     , mIndex(std::make_unique<Time_MeterMapIndex>())

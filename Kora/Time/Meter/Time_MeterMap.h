@@ -27,6 +27,7 @@
 #include "Kora/Cnn/Mdl_SimpleValMessage.h"
 #include "Kora/Ndo/Ndo_Object.h"
 #include "Kora/Time/Meter/Time_MeterChange.h"
+#include "Kora/Time/Values/Time_SongDefaults.h"
 
 #include <memory>
 #include <optional>
@@ -40,14 +41,16 @@ class Time_SharedRow;
 template <class Value>
 class Time_SharedRowTaker;
 
-class KORA_API Time_MeterMap : public Ndo_Object
+// Not in the exported class, so that every module has them as constants of its own.
+struct Time_MeterMapLimits : Time_DefaultSongStart
+{
+    static constexpr Time_Tick cMaxTick{576460752303423487}; // 2^59 - 1
+};
+
+class KORA_API Time_MeterMap : public Ndo_Object, public Time_MeterMapLimits
 {
 public:
     using ConstIter = Cmn_PolyVector<Time_MeterChange>::const_iterator;
-
-    static constexpr Time_Tick cDefaultSongStartTick{1000000000000};
-    static constexpr Cmn_Int32 cDefaultSongStartBar = 1;
-    static constexpr Time_Tick cMaxTick{576460752303423487}; // 2^59 - 1
 
     explicit Time_MeterMap(EUndoFlag iUndoFlag = kNoUndo);
     // Copies take the content: changes and song start. The copy is outside of undo and has no listeners;

@@ -8,12 +8,6 @@
 
 #include <sstream>
 
-// A DLL holds only the constants that its own code refers to, or that are declared once more.
-constexpr double Time_ConstantTempoSeg::cDefaultBeatsPerMinute;
-constexpr Time_TickLength Time_ConstantTempoSeg::cDefaultTicksPerBeat;
-constexpr char Time_ConstantTempoSeg::cStreamName[];
-constexpr char Time_ConstantTempoSeg::cPrevSegStreamName[];
-
 namespace {
 
 constexpr Cmn_Int16 cVersion = 1;

@@ -11,14 +11,20 @@
 #pragma once
 
 #include "Kora/Time/Tempo/Time_TempoMapSegment.h"
+#include "Kora/Time/Values/Time_SongDefaults.h"
 
-class KORA_API Time_ConstantTempoSeg : public Time_TempoMapSegment
+// Not in the exported class, so that every module has them as constants of its own.
+struct Time_ConstantTempoSegConstants : Time_DefaultTempo
+{
+    // The name of a header at a stream's position tells which of the segment's two constructors reads it.
+    static constexpr char cStreamName[] = "Const";
+    static constexpr char cPrevSegStreamName[] = "Tempo";
+};
+
+class KORA_API Time_ConstantTempoSeg : public Time_TempoMapSegment, public Time_ConstantTempoSegConstants
 {
 public:
     enum EReadPrevSeg { ReadPrevSeg };
-
-    static constexpr double cDefaultBeatsPerMinute = 120.0;
-    static constexpr Time_TickLength cDefaultTicksPerBeat{Time_TickLength::cInternalPerQuarter};
 
     // 120 bpm of quarter notes, every flag false.
     explicit Time_ConstantTempoSeg(Time_Tick iStartTick);
@@ -33,10 +39,6 @@ public:
     // Reads a segment of the layout before, which becomes a free segment with that tempo. Throws likewise.
     Time_ConstantTempoSeg(Sys_TypedInStream& ioStream, EReadPrevSeg);
     ~Time_ConstantTempoSeg() override;
-
-    // The name of a header at the stream's position tells which of the two constructors reads it.
-    static constexpr char cStreamName[] = "Const";
-    static constexpr char cPrevSegStreamName[] = "Tempo";
 
     double GetBeatsPerMinute() const { return mBeatsPerMinute; }
     Time_TickLength GetTicksPerBeat() const { return nTicksPerBeat; }

@@ -8,7 +8,7 @@
 
 namespace {
 
-constexpr Cmn_Int64 cDefaultSongStart = 1000000000000;
+constexpr Cmn_Int64 cDefaultSongStart = Time_DefaultSongStart::cDefaultSongStartTick.AsInt64();
 
 // Internal ticks that pass in one sample at an event's tempo.
 double TicksPerSample(const Time_NewTempoEvent& iEvent, double iSampleRate)

@@ -8,7 +8,7 @@
 #pragma once
 
 #include "Bastel/Cmn/Cmn_PolyVector.h"
-#include "Kora/Time/Values/Time_Tick.h"
+#include "Kora/Time/Values/Time_SongDefaults.h"
 #include "Kora/Time/Values/Time_TypedLength.h"
 
 class Time_NewTempoEvent
@@ -38,8 +38,8 @@ public:
 
 private:
     Time_Tick mStartTick;
-    float mTempo = 120.0f;
-    Time_TickLength mTicksPerBeat = Time_TickLength::cQuarter;
+    float mTempo = static_cast<float>(Time_DefaultTempo::cDefaultBeatsPerMinute);
+    Time_TickLength mTicksPerBeat = Time_DefaultTempo::cDefaultTicksPerBeat;
 };
 
 class Time_NewTempoEvents : public Cmn_PolyVector<Time_NewTempoEvent>

@@ -6,9 +6,6 @@
 
 #include <algorithm>
 
-// A DLL holds only the constants that its own code refers to, or that are declared once more.
-constexpr std::size_t Time_TempoEdit::cMaxRampSteps;
-
 namespace Time_TempoEditDetail {
 
 Piece PieceAt(const Time_TempoMap& iMap, Time_Tick iTick)

@@ -30,7 +30,13 @@
 
 class Time_TempoMap;
 
-class KORA_API Time_TempoEdit
+// Not in the exported class, so that every module has it as a constant of its own.
+struct Time_TempoEditLimits
+{
+    static constexpr std::size_t cMaxRampSteps = 1000000;
+};
+
+class KORA_API Time_TempoEdit : public Time_TempoEditLimits
 {
 public:
     // The course of a ramp's tempo from its start to its end.
@@ -39,7 +45,6 @@ public:
         eCurve_Linear = 1, // linear in time
         eCurve_S = 2       // half a cosine in ticks
     };
-    static constexpr std::size_t cMaxRampSteps = 1000000;
 
     struct Tempo
     {

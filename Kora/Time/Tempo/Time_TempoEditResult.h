@@ -14,20 +14,18 @@ struct Time_TempoEditResult
     enum EReason {
         eReason_Done = 0,
         eReason_EmptyRange = 1, // the range, the step, the list or the length is empty, or negative
-        eReason_OutOfLimits =
-            // mNearest: the tempo, factor, offset, length, sample, tick or count that stays
-        // within the limits; not a
-        2,
-        // number where none does
+        // mNearest: the tempo, factor, offset, length, sample, tick or count that stays within the limits; not a
+        // number where none does.
+        eReason_OutOfLimits = 2,
         eReason_Locked = 3, // a locked position would move; mNearest: the tick of the first one that would
         eReason_BeforeSongStart = 4, // mNearest: the song start's tick
-        eReason_LockOrder =
-            5, // not behind the lock before, or not before the next; mNearest: the nearest sample
+        // Not behind the lock before, or not before the next; mNearest: the nearest sample.
+        eReason_LockOrder = 5,
         eReason_NoLock = 6,       // no position is locked there, or it is the song start's
         eReason_TooManySteps = 7, // mNearest: how many there may be
         eReason_InsideRange = 8,  // a range is moved into itself; mNearest: its end that is nearer
-        eReason_NoSuchBeat =
-            9 // no tempo of such beats is within the limits; mNearest: ticks of one that some are of
+        // No tempo of such beats is within the limits; mNearest: ticks of one that some are of.
+        eReason_NoSuchBeat = 9
     };
 
     // An edit that changed something or had nothing to change.

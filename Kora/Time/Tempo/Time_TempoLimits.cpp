@@ -4,7 +4,7 @@
 
 namespace {
 
-constexpr double cTicksPerQuarter = 960000.0;
+constexpr double cTicksPerQuarter = Time_TickLength::cInternalPerQuarter;
 
 double InternalTicks(const Time_TickLength& iTicks)
 {

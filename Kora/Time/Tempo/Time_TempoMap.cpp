@@ -10,11 +10,6 @@
 #include <algorithm>
 #include <new>
 
-// A DLL holds only the constants that its own code refers to, or that are declared once more.
-constexpr Time_Tick Time_TempoMap::cDefaultSongStartTick;
-constexpr double Time_TempoMap::cFallbackBeatsPerMinute;
-constexpr Time_TickLength Time_TempoMap::cFallbackTicksPerBeat;
-
 constinit Time_TempoMap* Time_TempoMap::spDefaultTempoMap = nullptr;
 constinit Cmn_Int32 Time_TempoMap::sUniqueEditIdentifier = 0;
 

@@ -27,6 +27,7 @@
 #include "Kora/Ndo/Ndo_Object.h"
 #include "Kora/Time/Tempo/Time_BasicTempoMap.h"
 #include "Kora/Time/Tempo/Time_TempoMapSegment.h"
+#include "Kora/Time/Values/Time_SongDefaults.h"
 
 #include <memory>
 #include <string>
@@ -37,16 +38,19 @@ class Time_TempoMapCache;
 class Time_TempoLimits;
 struct Time_SampleTransform;
 
-class KORA_API Time_TempoMap : public Ndo_Object
+// Not in the exported class, so that every module has them as constants of its own.
+struct Time_TempoMapDefaults : Time_DefaultSongStart
+{
+    static constexpr double cFallbackBeatsPerMinute = Time_DefaultTempo::cDefaultBeatsPerMinute;
+    static constexpr Time_TickLength cFallbackTicksPerBeat = Time_DefaultTempo::cDefaultTicksPerBeat;
+};
+
+class KORA_API Time_TempoMap : public Ndo_Object, public Time_TempoMapDefaults
 {
 public:
     // Read-only inside the map; see Time_TempoMapSegment.
     using Segments = Cmn_PolyVector<std::unique_ptr<const Time_TempoMapSegment>>;
     using SegmentIter = Segments::const_iterator;
-
-    static constexpr Time_Tick cDefaultSongStartTick{1000000000000};
-    static constexpr double cFallbackBeatsPerMinute = 120.0;
-    static constexpr Time_TickLength cFallbackTicksPerBeat{Time_TickLength::cInternalPerQuarter};
 
     // No segments; the sample rate is Time_Globals::GetPullSampleRate(). Until its first query or edit the
     // map counts as out of date, and other threads do not get its read lock.

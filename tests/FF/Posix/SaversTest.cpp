@@ -23,8 +23,8 @@ namespace {
 std::atomic<bool> sWaits{false};
 std::atomic<bool> sSkipsSync{false};
 int sFlockError = 0;
-const std::string* sPlanted =
-    nullptr; // what the next file that is made finds at its name: a link to this one
+// What the next file that is made finds at its name: a link to this one.
+const std::string* sPlanted = nullptr;
 bool sPlantsHardLink = false;
 
 // Sometimes, and for longer than the other's turn takes.
@@ -146,7 +146,7 @@ TEST(SaverProcesses, LoseNothingWhereverTheyWaitAndDie)
     sWaits = sSkipsSync = false;
 }
 
-// --- whose file it is
+// --- Whose file it is
 
 struct stat StatusOf(const std::string& iPath)
 {

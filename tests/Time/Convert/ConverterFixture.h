@@ -8,7 +8,8 @@
 #include "Support/AllocationCounter.h"
 #include "Time/TimeFixture.h"
 
-constexpr Cmn_Int64 cSongStart = 1000000000000; // where empty maps start the song, at sample 0
+// Where empty maps start the song, at sample 0.
+constexpr Cmn_Int64 cSongStart = Time_TempoMap::cDefaultSongStartTick.AsInt64();
 
 // Rates, pulls and maps by chance, and a converter over them.
 class RandomSession

@@ -125,11 +125,16 @@ TEST_F(GlobalsTest, FormatsNameThemselvesAndTheirAudioPulls)
 
 TEST_F(GlobalsTest, MaterialIsRoutedBetweenVideoFormats)
 {
-    std::string routes; // from each format to each
+    // From each of the four formats, one behind the other, to each.
+    constexpr char cFactors[] = "0000"
+                                "0028"
+                                "0104"
+                                "0530";
+    std::string routes;
     for (int pair = 0; pair < 16; ++pair)
         routes += std::to_string(Time_Globals::GetRoutingComboFactor(static_cast<EVideoFormat>(pair / 4),
                                                                      static_cast<EVideoFormat>(pair % 4)));
-    EXPECT_EQ(routes, "0000002801040530");
+    EXPECT_EQ(routes, cFactors);
 }
 
 TEST_F(GlobalsTest, FrameOffsetBecomesLegalInItsFormat)

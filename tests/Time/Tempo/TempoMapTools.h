@@ -7,7 +7,8 @@
 
 #include <bit>
 
-constexpr Cmn_Int64 cStart = 1000000000000, cQuarter = 960000;
+constexpr Cmn_Int64 cStart = Time_TempoMap::cDefaultSongStartTick.AsInt64();
+constexpr Cmn_Int64 cQuarter = Time_TickLength::cInternalPerQuarter;
 
 // A segment as a test writes it down: {.mTick = 0, .mBpm = 90, .mLocked = true, .mSample = 48000}.
 struct SegmentRow
