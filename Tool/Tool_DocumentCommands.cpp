@@ -202,7 +202,7 @@ private:
     std::string Text(const FF_DocumentRepair::Report& iReport) const
     {
         std::string text =
-            Tool_Printable(mOutput) + ": " + Cmn_CountText(iReport.recovered, "stream") + " recovered, " +
+            Tool_Printable(mOutput) + ": " + Cmn_CountText(iReport.mRecovered, "stream") + " recovered, " +
             (iReport.mHadTOC ? "with an old table of contents" : "without a table of contents") +
             (iReport.mWithoutDescription == 0
                  ? std::string()

@@ -88,7 +88,7 @@ struct Sys_StdStreamHeaderInfo
     bool mIsComplete = false;
     Cmn_UInt32 mBodySum = 0;
     // The header is [start, body), what it frames [body, end); end is body when incomplete.
-    Cmn_Int64 start = 0;
+    Cmn_Int64 mStart = 0;
     Cmn_Int64 mBody = 0;
     Cmn_Int64 mEnd = 0;
 };

@@ -52,7 +52,8 @@ void ReadAll(In& i)
 
 constexpr struct
 {
-    const char *what, *little;
+    const char* what;
+    const char* little;
 } cLayout[] = {
     {"false", "00"},
     {"true", "01"},

@@ -44,9 +44,9 @@ TEST_F(CheckTest, EachFaultIsNamedWhereItIs)
     const char* const cNoHeader = "19: expected the header stream, found no sound header of one";
     struct Row
     {
-        const char* name;
-        Damage damage;
-        const char* faults;
+        const char* mName;
+        Damage mDamage;
+        const char* mFaults;
     };
     const Row cRows[] = {
         {"version", {{0, 4}}, "0: expected format version 3, found 4"},
@@ -107,11 +107,11 @@ TEST_F(CheckTest, EntriesPointAtWhatTheyName)
     };
     struct Row
     {
-        const char* name;
-        Key key;
-        Cmn_Int32 value;
-        Cmn_UInt64 position;
-        const char* faults;
+        const char* mName;
+        Key mKey;
+        Cmn_Int32 mValue;
+        Cmn_UInt64 mPosition;
+        const char* mFaults;
     };
     const Row cRows[] = {
         {"a second piece", Key(7), 0, 49, ""},

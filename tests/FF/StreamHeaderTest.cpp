@@ -73,11 +73,11 @@ TEST_F(StreamHeaderTest, ReadersGoWhereTheTableSends)
     enum ERegistered { eNone, eHere, eElsewhere, eHereAndElsewhere, eInvalid };
     struct Row
     {
-        const char* name;
-        ERegistered registered;
-        Reader::EUseExtendedTOC use;
-        bool stay;
-        Cmn_Int32 number;
+        const char* mName;
+        ERegistered mRegistered;
+        Reader::EUseExtendedTOC mUse;
+        bool mStay;
+        Cmn_Int32 mNumber;
     };
     const Row rows[] = {
         {"not registered", eNone, Reader::eUseExtendedTOC, false, 70},
@@ -139,11 +139,11 @@ TEST_F(StreamHeaderTest, ItemsAreFoundByTableAndByWalk)
     enum EFound : Cmn_Int32 { eThrows = -1, eReports = -2 };
     struct Row
     {
-        const char* name;
-        bool hasDocument;
-        Reader::EUseExtendedTOC use;
-        Cmn_Int32 item;
-        Cmn_Int32 found;
+        const char* mName;
+        bool mHasDocument;
+        Reader::EUseExtendedTOC mUse;
+        Cmn_Int32 mItem;
+        Cmn_Int32 mFound;
     };
     const Row rows[] = {
         {"by the table", true, Reader::eUseExtendedTOC, 2, 2},

@@ -338,8 +338,12 @@ TEST(TOC, HostileTablesAreRefusedAndTheContentStays)
     const auto one = [&](const std::string& iLocation, const std::string& iDisplay = "01 0400 00000000") {
         return "01000000" + key + " 01000000 " + iLocation + iDisplay + " 00 0000";
     };
-    // clang-format off
-    const struct { const char* mName; bool mIsRead; std::string mBody; } cases[] = {
+    const struct
+    {
+        const char* mName;
+        bool mIsRead;
+        std::string mBody;
+    } cases[] = {
         {"no keys", true, "00000000"},
         {"a key without values", true, "01000000" + key + "00000000"},
         {"one value", true, "01000000" + key + value},
@@ -358,7 +362,6 @@ TEST(TOC, HostileTablesAreRefusedAndTheContentStays)
         {"a text longer than its size", false, one("00 0000", "01 0400 01000000 61")},
         {"a text without room for its count", false, one("00 0000", "01 0000")},
     };
-    // clang-format on
     for (const auto& row : cases) {
         SCOPED_TRACE(row.mName);
         TOC table;
@@ -469,8 +472,13 @@ TEST(TOC, ALocationHoldsNoMorePiecesThanASizeCanTell)
 TEST(TOC, DescriptionsAreUtf8OnDiskAndCutAtACharacter)
 {
     const std::string full(32763, 'a');
-    // clang-format off
-    const struct { const char* mName; ETextEncoding mEncoding; bool mRepair; std::string mGiven, mOnDisk, mTaken; } cases[] = {
+    const struct
+    {
+        const char* mName;
+        ETextEncoding mEncoding;
+        bool mRepair;
+        std::string mGiven, mOnDisk, mTaken;
+    } cases[] = {
         {"what just fits", eTextEncoding_Utf8, false, full, full, full},
         {"one byte too many", eTextEncoding_Utf8, false, full + "b", full, full},
         {"a character across the end", eTextEncoding_Utf8, false, full.substr(2) + "\xE2\x82\xAC",
@@ -478,9 +486,9 @@ TEST(TOC, DescriptionsAreUtf8OnDiskAndCutAtACharacter)
         {"ill-formed text as it stands", eTextEncoding_Utf8, false, "a\xFFz", "a\xFFz", "a\xFFz"},
         {"ill-formed text repaired", eTextEncoding_Utf8, true, "a\xFFz", "a\xEF\xBF\xBDz", "a\xEF\xBF\xBDz"},
         {"Latin-1", eTextEncoding_Latin1, false, "caf\xE9", "caf\xC3\xA9", "caf\xE9"},
-        {"Latin-1 across the end", eTextEncoding_Latin1, false, full.substr(1) + "\xE9", full.substr(1), full.substr(1)},
+        {"Latin-1 across the end", eTextEncoding_Latin1, false, full.substr(1) + "\xE9", full.substr(1),
+         full.substr(1)},
     };
-    // clang-format on
     for (const auto& row : cases) {
         SCOPED_TRACE(row.mName);
         TOC table;

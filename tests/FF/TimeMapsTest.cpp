@@ -58,12 +58,12 @@ TEST_F(TimeMapsTest, OtherVersionsAreAnsweredAndTheOtherMapsStay)
 {
     struct Row
     {
-        const char* name;
-        Cmn_Int16 type;
-        Cmn_Int16 version;
-        const char* inner;
-        Cmn_Int16 innerVersion;
-        int message;
+        const char* mName;
+        Cmn_Int16 mType;
+        Cmn_Int16 mVersion;
+        const char* mInner;
+        Cmn_Int16 mInnerVersion;
+        int mMessage;
     };
     const Row rows[] = {
         {"a meter map too old to be wanted", 16, 1, "Meter", 1, 0},

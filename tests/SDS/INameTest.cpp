@@ -98,24 +98,6 @@ TEST_F(IName, AHandleWithoutANodeNeverMeansTheRoot)
     EXPECT_EQ(SDS_NameRegistry::Dump(), before);
 }
 
-TEST_F(IName, BreakingAllConnectionsLeavesThoseOfOthers)
-{
-    SDS_IName hub("iname/hub");
-    SDS_IName a("iname/a");
-    SDS_IName b("iname/b");
-    EXPECT_EQ(hub.ConnectTo(nullptr), eSDSErr_None);
-    EXPECT_EQ(hub.DisconnectFrom(nullptr), eSDSErr_None);
-    EXPECT_EQ(hub.BreakAllConnections(), eSDSErr_None);
-    static_cast<void>(hub.ConnectTo(&a));
-    static_cast<void>(b.ConnectTo(&hub));
-    static_cast<void>(a.ConnectTo(&b));
-    EXPECT_EQ(Walked<SDS_ConnectionIterator>(hub.GetID()), Names({a.GetID(), b.GetID()}));
-    EXPECT_EQ(hub.BreakAllConnections(), eSDSErr_None);
-    EXPECT_EQ(Walked<SDS_ConnectionIterator>(hub.GetID()), Names());
-    EXPECT_EQ(Walked<SDS_ConnectionIterator>(a.GetID()), Names({b.GetID()}));
-    EXPECT_EQ(b.DisconnectFrom(&a), eSDSErr_None);
-}
-
 TEST_F(IName, ATokenIsStampedWithTheHandlesNode)
 {
     const SDS_IName other("iname/other");

@@ -405,11 +405,11 @@ protected:
     void BreakConnections(const Place& iPlace)
     {
         if (iPlace.mNode == nullptr) return;
-        Names peers = mModel.mLive.at(iPlace.mNode).connected;
+        Names peers = mModel.mLive.at(iPlace.mNode).mConnected;
         std::reverse(peers.begin(), peers.end());
         ASSERT_EQ(SDS_IName(iPlace.mNode).BreakAllConnections(), eSDSErr_None);
         for (SDS_Name* const peer : peers)
-            ++mModel.mLive.at(peer).held; // until all are parted
+            ++mModel.mLive.at(peer).mHeld; // until all are parted
         for (SDS_Name* const peer : peers)
             mModel.Disconnect(iPlace.mNode, peer);
         for (SDS_Name* const peer : peers)

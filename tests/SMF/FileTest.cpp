@@ -93,9 +93,9 @@ TEST(SMFTrackBuilder, WhatNoFileCanHoldIsReportedAndTheTrackStaysSound)
     const auto second = [&] { return *++source.begin(); };
     struct Row
     {
-        const char* name;
-        std::function<void(Builder&)> work;
-        std::size_t reports;
+        const char* mName;
+        std::function<void(Builder&)> mWork;
+        std::size_t mReports;
         std::string expected; // behind the first event
     };
     const Row rows[] = {
@@ -131,7 +131,7 @@ TEST(SMFTrackBuilder, WhatNoFileCanHoldIsReportedAndTheTrackStaysSound)
         std::string events;
         for (const std::string& event : Texts(SMF_File::Read(file.Write()).GetTracks()[0]))
             events += event + ';';
-        EXPECT_EQ(events, "10: 90 3c40 ;" + row.expected) << row.name;
+        EXPECT_EQ(events, "10: 90 3c40 ;" + row.expected) << row.mName;
     }
 }
 

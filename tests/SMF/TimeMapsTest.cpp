@@ -98,12 +98,12 @@ TEST_F(SMFTimeMaps, WhatTheDivisionCannotSayIsRoundedHalfUpAndReportedOrTheDivis
 {
     struct Row
     {
-        const char* name;
-        int division;
-        std::vector<Cmn_Int64> ticks;
-        bool raise;
-        int divisionAfter;
-        const char* report;
+        const char* mName;
+        int mDivision;
+        std::vector<Cmn_Int64> mTicks;
+        bool mRaise;
+        int mDivisionAfter;
+        const char* mReport;
     };
     const Row rows[] = {
         {"on the grid", 480, {2000, 4000}, false, 480, ""},

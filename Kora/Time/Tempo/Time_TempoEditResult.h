@@ -14,8 +14,8 @@ struct Time_TempoEditResult
     enum EReason {
         eReason_Done = 0,
         eReason_EmptyRange = 1, // the range, the step, the list or the length is empty, or negative
-        // mNearest: the tempo, factor, offset, length, sample, tick or count that stays within the limits; not a
-        // number where none does.
+        // mNearest: the tempo, factor, offset, length, sample, tick or count that stays within the limits;
+        // not a number where none does.
         eReason_OutOfLimits = 2,
         eReason_Locked = 3, // a locked position would move; mNearest: the tick of the first one that would
         eReason_BeforeSongStart = 4, // mNearest: the song start's tick

@@ -62,8 +62,8 @@ void Splice::AddPieces()
         if (&piece != &mPieces.front() || !HasTempoOf(piece, before)) Put(piece);
     if (mStays && mJoin == mFrom && !HasTempoOf(before, mTail))
         Put({mFrom, mTail.mBeatsPerMinute, mTail.mTicksPerBeat});
-    // Where no segment goes or comes, the one that is computed stays that. One that would come to the song start
-    // goes: with its lock the stretch behind it becomes the song start's.
+    // Where no segment goes or comes, the one that is computed stays that. One that would come to the song
+    // start goes: with its lock the stretch behind it becomes the song start's.
     const bool goesAtStart =
         mStays && mJoin == mFrom && mFrom < mTo && mMap.FindSegment(mTo) != mMap.SegmentEnd();
     const auto last = mMap.FindControllingSegment(mTo - Time_TickLength(1));

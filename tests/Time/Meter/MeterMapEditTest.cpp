@@ -69,32 +69,41 @@ Bytes Canonical(const Time_MeterMap& iMap)
 } // namespace
 
 // The tables have one row a case; clang-format 14 fails on lambdas in them.
-// clang-format off
 TEST(MeterMapEdit, ChangesAreAddedForcedAndRemovedAndTheSongStartKeepsItsBar)
 {
     ExpectEdits({
         {"an empty map gets just the change", "", EDIT(AddMeterChange(At(8), c3_4)), "3| 3/4 @8"},
-        {"in a bar it opens the next", "1| 4/4   3| 6/8", EDIT(AddMeterChange(At(1), c3_4)), "1| 4/4 @0   2| 3/4 @1   5| 6/8 @8"},
-        {"before the first it has its place's bar", "1| 4/4", EDIT(AddMeterChange(At(-6), c3_4)), "-1| 3/4 @-6   1| 4/4 @0"},
-        {"removing joins the bars", "1| 4/4   2| 3/4 @1   4| 6/8", EDIT(RemoveMeterChange(At(1))), "1| 4/4 @0   3| 6/8 @7"},
-        {"forced from the bar's start", "1| 4/4", EDIT(ForceMeterAtBarBeat({3, 2, Quarters(0)}, c6_8)), "1| 4/4 @0   3| 6/8 @8"},
+        {"in a bar it opens the next", "1| 4/4   3| 6/8", EDIT(AddMeterChange(At(1), c3_4)),
+         "1| 4/4 @0   2| 3/4 @1   5| 6/8 @8"},
+        {"before the first it has its place's bar", "1| 4/4", EDIT(AddMeterChange(At(-6), c3_4)),
+         "-1| 3/4 @-6   1| 4/4 @0"},
+        {"removing joins the bars", "1| 4/4   2| 3/4 @1   4| 6/8", EDIT(RemoveMeterChange(At(1))),
+         "1| 4/4 @0   3| 6/8 @7"},
+        {"forced from the bar's start", "1| 4/4", EDIT(ForceMeterAtBarBeat({3, 2, Quarters(0)}, c6_8)),
+         "1| 4/4 @0   3| 6/8 @8"},
         {"over changes up to the place", "1| 4/4   2| 2/4   3| 3/4",
-            EDIT(ForceMeterAtBarBeat({2, 3, Quarters(0)}, c4_4)), "1| 4/4 @0   2| 4/4 @4   4| 3/4 @9"},
+         EDIT(ForceMeterAtBarBeat({2, 3, Quarters(0)}, c4_4)), "1| 4/4 @0   2| 4/4 @4   4| 3/4 @9"},
         {"forced on an empty map", "", EDIT(ForceMeterAtBarBeat({5, 3, Quarters(0)}, c4_4)), "5| 4/4 @16"},
         {"renumbering moves all", "1| 4/4   3| 3/4", EDIT(RenumberBars(-5)), "-4| 4/4 @0   -2| 3/4 @8"},
         {"renumbering makes an empty map real", "", EDIT(RenumberBars(2)), "3| 4/4 @0"},
-        {"made real, it starts at the default", "", [](auto& io) { io.SetSongStartTick(At(100)), io.MakeRealIfDefault(); }, "1| 4/4 @0"},
+        {"made real, it starts at the default", "",
+         [](auto& io) { io.SetSongStartTick(At(100)), io.MakeRealIfDefault(); }, "1| 4/4 @0"},
         // The song start keeps its bar.
         {"moved into a bar, which keeps its number", "1| 4/4", EDIT(SetSongStartTick(At(6))), "2| 4/4 @6"},
-        {"the old one goes where redundant", "1| 3/4 @-6   3| 3/4 @0", EDIT(SetSongStartTick(At(3))), "1| 3/4 @-6   4| 3/4 @3"},
-        {"and stays where not", "1| 4/4   2| 3/4", EDIT(SetSongStartTick(At(7))), "1| 4/4 @0   2| 3/4 @4   3| 3/4 @7"},
-        {"deleted, it comes back with its bar", "1| 4/4   2| 3/4", EDIT(Delete(At(0), At(1))), "1| 3/4 @0   3| 3/4 @4"},
+        {"the old one goes where redundant", "1| 3/4 @-6   3| 3/4 @0", EDIT(SetSongStartTick(At(3))),
+         "1| 3/4 @-6   4| 3/4 @3"},
+        {"and stays where not", "1| 4/4   2| 3/4", EDIT(SetSongStartTick(At(7))),
+         "1| 4/4 @0   2| 3/4 @4   3| 3/4 @7"},
+        {"deleted, it comes back with its bar", "1| 4/4   2| 3/4", EDIT(Delete(At(0), At(1))),
+         "1| 3/4 @0   3| 3/4 @4"},
         {"unless it is kept as it is", "1| 4/4   2| 3/4", EDIT(Delete(At(0), At(1), true)), "2| 3/4 @4"},
         {"deleting all leaves an empty map", "1| 4/4   2| 3/4", EDIT(Delete(At(0), At(5))), ""},
-        {"the meter before holds on", "1| 4/4   2| 3/4   4| 6/8", EDIT(Delete(At(4), At(10))), "1| 4/4 @0   4| 6/8 @10"},
-        {"erased, it holds again from the next barline", "1| 4/4   2| 3/4   4| 6/8", EDIT(Erase(At(4), At(5))),
-            "1| 4/4 @0   3| 3/4 @7   4| 6/8 @10"},
-        {"nothing is added where it holds anyway", "1| 4/4   2| 3/4   3| 4/4", EDIT(Erase(At(4), At(7))), "1| 4/4 @0   3| 4/4 @7"},
+        {"the meter before holds on", "1| 4/4   2| 3/4   4| 6/8", EDIT(Delete(At(4), At(10))),
+         "1| 4/4 @0   4| 6/8 @10"},
+        {"erased, it holds again from the next barline", "1| 4/4   2| 3/4   4| 6/8",
+         EDIT(Erase(At(4), At(5))), "1| 4/4 @0   3| 3/4 @7   4| 6/8 @10"},
+        {"nothing is added where it holds anyway", "1| 4/4   2| 3/4   3| 4/4", EDIT(Erase(At(4), At(7))),
+         "1| 4/4 @0   3| 4/4 @7"},
     });
 }
 
@@ -103,27 +112,41 @@ TEST(MeterMapEdit, DeletedAndInsertedTimeRefitsItsBars)
     const Time_MeterMap clip = Clip();
     ExpectEdits({
         {"a whole bar", "1| 4/4   5| 3/4", EDIT(DeleteTime(At(4), At(8))), "1| 4/4 @0   4| 3/4 @12"},
-        {"with the changes in it", "1| 4/4   2| 3/4   3| 4/4", EDIT(DeleteTime(At(4), At(7))), "1| 4/4 @0   2| 4/4 @4"},
-        {"one beat makes a 3/4 bar", "1| 4/4", EDIT(DeleteTime(At(5), At(6))), "1| 4/4 @0   2| 3/4 @4   3| 4/4 @7"},
-        {"half a beat makes 7/8", "1| 4/4", EDIT(DeleteTime(At(5), At(5.5))), "1| 4/4 @0   2| 7/8 @4   3| 4/4 @7+480000"},
-        {"a short rest joins the bar before", "1| 4/4", EDIT(DeleteTime(At(4.5), At(7.5))), "1| 5/4 @0   2| 4/4 @5"},
-        {"to 6/4, which is split in two", "1| 4/4", EDIT(DeleteTime(At(4.5), At(6.5))), "1| 3/4 @0   3| 4/4 @6"},
+        {"with the changes in it", "1| 4/4   2| 3/4   3| 4/4", EDIT(DeleteTime(At(4), At(7))),
+         "1| 4/4 @0   2| 4/4 @4"},
+        {"one beat makes a 3/4 bar", "1| 4/4", EDIT(DeleteTime(At(5), At(6))),
+         "1| 4/4 @0   2| 3/4 @4   3| 4/4 @7"},
+        {"half a beat makes 7/8", "1| 4/4", EDIT(DeleteTime(At(5), At(5.5))),
+         "1| 4/4 @0   2| 7/8 @4   3| 4/4 @7+480000"},
+        {"a short rest joins the bar before", "1| 4/4", EDIT(DeleteTime(At(4.5), At(7.5))),
+         "1| 5/4 @0   2| 4/4 @5"},
+        {"to 6/4, which is split in two", "1| 4/4", EDIT(DeleteTime(At(4.5), At(6.5))),
+         "1| 3/4 @0   3| 4/4 @6"},
         {"to 8/8, which is reduced", "1| 7/8", EDIT(DeleteTime(At(3.75), At(6.75))), "1| 4/4 @0   2| 7/8 @4"},
-        {"the first bar keeps its number", "1| 4/4   3| 3/4", EDIT(DeleteTime(At(0), At(4))), "1| 3/4 @0   3| 3/4 @4"},
-        {"bars before the start are not refitted", "1| 4/4", EDIT(DeleteTime(At(5), At(8))), "1| 4/4 @0   2| 4/4 @4   3| 4/4 @5"},
-        {"what no meter has is cut", "1| 4/4", EDIT(DeleteTime(At(5), At(5, 7))), "1| 4/4 @0   2| 4/4 @4   3| 4/4 @7+959993"},
+        {"the first bar keeps its number", "1| 4/4   3| 3/4", EDIT(DeleteTime(At(0), At(4))),
+         "1| 3/4 @0   3| 3/4 @4"},
+        {"bars before the start are not refitted", "1| 4/4", EDIT(DeleteTime(At(5), At(8))),
+         "1| 4/4 @0   2| 4/4 @4   3| 4/4 @5"},
+        {"what no meter has is cut", "1| 4/4", EDIT(DeleteTime(At(5), At(5, 7))),
+         "1| 4/4 @0   2| 4/4 @4   3| 4/4 @7+959993"},
         {"an empty map stays so for whole bars", "", EDIT(DeleteTime(At(4), At(8))), ""},
         // Inserted.
         {"a whole bar", "1| 4/4   3| 3/4", EDIT(InsertTime(At(4), Quarters(4))), "1| 4/4 @0   4| 3/4 @12"},
-        {"a beat at a barline joins the bar before", "1| 4/4", EDIT(InsertTime(At(4), Quarters(1))), "1| 5/4 @0   2| 4/4 @5"},
-        {"inside a bar it lengthens it", "1| 4/4", EDIT(InsertTime(At(5), Quarters(1))), "1| 4/4 @0   2| 5/4 @4   3| 4/4 @9"},
-        {"before a shorter bar it goes into that", "1| 4/4   2| 2/4   3| 4/4", EDIT(InsertTime(At(4), Quarters(1))),
-            "1| 4/4 @0   2| 3/4 @4   3| 4/4 @7"},
-        {"a clip fills the gap", "1| 4/4", EDIT(InsertTime(At(4), Quarters(3), &clip)), "1| 4/4 @0   2| 3/4 @4   3| 4/4 @7"},
-        {"6/8 becomes 3/4: a quarter divides it", "1| 6/8", EDIT(InsertTime(At(3), Quarters(3))), "1| 6/8 @0   2| 3/4 @3"},
+        {"a beat at a barline joins the bar before", "1| 4/4", EDIT(InsertTime(At(4), Quarters(1))),
+         "1| 5/4 @0   2| 4/4 @5"},
+        {"inside a bar it lengthens it", "1| 4/4", EDIT(InsertTime(At(5), Quarters(1))),
+         "1| 4/4 @0   2| 5/4 @4   3| 4/4 @9"},
+        {"before a shorter bar it goes into that", "1| 4/4   2| 2/4   3| 4/4",
+         EDIT(InsertTime(At(4), Quarters(1))), "1| 4/4 @0   2| 3/4 @4   3| 4/4 @7"},
+        {"a clip fills the gap", "1| 4/4", EDIT(InsertTime(At(4), Quarters(3), &clip)),
+         "1| 4/4 @0   2| 3/4 @4   3| 4/4 @7"},
+        {"6/8 becomes 3/4: a quarter divides it", "1| 6/8", EDIT(InsertTime(At(3), Quarters(3))),
+         "1| 6/8 @0   2| 3/4 @3"},
         {"whole bars leave an empty map as it is", "", EDIT(InsertTime(At(5), Quarters(4))), ""},
-        {"an empty map gets a pinned meter", "", EDIT(InsertTime(At(5), Quarters(1))), "1| 4/4 @0   2| 5/4 @4   3| 4/4 @9"},
-        {"a million bars", "1| 4/4   3| 3/4", EDIT(InsertTime(At(4), Quarters(4e6))), "1| 4/4 @0   1000003| 3/4 @4000008"},
+        {"an empty map gets a pinned meter", "", EDIT(InsertTime(At(5), Quarters(1))),
+         "1| 4/4 @0   2| 5/4 @4   3| 4/4 @9"},
+        {"a million bars", "1| 4/4   3| 3/4", EDIT(InsertTime(At(4), Quarters(4e6))),
+         "1| 4/4 @0   1000003| 3/4 @4000008"},
     });
 }
 
@@ -139,22 +162,26 @@ TEST(MeterMapEdit, MovedChangesKeepTheirOrder)
     ExpectEdits({
         {"forward", "1| 4/4   2| 3/4   3| 5/4", shift(4, 1), "1| 4/4 @0   3| 3/4 @5   4| 5/4 @8"},
         {"back", "1| 4/4   3| 3/4   4| 5/4", shift(8, -4), "1| 4/4 @0   2| 3/4 @4   3| 5/4 @7"},
-        {"realigned by as much as the bar was cut", "1| 4/4   2| 3/4 @1   5| 5/8 @10", EDIT(RealignExistingMeterChangesToBBT(At(1))),
-            "1| 4/4 @0   2| 3/4 @1   4| 5/8 @7"},
+        {"realigned by as much as the bar was cut", "1| 4/4   2| 3/4 @1   5| 5/8 @10",
+         EDIT(RealignExistingMeterChangesToBBT(At(1))), "1| 4/4 @0   2| 3/4 @1   4| 5/8 @7"},
         {"realigned by nothing", "1| 4/4   2| 3/4   4| 5/8", EDIT(RealignExistingMeterChangesToBBT(At(0))),
-            "1| 4/4 @0   2| 3/4 @4   4| 5/8 @10"},
-        {"all, numbers stay", "7| 4/4   8| 3/4", EDIT(ShiftAllMeterEventsByNumTicks(Quarters(-9))), "7| 4/4 @-9   8| 3/4 @-5"},
+         "1| 4/4 @0   2| 3/4 @4   4| 5/8 @10"},
+        {"all, numbers stay", "7| 4/4   8| 3/4", EDIT(ShiftAllMeterEventsByNumTicks(Quarters(-9))),
+         "7| 4/4 @-9   8| 3/4 @-5"},
     });
     const Time_MeterMap cut = MakeMeterMap("1| 4/4   2| 3/4 @1   3| 6/8");
     for (std::size_t i = 0; i < 3; ++i)
         EXPECT_EQ(cut.IterBegin()[i].IsOffBarline(), i == 1) << i;
     const AssertRecorder recorder;
     ExpectEdits({
-        {"onto one that stays: the moved one stays", "1| 4/4   2| 3/4   3| 5/4", shift(7, -3), "1| 4/4 @0   2| 5/4 @4"},
-        {"past one that stays", "1| 4/4   2| 3/4   3| 5/4", shift(7, -5), "1| 4/4 @0   2| 5/4 @2   3| 3/4 @4"},
-        {"onto the realigned one", "1| 4/4   2| 3/4 @1   3| 5/8 @4", EDIT(RealignExistingMeterChangesToBBT(At(1))),
-            "1| 4/4 @0   2| 5/8 @1"},
-        {"before its predecessor", "4| 4/4   5| 3/4   6| 5/8", realignBehindFirst, "2| 3/4 @-8   5| 4/4 @0   10| 5/8 @19"},
+        {"onto one that stays: the moved one stays", "1| 4/4   2| 3/4   3| 5/4", shift(7, -3),
+         "1| 4/4 @0   2| 5/4 @4"},
+        {"past one that stays", "1| 4/4   2| 3/4   3| 5/4", shift(7, -5),
+         "1| 4/4 @0   2| 5/4 @2   3| 3/4 @4"},
+        {"onto the realigned one", "1| 4/4   2| 3/4 @1   3| 5/8 @4",
+         EDIT(RealignExistingMeterChangesToBBT(At(1))), "1| 4/4 @0   2| 5/8 @1"},
+        {"before its predecessor", "4| 4/4   5| 3/4   6| 5/8", realignBehindFirst,
+         "2| 3/4 @-8   5| 4/4 @0   10| 5/8 @19"},
     });
     EXPECT_EQ(recorder.Take(), Reports(4, cOutOfOrder));
 }
@@ -173,24 +200,34 @@ TEST(MeterMapEdit, PasteFillsTheRangeAndKeepsTheMeterBehindIt)
         return [=, &iClip](Time_MeterMap& ioMap) { ioMap.Paste(At(iStart), At(iEnd), &iClip, iKeep); };
     };
     ExpectEdits({
-        {"changes as they were", "1| 4/4", paste(20, 27, whole), "1| 4/4 @0   6| 3/4 @20   8| 6/8 @26   9| 4/4 @28"},
-        {"a carried one at its barline", "1| 4/4", paste(20, 27, carried), "1| 4/4 @0   7| 3/4 @22   8| 6/8 @25   9| 4/4 @28"},
+        {"changes as they were", "1| 4/4", paste(20, 27, whole),
+         "1| 4/4 @0   6| 3/4 @20   8| 6/8 @26   9| 4/4 @28"},
+        {"a carried one at its barline", "1| 4/4", paste(20, 27, carried),
+         "1| 4/4 @0   7| 3/4 @22   8| 6/8 @25   9| 4/4 @28"},
         {"but not where its meter holds", "1| 3/4", paste(1, 5, held), "1| 3/4 @0"},
         {"old changes of the range go", "1| 4/4   3| 5/8   4| 7/8", paste(8, 15, whole),
-            "1| 4/4 @0   3| 3/4 @8   5| 6/8 @14   7| 7/8 @17+480000"},
-        {"what does not fit is left out", "1| 4/4   2| 2/4   3| 4/4", paste(4, 6, whole), "1| 4/4 @0   2| 3/4 @4   3| 4/4 @6"},
+         "1| 4/4 @0   3| 3/4 @8   5| 6/8 @14   7| 7/8 @17+480000"},
+        {"what does not fit is left out", "1| 4/4   2| 2/4   3| 4/4", paste(4, 6, whole),
+         "1| 4/4 @0   2| 3/4 @4   3| 4/4 @6"},
         {"the song start comes back", "1| 4/4 @-8   3| 2/4 @0", paste(-4, 3, whole),
-            "0| 4/4 @-8   1| 3/4 @-4   3| 3/4 @0   4| 6/8 @2   5| 2/4 @4"},
-        {"or not", "1| 4/4 @-8   3| 2/4 @0", paste(-4, 3, whole, true), "1| 4/4 @-8   2| 3/4 @-4   4| 6/8 @2   5| 2/4 @4"},
+         "0| 4/4 @-8   1| 3/4 @-4   3| 3/4 @0   4| 6/8 @2   5| 2/4 @4"},
+        {"or not", "1| 4/4 @-8   3| 2/4 @0", paste(-4, 3, whole, true),
+         "1| 4/4 @-8   2| 3/4 @-4   4| 6/8 @2   5| 2/4 @4"},
         {"the song start is set before bars are numbered", "1| 4/4 @-8", paste(-4, 3, fifty),
-            "-48| 4/4 @-8   -47| 3/4 @-4   -45| 3/4 @0   -43| 4/4 @4"},
+         "-48| 4/4 @-8   -47| 3/4 @-4   -45| 3/4 @0   -43| 4/4 @4"},
         {"over the default change", "", paste(0, 7, whole), "2| 3/4 @0   4| 6/8 @6   5| 4/4 @8"},
     });
 }
 
 TEST(MeterMapEdit, CopyCarriesTheMeterInForceIn)
 {
-    const struct { const char* mName; double mStart, mEnd; const char* mClip; bool mIsCarriedIn; } cCases[] = {
+    const struct
+    {
+        const char* mName;
+        double mStart, mEnd;
+        const char* mClip;
+        bool mIsCarriedIn;
+    } cCases[] = {
         {"from a change on", 4, 12, "2| 3/4 @0   4| 6/8 @6", false},
         {"from inside a bar: at the next barline", 5, 12, "3| 3/4 @2   4| 6/8 @5", true},
         {"where no change lies", 12, 20, "5| 6/8 @1", true},
@@ -212,7 +249,14 @@ TEST(MeterMapEdit, CopyCarriesTheMeterInForceIn)
 TEST(MeterMapEdit, BroadcastsAreCounted)
 {
     const Time_MeterMap other = MakeMeterMap("1| 3/4");
-    const struct { const char* mName; const char* mBefore; Edit mEdit; int mTold; bool mNoticed; } cCases[] = {
+    const struct
+    {
+        const char* mName;
+        const char* mBefore;
+        Edit mEdit;
+        int mTold;
+        bool mNoticed;
+    } cCases[] = {
         {"an initial change is silent", "", EDIT(AddInitialMeterChange(At(0), c3_4, 1)), 0, true},
         {"making real is silent", "", EDIT(MakeRealIfDefault()), 0, true},
         {"Clear is silent", "1| 4/4", EDIT(Clear()), 0, true},
@@ -230,7 +274,8 @@ TEST(MeterMapEdit, BroadcastsAreCounted)
         {"shifting by zero is nothing", "1| 4/4", EDIT(ShiftAllMeterEventsByNumTicks(Quarters(0))), 0, false},
         {"shifting an empty map is nothing", "", EDIT(ShiftAllMeterEventsByNumTicks(Quarters(1))), 0, false},
         {"forcing on an empty map", "", EDIT(ForceMeterAtBarBeat({2, 1, Quarters(0)}, c3_4)), 1, true},
-        {"forcing what is in force is nothing", "1| 4/4", EDIT(ForceMeterAtBarBeat({2, 1, Quarters(0)}, c4_4)), 0, false},
+        {"forcing what is in force is nothing", "1| 4/4",
+         EDIT(ForceMeterAtBarBeat({2, 1, Quarters(0)}, c4_4)), 0, false},
         {"replacing", "1| 4/4", EDIT(ReplaceWith(other)), 1, true},
         {"a copy's destination", "", [&](auto& ioMap) { other.Copy(&ioMap, At(0), At(9)); }, 1, true},
     };
@@ -251,7 +296,11 @@ TEST(MeterMapEdit, BrokenPreconditionsAreReportedInTheseWords)
     Time_MeterMap clip;
     const std::string before = map.Dump();
     const AssertRecorder recorder;
-    const struct { const char* mText; Edit mEdit; } cCases[] = {
+    const struct
+    {
+        const char* mText;
+        Edit mEdit;
+    } cCases[] = {
         {"iSrcP", EDIT(Paste(At(0), At(4), nullptr))},
         {"oDestP", EDIT(Copy(nullptr, At(0), At(4)))},
         {"iStartTick <= iEndTick", EDIT(Delete(At(4), At(0)))},
@@ -268,7 +317,6 @@ TEST(MeterMapEdit, BrokenPreconditionsAreReportedInTheseWords)
     EXPECT_EQ(recorder.Take(), Reports{"this->IsDefault()" + cSource});
     EXPECT_EQ(ToText(map), "1| 4/4 @0   2| 6/8 @2   3| 3/4 @4");
 }
-// clang-format on
 
 TEST(MeterMapEdit, OverwritingKeepsTheBarNumber)
 {

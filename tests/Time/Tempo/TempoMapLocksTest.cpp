@@ -186,7 +186,8 @@ TEST(TempoMapLocks, AMapMovesAsAWhole)
     EXPECT_EQ(recorder.Take().size(), 5U);
 }
 
-// A deletion from the song start up to a lock takes that lock's computed tempo with it, once wrongly for good.
+// A deletion from the song start up to a lock takes that lock's computed tempo with
+// it, once wrongly for good.
 TEST(TempoMapLocks, ADeletionUpToALockLeavesOneComputedTempoBehindTheSongStart)
 {
     Time_TempoMap map;
