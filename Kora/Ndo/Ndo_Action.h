@@ -21,7 +21,7 @@ public:
     // Carries the action out and, where that succeeds, gives it to the recording operation. The action was
     // made with `new`, without an over-aligned type or an `operator new` of its own, and now:
     //     Do succeeded, an operation records     the operation owns it
-    //     Do succeeded, none records             its memory is released WITHOUT its destructor: it owns nothing
+    //     Do succeeded, none records             released as memory WITHOUT its destructor: it owns nothing
     //     Do failed, AutoDeleteOnFail() is true  it is destroyed
     //     Do failed, AutoDeleteOnFail() is false it stays the caller's
     // What Do throws reaches the caller, whose the action stays.

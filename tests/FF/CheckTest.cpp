@@ -37,10 +37,11 @@ protected:
 };
 
 // Each row damages one place of the song; bytes are inverted where no value is given.
+using Damage = std::vector<std::pair<std::size_t, int>>; // offsets and values
+
 TEST_F(CheckTest, EachFaultIsNamedWhereItIs)
 {
     constexpr int cInvert = -1;
-    using Damage = std::vector<std::pair<std::size_t, int>>; // offsets and values
     const char* const cNoHeader = "19: expected the header stream, found no sound header of one";
     struct Row
     {

@@ -477,7 +477,9 @@ TEST(TOC, DescriptionsAreUtf8OnDiskAndCutAtACharacter)
         const char* mName;
         ETextEncoding mEncoding;
         bool mRepair;
-        std::string mGiven, mOnDisk, mTaken;
+        std::string mGiven;
+        std::string mOnDisk;
+        std::string mTaken;
     } cases[] = {
         {"what just fits", eTextEncoding_Utf8, false, full, full, full},
         {"one byte too many", eTextEncoding_Utf8, false, full + "b", full, full},

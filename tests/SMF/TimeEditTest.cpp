@@ -57,81 +57,81 @@ using Lines = std::vector<std::string>;
 void DeleteTenToTwenty(SMF_TimeEdit& ioEdit) { ioEdit.DeleteTime(At(10), At(20)); }
 void RepeatTenToTwenty(SMF_TimeEdit& ioEdit) { ioEdit.RepeatTime(At(10), At(20), 1); }
 
+const struct
+{
+    const char* mName;
+    const char* mIn;
+    Edit mEdit;
+    const char* mExpected;
+} cWholeMusic[] = {
+    {"a note that ends inside ends at the deletion", "5: 90 3c40, 15: 80 3c40, 30: ff2f", DeleteTenToTwenty,
+     "5: 90 3c40, 10: 80 3c40, 20: ff2f"},
+    {"one across it is shortened, one inside it goes",
+     "5: 90 3c40, 11: 90 4040, 12: 80 4000, 25: 80 3c40, 30: ff2f", DeleteTenToTwenty,
+     "5: 90 3c40, 15: 80 3c40, 20: ff2f"},
+    {"the first begun is the first ended", "5: 90 3c40, 11: 90 3c41, 15: 90 3c00, 25: 80 3c40, 30: ff2f",
+     DeleteTenToTwenty, "5: 90 3c40, 10: 90 3c00, 20: ff2f"},
+    {"the last of each kind takes effect, texts and key pressure go",
+     "0: c0 01, 11: c0 02, 12: c0 03, 12: ff01 61, 13: e0 0050, 14: a0 3c01, 15: d0 20, 16: b0 0740, 30: "
+     "ff2f",
+     DeleteTenToTwenty, "0: c0 01, 10: c0 03, 10: e0 0050, 10: d0 20, 10: b0 0740, 20: ff2f"},
+    {"unless it is set anew there", "11: c0 02, 12: ff51 0a0000, 20: c0 04, 20: ff51 0b0000, 30: ff2f",
+     DeleteTenToTwenty, "10: c0 04, 10: ff51 0b0000, 20: ff2f"},
+    {"a program comes with its bank, and the bank behind it too",
+     "11: b0 0001, 12: c0 02, 13: b0 0005, 30: ff2f", DeleteTenToTwenty,
+     "10: b0 0001, 10: c0 02, 10: b0 0005, 20: ff2f"},
+    {"a parameter's data goes where it went",
+     "1: b0 6500, 2: b0 6400, 11: b0 060c, 12: b0 657f, 13: b0 647f, 30: ff2f", DeleteTenToTwenty,
+     "1: b0 6500, 2: b0 6400, 10: b0 060c, 10: b0 657f, 10: b0 647f, 20: ff2f"},
+    {"a reset of all controllers is what it resets",
+     "0: b0 407f, 0: e0 0050, 0: b0 7900, 5: b0 407f, 6: d0 10, 11: b0 7900, 12: b0 0120, 30: ff2f",
+     DeleteTenToTwenty,
+     "0: b0 407f, 0: e0 0050, 0: b0 7900, 5: b0 407f, 6: d0 10, 10: b0 4000, 10: d0 00, 10: b0 0120, 20: "
+     "ff2f"},
+    {"what sets up at the first tick stays there",
+     "0: ff03 61, 0: f0 7ef7, 0: c0 01, 0: 90 3c40, 5: 80 3c40, 12: 90 3c40, 13: 80 3c40, 30: ff2f",
+     [](SMF_TimeEdit& e) { e.DeleteTime(At(0), At(10)); },
+     "0: ff03 61, 0: f0 7ef7, 0: c0 01, 2: 90 3c40, 3: 80 3c40, 20: ff2f"},
+    {"and when time comes before", "0: ff03 61, 0: 90 3c40, 0: c0 01, 5: 80 3c40, 5: ff2f",
+     [](SMF_TimeEdit& e) { e.InsertTime(At(0), Ticks(10)); },
+     "0: ff03 61, 0: c0 01, 10: 90 3c40, 15: 80 3c40, 15: ff2f"},
+    {"an insertion ends no note, and a note that ends there ends there",
+     "5: 90 3c40, 6: 90 4040, 10: 80 3c40, 10: 90 3c41, 20: 80 4040, 21: 80 3c40, 30: ff2f",
+     [](SMF_TimeEdit& e) { e.InsertTime(At(10), Ticks(10)); },
+     "5: 90 3c40, 6: 90 4040, 10: 80 3c40, 20: 90 3c41, 30: 80 4040, 31: 80 3c40, 40: ff2f"},
+    {"a copy begins as its stretch did, and its notes end with it",
+     "0: c0 01, 8: 90 4040, 12: c0 02, 15: 90 3c40, 25: 80 3c40, 26: 80 4040, 30: ff2f", RepeatTenToTwenty,
+     "0: c0 01, 8: 90 4040, 12: c0 02, 15: 90 3c40, 20: c0 01, 22: c0 02, 25: 90 3c40, 30: 80 3c40, 35: "
+     "80 3c40, 36: 80 4040, 40: ff2f"},
+    {"what was never told is as players begin", "12: e0 0050, 12: b0 407f, 12: b0 5b10, 30: ff2f",
+     RepeatTenToTwenty,
+     "12: e0 0050, 12: b0 407f, 12: b0 5b10, 20: b0 4000, 20: e0 0040, 22: e0 0050, 22: b0 407f, 22: b0 "
+     "5b10, 40: ff2f"},
+    {"a copy of a note that never ends does", "15: 90 3c40, 30: ff2f", RepeatTenToTwenty,
+     "15: 90 3c40, 25: 90 3c40, 30: 80 3c40, 40: ff2f"},
+    {"a moved stretch keeps its state, and leaves the others theirs",
+     "0: c0 01, 12: c0 02, 13: 90 3c40, 22: 80 3c40, 30: c0 03, 31: ff01 61, 40: ff2f",
+     [](SMF_TimeEdit& e) { e.MoveTime(At(10), At(20), At(35)); },
+     "0: c0 01, 10: c0 02, 20: c0 03, 21: ff01 61, 25: c0 01, 27: c0 02, 28: 90 3c40, 35: 80 3c40, 35: "
+     "c0 03, 40: ff2f"},
+    {"ticks are rounded once", "10: c0 01, 30: ff2f",
+     [](SMF_TimeEdit& e) {
+         for (int i = 0; i < 3; ++i)
+             e.InsertTime(At(5), Time_TickLength(500));
+     },
+     "12: c0 01, 32: ff2f"},
+};
+
 TEST(SMFTimeEdit, WhatTheRangeHoldsStaysWhole)
 {
-    const struct
-    {
-        const char* name;
-        const char* in;
-        Edit edit;
-        const char* expected;
-    } rows[] = {
-        {"a note that ends inside ends at the deletion", "5: 90 3c40, 15: 80 3c40, 30: ff2f",
-         DeleteTenToTwenty, "5: 90 3c40, 10: 80 3c40, 20: ff2f"},
-        {"one across it is shortened, one inside it goes",
-         "5: 90 3c40, 11: 90 4040, 12: 80 4000, 25: 80 3c40, 30: ff2f", DeleteTenToTwenty,
-         "5: 90 3c40, 15: 80 3c40, 20: ff2f"},
-        {"the first begun is the first ended", "5: 90 3c40, 11: 90 3c41, 15: 90 3c00, 25: 80 3c40, 30: ff2f",
-         DeleteTenToTwenty, "5: 90 3c40, 10: 90 3c00, 20: ff2f"},
-        {"the last of each kind takes effect, texts and key pressure go",
-         "0: c0 01, 11: c0 02, 12: c0 03, 12: ff01 61, 13: e0 0050, 14: a0 3c01, 15: d0 20, 16: b0 0740, 30: "
-         "ff2f",
-         DeleteTenToTwenty, "0: c0 01, 10: c0 03, 10: e0 0050, 10: d0 20, 10: b0 0740, 20: ff2f"},
-        {"unless it is set anew there", "11: c0 02, 12: ff51 0a0000, 20: c0 04, 20: ff51 0b0000, 30: ff2f",
-         DeleteTenToTwenty, "10: c0 04, 10: ff51 0b0000, 20: ff2f"},
-        {"a program comes with its bank, and the bank behind it too",
-         "11: b0 0001, 12: c0 02, 13: b0 0005, 30: ff2f", DeleteTenToTwenty,
-         "10: b0 0001, 10: c0 02, 10: b0 0005, 20: ff2f"},
-        {"a parameter's data goes where it went",
-         "1: b0 6500, 2: b0 6400, 11: b0 060c, 12: b0 657f, 13: b0 647f, 30: ff2f", DeleteTenToTwenty,
-         "1: b0 6500, 2: b0 6400, 10: b0 060c, 10: b0 657f, 10: b0 647f, 20: ff2f"},
-        {"a reset of all controllers is what it resets",
-         "0: b0 407f, 0: e0 0050, 0: b0 7900, 5: b0 407f, 6: d0 10, 11: b0 7900, 12: b0 0120, 30: ff2f",
-         DeleteTenToTwenty,
-         "0: b0 407f, 0: e0 0050, 0: b0 7900, 5: b0 407f, 6: d0 10, 10: b0 4000, 10: d0 00, 10: b0 0120, 20: "
-         "ff2f"},
-        {"what sets up at the first tick stays there",
-         "0: ff03 61, 0: f0 7ef7, 0: c0 01, 0: 90 3c40, 5: 80 3c40, 12: 90 3c40, 13: 80 3c40, 30: ff2f",
-         [](SMF_TimeEdit& e) { e.DeleteTime(At(0), At(10)); },
-         "0: ff03 61, 0: f0 7ef7, 0: c0 01, 2: 90 3c40, 3: 80 3c40, 20: ff2f"},
-        {"and when time comes before", "0: ff03 61, 0: 90 3c40, 0: c0 01, 5: 80 3c40, 5: ff2f",
-         [](SMF_TimeEdit& e) { e.InsertTime(At(0), Ticks(10)); },
-         "0: ff03 61, 0: c0 01, 10: 90 3c40, 15: 80 3c40, 15: ff2f"},
-        {"an insertion ends no note, and a note that ends there ends there",
-         "5: 90 3c40, 6: 90 4040, 10: 80 3c40, 10: 90 3c41, 20: 80 4040, 21: 80 3c40, 30: ff2f",
-         [](SMF_TimeEdit& e) { e.InsertTime(At(10), Ticks(10)); },
-         "5: 90 3c40, 6: 90 4040, 10: 80 3c40, 20: 90 3c41, 30: 80 4040, 31: 80 3c40, 40: ff2f"},
-        {"a copy begins as its stretch did, and its notes end with it",
-         "0: c0 01, 8: 90 4040, 12: c0 02, 15: 90 3c40, 25: 80 3c40, 26: 80 4040, 30: ff2f",
-         RepeatTenToTwenty,
-         "0: c0 01, 8: 90 4040, 12: c0 02, 15: 90 3c40, 20: c0 01, 22: c0 02, 25: 90 3c40, 30: 80 3c40, 35: "
-         "80 3c40, 36: 80 4040, 40: ff2f"},
-        {"what was never told is as players begin", "12: e0 0050, 12: b0 407f, 12: b0 5b10, 30: ff2f",
-         RepeatTenToTwenty,
-         "12: e0 0050, 12: b0 407f, 12: b0 5b10, 20: b0 4000, 20: e0 0040, 22: e0 0050, 22: b0 407f, 22: b0 "
-         "5b10, 40: ff2f"},
-        {"a copy of a note that never ends does", "15: 90 3c40, 30: ff2f", RepeatTenToTwenty,
-         "15: 90 3c40, 25: 90 3c40, 30: 80 3c40, 40: ff2f"},
-        {"a moved stretch keeps its state, and leaves the others theirs",
-         "0: c0 01, 12: c0 02, 13: 90 3c40, 22: 80 3c40, 30: c0 03, 31: ff01 61, 40: ff2f",
-         [](SMF_TimeEdit& e) { e.MoveTime(At(10), At(20), At(35)); },
-         "0: c0 01, 10: c0 02, 20: c0 03, 21: ff01 61, 25: c0 01, 27: c0 02, 28: 90 3c40, 35: 80 3c40, 35: "
-         "c0 03, 40: ff2f"},
-        {"ticks are rounded once", "10: c0 01, 30: ff2f",
-         [](SMF_TimeEdit& e) {
-             for (int i = 0; i < 3; ++i)
-                 e.InsertTime(At(5), Time_TickLength(500));
-         },
-         "12: c0 01, 32: ff2f"},
-    };
-    for (const auto& row : rows) {
+    for (const auto& row : cWholeMusic) {
         const AssertRecorder reports;
         SMF_File file(cDivision);
-        file.AddTrack(TrackOf(row.in));
+        file.AddTrack(TrackOf(row.mIn));
         SMF_TimeEdit edit(file);
-        row.edit(edit);
-        EXPECT_EQ(EventsOf(edit.GetFile().GetTracks()[0]), row.expected) << row.name;
-        EXPECT_EQ(reports.Take(), Lines()) << row.name;
+        row.mEdit(edit);
+        EXPECT_EQ(EventsOf(edit.GetFile().GetTracks()[0]), row.mExpected) << row.mName;
+        EXPECT_EQ(reports.Take(), Lines()) << row.mName;
     }
 }
 

@@ -19,16 +19,15 @@ TEST_F(CommandTest, BadInputGivesOneLineAndNothingElse)
     const std::string cut8 = "byte 0: the file is cut short: 4 bytes of a chunk header, expected 8\n";
     const std::string notANumber =
         "kora: stdin: line 1001: \"x\" is not a position in samples, expected a whole number\n";
-    // clang-format off
     const std::pair<std::vector<std::string>, std::string> rows[] = {
         {{"song", "CommandTest_cut.mid"}, "kora: CommandTest_cut.mid: " + cut8},
         {{"song", "CommandTest_none.mid"}, "kora: CommandTest_none.mid: no such file\n"},
         {{"song", "."}, "kora: .: a folder, expected a MIDI file or a document\n"},
-        {{"convert", "CommandTest_cut.mid", "--from", "ticks", "--to", "bars"}, "kora: CommandTest_cut.mid: " + cut8},
+        {{"convert", "CommandTest_cut.mid", "--from", "ticks", "--to", "bars"},
+         "kora: CommandTest_cut.mid: " + cut8},
         {{"convert", "CommandTest_good.mid", "--from", "samples", "--to", "bars"}, notANumber},
         {{"convert", "-", "--from", "samples", "--to", "samples"}, notANumber},
     };
-    // clang-format on
     std::string input;
     for (int i = 0; i < 1000; ++i)
         input += "44100\n";

@@ -64,78 +64,79 @@ protected:
     }
 };
 
+// What is done to eight bars of 4/4 at 120, and what they are then.
+const struct
+{
+    const char* mName;
+    const char* mArguments;
+    const char* mExpected;
+} cDecisions[] = {
+    {"no operation", "", "t0=120 m0=4/4 end 32"},
+    {"a tempo replaces one at its tick", "--tempo 2|1 90 --tempo 2|1|0 80", "t0=120 t4=80 m0=4/4 end 32"},
+    {"in the order given", "--tempo 2|1 90 --scale 50 --tempo 3|1 100", "t0=60 t4=45 t8=100 m0=4/4 end 32"},
+    {"a scale scales the tempo at the start that is not written", "--scale 150", "t0=180 m0=4/4 end 32"},
+    {"a scaled range has its tempo at its ends", "--scale 50 2|1 3|1", "t0=120 t4=60 t8=120 m0=4/4 end 32"},
+    {"steps that a file tick is longer than are joined", "--ramp 2|1 2|1|30000 100 60 --steps 99",
+     "t0=120 t4=93.17 t4.01042=79.81 t4.02083=66.44 t4.03125=60 m0=4/4 end 32"},
+    {"steps", "--ramp 2|1 3|1 90 120 --steps 2", "t0=120 t4=97.31 t6=112.33 t8=120 m0=4/4 end 32"},
+    {"a curve", "--ramp 2|1 3|1 90 120 --steps 2 --curve linear",
+     "t0=120 t4=98.03 t6=113.03 t8=120 m0=4/4 end 32"},
+    {"equal ends are one tempo", "--ramp 2|1 3|1 90 90", "t0=120 t4=90 m0=4/4 end 32"},
+    {"a fit", "--fit 2|1 3|1 4", "t0=120 t4=60 t8=120 m0=4/4 end 32"},
+    {"every form of a position",
+     "--tempo 1000023040000ticks 64 --tempo 00:00:10:00 63 --tempo 352800samples 62 --tempo 4.0 61 "
+     "--tempo 0:02 60",
+     "t0=120 t4=60 t8=61 t16=62 t20=63 t24=64 m0=4/4 end 32"},
+    {"bars of the meter in force there", "--meter 3|1 3/4 --insert 4|1 2bars", "t0=120 m0=4/4 m8=3/4 end 38"},
+    {"inserted seconds last that long in the tempo before", "--tempo 3|1 60 --insert 3|1 2.0",
+     "t0=120 t12=60 m0=4/4 end 36"},
+    {"nothing inserted, nothing repeated", "--insert 3|1 0ticks --repeat 1|1 2|1 0", "t0=120 m0=4/4 end 32"},
+    {"insert and delete", "--tempo 3|1 90 --insert 2|3 5ticks --delete 2|3 2|3|5",
+     "t0=120 t8=90 m0=4/4 end 32"},
+    {"the last inside takes effect at the end", "--tempo 2|2 90 --key 2|3 Eb --delete 2|1 3|1",
+     "t0=120 t4=90 m0=4/4 k4=Eb major end 28"},
+    {"unless one there sets it anew", "--tempo 2|2 90 --tempo 3|1 80 --delete 2|1 3|1",
+     "t0=120 t4=80 m0=4/4 end 28"},
+    {"a copy begins as its stretch did", "--tempo 2|3 90 --repeat 2|1 3|1 1",
+     "t0=120 t6=90 t8=120 t10=90 m0=4/4 end 36"},
+    {"a moved stretch too, before POS as it was", "--tempo 2|1 90 --tempo 3|1 120 --move 2|1 3|1 4|1",
+     "t0=120 t4=120 t8=90 t12=120 m0=4/4 end 32"},
+    {"later meters stay where they are", "--meter 3|1 3/4 --meter 2|1 5/8",
+     "t0=120 m0=4/4 m4=5/8 m8=3/4 end 32"},
+    {"meters move off a barline", "--meter 3|1 3/4 --insert 2|1 960000ticks", "t0=120 m0=4/4 m9=3/4 end 33"},
+    {"what is at the first tick stays", "--tempo 1|1 90 --insert 1|1 1bar", "t0=90 m0=4/4 end 36"},
+    {"keys by their names", "--key 1|1 'C# minor' --key 2|1 Ebm",
+     "t0=120 m0=4/4 k0=C# minor k4=Eb minor end 32"},
+    {"a lock, and the tempo that goes on", "--tempo 2|1 90 --lock 3|1 0:05", "t0=96 t8=90 m0=4/4 end 32"},
+    {"locks come in any order", "--lock 3|1 8 --lock 2|1 2", "t0=120 t4=40 t8=120 m0=4/4 end 32"},
+    {"an insertion releases the locks behind it", "--lock 3|1 8 --insert 2|1 1bar --scale 200",
+     "t0=120 t12=240 m0=4/4 end 36"},
+    {"beats, less the first one's time", "--beats beats", "t0=120 t1=80 t2=120 m0=4/4 end 32"},
+    {"neighbours are joined while no beat moves by more", "--beats nearly --tolerance 2",
+     "t0=120 t3=120 m0=4/4 end 32"},
+};
+
 TEST_F(EditTest, EachDecisionHolds)
 {
     const std::string plain = Written("plain.mid", PlainFile());
     Written("beats", "0.25\n0.75\n1.5\n\n");
     Written("nearly", "0\n0.501\n1.0\n1.5\n");
-    // clang-format off
-    const struct { const char* name; const char* arguments; const char* expected; } rows[] = {
-        {"no operation", "", "t0=120 m0=4/4 end 32"},
-        {"a tempo replaces one at its tick", "--tempo 2|1 90 --tempo 2|1|0 80", "t0=120 t4=80 m0=4/4 end 32"},
-        {"in the order given", "--tempo 2|1 90 --scale 50 --tempo 3|1 100",
-         "t0=60 t4=45 t8=100 m0=4/4 end 32"},
-        {"a scale scales the tempo at the start that is not written", "--scale 150", "t0=180 m0=4/4 end 32"},
-        {"a scaled range has its tempo at its ends", "--scale 50 2|1 3|1",
-         "t0=120 t4=60 t8=120 m0=4/4 end 32"},
-        {"steps that a file tick is longer than are joined", "--ramp 2|1 2|1|30000 100 60 --steps 99",
-         "t0=120 t4=93.17 t4.01042=79.81 t4.02083=66.44 t4.03125=60 m0=4/4 end 32"},
-        {"steps", "--ramp 2|1 3|1 90 120 --steps 2", "t0=120 t4=97.31 t6=112.33 t8=120 m0=4/4 end 32"},
-        {"a curve", "--ramp 2|1 3|1 90 120 --steps 2 --curve linear",
-         "t0=120 t4=98.03 t6=113.03 t8=120 m0=4/4 end 32"},
-        {"equal ends are one tempo", "--ramp 2|1 3|1 90 90", "t0=120 t4=90 m0=4/4 end 32"},
-        {"a fit", "--fit 2|1 3|1 4", "t0=120 t4=60 t8=120 m0=4/4 end 32"},
-        {"every form of a position",
-         "--tempo 1000023040000ticks 64 --tempo 00:00:10:00 63 --tempo 352800samples 62 --tempo 4.0 61 "
-         "--tempo 0:02 60",
-         "t0=120 t4=60 t8=61 t16=62 t20=63 t24=64 m0=4/4 end 32"},
-        {"bars of the meter in force there", "--meter 3|1 3/4 --insert 4|1 2bars",
-         "t0=120 m0=4/4 m8=3/4 end 38"},
-        {"inserted seconds last that long in the tempo before", "--tempo 3|1 60 --insert 3|1 2.0",
-         "t0=120 t12=60 m0=4/4 end 36"},
-        {"nothing inserted, nothing repeated", "--insert 3|1 0ticks --repeat 1|1 2|1 0",
-         "t0=120 m0=4/4 end 32"},
-        {"insert and delete", "--tempo 3|1 90 --insert 2|3 5ticks --delete 2|3 2|3|5",
-         "t0=120 t8=90 m0=4/4 end 32"},
-        {"the last inside takes effect at the end", "--tempo 2|2 90 --key 2|3 Eb --delete 2|1 3|1",
-         "t0=120 t4=90 m0=4/4 k4=Eb major end 28"},
-        {"unless one there sets it anew", "--tempo 2|2 90 --tempo 3|1 80 --delete 2|1 3|1",
-         "t0=120 t4=80 m0=4/4 end 28"},
-        {"a copy begins as its stretch did", "--tempo 2|3 90 --repeat 2|1 3|1 1",
-         "t0=120 t6=90 t8=120 t10=90 m0=4/4 end 36"},
-        {"a moved stretch too, before POS as it was", "--tempo 2|1 90 --tempo 3|1 120 --move 2|1 3|1 4|1",
-         "t0=120 t4=120 t8=90 t12=120 m0=4/4 end 32"},
-        {"later meters stay where they are", "--meter 3|1 3/4 --meter 2|1 5/8",
-         "t0=120 m0=4/4 m4=5/8 m8=3/4 end 32"},
-        {"meters move off a barline", "--meter 3|1 3/4 --insert 2|1 960000ticks",
-         "t0=120 m0=4/4 m9=3/4 end 33"},
-        {"what is at the first tick stays", "--tempo 1|1 90 --insert 1|1 1bar", "t0=90 m0=4/4 end 36"},
-        {"keys by their names", "--key 1|1 'C# minor' --key 2|1 Ebm",
-         "t0=120 m0=4/4 k0=C# minor k4=Eb minor end 32"},
-        {"a lock, and the tempo that goes on", "--tempo 2|1 90 --lock 3|1 0:05", "t0=96 t8=90 m0=4/4 end 32"},
-        {"locks come in any order", "--lock 3|1 8 --lock 2|1 2", "t0=120 t4=40 t8=120 m0=4/4 end 32"},
-        {"an insertion releases the locks behind it", "--lock 3|1 8 --insert 2|1 1bar --scale 200",
-         "t0=120 t12=240 m0=4/4 end 36"},
-        {"beats, less the first one's time", "--beats beats", "t0=120 t1=80 t2=120 m0=4/4 end 32"},
-        {"neighbours are joined while no beat moves by more", "--beats nearly --tolerance 2",
-         "t0=120 t3=120 m0=4/4 end 32"},
-    };
-    // clang-format on
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.name);
-        const Outcome outcome = Edit(plain, std::string("-o out.mid ") + row.arguments);
+    for (const auto& row : cDecisions) {
+        SCOPED_TRACE(row.mName);
+        const Outcome outcome = Edit(plain, std::string("-o out.mid ") + row.mArguments);
         EXPECT_EQ(outcome.mExit, 0) << outcome.mErr;
-        EXPECT_EQ(SongOf("out.mid"), row.expected);
+        EXPECT_EQ(SongOf("out.mid"), row.mExpected);
         // A document gives the same maps, and a dry run says the same and writes nothing.
         std::filesystem::remove("out.mid");
-        EXPECT_EQ(Edit(plain, std::string("-o song.kora --json ") + row.arguments).mExit, 0);
-        const std::string dry = Edit(plain, std::string("-o out.mid --dry-run --json ") + row.arguments).mOut;
-        EXPECT_EQ(Short(JsonValue::parse(dry)["after"]), row.expected);
+        EXPECT_EQ(Edit(plain, std::string("-o song.kora --json ") + row.mArguments).mExit, 0);
+        const std::string dry =
+            Edit(plain, std::string("-o out.mid --dry-run --json ") + row.mArguments).mOut;
+        EXPECT_EQ(Short(JsonValue::parse(dry)["after"]), row.mExpected);
         EXPECT_FALSE(std::filesystem::exists("out.mid"));
-        if (std::string(row.arguments).find("--ramp 2|1 2|1|3") == std::string::npos) {
-            EXPECT_EQ(SongOf("song.kora"), row.expected);
+        if (std::string(row.mArguments).find("--ramp 2|1 2|1|3") == std::string::npos) {
+            EXPECT_EQ(SongOf("song.kora"), row.mExpected);
         }
-        EXPECT_EQ(Edit(plain, std::string("--dry-run ") + row.arguments).mOut.find('\t'), std::string::npos);
+        EXPECT_EQ(Edit(plain, std::string("--dry-run ") + row.mArguments).mOut.find('\t'), std::string::npos);
     }
     EXPECT_EQ(ReadFile(plain), PlainFile());
 }

@@ -364,6 +364,17 @@ TEST(SongEdit, RandomEditsGiveWhatAListOfTicksGives)
     }
 }
 
+constexpr double cSongStart = cStart;
+constexpr double cLastTick = 576460752303423487.0;
+
+struct Refusal
+{
+    const char* mWhat;
+    std::function<Result()> mEdit;
+    Result::EReason mReason;
+    double mNearest;
+};
+
 TEST(SongEdit, WhatCannotBeDoneIsRefusedWithTheNearest)
 {
     AssertRecorder recorder;
@@ -373,9 +384,7 @@ TEST(SongEdit, WhatCannotBeDoneIsRefusedWithTheNearest)
     maps.mKeys.SetKeySignature(At(16), Time_KeySignature(true, true, 1));
     int called = 0;
     const Edit::Song song{&maps.mMeters, &maps.mTempi, &maps.mKeys, [&](auto&) { ++called; }};
-    const double start = static_cast<double>(cStart);
-    const double last = 576460752303423487.0;
-    const double room = last - static_cast<double>(At(16).AsInt64());
+    const double room = cLastTick - static_cast<double>(At(16).AsInt64());
     Edit::Clip clip;
     EXPECT_TRUE(Edit::Copy(song, At(2), At(6), clip));
     Edit::Clip unordered = clip;
@@ -384,26 +393,20 @@ TEST(SongEdit, WhatCannotBeDoneIsRefusedWithTheNearest)
     longer.mLength = longer.mLength + Time_TickLength(1);
     const Time_Tick before = At(0) - Time_TickLength(1);
     const Time_Tick behind(cMost);
-    const struct
-    {
-        const char* what;
-        std::function<Result()> edit;
-        Result::EReason reason;
-        double nearest;
-    } cRows[] = {
+    const Refusal cRows[] = {
         {"nothing deleted", [&] { return Edit::DeleteTime(song, At(4), At(4)); }, Result::eReason_EmptyRange,
          0},
         {"reversed", [&] { return Edit::RepeatTime(song, At(4), At(3), 1); }, Result::eReason_EmptyRange, 0},
         {"before the song", [&] { return Edit::InsertTime(song, before, clip.mLength); },
-         Result::eReason_BeforeSongStart, start},
+         Result::eReason_BeforeSongStart, cSongStart},
         {"cut before the song", [&] { return Edit::Cut(song, before, At(4), clip); },
-         Result::eReason_BeforeSongStart, start},
+         Result::eReason_BeforeSongStart, cSongStart},
         {"moved before it", [&] { return Edit::MoveTime(song, At(4), At(6), before); },
-         Result::eReason_BeforeSongStart, start},
+         Result::eReason_BeforeSongStart, cSongStart},
         {"moved inside", [&] { return Edit::MoveTime(song, At(4), At(8), At(5)); },
          Result::eReason_InsideRange, static_cast<double>(At(4).AsInt64())},
         {"behind all ticks", [&] { return Edit::DeleteTime(song, At(4), behind); },
-         Result::eReason_OutOfLimits, last},
+         Result::eReason_OutOfLimits, cLastTick},
         {"less than nothing", [&] { return Edit::InsertTime(song, At(4), Time_TickLength(-1)); },
          Result::eReason_EmptyRange, 0},
         {"pushed out", [&] { return Edit::InsertTime(song, At(4), behind - At(16)); },
@@ -419,9 +422,10 @@ TEST(SongEdit, WhatCannotBeDoneIsRefusedWithTheNearest)
     const Bytes bytes = Streamed(maps);
     const Time_TickLength length = clip.mLength;
     for (const auto& row : cRows) {
-        const Result result = row.edit();
-        EXPECT_EQ(std::pair(result.mReason, result.mNearest), std::pair(row.reason, row.nearest)) << row.what;
-        EXPECT_EQ(Streamed(maps), bytes) << row.what;
+        const Result result = row.mEdit();
+        EXPECT_EQ(std::pair(result.mReason, result.mNearest), std::pair(row.mReason, row.mNearest))
+            << row.mWhat;
+        EXPECT_EQ(Streamed(maps), bytes) << row.mWhat;
     }
     EXPECT_EQ(clip.mLength, length) << "what was copied stays";
     for (const Result& nothing :

@@ -78,124 +78,151 @@ TEST_F(TempoEditTest, RampsEndOnTheTickAndTempoAndLastAsLongAsTheirCurve)
     EXPECT_EQ(mRecorder.Take(), Reports{});
 }
 
-TEST_F(TempoEditTest, WhatCannotBeDoneIsRefusedWithTheNearest)
+const Time_TickLength cEighth(cQuarter / 2);
+const auto cSongStart = static_cast<double>(cStart);
+const auto cLocked = static_cast<double>(At(8).AsInt64());
+constexpr double cLastTick = 576460752303423487.0;
+const Edit::Copied cNoTempo{Time_TickLength(9), {{Time_TickLength(0), {0}}}};
+const Edit::Copied cUnordered{Time_TickLength(9), {{Time_TickLength(0), {90}}, {Time_TickLength(0), {90}}}};
+const std::vector<Edit::Point> cPoints{{At(9), Time_Sample(205760)}};
+
+// 400 bpm from the fifth quarter on, a lock at the ninth, 250 from the thirteenth on; and a map that is slow.
+class TempoRefusals : public TempoEditTest
 {
-    const Time_TickLength eighth(cQuarter / 2);
-    Edit::SetTempo(mMap, At(4), {400});
-    Edit::LockToSample(mMap, At(8), Time_Sample(200000));
-    Edit::SetTempo(mMap, At(12), {250});
-    const Edit::Copied noTempo{Time_TickLength(9), {{Time_TickLength(0), {0}}}};
-    const Edit::Copied unordered{Time_TickLength(9),
-                                 {{Time_TickLength(0), {90}}, {Time_TickLength(0), {90}}}};
-    const std::vector<Edit::Point> points{{At(9), Time_Sample(205760)}};
-    Time_TempoMap slow(mMap);
-    slow.Clear();
-    Edit::LockToSample(slow, At(8), Time_Sample(4531200));
-    const Bytes before = Streamed(mMap);
-    const Bytes beforeSlow = Streamed(slow);
-    const Cmn_Int32 identifier = mMap.GetUniqueEditIdentifier();
-    const auto near = [](Result iResult) { return std::pair(iResult.mReason, iResult.mNearest); };
-    const auto start = static_cast<double>(cStart), locked = static_cast<double>(At(8).AsInt64()),
-               lastTick = 576460752303423487.0;
-    const struct
+protected:
+    struct Row
     {
         const char* mWhat;
         std::function<Result()> mEdit;
         Result::EReason mReason;
         double mNearest;
-    } cRows[] = {
-        {"too fast", [&] { return Edit::SetTempo(mMap, At(9), {501}); }, Result::eReason_OutOfLimits, 500},
-        {"eighths",
-         [&] {
-             return Edit::SetTempo(mMap, At(9), {1000, eighth});
-         },
-         Result::eReason_OutOfLimits, 999},
-        {"not a number", [&] { return Edit::SetTempo(mMap, At(9), {NAN}); }, Result::eReason_OutOfLimits, 5},
-        {"before a lock", [&] { return Edit::SetTempo(mMap, At(4), {90}); }, Result::eReason_Locked, locked},
-        {"before the song", [&] { return Edit::SetTempo(mMap, At(-1), {90}); },
-         Result::eReason_BeforeSongStart, start},
-        {"insertion there", [&] { return Edit::InsertTime(mMap, At(-1), eighth); },
-         Result::eReason_BeforeSongStart, start},
-        {"scaled beyond", [&] { return Edit::Scale(mMap, At(10), At(13), 3); }, Result::eReason_OutOfLimits,
-         1.25},
-        {"moved beyond", [&] { return Edit::Offset(mMap, At(12), At(13), -246); },
-         Result::eReason_OutOfLimits, -245},
-        {"fit too short", [&] { return Edit::FitToLength(mMap, At(12), At(14), Time_SampleLength(9)); },
-         Result::eReason_OutOfLimits, 11520},
-        {"fit to nothing", [&] { return Edit::FitToLength(mMap, At(12), At(14), Time_SampleLength(0)); },
-         Result::eReason_EmptyRange, 0},
-        {"empty", [&] { return Edit::Scale(mMap, At(12), At(12), 1); }, Result::eReason_EmptyRange, 0},
-        {"a lock before its predecessor's",
-         [&] { return Edit::LockToSample(mMap, At(9), Time_Sample(200000)); }, Result::eReason_LockOrder,
-         205760},
-        {"a lock too near", [&] { return Edit::LockToSample(mMap, At(9), Time_Sample(200001)); },
-         Result::eReason_OutOfLimits, 205760},
-        {"too far", [&] { return Edit::MoveLock(mMap, At(8), Time_Sample(9000000)); },
-         Result::eReason_OutOfLimits, 4608000},
-        {"too late for its successor", [&] { return Edit::LockToSample(mMap, At(4), Time_Sample(199999)); },
-         Result::eReason_OutOfLimits, 176960},
-        {"no lock to move", [&] { return Edit::MoveLock(mMap, At(9), Time_Sample(300000)); },
-         Result::eReason_NoLock, 0},
-        {"no lock to remove", [&] { return Edit::RemoveLock(mMap, At(12)); }, Result::eReason_NoLock, 0},
-        {"the song start's", [&] { return Edit::RemoveLock(mMap, At(0)); }, Result::eReason_NoLock, 0},
-        {"no points", [&] { return Edit::LockAll(mMap, {}); }, Result::eReason_EmptyRange, 0},
-        {"steps of nothing", [&] { return Edit::Ramp(mMap, At(9), At(10), {60}, 90, Edit::eCurve_S, 0); },
-         Result::eReason_EmptyRange, 0},
-        {"no factor at all", [&] { return Edit::Scale(mMap, At(12), At(13), NAN); },
-         Result::eReason_OutOfLimits, 0.02},
-        {"an offset without end", [&] { return Edit::Offset(mMap, At(12), At(13), INFINITY); },
-         Result::eReason_OutOfLimits, 250},
-        {"a ramp to nowhere", [&] { return Edit::Ramp(mMap, At(9), At(10), {60}, NAN, Edit::eCurve_S, 2); },
-         Result::eReason_OutOfLimits, 5},
-        {"a beat too short for any tempo",
-         [&] {
-             return Edit::SetTempo(mMap, At(9), {500, Time_TickLength(1)});
-         },
-         Result::eReason_NoSuchBeat, 4805},
-        {"a beat too long",
-         [&] {
-             return Edit::SetTempo(mMap, At(9), {5, Time_TickLength(cMost)});
-         },
-         Result::eReason_NoSuchBeat, 96e6},
-        {"reversed", [&] { return Edit::DeleteTime(mMap, At(13), At(12)); }, Result::eReason_EmptyRange, 0},
-        {"reversed around the ends",
-         [&] { return Edit::DeleteTime(mMap, Time_Tick(cMost), Time_Tick(cLeast)); },
-         Result::eReason_EmptyRange, 0},
-        {"behind all ticks", [&] { return Edit::SetTempo(mMap, Time_Tick(cMost), {90}); },
-         Result::eReason_OutOfLimits, lastTick},
-        {"up to behind all ticks", [&] { return Edit::ClearRange(mMap, At(9), Time_Tick(cMost)); },
-         Result::eReason_OutOfLimits, lastTick},
-        {"a lock behind all ticks",
-         [&] { return Edit::LockToSample(mMap, Time_Tick(cMost), Time_Sample(cMost)); },
-         Result::eReason_OutOfLimits, lastTick},
-        {"more time than there is", [&] { return Edit::InsertTime(mMap, At(9), Time_TickLength(cMost)); },
-         Result::eReason_OutOfLimits, lastTick - static_cast<double>(At(12).AsInt64())},
-        {"no tolerance at all", [&] { return Edit::LockAll(mMap, points, NAN); }, Result::eReason_EmptyRange,
-         0},
-        {"into itself", [&] { return Edit::MoveTime(mMap, At(9), At(12), At(11)); },
-         Result::eReason_InsideRange, static_cast<double>(At(12).AsInt64())},
-        {"a copy of no tempo", [&] { return Edit::InsertCopied(mMap, At(9), noTempo); },
-         Result::eReason_OutOfLimits, 5},
-        {"a copy out of order", [&] { return Edit::InsertCopied(mMap, At(9), unordered); },
-         Result::eReason_EmptyRange, 0},
-        {"what is left would be too slow",
-         [&] { return Edit::DeleteTime(slow, At(0) + Time_TickLength(6), At(8)); },
-         Result::eReason_OutOfLimits, 3},
-        {"steps without end",
-         [&] {
-             return Edit::Ramp(mMap, At(9), At(99), {60}, 90, Edit::eCurve_S, Time_TypedLength(1, cTicks));
-         },
-         Result::eReason_TooManySteps, 1000000},
     };
-    for (const auto& row : cRows) {
-        EXPECT_EQ(near(row.mEdit()), std::pair(row.mReason, row.mNearest)) << row.mWhat;
-        EXPECT_EQ(Streamed(mMap), before) << row.mWhat;
-        EXPECT_EQ(Streamed(slow), beforeSlow) << row.mWhat;
-        EXPECT_EQ(mMap.GetUniqueEditIdentifier(), identifier) << row.mWhat;
+
+    TempoRefusals()
+    {
+        Edit::SetTempo(mMap, At(4), {400});
+        Edit::LockToSample(mMap, At(8), Time_Sample(200000));
+        Edit::SetTempo(mMap, At(12), {250});
+        mSlow.SetSampleRate(mMap.GetSampleRate());
+        Edit::LockToSample(mSlow, At(8), Time_Sample(4531200));
     }
+    void Expect(const std::vector<Row>& iRows)
+    {
+        const Bytes before = Streamed(mMap);
+        const Bytes beforeSlow = Streamed(mSlow);
+        const Cmn_Int32 identifier = mMap.GetUniqueEditIdentifier();
+        for (const Row& row : iRows) {
+            const Result result = row.mEdit();
+            EXPECT_EQ(result.mReason, row.mReason) << row.mWhat;
+            EXPECT_EQ(result.mNearest, row.mNearest) << row.mWhat;
+            EXPECT_EQ(Streamed(mMap), before) << row.mWhat;
+            EXPECT_EQ(Streamed(mSlow), beforeSlow) << row.mWhat;
+            EXPECT_EQ(mMap.GetUniqueEditIdentifier(), identifier) << row.mWhat;
+        }
+        EXPECT_EQ(mRecorder.Take(), Reports{});
+    }
+
+    Time_TempoMap mSlow;
+};
+
+TEST_F(TempoRefusals, TempiThatCannotBeHaveTheNearest)
+{
+    Expect(
+        {{"too fast", [&] { return Edit::SetTempo(mMap, At(9), {501}); }, Result::eReason_OutOfLimits, 500},
+         {"eighths",
+          [&] {
+              return Edit::SetTempo(mMap, At(9), {1000, cEighth});
+          },
+          Result::eReason_OutOfLimits, 999},
+         {"not a number", [&] { return Edit::SetTempo(mMap, At(9), {NAN}); }, Result::eReason_OutOfLimits, 5},
+         {"before the song", [&] { return Edit::SetTempo(mMap, At(-1), {90}); },
+          Result::eReason_BeforeSongStart, cSongStart},
+         {"scaled beyond", [&] { return Edit::Scale(mMap, At(10), At(13), 3); }, Result::eReason_OutOfLimits,
+          1.25},
+         {"moved beyond", [&] { return Edit::Offset(mMap, At(12), At(13), -246); },
+          Result::eReason_OutOfLimits, -245},
+         {"fit too short", [&] { return Edit::FitToLength(mMap, At(12), At(14), Time_SampleLength(9)); },
+          Result::eReason_OutOfLimits, 11520},
+         {"fit to nothing", [&] { return Edit::FitToLength(mMap, At(12), At(14), Time_SampleLength(0)); },
+          Result::eReason_EmptyRange, 0},
+         {"empty", [&] { return Edit::Scale(mMap, At(12), At(12), 1); }, Result::eReason_EmptyRange, 0},
+         {"steps of nothing", [&] { return Edit::Ramp(mMap, At(9), At(10), {60}, 90, Edit::eCurve_S, 0); },
+          Result::eReason_EmptyRange, 0},
+         {"no factor at all", [&] { return Edit::Scale(mMap, At(12), At(13), NAN); },
+          Result::eReason_OutOfLimits, 0.02},
+         {"an offset without end", [&] { return Edit::Offset(mMap, At(12), At(13), INFINITY); },
+          Result::eReason_OutOfLimits, 250},
+         {"a ramp to nowhere", [&] { return Edit::Ramp(mMap, At(9), At(10), {60}, NAN, Edit::eCurve_S, 2); },
+          Result::eReason_OutOfLimits, 5},
+         {"a beat too short for any tempo",
+          [&] {
+              return Edit::SetTempo(mMap, At(9), {500, Time_TickLength(1)});
+          },
+          Result::eReason_NoSuchBeat, 4805},
+         {"a beat too long",
+          [&] {
+              return Edit::SetTempo(mMap, At(9), {5, Time_TickLength(cMost)});
+          },
+          Result::eReason_NoSuchBeat, 96e6},
+         {"behind all ticks", [&] { return Edit::SetTempo(mMap, Time_Tick(cMost), {90}); },
+          Result::eReason_OutOfLimits, cLastTick},
+         {"up to behind all ticks", [&] { return Edit::ClearRange(mMap, At(9), Time_Tick(cMost)); },
+          Result::eReason_OutOfLimits, cLastTick},
+         {"steps without end",
+          [&] {
+              return Edit::Ramp(mMap, At(9), At(99), {60}, 90, Edit::eCurve_S, Time_TypedLength(1, cTicks));
+          },
+          Result::eReason_TooManySteps, 1000000}});
     EXPECT_TRUE(Edit::FitToLength(mMap, At(12), At(14), Time_SampleLength(11520)));
+}
+
+TEST_F(TempoRefusals, LocksThatCannotBeHaveTheNearest)
+{
+    Expect(
+        {{"before a lock", [&] { return Edit::SetTempo(mMap, At(4), {90}); }, Result::eReason_Locked,
+          cLocked},
+         {"a lock before its predecessor's",
+          [&] { return Edit::LockToSample(mMap, At(9), Time_Sample(200000)); }, Result::eReason_LockOrder,
+          205760},
+         {"a lock too near", [&] { return Edit::LockToSample(mMap, At(9), Time_Sample(200001)); },
+          Result::eReason_OutOfLimits, 205760},
+         {"too far", [&] { return Edit::MoveLock(mMap, At(8), Time_Sample(9000000)); },
+          Result::eReason_OutOfLimits, 4608000},
+         {"too late for its successor", [&] { return Edit::LockToSample(mMap, At(4), Time_Sample(199999)); },
+          Result::eReason_OutOfLimits, 176960},
+         {"no lock to move", [&] { return Edit::MoveLock(mMap, At(9), Time_Sample(300000)); },
+          Result::eReason_NoLock, 0},
+         {"no lock to remove", [&] { return Edit::RemoveLock(mMap, At(12)); }, Result::eReason_NoLock, 0},
+         {"the song start's", [&] { return Edit::RemoveLock(mMap, At(0)); }, Result::eReason_NoLock, 0},
+         {"no cPoints", [&] { return Edit::LockAll(mMap, {}); }, Result::eReason_EmptyRange, 0},
+         {"a lock behind all ticks",
+          [&] { return Edit::LockToSample(mMap, Time_Tick(cMost), Time_Sample(cMost)); },
+          Result::eReason_OutOfLimits, cLastTick},
+         {"no tolerance at all", [&] { return Edit::LockAll(mMap, cPoints, NAN); },
+          Result::eReason_EmptyRange, 0}});
     EXPECT_TRUE(Edit::LockToSample(mMap, At(9), Time_Sample(205760)));
-    EXPECT_EQ(mRecorder.Take(), Reports{});
+}
+
+TEST_F(TempoRefusals, TimeThatCannotComeOrGoHasTheNearest)
+{
+    Expect(
+        {{"insertion there", [&] { return Edit::InsertTime(mMap, At(-1), cEighth); },
+          Result::eReason_BeforeSongStart, cSongStart},
+         {"reversed", [&] { return Edit::DeleteTime(mMap, At(13), At(12)); }, Result::eReason_EmptyRange, 0},
+         {"reversed around the ends",
+          [&] { return Edit::DeleteTime(mMap, Time_Tick(cMost), Time_Tick(cLeast)); },
+          Result::eReason_EmptyRange, 0},
+         {"more time than there is", [&] { return Edit::InsertTime(mMap, At(9), Time_TickLength(cMost)); },
+          Result::eReason_OutOfLimits, cLastTick - static_cast<double>(At(12).AsInt64())},
+         {"into itself", [&] { return Edit::MoveTime(mMap, At(9), At(12), At(11)); },
+          Result::eReason_InsideRange, static_cast<double>(At(12).AsInt64())},
+         {"a copy of no tempo", [&] { return Edit::InsertCopied(mMap, At(9), cNoTempo); },
+          Result::eReason_OutOfLimits, 5},
+         {"a copy out of order", [&] { return Edit::InsertCopied(mMap, At(9), cUnordered); },
+          Result::eReason_EmptyRange, 0},
+         {"what is left would be too slow",
+          [&] { return Edit::DeleteTime(mSlow, At(0) + Time_TickLength(6), At(8)); },
+          Result::eReason_OutOfLimits, 3}});
 }
 
 // Beats of a recording that drifts: each beat within the tolerance of its sample, the locks on theirs.

@@ -160,7 +160,6 @@ TEST_F(TempoMap, EachEditTellsOnceAndEditsOfNothingTellNobody)
         Ticks mStarts;
         int mBroadcasts = 1;
     } cRows[] = {
-        // clang-format off
         {"add", [&] { mMap.AddSegment(At(1).Make()); }, {cAt(1)}},
         {"replace", [&] { mMap.AddSegment(At(1, 50).Make()); }, {cAt(1)}},
         {"replace all", [&] { mMap.ReplaceWith(other); }, {cStart}},
@@ -170,11 +169,13 @@ TEST_F(TempoMap, EachEditTellsOnceAndEditsOfNothingTellNobody)
         {"itself", [&] { mMap.ReplaceWith(mMap); }, {cStart}, 0},
         {"an empty range", [&] { mMap.EraseSegments(Time_Tick(cAt(1)), Time_Tick(cAt(9))); }, {cStart}, 0},
         {"the end of a range", [&] { mMap.EraseSegments(Time_Tick(0), Time_Tick(cStart)); }, {cStart}, 0},
-        {"no lock there", [&] { mMap.EraseLockedSegmentsBySample(Time_Sample(1), Time_Sample(9)); }, {cStart}, 0},
+        {"no lock there",
+         [&] { mMap.EraseLockedSegmentsBySample(Time_Sample(1), Time_Sample(9)); },
+         {cStart},
+         0},
         {"a copy", [&] { Time_TempoMap(mMap).Clear(); }, {cStart}, 0},
         {"erase", [&] { mMap.EraseSegments(Time_Tick(cStart), Time_Tick(cStart + 1)); }, {}},
         {"clear", [&] { mMap.Clear(); }, {}},
-        // clang-format on
     };
     for (const auto& row : cRows) {
         TakeBroadcasts();
