@@ -59,7 +59,7 @@ Tool_EditText::Tool_EditText(const Tool_Song& iSong)
 {
 }
 
-// --- Shapes ------------------------------------------------------------------------------------------------
+// --- Shapes
 
 std::optional<Tool_EditText::Value> Tool_EditText::Parse(std::string_view iText) const
 {
@@ -127,7 +127,7 @@ Tool_EditText::Value Tool_EditText::ParseOrRefuse(std::string_view iText, const 
     return *value;
 }
 
-// --- In the song -------------------------------------------------------------------------------------------
+// --- In the song
 
 // Of what is counted in frames or samples.
 Cmn_Int64 Tool_EditText::SamplesOf(const Value& iValue, std::string_view iText) const

@@ -96,7 +96,7 @@ Tool_EditEffect Tool_SongEditor::Apply(const Tool_EditOperation& iOperation)
     }
 }
 
-// --- Arguments ---------------------------------------------------------------------------------------------
+// --- Arguments
 
 const std::string* Tool_SongEditor::Modifier(const char* iName) const
 {
@@ -137,7 +137,7 @@ Tool_EditEffect Tool_SongEditor::At(Time_Tick iTick, std::string iText) const
     return effect;
 }
 
-// --- Refusals ----------------------------------------------------------------------------------------------
+// --- Refusals
 
 std::string Tool_SongEditor::Why(const Time_TempoEditResult& iResult, const std::string& iNearest) const
 {
@@ -177,7 +177,7 @@ void Tool_SongEditor::Check(const Time_TempoEditResult& iResult, const std::stri
     if (!iResult) Refuse(iResult, iNearest);
 }
 
-// --- Tempi -------------------------------------------------------------------------------------------------
+// --- Tempi
 
 Tool_EditEffect Tool_SongEditor::SetTempo()
 {
@@ -268,7 +268,7 @@ Tool_EditEffect Tool_SongEditor::Fit()
     return effect;
 }
 
-// --- Time --------------------------------------------------------------------------------------------------
+// --- Time
 
 // The end of a document's song goes where its tick goes.
 Time_SongEdit::Song Tool_SongEditor::Song()
@@ -359,7 +359,7 @@ Tool_EditEffect Tool_SongEditor::Repeat()
                      mEvents != nullptr ? mEvents->RepeatTime(from, to, times) : SMF_TimeEdit::Report());
 }
 
-// --- Meters and keys ---------------------------------------------------------------------------------------
+// --- Meters and keys
 
 Tool_EditEffect Tool_SongEditor::SetMeter()
 {

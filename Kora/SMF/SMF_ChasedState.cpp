@@ -86,7 +86,7 @@ bool ChasedState::IsSame(const Entry& iA, const Entry& iB, int iSlot)
     return a.mFirst == b.mFirst && a.mSecond == b.mSecond;
 }
 
-// --- Taking events in ------------------------------------------------------------------------------------
+// --- Taking events in
 
 // Of two tracks' events at one tick the later track's holds.
 void ChasedState::Set(int iSlot, const Entry& iEntry)
@@ -154,7 +154,7 @@ void ChasedState::Reset(const Event& iEvent, std::size_t iTrack)
     mSelections[iEvent.mStatus & 15u] = {100, cNoParameter, cNoParameter, iTrack, iEvent.mOrder};
 }
 
-// --- What is missing -------------------------------------------------------------------------------------
+// --- What is missing
 
 bool ChasedState::IsProgramSame(const ChasedState& iOther, int iChannel) const
 {

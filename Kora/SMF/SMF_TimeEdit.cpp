@@ -267,7 +267,7 @@ SMF_File SMF_TimeEdit::GetFile() const
     return file;
 }
 
-// --- Edits -----------------------------------------------------------------------------------------------
+// --- Edits
 
 SMF_TimeEdit::Report SMF_TimeEdit::InsertTime(Time_Tick iAt, Time_TickLength iLength)
 {
@@ -327,7 +327,7 @@ Cmn_Int64 SMF_TimeEdit::CountEvents(Time_Tick iFrom, Time_Tick iTo) const
     return CopyTime(iFrom.AsInt64() - cStart, iTo.AsInt64() - cStart).CountEvents();
 }
 
-// --- Stretches -------------------------------------------------------------------------------------------
+// --- Stretches
 
 SMF_TimeEdit::Clip SMF_TimeEdit::CopyTime(Cmn_Int64 iFrom, Cmn_Int64 iTo) const
 {

@@ -77,7 +77,7 @@ private:
     FF_Document::TOCKey mItem = mList.Inside(FF_Document::Context(cBenchItemType));
 };
 
-// --- saving, durably; time is the clock's, since most of it may be spent waiting for the disk
+// --- Saving, durably; time is the clock's, since most of it may be spent waiting for the disk
 void BM_Save(benchmark::State& ioState)
 {
     const std::string path = BenchPath("save.kora");
@@ -99,7 +99,7 @@ void BM_SavePlain(benchmark::State& ioState)
 }
 BENCHMARK(BM_SavePlain)->Unit(benchmark::kMillisecond)->UseRealTime();
 
-// --- opening and reading the first stream
+// --- Opening and reading the first stream
 void BM_OpenAndReadFirst(benchmark::State& ioState)
 {
     const Sys_FileLoc location(SavedDocument(static_cast<Cmn_Int32>(ioState.range(0))));
@@ -114,7 +114,7 @@ BENCHMARK(BM_OpenAndReadFirst)
     ->Unit(benchmark::kMillisecond)
     ->UseRealTime();
 
-// --- a stream by its key, in an open document
+// --- A stream by its key, in an open document
 void BM_ReadByKey(benchmark::State& ioState)
 {
     const auto items = static_cast<Cmn_Int32>(ioState.range(0));
@@ -131,7 +131,7 @@ void BM_ReadByKey(benchmark::State& ioState)
 }
 BENCHMARK(BM_ReadByKey)->Apply(BenchSizes<benchmark::internal::Benchmark>);
 
-// --- all streams in the order of the file, as a host loads a list; the figure beside is of one stream
+// --- All streams in the order of the file, as a host loads a list; the figure beside is of one stream
 void BM_Scan(benchmark::State& ioState)
 {
     const auto items = static_cast<Cmn_Int32>(ioState.range(0));
@@ -154,7 +154,7 @@ void BM_Scan(benchmark::State& ioState)
 }
 BENCHMARK(BM_Scan)->Apply(BenchSizes<benchmark::internal::Benchmark>)->Unit(benchmark::kMillisecond);
 
-// --- every header, sum and entry of the file
+// --- Every header, sum and entry of the file
 void BM_Check(benchmark::State& ioState)
 {
     const Sys_FileLoc location(SavedDocument());

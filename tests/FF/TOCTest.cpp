@@ -96,7 +96,7 @@ TEST(TOC, BytesAreAsTheFormatSays)
                            "4[2]/-16  Invalid [2 bytes]  <NO DISPLAY INFO>\n");
 }
 
-// --- random scripts against a plain model
+// --- Random scripts against a plain model
 
 struct PlainValue
 {
@@ -329,7 +329,7 @@ TEST(TOC, RandomScriptsGiveWhatAPlainMapGives)
     }
 }
 
-// --- what is no table
+// --- What is no table
 
 TEST(TOC, HostileTablesAreRefusedAndTheContentStays)
 {
@@ -414,7 +414,7 @@ TEST(TOC, EveryByteIsHeldAgainstTheOthers)
     }
 }
 
-// --- limits
+// --- Limits
 
 TEST(TOC, AListGrowsWhileOtherKeysAreAdded)
 {

@@ -63,7 +63,7 @@ FF_TOCTable& FF_Document::TOC::GetTable() const
     return *mTable;
 }
 
-// --- asking
+// --- Asking
 
 Cmn_Int32 FF_Document::TOC::GetNumKeys() const
 {
@@ -169,7 +169,7 @@ bool FF_Document::TOC::IsList(Entry iEntry) const
     return !contexts.empty() && contexts.back().mIsList;
 }
 
-// --- changing
+// --- Changing
 
 void FF_Document::TOC::SetIsList(Entry iEntry, bool iIsList)
 {
@@ -243,7 +243,7 @@ void FF_Document::TOC::SetValue(Entry iEntry, Cmn_Int32 iValue, const TOCValue& 
 
 void FF_Document::TOC::ForgetOffsetsFrom(Cmn_UInt32 iFrom) { GetTable().ForgetOffsetsFrom(iFrom); }
 
-// --- streams
+// --- Streams
 
 Cmn_Int64 FF_Document::TOC::GetStreamSize() const { return GetStreamSize(0); }
 

@@ -66,7 +66,7 @@ std::vector<Cmn_UInt8> Held(std::vector<Cmn_UInt8> iBytes)
 
 } // namespace
 
-// --- locations
+// --- Locations
 
 FF_Document::Location::Location(Cmn_UInt8 iType)
     : mType(iType)
@@ -225,7 +225,7 @@ std::string FF_Document::InvalidLocation::Dump() const
     return I18N_Utils::GetString(eText_Invalid) + " " + bytes;
 }
 
-// --- display information
+// --- Display information
 
 FF_Document::DisplayInfo::DisplayInfo(Cmn_UInt8 iType)
     : mType(iType)
@@ -344,7 +344,7 @@ void FF_Document::InvalidDisplayInfo::StreamOutBody(Sys_TypedOutStream& ioStream
     ioStream.WriteBytes(mBytes.data(), mBytes.size());
 }
 
-// --- index information
+// --- Index information
 
 FF_Document::IndexInfo::IndexInfo(Cmn_UInt8 iType)
     : mType(iType)
@@ -398,7 +398,7 @@ void FF_Document::InvalidIndexInfo::StreamOutBody(Sys_TypedOutStream& ioStream) 
     ioStream.WriteBytes(mBytes.data(), mBytes.size());
 }
 
-// --- values
+// --- Values
 
 FF_Document::TOCValue::TOCValue(std::string_view iDescription, ETextEncoding iEncoding)
     : mLocation(std::make_unique<LocalLocation>())

@@ -126,7 +126,7 @@ void FF_TOCPages::Refuse(Cmn_Int64 iAt) const
     Sys_ThrowFrom<Sys_StreamReadException>(mStream, mBody + iAt);
 }
 
-// --- pages
+// --- Pages
 
 const FF_TOCPages::Page& FF_TOCPages::Load(std::size_t iPage, const Page* iKeep)
 {
@@ -285,7 +285,7 @@ std::span<const Cmn_UInt8> FF_TOCPages::CutRecordAt(const Page& iPage, std::size
     return mCut;
 }
 
-// --- what is asked for
+// --- What is asked for
 
 Cmn_UInt64 FF_TOCPages::GetPrefix(std::size_t iPage)
 {

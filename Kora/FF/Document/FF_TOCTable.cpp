@@ -26,7 +26,7 @@ FF_TOCTable::FF_TOCTable()
 {
 }
 
-// --- the hash
+// --- The hash
 
 // The first bits choose the slot, the last ones are its tag.
 template <class C>
@@ -111,7 +111,7 @@ void FF_TOCTable::FillSlots() const
         PutInSlot(HashOf(GetContexts(mKeys[i])), i);
 }
 
-// --- the order
+// --- The order
 
 bool FF_TOCTable::IsLess(const Key& iA, const Key& iB) const
 {
@@ -151,7 +151,7 @@ void FF_TOCTable::CountAscending()
         ++mAscending;
 }
 
-// --- what is added
+// --- What is added
 
 void FF_TOCTable::TakeParents(Cmn_Int32 iEntry, std::span<const FF_Document::Context> iContexts)
 {

@@ -10,7 +10,7 @@
 
 namespace FF_Format {
 
-// --- file header
+// --- File header
 constexpr Cmn_UInt8 cVersion = 3;
 constexpr std::string_view cSignature = "0010111100101011";
 constexpr Cmn_Int64 cSignaturePosition = 1;
@@ -33,7 +33,7 @@ constexpr Cmn_Int64 GetHeaderStream(Cmn_UInt8 iMaskType)
     return iMaskType == eFF_EncryptionType_None ? cRawKeyPosition : cRawKeyPosition + 1;
 }
 
-// --- streams: standard headers of one name
+// --- Streams: standard headers of one name
 constexpr char cStreamName[] = "Z";
 constexpr Cmn_Int64 cFrameSize = Cmn_Int64{Sys_StdStreamHeaderFields::cFixedFront} + 1 +
                                  Cmn_Int64{Sys_StdStreamHeaderFields::cAfterName} +
@@ -48,7 +48,7 @@ constexpr Cmn_Int16 cNoStreamType = 0;
 constexpr Cmn_Int16 cTOCStreamType = 2;
 constexpr Cmn_Int16 cTOCVersion = 2;
 
-// --- table of contents: the three parts of a value
+// --- Table of contents: the three parts of a value
 constexpr std::size_t cPartHeader = 3; // type (8), size (signed 16)
 constexpr std::size_t cMaxPartSize = 32767;
 constexpr Cmn_UInt8 cPlainLocation = 0;
@@ -61,7 +61,7 @@ static_assert(2 + cMaxPieces * cPieceSize <= cMaxPartSize &&
               2 + (cMaxPieces + 1) * cPieceSize > cMaxPartSize);
 constexpr std::size_t cMaxDescription = cMaxPartSize - 4;
 
-// --- table of contents: the index behind the keys of a long one
+// --- Table of contents: the index behind the keys of a long one
 constexpr Cmn_Int64 cLargestWithoutIndex = 65536;
 constexpr std::size_t cIndexPage = 4096; // doubled until there are at most cMaxIndexPages
 constexpr std::size_t cMaxIndexPages = 65536;
@@ -72,7 +72,7 @@ constexpr std::size_t cIndexTailSize = 20;
 constexpr Cmn_UInt32 cIndexMagic = 0x3149544B; // "KTI1", as a number in the file's byte order
 static_assert(cMaxFileSize <= Cmn_Int64{cMaxIndexPages} * Cmn_Int64{cLargestIndexPage});
 
-// --- masking
+// --- Masking
 constexpr Cmn_Int64 cFirstMasked = cRawKeyPosition + 1;
 constexpr std::size_t cMaskBlock = 4096; // of mask type 5
 

@@ -23,7 +23,7 @@ constexpr Time_Tick cLastTick = Time_MeterMap::cMaxTick;
 
 double AsDouble(Time_Tick iTick) { return static_cast<double>(iTick.AsInt64()); }
 
-// ---- What may be done.
+// --- What may be done
 
 Result CheckAt(const Song& iSong, Time_Tick iAt)
 {
@@ -76,7 +76,7 @@ bool IsClip(const Entries& iEntries, const Time_TickLength& iLength)
     return true;
 }
 
-// ---- The maps as lines of what is in force, and back.
+// --- The maps as lines of what is in force, and back
 
 MeterLine LineOf(const Time_MeterMap& iMap)
 {
@@ -150,7 +150,7 @@ std::unique_ptr<Time_MeterMap> MapOf(MeterLine iLine, const Time_MeterMap& iOld,
     return MapOf(held, iSongStart, bar);
 }
 
-// ---- An edit: what the maps become, and then all of them at once.
+// --- An edit: what the maps become, and then all of them at once
 
 // What is pasted at a tick of the new line.
 struct Pasted

@@ -72,7 +72,7 @@ Time_KeySignatureMap& Time_KeySignatureMap::operator=(const Time_KeySignatureMap
 
 Time_KeySignatureMap::~Time_KeySignatureMap() = default;
 
-// ---------------------------------------------------------------------------------------------- queries
+// --- Queries
 
 // How many entries lie at or before the tick.
 std::size_t Time_KeySignatureMap::CountUpTo(Time_Tick iTick) const
@@ -163,7 +163,7 @@ bool Time_KeySignatureMap::RangeContainsData(Time_Tick iStart, Time_Tick iEnd) c
     return found != mKeys.end() && found->mTick < iEnd;
 }
 
-// ---------------------------------------------------------------------------------------------- edits
+// --- Edits
 
 void Time_KeySignatureMap::AboutToModify()
 {
@@ -311,7 +311,7 @@ void Time_KeySignatureMap::ReplaceWith(const Time_KeySignatureMap& iOther)
     Changed(0);
 }
 
-// ---------------------------------------------------------------------------- undo, persistence, diagnostics
+// --- Undo, persistence, diagnostics
 
 Ndo_State* Time_KeySignatureMap::NdoGetState()
 {

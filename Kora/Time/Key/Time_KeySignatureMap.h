@@ -41,7 +41,8 @@ public:
     bool IsModified() const { return mIsModified; }
     void SetModified(bool iModified) { mIsModified = iModified; }
 
-    // --- Queries. They allocate nothing; a place is found in a few nanoseconds, however many entries there
+    // --- Queries
+    // They allocate nothing; a place is found in a few nanoseconds, however many entries there
     // are, and in O(log n) where entries crowd.
 
     Time_KeySignature GetKeySignatureAtTime(const Time_Typed& iTime) const;
@@ -71,7 +72,7 @@ public:
     // Whether an entry lies in [start, end).
     [[nodiscard]] bool RangeContainsData(Time_Tick iStart, Time_Tick iEnd) const;
 
-    // --- Edits.
+    // --- Edits
 
     // Puts a key at the tick, in place of one that is there.
     void SetKeySignature(Time_Tick iTick, const Time_KeySignature& iKey);
@@ -100,7 +101,7 @@ public:
     // Takes another map's keys.
     void ReplaceWith(const Time_KeySignatureMap& iOther);
 
-    // --- Undo, persistence, diagnostics.
+    // --- Undo, persistence, diagnostics
 
     // A state has what the stream form has, shared with the state before where nothing changed in between. To
     // restore it replaces what differs; out of memory, it throws std::bad_alloc and leaves the map as it was.

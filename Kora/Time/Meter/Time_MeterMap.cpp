@@ -84,7 +84,8 @@ const Cmn_PolyVector<Time_MeterChange>& Time_MeterMap::Changes() const
     return IsDefault() ? GetDefaultMeterMap()->mChanges : mChanges;
 }
 
-// ---- Queries. The index of an empty map is that of the default map.
+// --- Queries
+// The index of an empty map is that of the default map.
 
 Time_Tick Time_MeterMap::BarBeatToTick(const Time_BarBeatTick& iBBT) const
 {
@@ -141,7 +142,7 @@ Cmn_Int32 Time_MeterMap::GetSongStartBar() const
     return TickToBarBeat(IsDefault() ? cDefaultSongStartTick : mSongStartTick).mBar;
 }
 
-// ---- What the edits ask.
+// --- What the edits ask
 
 std::size_t Time_MeterMap::LowerBound(Time_Tick iTick) const
 {
@@ -163,7 +164,7 @@ bool Time_MeterMap::IsBarlineWithMeter(Time_Tick iTick, const Time_Meter& iMeter
     return Index().ToPosition(iTick.AsInt64()).IsOnBarline() && GetMeterAtTick(iTick) == iMeter;
 }
 
-// ---- Numbering.
+// --- Numbering
 
 void Time_MeterMap::UpdateBarNumbers(std::size_t iFrom)
 {

@@ -63,7 +63,8 @@ public:
     static Time_MeterMap* GetDefaultMeterMap();
     bool IsDefault() const { return Settled().mChanges.empty(); }
 
-    // ---- Queries. An empty map gives the default map's answers.
+    // --- Queries
+    // An empty map gives the default map's answers.
 
     // Beats past the bar's numerator run on into bars of the same meter, beats below 1
     // truncate to the bar's start.
@@ -85,7 +86,7 @@ public:
     // The bar number at the song start.
     Cmn_Int32 GetSongStartBar() const;
 
-    // ---- Durations in bars, beats and ticks, each counted from 0.
+    // --- Durations in bars, beats and ticks, each counted from 0
     //
     // A start that lies less than a tenth of a beat before the next barline counts as lying on that barline;
     // adding and subtracting then take the gap off the result again, so that played notes keep their lead.
@@ -97,7 +98,7 @@ public:
     // Deliberate: with iTickA after iTickB it is zero. Test: LongDurationsAndFarTimesAreExact
     Time_BarBeatTick ComputeDurationBetween(Time_Tick iTickA, Time_Tick iTickB) const;
 
-    // ---- Edits of changes.
+    // --- Edits of changes
 
     // A bracket around many edits, which may be nested. Within it changes may be added in any order,
     // at the cost of sorting them: those that do not follow in order are collected, and take their
@@ -142,7 +143,7 @@ public:
     // Removes all changes, keeps the song start; does not broadcast.
     void Clear();
 
-    // ---- Edits of time.
+    // --- Edits of time
 
     // Cuts the range out and closes the gap. Where it is not whole bars, the meters around it are refitted
     // to the bars that come out.
@@ -159,7 +160,7 @@ public:
     // stored BBT, and moves the changes behind it by as much as its old place lies past that bar's place.
     void RealignExistingMeterChangesToBBT(Time_Tick iTick);
 
-    // ---- Copy and paste.
+    // --- Copy and paste
 
     // Fills oDestP, a clip, with the changes of the range, moved so that iStartTick becomes tick 0. The meter
     // in force is carried in by a change at the first barline where the clip would not have it anyway.
@@ -171,7 +172,7 @@ public:
     void Paste(Time_Tick iStartTick, Time_Tick iEndTick, const Time_MeterMap* iSrcP,
                bool iKeepSongStart = false);
 
-    // ---- Undo, documents, text.
+    // --- Undo, documents, text
 
     // Broadcasts.
     Cnn_ListenerList<Mdl_SimpleValMessage>& GetListenerList() { return mListenerList; }

@@ -40,7 +40,8 @@ void Time_MeterMap::Collect(Time_Tick iTick, const Time_Meter& iMeter, std::opti
     mIsBroadcastOwed = true;
 }
 
-// ---- What the edits are made of. None of these gives the undo notice.
+// --- What the edits are made of
+// None of these gives the undo notice.
 
 void Time_MeterMap::PutMeterChange(Time_Tick iTick, const Time_Meter& iMeter, Cmn_Int32 iBar)
 {
@@ -95,7 +96,7 @@ void Time_MeterMap::BroadcastIfUntold()
     if (mIsUntold) Broadcast();
 }
 
-// ---- The edits.
+// --- The edits
 
 void Time_MeterMap::AddInitialMeterChange(Time_Tick iTick, const Time_Meter& iMeter, Cmn_Int32 iBar)
 {

@@ -81,7 +81,7 @@ Fraction Reduce(Fraction iCombined)
 
 } // namespace
 
-// ---- Moving changes.
+// --- Moving changes
 
 // Without renumbering.
 void Time_MeterMap::ShiftFrom(std::size_t iFirst, Cmn_Int64 iLength)
@@ -175,7 +175,7 @@ void Time_MeterMap::RealignExistingMeterChangesToBBT(Time_Tick iTick)
     BroadcastIfUntold();
 }
 
-// ---- Cutting and opening time.
+// --- Cutting and opening time
 
 // A change there keeps the meter in force where it is, whatever happens before.
 void Time_MeterMap::PinMeterAt(Time_Tick iTick) { AddNow(iTick, GetMeterAtTick(iTick)); }

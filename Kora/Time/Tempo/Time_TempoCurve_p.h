@@ -63,8 +63,8 @@ private:
             {0.5384693101056831, 0.4786286704993665},
             {0.9061798459386640, 0.2369268850561891},
         };
-        constexpr double cVeryLittle =
-            0.1; // the steepest stretch of the S is pi / 2 times as steep as its mean
+        // The steepest stretch of the S is pi / 2 times as steep as its mean.
+        constexpr double cVeryLittle = 0.1;
         const double steepness = 8 * std::abs(mEnd - mStart) / std::min(mStart, mEnd);
         if ((iTo - iFrom) * std::max(16.0, steepness) < cVeryLittle)
             return GaussOfInverse(cThree, iFrom, iTo - iFrom);

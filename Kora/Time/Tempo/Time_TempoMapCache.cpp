@@ -21,7 +21,7 @@ Cmn_UInt8 Time_TempoMapCache::NotesOf(const Time_TempoMapSegment& iSegment)
     return static_cast<Cmn_UInt8>(notes);
 }
 
-// ---- edits
+// --- Edits
 
 // By doubling, as pushing back makes it.
 void Time_TempoMapCache::Reserve(std::size_t iCount)
@@ -117,7 +117,7 @@ Time_TempoMapCache::RowP Time_TempoMapCache::TakeRow()
                        [this](std::size_t i) { return Time_ConstantTempoValue::Of(*mSegments[i]); });
 }
 
-// ---- queries
+// --- Queries
 
 const Time_TempoMapSegment* Time_TempoMapCache::SegmentOrNull(std::size_t iIndex) const
 {
