@@ -145,6 +145,24 @@ TEST_F(CheckTest, AHeaderOfAnotherNameIsNoKeysStream)
     EXPECT_EQ(Faults(), at + ": expected stream 0 of the table of contents, found \"other\"");
 }
 
+// A scan that looks at a file in pieces took the bytes before a header, at a piece's end, for a part of its magic.
+TEST_F(CheckTest, AHeaderIsFoundWhereverPiecesOfTheFileEnd)
+{
+    for (std::size_t before = 0; before < 600; ++before) {
+        Document document(Sys_Store::eOpenFlag_New);
+        {
+            Sys_TypedOutStream out = document.MakeTypedOutStream();
+            const FF_StreamHeaderWriter around(&document, out, 50, 1);
+            const Bytes filler(before, 'K');
+            out.WriteBytes(filler.data(), filler.size());
+            Write(document, 7, 1234);
+        }
+        document.Flush();
+        document.Close();
+        EXPECT_EQ(Faults(), "") << before;
+    }
+}
+
 // What a hostile file claims costs no more than what it is long, to walk and to repair.
 TEST_F(CheckTest, HostileNestingsAreReadOnce)
 {

@@ -40,6 +40,8 @@ public:
             const std::size_t found = FF_FindMagic(bytes);
             Advance(mDone + static_cast<Cmn_Int64>(found));
             if (found == bytes.size()) continue;
+            // A part of a magic at the window's end says nothing: the magic may begin within it.
+            if (found > 0 && bytes.size() - found < Fields::cMagic.size()) continue;
             Look();
             Advance(std::min(mDone + static_cast<Cmn_Int64>(Fields::cMagic.size()), mEnd));
         }
