@@ -3,8 +3,10 @@
 #include "Bastel/Cmn/Cmn_Exception.h"
 #include "Bastel/Cmn/Cmn_XMLNode.h"
 #include "Bastel/Sys/Sys_TypedStream.h"
+#include "Kora/Time/Formats/Time_FormText_p.h"
 
 #include <array>
+#include <limits>
 #include <tuple>
 
 namespace {
@@ -18,6 +20,53 @@ constexpr bool IsDuration(Cmn_Int32 iCode)
 
 // A plain note value in ticks.
 constexpr Cmn_Int64 PlainTicks(Cmn_Int32 iCode) { return Time_TickLength::cInternalPerWhole >> (iCode - 1); }
+
+char* WriteSigned(char* oText, Cmn_Int64 iNumber)
+{
+    if (iNumber < 0) *oText++ = '-';
+    return Time_WriteNumber(oText, static_cast<Cmn_UInt64>(iNumber < 0 ? -iNumber : iNumber));
+}
+
+// The code of 1, 2, 4 … 64, or 0.
+Cmn_Int32 CodeOf(Cmn_Int64 iPart)
+{
+    for (Cmn_Int32 code = Time_eNoteDuration_Whole; IsDuration(code); ++code)
+        if (Cmn_Int64{1} << (code - 1) == iPart) return code;
+    return 0;
+}
+
+bool TakeCount(Time_FormReader& ioReader, Cmn_Int32& oCount)
+{
+    Cmn_Int64 count = 0;
+    if (ioReader.TakeNumber(count) == 0) return false;
+    oCount = count <= std::numeric_limits<Cmn_Int32>::max() ? static_cast<Cmn_Int32>(count) : 0;
+    return oCount >= 1;
+}
+
+// Null when the value was read; otherwise why not.
+const char* ReadNoteValue(std::string_view iText, Time_NotationDurationValue& oValue)
+{
+    static constexpr char cForm[] = "a note value such as 1/8, 1/8. or 1/16t is expected";
+    Time_FormReader reader(iText);
+    Cmn_Int64 part = 0;
+    if (!reader.Take('1') || !reader.Take('/') || reader.TakeNumber(part) == 0) return cForm;
+    const Cmn_Int32 code = CodeOf(part);
+    if (code == 0) return "note values are 1/1, 1/2, 1/4, 1/8, 1/16, 1/32 and 1/64";
+    const auto duration = static_cast<Time_ENoteDuration>(code);
+    const bool isDotted = reader.Take('.');
+    oValue = Time_NotationDurationValue(duration, isDotted);
+    if (reader.Take('t')) {
+        oValue = Time_NotationDurationValue(duration, isDotted, true, 2, 3);
+    } else if (reader.Take('(')) {
+        Cmn_Int32 count = 0;
+        Cmn_Int32 time = 0;
+        const bool isTuplet =
+            TakeCount(reader, count) && reader.Take(':') && TakeCount(reader, time) && reader.Take(')');
+        if (!isTuplet) return "a tuplet such as (4:5) is expected";
+        oValue = Time_NotationDurationValue(duration, isDotted, true, count, time);
+    }
+    return reader.IsAtEnd() ? nullptr : cForm;
+}
 
 } // namespace
 
@@ -99,6 +148,45 @@ const char* Time_NotationDurationValue::GetDurationName(Time_ENoteDuration iDura
         "SixteenthNoteDur", "ThirtySecondNoteDur", "SixtyFourthNoteDur",
     };
     return IsDuration(iDuration) ? cNames[static_cast<std::size_t>(iDuration - 1)] : "";
+}
+
+std::string Time_NotationDurationValue::ToString() const
+{
+    char text[cTextBytes];
+    return std::string(text, ToText(text));
+}
+
+std::size_t Time_NotationDurationValue::ToText(char* oText) const
+{
+    const bool isKnown = Cmn_ASSERT(GetDurationName(mDuration)[0] != '\0');
+    const int halvings = (isKnown ? mDuration : Time_eNoteDuration_Quarter) - Time_eNoteDuration_Whole;
+    char* at = oText;
+    *at++ = '1';
+    *at++ = '/';
+    at = Time_WriteNumber(at, Cmn_UInt64{1} << halvings);
+    if (mDotted) *at++ = '.';
+    if (mTuplet && mTupletCount == 2 && mTupletTime == 3) {
+        *at++ = 't';
+    } else if (mTuplet) {
+        *at++ = '(';
+        at = WriteSigned(at, mTupletCount);
+        *at++ = ':';
+        at = WriteSigned(at, mTupletTime);
+        *at++ = ')';
+    }
+    *at = '\0';
+    return static_cast<std::size_t>(at - oText);
+}
+
+bool Time_NotationDurationValue::FromText(std::string_view iText, const char** oWhyNot)
+{
+    Time_NotationDurationValue read;
+    const char* const whyNot = ReadNoteValue(iText, read);
+    if (whyNot == nullptr)
+        *this = read;
+    else if (oWhyNot != nullptr)
+        *oWhyNot = whyNot;
+    return whyNot == nullptr;
 }
 
 std::string Time_NotationDurationValue::Dump() const

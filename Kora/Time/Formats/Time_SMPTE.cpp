@@ -1,148 +1,31 @@
 #include "Kora/Time/Formats/Time_SMPTE.h"
 
 #include "Bastel/Cmn/Cmn_FloatMath.h"
+#include "Kora/Time/Formats/Time_FormText_p.h"
 #include "Kora/Time/Formats/Time_Globals.h"
+#include "Kora/Time/Formats/Time_TimecodeRules_p.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <tuple>
 
+using namespace Time_TimecodeRules;
+
 namespace {
 
 constexpr Cmn_Int32 cSubframesPerFrame = 100;
-constexpr Cmn_Int32 cSecondsPerDay = 86400;
-
-struct Format
-{
-    Cmn_Int32 mFramesPerSecond;
-    double mRealRate;
-    Cmn_Int32 mDroppedPerMinute;
-};
-
-constexpr Format cNoFormat = {-1, -1.0, 0};
-// Indexed by ETimeCodeFormat.
-constexpr std::array<Format, 15> cFormats = {{
-    cNoFormat,
-    {24, 24.0, 0},
-    {25, 25.0, 0},
-    {30, 30000.0 / 1001.0, 0},
-    cNoFormat,
-    {30, 30000.0 / 1001.0, 2},
-    cNoFormat,
-    {30, 30.0, 0},
-    {30, 30.0, 2},
-    {24, 24000.0 / 1001.0, 0},
-    {50, 50.0, 0},
-    {60, 60000.0 / 1001.0, 0},
-    {60, 60000.0 / 1001.0, 4},
-    {60, 60.0, 0},
-    {60, 60.0, 4},
-}};
-
-ETimeCodeFormat Resolved(ETimeCodeFormat iFormat)
-{
-    return iFormat == eTimeCodeFormat_UseGlobal ? Time_Globals::GetGlobalTimeCodeFormat() : iFormat;
-}
-
-const Format& FormatOf(ETimeCodeFormat iFormat)
-{
-    const Cmn_UInt32 index = static_cast<Cmn_UInt32>(Resolved(iFormat));
-    return index < cFormats.size() ? cFormats[index] : cNoFormat;
-}
-
-// For computations, which report a format that has no rate.
-const Format& CheckedFormatOf(ETimeCodeFormat iFormat)
-{
-    const Format& format = FormatOf(iFormat);
-    Cmn_ASSERT_AS(format.mFramesPerSecond != -1, "framesPerSecond != -1", "Time/Time_SMPTE");
-    return format;
-}
-
-// The skip rule, for one block of ten minutes. Minute 0 keeps all its labels; each later
-// one lacks the first few.
-struct DropRule
-{
-    Cmn_Int32 mDroppedPerMinute;
-    Cmn_Int32 mLabelsPerMinute;
-    Cmn_Int32 mLabelsPerBlock;
-    Cmn_Int32 mFramesPerBlock;
-    // The frame that opens each minute; the last entry is past every frame.
-    std::array<Cmn_Int32, 11> mMinuteStarts;
-};
-
-constexpr Cmn_Int32 cPastAll = 0x7FFFFFFF;
-constexpr DropRule cDrop30 = {
-    2, 1800, 18000, 17982, {0, 1800, 3598, 5396, 7194, 8992, 10790, 12588, 14386, 16184, cPastAll}};
-// Deliberate: minute 7 opens a frame early, at 25175 instead of 25176, so that minute 6 is short by
-// one frame and minute 7 long. Frame 25175 is labelled 00:07:00;03, and 00:06:59;59 is never
-// written. Test: EveryFrameOfADay
-constexpr DropRule cDrop60 = {
-    4, 3600, 36000, 35964, {0, 3600, 7196, 10792, 14388, 17984, 21580, 25175, 28772, 32368, cPastAll}};
-
-template <const DropRule& cRule>
-Cmn_Int32 FramesOfLabels(Cmn_Int32 iLabels)
-{
-    constexpr Cmn_Int32 cDroppedPerBlock = 9 * cRule.mDroppedPerMinute;
-    const Cmn_Int32 block = iLabels / cRule.mLabelsPerBlock;
-    const Cmn_Int32 inBlock = iLabels % cRule.mLabelsPerBlock;
-    const Cmn_Int32 minute = inBlock < 0 ? 0 : inBlock / cRule.mLabelsPerMinute;
-    return Cmn_WrapSub(iLabels, cDroppedPerBlock * block + cRule.mDroppedPerMinute * minute);
-}
-
-template <const DropRule& cRule>
-Cmn_Int32 LabelsOfFrames(Cmn_Int32 iFrames)
-{
-    constexpr Cmn_Int32 cDroppedPerBlock = 9 * cRule.mDroppedPerMinute;
-    const Cmn_Int32 block = iFrames / cRule.mFramesPerBlock;
-    const Cmn_Int32 inBlock = iFrames % cRule.mFramesPerBlock;
-    Cmn_UInt32 minute = 0;
-    if (inBlock >= 0) {
-        // Minutes open somewhat earlier than every mLabelsPerMinute frames, never by a whole minute.
-        minute = static_cast<Cmn_UInt32>(inBlock) / static_cast<Cmn_UInt32>(cRule.mLabelsPerMinute);
-        minute += inBlock >= cRule.mMinuteStarts[minute + 1] ? 1 : 0;
-    }
-    return Cmn_WrapAdd(iFrames,
-                       cDroppedPerBlock * block + cRule.mDroppedPerMinute * static_cast<Cmn_Int32>(minute));
-}
-
-Cmn_Int32 DropLabels(Cmn_Int32 iLabels, const Format& iFormat)
-{
-    return iFormat.mDroppedPerMinute == cDrop30.mDroppedPerMinute ? FramesOfLabels<cDrop30>(iLabels)
-                                                                  : FramesOfLabels<cDrop60>(iLabels);
-}
-
-Cmn_Int32 UndropLabels(Cmn_Int32 iFrames, const Format& iFormat)
-{
-    return iFormat.mDroppedPerMinute == cDrop30.mDroppedPerMinute ? LabelsOfFrames<cDrop30>(iFrames)
-                                                                  : LabelsOfFrames<cDrop60>(iFrames);
-}
-
-// The frame whose label no skip-rule counter knows, but ours writes: see cDrop60.
-constexpr bool IsEarlySeventhMinute(const Format& iFormat, Cmn_Int32 iMinutes, Cmn_Int32 iFrames)
-{
-    return iFormat.mFramesPerSecond == 60 && iMinutes % 10 == 7 && iFrames == 3;
-}
-
-// Two decimal digits of all numbers below 100.
-constexpr std::array<std::array<char, 2>, 100> cTwoDigits = [] {
-    std::array<std::array<char, 2>, 100> digits = {};
-    for (std::size_t i = 0; i < digits.size(); ++i)
-        digits[i] = {static_cast<char>('0' + i / 10), static_cast<char>('0' + i % 10)};
-    return digits;
-}();
+constexpr std::size_t cLabelSize = 11;
 
 // Two digits, or three from 100 on; returns where they end.
 char* WriteField(char* oText, Cmn_UInt8 iField)
 {
     if (iField >= 100) *oText++ = static_cast<char>('0' + iField / 100);
-    const std::array<char, 2> digits = cTwoDigits[iField < 100 ? iField : iField % 100];
-    oText[0] = digits[0];
-    oText[1] = digits[1];
-    return oText + 2;
+    return Time_WriteTwoDigits(oText, iField < 100 ? iField : iField % 100);
 }
 
 // Two decimal digits at iAt, or -1.
-Cmn_Int32 TwoDigits(const std::string& iText, std::size_t iAt)
+Cmn_Int32 TwoDigits(std::string_view iText, std::size_t iAt)
 {
     const auto digit = [&](std::size_t iIndex) { return iText[iIndex] - '0'; };
     const bool valid = digit(iAt) >= 0 && digit(iAt) <= 9 && digit(iAt + 1) >= 0 && digit(iAt + 1) <= 9;
@@ -330,20 +213,79 @@ std::size_t Time_SMPTE::ToText(char* oText) const
     return static_cast<std::size_t>(at - oText);
 }
 
-bool Time_SMPTE::FromString(const std::string& iText)
+std::string Time_SMPTE::ToSubframeString() const
 {
-    if (iText.size() != 11 || iText[2] != ':' || iText[5] != ':') return false;
-    if (iText[8] != ':' && !(iText[8] == ';' && IsDropFormat(mFormat))) return false;
-    std::array<Cmn_Int32, 4> fields;
+    char text[cSubframeTextBytes];
+    return std::string(text, ToSubframeText(text));
+}
+
+std::size_t Time_SMPTE::ToSubframeText(char* oText) const
+{
+    char* at = oText + ToText(oText);
+    *at++ = '.';
+    const Cmn_Int32 subframes =
+        Cmn_WrapSub(GetTotalSubframes(), Cmn_WrapMul(GetTotalFrames(), cSubframesPerFrame));
+    at = WriteField(at, static_cast<Cmn_UInt8>(subframes));
+    *at = '\0';
+    return static_cast<std::size_t>(at - oText);
+}
+
+// Null when the label was read.
+const char* Time_SMPTE::ReadLabel(std::string_view iText)
+{
+    static constexpr char cForm[] =
+        "hours, minutes, seconds and frames of two digits are expected, such as 01:02:03:04";
+    constexpr const char* cRanges[] = {"hours run from 0 to 23", "minutes run from 0 to 59",
+                                       "seconds run from 0 to 59", "a second has fewer frames"};
+    if (iText.size() != cLabelSize || iText[2] != ':' || iText[5] != ':') return cForm;
+    if (iText[8] != ':' && iText[8] != ';') return cForm;
+    if (iText[8] == ';' && !IsDropFormat(mFormat))
+        return "\";\" stands before the frames of drop formats only";
+    const Format& format = CheckedFormatOf(mFormat);
+    const Cmn_Int32 ends[] = {24, 60, 60, format.mFramesPerSecond};
+    std::array<Cmn_UInt8, 4> fields;
     for (std::size_t field = 0; field < fields.size(); ++field) {
-        fields[field] = TwoDigits(iText, 3 * field);
-        if (fields[field] < 0) return false;
+        const Cmn_Int32 read = TwoDigits(iText, 3 * field);
+        if (read < 0) return cForm;
+        if (read >= ends[field]) return cRanges[field];
+        fields[field] = static_cast<Cmn_UInt8>(read);
     }
-    const Time_SMPTE read(static_cast<Cmn_UInt8>(fields[0]), static_cast<Cmn_UInt8>(fields[1]),
-                          static_cast<Cmn_UInt8>(fields[2]), static_cast<Cmn_UInt8>(fields[3]), mFormat);
-    if (!read.IsLabel()) return false;
-    *this = read;
+    const Time_SMPTE label(fields[0], fields[1], fields[2], fields[3], mFormat);
+    if (!label.IsLabel()) return "drop-frame counting leaves this label out";
+    *this = label;
+    return nullptr;
+}
+
+bool Time_SMPTE::FromText(std::string_view iText, const char** oWhyNot)
+{
+    const char* const whyNot = ReadLabel(iText);
+    if (whyNot != nullptr && oWhyNot != nullptr) *oWhyNot = whyNot;
+    return whyNot == nullptr;
+}
+
+bool Time_SMPTE::FromSubframeText(std::string_view iText, const char** oWhyNot)
+{
+    const std::string_view subframes = iText.substr(std::min(iText.size(), cLabelSize));
+    const bool isLabelAlone = subframes.empty();
+    const bool hasForm = subframes.size() == 3 && subframes[0] == '.' && TwoDigits(subframes, 1) >= 0;
+    if (!isLabelAlone && !hasForm) {
+        if (oWhyNot != nullptr)
+            *oWhyNot = "subframes of two digits are expected behind the frames, such as .05";
+        return false;
+    }
+    if (!FromText(iText.substr(0, cLabelSize), oWhyNot)) return false;
+    if (hasForm) mSubSamples = SamplesOfSubframes(TwoDigits(subframes, 1));
     return true;
+}
+
+void Time_SMPTE::SetToNearestSubframe(const Time_Sample& iSample)
+{
+    const Format& format = CheckedFormatOf(mFormat);
+    const double perSecond = format.mRealRate * cSubframesPerFrame;
+    const auto samples = static_cast<double>(iSample.AsInt64());
+    const Cmn_Int64 subframes = Cmn_RoundHalfUp(samples * perSecond / Time_Globals::GetPullSampleRate());
+    const Cmn_Int64 day = Cmn_Int64{FramesOfDay(format)} * cSubframesPerFrame;
+    SetFromTotalSubframes(static_cast<Cmn_Int32>(subframes - Cmn_FloorDiv(subframes, day) * day));
 }
 
 std::string Time_SMPTE::Dump() const

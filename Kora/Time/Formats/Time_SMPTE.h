@@ -16,7 +16,9 @@
 
 #include <compare>
 #include <cstddef>
+#include <functional>
 #include <string>
+#include <string_view>
 
 class KORA_API_NODISCARD Time_SMPTE
 {
@@ -84,8 +86,22 @@ public:
     static constexpr std::size_t cTextBytes = 16;
     std::size_t ToText(char* oText) const;
     // Reads what ToString writes; drop formats also take ":" before the frames. Only labels of the format are
-    // taken; subSamples become 0. Anything else is false and changes nothing.
-    [[nodiscard]] bool FromString(const std::string& iText);
+    // taken; subSamples become 0. Anything else is false and changes nothing; oWhyNot is then a text for users,
+    // such as "drop-frame counting leaves this label out". FromText allocates nothing.
+    [[nodiscard]] bool FromString(const std::string& iText) { return FromText(iText); }
+    [[nodiscard]] bool FromText(std::string_view iText, const char** oWhyNot = nullptr);
+
+    // With hundredths of a frame, those of GetTotalSubframes: "01:02:03:04.05". The text form needs
+    // cSubframeTextBytes.
+    [[nodiscard]] std::string ToSubframeString() const;
+    static constexpr std::size_t cSubframeTextBytes = 20;
+    std::size_t ToSubframeText(char* oText) const;
+    // Reads what ToSubframeString writes; a label alone has none of them.
+    [[nodiscard]] bool FromSubframeText(std::string_view iText, const char** oWhyNot = nullptr);
+    // The subframe whose start is nearest to the sample, ⌊s · 100 · real rate / sample rate + ½⌋ of them, in its
+    // day: what rulers show, where SetFromTotalSamples keeps the sample itself.
+    void SetToNearestSubframe(const Time_Sample& iSample);
+
     // "01:02:03;04 + 12.5 samples [29.97 fps drop]"
     [[nodiscard]] std::string Dump() const;
 
@@ -102,6 +118,7 @@ public:
 private:
     template <Cmn_Int32 cFramesPerSecond>
     void SetFields(Cmn_Int32 iLabels);
+    const char* ReadLabel(std::string_view iText);
     void CheckSubSamples() const;
     double SamplesOfFrames(Cmn_Int64 iFrames) const;
     double SamplesOfSubframes(Cmn_Int64 iSubframes) const;
@@ -112,4 +129,16 @@ private:
     Cmn_UInt8 mFrames = 0;
     double mSubSamples = 0;
     ETimeCodeFormat mFormat;
+};
+
+// Equal labels have the same.
+template <>
+struct std::hash<Time_SMPTE>
+{
+    std::size_t operator()(const Time_SMPTE& iTime) const noexcept
+    {
+        const Cmn_UInt32 label = static_cast<Cmn_UInt32>(iTime.GetHours()) << 24 | iTime.GetMinutes() << 16 |
+                                 iTime.GetSeconds() << 8 | iTime.GetFrames();
+        return std::hash<Cmn_UInt32>()(label) ^ std::hash<double>()(iTime.GetSubSamples());
+    }
 };

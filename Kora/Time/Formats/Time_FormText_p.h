@@ -1,0 +1,82 @@
+// Time_FormText: what the forms of time share: digits into a caller's buffer, and a text read part by part.
+//
+// Threads: plain functions and a plain value; nothing allocates.
+#pragma once
+
+#include "Bastel/Cmn/Cmn_Types.h"
+
+#include <array>
+#include <cstddef>
+#include <string_view>
+
+// Two decimal digits of all numbers below 100.
+inline constexpr std::array<std::array<char, 2>, 100> Time_cTwoDigits = [] {
+    std::array<std::array<char, 2>, 100> digits = {};
+    for (std::size_t i = 0; i < digits.size(); ++i)
+        digits[i] = {static_cast<char>('0' + i / 10), static_cast<char>('0' + i % 10)};
+    return digits;
+}();
+
+// Exactly two digits of a number below 100; returns where they end.
+inline char* Time_WriteTwoDigits(char* oText, Cmn_UInt32 iNumber)
+{
+    oText[0] = Time_cTwoDigits[iNumber][0];
+    oText[1] = Time_cTwoDigits[iNumber][1];
+    return oText + 2;
+}
+
+// As many digits as the number has; returns where they end.
+inline char* Time_WriteNumber(char* oText, Cmn_UInt64 iNumber)
+{
+    constexpr std::size_t cMostDigits = 20;
+    char digits[cMostDigits];
+    char* at = digits + cMostDigits;
+    for (; iNumber >= 100; iNumber /= 100)
+        Time_WriteTwoDigits(at -= 2, static_cast<Cmn_UInt32>(iNumber % 100));
+    if (iNumber >= 10)
+        Time_WriteTwoDigits(at -= 2, static_cast<Cmn_UInt32>(iNumber));
+    else
+        *--at = static_cast<char>('0' + iNumber);
+    while (at != digits + cMostDigits)
+        *oText++ = *at++;
+    return oText;
+}
+
+// A text that is taken from the front.
+class Time_FormReader
+{
+public:
+    // Numbers above it are read as it: every form refuses them.
+    static constexpr Cmn_Int64 cTooMuch = 1000000000000000;
+
+    explicit Time_FormReader(std::string_view iText)
+        : mRest(iText)
+    {
+    }
+
+    bool IsAtEnd() const { return mRest.empty(); }
+    std::string_view GetRest() const { return mRest; }
+
+    bool Take(char iCharacter)
+    {
+        if (mRest.empty() || mRest.front() != iCharacter) return false;
+        mRest.remove_prefix(1);
+        return true;
+    }
+
+    // Digits, as many as there are; their count. The number is 0 without one.
+    std::size_t TakeNumber(Cmn_Int64& oNumber)
+    {
+        std::size_t count = 0;
+        oNumber = 0;
+        for (; count < mRest.size() && mRest[count] >= '0' && mRest[count] <= '9'; ++count) {
+            oNumber = oNumber * 10 + (mRest[count] - '0');
+            if (oNumber > cTooMuch) oNumber = cTooMuch;
+        }
+        mRest.remove_prefix(count);
+        return count;
+    }
+
+private:
+    std::string_view mRest;
+};
