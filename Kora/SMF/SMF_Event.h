@@ -7,7 +7,9 @@
 
 #include "Bastel/Cmn/Cmn_Types.h"
 
+#include <bit>
 #include <cstddef>
+#include <cstring>
 #include <string_view>
 
 struct SMF_Event
@@ -34,6 +36,27 @@ struct SMF_Event
     Cmn_UInt8 mMetaType = 0;  // of a meta event, else 0
     Cmn_UInt8 mDeltaSize = 0; // bytes of the delta time, 1 to 4
     bool mIsRunning = false;  // the status is that of the event before and not written again
+
+    // Read at once, the first one lowest. All eight have to be there.
+    static Cmn_UInt64 EightBytesAt(const char* iAt)
+    {
+        Cmn_UInt64 bytes = 0;
+        if constexpr (std::endian::native == std::endian::little)
+            std::memcpy(&bytes, iAt, sizeof bytes);
+        else
+            for (int i = 0; i < 8; ++i)
+                bytes |= static_cast<Cmn_UInt64>(static_cast<Cmn_UInt8>(iAt[i])) << (8 * i);
+        return bytes;
+    }
+
+    static void PutEightBytes(char* oAt, Cmn_UInt64 iBytes)
+    {
+        if constexpr (std::endian::native == std::endian::little)
+            std::memcpy(oAt, &iBytes, sizeof iBytes);
+        else
+            for (int i = 0; i < 8; ++i)
+                oAt[i] = static_cast<char>(iBytes >> (8 * i) & 0xFF);
+    }
 
     bool IsChannel() const { return mStatus < cSysEx; }
     bool IsMeta(Cmn_UInt8 iType) const { return mStatus == cMeta && mMetaType == iType; }

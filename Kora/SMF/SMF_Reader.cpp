@@ -3,6 +3,7 @@
 #include "Kora/SMF/SMF_Exception.h"
 #include "Kora/SMF/SMF_Reader_p.h"
 
+#include <algorithm>
 #include <utility>
 
 using SMF_EventRules::Hex;
@@ -33,12 +34,13 @@ Cmn_Int32 DataBytesOf(Cmn_Int32 iStatus)
 SMF_File SMF_Reader::Run()
 {
     ReadHeader();
-    while (mPosition < mBytes.size())
-        ReadChunk();
-    const auto read = static_cast<Cmn_Int64>(mFile.mTracks.size());
-    if (read != mTracksCounted)
-        Fail(mPosition, "the file ends after " + Number(read) + " of the " + Number(mTracksCounted) +
-                            " tracks that the header counts");
+    try {
+        ReadChunks();
+    } catch (const SMF_Exception&) {
+        ReadTracks(); // what is wrong in one of them stands before it
+        throw;
+    }
+    ReadTracks();
     return std::move(mFile);
 }
 
@@ -134,15 +136,25 @@ void SMF_Reader::ReadHeader()
     mPosition = mEnd;
 }
 
+void SMF_Reader::ReadChunks()
+{
+    while (mPosition < mBytes.size())
+        ReadChunk();
+    const auto read = static_cast<Cmn_Int64>(mLanes.size());
+    if (read != mTracksCounted)
+        Fail(mPosition, "the file ends after " + Number(read) + " of the " + Number(mTracksCounted) +
+                            " tracks that the header counts");
+}
+
 void SMF_Reader::ReadChunk()
 {
     const std::size_t start = mPosition;
     const std::string_view type = ReadChunkHeader();
-    const std::size_t tracks = mFile.mTracks.size();
+    const std::size_t tracks = mLanes.size();
     if (type == "MTrk") {
         if (static_cast<Cmn_Int64>(tracks) == mTracksCounted)
             Fail(start, "one more track than the " + Number(mTracksCounted) + " that the header counts");
-        ReadTrack();
+        mLanes.push_back({mPosition, mPosition, mEnd});
     } else {
         mFile.mOthers.push_back(
             {std::string(type), std::string(mBytes.substr(mPosition, mEnd - mPosition)), tracks});
@@ -152,58 +164,118 @@ void SMF_Reader::ReadChunk()
 
 // --- Tracks
 
-void SMF_Reader::ReadTrack()
+// What is wrong is looked for once more in order, to tell the first.
+void SMF_Reader::ReadTracks()
 {
-    const std::size_t start = mPosition;
-    Cmn_Int64 tick = 0, count = 0;
-    Cmn_Int32 runningStatus = 0; // 0: none
-    bool isAtEnd = false;
-    while (!isAtEnd) {
-        SkipPlainEvents(runningStatus, tick, count);
-        if (Left() == 0) Fail(mPosition, "the track ends here, expected its end-of-track event");
-        // A file of less than 2^56 bytes cannot carry the sum past 63 bits.
-        tick += ReadVariableLength("a delta time");
-        isAtEnd = ReadEvent(runningStatus);
-        ++count;
+    try {
+        ReadSideBySide();
+    } catch (const SMF_Exception&) {
+        for (const Lane& lane : mLanes) {
+            Lane again{lane.mStart, lane.mStart, lane.mEnd};
+            FinishTrack(again);
+        }
+        throw;
     }
-    if (Left() != 0)
-        Fail(mPosition,
-             Cmn_CountText(Left(), "byte") + " after the end-of-track event, expected the track to end");
-    mFile.mTracks.push_back(SMF_Track(mOwner, mBytes.substr(start, mPosition - start), count, tick));
+    mFile.mTracks.reserve(mLanes.size());
+    for (const Lane& lane : mLanes)
+        mFile.mTracks.push_back(
+            SMF_Track(mOwner, mBytes.substr(lane.mStart, lane.mEnd - lane.mStart), lane.mCount, lane.mTick));
 }
 
-// Channel events with a delta time of one or two bytes are nearly all of a file. Stops before the first event
-// that is not known at once to be one, which the careful way then reads or refuses.
-void SMF_Reader::SkipPlainEvents(Cmn_Int32& ioRunningStatus, Cmn_Int64& ioTick, Cmn_Int64& ioCount)
+// Several tracks at a time: where an event of a track begins is known when the one before is, so that one
+// track alone leaves a processor waiting. As one ends, the next comes in its place.
+void SMF_Reader::ReadSideBySide()
 {
-    const auto* const bytes = reinterpret_cast<const unsigned char*>(mBytes.data());
-    std::size_t position = mPosition;
-    Cmn_Int64 tick = ioTick, count = ioCount;
-    unsigned running = static_cast<unsigned>(ioRunningStatus);
-    while (mEnd - position >= 5) { // delta time, status, data: 2 + 1 + 2 at most
-        const unsigned char* at = bytes + position;
-        // Which of the two sizes a delta time has is anybody's guess, so that nothing branches on it.
-        const unsigned isLong = *at >> 7, low = at[1] & (0 - isLong);
-        const unsigned delta = (*at & 0x7F) << (7 * isLong) | low;
-        at += 1 + isLong;
-        unsigned status = running;
-        if (*at >= 0x80) [[likely]]
-            status = *at++;
-        // No status is running, or it is no channel's.
-        if (status - 0x80 >= 0x70) break;
-        unsigned data = low | *at++;
-        if ((status & 0xE0) != 0xC0) [[likely]]
-            data |= *at++;
-        if (data >= 0x80) break;
-        running = status;
-        tick += delta;
-        ++count;
-        position = static_cast<std::size_t>(at - bytes);
+    std::size_t next = 0;
+    if (mLanes.size() >= cLanes) {
+        Lane* lanes[cLanes];
+        for (Lane*& lane : lanes)
+            lane = &mLanes[next++];
+        for (;;) {
+            Lane*& lane = lanes[SkipPlainEvents(lanes)];
+            if (!ReadOne(*lane)) continue;
+            CheckEnd(*lane);
+            if (next == mLanes.size()) break;
+            lane = &mLanes[next++];
+        }
     }
-    mPosition = position;
-    ioTick = tick;
-    ioCount = count;
-    ioRunningStatus = static_cast<Cmn_Int32>(running);
+    for (Lane& lane : mLanes)
+        if (!lane.mIsAtEnd) FinishTrack(lane);
+}
+
+void SMF_Reader::FinishTrack(Lane& ioLane)
+{
+    Lane* const lane[] = {&ioLane};
+    do
+        SkipPlainEvents(lane);
+    while (!ReadOne(ioLane));
+    CheckEnd(ioLane);
+}
+
+void SMF_Reader::CheckEnd(const Lane& iLane)
+{
+    if (iLane.mPosition != iLane.mEnd)
+        Fail(iLane.mPosition, Cmn_CountText(static_cast<Cmn_Int64>(iLane.mEnd - iLane.mPosition), "byte") +
+                                  " after the end-of-track event, expected the track to end");
+}
+
+// An event of any kind. True for the end-of-track event.
+bool SMF_Reader::ReadOne(Lane& ioLane)
+{
+    mPosition = ioLane.mPosition;
+    mEnd = ioLane.mEnd;
+    if (Left() == 0) Fail(mPosition, "the track ends here, expected its end-of-track event");
+    // A file of less than 2^56 bytes cannot carry the sum past 63 bits.
+    ioLane.mTick += ReadVariableLength("a delta time");
+    ioLane.mIsAtEnd = ReadEvent(ioLane.mRunningStatus);
+    ++ioLane.mCount;
+    ioLane.mPosition = mPosition;
+    return ioLane.mIsAtEnd;
+}
+
+// Channel events with a delta time of one or two bytes are nearly all of a file. Stops before the first
+// event that is not known at once to be one, which the careful way then reads or refuses, and returns its
+// lane: where none is, that with the least left. Which of the two sizes a delta time has is anybody's guess,
+// and so is running status: nothing branches on them.
+template <std::size_t tLanes>
+std::size_t SMF_Reader::SkipPlainEvents(Lane* const (&iLanes)[tLanes])
+{
+    constexpr std::size_t cMost = 5, cRead = 8; // delta time, status, data: 2 + 1 + 2; bytes looked at
+    std::size_t positions[tLanes], rounds = mBytes.size(), stopped = 0;
+    Cmn_Int64 ticks[tLanes];
+    Cmn_UInt64 running[tLanes];
+    for (std::size_t i = 0; i < tLanes; ++i) {
+        const std::size_t left = iLanes[i]->mEnd - iLanes[i]->mPosition;
+        const std::size_t safe = left < cRead ? 0 : (left - cRead) / cMost + 1;
+        if (safe < rounds) stopped = i;
+        rounds = std::min(rounds, safe);
+        positions[i] = iLanes[i]->mPosition;
+        ticks[i] = iLanes[i]->mTick;
+        running[i] = static_cast<Cmn_UInt64>(iLanes[i]->mRunningStatus);
+    }
+    std::size_t round = 0, further = 0; // lanes that are one event further
+    for (bool isPlain = true; isPlain && round < rounds;) {
+        for (std::size_t i = 0; i < tLanes; ++i) {
+            SMF_PlainEvent event(mBytes.data() + positions[i], running[i]);
+            if (event.IsOfOneDataByte()) event.TakeOneDataByte();
+            if (!event.IsPlain()) [[unlikely]] {
+                isPlain = false;
+                stopped = further = i;
+                break;
+            }
+            positions[i] += event.mSize;
+            ticks[i] += event.mDelta;
+            running[i] = event.mStatus;
+        }
+        round += isPlain;
+    }
+    for (std::size_t i = 0; i < tLanes; ++i) {
+        iLanes[i]->mPosition = positions[i];
+        iLanes[i]->mTick = ticks[i];
+        iLanes[i]->mRunningStatus = static_cast<Cmn_Int32>(running[i]);
+        iLanes[i]->mCount += static_cast<Cmn_Int64>(round + (i < further ? 1 : 0));
+    }
+    return stopped;
 }
 
 // True for the end-of-track event.

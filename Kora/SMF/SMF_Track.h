@@ -65,6 +65,7 @@ public:
     explicit Iterator(std::string_view iBytes)
         : mNext(iBytes.data())
         , mEnd(mNext + iBytes.size())
+        , mLastPlain(iBytes.size() < cLookedAt ? mNext - 1 : mEnd - cLookedAt)
     {
         ++*this;
     }
@@ -75,12 +76,15 @@ public:
     bool operator==(std::default_sentinel_t) const { return mIsPastEnd; }
 
 private:
+    static constexpr std::size_t cLookedAt = 8;
+
     static Cmn_UInt32 ReadVariableLength(const char*& ioAt);
-    static Cmn_UInt32 ReadDelta(const char*& ioAt);
+    void ReadAny();
 
     SMF_Event mEvent;
     const char* mNext;
     const char* mEnd;
+    const char* mLastPlain; // where as many bytes as are looked at at once are left
     bool mIsPastEnd = false;
 };
 
@@ -98,27 +102,49 @@ inline Cmn_UInt32 SMF_Track::Iterator::ReadVariableLength(const char*& ioAt)
     return value;
 }
 
-// Most take one or two bytes, which of them is anybody's guess: nothing branches on it. A
-// second byte is always there.
-inline Cmn_UInt32 SMF_Track::Iterator::ReadDelta(const char*& ioAt)
-{
-    const Cmn_UInt32 first = static_cast<Cmn_UInt8>(ioAt[0]), isLong = first >> 7;
-    const Cmn_UInt32 second = static_cast<Cmn_UInt8>(ioAt[1]) & (0 - isLong);
-    if (second >= 0x80) [[unlikely]]
-        return ReadVariableLength(ioAt);
-    ioAt += 1 + isLong;
-    return (first & 0x7F) << (7 * isLong) | second;
-}
-
-// Checks nothing: the track's invariant says that the bytes are sound.
+// Checks nothing: the track's invariant says that the bytes are sound. Behind all others
+// comes the end-of-track event.
 inline SMF_Track::Iterator& SMF_Track::Iterator::operator++()
 {
-    if (mNext == mEnd) {
-        mIsPastEnd = true;
+    if (mNext > mLastPlain) [[unlikely]] {
+        ReadAny();
+        return *this;
+    }
+    const Cmn_UInt64 bytes = SMF_Event::EightBytesAt(mNext);
+    const auto low = static_cast<Cmn_UInt32>(bytes);
+    // Bits that the delta time's second byte takes, if there is one.
+    const Cmn_UInt32 more = low >> 4 & 8, isLong = more >> 3;
+    const auto rest = static_cast<Cmn_UInt32>(bytes >> 8 >> more);
+    const Cmn_UInt32 hasStatus = rest >> 7 & 1, second = low >> 8 & 0xFF & (0 - isLong);
+    Cmn_UInt32 status = mEvent.mStatus;
+    if (hasStatus != 0) status = rest & 0xFF;
+    // Of a channel with two data bytes, behind a delta time that is over.
+    constexpr Cmn_UInt32 cKinds = 1 << 8 | 1 << 9 | 1 << 10 | 1 << 11 | 1 << 14;
+    if ((cKinds >> (status >> 4) & 1) == 0 || second >= 0x80) [[unlikely]] {
+        ReadAny();
         return *this;
     }
     const char* const start = mNext;
-    mEvent.mTick += ReadDelta(mNext);
+    const char* const behindDelta = start + 1 + isLong;
+    mEvent.mTick += (low & 0x7F) << (7 * isLong) | second;
+    mEvent.mDeltaSize = static_cast<Cmn_UInt8>(1 + isLong);
+    mEvent.mIsRunning = hasStatus == 0;
+    mEvent.mStatus = static_cast<Cmn_UInt8>(status);
+    mEvent.mMetaType = 0;
+    mEvent.mData = {behindDelta + hasStatus, 2};
+    mNext = behindDelta + 2 + hasStatus;
+    mEvent.mBytes = {start, static_cast<std::size_t>(mNext - start)};
+    return *this;
+}
+
+inline void SMF_Track::Iterator::ReadAny()
+{
+    if (mNext == mEnd) {
+        mIsPastEnd = true;
+        return;
+    }
+    const char* const start = mNext;
+    mEvent.mTick += ReadVariableLength(mNext);
     mEvent.mDeltaSize = static_cast<Cmn_UInt8>(mNext - start);
     const auto status = static_cast<Cmn_UInt8>(*mNext);
     mEvent.mIsRunning = status < 0x80;
@@ -137,5 +163,4 @@ inline SMF_Track::Iterator& SMF_Track::Iterator::operator++()
     mEvent.mData = {mNext, length};
     mNext += length;
     mEvent.mBytes = {start, static_cast<std::size_t>(mNext - start)};
-    return *this;
 }

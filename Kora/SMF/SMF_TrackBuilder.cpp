@@ -7,12 +7,6 @@
 #include <stdexcept>
 #include <utility>
 
-namespace {
-
-constexpr std::size_t cMaxTrackBytes = 0xFFFFFFFF;
-
-} // namespace
-
 bool SMF_TrackBuilder::BeginEvent(Cmn_Int64& ioTick)
 {
     if (!Cmn_ASSERT(!mIsEnded)) return false;
@@ -23,8 +17,10 @@ bool SMF_TrackBuilder::BeginEvent(Cmn_Int64& ioTick)
 // So many bytes behind those that are written.
 inline char* SMF_TrackBuilder::Room(std::size_t iBytes)
 {
-    if (mBytes.size() - mSize < iBytes) [[unlikely]]
-        mBytes.resize(std::max(mSize + iBytes, 2 * mBytes.size()));
+    if (mBytes.size() - mSize < iBytes) [[unlikely]] {
+        mBytes.resize(std::max(mSize + iBytes + cPlainRoom, 2 * mBytes.size()));
+        FindLastPlain();
+    }
     return mBytes.data() + mSize;
 }
 
@@ -81,7 +77,7 @@ void SMF_TrackBuilder::EndEvent(Cmn_Int64 iTick)
     ++mEventCount;
 }
 
-void SMF_TrackBuilder::Append(const SMF_Event& iEvent, Cmn_Int64 iTick)
+void SMF_TrackBuilder::AppendAny(const SMF_Event& iEvent, Cmn_Int64 iTick)
 {
     if (!BeginEvent(iTick)) return;
     const std::string_view spelledDelta = iEvent.mBytes.substr(0, iEvent.mDeltaSize);
@@ -108,6 +104,12 @@ void SMF_TrackBuilder::AppendChannel(Cmn_Int64 iTick, Cmn_UInt8 iStatus, Cmn_UIn
                                      bool iIsRunning)
 {
     if (!Cmn_ASSERT(iStatus >= 0x80 && iStatus < SMF_Event::cSysEx && iData < 0x80 && iSecond < 0x80)) return;
+    if (HasPlainRoom(iTick)) {
+        const bool isOne = (iStatus & 0xE0) == 0xC0;
+        PutPlain(iTick, iStatus, unsigned{!iIsRunning} | unsigned{mRunningStatus != iStatus},
+                 static_cast<Cmn_UInt64>(iData | (isOne ? 0 : iSecond << 8)), isOne ? 1 : 2);
+        return;
+    }
     if (!BeginEvent(iTick)) return;
     PutDelta(iTick);
     if (!iIsRunning || mRunningStatus != iStatus) PutByte(iStatus);

@@ -14,6 +14,8 @@
 
 #include "Kora/SMF/SMF_Track.h"
 
+#include <algorithm>
+
 class KORA_API SMF_TrackBuilder
 {
 public:
@@ -21,11 +23,16 @@ public:
     explicit SMF_TrackBuilder(std::size_t iExpectedBytes = 0)
         : mBytes(iExpectedBytes, '\0')
     {
+        FindLastPlain();
     }
 
     // An event of another track, at its own tick or at another.
     void Append(const SMF_Event& iEvent) { Append(iEvent, iEvent.mTick); }
-    void Append(const SMF_Event& iEvent, Cmn_Int64 iTick);
+    void Append(const SMF_Event& iEvent, Cmn_Int64 iTick)
+    {
+        if (!AppendPlain(iEvent, iTick)) [[unlikely]]
+            AppendAny(iEvent, iTick);
+    }
     // iStatus is 0x80 to 0xEF. Program changes (0xC0) and channel pressures (0xD0) have no second
     // byte. Written with its status, or under running status where iIsRunning asks for it and the
     // event before had the same.
@@ -42,6 +49,24 @@ public:
     SMF_Track Finish(Cmn_Int64 iEndTick = 0);
 
 private:
+    static constexpr std::size_t cPlainRoom = 8, cMaxTrackBytes = 0xFFFFFFFF;
+
+    // What nearly all events are: a channel's, with a delta time of one or two bytes, and room for it. False,
+    // with nothing done, for others.
+    bool AppendPlain(const SMF_Event& iEvent, Cmn_Int64 iTick);
+    void PutPlain(Cmn_Int64 iTick, Cmn_UInt8 iStatus, Cmn_UInt64 iHasStatus, Cmn_UInt64 iData,
+                  std::size_t iDataSize);
+    bool HasPlainRoom(Cmn_Int64 iTick) const
+    {
+        return DeltaTo(iTick) < 1 << 14 && mSize < mPlainEnd && !mIsEnded;
+    }
+    // Enormous for a tick that goes back.
+    Cmn_UInt64 DeltaTo(Cmn_Int64 iTick) const
+    {
+        return static_cast<Cmn_UInt64>(iTick) - static_cast<Cmn_UInt64>(mTick);
+    }
+    void FindLastPlain();
+    void AppendAny(const SMF_Event& iEvent, Cmn_Int64 iTick);
     bool BeginEvent(Cmn_Int64& ioTick);
     void Put(std::string_view iBytes);
     void PutByte(Cmn_UInt8 iByte);
@@ -54,8 +79,45 @@ private:
     // As many as there is room for, of which mSize are written.
     std::string mBytes;
     std::size_t mSize = 0;
+    std::size_t mPlainEnd = 0; // behind the last place with room for any plain event
     Cmn_Int64 mEventCount = 0;
     Cmn_Int64 mTick = 0;
     Cmn_UInt8 mRunningStatus = 0; // 0: none
     bool mIsEnded = false;
 };
+
+inline void SMF_TrackBuilder::FindLastPlain()
+{
+    const std::size_t size = std::min(mBytes.size(), cMaxTrackBytes);
+    mPlainEnd = size < cPlainRoom ? 0 : size - cPlainRoom + 1;
+}
+
+// Nothing branches on the delta time's size and on running status; iHasStatus is 1 where the status is written.
+inline void SMF_TrackBuilder::PutPlain(Cmn_Int64 iTick, Cmn_UInt8 iStatus, Cmn_UInt64 iHasStatus,
+                                       Cmn_UInt64 iData, std::size_t iDataSize)
+{
+    const Cmn_UInt64 delta = DeltaTo(iTick), isLong = delta >= 1 << 7 ? 1 : 0;
+    const Cmn_UInt64 rest = (iStatus & (0 - iHasStatus)) | iData << (8 * iHasStatus);
+    const Cmn_UInt64 first = delta >> (7 * isLong) | isLong << 7, second = (delta & 0x7F & (0 - isLong)) << 8;
+    SMF_Event::PutEightBytes(mBytes.data() + mSize, first | second | rest << (8 + 8 * isLong));
+    mSize += 1 + isLong + iHasStatus + iDataSize;
+    mTick = iTick;
+    mRunningStatus = iStatus;
+    ++mEventCount;
+}
+
+inline bool SMF_TrackBuilder::AppendPlain(const SMF_Event& iEvent, Cmn_Int64 iTick)
+{
+    const Cmn_UInt8 deltaSize = DeltaTo(iTick) < 1 << 7 ? 1 : 2;
+    // A delta time that is spelled in more bytes may be one that stays as it is.
+    if (!HasPlainRoom(iTick) || !iEvent.IsChannel() || iEvent.mDeltaSize > deltaSize) return false;
+    const bool isOne = (iEvent.mStatus & 0xE0) == 0xC0;
+    const unsigned hasStatus = unsigned{!iEvent.mIsRunning} | unsigned{mRunningStatus != iEvent.mStatus};
+    const char* const end = iEvent.mBytes.data() + iEvent.mBytes.size();
+    const Cmn_UInt64 last = static_cast<Cmn_UInt8>(end[-1]), before = static_cast<Cmn_UInt8>(end[-2]);
+    if (isOne) [[unlikely]]
+        PutPlain(iTick, iEvent.mStatus, hasStatus, last, 1);
+    else
+        PutPlain(iTick, iEvent.mStatus, hasStatus, before | last << 8, 2);
+    return true;
+}
