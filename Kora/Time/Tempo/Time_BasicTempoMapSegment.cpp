@@ -2,17 +2,10 @@
 
 #include "Kora/Time/Tempo/Time_BasicTempoMapLine_p.h"
 
-#include <limits>
 #include <sstream>
 
 // Two of them fit a cache line.
 static_assert(sizeof(Time_BasicTempoMapSegment) == 32);
-
-bool Time_BasicTempoMapSegment::IsTempo(double iBeatsPerMinute, const Time_TickLength& iTicksPerBeat)
-{
-    return iBeatsPerMinute > 0 && iBeatsPerMinute <= std::numeric_limits<double>::max() &&
-           iTicksPerBeat.AsInt64() > 0;
-}
 
 void Time_BasicTempoMapSegment::SetTempo(Time_Tick iStartTick, double iFractionalStartSample,
                                          double iSampleRate, double iBeatsPerMinute,

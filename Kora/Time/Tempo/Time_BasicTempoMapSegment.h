@@ -18,11 +18,17 @@
 #include "Bastel/Cmn/Cmn_FloatMath.h"
 #include "Kora/Time/Values/Time_Typed.h"
 
+#include <limits>
+
 class KORA_API Time_BasicTempoMapSegment
 {
 public:
     // Whether it is a tempo: beats per minute above 0 and not infinite, of a beat above 0 ticks.
-    [[nodiscard]] static bool IsTempo(double iBeatsPerMinute, const Time_TickLength& iTicksPerBeat);
+    [[nodiscard]] static constexpr bool IsTempo(double iBeatsPerMinute, const Time_TickLength& iTicksPerBeat)
+    {
+        return iBeatsPerMinute > 0 && iBeatsPerMinute <= std::numeric_limits<double>::max() &&
+               iTicksPerBeat.AsInt64() > 0;
+    }
 
     // From a start on at a tempo. 120 bpm of quarter notes at 48000 Hz: 0.025 samples per tick. Here and
     // below, what is not a tempo asserts "iBeatsPerMinute > 0" and leaves the slope as it was.

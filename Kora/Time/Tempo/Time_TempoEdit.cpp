@@ -175,20 +175,23 @@ Change ChangeOfTempi(const Time_TempoMap& iMap, Time_Tick iFrom, Time_Tick iTo,
 {
     std::vector<SegmentPtr> segments;
     segments.reserve(iPieces.size() + 1);
-    Walk walk(iMap, iFrom - Time_TickLength(1));
-    const Piece before = walk.InForce();
+    const Piece before = PieceAt(iMap, iFrom - Time_TickLength(1));
+    auto next = iMap.FindControllingSegment(iFrom);
+    const auto oldAt = [&](Time_Tick iTick) {
+        while (next != iMap.SegmentEnd() && (*next)->GetStartTick() < iTick)
+            ++next;
+        return next != iMap.SegmentEnd() && (*next)->GetStartTick() == iTick ? next->get() : nullptr;
+    };
     for (const Piece& piece : iPieces) {
-        walk.To(piece.mStart);
-        if (walk.SegmentThere() != nullptr || piece.mStart > iFrom || !HasTempoOf(piece, before))
-            segments.push_back(SegmentOf(piece, walk.SegmentThere()));
+        const Time_TempoMapSegment* const old = oldAt(piece.mStart);
+        if (old != nullptr || piece.mStart > iFrom || !HasTempoOf(piece, before))
+            segments.push_back(SegmentOf(piece, old));
     }
-    walk.To(iTo);
-    const Piece behind = iTail ? *iTail : walk.InForce();
+    const Time_TempoMapSegment* const oldBehind = oldAt(iTo);
+    const Piece behind = iTail ? *iTail : PieceAt(iMap, iTo);
     Time_Tick end = iTo;
-    if (iTail ||
-        (walk.SegmentThere() == nullptr && !HasTempoOf(iPieces.empty() ? before : iPieces.back(), behind)))
-    {
-        segments.push_back(SegmentOf(behind, walk.SegmentThere()));
+    if (iTail || (oldBehind == nullptr && !HasTempoOf(iPieces.empty() ? before : iPieces.back(), behind))) {
+        segments.push_back(SegmentOf(behind, oldBehind));
         end = iTo + Time_TickLength(1);
     }
     return ChangeTo(iMap, iFrom, end, std::move(segments));

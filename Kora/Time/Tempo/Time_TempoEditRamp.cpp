@@ -50,12 +50,17 @@ Time_TempoEditResult Time_TempoEdit::Ramp(Time_TempoMap& ioMap, Time_Tick iFrom,
     if (iSteps > cMaxRampSteps) return cTooManySteps;
     const Cmn_Int64 length = Cmn_WrapSub(iTo.AsInt64(), iFrom.AsInt64());
     const auto steps = static_cast<Cmn_Int64>(iSteps);
+    const Cmn_Int64 whole = length / steps, rest = length % steps;
     std::vector<Time_Tick> edges;
     edges.reserve(iSteps);
+    // Of i steps: floor(i * length / steps), and what is left, in parts of a step.
+    Cmn_Int64 offset = 0, parts = 0;
     for (Cmn_Int64 i = 0; i < steps; ++i) {
-        const Cmn_Int64 offset = i * (length / steps) + i * (length % steps) / steps;
         const Time_Tick edge = iFrom + Time_TickLength(offset);
         if (edges.empty() || edge > edges.back()) edges.push_back(edge);
+        parts += rest;
+        offset += whole + (parts >= steps);
+        parts -= parts >= steps ? steps : 0;
     }
     CommitRamp(ioMap, edges, iTo, iStart, iEndBeatsPerMinute, iCurve);
     return {};
