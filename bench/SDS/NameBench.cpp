@@ -55,7 +55,7 @@ struct Siblings
         }
         std::mt19937 random(1);
         for (std::size_t i = 0; i < 4096; ++i)
-            mOrder.push_back(random() % iCount);
+            order.push_back(random() % iCount);
         all.resize(iCount);
         std::iota(all.begin(), all.end(), std::size_t{0});
         std::shuffle(all.begin(), all.end(), random);
@@ -86,7 +86,7 @@ void FindInOrder(benchmark::State& ioState, const Siblings& iSiblings, const std
 {
     std::size_t i = 0;
     for (auto _ : ioState) {
-        benchmark::DoNotOptimize(iFind(iSiblings.paths[iOrder[i]]));
+        benchmark::DoNotOptimize(iFind(iSiblings.mPaths[iOrder[i]]));
         if (++i == iOrder.size()) i = 0;
     }
 }
@@ -102,8 +102,8 @@ struct PathMap
 {
     explicit PathMap(const Siblings& iSiblings)
     {
-        for (std::size_t i = 0; i < iSiblings.paths.size(); ++i)
-            map.emplace(iSiblings.paths[i], iSiblings.names[i]);
+        for (std::size_t i = 0; i < iSiblings.mPaths.size(); ++i)
+            map.emplace(iSiblings.mPaths[i], iSiblings.mNames[i]);
     }
     SDS_Name* operator()(const std::string& iPath) const { return map.find(iPath)->second; }
     std::unordered_map<std::string, SDS_Name*> map;
