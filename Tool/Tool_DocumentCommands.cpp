@@ -94,14 +94,14 @@ public:
     {
         struct Opened
         {
-            Tool_Input input;
-            std::unique_ptr<FF_Document> document;
+            Tool_Input mInput;
+            std::unique_ptr<FF_Document> mDocument;
         };
         const std::shared_ptr<Opened> opened(new Opened{Input(iIn), nullptr});
-        opened->document = Tool_OpenDocument(opened->input);
+        opened->mDocument = Tool_OpenDocument(opened->mInput);
         const auto write = [opened, isJson = mIsJson](std::ostream& oOut) {
-            Tool_NamingFile(opened->input.Name(), [&] {
-                const Tool_DocumentReport report(*opened->document, opened->input.Name());
+            Tool_NamingFile(opened->mInput.Name(), [&] {
+                const Tool_DocumentReport report(*opened->mDocument, opened->mInput.Name());
                 if (isJson)
                     report.WriteJson(oOut);
                 else

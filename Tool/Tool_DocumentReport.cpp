@@ -115,13 +115,13 @@ public:
     }
     void AddPiece(int iIndent, const Piece& iPiece)
     {
-        if (iPiece.entry != mKeyOf) {
-            mKeyOf = iPiece.entry;
-            mKey = mReport.mDocument.GetTOC().GetKey(iPiece.entry).Dump();
+        if (iPiece.mEntry != mKeyOf) {
+            mKeyOf = iPiece.mEntry;
+            mKey = mReport.mDocument.GetTOC().GetKey(iPiece.mEntry).Dump();
         }
         Add(iIndent, "key", mKey);
-        Add(iIndent, "value", iPiece.value);
-        Add(iIndent, "piece", iPiece.piece);
+        Add(iIndent, "value", iPiece.mValue);
+        Add(iIndent, "piece", iPiece.mPiece);
         Add(iIndent, "description", mReport.DescriptionOf(iPiece));
     }
     void AddStream(const FF_StreamInfo& iInfo, std::span<const Piece> iPieces)
@@ -204,16 +204,16 @@ std::vector<Tool_DocumentReport::Piece> Tool_DocumentReport::ForEachStream(const
     auto at = pieces.begin(); // those before it were passed
     auto left = at;           // and those before this one are at no stream
     FF_DocumentCheck::ForEachStream(mDocument, [&](const FF_StreamInfo& iInfo) {
-        for (; at != pieces.end() && at->offset < iInfo.mPosition; ++at)
+        for (; at != pieces.end() && at->mOffset < iInfo.mPosition; ++at)
             *left++ = *at;
         const auto from = at;
-        while (at != pieces.end() && at->offset == iInfo.mPosition)
+        while (at != pieces.end() && at->mOffset == iInfo.mPosition)
             ++at;
         iStream(iInfo, std::span<const Piece>(from, at));
     });
     pieces.erase(std::move(at, pieces.end(), left), pieces.end());
     std::sort(pieces.begin(), pieces.end(), [](const Piece& a, const Piece& b) {
-        return std::tie(a.entry, a.value, a.piece) < std::tie(b.entry, b.value, b.piece);
+        return std::tie(a.mEntry, a.mValue, a.mPiece) < std::tie(b.mEntry, b.mValue, b.mPiece);
     });
     return pieces;
 }
@@ -221,22 +221,22 @@ std::vector<Tool_DocumentReport::Piece> Tool_DocumentReport::ForEachStream(const
 std::string Tool_DocumentReport::NameOf(const Piece& iPiece) const
 {
     const FF_Document::TOC& toc = mDocument.GetTOC();
-    const bool isItem = iPiece.value > 0 && toc.IsList(iPiece.entry);
-    return toc.GetKey(iPiece.entry).Dump() +
-           (isItem              ? ", item " + Number(iPiece.value - 1)
-            : iPiece.value != 0 ? ", value " + Number(iPiece.value)
-                                : std::string()) +
-           (iPiece.piece == 0 ? "" : ", piece " + Number(iPiece.piece));
+    const bool isItem = iPiece.mValue > 0 && toc.IsList(iPiece.mEntry);
+    return toc.GetKey(iPiece.mEntry).Dump() +
+           (isItem               ? ", item " + Number(iPiece.mValue - 1)
+            : iPiece.mValue != 0 ? ", value " + Number(iPiece.mValue)
+                                 : std::string()) +
+           (iPiece.mPiece == 0 ? "" : ", piece " + Number(iPiece.mPiece));
 }
 
 std::string Tool_DocumentReport::DescriptionOf(const Piece& iPiece) const
 {
-    return mDocument.GetTOC().GetValue(iPiece.entry, iPiece.value).GetDisplayInfo().GetText();
+    return mDocument.GetTOC().GetValue(iPiece.mEntry, iPiece.mValue).GetDisplayInfo().GetText();
 }
 
 std::string Tool_DocumentReport::LocationOf(const Piece& iPiece) const
 {
-    return mDocument.GetTOC().GetValue(iPiece.entry, iPiece.value).GetLocation().Dump();
+    return mDocument.GetTOC().GetValue(iPiece.mEntry, iPiece.mValue).GetLocation().Dump();
 }
 
 std::string Tool_DocumentReport::Header() const
@@ -256,7 +256,7 @@ std::string Tool_DocumentReport::Table() const
         std::string descriptions;
         for (const Piece& piece : iPieces) {
             keys += (keys.empty() ? "" : "; ") + NameOf(piece);
-            if (piece.piece == 0) // pieces share one
+            if (piece.mPiece == 0) // pieces share one
                 descriptions += (descriptions.empty() ? "" : "; ") + DescriptionOf(piece);
         }
         rows.push_back({Number(iInfo.mPosition), Number(iInfo.mSize), Number(iInfo.mVersion),
@@ -267,7 +267,7 @@ std::string Tool_DocumentReport::Table() const
     if (withoutStream.empty()) return table;
     rows = {{"position", "entry without a stream", "location", "description"}};
     for (const Piece& piece : withoutStream)
-        rows.push_back({piece.offset == cNoOffset ? "-" : Number(piece.offset), NameOf(piece),
+        rows.push_back({piece.mOffset == cNoOffset ? "-" : Number(piece.mOffset), NameOf(piece),
                         LocationOf(piece), Tool_Printable(DescriptionOf(piece))});
     return table + '\n' + Aligned(rows, 1);
 }
@@ -291,10 +291,10 @@ void Tool_DocumentReport::WriteJson(std::ostream& oOut) const
         json.Open(4, nullptr, '{');
         json.AddPiece(6, piece);
         json.Add(6, "location", LocationOf(piece));
-        if (piece.offset == cNoOffset)
+        if (piece.mOffset == cNoOffset)
             json.AddNull(6, "position");
         else
-            json.Add(6, "position", piece.offset);
+            json.Add(6, "position", piece.mOffset);
         json.Close(4, '}');
     }
     json.Close(2, ']');

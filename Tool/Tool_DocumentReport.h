@@ -30,10 +30,10 @@ private:
     // place, then as the table does.
     struct Piece
     {
-        Cmn_Int64 offset; // cNoOffset without a place
-        FF_Document::TOC::Entry entry;
-        Cmn_Int32 value;
-        Cmn_Int32 piece;
+        Cmn_Int64 mOffset; // cNoOffset without a place
+        FF_Document::TOC::Entry mEntry;
+        Cmn_Int32 mValue;
+        Cmn_Int32 mPiece;
         auto operator<=>(const Piece&) const = default;
     };
     class Json;

@@ -55,10 +55,10 @@ struct Siblings
         }
         std::mt19937 random(1);
         for (std::size_t i = 0; i < 4096; ++i)
-            order.push_back(random() % iCount);
-        all.resize(iCount);
-        std::iota(all.begin(), all.end(), std::size_t{0});
-        std::shuffle(all.begin(), all.end(), random);
+            mOrder.push_back(random() % iCount);
+        mAll.resize(iCount);
+        std::iota(mAll.begin(), mAll.end(), std::size_t{0});
+        std::shuffle(mAll.begin(), mAll.end(), random);
     }
     ~Siblings()
     {
@@ -67,8 +67,8 @@ struct Siblings
     }
     std::vector<std::string> mPaths;
     std::vector<SDS_Name*> mNames;
-    std::vector<std::size_t> order; // 4,096 of them
-    std::vector<std::size_t> all;
+    std::vector<std::size_t> mOrder; // 4,096 of them
+    std::vector<std::size_t> mAll;
 };
 
 // So many for all rows that want them, one number at a time.
@@ -103,41 +103,41 @@ struct PathMap
     explicit PathMap(const Siblings& iSiblings)
     {
         for (std::size_t i = 0; i < iSiblings.mPaths.size(); ++i)
-            map.emplace(iSiblings.mPaths[i], iSiblings.mNames[i]);
+            mMap.emplace(iSiblings.mPaths[i], iSiblings.mNames[i]);
     }
-    SDS_Name* operator()(const std::string& iPath) const { return map.find(iPath)->second; }
-    std::unordered_map<std::string, SDS_Name*> map;
+    SDS_Name* operator()(const std::string& iPath) const { return mMap.find(iPath)->second; }
+    std::unordered_map<std::string, SDS_Name*> mMap;
 };
 
 void Path_Kora(benchmark::State& ioState)
 {
     const Siblings& siblings = SiblingsOf(ioState);
-    FindInOrder(ioState, siblings, siblings.order, FindPath);
+    FindInOrder(ioState, siblings, siblings.mOrder, FindPath);
 }
 void Path_HashMap(benchmark::State& ioState)
 {
     const Siblings& siblings = SiblingsOf(ioState);
     const PathMap map(siblings);
-    FindInOrder(ioState, siblings, siblings.order, map);
+    FindInOrder(ioState, siblings, siblings.mOrder, map);
 }
 // All of the paths in turn: amid many each is long out of every cache.
 void EachPath_Kora(benchmark::State& ioState)
 {
     const Siblings& siblings = SiblingsOf(ioState);
-    FindInOrder(ioState, siblings, siblings.all, FindPath);
+    FindInOrder(ioState, siblings, siblings.mAll, FindPath);
 }
 void EachPath_HashMap(benchmark::State& ioState)
 {
     const Siblings& siblings = SiblingsOf(ioState);
     const PathMap map(siblings);
-    FindInOrder(ioState, siblings, siblings.all, map);
+    FindInOrder(ioState, siblings, siblings.mAll, map);
 }
 // A name that is not there, below one that is.
 void NoPath_Kora(benchmark::State& ioState)
 {
     const Siblings& siblings = SiblingsOf(ioState);
     std::vector<std::string> paths;
-    for (const std::size_t i : siblings.order)
+    for (const std::size_t i : siblings.mOrder)
         paths.push_back("bench/Track " + std::to_string(i) + "/Pan");
     std::size_t i = 0;
     for (auto _ : ioState)
@@ -161,7 +161,7 @@ void Path_WalkedList(benchmark::State& ioState)
     std::list<std::pair<std::string, SDS_Name*>> list;
     for (std::size_t i = 0; i < siblings.mPaths.size(); ++i)
         list.emplace_front(siblings.mPaths[i], siblings.mNames[i]);
-    FindInOrder(ioState, siblings, siblings.order, [&](const std::string& iPath) {
+    FindInOrder(ioState, siblings, siblings.mOrder, [&](const std::string& iPath) {
         auto found = list.begin();
         while (found->first != iPath)
             ++found;

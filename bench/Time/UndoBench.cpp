@@ -23,11 +23,11 @@ Time_Tick At(Cmn_Int64 iBar) { return Time_Tick(cStart + iBar * cBar); }
 // Each has one change a bar, and changes the one in a bar to the iWhich-th value.
 struct Tempi
 {
-    Time_TempoMap map{Ndo_Object::kUndoable};
+    Time_TempoMap mMap{Ndo_Object::kUndoable};
 
     explicit Tempi(Cmn_Int64 iCount)
     {
-        const Time_TempoMap_StEditOptimizer edit(map);
+        const Time_TempoMap_StEditOptimizer edit(mMap);
         for (Cmn_Int64 bar = 0; bar < iCount; ++bar)
             Change(bar, bar);
     }
@@ -36,28 +36,28 @@ struct Tempi
         auto segment =
             std::make_unique<Time_ConstantTempoSeg>(At(iBar), 60.0 + static_cast<double>(iWhich % 97));
         if (iBar == 0) segment->LockToSample(Time_Sample(0));
-        map.AddSegment(std::move(segment));
+        mMap.AddSegment(std::move(segment));
     }
 };
 
 struct Meters
 {
-    Time_MeterMap map{Ndo_Object::kUndoable};
+    Time_MeterMap mMap{Ndo_Object::kUndoable};
 
     explicit Meters(Cmn_Int64 iCount)
     {
         for (Cmn_Int64 bar = 0; bar < iCount; ++bar)
-            map.AddMeterChange(At(bar), Time_Meter(4, 4), 1);
+            mMap.AddMeterChange(At(bar), Time_Meter(4, 4), 1);
     }
     void Change(Cmn_Int64 iBar, Cmn_Int64 iWhich)
     {
-        map.AddMeterChange(At(iBar), Time_Meter(2 + static_cast<Cmn_Int32>(iWhich % 5), 4));
+        mMap.AddMeterChange(At(iBar), Time_Meter(2 + static_cast<Cmn_Int32>(iWhich % 5), 4));
     }
 };
 
 struct Keys
 {
-    Time_KeySignatureMap map{Ndo_Object::kUndoable};
+    Time_KeySignatureMap mMap{Ndo_Object::kUndoable};
 
     explicit Keys(Cmn_Int64 iCount)
     {
@@ -66,7 +66,7 @@ struct Keys
     }
     void Change(Cmn_Int64 iBar, Cmn_Int64 iWhich)
     {
-        map.SetKeySignature(At(iBar), Time_KeySignature(true, true, static_cast<Cmn_UInt8>(iWhich % 8)));
+        mMap.SetKeySignature(At(iBar), Time_KeySignature(true, true, static_cast<Cmn_UInt8>(iWhich % 8)));
     }
 };
 
@@ -129,7 +129,7 @@ void TempoRampUndoRedo(benchmark::State& ioState)
         ramp.push_back(std::make_unique<Time_ConstantTempoSeg>(At(bar) + Time_TickLength(i * 1920),
                                                                90 + static_cast<double>(i) / 100));
     Ndo_StOperationRecorder first;
-    map.map.ReplaceSegments(At(bar), At(bar + 1), std::move(ramp));
+    map.mMap.ReplaceSegments(At(bar), At(bar + 1), std::move(ramp));
     std::unique_ptr<Ndo_Operation> operation = first.OperationComplete();
     for (auto _ : ioState) {
         Ndo_StOperationRecorder recorder;

@@ -52,8 +52,8 @@ void ReadAll(In& i)
 
 constexpr struct
 {
-    const char* what;
-    const char* little;
+    const char* mWhat;
+    const char* mLittle;
 } cLayout[] = {
     {"false", "00"},
     {"true", "01"},

@@ -96,7 +96,7 @@ TEST(SMFTrackBuilder, WhatNoFileCanHoldIsReportedAndTheTrackStaysSound)
         const char* mName;
         std::function<void(Builder&)> mWork;
         std::size_t mReports;
-        std::string expected; // behind the first event
+        std::string mExpected; // behind the first event
     };
     const Row rows[] = {
         {"nothing more", [](Builder&) {}, 0, "10: ff2f  ;"},
@@ -131,7 +131,7 @@ TEST(SMFTrackBuilder, WhatNoFileCanHoldIsReportedAndTheTrackStaysSound)
         std::string events;
         for (const std::string& event : Texts(SMF_File::Read(file.Write()).GetTracks()[0]))
             events += event + ';';
-        EXPECT_EQ(events, "10: 90 3c40 ;" + row.expected) << row.mName;
+        EXPECT_EQ(events, "10: 90 3c40 ;" + row.mExpected) << row.mName;
     }
 }
 

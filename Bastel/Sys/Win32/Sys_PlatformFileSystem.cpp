@@ -22,9 +22,9 @@ std::string WithoutUnlimited(std::wstring iPath)
 
 struct HowToOpen
 {
-    DWORD access;
-    DWORD share;
-    DWORD disposition;
+    DWORD mAccess;
+    DWORD mShare;
+    DWORD mDisposition;
 };
 
 // A handle is refused that does what an older one does not share, and one that does not share what an older
@@ -79,7 +79,7 @@ public:
         if (named != 0) return named;
         const HowToOpen how = WaysOf(iAccess);
         HANDLE handle = INVALID_HANDLE_VALUE;
-        const Cmn_Int32 opened = Sys_CreateFile(path, how.access, how.share, how.disposition, handle);
+        const Cmn_Int32 opened = Sys_CreateFile(path, how.mAccess, how.mShare, how.mDisposition, handle);
         if (opened != 0) return opened;
         // A name like "COM1" opens a device, a folder does not open at all.
         Cmn_Int32 error = GetFileType(handle) == FILE_TYPE_DISK ? 0 : ERROR_NOT_SUPPORTED;

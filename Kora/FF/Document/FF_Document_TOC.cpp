@@ -308,7 +308,7 @@ bool FF_Document::TOC::FitsIndex(Sys_TypedInStream& ioStream, const Sys_StdStrea
     ioStream.ReadBytes(there.data(), there.size());
     Sys_MemOutStream written;
     Sys_TypedOutStream out(written, ioStream.IsSwapped());
-    table.WriteBody(out, iHeader.mStart, index.pageSize);
+    table.WriteBody(out, iHeader.mStart, index.mPageSize);
     const auto rest = std::span(written.GetBytes()).subspan(static_cast<std::size_t>(table.GetSizeOfKeys()));
     return std::equal(rest.begin(), rest.end(), there.begin(), there.end());
 }

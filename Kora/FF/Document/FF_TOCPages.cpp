@@ -39,10 +39,10 @@ class FF_TOCPages::Part
 public:
     Part(const FF_TOCPages& iPages, const Page& iPage)
         : mPages(iPages)
-        , mBegin(iPage.bytes.data())
+        , mBegin(iPage.mBytes.data())
         , mAt(mBegin)
-        , mEnd(mBegin + iPage.bytes.size())
-        , mFrom(static_cast<Cmn_Int64>(iPage.number * iPages.mIndex.pageSize))
+        , mEnd(mBegin + iPage.mBytes.size())
+        , mFrom(static_cast<Cmn_Int64>(iPage.mNumber * iPages.mIndex.mPageSize))
     {
     }
 
@@ -73,7 +73,7 @@ public:
     {
         if (!iHolds && !mIsCut) mPages.Refuse(GetPosition());
     }
-    Cmn_Int64 GetBytesLeft() const { return Cmn_Int64{mPages.mIndex.size} - GetPosition(); }
+    Cmn_Int64 GetBytesLeft() const { return Cmn_Int64{mPages.mIndex.mSize} - GetPosition(); }
 
     static void Plain(std::size_t) {}
     static void Local(std::size_t) {}
@@ -131,21 +131,21 @@ void FF_TOCPages::Refuse(Cmn_Int64 iAt) const
 const FF_TOCPages::Page& FF_TOCPages::Load(std::size_t iPage, const Page* iKeep)
 {
     if (mSlotOf[iPage] != 0) return *mPages[mSlotOf[iPage] - 1];
-    const auto from = static_cast<Cmn_Int64>(iPage * mIndex.pageSize);
+    const auto from = static_cast<Cmn_Int64>(iPage * mIndex.mPageSize);
     auto page = std::make_unique<Page>();
-    page->number = iPage;
-    page->bytes.resize(
-        static_cast<std::size_t>(std::min(Cmn_Int64{mIndex.pageSize}, Cmn_Int64{mIndex.size} - from)));
-    mStream.ReadAt(mBody + from, page->bytes.data(), page->bytes.size());
-    if (Sys_Crc32C(0, page->bytes.data(), page->bytes.size()) != mIndex.pages[iPage].sum) Refuse(from);
+    page->mNumber = iPage;
+    page->mBytes.resize(
+        static_cast<std::size_t>(std::min(Cmn_Int64{mIndex.mPageSize}, Cmn_Int64{mIndex.mSize} - from)));
+    mStream.ReadAt(mBody + from, page->mBytes.data(), page->mBytes.size());
+    if (Sys_Crc32C(0, page->mBytes.data(), page->mBytes.size()) != mIndex.mPages[iPage].mSum) Refuse(from);
     Decode(*page);
 
     // The page that came first makes room.
-    const std::size_t most = std::max<std::size_t>(cMostCached / mIndex.pageSize, 4);
+    const std::size_t most = std::max<std::size_t>(cMostCached / mIndex.mPageSize, 4);
     if (mPages.size() < most) mPages.emplace_back();
     if (iKeep != nullptr && mPages[mNextSlot].get() == iKeep) mNextSlot = (mNextSlot + 1) % mPages.size();
     std::unique_ptr<Page>& slot = mPages[mNextSlot];
-    if (slot != nullptr) mSlotOf[slot->number] = 0;
+    if (slot != nullptr) mSlotOf[slot->mNumber] = 0;
     slot = std::move(page);
     mSlotOf[iPage] = static_cast<Cmn_UInt32>(mNextSlot + 1);
     mNextSlot = (mNextSlot + 1) % most;
@@ -154,46 +154,46 @@ const FF_TOCPages::Page& FF_TOCPages::Load(std::size_t iPage, const Page* iKeep)
 
 void FF_TOCPages::Decode(Page& ioPage) const
 {
-    const auto from = static_cast<Cmn_Int64>(ioPage.number * mIndex.pageSize);
-    if (ioPage.number == 0 && Sys_LoadInteger<Cmn_UInt32>(ioPage.bytes.data(), mSwap) != mIndex.numKeys)
+    const auto from = static_cast<Cmn_Int64>(ioPage.mNumber * mIndex.mPageSize);
+    if (ioPage.mNumber == 0 && Sys_LoadInteger<Cmn_UInt32>(ioPage.mBytes.data(), mSwap) != mIndex.mNumKeys)
         Refuse(from);
-    if (mIndex.pages[ioPage.number].GetFirstAt() < from + static_cast<Cmn_Int64>(ioPage.bytes.size()))
+    if (mIndex.mPages[ioPage.mNumber].GetFirstAt() < from + static_cast<Cmn_Int64>(ioPage.mBytes.size()))
         TakeRecords(ioPage);
 }
 
 // Walks what begins in the page, and holds it against what the index says of this page and the next.
 void FF_TOCPages::TakeRecords(Page& ioPage) const
 {
-    const FF_TOCIndex::Page& index = mIndex.pages[ioPage.number];
-    const FF_TOCIndex::Page& next = mIndex.pages[ioPage.number + 1];
+    const FF_TOCIndex::Page& index = mIndex.mPages[ioPage.mNumber];
+    const FF_TOCIndex::Page& next = mIndex.mPages[ioPage.mNumber + 1];
     Part part(*this, ioPage);
     part.GoTo(index.GetFirstAt());
     std::span<const Cmn_UInt8> lastKey;
-    Cmn_UInt32 key = index.key;     // the next one
-    Cmn_UInt32 value = index.value; // the next one of the key before
-    Cmn_UInt32 valuesLeft = 0;      // of the key before, once one began here
+    Cmn_UInt32 key = index.mKey;     // the next one
+    Cmn_UInt32 value = index.mValue; // the next one of the key before
+    Cmn_UInt32 valuesLeft = 0;       // of the key before, once one began here
     while (!part.IsAtEnd()) {
-        ioPage.records.push_back(part.GetOffset());
-        if (lastKey.empty() ? part.GetPosition() == index.keyAt : valuesLeft == 0) {
-            part.Require(key < mIndex.numKeys);
-            ioPage.keys.push_back(static_cast<Cmn_UInt16>(ioPage.records.size() - 1));
+        ioPage.mRecords.push_back(part.GetOffset());
+        if (lastKey.empty() ? part.GetPosition() == index.mKeyAt : valuesLeft == 0) {
+            part.Require(key < mIndex.mNumKeys);
+            ioPage.mKeys.push_back(static_cast<Cmn_UInt16>(ioPage.mRecords.size() - 1));
             lastKey = TakeKey(part, lastKey, valuesLeft);
-            if (!part.IsCut()) ioPage.prefixes.push_back(PrefixAt(lastKey));
+            if (!part.IsCut()) ioPage.mPrefixes.push_back(PrefixAt(lastKey));
             ++key;
             value = 0;
         } else {
             FF_TakeTOCValue(part, part);
-            part.Require(!lastKey.empty() || part.GetPosition() <= index.keyAt);
+            part.Require(!lastKey.empty() || part.GetPosition() <= index.mKeyAt);
             ++value;
             if (!lastKey.empty()) --valuesLeft;
         }
     }
-    ioPage.isLastCut = part.IsCut();
+    ioPage.mIsLastCut = part.IsCut();
     const bool isKeyCut =
-        part.IsCut() && !ioPage.keys.empty() && ioPage.keys.back() + 1u == ioPage.records.size();
-    const bool hasMore = next.valueAt < next.keyAt;
-    if (next.key != key || (hasMore && next.value != value)) Refuse(next.keyAt);
-    if (!lastKey.empty() && !isKeyCut && hasMore != (valuesLeft != 0)) Refuse(next.valueAt);
+        part.IsCut() && !ioPage.mKeys.empty() && ioPage.mKeys.back() + 1u == ioPage.mRecords.size();
+    const bool hasMore = next.mValueAt < next.mKeyAt;
+    if (next.mKey != key || (hasMore && next.mValue != value)) Refuse(next.mKeyAt);
+    if (!lastKey.empty() && !isKeyCut && hasMore != (valuesLeft != 0)) Refuse(next.mValueAt);
     if (!part.IsCut() && next.GetFirstAt() != part.GetPosition()) Refuse(part.GetPosition());
 }
 
@@ -257,22 +257,22 @@ FF_TOCTable::Context FF_TOCPages::ContextAt(const Cmn_UInt8* iAt) const
 
 std::span<const Cmn_UInt8> FF_TOCPages::RecordAt(const Page& iPage, std::size_t iRecord)
 {
-    const std::size_t begin = iPage.records[iRecord];
-    const bool isLast = iRecord + 1 == iPage.records.size();
-    const std::size_t end = isLast ? iPage.bytes.size() : iPage.records[iRecord + 1];
-    if (isLast && iPage.isLastCut) return CutRecordAt(iPage, begin);
-    return {iPage.bytes.data() + begin, end - begin};
+    const std::size_t begin = iPage.mRecords[iRecord];
+    const bool isLast = iRecord + 1 == iPage.mRecords.size();
+    const std::size_t end = isLast ? iPage.mBytes.size() : iPage.mRecords[iRecord + 1];
+    if (isLast && iPage.mIsLastCut) return CutRecordAt(iPage, begin);
+    return {iPage.mBytes.data() + begin, end - begin};
 }
 
 std::span<const Cmn_UInt8> FF_TOCPages::CutRecordAt(const Page& iPage, std::size_t iBegin)
 {
-    const std::size_t from = iPage.number * mIndex.pageSize + iBegin;
-    const std::size_t size = mIndex.pages[iPage.number + 1].GetFirstAt() - from;
-    const bool isKey = !iPage.keys.empty() && iPage.records[iPage.keys.back()] == iBegin;
+    const std::size_t from = iPage.mNumber * mIndex.mPageSize + iBegin;
+    const std::size_t size = mIndex.mPages[iPage.mNumber + 1].GetFirstAt() - from;
+    const bool isKey = !iPage.mKeys.empty() && iPage.mRecords[iPage.mKeys.back()] == iBegin;
     if (!isKey && size > FF_TOCBytes::cLargestValue) Refuse(static_cast<Cmn_Int64>(from));
-    mCut.assign(iPage.bytes.begin() + static_cast<std::ptrdiff_t>(iBegin), iPage.bytes.end());
-    for (std::size_t next = iPage.number + 1; mCut.size() < size; ++next) {
-        const std::span<const Cmn_UInt8> more = Load(next, &iPage).bytes;
+    mCut.assign(iPage.mBytes.begin() + static_cast<std::ptrdiff_t>(iBegin), iPage.mBytes.end());
+    for (std::size_t next = iPage.mNumber + 1; mCut.size() < size; ++next) {
+        const std::span<const Cmn_UInt8> more = Load(next, &iPage).mBytes;
         const auto part = more.first(std::min(more.size(), size - mCut.size()));
         mCut.insert(mCut.end(), part.begin(), part.end());
     }
@@ -299,8 +299,8 @@ Cmn_UInt64 FF_TOCPages::GetPrefix(std::size_t iPage)
 // Of the first key that begins in the page or behind it, which must be there.
 std::span<const Cmn_UInt8> FF_TOCPages::FirstKeyFrom(std::size_t iPage)
 {
-    const Page& page = Load(mIndex.pages[iPage].keyAt / mIndex.pageSize);
-    if (page.keys.empty()) Refuse(mIndex.pages[iPage].keyAt);
+    const Page& page = Load(mIndex.mPages[iPage].mKeyAt / mIndex.mPageSize);
+    if (page.mKeys.empty()) Refuse(mIndex.mPages[iPage].mKeyAt);
     return KeyAt(page, 0);
 }
 
@@ -315,7 +315,7 @@ std::size_t FF_TOCPages::FindPage(std::span<const FF_Document::Context> iContext
         Cmn_UInt64 first = mPrefixes[middle];
         bool isBehind = first > iPrefix;
         if (first == 0 || first == iPrefix) {
-            isBehind = mIndex.pages[middle].key == mIndex.numKeys;
+            isBehind = mIndex.mPages[middle].mKey == mIndex.mNumKeys;
             if (!isBehind) first = GetPrefix(middle);
             isBehind = isBehind || first > iPrefix ||
                        (first == iPrefix && Compare(FirstKeyFrom(middle), iContexts) > 0);
@@ -332,12 +332,12 @@ std::size_t FF_TOCPages::FindPage(std::span<const FF_Document::Context> iContext
 std::size_t FF_TOCPages::FindKey(const Page& iPage, std::span<const FF_Document::Context> iContexts,
                                  Cmn_UInt64 iPrefix)
 {
-    const auto [first, last] = std::equal_range(iPage.prefixes.begin(), iPage.prefixes.end(), iPrefix);
-    auto from = static_cast<std::size_t>(first - iPage.prefixes.begin());
+    const auto [first, last] = std::equal_range(iPage.mPrefixes.begin(), iPage.mPrefixes.end(), iPrefix);
+    auto from = static_cast<std::size_t>(first - iPage.mPrefixes.begin());
     // A cut key has no prefix here, and is the last.
-    const bool isLastCut = iPage.prefixes.size() < iPage.keys.size();
-    auto to = static_cast<std::size_t>(last - iPage.prefixes.begin());
-    if (isLastCut && last == iPage.prefixes.end()) to = iPage.keys.size();
+    const bool isLastCut = iPage.mPrefixes.size() < iPage.mKeys.size();
+    auto to = static_cast<std::size_t>(last - iPage.mPrefixes.begin());
+    if (isLastCut && last == iPage.mPrefixes.end()) to = iPage.mKeys.size();
     while (from < to) {
         const std::size_t middle = from + (to - from) / 2;
         const auto order = Compare(KeyAt(iPage, middle), iContexts);
@@ -347,18 +347,18 @@ std::size_t FF_TOCPages::FindKey(const Page& iPage, std::span<const FF_Document:
         else
             from = middle + 1;
     }
-    return iPage.keys.size();
+    return iPage.mKeys.size();
 }
 
 bool FF_TOCPages::FindLately(std::span<const FF_Document::Context> iContexts)
 {
     for (const Found& found : mFound) {
-        if (found.place.entry == cNoEntry || found.ranks.size() != iContexts.size()) continue;
+        if (found.mPlace.mEntry == cNoEntry || found.mRanks.size() != iContexts.size()) continue;
         std::size_t i = 0;
-        while (i < iContexts.size() && found.ranks[i] == RankOf(iContexts[i]))
+        while (i < iContexts.size() && found.mRanks[i] == RankOf(iContexts[i]))
             ++i;
         if (i < iContexts.size()) continue;
-        mPlace = found.place;
+        mPlace = found.mPlace;
         return true;
     }
     return false;
@@ -371,47 +371,47 @@ Cmn_Int32 FF_TOCPages::Find(std::span<const FF_Document::Context> iContexts)
             PrefixOf(iContexts.size(), [&](std::size_t i) { return RankOf(iContexts[i]); });
         const Page& page = Load(FindPage(iContexts, prefix));
         const std::size_t key = FindKey(page, iContexts, prefix);
-        if (key == page.keys.size()) return FF_Document::TOC::cNone;
+        if (key == page.mKeys.size()) return FF_Document::TOC::cNone;
         Remember(page, key);
         Found& found = mFound[mNextFound++ % mFound.size()];
-        found.place = mPlace;
-        found.ranks.clear();
+        found.mPlace = mPlace;
+        found.mRanks.clear();
         for (const FF_Document::Context& context : iContexts)
-            found.ranks.push_back(RankOf(context));
+            found.mRanks.push_back(RankOf(context));
     }
-    return static_cast<Cmn_Int32>(mPlace.entry);
+    return static_cast<Cmn_Int32>(mPlace.mEntry);
 }
 
 const FF_TOCPages::KeyPlace& FF_TOCPages::Remember(const Page& iPage, std::size_t iKey)
 {
     const std::span<const Cmn_UInt8> key = KeyAt(iPage, iKey);
-    mPlace.entry = mIndex.pages[iPage.number].key + static_cast<Cmn_UInt32>(iKey);
-    mPlace.page = iPage.number;
-    mPlace.key = iKey;
-    mPlace.numValues = Sys_LoadInteger<Cmn_UInt32>(key.data() + key.size() - cCountSize, mSwap);
+    mPlace.mEntry = mIndex.mPages[iPage.mNumber].mKey + static_cast<Cmn_UInt32>(iKey);
+    mPlace.mPage = iPage.mNumber;
+    mPlace.mKey = iKey;
+    mPlace.mNumValues = Sys_LoadInteger<Cmn_UInt32>(key.data() + key.size() - cCountSize, mSwap);
     return mPlace;
 }
 
 const FF_TOCPages::KeyPlace& FF_TOCPages::Locate(Cmn_UInt32 iEntry)
 {
-    if (mPlace.entry == iEntry) return mPlace;
+    if (mPlace.mEntry == iEntry) return mPlace;
     for (const Found& found : mFound)
-        if (found.place.entry == iEntry) return mPlace = found.place;
+        if (found.mPlace.mEntry == iEntry) return mPlace = found.mPlace;
     const auto after =
-        std::upper_bound(mIndex.pages.begin(), mIndex.pages.end() - 1, iEntry,
-                         [](Cmn_UInt32 iKey, const FF_TOCIndex::Page& iPage) { return iKey < iPage.key; });
+        std::upper_bound(mIndex.mPages.begin(), mIndex.mPages.end() - 1, iEntry,
+                         [](Cmn_UInt32 iKey, const FF_TOCIndex::Page& iPage) { return iKey < iPage.mKey; });
     const auto number =
-        static_cast<std::size_t>(std::max<std::ptrdiff_t>(after - mIndex.pages.begin(), 1) - 1);
+        static_cast<std::size_t>(std::max<std::ptrdiff_t>(after - mIndex.mPages.begin(), 1) - 1);
     const Page& page = Load(number);
-    const std::size_t key = iEntry - mIndex.pages[number].key;
-    if (key >= page.keys.size()) Refuse(mIndex.pages[number].keyAt);
+    const std::size_t key = iEntry - mIndex.mPages[number].mKey;
+    if (key >= page.mKeys.size()) Refuse(mIndex.mPages[number].mKeyAt);
     return Remember(page, key);
 }
 
 std::vector<FF_TOCTable::Context> FF_TOCPages::GetContexts(Cmn_Int32 iEntry)
 {
     const KeyPlace& place = Locate(static_cast<Cmn_UInt32>(iEntry));
-    const std::span<const Cmn_UInt8> key = KeyAt(Load(place.page), place.key);
+    const std::span<const Cmn_UInt8> key = KeyAt(Load(place.mPage), place.mKey);
     std::vector<FF_TOCTable::Context> contexts;
     for (std::size_t at = cCountSize; at + cCountSize < key.size(); at += cContextSize)
         contexts.push_back(ContextAt(key.data() + at));
@@ -421,7 +421,7 @@ std::vector<FF_TOCTable::Context> FF_TOCPages::GetContexts(Cmn_Int32 iEntry)
 bool FF_TOCPages::IsList(Cmn_Int32 iEntry)
 {
     const KeyPlace& place = Locate(static_cast<Cmn_UInt32>(iEntry));
-    const std::span<const Cmn_UInt8> key = KeyAt(Load(place.page), place.key);
+    const std::span<const Cmn_UInt8> key = KeyAt(Load(place.mPage), place.mKey);
     return CountContexts(key) != 0 && ContextAt(key.data() + key.size() - cCountSize - cContextSize).mIsList;
 }
 
@@ -429,22 +429,22 @@ std::span<const Cmn_UInt8> FF_TOCPages::RawValue(Cmn_UInt32 iEntry, Cmn_UInt32 i
 {
     const KeyPlace& place = Locate(iEntry);
     // The first values mostly stand beside their key.
-    const Page* page = &Load(place.page);
-    std::size_t record = page->keys[place.key] + std::size_t{1} + iValue;
-    if (record < page->records.size()) return RecordAt(*page, record);
+    const Page* page = &Load(place.mPage);
+    std::size_t record = page->mKeys[place.mKey] + std::size_t{1} + iValue;
+    if (record < page->mRecords.size()) return RecordAt(*page, record);
 
     const std::pair wanted{iEntry, iValue + 1};
     const auto after = std::upper_bound(
-        mIndex.pages.begin(), mIndex.pages.end() - 1, wanted,
+        mIndex.mPages.begin(), mIndex.mPages.end() - 1, wanted,
         [](const auto& iWanted, const FF_TOCIndex::Page& iPage) { return iWanted < iPage.GetFirst(); });
     const auto number =
-        static_cast<std::size_t>(std::max<std::ptrdiff_t>(after - mIndex.pages.begin(), 1) - 1);
-    const FF_TOCIndex::Page& index = mIndex.pages[number];
+        static_cast<std::size_t>(std::max<std::ptrdiff_t>(after - mIndex.mPages.begin(), 1) - 1);
+    const FF_TOCIndex::Page& index = mIndex.mPages[number];
     page = &Load(number);
-    record = iValue - index.value;
-    const std::size_t numLeading = page->keys.empty() ? page->records.size() : page->keys[0];
-    if (index.GetFirst().second == 0 || index.key - 1 != iEntry || record >= numLeading)
-        Refuse(index.valueAt);
+    record = iValue - index.mValue;
+    const std::size_t numLeading = page->mKeys.empty() ? page->mRecords.size() : page->mKeys[0];
+    if (index.GetFirst().second == 0 || index.mKey - 1 != iEntry || record >= numLeading)
+        Refuse(index.mValueAt);
     return RecordAt(*page, record);
 }
 

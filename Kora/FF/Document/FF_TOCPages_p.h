@@ -35,11 +35,11 @@ public:
     bool IsSwapped() const { return mSwap; }
     Sys_FileBasedInStream& GetStream() const { return mStream; }
 
-    std::size_t GetNumKeys() const { return mIndex.numKeys; }
-    Cmn_Int64 GetSizeOfKeys() const { return mIndex.size; }
+    std::size_t GetNumKeys() const { return mIndex.mNumKeys; }
+    Cmn_Int64 GetSizeOfKeys() const { return mIndex.mSize; }
     Cmn_Int32 Find(std::span<const FF_Document::Context> iContexts);
     std::vector<FF_TOCTable::Context> GetContexts(Cmn_Int32 iEntry);
-    Cmn_UInt32 GetNumValues(Cmn_Int32 iEntry) { return Locate(static_cast<Cmn_UInt32>(iEntry)).numValues; }
+    Cmn_UInt32 GetNumValues(Cmn_Int32 iEntry) { return Locate(static_cast<Cmn_UInt32>(iEntry)).mNumValues; }
     bool IsList(Cmn_Int32 iEntry);
     // The bytes of a value, little-endian, until the next call.
     std::span<const Cmn_UInt8> GetValue(Cmn_Int32 iEntry, Cmn_Int32 iValue);
@@ -50,25 +50,25 @@ private:
     class Part;
     struct Page
     {
-        std::size_t number = 0;
-        std::vector<Cmn_UInt8> bytes;
-        std::vector<Cmn_UInt16> records;  // where each begins
-        std::vector<Cmn_UInt16> keys;     // which of them are keys
-        std::vector<Cmn_UInt64> prefixes; // of each key that is not cut, in the order of the keys
-        bool isLastCut = false;           // the last record goes on in the next page
+        std::size_t mNumber = 0;
+        std::vector<Cmn_UInt8> mBytes;
+        std::vector<Cmn_UInt16> mRecords;  // where each begins
+        std::vector<Cmn_UInt16> mKeys;     // which of them are keys
+        std::vector<Cmn_UInt64> mPrefixes; // of each key that is not cut, in the order of the keys
+        bool mIsLastCut = false;           // the last record goes on in the next page
     };
     struct KeyPlace
     {
-        Cmn_UInt32 entry = cNoEntry;
-        Cmn_UInt32 numValues = 0;
-        std::size_t page = 0;
-        std::size_t key = 0; // of those that begin in the page
+        Cmn_UInt32 mEntry = cNoEntry;
+        Cmn_UInt32 mNumValues = 0;
+        std::size_t mPage = 0;
+        std::size_t mKey = 0; // of those that begin in the page
     };
     // A key that was found lately, so that who asks for it again, as readers of lists do, pays for no search.
     struct Found
     {
-        std::vector<Cmn_UInt64> ranks;
-        KeyPlace place;
+        std::vector<Cmn_UInt64> mRanks;
+        KeyPlace mPlace;
     };
 
     FF_TOCPages(Sys_FileBasedInStream& ioStream, bool iSwap);
@@ -86,7 +86,7 @@ private:
     std::span<const Cmn_UInt8> CutRecordAt(const Page& iPage, std::size_t iBegin);
     std::span<const Cmn_UInt8> KeyAt(const Page& iPage, std::size_t iKey)
     {
-        return RecordAt(iPage, iPage.keys[iKey]);
+        return RecordAt(iPage, iPage.mKeys[iKey]);
     }
     FF_TOCTable::Context ContextAt(const Cmn_UInt8* iAt) const;
     std::size_t CountContexts(std::span<const Cmn_UInt8> iKey) const;

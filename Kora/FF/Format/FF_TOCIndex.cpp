@@ -28,7 +28,8 @@ Cmn_UInt32 SumOf(const std::vector<Cmn_UInt8>& iIndex, Cmn_Int64 iStart)
 template <class Field>
 void ForEachField(FF_TOCIndex::Page& ioPage, const Field& iField)
 {
-    for (Cmn_UInt32* const field : {&ioPage.sum, &ioPage.key, &ioPage.keyAt, &ioPage.value, &ioPage.valueAt})
+    for (Cmn_UInt32* const field :
+         {&ioPage.mSum, &ioPage.mKey, &ioPage.mKeyAt, &ioPage.mValue, &ioPage.mValueAt})
         iField(*field);
 }
 
@@ -52,14 +53,15 @@ Cmn_Int64 FF_TOCIndex::SizeFor(Cmn_Int64 iSizeOfKeys)
 
 bool FF_TOCIndex::ReadTail(const Cmn_UInt8* iTail, bool iSwap, Cmn_Int64 iBodySize)
 {
-    size = Sys_LoadInteger<Cmn_UInt32>(iTail, iSwap);
-    pageSize = Sys_LoadInteger<Cmn_UInt32>(iTail + 4, iSwap);
-    numKeys = Sys_LoadInteger<Cmn_UInt32>(iTail + 8, iSwap);
+    mSize = Sys_LoadInteger<Cmn_UInt32>(iTail, iSwap);
+    mPageSize = Sys_LoadInteger<Cmn_UInt32>(iTail + 4, iSwap);
+    mNumKeys = Sys_LoadInteger<Cmn_UInt32>(iTail + 8, iSwap);
     if (Sys_LoadInteger<Cmn_UInt32>(iTail + 12, iSwap) != cIndexMagic) return false;
-    if (!std::has_single_bit(pageSize) || pageSize < cSmallestIndexPage || pageSize > cLargestIndexPage)
+    if (!std::has_single_bit(mPageSize) || mPageSize < cSmallestIndexPage || mPageSize > cLargestIndexPage)
         return false;
-    const auto bytes = static_cast<Cmn_Int64>(CountPages(size, pageSize) * cIndexEntrySize + cIndexTailSize);
-    return Cmn_Int64{size} + bytes == iBodySize && numKeys <= std::numeric_limits<Cmn_Int32>::max();
+    const auto bytes =
+        static_cast<Cmn_Int64>(CountPages(mSize, mPageSize) * cIndexEntrySize + cIndexTailSize);
+    return Cmn_Int64{mSize} + bytes == iBodySize && mNumKeys <= std::numeric_limits<Cmn_Int32>::max();
 }
 
 bool FF_TOCIndex::Read(Sys_TypedInStream& ioStream, Cmn_Int64 iStart, Cmn_Int64 iBody, Cmn_Int64 iBodySize)
@@ -71,20 +73,20 @@ bool FF_TOCIndex::Read(Sys_TypedInStream& ioStream, Cmn_Int64 iStart, Cmn_Int64 
     ioStream.SetPosition(iBody + iBodySize - cTail);
     ioStream.ReadBytes(bytes.data(), bytes.size());
     if (!ReadTail(bytes.data(), swap, iBodySize)) return false;
-    bytes.resize(static_cast<std::size_t>(iBodySize - size));
-    ioStream.SetPosition(iBody + size);
+    bytes.resize(static_cast<std::size_t>(iBodySize - mSize));
+    ioStream.SetPosition(iBody + mSize);
     ioStream.ReadBytes(bytes.data(), bytes.size());
     const Cmn_UInt8* const sum = bytes.data() + bytes.size() - cSumSize;
     if (SumOf(bytes, iStart) != Sys_LoadInteger<Cmn_UInt32>(sum, swap)) return false;
 
-    pages.resize(CountPages(size, pageSize));
+    mPages.resize(CountPages(mSize, mPageSize));
     const Cmn_UInt8* at = bytes.data();
-    for (Page& page : pages)
+    for (Page& page : mPages)
         ForEachField(page, [&](Cmn_UInt32& oField) {
             oField = Sys_LoadInteger<Cmn_UInt32>(at, swap);
             at += sizeof oField;
         });
-    pages.push_back({0, numKeys, size, 0, size});
+    mPages.push_back({0, mNumKeys, mSize, 0, mSize});
     return IsConsistent();
 }
 
@@ -98,21 +100,24 @@ void FF_TOCIndex::Skip(FF_TOCCursor& ioCursor, Cmn_Int64 iSizeOfKeys)
     ioCursor.Fill(cIndexTailSize);
     FF_TOCIndex index;
     ioCursor.Require(index.ReadTail(ioCursor.Skip(cIndexTailSize), ioCursor.IsSwapped(), size) &&
-                     Cmn_Int64{index.size} == iSizeOfKeys);
+                     Cmn_Int64{index.mSize} == iSizeOfKeys);
 }
 
 bool FF_TOCIndex::IsConsistent() const
 {
     // The first key stands behind their count.
-    if (size < cCountSize || pages[0].key != 0) return false;
-    if (pages[0].GetFirst().second != 0 || pages[0].keyAt != (numKeys == 0 ? size : cCountSize)) return false;
+    if (mSize < cCountSize || mPages[0].mKey != 0) return false;
+    if (mPages[0].GetFirst().second != 0 || mPages[0].mKeyAt != (mNumKeys == 0 ? mSize : cCountSize))
+        return false;
     for (std::size_t i = 0; i < GetNumPages(); ++i) {
-        const Page& page = pages[i];
-        if (page.valueAt < i * pageSize || page.valueAt > page.keyAt || page.keyAt > size) return false;
-        if ((page.keyAt == size) != (page.key == numKeys) || (page.valueAt < page.keyAt && page.key == 0))
+        const Page& page = mPages[i];
+        if (page.mValueAt < i * mPageSize || page.mValueAt > page.mKeyAt || page.mKeyAt > mSize) return false;
+        if ((page.mKeyAt == mSize) != (page.mKey == mNumKeys) ||
+            (page.mValueAt < page.mKeyAt && page.mKey == 0))
             return false;
-        const Page& next = pages[i + 1];
-        if (page.key > next.key || page.keyAt > next.keyAt || page.GetFirst() > next.GetFirst()) return false;
+        const Page& next = mPages[i + 1];
+        if (page.mKey > next.mKey || page.mKeyAt > next.mKeyAt || page.GetFirst() > next.GetFirst())
+            return false;
     }
     return true;
 }
@@ -134,12 +139,12 @@ void FF_TOCIndexMaker::Note(Cmn_Int64 iAt, Cmn_UInt32 iKey, Cmn_UInt32 iValue, b
     const std::size_t upTo = std::min(static_cast<std::size_t>(iAt / mPageSize) + 1, mPages.size());
     const auto at = static_cast<Cmn_UInt32>(iAt);
     for (; iIsKey && mWithKey < upTo; ++mWithKey) {
-        mPages[mWithKey].key = iKey;
-        mPages[mWithKey].keyAt = at;
+        mPages[mWithKey].mKey = iKey;
+        mPages[mWithKey].mKeyAt = at;
     }
     for (; mWithValue < upTo; ++mWithValue) {
-        mPages[mWithValue].value = iValue;
-        mPages[mWithValue].valueAt = at;
+        mPages[mWithValue].mValue = iValue;
+        mPages[mWithValue].mValueAt = at;
     }
     mNextAt = static_cast<Cmn_Int64>(std::min(mWithKey, mWithValue) * mPageSize);
 }
@@ -149,7 +154,7 @@ void FF_TOCIndexMaker::Add(const Cmn_UInt8* iBytes, std::size_t iCount)
     while (mPageSize != 0 && iCount != 0) {
         const auto page = static_cast<std::size_t>(mAdded / mPageSize);
         const std::size_t count = std::min(iCount, mPageSize - static_cast<std::size_t>(mAdded % mPageSize));
-        mPages[page].sum = Sys_Crc32C(mPages[page].sum, iBytes, count);
+        mPages[page].mSum = Sys_Crc32C(mPages[page].mSum, iBytes, count);
         mAdded += static_cast<Cmn_Int64>(count);
         iBytes += count;
         iCount -= count;
@@ -160,12 +165,12 @@ std::vector<Cmn_UInt8> FF_TOCIndexMaker::Finish(Cmn_UInt32 iNumKeys, Cmn_Int64 i
 {
     if (mPageSize == 0) return {};
     for (; mWithKey < mPages.size(); ++mWithKey) {
-        mPages[mWithKey].key = iNumKeys;
-        mPages[mWithKey].keyAt = mSize;
+        mPages[mWithKey].mKey = iNumKeys;
+        mPages[mWithKey].mKeyAt = mSize;
     }
     for (; mWithValue < mPages.size(); ++mWithValue) {
-        mPages[mWithValue].value = 0;
-        mPages[mWithValue].valueAt = mSize;
+        mPages[mWithValue].mValue = 0;
+        mPages[mWithValue].mValueAt = mSize;
     }
     std::vector<Cmn_UInt8> bytes(mPages.size() * cIndexEntrySize + cIndexTailSize);
     Cmn_UInt8* at = bytes.data();

@@ -16,30 +16,28 @@ struct FF_TOCIndex
 {
     struct Page
     {
-        Cmn_UInt32 sum;
-        Cmn_UInt32
-            key; // number of the first key that begins in the page or behind it; the count of keys for none
-        Cmn_UInt32 keyAt;   // and where; the end of the keys for none
-        Cmn_UInt32 value;   // number of the first value before that key that begins in the page or behind it
-        Cmn_UInt32 valueAt; // and where; keyAt for none
+        Cmn_UInt32 mSum;
+        // The number of the first key that begins in the page or behind it; the count of keys for none.
+        Cmn_UInt32 mKey;
+        Cmn_UInt32 mKeyAt;   // and where; the end of the keys for none
+        Cmn_UInt32 mValue;   // number of the first value before that key that begins in the page or behind it
+        Cmn_UInt32 mValueAt; // and where; keyAt for none
 
         // The first record: a key's number with 0, or with one more than the number of a value of it.
         std::pair<Cmn_UInt32, Cmn_UInt32> GetFirst() const
         {
-            return valueAt < keyAt ? std::pair{key - 1, value + 1} : std::pair{key, Cmn_UInt32{0}};
+            return mValueAt < mKeyAt ? std::pair{mKey - 1, mValue + 1} : std::pair{mKey, Cmn_UInt32{0}};
         }
-        Cmn_UInt32 GetFirstAt() const
-        {
-            return valueAt;
-        } // a key has no value before it that begins behind it
+        // A key has no value before it that begins behind it.
+        Cmn_UInt32 GetFirstAt() const { return mValueAt; }
     };
 
-    Cmn_UInt32 size = 0; // of the keys
-    Cmn_UInt32 pageSize = 0;
-    Cmn_UInt32 numKeys = 0;
-    std::vector<Page> pages; // and one more, at the end of the keys
+    Cmn_UInt32 mSize = 0; // of the keys
+    Cmn_UInt32 mPageSize = 0;
+    Cmn_UInt32 mNumKeys = 0;
+    std::vector<Page> mPages; // and one more, at the end of the keys
 
-    std::size_t GetNumPages() const { return pages.size() - 1; }
+    std::size_t GetNumPages() const { return mPages.size() - 1; }
 
     static Cmn_UInt32 PageSizeFor(Cmn_Int64 iSizeOfKeys);
     // Bytes of the index that is written behind so many bytes of keys; 0 where there is none.

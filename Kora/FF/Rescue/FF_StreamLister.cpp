@@ -67,10 +67,10 @@ void FF_StreamLister::Look(std::span<const Cmn_UInt8> iBytes, const Visit& iVisi
     if (!fields.IsGenuine() || !fields.HasSums() || !fields.IsComplete()) return;
     const Cmn_Int64 body = mAt + static_cast<Cmn_Int64>(size);
     const Cmn_Int64 end = body + Cmn_Int64{fields.mBodySize};
-    while (!mOpen.empty() && mOpen.back().end <= mAt)
+    while (!mOpen.empty() && mOpen.back().mEnd <= mAt)
         mOpen.pop_back();
-    if (mOpen.size() == FF_StreamWalk::cMaxDepth || end > (mOpen.empty() ? mTo : mOpen.back().end)) return;
-    if (!mOpen.empty() && mAt < mOpen.back().body) return;
+    if (mOpen.size() == FF_StreamWalk::cMaxDepth || end > (mOpen.empty() ? mTo : mOpen.back().mEnd)) return;
+    if (!mOpen.empty() && mAt < mOpen.back().mBody) return;
 
     FF_StreamInfo info;
     info.mName.assign(iBytes.data() + Fields::cFixedFront, iBytes.data() + Fields::cFixedFront + nameSize);

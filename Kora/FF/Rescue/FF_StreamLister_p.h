@@ -25,8 +25,8 @@ public:
 private:
     struct Open
     {
-        Cmn_Int64 body;
-        Cmn_Int64 end;
+        Cmn_Int64 mBody;
+        Cmn_Int64 mEnd;
     };
 
     void CheckRow();

@@ -465,10 +465,10 @@ TEST(TickPieces, WhatEndsAtASeamEndsThere)
     const auto tick = [](Cmn_Int64 iTick) { return Time_Tick(iTick); };
     const struct
     {
-        const char* what;
-        Pieces pieces;
-        Cmn_Int64 oldEnd;
-        Cmn_Int64 newEnd;
+        const char* mWhat;
+        Pieces mPieces;
+        Cmn_Int64 mOldEnd;
+        Cmn_Int64 mNewEnd;
     } cRows[] = {
         {"before a deletion", Pieces::Delete(tick(10), tick(20)), 10, 10},
         {"inside it", Pieces::Delete(tick(10), tick(20)), 15, 10},
@@ -484,6 +484,6 @@ TEST(TickPieces, WhatEndsAtASeamEndsThere)
         {"of what is moved nowhere", Pieces::Move(tick(10), tick(20), tick(20)), 20, 20},
     };
     for (const auto& row : cRows)
-        EXPECT_EQ(row.pieces.OldEndToNew(tick(row.oldEnd)), tick(row.newEnd)) << row.what << "\n"
-                                                                              << row.pieces.Dump();
+        EXPECT_EQ(row.mPieces.OldEndToNew(tick(row.mOldEnd)), tick(row.mNewEnd)) << row.mWhat << "\n"
+                                                                                 << row.mPieces.Dump();
 }

@@ -337,7 +337,8 @@ TEST(FormTextTest, WhatIsTakenIsWrittenInAFormThatReadsTheSame)
 {
     std::mt19937 random(20);
     for (int i = 0; i < 2500; ++i) {
-        ExpectCanonical(Time_MinSec(), Time_MinSec(static_cast<Cmn_Int64>(random() % 90000000) - 1000).ToString(), random);
+        ExpectCanonical(Time_MinSec(),
+                        Time_MinSec(static_cast<Cmn_Int64>(random() % 90000000) - 1000).ToString(), random);
         ExpectCanonical(Time_FeetFrame(), Time_FeetFrame(random() % 2073600).ToString(), random);
         Time_SMPTE label(cFormats[random() % std::size(cFormats)]);
         label.SetFromTotalFrames(static_cast<Cmn_Int32>(random() % 2073600));
