@@ -5,7 +5,9 @@
 #include "Tool/Tool_PositionText.h"
 
 #include <algorithm>
+#include <istream>
 #include <optional>
+#include <ostream>
 
 namespace {
 
@@ -36,12 +38,14 @@ void ForEachLine(std::string_view iInput, Line iLine)
 class Converter
 {
 public:
-    Converter(const Tool_Song& iSong, std::string_view iInput, std::string_view iSource, Tool_EUnit iFrom)
+    Converter(const Tool_Song& iSong, std::string_view iInput, std::string_view iSource, Tool_EUnit iFrom,
+              Cmn_Int64 iLinesBefore)
         : mSong(iSong)
         , mText(iSong)
         , mInput(iInput)
         , mSource(iSource)
         , mFrom(iFrom)
+        , mLinesBefore(iLinesBefore)
     {
     }
 
@@ -70,7 +74,7 @@ private:
         ForEachLine(mInput, [&](std::string_view iText, Cmn_Int64 iNumber) {
             Cmn_Int64 count = 0;
             if (!mText.Parse(mFrom, iText, count))
-                throw Tool_InputError::AtLine(mSource, iNumber,
+                throw Tool_InputError::AtLine(mSource, mLinesBefore + iNumber,
                                               Tool_Quoted(iText) + " is not a position in " +
                                                   std::string(Tool_UnitName(mFrom)) + ", expected " +
                                                   mText.Form(mFrom));
@@ -134,7 +138,7 @@ private:
         ForEachLine(mInput, [&](std::string_view iPosition, Cmn_Int64 iNumber) {
             if (iNumber == line) position = iPosition;
         });
-        throw Tool_InputError::AtLine(mSource, line, Tool_Quoted(position) + " " + iText);
+        throw Tool_InputError::AtLine(mSource, mLinesBefore + line, Tool_Quoted(position) + " " + iText);
     }
 
     std::string Write(const std::vector<Tool_EUnit>& iTo, std::size_t iCount) const
@@ -157,7 +161,58 @@ private:
     std::string_view mInput;
     std::string_view mSource;
     Tool_EUnit mFrom;
+    Cmn_Int64 mLinesBefore;                     // of the input, in earlier blocks
     std::optional<Time_TypedVector> mCounts[3]; // by Time_EType
+};
+
+// Whole lines, block by block.
+class Blocks
+{
+public:
+    Blocks(const Tool_Song& iSong, std::string_view iSource, Tool_EUnit iFrom,
+           const std::vector<Tool_EUnit>& iTo, std::ostream& oOut)
+        : mSong(iSong)
+        , mSource(iSource)
+        , mFrom(iFrom)
+        , mTo(iTo)
+        , mOut(oOut)
+    {
+    }
+
+    void Add(std::string_view iLines)
+    {
+        try {
+            Write(iLines);
+        } catch (const Tool_InputError&) {
+            // Once more line by line: those before the bad one are answered.
+            for (std::size_t start = 0; start < iLines.size();) {
+                const std::size_t end = std::min(iLines.find('\n', start), iLines.size() - 1) + 1;
+                Write(iLines.substr(start, end - start));
+                start = end;
+            }
+        }
+    }
+    [[noreturn]] void RefuseLength() const
+    {
+        throw Tool_InputError::AtLine(mSource, mLinesBefore + 1,
+                                      "more than " + std::to_string(Tool_cLongestLine) +
+                                          " bytes, expected a position");
+    }
+
+private:
+    void Write(std::string_view iLines)
+    {
+        const std::string answer = Converter(mSong, iLines, mSource, mFrom, mLinesBefore).Run(mTo);
+        mOut.write(answer.data(), static_cast<std::streamsize>(answer.size())).flush();
+        mLinesBefore += std::count(iLines.begin(), iLines.end(), '\n');
+    }
+
+    const Tool_Song& mSong;
+    std::string_view mSource;
+    Tool_EUnit mFrom;
+    const std::vector<Tool_EUnit>& mTo;
+    std::ostream& mOut;
+    Cmn_Int64 mLinesBefore = 0;
 };
 
 } // namespace
@@ -165,5 +220,29 @@ private:
 std::string Tool_Convert(const Tool_Song& iSong, std::string_view iInput, std::string_view iSource,
                          Tool_EUnit iFrom, const std::vector<Tool_EUnit>& iTo)
 {
-    return Converter(iSong, iInput, iSource, iFrom).Run(iTo);
+    return Converter(iSong, iInput, iSource, iFrom, 0).Run(iTo);
+}
+
+void Tool_ConvertStream(const Tool_Song& iSong, std::istream& ioIn, std::string_view iSource,
+                        Tool_EUnit iFrom, const std::vector<Tool_EUnit>& iTo, std::ostream& oOut)
+{
+    constexpr std::streamsize cBlock = 65536;
+    Blocks blocks(iSong, iSource, iFrom, iTo, oOut);
+    std::string text;
+    // peek waits for a line, or for what the stream takes at once; the rest is there already.
+    while (oOut && ioIn.peek() != std::istream::traits_type::eof()) {
+        const std::size_t before = text.size();
+        text.resize(before + static_cast<std::size_t>(cBlock));
+        const std::streamsize most = std::clamp<std::streamsize>(ioIn.rdbuf()->in_avail(), 1, cBlock);
+        const std::streamsize count = ioIn.rdbuf()->sgetn(text.data() + before, most);
+        text.resize(before + static_cast<std::size_t>(count));
+        const std::size_t newline = text.find_last_of('\n');
+        if (newline != std::string::npos) {
+            blocks.Add(std::string_view(text).substr(0, newline + 1));
+            text.erase(0, newline + 1);
+        }
+        if (text.size() > Tool_cLongestLine) blocks.RefuseLength();
+    }
+    if (ioIn.bad()) throw Tool_InputError::InFile(iSource, "cannot be read, expected positions");
+    if (oOut && !text.empty()) blocks.Add(text);
 }

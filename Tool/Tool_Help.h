@@ -177,8 +177,9 @@ Units:
 
 Positions before the song's start are negative samples and seconds, and bar 0 and below; they have
 no frames and no timecode. A position further from sample 0 than the time line reaches (34359738367
-samples) is refused. Blanks around a position are ignored; an empty line is not a position. Nothing
-is printed unless every line is understood.
+samples) is refused. Blanks around a position are ignored; an empty line is not a position. Lines
+are answered as they come, a pipe's before the next is sent. The first line that is refused ends it;
+what was printed before stands.
 )";
 
 inline constexpr char Tool_cPlotHelp[] =

@@ -62,10 +62,10 @@ public:
             throw Tool_UsageError("--to " + Tool_Quoted(mTo) + ", expected some of " + Tool_UnitNames() +
                                   ", separated by commas");
         const Tool_AskedSettings asked = mSettings.Asked();
-        const std::unique_ptr<const Tool_Song> song = Song(asked, iIn);
-        const std::string positions = Tool_ReadUpTo(iIn, std::string::npos - 1);
-        if (iIn.bad()) throw Tool_InputError::InFile(cInputName, "cannot be read, expected positions");
-        return {Tool_Convert(*song, positions, cInputName, from, to), {}, {}};
+        const std::shared_ptr<const Tool_Song> song = Song(asked, iIn);
+        return {{}, {}, {}, [song, from, to, &iIn](std::ostream& oOut) {
+                    Tool_ConvertStream(*song, iIn, cInputName, from, to, oOut);
+                }};
     }
 
 private:

@@ -31,7 +31,7 @@ struct Tool_Outcome
     std::vector<std::string> mComplaints; // each a line for the error stream: what is bad in the input
     std::string mReport;                  // what there is to tell beside an output that is no text
     // Where it is given, writes the output in place of mText: rows that are not kept. What it throws is told
-    // as what Run throws; until it has found what is bad it writes nothing.
+    // as what Run throws; what it wrote before stands.
     std::function<void(std::ostream&)> mWrite = nullptr;
 };
 
