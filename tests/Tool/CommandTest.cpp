@@ -12,7 +12,7 @@ TEST_F(CommandTest, TheExampleSongIsWhatWasCheckedByHand)
     EXPECT_EQ(Run({"plot", cFirstLight}).mOut, ReadFile(cSource + "/docs/pictures/first-light.svg"));
 }
 
-TEST_F(CommandTest, BadInputGivesOneLineAndNothingElse)
+TEST_F(CommandTest, BadInputGivesOneLineBehindWhatWasAnswered)
 {
     const std::string cut = Written("CommandTest_cut.mid", "MThd");
     const std::string good = Written("CommandTest_good.mid", File(480, {Text(480, "end")}));

@@ -70,7 +70,7 @@ TEST_F(ConvertTest, ColumnsComeInTheOrderAskedAndLinesMayEndAnyWay)
     EXPECT_EQ(Convert("-0.5\n", Tool_eUnit_Seconds, {Tool_eUnit_Samples}), "-22050\n");
 }
 
-TEST_F(ConvertTest, SaysWhichLineIsBadAndPrintsNothing)
+TEST_F(ConvertTest, SaysWhichLineIsBad)
 {
     const std::string bars = "expected bar|beat|tick, such as 12|3|480000";
     const std::string whole = "expected a whole number";
@@ -125,4 +125,40 @@ TEST_F(ConvertTest, SaysWhichLineIsBadAndPrintsNothing)
                   start + (isOutside ? where : notOne) + ", " + row.mExpected);
     }
     EXPECT_EQ(Convert("34359738367\n", Tool_eUnit_Samples, {Tool_eUnit_Samples}), "34359738367\n");
+}
+
+// A pipe whose other end sends a line, or half of one, only once all whole lines before it are answered.
+TEST_F(ConvertTest, APipeIsAnsweredLineByLineAndBlocksGiveWhatTheWholeGives)
+{
+    struct Pipe : std::streambuf
+    {
+        int underflow() override
+        {
+            const std::string answers = mOut.str();
+            EXPECT_EQ(std::count(answers.begin(), answers.end(), '\n'), mLines);
+            if (mNext == mParts.size()) return traits_type::eof();
+            std::string& part = mParts[mNext++];
+            mLines += std::count(part.begin(), part.end(), '\n');
+            setg(part.data(), part.data(), part.data() + part.size());
+            return traits_type::to_int_type(part.front());
+        }
+        std::vector<std::string> mParts = {"1\n", "2", "2\n", "3\n4", "4\n", "5"};
+        std::size_t mNext = 0;
+        std::ptrdiff_t mLines = 0;
+        std::ostringstream mOut;
+    } pipe;
+    std::istream lines(&pipe);
+    const Tool_Song song{Tool_Settings()};
+    const std::vector<Tool_EUnit> to = {Tool_eUnit_Samples};
+    Tool_ConvertStream(song, lines, "stdin", Tool_eUnit_Samples, to, pipe.mOut);
+    EXPECT_EQ(pipe.mOut.str(), "1\n22\n3\n44\n5\n");
+
+    std::string many;
+    for (int i = 0; i < 30000; ++i)
+        many += std::to_string(i * 7) + '\n';
+    std::istringstream in(many + "x\n1\n");
+    std::ostringstream out;
+    EXPECT_EQ(Complaint([&] { Tool_ConvertStream(song, in, "stdin", Tool_eUnit_Samples, to, out); }),
+              "stdin: line 30001: \"x\" is not a position in samples, expected a whole number");
+    EXPECT_TRUE(out.str() == many);
 }
