@@ -49,10 +49,10 @@ private:
     friend class SMF_TrackBuilder;
 
     // iOwner keeps the bytes.
-    SMF_Track(std::shared_ptr<const std::string> iOwner, std::string_view iBytes, Cmn_Int64 iEventCount,
+    SMF_Track(std::shared_ptr<const void> iOwner, std::string_view iBytes, Cmn_Int64 iEventCount,
               Cmn_Int64 iEndTick);
 
-    std::shared_ptr<const std::string> mOwner; // null for a track that is empty
+    std::shared_ptr<const void> mOwner; // null for a track that is empty
     std::string_view mBytes;
     Cmn_Int64 mEventCount = 1;
     Cmn_Int64 mEndTick = 0;
@@ -78,7 +78,8 @@ public:
 private:
     static constexpr std::size_t cLookedAt = 8;
 
-    static Cmn_UInt32 ReadVariableLength(const char*& ioAt);
+    // One event further, whatever it is. A copy goes there, so that the one that walks stays in registers.
+    KORA_API static Iterator BehindAny(Iterator iFrom);
     void ReadAny();
 
     SMF_Event mEvent;
@@ -90,77 +91,31 @@ private:
 
 inline SMF_Track::Iterator SMF_Track::begin() const { return Iterator(mBytes); }
 
-// Seven bits a byte, the last one without its top bit.
-inline Cmn_UInt32 SMF_Track::Iterator::ReadVariableLength(const char*& ioAt)
-{
-    Cmn_UInt32 byte = static_cast<Cmn_UInt8>(*ioAt++);
-    Cmn_UInt32 value = byte & 0x7F;
-    while (byte >= 0x80) {
-        byte = static_cast<Cmn_UInt8>(*ioAt++);
-        value = value << 7 | (byte & 0x7F);
-    }
-    return value;
-}
-
-// Checks nothing: the track's invariant says that the bytes are sound. Behind all others
-// comes the end-of-track event.
+// Checks nothing: the track's invariant says that the bytes are sound. Behind all others comes the
+// end-of-track event. The next event waits for this one's size, and so that is found from top bits alone: of
+// the first three bytes they are the delta time's, if it takes two, and the status's, if it is there.
 inline SMF_Track::Iterator& SMF_Track::Iterator::operator++()
 {
-    if (mNext > mLastPlain) [[unlikely]] {
-        ReadAny();
-        return *this;
-    }
+    if (mNext > mLastPlain) [[unlikely]]
+        return *this = BehindAny(*this);
     const Cmn_UInt64 bytes = SMF_Event::EightBytesAt(mNext);
     const auto low = static_cast<Cmn_UInt32>(bytes);
-    // Bits that the delta time's second byte takes, if there is one.
-    const Cmn_UInt32 more = low >> 4 & 8, isLong = more >> 3;
-    const auto rest = static_cast<Cmn_UInt32>(bytes >> 8 >> more);
-    const Cmn_UInt32 hasStatus = rest >> 7 & 1, second = low >> 8 & 0xFF & (0 - isLong);
-    Cmn_UInt32 status = mEvent.mStatus;
-    if (hasStatus != 0) status = rest & 0xFF;
+    const Cmn_UInt32 isLong = low >> 7 & 1, hasStatus = (low >> 15 & 1) + (low >> 23 & 1);
+    const Cmn_UInt32 second = low >> 8 & 0xFF & (0 - isLong);
+    const auto given = static_cast<Cmn_UInt32>(bytes >> 8 >> (8 * isLong)) & 0xFF & (0 - hasStatus);
+    const Cmn_UInt32 status = given | (mEvent.mStatus & (hasStatus - 1));
     // Of a channel with two data bytes, behind a delta time that is over.
     constexpr Cmn_UInt32 cKinds = 1 << 8 | 1 << 9 | 1 << 10 | 1 << 11 | 1 << 14;
-    if ((cKinds >> (status >> 4) & 1) == 0 || second >= 0x80) [[unlikely]] {
-        ReadAny();
-        return *this;
-    }
+    if ((cKinds >> (status >> 4) & 1) == 0 || second >= 0x80) [[unlikely]]
+        return *this = BehindAny(*this);
     const char* const start = mNext;
-    const char* const behindDelta = start + 1 + isLong;
+    mNext = start + 3 + isLong + hasStatus;
     mEvent.mTick += (low & 0x7F) << (7 * isLong) | second;
     mEvent.mDeltaSize = static_cast<Cmn_UInt8>(1 + isLong);
     mEvent.mIsRunning = hasStatus == 0;
     mEvent.mStatus = static_cast<Cmn_UInt8>(status);
     mEvent.mMetaType = 0;
-    mEvent.mData = {behindDelta + hasStatus, 2};
-    mNext = behindDelta + 2 + hasStatus;
+    mEvent.mData = {mNext - 2, 2};
     mEvent.mBytes = {start, static_cast<std::size_t>(mNext - start)};
     return *this;
-}
-
-inline void SMF_Track::Iterator::ReadAny()
-{
-    if (mNext == mEnd) {
-        mIsPastEnd = true;
-        return;
-    }
-    const char* const start = mNext;
-    mEvent.mTick += ReadVariableLength(mNext);
-    mEvent.mDeltaSize = static_cast<Cmn_UInt8>(mNext - start);
-    const auto status = static_cast<Cmn_UInt8>(*mNext);
-    mEvent.mIsRunning = status < 0x80;
-    if (!mEvent.mIsRunning) {
-        mEvent.mStatus = status;
-        ++mNext;
-    }
-    std::size_t length = 0;
-    if (mEvent.IsChannel()) {
-        length = (mEvent.mStatus & 0xE0) == 0xC0 ? 1 : 2; // program change and channel pressure have one
-        mEvent.mMetaType = 0;
-    } else {
-        mEvent.mMetaType = status == SMF_Event::cMeta ? static_cast<Cmn_UInt8>(*mNext++) : Cmn_UInt8{0};
-        length = ReadVariableLength(mNext);
-    }
-    mEvent.mData = {mNext, length};
-    mNext += length;
-    mEvent.mBytes = {start, static_cast<std::size_t>(mNext - start)};
 }

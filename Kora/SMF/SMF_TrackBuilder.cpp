@@ -4,6 +4,8 @@
 #include "Kora/SMF/SMF_EventRules_p.h"
 
 #include <algorithm>
+#include <cstdlib>
+#include <new>
 #include <stdexcept>
 #include <utility>
 
@@ -14,14 +16,31 @@ bool SMF_TrackBuilder::BeginEvent(Cmn_Int64& ioTick)
     return true;
 }
 
+void SMF_TrackBuilder::Freeing::operator()(char* ioBytes) const noexcept { std::free(ioBytes); }
+
+// Not cleared, and grown by half: the first touch of a page takes longer than what is written to it.
+void SMF_TrackBuilder::SetRoom(std::size_t iBytes)
+{
+    auto* const bytes = static_cast<char*>(std::realloc(mBytes.get(), iBytes));
+    if (bytes == nullptr) throw std::bad_alloc();
+    static_cast<void>(mBytes.release());
+    mBytes.reset(bytes);
+    mRoom = iBytes;
+    const std::size_t size = std::min(mRoom, cMaxTrackBytes);
+    mPlainEnd = size < cPlainRoom ? 0 : size - cPlainRoom + 1;
+}
+
+SMF_TrackBuilder::SMF_TrackBuilder(std::size_t iExpectedBytes)
+{
+    if (iExpectedBytes > 0) SetRoom(iExpectedBytes + cPlainRoom);
+}
+
 // So many bytes behind those that are written.
 inline char* SMF_TrackBuilder::Room(std::size_t iBytes)
 {
-    if (mBytes.size() - mSize < iBytes) [[unlikely]] {
-        mBytes.resize(std::max(mSize + iBytes + cPlainRoom, 2 * mBytes.size()));
-        FindLastPlain();
-    }
-    return mBytes.data() + mSize;
+    if (mRoom - mSize < iBytes) [[unlikely]]
+        SetRoom(std::max(mSize + iBytes + cPlainRoom, mRoom + mRoom / 2));
+    return mBytes.get() + mSize;
 }
 
 inline void SMF_TrackBuilder::Put(std::string_view iBytes)
@@ -146,10 +165,9 @@ void SMF_TrackBuilder::AppendMeta(Cmn_Int64 iTick, Cmn_UInt8 iType, std::string_
 SMF_Track SMF_TrackBuilder::Finish(Cmn_Int64 iEndTick)
 {
     if (!mIsEnded) AppendMeta(std::max(iEndTick, GetTick()), SMF_Event::cEndOfTrack, {});
-    mBytes.resize(mSize);
-    auto bytes = std::make_shared<const std::string>(std::move(mBytes));
-    const std::string_view all = *bytes;
-    SMF_Track track(std::move(bytes), all, mEventCount, mTick);
+    SetRoom(mSize);
+    const std::string_view all(mBytes.get(), mSize);
+    SMF_Track track(std::shared_ptr<const char>(std::move(mBytes)), all, mEventCount, mTick);
     *this = SMF_TrackBuilder();
     return track;
 }

@@ -8,30 +8,25 @@
 //                would take (a data byte above 0x7F, a tempo of 0, anything behind the end of track)
 //                asserts and is left out.
 // Times:         a gap of more than SMF_Event::cMaxDelta ticks is bridged by empty text events.
+// Ownership:     the bytes that are written, which Finish hands to the track. Moved, not copied.
 // Throws:        std::length_error for a track of 2^32 bytes or more and an event's content of 2^28 or more.
-//                After an exception a builder can only be assigned or destroyed.
+//                After an exception, or moved from, a builder can only be assigned or destroyed.
 #pragma once
 
 #include "Kora/SMF/SMF_Track.h"
-
-#include <algorithm>
 
 class KORA_API SMF_TrackBuilder
 {
 public:
     // About as many bytes are expected.
-    explicit SMF_TrackBuilder(std::size_t iExpectedBytes = 0)
-        : mBytes(iExpectedBytes, '\0')
-    {
-        FindLastPlain();
-    }
+    explicit SMF_TrackBuilder(std::size_t iExpectedBytes = 0);
 
     // An event of another track, at its own tick or at another.
     void Append(const SMF_Event& iEvent) { Append(iEvent, iEvent.mTick); }
     void Append(const SMF_Event& iEvent, Cmn_Int64 iTick)
     {
         if (!AppendPlain(iEvent, iTick)) [[unlikely]]
-            AppendAny(iEvent, iTick);
+            AppendAny(SMF_Event(iEvent), iTick); // a copy: that of a walk stays in registers
     }
     // iStatus is 0x80 to 0xEF. Program changes (0xC0) and channel pressures (0xD0) have no second
     // byte. Written with its status, or under running status where iIsRunning asks for it and the
@@ -65,7 +60,7 @@ private:
     {
         return static_cast<Cmn_UInt64>(iTick) - static_cast<Cmn_UInt64>(mTick);
     }
-    void FindLastPlain();
+    void SetRoom(std::size_t iBytes);
     void AppendAny(const SMF_Event& iEvent, Cmn_Int64 iTick);
     bool BeginEvent(Cmn_Int64& ioTick);
     void Put(std::string_view iBytes);
@@ -76,8 +71,14 @@ private:
     char* Room(std::size_t iBytes);
     void EndEvent(Cmn_Int64 iTick);
 
-    // As many as there is room for, of which mSize are written.
-    std::string mBytes;
+    struct KORA_API Freeing
+    {
+        void operator()(char* ioBytes) const noexcept;
+    };
+    using Bytes = std::unique_ptr<char, Freeing>;
+
+    Bytes mBytes; // room for mRoom of them, of which mSize are written
+    std::size_t mRoom = 0;
     std::size_t mSize = 0;
     std::size_t mPlainEnd = 0; // behind the last place with room for any plain event
     Cmn_Int64 mEventCount = 0;
@@ -86,12 +87,6 @@ private:
     bool mIsEnded = false;
 };
 
-inline void SMF_TrackBuilder::FindLastPlain()
-{
-    const std::size_t size = std::min(mBytes.size(), cMaxTrackBytes);
-    mPlainEnd = size < cPlainRoom ? 0 : size - cPlainRoom + 1;
-}
-
 // Nothing branches on the delta time's size and on running status; iHasStatus is 1 where the status is written.
 inline void SMF_TrackBuilder::PutPlain(Cmn_Int64 iTick, Cmn_UInt8 iStatus, Cmn_UInt64 iHasStatus,
                                        Cmn_UInt64 iData, std::size_t iDataSize)
@@ -99,7 +94,7 @@ inline void SMF_TrackBuilder::PutPlain(Cmn_Int64 iTick, Cmn_UInt8 iStatus, Cmn_U
     const Cmn_UInt64 delta = DeltaTo(iTick), isLong = delta >= 1 << 7 ? 1 : 0;
     const Cmn_UInt64 rest = (iStatus & (0 - iHasStatus)) | iData << (8 * iHasStatus);
     const Cmn_UInt64 first = delta >> (7 * isLong) | isLong << 7, second = (delta & 0x7F & (0 - isLong)) << 8;
-    SMF_Event::PutEightBytes(mBytes.data() + mSize, first | second | rest << (8 + 8 * isLong));
+    SMF_Event::PutEightBytes(mBytes.get() + mSize, first | second | rest << (8 + 8 * isLong));
     mSize += 1 + isLong + iHasStatus + iDataSize;
     mTick = iTick;
     mRunningStatus = iStatus;
