@@ -1,7 +1,7 @@
 // Tool_Command: the kora command as a function of its arguments and streams.
 //
-// Output:  nothing is written before all input is understood, but for convert, which answers lines as they come; lines end in "\n"
-//          alone on every platform. Streams are taken to be binary.
+// Output:  nothing is written before all input is understood, but for convert, which answers lines as they
+//          come; lines end in "\n" alone on every platform. Streams are taken to be binary.
 // Errors:  one line on the error stream, of several bad files one each: "kora: " and what is wrong where.
 // Globals: sets Time_Globals' sample rate, frame rate and timecode format to what the arguments ask for.
 #pragma once

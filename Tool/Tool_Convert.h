@@ -19,8 +19,8 @@ std::string Tool_Convert(const Tool_Song& iSong, std::string_view iInput, std::s
                          Tool_EUnit iFrom, const std::vector<Tool_EUnit>& iTo);
 
 // The same of a stream, as its lines come: what has arrived is answered before more is waited for, and
-// memory holds one block. The lines before one that is refused are written. Throws also for a line longer than
-// Tool_cLongestLine and for a stream that cannot be read; stops where oOut fails.
+// memory holds one block. The lines before one that is refused are written. Throws also for a line longer
+// than Tool_cLongestLine and for a stream that cannot be read; stops where oOut fails.
 inline constexpr std::size_t Tool_cLongestLine = std::size_t{1} << 20;
 void Tool_ConvertStream(const Tool_Song& iSong, std::istream& ioIn, std::string_view iSource,
                         Tool_EUnit iFrom, const std::vector<Tool_EUnit>& iTo, std::ostream& oOut);

@@ -87,7 +87,8 @@ private:
     bool mIsEnded = false;
 };
 
-// Nothing branches on the delta time's size and on running status; iHasStatus is 1 where the status is written.
+// Nothing branches on the delta time's size and on running status; iHasStatus is 1
+// where the status is written.
 inline void SMF_TrackBuilder::PutPlain(Cmn_Int64 iTick, Cmn_UInt8 iStatus, Cmn_UInt64 iHasStatus,
                                        Cmn_UInt64 iData, std::size_t iDataSize)
 {

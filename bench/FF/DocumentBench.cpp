@@ -157,7 +157,7 @@ BENCHMARK(BM_Scan)->Apply(BenchSizes<benchmark::internal::Benchmark>)->Unit(benc
 // --- Every header, sum and entry of the file
 void BM_Check(benchmark::State& ioState)
 {
-    const Sys_FileLoc location(SavedDocument());
+    const Sys_FileLoc location(SavedDocument(cBenchItems));
     for (auto _ : ioState)
         BenchNeeds(FF_DocumentCheck::Check(location).empty());
 }

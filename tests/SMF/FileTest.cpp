@@ -84,6 +84,75 @@ TEST(SMFFile, ManyTracksAndLongSysexAreFine)
     EXPECT_EQ(read.GetTracks()[249].GetEndTick(), 1000);
 }
 
+// A track of few events, often of none, with delta times of 1 to 4 bytes.
+std::string UnevenTrack(std::mt19937& ioRandom, std::size_t iMost)
+{
+    SMF_TrackBuilder builder;
+    Cmn_Int64 tick = 0;
+    for (std::size_t i = ioRandom() % iMost; i > 0; --i) {
+        tick += static_cast<Cmn_Int64>(ioRandom() >> (ioRandom() % 8 == 0 ? 4 : 25 - ioRandom() % 2));
+        if (ioRandom() % 12 == 0)
+            builder.AppendSysEx(tick, SMF_Event::cSysEx, std::string(ioRandom() % 20, '\x11'));
+        else
+            builder.AppendChannel(tick, static_cast<Cmn_UInt8>(0x80 + ioRandom() % 0x70), 0x55, 0x2A);
+        if (ioRandom() % 3 == 0) builder.AppendChannel(tick, 0x91, 0x33, 0x44, true);
+    }
+    return std::string(builder.Finish(tick + 3).GetBytes());
+}
+
+// What comes of reading the tracks as one file: the first fault, by its byte behind iStart, or the events.
+std::string Outcome(const std::vector<std::string>& iTracks, std::size_t& ioStart)
+{
+    std::string file = MidiBytes::Bytes("'MThd 00000006 0001") +
+                       MidiBytes::BigEndian(static_cast<Cmn_Int64>(iTracks.size()), 2) +
+                       MidiBytes::Bytes("0060");
+    for (const std::string& track : iTracks)
+        file += MidiBytes::Chunk("MTrk", track);
+    try {
+        const SMF_File read = SMF_File::Read(file);
+        std::string outcome;
+        for (const SMF_Track& track : read.GetTracks())
+            for (const std::string& event : Texts(track))
+                outcome += event + ';';
+        return outcome;
+    } catch (const SMF_Exception& exception) {
+        ioStart += static_cast<std::size_t>(exception.GetOffset());
+        return exception.what();
+    }
+}
+
+// Nothing of one track, its running status, its end or its fault, is another's.
+TEST(SMFFile, EachOfManyTracksIsReadAsIfItStoodAlone)
+{
+    std::mt19937 random(5);
+    std::vector<std::string> tracks;
+    for (const std::size_t most : {30u, 1u, 45u, 2u, 35u, 1u, 20u, 5u, 40u, 15u, 1u})
+        tracks.push_back(UnevenTrack(random, most));
+    std::size_t faults = 0;
+    for (std::size_t flipped = 0; flipped < tracks.size(); ++flipped)
+        for (std::size_t i = 0; i < tracks[flipped].size(); ++i)
+            for (const int bits : {0x80, 0x01, 0xFF}) {
+                std::vector<std::string> damaged = tracks;
+                damaged[flipped][i] = static_cast<char>(damaged[flipped][i] ^ bits);
+                if (random() % 2 == 0) damaged.back()[0] = '\x81'; // one more fault behind it, or the same
+                std::string expected;
+                std::size_t start = 0, at = 0, expectedAt = 0;
+                bool isSound = true;
+                for (std::size_t track = 0; track < tracks.size() && isSound; ++track) {
+                    std::size_t found = start;
+                    const std::string alone = Outcome({damaged[track]}, found);
+                    isSound = found == start;
+                    if (!isSound) expectedAt = found;
+                    expected = isSound ? expected + alone : alone;
+                    start += 8 + damaged[track].size();
+                }
+                faults += !isSound;
+                ASSERT_EQ(Outcome(damaged, at), expected) << flipped << ' ' << i;
+                ASSERT_EQ(at, expectedAt) << flipped << ' ' << i;
+            }
+    EXPECT_GT(faults, 500u);
+}
+
 // Each row appends a note at tick 10 under running status, does its worst, and ends.
 TEST(SMFTrackBuilder, WhatNoFileCanHoldIsReportedAndTheTrackStaysSound)
 {
@@ -96,7 +165,7 @@ TEST(SMFTrackBuilder, WhatNoFileCanHoldIsReportedAndTheTrackStaysSound)
         const char* mName;
         std::function<void(Builder&)> mWork;
         std::size_t mReports;
-        std::string mExpected; // behind the first event
+        std::string expected; // behind the first event
     };
     const Row rows[] = {
         {"nothing more", [](Builder&) {}, 0, "10: ff2f  ;"},
@@ -131,7 +200,7 @@ TEST(SMFTrackBuilder, WhatNoFileCanHoldIsReportedAndTheTrackStaysSound)
         std::string events;
         for (const std::string& event : Texts(SMF_File::Read(file.Write()).GetTracks()[0]))
             events += event + ';';
-        EXPECT_EQ(events, "10: 90 3c40 ;" + row.mExpected) << row.mName;
+        EXPECT_EQ(events, "10: 90 3c40 ;" + row.expected) << row.mName;
     }
 }
 

@@ -1,13 +1,14 @@
 // Time_FeetFrame: a place on film, as feet and the frames past them: "90+12".
 //
-// Units:    frames of film, 16 to a foot of 35 mm film (of four perforations each), 40 to a foot of 16 mm film.
+// Units:    frames of film, 16 to a foot of 35 mm film (of four perforations each), 40
+//           to a foot of 16 mm film.
 // Rate:     the film's own, beside that of timecode: 24 frames a second until it is set.
 // Offset:   the frame that lies at sample 0: 0 until it is set.
-// Day:      frames count from 0 and start again with every 24 hours, as timecode does: at 24 frames a second after
-//           2073600 of them. A rate between whole numbers counts as the next one: 23.976 as 24.
+// Day:      frames count from 0 and start again with every 24 hours, as timecode does: at 24 frames a second
+//           after 2073600 of them. A rate between whole numbers counts as the next one: 23.976 as 24.
 // Entry:    feet alone are a foot's first frame: "90" is 90+00. Leading zeros may be missing: "5+3" is 5+03.
-// Threads:  a plain value. Rate and offset are process-wide without a lock: set them from the host's main thread
-//           while no conversion runs.
+// Threads:  a plain value. Rate and offset are process-wide without a lock: set them from the host's main
+//           thread while no conversion runs.
 #pragma once
 
 #include "Export/Kora_API.h"
@@ -47,19 +48,19 @@ public:
     static void SetFrameOffset(Cmn_Int64 iFrames);
     static Cmn_Int64 GetFramesOfDay();
 
-    // The frame whose start is nearest, at Time_Globals::GetPullSampleRate: ⌊s · film rate / sample rate + ½⌋ and
-    // the offset.
+    // The frame whose start is nearest, at Time_Globals::GetPullSampleRate: ⌊s · film rate / sample
+    // rate + ½⌋ and the offset.
     static Time_FeetFrame FromSample(Time_Sample iSample, Time_EFilmGauge iGauge = Time_eFilmGauge_35mm);
     // The sample nearest to the frame's start, on the first day: the frames behind the offset come first.
     Time_Sample ToSample() const;
 
     [[nodiscard]] std::string ToString() const;
-    // The same into the caller's cTextBytes, closed by a zero; allocates nothing. Returns the characters before
-    // the zero.
+    // The same into the caller's cTextBytes, closed by a zero; allocates nothing. Returns the
+    // characters before the zero.
     static constexpr std::size_t cTextBytes = 32;
     std::size_t ToText(char* oText) const;
-    // Reads what ToString writes, and less; the gauge stays. Anything else is false and changes nothing; oWhyNot
-    // is then a text for users, such as "a foot of this film has frames 0 to 15". Allocates nothing.
+    // Reads what ToString writes, and less; the gauge stays. Anything else is false and changes nothing;
+    // oWhyNot is then a text for users, such as "a foot of this film has frames 0 to 15". Allocates nothing.
     [[nodiscard]] bool FromText(std::string_view iText, const char** oWhyNot = nullptr);
     // "90+12 of 16"
     [[nodiscard]] std::string Dump() const;

@@ -5,9 +5,9 @@
 //     -0:00.500     before sample 0
 //
 // Units:    whole milliseconds; texts of 10^15 seconds and more are not read.
-// Rounding: sample s is ⌊s · 1000 / rate + ½⌋ milliseconds, and milliseconds are sample ⌊ms · rate / 1000 + ½⌋,
-//           at the rate given, by default Time_Globals::GetPullSampleRate. From 1000 Hz on a millisecond's sample
-//           is that millisecond again.
+// Rounding: sample s is ⌊s · 1000 / rate + ½⌋ milliseconds, and milliseconds are sample ⌊ms · rate / 1000 +
+//           ½⌋, at the rate given, by default Time_Globals::GetPullSampleRate. From 1000 Hz on a
+//           millisecond's sample is that millisecond again.
 // Entry:    what is missing on the left is 0, and a number alone is seconds: "75.5" is 1:15.500, "1:2" is
 //           1:02.000, ".5" is 0:00.500. Up to three decimals.
 // Threads:  a plain value.
@@ -41,12 +41,12 @@ public:
     Time_Sample ToSample(double iSampleRate) const;
 
     [[nodiscard]] std::string ToString() const;
-    // The same into the caller's cTextBytes, closed by a zero; allocates nothing. Returns the characters before
-    // the zero.
+    // The same into the caller's cTextBytes, closed by a zero; allocates nothing. Returns the
+    // characters before the zero.
     static constexpr std::size_t cTextBytes = 32;
     std::size_t ToText(char* oText) const;
-    // Reads what ToString writes, and less. Anything else is false and changes nothing; oWhyNot is then a text
-    // for users, such as "seconds after minutes run from 0 to 59". Allocates nothing.
+    // Reads what ToString writes, and less. Anything else is false and changes nothing; oWhyNot is then a
+    // text for users, such as "seconds after minutes run from 0 to 59". Allocates nothing.
     [[nodiscard]] bool FromText(std::string_view iText, const char** oWhyNot = nullptr);
     // "3:25.040"
     [[nodiscard]] std::string Dump() const { return ToString(); }

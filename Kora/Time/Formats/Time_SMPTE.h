@@ -86,8 +86,8 @@ public:
     static constexpr std::size_t cTextBytes = 16;
     std::size_t ToText(char* oText) const;
     // Reads what ToString writes; drop formats also take ":" before the frames. Only labels of the format are
-    // taken; subSamples become 0. Anything else is false and changes nothing; oWhyNot is then a text for users,
-    // such as "drop-frame counting leaves this label out". FromText allocates nothing.
+    // taken; subSamples become 0. Anything else is false and changes nothing; oWhyNot is then a text for
+    // users, such as "drop-frame counting leaves this label out". FromText allocates nothing.
     [[nodiscard]] bool FromString(const std::string& iText) { return FromText(iText); }
     [[nodiscard]] bool FromText(std::string_view iText, const char** oWhyNot = nullptr);
 
@@ -98,8 +98,8 @@ public:
     std::size_t ToSubframeText(char* oText) const;
     // Reads what ToSubframeString writes; a label alone has none of them.
     [[nodiscard]] bool FromSubframeText(std::string_view iText, const char** oWhyNot = nullptr);
-    // The subframe whose start is nearest to the sample, ⌊s · 100 · real rate / sample rate + ½⌋ of them, in its
-    // day: what rulers show, where SetFromTotalSamples keeps the sample itself.
+    // The subframe whose start is nearest to the sample, ⌊s · 100 · real rate / sample rate + ½⌋ of them, in
+    // its day: what rulers show, where SetFromTotalSamples keeps the sample itself.
     void SetToNearestSubframe(const Time_Sample& iSample);
 
     // "01:02:03;04 + 12.5 samples [29.97 fps drop]"

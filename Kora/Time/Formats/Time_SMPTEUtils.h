@@ -1,12 +1,14 @@
-// Time_SMPTEUtils: timecode on the session's time line: where a label lies, and whether the session reaches it.
+// Time_SMPTEUtils: timecode on the session's time line: where a label lies, and
+// whether the session reaches it.
 //
 //     sample 0                          GetMaxSessionSample        24 hours behind the first label
 //     ├──────────── session ────────────────────┤- - - - - - - - - - - - - -┤
 //     the label of Time_Globals::GetFrameOffset                  the labels start again
 //
-// Units:   samples at Time_Globals::GetPullSampleRate; labels of a format, whose first frame on the time line is
-//          Time_Globals::GetFrameOffset of that format.
-// Formats: those without frames per second assert "framesPerSecond != -1", and nothing of them lies in a session.
+// Units:   samples at Time_Globals::GetPullSampleRate; labels of a format, whose first frame on the time line
+//          is Time_Globals::GetFrameOffset of that format.
+// Formats: those without frames per second assert "framesPerSecond != -1", and nothing
+// of them lies in a session.
 // Threads: as Time_Globals.
 #pragma once
 

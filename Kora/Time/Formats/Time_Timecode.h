@@ -3,8 +3,9 @@
 //     29.97 drop    frame   0 … 1799   1800         17981              2589407   2589408
 //                   label   0 … 1799   1802         17999              2591999   2592000, of the next day
 //
-// Units:   frames from sample 0 on; a label's number is its hours, minutes, seconds and frames counted through
-//          at the format's whole number of frames per second. Both may be negative: days before the first.
+// Units:   frames from sample 0 on; a label's number is its hours, minutes, seconds and frames
+//          counted through at the format's whole number of frames per second. Both may be
+//          negative: days before the first.
 // Formats: as Time_SMPTE, which holds one label of a day. Those without frames per second assert
 //          "framesPerSecond != -1" and give the count unchanged.
 // Threads: anywhere; format 0 is the global format at that moment.

@@ -1,7 +1,7 @@
 // Time_TimecodeRules: how each timecode format counts: its rates, and the labels that drop formats leave out.
 //
-// Units:   frames and labels, both from 0; a label's number is its hours, minutes, seconds and frames counted through
-//          at the format's whole number of frames per second.
+// Units:   frames and labels, both from 0; a label's number is its hours, minutes, seconds and frames counted
+//          through at the format's whole number of frames per second.
 // Threads: plain functions; format 0 reads Time_Globals.
 #pragma once
 
