@@ -151,6 +151,13 @@ TEST(SMFFile, EachOfManyTracksIsReadAsIfItStoodAlone)
                 ASSERT_EQ(at, expectedAt) << flipped << ' ' << i;
             }
     EXPECT_GT(faults, 500u);
+    const std::string underStatus = MidiBytes::Bytes("003C40 00FF2F00"); // that another track had left
+    for (std::string& track : tracks) {
+        std::string sound = std::exchange(track, underStatus);
+        std::size_t at = 0, alone = 0;
+        EXPECT_EQ(Outcome(tracks, at), Outcome({underStatus}, alone)) << at;
+        track = std::move(sound);
+    }
 }
 
 // Each row appends a note at tick 10 under running status, does its worst, and ends.
