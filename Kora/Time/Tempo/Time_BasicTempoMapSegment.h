@@ -26,7 +26,7 @@ public:
     // Whether it is a tempo: beats per minute above 0 and not infinite, of a beat above 0 ticks.
     [[nodiscard]] static constexpr bool IsTempo(double iBeatsPerMinute, const Time_TickLength& iTicksPerBeat)
     {
-        return iBeatsPerMinute > 0 && iBeatsPerMinute <= std::numeric_limits<double>::max() &&
+        return iBeatsPerMinute > 0 && iBeatsPerMinute <= (std::numeric_limits<double>::max)() &&
                iTicksPerBeat.AsInt64() > 0;
     }
 
