@@ -145,7 +145,8 @@ TEST_F(CheckTest, AHeaderOfAnotherNameIsNoKeysStream)
     EXPECT_EQ(Faults(), at + ": expected stream 0 of the table of contents, found \"other\"");
 }
 
-// A scan that looks at a file in pieces took the bytes before a header, at a piece's end, for a part of its magic.
+// A scan that looks at a file in pieces took the bytes before a header, at a piece's end, for a part of its
+// magic.
 TEST_F(CheckTest, AHeaderIsFoundWhereverPiecesOfTheFileEnd)
 {
     for (std::size_t before = 0; before < 600; ++before) {
