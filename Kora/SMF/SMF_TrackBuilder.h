@@ -48,7 +48,7 @@ private:
 
     // What nearly all events are: a channel's, with a delta time of one or two bytes, and room for it. False,
     // with nothing done, for others.
-    bool AppendPlain(const SMF_Event& iEvent, Cmn_Int64 iTick);
+    inline bool AppendPlain(const SMF_Event& iEvent, Cmn_Int64 iTick);
     void PutPlain(Cmn_Int64 iTick, Cmn_UInt8 iStatus, Cmn_UInt64 iHasStatus, Cmn_UInt64 iData,
                   std::size_t iDataSize);
     bool HasPlainRoom(Cmn_Int64 iTick) const
