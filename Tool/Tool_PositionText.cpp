@@ -1,26 +1,16 @@
 #include "Tool/Tool_PositionText.h"
 
 #include "Kora/Time/Formats/Time_SMPTE.h"
+#include "Kora/Time/Formats/Time_Timecode.h"
 #include "Tool/Tool_Text.h"
 
 #include <algorithm>
-
-namespace {
-
-// The frames of a day of labels: one more than the number of the day's last label.
-Cmn_Int64 FramesOfOneDay(ETimeCodeFormat iFormat)
-{
-    const auto lastFrame = static_cast<Cmn_UInt8>(Time_SMPTE::GetFramesPerSecond(iFormat) - 1);
-    return Cmn_Int64{Time_SMPTE(23, 59, 59, lastFrame, iFormat).GetTotalFrames()} + 1;
-}
-
-} // namespace
 
 Tool_PositionText::Tool_PositionText(const Tool_Song& iSong)
     : mMeterMap(iSong.GetMeterMap())
     , mTimeCodeFormat(iSong.GetSettings().mTimeCodeFormat)
     , mFrameSeparator(Time_SMPTE::IsDropFormat(mTimeCodeFormat) ? ';' : ':')
-    , mFramesOfOneDay(FramesOfOneDay(mTimeCodeFormat))
+    , mFramesOfOneDay(Time_Timecode::GetFramesOfDay(mTimeCodeFormat))
     , mSeconds(Time_Globals::GetPullSampleRate())
 {
 }
@@ -125,16 +115,11 @@ std::string Tool_PositionText::Timecode(Cmn_Int64 iFrame) const
     return text;
 }
 
-// As Time_SMPTE::ToString, without its string for each of a million lines.
+// Without a string of its own for each of a million lines.
 void Tool_PositionText::AppendTimecode(Cmn_Int64 iFrame, std::string& ioText) const
 {
     Time_SMPTE label(mTimeCodeFormat);
     label.SetFromTotalFrames(static_cast<Cmn_Int32>(iFrame % mFramesOfOneDay));
-    Tool_AppendPadded(label.GetHours(), 2, ioText);
-    ioText += ':';
-    Tool_AppendPadded(label.GetMinutes(), 2, ioText);
-    ioText += ':';
-    Tool_AppendPadded(label.GetSeconds(), 2, ioText);
-    ioText += mFrameSeparator;
-    Tool_AppendPadded(label.GetFrames(), 2, ioText);
+    char text[Time_SMPTE::cTextBytes];
+    ioText.append(text, label.ToText(text));
 }
