@@ -15,6 +15,6 @@ set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 
 find_program(KORA_CCACHE ccache)
 if(KORA_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
-  # It takes precompiled headers (of the tests) only when told that their defines and dates do not matter.
+  # It takes precompiled headers only when told that their defines and dates do not matter.
   set(CMAKE_CXX_COMPILER_LAUNCHER "${CMAKE_COMMAND};-E;env;CCACHE_SLOPPINESS=pch_defines,time_macros;${KORA_CCACHE}")
 endif()
