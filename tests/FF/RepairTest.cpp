@@ -7,6 +7,8 @@
 #include "Kora/FF/Rescue/FF_DocumentCheck.h"
 #include "Kora/FF/Rescue/FF_DocumentRepair.h"
 
+#include <filesystem>
+#include <fstream>
 #include <map>
 #include <random>
 
@@ -265,6 +267,23 @@ TEST_F(RepairTest, AStreamsHeaderOverTheHeaderStreamHidesNoStream)
     EXPECT_EQ(Repair().mRecovered, 1);
     Document repaired(Sys_Store::eOpenFlag_Read, 0, cRepaired);
     EXPECT_EQ(Read(repaired, 7), 1234);
+}
+
+// Among them are files that the fuzzer found: in "found-place-in-a-crossed-stream" a list item says that it was
+// written inside a whole stream, and stands elsewhere.
+TEST_F(RepairTest, EveryDocumentOfTheFuzzersCorpusIsRepairedToASoundOne)
+{
+    int numFiles = 0;
+    for (const auto& entry :
+         std::filesystem::directory_iterator(KORA_SOURCE_DIR "/tests/Fuzz/corpus/document")) {
+        SCOPED_TRACE(entry.path().filename().string());
+        std::ifstream in(entry.path(), std::ios::binary);
+        mFiles.SetBytes(cPath, Bytes(std::istreambuf_iterator<char>(in), {}));
+        static_cast<void>(FF_DocumentRepair::Repair(Sys_FileLoc(cPath), Sys_FileLoc(cRepaired), true));
+        EXPECT_EQ(Text(FF_DocumentCheck::Check(Sys_FileLoc(cRepaired))), "");
+        ++numFiles;
+    }
+    EXPECT_GE(numFiles, 16);
 }
 
 TEST_F(RepairTest, WhatIsNoDocumentBecomesAnEmptyOne)

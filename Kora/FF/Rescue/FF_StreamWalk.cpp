@@ -56,10 +56,22 @@ private:
             if (EndOf(iFrame) <= open.mEnd) break;
             if (around.mIsWhole || !iFrame.mIsWhole) return false;
         }
+        if (StandsOutside(iFrame, numAround)) return false;
         for (std::size_t i = numAround; i < mOpen.size(); ++i)
             Get(mOpen[i].mNode).mIsCrossed = true;
         mOpen.resize(numAround);
         return true;
+    }
+
+    // A whole frame has all of its bytes in one piece: what claims a place in it and stands elsewhere is not
+    // in it.
+    bool StandsOutside(const FF_Frame& iFrame, std::size_t iNumAround)
+    {
+        for (std::size_t i = 0; i < iNumAround; ++i) {
+            const Node& around = Get(mOpen[i].mNode);
+            if (around.mIsWhole && around.GetShift() != iFrame.GetShift()) return true;
+        }
+        return false;
     }
 
     std::vector<Node>& mNodes;

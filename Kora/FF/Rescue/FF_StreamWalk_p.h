@@ -5,6 +5,9 @@
 // a header stands now. The two are the same unless moved frames are taken.
 //
 //   of two frames that cross    the one that is whole is taken; the other has another's bytes in its place
+//   a frame that says that it   is not there: what is whole has all its bytes in one piece
+//   stood in a whole one, and
+//   stands elsewhere
 //   a header never completed    goes on to the end of what is around it, and only such headers are around it:
 //                               a complete one was written after everything inside it
 //
