@@ -7,6 +7,7 @@
 
 #include "Kora/Time/Convert/Time_Convert.h"
 #include "Kora/Time/Convert/Time_Converter.h"
+#include "Kora/Time/Convert/Time_Format.h"
 #include "Kora/Time/Convert/Time_LoopMapper.h"
 #include "Kora/Time/Edit/Time_SongEdit.h"
 #include "Kora/Time/Edit/Time_TickPieces.h"
@@ -38,6 +39,7 @@
 #include "Kora/Time/Tempo/Time_TempoMap.h"
 #include "Kora/Time/Tempo/Time_TempoMapSegment.h"
 #include "Kora/Time/Tempo/Time_TempoMap_StEditOptimizer.h"
+#include "Kora/Time/Tempo/Time_TempoMark.h"
 #include "Kora/Time/Values/Time_EType.h"
 #include "Kora/Time/Values/Time_Sample.h"
 #include "Kora/Time/Values/Time_SampleLength.h"

@@ -50,6 +50,14 @@ void AppendEscaped(std::string& ioText, std::string_view iText, Place iPlace)
     }
 }
 
+// The shortest text that reads back as the same number.
+std::string ShortestText(double iValue)
+{
+    std::array<char, 32> text; // 24 characters at most
+    char* const end = std::to_chars(text.data(), text.data() + text.size(), iValue).ptr;
+    return std::string(text.data(), end);
+}
+
 } // namespace
 
 Cmn_XMLNode::Cmn_XMLNode(std::string iName)
@@ -69,6 +77,11 @@ void Cmn_XMLNode::AddAttribute(std::string iName, std::string iValue)
     mAttributes.emplace_back(std::move(iName), std::move(iValue));
 }
 
+void Cmn_XMLNode::AddAttribute(std::string iName, double iValue)
+{
+    AddAttribute(std::move(iName), ShortestText(iValue));
+}
+
 Cmn_XMLNode& Cmn_XMLNode::AddChild(Cmn_XMLNode iChild)
 {
     mChildren.push_back(std::move(iChild));
@@ -82,10 +95,7 @@ void Cmn_XMLNode::AddValue(std::string iName, bool iValue)
 
 void Cmn_XMLNode::AddValue(std::string iName, double iValue)
 {
-    std::array<char, 32> text;
-    // The shortest form has 24 characters at most.
-    char* const end = std::to_chars(text.data(), text.data() + text.size(), iValue).ptr;
-    AddValue(std::move(iName), std::string(text.data(), end));
+    AddValue(std::move(iName), ShortestText(iValue));
 }
 
 void Cmn_XMLNode::AddValue(std::string iName, std::string iValue)

@@ -31,6 +31,7 @@ public:
 
     void SetText(std::string iText) { mText = std::move(iText); }
     void AddAttribute(std::string iName, std::string iValue);
+    void AddAttribute(std::string iName, double iValue);
     // Takes the child; the reference holds until the next child is added.
     Cmn_XMLNode& AddChild(Cmn_XMLNode iChild);
 

@@ -2,9 +2,13 @@
 //
 // Units:   bars and beats count from 1 in positions; ticks are internal ticks. A duration counts from 0.
 // Meaning: only a meter or the meter map gives a bar its length; the value alone compares and steps bars.
+//          Time_MeterMap::WhyNoPosition tells whether a position is one.
+// Entry:   what is missing on the right has its first value: "5" is 5|1|0, "5|3" is 5|3|0.
 #pragma once
 
 #include "Kora/Time/Values/Time_TickLength.h"
+
+#include <string_view>
 
 class Time_Meter;
 
@@ -65,13 +69,44 @@ public:
     //   ticks  display ticks, -999 to 9999: the thousands digit (a blank for 0, "-"
     //          below 0), then three digits
     [[nodiscard]] KORA_API std::string ToString(bool iShowTick, bool iPad) const;
-    // Reads both forms, with or without blanks around the numbers; a missing tick part is 0. Anything else is
-    // false and changes nothing.
-    [[nodiscard]] KORA_API bool FromString(const std::string& iText);
+    // The same into the caller's cTextBytes, closed by a zero; allocates nothing. Returns the characters before
+    // the zero.
+    static constexpr std::size_t cTextBytes = 48;
+    KORA_API std::size_t ToText(char* oText, bool iShowTick = true, bool iPad = false) const;
+    // Reads both forms, and less, with or without blanks around the numbers and signs before them. Anything
+    // else is false and changes nothing; oWhyNot is then a text for users, such as "bar|beat|tick is expected,
+    // such as 3|4|480". FromText allocates nothing.
+    [[nodiscard]] bool FromString(const std::string& iText) { return FromText(iText); }
+    [[nodiscard]] KORA_API bool FromText(std::string_view iText, const char** oWhyNot = nullptr);
+
+    // The exact position, with all internal ticks: "3|4|480000". Written to the same buffer, read by the same
+    // rules; what is written is read as the same value, display ticks as internal ones.
+    [[nodiscard]] KORA_API std::string ToInternalString() const;
+    KORA_API std::size_t ToInternalText(char* oText) const;
+    [[nodiscard]] KORA_API bool FromInternalText(std::string_view iText, const char** oWhyNot = nullptr);
+
+    // <iName> around "nBar", "nBeat" and "nTick"
+    [[nodiscard]] KORA_API Cmn_XMLNode GetAsXML(const std::string& iName) const;
+    // "3|4|480000"
+    KORA_API friend std::ostream& operator<<(std::ostream& ioStream, const Time_BarBeatTick& iPosition);
     // All fields as they stand: "3|4|480000"
     [[nodiscard]] KORA_API std::string Dump() const;
 
     Cmn_Int32 mBar = 1;
     Cmn_Int32 mBeat = 1;
     Time_TickLength mTick;
+};
+
+template <>
+struct std::hash<Time_BarBeatTick>
+{
+    std::size_t operator()(const Time_BarBeatTick& iPosition) const noexcept
+    {
+        // An odd multiplier spreads bars and beats over the bits that ticks leave alone.
+        constexpr Cmn_UInt64 cSpread = 0x9E3779B97F4A7C15;
+        const Cmn_UInt64 bars = static_cast<Cmn_UInt32>(iPosition.mBar);
+        const Cmn_UInt64 beats = static_cast<Cmn_UInt32>(iPosition.mBeat);
+        return std::hash<Time_TickLength>()(iPosition.mTick) ^
+               static_cast<std::size_t>((bars << 32 | beats) * cSpread);
+    }
 };

@@ -3,6 +3,7 @@
 #include "Bastel/Cmn/Cmn_Assert.h"
 #include "Bastel/Cmn/Cmn_FloatMath.h"
 #include "Bastel/Cmn/Cmn_IntMath.h"
+#include "Bastel/Cmn/Cmn_XMLNode.h"
 #include "Kora/Time/Formats/Time_FormText_p.h"
 #include "Kora/Time/Formats/Time_Globals.h"
 
@@ -101,6 +102,14 @@ bool Time_FeetFrame::FromText(std::string_view iText, const char** oWhyNot)
 }
 
 std::string Time_FeetFrame::Dump() const { return ToString() + " of " + std::to_string(mGauge); }
+
+Cmn_XMLNode Time_FeetFrame::GetAsXML(const std::string& iName) const
+{
+    Cmn_XMLNode node(iName);
+    node.AddAttribute("framesPerFoot", std::to_string(mGauge));
+    node.SetText(ToString());
+    return node;
+}
 
 std::ostream& operator<<(std::ostream& ioStream, const Time_FeetFrame& iTime)
 {

@@ -62,6 +62,8 @@ public:
     // Reads what ToString writes, and less; the gauge stays. Anything else is false and changes nothing;
     // oWhyNot is then a text for users, such as "a foot of this film has frames 0 to 15". Allocates nothing.
     [[nodiscard]] bool FromText(std::string_view iText, const char** oWhyNot = nullptr);
+    // <iName framesPerFoot="16">90+12</iName>
+    [[nodiscard]] Cmn_XMLNode GetAsXML(const std::string& iName) const;
     // "90+12 of 16"
     [[nodiscard]] std::string Dump() const;
     KORA_API friend std::ostream& operator<<(std::ostream& ioStream, const Time_FeetFrame& iTime);

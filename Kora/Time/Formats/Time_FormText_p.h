@@ -6,6 +6,7 @@
 #include "Bastel/Cmn/Cmn_Types.h"
 
 #include <array>
+#include <charconv>
 #include <cstddef>
 #include <string_view>
 
@@ -42,10 +43,20 @@ inline char* Time_WriteNumber(char* oText, Cmn_UInt64 iNumber)
     return oText;
 }
 
+// The same with a "-" in front of what is below 0.
+inline char* Time_WriteInteger(char* oText, Cmn_Int64 iNumber)
+{
+    if (iNumber >= 0) return Time_WriteNumber(oText, static_cast<Cmn_UInt64>(iNumber));
+    *oText = '-';
+    return Time_WriteNumber(oText + 1, 0 - static_cast<Cmn_UInt64>(iNumber));
+}
+
 // A text that is taken from the front.
 class Time_FormReader
 {
 public:
+    enum EInteger { eInteger_None, eInteger_TooLarge, eInteger_Taken };
+
     // Numbers above it are read as it: every form refuses them.
     static constexpr Cmn_Int64 cTooMuch = 1000000000000000;
 
@@ -75,6 +86,24 @@ public:
         }
         mRest.remove_prefix(count);
         return count;
+    }
+
+    // A whole number of 64 bits with a sign or none, between blanks or none.
+    EInteger TakeInteger(Cmn_Int64& oNumber)
+    {
+        TakeBlanks();
+        if (mRest.size() > 1 && mRest[0] == '+' && mRest[1] != '-') mRest.remove_prefix(1);
+        const auto [end, error] = std::from_chars(mRest.data(), mRest.data() + mRest.size(), oNumber);
+        if (error == std::errc::invalid_argument) return eInteger_None;
+        mRest.remove_prefix(static_cast<std::size_t>(end - mRest.data()));
+        TakeBlanks();
+        return error == std::errc() ? eInteger_Taken : eInteger_TooLarge;
+    }
+
+    void TakeBlanks()
+    {
+        while (!mRest.empty() && (mRest.front() == ' ' || (mRest.front() >= '\t' && mRest.front() <= '\r')))
+            mRest.remove_prefix(1);
     }
 
 private:

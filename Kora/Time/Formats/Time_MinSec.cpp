@@ -1,6 +1,7 @@
 #include "Kora/Time/Formats/Time_MinSec.h"
 
 #include "Bastel/Cmn/Cmn_FloatMath.h"
+#include "Bastel/Cmn/Cmn_XMLNode.h"
 #include "Kora/Time/Formats/Time_FormText_p.h"
 #include "Kora/Time/Formats/Time_Globals.h"
 
@@ -120,6 +121,14 @@ bool Time_MinSec::FromText(std::string_view iText, const char** oWhyNot)
     const Cmn_Int64 magnitude = seconds * cPerSecond + milliseconds;
     mMilliseconds = isNegative ? -magnitude : magnitude;
     return true;
+}
+
+Cmn_XMLNode Time_MinSec::GetAsXML(const std::string& iName) const
+{
+    Cmn_XMLNode node(iName);
+    node.AddAttribute("form", "minutes:seconds");
+    node.SetText(ToString());
+    return node;
 }
 
 std::ostream& operator<<(std::ostream& ioStream, const Time_MinSec& iTime)

@@ -48,6 +48,8 @@ public:
     // Reads what ToString writes, and less. Anything else is false and changes nothing; oWhyNot is then a
     // text for users, such as "seconds after minutes run from 0 to 59". Allocates nothing.
     [[nodiscard]] bool FromText(std::string_view iText, const char** oWhyNot = nullptr);
+    // <iName form="minutes:seconds">3:25.040</iName>
+    [[nodiscard]] Cmn_XMLNode GetAsXML(const std::string& iName) const;
     // "3:25.040"
     [[nodiscard]] std::string Dump() const { return ToString(); }
     KORA_API friend std::ostream& operator<<(std::ostream& ioStream, const Time_MinSec& iTime);

@@ -7,6 +7,7 @@
 
 #include <array>
 #include <limits>
+#include <ostream>
 #include <tuple>
 
 namespace {
@@ -20,12 +21,6 @@ constexpr bool IsDuration(Cmn_Int32 iCode)
 
 // A plain note value in ticks.
 constexpr Cmn_Int64 PlainTicks(Cmn_Int32 iCode) { return Time_TickLength::cInternalPerWhole >> (iCode - 1); }
-
-char* WriteSigned(char* oText, Cmn_Int64 iNumber)
-{
-    if (iNumber < 0) *oText++ = '-';
-    return Time_WriteNumber(oText, static_cast<Cmn_UInt64>(iNumber < 0 ? -iNumber : iNumber));
-}
 
 // The code of 1, 2, 4 … 64, or 0.
 Cmn_Int32 CodeOf(Cmn_Int64 iPart)
@@ -169,9 +164,9 @@ std::size_t Time_NotationDurationValue::ToText(char* oText) const
         *at++ = 't';
     } else if (mTuplet) {
         *at++ = '(';
-        at = WriteSigned(at, mTupletCount);
+        at = Time_WriteInteger(at, mTupletCount);
         *at++ = ':';
-        at = WriteSigned(at, mTupletTime);
+        at = Time_WriteInteger(at, mTupletTime);
         *at++ = ')';
     }
     *at = '\0';
@@ -187,6 +182,13 @@ bool Time_NotationDurationValue::FromText(std::string_view iText, const char** o
     else if (oWhyNot != nullptr)
         *oWhyNot = whyNot;
     return whyNot == nullptr;
+}
+
+std::ostream& operator<<(std::ostream& ioStream, const Time_NotationDurationValue& iValue)
+{
+    char text[Time_NotationDurationValue::cTextBytes];
+    iValue.ToText(text);
+    return ioStream << text;
 }
 
 std::string Time_NotationDurationValue::Dump() const

@@ -87,6 +87,8 @@ public:
     // Reads what ToString writes, with tuplet counts from 1 on. Anything else is false and changes nothing;
     // oWhyNot is then a text for users, such as "a note value is 1/1, 1/2, 1/4 ... 1/64". Allocates nothing.
     [[nodiscard]] KORA_API bool FromText(std::string_view iText, const char** oWhyNot = nullptr);
+    KORA_API friend std::ostream& operator<<(std::ostream& ioStream,
+                                             const Time_NotationDurationValue& iValue);
     // "QuarterNoteDur dotted 2:3"
     [[nodiscard]] KORA_API std::string Dump() const;
 
@@ -96,4 +98,17 @@ private:
     bool mTuplet = false;
     Cmn_Int32 mTupletCount = 2;
     Cmn_Int32 mTupletTime = 3;
+};
+
+template <>
+struct std::hash<Time_NotationDurationValue>
+{
+    std::size_t operator()(const Time_NotationDurationValue& iValue) const noexcept
+    {
+        std::size_t hash = static_cast<std::size_t>(iValue.GetDuration());
+        for (const Cmn_Int32 field : {Cmn_Int32{iValue.IsDotted()}, Cmn_Int32{iValue.IsTuplet()},
+                                      iValue.GetTupletCount(), iValue.GetTupletTime()})
+            hash = hash * 31 + static_cast<std::size_t>(field);
+        return hash;
+    }
 };

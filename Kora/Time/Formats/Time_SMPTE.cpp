@@ -1,6 +1,7 @@
 #include "Kora/Time/Formats/Time_SMPTE.h"
 
 #include "Bastel/Cmn/Cmn_FloatMath.h"
+#include "Bastel/Cmn/Cmn_XMLNode.h"
 #include "Kora/Time/Formats/Time_FormText_p.h"
 #include "Kora/Time/Formats/Time_Globals.h"
 #include "Kora/Time/Formats/Time_TimecodeRules_p.h"
@@ -8,6 +9,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
+#include <ostream>
 #include <tuple>
 
 using namespace Time_TimecodeRules;
@@ -286,6 +288,22 @@ void Time_SMPTE::SetToNearestSubframe(const Time_Sample& iSample)
     const Cmn_Int64 subframes = Cmn_RoundHalfUp(samples * perSecond / Time_Globals::GetPullSampleRate());
     const Cmn_Int64 day = Cmn_Int64{FramesOfDay(format)} * cSubframesPerFrame;
     SetFromTotalSubframes(static_cast<Cmn_Int32>(subframes - Cmn_FloorDiv(subframes, day) * day));
+}
+
+Cmn_XMLNode Time_SMPTE::GetAsXML(const std::string& iName) const
+{
+    Cmn_XMLNode node(iName);
+    node.AddAttribute("format", Time_Globals::GetTimeCodeFormatString(mFormat));
+    if (mSubSamples != 0) node.AddAttribute("subSamples", mSubSamples);
+    node.SetText(ToString());
+    return node;
+}
+
+std::ostream& operator<<(std::ostream& ioStream, const Time_SMPTE& iTime)
+{
+    char text[Time_SMPTE::cTextBytes];
+    iTime.ToText(text);
+    return ioStream << text;
 }
 
 std::string Time_SMPTE::Dump() const

@@ -17,6 +17,7 @@
 #include <compare>
 #include <cstddef>
 #include <functional>
+#include <iosfwd>
 #include <string>
 #include <string_view>
 
@@ -102,6 +103,10 @@ public:
     // its day: what rulers show, where SetFromTotalSamples keeps the sample itself.
     void SetToNearestSubframe(const Time_Sample& iSample);
 
+    // <iName format="29.97 fps drop">01:02:03;04</iName>, with an attribute "subSamples" where there are any.
+    [[nodiscard]] Cmn_XMLNode GetAsXML(const std::string& iName) const;
+    // What ToString gives.
+    KORA_API friend std::ostream& operator<<(std::ostream& ioStream, const Time_SMPTE& iTime);
     // "01:02:03;04 + 12.5 samples [29.97 fps drop]"
     [[nodiscard]] std::string Dump() const;
 

@@ -9,6 +9,8 @@
 
 namespace {
 
+constexpr Cmn_Int64 cSubframesPerFrame = 100;
+
 Cmn_Int64 InDay(Cmn_Int64 iFrame, ETimeCodeFormat iFormat)
 {
     const Cmn_Int64 day = Time_Timecode::GetFramesOfDay(iFormat);
@@ -54,6 +56,16 @@ Time_SMPTE Time_SMPTEUtils::SampleToLabel(Time_Sample iSample, ETimeCodeFormat i
 {
     const auto samples = static_cast<double>(iSample.AsInt64());
     return LabelAt(Cmn_RoundHalfUp(samples / SamplesPerFrame(iFormat)), iFormat);
+}
+
+Time_SMPTE Time_SMPTEUtils::SampleToSubframe(Time_Sample iSample, ETimeCodeFormat iFormat)
+{
+    Time_SMPTE label(iFormat);
+    label.SetToNearestSubframe(iSample);
+    const Cmn_Int64 frame = label.GetTotalFrames() + Cmn_Int64{Time_Globals::GetFrameOffset(iFormat)};
+    const Cmn_Int64 past = label.GetTotalSubframes() - label.GetTotalFrames() * cSubframesPerFrame;
+    label.SetFromTotalSubframes(static_cast<Cmn_Int32>(InDay(frame, iFormat) * cSubframesPerFrame + past));
+    return label;
 }
 
 Time_Sample Time_SMPTEUtils::LabelToSample(const Time_SMPTE& iLabel)

@@ -20,6 +20,9 @@ public:
     // The label of the frame whose start is nearest. Days behind the first have its labels again.
     [[nodiscard]] static Time_SMPTE SampleToLabel(Time_Sample iSample,
                                                   ETimeCodeFormat iFormat = eTimeCodeFormat_UseGlobal);
+    // The same of hundredths of a frame: Time_SMPTE::SetToNearestSubframe behind the frame offset.
+    [[nodiscard]] static Time_SMPTE SampleToSubframe(Time_Sample iSample,
+                                                     ETimeCodeFormat iFormat = eTimeCodeFormat_UseGlobal);
     // The sample nearest to the first place where the label's frame starts, with its subSamples.
     [[nodiscard]] static Time_Sample LabelToSample(const Time_SMPTE& iLabel);
 

@@ -1,9 +1,11 @@
 #include "Kora/Time/Key/Time_KeySignature.h"
 
+#include "Bastel/Cmn/Cmn_XMLNode.h"
 #include "Bastel/I18N/I18N_Utils.h"
 
 #include <algorithm>
 #include <cstdlib>
+#include <ostream>
 
 namespace {
 
@@ -60,6 +62,35 @@ constinit const Time_KeySignature Time_KeySignature::sDefault{};
 std::string Time_KeySignature::GetStandardKeyString() const
 {
     return mIsMajor ? GetMajorKeyString() : GetMinorKeyString();
+}
+
+std::size_t Time_KeySignature::ToText(char* oText, std::size_t iSize) const
+{
+    if (iSize == 0) return 0;
+    const std::string name = ToString();
+    const std::size_t size = std::min(name.size(), iSize - 1);
+    std::copy_n(name.data(), size, oText);
+    oText[size] = '\0';
+    return size;
+}
+
+bool Time_KeySignature::FromText(std::string_view iText, const char** oWhyNot)
+{
+    for (int accidentals = 0; accidentals <= cMostAccidentals; ++accidentals)
+        for (const bool isSharps : {true, false})
+            for (const bool isMajor : {true, false}) {
+                const Time_KeySignature key(isMajor, isSharps, static_cast<Cmn_UInt8>(accidentals));
+                const std::string name = key.ToString();
+                const std::string_view tonic = std::string_view(name).substr(0, name.find(' '));
+                const bool isShort =
+                    iText.substr(0, tonic.size()) == tonic &&
+                    iText.substr(std::min(tonic.size(), iText.size())) == (isMajor ? "" : "m");
+                if (!isShort && iText != name) continue;
+                *this = key;
+                return true;
+            }
+    if (oWhyNot != nullptr) *oWhyNot = "a key such as Bb major or F#m is expected";
+    return false;
 }
 
 std::string Time_KeySignature::GetMajorKeyString() const
@@ -127,6 +158,20 @@ void Time_KeySignature::CreateRandomKey()
     mIsMajor = std::rand() != 0;
     mIsSharps = std::rand() != 0;
     mAccidentals = static_cast<Cmn_UInt8>(std::rand() % (cMostAccidentals + 1));
+}
+
+Cmn_XMLNode Time_KeySignature::GetAsXML(const std::string& iName) const
+{
+    Cmn_XMLNode node(iName);
+    node.AddValue("mIsMajor", mIsMajor);
+    node.AddValue("mIsSharps", mIsSharps);
+    node.AddValue("nAccidentals", Cmn_Int32{mAccidentals});
+    return node;
+}
+
+std::ostream& operator<<(std::ostream& ioStream, const Time_KeySignature& iKey)
+{
+    return ioStream << iKey.ToString();
 }
 
 std::string Time_KeySignature::Dump() const

@@ -9,8 +9,14 @@
 #include "Bastel/Cmn/Cmn_Types.h"
 #include "Export/Kora_API.h"
 
+#include <cstddef>
+#include <functional>
+#include <iosfwd>
 #include <string>
+#include <string_view>
 #include <vector>
+
+class Cmn_XMLNode;
 
 class KORA_API_NODISCARD Time_KeySignature
 {
@@ -37,6 +43,14 @@ public:
     // The localised name: "Bb major", "F# minor". Empty above 7 accidentals.
     std::string ToString() const { return GetStandardKeyString(); }
     std::string GetStandardKeyString() const;
+    // The same into the caller's iSize bytes, cut to fit and closed by a zero; cTextBytes hold every name of
+    // the table as it ships. Returns the characters before the zero.
+    static constexpr std::size_t cTextBytes = 32;
+    std::size_t ToText(char* oText, std::size_t iSize = cTextBytes) const;
+    // Reads a key's name, or its tonic alone with an "m" behind it for a minor key: "Bb major", "Bb", "F#m".
+    // C major and A minor are written with sharps then. Anything else is false and changes nothing; oWhyNot
+    // is then a text for users, such as "a key such as Bb major or F#m is expected".
+    [[nodiscard]] bool FromText(std::string_view iText, const char** oWhyNot = nullptr);
     // The name that the accidentals have as a major, or as a minor key, whatever this key is.
     std::string GetMajorKeyString() const;
     std::string GetMinorKeyString() const;
@@ -59,6 +73,10 @@ public:
     // Takes a key by chance, for tests of drawing.
     void CreateRandomKey();
 
+    // <iName> around "mIsMajor", "mIsSharps" and "nAccidentals"
+    [[nodiscard]] Cmn_XMLNode GetAsXML(const std::string& iName) const;
+    // What ToString gives.
+    KORA_API friend std::ostream& operator<<(std::ostream& ioStream, const Time_KeySignature& iKey);
     // "Eb major (3 flats)"
     [[nodiscard]] std::string Dump() const;
 
@@ -69,3 +87,13 @@ private:
 };
 
 static_assert(sizeof(Time_KeySignature) == 3);
+
+template <>
+struct std::hash<Time_KeySignature>
+{
+    std::size_t operator()(const Time_KeySignature& iKey) const noexcept
+    {
+        return std::size_t{iKey.GetAccidentalCount()} * 4 + (iKey.IsMajor() ? 2 : 0) +
+               (iKey.IsSharps() ? 1 : 0);
+    }
+};

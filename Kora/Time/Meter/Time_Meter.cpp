@@ -3,6 +3,39 @@
 #include "Bastel/Cmn/Cmn_Exception.h"
 #include "Bastel/Cmn/Cmn_XMLNode.h"
 #include "Bastel/Sys/Sys_TypedStream.h"
+#include "Kora/Time/Formats/Time_FormText_p.h"
+
+#include <algorithm>
+#include <limits>
+#include <ostream>
+
+namespace {
+
+constexpr std::string_view cClick = " click ";
+
+// Null when the meter was read; otherwise why not.
+const char* ReadMeter(std::string_view iText, Time_Meter& oMeter)
+{
+    Time_FormReader reader(iText);
+    Cmn_Int64 numerator = 0;
+    Cmn_Int64 denominator = 0;
+    if (reader.TakeNumber(numerator) == 0 || !reader.Take('/') || reader.TakeNumber(denominator) == 0)
+        return "a meter such as 6/8 is expected";
+    if (numerator < 1 || numerator > (std::numeric_limits<Cmn_Int32>::max)())
+        return "a bar has 1 to 2147483647 beats";
+    if (denominator < 1 || denominator > Time_TickLength::cInternalPerWhole)
+        return "the beats of a meter are parts of a whole note, from 1 to 3840000";
+    Time_NotationDurationValue click;
+    if (!reader.IsAtEnd()) {
+        if (!reader.GetRest().starts_with(cClick)) return "a meter such as 6/8 is expected";
+        const char* whyNot = nullptr;
+        if (!click.FromText(reader.GetRest().substr(cClick.size()), &whyNot)) return whyNot;
+    }
+    oMeter = Time_Meter(static_cast<Cmn_Int32>(numerator), static_cast<Cmn_Int32>(denominator), click);
+    return nullptr;
+}
+
+} // namespace
 
 Time_Meter::Time_Meter(Cmn_Int32 iNumerator, Cmn_Int32 iDenominator)
     : mNumerator(iNumerator)
@@ -59,6 +92,41 @@ Cmn_XMLNode Time_Meter::GetAsXML() const
     node.AddValue("mDenominator", mDenominator);
     node.AddChild(mClickInterval.GetAsXML());
     return node;
+}
+
+std::string Time_Meter::ToString() const
+{
+    char text[cTextBytes];
+    return std::string(text, ToText(text));
+}
+
+std::size_t Time_Meter::ToText(char* oText) const
+{
+    char* at = Time_WriteInteger(oText, mNumerator);
+    *at++ = '/';
+    at = Time_WriteInteger(at, mDenominator);
+    if (mClickInterval != Time_NotationDurationValue()) {
+        at = std::copy(cClick.begin(), cClick.end(), at);
+        at += mClickInterval.ToText(at);
+    }
+    *at = '\0';
+    return static_cast<std::size_t>(at - oText);
+}
+
+bool Time_Meter::FromText(std::string_view iText, const char** oWhyNot)
+{
+    if (const char* const whyNot = ReadMeter(iText, *this)) {
+        if (oWhyNot != nullptr) *oWhyNot = whyNot;
+        return false;
+    }
+    return true;
+}
+
+std::ostream& operator<<(std::ostream& ioStream, const Time_Meter& iMeter)
+{
+    char text[Time_Meter::cTextBytes];
+    iMeter.ToText(text);
+    return ioStream << text;
 }
 
 std::string Time_Meter::Dump() const

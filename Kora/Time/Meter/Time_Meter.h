@@ -59,6 +59,17 @@ public:
     void StreamIn(Sys_TypedInStream& ioStream);
     // A node "Meter" with "mNumerator", "mDenominator" and the click's node.
     virtual Cmn_XMLNode GetAsXML() const;
+    // As musicians write it: "6/8", "6/8 click 1/4." where the click is no quarter note.
+    [[nodiscard]] std::string ToString() const;
+    // The same into the caller's cTextBytes, closed by a zero; allocates nothing. Returns the characters
+    // before the zero. A click of no note value asserts and is written as a quarter.
+    static constexpr std::size_t cTextBytes = 80;
+    std::size_t ToText(char* oText) const;
+    // Reads what ToString writes: numbers from 1, the lower one up to 3840000. Anything else is false and
+    // changes nothing; oWhyNot is then a text for users, such as "a meter such as 6/8 is expected". Allocates
+    // nothing.
+    [[nodiscard]] bool FromText(std::string_view iText, const char** oWhyNot = nullptr);
+    KORA_API friend std::ostream& operator<<(std::ostream& ioStream, const Time_Meter& iMeter);
     // "6/8", "6/8 click EighthNoteDur dotted" where the click is no quarter note.
     [[nodiscard]] std::string Dump() const;
 
@@ -66,4 +77,16 @@ private:
     Cmn_Int32 mNumerator = 4;
     Cmn_Int32 mDenominator = 4;
     Time_NotationDurationValue mClickInterval;
+};
+
+template <>
+struct std::hash<Time_Meter>
+{
+    std::size_t operator()(const Time_Meter& iMeter) const noexcept
+    {
+        const auto numerator = static_cast<std::size_t>(iMeter.GetNumerator());
+        const auto denominator = static_cast<std::size_t>(iMeter.GetDenominator());
+        return (numerator * 31 + denominator) * 31 +
+               std::hash<Time_NotationDurationValue>()(iMeter.GetClickInterval());
+    }
 };

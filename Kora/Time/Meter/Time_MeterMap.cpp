@@ -99,6 +99,23 @@ Time_BarBeatTick Time_MeterMap::TickToBarBeat(Time_Tick iTick) const
     return Index().ToPosition(iTick.AsInt64()).AsBBT();
 }
 
+const char* Time_MeterMap::WhyNoPosition(const Time_BarBeatTick& iBBT) const
+{
+    if (iBBT.mBeat < 1) return "beats count from 1";
+    const Cmn_Int64 ticks = iBBT.mTick.AsInt64();
+    if (ticks < 0) return "ticks count from 0";
+    const Time_Tick bar = BarBeatToTick({iBBT.mBar, 1, Time_TickLength::cZero});
+    if (bar < Time_Tick(-cMaxTick.AsInt64()) || bar > cMaxTick)
+        return "the bar lies past the time line's ends";
+    const Time_Tick beat = BarBeatToTick({iBBT.mBar, iBBT.mBeat, Time_TickLength::cZero});
+    const Time_BarBeatTick beatAt = TickToBarBeat(beat);
+    if (beatAt.mBar != iBBT.mBar || beatAt.mBeat != iBBT.mBeat) return "the bar has fewer beats";
+    const Time_BarBeatTick tickAt = TickToBarBeat(beat + Time_TickLength(ticks));
+    if (ticks > cMaxTick.AsInt64() || tickAt.mBar != iBBT.mBar || tickAt.mBeat != iBBT.mBeat)
+        return "the beat has fewer ticks";
+    return nullptr;
+}
+
 Time_Meter Time_MeterMap::GetMeterAtTick(Time_Tick iTick, Time_Tick* oChangeTick) const
 {
     const Time_MeterChange& change = Changes().at(Index().FindByTick(iTick.AsInt64()));

@@ -72,6 +72,9 @@ public:
     // Its BarBeatToTick is iTick again.
     // Default map: TickToBarBeat(1000000000000) is 1|1|0, one tick before is 0|4|959999.
     Time_BarBeatTick TickToBarBeat(Time_Tick iTick) const;
+    // Why a position is none of the map, as a text for users, such as "the bar has fewer beats"; null where
+    // it is one, so that TickToBarBeat of its tick gives it back. Allocates nothing.
+    [[nodiscard]] const char* WhyNoPosition(const Time_BarBeatTick& iBBT) const;
     // The meter in force, and where the change lies that set it.
     Time_Meter GetMeterAtTick(Time_Tick iTick, Time_Tick* oChangeTick = nullptr) const;
     // The click interval in force, in ticks, and where its length next changes (cMaxTick if never).

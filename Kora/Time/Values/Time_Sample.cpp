@@ -4,6 +4,8 @@
 #include "Bastel/Cmn/Cmn_StringToInt.h"
 #include "Kora/Time/Values/Time_Typed.h"
 
+#include <ostream>
+
 void Time_Sample::PinToValidRange()
 {
     Time_Typed time(*this);
@@ -23,3 +25,10 @@ void Time_Sample::FromString(const std::string& iText)
 }
 
 std::string Time_Sample::Dump() const { return "sample " + ToString(); }
+
+Cmn_XMLNode Time_Sample::GetAsXML(const std::string& iName) const
+{
+    return Time_TypedDefs::GetAsXML(iName, mSamples, Time_eType_Samples);
+}
+
+std::ostream& operator<<(std::ostream& ioStream, Time_Sample iTime) { return ioStream << iTime.AsInt64(); }

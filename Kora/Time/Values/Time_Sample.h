@@ -43,6 +43,20 @@ public:
     // "sample 44100"
     [[nodiscard]] KORA_API std::string Dump() const;
 
+    // <iName unit="Samples">960000</iName>
+    [[nodiscard]] KORA_API Cmn_XMLNode GetAsXML(const std::string& iName) const;
+    // The count alone, plain decimal.
+    KORA_API friend std::ostream& operator<<(std::ostream& ioStream, Time_Sample iTime);
+
 private:
     Cmn_Int64 mSamples = 0;
+};
+
+template <>
+struct std::hash<Time_Sample>
+{
+    std::size_t operator()(Time_Sample iTime) const noexcept
+    {
+        return std::hash<Cmn_Int64>()(iTime.AsInt64());
+    }
 };

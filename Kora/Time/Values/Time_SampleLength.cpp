@@ -2,6 +2,9 @@
 
 #include "Bastel/Cmn/Cmn_Exception.h"
 #include "Bastel/Cmn/Cmn_StringToInt.h"
+#include "Kora/Time/Values/Time_TypedDefs.h"
+
+#include <ostream>
 
 std::string Time_SampleLength::ToString() const { return std::to_string(mSamples); }
 
@@ -15,3 +18,13 @@ void Time_SampleLength::FromString(std::string iText)
 }
 
 std::string Time_SampleLength::Dump() const { return ToString() + " samples long"; }
+
+Cmn_XMLNode Time_SampleLength::GetAsXML(const std::string& iName) const
+{
+    return Time_TypedDefs::GetAsXML(iName, mSamples, Time_eType_Samples);
+}
+
+std::ostream& operator<<(std::ostream& ioStream, Time_SampleLength iLength)
+{
+    return ioStream << iLength.AsInt64();
+}

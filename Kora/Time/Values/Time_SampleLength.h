@@ -7,7 +7,12 @@
 #include "Bastel/Cmn/Cmn_IntMath.h"
 
 #include <compare>
+#include <cstddef>
+#include <functional>
+#include <iosfwd>
 #include <string>
+
+class Cmn_XMLNode;
 
 class [[nodiscard]] Time_SampleLength
 {
@@ -41,6 +46,20 @@ public:
     // "44100 samples long"
     [[nodiscard]] KORA_API std::string Dump() const;
 
+    // <iName unit="Samples">960000</iName>
+    [[nodiscard]] KORA_API Cmn_XMLNode GetAsXML(const std::string& iName) const;
+    // The count alone, plain decimal.
+    KORA_API friend std::ostream& operator<<(std::ostream& ioStream, Time_SampleLength iLength);
+
 private:
     Cmn_Int64 mSamples = 0;
+};
+
+template <>
+struct std::hash<Time_SampleLength>
+{
+    std::size_t operator()(Time_SampleLength iTime) const noexcept
+    {
+        return std::hash<Cmn_Int64>()(iTime.AsInt64());
+    }
 };

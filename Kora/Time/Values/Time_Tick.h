@@ -57,8 +57,19 @@ public:
     // "tick 960000"
     [[nodiscard]] KORA_API std::string Dump() const;
 
+    // <iName unit="Ticks">960000</iName>
+    [[nodiscard]] KORA_API Cmn_XMLNode GetAsXML(const std::string& iName) const;
+    // The count alone, plain decimal.
+    KORA_API friend std::ostream& operator<<(std::ostream& ioStream, Time_Tick iTime);
+
 private:
     Cmn_Int64 mTicks = 0;
 };
 
 inline constexpr Time_Tick Time_cZeroTick{};
+
+template <>
+struct std::hash<Time_Tick>
+{
+    std::size_t operator()(Time_Tick iTime) const noexcept { return std::hash<Cmn_Int64>()(iTime.AsInt64()); }
+};

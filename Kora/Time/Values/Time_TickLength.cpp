@@ -2,6 +2,8 @@
 
 #include "Bastel/Cmn/Cmn_XMLNode.h"
 
+#include <ostream>
+
 Cmn_XMLNode Time_TickLength::GetAsXML(const std::string& iName) const
 {
     Cmn_XMLNode node(iName);
@@ -13,4 +15,9 @@ Cmn_XMLNode Time_TickLength::GetAsXML(const std::string& iName) const
 std::string Time_TickLength::Dump() const
 {
     return std::to_string(mLength) + (mTickType == Time_eTickType_Display ? " display" : "") + " ticks long";
+}
+
+std::ostream& operator<<(std::ostream& ioStream, const Time_TickLength& iLength)
+{
+    return ioStream << iLength.Dump();
 }

@@ -9,6 +9,9 @@
 #include "Bastel/Cmn/Cmn_IntMath.h"
 
 #include <compare>
+#include <cstddef>
+#include <functional>
+#include <iosfwd>
 #include <string>
 
 class Cmn_XMLNode;
@@ -132,6 +135,8 @@ public:
     [[nodiscard]] KORA_API Cmn_XMLNode GetAsXML(const std::string& iName) const;
     // "960000 ticks long", "960 display ticks long"
     [[nodiscard]] KORA_API std::string Dump() const;
+    // What Dump gives.
+    KORA_API friend std::ostream& operator<<(std::ostream& ioStream, const Time_TickLength& iLength);
 
 private:
     static constexpr void CheckSameType(const Time_TickLength& leftHandValue,
@@ -153,3 +158,13 @@ inline constexpr Time_TickLength Time_TickLength::cZero{0};
 inline constexpr Time_TickLength Time_TickLength::cQuarter{cInternalPerQuarter};
 inline constexpr Time_TickLength Time_TickLength::cDisplayZero{0, Time_eTickType_Display};
 inline constexpr Time_TickLength Time_TickLength::cDisplayQuarter{960, Time_eTickType_Display};
+
+// Lengths of two tick types that count the same have the same; they do not compare.
+template <>
+struct std::hash<Time_TickLength>
+{
+    std::size_t operator()(const Time_TickLength& iLength) const noexcept
+    {
+        return std::hash<Cmn_Int64>()(iLength.AsInt64());
+    }
+};

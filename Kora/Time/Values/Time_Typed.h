@@ -62,3 +62,13 @@ private:
     static Time_Sample sMaxSessionSample;
     static bool sInited;
 };
+
+// Times of two units that count the same have the same; they do not compare.
+template <>
+struct std::hash<Time_Typed>
+{
+    std::size_t operator()(const Time_Typed& iTime) const noexcept
+    {
+        return std::hash<Cmn_Int64>()(iTime.AsInt64());
+    }
+};

@@ -124,6 +124,11 @@ public:
     }
     // "960000 Ticks"
     std::string Dump() const { return Time_TypedDefs::Dump(mCount, mType); }
+    // What Dump gives. Ask for <ostream> yourself, as for every stream.
+    friend std::ostream& operator<<(std::ostream& ioStream, const T& iTime)
+    {
+        return ioStream << iTime.Dump();
+    }
 
 protected:
     // 0 samples.

@@ -1,6 +1,9 @@
 #include "Kora/Time/Values/Time_TypedDefs.h"
 
+#include "Kora/Time/Values/Time_TypedLength.h"
+
 #include <array>
+#include <ostream>
 
 namespace {
 
@@ -24,4 +27,9 @@ Cmn_XMLNode Time_TypedDefs::GetAsXML(const std::string& iName, Cmn_Int64 iCount,
 std::string Time_TypedDefs::Dump(Cmn_Int64 iCount, Time_EType iType)
 {
     return std::to_string(iCount) + " " + UnitName(iType);
+}
+
+std::ostream& operator<<(std::ostream& ioStream, const Time_TypedLength& iLength)
+{
+    return ioStream << iLength.Dump();
 }

@@ -192,6 +192,8 @@ public:
     }
     // "960000 Ticks long"
     std::string Dump() const { return Time_TypedDefs::Dump(mCount, mType) + " long"; }
+    // What Dump gives.
+    KORA_API friend std::ostream& operator<<(std::ostream& ioStream, const Time_TypedLength& iLength);
 
 private:
     static constexpr void CheckSameType(const Time_TypedLength& iA, const Time_TypedLength& iB)
@@ -217,3 +219,13 @@ private:
 inline constexpr Time_TypedLength Time_TypedLength::cOneSample{1, Time_eType_Samples};
 inline constexpr Time_TypedLength Time_TypedLength::cOneTick{1, Time_eType_Ticks};
 inline constexpr Time_TypedLength Time_TypedLength::cMinFadeGap{4, Time_eType_Samples};
+
+// Times of two units that count the same have the same; they do not compare.
+template <>
+struct std::hash<Time_TypedLength>
+{
+    std::size_t operator()(const Time_TypedLength& iTime) const noexcept
+    {
+        return std::hash<Cmn_Int64>()(iTime.AsInt64());
+    }
+};

@@ -36,3 +36,13 @@ public:
     }
     constexpr Time_Typed AsTimeTyped() const { return Time_Typed(AsInt64(), GetType()); }
 };
+
+// Times of two units that count the same have the same; they do not compare.
+template <>
+struct std::hash<Time_TypedLocal>
+{
+    std::size_t operator()(const Time_TypedLocal& iTime) const noexcept
+    {
+        return std::hash<Cmn_Int64>()(iTime.AsInt64());
+    }
+};

@@ -94,7 +94,7 @@ TEST(BarBeatTick, TextRoundTrips)
     EXPECT_EQ(Time_BarBeatTick(7, 2, Time_TickLength(42, Time_eTickType_Display)).ToString(true, false),
               "7|2| 042");
     Time_BarBeatTick at = At(8, 8, 8);
-    for (const char* const text : {"", "3", "3|", "|4", "3|4|", "3|4|x", "3|4|1|2", "3;4", "99999999999|1"})
+    for (const char* const text : {"", "3|", "|4", "3|4|", "3|4|x", "3|4|1|2", "3;4", "99999999999|1"})
         EXPECT_TRUE(!at.FromString(text) && at == At(8, 8, 8)) << text;
 }
 

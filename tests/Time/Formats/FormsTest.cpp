@@ -3,9 +3,14 @@
 #include "Kora/Time/Formats/Time_NotationDurationValue.h"
 #include "Kora/Time/Formats/Time_SMPTEUtils.h"
 #include "Kora/Time/Formats/Time_Timecode.h"
+#include "Kora/Time/Key/Time_KeySignature.h"
+#include "Kora/Time/Meter/Time_Meter.h"
+#include "Kora/Time/Tempo/Time_TempoMark.h"
 #include "Time/TimeFixture.h"
 
+#include <bit>
 #include <sstream>
+#include <unordered_set>
 
 namespace {
 
@@ -333,6 +338,141 @@ TEST(NoteValueTextTest, EveryNoteValueIsReadAsItIsWritten)
     ExpectEntries<Time_NotationDurationValue>(entries);
 }
 
+TEST(BarsTextTest, IsTypedInPartsAndRefusedWithAReason)
+{
+    const std::tuple<const char*, const char*, const char*> rows[] = {
+        {"5", "5|1|0", "5|1|0"},
+        {"5|3", "5|3|0", "5|3|0"},
+        {" 5 | 3 | 7 ", "5|3|7000", "5|3|7"},
+        {"+5|+3|-7", "5|3|-7000", "5|3|-7"},
+        {"-2147483648|2147483647|9223372036854775", "-2147483648|2147483647|9223372036854775000",
+         "-2147483648|2147483647|9223372036854775"},
+        {"1|1|-9223372036854775808", nullptr, "1|1|-9223372036854775808"},
+        {"2147483648", nullptr, nullptr},
+        {"1|2147483648", nullptr, nullptr},
+        {"1|1|9223372036854775808", nullptr, nullptr},
+        {"+-5", nullptr, nullptr},
+        {"5|3|1|", nullptr, nullptr},
+        {"1:02", nullptr, nullptr},
+    };
+    for (const auto& [typed, display, internal] : rows) {
+        SCOPED_TRACE(typed);
+        Time_BarBeatTick read;
+        const char* whyNot = nullptr;
+        EXPECT_EQ(read.FromText(typed, &whyNot), display != nullptr);
+        EXPECT_EQ(whyNot == nullptr, display != nullptr);
+        if (display != nullptr) {
+            EXPECT_EQ(read.ToInternalString(), display);
+        }
+        Time_BarBeatTick exact;
+        EXPECT_EQ(exact.FromInternalText(typed), internal != nullptr);
+        if (internal != nullptr) {
+            EXPECT_EQ(exact.ToInternalString(), internal);
+        }
+    }
+}
+
+namespace {
+
+template <class Form>
+void ExpectReadBack(const Form& iForm)
+{
+    Form read;
+    std::ostringstream shown;
+    shown << iForm;
+    const char* whyNot = "";
+    ASSERT_TRUE(read.FromText(iForm.ToString(), &whyNot)) << iForm.ToString() << ": " << whyNot;
+    ASSERT_EQ(read, iForm) << iForm.ToString();
+    ASSERT_EQ(std::hash<Form>()(read), std::hash<Form>()(iForm));
+    ASSERT_EQ(shown.str(), iForm.ToString());
+}
+
+} // namespace
+
+TEST(SongTextTest, MetersTemposAndKeysAreReadAsTheyAreWritten)
+{
+    std::mt19937_64 random(15);
+    for (int i = 0; i < 20000; ++i) {
+        const auto duration = static_cast<Time_ENoteDuration>(1 + random() % 7);
+        const Time_NotationDurationValue click(duration, random() % 2 == 0);
+        ExpectReadBack(Time_Meter(static_cast<Cmn_Int32>(1 + random() % 0x7FFFFFFF),
+                                  static_cast<Cmn_Int32>(1 + random() % 3840000), click));
+        const auto beat = random() % 2 == 0 ? click.GetTicks() : Time_TickLength(1 + random() % 5760000);
+        const auto tempo = std::bit_cast<double>(random() >> 1);
+        if (tempo > 0 && tempo <= std::numeric_limits<double>::max())
+            ExpectReadBack(Time_TempoMark(tempo, beat));
+    }
+    for (int accidentals = 0; accidentals <= 7; ++accidentals)
+        for (const bool isMajor : {false, true})
+            for (const bool isSharps : {false, true})
+                if (accidentals > 0 || isSharps)
+                    ExpectReadBack(Time_KeySignature(isMajor, isSharps, static_cast<Cmn_UInt8>(accidentals)));
+
+    constexpr Entry meters[] = {{"6/8", "6/8", nullptr},
+                                {"6/8 click 1/4.", "6/8 click 1/4.", nullptr},
+                                {"6/8 click 1/4", "6/8", nullptr},
+                                {"0/8", nullptr, "beats"},
+                                {"4/0", nullptr, "parts of a whole"},
+                                {"4/3840001", nullptr, "parts of a whole"},
+                                {"6/8 click 1/3", nullptr, "1/1, 1/2"},
+                                {"6", nullptr, "expected"},
+                                {"6/8 ", nullptr, "expected"}};
+    ExpectEntries<Time_Meter>(meters);
+    constexpr Entry tempos[] = {{"1/4=90", "90", nullptr},           {"1/8. = 66.50", "1/8.=66.5", nullptr},
+                                {"960000 ticks=.5", "0.5", nullptr}, {"7 ticks=1e3", "7 ticks=1000", nullptr},
+                                {"0", nullptr, "above 0"},           {"-1", nullptr, "expected"},
+                                {"inf", nullptr, "expected"},        {"1e999", nullptr, "expected"},
+                                {"1/4=", nullptr, "expected"},       {"1/3=120", nullptr, "1/1, 1/2"},
+                                {"0 ticks=120", nullptr, "above 0"}};
+    ExpectEntries<Time_TempoMark>(tempos);
+    constexpr Entry keys[] = {{"Bb", "Bb major", nullptr},  {"F#m", "F# minor", nullptr},
+                              {"Cb", "Cb major", nullptr},  {"H", nullptr, "expected"},
+                              {"Bb ", nullptr, "expected"}, {"", nullptr, "expected"}};
+    ExpectEntries<Time_KeySignature>(keys);
+}
+
+TEST(FormTextTest, EveryValueOfTimeHasAnXmlForm)
+{
+    Time_SMPTE label(1, 2, 3, 4, eTimeCodeFormat_2997Drop);
+    const std::pair<Cmn_XMLNode, const char*> rows[] = {
+        {Time_Sample(-5).GetAsXML("at"), "<at unit=\"Samples\">-5</at>\n"},
+        {Time_SampleLength(5).GetAsXML("at"), "<at unit=\"Samples\">5</at>\n"},
+        {Time_Tick(7).GetAsXML("at"), "<at unit=\"Ticks\">7</at>\n"},
+        {Time_MinSec(61002).GetAsXML("at"), "<at form=\"minutes:seconds\">1:01.002</at>\n"},
+        {Time_FeetFrame(79, Time_eFilmGauge_16mm).GetAsXML("at"), "<at framesPerFoot=\"40\">1+39</at>\n"},
+        {label.GetAsXML("at"), "<at format=\"29.97 fps drop\">01:02:03;04</at>\n"},
+        {Time_BarBeatTick(2, 3, Time_TickLength(4)).GetAsXML("at"),
+         "<at>\n  <nBar>2</nBar>\n  <nBeat>3</nBeat>\n  <nTick>4</nTick>\n</at>\n"},
+        {Time_TempoMark(90.5).GetAsXML("at"), "<at>\n  <mBeatsPerMinute>90.5</mBeatsPerMinute>\n"
+                                              "  <nTicksPerBeat>960000</nTicksPerBeat>\n</at>\n"},
+        {Time_KeySignature(false, true, 3).GetAsXML("at"),
+         "<at>\n  <mIsMajor>false</mIsMajor>\n  <mIsSharps>true</mIsSharps>\n"
+         "  <nAccidentals>3</nAccidentals>\n</at>\n"},
+    };
+    for (const auto& [node, text] : rows)
+        EXPECT_EQ(node.ToString(), text);
+}
+
+TEST(FormTextTest, TimesAreKeysOfHashTablesAndGoToStreams)
+{
+    std::unordered_set<Time_BarBeatTick> positions;
+    for (int bar = -20; bar < 20; ++bar)
+        for (int beat = 1; beat <= 8; ++beat)
+            for (const Cmn_Int64 tick : {0, 1, 480000})
+                positions.insert({bar, beat, Time_TickLength(tick)});
+    EXPECT_EQ(positions.size(), 40u * 8 * 3);
+    std::set<std::size_t> hashes;
+    for (const Time_BarBeatTick& position : positions)
+        hashes.insert(std::hash<Time_BarBeatTick>()(position));
+    EXPECT_EQ(hashes.size(), positions.size());
+    std::ostringstream shown;
+    shown << Time_Sample(1) << ' ' << Time_SampleLength(2) << ' ' << Time_Tick(3) << ' ' << Time_TickLength(4)
+          << ' ' << Time_Typed(5, cFrames) << ' ' << Time_TypedLength(6, cTicks) << ' '
+          << Time_TypedLocal(7, cSamples) << ' ' << Time_BarBeatTick(8, 9, Time_TickLength(10)) << ' '
+          << Time_SMPTE(1, 2, 3, 4, eTimeCodeFormat_25);
+    EXPECT_EQ(shown.str(), "1 2 3 4 ticks long 5 Frames 6 Ticks long 7 Samples 8|9|10 01:02:03:04");
+}
+
 TEST(FormTextTest, WhatIsTakenIsWrittenInAFormThatReadsTheSame)
 {
     std::mt19937 random(20);
@@ -345,5 +485,7 @@ TEST(FormTextTest, WhatIsTakenIsWrittenInAFormThatReadsTheSame)
         ExpectCanonical(Time_SMPTE(label.GetFormat()), label.ToString(), random);
         const char* const values[] = {"1/8.", "1/16t", "1/4(4:5)", "1/1"};
         ExpectCanonical(Time_NotationDurationValue(), values[random() % std::size(values)], random);
+        ExpectCanonical(Time_Meter(), "7/8 click 1/8.", random);
+        ExpectCanonical(Time_TempoMark(), random() % 2 == 0 ? "1/8.=66.5" : "120.0625", random);
     }
 }

@@ -131,6 +131,12 @@ TEST(MeterMapQuery, EveryTickOfTinyMapsLiesWhereTheWalkFindsItAndConvertsBack)
             const Time_BarBeatTick bbt = map.TickToBarBeat(Time_Tick(tick));
             ASSERT_EQ(bbt, walk.At(tick)) << "tick " << tick << " of\n" << map.Dump();
             ASSERT_EQ(map.BarBeatToTick(bbt), Time_Tick(tick)) << map.Dump();
+            ASSERT_EQ(map.WhyNoPosition(bbt), nullptr) << bbt;
+            Time_BarBeatTick near = bbt;
+            (random() % 2 == 0 ? near.mBeat : near.mBar) += static_cast<int>(random() % 5) - 2;
+            near.mTick += Time_TickLength(static_cast<Cmn_Int64>(random() % 9) - 4);
+            const bool isPosition = map.TickToBarBeat(map.BarBeatToTick(near)) == near;
+            ASSERT_EQ(map.WhyNoPosition(near) == nullptr, isPosition) << near << " of\n" << map.Dump();
         }
     }
 }
