@@ -5,15 +5,13 @@
 #include "Kora/FF/Rescue/FF_DocumentCheck.h"
 #include "Tool/Tool_Document.h"
 #include "Tool/Tool_InputError.h"
+#include "Tool/Tool_JsonWriter.h"
 #include "Tool/Tool_Text.h"
 
 #include <algorithm>
-#include <nlohmann/json.hpp>
 #include <ostream>
 #include <span>
 #include <tuple>
-
-using JsonValue = nlohmann::ordered_json; // keeps the order in which keys are written
 
 namespace {
 
@@ -58,61 +56,17 @@ std::string Aligned(const std::vector<std::vector<std::string>>& iRows, std::siz
     return text;
 }
 
-// As the JSON library writes it: names that are no UTF-8 with replacement characters.
-void AppendJson(std::string_view iText, std::string& ioText)
-{
-    const auto isPlain = [](char c) { return c >= ' ' && c < '\x7F' && c != '"' && c != '\\'; };
-    if (std::all_of(iText.begin(), iText.end(), isPlain))
-        ioText.append("\"").append(iText).append("\"");
-    else
-        ioText += JsonValue(iText).dump(-1, ' ', false, JsonValue::error_handler_t::replace);
-}
-
 } // namespace
 
-// The object as text, handed on in pieces.
-class Tool_DocumentReport::Json
+class Tool_DocumentReport::Json : public Tool_JsonWriter
 {
 public:
     Json(const Tool_DocumentReport& iReport, std::ostream& oOut)
-        : mReport(iReport)
-        , mOut(oOut)
+        : Tool_JsonWriter(oOut)
+        , mReport(iReport)
     {
     }
 
-    void Add(int iIndent, const char* iName, std::string_view iText)
-    {
-        Begin(iIndent, iName);
-        AppendJson(iText, mText);
-    }
-    void Add(int iIndent, const char* iName, Cmn_Int64 iValue)
-    {
-        Begin(iIndent, iName);
-        Tool_AppendInteger(iValue, mText);
-    }
-    void AddBool(int iIndent, const char* iName, bool iValue)
-    {
-        Begin(iIndent, iName);
-        mText += iValue ? "true" : "false";
-    }
-    void AddNull(int iIndent, const char* iName)
-    {
-        Begin(iIndent, iName);
-        mText += "null";
-    }
-    // What opens is closed at the same indentation; empty where nothing was added.
-    void Open(int iIndent, const char* iName, char iBracket)
-    {
-        Begin(iIndent, iName);
-        mText += iBracket;
-        mIsFirst = true;
-    }
-    void Close(int iIndent, char iBracket)
-    {
-        if (!mIsFirst) mText.append("\n").append(static_cast<std::size_t>(iIndent), ' ');
-        mText += iBracket;
-        mIsFirst = false;
-    }
     void AddPiece(int iIndent, const Piece& iPiece)
     {
         if (iPiece.mEntry != mKeyOf) {
@@ -144,30 +98,11 @@ public:
         }
         Close(6, ']');
         Close(4, '}');
-        constexpr std::size_t cMuch = 65536;
-        if (mText.size() > cMuch) Flush();
-    }
-    void Flush()
-    {
-        mOut.write(mText.data(), static_cast<std::streamsize>(mText.size()));
-        mText.clear();
+        FlushIfMuch();
     }
 
 private:
-    void Begin(int iIndent, const char* iName)
-    {
-        if (!mText.empty() || mHasBegun)
-            mText.append(mIsFirst ? "\n" : ",\n").append(static_cast<std::size_t>(iIndent), ' ');
-        mHasBegun = true;
-        mIsFirst = false;
-        if (iName != nullptr) mText.append("\"").append(iName).append("\": ");
-    }
-
     const Tool_DocumentReport& mReport;
-    std::ostream& mOut;
-    std::string mText;
-    bool mHasBegun = false;
-    bool mIsFirst = false;
     FF_Document::TOC::Entry mKeyOf = FF_Document::TOC::cNone;
     std::string mKey;
 };

@@ -31,9 +31,11 @@ public:
     {
         const Tool_AskedSettings asked = mSettings.Asked();
         const Tool_Input input = Input(iIn);
-        const auto song = Tool_Song::Load(input, asked);
-        const Tool_SongReport report(*song, input.Name());
-        return {mIsJson ? report.Json() : report.Table(), {}, {}};
+        const std::shared_ptr<const Tool_Song> song = Tool_Song::Load(input, asked);
+        return {{}, {}, {}, [song, name = input.Name(), isJson = mIsJson](std::ostream& oOut) {
+                    const Tool_SongReport report(*song, name);
+                    isJson ? report.WriteJson(oOut) : report.WriteTable(oOut);
+                }};
     }
 
 private:

@@ -1,13 +1,11 @@
 #include "Tool/Tool_SongReport.h"
 
 #include "Bastel/Cmn/Cmn_FloatMath.h"
-#include "Tool/Tool_PositionText.h"
+#include "Tool/Tool_JsonWriter.h"
 #include "Tool/Tool_Text.h"
 
 #include <algorithm>
-#include <nlohmann/json.hpp>
-
-using JsonValue = nlohmann::ordered_json; // keeps the order in which keys are written
+#include <sstream>
 
 namespace {
 
@@ -34,9 +32,13 @@ std::string Rate(double iRate)
     return std::string(text, std::to_chars(text, text + sizeof text, iRate).ptr);
 }
 
-JsonValue PositionJson(const Time_BarBeatTick& iPosition)
+void AddPosition(Tool_JsonWriter& ioJson, int iIndent, const Time_BarBeatTick& iPosition)
 {
-    return JsonValue{{"bar", iPosition.mBar}, {"beat", iPosition.mBeat}, {"tick", iPosition.mTick.AsInt64()}};
+    ioJson.Open(iIndent, "position", '{');
+    ioJson.Add(iIndent + 2, "bar", Cmn_Int64{iPosition.mBar});
+    ioJson.Add(iIndent + 2, "beat", Cmn_Int64{iPosition.mBeat});
+    ioJson.Add(iIndent + 2, "tick", iPosition.mTick.AsInt64());
+    ioJson.Close(iIndent, '}');
 }
 
 Cmn_Int32 SharpsOf(const Time_KeySignature& iKey)
@@ -48,46 +50,119 @@ Cmn_Int32 SharpsOf(const Time_KeySignature& iKey)
 constexpr std::size_t cPositionWidth = 13;
 constexpr std::size_t cNumberWidth = 11;
 
-std::string TableLine(const std::string& iPosition, const std::string& iSample, const std::string& iTimecode,
-                      const std::string& iTime, const std::string& iChange)
+void AppendRightAligned(std::string_view iText, std::size_t iWidth, std::string& ioText)
 {
-    return RightAligned(iPosition, cPositionWidth) + "  " + RightAligned(iSample, cNumberWidth) + "  " +
-           RightAligned(iTimecode, cNumberWidth) + "  " + RightAligned(iTime, cNumberWidth) + "  " + iChange;
+    ioText.append(iWidth - std::min(iWidth, iText.size()), ' ').append(iText).append("  ");
 }
+
+// Columns flush right, but for the last.
+void AppendColumns(std::string_view iPosition, std::string_view iSample, std::string_view iTimecode,
+                   std::string_view iTime, std::string_view iChange, std::string& ioText)
+{
+    AppendRightAligned(iPosition, cPositionWidth, ioText);
+    for (const std::string_view text : {iSample, iTimecode, iTime})
+        AppendRightAligned(text, cNumberWidth, ioText);
+    ioText += iChange;
+}
+
+std::string ChangeText(const Tool_SongRows::Tempo& iRow)
+{
+    return "tempo  " + RightAligned(Thousandths(iRow.mBeatsPerMinute), 7) + " bpm";
+}
+
+std::string ChangeText(const Tool_SongRows::Meter& iRow)
+{
+    const std::string cut =
+        iRow.mIsOffBarline ? ", cutting bar " + Number(Cmn_Int64{iRow.mBar} - 1) + " short" : "";
+    return "meter  " + Number(iRow.mNumerator) + '/' + Number(iRow.mDenominator) + cut;
+}
+
+std::string ChangeText(const Tool_SongRows::Key& iRow) { return "key    " + iRow.mKey.ToString(); }
+
+// A list of objects, one a row.
+template <class Row, class Write>
+void WriteRows(const char* iName, Tool_SongWalk& ioWalk, Tool_JsonWriter& ioJson, const Write& iWrite)
+{
+    ioJson.Open(2, iName, '[');
+    for (Row row; ioWalk.Next(row);) {
+        ioJson.Open(4, nullptr, '{');
+        ioJson.Add(6, "tick", row.mPlace.mTick.AsInt64());
+        iWrite(row);
+        ioJson.Close(4, '}');
+        ioJson.FlushIfMuch();
+    }
+    ioJson.Close(2, ']');
+}
+
+void WriteTempi(Tool_SongWalk& ioWalk, Tool_JsonWriter& ioJson)
+{
+    WriteRows<Tool_SongRows::Tempo>("tempo", ioWalk, ioJson, [&](const Tool_SongRows::Tempo& iRow) {
+        ioJson.Add(6, "sample", iRow.mPlace.mSample.AsInt64());
+        ioJson.AddDouble(6, "bpm", iRow.mBeatsPerMinute);
+        ioJson.Add(6, "ticksPerBeat", iRow.mTicksPerBeat);
+        AddPosition(ioJson, 6, iRow.mPlace.mPosition);
+    });
+}
+
+void WriteMeters(Tool_SongWalk& ioWalk, Tool_JsonWriter& ioJson)
+{
+    WriteRows<Tool_SongRows::Meter>("meter", ioWalk, ioJson, [&](const Tool_SongRows::Meter& iRow) {
+        ioJson.Add(6, "bar", Cmn_Int64{iRow.mBar});
+        ioJson.Add(6, "numerator", Cmn_Int64{iRow.mNumerator});
+        ioJson.Add(6, "denominator", Cmn_Int64{iRow.mDenominator});
+        ioJson.AddBool(6, "offBarline", iRow.mIsOffBarline);
+        ioJson.Add(6, "sample", iRow.mPlace.mSample.AsInt64());
+    });
+}
+
+void WriteKeys(Tool_SongWalk& ioWalk, Tool_JsonWriter& ioJson)
+{
+    WriteRows<Tool_SongRows::Key>("keys", ioWalk, ioJson, [&](const Tool_SongRows::Key& iRow) {
+        ioJson.Add(6, "sharps", Cmn_Int64{SharpsOf(iRow.mKey)});
+        ioJson.AddBool(6, "minor", !iRow.mKey.IsMajor());
+        ioJson.Add(6, "name", iRow.mKey.ToString());
+        AddPosition(ioJson, 6, iRow.mPlace.mPosition);
+    });
+}
+
+// The next row of one of the lists.
+template <class Row>
+class Next
+{
+public:
+    explicit Next(Tool_SongWalk& ioWalk)
+        : mWalk(ioWalk)
+        , mIsThere(ioWalk.Next(mRow))
+    {
+    }
+    // Whether its turn is before another list's, which is the later of two at one tick.
+    template <class Other>
+    bool IsBefore(const Next<Other>& iOther) const
+    {
+        return mIsThere && (!iOther.IsThere() || mRow.mPlace.mTick <= iOther.Get().mPlace.mTick);
+    }
+    bool IsThere() const { return mIsThere; }
+    const Row& Get() const { return mRow; }
+    void Advance() { mIsThere = mWalk.Next(mRow); }
+
+private:
+    Tool_SongWalk& mWalk;
+    Row mRow{};
+    bool mIsThere;
+};
 
 } // namespace
 
 Tool_SongReport::Tool_SongReport(const Tool_Song& iSong, std::string iFile)
     : mSong(iSong)
     , mFile(std::move(iFile))
-    , mRows(iSong)
+    , mPositions(iSong)
 {
 }
 
 std::string Tool_SongReport::TimecodeOf(const Tool_SongRows::Place& iPlace) const
 {
-    const Time_Typed frame = mSong.GetConverter().ToType(iPlace.mSample, Time_eType_Frames);
-    return Tool_PositionText(mSong).Timecode(frame.AsInt64());
-}
-
-std::vector<Tool_SongReport::TableRow> Tool_SongReport::TableRows() const
-{
-    std::vector<TableRow> rows;
-    for (const Tool_SongRows::Tempo& row : mRows.mTempos)
-        rows.push_back({&row.mPlace, "tempo  " + RightAligned(Thousandths(row.mBeatsPerMinute), 7) + " bpm"});
-    for (const Tool_SongRows::Meter& row : mRows.mMeters) {
-        const std::string cut =
-            row.mIsOffBarline ? ", cutting bar " + Number(Cmn_Int64{row.mBar} - 1) + " short" : "";
-        rows.push_back(
-            {&row.mPlace, "meter  " + Number(row.mNumerator) + '/' + Number(row.mDenominator) + cut});
-    }
-    for (const Tool_SongRows::Key& row : mRows.mKeys)
-        rows.push_back({&row.mPlace, "key    " + row.mKey.ToString()});
-    std::stable_sort(rows.begin(), rows.end(), [](const TableRow& iA, const TableRow& iB) {
-        return iA.mPlace->mTick < iB.mPlace->mTick;
-    });
-    rows.push_back({&mRows.mEnd, "end"});
-    return rows;
+    return mPositions.Timecode(mSong.GetConverter().ToType(iPlace.mSample, Time_eType_Frames).AsInt64());
 }
 
 std::string Tool_SongReport::Heading() const
@@ -101,69 +176,104 @@ std::string Tool_SongReport::Heading() const
 std::string Tool_SongReport::ColumnNames()
 {
     const std::string rule(cNumberWidth, '-');
-    return TableLine("bar|beat|tick", "sample", "timecode", "min:sec", "change") + '\n' +
-           TableLine(std::string(cPositionWidth, '-'), rule, rule, rule, std::string(20, '-')) + '\n';
+    std::string text;
+    AppendColumns("bar|beat|tick", "sample", "timecode", "min:sec", "change", text);
+    text += '\n';
+    AppendColumns(std::string(cPositionWidth, '-'), rule, rule, rule, std::string(20, '-'), text);
+    return text + '\n';
+}
+
+void Tool_SongReport::MakeLine(const Tool_SongRows::Place& iPlace, Line& oLine) const
+{
+    const Tool_Seconds seconds(mSong.GetSettings().mSampleRate);
+    const Cmn_Int64 sample = iPlace.mSample.AsInt64();
+    oLine.mTick = iPlace.mTick;
+    oLine.mText.clear();
+    AppendColumns(iPlace.mPosition.ToString(true, true), Number(sample), TimecodeOf(iPlace),
+                  seconds.MinutesAndSeconds(sample), oLine.mChange, oLine.mText);
+}
+
+void Tool_SongReport::ForEachLine(const std::function<void(const Line&)>& iTake) const
+{
+    Tool_SongWalk walk(mSong);
+    Next<Tool_SongRows::Tempo> tempo(walk);
+    Next<Tool_SongRows::Meter> meter(walk);
+    Next<Tool_SongRows::Key> key(walk);
+    Line line;
+    const auto take = [&](auto& ioNext) {
+        line.mChange = ChangeText(ioNext.Get());
+        MakeLine(ioNext.Get().mPlace, line);
+        iTake(line);
+        ioNext.Advance();
+    };
+    while (tempo.IsThere() || meter.IsThere() || key.IsThere())
+        if (tempo.IsBefore(meter) && tempo.IsBefore(key))
+            take(tempo);
+        else if (meter.IsBefore(key))
+            take(meter);
+        else
+            take(key);
+    line.mChange = "end";
+    MakeLine(walk.GetEnd(), line);
+    iTake(line);
 }
 
 std::vector<Tool_SongReport::Line> Tool_SongReport::Lines() const
 {
-    const Tool_Seconds seconds(mSong.GetSettings().mSampleRate);
     std::vector<Line> lines;
-    for (const TableRow& row : TableRows()) {
-        const Cmn_Int64 sample = row.mPlace->mSample.AsInt64();
-        lines.push_back({row.mPlace->mTick, row.mChange,
-                         TableLine(row.mPlace->mPosition.ToString(true, true), Number(sample),
-                                   TimecodeOf(*row.mPlace), seconds.MinutesAndSeconds(sample), row.mChange)});
-    }
+    ForEachLine([&](const Line& iLine) { lines.push_back(iLine); });
     return lines;
+}
+
+void Tool_SongReport::WriteTable(std::ostream& oOut) const
+{
+    constexpr std::size_t cMuch = 65536;
+    std::string text = Heading() + '\n' + ColumnNames();
+    ForEachLine([&](const Line& iLine) {
+        text.append(iLine.mText).append("\n");
+        if (text.size() < cMuch) return;
+        oOut.write(text.data(), static_cast<std::streamsize>(text.size()));
+        text.clear();
+    });
+    oOut.write(text.data(), static_cast<std::streamsize>(text.size()));
 }
 
 std::string Tool_SongReport::Table() const
 {
-    std::string table = Heading() + '\n' + ColumnNames();
-    for (const Line& line : Lines())
-        table += line.mText + '\n';
-    return table;
+    std::ostringstream out;
+    WriteTable(out);
+    return std::move(out).str();
+}
+
+void Tool_SongReport::WriteJson(std::ostream& oOut) const
+{
+    const double rate = mSong.GetSettings().mSampleRate;
+    Tool_SongWalk walk(mSong);
+    Tool_JsonWriter json(oOut);
+    json.Open(0, nullptr, '{');
+    json.Add(2, "file", mFile);
+    json.AddDouble(2, "sampleRate", rate);
+    json.Add(2, "ticksPerQuarter", Tool_Song::cTicksPerQuarter);
+    json.Add(2, "songStartTick", mSong.GetStartTick().AsInt64());
+    WriteTempi(walk, json);
+    WriteMeters(walk, json);
+    WriteKeys(walk, json);
+    const Tool_SongRows::Place end = walk.GetEnd();
+    json.Open(2, "end", '{');
+    json.Add(4, "tick", end.mTick.AsInt64());
+    json.Add(4, "sample", end.mSample.AsInt64());
+    AddPosition(json, 4, end.mPosition);
+    json.Add(4, "timecode", TimecodeOf(end));
+    json.AddDouble(4, "seconds", static_cast<double>(end.mSample.AsInt64()) / rate);
+    json.Close(2, '}');
+    json.Close(0, '}');
+    json.Flush();
+    oOut << '\n';
 }
 
 std::string Tool_SongReport::Json() const
 {
-    const double rate = mSong.GetSettings().mSampleRate;
-    JsonValue tempos = JsonValue::array();
-    for (const Tool_SongRows::Tempo& row : mRows.mTempos)
-        tempos.push_back({{"tick", row.mPlace.mTick.AsInt64()},
-                          {"sample", row.mPlace.mSample.AsInt64()},
-                          {"bpm", row.mBeatsPerMinute},
-                          {"ticksPerBeat", row.mTicksPerBeat},
-                          {"position", PositionJson(row.mPlace.mPosition)}});
-    JsonValue meters = JsonValue::array();
-    for (const Tool_SongRows::Meter& row : mRows.mMeters)
-        meters.push_back({{"tick", row.mPlace.mTick.AsInt64()},
-                          {"bar", row.mBar},
-                          {"numerator", row.mNumerator},
-                          {"denominator", row.mDenominator},
-                          {"offBarline", row.mIsOffBarline},
-                          {"sample", row.mPlace.mSample.AsInt64()}});
-    JsonValue keys = JsonValue::array();
-    for (const Tool_SongRows::Key& row : mRows.mKeys)
-        keys.push_back({{"tick", row.mPlace.mTick.AsInt64()},
-                        {"sharps", SharpsOf(row.mKey)},
-                        {"minor", !row.mKey.IsMajor()},
-                        {"name", row.mKey.ToString()},
-                        {"position", PositionJson(row.mPlace.mPosition)}});
-    const JsonValue song = {{"file", mFile},
-                            {"sampleRate", rate},
-                            {"ticksPerQuarter", Tool_Song::cTicksPerQuarter},
-                            {"songStartTick", mSong.GetStartTick().AsInt64()},
-                            {"tempo", std::move(tempos)},
-                            {"meter", std::move(meters)},
-                            {"keys", std::move(keys)},
-                            {"end",
-                             {{"tick", mRows.mEnd.mTick.AsInt64()},
-                              {"sample", mRows.mEnd.mSample.AsInt64()},
-                              {"position", PositionJson(mRows.mEnd.mPosition)},
-                              {"timecode", TimecodeOf(mRows.mEnd)},
-                              {"seconds", static_cast<double>(mRows.mEnd.mSample.AsInt64()) / rate}}}};
-    // A file name that is no UTF-8 is shown with replacement characters.
-    return song.dump(2, ' ', false, JsonValue::error_handler_t::replace) + '\n';
+    std::ostringstream out;
+    WriteJson(out);
+    return std::move(out).str();
 }

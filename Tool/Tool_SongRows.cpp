@@ -1,38 +1,61 @@
 #include "Tool/Tool_SongRows.h"
 
-namespace {
-
-Tool_SongRows::Place PlaceOf(const Tool_Song& iSong, Time_Tick iTick)
+Tool_SongWalk::Tool_SongWalk(const Tool_Song& iSong)
+    : mSong(iSong)
+    , mTempo(iSong.GetTempoMap().SegmentBegin())
+    , mMeter(iSong.GetMeterMap().IterBegin())
 {
-    const Time_Converter& converter = iSong.GetConverter();
+}
+
+Tool_SongRows::Place Tool_SongWalk::PlaceOf(Time_Tick iTick) const
+{
+    const Time_Converter& converter = mSong.GetConverter();
     return {iTick, converter.ToSample(iTick), converter.ToBarBeatTick(iTick)};
 }
 
-} // namespace
+bool Tool_SongWalk::Next(Tool_SongRows::Tempo& oRow)
+{
+    const Time_TempoMap& tempos = mSong.GetTempoMap();
+    if (mTempo == tempos.SegmentEnd()) return false;
+    const Time_Tick tick = (*mTempo)->GetStartTick();
+    ++mTempo;
+    Time_TickLength ticksPerBeat;
+    oRow.mPlace = PlaceOf(tick);
+    tempos.GetTempoAtTick(oRow.mBeatsPerMinute, ticksPerBeat, tick);
+    oRow.mTicksPerBeat = ticksPerBeat.AsInt64();
+    return true;
+}
+
+bool Tool_SongWalk::Next(Tool_SongRows::Meter& oRow)
+{
+    if (mMeter == mSong.GetMeterMap().IterEnd()) return false;
+    const Time_MeterChange& change = *mMeter;
+    ++mMeter;
+    oRow = {PlaceOf(change.GetTick()), change.GetBarNumber(), change.GetMeter().GetNumerator(),
+            change.GetMeter().GetDenominator(), change.IsOffBarline()};
+    return true;
+}
+
+bool Tool_SongWalk::Next(Tool_SongRows::Key& oRow)
+{
+    const Time_KeySignatureMap& keys = mSong.GetKeyMap();
+    Time_Tick tick;
+    while (mKey < keys.size()) {
+        if (!keys.GetKeysSignature(mKey++, tick, oRow.mKey)) continue;
+        oRow.mPlace = PlaceOf(tick);
+        return true;
+    }
+    return false;
+}
 
 Tool_SongRows::Tool_SongRows(const Tool_Song& iSong)
-    : mEnd(PlaceOf(iSong, iSong.GetEndTick()))
 {
-    const Time_TempoMap& tempos = iSong.GetTempoMap();
-    for (auto segment = tempos.SegmentBegin(); segment != tempos.SegmentEnd(); ++segment) {
-        const Time_Tick tick = (*segment)->GetStartTick();
-        Tempo row{PlaceOf(iSong, tick), 0, 0};
-        Time_TickLength ticksPerBeat;
-        tempos.GetTempoAtTick(row.mBeatsPerMinute, ticksPerBeat, tick);
-        row.mTicksPerBeat = ticksPerBeat.AsInt64();
+    Tool_SongWalk walk(iSong);
+    for (Tempo row; walk.Next(row);)
         mTempos.push_back(row);
-    }
-    const Time_MeterMap& meters = iSong.GetMeterMap();
-    for (auto change = meters.IterBegin(); change != meters.IterEnd(); ++change)
-        mMeters.push_back({PlaceOf(iSong, change->GetTick()), change->GetBarNumber(),
-                           change->GetMeter().GetNumerator(), change->GetMeter().GetDenominator(),
-                           change->IsOffBarline()});
-    const Time_KeySignatureMap& keys = iSong.GetKeyMap();
-    for (long i = 0; i < keys.size(); ++i) {
-        Time_Tick tick;
-        Key row;
-        if (!keys.GetKeysSignature(i, tick, row.mKey)) continue;
-        row.mPlace = PlaceOf(iSong, tick);
+    for (Meter row; walk.Next(row);)
+        mMeters.push_back(row);
+    for (Key row; walk.Next(row);)
         mKeys.push_back(row);
-    }
+    mEnd = walk.GetEnd();
 }

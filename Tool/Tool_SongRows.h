@@ -1,6 +1,7 @@
 // Tool_SongRows: a song's tempo, meter and key changes and its end, each with its place in all units.
 //
-// They come out of the song's maps through its converter. Each list ascends by tick.
+// They come out of the song's maps through its converter. Each list ascends by tick. Tool_SongRows keeps all of
+// them, Tool_SongWalk one at a time.
 #pragma once
 
 #include "Kora/Time/Formats/Time_BarBeatTick.h"
@@ -43,4 +44,25 @@ struct Tool_SongRows
     std::vector<Meter> mMeters;
     std::vector<Key> mKeys;
     Place mEnd;
+};
+
+// The rows one by one, for outputs that keep none. Each Next is false once its list is through.
+class Tool_SongWalk
+{
+public:
+    // The song must outlive it, unchanged.
+    explicit Tool_SongWalk(const Tool_Song& iSong);
+
+    bool Next(Tool_SongRows::Tempo& oRow);
+    bool Next(Tool_SongRows::Meter& oRow);
+    bool Next(Tool_SongRows::Key& oRow);
+    Tool_SongRows::Place GetEnd() const { return PlaceOf(mSong.GetEndTick()); }
+
+private:
+    Tool_SongRows::Place PlaceOf(Time_Tick iTick) const;
+
+    const Tool_Song& mSong;
+    Time_TempoMap::SegmentIter mTempo;
+    Time_MeterMap::ConstIter mMeter;
+    long mKey = 0;
 };

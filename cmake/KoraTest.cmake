@@ -3,10 +3,7 @@ function(kora_add_test name)
   add_executable(${name} ${ARGN})
   target_link_libraries(${name} PRIVATE Kora::Kora kora_options kora_test_support)
   target_precompile_headers(${name} REUSE_FROM kora_test_pch)
-  # GCC 12 takes what comes out of a precompiled header for our own code, and warns of the standard library's strings.
-  # The address sanitizer sees what there is to see.
-  target_compile_options(${name} PRIVATE
-    $<$<CXX_COMPILER_ID:GNU>:-Wno-array-bounds -Wno-stringop-overflow -Wno-stringop-overread>)
+  target_compile_options(${name} PRIVATE ${KORA_PRECOMPILED_OPTIONS})
   gtest_discover_tests(${name} TEST_PREFIX "${name}." DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 120
                        PROPERTIES TIMEOUT 300)
 endfunction()
