@@ -27,6 +27,7 @@
 #include "Kora/Cnn/Mdl_SimpleValMessage.h"
 #include "Kora/Ndo/Ndo_Object.h"
 #include "Kora/Time/Meter/Time_MeterChange.h"
+#include "Kora/Time/Meter/Time_MeterGrid.h"
 #include "Kora/Time/Values/Time_SongDefaults.h"
 
 #include <memory>
@@ -100,6 +101,14 @@ public:
     // The duration from iTickA on to iTickB: as many bars as fit, then beats, then ticks.
     // Deliberate: with iTickA after iTickB it is zero. Test: LongDurationsAndFarTimesAreExact
     Time_BarBeatTick ComputeDurationBetween(Time_Tick iTickA, Time_Tick iTickB) const;
+
+    // --- The grid: bars, beats and note values as lines (Time_MeterGrid.h)
+
+    // The lines of a range of ticks, from its start on and before its end.
+    Time_MeterGrid Grid(const Time_Range& iRange, const Time_GridDivision& iDivision) const;
+    // The line that a position snaps to.
+    Time_GridLine FindGridLine(Time_Tick iTick, const Time_GridDivision& iDivision,
+                               Time_EGridSearch iSearch = Time_eGridSearch_Nearest) const;
 
     // --- Edits of changes
 
@@ -199,6 +208,7 @@ public:
     [[nodiscard]] std::string FindBrokenInvariant() const;
 
 private:
+    friend class Time_GridCursor;
     friend class Time_MeterMap_NdoState;
     using Iter = Cmn_PolyVector<Time_MeterChange>::iterator;
     struct BarAndOffset;
@@ -214,6 +224,8 @@ private:
         return *this;
     }
     const Time_MeterMapIndex& Index() const { return *Settled().mIndex; }
+    // What governs a tick, and where it begins and ends to govern.
+    void GetStretch(Time_Tick iTick, Time_MeterStretch& oStretch, Cmn_Int64& oFrom, Cmn_Int64& oTo) const;
     bool IsCollected(Time_Tick iTick) const;
     void Collect(Time_Tick iTick, const Time_Meter& iMeter, std::optional<Cmn_Int32> iBar);
     void SettleAdded() const;

@@ -56,17 +56,3 @@ Cmn_Int64 Time_MeterMapIndex::WholeBarsBefore(Cmn_Int64 iBar) const
     if (isCutByNext) return 0;
     return governing == 0 ? cEndless : std::max<Cmn_Int64>(Cmn_WrapSub(iBar, mStretches[governing].mBar), 0);
 }
-
-// For meters whose beats are no whole number of ticks. The product fits for all but absurd numerators; for
-// those the beat is searched, with the same result.
-Cmn_Int64 Time_MeterMapIndex::UnevenBeatsInto(const Stretch& iStretch, Cmn_Int64 iTickInBar)
-{
-    if (iTickInBar < std::numeric_limits<Cmn_Int64>::max() / iStretch.mNumerator)
-        return ((iTickInBar + 1) * iStretch.mNumerator - 1) / iStretch.mBarLength;
-    Cmn_Int64 below = 0, above = iStretch.mNumerator; // the beat is in [below, above)
-    while (above - below > 1) {
-        const Cmn_Int64 middle = below + (above - below) / 2;
-        (BeatStart(iStretch, middle) <= iTickInBar ? below : above) = middle;
-    }
-    return below;
-}

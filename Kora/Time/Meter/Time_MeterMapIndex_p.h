@@ -17,6 +17,7 @@
 #include "Bastel/Cmn/Cmn_IntMath.h"
 #include "Bastel/Cmn/Cmn_PolyVector.h"
 #include "Kora/Time/Meter/Time_MeterChange.h"
+#include "Kora/Time/Meter/Time_MeterStretch.h"
 #include "Kora/Time/Numeric/Time_SearchIndex_p.h"
 
 #include <limits>
@@ -45,6 +46,10 @@ public:
     void Reserve(std::size_t iCount);
     // Takes the changes over; the first iUnchanged of them are as they were at the last call.
     void Update(const Cmn_PolyVector<Time_MeterChange>& iChanges, std::size_t iUnchanged);
+
+    // What a change governs from its tick on; the first one also before it.
+    const Time_MeterStretch& GetStretch(std::size_t iChange) const { return mStretches[iChange]; }
+    std::size_t GetNumStretches() const { return mStretches.size(); }
 
     // The change that governs a tick, or a bar: the last one not after it, or the first.
     std::size_t FindByTick(Cmn_Int64 iTick) const
@@ -96,54 +101,20 @@ public:
     }
 
 private:
-    struct Stretch
-    {
-        Cmn_Int64 mTick;
-        Cmn_Int64 mBarLength;
-        Cmn_Int64 mBeatLength; // bar length div numerator …
-        Cmn_Int32 mBeatRest;   // … and mod numerator: 0 in a sound meter
-        Cmn_Int32 mNumerator;
-        Cmn_Int64 mBar;
-    };
+    using Stretch = Time_MeterStretch;
     static constexpr Cmn_Int64 cEndless = std::numeric_limits<Cmn_Int32>::max(); // no duration is longer
 
     void Add(const Time_MeterChange& iChange);
 
-    // Non-negative operands below 2^32, which nearly all are, take the processor's short division.
-    static Cmn_Int64 QuickDiv(Cmn_Int64 iA, Cmn_Int64 iB)
-    {
-        const Cmn_UInt64 a = static_cast<Cmn_UInt64>(iA), b = static_cast<Cmn_UInt64>(iB);
-        if (((a | b) >> 32) == 0) [[likely]]
-            return static_cast<Cmn_UInt32>(a) / static_cast<Cmn_UInt32>(b);
-        return iA / iB;
-    }
-    static Cmn_Int64 BarsInto(const Stretch& iStretch, Cmn_Int64 iDistance)
-    {
-        if (iDistance >= 0) [[likely]]
-            return QuickDiv(iDistance, iStretch.mBarLength);
-        return -((-(iDistance + 1)) / iStretch.mBarLength) - 1;
-    }
     static Cmn_Int64 BarOf(const Stretch& iStretch, Cmn_Int64 iTick)
     {
-        return Cmn_WrapAdd(iStretch.mBar, BarsInto(iStretch, Cmn_WrapSub(iTick, iStretch.mTick)));
+        return Cmn_WrapAdd(iStretch.mBar, iStretch.BarsInto(Cmn_WrapSub(iTick, iStretch.mTick)));
     }
     static Cmn_Int64 BarStart(const Stretch& iStretch, Cmn_Int64 iBar)
     {
         return Cmn_WrapAdd(iStretch.mTick,
                            Cmn_WrapMul(Cmn_WrapSub(iBar, iStretch.mBar), iStretch.mBarLength));
     }
-    // (iBeats × bar length) div numerator for fewer beats than the numerator. The product itself could pass
-    // 64 bits; taken in whole beat lengths and the rest, it is exact for every meter.
-    static Cmn_Int64 BeatStart(const Stretch& iStretch, Cmn_Int64 iBeats)
-    {
-        const Cmn_Int64 whole = iBeats * iStretch.mBeatLength;
-        if (iStretch.mBeatRest == 0) [[likely]]
-            return whole;
-        return whole + iBeats * iStretch.mBeatRest / iStretch.mNumerator;
-    }
-    static Cmn_Int64 BeatsInto(const Stretch& iStretch, Cmn_Int64 iTickInBar);
-    static Cmn_Int64 UnevenBeatsInto(const Stretch& iStretch, Cmn_Int64 iTickInBar);
-
     std::vector<Stretch> mStretches;
     Time_SearchIndex<Cmn_Int64> mByTick;
     Time_SearchIndex<Cmn_Int64> mByBar;
@@ -159,24 +130,15 @@ inline Cmn_Int64 Time_MeterMapIndex::ToTick(const Position& iPosition) const
         start = Cmn_WrapAdd(start, Cmn_WrapMul(beats / stretch.mNumerator, stretch.mBarLength));
         beats %= stretch.mNumerator;
     }
-    return Cmn_WrapAdd(Cmn_WrapAdd(start, BeatStart(stretch, beats)), iPosition.mTick);
+    return Cmn_WrapAdd(Cmn_WrapAdd(start, stretch.BeatStart(beats)), iPosition.mTick);
 }
 
 inline Time_MeterMapIndex::Position Time_MeterMapIndex::ToPosition(Cmn_Int64 iTick) const
 {
     const Stretch& stretch = mStretches[FindByTick(iTick)];
     const Cmn_Int64 distance = Cmn_WrapSub(iTick, stretch.mTick);
-    const Cmn_Int64 bars = BarsInto(stretch, distance);
+    const Cmn_Int64 bars = stretch.BarsInto(distance);
     const Cmn_Int64 tickInBar = Cmn_WrapSub(distance, Cmn_WrapMul(bars, stretch.mBarLength));
-    const Cmn_Int64 beats = BeatsInto(stretch, tickInBar);
-    return {Cmn_WrapAdd(stretch.mBar, bars), beats + 1, tickInBar - BeatStart(stretch, beats)};
-}
-
-// ((tick + 1) × numerator - 1) div bar length: the last beat that starts at or before the tick. Where beats
-// have one length, this is the tick over it.
-inline Cmn_Int64 Time_MeterMapIndex::BeatsInto(const Stretch& iStretch, Cmn_Int64 iTickInBar)
-{
-    if (iStretch.mBeatRest == 0) [[likely]]
-        return QuickDiv(iTickInBar, iStretch.mBeatLength);
-    return UnevenBeatsInto(iStretch, iTickInBar);
+    const Cmn_Int64 beats = stretch.BeatsInto(tickInBar);
+    return {Cmn_WrapAdd(stretch.mBar, bars), beats + 1, tickInBar - stretch.BeatStart(beats)};
 }
