@@ -30,6 +30,7 @@ Tool_Outcome Outcome(const std::vector<std::string>& iArguments, std::istream& i
     app.require_subcommand(1);
     Tool_Subcommands all;
     Tool_AddSongCommands(app, all);
+    Tool_AddGridCommands(app, all);
     Tool_AddEditCommand(app, all);
     Tool_AddDocumentCommands(app, all);
     const auto find = [&](auto iHolds) -> const Tool_Subcommand* {

@@ -38,10 +38,10 @@ void ForEachLine(std::string_view iInput, Line iLine)
 class Converter
 {
 public:
-    Converter(const Tool_Song& iSong, std::string_view iInput, std::string_view iSource, Tool_EUnit iFrom,
-              Cmn_Int64 iLinesBefore)
+    Converter(const Tool_Song& iSong, Time_EFilmGauge iGauge, std::string_view iInput,
+              std::string_view iSource, Tool_EUnit iFrom, Cmn_Int64 iLinesBefore)
         : mSong(iSong)
-        , mText(iSong)
+        , mText(iSong, iGauge)
         , mInput(iInput)
         , mSource(iSource)
         , mFrom(iFrom)
@@ -52,32 +52,33 @@ public:
     std::string Run(const std::vector<Tool_EUnit>& iTo)
     {
         const Time_TypedVector read = ReadPositions();
-        bool usesFrames = UsesFrames(mFrom);
+        bool isFrom0 = !Tool_HasPositionsBefore0(mFrom);
         Convert(read, read.GetType());
         Convert(read, Time_eType_Samples);
         for (const Tool_EUnit unit : iTo) {
-            usesFrames = usesFrames || UsesFrames(unit);
+            isFrom0 = isFrom0 || !Tool_HasPositionsBefore0(unit);
             Convert(read, Tool_CountedIn(unit));
         }
-        CheckSamples(read, usesFrames);
+        CheckSamples(read, isFrom0);
         CheckTicks();
         return Write(iTo, read.size());
     }
 
 private:
-    static bool UsesFrames(Tool_EUnit iUnit) { return Tool_CountedIn(iUnit) == Time_eType_Frames; }
-
     Time_TypedVector ReadPositions() const
     {
         Time_TypedVector counts(Tool_CountedIn(mFrom));
         counts.reserve(static_cast<std::size_t>(std::count(mInput.begin(), mInput.end(), '\n')) + 1);
         ForEachLine(mInput, [&](std::string_view iText, Cmn_Int64 iNumber) {
             Cmn_Int64 count = 0;
-            if (!mText.Parse(mFrom, iText, count))
+            const char* whyNot = nullptr;
+            if (!mText.Parse(mFrom, iText, count, &whyNot)) {
+                const std::string reason = whyNot == nullptr ? "" : std::string(" (") + whyNot + ')';
                 throw Tool_InputError::AtLine(mSource, mLinesBefore + iNumber,
                                               Tool_Quoted(iText) + " is not a position in " +
-                                                  std::string(Tool_UnitName(mFrom)) + ", expected " +
+                                                  std::string(Tool_UnitName(mFrom)) + reason + ", expected " +
                                                   mText.Form(mFrom));
+            }
             counts.push_back(count);
         });
         return counts;
@@ -92,11 +93,11 @@ private:
     }
 
     // Frames count from sample 0; other positions may lie before it.
-    void CheckSamples(const Time_TypedVector& iRead, bool iUsesFrames) const
+    void CheckSamples(const Time_TypedVector& iRead, bool iIsFrom0) const
     {
         const Time_TypedVector& samples = *mCounts[Time_eType_Samples];
         const Cmn_Int64 maxSample = Time_Typed::MaxTime(Time_eType_Samples).AsInt64();
-        const Cmn_Int64 minSample = iUsesFrames ? 0 : -maxSample;
+        const Cmn_Int64 minSample = iIsFrom0 ? 0 : -maxSample;
         for (std::size_t i = 0; i < samples.size(); ++i) {
             Cmn_Int64 sample = samples[i];
             // Conversions stop at the last sample: only the unclamped one shows a tick past it.
@@ -107,9 +108,9 @@ private:
             const bool isBefore =
                 iRead[i] < (iRead.GetType() == Time_eType_Ticks ? mSong.GetStartTick().AsInt64() : 0);
             RefuseRange(i,
-                        !isBefore     ? cPast
-                        : iUsesFrames ? "lies before sample 0, the first that has a frame"
-                                      : cBefore,
+                        !isBefore  ? cPast
+                        : iIsFrom0 ? "lies before sample 0, the first that has a frame"
+                                   : cBefore,
                         "sample", minSample, maxSample);
         }
     }
@@ -169,9 +170,10 @@ private:
 class Blocks
 {
 public:
-    Blocks(const Tool_Song& iSong, std::string_view iSource, Tool_EUnit iFrom,
+    Blocks(const Tool_Song& iSong, Time_EFilmGauge iGauge, std::string_view iSource, Tool_EUnit iFrom,
            const std::vector<Tool_EUnit>& iTo, std::ostream& oOut)
         : mSong(iSong)
+        , mGauge(iGauge)
         , mSource(iSource)
         , mFrom(iFrom)
         , mTo(iTo)
@@ -202,12 +204,13 @@ public:
 private:
     void Write(std::string_view iLines)
     {
-        const std::string answer = Converter(mSong, iLines, mSource, mFrom, mLinesBefore).Run(mTo);
+        const std::string answer = Converter(mSong, mGauge, iLines, mSource, mFrom, mLinesBefore).Run(mTo);
         mOut.write(answer.data(), static_cast<std::streamsize>(answer.size())).flush();
         mLinesBefore += std::count(iLines.begin(), iLines.end(), '\n');
     }
 
     const Tool_Song& mSong;
+    Time_EFilmGauge mGauge;
     std::string_view mSource;
     Tool_EUnit mFrom;
     const std::vector<Tool_EUnit>& mTo;
@@ -218,16 +221,17 @@ private:
 } // namespace
 
 std::string Tool_Convert(const Tool_Song& iSong, std::string_view iInput, std::string_view iSource,
-                         Tool_EUnit iFrom, const std::vector<Tool_EUnit>& iTo)
+                         Tool_EUnit iFrom, const std::vector<Tool_EUnit>& iTo, Time_EFilmGauge iGauge)
 {
-    return Converter(iSong, iInput, iSource, iFrom, 0).Run(iTo);
+    return Converter(iSong, iGauge, iInput, iSource, iFrom, 0).Run(iTo);
 }
 
 void Tool_ConvertStream(const Tool_Song& iSong, std::istream& ioIn, std::string_view iSource,
-                        Tool_EUnit iFrom, const std::vector<Tool_EUnit>& iTo, std::ostream& oOut)
+                        Tool_EUnit iFrom, const std::vector<Tool_EUnit>& iTo, std::ostream& oOut,
+                        Time_EFilmGauge iGauge)
 {
     constexpr std::streamsize cBlock = 65536;
-    Blocks blocks(iSong, iSource, iFrom, iTo, oOut);
+    Blocks blocks(iSong, iGauge, iSource, iFrom, iTo, oOut);
     std::string text;
     // peek waits for a line, or for what the stream takes at once; the rest is there already.
     while (oOut && ioIn.peek() != std::istream::traits_type::eof()) {

@@ -65,15 +65,25 @@ std::optional<Tool_EditText::Value> Tool_EditText::Parse(std::string_view iText)
 {
     if (!StartsAsNumber(iText)) return std::nullopt;
     Value value{Tool_eUnit_Bars, 0};
-    if (const auto bars = std::count(iText.begin(), iText.end(), '|'); bars > 0) {
-        const std::string whole = std::string(iText) + (bars == 1 ? "|0" : "");
-        return mText.Parse(Tool_eUnit_Bars, whole, value.mCount) ? std::optional(value) : std::nullopt;
-    }
+    if (iText.find('|') != std::string_view::npos)
+        return ParseBars(iText, value.mCount) ? std::optional(value) : std::nullopt;
     if (iText.find_first_of(":;") != std::string_view::npos) return ParseClock(iText);
     const std::size_t end = iText.find_last_of("0123456789.") + 1;
     if (end < iText.size()) return ParseWithUnit(iText.substr(0, end), iText.substr(end));
     if (iText.find('.') == std::string_view::npos) return std::nullopt; // a number alone
     return ParseWithUnit(iText, Tool_UnitName(Tool_eUnit_Seconds));
+}
+
+// A beat that its bar does not have runs on into the next: an operation before may have shortened the bar.
+bool Tool_EditText::ParseBars(std::string_view iText, Cmn_Int64& oTick) const
+{
+    Time_BarBeatTick position;
+    if (!position.FromInternalText(iText) || position.mBeat < 1) return false;
+    const Cmn_Int64 ticks = position.mTick.AsInt64();
+    // 2^31 bars, 2^31 beats and this many ticks stay far from the ends of 64 bits together.
+    if (ticks < 0 || ticks > Time_MeterMap::cMaxTick.AsInt64()) return false;
+    oTick = mSong.GetMeterMap().BarBeatToTick(position).AsInt64();
+    return true;
 }
 
 std::optional<Tool_EditText::Value> Tool_EditText::ParseWithUnit(std::string_view iNumber,

@@ -60,6 +60,7 @@ private:
     };
 
     std::optional<Value> Parse(std::string_view iText) const;
+    bool ParseBars(std::string_view iText, Cmn_Int64& oTick) const;
     std::optional<Value> ParseWithUnit(std::string_view iNumber, std::string_view iUnit) const;
     std::optional<Value> ParseClock(std::string_view iText) const;
     Value ParseOrRefuse(std::string_view iText, const char* iExpected) const;

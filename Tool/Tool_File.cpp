@@ -59,7 +59,7 @@ void Tool_CheckPlainFile(const std::string& iName)
 namespace {
 
 // Of a plain file, or of none. What failed is told in the system's words.
-void WriteBeside(const std::string& iName, const std::string& iBytes)
+void WriteBeside(const std::string& iName, const std::function<void(const Tool_TakeBytes&)>& iWrite)
 {
     Sys_FileSystem& system = Sys_FileSystem::Get();
     const auto check = [&](Cmn_Int32 iError, const std::string& iWhat = {}) {
@@ -70,8 +70,13 @@ void WriteBeside(const std::string& iName, const std::string& iBytes)
     Sys_FileSystem::Handle handle = Sys_FileSystem::cNoHandle;
     check(system.Resolve(iName, target));
     check(system.OpenBeside(target, beside, handle));
-    std::size_t count = 0;
-    Cmn_Int32 error = system.WriteAt(handle, 0, iBytes.data(), iBytes.size(), count);
+    Cmn_Int64 size = 0;
+    Cmn_Int32 error = 0;
+    iWrite([&](const std::string& iBytes) {
+        std::size_t count = 0;
+        if (error == 0) error = system.WriteAt(handle, size, iBytes.data(), iBytes.size(), count);
+        size += static_cast<Cmn_Int64>(iBytes.size());
+    });
     if (error == 0) error = system.Sync(handle);
     Cmn_UInt32 notKept = 0;
     if (error == 0) error = system.TakePlace(handle, beside, target, notKept);
@@ -86,9 +91,16 @@ void WriteBeside(const std::string& iName, const std::string& iBytes)
 
 void Tool_WriteFile(const std::string& iName, const std::string& iBytes)
 {
-    if (!Tool_IsOther(iName)) return WriteBeside(iName, iBytes);
+    Tool_WriteFile(iName, [&](const Tool_TakeBytes& iTake) { iTake(iBytes); });
+}
+
+void Tool_WriteFile(const std::string& iName, const std::function<void(const Tool_TakeBytes&)>& iWrite)
+{
+    if (!Tool_IsOther(iName)) return WriteBeside(iName, iWrite);
     std::ofstream stream(Tool_PathOf(iName), std::ios::binary);
-    stream.write(iBytes.data(), static_cast<std::streamsize>(iBytes.size()));
+    iWrite([&](const std::string& iBytes) {
+        stream.write(iBytes.data(), static_cast<std::streamsize>(iBytes.size()));
+    });
     stream.close();
     if (stream.fail()) throw Tool_InputError::InFile(iName, "the file cannot be written");
 }

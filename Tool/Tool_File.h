@@ -2,6 +2,7 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
 #include <iosfwd>
 #include <string>
 
@@ -26,3 +27,6 @@ void Tool_CheckPlainFile(const std::string& iName);
 // that it names is replaced. What is no plain file, such as /dev/stdout, is written directly. Throws
 // Tool_InputError where that fails.
 void Tool_WriteFile(const std::string& iName, const std::string& iBytes);
+// The same of a file that is made block by block: iWrite(take) calls take(bytes) for each.
+using Tool_TakeBytes = std::function<void(const std::string&)>;
+void Tool_WriteFile(const std::string& iName, const std::function<void(const Tool_TakeBytes&)>& iWrite);

@@ -7,6 +7,8 @@ inline constexpr char Tool_cHelp[] =
 Usage: kora song FILE [--rate HZ] [--timecode NAME] [--json]
        kora plot FILE [-o OUT.svg] [--rate HZ] [--timecode NAME]
        kora convert FILE --from UNIT --to UNIT[,UNIT...] [--rate HZ] [--timecode NAME]
+       kora grid FILE [--from POS] [--to POS] [--by DIVISION]
+       kora click FILE [-o OUT.wav] [--from POS] [--to POS]
        kora xml FILE [--rate HZ] [--timecode NAME]
        kora export FILE.kora [-o OUT.mid] [--division TICKS]
        kora edit FILE -o OUT OPERATION... [--dry-run] [--json]
@@ -19,7 +21,9 @@ Usage: kora song FILE [--rate HZ] [--timecode NAME] [--json]
 Songs, from a MIDI file or a document:
   song        print tempo, meter and key changes and the end of a song
   plot        draw them as an SVG picture
-  convert     turn positions into other units: ticks, samples, frames, bars, timecode, seconds
+  convert     turn positions into other units: bars, timecode, minutes, feet, samples and more
+  grid        print the lines of a grid: bars, beats, note values, with their samples
+  click       render the song's beats as a sound file
   xml         print the song's maps as XML
   save        save the song as a document
   export      write a document's song as a MIDI file
@@ -31,8 +35,8 @@ Documents:
   repair      bring back what a damaged document still holds, into another file
 
 FILE may be a pipe, a device or "-" for standard input, which are read whole, up to 268435456
-bytes; in "kora convert" a "-" means that there is no file. "-" as the output of plot, save,
-export and edit is standard output.
+bytes; in "kora convert" a "-" means that there is no file. "-" as the output of plot, click,
+save, export and edit is standard output.
 
 Try:
 
@@ -154,6 +158,7 @@ inline constexpr char Tool_cConvertHelp[] =
     R"(Reads positions from standard input, one a line, and prints each in other units, tab-separated.
 
 Usage: kora convert FILE --from UNIT --to UNIT[,UNIT...] [--rate HZ] [--timecode NAME]
+                    [--film-rate FPS] [--film-offset FRAMES] [--gauge 35|16]
 
   FILE              the song whose tempo and meter hold, as for "kora song", a file or a pipe
                     other than standard input; "-" stands for 120 beats a minute in 4/4
@@ -162,24 +167,70 @@ Usage: kora convert FILE --from UNIT --to UNIT[,UNIT...] [--rate HZ] [--timecode
   --to UNIT,...     units to print, in this order
   --rate HZ         sample rate, as for "kora song"
   --timecode NAME   timecode format, as for "kora song"
+  --film-rate FPS   frames of film a second, 1 to 1000 (default: 24)
+  --film-offset N   the frame of film at sample 0 (default: 0)
+  --gauge 35|16     film with 16 frames a foot (35 mm, the default) or 40 (16 mm)
 
 Units:
   ticks       internal ticks of the time line, 960000 to a quarter note; the song starts at
               1000000000000
   samples     samples from the song's start, which is sample 0
   frames      frames of the timecode format from sample 0, the nearest frame
-  bars        bar|beat|tick with internal ticks, from 1|1|0; beats and ticks past the bar's end
-              run on
+  bars        bar|beat|tick with internal ticks, from 1|1|0; "5|3" is 5|3|0 and "5" is 5|1|0; a
+              beat past its bar, also one cut short, and a tick past its beat are refused
   timecode    hh:mm:ss:ff, in drop formats hh:mm:ss;ff: the label of a frame, the same frame that
               "frames" gives; frame 0 is 00:00:00:00, and labels start again every 24 hours
   seconds     decimal seconds from sample 0, that is samples / sample rate; printed with 6
               decimals, read with any number of them and taken to the nearest sample, halves upward
+  minsec      minutes:seconds.milliseconds, with hours before them from one hour on; "1:02" is
+              1:02.000 and a number alone is seconds
+  subframes   timecode with hundredths of a frame, hh:mm:ss:ff.ss, the nearest one
+  feet        feet+frames of film, the nearest frame; "90" is 90+00; they start again every 24
+              hours
 
-Positions before the song's start are negative samples and seconds, and bar 0 and below; they have
-no frames and no timecode. A position further from sample 0 than the time line reaches (34359738367
-samples) is refused. Blanks around a position are ignored; an empty line is not a position. Lines
-are answered as they come, a pipe's before the next is sent. The first line that is refused ends it;
-what was printed before stands.
+Positions before the song's start are negative samples, seconds and minutes, and bar 0 and below;
+they have no frames, no timecode, no subframes and no feet. A position further from sample 0 than
+the time line reaches (34359738367 samples) is refused. Blanks around a position are ignored; an
+empty line is not a position. Lines are answered as they come, a pipe's before the next is sent. The
+first line that is refused ends it; what was printed before stands.
+)";
+
+inline constexpr char Tool_cGridHelp[] =
+    R"(Prints the lines of a grid over a song, one a line: its bar|beat|tick, its sample, what it is.
+
+Usage: kora grid FILE [--from POS] [--to POS] [--by DIVISION] [--rate HZ] [--timecode NAME]
+
+  FILE              the song, as for "kora song"
+  --from POS        the first place of the range (default: the song's start)
+  --to POS          where it ends, itself no part of it (default: the song's end)
+  --by DIVISION     bars, beats (default), or a note value: 1/4, 1/8t for triplets, 1/8. for dotted
+                    ones, 1/16(4:5) for other tuplets
+  --rate HZ         sample rate, as for "kora song"
+  --timecode NAME   timecode format, as for "kora song"
+
+Columns are separated by tabs. Ticks are internal, 960000 to a quarter note; the sample is the
+nearest. A line is a "bar", a "beat" where it lies on one of the meter's own beats, or else a "sub".
+Divisions begin anew at every barline, in bars that a change cuts short too. Positions are written
+as for "kora edit": 5|1|0, 5|3, 1:02.500, 00:01:02:15, 62.5, 960000ticks.
+)";
+
+inline constexpr char Tool_cClickHelp[] =
+    R"(Renders a song's beats as a sound file, so that its time can be heard.
+
+Usage: kora click FILE [-o OUT.wav] [--from POS] [--to POS] [--rate HZ] [--timecode NAME]
+
+  FILE              the song, as for "kora song"
+  -o, --output OUT  the WAV file (16 bits, mono), which takes the place of one that is there;
+                    without it, or for "-", standard output
+  --from POS        where the file begins (default: the song's start)
+  --to POS          where it ends (default: the song's end)
+  --rate HZ         sample rate, a whole number, 1000 to 768000 (default: the document's, 44100
+                    for MIDI)
+  --timecode NAME   timecode format, as for "kora song"
+
+A click is on each of the meter's own beats, at the very sample that "kora grid" prints for it; a
+bar's is higher and louder. It rings for 30 ms at most, and silence stands before each. Positions
+are written as for "kora edit".
 )";
 
 inline constexpr char Tool_cPlotHelp[] =

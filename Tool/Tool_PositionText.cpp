@@ -1,47 +1,67 @@
 #include "Tool/Tool_PositionText.h"
 
+#include "Kora/Time/Formats/Time_MinSec.h"
 #include "Kora/Time/Formats/Time_SMPTE.h"
 #include "Kora/Time/Formats/Time_Timecode.h"
 #include "Tool/Tool_Text.h"
 
 #include <algorithm>
 
-Tool_PositionText::Tool_PositionText(const Tool_Song& iSong)
+Tool_PositionText::Tool_PositionText(const Tool_Song& iSong, Time_EFilmGauge iGauge)
     : mMeterMap(iSong.GetMeterMap())
     , mTimeCodeFormat(iSong.GetSettings().mTimeCodeFormat)
     , mFrameSeparator(Time_SMPTE::IsDropFormat(mTimeCodeFormat) ? ';' : ':')
     , mFramesOfOneDay(Time_Timecode::GetFramesOfDay(mTimeCodeFormat))
     , mSeconds(Time_Globals::GetPullSampleRate())
+    , mGauge(iGauge)
 {
 }
 
-bool Tool_PositionText::Parse(Tool_EUnit iUnit, std::string_view iText, Cmn_Int64& oCount) const
+bool Tool_PositionText::Parse(Tool_EUnit iUnit, std::string_view iText, Cmn_Int64& oCount,
+                              const char** oWhyNot) const
 {
+    const char* whyNot = nullptr;
     switch (iUnit) {
     case Tool_eUnit_Ticks:
     case Tool_eUnit_Samples:
     case Tool_eUnit_Frames:
         return Tool_ParseInteger(iText, oCount);
-    case Tool_eUnit_Bars:
-        return ParseBars(iText, oCount);
-    case Tool_eUnit_Timecode:
-        return ParseTimecode(iText, oCount);
     case Tool_eUnit_Seconds:
         return mSeconds.Parse(iText, oCount);
+    case Tool_eUnit_Bars:
+        whyNot = ReadBars(iText, oCount);
+        break;
+    case Tool_eUnit_Timecode:
+    case Tool_eUnit_Subframes:
+    case Tool_eUnit_MinSec:
+    case Tool_eUnit_Feet:
+        whyNot = ReadForm(iUnit, iText, oCount);
+        break;
     }
+    if (whyNot == nullptr) return true;
+    // What the form is, the caller tells.
+    const bool isForm = std::string_view(whyNot).find("expected") != std::string_view::npos;
+    if (!isForm && oWhyNot != nullptr) *oWhyNot = whyNot;
     return false;
 }
 
 std::string Tool_PositionText::Form(Tool_EUnit iUnit) const
 {
+    const std::string label = std::string("hh:mm:ss") + mFrameSeparator + "ff";
+    const std::string format = std::string(" of ") + Time_Globals::GetTimeCodeFormatString(mTimeCodeFormat);
     switch (iUnit) {
     case Tool_eUnit_Bars:
         return "bar|beat|tick, such as 12|3|480000";
     case Tool_eUnit_Timecode:
-        return std::string("a label hh:mm:ss") + mFrameSeparator + "ff of " +
-               Time_Globals::GetTimeCodeFormatString(mTimeCodeFormat);
+        return "a label " + label + format;
+    case Tool_eUnit_Subframes:
+        return "a label " + label + ".ss" + format;
     case Tool_eUnit_Seconds:
         return "decimal seconds, such as 12.5";
+    case Tool_eUnit_MinSec:
+        return "minutes:seconds, such as 3:25.040";
+    case Tool_eUnit_Feet:
+        return "feet+frames, such as 90+12";
     case Tool_eUnit_Ticks:
     case Tool_eUnit_Samples:
     case Tool_eUnit_Frames:
@@ -50,30 +70,32 @@ std::string Tool_PositionText::Form(Tool_EUnit iUnit) const
     return "a whole number";
 }
 
-bool Tool_PositionText::ParseBars(std::string_view iText, Cmn_Int64& oTick) const
+// Null where the position was read, otherwise why not.
+const char* Tool_PositionText::ReadBars(std::string_view iText, Cmn_Int64& oTick) const
 {
-    const std::size_t first = iText.find('|');
-    if (first == std::string_view::npos) return false;
-    const std::size_t second = iText.find('|', first + 1);
-    if (second == std::string_view::npos) return false;
-    Cmn_Int32 bar = 0;
-    Cmn_Int32 beat = 0;
-    Cmn_Int64 tick = 0;
-    if (!Tool_ParseInteger(iText.substr(0, first), bar)) return false;
-    if (!Tool_ParseInteger(iText.substr(first + 1, second - first - 1), beat) || beat < 1) return false;
-    if (!Tool_ParseInteger(iText.substr(second + 1), tick) || tick < 0) return false;
-    // 2^31 bars, 2^31 beats and this many ticks stay far from the ends of 64 bits together.
-    if (tick > Time_MeterMap::cMaxTick.AsInt64()) return false;
-    oTick = mMeterMap.BarBeatToTick(Time_BarBeatTick(bar, beat, Time_TickLength(tick))).AsInt64();
-    return true;
+    Time_BarBeatTick position;
+    const char* whyNot = nullptr;
+    if (!position.FromInternalText(iText, &whyNot)) return whyNot;
+    whyNot = mMeterMap.WhyNoPosition(position);
+    if (whyNot == nullptr) oTick = mMeterMap.BarBeatToTick(position).AsInt64();
+    return whyNot;
 }
 
-bool Tool_PositionText::ParseTimecode(std::string_view iText, Cmn_Int64& oFrame) const
+const char* Tool_PositionText::ReadForm(Tool_EUnit iUnit, std::string_view iText, Cmn_Int64& oCount) const
 {
+    const char* whyNot = nullptr;
     Time_SMPTE label(mTimeCodeFormat);
-    if (!label.FromString(std::string(iText))) return false;
-    oFrame = label.GetTotalFrames();
-    return true;
+    Time_MinSec time;
+    Time_FeetFrame feet(0, mGauge);
+    if (iUnit == Tool_eUnit_Timecode && label.FromText(iText, &whyNot))
+        oCount = label.GetTotalFrames();
+    else if (iUnit == Tool_eUnit_Subframes && label.FromSubframeText(iText, &whyNot))
+        oCount = label.GetTotalSamples().AsInt64();
+    else if (iUnit == Tool_eUnit_MinSec && time.FromText(iText, &whyNot))
+        oCount = time.ToSample().AsInt64();
+    else if (iUnit == Tool_eUnit_Feet && feet.FromText(iText, &whyNot))
+        oCount = feet.ToSample().AsInt64();
+    return whyNot;
 }
 
 bool Tool_PositionText::Append(Tool_EUnit iUnit, Cmn_Int64 iCount, std::string& ioText) const
@@ -86,6 +108,11 @@ bool Tool_PositionText::Append(Tool_EUnit iUnit, Cmn_Int64 iCount, std::string& 
         return true;
     case Tool_eUnit_Seconds:
         mSeconds.Append(iCount, ioText);
+        return true;
+    case Tool_eUnit_Subframes:
+    case Tool_eUnit_MinSec:
+    case Tool_eUnit_Feet:
+        AppendForm(iUnit, Time_Sample(iCount), ioText);
         return true;
     case Tool_eUnit_Ticks:
     case Tool_eUnit_Samples:
@@ -100,11 +127,8 @@ bool Tool_PositionText::AppendBars(Time_Tick iTick, std::string& ioText) const
 {
     const Time_BarBeatTick position = mMeterMap.TickToBarBeat(iTick);
     if (mMeterMap.BarBeatToTick(position) != iTick) return false; // the bar number was cut to 32 bits
-    Tool_AppendInteger(position.mBar, ioText);
-    ioText += '|';
-    Tool_AppendInteger(position.mBeat, ioText);
-    ioText += '|';
-    Tool_AppendInteger(position.mTick.AsInt64(), ioText);
+    char text[Time_BarBeatTick::cTextBytes];
+    ioText.append(text, position.ToInternalText(text));
     return true;
 }
 
@@ -122,4 +146,18 @@ void Tool_PositionText::AppendTimecode(Cmn_Int64 iFrame, std::string& ioText) co
     label.SetFromTotalFrames(static_cast<Cmn_Int32>(iFrame % mFramesOfOneDay));
     char text[Time_SMPTE::cTextBytes];
     ioText.append(text, label.ToText(text));
+}
+
+void Tool_PositionText::AppendForm(Tool_EUnit iUnit, Time_Sample iSample, std::string& ioText) const
+{
+    char text[64];
+    std::size_t size = 0;
+    if (iUnit == Tool_eUnit_MinSec) size = Time_MinSec::FromSample(iSample).ToText(text);
+    if (iUnit == Tool_eUnit_Feet) size = Time_FeetFrame::FromSample(iSample, mGauge).ToText(text);
+    if (iUnit == Tool_eUnit_Subframes) {
+        Time_SMPTE label(mTimeCodeFormat);
+        label.SetToNearestSubframe(iSample);
+        size = label.ToSubframeText(text);
+    }
+    ioText.append(text, size);
 }

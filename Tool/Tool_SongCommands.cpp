@@ -1,6 +1,7 @@
 // The subcommands that show a song or put it into another form: song, convert, plot, export.
 #include "Tool/Tool_Convert.h"
 #include "Tool/Tool_Document.h"
+#include "Tool/Tool_EditText.h"
 #include "Tool/Tool_File.h"
 #include "Tool/Tool_Help.h"
 #include "Tool/Tool_InputError.h"
@@ -52,6 +53,9 @@ public:
     {
         App().add_option("--from", mFrom)->required();
         App().add_option("--to", mTo)->required();
+        App().add_option("--film-rate", mFilmRate);
+        App().add_option("--film-offset", mFilmOffset);
+        App().add_option("--gauge", mGauge);
     }
 
     Tool_Outcome Run(std::istream& iIn) const override
@@ -64,9 +68,10 @@ public:
             throw Tool_UsageError("--to " + Tool_Quoted(mTo) + ", expected some of " + Tool_UnitNames() +
                                   ", separated by commas");
         const Tool_AskedSettings asked = mSettings.Asked();
+        const Time_EFilmGauge gauge = Film();
         const std::shared_ptr<const Tool_Song> song = Song(asked, iIn);
-        return {{}, {}, {}, [song, from, to, &iIn](std::ostream& oOut) {
-                    Tool_ConvertStream(*song, iIn, cInputName, from, to, oOut);
+        return {{}, {}, {}, [song, from, to, gauge, &iIn](std::ostream& oOut) {
+                    Tool_ConvertStream(*song, iIn, cInputName, from, to, oOut, gauge);
                 }};
     }
 
@@ -79,9 +84,32 @@ private:
         return Tool_Song::Load(Input(iIn), iAsked);
     }
 
+    // Rate and offset become the process's.
+    Time_EFilmGauge Film() const
+    {
+        double rate = cDefaultFilmRate;
+        Cmn_Int32 offset = 0;
+        if (App().count("--film-rate") > 0 && (!Tool_ParseNumber(mFilmRate, rate) || rate < 1 || rate > 1000))
+            throw Tool_UsageError("--film-rate " + Tool_Quoted(mFilmRate) +
+                                  ", expected 1 to 1000 frames a second");
+        if (App().count("--film-offset") > 0 && !Tool_ParseInteger(mFilmOffset, offset))
+            throw Tool_UsageError("--film-offset " + Tool_Quoted(mFilmOffset) +
+                                  ", expected a whole number of frames");
+        if (App().count("--gauge") > 0 && mGauge != "35" && mGauge != "16")
+            throw Tool_UsageError("--gauge " + Tool_Quoted(mGauge) + ", expected 35 or 16");
+        Time_FeetFrame::SetFilmRate(rate);
+        Time_FeetFrame::SetFrameOffset(offset);
+        return mGauge == "16" ? Time_eFilmGauge_16mm : Time_eFilmGauge_35mm;
+    }
+
+    static constexpr double cDefaultFilmRate = 24;
+
     Tool_SettingsOptions mSettings;
     std::string mFrom;
     std::string mTo;
+    std::string mFilmRate;
+    std::string mFilmOffset;
+    std::string mGauge;
 };
 
 class PlotCommand : public Tool_Subcommand

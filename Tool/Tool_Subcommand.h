@@ -84,5 +84,6 @@ private:
 
 // The groups, each in a file of its own.
 void Tool_AddSongCommands(CLI::App& ioApp, Tool_Subcommands& ioCommands);
+void Tool_AddGridCommands(CLI::App& ioApp, Tool_Subcommands& ioCommands);
 void Tool_AddEditCommand(CLI::App& ioApp, Tool_Subcommands& ioCommands);
 void Tool_AddDocumentCommands(CLI::App& ioApp, Tool_Subcommands& ioCommands);

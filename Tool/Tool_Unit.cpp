@@ -12,8 +12,9 @@ struct Unit
 
 // Indexed by Tool_EUnit.
 constexpr Unit cUnits[] = {
-    {"ticks", Time_eType_Ticks}, {"samples", Time_eType_Samples}, {"frames", Time_eType_Frames},
-    {"bars", Time_eType_Ticks},  {"timecode", Time_eType_Frames}, {"seconds", Time_eType_Samples},
+    {"ticks", Time_eType_Ticks},       {"samples", Time_eType_Samples}, {"frames", Time_eType_Frames},
+    {"bars", Time_eType_Ticks},        {"timecode", Time_eType_Frames}, {"seconds", Time_eType_Samples},
+    {"subframes", Time_eType_Samples}, {"minsec", Time_eType_Samples},  {"feet", Time_eType_Samples},
 };
 
 } // namespace
@@ -52,3 +53,9 @@ bool Tool_ParseUnits(std::string_view iNames, std::vector<Tool_EUnit>& oUnits)
 }
 
 Time_EType Tool_CountedIn(Tool_EUnit iUnit) { return cUnits[iUnit].mCountedIn; }
+
+bool Tool_HasPositionsBefore0(Tool_EUnit iUnit)
+{
+    return iUnit != Tool_eUnit_Frames && iUnit != Tool_eUnit_Timecode && iUnit != Tool_eUnit_Subframes &&
+           iUnit != Tool_eUnit_Feet;
+}

@@ -8,12 +8,15 @@
 #include <vector>
 
 enum Tool_EUnit {
-    Tool_eUnit_Ticks,    // internal ticks, 960000 to a quarter note
-    Tool_eUnit_Samples,  //
-    Tool_eUnit_Frames,   // of the timecode format, from sample 0
-    Tool_eUnit_Bars,     // bar|beat|tick with internal ticks
-    Tool_eUnit_Timecode, // the label of a frame
-    Tool_eUnit_Seconds,  // from sample 0
+    Tool_eUnit_Ticks,     // internal ticks, 960000 to a quarter note
+    Tool_eUnit_Samples,   //
+    Tool_eUnit_Frames,    // of the timecode format, from sample 0
+    Tool_eUnit_Bars,      // bar|beat|tick with internal ticks
+    Tool_eUnit_Timecode,  // the label of a frame
+    Tool_eUnit_Seconds,   // from sample 0
+    Tool_eUnit_Subframes, // the label with hundredths of a frame
+    Tool_eUnit_MinSec,    // minutes:seconds.milliseconds from sample 0
+    Tool_eUnit_Feet,      // feet+frames of film
 };
 
 // "ticks", "samples", …
@@ -27,3 +30,5 @@ bool Tool_ParseUnits(std::string_view iNames, std::vector<Tool_EUnit>& oUnits);
 
 // The library's unit in which a position of this unit is counted.
 Time_EType Tool_CountedIn(Tool_EUnit iUnit);
+// Whether the unit has positions before sample 0.
+bool Tool_HasPositionsBefore0(Tool_EUnit iUnit);

@@ -44,6 +44,15 @@ expect_same("${WORK}/plot.svg" "${PICTURES}/first-light.svg")
 run_kora(0 nothing out err plot first-light.mid -o "图.svg")
 expect_same("${WORK}/图.svg" "${PICTURES}/first-light.svg")
 
+# The lines of a grid, and their sound, which is the same file on both platforms.
+run_kora(0 nothing grid err grid first-light.mid --by 1/8t --from "2|1" --to "2|2" ${settings})
+expect_text(grid "2|1|0\t137143\tbar\n2|1|320000\t148571\tsub\n2|1|640000\t160000\tsub\n")
+run_kora(0 nothing out err click first-light.mid -o "拍.wav" --from "4|1" --to "6|1" ${settings})
+file(SHA256 "${WORK}/拍.wav" sum)
+if(NOT sum STREQUAL "04c9670a05d5f5cdd86d1038d19be057602eeaf9232d486867bd8475e32e913e")
+  message(FATAL_ERROR "the clicks have the sum ${sum}")
+endif()
+
 # Documents: an unmasked one has the same bytes on both platforms, and a masked one shows the same song.
 run_kora(0 nothing saved err save first-light.mid first-light.kora ${settings})
 expect_text(saved "first-light.kora: 4 streams, 1583 bytes, not scrambled\n")
