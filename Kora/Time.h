@@ -9,6 +9,8 @@
 #include "Kora/Time/Convert/Time_Converter.h"
 #include "Kora/Time/Convert/Time_Format.h"
 #include "Kora/Time/Convert/Time_LoopMapper.h"
+#include "Kora/Time/Convert/Time_PixelMapper.h"
+#include "Kora/Time/Convert/Time_Ruler.h"
 #include "Kora/Time/Edit/Time_SongEdit.h"
 #include "Kora/Time/Edit/Time_TickPieces.h"
 #include "Kora/Time/Formats/Time_BarBeatTick.h"

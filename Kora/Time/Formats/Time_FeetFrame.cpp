@@ -64,14 +64,24 @@ Cmn_Int64 Time_FeetFrame::GetFramesOfDay()
 
 Time_FeetFrame Time_FeetFrame::FromSample(Time_Sample iSample, Time_EFilmGauge iGauge)
 {
+    return Time_FeetFrame(InDay(CountAtSample(iSample)), iGauge);
+}
+
+Cmn_Int64 Time_FeetFrame::CountAtSample(Time_Sample iSample)
+{
     const auto samples = static_cast<double>(iSample.AsInt64());
     const Cmn_Int64 frames = Cmn_RoundHalfUp(samples * sFilmRate / Time_Globals::GetPullSampleRate());
-    return Time_FeetFrame(InDay(Cmn_WrapAdd(frames, sFrameOffset)), iGauge);
+    return Cmn_WrapAdd(frames, sFrameOffset);
 }
 
 Time_Sample Time_FeetFrame::ToSample() const
 {
-    const auto frames = static_cast<double>(InDay(Cmn_WrapSub(mFrames, sFrameOffset)));
+    return SampleOfCount(Cmn_WrapAdd(InDay(Cmn_WrapSub(mFrames, sFrameOffset)), sFrameOffset));
+}
+
+Time_Sample Time_FeetFrame::SampleOfCount(Cmn_Int64 iFrames)
+{
+    const auto frames = static_cast<double>(Cmn_WrapSub(iFrames, sFrameOffset));
     return Time_Sample(Cmn_RoundHalfUp(frames * Time_Globals::GetPullSampleRate() / sFilmRate));
 }
 

@@ -54,6 +54,10 @@ public:
     // The sample nearest to the frame's start, on the first day: the frames behind the offset come first.
     Time_Sample ToSample() const;
 
+    // The same counted through, without starting again: frames of any number of days, before the first below 0.
+    [[nodiscard]] static Cmn_Int64 CountAtSample(Time_Sample iSample);
+    static Time_Sample SampleOfCount(Cmn_Int64 iFrames);
+
     [[nodiscard]] std::string ToString() const;
     // The same into the caller's cTextBytes, closed by a zero; allocates nothing. Returns the
     // characters before the zero.

@@ -49,7 +49,7 @@ Time_Sample Time_SampleGrid::GetSample(Cmn_Int64 iCount) const
                                   Cmn_Int64{Time_Globals::GetFrameOffset(mFormat)},
                               RealRate(mFormat));
     case eFilmFrames:
-        return SampleOfFrames(iCount - Time_FeetFrame::GetFrameOffset(), Time_FeetFrame::GetFilmRate());
+        return Time_FeetFrame::SampleOfCount(iCount);
     }
     return Time_Sample(iCount);
 }
@@ -82,7 +82,7 @@ Cmn_Int64 Time_SampleGrid::NearCount(Time_Sample iSample) const
                                                Cmn_Int64{Time_Globals::GetFrameOffset(mFormat)},
                                            mFormat);
     case eFilmFrames:
-        return FramesOfSample(iSample, Time_FeetFrame::GetFilmRate()) + Time_FeetFrame::GetFrameOffset();
+        return Time_FeetFrame::CountAtSample(iSample);
     }
     return iSample.AsInt64();
 }
