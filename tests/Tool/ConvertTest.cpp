@@ -74,7 +74,6 @@ TEST_F(ConvertTest, SaysWhichLineIsBad)
 {
     const std::string bars = "expected bar|beat|tick, such as 12|3|480000";
     const std::string whole = "expected a whole number";
-    const std::string label = "expected a label hh:mm:ss:ff of 30 fps";
     const std::string fromZero = "expected sample 0 to 34359738367";
     const std::string anywhere = "expected sample -34359738367 to 34359738367";
     const struct
@@ -86,17 +85,8 @@ TEST_F(ConvertTest, SaysWhichLineIsBad)
         // outside the time line where samples are expected
         std::string mShown;
         std::string mExpected;
-        std::string mReason = {};
     } cRows[] = {
         {"1|1|0\n1|\n", Tool_eUnit_Bars, Tool_eUnit_Ticks, 2, "1|", bars},
-        {"1|0|0\n", Tool_eUnit_Bars, Tool_eUnit_Ticks, 1, "1|0|0", bars, "beats count from 1"},
-        {"1|1|-1\n", Tool_eUnit_Bars, Tool_eUnit_Ticks, 1, "1|1|-1", bars, "ticks count from 0"},
-        {"1|5\n", Tool_eUnit_Bars, Tool_eUnit_Ticks, 1, "1|5", bars, "the bar has fewer beats"},
-        {"2|3|14001\n", Tool_eUnit_Bars, Tool_eUnit_Ticks, 1, "2|3|14001", bars, "the beat has fewer ticks"},
-        {"1:75\n", Tool_eUnit_MinSec, Tool_eUnit_Ticks, 1, "1:75",
-         "expected minutes:seconds, such as 3:25.040", "seconds after minutes run from 0 to 59"},
-        {"0+16\n", Tool_eUnit_Feet, Tool_eUnit_Ticks, 1, "0+16", "expected feet+frames, such as 90+12",
-         "a foot of this film has frames 0 to 15"},
         {"-0:00.001\n", Tool_eUnit_MinSec, Tool_eUnit_Feet, 1, "-0:00.001", fromZero},
         {"-0:00.001\n", Tool_eUnit_MinSec, Tool_eUnit_Subframes, 1, "-0:00.001", fromZero},
         {"1|1|0|0\n", Tool_eUnit_Bars, Tool_eUnit_Ticks, 1, "1|1|0|0", bars},
@@ -104,8 +94,6 @@ TEST_F(ConvertTest, SaysWhichLineIsBad)
         {"1.5\n", Tool_eUnit_Ticks, Tool_eUnit_Ticks, 1, "1.5", whole},
         {"9223372036854775808", Tool_eUnit_Ticks, Tool_eUnit_Ticks, 1, "9223372036854775808", whole},
         {"\x01\xFF", Tool_eUnit_Frames, Tool_eUnit_Ticks, 1, "\\x01\\xff", whole},
-        {"00:00:00:30", Tool_eUnit_Timecode, Tool_eUnit_Ticks, 1, "00:00:00:30", label,
-         "a second has fewer frames"},
         {"1,5", Tool_eUnit_Seconds, Tool_eUnit_Ticks, 1, "1,5", "expected decimal seconds, such as 12.5"},
         {"0\n34359738368\n", Tool_eUnit_Samples, Tool_eUnit_Samples, 2, "34359738368", anywhere},
         {"-34359738368\n", Tool_eUnit_Samples, Tool_eUnit_Samples, 1, "-34359738368", anywhere},
@@ -128,13 +116,33 @@ TEST_F(ConvertTest, SaysWhichLineIsBad)
             : row.mExpected == fromZero                  ? "lies before sample 0, the first that has a frame"
                                                          : "lies before the time line's beginning";
         const bool isOutside = row.mExpected == fromZero || row.mExpected == anywhere;
-        const std::string notOne = "is not a position in " + std::string(Tool_UnitName(row.mFrom)) +
-                                   (row.mReason.empty() ? "" : " (" + row.mReason + ")");
+        const std::string notOne = "is not a position in " + std::string(Tool_UnitName(row.mFrom));
         const std::string start = "stdin: line " + std::to_string(row.mLine) + ": \"" + row.mShown + "\" ";
         EXPECT_EQ(Complaint([&] { Convert(row.mInput, row.mFrom, {row.mTo}); }),
                   start + (isOutside ? where : notOne) + ", " + row.mExpected);
     }
     EXPECT_EQ(Convert("34359738367\n", Tool_eUnit_Samples, {Tool_eUnit_Samples}), "34359738367\n");
+}
+
+TEST_F(ConvertTest, SaysWhyThereIsNoSuchLabel)
+{
+    const std::string bars = "bar|beat|tick, such as 12|3|480000";
+    const std::tuple<const char*, Tool_EUnit, const char*, std::string> rows[] = {
+        {"1|0|0", Tool_eUnit_Bars, "beats count from 1", bars},
+        {"1|1|-1", Tool_eUnit_Bars, "ticks count from 0", bars},
+        {"1|5", Tool_eUnit_Bars, "the bar has fewer beats", bars},
+        {"2|3|14001", Tool_eUnit_Bars, "the beat has fewer ticks", bars},
+        {"00:00:00:30", Tool_eUnit_Timecode, "a second has fewer frames", "a label hh:mm:ss:ff of 30 fps"},
+        {"00:60:00:00.50", Tool_eUnit_Subframes, "minutes run from 0 to 59",
+         "a label hh:mm:ss:ff.ss of 30 fps"},
+        {"1:75", Tool_eUnit_MinSec, "seconds after minutes run from 0 to 59",
+         "minutes:seconds, such as 3:25.040"},
+        {"0+16", Tool_eUnit_Feet, "a foot of this film has frames 0 to 15", "feet+frames, such as 90+12"},
+    };
+    for (const auto& [text, unit, reason, form] : rows)
+        EXPECT_EQ(Complaint([&] { Convert(text, unit, {Tool_eUnit_Ticks}); }),
+                  std::string("stdin: line 1: \"") + text + "\" is not a position in " +
+                      std::string(Tool_UnitName(unit)) + " (" + reason + "), expected " + form);
 }
 
 TEST_F(ConvertTest, FilmHasItsOwnRateOffsetAndGauge)
