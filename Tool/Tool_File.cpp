@@ -38,6 +38,15 @@ std::string Tool_BaseName(const std::string& iName)
     return {name.begin(), name.end()};
 }
 
+bool Tool_EndsIn(std::string_view iName, std::string_view iEnding)
+{
+    const auto isSame = [](char a, char b) { return (a >= 'A' && a <= 'Z' ? a - 'A' + 'a' : a) == b; };
+    return iName.size() >= iEnding.size() &&
+           std::equal(iEnding.begin(), iEnding.end(),
+                      iName.end() - static_cast<std::ptrdiff_t>(iEnding.size()),
+                      [&](char e, char n) { return isSame(n, e); });
+}
+
 bool Tool_IsOther(const std::string& iName)
 {
     std::error_code error;

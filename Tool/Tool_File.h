@@ -5,6 +5,7 @@
 #include <functional>
 #include <iosfwd>
 #include <string>
+#include <string_view>
 
 // A path of a std::string would be read in the system's own code page on Windows.
 std::filesystem::path Tool_PathOf(const std::string& iName);
@@ -14,6 +15,8 @@ std::string Tool_ReadUpTo(std::istream& ioStream, std::size_t iLimit);
 
 // The last part of a name: "first light.mid" of "songs/first light.mid".
 std::string Tool_BaseName(const std::string& iName);
+// Whether a name has an ending, whatever its case: "A.PNG" ends in ".png".
+bool Tool_EndsIn(std::string_view iName, std::string_view iEnding);
 // Whether both names lead to one file that is there.
 bool Tool_IsSameFile(const std::string& iA, const std::string& iB);
 

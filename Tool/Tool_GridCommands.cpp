@@ -1,9 +1,8 @@
 // The subcommands that follow a song's beats: grid, click.
 #include "Tool/Tool_Click.h"
-#include "Tool/Tool_EditText.h"
 #include "Tool/Tool_File.h"
 #include "Tool/Tool_Help.h"
-#include "Tool/Tool_InputError.h"
+#include "Tool/Tool_RangeOptions.h"
 #include "Tool/Tool_Subcommand.h"
 #include "Tool/Tool_Text.h"
 
@@ -11,47 +10,6 @@
 #include <ostream>
 
 namespace {
-
-// A part of a song: the options --from and --to.
-class RangeOptions
-{
-public:
-    explicit RangeOptions(CLI::App& ioApp)
-        : mApp(ioApp)
-    {
-        ioApp.add_option("--from", mFrom);
-        ioApp.add_option("--to", mTo);
-    }
-    // The song's start and end where they are not given. Throws Tool_UsageError for what is no position,
-    // Tool_InputError for an empty range and for places that a song cannot have.
-    std::pair<Time_Tick, Time_Tick> Range(const Tool_Song& iSong, const std::string& iName) const
-    {
-        const Time_Tick from = Position("--from", mFrom, iSong, iName, iSong.GetStartTick());
-        const Time_Tick to = Position("--to", mTo, iSong, iName, iSong.GetEndTick());
-        if (from < to) return {from, to};
-        const Tool_EditText text(iSong);
-        throw Tool_InputError::InFile(iName, "the range from " + text.BarText(from) + " to " +
-                                                 text.BarText(to) + " is empty, expected --to behind --from");
-    }
-
-private:
-    Time_Tick Position(const char* iOption, const std::string& iText, const Tool_Song& iSong,
-                       const std::string& iName, Time_Tick iDefault) const
-    {
-        if (mApp.count(iOption) == 0) return iDefault;
-        try {
-            return Tool_EditText(iSong).Position(iText);
-        } catch (const Tool_UsageError& error) {
-            throw Tool_UsageError(std::string(iOption) + ' ' + error.what());
-        } catch (const Tool_EditRefusal& refusal) {
-            throw Tool_InputError::InFile(iName, std::string(iOption) + ' ' + refusal.what());
-        }
-    }
-
-    const CLI::App& mApp;
-    std::string mFrom;
-    std::string mTo;
-};
 
 const char* KindText(Time_GridLine::EKind iKind)
 {
@@ -104,7 +62,7 @@ public:
         const Tool_AskedSettings asked = mSettings.Asked();
         const Tool_Input input = Input(iIn);
         const std::shared_ptr<const Tool_Song> song = Tool_Song::Load(input, asked);
-        const auto [from, to] = mRange.Range(*song, input.Name());
+        const auto [from, to] = mRange.Get(*song, input.Name());
         return {{}, {}, {}, [song, from, to, division](std::ostream& oOut) {
                     WriteGrid(*song, from, to, division, oOut);
                 }};
@@ -112,7 +70,7 @@ public:
 
 private:
     Tool_SettingsOptions mSettings;
-    RangeOptions mRange;
+    Tool_RangeOptions mRange;
     std::string mBy;
 };
 
@@ -132,7 +90,7 @@ public:
         const Tool_AskedSettings asked = mSettings.Asked();
         const Tool_Input input = Input(iIn);
         const std::shared_ptr<const Tool_Song> song = Tool_Song::Load(input, asked);
-        const auto [from, to] = mRange.Range(*song, input.Name());
+        const auto [from, to] = mRange.Get(*song, input.Name());
         const Tool_Click click(*song, from, to, input.Name());
         if (App().count("-o") == 0 || mOutput == Tool_cStandardOutput)
             return {{}, {}, {}, [song, click](std::ostream& oOut) {
@@ -149,7 +107,7 @@ public:
 
 private:
     Tool_SettingsOptions mSettings;
-    RangeOptions mRange;
+    Tool_RangeOptions mRange;
     std::string mOutput;
 };
 

@@ -5,7 +5,7 @@ inline constexpr char Tool_cHelp[] =
     R"(kora shows what the Kora library knows about a song, and keeps songs in documents.
 
 Usage: kora song FILE [--rate HZ] [--timecode NAME] [--json]
-       kora plot FILE [-o OUT.svg] [--rate HZ] [--timecode NAME]
+       kora plot FILE [-o OUT.svg] [--from POS] [--to POS] [--width PX] [--height PX]
        kora convert FILE --from UNIT --to UNIT[,UNIT...] [--rate HZ] [--timecode NAME]
        kora grid FILE [--from POS] [--to POS] [--by DIVISION]
        kora click FILE [-o OUT.wav] [--from POS] [--to POS]
@@ -234,17 +234,25 @@ are written as for "kora edit".
 )";
 
 inline constexpr char Tool_cPlotHelp[] =
-    R"(Draws a song: its tempo over time, and its meter and key changes, over bars and seconds.
+    R"(Draws a song: its tempo over time, its meter and key changes and its locks, over rulers.
 
-Usage: kora plot FILE [-o OUT.svg] [--rate HZ] [--timecode NAME]
+Usage: kora plot FILE [-o OUT.svg] [--from POS] [--to POS] [--width PX] [--height PX]
+                 [--rate HZ] [--timecode NAME]
 
   FILE              the song, as for "kora song"
   -o, --output OUT  write the picture there instead of printing it; a file of that name is
-                    replaced once the picture is complete; "-" prints it
+                    replaced once the picture is complete; "-" prints it; a name that ends in .png
+                    is a PNG picture where the program rsvg-convert is there to make it (Linux)
+  --from POS        where the picture begins and ends, in positions as for "kora edit" (default:
+  --to POS          the whole song)
+  --width PX        320 to 16000 pixels (default: 960); a narrow picture shows fewer labels, in
+                    letters as large
+  --height PX       300 to 16000 pixels (default: 432)
   --rate HZ         sample rate, as for "kora song"
   --timecode NAME   timecode format, as for "kora song"
 
-The picture is SVG that needs nothing else and follows a viewer's light or dark scheme. The tempo
+The picture is SVG that needs nothing else and follows a viewer's light or dark scheme. Its rulers
+count bars and beats, timecode and minutes:seconds; time is as wide everywhere. The tempo
 is in quarter notes a minute, whatever the beat is. A change that cuts a bar short is marked in
 orange. A label names what holds from there on to the next label; changes too close together for
 labels of their own are counted ("60 meters") or, where there is no room for that, shown as "…".

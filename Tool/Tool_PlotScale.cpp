@@ -7,9 +7,6 @@
 
 namespace {
 
-constexpr Cmn_Int64 cSecond = 1000000;
-constexpr Cmn_Int64 cHour = 3600 * cSecond;
-
 // 1, 2, 5, 10, 20, 50 …
 Cmn_Int64 NextRound(Cmn_Int64 iStep)
 {
@@ -17,16 +14,6 @@ Cmn_Int64 NextRound(Cmn_Int64 iStep)
     while (leading >= 10)
         leading /= 10;
     return leading == 2 ? iStep / 2 * 5 : iStep * 2;
-}
-
-// Round below a second; above, what divides a minute, an hour, a day.
-Cmn_Int64 NextTimeStep(Cmn_Int64 iStep)
-{
-    constexpr Cmn_Int64 cSteps[] = {1,   2,   5,    10,   15,   30,    60,    120,  300,
-                                    600, 900, 1800, 3600, 7200, 21600, 43200, 86400};
-    if (iStep < cSecond) return NextRound(iStep);
-    const auto next = std::upper_bound(std::begin(cSteps), std::end(cSteps), iStep / cSecond);
-    return next == std::end(cSteps) ? iStep * 2 : *next * cSecond;
 }
 
 // A fraction of iDigits digits as ".25", without the zeros at its end; nothing for 0.
@@ -39,16 +26,6 @@ std::string FractionText(Cmn_Int64 iFraction, int iDigits)
 }
 
 } // namespace
-
-Tool_PlotScale Tool_PlotScale::OfTime(Cmn_Int64 iMicroseconds, Cmn_Int64 iStart, Cmn_Int64 iEnd)
-{
-    constexpr Cmn_Int64 cMostLabels = 12;
-    const Cmn_Int64 end = iMicroseconds > 0 ? iMicroseconds : cSecond;
-    Cmn_Int64 step = 1;
-    while (end / step >= cMostLabels)
-        step = NextTimeStep(step);
-    return {0, end, iStart, iEnd, step};
-}
 
 Tool_PlotScale Tool_PlotScale::OfTempo(Cmn_Int64 iMin, Cmn_Int64 iMax, Cmn_Int64 iStart, Cmn_Int64 iEnd)
 {
@@ -64,23 +41,6 @@ Cmn_Int64 Tool_PlotScale::PlaceOf(Cmn_Int64 iValue) const
 {
     const Cmn_Int64 range = mTo - mFrom;
     return mStart + Cmn_FloorDiv(2 * (iValue - mFrom) * (mEnd - mStart) + range, 2 * range);
-}
-
-std::string Tool_ClockText(Cmn_Int64 iMicroseconds, Cmn_Int64 iStep)
-{
-    const Cmn_Int64 seconds = iMicroseconds / cSecond;
-    std::string text;
-    if (iMicroseconds >= cHour) {
-        Tool_AppendInteger(seconds / 3600, text);
-        text += ':';
-    }
-    Tool_AppendPadded(seconds / 60 % 60, iMicroseconds >= cHour ? 2 : 1, text);
-    text += ':';
-    Tool_AppendPadded(seconds % 60, 2, text);
-    const std::size_t decimals = FractionText(iStep % cSecond, 6).size();
-    std::string fraction;
-    Tool_AppendPadded(iMicroseconds % cSecond, 6, fraction);
-    return text + ('.' + fraction).substr(0, decimals);
 }
 
 std::string Tool_TempoText(Cmn_Int64 iThousandths)

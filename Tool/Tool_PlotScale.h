@@ -8,7 +8,7 @@
 class Tool_PlotScale
 {
 public:
-    // iFrom is drawn at iStart and iTo, which is greater, at iEnd. Values at most 2^46, places at most 2^15.
+    // iFrom is drawn at iStart and iTo, which is greater, at iEnd. The product of the two distances is below 2^61.
     constexpr Tool_PlotScale(Cmn_Int64 iFrom, Cmn_Int64 iTo, Cmn_Int64 iStart, Cmn_Int64 iEnd,
                              Cmn_Int64 iStep)
         : mFrom(iFrom)
@@ -18,9 +18,6 @@ public:
         , mStep(iStep)
     {
     }
-    // From 0 on, in microseconds, with at most 12 labels at times that a clock shows whole; a
-    // second of nothing for 0.
-    static Tool_PlotScale OfTime(Cmn_Int64 iMicroseconds, Cmn_Int64 iStart, Cmn_Int64 iEnd);
     // In thousandths of a beat a minute, with at most 6 steps of 1, 2 or 5 and zeros;
     // some room on either side.
     static Tool_PlotScale OfTempo(Cmn_Int64 iMin, Cmn_Int64 iMax, Cmn_Int64 iStart, Cmn_Int64 iEnd);
@@ -40,7 +37,5 @@ private:
     Cmn_Int64 mStep;
 };
 
-// "0:05", "1:02:00", and as many decimals as iStep has: "0:01.00" by steps of 0.25 s.
-std::string Tool_ClockText(Cmn_Int64 iMicroseconds, Cmn_Int64 iStep);
 // "120", "83.5": at most three decimals.
 std::string Tool_TempoText(Cmn_Int64 iThousandths);

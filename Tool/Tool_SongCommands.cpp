@@ -6,6 +6,8 @@
 #include "Tool/Tool_Help.h"
 #include "Tool/Tool_InputError.h"
 #include "Tool/Tool_Plot.h"
+#include "Tool/Tool_Png.h"
+#include "Tool/Tool_RangeOptions.h"
 #include "Tool/Tool_SongReport.h"
 #include "Tool/Tool_StandardInput.h"
 #include "Tool/Tool_Subcommand.h"
@@ -118,8 +120,11 @@ public:
     explicit PlotCommand(CLI::App& ioApp)
         : Tool_Subcommand(ioApp, "plot", Tool_cPlotHelp)
         , mSettings(App())
+        , mRange(App())
     {
         App().add_option("-o,--output", mOutput);
+        App().add_option("--width", mWidth);
+        App().add_option("--height", mHeight);
     }
 
     Tool_Outcome Run(std::istream& iIn) const override
@@ -127,17 +132,37 @@ public:
         const Tool_AskedSettings asked = mSettings.Asked();
         const Tool_Input input = Input(iIn);
         const auto song = Tool_Song::Load(input, asked);
-        std::string svg = Tool_Plot(*song, Tool_BaseName(input.Name()));
+        std::string svg = Tool_Plot(*song, Tool_BaseName(input.Name()), Options(*song, input.Name()));
         if (App().count("-o") == 0 || mOutput == Tool_cStandardOutput) return {std::move(svg), {}, {}};
         if (input.IsSameFile(mOutput))
             throw Tool_UsageError("the picture would take the place of " + Tool_Quoted(mOutput));
-        Tool_WriteFile(mOutput, svg);
+        Tool_WriteFile(mOutput, Tool_EndsIn(mOutput, ".png") ? Tool_PngOf(svg, mOutput) : svg);
         return {};
     }
 
 private:
+    Tool_PlotOptions Options(const Tool_Song& iSong, const std::string& iName) const
+    {
+        Tool_PlotOptions options{mRange.From(iSong, iName), mRange.To(iSong, iName)};
+        if (options.mFrom || options.mTo) static_cast<void>(mRange.Get(iSong, iName));
+        Size("--width", mWidth, Tool_PlotOptions::cLeastWidth, options.mWidth);
+        Size("--height", mHeight, Tool_PlotOptions::cLeastHeight, options.mHeight);
+        return options;
+    }
+    void Size(const char* iOption, const std::string& iText, Cmn_Int64 iLeast, Cmn_Int64& ioSize) const
+    {
+        constexpr Cmn_Int64 most = Tool_PlotOptions::cMost;
+        if (App().count(iOption) == 0) return;
+        if (!Tool_ParseInteger(iText, ioSize) || ioSize < iLeast || ioSize > most)
+            throw Tool_UsageError(iOption + (' ' + Tool_Quoted(iText)) + ", expected " +
+                                  std::to_string(iLeast) + " to " + std::to_string(most) + " pixels");
+    }
+
     Tool_SettingsOptions mSettings;
+    Tool_RangeOptions mRange;
     std::string mOutput;
+    std::string mWidth;
+    std::string mHeight;
 };
 class ExportCommand : public Tool_Subcommand
 {

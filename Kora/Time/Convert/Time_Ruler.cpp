@@ -39,7 +39,8 @@ Steps DecimalSteps(Cmn_Int64 iFirst, Cmn_Int64 iLast)
 // Seconds, minutes, hours and days of a unit that has so many counts a second.
 void AppendClock(Cmn_Int64 iSecond, Steps& ioSteps)
 {
-    AppendMultiples(iSecond, {1, 5, 10, 30, 60, 300, 600, 1800, 3600, 21600, 86400, 864000}, ioSteps);
+    AppendMultiples(iSecond, {1, 5, 10, 30, 60, 300, 600, 1800}, ioSteps);
+    AppendMultiples(3600 * iSecond, {1, 3, 6, 12, 24, 48, 240}, ioSteps);
 }
 
 Steps MillisecondSteps()
