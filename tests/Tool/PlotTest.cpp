@@ -1,3 +1,4 @@
+#include "Kora/Time/Tempo/Time_TempoEdit.h"
 #include "Tool/Tool_Plot.h"
 #include "Tool/Tool_PlotLabels.h"
 #include "Tool/Tool_PlotScale.h"
@@ -221,6 +222,19 @@ TEST_F(PlotTest, LabelsSayWhatIsInForceAtTheirPlace)
         EXPECT_EQ(meters, inRange(rows.mMeters) + (options.mFrom ? 1 : 0));
         EXPECT_EQ(keys, inRange(rows.mKeys) + (options.mFrom ? 1 : 0));
     }
+}
+
+TEST_F(PlotTest, LocksHaveALaneWhereThereAreAny)
+{
+    Tool_Song song(Tool_MidiFile::Parse(File(480, {Meter(0, 4, 2) + Text(480 * 32, "end")}), "x.mid"), {});
+    EXPECT_EQ(Tool_Plot(song, "x").find(">lock<"), std::string::npos);
+    const Time_Tick bar3 = song.GetMeterMap().BarBeatToTick({3, 1, Time_TickLength::cZero});
+    ASSERT_TRUE(Time_TempoEdit::LockToSample(song.GetTempoMap(), bar3, Time_Sample(220500)));
+    song.Edited(song.GetEndTick(), "lock");
+    const std::string svg = Tool_Plot(song, "x");
+    EXPECT_NE(svg.find(">lock<"), std::string::npos);
+    EXPECT_NE(svg.find("<title>bar 3|1, 0:05.000: 0:05.000</title>"), std::string::npos);
+    EXPECT_EQ(CollisionsIn(svg), "");
 }
 
 TEST_F(PlotTest, RangesAndSizesAreTakenOrRefused)
