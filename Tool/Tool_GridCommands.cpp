@@ -62,9 +62,9 @@ public:
         const Tool_AskedSettings asked = mSettings.Asked();
         const Tool_Input input = Input(iIn);
         const std::shared_ptr<const Tool_Song> song = Tool_Song::Load(input, asked);
-        const auto [from, to] = mRange.Get(*song, input.Name());
-        return {{}, {}, {}, [song, from, to, division](std::ostream& oOut) {
-                    WriteGrid(*song, from, to, division, oOut);
+        const Tool_RangeOptions::Range range = mRange.Get(*song, input.Name());
+        return {{}, {}, {}, [song, range, division](std::ostream& oOut) {
+                    WriteGrid(*song, range.mFrom, range.mTo, division, oOut);
                 }};
     }
 
@@ -90,8 +90,8 @@ public:
         const Tool_AskedSettings asked = mSettings.Asked();
         const Tool_Input input = Input(iIn);
         const std::shared_ptr<const Tool_Song> song = Tool_Song::Load(input, asked);
-        const auto [from, to] = mRange.Get(*song, input.Name());
-        const Tool_Click click(*song, from, to, input.Name());
+        const Tool_RangeOptions::Range range = mRange.Get(*song, input.Name());
+        const Tool_Click click(*song, range.mFrom, range.mTo, input.Name());
         if (App().count("-o") == 0 || mOutput == Tool_cStandardOutput)
             return {{}, {}, {}, [song, click](std::ostream& oOut) {
                         click.Write([&](const std::string& iBytes) {

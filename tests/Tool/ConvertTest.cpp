@@ -140,7 +140,7 @@ TEST_F(ConvertTest, SaysWhyThereIsNoSuchLabel)
         {"0+16", Tool_eUnit_Feet, "a foot of this film has frames 0 to 15", "feet+frames, such as 90+12"},
     };
     for (const auto& [text, unit, reason, form] : rows)
-        EXPECT_EQ(Complaint([&] { Convert(text, unit, {Tool_eUnit_Ticks}); }),
+        EXPECT_EQ(Complaint([&, text = text, unit = unit] { Convert(text, unit, {Tool_eUnit_Ticks}); }),
                   std::string("stdin: line 1: \"") + text + "\" is not a position in " +
                       std::string(Tool_UnitName(unit)) + " (" + reason + "), expected " + form);
 }

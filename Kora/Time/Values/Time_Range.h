@@ -63,8 +63,8 @@ public:
     [[nodiscard]] constexpr Time_Range Intersection(const Time_Range& iOther) const
     {
         CheckSameType(mStart, iOther.mStart);
-        const Cmn_Int64 from = std::max(From(), iOther.From());
-        return Of(from, std::max(from, std::min(To(), iOther.To())));
+        const Cmn_Int64 from = (std::max)(From(), iOther.From());
+        return Of(from, (std::max)(from, (std::min)(To(), iOther.To())));
     }
     // The shortest range that holds both; where one is empty, the other.
     [[nodiscard]] constexpr Time_Range Hull(const Time_Range& iOther) const
@@ -72,7 +72,7 @@ public:
         CheckSameType(mStart, iOther.mStart);
         if (iOther.IsEmpty()) return *this;
         if (IsEmpty()) return Of(iOther.From(), iOther.To());
-        return Of(std::min(From(), iOther.From()), std::max(To(), iOther.To()));
+        return Of((std::min)(From(), iOther.From()), (std::max)(To(), iOther.To()));
     }
     // What is left without the other: before it and behind it, each of which may be empty.
     [[nodiscard]] constexpr std::array<Time_Range, 2> Difference(const Time_Range& iOther) const
@@ -215,7 +215,7 @@ public:
         const auto step = static_cast<Cmn_UInt64>(mStep);
         const Cmn_UInt64 count = length / step + (length % step != 0 ? 1 : 0);
         constexpr auto most = static_cast<Cmn_UInt64>((std::numeric_limits<Cmn_Int64>::max)());
-        mCount = static_cast<Cmn_Int64>(std::min(count, most));
+        mCount = static_cast<Cmn_Int64>((std::min)(count, most));
     }
 
     constexpr Iterator begin() const { return Iterator(mStart, mStep, 0); }
