@@ -5,6 +5,7 @@
 
 #include "Bastel/Cmn/Cmn_Types.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cstddef>
@@ -29,18 +30,18 @@ inline char* Time_WriteTwoDigits(char* oText, Cmn_UInt32 iNumber)
 // As many digits as the number has; returns where they end.
 inline char* Time_WriteNumber(char* oText, Cmn_UInt64 iNumber)
 {
-    constexpr std::size_t cMostDigits = 20;
-    char digits[cMostDigits];
-    char* at = digits + cMostDigits;
+    std::size_t count = 1;
+    for (Cmn_UInt64 left = iNumber; left >= 10; left /= 100)
+        count += left >= 100 ? 2 : 1;
+    char* const end = oText + count;
+    char* at = end;
     for (; iNumber >= 100; iNumber /= 100)
         Time_WriteTwoDigits(at -= 2, static_cast<Cmn_UInt32>(iNumber % 100));
     if (iNumber >= 10)
-        Time_WriteTwoDigits(at -= 2, static_cast<Cmn_UInt32>(iNumber));
+        Time_WriteTwoDigits(at - 2, static_cast<Cmn_UInt32>(iNumber));
     else
-        *--at = static_cast<char>('0' + iNumber);
-    while (at != digits + cMostDigits)
-        *oText++ = *at++;
-    return oText;
+        *(at - 1) = static_cast<char>('0' + iNumber);
+    return end;
 }
 
 // The same with a "-" in front of what is below 0.
@@ -78,11 +79,10 @@ public:
     // Digits, as many as there are; their count. The number is 0 without one.
     std::size_t TakeNumber(Cmn_Int64& oNumber)
     {
-        std::size_t count = 0;
-        oNumber = 0;
-        for (; count < mRest.size() && mRest[count] >= '0' && mRest[count] <= '9'; ++count) {
-            oNumber = oNumber * 10 + (mRest[count] - '0');
-            if (oNumber > cTooMuch) oNumber = cTooMuch;
+        std::size_t count = CountSafeDigits(oNumber);
+        if (count == cSafeDigits) {
+            for (; count < mRest.size() && IsDigit(mRest[count]); ++count)
+                oNumber = (std::min)(oNumber * 10 + (mRest[count] - '0'), cTooMuch);
         }
         mRest.remove_prefix(count);
         return count;
@@ -91,6 +91,13 @@ public:
     // A whole number of 64 bits with a sign or none, between blanks or none.
     EInteger TakeInteger(Cmn_Int64& oNumber)
     {
+        // Most texts are plain digits.
+        if (const std::size_t count = CountSafeDigits(oNumber);
+            count != 0 && count < cSafeDigits && (count == mRest.size() || mRest[count] > '9'))
+        {
+            mRest.remove_prefix(count);
+            return eInteger_Taken;
+        }
         TakeBlanks();
         if (mRest.size() > 1 && mRest[0] == '+' && mRest[1] != '-') mRest.remove_prefix(1);
         const auto [end, error] = std::from_chars(mRest.data(), mRest.data() + mRest.size(), oNumber);
@@ -107,5 +114,20 @@ public:
     }
 
 private:
+    static constexpr std::size_t cSafeDigits = 15; // of a number below cTooMuch
+
+    static bool IsDigit(char iCharacter) { return iCharacter >= '0' && iCharacter <= '9'; }
+
+    // Digits at the front, 15 at most, and the number that they are.
+    std::size_t CountSafeDigits(Cmn_Int64& oNumber) const
+    {
+        const std::size_t most = (std::min)(mRest.size(), cSafeDigits);
+        std::size_t count = 0;
+        oNumber = 0;
+        for (; count < most && IsDigit(mRest[count]); ++count)
+            oNumber = oNumber * 10 + (mRest[count] - '0');
+        return count;
+    }
+
     std::string_view mRest;
 };
