@@ -61,6 +61,12 @@ public:
     // Null when the queue is empty, which costs one load.
     PSAtomicQueueLink* Drain() KORA_NONBLOCKING;
 
+    // The same, not yet turned round: the newest link first.
+    PSAtomicQueueLink* DrainNewestFirst() KORA_NONBLOCKING
+    {
+        return IsEmpty() ? nullptr : mHead.exchange(nullptr);
+    }
+
     // What was true at one moment; a push may have come since. A closed queue is empty.
     bool IsEmpty() const KORA_NONBLOCKING
     {
@@ -136,6 +142,5 @@ bool PSBasicAtomicQueue<TAtomic>::PushNewestFirst(PSAtomicQueueLink& ioNewest,
 template <template <class> class TAtomic>
 PSAtomicQueueLink* PSBasicAtomicQueue<TAtomic>::Drain() KORA_NONBLOCKING
 {
-    if (IsEmpty()) return nullptr;
-    return Reverse(mHead.exchange(nullptr));
+    return Reverse(DrainNewestFirst());
 }

@@ -1,8 +1,12 @@
 #include "Kora/Sys/Sys_AtomicPoolCore.h"
 
+#include "OstrelPlatformSupport/PSPrefetch_p.h"
+
 #include <new>
 
 namespace {
+
+constexpr std::size_t cFetchedAhead = 3 * cPSCacheLineBytes; // of each cell of a magazine
 
 constexpr std::align_val_t cBlockAlignment{cPSCacheLineBytes};
 
@@ -27,8 +31,10 @@ Sys_AtomicPoolCore::Sys_AtomicPoolCore(std::span<const Sys_AtomicPoolSize> iSize
             Cmn_ASSERT(size.mCellCount >= 1 && size.mCellCount <= Sys_CellStack::cMaxCellsInBlock);
         if (!ascends || !isInRange || !Cmn_ASSERT(mClassCount < cMaxClasses)) continue;
 
-        const std::size_t lines =
-            (sizeof(Prefix) + size.mCellBytes + cPSCacheLineBytes - 1) / cPSCacheLineBytes;
+        std::size_t lines = (sizeof(Prefix) + size.mCellBytes + cPSCacheLineBytes - 1) / cPSCacheLineBytes;
+        // Odd, so that the first lines of many cells, which are written for each token, spread over all of the
+        // cache's sets; with 8 lines a cell they would crowd an eighth of them.
+        if (lines > 2) lines |= 1;
         mCellBytes[mClassCount] = smaller = size.mCellBytes;
         mClasses[mClassCount] = std::make_unique<Class>(lines * cPSCacheLineBytes, size.mCellCount);
         AddBlock(mClassCount++);
@@ -80,12 +86,42 @@ Cmn_UInt32 Sys_AtomicPoolCore::GrowIfLow()
     return added;
 }
 
+// While the class is scarce, or without a share, one cell at a time, as without a magazine.
+bool Sys_AtomicPoolCore::Magazine::Fill(unsigned iClass)
+{
+    Held& held = mHeld[iClass];
+    if (held.mShare == 0)
+        held.mShare = Class::TakeShare(mPool.mClasses[iClass]->mMagazinesLeft, cMaxMagazine);
+    const std::size_t wanted = mPool.IsScarce(iClass) ? 1 : (std::max)(held.mShare, 1u);
+    held.mCount = static_cast<unsigned>(mPool.Take(iClass, held.mCells, wanted));
+    // Whoever gave the cells back has their lines: without this a producer waits for each of them in turn.
+    const std::size_t bytes = (std::min)(mPool.mClasses[iClass]->mFree.GetStride(), cFetchedAhead);
+    for (unsigned i = held.mCount; i-- > 0;) { // as they are taken
+        const std::byte* const cell = static_cast<const std::byte*>(held.mCells[i]) - sizeof(Prefix);
+        for (std::size_t at = 0; at < bytes; at += cPSCacheLineBytes)
+            PSPrefetchForWrite(cell + at);
+    }
+    return held.mCount > 0;
+}
+
+void Sys_AtomicPoolCore::Magazine::Flush()
+{
+    for (unsigned i = 0; i < mPool.mClassCount; ++i) {
+        Held& held = mHeld[i];
+        while (held.mCount > 0)
+            mPool.Free(held.mCells[--held.mCount]);
+        if (held.mShare > 0) mPool.mClasses[i]->mMagazinesLeft.fetch_add(held.mShare);
+        held.mShare = 0;
+    }
+}
+
 // Called by one thread at a time.
 bool Sys_AtomicPoolCore::AddBlock(unsigned iClass)
 {
     Class& itsClass = *mClasses[iClass];
     const unsigned block = itsClass.mBlockCount;
-    if (block == Sys_CellStack::cMaxBlocks) return false;
+    if (block == Sys_CellStack::cMaxBlocks || !itsClass.mFree.AddLinks(block, itsClass.mBlockCells))
+        return false;
     const std::size_t stride = itsClass.mFree.GetStride();
     std::byte* const memory = static_cast<std::byte*>(mMemory.mTake(itsClass.mBlockCells * stride));
     if (memory == nullptr) return false;
@@ -97,6 +133,7 @@ bool Sys_AtomicPoolCore::AddBlock(unsigned iClass)
     }
     itsClass.mBlockCount = block + 1; // before the cells, so that no more are free than there are
     itsClass.mShareLeft.fetch_add(itsClass.mBlockCells / cShareOfBatches);
+    itsClass.mMagazinesLeft.fetch_add(itsClass.mBlockCells / cShareOfMagazines);
     NoteEnoughCells(iClass);
     itsClass.mFree.AddBlock(block, memory, itsClass.mBlockCells);
     return true;

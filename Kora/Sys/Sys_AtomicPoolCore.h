@@ -2,15 +2,15 @@
 //
 //   block  │ prefix 16 │ cell … │ fill │ prefix 16 │ cell … │ fill │ …      stride: a multiple of 64 bytes
 //
-// Invariants: (1) a cell is on its class's free stack, in one batch, or with one owner  (2) a cell never
-//             moves, and its memory lives as long as the pool  (3) a class has at most 16 blocks, all of as
-//             many cells as the first. (4) all batches together hold fewer than a 64th of a class's cells,
-//             and each what its share allows.
+// Invariants: (1) a cell is on its class's free stack, in one batch or magazine, or with one owner  (2) a cell
+//             never moves, and its memory lives as long as the pool  (3) a class has at most 16 blocks, all of
+//             as many cells as the first. (4) all batches together hold fewer than a 64th of a class's cells, all
+//             magazines fewer than a 32nd, and each what its share allows.
 // Words:      each class's stack has its head on a line of its own (Sys_BasicCellStack), and so has the
-//             number of cells that batches may still hold. mRunningLow and mScarceClasses are hints that are
+//             numbers of cells that batches and magazines may still hold. mRunningLow and mScarceClasses are hints that are
 //             written only when a class comes to have few cells left or has enough again; one that comes late
 //             costs time, never a cell. mGrowing is held by the one thread that adds blocks.
-// Threads:    any, but for construction and destruction. A batch belongs to one thread.
+// Threads:    any, but for construction and destruction. A batch or a magazine belongs to one thread.
 // Real time:  only GrowIfLow allocates, and nothing locks, waits or throws after construction.
 #pragma once
 
@@ -44,6 +44,7 @@ class Sys_AtomicPoolCore
 {
 public:
     class Batch;
+    class Magazine;
 
     // Sizes ascend, and there are 1 to 8 of them; a size that breaks this, or a range above, asserts and is
     // left out. Each class gets its first block at once; without memory for it the class starts with no cell.
@@ -80,7 +81,9 @@ public:
 
 private:
     static constexpr unsigned cMaxClasses = 8;
-    static constexpr unsigned cShareOfBatches = 64; // the part of a class's cells that all batches may hold
+    static constexpr unsigned cShareOfBatches = 64;   // the part of a class's cells that all batches may hold
+    static constexpr unsigned cShareOfMagazines = 32; // and all magazines
+    static constexpr unsigned cMaxMagazine = 8;       // cells of a class that one magazine holds
 
     // Stands before each cell; written before the cell is published, and never again.
     struct alignas(16) Prefix
@@ -100,16 +103,28 @@ private:
             , mFree(iStride)
         {
         }
-        Cmn_UInt32 TakeShare();
+        static Cmn_UInt32 TakeShare(std::atomic<Cmn_UInt32>& ioLeft, Cmn_UInt32 iMost);
         const unsigned mBlockCells;
         const unsigned mFewCells;    // the class runs low with fewer free ones
         const unsigned mScarceCells; // batches hold nothing with fewer free ones
         std::atomic<unsigned> mBlockCount{0};
         Sys_CellStack mFree; // ends with the line that all write
-        // What is left to batches. Written by consumers, about twice for each batch.
+        // What is left to batches, and to magazines. Written by consumers about twice for each batch, by producers
+        // about twice in a thread's life.
         alignas(cPSCacheLineBytes) std::atomic<Cmn_UInt32> mShareLeft{0};
+        std::atomic<Cmn_UInt32> mMagazinesLeft{0};
     };
 
+    // The smallest class whose cells hold so much; mClassCount when none does.
+    unsigned FitOf(std::size_t iBytes) const
+    {
+        unsigned fit = 0;
+        while (fit < mClassCount && mCellBytes[fit] < iBytes)
+            ++fit;
+        return fit;
+    }
+    template <class T>
+    std::size_t Take(unsigned iClass, T** oCells, std::size_t iWanted) KORA_NONBLOCKING;
     // Null, after an assertion, for what is no cell of this pool.
     const Prefix* OwnPrefix(const void* iCell) const
     {
@@ -172,22 +187,60 @@ private:
     Held mHeld[cMaxClasses];
 };
 
+// Cells on their way to one producer.
+class Sys_AtomicPoolCore::Magazine
+{
+public:
+    explicit Magazine(Sys_AtomicPoolCore& ioPool)
+        : mPool(ioPool)
+    {
+    }
+    ~Magazine() { Flush(); }
+    Magazine(const Magazine&) = delete;
+    Magazine& operator=(const Magazine&) = delete;
+
+    void* Allocate(std::size_t iBytes) KORA_NONBLOCKING
+    {
+        const unsigned fit = mPool.FitOf(iBytes);
+        if (fit == mPool.mClassCount) return nullptr;
+        Held& held = mHeld[fit];
+        if (held.mCount == 0 && !Fill(fit)) [[unlikely]]
+            return nullptr;
+        return held.mCells[--held.mCount];
+    }
+    KORA_API void Flush();
+
+private:
+    struct Held
+    {
+        unsigned mCount = 0;
+        unsigned mShare = 0; // taken from the class's
+        void* mCells[cMaxMagazine];
+    };
+    KORA_API bool Fill(unsigned iClass);
+
+    Sys_AtomicPoolCore& mPool;
+    Held mHeld[cMaxClasses];
+};
+
 template <class T>
 std::size_t Sys_AtomicPoolCore::AllocateMany(std::size_t iBytes, T** oCells,
                                              std::size_t iWanted) KORA_NONBLOCKING
 {
-    unsigned fit = 0;
-    while (fit < mClassCount && mCellBytes[fit] < iBytes)
-        ++fit;
-    if (fit == mClassCount || iWanted == 0) return 0;
+    const unsigned fit = FitOf(iBytes);
+    return fit == mClassCount || iWanted == 0 ? 0 : Take(fit, oCells, iWanted);
+}
 
-    Class& fitting = *mClasses[fit];
+template <class T>
+std::size_t Sys_AtomicPoolCore::Take(unsigned iClass, T** oCells, std::size_t iWanted) KORA_NONBLOCKING
+{
+    Class& fitting = *mClasses[iClass];
     Cmn_UInt16 indices[Sys_CellStack::cMaxBatch];
     const unsigned wanted = static_cast<unsigned>(std::min<std::size_t>(iWanted, Sys_CellStack::cMaxBatch));
     unsigned left = 0;
     const unsigned taken = fitting.mFree.Pop(indices, wanted, left);
     if (left < fitting.mFewCells) [[unlikely]]
-        NoteFewCells(fit, left);
+        NoteFewCells(iClass, left);
     for (unsigned i = 0; i < taken; ++i)
         oCells[i] = static_cast<T*>(static_cast<void*>(fitting.mFree.Locate(indices[i]) + sizeof(Prefix)));
     return taken;
@@ -201,15 +254,16 @@ inline void Sys_AtomicPoolCore::Return(unsigned iClass, const Cmn_UInt16* iCells
         NoteEnoughCells(iClass);
 }
 
-// Half of what is left, so that the batches of several tasks each have some. 0: none is left.
-inline Cmn_UInt32 Sys_AtomicPoolCore::Class::TakeShare()
+// Half of what is left, so that the batches of several tasks, and the magazines of several producers, each have some.
+// 0: none is left.
+inline Cmn_UInt32 Sys_AtomicPoolCore::Class::TakeShare(std::atomic<Cmn_UInt32>& ioLeft, Cmn_UInt32 iMost)
 {
     // relaxed: a number, which publishes nothing.
-    Cmn_UInt32 left = mShareLeft.load(std::memory_order_relaxed);
+    Cmn_UInt32 left = ioLeft.load(std::memory_order_relaxed);
     Cmn_UInt32 share = 0;
     do {
-        share = std::min<Cmn_UInt32>((left + 1) / 2, Sys_CellStack::cMaxBatch);
-    } while (share > 0 && !mShareLeft.compare_exchange_weak(left, left - share));
+        share = (std::min)((left + 1) / 2, iMost);
+    } while (share > 0 && !ioLeft.compare_exchange_weak(left, left - share));
     return share;
 }
 
@@ -228,7 +282,9 @@ inline void Sys_AtomicPoolCore::Batch::Free(void* iCell) KORA_NONBLOCKING
     Held& held = mHeld[itsClass];
     held.mCells[held.mCount++] = prefix->mIndex;
     // The first one goes back alone: most batches have no other, and take no share.
-    if (held.mShare == 0 && held.mHasReturned) held.mShare = mPool.mClasses[itsClass]->TakeShare();
+    if (held.mShare == 0 && held.mHasReturned) {
+        held.mShare = Class::TakeShare(mPool.mClasses[itsClass]->mShareLeft, Sys_CellStack::cMaxBatch);
+    }
     if (held.mCount >= held.mShare || mPool.IsScarce(itsClass)) Return(itsClass);
 }
 

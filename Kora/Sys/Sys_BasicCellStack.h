@@ -1,21 +1,24 @@
 // Sys_BasicCellStack: which cells of one size are free, and where they lie.
 // Sys_MultiSizeAtomicPool has one a size.
 //
-//   head  ┌─ tag 32 ─┬─ free 16: 3 ─┬─ top 16: 0 ─┐     links  0: 2   1: none   2: 1     the stack is  0, 2,
-//         1
+//   head  ┌─ tag 32 ─┬─ free 16: 3 ─┬─ top 16: 0 ─┐     links  0: 2 1 none   1: none   2: 1 none
+//                                                       the stack is  0, 2, 1
+//
+// A cell's link names the four cells below it, as long as they are known: who takes eight reads two links and not eight,
+// each of which another core may have written last.
 //
 // Units:      a cell's index is its block * 1024 + its place in the block, or cNone.
-// Invariants: (1) the links from the top lead over exactly `free` cells, all different  (2) every change of
+// Invariants: (1) the links from the top lead over exactly `free` cells, all different; nothing below a cell changes
+//             while it is on the stack, so neither does its link  (2) every change of
 //             the head raises the tag  (3) the block of a cell that is or was on the stack is published.
 // Words:      the head is changed by whoever takes or returns cells, with one compare-and-swap. The tag tells
 //             a head that went away and came back from one that stood still; only a taker that slept through
 //             exactly 2^32 changes would be misled. Links stand beside the cells, not inside: a taker with an
 //             outdated head reads an outdated link, and never what a new owner writes into the cell. A
 //             block's address is stored before its cells come onto the stack, and never changes.
-// Threads:    any; AddBlock: one at a time.
+// Threads:    any; AddLinks and AddBlock: one at a time.
 // Ownership:  owns its links; the blocks' memory is the caller's.
-// Real time:  nothing is allocated after construction, nobody waits: a call tries again only when
-//             another one has succeeded.
+// Real time:  only AddLinks allocates, nobody waits: a call tries again only when another one has succeeded.
 #pragma once
 
 #include "Bastel/Cmn/Cmn_Types.h"
@@ -24,6 +27,7 @@
 
 #include <cstddef>
 #include <memory>
+#include <new>
 
 // Not in the template, and not in an exported class, so that every module has them as constants.
 struct Sys_CellStackLimits
@@ -32,19 +36,19 @@ struct Sys_CellStackLimits
     static constexpr unsigned cMaxCellsInBlock = 1000;
     static constexpr unsigned cMaxBlocks = 16;
     static constexpr unsigned cMaxBatch = 32; // cells that one call takes or returns
-    static constexpr unsigned cMaxSlots = cMaxBlocks << cPlaceBits;
+    static constexpr unsigned cAhead = 4;     // cells that a link names
     static constexpr Cmn_UInt16 cNone = 0xFFFF;
 };
-static_assert(Sys_CellStackLimits::cMaxSlots < Sys_CellStackLimits::cNone);
+static_assert(Sys_CellStackLimits::cMaxBlocks << Sys_CellStackLimits::cPlaceBits <
+              Sys_CellStackLimits::cNone);
 
 template <template <class> class TAtomic>
 class Sys_BasicCellStack : public Sys_CellStackLimits
 {
 public:
-    // Without cells. iStride: bytes from a cell to the next. iSlots: indices are below it.
-    explicit Sys_BasicCellStack(std::size_t iStride, unsigned iSlots = cMaxSlots)
+    // Without cells. iStride: bytes from a cell to the next.
+    explicit Sys_BasicCellStack(std::size_t iStride)
         : mStride(iStride)
-        , mLinks(std::make_unique<TAtomic<Cmn_UInt16>[]>(iSlots))
     {
     }
 
@@ -55,8 +59,13 @@ public:
     // Returns iCount cells (1 or more), the first one becomes the top; how many are free then.
     unsigned Push(const Cmn_UInt16* iCells, unsigned iCount) KORA_NONBLOCKING;
 
-    // Publishes block iBlock of iCount cells (1 to cMaxCellsInBlock) at iMemory and
-    // pushes them in their order.
+    // Makes the links of block iBlock; false when there is no memory for them.
+    [[nodiscard]] bool AddLinks(unsigned iBlock, unsigned iCount)
+    {
+        mLinks[iBlock].reset(new (std::nothrow) TAtomic<Cmn_UInt64>[iCount]);
+        return mLinks[iBlock] != nullptr;
+    }
+    // Then publishes its iCount cells (1 to cMaxCellsInBlock) at iMemory and pushes them: the first one becomes the top.
     void AddBlock(unsigned iBlock, std::byte* iMemory, unsigned iCount);
 
     // Where a cell lies that was taken from the stack.
@@ -72,6 +81,14 @@ public:
     std::size_t GetStride() const { return mStride; }
 
 private:
+    static constexpr Cmn_UInt64 cAllNone = ~Cmn_UInt64{0};
+    static_assert(cAhead * sizeof(Cmn_UInt16) == sizeof(Cmn_UInt64));
+
+    // acquire and release, of links: who reads an outdated one comes to cells whose block is published for it too.
+    TAtomic<Cmn_UInt64>& LinkOf(Cmn_UInt16 iCell) const
+    {
+        return mLinks[iCell >> cPlaceBits][iCell & ((1u << cPlaceBits) - 1)];
+    }
     static constexpr Cmn_UInt16 TopOf(Cmn_UInt64 iHead) { return static_cast<Cmn_UInt16>(iHead); }
     static constexpr unsigned FreeOf(Cmn_UInt64 iHead) { return static_cast<Cmn_UInt16>(iHead >> 16); }
     // The head that follows iBefore, with the next tag.
@@ -79,11 +96,10 @@ private:
     {
         return (((iBefore >> 32) + 1) << 32) | static_cast<Cmn_UInt64>(iFree) << 16 | iTop;
     }
-    unsigned PushLinked(Cmn_UInt16 iFirst, Cmn_UInt16 iLast, unsigned iCount);
 
     // Read-mostly, apart from the head that all write.
     const std::size_t mStride;
-    const std::unique_ptr<TAtomic<Cmn_UInt16>[]> mLinks;
+    std::unique_ptr<TAtomic<Cmn_UInt64>[]> mLinks[cMaxBlocks];
     TAtomic<std::byte*> mBlocks[cMaxBlocks] = {};
     alignas(cPSCacheLineBytes) TAtomic<Cmn_UInt64> mHead{cNone};
 };
@@ -100,41 +116,51 @@ unsigned Sys_BasicCellStack<TAtomic>::Pop(Cmn_UInt16* oCells, unsigned iWanted,
         if (taken == 0) return 0;
 
         Cmn_UInt16 top = TopOf(head);
+        Cmn_UInt64 below = 0;
+        unsigned known = 0;
         unsigned found = 0;
         do {
             oCells[found++] = top;
-            // relaxed: published by the head. With an outdated head the walk may lead astray, among links
-            // that exist or to cNone; the tag then lets the swap fail.
-            top = mLinks[top].load(std::memory_order_relaxed);
+            if (known == 0 || static_cast<Cmn_UInt16>(below) == cNone) {
+                // With an outdated head the walk may lead astray, among links that exist or to cNone; the tag then lets
+                // the swap fail.
+                below = LinkOf(top).load(std::memory_order_acquire);
+                known = cAhead;
+            }
+            top = static_cast<Cmn_UInt16>(below);
+            below >>= 16;
+            --known;
         } while (found < taken && top != cNone);
         if (mHead.compare_exchange_weak(head, Successor(head, oLeft, top))) return taken;
     }
 }
 
+// A cell names those behind it in the same call, and then what it finds on the stack.
 template <template <class> class TAtomic>
 unsigned Sys_BasicCellStack<TAtomic>::Push(const Cmn_UInt16* iCells, unsigned iCount) KORA_NONBLOCKING
 {
-    for (unsigned i = 0; i + 1 < iCount; ++i)
-        mLinks[iCells[i]].store(iCells[i + 1], std::memory_order_relaxed); // published by the head
-    return PushLinked(iCells[0], iCells[iCount - 1], iCount);
+    Cmn_UInt64 head = mHead.load();
+    do {
+        const Cmn_UInt16 top = TopOf(head);
+        // What lies below each cell, the last one's first.
+        Cmn_UInt64 below = cAllNone;
+        if (top != cNone) below = LinkOf(top).load(std::memory_order_acquire) << 16 | top;
+        for (unsigned i = iCount; i-- > 0; below = below << 16 | iCells[i])
+            LinkOf(iCells[i]).store(below, std::memory_order_release);
+    } while (!mHead.compare_exchange_weak(head, Successor(head, FreeOf(head) + iCount, iCells[0])));
+    return FreeOf(head) + iCount;
 }
 
 template <template <class> class TAtomic>
 void Sys_BasicCellStack<TAtomic>::AddBlock(unsigned iBlock, std::byte* iMemory, unsigned iCount)
 {
-    const unsigned first = iBlock << cPlaceBits;
-    for (unsigned i = first; i + 1 < first + iCount; ++i)
-        mLinks[i].store(static_cast<Cmn_UInt16>(i + 1), std::memory_order_relaxed); // published by the head
     mBlocks[iBlock].store(iMemory);
-    PushLinked(static_cast<Cmn_UInt16>(first), static_cast<Cmn_UInt16>(first + iCount - 1), iCount);
-}
-
-template <template <class> class TAtomic>
-unsigned Sys_BasicCellStack<TAtomic>::PushLinked(Cmn_UInt16 iFirst, Cmn_UInt16 iLast, unsigned iCount)
-{
-    Cmn_UInt64 head = mHead.load();
-    do {
-        mLinks[iLast].store(TopOf(head), std::memory_order_relaxed); // published by the head
-    } while (!mHead.compare_exchange_weak(head, Successor(head, FreeOf(head) + iCount, iFirst)));
-    return FreeOf(head) + iCount;
+    Cmn_UInt16 cells[cMaxBatch];
+    for (unsigned end = iCount; end > 0;) {
+        const unsigned first = end > cMaxBatch ? end - cMaxBatch : 0;
+        for (unsigned i = first; i < end; ++i)
+            cells[i - first] = static_cast<Cmn_UInt16>(iBlock << cPlaceBits | i);
+        Push(cells, end - first);
+        end = first;
+    }
 }

@@ -9,10 +9,13 @@
 //   done.Free(cell);                                       // goes back with others,
 //   or at the end of the batch
 //
+//   Sys_MultiSizeAtomicPool<Element>::Magazine own(pool);  // a thread that takes many, one by one
+//   cell = own.Allocate(150);                              // eight are fetched at once
+//
 // Units:      bytes of an object; classes count from 0, the smallest.
 // Invariants: a cell lies at a multiple of 16 and belongs to its taker until it is
-// returned, once, by hand or batch.
-// Threads:    any; the destructor when no other thread uses the pool. A batch is used by one thread.
+//             returned, once, by hand or batch.
+// Threads:    any; the destructor when no other thread uses the pool. A batch, or a magazine, is used by one thread.
 // Ownership:  cells are raw memory: the pool neither constructs nor destroys objects. It keeps its memory
 //             until its destructor, which does not look at cells that are still out.
 // Real time:  only the constructor, the destructor and GrowIfLow call the allocator.
@@ -29,6 +32,7 @@ class Sys_MultiSizeAtomicPool : private Sys_AtomicPoolCore
 {
 public:
     class Batch;
+    class Magazine;
     using Size = Sys_AtomicPoolSize;
 
     // Sizes ascend, 1 to 8 of them, each with 1 to 1000 cells a block; one that breaks this
@@ -67,7 +71,7 @@ public:
     // none is low, another thread is at it, or there is no memory. For consumers that may allocate.
     using Sys_AtomicPoolCore::GrowIfLow;
 
-    // What was true at one moment; 0 for a class that is not there. Cells in a batch count as taken.
+    // What was true at one moment; 0 for a class that is not there. Cells in a batch or a magazine count as taken.
     using Sys_AtomicPoolCore::GetCellCount;
     using Sys_AtomicPoolCore::GetClassCount;
     using Sys_AtomicPoolCore::GetFreeCount;
@@ -92,4 +96,23 @@ public:
     using Sys_AtomicPoolCore::Batch::Flush;
     // Returns what it holds of scarce classes: for a consumer that is about to be busy with something else.
     using Sys_AtomicPoolCore::Batch::ReturnScarce;
+};
+
+// Cells that one producer has fetched ahead, so that most of its calls touch nothing that is shared. All magazines of
+// the pool hold less than a 32nd of a class's cells between them: one takes half of what is left of that, and 8 at most,
+// when it first needs a cell of the class, and gives it up with Flush. While a class is scarce, one cell is fetched at a
+// time. Cells that wait here are for their thread alone; Flush, or the magazine's end, gives them back.
+template <class T>
+class Sys_MultiSizeAtomicPool<T>::Magazine : private Sys_AtomicPoolCore::Magazine
+{
+public:
+    explicit Magazine(Sys_MultiSizeAtomicPool& ioPool)
+        : Sys_AtomicPoolCore::Magazine(ioPool)
+    {
+    }
+    T* Allocate(std::size_t iBytes) KORA_NONBLOCKING
+    {
+        return static_cast<T*>(Sys_AtomicPoolCore::Magazine::Allocate(iBytes));
+    }
+    using Sys_AtomicPoolCore::Magazine::Flush;
 };

@@ -213,8 +213,25 @@ BENCHMARK(Dispatch_Peer<ConcurrentQueue>)->UseManualTime();
 BENCHMARK(DispatchAndHandle_Peer<ConcurrentQueue>);
 #endif
 
-// Producers on their cores and a consumer on another, a hundred thousand tokens each; the time a token.
+// Producers on their cores and a consumer on another, a hundred thousand tokens each; the time a token. A consumer that
+// finds nothing gives its core away, looks again at once, or sleeps.
 constexpr int cTokensAcross = 100'000;
+enum Idle : int { eYields, eSpins, eSleeps };
+
+void BeIdle(int iHow)
+{
+    if (iHow == eYields) std::this_thread::yield();
+    if (iHow == eSleeps) std::this_thread::sleep_for(std::chrono::microseconds(50));
+}
+
+void AcrossArguments(benchmark::internal::Benchmark* ioBenchmark)
+{
+    ioBenchmark->ArgNames({"producers", "idle"})->UseManualTime();
+    for (const int idle : {eYields, eSpins, eSleeps}) {
+        for (const int producers : {1, 2, 4})
+            ioBenchmark->Args({producers, idle});
+    }
+}
 
 template <class TSend, class TDrain>
 void AcrossCores(benchmark::State& ioState, TSend iSend, TDrain iDrain)
@@ -238,7 +255,7 @@ void AcrossCores(benchmark::State& ioState, TSend iSend, TDrain iDrain)
         for (int left = producers * cTokensAcross; left > 0;) {
             const int got = iDrain();
             left -= got;
-            if (got == 0) std::this_thread::yield();
+            if (got == 0) BeIdle(static_cast<int>(ioState.range(1)));
         }
         const auto end = std::chrono::steady_clock::now();
         for (std::thread& thread : threads)
@@ -269,7 +286,7 @@ void Across_Kora(benchmark::State& ioState)
 {
     Scene scene(0, 0);
     CountingSink sink(scene.mTask, scene.mName);
-    std::vector<Token128> tokens(2, scene.mToken);
+    std::vector<Token128> tokens(4, scene.mToken);
     AcrossCores(
         ioState,
         [&](int iProducer) {
@@ -282,7 +299,7 @@ void Across_Kora(benchmark::State& ioState)
             return sink.mCount;
         });
 }
-BENCHMARK(Across_Kora)->Arg(1)->Arg(2)->UseManualTime();
+BENCHMARK(Across_Kora)->Apply(AcrossArguments);
 
 template <class TQueue>
 void Across_Peer(benchmark::State& ioState)
@@ -305,9 +322,9 @@ void Across_Peer(benchmark::State& ioState)
             return count;
         });
 }
-BENCHMARK(Across_Peer<MutexDeque>)->Arg(1)->Arg(2)->UseManualTime();
+BENCHMARK(Across_Peer<MutexDeque>)->Apply(AcrossArguments);
 #ifdef KORA_BENCH_CONCURRENTQUEUE
-BENCHMARK(Across_Peer<ConcurrentQueue>)->Arg(1)->Arg(2)->UseManualTime();
+BENCHMARK(Across_Peer<ConcurrentQueue>)->Apply(AcrossArguments);
 #endif
 
 void ToMany_Kora(benchmark::State& ioState)
@@ -351,11 +368,12 @@ void ToMany_Signals2(benchmark::State& ioState)
 BENCHMARK(ToMany_Signals2)->Arg(1)->Arg(100);
 #endif
 
-// A million dispatches in bursts of 64, every 100 µs in place of an audio callback's 2.7 ms: the 99.99th
-// percentile of one dispatch, while a reader drains on another core.
+// A million dispatches in bursts of 64, every 100 µs in place of an audio callback's 2.7 ms, spun away or slept through:
+// the 99.9th and the 99.99th percentile of one dispatch, while a reader drains on another core.
 template <class TSend, class TDrain>
 void Percentile(benchmark::State& ioState, TSend iSend, TDrain iDrain)
 {
+    const bool sleeps = ioState.range(0) != 0;
     using Clock = std::chrono::steady_clock;
     for (auto _ : ioState) {
         std::atomic<bool> done{false};
@@ -374,14 +392,21 @@ void Percentile(benchmark::State& ioState, TSend iSend, TDrain iDrain)
                 times.push_back(std::chrono::duration<float>(Clock::now() - start).count());
             }
             next += std::chrono::microseconds(100);
+            if (sleeps) std::this_thread::sleep_until(next);
             while (Clock::now() < next)
                 continue;
         }
         done.store(true);
         reader.join();
-        const auto rank = times.begin() + static_cast<std::ptrdiff_t>(times.size() * 9999 / 10000);
-        std::nth_element(times.begin(), rank, times.end());
-        ioState.SetIterationTime(static_cast<double>(*rank));
+        const auto percentile = [&](double iPart) {
+            const auto rank =
+                times.begin() + static_cast<std::ptrdiff_t>(static_cast<double>(times.size()) * iPart);
+            std::nth_element(times.begin(), rank, times.end());
+            return static_cast<double>(*rank);
+        };
+        ioState.counters["p50_ns"] = percentile(0.5) * 1e9;
+        ioState.counters["p999_ns"] = percentile(0.999) * 1e9;
+        ioState.SetIterationTime(percentile(0.9999));
     }
 }
 
@@ -391,11 +416,12 @@ void Percentile_Kora(benchmark::State& ioState)
     Percentile(
         ioState, [&] { scene.Send(); }, [&] { scene.Drain(); });
 }
-BENCHMARK(Percentile_Kora)->UseManualTime()->Iterations(1);
+BENCHMARK(Percentile_Kora)->ArgName("sleeps")->Arg(0)->Arg(1)->UseManualTime()->Iterations(1);
 
-void Percentile_Mutex(benchmark::State& ioState)
+template <class TQueue>
+void Percentile_Peer(benchmark::State& ioState)
 {
-    MutexDeque queue;
+    TQueue queue;
     const Token128 token;
     Percentile(
         ioState, [&] { queue.Push(token); },
@@ -404,6 +430,14 @@ void Percentile_Mutex(benchmark::State& ioState)
                 continue;
         });
 }
-BENCHMARK(Percentile_Mutex)->UseManualTime()->Iterations(1);
+BENCHMARK(Percentile_Peer<MutexDeque>)->ArgName("sleeps")->Arg(0)->Arg(1)->UseManualTime()->Iterations(1);
+#ifdef KORA_BENCH_CONCURRENTQUEUE
+BENCHMARK(Percentile_Peer<ConcurrentQueue>)
+    ->ArgName("sleeps")
+    ->Arg(0)
+    ->Arg(1)
+    ->UseManualTime()
+    ->Iterations(1);
+#endif
 
 } // namespace

@@ -547,6 +547,66 @@ TEST_F(TokenDispatch, EachTokenSignalsTheClientEventUntilItIsTakenAway)
     EXPECT_EQ(Drain(), Log({1, 1, 3, 4, 4}));
 }
 
+// What a thread keeps between its dispatches: more threads than may keep anything, one that is inside a dispatch when it
+// sends again, and one that sleeps on with uses of a list that is retired.
+TEST_F(TokenDispatch, WhatProducersKeepComesBackWhenTheySendOrEnd)
+{
+    class Echo : public IPSSyncPrim
+    {
+    public:
+        explicit Echo(SDS_IName& ioName)
+            : IPSSyncPrim("echo")
+            , mName(ioName)
+        {
+        }
+        bool Enter(std::int32_t) override { return true; }
+        bool Leave() override { return mSent++ > 0 || Send(mName, {1, 1, 100}) == eSDSErr_None; }
+
+    private:
+        SDS_IName& mName;
+        std::atomic<int> mSent{0};
+    } echo(mB);
+    auto listener = std::make_unique<Recorder>(&mTask, mA, mLog);
+    const Recorder other(&mTask, mB, mLog);
+    mTask.SetClientEvent(&echo);
+    constexpr int cThreads = 80;
+    std::atomic<int> here{0};
+    std::atomic<int> stage{0};
+    const auto wait = [&](int iStage) {
+        here.fetch_add(1);
+        while (stage.load() < iStage)
+            std::this_thread::yield();
+    };
+    std::vector<std::thread> threads;
+    for (int i = 0; i < cThreads; ++i) {
+        threads.emplace_back([&, i] {
+            EXPECT_EQ(Send(mA, {1, 1, i}), eSDSErr_None);
+            wait(1);
+            EXPECT_EQ(Send(mB, {1, 1, i}), eSDSErr_None); // gives up the list of A, which is retired
+            wait(2);
+        });
+    }
+    const auto go = [&](int iStage) {
+        while (here.load() < cThreads * iStage)
+            std::this_thread::yield();
+        EXPECT_EQ(Drain().size(), cThreads + (iStage == 1 ? 1u : 0u));
+        if (iStage == 1) {
+            listener.reset();
+            EXPECT_NE(SDS_TokenDispatcher::Dump().find("retired"), std::string::npos)
+                << "others have uses of it";
+        } else {
+            const Recorder rebuilds(&mTask, mC, mLog);
+            EXPECT_EQ(SDS_TokenDispatcher::Dump().find("retired"), std::string::npos);
+        }
+        stage.store(iStage);
+    };
+    go(1);
+    go(2);
+    for (std::thread& thread : threads)
+        thread.join();
+    mTask.SetClientEvent(nullptr);
+}
+
 // Another thread holds the dispatcher's section and the task's meanwhile.
 TEST_F(TokenDispatch, ADispatchNeitherAllocatesNorLocks)
 {

@@ -21,7 +21,7 @@ struct ModelList
     int mNode = 0;    // whose tokens its listeners hear; another one's after it has been recycled
 };
 
-// Producers walk the list of node 0, twice each, while its list is replaced by another, built in vain,
+// Producers, who pay for each walk or for many at once, walk the list of node 0, twice each, while its list is replaced by another, built in vain,
 // recycled for node 1, and, where it could be closed, put in force at node 0 again.
 struct GateScene
 {
@@ -32,10 +32,14 @@ struct GateScene
     int mWalks = 0;
     bool mClosed = false;
     bool mRunsOutOfMemory = false;
+    bool mPaysAhead = false;
+    SDS_PaidUses<ModelList> mPaid[3]; // the producers'
 
-    void Walk()
+    void Walk(int iProducer)
     {
-        ModelList* const list = decltype(ModelList::mGate)::Enter<ModelList>(mNode0);
+        SDS_PaidUses<ModelList>& paid = mPaid[iProducer];
+        ModelList* const list =
+            mPaysAhead ? paid.Enter(mNode0) : decltype(ModelList::mGate)::Enter<ModelList>(mNode0);
         if (list == nullptr) return;
         ++list->mWalkers;
         mIsWhole = mIsWhole && list->mNode == 0;
@@ -43,7 +47,17 @@ struct GateScene
         mIsWhole = mIsWhole && list->mNode == 0;
         --list->mWalkers;
         ++mWalks;
-        list->mGate.mUse.Subtract();
+        if (mPaysAhead)
+            paid.Return(1);
+        else
+            list->mGate.mUse.Subtract();
+    }
+
+    void Produce(int iProducer, int iWalks)
+    {
+        for (int walk = 0; walk < iWalks; ++walk)
+            Walk(iProducer);
+        mPaid[iProducer].GiveBack();
     }
 
     void Replace()
@@ -73,23 +87,30 @@ struct GateScene
 
 TEST(TokenModel, AListIsNeverRecycledWhileItIsWalked)
 {
-    for (const int threads : {2, 3}) {
+    constexpr struct
+    {
+        int mThreads;
+        bool mPaysAhead;
+    } cases[] = {{2, false}, {3, false}, {2, true}, {3, true}};
+    for (const auto& [threads, paysAhead] : cases) {
+        SCOPED_TRACE(testing::Message() << threads << (paysAhead ? " threads, paid ahead" : " threads"));
+        const int walks = threads == 2 ? 2 : 1;
         std::unique_ptr<GateScene> scene;
+        const bool pays = paysAhead; // captured
         bool closed = false;
         bool keptOpen = false;
         const long schedules = Interleaving::ExploreAll(
             threads,
             [&] {
                 scene = std::make_unique<GateScene>();
-                scene->mRunsOutOfMemory = threads == 2;
+                scene->mRunsOutOfMemory = walks == 2;
+                scene->mPaysAhead = pays;
             },
             [&](int i) {
-                if (i == 0) {
+                if (i == 0)
                     scene->Replace();
-                } else {
-                    for (int walk = 0; walk < (threads == 2 ? 2 : 1); ++walk)
-                        scene->Walk();
-                }
+                else
+                    scene->Produce(i, walks);
             },
             [&] {
                 EXPECT_TRUE(scene->mIsWhole);

@@ -165,6 +165,41 @@ TEST(AtomicPool, BatchesShareA64thOfAClassAndHoldNothingOfAScarceOne)
     EXPECT_EQ(pool.GetFreeCount(1), 1000 - cells.size());
 }
 
+TEST(AtomicPool, MagazinesShareA32ndOfAClassAndFetchOneAtATimeOfAScarceOne)
+{
+    Pool pool = MakePool();
+    std::set<Cell*> cells;
+    const auto take = [&](Pool::Magazine& ioMagazine) {
+        Cell* const cell = ioMagazine.Allocate(156);
+        EXPECT_TRUE(cell != nullptr && cells.insert(cell).second);
+        return 1000 - cells.size() - pool.GetFreeCount(1); // what all magazines hold
+    };
+    std::deque<Pool::Magazine> magazines;
+    std::size_t others = 0;
+    for (const unsigned together : {8u, 8u, 8u, 4u, 2u, 1u, 1u}) {
+        Pool::Magazine& magazine = magazines.emplace_back(pool);
+        for (unsigned i = 1; i <= 2 * together; ++i)
+            EXPECT_EQ(take(magazine), others + (together - i % together) % together);
+        EXPECT_EQ(take(magazine), others + together - 1);
+        others += together - 1;
+    }
+    magazines.clear();
+    EXPECT_EQ(pool.GetFreeCount(1), 1000 - cells.size());
+
+    Pool::Magazine magazine(pool);
+    EXPECT_EQ(magazine.Allocate(1129), nullptr);
+    for (std::size_t held = 0; pool.GetFreeCount(1) > 30;)
+        EXPECT_EQ(take(magazine), held = (held + 7) % 8);
+    magazine.Flush();
+    for (std::size_t left = pool.GetFreeCount(1); left > 31; --left)
+        cells.insert(pool.Allocate(156));
+    cells.insert(pool.Allocate(156));
+    while (pool.GetFreeCount(1) > 0)
+        EXPECT_EQ(take(magazine), 0u) << "scarce";
+    EXPECT_EQ(magazine.Allocate(156), nullptr);
+    EXPECT_EQ(cells.size(), 1000u);
+}
+
 TEST(AtomicPool, AssertsForWhatIsNoCellOfItsAndForSizesOutOfRange)
 {
     const AssertRecorder asserts;

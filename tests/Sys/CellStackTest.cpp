@@ -35,19 +35,23 @@ const Case cCases[] = {
 struct Scene
 {
     static constexpr std::size_t cStride = 64;
-    static constexpr unsigned cSlots = (1u << Stack::cPlaceBits) + 2;
 
     explicit Scene(const Case& iCase)
         : mCase(iCase)
     {
-        if (iCase.mCells != 0) mStack.AddBlock(0, mBlocks[0], iCase.mCells);
+        if (iCase.mCells != 0) AddBlock(0, iCase.mCells);
+    }
+    void AddBlock(unsigned iBlock, unsigned iCells)
+    {
+        mIsWhole = mStack.AddLinks(iBlock, iCells) && mIsWhole;
+        mStack.AddBlock(iBlock, mBlocks[iBlock], iCells);
     }
     void Run(int iThread)
     {
         std::vector<Cmn_UInt16>& held = mHeld[iThread];
         for (const char* step = mCase.mScripts[static_cast<std::size_t>(iThread)]; *step != 0; ++step) {
             if (*step == 'g') {
-                mStack.AddBlock(1, mBlocks[1], 2);
+                AddBlock(1, 2);
             } else if (*step == '<' || *step == '*') {
                 const std::size_t count = *step == '*' ? held.size() : std::min<std::size_t>(held.size(), 1);
                 if (count != 0) mStack.Push(held.data(), static_cast<unsigned>(count));
@@ -78,7 +82,7 @@ struct Scene
         std::vector<Cmn_UInt16> all;
         std::vector<Cmn_UInt16> expected;
         unsigned counted = mStack.GetFreeCount();
-        for (std::size_t before = cSlots; all.size() != before;) {
+        for (std::size_t before = counted + 1; all.size() != before;) {
             before = all.size();
             Take(all, 1);
         }
@@ -93,8 +97,8 @@ struct Scene
     }
 
     const Case& mCase;
-    std::byte mBlocks[2][4 * cStride];
-    Stack mStack{cStride, cSlots};
+    std::byte mBlocks[2][8 * cStride];
+    Stack mStack{cStride};
     std::vector<Cmn_UInt16> mHeld[3];
     std::size_t mTaken = 0;
     bool mIsWhole = true;

@@ -71,6 +71,7 @@ bool SDS_ActiveListenerList::Append(SDS_TokenListener& iListener)
     active->mNotice.mKind = SDS_DeliveryElement::Kind::eMailbox;
     active->mNotice.mActiveListener = active;
     active->mNotice.mList = this;
+    active->mNotice.mPrevious = nullptr;
     iListener.AddActiveListener(active);
     (mLast != nullptr ? mLast->mNext : mFirst) = active;
     mLast = active;

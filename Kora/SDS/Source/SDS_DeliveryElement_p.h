@@ -23,7 +23,8 @@ struct SDS_DeliveryElement : PSAtomicQueueLink // next in the inbound queue, the
         eMailbox // no token: says that the mailbox of mActiveListener has one
     };
 
-    SDS_DeliveryElement* mPrevious; // in the pending list
+    SDS_DeliveryElement*
+        mPrevious; // in the inbound queue a hint, which is never followed; then in the pending list
     SDS_ActiveListener* mActiveListener;
     SDS_ActiveListenerList* mList;
     Cmn_UInt64 mNumber; // its place in the order of the task's queue

@@ -6,6 +6,7 @@
 #include "Kora/SDS/Source/SDS_TokenTask.h"
 #include "Kora/SDS/Source/SDS_TokenTracker.h"
 #include "OstrelPlatformSupport/IPSSyncPrim.h"
+#include "OstrelPlatformSupport/PSPrefetch_p.h"
 
 #include <algorithm>
 #include <iterator>
@@ -35,6 +36,25 @@ PSAtomicQueueLink* Merged(PSAtomicQueueLink* iA, PSAtomicQueueLink* iB)
     }
     *end = iA != nullptr ? iA : iB;
     return first;
+}
+
+// Turned round. What a producer wrote lies in its core's cache, each element where the one behind it says; so elements
+// further on are asked for, by their producers' hints, before the walk comes to them.
+PSAtomicQueueLink* OldestFirst(PSAtomicQueueLink* iNewest)
+{
+    PSAtomicQueueLink* reversed = nullptr;
+    while (iNewest != nullptr) {
+        SDS_DeliveryElement& element = *static_cast<SDS_DeliveryElement*>(iNewest);
+        if (const SDS_DeliveryElement* const ahead = element.mPrevious; ahead != nullptr) {
+            PSPrefetchForWrite(ahead);
+            PSPrefetch(reinterpret_cast<const std::byte*>(ahead) + cPSCacheLineBytes);
+            PSPrefetch(reinterpret_cast<const std::byte*>(ahead) + 2 * cPSCacheLineBytes);
+        }
+        iNewest = element.mNext;
+        element.mNext = reversed;
+        reversed = &element;
+    }
+    return reversed;
 }
 
 PSAtomicQueueLink* SortedByDescendingNumber(PSAtomicQueueLink* iChain)
@@ -78,9 +98,8 @@ void SDS_QueueBlock::Release()
     sFreeBlocks = this;
 }
 
-void SDS_QueueBlock::Signal()
+void SDS_QueueBlock::SignalEvent()
 {
-    if (mEvent.load(std::memory_order_relaxed) == nullptr) return;
     // Counted before the pointer is read: whoever swaps the pointer and finds nobody counted
     // knows that it is unused.
     mSignalling.Add();
@@ -120,8 +139,8 @@ SDS_DeliveryQueue::~SDS_DeliveryQueue()
             batch.ReleaseUse(*element.mList);
         }
     }
-    while (mHead != nullptr) {
-        SDS_DeliveryElement& element = *mHead;
+    while (SDS_DeliveryElement* const head = GetHead()) {
+        SDS_DeliveryElement& element = *head;
         Unlink(element);
         batch.Release(element);
     }
@@ -133,14 +152,15 @@ SDS_DeliveryQueue::~SDS_DeliveryQueue()
 // since would stand before it, nor drop it. A look takes the queue's line from the producers.
 bool SDS_DeliveryQueue::HeadIsSettled() const
 {
-    return mHead != nullptr && mLatestPending == 0 && mHead->mNumber <= mSettled;
+    const SDS_DeliveryElement* const head = GetHead();
+    return head != nullptr && mLatestPending == 0 && head->mNumber <= mSettled;
 }
 
 SDS_DeliveryElement* SDS_DeliveryQueue::TakeNext(SDS_ReleaseBatch& ioBatch, SDS_TokenListener*& oListener)
 {
     for (;;) {
         if (!HeadIsSettled()) Look(ioBatch);
-        SDS_DeliveryElement* const element = mHead;
+        SDS_DeliveryElement* const element = GetHead();
         if (element == nullptr) break;
         Unlink(*element);
         oListener = element->mActiveListener->mListener.load(std::memory_order_acquire);
@@ -159,18 +179,19 @@ void SDS_DeliveryQueue::Look(SDS_ReleaseBatch& ioBatch)
     mSettled = mBlock->mNumber.load();
     SDS_InterleavingPoint();
     Drain(ioBatch, nullptr);
-    if (mHead == nullptr || mHead->mNumber <= mSettled) return;
+    const SDS_DeliveryElement* const head = GetHead();
+    if (head == nullptr || head->mNumber <= mSettled) return;
     // Sent meanwhile. What was sent before it arrives now. Newer ones for its own listener wait, so that it
     // is handed out however fast they follow.
-    mSettled = mHead->mNumber;
+    mSettled = head->mNumber;
     SDS_InterleavingPoint();
-    Drain(ioBatch, mHead->mActiveListener);
+    Drain(ioBatch, head->mActiveListener);
 }
 
 // iPassedOver: whose mailbox is left for the next look; null for nobody's.
 void SDS_DeliveryQueue::Drain(SDS_ReleaseBatch& ioBatch, const SDS_ActiveListener* iPassedOver)
 {
-    PSAtomicQueueLink* link = mBlock->mInbound.Drain();
+    PSAtomicQueueLink* link = OldestFirst(mBlock->mInbound.DrainNewestFirst());
     if (link == nullptr) return;
     PSAtomicQueueLink* notices = nullptr;
     PSAtomicQueueLink** noticesEnd = &notices;
@@ -280,9 +301,8 @@ void SDS_DeliveryQueue::InsertBefore(SDS_DeliveryElement& ioElement, SDS_Deliver
     if (previous != nullptr)
         previous->mNext = &ioElement;
     else
-        mHead = &ioElement;
+        SetHead(&ioElement);
     (ioNext != nullptr ? ioNext->mPrevious : mTail) = &ioElement;
-    mPendingCount.store(mPendingCount.load(std::memory_order_relaxed) + 1, std::memory_order_release);
 }
 
 void SDS_DeliveryQueue::Unlink(SDS_DeliveryElement& ioElement)
@@ -292,11 +312,10 @@ void SDS_DeliveryQueue::Unlink(SDS_DeliveryElement& ioElement)
     if (ioElement.mPrevious != nullptr)
         ioElement.mPrevious->mNext = next;
     else
-        mHead = next;
+        SetHead(next);
     (next != nullptr ? next->mPrevious : mTail) = ioElement.mPrevious;
     SDS_ActiveListener& active = *ioElement.mActiveListener;
     if (active.mNewestPending == &ioElement) active.mNewestPending = nullptr;
-    mPendingCount.store(mPendingCount.load(std::memory_order_relaxed) - 1, std::memory_order_release);
 }
 
 // Tasks below the audio threads' priority may allocate.

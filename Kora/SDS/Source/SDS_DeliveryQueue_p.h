@@ -36,7 +36,10 @@ public:
     void Release();
 
     // Signals the event, if there is one.
-    void Signal();
+    void Signal()
+    {
+        if (mEvent.load(std::memory_order_relaxed) != nullptr) SignalEvent();
+    }
     // Swaps the event, and waits until nobody signals the one before.
     void SetEvent(IPSSyncPrim* iEvent);
 
@@ -45,6 +48,8 @@ public:
     std::atomic<Cmn_Int32> mPriority{0};
 
 private:
+    void SignalEvent();
+
     std::atomic<IPSSyncPrim*> mEvent{nullptr};
     PSAtomic_UInt32Semaphore mSignalling;
     Cmn_UInt32 mOwners = 1;
@@ -114,13 +119,15 @@ public:
     // Any thread.
     bool HasTokens() const
     {
-        return mPendingCount.load(std::memory_order_acquire) > 0 || !mBlock->mInbound.IsEmpty();
+        return mHead.load(std::memory_order_acquire) != nullptr || !mBlock->mInbound.IsEmpty();
     }
 
     // The pending list, for dumps; the consumer only.
-    const SDS_DeliveryElement* GetFirstPending() const { return mHead; }
+    const SDS_DeliveryElement* GetFirstPending() const { return GetHead(); }
 
 private:
+    SDS_DeliveryElement* GetHead() const { return mHead.load(std::memory_order_relaxed); } // relaxed: its own
+    void SetHead(SDS_DeliveryElement* iHead) { mHead.store(iHead, std::memory_order_release); }
     void Look(SDS_ReleaseBatch& ioBatch);
     void Drain(SDS_ReleaseBatch& ioBatch, const SDS_ActiveListener* iPassedOver);
     void Arrive(SDS_DeliveryElement& ioElement, SDS_ReleaseBatch& ioBatch);
@@ -135,9 +142,8 @@ private:
     SDS_TokenTask& mTask;
     SDS_QueueBlock* const mBlock;
     // Numbers ascend along the pending list.
-    SDS_DeliveryElement* mHead = nullptr;
+    std::atomic<SDS_DeliveryElement*> mHead{nullptr}; // written by the consumer, who alone follows it
     SDS_DeliveryElement* mTail = nullptr;
-    std::atomic<Cmn_UInt32> mPendingCount{0}; // written by the consumer
-    Cmn_UInt32 mLatestPending = 0;            // of them, those for latest listeners
-    Cmn_UInt64 mSettled = 0; // all that belongs before a pending token of this number has arrived
+    Cmn_UInt32 mLatestPending = 0; // of them, those for latest listeners
+    Cmn_UInt64 mSettled = 0;       // all that belongs before a pending token of this number has arrived
 };

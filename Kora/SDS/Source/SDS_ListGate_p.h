@@ -12,6 +12,9 @@
 // counted itself in at a list that is retired, free or in use elsewhere; lists are never handed back to the
 // allocator, and its use goes away again. Nobody ever waits.
 //
+// SDS_PaidUses: a thread counts itself in for many walks at once. A list in use is not recycled; so while the thread
+// has a use of it left, a pointer that leads to the list leads to this very one, and one look at it is enough.
+//
 // Invariant: the block is 1 while the list is free and 0 before a pointer leads to it.
 //
 // Shared words: the pointer is written by the retiring side; the uses by everybody; the
@@ -27,18 +30,18 @@ struct SDS_BasicListGate
     TSemaphore mUse;   // dispatches that walk the list, elements that came from it, mailboxes that are queued
     TSemaphore mBlock; // positive while the list is being freed, until it is used anew
 
-    // The list that iPointer leads to, with one use taken; null when it leads to none.
+    // The list that iPointer leads to, with so many uses taken; null when it leads to none.
     template <class TList, class TPointer>
-    static TList* Enter(const TPointer& iPointer)
+    static TList* Enter(const TPointer& iPointer, Cmn_UInt32 iUses = 1)
     {
         TList* list = iPointer.load();
         while (list != nullptr) {
             SDS_InterleavingPoint();
-            list->mGate.mUse.Add();
+            list->mGate.mUse.Add(iUses);
             SDS_InterleavingPoint();
             TList* const now = iPointer.load();
             if (now == list && list->mGate.mBlock.Get() == 0) return list;
-            list->mGate.mUse.Subtract();
+            list->mGate.mUse.Subtract(iUses);
             list = now;
         }
         return nullptr;
@@ -65,3 +68,50 @@ struct SDS_BasicListGate
 };
 
 using SDS_ListGate = SDS_BasicListGate<PSAtomic_UInt32Semaphore>;
+
+// One thread's uses of one list.
+template <class TList>
+class SDS_PaidUses
+{
+public:
+    static constexpr Cmn_UInt32 cAhead = 64;
+
+    bool IsFor(const TList* iList) const { return mUses > 0 && mList == iList; }
+    bool HasSome() const { return mUses > 0; }
+
+    // As the gate's, with one use taken. What was paid for another list is given back.
+    template <class TPointer>
+    TList* Enter(const TPointer& iPointer)
+    {
+        TList* const list = iPointer.load();
+        SDS_InterleavingPoint();
+        if (mUses > 0 && list == mList) {
+            --mUses;
+            return mList;
+        }
+        GiveBack();
+        mList = decltype(TList::mGate)::template Enter<TList>(iPointer, cAhead);
+        mUses = mList != nullptr ? cAhead - 1 : 0;
+        return mList;
+    }
+    // Further uses, while one is in hand; and those that are left.
+    void Take(Cmn_UInt32 iCount)
+    {
+        if (mUses < iCount) {
+            mList->mGate.mUse.Add(iCount + cAhead);
+            mUses += iCount + cAhead;
+        }
+        mUses -= iCount;
+    }
+    void Return(Cmn_UInt32 iCount) { mUses += iCount; }
+
+    void GiveBack()
+    {
+        if (mUses > 0) mList->mGate.mUse.Subtract(mUses);
+        mUses = 0;
+    }
+
+private:
+    TList* mList = nullptr;
+    Cmn_UInt32 mUses = 0;
+};

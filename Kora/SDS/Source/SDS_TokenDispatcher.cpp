@@ -4,6 +4,7 @@
 #include "Kora/SDS/Source/SDS_DispatcherState_p.h"
 #include "Kora/SDS/Source/SDS_InterleavingPoint_p.h"
 #include "Kora/SDS/Source/SDS_Name_p.h"
+#include "Kora/SDS/Source/SDS_Producer_p.h"
 #include "Kora/SDS/Source/SDS_TokenListener.h"
 #include "Kora/SDS/Source/SDS_TokenTask.h"
 #include "Kora/SDS/Source/SDS_TokenTracker.h"
@@ -20,36 +21,78 @@ constexpr SDS_TokenPool::Size cTokenCells[] = {{112, 1000}, {156, 1000}, {438, 1
 // How many listeners are served with one visit to the pool.
 constexpr std::size_t cServedAtOnce = 32;
 
-// Sixteen bytes at a time, the last ones once more where they overlap: no token is smaller than its header.
+// A line at a time, then sixteen bytes at a time, the last ones once more where they overlap: no token is smaller than
+// its header.
 void CopyToken(void* oCopy, const void* iToken, std::size_t iBytes)
 {
-    constexpr std::size_t chunk = 16;
+    constexpr std::size_t line = 64, chunk = 16;
     static_assert(SDS_Token::cHeaderSize >= chunk);
     auto* const to = static_cast<std::byte*>(oCopy);
     const auto* const from = static_cast<const std::byte*>(iToken);
+    std::size_t at = 0;
+    for (; at + line <= iBytes; at += line)
+        std::memcpy(to + at, from + at, line);
+    if (at == iBytes) return;
     const std::size_t last = iBytes - chunk;
-    for (std::size_t at = 0; at < last; at += chunk)
+    for (; at < last; at += chunk)
         std::memcpy(to + at, from + at, chunk);
     std::memcpy(to + last, from + last, chunk);
 }
+
+// What the calling thread keeps, for one dispatch.
+class StProducer
+{
+public:
+    StProducer()
+        : mProducer(SDS_Producer::Enter())
+    {
+    }
+    ~StProducer()
+    {
+        if (mProducer != nullptr) mProducer->Leave();
+    }
+    StProducer(const StProducer&) = delete;
+    StProducer& operator=(const StProducer&) = delete;
+    SDS_Producer* Get() const { return mProducer; }
+
+private:
+    SDS_Producer* const mProducer;
+};
+
+// A list with one use taken, and where more of them come from; null: from the list.
+struct Entered
+{
+    SDS_ActiveListenerList* mList = nullptr;
+    SDS_Producer::PaidUses* mPaid = nullptr;
+};
 
 // One dispatch's way along a list. It has entered with one use and takes as many as there are listeners, so
 // that each element that is sent takes a use with it; what is left over goes back at the end.
 class Walk
 {
 public:
-    Walk(const SDS_Token& iToken, SDS_ActiveListenerList& ioList)
+    Walk(const SDS_Token& iToken, const Entered& iEntered, SDS_Producer* iProducer)
         : mToken(iToken)
-        , mList(ioList)
+        , mList(*iEntered.mList)
+        , mPaid(iEntered.mPaid)
+        , mProducer(iProducer)
         , mPool(*SDS_DispatcherState::fTokenPool)
-        , mUses(ioList.mCount)
+        , mUses(mList.mCount)
     {
-        if (mUses > 1) mList.mGate.mUse.Add(mUses - 1);
+        if (mUses > 1) {
+            if (mPaid != nullptr)
+                mPaid->Take(mUses - 1);
+            else
+                mList.mGate.mUse.Add(mUses - 1);
+        }
         if (mUses == 0) mUses = 1;
     }
     ~Walk()
     {
-        if (mUses > 0) mList.mGate.mUse.Subtract(mUses);
+        if (mPaid != nullptr)
+            mPaid->Return(mUses);
+        else if (mUses > 0)
+            mList.mGate.mUse.Subtract(mUses);
     }
     Walk(const Walk&) = delete;
     Walk& operator=(const Walk&) = delete;
@@ -75,7 +118,7 @@ private:
     ESDSError ServeOnly(SDS_ActiveListener& ioActive)
     {
         if (!ioActive.Hears(mToken)) return eSDSErr_None;
-        SDS_DeliveryElement* const cell = mPool.Allocate(NeededBytes());
+        SDS_DeliveryElement* const cell = AllocateOne();
         if (cell == nullptr) return eSDSErr_TokenPoolFull;
         SDS_DeliveryElement& element = Filled(cell, ioActive);
         if (IsMailed(ioActive)) {
@@ -85,6 +128,7 @@ private:
         SDS_QueueBlock& queue = *ioActive.mQueue;
         element.mNumber = queue.mNumber.load();
         SDS_InterleavingPoint();
+        if (mProducer != nullptr) element.mPrevious = mProducer->NoteSent(element);
         if (queue.mInbound.Push(element)) {
             --mUses;
             queue.Signal();
@@ -92,6 +136,11 @@ private:
             mPool.Free(cell);
         }
         return eSDSErr_None;
+    }
+
+    SDS_DeliveryElement* AllocateOne()
+    {
+        return mProducer != nullptr ? mProducer->Allocate(NeededBytes()) : mPool.Allocate(NeededBytes());
     }
 
     std::size_t NeededBytes() const
@@ -103,7 +152,12 @@ private:
     bool ServeSome(SDS_ActiveListener* const* iHeard, std::size_t iCount)
     {
         SDS_DeliveryElement* cells[cServedAtOnce];
-        const std::size_t got = mPool.AllocateMany(NeededBytes(), cells, iCount);
+        std::size_t got = mPool.AllocateMany(NeededBytes(), cells, iCount);
+        // The last ones may be the thread's own.
+        while (got < iCount && mProducer != nullptr) {
+            if ((cells[got] = mProducer->Allocate(NeededBytes())) == nullptr) break;
+            ++got;
+        }
         for (std::size_t i = 0; i < got;) {
             SDS_ActiveListener& active = *iHeard[i];
             if (IsMailed(active)) {
@@ -125,6 +179,7 @@ private:
     SDS_DeliveryElement& Filled(void* iCell, SDS_ActiveListener& iActive)
     {
         SDS_DeliveryElement* const element = new (iCell) SDS_DeliveryElement;
+        element->mPrevious = nullptr;
         element->mActiveListener = &iActive;
         element->mList = &mList;
         element->mKind = SDS_DeliveryElement::Kind::eToken;
@@ -200,15 +255,28 @@ private:
 
     const SDS_Token& mToken;
     SDS_ActiveListenerList& mList;
+    SDS_Producer::PaidUses* const mPaid;
+    SDS_Producer* const mProducer;
     SDS_TokenPool& mPool;
     Cmn_UInt32 mUses;
 };
 
-// The list that governs the token's node, with one use taken.
-SDS_ActiveListenerList* EnterListOf(const SDS_Name& iName)
+Entered Enter(const std::atomic<SDS_ActiveListenerList*>& iPointer, SDS_Producer* ioProducer)
 {
-    if (auto* const list = SDS_ListGate::Enter<SDS_ActiveListenerList>(iName.mActiveList)) return list;
-    return SDS_ListGate::Enter<SDS_ActiveListenerList>(SDS_DispatcherState::fActiveGlobalListeners);
+    SDS_ActiveListenerList* const list =
+        iPointer.load(std::memory_order_relaxed); // a guess: entering looks again
+    if (list == nullptr) return {};
+    SDS_Producer::PaidUses* const paid = ioProducer != nullptr ? ioProducer->FindUses(list) : nullptr;
+    if (paid != nullptr) return {paid->Enter(iPointer), paid};
+    return {SDS_ListGate::Enter<SDS_ActiveListenerList>(iPointer), nullptr};
+}
+
+// The list that governs the token's node.
+Entered EnterListOf(const SDS_Name& iName, SDS_Producer* ioProducer)
+{
+    const Entered entered = Enter(iName.mActiveList, ioProducer);
+    return entered.mList != nullptr ? entered
+                                    : Enter(SDS_DispatcherState::fActiveGlobalListeners, ioProducer);
 }
 
 } // namespace
@@ -220,6 +288,7 @@ ESDSError SDS_TokenDispatcher::Init()
         auto pool = std::make_unique<SDS_TokenPool>(std::initializer_list<SDS_TokenPool::Size>{
             cTokenCells[0], cTokenCells[1], cTokenCells[2], cTokenCells[3]});
         SDS_DispatcherState::fCS = gPSThread.CreateCriticalSection("SDS_TokenDispatcher_CS").release();
+        SDS_Producer::Open(*pool);
         SDS_DispatcherState::fTokenPool = pool.release();
     } catch (const std::bad_alloc&) {
         return eSDSErr_OutOfMemory;
@@ -238,9 +307,10 @@ ESDSError SDS_TokenDispatcher::DispatchToken(SDS_Token* ioToken) KORA_NONBLOCKIN
     }
     if (ioToken->name == nullptr) return eSDSErr_InvalidName;
     static_cast<void>(SDS_TokenTracker::TrackTokenReceived(ioToken));
-    SDS_ActiveListenerList* const list = EnterListOf(*ioToken->name);
-    if (list == nullptr) return eSDSErr_None;
-    Walk walk(*ioToken, *list);
+    const StProducer producer;
+    const Entered entered = EnterListOf(*ioToken->name, producer.Get());
+    if (entered.mList == nullptr) return eSDSErr_None;
+    Walk walk(*ioToken, entered, producer.Get());
     return walk.Serve();
 }
 

@@ -9,7 +9,9 @@
 // Order:     the tokens of one producer reach one listener in the order in which they were sent.
 // Capacity:  tokens wait in cells of four sizes (room for tokens of 64, 108, 390 and 1080 bytes; 1000, 1000,
 //            1000 and 200 of them). The smallest that fits is taken; no larger one stands in. A size that
-//            runs low grows when a task of a priority below 16 takes tokens, to at most 16 times as many.
+//            runs low grows when a task of a priority below 16 takes tokens, to at most 16 times as many. A thread
+//            that sends one token after the other keeps up to 8 free cells of a size for itself until it ends, all
+//            of them together less than a 32nd.
 // Threads:   DispatchToken, TokensAvailable and GetTokensPaused on any thread. GetToken and DoneWithToken on
 //            one thread at a time for each task. The rest enters the dispatcher's critical section itself; a
 //            thread that needs several steps as one enters it around them (it is recursive). A task's section

@@ -3,6 +3,7 @@
 #include "Kora/SDS/Source/SDS_ConnectionClosureIterator.h"
 #include "Kora/SDS/Source/SDS_DispatcherState_p.h"
 #include "Kora/SDS/Source/SDS_Name_p.h"
+#include "Kora/SDS/Source/SDS_Producer_p.h"
 #include "Kora/SDS/Source/SDS_TokenListener.h"
 #include "Kora/SDS/Source/SDS_TokenTask.h"
 
@@ -28,6 +29,7 @@ void PutOnBatchList(SDS_Name& ioName)
 // Recycles the retired lists that nobody uses any more.
 void TryToFreeActiveListenerLists()
 {
+    if (State::fListsToFree != nullptr) SDS_Producer::GiveBack();
     SDS_ActiveListenerList* list = std::exchange(State::fListsToFree, nullptr);
     while (list != nullptr) {
         SDS_ActiveListenerList* const next = list->mNextList;
@@ -39,6 +41,7 @@ void TryToFreeActiveListenerLists()
         }
         list = next;
     }
+    if (State::fListsToFree != nullptr) SDS_Producer::NoteRetired();
 }
 
 void DropReference(SDS_ActiveListenerList* ioList)
