@@ -15,12 +15,12 @@ namespace PSThreadSlot {
 bool Open(void (*iAtEnd)(void*));
 
 // Null until it is set.
-#ifdef _WIN32
-void* Get();
-#else
+#ifdef __ELF__
 // A plain word, at a fixed distance from the thread's own register.
 [[gnu::tls_model("initial-exec")]] extern constinit thread_local void* sPointer;
 inline void* Get() { return sPointer; }
+#else
+void* Get();
 #endif
 
 // False once the process is about to end: nothing is set then.
