@@ -19,6 +19,7 @@ struct ModelList
     SDS_BasicListGate<ModelSemaphore> mGate;
     int mWalkers = 0; // what the uses stand for
     int mNode = 0;    // whose tokens its listeners hear; another one's after it has been recycled
+    int mLeft = 0;    // the change after which no pointer of node 0 led here
 };
 
 // Producers, who pay for each walk or for many at once, walk the list of node 0, twice each, while its list is replaced by another, built in vain,
@@ -28,6 +29,8 @@ struct GateScene
     ModelAtomic<ModelList*> mNode0{&mLists[0]};
     ModelAtomic<ModelList*> mNode1{nullptr};
     ModelList mLists[2];
+    ModelList* mInForce = &mLists[0]; // at node 0
+    int mChanges = 0;
     bool mIsWhole = true;
     int mWalks = 0;
     bool mClosed = false;
@@ -38,9 +41,11 @@ struct GateScene
     void Walk(int iProducer)
     {
         SDS_PaidUses<ModelList>& paid = mPaid[iProducer];
+        const int begin = mChanges;
         ModelList* const list =
             mPaysAhead ? paid.Enter(mNode0) : decltype(ModelList::mGate)::Enter<ModelList>(mNode0);
         if (list == nullptr) return;
+        mIsWhole = mIsWhole && (list == mInForce || list->mLeft > begin); // none that had gone before
         ++list->mWalkers;
         mIsWhole = mIsWhole && list->mNode == 0;
         mNode1.load(); // others may come in between
@@ -60,10 +65,17 @@ struct GateScene
         mPaid[iProducer].GiveBack();
     }
 
+    void PutInForce(ModelList& ioList)
+    {
+        mInForce->mLeft = ++mChanges;
+        mInForce = &ioList;
+    }
+
     void Replace()
     {
         ModelList& old = mLists[0];
         mNode0.exchange(&mLists[1]);
+        PutInForce(mLists[1]);
         if (!old.mGate.TryToClose()) return;
         mClosed = true;
         mIsWhole = mIsWhole && old.mWalkers == 0;
@@ -82,6 +94,7 @@ struct GateScene
         old.mNode = 0;
         old.mGate.Reopen();
         mNode0.exchange(&old);
+        PutInForce(old);
     }
 };
 
