@@ -211,6 +211,7 @@ void Tool_DocumentReport::WriteJson(std::ostream& oOut) const
 {
     Json json(*this, oOut);
     json.Open(0, nullptr, '{');
+    json.Add(2, "version", Tool_JsonWriter::cVersion);
     json.Add(2, "file", mFile);
     json.Add(2, "formatVersion", mFormatVersion);
     json.Add(2, "byteOrder", mDocument.IsSwapped() ? "big-endian" : "little-endian");

@@ -1,5 +1,7 @@
 #include "Tool/Tool_EditReport.h"
 
+#include "Tool/Tool_JsonWriter.h"
+
 #include <algorithm>
 #include <nlohmann/json.hpp>
 #include <tuple>
@@ -139,7 +141,8 @@ std::string Tool_EditReport::Json(const Tool_Song& iAfter, const std::string& iO
     }
     const Tool_SongReport report(iAfter, mFile);
     const Lines after = report.Lines();
-    JsonValue edit = {{"file", mFile},
+    JsonValue edit = {{"version", Tool_JsonWriter::cVersion},
+                      {"file", mFile},
                       {"output", nullptr},
                       {"operations", std::move(operations)},
                       {"rounded", iNotes},

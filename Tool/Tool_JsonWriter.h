@@ -15,6 +15,10 @@
 class Tool_JsonWriter
 {
 public:
+    // The first value of every object that the command writes. It grows when a name goes, or comes to mean
+    // something else; new names alone leave it. docs/json has the schemas.
+    static constexpr Cmn_Int64 cVersion = 1;
+
     explicit Tool_JsonWriter(std::ostream& oOut)
         : mOut(oOut)
     {

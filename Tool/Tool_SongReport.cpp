@@ -79,14 +79,15 @@ std::string ChangeText(const Tool_SongRows::Meter& iRow)
 
 std::string ChangeText(const Tool_SongRows::Key& iRow) { return "key    " + iRow.mKey.ToString(); }
 
-// A list of objects, one a row.
-template <class Row, class Write>
-void WriteRows(const char* iName, Tool_SongWalk& ioWalk, Tool_JsonWriter& ioJson, const Write& iWrite)
+// A list of objects, one a row: iPlace writes where it is, iWrite what changes there.
+template <class Row, class Place, class Write>
+void WriteRows(const char* iName, Tool_SongWalk& ioWalk, Tool_JsonWriter& ioJson, const Place& iPlace,
+               const Write& iWrite)
 {
     ioJson.Open(2, iName, '[');
     for (Row row; ioWalk.Next(row);) {
         ioJson.Open(4, nullptr, '{');
-        ioJson.Add(6, "tick", row.mPlace.mTick.AsInt64());
+        iPlace(row.mPlace);
         iWrite(row);
         ioJson.Close(4, '}');
         ioJson.FlushIfMuch();
@@ -94,34 +95,33 @@ void WriteRows(const char* iName, Tool_SongWalk& ioWalk, Tool_JsonWriter& ioJson
     ioJson.Close(2, ']');
 }
 
-void WriteTempi(Tool_SongWalk& ioWalk, Tool_JsonWriter& ioJson)
+template <class Place>
+void WriteTempi(Tool_SongWalk& ioWalk, Tool_JsonWriter& ioJson, const Place& iPlace)
 {
-    WriteRows<Tool_SongRows::Tempo>("tempo", ioWalk, ioJson, [&](const Tool_SongRows::Tempo& iRow) {
-        ioJson.Add(6, "sample", iRow.mPlace.mSample.AsInt64());
+    WriteRows<Tool_SongRows::Tempo>("tempo", ioWalk, ioJson, iPlace, [&](const Tool_SongRows::Tempo& iRow) {
         ioJson.AddDouble(6, "bpm", iRow.mBeatsPerMinute);
         ioJson.Add(6, "ticksPerBeat", iRow.mTicksPerBeat);
-        AddPosition(ioJson, 6, iRow.mPlace.mPosition);
     });
 }
 
-void WriteMeters(Tool_SongWalk& ioWalk, Tool_JsonWriter& ioJson)
+template <class Place>
+void WriteMeters(Tool_SongWalk& ioWalk, Tool_JsonWriter& ioJson, const Place& iPlace)
 {
-    WriteRows<Tool_SongRows::Meter>("meter", ioWalk, ioJson, [&](const Tool_SongRows::Meter& iRow) {
+    WriteRows<Tool_SongRows::Meter>("meter", ioWalk, ioJson, iPlace, [&](const Tool_SongRows::Meter& iRow) {
         ioJson.Add(6, "bar", Cmn_Int64{iRow.mBar});
         ioJson.Add(6, "numerator", Cmn_Int64{iRow.mNumerator});
         ioJson.Add(6, "denominator", Cmn_Int64{iRow.mDenominator});
         ioJson.AddBool(6, "offBarline", iRow.mIsOffBarline);
-        ioJson.Add(6, "sample", iRow.mPlace.mSample.AsInt64());
     });
 }
 
-void WriteKeys(Tool_SongWalk& ioWalk, Tool_JsonWriter& ioJson)
+template <class Place>
+void WriteKeys(Tool_SongWalk& ioWalk, Tool_JsonWriter& ioJson, const Place& iPlace)
 {
-    WriteRows<Tool_SongRows::Key>("keys", ioWalk, ioJson, [&](const Tool_SongRows::Key& iRow) {
+    WriteRows<Tool_SongRows::Key>("keys", ioWalk, ioJson, iPlace, [&](const Tool_SongRows::Key& iRow) {
         ioJson.Add(6, "sharps", Cmn_Int64{SharpsOf(iRow.mKey)});
         ioJson.AddBool(6, "minor", !iRow.mKey.IsMajor());
         ioJson.Add(6, "name", iRow.mKey.ToString());
-        AddPosition(ioJson, 6, iRow.mPlace.mPosition);
     });
 }
 
@@ -245,26 +245,34 @@ std::string Tool_SongReport::Table() const
     return std::move(out).str();
 }
 
+void Tool_SongReport::AddPlace(const Tool_SongRows::Place& iPlace, int iIndent, Tool_JsonWriter& ioJson) const
+{
+    ioJson.Add(iIndent, "tick", iPlace.mTick.AsInt64());
+    ioJson.Add(iIndent, "sample", iPlace.mSample.AsInt64());
+    AddPosition(ioJson, iIndent, iPlace.mPosition);
+    ioJson.Add(iIndent, "timecode", TimecodeOf(iPlace));
+}
+
 void Tool_SongReport::WriteJson(std::ostream& oOut) const
 {
-    const double rate = mSong.GetSettings().mSampleRate;
+    const Tool_Settings& settings = mSong.GetSettings();
     Tool_SongWalk walk(mSong);
     Tool_JsonWriter json(oOut);
+    const auto rowPlace = [&](const Tool_SongRows::Place& iPlace) { AddPlace(iPlace, 6, json); };
     json.Open(0, nullptr, '{');
+    json.Add(2, "version", Tool_JsonWriter::cVersion);
     json.Add(2, "file", mFile);
-    json.AddDouble(2, "sampleRate", rate);
+    json.AddDouble(2, "sampleRate", settings.mSampleRate);
+    json.Add(2, "timecodeFormat", Time_Globals::GetTimeCodeFormatString(settings.mTimeCodeFormat));
     json.Add(2, "ticksPerQuarter", Tool_Song::cTicksPerQuarter);
     json.Add(2, "songStartTick", mSong.GetStartTick().AsInt64());
-    WriteTempi(walk, json);
-    WriteMeters(walk, json);
-    WriteKeys(walk, json);
+    WriteTempi(walk, json, rowPlace);
+    WriteMeters(walk, json, rowPlace);
+    WriteKeys(walk, json, rowPlace);
     const Tool_SongRows::Place end = walk.GetEnd();
     json.Open(2, "end", '{');
-    json.Add(4, "tick", end.mTick.AsInt64());
-    json.Add(4, "sample", end.mSample.AsInt64());
-    AddPosition(json, 4, end.mPosition);
-    json.Add(4, "timecode", TimecodeOf(end));
-    json.AddDouble(4, "seconds", static_cast<double>(end.mSample.AsInt64()) / rate);
+    AddPlace(end, 4, json);
+    json.AddDouble(4, "seconds", static_cast<double>(end.mSample.AsInt64()) / settings.mSampleRate);
     json.Close(2, '}');
     json.Close(0, '}');
     json.Flush();

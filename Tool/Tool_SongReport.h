@@ -12,6 +12,8 @@
 #include <string>
 #include <vector>
 
+class Tool_JsonWriter;
+
 class Tool_SongReport
 {
 public:
@@ -40,6 +42,7 @@ public:
 private:
     void ForEachLine(const std::function<void(const Line&)>& iTake) const;
     void MakeLine(const Tool_SongRows::Place& iPlace, Line& oLine) const;
+    void AddPlace(const Tool_SongRows::Place& iPlace, int iIndent, Tool_JsonWriter& ioJson) const;
     std::string TimecodeOf(const Tool_SongRows::Place& iPlace) const;
 
     const Tool_Song& mSong;

@@ -118,6 +118,15 @@ void ExpectSample(const JsonValue& iSample, const PlainSong& iPlain, Cmn_Int64 i
     EXPECT_LE(std::abs(iSample.get<Cmn_Int64>() - plain), isDoubtful ? 1 : 0) << iSample << " for " << plain;
 }
 
+// Of the nearest frame at 25 a second, which ends a day with itself.
+std::string TimecodeOf(const JsonValue& iSample, Cmn_Int64 iRate)
+{
+    const Cmn_Int64 frame = (iSample.get<Cmn_Int64>() * 50 + iRate) / (2 * iRate);
+    const auto two = [](Cmn_Int64 i) { return (i < 10 ? "0" : "") + std::to_string(i); };
+    return two(frame / 90000 % 24) + ':' + two(frame / 1500 % 60) + ':' + two(frame / 25 % 60) + ':' +
+           two(frame % 25);
+}
+
 void Compare(const JsonValue& iJson, const PlainSong& iPlain, Cmn_Int64 iRate)
 {
     const auto rows = [&](const char* iName, const auto& iChanges, const auto& iExpect) {
@@ -125,30 +134,32 @@ void Compare(const JsonValue& iJson, const PlainSong& iPlain, Cmn_Int64 iRate)
         auto row = iJson[iName].begin();
         for (const auto& [tick, change] : iChanges) {
             EXPECT_EQ((*row)["tick"], tick);
+            EXPECT_EQ((*row)["position"], iPlain.PositionOf(tick));
+            EXPECT_EQ((*row)["timecode"], TimecodeOf((*row)["sample"], iRate));
+            ExpectSample((*row)["sample"], iPlain, tick, iRate);
             iExpect(*row++, tick, change);
         }
     };
-    rows("tempo", iPlain.mTempos, [&](const JsonValue& iRow, Cmn_Int64 iTick, Cmn_Int64 iMicros) {
+    rows("tempo", iPlain.mTempos, [&](const JsonValue& iRow, Cmn_Int64, Cmn_Int64 iMicros) {
         EXPECT_EQ(iRow["bpm"].get<double>(), 60000000.0 / static_cast<double>(iMicros));
         EXPECT_EQ(iRow["ticksPerBeat"], 960000);
-        ExpectSample(iRow["sample"], iPlain, iTick, iRate);
-        EXPECT_EQ(iRow["position"], iPlain.PositionOf(iTick));
     });
     rows("meter", iPlain.mMeters, [&](const JsonValue& iRow, Cmn_Int64 iTick, const PlainMeter& iMeter) {
         EXPECT_EQ(iRow["numerator"], iMeter.mNumerator);
         EXPECT_EQ(iRow["denominator"], iMeter.mDenominator);
         EXPECT_EQ(iRow["bar"], iPlain.PositionOf(iTick)["bar"]);
         EXPECT_EQ(iRow["offBarline"], iTick != cStart && iPlain.IsOffBarline(iTick));
-        ExpectSample(iRow["sample"], iPlain, iTick, iRate);
     });
-    rows("keys", iPlain.mKeys, [&](const JsonValue& iRow, Cmn_Int64 iTick, const std::pair<int, int>& iKey) {
+    rows("keys", iPlain.mKeys, [&](const JsonValue& iRow, Cmn_Int64, const std::pair<int, int>& iKey) {
         EXPECT_EQ(iRow["sharps"], iKey.first);
         EXPECT_EQ(iRow["minor"], iKey.second == 1);
-        EXPECT_EQ(iRow["position"], iPlain.PositionOf(iTick));
     });
+    EXPECT_EQ(iJson["version"], 1);
+    EXPECT_EQ(iJson["timecodeFormat"], "25 fps");
     EXPECT_EQ(iJson["end"]["tick"], iPlain.mEnd);
     ExpectSample(iJson["end"]["sample"], iPlain, iPlain.mEnd, iRate);
     EXPECT_EQ(iJson["end"]["position"], iPlain.PositionOf(iPlain.mEnd));
+    EXPECT_EQ(iJson["end"]["timecode"], TimecodeOf(iJson["end"]["sample"], iRate));
     EXPECT_EQ(iJson["end"]["seconds"].get<double>(),
               iJson["end"]["sample"].get<double>() / static_cast<double>(iRate));
 }
