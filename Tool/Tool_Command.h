@@ -6,6 +6,8 @@
 // Globals: sets Time_Globals' sample rate, frame rate and timecode format to what the arguments ask for.
 #pragma once
 
+#include "Tool/Tool_Terminals.h"
+
 #include <iosfwd>
 #include <string>
 #include <vector>
@@ -18,6 +20,6 @@ enum Tool_EExit {
 
 // iArguments leaves out the command's own name; all text is UTF-8. The library must be initialised.
 Tool_EExit Tool_RunCommand(const std::vector<std::string>& iArguments, std::istream& iIn, std::ostream& oOut,
-                           std::ostream& oErr);
+                           std::ostream& oErr, const Tool_Terminals& iTerminals = {});
 // The same between Kora_Init::Init and Free, over the process's own streams: what each platform's main calls.
 int Tool_Main(const std::vector<std::string>& iArguments);

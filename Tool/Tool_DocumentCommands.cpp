@@ -2,10 +2,10 @@
 #include "Bastel/Cmn/Cmn_CountText.h"
 #include "Kora/FF/Rescue/FF_DocumentCheck.h"
 #include "Kora/FF/Rescue/FF_DocumentRepair.h"
+#include "Tool/Tool_Commands.h"
 #include "Tool/Tool_Document.h"
 #include "Tool/Tool_DocumentReport.h"
 #include "Tool/Tool_File.h"
-#include "Tool/Tool_Help.h"
 #include "Tool/Tool_InputError.h"
 #include "Tool/Tool_Song.h"
 #include "Tool/Tool_Subcommand.h"
@@ -27,14 +27,24 @@ class SaveCommand : public Tool_Subcommand
 {
 public:
     explicit SaveCommand(CLI::App& ioApp)
-        : Tool_Subcommand(ioApp, "save", Tool_cSaveHelp)
-        , mSettings(App())
+        : Tool_Subcommand(ioApp)
     {
-        App().add_option("output", mOutput)->required();
-        App().add_option("--scramble", mScramble);
+        TakeFile(
+            "FILE",
+            "the song, as for \"kora song\"; from a document this is how it gets another scrambling or other "
+            "settings");
+        Need("output", mOutput, "OUT.kora",
+             "the document; one of that name is replaced in one step, once the new one is safely on the "
+             "disk; \"-\" writes "
+             "the document to standard output and prints nothing else, unless something is left out: that "
+             "goes to the "
+             "error stream");
+        Take("--scramble", mScramble, "TYPE",
+             "0 for plain bytes (default), 1 to 5 for the masks that documents may have");
+        mSettings.AddTo(App(), Tool_SettingsOptions::eTold_AsKept);
     }
 
-    Tool_Outcome Run(std::istream& iIn) const override
+    Tool_Outcome Run(const Tool_Console& iConsole) const override
     {
         const EFF_EncryptionType type = Type();
         const Tool_AskedSettings asked = mSettings.Asked();
@@ -42,7 +52,7 @@ public:
         std::unique_ptr<const Tool_Song> song;
         Cmn_Int32 others = 0;
         {
-            const Tool_Input input = Input(iIn);
+            const Tool_Input input = Input(iConsole);
             song = Tool_Song::Load(input, asked);
             const bool isDocument = Tool_IsDocument(input);
             if (isDocument) others = Tool_CountOtherEntries(*Tool_OpenDocument(input));
@@ -69,9 +79,8 @@ private:
     EFF_EncryptionType Type() const
     {
         int type = eFF_EncryptionType_None;
-        if (App().count("--scramble") > 0 &&
-            (!Tool_ParseInteger(mScramble, type) || type < eFF_EncryptionType_None ||
-             type > eFF_EncryptionType_Block93))
+        if (IsGiven("--scramble") && (!Tool_ParseInteger(mScramble, type) || type < eFF_EncryptionType_None ||
+                                      type > eFF_EncryptionType_Block93))
             throw Tool_UsageError("--scramble " + Tool_Quoted(mScramble) + ", expected 0 to 5");
         return static_cast<EFF_EncryptionType>(type);
     }
@@ -85,19 +94,20 @@ class InfoCommand : public Tool_Subcommand
 {
 public:
     explicit InfoCommand(CLI::App& ioApp)
-        : Tool_Subcommand(ioApp, "info", Tool_cInfoHelp)
+        : Tool_Subcommand(ioApp)
     {
-        App().add_flag("--json", mIsJson);
+        TakeFile("FILE.kora", "the document; \"-\" for standard input");
+        TakeFlag("--json", mIsJson, "print one JSON object instead of the table");
     }
 
-    Tool_Outcome Run(std::istream& iIn) const override
+    Tool_Outcome Run(const Tool_Console& iConsole) const override
     {
         struct Opened
         {
             Tool_Input mInput;
             std::unique_ptr<FF_Document> mDocument;
         };
-        const std::shared_ptr<Opened> opened(new Opened{Input(iIn), nullptr});
+        const std::shared_ptr<Opened> opened(new Opened{Input(iConsole), nullptr});
         opened->mDocument = Tool_OpenDocument(opened->mInput);
         const auto write = [opened, isJson = mIsJson](std::ostream& oOut) {
             Tool_NamingFile(opened->mInput.Name(), [&] {
@@ -119,20 +129,21 @@ class CheckCommand : public Tool_Subcommand
 {
 public:
     explicit CheckCommand(CLI::App& ioApp)
-        : Tool_Subcommand(ioApp, "check", Tool_cCheckHelp)
+        : Tool_Subcommand(ioApp)
     {
-        App().remove_option(App().get_option("file")); // of this command there are several
-        App().add_option("files", mFiles)->required();
-        App().add_flag("--all", mIsAll);
+        Need("files", mFiles, "FILE.kora...", "one document or several; \"-\" for standard input");
+        TakeFlag("--all", mIsAll,
+                 "print every fault, one a line, in the order of the file; of several files with \"FILE: \" "
+                 "in front");
     }
 
     // A file that cannot be checked is as bad as one with faults: the others are checked all the same.
-    Tool_Outcome Run(std::istream& iIn) const override
+    Tool_Outcome Run(const Tool_Console& iConsole) const override
     {
         Tool_Outcome outcome;
         for (const std::string& file : mFiles)
             try {
-                CheckFile(Tool_Input(file, iIn), outcome);
+                CheckFile(Tool_Input(file, iConsole.mIn), outcome);
             } catch (const Tool_InputError& error) {
                 outcome.mComplaints.emplace_back(error.what());
             } catch (const Cmn_Exception& error) {
@@ -172,17 +183,19 @@ class RepairCommand : public Tool_Subcommand
 {
 public:
     explicit RepairCommand(CLI::App& ioApp)
-        : Tool_Subcommand(ioApp, "repair", Tool_cRepairHelp)
+        : Tool_Subcommand(ioApp)
     {
-        App().add_option("output", mOutput)->required();
+        TakeFile("FILE.kora", "the damaged document, which stays as it is; \"-\" for standard input");
+        Need("output", mOutput, "OUT.kora",
+             "the new one; must be another file, which is replaced in one step");
     }
 
-    Tool_Outcome Run(std::istream& iIn) const override
+    Tool_Outcome Run(const Tool_Console& iConsole) const override
     {
         if (mOutput == Tool_cStandardOutput)
             throw Tool_UsageError(
                 "the output is for what repair has to tell, expected a file for the document");
-        const Tool_Input input = Input(iIn);
+        const Tool_Input input = Input(iConsole);
         if (input.IsSameFile(mOutput))
             throw Tool_UsageError("the repaired document would take the place of " + Tool_Quoted(mOutput) +
                                   ", expected another file");
@@ -222,15 +235,16 @@ class XmlCommand : public Tool_Subcommand
 {
 public:
     explicit XmlCommand(CLI::App& ioApp)
-        : Tool_Subcommand(ioApp, "xml", Tool_cXmlHelp)
-        , mSettings(App())
+        : Tool_Subcommand(ioApp)
     {
+        TakeSong();
+        mSettings.AddTo(App());
     }
 
-    Tool_Outcome Run(std::istream& iIn) const override
+    Tool_Outcome Run(const Tool_Console& iConsole) const override
     {
         const Tool_AskedSettings asked = mSettings.Asked();
-        const std::shared_ptr<const Tool_Song> song = Tool_Song::Load(Input(iIn), asked);
+        const std::shared_ptr<const Tool_Song> song = Tool_Song::Load(Input(iConsole), asked);
         return {{}, {}, {}, [song](std::ostream& oOut) { Tool_WriteXml(*song, oOut); }};
     }
 
@@ -240,11 +254,23 @@ private:
 
 } // namespace
 
-void Tool_AddDocumentCommands(CLI::App& ioApp, Tool_Subcommands& ioCommands)
+std::unique_ptr<Tool_Subcommand> Tool_MakeSaveCommand(CLI::App& ioApp)
 {
-    ioCommands.push_back(std::make_unique<SaveCommand>(ioApp));
-    ioCommands.push_back(std::make_unique<InfoCommand>(ioApp));
-    ioCommands.push_back(std::make_unique<CheckCommand>(ioApp));
-    ioCommands.push_back(std::make_unique<RepairCommand>(ioApp));
-    ioCommands.push_back(std::make_unique<XmlCommand>(ioApp));
+    return std::make_unique<SaveCommand>(ioApp);
+}
+std::unique_ptr<Tool_Subcommand> Tool_MakeInfoCommand(CLI::App& ioApp)
+{
+    return std::make_unique<InfoCommand>(ioApp);
+}
+std::unique_ptr<Tool_Subcommand> Tool_MakeCheckCommand(CLI::App& ioApp)
+{
+    return std::make_unique<CheckCommand>(ioApp);
+}
+std::unique_ptr<Tool_Subcommand> Tool_MakeRepairCommand(CLI::App& ioApp)
+{
+    return std::make_unique<RepairCommand>(ioApp);
+}
+std::unique_ptr<Tool_Subcommand> Tool_MakeXmlCommand(CLI::App& ioApp)
+{
+    return std::make_unique<XmlCommand>(ioApp);
 }

@@ -1,8 +1,8 @@
 // The subcommand that changes a song: edit.
+#include "Tool/Tool_Commands.h"
 #include "Tool/Tool_Document.h"
 #include "Tool/Tool_EditReport.h"
 #include "Tool/Tool_File.h"
-#include "Tool/Tool_Help.h"
 #include "Tool/Tool_InputError.h"
 #include "Tool/Tool_Subcommand.h"
 #include "Tool/Tool_Text.h"
@@ -17,9 +17,7 @@ enum EKind { eKind_Midi, eKind_Document };
 constexpr std::pair<const char*, EKind> cEndings[] = {
     {".mid", eKind_Midi}, {".midi", eKind_Midi}, {".kora", eKind_Document}};
 
-// What stands behind an operation and belongs to it.
-constexpr std::pair<const char*, const char*> cModifiers[] = {
-    {"--curve", "--ramp"}, {"--steps", "--ramp"}, {"--tolerance", "--beats"}};
+constexpr char cOperations[] = "Operations, done in the order given";
 
 std::optional<EKind> KindOfEnding(const std::string& iName)
 {
@@ -35,36 +33,31 @@ class EditCommand : public Tool_Subcommand
 {
 public:
     explicit EditCommand(CLI::App& ioApp)
-        : Tool_Subcommand(ioApp, "edit", Tool_cEditHelp)
-        , mSettings(App())
+        : Tool_Subcommand(ioApp)
     {
-        App().add_option("-o,--output", mOutput);
-        App().add_option("--as", mAs);
-        App().add_option("--division", mDivision);
-        App().add_flag("--dry-run", mIsDryRun);
-        App().add_flag("--json", mIsJson);
-        // Called as they are met, so that their order is that of the command line.
-        using Arguments = std::vector<std::string>;
-        for (const Tool_SongEditor::Form& form : Tool_SongEditor::Forms())
-            App()
-                .add_option_function<Arguments>(form.mName,
-                                                [this, &form](const Arguments& i) {
-                                                    mOperations.push_back({form.mName, i, {}});
-                                                })
-                ->expected(form.mLeast, form.mMost)
-                ->trigger_on_parse();
-        for (const auto& modifier : cModifiers)
-            App()
-                .add_option_function<std::string>(
-                    modifier.first, [this, &modifier](const std::string& i) { Modify(modifier, i); })
-                ->trigger_on_parse();
+        TakeFile("FILE", "the song, a MIDI file or a document; \"-\" for standard input");
+        Take("-o,--output", mOutput, "OUT",
+             "what comes out; its ending says its kind: .mid, .midi or .kora. It may be FILE and takes its "
+             "place in one "
+             "step; \"-\" is standard output");
+        Take("--as", mAs, "mid|kora", "the kind for \"-\" (default: FILE's)");
+        TakeFlag("--dry-run", mIsDryRun, "print what would change and write nothing");
+        TakeFlag("--json", mIsJson, "print what changed as one JSON object");
+        Take("--division", mDivision, "TICKS",
+             "for a MIDI file out of a document: file ticks to a quarter note (default: 960)");
+        mSettings.AddTo(App());
+        for (const Tool_SongEditor::Form& form : Tool_SongEditor::Forms()) {
+            AddOperation(form);
+            for (const Tool_SongEditor::Modifier& modifier : Tool_SongEditor::Modifiers())
+                if (std::string_view(modifier.mOf) == form.mName) AddModifier(modifier);
+        }
     }
 
-    Tool_Outcome Run(std::istream& iIn) const override
+    Tool_Outcome Run(const Tool_Console& iConsole) const override
     {
         const std::optional<EKind> asked = AskedKind();
         const Tool_AskedSettings settings = mSettings.Asked();
-        const Tool_Input input = Input(iIn);
+        const Tool_Input input = Input(iConsole);
         const bool isDocument = Tool_IsDocument(input);
         const EKind kind = asked.value_or(isDocument ? eKind_Document : eKind_Midi);
         Work work = isDocument ? OpenDocument(input, settings) : OpenMidi(input, settings);
@@ -76,7 +69,7 @@ public:
         Tool_EditReport report(*work.mSong, input.Name());
         const Cmn_Int64 fileTick =
             kind == eKind_Midi ? (Tool_Song::cTicksPerQuarter + division - 1) / division : 1;
-        Tool_SongEditor editor(*work.mSong, work.mEvents.get(), fileTick, iIn);
+        Tool_SongEditor editor(*work.mSong, work.mEvents.get(), fileTick, iConsole.mIn);
         for (const Tool_EditOperation& operation : mOperations)
             report.Add(operation, editor.Apply(operation));
         editor.ReleaseLocks();
@@ -103,22 +96,42 @@ private:
         std::string mNotes; // what did not fit
     };
 
-    void Modify(const std::pair<const char*, const char*>& iModifier, const std::string& iValue)
+    // Both are called as they are met, so that their order is that of the command line.
+    void AddOperation(const Tool_SongEditor::Form& iForm)
     {
-        const auto& [name, operation] = iModifier;
-        if (mOperations.empty() || mOperations.back().mName != operation)
-            throw CLI::ValidationError(std::string(name) + ' ' + iValue + ": expected it behind " +
-                                       operation);
-        mOperations.back().mModifiers.emplace_back(name, iValue);
+        using Arguments = std::vector<std::string>;
+        const auto take = [this, &iForm](const Arguments& i) { mOperations.push_back({iForm.mName, i, {}}); };
+        App()
+            .add_option_function<Arguments>(iForm.mName, take, iForm.mHelp)
+            ->expected(iForm.mLeast, iForm.mMost)
+            ->type_name(iForm.mValues)
+            ->group(cOperations)
+            ->trigger_on_parse();
+    }
+    void AddModifier(const Tool_SongEditor::Modifier& iModifier)
+    {
+        const auto take = [this, &iModifier](const std::string& i) { Modify(iModifier, i); };
+        App()
+            .add_option_function<std::string>(iModifier.mName, take, iModifier.mHelp)
+            ->type_name(iModifier.mValue)
+            ->group(cOperations)
+            ->trigger_on_parse();
+    }
+    void Modify(const Tool_SongEditor::Modifier& iModifier, const std::string& iValue)
+    {
+        if (mOperations.empty() || mOperations.back().mName != iModifier.mOf)
+            throw Tool_UsageError(std::string(iModifier.mName) + ' ' + Tool_Quoted(iValue) +
+                                  ", expected it behind " + iModifier.mOf);
+        mOperations.back().mModifiers.emplace_back(iModifier.mName, iValue);
     }
 
-    bool HasOutput() const { return App().count("-o") > 0; }
+    bool HasOutput() const { return IsGiven("-o"); }
     bool IsToOutput() const { return mOutput == Tool_cStandardOutput; }
 
     std::optional<EKind> AskedKind() const
     {
         std::optional<EKind> kind;
-        if (App().count("--as") > 0) {
+        if (IsGiven("--as")) {
             kind = mAs == "mid"    ? std::optional(eKind_Midi)
                    : mAs == "kora" ? std::optional(eKind_Document)
                                    : kind;
@@ -131,7 +144,7 @@ private:
         if (!ending)
             throw Tool_UsageError("-o " + Tool_Quoted(mOutput) + ", expected a name in .mid, .midi or .kora");
         if (kind && kind != ending)
-            throw Tool_UsageError("--as " + mAs + " for " + Tool_Quoted(mOutput) +
+            throw Tool_UsageError("--as " + Tool_Quoted(mAs) + " for " + Tool_Quoted(mOutput) +
                                   ", expected what its ending says");
         return ending;
     }
@@ -140,9 +153,10 @@ private:
     {
         constexpr Cmn_Int32 cDefault = 960, cMost = 32767;
         Cmn_Int32 division = iWork.mEvents ? iWork.mDivision : cDefault;
-        if (App().count("--division") == 0) return division;
+        if (!IsGiven("--division")) return division;
         if (iWork.mEvents || iKind != eKind_Midi)
-            throw Tool_UsageError("--division is for a MIDI file out of a document, a file's own stays");
+            throw Tool_UsageError("--division " + Tool_Quoted(mDivision) +
+                                  ", expected none: it is for a MIDI file out of a document");
         if (!Tool_ParseInteger(mDivision, division) || division < 1 || division > cMost)
             throw Tool_UsageError("--division " + Tool_Quoted(mDivision) + ", expected 1 to 32767");
         return division;
@@ -238,7 +252,7 @@ private:
 
 } // namespace
 
-void Tool_AddEditCommand(CLI::App& ioApp, Tool_Subcommands& ioCommands)
+std::unique_ptr<Tool_Subcommand> Tool_MakeEditCommand(CLI::App& ioApp)
 {
-    ioCommands.push_back(std::make_unique<EditCommand>(ioApp));
+    return std::make_unique<EditCommand>(ioApp);
 }

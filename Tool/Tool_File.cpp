@@ -111,5 +111,5 @@ void Tool_WriteFile(const std::string& iName, const std::function<void(const Too
         stream.write(iBytes.data(), static_cast<std::streamsize>(iBytes.size()));
     });
     stream.close();
-    if (stream.fail()) throw Tool_InputError::InFile(iName, "the file cannot be written");
+    if (stream.fail()) throw Tool_InputError::InFile(iName, "cannot be written");
 }

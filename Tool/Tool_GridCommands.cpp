@@ -1,7 +1,7 @@
 // The subcommands that follow a song's beats: grid, click.
 #include "Tool/Tool_Click.h"
+#include "Tool/Tool_Commands.h"
 #include "Tool/Tool_File.h"
-#include "Tool/Tool_Help.h"
 #include "Tool/Tool_RangeOptions.h"
 #include "Tool/Tool_Subcommand.h"
 #include "Tool/Tool_Text.h"
@@ -46,21 +46,27 @@ class GridCommand : public Tool_Subcommand
 {
 public:
     explicit GridCommand(CLI::App& ioApp)
-        : Tool_Subcommand(ioApp, "grid", Tool_cGridHelp)
-        , mSettings(App())
-        , mRange(App())
+        : Tool_Subcommand(ioApp)
     {
-        App().add_option("--by", mBy);
+        TakeSong();
+        mRange.AddTo(App(), "the first place of the range (default: the song's start)",
+                     "where it ends, itself no part of it (default: the song's end)");
+        Take("--by", mBy, "DIVISION",
+             "bars, beats (default), or a note value: 1/4, 1/8t for triplets, 1/8. for dotted ones, "
+             "1/16(4:5) for other "
+             "tuplets");
+        mSettings.AddTo(App());
     }
 
-    Tool_Outcome Run(std::istream& iIn) const override
+    Tool_Outcome Run(const Tool_Console& iConsole) const override
     {
         Time_GridDivision division;
         const char* whyNot = nullptr;
-        if (App().count("--by") > 0 && !division.FromText(mBy, &whyNot))
-            throw Tool_UsageError("--by " + Tool_Quoted(mBy) + ": " + whyNot);
+        if (IsGiven("--by") && !division.FromText(mBy, &whyNot))
+            throw Tool_UsageError("--by " + Tool_Quoted(mBy) + " (" + whyNot +
+                                  "), expected bars, beats or a note value: 1/4, 1/8t, 1/8. or 1/16(4:5)");
         const Tool_AskedSettings asked = mSettings.Asked();
-        const Tool_Input input = Input(iIn);
+        const Tool_Input input = Input(iConsole);
         const std::shared_ptr<const Tool_Song> song = Tool_Song::Load(input, asked);
         const Tool_RangeOptions::Range range = mRange.Get(*song, input.Name());
         return {{}, {}, {}, [song, range, division](std::ostream& oOut) {
@@ -78,28 +84,34 @@ class ClickCommand : public Tool_Subcommand
 {
 public:
     explicit ClickCommand(CLI::App& ioApp)
-        : Tool_Subcommand(ioApp, "click", Tool_cClickHelp)
-        , mSettings(App())
-        , mRange(App())
+        : Tool_Subcommand(ioApp)
     {
-        App().add_option("-o,--output", mOutput);
+        TakeSong();
+        Take("-o,--output", mOutput, "OUT",
+             "the WAV file (16 bits, mono), which takes the place of one that is there; without it, or for "
+             "\"-\", "
+             "standard output");
+        mRange.AddTo(App(), "where the file begins (default: the song's start)",
+                     "where it ends (default: the song's end)");
+        mSettings.AddTo(App());
     }
 
-    Tool_Outcome Run(std::istream& iIn) const override
+    Tool_Outcome Run(const Tool_Console& iConsole) const override
     {
         const Tool_AskedSettings asked = mSettings.Asked();
-        const Tool_Input input = Input(iIn);
+        const Tool_Input input = Input(iConsole);
         const std::shared_ptr<const Tool_Song> song = Tool_Song::Load(input, asked);
         const Tool_RangeOptions::Range range = mRange.Get(*song, input.Name());
         const Tool_Click click(*song, range.mFrom, range.mTo, input.Name());
-        if (App().count("-o") == 0 || mOutput == Tool_cStandardOutput)
+        if (!IsGiven("-o") || mOutput == Tool_cStandardOutput)
             return {{}, {}, {}, [song, click](std::ostream& oOut) {
                         click.Write([&](const std::string& iBytes) {
                             oOut.write(iBytes.data(), static_cast<std::streamsize>(iBytes.size()));
                         });
                     }};
         if (input.IsSameFile(mOutput))
-            throw Tool_UsageError("the sound would take the place of " + Tool_Quoted(mOutput));
+            throw Tool_UsageError("the sound would take the place of " + Tool_Quoted(mOutput) +
+                                  ", expected another file");
         Tool_WriteFile(mOutput, [&](const auto& iTake) { click.Write(iTake); });
         return {
             Tool_Printable(mOutput) + ": " + std::to_string(click.GetNumSamples()) + " samples\n", {}, {}};
@@ -113,8 +125,11 @@ private:
 
 } // namespace
 
-void Tool_AddGridCommands(CLI::App& ioApp, Tool_Subcommands& ioCommands)
+std::unique_ptr<Tool_Subcommand> Tool_MakeGridCommand(CLI::App& ioApp)
 {
-    ioCommands.push_back(std::make_unique<GridCommand>(ioApp));
-    ioCommands.push_back(std::make_unique<ClickCommand>(ioApp));
+    return std::make_unique<GridCommand>(ioApp);
+}
+std::unique_ptr<Tool_Subcommand> Tool_MakeClickCommand(CLI::App& ioApp)
+{
+    return std::make_unique<ClickCommand>(ioApp);
 }

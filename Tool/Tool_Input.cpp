@@ -23,7 +23,7 @@ std::string WhyNotOpened(const std::string& iName)
     Sys_FileSystem::Handle handle = Sys_FileSystem::cNoHandle;
     const Cmn_Int32 error = system.Open(iName, Sys_FileSystem::eAccess_Read, handle);
     if (error == 0) system.Close(handle);
-    if (error == 0) return "the file cannot be opened"; // it could be a moment later
+    if (error == 0) return "cannot be opened"; // it could be a moment later
     return error == cNoFile ? "no such file" : Sys_OSErrorText(error);
 }
 
@@ -67,7 +67,7 @@ Tool_Input::Tool_Input(const std::string& iArgument, std::istream& ioStandardInp
         if (type == fs::file_type::regular) {
             mStart.resize(cStartSize);
             file.read(mStart.data(), cStartSize);
-            if (file.bad()) throw Tool_InputError::InFile(mName, "the file cannot be read");
+            if (file.bad()) throw Tool_InputError::InFile(mName, "cannot be read");
             mStart.resize(static_cast<std::size_t>(file.gcount()));
             return;
         }

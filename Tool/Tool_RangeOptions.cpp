@@ -6,11 +6,11 @@
 
 #include <CLI/CLI.hpp>
 
-Tool_RangeOptions::Tool_RangeOptions(CLI::App& ioApp)
-    : mApp(ioApp)
+void Tool_RangeOptions::AddTo(CLI::App& ioApp, const char* iFrom, const char* iTo)
 {
-    ioApp.add_option("--from", mFrom);
-    ioApp.add_option("--to", mTo);
+    mApp = &ioApp;
+    ioApp.add_option("--from", mFrom, iFrom)->type_name("POS");
+    ioApp.add_option("--to", mTo, iTo)->type_name("POS");
 }
 
 std::optional<Time_Tick> Tool_RangeOptions::From(const Tool_Song& iSong, const std::string& iName) const
@@ -37,7 +37,7 @@ Tool_RangeOptions::Range Tool_RangeOptions::Get(const Tool_Song& iSong, const st
 std::optional<Time_Tick> Tool_RangeOptions::Position(const char* iOption, const std::string& iText,
                                                      const Tool_Song& iSong, const std::string& iName) const
 {
-    if (mApp.count(iOption) == 0) return std::nullopt;
+    if (mApp->count(iOption) == 0) return std::nullopt;
     try {
         return Tool_EditText(iSong).Position(iText);
     } catch (const Tool_UsageError& error) {

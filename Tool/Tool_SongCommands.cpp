@@ -1,9 +1,9 @@
 // The subcommands that show a song or put it into another form: song, convert, plot, export.
+#include "Tool/Tool_Commands.h"
 #include "Tool/Tool_Convert.h"
 #include "Tool/Tool_Document.h"
 #include "Tool/Tool_EditText.h"
 #include "Tool/Tool_File.h"
-#include "Tool/Tool_Help.h"
 #include "Tool/Tool_InputError.h"
 #include "Tool/Tool_Plot.h"
 #include "Tool/Tool_Png.h"
@@ -18,22 +18,26 @@
 namespace {
 
 constexpr char cDefaultMapsName[] = "-";
-constexpr char cInputName[] = "stdin";
+constexpr char cInputName[] = "standard input";
+constexpr char cExpected[] = ", expected another file";
 
 class SongCommand : public Tool_Subcommand
 {
 public:
     explicit SongCommand(CLI::App& ioApp)
-        : Tool_Subcommand(ioApp, "song", Tool_cSongHelp)
-        , mSettings(App())
+        : Tool_Subcommand(ioApp)
     {
-        App().add_flag("--json", mIsJson);
+        TakeFile("FILE", "standard MIDI file, format 0 or 1, with a division in ticks to a quarter note, or "
+                         "a document; the "
+                         "file's bytes say which; \"-\" for standard input");
+        mSettings.AddTo(App(), Tool_SettingsOptions::eTold_InFull);
+        TakeFlag("--json", mIsJson, "print one JSON object instead of the table");
     }
 
-    Tool_Outcome Run(std::istream& iIn) const override
+    Tool_Outcome Run(const Tool_Console& iConsole) const override
     {
         const Tool_AskedSettings asked = mSettings.Asked();
-        const Tool_Input input = Input(iIn);
+        const Tool_Input input = Input(iConsole);
         const std::shared_ptr<const Tool_Song> song = Tool_Song::Load(input, asked);
         return {{}, {}, {}, [song, name = input.Name(), isJson = mIsJson](std::ostream& oOut) {
                     const Tool_SongReport report(*song, name);
@@ -50,17 +54,21 @@ class ConvertCommand : public Tool_Subcommand
 {
 public:
     explicit ConvertCommand(CLI::App& ioApp)
-        : Tool_Subcommand(ioApp, "convert", Tool_cConvertHelp)
-        , mSettings(App())
+        : Tool_Subcommand(ioApp)
     {
-        App().add_option("--from", mFrom)->required();
-        App().add_option("--to", mTo)->required();
-        App().add_option("--film-rate", mFilmRate);
-        App().add_option("--film-offset", mFilmOffset);
-        App().add_option("--gauge", mGauge);
+        TakeFile(
+            "FILE",
+            "the song whose tempo and meter hold, as for \"kora song\", a file or a pipe other than standard "
+            "input; \"-\" stands for 120 beats a minute in 4/4 throughout");
+        Need("--from", mFrom, "UNIT", "unit of the positions read");
+        Need("--to", mTo, "UNIT,...", "units to print, in this order");
+        mSettings.AddTo(App());
+        Take("--film-rate", mFilmRate, "FPS", "frames of film a second, 1 to 1000 (default: 24)");
+        Take("--film-offset", mFilmOffset, "N", "the frame of film at sample 0 (default: 0)");
+        Take("--gauge", mGauge, "35|16", "film with 16 frames a foot (35 mm, the default) or 40 (16 mm)");
     }
 
-    Tool_Outcome Run(std::istream& iIn) const override
+    Tool_Outcome Run(const Tool_Console& iConsole) const override
     {
         Tool_EUnit from;
         if (!Tool_ParseUnit(mFrom, from))
@@ -71,19 +79,20 @@ public:
                                   ", separated by commas");
         const Tool_AskedSettings asked = mSettings.Asked();
         const Time_EFilmGauge gauge = Film();
-        const std::shared_ptr<const Tool_Song> song = Song(asked, iIn);
-        return {{}, {}, {}, [song, from, to, gauge, &iIn](std::ostream& oOut) {
-                    Tool_ConvertStream(*song, iIn, cInputName, from, to, oOut, gauge);
+        const std::shared_ptr<const Tool_Song> song = Song(asked, iConsole);
+        return {{}, {}, {}, [song, from, to, gauge, &in = iConsole.mIn](std::ostream& oOut) {
+                    Tool_ConvertStream(*song, in, cInputName, from, to, oOut, gauge);
                 }};
     }
 
 private:
-    std::unique_ptr<const Tool_Song> Song(const Tool_AskedSettings& iAsked, std::istream& iIn) const
+    std::unique_ptr<const Tool_Song> Song(const Tool_AskedSettings& iAsked,
+                                          const Tool_Console& iConsole) const
     {
         if (FileName() == cDefaultMapsName) return std::make_unique<Tool_Song>(iAsked.Over({}));
         if (Tool_IsOther(FileName()) && Tool_IsStandardInput(FileName()))
             throw Tool_UsageError("standard input holds the positions, expected the song in another file");
-        return Tool_Song::Load(Input(iIn), iAsked);
+        return Tool_Song::Load(Input(iConsole), iAsked);
     }
 
     // Rate and offset become the process's.
@@ -91,13 +100,13 @@ private:
     {
         double rate = cDefaultFilmRate;
         Cmn_Int32 offset = 0;
-        if (App().count("--film-rate") > 0 && (!Tool_ParseNumber(mFilmRate, rate) || rate < 1 || rate > 1000))
+        if (IsGiven("--film-rate") && (!Tool_ParseNumber(mFilmRate, rate) || rate < 1 || rate > 1000))
             throw Tool_UsageError("--film-rate " + Tool_Quoted(mFilmRate) +
                                   ", expected 1 to 1000 frames a second");
-        if (App().count("--film-offset") > 0 && !Tool_ParseInteger(mFilmOffset, offset))
+        if (IsGiven("--film-offset") && !Tool_ParseInteger(mFilmOffset, offset))
             throw Tool_UsageError("--film-offset " + Tool_Quoted(mFilmOffset) +
                                   ", expected a whole number of frames");
-        if (App().count("--gauge") > 0 && mGauge != "35" && mGauge != "16")
+        if (IsGiven("--gauge") && mGauge != "35" && mGauge != "16")
             throw Tool_UsageError("--gauge " + Tool_Quoted(mGauge) + ", expected 35 or 16");
         Time_FeetFrame::SetFilmRate(rate);
         Time_FeetFrame::SetFrameOffset(offset);
@@ -118,24 +127,33 @@ class PlotCommand : public Tool_Subcommand
 {
 public:
     explicit PlotCommand(CLI::App& ioApp)
-        : Tool_Subcommand(ioApp, "plot", Tool_cPlotHelp)
-        , mSettings(App())
-        , mRange(App())
+        : Tool_Subcommand(ioApp)
     {
-        App().add_option("-o,--output", mOutput);
-        App().add_option("--width", mWidth);
-        App().add_option("--height", mHeight);
+        TakeSong();
+        Take("-o,--output", mOutput, "OUT",
+             "write the picture there instead of printing it; a file of that name is replaced once the "
+             "picture is "
+             "complete; \"-\" prints it; a name that ends in .png is a PNG picture where the program "
+             "rsvg-convert is "
+             "there to make it (Linux)");
+        mRange.AddTo(
+            App(), "where the picture begins, in positions as for \"kora edit\" (default: the song's start)",
+            "where it ends (default: the song's end)");
+        Take("--width", mWidth, "PX",
+             "320 to 16000 pixels (default: 960); a narrow picture shows fewer labels, in letters as large");
+        Take("--height", mHeight, "PX", "300 to 16000 pixels (default: 432)");
+        mSettings.AddTo(App());
     }
 
-    Tool_Outcome Run(std::istream& iIn) const override
+    Tool_Outcome Run(const Tool_Console& iConsole) const override
     {
         const Tool_AskedSettings asked = mSettings.Asked();
-        const Tool_Input input = Input(iIn);
+        const Tool_Input input = Input(iConsole);
         const auto song = Tool_Song::Load(input, asked);
         std::string svg = Tool_Plot(*song, Tool_BaseName(input.Name()), Options(*song, input.Name()));
-        if (App().count("-o") == 0 || mOutput == Tool_cStandardOutput) return {std::move(svg), {}, {}};
+        if (!IsGiven("-o") || mOutput == Tool_cStandardOutput) return {std::move(svg), {}, {}};
         if (input.IsSameFile(mOutput))
-            throw Tool_UsageError("the picture would take the place of " + Tool_Quoted(mOutput));
+            throw Tool_UsageError("the picture would take the place of " + Tool_Quoted(mOutput) + cExpected);
         Tool_WriteFile(mOutput, Tool_EndsIn(mOutput, ".png") ? Tool_PngOf(svg, mOutput) : svg);
         return {};
     }
@@ -152,7 +170,7 @@ private:
     void Size(const char* iOption, const std::string& iText, Cmn_Int64 iLeast, Cmn_Int64& ioSize) const
     {
         constexpr Cmn_Int64 most = Tool_PlotOptions::cMost;
-        if (App().count(iOption) == 0) return;
+        if (!IsGiven(iOption)) return;
         if (!Tool_ParseInteger(iText, ioSize) || ioSize < iLeast || ioSize > most)
             throw Tool_UsageError(iOption + (' ' + Tool_Quoted(iText)) + ", expected " +
                                   std::to_string(iLeast) + " to " + std::to_string(most) + " pixels");
@@ -168,16 +186,19 @@ class ExportCommand : public Tool_Subcommand
 {
 public:
     explicit ExportCommand(CLI::App& ioApp)
-        : Tool_Subcommand(ioApp, "export", Tool_cExportHelp)
+        : Tool_Subcommand(ioApp)
     {
-        App().add_option("-o,--output", mOutput);
-        App().add_option("--division", mDivision);
+        TakeFile("FILE.kora", "the document; \"-\" for standard input");
+        Take("-o,--output", mOutput, "OUT.mid",
+             "the MIDI file, which takes the place of one that is there; without it, or for \"-\", standard "
+             "output");
+        Take("--division", mDivision, "TICKS", "file ticks to a quarter note, 1 to 32767 (default: 960)");
     }
 
-    Tool_Outcome Run(std::istream& iIn) const override
+    Tool_Outcome Run(const Tool_Console& iConsole) const override
     {
         SMF_File file(Division());
-        const Tool_Input input = Input(iIn);
+        const Tool_Input input = Input(iConsole);
         const auto document = Tool_OpenDocument(input);
         const auto report = Tool_NamingFile(input.Name(), [&] {
             const Tool_Song song(*document, {});
@@ -186,10 +207,11 @@ public:
         });
         std::string bytes = file.Write();
         const std::string text = Tool_RoundingText(report);
-        if (App().count("-o") == 0 || mOutput == Tool_cStandardOutput)
+        if (!IsGiven("-o") || mOutput == Tool_cStandardOutput)
             return {std::move(bytes), {}, text.empty() ? "" : "standard output: " + text + '\n'};
         if (input.IsSameFile(mOutput))
-            throw Tool_UsageError("the MIDI file would take the place of " + Tool_Quoted(mOutput));
+            throw Tool_UsageError("the MIDI file would take the place of " + Tool_Quoted(mOutput) +
+                                  cExpected);
         Tool_WriteFile(mOutput, bytes);
         return {Tool_Printable(mOutput) + ": " + std::to_string(bytes.size()) + " bytes, " +
                     std::to_string(file.GetDivision()) + " ticks to a quarter note" +
@@ -202,7 +224,7 @@ private:
     int Division() const
     {
         int division = cDefaultDivision;
-        if (App().count("--division") > 0 &&
+        if (IsGiven("--division") &&
             (!Tool_ParseInteger(mDivision, division) || division < 1 || division > cMaxDivision))
             throw Tool_UsageError("--division " + Tool_Quoted(mDivision) + ", expected 1 to 32767");
         return division;
@@ -217,10 +239,19 @@ private:
 
 } // namespace
 
-void Tool_AddSongCommands(CLI::App& ioApp, Tool_Subcommands& ioCommands)
+std::unique_ptr<Tool_Subcommand> Tool_MakeSongCommand(CLI::App& ioApp)
 {
-    ioCommands.push_back(std::make_unique<SongCommand>(ioApp));
-    ioCommands.push_back(std::make_unique<ConvertCommand>(ioApp));
-    ioCommands.push_back(std::make_unique<PlotCommand>(ioApp));
-    ioCommands.push_back(std::make_unique<ExportCommand>(ioApp));
+    return std::make_unique<SongCommand>(ioApp);
+}
+std::unique_ptr<Tool_Subcommand> Tool_MakeConvertCommand(CLI::App& ioApp)
+{
+    return std::make_unique<ConvertCommand>(ioApp);
+}
+std::unique_ptr<Tool_Subcommand> Tool_MakePlotCommand(CLI::App& ioApp)
+{
+    return std::make_unique<PlotCommand>(ioApp);
+}
+std::unique_ptr<Tool_Subcommand> Tool_MakeExportCommand(CLI::App& ioApp)
+{
+    return std::make_unique<ExportCommand>(ioApp);
 }

@@ -54,17 +54,47 @@ std::string Tool_EditOperation::Text() const
     return text;
 }
 
-const std::vector<Tool_SongEditor::Form>& Tool_SongEditor::Forms()
+std::span<const Tool_SongEditor::Form> Tool_SongEditor::Forms()
 {
-    static const std::vector<Form> cForms = {
-        {"--tempo", 2, 2, &Tool_SongEditor::SetTempo}, {"--ramp", 4, 4, &Tool_SongEditor::Ramp},
-        {"--scale", 1, 3, &Tool_SongEditor::Scale},    {"--fit", 3, 3, &Tool_SongEditor::Fit},
-        {"--lock", 2, 2, &Tool_SongEditor::Lock},      {"--beats", 1, 1, &Tool_SongEditor::LockBeats},
-        {"--insert", 2, 2, &Tool_SongEditor::Insert},  {"--delete", 2, 2, &Tool_SongEditor::Delete},
-        {"--move", 3, 3, &Tool_SongEditor::Move},      {"--repeat", 3, 3, &Tool_SongEditor::Repeat},
-        {"--meter", 2, 2, &Tool_SongEditor::SetMeter}, {"--key", 2, 2, &Tool_SongEditor::SetKey},
+    static constexpr Form cForms[] = {
+        {"--tempo", "POS BPM", 2, 2, &Tool_SongEditor::SetTempo,
+         "the tempo from POS on, in quarter notes a minute, 5 to 500"},
+        {"--ramp", "FROM TO BPM BPM", 4, 4, &Tool_SongEditor::Ramp,
+         "from one tempo to another, in steps of equal length in ticks, each with the tempo that makes it "
+         "last as long as the curve does over it"},
+        {"--scale", "PERCENT [FROM TO]", 1, 3, &Tool_SongEditor::Scale, "all tempi, or those in a range"},
+        {"--fit", "FROM TO LENGTH", 3, 3, &Tool_SongEditor::Fit,
+         "scales the tempi of a range so that it lasts LENGTH"},
+        {"--lock", "POS TIME", 2, 2, &Tool_SongEditor::Lock,
+         "POS is at this time: the stretch since the lock before, or the start, gets the one tempo that "
+         "fits, and so does the one to the next lock"},
+        {"--beats", "FILE", 1, 1, &Tool_SongEditor::LockBeats,
+         "the n-th beat is at the time in the n-th line, less that of the first"},
+        {"--insert", "AT LENGTH", 2, 2, &Tool_SongEditor::Insert, "empty time; what is at AT or later moves"},
+        {"--delete", "FROM TO", 2, 2, &Tool_SongEditor::Delete,
+         "takes time out; what is at TO or later moves"},
+        {"--move", "FROM TO POS", 3, 3, &Tool_SongEditor::Move,
+         "takes time out and puts it before POS, which is read before the cut"},
+        {"--repeat", "FROM TO N", 3, 3, &Tool_SongEditor::Repeat, "N copies behind TO"},
+        {"--meter", "POS N/D", 2, 2, &Tool_SongEditor::SetMeter,
+         "from POS on; later changes stay where they are"},
+        {"--key", "POS KEY", 2, 2, &Tool_SongEditor::SetKey,
+         "from POS on: \"Eb major\" or Eb, \"C# minor\" or C#m"},
     };
     return cForms;
+}
+
+std::span<const Tool_SongEditor::Modifier> Tool_SongEditor::Modifiers()
+{
+    static constexpr Modifier cModifiers[] = {
+        {"--curve", "--ramp", "bars|linear|s",
+         "behind --ramp: the tempo is linear in ticks (bars, the default), linear in time, or half a cosine "
+         "in ticks (s)"},
+        {"--steps", "--ramp", "N", "behind --ramp: how many steps (default: 16 a bar)"},
+        {"--tolerance", "--beats", "MS",
+         "behind --beats: one tempo for neighbours while no beat moves by more (default: 0)"},
+    };
+    return cModifiers;
 }
 
 Tool_SongEditor::Tool_SongEditor(Tool_Song& ioSong, SMF_TimeEdit* ioEvents, Cmn_Int64 iFileTick,
@@ -98,7 +128,7 @@ Tool_EditEffect Tool_SongEditor::Apply(const Tool_EditOperation& iOperation)
 
 // --- Arguments
 
-const std::string* Tool_SongEditor::Modifier(const char* iName) const
+const std::string* Tool_SongEditor::ModifierNamed(const char* iName) const
 {
     for (const auto& [name, value] : mOperation->mModifiers)
         if (name == iName) return &value;
@@ -193,7 +223,7 @@ std::size_t Tool_SongEditor::Steps(const Effect& iRange) const
     const auto bar =
         static_cast<double>(mSong.GetMeterMap().GetMeterAtTick(iRange.mFrom).GetBarLength().AsInt64());
     Cmn_Int64 steps = Cmn_RoundHalfUp(cStepsOfABar * static_cast<double>(length) / bar);
-    if (const std::string* const asked = Modifier("--steps")) {
+    if (const std::string* const asked = ModifierNamed("--steps")) {
         constexpr auto cMost = static_cast<Cmn_Int64>(Time_TempoEdit::cMaxRampSteps);
         if (!Tool_ParseInteger(*asked, steps) || steps < 1 || steps > cMost)
             throw Tool_UsageError(Tool_Quoted(*asked) + ", expected 1 to " + std::to_string(cMost) +
@@ -210,7 +240,7 @@ Tool_EditEffect Tool_SongEditor::Ramp()
         {"linear", Time_TempoEdit::eCurve_Linear},
         {"s", Time_TempoEdit::eCurve_S}};
     const double start = TempoAt(2), end = TempoAt(3);
-    const std::string* const asked = Modifier("--curve");
+    const std::string* const asked = ModifierNamed("--curve");
     const auto curve = std::find_if(std::begin(cCurves), std::end(cCurves), [&](const auto& iCurve) {
         return (asked == nullptr ? "bars" : *asked) == iCurve.first;
     });

@@ -10,6 +10,7 @@
 
 #include <iosfwd>
 #include <set>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -44,14 +45,25 @@ public:
     // Null without events. iFileTick is the length of the file's tick, 1 where any tick can be written.
     Tool_SongEditor(Tool_Song& ioSong, SMF_TimeEdit* ioEvents, Cmn_Int64 iFileTick, std::istream& ioIn);
 
-    // Names and how many arguments there are at least and at most.
+    // An operation as it is typed, and how many arguments it has at least and at most.
     struct Form
     {
         const char* mName;
+        const char* mValues;
         int mLeast, mMost;
         Tool_EditEffect (Tool_SongEditor::*mApply)();
+        const char* mHelp;
     };
-    static const std::vector<Form>& Forms();
+    static std::span<const Form> Forms();
+    // What stands behind an operation and belongs to it.
+    struct Modifier
+    {
+        const char* mName;
+        const char* mOf;
+        const char* mValue;
+        const char* mHelp;
+    };
+    static std::span<const Modifier> Modifiers();
 
     // Throws Tool_UsageError for arguments that make no sense and Tool_InputError for what the song rules
     // out; both begin with the operation.
@@ -76,7 +88,7 @@ private:
     Effect SetKey();
 
     const std::string& Argument(std::size_t iIndex) const { return mOperation->mArguments[iIndex]; }
-    const std::string* Modifier(const char* iName) const;
+    const std::string* ModifierNamed(const char* iName) const;
     Time_Tick PositionAt(std::size_t iIndex) const { return mText.Position(Argument(iIndex)); }
     double TempoAt(std::size_t iIndex) const;
     // The effect of the range that the two arguments from iIndex on name.

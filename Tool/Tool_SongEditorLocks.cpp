@@ -93,7 +93,7 @@ std::vector<Time_TempoEdit::Point> Tool_SongEditor::ReadBeats(const std::string&
 Tool_EditEffect Tool_SongEditor::LockBeats()
 {
     double milliseconds = 0;
-    const std::string* const asked = Modifier("--tolerance");
+    const std::string* const asked = ModifierNamed("--tolerance");
     if (asked != nullptr && (!Tool_ParseNumber(*asked, milliseconds) || milliseconds < 0))
         throw Tool_UsageError(Tool_Quoted(*asked) + ", expected 0 or more milliseconds");
     Time_TempoMap& tempi = mSong.GetTempoMap();

@@ -1,9 +1,10 @@
 // Tool_Subcommand: one subcommand of kora: its arguments as text, and what it makes of them.
 //
-// A new one is a class in the file of its group, one line in that group's Tool_Add…
-// function, and a help text.
+// A new one is a class in the file of its group, one line in Tool_Commands, and a text in Tool_Help.h. What it tells the
+// argument parser of its options is what its help, its manual page and the shells' completions show.
 #pragma once
 
+#include "Tool/Tool_Console.h"
 #include "Tool/Tool_Input.h"
 #include "Tool/Tool_Settings.h"
 
@@ -41,49 +42,54 @@ inline constexpr char Tool_cStandardOutput[] = "-";
 class Tool_Subcommand
 {
 public:
-    // Takes the argument "file" first.
-    Tool_Subcommand(CLI::App& ioApp, const char* iName, const char* iHelp);
     virtual ~Tool_Subcommand();
     Tool_Subcommand(const Tool_Subcommand&) = delete;
     Tool_Subcommand& operator=(const Tool_Subcommand&) = delete;
 
-    std::string Name() const;
-    bool IsChosen() const;
-    const char* Help() const { return mHelp; }
-
     // Throws Tool_UsageError, Tool_InputError, and what the library throws for bad documents.
-    virtual Tool_Outcome Run(std::istream& iIn) const = 0;
+    virtual Tool_Outcome Run(const Tool_Console& iConsole) const = 0;
 
 protected:
-    CLI::App& App() { return *mApp; }
-    const CLI::App& App() const { return *mApp; }
+    // The parser must outlive it, and reads arguments into it.
+    explicit Tool_Subcommand(CLI::App& ioApp)
+        : mApp(ioApp)
+    {
+    }
+
+    CLI::App& App() { return mApp; }
+    const CLI::App& App() const { return mApp; }
+
+    // Declares an option or, without dashes, an argument; iValue is what its help calls its value: "HZ", "35|16".
+    template <class Value>
+    void Take(const char* iNames, Value& oValue, const char* iValue, const char* iHelp);
+    template <class Value>
+    void Need(const char* iNames, Value& oValue, const char* iValue, const char* iHelp);
+    void TakeFlag(const char* iNames, bool& oIsGiven, const char* iHelp);
+    // The argument that nearly all have first.
+    void TakeFile(const char* iValue, const char* iHelp);
+    void TakeSong() { TakeFile("FILE", "the song, as for \"kora song\""); }
+
+    bool IsGiven(const char* iOption) const;
     const std::string& FileName() const { return mFile; }
-    Tool_Input Input(std::istream& iIn) const { return {FileName(), iIn}; }
+    Tool_Input Input(const Tool_Console& iConsole) const { return {FileName(), iConsole.mIn}; }
 
 private:
-    const char* mHelp;
-    CLI::App* mApp;
+    CLI::App& mApp;
     std::string mFile;
 };
-
-using Tool_Subcommands = std::vector<std::unique_ptr<const Tool_Subcommand>>;
 
 // The options --rate and --timecode.
 class Tool_SettingsOptions
 {
 public:
-    explicit Tool_SettingsOptions(CLI::App& ioApp);
+    enum ETold { eTold_Briefly, eTold_InFull, eTold_AsKept };
+    // ioApp must outlive it.
+    void AddTo(CLI::App& ioApp, ETold iTold = eTold_Briefly);
     // What was given; throws Tool_UsageError where it is no rate or no format.
     Tool_AskedSettings Asked() const;
 
 private:
-    const CLI::App& mApp;
+    const CLI::App* mApp = nullptr;
     std::string mRate;
     std::string mTimecode;
 };
-
-// The groups, each in a file of its own.
-void Tool_AddSongCommands(CLI::App& ioApp, Tool_Subcommands& ioCommands);
-void Tool_AddGridCommands(CLI::App& ioApp, Tool_Subcommands& ioCommands);
-void Tool_AddEditCommand(CLI::App& ioApp, Tool_Subcommands& ioCommands);
-void Tool_AddDocumentCommands(CLI::App& ioApp, Tool_Subcommands& ioCommands);

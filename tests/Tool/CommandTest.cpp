@@ -1,3 +1,4 @@
+#include "Tool/Tool_Commands.h"
 #include "tests/Tool/ToolFixture.h"
 
 using CommandTest = ToolFixture;
@@ -18,7 +19,7 @@ TEST_F(CommandTest, BadInputGivesOneLineBehindWhatWasAnswered)
     const std::string good = Written("CommandTest_good.mid", File(480, {Text(480, "end")}));
     const std::string cut8 = "byte 0: the file is cut short: 4 bytes of a chunk header, expected 8\n";
     const std::string notANumber =
-        "kora: stdin: line 1001: \"x\" is not a position in samples, expected a whole number\n";
+        "kora: standard input: line 1001: \"x\" is not a position in samples, expected a whole number\n";
     const std::pair<std::vector<std::string>, std::string> rows[] = {
         {{"song", "CommandTest_cut.mid"}, "kora: CommandTest_cut.mid: " + cut8},
         {{"song", "CommandTest_none.mid"}, "kora: CommandTest_none.mid: no such file\n"},
@@ -109,21 +110,68 @@ TEST_F(CommandTest, WrongUsageIsExitTwoOnOneLine)
         EXPECT_EQ(outcome.mExit, 2) << shown;
         EXPECT_EQ(outcome.mOut, "") << shown;
         EXPECT_EQ(std::count(outcome.mErr.begin(), outcome.mErr.end(), '\n'), 1) << shown;
+        const bool isCommand = !arguments.empty() && arguments[0] != "sing";
+        EXPECT_TRUE(
+            outcome.mErr.ends_with(" (try \"kora " + (isCommand ? arguments[0] + " " : "") + "--help\")\n"))
+            << shown;
     }
+    const std::pair<std::vector<std::string>, std::string> rows[] = {
+        {{}, "no command, expected song, "},
+        {{"sing"}, "\"sing\" is no command, expected song, "},
+        {{"song"}, "FILE is missing"},
+        {{"convert", "-", "--to", "bars"}, "--from UNIT is missing"},
+        {{"song", "a", "b"}, "\"b\" is one argument too many"},
+        {{"song", "a", "--loud"}, "\"--loud\" is no option of kora song"},
+        {{"song", "a", "--rate"}, "--rate without a value, expected HZ"},
+        {{"song", "a", "--rate", "1", "--rate", "2"}, "--rate more than once, expected one HZ"},
+        {{"edit", "a", "--ramp", "1", "2"}, "--ramp with 2 values, expected FROM TO BPM BPM"},
+        {{"edit", "a", "--curve", "s"}, "--curve \"s\", expected it behind --ramp"},
+        {{"help", "sing"}, "\"sing\", expected a command: song, "},
+    };
+    for (const auto& [arguments, start] : rows)
+        EXPECT_TRUE(Run(arguments).mErr.starts_with("kora: " + start)) << Run(arguments).mErr;
 }
 
 TEST_F(CommandTest, HelpIsThereForEachAndFitsATerminal)
 {
     EXPECT_EQ(Run({"--version"}).mOut.substr(0, 5), "kora ");
-    for (const std::string command :
-         {"", "song", "convert", "plot", "export", "xml", "edit", "save", "info", "check", "repair"})
-    {
-        const std::string help = command.empty() ? Run({"--help"}).mOut : Run({command, "x", "--help"}).mOut;
-        EXPECT_NE(help.find("\nUsage: kora " + command), std::string::npos) << command;
-        std::istringstream lines(help);
+    EXPECT_EQ(Run({"-V"}).mOut, Run({"--version"}).mOut);
+    EXPECT_EQ(Run({"help"}).mOut, Run({"--help"}).mOut);
+    EXPECT_EQ(Run({"help", "kora"}).mOut, Run({"-h"}).mOut);
+    std::vector<std::string> pages = {Run({"--help"}).mOut};
+    for (const Tool_CommandEntry& command : Tool_Commands()) {
+        pages.push_back(Run({"help", command.mName}).mOut);
+        EXPECT_EQ(Run({command.mName, "x", "--help"}).mOut, pages.back());
+        EXPECT_NE(pages.back().find(std::string("\nUsage: kora ") + command.mName), std::string::npos);
+        EXPECT_NE(pages.front().find(std::string("\n  ") + command.mName + ' '), std::string::npos);
+    }
+    for (const std::string& page : pages) {
+        std::istringstream lines(page);
         for (std::string line; std::getline(lines, line);)
             EXPECT_LE(line.size(), 100u) << line;
     }
+}
+
+// Whatever a text has in it, the pages' source is ASCII in short lines, none of which is a request by accident.
+TEST_F(CommandTest, ManualPagesHoldNothingThatTheirReadersMistake)
+{
+    EXPECT_EQ(Run({"man", "--into", "."}).mExit, 0);
+    std::size_t count = 0;
+    for (const auto& file : std::filesystem::directory_iterator(".")) {
+        ++count;
+        std::istringstream lines(ReadFile(file.path().string()));
+        for (std::string line; std::getline(lines, line);) {
+            EXPECT_LE(line.size(), 90u) << line; // words are not broken, and escapes count
+            EXPECT_TRUE(!line.empty() && line.back() != ' ') << line;
+            EXPECT_FALSE(line[0] == '\'' || (line[0] == '.' && (line[1] < 'A' || line[1] > 'z'))) << line;
+            EXPECT_TRUE(std::all_of(line.begin(), line.end(), [](char c) { return c >= ' ' && c < 0x7F; }))
+                << line;
+        }
+    }
+    EXPECT_EQ(count, Tool_Commands().size() + 1);
+    EXPECT_EQ(Run({"man", "song"}).mOut, ReadFile("kora-song.1"));
+    EXPECT_EQ(Run({"man", "song", "--into", "."}).mExit, 2);
+    EXPECT_EQ(Run({"man", "--into", "none"}).mExit, 1);
 }
 
 TEST_F(CommandTest, EveryFormatNameOfTheLibraryIsTakenLongAndShort)

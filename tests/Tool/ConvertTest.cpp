@@ -22,7 +22,7 @@ protected:
                                const std::vector<Tool_EUnit>& iTo, const Tool_Settings& iSettings = {})
     {
         const Tool_Song song(Tool_MidiFile::Parse(Song(), "x.mid"), iSettings);
-        return Tool_Convert(song, iInput, "stdin", iFrom, iTo);
+        return Tool_Convert(song, iInput, "standard input", iFrom, iTo);
     }
 };
 
@@ -117,7 +117,8 @@ TEST_F(ConvertTest, SaysWhichLineIsBad)
                                                          : "lies before the time line's beginning";
         const bool isOutside = row.mExpected == fromZero || row.mExpected == anywhere;
         const std::string notOne = "is not a position in " + std::string(Tool_UnitName(row.mFrom));
-        const std::string start = "stdin: line " + std::to_string(row.mLine) + ": \"" + row.mShown + "\" ";
+        const std::string start =
+            "standard input: line " + std::to_string(row.mLine) + ": \"" + row.mShown + "\" ";
         EXPECT_EQ(Complaint([&] { Convert(row.mInput, row.mFrom, {row.mTo}); }),
                   start + (isOutside ? where : notOne) + ", " + row.mExpected);
     }
@@ -141,7 +142,7 @@ TEST_F(ConvertTest, SaysWhyThereIsNoSuchLabel)
     };
     for (const auto& [text, unit, reason, form] : rows)
         EXPECT_EQ(Complaint([&, text = text, unit = unit] { Convert(text, unit, {Tool_eUnit_Ticks}); }),
-                  std::string("stdin: line 1: \"") + text + "\" is not a position in " +
+                  std::string("standard input: line 1: \"") + text + "\" is not a position in " +
                       std::string(Tool_UnitName(unit)) + " (" + reason + "), expected " + form);
 }
 
@@ -159,13 +160,11 @@ TEST_F(ConvertTest, FilmHasItsOwnRateOffsetAndGauge)
         {{}, "93+00\t00:01:02:00.00\n"},
         {{"--gauge", "16", "--film-rate", "25"}, "38+30\t00:01:02:00.00\n"},
         {{"--film-offset", "-1489", "--timecode", "29.97drop"}, "129599+15\t00:01:02;00.14\n"},
-        {{"--gauge", "70"}, "kora: --gauge \"70\", expected 35 or 16 (\"kora --help\" shows the usage)\n"},
+        {{"--gauge", "70"}, "kora: --gauge \"70\", expected 35 or 16 (try \"kora convert --help\")\n"},
         {{"--film-rate", "0"},
-         "kora: --film-rate \"0\", expected 1 to 1000 frames a second (\"kora --help\" "
-         "shows the usage)\n"},
+         "kora: --film-rate \"0\", expected 1 to 1000 frames a second (try \"kora convert --help\")\n"},
         {{"--film-offset", "x"},
-         "kora: --film-offset \"x\", expected a whole number of frames (\"kora --help\" "
-         "shows the usage)\n"},
+         "kora: --film-offset \"x\", expected a whole number of frames (try \"kora convert --help\")\n"},
     };
     for (const auto& [options, text] : rows)
         EXPECT_EQ(convert(options), text);
@@ -195,7 +194,7 @@ TEST_F(ConvertTest, APipeIsAnsweredLineByLineAndBlocksGiveWhatTheWholeGives)
     std::istream lines(&pipe);
     const Tool_Song song{Tool_Settings()};
     const std::vector<Tool_EUnit> to = {Tool_eUnit_Samples};
-    Tool_ConvertStream(song, lines, "stdin", Tool_eUnit_Samples, to, pipe.mOut);
+    Tool_ConvertStream(song, lines, "standard input", Tool_eUnit_Samples, to, pipe.mOut);
     EXPECT_EQ(pipe.mOut.str(), "1\n22\n3\n44\n5\n");
 
     std::string many;
@@ -203,7 +202,7 @@ TEST_F(ConvertTest, APipeIsAnsweredLineByLineAndBlocksGiveWhatTheWholeGives)
         many += std::to_string(i * 7) + '\n';
     std::istringstream in(many + "x\n1\n");
     std::ostringstream out;
-    EXPECT_EQ(Complaint([&] { Tool_ConvertStream(song, in, "stdin", Tool_eUnit_Samples, to, out); }),
-              "stdin: line 30001: \"x\" is not a position in samples, expected a whole number");
+    EXPECT_EQ(Complaint([&] { Tool_ConvertStream(song, in, "standard input", Tool_eUnit_Samples, to, out); }),
+              "standard input: line 30001: \"x\" is not a position in samples, expected a whole number");
     EXPECT_TRUE(out.str() == many);
 }

@@ -326,5 +326,5 @@ TEST_F(DocumentTest, ExportWritesASongThatReadsAsTheDocumentAndTellsWhatItRounde
     for (const char* division : {"0", "32768", "x", ""})
         EXPECT_EQ(Run({"export", "fine.kora", "--division", division}).mErr,
                   "kora: --division \"" + std::string(division) +
-                      "\", expected 1 to 32767 (\"kora --help\" shows the usage)\n");
+                      "\", expected 1 to 32767 (try \"kora export --help\")\n");
 }

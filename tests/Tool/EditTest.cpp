@@ -175,11 +175,11 @@ TEST_F(EditTest, RefusalsSayWhatWasMetAndWhatWasExpectedAndWriteNothing)
         {"--beats none", 1, "none: cannot be read"},
         {"--meter 2|1 3/5", 2, "\"3/5\", expected 1 to 255 beats"},
         {"--key 2|1 H", 2, "\"H\", expected a key"},
-        {"--curve s --ramp 2|1 3|1 90 80", 2, "--curve s: expected it behind --ramp"},
+        {"--curve s --ramp 2|1 3|1 90 80", 2, "--curve \"s\", expected it behind --ramp"},
         {"--ramp 2|1 3|1 90 80 --curve x", 2, "\"x\", expected bars, linear or s"},
-        {"--as kora", 2, "--as kora for \"out.mid\""},
+        {"--as kora", 2, "--as \"kora\" for \"out.mid\""},
         {"--as wav", 2, "--as \"wav\", expected mid or kora"},
-        {"--division 96", 2, "a file's own stays"},
+        {"--division 96", 2, "\"96\", expected none"},
     };
     // clang-format on
     for (const auto& row : rows) {

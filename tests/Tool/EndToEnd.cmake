@@ -102,13 +102,13 @@ if(CMAKE_HOST_UNIX AND NOT EMULATOR)
   run_shell(0 "" "cat first-light.kora | '${KORA}' xml /dev/stdin | cmp - plain.xml")
   run_shell(0 "/dev/stdin: good, 4 streams\n" "cat first-light.kora | '${KORA}' check /dev/stdin")
   run_shell(0 "1000000000000\n" "echo '1|1|0' | '${KORA}' convert <(cat first-light.mid) --from bars --to ticks")
-  run_shell(2 "kora: standard input holds the positions, expected the song in another file (\"kora --help\" shows the usage)\n"
+  run_shell(2 "kora: standard input holds the positions, expected the song in another file (try \"kora convert --help\")\n"
             "cat first-light.mid | '${KORA}' convert /dev/stdin --from bars --to ticks")
   run_shell(1 "kora: /dev/null: no data, ${bad}" "'${KORA}' song /dev/null")
   run_shell(1 "kora: standard input: cannot be read, ${bad}" "'${KORA}' song - <&-")
   run_shell(1 "kora: /dev/zero: more than 268435456 bytes, ${bad}" "'${KORA}' info /dev/zero")
-  run_shell(1 "kora: the output cannot be written\n" "'${KORA}' song first-light.mid >&-")
-  run_shell(1 "kora: the output cannot be written\n" "trap '' PIPE; exec 3> >(:); wait $!; '${KORA}' song first-light.mid >&3")
+  run_shell(1 "kora: standard output: cannot be written\n" "'${KORA}' song first-light.mid >&-")
+  run_shell(1 "kora: standard output: cannot be written\n" "trap '' PIPE; exec 3> >(:); wait $!; '${KORA}' song first-light.mid >&3")
 endif()
 
 # Its first 1300 bytes: the meter map and the tempo map are whole, the key map is not.
@@ -130,7 +130,7 @@ string(REGEX MATCHALL "\n" answers "${text}")
 if(NOT answers STREQUAL "\n;\n") # those before the bad line
   message(FATAL_ERROR "convert of a bad third line: ${text}")
 endif()
-expect_text(err "kora: stdin: line 3: \"ten\" is not a position in ticks, expected a whole number\n")
+expect_text(err "kora: standard input: line 3: \"ten\" is not a position in ticks, expected a whole number\n")
 run_kora(1 nothing out err song "光.mid")
 expect_text(err "kora: 光.mid: no such file\n")
 run_kora(2 nothing out err song)

@@ -59,8 +59,8 @@ TEST_F(GridCommandTest, LinesAreInTheRangeWithTheSamplesThatConvertGives)
     }
     EXPECT_EQ(Run({"convert", "Grid.mid", "--from", "bars", "--to", "samples"}, positions).mOut, samples);
     const std::pair<std::vector<std::string>, std::string> rows[] = {
-        {{"--by", "1/3"}, "kora: --by \"1/3\": note values are"},
-        {{"--by", "quarters"}, "kora: --by \"quarters\": bars, beats or a note value"},
+        {{"--by", "1/3"}, "kora: --by \"1/3\" (note values are"},
+        {{"--by", "quarters"}, "kora: --by \"quarters\" (bars, beats or a note value"},
         {{"--from", "2|1", "--to", "2|1|0"}, "kora: Grid.mid: the range from 2|1|0 to 2|1|0 is empty"},
         {{"--from", "0|1"}, "kora: Grid.mid: --from \"0|1\" lies before the song's start"},
         {{"--to", "later"}, "kora: --to \"later\", expected a position"},
