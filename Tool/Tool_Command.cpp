@@ -7,68 +7,52 @@
 #include "Tool/Tool_InputError.h"
 #include "Tool/Tool_Subcommand.h"
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <iostream>
 #include <new>
 
 namespace {
 
-// Of an option with too few values or too many.
-std::string WhatIsWrong(const CLI::Option& iOption)
+// The library, for as long as a command uses it. What tells of the command alone goes without.
+class StLibrary
 {
-    const std::size_t count = iOption.count();
-    const bool isSingle = iOption.get_items_expected_max() == 1;
-    return iOption.get_name() +
-           (count == 0 ? " without a value"
-            : isSingle ? std::string(" more than once")
-                       : " with " + std::to_string(count) + (count == 1 ? " value" : " values")) +
-           ", expected " + (count > 0 && isSingle ? "one " : "") + iOption.get_type_name();
-}
-
-// What is wrong with the arguments, in the words of the command's help: the parser's own name no values.
-std::string WhatIsWrong(const CLI::App& iApp, const CLI::ParseError& iError)
-{
-    if (const std::vector<std::string> extras = iApp.remaining(); !extras.empty()) {
-        const bool isOption = extras.front().size() > 1 && extras.front().front() == '-';
-        return Tool_Quoted(extras.front()) + (isOption ? " is no option of kora " + iApp.get_name()
-                                                       : std::string(" is one argument too many"));
+public:
+    StLibrary() = default;
+    ~StLibrary()
+    {
+        if (mIsInitialised) Kora_Init::Free();
     }
-    const std::string text = iError.what();
-    if (iError.get_name() == "ArgumentMismatch")
-        for (const CLI::Option* option : iApp.get_options())
-            if (text.find(option->get_name()) != std::string::npos) return WhatIsWrong(*option);
-    for (const CLI::Option* option : iApp.get_options())
-        if (option->get_required() && option->count() == 0)
-            return (option->get_positional() ? "" : option->get_name() + ' ') + option->get_type_name() +
-                   " is missing";
-    return text;
-}
+    StLibrary(const StLibrary&) = delete;
+    StLibrary& operator=(const StLibrary&) = delete;
+    void Initialise()
+    {
+        Kora_Init::Init();
+        mIsInitialised = true;
+    }
+
+private:
+    bool mIsInitialised = false;
+};
 
 Tool_Outcome RunCommand(const Tool_CommandEntry& iCommand, std::vector<std::string> iArguments,
-                        const Tool_Console& iConsole)
+                        const Tool_Console& iConsole, StLibrary& ioLibrary)
 {
-    const std::unique_ptr<CLI::App> app = Tool_MakeParser(iCommand);
-    const auto command = iCommand.mMake(*app);
-    try {
-        std::reverse(iArguments.begin(), iArguments.end());
-        app->parse(std::move(iArguments));
-    } catch (const CLI::CallForHelp&) {
-        return {Tool_HelpPage(iCommand, iConsole.mOut), {}, {}};
-    } catch (const CLI::ParseError& error) {
-        throw Tool_UsageError(WhatIsWrong(*app, error));
-    }
+    Tool_Parser parser(iCommand.mName);
+    const auto command = iCommand.mMake(parser);
+    if (!parser.Parse(std::move(iArguments))) return {Tool_HelpPage(iCommand, iConsole.mOut), {}, {}};
+    if (iCommand.mGroup != Tool_eGroup_Command) ioLibrary.Initialise();
     return command->Run(iConsole);
 }
 
-Tool_Outcome Outcome(const std::vector<std::string>& iArguments, const Tool_Console& iConsole)
+Tool_Outcome Outcome(const std::vector<std::string>& iArguments, const Tool_Console& iConsole,
+                     StLibrary& ioLibrary)
 {
     const std::string first = iArguments.empty() ? "" : iArguments.front();
     // Their parser is not made: what tells the version should take no time.
     if (first == "-V" || first == "--version") return {"kora " KORA_VERSION "\n", {}, {}};
     if (first == "-h" || first == "--help") return {Tool_MainHelpPage(iConsole.mOut), {}, {}};
     if (const Tool_CommandEntry* const command = Tool_FindCommand(first))
-        return RunCommand(*command, {iArguments.begin() + 1, iArguments.end()}, iConsole);
+        return RunCommand(*command, {iArguments.begin() + 1, iArguments.end()}, iConsole, ioLibrary);
     if (first.empty()) throw Tool_UsageError("no command, expected " + Tool_CommandNames());
     throw Tool_UsageError(Tool_Quoted(first) + (first.front() == '-' ? " is no option" : " is no command") +
                           ", expected " + Tool_CommandNames());
@@ -91,8 +75,9 @@ Tool_EExit Tool_RunCommand(const std::vector<std::string>& iArguments, std::istr
         oErr << iTerminals.mErr.Alarm("kora:") << ' ' << iText << '\n' << std::flush;
         return iExit;
     };
+    StLibrary library;
     try {
-        const Tool_Outcome outcome = Outcome(iArguments, {iIn, iTerminals.mOut});
+        const Tool_Outcome outcome = Outcome(iArguments, {iIn, iTerminals.mOut}, library);
         if (outcome.mWrite)
             outcome.mWrite(oOut);
         else
@@ -118,8 +103,5 @@ int Tool_Main(const std::vector<std::string>& iArguments)
 {
     std::ios::sync_with_stdio(false);
     const Tool_StTerminals terminals;
-    Kora_Init::Init();
-    const Tool_EExit exit = Tool_RunCommand(iArguments, std::cin, std::cout, std::cerr, terminals.Get());
-    Kora_Init::Free();
-    return exit;
+    return Tool_RunCommand(iArguments, std::cin, std::cout, std::cerr, terminals.Get());
 }

@@ -18,8 +18,9 @@ enum Tool_EExit {
     Tool_eExit_WrongUsage = 2,
 };
 
-// iArguments leaves out the command's own name; all text is UTF-8. The library must be initialised.
+// iArguments leaves out the command's own name; all text is UTF-8. The library is initialised
+// for as long as the command uses it.
 Tool_EExit Tool_RunCommand(const std::vector<std::string>& iArguments, std::istream& iIn, std::ostream& oOut,
                            std::ostream& oErr, const Tool_Terminals& iTerminals = {});
-// The same between Kora_Init::Init and Free, over the process's own streams: what each platform's main calls.
+// The same over the process's own streams: what each platform's main calls.
 int Tool_Main(const std::vector<std::string>& iArguments);

@@ -7,8 +7,6 @@
 #include "Tool/Tool_ManPage.h"
 #include "Tool/Tool_Subcommand.h"
 
-#include <CLI/CLI.hpp>
-
 namespace {
 
 // The command that an argument names, null for kora itself, which it does where there is none.
@@ -22,10 +20,10 @@ const Tool_CommandEntry* CommandNamed(const std::string& iName)
 class HelpCommand : public Tool_Subcommand
 {
 public:
-    explicit HelpCommand(CLI::App& ioApp)
-        : Tool_Subcommand(ioApp)
+    explicit HelpCommand(Tool_Parser& ioParser)
+        : Tool_Subcommand(ioParser)
     {
-        Take("command", mCommand, "COMMAND", "one of the commands; without it, kora's own help");
+        Parser().Take("command", mCommand, "COMMAND", "one of the commands; without it, kora's own help");
     }
 
     Tool_Outcome Run(const Tool_Console& iConsole) const override
@@ -44,12 +42,12 @@ private:
 class ManCommand : public Tool_Subcommand
 {
 public:
-    explicit ManCommand(CLI::App& ioApp)
-        : Tool_Subcommand(ioApp)
+    explicit ManCommand(Tool_Parser& ioParser)
+        : Tool_Subcommand(ioParser)
     {
-        Take("command", mCommand, "COMMAND", "one of the commands; without it, kora's own page");
-        Take("--into", mFolder, "FOLDER",
-             "write all pages into a folder, each into a file of its own: kora-song.1");
+        Parser().Take("command", mCommand, "COMMAND", "one of the commands; without it, kora's own page");
+        Parser().Take("--into", mFolder, "FOLDER",
+                      "write all pages into a folder, each into a file of its own: kora-song.1");
     }
 
     Tool_Outcome Run(const Tool_Console&) const override
@@ -78,11 +76,11 @@ private:
 class CompletionsCommand : public Tool_Subcommand
 {
 public:
-    explicit CompletionsCommand(CLI::App& ioApp)
-        : Tool_Subcommand(ioApp)
+    explicit CompletionsCommand(Tool_Parser& ioParser)
+        : Tool_Subcommand(ioParser)
     {
-        Need("shell", mShell, "bash|zsh|fish", "the shell");
-        Take("-o,--output", mOutput, "OUT", "write the script there instead of printing it");
+        Parser().Need("shell", mShell, "bash|zsh|fish", "the shell");
+        Parser().Take("-o,--output", mOutput, "OUT", "write the script there instead of printing it");
     }
 
     Tool_Outcome Run(const Tool_Console&) const override
@@ -101,17 +99,17 @@ private:
 
 } // namespace
 
-std::unique_ptr<Tool_Subcommand> Tool_MakeHelpCommand(CLI::App& ioApp)
+std::unique_ptr<Tool_Subcommand> Tool_MakeHelpCommand(Tool_Parser& ioParser)
 {
-    return std::make_unique<HelpCommand>(ioApp);
+    return std::make_unique<HelpCommand>(ioParser);
 }
 
-std::unique_ptr<Tool_Subcommand> Tool_MakeManCommand(CLI::App& ioApp)
+std::unique_ptr<Tool_Subcommand> Tool_MakeManCommand(Tool_Parser& ioParser)
 {
-    return std::make_unique<ManCommand>(ioApp);
+    return std::make_unique<ManCommand>(ioParser);
 }
 
-std::unique_ptr<Tool_Subcommand> Tool_MakeCompletionsCommand(CLI::App& ioApp)
+std::unique_ptr<Tool_Subcommand> Tool_MakeCompletionsCommand(Tool_Parser& ioParser)
 {
-    return std::make_unique<CompletionsCommand>(ioApp);
+    return std::make_unique<CompletionsCommand>(ioParser);
 }

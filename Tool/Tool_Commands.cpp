@@ -3,7 +3,6 @@
 #include "Tool/Tool_Help.h"
 #include "Tool/Tool_Subcommand.h"
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <iterator>
 
@@ -73,12 +72,4 @@ const char* Tool_GroupName(Tool_EGroup iGroup)
         break;
     }
     return "The command itself";
-}
-
-std::unique_ptr<CLI::App> Tool_MakeParser(const Tool_CommandEntry& iCommand)
-{
-    auto app = std::make_unique<CLI::App>("", iCommand.mName);
-    app->allow_windows_style_options(false); // "/home/song.mid" is a file on every platform
-    app->set_help_flag("-h,--help", "show this help");
-    return app;
 }

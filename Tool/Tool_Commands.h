@@ -6,9 +6,7 @@
 #include <string>
 #include <string_view>
 
-namespace CLI {
-class App;
-}
+class Tool_Parser;
 class Tool_Subcommand;
 
 enum Tool_EGroup { Tool_eGroup_Songs, Tool_eGroup_Documents, Tool_eGroup_Command };
@@ -19,8 +17,8 @@ struct Tool_CommandEntry
     Tool_EGroup mGroup;
     const char* mBrief; // what it does, in half a line: "draw a song as an SVG picture"
     const char* mText;  // its help beside the options: a sentence, an empty line, and the rest
-    // The subcommand, with its options declared to the parser.
-    std::unique_ptr<Tool_Subcommand> (*mMake)(CLI::App& ioApp);
+    // The subcommand, which declares its options to the parser and must not outlive it.
+    std::unique_ptr<Tool_Subcommand> (*mMake)(Tool_Parser& ioParser);
 };
 
 // In the order in which they are shown.
@@ -31,11 +29,9 @@ const Tool_CommandEntry* Tool_FindCommand(std::string_view iName);
 std::string Tool_CommandNames();
 // "Songs, from a MIDI file or a document"
 const char* Tool_GroupName(Tool_EGroup iGroup);
-// A parser for the arguments behind the name of a command.
-std::unique_ptr<CLI::App> Tool_MakeParser(const Tool_CommandEntry& iCommand);
 
 // One for each, in the file of its group.
-#define TOOL_COMMAND(Name) std::unique_ptr<Tool_Subcommand> Tool_Make##Name##Command(CLI::App& ioApp)
+#define TOOL_COMMAND(Name) std::unique_ptr<Tool_Subcommand> Tool_Make##Name##Command(Tool_Parser& ioParser)
 TOOL_COMMAND(Song);
 TOOL_COMMAND(Convert);
 TOOL_COMMAND(Plot);

@@ -12,7 +12,6 @@
 #include "Tool/Tool_Text.h"
 #include "Tool/Tool_Xml.h"
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <ostream>
 
@@ -26,22 +25,23 @@ std::string FaultText(const FF_Fault& iFault)
 class SaveCommand : public Tool_Subcommand
 {
 public:
-    explicit SaveCommand(CLI::App& ioApp)
-        : Tool_Subcommand(ioApp)
+    explicit SaveCommand(Tool_Parser& ioParser)
+        : Tool_Subcommand(ioParser)
     {
         TakeFile(
             "FILE",
             "the song, as for \"kora song\"; from a document this is how it gets another scrambling or other "
             "settings");
-        Need("output", mOutput, "OUT.kora",
-             "the document; one of that name is replaced in one step, once the new one is safely on the "
-             "disk; \"-\" writes "
-             "the document to standard output and prints nothing else, unless something is left out: that "
-             "goes to the "
-             "error stream");
-        Take("--scramble", mScramble, "TYPE",
-             "0 for plain bytes (default), 1 to 5 for the masks that documents may have");
-        mSettings.AddTo(App(), Tool_SettingsOptions::eTold_AsKept);
+        Parser().Need(
+            "output", mOutput, "OUT.kora",
+            "the document; one of that name is replaced in one step, once the new one is safely on the "
+            "disk; \"-\" writes "
+            "the document to standard output and prints nothing else, unless something is left out: that "
+            "goes to the "
+            "error stream");
+        Parser().Take("--scramble", mScramble, "TYPE",
+                      "0 for plain bytes (default), 1 to 5 for the masks that documents may have");
+        mSettings.AddTo(Parser(), Tool_SettingsOptions::eTold_AsKept);
     }
 
     Tool_Outcome Run(const Tool_Console& iConsole) const override
@@ -93,11 +93,11 @@ private:
 class InfoCommand : public Tool_Subcommand
 {
 public:
-    explicit InfoCommand(CLI::App& ioApp)
-        : Tool_Subcommand(ioApp)
+    explicit InfoCommand(Tool_Parser& ioParser)
+        : Tool_Subcommand(ioParser)
     {
         TakeFile("FILE.kora", "the document; \"-\" for standard input");
-        TakeFlag("--json", mIsJson, "print one JSON object instead of the table");
+        Parser().TakeFlag("--json", mIsJson, "print one JSON object instead of the table");
     }
 
     Tool_Outcome Run(const Tool_Console& iConsole) const override
@@ -128,13 +128,14 @@ private:
 class CheckCommand : public Tool_Subcommand
 {
 public:
-    explicit CheckCommand(CLI::App& ioApp)
-        : Tool_Subcommand(ioApp)
+    explicit CheckCommand(Tool_Parser& ioParser)
+        : Tool_Subcommand(ioParser)
     {
-        Need("files", mFiles, "FILE.kora...", "one document or several; \"-\" for standard input");
-        TakeFlag("--all", mIsAll,
-                 "print every fault, one a line, in the order of the file; of several files with \"FILE: \" "
-                 "in front");
+        Parser().Need("files", mFiles, "FILE.kora...", "one document or several; \"-\" for standard input");
+        Parser().TakeFlag(
+            "--all", mIsAll,
+            "print every fault, one a line, in the order of the file; of several files with \"FILE: \" "
+            "in front");
     }
 
     // A file that cannot be checked is as bad as one with faults: the others are checked all the same.
@@ -182,12 +183,12 @@ private:
 class RepairCommand : public Tool_Subcommand
 {
 public:
-    explicit RepairCommand(CLI::App& ioApp)
-        : Tool_Subcommand(ioApp)
+    explicit RepairCommand(Tool_Parser& ioParser)
+        : Tool_Subcommand(ioParser)
     {
         TakeFile("FILE.kora", "the damaged document, which stays as it is; \"-\" for standard input");
-        Need("output", mOutput, "OUT.kora",
-             "the new one; must be another file, which is replaced in one step");
+        Parser().Need("output", mOutput, "OUT.kora",
+                      "the new one; must be another file, which is replaced in one step");
     }
 
     Tool_Outcome Run(const Tool_Console& iConsole) const override
@@ -234,11 +235,11 @@ private:
 class XmlCommand : public Tool_Subcommand
 {
 public:
-    explicit XmlCommand(CLI::App& ioApp)
-        : Tool_Subcommand(ioApp)
+    explicit XmlCommand(Tool_Parser& ioParser)
+        : Tool_Subcommand(ioParser)
     {
         TakeSong();
-        mSettings.AddTo(App());
+        mSettings.AddTo(Parser());
     }
 
     Tool_Outcome Run(const Tool_Console& iConsole) const override
@@ -254,23 +255,23 @@ private:
 
 } // namespace
 
-std::unique_ptr<Tool_Subcommand> Tool_MakeSaveCommand(CLI::App& ioApp)
+std::unique_ptr<Tool_Subcommand> Tool_MakeSaveCommand(Tool_Parser& ioParser)
 {
-    return std::make_unique<SaveCommand>(ioApp);
+    return std::make_unique<SaveCommand>(ioParser);
 }
-std::unique_ptr<Tool_Subcommand> Tool_MakeInfoCommand(CLI::App& ioApp)
+std::unique_ptr<Tool_Subcommand> Tool_MakeInfoCommand(Tool_Parser& ioParser)
 {
-    return std::make_unique<InfoCommand>(ioApp);
+    return std::make_unique<InfoCommand>(ioParser);
 }
-std::unique_ptr<Tool_Subcommand> Tool_MakeCheckCommand(CLI::App& ioApp)
+std::unique_ptr<Tool_Subcommand> Tool_MakeCheckCommand(Tool_Parser& ioParser)
 {
-    return std::make_unique<CheckCommand>(ioApp);
+    return std::make_unique<CheckCommand>(ioParser);
 }
-std::unique_ptr<Tool_Subcommand> Tool_MakeRepairCommand(CLI::App& ioApp)
+std::unique_ptr<Tool_Subcommand> Tool_MakeRepairCommand(Tool_Parser& ioParser)
 {
-    return std::make_unique<RepairCommand>(ioApp);
+    return std::make_unique<RepairCommand>(ioParser);
 }
-std::unique_ptr<Tool_Subcommand> Tool_MakeXmlCommand(CLI::App& ioApp)
+std::unique_ptr<Tool_Subcommand> Tool_MakeXmlCommand(Tool_Parser& ioParser)
 {
-    return std::make_unique<XmlCommand>(ioApp);
+    return std::make_unique<XmlCommand>(ioParser);
 }

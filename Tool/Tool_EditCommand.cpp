@@ -7,7 +7,6 @@
 #include "Tool/Tool_Subcommand.h"
 #include "Tool/Tool_Text.h"
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 
 namespace {
@@ -32,24 +31,32 @@ std::optional<EKind> KindOfEnding(const std::string& iName)
 class EditCommand : public Tool_Subcommand
 {
 public:
-    explicit EditCommand(CLI::App& ioApp)
-        : Tool_Subcommand(ioApp)
+    explicit EditCommand(Tool_Parser& ioParser)
+        : Tool_Subcommand(ioParser)
     {
         TakeFile("FILE", "the song, a MIDI file or a document; \"-\" for standard input");
-        Take("-o,--output", mOutput, "OUT",
-             "what comes out; its ending says its kind: .mid, .midi or .kora. It may be FILE and takes its "
-             "place in one "
-             "step; \"-\" is standard output");
-        Take("--as", mAs, "mid|kora", "the kind for \"-\" (default: FILE's)");
-        TakeFlag("--dry-run", mIsDryRun, "print what would change and write nothing");
-        TakeFlag("--json", mIsJson, "print what changed as one JSON object");
-        Take("--division", mDivision, "TICKS",
-             "for a MIDI file out of a document: file ticks to a quarter note (default: 960)");
-        mSettings.AddTo(App());
+        Parser().Take(
+            "-o,--output", mOutput, "OUT",
+            "what comes out; its ending says its kind: .mid, .midi or .kora. It may be FILE and takes its "
+            "place in one "
+            "step; \"-\" is standard output");
+        Parser().Take("--as", mAs, "mid|kora", "the kind for \"-\" (default: FILE's)");
+        Parser().TakeFlag("--dry-run", mIsDryRun, "print what would change and write nothing");
+        Parser().TakeFlag("--json", mIsJson, "print what changed as one JSON object");
+        Parser().Take("--division", mDivision, "TICKS",
+                      "for a MIDI file out of a document: file ticks to a quarter note (default: 960)");
+        mSettings.AddTo(Parser());
+        // Taken as they are met, so that their order is that of the command line.
         for (const Tool_SongEditor::Form& form : Tool_SongEditor::Forms()) {
-            AddOperation(form);
+            Parser().TakeRepeated({form.mName, form.mValues, form.mLeast, form.mMost, form.mHelp},
+                                  cOperations, [this, &form](const Tool_Parser::Values& i) {
+                                      mOperations.push_back({form.mName, i, {}});
+                                  });
             for (const Tool_SongEditor::Modifier& modifier : Tool_SongEditor::Modifiers())
-                if (std::string_view(modifier.mOf) == form.mName) AddModifier(modifier);
+                if (std::string_view(modifier.mOf) == form.mName)
+                    Parser().TakeRepeated(
+                        {modifier.mName, modifier.mValue, 1, 1, modifier.mHelp}, cOperations,
+                        [this, &modifier](const Tool_Parser::Values& i) { Modify(modifier, i.front()); });
         }
     }
 
@@ -96,27 +103,6 @@ private:
         std::string mNotes; // what did not fit
     };
 
-    // Both are called as they are met, so that their order is that of the command line.
-    void AddOperation(const Tool_SongEditor::Form& iForm)
-    {
-        using Arguments = std::vector<std::string>;
-        const auto take = [this, &iForm](const Arguments& i) { mOperations.push_back({iForm.mName, i, {}}); };
-        App()
-            .add_option_function<Arguments>(iForm.mName, take, iForm.mHelp)
-            ->expected(iForm.mLeast, iForm.mMost)
-            ->type_name(iForm.mValues)
-            ->group(cOperations)
-            ->trigger_on_parse();
-    }
-    void AddModifier(const Tool_SongEditor::Modifier& iModifier)
-    {
-        const auto take = [this, &iModifier](const std::string& i) { Modify(iModifier, i); };
-        App()
-            .add_option_function<std::string>(iModifier.mName, take, iModifier.mHelp)
-            ->type_name(iModifier.mValue)
-            ->group(cOperations)
-            ->trigger_on_parse();
-    }
     void Modify(const Tool_SongEditor::Modifier& iModifier, const std::string& iValue)
     {
         if (mOperations.empty() || mOperations.back().mName != iModifier.mOf)
@@ -252,7 +238,7 @@ private:
 
 } // namespace
 
-std::unique_ptr<Tool_Subcommand> Tool_MakeEditCommand(CLI::App& ioApp)
+std::unique_ptr<Tool_Subcommand> Tool_MakeEditCommand(Tool_Parser& ioParser)
 {
-    return std::make_unique<EditCommand>(ioApp);
+    return std::make_unique<EditCommand>(ioParser);
 }

@@ -6,7 +6,6 @@
 #include "Tool/Tool_Subcommand.h"
 #include "Tool/Tool_Text.h"
 
-#include <CLI/CLI.hpp>
 #include <ostream>
 
 namespace {
@@ -45,17 +44,17 @@ void WriteGrid(const Tool_Song& iSong, Time_Tick iFrom, Time_Tick iTo, const Tim
 class GridCommand : public Tool_Subcommand
 {
 public:
-    explicit GridCommand(CLI::App& ioApp)
-        : Tool_Subcommand(ioApp)
+    explicit GridCommand(Tool_Parser& ioParser)
+        : Tool_Subcommand(ioParser)
     {
         TakeSong();
-        mRange.AddTo(App(), "the first place of the range (default: the song's start)",
+        mRange.AddTo(Parser(), "the first place of the range (default: the song's start)",
                      "where it ends, itself no part of it (default: the song's end)");
-        Take("--by", mBy, "DIVISION",
-             "bars, beats (default), or a note value: 1/4, 1/8t for triplets, 1/8. for dotted ones, "
-             "1/16(4:5) for other "
-             "tuplets");
-        mSettings.AddTo(App());
+        Parser().Take("--by", mBy, "DIVISION",
+                      "bars, beats (default), or a note value: 1/4, 1/8t for triplets, 1/8. for dotted ones, "
+                      "1/16(4:5) for other "
+                      "tuplets");
+        mSettings.AddTo(Parser());
     }
 
     Tool_Outcome Run(const Tool_Console& iConsole) const override
@@ -83,17 +82,18 @@ private:
 class ClickCommand : public Tool_Subcommand
 {
 public:
-    explicit ClickCommand(CLI::App& ioApp)
-        : Tool_Subcommand(ioApp)
+    explicit ClickCommand(Tool_Parser& ioParser)
+        : Tool_Subcommand(ioParser)
     {
         TakeSong();
-        Take("-o,--output", mOutput, "OUT",
-             "the WAV file (16 bits, mono), which takes the place of one that is there; without it, or for "
-             "\"-\", "
-             "standard output");
-        mRange.AddTo(App(), "where the file begins (default: the song's start)",
+        Parser().Take(
+            "-o,--output", mOutput, "OUT",
+            "the WAV file (16 bits, mono), which takes the place of one that is there; without it, or for "
+            "\"-\", "
+            "standard output");
+        mRange.AddTo(Parser(), "where the file begins (default: the song's start)",
                      "where it ends (default: the song's end)");
-        mSettings.AddTo(App());
+        mSettings.AddTo(Parser());
     }
 
     Tool_Outcome Run(const Tool_Console& iConsole) const override
@@ -125,11 +125,11 @@ private:
 
 } // namespace
 
-std::unique_ptr<Tool_Subcommand> Tool_MakeGridCommand(CLI::App& ioApp)
+std::unique_ptr<Tool_Subcommand> Tool_MakeGridCommand(Tool_Parser& ioParser)
 {
-    return std::make_unique<GridCommand>(ioApp);
+    return std::make_unique<GridCommand>(ioParser);
 }
-std::unique_ptr<Tool_Subcommand> Tool_MakeClickCommand(CLI::App& ioApp)
+std::unique_ptr<Tool_Subcommand> Tool_MakeClickCommand(Tool_Parser& ioParser)
 {
-    return std::make_unique<ClickCommand>(ioApp);
+    return std::make_unique<ClickCommand>(ioParser);
 }

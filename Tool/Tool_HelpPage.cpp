@@ -3,7 +3,6 @@
 #include "Tool/Tool_Help.h"
 #include "Tool/Tool_Subcommand.h"
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 
 namespace {
@@ -103,31 +102,11 @@ void Close(Tool_HelpBlock& ioBlock)
 
 } // namespace
 
-std::string Tool_HelpRow::Head() const
-{
-    std::string head;
-    for (const std::string& spelling : mSpellings)
-        head += (head.empty() ? "" : ", ") + spelling;
-    return head + (head.empty() || mValue.empty() ? "" : " ") + mValue;
-}
-
 std::vector<Tool_HelpRow> Tool_HelpRows(const Tool_CommandEntry& iCommand)
 {
-    const std::unique_ptr<CLI::App> app = Tool_MakeParser(iCommand);
-    const auto command = iCommand.mMake(*app);
-    std::vector<Tool_HelpRow> rows;
-    for (const CLI::Option* option : std::as_const(*app).get_options()) {
-        if (option == app->get_help_ptr()) continue;
-        Tool_HelpRow row{{}, option->get_type_name(), option->get_description(), {}, option->get_required()};
-        if (option->get_group() != "Options") row.mGroup = option->get_group();
-        if (option->get_items_expected_max() == 0) row.mValue.clear(); // a flag
-        for (const std::string& name : option->get_snames())
-            row.mSpellings.push_back('-' + name);
-        for (const std::string& name : option->get_lnames())
-            row.mSpellings.push_back("--" + name);
-        rows.push_back(std::move(row));
-    }
-    return rows;
+    Tool_Parser parser(iCommand.mName);
+    const auto command = iCommand.mMake(parser);
+    return parser.GetRows();
 }
 
 std::vector<std::string> Tool_UsageWords(const std::vector<Tool_HelpRow>& iRows)

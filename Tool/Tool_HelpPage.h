@@ -5,22 +5,11 @@
 
 #include "Tool/Tool_Commands.h"
 #include "Tool/Tool_Console.h"
+#include "Tool/Tool_Parser.h"
 
 #include <string>
 #include <string_view>
 #include <vector>
-
-struct Tool_HelpRow
-{
-    std::vector<std::string> mSpellings; // "-o", "--output"; none for an argument
-    std::string mValue;                  // "OUT", empty for a flag
-    std::string mHelp;
-    std::string mGroup; // what stands above it, empty for the first rows
-    bool mIsRequired;
-
-    bool IsArgument() const { return mSpellings.empty(); }
-    std::string Head() const; // "-o, --output OUT"
-};
 
 // The command, made so that it declares its options, as rows in the order in which it did.
 std::vector<Tool_HelpRow> Tool_HelpRows(const Tool_CommandEntry& iCommand);

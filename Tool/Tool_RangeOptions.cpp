@@ -4,13 +4,11 @@
 #include "Tool/Tool_InputError.h"
 #include "Tool/Tool_Subcommand.h"
 
-#include <CLI/CLI.hpp>
-
-void Tool_RangeOptions::AddTo(CLI::App& ioApp, const char* iFrom, const char* iTo)
+void Tool_RangeOptions::AddTo(Tool_Parser& ioParser, const char* iFrom, const char* iTo)
 {
-    mApp = &ioApp;
-    ioApp.add_option("--from", mFrom, iFrom)->type_name("POS");
-    ioApp.add_option("--to", mTo, iTo)->type_name("POS");
+    mParser = &ioParser;
+    ioParser.Take("--from", mFrom, "POS", iFrom);
+    ioParser.Take("--to", mTo, "POS", iTo);
 }
 
 std::optional<Time_Tick> Tool_RangeOptions::From(const Tool_Song& iSong, const std::string& iName) const
@@ -37,7 +35,7 @@ Tool_RangeOptions::Range Tool_RangeOptions::Get(const Tool_Song& iSong, const st
 std::optional<Time_Tick> Tool_RangeOptions::Position(const char* iOption, const std::string& iText,
                                                      const Tool_Song& iSong, const std::string& iName) const
 {
-    if (mApp->count(iOption) == 0) return std::nullopt;
+    if (!mParser->IsGiven(iOption)) return std::nullopt;
     try {
         return Tool_EditText(iSong).Position(iText);
     } catch (const Tool_UsageError& error) {

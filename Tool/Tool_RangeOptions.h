@@ -6,15 +6,13 @@
 #include <optional>
 #include <string>
 
-namespace CLI {
-class App;
-}
+class Tool_Parser;
 
 class Tool_RangeOptions
 {
 public:
-    // ioApp must outlive it; the texts are the options' help.
-    void AddTo(CLI::App& ioApp, const char* iFrom, const char* iTo);
+    // The parser must outlive it; the texts are the options' help.
+    void AddTo(Tool_Parser& ioParser, const char* iFrom, const char* iTo);
 
     // What was asked for, where something was, in positions of "kora edit". Throws Tool_UsageError for what is
     // no position, and Tool_InputError, in which iName stands for the song, for places that a song cannot have.
@@ -33,7 +31,7 @@ private:
     std::optional<Time_Tick> Position(const char* iOption, const std::string& iText, const Tool_Song& iSong,
                                       const std::string& iName) const;
 
-    const CLI::App* mApp = nullptr;
+    const Tool_Parser* mParser = nullptr;
     std::string mFrom;
     std::string mTo;
 };

@@ -13,8 +13,6 @@
 #include "Tool/Tool_Subcommand.h"
 #include "Tool/Tool_Text.h"
 
-#include <CLI/CLI.hpp>
-
 namespace {
 
 constexpr char cDefaultMapsName[] = "-";
@@ -24,14 +22,14 @@ constexpr char cExpected[] = ", expected another file";
 class SongCommand : public Tool_Subcommand
 {
 public:
-    explicit SongCommand(CLI::App& ioApp)
-        : Tool_Subcommand(ioApp)
+    explicit SongCommand(Tool_Parser& ioParser)
+        : Tool_Subcommand(ioParser)
     {
         TakeFile("FILE", "standard MIDI file, format 0 or 1, with a division in ticks to a quarter note, or "
                          "a document; the "
                          "file's bytes say which; \"-\" for standard input");
-        mSettings.AddTo(App(), Tool_SettingsOptions::eTold_InFull);
-        TakeFlag("--json", mIsJson, "print one JSON object instead of the table");
+        mSettings.AddTo(Parser(), Tool_SettingsOptions::eTold_InFull);
+        Parser().TakeFlag("--json", mIsJson, "print one JSON object instead of the table");
     }
 
     Tool_Outcome Run(const Tool_Console& iConsole) const override
@@ -53,19 +51,20 @@ private:
 class ConvertCommand : public Tool_Subcommand
 {
 public:
-    explicit ConvertCommand(CLI::App& ioApp)
-        : Tool_Subcommand(ioApp)
+    explicit ConvertCommand(Tool_Parser& ioParser)
+        : Tool_Subcommand(ioParser)
     {
         TakeFile(
             "FILE",
             "the song whose tempo and meter hold, as for \"kora song\", a file or a pipe other than standard "
             "input; \"-\" stands for 120 beats a minute in 4/4 throughout");
-        Need("--from", mFrom, "UNIT", "unit of the positions read");
-        Need("--to", mTo, "UNIT,...", "units to print, in this order");
-        mSettings.AddTo(App());
-        Take("--film-rate", mFilmRate, "FPS", "frames of film a second, 1 to 1000 (default: 24)");
-        Take("--film-offset", mFilmOffset, "N", "the frame of film at sample 0 (default: 0)");
-        Take("--gauge", mGauge, "35|16", "film with 16 frames a foot (35 mm, the default) or 40 (16 mm)");
+        Parser().Need("--from", mFrom, "UNIT", "unit of the positions read");
+        Parser().Need("--to", mTo, "UNIT,...", "units to print, in this order");
+        mSettings.AddTo(Parser());
+        Parser().Take("--film-rate", mFilmRate, "FPS", "frames of film a second, 1 to 1000 (default: 24)");
+        Parser().Take("--film-offset", mFilmOffset, "N", "the frame of film at sample 0 (default: 0)");
+        Parser().Take("--gauge", mGauge, "35|16",
+                      "film with 16 frames a foot (35 mm, the default) or 40 (16 mm)");
     }
 
     Tool_Outcome Run(const Tool_Console& iConsole) const override
@@ -126,23 +125,26 @@ private:
 class PlotCommand : public Tool_Subcommand
 {
 public:
-    explicit PlotCommand(CLI::App& ioApp)
-        : Tool_Subcommand(ioApp)
+    explicit PlotCommand(Tool_Parser& ioParser)
+        : Tool_Subcommand(ioParser)
     {
         TakeSong();
-        Take("-o,--output", mOutput, "OUT",
-             "write the picture there instead of printing it; a file of that name is replaced once the "
-             "picture is "
-             "complete; \"-\" prints it; a name that ends in .png is a PNG picture where the program "
-             "rsvg-convert is "
-             "there to make it (Linux)");
+        Parser().Take(
+            "-o,--output", mOutput, "OUT",
+            "write the picture there instead of printing it; a file of that name is replaced once the "
+            "picture is "
+            "complete; \"-\" prints it; a name that ends in .png is a PNG picture where the program "
+            "rsvg-convert is "
+            "there to make it (Linux)");
         mRange.AddTo(
-            App(), "where the picture begins, in positions as for \"kora edit\" (default: the song's start)",
+            Parser(),
+            "where the picture begins, in positions as for \"kora edit\" (default: the song's start)",
             "where it ends (default: the song's end)");
-        Take("--width", mWidth, "PX",
-             "320 to 16000 pixels (default: 960); a narrow picture shows fewer labels, in letters as large");
-        Take("--height", mHeight, "PX", "300 to 16000 pixels (default: 432)");
-        mSettings.AddTo(App());
+        Parser().Take(
+            "--width", mWidth, "PX",
+            "320 to 16000 pixels (default: 960); a narrow picture shows fewer labels, in letters as large");
+        Parser().Take("--height", mHeight, "PX", "300 to 16000 pixels (default: 432)");
+        mSettings.AddTo(Parser());
     }
 
     Tool_Outcome Run(const Tool_Console& iConsole) const override
@@ -185,14 +187,16 @@ private:
 class ExportCommand : public Tool_Subcommand
 {
 public:
-    explicit ExportCommand(CLI::App& ioApp)
-        : Tool_Subcommand(ioApp)
+    explicit ExportCommand(Tool_Parser& ioParser)
+        : Tool_Subcommand(ioParser)
     {
         TakeFile("FILE.kora", "the document; \"-\" for standard input");
-        Take("-o,--output", mOutput, "OUT.mid",
-             "the MIDI file, which takes the place of one that is there; without it, or for \"-\", standard "
-             "output");
-        Take("--division", mDivision, "TICKS", "file ticks to a quarter note, 1 to 32767 (default: 960)");
+        Parser().Take(
+            "-o,--output", mOutput, "OUT.mid",
+            "the MIDI file, which takes the place of one that is there; without it, or for \"-\", standard "
+            "output");
+        Parser().Take("--division", mDivision, "TICKS",
+                      "file ticks to a quarter note, 1 to 32767 (default: 960)");
     }
 
     Tool_Outcome Run(const Tool_Console& iConsole) const override
@@ -239,19 +243,19 @@ private:
 
 } // namespace
 
-std::unique_ptr<Tool_Subcommand> Tool_MakeSongCommand(CLI::App& ioApp)
+std::unique_ptr<Tool_Subcommand> Tool_MakeSongCommand(Tool_Parser& ioParser)
 {
-    return std::make_unique<SongCommand>(ioApp);
+    return std::make_unique<SongCommand>(ioParser);
 }
-std::unique_ptr<Tool_Subcommand> Tool_MakeConvertCommand(CLI::App& ioApp)
+std::unique_ptr<Tool_Subcommand> Tool_MakeConvertCommand(Tool_Parser& ioParser)
 {
-    return std::make_unique<ConvertCommand>(ioApp);
+    return std::make_unique<ConvertCommand>(ioParser);
 }
-std::unique_ptr<Tool_Subcommand> Tool_MakePlotCommand(CLI::App& ioApp)
+std::unique_ptr<Tool_Subcommand> Tool_MakePlotCommand(Tool_Parser& ioParser)
 {
-    return std::make_unique<PlotCommand>(ioApp);
+    return std::make_unique<PlotCommand>(ioParser);
 }
-std::unique_ptr<Tool_Subcommand> Tool_MakeExportCommand(CLI::App& ioApp)
+std::unique_ptr<Tool_Subcommand> Tool_MakeExportCommand(Tool_Parser& ioParser)
 {
-    return std::make_unique<ExportCommand>(ioApp);
+    return std::make_unique<ExportCommand>(ioParser);
 }

@@ -2,8 +2,6 @@
 
 #include "Tool/Tool_InputError.h"
 
-#include <CLI/CLI.hpp>
-
 namespace {
 
 constexpr char cRate[] = "sample rate, 1000 to 768000 (default: the document's, 44100 for MIDI)";
@@ -15,49 +13,24 @@ constexpr char cTimecode[] =
 
 Tool_Subcommand::~Tool_Subcommand() = default;
 
-template <class Value>
-void Tool_Subcommand::Take(const char* iNames, Value& oValue, const char* iValue, const char* iHelp)
+void Tool_SettingsOptions::AddTo(Tool_Parser& ioParser, ETold iTold)
 {
-    mApp.add_option(iNames, oValue, iHelp)->type_name(iValue);
-}
-
-template <class Value>
-void Tool_Subcommand::Need(const char* iNames, Value& oValue, const char* iValue, const char* iHelp)
-{
-    mApp.add_option(iNames, oValue, iHelp)->type_name(iValue)->required();
-}
-
-template void Tool_Subcommand::Take(const char*, std::string&, const char*, const char*);
-template void Tool_Subcommand::Need(const char*, std::string&, const char*, const char*);
-template void Tool_Subcommand::Need(const char*, std::vector<std::string>&, const char*, const char*);
-
-void Tool_Subcommand::TakeFlag(const char* iNames, bool& oIsGiven, const char* iHelp)
-{
-    mApp.add_flag(iNames, oIsGiven, iHelp);
-}
-
-void Tool_Subcommand::TakeFile(const char* iValue, const char* iHelp) { Need("file", mFile, iValue, iHelp); }
-
-bool Tool_Subcommand::IsGiven(const char* iOption) const { return mApp.count(iOption) > 0; }
-
-void Tool_SettingsOptions::AddTo(CLI::App& ioApp, ETold iTold)
-{
-    mApp = &ioApp;
+    mParser = &ioParser;
     const auto text = [&](const char* iInFull, const std::string& iName) {
         return iTold == eTold_InFull ? iInFull
                                      : iName + ", as for \"kora song\"" +
                                            (iTold == eTold_AsKept ? "; kept in the document" : "");
     };
-    ioApp.add_option("--rate", mRate, text(cRate, "sample rate"))->type_name("HZ");
-    ioApp.add_option("--timecode", mTimecode, text(cTimecode, "timecode format"))->type_name("NAME");
+    ioParser.Take("--rate", mRate, "HZ", text(cRate, "sample rate"));
+    ioParser.Take("--timecode", mTimecode, "NAME", text(cTimecode, "timecode format"));
 }
 
 Tool_AskedSettings Tool_SettingsOptions::Asked() const
 {
     Tool_AskedSettings asked;
-    if (mApp->count("--rate") > 0 && !Tool_ParseRate(mRate, asked.mSampleRate.emplace()))
+    if (mParser->IsGiven("--rate") && !Tool_ParseRate(mRate, asked.mSampleRate.emplace()))
         throw Tool_UsageError("--rate " + Tool_Quoted(mRate) + ", expected 1000 to 768000 Hz");
-    if (mApp->count("--timecode") > 0 &&
+    if (mParser->IsGiven("--timecode") &&
         !Tool_ParseTimeCodeFormat(mTimecode, asked.mTimeCodeFormat.emplace()))
         throw Tool_UsageError("--timecode " + Tool_Quoted(mTimecode) + ", expected one of " +
                               Tool_TimeCodeFormatNames());

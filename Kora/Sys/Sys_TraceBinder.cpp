@@ -42,9 +42,13 @@ Sys_TraceBinder::Sys_TraceBinder(std::string iFileName)
     : mFileName(std::move(iFileName))
 {
     Sys_Trace::sEnabled = 0;
-    bool complete = true;
+    // Looked for once: where the library is missing, sixteen searches would be most of a short program's start.
+    bool complete = Load();
     for (int entry = 0; entry < Sys_Trace::cNumEntries; ++entry)
-        complete = Resolve(cNames[entry], Sys_Trace::sEntries[entry]) == cResult_Found && complete;
+        if (mLibrary.IsLoaded())
+            complete = Resolve(cNames[entry], Sys_Trace::sEntries[entry]) == cResult_Found && complete;
+        else
+            Sys_Trace::sEntries[entry] = nullptr;
     if (!complete) return;
     auto* const isActive =
         reinterpret_cast<Sys_Trace::IsActiveFunc*>(Sys_Trace::sEntries[Sys_Trace::eEntry_IsActive]);
