@@ -2,6 +2,7 @@
 
 #include "Bastel/Cmn/Cmn_FloatMath.h"
 #include "Tool/Tool_InputError.h"
+#include "Tool/Tool_Progress.h"
 
 #include <algorithm>
 #include <numbers>
@@ -130,6 +131,7 @@ void Tool_Click::Write(const std::function<void(const std::string&)>& iTake) con
     const auto beat = Ring(cBeatSound, static_cast<double>(mRate));
     const auto grid = mSong.GetMeterMap().Grid(Time_Range(mFromTick, mToTick), Time_GridDivision::Beats());
     Blocks blocks(iTake);
+    Tool_StWork work("rendering", {}, mTo - mFrom);
     Cmn_Int64 at = mFrom;
     for (auto line = grid.begin(); line != grid.end();) {
         const auto& ring = line->mKind == Time_GridLine::eBar ? bar : beat;
@@ -143,6 +145,7 @@ void Tool_Click::Write(const std::function<void(const std::string&)>& iTake) con
         for (Cmn_Int64 i = 0; i < length; ++i)
             blocks.Add(ring[static_cast<std::size_t>(i)]);
         at = start + length;
+        work.At(at - mFrom);
     }
     blocks.AddSilence(mTo - at);
     blocks.Flush();

@@ -5,11 +5,14 @@
 #include "Tool/Tool_Commands.h"
 #include "Tool/Tool_HelpPage.h"
 #include "Tool/Tool_InputError.h"
+#include "Tool/Tool_Progress.h"
 #include "Tool/Tool_Subcommand.h"
+#include "Tool/Tool_WatchedFiles.h"
 
 #include <algorithm>
 #include <iostream>
 #include <new>
+#include <optional>
 
 namespace {
 
@@ -70,20 +73,27 @@ std::string Hint(const std::vector<std::string>& iArguments)
 Tool_EExit Tool_RunCommand(const std::vector<std::string>& iArguments, std::istream& iIn, std::ostream& oOut,
                            std::ostream& oErr, const Tool_Terminals& iTerminals)
 {
+    Tool_Progress progress(iTerminals.mIsErrTerminal ? &oErr : nullptr);
+    std::optional<Tool_WatchedFiles> files;
+    if (progress.IsShown()) files.emplace();
     const auto complain = [&](std::string iText, Tool_EExit iExit) {
+        progress.Stop();
         std::replace(iText.begin(), iText.end(), '\n', ' ');
         oErr << iTerminals.mErr.Alarm("kora:") << ' ' << iText << '\n' << std::flush;
         return iExit;
     };
     StLibrary library;
     try {
-        const Tool_Outcome outcome = Outcome(iArguments, {iIn, iTerminals.mOut}, library);
+        const Tool_Outcome outcome =
+            Outcome(iArguments, {iIn, iTerminals.mOut, iTerminals.mIsInTerminal}, library);
+        if (iTerminals.mIsOutTerminal) progress.Stop(); // rows show themselves how far they are
         if (outcome.mWrite)
             outcome.mWrite(oOut);
         else
             oOut.write(outcome.mText.data(), static_cast<std::streamsize>(outcome.mText.size()));
         oOut.flush();
         if (!oOut) return complain("standard output: cannot be written", Tool_eExit_BadInput);
+        progress.Stop();
         oErr << outcome.mReport << std::flush;
         for (const std::string& complaint : outcome.mComplaints)
             complain(complaint, Tool_eExit_BadInput);

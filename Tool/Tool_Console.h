@@ -34,5 +34,6 @@ private:
 struct Tool_Console
 {
     std::istream& mIn;
-    Tool_Style mOut; // of the output
+    Tool_Style mOut;       // of the output
+    bool mIsTyped = false; // the input comes from a terminal
 };

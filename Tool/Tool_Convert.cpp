@@ -3,6 +3,7 @@
 #include "Kora/Time/Values/Time_TypedVector.h"
 #include "Tool/Tool_InputError.h"
 #include "Tool/Tool_PositionText.h"
+#include "Tool/Tool_Progress.h"
 
 #include <algorithm>
 #include <istream>
@@ -207,6 +208,7 @@ private:
         const std::string answer = Converter(mSong, mGauge, iLines, mSource, mFrom, mLinesBefore).Run(mTo);
         mOut.write(answer.data(), static_cast<std::streamsize>(answer.size())).flush();
         mLinesBefore += std::count(iLines.begin(), iLines.end(), '\n');
+        mWork.At(mLinesBefore);
     }
 
     const Tool_Song& mSong;
@@ -216,6 +218,7 @@ private:
     const std::vector<Tool_EUnit>& mTo;
     std::ostream& mOut;
     Cmn_Int64 mLinesBefore = 0;
+    Tool_StWork mWork{"converting", {}, 0, "lines"};
 };
 
 } // namespace

@@ -7,6 +7,7 @@
 #include "Tool/Tool_DocumentReport.h"
 #include "Tool/Tool_File.h"
 #include "Tool/Tool_InputError.h"
+#include "Tool/Tool_Progress.h"
 #include "Tool/Tool_Song.h"
 #include "Tool/Tool_Subcommand.h"
 #include "Tool/Tool_Text.h"
@@ -65,6 +66,7 @@ public:
             others == 0 ? ""
                         : "; left out of it: " + Cmn_CountText(others, "entry that is", "entries that are") +
                               " no part of a song";
+        const Tool_StWork work("saving", isToOutput ? std::string() : mOutput);
         if (isToOutput) {
             std::string bytes = Tool_SongBytes(*song, type);
             const std::string report =
@@ -109,13 +111,13 @@ public:
         };
         const std::shared_ptr<Opened> opened(new Opened{Input(iConsole), nullptr});
         opened->mDocument = Tool_OpenDocument(opened->mInput);
-        const auto write = [opened, isJson = mIsJson](std::ostream& oOut) {
+        const auto write = [opened, isJson = mIsJson, style = iConsole.mOut](std::ostream& oOut) {
             Tool_NamingFile(opened->mInput.Name(), [&] {
                 const Tool_DocumentReport report(*opened->mDocument, opened->mInput.Name());
                 if (isJson)
                     report.WriteJson(oOut);
                 else
-                    oOut << report.Table();
+                    oOut << report.Table(style);
             });
         };
         return {{}, {}, {}, write};
@@ -157,6 +159,7 @@ private:
     void CheckFile(const Tool_Input& iInput, Tool_Outcome& ioOutcome) const
     {
         const std::string name = Tool_Printable(iInput.Name()) + ": ";
+        const Tool_StWork work("checking", iInput.Name());
         const std::vector<FF_Fault> faults = FF_DocumentCheck::Check(iInput.Location());
         if (faults.empty()) {
             const auto document = Tool_OpenDocument(iInput);
@@ -202,6 +205,7 @@ public:
                                   ", expected another file");
         Tool_CheckPlainFile(mOutput);
         // What comes out of a file without a stream is not put in the place of anything.
+        const Tool_StWork work("repairing", input.Name());
         const auto report = Tool_NamingFile(input.Name(), [&] {
             return FF_DocumentRepair::Repair(input.Location(), Sys_FileLoc(mOutput), false);
         });

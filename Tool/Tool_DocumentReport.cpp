@@ -6,9 +6,11 @@
 #include "Tool/Tool_Document.h"
 #include "Tool/Tool_InputError.h"
 #include "Tool/Tool_JsonWriter.h"
+#include "Tool/Tool_Progress.h"
 #include "Tool/Tool_Text.h"
 
 #include <algorithm>
+#include <optional>
 #include <ostream>
 #include <span>
 #include <tuple>
@@ -37,8 +39,9 @@ std::string LabelOf(const FF_StreamInfo& iInfo)
     return item + (name.empty() ? "type " + number : name + " (" + number + ')') + list;
 }
 
-// Rows of cells as text, each column as wide as its widest cell; the first iRight columns flush right.
-std::string Aligned(const std::vector<std::vector<std::string>>& iRows, std::size_t iRight)
+// Rows of cells as text, each column as wide as its widest cell; the first iRight columns flush right. The first row is a
+// heading.
+std::string Aligned(const std::vector<std::vector<std::string>>& iRows, std::size_t iRight, Tool_Style iStyle)
 {
     std::vector<std::size_t> widths(iRows.front().size(), 0);
     for (const auto& row : iRows)
@@ -51,7 +54,8 @@ std::string Aligned(const std::vector<std::vector<std::string>>& iRows, std::siz
             const std::string fill(widths[i] - row[i].size(), ' ');
             line += (i == 0 ? "" : "  ") + (i < iRight ? fill + row[i] : row[i] + fill);
         }
-        text += line.substr(0, line.find_last_not_of(' ') + 1) + '\n';
+        line.erase(line.find_last_not_of(' ') + 1);
+        text += (text.empty() ? iStyle.Heading(line) : line) + '\n';
     }
     return text;
 }
@@ -136,9 +140,13 @@ template <class Visit>
 std::vector<Tool_DocumentReport::Piece> Tool_DocumentReport::ForEachStream(const Visit& iStream) const
 {
     std::vector<Piece> pieces = SortedPieces();
-    auto at = pieces.begin(); // those before it were passed
-    auto left = at;           // and those before this one are at no stream
+    auto at = pieces.begin();                    // those before it were passed
+    auto left = at;                              // and those before this one are at no stream
+    const Tool_StWork reading("reading", mFile); // all of it, before the first stream is visited
+    std::optional<Tool_StWork> listing;
     FF_DocumentCheck::ForEachStream(mDocument, [&](const FF_StreamInfo& iInfo) {
+        if (!listing) listing.emplace("listing", mFile, mSize);
+        listing->At(iInfo.mPosition);
         for (; at != pieces.end() && at->mOffset < iInfo.mPosition; ++at)
             *left++ = *at;
         const auto from = at;
@@ -182,7 +190,7 @@ std::string Tool_DocumentReport::Header() const
            " bytes, table of contents at byte " + Number(mDocument.GetTOCOffset()) + "\n\n";
 }
 
-std::string Tool_DocumentReport::Table() const
+std::string Tool_DocumentReport::Table(Tool_Style iStyle) const
 {
     std::vector<std::vector<std::string>> rows = {
         {"position", "size", "version", "stream", "key", "description"}};
@@ -198,13 +206,13 @@ std::string Tool_DocumentReport::Table() const
                         std::string(static_cast<std::size_t>(iInfo.mDepth) * 2, ' ') + LabelOf(iInfo),
                         keys.empty() ? "-" : keys, Tool_Printable(descriptions)});
     });
-    std::string table = Header() + Aligned(rows, 3);
+    std::string table = Header() + Aligned(rows, 3, iStyle);
     if (withoutStream.empty()) return table;
     rows = {{"position", "entry without a stream", "location", "description"}};
     for (const Piece& piece : withoutStream)
         rows.push_back({piece.mOffset == cNoOffset ? "-" : Number(piece.mOffset), NameOf(piece),
                         LocationOf(piece), Tool_Printable(DescriptionOf(piece))});
-    return table + '\n' + Aligned(rows, 1);
+    return table + '\n' + Aligned(rows, 1, iStyle);
 }
 
 void Tool_DocumentReport::WriteJson(std::ostream& oOut) const

@@ -7,6 +7,7 @@
 
 #include "Kora/FF/Document/FF_Document_TOC.h"
 #include "Kora/FF/Rescue/FF_StreamInfo.h"
+#include "Tool/Tool_Console.h"
 
 #include <iosfwd>
 #include <string>
@@ -20,7 +21,7 @@ public:
 
     // Both throw what reading a document throws.
     // A header, then a row for each stream in the order of the file, what it holds indented below it.
-    std::string Table() const;
+    std::string Table(Tool_Style iStyle = {}) const;
     // One object, indented by 2, with a newline at its end; in memory for the pieces of the
     // table alone, 16 bytes each.
     void WriteJson(std::ostream& oOut) const;

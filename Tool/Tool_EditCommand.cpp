@@ -4,6 +4,7 @@
 #include "Tool/Tool_EditReport.h"
 #include "Tool/Tool_File.h"
 #include "Tool/Tool_InputError.h"
+#include "Tool/Tool_Progress.h"
 #include "Tool/Tool_Subcommand.h"
 #include "Tool/Tool_Text.h"
 
@@ -67,6 +68,7 @@ public:
         const Tool_Input input = Input(iConsole);
         const bool isDocument = Tool_IsDocument(input);
         const EKind kind = asked.value_or(isDocument ? eKind_Document : eKind_Midi);
+        const Tool_StWork progress("editing", input.Name());
         Work work = isDocument ? OpenDocument(input, settings) : OpenMidi(input, settings);
         const Cmn_Int32 division = Division(work, kind);
         if (HasOutput() && !IsToOutput() && isDocument != (kind == eKind_Document) &&
@@ -77,12 +79,14 @@ public:
         const Cmn_Int64 fileTick =
             kind == eKind_Midi ? (Tool_Song::cTicksPerQuarter + division - 1) / division : 1;
         Tool_SongEditor editor(*work.mSong, work.mEvents.get(), fileTick, iConsole.mIn);
-        for (const Tool_EditOperation& operation : mOperations)
+        for (const Tool_EditOperation& operation : mOperations) {
+            const Tool_StWork applying(operation.mName.c_str());
             report.Add(operation, editor.Apply(operation));
+        }
         editor.ReleaseLocks();
         const bool isSame = !report.IsChanged() && !settings.mSampleRate && !settings.mTimeCodeFormat;
         Product product = kind == eKind_Midi ? Midi(work, division) : Document(work, input, isSame);
-        return Finish(work, report, std::move(product));
+        return Finish(work, report, std::move(product), iConsole.mOut);
     }
 
 private:
@@ -194,11 +198,13 @@ private:
                 {}};
     }
 
-    Tool_Outcome Finish(const Work& iWork, const Tool_EditReport& iReport, Product iProduct) const
+    Tool_Outcome Finish(const Work& iWork, const Tool_EditReport& iReport, Product iProduct,
+                        Tool_Style iStyle) const
     {
         const Tool_Song& song = *iWork.mSong;
         if (mIsDryRun)
-            return {mIsJson ? iReport.Json(song, {}, iProduct.mNotes) : iReport.Table(song, iProduct.mNotes),
+            return {mIsJson ? iReport.Json(song, {}, iProduct.mNotes)
+                            : iReport.Table(song, iProduct.mNotes, iStyle),
                     {},
                     {}};
         const std::string json = mIsJson ? iReport.Json(song, mOutput, iProduct.mNotes) : "";

@@ -91,7 +91,8 @@ Tool_EditReport::Lines Tool_EditReport::Missing(const Lines& iA, const Lines& iB
     return missing;
 }
 
-std::string Tool_EditReport::Table(const Tool_Song& iAfter, const std::string& iNotes) const
+std::string Tool_EditReport::Table(const Tool_Song& iAfter, const std::string& iNotes,
+                                   Tool_Style iStyle) const
 {
     const Tool_SongReport report(iAfter, mFile);
     std::string table = report.Heading() + '\n' + Operations();
@@ -112,7 +113,7 @@ std::string Tool_EditReport::Table(const Tool_Song& iAfter, const std::string& i
     }
     if (rows.empty())
         return table + (mDone.empty() ? "" : "\n") + "No tempo, meter or key changes, nor the end.\n";
-    std::string names = Tool_SongReport::ColumnNames();
+    std::string names = Tool_SongReport::ColumnNames(iStyle);
     names.insert(names.find('\n') + 1, "  ");
     table += "\n  " + names;
     for (const auto& [line, sign] : rows)

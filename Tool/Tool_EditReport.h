@@ -21,7 +21,7 @@ public:
     // A line for each operation and one for what it came to.
     std::string Operations() const;
     // The operations, then what went (-) and what came (+).
-    std::string Table(const Tool_Song& iAfter, const std::string& iNotes) const;
+    std::string Table(const Tool_Song& iAfter, const std::string& iNotes, Tool_Style iStyle) const;
     // iOutput is empty where nothing was written.
     std::string Json(const Tool_Song& iAfter, const std::string& iOutput, const std::string& iNotes) const;
 

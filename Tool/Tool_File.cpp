@@ -6,6 +6,7 @@
 #include "Bastel/Sys/Sys_FileSystem.h"
 #include "Bastel/Sys/Sys_OSErrorText.h"
 #include "Tool/Tool_InputError.h"
+#include "Tool/Tool_Progress.h"
 
 #include <algorithm>
 #include <fstream>
@@ -21,7 +22,7 @@ namespace fs = std::filesystem;
 
 fs::path Tool_PathOf(const std::string& iName) { return fs::path(std::u8string(iName.begin(), iName.end())); }
 
-std::string Tool_ReadUpTo(std::istream& ioStream, std::size_t iLimit)
+std::string Tool_ReadUpTo(std::istream& ioStream, std::size_t iLimit, Tool_StWork* ioWork)
 {
     std::string bytes;
     while (ioStream && bytes.size() <= iLimit) {
@@ -29,6 +30,7 @@ std::string Tool_ReadUpTo(std::istream& ioStream, std::size_t iLimit)
         bytes.resize(size + std::max(cBlock, size / 2));
         ioStream.read(bytes.data() + size, static_cast<std::streamsize>(bytes.size() - size));
         bytes.resize(size + static_cast<std::size_t>(ioStream.gcount()));
+        if (ioWork != nullptr) ioWork->At(static_cast<Cmn_Int64>(bytes.size()));
     }
     return bytes;
 }

@@ -10,8 +10,9 @@
 // A path of a std::string would be read in the system's own code page on Windows.
 std::filesystem::path Tool_PathOf(const std::string& iName);
 
-// Reads to the stream's end, or until more than iLimit bytes are there.
-std::string Tool_ReadUpTo(std::istream& ioStream, std::size_t iLimit);
+// Reads to the stream's end, or until more than iLimit bytes are there; tells ioWork how many it has.
+class Tool_StWork;
+std::string Tool_ReadUpTo(std::istream& ioStream, std::size_t iLimit, Tool_StWork* ioWork = nullptr);
 
 // The last part of a name: "first light.mid" of "songs/first light.mid".
 std::string Tool_BaseName(const std::string& iName);

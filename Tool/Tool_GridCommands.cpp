@@ -2,6 +2,7 @@
 #include "Tool/Tool_Click.h"
 #include "Tool/Tool_Commands.h"
 #include "Tool/Tool_File.h"
+#include "Tool/Tool_Progress.h"
 #include "Tool/Tool_RangeOptions.h"
 #include "Tool/Tool_Subcommand.h"
 #include "Tool/Tool_Text.h"
@@ -28,11 +29,13 @@ void WriteGrid(const Tool_Song& iSong, Time_Tick iFrom, Time_Tick iTo, const Tim
 {
     constexpr std::size_t cMuch = 65536;
     std::string text;
+    Tool_StWork work("writing rows", {}, (iTo - iFrom).AsInt64());
     for (const Time_GridLine line : iSong.GetMeterMap().Grid(Time_Range(iFrom, iTo), iDivision)) {
         char position[Time_BarBeatTick::cTextBytes];
         text.append(position, line.mPosition.ToInternalText(position)) += '\t';
         Tool_AppendInteger(iSong.GetConverter().ToSample(line.mTick).AsInt64(), text);
         text.append("\t").append(KindText(line.mKind)) += '\n';
+        work.At((line.mTick - iFrom).AsInt64());
         if (text.size() < cMuch) continue;
         oOut.write(text.data(), static_cast<std::streamsize>(text.size()));
         if (!oOut) return;

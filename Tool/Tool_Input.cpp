@@ -4,6 +4,7 @@
 #include "Bastel/Sys/Sys_OSErrorText.h"
 #include "Tool/Tool_File.h"
 #include "Tool/Tool_InputError.h"
+#include "Tool/Tool_Progress.h"
 #include "Tool/Tool_StandardInput.h"
 
 #include <fstream>
@@ -46,7 +47,8 @@ std::ifstream OpenFile(const std::string& iName)
 
 std::string ReadWhole(std::istream& ioStream, const std::string& iName)
 {
-    std::string bytes = Tool_ReadUpTo(ioStream, Tool_Input::cMaxSize);
+    Tool_StWork work("reading", iName, 0, "bytes");
+    std::string bytes = Tool_ReadUpTo(ioStream, Tool_Input::cMaxSize, &work);
     if (ioStream.bad()) throw Tool_InputError::InFile(iName, std::string("cannot be read, ") + cExpected);
     if (bytes.size() > Tool_Input::cMaxSize)
         throw Tool_InputError::InFile(iName, "more than " + std::to_string(Tool_Input::cMaxSize) +

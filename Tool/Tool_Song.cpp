@@ -4,6 +4,7 @@
 #include "Tool/Tool_Document.h"
 #include "Tool/Tool_Input.h"
 #include "Tool/Tool_InputError.h"
+#include "Tool/Tool_Progress.h"
 
 #include <algorithm>
 #include <iterator>
@@ -119,6 +120,7 @@ void Tool_Song::CheckPlaces(const std::string& iName) const
 
 std::unique_ptr<Tool_Song> Tool_Song::Load(const Tool_Input& iInput, const Tool_AskedSettings& iAsked)
 {
+    const Tool_StWork work("reading", iInput.Name());
     if (!Tool_IsDocument(iInput))
         return std::make_unique<Tool_Song>(Tool_MidiFile::Parse(iInput.ReadAll(), iInput.Name()),
                                            iAsked.Over({}));

@@ -7,6 +7,7 @@
 #include "Tool/Tool_InputError.h"
 #include "Tool/Tool_Plot.h"
 #include "Tool/Tool_Png.h"
+#include "Tool/Tool_Progress.h"
 #include "Tool/Tool_RangeOptions.h"
 #include "Tool/Tool_SongReport.h"
 #include "Tool/Tool_StandardInput.h"
@@ -37,9 +38,12 @@ public:
         const Tool_AskedSettings asked = mSettings.Asked();
         const Tool_Input input = Input(iConsole);
         const std::shared_ptr<const Tool_Song> song = Tool_Song::Load(input, asked);
-        return {{}, {}, {}, [song, name = input.Name(), isJson = mIsJson](std::ostream& oOut) {
+        return {{},
+                {},
+                {},
+                [song, name = input.Name(), isJson = mIsJson, style = iConsole.mOut](std::ostream& oOut) {
                     const Tool_SongReport report(*song, name);
-                    isJson ? report.WriteJson(oOut) : report.WriteTable(oOut);
+                    isJson ? report.WriteJson(oOut) : report.WriteTable(oOut, style);
                 }};
     }
 
@@ -79,6 +83,7 @@ public:
         const Tool_AskedSettings asked = mSettings.Asked();
         const Time_EFilmGauge gauge = Film();
         const std::shared_ptr<const Tool_Song> song = Song(asked, iConsole);
+        if (iConsole.mIsTyped) Tool_Progress::StopCurrent();
         return {{}, {}, {}, [song, from, to, gauge, &in = iConsole.mIn](std::ostream& oOut) {
                     Tool_ConvertStream(*song, in, cInputName, from, to, oOut, gauge);
                 }};
@@ -152,6 +157,7 @@ public:
         const Tool_AskedSettings asked = mSettings.Asked();
         const Tool_Input input = Input(iConsole);
         const auto song = Tool_Song::Load(input, asked);
+        const Tool_StWork work("drawing", input.Name());
         std::string svg = Tool_Plot(*song, Tool_BaseName(input.Name()), Options(*song, input.Name()));
         if (!IsGiven("-o") || mOutput == Tool_cStandardOutput) return {std::move(svg), {}, {}};
         if (input.IsSameFile(mOutput))
@@ -203,6 +209,7 @@ public:
     {
         SMF_File file(Division());
         const Tool_Input input = Input(iConsole);
+        const Tool_StWork work("exporting", input.Name());
         const auto document = Tool_OpenDocument(input);
         const auto report = Tool_NamingFile(input.Name(), [&] {
             const Tool_Song song(*document, {});

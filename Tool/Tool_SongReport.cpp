@@ -2,6 +2,7 @@
 
 #include "Bastel/Cmn/Cmn_FloatMath.h"
 #include "Tool/Tool_JsonWriter.h"
+#include "Tool/Tool_Progress.h"
 #include "Tool/Tool_Text.h"
 
 #include <algorithm>
@@ -84,6 +85,7 @@ template <class Row, class Place, class Write>
 void WriteRows(const char* iName, Tool_SongWalk& ioWalk, Tool_JsonWriter& ioJson, const Place& iPlace,
                const Write& iWrite)
 {
+    Tool_StWork work("writing rows", {}, ioWalk.GetCount());
     ioJson.Open(2, iName, '[');
     for (Row row; ioWalk.Next(row);) {
         ioJson.Open(4, nullptr, '{');
@@ -91,6 +93,7 @@ void WriteRows(const char* iName, Tool_SongWalk& ioWalk, Tool_JsonWriter& ioJson
         iWrite(row);
         ioJson.Close(4, '}');
         ioJson.FlushIfMuch();
+        work.At(ioWalk.GetNumGiven());
     }
     ioJson.Close(2, ']');
 }
@@ -173,12 +176,12 @@ std::string Tool_SongReport::Heading() const
            ", 960 ticks to a quarter note\n";
 }
 
-std::string Tool_SongReport::ColumnNames()
+std::string Tool_SongReport::ColumnNames(Tool_Style iStyle)
 {
     const std::string rule(cNumberWidth, '-');
     std::string text;
     AppendColumns("bar|beat|tick", "sample", "timecode", "min:sec", "change", text);
-    text += '\n';
+    text = iStyle.Heading(text) + '\n';
     AppendColumns(std::string(cPositionWidth, '-'), rule, rule, rule, std::string(20, '-'), text);
     return text + '\n';
 }
@@ -200,11 +203,13 @@ void Tool_SongReport::ForEachLine(const std::function<void(const Line&)>& iTake)
     Next<Tool_SongRows::Meter> meter(walk);
     Next<Tool_SongRows::Key> key(walk);
     Line line;
+    Tool_StWork work("writing rows", {}, walk.GetCount());
     const auto take = [&](auto& ioNext) {
         line.mChange = ChangeText(ioNext.Get());
         MakeLine(ioNext.Get().mPlace, line);
         iTake(line);
         ioNext.Advance();
+        work.At(walk.GetNumGiven());
     };
     while (tempo.IsThere() || meter.IsThere() || key.IsThere())
         if (tempo.IsBefore(meter) && tempo.IsBefore(key))
@@ -225,10 +230,10 @@ std::vector<Tool_SongReport::Line> Tool_SongReport::Lines() const
     return lines;
 }
 
-void Tool_SongReport::WriteTable(std::ostream& oOut) const
+void Tool_SongReport::WriteTable(std::ostream& oOut, Tool_Style iStyle) const
 {
     constexpr std::size_t cMuch = 65536;
-    std::string text = Heading() + '\n' + ColumnNames();
+    std::string text = Heading() + '\n' + ColumnNames(iStyle);
     ForEachLine([&](const Line& iLine) {
         text.append(iLine.mText).append("\n");
         if (text.size() < cMuch) return;

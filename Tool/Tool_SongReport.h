@@ -4,6 +4,7 @@
 // Both forms show the rows of Tool_SongWalk, written as they are made.
 #pragma once
 
+#include "Tool/Tool_Console.h"
 #include "Tool/Tool_PositionText.h"
 #include "Tool/Tool_SongRows.h"
 
@@ -22,7 +23,7 @@ public:
 
     // At most 100 columns: a header, then a row for each change in time order, of those at one tick tempo
     // first, then meter, then key; the end last. Positions in display ticks, 960 to a quarter note.
-    void WriteTable(std::ostream& oOut) const;
+    void WriteTable(std::ostream& oOut, Tool_Style iStyle = {}) const;
     std::string Table() const;
     // One object, indented by 2, with a newline at its end. Positions in internal ticks.
     void WriteJson(std::ostream& oOut) const;
@@ -36,7 +37,7 @@ public:
         std::string mText;   // the whole row, without an end of line
     };
     std::string Heading() const;
-    static std::string ColumnNames();
+    static std::string ColumnNames(Tool_Style iStyle);
     std::vector<Line> Lines() const;
 
 private:

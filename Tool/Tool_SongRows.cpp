@@ -13,12 +13,19 @@ Tool_SongRows::Place Tool_SongWalk::PlaceOf(Time_Tick iTick) const
     return {iTick, converter.ToSample(iTick), converter.ToBarBeatTick(iTick)};
 }
 
+Cmn_Int64 Tool_SongWalk::GetCount() const
+{
+    return Cmn_Int64{1} + static_cast<Cmn_Int64>(mSong.GetTempoMap().GetNumberOfSegments()) +
+           static_cast<Cmn_Int64>(mSong.GetMeterMap().GetNumberOfChanges()) + mSong.GetKeyMap().size();
+}
+
 bool Tool_SongWalk::Next(Tool_SongRows::Tempo& oRow)
 {
     const Time_TempoMap& tempos = mSong.GetTempoMap();
     if (mTempo == tempos.SegmentEnd()) return false;
     const Time_Tick tick = (*mTempo)->GetStartTick();
     ++mTempo;
+    ++mGiven;
     Time_TickLength ticksPerBeat;
     oRow.mPlace = PlaceOf(tick);
     tempos.GetTempoAtTick(oRow.mBeatsPerMinute, ticksPerBeat, tick);
@@ -31,6 +38,7 @@ bool Tool_SongWalk::Next(Tool_SongRows::Meter& oRow)
     if (mMeter == mSong.GetMeterMap().IterEnd()) return false;
     const Time_MeterChange& change = *mMeter;
     ++mMeter;
+    ++mGiven;
     oRow = {PlaceOf(change.GetTick()), change.GetBarNumber(), change.GetMeter().GetNumerator(),
             change.GetMeter().GetDenominator(), change.IsOffBarline()};
     return true;
@@ -41,6 +49,7 @@ bool Tool_SongWalk::Next(Tool_SongRows::Key& oRow)
     const Time_KeySignatureMap& keys = mSong.GetKeyMap();
     Time_Tick tick;
     while (mKey < keys.size()) {
+        ++mGiven;
         if (!keys.GetKeysSignature(mKey++, tick, oRow.mKey)) continue;
         oRow.mPlace = PlaceOf(tick);
         return true;

@@ -56,6 +56,9 @@ public:
     bool Next(Tool_SongRows::Tempo& oRow);
     bool Next(Tool_SongRows::Meter& oRow);
     bool Next(Tool_SongRows::Key& oRow);
+    // How many rows there are in all, the end among them, and how many were given.
+    Cmn_Int64 GetCount() const;
+    Cmn_Int64 GetNumGiven() const { return mGiven; }
     Tool_SongRows::Place GetEnd() const { return PlaceOf(mSong.GetEndTick()); }
 
 private:
@@ -65,4 +68,5 @@ private:
     Time_TempoMap::SegmentIter mTempo;
     Time_MeterMap::ConstIter mMeter;
     long mKey = 0;
+    Cmn_Int64 mGiven = 0;
 };

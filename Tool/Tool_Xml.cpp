@@ -2,7 +2,9 @@
 
 #include "Bastel/Cmn/Cmn_XMLNode.h"
 #include "Kora/Time/Tempo/Time_TempoMapSegment.h"
+#include "Tool/Tool_Progress.h"
 #include "Tool/Tool_Song.h"
+#include "Tool/Tool_SongRows.h"
 
 #include <ostream>
 
@@ -12,8 +14,9 @@ namespace {
 class Writer
 {
 public:
-    explicit Writer(std::ostream& oOut)
+    Writer(const Tool_Song& iSong, std::ostream& oOut)
         : mOut(oOut)
+        , mWork("writing rows", {}, Tool_SongWalk(iSong).GetCount())
     {
     }
     ~Writer() { mOut << mText; }
@@ -52,6 +55,7 @@ private:
     {
         constexpr std::size_t cMuch = 65536;
         iEntry.AppendTo(mText, static_cast<int>(mLevel));
+        mWork.At(++mNumEntries);
         if (mText.size() < cMuch) return;
         mOut << mText;
         mText.clear();
@@ -60,6 +64,8 @@ private:
     std::ostream& mOut;
     std::string mText = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
     std::size_t mLevel = 0;
+    Cmn_Int64 mNumEntries = 0;
+    Tool_StWork mWork;
 };
 
 void AddMeters(const Time_MeterMap& iMap, Writer& ioWriter)
@@ -111,7 +117,7 @@ void Tool_WriteXml(const Tool_Song& iSong, std::ostream& oOut)
     values.AddValue("nSampleRate", iSong.GetSettings().mSampleRate);
     values.AddValue("TimeCodeFormat",
                     Time_Globals::GetTimeCodeFormatString(iSong.GetSettings().mTimeCodeFormat));
-    Writer writer(oOut);
+    Writer writer(iSong, oOut);
     writer.Open("Song");
     writer.AddValues(values);
     AddMeters(iSong.GetMeterMap(), writer);
