@@ -29,17 +29,12 @@ public:
     explicit SaveCommand(Tool_Parser& ioParser)
         : Tool_Subcommand(ioParser)
     {
-        TakeFile(
-            "FILE",
-            "the song, as for \"kora song\"; from a document this is how it gets another scrambling or other "
-            "settings");
-        Parser().Need(
-            "output", mOutput, "OUT.kora",
-            "the document; one of that name is replaced in one step, once the new one is safely on the "
-            "disk; \"-\" writes "
-            "the document to standard output and prints nothing else, unless something is left out: that "
-            "goes to the "
-            "error stream");
+        TakeFile("FILE", "the song, as for \"kora song\"; from a document this is how it gets another "
+                         "scrambling or other settings");
+        Parser().Need("output", mOutput, "OUT.kora",
+                      "the document; one of that name is replaced in one step, once the new one is safely on "
+                      "the disk; \"-\" writes the document to standard output and prints nothing else, "
+                      "unless something is left out: that goes to the error stream");
         Parser().Take("--scramble", mScramble, "TYPE",
                       "0 for plain bytes (default), 1 to 5 for the masks that documents may have");
         mSettings.AddTo(Parser(), Tool_SettingsOptions::eTold_AsKept);
@@ -134,10 +129,9 @@ public:
         : Tool_Subcommand(ioParser)
     {
         Parser().Need("files", mFiles, "FILE.kora...", "one document or several; \"-\" for standard input");
-        Parser().TakeFlag(
-            "--all", mIsAll,
-            "print every fault, one a line, in the order of the file; of several files with \"FILE: \" "
-            "in front");
+        Parser().TakeFlag("--all", mIsAll,
+                          "print every fault, one a line, in the order of the file; of several files with "
+                          "\"FILE: \" in front");
     }
 
     // A file that cannot be checked is as bad as one with faults: the others are checked all the same.

@@ -36,11 +36,9 @@ public:
         : Tool_Subcommand(ioParser)
     {
         TakeFile("FILE", "the song, a MIDI file or a document; \"-\" for standard input");
-        Parser().Take(
-            "-o,--output", mOutput, "OUT",
-            "what comes out; its ending says its kind: .mid, .midi or .kora. It may be FILE and takes its "
-            "place in one "
-            "step; \"-\" is standard output");
+        Parser().Take("-o,--output", mOutput, "OUT",
+                      "what comes out; its ending says its kind: .mid, .midi or .kora. It may be FILE and "
+                      "takes its place in one step; \"-\" is standard output");
         Parser().Take("--as", mAs, "mid|kora", "the kind for \"-\" (default: FILE's)");
         Parser().TakeFlag("--dry-run", mIsDryRun, "print what would change and write nothing");
         Parser().TakeFlag("--json", mIsJson, "print what changed as one JSON object");
@@ -68,20 +66,21 @@ public:
         const Tool_Input input = Input(iConsole);
         const bool isDocument = Tool_IsDocument(input);
         const EKind kind = asked.value_or(isDocument ? eKind_Document : eKind_Midi);
-        const Tool_StWork progress("editing", input.Name());
         Work work = isDocument ? OpenDocument(input, settings) : OpenMidi(input, settings);
         const Cmn_Int32 division = Division(work, kind);
         if (HasOutput() && !IsToOutput() && isDocument != (kind == eKind_Document) &&
             input.IsSameFile(mOutput))
             throw Tool_UsageError("what comes out would take the place of " + Tool_Quoted(mOutput) +
                                   ", which holds more, expected another file");
+        Tool_StWork progress("editing", input.Name(), static_cast<Cmn_Int64>(mOperations.size()));
         Tool_EditReport report(*work.mSong, input.Name());
         const Cmn_Int64 fileTick =
             kind == eKind_Midi ? (Tool_Song::cTicksPerQuarter + division - 1) / division : 1;
         Tool_SongEditor editor(*work.mSong, work.mEvents.get(), fileTick, iConsole.mIn);
+        Cmn_Int64 done = 0;
         for (const Tool_EditOperation& operation : mOperations) {
-            const Tool_StWork applying(operation.mName.c_str());
             report.Add(operation, editor.Apply(operation));
+            progress.At(++done);
         }
         editor.ReleaseLocks();
         const bool isSame = !report.IsChanged() && !settings.mSampleRate && !settings.mTimeCodeFormat;
@@ -154,6 +153,7 @@ private:
 
     static Work OpenMidi(const Tool_Input& iInput, const Tool_AskedSettings& iAsked)
     {
+        const Tool_StWork reading("reading", iInput.Name());
         const Tool_MidiFile midi = Tool_MidiFile::Parse(iInput.ReadAll(), iInput.Name());
         Work work;
         work.mSong = std::make_unique<Tool_Song>(midi, iAsked.Over({}));
@@ -164,6 +164,7 @@ private:
 
     static Work OpenDocument(const Tool_Input& iInput, const Tool_AskedSettings& iAsked)
     {
+        const Tool_StWork reading("reading", iInput.Name());
         const auto document = Tool_OpenDocument(iInput);
         return Tool_NamingFile(iInput.Name(), [&] {
             Work work;

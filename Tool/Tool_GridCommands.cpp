@@ -55,8 +55,7 @@ public:
                      "where it ends, itself no part of it (default: the song's end)");
         Parser().Take("--by", mBy, "DIVISION",
                       "bars, beats (default), or a note value: 1/4, 1/8t for triplets, 1/8. for dotted ones, "
-                      "1/16(4:5) for other "
-                      "tuplets");
+                      "1/16(4:5) for other tuplets");
         mSettings.AddTo(Parser());
     }
 
@@ -89,11 +88,9 @@ public:
         : Tool_Subcommand(ioParser)
     {
         TakeSong();
-        Parser().Take(
-            "-o,--output", mOutput, "OUT",
-            "the WAV file (16 bits, mono), which takes the place of one that is there; without it, or for "
-            "\"-\", "
-            "standard output");
+        Parser().Take("-o,--output", mOutput, "OUT",
+                      "the WAV file (16 bits, mono), which takes the place of one that is there; without it, "
+                      "or for \"-\", standard output");
         mRange.AddTo(Parser(), "where the file begins (default: the song's start)",
                      "where it ends (default: the song's end)");
         mSettings.AddTo(Parser());

@@ -45,9 +45,10 @@ std::ifstream OpenFile(const std::string& iName)
     return stream;
 }
 
-std::string ReadWhole(std::istream& ioStream, const std::string& iName)
+// iSize is 0 where it is not known; it is no promise.
+std::string ReadWhole(std::istream& ioStream, const std::string& iName, Cmn_Int64 iSize = 0)
 {
-    Tool_StWork work("reading", iName, 0, "bytes");
+    Tool_StWork work("reading", iName, iSize, "bytes");
     std::string bytes = Tool_ReadUpTo(ioStream, Tool_Input::cMaxSize, &work);
     if (ioStream.bad()) throw Tool_InputError::InFile(iName, std::string("cannot be read, ") + cExpected);
     if (bytes.size() > Tool_Input::cMaxSize)
@@ -83,7 +84,9 @@ std::string Tool_Input::ReadAll() const
 {
     if (mMemory) return mMemory->GetBytes();
     std::ifstream file = OpenFile(mName);
-    return ReadWhole(file, mName);
+    std::error_code unknown;
+    const std::uintmax_t size = fs::file_size(Tool_PathOf(mName), unknown);
+    return ReadWhole(file, mName, unknown ? 0 : static_cast<Cmn_Int64>(size));
 }
 
 bool Tool_Input::IsSameFile(const std::string& iName) const

@@ -62,15 +62,14 @@ std::string Tool_ProgressLine::Show(std::string_view iText)
 Tool_Progress::Tool_Progress(std::ostream* oTerminal)
     : mTerminal(oTerminal)
 {
-    if (mTerminal == nullptr) return;
-    sCurrent = this;
-    mThread = std::thread([this] { Run(); });
+    if (mTerminal != nullptr) sCurrent = this;
 }
 
 Tool_Progress::~Tool_Progress() { Stop(); }
 
 void Tool_Progress::Stop()
 {
+    if (sCurrent == this) sCurrent = nullptr;
     if (!mThread.joinable()) return;
     {
         const std::lock_guard lock(mMutex);
@@ -79,7 +78,6 @@ void Tool_Progress::Stop()
     mWake.notify_one();
     mThread.join();
     *mTerminal << mLine.Remove() << std::flush;
-    sCurrent = nullptr;
 }
 
 void Tool_Progress::StopCurrent()
@@ -110,6 +108,9 @@ Tool_StWork::Tool_StWork(const char* iWhat, const std::string& iFile, Cmn_Int64 
     mBefore = std::exchange(mProgress->mWork, {iWhat + name, iWhole, iUnit});
     mDoneBefore = mProgress->mDone.exchange(0);
     mProgress->mWhole = 0;
+    // Not before: what does no work needs no thread.
+    if (!mProgress->mThread.joinable())
+        mProgress->mThread = std::thread([progress = mProgress] { progress->Run(); });
 }
 
 Tool_StWork::~Tool_StWork()

@@ -27,8 +27,7 @@ public:
         : Tool_Subcommand(ioParser)
     {
         TakeFile("FILE", "standard MIDI file, format 0 or 1, with a division in ticks to a quarter note, or "
-                         "a document; the "
-                         "file's bytes say which; \"-\" for standard input");
+                         "a document; the file's bytes say which; \"-\" for standard input");
         mSettings.AddTo(Parser(), Tool_SettingsOptions::eTold_InFull);
         Parser().TakeFlag("--json", mIsJson, "print one JSON object instead of the table");
     }
@@ -58,10 +57,8 @@ public:
     explicit ConvertCommand(Tool_Parser& ioParser)
         : Tool_Subcommand(ioParser)
     {
-        TakeFile(
-            "FILE",
-            "the song whose tempo and meter hold, as for \"kora song\", a file or a pipe other than standard "
-            "input; \"-\" stands for 120 beats a minute in 4/4 throughout");
+        TakeFile("FILE", "the song whose tempo and meter hold, as for \"kora song\", a file or a pipe other "
+                         "than standard input; \"-\" stands for 120 beats a minute in 4/4 throughout");
         Parser().Need("--from", mFrom, "UNIT", "unit of the positions read");
         Parser().Need("--to", mTo, "UNIT,...", "units to print, in this order");
         mSettings.AddTo(Parser());
@@ -134,13 +131,10 @@ public:
         : Tool_Subcommand(ioParser)
     {
         TakeSong();
-        Parser().Take(
-            "-o,--output", mOutput, "OUT",
-            "write the picture there instead of printing it; a file of that name is replaced once the "
-            "picture is "
-            "complete; \"-\" prints it; a name that ends in .png is a PNG picture where the program "
-            "rsvg-convert is "
-            "there to make it (Linux)");
+        Parser().Take("-o,--output", mOutput, "OUT",
+                      "write the picture there instead of printing it; a file of that name is replaced once "
+                      "the picture is complete; \"-\" prints it; a name that ends in .png is a PNG picture "
+                      "where the program rsvg-convert is there to make it (Linux)");
         mRange.AddTo(
             Parser(),
             "where the picture begins, in positions as for \"kora edit\" (default: the song's start)",
@@ -197,10 +191,9 @@ public:
         : Tool_Subcommand(ioParser)
     {
         TakeFile("FILE.kora", "the document; \"-\" for standard input");
-        Parser().Take(
-            "-o,--output", mOutput, "OUT.mid",
-            "the MIDI file, which takes the place of one that is there; without it, or for \"-\", standard "
-            "output");
+        Parser().Take("-o,--output", mOutput, "OUT.mid",
+                      "the MIDI file, which takes the place of one that is there; without it, or for \"-\", "
+                      "standard output");
         Parser().Take("--division", mDivision, "TICKS",
                       "file ticks to a quarter note, 1 to 32767 (default: 960)");
     }

@@ -73,7 +73,7 @@ def Changed(value, path, change):
 cOptional = {"curve", "steps", "tolerance", "events"}  # an edit's operations have them where they apply
 
 schemas = {}
-for name in sorted(os.listdir(schema_folder)):
+for name in sorted(each for each in os.listdir(schema_folder) if each.endswith(".schema.json")):
     with open(os.path.join(schema_folder, name), encoding="utf-8") as file:
         schemas[name] = json.load(file)
     Draft202012Validator.check_schema(schemas[name])
