@@ -8,23 +8,26 @@ using ProgressTest = ToolFixture;
 
 TEST_F(ProgressTest, TextsSayHowFarItIs)
 {
-    const struct
+    struct Row
     {
-        Tool_WorkText mWork;
+        const char* mWhat;
+        Cmn_Int64 mWhole;
+        const char* mUnit;
         Cmn_Int64 mDone;
-        std::string mText;
-    } rows[] = {
-        {{"reading", 0, ""}, 5, "reading"},
-        {{"reading", 200, ""}, 0, "reading, 0 %"},
-        {{"reading", 200, ""}, 199, "reading, 99 %"},
-        {{"reading", 200, "bytes"}, 200, "reading, 100 %"},
-        {{"reading", 200, ""}, 201, "reading, 100 %"},
-        {{"reading", 200, ""}, -1, "reading, 0 %"},
-        {{"reading", 34359738367, ""}, 34359738366, "reading, 99 %"},
-        {{"converting", 0, "lines"}, 12, "converting, 12 lines"},
+        const char* mText;
     };
-    for (const auto& row : rows)
-        EXPECT_EQ(row.mWork.At(row.mDone), row.mText);
+    constexpr Row cRows[] = {
+        {"reading", 0, "", 5, "reading"},
+        {"reading", 200, "", 0, "reading, 0 %"},
+        {"reading", 200, "", 199, "reading, 99 %"},
+        {"reading", 200, "bytes", 200, "reading, 100 %"},
+        {"reading", 200, "", 201, "reading, 100 %"},
+        {"reading", 200, "", -1, "reading, 0 %"},
+        {"reading", 34359738367, "", 34359738366, "reading, 99 %"},
+        {"converting", 0, "lines", 12, "converting, 12 lines"},
+    };
+    for (const Row& row : cRows)
+        EXPECT_EQ(Tool_WorkText({row.mWhat, row.mWhole, row.mUnit}).At(row.mDone), row.mText);
 }
 
 // A terminal as a row of cells that understands a carriage return alone.
