@@ -47,12 +47,16 @@ Tool_Outcome RunCommand(const Tool_CommandEntry& iCommand, std::vector<std::stri
     return command->Run(iConsole);
 }
 
+bool AsksForVersion(const std::vector<std::string>& iArguments)
+{
+    return !iArguments.empty() && (iArguments.front() == "-V" || iArguments.front() == "--version");
+}
+
 Tool_Outcome Outcome(const std::vector<std::string>& iArguments, const Tool_Console& iConsole,
                      StLibrary& ioLibrary)
 {
     const std::string first = iArguments.empty() ? "" : iArguments.front();
-    // Their parser is not made: what tells the version should take no time.
-    if (first == "-V" || first == "--version") return {"kora " KORA_VERSION "\n", {}, {}};
+    if (AsksForVersion(iArguments)) return {"kora " KORA_VERSION "\n", {}, {}};
     if (first == "-h" || first == "--help") return {Tool_MainHelpPage(iConsole.mOut), {}, {}};
     if (const Tool_CommandEntry* const command = Tool_FindCommand(first))
         return RunCommand(*command, {iArguments.begin() + 1, iArguments.end()}, iConsole, ioLibrary);
@@ -111,6 +115,8 @@ Tool_EExit Tool_RunCommand(const std::vector<std::string>& iArguments, std::istr
 
 int Tool_Main(const std::vector<std::string>& iArguments)
 {
+    // Scripts ask for it again and again: no parser, no library, no buffers are made for it.
+    if (AsksForVersion(iArguments)) return Tool_RunCommand(iArguments, std::cin, std::cout, std::cerr);
     std::ios::sync_with_stdio(false);
     const Tool_StTerminals terminals;
     return Tool_RunCommand(iArguments, std::cin, std::cout, std::cerr, terminals.Get());

@@ -14,7 +14,8 @@
 
 namespace {
 
-constexpr std::size_t cBlock = std::size_t{1} << 20;
+// A song of a few kilobytes should not clear a megabyte; larger ones grow by halves.
+constexpr std::size_t cBlock = std::size_t{1} << 16;
 
 namespace fs = std::filesystem;
 
