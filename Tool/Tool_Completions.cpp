@@ -175,9 +175,13 @@ std::string ZshSpec(const Tool_HelpRow& iRow)
     if (iRow.IsArgument())
         return quoted((iRow.mValue.ends_with("...") ? "*" : "") + ZshValues(iRow.mValue, !iRow.mIsRequired));
     const std::string detail = '[' + Replaced(Brief(iRow.mHelp), "[]\\", "\\") + ']' + ZshValues(iRow.mValue);
+    // "--rate=" takes its value behind a "=" or as the next word.
+    std::vector<std::string> spellings = iRow.mSpellings;
+    for (std::string& spelling : spellings)
+        if (spelling.starts_with("--") && !iRow.mValue.empty()) spelling += '=';
     const char* const isRepeated = iRow.mGroup.empty() ? "" : "*";
-    if (iRow.mSpellings.size() == 1) return quoted(isRepeated + iRow.mSpellings.front() + detail);
-    return quoted('(' + Joined(iRow.mSpellings, " ") + ')') + '{' + Joined(iRow.mSpellings, ",") + '}' +
+    if (spellings.size() == 1) return quoted(isRepeated + spellings.front() + detail);
+    return quoted('(' + Joined(iRow.mSpellings, " ") + ')') + '{' + Joined(spellings, ",") + '}' +
            quoted(detail);
 }
 

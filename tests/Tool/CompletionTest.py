@@ -22,6 +22,7 @@ cRows = [
     ("so", "song"),
     ("song --ti", "--timecode"),
     ("song --timecode 29.97d", "29.97drop"),
+    ("song --timecode=29.97d", "--timecode=29.97drop"),
     ("convert - --from sa", "samples"),
     ("convert - --to samples,tim", "samples,timecode"),
     ("edit a.mid --curve li", "linear"),
@@ -41,7 +42,7 @@ def Call(*arguments, **more):
 
 
 def Bash(line):
-    words = ["kora", *line.split(" ")]
+    words = ["kora", *re.split(" |(?<=.)(?==)|(?<==)", line)]  # at "=" too, as bash does
     script = 'source bash.sh; COMP_WORDS=("$@"); COMP_CWORD=$(($# - 1)); _kora; printf "%s\\n" "${COMPREPLY[@]}"'
     return Call("bash", "--norc", "-c", script, "bash", *words).split()
 
@@ -86,8 +87,13 @@ for shell in ["bash", "zsh", "fish"]:
     rows = [row for row in cRows if row[1] or shell == "bash"]
     asked = Zsh([line for line, _ in rows]) if shell == "zsh" else [(Bash if shell == "bash" else Fish)(line) for line, _ in rows]
     for (line, expected), got in zip(rows, asked):
+        if shell == "bash":
+            expected = expected.rpartition("=")[2]
         if got != expected.split():
             faults.append(f"{shell}: kora {line}: {got}, expected {expected}")
+
+if shutil.which("shellcheck"):
+    faults += Call("shellcheck", "-s", "bash", "bash.sh").splitlines()
 
 # Each option that is offered is one that the command takes.
 for command in Bash(""):
