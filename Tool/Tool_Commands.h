@@ -11,14 +11,16 @@ class Tool_Subcommand;
 
 enum Tool_EGroup { Tool_eGroup_Songs, Tool_eGroup_Documents, Tool_eGroup_Command };
 
+// The subcommand, which declares its options to the parser and must not outlive it.
+using Tool_MakeCommand = std::unique_ptr<Tool_Subcommand>(Tool_Parser& ioParser);
+
 struct Tool_CommandEntry
 {
     const char* mName;
     Tool_EGroup mGroup;
     const char* mBrief; // what it does, in half a line: "draw a song as an SVG picture"
     const char* mText;  // its help beside the options: a sentence, an empty line, and the rest
-    // The subcommand, which declares its options to the parser and must not outlive it.
-    std::unique_ptr<Tool_Subcommand> (*mMake)(Tool_Parser& ioParser);
+    Tool_MakeCommand* mMake;
 };
 
 // In the order in which they are shown.
@@ -31,20 +33,7 @@ std::string Tool_CommandNames();
 const char* Tool_GroupName(Tool_EGroup iGroup);
 
 // One for each, in the file of its group.
-#define TOOL_COMMAND(Name) std::unique_ptr<Tool_Subcommand> Tool_Make##Name##Command(Tool_Parser& ioParser)
-TOOL_COMMAND(Song);
-TOOL_COMMAND(Convert);
-TOOL_COMMAND(Plot);
-TOOL_COMMAND(Export);
-TOOL_COMMAND(Grid);
-TOOL_COMMAND(Click);
-TOOL_COMMAND(Edit);
-TOOL_COMMAND(Save);
-TOOL_COMMAND(Info);
-TOOL_COMMAND(Check);
-TOOL_COMMAND(Repair);
-TOOL_COMMAND(Xml);
-TOOL_COMMAND(Help);
-TOOL_COMMAND(Man);
-TOOL_COMMAND(Completions);
-#undef TOOL_COMMAND
+Tool_MakeCommand Tool_MakeSongCommand, Tool_MakeConvertCommand, Tool_MakePlotCommand, Tool_MakeExportCommand,
+    Tool_MakeGridCommand, Tool_MakeClickCommand, Tool_MakeEditCommand, Tool_MakeSaveCommand,
+    Tool_MakeInfoCommand, Tool_MakeCheckCommand, Tool_MakeRepairCommand, Tool_MakeXmlCommand,
+    Tool_MakeHelpCommand, Tool_MakeManCommand, Tool_MakeCompletionsCommand;
