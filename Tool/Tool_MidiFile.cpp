@@ -13,9 +13,9 @@ Tool_MidiFile::Tool_MidiFile(SMF_File iFile, std::string_view iName)
 {
 }
 
-Tool_MidiFile Tool_MidiFile::Parse(std::string_view iBytes, std::string_view iName)
+Tool_MidiFile Tool_MidiFile::Parse(std::string iBytes, std::string_view iName)
 {
-    return Naming(iName, [&] { return Tool_MidiFile(SMF_File::Read(std::string(iBytes)), iName); });
+    return Naming(iName, [&] { return Tool_MidiFile(SMF_File::Read(std::move(iBytes)), iName); });
 }
 
 std::string Tool_RoundingText(const SMF_TimeMaps::Report& iReport)

@@ -12,7 +12,7 @@ class Tool_MidiFile
 {
 public:
     // Understands a whole file or throws Tool_InputError, in which iName stands for the file.
-    static Tool_MidiFile Parse(std::string_view iBytes, std::string_view iName);
+    static Tool_MidiFile Parse(std::string iBytes, std::string_view iName);
 
     // Does iWork; what the library throws of the file's contents names the file.
     template <class Work>

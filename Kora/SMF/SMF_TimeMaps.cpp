@@ -8,24 +8,30 @@
 #include "Kora/Time/Tempo/Time_TempoMap.h"
 #include "Kora/Time/Tempo/Time_TempoMap_StEditOptimizer.h"
 
+#include <algorithm>
 #include <limits>
-#include <map>
 #include <memory>
 #include <utility>
+#include <vector>
 
 namespace {
 
 constexpr double cMicrosecondsPerMinute = 60000000.0;
 constexpr Cmn_Int32 cSongStartBar = 1;
 
-// Events by library tick; the last at a tick in file order replaces those before it.
-template <class Event>
-std::map<Cmn_Int64, Event> ByTick(const std::vector<Event>& iEvents, Cmn_Int32 iDivision)
+// Visits events with their library ticks, which ascend; the last at a tick in file order replaces those before it.
+template <class Event, class Visit>
+void ByTick(std::vector<Event>& ioEvents, Cmn_Int32 iDivision, Visit iVisit)
 {
-    std::map<Cmn_Int64, Event> events;
-    for (const Event& event : iEvents)
-        events.insert_or_assign(SMF_TimeMaps::FromFileTick(event.mPlace.mTick, iDivision), event);
-    return events;
+    const auto isBefore = [](const Event& iA, const Event& iB) { return iA.mPlace.mTick < iB.mPlace.mTick; };
+    if (!std::is_sorted(ioEvents.begin(), ioEvents.end(), isBefore))
+        std::stable_sort(ioEvents.begin(), ioEvents.end(), isBefore);
+    for (std::size_t i = 0; i < ioEvents.size(); ++i) {
+        const SMF_Place& place = ioEvents[i].mPlace;
+        if (i + 1 < ioEvents.size() && ioEvents[i + 1].mPlace.mTick == place.mTick) continue;
+        iVisit(Time_Tick(SMF_TimeMaps::FromFileTick(place.mTick, iDivision)), ioEvents[i]);
+    }
+    std::vector<Event>().swap(ioEvents); // before the map grows
 }
 
 void AddTempo(Time_TempoMap& ioTempi, Time_Tick iTick, double iBeatsPerMinute)
@@ -38,28 +44,30 @@ void AddTempo(Time_TempoMap& ioTempi, Time_Tick iTick, double iBeatsPerMinute)
     ioTempi.AddSegment(std::move(segment));
 }
 
-void BuildMeters(Time_MeterMap& ioMeters, const std::vector<SMF_Meter>& iEvents, Cmn_Int32 iDivision)
+void BuildMeters(Time_MeterMap& ioMeters, std::vector<SMF_Meter>& ioEvents, Cmn_Int32 iDivision)
 {
     ioMeters.AddInitialMeterChange(SMF_TimeMaps::cStartTick, Time_Meter(), cSongStartBar);
-    for (const auto& [tick, meter] : ByTick(iEvents, iDivision))
-        ioMeters.AddMeterChange(Time_Tick(tick), Time_Meter(meter.mNumerator, meter.mDenominator));
+    ByTick(ioEvents, iDivision, [&](Time_Tick iTick, const SMF_Meter& iMeter) {
+        ioMeters.AddMeterChange(iTick, Time_Meter(iMeter.mNumerator, iMeter.mDenominator));
+    });
 }
 
-void BuildTempi(Time_TempoMap& ioTempi, const std::vector<SMF_Tempo>& iEvents, Cmn_Int32 iDivision)
+void BuildTempi(Time_TempoMap& ioTempi, std::vector<SMF_Tempo>& ioEvents, Cmn_Int32 iDivision)
 {
     const Time_TempoMap_StEditOptimizer oneRebuild(ioTempi);
     AddTempo(ioTempi, SMF_TimeMaps::cStartTick, Time_DefaultTempo::cDefaultBeatsPerMinute);
-    for (const auto& [tick, tempo] : ByTick(iEvents, iDivision))
-        AddTempo(ioTempi, Time_Tick(tick), cMicrosecondsPerMinute / tempo.mMicrosecondsPerQuarter);
+    ByTick(ioEvents, iDivision, [&](Time_Tick iTick, const SMF_Tempo& iTempo) {
+        AddTempo(ioTempi, iTick, cMicrosecondsPerMinute / iTempo.mMicrosecondsPerQuarter);
+    });
 }
 
-void BuildKeys(Time_KeySignatureMap& ioKeys, const std::vector<SMF_Key>& iEvents, Cmn_Int32 iDivision)
+void BuildKeys(Time_KeySignatureMap& ioKeys, std::vector<SMF_Key>& ioEvents, Cmn_Int32 iDivision)
 {
-    for (const auto& [tick, key] : ByTick(iEvents, iDivision)) {
-        const bool isSharps = key.mSharps >= 0;
-        const auto accidentals = static_cast<Cmn_UInt8>(isSharps ? key.mSharps : -key.mSharps);
-        ioKeys.SetKeySignature(Time_Tick(tick), Time_KeySignature(!key.mIsMinor, isSharps, accidentals));
-    }
+    ByTick(ioEvents, iDivision, [&](Time_Tick iTick, const SMF_Key& iKey) {
+        const bool isSharps = iKey.mSharps >= 0;
+        const auto accidentals = static_cast<Cmn_UInt8>(isSharps ? iKey.mSharps : -iKey.mSharps);
+        ioKeys.SetKeySignature(iTick, Time_KeySignature(!iKey.mIsMinor, isSharps, accidentals));
+    });
 }
 
 [[noreturn]] void RefuseEnd(const SMF_Place& iEnd, const std::string& iText)
@@ -117,7 +125,7 @@ Cmn_Int64 SMF_TimeMaps::ToFileTick(Cmn_Int64 iTicks, Cmn_Int32 iDivision)
 Time_Tick SMF_TimeMaps::Read(const SMF_File& iFile, Time_MeterMap& oMeters, Time_TempoMap& oTempi,
                              Time_KeySignatureMap& oKeys)
 {
-    const SMF_TimeEvents events(iFile);
+    SMF_TimeEvents events(iFile);
     const Cmn_Int32 division = iFile.GetDivision();
     const Time_Tick end = EndTick(events.mLastEvent, division);
     Time_MeterMap meters;
@@ -131,7 +139,7 @@ Time_Tick SMF_TimeMaps::Read(const SMF_File& iFile, Time_MeterMap& oMeters, Time
     oMeters.Clear();
     oMeters.SetSongStartTick(cStartTick);
     oMeters.ReplaceWith(meters);
-    oTempi.ReplaceWith(tempi);
+    oTempi.ReplaceWith(std::move(tempi));
     oKeys.ReplaceWith(keys);
     return end;
 }

@@ -73,6 +73,14 @@ Time_BasicTempoMap& Time_BasicTempoMap::operator=(const Time_BasicTempoMap& iOth
 
 Time_BasicTempoMap::~Time_BasicTempoMap() = default;
 
+void Time_BasicTempoMap::Swap(Time_BasicTempoMap& ioOther)
+{
+    std::swap(mSampleRate, ioOther.mSampleRate);
+    mSegments.swap(ioOther.mSegments);
+    mIndex.swap(ioOther.mIndex);
+    std::swap(mIsIndexed, ioOther.mIsIndexed);
+}
+
 void Time_BasicTempoMap::Clear()
 {
     mSegments.clear();

@@ -236,6 +236,22 @@ void Time_TempoMap::ReplaceWith(const Time_TempoMap& iOther)
     SetSegments(std::move(segments));
 }
 
+void Time_TempoMap::ReplaceWith(Time_TempoMap&& ioOther)
+{
+    if (this == &ioOther) return;
+    ioOther.UpdateBasicMapIfNeeded();
+    mCache->Reserve(ioOther.mSegments.size());
+    NdoAboutToModify();
+    ioOther.NdoAboutToModify();
+    const Time_TempoMap_StEditOptimizer edit(*this), otherEdit(ioOther);
+    DirtyBasicMap();
+    ioOther.DirtyBasicMap();
+    mSegments = std::exchange(ioOther.mSegments, {});
+    mAdded.clear();
+    mCache->TakeAll(*ioOther.mCache);
+    ioOther.SetSegments({});
+}
+
 void Time_TempoMap::SetSampleRate(double iSampleRate)
 {
     const Time_TempoMap_StEditOptimizer edit(*this);

@@ -100,6 +100,8 @@ public:
     void Clear();
     // Copies iOther's segments; the sample rate stays. Nothing for the map itself.
     void ReplaceWith(const Time_TempoMap& iOther);
+    // Takes iOther's segments themselves, which has none then: an edit of both.
+    void ReplaceWith(Time_TempoMap&& ioOther);
     // Not undoable.
     void SetSampleRate(double iSampleRate);
     // Moves all locked samples, as a session does whose rate or origin changes; free segments keep their

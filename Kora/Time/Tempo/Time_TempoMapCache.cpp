@@ -84,6 +84,21 @@ void Time_TempoMapCache::SetAll()
     }
 }
 
+void Time_TempoMapCache::TakeAll(Time_TempoMapCache& ioOther)
+{
+    if (!ioOther.mChanges.mNothing || ioOther.mBasicMap.GetSampleRate() != mBasicMap.GetSampleRate()) {
+        SetAll();
+        return;
+    }
+    mTaker.ReplacedAll();
+    mNotes.swap(ioOther.mNotes);
+    mLockedCount = ioOther.mLockedCount;
+    mSongStartCount = ioOther.mSongStartCount;
+    mChanges = ioOther.mChanges;
+    mBasicMap.Swap(ioOther.mBasicMap);
+    mIsRegular = ioOther.mIsRegular;
+}
+
 void Time_TempoMapCache::SetSampleRate(double iSampleRate)
 {
     mBasicMap.SetSampleRate(iSampleRate);

@@ -52,6 +52,8 @@ public:
     void Erase(std::size_t iFirst, std::size_t iLast);
     // All segments are others.
     void SetAll();
+    // All segments are those that were another cache's, with what that knows of them.
+    void TakeAll(Time_TempoMapCache& ioOther);
     void SetSampleRate(double iSampleRate);
     // For an edit that puts segments in between many: takes the notes from iFirst on away; then they are
     // given back, in turn with those Inserted at the end.
