@@ -48,3 +48,6 @@ if(EXISTS "${PROJECT_SOURCE_DIR}/scripts/gdb")
   install(DIRECTORY "${PROJECT_SOURCE_DIR}/scripts/gdb/" DESTINATION "${CMAKE_INSTALL_DATADIR}/kora/gdb"
           FILES_MATCHING PATTERN "*.py")
 endif()
+
+# The site of guides and reference, where it was built (target docs).
+install(DIRECTORY "${PROJECT_BINARY_DIR}/site/" DESTINATION "${CMAKE_INSTALL_DOCDIR}/html" COMPONENT documentation OPTIONAL)
