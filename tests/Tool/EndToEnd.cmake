@@ -41,6 +41,8 @@ expect_text(err "")
 
 run_kora(0 nothing plot.svg err plot first-light.mid)
 expect_same("${WORK}/plot.svg" "${PICTURES}/first-light.svg")
+run_kora(0 nothing plot.svg err plot first-light.mid --width 400 --height 360)
+expect_same("${WORK}/plot.svg" "${PICTURES}/first-light-narrow.svg")
 run_kora(0 nothing out err plot first-light.mid -o "图.svg")
 expect_same("${WORK}/图.svg" "${PICTURES}/first-light.svg")
 
