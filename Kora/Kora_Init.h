@@ -22,7 +22,9 @@
 class KORA_API Kora_Init
 {
 public:
+    // Starts the library the first time, and counts.
     static void Init();
+    // Counts back, and releases nothing.
     static void Free();
 
     // Calls of Init that Free has not matched yet. More calls of Free than of Init take it below zero without

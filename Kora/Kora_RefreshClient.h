@@ -76,6 +76,7 @@ public:
                                         Cmn_UInt32 iCapacity, Cmn_UInt32& oLength,
                                         const Kora_RefreshLimits& iLimits = {}) noexcept;
 
+    // Not connected yet. The limits hold for each of its connections.
     explicit Kora_RefreshClient(const Kora_RefreshLimits& iLimits = {}) noexcept
         : mLimits(iLimits)
     {
@@ -87,6 +88,7 @@ public:
     bool IsConnected() const { return mConnected != 0; }
     // How often the last Connect found all places taken: 0 to 4.
     Cmn_Int32 GetBusyAttempts() const { return mBusyAttempts; }
+    // Ends the connection; Connect makes a new one. Nothing where there is none.
     void Close() noexcept;
 
     // Writes a request and reads its reply, header included. True when the reply is as long as its header

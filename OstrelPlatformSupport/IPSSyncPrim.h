@@ -24,7 +24,7 @@ class KORA_API IPSSyncPrim
 {
 public:
     static constexpr std::int32_t cWaitForever = -1; // as every negative time-out
-    static constexpr std::int32_t cTryOnly = 0;
+    static constexpr std::int32_t cTryOnly = 0;      // takes it at once or not at all
 
     class StEnter;
 
@@ -52,6 +52,7 @@ private:
 class [[nodiscard]] IPSSyncPrim::StEnter
 {
 public:
+    // Waits without bound.
     explicit StEnter(IPSSyncPrim& iSection)
         : mSection(iSection)
     {

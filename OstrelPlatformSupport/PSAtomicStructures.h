@@ -81,6 +81,7 @@ public:
         PSAtomicQueueLink* const head = mHead.exchange(&mClosed);
         return head == &mClosed ? nullptr : Reverse(head);
     }
+    // Takes pushes again, from empty.
     void Reopen() { mHead.store(nullptr); }
 
 private:
@@ -91,11 +92,13 @@ private:
     PSAtomicQueueLink mClosed; // where mHead points in a closed queue; never followed
 };
 
+// The queue over the standard's atomics, which the library uses.
 using PSAtomicQueue = PSBasicAtomicQueue<PSStdAtomic>;
 
 class PSAtomicStructures
 {
 public:
+    // Empty and open; the caller owns it.
     std::unique_ptr<PSAtomicQueue> CreateMultiProducerQueue() const
     {
         return std::make_unique<PSAtomicQueue>();

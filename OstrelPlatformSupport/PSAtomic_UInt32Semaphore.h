@@ -16,6 +16,7 @@ template <template <class> class TAtomic>
 class PSBasicAtomic_UInt32Semaphore
 {
 public:
+    // Counts from iCount.
     explicit PSBasicAtomic_UInt32Semaphore(std::uint32_t iCount = 0)
         : mCount(iCount)
     {
@@ -23,17 +24,20 @@ public:
     PSBasicAtomic_UInt32Semaphore(const PSBasicAtomic_UInt32Semaphore&) = delete;
     PSBasicAtomic_UInt32Semaphore& operator=(const PSBasicAtomic_UInt32Semaphore&) = delete;
 
-    // Both return the count that they made.
+    // Returns the count that it made.
     std::uint32_t Add(std::uint32_t iCount = 1) KORA_NONBLOCKING { return mCount.fetch_add(iCount) + iCount; }
+    // Returns the count that it made, which wraps below 0.
     std::uint32_t Subtract(std::uint32_t iCount = 1) KORA_NONBLOCKING
     {
         return mCount.fetch_sub(iCount) - iCount;
     }
 
+    // The count at one moment.
     std::uint32_t Get() const KORA_NONBLOCKING { return mCount.load(); }
 
 private:
     TAtomic<std::uint32_t> mCount;
 };
 
+// The count over the standard's atomics, which the library uses.
 using PSAtomic_UInt32Semaphore = PSBasicAtomic_UInt32Semaphore<PSStdAtomic>;

@@ -17,11 +17,13 @@
 class KORA_API PSEvent final : public IPSSyncPrim
 {
 public:
+    // Not signalled. The name is for debuggers and logs.
     explicit PSEvent(std::string iName);
     ~PSEvent() override;
 
     // True once a signal was taken; false when the time was up before. 0 only tries, -1 waits without bound.
     [[nodiscard]] bool Wait(std::int32_t iTimeoutMs) { return Enter(iTimeoutMs); }
+    // Wakes one that waits, or lets the next wait pass at once. Several signals before a wait are one.
     void Signal() { Leave(); }
 
     [[nodiscard]] bool Enter(std::int32_t iTimeoutMs) override;

@@ -25,6 +25,7 @@
 class KORA_API PSPipeEvent
 {
 public:
+    // IsGood says whether it worked.
     PSPipeEvent() noexcept;
     ~PSPipeEvent() { Release(mHandle); }
     PSPipeEvent(const PSPipeEvent&) = delete;
@@ -44,11 +45,13 @@ private:
 class KORA_API PSMessagePipe
 {
 public:
+    // How Open went.
     enum [[nodiscard]] EOpen{
         eOpen_Opened,
         eOpen_Busy,  // there is a service, and all its places are taken
         eOpen_Failed // no service, or none that this user may speak to
     };
+    // How Read went.
     enum [[nodiscard]] ERead{
         eRead_Whole, // the bytes are the message, or the last of it
         eRead_More,  // the buffer is full and the message goes on: see GetRest
@@ -60,10 +63,10 @@ public:
     PSMessagePipe(const PSMessagePipe&) = delete;
     PSMessagePipe& operator=(const PSMessagePipe&) = delete;
 
-    // Where a service of this name listens; empty for a name with a slash or backslash in it, for
-    // one that is too long, and when there is no folder to trust. A service makes the folder that
-    // its users' pipes lie in.
+    // A service makes the folder that its users' pipes lie in.
     enum EFolder { eFolder_MustExist, eFolder_Make };
+    // Where a service of this name listens; empty for a name with a slash or backslash in it, for
+    // one that is too long, and when there is no folder to trust.
     [[nodiscard]] static std::string GetAddress(const std::string& iName,
                                                 EFolder iFolder = eFolder_MustExist);
 
@@ -75,6 +78,7 @@ public:
     // Reads end where messages end. Needed once after Open.
     [[nodiscard]] bool SetMessageMode() noexcept;
     bool IsOpen() const noexcept { return mHandle != cNoHandle; }
+    // Ends the connection, and gives up a place that WaitForPlace took.
     void Close() noexcept;
 
     // One message. True when all of it was written in time.

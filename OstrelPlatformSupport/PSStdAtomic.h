@@ -7,6 +7,7 @@
 #include <atomic>
 #include <cstddef>
 
+// The family that ships: the standard's.
 template <class T>
 using PSStdAtomic = std::atomic<T>;
 

@@ -17,6 +17,7 @@
 class KORA_API SPSStartupOptionSInt32
 {
 public:
+    // iName is the variable's without OSTREL_OPTION_.
     SPSStartupOptionSInt32(const std::string& iName, std::int32_t iDefault);
 
     std::int32_t GetValue() const { return mValue; }

@@ -21,11 +21,13 @@ class Cnn_ListenerMessageReceiver;
 class KORA_API Cnn_ListenerListBase
 {
 public:
+    // Where a receiver comes to stand among those that are told.
     enum EPriority {
         kPriorityNormal = 0, // told after all that are in the list
         kPriorityHigh = 1    // told before all that are in the list
     };
 
+    // An empty list for messages of a class, by its typeid: receivers of another one assert in Add.
     explicit Cnn_ListenerListBase(std::type_index iMessageClassInfo);
     // The copy tells the same receivers.
     Cnn_ListenerListBase(const Cnn_ListenerListBase&);
@@ -67,5 +69,6 @@ public:
     {
     }
 
+    // As Cnn_ListenerListBase::Broadcast.
     void Broadcast(const MessageClass& iMessage) const { Cnn_ListenerListBase::Broadcast(iMessage); }
 };

@@ -14,6 +14,7 @@ class KORA_API Cnn_ListenerMessageReceiver
 {
 public:
     virtual ~Cnn_ListenerMessageReceiver();
+    // A list tells it, on the thread that broadcasts. The message is the list's until this returns.
     virtual void ReceiveMessage(const Cnn_ListenerMessage& iMessage) = 0;
     // The message class that ReceiveMessage takes; lists check it.
     virtual std::type_index GetMessageClassInfo() const = 0;

@@ -33,6 +33,8 @@ template <class Receiver, class MessageClass, auto... Handlers>
 class Cnn_Receiver : public Cnn_Dispatcher
 {
 public:
+    // Calls the handlers of ioReceiver, which outlives it. The first receiver of a kind fills the table for
+    // all.
     explicit Cnn_Receiver(Receiver& ioReceiver)
         : Cnn_Dispatcher(&ioReceiver, Cnn_DispatchTableRegistry::FindOrCreate(typeid(MessageClass), Kind()))
     {

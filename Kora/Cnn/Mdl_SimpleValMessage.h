@@ -14,6 +14,7 @@ public:
 class KORA_API Mdl_SimpleValMessage_ValChanged : public Mdl_SimpleValMessage
 {
 public:
+    // What dispatch tables know the message by.
     static constexpr Cmn_Int32 cID = 0;
 
     ~Mdl_SimpleValMessage_ValChanged() override;

@@ -24,6 +24,7 @@ public:
     Msg_Receiver& operator=(const Msg_Receiver&);
     // Unlinks the receiver from its Msg_ObjBase, whose count goes down by one.
     virtual ~Msg_Receiver();
+    // The broadcaster tells it, on the thread that tells.
     virtual void MsgReceive(Msg_EMessage iMessage) = 0;
 
     // Whom it receives from; null while it is unlinked.

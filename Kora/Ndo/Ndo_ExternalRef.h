@@ -19,6 +19,7 @@ class Ndo_ExternalRef : private Ndo_ExternalRefBase
 {
 public:
     Ndo_ExternalRef() = default;
+    // Refers to nothing.
     Ndo_ExternalRef(std::nullptr_t) {}
     // The object is undoable, or null.
     Ndo_ExternalRef(T* iObjP)

@@ -44,7 +44,9 @@ class Ndo_Operation;
 // Not in the exported class, so that every module has them as constants of its own.
 struct Ndo_HistoryConstants
 {
+    // For SetLimits: no limit of that kind.
     static constexpr std::size_t cUnlimited = static_cast<std::size_t>(-1);
+    // The merge ID of a step that stays one of its own.
     static constexpr Cmn_Int64 cNeverMerge = 0;
 };
 
@@ -79,6 +81,7 @@ public:
     // the other side are still there. (Where taking back what was half restored throws too, nobody knows what
     // the document is: all steps go and it is not as saved.)
     bool Undo();
+    // To the other side, as Undo.
     bool Redo();
     // Undoes or redoes up to a position, with one message at the end; false as above, and for a position that
     // is not there. After an exception the position is where the last good step led.
@@ -103,6 +106,7 @@ public:
 
     // The document was saved as it is now, or is from now on unlike any file, such as one that was rescued.
     void MarkSaved();
+    // From now on unlike any file, wherever undo and redo lead, until MarkSaved.
     void MarkUnsaved();
     bool IsSaved() const { return !mIsBusy && mSaved == mPosition; }
     // Where undo and redo lead to the document as saved, if they do.

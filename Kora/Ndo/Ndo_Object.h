@@ -17,6 +17,7 @@ class Ndo_State;
 class KORA_API Ndo_Object
 {
 public:
+    // Whether the manager knows an object, so that its changes are recorded.
     enum EUndoFlag { kNoUndo = 0, kUndoable = 1 };
 
     // With kUndoable, registers the object under the next ID, which a recording operation logs as a creation.
@@ -39,6 +40,7 @@ public:
     // restored. Does nothing here.
     virtual void NdoCleanup();
 
+    // By its ID: undoable objects have one.
     EUndoFlag NdoIsUndoable() const { return mID != cNoID ? kUndoable : kNoUndo; }
     // From 1; -1 for an object outside of undo.
     Cmn_Int64 NdoGetID() const { return mID; }

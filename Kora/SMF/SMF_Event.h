@@ -16,7 +16,7 @@ struct SMF_Event
 {
     static constexpr Cmn_UInt8 cSysEx = 0xF0;  // content without the leading 0xF0
     static constexpr Cmn_UInt8 cEscape = 0xF7; // a sysex goes on, or any bytes at all
-    static constexpr Cmn_UInt8 cMeta = 0xFF;
+    static constexpr Cmn_UInt8 cMeta = 0xFF;   // an event for readers of files; mMetaType says which
 
     // Types of meta events that the library knows by their content; fixed by the file format.
     static constexpr Cmn_UInt8 cEndOfTrack = 0x2F;
@@ -49,6 +49,7 @@ struct SMF_Event
         return bytes;
     }
 
+    // The other way round. All eight have to be there.
     static void PutEightBytes(char* oAt, Cmn_UInt64 iBytes)
     {
         if constexpr (std::endian::native == std::endian::little)
@@ -59,7 +60,9 @@ struct SMF_Event
     }
 
     bool IsChannel() const { return mStatus < cSysEx; }
+    // A meta event of that type.
     bool IsMeta(Cmn_UInt8 iType) const { return mStatus == cMeta && mMetaType == iType; }
     bool IsEndOfTrack() const { return IsMeta(cEndOfTrack); }
+    // A byte of mData; iIndex is below its size.
     Cmn_UInt8 DataByte(std::size_t iIndex) const { return static_cast<Cmn_UInt8>(mData[iIndex]); }
 };

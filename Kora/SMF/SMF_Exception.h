@@ -10,6 +10,7 @@
 class KORA_API SMF_Exception : public Cmn_Exception
 {
 public:
+    // iOffset is the byte of the file, cNoOffset for what stands in none.
     explicit SMF_Exception(std::string iText, Cmn_Int64 iOffset = cNoOffset);
     ~SMF_Exception() override;
 

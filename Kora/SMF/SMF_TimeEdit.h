@@ -48,6 +48,7 @@ public:
         Cmn_Int64 mGoneNotes = 0; // notes that are gone
     };
 
+    // The file as it is, before any edit. Its bytes are shared, not copied.
     explicit SMF_TimeEdit(const SMF_File& iFile);
     ~SMF_TimeEdit();
     SMF_TimeEdit(const SMF_TimeEdit&) = delete;
@@ -55,6 +56,7 @@ public:
 
     // A negative length, a position before the file's beginning and an empty range assert and change nothing.
     Report InsertTime(Time_Tick iAt, Time_TickLength iLength);
+    // What begins inside the range goes; what lies behind it moves to iFrom.
     Report DeleteTime(Time_Tick iFrom, Time_Tick iTo);
     // Copies of the range behind it, 0 or more. Notes that begin in a copy end with it.
     Report RepeatTime(Time_Tick iFrom, Time_Tick iTo, Cmn_Int64 iTimes);

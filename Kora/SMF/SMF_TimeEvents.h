@@ -36,6 +36,7 @@ struct SMF_Key
 
 struct KORA_API SMF_TimeEvents
 {
+    // Collects them track by track, in the order of the file.
     explicit SMF_TimeEvents(const SMF_File& iFile);
 
     std::vector<SMF_Tempo> mTempos;

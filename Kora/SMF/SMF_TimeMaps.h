@@ -20,6 +20,7 @@ class KORA_API SMF_TimeMaps
 public:
     // Where a file's beginning comes to lie: bar 1, sample 0.
     static constexpr Time_Tick cStartTick = Time_DefaultSongStart::cDefaultSongStartTick;
+    // Library ticks, into which file ticks are turned.
     static constexpr Cmn_Int64 cTicksPerQuarter = Time_TickLength::cInternalPerQuarter;
 
     // start + round half up (iFileTick × 960000 / iDivision), in integers; INT64_MAX where that does not fit.
@@ -36,6 +37,7 @@ public:
     static Time_Tick Read(const SMF_File& iFile, Time_MeterMap& oMeters, Time_TempoMap& oTempi,
                           Time_KeySignatureMap& oKeys);
 
+    // Which of the maps an entry of a report is from.
     enum EKind { eKind_Tempo, eKind_Meter, eKind_Key };
 
     // A map's entry that no file tick expresses. The error is what was written less what was
@@ -71,6 +73,7 @@ public:
         // The first track's end is put here if all tracks end before it.
         Time_Tick mEnd = cStartTick;
     };
+    // The division of a file that is written: what it was, or a finer one.
     enum EDivision {
         eDivision_Keep,
         // The smallest multiple that expresses every tick of the maps, where one below

@@ -36,6 +36,7 @@ public:
     // The body of the track's chunk, and where an event's status or, under running
     // status, its data begins in it.
     std::string_view GetBytes() const { return mBytes; }
+    // Of an event that a walk over this track is at, or was.
     Cmn_Int64 OffsetOf(const SMF_Event& iEvent) const
     {
         return iEvent.mBytes.data() + iEvent.mDeltaSize - mBytes.data();
@@ -62,6 +63,7 @@ private:
 class SMF_Track::Iterator
 {
 public:
+    // At the first event of a track's bytes, which are whole and sound.
     explicit Iterator(std::string_view iBytes)
         : mNext(iBytes.data())
         , mEnd(mNext + iBytes.size())

@@ -35,6 +35,7 @@ public:
                        bool iIsRunning = false);
     // iStatus is SMF_Event::cSysEx or cEscape.
     void AppendSysEx(Cmn_Int64 iTick, Cmn_UInt8 iStatus, std::string_view iContent);
+    // Content that a meta event of the type does not have asserts, and nothing is added.
     void AppendMeta(Cmn_Int64 iTick, Cmn_UInt8 iType, std::string_view iContent);
 
     // Of the last event so far.

@@ -36,8 +36,8 @@ class DAW_MenuEntry;
 class DAW_MenuEntryCompound;
 class DAW_MenuEntrySubMenu;
 
-// As <windows.h> declares it (with STRICT, which is its default); this header does without it.
 struct HMENU__;
+// As <windows.h> declares it (with STRICT, which is its default); this header does without it.
 using HMENU = HMENU__*;
 
 class KORA_API DAW_MenuMgrWin32
@@ -45,11 +45,12 @@ class KORA_API DAW_MenuMgrWin32
 public:
     DAW_MenuMgrWin32() = delete;
 
-    // A menu bar or a popup menu, filled with the entries of a submenu entry or the items of a compound
+    // A menu bar, filled with the entries of a submenu entry or the items of a compound
     // entry, and recorded. Null if the system makes no more menus. A null entry asserts "inMenuEntry != NULL"
     // and gives null, one of another type asserts and gives an empty menu. What an entry throws passes
     // through, and no menu is left behind.
     [[nodiscard]] static HMENU BuildAndMapMenu(DAW_MenuEntry* iMenuEntry);
+    // The same as a popup menu, such as one at the mouse.
     [[nodiscard]] static HMENU BuildAndMapPopupMenu(DAW_MenuEntry* iMenuEntry);
 
     // Takes all items out of a recorded menu, last to first, and puts in what its entry has now. Popups

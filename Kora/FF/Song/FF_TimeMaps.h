@@ -27,7 +27,9 @@ public:
         eStreamType_KeyMap = 18,
         eStreamType_SongInfo = 32,
     };
-    static constexpr double cMinSampleRate = 1000.0; // Hz
+    // Sample rates outside of these, in Hz, are damage.
+    static constexpr double cMinSampleRate = 1000.0;
+    // As cMinSampleRate.
     static constexpr double cMaxSampleRate = 768000.0;
 
     struct SongInfo
@@ -37,6 +39,7 @@ public:
         ETimeCodeFormat mTimeCodeFormat = eTimeCodeFormat_30; // one that has frames per second
     };
 
+    // Each map becomes an outermost stream; one that the document has under the same key is written anew.
     static void Write(FF_Document& iDocument, const Time_MeterMap& iMeters, const Time_TempoMap& iTempi,
                       const Time_KeySignatureMap& iKeys);
     // A map whose stream the document does not have is left as it was and counted out: the result is how many

@@ -41,6 +41,7 @@ public:
     // A null argument is nothing, successfully; a handle without a node, this one or the other, is
     // eSDSErr_InvalidName. For many at once see SDS_NameRegistry::ConnectNames.
     ESDSError ConnectTo(const SDS_IName* iOther);
+    // Takes back what ConnectTo did, with the same answers.
     ESDSError DisconnectFrom(const SDS_IName* iOther);
     // The last one's result.
     ESDSError BreakAllConnections();

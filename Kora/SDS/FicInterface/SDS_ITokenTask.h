@@ -52,12 +52,14 @@ public:
     // What is signalled (left) for each token queued; null for nothing. When it returns, nobody signals the
     // event that was there before, which may then be destroyed.
     void SetClientEvent(IPSSyncPrim* iEvent);
+    // As if a token had been queued: wakes the thread that waits. Nothing without an event.
     void SignalClientEvent();
 
     // Waits until no other thread handles a token; afterwards none does until the matching
     // ResumeProcessing. They nest. A handler that halts its own task does not stop the ProcessTokens that
     // called it, which goes on to its end.
     void HaltProcessing();
+    // On the thread that halted. The last one lets tokens be handled again.
     void ResumeProcessing();
     // False while halted. Exact on the halting thread, a glimpse on others.
     [[nodiscard]] bool IsRunning() const;
@@ -72,7 +74,9 @@ public:
     const Time_Sample& GetProcessSampleTime() const { return mProcessSampleTime; }
     Cmn_Int64 GetProcessMsecTime() const { return mProcessMsecTime; }
 
+    // SDS_TokenDispatcher::SetDispatchTokenFilter, for all tasks.
     static void SetDispatchTokenFilter(unsigned char (*iFilter)(SDS_Token*));
+    // SDS_TokenDispatcher::SetTokensPaused, for all tasks.
     static void SetTokensPaused(bool iPaused);
 
 private:
@@ -89,6 +93,7 @@ private:
 class [[nodiscard]] SDS_ITokenTask::StHaltProcessing
 {
 public:
+    // Halts until the scope ends, on the same thread.
     explicit StHaltProcessing(SDS_ITokenTask* iTask)
         : mTask(iTask)
     {

@@ -50,6 +50,7 @@ struct Time_SongEditLimits
 class KORA_API Time_SongEdit : public Time_SongEditLimits
 {
 public:
+    // Whether the edit was done, or why not.
     using Result = Time_TempoEditResult;
 
     // A song is without the maps that are null.
@@ -84,6 +85,7 @@ public:
     // That of the tempo map; without tempi that of the meter map, without that the default one.
     static Time_Tick GetSongStartTick(const Song& iSong);
 
+    // Closes the gap: what was at iTo comes to iFrom.
     static Result DeleteTime(const Song& iSong, Time_Tick iFrom, Time_Tick iTo);
     // A length of 0 is done, and nothing.
     static Result InsertTime(const Song& iSong, Time_Tick iAt, const Time_TickLength& iLength);
@@ -91,6 +93,7 @@ public:
     // have, rounded to a tick.
     static Time_TickLength LengthOfSamples(const Song& iSong, Time_Tick iAt, double iSamples);
 
+    // Fills the clip with what is in force at iFrom and changes before iTo. The song stays as it is.
     static Result Copy(const Song& iSong, Time_Tick iFrom, Time_Tick iTo, Clip& oClip);
     // On a refusal the clip stays as it was.
     static Result Cut(const Song& iSong, Time_Tick iFrom, Time_Tick iTo, Clip& oClip);

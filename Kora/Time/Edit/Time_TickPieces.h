@@ -24,7 +24,9 @@
 // Not in the exported class, so that every module has them as constants of its own.
 struct Time_TickEnds
 {
+    // The least and the greatest tick that 64 bits hold.
     static constexpr Time_Tick cLowest{-0x7fffffffffffffff - 1};
+    // As cLowest, at the other end.
     static constexpr Time_Tick cHighest{0x7fffffffffffffff};
 };
 
@@ -43,12 +45,14 @@ public:
     Time_TickPieces();
     // What deletes nothing, inserts nothing, repeats 0 times or moves into its own range moves nothing.
     [[nodiscard]] static Time_TickPieces Delete(Time_Tick iFrom, Time_Tick iTo);
+    // What is at iAt or later moves by the length.
     [[nodiscard]] static Time_TickPieces Insert(Time_Tick iAt, const Time_TickLength& iLength);
     // iCount copies behind the range.
     [[nodiscard]] static Time_TickPieces Repeat(Time_Tick iFrom, Time_Tick iTo, std::size_t iCount);
     // iPosition is an old tick.
     [[nodiscard]] static Time_TickPieces Move(Time_Tick iFrom, Time_Tick iTo, Time_Tick iPosition);
 
+    // The pieces by where they are now.
     const std::vector<Piece>& Get() const { return mPieces; }
     bool IsNothing() const { return mPieces.size() == 1; }
 

@@ -43,9 +43,10 @@ public:
     // The localised name: "Bb major", "F# minor". Empty above 7 accidentals.
     std::string ToString() const { return GetStandardKeyString(); }
     std::string GetStandardKeyString() const;
-    // The same into the caller's iSize bytes, cut to fit and closed by a zero; cTextBytes hold every name of
-    // the table as it ships. Returns the characters before the zero.
+    // Enough for every name of the table as it ships, and a zero.
     static constexpr std::size_t cTextBytes = 32;
+    // The same into the caller's iSize bytes, cut to fit and closed by a zero. Returns the characters before
+    // the zero.
     std::size_t ToText(char* oText, std::size_t iSize = cTextBytes) const;
     // Reads a key's name, or its tonic alone with an "m" behind it for a minor key: "Bb major", "Bb", "F#m".
     // C major and A minor are written with sharps then. Anything else is false and changes nothing; oWhyNot

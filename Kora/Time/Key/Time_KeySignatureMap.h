@@ -30,6 +30,7 @@ class Time_SharedRowTaker;
 class KORA_API Time_KeySignatureMap : public Ndo_Object
 {
 public:
+    // No keys: C major throughout. An undoable map is the document's own.
     explicit Time_KeySignatureMap(EUndoFlag iUndoable = kNoUndo);
     // A copy has the same keys, is not undoable and counts as unmodified.
     Time_KeySignatureMap(const Time_KeySignatureMap& iOther);
@@ -45,6 +46,7 @@ public:
     // They allocate nothing; a place is found in a few nanoseconds, however many entries there
     // are, and in O(log n) where entries crowd.
 
+    // That of the last entry at or before the time; C major before the first.
     Time_KeySignature GetKeySignatureAtTime(const Time_Typed& iTime) const;
 
     // The last entry at or before iTime less one unit of its own (a sample, a tick, a frame), but not before
@@ -112,6 +114,7 @@ public:
     // (bool), accidentals (8). A negative count, one that the bytes cannot hold, or ticks that do not ascend
     // raise Sys_StreamReadException and leave the map as it was.
     void StreamOut(Sys_TypedOutStream& ioStream) const;
+    // Replaces the content by what StreamOut wrote.
     void StreamIn(Sys_TypedInStream& ioStream);
     // <KeySignatureMap><nKeyCount>…<Keys><Key><nTick>…<mIsMajor>…<mIsSharps>…<nAccidentals>…
     Cmn_XMLNode GetAsXML() const;
