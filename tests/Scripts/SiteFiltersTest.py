@@ -47,6 +47,8 @@ struct std::hash<Time_Thing>
 {
     int operator()(const Time_Thing&) const;
 };
+// About the body.
+inline void Time_Thing::Remove() {}
 """
 
 # what the row shows: a line of the header (from 1), and what becomes of it
@@ -61,6 +63,7 @@ cLines = {
     "a body is left alone": (23, "        // stays a comment"),
     "enumerators get a text": (25, "    enum EKind { eA, /**< &#160; */ eB = 2 /**< value 2 */ };"),
     "the group ends with the public part": (27, "/** \\} */ private:"),
+    "a body below its class keeps its comment": (40, "// About the body."),
     "a private type goes": (30, ""),
     "what is specialised in std goes": (36, ""),
 }
