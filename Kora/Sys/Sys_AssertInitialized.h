@@ -7,4 +7,5 @@
 
 #include "Bastel/Cmn/Cmn_Assert.h"
 
+// Whether it is there; reports the missing Init otherwise.
 #define Sys_ASSERT_INITIALIZED(iIsThere) Cmn_ASSERT_TEXT(iIsThere, "Kora_Init::sInitializedCount > 0")

@@ -14,6 +14,7 @@
 class Sys_AtomicInt32
 {
 public:
+    // iValue is what it has before the first change.
     explicit Sys_AtomicInt32(Cmn_Int32 iValue = 0)
         : mValue(iValue)
     {
@@ -21,7 +22,9 @@ public:
     Sys_AtomicInt32(const Sys_AtomicInt32&) = delete;
     Sys_AtomicInt32& operator=(const Sys_AtomicInt32&) = delete;
 
+    // What it was at one moment.
     Cmn_Int32 Get() const KORA_NONBLOCKING { return mValue.load(); }
+    // Whatever others add meanwhile is lost or added to it.
     void Set(Cmn_Int32 iValue) KORA_NONBLOCKING { mValue.store(iValue); }
 
     // The value that this call made.

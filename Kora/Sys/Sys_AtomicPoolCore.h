@@ -24,6 +24,7 @@
 #include <memory>
 #include <span>
 
+// The stack of free cells over the standard's atomics, which the library uses.
 using Sys_CellStack = Sys_BasicCellStack<PSStdAtomic>;
 
 struct Sys_AtomicPoolSize
@@ -55,23 +56,29 @@ public:
     Sys_AtomicPoolCore(const Sys_AtomicPoolCore&) = delete;
     Sys_AtomicPoolCore& operator=(const Sys_AtomicPoolCore&) = delete;
 
+    // As in Sys_MultiSizeAtomicPool.
     void* Allocate(std::size_t iBytes) KORA_NONBLOCKING
     {
         void* cell = nullptr;
         return AllocateMany(iBytes, &cell, 1) == 1 ? cell : nullptr;
     }
+    // As in Sys_MultiSizeAtomicPool.
     template <class T>
     std::size_t AllocateMany(std::size_t iBytes, T** oCells, std::size_t iWanted) KORA_NONBLOCKING;
+    // As in Sys_MultiSizeAtomicPool.
     void Free(void* iCell) KORA_NONBLOCKING;
 
     bool IsRunningLow() const KORA_NONBLOCKING
     {
         return mRunningLow.load(std::memory_order_relaxed); // relaxed: a hint
     }
+    // As in Sys_MultiSizeAtomicPool.
     KORA_API Cmn_UInt32 GrowIfLow();
 
     unsigned GetClassCount() const { return mClassCount; }
+    // As in Sys_MultiSizeAtomicPool.
     [[nodiscard]] KORA_API unsigned GetFreeCount(unsigned iClass) const;
+    // As in Sys_MultiSizeAtomicPool.
     [[nodiscard]] KORA_API unsigned GetCellCount(unsigned iClass) const;
     [[nodiscard]] static constexpr bool IsLockFree()
     {
@@ -155,6 +162,7 @@ private:
 class Sys_AtomicPoolCore::Batch
 {
 public:
+    // Holds nothing yet, and no share of a class.
     explicit Batch(Sys_AtomicPoolCore& ioPool)
         : mPool(ioPool)
     {
@@ -163,8 +171,11 @@ public:
     Batch(const Batch&) = delete;
     Batch& operator=(const Batch&) = delete;
 
+    // Returns the cell now or with others.
     void Free(void* iCell) KORA_NONBLOCKING;
+    // Returns what it holds of scarce classes.
     void ReturnScarce();
+    // Returns what it holds, and its share.
     void Flush();
 
 private:

@@ -32,12 +32,12 @@
 // Not in the template, and not in an exported class, so that every module has them as constants.
 struct Sys_CellStackLimits
 {
-    static constexpr unsigned cPlaceBits = 10;
-    static constexpr unsigned cMaxCellsInBlock = 1000;
-    static constexpr unsigned cMaxBlocks = 16;
-    static constexpr unsigned cMaxBatch = 32; // cells that one call takes or returns
-    static constexpr unsigned cAhead = 4;     // cells that a link names
-    static constexpr Cmn_UInt16 cNone = 0xFFFF;
+    static constexpr unsigned cPlaceBits = 10; // of an index: the cell in its block; those above: the block
+    static constexpr unsigned cMaxCellsInBlock = 1000; // fits the bits of a place
+    static constexpr unsigned cMaxBlocks = 16;         // of one stack
+    static constexpr unsigned cMaxBatch = 32;          // cells that one call takes or returns
+    static constexpr unsigned cAhead = 4;              // cells that a link names
+    static constexpr Cmn_UInt16 cNone = 0xFFFF;        // no cell
 };
 static_assert(Sys_CellStackLimits::cMaxBlocks << Sys_CellStackLimits::cPlaceBits <
               Sys_CellStackLimits::cNone);

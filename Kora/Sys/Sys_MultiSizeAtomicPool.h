@@ -33,6 +33,7 @@ class Sys_MultiSizeAtomicPool : private Sys_AtomicPoolCore
 public:
     class Batch;
     class Magazine;
+    // A class: bytes of an object, and cells in a block.
     using Size = Sys_AtomicPoolSize;
 
     // Sizes ascend, 1 to 8 of them, each with 1 to 1000 cells a block; one that breaks this
@@ -88,10 +89,12 @@ template <class T>
 class Sys_MultiSizeAtomicPool<T>::Batch : private Sys_AtomicPoolCore::Batch
 {
 public:
+    // Of that pool, which outlives it.
     explicit Batch(Sys_MultiSizeAtomicPool& ioPool)
         : Sys_AtomicPoolCore::Batch(ioPool)
     {
     }
+    // Returns the cell now or with others. Null and another pool's cell assert.
     void Free(T* iCell) KORA_NONBLOCKING { Sys_AtomicPoolCore::Batch::Free(iCell); }
     using Sys_AtomicPoolCore::Batch::Flush;
     // Returns what it holds of scarce classes: for a consumer that is about to be busy with something else.

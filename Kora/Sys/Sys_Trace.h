@@ -20,9 +20,9 @@
 class KORA_API Sys_Trace
 {
 public:
-    // The library's own categories.
+    // The library's own categories: start-up, and changes of rates and formats (Time_Globals).
     static constexpr Cmn_UInt32 cCategory_Initialization = 0x4000B07;
-    static constexpr Cmn_UInt32 cCategory_TimeSettings = 0x4000E0C;
+    static constexpr Cmn_UInt32 cCategory_TimeSettings = 0x4000E0C; // rates and formats
 
     // The trace library's entries, in the order in which they are resolved.
     enum EEntry {
@@ -46,8 +46,11 @@ public:
     };
     // An entry of any type; cast to its own before it is called.
     using Entry = void (*)();
+    // Whether anything is traced at all; 0 is no.
     using IsActiveFunc = Cmn_UInt8();
+    // Whether lines of a category are; 0 is no.
     using FacilityOnFunc = Cmn_UInt8(Cmn_UInt32 iCategory);
+    // Writes a line, in the format of printf.
     typedef void FormatFunc(Cmn_UInt32 iCategory, const char* iFormat, ...) KORA_PRINTF_CHECKED(2, 3);
 
     // True when the trace library is there, whole and active, and wants lines of the category.
@@ -66,6 +69,7 @@ public:
     static Entry sEntries[cNumEntries];
 };
 
+// A line of a category, in the format of printf; nothing is evaluated while the category is off.
 #define Sys_TRACE(iCategory, ...)                                                                            \
     do {                                                                                                     \
         if (::Sys_Trace::IsOn(iCategory)) ::Sys_Trace::Format()(iCategory, __VA_ARGS__);                     \

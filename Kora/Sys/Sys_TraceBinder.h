@@ -18,12 +18,14 @@
 class KORA_API Sys_TraceBinder
 {
 public:
+    // What Resolve says.
     static constexpr Cmn_Int32 cResult_Found = 0;
-    static constexpr Cmn_Int32 cResult_EntryMissing = -1501;
-    static constexpr Cmn_Int32 cResult_LibraryMissing = -1502;
+    static constexpr Cmn_Int32 cResult_EntryMissing = -1501;   // the library is there
+    static constexpr Cmn_Int32 cResult_LibraryMissing = -1502; // not found, or it does not load
 
     // Binds the library of the usual name the first time; afterwards only returns its binder.
     static Sys_TraceBinder& Singleton();
+    // As above: by the platform.
     [[nodiscard]] static std::string UsualFileName();
 
     // Binds a library, by file name or path in UTF-8: resolves every entry, in the order of EEntry, and sets

@@ -47,7 +47,7 @@ struct FF_ReservedStreamTypes
 {
     // Stream types that the document keeps for itself; writers are refused them.
     static constexpr Cmn_Int16 cNoStreamType = 0;
-    static constexpr Cmn_Int16 cTOCStreamType = 2;
+    static constexpr Cmn_Int16 cTOCStreamType = 2; // the table of contents
 };
 
 class KORA_API FF_Document : public virtual Sys_Store, public FF_ReservedStreamTypes
@@ -95,9 +95,13 @@ public:
     // Streams with the document's byte order and text encoding. Making one of a document that is closed, or
     // an output stream of one that is not writable, asserts and gives a stream over nothing.
     Sys_TypedInStream MakeTypedInStream();
+    // The same for writing.
     Sys_TypedOutStream MakeTypedOutStream();
 
     // --- The stack of open streams, kept by stream headers (FF_StreamHeader.h)
+
+    // A stream of that type, whose header begins at iStreamStart, is open from here on, inside those that
+    // were.
     void PushContext(Cmn_Int16 iStreamType, Cmn_UInt32 iStreamStart);
     void PopContext(); // asserts "!mCurrentContext.empty()" and does nothing on an empty stack
     const std::vector<Context>& GetCurrentContext() const;
@@ -223,6 +227,7 @@ private:
 template <FF_Document::EExceptionCode tCode>
 struct FF_ExceptionCode
 {
+    // Tells such exceptions apart without their type.
     static constexpr FF_Document::EExceptionCode cCode = tCode;
 };
 

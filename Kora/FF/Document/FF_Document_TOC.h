@@ -32,7 +32,8 @@ struct FF_TOCEntry
     // An entry's number: stays until ForgetOffsetsFrom, Clear or StreamIn. Entries are numbered from 0 in the
     // order of their being added; StreamIn adds them in ascending order of their keys.
     using Entry = Cmn_Int32;
-    static constexpr Entry cNone = -1;
+    static constexpr Entry cNone = -1; // no entry has the key
+    // What Reserve takes at most: a count that a damaged file claims takes no memory beyond it.
     static constexpr Cmn_Int32 cMostReserved = 1 << 20;
 };
 
@@ -48,14 +49,19 @@ public:
     // Sys_TypedOutStream does). StreamIn takes the encoding of its stream.
     void SetTextForm(ETextEncoding iEncoding, bool iRepairText = false);
 
+    // No keys. Entries that were handed out mean nothing any more.
     void Clear();
     Cmn_Int32 GetNumKeys() const;
+    // The entry of a key, or cNone.
     [[nodiscard]] Entry Find(const TOCKey& iKey) const;
     [[nodiscard]] Entry Find(std::span<const Context> iContexts) const;
     // The entry that is iNth, from 0 on, in ascending order of the keys.
     [[nodiscard]] Entry GetInOrder(Cmn_Int32 iNth) const;
+    // The key of an entry, with the parent positions that it was last registered with.
     [[nodiscard]] TOCKey GetKey(Entry iEntry) const;
+    // Of a list its items and, as value 0, the list itself.
     [[nodiscard]] Cmn_Int32 GetNumValues(Entry iEntry) const;
+    // A copy of a value, counted from 0.
     [[nodiscard]] TOCValue GetValue(Entry iEntry, Cmn_Int32 iValue) const;
     // The same without making an object: false where the value is not in this file or has no piece yet. Value
     // 0 may be asked for of every entry: files may tell of keys that have no values.
@@ -66,6 +72,7 @@ public:
     [[nodiscard]] bool HasOffset(Entry iEntry, Cmn_Int32 iValue, Cmn_UInt32 iOffset) const;
     // Of the innermost context of the key as it was last registered.
     [[nodiscard]] bool IsList(Entry iEntry) const;
+    // Says that the stream of the key has items, or has none.
     void SetIsList(Entry iEntry, bool iIsList);
     // Makes room for so many values of the key, at most cMostReserved of them.
     void Reserve(Entry iEntry, Cmn_Int32 iValues);
@@ -76,8 +83,9 @@ public:
     // Appends a value with an empty local location. The description is cut to
     // StringDisplayInfo::cMaxText bytes.
     void AddValue(Entry iEntry, std::string_view iDescription);
-    // As FF_Document::TOCValue::AddOffset and Invalidate.
+    // As FF_Document::TOCValue::AddOffset.
     void AddOffset(Entry iEntry, Cmn_Int32 iValue, Cmn_UInt32 iOffset);
+    // As FF_Document::TOCValue::Invalidate.
     void Invalidate(Entry iEntry, Cmn_Int32 iValue);
     // Throws Sys_StreamWriteException, with the value as it was, for one that could not be read back.
     void SetValue(Entry iEntry, Cmn_Int32 iValue, const TOCValue& iNew);

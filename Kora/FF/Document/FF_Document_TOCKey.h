@@ -11,8 +11,8 @@
 // Not in the exported class, so that every module has them as constants of its own.
 struct FF_ContextConstants
 {
-    static constexpr Cmn_UInt32 cNoParent = 0xFFFFFFFF;
-    static constexpr Cmn_Int64 cStreamSize = 11; // on disk
+    static constexpr Cmn_UInt32 cNoParent = 0xFFFFFFFF; // not known, or none
+    static constexpr Cmn_Int64 cStreamSize = 11;        // on disk
 };
 
 // One level of the path.
@@ -20,6 +20,7 @@ class KORA_API FF_Document::Context : public FF_ContextConstants
 {
 public:
     Context();
+    // A list has an open item when iListIndex is not 0.
     explicit Context(Cmn_Int16 iStreamType, Cmn_UInt32 iParentPosition = cNoParent, bool iIsList = false,
                      Cmn_Int32 iListIndex = 0);
     virtual ~Context();
@@ -35,6 +36,7 @@ public:
     Cmn_Int32 GetListIndex() const { return mListIndex; }
 
     void SetParentPosition(Cmn_UInt32 iPosition) { mParentPosition = iPosition; }
+    // Takes no part in comparisons.
     void SetIsList(bool iIsList) { mIsList = iIsList; }
     void SetListIndex(Cmn_Int32 iIndex) { mListIndex = iIndex; }
 
@@ -43,6 +45,7 @@ public:
 
     // On disk cStreamSize bytes: stream type (16), parent position (32), list mark (bool), list index (32).
     void StreamOut(Sys_TypedOutStream& ioStream) const;
+    // Reads what StreamOut writes.
     void StreamIn(Sys_TypedInStream& ioStream);
 
     // "7", or "7[2]" with item 2 open.
@@ -60,7 +63,9 @@ class KORA_API FF_Document::TOCKey
 {
 public:
     TOCKey();
+    // An outermost stream.
     explicit TOCKey(Cmn_Int16 iStreamType);
+    // From the outermost stream inward.
     explicit TOCKey(std::vector<Context> iContexts);
     virtual ~TOCKey();
     TOCKey(const TOCKey&);
@@ -77,6 +82,7 @@ public:
     // On disk: context count (signed 32), then the contexts, outermost first. A count above the bytes left
     // throws Sys_StreamReadException.
     void StreamOut(Sys_TypedOutStream& ioStream) const;
+    // Reads what StreamOut writes.
     void StreamIn(Sys_TypedInStream& ioStream);
 
     // "4[1]/7": stream 7 in the first item of list 4.

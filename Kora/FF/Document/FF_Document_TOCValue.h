@@ -13,9 +13,10 @@
 // Not in the exported classes, so that every module has them as constants of its own.
 struct FF_LocationConstants
 {
+    // Types of locations, fixed on disk: plain leads to the next of its chain, or nowhere; local is in this file.
     static constexpr Cmn_UInt8 cPlain = 0;
-    static constexpr Cmn_UInt8 cLocal = 1;
-    static constexpr int cMaxChain = 64;
+    static constexpr Cmn_UInt8 cLocal = 1; // in this file
+    static constexpr int cMaxChain = 64;   // locations in a chain
 };
 
 struct FF_LocalLocationConstants
@@ -25,7 +26,7 @@ struct FF_LocalLocationConstants
 
 struct FF_DisplayInfoConstants
 {
-    static constexpr Cmn_UInt8 cString = 1;
+    static constexpr Cmn_UInt8 cString = 1; // the type of a text, fixed on disk
 };
 
 struct FF_StringDisplayInfoConstants

@@ -52,6 +52,7 @@ private:
 class KORA_API FF_StreamHeaderReader
 {
 public:
+    // Whether a reader asks the table where the stream of its key is now.
     enum EUseExtendedTOC : Cmn_Int32 { eIgnoreExtendedTOC = 0, eUseExtendedTOC = 1 };
 
     // Opens the stream at the position. iExpectedType 0 takes any type.
@@ -77,6 +78,7 @@ public:
     // Of the stream that is being read, which is the other one after a redirection.
     Cmn_Int16 GetStreamType() const;
     Cmn_Int16 GetVersion() const;
+    // Throws Cmn_DocumentTooOldException or Cmn_DocumentTooNewException for a version outside of [iMin, iMax].
     void CheckVersion(Cmn_Int16 iMin, Cmn_Int16 iMax) const;
     [[nodiscard]] bool IsMoreLeft() const;
     Cmn_Int64 GetBytesLeft() const;

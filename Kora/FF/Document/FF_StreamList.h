@@ -16,6 +16,7 @@
 class KORA_API FF_StreamListWriter
 {
 public:
+    // Writes the count and marks the innermost open stream as a list. iCount items follow.
     FF_StreamListWriter(FF_Document* iDocument, Sys_TypedOutStream& ioStream, Cmn_Int32 iCount);
     virtual ~FF_StreamListWriter(); // no item is open any more
     FF_StreamListWriter(const FF_StreamListWriter&) = delete;

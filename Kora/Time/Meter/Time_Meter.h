@@ -61,9 +61,9 @@ public:
     virtual Cmn_XMLNode GetAsXML() const;
     // As musicians write it: "6/8", "6/8 click 1/4." where the click is no quarter note.
     [[nodiscard]] std::string ToString() const;
+    static constexpr std::size_t cTextBytes = 80; // for ToText, the zero included
     // The same into the caller's cTextBytes, closed by a zero; allocates nothing. Returns the characters
     // before the zero. A click of no note value asserts and is written as a quarter.
-    static constexpr std::size_t cTextBytes = 80;
     std::size_t ToText(char* oText) const;
     // Reads what ToString writes: numbers from 1, the lower one up to 3840000. Anything else is false and
     // changes nothing; oWhyNot is then a text for users, such as "a meter such as 6/8 is expected". Allocates

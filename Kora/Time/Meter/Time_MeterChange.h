@@ -39,13 +39,15 @@ public:
     // form. Reading sets the BBT to
     // bar|1|0 and throws what the meter's reading throws.
     void StreamOut(Sys_TypedOutStream& ioStream) const;
+    // Reads the first block.
     void StreamIn(Sys_TypedInStream& ioStream);
     // Stream form, second block: bar (32 bits), beat (32), tick part (64).
     void StreamOutBBT(Sys_TypedOutStream& ioStream) const;
+    // Reads the second block.
     void StreamInBBT(Sys_TypedInStream& ioStream);
     // What the two blocks take in a stream, in bytes.
     static constexpr Cmn_Int64 cStreamSize = 36;
-    static constexpr Cmn_Int64 cStreamSizeBBT = 16;
+    static constexpr Cmn_Int64 cStreamSizeBBT = 16; // of the second
 
     // A node "MeterChange" with "nSessionTick", "mBarNumber", "nBar", "nBeat", "nTick" and the meter's node.
     virtual Cmn_XMLNode GetAsXML() const;

@@ -26,6 +26,7 @@ class Time_MeterMap;
 
 struct Time_GridLine
 {
+    // What a line is: a barline, one of the meter's beats, or a place between.
     enum EKind { eBar, eBeat, eSub };
 
     Time_Tick mTick;
@@ -43,7 +44,9 @@ public:
     // At the first line at or after a tick.
     KORA_API Time_GridCursor(const Time_MeterMap& iMap, const Time_GridDivision& iDivision, Time_Tick iTick);
 
+    // Where it stands.
     const Time_GridLine& Get() const { return mLine; }
+    // To the line behind.
     void Next()
     {
         if (mIndex + 1 < mNumLines) [[likely]]
@@ -51,6 +54,7 @@ public:
         else
             EnterNextBar();
     }
+    // To the line before.
     void Previous()
     {
         if (mIndex > 0) [[likely]]
@@ -119,6 +123,7 @@ public:
         using iterator_category = std::input_iterator_tag; // references are values
 
         Iterator() = default;
+        // At the cursor's line.
         explicit Iterator(const Time_GridCursor& iCursor)
             : mCursor(iCursor)
         {
@@ -156,6 +161,7 @@ public:
         Time_GridCursor mCursor;
     };
 
+    // As Time_MeterMap::Grid.
     KORA_API Time_MeterGrid(const Time_MeterMap& iMap, const Time_Range& iRange,
                             const Time_GridDivision& iDivision);
 

@@ -51,8 +51,10 @@ struct Time_MeterMapLimits : Time_DefaultSongStart
 class KORA_API Time_MeterMap : public Ndo_Object, public Time_MeterMapLimits
 {
 public:
+    // Goes through the changes in ascending order of their ticks.
     using ConstIter = Cmn_PolyVector<Time_MeterChange>::const_iterator;
 
+    // Empty: 4/4 throughout. A document's own map is undoable.
     explicit Time_MeterMap(EUndoFlag iUndoFlag = kNoUndo);
     // Copies take the content: changes and song start. The copy is outside of undo and has no listeners;
     // assignment keeps the target's ID and listeners, and is an edit that does not broadcast.
@@ -82,7 +84,9 @@ public:
     Time_TickLength GetClicksAtTick(Time_Tick iTick, Time_Tick* oUntil = nullptr) const;
     Time_Tick GetTickOfLastChange() const;
     Cmn_Int32 GetNumberOfChanges() const;
+    // The first change, or IterEnd.
     [[nodiscard]] ConstIter IterBegin() const;
+    // Behind the last change.
     [[nodiscard]] ConstIter IterEnd() const;
     // The first change at or after iTick; IterEnd if none.
     [[nodiscard]] ConstIter IterFindFirstGE(Time_Tick iTick) const;
@@ -97,6 +101,7 @@ public:
 
     // The bars first, keeping the distance to the bar's start, then the beats, then the ticks.
     Time_Tick AddDurationToTick(Time_Tick iTick, const Time_BarBeatTick& iDuration) const;
+    // The same backwards: the bars first, then the beats, then the ticks.
     Time_Tick SubtractDurationFromTick(Time_Tick iTick, const Time_BarBeatTick& iDuration) const;
     // The duration from iTickA on to iTickB: as many bars as fit, then beats, then ticks.
     // Deliberate: with iTickA after iTickB it is zero. Test: LongDurationsAndFarTimesAreExact
@@ -167,6 +172,7 @@ public:
     // changes that stay asserts "moved meter changes stay in order"; they are then put in order, and of two
     // changes at one tick the moved one stays.
     void ShiftMeterChangesStartingAt(Time_Tick iTick, const Time_TickLength& iLength);
+    // The same for all changes, the first one too.
     void ShiftAllMeterEventsByNumTicks(const Time_TickLength& iLength);
     // Takes the first change at or after iTick that is not the first of all, gives it the number of its
     // stored BBT, and moves the changes behind it by as much as its old place lies past that bar's place.

@@ -17,6 +17,7 @@ class Time_SharedRow;
 class KORA_API Time_MeterMap_NdoState : public Ndo_State
 {
 public:
+    // The map as it is now.
     explicit Time_MeterMap_NdoState(const Time_MeterMap& iMap);
     ~Time_MeterMap_NdoState() override;
 
