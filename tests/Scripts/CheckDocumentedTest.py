@@ -24,15 +24,19 @@ cCases = {
     "a container's name": ("function", "begin", "() const", "", False),
     "a constant": ("variable", "cLimit", "", "", True),
     "data": ("variable", "mLimit", "", "", False),
+    "one of a section that speaks for each": ("function", "Restore", "()", "section: <para>Each goes back.</para>", False),
+    "one of any other section": ("function", "Restore", "()", "section: <para>Going back.</para>", True),
     "a private function": ("function", "Restore", "()", "private", False),
 }
 
 
 def Compound(folder, kind, name, arguments, extra):
     isPrivate = extra == "private"
+    section = extra.removeprefix("section: ") if extra.startswith("section: ") else ""
+    extra = "" if section else extra
     return f"""<doxygen><compounddef kind="class"><compoundname>History</compoundname><sectiondef>
 <memberdef kind="function" id="get" prot="public"><name>GetID</name><argsstring>() const</argsstring>
-<location file="{folder}/History.h" line="2"/></memberdef>
+<location file="{folder}/History.h" line="2"/></memberdef></sectiondef><sectiondef><description>{section}</description>
 <memberdef kind="{kind}" id="one" prot="{'private' if isPrivate else 'public'}"><name>{name}</name>
 <argsstring>{arguments.replace('&', '&amp;')}</argsstring>{'' if isPrivate else extra}
 <location file="{folder}/History.h" line="7"/></memberdef></sectiondef></compounddef></doxygen>"""

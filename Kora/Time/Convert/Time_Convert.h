@@ -28,6 +28,7 @@ public:
     static Time_EType GetMainCounterType();
 
     // --- What Time_Converter does
+    // Each is the function of that name of the converter in use.
 
     static Time_Sample ToSample(const Time_Typed& iTime);
     static Time_Tick ToTick(const Time_Typed& iTime);
@@ -96,6 +97,7 @@ private:
 class KORA_API_NODISCARD Time_Convert::StTempoMap
 {
 public:
+    // Until the scope ends. The map outlives it.
     explicit StTempoMap(Time_TempoMap* iMap);
     ~StTempoMap();
     StTempoMap(const StTempoMap&) = delete;

@@ -50,13 +50,16 @@ public:
     // --- One time
     // A time of no valid unit asserts "false" and converts to 0.
 
+    // The nearest sample, halves upward.
     Time_Sample ToSample(const Time_Typed& iTime) const KORA_NONBLOCKING;
+    // The nearest internal tick, halves upward.
     Time_Tick ToTick(const Time_Typed& iTime) const KORA_NONBLOCKING;
     // The frame whose start is nearest.
     Time_Typed ToFrames(const Time_Typed& iTime) const KORA_NONBLOCKING;
     // The frame that runs at the middle of the sample. 48000 samples a second, 30 frames: sample 1599 is
     // still in frame 0, where ToFrames gives 1.
     Time_Typed ToFramesNotRounded(const Time_Typed& iTime) const KORA_NONBLOCKING;
+    // Exact for ticks; a sample or a frame goes through its nearest tick.
     Time_BarBeatTick ToBarBeatTick(const Time_Typed& iTime) const;
 
     // A time in the unit asked for; in an invalid unit it stays as it is.
@@ -69,13 +72,16 @@ public:
     // Samples to the first tick that lands there or later, ticks to the first sample that does: where many
     // ticks share a sample it is the first of them. Only between these two; else it asserts.
     Time_Typed ToFirstType(const Time_Typed& iTime, Time_EType iType) const KORA_NONBLOCKING;
+    // ToType with the main counter's unit.
     Time_Typed ToMainCounterType(const Time_Typed& iTime) const { return ToType(iTime, mMainCounterType); }
     Time_Typed ToMainCounterType(Time_Sample iSample) const { return ToType(iSample, mMainCounterType); }
     Time_Typed ToMainCounterType(Time_Tick iTick) const { return ToType(iTick, mMainCounterType); }
 
-    // The session runs from sample 0 to Time_Typed::GetMaxSessionSample, both included; the song from 1|1|0.
+    // Sample 0.
     Time_Typed GetSessionStartTime(Time_EType iType) const;
+    // Time_Typed::GetMaxSessionSample, which is part of the session.
     Time_Typed GetSessionEndTime(Time_EType iType) const;
+    // Where the song starts: 1|1|0.
     Time_Typed GetBarOneTime(Time_EType iType) const;
     // Whether the time lay outside the session and was moved to its nearer end.
     bool PinToValidSessionRange(Time_Typed& ioTime) const;
@@ -83,9 +89,11 @@ public:
     // A time moved by a length of any unit, in the time's own unit. The sum is taken in the length's unit; a
     // length of zero gives the very time back.
     Time_Typed AddLength(const Time_Typed& iTime, const Time_TypedLength& iLength) const;
+    // As AddLength, the other way.
     Time_Typed SubtractLength(const Time_Typed& iTime, const Time_TypedLength& iLength) const;
     // By bars, beats and ticks, along the meter map.
     Time_Typed AddLength(const Time_Typed& iTime, const Time_BarBeatTick& iLength) const;
+    // As AddLength, the other way.
     Time_Typed SubtractLength(const Time_Typed& iTime, const Time_BarBeatTick& iLength) const;
 
     // --- Many times at once, in place, each with the bits that the single form gives
@@ -93,17 +101,22 @@ public:
     // They assert "ioTimes->GetContext() == Time_eContext_GlobalPosition" and go on with the counts as they
     // are; null asserts "ioTimes != 0" and does nothing.
 
+    // The vector takes the unit asked for.
     void ToType(Time_TypedVector* ioTimes, Time_EType iType) const KORA_NONBLOCKING;
+    // ToType with samples.
     void ToSamples(Time_TypedVector* ioTimes) const KORA_NONBLOCKING;
+    // ToType with ticks.
     void ToTicks(Time_TypedVector* ioTimes) const KORA_NONBLOCKING;
+    // ToType with frames.
     void ToFrames(Time_TypedVector* ioTimes) const KORA_NONBLOCKING;
     // The vector keeps its unit.
     void AddLength(Time_TypedVector* ioTimes, const Time_TypedLength& iLength) const;
+    // As AddLength, the other way.
     void SubtractLength(Time_TypedVector* ioTimes, const Time_TypedLength& iLength) const;
-    // Lengths and a time make global positions, global positions less a time make lengths: the time is
-    // converted to the vector's unit, which stays. AddTime asserts "ioTimes->GetContext() ==
-    // Time_eContext_RelativeLength".
+    // Lengths and a time make global positions: the time is converted to the vector's unit, which stays.
+    // Asserts "ioTimes->GetContext() == Time_eContext_RelativeLength".
     void AddTime(Time_TypedVector* ioTimes, const Time_Typed& iTime) const;
+    // Global positions less a time make lengths, likewise.
     void SubtractTime(Time_TypedVector* ioTimes, const Time_Typed& iTime) const;
 
     // The main counter's unit and both maps, each on lines of its own.

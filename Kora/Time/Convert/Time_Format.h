@@ -24,6 +24,7 @@
 #include <span>
 #include <string_view>
 
+// The forms, in the order of a menu.
 enum Time_EForm : Cmn_Int32 {
     Time_eForm_Samples,
     Time_eForm_Ticks,
@@ -39,13 +40,15 @@ enum Time_EForm : Cmn_Int32 {
 class KORA_API Time_Format
 {
 public:
+    // Borrows the converter.
     explicit Time_Format(const Time_Converter& iConverter)
         : mConverter(&iConverter)
     {
     }
 
-    // All forms in their order above, and the name of each; an unknown form asserts and has none.
+    // All forms in their order above.
     [[nodiscard]] static std::span<const Time_EForm> GetForms();
+    // As in the picture above, such as "bars-exact"; an unknown form asserts and has none.
     [[nodiscard]] static std::string_view GetFormName(Time_EForm iForm);
     // Whether a form has that name; else oForm stays.
     [[nodiscard]] static bool FindForm(std::string_view iName, Time_EForm& oForm);
@@ -56,9 +59,9 @@ public:
 
     // The time in a form; empty where it has none there, and after an assertion where the form is unknown.
     [[nodiscard]] std::string ToString(Time_EForm iForm, const Time_Typed& iTime) const;
+    static constexpr std::size_t cTextBytes = 48; // for ToText, the zero included
     // The same into the caller's cTextBytes, closed by a zero; allocates nothing. Returns the characters
     // before the zero.
-    static constexpr std::size_t cTextBytes = 48;
     std::size_t ToText(Time_EForm iForm, const Time_Typed& iTime, char* oText) const;
 
     // Reads a time in a form: ticks and bars as ticks, frames as frames, all others as samples. What ToText

@@ -21,6 +21,7 @@
 class KORA_API Time_PixelMapper
 {
 public:
+    // What is as wide everywhere: a second, or a quarter note.
     enum EAxis : Cmn_Int32 { eAxis_Time, eAxis_Bars };
 
     // At 1000 samples or 10000 ticks a pixel, with the song's start at pixel 0.
@@ -44,6 +45,7 @@ public:
     void ZoomAbout(double iPixel, double iFactor);
     void ZoomAbout(const Time_Typed& iTime, double iFactor) { ZoomAbout(ToPixel(iTime), iFactor); }
 
+    // Where a time is, with the part of a pixel.
     double ToPixel(const Time_Typed& iTime) const { return AxisToPixel(ToAxis(iTime)); }
     // Halves upward.
     Cmn_Int64 ToNearestPixel(const Time_Typed& iTime) const { return AxisToNearestPixel(ToAxis(iTime)); }
@@ -52,12 +54,14 @@ public:
     // The times of [0, iWidth) in the axis's unit.
     Time_Range GetVisible(double iWidth) const;
 
-    // A time as a count of the axis's unit, and where that is.
+    // A time as a count of the axis's unit.
     Cmn_Int64 ToAxis(const Time_Typed& iTime) const;
+    // ToPixel of such a count.
     double AxisToPixel(Cmn_Int64 iCount) const
     {
         return Unscrolled(iCount) - static_cast<double>(mWholeScroll);
     }
+    // ToNearestPixel of such a count.
     Cmn_Int64 AxisToNearestPixel(Cmn_Int64 iCount) const;
 
 private:

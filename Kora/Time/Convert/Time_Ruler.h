@@ -42,7 +42,9 @@ struct Time_RulerDistances
 class KORA_API Time_Ruler
 {
 public:
+    // Gives the width of a text, in pixels.
     using Measure = std::function<double(std::string_view)>;
+    // Is given each line.
     using Take = std::function<void(const Time_RulerLine&)>;
 
     // Of Time_eForm_Bars, _Timecode, _MinSec, _Samples or _Feet; another form asserts "the form has rulers" and

@@ -52,10 +52,12 @@ public:
     friend constexpr bool operator==(const Time_BarBeatTick&, const Time_BarBeatTick&) = default;
     friend constexpr auto operator<=>(const Time_BarBeatTick&, const Time_BarBeatTick&) = default;
 
+    // Time_TickLength::ToDisplayTicks.
     static constexpr Time_TickLength InternalTicksToDisplayTicks(const Time_TickLength& iTicks)
     {
         return iTicks.ToDisplayTicks();
     }
+    // The other way: times 1000.
     static constexpr Time_TickLength DisplayTicksToInternalTicks(const Time_TickLength& iTicks)
     {
         return iTicks.ToInternalTicks();
@@ -69,20 +71,23 @@ public:
     //   ticks  display ticks, -999 to 9999: the thousands digit (a blank for 0, "-"
     //          below 0), then three digits
     [[nodiscard]] KORA_API std::string ToString(bool iShowTick, bool iPad) const;
+    static constexpr std::size_t cTextBytes = 48; // for ToText, the zero included
     // The same into the caller's cTextBytes, closed by a zero; allocates nothing. Returns the characters before
     // the zero.
-    static constexpr std::size_t cTextBytes = 48;
     KORA_API std::size_t ToText(char* oText, bool iShowTick = true, bool iPad = false) const;
     // Reads both forms, and less, with or without blanks around the numbers and signs before them. Anything
     // else is false and changes nothing; oWhyNot is then a text for users, such as "bar|beat|tick is expected,
     // such as 3|4|480". FromText allocates nothing.
     [[nodiscard]] bool FromString(const std::string& iText) { return FromText(iText); }
+    // As FromString, with the reason.
     [[nodiscard]] KORA_API bool FromText(std::string_view iText, const char** oWhyNot = nullptr);
 
     // The exact position, with all internal ticks: "3|4|480000". Written to the same buffer, read by the same
     // rules; what is written is read as the same value, display ticks as internal ones.
     [[nodiscard]] KORA_API std::string ToInternalString() const;
+    // As ToText.
     KORA_API std::size_t ToInternalText(char* oText) const;
+    // As FromText.
     [[nodiscard]] KORA_API bool FromInternalText(std::string_view iText, const char** oWhyNot = nullptr);
 
     // <iName> around "nBar", "nBeat" and "nTick"

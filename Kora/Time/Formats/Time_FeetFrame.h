@@ -56,12 +56,14 @@ public:
 
     // The same counted through, without starting again: frames of any number of days, before the first below 0.
     [[nodiscard]] static Cmn_Int64 CountAtSample(Time_Sample iSample);
+    // The sample nearest to the start of a frame that was counted so.
     static Time_Sample SampleOfCount(Cmn_Int64 iFrames);
 
+    // "90+12": feet and the frames past them, two digits.
     [[nodiscard]] std::string ToString() const;
+    static constexpr std::size_t cTextBytes = 32; // for ToText, the zero included
     // The same into the caller's cTextBytes, closed by a zero; allocates nothing. Returns the
     // characters before the zero.
-    static constexpr std::size_t cTextBytes = 32;
     std::size_t ToText(char* oText) const;
     // Reads what ToString writes, and less; the gauge stays. Anything else is false and changes nothing;
     // oWhyNot is then a text for users, such as "a foot of this film has frames 0 to 15". Allocates nothing.

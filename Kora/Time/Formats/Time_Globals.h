@@ -14,16 +14,19 @@
 
 #include <string>
 
+// What runs faster or slower.
 enum EPullMedia : Cmn_Int32 {
     ePullMedia_Audio = 0,
     ePullMedia_Video = 1,
 };
 
+// Which of the two pulls: 0.1 % or 4 %.
 enum EPullType : Cmn_Int32 {
     ePullType_NTSC = 0,
     ePullType_PAL = 1,
 };
 
+// Which way a pull goes.
 enum EPullFactor : Cmn_Int32 {
     ePullFactor_Unset = 0, // unused here
     ePullFactor_None = 1,
@@ -44,6 +47,7 @@ enum EComboPullFactor : Cmn_Int32 {
     eComboPullFactor_PALUpNTSCUp = 8,
 };
 
+// What material was made for.
 enum EVideoFormat : Cmn_Int32 {
     eVideoFormat_None = 0,
     eVideoFormat_NTSC = 1,
@@ -74,9 +78,11 @@ public:
 
     // At load all none. Media and type must be of their enumerations. (traced)
     [[nodiscard]] static EPullFactor GetPullFactor(EPullMedia iMedia, EPullType iType);
+    // Changes what GetPullSampleRate and GetPullFrameRate give.
     static void SetPullFactor(EPullMedia iMedia, EPullType iType, EPullFactor iFactor);
     // A second table in which callers park the factors; nothing else reads it.
     [[nodiscard]] static EPullFactor GetPullFactorSaveForLE(EPullMedia iMedia, EPullType iType);
+    // Changes nothing but what its getter gives.
     static void SetPullFactorSaveForLE(EPullMedia iMedia, EPullType iType, EPullFactor iFactor);
 
     // The sample rate with the audio pulls: what every conversion between samples and time uses.
@@ -90,8 +96,11 @@ public:
 
     // Names for users; values outside the enumerations give "?" (formats) or an empty text.
     [[nodiscard]] static const char* GetPullFactorString(EPullFactor iFactor);
+    // As GetPullFactorString.
     [[nodiscard]] static const char* GetPullTypeString(EPullType iType);
+    // As GetPullFactorString.
     [[nodiscard]] static const char* GetPullMediaString(EPullMedia iMedia);
+    // "29.97 fps drop" and the like.
     [[nodiscard]] static const char* GetTimeCodeFormatString(ETimeCodeFormat iFormat);
     // "4% Down, 0.1% Down", with the description " [25 fps - PAL To NTSC]" appended when asked for.
     [[nodiscard]] static std::string GetComboString(EComboPullFactor iCombo, bool iWithDescription);
@@ -99,6 +108,7 @@ public:
     // A pair with a factor outside none, up and down is combination 0, a combination outside 0
     // to 8 the pair none, none.
     [[nodiscard]] static EComboPullFactor GetComboPullFactor(EPullFactor iNTSC, EPullFactor iPAL);
+    // The pair of a combination.
     static void ComboToPullFactors(EComboPullFactor iCombo, EPullFactor& oNTSC, EPullFactor& oPAL);
     // The combination that takes material of one video format to another; 0 where none is needed.
     [[nodiscard]] static EComboPullFactor GetRoutingComboFactor(EVideoFormat iFrom, EVideoFormat iTo);

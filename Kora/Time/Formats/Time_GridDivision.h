@@ -15,16 +15,19 @@
 class [[nodiscard]] Time_GridDivision
 {
 public:
+    // What divides the bars.
     enum EBy { eBars, eBeats, eNoteValue };
 
-    static constexpr Cmn_Int32 cWholeSwing = 960;
-    static constexpr Cmn_Int32 cTripletSwing = cWholeSwing / 3;
+    static constexpr Cmn_Int32 cWholeSwing = 960;               // as long as a division
+    static constexpr Cmn_Int32 cTripletSwing = cWholeSwing / 3; // a triplet feel
 
     // The meter's beats.
     constexpr Time_GridDivision() = default;
     // A note value of less than one tick asserts "iValue.GetTicks() >= 1", and the division is the meter's beats.
     KORA_API explicit Time_GridDivision(const Time_NotationDurationValue& iValue);
+    // A line at each barline.
     static constexpr Time_GridDivision Bars() { return Time_GridDivision(eBars); }
+    // A line at each of the meter's beats.
     static constexpr Time_GridDivision Beats() { return Time_GridDivision(eBeats); }
 
     constexpr EBy GetBy() const { return mBy; }
@@ -42,10 +45,12 @@ public:
         return Time_TickLength(mTicks / cWholeSwing * mSwing + mTicks % cWholeSwing * mSwing / cWholeSwing);
     }
 
+    // "bars", "beats" or a note value.
     [[nodiscard]] KORA_API std::string ToString() const;
+    static constexpr std::size_t cTextBytes =
+        Time_NotationDurationValue::cTextBytes; // for ToText, the zero included
     // The same into the caller's cTextBytes, closed by a zero; allocates nothing. Returns the characters
     // before the zero.
-    static constexpr std::size_t cTextBytes = Time_NotationDurationValue::cTextBytes;
     KORA_API std::size_t ToText(char* oText) const;
     // Reads what ToString writes; swing becomes 0. Anything else is false and changes nothing; oWhyNot is then
     // a text for users, such as "bars, beats or a note value such as 1/8t is expected". Allocates nothing.

@@ -33,17 +33,21 @@ public:
     {
     }
 
+    // Negative before sample 0.
     constexpr Cmn_Int64 AsMilliseconds() const { return mMilliseconds; }
 
+    // The nearest millisecond, at Time_Globals::GetPullSampleRate or a rate of the caller's.
     static Time_MinSec FromSample(Time_Sample iSample);
     static Time_MinSec FromSample(Time_Sample iSample, double iSampleRate);
+    // The nearest sample, at the same rates.
     Time_Sample ToSample() const;
     Time_Sample ToSample(double iSampleRate) const;
 
+    // "1:02.500"; hours stand before the minutes from one hour on.
     [[nodiscard]] std::string ToString() const;
+    static constexpr std::size_t cTextBytes = 32; // for ToText, the zero included
     // The same into the caller's cTextBytes, closed by a zero; allocates nothing. Returns the
     // characters before the zero.
-    static constexpr std::size_t cTextBytes = 32;
     std::size_t ToText(char* oText) const;
     // Reads what ToString writes, and less. Anything else is false and changes nothing; oWhyNot is then a
     // text for users, such as "seconds after minutes run from 0 to 59". Allocates nothing.

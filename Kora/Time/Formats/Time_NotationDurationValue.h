@@ -80,9 +80,9 @@ public:
     // As musicians write it: "1/4", dotted "1/4.", a triplet "1/8t", another tuplet "1/16(4:5)" or
     // "1/8.(4:5)". The counts of what is no tuplet are not written.
     [[nodiscard]] KORA_API std::string ToString() const;
+    static constexpr std::size_t cTextBytes = 40; // for ToText, the zero included
     // The same into the caller's cTextBytes, closed by a zero; allocates nothing. Returns the characters
     // before the zero. A code outside 1 to 7 asserts and is written as a quarter.
-    static constexpr std::size_t cTextBytes = 40;
     KORA_API std::size_t ToText(char* oText) const;
     // Reads what ToString writes, with tuplet counts from 1 on. Anything else is false and changes nothing;
     // oWhyNot is then a text for users, such as "a note value is 1/1, 1/2, 1/4 ... 1/64". Allocates nothing.

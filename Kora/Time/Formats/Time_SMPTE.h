@@ -42,8 +42,9 @@ public:
     void SetSubSamples(double iSubSamples);
     // The fields stay: the label is read in another format from here on.
     void SetFormat(ETimeCodeFormat iFormat) { mFormat = iFormat; }
-    // Takes frames below the format's frames per second; refuses others with false. In BCD 0x29 is 29.
+    // Takes frames below the format's frames per second; refuses others with false.
     [[nodiscard]] bool SetFrames(Cmn_UInt8 iFrames);
+    // The same of binary-coded decimals: 0x29 is 29.
     [[nodiscard]] bool SetFramesBCD(Cmn_UInt8 iFrames);
 
     // Frames since 00:00:00:00. 29.97 drop: 00:10:00;00 is 17982.
@@ -73,29 +74,32 @@ public:
     // 00:01:00;00 becomes 00:01:00;02.
     void MakeIntoLegalDropFrameLocation();
 
-    // Label count to frame count in the drop formats, and back. Formats other than 5 and 8 count as 60
-    // frames. 29.97 drop: label 1802 is frame 1800.
+    // Label count to frame count in the drop formats. Formats other than 5 and 8 count as 60 frames. 29.97
+    // drop: label 1802 is frame 1800.
     [[nodiscard]] Cmn_Int32 DropFrames(Cmn_Int32 iLabels) const;
+    // Frame count to label count, under the same rules.
     [[nodiscard]] Cmn_Int32 UndropFrames(Cmn_Int32 iFrames) const;
 
     // Whether the fields are a label of the format: in their ranges and not left out by the skip rule.
     [[nodiscard]] bool IsLabel() const;
     // "01:02:03:04", in drop formats "01:02:03;04". The fields as they stand.
     [[nodiscard]] std::string ToString() const;
+    static constexpr std::size_t cTextBytes = 16; // for ToText, the zero included
     // The same into the caller's cTextBytes, closed by a zero; allocates nothing. Returns the characters
     // before the zero: 11 for a label, more where a field is above 99.
-    static constexpr std::size_t cTextBytes = 16;
     std::size_t ToText(char* oText) const;
     // Reads what ToString writes; drop formats also take ":" before the frames. Only labels of the format are
     // taken; subSamples become 0. Anything else is false and changes nothing; oWhyNot is then a text for
     // users, such as "drop-frame counting leaves this label out". FromText allocates nothing.
     [[nodiscard]] bool FromString(const std::string& iText) { return FromText(iText); }
+    // As FromString, with the reason.
     [[nodiscard]] bool FromText(std::string_view iText, const char** oWhyNot = nullptr);
 
     // With hundredths of a frame, those of GetTotalSubframes: "01:02:03:04.05". The text form needs
     // cSubframeTextBytes.
     [[nodiscard]] std::string ToSubframeString() const;
-    static constexpr std::size_t cSubframeTextBytes = 20;
+    static constexpr std::size_t cSubframeTextBytes = 20; // the zero included
+    // As ToText.
     std::size_t ToSubframeText(char* oText) const;
     // Reads what ToSubframeString writes; a label alone has none of them.
     [[nodiscard]] bool FromSubframeText(std::string_view iText, const char** oWhyNot = nullptr);
@@ -114,6 +118,7 @@ public:
     [[nodiscard]] static Cmn_Int32 GetFramesPerSecond(ETimeCodeFormat iFormat);
     // 30000/1001 for 29.97 fps, and -1 where there is none.
     [[nodiscard]] static double GetRealRate(ETimeCodeFormat iFormat);
+    // Whether the format leaves labels out.
     [[nodiscard]] static bool IsDropFormat(ETimeCodeFormat iFormat);
 
     // By hours, minutes, seconds, frames and subSamples; the format plays no part.

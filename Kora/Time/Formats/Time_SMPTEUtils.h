@@ -36,6 +36,7 @@ public:
 
     // The labels of sample 0 and of the last frame that starts in the session, or in its first 24 hours.
     [[nodiscard]] static Time_SMPTE GetSessionStart(ETimeCodeFormat iFormat = eTimeCodeFormat_UseGlobal);
+    // The label of the last frame, as above.
     [[nodiscard]] static Time_SMPTE GetSessionEnd(ETimeCodeFormat iFormat = eTimeCodeFormat_UseGlobal);
 
 private:

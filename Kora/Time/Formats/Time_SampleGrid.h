@@ -20,6 +20,7 @@
 class KORA_API_NODISCARD Time_SampleGrid
 {
 public:
+    // What is counted.
     enum EUnit : Cmn_Int32 { eSamples, eMilliseconds, eLabels, eFilmFrames };
     // What a line is: of timecode and minutes:seconds the largest whole unit, of film whole feet.
     enum EKind : Cmn_Int32 { eFine, eFoot, eSecond, eMinute, eHour };
@@ -35,13 +36,16 @@ public:
 
     // A step below 1 asserts "iStep >= 1" and is 1.
     static Time_SampleGrid Samples(Cmn_Int64 iStep) { return Time_SampleGrid(eSamples, iStep); }
+    // Milliseconds, iStep apart.
     static Time_SampleGrid MinSec(Cmn_Int64 iStep) { return Time_SampleGrid(eMilliseconds, iStep); }
+    // Labels, iStep apart as they are numbered; those that are left out have no line.
     static Time_SampleGrid Timecode(Cmn_Int64 iStep, ETimeCodeFormat iFormat = eTimeCodeFormat_UseGlobal)
     {
         Time_SampleGrid grid(eLabels, iStep);
         grid.mFormat = iFormat;
         return grid;
     }
+    // Frames of film, iStep apart.
     static Time_SampleGrid Feet(Cmn_Int64 iStep, Time_EFilmGauge iGauge = Time_eFilmGauge_35mm)
     {
         Time_SampleGrid grid(eFilmFrames, iStep);
@@ -54,15 +58,18 @@ public:
 
     // Where a count lies, whether the step divides it or not, and what it is.
     Time_Sample GetSample(Cmn_Int64 iCount) const;
+    // What a line at that count is.
     EKind GetKind(Cmn_Int64 iCount) const;
 
-    // The first line at or behind a sample, the last one at or before it (false where there is none), the
-    // nearest one (halfway between two the later).
+    // The first line at or behind a sample.
     Line AtOrAfter(Time_Sample iSample) const;
+    // The last line at or before a sample; false where there is none.
     [[nodiscard]] bool AtOrBefore(Time_Sample iSample, Line& oLine) const;
+    // Halfway between two lines it is the later.
     Line Nearest(Time_Sample iSample) const;
-    // The line behind a line, and the one before it (false where there is none).
+    // The line behind a line.
     Line Next(const Line& iLine) const;
+    // The line before a line; false where there is none.
     [[nodiscard]] bool Previous(const Line& iLine, Line& oLine) const;
 
     // Take(line) for each line of a range of samples, [start, end), in order. A range of another unit is

@@ -17,10 +17,12 @@
 class KORA_API Time_Timecode
 {
 public:
-    // 2592000 labels a day at 30 frames per second; of 29.97 drop 2589408 frames have one.
+    // 2592000 at 30 frames per second, and in the drop formats of that count.
     [[nodiscard]] static Cmn_Int64 GetLabelsOfDay(ETimeCodeFormat iFormat);
+    // How many frames have a label of one day: 2589408 of 29.97 drop.
     [[nodiscard]] static Cmn_Int64 GetFramesOfDay(ETimeCodeFormat iFormat);
 
+    // The label of a frame.
     [[nodiscard]] static Cmn_Int64 FrameToLabel(Cmn_Int64 iFrame, ETimeCodeFormat iFormat);
     // The frame of a label. One that is left out is the frame of the first label of its minute.
     [[nodiscard]] static Cmn_Int64 LabelToFrame(Cmn_Int64 iLabel, ETimeCodeFormat iFormat);

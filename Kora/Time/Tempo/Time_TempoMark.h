@@ -36,9 +36,9 @@ public:
     }
 
     [[nodiscard]] KORA_API std::string ToString() const;
+    static constexpr std::size_t cTextBytes = 64; // for ToText, the zero included
     // The same into the caller's cTextBytes, closed by a zero; allocates nothing. Returns the characters
     // before the zero.
-    static constexpr std::size_t cTextBytes = 64;
     KORA_API std::size_t ToText(char* oText) const;
     // Reads what ToString writes of a tempo above 0 with a beat above 0, and less. Anything else is false and
     // changes nothing; oWhyNot is then a text for users, such as "a tempo is above 0". Allocates nothing.
