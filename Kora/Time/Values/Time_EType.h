@@ -12,6 +12,7 @@ enum Time_EType : Cmn_UInt32 {
     Time_eType_Frames = 2,  // video frames at the session's frame rate
 };
 
+// What the counts of a vector mean.
 enum Time_EContext : Cmn_UInt32 {
     Time_eContext_GlobalPosition = 0, // positions on the session's time line
     Time_eContext_LocalPosition = 1,  // positions from the start of a container

@@ -44,11 +44,13 @@ public:
     constexpr Time_TypedLength GetLength() const { return mEnd - mStart; }
     [[nodiscard]] constexpr bool IsEmpty() const { return mStart.AsInt64() == mEnd.AsInt64(); }
 
+    // The end is no part of it.
     [[nodiscard]] constexpr bool Contains(const Time_Typed& iTime) const
     {
         CheckSameType(mStart, iTime);
         return iTime.AsInt64() >= From() && iTime.AsInt64() < To();
     }
+    // Whether all of the other is in it; an empty range always is.
     [[nodiscard]] constexpr bool Contains(const Time_Range& iOther) const
     {
         CheckSameType(mStart, iOther.mStart);
@@ -60,6 +62,7 @@ public:
         return !Intersection(iOther).IsEmpty();
     }
 
+    // The times in both.
     [[nodiscard]] constexpr Time_Range Intersection(const Time_Range& iOther) const
     {
         CheckSameType(mStart, iOther.mStart);
@@ -158,6 +161,7 @@ public:
         using iterator_category = std::input_iterator_tag; // references are values
 
         constexpr Iterator() = default;
+        // At start + step · index.
         constexpr Iterator(const Time_Typed& iStart, Cmn_Int64 iStep, Cmn_Int64 iIndex)
             : mStart(iStart)
             , mStep(iStep)

@@ -40,15 +40,21 @@ public:
     // Of all ranges together; wraps in 64 bits.
     Time_TypedLength GetLength() const;
 
+    // Whether one of its ranges holds the time.
     [[nodiscard]] bool Contains(const Time_Typed& iTime) const;
+    // Whether one of its ranges holds all of the other; an empty range is held always.
     [[nodiscard]] bool Contains(const Time_Range& iRange) const;
+    // Whether some time is in both.
     [[nodiscard]] bool Intersects(const Time_Range& iRange) const;
     // The first range that ends behind a time: the one that holds it, or else the next. GetNumRanges where
     // there is none.
     std::size_t FindAtOrAfter(const Time_Typed& iTime) const;
 
+    // Joins what it touches.
     void Add(const Time_Range& iRange);
+    // Takes its times out; a range around it becomes two.
     void Remove(const Time_Range& iRange);
+    // Keeps the unit.
     void Clear() { mPieces.clear(); }
 
     Time_RangeSet& operator|=(const Time_RangeSet& iOther);

@@ -10,6 +10,7 @@ class [[nodiscard]] Time_Sample
 {
 public:
     constexpr Time_Sample() = default;
+    // That many samples from the session's start; negative before it.
     constexpr explicit Time_Sample(Cmn_Int64 iSamples)
         : mSamples(iSamples)
     {

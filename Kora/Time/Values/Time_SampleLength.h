@@ -18,6 +18,7 @@ class [[nodiscard]] Time_SampleLength
 {
 public:
     constexpr Time_SampleLength() = default;
+    // That many samples; a way back is negative.
     constexpr explicit Time_SampleLength(Cmn_Int64 iSamples)
         : mSamples(iSamples)
     {

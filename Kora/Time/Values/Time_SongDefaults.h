@@ -11,12 +11,13 @@
 // its own, and the Windows library need not hold those that only hosts refer to.
 struct Time_DefaultSongStart
 {
-    static constexpr Time_Tick cDefaultSongStartTick{1000000000000};
-    static constexpr Cmn_Int32 cDefaultSongStartBar = 1;
+    static constexpr Time_Tick cDefaultSongStartTick{1000000000000}; // of bar 1
+    static constexpr Cmn_Int32 cDefaultSongStartBar = 1;             // the number of the bar there
 };
 
 struct Time_DefaultTempo
 {
-    static constexpr double cDefaultBeatsPerMinute = 120.0;
+    static constexpr double cDefaultBeatsPerMinute = 120.0; // of the beat below
+    // A quarter note.
     static constexpr Time_TickLength cDefaultTicksPerBeat{Time_TickLength::cInternalPerQuarter};
 };

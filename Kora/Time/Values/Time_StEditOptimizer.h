@@ -9,6 +9,7 @@ template <class Map>
 class [[nodiscard]] Time_StEditOptimizer
 {
 public:
+    // The edit is open until the scope ends. Scopes nest.
     explicit Time_StEditOptimizer(Map& ioMap)
         : mMap(ioMap)
     {

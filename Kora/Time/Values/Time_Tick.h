@@ -11,6 +11,7 @@ class [[nodiscard]] Time_Tick
 {
 public:
     constexpr Time_Tick() = default;
+    // That internal tick.
     constexpr explicit Time_Tick(Cmn_Int64 iTicks)
         : mTicks(iTicks)
     {

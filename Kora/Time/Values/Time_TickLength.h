@@ -16,6 +16,7 @@
 
 class Cmn_XMLNode;
 
+// How fine the ticks are: 960000 or 960 to a quarter note.
 enum Time_ETickType : Cmn_UInt32 {
     Time_eTickType_Internal = 0,
     Time_eTickType_Display = 1,
@@ -29,11 +30,12 @@ public:
     static const Time_TickLength cDisplayZero;    // 0, display
     static const Time_TickLength cDisplayQuarter; // 960, display
 
-    static constexpr Cmn_Int64 cInternalPerDisplay = 1000;
-    static constexpr Cmn_Int64 cInternalPerQuarter = 960000;
-    static constexpr Cmn_Int64 cInternalPerWhole = 3840000;
+    static constexpr Cmn_Int64 cInternalPerDisplay = 1000;   // internal ticks to a display tick
+    static constexpr Cmn_Int64 cInternalPerQuarter = 960000; // to a quarter note
+    static constexpr Cmn_Int64 cInternalPerWhole = 3840000;  // to a whole note
 
     constexpr Time_TickLength() = default;
+    // That many ticks of a type; a way back is negative.
     constexpr explicit Time_TickLength(Cmn_Int64 iTicks, Time_ETickType iType = Time_eTickType_Internal)
         : mLength(iTicks)
         , mTickType(iType)
@@ -52,6 +54,7 @@ public:
         Cmn_ASSERT_IN("time/Time_TickLength", mTickType == Time_eTickType_Display);
         return static_cast<Cmn_Int32>(mLength);
     }
+    // The least count that there is stays as it is.
     constexpr Time_TickLength AbsoluteValue() const { return mLength < 0 ? -*this : *this; }
 
     // Display ticks: (count + 500) / 1000, truncated toward zero. 1499 → 1, 1500 → 2, -1400 → 0, -1600 → -1.

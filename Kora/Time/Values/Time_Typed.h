@@ -41,9 +41,11 @@ public:
     // Builds limits and unit names the first time, and does nothing later on.
     KORA_API static void Init();
 
-    // The limits and the localised name of a unit, which must be valid.
+    // The least time of a unit, which must be valid.
     KORA_API static Time_Typed MinTime(Time_EType iType);
+    // The greatest time of a unit, which must be valid.
     KORA_API static Time_Typed MaxTime(Time_EType iType);
+    // The localised name of a unit, which must be valid.
     KORA_API static const std::string& GetTimeTypedString(Time_EType iType);
 
     // iSample, or the maximum of samples where that is less.

@@ -14,12 +14,15 @@ class Time_TypedBase
 {
 public:
     constexpr Time_EType GetType() const { return mType; }
+    // Renames the unit; the count stays as it is. Time_Converter::ToType converts.
     constexpr void SetTimeType(Time_EType iType) { mType = iType; }
+    // The unit stays.
     constexpr void SetTime(Cmn_Int64 iCount) { mCount = iCount; }
     constexpr Cmn_Int64 AsInt64() const { return mCount; }
     [[nodiscard]] constexpr double AsFloat64() const { return static_cast<double>(mCount); }
     // The low 32 bits of the count, unchecked.
     [[nodiscard]] constexpr Cmn_Int32 AsInt32X() const { return static_cast<Cmn_Int32>(mCount); }
+    // The least count that there is stays as it is.
     [[nodiscard]] constexpr T AbsoluteValue() const
     {
         return T(mCount < 0 ? Cmn_WrapNeg(mCount) : mCount, mType);
@@ -31,6 +34,7 @@ public:
         Cmn_ASSERT_IN("time/Time_TypedBase", mType == Time_eType_Samples);
         return Time_Sample(mCount);
     }
+    // As AsSample, of ticks.
     constexpr Time_Tick AsTick() const
     {
         Cmn_ASSERT_IN("time/Time_TypedBase", mType == Time_eType_Ticks);
@@ -113,11 +117,13 @@ public:
 
     // The word that documents store; see Time_TypedDefs.
     constexpr Cmn_Int64 GetRawDataForSave() const { return Time_TypedDefs::GetRawDataForSave(mCount, mType); }
+    // Takes unit and count from such a word.
     constexpr void SetFromRawSavedData(Cmn_Int64 iRaw)
     {
         Time_TypedDefs::SetFromRawSavedData(iRaw, &mCount, &mType);
     }
 
+    // Time_TypedDefs::GetAsXML.
     Cmn_XMLNode GetAsXML(const std::string& iName) const
     {
         return Time_TypedDefs::GetAsXML(iName, mCount, mType);

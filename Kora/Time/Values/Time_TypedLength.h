@@ -42,12 +42,15 @@ public:
     }
 
     constexpr Time_EType GetType() const { return mType; }
+    // Renames the unit; the count stays as it is. Time_Converter::ToType converts.
     constexpr void SetTimeType(Time_EType iType) { mType = iType; }
+    // The unit stays.
     constexpr void SetLength(Cmn_Int64 iCount) { mCount = iCount; }
     constexpr Cmn_Int64 AsInt64() const { return mCount; }
     [[nodiscard]] constexpr double AsFloat64() const { return static_cast<double>(mCount); }
     // The low 32 bits of the count, unchecked.
     [[nodiscard]] constexpr Cmn_Int32 AsInt32X() const { return static_cast<Cmn_Int32>(mCount); }
+    // The least count that there is stays as it is.
     constexpr Time_TypedLength AbsoluteValue() const { return mCount < 0 ? -*this : *this; }
 
     // The count as its unit's own class; another unit is reported.
@@ -56,6 +59,7 @@ public:
         Cmn_ASSERT_IN("time/Time_TypedLength", mType == Time_eType_Samples);
         return Time_SampleLength(mCount);
     }
+    // As AsSample, of ticks.
     constexpr Time_TickLength AsTick() const
     {
         Cmn_ASSERT_IN("time/Time_TypedLength", mType == Time_eType_Ticks);
@@ -181,11 +185,13 @@ public:
 
     // The word that documents store; see Time_TypedDefs.
     constexpr Cmn_Int64 GetRawDataForSave() const { return Time_TypedDefs::GetRawDataForSave(mCount, mType); }
+    // Takes unit and count from such a word.
     constexpr void SetFromRawSavedData(Cmn_Int64 iRaw)
     {
         Time_TypedDefs::SetFromRawSavedData(iRaw, &mCount, &mType);
     }
 
+    // Time_TypedDefs::GetAsXML.
     Cmn_XMLNode GetAsXML(const std::string& iName) const
     {
         return Time_TypedDefs::GetAsXML(iName, mCount, mType);

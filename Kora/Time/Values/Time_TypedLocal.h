@@ -34,6 +34,7 @@ public:
         : Time_TypedBase(iTime.AsInt64(), iTime.GetType())
     {
     }
+    // The same count as a global position: who knows where the local ones begin adds that.
     constexpr Time_Typed AsTimeTyped() const { return Time_Typed(AsInt64(), GetType()); }
 };
 

@@ -29,8 +29,10 @@ public:
     using iterator = Cmn_Int64*;
     using const_iterator = const Cmn_Int64*;
 
+    // Empty.
     explicit Time_TypedVector(Time_EType iType = Time_eType_Samples,
                               Time_EContext iContext = Time_eContext_GlobalPosition);
+    // Takes the counts as they are.
     Time_TypedVector(Time_EType iType, Time_EContext iContext, std::vector<Cmn_Int64> iCounts);
 
     Time_EType GetType() const { return mType; }
@@ -63,19 +65,20 @@ public:
     // 0 of the vector's unit, writing changes nothing. A time of another meaning than the vector's asserts
     // "mContext == Time_eContext_…", one of another unit "time_type_mismatch"; the raw
     // count is read or stored.
-    Time_Typed GetTime(std::size_t iIndex) const;         // global positions
-    Time_TypedLocal GetLocal(std::size_t iIndex) const;   // local positions
-    Time_TypedLength GetLength(std::size_t iIndex) const; // lengths
-    void SetTime(std::size_t iIndex, const Time_Typed& iTime);
-    void SetLocal(std::size_t iIndex, const Time_TypedLocal& iTime);
-    void SetLength(std::size_t iIndex, const Time_TypedLength& iLength);
-    void PushTime(const Time_Typed& iTime);
-    void PushLocal(const Time_TypedLocal& iTime);
-    void PushLength(const Time_TypedLength& iLength);
+    Time_Typed GetTime(std::size_t iIndex) const;                        // global positions
+    Time_TypedLocal GetLocal(std::size_t iIndex) const;                  // local positions
+    Time_TypedLength GetLength(std::size_t iIndex) const;                // lengths
+    void SetTime(std::size_t iIndex, const Time_Typed& iTime);           // global positions
+    void SetLocal(std::size_t iIndex, const Time_TypedLocal& iTime);     // local positions
+    void SetLength(std::size_t iIndex, const Time_TypedLength& iLength); // lengths
+    void PushTime(const Time_Typed& iTime);                              // global positions
+    void PushLocal(const Time_TypedLocal& iTime);                        // local positions
+    void PushLength(const Time_TypedLength& iLength);                    // lengths
 
     // Every element moved by a length of the vector's unit; the meaning stays: a position plus a length is a
     // position, a length plus a length is a length.
     void AddLength(const Time_TypedLength& iLength);
+    // As AddLength, the other way.
     void SubtractLength(const Time_TypedLength& iLength);
     // Lengths counted from a time: global positions afterwards. Asserts "mContext ==
     // Time_eContext_RelativeLength".
