@@ -19,12 +19,15 @@
 class DAW_EventModifiers;
 class DAW_KeyboardState;
 
+// Whether a command does its work at once or lasts while its key is down.
 enum DAW_ECommandType : Cmn_Int32 { DAW_eCommandType_OneShot = 0, DAW_eCommandType_Momentary = 1 };
 
 class KORA_API DAW_Command
 {
 public:
+    // What else was down when the key was pressed or let go.
     using Modifiers = Cmn_AliasedRefCountPtr<DAW_EventModifiers>;
+    // All keys at that moment.
     using KeyboardState = Cmn_RefCountPtr<DAW_KeyboardState>;
 
     // iValue is the application's own, and carried unchanged: a track number, an index, a flag.
@@ -42,7 +45,9 @@ public:
     // The references are the command's own; the objects live at least until it returns. Null when
     // no keyboard was involved.
     virtual void DoCommand(Modifiers iModifiers, KeyboardState iKeyboardState); // DoCommandX
+    // Of a momentary command: its key went down. Does nothing here.
     virtual void DoCommandStart(Modifiers iModifiers, KeyboardState iKeyboardState);
+    // Of a momentary command: its key was let go. Does nothing here.
     virtual void DoCommandEnd(Modifiers iModifiers, KeyboardState iKeyboardState);
 
     void SetEnabled(bool iEnabled) { mEnabled = iEnabled; }

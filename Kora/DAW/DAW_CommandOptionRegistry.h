@@ -25,6 +25,7 @@ struct CommandOptionRegistryKey
 class KORA_API DAW_CommandOptionRegistry
 {
 public:
+    // By the command's number, then by the option's name.
     using CommandOptionMap = std::map<CommandOptionRegistryKey, Cmn_RefCountPtr<DAW_CommandOption>>;
 
     // An option that is registered under the same command and name already is kept, and the new one is not

@@ -22,6 +22,7 @@ public:
     // Numbers are 32 bits wide. std::less<> compares a long with them as it is: one that
     // does not fit finds nothing.
     using CommandMap = std::map<Cmn_Int32, DAW_Command*, std::less<>>;
+    // Is given the command that was registered.
     using NotificationCallback = void (*)(DAW_Command*);
 
     // Takes the command over, deletes another one of its number, and then calls the callback. A command that

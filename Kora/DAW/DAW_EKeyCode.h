@@ -130,6 +130,7 @@ enum DAW_EKeyCode : Cmn_Int32 {
 // The codes run from 0 to cDAW_NumKeyCodes - 1; every other value is an unknown key.
 inline constexpr Cmn_Int32 cDAW_NumKeyCodes = DAW_eKeyCode_Alt + 1;
 
+// Whether a number is a key's code.
 [[nodiscard]] constexpr bool DAW_IsKeyCode(Cmn_Int32 iValue)
 {
     return iValue >= 0 && iValue < cDAW_NumKeyCodes;

@@ -19,34 +19,41 @@
 
 #include <string>
 
+// Command on a Mac, Ctrl on Windows.
 enum DAW_EMenuCommandKeyState : Cmn_Int32 {
     DAW_eMenuCommandKeyState_Up = 0,
     DAW_eMenuCommandKeyState_Down = 1,
     DAW_eMenuCommandKeyState_Either = 2
 };
+// Option on a Mac, Alt on Windows.
 enum DAW_EAlternateKeyState : Cmn_Int32 {
     DAW_eAlternateKeyState_Up = 0,
     DAW_eAlternateKeyState_Down = 1,
     DAW_eAlternateKeyState_Either = 2
 };
+// Control on a Mac, the Windows key on Windows.
 enum DAW_EMetaKeyState : Cmn_Int32 {
     DAW_eMetaKeyState_Up = 0,
     DAW_eMetaKeyState_Down = 1,
     DAW_eMetaKeyState_Either = 2
 };
+// Shift, either one.
 enum DAW_EShiftKeyState : Cmn_Int32 {
     DAW_eShiftKeyState_Up = 0,
     DAW_eShiftKeyState_Down = 1,
     DAW_eShiftKeyState_Either = 2
 };
+// The button that selects.
 enum DAW_ELeftMouseButtonState : Cmn_Int32 {
     DAW_eLeftMouseButtonState_Up = 0,
     DAW_eLeftMouseButtonState_Down = 1
 };
+// The wheel, on most mice.
 enum DAW_EMiddleMouseButtonState : Cmn_Int32 {
     DAW_eMiddleMouseButtonState_Up = 0,
     DAW_eMiddleMouseButtonState_Down = 1
 };
+// The button that opens context menus.
 enum DAW_ERightMouseButtonState : Cmn_Int32 {
     DAW_eRightMouseButtonState_Up = 0,
     DAW_eRightMouseButtonState_Down = 1
@@ -55,6 +62,7 @@ enum DAW_ERightMouseButtonState : Cmn_Int32 {
 class KORA_API DAW_EventModifiers : public Cmn_RefCountObject
 {
 public:
+    // With nothing else said, nothing is down.
     static Cmn_AliasedRefCountPtr<DAW_EventModifiers>
     New(DAW_EMenuCommandKeyState iMenuCommand = DAW_eMenuCommandKeyState_Up,
         DAW_EAlternateKeyState iAlternate = DAW_eAlternateKeyState_Up,
@@ -81,7 +89,9 @@ public:
     void SetMiddleMouseButtonState(DAW_EMiddleMouseButtonState iState) { Set(mMiddle, iState); }
     void SetRightMouseButtonState(DAW_ERightMouseButtonState iState) { Set(mRight, iState); }
 
-    // The state is 1; "either" is not down.
+    // --- What is down
+    // Each is whether the state is 1; "either" is not down.
+
     bool MenuCommandKeyIsDown() const { return mMenuCommand == DAW_eMenuCommandKeyState_Down; }
     bool AlternateKeyIsDown() const { return mAlternate == DAW_eAlternateKeyState_Down; }
     bool MetaKeyIsDown() const { return mMeta == DAW_eMetaKeyState_Down; }
@@ -89,6 +99,8 @@ public:
     bool LeftButtonIsDown() const { return mLeft == DAW_eLeftMouseButtonState_Down; }
     bool MiddleButtonIsDown() const { return mMiddle == DAW_eMiddleMouseButtonState_Down; }
     bool RightButtonIsDown() const { return mRight == DAW_eRightMouseButtonState_Down; }
+
+    // --- All of it
 
     // The very same seven states: "either" equals only itself here.
     bool operator==(const DAW_EventModifiers& iOther) const;

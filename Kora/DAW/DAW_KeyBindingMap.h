@@ -34,6 +34,7 @@ struct DAW_KeyEventCompare
 class KORA_API DAW_KeyBindingMap
 {
 public:
+    // Bindings by their key, those of one key in the order in which they were added.
     using KeyMap =
         std::multimap<Cmn_RefCountPtr<DAW_KeyEvent>, Cmn_RefCountPtr<DAW_KeyBinding>, DAW_KeyEventCompare>;
 

@@ -21,6 +21,7 @@ class KORA_API DAW_KeyContextRegistry
 public:
     // std::less<> compares a long with the 32-bit numbers as it is: one that does not fit finds nothing.
     using KeyContextMap = std::map<Cmn_Int32, DAW_KeyboardInputContext*, std::less<>>;
+    // Is given the context that was registered.
     using NotificationCallback = void (*)(DAW_KeyboardInputContext*);
 
     // Takes the context, made by new, over, deletes another one of its number, and then calls the

@@ -18,7 +18,7 @@
 // Not in the exported class, so that every module has them as constants of its own.
 struct DAW_NoKeyCodes
 {
-    static constexpr Cmn_UInt16 cNoWindowsKeyCode = 0;
+    static constexpr Cmn_UInt16 cNoWindowsKeyCode = 0;  // of a key that Windows does not have
     static constexpr Cmn_UInt16 cNoMacKeyCode = 0xFFFF; // 0 is the letter A
 };
 
@@ -48,11 +48,13 @@ public:
                                                                    bool iIsExtended);
     // oIsExtended: false for a key that Windows has no code for.
     [[nodiscard]] static Cmn_UInt16 DAW_EKeyCodeToWindowsKeyCode(DAW_EKeyCode iKeyCode, bool& oIsExtended);
+    // The flag of DAW_EKeyCodeToWindowsKeyCode alone.
     [[nodiscard]] static bool DAW_EKeyCodeIsWindowsExtendedCode(DAW_EKeyCode iKeyCode);
 
     // Virtual key codes of key events. Either option key gives Alt, which gives the left one. Macs have no
     // Cancel, Select, Execute, SnapShot, Insert, F21 to F24, NumLock (Clear is in its place) and ScrollLock.
     [[nodiscard]] static DAW_EKeyCode MacKeyCodeToDAW_EKeyCode(Cmn_UInt16 iMacKeyCode);
+    // cNoMacKeyCode for a key that Macs do not have.
     [[nodiscard]] static Cmn_UInt16 DAW_EKeyCodeToMacKeyCode(DAW_EKeyCode iKeyCode);
 
     // The key with the same writing on the other part of the keyboard, both ways: Numpad4 ↔ 4,

@@ -16,6 +16,7 @@
 
 #include <array>
 
+// How the bits are numbered.
 enum DAW_EKeyStateArrayFormat : Cmn_Int32 {
     DAW_eKeyStateArrayFormat_ByKeyCode = 0,
     DAW_eKeyStateArrayFormat_ByWindowsKeyCode = 1,
@@ -24,6 +25,7 @@ enum DAW_EKeyStateArrayFormat : Cmn_Int32 {
 
 struct DAW_KeyStateArray
 {
+    // As many as any of the formats numbers.
     static constexpr Cmn_UInt32 cNumBits = 256;
 
     // False for a bit past the last one.

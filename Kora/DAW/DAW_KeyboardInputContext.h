@@ -33,6 +33,7 @@ class DAW_KeyBindingMap;
 class KORA_API DAW_KeyboardInputContext
 {
 public:
+    // Not registered, not current, and without bindings. The number is the application's.
     DAW_KeyboardInputContext(Cmn_Int32 iContextID, std::string iContextName);
     // Takes the context out of the registry, and leaves no context current if it is this one.
     virtual ~DAW_KeyboardInputContext();

@@ -12,6 +12,7 @@
 class KORA_API DAW_KeyboardState : public Cmn_RefCountObject
 {
 public:
+    // A snapshot of the bits, which never changes.
     [[nodiscard]] static Cmn_RefCountPtr<DAW_KeyboardState> New(const DAW_KeyStateArray& iKeys,
                                                                 DAW_EKeyStateArrayFormat iFormat);
 

@@ -11,6 +11,7 @@ class DAW_MenuEntry;
 class KORA_API DAW_MenuData
 {
 public:
+    // A menu that is made from that entry.
     explicit DAW_MenuData(DAW_MenuEntry* iSourceEntry);
     virtual ~DAW_MenuData();
     DAW_MenuData(const DAW_MenuData&) = delete;

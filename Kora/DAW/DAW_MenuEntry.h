@@ -30,6 +30,7 @@ class DAW_MenuEntryCompound;
 class DAW_MenuEntrySeparator;
 class DAW_MenuEntrySubMenu;
 
+// What kind of entry it is, for those who build menus from it.
 enum DAW_MenuEntryType : Cmn_Int32 {
     DAW_eMenuEntryType_Compound = 0, // simple entries too
     DAW_eMenuEntryType_Separator = 1,
@@ -39,8 +40,8 @@ enum DAW_MenuEntryType : Cmn_Int32 {
 // Not in the exported class, so that every module has them as constants of its own.
 struct DAW_CommandNumbers
 {
-    static constexpr Cmn_Int16 cFirstCommandNumber = 25000;
-    static constexpr Cmn_Int16 cLastCommandNumber = 32767;
+    static constexpr Cmn_Int16 cFirstCommandNumber = 25000; // the lowest that items get
+    static constexpr Cmn_Int16 cLastCommandNumber = 32767;  // the highest
     // What an item without a number has; it leads nowhere.
     static constexpr Cmn_Int16 cNoCommandNumber = 0;
 };
@@ -65,7 +66,9 @@ public:
     virtual Cmn_Int32 GetNumberOfItems() = 0;
     // UTF-8, as the system's menus write it: "&Save\tCtrl+S" underlines S and puts the keys to the right.
     virtual std::string GetMenuText(Cmn_Int32 iIndex) = 0;
+    // Whether the item can be chosen; true here.
     virtual bool MenuEntryIsEnabled(Cmn_Int32 iIndex);
+    // Whether the item has a mark; false here.
     virtual bool MenuEntryIsChecked(Cmn_Int32 iIndex);
     // The item's number, assigned on the first call. An override that answers with a number of
     // its own routes it itself.

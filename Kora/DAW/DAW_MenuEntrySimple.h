@@ -20,10 +20,14 @@ public:
     ~DAW_MenuEntrySimple() override;
 
     virtual std::string GetMenuText() = 0;
+    // Whether the item can be chosen; true here.
     virtual bool MenuEntryIsEnabled();
+    // Whether the item has a mark; false here.
     virtual bool MenuEntryIsChecked();
     virtual Cmn_Int16 GetCommandID();
+    // The item was chosen. It may delete the entry, or the whole menu.
     virtual void DoIt() = 0;
+    // The pointer or an arrow key stands on the item. Does nothing here.
     virtual void DoMenuHighlite();
 
     Cmn_Int32 GetNumberOfItems() final;

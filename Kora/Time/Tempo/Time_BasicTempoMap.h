@@ -41,38 +41,49 @@ public:
     // Leaves the segments as they are.
     void SetSampleRate(double iSampleRate) { mSampleRate = iSampleRate; }
 
+    // No segments; the sample rate stays.
     void Clear();
+    // Room for so many segments.
     void Reserve(std::size_t iCount) { mSegments.reserve(iCount); }
     // Behind the last segment when it starts there or later, else before the first one
     // that starts there or later.
     void InsertSegment(const Time_BasicTempoMapSegment& iSegment);
+    // iIndex is below GetNumberOfSegments.
     void EraseSegment(std::size_t iIndex);
     // Searches are binary from any insertion until this, and take a few nanoseconds afterwards.
     void BuildIndex();
 
     std::size_t GetNumberOfSegments() const { return mSegments.size(); }
+    // By ascending start; iIndex is below GetNumberOfSegments.
     const Time_BasicTempoMapSegment& GetSegment(std::size_t iIndex) const { return mSegments[iIndex]; }
     // The index of the governing segment; 0 without segments.
     [[nodiscard]] std::size_t FindSegmentAtTick(Time_Tick iTick) const KORA_NONBLOCKING;
+    // The index of the governing segment; 0 without segments.
     [[nodiscard]] std::size_t FindSegmentAtSample(Time_Sample iSample) const KORA_NONBLOCKING;
 
     // The unrounded sample of a tick.
     [[nodiscard]] double FractionalSampleAtTick(Time_Tick iTick) const KORA_NONBLOCKING;
 
-    // The governing segment's answers; see Time_BasicTempoMapSegment for the rounding.
+    // --- One time
+    // Each is the governing segment's answer; see Time_BasicTempoMapSegment for the rounding.
+
     Time_Sample TickToSample(Time_Tick iTick, bool iClamp) const KORA_NONBLOCKING;
     Time_Tick SampleToTick(Time_Sample iSample) const KORA_NONBLOCKING;
     Time_Sample TickToFirstSample(Time_Tick iTick) const KORA_NONBLOCKING;
     Time_Tick SampleToFirstTick(Time_Sample iSample) const KORA_NONBLOCKING;
 
-    // The same answers for queries that ascend: ioSegment says where the search starts and takes where it
-    // ended. Start with 0; a query that goes back is answered too, only slower.
+    // --- Times that ascend
+    // Each gives the same answer: ioSegment says where the search starts and takes where it ended. Start with
+    // 0; a query that goes back is answered too, only slower.
+
     Time_Sample NextTickToSample(Time_Tick iTick, bool iClamp, std::size_t& ioSegment) const KORA_NONBLOCKING;
     Time_Tick NextSampleToTick(Time_Sample iSample, std::size_t& ioSegment) const KORA_NONBLOCKING;
     Time_Sample NextTickToFirstSample(Time_Tick iTick, std::size_t& ioSegment) const KORA_NONBLOCKING;
     Time_Tick NextSampleToFirstTick(Time_Sample iSample, std::size_t& ioSegment) const KORA_NONBLOCKING;
 
-    // As if the tempo in force at the reference held for ever, before and after.
+    // --- By a reference
+    // Each answers as if the tempo in force at the reference held for ever, before and after.
+
     Time_Sample TickToSampleBasedOnReferenceTempoAtTick(Time_Tick iTick, Time_Tick iReference,
                                                         bool iClamp) const KORA_NONBLOCKING;
     Time_Tick SampleToTickBasedOnReferenceTempoAtTick(Time_Sample iSample,
@@ -80,9 +91,12 @@ public:
     Time_Tick SampleToTickBasedOnReferenceTempoAtSample(Time_Sample iSample,
                                                         Time_Sample iReference) const KORA_NONBLOCKING;
 
+    // --- Many times at once
+
     // Each of iCount values in place, with the bits of the single conversions. Fastest where neighbours in
     // the array are neighbours in time.
     void TicksToSamples(Cmn_Int64* ioTimes, std::size_t iCount, bool iClamp) const KORA_NONBLOCKING;
+    // As TicksToSamples, the other way.
     void SamplesToTicks(Cmn_Int64* ioTimes, std::size_t iCount) const KORA_NONBLOCKING;
     // Converts the times and renames their unit; samples are clamped. Times that are not global positions
     // assert "ioTimes->GetContext() == Time_eContext_GlobalPosition" and are converted; frames, on either

@@ -57,6 +57,7 @@ public:
     // The sample that the tick falls on; with iClamp at most the last sample of the
     // Samples limit (Time_Typed).
     Time_Sample TickToSample(Time_Tick iTick, bool iClamp) const;
+    // The tick nearest to the sample.
     Time_Tick SampleToTick(Time_Sample iSample) const;
     // The first sample whose tick is iTick or later, within the Samples limit.
     Time_Sample TickToFirstSample(Time_Tick iTick) const;
@@ -65,6 +66,7 @@ public:
 
     // The same as TickToSample (unclamped) and SampleToTick for each of iCount values, in place.
     void TicksToSamples(Cmn_Int64* ioTimes, std::size_t iCount) const;
+    // As TicksToSamples, the other way.
     void SamplesToTicks(Cmn_Int64* ioTimes, std::size_t iCount) const;
 
     // "from tick 960000 at sample 24000: 0.025 samples per tick"

@@ -18,12 +18,13 @@ struct Time_ConstantTempoSegConstants : Time_DefaultTempo
 {
     // The name of a header at a stream's position tells which of the segment's two constructors reads it.
     static constexpr char cStreamName[] = "Const";
-    static constexpr char cPrevSegStreamName[] = "Tempo";
+    static constexpr char cPrevSegStreamName[] = "Tempo"; // the layout before
 };
 
 class KORA_API Time_ConstantTempoSeg : public Time_TempoMapSegment, public Time_ConstantTempoSegConstants
 {
 public:
+    // Tells the constructors of the two layouts apart.
     enum EReadPrevSeg { ReadPrevSeg };
 
     // 120 bpm of quarter notes, every flag false.
@@ -43,6 +44,7 @@ public:
     double GetBeatsPerMinute() const { return mBeatsPerMinute; }
     Time_TickLength GetTicksPerBeat() const { return nTicksPerBeat; }
     bool IsTempoUnspecified() const { return mTempoIsUnspecified; }
+    // What is stored stays, and is not asked for until SetTempo.
     void SetTempoIsUnspecified() { mTempoIsUnspecified = true; }
 
     // How many samples iLength may last in the segment's beat, so that its tempo is within the limits.

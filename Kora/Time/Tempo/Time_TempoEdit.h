@@ -33,7 +33,8 @@ class Time_TempoMap;
 // Not in the exported class, so that every module has it as a constant of its own.
 struct Time_TempoEditLimits
 {
-    static constexpr std::size_t cMaxRampSteps = 1000000;
+    static constexpr std::size_t cMaxRampSteps =
+        1000000; // of one ramp; more are refused (eReason_TooManySteps)
 };
 
 class KORA_API Time_TempoEdit : public Time_TempoEditLimits
@@ -88,8 +89,9 @@ public:
     static Time_TempoEditResult Ramp(Time_TempoMap& ioMap, Time_Tick iFrom, Time_Tick iTo,
                                      const Tempo& iStart, double iEndBeatsPerMinute, ECurve iCurve,
                                      const Time_TypedLength& iStep);
-    // All tempi in the range times a factor, or plus beats per minute of their own.
+    // All tempi in the range times a factor.
     static Time_TempoEditResult Scale(Time_TempoMap& ioMap, Time_Tick iFrom, Time_Tick iTo, double iFactor);
+    // All tempi in the range plus beats per minute of their own.
     static Time_TempoEditResult Offset(Time_TempoMap& ioMap, Time_Tick iFrom, Time_Tick iTo,
                                        double iBeatsPerMinute);
     // Scales so that iTo is on the sample of iFrom plus iLength.
@@ -102,6 +104,7 @@ public:
     // and so does the one to the next lock; behind the last lock the tempi stay as they are. A
     // lock that is there is moved.
     static Time_TempoEditResult LockToSample(Time_TempoMap& ioMap, Time_Tick iTick, Time_Sample iSample);
+    // The same of a lock that is there; refused where there is none (eReason_NoLock).
     static Time_TempoEditResult MoveLock(Time_TempoMap& ioMap, Time_Tick iTick, Time_Sample iSample);
     // The stretches to both sides become one; behind the last lock that is left the tempo
     // before goes on as it was.

@@ -11,6 +11,7 @@
 
 struct Time_TempoEditResult
 {
+    // How an edit went: done, or why it was refused.
     enum EReason {
         eReason_Done = 0,
         eReason_EmptyRange = 1, // the range, the step, the list or the length is empty, or negative

@@ -9,6 +9,7 @@
 class Time_TempoLimits
 {
 public:
+    // Quarters a minute, and the segment's beats a minute, each from the least to the greatest.
     constexpr Time_TempoLimits(double iMinQPM, double iMaxQPM, double iMinBPM, double iMaxBPM)
         : mMinQPM(iMinQPM)
         , mMaxQPM(iMaxQPM)
@@ -17,11 +18,15 @@ public:
     {
     }
 
-    // The range that both limits leave, for a beat of iTicksPerBeat.
+    // --- The range
+    // Each is an end of what both limits leave, for a beat of iTicksPerBeat.
+
     [[nodiscard]] KORA_API double GetMinQPM(const Time_TickLength& iTicksPerBeat) const;
     [[nodiscard]] KORA_API double GetMaxQPM(const Time_TickLength& iTicksPerBeat) const;
     [[nodiscard]] KORA_API double GetMinBPM(const Time_TickLength& iTicksPerBeat) const;
     [[nodiscard]] KORA_API double GetMaxBPM(const Time_TickLength& iTicksPerBeat) const;
+
+    // --- Values
 
     // Beats per minute clamped by the beat limits, then by the quarter limits. With the standard limits 1000
     // quarters become 500; 1000 eighths 999.

@@ -41,7 +41,9 @@ struct Time_SampleTransform;
 // Not in the exported class, so that every module has them as constants of its own.
 struct Time_TempoMapDefaults : Time_DefaultSongStart
 {
+    // What an empty map gives: 120 quarters a minute.
     static constexpr double cFallbackBeatsPerMinute = Time_DefaultTempo::cDefaultBeatsPerMinute;
+    // The beat that cFallbackBeatsPerMinute counts.
     static constexpr Time_TickLength cFallbackTicksPerBeat = Time_DefaultTempo::cDefaultTicksPerBeat;
 };
 
@@ -50,6 +52,7 @@ class KORA_API Time_TempoMap : public Ndo_Object, public Time_TempoMapDefaults
 public:
     // Read-only inside the map; see Time_TempoMapSegment.
     using Segments = Cmn_PolyVector<std::unique_ptr<const Time_TempoMapSegment>>;
+    // Goes through the segments by ascending start.
     using SegmentIter = Segments::const_iterator;
 
     // No segments; the sample rate is Time_Globals::GetPullSampleRate(). Until its first query or edit the
@@ -83,6 +86,7 @@ public:
     void AddSegment(std::unique_ptr<Time_TempoMapSegment> iSegmentP);
     // The end asserts "iter != mSegments.end()".
     void DeleteSegment(SegmentIter iter);
+    // Those that start in [iStart, iEnd).
     void EraseSegments(Time_Tick iStart, Time_Tick iEnd);
     // Segments locked to a sample in the range.
     void EraseLockedSegmentsBySample(Time_Sample iStart, Time_Sample iEnd);
@@ -97,6 +101,7 @@ public:
     // yet, and the only one that is marked. Nothing if that is so; asserts "iter != mSegments.end()"
     // where no segment starts.
     void SongStartWasAdded(Time_Tick iTick);
+    // No segments; the sample rate stays.
     void Clear();
     // Copies iOther's segments; the sample rate stays. Nothing for the map itself.
     void ReplaceWith(const Time_TempoMap& iOther);
@@ -133,7 +138,9 @@ public:
 
     // --- Segments
 
+    // The first segment, or SegmentEnd.
     SegmentIter SegmentBegin() const { return Settled().mSegments.begin(); }
+    // Behind the last segment.
     SegmentIter SegmentEnd() const { return Settled().mSegments.end(); }
     std::size_t GetNumberOfSegments() const { return Settled().mSegments.size(); }
     // The segment that starts at iTick, or the end.
@@ -144,6 +151,7 @@ public:
     [[nodiscard]] SegmentIter FindSegmentBySample(Time_Sample iSample) const;
     // The first segment marked as song start, or the end.
     [[nodiscard]] SegmentIter FindSongStart() const;
+    // Whether fewer segments than that are locked to samples.
     bool IsNumberOfLockedSegmentsLessThan(std::size_t iCount) const;
     // The tempo in force at a tick; an empty map gives the fallback tempo.
     void GetTempoAtTick(double& oBeatsPerMinute, Time_TickLength& oTicksPerBeat, Time_Tick iTick) const;
@@ -168,7 +176,8 @@ public:
     // At most one segment is locked, so nothing is stretched between two samples.
     bool IsAllChanges() const;
 
-    // --- Conversions: those of Time_BasicTempoMap, where they are described
+    // --- Conversions
+    // Each is that of Time_BasicTempoMap, where it is described.
 
     const Time_BasicTempoMap& GetBasicTempoMap() const;
     double GetSampleRate() const;
@@ -190,8 +199,10 @@ public:
     Time_Tick SampleToTickBasedOnReferenceTempoAtSample(Time_Sample iSample,
                                                         Time_Sample iReference) const KORA_NONBLOCKING;
 
-    // Of typed times, with samples clamped. Frames, on either side, assert "time_type_mismatch": the scalar
-    // forms then give 0, the others their argument.
+    // --- Conversions of typed times
+    // Each clamps samples. Frames, on either side, assert "time_type_mismatch": the scalar forms then give 0,
+    // the others their argument.
+
     Time_Sample TimeTypedToSample(const Time_Typed& iTime) const KORA_NONBLOCKING;
     Time_Tick TimeTypedToTick(const Time_Typed& iTime) const KORA_NONBLOCKING;
     Time_Typed TimeTypedToSpecifiedType(const Time_Typed& iTime, Time_EType iType) const KORA_NONBLOCKING;
@@ -205,6 +216,7 @@ public:
     // edit has put it out of date, for the editing thread too. Pair each success with a
     // ReleaseReadLock on the same thread.
     [[nodiscard]] bool TryToAcquireReadLock() const KORA_NONBLOCKING;
+    // On the thread that got it. A thread that waits to edit goes on.
     void ReleaseReadLock() const KORA_NONBLOCKING;
     Cnn_ListenerList<Mdl_SimpleValMessage>& GetListenerList() { return mListeners; }
 

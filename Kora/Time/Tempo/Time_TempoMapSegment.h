@@ -24,6 +24,7 @@ struct Time_SampleTransform;
 class KORA_API Time_TempoMapSegment
 {
 public:
+    // The kinds of segments, as streams have them.
     enum ETypeID {
         ePreviousTempoSeg = 0, // an older layout; none of that kind stands in a finished map
         eConstantTempoSeg = 1
@@ -33,6 +34,7 @@ public:
     Time_TempoMapSegment& operator=(const Time_TempoMapSegment&) = delete;
 
     virtual ETypeID GetTypeID() const = 0;
+    // A copy of the segment's own class.
     [[nodiscard]] virtual std::unique_ptr<Time_TempoMapSegment> Clone() const = 0;
 
     // Adds the numeric segment to ioMap where the start follows from what lies before: the locked sample, or
@@ -60,6 +62,7 @@ public:
     // Moves the sample that the start is locked to; the tempo and a free segment stay as they are.
     virtual void TransformSamples(const Time_SampleTransform& iTransform);
 
+    // The stream form of the segment's own class.
     virtual void StreamOut(Sys_TypedOutStream& ioStream) const = 0;
     virtual Cmn_XMLNode GetAsXML() const = 0;
     // "tick 960000, locked to sample 24000, song start: 120 bpm per 960000 ticks"
@@ -77,6 +80,7 @@ public:
     void SetIsSongStart(bool iIsSongStart) { mIsSongStart = iIsSongStart; }
     void SetIsCopyAnchor(bool iIsCopyAnchor) { mIsCopyAnchor = iIsCopyAnchor; }
     void SetStartTick(Time_Tick iStartTick) { nStartTick = iStartTick; }
+    // The start is at that sample from here on.
     void LockToSample(Time_Sample iSample);
     // Keeps the sample.
     void UnlockFromSample() { mIsLockedToSample = false; }

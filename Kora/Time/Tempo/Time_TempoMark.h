@@ -35,6 +35,7 @@ public:
         return mBeatsPerMinute * mTicksPerBeat.AsFloat64() / Time_TickLength::cQuarter.AsFloat64();
     }
 
+    // As musicians write it.
     [[nodiscard]] KORA_API std::string ToString() const;
     static constexpr std::size_t cTextBytes = 64; // for ToText, the zero included
     // The same into the caller's cTextBytes, closed by a zero; allocates nothing. Returns the characters
