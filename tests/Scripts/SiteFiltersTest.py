@@ -22,7 +22,7 @@ cHeader = """\
 class KORA_API Time_Thing
 {
 public:
-    // Adds 100% of it.
+    // Adds 100% of "<it>".
     void Add(int iTick);
     void Add(double iTick);
     void Remove(); // takes it out
@@ -55,9 +55,9 @@ inline void Time_Thing::Remove() {}
 cLines = {
     "the opening block stays a comment": (1, "// Time_Thing: one thing of time. It has"),
     "a comment above nothing does too": (10, "// Floats above nothing."),
-    "a comment above a declaration documents it": (15, "    /// Adds 100\\% of it."),
+    "a comment above a declaration documents it": (15, "    /// Adds 100\\% of \"<it>\"."),
     "the first of two overloads": (16, "    void Add(int iTick);"),
-    "the second shares the comment": (17, "/** Adds 100\\% of it. */     void Add(double iTick);"),
+    "the second shares the comment": (17, "/** Adds 100\\% of \"<it>\". */     void Add(double iTick);"),
     "a comment behind a declaration documents it": (18, "    void Remove(); ///< takes it out"),
     "a section opens a group": (20, "/** \\name Edits */ /** \\{ */"),
     "a body is left alone": (23, "        // stays a comment"),
