@@ -16,7 +16,7 @@ public:
     // call that reported goes on.
     using Handler = void (*)(const char* iText, int iLine);
 
-    static constexpr char cSeparator[] = "@$^$@";
+    static constexpr char cSeparator[] = "@$^$@"; // between the expression and its source
 
     // Installs the host's handler and returns the one before. Null brings back the library's own, which
     // writes one line to stderr for each place, once.
@@ -25,9 +25,10 @@ public:
     // Hands a finished text to the handler in force.
     static void HandleMagicAssert(const char* iText, int iLine);
 
-    // What the macros below call. Both return false, so that a failed check can end a call:
+    // What the macros below call with a whole text. Returns false, so that a failed check can end a call:
     // `if (!Cmn_ASSERT(iMap != nullptr)) return 0;`
     static bool Report(const char* iText, int iLine);
+    // The same with the file that the expression stands in, whose path becomes the source.
     static bool ReportFrom(const char* iExpression, const char* iFile, int iLine);
 };
 

@@ -5,6 +5,7 @@
 
 #include <string>
 
+// For any noun: the word for one, and the word for every other count.
 [[nodiscard]] inline std::string Cmn_CountText(Cmn_Int64 iCount, const std::string& iOne,
                                                const std::string& iMany)
 {

@@ -34,6 +34,7 @@ template <class T>
 class Cmn_DoublyLinkedList
 {
 public:
+    // What elements derive from.
     using Link = Cmn_DoublyLinkedListLink;
 
     Cmn_DoublyLinkedList() = default;

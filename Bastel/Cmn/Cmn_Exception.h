@@ -30,8 +30,9 @@ enum Cmn_EMessage : Cmn_Int32 {
 class KORA_API Cmn_Exception : public std::runtime_error
 {
 public:
-    static constexpr Cmn_Int64 cNoOffset = -1;
+    static constexpr Cmn_Int64 cNoOffset = -1; // the error has no place
 
+    // iOffset in bytes; iFile in UTF-8, empty where there is none.
     explicit Cmn_Exception(Cmn_EMessage iMessage, Cmn_Int64 iOffset = cNoOffset, std::string iFile = {});
     ~Cmn_Exception() override;
 
@@ -69,6 +70,7 @@ private:
 class KORA_API Cmn_DocumentTooOldException : public Cmn_Exception
 {
 public:
+    // iOffset: where the version stands.
     explicit Cmn_DocumentTooOldException(Cmn_Int64 iOffset = cNoOffset);
     ~Cmn_DocumentTooOldException() override;
 };
@@ -76,6 +78,7 @@ public:
 class KORA_API Cmn_DocumentTooNewException : public Cmn_Exception
 {
 public:
+    // iOffset: where the version stands.
     explicit Cmn_DocumentTooNewException(Cmn_Int64 iOffset = cNoOffset);
     ~Cmn_DocumentTooNewException() override;
 };
@@ -84,6 +87,7 @@ public:
 class KORA_API Sys_StreamReadException : public Cmn_Exception
 {
 public:
+    // iOffset: where reading failed; iReason: what was found and what was expected.
     explicit Sys_StreamReadException(Cmn_Int64 iOffset = cNoOffset, std::string iReason = {});
     ~Sys_StreamReadException() override;
 };
@@ -91,6 +95,7 @@ public:
 class KORA_API Sys_StreamWriteException : public Cmn_Exception
 {
 public:
+    // iOffset: where writing failed.
     explicit Sys_StreamWriteException(Cmn_Int64 iOffset = cNoOffset);
     ~Sys_StreamWriteException() override;
 };

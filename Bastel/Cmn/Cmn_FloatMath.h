@@ -18,6 +18,7 @@
     return iValue < 0 ? (std::numeric_limits<Cmn_Int64>::min)() : (std::numeric_limits<Cmn_Int64>::max)();
 }
 
+// Truncates toward zero.
 [[nodiscard]] constexpr Cmn_Int32 Cmn_Float64ToInt32(double iValue)
 {
     if (iValue >= -2147483648.0 && iValue < 2147483648.0) [[likely]]

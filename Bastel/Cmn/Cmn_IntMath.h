@@ -10,6 +10,7 @@
 #include <concepts>
 #include <type_traits>
 
+// The sum, in two's complement.
 template <std::signed_integral T>
 [[nodiscard]] constexpr T Cmn_WrapAdd(T iA, T iB)
 {
@@ -17,6 +18,7 @@ template <std::signed_integral T>
     return static_cast<T>(static_cast<U>(static_cast<U>(iA) + static_cast<U>(iB)));
 }
 
+// The difference, in two's complement.
 template <std::signed_integral T>
 [[nodiscard]] constexpr T Cmn_WrapSub(T iA, T iB)
 {
@@ -24,6 +26,7 @@ template <std::signed_integral T>
     return static_cast<T>(static_cast<U>(static_cast<U>(iA) - static_cast<U>(iB)));
 }
 
+// The product, in two's complement.
 template <std::signed_integral T>
 [[nodiscard]] constexpr T Cmn_WrapMul(T iA, T iB)
 {
@@ -32,6 +35,7 @@ template <std::signed_integral T>
     return static_cast<T>(static_cast<U>(iA) * static_cast<U>(iB));
 }
 
+// The negative; the smallest integer is its own.
 template <std::signed_integral T>
 [[nodiscard]] constexpr T Cmn_WrapNeg(T iA)
 {

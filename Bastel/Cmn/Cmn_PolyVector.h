@@ -45,10 +45,12 @@ public:
     using const_reverse_iterator = typename std::vector<T>::const_reverse_iterator;
 
     Cmn_PolyVector() = default;
+    // These elements.
     Cmn_PolyVector(std::initializer_list<T> iElements)
         : mElements(iElements)
     {
     }
+    // Copies of [iFirst, iLast).
     template <std::input_iterator Iter>
     Cmn_PolyVector(Iter iFirst, Iter iLast)
         : mElements(iFirst, iLast)

@@ -44,6 +44,7 @@ class Cmn_RefCountPtr
 {
 public:
     Cmn_RefCountPtr() = default;
+    // Adds a reference to the object; null holds none.
     Cmn_RefCountPtr(T* iObject)
         : mObject(iObject)
     {
@@ -73,6 +74,7 @@ public:
         if (mObject != nullptr) mObject->Release();
     }
 
+    // Null when it holds none.
     T* get() const { return mObject; }
     T& operator*() const { return *mObject; }
     T* operator->() const { return mObject; }
@@ -92,6 +94,7 @@ class Cmn_AliasedRefCountPtr
 {
 public:
     Cmn_AliasedRefCountPtr() = default;
+    // Holds none.
     Cmn_AliasedRefCountPtr(std::nullptr_t) {}
     // The object itself, or a base of it.
     template <class U>
@@ -114,6 +117,7 @@ public:
     {
     }
 
+    // The part; null when it holds none.
     T* get() const { return mPart; }
     T& operator*() const { return *mPart; }
     T* operator->() const { return mPart; }

@@ -12,5 +12,7 @@
 
 #include <string_view>
 
+// The 64-bit integer that the text is.
 [[nodiscard]] KORA_API Cmn_Int64 Cmn_StringToInt64(std::string_view iText);
+// The 32-bit integer that the text is.
 [[nodiscard]] KORA_API Cmn_Int32 Cmn_StringToInt32(std::string_view iText);

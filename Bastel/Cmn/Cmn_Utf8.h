@@ -10,7 +10,7 @@
 #include <string>
 #include <string_view>
 
-inline constexpr char32_t cCmn_ReplacementCharacter = 0xFFFD;
+inline constexpr char32_t cCmn_ReplacementCharacter = 0xFFFD; // for what is ill-formed
 
 // Takes the first character off a text that is not empty.
 KORA_API char32_t Cmn_TakeUtf8(std::string_view& ioText);

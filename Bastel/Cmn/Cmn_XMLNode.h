@@ -20,6 +20,7 @@
 class KORA_API Cmn_XMLNode
 {
 public:
+    // A node without attributes, text and children.
     explicit Cmn_XMLNode(std::string iName);
 
     const std::string& GetName() const { return mName; }
@@ -30,6 +31,7 @@ public:
     [[nodiscard]] const Cmn_XMLNode* FindChild(std::string_view iName) const;
 
     void SetText(std::string iText) { mText = std::move(iText); }
+    // Behind those that are there; whether the name is there already is not asked.
     void AddAttribute(std::string iName, std::string iValue);
     void AddAttribute(std::string iName, double iValue);
     // Takes the child; the reference holds until the next child is added.
