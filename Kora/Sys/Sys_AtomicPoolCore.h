@@ -202,6 +202,7 @@ private:
 class Sys_AtomicPoolCore::Magazine
 {
 public:
+    // Of a pool that outlives it.
     explicit Magazine(Sys_AtomicPoolCore& ioPool)
         : mPool(ioPool)
     {
@@ -210,6 +211,7 @@ public:
     Magazine(const Magazine&) = delete;
     Magazine& operator=(const Magazine&) = delete;
 
+    // As the pool's.
     void* Allocate(std::size_t iBytes) KORA_NONBLOCKING
     {
         const unsigned fit = mPool.FitOf(iBytes);
@@ -219,6 +221,7 @@ public:
             return nullptr;
         return held.mCells[--held.mCount];
     }
+    // Gives back all that it holds, and its shares.
     KORA_API void Flush();
 
 private:

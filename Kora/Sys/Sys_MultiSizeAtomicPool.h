@@ -109,10 +109,12 @@ template <class T>
 class Sys_MultiSizeAtomicPool<T>::Magazine : private Sys_AtomicPoolCore::Magazine
 {
 public:
+    // Of a pool that outlives it.
     explicit Magazine(Sys_MultiSizeAtomicPool& ioPool)
         : Sys_AtomicPoolCore::Magazine(ioPool)
     {
     }
+    // As the pool's, of what was fetched ahead.
     T* Allocate(std::size_t iBytes) KORA_NONBLOCKING
     {
         return static_cast<T*>(Sys_AtomicPoolCore::Magazine::Allocate(iBytes));

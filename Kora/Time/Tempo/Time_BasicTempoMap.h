@@ -35,6 +35,7 @@ public:
     Time_BasicTempoMap(const Time_BasicTempoMap& iOther);
     Time_BasicTempoMap& operator=(const Time_BasicTempoMap& iOther);
     ~Time_BasicTempoMap();
+    // Exchanges everything, the sample rates too.
     void Swap(Time_BasicTempoMap& ioOther);
 
     double GetSampleRate() const { return mSampleRate; }
