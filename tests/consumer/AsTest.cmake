@@ -19,19 +19,17 @@ function(host_project name folder)
   set_tests_properties(Package.${name} PROPERTIES TIMEOUT 900)
 endfunction()
 
-# Once a platform is enough for the headers, by themselves and behind macros, and for the tree as a part of a host's; the
-# other build of the two has the examples.
-set(once ON)
-if(CMAKE_BUILD_TYPE STREQUAL "Release" AND NOT CMAKE_CROSSCOMPILING)
-  set(once OFF)
+# Once a platform is enough for the headers, by themselves and behind macros, for the tree as a part of a host's, and for
+# the examples.
+set(once OFF)
+if(CMAKE_BUILD_TYPE STREQUAL "Release")
+  set(once ON)
 endif()
 host_project(Consumer "${CMAKE_CURRENT_LIST_DIR}" "-DCMAKE_PREFIX_PATH=${prefix}" "-DEVERY_HEADER=${once}"
              "-DWITH_COMMAND=${KORA_BUILD_TOOL}")
 set_tests_properties(Package.Consumer PROPERTIES FIXTURES_REQUIRED KoraPackage)
 if(once)
   host_project(Subproject "${PROJECT_SOURCE_DIR}/tests/subproject")
-endif()
-if(CMAKE_BUILD_TYPE STREQUAL "Release")
   host_project(Examples "${PROJECT_SOURCE_DIR}/examples" "-DCMAKE_PREFIX_PATH=${prefix}")
   set_tests_properties(Package.Examples PROPERTIES FIXTURES_REQUIRED KoraPackage)
 endif()
