@@ -118,6 +118,35 @@ TYPED_TEST(SearchIndex, ReadsFewKeysInBoundedMemoryAndServesWithoutIt)
     }
 }
 
+// However many keys there are already: an append, and a change that leaves the keys behind it, read a few.
+TEST(SearchIndexOfIntegers, EditsReadNoMoreKeysAmidMany)
+{
+    for (const std::size_t count : {std::size_t{1000}, std::size_t{100000}}) {
+        SCOPED_TRACE(count);
+        std::mt19937_64 random(count);
+        std::vector<Cmn_Int64> keys;
+        std::size_t read = 0;
+        const auto keyAt = [&](std::size_t i) { return ++read, keys[i]; };
+        Time_SearchIndex<Cmn_Int64> index;
+        for (Cmn_Int64 key = 0; keys.size() < count; key += 1 + static_cast<Cmn_Int64>(random() % 2000)) {
+            keys.push_back(key);
+            index.Splice(keys.size(), keys.size() - 1, 0, keyAt);
+        }
+        EXPECT_LT(read, count * 30) << "appended one by one";
+        read = 0;
+        for (std::size_t edit = 0; edit < 1000; ++edit) {
+            const std::size_t at = 1 + random() % (count - 2);
+            keys[at] =
+                keys[at - 1] + 1 + static_cast<Cmn_Int64>(random() % 1000) % (keys[at + 1] - keys[at - 1]);
+            keys[at] = std::min(keys[at], keys[at + 1]);
+            index.Splice(count, at, count - at - 1, keyAt);
+        }
+        EXPECT_LT(read, std::size_t{1000} * 60) << "changed one by one";
+        for (std::size_t i = 0; i < count; i += 37)
+            ASSERT_EQ(index.Find(keys[i], keyAt), PlainFind(keys, keys[i]));
+    }
+}
+
 TEST(SearchIndexOfIntegers, FindsKeysAtTheEndsOfTheRange)
 {
     constexpr Cmn_Int64 cMin = std::numeric_limits<Cmn_Int64>::min(),
