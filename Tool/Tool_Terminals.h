@@ -27,8 +27,6 @@ public:
 
 private:
     Tool_Terminals mTerminals;
-    unsigned long mOutMode = 0; // of a console, as it was
-    unsigned long mErrMode = 0;
 };
 
 // Whether the environment lets there be colours at all.

@@ -5,6 +5,10 @@
 
 namespace {
 
+// Of consoles, as they were. The process has one guard.
+DWORD sOutMode = 0;
+DWORD sErrMode = 0;
+
 // Whether it is a console; oMode is its mode, 0 where it is none.
 bool GetMode(DWORD iStream, DWORD& oMode) { return GetConsoleMode(GetStdHandle(iStream), &oMode) != FALSE; }
 
@@ -20,16 +24,16 @@ Tool_StTerminals::Tool_StTerminals()
 {
     const bool allows = Tool_AllowsColours();
     DWORD inMode = 0;
-    const bool isOut = GetMode(STD_OUTPUT_HANDLE, mOutMode);
-    const bool isErr = GetMode(STD_ERROR_HANDLE, mErrMode);
+    const bool isOut = GetMode(STD_OUTPUT_HANDLE, sOutMode);
+    const bool isErr = GetMode(STD_ERROR_HANDLE, sErrMode);
     mTerminals = {GetMode(STD_INPUT_HANDLE, inMode), isOut, isErr,
-                  Tool_Style(isOut && allows && TakesSequences(STD_OUTPUT_HANDLE, mOutMode)),
-                  Tool_Style(isErr && allows && TakesSequences(STD_ERROR_HANDLE, mErrMode))};
+                  Tool_Style(isOut && allows && TakesSequences(STD_OUTPUT_HANDLE, sOutMode)),
+                  Tool_Style(isErr && allows && TakesSequences(STD_ERROR_HANDLE, sErrMode))};
 }
 
 Tool_StTerminals::~Tool_StTerminals()
 {
     // The other way round: both may be one console.
-    if (mTerminals.mErr.HasColours()) SetConsoleMode(GetStdHandle(STD_ERROR_HANDLE), mErrMode);
-    if (mTerminals.mOut.HasColours()) SetConsoleMode(GetStdHandle(STD_OUTPUT_HANDLE), mOutMode);
+    if (mTerminals.mErr.HasColours()) SetConsoleMode(GetStdHandle(STD_ERROR_HANDLE), sErrMode);
+    if (mTerminals.mOut.HasColours()) SetConsoleMode(GetStdHandle(STD_OUTPUT_HANDLE), sOutMode);
 }
