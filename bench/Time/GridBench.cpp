@@ -1,4 +1,5 @@
 // Lines of a grid, rulers, and the forms of time as text.
+#include "Kora/Kora_Init.h"
 #include "Kora/Time.h"
 
 #include <benchmark/benchmark.h>
@@ -72,9 +73,11 @@ void BM_GridSnap(benchmark::State& ioState)
 }
 BENCHMARK(BM_GridSnap)->Arg(10)->Arg(1000)->Arg(100000);
 
-// 3840 pixels over so many bars, in a song of so many meters and tempi.
+// 3840 pixels over so many bars, scrolled to another place each time, in a song of so many meters and tempi.
 void BM_Ruler(benchmark::State& ioState, Time_EForm iForm, Cmn_Int64 iBars)
 {
+    static const bool sStarted = (Kora_Init::Init(), true); // the limits of times
+    benchmark::DoNotOptimize(sStarted);
     Time_MeterMap meters;
     AddMeters(meters, ioState.range(0));
     Time_TempoMap tempi;
@@ -92,11 +95,14 @@ void BM_Ruler(benchmark::State& ioState, Time_EForm iForm, Cmn_Int64 iBars)
     const auto measure = [](std::string_view iText) { return 7.0 * static_cast<double>(iText.size()); };
     const Time_Ruler ruler(converter, iForm, Time_Typed(1000000000, Time_eType_Samples), measure);
     Time_PixelMapper mapper(converter);
-    mapper.Show(Time_Range(Time_Tick(0), Time_Tick(iBars * 3000000)), 3840);
-    std::size_t count = 0;
-    for (auto _ : ioState)
-        ruler.Draw(mapper, 3840, [&](const Time_RulerLine& iLine) { count += iLine.mLabel.size() + 1; });
-    benchmark::DoNotOptimize(count);
+    std::mt19937_64 random(7);
+    std::size_t lines = 0;
+    for (auto _ : ioState) {
+        const auto start = static_cast<Cmn_Int64>(random() % 100000000000);
+        mapper.Show(Time_Range(Time_Tick(start), Time_Tick(start + iBars * 3000000)), 3840);
+        ruler.Draw(mapper, 3840, [&](const Time_RulerLine&) { ++lines; });
+    }
+    ioState.counters["lines"] = static_cast<double>(lines) / static_cast<double>(ioState.iterations());
 }
 BENCHMARK_CAPTURE(BM_Ruler, Bars100, Time_eForm_Bars, 100)
     ->Arg(10000)
