@@ -6,6 +6,7 @@
 #include "Kora/Documents.h"
 #include "Kora/Kora_Init.h"
 #include "Kora/Kora_RefreshClient.h"
+#include "Kora/Kora_Version.h"
 #include "Kora/MIDI.h"
 #include "Kora/Messages.h"
 #include "Kora/Time.h"

@@ -2,6 +2,7 @@
 
 #include "Bastel/Cmn/Cmn_Exception.h"
 #include "Kora/Kora_Init.h"
+#include "Kora/Kora_Version.h"
 #include "Tool/Tool_Commands.h"
 #include "Tool/Tool_HelpPage.h"
 #include "Tool/Tool_InputError.h"
@@ -52,11 +53,19 @@ bool AsksForVersion(const std::vector<std::string>& iArguments)
     return !iArguments.empty() && (iArguments.front() == "-V" || iArguments.front() == "--version");
 }
 
+// The library's too where it is another: the command is replaced without it, or it without the command.
+std::string VersionText()
+{
+    const std::string library = Kora_Version::GetText();
+    return "kora " KORA_VERSION_TEXT + (library == KORA_VERSION_TEXT ? "" : " (library " + library + ')') +
+           '\n';
+}
+
 Tool_Outcome Outcome(const std::vector<std::string>& iArguments, const Tool_Console& iConsole,
                      StLibrary& ioLibrary)
 {
     const std::string first = iArguments.empty() ? "" : iArguments.front();
-    if (AsksForVersion(iArguments)) return {"kora " KORA_VERSION "\n", {}, {}};
+    if (AsksForVersion(iArguments)) return {VersionText(), {}, {}};
     if (first == "-h" || first == "--help") return {Tool_MainHelpPage(iConsole.mOut), {}, {}};
     if (const Tool_CommandEntry* const command = Tool_FindCommand(first))
         return RunCommand(*command, {iArguments.begin() + 1, iArguments.end()}, iConsole, ioLibrary);

@@ -1,5 +1,6 @@
 #include "Tool/Tool_ManPage.h"
 
+#include "Kora/Kora_Version.h"
 #include "Tool/Tool_Help.h"
 #include "Tool/Tool_HelpPage.h"
 
@@ -128,7 +129,7 @@ std::string Top(const std::string& iPage, std::string_view iBrief)
     std::transform(title.begin(), title.end(), title.begin(),
                    [](char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; });
     return ".TH " + title + " 1 " + cDate +
-           " \"Kora " KORA_VERSION "\" \"User commands\"\n.nh\n.ad l\n.SH NAME\n" +
+           " \"Kora " KORA_VERSION_TEXT "\" \"User commands\"\n.nh\n.ad l\n.SH NAME\n" +
            Lines(iPage + " - " + std::string(iBrief));
 }
 

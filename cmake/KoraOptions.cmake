@@ -48,6 +48,18 @@ set(CMAKE_CXX_EXTENSIONS OFF)
 set(KORA_PRECOMPILED_OPTIONS
   $<$<AND:$<COMPILE_LANGUAGE:CXX>,$<CXX_COMPILER_ID:GNU>>:-Wno-array-bounds -Wno-stringop-overflow -Wno-stringop-overread>)
 
+# kora_version_info(TARGET FILE TYPE DESCRIPTION): the version that Windows shows of a program or a library. Each has an
+# object of its own of the one resource file.
+function(kora_version_info target file type description)
+  set(resource "${CMAKE_CURRENT_BINARY_DIR}/${target}-version.rc")
+  file(CONFIGURE OUTPUT "${resource}" CONTENT
+    "#define FILE_NAME \"${file}\"\n#define FILE_TYPE ${type}\n#define FILE_DESCRIPTION \"${description}\"\n#include \"Kora/Win32/Kora_VersionInfo.rc\"\n")
+  target_sources(${target} PRIVATE "${resource}")
+  set_source_files_properties("${resource}" TARGET_DIRECTORY ${target} PROPERTIES
+    INCLUDE_DIRECTORIES "${PROJECT_SOURCE_DIR}"
+    OBJECT_DEPENDS "${PROJECT_SOURCE_DIR}/Kora/Kora_Version.h;${PROJECT_SOURCE_DIR}/Kora/Win32/Kora_VersionInfo.rc")
+endfunction()
+
 # For the files that are compiled for processors with AVX2, for those with SSE4.2 and PCLMULQDQ, and for the one that
 # asks which registers the system saves.
 set(KORA_AVX2_OPTIONS -mavx2)

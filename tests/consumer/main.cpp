@@ -18,6 +18,12 @@ void Expect(bool iHolds, const char* iClaim)
     }
 }
 
+void TheLibraryIsOfTheVersionOfItsHeaders()
+{
+    Expect(Kora_Version::HeadersMatch(), "headers and library were installed together");
+    Expect(std::string(Kora_Version::GetText()) == KORA_VERSION_TEXT, "the library says so too");
+}
+
 void AFailedCheckReachesTheHostsHandler()
 {
     const Cmn_Assert::Handler before =
@@ -99,6 +105,7 @@ int main()
     TheHostsStaticObjectsUseTheLibrary();
     AMapTellsTheHostAndUndoesItsEdit();
     StaticDataIsShared();
+    TheLibraryIsOfTheVersionOfItsHeaders();
     AFailedCheckReachesTheHostsHandler();
     AnExceptionIsCaughtByItsTypeInTheHost();
     Kora_Init::Free();
