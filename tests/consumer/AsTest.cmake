@@ -28,7 +28,18 @@ endif()
 host_project(Consumer "${CMAKE_CURRENT_LIST_DIR}" "-DCMAKE_PREFIX_PATH=${prefix}" "-DEVERY_HEADER=${once}"
              "-DWITH_COMMAND=${KORA_BUILD_TOOL}")
 set_tests_properties(Package.Consumer PROPERTIES FIXTURES_REQUIRED KoraPackage)
+# The template that hosts start from finds the library in each of its ways.
+set(template "${PROJECT_SOURCE_DIR}/examples/host-template")
+host_project(TemplatePackage "${template}" -DKORA_FROM=package "-DCMAKE_PREFIX_PATH=${prefix}")
+set_tests_properties(Package.TemplatePackage PROPERTIES FIXTURES_REQUIRED KoraPackage)
+find_program(KORA_PKG_CONFIG pkg-config)
+if(KORA_PKG_CONFIG AND NOT CMAKE_CROSSCOMPILING)
+  host_project(TemplatePkgConfig "${template}" -DKORA_FROM=pkg-config)
+  set_tests_properties(Package.TemplatePkgConfig PROPERTIES FIXTURES_REQUIRED KoraPackage
+    ENVIRONMENT "PKG_CONFIG_PATH=${prefix}/${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+endif()
 if(once)
+  host_project(TemplatePath "${template}" -DKORA_FROM=path "-DKORA_PATH=${PROJECT_SOURCE_DIR}")
   host_project(Subproject "${PROJECT_SOURCE_DIR}/tests/subproject")
   host_project(Examples "${PROJECT_SOURCE_DIR}/examples" "-DCMAKE_PREFIX_PATH=${prefix}")
   set_tests_properties(Package.Examples PROPERTIES FIXTURES_REQUIRED KoraPackage)
