@@ -5,6 +5,7 @@
 #include "Kora/Diagnostics.h"
 #include "Kora/Documents.h"
 #include "Kora/Kora_Init.h"
+#include "Kora/Kora_InitScope.h"
 #include "Kora/Kora_RefreshClient.h"
 #include "Kora/Kora_Version.h"
 #include "Kora/MIDI.h"

@@ -3,7 +3,7 @@
 //   audio thread ── /Mixer/Master ──▶ editor   every value, in order
 //                                ├──▶ meter    the newest only
 //                                └──▶ logger   every value, at a node connected with the master's
-#include "Kora/Kora_Init.h"
+#include "Kora/Kora_InitScope.h"
 #include "Kora/Tokens.h"
 #include "OstrelPlatformSupport/PSThread.h"
 
@@ -132,26 +132,23 @@ int PlayBlocks(SDS_IName& iMaster)
 
 int main()
 {
-    Kora_Init::Init();
-    {
-        SDS_IName master("Mixer/Master");
-        SDS_IName log("Log");
-        if (log.ConnectTo(&master) != eSDSErr_None) std::puts("no memory: the logger hears nothing");
-        Reader editor("editor", master, false);
-        Reader meter("meter", master, true);
-        Reader logger("logger", log, false);
+    const Kora_InitScope kora;
+    SDS_IName master("Mixer/Master");
+    SDS_IName log("Log");
+    if (log.ConnectTo(&master) != eSDSErr_None) std::puts("no memory: the logger hears nothing");
+    Reader editor("editor", master, false);
+    Reader meter("meter", master, true);
+    Reader logger("logger", log, false);
 
-        int refused = 0;
-        std::thread audio([&] { refused = PlayBlocks(master); });
-        audio.join();
-        std::printf("%d blocks sent, %d refused; the time from the audio thread to each reader:\n", cBlocks,
-                    refused);
-        for (Reader* const reader : {&editor, &meter, &logger}) {
-            reader->Stop();
-            reader->Report();
-        }
-        static_cast<void>(log.DisconnectFrom(&master)); // they go anyway
+    int refused = 0;
+    std::thread audio([&] { refused = PlayBlocks(master); });
+    audio.join();
+    std::printf("%d blocks sent, %d refused; the time from the audio thread to each reader:\n", cBlocks,
+                refused);
+    for (Reader* const reader : {&editor, &meter, &logger}) {
+        reader->Stop();
+        reader->Report();
     }
-    Kora_Init::Free();
+    static_cast<void>(log.DisconnectFrom(&master)); // they go anyway
     return 0;
 }

@@ -1,5 +1,5 @@
 // A song with a tempo change and a change of meter, and its positions in all four forms.
-#include "Kora/Kora_Init.h"
+#include "Kora/Kora_InitScope.h"
 #include "Kora/Time.h"
 
 #include <cstdio>
@@ -22,7 +22,7 @@ void Print(const Time_Converter& iConverter, const Time_BarBeatTick& iPosition)
 
 int main()
 {
-    Kora_Init::Init();
+    const Kora_InitScope kora;
     Time_Globals::SetSampleRate(48000);
     Time_Globals::SetFrameRate(30);
 
@@ -57,6 +57,5 @@ int main()
     const Time_Typed to = converter.AddLength(from, Time_BarBeatTick(2, 0, Time_TickLength::cZero));
     std::printf("two bars after bar 2, which is sample %s, comes sample %s\n",
                 from.AsSample().ToString().c_str(), to.AsSample().ToString().c_str());
-    Kora_Init::Free();
     return 0;
 }

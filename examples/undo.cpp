@@ -1,6 +1,6 @@
 // One undo step: a ruler listens to a meter map, an edit is recorded, undone and redone.
 #include "Kora/Undo.h"
-#include "Kora/Kora_Init.h"
+#include "Kora/Kora_InitScope.h"
 #include "Kora/Messages.h"
 #include "Kora/Time.h"
 
@@ -52,27 +52,24 @@ struct Deleter
 
 int main()
 {
-    Kora_Init::Init();
-    {
-        const std::unique_ptr<Time_MeterMap, Deleter> map(new Time_MeterMap(Ndo_Object::kUndoable));
-        map->MakeRealIfDefault();
-        const Ruler ruler(*map);
-        std::printf("4/4 throughout\n");
-        ruler.Draw();
+    const Kora_InitScope kora;
+    const std::unique_ptr<Time_MeterMap, Deleter> map(new Time_MeterMap(Ndo_Object::kUndoable));
+    map->MakeRealIfDefault();
+    const Ruler ruler(*map);
+    std::printf("4/4 throughout\n");
+    ruler.Draw();
 
-        std::printf("3/4 put on the third beat of bar 2, which is cut short\n");
-        Ndo_StOperationRecorder recorder;
-        map->AddMeterChange(map->BarBeatToTick({2, 3, Time_TickLength::cZero}), Time_Meter(3, 4));
-        const std::unique_ptr<Ndo_Operation> undo = recorder.OperationComplete();
+    std::printf("3/4 put on the third beat of bar 2, which is cut short\n");
+    Ndo_StOperationRecorder recorder;
+    map->AddMeterChange(map->BarBeatToTick({2, 3, Time_TickLength::cZero}), Time_Meter(3, 4));
+    const std::unique_ptr<Ndo_Operation> undo = recorder.OperationComplete();
 
-        std::printf("undo\n");
-        Ndo_StOperationRecorder redoRecorder;
-        undo->Restore();
-        const std::unique_ptr<Ndo_Operation> redo = redoRecorder.OperationComplete();
+    std::printf("undo\n");
+    Ndo_StOperationRecorder redoRecorder;
+    undo->Restore();
+    const std::unique_ptr<Ndo_Operation> redo = redoRecorder.OperationComplete();
 
-        std::printf("redo\n");
-        redo->Restore();
-    }
-    Kora_Init::Free();
+    std::printf("redo\n");
+    redo->Restore();
     return 0;
 }
