@@ -46,6 +46,7 @@
 #include "Kora/Time/Tempo/Time_TempoMapSegment.h"
 #include "Kora/Time/Tempo/Time_TempoMap_StEditOptimizer.h"
 #include "Kora/Time/Tempo/Time_TempoMark.h"
+#include "Kora/Time/Values/Time_Chrono.h"
 #include "Kora/Time/Values/Time_EType.h"
 #include "Kora/Time/Values/Time_Range.h"
 #include "Kora/Time/Values/Time_RangeSet.h"
