@@ -69,3 +69,4 @@ install(DIRECTORY "${PROJECT_SOURCE_DIR}/docs/" DESTINATION "${CMAKE_INSTALL_DOC
         FILES_MATCHING PATTERN "*.md" PATTERN "pictures/*" PATTERN "output/*" PATTERN "site" EXCLUDE PATTERN "performance" EXCLUDE)
 # The site of guides and reference, where it was built (target docs).
 install(DIRECTORY "${PROJECT_BINARY_DIR}/site/" DESTINATION "${CMAKE_INSTALL_DOCDIR}/html" COMPONENT documentation OPTIONAL)
+include(KoraDebuggers)
