@@ -32,6 +32,12 @@ public:
     {
     }
 
+    // The same with names in place of the two switches: Major(3) is A major, MinorWithFlats(1) D minor.
+    static constexpr Time_KeySignature Major(Cmn_UInt8 iSharps) { return {true, true, iSharps}; }
+    static constexpr Time_KeySignature Minor(Cmn_UInt8 iSharps) { return {false, true, iSharps}; }
+    static constexpr Time_KeySignature MajorWithFlats(Cmn_UInt8 iFlats) { return {true, false, iFlats}; }
+    static constexpr Time_KeySignature MinorWithFlats(Cmn_UInt8 iFlats) { return {false, false, iFlats}; }
+
     constexpr bool IsMajor() const { return mIsMajor; }
     // Written with sharps; false: with flats. Without accidentals it still chooses the tables used below, so
     // that C major and A minor exist in both forms, which are not equal.

@@ -16,6 +16,7 @@
 #include "Kora/Time/Values/Time_EType.h"
 
 #include <string>
+#include <string_view>
 
 class Time_TypedDefs
 {
@@ -32,6 +33,12 @@ public:
                                                        Time_EType iType);
     // "960000 Ticks"
     [[nodiscard]] KORA_API static std::string Dump(Cmn_Int64 iCount, Time_EType iType);
+    // "960000 ticks", "1 sample": never translated. An invalid unit is written as its number.
+    [[nodiscard]] KORA_API static std::string ToString(Cmn_Int64 iCount, Time_EType iType);
+    // Reads a whole number of 64 bits and a unit, one or many, in small letters or capitals, with blanks
+    // around them: what ToString and Dump write. Anything else is false and changes nothing.
+    [[nodiscard]] KORA_API static bool FromString(std::string_view iText, Cmn_Int64* oCount,
+                                                  Time_EType* oType);
 
 private:
     static constexpr Cmn_UInt64 cTagMask = Cmn_UInt64{7} << 60;

@@ -34,6 +34,14 @@ int Transposed(const Time_KeySignature& iKey, int iPitch, int iSteps)
 
 } // namespace
 
+TEST(KeySignature, NamedConstructorsSayModeAndAccidentals)
+{
+    EXPECT_EQ(Time_KeySignature::Major(3).ToString(), "A major");
+    EXPECT_EQ(Time_KeySignature::Minor(3).ToString(), "F# minor");
+    EXPECT_EQ(Time_KeySignature::MajorWithFlats(2).ToString(), "Bb major");
+    EXPECT_EQ(Time_KeySignature::MinorWithFlats(1).ToString(), "D minor");
+}
+
 TEST(KeySignature, EveryKeyHasItsName)
 {
     // With sharps, with flats.

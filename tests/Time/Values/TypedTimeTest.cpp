@@ -26,6 +26,35 @@ TYPED_TEST_SUITE(TypedTest, Types);
 
 } // namespace
 
+TYPED_TEST(TypedTest, TextBringsBackCountAndUnit)
+{
+    using Time = TypeParam;
+    for (const Time_EType unit : cUnits)
+        for (const Cmn_Int64 count :
+             {cLeast, Cmn_Int64{-1}, Cmn_Int64{0}, Cmn_Int64{1}, Cmn_Int64{96000}, cMost}) {
+            const Time time(count, unit);
+            for (const std::string& text :
+                 {time.ToString(), Time_TypedDefs::Dump(count, unit), " \t" + time.ToString() + " "})
+            {
+                Time read(7, unit == cTicks ? cFrames : cTicks);
+                ASSERT_TRUE(read.FromString(text)) << text;
+                EXPECT_EQ(read.GetType(), unit) << text;
+                EXPECT_EQ(read.AsInt64(), count) << text;
+            }
+        }
+    EXPECT_EQ(Time(96000, cSamples).ToString(), "96000 samples");
+    EXPECT_EQ(Time(1, cTicks).ToString(), "1 tick");
+    for (const std::string& text :
+         {std::string(), std::string(" "), std::string("96000"), std::string("samples"),
+          std::string("5samples"), std::string("5 sampless"), std::string("5 s"), std::string("5.5 ticks"),
+          std::string("5 ticks 6"), std::string("9223372036854775808 ticks"), Time(5, cInvalid).ToString()})
+    {
+        Time kept(7, cFrames);
+        EXPECT_FALSE(kept.FromString(text)) << text;
+        EXPECT_EQ(kept, Time(7, cFrames)) << text;
+    }
+}
+
 TYPED_TEST(TypedTest, MixedUnitsAreReportedAndKeepTheLeftUnit)
 {
     using Time = TypeParam;
