@@ -9,7 +9,7 @@ gdb, cmake, build, library, program = sys.argv[1:]
 library = pathlib.Path(library).resolve()
 with tempfile.TemporaryDirectory() as made:
     prefix = pathlib.Path(made).resolve()
-    subprocess.run([cmake, "--install", build, "--component", "Debuggers", "--prefix", prefix], check=True,
+    subprocess.run([cmake, "--install", build, "--component", "development", "--prefix", prefix], check=True,
                    stdout=subprocess.DEVNULL)
     scripts = list(prefix.rglob(library.name + "-gdb.py"))
     if len(scripts) != 1:
