@@ -12,8 +12,11 @@
 
 // For resource files, and for programs that serve several versions.
 #define KORA_VERSION_MAJOR 0
+// As above: of compatible additions from 1.0 on, of changed interfaces before.
 #define KORA_VERSION_MINOR 1
+// As above: of corrections.
 #define KORA_VERSION_PATCH 0
+// The three with dots between, as GetText gives them.
 #define KORA_VERSION_TEXT "0.1.0"
 
 #ifndef RC_INVOKED
@@ -32,6 +35,7 @@ class KORA_API Kora_Version
 public:
     // Of the library that was loaded: "0.1.0", which lives as long as the process.
     [[nodiscard]] static const char* GetText();
+    // The same as numbers.
     [[nodiscard]] static Kora_VersionNumber Get();
 
     // Of the headers that the caller is compiled with.

@@ -34,8 +34,11 @@ public:
 
     // The same with names in place of the two switches: Major(3) is A major, MinorWithFlats(1) D minor.
     static constexpr Time_KeySignature Major(Cmn_UInt8 iSharps) { return {true, true, iSharps}; }
+    // F sharp minor with 3.
     static constexpr Time_KeySignature Minor(Cmn_UInt8 iSharps) { return {false, true, iSharps}; }
+    // E flat major with 3.
     static constexpr Time_KeySignature MajorWithFlats(Cmn_UInt8 iFlats) { return {true, false, iFlats}; }
+    // C minor with 3.
     static constexpr Time_KeySignature MinorWithFlats(Cmn_UInt8 iFlats) { return {false, false, iFlats}; }
 
     constexpr bool IsMajor() const { return mIsMajor; }

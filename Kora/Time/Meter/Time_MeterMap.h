@@ -111,8 +111,9 @@ public:
 
     // The lines of a range of ticks, from its start on and before its end.
     Time_MeterGrid Grid(const Time_Range& iRange, const Time_GridDivision& iDivision) const;
-    // The barlines of a range alone, and all beats, barlines among them.
+    // The barlines of a range alone.
     Time_MeterGrid Bars(const Time_Range& iRange) const { return Grid(iRange, Time_GridDivision::Bars()); }
+    // Its beats, barlines among them.
     Time_MeterGrid Beats(const Time_Range& iRange) const { return Grid(iRange, Time_GridDivision::Beats()); }
     // The line that a position snaps to.
     Time_GridLine FindGridLine(Time_Tick iTick, const Time_GridDivision& iDivision,

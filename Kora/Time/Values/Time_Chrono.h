@@ -46,12 +46,14 @@ public:
         const Cmn_Int64 left = product % iDenominator;
         return whole * iNumerator + below + (left >= iDenominator - left ? 1 : 0);
     }
+    // Asserts where it is none.
     static constexpr bool IsRate(Cmn_Int32 iSampleRate)
     {
         return Cmn_ASSERT_AS(iSampleRate > 0, "iSampleRate > 0", "Time/Time_Chrono");
     }
 };
 
+// How many samples a duration lasts.
 template <class Count, class Period>
 [[nodiscard]] constexpr Time_SampleLength
 Time_SamplesOf(const std::chrono::duration<Count, Period>& iDuration, Cmn_Int32 iSampleRate)

@@ -198,9 +198,9 @@ public:
     }
     // "960000 Ticks long"
     std::string Dump() const { return Time_TypedDefs::Dump(mCount, mType) + " long"; }
-    // "960000 ticks", for texts that are kept and read back; FromString reads it, "960000 Ticks" and "1 tick".
-    // Anything else is false and changes nothing.
+    // "960000 ticks", for texts that are kept and read back.
     [[nodiscard]] std::string ToString() const { return Time_TypedDefs::ToString(mCount, mType); }
+    // Reads that, "960000 Ticks" and "1 tick". Anything else is false and changes nothing.
     [[nodiscard]] bool FromString(std::string_view iText)
     {
         return Time_TypedDefs::FromString(iText, &mCount, &mType);

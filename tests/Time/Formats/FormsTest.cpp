@@ -81,7 +81,12 @@ void ExpectCanonical(Form iForm, const std::string& iSound, std::mt19937& ioRand
 
 TEST(MinSecTest, EveryMillisecondOfADayIsReadAsItIsWritten)
 {
-    for (Cmn_Int64 ms = 0; ms < 86400000; ms += ms < 4000000 || ms > 86000000 ? 1 : 37) {
+#ifdef NDEBUG
+    constexpr Cmn_Int64 step = 1;
+#else
+    constexpr Cmn_Int64 step = 37; // of the hours between the first and the last
+#endif
+    for (Cmn_Int64 ms = 0; ms < 86400000; ms += ms < 4000000 || ms > 86000000 ? 1 : step) {
         const Time_MinSec time(ms);
         char text[Time_MinSec::cTextBytes];
         const std::size_t size = time.ToText(text);
