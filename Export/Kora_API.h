@@ -15,6 +15,7 @@
 #if defined(KORA_BUILDING_LIBRARY)
 #define KORA_API __declspec(dllexport)
 #else
+// Of a host; the library itself exports.
 #define KORA_API __declspec(dllimport)
 #endif
 #elif defined(__GNUC__)
@@ -27,6 +28,7 @@
 #if defined(KORA_STATIC)
 #define KORA_API_NODISCARD [[nodiscard]]
 #elif !defined(__GNUC__)
+// KORA_API for a class whose objects must not get lost.
 #define KORA_API_NODISCARD [[nodiscard]] KORA_API
 #elif !defined(_WIN32)
 #define KORA_API_NODISCARD [[nodiscard, gnu::visibility("default")]]
@@ -51,5 +53,6 @@
 #elif defined(__GNUC__)
 #define KORA_PRINTF_CHECKED(iFormat, iFirst) __attribute__((format(printf, iFormat, iFirst)))
 #else
+// A compiler that can not check formats checks none.
 #define KORA_PRINTF_CHECKED(iFormat, iFirst)
 #endif

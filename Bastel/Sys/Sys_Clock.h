@@ -33,6 +33,7 @@ public:
 class [[nodiscard]] Sys_Clock::StSource
 {
 public:
+    // The source must outlive the scope.
     explicit StSource(const Source& iSource)
         : mBefore(SetSource(&iSource))
     {

@@ -17,6 +17,7 @@ class Cmn_Exception;
 class KORA_API Sys_File
 {
 public:
+    // Closed at first; nothing is looked for yet.
     explicit Sys_File(Sys_FileLoc iLocation);
     ~Sys_File();
     Sys_File(const Sys_File&) = delete;
@@ -33,17 +34,23 @@ public:
     bool IsOpen() const { return mHandle != Sys_FileSystem::cNoHandle; }
     const Sys_FileLoc& GetFileLoc() const { return mLocation; }
 
+    // From the position on, which moves; how many bytes there were. Fewer are the file's end or a failure
+    // (GetLastError).
     std::size_t Read(void* oBytes, std::size_t iCount);
+    // The same for writing; fewer are a failure.
     std::size_t Write(const void* iBytes, std::size_t iCount);
     Cmn_Int64 GetPosition() const { return mPosition; }
     void SetPosition(Cmn_Int64 iPosition); // negative asserts and changes nothing
 
+    // As Read, at a place; the position stays.
     std::size_t ReadAt(Cmn_Int64 iPosition, void* oBytes, std::size_t iCount);
+    // As Write, at a place; the position stays.
     std::size_t WriteAt(Cmn_Int64 iPosition, const void* iBytes, std::size_t iCount);
 
     // 0 where it cannot be had.
     Cmn_Int64 GetLength();
     void SetLength(Cmn_Int64 iLength);
+    // Returns when the file's bytes and length are on the disk.
     void Sync();
     // The code for the last request of this file, 0 when it went well.
     Cmn_Int32 GetLastError() const { return mLastError; }

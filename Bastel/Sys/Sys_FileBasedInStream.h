@@ -21,15 +21,20 @@ class Sys_BlockCache;
 // Not in the exported class, so that every module has them as constants of its own.
 struct Sys_ReadAheadSizes
 {
+    // Bytes that the buffer grows to unless it is told otherwise.
     static constexpr std::size_t cDefaultReadAhead = 8192;
+    // Bytes of the first buffer after a jump.
     static constexpr std::size_t cFirstRead = 512;
+    // Bytes of a read within a body whose sum was right.
     static constexpr std::size_t cSequentialRead = std::size_t{128} << 10;
+    // Jumps until small reads go through the cache.
     static constexpr int cJumpsBeforeCaching = 64;
 };
 
 class KORA_API Sys_FileBasedInStream : public Sys_InStream, public Sys_ReadAheadSizes
 {
 public:
+    // From the file's position on.
     explicit Sys_FileBasedInStream(Sys_File& iFile);
     ~Sys_FileBasedInStream() override;
     Sys_FileBasedInStream(const Sys_FileBasedInStream&) = delete;

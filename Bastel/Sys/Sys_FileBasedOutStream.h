@@ -21,12 +21,14 @@ struct Sys_OutStreamLimits
 {
     static constexpr std::size_t cBufferSize = std::size_t{256}
                                                << 10; // at most; it grows with what is written
+    // Of the position up to which it may write.
     static constexpr Cmn_Int64 cNoLimit = 0x7FFFFFFFFFFFFFFF;
 };
 
 class KORA_API Sys_FileBasedOutStream : public Sys_OutStream, public Sys_OutStreamLimits
 {
 public:
+    // From the file's position on. The file stays the caller's and must outlive the stream.
     explicit Sys_FileBasedOutStream(Sys_File& iFile);
     ~Sys_FileBasedOutStream() override;
 

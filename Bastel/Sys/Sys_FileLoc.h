@@ -13,6 +13,7 @@ class KORA_API Sys_FileLoc
 {
 public:
     Sys_FileLoc();
+    // A path in UTF-8, in the system's form.
     explicit Sys_FileLoc(std::string iPath);
     ~Sys_FileLoc();
     Sys_FileLoc(const Sys_FileLoc&);

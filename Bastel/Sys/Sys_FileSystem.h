@@ -21,13 +21,16 @@
 // Not in the exported class, so that every module has it as a constant of its own.
 struct Sys_FileHandle
 {
+    // An open file, as its file system numbers it.
     using Handle = Cmn_Int64;
+    // No open file has it.
     static constexpr Handle cNoHandle = -1;
 };
 
 class KORA_API Sys_FileSystem : public Sys_FileHandle
 {
 public:
+    // What a file is opened for.
     enum EAccess : Cmn_Int32 {
         eAccess_Read = 0,
         eAccess_Write = 1,       // reads and writes an existing file; nobody else opens it to write meanwhile
@@ -53,13 +56,17 @@ public:
 
     // Takes regular files alone. Readers are never refused for a writer's sake, and refuse none.
     virtual Cmn_Int32 Open(const std::string& iPath, EAccess iAccess, Handle& oHandle) = 0;
+    // Gives up the handle, whatever is returned.
     virtual Cmn_Int32 Close(Handle iHandle) = 0;
     // oCount is below iCount at the end of the file alone; both transfer as often as the system needs.
     virtual Cmn_Int32 ReadAt(Handle iHandle, Cmn_Int64 iPosition, void* oBytes, std::size_t iCount,
                              std::size_t& oCount) = 0;
+    // The same for writing, where fewer are a failure.
     virtual Cmn_Int32 WriteAt(Handle iHandle, Cmn_Int64 iPosition, const void* iBytes, std::size_t iCount,
                               std::size_t& oCount) = 0;
+    // In bytes.
     virtual Cmn_Int32 GetLength(Handle iHandle, Cmn_Int64& oLength) = 0;
+    // Cuts the file off, or fills it up with zeros.
     virtual Cmn_Int32 SetLength(Handle iHandle, Cmn_Int64 iLength) = 0;
     // Returns when the file's bytes and length are on the disk.
     virtual Cmn_Int32 Sync(Handle iHandle) = 0;
@@ -84,10 +91,12 @@ public:
     // What the names of files that OpenBeside makes for iTarget begin with, and such a name. All of them are
     // short and equally long, so that they fit wherever iTarget's does.
     [[nodiscard]] static std::string PrefixBeside(const std::string& iTarget);
+    // Another each time.
     [[nodiscard]] static std::string NameBeside(const std::string& iTarget);
 
     // Returns when the names in the folder are on the disk; success where the system has no such request.
     virtual Cmn_Int32 SyncFolder(const std::string& iFolder) = 0;
+    // The file of that name; a link goes itself.
     virtual Cmn_Int32 Remove(const std::string& iPath) = 0;
     // The path with every symbolic link followed, so that a save replaces the file and not the link. Of a
     // link that leads to no file, the path of the file that it names; on Windows that is refused. The same
@@ -109,6 +118,7 @@ public:
 class [[nodiscard]] Sys_FileSystem::StSystem
 {
 public:
+    // The system must outlive the scope.
     explicit StSystem(Sys_FileSystem& iSystem)
         : mBefore(Set(&iSystem))
     {

@@ -10,6 +10,7 @@
 class KORA_API Sys_Store
 {
 public:
+    // What a store is opened for.
     enum EOpenFlag : Cmn_Int32 {
         eOpenFlag_Closed = 0,
         eOpenFlag_Read = 1,

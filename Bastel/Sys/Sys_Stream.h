@@ -47,6 +47,7 @@ public:
     {
         return mVerifiedBegin <= iBegin && iEnd <= mVerifiedEnd;
     }
+    // Says of a stretch that its sum was right.
     void SetVerified(Cmn_Int64 iBegin, Cmn_Int64 iEnd)
     {
         mVerifiedBegin = iBegin;
@@ -105,6 +106,7 @@ private:
 class KORA_API Sys_MemInStream : public Sys_InStream
 {
 public:
+    // From their first byte on.
     explicit Sys_MemInStream(std::span<const Cmn_UInt8> iBytes);
     ~Sys_MemInStream() override;
     std::size_t Read(void* oBytes, std::size_t iCount) override;

@@ -21,7 +21,9 @@ class KORA_API Sys_StreamDump
 public:
     // Of each run of bytes at most cMaxRunBytes are shown, of the whole at most cMaxLines lines.
     static constexpr std::size_t cMaxRunBytes = 256;
+    // More are cut off, and said so.
     static constexpr std::size_t cMaxLines = 1000;
+    // Headers within headers that are followed.
     static constexpr int cMaxLevels = 16;
 
     // iSwap as it was for the typed stream that wrote the bytes.

@@ -25,18 +25,29 @@ enum ETextEncoding : Cmn_Int32 {
 class KORA_API Sys_TypedInStream
 {
 public:
+    // Reads from the byte stream's position on; iSwap: the bytes are big-endian.
     explicit Sys_TypedInStream(Sys_InStream& ioStream, bool iSwap = false,
                                ETextEncoding iEncoding = eTextEncoding_Utf8);
 
+    // One byte.
     bool ReadBool();
+    // One byte.
     Cmn_UInt8 ReadUInt8();
+    // Two bytes.
     Cmn_Int16 ReadInt16();
+    // Two bytes.
     Cmn_UInt16 ReadUInt16();
+    // Four bytes.
     Cmn_Int32 ReadInt32();
+    // Four bytes.
     Cmn_UInt32 ReadUInt32();
+    // Eight bytes.
     Cmn_Int64 ReadInt64();
+    // Eight bytes, IEEE.
     double ReadFloat64();
+    // The count and the bytes, in the caller's encoding.
     std::string ReadString();
+    // All of them, as they stand.
     void ReadBytes(void* oBytes, std::size_t iCount);
 
     Cmn_Int64 GetPosition() const { return mStream.GetPosition(); }
@@ -64,15 +75,25 @@ public:
     explicit Sys_TypedOutStream(Sys_OutStream& ioStream, bool iSwap = false,
                                 ETextEncoding iEncoding = eTextEncoding_Utf8, bool iRepairText = false);
 
+    // One byte.
     void WriteBool(bool iValue);
+    // One byte.
     void WriteUInt8(Cmn_UInt8 iValue);
+    // Two bytes.
     void WriteInt16(Cmn_Int16 iValue);
+    // Two bytes.
     void WriteUInt16(Cmn_UInt16 iValue);
+    // Four bytes.
     void WriteInt32(Cmn_Int32 iValue);
+    // Four bytes.
     void WriteUInt32(Cmn_UInt32 iValue);
+    // Eight bytes.
     void WriteInt64(Cmn_Int64 iValue);
+    // Eight bytes, IEEE.
     void WriteFloat64(double iValue);
+    // The count and the bytes, as UTF-8.
     void WriteString(std::string_view iText);
+    // As they stand.
     void WriteBytes(const void* iBytes, std::size_t iCount);
 
     Cmn_Int64 GetPosition() const { return mStream.GetPosition(); }

@@ -9,6 +9,7 @@
 class KORA_API SDS_ConnectionClosureIterator : public SDS_CachingNameIterator
 {
 public:
+    // How nodes are kept while the walk lasts.
     enum class Walk {
         eHeld,
         // The dispatcher's: without holds, so that nodes at the limit of their references can still be
@@ -16,6 +17,7 @@ public:
         eUnheld,
         eUnheldUnqueued
     };
+    // Without a node yet: Reset gives it one.
     explicit SDS_ConnectionClosureIterator(Walk iWalk = Walk::eHeld);
     ~SDS_ConnectionClosureIterator() override;
 

@@ -19,12 +19,17 @@ public:
     SDS_Iterator(const SDS_Iterator&) = delete;
     SDS_Iterator& operator=(const SDS_Iterator&) = delete;
 
+    // To the first item.
     virtual ESDSError First();
+    // To the last item, in walks that have one.
     virtual ESDSError Last();
+    // To the item behind.
     virtual ESDSError Next();
+    // To the item before, in walks that have one.
     virtual ESDSError Previous();
     // True while there is a current item.
     virtual bool Valid();
+    // There is no current item any more.
     virtual void Invalidate();
     // The current item; null when there is none.
     virtual void* Item() = 0;

@@ -67,6 +67,7 @@ public:
 
     // A pointer of the client's, forgotten when the node is freed; null at first.
     static ESDSError SetObject(SDS_Name* iBase, const char* const iPath, void* iObject);
+    // The pointer that was set last.
     static ESDSError GetObject(SDS_Name* iBase, const char* const iPath, void** oObject);
 
     // Makes the nodes where they do not exist. Connecting twice, or in the other order, or a node with
@@ -78,16 +79,20 @@ public:
     // parting 8,000 takes about 3 ms.
     static ESDSError ConnectNames(SDS_Name* iBaseA, const char* const iPathA, SDS_Name* iBaseB,
                                   const char* const iPathB);
+    // Takes the connection away; where there is none, nothing.
     static ESDSError DisconnectNames(SDS_Name* iBaseA, const char* const iPathA, SDS_Name* iBaseB,
                                      const char* const iPathB);
 
     // New iterators, which the caller deletes.
     static ESDSError GetChildIterator(SDS_Name* iBase, const char* const iPath,
                                       SDS_ChildIterator** oIterator);
+    // Over the nodes above one, up to the root.
     static ESDSError GetParentIterator(SDS_Name* iBase, const char* const iPath,
                                        SDS_ParentIterator** oIterator);
+    // Over the nodes that one is connected with itself.
     static ESDSError GetConnectionIterator(SDS_Name* iBase, const char* const iPath,
                                            SDS_ConnectionIterator** oIterator);
+    // Over all that one is connected with, through others too.
     static ESDSError GetConnectionClosureIterator(SDS_Name* iBase, const char* const iPath,
                                                   SDS_ConnectionClosureIterator** oIterator);
     // Sets an iterator anew to a node; null: eSDSErr_OutOfMemory.

@@ -39,11 +39,14 @@ class Sys_MultiSizeAtomicPool;
 class KORA_API SDS_TokenDispatcher
 {
 public:
+    // Looks at a token before it is delivered; other than 0 consumes it.
     using TokenFilter = unsigned char (*)(SDS_Token*);
 
     // Called by SDS_NameRegistry::Init; once only, later calls succeed at once.
     static ESDSError Init();
+    // Nothing: what Init made lives until the process ends.
     static void Free() {}
+    // Nothing: there is no work that waits for idle time.
     static void IdleRoutine() {}
 
     // Copies the token to all who hear it. A `time` of 1 is replaced, in the caller's
@@ -58,9 +61,12 @@ public:
     // is given back by DoneWithToken, once. Without a task: eSDSErr_InvalidTask; without a place for a
     // result: eSDSErr_OutOfMemory.
     static ESDSError GetToken(SDS_TokenTask* iTask, SDS_TokenListener** oListener, SDS_Token** oToken);
+    // The same with the value that the listener was given for its task.
     static ESDSError GetTokenAndTaskVal(SDS_TokenTask* iTask, SDS_TokenListener** oListener, void** oTaskVal,
                                         SDS_Token** oToken);
+    // Gives a token back that GetToken gave.
     static ESDSError DoneWithToken(SDS_Token* iToken);
+    // Whether any waits, at one moment.
     static ESDSError TokensAvailable(SDS_TokenTask* iTask, unsigned char* oAvailable);
 
     // Sees each token first, on the producer's thread; one for which it returns other than 0 goes no further,
@@ -87,14 +93,18 @@ public:
 
     // The library's own.
     static Sys_MultiSizeAtomicPool<SDS_DeliveryElement>& GetTokenPool();
+    // Adds cells to sizes that run low; allocates.
     static void GrowTokenPoolIfLow();
     static Cmn_UInt32 GetTokenPoolGrowCount();
+    // A node that goes is not rebuilt at a pause's end.
     static void TakeOffBatchList(SDS_Name& ioName);
+    // Who hears what no node's listeners do.
     static ESDSError RebuildGlobalListeners();
 
     // What debug and sanitizer builds call between the steps of dispatch, delivery and retirement, on any
     // thread; release builds never do. Tests let threads change there.
     static void SetInterleavingHook(void (*iHook)());
+    // Calls the hook, if there is one.
     static void CallInterleavingHook();
 
     // Free cells of each size of all that there are, and lists that wait to be

@@ -69,11 +69,13 @@ public:
 
     // The dispatcher's: the chain of active listeners that lead here.
     void AddActiveListener(SDS_ActiveListener* ioActive);
+    // Of one that goes, or whose list is recycled.
     void RemoveActiveListener(SDS_ActiveListener* ioActive);
 
     // The consumer's: the highest number taken from a mailbox. A rebuild gives the listener another mailbox;
     // when the notice of the older one comes late, its token has been overtaken.
     bool IsOvertaken(Cmn_UInt64 iNumber) const { return iNumber < mNewestMail; }
+    // Numbers ascend.
     void NoteMail(Cmn_UInt64 iNumber) { mNewestMail = iNumber; }
 
     // The neighbour in the node's list, in the order of activation.

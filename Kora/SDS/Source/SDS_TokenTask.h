@@ -37,18 +37,26 @@ public:
     void SetPriority(Cmn_Int32 iPriority);
     Cmn_Int32 GetPriority() const { return mPriority; }
 
+    // Lives as long as the task.
     SDS_DeliveryQueue* DeliveryQueue() const { return mQueue.get(); }
 
+    // The dispatcher's, under its section: a listener is in one task's list at most.
     void AddListener(SDS_TokenListener* ioListener);
+    // The same for one that leaves.
     void RemoveListener(SDS_TokenListener* ioListener);
 
     // See SDS_ITokenTask.
     void SetClientEvent(IPSSyncPrim* iEvent);
+    // Wakes the task's thread, if there is an event.
     void SignalClientEvent();
 
+    // Nothing: a task has no thread of its own.
     void Wakeup() {}
+    // The same.
     void GoToSleep() {}
+    // Whether there is a task at all.
     [[nodiscard]] static bool ValidPtr(const SDS_TokenTask* iTask) { return iTask != nullptr; }
+    // That of audio threads, whatever thread asks.
     [[nodiscard]] static Cmn_Int32 CurrentPriority() { return cAudioPriority; }
 
     // The tokens that wait, a line each, for debuggers and logs: by the thread that takes the task's tokens.

@@ -46,8 +46,11 @@ public:
     static void Init();
     [[nodiscard]] static bool IsEnabled() { return false; }
 
+    // A token has come to the dispatcher.
     static ESDSError TrackTokenReceived(SDS_Token*) { return eSDSErr_None; }
+    // A copy is about to be queued for a listener.
     static ESDSError TrackTokenDeliveryQueue(SDS_Token*, SDS_ActiveListener*) { return eSDSErr_None; }
+    // A task hands a copy to its listener.
     static ESDSError TrackTokenDelivery(SDS_TokenTask*, SDS_TokenListener*, void*, SDS_Token*, const char*)
     {
         return eSDSErr_None;
@@ -57,12 +60,14 @@ public:
     {
         return eSDSErr_None;
     }
+    // A node goes, with its path.
     static void NameAboutToBeFreed(SDS_Name*, char* const) {}
 
     // Four-character codes. A pair is kept once.
     static ESDSError TrackTokenLifecycle(Cmn_Int32 iType, Cmn_Int32 iSubType);
     // Replaces the printer that was there for the pair; null takes it away.
     static ESDSError RegisterTokenPrettyPrinter(Cmn_Int32 iType, Cmn_Int32 iSubType, PrettyPrinter iPrinter);
+    // Counts of tokens received, delivered and dropped begin at 0 again.
     static void ResetStats();
 
     // The token through its printer or, where it has none, as its codes, its node's path
