@@ -5,12 +5,13 @@
 #include "Tool/Tool_SongReport.h"
 
 #include <cstring>
+#include <string>
 
 namespace {
 
 void Check(std::string_view iBytes)
 {
-    const Tool_Song song(Tool_MidiFile::Parse(iBytes, "fuzz.mid"), Tool_Settings());
+    const Tool_Song song(Tool_MidiFile::Parse(std::string(iBytes), "fuzz.mid"), Tool_Settings());
     const Tool_SongReport report(song, "fuzz.mid");
     Require(report.Json().back() == '\n', "the JSON ends with a line");
     Require(report.Table().back() == '\n', "the table ends with a line");
