@@ -190,6 +190,36 @@ TEST_F(TempoMap, EachEditTellsOnceAndEditsOfNothingTellNobody)
     EXPECT_EQ(TakeBroadcasts(), 0);
 }
 
+// At the same rate what the other map had computed comes along, at another one it is computed anew; an edit that follows
+// builds on it.
+TEST_F(TempoMap, AMapThatIsGivenAwayLeavesWhatACopyWouldAndIsEmpty)
+{
+    for (const double rate : {48000.0, 96000.0}) {
+        SCOPED_TRACE(rate);
+        Time_TempoMap given;
+        given.SetSampleRate(rate);
+        Fill(given, {{.mTick = cStart, .mLocked = true, .mSongStart = true},
+                     {.mTick = cStart + 4 * cQuarter, .mComputed = true},
+                     {.mTick = cStart + 9 * cQuarter, .mBpm = 75, .mLocked = true, .mSample = 400000}});
+        static_cast<void>(given.TickToSample(Time_Tick(cStart)));
+        Time_TempoMap copy;
+        copy.SetSampleRate(48000);
+        copy.ReplaceWith(given);
+        TakeBroadcasts();
+        mMap.ReplaceWith(std::move(given));
+        EXPECT_EQ(TakeBroadcasts(), 1);
+        EXPECT_EQ(given.GetNumberOfSegments(), 0u);
+        EXPECT_EQ(given.TickToSample(Time_Tick(cStart + cQuarter)),
+                  Time_TempoMap(given).TickToSample(Time_Tick(cStart + cQuarter)));
+        for (Time_TempoMap* const map : {&mMap, &copy})
+            map->AddSegment(SegmentRow{.mTick = cStart + 12 * cQuarter, .mBpm = 90}.Make());
+        TakeBroadcasts();
+        for (Cmn_Int64 tick = cStart - cQuarter; tick < cStart + 20 * cQuarter; tick += cQuarter / 7)
+            ASSERT_EQ(SampleAt(tick), copy.TickToSample(Time_Tick(tick)).AsInt64()) << tick;
+        EXPECT_EQ(Streamed(mMap), Streamed(copy));
+    }
+}
+
 TEST_F(TempoMap, TypedTimesConvertAndFramesAreReported)
 {
     const Time_Typed tick(cAt(1), cTicks);
