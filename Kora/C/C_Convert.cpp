@@ -1,0 +1,168 @@
+// Conversions of one position and of columns of them.
+#include "Kora/C/C_Song_p.h"
+#include "Kora/C/C_Time_p.h"
+#include "Kora/Time/Values/Time_TypedVector.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace {
+
+// Elements that are converted at once: a block stays in the processor's cache.
+constexpr std::size_t cBlock = 1024;
+
+kora_bar_position BarsOf(const Time_BarBeatTick& iBars)
+{
+    return {iBars.mBar, iBars.mBeat, iBars.mTick.AsInt64()};
+}
+
+Time_BarBeatTick BarsOf(const kora_bar_position& iBars)
+{
+    return {iBars.bar, iBars.beat, Time_TickLength(iBars.ticks)};
+}
+
+// A column of the caller's: unaligned elements, a stride apart.
+template <class T>
+class Column
+{
+public:
+    Column(const void* iFirst, std::ptrdiff_t iStride)
+        : mFirst(static_cast<const char*>(iFirst))
+        , mStride(iStride)
+    {
+    }
+    T Get(std::size_t iIndex) const
+    {
+        T value;
+        std::memcpy(&value, At(iIndex), sizeof value);
+        return value;
+    }
+
+protected:
+    const char* At(std::size_t iIndex) const
+    {
+        return mFirst + static_cast<std::ptrdiff_t>(iIndex) * mStride;
+    }
+
+private:
+    const char* mFirst;
+    std::ptrdiff_t mStride;
+};
+
+template <class T>
+class OutColumn : Column<T>
+{
+public:
+    OutColumn(void* oFirst, std::ptrdiff_t iStride)
+        : Column<T>(oFirst, iStride)
+    {
+    }
+    void Set(std::size_t iIndex, const T& iValue) const
+    {
+        std::memcpy(const_cast<char*>(Column<T>::At(iIndex)), &iValue, sizeof iValue);
+    }
+};
+
+template <class T>
+void CheckColumns(const void* iIn, void* oOut, std::ptrdiff_t iOutStride)
+{
+    C_Out(static_cast<const char*>(iIn), "in");
+    C_Out(static_cast<char*>(oOut), "out");
+    C_Require((iOutStride < 0 ? -iOutStride : iOutStride) >= static_cast<std::ptrdiff_t>(sizeof(T)),
+              "out_stride is less than an element");
+}
+
+} // namespace
+
+Time_EType C_Unit(std::uint32_t iUnit)
+{
+    C_Require(iUnit <= KORA_FRAMES, "no such unit");
+    return static_cast<Time_EType>(iUnit);
+}
+
+Time_Typed C_TimeOf(const kora_time& iTime) { return {iTime.count, C_Unit(iTime.unit)}; }
+
+kora_time C_TimeOf(const Time_Typed& iTime) { return {iTime.AsInt64(), iTime.GetType(), 0}; }
+
+kora_status kora_convert(kora_song* song, kora_time time, uint32_t unit, kora_time* out)
+{
+    return C_Guard([&] {
+        const Time_Converter& converter = C_Get(song, "song").mConverter;
+        kora_time& result = C_Out(out, "out");
+        result = C_TimeOf(converter.ToType(C_TimeOf(time), C_Unit(unit)));
+    });
+}
+
+kora_status kora_to_bars(kora_song* song, kora_time time, kora_bar_position* out)
+{
+    return C_Guard([&] {
+        const Time_Converter& converter = C_Get(song, "song").mConverter;
+        kora_bar_position& result = C_Out(out, "out");
+        result = BarsOf(converter.ToBarBeatTick(C_TimeOf(time)));
+    });
+}
+
+kora_status kora_from_bars(kora_song* song, kora_bar_position position, uint32_t unit, kora_time* out)
+{
+    return C_Guard([&] {
+        const Time_Converter& converter = C_Get(song, "song").mConverter;
+        kora_time& result = C_Out(out, "out");
+        result = C_TimeOf(converter.ToType(BarsOf(position), C_Unit(unit)));
+    });
+}
+
+kora_status kora_convert_all(kora_song* song, uint32_t from_unit, const void* in, ptrdiff_t in_stride,
+                             uint32_t to_unit, void* out, ptrdiff_t out_stride, size_t count)
+{
+    return C_Guard([&] {
+        const Time_Converter& converter = C_Get(song, "song").mConverter;
+        const Time_EType from = C_Unit(from_unit);
+        const Time_EType to = C_Unit(to_unit);
+        if (count == 0) return;
+        CheckColumns<int64_t>(in, out, out_stride);
+        const Column<int64_t> source(in, in_stride);
+        const OutColumn<int64_t> target(out, out_stride);
+        Time_TypedVector block;
+        block.reserve((std::min)(count, cBlock));
+        for (size_t first = 0; first < count; first += cBlock) {
+            const size_t size = (std::min)(count - first, cBlock);
+            block.SetType(from);
+            block.resize(size);
+            for (size_t i = 0; i < size; ++i)
+                block[i] = source.Get(first + i);
+            converter.ToType(&block, to);
+            for (size_t i = 0; i < size; ++i)
+                target.Set(first + i, block[i]);
+        }
+    });
+}
+
+kora_status kora_to_bars_all(kora_song* song, uint32_t from_unit, const void* in, ptrdiff_t in_stride,
+                             void* out, ptrdiff_t out_stride, size_t count)
+{
+    return C_Guard([&] {
+        const Time_Converter& converter = C_Get(song, "song").mConverter;
+        const Time_EType from = C_Unit(from_unit);
+        if (count == 0) return;
+        CheckColumns<kora_bar_position>(in, out, out_stride);
+        const Column<int64_t> source(in, in_stride);
+        const OutColumn<kora_bar_position> target(out, out_stride);
+        for (size_t i = 0; i < count; ++i)
+            target.Set(i, BarsOf(converter.ToBarBeatTick(Time_Typed(source.Get(i), from))));
+    });
+}
+
+kora_status kora_from_bars_all(kora_song* song, const void* in, ptrdiff_t in_stride, uint32_t to_unit,
+                               void* out, ptrdiff_t out_stride, size_t count)
+{
+    return C_Guard([&] {
+        const Time_Converter& converter = C_Get(song, "song").mConverter;
+        const Time_EType to = C_Unit(to_unit);
+        if (count == 0) return;
+        CheckColumns<int64_t>(in, out, out_stride);
+        const Column<kora_bar_position> source(in, in_stride);
+        const OutColumn<int64_t> target(out, out_stride);
+        for (size_t i = 0; i < count; ++i)
+            target.Set(i, converter.ToType(BarsOf(source.Get(i)), to).AsInt64());
+    });
+}

@@ -1,0 +1,170 @@
+// What every call of the C interface shares: start, errors, assertions, references.
+#include "Bastel/Cmn/Cmn_Assert.h"
+#include "Bastel/Cmn/Cmn_Exception.h"
+#include "Kora/C/C_Handle_p.h"
+#include "Kora/Ndo/Ndo_StDisableRecording.h"
+#include "Kora/SMF/SMF_Exception.h"
+
+#include <algorithm>
+#include <cstring>
+#include <mutex>
+#include <new>
+
+namespace {
+
+constexpr std::size_t cTextBytes = 512;
+
+// Plain memory, so that to fail allocates nothing.
+struct LastError
+{
+    kora_status mStatus = KORA_OK;
+    long long mOffset = -1;
+    char mText[cTextBytes] = "";
+    char mFile[cTextBytes] = "";
+};
+
+thread_local LastError tLastError;
+
+// Cut before the character that does not fit whole.
+void CopyText(char* oText, const char* iText)
+{
+    std::size_t size = (std::min)(std::strlen(iText), cTextBytes - 1);
+    if (size == cTextBytes - 1)
+        while (size > 0 && (static_cast<unsigned char>(iText[size]) & 0xC0) == 0x80)
+            --size;
+    std::memmove(oText, iText, size);
+    oText[size] = '\0';
+}
+
+std::mutex sHandlerMutex;
+kora_assert_handler sHandler = nullptr;
+void* sHandlerUser = nullptr;
+
+void HandleAssert(const char* iText, int iLine)
+{
+    kora_assert_handler handler;
+    void* user;
+    {
+        const std::lock_guard lock(sHandlerMutex);
+        handler = sHandler;
+        user = sHandlerUser;
+    }
+    if (handler != nullptr) handler(user, iText, iLine);
+}
+
+C_Handle& AnyHandle(void* iHandle)
+{
+    C_Handle& handle = C_Out(static_cast<C_Handle*>(iHandle), "handle");
+    const C_Handle::EKind kind = handle.GetKind();
+    C_Require(kind >= C_Handle::eKind_Song && kind < C_Handle::eKind_End, "no handle", KORA_WRONG_HANDLE);
+    return handle;
+}
+
+} // namespace
+
+kora_status C_Fail(kora_status iStatus, const char* iText, const char* iFile, long long iOffset) noexcept
+{
+    LastError& error = tLastError;
+    error.mStatus = iStatus;
+    error.mOffset = iOffset;
+    CopyText(error.mText, iText);
+    CopyText(error.mFile, iFile);
+    return iStatus;
+}
+
+kora_status C_StatusOfException() noexcept
+{
+    try {
+        throw;
+    } catch (const C_Error& e) {
+        return C_Fail(e.GetStatus(), e.what());
+    } catch (const Cmn_Exception& e) {
+        const kora_status status = e.GetMessageID() == Cmn_eMessage_OSError ? KORA_SYSTEM : KORA_BAD_FILE;
+        try {
+            return C_Fail(status, e.Describe().c_str(), e.GetFile().c_str(), e.GetOffset());
+        } catch (...) {
+            return C_Fail(status, e.what(), e.GetFile().c_str(), e.GetOffset());
+        }
+    } catch (const std::bad_alloc&) {
+        return C_Fail(KORA_NO_MEMORY, "out of memory");
+    } catch (const std::exception& e) {
+        return C_Fail(KORA_INTERNAL, e.what());
+    } catch (...) {
+        return C_Fail(KORA_INTERNAL, "an unknown exception");
+    }
+}
+
+void C_Handle::Release()
+{
+    // Acquire: what other threads did with the object before they let it go comes before its end.
+    if (mCount.fetch_sub(1, std::memory_order_acq_rel) != 1) return;
+    if (mKind == eKind_Song) {
+        const Ndo_StDisableRecording disabled; // its maps go without a notice, as they came
+        delete this;
+        return;
+    }
+    delete this;
+}
+
+uint32_t kora_c_version(void) { return KORA_C_VERSION_MAJOR * 65536u + KORA_C_VERSION_MINOR; }
+
+kora_status kora_init(void)
+{
+    try {
+        Kora_Init::Init();
+        return KORA_OK;
+    } catch (...) {
+        return C_StatusOfException();
+    }
+}
+
+kora_status kora_free(void)
+{
+    return C_Guard([] { Kora_Init::Free(); });
+}
+
+kora_status kora_last_error(kora_error* out)
+{
+    if (out == nullptr) return KORA_NULL_ARGUMENT;
+    if (out->size < sizeof(kora_error)) return KORA_BAD_ARGUMENT;
+    const LastError& error = tLastError;
+    out->status = error.mStatus;
+    out->offset = error.mOffset;
+    out->text = error.mText;
+    out->file = error.mFile;
+    return KORA_OK;
+}
+
+const char* kora_last_error_text(void) { return tLastError.mText; }
+
+const char* kora_status_name(kora_status status)
+{
+    static constexpr const char* cNames[] = {
+        "ok",      "null argument", "wrong handle", "bad argument", "not started", "not found", "too small",
+        "refused", "bad file",      "system",       "no memory",    "busy",        "internal",
+    };
+    const auto index = static_cast<std::size_t>(status);
+    return index < std::size(cNames) ? cNames[index] : "unknown status";
+}
+
+kora_status kora_set_assert_handler(kora_assert_handler handler, void* user)
+{
+    return C_Guard([&] {
+        {
+            const std::lock_guard lock(sHandlerMutex);
+            sHandler = handler;
+            sHandlerUser = user;
+        }
+        Cmn_Assert::SetHandler(handler != nullptr ? &HandleAssert : nullptr);
+    });
+}
+
+kora_status kora_retain(void* handle)
+{
+    return C_Guard([&] { AnyHandle(handle).Retain(); });
+}
+
+kora_status kora_release(void* handle)
+{
+    return C_Guard([&] { AnyHandle(handle).Release(); });
+}

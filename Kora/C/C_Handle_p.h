@@ -1,0 +1,74 @@
+// C_Handle: what all handles of the C interface begin with: the mark of their kind, and their count of references.
+//
+// Every kind derives from it alone, so that the pointer that C holds is the pointer to this part too.
+// Threads: the count is atomic; whoever takes it to 0 destroys the object.
+#pragma once
+
+#include "Kora/C/C_Guard_p.h"
+
+#include <atomic>
+#include <cstdint>
+
+class C_Handle
+{
+public:
+    // No small number, so that other memory is hardly taken for a handle.
+    enum EKind : std::uint32_t {
+        eKind_Song = 0x4B6F7201,
+        eKind_TempoMap,
+        eKind_MeterMap,
+        eKind_KeyMap,
+        eKind_History,
+        eKind_Format,
+        eKind_End
+    };
+
+    virtual ~C_Handle() = default;
+    C_Handle(const C_Handle&) = delete;
+    C_Handle& operator=(const C_Handle&) = delete;
+
+    EKind GetKind() const { return mKind; }
+    void Retain() { mCount.fetch_add(1, std::memory_order_relaxed); }
+    void Release();
+
+protected:
+    explicit C_Handle(EKind iKind)
+        : mKind(iKind)
+    {
+    }
+
+private:
+    const EKind mKind;
+    std::atomic<std::int32_t> mCount{1};
+};
+
+// The handle, if it is one of its kind.
+template <class T>
+T& C_Get(T* iHandle, const char* iName)
+{
+    C_Out(iHandle, iName);
+    if (static_cast<const C_Handle*>(iHandle)->GetKind() != T::cKind)
+        throw C_Error(KORA_WRONG_HANDLE, std::string(iName) + " is a handle of another kind");
+    return *iHandle;
+}
+
+// A reference that a handle holds on another.
+template <class T>
+class C_Ref
+{
+public:
+    explicit C_Ref(T& ioHandle)
+        : mHandle(ioHandle)
+    {
+        mHandle.Retain();
+    }
+    ~C_Ref() { mHandle.Release(); }
+    C_Ref(const C_Ref&) = delete;
+    C_Ref& operator=(const C_Ref&) = delete;
+
+    T& operator*() const { return mHandle; }
+    T* operator->() const { return &mHandle; }
+
+private:
+    T& mHandle;
+};

@@ -1,0 +1,259 @@
+#include "C/CFixture.h"
+#include "Kora/SMF/SMF_TimeMaps.h"
+#include "Kora/Time/Convert/Time_Converter.h"
+#include "Kora/Time/Key/Time_KeySignatureMap.h"
+#include "Kora/Time/Meter/Time_MeterMap.h"
+#include "Kora/Time/Tempo/Time_TempoMap.h"
+
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <random>
+#include <vector>
+
+namespace {
+
+std::string BytesOf(const std::string& iPath)
+{
+    std::ifstream file(iPath, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+// The same song by the C++ classes.
+struct Model
+{
+    Model()
+    {
+        const SMF_File file = SMF_File::Read(BytesOf(cSongPath));
+        mEnd = SMF_TimeMaps::Read(file, mMeters, mTempi, mKeys);
+        mConverter.SetMeterMap(&mMeters);
+        mConverter.SetTempoMap(&mTempi);
+    }
+    Time_MeterMap mMeters;
+    Time_TempoMap mTempi;
+    Time_KeySignatureMap mKeys;
+    Time_Converter mConverter;
+    Time_Tick mEnd;
+};
+
+// A host's record, with a column in its middle that is not aligned.
+#pragma pack(push, 1)
+struct Record
+{
+    char mName[3];
+    std::int64_t mTime;
+    float mGain;
+};
+#pragma pack(pop)
+
+class CSong : public CFixture
+{
+protected:
+    // Times in and around the song.
+    std::vector<std::int64_t> Times(std::uint32_t iUnit, std::size_t iCount)
+    {
+        std::vector<std::int64_t> times(iCount);
+        const bool isTicks = iUnit == KORA_TICKS;
+        std::uniform_int_distribution<std::int64_t> any(0, isTicks ? 400 * cQuarter : 20000000);
+        for (std::int64_t& time : times)
+            time = any(mRandom) + (isTicks ? cStart - 20 * cQuarter : 0);
+        return times;
+    }
+
+    std::mt19937_64 mRandom{4711};
+    Model mModel;
+    Handle<kora_song> mSong = Open();
+};
+
+TEST_F(CSong, EveryEntryIsThatOfTheMaps)
+{
+    const auto tempi = Made<kora_tempo_map>(kora_song_get_tempo_map, mSong.get());
+    const auto meters = Made<kora_meter_map>(kora_song_get_meter_map, mSong.get());
+    const auto keys = Made<kora_key_map>(kora_song_get_key_map, mSong.get());
+    std::size_t count = 0;
+    ASSERT_EQ(kora_tempo_map_count(tempi.get(), &count), KORA_OK);
+    ASSERT_EQ(count, mModel.mTempi.GetNumberOfSegments());
+    for (std::size_t i = 0; i < count; ++i) {
+        const Time_TempoMapSegment& segment =
+            **(mModel.mTempi.SegmentBegin() + static_cast<std::ptrdiff_t>(i));
+        kora_tempo tempo{};
+        double beatsPerMinute = 0;
+        Time_TickLength beat;
+        ASSERT_EQ(kora_tempo_map_get(tempi.get(), i, &tempo), KORA_OK);
+        mModel.mTempi.GetTempoAtTick(beatsPerMinute, beat, segment.GetStartTick());
+        EXPECT_EQ(tempo.tick, segment.GetStartTick().AsInt64());
+        EXPECT_EQ(tempo.beats_per_minute, beatsPerMinute);
+        EXPECT_EQ(tempo.ticks_per_beat, beat.AsInt64());
+        EXPECT_EQ((tempo.flags & KORA_TEMPO_LOCKED) != 0, segment.IsLockedToSample());
+        kora_tempo found{};
+        ASSERT_EQ(kora_tempo_map_find(tempi.get(), tempo.tick + 1, &found), KORA_OK);
+        EXPECT_EQ(std::memcmp(&tempo, &found, sizeof tempo), 0);
+    }
+    std::size_t index = 0;
+    for (auto change = mModel.mMeters.IterBegin(); change != mModel.mMeters.IterEnd(); ++change, ++index) {
+        kora_meter meter{};
+        ASSERT_EQ(kora_meter_map_get(meters.get(), index, &meter), KORA_OK);
+        EXPECT_EQ(meter.tick, change->GetTick().AsInt64());
+        EXPECT_EQ(meter.numerator, change->GetMeter().GetNumerator());
+        EXPECT_EQ(meter.denominator, change->GetMeter().GetDenominator());
+        EXPECT_EQ(meter.bar, change->GetBarNumber());
+        kora_meter found{};
+        ASSERT_EQ(kora_meter_map_find(meters.get(), meter.tick + 1, &found), KORA_OK);
+        EXPECT_EQ(found.tick, meter.tick);
+    }
+    EXPECT_EQ(kora_meter_map_count(meters.get(), &count), KORA_OK);
+    EXPECT_EQ(count, index);
+    EXPECT_EQ(kora_key_map_count(keys.get(), &count), KORA_OK);
+    EXPECT_EQ(count, static_cast<std::size_t>(mModel.mKeys.size()));
+    for (std::size_t i = 0; i < count; ++i) {
+        kora_key key{};
+        Time_Tick tick;
+        Time_KeySignature expected;
+        ASSERT_EQ(kora_key_map_get(keys.get(), i, &key), KORA_OK);
+        ASSERT_TRUE(mModel.mKeys.GetKeysSignature(static_cast<long>(i), tick, expected));
+        EXPECT_EQ(key.tick, tick.AsInt64());
+        EXPECT_EQ(Time_KeySignature(key.is_major != 0, key.is_sharps != 0, key.accidentals), expected);
+    }
+    kora_song_info info{};
+    info.size = sizeof info;
+    ASSERT_EQ(kora_song_get_info(mSong.get(), &info), KORA_OK);
+    EXPECT_EQ(info.end_tick, mModel.mEnd.AsInt64());
+    EXPECT_EQ(info.start_tick, cStart);
+}
+
+TEST_F(CSong, EveryUnitConvertsAsTheConverterDoesOneByOneAndInColumns)
+{
+    constexpr std::size_t cCount = 2500; // more than one block
+    for (const std::uint32_t from : {KORA_SAMPLES, KORA_TICKS, KORA_FRAMES})
+        for (const std::uint32_t to : {KORA_SAMPLES, KORA_TICKS, KORA_FRAMES}) {
+            const std::vector<std::int64_t> times = Times(from, cCount);
+            std::vector<Record> records(cCount, Record{{'a', 'b', 'c'}, 0, 0.5f});
+            for (std::size_t i = 0; i < cCount; ++i)
+                std::memcpy(&records[i].mTime, &times[i], sizeof times[i]);
+            void* const column = reinterpret_cast<char*>(records.data()) + offsetof(Record, mTime);
+            ASSERT_EQ(kora_convert_all(mSong.get(), from, column, sizeof(Record), to, column, sizeof(Record),
+                                       cCount),
+                      KORA_OK);
+            for (std::size_t i = 0; i < cCount; ++i) {
+                const Time_Typed expected = mModel.mConverter.ToType(
+                    Time_Typed(times[i], static_cast<Time_EType>(from)), static_cast<Time_EType>(to));
+                kora_time one{};
+                ASSERT_EQ(kora_convert(mSong.get(), {times[i], from, 0}, to, &one), KORA_OK);
+                ASSERT_EQ(one.count, expected.AsInt64()) << from << " to " << to << ": " << times[i];
+                ASSERT_EQ(one.unit, to);
+                ASSERT_EQ(std::int64_t{records[i].mTime}, expected.AsInt64())
+                    << from << " to " << to << ": " << times[i];
+                ASSERT_EQ(std::memcmp(records[i].mName, "abc", 3), 0);
+                ASSERT_EQ(float{records[i].mGain}, 0.5f);
+            }
+        }
+}
+
+TEST_F(CSong, BarsComeAndGoAsInTheMeterMap)
+{
+    const std::vector<std::int64_t> ticks = Times(KORA_TICKS, 500);
+    std::vector<kora_bar_position> bars(ticks.size());
+    std::vector<std::int64_t> back(ticks.size());
+    ASSERT_EQ(kora_to_bars_all(mSong.get(), KORA_TICKS, ticks.data(), 8, bars.data(), 16, ticks.size()),
+              KORA_OK);
+    // From the last to the first: strides may be negative.
+    ASSERT_EQ(kora_from_bars_all(mSong.get(), &bars.back(), -16, KORA_TICKS, &back.back(), -8, ticks.size()),
+              KORA_OK);
+    for (std::size_t i = 0; i < ticks.size(); ++i) {
+        const Time_BarBeatTick expected = mModel.mMeters.TickToBarBeat(Time_Tick(ticks[i]));
+        kora_bar_position one{};
+        kora_time tick{};
+        ASSERT_EQ(kora_to_bars(mSong.get(), {ticks[i], KORA_TICKS, 0}, &one), KORA_OK);
+        ASSERT_EQ(kora_from_bars(mSong.get(), one, KORA_TICKS, &tick), KORA_OK);
+        EXPECT_EQ(one.bar, expected.mBar);
+        EXPECT_EQ(one.beat, expected.mBeat);
+        EXPECT_EQ(one.ticks, expected.mTick.AsInt64());
+        EXPECT_EQ(std::memcmp(&one, &bars[i], sizeof one), 0);
+        EXPECT_EQ(tick.count, ticks[i]);
+        EXPECT_EQ(back[i], ticks[i]);
+    }
+}
+
+TEST_F(CSong, ADocumentAndAMidiFileBringTheSongBack)
+{
+    const std::string path = testing::TempDir() + "kora-c-song.kora";
+    ASSERT_EQ(kora_song_save(mSong.get(), path.c_str()), KORA_OK) << kora_last_error_text();
+    std::size_t size = 0;
+    ASSERT_EQ(kora_song_write_midi(mSong.get(), nullptr, 0, &size), KORA_OK);
+    std::string midi(size, '\0');
+    EXPECT_EQ(kora_song_write_midi(mSong.get(), midi.data(), size - 1, &size), KORA_TOO_SMALL);
+    ASSERT_EQ(kora_song_write_midi(mSong.get(), midi.data(), size, &size), KORA_OK);
+    const auto saved = Made<kora_song>(kora_song_open, path.c_str());
+    const auto exported =
+        Made<kora_song>(kora_song_read_midi, static_cast<const void*>(midi.data()), midi.size());
+    std::remove(path.c_str());
+    for (const std::int64_t tick : Times(KORA_TICKS, 200)) {
+        kora_time a{}, b{}, c{};
+        EXPECT_EQ(kora_convert(mSong.get(), {tick, KORA_TICKS, 0}, KORA_SAMPLES, &a), KORA_OK);
+        EXPECT_EQ(kora_convert(saved.get(), {tick, KORA_TICKS, 0}, KORA_SAMPLES, &b), KORA_OK);
+        EXPECT_EQ(kora_convert(exported.get(), {tick, KORA_TICKS, 0}, KORA_SAMPLES, &c), KORA_OK);
+        EXPECT_EQ(a.count, b.count) << tick;
+        EXPECT_EQ(a.count, c.count) << tick;
+    }
+}
+
+TEST_F(CSong, WhatCannotBeReadSaysWhereAndHandsOutNothing)
+{
+    kora_song* song = nullptr;
+    kora_error error{};
+    error.size = sizeof error;
+    EXPECT_EQ(kora_song_open("no such folder/song.mid", &song), KORA_SYSTEM);
+    EXPECT_EQ(kora_last_error(&error), KORA_OK);
+    EXPECT_STREQ(error.file, "no such folder/song.mid");
+    std::string bytes = BytesOf(cSongPath);
+    for (std::size_t length = 0; length < bytes.size(); length += 97) {
+        EXPECT_EQ(kora_song_read_midi(bytes.data(), length, &song), KORA_BAD_FILE) << length;
+        EXPECT_EQ(kora_last_error(&error), KORA_OK);
+        EXPECT_EQ(error.status, KORA_BAD_FILE);
+        EXPECT_LE(error.offset, static_cast<std::int64_t>(length));
+        EXPECT_STRNE(error.text, "");
+    }
+    EXPECT_EQ(song, nullptr);
+}
+
+TEST_F(CSong, EditsOfTheMapsAreThoseOfTheClassesOrRefused)
+{
+    const auto tempi = Made<kora_tempo_map>(kora_song_get_tempo_map, mSong.get());
+    const auto meters = Made<kora_meter_map>(kora_song_get_meter_map, mSong.get());
+    const auto keys = Made<kora_key_map>(kora_song_get_key_map, mSong.get());
+    std::uint32_t told = 0;
+    const auto tell = [](void* ioUser, kora_song*, std::uint32_t iWhat) {
+        *static_cast<std::uint32_t*>(ioUser) |= iWhat;
+    };
+    ASSERT_EQ(kora_song_set_listener(mSong.get(), tell, &told), KORA_OK);
+    EXPECT_EQ(kora_tempo_map_remove(tempi.get(), cStart), KORA_REFUSED);
+    EXPECT_EQ(kora_meter_map_remove(meters.get(), cStart), KORA_REFUSED);
+    EXPECT_EQ(kora_meter_map_clear(meters.get(), cStart, cStart + 1), KORA_REFUSED);
+    EXPECT_EQ(kora_meter_map_set(meters.get(), cStart - 1, 3, 4), KORA_REFUSED);
+    EXPECT_EQ(kora_meter_map_remove(meters.get(), cStart + 1), KORA_NOT_FOUND);
+    EXPECT_EQ(told, 0u);
+
+    const std::int64_t at = cStart + 40 * cQuarter;
+    ASSERT_EQ(kora_meter_map_set(meters.get(), at, 7, 8), KORA_OK);
+    EXPECT_EQ(told, std::uint32_t{KORA_CHANGED_METERS});
+    mModel.mMeters.AddMeterChange(Time_Tick(at), Time_Meter(7, 8));
+    ASSERT_EQ(kora_tempo_map_clear(tempi.get(), cStart + 1, at), KORA_OK);
+    EXPECT_EQ(told, std::uint32_t{KORA_CHANGED_METERS} | KORA_CHANGED_TEMPI);
+    mModel.mTempi.EraseSegments(Time_Tick(cStart + 1), Time_Tick(at));
+    const kora_key key{at, 0, 0, 3, {}};
+    ASSERT_EQ(kora_key_map_set(keys.get(), &key), KORA_OK);
+    kora_key found{};
+    ASSERT_EQ(kora_key_map_find(keys.get(), at + 5, &found), KORA_OK);
+    EXPECT_EQ(std::memcmp(&key, &found, sizeof key), 0);
+    for (const std::int64_t tick : Times(KORA_TICKS, 200)) {
+        kora_time sample{};
+        kora_bar_position bars{};
+        ASSERT_EQ(kora_convert(mSong.get(), {tick, KORA_TICKS, 0}, KORA_SAMPLES, &sample), KORA_OK);
+        ASSERT_EQ(kora_to_bars(mSong.get(), {tick, KORA_TICKS, 0}, &bars), KORA_OK);
+        EXPECT_EQ(sample.count, mModel.mConverter.ToSample(Time_Tick(tick)).AsInt64());
+        EXPECT_EQ(bars.bar, mModel.mMeters.TickToBarBeat(Time_Tick(tick)).mBar);
+    }
+}
+
+} // namespace
