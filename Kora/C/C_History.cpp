@@ -1,0 +1,138 @@
+#include "Kora/C/C_Song_p.h"
+#include "Kora/Ndo/Ndo_History.h"
+#include "Kora/Ndo/Ndo_Manager.h"
+#include "Kora/Ndo/Ndo_Operation.h"
+#include "Kora/Ndo/Ndo_StOperationRecorder.h"
+
+#include <cstring>
+#include <memory>
+#include <optional>
+#include <string>
+
+// A song has any number of histories, of which each knows the steps that it recorded.
+struct kora_history : C_Handle
+{
+    static constexpr EKind cKind = eKind_History;
+
+    explicit kora_history(kora_song& ioSong)
+        : C_Handle(cKind)
+        , mSong(ioSong)
+    {
+    }
+    // What was begun is taken back.
+    ~kora_history() override { Stop(); }
+
+    void Stop()
+    {
+        if (!mRecorder) return;
+        mRecorder.reset();
+        mSong->mIsRecorded = false;
+    }
+    Ndo_StOperationRecorder& Recorder()
+    {
+        C_Require(mRecorder.has_value(), "this history does not record", KORA_BUSY);
+        return *mRecorder;
+    }
+    Ndo_History& Idle()
+    {
+        C_Require(!Ndo_gManager.IsRecording(), "a history records", KORA_BUSY);
+        return mHistory;
+    }
+
+    C_Ref<kora_song> mSong; // first: the steps are of its maps
+    Ndo_History mHistory;
+    std::optional<Ndo_StOperationRecorder> mRecorder;
+};
+
+kora_status kora_history_new(kora_song* song, kora_history** out)
+{
+    return C_Guard([&] {
+        kora_song& of = C_Get(song, "song");
+        kora_history*& history = C_Out(out, "out");
+        history = new kora_history(of);
+    });
+}
+
+kora_status kora_history_begin(kora_history* history)
+{
+    return C_Guard([&] {
+        kora_history& of = C_Get(history, "history");
+        (void)of.Idle();
+        of.mRecorder.emplace();
+        of.mSong->mIsRecorded = true;
+    });
+}
+
+kora_status kora_history_end(kora_history* history, const char* name, int64_t merge_id)
+{
+    return C_Guard([&] {
+        kora_history& of = C_Get(history, "history");
+        C_Out(name, "name");
+        of.mHistory.Add(of.Recorder().OperationComplete(), name, merge_id);
+        of.Stop();
+    });
+}
+
+kora_status kora_history_cancel(kora_history* history)
+{
+    return C_Guard([&] {
+        kora_history& of = C_Get(history, "history");
+        (void)of.Recorder();
+        of.Stop();
+    });
+}
+
+kora_status kora_history_undo(kora_history* history)
+{
+    return C_Guard([&] {
+        Ndo_History& of = C_Get(history, "history").Idle();
+        C_Require(of.Undo(), "there is no step to undo", KORA_NOT_FOUND);
+    });
+}
+
+kora_status kora_history_redo(kora_history* history)
+{
+    return C_Guard([&] {
+        Ndo_History& of = C_Get(history, "history").Idle();
+        C_Require(of.Redo(), "there is no step to redo", KORA_NOT_FOUND);
+    });
+}
+
+kora_status kora_history_count(kora_history* history, size_t* steps, size_t* position)
+{
+    return C_Guard([&] {
+        const Ndo_History& of = C_Get(history, "history").mHistory;
+        C_Out(steps, "steps");
+        C_Out(position, "position");
+        *steps = of.GetNumberOfSteps();
+        *position = of.GetPosition();
+    });
+}
+
+kora_status kora_history_step_name(kora_history* history, size_t step, char* buffer, size_t capacity,
+                                   size_t* size)
+{
+    return C_Guard([&] {
+        const Ndo_History& of = C_Get(history, "history").mHistory;
+        size_t& length = C_Out(size, "size");
+        C_Require(buffer != nullptr || capacity == 0, "buffer is null", KORA_NULL_ARGUMENT);
+        C_Require(step < of.GetNumberOfSteps(), "there is no such step", KORA_NOT_FOUND);
+        const std::string name = of.GetStepName(step);
+        length = name.size();
+        C_Require(capacity > name.size(), "the buffer is too small", KORA_TOO_SMALL);
+        std::memcpy(buffer, name.c_str(), name.size() + 1);
+    });
+}
+
+kora_status kora_history_mark_saved(kora_history* history)
+{
+    return C_Guard([&] { C_Get(history, "history").Idle().MarkSaved(); });
+}
+
+kora_status kora_history_is_saved(kora_history* history, int32_t* out)
+{
+    return C_Guard([&] {
+        const Ndo_History& of = C_Get(history, "history").mHistory;
+        C_Out(out, "out") = of.IsSaved() ? 1 : 0;
+    });
+}
