@@ -38,7 +38,7 @@
 #define KORA_API_NODISCARD [[nodiscard, gnu::dllimport]]
 #endif
 
-#if defined(__has_cpp_attribute)
+#if defined(__cplusplus) && defined(__has_cpp_attribute) // C programs include this too
 #if __has_cpp_attribute(clang::nonblocking)
 #define KORA_NONBLOCKING [[clang::nonblocking]]
 #endif
