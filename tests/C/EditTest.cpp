@@ -37,7 +37,8 @@ protected:
     CEdits()
     {
         std::ifstream file(cSongPath, std::ios::binary);
-        (void)SMF_TimeMaps::Read(SMF_File::Read({std::istreambuf_iterator<char>(file), {}}), mMeters, mTempi, mKeys);
+        (void)SMF_TimeMaps::Read(SMF_File::Read({std::istreambuf_iterator<char>(file), {}}), mMeters, mTempi,
+                                 mKeys);
         mConverter.SetMeterMap(&mMeters);
         mConverter.SetTempoMap(&mTempi);
     }
@@ -58,8 +59,10 @@ protected:
                     std::to_string(sample) + ' ' + std::to_string(flags) + '\n';
         }
         for (auto at = mMeters.IterBegin(); at != mMeters.IterEnd(); ++at)
-            text += std::to_string(at->GetTick().AsInt64()) + ' ' + std::to_string(at->GetMeter().GetNumerator()) + '/' +
-                    std::to_string(at->GetMeter().GetDenominator()) + ' ' + std::to_string(at->GetBarNumber()) + '\n';
+            text += std::to_string(at->GetTick().AsInt64()) + ' ' +
+                    std::to_string(at->GetMeter().GetNumerator()) + '/' +
+                    std::to_string(at->GetMeter().GetDenominator()) + ' ' +
+                    std::to_string(at->GetBarNumber()) + '\n';
         return text;
     }
 
@@ -222,7 +225,8 @@ TEST_F(CEdits, TextsOfAllFormsAreThoseOfTheClassAndComeBack)
             char text[48];
             std::size_t size = 0;
             kora_time back{};
-            ASSERT_EQ(kora_format_write(format.get(), form, {tick, KORA_TICKS, 0}, text, sizeof text, &size), KORA_OK);
+            ASSERT_EQ(kora_format_write(format.get(), form, {tick, KORA_TICKS, 0}, text, sizeof text, &size),
+                      KORA_OK);
             EXPECT_EQ(text, model.ToString(static_cast<Time_EForm>(form), Time_Tick(tick)));
             EXPECT_EQ(size, std::string(text).size());
             char small[2];
@@ -266,23 +270,37 @@ TEST_F(CEdits, NullWrongHandlesAndWrongValuesAreRefused)
         {__LINE__, kora_history_undo(nullptr), kora_history_undo(wrongHistory)},
         {__LINE__, kora_history_redo(nullptr), kora_history_redo(wrongHistory)},
         {__LINE__, kora_history_count(nullptr, &size, &size), kora_history_count(wrongHistory, &size, &size)},
-        {__LINE__, kora_history_step_name(nullptr, 0, text, 48, &size), kora_history_step_name(wrongHistory, 0, text, 48, &size)},
+        {__LINE__, kora_history_step_name(nullptr, 0, text, 48, &size),
+         kora_history_step_name(wrongHistory, 0, text, 48, &size)},
         {__LINE__, kora_history_mark_saved(nullptr), kora_history_mark_saved(wrongHistory)},
         {__LINE__, kora_history_is_saved(nullptr, &flag), kora_history_is_saved(wrongHistory, &flag)},
-        {__LINE__, kora_format_new(nullptr, KORA_FILM_35MM, &format), kora_format_new(wrongSong, KORA_FILM_35MM, &format)},
-        {__LINE__, kora_format_write(nullptr, 0, time, text, 48, &size), kora_format_write(wrongFormat, 0, time, text, 48, &size)},
+        {__LINE__, kora_format_new(nullptr, KORA_FILM_35MM, &format),
+         kora_format_new(wrongSong, KORA_FILM_35MM, &format)},
+        {__LINE__, kora_format_write(nullptr, 0, time, text, 48, &size),
+         kora_format_write(wrongFormat, 0, time, text, 48, &size)},
         {__LINE__, kora_format_read(nullptr, 0, "1", &time), kora_format_read(wrongFormat, 0, "1", &time)},
-        {__LINE__, kora_tempo_map_set(nullptr, cStart, 90, cQuarter, nullptr), kora_tempo_map_set(wrongMap, cStart, 90, cQuarter, nullptr)},
-        {__LINE__, kora_tempo_map_ramp(nullptr, cStart, cStart, 90, 90, 0, 1, nullptr), kora_tempo_map_ramp(wrongMap, cStart, cStart, 90, 90, 0, 1, nullptr)},
-        {__LINE__, kora_tempo_map_scale(nullptr, cStart, cStart, 1, nullptr), kora_tempo_map_scale(wrongMap, cStart, cStart, 1, nullptr)},
-        {__LINE__, kora_tempo_map_offset(nullptr, cStart, cStart, 1, nullptr), kora_tempo_map_offset(wrongMap, cStart, cStart, 1, nullptr)},
-        {__LINE__, kora_tempo_map_fit(nullptr, cStart, cStart, 1, nullptr), kora_tempo_map_fit(wrongMap, cStart, cStart, 1, nullptr)},
-        {__LINE__, kora_tempo_map_lock(nullptr, cStart, 0, nullptr), kora_tempo_map_lock(wrongMap, cStart, 0, nullptr)},
-        {__LINE__, kora_tempo_map_unlock(nullptr, cStart, nullptr), kora_tempo_map_unlock(wrongMap, cStart, nullptr)},
-        {__LINE__, kora_song_insert_time(nullptr, cStart, 1, nullptr), kora_song_insert_time(wrongSong, cStart, 1, nullptr)},
-        {__LINE__, kora_song_delete_time(nullptr, cStart, cStart, nullptr), kora_song_delete_time(wrongSong, cStart, cStart, nullptr)},
-        {__LINE__, kora_song_repeat_time(nullptr, cStart, cStart, 1, nullptr), kora_song_repeat_time(wrongSong, cStart, cStart, 1, nullptr)},
-        {__LINE__, kora_song_move_time(nullptr, cStart, cStart, cStart, nullptr), kora_song_move_time(wrongSong, cStart, cStart, cStart, nullptr)},
+        {__LINE__, kora_tempo_map_set(nullptr, cStart, 90, cQuarter, nullptr),
+         kora_tempo_map_set(wrongMap, cStart, 90, cQuarter, nullptr)},
+        {__LINE__, kora_tempo_map_ramp(nullptr, cStart, cStart, 90, 90, 0, 1, nullptr),
+         kora_tempo_map_ramp(wrongMap, cStart, cStart, 90, 90, 0, 1, nullptr)},
+        {__LINE__, kora_tempo_map_scale(nullptr, cStart, cStart, 1, nullptr),
+         kora_tempo_map_scale(wrongMap, cStart, cStart, 1, nullptr)},
+        {__LINE__, kora_tempo_map_offset(nullptr, cStart, cStart, 1, nullptr),
+         kora_tempo_map_offset(wrongMap, cStart, cStart, 1, nullptr)},
+        {__LINE__, kora_tempo_map_fit(nullptr, cStart, cStart, 1, nullptr),
+         kora_tempo_map_fit(wrongMap, cStart, cStart, 1, nullptr)},
+        {__LINE__, kora_tempo_map_lock(nullptr, cStart, 0, nullptr),
+         kora_tempo_map_lock(wrongMap, cStart, 0, nullptr)},
+        {__LINE__, kora_tempo_map_unlock(nullptr, cStart, nullptr),
+         kora_tempo_map_unlock(wrongMap, cStart, nullptr)},
+        {__LINE__, kora_song_insert_time(nullptr, cStart, 1, nullptr),
+         kora_song_insert_time(wrongSong, cStart, 1, nullptr)},
+        {__LINE__, kora_song_delete_time(nullptr, cStart, cStart, nullptr),
+         kora_song_delete_time(wrongSong, cStart, cStart, nullptr)},
+        {__LINE__, kora_song_repeat_time(nullptr, cStart, cStart, 1, nullptr),
+         kora_song_repeat_time(wrongSong, cStart, cStart, 1, nullptr)},
+        {__LINE__, kora_song_move_time(nullptr, cStart, cStart, cStart, nullptr),
+         kora_song_move_time(wrongSong, cStart, cStart, cStart, nullptr)},
     };
     for (const auto& pair : pairs) {
         EXPECT_EQ(pair.mNull, KORA_NULL_ARGUMENT) << "line " << pair.mLine;
