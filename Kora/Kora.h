@@ -7,6 +7,7 @@
 #include "Kora/Kora_Init.h"
 #include "Kora/Kora_InitScope.h"
 #include "Kora/Kora_RefreshClient.h"
+#include "Kora/Kora_Song.h"
 #include "Kora/Kora_Version.h"
 #include "Kora/MIDI.h"
 #include "Kora/Messages.h"

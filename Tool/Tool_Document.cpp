@@ -41,13 +41,6 @@ std::string NotKeptText(Cmn_UInt32 iNotKept)
     return text;
 }
 
-void WriteSong(FF_Document& ioDocument, const Tool_Song& iSong)
-{
-    FF_TimeMaps::Write(ioDocument, iSong.GetMeterMap(), iSong.GetTempoMap(), iSong.GetKeyMap());
-    const Tool_Settings& settings = iSong.GetSettings();
-    FF_TimeMaps::WriteInfo(ioDocument, {iSong.GetEndTick(), settings.mSampleRate, settings.mTimeCodeFormat});
-}
-
 } // namespace
 
 bool Tool_IsDocument(const Tool_Input& iInput) { return FF_Document::IsDocument(iInput.Start()); }
@@ -87,7 +80,7 @@ std::string Tool_SaveSong(const Tool_Song& iSong, const std::string& iName, EFF_
     const auto save = [&] {
         FF_SafeSave safe(Sys_FileLoc(iName), iType, eTextEncoding_Utf8, false);
         FF_Document& document = safe.GetDocument();
-        WriteSong(document, iSong);
+        iSong.GetSong().Write(document);
         const Cmn_Int32 streams = document.GetTOC().GetNumKeys();
         safe.Commit();
         Sys_File file{Sys_FileLoc(iName)};
@@ -103,7 +96,7 @@ std::string Tool_SongBytes(const Tool_Song& iSong, EFF_EncryptionType iType)
     const Tool_MemoryFile file("standard output");
     FF_Document document(Sys_FileLoc(file.GetPath()), iType, eTextEncoding_Utf8, false);
     document.Open(Sys_Store::eOpenFlag_New);
-    WriteSong(document, iSong);
+    iSong.GetSong().Write(document);
     document.Flush();
     document.Close();
     return file.GetBytes();
@@ -114,7 +107,7 @@ std::string Tool_WithSong(std::string iDocument, const Tool_Song& iSong)
     const Tool_MemoryFile file("the edited document", std::move(iDocument));
     FF_Document document(Sys_FileLoc(file.GetPath()), eFF_EncryptionType_None, eTextEncoding_Utf8, false);
     document.Open(Sys_Store::eOpenFlag_ReadWrite);
-    WriteSong(document, iSong);
+    iSong.GetSong().Write(document);
     document.Flush();
     document.Close();
     return file.GetBytes();

@@ -1,20 +1,10 @@
-// Tool_Song: a song's meter, tempo and key maps with the converter over them.
+// Tool_Song: a song in the settings that the command was given; its units and invariants are Kora_Song's.
 //
-// Units:      ticks of the time line, 960000 to a quarter note. A MIDI file's song starts at
-//             cStartTick: bar 1, sample 0.
-// Invariants: (1) the meter map and the tempo map have an entry  (2) no entry and no event of the song lies
-//             before its start, before sample 0 or past the limits of Time_Typed.
 // Globals:    the settings become the process's and must stay so while the song is used: a tempo map takes
 //             its sample rate from them, and the converter its frame rate.
-// Ownership:  owns its maps; the converter borrows them.
 #pragma once
 
-#include "Kora/FF/Song/FF_TimeMaps.h"
-#include "Kora/SMF/SMF_TimeMaps.h"
-#include "Kora/Time/Convert/Time_Converter.h"
-#include "Kora/Time/Key/Time_KeySignatureMap.h"
-#include "Kora/Time/Meter/Time_MeterMap.h"
-#include "Kora/Time/Tempo/Time_TempoMap.h"
+#include "Kora/Kora_Song.h"
 #include "Tool/Tool_MidiFile.h"
 #include "Tool/Tool_Settings.h"
 
@@ -28,7 +18,7 @@ class Tool_Song
 {
 public:
     static constexpr Cmn_Int64 cTicksPerQuarter = SMF_TimeMaps::cTicksPerQuarter;
-    static constexpr Cmn_Int64 cStartTick = SMF_TimeMaps::cStartTick.AsInt64();
+    static constexpr Cmn_Int64 cStartTick = Kora_Song::cStartTick.AsInt64();
 
     // 120 beats a minute in 4/4, from the start on.
     explicit Tool_Song(const Tool_Settings& iSettings);
@@ -47,33 +37,27 @@ public:
     Tool_Song& operator=(const Tool_Song&) = delete;
 
     const Tool_Settings& GetSettings() const { return mSettings; }
-    const Time_MeterMap& GetMeterMap() const { return mMeterMap; }
-    const Time_TempoMap& GetTempoMap() const { return mTempoMap; }
-    const Time_KeySignatureMap& GetKeyMap() const { return mKeyMap; }
-    const Time_Converter& GetConverter() const { return mConverter; }
-    Time_Tick GetStartTick() const { return mTempoMap.GetSongStartTick(); }
+    const Kora_Song& GetSong() const { return mSong; }
+    const Time_MeterMap& GetMeterMap() const { return mSong.GetMeterMap(); }
+    const Time_TempoMap& GetTempoMap() const { return mSong.GetTempoMap(); }
+    const Time_KeySignatureMap& GetKeyMap() const { return mSong.GetKeyMap(); }
+    const Time_Converter& GetConverter() const { return mSong.GetConverter(); }
+    Time_Tick GetStartTick() const { return mSong.GetStartTick(); }
     // The last event of any track.
-    Time_Tick GetEndTick() const { return mEndTick; }
+    Time_Tick GetEndTick() const { return mSong.GetEndTick(); }
 
     // For edits. After one comes Edited, with where the last event is now, or the last change where
     // that is later. It throws Tool_InputError, in which iName stands for the edit, for places that
     // the invariants rule out.
-    Time_MeterMap& GetMeterMap() { return mMeterMap; }
-    Time_TempoMap& GetTempoMap() { return mTempoMap; }
-    Time_KeySignatureMap& GetKeyMap() { return mKeyMap; }
+    Time_MeterMap& GetMeterMap() { return mSong.GetMeterMap(); }
+    Time_TempoMap& GetTempoMap() { return mSong.GetTempoMap(); }
+    Time_KeySignatureMap& GetKeyMap() { return mSong.GetKeyMap(); }
     void Edited(Time_Tick iEndTick, const std::string& iName);
 
 private:
     Tool_Song(FF_Document& ioDocument, const std::optional<FF_TimeMaps::SongInfo>& iInfo,
               const Tool_AskedSettings& iAsked);
 
-    void AddTempo(Time_Tick iTick, double iBeatsPerMinute);
-    void CheckPlaces(const std::string& iName) const;
-
     Tool_Settings mSettings;
-    Time_MeterMap mMeterMap;
-    Time_TempoMap mTempoMap;
-    Time_KeySignatureMap mKeyMap;
-    Time_Converter mConverter;
-    Time_Tick mEndTick;
+    Kora_Song mSong;
 };

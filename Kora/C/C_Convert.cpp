@@ -87,7 +87,7 @@ kora_time C_TimeOf(const Time_Typed& iTime) { return {iTime.AsInt64(), iTime.Get
 kora_status kora_convert(kora_song* song, kora_time time, uint32_t unit, kora_time* out)
 {
     return C_Guard([&] {
-        const Time_Converter& converter = C_Get(song, "song").mConverter;
+        const Time_Converter& converter = C_Get(song, "song").Get().GetConverter();
         kora_time& result = C_Out(out, "out");
         result = C_TimeOf(converter.ToType(C_TimeOf(time), C_Unit(unit)));
     });
@@ -96,7 +96,7 @@ kora_status kora_convert(kora_song* song, kora_time time, uint32_t unit, kora_ti
 kora_status kora_to_bars(kora_song* song, kora_time time, kora_bar_position* out)
 {
     return C_Guard([&] {
-        const Time_Converter& converter = C_Get(song, "song").mConverter;
+        const Time_Converter& converter = C_Get(song, "song").Get().GetConverter();
         kora_bar_position& result = C_Out(out, "out");
         result = BarsOf(converter.ToBarBeatTick(C_TimeOf(time)));
     });
@@ -105,7 +105,7 @@ kora_status kora_to_bars(kora_song* song, kora_time time, kora_bar_position* out
 kora_status kora_from_bars(kora_song* song, kora_bar_position position, uint32_t unit, kora_time* out)
 {
     return C_Guard([&] {
-        const Time_Converter& converter = C_Get(song, "song").mConverter;
+        const Time_Converter& converter = C_Get(song, "song").Get().GetConverter();
         kora_time& result = C_Out(out, "out");
         result = C_TimeOf(converter.ToType(BarsOf(position), C_Unit(unit)));
     });
@@ -115,7 +115,7 @@ kora_status kora_convert_all(kora_song* song, uint32_t from_unit, const void* in
                              uint32_t to_unit, void* out, ptrdiff_t out_stride, size_t count)
 {
     return C_Guard([&] {
-        const Time_Converter& converter = C_Get(song, "song").mConverter;
+        const Time_Converter& converter = C_Get(song, "song").Get().GetConverter();
         const Time_EType from = C_Unit(from_unit);
         const Time_EType to = C_Unit(to_unit);
         if (count == 0) return;
@@ -141,7 +141,7 @@ kora_status kora_to_bars_all(kora_song* song, uint32_t from_unit, const void* in
                              void* out, ptrdiff_t out_stride, size_t count)
 {
     return C_Guard([&] {
-        const Time_Converter& converter = C_Get(song, "song").mConverter;
+        const Time_Converter& converter = C_Get(song, "song").Get().GetConverter();
         const Time_EType from = C_Unit(from_unit);
         if (count == 0) return;
         CheckColumns<kora_bar_position>(in, out, out_stride);
@@ -156,7 +156,7 @@ kora_status kora_from_bars_all(kora_song* song, const void* in, ptrdiff_t in_str
                                void* out, ptrdiff_t out_stride, size_t count)
 {
     return C_Guard([&] {
-        const Time_Converter& converter = C_Get(song, "song").mConverter;
+        const Time_Converter& converter = C_Get(song, "song").Get().GetConverter();
         const Time_EType to = C_Unit(to_unit);
         if (count == 0) return;
         CheckColumns<int64_t>(in, out, out_stride);

@@ -53,7 +53,8 @@ Time_SongEdit::Song SongOf(kora_song* iSong)
 {
     kora_song& song = C_Get(iSong, "song");
     song.CheckMayEdit();
-    return {&song.mMeters, &song.mTempi, &song.mKeys, {}};
+    Kora_Song& of = song.Get();
+    return {&of.GetMeterMap(), &of.GetTempoMap(), &of.GetKeyMap(), {}};
 }
 
 } // namespace

@@ -16,7 +16,7 @@ struct kora_format : C_Handle
     kora_format(kora_song& ioSong, Time_EFilmGauge iGauge)
         : C_Handle(cKind)
         , mSong(ioSong)
-        , mFormat(ioSong.mConverter)
+        , mFormat(ioSong.Get().GetConverter())
     {
         mFormat.SetFilmGauge(iGauge);
     }

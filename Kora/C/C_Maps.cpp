@@ -204,9 +204,11 @@ kora_status kora_key_map_find(kora_key_map* map, int64_t tick, kora_key* out)
 kora_status kora_key_map_set(kora_key_map* map, const kora_key* key)
 {
     return C_Guard([&] {
-        Time_KeySignatureMap& keys = C_Get(map, "map").ForEdit();
+        kora_key_map& edited = C_Get(map, "map");
+        Time_KeySignatureMap& keys = edited.ForEdit();
         const kora_key& entry = C_Out(key, "key");
         const Time_Tick at = C_Tick(entry.tick, "tick");
+        C_Require(at >= edited.mSong->Get().GetStartTick(), "tick is before the song's start", KORA_REFUSED);
         C_Require(entry.is_major <= 1 && entry.is_sharps <= 1 && entry.accidentals <= 7, "no such key");
         keys.SetKeySignature(at,
                              Time_KeySignature(entry.is_major != 0, entry.is_sharps != 0, entry.accidentals));

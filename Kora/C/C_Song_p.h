@@ -1,22 +1,16 @@
-// kora_song: a song of the C interface: its three maps, the converter over them, and what else its file says.
+// kora_song: a song of the C interface.
 //
-// Invariants: the meter map is real and the tempo map not empty; every entry and the end is a place: from the song's
-// first tick on, inside the limits of typed times, at a bar of 32 bits. What is read is checked, edits go through
-// calls that refuse what leads out.
+// Invariants: the meter map is real and the tempo map not empty; every entry is from the song's first tick on and
+// inside the limits of ticks. What is read is checked, edits go through calls that refuse what leads out. Tempi may
+// bring an entry past the limits of samples: conversions stop there, and saving is refused.
 // Undo:       the maps are undoable, but come and go without a notice: a song is no part of an operation.
 #pragma once
 
 #include "Kora/C/C_Handle_p.h"
 #include "Kora/Cnn/Cnn_Receiver.h"
-#include "Kora/FF/Song/FF_TimeMaps.h"
-#include "Kora/Time/Convert/Time_Converter.h"
-#include "Kora/Time/Key/Time_KeySignatureMap.h"
-#include "Kora/Time/Meter/Time_MeterMap.h"
-#include "Kora/Time/Tempo/Time_TempoMap.h"
+#include "Kora/Kora_Song.h"
 
 #include <string>
-
-class SMF_File;
 
 struct kora_song : C_Handle
 {
@@ -26,23 +20,15 @@ struct kora_song : C_Handle
     kora_song();
     ~kora_song() override;
 
-    void Read(const SMF_File& iFile);
-    void Read(FF_Document& ioDocument);
+    Kora_Song& Get() { return mSong; }
+    const Kora_Song& Get() const { return mSong; }
     // Asserts nothing and throws where another history, or someone else's recorder, would get the edit.
     void CheckMayEdit() const;
     void SetListener(kora_song_listener iListener, void* iUser);
-    Time_Tick GetEnd() const;
 
-    Time_MeterMap mMeters{Ndo_Object::kUndoable};
-    Time_TempoMap mTempi{Ndo_Object::kUndoable};
-    Time_KeySignatureMap mKeys{Ndo_Object::kUndoable};
-    Time_Converter mConverter;
-    FF_TimeMaps::SongInfo mInfo;
     bool mIsRecorded = false; // by its history
 
 private:
-    void CheckPlaces() const;
-    void AddFirstTempo();
     void TempiChanged(const Mdl_SimpleValMessage_ValChanged&) { Tell(KORA_CHANGED_TEMPI); }
     void MetersChanged(const Mdl_SimpleValMessage_ValChanged&) { Tell(KORA_CHANGED_METERS); }
     void Tell(std::uint32_t iWhat)
@@ -53,6 +39,7 @@ private:
     using Tempi = Cnn_Receiver<kora_song, Mdl_SimpleValMessage, &kora_song::TempiChanged>;
     using Meters = Cnn_Receiver<kora_song, Mdl_SimpleValMessage, &kora_song::MetersChanged>;
 
+    Kora_Song mSong{Ndo_Object::kUndoable};
     kora_song_listener mListener = nullptr;
     void* mUser = nullptr;
     Tempi mTempiReceiver{*this};
@@ -60,7 +47,7 @@ private:
 };
 
 // A handle of one of a song's maps.
-template <class Map, Map kora_song::*tMap, C_Handle::EKind tKind>
+template <class Map, Map& (Kora_Song::*tMap)(), C_Handle::EKind tKind>
 struct C_MapHandle : C_Handle
 {
     static constexpr EKind cKind = tKind;
@@ -70,7 +57,7 @@ struct C_MapHandle : C_Handle
         , mSong(ioSong)
     {
     }
-    Map& Get() const { return (*mSong).*tMap; }
+    Map& Get() const { return (mSong->Get().*tMap)(); }
     Map& ForEdit() const
     {
         mSong->CheckMayEdit();
@@ -80,15 +67,15 @@ struct C_MapHandle : C_Handle
     C_Ref<kora_song> mSong;
 };
 
-struct kora_tempo_map : C_MapHandle<Time_TempoMap, &kora_song::mTempi, C_Handle::eKind_TempoMap>
+struct kora_tempo_map : C_MapHandle<Time_TempoMap, &Kora_Song::GetTempoMap, C_Handle::eKind_TempoMap>
 {
     using C_MapHandle::C_MapHandle;
 };
-struct kora_meter_map : C_MapHandle<Time_MeterMap, &kora_song::mMeters, C_Handle::eKind_MeterMap>
+struct kora_meter_map : C_MapHandle<Time_MeterMap, &Kora_Song::GetMeterMap, C_Handle::eKind_MeterMap>
 {
     using C_MapHandle::C_MapHandle;
 };
-struct kora_key_map : C_MapHandle<Time_KeySignatureMap, &kora_song::mKeys, C_Handle::eKind_KeyMap>
+struct kora_key_map : C_MapHandle<Time_KeySignatureMap, &Kora_Song::GetKeyMap, C_Handle::eKind_KeyMap>
 {
     using C_MapHandle::C_MapHandle;
 };

@@ -39,7 +39,8 @@ KORA_API kora_status kora_song_new(kora_song** out);
 KORA_API kora_status kora_song_open(const char* path, kora_song** out);
 /* The bytes of a Standard MIDI file, which are copied. */
 KORA_API kora_status kora_song_read_midi(const void* bytes, size_t size, kora_song** out);
-/* As a document, which takes its place only when it is complete and on the disk. */
+/* As a document, which takes its place only when it is complete and on the disk. KORA_BAD_FILE, with nothing
+ * written, for a song whose tempi bring an entry past the limits of samples: it could not be opened again. */
 KORA_API kora_status kora_song_save(kora_song* song, const char* path);
 /* As a Standard MIDI file of the three maps alone. *size, which may not be null, gets the size that is needed also
  * where the buffer is too small; a capacity of 0 asks for it. */
@@ -90,6 +91,7 @@ KORA_API kora_status kora_meter_map_clear(kora_meter_map* map, int64_t from, int
 KORA_API kora_status kora_key_map_count(kora_key_map* map, size_t* out);
 KORA_API kora_status kora_key_map_get(kora_key_map* map, size_t index, kora_key* out);
 KORA_API kora_status kora_key_map_find(kora_key_map* map, int64_t tick, kora_key* out);
+/* Adds a key, or overwrites the one there; refused before the song start. */
 KORA_API kora_status kora_key_map_set(kora_key_map* map, const kora_key* key);
 KORA_API kora_status kora_key_map_remove(kora_key_map* map, int64_t tick);
 KORA_API kora_status kora_key_map_clear(kora_key_map* map, int64_t from, int64_t to);

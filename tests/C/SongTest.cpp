@@ -217,6 +217,25 @@ TEST_F(CSong, WhatCannotBeReadSaysWhereAndHandsOutNothing)
     EXPECT_EQ(song, nullptr);
 }
 
+TEST_F(CSong, ASaveThatCouldNotBeOpenedAgainIsRefused)
+{
+    const auto tempi = Made<kora_tempo_map>(kora_song_get_tempo_map, mSong.get());
+    const auto keys = Made<kora_key_map>(kora_song_get_key_map, mSong.get());
+    const std::string path = testing::TempDir() + "kora-far.kora";
+    const kora_key early{cStart - 1, 1, 1, 0, {}}, last{cStart + cQuarter * 400000, 1, 1, 0, {}};
+    EXPECT_EQ(kora_key_map_set(keys.get(), &early), KORA_REFUSED);
+    ASSERT_EQ(kora_key_map_set(keys.get(), &last), KORA_OK);
+    ASSERT_EQ(kora_song_save(mSong.get(), path.c_str()), KORA_OK) << kora_last_error_text();
+    const std::string before = BytesOf(path);
+    // At 5 quarters a minute the last key's sample is past all limits.
+    ASSERT_EQ(kora_tempo_map_set(tempi.get(), cStart + 1000 * cQuarter, 5, cQuarter, nullptr), KORA_OK);
+    EXPECT_EQ(kora_song_save(mSong.get(), path.c_str()), KORA_BAD_FILE);
+    EXPECT_NE(std::string(kora_last_error_text()).find("a key at tick 1384000000000"), std::string::npos)
+        << kora_last_error_text();
+    EXPECT_TRUE(BytesOf(path) == before);
+    std::remove(path.c_str());
+}
+
 TEST_F(CSong, EditsOfTheMapsAreThoseOfTheClassesOrRefused)
 {
     const auto tempi = Made<kora_tempo_map>(kora_song_get_tempo_map, mSong.get());
