@@ -7,9 +7,11 @@
 
 #include "Kora/SDS/Source/SDS_NameTable_p.h"
 #include "Kora/SDS/Source/SDS_Name_p.h"
+#include "OstrelPlatformSupport/PSPrefetch_p.h"
 
 #include <bit>
 #include <cstddef>
+#include <cstdint>
 
 class SDS_NameStore
 {
@@ -69,6 +71,9 @@ inline SDS_Name* SDS_NameStore::FindBelow(const SDS_Name& iBase, const SDS_NameT
 {
     return sTable.Find(iHash, [&](const SDS_Name& iName) {
         const SDS_Name* name = &iName;
+        // A path's nodes are mostly made one after the other: the parent's line comes with the node's.
+        if (iCount > 1)
+            PSPrefetch(reinterpret_cast<const void*>(reinterpret_cast<std::uintptr_t>(name) - sizeof *name));
         for (std::size_t i = iCount; i > 0; --i) {
             // The root ends every way up: it is called "", and no name of a path is.
             if (!(name->mText == iTexts[i - 1])) return false;
