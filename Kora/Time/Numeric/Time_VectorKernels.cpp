@@ -30,14 +30,17 @@ bool Time_ProcessorHasAvx2()
     return (_xgetbv(0) & cXmmAndYmm) == cXmmAndYmm && (Sys_AskProcessor(7).mB & cAvx2) != 0;
 }
 
-Time_VectorKernel Time_BestVectorKernel()
+const Time_VectorKernels& Time_BestVectorKernels()
 {
+    static constexpr Time_VectorKernels cSse2{&Time_VectorRunSse2, nullptr, nullptr};
+    static constexpr Time_VectorKernels cAvx2{&Time_VectorRunAvx2, &Time_VectorSegmentsToSamplesAvx2,
+                                              &Time_VectorSegmentsToTicksAvx2};
     // No guarded static: its lock would not do on a real-time thread. Asking twice gives the same answer.
-    static constinit std::atomic<Time_VectorKernel> sBest{nullptr};
-    Time_VectorKernel best = sBest.load(std::memory_order_relaxed); // a function; nothing else is published
+    static constinit std::atomic<const Time_VectorKernels*> sBest{nullptr};
+    const Time_VectorKernels* best = sBest.load(std::memory_order_relaxed); // nothing else is published
     if (best == nullptr) {
-        best = Time_ProcessorHasAvx2() ? &Time_VectorRunAvx2 : &Time_VectorRunSse2;
+        best = Time_ProcessorHasAvx2() ? &cAvx2 : &cSse2;
         sBest.store(best, std::memory_order_relaxed);
     }
-    return best;
+    return *best;
 }

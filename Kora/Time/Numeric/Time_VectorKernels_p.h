@@ -43,14 +43,47 @@ std::size_t Time_VectorRunSse2(const Time_VectorLine& iLine, Cmn_Int64* ioTimes,
 std::size_t Time_VectorRunAvx2(const Time_VectorLine& iLine, Cmn_Int64* ioTimes, std::size_t iCount);
 bool Time_ProcessorHasAvx2();
 
-// The fastest one here; asked for once by each conversion of many times.
-Time_VectorKernel Time_BestVectorKernel();
+// A segment as it lies in memory, in an array that ascends by its starts: from each on, to the next one's, times
+// are on its line.
+struct Time_VectorSegment
+{
+    double mStartSample;
+    Cmn_Int64 mStartTick;
+    double mSamplesPerTick;
+    double mTicksPerSample;
+};
+
+// Converts values from the first on, eight at a time, while all eight are on some of four segments, ioSegment and
+// those behind it, and until so many are on one that Time_VectorKernel is faster. Returns how many there were;
+// ioSegment: the segment of the last of them.
+using Time_VectorSegmentsKernel = std::size_t (*)(const Time_VectorSegment* iSegments,
+                                                  std::size_t iSegmentCount, std::size_t& ioSegment,
+                                                  Cmn_Int64* ioTimes, std::size_t iCount, double iLimit);
+
+// Only where Time_ProcessorHasAvx2, as the next one.
+std::size_t Time_VectorSegmentsToSamplesAvx2(const Time_VectorSegment* iSegments, std::size_t iSegmentCount,
+                                             std::size_t& ioSegment, Cmn_Int64* ioTimes, std::size_t iCount,
+                                             double iLimit);
+// Start samples have to ascend too; there is no limit.
+std::size_t Time_VectorSegmentsToTicksAvx2(const Time_VectorSegment* iSegments, std::size_t iSegmentCount,
+                                           std::size_t& ioSegment, Cmn_Int64* ioTimes, std::size_t iCount,
+                                           double iLimit);
+
+struct Time_VectorKernels
+{
+    Time_VectorKernel mRun;
+    Time_VectorSegmentsKernel mToSamples; // null where there is none
+    Time_VectorSegmentsKernel mToTicks;
+};
+
+// The fastest ones here; asked for once by each conversion of many times.
+const Time_VectorKernels& Time_BestVectorKernels();
 
 // Converts all values by a line without end; iPlain takes those that the kernel leaves.
 template <class Plain>
 void Time_VectorConvert(const Time_VectorLine& iLine, Cmn_Int64* ioTimes, std::size_t iCount, Plain iPlain)
 {
-    const Time_VectorKernel run = Time_BestVectorKernel();
+    const Time_VectorKernel run = Time_BestVectorKernels().mRun;
     for (std::size_t done = 0; done < iCount; ++done) {
         done += run(iLine, ioTimes + done, iCount - done);
         if (done < iCount) ioTimes[done] = iPlain(ioTimes[done]);

@@ -5,6 +5,24 @@
 #include "Kora/Time/Numeric/Time_VectorKernels_p.h"
 #include "Kora/Time/Tempo/Time_BasicTempoMapSegment.h"
 
+#include <cstddef>
+
+// A map's segments, as vector kernels read them.
+struct Time_BasicTempoMapLayout
+{
+    static const Time_VectorSegment* Of(const Time_BasicTempoMapSegment* iSegments)
+    {
+        using Segment = Time_BasicTempoMapSegment;
+        static_assert(
+            sizeof(Segment) == sizeof(Time_VectorSegment) && sizeof(Time_Tick) == sizeof(Cmn_Int64) &&
+            offsetof(Segment, mFractionalStartSample) == offsetof(Time_VectorSegment, mStartSample) &&
+            offsetof(Segment, mStartTick) == offsetof(Time_VectorSegment, mStartTick) &&
+            offsetof(Segment, mSamplesPerTick) == offsetof(Time_VectorSegment, mSamplesPerTick) &&
+            offsetof(Segment, mTicksPerSample) == offsetof(Time_VectorSegment, mTicksPerSample));
+        return reinterpret_cast<const Time_VectorSegment*>(iSegments);
+    }
+};
+
 namespace Time_BasicTempoMapLine {
 
 // Results are at most iLimit.

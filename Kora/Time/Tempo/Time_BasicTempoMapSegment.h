@@ -73,6 +73,8 @@ public:
     [[nodiscard]] std::string Dump() const;
 
 private:
+    friend struct Time_BasicTempoMapLayout; // which sees that vector kernels find these where they look
+
     double TicksAfterStart(Time_Tick iTick) const
     {
         return static_cast<double>(Cmn_WrapSub(iTick.AsInt64(), mStartTick.AsInt64()));

@@ -1,7 +1,7 @@
 // Time_BasicTempoMap: conversions of many values.
 //
 // Event times come mostly in order, so that neighbours lie on one line: such a run goes to a vector
-// kernel. Where runs are short, the segments of a block of values are looked up side by side, so that the
+// kernel, and several short ones of neighbouring lines to another. Where runs are shorter still, the segments of a block of values are looked up side by side, so that the
 // reads from memory overlap.
 #include "Kora/Time/Tempo/Time_BasicTempoMapIndex_p.h"
 #include "Kora/Time/Tempo/Time_BasicTempoMapLine_p.h"
@@ -12,6 +12,8 @@
 namespace {
 
 constexpr std::size_t cShortRun = 4;
+// From here on a kernel call for each run costs nothing that matters.
+constexpr std::size_t cLongRun = 32;
 constexpr std::size_t cLookUpsAtOnce = 64;
 
 // Direction offers, for one direction of conversion:
@@ -19,10 +21,11 @@ constexpr std::size_t cLookUpsAtOnce = 64;
 //   Starts(index, value)  whether the segment starts at or before the value
 //   Line(index)           the segment's line, for the values that it governs
 //   Convert(index, value) the single conversion
+//   Amid(index, times, count)  converts by the index's segment and those behind it, as many as are close together
 template <class Direction>
 void ConvertAll(const Direction& iDirection, std::size_t iSegments, Cmn_Int64* ioTimes, std::size_t iCount)
 {
-    const Time_VectorKernel run = Time_BestVectorKernel();
+    const Time_VectorKernels& kernels = Time_BestVectorKernels();
     std::size_t segment = 0;
     for (Cmn_Int64* const end = ioTimes + iCount; ioTimes != end;) {
         // The segment behind the last one, when the values ascend.
@@ -30,9 +33,13 @@ void ConvertAll(const Direction& iDirection, std::size_t iSegments, Cmn_Int64* i
                             (segment + 2 == iSegments || !iDirection.Starts(segment + 2, *ioTimes));
         segment = isNext ? segment + 1 : iDirection.Find(*ioTimes);
         const std::size_t done =
-            run(iDirection.Line(segment), ioTimes, static_cast<std::size_t>(end - ioTimes));
+            kernels.mRun(iDirection.Line(segment), ioTimes, static_cast<std::size_t>(end - ioTimes));
         ioTimes += done;
-        if (done >= cShortRun) continue;
+        if (done >= cLongRun) continue;
+        if (done >= cShortRun) {
+            ioTimes += iDirection.Amid(kernels, segment, ioTimes, static_cast<std::size_t>(end - ioTimes));
+            continue;
+        }
         // No run, or times so large that only the single conversion has their bits.
         const std::size_t block = std::min(cLookUpsAtOnce, static_cast<std::size_t>(end - ioTimes));
         std::size_t found[cLookUpsAtOnce];
@@ -67,6 +74,14 @@ struct Time_BasicTempoMap::TicksToSamplesDirection
         }
         return line;
     }
+    std::size_t Amid(const Time_VectorKernels& iKernels, std::size_t& ioIndex, Cmn_Int64* ioTimes,
+                     std::size_t iCount) const
+    {
+        return iKernels.mToSamples != nullptr
+                   ? iKernels.mToSamples(Time_BasicTempoMapLayout::Of(mMap.mSegments.data()),
+                                         mMap.mSegments.size(), ioIndex, ioTimes, iCount, mLimit)
+                   : 0;
+    }
     Cmn_Int64 Convert(std::size_t iIndex, Cmn_Int64 iTick) const
     {
         return std::min(mMap.mSegments[iIndex].TickToSample(Time_Tick(iTick), false).AsInt64(), mMaximum);
@@ -92,6 +107,15 @@ struct Time_BasicTempoMap::SamplesToTicksDirection
         if (iIndex != 0) line.mBegin = std::max(line.mBegin, Start(iIndex));
         if (iIndex + 1 < mMap.mSegments.size()) line.mEnd = std::min(line.mEnd, Start(iIndex + 1));
         return line;
+    }
+    std::size_t Amid(const Time_VectorKernels& iKernels, std::size_t& ioIndex, Cmn_Int64* ioTimes,
+                     std::size_t iCount) const
+    {
+        return iKernels.mToTicks != nullptr && mMap.mIndex->mSamplesAscend
+                   ? iKernels.mToTicks(Time_BasicTempoMapLayout::Of(mMap.mSegments.data()),
+                                       mMap.mSegments.size(), ioIndex, ioTimes, iCount,
+                                       Time_VectorLine::cNoLimit)
+                   : 0;
     }
     Cmn_Int64 Convert(std::size_t iIndex, Cmn_Int64 iSample) const
     {

@@ -26,6 +26,23 @@ Cmn_Int64 RandomTime(std::mt19937_64& ioRandom, Cmn_Int64 iNear)
     }
 }
 
+// Lines that do not meet, so that a time on the wrong one shows, and now and then far apart or steep.
+std::vector<Time_BasicTempoMapSegment> RandomSegments(std::mt19937_64& ioRandom)
+{
+    const auto seldom = [&](auto iUsual, auto iSeldom) { return ioRandom() % 12 == 0 ? iSeldom : iUsual; };
+    std::vector<Time_BasicTempoMapSegment> segments(6 + ioRandom() % 8);
+    Cmn_Int64 tick = cStart;
+    double sample = static_cast<double>(seldom(Cmn_Int64{1000}, -(Cmn_Int64{1} << 52)));
+    for (Time_BasicTempoMapSegment& each : segments) {
+        const double slope = seldom(0.25, 1e12) * (1 + static_cast<double>(ioRandom() % 7));
+        each.SetEndSample(Time_Tick(tick), Time_Tick(tick + 1000), sample, sample + 1000 * slope);
+        tick +=
+            static_cast<Cmn_Int64>(seldom(1 + ioRandom() % 40, std::uint64_t{1} << (50 + ioRandom() % 3)));
+        sample += static_cast<double>(seldom(4 + ioRandom() % 160, std::uint64_t{1} << 52)) / 4;
+    }
+    return segments;
+}
+
 } // namespace
 
 TEST(TempoVector, KernelsStopWhereThePlainOneStopsAndGiveItsBits)
@@ -63,6 +80,52 @@ TEST(TempoVector, KernelsStopWhereThePlainOneStopsAndGiveItsBits)
     }
 }
 
+TEST(TempoVector, ShortRunsOnNeighbouringLinesAreConvertedAsEachAlone)
+{
+    if (!Time_ProcessorHasAvx2()) GTEST_SKIP() << "no such kernel for this processor";
+    std::mt19937_64 random(3);
+    std::size_t converted = 0;
+    for (int i = 0; i < 60000; ++i) {
+        const bool toSamples = i % 2 == 0;
+        const std::vector<Time_BasicTempoMapSegment> segments = RandomSegments(random);
+        const auto key = [&](std::size_t at) {
+            return toSamples ? static_cast<double>(segments[at].GetStartTick().AsInt64())
+                             : segments[at].GetFractionalStartSample();
+        };
+        const auto lineOf = [&](Cmn_Int64 time) { // 1 for the first, 0 before it
+            std::size_t line = 0;
+            while (line < segments.size() && key(line) <= static_cast<double>(time))
+                ++line;
+            return line;
+        };
+        Times times(24);
+        for (Cmn_Int64& each : times)
+            each = static_cast<Cmn_Int64>(key(random() % segments.size())) +
+                   static_cast<Cmn_Int64>(random() % 5) - 2;
+        if (i % 8 != 0) std::sort(times.begin(), times.end());
+        const double limit = i % 4 == 0 ? 1010.0 : Time_VectorLine::cNoLimit;
+        Times results = times;
+        const std::size_t first = std::max<std::size_t>(lineOf(times[0]), 1) - 1;
+        std::size_t segment = first;
+        const auto kernel = toSamples ? &Time_VectorSegmentsToSamplesAvx2 : &Time_VectorSegmentsToTicksAvx2;
+        const std::size_t done = kernel(Time_BasicTempoMapLayout::Of(segments.data()), segments.size(),
+                                        segment, results.data(), results.size(), limit);
+        for (std::size_t at = 0; at < times.size(); ++at) {
+            Cmn_Int64 expected = times[at];
+            if (at < done) {
+                ASSERT_GT(lineOf(times[at]), first) << i;
+                const Time_BasicTempoMapSegment& line = segments[lineOf(times[at]) - 1];
+                expected = toSamples ? std::min(line.TickToSample(Time_Tick(times[at]), false).AsInt64(),
+                                                static_cast<Cmn_Int64>(limit))
+                                     : line.SampleToTick(Time_Sample(times[at])).AsInt64();
+            }
+            ASSERT_EQ(results[at], expected) << i << ' ' << at;
+        }
+        converted += done;
+    }
+    EXPECT_GT(converted, 100000u);
+}
+
 TEST(TempoVector, ManyTimesAreConvertedAsEachAlone)
 {
     const AssertRecorder asserts; // wild maps break what validation asks for
@@ -72,7 +135,7 @@ TEST(TempoVector, ManyTimesAreConvertedAsEachAlone)
         Time_TempoMap map;
         map.BeginEdit();
         if (round % 2 == 0) map.AddSegment(SegmentRow{.mLocked = true}.Make());
-        for (int i = static_cast<int>(random() % 30); i-- > 0;)
+        for (int i = static_cast<int>(random() % (round % 7 == 0 ? 200 : 30)); i-- > 0;)
             map.AddSegment(SegmentRow{.mTick = cStart + static_cast<Cmn_Int64>(random() % (80 * cQuarter)),
                                       .mBpm = 5 + static_cast<double>(random() % 300),
                                       .mLocked = round % 4 == 1,
