@@ -2,6 +2,7 @@
 
 #include "Bastel/Cmn/Cmn_Utf8.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 
@@ -39,9 +40,20 @@ const char* EscapeOf(char32_t iCharacter, Place iPlace)
     }
 }
 
+constexpr bool IsPlain(char iByte)
+{
+    return iByte >= ' ' && iByte <= '~' && iByte != '&' && iByte != '<' && iByte != '>' && iByte != '"';
+}
+
 void AppendEscaped(std::string& ioText, std::string_view iText, Place iPlace)
 {
     while (!iText.empty()) {
+        // Nearly all texts are numbers and plain names, which go over in one piece.
+        const auto plain =
+            static_cast<std::size_t>(std::find_if_not(iText.begin(), iText.end(), IsPlain) - iText.begin());
+        ioText.append(iText, 0, plain);
+        iText.remove_prefix(plain);
+        if (iText.empty()) break;
         const char32_t character = Cmn_TakeUtf8(iText);
         if (const char* const escape = EscapeOf(character, iPlace))
             ioText += escape;
@@ -84,6 +96,8 @@ void Cmn_XMLNode::AddAttribute(std::string iName, double iValue)
 
 Cmn_XMLNode& Cmn_XMLNode::AddChild(Cmn_XMLNode iChild)
 {
+    constexpr std::size_t cUsual = 8; // so that the first ones are not moved again and again
+    if (mChildren.empty()) mChildren.reserve(cUsual);
     mChildren.push_back(std::move(iChild));
     return mChildren.back();
 }
@@ -114,10 +128,14 @@ std::string Cmn_XMLNode::ToString(bool iWithDeclaration) const
 
 void Cmn_XMLNode::AppendTo(std::string& ioText, int iLevel) const
 {
-    const std::string indent(static_cast<std::size_t>(iLevel) * 2, ' ');
-    ioText += indent + '<' + mName;
+    const auto indent = static_cast<std::size_t>(iLevel) * 2;
+    ioText.append(indent, ' ');
+    ioText += '<';
+    ioText += mName;
     for (const auto& [name, value] : mAttributes) {
-        ioText += ' ' + name + "=\"";
+        ioText += ' ';
+        ioText += name;
+        ioText += "=\"";
         AppendEscaped(ioText, value, Place::eAttribute);
         ioText += '"';
     }
@@ -131,7 +149,9 @@ void Cmn_XMLNode::AppendTo(std::string& ioText, int iLevel) const
         ioText += '\n';
         for (const Cmn_XMLNode& child : mChildren)
             child.AppendTo(ioText, iLevel + 1);
-        ioText += indent;
+        ioText.append(indent, ' ');
     }
-    ioText += "</" + mName + ">\n";
+    ioText += "</";
+    ioText += mName;
+    ioText += ">\n";
 }
