@@ -62,6 +62,13 @@ C_Handle& AnyHandle(void* iHandle)
 
 } // namespace
 
+void C_Throw(kora_status iStatus, const char* iText) { throw C_Error(iStatus, iText); }
+
+void C_ThrowFor(kora_status iStatus, const char* iName, const char* iWhat)
+{
+    throw C_Error(iStatus, std::string(iName) + iWhat);
+}
+
 kora_status C_Fail(kora_status iStatus, const char* iText, const char* iFile, long long iOffset) noexcept
 {
     LastError& error = tLastError;

@@ -42,7 +42,8 @@ kora_status C_Fail(kora_status iStatus, const char* iText, const char* iFile = "
 template <class Body>
 kora_status C_Guard(Body&& iBody) noexcept
 {
-    if (Kora_Init::sInitializedCount <= 0) return C_Fail(KORA_NOT_STARTED, "kora_init was not called");
+    if (Kora_Init::sInitializedCount <= 0) [[unlikely]]
+        return C_Fail(KORA_NOT_STARTED, "kora_init was not called");
     try {
         iBody();
         return KORA_OK;
@@ -51,15 +52,22 @@ kora_status C_Guard(Body&& iBody) noexcept
     }
 }
 
+// Out of line, so that what checks goes into each call.
+[[noreturn]] void C_Throw(kora_status iStatus, const char* iText);
+// "map is null"
+[[noreturn]] void C_ThrowFor(kora_status iStatus, const char* iName, const char* iWhat);
+
 inline void C_Require(bool iCondition, const char* iText, kora_status iStatus = KORA_BAD_ARGUMENT)
 {
-    if (!iCondition) throw C_Error(iStatus, iText);
+    if (!iCondition) [[unlikely]]
+        C_Throw(iStatus, iText);
 }
 
 // What a pointer of the caller's leads to.
 template <class T>
 T& C_Out(T* iPointer, const char* iName)
 {
-    if (iPointer == nullptr) throw C_Error(KORA_NULL_ARGUMENT, std::string(iName) + " is null");
+    if (iPointer == nullptr) [[unlikely]]
+        C_ThrowFor(KORA_NULL_ARGUMENT, iName, " is null");
     return *iPointer;
 }

@@ -47,8 +47,8 @@ template <class T>
 T& C_Get(T* iHandle, const char* iName)
 {
     C_Out(iHandle, iName);
-    if (static_cast<const C_Handle*>(iHandle)->GetKind() != T::cKind)
-        throw C_Error(KORA_WRONG_HANDLE, std::string(iName) + " is a handle of another kind");
+    if (static_cast<const C_Handle*>(iHandle)->GetKind() != T::cKind) [[unlikely]]
+        C_ThrowFor(KORA_WRONG_HANDLE, iName, " is a handle of another kind");
     return *iHandle;
 }
 
