@@ -197,6 +197,7 @@ kora_status kora_key_map_find(kora_key_map* map, int64_t tick, kora_key* out)
             first = isBefore ? first + half + 1 : first;
             size = isBefore ? size - half - 1 : half;
         }
+        if (first == 0) ThrowNotFound();
         *out = KeyOf(keys, first - 1);
     });
 }

@@ -32,8 +32,18 @@ Handle<T> Made(Call iCall, Arguments... iArguments)
 class CFixture : public testing::Test
 {
 protected:
-    CFixture() { EXPECT_EQ(kora_init(), KORA_OK); }
-    ~CFixture() override { EXPECT_EQ(kora_free(), KORA_OK); }
+    // What is wrong in a call is refused before the library would assert.
+    CFixture()
+    {
+        EXPECT_EQ(kora_init(), KORA_OK);
+        const auto fail = [](void*, const char* iText, std::int32_t) { ADD_FAILURE() << iText; };
+        EXPECT_EQ(kora_set_assert_handler(+fail, nullptr), KORA_OK);
+    }
+    ~CFixture() override
+    {
+        EXPECT_EQ(kora_set_assert_handler(nullptr, nullptr), KORA_OK);
+        EXPECT_EQ(kora_free(), KORA_OK);
+    }
 
     static Handle<kora_song> Open() { return Made<kora_song>(kora_song_open, cSongPath.c_str()); }
 };

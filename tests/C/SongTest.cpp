@@ -263,6 +263,7 @@ TEST_F(CSong, EditsOfTheMapsAreThoseOfTheClassesOrRefused)
     const kora_key key{at, 0, 0, 3, {}};
     ASSERT_EQ(kora_key_map_set(keys.get(), &key), KORA_OK);
     kora_key found{};
+    EXPECT_EQ(kora_key_map_find(keys.get(), cStart - 1, &found), KORA_NOT_FOUND);
     ASSERT_EQ(kora_key_map_find(keys.get(), at + 5, &found), KORA_OK);
     EXPECT_EQ(std::memcmp(&key, &found, sizeof key), 0);
     for (const std::int64_t tick : Times(KORA_TICKS, 200)) {
