@@ -82,6 +82,15 @@ Time_EType C_Unit(std::uint32_t iUnit)
 
 Time_Typed C_TimeOf(const kora_time& iTime) { return {iTime.count, C_Unit(iTime.unit)}; }
 
+Time_Typed C_PlaceOf(const kora_time& iTime)
+{
+    const Time_Typed time = C_TimeOf(iTime);
+    const Cmn_Int64 most = Time_Typed::MaxTime(time.GetType()).AsInt64();
+    C_Require(time.AsInt64() >= -most && time.AsInt64() <= most,
+              "a time is outside of the limits of its unit");
+    return time;
+}
+
 kora_time C_TimeOf(const Time_Typed& iTime) { return {iTime.AsInt64(), iTime.GetType(), 0}; }
 
 kora_status kora_convert(kora_song* song, kora_time time, uint32_t unit, kora_time* out)

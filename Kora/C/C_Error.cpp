@@ -107,10 +107,10 @@ void C_Handle::Release()
     if (mCount.fetch_sub(1, std::memory_order_acq_rel) != 1) return;
     if (mKind == eKind_Song) {
         const Ndo_StDisableRecording disabled; // its maps go without a notice, as they came
-        delete this;
+        mDelete(this);
         return;
     }
-    delete this;
+    mDelete(this);
 }
 
 uint32_t kora_c_version(void) { return KORA_C_VERSION_MAJOR * 65536u + KORA_C_VERSION_MINOR; }

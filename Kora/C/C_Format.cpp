@@ -14,7 +14,7 @@ struct kora_format : C_Handle
     static constexpr EKind cKind = eKind_Format;
 
     kora_format(kora_song& ioSong, Time_EFilmGauge iGauge)
-        : C_Handle(cKind)
+        : C_Handle(cKind, &C_Delete<kora_format>)
         , mSong(ioSong)
         , mFormat(ioSong.Get().GetConverter())
     {
@@ -35,13 +35,18 @@ Time_EForm FormOf(int32_t iForm)
 
 } // namespace
 
+Time_EFilmGauge C_Gauge(std::int32_t iFilm)
+{
+    C_Require(iFilm == KORA_FILM_35MM || iFilm == KORA_FILM_16MM, "no such film");
+    return static_cast<Time_EFilmGauge>(iFilm);
+}
+
 kora_status kora_format_new(kora_song* song, int32_t film, kora_format** out)
 {
     return C_Guard([&] {
         kora_song& of = C_Get(song, "song");
         kora_format*& format = C_Out(out, "out");
-        C_Require(film == KORA_FILM_35MM || film == KORA_FILM_16MM, "no such film");
-        format = new kora_format(of, static_cast<Time_EFilmGauge>(film));
+        format = new kora_format(of, C_Gauge(film));
     });
 }
 

@@ -1,6 +1,7 @@
 // C_Handle: what all handles of the C interface begin with: the mark of their kind, and their count of references.
 //
-// Every kind derives from it alone, so that the pointer that C holds is the pointer to this part too.
+// Every kind derives from it alone, and it has no virtual functions, so that the pointer that C holds is the pointer to
+// this part too, and a mark may be read at whatever a caller takes for a handle.
 // Threads: the count is atomic; whoever takes it to 0 destroys the object.
 #pragma once
 
@@ -20,10 +21,11 @@ public:
         eKind_KeyMap,
         eKind_History,
         eKind_Format,
+        eKind_Grid,
+        eKind_Ruler,
         eKind_End
     };
 
-    virtual ~C_Handle() = default;
     C_Handle(const C_Handle&) = delete;
     C_Handle& operator=(const C_Handle&) = delete;
 
@@ -32,15 +34,25 @@ public:
     void Release();
 
 protected:
-    explicit C_Handle(EKind iKind)
+    // iDelete: of the kind.
+    C_Handle(EKind iKind, void (*iDelete)(C_Handle*))
         : mKind(iKind)
+        , mDelete(iDelete)
     {
     }
+    ~C_Handle() = default;
 
 private:
     const EKind mKind;
     std::atomic<std::int32_t> mCount{1};
+    void (*const mDelete)(C_Handle*);
 };
+
+template <class T>
+void C_Delete(C_Handle* iHandle)
+{
+    delete static_cast<T*>(iHandle);
+}
 
 // The handle, if it is one of its kind.
 template <class T>

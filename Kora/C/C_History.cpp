@@ -15,12 +15,12 @@ struct kora_history : C_Handle
     static constexpr EKind cKind = eKind_History;
 
     explicit kora_history(kora_song& ioSong)
-        : C_Handle(cKind)
+        : C_Handle(cKind, &C_Delete<kora_history>)
         , mSong(ioSong)
     {
     }
     // What was begun is taken back.
-    ~kora_history() override { Stop(); }
+    ~kora_history() { Stop(); }
 
     void Stop()
     {

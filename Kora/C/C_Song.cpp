@@ -30,7 +30,7 @@ static_assert(KORA_SAMPLES == static_cast<int>(Time_eType_Samples) &&
               KORA_FRAMES == static_cast<int>(Time_eType_Frames));
 
 kora_song::kora_song()
-    : C_Handle(cKind)
+    : C_Handle(cKind, &C_Delete<kora_song>)
 {
     mSong.GetTempoMap().GetListenerList().Add(&mTempiReceiver);
     mSong.GetMeterMap().GetListenerList().Add(&mMetersReceiver);

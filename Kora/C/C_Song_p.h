@@ -18,7 +18,7 @@ struct kora_song : C_Handle
 
     // Of the session's rate and format; a song of no file begins with 120 quarters a minute in 4/4.
     kora_song();
-    ~kora_song() override;
+    ~kora_song();
 
     Kora_Song& Get() { return mSong; }
     const Kora_Song& Get() const { return mSong; }
@@ -47,13 +47,13 @@ private:
 };
 
 // A handle of one of a song's maps.
-template <class Map, Map& (Kora_Song::*tMap)(), C_Handle::EKind tKind>
+template <class Handle, class Map, Map& (Kora_Song::*tMap)(), C_Handle::EKind tKind>
 struct C_MapHandle : C_Handle
 {
     static constexpr EKind cKind = tKind;
 
     explicit C_MapHandle(kora_song& ioSong)
-        : C_Handle(tKind)
+        : C_Handle(tKind, &C_Delete<Handle>)
         , mSong(ioSong)
     {
     }
@@ -67,15 +67,18 @@ struct C_MapHandle : C_Handle
     C_Ref<kora_song> mSong;
 };
 
-struct kora_tempo_map : C_MapHandle<Time_TempoMap, &Kora_Song::GetTempoMap, C_Handle::eKind_TempoMap>
+struct kora_tempo_map
+    : C_MapHandle<kora_tempo_map, Time_TempoMap, &Kora_Song::GetTempoMap, C_Handle::eKind_TempoMap>
 {
     using C_MapHandle::C_MapHandle;
 };
-struct kora_meter_map : C_MapHandle<Time_MeterMap, &Kora_Song::GetMeterMap, C_Handle::eKind_MeterMap>
+struct kora_meter_map
+    : C_MapHandle<kora_meter_map, Time_MeterMap, &Kora_Song::GetMeterMap, C_Handle::eKind_MeterMap>
 {
     using C_MapHandle::C_MapHandle;
 };
-struct kora_key_map : C_MapHandle<Time_KeySignatureMap, &Kora_Song::GetKeyMap, C_Handle::eKind_KeyMap>
+struct kora_key_map
+    : C_MapHandle<kora_key_map, Time_KeySignatureMap, &Kora_Song::GetKeyMap, C_Handle::eKind_KeyMap>
 {
     using C_MapHandle::C_MapHandle;
 };

@@ -35,4 +35,5 @@
 
 #include "Kora/C/Kora_CBase.h"
 #include "Kora/C/Kora_CEdit.h"
+#include "Kora/C/Kora_CGrid.h"
 #include "Kora/C/Kora_CSong.h"

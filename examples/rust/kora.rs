@@ -567,3 +567,165 @@ extern "C" {
 extern "C" {
     pub fn kora_history_is_saved(history: *mut kora_history, out: *mut i32) -> kora_status;
 }
+#[repr(C)]
+#[derive(Debug, Copy, Clone)]
+pub struct kora_grid {
+    _unused: [u8; 0],
+}
+pub const KORA_LINE_BAR: _bindgen_ty_10 = 0;
+pub const KORA_LINE_BEAT: _bindgen_ty_10 = 1;
+pub const KORA_LINE_SUB: _bindgen_ty_10 = 2;
+pub const KORA_LINE_FINE: _bindgen_ty_10 = 3;
+pub const KORA_LINE_FOOT: _bindgen_ty_10 = 4;
+pub const KORA_LINE_SECOND: _bindgen_ty_10 = 5;
+pub const KORA_LINE_MINUTE: _bindgen_ty_10 = 6;
+pub const KORA_LINE_HOUR: _bindgen_ty_10 = 7;
+pub type _bindgen_ty_10 = ::std::os::raw::c_uint;
+#[repr(C)]
+#[derive(Debug, Copy, Clone)]
+pub struct kora_grid_line {
+    pub tick: i64,
+    pub sample: i64,
+    pub count: i64,
+    pub position: kora_bar_position,
+    pub kind: i32,
+    pub reserved: u32,
+}
+extern "C" {
+    pub fn kora_grid_new(
+        song: *mut kora_song,
+        division: *const ::std::os::raw::c_char,
+        swing: i32,
+        out: *mut *mut kora_grid,
+    ) -> kora_status;
+}
+pub const KORA_CLOCK_SAMPLES: _bindgen_ty_11 = 0;
+pub const KORA_CLOCK_MILLISECONDS: _bindgen_ty_11 = 1;
+pub const KORA_CLOCK_TIMECODE: _bindgen_ty_11 = 2;
+pub const KORA_CLOCK_FILM: _bindgen_ty_11 = 3;
+pub type _bindgen_ty_11 = ::std::os::raw::c_uint;
+extern "C" {
+    pub fn kora_grid_new_by_clock(
+        song: *mut kora_song,
+        unit: i32,
+        step: i64,
+        film: i32,
+        out: *mut *mut kora_grid,
+    ) -> kora_status;
+}
+pub const KORA_SEARCH_BEFORE: _bindgen_ty_12 = 0;
+pub const KORA_SEARCH_AT_OR_BEFORE: _bindgen_ty_12 = 1;
+pub const KORA_SEARCH_NEAREST: _bindgen_ty_12 = 2;
+pub const KORA_SEARCH_AT_OR_AFTER: _bindgen_ty_12 = 3;
+pub const KORA_SEARCH_AFTER: _bindgen_ty_12 = 4;
+pub type _bindgen_ty_12 = ::std::os::raw::c_uint;
+extern "C" {
+    pub fn kora_grid_find(
+        grid: *mut kora_grid,
+        at: kora_time,
+        search: i32,
+        out: *mut kora_grid_line,
+    ) -> kora_status;
+}
+extern "C" {
+    pub fn kora_grid_lines(
+        grid: *mut kora_grid,
+        from: kora_time,
+        to: kora_time,
+        lines: *mut kora_grid_line,
+        capacity: usize,
+        count: *mut usize,
+    ) -> kora_status;
+}
+#[repr(C)]
+#[derive(Debug, Copy, Clone)]
+pub struct kora_ruler {
+    _unused: [u8; 0],
+}
+pub const KORA_AXIS_TIME: _bindgen_ty_13 = 0;
+pub const KORA_AXIS_BARS: _bindgen_ty_13 = 1;
+pub type _bindgen_ty_13 = ::std::os::raw::c_uint;
+#[repr(C)]
+#[derive(Debug, Copy, Clone)]
+pub struct kora_ruler_options {
+    pub size: u32,
+    pub form: i32,
+    pub film: i32,
+    pub axis: i32,
+    pub lines: f64,
+    pub majors: f64,
+    pub label_gap: f64,
+}
+pub type kora_measure = ::std::option::Option<
+    unsafe extern "C" fn(
+        user: *mut ::std::os::raw::c_void,
+        text: *const ::std::os::raw::c_char,
+        size: usize,
+    ) -> f64,
+>;
+extern "C" {
+    pub fn kora_ruler_new(
+        song: *mut kora_song,
+        options: *const kora_ruler_options,
+        last: kora_time,
+        measure: kora_measure,
+        user: *mut ::std::os::raw::c_void,
+        out: *mut *mut kora_ruler,
+    ) -> kora_status;
+}
+extern "C" {
+    pub fn kora_ruler_show(
+        ruler: *mut kora_ruler,
+        from: kora_time,
+        to: kora_time,
+        width: f64,
+    ) -> kora_status;
+}
+extern "C" {
+    pub fn kora_ruler_set_units_per_pixel(ruler: *mut kora_ruler, units: f64) -> kora_status;
+}
+extern "C" {
+    pub fn kora_ruler_zoom(ruler: *mut kora_ruler, pixel: f64, factor: f64) -> kora_status;
+}
+extern "C" {
+    pub fn kora_ruler_scroll_to(ruler: *mut kora_ruler, time: kora_time, pixel: f64)
+        -> kora_status;
+}
+extern "C" {
+    pub fn kora_ruler_scroll_by(ruler: *mut kora_ruler, pixels: i64) -> kora_status;
+}
+extern "C" {
+    pub fn kora_ruler_to_pixel(
+        ruler: *mut kora_ruler,
+        time: kora_time,
+        out: *mut f64,
+    ) -> kora_status;
+}
+extern "C" {
+    pub fn kora_ruler_to_time(
+        ruler: *mut kora_ruler,
+        pixel: f64,
+        unit: u32,
+        out: *mut kora_time,
+    ) -> kora_status;
+}
+#[repr(C)]
+#[derive(Debug, Copy, Clone)]
+pub struct kora_ruler_line {
+    pub pixel: i64,
+    pub time: kora_time,
+    pub label: *const ::std::os::raw::c_char,
+    pub label_size: u32,
+    pub is_major: i32,
+}
+pub type kora_ruler_take = ::std::option::Option<
+    unsafe extern "C" fn(user: *mut ::std::os::raw::c_void, line: *const kora_ruler_line),
+>;
+extern "C" {
+    pub fn kora_ruler_draw(
+        ruler: *mut kora_ruler,
+        width: f64,
+        take: kora_ruler_take,
+        user: *mut ::std::os::raw::c_void,
+    ) -> kora_status;
+}

@@ -117,10 +117,11 @@ public:
     {
         using Call = void (Player::*)();
         static constexpr Call cCalls[] = {
-            &Player::MakeHandle, &Player::ReleaseHandle, &Player::AskMaps,  &Player::EditTempi,
-            &Player::EditMeters, &Player::EditKeys,      &Player::EditTime, &Player::Convert,
-            &Player::ConvertAll, &Player::Write,         &Player::Read,     &Player::History,
-            &Player::ReadMidi,   &Player::WriteMidi,     &Player::AskSong,
+            &Player::MakeHandle, &Player::ReleaseHandle, &Player::AskMaps,   &Player::EditTempi,
+            &Player::EditMeters, &Player::EditKeys,      &Player::EditTime,  &Player::Convert,
+            &Player::ConvertAll, &Player::Write,         &Player::Read,      &Player::History,
+            &Player::ReadMidi,   &Player::WriteMidi,     &Player::AskSong,   &Player::MakeGrid,
+            &Player::AskGrid,    &Player::MakeRuler,     &Player::MoveRuler, &Player::DrawRuler,
         };
         for (std::size_t i = 0; i < cMostCalls && !mScript.IsAtEnd(); ++i)
             (this->*cCalls[mScript.Byte() % std::size(cCalls)])();
@@ -403,6 +404,81 @@ private:
             static_cast<Player*>(ioUser)->mTold |= iWhat;
         };
         Checked(kora_song_set_listener(Any<kora_song>(), mScript.Byte() % 2 == 0 ? nullptr : +listen, this));
+    }
+
+    void MakeGrid()
+    {
+        constexpr const char* cDivisions[] = {"bars", "beats", "1/8", "1/16t", "1/4.", "1/64", "1/16(4:5)"};
+        const unsigned choice = mScript.Byte();
+        const std::int32_t swing = static_cast<std::int32_t>(mScript.Byte()) * 4 - 4;
+        if (choice % 4 == 0)
+            return Make<kora_grid>(&kora_grid_new, Any<kora_song>(), mScript.Bytes().c_str(), swing);
+        if (choice % 4 == 1)
+            return Make<kora_grid>(
+                &kora_grid_new_by_clock, Any<kora_song>(), static_cast<std::int32_t>(choice / 4 % 6) - 1,
+                swing == 0 ? mScript.Raw() : std::int64_t{swing} * swing, std::int32_t{KORA_FILM_16MM});
+        Make<kora_grid>(&kora_grid_new, Any<kora_song>(), cDivisions[choice / 4 % std::size(cDivisions)],
+                        swing);
+    }
+    void AskGrid()
+    {
+        kora_grid_line lines[9];
+        std::size_t count = 0;
+        kora_grid* const grid = Any<kora_grid>();
+        const std::size_t capacity = mScript.Byte() % 10;
+        const kora_status status = kora_grid_lines(grid, Time(), Time(), lines, capacity, &count);
+        Checked(status);
+        Require(count <= capacity && (status != KORA_TOO_SMALL || count == capacity),
+                "the lines are as many as it says");
+        for (std::size_t i = 1; i < count; ++i)
+            Require(lines[i - 1].sample <= lines[i].sample && lines[i - 1].tick <= lines[i].tick,
+                    "the lines are in order");
+        Checked(kora_grid_find(grid, Time(), static_cast<std::int32_t>(mScript.Byte() % 7) - 1, lines));
+    }
+    void MakeRuler()
+    {
+        const auto measure = [](void* iUser, const char*, std::size_t iSize) {
+            return static_cast<Player*>(iUser)->mScript.Byte() == 0 ? -1.0 : 7.0 * static_cast<double>(iSize);
+        };
+        const unsigned choice = mScript.Byte();
+        kora_ruler_options options{};
+        options.size = choice % 16 == 0 ? 3 : sizeof options;
+        options.form = static_cast<std::int32_t>(mScript.Byte() % 11) - 1;
+        options.film = KORA_FILM_35MM;
+        options.axis = static_cast<std::int32_t>(choice / 16 % 3);
+        options.lines = choice / 64 == 0 ? mScript.Number() : 0;
+        Make<kora_ruler>(&kora_ruler_new, Any<kora_song>(), &options, Time(), +measure,
+                         static_cast<void*>(this));
+    }
+    void MoveRuler()
+    {
+        kora_ruler* const ruler = Any<kora_ruler>();
+        double pixel = mScript.Number();
+        kora_time time = Time();
+        switch (mScript.Byte() % 7) {
+        case 0:
+            return Checked(kora_ruler_show(ruler, time, Time(), pixel));
+        case 1:
+            return Checked(kora_ruler_set_units_per_pixel(ruler, pixel * pixel));
+        case 2:
+            return Checked(kora_ruler_zoom(ruler, pixel, mScript.Number() / 100));
+        case 3:
+            return Checked(kora_ruler_scroll_to(ruler, time, pixel));
+        case 4:
+            return Checked(kora_ruler_scroll_by(ruler, mScript.Raw() >> mScript.Byte() % 64));
+        case 5:
+            return Checked(kora_ruler_to_pixel(ruler, time, &pixel));
+        default:
+            return Checked(kora_ruler_to_time(ruler, pixel, Unit(), &time));
+        }
+    }
+    void DrawRuler()
+    {
+        const auto take = [](void* iUser, const kora_ruler_line* iLine) {
+            Require(std::strlen(iLine->label) == iLine->label_size, "a label is as long as it says");
+            ++static_cast<Player*>(iUser)->mTold;
+        };
+        Checked(kora_ruler_draw(Any<kora_ruler>(), mScript.Number(), +take, this));
     }
 
     Script mScript;

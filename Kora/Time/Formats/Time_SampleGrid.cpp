@@ -6,9 +6,13 @@
 #include "Kora/Time/Formats/Time_SMPTE.h"
 #include "Kora/Time/Formats/Time_Timecode.h"
 
+#include <algorithm>
+
 namespace {
 
 constexpr Cmn_Int64 cMillisecondsPerSecond = 1000;
+// Far below where doubles and counts of the finest units would no longer tell neighbours apart.
+constexpr Cmn_Int64 cFarthestSample = Cmn_Int64{1} << 42;
 
 // One frame a second for formats that have no rate, so that lines ascend.
 double RealRate(ETimeCodeFormat iFormat)
@@ -89,7 +93,8 @@ Cmn_Int64 Time_SampleGrid::NearCount(Time_Sample iSample) const
 
 Time_SampleGrid::Line Time_SampleGrid::AtOrAfter(Time_Sample iSample) const
 {
-    const Time_Sample from = HasLinesBefore0() || iSample >= Time_Sample(0) ? iSample : Time_Sample(0);
+    const Time_Sample first(HasLinesBefore0() ? -cFarthestSample : 0);
+    const Time_Sample from = std::clamp(iSample, first, Time_Sample(cFarthestSample));
     Cmn_Int64 count = Cmn_FloorDiv(NearCount(from), mStep) * mStep;
     while (GetSample(count) < from)
         count += mStep;

@@ -9,6 +9,7 @@
 //          the rates, offsets and formats of the moment in which it is asked.
 // Drop:    a label that drop-frame counting leaves out has no line of its own.
 // Begin:   timecode and film have no lines before sample 0; behind 24 hours the counts go on.
+// Range:   lines of samples of -2^42 to 2^42, more than a day at any rate; a place beyond is looked for as the end.
 // Cost:    constant; nothing allocates.
 // Threads: as Time_Globals.
 #pragma once
