@@ -148,7 +148,7 @@ const char* kora_status_name(kora_status status)
 {
     static constexpr const char* cNames[] = {
         "ok",      "null argument", "wrong handle", "bad argument", "not started", "not found", "too small",
-        "refused", "bad file",      "system",       "no memory",    "busy",        "internal",
+        "refused", "bad file",      "system",       "no memory",    "busy",        "internal",  "full",
     };
     const auto index = static_cast<std::size_t>(status);
     return index < std::size(cNames) ? cNames[index] : "unknown status";

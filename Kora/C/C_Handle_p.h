@@ -23,6 +23,9 @@ public:
         eKind_Format,
         eKind_Grid,
         eKind_Ruler,
+        eKind_Name,
+        eKind_Receiver,
+        eKind_Listener,
         eKind_End
     };
 

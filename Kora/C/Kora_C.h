@@ -37,3 +37,4 @@
 #include "Kora/C/Kora_CEdit.h"
 #include "Kora/C/Kora_CGrid.h"
 #include "Kora/C/Kora_CSong.h"
+#include "Kora/C/Kora_CToken.h"

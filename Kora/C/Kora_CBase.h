@@ -32,8 +32,9 @@ enum {
     KORA_BAD_FILE = 8,      /* bytes that cannot be understood, or a song that a file cannot hold */
     KORA_SYSTEM = 9,        /* the operating system refused */
     KORA_NO_MEMORY = 10,
-    KORA_BUSY = 11,    /* another history records, or this one does not */
-    KORA_INTERNAL = 12 /* anything else that was thrown */
+    KORA_BUSY = 11,     /* another history records, or this one does not; another thread is at it */
+    KORA_INTERNAL = 12, /* anything else that was thrown */
+    KORA_FULL = 13      /* so many tokens wait that there is no room */
 };
 
 /* Counted: once kora_free for each kora_init, while no other thread is in the library. */

@@ -25,6 +25,7 @@ pub const KORA_SYSTEM: _bindgen_ty_1 = 9;
 pub const KORA_NO_MEMORY: _bindgen_ty_1 = 10;
 pub const KORA_BUSY: _bindgen_ty_1 = 11;
 pub const KORA_INTERNAL: _bindgen_ty_1 = 12;
+pub const KORA_FULL: _bindgen_ty_1 = 13;
 pub type _bindgen_ty_1 = ::std::os::raw::c_uint;
 extern "C" {
     pub fn kora_init() -> kora_status;
@@ -728,4 +729,103 @@ extern "C" {
         take: kora_ruler_take,
         user: *mut ::std::os::raw::c_void,
     ) -> kora_status;
+}
+#[repr(C)]
+#[derive(Debug, Copy, Clone)]
+pub struct kora_name {
+    _unused: [u8; 0],
+}
+extern "C" {
+    pub fn kora_name_new(
+        path: *const ::std::os::raw::c_char,
+        out: *mut *mut kora_name,
+    ) -> kora_status;
+}
+extern "C" {
+    pub fn kora_name_new_below(
+        parent: *mut kora_name,
+        path: *const ::std::os::raw::c_char,
+        out: *mut *mut kora_name,
+    ) -> kora_status;
+}
+extern "C" {
+    pub fn kora_name_path(
+        name: *mut kora_name,
+        buffer: *mut ::std::os::raw::c_char,
+        capacity: usize,
+        size: *mut usize,
+    ) -> kora_status;
+}
+extern "C" {
+    pub fn kora_name_connect(a: *mut kora_name, b: *mut kora_name) -> kora_status;
+}
+extern "C" {
+    pub fn kora_name_disconnect(a: *mut kora_name, b: *mut kora_name) -> kora_status;
+}
+pub const KORA_TOKEN_BYTES: _bindgen_ty_14 = 1024;
+pub type _bindgen_ty_14 = ::std::os::raw::c_uint;
+extern "C" {
+    pub fn kora_send(
+        name: *mut kora_name,
+        type_: u32,
+        subtype: u32,
+        bytes: *const ::std::os::raw::c_void,
+        size: usize,
+    ) -> kora_status;
+}
+#[repr(C)]
+#[derive(Debug, Copy, Clone)]
+pub struct kora_token {
+    pub bytes: *const ::std::os::raw::c_void,
+    pub size: u32,
+    pub type_: u32,
+    pub subtype: u32,
+    pub reserved: u32,
+}
+pub type kora_token_handler = ::std::option::Option<
+    unsafe extern "C" fn(user: *mut ::std::os::raw::c_void, token: *const kora_token),
+>;
+#[repr(C)]
+#[derive(Debug, Copy, Clone)]
+pub struct kora_receiver {
+    _unused: [u8; 0],
+}
+pub const KORA_RECEIVER_AUDIO: _bindgen_ty_15 = 1;
+pub const KORA_RECEIVER_WAITS: _bindgen_ty_15 = 2;
+pub type _bindgen_ty_15 = ::std::os::raw::c_uint;
+extern "C" {
+    pub fn kora_receiver_new(flags: u32, out: *mut *mut kora_receiver) -> kora_status;
+}
+#[repr(C)]
+#[derive(Debug, Copy, Clone)]
+pub struct kora_listener {
+    _unused: [u8; 0],
+}
+pub const KORA_LISTEN_ALL: _bindgen_ty_16 = 0;
+pub const KORA_LISTEN_NEWEST: _bindgen_ty_16 = 1;
+pub type _bindgen_ty_16 = ::std::os::raw::c_uint;
+extern "C" {
+    pub fn kora_listener_new(
+        receiver: *mut kora_receiver,
+        name: *mut kora_name,
+        type_: u32,
+        subtype: u32,
+        which: i32,
+        handler: kora_token_handler,
+        user: *mut ::std::os::raw::c_void,
+        out: *mut *mut kora_listener,
+    ) -> kora_status;
+}
+extern "C" {
+    pub fn kora_receiver_process(
+        receiver: *mut kora_receiver,
+        milliseconds: i32,
+        handled: *mut usize,
+    ) -> kora_status;
+}
+extern "C" {
+    pub fn kora_receiver_wait(receiver: *mut kora_receiver, milliseconds: i32) -> kora_status;
+}
+extern "C" {
+    pub fn kora_receiver_wake(receiver: *mut kora_receiver) -> kora_status;
 }

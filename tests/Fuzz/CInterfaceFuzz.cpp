@@ -1,86 +1,23 @@
 // Any bytes as a script of calls of the C interface, in any order, with handles of any kind, null ones and numbers of
 // all sizes: each call gives a status, what it refuses changes nothing that it was to fill, nothing asserts, and what
 // was handed out goes away again.
+#include "Fuzz/CallScript.h"
 #include "Fuzz/FuzzTarget.h"
 #include "Kora/C/Kora_C.h"
 
 #include <cstring>
 #include <iterator>
-#include <limits>
 #include <string>
 #include <vector>
 
 namespace {
 
-constexpr std::int64_t cStart = KORA_SONG_START_TICK, cQuarter = KORA_TICKS_PER_QUARTER;
 constexpr std::size_t cMostHandles = 12, cMostCalls = 300;
-
-class Script
-{
-public:
-    Script(const unsigned char* iBytes, std::size_t iSize)
-        : mBytes(iBytes)
-        , mLeft(iSize)
-    {
-    }
-    bool IsAtEnd() const { return mLeft == 0; }
-    unsigned Byte()
-    {
-        if (mLeft == 0) return 0;
-        --mLeft;
-        return *mBytes++;
-    }
-    std::int64_t Raw()
-    {
-        std::uint64_t value = 0;
-        for (int i = 0; i < 8; ++i)
-            value = value << 8 | Byte();
-        return static_cast<std::int64_t>(value);
-    }
-    // Mostly a tick of a song, at and beside its quarters.
-    std::int64_t Tick()
-    {
-        const unsigned kind = Byte();
-        if (kind % 16 == 0) return Raw();
-        const auto quarters = static_cast<std::int64_t>(Byte());
-        return cStart + (quarters - 4) * cQuarter / (1 + kind % 3) + static_cast<std::int64_t>(kind / 64) - 1;
-    }
-    double Number()
-    {
-        constexpr double cNumbers[] = {0,
-                                       -1,
-                                       1e-300,
-                                       1e300,
-                                       std::numeric_limits<double>::infinity(),
-                                       std::numeric_limits<double>::quiet_NaN(),
-                                       4.99,
-                                       500.01};
-        const unsigned kind = Byte();
-        return kind % 8 == 0 ? cNumbers[kind / 8 % 8] : 5 + static_cast<double>(kind) * 1.37;
-    }
-    std::string Bytes()
-    {
-        const std::size_t size = std::min<std::size_t>(Byte(), mLeft);
-        std::string text(reinterpret_cast<const char*>(mBytes), size);
-        mBytes += size;
-        mLeft -= size;
-        return text;
-    }
-
-private:
-    const unsigned char* mBytes;
-    std::size_t mLeft;
-};
-
-// From the song's start, of any number.
-std::int64_t LengthTo(std::int64_t iTick)
-{
-    return static_cast<std::int64_t>(static_cast<std::uint64_t>(iTick) - static_cast<std::uint64_t>(cStart));
-}
 
 void Checked(kora_status iStatus)
 {
-    Require(iStatus >= KORA_OK && iStatus < KORA_INTERNAL, "the status says what happened");
+    Require(iStatus >= KORA_OK && iStatus <= KORA_FULL && iStatus != KORA_INTERNAL,
+            "the status says what happened");
     kora_error error{};
     error.size = sizeof error;
     Require(kora_last_error(&error) == KORA_OK, "the last error is there");
@@ -122,6 +59,8 @@ public:
             &Player::ConvertAll, &Player::Write,         &Player::Read,      &Player::History,
             &Player::ReadMidi,   &Player::WriteMidi,     &Player::AskSong,   &Player::MakeGrid,
             &Player::AskGrid,    &Player::MakeRuler,     &Player::MoveRuler, &Player::DrawRuler,
+            &Player::MakeName,   &Player::Connect,       &Player::Listen,    &Player::Send,
+            &Player::Process,
         };
         for (std::size_t i = 0; i < cMostCalls && !mScript.IsAtEnd(); ++i)
             (this->*cCalls[mScript.Byte() % std::size(cCalls)])();
@@ -481,7 +420,51 @@ private:
         Checked(kora_ruler_draw(Any<kora_ruler>(), mScript.Number(), +take, this));
     }
 
-    Script mScript;
+    void MakeName()
+    {
+        constexpr const char* cPaths[] = {"a", "a/b", "b", ""};
+        const unsigned choice = mScript.Byte();
+        const std::string path = choice % 8 == 0 ? mScript.Bytes() : cPaths[choice / 8 % std::size(cPaths)];
+        if (choice % 2 == 0) return Make<kora_name>(&kora_name_new, path.c_str());
+        Make<kora_name>(&kora_name_new_below, Any<kora_name>(), path.c_str());
+    }
+    void Connect()
+    {
+        char path[40];
+        std::size_t size = 0;
+        Checked(kora_name_path(Any<kora_name>(), path, mScript.Byte() % 41, &size));
+        if (mScript.Byte() % 2 == 0) return Checked(kora_name_connect(Any<kora_name>(), Any<kora_name>()));
+        Checked(kora_name_disconnect(Any<kora_name>(), Any<kora_name>()));
+    }
+    void Listen()
+    {
+        const auto take = [](void* iUser, const kora_token* iToken) {
+            Require(iToken->size <= KORA_TOKEN_BYTES && iToken->type != 0, "a token is what was sent");
+            ++static_cast<Player*>(iUser)->mTold;
+        };
+        if (mScript.Byte() % 2 == 0) return Make<kora_receiver>(&kora_receiver_new, mScript.Byte() % 5u);
+        const std::uint32_t type = mScript.Byte() % 3, subtype = mScript.Byte() % 3;
+        Make<kora_listener>(&kora_listener_new, Any<kora_receiver>(), Any<kora_name>(), type, subtype,
+                            static_cast<std::int32_t>(mScript.Byte() % 3), +take, static_cast<void*>(this));
+    }
+    void Send()
+    {
+        const char bytes[KORA_TOKEN_BYTES + 8] = {};
+        const std::size_t size = mScript.Byte() % 4 == 0 ? mScript.Byte() * 5u : mScript.Byte();
+        const kora_status status = kora_send(Any<kora_name>(), mScript.Byte() % 3, mScript.Byte() % 3,
+                                             mScript.Byte() == 0 ? nullptr : bytes, size);
+        if (status != KORA_FULL) Checked(status);
+    }
+    void Process()
+    {
+        std::size_t handled = 0;
+        kora_receiver* const receiver = Any<kora_receiver>();
+        Checked(kora_receiver_process(receiver, static_cast<std::int32_t>(mScript.Byte() % 3) - 1, &handled));
+        Checked(kora_receiver_wake(receiver));
+        Checked(kora_receiver_wait(receiver, 0));
+    }
+
+    CallScript mScript;
     std::vector<void*> mHandles;
     kora_edit_result mResult{};
     std::string mMidi;
