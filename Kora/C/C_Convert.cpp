@@ -16,8 +16,24 @@ kora_bar_position BarsOf(const Time_BarBeatTick& iBars)
     return {iBars.mBar, iBars.mBeat, iBars.mTick.AsInt64()};
 }
 
+// How many bits a count of the unit has behind its sign: the library's own limits, and as much before 0. Beyond, what
+// is computed of it would no longer fit.
+constexpr int BitsOf(Time_EType iType) { return iType == Time_eType_Samples ? 35 : 59; }
+
+// 0 for a count inside; of many, the bits of all joined.
+constexpr std::uint64_t Outside(std::int64_t iCount, int iBits)
+{
+    return (static_cast<std::uint64_t>(iCount) + (std::uint64_t{1} << iBits)) >> (iBits + 1);
+}
+
+void RequireInside(std::uint64_t iOutside)
+{
+    C_Require(iOutside == 0, "a time is outside of the limits of its unit");
+}
+
 Time_BarBeatTick BarsOf(const kora_bar_position& iBars)
 {
+    RequireInside(Outside(iBars.ticks, BitsOf(Time_eType_Ticks)));
     return {iBars.bar, iBars.beat, Time_TickLength(iBars.ticks)};
 }
 
@@ -72,6 +88,16 @@ void CheckColumns(const void* iIn, void* oOut, std::ptrdiff_t iOutStride)
               "out_stride is less than an element");
 }
 
+// Before the first is converted: what is refused is left as it was.
+void CheckLimits(const Column<int64_t>& iTimes, size_t iCount, Time_EType iType)
+{
+    const int bits = BitsOf(iType);
+    std::uint64_t outside = 0;
+    for (size_t i = 0; i < iCount; ++i)
+        outside |= Outside(iTimes.Get(i), bits);
+    RequireInside(outside);
+}
+
 } // namespace
 
 Time_EType C_Unit(std::uint32_t iUnit)
@@ -80,15 +106,11 @@ Time_EType C_Unit(std::uint32_t iUnit)
     return static_cast<Time_EType>(iUnit);
 }
 
-Time_Typed C_TimeOf(const kora_time& iTime) { return {iTime.count, C_Unit(iTime.unit)}; }
-
-Time_Typed C_PlaceOf(const kora_time& iTime)
+Time_Typed C_TimeOf(const kora_time& iTime)
 {
-    const Time_Typed time = C_TimeOf(iTime);
-    const Cmn_Int64 most = Time_Typed::MaxTime(time.GetType()).AsInt64();
-    C_Require(time.AsInt64() >= -most && time.AsInt64() <= most,
-              "a time is outside of the limits of its unit");
-    return time;
+    const Time_EType type = C_Unit(iTime.unit);
+    RequireInside(Outside(iTime.count, BitsOf(type)));
+    return {iTime.count, type};
 }
 
 kora_time C_TimeOf(const Time_Typed& iTime) { return {iTime.AsInt64(), iTime.GetType(), 0}; }
@@ -131,6 +153,7 @@ kora_status kora_convert_all(kora_song* song, uint32_t from_unit, const void* in
         CheckColumns<int64_t>(in, out, out_stride);
         const Column<int64_t> source(in, in_stride);
         const OutColumn<int64_t> target(out, out_stride);
+        CheckLimits(source, count, from);
         Time_TypedVector block;
         block.reserve((std::min)(count, cBlock));
         for (size_t first = 0; first < count; first += cBlock) {
@@ -156,6 +179,7 @@ kora_status kora_to_bars_all(kora_song* song, uint32_t from_unit, const void* in
         CheckColumns<kora_bar_position>(in, out, out_stride);
         const Column<int64_t> source(in, in_stride);
         const OutColumn<kora_bar_position> target(out, out_stride);
+        CheckLimits(source, count, from);
         for (size_t i = 0; i < count; ++i)
             target.Set(i, BarsOf(converter.ToBarBeatTick(Time_Typed(source.Get(i), from))));
     });
@@ -171,6 +195,8 @@ kora_status kora_from_bars_all(kora_song* song, const void* in, ptrdiff_t in_str
         CheckColumns<int64_t>(in, out, out_stride);
         const Column<kora_bar_position> source(in, in_stride);
         const OutColumn<int64_t> target(out, out_stride);
+        for (size_t i = 0; i < count; ++i)
+            static_cast<void>(BarsOf(source.Get(i))); // refused before the first is converted
         for (size_t i = 0; i < count; ++i)
             target.Set(i, converter.ToType(BarsOf(source.Get(i)), to).AsInt64());
     });

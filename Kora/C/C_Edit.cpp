@@ -4,6 +4,7 @@
 #include "Kora/Time/Tempo/Time_TempoEdit.h"
 
 #include <cmath>
+#include <limits>
 
 static_assert(KORA_EDIT_OUT_OF_LIMITS == static_cast<int>(Time_TempoEditResult::eReason_OutOfLimits) &&
               KORA_EDIT_NO_SUCH_BEAT == static_cast<int>(Time_TempoEditResult::eReason_NoSuchBeat));
@@ -28,6 +29,13 @@ const char* ReasonText(Time_TempoEditResult::EReason iReason)
     return cTexts[iReason];
 }
 
+bool HasNearest(Time_TempoEditResult::EReason iReason)
+{
+    return iReason != Time_TempoEditResult::eReason_Done &&
+           iReason != Time_TempoEditResult::eReason_EmptyRange &&
+           iReason != Time_TempoEditResult::eReason_NoLock;
+}
+
 template <class Edit>
 kora_status GuardEdit(kora_edit_result* oResult, const Edit& iEdit)
 {
@@ -37,7 +45,8 @@ kora_status GuardEdit(kora_edit_result* oResult, const Edit& iEdit)
         const Time_TempoEditResult result = iEdit();
         if (oResult != nullptr) {
             oResult->reason = result.mReason;
-            oResult->nearest = result.mNearest;
+            oResult->nearest =
+                HasNearest(result.mReason) ? result.mNearest : std::numeric_limits<double>::quiet_NaN();
         }
         C_Require(static_cast<bool>(result), ReasonText(result.mReason), KORA_REFUSED);
     });
@@ -46,7 +55,15 @@ kora_status GuardEdit(kora_edit_result* oResult, const Edit& iEdit)
 // Also of what is not a number.
 void RequireFinite(double iValue, const char* iName)
 {
-    if (!std::isfinite(iValue)) throw C_Error(KORA_BAD_ARGUMENT, std::string(iName) + " is not finite");
+    if (!std::isfinite(iValue)) C_ThrowFor(KORA_BAD_ARGUMENT, iName, " is not finite");
+}
+
+// Of an edit of a range.
+Time_TempoMap& TempiOf(kora_tempo_map* iMap, std::int64_t iFrom, std::int64_t iTo)
+{
+    Time_TempoMap& tempi = C_Get(iMap, "map").ForEdit();
+    C_CheckRange(iFrom, iTo);
+    return tempi;
 }
 
 Time_SongEdit::Song SongOf(kora_song* iSong)
@@ -76,8 +93,7 @@ kora_status kora_tempo_map_ramp(kora_tempo_map* map, int64_t from, int64_t to, d
                                 kora_edit_result* result)
 {
     return GuardEdit(result, [&] {
-        Time_TempoMap& tempi = C_Get(map, "map").ForEdit();
-        C_CheckRange(from, to);
+        Time_TempoMap& tempi = TempiOf(map, from, to);
         RequireFinite(start_beats_per_minute, "start_beats_per_minute");
         RequireFinite(end_beats_per_minute, "end_beats_per_minute");
         C_Require(curve >= KORA_CURVE_BARS && curve <= KORA_CURVE_S, "no such curve");
@@ -90,8 +106,7 @@ kora_status kora_tempo_map_scale(kora_tempo_map* map, int64_t from, int64_t to, 
                                  kora_edit_result* result)
 {
     return GuardEdit(result, [&] {
-        Time_TempoMap& tempi = C_Get(map, "map").ForEdit();
-        C_CheckRange(from, to);
+        Time_TempoMap& tempi = TempiOf(map, from, to);
         RequireFinite(factor, "factor");
         return Time_TempoEdit::Scale(tempi, Time_Tick(from), Time_Tick(to), factor);
     });
@@ -101,8 +116,7 @@ kora_status kora_tempo_map_offset(kora_tempo_map* map, int64_t from, int64_t to,
                                   kora_edit_result* result)
 {
     return GuardEdit(result, [&] {
-        Time_TempoMap& tempi = C_Get(map, "map").ForEdit();
-        C_CheckRange(from, to);
+        Time_TempoMap& tempi = TempiOf(map, from, to);
         RequireFinite(beats_per_minute, "beats_per_minute");
         return Time_TempoEdit::Offset(tempi, Time_Tick(from), Time_Tick(to), beats_per_minute);
     });
@@ -112,8 +126,7 @@ kora_status kora_tempo_map_fit(kora_tempo_map* map, int64_t from, int64_t to, in
                                kora_edit_result* result)
 {
     return GuardEdit(result, [&] {
-        Time_TempoMap& tempi = C_Get(map, "map").ForEdit();
-        C_CheckRange(from, to);
+        Time_TempoMap& tempi = TempiOf(map, from, to);
         return Time_TempoEdit::FitToLength(tempi, Time_Tick(from), Time_Tick(to), Time_SampleLength(samples));
     });
 }

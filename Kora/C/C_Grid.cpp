@@ -163,7 +163,7 @@ kora_status kora_grid_find(kora_grid* grid, kora_time at, int32_t search, kora_g
         const kora_grid& of = C_Get(grid, "grid");
         kora_grid_line& line = C_Out(out, "out");
         C_Require(search >= KORA_SEARCH_BEFORE && search <= KORA_SEARCH_AFTER, "no such search");
-        line = of.Find(C_PlaceOf(at), static_cast<Time_EGridSearch>(search));
+        line = of.Find(C_TimeOf(at), static_cast<Time_EGridSearch>(search));
     });
 }
 
@@ -174,7 +174,7 @@ kora_status kora_grid_lines(kora_grid* grid, kora_time from, kora_time to, kora_
         const kora_grid& of = C_Get(grid, "grid");
         size_t& done = C_Out(count, "count");
         C_Require(lines != nullptr || capacity == 0, "lines is null", KORA_NULL_ARGUMENT);
-        const Time_Typed first = C_PlaceOf(from), end = C_PlaceOf(to);
+        const Time_Typed first = C_TimeOf(from), end = C_TimeOf(to);
         done = 0;
         bool hasMore = false;
         of.ForEach(first, end, [&](const Line& iLine) {

@@ -7,7 +7,7 @@ namespace {
 
 constexpr int32_t cMaxMeterNumber = 32767;
 
-[[noreturn]] void ThrowNotFound() { throw C_Error(KORA_NOT_FOUND, "no entry there"); }
+[[noreturn]] void ThrowNotFound() { C_Throw(KORA_NOT_FOUND, "no entry there"); }
 
 kora_tempo TempoOf(const Time_TempoMap& iMap, Time_TempoMap::SegmentIter iAt)
 {

@@ -79,7 +79,7 @@ kora_status kora_ruler_new(kora_song* song, const kora_ruler_options* options, k
             C_Require(width >= 0 && width <= cMostPixels, "a text's width is not between 0 and 1000000");
             return width;
         };
-        ruler = new kora_ruler(of, asked, C_PlaceOf(last), widthOf);
+        ruler = new kora_ruler(of, asked, C_TimeOf(last), widthOf);
     });
 }
 
@@ -88,7 +88,7 @@ kora_status kora_ruler_show(kora_ruler* ruler, kora_time from, kora_time to, dou
     return C_Guard([&] {
         Time_PixelMapper& mapper = C_Get(ruler, "ruler").mMapper;
         RequireWidth(width);
-        const std::int64_t first = mapper.ToAxis(C_PlaceOf(from)), end = mapper.ToAxis(C_PlaceOf(to));
+        const std::int64_t first = mapper.ToAxis(C_TimeOf(from)), end = mapper.ToAxis(C_TimeOf(to));
         C_Require(first < end, "the range is empty");
         mapper.Show(
             Time_Range(Time_Typed(first, mapper.GetAxisType()), Time_Typed(end, mapper.GetAxisType())),
@@ -121,7 +121,7 @@ kora_status kora_ruler_scroll_to(kora_ruler* ruler, kora_time time, double pixel
     return C_Guard([&] {
         Time_PixelMapper& mapper = C_Get(ruler, "ruler").mMapper;
         RequirePixel(pixel);
-        mapper.ScrollTo(C_PlaceOf(time), pixel);
+        mapper.ScrollTo(C_TimeOf(time), pixel);
     });
 }
 
@@ -134,7 +134,7 @@ kora_status kora_ruler_to_pixel(kora_ruler* ruler, kora_time time, double* out)
 {
     return C_Guard([&] {
         const Time_PixelMapper& mapper = C_Get(ruler, "ruler").mMapper;
-        C_Out(out, "out") = mapper.ToPixel(C_PlaceOf(time));
+        C_Out(out, "out") = mapper.ToPixel(C_TimeOf(time));
     });
 }
 

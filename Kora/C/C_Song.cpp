@@ -56,7 +56,7 @@ void kora_song::SetListener(kora_song_listener iListener, void* iUser)
 Time_Tick C_Tick(std::int64_t iTick, const char* iName)
 {
     if (iTick < 0 || iTick > Time_Typed::MaxTime(Time_eType_Ticks).AsInt64())
-        throw C_Error(KORA_BAD_ARGUMENT, std::string(iName) + " is outside of the limits of ticks");
+        C_ThrowFor(KORA_BAD_ARGUMENT, iName, " is outside of the limits of ticks");
     return Time_Tick(iTick);
 }
 

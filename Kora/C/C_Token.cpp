@@ -187,6 +187,21 @@ struct kora_listener : C_Handle
     Hearing mHearing;
 };
 
+namespace {
+
+template <class Call>
+kora_status Join(const Call& iCall, kora_name* iA, kora_name* iB)
+{
+    return C_Guard([&] {
+        SDS_Name* const a = C_Get(iA, "a").mID;
+        SDS_Name* const b = C_Get(iB, "b").mID;
+        const StRegistry section;
+        Check(iCall(a, nullptr, b, nullptr));
+    });
+}
+
+} // namespace
+
 kora_status kora_name_new(const char* path, kora_name** out)
 {
     return C_Guard([&] {
@@ -225,22 +240,12 @@ kora_status kora_name_path(kora_name* name, char* buffer, size_t capacity, size_
 
 kora_status kora_name_connect(kora_name* a, kora_name* b)
 {
-    return C_Guard([&] {
-        SDS_Name* const first = C_Get(a, "a").mID;
-        SDS_Name* const second = C_Get(b, "b").mID;
-        const StRegistry section;
-        Check(SDS_NameRegistry::ConnectNames(first, nullptr, second, nullptr));
-    });
+    return Join(&SDS_NameRegistry::ConnectNames, a, b);
 }
 
 kora_status kora_name_disconnect(kora_name* a, kora_name* b)
 {
-    return C_Guard([&] {
-        SDS_Name* const first = C_Get(a, "a").mID;
-        SDS_Name* const second = C_Get(b, "b").mID;
-        const StRegistry section;
-        Check(SDS_NameRegistry::DisconnectNames(first, nullptr, second, nullptr));
-    });
+    return Join(&SDS_NameRegistry::DisconnectNames, a, b);
 }
 
 kora_status kora_send(kora_name* name, uint32_t type, uint32_t subtype, const void* bytes, size_t size)

@@ -11,8 +11,9 @@
  *     kora_free();
  *
  * Units:      ticks are 1/960000 of a quarter note and song tick 1000000000000 is bar 1 of a new song; samples are at
- *             the song's rate; frames at the session's (kora_set_session). Bars and beats count from 1. Ranges are
- *             [from, to). Texts are UTF-8 and end with a zero.
+ *             the song's rate; frames at the session's (kora_set_session). Bars and beats count from 1. Counts
+ *             reach from -2^35 of samples, more than a day, and -2^59 of ticks and frames, up to below 2^35 and 2^59.
+ *             Ranges are [from, to). Texts are UTF-8 and end with a zero.
  * Errors:     every call that can fail gives a kora_status. After one that is not KORA_OK the thread's last error has
  *             words, and a file and an offset where there are any; calls that go well leave it as it was. What the
  *             call was to fill is then as it was, but where a call says otherwise. Null pointers, handles of

@@ -7,6 +7,7 @@
 #include "Kora/Time/Tempo/Time_TempoEdit.h"
 #include "Kora/Time/Tempo/Time_TempoMap.h"
 
+#include <cmath>
 #include <fstream>
 #include <iterator>
 #include <limits>
@@ -121,7 +122,10 @@ protected:
         }
         EXPECT_EQ(status, expected ? KORA_OK : KORA_REFUSED) << iKind;
         EXPECT_EQ(got.reason, static_cast<std::int32_t>(expected.mReason)) << iKind;
-        EXPECT_TRUE(got.nearest == expected.mNearest || (got.nearest != got.nearest)) << iKind;
+        // Of what has no nearest the class leaves a number that means nothing.
+        const bool hasNearest = got.reason != KORA_EDIT_DONE && got.reason != KORA_EDIT_EMPTY_RANGE &&
+                                got.reason != KORA_EDIT_NO_LOCK && !std::isnan(expected.mNearest);
+        EXPECT_TRUE(hasNearest ? got.nearest == expected.mNearest : std::isnan(got.nearest)) << iKind;
     }
 
     Handle<kora_song> mSong = Open();

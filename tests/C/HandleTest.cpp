@@ -114,6 +114,9 @@ TEST_F(CHandles, WrongValuesAreRefusedAndChangeNothing)
 {
     kora_time out{7, 0, 0};
     std::int64_t counts[2] = {cStart, cStart};
+    std::int64_t far[2] = {cStart, std::int64_t{1} << 62};
+    const kora_bar_position farBars[2] = {{1, 1, 0}, {1, 1, far[1]}};
+    kora_time away{far[1], KORA_SAMPLES, 0};
     const kora_key noKey{cStart, 1, 1, 8, {}};
     kora_song_info small{sizeof(kora_song_info) - 1, 0, 0, 0, 0};
     const struct
@@ -124,6 +127,10 @@ TEST_F(CHandles, WrongValuesAreRefusedAndChangeNothing)
     } cases[] = {
         {"unit", KORA_BAD_ARGUMENT, kora_convert(mSong.get(), {0, 3, 0}, KORA_TICKS, &out)},
         {"unit to", KORA_BAD_ARGUMENT, kora_convert(mSong.get(), {0, 0, 0}, 3, &out)},
+        {"count", KORA_BAD_ARGUMENT, kora_convert(mSong.get(), away, KORA_TICKS, &away)},
+        {"a count of a column", KORA_BAD_ARGUMENT, kora_convert_all(mSong.get(), 1, far, 8, 0, far, 8, 2)},
+        {"ticks of a column", KORA_BAD_ARGUMENT,
+         kora_from_bars_all(mSong.get(), farBars, sizeof farBars[0], 0, far, 8, 2)},
         {"no result", KORA_NULL_ARGUMENT, kora_convert(mSong.get(), {0, 0, 0}, 0, nullptr)},
         {"no column", KORA_NULL_ARGUMENT, kora_convert_all(mSong.get(), 0, nullptr, 8, 1, counts, 8, 2)},
         {"no room", KORA_NULL_ARGUMENT, kora_convert_all(mSong.get(), 0, counts, 8, 1, nullptr, 8, 2)},
@@ -143,6 +150,8 @@ TEST_F(CHandles, WrongValuesAreRefusedAndChangeNothing)
         EXPECT_EQ(each.mGot, each.mExpected) << each.mName;
     EXPECT_EQ(out.count, 7);
     EXPECT_EQ(counts[0], cStart);
+    EXPECT_EQ(far[0], cStart); // nor is the column's first, which could be converted
+    EXPECT_EQ(away.count, far[1]);
 }
 
 TEST_F(CHandles, AMapKeepsItsSongAlive)
