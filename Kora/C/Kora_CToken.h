@@ -12,7 +12,8 @@
  *
  * Real time: kora_send, from the first call of a thread on: no lock, no allocation, no call of the system but to wake a
  *            receiver that waits; so it is with kora_receiver_process of an audio receiver, but for its handlers.
- * Threads:   kora_send is for any thread. Names are made, connected and released on any thread; one waits for the other. Receivers and listeners are made and released by one thread at a time; a release waits until the
+ * Threads:   kora_send is for any thread. Names are made, connected and released on any thread; one waits for the
+ *            other. Receivers and listeners are made and released by one thread at a time; a release waits until the
  *            receiver handles no token. kora_receiver_process is for any thread, one at a time.
  */
 #pragma once
@@ -43,9 +44,9 @@ KORA_API kora_status kora_name_disconnect(kora_name* a, kora_name* b);
 
 enum { KORA_TOKEN_BYTES = 1024 }; /* at most, of one token */
 
-/* Copies size bytes (0 and null are allowed together) to each who listens for the type and subtype, which are the host's
- * own numbers; a type is not 0. KORA_FULL, where so many wait that there is no room, for those listeners that are left; it leaves
- * the last error as it is, for the first error of a thread may allocate. */
+/* Copies size bytes (0 and null are allowed together) to each who listens for the type and subtype, which are the
+ * host's own numbers; a type is not 0. KORA_FULL, where so many wait that there is no room, for those listeners that
+ * are left; it leaves the last error as it is, for the first error of a thread may allocate. */
 KORA_API kora_status kora_send(kora_name* name, uint32_t type, uint32_t subtype, const void* bytes,
                                size_t size);
 

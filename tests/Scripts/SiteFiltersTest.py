@@ -51,6 +51,37 @@ struct std::hash<Time_Thing>
 inline void Time_Thing::Remove() {}
 """
 
+cCHeader = """\
+/* Thing.h: a thing, for C.
+ * Threads: any.
+ */
+#pragma once
+
+/* ---- Things ---- */
+
+/* Makes 100% of <it>,
+ * with a & b. */
+int make(void);
+enum { A = 1 }; /* of it, and more */
+/* Floats above nothing. */
+
+"""
+cCExpected = """\
+/* Thing.h: a thing, for C.
+ * Threads: any.
+ */
+#pragma once
+
+/* ---- Things ---- */
+
+/** Makes 100\\% of \\<it\\>,
+ * with a \\& b. */
+int make(void);
+enum { A = 1 }; /**< of it, and more */
+/* Floats above nothing. */
+
+"""
+
 # what the row shows: a line of the header (from 1), and what becomes of it
 cLines = {
     "the opening block stays a comment": (1, "// Time_Thing: one thing of time. It has"),
@@ -110,6 +141,13 @@ class SiteFiltersTest(unittest.TestCase):
         about = "\\brief One thing of time.\n\nIt has\na \\<second\\> sentence.\n\n\n~~~{.unparsed}\n    1|1  a drawing\n~~~\n\n\n" \
                 "\\par Units\nTicks, which\ngo on.\n*/"
         self.assertEqual(behind.strip(), f"/** \\file\n{about}\n/** \\class Time_Thing\n{about}")
+
+    def test_a_header_for_c_keeps_its_lines_too(self):
+        with tempfile.TemporaryDirectory() as folder:
+            path = pathlib.Path(folder, "Thing.h")
+            path.write_text(cCHeader, encoding="utf-8")
+            filtered = Filtered("filter-headers", path)
+        self.assertEqual(filtered, cCExpected + "\n/** \\file Thing.h\n\\brief A thing, for C.\n\n\n\\par Threads\nAny.\n*/\n")
 
     def test_a_page_gets_names_and_references(self):
         with tempfile.TemporaryDirectory() as folder:
