@@ -1,0 +1,30 @@
+"""Kora: one model of musical and audio time, from Python.
+
+>>> import kora
+>>> song = kora.Song(rate=48000)
+>>> song.ramp("9|1", "13|1", 120, 90)
+>>> song.text("13|1", "minsec")
+'0:25.206'
+>>> song.undo()
+
+`kora.open` reads MIDI files and documents; `Song` has what can be asked and edited; values are in `kora.units`,
+exceptions in `kora.errors`.
+"""
+from kora._convert import bars_dtype
+from kora.errors import (
+    ArgumentError, BusyError, ClosedError, Error, FileError, InternalError, NotFoundError, OutOfMemoryError,
+    RefusedError, StorageError,
+)
+from kora.maps import Key, Keys, Meter, Meters, Tempo, Tempos
+from kora.plot import Plot
+from kora.song import FORMS, Info, Song, open, read_midi
+from kora.units import TICKS_PER_QUARTER, Bars, Frames, Position, Samples, Ticks, Time
+
+__version__ = "0.1.0"
+
+__all__ = [
+    "ArgumentError", "Bars", "BusyError", "ClosedError", "Error", "FORMS", "FileError", "Frames", "Info",
+    "InternalError", "Key", "Keys", "Meter", "Meters", "NotFoundError", "OutOfMemoryError", "Plot", "Position",
+    "RefusedError", "Samples", "Song", "StorageError", "TICKS_PER_QUARTER", "Tempo", "Tempos", "Ticks", "Time",
+    "bars_dtype", "open", "read_midi",
+]

@@ -1,0 +1,191 @@
+"""Finds and opens the shared library, and describes its C interface to ctypes.
+
+The library is taken from the environment variable KORA_LIBRARY (its path), then from this package's own folder (a
+wheel carries it there), then from where the system keeps libraries. A library whose C interface is of another version
+is refused.
+
+Threads: every call holds the interpreter's lock, so that no two are in the library at once.
+"""
+from __future__ import annotations
+
+import ctypes
+import os
+import sys
+from ctypes import (
+    CFUNCTYPE, POINTER, Structure, c_char_p, c_double, c_int32, c_int64, c_size_t, c_ssize_t, c_uint8, c_uint32, c_void_p,
+)
+from pathlib import Path
+from typing import Any
+
+__all__ = ["lib", "Bound"]
+
+VERSION_MAJOR = 0
+VERSION_MINOR = 1
+
+
+class TimeStruct(Structure):
+    _fields_ = [("count", c_int64), ("unit", c_uint32), ("reserved", c_uint32)]
+
+
+class BarStruct(Structure):
+    _fields_ = [("bar", c_int32), ("beat", c_int32), ("ticks", c_int64)]
+
+
+class TempoStruct(Structure):
+    _fields_ = [("tick", c_int64), ("bpm", c_double), ("beat", c_int64), ("locked_sample", c_int64),
+                ("flags", c_uint32), ("reserved", c_uint32)]
+
+
+class MeterStruct(Structure):
+    _fields_ = [("tick", c_int64), ("numerator", c_int32), ("denominator", c_int32), ("bar", c_int32),
+                ("is_off_barline", c_int32)]
+
+
+class KeyStruct(Structure):
+    _fields_ = [("tick", c_int64), ("is_major", c_uint8), ("is_sharps", c_uint8), ("accidentals", c_uint8),
+                ("reserved", c_uint8 * 5)]
+
+
+class ErrorStruct(Structure):
+    _fields_ = [("size", c_uint32), ("status", c_int32), ("offset", c_int64), ("text", c_char_p), ("file", c_char_p)]
+
+
+class InfoStruct(Structure):
+    _fields_ = [("size", c_uint32), ("timecode", c_int32), ("rate", c_double), ("start", c_int64), ("end", c_int64)]
+
+
+class ResultStruct(Structure):
+    _fields_ = [("size", c_uint32), ("reason", c_int32), ("nearest", c_double)]
+
+
+ASSERT_HANDLER = CFUNCTYPE(None, c_void_p, c_char_p, c_int32)
+LISTENER = CFUNCTYPE(None, c_void_p, c_void_p, c_uint32)
+
+_TIME_OUT = POINTER(TimeStruct)
+_BAR_OUT = POINTER(BarStruct)
+_RESULT = POINTER(ResultStruct)
+_HANDLE_OUT = POINTER(c_void_p)
+_SIZE_OUT = POINTER(c_size_t)
+_COLUMN = [c_void_p, c_ssize_t]
+
+
+def _map_calls(kind: str, entry: Any) -> dict[str, list[Any]]:
+    name = f"kora_{kind}_map_"
+    return {
+        name + "count": [c_void_p, _SIZE_OUT],
+        name + "get": [c_void_p, c_size_t, entry],
+        name + "find": [c_void_p, c_int64, entry],
+        name + "remove": [c_void_p, c_int64],
+        name + "clear": [c_void_p, c_int64, c_int64],
+    }
+
+
+# Every call of Kora_C.h that gives a status, with its arguments.
+CALLS: dict[str, list[Any]] = {
+    "kora_init": [],
+    "kora_free": [],
+    "kora_last_error": [POINTER(ErrorStruct)],
+    "kora_set_assert_handler": [ASSERT_HANDLER, c_void_p],
+    "kora_retain": [c_void_p],
+    "kora_release": [c_void_p],
+    "kora_set_session": [c_double, c_int32],
+    "kora_song_new": [_HANDLE_OUT],
+    "kora_song_open": [c_char_p, _HANDLE_OUT],
+    "kora_song_read_midi": [c_char_p, c_size_t, _HANDLE_OUT],
+    "kora_song_save": [c_void_p, c_char_p],
+    "kora_song_write_midi": [c_void_p, c_void_p, c_size_t, _SIZE_OUT],
+    "kora_song_get_info": [c_void_p, POINTER(InfoStruct)],
+    "kora_song_set_listener": [c_void_p, LISTENER, c_void_p],
+    "kora_song_get_tempo_map": [c_void_p, _HANDLE_OUT],
+    "kora_song_get_meter_map": [c_void_p, _HANDLE_OUT],
+    "kora_song_get_key_map": [c_void_p, _HANDLE_OUT],
+    **_map_calls("tempo", POINTER(TempoStruct)),
+    **_map_calls("meter", POINTER(MeterStruct)),
+    **_map_calls("key", POINTER(KeyStruct)),
+    "kora_meter_map_set": [c_void_p, c_int64, c_int32, c_int32],
+    "kora_key_map_set": [c_void_p, POINTER(KeyStruct)],
+    "kora_convert": [c_void_p, TimeStruct, c_uint32, _TIME_OUT],
+    "kora_to_bars": [c_void_p, TimeStruct, _BAR_OUT],
+    "kora_from_bars": [c_void_p, BarStruct, c_uint32, _TIME_OUT],
+    "kora_convert_all": [c_void_p, c_uint32, *_COLUMN, c_uint32, *_COLUMN, c_size_t],
+    "kora_to_bars_all": [c_void_p, c_uint32, *_COLUMN, *_COLUMN, c_size_t],
+    "kora_from_bars_all": [c_void_p, *_COLUMN, c_uint32, *_COLUMN, c_size_t],
+    "kora_format_new": [c_void_p, c_int32, _HANDLE_OUT],
+    "kora_format_write": [c_void_p, c_int32, TimeStruct, c_char_p, c_size_t, _SIZE_OUT],
+    "kora_format_read": [c_void_p, c_int32, c_char_p, _TIME_OUT],
+    "kora_tempo_map_set": [c_void_p, c_int64, c_double, c_int64, _RESULT],
+    "kora_tempo_map_ramp": [c_void_p, c_int64, c_int64, c_double, c_double, c_int32, c_size_t, _RESULT],
+    "kora_tempo_map_scale": [c_void_p, c_int64, c_int64, c_double, _RESULT],
+    "kora_tempo_map_offset": [c_void_p, c_int64, c_int64, c_double, _RESULT],
+    "kora_tempo_map_fit": [c_void_p, c_int64, c_int64, c_int64, _RESULT],
+    "kora_tempo_map_lock": [c_void_p, c_int64, c_int64, _RESULT],
+    "kora_tempo_map_unlock": [c_void_p, c_int64, _RESULT],
+    "kora_song_insert_time": [c_void_p, c_int64, c_int64, _RESULT],
+    "kora_song_delete_time": [c_void_p, c_int64, c_int64, _RESULT],
+    "kora_song_repeat_time": [c_void_p, c_int64, c_int64, c_size_t, _RESULT],
+    "kora_song_move_time": [c_void_p, c_int64, c_int64, c_int64, _RESULT],
+    "kora_history_new": [c_void_p, _HANDLE_OUT],
+    "kora_history_begin": [c_void_p],
+    "kora_history_end": [c_void_p, c_char_p, c_int64],
+    "kora_history_cancel": [c_void_p],
+    "kora_history_undo": [c_void_p],
+    "kora_history_redo": [c_void_p],
+    "kora_history_count": [c_void_p, _SIZE_OUT, _SIZE_OUT],
+    "kora_history_step_name": [c_void_p, c_size_t, c_char_p, c_size_t, _SIZE_OUT],
+    "kora_history_mark_saved": [c_void_p],
+    "kora_history_is_saved": [c_void_p, POINTER(c_int32)],
+}
+
+
+class Bound:
+    """The library's calls as attributes, each bound once: `lib.kora_convert(...)`."""
+
+    def __init__(self, path: str) -> None:
+        self.path = path
+        self._dll = ctypes.PyDLL(path)
+        self.version = self._version()
+        for name, arguments in CALLS.items():
+            call = getattr(self._dll, name)
+            call.argtypes = arguments
+            call.restype = c_int32
+            setattr(self, name, call)
+
+    def __getattr__(self, name: str) -> Any:
+        raise AttributeError(f"{self.path} has no {name}")
+
+    def _version(self) -> tuple[int, int]:
+        try:
+            ask = self._dll.kora_c_version
+        except AttributeError:
+            raise ImportError(f"{self.path} is no Kora library with a C interface") from None
+        ask.restype = c_uint32
+        number = int(ask())
+        major, minor = number >> 16, number & 0xFFFF
+        if major != VERSION_MAJOR or minor < VERSION_MINOR:
+            raise ImportError(f"{self.path} has C interface {major}.{minor}; this package needs "
+                              f"{VERSION_MAJOR}.{VERSION_MINOR} or a later {VERSION_MAJOR}.x")
+        return major, minor
+
+
+def candidates() -> list[str]:
+    """Where the library may be, most wanted first."""
+    named = os.environ.get("KORA_LIBRARY")
+    if named:
+        return [named]  # whoever names one wants no other
+    windows = sys.platform == "win32"
+    name = "Kora.dll" if windows else f"libKora.so.{VERSION_MAJOR}.{VERSION_MINOR}"
+    beside = Path(__file__).resolve().parent / name
+    return [str(beside), name] if beside.exists() else [name]
+
+
+def _open() -> Bound:
+    tried = []
+    for path in candidates():
+        try:
+            return Bound(path)
+        except OSError as error:
+            tried.append(str(error))
+    raise ImportError(f"the Kora library was not found; KORA_LIBRARY may name it ({'; '.join(tried)})")
+
+
+lib = _open()

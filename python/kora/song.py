@@ -1,0 +1,375 @@
+"""Songs: what a file says about tempo, meter and key, and every question about time.
+
+>>> import kora
+>>> song = kora.Song(rate=48000)
+>>> song.convert(kora.Bars(3, 1), "samples")
+Samples(192000)
+>>> song.convert([0, 96000], "samples", "seconds")
+[0.0, 2.0]
+>>> song.text("3|1", "timecode")
+'00:00:04:00'
+
+Threads: a song is used by one thread at a time, and one thread at a time edits and undoes in the whole process. Calls
+hold the interpreter's lock, so that breaking this gives wrong answers but no broken memory.
+"""
+from __future__ import annotations
+
+import ctypes
+import os
+import tempfile
+from pathlib import Path
+from types import TracebackType
+from typing import Any, NamedTuple, Optional, Type, Union, overload
+
+from kora import _convert, _session
+from kora._edits import Edits
+from kora._handles import Handles
+from kora._library import BarStruct, InfoStruct, TimeStruct, lib
+from kora.errors import TOO_SMALL, RefusedError
+from kora.maps import Keys, Meters, Tempos
+from kora.plot import Plot
+from kora.units import BY_UNIT, Bars, Position, Ticks, Time
+
+__all__ = ["FORMS", "Info", "Song", "open", "read_midi"]
+
+# How a time reads, by name.
+FORMS = {"samples": 0, "ticks": 1, "frames": 2, "bars": 3, "bars_exact": 4, "timecode": 5, "subframes": 6, "minsec": 7,
+         "feet": 8}
+FILMS = {35: 16, 16: 40}
+_BY_CODE = (BY_UNIT["samples"], BY_UNIT["ticks"], BY_UNIT["frames"])
+# Pairs of units that one call of the library converts, with its numbers of both and the first unit's limit.
+_PLAIN = {(a, b): (BY_UNIT[a].code, BY_UNIT[b].code, _convert.LIMITS[a]) for a in BY_UNIT for b in BY_UNIT}
+_FLOATS = {"seconds", "quarters"}
+_convert_one = lib.kora_convert
+
+PathLike = Union[str, "os.PathLike[str]"]
+
+
+class Info(NamedTuple):
+    """What a song says about itself."""
+
+    rate: float  # samples a second
+    timecode: str  # "30", "29.97drop" ...
+    start: Ticks
+    end: Ticks  # the last event or change
+
+
+def _form(name: str) -> int:
+    if name not in FORMS:
+        raise ValueError(f"form {name!r} is none of {', '.join(FORMS)}")
+    return FORMS[name]
+
+
+def _path(path: PathLike) -> bytes:
+    text = os.fspath(path)
+    if "\0" in text:
+        raise ValueError("a path has no zero character")
+    return text.encode() if os.name == "nt" else os.fsencode(text)
+
+
+def _guess_form(text: str) -> str:
+    """The form that a text's marks show: 33|1, 00:00:06:20, 0:06.5."""
+    if "|" in text:
+        return "bars_exact"
+    marks = text.count(":") + text.count(";")
+    if marks == 3:
+        return "timecode"
+    if marks == 1:
+        return "minsec"
+    raise ValueError(f'{text!r} may be of several forms; parse(text, form) takes {", ".join(FORMS)}')
+
+
+class Song(Edits):
+    """A song of 120 beats a minute in 4/4, until it is edited. `kora.open` gives that of a file.
+
+    The rate is from 1000 to 768000 samples a second; timecode is "24", "25", "29.97", "29.97drop", "30", "30drop",
+    "23.976", "50", "59.94", "59.94drop", "60" or "60drop".
+    """
+
+    def __init__(self, rate: float = 44100, timecode: str = "30") -> None:
+        self._setup(_session.wanted(rate, timecode), lib.kora_song_new)
+
+    def _setup(self, session: _session.Session, make: Any, *arguments: Any) -> None:
+        _session.use(session)
+        self._handles = Handles()
+        self._handle = self._handles.make(make, *arguments)
+        self._tempi = self._handles.make(lib.kora_song_get_tempo_map, self._handle)
+        self._meters = self._handles.make(lib.kora_song_get_meter_map, self._handle)
+        self._keys = self._handles.make(lib.kora_song_get_key_map, self._handle)
+        self._formats: dict[int, ctypes.c_void_p] = {}
+        self._time = TimeStruct()
+        self._time_out = ctypes.pointer(self._time)
+        self._session = session
+        info = self.info
+        self.rate: float = info.rate
+        self._session = (info.rate, _session.TIMECODES[info.timecode])
+        self._open_history()
+
+    # ---- Life
+
+    def close(self) -> None:
+        """Releases the song; whatever is asked of it or of its maps from then on is a ClosedError."""
+        self._handles.close()
+
+    @property
+    def closed(self) -> bool:
+        """Whether `close` was called."""
+        return self._handles.closed
+
+    def __enter__(self) -> "Song":
+        return self
+
+    def __exit__(self, kind: Optional[Type[BaseException]], error: Optional[BaseException],
+                 trace: Optional[TracebackType]) -> None:
+        self.close()
+
+    def __repr__(self) -> str:
+        if self.closed:
+            return "<kora.Song, closed>"
+        return (f"<kora.Song, {len(self.tempos)} tempos, {len(self.meters)} meters, {len(self.keys)} keys, "
+                f"{self.rate:g} Hz>")
+
+    def _check(self, status: int) -> None:
+        if status:
+            raise self._handles.error(status)
+
+    def _use_session(self) -> None:
+        _session.use(self._session)
+
+    # ---- What it has
+
+    @property
+    def info(self) -> Info:
+        """Rate, timecode, start and end."""
+        out = InfoStruct(size=ctypes.sizeof(InfoStruct))
+        self._check(lib.kora_song_get_info(self._handle, out))
+        return Info(out.rate, _session.TIMECODE_NAMES[out.timecode], Ticks(out.start), Ticks(out.end))
+
+    @property
+    def start(self) -> Ticks:
+        """The song's first tick."""
+        return self.info.start
+
+    @property
+    def end(self) -> Ticks:
+        """The last event or change."""
+        return self.info.end
+
+    @property
+    def tempos(self) -> Tempos:
+        """The tempi in the order of time."""
+        return Tempos(self, self._tempi)
+
+    @property
+    def meters(self) -> Meters:
+        """The meters in the order of time."""
+        return Meters(self, self._meters)
+
+    @property
+    def keys(self) -> Keys:  # type: ignore[override]
+        """The keys in the order of time."""
+        return Keys(self, self._keys)
+
+    def plot(self, title: str = "", width: int = 900) -> Plot:
+        """A picture of tempi, meters and keys over the bars, which notebooks show; `save` writes it as SVG."""
+        return Plot(self, title, width)
+
+    # ---- Conversions
+
+    @overload
+    def convert(self, values: Union[Time, Bars, str], from_unit: str) -> Any: ...
+
+    @overload
+    def convert(self, values: Any, from_unit: str, to_unit: str, *, out: Any = None) -> Any: ...
+
+    def convert(self, values: Any, from_unit: str, to_unit: Optional[str] = None, *, out: Any = None) -> Any:
+        """One value or many in another unit: "ticks", "samples", "frames", "seconds", "quarters" or "bars".
+
+        `convert(position, unit)` takes a typed value, a place in bars or a text, and gives a typed value (a float for
+        seconds and quarters). `convert(values, from_unit, to_unit)` takes plain numbers, one or a column of them:
+        numpy arrays, array.array and memoryviews of 64-bit whole numbers are read where they stand, whatever their
+        strides, and `out` is filled where it stands; it may be the values themselves. Lists give lists.
+
+        Whole counts round once, as the library does. See `kora._convert` for seconds and quarters.
+
+        >>> import array, kora
+        >>> song = kora.Song()
+        >>> song.convert("2|1", "seconds"), song.convert(2.0, "seconds", "bars")
+        (2.0, Bars(2, 1, 0))
+        >>> column = array.array("q", [44100, 88200])
+        >>> _ = song.convert(column, "samples", "ticks", out=column)
+        >>> list(column)
+        [1000001920000, 1000003840000]
+        """
+        if type(values) is int and out is None:
+            codes = _PLAIN.get((from_unit, to_unit))  # type: ignore[arg-type]
+            if codes is not None and -codes[2] < values < codes[2]:
+                if codes[0] == 2 or codes[1] == 2:
+                    _session.use(self._session)
+                time = self._time
+                time.count = values
+                time.unit = codes[0]
+                status = _convert_one(self._handle, time, codes[1], self._time_out)
+                if status:
+                    raise self._handles.error(status)
+                return time.count
+        if to_unit is None:
+            return self._convert_position(values, from_unit)
+        if isinstance(values, (Time, Bars, int, float, str)) and out is None:
+            if isinstance(values, (Time, str)) or (isinstance(values, Bars) and from_unit != "bars"):
+                raise TypeError(f"{values!r} says what it is; write convert(value, {to_unit!r})")
+            return _convert.column(self, [values], from_unit, to_unit, None)[0]
+        return _convert.column(self, values, from_unit, to_unit, out)
+
+    def _convert_position(self, position: Any, unit: str) -> Any:
+        code = _convert.code_of(unit)
+        if unit == "bars":
+            return self.bars(position)
+        time = self._typed(position)
+        if unit in _FLOATS:
+            return _convert.column(self, [time], time.unit, unit, None)[0]
+        return _BY_CODE[code](self.convert(time.count, time.unit, unit))
+
+    def _typed(self, position: Any) -> Time:
+        """Any position as a typed value."""
+        if isinstance(position, Time):
+            return position
+        if isinstance(position, Bars):
+            return Ticks(_convert.column(self, [position], "bars", "ticks", None)[0])
+        if isinstance(position, str):
+            return self.parse(position)
+        raise TypeError(f"a position is Ticks, Samples, Frames, Bars or a text such as '33|1', not {position!r}")
+
+    def _tick(self, position: Any) -> int:
+        if type(position) is Ticks:
+            return position._count
+        time = self._typed(position)
+        return int(self.convert(time.count, time.unit, "ticks"))
+
+    def bars(self, position: Position) -> Bars:
+        """The place in bars of a position.
+
+        >>> import kora
+        >>> kora.Song().bars(kora.Samples(44100))
+        Bars(1, 3, 0)
+        """
+        time = self._typed(position)
+        if time.code == 2:
+            self._use_session()
+        out = BarStruct()
+        self._check(lib.kora_to_bars(self._handle, TimeStruct(time.count, time.code), out))
+        return Bars(out.bar, out.beat, out.ticks)
+
+    # ---- Texts
+
+    def _format(self, film: int) -> ctypes.c_void_p:
+        self._use_session()
+        if film not in self._formats:
+            if film not in FILMS:
+                raise ValueError(f"film is 35 or 16 mm, not {film!r}")
+            self._formats[film] = self._handles.make(lib.kora_format_new, self._handle, FILMS[film])
+        return self._formats[film]
+
+    def text(self, position: Position, form: str = "bars_exact", film: int = 35) -> str:
+        """A position as people read it, in one of `kora.FORMS`; empty where it has no text in that form.
+
+        >>> import kora
+        >>> song = kora.Song()
+        >>> [song.text("5|1", form) for form in ("bars", "timecode", "minsec", "samples")]
+        ['5|1| 000', '00:00:08:00', '0:08.000', '352800']
+        """
+        number = _form(form)
+        time = self._typed(position)
+        buffer = ctypes.create_string_buffer(64)
+        self._check(lib.kora_format_write(self._format(film), number, TimeStruct(time.count, time.code), buffer, 64, None))
+        return buffer.value.decode()
+
+    def timecode(self, position: Position, subframes: bool = False) -> str:
+        """The timecode of a position."""
+        return self.text(position, "subframes" if subframes else "timecode")
+
+    def parse(self, text: str, form: Optional[str] = None, film: int = 35) -> Time:
+        """What users type as a position. Without a form the marks have to show it: 33|1, 00:00:06:20 or 0:06.5.
+
+        >>> import kora
+        >>> song = kora.Song()
+        >>> song.parse("3|1"), song.parse("00:00:06:20"), song.parse("100", "samples")
+        (Ticks(1000007680000), Samples(294000), Samples(100))
+        """
+        name = _guess_form(text) if form is None else form
+        number = _form(name)
+        if "\0" in text:
+            raise RefusedError(f"{text!r} is no time", 7)
+        out = TimeStruct()
+        self._check(lib.kora_format_read(self._format(film), number, text.encode(), out))
+        return _BY_CODE[out.unit](out.count)
+
+    # ---- Files
+
+    def save(self, path: PathLike) -> None:
+        """Saves as a document, which takes the file's place only when it is complete and on the disk."""
+        self._check(lib.kora_song_save(self._handle, _path(path)))
+        self._check(lib.kora_history_mark_saved(self._history))
+
+    def to_midi(self) -> bytes:
+        """The three maps as a Standard MIDI file."""
+        size = ctypes.c_size_t()
+        status = lib.kora_song_write_midi(self._handle, None, 0, size)
+        if status != TOO_SMALL:
+            self._check(status)
+        buffer = ctypes.create_string_buffer(size.value)
+        self._check(lib.kora_song_write_midi(self._handle, buffer, size.value, size))
+        return buffer.raw[: size.value]
+
+    def export(self, path: PathLike) -> None:
+        """Writes the three maps as a Standard MIDI file, which takes the file's place only when it is on the disk."""
+        replace_file(Path(path), self.to_midi())
+
+
+def replace_file(path: Path, data: bytes) -> None:
+    """Writes a file beside, makes it durable, and puts it in the place of the one there."""
+    number, beside = tempfile.mkstemp(prefix=path.name + ".", dir=path.parent or ".")
+    try:
+        with os.fdopen(number, "wb") as file:
+            file.write(data)
+            file.flush()
+            os.fsync(file.fileno())
+        _keep_mode(path, beside)
+        os.replace(beside, path)
+    except BaseException:
+        os.unlink(beside)
+        raise
+    if os.name != "nt":
+        folder = os.open(path.parent, os.O_RDONLY)
+        try:
+            os.fsync(folder)
+        finally:
+            os.close(folder)
+
+
+def _keep_mode(path: Path, beside: str) -> None:
+    """The rights of the file that is replaced, or those that a new file gets."""
+    try:
+        mode = path.stat().st_mode & 0o777
+    except FileNotFoundError:
+        mask = os.umask(0)
+        os.umask(mask)
+        mode = 0o666 & ~mask
+    os.chmod(beside, mode)
+
+
+def open(path: PathLike, rate: float = 44100, timecode: str = "30") -> Song:
+    """The song of a MIDI file, at this rate and timecode, or of a document, at those that it was saved with."""
+    os.stat(path)  # a file that is not there is Python's own FileNotFoundError
+    song = Song.__new__(Song)
+    song._setup(_session.wanted(rate, timecode), lib.kora_song_open, _path(path))
+    return song
+
+
+def read_midi(data: bytes, rate: float = 44100, timecode: str = "30") -> Song:
+    """The song that the bytes of a MIDI file say."""
+    song = Song.__new__(Song)
+    song._setup(_session.wanted(rate, timecode), lib.kora_song_read_midi, bytes(data), len(data))
+    return song
+
+
