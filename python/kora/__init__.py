@@ -11,6 +11,7 @@
 exceptions in `kora.errors`.
 """
 from kora._convert import bars_dtype
+from kora._version import __version__
 from kora.errors import (
     ArgumentError, BusyError, ClosedError, Error, FileError, InternalError, NotFoundError, OutOfMemoryError,
     RefusedError, StorageError,
@@ -20,10 +21,8 @@ from kora.plot import Plot
 from kora.song import FORMS, Info, Song, open, read_midi
 from kora.units import TICKS_PER_QUARTER, Bars, Frames, Position, Samples, Ticks, Time
 
-__version__ = "0.1.0"
-
 __all__ = [
-    "ArgumentError", "Bars", "BusyError", "ClosedError", "Error", "FORMS", "FileError", "Frames", "Info",
+    "__version__", "ArgumentError", "Bars", "BusyError", "ClosedError", "Error", "FORMS", "FileError", "Frames", "Info",
     "InternalError", "Key", "Keys", "Meter", "Meters", "NotFoundError", "OutOfMemoryError", "Plot", "Position",
     "RefusedError", "Samples", "Song", "StorageError", "TICKS_PER_QUARTER", "Tempo", "Tempos", "Ticks", "Time",
     "bars_dtype", "open", "read_midi",

@@ -7,6 +7,7 @@ from __future__ import annotations
 
 import array
 import ctypes
+import math
 from typing import Any, Callable, Iterable, Optional, Sequence
 
 try:
@@ -135,14 +136,22 @@ def through(call: Callable[[Column, Column], Any], source: Any, target: Any, siz
         read.release()
 
 
+def nearest(value: float) -> int:
+    """The nearest whole number, of two the upper; no half is lost to an addition."""
+    whole = math.floor(value)
+    return whole + (value - whole >= 0.5)
+
+
 def scaled(values: Any, factor: float) -> Any:
-    """Floating values times a factor as counts, to the nearest; halves go to the even neighbour."""
+    """Floating values times a factor as counts, to the nearest; halves go upwards."""
     if numpy is not None and isinstance(values, numpy.ndarray):
         if not numpy.isfinite(values).all():
             raise ValueError("a time is not finite")
-        return numpy.rint(values * factor).astype(numpy.int64)
+        exact = values * factor
+        whole = numpy.floor(exact)
+        return (whole + (exact - whole >= 0.5)).astype(numpy.int64)
     try:
-        return array.array("q", [round(value * factor) for value in as_list(values)])
+        return array.array("q", [nearest(value * factor) for value in as_list(values)])
     except OverflowError:
         raise ValueError("a time is out of limits") from None
 

@@ -1,8 +1,8 @@
 """Conversions of scalars and of columns between all units.
 
 Ticks, samples and frames are whole numbers and convert as the library's single call does, rounding once. Seconds are
-samples divided by the rate, so they are as exact as a float; into samples they round to the nearest, halves to the even
-one. Quarters are quarter notes from the song's first tick, and round to ticks in the same way.
+samples divided by the rate, so they are as exact as a float; into samples they round to the nearest, halves upwards.
+Quarters are quarter notes from the song's first tick, and round to ticks in the same way.
 
 Limits: ticks and frames are below 2^59 and samples below 2^35 in either direction. Single values and lists are held to
 that; in arrays, which are read where they stand, what lies outside is converted to no meaningful time.

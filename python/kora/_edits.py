@@ -6,6 +6,7 @@ import ctypes
 import math
 from typing import TYPE_CHECKING, Any, Callable, FrozenSet, Iterator, List, Optional, Tuple, Union
 
+from kora._columns import nearest
 from kora._handles import Handles, log
 from kora._library import LISTENER, ResultStruct, lib
 from kora.errors import BusyError, check_edit
@@ -230,13 +231,13 @@ class Edits:
 
     def fit(self, start: Position, end: Position, length: Union[Samples, float]) -> None:
         """Scales the tempi of [start, end) so that it lasts so many samples, or seconds as a plain number."""
-        samples = length.count if isinstance(length, Samples) else round(_finite(length, "length") * self.rate)
+        samples = length.count if isinstance(length, Samples) else nearest(_finite(length, "length") * self.rate)
         self._run("Fit", 1, lib.kora_tempo_map_fit, self._tempi, self._tick(start), self._tick(end),
                   Samples(samples).count)
 
     def lock(self, position: Position, at: Union[Samples, float]) -> None:
         """The position is at this sample, or second as a plain number, from now on; the tempi on both sides follow."""
-        sample = at.count if isinstance(at, Samples) else round(_finite(at, "at") * self.rate)
+        sample = at.count if isinstance(at, Samples) else nearest(_finite(at, "at") * self.rate)
         self._run("Lock", 1, lib.kora_tempo_map_lock, self._tempi, self._tick(position), Samples(sample).count)
 
     def unlock(self, position: Position) -> None:

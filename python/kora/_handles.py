@@ -14,7 +14,8 @@ log = logging.getLogger("kora")
 
 def _report(_user: Any, text: Optional[bytes], line: int) -> None:
     """What the library holds to be impossible happened: an error of the log, execution goes on."""
-    log.error("assertion: %s, line %d", (text or b"").decode("utf-8", "replace"), line)
+    broken, _, source = (text or b"").decode("utf-8", "replace").partition("@$^$@")
+    log.error("assertion: %s in %s, line %d", broken, source, line)
 
 
 _reporter = ASSERT_HANDLER(_report)

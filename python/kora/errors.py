@@ -25,6 +25,7 @@ __all__ = ["Error", "ArgumentError", "BusyError", "ClosedError", "FileError", "I
 OK = 0
 _REASONS = ("done", "empty_range", "out_of_limits", "locked", "before_song_start", "lock_order", "no_lock",
             "too_many_steps", "inside_range", "no_such_beat")
+_WITHOUT_NEAREST = (None, "done", "empty_range", "no_lock")
 
 
 class Error(Exception):
@@ -42,10 +43,7 @@ class Error(Exception):
         self.offset = offset
 
     def __str__(self) -> str:
-        where = [self.file] if self.file else []
-        if self.offset is not None:
-            where.append(f"byte {self.offset}")
-        return ": ".join([*where, self.text])
+        return f"{self.file}: {self.text}" if self.file and self.file not in self.text else self.text
 
 
 class ArgumentError(Error, ValueError):
@@ -124,5 +122,6 @@ def check_edit(status: int, result: ResultStruct) -> None:
     error = last_error(status)
     if isinstance(error, RefusedError):
         error.reason = _REASONS[result.reason] if 0 <= result.reason < len(_REASONS) else None
-        error.nearest = None if math.isnan(result.nearest) else float(result.nearest)
+        has_nearest = error.reason not in _WITHOUT_NEAREST and not math.isnan(result.nearest)
+        error.nearest = float(result.nearest) if has_nearest else None
     raise error

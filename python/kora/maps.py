@@ -20,7 +20,7 @@ import re
 from typing import TYPE_CHECKING, Any, Generic, Iterator, NamedTuple, Optional, Sequence, TypeVar, Union, overload
 
 from kora._library import KeyStruct, MeterStruct, TempoStruct, lib
-from kora.errors import NOT_FOUND
+from kora.errors import NOT_FOUND, NotFoundError
 from kora.units import Position, Samples, Ticks
 
 if TYPE_CHECKING:
@@ -113,7 +113,7 @@ class _Map(Sequence[E_], Generic[E_]):
             return [self[each] for each in range(*index.indices(len(self)))]
         place = index if index >= 0 else index + len(self)
         entry = self._struct()
-        status = self._get(self._handle, place, entry) if place >= 0 else NOT_FOUND
+        status = self._get(self._handle, place, entry) if 0 <= place < 1 << 62 else NOT_FOUND
         if status == NOT_FOUND:
             raise IndexError(f"no {self.kind} {index} among {len(self)}")
         self._song._check(status)
@@ -133,7 +133,10 @@ class _Map(Sequence[E_], Generic[E_]):
     def at(self, position: Position) -> E_:
         """The entry in force at a position. Before the first key there is none: a KeyError."""
         entry = self._struct()
-        self._song._check(self._find(self._handle, self._song._tick(position), entry))
+        tick = self._song._tick(position)
+        if self.kind == "key" and not (len(self) and self[0].position.count <= tick):
+            raise NotFoundError("no key is there yet", NOT_FOUND)
+        self._song._check(self._find(self._handle, tick, entry))
         return self._entry(entry)
 
     def remove(self, position: Position) -> None:

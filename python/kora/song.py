@@ -301,7 +301,11 @@ class Song(Edits):
         if "\0" in text:
             raise RefusedError(f"{text!r} is no time", 7)
         out = TimeStruct()
-        self._check(lib.kora_format_read(self._format(film), number, text.encode(), out))
+        status = lib.kora_format_read(self._format(film), number, text.encode(), out)
+        if status:
+            error = self._handles.error(status)
+            error.text = f"{text!r} is no position in the form {name!r}: {error.text}"
+            raise error
         return _BY_CODE[out.unit](out.count)
 
     # ---- Files

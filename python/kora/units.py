@@ -16,6 +16,7 @@ TypeError: ticks and samples do not add; a song's convert() turns one into the o
 """
 from __future__ import annotations
 
+import math
 import operator
 from typing import Any, NamedTuple, NoReturn, SupportsIndex, Type, TypeVar, Union
 
@@ -138,7 +139,7 @@ class Ticks(Time):
         >>> Ticks.quarters(1.5)
         Ticks(1440000)
         """
-        return cls(round(count * TICKS_PER_QUARTER))
+        return cls(math.floor(count * TICKS_PER_QUARTER + 0.5))
 
 
 class Frames(Time):
