@@ -6,6 +6,9 @@ set(CPACK_PACKAGE_CONTACT "The engineers of Kora <kora@kora.invalid>")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "core foundation library of a digital audio workstation")
 set(CPACK_VERBATIM_VARIABLES ON)
 set(CPACK_COMPONENTS_ALL runtime development tool documentation)
+if(NOT WIN32)
+  list(APPEND CPACK_COMPONENTS_ALL python) # on Windows it is a wheel with the library inside
+endif()
 
 if(WIN32)
   set(CPACK_GENERATOR ZIP)
@@ -58,6 +61,35 @@ and documents, renders clicks, and checks and repairs documents.")
 Guides by task, the time model, the file format, threads, and a page for each
 class, to be read in a browser.")
 
+  set(CPACK_DEBIAN_PYTHON_PACKAGE_NAME python3-kora)
+  set(CPACK_DEBIAN_PYTHON_PACKAGE_SECTION python)
+  set(CPACK_DEBIAN_PYTHON_PACKAGE_ARCHITECTURE all)
+  set(CPACK_DEBIAN_PYTHON_PACKAGE_SHLIBDEPS OFF)
+  set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS "python3:any (>= 3.9), ${library} (>= ${PROJECT_VERSION})")
+  set(CPACK_DEBIAN_PYTHON_PACKAGE_SUGGESTS "python3-numpy, libkora-doc")
+  set(CPACK_COMPONENT_PYTHON_DESCRIPTION "songs and their time from Python
+Tempi, meters and keys as sequences, conversions of numbers and of arrays,
+edits with undo, and pictures, over the shared library.")
+  install(DIRECTORY "${PROJECT_SOURCE_DIR}/python/kora" DESTINATION lib/python3/dist-packages COMPONENT python
+          FILES_MATCHING PATTERN "*.py" PATTERN "py.typed" PATTERN "__pycache__" EXCLUDE)
+  # Compiled where it is installed, and what was compiled goes with it.
+  file(WRITE "${PROJECT_BINARY_DIR}/package-notes/postinst" "#!/bin/sh
+set -e
+if [ \"$1\" = configure ] && command -v py3compile >/dev/null; then
+    py3compile -p python3-kora
+fi
+")
+  file(WRITE "${PROJECT_BINARY_DIR}/package-notes/prerm" "#!/bin/sh
+set -e
+if command -v py3clean >/dev/null; then
+    py3clean -p python3-kora
+fi
+")
+  file(CHMOD "${PROJECT_BINARY_DIR}/package-notes/postinst" "${PROJECT_BINARY_DIR}/package-notes/prerm"
+       PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+  set(CPACK_DEBIAN_PYTHON_PACKAGE_CONTROL_EXTRA "${PROJECT_BINARY_DIR}/package-notes/postinst"
+                                                "${PROJECT_BINARY_DIR}/package-notes/prerm")
+
   # What each of them has under /usr/share/doc. A date of its own would make each build another.
   set(notes "${PROJECT_BINARY_DIR}/package-notes")
   file(CONFIGURE OUTPUT "${notes}/changelog" CONTENT
@@ -69,7 +101,7 @@ class, to be read in a browser.")
 " @ONLY)
   execute_process(COMMAND gzip -9nf changelog WORKING_DIRECTORY "${notes}")
   file(WRITE "${notes}/copyright" "Kora\n\nNo licence has been granted yet: all rights are with its authors.\nCopyright 2026 the engineers of Kora\n")
-  foreach(pair "runtime ${library}" "development libkora-dev" "tool kora" "documentation libkora-doc")
+  foreach(pair "runtime ${library}" "development libkora-dev" "tool kora" "documentation libkora-doc" "python python3-kora")
     separate_arguments(pair)
     list(GET pair 0 component)
     list(GET pair 1 name)

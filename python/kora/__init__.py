@@ -11,6 +11,7 @@
 exceptions in `kora.errors`.
 """
 from kora._convert import bars_dtype
+from kora._library import lib as _lib
 from kora._version import __version__
 from kora.errors import (
     ArgumentError, BusyError, ClosedError, Error, FileError, InternalError, NotFoundError, OutOfMemoryError,
@@ -21,9 +22,12 @@ from kora.plot import Plot
 from kora.song import FORMS, Info, Song, open, read_midi
 from kora.units import TICKS_PER_QUARTER, Bars, Frames, Position, Samples, Ticks, Time
 
+# Where the library came from: a path, or the name by which the system found it.
+library_path: str = _lib.path
+
 __all__ = [
     "__version__", "ArgumentError", "Bars", "BusyError", "ClosedError", "Error", "FORMS", "FileError", "Frames", "Info",
     "InternalError", "Key", "Keys", "Meter", "Meters", "NotFoundError", "OutOfMemoryError", "Plot", "Position",
     "RefusedError", "Samples", "Song", "StorageError", "TICKS_PER_QUARTER", "Tempo", "Tempos", "Ticks", "Time",
-    "bars_dtype", "open", "read_midi",
+    "bars_dtype", "library_path", "open", "read_midi",
 ]
