@@ -135,6 +135,8 @@ def column(song: "Song", values: Any, from_unit: str, to_unit: str, out: Optiona
 def _to_bars(song: "Song", source: Any, size: int, code: int, out: Any) -> Any:
     """Counts, or bars by way of ticks, to bars: an array of bars_dtype for arrays, else a list."""
     handle = song._handle
+    if out is not None and not is_numpy(out):
+        raise TypeError("places in bars go into an array of kora.bars_dtype")
     if size == 16:
         ticks = new_like(source, len(source))
         song._check(through(lambda r, w: lib.kora_from_bars_all(

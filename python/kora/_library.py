@@ -9,13 +9,14 @@ Threads: every call holds the interpreter's lock, so that no two are in the libr
 from __future__ import annotations
 
 import ctypes
+import ctypes.util
 import os
 import sys
 from ctypes import (
     CFUNCTYPE, POINTER, Structure, c_char_p, c_double, c_int32, c_int64, c_size_t, c_ssize_t, c_uint8, c_uint32, c_void_p,
 )
 from pathlib import Path
-from typing import Any
+from typing import Any, Optional
 
 __all__ = ["lib", "Bound"]
 
@@ -172,10 +173,13 @@ def candidates() -> list[str]:
     named = os.environ.get("KORA_LIBRARY")
     if named:
         return [named]  # whoever names one wants no other
-    windows = sys.platform == "win32"
-    name = "Kora.dll" if windows else f"libKora.so.{VERSION_MAJOR}.{VERSION_MINOR}"
+    name = f"libKora.so.{VERSION_MAJOR}.{VERSION_MINOR}"
+    system: Optional[str] = name
+    if sys.platform == "win32":
+        name = "Kora.dll"
+        system = ctypes.util.find_library("Kora")  # along PATH, which Windows does not search for a name alone
     beside = Path(__file__).resolve().parent / name
-    return [str(beside), name] if beside.exists() else [name]
+    return [str(beside)] if beside.exists() else [system or name]
 
 
 def _open() -> Bound:

@@ -154,8 +154,8 @@ class _Map(Sequence[E_], Generic[E_]):
     def __delitem__(self, index: Union[int, slice]) -> None:
         gone = self[index] if isinstance(index, slice) else [self[index]]
         with self._song._step(f"Remove {self.kind}", self.flag):
-            for each in reversed(sorted(entry.position.count for entry in gone)):
-                self._song._check(self._remove(self._handle, each))
+            for entry in gone:
+                self._song._check(self._remove(self._handle, entry.position.count))
 
     def __eq__(self, other: object) -> bool:
         if isinstance(other, (list, tuple, _Map)):

@@ -243,12 +243,12 @@ class Plot:
         for index, (_, bpm, locked, text) in enumerate(self._tempos):
             x = xs[index] + (10 if locked else 6)
             right = x + _width(text)
+            if x < free or right > self._wide - 2:
+                continue
             following = index + 1
-            crossed = False
-            while following < len(xs) and xs[following] < right + 2:
-                crossed = crossed or self._tempos[following][1] > bpm
+            while following < len(xs) and xs[following] < right + 2 and self._tempos[following][1] <= bpm:
                 following += 1
-            if x >= free and right <= self._wide - 2 and not crossed:
+            if following == len(xs) or xs[following] >= right + 2:
                 self._text(x, scale.y(bpm) - 8, text)
                 free = right + _GAP
 

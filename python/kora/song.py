@@ -235,10 +235,19 @@ class Song(Edits):
         if isinstance(position, Time):
             return position
         if isinstance(position, Bars):
-            return Ticks(_convert.column(self, [position], "bars", "ticks", None)[0])
+            return Ticks(self._tick_of_bars(position))
         if isinstance(position, str):
             return self.parse(position)
         raise TypeError(f"a position is Ticks, Samples, Frames, Bars or a text such as '33|1', not {position!r}")
+
+    def _tick_of_bars(self, place: Bars) -> int:
+        bar, beat, ticks = place
+        if not (-1 << 31 <= bar < 1 << 31 and -1 << 31 <= beat < 1 << 31 and -1 << 59 < ticks < 1 << 59):
+            raise ValueError(f"{place} is out of the range of places in bars")
+        status = lib.kora_from_bars(self._handle, BarStruct(bar, beat, ticks), 1, self._time_out)
+        if status:
+            raise self._handles.error(status)
+        return self._time.count
 
     def _tick(self, position: Any) -> int:
         if type(position) is Ticks:

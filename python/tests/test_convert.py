@@ -144,6 +144,7 @@ def test_seconds_and_quarters_round_to_the_nearest_and_halves_up(light):
     (np.zeros((2, 2), np.int64), "ticks", "samples", np.zeros(4, np.int64), ValueError),
     (np.zeros(3, np.int64), "ticks", "bars", np.zeros(3, np.int64), TypeError),
     ([1], "ticks", "samples", [0], TypeError),
+    ([1], "ticks", "bars", [kora.Bars(1)], TypeError),
 ])
 def test_what_is_no_column_is_refused(light, values, source, target, out, error):
     before = None if out is None else list(map(str, out))
