@@ -18,8 +18,11 @@ from ctypes import (
 from pathlib import Path
 from typing import Any, Optional
 
+from kora._version import __version__
+
 __all__ = ["lib", "Bound"]
 
+# Of the C interface that the calls below are from.
 VERSION_MAJOR = 0
 VERSION_MINOR = 1
 
@@ -173,7 +176,8 @@ def candidates() -> list[str]:
     named = os.environ.get("KORA_LIBRARY")
     if named:
         return [named]  # whoever names one wants no other
-    name = f"libKora.so.{VERSION_MAJOR}.{VERSION_MINOR}"
+    major, minor, _ = __version__.split(".")
+    name = f"libKora.so.{major}" if major != "0" else f"libKora.so.0.{minor}"  # what is compatible
     system: Optional[str] = name
     if sys.platform == "win32":
         name = "Kora.dll"
