@@ -102,11 +102,11 @@ def as_counts(values: Any, unit: str) -> Any:
     return array.array("q", values)
 
 
-def new_like(values: Any, count: int) -> Any:
+def new_like(values: Any) -> Any:
     """Fresh memory for the counts of a result, of the kind that values are of."""
     if numpy is not None and isinstance(values, numpy.ndarray):
         return numpy.empty(values.shape, dtype=numpy.int64)
-    return array.array("q", bytes(8 * count))
+    return array.array("q", bytes(8 * len(values)))
 
 
 def overlaps(one: Any, other: Any) -> bool:

@@ -120,7 +120,7 @@ def column(song: "Song", values: Any, from_unit: str, to_unit: str, out: Optiona
         size = 8
     if to_unit == "bars":
         return _to_bars(song, source, size, source_code, out)
-    into = out if out is not None and to_unit not in FLOATING else new_like(source, len(source))
+    into = out if out is not None and to_unit not in FLOATING else new_like(source)
     handle = song._handle
     if size == 16:
         song._check(through(lambda r, w: lib.kora_from_bars_all(
@@ -138,7 +138,7 @@ def _to_bars(song: "Song", source: Any, size: int, code: int, out: Any) -> Any:
     if out is not None and not is_numpy(out):
         raise TypeError("places in bars go into an array of kora.bars_dtype")
     if size == 16:
-        ticks = new_like(source, len(source))
+        ticks = new_like(source)
         song._check(through(lambda r, w: lib.kora_from_bars_all(
             handle, r.address, r.stride, 1, w.address, w.stride, r.count), source, ticks, (16, 8)))
         source, code = ticks, 1

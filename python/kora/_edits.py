@@ -75,6 +75,8 @@ class Edits:
         ['Ritardando']
         """
         title = name.encode()
+        if b"\0" in title:
+            raise ValueError("a step's name has no zero character")
         if self._recording:
             raise BusyError("a step is open already; single edits within it join it", 11)
         self._handles.check(lib.kora_history_begin(self._history))

@@ -151,7 +151,9 @@ class _Map(Sequence[E_], Generic[E_]):
         with self._song._step(f"Clear {self.kind}s", self.flag):
             self._song._check(self._clear(self._handle, first, last))
 
-    def __delitem__(self, index: Union[int, slice]) -> None:
+    def __delitem__(self, index: Union[int, slice, Position]) -> None:
+        if not isinstance(index, (int, slice)):
+            return self.remove(index)
         gone = self[index] if isinstance(index, slice) else [self[index]]
         with self._song._step(f"Remove {self.kind}", self.flag):
             for entry in gone:

@@ -17,9 +17,10 @@ from __future__ import annotations
 import ctypes
 import os
 import tempfile
+from numbers import Real
 from pathlib import Path
 from types import TracebackType
-from typing import Any, NamedTuple, Optional, Type, Union, overload
+from typing import Any, Literal, NamedTuple, Optional, Type, Union, overload
 
 from kora import _convert, _session
 from kora._edits import Edits
@@ -28,7 +29,7 @@ from kora._library import BarStruct, InfoStruct, TimeStruct, lib
 from kora.errors import TOO_SMALL, RefusedError
 from kora.maps import Keys, Meters, Tempos
 from kora.plot import Plot
-from kora.units import BY_UNIT, Bars, Position, Ticks, Time
+from kora.units import BY_UNIT, Bars, Frames, Position, Samples, Ticks, Time
 
 __all__ = ["FORMS", "Info", "Song", "open", "read_midi"]
 
@@ -177,10 +178,22 @@ class Song(Edits):
     # ---- Conversions
 
     @overload
-    def convert(self, values: Union[Time, Bars, str], from_unit: str) -> Any: ...
+    def convert(self, values: Position, from_unit: Literal["ticks"]) -> Ticks: ...
 
     @overload
-    def convert(self, values: Any, from_unit: str, to_unit: str, *, out: Any = None) -> Any: ...
+    def convert(self, values: Position, from_unit: Literal["samples"]) -> Samples: ...
+
+    @overload
+    def convert(self, values: Position, from_unit: Literal["frames"]) -> Frames: ...
+
+    @overload
+    def convert(self, values: Position, from_unit: Literal["seconds", "quarters"]) -> float: ...
+
+    @overload
+    def convert(self, values: Position, from_unit: Literal["bars"]) -> Bars: ...
+
+    @overload
+    def convert(self, values: Any, from_unit: str, to_unit: Optional[str] = None, *, out: Any = None) -> Any: ...
 
     def convert(self, values: Any, from_unit: str, to_unit: Optional[str] = None, *, out: Any = None) -> Any:
         """One value or many in another unit: "ticks", "samples", "frames", "seconds", "quarters" or "bars".
@@ -215,9 +228,9 @@ class Song(Edits):
                 return time.count
         if to_unit is None:
             return self._convert_position(values, from_unit)
-        if isinstance(values, (Time, Bars, int, float, str)) and out is None:
-            if isinstance(values, (Time, str)) or (isinstance(values, Bars) and from_unit != "bars"):
-                raise TypeError(f"{values!r} says what it is; write convert(value, {to_unit!r})")
+        if isinstance(values, (Time, str)) or (isinstance(values, Bars) and from_unit != "bars"):
+            raise TypeError(f"{values!r} says what it is; write convert(value, {to_unit!r})")
+        if isinstance(values, (Bars, Real)) and out is None:
             return _convert.column(self, [values], from_unit, to_unit, None)[0]
         return _convert.column(self, values, from_unit, to_unit, out)
 
@@ -247,7 +260,7 @@ class Song(Edits):
         status = lib.kora_from_bars(self._handle, BarStruct(bar, beat, ticks), 1, self._time_out)
         if status:
             raise self._handles.error(status)
-        return self._time.count
+        return int(self._time.count)
 
     def _tick(self, position: Any) -> int:
         if type(position) is Ticks:

@@ -153,6 +153,18 @@ def test_what_is_no_column_is_refused(light, values, source, target, out, error)
     assert before is None or before == list(map(str, out))
 
 
+@pytest.mark.parametrize("unit", (*UNITS, "seconds", "quarters", "bars"))
+def test_empty_columns_and_numpys_own_scalars(light, unit):
+    assert light.convert([], "ticks", unit) == []
+    empty = np.zeros((0,), np.int64)
+    assert light.convert(empty, "ticks", unit).shape == (0,)
+    if unit != "bars":
+        assert light.convert([], unit, "ticks") == [] and len(light.convert([], "bars", unit)) == 0
+    one = light.convert(10**12, "ticks", unit)
+    assert light.convert(np.int64(10**12), "ticks", unit) == one
+    assert light.convert(np.array(10**12), "ticks", unit).tolist() == one
+
+
 def test_nothing_needs_numpy():
     script = f"""
 import sys

@@ -143,6 +143,11 @@ def test_listeners_run_behind_the_step_and_may_edit(light, caplog):
     assert len(seen) == 2
 
 
+def test_what_the_library_asserts_is_logged(caplog):
+    kora._handles._reporter(None, "größer@$^$@Time/Time_Tick".encode(), 7)
+    assert caplog.messages == ["assertion: größer in Time/Time_Tick, line 7"]
+
+
 @pytest.mark.parametrize("edit, reason, nearest", [
     (lambda song: song.set_tempo("1|1", 1000), "out_of_limits", 500),
     (lambda song: song.ramp("5|1", "5|1", 100, 90), "empty_range", None),
@@ -175,6 +180,8 @@ def test_refusals_say_why_and_what_is_nearest(light, edit, reason, nearest):
     (lambda song: song.tempos[-9], IndexError),
     (lambda song: song.tempos[2**64], IndexError),
     (lambda song: song.meters.remove("1|1"), ValueError),
+    (lambda song: song.meters.__delitem__("2|1"), KeyError),
+    (lambda song: song.edit("a\0b").__enter__(), ValueError),
     (lambda song: song.text("5|1", "runes"), ValueError),
     (lambda song: song.text("5|1", "feet", film=70), ValueError),
     (lambda song: song.parse("12"), ValueError),
