@@ -2,7 +2,8 @@
 
 Usage: PYTHONPATH=python KORA_LIBRARY=build/release/bin/libKora.so python3 python/bench/convert_bench.py
 
-The C++ call on the same numbers is BM_TempoMillionTicks in bench/Time/TempoBench.cpp; run both on an idle machine.
+The C++ call on the same numbers is BM_TempoMillionTicks in bench/Time/TempoBench.cpp; run both on an idle
+machine.
 """
 import statistics
 import time
@@ -43,7 +44,9 @@ def arrays(song, end):
         records["at"] = ticks
         yield f"a million ticks, {order}", "ms", lambda: song.convert(ticks, "ticks", "samples", out=out)
         yield "  the same, a fresh array", "ms", lambda: song.convert(ticks, "ticks", "samples")
-        yield "  the same, of records", "ms", lambda: song.convert(records["at"], "ticks", "samples", out=records["end"])
+        yield "  the same, of records", "ms", lambda: song.convert(
+            records["at"], "ticks", "samples", out=records["end"]
+        )
         yield "  the same, numpy.interp", "ms", lambda: numpy.interp(ticks, points, samples)
 
 

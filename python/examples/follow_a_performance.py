@@ -2,8 +2,8 @@
 
 Usage: follow_a_performance.py [BEATS [FOLDER]]
 
-BEATS has the time of each beat in seconds, one a line, as a beat tracker or tapping gives them. The folder gets
-followed.wav, followed.mid, followed.kora and followed.svg.
+BEATS has the time of each beat in seconds, one a line, as a beat tracker or tapping gives them. The folder
+gets followed.wav, followed.mid, followed.kora and followed.svg.
 """
 import array
 import math
@@ -21,6 +21,8 @@ def read_beats(path):
     """Seconds from the first beat on."""
     times = [float(line) for line in path.read_text().split()]
     return [time - times[0] for time in times]
+
+
 ## [beats]
 
 
@@ -34,6 +36,8 @@ def follow(song, beats):
             song.lock(place, time)
         song.set_tempo(places[-1], song.tempos[-2].bpm)  # it goes on as the last beat was
     return places
+
+
 ## [follow]
 
 
@@ -44,12 +48,16 @@ def write_click(path, samples, rate):
     for n, first in enumerate(samples):
         pitch = 1760 if n % BEATS_IN_A_BAR == 0 else 880
         for i in range(rate // 20):
-            sound[first + i] = round(12000 * math.exp(-90 * i / rate) * math.sin(2 * math.pi * pitch * i / rate))
+            sound[first + i] = round(
+                12000 * math.exp(-90 * i / rate) * math.sin(2 * math.pi * pitch * i / rate)
+            )
     with wave.open(str(path), "wb") as file:
         file.setnchannels(1)
         file.setsampwidth(2)
         file.setframerate(rate)
         file.writeframes(sound.tobytes())
+
+
 ## [click]
 
 
@@ -93,5 +101,7 @@ def main(beats_file, folder):
 
 
 if __name__ == "__main__":
-    main(Path(sys.argv[1] if len(sys.argv) > 1 else Path(__file__).with_name("performance.txt")),
-         Path(sys.argv[2] if len(sys.argv) > 2 else "."))
+    main(
+        Path(sys.argv[1] if len(sys.argv) > 1 else Path(__file__).with_name("performance.txt")),
+        Path(sys.argv[2] if len(sys.argv) > 2 else "."),
+    )

@@ -7,15 +7,23 @@
 '0:25.206'
 >>> song.undo()
 
-`kora.open` reads MIDI files and documents; `Song` has what can be asked and edited; values are in `kora.units`,
-exceptions in `kora.errors`.
+`kora.open` reads MIDI files and documents; `Song` has what can be asked and edited; values are in
+`kora.units`, exceptions in `kora.errors`.
 """
 from kora._convert import bars_dtype
 from kora._library import lib as _lib
 from kora._version import __version__
 from kora.errors import (
-    ArgumentError, BusyError, ClosedError, Error, FileError, InternalError, NotFoundError, OutOfMemoryError,
-    RefusedError, StorageError,
+    ArgumentError,
+    BusyError,
+    ClosedError,
+    Error,
+    FileError,
+    InternalError,
+    NotFoundError,
+    OutOfMemoryError,
+    RefusedError,
+    StorageError,
 )
 from kora.maps import Key, Keys, Meter, Meters, Tempo, Tempos
 from kora.plot import Plot
@@ -26,8 +34,36 @@ from kora.units import TICKS_PER_QUARTER, Bars, Frames, Position, Samples, Ticks
 library_path: str = _lib.path
 
 __all__ = [
-    "__version__", "ArgumentError", "Bars", "BusyError", "ClosedError", "Error", "FORMS", "FileError", "Frames", "Info",
-    "InternalError", "Key", "Keys", "Meter", "Meters", "NotFoundError", "OutOfMemoryError", "Plot", "Position",
-    "RefusedError", "Samples", "Song", "StorageError", "TICKS_PER_QUARTER", "Tempo", "Tempos", "Ticks", "Time",
-    "bars_dtype", "library_path", "open", "read_midi",
+    "__version__",
+    "ArgumentError",
+    "Bars",
+    "BusyError",
+    "ClosedError",
+    "Error",
+    "FORMS",
+    "FileError",
+    "Frames",
+    "Info",
+    "InternalError",
+    "Key",
+    "Keys",
+    "Meter",
+    "Meters",
+    "NotFoundError",
+    "OutOfMemoryError",
+    "Plot",
+    "Position",
+    "RefusedError",
+    "Samples",
+    "Song",
+    "StorageError",
+    "TICKS_PER_QUARTER",
+    "Tempo",
+    "Tempos",
+    "Ticks",
+    "Time",
+    "bars_dtype",
+    "library_path",
+    "open",
+    "read_midi",
 ]

@@ -1,7 +1,7 @@
 """Columns of numbers in anyone's memory: numpy arrays, array.array, memoryviews, or lists that are copied.
 
-A column is an address, a distance in bytes from element to element, and a count; the library steps through it where it
-stands. Memory is reached through Python's buffer protocol, so numpy is not needed.
+A column is an address, a distance in bytes from element to element, and a count; the library steps through it
+where it stands. Memory is reached through Python's buffer protocol, so numpy is not needed.
 """
 from __future__ import annotations
 
@@ -22,11 +22,19 @@ _SIGNED = {"q", "l", "=q", "<q", "@q", "@l"}
 class _Buffer(ctypes.Structure):
     """CPython's Py_buffer."""
 
-    _fields_ = [("buf", ctypes.c_void_p), ("obj", ctypes.c_void_p), ("len", ctypes.c_ssize_t),
-                ("itemsize", ctypes.c_ssize_t), ("readonly", ctypes.c_int), ("ndim", ctypes.c_int),
-                ("format", ctypes.c_char_p), ("shape", ctypes.POINTER(ctypes.c_ssize_t)),
-                ("strides", ctypes.POINTER(ctypes.c_ssize_t)), ("suboffsets", ctypes.POINTER(ctypes.c_ssize_t)),
-                ("internal", ctypes.c_void_p)]
+    _fields_ = [
+        ("buf", ctypes.c_void_p),
+        ("obj", ctypes.c_void_p),
+        ("len", ctypes.c_ssize_t),
+        ("itemsize", ctypes.c_ssize_t),
+        ("readonly", ctypes.c_int),
+        ("ndim", ctypes.c_int),
+        ("format", ctypes.c_char_p),
+        ("shape", ctypes.POINTER(ctypes.c_ssize_t)),
+        ("strides", ctypes.POINTER(ctypes.c_ssize_t)),
+        ("suboffsets", ctypes.POINTER(ctypes.c_ssize_t)),
+        ("internal", ctypes.c_void_p),
+    ]
 
 
 _get = ctypes.pythonapi.PyObject_GetBuffer
@@ -84,13 +92,19 @@ class Column:
 
 def is_array(values: Any) -> bool:
     """Whether values are numbers in memory, of any kind."""
-    return isinstance(values, (array.array, memoryview)) or (numpy is not None and isinstance(values, numpy.ndarray))
+    return isinstance(values, (array.array, memoryview)) or (
+        numpy is not None and isinstance(values, numpy.ndarray)
+    )
 
 
 def as_counts(values: Any, unit: str) -> Any:
-    """Values as a buffer of 64-bit whole numbers: themselves where they are that, a copy where they are not."""
+    """Values as a buffer of 64-bit whole numbers: themselves where they are that, else a copy."""
     if numpy is not None and isinstance(values, numpy.ndarray):
-        if values.dtype == numpy.int64 and values.dtype.isnative and (values.ndim == 1 or values.flags.c_contiguous):
+        if (
+            values.dtype == numpy.int64
+            and values.dtype.isnative
+            and (values.ndim == 1 or values.flags.c_contiguous)
+        ):
             return values
         if values.dtype.kind not in "iu" or values.dtype == numpy.uint64:
             raise TypeError(f"{unit} are whole numbers of 64 bits, not {values.dtype}")
@@ -118,7 +132,9 @@ def overlaps(one: Any, other: Any) -> bool:
     return bool(numpy.may_share_memory(one, other) and numpy.shares_memory(one, other))
 
 
-def through(call: Callable[[Column, Column], Any], source: Any, target: Any, sizes: Sequence[int] = (8, 8)) -> Any:
+def through(
+    call: Callable[[Column, Column], Any], source: Any, target: Any, sizes: Sequence[int] = (8, 8)
+) -> Any:
     """The status of a call that reads one column and writes another; the two have equally many elements."""
     if overlaps(source, target):
         source = source.copy()
@@ -127,8 +143,10 @@ def through(call: Callable[[Column, Column], Any], source: Any, target: Any, siz
         write = Column(target, sizes[1], writable=True)
         try:
             if read.count != write.count or (len(read.shape) > 1 and read.shape != write.shape):
-                raise ValueError(f"out has {write.count} elements of shape {write.shape}, "
-                                 f"the values have {read.count} of shape {read.shape}")
+                raise ValueError(
+                    f"out has {write.count} elements of shape {write.shape}, "
+                    f"the values have {read.count} of shape {read.shape}"
+                )
             return call(read, write)
         finally:
             write.release()

@@ -1,11 +1,13 @@
 """Conversions of scalars and of columns between all units.
 
-Ticks, samples and frames are whole numbers and convert as the library's single call does, rounding once. Seconds are
-samples divided by the rate, so they are as exact as a float; into samples they round to the nearest, halves upwards.
-Quarters are quarter notes from the song's first tick, and round to ticks in the same way.
+Ticks, samples and frames are whole numbers and convert as the library's single call does, rounding once.
+Seconds are samples divided by the rate, so they are as exact as a float; into samples they round to the
+nearest, halves upwards. Quarters are quarter notes from the song's first tick, and round to ticks in the same
+way.
 
-Limits: ticks and frames are below 2^59 and samples below 2^35 in either direction. Single values and lists are held to
-that; in arrays, which are read where they stand, what lies outside is converted to no meaningful time.
+Limits: ticks and frames are below 2^59 and samples below 2^35 in either direction. Single values and lists
+are held to that; in arrays, which are read where they stand, what lies outside is converted to no meaningful
+time.
 """
 from __future__ import annotations
 
@@ -77,7 +79,9 @@ def _counts_in(song: "Song", values: Any, unit: str) -> Any:
             return counts
         return array.array("q", [count + start for count in counts])
     if isinstance(values, list) and values and not -LIMITS[unit] < min(values) <= max(values) < LIMITS[unit]:
-        raise ValueError(f"a time in {unit} is out of the limits, which are {LIMITS[unit] - 1} in either direction")
+        raise ValueError(
+            f"a time in {unit} is out of the limits, which are {LIMITS[unit] - 1} in either direction"
+        )
     return as_counts(values, unit)
 
 
@@ -123,11 +127,26 @@ def column(song: "Song", values: Any, from_unit: str, to_unit: str, out: Optiona
     into = out if out is not None and to_unit not in FLOATING else new_like(source)
     handle = song._handle
     if size == 16:
-        song._check(through(lambda r, w: lib.kora_from_bars_all(
-            handle, r.address, r.stride, target_code, w.address, w.stride, r.count), source, into, (16, 8)))
+        song._check(
+            through(
+                lambda r, w: lib.kora_from_bars_all(
+                    handle, r.address, r.stride, target_code, w.address, w.stride, r.count
+                ),
+                source,
+                into,
+                (16, 8),
+            )
+        )
     else:
-        song._check(through(lambda r, w: lib.kora_convert_all(
-            handle, source_code, r.address, r.stride, target_code, w.address, w.stride, r.count), source, into))
+        song._check(
+            through(
+                lambda r, w: lib.kora_convert_all(
+                    handle, source_code, r.address, r.stride, target_code, w.address, w.stride, r.count
+                ),
+                source,
+                into,
+            )
+        )
     result = _floats(song, into, to_unit, out) if to_unit in FLOATING else into
     return as_list(result) if listed else result
 
@@ -139,13 +158,29 @@ def _to_bars(song: "Song", source: Any, size: int, code: int, out: Any) -> Any:
         raise TypeError("places in bars go into an array of kora.bars_dtype")
     if size == 16:
         ticks = new_like(source)
-        song._check(through(lambda r, w: lib.kora_from_bars_all(
-            handle, r.address, r.stride, 1, w.address, w.stride, r.count), source, ticks, (16, 8)))
+        song._check(
+            through(
+                lambda r, w: lib.kora_from_bars_all(
+                    handle, r.address, r.stride, 1, w.address, w.stride, r.count
+                ),
+                source,
+                ticks,
+                (16, 8),
+            )
+        )
         source, code = ticks, 1
     if is_numpy(source) or out is not None:
         into = pack_bars(numpy.empty(source.shape, bars_dtype) if out is None else out)
     else:
         into = (BarStruct * len(source))()
-    song._check(through(lambda r, w: lib.kora_to_bars_all(
-        handle, code, r.address, r.stride, w.address, w.stride, r.count), source, into, (8, 16)))
+    song._check(
+        through(
+            lambda r, w: lib.kora_to_bars_all(
+                handle, code, r.address, r.stride, w.address, w.stride, r.count
+            ),
+            source,
+            into,
+            (8, 16),
+        )
+    )
     return into if is_numpy(into) else unpack_bars(into)

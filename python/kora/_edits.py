@@ -47,9 +47,11 @@ class Edits:
     if TYPE_CHECKING:
         keys: Keys
 
-        def _tick(self, position: Position) -> int: ...
+        def _tick(self, position: Position) -> int:
+            ...
 
-        def bars(self, position: Position) -> Bars: ...
+        def bars(self, position: Position) -> Bars:
+            ...
 
     def _open_history(self) -> None:
         self._history = self._handles.make(lib.kora_history_new, self._handle)
@@ -64,7 +66,8 @@ class Edits:
     def edit(self, name: str, merge: int = 0) -> Iterator[None]:
         """All that is edited within is one step of this name; an exception takes it back.
 
-        Steps of the same merge number other than 0 that follow one another become one, as when something is dragged.
+        Steps of the same merge number other than 0 that follow one another become one, as when something is
+        dragged.
 
         >>> import kora
         >>> song = kora.Song()
@@ -151,10 +154,10 @@ class Edits:
     # ---- Listeners
 
     def listen(self, listener: Listener) -> Callable[[], None]:
-        """Calls the listener behind each step, undo and redo with what changed: a set of "tempos", "meters", "keys".
+        """Calls the listener behind each step, undo and redo with what changed.
 
-        It runs after the step is complete and may ask and edit the song. What it raises goes to the log "kora". The
-        result of `listen` is a call that ends it.
+        That is a set of "tempos", "meters", "keys". It runs after the step is complete and may ask and edit the
+        song. What it raises goes to the log "kora". The result of `listen` is a call that ends it.
         """
         if self._tell is None:
             changed = self._changes = [0]
@@ -198,13 +201,27 @@ class Edits:
             check_edit(status, result)
 
     def set_tempo(self, position: Position, bpm: float, beat: Ticks = Ticks(TICKS_PER_QUARTER)) -> None:
-        """This tempo from the position to the next change; beats are quarters unless beat says how long they are."""
-        self._run("Set tempo", 1, lib.kora_tempo_map_set, self._tempi, self._tick(position), _finite(bpm, "bpm"),
-                  beat.count)
+        """This tempo from the position to the next change; beat is the length of one."""
+        self._run(
+            "Set tempo",
+            1,
+            lib.kora_tempo_map_set,
+            self._tempi,
+            self._tick(position),
+            _finite(bpm, "bpm"),
+            beat.count,
+        )
 
-    def ramp(self, start: Position, end: Position, from_bpm: float, to_bpm: float, curve: str = "bars",
-             steps: Optional[int] = None) -> None:
-        """From one tempo to another over [start, end), in steps of equal length, 16 a bar unless said otherwise.
+    def ramp(
+        self,
+        start: Position,
+        end: Position,
+        from_bpm: float,
+        to_bpm: float,
+        curve: str = "bars",
+        steps: Optional[int] = None,
+    ) -> None:
+        """From one tempo to another over [start, end), in steps of equal length, 16 a bar by default.
 
         Curves are linear in ticks ("bars"), linear in time ("linear"), or half a cosine in ticks ("s").
         """
@@ -213,8 +230,18 @@ class Edits:
         first, last = self._tick(start), self._tick(end)
         if steps is None:
             steps = self._steps_of(first, last)
-        self._run("Ramp", 1, lib.kora_tempo_map_ramp, self._tempi, first, last, _finite(from_bpm, "from_bpm"),
-                  _finite(to_bpm, "to_bpm"), CURVES[curve], _count(steps, "steps"))
+        self._run(
+            "Ramp",
+            1,
+            lib.kora_tempo_map_ramp,
+            self._tempi,
+            first,
+            last,
+            _finite(from_bpm, "from_bpm"),
+            _finite(to_bpm, "to_bpm"),
+            CURVES[curve],
+            _count(steps, "steps"),
+        )
 
     def _steps_of(self, first: int, last: int) -> int:
         """16 for each bar, of which a part counts whole."""
@@ -223,24 +250,49 @@ class Edits:
 
     def scale(self, start: Position, end: Position, factor: float) -> None:
         """All tempi of [start, end) times a factor."""
-        self._run("Scale tempi", 1, lib.kora_tempo_map_scale, self._tempi, self._tick(start), self._tick(end),
-                  _finite(factor, "factor"))
+        self._run(
+            "Scale tempi",
+            1,
+            lib.kora_tempo_map_scale,
+            self._tempi,
+            self._tick(start),
+            self._tick(end),
+            _finite(factor, "factor"),
+        )
 
     def offset(self, start: Position, end: Position, bpm: float) -> None:
         """All tempi of [start, end) faster by so many beats a minute, or slower below 0."""
-        self._run("Offset tempi", 1, lib.kora_tempo_map_offset, self._tempi, self._tick(start), self._tick(end),
-                  _finite(bpm, "bpm"))
+        self._run(
+            "Offset tempi",
+            1,
+            lib.kora_tempo_map_offset,
+            self._tempi,
+            self._tick(start),
+            self._tick(end),
+            _finite(bpm, "bpm"),
+        )
 
     def fit(self, start: Position, end: Position, length: Union[Samples, float]) -> None:
         """Scales the tempi of [start, end) so that it lasts so many samples, or seconds as a plain number."""
-        samples = length.count if isinstance(length, Samples) else nearest(_finite(length, "length") * self.rate)
-        self._run("Fit", 1, lib.kora_tempo_map_fit, self._tempi, self._tick(start), self._tick(end),
-                  Samples(samples).count)
+        samples = (
+            length.count if isinstance(length, Samples) else nearest(_finite(length, "length") * self.rate)
+        )
+        self._run(
+            "Fit",
+            1,
+            lib.kora_tempo_map_fit,
+            self._tempi,
+            self._tick(start),
+            self._tick(end),
+            Samples(samples).count,
+        )
 
     def lock(self, position: Position, at: Union[Samples, float]) -> None:
-        """The position is at this sample, or second as a plain number, from now on; the tempi on both sides follow."""
+        """The position is at this sample, or second, from now on; the tempi on both sides follow."""
         sample = at.count if isinstance(at, Samples) else nearest(_finite(at, "at") * self.rate)
-        self._run("Lock", 1, lib.kora_tempo_map_lock, self._tempi, self._tick(position), Samples(sample).count)
+        self._run(
+            "Lock", 1, lib.kora_tempo_map_lock, self._tempi, self._tick(position), Samples(sample).count
+        )
 
     def unlock(self, position: Position) -> None:
         """Takes the lock there."""
@@ -250,21 +302,39 @@ class Edits:
 
     def insert_time(self, at: Position, length: Ticks) -> None:
         """Moves all from there on back by a length."""
-        self._run("Insert time", 7, lib.kora_song_insert_time, self._handle, self._tick(at), self._length(length))
+        self._run(
+            "Insert time", 7, lib.kora_song_insert_time, self._handle, self._tick(at), self._length(length)
+        )
 
     def delete_time(self, start: Position, end: Position) -> None:
         """Takes [start, end) out of the song."""
-        self._run("Delete time", 7, lib.kora_song_delete_time, self._handle, self._tick(start), self._tick(end))
+        self._run(
+            "Delete time", 7, lib.kora_song_delete_time, self._handle, self._tick(start), self._tick(end)
+        )
 
     def repeat_time(self, start: Position, end: Position, count: int = 1) -> None:
         """Puts [start, end) behind itself so many times more."""
-        self._run("Repeat time", 7, lib.kora_song_repeat_time, self._handle, self._tick(start), self._tick(end),
-                  _count(count, "count"))
+        self._run(
+            "Repeat time",
+            7,
+            lib.kora_song_repeat_time,
+            self._handle,
+            self._tick(start),
+            self._tick(end),
+            _count(count, "count"),
+        )
 
     def move_time(self, start: Position, end: Position, to: Position) -> None:
         """Takes [start, end) from its place and puts it in at another."""
-        self._run("Move time", 7, lib.kora_song_move_time, self._handle, self._tick(start), self._tick(end),
-                  self._tick(to))
+        self._run(
+            "Move time",
+            7,
+            lib.kora_song_move_time,
+            self._handle,
+            self._tick(start),
+            self._tick(end),
+            self._tick(to),
+        )
 
     @staticmethod
     def _length(length: Ticks) -> int:

@@ -44,8 +44,8 @@ _ending = weakref.finalize(_process, _end)
 class Handles:
     """What a song holds in the library; released when the song is closed, collected, or at exit.
 
-    A handle is a c_void_p that its users share. When it is released it becomes null, which every call refuses: use
-    after that is a ClosedError and touches no memory.
+    A handle is a c_void_p that its users share. When it is released it becomes null, which every call
+    refuses: use after that is a ClosedError and touches no memory.
     """
 
     def __init__(self) -> None:

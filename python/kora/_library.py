@@ -1,8 +1,8 @@
 """Finds and opens the shared library, and describes its C interface to ctypes.
 
-The library is taken from the environment variable KORA_LIBRARY (its path), then from this package's own folder (a
-wheel carries it there), then from where the system keeps libraries. A library whose C interface is of another version
-is refused.
+The library is taken from the environment variable KORA_LIBRARY (its path), then from this package's own
+folder (a wheel carries it there), then from where the system keeps libraries. A library whose C interface is
+of another version is refused.
 
 Threads: every call holds the interpreter's lock, so that no two are in the library at once.
 """
@@ -13,7 +13,18 @@ import ctypes.util
 import os
 import sys
 from ctypes import (
-    CFUNCTYPE, POINTER, Structure, c_char_p, c_double, c_int32, c_int64, c_size_t, c_ssize_t, c_uint8, c_uint32, c_void_p,
+    CFUNCTYPE,
+    POINTER,
+    Structure,
+    c_char_p,
+    c_double,
+    c_int32,
+    c_int64,
+    c_size_t,
+    c_ssize_t,
+    c_uint8,
+    c_uint32,
+    c_void_p,
 )
 from pathlib import Path
 from typing import Any, Optional
@@ -36,26 +47,54 @@ class BarStruct(Structure):
 
 
 class TempoStruct(Structure):
-    _fields_ = [("tick", c_int64), ("bpm", c_double), ("beat", c_int64), ("locked_sample", c_int64),
-                ("flags", c_uint32), ("reserved", c_uint32)]
+    _fields_ = [
+        ("tick", c_int64),
+        ("bpm", c_double),
+        ("beat", c_int64),
+        ("locked_sample", c_int64),
+        ("flags", c_uint32),
+        ("reserved", c_uint32),
+    ]
 
 
 class MeterStruct(Structure):
-    _fields_ = [("tick", c_int64), ("numerator", c_int32), ("denominator", c_int32), ("bar", c_int32),
-                ("is_off_barline", c_int32)]
+    _fields_ = [
+        ("tick", c_int64),
+        ("numerator", c_int32),
+        ("denominator", c_int32),
+        ("bar", c_int32),
+        ("is_off_barline", c_int32),
+    ]
 
 
 class KeyStruct(Structure):
-    _fields_ = [("tick", c_int64), ("is_major", c_uint8), ("is_sharps", c_uint8), ("accidentals", c_uint8),
-                ("reserved", c_uint8 * 5)]
+    _fields_ = [
+        ("tick", c_int64),
+        ("is_major", c_uint8),
+        ("is_sharps", c_uint8),
+        ("accidentals", c_uint8),
+        ("reserved", c_uint8 * 5),
+    ]
 
 
 class ErrorStruct(Structure):
-    _fields_ = [("size", c_uint32), ("status", c_int32), ("offset", c_int64), ("text", c_char_p), ("file", c_char_p)]
+    _fields_ = [
+        ("size", c_uint32),
+        ("status", c_int32),
+        ("offset", c_int64),
+        ("text", c_char_p),
+        ("file", c_char_p),
+    ]
 
 
 class InfoStruct(Structure):
-    _fields_ = [("size", c_uint32), ("timecode", c_int32), ("rate", c_double), ("start", c_int64), ("end", c_int64)]
+    _fields_ = [
+        ("size", c_uint32),
+        ("timecode", c_int32),
+        ("rate", c_double),
+        ("start", c_int64),
+        ("end", c_int64),
+    ]
 
 
 class ResultStruct(Structure):
@@ -166,8 +205,10 @@ class Bound:
         number = int(ask())
         major, minor = number >> 16, number & 0xFFFF
         if major != VERSION_MAJOR or minor < VERSION_MINOR:
-            raise ImportError(f"{self.path} has C interface {major}.{minor}; this package needs "
-                              f"{VERSION_MAJOR}.{VERSION_MINOR} or a later {VERSION_MAJOR}.x")
+            raise ImportError(
+                f"{self.path} has C interface {major}.{minor}; this package needs "
+                f"{VERSION_MAJOR}.{VERSION_MINOR} or a later {VERSION_MAJOR}.x"
+            )
         return major, minor
 
 
@@ -181,7 +222,9 @@ def candidates() -> list[str]:
     system: Optional[str] = name
     if sys.platform == "win32":
         name = "Kora.dll"
-        system = ctypes.util.find_library("Kora")  # along PATH, which Windows does not search for a name alone
+        system = ctypes.util.find_library(
+            "Kora"
+        )  # along PATH, which Windows does not search for a name alone
     beside = Path(__file__).resolve().parent / name
     return [str(beside)] if beside.exists() else [system or name]
 

@@ -1,7 +1,7 @@
 """The process's sample rate and timecode format, which the library counts frames against.
 
-Each song has its own rate and format. They are made the process's before a call that asks for frames, so that songs of
-different rates stand beside one another.
+Each song has its own rate and format. They are made the process's before a call that asks for frames, so that
+songs of different rates stand beside one another.
 """
 from __future__ import annotations
 
@@ -10,8 +10,20 @@ from typing import Optional, Tuple
 from kora._library import lib
 from kora.errors import check
 
-TIMECODES = {"24": 1, "25": 2, "29.97": 3, "29.97drop": 5, "30": 7, "30drop": 8, "23.976": 9, "50": 10, "59.94": 11,
-             "59.94drop": 12, "60": 13, "60drop": 14}
+TIMECODES = {
+    "24": 1,
+    "25": 2,
+    "29.97": 3,
+    "29.97drop": 5,
+    "30": 7,
+    "30drop": 8,
+    "23.976": 9,
+    "50": 10,
+    "59.94": 11,
+    "59.94drop": 12,
+    "60": 13,
+    "60drop": 14,
+}
 TIMECODE_NAMES = {number: name for name, number in TIMECODES.items()}
 
 Session = Tuple[float, int]

@@ -1,7 +1,7 @@
 """What is raised: one class for each way in which the library refuses.
 
-Each is also the built-in exception that Python's own sequences and files would raise, so that `except ValueError` or
-`except KeyError` works as expected.
+Each is also the built-in exception that Python's own sequences and files would raise, so that `except
+ValueError` or `except KeyError` works as expected.
 
 >>> import kora
 >>> song = kora.Song()
@@ -19,23 +19,45 @@ from typing import Optional, Type
 
 from kora._library import ErrorStruct, ResultStruct, lib
 
-__all__ = ["Error", "ArgumentError", "BusyError", "ClosedError", "FileError", "InternalError", "NotFoundError",
-           "OutOfMemoryError", "RefusedError", "StorageError"]
+__all__ = [
+    "Error",
+    "ArgumentError",
+    "BusyError",
+    "ClosedError",
+    "FileError",
+    "InternalError",
+    "NotFoundError",
+    "OutOfMemoryError",
+    "RefusedError",
+    "StorageError",
+]
 
 OK = 0
-_REASONS = ("done", "empty_range", "out_of_limits", "locked", "before_song_start", "lock_order", "no_lock",
-            "too_many_steps", "inside_range", "no_such_beat")
+_REASONS = (
+    "done",
+    "empty_range",
+    "out_of_limits",
+    "locked",
+    "before_song_start",
+    "lock_order",
+    "no_lock",
+    "too_many_steps",
+    "inside_range",
+    "no_such_beat",
+)
 _WITHOUT_NEAREST = (None, "done", "empty_range", "no_lock")
 
 
 class Error(Exception):
     """Whatever the library refused.
 
-    Attributes: `status`, the number of the C interface; `text`, the library's words; `file` and `offset`, where the
-    fault is in a file, or None.
+    Attributes: `status`, the number of the C interface; `text`, the library's words; `file` and `offset`,
+    where the fault is in a file, or None.
     """
 
-    def __init__(self, text: str, status: int = 0, file: Optional[str] = None, offset: Optional[int] = None) -> None:
+    def __init__(
+        self, text: str, status: int = 0, file: Optional[str] = None, offset: Optional[int] = None
+    ) -> None:
         super().__init__(text)
         self.text = text
         self.status = status
@@ -61,8 +83,8 @@ class NotFoundError(Error, KeyError):
 class RefusedError(Error, ValueError):
     """An edit that would break a lock or a limit, or a text that is no time; nothing was changed.
 
-    Attributes: `reason`, a word such as "locked" or "out_of_limits", None of a text; `nearest`, what could be had
-    instead (a tempo, a factor, a length, a sample or a tick, as the edit's argument), or None.
+    Attributes: `reason`, a word such as "locked" or "out_of_limits", None of a text; `nearest`, what could be
+    had instead (a tempo, a factor, a length, a sample or a tick, as the edit's argument), or None.
     """
 
     reason: Optional[str] = None
@@ -92,7 +114,12 @@ class InternalError(Error, RuntimeError):
 
 
 _CLASSES: dict[int, Type[Error]] = {
-    3: ArgumentError, 5: NotFoundError, 7: RefusedError, 8: FileError, 9: StorageError, 10: OutOfMemoryError,
+    3: ArgumentError,
+    5: NotFoundError,
+    7: RefusedError,
+    8: FileError,
+    9: StorageError,
+    10: OutOfMemoryError,
     11: BusyError,
 }
 NOT_FOUND = 5

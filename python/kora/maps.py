@@ -17,7 +17,18 @@ from __future__ import annotations
 
 import ctypes
 import re
-from typing import TYPE_CHECKING, Any, Generic, Iterator, NamedTuple, Optional, Sequence, TypeVar, Union, overload
+from typing import (
+    TYPE_CHECKING,
+    Any,
+    Generic,
+    Iterator,
+    NamedTuple,
+    Optional,
+    Sequence,
+    TypeVar,
+    Union,
+    overload,
+)
 
 from kora._library import KeyStruct, MeterStruct, TempoStruct, lib
 from kora.errors import NOT_FOUND, NotFoundError
@@ -60,7 +71,7 @@ class Meter(NamedTuple):
 
     @property
     def text(self) -> str:
-        """"3/4"."""
+        """ "3/4"."""
         return f"{self.numerator}/{self.denominator}"
 
 
@@ -73,7 +84,7 @@ class Key(NamedTuple):
 
     @property
     def text(self) -> str:
-        """"D major"."""
+        """ "D major"."""
         names = _MAJOR if self.is_major else _MINOR
         return f"{names[self.accidentals + 7]} {'major' if self.is_major else 'minor'}"
 
@@ -92,7 +103,9 @@ class _Map(Sequence[E_], Generic[E_]):
         self._song = song
         self._handle = handle
         self._count, self._get, self._find, self._remove, self._clear = (
-            getattr(lib, f"kora_{self.kind}_map_{name}") for name in ("count", "get", "find", "remove", "clear"))
+            getattr(lib, f"kora_{self.kind}_map_{name}")
+            for name in ("count", "get", "find", "remove", "clear")
+        )
 
     def _entry(self, entry: Any) -> E_:
         raise NotImplementedError
@@ -103,10 +116,12 @@ class _Map(Sequence[E_], Generic[E_]):
         return count.value
 
     @overload
-    def __getitem__(self, index: int) -> E_: ...
+    def __getitem__(self, index: int) -> E_:
+        ...
 
     @overload
-    def __getitem__(self, index: slice) -> list[E_]: ...
+    def __getitem__(self, index: slice) -> list[E_]:
+        ...
 
     def __getitem__(self, index: Union[int, slice]) -> Union[E_, list[E_]]:
         if isinstance(index, slice):
@@ -177,8 +192,14 @@ class Tempos(_Map[Tempo]):
 
     def _entry(self, entry: Any) -> Tempo:
         flags = entry.flags
-        return Tempo(Ticks(entry.tick), entry.bpm, Ticks(entry.beat), Samples(entry.locked_sample) if flags & 1 else None,
-                     bool(flags & 2), bool(flags & 4))
+        return Tempo(
+            Ticks(entry.tick),
+            entry.bpm,
+            Ticks(entry.beat),
+            Samples(entry.locked_sample) if flags & 1 else None,
+            bool(flags & 2),
+            bool(flags & 4),
+        )
 
 
 class Meters(_Map[Meter]):
@@ -187,7 +208,9 @@ class Meters(_Map[Meter]):
     kind, flag, _struct = "meter", 2, MeterStruct
 
     def _entry(self, entry: Any) -> Meter:
-        return Meter(Ticks(entry.tick), entry.numerator, entry.denominator, entry.bar, bool(entry.is_off_barline))
+        return Meter(
+            Ticks(entry.tick), entry.numerator, entry.denominator, entry.bar, bool(entry.is_off_barline)
+        )
 
     def set(self, position: Position, numerator: int, denominator: int) -> None:
         """Adds a meter, or overwrites the one there. Inside a bar it cuts that bar short."""

@@ -29,7 +29,8 @@ _GAP = 8  # between labels
 _STYLE = (
     "text{font:12px 'DejaVu Sans',Verdana,Helvetica,Arial,sans-serif;fill:#24292f}"
     ".head{font-size:16px;font-weight:bold}.dim{fill:#57606a}.grid{stroke:#e4e2dc;stroke-width:1}"
-    ".axis{stroke:#57606a;stroke-width:1}.tempo{fill:none;stroke:#0b6e8a;stroke-width:2;stroke-linejoin:round}"
+    ".axis{stroke:#57606a;stroke-width:1}"
+    ".tempo{fill:none;stroke:#0b6e8a;stroke-width:2;stroke-linejoin:round}"
     ".under{fill:#0b6e8a;fill-opacity:.08}.lock{fill:#b3541e}.mark{stroke:#57606a;stroke-width:1.5}"
 )
 
@@ -108,8 +109,10 @@ class Plot:
         self._title = title or "Tempo, meter and key"
         self._wide = width
         self._parts: List[str] = []
-        self._tempos = [(each.position.count, each.bpm, each.locked is not None and not each.is_start, each.text)
-                        for each in song.tempos]
+        self._tempos = [
+            (each.position.count, each.bpm, each.locked is not None and not each.is_start, each.text)
+            for each in song.tempos
+        ]
         self._scale = self._measure()
         self.svg = self._draw()
 
@@ -157,9 +160,11 @@ class Plot:
 
     def _draw(self) -> str:
         name = escape(self._title)
-        self._add(f'<svg xmlns="http://www.w3.org/2000/svg" width="{self._wide}" height="{_HEIGHT}" '
-                  f'viewBox="0 0 {self._wide} {_HEIGHT}" role="img"><title>{name}</title><style>{_STYLE}</style>'
-                  f'<rect width="100%" height="100%" fill="#fdfcf9"/>')
+        self._add(
+            f'<svg xmlns="http://www.w3.org/2000/svg" width="{self._wide}" height="{_HEIGHT}" '
+            f'viewBox="0 0 {self._wide} {_HEIGHT}" role="img"><title>{name}</title><style>{_STYLE}</style>'
+            f'<rect width="100%" height="100%" fill="#fdfcf9"/>'
+        )
         room = int((self._wide - 32) / (0.75 * 16))
         shown = self._title if len(self._title) <= room else self._title[: room - 1] + "…"
         self._text(16, 26, shown, kind="head")
@@ -185,10 +190,14 @@ class Plot:
         self._line("axis", _LEFT, bottom, scale.right, bottom)
         self._text(_LEFT - 30, bottom + 20, "bar", "end", "dim")
         self._text(_LEFT - 30, bottom + 38, "min:sec", "end", "dim")
-        places = [(scale.x(tick), str(bar), _clock(second)) for tick, bar, second in zip(ticks, numbers, seconds)]
+        places = [
+            (scale.x(tick), str(bar), _clock(second)) for tick, bar, second in zip(ticks, numbers, seconds)
+        ]
         edge = self._wide - 2.0
         for y, kind, index in ((bottom + 20, "", 1), (bottom + 38, "dim", 2)):
-            for label in _apart([_Label(each[0], str(each[index]), "middle") for each in places], _LEFT - 26.0, edge):
+            for label in _apart(
+                [_Label(each[0], str(each[index]), "middle") for each in places], _LEFT - 26.0, edge
+            ):
                 self._text(label.x, y, label.text, "middle", kind)
 
     def _tempo_axis(self) -> None:
@@ -202,8 +211,10 @@ class Plot:
             value += step
         self._line("axis", _LEFT, _TOP, _LEFT, _TOP + _TRACK)
         middle = _TOP + _TRACK / 2
-        self._add(f'<text x="16" y="{middle:.0f}" text-anchor="middle" class="dim" '
-                  f'transform="rotate(-90 16 {middle:.0f})">beats a minute</text>')
+        self._add(
+            f'<text x="16" y="{middle:.0f}" text-anchor="middle" class="dim" '
+            f'transform="rotate(-90 16 {middle:.0f})">beats a minute</text>'
+        )
 
     def _row(self, name: str, y: float, entries: List[Tuple[int, str]]) -> None:
         """A line of changes above the track; a mark stays where its text has no room."""
@@ -227,12 +238,17 @@ class Plot:
             points += [(scale.x(tick), scale.y(bpm)), (scale.x(end), scale.y(bpm))]
         path = " L".join(f"{x:.1f} {y:.1f}" for x, y in _thinned(points))
         bottom = _TOP + _TRACK
-        self._add(f'<path class="under" d="M{_LEFT} {bottom} L{path} L{scale.right} {bottom} Z"/>'
-                  f'<path class="tempo" d="M{path}"/>')
+        self._add(
+            f'<path class="under" d="M{_LEFT} {bottom} L{path} L{scale.right} {bottom} Z"/>'
+            f'<path class="tempo" d="M{path}"/>'
+        )
         for tick, bpm, locked, _ in self._tempos:
             if locked:
                 x, y = scale.x(tick), scale.y(bpm)
-                self._add(f'<path class="lock" d="M{x:.1f} {y - 5:.1f} l5 5 l-5 5 l-5 -5 Z"><title>locked</title></path>')
+                self._add(
+                    f'<path class="lock" d="M{x:.1f} {y - 5:.1f} l5 5 l-5 5 l-5 -5 Z">'
+                    "<title>locked</title></path>"
+                )
         self._tempo_labels()
 
     def _tempo_labels(self) -> None:

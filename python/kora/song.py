@@ -9,8 +9,8 @@ Samples(192000)
 >>> song.text("3|1", "timecode")
 '00:00:04:00'
 
-Threads: a song is used by one thread at a time, and one thread at a time edits and undoes in the whole process. Calls
-hold the interpreter's lock, so that breaking this gives wrong answers but no broken memory.
+Threads: a song is used by one thread at a time, and one thread at a time edits and undoes in the whole
+process. Calls hold the interpreter's lock, so that breaking this gives wrong answers but no broken memory.
 """
 from __future__ import annotations
 
@@ -34,8 +34,17 @@ from kora.units import BY_UNIT, Bars, Frames, Position, Samples, Ticks, Time
 __all__ = ["FORMS", "Info", "Song", "open", "read_midi"]
 
 # How a time reads, by name.
-FORMS = {"samples": 0, "ticks": 1, "frames": 2, "bars": 3, "bars_exact": 4, "timecode": 5, "subframes": 6, "minsec": 7,
-         "feet": 8}
+FORMS = {
+    "samples": 0,
+    "ticks": 1,
+    "frames": 2,
+    "bars": 3,
+    "bars_exact": 4,
+    "timecode": 5,
+    "subframes": 6,
+    "minsec": 7,
+    "feet": 8,
+}
 FILMS = {35: 16, 16: 40}
 _BY_CODE = (BY_UNIT["samples"], BY_UNIT["ticks"], BY_UNIT["frames"])
 # Pairs of units that one call of the library converts, with its numbers of both and the first unit's limit.
@@ -83,7 +92,8 @@ def _guess_form(text: str) -> str:
 class Song(Edits):
     """A song of 120 beats a minute in 4/4, until it is edited. `kora.open` gives that of a file.
 
-    The rate is from 1000 to 768000 samples a second; timecode is "24", "25", "29.97", "29.97drop", "30", "30drop",
+    The rate is from 1000 to 768000 samples a second; timecode is "24", "25", "29.97", "29.97drop", "30",
+    "30drop",
     "23.976", "50", "59.94", "59.94drop", "60" or "60drop".
     """
 
@@ -120,15 +130,21 @@ class Song(Edits):
     def __enter__(self) -> "Song":
         return self
 
-    def __exit__(self, kind: Optional[Type[BaseException]], error: Optional[BaseException],
-                 trace: Optional[TracebackType]) -> None:
+    def __exit__(
+        self,
+        kind: Optional[Type[BaseException]],
+        error: Optional[BaseException],
+        trace: Optional[TracebackType],
+    ) -> None:
         self.close()
 
     def __repr__(self) -> str:
         if self.closed:
             return "<kora.Song, closed>"
-        return (f"<kora.Song, {len(self.tempos)} tempos, {len(self.meters)} meters, {len(self.keys)} keys, "
-                f"{self.rate:g} Hz>")
+        return (
+            f"<kora.Song, {len(self.tempos)} tempos, {len(self.meters)} meters, {len(self.keys)} keys, "
+            f"{self.rate:g} Hz>"
+        )
 
     def _check(self, status: int) -> None:
         if status:
@@ -172,36 +188,43 @@ class Song(Edits):
         return Keys(self, self._keys)
 
     def plot(self, title: str = "", width: int = 900) -> Plot:
-        """A picture of tempi, meters and keys over the bars, which notebooks show; `save` writes it as SVG."""
+        """A picture of tempi, meters and keys over bars, which notebooks show; `save` writes SVG."""
         return Plot(self, title, width)
 
     # ---- Conversions
 
     @overload
-    def convert(self, values: Position, from_unit: Literal["ticks"]) -> Ticks: ...
+    def convert(self, values: Position, from_unit: Literal["ticks"]) -> Ticks:
+        ...
 
     @overload
-    def convert(self, values: Position, from_unit: Literal["samples"]) -> Samples: ...
+    def convert(self, values: Position, from_unit: Literal["samples"]) -> Samples:
+        ...
 
     @overload
-    def convert(self, values: Position, from_unit: Literal["frames"]) -> Frames: ...
+    def convert(self, values: Position, from_unit: Literal["frames"]) -> Frames:
+        ...
 
     @overload
-    def convert(self, values: Position, from_unit: Literal["seconds", "quarters"]) -> float: ...
+    def convert(self, values: Position, from_unit: Literal["seconds", "quarters"]) -> float:
+        ...
 
     @overload
-    def convert(self, values: Position, from_unit: Literal["bars"]) -> Bars: ...
+    def convert(self, values: Position, from_unit: Literal["bars"]) -> Bars:
+        ...
 
     @overload
-    def convert(self, values: Any, from_unit: str, to_unit: Optional[str] = None, *, out: Any = None) -> Any: ...
+    def convert(self, values: Any, from_unit: str, to_unit: Optional[str] = None, *, out: Any = None) -> Any:
+        ...
 
     def convert(self, values: Any, from_unit: str, to_unit: Optional[str] = None, *, out: Any = None) -> Any:
         """One value or many in another unit: "ticks", "samples", "frames", "seconds", "quarters" or "bars".
 
-        `convert(position, unit)` takes a typed value, a place in bars or a text, and gives a typed value (a float for
-        seconds and quarters). `convert(values, from_unit, to_unit)` takes plain numbers, one or a column of them:
-        numpy arrays, array.array and memoryviews of 64-bit whole numbers are read where they stand, whatever their
-        strides, and `out` is filled where it stands; it may be the values themselves. Lists give lists.
+        `convert(position, unit)` takes a typed value, a place in bars or a text, and gives a typed value (a
+        float for seconds and quarters). `convert(values, from_unit, to_unit)` takes plain numbers, one or a
+        column of them: numpy arrays, array.array and memoryviews of 64-bit whole numbers are read where they
+        stand, whatever their strides, and `out` is filled where it stands; it may be the values themselves.
+        Lists give lists.
 
         Whole counts round once, as the library does. See `kora._convert` for seconds and quarters.
 
@@ -251,7 +274,9 @@ class Song(Edits):
             return Ticks(self._tick_of_bars(position))
         if isinstance(position, str):
             return self.parse(position)
-        raise TypeError(f"a position is Ticks, Samples, Frames, Bars or a text such as '33|1', not {position!r}")
+        raise TypeError(
+            f"a position is Ticks, Samples, Frames, Bars or a text such as '33|1', not {position!r}"
+        )
 
     def _tick_of_bars(self, place: Bars) -> int:
         bar, beat, ticks = place
@@ -303,7 +328,11 @@ class Song(Edits):
         number = _form(form)
         time = self._typed(position)
         buffer = ctypes.create_string_buffer(64)
-        self._check(lib.kora_format_write(self._format(film), number, TimeStruct(time.count, time.code), buffer, 64, None))
+        self._check(
+            lib.kora_format_write(
+                self._format(film), number, TimeStruct(time.count, time.code), buffer, 64, None
+            )
+        )
         return buffer.value.decode()
 
     def timecode(self, position: Position, subframes: bool = False) -> str:
@@ -311,7 +340,7 @@ class Song(Edits):
         return self.text(position, "subframes" if subframes else "timecode")
 
     def parse(self, text: str, form: Optional[str] = None, film: int = 35) -> Time:
-        """What users type as a position. Without a form the marks have to show it: 33|1, 00:00:06:20 or 0:06.5.
+        """What users type as a position. Without a form its marks show it: 33|1, 00:00:06:20, 0:06.5.
 
         >>> import kora
         >>> song = kora.Song()
@@ -348,7 +377,7 @@ class Song(Edits):
         return buffer.raw[: size.value]
 
     def export(self, path: PathLike) -> None:
-        """Writes the three maps as a Standard MIDI file, which takes the file's place only when it is on the disk."""
+        """Writes the three maps as a Standard MIDI file, which takes its place when it is on the disk."""
         replace_file(Path(path), self.to_midi())
 
 
@@ -385,7 +414,7 @@ def _keep_mode(path: Path, beside: str) -> None:
 
 
 def open(path: PathLike, rate: float = 44100, timecode: str = "30") -> Song:
-    """The song of a MIDI file, at this rate and timecode, or of a document, at those that it was saved with."""
+    """The song of a MIDI file, at this rate and timecode, or of a document, at its own."""
     os.stat(path)  # a file that is not there is Python's own FileNotFoundError
     song = Song.__new__(Song)
     song._setup(_session.wanted(rate, timecode), lib.kora_song_open, _path(path))
@@ -397,5 +426,3 @@ def read_midi(data: bytes, rate: float = 44100, timecode: str = "30") -> Song:
     song = Song.__new__(Song)
     song._setup(_session.wanted(rate, timecode), lib.kora_song_read_midi, bytes(data), len(data))
     return song
-
-

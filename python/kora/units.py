@@ -8,7 +8,8 @@ Samples(48500)
 >>> sorted([Bars(2, 1), Bars(1, 4, 240000)])
 [Bars(1, 4, 240000), Bars(2, 1, 0)]
 
-Values of a unit add and compare among themselves. With another unit they do not: only a song knows how long a tick is.
+Values of a unit add and compare among themselves. With another unit they do not: only a song knows how long a
+tick is.
 
 >>> Ticks(960000) + Samples(500)
 Traceback (most recent call last):
@@ -47,9 +48,13 @@ class Time:
 
     def _refuse(self, other: object, does: str) -> NoReturn:
         if isinstance(other, Time):
-            raise TypeError(f"{self.unit} and {other.unit} do not {does}; a song's convert() turns one into the other")
-        raise TypeError(f"{self.unit} and {type(other).__name__} do not {does}; "
-                        f"write {type(self).__name__}({other!r}) for {self.unit}")
+            raise TypeError(
+                f"{self.unit} and {other.unit} do not {does}; a song's convert() turns one into the other"
+            )
+        raise TypeError(
+            f"{self.unit} and {type(other).__name__} do not {does}; "
+            f"write {type(self).__name__}({other!r}) for {self.unit}"
+        )
 
     def _same(self, other: object, does: str) -> int:
         if type(other) is not type(self):

@@ -23,8 +23,16 @@ class Command:
         return json.loads(self._run("song", "--json", str(path), *options))
 
     def convert(self, path, source, target, values, *options):
-        text = self._run("convert", str(path), "--from", source, "--to", target, *options,
-                         given="".join(f"{value}\n" for value in values))
+        text = self._run(
+            "convert",
+            str(path),
+            "--from",
+            source,
+            "--to",
+            target,
+            *options,
+            given="".join(f"{value}\n" for value in values),
+        )
         return text.splitlines()
 
     def _run(self, *arguments, given=""):
@@ -56,11 +64,15 @@ def random_edit(song, rng):
     start, end = sorted((random_place(rng), random_place(rng)))
     edits = {
         "set_tempo": lambda: song.set_tempo(start, rng.choice((60, 93.7, 120, 480))),
-        "ramp": lambda: song.ramp(start, end, rng.randint(40, 200), rng.randint(40, 200), rng.choice(("bars", "linear", "s")), 7),
+        "ramp": lambda: song.ramp(
+            start, end, rng.randint(40, 200), rng.randint(40, 200), rng.choice(("bars", "linear", "s")), 7
+        ),
         "scale": lambda: song.scale(start, end, rng.choice((0.5, 0.9, 1.1, 3))),
         "offset": lambda: song.offset(start, end, rng.choice((-10, 5, 25))),
         "fit": lambda: song.fit(start, end, rng.uniform(1, 60)),
-        "lock": lambda: song.lock(start, kora.Samples(song.convert(start, "samples").count + rng.randint(-5000, 5000))),
+        "lock": lambda: song.lock(
+            start, kora.Samples(song.convert(start, "samples").count + rng.randint(-5000, 5000))
+        ),
         "unlock": lambda: song.unlock(start),
         "insert_time": lambda: song.insert_time(start, kora.Ticks.quarters(rng.randint(1, 9))),
         "delete_time": lambda: song.delete_time(start, end),

@@ -27,8 +27,16 @@ def test_answers_are_the_commands(command, rate, timecode):
     with kora.open(FIRST_LIGHT, rate, timecode) as song:
         for source in UNITS:
             values = places(song, source, 300, rng)
-            lines = command.convert(FIRST_LIGHT, source, "ticks,samples,frames,bars,timecode,seconds,subframes,minsec", values,
-                                    "--rate", str(rate), "--timecode", timecode)
+            lines = command.convert(
+                FIRST_LIGHT,
+                source,
+                "ticks,samples,frames,bars,timecode,seconds,subframes,minsec",
+                values,
+                "--rate",
+                str(rate),
+                "--timecode",
+                timecode,
+            )
             columns = [song.convert(values, source, unit) for unit in UNITS]
             bars = song.convert(values, source, "bars")
             seconds = song.convert(values, source, "seconds")
@@ -38,7 +46,10 @@ def test_answers_are_the_commands(command, rate, timecode):
                 texts = [song.text(place, form) for form in ("timecode", "subframes", "minsec")]
                 theirs = line.split("\t")
                 assert abs(float(theirs.pop(5)) - seconds[index]) < 0.51e-6
-                assert [str(column[index]) for column in columns] + [str(bars[index]), *texts] == theirs, (source, values[index])
+                assert [str(column[index]) for column in columns] + [str(bars[index]), *texts] == theirs, (
+                    source,
+                    values[index],
+                )
 
 
 def test_random_songs_are_the_commands(command, random_song, tmp_path):
@@ -47,7 +58,8 @@ def test_random_songs_are_the_commands(command, random_song, tmp_path):
     info = random_song.info
     assert (said["sampleRate"], said["songStartTick"]) == (info.rate, info.start.count)
     assert [(each["tick"], each["bpm"]) for each in said["tempo"]] == [
-        (each.position.count, each.bpm) for each in random_song.tempos]
+        (each.position.count, each.bpm) for each in random_song.tempos
+    ]
     for each in said["tempo"] + said["meter"] + said["keys"]:
         place = kora.Ticks(each["tick"])
         assert random_song.convert(place, "samples").count == each["sample"]
@@ -56,7 +68,8 @@ def test_random_songs_are_the_commands(command, random_song, tmp_path):
     with kora.open(tmp_path / "song.kora") as again:
         assert again.info[:2] == info[:2]
         assert [list(each) for each in (again.tempos, again.meters, again.keys)] == [
-            list(each) for each in (random_song.tempos, random_song.meters, random_song.keys)]
+            list(each) for each in (random_song.tempos, random_song.meters, random_song.keys)
+        ]
 
 
 def layouts(values):
@@ -72,7 +85,9 @@ def layouts(values):
     yield "field of records", wide["at"]
     yield "backwards", np.array(values[::-1], np.int64)[::-1]
     yield "every third", np.repeat(np.array(values, np.int64), 3)[::3]
-    yield "view of every second", memoryview(array.array("q", [each for value in values for each in (value, 0)]))[::2]
+    yield "view of every second", memoryview(
+        array.array("q", [each for value in values for each in (value, 0)])
+    )[::2]
     yield "two dimensions", np.array(values, np.int64).reshape(2, -1)
     yield "turned", np.asfortranarray(np.array(values, np.int64).reshape(2, -1))
     yield "other byte order", np.array(values, ">i8")
@@ -122,30 +137,33 @@ def test_seconds_and_quarters_round_to_the_nearest_and_halves_up(light):
     assert light.convert([0, 1.5], "quarters", "ticks") == [10**12, 10**12 + 1440000]
 
 
-@pytest.mark.parametrize("values, source, target, out, error", [
-    (2**60, "ticks", "samples", None, ValueError),
-    ([0, 2**40], "samples", "ticks", None, ValueError),
-    (1.5, "ticks", "samples", None, TypeError),
-    (["1"], "ticks", "samples", None, TypeError),
-    (np.array([1.5]), "ticks", "samples", None, TypeError),
-    (np.array([1], np.uint64), "ticks", "samples", None, TypeError),
-    (np.array([1.0, math.nan]), "seconds", "samples", None, ValueError),
-    ([math.inf], "seconds", "samples", None, ValueError),
-    ([1], "ticks", "furlongs", None, ValueError),
-    ([1], "ticks", [], None, ValueError),
-    ([kora.Samples(1)], "ticks", "samples", None, TypeError),
-    (kora.Ticks(1), "ticks", "samples", None, TypeError),
-    (np.zeros(3, np.int64), "bars", "ticks", None, TypeError),
-    ([(2**31, 1, 0)], "bars", "ticks", None, ValueError),
-    (np.zeros(3, np.int64), "ticks", "samples", np.zeros(2, np.int64), ValueError),
-    (np.zeros(3, np.int64), "ticks", "samples", np.zeros(3, np.int32), TypeError),
-    (np.zeros(3, np.int64), "ticks", "samples", np.frombuffer(bytes(24), np.int64), TypeError),
-    (np.zeros(3, np.int64), "ticks", "samples", np.broadcast_to(np.zeros(1, np.int64), 3), TypeError),
-    (np.zeros((2, 2), np.int64), "ticks", "samples", np.zeros(4, np.int64), ValueError),
-    (np.zeros(3, np.int64), "ticks", "bars", np.zeros(3, np.int64), TypeError),
-    ([1], "ticks", "samples", [0], TypeError),
-    ([1], "ticks", "bars", [kora.Bars(1)], TypeError),
-])
+@pytest.mark.parametrize(
+    "values, source, target, out, error",
+    [
+        (2**60, "ticks", "samples", None, ValueError),
+        ([0, 2**40], "samples", "ticks", None, ValueError),
+        (1.5, "ticks", "samples", None, TypeError),
+        (["1"], "ticks", "samples", None, TypeError),
+        (np.array([1.5]), "ticks", "samples", None, TypeError),
+        (np.array([1], np.uint64), "ticks", "samples", None, TypeError),
+        (np.array([1.0, math.nan]), "seconds", "samples", None, ValueError),
+        ([math.inf], "seconds", "samples", None, ValueError),
+        ([1], "ticks", "furlongs", None, ValueError),
+        ([1], "ticks", [], None, ValueError),
+        ([kora.Samples(1)], "ticks", "samples", None, TypeError),
+        (kora.Ticks(1), "ticks", "samples", None, TypeError),
+        (np.zeros(3, np.int64), "bars", "ticks", None, TypeError),
+        ([(2**31, 1, 0)], "bars", "ticks", None, ValueError),
+        (np.zeros(3, np.int64), "ticks", "samples", np.zeros(2, np.int64), ValueError),
+        (np.zeros(3, np.int64), "ticks", "samples", np.zeros(3, np.int32), TypeError),
+        (np.zeros(3, np.int64), "ticks", "samples", np.frombuffer(bytes(24), np.int64), TypeError),
+        (np.zeros(3, np.int64), "ticks", "samples", np.broadcast_to(np.zeros(1, np.int64), 3), TypeError),
+        (np.zeros((2, 2), np.int64), "ticks", "samples", np.zeros(4, np.int64), ValueError),
+        (np.zeros(3, np.int64), "ticks", "bars", np.zeros(3, np.int64), TypeError),
+        ([1], "ticks", "samples", [0], TypeError),
+        ([1], "ticks", "bars", [kora.Bars(1)], TypeError),
+    ],
+)
 def test_what_is_no_column_is_refused(light, values, source, target, out, error):
     before = None if out is None else list(map(str, out))
     with pytest.raises(error):
@@ -172,7 +190,9 @@ sys.modules["numpy"] = None
 import array, kora
 song = kora.open({str(FIRST_LIGHT)!r})
 column = array.array("q", [0, 504000])
-assert list(song.convert(column, "samples", "ticks")) == song.convert([0, 504000], "samples", "ticks") == [10**12, 1000015359994]
+expected = [10**12, 1000015359994]
+assert list(song.convert(column, "samples", "ticks")) == expected
+assert song.convert([0, 504000], "samples", "ticks") == expected
 assert song.convert([0, 504000], "samples", "bars") == [(1, 1, 0), song.bars(kora.Samples(504000))]
 assert song.convert(array.array("d", [0.0, 1.0]), "seconds", "samples")[1] == 44100
 assert "84 bpm" in song.plot().svg

@@ -21,10 +21,20 @@ def test_the_guide_runs_as_it_stands(tmp_path, monkeypatch):
 
 def test_the_performance_is_followed_as_its_page_says(tmp_path):
     examples = ROOT / "python" / "examples"
-    done = subprocess.run([sys.executable, str(examples / "follow_a_performance.py"),
-                           str(examples / "performance.txt"), str(tmp_path)], capture_output=True, text=True)
+    done = subprocess.run(
+        [
+            sys.executable,
+            str(examples / "follow_a_performance.py"),
+            str(examples / "performance.txt"),
+            str(tmp_path),
+        ],
+        capture_output=True,
+        text=True,
+    )
     assert done.stdout == (examples / "follow_a_performance.expected.txt").read_text(), done.stderr
-    assert (tmp_path / "followed.svg").read_text() == (ROOT / "docs" / "pictures" / "followed.svg").read_text()
+    assert (tmp_path / "followed.svg").read_text() == (
+        ROOT / "docs" / "pictures" / "followed.svg"
+    ).read_text()
     wav = (tmp_path / "followed.wav").stat().st_size
     with kora.open(tmp_path / "followed.kora", 48000) as song:
         assert wav == 44 + 2 * (song.convert("9|1", "samples").count + 24000)

@@ -40,8 +40,11 @@ def test_no_two_texts_touch(count, width):
     found = list(boxes(picture))
     for index, (left, top, right, bottom, text) in enumerate(found):
         assert left >= 0 and right <= width and top >= 0, text
-        for other in found[index + 1:]:
-            assert right <= other[0] or other[2] <= left or bottom <= other[1] or other[3] <= top, (text, other[4])
+        for other in found[index + 1 :]:
+            assert right <= other[0] or other[2] <= left or bottom <= other[1] or other[3] <= top, (
+                text,
+                other[4],
+            )
     assert {"key", "meter", "bar", "min:sec"} <= {each[4] for each in found}
 
 

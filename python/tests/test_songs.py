@@ -86,7 +86,7 @@ def test_undo_walks_through_every_state(seed):
             except (kora.Error, IndexError):
                 assert state(song) == before
             if state(song) != before:
-                states[place + 1:] = [state(song)]
+                states[place + 1 :] = [state(song)]
                 place += 1
         now = state(song)
         assert now == states[place] and song.step == place and len(song.steps) == len(states) - 1
@@ -148,16 +148,19 @@ def test_what_the_library_asserts_is_logged(caplog):
     assert caplog.messages == ["assertion: größer in Time/Time_Tick, line 7"]
 
 
-@pytest.mark.parametrize("edit, reason, nearest", [
-    (lambda song: song.set_tempo("1|1", 1000), "out_of_limits", 500),
-    (lambda song: song.ramp("5|1", "5|1", 100, 90), "empty_range", None),
-    (lambda song: song.unlock("5|1"), "no_lock", None),
-    (lambda song: song.lock("9|1", kora.Samples(5)), "out_of_limits", ...),
-    (lambda song: song.lock("9|1", kora.Samples(0)), "lock_order", ...),
-    (lambda song: song.move_time("5|1", "9|1", "7|1"), "inside_range", ...),
-    (lambda song: song.fit("5|1", "9|1", 0), "empty_range", ...),
-    (lambda song: song.parse("00:00:00:30"), None, None),
-])
+@pytest.mark.parametrize(
+    "edit, reason, nearest",
+    [
+        (lambda song: song.set_tempo("1|1", 1000), "out_of_limits", 500),
+        (lambda song: song.ramp("5|1", "5|1", 100, 90), "empty_range", None),
+        (lambda song: song.unlock("5|1"), "no_lock", None),
+        (lambda song: song.lock("9|1", kora.Samples(5)), "out_of_limits", ...),
+        (lambda song: song.lock("9|1", kora.Samples(0)), "lock_order", ...),
+        (lambda song: song.move_time("5|1", "9|1", "7|1"), "inside_range", ...),
+        (lambda song: song.fit("5|1", "9|1", 0), "empty_range", ...),
+        (lambda song: song.parse("00:00:00:30"), None, None),
+    ],
+)
 def test_refusals_say_why_and_what_is_nearest(light, edit, reason, nearest):
     before = state(light)
     with pytest.raises(kora.RefusedError) as caught:
@@ -167,39 +170,42 @@ def test_refusals_say_why_and_what_is_nearest(light, edit, reason, nearest):
     assert state(light) == before and light.steps == []
 
 
-@pytest.mark.parametrize("wrong, error", [
-    (lambda song: song.set_tempo(5, 100), TypeError),
-    (lambda song: song.set_tempo("5|1", float("nan")), ValueError),
-    (lambda song: song.insert_time("5|1", kora.Samples(5)), TypeError),
-    (lambda song: song.repeat_time("5|1", "6|1", -1), ValueError),
-    (lambda song: song.ramp("5|1", "6|1", 90, 91, "zigzag"), ValueError),
-    (lambda song: song.meters.set("5|1", 2**33 + 3, 4), ValueError),
-    (lambda song: song.keys.set("5|1", "H major"), ValueError),
-    (lambda song: song.keys.set("5|1", kora.Key(song.start, 8, True)), ValueError),
-    (lambda song: song.tempos[8], IndexError),
-    (lambda song: song.tempos[-9], IndexError),
-    (lambda song: song.tempos[2**64], IndexError),
-    (lambda song: song.meters.remove("1|1"), ValueError),
-    (lambda song: song.meters.__delitem__("2|1"), KeyError),
-    (lambda song: song.edit("a\0b").__enter__(), ValueError),
-    (lambda song: song.text("5|1", "runes"), ValueError),
-    (lambda song: song.text("5|1", "feet", film=70), ValueError),
-    (lambda song: song.parse("12"), ValueError),
-    (lambda song: song.parse("5|1\0"), ValueError),
-    (lambda song: song.save("a\0b"), ValueError),
-    (lambda song: song.save("/no/such/folder/song.kora"), OSError),
-    (lambda song: song.export("/no/such/folder/song.mid"), OSError),
-    (lambda song: song.plot(width=10), ValueError),
-    (lambda song: kora.open("/no/such/song.mid"), FileNotFoundError),
-    (lambda song: kora.open(__file__), kora.FileError),
-    (lambda song: kora.read_midi(b"MThd\0"), ValueError),
-    (lambda song: kora.Song(rate=5), ValueError),
-    (lambda song: kora.Song(timecode="31"), ValueError),
-    (lambda song: kora.Ticks(1.5), TypeError),
-    (lambda song: kora.Ticks(2**63), ValueError),
-    (lambda song: kora.Ticks(1) < kora.Samples(2), TypeError),
-    (lambda song: kora.Ticks(1) + 1, TypeError),
-])
+@pytest.mark.parametrize(
+    "wrong, error",
+    [
+        (lambda song: song.set_tempo(5, 100), TypeError),
+        (lambda song: song.set_tempo("5|1", float("nan")), ValueError),
+        (lambda song: song.insert_time("5|1", kora.Samples(5)), TypeError),
+        (lambda song: song.repeat_time("5|1", "6|1", -1), ValueError),
+        (lambda song: song.ramp("5|1", "6|1", 90, 91, "zigzag"), ValueError),
+        (lambda song: song.meters.set("5|1", 2**33 + 3, 4), ValueError),
+        (lambda song: song.keys.set("5|1", "H major"), ValueError),
+        (lambda song: song.keys.set("5|1", kora.Key(song.start, 8, True)), ValueError),
+        (lambda song: song.tempos[8], IndexError),
+        (lambda song: song.tempos[-9], IndexError),
+        (lambda song: song.tempos[2**64], IndexError),
+        (lambda song: song.meters.remove("1|1"), ValueError),
+        (lambda song: song.meters.__delitem__("2|1"), KeyError),
+        (lambda song: song.edit("a\0b").__enter__(), ValueError),
+        (lambda song: song.text("5|1", "runes"), ValueError),
+        (lambda song: song.text("5|1", "feet", film=70), ValueError),
+        (lambda song: song.parse("12"), ValueError),
+        (lambda song: song.parse("5|1\0"), ValueError),
+        (lambda song: song.save("a\0b"), ValueError),
+        (lambda song: song.save("/no/such/folder/song.kora"), OSError),
+        (lambda song: song.export("/no/such/folder/song.mid"), OSError),
+        (lambda song: song.plot(width=10), ValueError),
+        (lambda song: kora.open("/no/such/song.mid"), FileNotFoundError),
+        (lambda song: kora.open(__file__), kora.FileError),
+        (lambda song: kora.read_midi(b"MThd\0"), ValueError),
+        (lambda song: kora.Song(rate=5), ValueError),
+        (lambda song: kora.Song(timecode="31"), ValueError),
+        (lambda song: kora.Ticks(1.5), TypeError),
+        (lambda song: kora.Ticks(2**63), ValueError),
+        (lambda song: kora.Ticks(1) < kora.Samples(2), TypeError),
+        (lambda song: kora.Ticks(1) + 1, TypeError),
+    ],
+)
 def test_wrong_arguments_are_the_exceptions_that_python_uses(light, wrong, error):
     before = state(light)
     with pytest.raises(error) as caught:
@@ -260,9 +266,18 @@ def test_a_closed_song_says_so(light):
     tempos, keys = light.tempos, light.keys
     light.close()
     light.close()
-    for ask in (lambda: light.info, lambda: len(tempos), lambda: tempos[0], lambda: keys.at(kora.Ticks(0)), light.undo,
-                lambda: light.set_tempo(kora.Ticks(10**12), 90), lambda: light.convert(1, "ticks", "samples"),
-                lambda: light.text(kora.Ticks(1)), lambda: light.convert([1], "ticks", "bars"), light.to_midi):
+    for ask in (
+        lambda: light.info,
+        lambda: len(tempos),
+        lambda: tempos[0],
+        lambda: keys.at(kora.Ticks(0)),
+        light.undo,
+        lambda: light.set_tempo(kora.Ticks(10**12), 90),
+        lambda: light.convert(1, "ticks", "samples"),
+        lambda: light.text(kora.Ticks(1)),
+        lambda: light.convert([1], "ticks", "bars"),
+        light.to_midi,
+    ):
         with pytest.raises(kora.ClosedError):
             ask()
     assert repr(light) == "<kora.Song, closed>" and not light._handle and not light._tempi
@@ -299,20 +314,25 @@ def test_songs_may_move_between_threads(light):
     assert answers == [0] and light.tempos.at("2|1").bpm == 90
 
 
-@pytest.mark.parametrize("name, words", [
-    ("/no/such/library.so", "KORA_LIBRARY may name it"),
-    ("libc.so.6", "no Kora library"),
-])
+@pytest.mark.parametrize(
+    "name, words", [("/no/such/library.so", "KORA_LIBRARY may name it"), ("libc.so.6", "no Kora library")]
+)
 def test_a_library_that_is_none_is_one_line(name, words):
-    done = subprocess.run([sys.executable, "-c", "import kora"], capture_output=True, text=True,
-                          env={**os.environ, "KORA_LIBRARY": name})
+    done = subprocess.run(
+        [sys.executable, "-c", "import kora"],
+        capture_output=True,
+        text=True,
+        env={**os.environ, "KORA_LIBRARY": name},
+    )
     last = done.stderr.strip().splitlines()[-1]
     assert done.returncode == 1 and last.startswith("ImportError") and words in last
 
 
 def test_a_process_ends_well_with_open_songs_and_steps():
-    script = ("import atexit, kora\nsong = kora.Song()\n"
-              "step = song.edit('Open'); step.__enter__(); song.set_tempo('2|1', 90)\n"
-              "@atexit.register\ndef late():\n    print(song.bars('2|1'))\n")
+    script = (
+        "import atexit, kora\nsong = kora.Song()\n"
+        "step = song.edit('Open'); step.__enter__(); song.set_tempo('2|1', 90)\n"
+        "@atexit.register\ndef late():\n    print(song.bars('2|1'))\n"
+    )
     done = subprocess.run([sys.executable, "-X", "dev", "-c", script], capture_output=True, text=True)
     assert (done.returncode, done.stdout, done.stderr) == (0, "2|1|0\n", "")
