@@ -83,6 +83,10 @@ def layouts(values):
     yield "view", memoryview(array.array("q", values))
     yield "plain", np.array(values, np.int64)
     yield "field of records", wide["at"]
+    odd = np.zeros(count, dtype=[("flag", "u1"), ("at", "<i8")])
+    odd["at"] = values
+    yield "unaligned", odd["at"]
+    yield "read only", np.frombuffer(array.array("q", values).tobytes(), np.int64)
     yield "backwards", np.array(values[::-1], np.int64)[::-1]
     yield "every third", np.repeat(np.array(values, np.int64), 3)[::3]
     yield "view of every second", memoryview(

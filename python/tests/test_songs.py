@@ -239,6 +239,22 @@ def test_songs_of_two_rates_stand_beside_one_another():
         assert slow.convert(kora.Frames(25), "seconds") == fast.convert(kora.Frames(50), "seconds") == 1.0
 
 
+@pytest.mark.parametrize("seed", range(4))
+def test_edits_do_not_hear_of_another_songs_rate(seed):
+    alone, beside = kora.Song(48000, "25"), kora.Song(48000, "25")
+    for song in (alone, beside):
+        rng = random.Random(seed)
+        for _ in range(60):
+            if song is beside:
+                kora.Song(96000, "60").timecode("2|1")
+            try:
+                random_edit(song, rng)
+            except (kora.Error, IndexError):
+                pass
+    assert state(alone) == state(beside)
+    assert alone.info == beside.info
+
+
 def test_what_is_exported_reads_back_and_replaces_whole(light, tmp_path):
     target = tmp_path / "süß.mid"
     target.write_bytes(b"old")
