@@ -40,6 +40,11 @@ def test_the_performance_is_followed_as_its_page_says(tmp_path):
         assert wav == 44 + 2 * (song.convert("9|1", "samples").count + 24000)
 
 
+def test_the_guides_picture_is_the_songs(light):
+    picture = ROOT / "docs" / "pictures" / "first-light-python.svg"
+    assert picture.read_text() == light.plot("First light").svg
+
+
 @pytest.mark.parametrize("page", ["docs/python.md", "docs/follow-a-performance.md", "python/README.md"])
 def test_pages_name_only_what_there_is(page):
     for name in set(re.findall(r"\bkora\.([A-Za-z]\w*)", (ROOT / page).read_text())):
