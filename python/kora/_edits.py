@@ -166,6 +166,7 @@ class Edits:
                 changed[0] |= what
 
             self._tell = LISTENER(note)
+            self._handles.keep(self._tell)
             self._handles.check(lib.kora_song_set_listener(self._handle, self._tell, None))
         self._listeners.append(listener)
 

@@ -50,7 +50,8 @@ class Handles:
 
     def __init__(self) -> None:
         self._held: list[ctypes.c_void_p] = []
-        self._release = weakref.finalize(self, _release_all, self._held)
+        self._kept: list[Any] = []
+        self._release = weakref.finalize(self, _release_all, self._held, self._kept)
 
     def make(self, call: Any, *arguments: Any) -> ctypes.c_void_p:
         """The handle that a call gives through its last argument."""
@@ -60,6 +61,10 @@ class Handles:
             raise self.error(status)
         self._held.append(handle)
         return handle
+
+    def keep(self, callback: Any) -> None:
+        """Holds what the library may call until the handles are released: taking a step back calls listeners."""
+        self._kept.append(callback)
 
     def error(self, status: int) -> Error:
         """The exception of a failed call."""
@@ -82,7 +87,8 @@ class Handles:
         self._release()
 
 
-def _release_all(held: list[ctypes.c_void_p]) -> None:
+def _release_all(held: list[ctypes.c_void_p], kept: list[Any]) -> None:
     for handle in reversed(held):
         lib.kora_release(handle)
         handle.value = None
+    kept.clear()
