@@ -25,6 +25,7 @@ from kora.errors import (
     RefusedError,
     StorageError,
 )
+from kora.grid import Grid, GridLine, Ruler, RulerLine, grid_dtype
 from kora.maps import Key, Keys, Meter, Meters, Tempo, Tempos
 from kora.plot import Plot
 from kora.song import FORMS, Info, Song, open, read_midi
@@ -41,6 +42,11 @@ __all__ = [
     "ClosedError",
     "Error",
     "FORMS",
+    "Grid",
+    "GridLine",
+    "Ruler",
+    "RulerLine",
+    "grid_dtype",
     "FileError",
     "Frames",
     "Info",

@@ -101,6 +101,41 @@ class ResultStruct(Structure):
     _fields_ = [("size", c_uint32), ("reason", c_int32), ("nearest", c_double)]
 
 
+class GridLineStruct(Structure):
+    _fields_ = [
+        ("tick", c_int64),
+        ("sample", c_int64),
+        ("count", c_int64),
+        ("place", BarStruct),
+        ("kind", c_int32),
+        ("reserved", c_uint32),
+    ]
+
+
+class RulerOptionsStruct(Structure):
+    _fields_ = [
+        ("size", c_uint32),
+        ("form", c_int32),
+        ("film", c_int32),
+        ("axis", c_int32),
+        ("lines", c_double),
+        ("majors", c_double),
+        ("label_gap", c_double),
+    ]
+
+
+class RulerLineStruct(Structure):
+    _fields_ = [
+        ("pixel", c_int64),
+        ("time", TimeStruct),
+        ("label", c_char_p),
+        ("label_size", c_uint32),
+        ("is_major", c_int32),
+    ]
+
+
+MEASURE = CFUNCTYPE(c_double, c_void_p, c_char_p, c_size_t)
+RULER_TAKE = CFUNCTYPE(None, c_void_p, POINTER(RulerLineStruct))
 ASSERT_HANDLER = CFUNCTYPE(None, c_void_p, c_char_p, c_int32)
 LISTENER = CFUNCTYPE(None, c_void_p, c_void_p, c_uint32)
 
@@ -179,6 +214,25 @@ CALLS: dict[str, list[Any]] = {
     "kora_history_is_saved": [c_void_p, POINTER(c_int32)],
 }
 
+_LINE_OUT = POINTER(GridLineStruct)
+
+# Those of Kora_CGrid.h, which a library of this version may be without: then songs have no grids and rulers.
+GRID_CALLS: dict[str, list[Any]] = {
+    "kora_grid_new": [c_void_p, c_char_p, c_int32, _HANDLE_OUT],
+    "kora_grid_new_by_clock": [c_void_p, c_int32, c_int64, c_int32, _HANDLE_OUT],
+    "kora_grid_find": [c_void_p, TimeStruct, c_int32, _LINE_OUT],
+    "kora_grid_lines": [c_void_p, TimeStruct, TimeStruct, _LINE_OUT, c_size_t, _SIZE_OUT],
+    "kora_ruler_new": [c_void_p, POINTER(RulerOptionsStruct), TimeStruct, MEASURE, c_void_p, _HANDLE_OUT],
+    "kora_ruler_show": [c_void_p, TimeStruct, TimeStruct, c_double],
+    "kora_ruler_set_units_per_pixel": [c_void_p, c_double],
+    "kora_ruler_zoom": [c_void_p, c_double, c_double],
+    "kora_ruler_scroll_to": [c_void_p, TimeStruct, c_double],
+    "kora_ruler_scroll_by": [c_void_p, c_int64],
+    "kora_ruler_to_pixel": [c_void_p, TimeStruct, POINTER(c_double)],
+    "kora_ruler_to_time": [c_void_p, c_double, c_uint32, _TIME_OUT],
+    "kora_ruler_draw": [c_void_p, c_double, RULER_TAKE, c_void_p],
+}
+
 
 class Bound:
     """The library's calls as attributes, each bound once: `lib.kora_convert(...)`."""
@@ -187,11 +241,24 @@ class Bound:
         self.path = path
         self._dll = ctypes.PyDLL(path)
         self.version = self._version()
-        for name, arguments in CALLS.items():
-            call = getattr(self._dll, name)
+        missing = self._bind(CALLS)
+        if missing:
+            raise ImportError(f"{path} has no {missing[0]}, which this package needs")
+        self.has_grids = not self._bind(GRID_CALLS)
+
+    def _bind(self, calls: dict[str, list[Any]]) -> list[str]:
+        """Makes the library's calls attributes; gives the names of those that it has not."""
+        missing = []
+        for name, arguments in calls.items():
+            try:
+                call = getattr(self._dll, name)
+            except AttributeError:
+                missing.append(name)
+                continue
             call.argtypes = arguments
             call.restype = c_int32
             setattr(self, name, call)
+        return missing
 
     def __getattr__(self, name: str) -> Any:
         raise AttributeError(f"{self.path} has no {name}")

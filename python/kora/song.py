@@ -20,13 +20,14 @@ import tempfile
 from numbers import Real
 from pathlib import Path
 from types import TracebackType
-from typing import Any, Literal, NamedTuple, Optional, Type, Union, overload
+from typing import Any, Callable, Literal, NamedTuple, Optional, Type, Union, overload
 
 from kora import _convert, _session
 from kora._edits import Edits
 from kora._handles import Handles
 from kora._library import BarStruct, InfoStruct, TimeStruct, lib
 from kora.errors import TOO_SMALL, RefusedError
+from kora.grid import Grid, Ruler, clock_grid
 from kora.maps import Keys, Meters, Tempos
 from kora.plot import Plot
 from kora.units import BY_UNIT, Bars, Frames, Position, Samples, Ticks, Time
@@ -68,6 +69,12 @@ def _form(name: str) -> int:
     if name not in FORMS:
         raise ValueError(f"form {name!r} is none of {', '.join(FORMS)}")
     return FORMS[name]
+
+
+def _film(film: int) -> int:
+    if film not in FILMS:
+        raise ValueError(f"film is 35 or 16 mm, not {film!r}")
+    return FILMS[film]
 
 
 def _path(path: PathLike) -> bytes:
@@ -191,6 +198,34 @@ class Song(Edits):
         """A picture of tempi, meters and keys over bars, which notebooks show; `save` writes SVG."""
         return Plot(self, title, width)
 
+    # ---- Grids and rulers
+
+    def grid(self, division: str = "beats", swing: int = 0) -> Grid:
+        """The lines of "bars", "beats" or a note value: "1/4", "1/8t" (triplets), "1/8." (dotted), "1/16(4:5)".
+
+        Swing is by how many 960ths of a division every second line is late; 320 is a triplet feel.
+        """
+        return Grid(self, lib.kora_grid_new if lib.has_grids else None, division.encode(), swing)
+
+    def clock_grid(self, unit: str, step: int = 1, film: int = 35) -> Grid:
+        """A line at each count that step divides, of "samples", "milliseconds", "timecode" or "film"."""
+        return clock_grid(self, unit, step, _film(film))
+
+    def ruler(
+        self,
+        form: str = "bars",
+        axis: str = "bars",
+        last: Optional[Position] = None,
+        measure: Optional[Callable[[str], float]] = None,
+        film: int = 35,
+    ) -> Ruler:
+        """The lines and labels above a time line, in form "bars", "timecode", "minsec", "samples" or "feet".
+
+        On the axis "bars" a quarter note is as wide everywhere, on "time" a second. Labels up to last have
+        room; measure gives the width of a text in pixels. See `kora.Ruler`.
+        """
+        return Ruler(self, _form(form), axis, self.end if last is None else last, measure, _film(film))
+
     # ---- Conversions
 
     @overload
@@ -312,9 +347,7 @@ class Song(Edits):
     def _format(self, film: int) -> ctypes.c_void_p:
         self._use_session()
         if film not in self._formats:
-            if film not in FILMS:
-                raise ValueError(f"film is 35 or 16 mm, not {film!r}")
-            self._formats[film] = self._handles.make(lib.kora_format_new, self._handle, FILMS[film])
+            self._formats[film] = self._handles.make(lib.kora_format_new, self._handle, _film(film))
         return self._formats[film]
 
     def text(self, position: Position, form: str = "bars_exact", film: int = 35) -> str:

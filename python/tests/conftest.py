@@ -35,6 +35,9 @@ class Command:
         )
         return text.splitlines()
 
+    def grid(self, path, division):
+        return self._run("grid", str(path), "--by", division).splitlines()
+
     def _run(self, *arguments, given=""):
         done = subprocess.run([self._program, *arguments], input=given, capture_output=True, text=True)
         assert done.returncode == 0, done.stderr
