@@ -296,6 +296,8 @@ class Song(Edits):
         code = _convert.code_of(unit)
         if unit == "bars":
             return self.bars(position)
+        if type(position) is Bars and unit not in _FLOATS:
+            return _BY_CODE[code](self._from_bars(position, code))
         time = self._typed(position)
         if unit in _FLOATS:
             return _convert.column(self, [time], time.unit, unit, None)[0]
@@ -306,18 +308,21 @@ class Song(Edits):
         if isinstance(position, Time):
             return position
         if isinstance(position, Bars):
-            return Ticks(self._tick_of_bars(position))
+            return Ticks(self._from_bars(position, 1))
         if isinstance(position, str):
             return self.parse(position)
         raise TypeError(
             f"a position is Ticks, Samples, Frames, Bars or a text such as '33|1', not {position!r}"
         )
 
-    def _tick_of_bars(self, place: Bars) -> int:
+    def _from_bars(self, place: Bars, code: int) -> int:
+        """The count of a place in the unit of this number."""
         bar, beat, ticks = place
         if not (-1 << 31 <= bar < 1 << 31 and -1 << 31 <= beat < 1 << 31 and -1 << 59 < ticks < 1 << 59):
             raise ValueError(f"{place} is out of the range of places in bars")
-        status = lib.kora_from_bars(self._handle, BarStruct(bar, beat, ticks), 1, self._time_out)
+        if code == 2:
+            self._use_session()
+        status = lib.kora_from_bars(self._handle, BarStruct(bar, beat, ticks), code, self._time_out)
         if status:
             raise self._handles.error(status)
         return int(self._time.count)
@@ -384,8 +389,8 @@ class Song(Edits):
         number = _form(name)
         if "\0" in text:
             raise RefusedError(f"{text!r} is no time", 7)
-        out = TimeStruct()
-        status = lib.kora_format_read(self._format(film), number, text.encode(), out)
+        out = self._time
+        status = lib.kora_format_read(self._format(film), number, text.encode(), self._time_out)
         if status:
             error = self._handles.error(status)
             error.text = f"{text!r} is no position in the form {name!r}: {error.text}"
