@@ -1,15 +1,18 @@
 // Conversions of one position and of columns of them.
 #include "Kora/C/C_Song_p.h"
 #include "Kora/C/C_Time_p.h"
-#include "Kora/Time/Values/Time_TypedVector.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
+#include <functional>
 
 namespace {
 
 // Elements that are converted at once: a block stays in the processor's cache.
 constexpr std::size_t cBlock = 1024;
+// Between the elements of a column of nothing else.
+constexpr std::ptrdiff_t cDense = sizeof(int64_t);
 
 kora_bar_position BarsOf(const Time_BarBeatTick& iBars)
 {
@@ -88,14 +91,53 @@ void CheckColumns(const void* iIn, void* oOut, std::ptrdiff_t iOutStride)
               "out_stride is less than an element");
 }
 
-// Before the first is converted: what is refused is left as it was.
-void CheckLimits(const Column<int64_t>& iTimes, size_t iCount, Time_EType iType)
+// A distance that is known when this is compiled lets many be looked at together.
+void CheckLimits(const void* iIn, std::ptrdiff_t iStride, size_t iCount, Time_EType iType)
 {
     const int bits = BitsOf(iType);
-    std::uint64_t outside = 0;
-    for (size_t i = 0; i < iCount; ++i)
-        outside |= Outside(iTimes.Get(i), bits);
-    RequireInside(outside);
+    const auto outside = [&](std::ptrdiff_t iApart) {
+        const Column<int64_t> times(iIn, iApart);
+        std::uint64_t all = 0;
+        for (size_t i = 0; i < iCount; ++i)
+            all |= Outside(times.Get(i), bits);
+        return all;
+    };
+    RequireInside(iStride == cDense ? outside(cDense) : outside(iStride));
+}
+
+bool IsDense(const void* iFirst, std::ptrdiff_t iStride)
+{
+    return iStride == cDense && reinterpret_cast<std::uintptr_t>(iFirst) % alignof(int64_t) == 0;
+}
+
+// Results that stand as the library has them are made where they stand.
+void ConvertDense(const Time_Converter& iConverter, Time_EType iFrom, const int64_t* iIn, Time_EType iTo,
+                  int64_t* oOut, size_t iCount)
+{
+    const std::less<const int64_t*> before;
+    const bool overlap = before(iIn, oOut + iCount) && before(oOut, iIn + iCount);
+    const size_t size = overlap ? iCount : (std::min)(iCount, cBlock); // what overlaps is moved before
+    for (size_t first = 0; first < iCount; first += size) {
+        const size_t count = (std::min)(iCount - first, size);
+        CheckLimits(iIn + first, cDense, count, iFrom);
+        if (iIn != oOut) std::memmove(oOut + first, iIn + first, count * sizeof *oOut);
+        iConverter.ToType(oOut + first, count, iFrom, iTo);
+    }
+}
+
+// Blocks of any other columns go through memory of their own.
+void ConvertByBlocks(const Time_Converter& iConverter, Time_EType iFrom, const Column<int64_t>& iIn,
+                     Time_EType iTo, const OutColumn<int64_t>& iOut, size_t iCount)
+{
+    std::array<int64_t, cBlock> block;
+    for (size_t first = 0; first < iCount; first += cBlock) {
+        const size_t count = (std::min)(iCount - first, cBlock);
+        for (size_t i = 0; i < count; ++i)
+            block[i] = iIn.Get(first + i);
+        iConverter.ToType(block.data(), count, iFrom, iTo);
+        for (size_t i = 0; i < count; ++i)
+            iOut.Set(first + i, block[i]);
+    }
 }
 
 } // namespace
@@ -151,21 +193,12 @@ kora_status kora_convert_all(kora_song* song, uint32_t from_unit, const void* in
         const Time_EType to = C_Unit(to_unit);
         if (count == 0) return;
         CheckColumns<int64_t>(in, out, out_stride);
-        const Column<int64_t> source(in, in_stride);
-        const OutColumn<int64_t> target(out, out_stride);
-        CheckLimits(source, count, from);
-        Time_TypedVector block;
-        block.reserve((std::min)(count, cBlock));
-        for (size_t first = 0; first < count; first += cBlock) {
-            const size_t size = (std::min)(count - first, cBlock);
-            block.SetType(from);
-            block.resize(size);
-            for (size_t i = 0; i < size; ++i)
-                block[i] = source.Get(first + i);
-            converter.ToType(&block, to);
-            for (size_t i = 0; i < size; ++i)
-                target.Set(first + i, block[i]);
-        }
+        if (IsDense(in, in_stride) && IsDense(out, out_stride))
+            return ConvertDense(converter, from, static_cast<const int64_t*>(in), to,
+                                static_cast<int64_t*>(out), count);
+        CheckLimits(in, in_stride, count, from);
+        ConvertByBlocks(converter, from, Column<int64_t>(in, in_stride), to,
+                        OutColumn<int64_t>(out, out_stride), count);
     });
 }
 
@@ -179,7 +212,7 @@ kora_status kora_to_bars_all(kora_song* song, uint32_t from_unit, const void* in
         CheckColumns<kora_bar_position>(in, out, out_stride);
         const Column<int64_t> source(in, in_stride);
         const OutColumn<kora_bar_position> target(out, out_stride);
-        CheckLimits(source, count, from);
+        CheckLimits(in, in_stride, count, from);
         for (size_t i = 0; i < count; ++i)
             target.Set(i, BarsOf(converter.ToBarBeatTick(Time_Typed(source.Get(i), from))));
     });

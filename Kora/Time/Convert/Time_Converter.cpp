@@ -7,6 +7,8 @@
 #include "Kora/Time/Tempo/Time_TempoMap.h"
 #include "Kora/Time/Values/Time_TypedVector.h"
 
+#include <algorithm>
+
 namespace {
 
 // The two rates that samples and frames meet by, read once for a run of conversions.
@@ -47,17 +49,15 @@ bool CheckPositions(const Time_TypedVector* ioTimes)
     return true;
 }
 
-template <class Convert>
-void ConvertEach(Time_TypedVector& ioTimes, Time_EType iType, Convert iConvert)
+bool IsUnit(Time_EType iType)
 {
-    for (Cmn_Int64& count : ioTimes)
-        count = iConvert(count);
-    ioTimes.SetType(iType);
+    return iType == Time_eType_Samples || iType == Time_eType_Ticks || iType == Time_eType_Frames;
 }
 
-void ZeroEach(Time_TypedVector& ioTimes, Time_EType iType)
+template <class Convert>
+void ConvertEach(Cmn_Int64* ioCounts, std::size_t iCount, Convert iConvert)
 {
-    ConvertEach(ioTimes, iType, [](Cmn_Int64) { return Cmn_Int64{0}; });
+    std::transform(ioCounts, ioCounts + iCount, ioCounts, iConvert);
 }
 
 } // namespace
@@ -242,60 +242,64 @@ Time_Typed Time_Converter::SubtractLength(const Time_Typed& iTime, const Time_Ba
 
 // --- Many times
 
-void Time_Converter::TimesToSamples(Time_TypedVector& ioTimes) const
+void Time_Converter::CountsToSamples(Cmn_Int64* ioCounts, std::size_t iCount, Time_EType iFrom) const
 {
-    switch (ioTimes.GetType()) {
+    switch (iFrom) {
     case Time_eType_Samples:
         return;
     case Time_eType_Ticks:
-        if (!CheckTempoMap()) return ZeroEach(ioTimes, Time_eType_Samples);
-        mTempoMap->GetBasicTempoMap().TicksToSamples(ioTimes.data(), ioTimes.size(), true);
-        return ioTimes.SetType(Time_eType_Samples);
+        if (!CheckTempoMap()) break;
+        return mTempoMap->GetBasicTempoMap().TicksToSamples(ioCounts, iCount, true);
     case Time_eType_Frames: {
         const PullRates rates;
-        return ConvertEach(ioTimes, Time_eType_Samples,
+        return ConvertEach(ioCounts, iCount,
                            [rates](Cmn_Int64 iFrames) { return rates.FramesToSamples(iFrames); });
     }
     }
-    Cmn_ASSERT(false);
-    ZeroEach(ioTimes, Time_eType_Samples);
+    std::fill_n(ioCounts, iCount, Cmn_Int64{0});
 }
 
-void Time_Converter::TimesToTicks(Time_TypedVector& ioTimes) const
+void Time_Converter::CountsToTicks(Cmn_Int64* ioCounts, std::size_t iCount, Time_EType iFrom) const
 {
-    switch (ioTimes.GetType()) {
-    case Time_eType_Ticks:
+    if (iFrom == Time_eType_Ticks) return;
+    CountsToSamples(ioCounts, iCount, iFrom);
+    if (!CheckTempoMap()) {
+        std::fill_n(ioCounts, iCount, Cmn_Int64{0});
         return;
-    case Time_eType_Samples:
-    case Time_eType_Frames:
-        TimesToSamples(ioTimes);
-        if (!CheckTempoMap()) return ZeroEach(ioTimes, Time_eType_Ticks);
-        mTempoMap->GetBasicTempoMap().SamplesToTicks(ioTimes.data(), ioTimes.size());
-        return ioTimes.SetType(Time_eType_Ticks);
     }
-    Cmn_ASSERT(false);
-    ZeroEach(ioTimes, Time_eType_Ticks);
+    mTempoMap->GetBasicTempoMap().SamplesToTicks(ioCounts, iCount);
 }
 
-void Time_Converter::TimesToFrames(Time_TypedVector& ioTimes) const
+void Time_Converter::CountsToFrames(Cmn_Int64* ioCounts, std::size_t iCount, Time_EType iFrom) const
 {
-    if (ioTimes.GetType() == Time_eType_Frames) return;
-    TimesToSamples(ioTimes);
+    if (iFrom == Time_eType_Frames) return;
+    CountsToSamples(ioCounts, iCount, iFrom);
     const PullRates rates;
-    ConvertEach(ioTimes, Time_eType_Frames,
-                [rates](Cmn_Int64 iSamples) { return rates.SamplesToFrames(iSamples); });
+    ConvertEach(ioCounts, iCount, [rates](Cmn_Int64 iSamples) { return rates.SamplesToFrames(iSamples); });
+}
+
+void Time_Converter::ToType(Cmn_Int64* ioCounts, std::size_t iCount, Time_EType iFrom,
+                            Time_EType iTo) const KORA_NONBLOCKING
+{
+    if (!Cmn_ASSERT_TEXT(IsUnit(iFrom) && IsUnit(iTo), "false")) {
+        std::fill_n(ioCounts, iCount, Cmn_Int64{0});
+        return;
+    }
+    switch (iTo) {
+    case Time_eType_Samples:
+        return CountsToSamples(ioCounts, iCount, iFrom);
+    case Time_eType_Ticks:
+        return CountsToTicks(ioCounts, iCount, iFrom);
+    case Time_eType_Frames:
+        return CountsToFrames(ioCounts, iCount, iFrom);
+    }
 }
 
 void Time_Converter::ConvertTimes(Time_TypedVector& ioTimes, Time_EType iType) const
 {
-    switch (iType) {
-    case Time_eType_Samples:
-        return TimesToSamples(ioTimes);
-    case Time_eType_Ticks:
-        return TimesToTicks(ioTimes);
-    case Time_eType_Frames:
-        return TimesToFrames(ioTimes);
-    }
+    if (!IsUnit(iType)) return; // the vector stays what it is
+    ToType(ioTimes.data(), ioTimes.size(), ioTimes.GetType(), iType);
+    ioTimes.SetType(iType);
 }
 
 void Time_Converter::ToType(Time_TypedVector* ioTimes, Time_EType iType) const KORA_NONBLOCKING

@@ -17,6 +17,7 @@
 #include "Kora/Time/Formats/Time_BarBeatTick.h"
 #include "Kora/Time/Values/Time_Typed.h"
 
+#include <cstddef>
 #include <memory>
 #include <string>
 
@@ -109,6 +110,10 @@ public:
     void ToTicks(Time_TypedVector* ioTimes) const KORA_NONBLOCKING;
     // ToType with frames.
     void ToFrames(Time_TypedVector* ioTimes) const KORA_NONBLOCKING;
+    // Counts in the host's own memory, in place: iCount global positions of iFrom become such of iTo. A unit
+    // that is none asserts "false" and makes them 0.
+    void ToType(Cmn_Int64* ioCounts, std::size_t iCount, Time_EType iFrom,
+                Time_EType iTo) const KORA_NONBLOCKING;
     // The vector keeps its unit.
     void AddLength(Time_TypedVector* ioTimes, const Time_TypedLength& iLength) const;
     // As AddLength, the other way.
@@ -127,9 +132,9 @@ private:
     bool CheckTempoMap() const;
     bool CheckMeterMap() const;
     void ConvertTimes(Time_TypedVector& ioTimes, Time_EType iType) const;
-    void TimesToSamples(Time_TypedVector& ioTimes) const;
-    void TimesToTicks(Time_TypedVector& ioTimes) const;
-    void TimesToFrames(Time_TypedVector& ioTimes) const;
+    void CountsToSamples(Cmn_Int64* ioCounts, std::size_t iCount, Time_EType iFrom) const;
+    void CountsToTicks(Cmn_Int64* ioCounts, std::size_t iCount, Time_EType iFrom) const;
+    void CountsToFrames(Cmn_Int64* ioCounts, std::size_t iCount, Time_EType iFrom) const;
 
     Time_TempoMap* mTempoMap = nullptr;
     Time_MeterMap* mMeterMap = nullptr;

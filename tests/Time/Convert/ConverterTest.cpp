@@ -129,14 +129,17 @@ TEST(Converter, ManyTimesGiveTheBitsOfSingleOnes)
                 Time_TypedVector converted = times;
                 Time_TypedVector sums = times;
                 Time_TypedVector differences = times;
+                std::vector<Cmn_Int64> counts(times.begin(), times.end());
                 const AllocationCounter allocations;
                 converter.ToType(&converted, to);
+                converter.ToType(counts.data(), counts.size(), from, to);
                 converter.AddLength(&sums, length);
                 converter.SubtractLength(&differences, length);
                 ASSERT_EQ(allocations.Count(), 0);
                 for (std::size_t i = 0; i < times.size(); ++i) {
                     const Time_Typed time = times.GetTime(i);
                     ASSERT_EQ(converted.GetTime(i), converter.ToType(time, to)) << time.Dump();
+                    ASSERT_EQ(converted[i], counts[i]) << time.Dump();
                     ASSERT_EQ(sums.GetTime(i), converter.AddLength(time, length)) << time.Dump();
                     ASSERT_EQ(differences.GetTime(i), converter.SubtractLength(time, length)) << time.Dump();
                 }
@@ -213,4 +216,7 @@ TEST(Converter, BrokenPreconditionsAreReportedOnceAndGoOn)
     expect(times.GetContext(), Time_eContext_RelativeLength, cNotGlobal);
     converter.ToFrames(nullptr);
     expect(times.GetType(), cSamples, "ioTimes != 0");
+    Cmn_Int64 counts[] = {5, 6};
+    converter.ToType(counts, 2, cSamples, cInvalid);
+    expect(counts[0] + counts[1], Cmn_Int64{0}, "false");
 }
