@@ -1,10 +1,8 @@
 #include "Tool/Tool_File.h"
 
 #include "Bastel/Cmn/Cmn_Exception.h"
-#include "Bastel/I18N/I18N_Utils.h"
-#include "Bastel/Sys/Sys_FileLoc.h"
-#include "Bastel/Sys/Sys_FileSystem.h"
 #include "Bastel/Sys/Sys_OSErrorText.h"
+#include "Bastel/Sys/Sys_SafeFile.h"
 #include "Tool/Tool_InputError.h"
 #include "Tool/Tool_Progress.h"
 
@@ -72,31 +70,15 @@ namespace {
 
 // Of a plain file, or of none. What failed is told in the system's words.
 void WriteBeside(const std::string& iName, const std::function<void(const Tool_TakeBytes&)>& iWrite)
-{
-    Sys_FileSystem& system = Sys_FileSystem::Get();
-    const auto check = [&](Cmn_Int32 iError, const std::string& iWhat = {}) {
-        if (iError != 0) throw Tool_InputError::InFile(iName, iWhat + Sys_OSErrorText(iError));
-    };
-    std::string target;
-    std::string beside;
-    Sys_FileSystem::Handle handle = Sys_FileSystem::cNoHandle;
-    check(system.Resolve(iName, target));
-    check(system.OpenBeside(target, beside, handle));
-    Cmn_Int64 size = 0;
-    Cmn_Int32 error = 0;
-    iWrite([&](const std::string& iBytes) {
-        std::size_t count = 0;
-        if (error == 0) error = system.WriteAt(handle, size, iBytes.data(), iBytes.size(), count);
-        size += static_cast<Cmn_Int64>(iBytes.size());
-    });
-    if (error == 0) error = system.Sync(handle);
-    Cmn_UInt32 notKept = 0;
-    if (error == 0) error = system.TakePlace(handle, beside, target, notKept);
-    if (error != 0) system.Remove(beside);
-    system.Close(handle);
-    check(error);
-    check(system.SyncFolder(Sys_FileLoc(target).GetFolder().GetPath()),
-          I18N_Utils::GetString(Cmn_eMessage_InPlaceUnsynced) + ": ");
+try {
+    Sys_SafeFile file{Sys_FileLoc(iName)};
+    iWrite([&](const std::string& iBytes) { file.Write(iBytes.data(), iBytes.size()); });
+    file.Sync();
+    file.Commit();
+} catch (const Cmn_Exception& exception) {
+    const std::string reason = Sys_OSErrorText(exception.GetOSError());
+    const bool isInPlace = exception.GetMessageID() == Cmn_eMessage_InPlaceUnsynced;
+    throw Tool_InputError::InFile(iName, isInPlace ? exception.what() + (": " + reason) : reason);
 }
 
 } // namespace

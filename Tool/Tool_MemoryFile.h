@@ -7,7 +7,7 @@
 // Threads: one at a time, and no other thread opens files meanwhile.
 #pragma once
 
-#include "Bastel/Sys/Sys_FileSystem.h"
+#include "Bastel/Sys/Sys_MemoryFile.h"
 
 class Tool_MemoryFile final : private Sys_FileSystem
 {
@@ -19,7 +19,7 @@ public:
     Tool_MemoryFile& operator=(const Tool_MemoryFile&) = delete;
 
     const std::string& GetPath() const { return mPath; }
-    const std::string& GetBytes() const { return mBytes; }
+    const std::string& GetBytes() const { return mFile.GetBytes(); }
 
 private:
     Cmn_Int32 Open(const std::string& iPath, EAccess iAccess, Handle& oHandle) override;
@@ -38,12 +38,10 @@ private:
     Cmn_Int32 Remove(const std::string& iPath) override;
     Cmn_Int32 Resolve(const std::string& iPath, std::string& oPath) override;
 
-    // No handle of a system has this value: those are small, or -1.
-    bool IsOurs(Handle iHandle) const { return iHandle == mHandle; }
+    Sys_FileSystem& Of(Handle iHandle);
 
     std::string mPath;
-    std::string mBytes;
-    Handle mHandle;
+    Sys_MemoryFile mFile;
     Sys_FileSystem* mBefore; // as Set gave it
     Sys_FileSystem& mOther;
 };

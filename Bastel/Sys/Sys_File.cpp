@@ -5,8 +5,9 @@
 
 #include <utility>
 
-Sys_File::Sys_File(Sys_FileLoc iLocation)
+Sys_File::Sys_File(Sys_FileLoc iLocation, Sys_FileSystem* iSystem)
     : mLocation(std::move(iLocation))
+    , mWanted(iSystem)
 {
 }
 
@@ -15,7 +16,7 @@ Sys_File::~Sys_File() { Close(); }
 void Sys_File::Open(Sys_FileSystem::EAccess iAccess)
 {
     if (!Cmn_ASSERT(!this->IsOpen())) return;
-    mSystem = &Sys_FileSystem::Get();
+    mSystem = mWanted != nullptr ? mWanted : &Sys_FileSystem::Get();
     mPosition = 0;
     Sys_FileSystem::Handle handle = Sys_FileSystem::cNoHandle;
     ThrowIf(mSystem->Open(mLocation.GetPath(), iAccess, handle));

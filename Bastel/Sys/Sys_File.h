@@ -17,8 +17,9 @@ class Cmn_Exception;
 class KORA_API Sys_File
 {
 public:
-    // Closed at first; nothing is looked for yet.
-    explicit Sys_File(Sys_FileLoc iLocation);
+    // Closed at first; nothing is looked for yet. iSystem: where Open finds the file; null is the file system that is
+    // in force then.
+    explicit Sys_File(Sys_FileLoc iLocation, Sys_FileSystem* iSystem = nullptr);
     ~Sys_File();
     Sys_File(const Sys_File&) = delete;
     Sys_File& operator=(const Sys_File&) = delete;
@@ -61,6 +62,7 @@ private:
     void ThrowIf(Cmn_Int32 iError);
 
     Sys_FileLoc mLocation;
+    Sys_FileSystem* mWanted;           // null is the one in force
     Sys_FileSystem* mSystem = nullptr; // the one that opened it
     Sys_FileSystem::Handle mHandle = Sys_FileSystem::cNoHandle;
     bool mIsBorrowed = false;

@@ -43,6 +43,8 @@ public:
         eError_InUse = -9201,          // somebody has it open for writing
         eError_WriteProtected = -9202, // nobody may write it, or the caller may not
         eError_NoFolder = -9203,       // the folder that it belongs in is not there
+        eError_NoMemory = -9204,       // of a file in memory
+        eError_NoOthers = -9205,       // a file in memory has none beside it
     };
     // What a file in another's place could not take over from it.
     enum ENotKept : Cmn_UInt32 {

@@ -156,8 +156,8 @@ TEST_F(CSong, ContiguousColumnsConvertInPlaceApartAndOverlapping)
     const std::vector<std::int64_t> times = Times(KORA_TICKS, cCount);
     std::vector<std::int64_t> expected(times);
     mModel.mConverter.ToType(expected.data(), expected.size(), Time_eType_Ticks, Time_eType_Samples);
-    for (const std::ptrdiff_t from : {0, 1, 700, cCount})
-        for (const std::ptrdiff_t to : {0, 1, 700, cCount}) {
+    for (const std::ptrdiff_t from : {std::ptrdiff_t{0}, std::ptrdiff_t{1}, std::ptrdiff_t{700}, cCount})
+        for (const std::ptrdiff_t to : {std::ptrdiff_t{0}, std::ptrdiff_t{1}, std::ptrdiff_t{700}, cCount}) {
             std::vector<std::int64_t> memory(2 * cCount);
             std::copy(times.begin(), times.end(), memory.begin() + from);
             ASSERT_EQ(kora_convert_all(mSong.get(), KORA_TICKS, memory.data() + from, 8, KORA_SAMPLES,
@@ -170,8 +170,9 @@ TEST_F(CSong, ContiguousColumnsConvertInPlaceApartAndOverlapping)
     std::vector<std::int64_t> wrong(times);
     wrong.back() = std::int64_t{1} << 60;
     const std::vector<std::int64_t> before(wrong);
-    EXPECT_EQ(kora_convert_all(mSong.get(), KORA_TICKS, wrong.data(), 8, KORA_SAMPLES, wrong.data(), 8, cCount),
-              KORA_BAD_ARGUMENT);
+    EXPECT_EQ(
+        kora_convert_all(mSong.get(), KORA_TICKS, wrong.data(), 8, KORA_SAMPLES, wrong.data(), 8, cCount),
+        KORA_BAD_ARGUMENT);
     EXPECT_TRUE(wrong == before);
 }
 

@@ -138,12 +138,12 @@ void FF_Document::OpenFiles(EOpenFlag iFlag)
 {
     if (iFlag != eOpenFlag_Read) {
         // The output first: it keeps other writers away, so that what is read afterwards stays.
-        mOutFile = std::make_unique<Sys_File>(mLocation);
+        mOutFile = std::make_unique<Sys_File>(mLocation, mSystem);
         mOutFile->Open(iFlag == eOpenFlag_New               ? Sys_FileSystem::eAccess_New
                        : iFlag == eOpenFlag_ReadWriteShared ? Sys_FileSystem::eAccess_WriteShared
                                                             : Sys_FileSystem::eAccess_Write);
     }
-    mInFile = std::make_unique<Sys_File>(mLocation);
+    mInFile = std::make_unique<Sys_File>(mLocation, mSystem);
     mInFile->Open(Sys_FileSystem::eAccess_Read);
 }
 
@@ -151,7 +151,7 @@ void FF_Document::OpenLent(Sys_FileSystem::Handle iHandle)
 {
     for (std::unique_ptr<Sys_File>* const file : {&mOutFile, &mInFile}) {
         *file = std::make_unique<Sys_File>(mLocation);
-        (*file)->Borrow(Sys_FileSystem::Get(), iHandle);
+        (*file)->Borrow(mSystem != nullptr ? *mSystem : Sys_FileSystem::Get(), iHandle);
     }
     mIsLent = true;
 }

@@ -85,6 +85,9 @@ public:
     static bool IsDocument(std::string_view iStart);
 
     const Sys_FileLoc& GetFileLoc() const { return mLocation; }
+    // Where the file is from the next Open on: such as a Sys_MemoryFile. It must outlive the document's being open;
+    // null, as at first, is the file system that is in force when it is opened.
+    void SetFileSystem(Sys_FileSystem* iSystem) { mSystem = iSystem; }
     // The type in force: the constructor's until an existing file was opened.
     EFF_EncryptionType GetEncryptionType() const { return mType; }
     bool IsSwapped() const { return mSwap; }
@@ -198,8 +201,9 @@ private:
     void Name(Cmn_Exception& ioException) const;
 
     Sys_FileLoc mLocation;
-    EFF_EncryptionType mNewType; // of files that are made
-    EFF_EncryptionType mType;    // of the one that is, or was last, open
+    Sys_FileSystem* mSystem = nullptr; // null is the one in force
+    EFF_EncryptionType mNewType;       // of files that are made
+    EFF_EncryptionType mType;          // of the one that is, or was last, open
     std::unique_ptr<Sys_File> mInFile;
     std::unique_ptr<Sys_File> mOutFile;
     std::unique_ptr<Sys_FileBasedInStream> mInStream;

@@ -2,40 +2,18 @@
 
 #include "Bastel/Cmn/Cmn_Assert.h"
 
-#include <utility>
-
 FF_SafeSave::FF_SafeSave(const Sys_FileLoc& iLocation, EFF_EncryptionType iType, ETextEncoding iEncoding,
                          bool iRepairText)
     : mLocation(iLocation)
-    , mSystem(Sys_FileSystem::Get())
+    , mFile(iLocation)
     , mDocument(std::make_unique<FF_Document>(iLocation, iType, iEncoding, iRepairText))
 {
-    ThrowIf(mSystem.Resolve(mLocation.GetPath(), mTarget));
-    ThrowIf(mSystem.OpenBeside(mTarget, mTemporary, mHandle));
-    try {
-        mDocument->mLent = mHandle;
-        mDocument->Open(Sys_Store::eOpenFlag_New);
-    } catch (...) {
-        CloseFile();
-        throw;
-    }
+    mDocument->SetFileSystem(&mFile.GetSystem());
+    mDocument->mLent = mFile.GetHandle();
+    mDocument->Open(Sys_Store::eOpenFlag_New);
 }
 
-FF_SafeSave::~FF_SafeSave()
-{
-    mDocument->Close();
-    CloseFile();
-}
-
-void FF_SafeSave::ThrowIf(Cmn_Int32 iError) const { Sys_ThrowIfOSErr(iError, mLocation.GetPath()); }
-
-// The file goes before its lock does: nobody else has it to remove then.
-void FF_SafeSave::CloseFile() noexcept
-{
-    if (mHandle == Sys_FileSystem::cNoHandle) return;
-    if (!mCommitted) mSystem.Remove(mTemporary);
-    mSystem.Close(std::exchange(mHandle, Sys_FileSystem::cNoHandle));
-}
+FF_SafeSave::~FF_SafeSave() { mDocument->Close(); }
 
 void FF_SafeSave::WriteOut()
 {
@@ -53,14 +31,6 @@ void FF_SafeSave::WriteOut()
 
 void FF_SafeSave::Commit()
 {
-    if (!Cmn_ASSERT(!mCommitted)) return;
     if (!mIsWritten) WriteOut();
-    ThrowIf(mSystem.TakePlace(mHandle, mTemporary, mTarget, mNotKept));
-    mCommitted = true;
-    CloseFile();
-    const Cmn_Int32 error = mSystem.SyncFolder(Sys_FileLoc(mTarget).GetFolder().GetPath());
-    if (error == 0) return;
-    Cmn_Exception exception(Cmn_eMessage_InPlaceUnsynced, Cmn_Exception::cNoOffset, mLocation.GetPath());
-    exception.SetOSError(error);
-    throw exception;
+    mFile.Commit();
 }

@@ -26,6 +26,7 @@
 // Threads: one at a time for each save.
 #pragma once
 
+#include "Bastel/Sys/Sys_SafeFile.h"
 #include "Kora/FF/Document/FF_Document.h"
 
 // Not in the exported class, so that every module has it as a constant of its own.
@@ -59,20 +60,13 @@ public:
     void Commit();
     // What of the old document's file could not be kept: Sys_FileSystem::ENotKept, 0 before
     // Commit and when all was.
-    Cmn_UInt32 GetNotKept() const { return mNotKept; }
+    Cmn_UInt32 GetNotKept() const { return mFile.GetNotKept(); }
 
 private:
-    void ThrowIf(Cmn_Int32 iError) const;
     void WriteOut();
-    void CloseFile() noexcept;
 
     Sys_FileLoc mLocation;
-    Sys_FileSystem& mSystem;
-    std::string mTarget;    // where the document really is: a link that names it stays
-    std::string mTemporary; // the new one until it is in place
-    Sys_FileSystem::Handle mHandle = Sys_FileSystem::cNoHandle; // its file, with its lock
-    std::unique_ptr<FF_Document> mDocument;
-    Cmn_UInt32 mNotKept = 0;
-    bool mIsWritten = false; // the new document is complete, on the disk and closed
-    bool mCommitted = false;
+    Sys_SafeFile mFile;
+    std::unique_ptr<FF_Document> mDocument; // of that file
+    bool mIsWritten = false;                // the new document is complete, on the disk and closed
 };
