@@ -1,6 +1,7 @@
 #include "Kora/Kora_Song.h"
 
 #include "Bastel/Sys/Sys_File.h"
+#include "Bastel/Sys/Sys_MemoryFile.h"
 #include "Kora/FF/Document/FF_SafeSave.h"
 #include "Kora/Time/Formats/Time_Globals.h"
 #include "Kora/Time/Tempo/Time_ConstantTempoSeg.h"
@@ -115,6 +116,16 @@ void Kora_Song::Open(const Sys_FileLoc& iLocation)
         if (exception.GetFile().empty()) exception.SetFile(iLocation.GetPath());
         throw;
     }
+}
+
+void Kora_Song::ReadBytes(std::string iBytes)
+{
+    if (!FF_Document::IsDocument(iBytes)) return Read(SMF_File::Read(std::move(iBytes)));
+    Sys_MemoryFile file(std::move(iBytes));
+    FF_Document document(Sys_FileLoc("a song in memory"), eFF_EncryptionType_None, eTextEncoding_Utf8, false);
+    document.SetFileSystem(&file);
+    document.Open(Sys_Store::eOpenFlag_Read);
+    Read(document);
 }
 
 void Kora_Song::Read(const SMF_File& iFile) { mEndTick = SMF_TimeMaps::Read(iFile, mMeters, mTempi, mKeys); }

@@ -87,6 +87,8 @@ public:
     // A MIDI file or a document: what the bytes say, whatever the name is. Throws as the other two, and
     // Cmn_Exception for a file that cannot be read; all exceptions name the file.
     void Open(const Sys_FileLoc& iLocation);
+    // The same of such a file's bytes.
+    void ReadBytes(std::string iBytes);
     // Throws SMF_Exception as SMF_TimeMaps::Read does, whose rules hold.
     void Read(const SMF_File& iFile);
     // At which rate a document's song goes on.

@@ -1,6 +1,7 @@
 // What every call of the C interface shares: start, errors, assertions, references.
 #include "Bastel/Cmn/Cmn_Assert.h"
 #include "Bastel/Cmn/Cmn_Exception.h"
+#include "Bastel/Sys/Sys_FileSystem.h"
 #include "Kora/C/C_Handle_p.h"
 #include "Kora/Ndo/Ndo_StDisableRecording.h"
 #include "Kora/SMF/SMF_Exception.h"
@@ -60,6 +61,15 @@ C_Handle& AnyHandle(void* iHandle)
     return handle;
 }
 
+// What is wrong with a file's bytes is one thing, what its system refuses another.
+kora_status StatusOf(const Cmn_Exception& iException)
+{
+    if (iException.GetOSError() == Sys_FileSystem::eError_NoMemory) return KORA_NO_MEMORY;
+    const bool isSystem = iException.GetOSError() != 0 || iException.GetMessageID() == Cmn_eMessage_OSError ||
+                          iException.GetMessageID() == Cmn_eMessage_WriteError;
+    return isSystem ? KORA_SYSTEM : KORA_BAD_FILE;
+}
+
 } // namespace
 
 void C_Throw(kora_status iStatus, const char* iText) { throw C_Error(iStatus, iText); }
@@ -86,7 +96,7 @@ kora_status C_StatusOfException() noexcept
     } catch (const C_Error& e) {
         return C_Fail(e.GetStatus(), e.what());
     } catch (const Cmn_Exception& e) {
-        const kora_status status = e.GetMessageID() == Cmn_eMessage_OSError ? KORA_SYSTEM : KORA_BAD_FILE;
+        const kora_status status = StatusOf(e);
         try {
             return C_Fail(status, e.Describe().c_str(), e.GetFile().c_str(), e.GetOffset());
         } catch (...) {

@@ -26,6 +26,7 @@ public:
         eKind_Name,
         eKind_Receiver,
         eKind_Listener,
+        eKind_Document,
         eKind_End
     };
 

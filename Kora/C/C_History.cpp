@@ -1,3 +1,4 @@
+#include "Kora/C/C_Give_p.h"
 #include "Kora/C/C_Song_p.h"
 #include "Kora/Ndo/Ndo_History.h"
 #include "Kora/Ndo/Ndo_Manager.h"
@@ -114,13 +115,9 @@ kora_status kora_history_step_name(kora_history* history, size_t step, char* buf
 {
     return C_Guard([&] {
         const Ndo_History& of = C_Get(history, "history").mHistory;
-        size_t& length = C_Out(size, "size");
-        C_Require(buffer != nullptr || capacity == 0, "buffer is null", KORA_NULL_ARGUMENT);
+        C_Out(size, "size");
         C_Require(step < of.GetNumberOfSteps(), "there is no such step", KORA_NOT_FOUND);
-        const std::string name = of.GetStepName(step);
-        length = name.size();
-        C_Require(capacity > name.size(), "the buffer is too small", KORA_TOO_SMALL);
-        std::memcpy(buffer, name.c_str(), name.size() + 1);
+        C_GiveText(of.GetStepName(step), buffer, capacity, size);
     });
 }
 

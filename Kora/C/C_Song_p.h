@@ -9,7 +9,9 @@
 #include "Kora/C/C_Handle_p.h"
 #include "Kora/Cnn/Cnn_Receiver.h"
 #include "Kora/Kora_Song.h"
+#include "Kora/Ndo/Ndo_StDisableRecording.h"
 
+#include <memory>
 #include <string>
 
 struct kora_song : C_Handle
@@ -82,6 +84,20 @@ struct kora_key_map
 {
     using C_MapHandle::C_MapHandle;
 };
+
+// A new song that iFill reads, if it does not throw. Reading is no step of a history that records.
+template <class Fill>
+kora_song* C_MakeSong(const Fill& iFill)
+{
+    struct Discard
+    {
+        void operator()(kora_song* iSong) const { iSong->Release(); }
+    };
+    const Ndo_StDisableRecording disabled;
+    std::unique_ptr<kora_song, Discard> song(new kora_song);
+    iFill(song->Get());
+    return song.release();
+}
 
 // A tick that a map's entry, or a range's end, may have.
 Time_Tick C_Tick(std::int64_t iTick, const char* iName);

@@ -1,4 +1,5 @@
 // Names and tokens: sending without a lock, and receivers that handle what was sent.
+#include "Kora/C/C_Give_p.h"
 #include "Kora/C/C_Handle_p.h"
 #include "Kora/C/Kora_CToken.h"
 #include "Kora/SDS/FicInterface/SDS_IName.h"
@@ -225,16 +226,13 @@ kora_status kora_name_path(kora_name* name, char* buffer, size_t capacity, size_
 {
     return C_Guard([&] {
         SDS_Name* const node = C_Get(name, "name").mID;
-        size_t& length = C_Out(size, "size");
-        C_Require(buffer != nullptr || capacity == 0, "buffer is null", KORA_NULL_ARGUMENT);
+        C_Out(size, "size");
         char path[cPathBytes];
         {
             const StRegistry section;
             Check(SDS_NameRegistry::GetPath(node, nullptr, path));
         }
-        length = std::strlen(path);
-        C_Require(capacity > length, "the buffer is too small", KORA_TOO_SMALL);
-        std::memcpy(buffer, path, length + 1);
+        C_GiveText(path, buffer, capacity, size);
     });
 }
 

@@ -35,6 +35,7 @@
 #pragma once
 
 #include "Kora/C/Kora_CBase.h"
+#include "Kora/C/Kora_CDocument.h"
 #include "Kora/C/Kora_CEdit.h"
 #include "Kora/C/Kora_CGrid.h"
 #include "Kora/C/Kora_CSong.h"

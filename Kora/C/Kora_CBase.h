@@ -28,9 +28,10 @@ enum {
     KORA_NOT_STARTED = 4,   /* kora_init was not called */
     KORA_NOT_FOUND = 5,     /* no entry there, no step to undo */
     KORA_TOO_SMALL = 6,     /* the buffer: the size that is needed was given */
-    KORA_REFUSED = 7,       /* an edit that would break a lock or a limit, a text that is no time */
-    KORA_BAD_FILE = 8,      /* bytes that cannot be understood, or a song that a file cannot hold */
-    KORA_SYSTEM = 9,        /* the operating system refused */
+    KORA_REFUSED =
+        7, /* an edit that would break a lock or a limit, a text that is no time, a call out of turn */
+    KORA_BAD_FILE = 8, /* bytes that cannot be understood, or a song that a file cannot hold */
+    KORA_SYSTEM = 9,   /* the operating system refused */
     KORA_NO_MEMORY = 10,
     KORA_BUSY = 11,     /* another history records, or this one does not; another thread is at it */
     KORA_INTERNAL = 12, /* anything else that was thrown */

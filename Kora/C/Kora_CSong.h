@@ -37,14 +37,17 @@ KORA_API kora_status kora_song_new(kora_song** out);
  * has its rate and its format in kora_song_get_info; where they are not the session's, set them before frames and
  * timecode are asked for. */
 KORA_API kora_status kora_song_open(const char* path, kora_song** out);
-/* The bytes of a Standard MIDI file, which are copied. */
-KORA_API kora_status kora_song_read_midi(const void* bytes, size_t size, kora_song** out);
+/* The same of the bytes of one, which are copied. */
+KORA_API kora_status kora_song_read_bytes(const void* bytes, size_t size, kora_song** out);
 /* As a document, which takes its place only when it is complete and on the disk. KORA_BAD_FILE, with nothing
  * written, for a song whose tempi bring an entry past the limits of samples: it could not be opened again. */
 KORA_API kora_status kora_song_save(kora_song* song, const char* path);
 /* As a Standard MIDI file of the three maps alone. *size, which may not be null, gets the size that is needed also
  * where the buffer is too small; a capacity of 0 asks for it. */
 KORA_API kora_status kora_song_write_midi(kora_song* song, void* buffer, size_t capacity, size_t* size);
+
+/* The same into a file, which takes the place of the one there in one step when it is on the disk. */
+KORA_API kora_status kora_song_export(kora_song* song, const char* path);
 
 typedef struct kora_song_info
 {

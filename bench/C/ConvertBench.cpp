@@ -48,7 +48,7 @@ struct Scene
         Check(kora_song_write_midi(mSong, bytes.data(), size, &size));
         Check(kora_release(tempi));
         Check(kora_release(mSong));
-        Check(kora_song_read_midi(bytes.data(), size, &mSong));
+        Check(kora_song_read_bytes(bytes.data(), size, &mSong));
         mClasses.Read(SMF_File::Read(std::move(bytes)));
         for (std::size_t i = 0; i < cTimes; ++i)
             mTicks.push_back(KORA_SONG_START_TICK +

@@ -169,7 +169,7 @@ CALLS: dict[str, list[Any]] = {
     "kora_set_session": [c_double, c_int32],
     "kora_song_new": [_HANDLE_OUT],
     "kora_song_open": [c_char_p, _HANDLE_OUT],
-    "kora_song_read_midi": [c_char_p, c_size_t, _HANDLE_OUT],
+    "kora_song_read_bytes": [c_char_p, c_size_t, _HANDLE_OUT],
     "kora_song_save": [c_void_p, c_char_p],
     "kora_song_write_midi": [c_void_p, c_void_p, c_size_t, _SIZE_OUT],
     "kora_song_get_info": [c_void_p, POINTER(InfoStruct)],

@@ -462,5 +462,5 @@ def open(path: PathLike, rate: float = 44100, timecode: str = "30") -> Song:
 def read_midi(data: bytes, rate: float = 44100, timecode: str = "30") -> Song:
     """The song that the bytes of a MIDI file say."""
     song = Song.__new__(Song)
-    song._setup(_session.wanted(rate, timecode), lib.kora_song_read_midi, bytes(data), len(data))
+    song._setup(_session.wanted(rate, timecode), lib.kora_song_read_bytes, bytes(data), len(data))
     return song

@@ -42,7 +42,7 @@ protected:
         EXPECT_EQ(kora_song_write_midi(mSong.get(), nullptr, 0, &size), KORA_OK);
         std::string bytes(size, '\0');
         EXPECT_EQ(kora_song_write_midi(mSong.get(), bytes.data(), size, &size), KORA_OK);
-        mSong = Made<kora_song>(kora_song_read_midi, bytes.data(), size);
+        mSong = Made<kora_song>(kora_song_read_bytes, bytes.data(), size);
         mClasses.Read(SMF_File::Read(std::move(bytes)));
     }
     const Time_Converter& Converter() const { return mClasses.GetConverter(); }

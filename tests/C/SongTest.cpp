@@ -212,7 +212,7 @@ TEST_F(CSong, ADocumentAndAMidiFileBringTheSongBack)
     ASSERT_EQ(kora_song_write_midi(mSong.get(), midi.data(), size, &size), KORA_OK);
     const auto saved = Made<kora_song>(kora_song_open, path.c_str());
     const auto exported =
-        Made<kora_song>(kora_song_read_midi, static_cast<const void*>(midi.data()), midi.size());
+        Made<kora_song>(kora_song_read_bytes, static_cast<const void*>(midi.data()), midi.size());
     std::remove(path.c_str());
     for (const std::int64_t tick : Times(KORA_TICKS, 200)) {
         kora_time a{}, b{}, c{};
@@ -234,7 +234,7 @@ TEST_F(CSong, WhatCannotBeReadSaysWhereAndHandsOutNothing)
     EXPECT_STREQ(error.file, "no such folder/song.mid");
     std::string bytes = BytesOf(cSongPath);
     for (std::size_t length = 0; length < bytes.size(); length += 97) {
-        EXPECT_EQ(kora_song_read_midi(bytes.data(), length, &song), KORA_BAD_FILE) << length;
+        EXPECT_EQ(kora_song_read_bytes(bytes.data(), length, &song), KORA_BAD_FILE) << length;
         EXPECT_EQ(kora_last_error(&error), KORA_OK);
         EXPECT_EQ(error.status, KORA_BAD_FILE);
         EXPECT_LE(error.offset, static_cast<std::int64_t>(length));

@@ -60,7 +60,7 @@ public:
             &Player::ReadMidi,   &Player::WriteMidi,     &Player::AskSong,   &Player::MakeGrid,
             &Player::AskGrid,    &Player::MakeRuler,     &Player::MoveRuler, &Player::DrawRuler,
             &Player::MakeName,   &Player::Connect,       &Player::Listen,    &Player::Send,
-            &Player::Process,
+            &Player::Process,    &Player::Document,
         };
         for (std::size_t i = 0; i < cMostCalls && !mScript.IsAtEnd(); ++i)
             (this->*cCalls[mScript.Byte() % std::size(cCalls)])();
@@ -318,7 +318,7 @@ private:
     {
         const std::string bytes = mScript.Byte() % 4 == 0 ? mScript.Bytes() : mMidi;
         kora_song* song = nullptr;
-        const kora_status status = kora_song_read_midi(bytes.data(), bytes.size(), &song);
+        const kora_status status = kora_song_read_bytes(bytes.data(), bytes.size(), &song);
         Checked(status);
         Require((status == KORA_OK) == (song != nullptr), "a handle comes with KORA_OK alone");
         Keep(song);
@@ -462,6 +462,29 @@ private:
         Checked(kora_receiver_process(receiver, static_cast<std::int32_t>(mScript.Byte() % 3) - 1, &handled));
         Checked(kora_receiver_wake(receiver));
         Checked(kora_receiver_wait(receiver, 0));
+    }
+
+    // What a document holds is CDocumentFuzz's; here it is a handle among others.
+    void Document()
+    {
+        switch (mScript.Byte() % 4) {
+        case 0:
+            return Make<kora_document>(&kora_document_create_in_memory);
+        case 1:
+            return Checked(kora_song_write_document(Any<kora_song>(), Any<kora_document>()));
+        case 2:
+            return Checked(kora_document_commit(Any<kora_document>()));
+        default: {
+            std::size_t size = 0;
+            kora_document* const document = Any<kora_document>();
+            const kora_status status = kora_document_get_bytes(document, nullptr, 0, &size);
+            Checked(status);
+            if (status != KORA_OK) return;
+            std::string bytes(size, '\0');
+            Require(kora_document_get_bytes(document, bytes.data(), size, &size) == KORA_OK, "it has bytes");
+            Make<kora_song>(&kora_song_read_bytes, static_cast<const void*>(bytes.data()), size);
+        }
+        }
     }
 
     CallScript mScript;

@@ -1,0 +1,74 @@
+// kora_document: a document of the C interface, being read or being written.
+//
+// Invariants: the open streams are those of the document itself, innermost last; each ends before the ones around it.
+// Throws:     C_Error with KORA_REFUSED for what is out of turn, before anything is changed.
+#pragma once
+
+#include "Bastel/Sys/Sys_MemoryFile.h"
+#include "Kora/C/C_Handle_p.h"
+#include "Kora/FF/Document/FF_SafeSave.h"
+#include "Kora/FF/Document/FF_StSetStreamContext.h"
+#include "Kora/FF/Document/FF_StreamHeader.h"
+#include "Kora/FF/Document/FF_StreamList.h"
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+struct kora_document : C_Handle
+{
+    static constexpr EKind cKind = eKind_Document;
+
+    // A stream that is open; what stands last is the innermost part and goes first.
+    struct Reading
+    {
+        std::optional<FF_StSetStreamContext> mWay; // of one that was jumped to
+        Cmn_Int64 mBefore = 0;                     // the position where that was
+        std::optional<FF_StreamHeaderReader> mHeader;
+        std::optional<FF_StreamListReader> mList;
+    };
+    struct Writing
+    {
+        std::optional<FF_StreamHeaderWriter> mHeader;
+        std::optional<FF_StreamListWriter> mList;
+        Cmn_Int32 mCount = 0; // of items that a list was said to have
+        Cmn_Int32 mItems = 0; // that were begun
+    };
+
+    kora_document()
+        : C_Handle(cKind, &C_Delete<kora_document>)
+    {
+    }
+    ~kora_document();
+
+    void Open(const char* iPath);
+    void Open(std::string iBytes);
+    void Create(const char* iPath);
+    void CreateInMemory();
+    void Commit();
+    const std::string& GetBytes() const;
+
+    // The document while it is read, or written.
+    FF_Document& ToRead() const;
+    FF_Document& ToWrite() const;
+    // The innermost open stream, which has to be there.
+    Reading& GetReading();
+    Writing& GetWriting();
+
+    std::vector<std::unique_ptr<Reading>> mReading;
+    std::vector<std::unique_ptr<Writing>> mWriting;
+    std::optional<Sys_TypedInStream> mIn;   // while it is read
+    std::optional<Sys_TypedOutStream> mOut; // while it is written
+
+private:
+    enum EState { eState_Read, eState_Write, eState_Done };
+
+    void Begin(FF_Document& ioDocument, Sys_Store::EOpenFlag iFlag);
+    void CloseStreams();
+
+    EState mState = eState_Done;
+    std::unique_ptr<Sys_MemoryFile> mMemory;
+    std::unique_ptr<FF_SafeSave> mSave;
+    std::unique_ptr<FF_Document> mOwn; // of a file that is read, or of one in memory
+};
