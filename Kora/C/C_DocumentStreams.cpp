@@ -63,6 +63,13 @@ void RequireOpenItem(const kora_document& iDocument)
     C_Require(!inner.mList || inner.mItems > 0, "no item of the list has begun", KORA_REFUSED);
 }
 
+// An item is where its first byte is; the table has no place for one without any.
+void RequireItemWritten(const kora_document& iDocument, const kora_document::Writing& iLevel)
+{
+    C_Require(iLevel.mItems == 0 || iDocument.mOut->GetPosition() > iLevel.mItemStart,
+              "the item that has begun is empty", KORA_REFUSED);
+}
+
 kora_document::Writing& Begin(kora_document& ioDocument, std::int32_t iType, std::int32_t iVersion,
                               const char* iDescription)
 {
@@ -232,7 +239,8 @@ kora_status kora_document_begin_list(kora_document* document, int32_t type, int3
     return C_Guard([&] {
         kora_document& to = C_Get(document, "document");
         C_Require(count >= 0, "count is below 0");
-        kora_document::Writing& level = Begin(to, type, version, description);
+        // Its items have keys, and so has the list.
+        kora_document::Writing& level = Begin(to, type, version, description != nullptr ? description : "");
         level.mList.emplace(&to.ToWrite(), *to.mOut, count);
         level.mCount = count;
     });
@@ -246,6 +254,8 @@ kora_status kora_document_begin_item(kora_document* document, const char* descri
         kora_document::Writing& level = to.GetWriting();
         C_Require(level.mList.has_value(), "the innermost stream is no list", KORA_REFUSED);
         C_Require(level.mItems < level.mCount, "the list has all its items", KORA_REFUSED);
+        RequireItemWritten(to, level);
+        level.mItemStart = to.mOut->GetPosition();
         level.mList->AddListEntry(level.mItems, description != nullptr ? description : "");
         ++level.mItems;
     });
@@ -258,6 +268,7 @@ kora_status kora_document_end(kora_document* document)
         to.ToWrite();
         const kora_document::Writing& level = to.GetWriting();
         C_Require(level.mItems == level.mCount, "the list has fewer items than it said", KORA_REFUSED);
+        RequireItemWritten(to, level);
         to.mWriting.pop_back();
     });
 }

@@ -32,8 +32,9 @@ struct kora_document : C_Handle
     {
         std::optional<FF_StreamHeaderWriter> mHeader;
         std::optional<FF_StreamListWriter> mList;
-        Cmn_Int32 mCount = 0; // of items that a list was said to have
-        Cmn_Int32 mItems = 0; // that were begun
+        Cmn_Int32 mCount = 0;     // of items that a list was said to have
+        Cmn_Int32 mItems = 0;     // that were begun
+        Cmn_Int64 mItemStart = 0; // of the last one
     };
 
     kora_document()

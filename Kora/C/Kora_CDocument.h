@@ -54,18 +54,20 @@ KORA_API kora_status kora_document_get_bytes(kora_document* document, void* buff
 
 /* ---- Writing ---------------------------------------------------------------------------------------------------- */
 
-/* Types are from -32768 to 32767 but for 0 and 2, versions likewise; at most 64 streams are inside one another. A type stands in files and is never used for
- * anything else again. The description is what people see in a list of the contents. A stream with one is found by
- * its key, which no other of the document has; null leaves it to be found by what is around it. */
+/* Types are from -32768 to 32767 but for 0 and 2, versions likewise; a type stands in files and is never used for
+ * anything else again. At most 64 streams are inside one another. The description is what people see in a list of the
+ * contents. A stream with one is found by its key, which no other of the document has; null leaves it to be found by
+ * what is around it. */
 KORA_API kora_status kora_document_begin(kora_document* document, int32_t type, int32_t version,
                                          const char* description);
-/* The same of a list: so many items follow, each begun by kora_document_begin_item, and nothing else. */
+/* The same of a list, which has a key whatever its description: so many items follow, each begun by
+ * kora_document_begin_item, and nothing else. */
 KORA_API kora_status kora_document_begin_list(kora_document* document, int32_t type, int32_t version,
                                               const char* description, int32_t count);
-/* The next item of the innermost stream, which is a list: values, streams, or both. It ends with the next one, or with
- * the list. The description may be null. */
+/* The next item of the innermost stream, which is a list: values, streams, or both, and not nothing. It ends with the
+ * next one, or with the list. The description may be null. */
 KORA_API kora_status kora_document_begin_item(kora_document* document, const char* description);
-/* The innermost stream or list. Refused for a list of fewer items than it said. */
+/* The innermost stream or list. Refused for a list of fewer items than it said, or with an empty one at its end. */
 KORA_API kora_status kora_document_end(kora_document* document);
 
 /* What a value is. */

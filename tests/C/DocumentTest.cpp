@@ -228,6 +228,7 @@ TEST_F(CDocument, WhatIsOutOfTurnIsRefusedAndChangesNothing)
     EXPECT_EQ(kora_document_commit(list.get()), KORA_REFUSED);
     ASSERT_EQ(kora_document_begin_item(list.get(), nullptr), KORA_OK);
     EXPECT_EQ(kora_document_begin_item(list.get(), "two"), KORA_REFUSED);
+    EXPECT_EQ(kora_document_end(list.get()), KORA_REFUSED); // empty
     EXPECT_EQ(kora_document_write(list.get(), KORA_INT32, &number, 1), KORA_OK);
     EXPECT_EQ(kora_document_end(list.get()), KORA_OK);
     EXPECT_EQ(kora_document_commit(list.get()), KORA_OK);

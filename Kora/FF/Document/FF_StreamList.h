@@ -22,7 +22,8 @@ public:
     FF_StreamListWriter(const FF_StreamListWriter&) = delete;
     FF_StreamListWriter& operator=(const FF_StreamListWriter&) = delete;
 
-    // Opens item iItem, 0 for the first, at the stream's position, and registers it there.
+    // Opens item iItem, 0 for the first, at the stream's position, and registers it there. An item has a byte at
+    // least: one behind which nothing is written in the document is not in the table.
     void AddListEntry(Cmn_Int32 iItem, std::string_view iDescription);
 
 private:
