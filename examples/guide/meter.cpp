@@ -45,8 +45,7 @@ class Meter final : public SDS_ITokenListener
 {
 public:
     Meter(std::string iTitle, SDS_ITokenTask& iTask, SDS_IName& iBus, bool iLatest)
-        : SDS_ITokenListener(nullptr, &iBus, cMeterType, 0, 0, 0, static_cast<SDS_ITokenListener*>(this),
-                             false, iLatest, 0)
+        : SDS_ITokenListener(&iBus, {.mType = cMeterType, .mLatestFlag = iLatest})
         , mTitle(std::move(iTitle))
     {
         SetTask(&iTask); // last: a token may come at once

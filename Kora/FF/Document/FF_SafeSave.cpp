@@ -6,9 +6,14 @@
 
 FF_SafeSave::FF_SafeSave(const Sys_FileLoc& iLocation, EFF_EncryptionType iType, ETextEncoding iEncoding,
                          bool iRepairText)
+    : FF_SafeSave(iLocation, FF_DocumentOptions{iType, iEncoding, iRepairText})
+{
+}
+
+FF_SafeSave::FF_SafeSave(const Sys_FileLoc& iLocation, const FF_DocumentOptions& iOptions)
     : mLocation(iLocation)
     , mSystem(Sys_FileSystem::Get())
-    , mDocument(std::make_unique<FF_Document>(iLocation, iType, iEncoding, iRepairText))
+    , mDocument(std::make_unique<FF_Document>(iLocation, iOptions))
 {
     ThrowIf(mSystem.Resolve(mLocation.GetPath(), mTarget));
     ThrowIf(mSystem.OpenBeside(mTarget, mTemporary, mHandle));
