@@ -4,6 +4,8 @@
 //     …
 //     Kora_Init::Free();    // once for each Init
 //
+// Kora_InitScope calls both, in every way out of its block.
+//
 // The first Init binds the trace facility, sets up shared names and tokens, and builds the
 // limits and unit names of times. Free releases nothing: limits and names handed out earlier
 // stay good until the process ends.

@@ -109,7 +109,7 @@ void Kora_Song::Open(const Sys_FileLoc& iLocation)
     try {
         std::string bytes = BytesOf(iLocation);
         if (!FF_Document::IsDocument(bytes)) return Read(SMF_File::Read(std::move(bytes)));
-        FF_Document document(iLocation, eFF_EncryptionType_None, eTextEncoding_Utf8, false);
+        FF_Document document(iLocation);
         document.Open(Sys_Store::eOpenFlag_Read);
         Read(document);
     } catch (Cmn_Exception& exception) {
@@ -122,7 +122,7 @@ void Kora_Song::ReadBytes(std::string iBytes)
 {
     if (!FF_Document::IsDocument(iBytes)) return Read(SMF_File::Read(std::move(iBytes)));
     Sys_MemoryFile file(std::move(iBytes));
-    FF_Document document(Sys_FileLoc("a song in memory"), eFF_EncryptionType_None, eTextEncoding_Utf8, false);
+    FF_Document document(Sys_FileLoc("a song in memory"));
     document.SetFileSystem(&file);
     document.Open(Sys_Store::eOpenFlag_Read);
     Read(document);
@@ -158,7 +158,7 @@ SMF_TimeMaps::Report Kora_Song::Write(SMF_File& ioFile, SMF_TimeMaps::EDivision 
 void Kora_Song::Save(const Sys_FileLoc& iLocation) const
 {
     CheckPlaces();
-    FF_SafeSave save(iLocation, eFF_EncryptionType_None, eTextEncoding_Utf8, false);
+    FF_SafeSave save(iLocation);
     Write(save.GetDocument());
     save.Commit();
 }

@@ -3,7 +3,7 @@
 # They live in the host's /usr/include, which a cross compiler must never search: it would find the wrong system
 # headers there. A folder in the build tree holds links to just these packages.
 function(kora_header_package target folder header)
-  if(TARGET ${target}) # the tool and two examples share one
+  if(TARGET ${target}) # the tool and an example share one
     return()
   endif()
   find_path(${target}_root "${folder}/${header}" NO_CMAKE_FIND_ROOT_PATH REQUIRED

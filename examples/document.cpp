@@ -51,11 +51,11 @@ int main()
 {
     const Sys_FileLoc location("example.kora");
     try {
-        FF_SafeSave save(location, eFF_EncryptionType_None, eTextEncoding_Utf8, false);
+        FF_SafeSave save(location);
         Write(save.GetDocument());
         save.Commit();
 
-        FF_Document document(location, eFF_EncryptionType_None, eTextEncoding_Utf8, false);
+        FF_Document document(location);
         document.Open(Sys_Store::eOpenFlag_Read);
         ReadLastClip(document);
         std::printf("%s", document.Dump().c_str());

@@ -36,8 +36,7 @@ class Reader final : public SDS_ITokenListener
 {
 public:
     Reader(const char* iTitle, SDS_IName& iName, bool iLatest)
-        : SDS_ITokenListener(nullptr, &iName, cMeterType, 0, 0, 0, static_cast<SDS_ITokenListener*>(this),
-                             false, iLatest, 0)
+        : SDS_ITokenListener(&iName, {.mType = cMeterType, .mLatestFlag = iLatest})
         , mTitle(iTitle)
         , mTask(0)
         , mEvent(gPSThread.CreateAutoResetEvent(iTitle))

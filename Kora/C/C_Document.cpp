@@ -81,7 +81,7 @@ void kora_document::Open(std::string iBytes)
 void kora_document::Create(const char* iPath)
 {
     mSave =
-        std::make_unique<FF_SafeSave>(Sys_FileLoc(iPath), eFF_EncryptionType_None, eTextEncoding_Utf8, false);
+        std::make_unique<FF_SafeSave>(Sys_FileLoc(iPath));
     Begin(mSave->GetDocument(), Sys_Store::eOpenFlag_New);
 }
 

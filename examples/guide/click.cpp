@@ -1,5 +1,5 @@
 // A click track: each beat of a song as a sound at its own sample, in a WAV file.
-#include "Kora/Kora_Init.h"
+#include "Kora/Kora_InitScope.h"
 #include "Kora/Time.h"
 
 #include <cstdint>
@@ -78,32 +78,28 @@ bool WriteWav(const char* iPath, const std::vector<std::int16_t>& iSamples)
 
 int main()
 {
-    Kora_Init::Init();
-    bool isWritten = false;
-    {
-        Time_Globals::SetSampleRate(cRate);
-        Time_MeterMap meters;
-        Time_TempoMap tempos;
-        FillSong(meters, tempos);
-        Time_Converter converter;
-        converter.SetMeterMap(&meters);
-        converter.SetTempoMap(&tempos);
+    const Kora_InitScope kora;
+    Time_Globals::SetSampleRate(cRate);
+    Time_MeterMap meters;
+    Time_TempoMap tempos;
+    FillSong(meters, tempos);
+    Time_Converter converter;
+    converter.SetMeterMap(&meters);
+    converter.SetTempoMap(&tempos);
 
-        //! [beats]
-        const Time_Tick start = meters.GetSongStartTick();
-        const Time_Tick end = meters.BarBeatToTick({4, 1, {}});
-        std::vector<std::int16_t> samples(static_cast<std::size_t>(converter.ToSample(end).AsInt64()));
-        for (const Time_GridLine line : meters.Grid(Time_Range(start, end), Time_GridDivision::Beats())) {
-            const Time_Sample sample = converter.ToSample(line.mTick); // rounded once, from the exact place
-            AddClick(samples, static_cast<std::size_t>(sample.AsInt64()), line.mKind == Time_GridLine::eBar);
-            std::printf("%-8s sample %6s%s\n", line.mPosition.ToString(true, false).c_str(),
-                        sample.ToString().c_str(), line.mKind == Time_GridLine::eBar ? "  bar" : "");
-        }
-        //! [beats]
-        isWritten = WriteWav("guide-click.wav", samples);
-        std::printf("%s: %zu samples, %.3f s\n", isWritten ? "guide-click.wav" : "not written",
-                    samples.size(), static_cast<double>(samples.size()) / cRate);
+    //! [beats]
+    const Time_Tick start = meters.GetSongStartTick();
+    const Time_Tick end = meters.BarBeatToTick({4, 1, {}});
+    std::vector<std::int16_t> samples(static_cast<std::size_t>(converter.ToSample(end).AsInt64()));
+    for (const Time_GridLine line : meters.Grid(Time_Range(start, end), Time_GridDivision::Beats())) {
+        const Time_Sample sample = converter.ToSample(line.mTick); // rounded once, from the exact place
+        AddClick(samples, static_cast<std::size_t>(sample.AsInt64()), line.mKind == Time_GridLine::eBar);
+        std::printf("%-8s sample %6s%s\n", line.mPosition.ToString(true, false).c_str(),
+                    sample.ToString().c_str(), line.mKind == Time_GridLine::eBar ? "  bar" : "");
     }
-    Kora_Init::Free();
+    //! [beats]
+    const bool isWritten = WriteWav("guide-click.wav", samples);
+    std::printf("%s: %zu samples, %.3f s\n", isWritten ? "guide-click.wav" : "not written", samples.size(),
+                static_cast<double>(samples.size()) / cRate);
     return isWritten ? 0 : 1;
 }

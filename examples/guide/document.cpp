@@ -44,7 +44,7 @@ void WriteTakes(FF_Document& ioDocument, const std::vector<Take>& iTakes, Cmn_In
 // The old file stays until the new one is whole on the disk.
 void Save(const Sys_FileLoc& iPlace, const std::vector<Take>& iTakes, Cmn_Int16 iVersion)
 {
-    FF_SafeSave save(iPlace, eFF_EncryptionType_None, eTextEncoding_Utf8, false);
+    FF_SafeSave save(iPlace);
     WriteTakes(save.GetDocument(), iTakes, iVersion);
     save.Commit();
 }
@@ -72,7 +72,7 @@ void Show(const Take& iTake)
 // The second take, without reading the first.
 void ShowSecondTake(const Sys_FileLoc& iPlace)
 {
-    FF_Document document(iPlace, eFF_EncryptionType_None, eTextEncoding_Utf8, false);
+    FF_Document document(iPlace);
     document.Open(Sys_Store::eOpenFlag_Read);
     Sys_TypedInStream in = document.MakeTypedInStream();
     if (!document.SeekToStream(FF_Document::TOCKey(cNotes), in)) std::puts("  no notes, which is good too");
@@ -91,7 +91,7 @@ void ShowWhatIsLeft(const Sys_FileLoc& iPlace, const Sys_FileLoc& iRepaired)
     for (const FF_Fault& fault : report.mLost)
         std::printf("  byte %lld: %s\n", static_cast<long long>(fault.mOffset), fault.mText.c_str());
 
-    FF_Document document(iRepaired, eFF_EncryptionType_None, eTextEncoding_Utf8, false);
+    FF_Document document(iRepaired);
     document.Open(Sys_Store::eOpenFlag_Read);
     Sys_TypedInStream in = document.MakeTypedInStream();
     for (const FF_StreamInfo& stream : report.mStreams) {

@@ -1,5 +1,5 @@
 // A meter from the audio thread: levels go to the user interface, and the audio thread never waits.
-#include "Kora/Kora_Init.h"
+#include "Kora/Kora_InitScope.h"
 #include "Kora/Tokens.h"
 
 #include <algorithm>
@@ -45,8 +45,7 @@ class Meter final : public SDS_ITokenListener
 {
 public:
     Meter(std::string iTitle, SDS_ITokenTask& iTask, SDS_IName& iBus, bool iLatest)
-        : SDS_ITokenListener(nullptr, &iBus, cMeterType, 0, 0, 0, static_cast<SDS_ITokenListener*>(this),
-                             false, iLatest, 0)
+        : SDS_ITokenListener(&iBus, {.mType = cMeterType, .mLatestFlag = iLatest})
         , mTitle(std::move(iTitle))
     {
         SetTask(&iTask); // last: a token may come at once
@@ -81,26 +80,24 @@ void Play(SDS_IName& iBus, int iFirst, int iCount)
 
 int main()
 {
-    Kora_Init::Init();
-    {
-        //! [ui]
-        SDS_IName bus("Mixer/Bus 1");
-        SDS_ITokenTask task(0); // the user interface's: below 16, latest listeners keep two tokens at most
-        Meter meter("meter", task, bus, true);
-        Meter recorder("history", task, bus, false);
-        task.ResumeProcessing();
+    const Kora_InitScope kora;
 
-        for (int frame = 0; frame < 3; ++frame) {
-            // Four blocks to a frame of the screen. A real audio thread runs on; this one ends, so that the
-            // output is the same each time.
-            const int blocks = frame < 2 ? 4 : 0;
-            std::thread audio([&] { Play(bus, 1 + frame * 4, blocks); });
-            audio.join();
-            std::printf("frame %d\n", frame + 1);
-            if (!task.ProcessTokens(2, Time_Sample(0), 0)) std::puts("  nothing came"); // for 2 ms at most
-        }
-        //! [ui]
+    //! [ui]
+    SDS_IName bus("Mixer/Bus 1");
+    SDS_ITokenTask task(0); // the user interface's: below 16, latest listeners keep two tokens at most
+    Meter meter("meter", task, bus, true);
+    Meter recorder("history", task, bus, false);
+    task.ResumeProcessing();
+
+    for (int frame = 0; frame < 3; ++frame) {
+        // Four blocks to a frame of the screen. A real audio thread runs on; this one ends, so that the
+        // output is the same each time.
+        const int blocks = frame < 2 ? 4 : 0;
+        std::thread audio([&] { Play(bus, 1 + frame * 4, blocks); });
+        audio.join();
+        std::printf("frame %d\n", frame + 1);
+        if (!task.ProcessTokens(2, Time_Sample(0), 0)) std::puts("  nothing came"); // for 2 ms at most
     }
-    Kora_Init::Free();
+    //! [ui]
     return 0;
 }

@@ -1,5 +1,5 @@
 // A ruler above a time line: bars and minutes over the same 72 columns, zoomed and scrolled.
-#include "Kora/Kora_Init.h"
+#include "Kora/Kora_InitScope.h"
 #include "Kora/Time.h"
 
 #include <cstddef>
@@ -50,46 +50,42 @@ void Draw(const Time_Ruler& iRuler, const Time_PixelMapper& iMapper)
 
 int main()
 {
-    Kora_Init::Init();
-    {
-        Time_Globals::SetSampleRate(48000);
-        Time_MeterMap meters;
-        Time_TempoMap tempos;
-        FillSong(meters, tempos);
-        Time_Converter converter;
-        converter.SetMeterMap(&meters);
-        converter.SetTempoMap(&tempos);
+    const Kora_InitScope kora;
+    Time_Globals::SetSampleRate(48000);
+    Time_MeterMap meters;
+    Time_TempoMap tempos;
+    FillSong(meters, tempos);
+    Time_Converter converter;
+    converter.SetMeterMap(&meters);
+    converter.SetTempoMap(&tempos);
 
-        //! [rulers]
-        const Time_Typed end = converter.ToType(Time_BarBeatTick(9, 1, {}), Time_eType_Samples);
-        const Time_Ruler::Measure measure = [](std::string_view iText) {
-            return static_cast<double>(iText.size());
-        };
-        const Time_RulerDistances distances{2, 6, 2}; // lines, major lines, behind a label: in columns
-        const Time_Ruler bars(converter, Time_eForm_Bars, end, measure, distances);
-        const Time_Ruler minutes(converter, Time_eForm_MinSec, end, measure, distances);
-        //! [rulers]
+    //! [rulers]
+    const Time_Typed end = converter.ToType(Time_BarBeatTick(9, 1, {}), Time_eType_Samples);
+    const Time_Ruler::Measure measure = [](std::string_view iText) {
+        return static_cast<double>(iText.size());
+    };
+    const Time_RulerDistances distances{2, 6, 2}; // lines, major lines, behind a label: in columns
+    const Time_Ruler bars(converter, Time_eForm_Bars, end, measure, distances);
+    const Time_Ruler minutes(converter, Time_eForm_MinSec, end, measure, distances);
+    //! [rulers]
 
-        //! [views]
-        Time_PixelMapper mapper(converter, Time_PixelMapper::eAxis_Time);
-        mapper.Show(Time_Range(Time_Typed(0, Time_eType_Samples), end), cWidth);
-        std::puts("the whole song: a second is as wide everywhere");
-        Draw(bars, mapper);
-        Draw(minutes, mapper);
+    //! [views]
+    Time_PixelMapper mapper(converter, Time_PixelMapper::eAxis_Time);
+    mapper.Show(Time_Range(Time_Typed(0, Time_eType_Samples), end), cWidth);
+    std::puts("the whole song: a second is as wide everywhere");
+    Draw(bars, mapper);
+    Draw(minutes, mapper);
 
-        mapper.ZoomAbout(converter.ToType(Time_BarBeatTick(5, 1, {}), Time_eType_Samples), 4);
-        std::puts("\nfour times closer about bar 5, which stays where it is");
-        Draw(bars, mapper);
-        Draw(minutes, mapper);
+    mapper.ZoomAbout(converter.ToType(Time_BarBeatTick(5, 1, {}), Time_eType_Samples), 4);
+    std::puts("\nfour times closer about bar 5, which stays where it is");
+    Draw(bars, mapper);
+    Draw(minutes, mapper);
 
-        const Time_Typed clicked = mapper.ToTime(10, Time_eType_Samples);
-        std::printf("\na click on column 10 is at sample %s, %s\n", clicked.AsSample().ToString().c_str(),
-                    converter.ToBarBeatTick(clicked).ToString(true, false).c_str());
-        const Time_GridLine snapped =
-            meters.FindGridLine(converter.ToTick(clicked), Time_GridDivision::Beats());
-        std::printf("and snaps to %s\n", snapped.mPosition.ToString(true, false).c_str());
-        //! [views]
-    }
-    Kora_Init::Free();
+    const Time_Typed clicked = mapper.ToTime(10, Time_eType_Samples);
+    std::printf("\na click on column 10 is at sample %s, %s\n", clicked.AsSample().ToString().c_str(),
+                converter.ToBarBeatTick(clicked).ToString(true, false).c_str());
+    const Time_GridLine snapped = meters.FindGridLine(converter.ToTick(clicked), Time_GridDivision::Beats());
+    std::printf("and snaps to %s\n", snapped.mPosition.ToString(true, false).c_str());
+    //! [views]
     return 0;
 }

@@ -1,5 +1,5 @@
 // Which sample, second and timecode does bar 4 begin at, in a song that slows down at bar 3?
-#include "Kora/Kora_Init.h"
+#include "Kora/Kora_InitScope.h"
 #include "Kora/Time.h"
 
 #include <cstdio>
@@ -8,7 +8,7 @@
 //! [program]
 int main()
 {
-    Kora_Init::Init();
+    const Kora_InitScope kora;
     Time_MeterMap meters; // empty: 4/4 throughout
     Time_TempoMap tempos;
     tempos.AddSegment(std::make_unique<Time_ConstantTempoSeg>(meters.BarBeatToTick({1, 1, {}}), 120.0));

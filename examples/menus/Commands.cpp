@@ -1,7 +1,7 @@
-#include "menus/Commands.h"
+#include "Commands.h"
 
 #include "Kora/Commands.h"
-#include "menus/Session.h"
+#include "Session.h"
 
 #include <memory>
 

@@ -1,4 +1,4 @@
-#include "menus/Desk.h"
+#include "Desk.h"
 
 #include <algorithm>
 #include <charconv>

@@ -10,7 +10,7 @@
 // binding, a disabled command.
 #pragma once
 
-#include "menus/Keys.h"
+#include "Keys.h"
 
 #include <istream>
 #include <string>

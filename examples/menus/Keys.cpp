@@ -1,7 +1,7 @@
-#include "menus/Keys.h"
+#include "Keys.h"
 
+#include "Commands.h"
 #include "Kora/Commands.h"
-#include "menus/Commands.h"
 
 #include <algorithm>
 #include <cctype>

@@ -1,9 +1,9 @@
-#include "menus/Menus.h"
+#include "Menus.h"
 
+#include "Commands.h"
+#include "Keys.h"
 #include "Kora/Commands.h"
-#include "menus/Commands.h"
-#include "menus/Keys.h"
-#include "menus/Session.h"
+#include "Session.h"
 
 namespace {
 

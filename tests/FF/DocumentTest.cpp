@@ -1,6 +1,11 @@
 #include "FF/HandMade.h"
 #include "FF/StDocument.h"
 
+#include "Bastel/Sys/Sys_Clock.h"
+#include "Kora/FF/Document/FF_SafeSave.h"
+
+#include <set>
+
 namespace {
 
 using Key = FF_Document::TOCKey;
@@ -210,6 +215,46 @@ TEST_F(DocumentTest, TextOfAHostInLatin1IsUtf8InTheFile)
         EXPECT_EQ(read.GetTOC().GetValue(0, 1).GetDisplayInfo().GetText(),
                   encoding == eTextEncoding_Utf8 ? "caf\xC3\xA9" : "caf\xE9");
     }
+}
+
+TEST_F(DocumentTest, OptionsGiveTheFileThatTheLongConstructorsGive)
+{
+    constexpr Sys_Clock::Source cStill = {[] { return Cmn_Int64{77}; }, [] { return Cmn_Int64{77}; }};
+    const Sys_Clock::StSource clock(cStill); // the key of a mask is the time's
+    const auto fill = [](FF_Document& ioDocument) {
+        Sys_TypedOutStream out = ioDocument.MakeTypedOutStream();
+        ioDocument.AddTOCEntry(Key(7), 0, static_cast<Cmn_UInt64>(out.GetPosition()), "caf\xE9");
+        const FF_StreamHeaderWriter header(&ioDocument, out, 7, 1);
+        out.WriteString("na\xEFve");
+    };
+    const auto written = [&](const auto&... iOptions) {
+        FF_Document document(Sys_FileLoc(cPath), iOptions...);
+        document.Open(Sys_Store::eOpenFlag_New);
+        fill(document);
+        document.Flush();
+        return FileBytes();
+    };
+    const auto saved = [&](const auto&... iOptions) {
+        FF_SafeSave save(Sys_FileLoc(cPath), iOptions...);
+        fill(save.GetDocument());
+        save.Commit();
+        return FileBytes();
+    };
+    std::set<Bytes> files;
+    for (int row = 0; row < 6 * 2 * 2; ++row) {
+        const auto type = static_cast<EFF_EncryptionType>(row / 4);
+        const auto text = static_cast<ETextEncoding>(row / 2 % 2);
+        const bool repair = row % 2 != 0;
+        const FF_DocumentOptions options = {.mType = type, .mEncoding = text, .mRepairText = repair};
+        const Bytes file = written(type, text, repair);
+        EXPECT_EQ(written(options), file) << row;
+        EXPECT_EQ(saved(type, text, repair), saved(options)) << row;
+        EXPECT_EQ(saved(options), file) << row;
+        files.insert(file);
+    }
+    EXPECT_EQ(files.size(), 6u * 3) << "each option shows, but nothing is ill-formed in Latin 1";
+    EXPECT_EQ(written(), written(eFF_EncryptionType_None, eTextEncoding_Utf8, false));
+    EXPECT_EQ(saved(), written());
 }
 
 TEST_F(DocumentTest, BrokenPreconditionsAreReportedAndHarmless)

@@ -1,8 +1,11 @@
 #include "SDS/NameFixture.h"
 #include "SDS/TokenFixture.h"
+
+#include "Kora/SDS/Source/SDS_TokenListener.h"
 #include "Support/Thrown.h"
 
 #include <memory>
+#include <sstream>
 
 namespace {
 
@@ -96,6 +99,75 @@ TEST_F(IName, AHandleWithoutANodeNeverMeansTheRoot)
               }).GetOSError(),
               eSDSErr_InvalidName);
     EXPECT_EQ(SDS_NameRegistry::Dump(), before);
+}
+
+// A listener that is told four tokens: 1 is of type 1 and subtype 1, 2 of 1 and 2, 3 of 2 and 1, 4 of 2 and 2.
+class ListenerOptions : public TokenTest
+{
+protected:
+    struct Ear : SDS_ITokenListener
+    {
+        using SDS_ITokenListener::SDS_ITokenListener;
+        void HandleToken(SDS_Token* iToken) override
+        {
+            mHeard += std::to_string(TestToken::Of(iToken).mSequence);
+        }
+        std::string mHeard;
+    };
+    // What it hears, what the other one hears in its place, and what it keeps.
+    std::string Told(Ear& ioEar)
+    {
+        for (const int number : {1, 2, 3, 4})
+            EXPECT_EQ(Send(mNode, {(number + 1) / 2, 2 - number % 2, number}), eSDSErr_None);
+        mTask.ProcessTokens(0, Time_Sample(0), 0);
+        const SDS_TokenListener& kept = *ioEar.GetSDSTokenListener();
+        std::ostringstream text;
+        text << ioEar.mHeard << '|' << std::exchange(mOther.mHeard, {}) << '|' << kept.GetManufacturer()
+             << ' ' << kept.GetProtocol() << ' ' << kept.GetCriticalFlag() << ' ' << kept.GetGoal();
+        return text.str();
+    }
+
+    SDS_IName mNode{"iname/options"};
+    RunningTask mTask{0};
+    Ear mOther{nullptr};
+};
+
+TEST_F(ListenerOptions, EachOneSaysWhatItsNameSays)
+{
+    // clang-format off
+    const struct { const char* mName; SDS_TokenListenerOptions mOptions; const char* mTold; } rows[] = {
+        {"nothing said, so no task",  {},                                         "||0 0 0 0"},
+        {"a task",                    {.mTask = &mTask},                          "1234||0 0 0 0"},
+        {"a type",                    {.mTask = &mTask, .mType = 1},              "12||0 0 0 0"},
+        {"a subtype",                 {.mTask = &mTask, .mSubType = 2},           "24||0 0 0 0"},
+        {"the latest",                {.mTask = &mTask, .mLatestFlag = true},     "4||0 0 0 0"},
+        {"another one hears",         {.mTask = &mTask, .mReceiver = &mOther},    "|1234|0 0 0 0"},
+        {"nobody hears",              {.mTask = &mTask, .mReceiver = nullptr},    "||0 0 0 0"},
+        {"what takes no part",        {.mTask = &mTask, .mManufacturer = 5, .mProtocol = 6, .mCriticalFlag = true,
+                                       .mGoal = 7},                               "1234||5 6 1 7"},
+    };
+    // clang-format on
+    for (const auto& row : rows) {
+        Ear ear(&mNode, row.mOptions);
+        EXPECT_EQ(Told(ear), row.mTold) << row.mName;
+    }
+}
+
+TEST_F(ListenerOptions, GiveTheListenerThatTheLongConstructorGives)
+{
+    const SDS_TokenListenerOptions all = {&mTask, 2, 1, 5, 6, &mOther, true, true, 7};
+    for (SDS_IName* const name : {&mNode, static_cast<SDS_IName*>(nullptr)}) {
+        std::string told[2];
+        {
+            Ear spelt(&mTask, name, 2, 1, 5, 6, static_cast<SDS_ITokenListener*>(&mOther), true, true, 7);
+            told[0] = Told(spelt);
+        }
+        Ear listener(name, all);
+        told[1] = Told(listener);
+        EXPECT_EQ(told[0], told[1]);
+        EXPECT_EQ(told[1], name != nullptr ? "|3|5 6 1 7" : "||5 6 1 7");
+        EXPECT_EQ(listener.GetTask(), &mTask);
+    }
 }
 
 TEST_F(IName, ATokenIsStampedWithTheHandlesNode)

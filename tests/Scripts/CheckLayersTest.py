@@ -25,6 +25,8 @@ cHouse = {
     "Kora/Undo.h": '#pragma once\n#include "Kora/Ndo/Ndo_Object.h"\n',
     "Kora/DAW/Win32/DAW_MenuWin32.h": '#pragma once\n#include "Kora/DAW/DAW_Menu.h"\nstruct HMENU__;\nusing HMENU = HMENU__*;\n',
     "Kora/Kora_Init.h": '#pragma once\n#include "Kora/Time/Values/Time_Typed.h"\n',
+    "examples/desk/Menus.h": "#pragma once\n",
+    "examples/desk/Posix/Main.cpp": '#include "Menus.h"\n#include "desk/Menus.h"\n',
     "tests/Time/Meter/MeterMapTest.cpp": '#include "Kora/Time/Meter/Time_MeterMap.h"\n#include <gtest/gtest.h>\n',
 }
 
@@ -47,6 +49,7 @@ cCases = {
         "Kora/Time/Key/Time_KeySignature.cpp", '#include "Kora/Time/Convert/Time_Convert.h"', "Kora/Time/Key is below or beside Kora/Time/Convert"),
     "two headers include each other": ("Kora/Ndo/Ndo_Object.h", '#include "Kora/Ndo/Ndo_Manager.h"', "headers include each other"),
     "an include is not written from the root": ("Kora/Time/Values/Time_Typed.h", '#include "Time_Tick.h"', "no file of the house"),
+    "a program of another project is near": ("examples/Plain.cpp", '#include "Menus.h"', "no file of the house"),
     "a header of the system on a common floor": ("Kora/Kora_Init.h", "#include <unistd.h>", "<unistd.h> is no C++ header"),
     "a header of the system given to hosts": (
         "OstrelPlatformSupport/Win32/PSPipe.h", "#pragma once\n#include <windows.h>", "<windows.h> in an installed header"),

@@ -1,11 +1,14 @@
 # Installs this build into a folder of its own and builds the consumer against it, as a host would.
 # Each is a test, so that a failure says which half broke.
 set(prefix "${PROJECT_BINARY_DIR}/consumer/prefix")
+set(alone "${PROJECT_BINARY_DIR}/consumer/alone")
+set(hosts "${PROJECT_SOURCE_DIR}/examples/host-template" "${PROJECT_SOURCE_DIR}/examples/menus")
 if(TARGET kora)
   set(tool "${CMAKE_INSTALL_BINDIR}/$<TARGET_FILE_NAME:kora>")
 endif()
 add_test(NAME Package.Install COMMAND "${CMAKE_COMMAND}" "-DBUILD=${PROJECT_BINARY_DIR}" "-DPREFIX=${prefix}"
-         "-DTOOL=${tool}" "-DEMULATOR=${CMAKE_CROSSCOMPILING_EMULATOR}" -P "${CMAKE_CURRENT_LIST_DIR}/Install.cmake")
+         "-DTOOL=${tool}" "-DEMULATOR=${CMAKE_CROSSCOMPILING_EMULATOR}" "-DALONE=${alone}" "-DHOSTS=${hosts}"
+         -P "${CMAKE_CURRENT_LIST_DIR}/Install.cmake")
 set_tests_properties(Package.Install PROPERTIES FIXTURES_SETUP KoraPackage)
 
 # host_project(NAME FOLDER OPTION...): builds a host's own project and runs its tests.
@@ -29,7 +32,7 @@ host_project(Consumer "${CMAKE_CURRENT_LIST_DIR}" "-DCMAKE_PREFIX_PATH=${prefix}
              "-DWITH_COMMAND=${KORA_BUILD_TOOL}")
 set_tests_properties(Package.Consumer PROPERTIES FIXTURES_REQUIRED KoraPackage)
 # The template that hosts start from finds the library in each of its ways.
-set(template "${PROJECT_SOURCE_DIR}/examples/host-template")
+set(template "${alone}/host-template")
 host_project(TemplatePackage "${template}" -DKORA_FROM=package "-DCMAKE_PREFIX_PATH=${prefix}")
 set_tests_properties(Package.TemplatePackage PROPERTIES FIXTURES_REQUIRED KoraPackage)
 find_program(KORA_PKG_CONFIG pkg-config)
@@ -43,8 +46,10 @@ if(once)
   if(NOT CMAKE_CROSSCOMPILING)
     # After the other one and of the same kind, so that the compiler's cache has its objects.
     host_project(TemplatePath "${template}" -DKORA_FROM=path "-DKORA_PATH=${PROJECT_SOURCE_DIR}" -DBUILD_SHARED_LIBS=OFF)
-    set_tests_properties(Package.TemplatePath PROPERTIES DEPENDS Package.Subproject)
+    set_tests_properties(Package.TemplatePath PROPERTIES DEPENDS Package.Subproject FIXTURES_REQUIRED KoraPackage)
   endif()
+  host_project(Menus "${alone}/menus" "-DCMAKE_PREFIX_PATH=${prefix}")
+  set_tests_properties(Package.Menus PROPERTIES FIXTURES_REQUIRED KoraPackage)
   host_project(Examples "${PROJECT_SOURCE_DIR}/examples" "-DCMAKE_PREFIX_PATH=${prefix}")
   set_tests_properties(Package.Examples PROPERTIES FIXTURES_REQUIRED KoraPackage)
 endif()

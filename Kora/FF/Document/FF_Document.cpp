@@ -91,6 +91,11 @@ FF_Document::FF_Document(Sys_FileLoc iLocation, EFF_EncryptionType iType, ETextE
     mTOC->SetTextForm(mEncoding, mRepairText);
 }
 
+FF_Document::FF_Document(Sys_FileLoc iLocation, const FF_DocumentOptions& iOptions)
+    : FF_Document(std::move(iLocation), iOptions.mType, iOptions.mEncoding, iOptions.mRepairText)
+{
+}
+
 FF_Document::~FF_Document() { Close(); }
 
 bool FF_Document::IsDocument(std::string_view iStart)

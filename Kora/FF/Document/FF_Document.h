@@ -1,7 +1,7 @@
 // FF_Document: one file of streams inside streams, each of a type, with a table of contents
 // that leads to any of them.
 //
-//   FF_Document document(Sys_FileLoc("take.kora"), eFF_EncryptionType_None, eTextEncoding_Utf8, false);
+//   FF_Document document(Sys_FileLoc("take.kora"));
 //   document.Open(Sys_Store::eOpenFlag_New);
 //   Sys_TypedOutStream out = document.MakeTypedOutStream();
 //   FF_Document::AddTOCEntry(&document, out.GetPosition(), cMyType, "my object");   // before the header
@@ -42,6 +42,21 @@ class Sys_File;
 class Sys_FileBasedInStream;
 class Sys_FileBasedOutStream;
 
+// How a document is written, and in what form its texts come and go:
+//
+//   FF_Document masked(location, {.mType = eFF_EncryptionType_Block93});
+//
+// What is left out has the value that most hosts want.
+struct FF_DocumentOptions
+{
+    // The mask of a file that is made: none. An existing file brings its own.
+    EFF_EncryptionType mType = eFF_EncryptionType_None;
+    // Of the strings that typed streams of this document take and give. The file has UTF-8.
+    ETextEncoding mEncoding = eTextEncoding_Utf8;
+    // Whether ill-formed UTF-8 is written with U+FFFD for what is wrong (Sys_TypedOutStream), or as it stands.
+    bool mRepairText = false;
+};
+
 // Not in the exported class, so that every module has them as constants of its own.
 struct FF_ReservedStreamTypes
 {
@@ -72,9 +87,11 @@ public:
     class FailQuietlyException;
     class InvalidContextException;
 
-    // iEncoding: of the strings that typed streams of this document take and give. iRepairText: handed
-    // to every typed output stream that it makes (Sys_TypedOutStream). iType: of a new file; an
-    // existing one brings its own.
+    // Makes a closed document; Open looks for the file.
+    explicit FF_Document(Sys_FileLoc iLocation, const FF_DocumentOptions& iOptions = {});
+    // The same with each option spelt out. iEncoding: of the strings that typed streams of this document take
+    // and give. iRepairText: handed to every typed output stream that it makes (Sys_TypedOutStream). iType: of
+    // a new file; an existing one brings its own.
     FF_Document(Sys_FileLoc iLocation, EFF_EncryptionType iType, ETextEncoding iEncoding, bool iRepairText);
     ~FF_Document() override;
     FF_Document(const FF_Document&) = delete;

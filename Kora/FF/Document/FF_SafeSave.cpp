@@ -4,9 +4,14 @@
 
 FF_SafeSave::FF_SafeSave(const Sys_FileLoc& iLocation, EFF_EncryptionType iType, ETextEncoding iEncoding,
                          bool iRepairText)
+    : FF_SafeSave(iLocation, FF_DocumentOptions{iType, iEncoding, iRepairText})
+{
+}
+
+FF_SafeSave::FF_SafeSave(const Sys_FileLoc& iLocation, const FF_DocumentOptions& iOptions)
     : mLocation(iLocation)
     , mFile(iLocation)
-    , mDocument(std::make_unique<FF_Document>(iLocation, iType, iEncoding, iRepairText))
+    , mDocument(std::make_unique<FF_Document>(iLocation, iOptions))
 {
     mDocument->SetFileSystem(&mFile.GetSystem());
     mDocument->mLent = mFile.GetHandle();

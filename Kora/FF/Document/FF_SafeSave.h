@@ -1,6 +1,6 @@
 // FF_SafeSave: writes a document beside an older one and puts it in its place in one step.
 //
-//   FF_SafeSave save(location, eFF_EncryptionType_None, eTextEncoding_Utf8, false);
+//   FF_SafeSave save(location);
 //   … write to save.GetDocument() …
 //   save.Commit();
 //
@@ -42,6 +42,8 @@ public:
     // Opens the new document. Throws as FF_Document::Open does, and Cmn_Exception with a code of
     // Sys_FileSystem::EError (GetOSError) where the old one is in use or write-protected, or there is no such
     // folder. All exceptions of a save and its document name the location as it was given.
+    explicit FF_SafeSave(const Sys_FileLoc& iLocation, const FF_DocumentOptions& iOptions = {});
+    // The same with each option spelt out.
     FF_SafeSave(const Sys_FileLoc& iLocation, EFF_EncryptionType iType, ETextEncoding iEncoding,
                 bool iRepairText);
     // Without a Commit that returned, the new document is removed and the old one stays.

@@ -25,6 +25,13 @@ SDS_ITokenListener::SDS_ITokenListener(SDS_ITokenTask* iTask, SDS_IName* iName, 
     SetTask(iTask);
 }
 
+SDS_ITokenListener::SDS_ITokenListener(SDS_IName* iName, const SDS_TokenListenerOptions& iOptions)
+    : SDS_ITokenListener(iOptions.mTask, iName, iOptions.mType, iOptions.mSubType, iOptions.mManufacturer,
+                         iOptions.mProtocol, iOptions.mReceiver.value_or(this), iOptions.mCriticalFlag,
+                         iOptions.mLatestFlag, iOptions.mGoal)
+{
+}
+
 // A task that went first has taken itself out of its listeners.
 SDS_ITokenTask* SDS_ITokenListener::GetTask() const
 {

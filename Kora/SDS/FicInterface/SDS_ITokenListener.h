@@ -4,8 +4,7 @@
 //   class Meter final : public SDS_ITokenListener {
 //   public:
 //       Meter(SDS_ITokenTask& iTask, SDS_IName& iName)
-//           : SDS_ITokenListener(nullptr, &iName, cMeterType, 0, 0, 0,
-//           static_cast<SDS_ITokenListener*>(this), false, true, 0)
+//           : SDS_ITokenListener(&iName, {.mType = cMeterType, .mLatestFlag = true})
 //       {
 //           SetTask(&iTask); // last: a token may come at once
 //       }
@@ -35,19 +34,46 @@
 #include "Export/Kora_API.h"
 
 #include <memory>
+#include <optional>
 
 class SDS_IName;
 class SDS_ITokenTask;
 class SDS_TokenListener;
 struct SDS_Token;
+class SDS_ITokenListener;
+
+// What a listener hears, and where. What is left out has the value that most listeners want: every token of
+// the node, in order, handed to the listener itself once it is given a task.
+struct SDS_TokenListenerOptions
+{
+    // Null: none yet. SetTask gives it one, when the derived class is built.
+    SDS_ITokenTask* mTask = nullptr;
+    // Four-character codes of the tokens that it hears; 0 is any.
+    Cmn_Int32 mType = 0;
+    Cmn_Int32 mSubType = 0;
+    // Kept for whoever reads them, of any value; no part in the delivery.
+    Cmn_Int32 mManufacturer = 0;
+    Cmn_Int32 mProtocol = 0;
+    // Whose HandleToken the task calls; null: nobody is called. Without one it is the listener itself.
+    // Another one must live as long as the listener.
+    std::optional<SDS_ITokenListener*> mReceiver = std::nullopt;
+    // Kept; no part in the delivery.
+    bool mCriticalFlag = false;
+    // Of the tokens that wait only the newest is told.
+    bool mLatestFlag = false;
+    // Kept, of any value; no part in the delivery.
+    Cmn_UInt32 mGoal = 0;
+};
 
 class KORA_API SDS_ITokenListener
 {
 public:
-    // iName: null is the root; a handle without a node throws eSDSErr_InvalidName. iTask: null, or as above.
-    // iType, iSubType: four-character codes, 0 for any. iManufacturer, iProtocol, iGoal and iCriticalFlag are
-    // kept for whoever reads them and take no part in the delivery. iTaskVal: the SDS_ITokenListener whose
-    // HandleToken the task calls, as a pointer to just that class (null: nobody is called).
+    // iName: null is the root; a handle without a node throws eSDSErr_InvalidName.
+    explicit SDS_ITokenListener(SDS_IName* iName, const SDS_TokenListenerOptions& iOptions = {});
+    // The same with each option spelt out. iTask: null, or as above. iType, iSubType: four-character codes, 0
+    // for any. iManufacturer, iProtocol, iGoal and iCriticalFlag are kept for whoever reads them and take no
+    // part in the delivery. iTaskVal: the SDS_ITokenListener whose HandleToken the task calls, as a pointer to
+    // just that class (null: nobody is called).
     SDS_ITokenListener(SDS_ITokenTask* iTask, SDS_IName* iName, Cmn_Int32 iType, Cmn_Int32 iSubType,
                        Cmn_Int32 iManufacturer, Cmn_Int32 iProtocol, void* iTaskVal, bool iCriticalFlag,
                        bool iLatestFlag, Cmn_UInt32 iGoal);

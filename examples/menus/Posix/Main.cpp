@@ -1,10 +1,10 @@
 // The host in the terminal: the menu tree as text, numbers and keys as lines.
-#include "menus/Arguments.h"
-#include "menus/Commands.h"
-#include "menus/Desk.h"
-#include "menus/Keys.h"
-#include "menus/Menus.h"
-#include "menus/Session.h"
+#include "Arguments.h"
+#include "Commands.h"
+#include "Desk.h"
+#include "Keys.h"
+#include "Menus.h"
+#include "Session.h"
 
 #include <algorithm>
 #include <cctype>

@@ -1,10 +1,10 @@
 // The host as a window; with --play, its input's lines become messages to the window.
-#include "menus/Arguments.h"
-#include "menus/Commands.h"
-#include "menus/Keys.h"
-#include "menus/Menus.h"
-#include "menus/Session.h"
-#include "menus/Win32/Window.h"
+#include "Arguments.h"
+#include "Commands.h"
+#include "Keys.h"
+#include "Menus.h"
+#include "Session.h"
+#include "Win32/Window.h"
 
 #include <iostream>
 

@@ -1,7 +1,7 @@
-#include "menus/Win32/Window.h"
+#include "Win32/Window.h"
 
 #include "Kora/Commands.h"
-#include "menus/Win32/Wide.h"
+#include "Win32/Wide.h"
 
 #include <iostream>
 #include <vector>

@@ -1,8 +1,8 @@
 // Window: the host's window with its menu bar, and the lines that the session said.
 #pragma once
 
+#include "Desk.h"
 #include "Kora/DAW/Win32/DAW_MenuDataWin32.h"
-#include "menus/Desk.h"
 
 #include <deque>
 #include <memory>
