@@ -4,6 +4,7 @@
 #include "Kora/Commands.h"
 #include "Kora/Diagnostics.h"
 #include "Kora/Documents.h"
+#include "Kora/Kora_Format.h"
 #include "Kora/Kora_Init.h"
 #include "Kora/Kora_InitScope.h"
 #include "Kora/Kora_RefreshClient.h"

@@ -29,7 +29,7 @@ int main()
     // Meter: 4/4, from bar 3 on 6/8.
     Time_MeterMap meters;
     meters.MakeRealIfDefault();
-    meters.AddMeterChange(meters.BarBeatToTick({3, 1, Time_TickLength::cZero}), Time_Meter(6, 8));
+    meters.AddMeterChange(meters.BarBeatToTick(Time_BarBeatTick::AtBar(3)), Time_Meter::Eighths(6));
 
     // Tempo: 120, from bar 3 on 90 dotted quarters a minute; the song starts at sample 0.
     Time_TempoMap tempos;
@@ -39,7 +39,7 @@ int main()
         first->LockToSample(Time_Sample(0));
         tempos.AddSegment(std::move(first));
         tempos.AddSegment(std::make_unique<Time_ConstantTempoSeg>(
-            meters.BarBeatToTick({3, 1, Time_TickLength::cZero}), 90.0, Time_TickLength(1440000)));
+            meters.BarBeatToTick(Time_BarBeatTick::AtBar(3)), 90.0, Time_TickLength(1440000)));
     }
 
     Time_Converter converter;
@@ -48,13 +48,12 @@ int main()
 
     std::printf("%-10s  %14s  %8s  %s\n", "bar|beat", "ticks", "samples", "timecode");
     for (Cmn_Int32 bar = 1; bar <= 5; ++bar)
-        Print(converter, {bar, 1, Time_TickLength::cZero});
-    Print(converter, {5, 4, Time_TickLength(480000)});
+        Print(converter, Time_BarBeatTick::AtBar(bar));
+    Print(converter, Time_BarBeatTick::AtBar(5).WithBeat(4).WithTick(Time_TickLength(480000)));
 
     // Musical arithmetic: two bars on from bar 2, across the change.
-    const Time_Typed from =
-        converter.ToType(Time_BarBeatTick(2, 1, Time_TickLength::cZero), Time_eType_Samples);
-    const Time_Typed to = converter.AddLength(from, Time_BarBeatTick(2, 0, Time_TickLength::cZero));
+    const Time_Typed from = converter.ToType(Time_BarBeatTick::AtBar(2), Time_eType_Samples);
+    const Time_Typed to = converter.AddLength(from, Time_BarBeatTick::Bars(2));
     std::printf("two bars after bar 2, which is sample %s, comes sample %s\n",
                 from.AsSample().ToString().c_str(), to.AsSample().ToString().c_str());
     return 0;

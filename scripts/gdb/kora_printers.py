@@ -1,4 +1,4 @@
-"""gdb printers for Kora's times: positions, lengths, bar positions, meters and timecode.
+"""gdb printers for Kora's times: positions, lengths, ranges, bar positions, meters, grid lines, keys and timecode.
 
     (gdb) source scripts/gdb/kora_printers.py
     (gdb) print at
@@ -11,6 +11,7 @@ They read fields only and run no code of the program, so they work on core files
 
 import gdb
 import gdb.printing
+import gdb.types
 
 UNITS = ("Samples", "Ticks", "Frames")
 NOTES = ("", "1/1", "1/2", "1/4", "1/8", "1/16", "1/32", "1/64")
@@ -18,6 +19,9 @@ NOTES = ("", "1/1", "1/2", "1/4", "1/8", "1/16", "1/32", "1/64")
 FORMATS = ("global", "24", "25", "29.97", "29.97 OMF", "29.97 drop", "29.97 drop OMF", "30", "30 drop",
            "23.976", "50", "59.94", "59.94 drop", "60", "60 drop")
 DROP_FORMATS = (5, 8, 12, 14)
+CONTEXTS = ("", " (local)", " long")
+LINES = ("barline", "beat", "between beats")
+MOST_SHOWN = 100  # of the elements of a vector
 
 
 def _name(names, number):
@@ -49,6 +53,68 @@ def _smpte(value):
     return text + (" + %r samples" % rest if rest else "") + " [%s]" % _name(FORMATS, form)
 
 
+def _position(value):
+    return "%d|%d|%s" % (int(value["mBar"]), int(value["mBeat"]), _ticks(value["mTick"]))
+
+
+def _meter(value):
+    return "%d/%d click %s" % (int(value["mNumerator"]), int(value["mDenominator"]), _note(value["mClickInterval"]))
+
+
+def _change(value):
+    bar = int(value["mBarNumber"])
+    text = "%d| %s at tick %d" % (bar, _meter(value["mMeter"]), int(value["mTick"]["mTicks"]))
+    if value["mIsOffBarline"]:
+        text += ", off the barline"
+    if value["mIsCarriedIn"]:
+        text += ", carried in"
+    position = _position(value["mBBT"])
+    return text + (", BBT " + position if position != "%d|1|0" % bar else "")
+
+
+def _line(value):
+    return "%s at tick %d, %s" % (_position(value["mPosition"]), int(value["mTick"]["mTicks"]),
+                                  _name(LINES, int(value["mKind"])))
+
+
+def _key(value):
+    count = int(value["mAccidentals"])
+    isMajor, isSharps = bool(value["mIsMajor"]), bool(value["mIsSharps"])
+    text = "major" if isMajor else "minor"
+    if count <= 7:
+        # Fifths from F up: a sharp more is a fifth up, and a minor key's tonic three above the major's.
+        fifths = 1 + (count if isSharps else -count) + (0 if isMajor else 3)
+        text = "FCGDAEB"[fifths % 7] + "b" * -(fifths // 7) + "#" * (fifths // 7) + " " + text
+    return "%s (%d %s)" % (text, count, "sharps" if isSharps else "flats")
+
+
+def _bounds(start, end):
+    return "[%d, %d)" % (int(start), int(end))
+
+
+def _range(value):
+    start = value["mStart"]
+    return "%s %s" % (_bounds(start["mCount"], value["mEnd"]["mCount"]), _name(UNITS, int(start["mType"])))
+
+
+def _elements(vector, show):
+    """The first elements of a std::vector of GCC's library as texts, and how many are behind them."""
+    first = vector["_M_impl"]["_M_start"]
+    count = int(vector["_M_impl"]["_M_finish"] - first)
+    return [show(first[i]) for i in range(min(count, MOST_SHOWN))], max(count - MOST_SHOWN, 0)
+
+
+def _ranges(value):
+    pieces, more = _elements(value["mPieces"], lambda piece: _bounds(piece["mFrom"], piece["mTo"]))
+    return " ".join(pieces + ["%d more" % more] * bool(more) + [_name(UNITS, int(value["mType"]))])
+
+
+def _times(value):
+    counts, more = _elements(value["mCounts"], lambda count: str(int(count)))
+    return "{%s} %s%s" % (", ".join(counts + ["%d more" % more] * bool(more)), _name(UNITS, int(value["mType"])),
+                          _name(CONTEXTS, int(value["mContext"])))
+
+
 SHAPES = {
     "Time_Sample": lambda v: "sample %d" % int(v["mSamples"]),
     "Time_SampleLength": lambda v: "%d samples long" % int(v["mSamples"]),
@@ -57,10 +123,15 @@ SHAPES = {
     "Time_Typed": _typed,
     "Time_TypedLocal": lambda v: _typed(v) + " (local)",
     "Time_TypedLength": lambda v: _typed(v) + " long",
-    "Time_BarBeatTick": lambda v: "%d|%d|%s" % (int(v["mBar"]), int(v["mBeat"]), _ticks(v["mTick"])),
+    "Time_TypedVector": _times,
+    "Time_Range": _range,
+    "Time_RangeSet": _ranges,
+    "Time_BarBeatTick": _position,
     "Time_NotationDurationValue": _note,
-    "Time_Meter": lambda v: "%d/%d click %s" % (int(v["mNumerator"]), int(v["mDenominator"]),
-                                                _note(v["mClickInterval"])),
+    "Time_Meter": _meter,
+    "Time_MeterChange": _change,
+    "Time_GridLine": _line,
+    "Time_KeySignature": _key,
     "Time_SMPTE": _smpte,
 }
 
@@ -70,7 +141,11 @@ class TimePrinter:
         self.value = value
 
     def to_string(self):
-        return SHAPES[self.value.type.strip_typedefs().name](self.value)
+        # What an argument's reference is bound to has the type; the reference itself has none by name.
+        kind = gdb.types.get_basic_type(self.value.type)
+        if not kind.fields():
+            return "(%s: its fields are in the library's symbols)" % kind.name
+        return SHAPES[kind.name](self.value)
 
 
 def build_printers():

@@ -23,7 +23,7 @@ with tempfile.TemporaryDirectory() as made:
         sys.exit(f"the script is for a library in {place}, not below {prefix}")
     place.mkdir(parents=True, exist_ok=True)
     shutil.copy(library, place)
-    # The program's times stand in its data; it need not call the library, so the library is preloaded.
+    # The program knows the library of the build by its path; the copy is preloaded in its place.
     result = subprocess.run(
         [gdb, "-nx", "-batch", "-iex", f"set auto-load safe-path {prefix}",
          "-iex", f"set auto-load scripts-directory {autoload}", "-ex", "set startup-with-shell off",

@@ -24,6 +24,20 @@ public:
     {
     }
 
+    // The start of a bar, as a position: AtBar(3) is 3|1|0.
+    static constexpr Time_BarBeatTick AtBar(Cmn_Int32 iBar) { return {iBar, 1, Time_TickLength::cZero}; }
+    // So many bars, as a duration: Bars(2) is 2|0|0.
+    static constexpr Time_BarBeatTick Bars(Cmn_Int32 iCount) { return {iCount, 0, Time_TickLength::cZero}; }
+    // So many beats, as a duration: Beats(3) is 0|3|0.
+    static constexpr Time_BarBeatTick Beats(Cmn_Int32 iCount) { return {0, iCount, Time_TickLength::cZero}; }
+    // The same with another beat: AtBar(3).WithBeat(4) is 3|4|0, Bars(2).WithBeat(1) lasts two bars and a beat.
+    [[nodiscard]] constexpr Time_BarBeatTick WithBeat(Cmn_Int32 iBeat) const { return {mBar, iBeat, mTick}; }
+    // The same with other ticks: AtBar(3).WithTick(Time_TickLength(480000)) is 3|1|480000.
+    [[nodiscard]] constexpr Time_BarBeatTick WithTick(const Time_TickLength& iTick) const
+    {
+        return {mBar, mBeat, iTick};
+    }
+
     // Whether the beat is 1 with no ticks after it. Display ticks are reported, as in every comparison.
     constexpr bool IsOnBar() const { return mBeat == 1 && mTick == Time_TickLength::cZero; }
     [[nodiscard]] constexpr bool IsOnBarline() const { return IsOnBar(); }

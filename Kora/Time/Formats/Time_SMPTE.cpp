@@ -53,6 +53,33 @@ Time_SMPTE::Time_SMPTE(Cmn_UInt8 iHours, Cmn_UInt8 iMinutes, Cmn_UInt8 iSeconds,
     if (iSubSamples != 0) CheckSubSamples();
 }
 
+Time_SMPTE Time_SMPTE::Of(const Fields& iFields, ETimeCodeFormat iFormat)
+{
+    return Time_SMPTE(iFields.mHours, iFields.mMinutes, iFields.mSeconds, iFields.mFrames, iFormat,
+                      iFields.mSubSamples);
+}
+
+Time_SMPTE Time_SMPTE::FromFrames(Cmn_Int32 iFrames, ETimeCodeFormat iFormat)
+{
+    Time_SMPTE time(iFormat);
+    time.SetFromTotalFrames(iFrames);
+    return time;
+}
+
+Time_SMPTE Time_SMPTE::FromSubframes(Cmn_Int32 iSubframes, ETimeCodeFormat iFormat)
+{
+    Time_SMPTE time(iFormat);
+    time.SetFromTotalSubframes(iSubframes);
+    return time;
+}
+
+Time_SMPTE Time_SMPTE::FromSample(const Time_Sample& iSample, ETimeCodeFormat iFormat)
+{
+    Time_SMPTE time(iFormat);
+    time.SetFromTotalSamples(iSample);
+    return time;
+}
+
 void Time_SMPTE::SetSubSamples(double iSubSamples)
 {
     mSubSamples = iSubSamples;

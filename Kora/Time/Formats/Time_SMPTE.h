@@ -30,6 +30,27 @@ public:
     Time_SMPTE(Cmn_UInt8 iHours, Cmn_UInt8 iMinutes, Cmn_UInt8 iSeconds, Cmn_UInt8 iFrames,
                ETimeCodeFormat iFormat = eTimeCodeFormat_UseGlobal, double iSubSamples = 0);
 
+    // The fields of a label by their names; those that are not named are 0.
+    struct Fields
+    {
+        Cmn_UInt8 mHours = 0;   // 0 to 23
+        Cmn_UInt8 mMinutes = 0; // 0 to 59
+        Cmn_UInt8 mSeconds = 0; // 0 to 59
+        Cmn_UInt8 mFrames = 0;  // below the format's frames per second
+        double mSubSamples = 0; // samples past the frame's start
+    };
+    // Of({.mMinutes = 1, .mFrames = 2}, eTimeCodeFormat_2997Drop) is 00:01:00;02. As the constructor, it takes the
+    // fields as they stand and checks the samples alone.
+    static Time_SMPTE Of(const Fields& iFields, ETimeCodeFormat iFormat = eTimeCodeFormat_UseGlobal);
+    // The label of a frame, as SetFromTotalFrames gives it.
+    static Time_SMPTE FromFrames(Cmn_Int32 iFrames, ETimeCodeFormat iFormat = eTimeCodeFormat_UseGlobal);
+    // The label of a subframe, hundredths of a frame, as SetFromTotalSubframes gives it.
+    static Time_SMPTE FromSubframes(Cmn_Int32 iSubframes,
+                                    ETimeCodeFormat iFormat = eTimeCodeFormat_UseGlobal);
+    // The label whose frame holds the sample, as SetFromTotalSamples gives it.
+    static Time_SMPTE FromSample(const Time_Sample& iSample,
+                                 ETimeCodeFormat iFormat = eTimeCodeFormat_UseGlobal);
+
     Cmn_UInt8 GetHours() const { return mHours; }
     Cmn_UInt8 GetMinutes() const { return mMinutes; }
     Cmn_UInt8 GetSeconds() const { return mSeconds; }

@@ -17,6 +17,20 @@ public:
     Time_Meter(Cmn_Int32 iNumerator, Cmn_Int32 iDenominator);
     Time_Meter(Cmn_Int32 iNumerator, Cmn_Int32 iDenominator,
                const Time_NotationDurationValue& iClickInterval);
+    // So many half notes to a bar: Halves(2) is 2/2. This and its kin have a quarter-note click; fewer than one
+    // assert "iNumerator >= 1".
+    static Time_Meter Halves(Cmn_Int32 iBeats) { return Time_Meter(iBeats, 2); }
+    // 3/4 with 3.
+    static Time_Meter Quarters(Cmn_Int32 iBeats) { return Time_Meter(iBeats, 4); }
+    // 6/8 with 6.
+    static Time_Meter Eighths(Cmn_Int32 iBeats) { return Time_Meter(iBeats, 8); }
+    // 7/16 with 7.
+    static Time_Meter Sixteenths(Cmn_Int32 iBeats) { return Time_Meter(iBeats, 16); }
+    // The same meter with another click.
+    [[nodiscard]] Time_Meter WithClick(const Time_NotationDurationValue& iClickInterval) const
+    {
+        return Time_Meter(mNumerator, mDenominator, iClickInterval);
+    }
     Time_Meter(const Time_Meter&) = default;
     Time_Meter& operator=(const Time_Meter&) = default;
     virtual ~Time_Meter();

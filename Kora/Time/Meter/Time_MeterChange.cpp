@@ -3,6 +3,8 @@
 #include "Bastel/Cmn/Cmn_XMLNode.h"
 #include "Bastel/Sys/Sys_TypedStream.h"
 
+#include <ostream>
+
 Time_MeterChange::Time_MeterChange(Time_Tick iTick, const Time_Meter& iMeter, Cmn_Int32 iBarNumber)
     : mTick(iTick)
     , mMeter(iMeter)
@@ -63,4 +65,9 @@ std::string Time_MeterChange::Dump() const
     if (mIsCarriedIn) text += ", carried in";
     if (mBBT != Time_BarBeatTick(mBarNumber, 1, Time_TickLength::cZero)) text += ", BBT " + mBBT.Dump();
     return text;
+}
+
+std::ostream& operator<<(std::ostream& ioStream, const Time_MeterChange& iChange)
+{
+    return ioStream << iChange.Dump();
 }

@@ -53,6 +53,8 @@ public:
     virtual Cmn_XMLNode GetAsXML() const;
     // "5| 6/8 at tick 1000015360000, off the barline"
     [[nodiscard]] std::string Dump() const;
+    // What Dump gives.
+    KORA_API friend std::ostream& operator<<(std::ostream& ioStream, const Time_MeterChange& iChange);
 
 private:
     friend class Time_MeterMap; // which numbers, moves and marks its changes
@@ -63,4 +65,16 @@ private:
     bool mIsOffBarline = false;
     bool mIsCarriedIn = false;
     Time_BarBeatTick mBBT;
+};
+
+template <>
+struct std::hash<Time_MeterChange>
+{
+    std::size_t operator()(const Time_MeterChange& iChange) const noexcept
+    {
+        return (std::hash<Time_Tick>()(iChange.GetTick()) * 31 +
+                std::hash<Time_Meter>()(iChange.GetMeter())) *
+                   31 +
+               std::hash<Time_BarBeatTick>()(iChange.GetBBT());
+    }
 };

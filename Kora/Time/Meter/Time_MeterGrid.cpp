@@ -4,6 +4,7 @@
 #include "Kora/Time/Meter/Time_MeterMapIndex_p.h"
 
 #include <algorithm>
+#include <ostream>
 
 namespace {
 
@@ -17,6 +18,19 @@ Time_Tick WithinLimits(Cmn_Int64 iTick)
 }
 
 } // namespace
+
+std::string Time_GridLine::Dump() const
+{
+    return mPosition.Dump() + " at " + mTick.Dump() +
+           (mKind == eBar    ? ", barline"
+            : mKind == eBeat ? ", beat"
+                             : ", between beats");
+}
+
+std::ostream& operator<<(std::ostream& ioStream, const Time_GridLine& iLine)
+{
+    return ioStream << iLine.Dump();
+}
 
 Time_GridCursor::Time_GridCursor(const Time_MeterMap& iMap, const Time_GridDivision& iDivision,
                                  Time_Tick iTick)

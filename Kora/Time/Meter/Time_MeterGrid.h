@@ -34,6 +34,22 @@ struct Time_GridLine
     Time_BarBeatTick mPosition; // in internal ticks
 
     friend bool operator==(const Time_GridLine&, const Time_GridLine&) = default;
+
+    // "3|1|0 at tick 1000007680000, barline"; the others are a "beat" or "between beats".
+    [[nodiscard]] KORA_API std::string Dump() const;
+    // What Dump gives.
+    KORA_API friend std::ostream& operator<<(std::ostream& ioStream, const Time_GridLine& iLine);
+};
+
+template <>
+struct std::hash<Time_GridLine>
+{
+    std::size_t operator()(const Time_GridLine& iLine) const noexcept
+    {
+        return (std::hash<Time_Tick>()(iLine.mTick) * 31 + std::hash<Time_BarBeatTick>()(iLine.mPosition)) *
+                   31 +
+               static_cast<std::size_t>(iLine.mKind);
+    }
 };
 
 // One line, and the way to those beside it.

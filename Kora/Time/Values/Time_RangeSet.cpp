@@ -1,5 +1,9 @@
 #include "Kora/Time/Values/Time_RangeSet.h"
 
+#include "Kora/Time/Values/Time_Hash_p.h"
+
+#include <ostream>
+
 Time_Range Time_RangeSet::GetRange(std::size_t iIndex) const
 {
     const Piece piece = Cmn_ASSERT(iIndex < mPieces.size()) ? mPieces[iIndex] : Piece{0, 0};
@@ -156,4 +160,20 @@ std::string Time_RangeSet::Dump() const
     for (const Piece& piece : mPieces)
         text += "[" + std::to_string(piece.mFrom) + ", " + std::to_string(piece.mTo) + ") ";
     return text + Time_TypedDefs::Dump(0, mType).substr(2);
+}
+
+std::ostream& operator<<(std::ostream& ioStream, const Time_RangeSet& iSet)
+{
+    return ioStream << iSet.Dump();
+}
+
+std::size_t std::hash<Time_RangeSet>::operator()(const Time_RangeSet& iSet) const noexcept
+{
+    Time_Hash hash;
+    hash.Add(iSet.mType);
+    for (const Time_RangeSet::Piece& piece : iSet.mPieces) {
+        hash.Add(piece.mFrom);
+        hash.Add(piece.mTo);
+    }
+    return hash.Get();
 }

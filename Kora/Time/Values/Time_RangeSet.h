@@ -12,8 +12,17 @@
 
 #include "Kora/Time/Values/Time_Range.h"
 
+#include <functional>
+#include <iosfwd>
 #include <span>
 #include <vector>
+
+class Time_RangeSet;
+template <>
+struct std::hash<Time_RangeSet>
+{
+    KORA_API std::size_t operator()(const Time_RangeSet& iSet) const noexcept;
+};
 
 class KORA_API_NODISCARD Time_RangeSet
 {
@@ -69,8 +78,12 @@ public:
 
     // "[0, 6) [9, 12) Samples"
     [[nodiscard]] std::string Dump() const;
+    // What Dump gives.
+    KORA_API friend std::ostream& operator<<(std::ostream& ioStream, const Time_RangeSet& iSet);
 
 private:
+    friend struct std::hash<Time_RangeSet>;
+
     struct Piece
     {
         Cmn_Int64 mFrom;

@@ -2,13 +2,17 @@
 
 #include "Bastel/Cmn/Cmn_IntMath.h"
 #include "Bastel/Cmn/Cmn_XMLNode.h"
+#include "Kora/Time/Values/Time_Hash_p.h"
 #include "Kora/Time/Values/Time_Typed.h"
 #include "Kora/Time/Values/Time_TypedLength.h"
 #include "Kora/Time/Values/Time_TypedLocal.h"
 
 #include <algorithm>
+#include <ostream>
 
 namespace {
+
+constexpr std::size_t cMostShown = 100;
 
 // The names of diagnostics, unlike the localised unit names that users see.
 std::string TypeName(Time_EType iType)
@@ -183,11 +187,32 @@ Cmn_XMLNode Time_TypedVector::GetAsXML(const std::string& iName) const
 
 std::string Time_TypedVector::Dump() const
 {
-    constexpr std::size_t cMostShown = 100;
     std::string text =
         std::to_string(size()) + " times, " + TypeName(mType) + ", " + ContextName(mContext) + "\n";
     for (std::size_t i = 0; i < std::min(size(), cMostShown); ++i)
         text += "  [" + std::to_string(i) + "] " + std::to_string(mCounts[i]) + "\n";
     if (size() > cMostShown) text += "  … " + std::to_string(size() - cMostShown) + " more\n";
     return text;
+}
+
+std::ostream& operator<<(std::ostream& ioStream, const Time_TypedVector& iTimes)
+{
+    std::string text = "{";
+    for (std::size_t i = 0; i < std::min(iTimes.size(), cMostShown); ++i)
+        text += (i > 0 ? ", " : "") + std::to_string(iTimes[i]);
+    if (iTimes.size() > cMostShown) text += ", " + std::to_string(iTimes.size() - cMostShown) + " more";
+    text += "} " + TypeName(iTimes.GetType());
+    if (iTimes.GetContext() == Time_eContext_RelativeLength) text += " long";
+    if (iTimes.GetContext() == Time_eContext_LocalPosition) text += " (local)";
+    return ioStream << text;
+}
+
+std::size_t std::hash<Time_TypedVector>::operator()(const Time_TypedVector& iTimes) const noexcept
+{
+    Time_Hash hash;
+    hash.Add(iTimes.GetType());
+    hash.Add(iTimes.GetContext());
+    for (const Cmn_Int64 count : iTimes)
+        hash.Add(count);
+    return hash.Get();
 }

@@ -14,6 +14,8 @@
 #include "Kora/Time/Values/Time_EType.h"
 
 #include <cstddef>
+#include <functional>
+#include <iosfwd>
 #include <string>
 #include <vector>
 
@@ -94,6 +96,9 @@ public:
     [[nodiscard]] Cmn_XMLNode GetAsXML(const std::string& iName) const;
     // "3 times, Ticks, GlobalPosition" and a line "  [0] 960000" for each of the first 100.
     [[nodiscard]] std::string Dump() const;
+    // One line: "{0, 960000} Ticks", of lengths "{0, 960000} Ticks long", of local positions "{0, 960000} Ticks
+    // (local)". Behind the first 100 it says how many there are: "100, 5 more} Ticks".
+    KORA_API friend std::ostream& operator<<(std::ostream& ioStream, const Time_TypedVector& iTimes);
 
 private:
     bool CheckIndex(std::size_t iIndex) const;
@@ -104,4 +109,10 @@ private:
     Time_EType mType;
     Time_EContext mContext;
     std::vector<Cmn_Int64> mCounts;
+};
+
+template <>
+struct std::hash<Time_TypedVector>
+{
+    KORA_API std::size_t operator()(const Time_TypedVector& iTimes) const noexcept;
 };

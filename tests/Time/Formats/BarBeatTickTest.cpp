@@ -29,6 +29,32 @@ TEST(BarBeatTick, BarlinesAreBeatOneTickZeroAndOrderIsByBarThenBeatThenTick)
     }
 }
 
+TEST(BarBeatTick, PartsAndNoteValuesGoByTheirNames)
+{
+    using Position = Time_BarBeatTick;
+    static_assert(Position::AtBar(1) == Position() && Position::Bars(2) != Position::Beats(2));
+    const NoteValue dotted(Time_eNoteDuration_Quarter, true);
+    const std::pair<std::string, const char*> rows[] = {
+        {Position::AtBar(3).Dump(), "3|1|0"},
+        {Position::AtBar(-3).WithTick(Time_TickLength(7)).Dump(), "-3|1|7"},
+        {Position::AtBar(3).WithBeat(4).WithTick(Time_TickLength(5)).Dump(), "3|4|5"},
+        {Position::AtBar(3).WithTick(Time_TickLength(5)).WithBeat(4).Dump(), "3|4|5"},
+        {Position::Bars(2).Dump(), "2|0|0"},
+        {Position::Beats(2).Dump(), "0|2|0"},
+        {Position::Bars(2).WithBeat(1).Dump(), "2|1|0"},
+        {Time_Meter::Halves(2).ToString(), "2/2"},
+        {Time_Meter::Quarters(5).ToString(), "5/4"},
+        {Time_Meter::Eighths(12).ToString(), "12/8"},
+        {Time_Meter::Sixteenths(7).ToString(), "7/16"},
+        {Time_Meter::Eighths(6).WithClick(dotted).ToString(), "6/8 click 1/4."},
+    };
+    for (const auto& [shown, text] : rows)
+        EXPECT_EQ(shown, text);
+    const AssertRecorder recorder;
+    EXPECT_EQ(Time_Meter::Eighths(0).ToString(), "0/8");
+    EXPECT_EQ(recorder.Take(), Reports{"iNumerator >= 1@$^$@Time/Time_MeterMap"});
+}
+
 TEST(BarBeatTick, OffsetAndDiffDisagreeOnTheBeat)
 {
     using Row = std::tuple<const char*, Time_BarBeatTick, Cmn_Int64, Time_Meter, Time_BarBeatTick, Cmn_Int64>;

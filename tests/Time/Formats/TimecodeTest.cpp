@@ -130,7 +130,8 @@ TEST_P(FormatTest, SamplesAndSubframesComeBack)
     std::mt19937_64 random(20240607);
     SCOPED_TRACE("seed 20240607");
     const StTimeGlobals globals;
-    Time_SMPTE time(GetParam().mFormat);
+    const ETimeCodeFormat format = GetParam().mFormat;
+    Time_SMPTE time(format);
     for (const double rate : {44100.0, 48000.0, 88200.0, 192000.0}) {
         Time_Globals::SetSampleRate(rate);
         const double perFrame = rate / Time_SMPTE::GetRealRate(GetParam().mFormat);
@@ -139,12 +140,13 @@ TEST_P(FormatTest, SamplesAndSubframesComeBack)
             const Cmn_Int32 subframes = i < 100 ? i : frame / 100 * 100 + i % 100;
             time.SetFromTotalSubframes(subframes);
             ASSERT_EQ(time.GetTotalSubframes(), subframes) << rate;
+            ASSERT_EQ(Time_SMPTE::FromSubframes(subframes, format), time);
             // The first sample of a frame, and the one before it, lie on either side of the frame's start.
-            time.SetFromTotalFrames(frame);
+            time = Time_SMPTE::FromFrames(frame, format);
             const Time_Sample start = time.GetTotalSamples();
             for (const int offset : {0, -1, static_cast<int>(random() % 700)}) {
                 const Time_Sample sample = start + Time_SampleLength(offset);
-                time.SetFromTotalSamples(sample);
+                time = Time_SMPTE::FromSample(sample, format);
                 const Cmn_Int32 expected = offset < 0 ? frame - 1 : frame;
                 if (time.GetTotalFrames() != expected || time.GetTotalSamples() != sample ||
                     time.GetSubSamples() < 0 || time.GetSubSamples() >= perFrame)
@@ -180,8 +182,14 @@ TEST(Timecode, SamplesOfKnownFrames)
     EXPECT_EQ(time.GetTotalSubframes(), 99);
     EXPECT_TRUE(recorder.Take().empty());
     time.SetSubSamples(1601.7);
-    EXPECT_EQ(recorder.Take(),
-              Reports{"subSamples < ( Time_Globals::GetPullSampleRate() / fps )@$^$@Time/Time_SMPTE"});
+    constexpr Time_SMPTE::Fields fields = {
+        .mHours = 1, .mMinutes = 2, .mSeconds = 3, .mFrames = 4, .mSubSamples = 1601.7};
+    EXPECT_EQ(Time_SMPTE::Of(fields, eTimeCodeFormat_2997),
+              Time_SMPTE(1, 2, 3, 4, eTimeCodeFormat_25, 1601.7));
+    const std::string report = "subSamples < ( Time_Globals::GetPullSampleRate() / fps )@$^$@Time/Time_SMPTE";
+    EXPECT_EQ(recorder.Take(), Reports(2, report));
+    EXPECT_EQ(Time_SMPTE::Of({.mMinutes = 1, .mFrames = 2}, eTimeCodeFormat_2997Drop).ToString(),
+              "00:01:00;02");
     time.SetFromTotalSubframes(-150);
     EXPECT_EQ(time, Time_SMPTE());
 }
@@ -265,6 +273,7 @@ TEST(Timecode, FormatsWithoutARateAreReportedAndSurvive)
             time.SetFromTotalFrames(count), expectReport("SetFromTotalFrames");
             time.SetFromTotalSubframes(count), expectReport("SetFromTotalSubframes");
             time.SetFromTotalSamples(Time_Sample(count)), expectReport("SetFromTotalSamples");
+            (void)Time_SMPTE::FromFrames(count, time.GetFormat()), expectReport("FromFrames");
             (void)time.GetTotalSubframes(), expectReport("GetTotalSubframes");
             (void)time.GetTotalSamples(), expectReport("GetTotalSamples");
         }

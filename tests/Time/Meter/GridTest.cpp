@@ -7,6 +7,9 @@
 #include "Support/StTimeGlobals.h"
 #include "Time/TimeFixture.h"
 
+#include <unordered_map>
+#include <unordered_set>
+
 namespace {
 
 using Lines = std::vector<Time_GridLine>;
@@ -143,7 +146,6 @@ TEST(MeterGrid, NoteValuesBeginAnewAtEveryBarAndNothingIsAllocated)
     const Time_MeterMap map = MakeMeterMap("1| 6/8   3| 5/8");
     Time_GridDivision division;
     ASSERT_TRUE(division.FromText("1/4"));
-    std::string text;
     const AllocationCounter allocations;
     const Time_MeterGrid grid =
         map.Grid(Time_Range(At(0), At(0) + Time_TickLength(2 * 2880000 + 2400000)), division);
@@ -152,13 +154,14 @@ TEST(MeterGrid, NoteValuesBeginAnewAtEveryBarAndNothingIsAllocated)
         ++count;
     EXPECT_EQ(allocations.Count(), 0);
     EXPECT_EQ(count, 9u);
+    std::ostringstream shown;
     for (const Time_GridLine line : grid)
-        text += line.mPosition.Dump() + (line.mKind == Time_GridLine::eBar    ? " bar, "
-                                         : line.mKind == Time_GridLine::eBeat ? " beat, "
-                                                                              : " sub, ");
-    EXPECT_EQ(text,
-              "1|1|0 bar, 1|3|0 beat, 1|5|0 beat, 2|1|0 bar, 2|3|0 beat, 2|5|0 beat, 3|1|0 bar, 3|3|0 beat, "
-              "3|5|0 beat, ");
+        shown << line << "\n";
+    EXPECT_EQ(shown.str(), "1|1|0 at tick 1000000000000, barline\n1|3|0 at tick 1000000960000, beat\n"
+                           "1|5|0 at tick 1000001920000, beat\n2|1|0 at tick 1000002880000, barline\n"
+                           "2|3|0 at tick 1000003840000, beat\n2|5|0 at tick 1000004800000, beat\n"
+                           "3|1|0 at tick 1000005760000, barline\n3|3|0 at tick 1000006720000, beat\n"
+                           "3|5|0 at tick 1000007680000, beat\n");
     // Far out, before all changes and in absurd meters too, lines are found and ascend.
     Time_MeterMap absurd = map;
     absurd.AddMeterChange(Time_Tick(0), Time_Meter(0x7FFFFFFF, 1));
@@ -175,6 +178,31 @@ TEST(MeterGrid, NoteValuesBeginAnewAtEveryBarAndNothingIsAllocated)
                 cursor.Next();
             }
         }
+}
+
+TEST(MeterGrid, LinesAndChangesAreKeysOfHashTables)
+{
+    const Time_MeterMap map = MakeMeterMap("1| 6/8   3| 5/8   4| 6/8   5| 6/8");
+    std::unordered_map<Time_GridLine, Time_Tick> lines;
+    std::set<std::size_t> hashes;
+    const Time_GridDivision division(Time_NotationDurationValue(Time_eNoteDuration_SixtyFourth, false));
+    for (const Time_GridLine line : map.Grid(Time_Range(At(0), At(20)), division)) {
+        lines[line] = line.mTick;
+        hashes.insert(std::hash<Time_GridLine>()(line));
+    }
+    EXPECT_EQ(lines.size(), 20u * 16);
+    EXPECT_EQ(hashes.size(), lines.size());
+    const Time_GridLine between = {At(0, 60000), Time_GridLine::eSub, {1, 1, Time_TickLength(60000)}};
+    ASSERT_TRUE(lines.contains(between));
+    EXPECT_EQ(lines[between], between.mTick);
+    EXPECT_EQ(between.Dump(), "1|1|60000 at tick 1000000060000, between beats");
+
+    std::unordered_set<Time_MeterChange> changes(map.IterBegin(), map.IterEnd());
+    EXPECT_EQ(changes.size(), 4u);
+    EXPECT_TRUE(changes.contains(Time_MeterChange(At(0), Time_Meter(6, 8), 1)));
+    std::ostringstream shown;
+    shown << *map.IterBegin();
+    EXPECT_EQ(shown.str(), "1| 6/8 at tick 1000000000000");
 }
 
 TEST(GridDivisionText, IsReadAsItIsWritten)

@@ -2,6 +2,7 @@
 #include "Time/TimeFixture.h"
 
 #include <bitset>
+#include <unordered_map>
 
 namespace {
 
@@ -106,14 +107,16 @@ TEST(RangeTest, OtherUnitsWrongEndsAndStepsAreReported)
         call();
         EXPECT_EQ(asserts.Take(), Reports{report});
     }
-    EXPECT_EQ(set.Dump(), "[1, 3) Samples");
+    std::ostringstream shown;
+    shown << set << ", " << Time_RangeSet(cFrames) << ", " << Of(-4, 2);
+    EXPECT_EQ(shown.str(), "[1, 3) Samples, Frames, [-4, 2) Ticks");
     EXPECT_EQ(Of(cMost - 5, cMost).Moved(Time_TypedLength(3, cTicks)), Of(cMost - 2, cMost));
-    EXPECT_EQ(Of(-4, 2).Dump(), "[-4, 2) Ticks");
 }
 
 TEST(RangeSetTest, RandomEditsAreThoseOfABitForEachTime)
 {
     std::mt19937 random(152);
+    std::unordered_map<Bits, std::size_t> hashes;
     const auto any = [&] {
         const int from = static_cast<int>(random() % cSize);
         return Of(from, from + static_cast<int>(random() % static_cast<unsigned>(cSize - from + 1)));
@@ -152,6 +155,12 @@ TEST(RangeSetTest, RandomEditsAreThoseOfABitForEachTime)
             ASSERT_EQ(BitsOf(set), model) << set.Dump();
             ASSERT_EQ(set.Intersects(range), (model & inRange).any());
             ASSERT_EQ(set.Contains(range), (inRange & ~model).none());
+            const std::size_t hash = std::hash<Time_RangeSet>()(set);
+            ASSERT_EQ(hashes.emplace(model, hash).first->second, hash) << set << " has one hash";
         }
     }
+    std::set<std::size_t> different;
+    for (const auto& [bits, hash] : hashes)
+        different.insert(hash);
+    EXPECT_EQ(different.size(), hashes.size());
 }

@@ -80,3 +80,33 @@ TEST(TypedVector, RelabellingKeepsTheCountsAndReservedRoomIsUsed)
                                                   "  <Time>0</Time>\n  <Time>1</Time>\n</beats>\n");
     EXPECT_EQ(times.Dump(), "2 times, Ticks, GlobalPosition\n  [0] 0\n  [1] 1\n");
 }
+
+TEST(TypedVector, VectorsGoToStreamsAndEqualOnesHaveOneHash)
+{
+    const std::pair<Time_TypedVector, std::string> rows[] = {
+        {Time_TypedVector(), "{} Samples"},
+        {Time_TypedVector(cSamples, cGlobal, {0}), "{0} Samples"},
+        {Time_TypedVector(cSamples, cGlobal, {0, 0}), "{0, 0} Samples"},
+        {Time_TypedVector(cTicks, cGlobal, {0, 960000}), "{0, 960000} Ticks"},
+        {Time_TypedVector(cTicks, cGlobal, {960000, 0}), "{960000, 0} Ticks"},
+        {Time_TypedVector(cTicks, cLocal, {cLeast}), "{-9223372036854775808} Ticks (local)"},
+        {Time_TypedVector(cFrames, cLength, {-3}), "{-3} Frames long"},
+        {Time_TypedVector(cFrames, cGlobal, {-3}), "{-3} Frames"},
+    };
+    std::set<std::size_t> hashes;
+    for (const auto& [times, text] : rows) {
+        std::ostringstream shown;
+        shown << times;
+        EXPECT_EQ(shown.str(), text);
+        Time_TypedVector copy = times;
+        copy.reserve(1000);
+        EXPECT_EQ(std::hash<Time_TypedVector>()(copy), std::hash<Time_TypedVector>()(times)) << text;
+        hashes.insert(std::hash<Time_TypedVector>()(times));
+    }
+    EXPECT_EQ(hashes.size(), std::size(rows));
+    std::ostringstream shown;
+    shown << Time_TypedVector(cTicks, cGlobal, Counts(100, 7))
+          << Time_TypedVector(cTicks, cGlobal, Counts(102, 7));
+    EXPECT_TRUE(shown.str().ends_with("7, 7} Ticks{" + shown.str().substr(1, 298) + ", 2 more} Ticks"))
+        << shown.str();
+}
