@@ -1,4 +1,4 @@
-/* A document of one's own: takes in a list, a song beside them, in a file and in memory. Plain C99. */
+/* A document of one's own: takes in a list beside a song, in a file and in memory: plain C99. */
 #include "must.h"
 
 #include <inttypes.h>
@@ -18,7 +18,8 @@ typedef struct take
 /*! [types] */
 
 /*! [write] */
-static void write_takes(kora_document* document, const take* takes, int32_t count, int32_t version)
+static void write_takes(kora_document* document, const take* takes, int32_t count,
+                        int32_t version)
 {
     int32_t i;
 
@@ -60,7 +61,8 @@ static kora_status read_second(kora_document* document, take* out)
     if ((status = kora_document_enter_list(document, &count)) != KORA_OK ||
         (status = kora_document_go_to_item(document, 1)) != KORA_OK ||
         (status = kora_document_enter_next(document, TAKE, &version)) != KORA_OK ||
-        (status = kora_document_read_text(document, out->name, sizeof out->name, NULL)) != KORA_OK ||
+        (status = kora_document_read_text(document, out->name, sizeof out->name, NULL)) !=
+            KORA_OK ||
         (status = kora_document_read(document, KORA_INT64, &out->start, 1)) != KORA_OK)
         return status;
     if (version >= 2) status = kora_document_read(document, KORA_FLOAT64, &out->gain, 1);
@@ -96,7 +98,7 @@ static void show_file(const char* path)
 /*! [file] */
 
 /*! [memory] */
-/* The bytes of a document that version 1 of the application would have made, for a clipboard or a database. */
+/* What version 1 of the application would have made, as bytes. */
 static size_t make_bytes(const take* takes, int32_t count, char* bytes, size_t capacity)
 {
     kora_document* document = NULL;
@@ -117,7 +119,8 @@ static void show_bytes(const char* bytes, size_t size)
 
     must(kora_document_read_bytes(bytes, size, &document));
     if (read_second(document, &second) == KORA_OK)
-        printf("  %s at sample %" PRId64 ", gain %.2f\n", second.name, second.start, second.gain);
+        printf("  %s at sample %" PRId64 ", gain %.2f\n", second.name, second.start,
+               second.gain);
     else
         show_error();
     kora_release(document);

@@ -7,7 +7,7 @@
 #include <string.h>
 
 /*! [start] */
-/* What the library holds to be impossible. Its calls go on; a host writes it where its maker sees it. */
+/* What the library holds to be impossible, and goes on; a host writes it to its log. */
 static void report(void* user, const char* text, int32_t line)
 {
     (void)user;
@@ -52,9 +52,9 @@ static void show_maps(kora_song* song)
     must(kora_song_get_tempo_map(song, &tempi));
     for (i = 0; kora_meter_map_get(meters, i, &meter) == KORA_OK; ++i) {
         must(kora_tempo_map_find(tempi, meter.tick, &tempo)); /* the one in force there */
-        printf("bar %2" PRId32 "  %" PRId32 "/%" PRId32 "  %5.1f%s\n", meter.bar, meter.numerator,
-               meter.denominator, tempo.beats_per_minute,
-               meter.is_off_barline ? "  cuts the bar before short" : "");
+        printf("bar %2" PRId32 "  %" PRId32 "/%" PRId32 "  %5.1f%s\n", meter.bar,
+               meter.numerator, meter.denominator, tempo.beats_per_minute,
+               meter.is_off_barline ? "  inside a bar, which ends there" : "");
     }
     kora_release(tempi);
     kora_release(meters);
@@ -72,8 +72,8 @@ static void convert_one(kora_song* song)
     printf("bar 10 is at sample %" PRId64, time.count);
     must(kora_convert(song, time, KORA_TICKS, &time)); /* in place */
     must(kora_to_bars(song, time, &back));
-    printf(", the nearest one to tick %" PRId64 ", %" PRId32 "|%" PRId32 "|%" PRId64 "\n", time.count,
-           back.bar, back.beat, back.ticks);
+    printf(", the nearest one to tick %" PRId64 ", %" PRId32 "|%" PRId32 "|%" PRId64 "\n",
+           time.count, back.bar, back.beat, back.ticks);
 }
 /*! [one] */
 
@@ -89,13 +89,14 @@ typedef struct note
 static void convert_column(kora_song* song)
 {
     enum { COUNT = 3 };
-    note notes[COUNT] = {{"D4", 0.8f, KORA_SONG_START_TICK},
-                         {"F#4", 0.7f, KORA_SONG_START_TICK + 16 * (int64_t)KORA_TICKS_PER_QUARTER},
-                         {"A4", 0.9f, KORA_SONG_START_TICK + 30 * (int64_t)KORA_TICKS_PER_QUARTER}};
+    note notes[COUNT] = {
+        {"D4", 0.8f, KORA_SONG_START_TICK},
+        {"F#4", 0.7f, KORA_SONG_START_TICK + 16 * (int64_t)KORA_TICKS_PER_QUARTER},
+        {"A4", 0.9f, KORA_SONG_START_TICK + 30 * (int64_t)KORA_TICKS_PER_QUARTER}};
     size_t i;
 
-    must(kora_convert_all(song, KORA_TICKS, &notes[0].time, sizeof(note), KORA_SAMPLES, &notes[0].time,
-                          sizeof(note), COUNT));
+    must(kora_convert_all(song, KORA_TICKS, &notes[0].time, sizeof(note), KORA_SAMPLES,
+                          &notes[0].time, sizeof(note), COUNT));
     for (i = 0; i < COUNT; ++i)
         printf("%-3s at sample %" PRId64 "\n", notes[i].name, notes[i].time);
 }
@@ -104,7 +105,8 @@ static void convert_column(kora_song* song)
 /*! [texts] */
 static void show_texts(kora_song* song)
 {
-    static const int32_t forms[] = {KORA_FORM_BARS, KORA_FORM_MINSEC, KORA_FORM_TIMECODE, KORA_FORM_FEET};
+    static const int32_t forms[] = {KORA_FORM_BARS, KORA_FORM_MINSEC, KORA_FORM_TIMECODE,
+                                    KORA_FORM_FEET};
     kora_format* format = NULL;
     kora_time time;
     char text[48]; /* has room for every form */
@@ -131,8 +133,8 @@ static void on_change(void* user, kora_song* song, uint32_t what)
 
     (void)user;
     must(kora_from_bars(song, bar10, KORA_SAMPLES, &time));
-    printf("  %s changed, bar 10 is at sample %" PRId64 "\n", what & KORA_CHANGED_TEMPI ? "tempi" : "meters",
-           time.count);
+    printf("  %s changed, bar 10 is at sample %" PRId64 "\n",
+           what & KORA_CHANGED_TEMPI ? "tempi" : "meters", time.count);
 }
 
 static void edit(kora_song* song)
@@ -152,8 +154,9 @@ static void edit(kora_song* song)
 
     must(kora_history_begin(history));
     must(kora_tempo_map_set(tempi, from.count, 120, KORA_TICKS_PER_QUARTER, NULL));
-    if (kora_tempo_map_set(tempi, from.count, 2000, KORA_TICKS_PER_QUARTER, &result) == KORA_REFUSED)
-        printf("  2000 is refused, %.0f would do\n", result.nearest);
+    if (kora_tempo_map_set(tempi, from.count, 2000, KORA_TICKS_PER_QUARTER, &result) ==
+        KORA_REFUSED)
+        printf("  2000 is refused, %.0f is the nearest\n", result.nearest);
     must(kora_history_end(history, "Slower from bar 5", 0));
 
     must(kora_history_step_name(history, 0, name, sizeof name, &size));
@@ -174,8 +177,8 @@ static void snap(kora_song* song)
 
     must(kora_grid_new(song, "1/8t", 0, &grid)); /* triplets, no swing */
     must(kora_grid_find(grid, clicked, KORA_SEARCH_NEAREST, &line));
-    printf("sample 120000 snaps to %" PRId64 ", %" PRId32 "|%" PRId32 "|%" PRId64 "\n", line.sample,
-           line.position.bar, line.position.beat, line.position.ticks);
+    printf("sample 120000 snaps to %" PRId64 ", %" PRId32 "|%" PRId32 "|%" PRId64 "\n",
+           line.sample, line.position.bar, line.position.beat, line.position.ticks);
     kora_release(grid);
 }
 /*! [grid] */
@@ -214,9 +217,11 @@ static void draw_line(void* user, const kora_ruler_line* line)
 
 static void show_ruler(kora_song* song)
 {
+    /* Lines 2 characters apart or more, major ones 4, and 2 between labels. */
     const kora_ruler_options options = {
         sizeof options, KORA_FORM_BARS, KORA_FILM_35MM, KORA_AXIS_TIME, 2, 4, 2};
-    const kora_time begin = {0, KORA_SAMPLES, 0}, end = {1058400, KORA_SAMPLES, 0}; /* 24 seconds */
+    const kora_time begin = {0, KORA_SAMPLES, 0},
+                    end = {1058400, KORA_SAMPLES, 0}; /* 24 seconds */
     kora_ruler* ruler = NULL;
     picture to = {"", ""};
 

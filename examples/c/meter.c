@@ -59,8 +59,10 @@ static void draw(kora_name* bus)
     thread* audio;
 
     must(kora_receiver_new(KORA_RECEIVER_WAITS, &receiver));
-    must(kora_listener_new(receiver, bus, LEVEL, 0, KORA_LISTEN_ALL, take_level, &history, &every));
-    must(kora_listener_new(receiver, bus, LEVEL, 0, KORA_LISTEN_NEWEST, take_level, &meter, &newest));
+    must(kora_listener_new(receiver, bus, LEVEL, 0, KORA_LISTEN_ALL, take_level, &history,
+                           &every));
+    must(kora_listener_new(receiver, bus, LEVEL, 0, KORA_LISTEN_NEWEST, take_level, &meter,
+                           &newest));
     audio = thread_start(play, bus);
     while (audio != NULL && history.last.block < BLOCKS) {
         kora_receiver_wait(receiver, 100); /* milliseconds; a window's timer needs no wait */
@@ -68,10 +70,10 @@ static void draw(kora_name* bus)
     }
     if (audio != NULL) thread_join(audio);
     must(kora_receiver_process(receiver, 0, NULL)); /* what is left */
-    printf("history: %" PRId32 " levels, %" PRId32 " in order, the last is %.2f\n", history.count,
-           history.in_order, history.last.peak);
-    printf("meter: %s, the last is %.2f\n", meter.count == meter.in_order ? "in order" : "out of order",
-           meter.last.peak);
+    printf("history: %" PRId32 " levels, %" PRId32 " in order, the last is %.2f\n",
+           history.count, history.in_order, history.last.peak);
+    printf("meter: %s, the last is %.2f\n",
+           meter.count == meter.in_order ? "in order" : "out of order", meter.last.peak);
     kora_release(newest); /* its handler is not called any more */
     kora_release(every);
     kora_release(receiver);

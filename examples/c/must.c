@@ -4,7 +4,7 @@
 #include <stdlib.h>
 
 /*! [errors] */
-/* The text has the file and the byte where there are any; error.file and error.offset have them for the program. */
+/* The text has the file and the byte where there are any; error.file and error.offset too. */
 void show_error(void)
 {
     kora_error error = {sizeof error, KORA_OK, -1, NULL, NULL};
