@@ -150,19 +150,218 @@ pub struct kora_key {
     pub accidentals: u8,
     pub reserved: [u8; 5usize],
 }
-pub const KORA_TIMECODE_24: _bindgen_ty_4 = 1;
-pub const KORA_TIMECODE_25: _bindgen_ty_4 = 2;
-pub const KORA_TIMECODE_29_97: _bindgen_ty_4 = 3;
-pub const KORA_TIMECODE_29_97_DROP: _bindgen_ty_4 = 5;
-pub const KORA_TIMECODE_30: _bindgen_ty_4 = 7;
-pub const KORA_TIMECODE_30_DROP: _bindgen_ty_4 = 8;
-pub const KORA_TIMECODE_23_976: _bindgen_ty_4 = 9;
-pub const KORA_TIMECODE_50: _bindgen_ty_4 = 10;
-pub const KORA_TIMECODE_59_94: _bindgen_ty_4 = 11;
-pub const KORA_TIMECODE_59_94_DROP: _bindgen_ty_4 = 12;
-pub const KORA_TIMECODE_60: _bindgen_ty_4 = 13;
-pub const KORA_TIMECODE_60_DROP: _bindgen_ty_4 = 14;
+#[repr(C)]
+#[derive(Debug, Copy, Clone)]
+pub struct kora_document {
+    _unused: [u8; 0],
+}
+extern "C" {
+    pub fn kora_document_open(
+        path: *const ::std::os::raw::c_char,
+        out: *mut *mut kora_document,
+    ) -> kora_status;
+}
+extern "C" {
+    pub fn kora_document_read_bytes(
+        bytes: *const ::std::os::raw::c_void,
+        size: usize,
+        out: *mut *mut kora_document,
+    ) -> kora_status;
+}
+extern "C" {
+    pub fn kora_document_create(
+        path: *const ::std::os::raw::c_char,
+        out: *mut *mut kora_document,
+    ) -> kora_status;
+}
+extern "C" {
+    pub fn kora_document_create_in_memory(out: *mut *mut kora_document) -> kora_status;
+}
+extern "C" {
+    pub fn kora_document_commit(document: *mut kora_document) -> kora_status;
+}
+extern "C" {
+    pub fn kora_document_get_bytes(
+        document: *mut kora_document,
+        buffer: *mut ::std::os::raw::c_void,
+        capacity: usize,
+        size: *mut usize,
+    ) -> kora_status;
+}
+extern "C" {
+    pub fn kora_document_begin(
+        document: *mut kora_document,
+        type_: i32,
+        version: i32,
+        description: *const ::std::os::raw::c_char,
+    ) -> kora_status;
+}
+extern "C" {
+    pub fn kora_document_begin_list(
+        document: *mut kora_document,
+        type_: i32,
+        version: i32,
+        description: *const ::std::os::raw::c_char,
+        count: i32,
+    ) -> kora_status;
+}
+extern "C" {
+    pub fn kora_document_begin_item(
+        document: *mut kora_document,
+        description: *const ::std::os::raw::c_char,
+    ) -> kora_status;
+}
+extern "C" {
+    pub fn kora_document_end(document: *mut kora_document) -> kora_status;
+}
+pub const KORA_UINT8: _bindgen_ty_4 = 0;
+pub const KORA_INT16: _bindgen_ty_4 = 1;
+pub const KORA_UINT16: _bindgen_ty_4 = 2;
+pub const KORA_INT32: _bindgen_ty_4 = 3;
+pub const KORA_UINT32: _bindgen_ty_4 = 4;
+pub const KORA_INT64: _bindgen_ty_4 = 5;
+pub const KORA_FLOAT64: _bindgen_ty_4 = 6;
 pub type _bindgen_ty_4 = ::std::os::raw::c_uint;
+extern "C" {
+    pub fn kora_document_write(
+        document: *mut kora_document,
+        kind: i32,
+        values: *const ::std::os::raw::c_void,
+        count: usize,
+    ) -> kora_status;
+}
+extern "C" {
+    pub fn kora_document_write_text(
+        document: *mut kora_document,
+        text: *const ::std::os::raw::c_char,
+    ) -> kora_status;
+}
+pub const KORA_NO_ITEM: _bindgen_ty_5 = -1;
+pub type _bindgen_ty_5 = ::std::os::raw::c_int;
+#[repr(C)]
+#[derive(Debug, Copy, Clone)]
+pub struct kora_step {
+    pub type_: i32,
+    pub item: i32,
+}
+extern "C" {
+    pub fn kora_document_enter(
+        document: *mut kora_document,
+        steps: *const kora_step,
+        depth: usize,
+        version: *mut i32,
+    ) -> kora_status;
+}
+extern "C" {
+    pub fn kora_document_enter_next(
+        document: *mut kora_document,
+        type_: i32,
+        version: *mut i32,
+    ) -> kora_status;
+}
+extern "C" {
+    pub fn kora_document_next_type(document: *mut kora_document, out: *mut i32) -> kora_status;
+}
+extern "C" {
+    pub fn kora_document_enter_list(document: *mut kora_document, count: *mut i32) -> kora_status;
+}
+extern "C" {
+    pub fn kora_document_go_to_item(document: *mut kora_document, item: i32) -> kora_status;
+}
+extern "C" {
+    pub fn kora_document_leave(document: *mut kora_document) -> kora_status;
+}
+extern "C" {
+    pub fn kora_document_read(
+        document: *mut kora_document,
+        kind: i32,
+        values: *mut ::std::os::raw::c_void,
+        count: usize,
+    ) -> kora_status;
+}
+extern "C" {
+    pub fn kora_document_read_text(
+        document: *mut kora_document,
+        buffer: *mut ::std::os::raw::c_char,
+        capacity: usize,
+        size: *mut usize,
+    ) -> kora_status;
+}
+extern "C" {
+    pub fn kora_document_bytes_left(document: *mut kora_document, out: *mut i64) -> kora_status;
+}
+extern "C" {
+    pub fn kora_document_key_count(document: *mut kora_document, out: *mut usize) -> kora_status;
+}
+extern "C" {
+    pub fn kora_document_get_key(
+        document: *mut kora_document,
+        index: usize,
+        steps: *mut kora_step,
+        capacity: usize,
+        depth: *mut usize,
+        items: *mut i32,
+    ) -> kora_status;
+}
+extern "C" {
+    pub fn kora_document_get_description(
+        document: *mut kora_document,
+        index: usize,
+        item: i32,
+        buffer: *mut ::std::os::raw::c_char,
+        capacity: usize,
+        size: *mut usize,
+    ) -> kora_status;
+}
+extern "C" {
+    pub fn kora_song_read_document(
+        document: *mut kora_document,
+        out: *mut *mut kora_song,
+    ) -> kora_status;
+}
+extern "C" {
+    pub fn kora_song_write_document(
+        song: *mut kora_song,
+        document: *mut kora_document,
+    ) -> kora_status;
+}
+pub type kora_fault_handler = ::std::option::Option<
+    unsafe extern "C" fn(
+        user: *mut ::std::os::raw::c_void,
+        offset: i64,
+        text: *const ::std::os::raw::c_char,
+    ),
+>;
+extern "C" {
+    pub fn kora_document_check(
+        path: *const ::std::os::raw::c_char,
+        handler: kora_fault_handler,
+        user: *mut ::std::os::raw::c_void,
+        faults: *mut usize,
+    ) -> kora_status;
+}
+extern "C" {
+    pub fn kora_document_repair(
+        from: *const ::std::os::raw::c_char,
+        to: *const ::std::os::raw::c_char,
+        handler: kora_fault_handler,
+        user: *mut ::std::os::raw::c_void,
+        recovered: *mut usize,
+    ) -> kora_status;
+}
+pub const KORA_TIMECODE_24: _bindgen_ty_6 = 1;
+pub const KORA_TIMECODE_25: _bindgen_ty_6 = 2;
+pub const KORA_TIMECODE_29_97: _bindgen_ty_6 = 3;
+pub const KORA_TIMECODE_29_97_DROP: _bindgen_ty_6 = 5;
+pub const KORA_TIMECODE_30: _bindgen_ty_6 = 7;
+pub const KORA_TIMECODE_30_DROP: _bindgen_ty_6 = 8;
+pub const KORA_TIMECODE_23_976: _bindgen_ty_6 = 9;
+pub const KORA_TIMECODE_50: _bindgen_ty_6 = 10;
+pub const KORA_TIMECODE_59_94: _bindgen_ty_6 = 11;
+pub const KORA_TIMECODE_59_94_DROP: _bindgen_ty_6 = 12;
+pub const KORA_TIMECODE_60: _bindgen_ty_6 = 13;
+pub const KORA_TIMECODE_60_DROP: _bindgen_ty_6 = 14;
+pub type _bindgen_ty_6 = ::std::os::raw::c_uint;
 extern "C" {
     pub fn kora_set_session(sample_rate: f64, timecode_format: i32) -> kora_status;
 }
@@ -176,7 +375,7 @@ extern "C" {
     ) -> kora_status;
 }
 extern "C" {
-    pub fn kora_song_read_midi(
+    pub fn kora_song_read_bytes(
         bytes: *const ::std::os::raw::c_void,
         size: usize,
         out: *mut *mut kora_song,
@@ -194,6 +393,12 @@ extern "C" {
         size: *mut usize,
     ) -> kora_status;
 }
+extern "C" {
+    pub fn kora_song_export(
+        song: *mut kora_song,
+        path: *const ::std::os::raw::c_char,
+    ) -> kora_status;
+}
 #[repr(C)]
 #[derive(Debug, Copy, Clone)]
 pub struct kora_song_info {
@@ -206,9 +411,9 @@ pub struct kora_song_info {
 extern "C" {
     pub fn kora_song_get_info(song: *mut kora_song, out: *mut kora_song_info) -> kora_status;
 }
-pub const KORA_CHANGED_TEMPI: _bindgen_ty_5 = 1;
-pub const KORA_CHANGED_METERS: _bindgen_ty_5 = 2;
-pub type _bindgen_ty_5 = ::std::os::raw::c_uint;
+pub const KORA_CHANGED_TEMPI: _bindgen_ty_7 = 1;
+pub const KORA_CHANGED_METERS: _bindgen_ty_7 = 2;
+pub type _bindgen_ty_7 = ::std::os::raw::c_uint;
 pub type kora_song_listener = ::std::option::Option<
     unsafe extern "C" fn(user: *mut ::std::os::raw::c_void, song: *mut kora_song, what: u32),
 >;
@@ -367,19 +572,19 @@ extern "C" {
         count: usize,
     ) -> kora_status;
 }
-pub const KORA_FORM_SAMPLES: _bindgen_ty_6 = 0;
-pub const KORA_FORM_TICKS: _bindgen_ty_6 = 1;
-pub const KORA_FORM_FRAMES: _bindgen_ty_6 = 2;
-pub const KORA_FORM_BARS: _bindgen_ty_6 = 3;
-pub const KORA_FORM_BARS_EXACT: _bindgen_ty_6 = 4;
-pub const KORA_FORM_TIMECODE: _bindgen_ty_6 = 5;
-pub const KORA_FORM_SUBFRAMES: _bindgen_ty_6 = 6;
-pub const KORA_FORM_MINSEC: _bindgen_ty_6 = 7;
-pub const KORA_FORM_FEET: _bindgen_ty_6 = 8;
-pub type _bindgen_ty_6 = ::std::os::raw::c_uint;
-pub const KORA_FILM_35MM: _bindgen_ty_7 = 16;
-pub const KORA_FILM_16MM: _bindgen_ty_7 = 40;
-pub type _bindgen_ty_7 = ::std::os::raw::c_uint;
+pub const KORA_FORM_SAMPLES: _bindgen_ty_8 = 0;
+pub const KORA_FORM_TICKS: _bindgen_ty_8 = 1;
+pub const KORA_FORM_FRAMES: _bindgen_ty_8 = 2;
+pub const KORA_FORM_BARS: _bindgen_ty_8 = 3;
+pub const KORA_FORM_BARS_EXACT: _bindgen_ty_8 = 4;
+pub const KORA_FORM_TIMECODE: _bindgen_ty_8 = 5;
+pub const KORA_FORM_SUBFRAMES: _bindgen_ty_8 = 6;
+pub const KORA_FORM_MINSEC: _bindgen_ty_8 = 7;
+pub const KORA_FORM_FEET: _bindgen_ty_8 = 8;
+pub type _bindgen_ty_8 = ::std::os::raw::c_uint;
+pub const KORA_FILM_35MM: _bindgen_ty_9 = 16;
+pub const KORA_FILM_16MM: _bindgen_ty_9 = 40;
+pub type _bindgen_ty_9 = ::std::os::raw::c_uint;
 extern "C" {
     pub fn kora_format_new(
         song: *mut kora_song,
@@ -405,17 +610,17 @@ extern "C" {
         out: *mut kora_time,
     ) -> kora_status;
 }
-pub const KORA_EDIT_DONE: _bindgen_ty_8 = 0;
-pub const KORA_EDIT_EMPTY_RANGE: _bindgen_ty_8 = 1;
-pub const KORA_EDIT_OUT_OF_LIMITS: _bindgen_ty_8 = 2;
-pub const KORA_EDIT_LOCKED: _bindgen_ty_8 = 3;
-pub const KORA_EDIT_BEFORE_SONG_START: _bindgen_ty_8 = 4;
-pub const KORA_EDIT_LOCK_ORDER: _bindgen_ty_8 = 5;
-pub const KORA_EDIT_NO_LOCK: _bindgen_ty_8 = 6;
-pub const KORA_EDIT_TOO_MANY_STEPS: _bindgen_ty_8 = 7;
-pub const KORA_EDIT_INSIDE_RANGE: _bindgen_ty_8 = 8;
-pub const KORA_EDIT_NO_SUCH_BEAT: _bindgen_ty_8 = 9;
-pub type _bindgen_ty_8 = ::std::os::raw::c_uint;
+pub const KORA_EDIT_DONE: _bindgen_ty_10 = 0;
+pub const KORA_EDIT_EMPTY_RANGE: _bindgen_ty_10 = 1;
+pub const KORA_EDIT_OUT_OF_LIMITS: _bindgen_ty_10 = 2;
+pub const KORA_EDIT_LOCKED: _bindgen_ty_10 = 3;
+pub const KORA_EDIT_BEFORE_SONG_START: _bindgen_ty_10 = 4;
+pub const KORA_EDIT_LOCK_ORDER: _bindgen_ty_10 = 5;
+pub const KORA_EDIT_NO_LOCK: _bindgen_ty_10 = 6;
+pub const KORA_EDIT_TOO_MANY_STEPS: _bindgen_ty_10 = 7;
+pub const KORA_EDIT_INSIDE_RANGE: _bindgen_ty_10 = 8;
+pub const KORA_EDIT_NO_SUCH_BEAT: _bindgen_ty_10 = 9;
+pub type _bindgen_ty_10 = ::std::os::raw::c_uint;
 #[repr(C)]
 #[derive(Debug, Copy, Clone)]
 pub struct kora_edit_result {
@@ -432,10 +637,10 @@ extern "C" {
         result: *mut kora_edit_result,
     ) -> kora_status;
 }
-pub const KORA_CURVE_BARS: _bindgen_ty_9 = 0;
-pub const KORA_CURVE_LINEAR: _bindgen_ty_9 = 1;
-pub const KORA_CURVE_S: _bindgen_ty_9 = 2;
-pub type _bindgen_ty_9 = ::std::os::raw::c_uint;
+pub const KORA_CURVE_BARS: _bindgen_ty_11 = 0;
+pub const KORA_CURVE_LINEAR: _bindgen_ty_11 = 1;
+pub const KORA_CURVE_S: _bindgen_ty_11 = 2;
+pub type _bindgen_ty_11 = ::std::os::raw::c_uint;
 extern "C" {
     pub fn kora_tempo_map_ramp(
         map: *mut kora_tempo_map,
@@ -573,15 +778,15 @@ extern "C" {
 pub struct kora_grid {
     _unused: [u8; 0],
 }
-pub const KORA_LINE_BAR: _bindgen_ty_10 = 0;
-pub const KORA_LINE_BEAT: _bindgen_ty_10 = 1;
-pub const KORA_LINE_SUB: _bindgen_ty_10 = 2;
-pub const KORA_LINE_FINE: _bindgen_ty_10 = 3;
-pub const KORA_LINE_FOOT: _bindgen_ty_10 = 4;
-pub const KORA_LINE_SECOND: _bindgen_ty_10 = 5;
-pub const KORA_LINE_MINUTE: _bindgen_ty_10 = 6;
-pub const KORA_LINE_HOUR: _bindgen_ty_10 = 7;
-pub type _bindgen_ty_10 = ::std::os::raw::c_uint;
+pub const KORA_LINE_BAR: _bindgen_ty_12 = 0;
+pub const KORA_LINE_BEAT: _bindgen_ty_12 = 1;
+pub const KORA_LINE_SUB: _bindgen_ty_12 = 2;
+pub const KORA_LINE_FINE: _bindgen_ty_12 = 3;
+pub const KORA_LINE_FOOT: _bindgen_ty_12 = 4;
+pub const KORA_LINE_SECOND: _bindgen_ty_12 = 5;
+pub const KORA_LINE_MINUTE: _bindgen_ty_12 = 6;
+pub const KORA_LINE_HOUR: _bindgen_ty_12 = 7;
+pub type _bindgen_ty_12 = ::std::os::raw::c_uint;
 #[repr(C)]
 #[derive(Debug, Copy, Clone)]
 pub struct kora_grid_line {
@@ -600,11 +805,11 @@ extern "C" {
         out: *mut *mut kora_grid,
     ) -> kora_status;
 }
-pub const KORA_CLOCK_SAMPLES: _bindgen_ty_11 = 0;
-pub const KORA_CLOCK_MILLISECONDS: _bindgen_ty_11 = 1;
-pub const KORA_CLOCK_TIMECODE: _bindgen_ty_11 = 2;
-pub const KORA_CLOCK_FILM: _bindgen_ty_11 = 3;
-pub type _bindgen_ty_11 = ::std::os::raw::c_uint;
+pub const KORA_CLOCK_SAMPLES: _bindgen_ty_13 = 0;
+pub const KORA_CLOCK_MILLISECONDS: _bindgen_ty_13 = 1;
+pub const KORA_CLOCK_TIMECODE: _bindgen_ty_13 = 2;
+pub const KORA_CLOCK_FILM: _bindgen_ty_13 = 3;
+pub type _bindgen_ty_13 = ::std::os::raw::c_uint;
 extern "C" {
     pub fn kora_grid_new_by_clock(
         song: *mut kora_song,
@@ -614,12 +819,12 @@ extern "C" {
         out: *mut *mut kora_grid,
     ) -> kora_status;
 }
-pub const KORA_SEARCH_BEFORE: _bindgen_ty_12 = 0;
-pub const KORA_SEARCH_AT_OR_BEFORE: _bindgen_ty_12 = 1;
-pub const KORA_SEARCH_NEAREST: _bindgen_ty_12 = 2;
-pub const KORA_SEARCH_AT_OR_AFTER: _bindgen_ty_12 = 3;
-pub const KORA_SEARCH_AFTER: _bindgen_ty_12 = 4;
-pub type _bindgen_ty_12 = ::std::os::raw::c_uint;
+pub const KORA_SEARCH_BEFORE: _bindgen_ty_14 = 0;
+pub const KORA_SEARCH_AT_OR_BEFORE: _bindgen_ty_14 = 1;
+pub const KORA_SEARCH_NEAREST: _bindgen_ty_14 = 2;
+pub const KORA_SEARCH_AT_OR_AFTER: _bindgen_ty_14 = 3;
+pub const KORA_SEARCH_AFTER: _bindgen_ty_14 = 4;
+pub type _bindgen_ty_14 = ::std::os::raw::c_uint;
 extern "C" {
     pub fn kora_grid_find(
         grid: *mut kora_grid,
@@ -643,9 +848,9 @@ extern "C" {
 pub struct kora_ruler {
     _unused: [u8; 0],
 }
-pub const KORA_AXIS_TIME: _bindgen_ty_13 = 0;
-pub const KORA_AXIS_BARS: _bindgen_ty_13 = 1;
-pub type _bindgen_ty_13 = ::std::os::raw::c_uint;
+pub const KORA_AXIS_TIME: _bindgen_ty_15 = 0;
+pub const KORA_AXIS_BARS: _bindgen_ty_15 = 1;
+pub type _bindgen_ty_15 = ::std::os::raw::c_uint;
 #[repr(C)]
 #[derive(Debug, Copy, Clone)]
 pub struct kora_ruler_options {
@@ -762,8 +967,8 @@ extern "C" {
 extern "C" {
     pub fn kora_name_disconnect(a: *mut kora_name, b: *mut kora_name) -> kora_status;
 }
-pub const KORA_TOKEN_BYTES: _bindgen_ty_14 = 1024;
-pub type _bindgen_ty_14 = ::std::os::raw::c_uint;
+pub const KORA_TOKEN_BYTES: _bindgen_ty_16 = 1024;
+pub type _bindgen_ty_16 = ::std::os::raw::c_uint;
 extern "C" {
     pub fn kora_send(
         name: *mut kora_name,
@@ -790,9 +995,9 @@ pub type kora_token_handler = ::std::option::Option<
 pub struct kora_receiver {
     _unused: [u8; 0],
 }
-pub const KORA_RECEIVER_AUDIO: _bindgen_ty_15 = 1;
-pub const KORA_RECEIVER_WAITS: _bindgen_ty_15 = 2;
-pub type _bindgen_ty_15 = ::std::os::raw::c_uint;
+pub const KORA_RECEIVER_AUDIO: _bindgen_ty_17 = 1;
+pub const KORA_RECEIVER_WAITS: _bindgen_ty_17 = 2;
+pub type _bindgen_ty_17 = ::std::os::raw::c_uint;
 extern "C" {
     pub fn kora_receiver_new(flags: u32, out: *mut *mut kora_receiver) -> kora_status;
 }
@@ -801,9 +1006,9 @@ extern "C" {
 pub struct kora_listener {
     _unused: [u8; 0],
 }
-pub const KORA_LISTEN_ALL: _bindgen_ty_16 = 0;
-pub const KORA_LISTEN_NEWEST: _bindgen_ty_16 = 1;
-pub type _bindgen_ty_16 = ::std::os::raw::c_uint;
+pub const KORA_LISTEN_ALL: _bindgen_ty_18 = 0;
+pub const KORA_LISTEN_NEWEST: _bindgen_ty_18 = 1;
+pub type _bindgen_ty_18 = ::std::os::raw::c_uint;
 extern "C" {
     pub fn kora_listener_new(
         receiver: *mut kora_receiver,
