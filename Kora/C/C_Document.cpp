@@ -2,6 +2,7 @@
 #include "Kora/C/C_Document_p.h"
 #include "Kora/C/C_Give_p.h"
 #include "Kora/C/C_Song_p.h"
+#include "Kora/FF/Document/FF_Document_TOC.h"
 #include "Kora/FF/Rescue/FF_DocumentCheck.h"
 #include "Kora/FF/Rescue/FF_DocumentRepair.h"
 
@@ -11,6 +12,8 @@ namespace {
 
 // Stands in messages where a file's name would.
 constexpr char cInMemory[] = "a document in memory";
+constexpr Cmn_Int16 cSongTypes[] = {FF_TimeMaps::eStreamType_MeterMap, FF_TimeMaps::eStreamType_TempoMap,
+                                    FF_TimeMaps::eStreamType_KeyMap, FF_TimeMaps::eStreamType_SongInfo};
 
 std::unique_ptr<FF_Document> MakeDocument(const char* iPath)
 {
@@ -80,8 +83,7 @@ void kora_document::Open(std::string iBytes)
 
 void kora_document::Create(const char* iPath)
 {
-    mSave =
-        std::make_unique<FF_SafeSave>(Sys_FileLoc(iPath));
+    mSave = std::make_unique<FF_SafeSave>(Sys_FileLoc(iPath));
     Begin(mSave->GetDocument(), Sys_Store::eOpenFlag_New);
 }
 
@@ -183,6 +185,9 @@ kora_status kora_song_write_document(kora_song* song, kora_document* document)
         kora_document& to = C_Get(document, "document");
         FF_Document& target = to.ToWrite();
         C_Require(to.mWriting.empty(), "a stream has not ended", KORA_REFUSED);
+        for (const Cmn_Int16 type : cSongTypes)
+            C_Require(target.GetTOC().Find(FF_Document::TOCKey(type)) == FF_Document::TOC::cNone,
+                      "the document has a song, or a stream of its types", KORA_REFUSED);
         from.CheckPlaces();
         from.Write(target);
     });

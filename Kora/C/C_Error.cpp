@@ -166,14 +166,13 @@ const char* kora_status_name(kora_status status)
 
 kora_status kora_set_assert_handler(kora_assert_handler handler, void* user)
 {
-    return C_Guard([&] {
-        {
-            const std::lock_guard lock(sHandlerMutex);
-            sHandler = handler;
-            sHandlerUser = user;
-        }
-        Cmn_Assert::SetHandler(handler != nullptr ? &HandleAssert : nullptr);
-    });
+    {
+        const std::lock_guard lock(sHandlerMutex);
+        sHandler = handler;
+        sHandlerUser = user;
+    }
+    Cmn_Assert::SetHandler(handler != nullptr ? &HandleAssert : nullptr);
+    return KORA_OK;
 }
 
 kora_status kora_retain(void* handle)

@@ -74,7 +74,8 @@ kora_status kora_format_read(kora_format* format, int32_t form, const char* text
         kora_time& result = C_Out(out, "out");
         Time_Typed time;
         const char* whyNot = "no time";
-        C_Require(of.FromText(as, text, time, &whyNot), whyNot, KORA_REFUSED);
+        const bool isTime = of.FromText(as, text, time, &whyNot); // first: it says why not
+        C_Require(isTime, whyNot, KORA_REFUSED);
         result = C_TimeOf(time);
     });
 }

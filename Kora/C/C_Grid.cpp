@@ -139,7 +139,8 @@ kora_status kora_grid_new(kora_song* song, const char* division, int32_t swing, 
         C_Require(swing >= 0 && swing < Time_GridDivision::cWholeSwing, "swing is not between 0 and 959");
         Time_GridDivision by;
         const char* whyNot = "no division";
-        C_Require(by.FromText(division, &whyNot), whyNot, KORA_REFUSED);
+        const bool isDivision = by.FromText(division, &whyNot); // first: it says why not
+        C_Require(isDivision, whyNot, KORA_REFUSED);
         grid = new kora_grid(of, by.WithSwing(swing));
     });
 }

@@ -5,7 +5,6 @@
 #include "Kora/Ndo/Ndo_Operation.h"
 #include "Kora/Ndo/Ndo_StOperationRecorder.h"
 
-#include <cstring>
 #include <memory>
 #include <optional>
 #include <string>
@@ -28,6 +27,7 @@ struct kora_history : C_Handle
         if (!mRecorder) return;
         mRecorder.reset();
         mSong->mIsRecorded = false;
+        mSong->TellKeys();
     }
     Ndo_StOperationRecorder& Recorder()
     {
@@ -87,6 +87,7 @@ kora_status kora_history_undo(kora_history* history)
 {
     return C_Guard([&] {
         Ndo_History& of = C_Get(history, "history").Idle();
+        const kora_song::StTellKeys tell(*history->mSong);
         C_Require(of.Undo(), "there is no step to undo", KORA_NOT_FOUND);
     });
 }
@@ -95,6 +96,7 @@ kora_status kora_history_redo(kora_history* history)
 {
     return C_Guard([&] {
         Ndo_History& of = C_Get(history, "history").Idle();
+        const kora_song::StTellKeys tell(*history->mSong);
         C_Require(of.Redo(), "there is no step to redo", KORA_NOT_FOUND);
     });
 }

@@ -207,6 +207,7 @@ kora_status kora_key_map_set(kora_key_map* map, const kora_key* key)
     return C_Guard([&] {
         kora_key_map& edited = C_Get(map, "map");
         Time_KeySignatureMap& keys = edited.ForEdit();
+        const kora_song::StTellKeys tell(*edited.mSong);
         const kora_key& entry = C_Out(key, "key");
         const Time_Tick at = C_Tick(entry.tick, "tick");
         C_Require(at >= edited.mSong->Get().GetStartTick(), "tick is before the song's start", KORA_REFUSED);
@@ -219,7 +220,9 @@ kora_status kora_key_map_set(kora_key_map* map, const kora_key* key)
 kora_status kora_key_map_remove(kora_key_map* map, int64_t tick)
 {
     return C_Guard([&] {
-        Time_KeySignatureMap& keys = C_Get(map, "map").ForEdit();
+        kora_key_map& edited = C_Get(map, "map");
+        Time_KeySignatureMap& keys = edited.ForEdit();
+        const kora_song::StTellKeys tell(*edited.mSong);
         long index = 0;
         if (!keys.GetIndexAtTick(Time_Tick(tick), index)) ThrowNotFound();
         keys.remove(index);
@@ -229,7 +232,9 @@ kora_status kora_key_map_remove(kora_key_map* map, int64_t tick)
 kora_status kora_key_map_clear(kora_key_map* map, int64_t from, int64_t to)
 {
     return C_Guard([&] {
-        Time_KeySignatureMap& keys = C_Get(map, "map").ForEdit();
+        kora_key_map& edited = C_Get(map, "map");
+        Time_KeySignatureMap& keys = edited.ForEdit();
+        const kora_song::StTellKeys tell(*edited.mSong);
         C_CheckRange(from, to);
         keys.Erase(Time_Tick(from), Time_Tick(to));
     });

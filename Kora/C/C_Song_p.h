@@ -27,6 +27,29 @@ struct kora_song : C_Handle
     // Asserts nothing and throws where another history, or someone else's recorder, would get the edit.
     void CheckMayEdit() const;
     void SetListener(kora_song_listener iListener, void* iUser);
+    // The key map has no listeners of its own: whoever may have edited it says so here.
+    void TellKeys()
+    {
+        Time_KeySignatureMap& keys = mSong.GetKeyMap();
+        if (!keys.IsModified()) return;
+        keys.SetModified(false);
+        Tell(KORA_CHANGED_KEYS);
+    }
+    // Says so at the end of a scope.
+    class [[nodiscard]] StTellKeys
+    {
+    public:
+        explicit StTellKeys(kora_song& ioSong)
+            : mSong(ioSong)
+        {
+        }
+        ~StTellKeys() { mSong.TellKeys(); }
+        StTellKeys(const StTellKeys&) = delete;
+        StTellKeys& operator=(const StTellKeys&) = delete;
+
+    private:
+        kora_song& mSong;
+    };
 
     bool mIsRecorded = false; // by its history
 
@@ -96,6 +119,7 @@ kora_song* C_MakeSong(const Fill& iFill)
     const Ndo_StDisableRecording disabled;
     std::unique_ptr<kora_song, Discard> song(new kora_song);
     iFill(song->Get());
+    song->Get().GetKeyMap().SetModified(false);
     return song.release();
 }
 

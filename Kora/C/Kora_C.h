@@ -20,11 +20,12 @@
  *             another kind and values out of range are refused. No C++ exception leaves the library.
  * Ownership:  what ends in _new, _open, _read or gives a handle through its last argument hands out one reference:
  *             kora_release takes it back, kora_retain adds one. A handle keeps alive what it depends on: a map its
- *             song, a history its song. A handle that was released for the last time must not be used.
+ *             song, a history its song. A handle that was released for the last time must not be used. All are
+ *             released before the last kora_free: behind it kora_release is KORA_NOT_STARTED.
  * Threads:    references count on any thread. A song with its maps, history and formats belongs to one thread at a
  *             time, and all recording and undoing in the process to one thread. The last error is each thread's own.
- * Process:    shared by all in the process are: kora_init's count, kora_set_session, kora_set_assert_handler, and
- *             which history records. Nothing else is.
+ * Process:    shared by all in the process are: kora_init's count, kora_set_session, kora_set_assert_handler, the tree
+ *             of names, and which history records. Nothing else is.
  * Layout:     positions and entries are structs of fixed size. Structs that later versions may lengthen begin with
  *             their size, which the caller sets to sizeof the struct as he knows it.
  * Arrays:     a bulk call steps from element to element by a stride in bytes, so that a column of the host's own

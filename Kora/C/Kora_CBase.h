@@ -59,8 +59,8 @@ KORA_API const char* kora_last_error_text(void);
 /* "wrong handle"; never null, whatever the number. */
 KORA_API const char* kora_status_name(kora_status status);
 
-/* What the library's own assertions report: the broken expression with its source, and the line. It may run on any
- * thread. Null gives them back to stderr, each place once. */
+/* What the library's own assertions report: the broken expression with its source, and the line. Needs no kora_init,
+ * and stays when the library ends. It may run on any thread. Null gives them back to stderr, each place once. */
 typedef void (*kora_assert_handler)(void* user, const char* text, int32_t line);
 KORA_API kora_status kora_set_assert_handler(kora_assert_handler handler, void* user);
 

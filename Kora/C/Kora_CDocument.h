@@ -138,8 +138,8 @@ KORA_API kora_status kora_document_get_description(kora_document* document, size
 
 /* The song of a document that is open to read, in which nothing is entered. */
 KORA_API kora_status kora_song_read_document(kora_document* document, kora_song** out);
-/* Writes it as streams 16, 17, 18 and 32, outermost. KORA_BAD_FILE, with nothing written, for a song that could not be
- * read again (kora_song_save). */
+/* Writes it as streams 16, 17, 18 and 32, outermost; refused where one of them is there. KORA_BAD_FILE, with nothing
+ * written, for a song that could not be read again (kora_song_save). */
 KORA_API kora_status kora_song_write_document(kora_song* song, kora_document* document);
 
 /* ---- Damage ----------------------------------------------------------------------------------------------------- */

@@ -79,8 +79,8 @@ typedef struct kora_ruler_options
     int32_t form;  /* KORA_FORM_BARS, _TIMECODE, _MINSEC, _SAMPLES or _FEET */
     int32_t film;  /* for feet */
     int32_t axis;
-    double
-        lines; /* least distances in pixels: of lines, of major ones, of a label's end to the next; 0: 6, 36, 8 */
+    /* Least distances in pixels: of lines, of major ones, of a label's end to the next; 0: 6, 36, 8. */
+    double lines;
     double majors;
     double label_gap;
 } kora_ruler_options;
@@ -108,15 +108,17 @@ KORA_API kora_status kora_ruler_to_pixel(kora_ruler* ruler, kora_time time, doub
 /* The nearest sample or tick of the axis, in any unit. */
 KORA_API kora_status kora_ruler_to_time(kora_ruler* ruler, double pixel, uint32_t unit, kora_time* out);
 
+/* The library makes them; later versions may add to their end. The label, which is "" for none, is there until the
+ * callback returns; it begins at the line and has its room to the right. */
 typedef struct kora_ruler_line
 {
     int64_t pixel;  /* the nearest */
     kora_time time; /* ticks of bars, samples of the other forms */
-    const char*
-        label; /* until the callback returns; "" for none. It begins at the line and has its room to the right */
+    const char* label;
     uint32_t label_size;
     int32_t is_major;
 } kora_ruler_line;
+typedef char kora_check_ruler_line[offsetof(kora_ruler_line, is_major) == 28 + sizeof(void*) ? 1 : -1];
 
 typedef void (*kora_ruler_take)(void* user, const kora_ruler_line* line);
 

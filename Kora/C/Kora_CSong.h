@@ -60,8 +60,8 @@ typedef struct kora_song_info
 
 KORA_API kora_status kora_song_get_info(kora_song* song, kora_song_info* out);
 
-/* Told behind every edit of the song's tempi or meters, undo and redo included. One a song; null ends it. */
-enum { KORA_CHANGED_TEMPI = 1, KORA_CHANGED_METERS = 2 };
+/* Told behind every edit of the song's tempi, meters or keys, undo and redo included. One a song; null ends it. */
+enum { KORA_CHANGED_TEMPI = 1, KORA_CHANGED_METERS = 2, KORA_CHANGED_KEYS = 4 };
 typedef void (*kora_song_listener)(void* user, kora_song* song, uint32_t what);
 KORA_API kora_status kora_song_set_listener(kora_song* song, kora_song_listener listener, void* user);
 

@@ -52,6 +52,7 @@ KORA_API kora_status kora_send(kora_name* name, uint32_t type, uint32_t subtype,
 
 /* ---- Receiving -------------------------------------------------------------------------------------------------- */
 
+/* The library makes them; later versions may add to their end. */
 typedef struct kora_token
 {
     const void* bytes; /* aligned to 8 bytes, until the handler returns */
@@ -60,6 +61,7 @@ typedef struct kora_token
     uint32_t subtype;
     uint32_t reserved; /* written as 0 */
 } kora_token;
+typedef char kora_check_token[offsetof(kora_token, reserved) == 12 + sizeof(void*) ? 1 : -1];
 typedef void (*kora_token_handler)(void* user, const kora_token* token);
 
 /* A place where tokens wait until a thread handles them. */

@@ -119,7 +119,7 @@ static void show_texts(kora_song* song)
         printf("%s%s", text, i + 1 < sizeof forms / sizeof forms[0] ? "   " : "\n");
     }
     if (kora_format_read(format, KORA_FORM_BARS, "5|4", &time) == KORA_REFUSED)
-        printf("5|4 is refused, bar 5 has three beats\n");
+        printf("5|4: %s\n", kora_last_error_text());
     kora_release(format);
 }
 /*! [texts] */

@@ -413,6 +413,7 @@ extern "C" {
 }
 pub const KORA_CHANGED_TEMPI: _bindgen_ty_7 = 1;
 pub const KORA_CHANGED_METERS: _bindgen_ty_7 = 2;
+pub const KORA_CHANGED_KEYS: _bindgen_ty_7 = 4;
 pub type _bindgen_ty_7 = ::std::os::raw::c_uint;
 pub type kora_song_listener = ::std::option::Option<
     unsafe extern "C" fn(user: *mut ::std::os::raw::c_void, song: *mut kora_song, what: u32),

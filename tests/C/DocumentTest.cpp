@@ -259,6 +259,7 @@ TEST_F(CDocument, ASongStandsBesideTheHostsOwnStreamsAndComesFromMemory)
     ASSERT_EQ(kora_document_begin(to.get(), cNotes, 1, "notes"), KORA_OK);
     EXPECT_EQ(kora_song_write_document(song.get(), to.get()), KORA_REFUSED);
     ASSERT_EQ(kora_document_end(to.get()), KORA_OK);
+    EXPECT_EQ(kora_song_write_document(song.get(), to.get()), KORA_REFUSED); // a second one
     ASSERT_EQ(kora_document_commit(to.get()), KORA_OK);
     const std::string bytes = BytesOf(to.get());
     const auto document = Reading(bytes);

@@ -245,7 +245,10 @@ TEST_F(CEdits, TextsOfAllFormsAreThoseOfTheClassAndComeBack)
     kora_time kept{7, KORA_TICKS, 0};
     EXPECT_EQ(kora_format_read(format.get(), KORA_FORM_BARS, "1|99|000", &kept), KORA_REFUSED);
     EXPECT_EQ(kept.count, 7);
-    EXPECT_STRNE(kora_last_error_text(), "");
+    const char* reason = "";
+    Time_Typed none;
+    EXPECT_FALSE(model.FromText(Time_eForm_Bars, "1|99|000", none, &reason));
+    EXPECT_STREQ(kora_last_error_text(), reason);
     EXPECT_EQ(kora_format_read(format.get(), 9, "1", &kept), KORA_BAD_ARGUMENT);
 }
 

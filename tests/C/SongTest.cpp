@@ -287,7 +287,22 @@ TEST_F(CSong, EditsOfTheMapsAreThoseOfTheClassesOrRefused)
     EXPECT_EQ(told, std::uint32_t{KORA_CHANGED_METERS} | KORA_CHANGED_TEMPI);
     mModel.mTempi.EraseSegments(Time_Tick(cStart + 1), Time_Tick(at));
     const kora_key key{at, 0, 0, 3, {}};
-    ASSERT_EQ(kora_key_map_set(keys.get(), &key), KORA_OK);
+    const auto expectTold = [&](kora_status iStatus, std::uint32_t iWhat, const char* iEdit) {
+        EXPECT_EQ(iStatus, KORA_OK) << iEdit;
+        EXPECT_EQ(told, iWhat) << iEdit;
+        told = 0;
+    };
+    told = 0;
+    const auto history = Made<kora_history>(kora_history_new, mSong.get());
+    ASSERT_EQ(kora_history_begin(history.get()), KORA_OK);
+    expectTold(kora_key_map_set(keys.get(), &key), KORA_CHANGED_KEYS, "set");
+    expectTold(kora_history_end(history.get(), "Key", 0), 0, "end");
+    expectTold(kora_history_undo(history.get()), KORA_CHANGED_KEYS, "undo");
+    expectTold(kora_history_redo(history.get()), KORA_CHANGED_KEYS, "redo");
+    expectTold(kora_key_map_clear(keys.get(), at + 1, at + 2), 0, "clear nothing");
+    ASSERT_EQ(kora_history_begin(history.get()), KORA_OK);
+    expectTold(kora_key_map_remove(keys.get(), at), KORA_CHANGED_KEYS, "remove");
+    expectTold(kora_history_cancel(history.get()), KORA_CHANGED_KEYS, "cancel");
     kora_key found{};
     EXPECT_EQ(kora_key_map_find(keys.get(), cStart - 1, &found), KORA_NOT_FOUND);
     ASSERT_EQ(kora_key_map_find(keys.get(), at + 5, &found), KORA_OK);
