@@ -145,6 +145,7 @@ _RESULT = POINTER(ResultStruct)
 _HANDLE_OUT = POINTER(c_void_p)
 _SIZE_OUT = POINTER(c_size_t)
 _COLUMN = [c_void_p, c_ssize_t]
+_LINE_OUT = POINTER(GridLineStruct)
 
 
 def _map_calls(kind: str, entry: Any) -> dict[str, list[Any]]:
@@ -212,12 +213,6 @@ CALLS: dict[str, list[Any]] = {
     "kora_history_step_name": [c_void_p, c_size_t, c_char_p, c_size_t, _SIZE_OUT],
     "kora_history_mark_saved": [c_void_p],
     "kora_history_is_saved": [c_void_p, POINTER(c_int32)],
-}
-
-_LINE_OUT = POINTER(GridLineStruct)
-
-# Those of Kora_CGrid.h, which a library of this version may be without: then songs have no grids and rulers.
-GRID_CALLS: dict[str, list[Any]] = {
     "kora_grid_new": [c_void_p, c_char_p, c_int32, _HANDLE_OUT],
     "kora_grid_new_by_clock": [c_void_p, c_int32, c_int64, c_int32, _HANDLE_OUT],
     "kora_grid_find": [c_void_p, TimeStruct, c_int32, _LINE_OUT],
@@ -241,24 +236,14 @@ class Bound:
         self.path = path
         self._dll = ctypes.PyDLL(path)
         self.version = self._version()
-        missing = self._bind(CALLS)
-        if missing:
-            raise ImportError(f"{path} has no {missing[0]}, which this package needs")
-        self.has_grids = not self._bind(GRID_CALLS)
-
-    def _bind(self, calls: dict[str, list[Any]]) -> list[str]:
-        """Makes the library's calls attributes; gives the names of those that it has not."""
-        missing = []
-        for name, arguments in calls.items():
+        for name, arguments in CALLS.items():
             try:
                 call = getattr(self._dll, name)
             except AttributeError:
-                missing.append(name)
-                continue
+                raise ImportError(f"{path} has no {name}, which this package needs") from None
             call.argtypes = arguments
             call.restype = c_int32
             setattr(self, name, call)
-        return missing
 
     def __getattr__(self, name: str) -> Any:
         raise AttributeError(f"{self.path} has no {name}")

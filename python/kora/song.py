@@ -205,7 +205,7 @@ class Song(Edits):
 
         Swing is by how many 960ths of a division every second line is late; 320 is a triplet feel.
         """
-        return Grid(self, lib.kora_grid_new if lib.has_grids else None, division.encode(), swing)
+        return Grid(self, lib.kora_grid_new, division.encode(), swing)
 
     def clock_grid(self, unit: str, step: int = 1, film: int = 35) -> Grid:
         """A line at each count that step divides, of "samples", "milliseconds", "timecode" or "film"."""
