@@ -134,7 +134,12 @@ class RulerLineStruct(Structure):
     ]
 
 
+class StepStruct(Structure):
+    _fields_ = [("type", c_int32), ("item", c_int32)]
+
+
 MEASURE = CFUNCTYPE(c_double, c_void_p, c_char_p, c_size_t)
+FAULT_HANDLER = CFUNCTYPE(None, c_void_p, c_int64, c_char_p)
 RULER_TAKE = CFUNCTYPE(None, c_void_p, POINTER(RulerLineStruct))
 ASSERT_HANDLER = CFUNCTYPE(None, c_void_p, c_char_p, c_int32)
 LISTENER = CFUNCTYPE(None, c_void_p, c_void_p, c_uint32)
@@ -144,6 +149,8 @@ _BAR_OUT = POINTER(BarStruct)
 _RESULT = POINTER(ResultStruct)
 _HANDLE_OUT = POINTER(c_void_p)
 _SIZE_OUT = POINTER(c_size_t)
+_NUMBER_OUT = POINTER(c_int32)
+_STEPS = POINTER(StepStruct)
 _COLUMN = [c_void_p, c_ssize_t]
 _LINE_OUT = POINTER(GridLineStruct)
 
@@ -172,6 +179,7 @@ CALLS: dict[str, list[Any]] = {
     "kora_song_open": [c_char_p, _HANDLE_OUT],
     "kora_song_read_bytes": [c_char_p, c_size_t, _HANDLE_OUT],
     "kora_song_save": [c_void_p, c_char_p],
+    "kora_song_export": [c_void_p, c_char_p],
     "kora_song_write_midi": [c_void_p, c_void_p, c_size_t, _SIZE_OUT],
     "kora_song_get_info": [c_void_p, POINTER(InfoStruct)],
     "kora_song_set_listener": [c_void_p, LISTENER, c_void_p],
@@ -226,6 +234,34 @@ CALLS: dict[str, list[Any]] = {
     "kora_ruler_to_pixel": [c_void_p, TimeStruct, POINTER(c_double)],
     "kora_ruler_to_time": [c_void_p, c_double, c_uint32, _TIME_OUT],
     "kora_ruler_draw": [c_void_p, c_double, RULER_TAKE, c_void_p],
+    "kora_document_open": [c_char_p, _HANDLE_OUT],
+    "kora_document_read_bytes": [c_char_p, c_size_t, _HANDLE_OUT],
+    "kora_document_create": [c_char_p, _HANDLE_OUT],
+    "kora_document_create_in_memory": [_HANDLE_OUT],
+    "kora_document_commit": [c_void_p],
+    "kora_document_get_bytes": [c_void_p, c_void_p, c_size_t, _SIZE_OUT],
+    "kora_document_begin": [c_void_p, c_int32, c_int32, c_char_p],
+    "kora_document_begin_list": [c_void_p, c_int32, c_int32, c_char_p, c_int32],
+    "kora_document_begin_item": [c_void_p, c_char_p],
+    "kora_document_end": [c_void_p],
+    "kora_document_write": [c_void_p, c_int32, c_void_p, c_size_t],
+    "kora_document_write_text": [c_void_p, c_char_p],
+    "kora_document_enter": [c_void_p, _STEPS, c_size_t, _NUMBER_OUT],
+    "kora_document_enter_next": [c_void_p, c_int32, _NUMBER_OUT],
+    "kora_document_next_type": [c_void_p, _NUMBER_OUT],
+    "kora_document_enter_list": [c_void_p, _NUMBER_OUT],
+    "kora_document_go_to_item": [c_void_p, c_int32],
+    "kora_document_leave": [c_void_p],
+    "kora_document_read": [c_void_p, c_int32, c_void_p, c_size_t],
+    "kora_document_read_text": [c_void_p, c_char_p, c_size_t, _SIZE_OUT],
+    "kora_document_bytes_left": [c_void_p, POINTER(c_int64)],
+    "kora_document_key_count": [c_void_p, _SIZE_OUT],
+    "kora_document_get_key": [c_void_p, c_size_t, _STEPS, c_size_t, _SIZE_OUT, _NUMBER_OUT],
+    "kora_document_get_description": [c_void_p, c_size_t, c_int32, c_char_p, c_size_t, _SIZE_OUT],
+    "kora_song_read_document": [c_void_p, _HANDLE_OUT],
+    "kora_song_write_document": [c_void_p, c_void_p],
+    "kora_document_check": [c_char_p, FAULT_HANDLER, c_void_p, _SIZE_OUT],
+    "kora_document_repair": [c_char_p, c_char_p, FAULT_HANDLER, c_void_p, _SIZE_OUT],
 }
 
 
