@@ -218,13 +218,9 @@ class _Source:
         self._document._check(lib.kora_document_enter_next(self._document._handle, wanted, version))
         with self._document._inside(Stream(self._document, (*self._way(), found), version.value)) as stream:
             yield stream
-        self._was_left()
 
     def _way(self) -> Key:
         raise NotImplementedError
-
-    def _was_left(self) -> None:
-        """A stream inside was."""
 
     def streams(self) -> Iterator["Stream"]:
         """The streams inside, one after another; each is left when the next is asked for."""
@@ -286,7 +282,6 @@ class Items:
         self._stream = stream
         self._count = count
         self._current: Optional["Item"] = None
-        self._in_table = stream.key in stream._document.contents
 
     def __len__(self) -> int:
         return self._count
@@ -295,8 +290,8 @@ class Items:
         place = index + self._count if index < 0 else index
         if not 0 <= place < self._count:
             raise IndexError(f"the list has {self._count} items, and none of number {index}")
-        behind = 0
-        if self._in_table and place + 1 < self._count:
+        behind = 0  # the next item begins where this one ends, which nothing else says
+        if place + 1 < self._count:
             self._go_to(place + 1)
             behind = self._left()
         self._go_to(place)
@@ -349,11 +344,6 @@ class Item(_Source):
 
     def _bytes_behind(self) -> int:
         return self._behind
-
-    def _was_left(self) -> None:
-        # Of a list that the table of contents has not, an item is one stream: nothing else says where it ends.
-        if not self._stream.items()._in_table and not self._document.closed:
-            self._behind += self.bytes_left
 
 
 class Document:

@@ -133,7 +133,8 @@ class DocumentWriter:
 
         Types and versions are of 16 bits with a sign; types 0 and 2 are the document's own, 16, 17, 18 and 32
         a song's. A type stands in files and is never used for anything else again. The description is what people
-        see in a table of contents; a stream with one is found by its key, which no other has.
+        see in a table of contents; a stream with one is found by its key, which no other has, and beside it stands
+        no other of its type. One without is found by what is around it: outermost ones need a description.
         """
         words = _words(description, "description")
         return self._inside(lib.kora_document_begin, whole(type, "type"), whole(version, "version"), words)
@@ -141,13 +142,19 @@ class DocumentWriter:
     def list(
         self, type: int, count: int, version: int = 1, description: Optional[str] = None
     ) -> contextlib.AbstractContextManager[None]:
-        """The same of a list: so many items follow, each begun by `item`, and nothing else."""
+        """The same of a list, which has a key whatever its description.
+
+        So many items follow, each begun by `item`, and nothing else.
+        """
         words = _words(description, "description")
         call, items = lib.kora_document_begin_list, whole(count, "count")
         return self._inside(call, whole(type, "type"), whole(version, "version"), words, items)
 
     def item(self, description: Optional[str] = None) -> None:
-        """Begins the next item of the innermost stream, which is a list; it ends with the next, or the list."""
+        """Begins the next item of the innermost stream, which is a list: numbers, texts and streams, not nothing.
+
+        It ends with the next one, or with the list.
+        """
         self._check(lib.kora_document_begin_item(self._handle, _words(description, "description")))
 
     # ---- Values
