@@ -368,8 +368,8 @@ class Document:
     @classmethod
     def read(cls, data: bytes) -> "Document":
         """That of the bytes of one."""
-        whole = whole_bytes(data)
-        return cls(lib.kora_document_read_bytes, whole, len(whole))
+        held = whole_bytes(data)
+        return cls(lib.kora_document_read_bytes, held, len(held))
 
     # ---- Life
 

@@ -268,11 +268,17 @@ def test_what_is_exported_reads_back_and_replaces_whole(light, tmp_path):
     with kora.open(target) as again:
         assert state(again)[1:] == state(light)[1:]
         assert [each.text for each in again.tempos] == [each.text for each in light.tempos]
-    folder = tmp_path / "folder.mid"
+    link, pipe, folder = (tmp_path / name for name in ("link.mid", "pipe.mid", "folder.mid"))
+    target.write_bytes(b"old")
+    link.symlink_to(target.name)
+    light.export(link)
+    assert link.is_symlink() and target.read_bytes() == light.to_midi()
     folder.mkdir()
-    with pytest.raises(OSError):
-        light.export(folder)
-    assert sorted(os.listdir(tmp_path)) == sorted([target.name, folder.name])
+    os.mkfifo(pipe)
+    for refused in (folder, pipe, "/dev/null"):
+        with pytest.raises(OSError):
+            light.export(refused)
+    assert sorted(os.listdir(tmp_path)) == sorted([target.name, link.name, pipe.name, folder.name])
     light.set_tempo("2|1", 99)
     assert not light.is_saved
     light.save(tmp_path / "song.kora")
