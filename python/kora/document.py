@@ -138,9 +138,7 @@ class _Source:
     def bytes_left(self) -> int:
         """Those that were not read."""
         self._ready()
-        left = ctypes.c_int64()
-        self._document._check(lib.kora_document_bytes_left(self._document._handle, left))
-        return max(left.value - self._bytes_behind(), 0)
+        return max(self._document._bytes_left() - self._bytes_behind(), 0)
 
     @overload
     def read(self, kind: WholeKind) -> int:
@@ -185,9 +183,12 @@ class _Source:
         return memory[0] if count is None else memory.tolist()
 
     def text(self) -> str:
-        """The next text."""
-        self._ready()
+        """The next text; what is none, or goes on behind the stream or the item, is a FileError."""
+        if not self.bytes_left:
+            raise FileError("a text is more than the 0 bytes left", BAD_FILE)
         words = give_text(self._document._check, lib.kora_document_read_text, self._document._handle)
+        if self._document._bytes_left() < self._bytes_behind():
+            raise FileError("a text goes on behind its item", BAD_FILE)
         try:
             return words.decode()
         except UnicodeDecodeError as error:
@@ -293,7 +294,7 @@ class Items:
         behind = 0  # the next item begins where this one ends, which nothing else says
         if place + 1 < self._count:
             self._go_to(place + 1)
-            behind = self._left()
+            behind = self._stream._document._bytes_left()
         self._go_to(place)
         self._current = Item(self._stream, place, behind)
         return self._current
@@ -302,12 +303,6 @@ class Items:
         self._stream._innermost()
         document = self._stream._document
         document._check(lib.kora_document_go_to_item(document._handle, item))
-
-    def _left(self) -> int:
-        left = ctypes.c_int64()
-        document = self._stream._document
-        document._check(lib.kora_document_bytes_left(document._handle, left))
-        return left.value
 
     def __iter__(self) -> Iterator["Item"]:
         for index in range(self._count):
@@ -399,6 +394,12 @@ class Document:
 
     def _check(self, status: int) -> None:
         self._handles.check(status)
+
+    def _bytes_left(self) -> int:
+        """Of the innermost stream."""
+        left = ctypes.c_int64()
+        self._check(lib.kora_document_bytes_left(self._handle, left))
+        return left.value
 
     # ---- What it has
 

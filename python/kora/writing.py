@@ -17,7 +17,7 @@ from __future__ import annotations
 import contextlib
 import operator
 from types import TracebackType
-from typing import Any, Iterable, Iterator, Optional, Type, Union
+from typing import Any, Iterable, Iterator, Optional, SupportsFloat, Type, Union
 
 from kora._columns import address_of
 from kora._files import PathLike, give_bytes, path_bytes
@@ -159,7 +159,7 @@ class DocumentWriter:
 
     # ---- Values
 
-    def write(self, kind: Kind, values: Union[float, Iterable[float]]) -> None:
+    def write(self, kind: Kind, values: Union[SupportsFloat, Iterable[Any]]) -> None:
         """Numbers side by side: "uint8", "int16", "uint16", "int32", "uint32", "int64" or "float64".
 
         One number or many: bytes, array.array, memoryviews and numpy's arrays of the kind are taken where they

@@ -357,6 +357,8 @@ def test_reading_out_of_turn_is_refused(takes):
             assert inside.text() == "drums"
         with pytest.raises(kora.FileError):
             first.read("uint8")  # the next item is not read into
+        with pytest.raises(kora.FileError):
+            first.text()
         with pytest.raises(kora.RefusedError):
             inside.text()
         for item in stream.items():
@@ -471,3 +473,19 @@ def test_damage_is_noticed_told_and_repaired(seed, tmp_path, command):
         repaired = kora.repair(path, whole)
         assert kora.check(whole) == [] and len(repaired.lost) >= bool(faults)
     assert noticed > 50 or noticed == len(sound)
+
+
+def test_a_text_ends_inside_its_item():
+    with kora.Document.create() as made:
+        with made.list(5, 3):
+            for number, text in ((3, "ab"), (1, "c"), (0, "")):
+                made.item()
+                made.write("uint32", number)
+                made.write("uint8", text.encode())
+    with kora.Document.read(made.to_bytes()).enter(5) as stream:
+        items = stream.items()
+        with pytest.raises(kora.FileError):
+            items[0].text()  # of three bytes, in an item with two
+        assert [items[index].text() for index in (2, 1)] == ["", "c"]
+        with pytest.raises(kora.RefusedError):
+            stream.read("uint8")
