@@ -225,7 +225,7 @@ def test_numbers_are_read_into_memory():
     with kora.Document.read(document.to_bytes()).enter(9) as stream:
         table = np.full((2, 2), 7.0)
         assert stream.read("float64", out=table) is table and table.tolist() == [[0, 1], [2, 3]]
-        for wrong in (np.zeros(4)[::2], np.zeros(2, "f4"), bytes(8), [0.0], np.zeros(2, "i8")):
+        for wrong in (np.zeros(4)[::2], np.zeros(2, "f4"), np.broadcast_to(0.0, 1), [0.0], np.zeros(2, "i8")):
             with pytest.raises(TypeError):
                 stream.read("float64", out=wrong)
         with pytest.raises(TypeError):
@@ -295,6 +295,24 @@ def test_lists_have_as_many_items_as_they_say():
                 made.write("int64", 1)
     with pytest.raises(kora.RefusedError):
         made.commit()
+
+
+def test_streams_end_and_are_left_from_the_innermost_outward(takes):
+    made = kora.Document.create()
+    outer, inner = made.stream(5), made.stream(6)
+    outer.__enter__(), inner.__enter__()
+    with pytest.raises(kora.RefusedError):
+        outer.__exit__(None, None, None)
+    with pytest.raises(kora.RefusedError):
+        made.commit()
+    with takes.enter(100) as stream:
+        with takes.enter(100) as again:
+            second = again.items()[1]
+            inside = second.streams() if second.read("int64") else None
+            assert next(inside).text() == "voice"  # it is held, and left with what is around it
+        first = stream.items()[0]
+        inside.close()
+        assert first.read("int64") == 0 and first.next_type == 101
 
 
 def test_an_exception_drops_the_new_document(tmp_path):
