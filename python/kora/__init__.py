@@ -7,12 +7,13 @@
 '0:25.206'
 >>> song.undo()
 
-`kora.open` reads MIDI files and documents; `Song` has what can be asked and edited; values are in
-`kora.units`, exceptions in `kora.errors`.
+`kora.open` reads MIDI files and documents, `kora.read` the bytes of one; `Song` has what can be asked and edited; values are in
+`kora.units`, exceptions in `kora.errors`. `Document` has files of a host's own streams.
 """
 from kora._convert import bars_dtype
 from kora._library import lib as _lib
 from kora._version import __version__
+from kora.document import Document, Entry
 from kora.errors import (
     ArgumentError,
     BusyError,
@@ -28,8 +29,10 @@ from kora.errors import (
 from kora.grid import Grid, GridLine, Ruler, RulerLine, grid_dtype
 from kora.maps import Key, Keys, Meter, Meters, Tempo, Tempos
 from kora.plot import Plot
-from kora.song import FORMS, Info, Song, open, read_midi
+from kora.rescue import Fault, Repaired, check, repair
+from kora.song import FORMS, Info, Song, open, read
 from kora.units import TICKS_PER_QUARTER, Bars, Frames, Position, Samples, Ticks, Time
+from kora.writing import DocumentWriter
 
 # Where the library came from: a path, or the name by which the system found it.
 library_path: str = _lib.path
@@ -40,6 +43,9 @@ __all__ = [
     "Bars",
     "BusyError",
     "ClosedError",
+    "Document",
+    "DocumentWriter",
+    "Entry",
     "Error",
     "FORMS",
     "Grid",
@@ -47,6 +53,7 @@ __all__ = [
     "Ruler",
     "RulerLine",
     "grid_dtype",
+    "Fault",
     "FileError",
     "Frames",
     "Info",
@@ -60,6 +67,7 @@ __all__ = [
     "Plot",
     "Position",
     "RefusedError",
+    "Repaired",
     "Samples",
     "Song",
     "StorageError",
@@ -69,7 +77,9 @@ __all__ = [
     "Ticks",
     "Time",
     "bars_dtype",
+    "check",
     "library_path",
     "open",
-    "read_midi",
+    "read",
+    "repair",
 ]

@@ -6,9 +6,10 @@ where it stands. Memory is reached through Python's buffer protocol, so numpy is
 from __future__ import annotations
 
 import array
+import contextlib
 import ctypes
 import math
-from typing import Any, Callable, Iterable, Optional, Sequence
+from typing import Any, Callable, Iterable, Iterator, Optional, Sequence
 
 try:
     import numpy
@@ -88,6 +89,17 @@ class Column:
     def release(self) -> None:
         """Gives the memory back to its owner."""
         _release(self._buffer)
+
+
+@contextlib.contextmanager
+def address_of(owner: Any, writable: bool = False) -> Iterator[int]:
+    """Where someone's memory begins, which has no gaps and is held meanwhile."""
+    buffer = _Buffer()
+    _get(owner, buffer, _WRITABLE if writable else 0)
+    try:
+        yield buffer.buf or 0
+    finally:
+        _release(buffer)
 
 
 def is_array(values: Any) -> bool:

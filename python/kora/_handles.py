@@ -1,4 +1,4 @@
-"""The process's start and end, assertions, and the handles of one song."""
+"""The process's start and end, assertions, and the handles of one song or document."""
 from __future__ import annotations
 
 import ctypes
@@ -42,13 +42,14 @@ _ending = weakref.finalize(_process, _end)
 
 
 class Handles:
-    """What a song holds in the library; released when the song is closed, collected, or at exit.
+    """What a song or a document holds in the library; released when it is closed, collected, or at exit.
 
     A handle is a c_void_p that its users share. When it is released it becomes null, which every call
     refuses: use after that is a ClosedError and touches no memory.
     """
 
-    def __init__(self) -> None:
+    def __init__(self, owner: str = "song") -> None:
+        self._owner = owner
         self._held: list[ctypes.c_void_p] = []
         self._kept: list[Any] = []
         self._release = weakref.finalize(self, _release_all, self._held, self._kept)
@@ -69,7 +70,7 @@ class Handles:
     def error(self, status: int) -> Error:
         """The exception of a failed call."""
         if not self._release.alive:
-            return ClosedError("the song is closed", status)
+            return ClosedError(f"the {self._owner} is closed", status)
         return last_error(status)
 
     def check(self, status: int) -> None:

@@ -134,7 +134,12 @@ class RulerLineStruct(Structure):
     ]
 
 
+class StepStruct(Structure):
+    _fields_ = [("type", c_int32), ("item", c_int32)]
+
+
 MEASURE = CFUNCTYPE(c_double, c_void_p, c_char_p, c_size_t)
+FAULT_HANDLER = CFUNCTYPE(None, c_void_p, c_int64, c_char_p)
 RULER_TAKE = CFUNCTYPE(None, c_void_p, POINTER(RulerLineStruct))
 ASSERT_HANDLER = CFUNCTYPE(None, c_void_p, c_char_p, c_int32)
 LISTENER = CFUNCTYPE(None, c_void_p, c_void_p, c_uint32)
@@ -144,7 +149,10 @@ _BAR_OUT = POINTER(BarStruct)
 _RESULT = POINTER(ResultStruct)
 _HANDLE_OUT = POINTER(c_void_p)
 _SIZE_OUT = POINTER(c_size_t)
+_NUMBER_OUT = POINTER(c_int32)
+_STEPS = POINTER(StepStruct)
 _COLUMN = [c_void_p, c_ssize_t]
+_LINE_OUT = POINTER(GridLineStruct)
 
 
 def _map_calls(kind: str, entry: Any) -> dict[str, list[Any]]:
@@ -171,6 +179,7 @@ CALLS: dict[str, list[Any]] = {
     "kora_song_open": [c_char_p, _HANDLE_OUT],
     "kora_song_read_bytes": [c_char_p, c_size_t, _HANDLE_OUT],
     "kora_song_save": [c_void_p, c_char_p],
+    "kora_song_export": [c_void_p, c_char_p],
     "kora_song_write_midi": [c_void_p, c_void_p, c_size_t, _SIZE_OUT],
     "kora_song_get_info": [c_void_p, POINTER(InfoStruct)],
     "kora_song_set_listener": [c_void_p, LISTENER, c_void_p],
@@ -212,12 +221,6 @@ CALLS: dict[str, list[Any]] = {
     "kora_history_step_name": [c_void_p, c_size_t, c_char_p, c_size_t, _SIZE_OUT],
     "kora_history_mark_saved": [c_void_p],
     "kora_history_is_saved": [c_void_p, POINTER(c_int32)],
-}
-
-_LINE_OUT = POINTER(GridLineStruct)
-
-# Those of Kora_CGrid.h, which a library of this version may be without: then songs have no grids and rulers.
-GRID_CALLS: dict[str, list[Any]] = {
     "kora_grid_new": [c_void_p, c_char_p, c_int32, _HANDLE_OUT],
     "kora_grid_new_by_clock": [c_void_p, c_int32, c_int64, c_int32, _HANDLE_OUT],
     "kora_grid_find": [c_void_p, TimeStruct, c_int32, _LINE_OUT],
@@ -231,6 +234,34 @@ GRID_CALLS: dict[str, list[Any]] = {
     "kora_ruler_to_pixel": [c_void_p, TimeStruct, POINTER(c_double)],
     "kora_ruler_to_time": [c_void_p, c_double, c_uint32, _TIME_OUT],
     "kora_ruler_draw": [c_void_p, c_double, RULER_TAKE, c_void_p],
+    "kora_document_open": [c_char_p, _HANDLE_OUT],
+    "kora_document_read_bytes": [c_char_p, c_size_t, _HANDLE_OUT],
+    "kora_document_create": [c_char_p, _HANDLE_OUT],
+    "kora_document_create_in_memory": [_HANDLE_OUT],
+    "kora_document_commit": [c_void_p],
+    "kora_document_get_bytes": [c_void_p, c_void_p, c_size_t, _SIZE_OUT],
+    "kora_document_begin": [c_void_p, c_int32, c_int32, c_char_p],
+    "kora_document_begin_list": [c_void_p, c_int32, c_int32, c_char_p, c_int32],
+    "kora_document_begin_item": [c_void_p, c_char_p],
+    "kora_document_end": [c_void_p],
+    "kora_document_write": [c_void_p, c_int32, c_void_p, c_size_t],
+    "kora_document_write_text": [c_void_p, c_char_p],
+    "kora_document_enter": [c_void_p, _STEPS, c_size_t, _NUMBER_OUT],
+    "kora_document_enter_next": [c_void_p, c_int32, _NUMBER_OUT],
+    "kora_document_next_type": [c_void_p, _NUMBER_OUT],
+    "kora_document_enter_list": [c_void_p, _NUMBER_OUT],
+    "kora_document_go_to_item": [c_void_p, c_int32],
+    "kora_document_leave": [c_void_p],
+    "kora_document_read": [c_void_p, c_int32, c_void_p, c_size_t],
+    "kora_document_read_text": [c_void_p, c_char_p, c_size_t, _SIZE_OUT],
+    "kora_document_bytes_left": [c_void_p, POINTER(c_int64)],
+    "kora_document_key_count": [c_void_p, _SIZE_OUT],
+    "kora_document_get_key": [c_void_p, c_size_t, _STEPS, c_size_t, _SIZE_OUT, _NUMBER_OUT],
+    "kora_document_get_description": [c_void_p, c_size_t, c_int32, c_char_p, c_size_t, _SIZE_OUT],
+    "kora_song_read_document": [c_void_p, _HANDLE_OUT],
+    "kora_song_write_document": [c_void_p, c_void_p],
+    "kora_document_check": [c_char_p, FAULT_HANDLER, c_void_p, _SIZE_OUT],
+    "kora_document_repair": [c_char_p, c_char_p, FAULT_HANDLER, c_void_p, _SIZE_OUT],
 }
 
 
@@ -241,24 +272,14 @@ class Bound:
         self.path = path
         self._dll = ctypes.PyDLL(path)
         self.version = self._version()
-        missing = self._bind(CALLS)
-        if missing:
-            raise ImportError(f"{path} has no {missing[0]}, which this package needs")
-        self.has_grids = not self._bind(GRID_CALLS)
-
-    def _bind(self, calls: dict[str, list[Any]]) -> list[str]:
-        """Makes the library's calls attributes; gives the names of those that it has not."""
-        missing = []
-        for name, arguments in calls.items():
+        for name, arguments in CALLS.items():
             try:
                 call = getattr(self._dll, name)
             except AttributeError:
-                missing.append(name)
-                continue
+                raise ImportError(f"{path} has no {name}, which this package needs") from None
             call.argtypes = arguments
             call.restype = c_int32
             setattr(self, name, call)
-        return missing
 
     def __getattr__(self, name: str) -> Any:
         raise AttributeError(f"{self.path} has no {name}")

@@ -73,17 +73,17 @@ class ArgumentError(Error, ValueError):
 
 
 class ClosedError(Error, ValueError):
-    """The song was closed."""
+    """The song or the document was closed."""
 
 
 class NotFoundError(Error, KeyError):
-    """No entry there, no step to undo."""
+    """No entry there, no such key, no step to undo."""
 
 
 class RefusedError(Error, ValueError):
-    """An edit that would break a lock or a limit, or a text that is no time; nothing was changed.
+    """An edit that would break a lock or a limit, a text that is no time, or a call out of turn of a document.
 
-    Attributes: `reason`, a word such as "locked" or "out_of_limits", None of a text; `nearest`, what could be
+    Nothing was changed. Attributes: `reason`, a word such as "locked" or "out_of_limits", None but of edits; `nearest`, what could be
     had instead (a tempo, a factor, a length, a sample or a tick, as the edit's argument), or None.
     """
 
@@ -124,6 +124,8 @@ _CLASSES: dict[int, Type[Error]] = {
 }
 NOT_FOUND = 5
 TOO_SMALL = 6
+REFUSED = 7
+BAD_FILE = 8
 
 
 def last_error(status: int) -> Error:

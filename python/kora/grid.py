@@ -70,8 +70,6 @@ class _OfSong:
     """A handle of its own that keeps the song, and goes with it."""
 
     def __init__(self, song: "Song", call: Any, *arguments: Any) -> None:
-        if not lib.has_grids:
-            raise NotImplementedError(f"{lib.path} has no grids and no rulers; a later build has")
         self._song = song
         song._use_session()
         self._handles = Handles()
@@ -159,8 +157,7 @@ def clock_grid(song: "Song", unit: str, step: int, film: int) -> Grid:
         raise ValueError(f"unit {unit!r} is none of {', '.join(CLOCKS)}")
     if not 1 <= step < 1 << 63:
         raise ValueError(f"step is {step!r}; it is 1 or more")
-    call = lib.kora_grid_new_by_clock if lib.has_grids else None
-    return Grid(song, call, CLOCKS[unit], step, film, by_clock=True)
+    return Grid(song, lib.kora_grid_new_by_clock, CLOCKS[unit], step, film, by_clock=True)
 
 
 class RulerLine(NamedTuple):
@@ -198,8 +195,8 @@ class Ruler(_OfSong):
 
         options = RulerOptionsStruct(ctypes.sizeof(RulerOptionsStruct), form, film, AXES[axis], 0, 0, 0)
         time = song._typed(last)
-        call = lib.kora_ruler_new if lib.has_grids else None
-        super().__init__(song, call, options, TimeStruct(time.count, time.code), MEASURE(width), None)
+        latest = TimeStruct(time.count, time.code)
+        super().__init__(song, lib.kora_ruler_new, options, latest, MEASURE(width), None)
         if failed:
             raise failed[0]
 

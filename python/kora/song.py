@@ -15,24 +15,24 @@ process. Calls hold the interpreter's lock, so that breaking this gives wrong an
 from __future__ import annotations
 
 import ctypes
-import os
-import tempfile
 from numbers import Real
-from pathlib import Path
 from types import TracebackType
-from typing import Any, Callable, Literal, NamedTuple, Optional, Type, Union, overload
+from typing import Any, Callable, Literal, NamedTuple, Optional, Type, overload
 
 from kora import _convert, _session
 from kora._edits import Edits
+from kora._files import PathLike, existing, give_bytes, path_bytes, whole_bytes
 from kora._handles import Handles
 from kora._library import BarStruct, InfoStruct, TimeStruct, lib
-from kora.errors import TOO_SMALL, RefusedError
+from kora.errors import ClosedError, RefusedError
+from kora.document import Document
 from kora.grid import Grid, Ruler, clock_grid
 from kora.maps import Keys, Meters, Tempos
 from kora.plot import Plot
 from kora.units import BY_UNIT, Bars, Frames, Position, Samples, Ticks, Time
+from kora.writing import DocumentWriter
 
-__all__ = ["FORMS", "Info", "Song", "open", "read_midi"]
+__all__ = ["FORMS", "Info", "Song", "open", "read"]
 
 # How a time reads, by name.
 FORMS = {
@@ -52,8 +52,6 @@ _BY_CODE = (BY_UNIT["samples"], BY_UNIT["ticks"], BY_UNIT["frames"])
 _PLAIN = {(a, b): (BY_UNIT[a].code, BY_UNIT[b].code, _convert.LIMITS[a]) for a in BY_UNIT for b in BY_UNIT}
 _FLOATS = {"seconds", "quarters"}
 _convert_one = lib.kora_convert
-
-PathLike = Union[str, "os.PathLike[str]"]
 
 
 class Info(NamedTuple):
@@ -75,13 +73,6 @@ def _film(film: int) -> int:
     if film not in FILMS:
         raise ValueError(f"film is 35 or 16 mm, not {film!r}")
     return FILMS[film]
-
-
-def _path(path: PathLike) -> bytes:
-    text = os.fspath(path)
-    if "\0" in text:
-        raise ValueError("a path has no zero character")
-    return text.encode() if os.name == "nt" else os.fsencode(text)
 
 
 def _guess_form(text: str) -> str:
@@ -106,6 +97,12 @@ class Song(Edits):
 
     def __init__(self, rate: float = 44100, timecode: str = "30") -> None:
         self._setup(_session.wanted(rate, timecode), lib.kora_song_new)
+
+    @classmethod
+    def _made(cls, rate: float, timecode: str, make: Any, *arguments: Any) -> "Song":
+        song = cls.__new__(cls)
+        song._setup(_session.wanted(rate, timecode), make, *arguments)
+        return song
 
     def _setup(self, session: _session.Session, make: Any, *arguments: Any) -> None:
         _session.use(session)
@@ -205,7 +202,7 @@ class Song(Edits):
 
         Swing is by how many 960ths of a division every second line is late; 320 is a triplet feel.
         """
-        return Grid(self, lib.kora_grid_new if lib.has_grids else None, division.encode(), swing)
+        return Grid(self, lib.kora_grid_new, division.encode(), swing)
 
     def clock_grid(self, unit: str, step: int = 1, film: int = 35) -> Grid:
         """A line at each count that step divides, of "samples", "milliseconds", "timecode" or "film"."""
@@ -401,66 +398,53 @@ class Song(Edits):
 
     def save(self, path: PathLike) -> None:
         """Saves as a document, which takes the file's place only when it is complete and on the disk."""
-        self._check(lib.kora_song_save(self._handle, _path(path)))
+        self._check(lib.kora_song_save(self._handle, path_bytes(path)))
         self._check(lib.kora_history_mark_saved(self._history))
+
+    def write_to(self, document: DocumentWriter) -> None:
+        """Writes it into a document that is being made, outside of all streams: types 16, 17, 18 and 32."""
+        if document.closed:
+            raise ClosedError("the document is closed")
+        self._check(lib.kora_song_write_document(self._handle, document._handle))
+
+    @classmethod
+    def from_document(cls, document: Document, rate: float = 44100, timecode: str = "30") -> "Song":
+        """The song of a document in which no stream is open; the rate and timecode are of one without its own.
+
+        >>> import kora
+        >>> with kora.Document.create() as made:
+        ...     kora.Song(rate=48000).write_to(made)
+        >>> kora.Song.from_document(kora.Document.read(made.to_bytes()))
+        <kora.Song, 1 tempos, 1 meters, 0 keys, 48000 Hz>
+        """
+        if document.closed:
+            raise ClosedError("the document is closed")
+        return cls._made(rate, timecode, lib.kora_song_read_document, document._handle)
+
+    def to_bytes(self) -> bytes:
+        """What `save` writes, a document's bytes; `kora.read` makes a song of them."""
+        with DocumentWriter() as document:
+            self.write_to(document)
+        return document.to_bytes()
 
     def to_midi(self) -> bytes:
         """The three maps as a Standard MIDI file."""
-        size = ctypes.c_size_t()
-        status = lib.kora_song_write_midi(self._handle, None, 0, size)
-        if status != TOO_SMALL:
-            self._check(status)
-        buffer = ctypes.create_string_buffer(size.value)
-        self._check(lib.kora_song_write_midi(self._handle, buffer, size.value, size))
-        return buffer.raw[: size.value]
+        return give_bytes(self._check, lib.kora_song_write_midi, self._handle)
 
     def export(self, path: PathLike) -> None:
-        """Writes the three maps as a Standard MIDI file, which takes its place when it is on the disk."""
-        replace_file(Path(path), self.to_midi())
+        """Writes the three maps as a Standard MIDI file, which takes its place in one step when it is on the disk.
 
-
-def replace_file(path: Path, data: bytes) -> None:
-    """Writes a file beside, makes it durable, and puts it in the place of the one there."""
-    number, beside = tempfile.mkstemp(prefix=path.name + ".", dir=path.parent or ".")
-    try:
-        with os.fdopen(number, "wb") as file:
-            file.write(data)
-            file.flush()
-            os.fsync(file.fileno())
-        _keep_mode(path, beside)
-        os.replace(beside, path)
-    except BaseException:
-        os.unlink(beside)
-        raise
-    if os.name != "nt":
-        folder = os.open(path.parent, os.O_RDONLY)
-        try:
-            os.fsync(folder)
-        finally:
-            os.close(folder)
-
-
-def _keep_mode(path: Path, beside: str) -> None:
-    """The rights of the file that is replaced, or those that a new file gets."""
-    try:
-        mode = path.stat().st_mode & 0o777
-    except FileNotFoundError:
-        mask = os.umask(0)
-        os.umask(mask)
-        mode = 0o666 & ~mask
-    os.chmod(beside, mode)
+        A link is followed to the file; what is no file, such as a pipe, is refused.
+        """
+        self._check(lib.kora_song_export(self._handle, path_bytes(path)))
 
 
 def open(path: PathLike, rate: float = 44100, timecode: str = "30") -> Song:
     """The song of a MIDI file, at this rate and timecode, or of a document, at its own."""
-    os.stat(path)  # a file that is not there is Python's own FileNotFoundError
-    song = Song.__new__(Song)
-    song._setup(_session.wanted(rate, timecode), lib.kora_song_open, _path(path))
-    return song
+    return Song._made(rate, timecode, lib.kora_song_open, existing(path))
 
 
-def read_midi(data: bytes, rate: float = 44100, timecode: str = "30") -> Song:
-    """The song that the bytes of a MIDI file say."""
-    song = Song.__new__(Song)
-    song._setup(_session.wanted(rate, timecode), lib.kora_song_read_bytes, bytes(data), len(data))
-    return song
+def read(data: bytes, rate: float = 44100, timecode: str = "30") -> Song:
+    """The same of the bytes of one."""
+    whole = whole_bytes(data)
+    return Song._made(rate, timecode, lib.kora_song_read_bytes, whole, len(whole))

@@ -38,6 +38,14 @@ class Command:
     def grid(self, path, division):
         return self._run("grid", str(path), "--by", division).splitlines()
 
+    def info(self, path):
+        return json.loads(self._run("info", "--json", str(path)))
+
+    def faults(self, path):
+        """Lines of offset and text."""
+        done = subprocess.run([self._program, "check", "--all", path], capture_output=True, text=True)
+        return [] if done.returncode == 0 else done.stdout.splitlines()
+
     def _run(self, *arguments, given=""):
         done = subprocess.run([self._program, *arguments], input=given, capture_output=True, text=True)
         assert done.returncode == 0, done.stderr

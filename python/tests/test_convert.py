@@ -200,6 +200,10 @@ assert song.convert([0, 504000], "samples", "ticks") == expected
 assert song.convert([0, 504000], "samples", "bars") == [(1, 1, 0), song.bars(kora.Samples(504000))]
 assert song.convert(array.array("d", [0.0, 1.0]), "seconds", "samples")[1] == 44100
 assert "84 bpm" in song.plot().svg
+with kora.Document.create() as made, made.stream(9, description=""):
+    made.write("int16", memoryview(array.array("q", [1, 2])))
+with kora.Document.read(made.to_bytes()).enter(9) as stream:
+    assert stream.read("int16", 2) == [1, 2]
 print("good")
 """
     done = subprocess.run([sys.executable, "-c", script], capture_output=True, text=True)

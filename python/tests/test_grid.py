@@ -6,9 +6,6 @@ import pytest
 
 import kora
 from conftest import FIRST_LIGHT
-from kora._library import lib
-
-pytestmark = pytest.mark.skipif(not lib.has_grids, reason="the library has no grids")
 
 
 @pytest.mark.parametrize("division", ["bars", "beats", "1/4", "1/8t", "1/16", "1/8.", "1/16(4:5)"])

@@ -9,7 +9,6 @@ import pytest
 
 import kora
 from conftest import ROOT
-from kora._library import lib
 
 
 def test_the_guide_runs_as_it_stands(tmp_path, monkeypatch):
@@ -17,8 +16,6 @@ def test_the_guide_runs_as_it_stands(tmp_path, monkeypatch):
     shutil.copytree(ROOT / "examples" / "songs", tmp_path / "examples" / "songs")
     monkeypatch.chdir(tmp_path)
     text = (ROOT / "docs" / "python.md").read_text()
-    if not lib.has_grids:
-        text = re.sub(r"## Grids and rulers.*?(?=\n## )", "", text, flags=re.DOTALL)
     page = doctest.DocTestParser().get_doctest(text, {}, "python.md", "docs/python.md", 0)
     result = doctest.DocTestRunner().run(page)
     assert result.attempted > 25 and result.failed == 0

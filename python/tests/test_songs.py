@@ -197,7 +197,8 @@ def test_refusals_say_why_and_what_is_nearest(light, edit, reason, nearest):
         (lambda song: song.plot(width=10), ValueError),
         (lambda song: kora.open("/no/such/song.mid"), FileNotFoundError),
         (lambda song: kora.open(__file__), kora.FileError),
-        (lambda song: kora.read_midi(b"MThd\0"), ValueError),
+        (lambda song: kora.read(b"MThd\0"), kora.FileError),
+        (lambda song: kora.read(5), TypeError),
         (lambda song: kora.Song(rate=5), ValueError),
         (lambda song: kora.Song(timecode="31"), ValueError),
         (lambda song: kora.Ticks(1.5), TypeError),
@@ -267,11 +268,17 @@ def test_what_is_exported_reads_back_and_replaces_whole(light, tmp_path):
     with kora.open(target) as again:
         assert state(again)[1:] == state(light)[1:]
         assert [each.text for each in again.tempos] == [each.text for each in light.tempos]
-    folder = tmp_path / "folder.mid"
+    link, pipe, folder = (tmp_path / name for name in ("link.mid", "pipe.mid", "folder.mid"))
+    target.write_bytes(b"old")
+    link.symlink_to(target.name)
+    light.export(link)
+    assert link.is_symlink() and target.read_bytes() == light.to_midi()
     folder.mkdir()
-    with pytest.raises(OSError):
-        light.export(folder)
-    assert sorted(os.listdir(tmp_path)) == sorted([target.name, folder.name])
+    os.mkfifo(pipe)
+    for refused in (folder, pipe, "/dev/null"):
+        with pytest.raises(OSError):
+            light.export(refused)
+    assert sorted(os.listdir(tmp_path)) == sorted([target.name, link.name, pipe.name, folder.name])
     light.set_tempo("2|1", 99)
     assert not light.is_saved
     light.save(tmp_path / "song.kora")
