@@ -210,9 +210,11 @@ kora_status kora_document_repair(const char* from, const char* to, kora_fault_ha
         C_Out(from, "from");
         C_Out(to, "to");
         const FF_DocumentRepair::Report report =
-            FF_DocumentRepair::Repair(Sys_FileLoc(from), Sys_FileLoc(to));
+            FF_DocumentRepair::Repair(Sys_FileLoc(from), Sys_FileLoc(to), false);
         if (recovered != nullptr) *recovered = static_cast<size_t>(report.mRecovered);
         Tell(report.mHeader, handler, user);
         Tell(report.mLost, handler, user);
+        C_Require(report.mRecovered > 0, "nothing in the file is a whole stream; nothing was written",
+                  KORA_NOT_FOUND);
     });
 }

@@ -56,6 +56,23 @@ bool IsTaken(const FF_Document& iDocument, Cmn_Int16 iType)
     return iDocument.GetTOC().Find(way) != FF_Document::TOC::cNone;
 }
 
+// Where a stream of the type may begin.
+kora_document::Place& PlaceFor(kora_document& ioDocument, Cmn_Int16 iType, bool iHasKey)
+{
+    auto& writing = ioDocument.mWriting;
+    kora_document::Places& places = writing.empty() ? ioDocument.mOutermost : writing.back()->mInside;
+    kora_document::Place& place = places[iType];
+    C_Require(iHasKey || !writing.empty(), "an outermost stream needs a description", KORA_REFUSED);
+    C_Require(!place.mHasKey, "a stream of that type stands there, and a key leads to it", KORA_REFUSED);
+    if (!iHasKey) return place;
+    C_Require(place.mCount == 0 && !IsTaken(ioDocument.ToWrite(), iType),
+              "a stream of that type stands there, and a key would lead to it too", KORA_REFUSED);
+    for (const auto& level : writing)
+        C_Require(level->mPlace->mCount == 1, "of the streams around, one has others of its type beside it",
+                  KORA_REFUSED);
+    return place;
+}
+
 void RequireOpenItem(const kora_document& iDocument)
 {
     if (iDocument.mWriting.empty()) return;
@@ -79,16 +96,21 @@ kora_document::Writing& Begin(kora_document& ioDocument, std::int32_t iType, std
     RequireOpenItem(ioDocument);
     C_Require(ioDocument.mWriting.size() < cMostStreams, "64 streams are open inside one another",
               KORA_REFUSED);
+    const bool hasKey = iDescription != nullptr;
     auto level = std::make_unique<kora_document::Writing>();
+    level->mPlace = &PlaceFor(ioDocument, type, hasKey);
     ioDocument.mWriting.reserve(ioDocument.mWriting.size() + 1);
     Sys_TypedOutStream& out = *ioDocument.mOut;
-    if (iDescription != nullptr) {
-        C_Require(!IsTaken(document, type), "the document has a stream of that key", KORA_REFUSED);
+    if (hasKey) {
         const auto position = static_cast<Cmn_UInt64>(out.GetPosition());
         FF_Document::AddTOCEntry(&document, position, type, iDescription);
     }
     level->mHeader.emplace(&document, out, type, version);
+    ++level->mPlace->mCount;
     ioDocument.mWriting.push_back(std::move(level));
+    if (hasKey)
+        for (const auto& each : ioDocument.mWriting)
+            each->mPlace->mHasKey = true;
     return *ioDocument.mWriting.back();
 }
 
@@ -256,6 +278,7 @@ kora_status kora_document_begin_item(kora_document* document, const char* descri
         C_Require(level.mItems < level.mCount, "the list has all its items", KORA_REFUSED);
         RequireItemWritten(to, level);
         level.mItemStart = to.mOut->GetPosition();
+        level.mInside.clear();
         level.mList->AddListEntry(level.mItems, description != nullptr ? description : "");
         ++level.mItems;
     });

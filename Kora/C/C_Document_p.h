@@ -11,6 +11,7 @@
 #include "Kora/FF/Document/FF_StreamHeader.h"
 #include "Kora/FF/Document/FF_StreamList.h"
 
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -28,8 +29,18 @@ struct kora_document : C_Handle
         std::optional<FF_StreamHeaderReader> mHeader;
         std::optional<FF_StreamListReader> mList;
     };
+    // Streams of one type at one place. Where a key leads into them, there is one alone: the table would take the
+    // others for it.
+    struct Place
+    {
+        int mCount = 0;       // that have begun
+        bool mHasKey = false; // one of them, or what is inside
+    };
+    using Places = std::map<Cmn_Int16, Place>;
     struct Writing
     {
+        Place* mPlace = nullptr; // its own
+        Places mInside;          // of the item that has begun, where it is a list
         std::optional<FF_StreamHeaderWriter> mHeader;
         std::optional<FF_StreamListWriter> mList;
         Cmn_Int32 mCount = 0;     // of items that a list was said to have
@@ -59,6 +70,7 @@ struct kora_document : C_Handle
 
     std::vector<std::unique_ptr<Reading>> mReading;
     std::vector<std::unique_ptr<Writing>> mWriting;
+    Places mOutermost;
     std::optional<Sys_TypedInStream> mIn;   // while it is read
     std::optional<Sys_TypedOutStream> mOut; // while it is written
 

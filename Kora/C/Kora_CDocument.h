@@ -55,9 +55,10 @@ KORA_API kora_status kora_document_get_bytes(kora_document* document, void* buff
 /* ---- Writing ---------------------------------------------------------------------------------------------------- */
 
 /* Types are from -32768 to 32767 but for 0 and 2, versions likewise; a type stands in files and is never used for
- * anything else again. At most 64 streams are inside one another. The description is what people see in a list of the
- * contents. A stream with one is found by its key, which no other of the document has; null leaves it to be found by
- * what is around it. */
+ * anything else again. At most 64 streams are inside one another. The description, cut to 32763 bytes, is what people see
+ * in a list of the contents. A stream with one is found by its key; null leaves it to be found by what is around it,
+ * which there has to be. A key leads to one stream: it is refused for one of several of a type at one place, and for what
+ * is inside such. */
 KORA_API kora_status kora_document_begin(kora_document* document, int32_t type, int32_t version,
                                          const char* description);
 /* The same of a list, which has a key whatever its description: so many items follow, each begun by
@@ -151,7 +152,8 @@ typedef void (*kora_fault_handler)(void* user, int64_t offset, const char* text)
 KORA_API kora_status kora_document_check(const char* path, kora_fault_handler handler, void* user,
                                          size_t* faults);
 /* Writes what is whole of one to a new document, which takes the place of the file there; both may be the same. Tells
- * of what is lost; *recovered, which may be null, gets how many streams came back. */
+ * of what is lost; *recovered, which may be null, gets how many streams came back. KORA_NOT_FOUND, with nothing written,
+ * where none did. */
 KORA_API kora_status kora_document_repair(const char* from, const char* to, kora_fault_handler handler,
                                           void* user, size_t* recovered);
 

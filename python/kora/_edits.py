@@ -10,7 +10,6 @@ from kora._columns import nearest
 from kora._handles import Handles, log
 from kora._library import LISTENER, ResultStruct, lib
 from kora.errors import BusyError, check_edit
-from kora.maps import Key
 from kora.units import TICKS_PER_QUARTER, Bars, Position, Samples, Ticks
 
 if TYPE_CHECKING:
@@ -56,7 +55,7 @@ class Edits:
     def _open_history(self) -> None:
         self._history = self._handles.make(lib.kora_history_new, self._handle)
         self._recording = False
-        self._changed = 0
+        self._changes = [0]
         self._listeners: List[Listener] = []
         self._tell: Any = None
 
@@ -97,15 +96,10 @@ class Edits:
         self._notify()
 
     @contextlib.contextmanager
-    def _step(self, name: str, flag: int) -> Iterator[None]:
+    def _step(self, name: str) -> Iterator[None]:
         """A single edit: a step of its own, unless one is open."""
-        if self._recording:
+        with contextlib.nullcontext() if self._recording else self.edit(name):
             yield
-            self._changed |= flag & 4
-            return
-        with self.edit(name):
-            yield
-            self._changed |= flag & 4
 
     def undo(self) -> None:
         """Takes the last step back; without one it is a NotFoundError."""
@@ -116,10 +110,7 @@ class Edits:
         self._travel(lib.kora_history_redo)
 
     def _travel(self, call: Any) -> None:
-        before: List[Key] = list(self.keys) if self._listeners else []
         self._handles.check(call(self._history))
-        if self._listeners and before != list(self.keys):
-            self._changed |= 4
         self._notify()
 
     def _places(self) -> Tuple[int, int]:
@@ -160,7 +151,7 @@ class Edits:
         song. What it raises goes to the log "kora". The result of `listen` is a call that ends it.
         """
         if self._tell is None:
-            changed = self._changes = [0]
+            changed = self._changes
 
             def note(_user: Any, _song: Any, what: int) -> None:
                 changed[0] |= what
@@ -177,11 +168,7 @@ class Edits:
         return end
 
     def _notify(self) -> None:
-        if self._tell is None:
-            self._changed = 0
-            return
-        flags = self._changed | self._changes[0]
-        self._changed = self._changes[0] = 0
+        flags, self._changes[0] = self._changes[0], 0
         if not flags:
             return
         what = frozenset(name for flag, name in _NAMES if flags & flag)
@@ -193,9 +180,9 @@ class Edits:
 
     # ---- The tempo track
 
-    def _run(self, name: str, flag: int, call: Any, handle: ctypes.c_void_p, *arguments: Any) -> None:
+    def _run(self, name: str, call: Any, handle: ctypes.c_void_p, *arguments: Any) -> None:
         result = ResultStruct(size=ctypes.sizeof(ResultStruct), nearest=math.nan)
-        with self._step(name, flag):
+        with self._step(name):
             status = call(handle, *arguments, result)
             if self._handles.closed:
                 self._handles.check(status)
@@ -205,7 +192,6 @@ class Edits:
         """This tempo from the position to the next change; beat is the length of one."""
         self._run(
             "Set tempo",
-            1,
             lib.kora_tempo_map_set,
             self._tempi,
             self._tick(position),
@@ -233,7 +219,6 @@ class Edits:
             steps = self._steps_of(first, last)
         self._run(
             "Ramp",
-            1,
             lib.kora_tempo_map_ramp,
             self._tempi,
             first,
@@ -253,7 +238,6 @@ class Edits:
         """All tempi of [start, end) times a factor."""
         self._run(
             "Scale tempi",
-            1,
             lib.kora_tempo_map_scale,
             self._tempi,
             self._tick(start),
@@ -265,7 +249,6 @@ class Edits:
         """All tempi of [start, end) faster by so many beats a minute, or slower below 0."""
         self._run(
             "Offset tempi",
-            1,
             lib.kora_tempo_map_offset,
             self._tempi,
             self._tick(start),
@@ -280,7 +263,6 @@ class Edits:
         )
         self._run(
             "Fit",
-            1,
             lib.kora_tempo_map_fit,
             self._tempi,
             self._tick(start),
@@ -291,33 +273,28 @@ class Edits:
     def lock(self, position: Position, at: Union[Samples, float]) -> None:
         """The position is at this sample, or second, from now on; the tempi on both sides follow."""
         sample = at.count if isinstance(at, Samples) else nearest(_finite(at, "at") * self.rate)
-        self._run(
-            "Lock", 1, lib.kora_tempo_map_lock, self._tempi, self._tick(position), Samples(sample).count
-        )
+        self._run("Lock", lib.kora_tempo_map_lock, self._tempi, self._tick(position), Samples(sample).count)
 
     def unlock(self, position: Position) -> None:
         """Takes the lock there."""
-        self._run("Unlock", 1, lib.kora_tempo_map_unlock, self._tempi, self._tick(position))
+        self._run("Unlock", lib.kora_tempo_map_unlock, self._tempi, self._tick(position))
 
     # ---- Time itself, in all three maps
 
     def insert_time(self, at: Position, length: Ticks) -> None:
         """Moves all from there on back by a length."""
         self._run(
-            "Insert time", 7, lib.kora_song_insert_time, self._handle, self._tick(at), self._length(length)
+            "Insert time", lib.kora_song_insert_time, self._handle, self._tick(at), self._length(length)
         )
 
     def delete_time(self, start: Position, end: Position) -> None:
         """Takes [start, end) out of the song."""
-        self._run(
-            "Delete time", 7, lib.kora_song_delete_time, self._handle, self._tick(start), self._tick(end)
-        )
+        self._run("Delete time", lib.kora_song_delete_time, self._handle, self._tick(start), self._tick(end))
 
     def repeat_time(self, start: Position, end: Position, count: int = 1) -> None:
         """Puts [start, end) behind itself so many times more."""
         self._run(
             "Repeat time",
-            7,
             lib.kora_song_repeat_time,
             self._handle,
             self._tick(start),
@@ -329,7 +306,6 @@ class Edits:
         """Takes [start, end) from its place and puts it in at another."""
         self._run(
             "Move time",
-            7,
             lib.kora_song_move_time,
             self._handle,
             self._tick(start),

@@ -96,7 +96,6 @@ class _Map(Sequence[E_], Generic[E_]):
     """What the three have in common; each gives the calls and how an entry reads."""
 
     kind = ""
-    flag = 0
     _struct: Any = None
 
     def __init__(self, song: "Song", handle: ctypes.c_void_p) -> None:
@@ -157,20 +156,20 @@ class _Map(Sequence[E_], Generic[E_]):
     def remove(self, position: Position) -> None:
         """Takes the entry exactly there; without one it is a KeyError."""
         tick = self._song._tick(position)
-        with self._song._step(f"Remove {self.kind}", self.flag):
+        with self._song._step(f"Remove {self.kind}"):
             self._song._check(self._remove(self._handle, tick))
 
     def clear(self, start: Position, end: Position) -> None:
         """Takes all entries of [start, end) that may go."""
         first, last = self._song._tick(start), self._song._tick(end)
-        with self._song._step(f"Clear {self.kind}s", self.flag):
+        with self._song._step(f"Clear {self.kind}s"):
             self._song._check(self._clear(self._handle, first, last))
 
     def __delitem__(self, index: Union[int, slice, Position]) -> None:
         if not isinstance(index, (int, slice)):
             return self.remove(index)
         gone = self[index] if isinstance(index, slice) else [self[index]]
-        with self._song._step(f"Remove {self.kind}", self.flag):
+        with self._song._step(f"Remove {self.kind}"):
             for entry in gone:
                 self._song._check(self._remove(self._handle, entry.position.count))
 
@@ -188,7 +187,7 @@ class _Map(Sequence[E_], Generic[E_]):
 class Tempos(_Map[Tempo]):
     """The tempi; the song's edits (`set_tempo`, `ramp`, `lock` ...) change them."""
 
-    kind, flag, _struct = "tempo", 1, TempoStruct
+    kind, _struct = "tempo", TempoStruct
 
     def _entry(self, entry: Any) -> Tempo:
         flags = entry.flags
@@ -205,7 +204,7 @@ class Tempos(_Map[Tempo]):
 class Meters(_Map[Meter]):
     """The meters. The first stays."""
 
-    kind, flag, _struct = "meter", 2, MeterStruct
+    kind, _struct = "meter", MeterStruct
 
     def _entry(self, entry: Any) -> Meter:
         return Meter(
@@ -218,14 +217,14 @@ class Meters(_Map[Meter]):
             if not 1 <= number <= 32767:
                 raise ValueError(f"{numerator}/{denominator} is no meter: both are from 1 to 32767")
         tick = self._song._tick(position)
-        with self._song._step("Set meter", self.flag):
+        with self._song._step("Set meter"):
             self._song._check(lib.kora_meter_map_set(self._handle, tick, numerator, denominator))
 
 
 class Keys(_Map[Key]):
     """The key signatures. There may be none."""
 
-    kind, flag, _struct = "key", 4, KeyStruct
+    kind, _struct = "key", KeyStruct
 
     def _entry(self, entry: Any) -> Key:
         sign = 1 if entry.is_sharps else -1
@@ -244,7 +243,7 @@ class Keys(_Map[Key]):
         if not -7 <= accidentals <= 7:
             raise ValueError(f"{accidentals} accidentals; a key has up to 7 sharps, or flats below 0")
         entry = KeyStruct(self._song._tick(position), is_major, accidentals >= 0, abs(accidentals))
-        with self._song._step("Set key", self.flag):
+        with self._song._step("Set key"):
             self._song._check(lib.kora_key_map_set(self._handle, entry))
 
 

@@ -53,7 +53,7 @@ def check(path: PathLike) -> List[Fault]:
 def repair(source: PathLike, target: PathLike) -> Repaired:
     """Writes what is whole of one to a new document, which takes the place of the file there.
 
-    Both may be the same file. Of one in which no stream is whole the new one is empty: `recovered` is 0.
+    Both may be the same file. Where no stream is whole nothing is written: a NotFoundError.
     """
     lost: List[Fault] = []
     count = ctypes.c_size_t()

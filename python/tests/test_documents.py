@@ -254,16 +254,21 @@ NONE = contextlib.nullcontext
         (NONE, lambda made: made.list(5, -1).__enter__(), ValueError),
         (NONE, lambda made: made.list(5, 2**32).__enter__(), ValueError),
         (NONE, lambda made: made.stream(1, 1, "again").__enter__(), kora.RefusedError),
-        (lambda made: made.stream(9), lambda made: made.commit(), kora.RefusedError),
-        (lambda made: made.stream(9), lambda made: kora.Song().write_to(made), kora.RefusedError),
-        (lambda made: made.stream(9), lambda made: made.item(), kora.RefusedError),
-        (lambda made: made.stream(9), lambda made: made.write_text("a\0b"), ValueError),
-        (lambda made: made.stream(9), lambda made: made.write("int8", 5), ValueError),
-        (lambda made: made.stream(9), lambda made: made.write("uint8", [1, 256]), ValueError),
-        (lambda made: made.stream(9), lambda made: made.write("int64", np.uint64([2**63])), ValueError),
-        (lambda made: made.stream(9), lambda made: made.write("int64", [0.5]), TypeError),
-        (lambda made: made.stream(9), lambda made: made.write("int64", np.float64([1])), TypeError),
-        (lambda made: made.stream(9), lambda made: made.write("int64", "12"), TypeError),
+        (NONE, lambda made: made.stream(5).__enter__(), kora.RefusedError),
+        (lambda made: made.stream(9, 1, ""), lambda made: made.commit(), kora.RefusedError),
+        (lambda made: made.stream(9, 1, ""), lambda made: kora.Song().write_to(made), kora.RefusedError),
+        (lambda made: made.stream(9, 1, ""), lambda made: made.item(), kora.RefusedError),
+        (lambda made: made.stream(9, 1, ""), lambda made: made.write_text("a\0b"), ValueError),
+        (lambda made: made.stream(9, 1, ""), lambda made: made.write("int8", 5), ValueError),
+        (lambda made: made.stream(9, 1, ""), lambda made: made.write("uint8", [1, 256]), ValueError),
+        (
+            lambda made: made.stream(9, 1, ""),
+            lambda made: made.write("int64", np.uint64([2**63])),
+            ValueError,
+        ),
+        (lambda made: made.stream(9, 1, ""), lambda made: made.write("int64", [0.5]), TypeError),
+        (lambda made: made.stream(9, 1, ""), lambda made: made.write("int64", np.float64([1])), TypeError),
+        (lambda made: made.stream(9, 1, ""), lambda made: made.write("int64", "12"), TypeError),
     ],
 )
 def test_what_cannot_be_written_changes_nothing(around, wrong, error):
@@ -299,7 +304,7 @@ def test_lists_have_as_many_items_as_they_say():
 
 def test_streams_end_and_are_left_from_the_innermost_outward(takes):
     made = kora.Document.create()
-    outer, inner = made.stream(5), made.stream(6)
+    outer, inner = made.stream(5, 1, "outer"), made.stream(6)
     outer.__enter__(), inner.__enter__()
     with pytest.raises(kora.RefusedError):
         outer.__exit__(None, None, None)
@@ -332,7 +337,9 @@ def test_an_exception_drops_the_new_document(tmp_path):
         made.close()
     kora.Document.create(path)  # nobody holds it
     assert path.read_bytes() == b"old" and os.listdir(tmp_path) == [path.name]
-    script = f"import kora; made = kora.Document.create({str(path)!r}); s = made.stream(5); s.__enter__()"
+    script = (
+        f"import kora; made = kora.Document.create({str(path)!r}); s = made.stream(5, 1, ''); s.__enter__()"
+    )
     done = subprocess.run([sys.executable, "-X", "dev", "-c", script], capture_output=True, text=True)
     assert (done.returncode, done.stderr) == (0, "") and os.listdir(tmp_path) == [path.name]
     with kora.Document.create(path) as made:
@@ -488,8 +495,13 @@ def test_damage_is_noticed_told_and_repaired(seed, tmp_path, command):
                         tree.read_stream(stream, part)
         except (kora.FileError, kora.NotFoundError) as error:
             assert faults, (offset, error)
-        repaired = kora.repair(path, whole)
+        try:
+            repaired = kora.repair(path, whole)
+        except kora.NotFoundError:  # of a tree with one stream, that one is damaged
+            assert len(tree.roots) == 1 and not whole.exists()
+            continue
         assert kora.check(whole) == [] and len(repaired.lost) >= bool(faults)
+        whole.unlink()
     assert noticed > 50 or noticed == len(sound)
 
 

@@ -19,7 +19,7 @@ protected:
         EXPECT_EQ(kora_document_write_text(ioDocument, iText.c_str()), KORA_OK);
         return ioDocument;
     }
-    // Two takes, each with a name, places and a stream of notes inside; then a stream that no key leads to.
+    // Two takes, each with a name, places and a stream of notes inside.
     static void WriteTakes(kora_document* ioDocument)
     {
         ASSERT_EQ(kora_document_begin_list(ioDocument, cTakes, 3, "takes", 2), KORA_OK);
@@ -35,8 +35,6 @@ protected:
             ASSERT_EQ(kora_document_end(ioDocument), KORA_OK);
             ASSERT_EQ(kora_document_end(ioDocument), KORA_OK);
         }
-        ASSERT_EQ(kora_document_end(ioDocument), KORA_OK);
-        ASSERT_EQ(kora_document_begin(ioDocument, cNotes, 1, nullptr), KORA_OK);
         ASSERT_EQ(kora_document_end(ioDocument), KORA_OK);
     }
     static std::string BytesOf(kora_document* iDocument)
@@ -234,6 +232,36 @@ TEST_F(CDocument, WhatIsOutOfTurnIsRefusedAndChangesNothing)
     EXPECT_EQ(kora_document_commit(list.get()), KORA_OK);
 }
 
+TEST_F(CDocument, AKeyLeadsToOneStreamAlone)
+{
+    const auto to = Made<kora_document>(kora_document_create_in_memory);
+    kora_document* const document = to.get();
+    const auto begun = [&](std::int32_t iType, const char* iDescription) {
+        return kora_document_begin(document, iType, 1, iDescription);
+    };
+    const auto ended = [&] { ASSERT_EQ(kora_document_end(document), KORA_OK); };
+    EXPECT_EQ(begun(5, nullptr), KORA_REFUSED);
+    ASSERT_EQ(begun(5, "outermost"), KORA_OK);
+    for (int i = 0; i < 3; ++i) { // many of a type, without keys to them or into them
+        ASSERT_EQ(begun(6, nullptr), KORA_OK);
+        EXPECT_EQ(begun(7, "inside"), i == 0 ? KORA_OK : KORA_REFUSED);
+        if (i == 0) ended();
+        ended();
+        if (i == 0) { // the key inside lets no other stand beside
+            EXPECT_EQ(begun(6, nullptr), KORA_REFUSED);
+            EXPECT_EQ(begun(6, "named"), KORA_REFUSED);
+            ended();
+            ASSERT_EQ(begun(8, "another"), KORA_OK);
+            ASSERT_EQ(begun(6, nullptr), KORA_OK);
+            ended();
+        }
+    }
+    EXPECT_EQ(begun(6, "named"), KORA_REFUSED);
+    ended();
+    EXPECT_EQ(begun(8, "again"), KORA_REFUSED);
+    ASSERT_EQ(kora_document_commit(document), KORA_OK);
+}
+
 TEST_F(CDocument, ReleasedBeforeItIsCommittedTheOldOneStays)
 {
     std::ofstream(mPath) << "old";
@@ -304,6 +332,10 @@ TEST_F(CDocument, ABitThatTurnsIsNoticedToldAndRepaired)
     EXPECT_GT(recovered, 0u);
     ASSERT_EQ(kora_document_check(mPath.c_str(), nullptr, nullptr, &faults), KORA_OK);
     EXPECT_EQ(faults, 0u);
+    std::ofstream(mPath) << "nothing of a document";
+    EXPECT_EQ(kora_document_repair(mPath.c_str(), mPath.c_str(), nullptr, nullptr, &recovered),
+              KORA_NOT_FOUND);
+    EXPECT_EQ(FileBytes(), "nothing of a document");
     EXPECT_EQ(kora_document_check((mPath + ".no").c_str(), nullptr, nullptr, &faults), KORA_SYSTEM);
 }
 
