@@ -40,7 +40,10 @@ if(KORA_SANITIZE)
   # The library is what runs long; the fuzzer (clang) lives on speed. Under the thread sanitizer it has its types too,
   # which scripts/abi reads; they cost a twentieth of the compiler's time.
   set(is_library $<STREQUAL:$<TARGET_PROPERTY:NAME>,Kora>)
-  set(with_types $<AND:${is_library},$<CXX_COMPILER_ID:GNU>,$<STREQUAL:${KORA_SANITIZE},thread>>)
+  set(with_types 0)
+  if(KORA_SANITIZE STREQUAL "thread")
+    set(with_types $<AND:${is_library},$<CXX_COMPILER_ID:GNU>>)
+  endif()
   target_compile_options(kora_options INTERFACE
     "$<IF:${with_types},-g;-fno-var-tracking,-g1>" $<$<CXX_COMPILER_ID:GNU>:$<IF:${is_library},-O1,-Og>>)
 endif()
