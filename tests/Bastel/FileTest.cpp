@@ -1,4 +1,5 @@
 #include "Bastel/Sys/Sys_File.h"
+#include "Bastel/Sys/Sys_MemoryFile.h"
 #include "Bastel/Sys/Sys_OSErrorText.h"
 #include "Kora/SDS/FicInterface/SDS_Error.h"
 #include "Support/AssertRecorder.h"
@@ -10,6 +11,8 @@
 
 #include <array>
 #include <functional>
+#include <limits>
+#include <string_view>
 #include <tuple>
 #include <utility>
 
@@ -241,4 +244,28 @@ TEST(FileFaults, RequestsThatFailNameTheFileAndTheReason)
     file.Close();
     EXPECT_EQ(file.GetLastError(), 5);
     EXPECT_EQ(system.GetNumOpen(), 0u);
+}
+
+TEST(MemoryFile, ReadersAndAWriterShareItsBytesAndWhatHasNoRoomChangesNothing)
+{
+    Sys_MemoryFile memory("take");
+    Sys_File reader(Sys_FileLoc("anything"), &memory);
+    Sys_File writer(Sys_FileLoc("else"), &memory);
+    reader.Open(System::eAccess_Read);
+    writer.Open(System::eAccess_Write);
+    char bytes[8] = {};
+    EXPECT_EQ(writer.WriteAt(6, "two", 3), 3u);
+    EXPECT_EQ(reader.ReadAt(2, bytes, sizeof bytes), 7u);
+    EXPECT_EQ(std::string_view(bytes, 7), std::string_view("ke\0\0two", 7));
+    EXPECT_EQ(reader.ReadAt(10, bytes, sizeof bytes), 0u);
+    EXPECT_EQ(reader.GetLength(), 9);
+    writer.SetLength(4);
+    EXPECT_EQ(writer.WriteAt((std::numeric_limits<Cmn_Int64>::max)(), "far away", 8), 0u);
+    EXPECT_EQ(writer.GetLastError(), System::eError_NoMemory);
+    EXPECT_EQ(Sys_OSErrorText(writer.GetLastError()), "there is no memory for the file");
+    EXPECT_EQ(memory.GetBytes(), "take");
+    EXPECT_EQ(memory.Replace("else", "anything"), System::eError_NoOthers);
+    Sys_File anew(Sys_FileLoc("anew"), &memory);
+    anew.Open(System::eAccess_New);
+    EXPECT_EQ(reader.GetLength(), 0);
 }
