@@ -72,7 +72,9 @@ protected:
         return text;
     }
 
-    const std::string mPath = testing::TempDir() + "kora-c-document.kora";
+    // Of each test its own: they run side by side.
+    const std::string mPath = testing::TempDir() + "kora-" +
+                              testing::UnitTest::GetInstance()->current_test_info()->name() + ".kora";
 };
 
 TEST_F(CDocument, AFileAndMemoryHaveTheSameBytesAndGiveBackWhatWasWritten)
