@@ -3,6 +3,7 @@
 #include "Bastel/Cmn/Cmn_Exception.h"
 #include "Bastel/Sys/Sys_FileSystem.h"
 #include "Kora/C/C_Handle_p.h"
+#include "Kora/Kora_Version.h"
 #include "Kora/Ndo/Ndo_StDisableRecording.h"
 #include "Kora/SMF/SMF_Exception.h"
 
@@ -124,6 +125,8 @@ void C_Handle::Release()
 }
 
 uint32_t kora_c_version(void) { return KORA_C_VERSION_MAJOR * 65536u + KORA_C_VERSION_MINOR; }
+
+const char* kora_version(void) { return Kora_Version::GetText(); }
 
 kora_status kora_init(void)
 {

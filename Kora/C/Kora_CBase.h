@@ -18,6 +18,8 @@ extern "C" {
 
 /* Of the library that runs: major * 65536 + minor. Needs no kora_init. */
 KORA_API uint32_t kora_c_version(void);
+/* The library's own: "0.1.0". Needs no kora_init. */
+KORA_API const char* kora_version(void);
 
 typedef int32_t kora_status;
 enum {

@@ -11,6 +11,9 @@ pub type __int64_t = ::std::os::raw::c_long;
 extern "C" {
     pub fn kora_c_version() -> u32;
 }
+extern "C" {
+    pub fn kora_version() -> *const ::std::os::raw::c_char;
+}
 pub type kora_status = i32;
 pub const KORA_OK: _bindgen_ty_1 = 0;
 pub const KORA_NULL_ARGUMENT: _bindgen_ty_1 = 1;

@@ -36,6 +36,8 @@ from kora.writing import DocumentWriter
 
 # Where the library came from: a path, or the name by which the system found it.
 library_path: str = _lib.path
+# Its version, as "0.1.0"; the package's own is __version__.
+library_version: str = _lib.library_version()
 
 __all__ = [
     "__version__",
@@ -79,6 +81,7 @@ __all__ = [
     "bars_dtype",
     "check",
     "library_path",
+    "library_version",
     "open",
     "read",
     "repair",

@@ -299,6 +299,12 @@ class Bound:
             )
         return major, minor
 
+    def library_version(self) -> str:
+        """The library's own, as "0.1.0"."""
+        ask = self._dll.kora_version
+        ask.restype = c_char_p
+        return str(ask().decode())
+
 
 def candidates() -> list[str]:
     """Where the library may be, most wanted first."""

@@ -337,6 +337,10 @@ def test_songs_may_move_between_threads(light):
     assert answers == [0] and light.tempos.at("2|1").bpm == 90
 
 
+def test_package_and_library_are_of_one_version():
+    assert kora.library_version.split(".")[:2] == kora.__version__.split(".")[:2]
+
+
 @pytest.mark.parametrize(
     "name, words", [("/no/such/library.so", "KORA_LIBRARY may name it"), ("libc.so.6", "no Kora library")]
 )

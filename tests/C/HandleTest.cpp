@@ -1,5 +1,6 @@
 #include "Bastel/Cmn/Cmn_Assert.h"
 #include "C/CFixture.h"
+#include "Kora/Kora_Version.h"
 
 #include <cmath>
 #include <functional>
@@ -214,6 +215,7 @@ TEST(CStart, NothingWorksBeforeInitAndItSaysSo)
     EXPECT_EQ(song, nullptr);
     EXPECT_STREQ(kora_last_error_text(), "kora_init was not called");
     EXPECT_EQ(kora_c_version(), std::uint32_t{KORA_C_VERSION_MAJOR * 65536 + KORA_C_VERSION_MINOR});
+    EXPECT_STREQ(kora_version(), KORA_VERSION_TEXT);
     EXPECT_STREQ(kora_status_name(KORA_NOT_STARTED), "not started");
     EXPECT_STREQ(kora_status_name(-1), "unknown status");
 }
