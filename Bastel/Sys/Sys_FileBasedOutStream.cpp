@@ -30,8 +30,6 @@ void Sys_FileBasedOutStream::BeginAtFilePosition()
     FindRoom();
 }
 
-Cmn_Int64 Sys_FileBasedOutStream::GetEnd() const { return std::max(mFileEnd, Position()); }
-
 void Sys_FileBasedOutStream::SetLimit(Cmn_Int64 iLimit)
 {
     mLimit = iLimit;
@@ -70,7 +68,7 @@ std::size_t Sys_FileBasedOutStream::WritePastBuffer(const void* iBytes, std::siz
     bool fits = MakeRoom(iCount);
     if (!fits) {
         if (!Drain()) return 0;
-        fits = iCount < cBufferSize && MakeRoom(iCount);
+        fits = iCount <= cBufferSize / 2 && MakeRoom(iCount); // longer ones are not worth the copy
     }
     if (fits) {
         std::memcpy(mBuffer.get() + mFill, iBytes, iCount);
@@ -154,6 +152,10 @@ std::size_t Sys_FileBasedOutStream::Overwrite(Cmn_Int64 iPosition, const void* i
 {
     const auto* const bytes = static_cast<const Cmn_UInt8*>(iBytes);
     const Parts parts = PartsOf(iPosition, iCount);
+    if (parts.mInBuffer == iCount) { // as nearly always
+        std::memcpy(mBuffer.get() + parts.mOffset, bytes, iCount);
+        return iCount;
+    }
     const std::size_t before = WriteMasked(iPosition, bytes, parts.mBefore);
     if (before != parts.mBefore) return before;
     if (parts.mInBuffer != 0)

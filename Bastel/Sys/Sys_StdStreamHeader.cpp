@@ -9,6 +9,8 @@
 
 #include <algorithm>
 #include <bit>
+#include <limits>
+#include <tuple>
 
 using Fields = Sys_StdStreamHeaderFields;
 
@@ -29,6 +31,14 @@ void Put(T iValue, Cmn_UInt8*& ioTo, bool iSwap)
     ioTo += sizeof(T);
 }
 
+// The magic as a number whose lowest byte is its first.
+constexpr Cmn_UInt64 cMagicBits = [] {
+    Cmn_UInt64 bits = 0;
+    for (std::size_t i = Fields::cMagic.size(); i-- > 0;)
+        bits = bits << 8 | static_cast<Cmn_UInt8>(Fields::cMagic[i]);
+    return bits;
+}();
+
 void Tell(const Fields& iFields, std::string_view iName, Cmn_Int64 iBody, Sys_StdStreamHeaderInfo& oInfo)
 {
     oInfo.mName = iName;
@@ -47,11 +57,15 @@ void Tell(const Fields& iFields, std::string_view iName, Cmn_Int64 iBody, Sys_St
 
 Cmn_UInt32 Fields::SumOf(const Cmn_UInt8* iHeader, std::size_t iSizeBeforeSum, Cmn_Int64 iStart)
 {
+    return TurnedSum(Sys_Crc32C(0, iHeader, iSizeBeforeSum), iStart);
+}
+
+Cmn_UInt32 Fields::TurnedSum(Cmn_UInt32 iPlainSum, Cmn_Int64 iStart)
+{
     // Fixed on disk.
     constexpr int cTurn = 15;
     constexpr Cmn_UInt32 cAdded = 0x4B534833; // "KSH3"
-    return std::rotr(Sys_Crc32C(0, iHeader, iSizeBeforeSum), cTurn) + cAdded +
-           static_cast<Cmn_UInt32>(iStart);
+    return std::rotr(iPlainSum, cTurn) + cAdded + static_cast<Cmn_UInt32>(iStart);
 }
 
 std::size_t Fields::ReadFront(Sys_TypedInStream& ioStream, Bytes& oBytes)
@@ -110,18 +124,44 @@ bool Fields::IsSound(Cmn_Int64 iBytesLeft) const
     return IsGenuine() && IsComplete() && Cmn_Int64{mBodySize} <= iBytesLeft;
 }
 
+std::size_t Fields::PutFront(std::string_view iName, Cmn_Int16 iVersion, Cmn_UInt32 iListIndex, bool iSwap,
+                             Cmn_UInt8* oFront)
+{
+    if (iName.size() == 1) { // as of the streams of documents
+        const Cmn_UInt64 first = cMagicBits | Cmn_UInt64{1} << 32 |
+                                 Cmn_UInt64{static_cast<Cmn_UInt8>(iName[0])} << 40 |
+                                 Sys_StoredBits(iVersion, iSwap) << 48;
+        Sys_StoreInteger(oFront, first, false);
+        Sys_StoreInteger(oFront + sizeof first, iListIndex, iSwap);
+        return sizeof first + sizeof iListIndex;
+    }
+    Cmn_UInt8* to = std::copy(cMagic.begin(), cMagic.end(), oFront);
+    *to++ = static_cast<Cmn_UInt8>(iName.size());
+    to = std::copy(iName.begin(), iName.end(), to);
+    Put(iVersion, to, iSwap);
+    Put(iListIndex, to, iSwap);
+    return static_cast<std::size_t>(to - oFront);
+}
+
+void Fields::PutBlock(Cmn_UInt32 iFrontSum, bool iSwap, Cmn_UInt8* oBlock)
+{
+    // flags 2, size 4, sum 4, header sum 4: a word, and what is left of the sums.
+    const Cmn_UInt32 place = HasSums() && IsComplete() ? static_cast<Cmn_UInt32>(mStart) : 0;
+    const Cmn_UInt64 bodySum = Sys_StoredBits(mBodySum + place, iSwap);
+    const Cmn_UInt64 first =
+        Sys_StoredBits(mFlags, iSwap) | Sys_StoredBits(mBodySize, iSwap) << 16 | bodySum << 48;
+    Sys_StoreInteger(oBlock, first, false);
+    Sys_StoreInteger(oBlock + 8, static_cast<Cmn_UInt16>(bodySum >> 16), false);
+    mHeaderSum = HasSums() ? TurnedSum(Sys_Crc32C(iFrontSum, oBlock, cBlockSize - cSumSize), mStart) : 0;
+    const Cmn_UInt64 rest = bodySum >> 16 | Sys_StoredBits(mHeaderSum, iSwap) << 16;
+    Sys_StoreInteger(oBlock + 8, static_cast<Cmn_UInt32>(rest), false);
+    Sys_StoreInteger(oBlock + 12, static_cast<Cmn_UInt16>(rest >> 32), false);
+}
+
 std::size_t Fields::ToBytes(bool iSwap, Bytes& oBytes)
 {
-    Cmn_UInt8* to = std::copy(cMagic.begin(), cMagic.end(), oBytes.data());
-    *to++ = static_cast<Cmn_UInt8>(mName.size());
-    to = std::copy(mName.begin(), mName.end(), to);
-    Put(mVersion, to, iSwap);
-    Put(mListIndex, to, iSwap);
-    Put(mFlags, to, iSwap);
-    Put(mBodySize, to, iSwap);
-    Put(HasSums() && IsComplete() ? mBodySum + static_cast<Cmn_UInt32>(mStart) : mBodySum, to, iSwap);
-    mHeaderSum = HasSums() ? SumOf(oBytes.data(), static_cast<std::size_t>(to - oBytes.data()), mStart) : 0;
-    Put(mHeaderSum, to, iSwap);
+    const std::size_t front = PutFront(mName, mVersion, mListIndex, iSwap, oBytes.data());
+    PutBlock(Sys_Crc32C(0, oBytes.data(), front), iSwap, oBytes.data() + front);
     return GetSize();
 }
 
@@ -129,30 +169,44 @@ Sys_StdStreamHeaderWriter::Sys_StdStreamHeaderWriter(Sys_TypedOutStream& ioStrea
                                                      Cmn_Int16 iVersion, int iCallersExceptions)
     : mStream(ioStream)
     , mStart(ioStream.GetPosition())
-    , mName(iName.substr(0, Fields::cMaxName))
-    , mVersion(iVersion)
-    , mListIndex(ioStream.GetStream().GetOpenHeaders().GetListIndex())
     , mExceptions(iCallersExceptions + std::uncaught_exceptions())
 {
+    Open(iName, iVersion);
+}
+
+Sys_StdStreamHeaderWriter::Sys_StdStreamHeaderWriter(Sys_TypedOutStream& ioStream, std::string_view iName,
+                                                     Cmn_Int16 iVersion, EEnd)
+    : mStream(ioStream)
+    , mStart(ioStream.GetPosition())
+    , mExceptions(std::numeric_limits<int>::max())
+{
+    Open(iName, iVersion);
+}
+
+void Sys_StdStreamHeaderWriter::Open(std::string_view iName, Cmn_Int16 iVersion)
+{
+    static_assert(std::tuple_size_v<decltype(mHeader)> == Fields::cMaxSize);
     Cmn_ASSERT(iName.size() <= Fields::cMaxName);
     Sys_OutStream& stream = mStream.GetStream();
+    const bool swap = mStream.IsSwapped();
+    mFrontSize = Fields::PutFront(iName.substr(0, Fields::cMaxName), iVersion,
+                                  stream.GetOpenHeaders().GetListIndex(), swap, mHeader.data());
     Fields fields;
     fields.mStart = mStart;
-    fields.mName = mName;
-    fields.mVersion = mVersion;
-    fields.mListIndex = mListIndex;
-    fields.mFlags = stream.HasSums() ? Fields::cFlagSums : 0;
-    Fields::Bytes bytes;
-    const std::size_t size = fields.ToBytes(mStream.IsSwapped(), bytes);
+    if (stream.HasSums()) {
+        fields.mFlags = Fields::cFlagSums;
+        mFrontSum = Sys_Crc32C(0, mHeader.data(), mFrontSize);
+    }
+    fields.PutBlock(mFrontSum, swap, mHeader.data() + mFrontSize);
+    const std::size_t size = mFrontSize + Fields::cBlockSize;
     stream.UpdateSums(); // the enclosing sum covers what stands before this header
     stream.GetOpenHeaders().Open(mStart, mStart + static_cast<Cmn_Int64>(size));
     try {
-        mStream.WriteBytes(bytes.data(), size);
+        mStream.WriteBytes(mHeader.data(), size);
     } catch (...) {
         Abandon();
         throw;
     }
-    mBlock = mStart + static_cast<Cmn_Int64>(size) - Fields::cBlockSize;
 }
 
 void Sys_StdStreamHeaderWriter::Abandon()
@@ -185,28 +239,28 @@ void Sys_StdStreamHeaderWriter::PatchSize()
     Sys_OpenHeaders& open = stream.GetOpenHeaders();
     if (!Cmn_ASSERT(!open.IsEmpty() && open.GetStart() == mStart))
         return; // headers close from the inside out
-    const Cmn_Int64 size = mStream.GetPosition() - mBlock - Fields::cBlockSize;
+    const Cmn_Int64 block = mStart + static_cast<Cmn_Int64>(mFrontSize);
+    const Cmn_Int64 size = mStream.GetPosition() - block - Fields::cBlockSize;
     if (size < 0 || size >= Cmn_Int64{Fields::cUnknownSize})
         Sys_ThrowFrom<Sys_StreamWriteException>(mStream.GetStream(), mStart);
 
-    stream.UpdateSums();
+    const bool hasSums = stream.HasSums();
     Fields fields;
     fields.mStart = mStart;
-    fields.mName = mName;
-    fields.mVersion = mVersion;
-    fields.mListIndex = mListIndex;
     fields.mFlags = Fields::cFlagComplete;
     if (open.IsList()) fields.mFlags |= Fields::cFlagList;
-    if (stream.HasSums()) fields.mFlags |= Fields::cFlagSums;
     fields.mBodySize = static_cast<Cmn_UInt32>(size);
-    fields.mBodySum = stream.HasSums() ? open.GetBodySum() : 0;
-    Fields::Bytes bytes;
-    const std::size_t headerSize = fields.ToBytes(mStream.IsSwapped(), bytes);
-    const Cmn_UInt8* const block = bytes.data() + headerSize - Fields::cBlockSize;
-    if (!stream.PatchHeader(mBlock, block, Fields::cBlockSize))
+    if (hasSums) {
+        stream.UpdateSums();
+        fields.mFlags |= Fields::cFlagSums;
+        fields.mBodySum = open.GetBodySum();
+    }
+    Cmn_UInt8* const bytes = mHeader.data() + mFrontSize;
+    fields.PutBlock(mFrontSum, mStream.IsSwapped(), bytes);
+    if (!stream.PatchHeader(block, bytes, Fields::cBlockSize))
         Sys_ThrowFrom<Sys_StreamWriteException>(mStream.GetStream(), mStart);
-    if (stream.HasSums())
-        open.Close(bytes.data(), headerSize, fields.mBodySize);
+    if (hasSums)
+        open.Close(mHeader.data(), mFrontSize + Fields::cBlockSize, fields.mBodySize);
     else
         open.Abandon();
     mState = eState_Complete;

@@ -6,6 +6,7 @@
 
 #include <array>
 #include <string>
+#include <string_view>
 
 struct Sys_StdStreamHeaderFields
 {
@@ -45,6 +46,8 @@ struct Sys_StdStreamHeaderFields
     // that of the body, the place where the header begins is added: a frame that got into the place of
     // another is none there, and both tell alike where it was written.
     static Cmn_UInt32 SumOf(const Cmn_UInt8* iHeader, std::size_t iSizeBeforeSum, Cmn_Int64 iStart);
+    // The same from the plain sum of what stands before it.
+    static Cmn_UInt32 TurnedSum(Cmn_UInt32 iPlainSum, Cmn_Int64 iStart);
 
     // Magic and length of the name, which is returned; throws Sys_StreamReadException where there are none.
     static std::size_t ReadFront(Sys_TypedInStream& ioStream, Bytes& oBytes);
@@ -74,6 +77,13 @@ struct Sys_StdStreamHeaderFields
     Cmn_UInt32 GetBodySumElsewhere() const { return mBodySum - (mHeaderSum - mComputedSum); }
     // True for what a writer leaves behind when it has finished a body of at most iBytesLeft bytes.
     bool IsSound(Cmn_Int64 iBytesLeft) const;
+
+    // What stands before the block: magic, name, version, list index. Returns its size.
+    static std::size_t PutFront(std::string_view iName, Cmn_Int16 iVersion, Cmn_UInt32 iListIndex, bool iSwap,
+                                Cmn_UInt8* oFront);
+    // The block as it stands on the disk, behind a front of that sum; sets headerSum where the flags ask for
+    // sums.
+    void PutBlock(Cmn_UInt32 iFrontSum, bool iSwap, Cmn_UInt8* oBlock);
 
     std::size_t GetSize() const { return cFixedFront + mName.size() + cAfterName + cBlockSize; }
     // The header as it stands on the disk, with the header sum computed where the flags ask

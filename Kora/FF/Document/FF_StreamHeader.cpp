@@ -15,7 +15,7 @@ FF_StreamHeaderWriter::FF_StreamHeaderWriter(FF_Document* iDocument, Sys_TypedOu
     try {
         if (iStreamType == FF_Document::cNoStreamType || iStreamType == FF_Document::cTOCStreamType)
             Sys_ThrowFrom<Sys_StreamWriteException>(mStream.GetStream(), start);
-        mHeader.emplace(mStream, FF_Format::cStreamName, iVersion);
+        mHeader.emplace(mStream, FF_Format::cStreamName, iVersion, Sys_StdStreamHeaderWriter::eEnd_ByOwner);
         mStream.WriteInt16(iStreamType);
         if (mDocument != nullptr) mDocument->PushContext(iStreamType, static_cast<Cmn_UInt32>(start));
     } catch (...) {
