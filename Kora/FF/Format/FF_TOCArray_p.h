@@ -73,6 +73,13 @@ public:
         }
         mSize = iCount;
     }
+    // So many elements more; the first of them. Their values are the caller's to set.
+    T* Extend(std::size_t iMore)
+    {
+        ReserveMore(iMore);
+        mSize += iMore;
+        return end() - iMore;
+    }
     // Drops what stands at iCount and behind.
     void Truncate(std::size_t iCount) { mSize = iCount; }
     template <class... Args>
