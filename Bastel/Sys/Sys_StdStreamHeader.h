@@ -134,6 +134,10 @@ public:
     [[nodiscard]] static bool Peek(Sys_TypedInStream& ioStream, Sys_StdStreamHeaderInfo& oInfo);
 
 private:
+    // Peek; with a name for headers of that name only, without telling it.
+    static bool PeekAs(Sys_TypedInStream& ioStream, const std::string_view* iName,
+                       Sys_StdStreamHeaderInfo& oInfo);
+
     Sys_TypedInStream& mStream;
     Sys_StdStreamHeaderInfo mInfo;
 };
