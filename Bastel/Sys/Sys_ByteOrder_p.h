@@ -42,3 +42,21 @@ Cmn_UInt64 Sys_StoredBits(T iValue, bool iSwap)
     Sys_StoreInteger(bytes, iValue, iSwap);
     return Sys_LoadInteger<std::make_unsigned_t<T>>(bytes, false);
 }
+
+// memcpy for bytes that mostly are an integer's: those in one piece and without a call.
+inline void Sys_CopyBytes(void* oTo, const void* iFrom, std::size_t iCount)
+{
+    switch (iCount) {
+    case 2:
+        std::memcpy(oTo, iFrom, 2);
+        return;
+    case 4:
+        std::memcpy(oTo, iFrom, 4);
+        return;
+    case 8:
+        std::memcpy(oTo, iFrom, 8);
+        return;
+    default:
+        std::memcpy(oTo, iFrom, iCount);
+    }
+}

@@ -3,6 +3,7 @@
 #include "Bastel/Cmn/Cmn_Assert.h"
 #include "Bastel/Cmn/Cmn_Exception.h"
 #include "Bastel/Sys/Sys_BlockCache_p.h"
+#include "Bastel/Sys/Sys_ByteOrder_p.h"
 #include "Bastel/Sys/Sys_Crc32C.h"
 
 #include <algorithm>
@@ -12,24 +13,6 @@ namespace {
 
 // Bytes behind the position that stay: who looked at a header goes back to its start.
 constexpr std::size_t cLookBack = 512;
-
-// Integers, which most reads are, in one piece: a processor waits where it loads what was stored in several.
-void Copy(void* oTo, const Cmn_UInt8* iFrom, std::size_t iCount)
-{
-    switch (iCount) {
-    case 2:
-        std::memcpy(oTo, iFrom, 2);
-        break;
-    case 4:
-        std::memcpy(oTo, iFrom, 4);
-        break;
-    case 8:
-        std::memcpy(oTo, iFrom, 8);
-        break;
-    default:
-        std::memcpy(oTo, iFrom, iCount);
-    }
-}
 
 } // namespace
 
@@ -79,7 +62,7 @@ std::size_t Sys_FileBasedInStream::Read(void* oBytes, std::size_t iCount)
     // buffer, and of a count of 0.
     const auto offset = static_cast<std::size_t>(mPosition - mBufferStart);
     if (offset <= mBuffered && iCount - 1 < mBuffered - offset) {
-        Copy(oBytes, mData + offset, iCount);
+        Sys_CopyBytes(oBytes, mData + offset, iCount);
         mPosition += static_cast<Cmn_Int64>(iCount);
         return iCount;
     }

@@ -2,6 +2,7 @@
 
 #include "Bastel/Cmn/Cmn_Assert.h"
 #include "Bastel/Cmn/Cmn_Exception.h"
+#include "Bastel/Sys/Sys_ByteOrder_p.h"
 
 #include <algorithm>
 #include <cstring>
@@ -53,7 +54,7 @@ void Sys_FileBasedOutStream::FindRoom()
 std::size_t Sys_FileBasedOutStream::Write(const void* iBytes, std::size_t iCount)
 {
     if (iCount - 1 < mRoom) { // a count of 0 wraps around to more than there can be
-        std::memcpy(mBuffer.get() + mFill, iBytes, iCount);
+        Sys_CopyBytes(mBuffer.get() + mFill, iBytes, iCount);
         mFill += iCount;
         mRoom -= iCount;
         return iCount;
@@ -68,7 +69,7 @@ std::size_t Sys_FileBasedOutStream::WritePastBuffer(const void* iBytes, std::siz
     bool fits = MakeRoom(iCount);
     if (!fits) {
         if (!Drain()) return 0;
-        fits = iCount <= cBufferSize / 2 && MakeRoom(iCount); // longer ones are not worth the copy
+        fits = iCount < cBufferSize && MakeRoom(iCount);
     }
     if (fits) {
         std::memcpy(mBuffer.get() + mFill, iBytes, iCount);

@@ -46,11 +46,13 @@ bool FF_TOCTable::IsBehindAll(std::span<const FF_Document::Context> iContexts) c
 {
     if (mAscending != mKeys.size()) return false;
     if (mKeys.empty()) return true;
-    const std::span<const Context> last = GetContexts(mKeys.back());
-    std::size_t i = 0;
-    for (; i < std::min(last.size(), iContexts.size()); ++i)
-        if (last[i].GetRank() != RankOf(iContexts[i])) return last[i].GetRank() < RankOf(iContexts[i]);
-    return last.size() < iContexts.size();
+    const Key& last = mKeys.back();
+    const Context* const contexts = mContexts.data() + last.mFirstContext;
+    const std::size_t common = std::min<std::size_t>(last.mContextCount, iContexts.size());
+    for (std::size_t i = 0; i < common; ++i)
+        if (const Cmn_UInt64 rank = RankOf(iContexts[i]); contexts[i].GetRank() != rank)
+            return contexts[i].GetRank() < rank;
+    return last.mContextCount < iContexts.size();
 }
 
 Cmn_Int32 FF_TOCTable::FindAmongAll(std::span<const FF_Document::Context> iContexts) const

@@ -1,6 +1,7 @@
 // FF_TOCTable's stream: read from memory in one pass, written in large pieces.
 #include "Kora/FF/Document/FF_TOCTable_p.h"
 
+#include "Bastel/Sys/Sys_FileBasedOutStream.h"
 #include "Kora/FF/Format/FF_TOCIndex_p.h"
 
 #include <algorithm>
@@ -44,7 +45,8 @@ public:
     }
 
 private:
-    static constexpr Cmn_Int64 cPiece = 256 * 1024;
+    // More than a stream's buffer takes, so that nothing is copied twice.
+    static constexpr Cmn_Int64 cPiece = 2 * Cmn_Int64{Sys_OutStreamLimits::cBufferSize};
     static_assert(cPiece > Cmn_Int64{FF_TOCBytes::cLargestValue});
 
     Sys_TypedOutStream& mStream;
