@@ -1,6 +1,9 @@
 #include "FF/HandMade.h"
 #include "FF/StDocument.h"
 
+#include <map>
+#include <random>
+
 namespace {
 
 using Key = FF_Document::TOCKey;
@@ -247,6 +250,50 @@ TEST_F(DocumentTest, BrokenPreconditionsAreReportedAndHarmless)
     }
     EXPECT_EQ(TakeReports(), "!mCurrentContext.empty()");
     EXPECT_EQ(FileBytes(), before);
+}
+
+// A long table stays in its file. Items at even and at uneven distances, several keys of one beginning, and such as
+// end in the next page.
+TEST_F(DocumentTest, EveryKeyOfALongTableIsFoundInItsFileAndNoOther)
+{
+    using Context = FF_Document::Context;
+    std::mt19937 random(5);
+    const auto below = [&](int iEnd) { return static_cast<int>(random() % static_cast<unsigned>(iEnd)); };
+    const auto type = [&](int iFirst) { return static_cast<Cmn_Int16>(iFirst + below(3)); };
+    std::map<Key, Cmn_Int64> places;
+    for (int i = 0; i < 6000; ++i) {
+        std::vector<Context> contexts = {Context(type(20), 0, true, below(2) == 0 ? i : below(1 << 20))};
+        for (int depth = below(4); depth > 0; --depth)
+            contexts.emplace_back(type(-1), 0, false, below(2));
+        places.emplace(Key(contexts), cFirstStream + i);
+    }
+    {
+        Document document(Sys_Store::eOpenFlag_New);
+        Sys_TypedOutStream out = document.MakeTypedOutStream();
+        {
+            const FF_StreamHeaderWriter header(&document, out, 7, 1);
+            out.WriteString(std::string(6000, 'x'));
+        }
+        for (const auto& [key, place] : places)
+            document.AddTOCEntry(key, 0, static_cast<Cmn_UInt64>(place), std::string(random() % 200, 'd'));
+        document.Flush();
+    }
+    Document document(Sys_Store::eOpenFlag_Read);
+    Sys_TypedInStream in = document.MakeTypedInStream();
+    const auto look = [&](const Key& iKey) {
+        const auto place = places.find(iKey);
+        in.SetPosition(cFirstStream - 1);
+        EXPECT_EQ(document.SeekToStream(iKey, in), place != places.end()) << iKey.Dump();
+        EXPECT_EQ(in.GetPosition(), place == places.end() ? cFirstStream - 1 : place->second) << iKey.Dump();
+    };
+    for (const auto& each : places) {
+        look(each.first);
+        Key near = each.first;
+        Context& context = near.GetContexts()[random() % near.GetContexts().size()];
+        context.SetListIndex(context.GetListIndex() + 1);
+        look(near);
+        look(each.first.Inside(Context(type(-1))));
+    }
 }
 
 } // namespace
