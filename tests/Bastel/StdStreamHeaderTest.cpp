@@ -300,6 +300,10 @@ TEST_F(StreamSums, AHeaderThatIsInTheFileBeforeItsEndSaysThatItIsNotComplete)
         Sys_StdStreamHeaderInfo info;
         EXPECT_TRUE(Reader::Peek(in, info) && !info.mIsComplete && info.mName == "Z");
         EXPECT_THROW(Reader(in, "Z"), Sys_StreamReadException);
+        Sys_TypedInStream complete(mIn);
+        complete.SetPosition(cListAt); // with more bytes behind it than a header has
+        EXPECT_TRUE(Reader::Peek(complete, info) && info.mIsComplete && info.mName == "List");
+        EXPECT_THROW(Reader(complete, "Lust"), Sys_StreamReadException);
     }
 }
 

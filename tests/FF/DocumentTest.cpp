@@ -111,6 +111,37 @@ TEST_F(DocumentTest, WhatIsCompleteFitsTheSizeLimit)
     }
 }
 
+TEST_F(DocumentTest, AnEntryThatWouldLeaveNoRoomForTheTableIsRefused)
+{
+    Cmn_Int64 growth = 0;
+    for (Cmn_Int64 room = -1; room < 60; ++room) { // without a limit first
+        Document document(Sys_Store::eOpenFlag_New);
+        Write(document, 7, 1);
+        const FF_Document::TOC& toc = document.GetTOC();
+        const Cmn_Int64 before = toc.GetStreamSize();
+        if (room >= 0) document.SetSizeLimit(document.MakeTypedOutStream().GetPosition() + before + room);
+        const int message = MessageOf([&] { document.AddTOCEntry(Key(8), 0, cFirstStream, "text"); });
+        if (room < 0) growth = toc.GetStreamSize() - before;
+        const bool fits = room < 0 || room >= growth;
+        EXPECT_EQ(message, fits ? 0 : Cmn_eMessage_WriteError) << room;
+        EXPECT_EQ(toc.GetStreamSize(), fits ? before + growth : before) << room;
+    }
+    EXPECT_TRUE(growth > 1 && growth < 59);
+}
+
+TEST_F(DocumentTest, AKeyThatIsRegisteredAnewTakesTheParentsThatAreKnown)
+{
+    using Context = FF_Document::Context;
+    Document document(Sys_Store::eOpenFlag_New);
+    document.AddTOCEntry(Key({Context(7, 100), Context(8, 200)}), 0, cFirstStream, "");
+    const Key again({Context(7), Context(8, 300)});
+    document.AddTOCEntry(again, 0, cFirstStream, "");
+    const FF_Document::TOC& toc = document.GetTOC();
+    const Key kept = toc.GetKey(toc.Find(again));
+    EXPECT_EQ(kept.GetContexts()[0].GetParentPosition(), 100u);
+    EXPECT_EQ(kept.GetContexts()[1].GetParentPosition(), 300u);
+}
+
 // Whose table takes some 200 KB, most of them for 3000 streams, some for a list of as many items.
 class LongTable : public DocumentTest
 {
@@ -262,7 +293,8 @@ TEST_F(DocumentTest, EveryKeyOfALongTableIsFoundInItsFileAndNoOther)
     const auto type = [&](int iFirst) { return static_cast<Cmn_Int16>(iFirst + below(3)); };
     std::map<Key, Cmn_Int64> places;
     for (int i = 0; i < 6000; ++i) {
-        std::vector<Context> contexts = {Context(type(20), 0, true, below(2) == 0 ? i : below(1 << 20))};
+        const int item = i % 2 == 0 ? i / 8 : below(1 << 20); // four keys of each even one
+        std::vector<Context> contexts = {Context(static_cast<Cmn_Int16>(20 + item % 3), 0, true, item)};
         for (int depth = below(4); depth > 0; --depth)
             contexts.emplace_back(type(-1), 0, false, below(2));
         places.emplace(Key(contexts), cFirstStream + i);
