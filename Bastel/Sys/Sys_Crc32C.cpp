@@ -7,16 +7,25 @@
 namespace {
 
 Cmn_UInt32 ChooseAndRun(Cmn_UInt32 iRemainder, const Cmn_UInt8* iBytes, std::size_t iCount);
+Cmn_UInt32 ChooseAndShift(Cmn_UInt32 iRemainder, Cmn_UInt64 iZeros);
 
-// No guarded static: its lock would not do on a real-time thread. Choosing twice gives the same answer, and
-// besides the pointer nothing is published.
+// No guarded statics: their lock would not do on a real-time thread. Choosing twice gives the same answer, and
+// besides the pointers nothing is published.
 constinit std::atomic<Sys_Crc32CKernel> sKernel{&ChooseAndRun};
+constinit std::atomic<Sys_Crc32CShifter> sShifter{&ChooseAndShift};
 
 Cmn_UInt32 ChooseAndRun(Cmn_UInt32 iRemainder, const Cmn_UInt8* iBytes, std::size_t iCount)
 {
     const Sys_Crc32CKernel best = Sys_ProcessorHasCrc32C() ? &Sys_Crc32CSse42 : &Sys_Crc32CPlain;
     sKernel.store(best, std::memory_order_relaxed);
     return best(iRemainder, iBytes, iCount);
+}
+
+Cmn_UInt32 ChooseAndShift(Cmn_UInt32 iRemainder, Cmn_UInt64 iZeros)
+{
+    const Sys_Crc32CShifter best = Sys_ProcessorHasCrc32C() ? &Sys_Crc32CShiftSse42 : &Sys_Crc32CShiftPlain;
+    sShifter.store(best, std::memory_order_relaxed);
+    return best(iRemainder, iZeros);
 }
 
 } // namespace
@@ -30,5 +39,5 @@ Cmn_UInt32 Sys_Crc32C(Cmn_UInt32 iSumOfA, const void* iB, std::size_t iCountOfB)
 // The complements at A's end and B's start cancel each other out.
 Cmn_UInt32 Sys_Crc32CCombine(Cmn_UInt32 iSumOfA, Cmn_UInt32 iSumOfB, Cmn_UInt64 iCountOfB)
 {
-    return Sys_Crc32CShift(iSumOfA, iCountOfB) ^ iSumOfB;
+    return sShifter.load(std::memory_order_relaxed)(iSumOfA, iCountOfB) ^ iSumOfB;
 }

@@ -38,14 +38,11 @@ Cmn_UInt32 Load(const Cmn_UInt8* iBytes)
     return iBytes[0] | iBytes[1] << 8 | iBytes[2] << 16 | static_cast<Cmn_UInt32>(iBytes[3]) << 24;
 }
 
-// x^(8 * d * 64^k - 33) at [k][d]: one factor for each base-64 digit of a length in bytes.
-using Shifts = std::array<std::array<Cmn_UInt32, 64>, 11>;
-
-constexpr Shifts MakeShifts()
+constexpr Sys_Crc32CDigitShifts MakeShifts()
 {
-    Shifts shifts{};
+    Sys_Crc32CDigitShifts shifts{};
     Cmn_UInt32 step = cOne >> 8; // x^8
-    for (std::array<Cmn_UInt32, 64>& row : shifts) {
+    for (auto& row : shifts.mAt) {
         Cmn_UInt32 power = cOne;
         for (Cmn_UInt32& shift : row) {
             shift = Multiply(OverX33(), power);
@@ -55,8 +52,6 @@ constexpr Shifts MakeShifts()
     }
     return shifts;
 }
-
-constexpr Shifts cShifts = MakeShifts();
 
 // Every fourth bit of each factor goes into one of 16 ordinary products: a column adds up to 8 ones, which is
 // below 16 and so never reaches the next column.
@@ -103,9 +98,11 @@ bool Sys_ProcessorHasCrc32C()
     return (~Sys_AskProcessor(1).mC & (cPclmulqdq | cSse42)) == 0;
 }
 
-Cmn_UInt32 Sys_Crc32CShift(Cmn_UInt32 iRemainder, Cmn_UInt64 iZeros)
+constinit const Sys_Crc32CDigitShifts Sys_Crc32CDigitShiftTable = MakeShifts();
+
+Cmn_UInt32 Sys_Crc32CShiftPlain(Cmn_UInt32 iRemainder, Cmn_UInt64 iZeros)
 {
     for (std::size_t digit = 0; iZeros != 0; ++digit, iZeros >>= 6)
-        iRemainder = Reduce(CarrylessProduct(iRemainder, cShifts[digit][iZeros & 63]));
+        iRemainder = Reduce(CarrylessProduct(iRemainder, Sys_Crc32CDigitShiftTable.mAt[digit][iZeros & 63]));
     return iRemainder;
 }

@@ -40,11 +40,16 @@ Word Load(const Cmn_UInt8* iBytes)
     return value;
 }
 
+__m128i Product(Cmn_UInt64 iRemainder, Cmn_UInt32 iFactor)
+{
+    return _mm_clmulepi64_si128(_mm_cvtsi64_si128(static_cast<long long>(iRemainder)),
+                                _mm_cvtsi32_si128(static_cast<int>(iFactor)), 0);
+}
+
 // What, exclusive-ored into the last of iWords words, stands for the remainder before them.
 __m128i MovedOver(Cmn_UInt64 iRemainder, std::size_t iWords)
 {
-    return _mm_clmulepi64_si128(_mm_cvtsi64_si128(static_cast<long long>(iRemainder)),
-                                _mm_cvtsi32_si128(static_cast<int>(cShifts.mAt[iWords])), 0);
+    return Product(iRemainder, cShifts.mAt[iWords]);
 }
 
 // An instruction's result takes three cycles and one can start in each: three parts of iPart words side by
@@ -89,4 +94,14 @@ Cmn_UInt32 Sys_Crc32CSse42(Cmn_UInt32 iRemainder, const Cmn_UInt8* iBytes, std::
         iBytes += 2;
     }
     return (iCount & 1) != 0 ? _mm_crc32_u8(tail, *iBytes) : tail;
+}
+
+Cmn_UInt32 Sys_Crc32CShiftSse42(Cmn_UInt32 iRemainder, Cmn_UInt64 iZeros)
+{
+    Cmn_UInt64 remainder = iRemainder;
+    for (std::size_t digit = 0; iZeros != 0; ++digit, iZeros >>= 6) {
+        const __m128i moved = Product(remainder, Sys_Crc32CDigitShiftTable.mAt[digit][iZeros & 63]);
+        remainder = _mm_crc32_u64(0, static_cast<Cmn_UInt64>(_mm_cvtsi128_si64(moved)));
+    }
+    return static_cast<Cmn_UInt32>(remainder);
 }

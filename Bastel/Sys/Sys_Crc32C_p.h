@@ -17,8 +17,19 @@ Cmn_UInt32 Sys_Crc32CPlain(Cmn_UInt32 iRemainder, const Cmn_UInt8* iBytes, std::
 Cmn_UInt32 Sys_Crc32CSse42(Cmn_UInt32 iRemainder, const Cmn_UInt8* iBytes, std::size_t iCount);
 bool Sys_ProcessorHasCrc32C();
 
-// The remainder of what iRemainder is of with iZeros zero bytes behind it.
-Cmn_UInt32 Sys_Crc32CShift(Cmn_UInt32 iRemainder, Cmn_UInt64 iZeros);
+// The ways to the remainder of what iRemainder is of with iZeros zero bytes behind it.
+using Sys_Crc32CShifter = Cmn_UInt32 (*)(Cmn_UInt32 iRemainder, Cmn_UInt64 iZeros);
+
+Cmn_UInt32 Sys_Crc32CShiftPlain(Cmn_UInt32 iRemainder, Cmn_UInt64 iZeros);
+// One carryless product a factor. Only where Sys_ProcessorHasCrc32C.
+Cmn_UInt32 Sys_Crc32CShiftSse42(Cmn_UInt32 iRemainder, Cmn_UInt64 iZeros);
+
+// x^(8 * d * 64^k - 33) at [k][d]: one factor for each base-64 digit of a length in bytes.
+struct Sys_Crc32CDigitShifts
+{
+    Cmn_UInt32 mAt[11][64];
+};
+extern const Sys_Crc32CDigitShifts Sys_Crc32CDigitShiftTable;
 
 namespace Sys_Crc32CField {
 

@@ -3,6 +3,7 @@
 #include "Bastel/Cmn/Cmn_Assert.h"
 #include "Bastel/Cmn/Cmn_Exception.h"
 #include "Bastel/Sys/Sys_BlockCache_p.h"
+#include "Bastel/Sys/Sys_ByteOrder_p.h"
 #include "Bastel/Sys/Sys_Crc32C.h"
 
 #include <algorithm>
@@ -36,6 +37,7 @@ void Sys_FileBasedInStream::Forget()
     Sys_InStream::Forget();
     mLength = std::max(mFile.GetLength(), mBegin);
     mPosition = std::min(mPosition, mLength);
+    mData = mBuffer.get();
     mBufferStart = mPosition;
     mBuffered = 0;
     mNextRead = cFirstRead;
@@ -60,7 +62,7 @@ std::size_t Sys_FileBasedInStream::Read(void* oBytes, std::size_t iCount)
     // buffer, and of a count of 0.
     const auto offset = static_cast<std::size_t>(mPosition - mBufferStart);
     if (offset <= mBuffered && iCount - 1 < mBuffered - offset) {
-        std::memcpy(oBytes, mBuffer.get() + offset, iCount);
+        Sys_CopyBytes(oBytes, mData + offset, iCount);
         mPosition += static_cast<Cmn_Int64>(iCount);
         return iCount;
     }
@@ -85,7 +87,7 @@ std::size_t Sys_FileBasedInStream::TakeBuffered(Cmn_UInt8* oBytes, std::size_t i
     const auto offset = static_cast<std::size_t>(mPosition - mBufferStart);
     if (offset >= mBuffered || iCount == 0) return 0;
     const std::size_t count = std::min(iCount, mBuffered - offset);
-    std::memcpy(oBytes, mBuffer.get() + offset, count);
+    std::memcpy(oBytes, mData + offset, count);
     mPosition += static_cast<Cmn_Int64>(count);
     return count;
 }
@@ -108,6 +110,7 @@ void Sys_FileBasedInStream::Load(Cmn_Int64 iFrom, std::size_t iWanted)
     if (!isInSequence) {
         mNextRead = cFirstRead;
         if (mJumps < cJumpsBeforeCaching) ++mJumps;
+        if (LoadBlock(iFrom, iWanted)) return;
     }
     const std::size_t keptFrom = isInSequence ? offset - std::min(offset, cLookBack) : 0;
     const std::size_t kept = isInSequence ? mBuffered - keptFrom : 0;
@@ -121,7 +124,25 @@ void Sys_FileBasedInStream::Load(Cmn_Int64 iFrom, std::size_t iWanted)
     Reserve(size, keptFrom, kept);
     mBufferStart = start;
     const Cmn_Int64 newFrom = start + static_cast<Cmn_Int64>(kept);
-    mBuffered = kept + Fetch(newFrom, mBuffer.get() + kept, size - kept);
+    mBuffered = kept;
+    mBuffered += Fetch(newFrom, mBuffer.get() + kept, size - kept);
+}
+
+// Where caching has begun, a jump copies nothing: what it finds is mostly far from the processor.
+bool Sys_FileBasedInStream::LoadBlock(Cmn_Int64 iFrom, std::size_t iWanted)
+{
+    const auto at = static_cast<std::size_t>(iFrom);
+    const std::size_t offset = at % Sys_BlockCache::cBlockSize;
+    if (mJumps < cJumpsBeforeCaching || iWanted > Sys_BlockCache::cBlockSize - offset) return false;
+    const Cmn_Int64 start = iFrom - static_cast<Cmn_Int64>(offset);
+    mBuffered = 0; // its block may make room for this one
+    const Cmn_UInt8* const block = FetchBlock(at / Sys_BlockCache::cBlockSize);
+    if (block == nullptr) return false;
+    mData = block;
+    mBufferStart = start;
+    mBuffered = std::min(static_cast<std::size_t>(mLength - start), Sys_BlockCache::cBlockSize);
+    mNextRead = std::min(2 * mNextRead, GetMostAhead(start));
+    return true;
 }
 
 // Of a body that was just summed all is wanted, as far as it is longer than the read-ahead.
@@ -141,7 +162,7 @@ std::span<const Cmn_UInt8> Sys_FileBasedInStream::Look(std::size_t iCount)
         offset = static_cast<std::size_t>(mPosition - mBufferStart);
         if (offset > mBuffered || iCount > mBuffered - offset) return {};
     }
-    return {mBuffer.get() + offset, iCount};
+    return {mData + offset, iCount};
 }
 
 std::size_t Sys_FileBasedInStream::Fetch(Cmn_Int64 iFrom, Cmn_UInt8* oBytes, std::size_t iCount)
@@ -185,13 +206,14 @@ const Cmn_UInt8* Sys_FileBasedInStream::FetchBlock(std::size_t iBlock)
 void Sys_FileBasedInStream::Reserve(std::size_t iSize, std::size_t iKeptFrom, std::size_t iKept)
 {
     if (iSize <= mCapacity) {
-        if (iKept != 0) std::memmove(mBuffer.get(), mBuffer.get() + iKeptFrom, iKept);
-        return;
+        if (iKept != 0) std::memmove(mBuffer.get(), mData + iKeptFrom, iKept);
+    } else {
+        auto larger = std::make_unique_for_overwrite<Cmn_UInt8[]>(iSize);
+        if (iKept != 0) std::memcpy(larger.get(), mData + iKeptFrom, iKept);
+        mBuffer = std::move(larger);
+        mCapacity = iSize;
     }
-    auto larger = std::make_unique_for_overwrite<Cmn_UInt8[]>(iSize);
-    if (iKept != 0) std::memcpy(larger.get(), mBuffer.get() + iKeptFrom, iKept);
-    mBuffer = std::move(larger);
-    mCapacity = iSize;
+    mData = mBuffer.get();
 }
 
 Cmn_UInt32 Sys_FileBasedInStream::SumOf(Cmn_Int64 iFrom, Cmn_Int64 iCount)
@@ -204,7 +226,7 @@ Cmn_UInt32 Sys_FileBasedInStream::SumOf(Cmn_Int64 iFrom, Cmn_Int64 iCount)
     const auto offset = static_cast<std::size_t>(iFrom - mBufferStart);
     if (offset + count > mBuffered)
         ThrowReadError(mBufferStart + static_cast<Cmn_Int64>(mBuffered), mFile.GetLastError());
-    return Sys_Crc32C(0, mBuffer.get() + offset, count);
+    return Sys_Crc32C(0, mData + offset, count);
 }
 
 void Sys_FileBasedInStream::ReadAt(Cmn_Int64 iFrom, void* oBytes, std::size_t iCount)

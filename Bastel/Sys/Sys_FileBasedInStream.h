@@ -77,6 +77,8 @@ private:
     std::size_t TakeBuffered(Cmn_UInt8* oBytes, std::size_t iCount);
     // Makes the buffer hold the iWanted bytes from iFrom on, or as many as can be read, and some ahead.
     void Load(Cmn_Int64 iFrom, std::size_t iWanted);
+    // Takes the cached block for the buffer; false where what is wanted is not all in one.
+    bool LoadBlock(Cmn_Int64 iFrom, std::size_t iWanted);
     // Reads and unmasks: from the file or, after many jumps, from the cache.
     std::size_t Fetch(Cmn_Int64 iFrom, Cmn_UInt8* oBytes, std::size_t iCount);
     // The cached block; null where not all that the file should have of it could be read.
@@ -90,7 +92,9 @@ private:
     Cmn_Int64 mBegin = 0;
     Cmn_Int64 mLength = 0;
     Cmn_Int64 mPosition = 0;
-    Cmn_Int64 mBufferStart = 0; // the buffer holds [mBufferStart, mBufferStart + mBuffered), unmasked
+    // [mBufferStart, mBufferStart + mBuffered), unmasked: in the buffer, or a block of the cache where it stands.
+    const Cmn_UInt8* mData = nullptr;
+    Cmn_Int64 mBufferStart = 0;
     std::size_t mBuffered = 0;
     std::size_t mCapacity = 0;
     std::size_t mReadAhead = cDefaultReadAhead;

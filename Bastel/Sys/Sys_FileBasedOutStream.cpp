@@ -2,6 +2,7 @@
 
 #include "Bastel/Cmn/Cmn_Assert.h"
 #include "Bastel/Cmn/Cmn_Exception.h"
+#include "Bastel/Sys/Sys_ByteOrder_p.h"
 
 #include <algorithm>
 #include <cstring>
@@ -30,8 +31,6 @@ void Sys_FileBasedOutStream::BeginAtFilePosition()
     FindRoom();
 }
 
-Cmn_Int64 Sys_FileBasedOutStream::GetEnd() const { return std::max(mFileEnd, Position()); }
-
 void Sys_FileBasedOutStream::SetLimit(Cmn_Int64 iLimit)
 {
     mLimit = iLimit;
@@ -55,7 +54,7 @@ void Sys_FileBasedOutStream::FindRoom()
 std::size_t Sys_FileBasedOutStream::Write(const void* iBytes, std::size_t iCount)
 {
     if (iCount - 1 < mRoom) { // a count of 0 wraps around to more than there can be
-        std::memcpy(mBuffer.get() + mFill, iBytes, iCount);
+        Sys_CopyBytes(mBuffer.get() + mFill, iBytes, iCount);
         mFill += iCount;
         mRoom -= iCount;
         return iCount;
@@ -154,6 +153,10 @@ std::size_t Sys_FileBasedOutStream::Overwrite(Cmn_Int64 iPosition, const void* i
 {
     const auto* const bytes = static_cast<const Cmn_UInt8*>(iBytes);
     const Parts parts = PartsOf(iPosition, iCount);
+    if (parts.mInBuffer == iCount) { // as nearly always
+        std::memcpy(mBuffer.get() + parts.mOffset, bytes, iCount);
+        return iCount;
+    }
     const std::size_t before = WriteMasked(iPosition, bytes, parts.mBefore);
     if (before != parts.mBefore) return before;
     if (parts.mInBuffer != 0)

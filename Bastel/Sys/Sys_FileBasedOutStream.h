@@ -50,7 +50,7 @@ public:
     void SetLimit(Cmn_Int64 iLimit);
     Cmn_Int64 GetLimit() const { return mLimit; }
     // One past the last byte that was written, or was there, and has not been taken back.
-    Cmn_Int64 GetEnd() const;
+    Cmn_Int64 GetEnd() const { return Position() > mFileEnd ? Position() : mFileEnd; }
     // Ends the file at the position, for what is written over an older, longer rest; writes the buffer first.
     void Truncate();
 

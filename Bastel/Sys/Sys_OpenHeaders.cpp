@@ -2,6 +2,7 @@
 
 #include "Bastel/Cmn/Cmn_Assert.h"
 #include "Bastel/Sys/Sys_Crc32C.h"
+#include "Bastel/Sys/Sys_StdStreamHeader_p.h"
 
 #include <algorithm>
 
@@ -20,7 +21,9 @@ void Sys_OpenHeaders::SetListIndex(Cmn_UInt32 iIndex)
 
 void Sys_OpenHeaders::Open(Cmn_Int64 iStart, Cmn_Int64 iBody)
 {
-    mLevels.push_back({iStart, iBody, iStart, 0, 0, false});
+    Level& level = mLevels.emplace_back();
+    level.mStart = level.mCovered = iStart;
+    level.mBody = iBody;
 }
 
 void Sys_OpenHeaders::Add(const void* iBytes, std::size_t iCount)
@@ -35,12 +38,15 @@ void Sys_OpenHeaders::Add(const void* iBytes, std::size_t iCount)
 
 void Sys_OpenHeaders::Close(const void* iHeader, std::size_t iHeaderSize, Cmn_UInt32 iBodySize)
 {
-    const Level closed = mLevels.back();
+    const Cmn_UInt32 bodySum = mLevels.back().mSum;
     mLevels.pop_back();
     if (mLevels.empty()) return;
-    Add(iHeader, iHeaderSize);
+    // In the two pieces that were stored: a word from both would have to wait for the second.
+    const std::size_t front = iHeaderSize - Sys_StdStreamHeaderFields::cBlockSize;
+    Add(iHeader, front);
+    Add(static_cast<const Cmn_UInt8*>(iHeader) + front, iHeaderSize - front);
     Level& parent = mLevels.back();
-    parent.mSum = Sys_Crc32CCombine(parent.mSum, closed.mSum, iBodySize);
+    parent.mSum = Sys_Crc32CCombine(parent.mSum, bodySum, iBodySize);
     parent.mCovered += Cmn_Int64{iBodySize};
 }
 

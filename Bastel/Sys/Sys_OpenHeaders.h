@@ -62,13 +62,13 @@ public:
 private:
     struct Level
     {
-        Cmn_Int64 mStart;
-        Cmn_Int64 mBody;
+        Cmn_Int64 mStart = 0;
+        Cmn_Int64 mBody = 0;
         // the sum covers [body, covered); below body while the header is being handed over
-        Cmn_Int64 mCovered;
-        Cmn_UInt32 mSum;
-        Cmn_UInt32 mListIndex;
-        bool mIsList;
+        Cmn_Int64 mCovered = 0;
+        Cmn_UInt32 mSum = 0;
+        Cmn_UInt32 mListIndex = 0;
+        bool mIsList = false;
     };
     std::vector<Level> mLevels;
 };

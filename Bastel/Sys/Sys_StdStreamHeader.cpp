@@ -9,19 +9,15 @@
 
 #include <algorithm>
 #include <bit>
+#include <limits>
+#include <tuple>
 
 using Fields = Sys_StdStreamHeaderFields;
+using Numbers = Sys_StdStreamHeaderNumbers;
 
 namespace {
 
-// Takes and puts integers at a place that moves on, in the stream's byte order.
-template <class T>
-T Take(const Cmn_UInt8*& ioFrom, bool iSwap)
-{
-    ioFrom += sizeof(T);
-    return Sys_LoadInteger<T>(ioFrom - sizeof(T), iSwap);
-}
-
+// Puts integers at a place that moves on, in the stream's byte order.
 template <class T>
 void Put(T iValue, Cmn_UInt8*& ioTo, bool iSwap)
 {
@@ -29,29 +25,76 @@ void Put(T iValue, Cmn_UInt8*& ioTo, bool iSwap)
     ioTo += sizeof(T);
 }
 
-void Tell(const Fields& iFields, std::string_view iName, Cmn_Int64 iBody, Sys_StdStreamHeaderInfo& oInfo)
+// The magic as a number whose lowest byte is its first.
+constexpr Cmn_UInt64 cMagicBits = [] {
+    Cmn_UInt64 bits = 0;
+    for (std::size_t i = Fields::cMagic.size(); i-- > 0;)
+        bits = bits << 8 | static_cast<Cmn_UInt8>(Fields::cMagic[i]);
+    return bits;
+}();
+
+// In place of a call for the one byte that most names have.
+bool AreEqual(std::string_view iA, std::string_view iB)
 {
-    oInfo.mName = iName;
-    oInfo.mVersion = iFields.mVersion;
-    oInfo.mListIndex = iFields.mListIndex;
-    oInfo.mIsList = iFields.IsList();
-    oInfo.mHasSums = iFields.HasSums();
-    oInfo.mIsComplete = iFields.IsComplete();
-    oInfo.mBodySum = iFields.mBodySum;
-    oInfo.mStart = iFields.mStart;
-    oInfo.mBody = iBody;
-    oInfo.mEnd = oInfo.mIsComplete ? iBody + Cmn_Int64{iFields.mBodySize} : iBody;
+    if (iA.size() != iB.size()) return false;
+    std::size_t i = 0;
+    while (i < iA.size() && iA[i] == iB[i])
+        ++i;
+    return i == iA.size();
+}
+
+// What Peek and the reader ask of a header, and what it says, but for its name, where it is one.
+inline bool Tell(const Sys_InStream& iStream, const Numbers& iNumbers, std::size_t iNameSize,
+                 Sys_StdStreamHeaderInfo& oInfo)
+{
+    const auto size = Fields::cFixedFront + iNameSize + Fields::cAfterName + Fields::cBlockSize;
+    const Cmn_Int64 body = iNumbers.mStart + static_cast<Cmn_Int64>(size);
+    const bool isComplete = iNumbers.IsComplete();
+    if (!iNumbers.IsGenuine()) return false;
+    if (isComplete && Cmn_Int64{iNumbers.mBodySize} > iStream.GetLength() - body) return false;
+    if (!iNumbers.HasSums() && iStream.HasSums()) return false;
+    oInfo.mVersion = iNumbers.mVersion;
+    oInfo.mListIndex = iNumbers.mListIndex;
+    oInfo.mIsList = iNumbers.IsList();
+    oInfo.mHasSums = iNumbers.HasSums();
+    oInfo.mIsComplete = isComplete;
+    oInfo.mBodySum = iNumbers.mBodySum;
+    oInfo.mStart = iNumbers.mStart;
+    oInfo.mBody = body;
+    oInfo.mEnd = isComplete ? body + Cmn_Int64{iNumbers.mBodySize} : body;
+    return true;
+}
+
+// Of any name, from a stream that may have nothing in memory.
+bool ReadAndTell(Sys_TypedInStream& ioStream, const std::string_view* iName, Sys_StdStreamHeaderInfo& oInfo)
+{
+    const Cmn_Int64 start = ioStream.GetPosition();
+    bool isHeader = false;
+    try {
+        const Fields fields = Fields::Read(ioStream);
+        const bool isWanted = iName == nullptr || *iName == fields.mName;
+        isHeader = isWanted && Tell(ioStream.GetStream(), fields, fields.mName.size(), oInfo);
+        if (isHeader && iName == nullptr) oInfo.mName = fields.mName;
+    } catch (const Cmn_Exception&) {
+        // The bytes end within what would be a header.
+    }
+    ioStream.SetPosition(start);
+    return isHeader;
 }
 
 } // namespace
 
-Cmn_UInt32 Fields::SumOf(const Cmn_UInt8* iHeader, std::size_t iSizeBeforeSum, Cmn_Int64 iStart)
+Cmn_UInt32 Numbers::SumOf(const Cmn_UInt8* iHeader, std::size_t iSizeBeforeSum, Cmn_Int64 iStart)
+{
+    return TurnedSum(Sys_Crc32C(0, iHeader, iSizeBeforeSum), iStart);
+}
+
+Cmn_UInt32 Numbers::TurnedSum(Cmn_UInt32 iPlainSum, Cmn_Int64 iStart)
 {
     // Fixed on disk.
     constexpr int cTurn = 15;
     constexpr Cmn_UInt32 cAdded = 0x4B534833; // "KSH3"
-    return std::rotr(Sys_Crc32C(0, iHeader, iSizeBeforeSum), cTurn) + cAdded +
-           static_cast<Cmn_UInt32>(iStart);
+    return std::rotr(iPlainSum, cTurn) + cAdded + static_cast<Cmn_UInt32>(iStart);
 }
 
 std::size_t Fields::ReadFront(Sys_TypedInStream& ioStream, Bytes& oBytes)
@@ -76,52 +119,49 @@ Fields Fields::Read(Sys_TypedInStream& ioStream)
     const Cmn_Int64 start = ioStream.GetPosition();
     const std::size_t nameSize = ReadFront(ioStream, bytes);
     ioStream.ReadBytes(bytes.data() + cFixedFront, nameSize + cAfterName + cBlockSize);
-    Fields fields = FromBytes(bytes.data(), start, ioStream.IsSwapped());
+    Fields fields{FromBytes(bytes.data(), start, ioStream.IsSwapped()), {}};
     fields.mName.assign(bytes.data() + cFixedFront, bytes.data() + cFixedFront + nameSize);
     return fields;
 }
 
-Fields Fields::FromBytes(const Cmn_UInt8* iBytes, Cmn_Int64 iStart, bool iSwap)
+std::size_t Numbers::PutFront(std::string_view iName, Cmn_Int16 iVersion, Cmn_UInt32 iListIndex, bool iSwap,
+                              Cmn_UInt8* oFront)
 {
-    Fields fields;
-    fields.mStart = iStart;
-    const Cmn_UInt8* from = iBytes + cFixedFront + iBytes[cMagic.size()];
-    fields.mVersion = Take<Cmn_Int16>(from, iSwap);
-    fields.mListIndex = Take<Cmn_UInt32>(from, iSwap);
-    fields.mFlags = Take<Cmn_UInt16>(from, iSwap);
-    fields.mBodySize = Take<Cmn_UInt32>(from, iSwap);
-    fields.mBodySum = Take<Cmn_UInt32>(from, iSwap);
-    if (fields.HasSums())
-        fields.mComputedSum = SumOf(iBytes, static_cast<std::size_t>(from - iBytes), fields.mStart);
-    fields.mHeaderSum = Take<Cmn_UInt32>(from, iSwap);
-    if (fields.HasSums() && fields.IsComplete()) fields.mBodySum -= static_cast<Cmn_UInt32>(fields.mStart);
-    return fields;
+    if (iName.size() == 1) { // as of the streams of documents
+        const Cmn_UInt64 first = cMagicBits | Cmn_UInt64{1} << 32 |
+                                 Cmn_UInt64{static_cast<Cmn_UInt8>(iName[0])} << 40 |
+                                 Sys_StoredBits(iVersion, iSwap) << 48;
+        Sys_StoreInteger(oFront, first, false);
+        Sys_StoreInteger(oFront + sizeof first, iListIndex, iSwap);
+        return sizeof first + sizeof iListIndex;
+    }
+    Cmn_UInt8* to = std::copy(cMagic.begin(), cMagic.end(), oFront);
+    *to++ = static_cast<Cmn_UInt8>(iName.size());
+    to = std::copy(iName.begin(), iName.end(), to);
+    Put(iVersion, to, iSwap);
+    Put(iListIndex, to, iSwap);
+    return static_cast<std::size_t>(to - oFront);
 }
 
-bool Fields::IsGenuineElsewhere() const
+void Numbers::PutBlock(Cmn_UInt32 iFrontSum, bool iSwap, Cmn_UInt8* oBlock)
 {
-    constexpr Cmn_UInt16 cKnownFlags = cFlagComplete | cFlagList | cFlagSums;
-    return (mFlags & ~cKnownFlags) == 0 && (HasSums() || (mHeaderSum == 0 && mBodySum == 0)) &&
-           IsComplete() == (mBodySize != cUnknownSize);
-}
-
-bool Fields::IsSound(Cmn_Int64 iBytesLeft) const
-{
-    return IsGenuine() && IsComplete() && Cmn_Int64{mBodySize} <= iBytesLeft;
+    // flags 2, size 4, sum 4, header sum 4: a word, and what is left of the sums.
+    const Cmn_UInt32 place = HasSums() && IsComplete() ? static_cast<Cmn_UInt32>(mStart) : 0;
+    const Cmn_UInt64 bodySum = Sys_StoredBits(mBodySum + place, iSwap);
+    const Cmn_UInt64 first =
+        Sys_StoredBits(mFlags, iSwap) | Sys_StoredBits(mBodySize, iSwap) << 16 | bodySum << 48;
+    Sys_StoreInteger(oBlock, first, false);
+    Sys_StoreInteger(oBlock + 8, static_cast<Cmn_UInt16>(bodySum >> 16), false);
+    mHeaderSum = HasSums() ? TurnedSum(Sys_Crc32C(iFrontSum, oBlock, cBlockSize - cSumSize), mStart) : 0;
+    const Cmn_UInt64 rest = bodySum >> 16 | Sys_StoredBits(mHeaderSum, iSwap) << 16;
+    Sys_StoreInteger(oBlock + 8, static_cast<Cmn_UInt32>(rest), false);
+    Sys_StoreInteger(oBlock + 12, static_cast<Cmn_UInt16>(rest >> 32), false);
 }
 
 std::size_t Fields::ToBytes(bool iSwap, Bytes& oBytes)
 {
-    Cmn_UInt8* to = std::copy(cMagic.begin(), cMagic.end(), oBytes.data());
-    *to++ = static_cast<Cmn_UInt8>(mName.size());
-    to = std::copy(mName.begin(), mName.end(), to);
-    Put(mVersion, to, iSwap);
-    Put(mListIndex, to, iSwap);
-    Put(mFlags, to, iSwap);
-    Put(mBodySize, to, iSwap);
-    Put(HasSums() && IsComplete() ? mBodySum + static_cast<Cmn_UInt32>(mStart) : mBodySum, to, iSwap);
-    mHeaderSum = HasSums() ? SumOf(oBytes.data(), static_cast<std::size_t>(to - oBytes.data()), mStart) : 0;
-    Put(mHeaderSum, to, iSwap);
+    const std::size_t front = PutFront(mName, mVersion, mListIndex, iSwap, oBytes.data());
+    PutBlock(Sys_Crc32C(0, oBytes.data(), front), iSwap, oBytes.data() + front);
     return GetSize();
 }
 
@@ -129,30 +169,44 @@ Sys_StdStreamHeaderWriter::Sys_StdStreamHeaderWriter(Sys_TypedOutStream& ioStrea
                                                      Cmn_Int16 iVersion, int iCallersExceptions)
     : mStream(ioStream)
     , mStart(ioStream.GetPosition())
-    , mName(iName.substr(0, Fields::cMaxName))
-    , mVersion(iVersion)
-    , mListIndex(ioStream.GetStream().GetOpenHeaders().GetListIndex())
     , mExceptions(iCallersExceptions + std::uncaught_exceptions())
 {
+    Open(iName, iVersion);
+}
+
+Sys_StdStreamHeaderWriter::Sys_StdStreamHeaderWriter(Sys_TypedOutStream& ioStream, std::string_view iName,
+                                                     Cmn_Int16 iVersion, EEnd)
+    : mStream(ioStream)
+    , mStart(ioStream.GetPosition())
+    , mExceptions(std::numeric_limits<int>::max())
+{
+    Open(iName, iVersion);
+}
+
+void Sys_StdStreamHeaderWriter::Open(std::string_view iName, Cmn_Int16 iVersion)
+{
+    static_assert(std::tuple_size_v<decltype(mHeader)> == Fields::cMaxSize);
     Cmn_ASSERT(iName.size() <= Fields::cMaxName);
     Sys_OutStream& stream = mStream.GetStream();
-    Fields fields;
+    const bool swap = mStream.IsSwapped();
+    mFrontSize = Fields::PutFront(iName.substr(0, Fields::cMaxName), iVersion,
+                                  stream.GetOpenHeaders().GetListIndex(), swap, mHeader.data());
+    Numbers fields;
     fields.mStart = mStart;
-    fields.mName = mName;
-    fields.mVersion = mVersion;
-    fields.mListIndex = mListIndex;
-    fields.mFlags = stream.HasSums() ? Fields::cFlagSums : 0;
-    Fields::Bytes bytes;
-    const std::size_t size = fields.ToBytes(mStream.IsSwapped(), bytes);
+    if (stream.HasSums()) {
+        fields.mFlags = Fields::cFlagSums;
+        mFrontSum = Sys_Crc32C(0, mHeader.data(), mFrontSize);
+    }
+    fields.PutBlock(mFrontSum, swap, mHeader.data() + mFrontSize);
+    const std::size_t size = mFrontSize + Fields::cBlockSize;
     stream.UpdateSums(); // the enclosing sum covers what stands before this header
     stream.GetOpenHeaders().Open(mStart, mStart + static_cast<Cmn_Int64>(size));
     try {
-        mStream.WriteBytes(bytes.data(), size);
+        mStream.WriteBytes(mHeader.data(), size);
     } catch (...) {
         Abandon();
         throw;
     }
-    mBlock = mStart + static_cast<Cmn_Int64>(size) - Fields::cBlockSize;
 }
 
 void Sys_StdStreamHeaderWriter::Abandon()
@@ -185,28 +239,28 @@ void Sys_StdStreamHeaderWriter::PatchSize()
     Sys_OpenHeaders& open = stream.GetOpenHeaders();
     if (!Cmn_ASSERT(!open.IsEmpty() && open.GetStart() == mStart))
         return; // headers close from the inside out
-    const Cmn_Int64 size = mStream.GetPosition() - mBlock - Fields::cBlockSize;
+    const Cmn_Int64 block = mStart + static_cast<Cmn_Int64>(mFrontSize);
+    const Cmn_Int64 size = mStream.GetPosition() - block - Fields::cBlockSize;
     if (size < 0 || size >= Cmn_Int64{Fields::cUnknownSize})
         Sys_ThrowFrom<Sys_StreamWriteException>(mStream.GetStream(), mStart);
 
-    stream.UpdateSums();
-    Fields fields;
+    const bool hasSums = stream.HasSums();
+    Numbers fields;
     fields.mStart = mStart;
-    fields.mName = mName;
-    fields.mVersion = mVersion;
-    fields.mListIndex = mListIndex;
     fields.mFlags = Fields::cFlagComplete;
     if (open.IsList()) fields.mFlags |= Fields::cFlagList;
-    if (stream.HasSums()) fields.mFlags |= Fields::cFlagSums;
     fields.mBodySize = static_cast<Cmn_UInt32>(size);
-    fields.mBodySum = stream.HasSums() ? open.GetBodySum() : 0;
-    Fields::Bytes bytes;
-    const std::size_t headerSize = fields.ToBytes(mStream.IsSwapped(), bytes);
-    const Cmn_UInt8* const block = bytes.data() + headerSize - Fields::cBlockSize;
-    if (!stream.PatchHeader(mBlock, block, Fields::cBlockSize))
+    if (hasSums) {
+        stream.UpdateSums();
+        fields.mFlags |= Fields::cFlagSums;
+        fields.mBodySum = open.GetBodySum();
+    }
+    Cmn_UInt8* const bytes = mHeader.data() + mFrontSize;
+    fields.PutBlock(mFrontSum, mStream.IsSwapped(), bytes);
+    if (!stream.PatchHeader(block, bytes, Fields::cBlockSize))
         Sys_ThrowFrom<Sys_StreamWriteException>(mStream.GetStream(), mStart);
-    if (stream.HasSums())
-        open.Close(bytes.data(), headerSize, fields.mBodySize);
+    if (hasSums)
+        open.Close(mHeader.data(), mFrontSize + Fields::cBlockSize, fields.mBodySize);
     else
         open.Abandon();
     mState = eState_Complete;
@@ -214,10 +268,10 @@ void Sys_StdStreamHeaderWriter::PatchSize()
 
 Sys_StdStreamHeaderReader::Sys_StdStreamHeaderReader(Sys_TypedInStream& ioStream, std::string_view iName)
     : mStream(ioStream)
+    , mInfo{std::string(iName)}
 {
-    const Cmn_Int64 start = mStream.GetPosition();
-    if (!Peek(mStream, mInfo) || !mInfo.mIsComplete || mInfo.mName != iName)
-        Sys_ThrowFrom<Sys_StreamReadException>(mStream.GetStream(), start);
+    if (!PeekAs(mStream, &iName, mInfo) || !mInfo.mIsComplete)
+        Sys_ThrowFrom<Sys_StreamReadException>(mStream.GetStream(), mStream.GetPosition());
     Sys_InStream& stream = mStream.GetStream();
     if (mInfo.mHasSums && !stream.IsVerified(mInfo.mBody, mInfo.mEnd)) {
         if (stream.SumOf(mInfo.mBody, mInfo.mEnd - mInfo.mBody) != mInfo.mBodySum)
@@ -250,33 +304,23 @@ std::string Sys_StdStreamHeaderReader::PeekName(Sys_TypedInStream& ioStream)
 
 bool Sys_StdStreamHeaderReader::Peek(Sys_TypedInStream& ioStream, Sys_StdStreamHeaderInfo& oInfo)
 {
-    Sys_InStream& stream = ioStream.GetStream();
-    const Cmn_Int64 start = stream.GetPosition();
-    const auto take = [&](const Fields& iFields, std::string_view iName) {
-        const auto size = Fields::cFixedFront + iName.size() + Fields::cAfterName + Fields::cBlockSize;
-        const Cmn_Int64 body = start + static_cast<Cmn_Int64>(size);
-        const bool fits =
-            iFields.IsComplete() ? iFields.IsSound(stream.GetLength() - body) : iFields.IsGenuine();
-        if (!fits || (!iFields.HasSums() && stream.HasSums())) return false;
-        Tell(iFields, iName, body, oInfo);
-        return true;
-    };
+    return PeekAs(ioStream, nullptr, oInfo);
+}
+
+bool Sys_StdStreamHeaderReader::PeekAs(Sys_TypedInStream& ioStream, const std::string_view* iName,
+                                       Sys_StdStreamHeaderInfo& oInfo)
+{
     // Nearly all headers have a short name and stand in memory: they are taken from there.
+    Sys_InStream& stream = ioStream.GetStream();
     const std::span<const Cmn_UInt8> bytes = stream.Look(Fields::cShortSize);
-    if (!bytes.empty()) {
-        if (!std::equal(Fields::cMagic.begin(), Fields::cMagic.end(), bytes.begin())) return false;
-        const std::size_t nameSize = bytes[Fields::cMagic.size()];
-        if (nameSize <= Fields::cMaxShortName)
-            return take(Fields::FromBytes(bytes.data(), start, ioStream.IsSwapped()),
-                        {reinterpret_cast<const char*>(bytes.data()) + Fields::cFixedFront, nameSize});
-    }
-    bool isHeader = false;
-    try {
-        const Fields fields = Fields::Read(ioStream);
-        isHeader = take(fields, fields.mName);
-    } catch (const Cmn_Exception&) {
-        // The bytes end within what would be a header.
-    }
-    ioStream.SetPosition(start);
-    return isHeader;
+    if (bytes.empty()) return ReadAndTell(ioStream, iName, oInfo);
+    if (Sys_LoadInteger<Cmn_UInt32>(bytes.data(), false) != cMagicBits) return false;
+    const std::size_t nameSize = bytes[Fields::cMagic.size()];
+    if (nameSize > Fields::cMaxShortName) return ReadAndTell(ioStream, iName, oInfo);
+    const std::string_view name(reinterpret_cast<const char*>(bytes.data()) + Fields::cFixedFront, nameSize);
+    if (iName != nullptr && !AreEqual(*iName, name)) return false;
+    const Numbers numbers = Numbers::FromBytes(bytes.data(), stream.GetPosition(), ioStream.IsSwapped());
+    if (!Tell(stream, numbers, nameSize, oInfo)) return false;
+    if (iName == nullptr) oInfo.mName = name;
+    return true;
 }

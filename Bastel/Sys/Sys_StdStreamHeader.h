@@ -26,6 +26,7 @@
 
 #include "Bastel/Sys/Sys_TypedStream.h"
 
+#include <array>
 #include <exception>
 #include <string>
 #include <string_view>
@@ -42,7 +43,14 @@ public:
     // Patches the size unless that was done. It lets no exception out. When an exception is what ends the
     // body, the stream takes back what was written or, in memory, the header stays incomplete: no reader
     // takes half an object. When the write fails, the stream remembers it.
-    ~Sys_StdStreamHeaderWriter() { Finish(std::uncaught_exceptions()); }
+    ~Sys_StdStreamHeaderWriter()
+    {
+        if (mState == eState_Open) Finish(std::uncaught_exceptions());
+    }
+    // For owners that know of exceptions themselves: they end the body by PatchSize or Abandon, in every case.
+    enum EEnd : Cmn_Int32 { eEnd_ByOwner = 0 };
+    KORA_API Sys_StdStreamHeaderWriter(Sys_TypedOutStream& ioStream, std::string_view iName,
+                                       Cmn_Int16 iVersion, EEnd iEnd);
     Sys_StdStreamHeaderWriter(const Sys_StdStreamHeaderWriter&) = delete;
     Sys_StdStreamHeaderWriter& operator=(const Sys_StdStreamHeaderWriter&) = delete;
 
@@ -67,14 +75,16 @@ private:
                                        Cmn_Int16 iVersion, int iCallersExceptions);
     KORA_API void Finish(int iCallersExceptions) noexcept;
 
+    void Open(std::string_view iName, Cmn_Int16 iVersion);
+
     Sys_TypedOutStream& mStream;
     Cmn_Int64 mStart;
-    Cmn_Int64 mBlock = 0; // where the flags stand
     EState mState = eState_Open;
-    std::string mName;
-    Cmn_Int16 mVersion;
-    Cmn_UInt32 mListIndex;
     int mExceptions; // in flight when the body was opened
+    // The header as it was written last: what stands before its block stays, the block is made anew at the end.
+    Cmn_UInt32 mFrontSum = 0; // 0 on a stream without sums
+    std::size_t mFrontSize = 0;
+    std::array<Cmn_UInt8, 280> mHeader;
 };
 
 // What a header says, for those who walk through headers without reading the bodies.
@@ -124,6 +134,10 @@ public:
     [[nodiscard]] static bool Peek(Sys_TypedInStream& ioStream, Sys_StdStreamHeaderInfo& oInfo);
 
 private:
+    // Peek; with a name for headers of that name only, without telling it.
+    static bool PeekAs(Sys_TypedInStream& ioStream, const std::string_view* iName,
+                       Sys_StdStreamHeaderInfo& oInfo);
+
     Sys_TypedInStream& mStream;
     Sys_StdStreamHeaderInfo mInfo;
 };

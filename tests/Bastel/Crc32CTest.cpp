@@ -70,16 +70,19 @@ TEST(Crc32C, SumsCombineAtEveryCut)
 }
 
 // Lengths that no test can lay out in memory: a sum moved by n and then by m has moved by n + m.
-TEST(Crc32C, ShiftsByHugeLengthsAddUp)
+TEST(Crc32C, ShiftsByHugeLengthsAddUpAndAgree)
 {
     std::mt19937_64 random(1);
     for (int i = 0; i < 2000; ++i) {
         const auto sum = static_cast<Cmn_UInt32>(random());
         const Cmn_UInt64 total = random() >> i % 64;
         const Cmn_UInt64 part = total == 0 ? 0 : random() % total;
-        ASSERT_EQ(Sys_Crc32CCombine(Sys_Crc32CCombine(sum, 0, part), 0, total - part),
-                  Sys_Crc32CCombine(sum, 0, total))
+        const Cmn_UInt32 moved = Sys_Crc32CCombine(sum, 0, total);
+        ASSERT_EQ(Sys_Crc32CCombine(Sys_Crc32CCombine(sum, 0, part), 0, total - part), moved)
             << part << " of " << total;
+        ASSERT_EQ(Sys_Crc32CShiftPlain(sum, total), moved) << total;
+        const bool hasCrc = Sys_ProcessorHasCrc32C();
+        ASSERT_EQ(hasCrc ? Sys_Crc32CShiftSse42(sum, total) : moved, moved) << total;
     }
 }
 

@@ -136,7 +136,10 @@ protected:
     {
         const std::vector<Run>& runs = mLevels[Random(mLevels.size())].mOwn;
         if (runs.empty()) return;
-        const auto [from, to] = runs[Random(runs.size())];
+        // Outside all headers anything may be replaced, whether it is in the file, in the buffer, or in both.
+        const bool isFree = mLevels.size() == 1 && Random(2) == 0;
+        const Run all(static_cast<std::size_t>(cBegin), mPlain.size());
+        const auto [from, to] = isFree ? all : runs[Random(runs.size())];
         const std::size_t at = from + Random(to - from);
         const Bytes bytes = RandomBytes(1 + Random(to - at));
         EXPECT_FALSE(mOut.Patch(mOut.GetEnd() - 1, "xy", 2)); // would make it longer

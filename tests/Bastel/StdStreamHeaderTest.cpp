@@ -276,6 +276,37 @@ TEST_F(StreamSums, AnotherSoundHeaderOfTheSameLengthIsDamageToAllAround)
     exchange("both items", cItem, cSecond, cItemSize, true);
 }
 
+// What a crash leaves behind: no reader takes it, but it is a header, and of that place.
+TEST_F(StreamSums, AHeaderThatIsInTheFileBeforeItsEndSaysThatItIsNotComplete)
+{
+    for (const bool swap : {false, true}) {
+        mFile.SetPosition(mFile.GetLength());
+        Sys_FileBasedOutStream stream(mFile);
+        Sys_TypedOutStream typed(stream, swap);
+        const Cmn_Int64 start = stream.GetPosition();
+        const Writer open(typed, "Z", -2);
+        stream.Flush();
+        Bytes bytes = mSystem.GetBytes("f");
+        bytes.erase(bytes.begin(), bytes.begin() + start);
+        const std::string version = swap ? "ff fe" : "fe ff";
+        const std::string flags = swap ? "00 04" : "04 00";
+        ASSERT_EQ(bytes.size(), 26u);
+        EXPECT_EQ(
+            Bytes(bytes.begin(), bytes.end() - 4),
+            FromHex("4b 53 48 33 01 5a " + version + " 00 00 00 00 " + flags + " ff ff ff ff 00 00 00 00"));
+        mIn.Forget();
+        Sys_TypedInStream in(mIn, swap);
+        in.SetPosition(start);
+        Sys_StdStreamHeaderInfo info;
+        EXPECT_TRUE(Reader::Peek(in, info) && !info.mIsComplete && info.mName == "Z");
+        EXPECT_THROW(Reader(in, "Z"), Sys_StreamReadException);
+        Sys_TypedInStream complete(mIn);
+        complete.SetPosition(cListAt); // with more bytes behind it than a header has
+        EXPECT_TRUE(Reader::Peek(complete, info) && info.mIsComplete && info.mName == "List");
+        EXPECT_THROW(Reader(complete, "Lust"), Sys_StreamReadException);
+    }
+}
+
 TEST_F(StreamSums, OnAFileAHeaderWithoutSumsIsDamage)
 {
     const Bytes without = InMemory();

@@ -4,6 +4,8 @@
 #include "Bastel/Sys/Sys_Clock.h"
 #include "Kora/FF/Document/FF_SafeSave.h"
 
+#include <map>
+#include <random>
 #include <set>
 
 namespace {
@@ -111,6 +113,37 @@ TEST_F(DocumentTest, WhatIsCompleteFitsTheSizeLimit)
         for (Cmn_Int16 type = 10; type < end; ++type)
             EXPECT_EQ(Read(document, type), type);
     }
+}
+
+TEST_F(DocumentTest, AnEntryThatWouldLeaveNoRoomForTheTableIsRefused)
+{
+    Cmn_Int64 growth = 0;
+    for (Cmn_Int64 room = -1; room < 60; ++room) { // without a limit first
+        Document document(Sys_Store::eOpenFlag_New);
+        Write(document, 7, 1);
+        const FF_Document::TOC& toc = document.GetTOC();
+        const Cmn_Int64 before = toc.GetStreamSize();
+        if (room >= 0) document.SetSizeLimit(document.MakeTypedOutStream().GetPosition() + before + room);
+        const int message = MessageOf([&] { document.AddTOCEntry(Key(8), 0, cFirstStream, "text"); });
+        if (room < 0) growth = toc.GetStreamSize() - before;
+        const bool fits = room < 0 || room >= growth;
+        EXPECT_EQ(message, fits ? 0 : Cmn_eMessage_WriteError) << room;
+        EXPECT_EQ(toc.GetStreamSize(), fits ? before + growth : before) << room;
+    }
+    EXPECT_TRUE(growth > 1 && growth < 59);
+}
+
+TEST_F(DocumentTest, AKeyThatIsRegisteredAnewTakesTheParentsThatAreKnown)
+{
+    using Context = FF_Document::Context;
+    Document document(Sys_Store::eOpenFlag_New);
+    document.AddTOCEntry(Key({Context(7, 100), Context(8, 200)}), 0, cFirstStream, "");
+    const Key again({Context(7), Context(8, 300)});
+    document.AddTOCEntry(again, 0, cFirstStream, "");
+    const FF_Document::TOC& toc = document.GetTOC();
+    const Key kept = toc.GetKey(toc.Find(again));
+    EXPECT_EQ(kept.GetContexts()[0].GetParentPosition(), 100u);
+    EXPECT_EQ(kept.GetContexts()[1].GetParentPosition(), 300u);
 }
 
 // Whose table takes some 200 KB, most of them for 3000 streams, some for a list of as many items.
@@ -292,6 +325,51 @@ TEST_F(DocumentTest, BrokenPreconditionsAreReportedAndHarmless)
     }
     EXPECT_EQ(TakeReports(), "!mCurrentContext.empty()");
     EXPECT_EQ(FileBytes(), before);
+}
+
+// A long table stays in its file. Items at even and at uneven distances, several keys of one beginning, and such as
+// end in the next page.
+TEST_F(DocumentTest, EveryKeyOfALongTableIsFoundInItsFileAndNoOther)
+{
+    using Context = FF_Document::Context;
+    std::mt19937 random(5);
+    const auto below = [&](int iEnd) { return static_cast<int>(random() % static_cast<unsigned>(iEnd)); };
+    const auto type = [&](int iFirst) { return static_cast<Cmn_Int16>(iFirst + below(3)); };
+    std::map<Key, Cmn_Int64> places;
+    for (int i = 0; i < 6000; ++i) {
+        const int item = i % 2 == 0 ? i / 8 : below(1 << 20); // four keys of each even one
+        std::vector<Context> contexts = {Context(static_cast<Cmn_Int16>(20 + item % 3), 0, true, item)};
+        for (int depth = below(4); depth > 0; --depth)
+            contexts.emplace_back(type(-1), 0, false, below(2));
+        places.emplace(Key(contexts), cFirstStream + i);
+    }
+    {
+        Document document(Sys_Store::eOpenFlag_New);
+        Sys_TypedOutStream out = document.MakeTypedOutStream();
+        {
+            const FF_StreamHeaderWriter header(&document, out, 7, 1);
+            out.WriteString(std::string(6000, 'x'));
+        }
+        for (const auto& [key, place] : places)
+            document.AddTOCEntry(key, 0, static_cast<Cmn_UInt64>(place), std::string(random() % 200, 'd'));
+        document.Flush();
+    }
+    Document document(Sys_Store::eOpenFlag_Read);
+    Sys_TypedInStream in = document.MakeTypedInStream();
+    const auto look = [&](const Key& iKey) {
+        const auto place = places.find(iKey);
+        in.SetPosition(cFirstStream - 1);
+        EXPECT_EQ(document.SeekToStream(iKey, in), place != places.end()) << iKey.Dump();
+        EXPECT_EQ(in.GetPosition(), place == places.end() ? cFirstStream - 1 : place->second) << iKey.Dump();
+    };
+    for (const auto& each : places) {
+        look(each.first);
+        Key near = each.first;
+        Context& context = near.GetContexts()[random() % near.GetContexts().size()];
+        context.SetListIndex(context.GetListIndex() + 1);
+        look(near);
+        look(each.first.Inside(Context(type(-1))));
+    }
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 // The example in docs/file-format.md is what the library writes, and reads.
 #include "FF/SmallDocument.h"
+#include "Kora/FF/Format/FF_TOCIndex_p.h"
 #include "Support/MemoryFileSystem.h"
 #include "Support/StreamBytes.h"
 
@@ -94,4 +95,20 @@ TEST(FileFormat, DocumentsThatAnotherProgramWroteAreReadWithoutFault)
             << complaint;
         EXPECT_EQ(FF_DocumentCheck::Check(Sys_FileLoc("f")).empty(), *row.mComplaint == 0);
     }
+}
+
+// From the definition: the page size doubles until there are at most 65536 pages.
+TEST(FileFormat, TheIndexHasAnEntryForEachPageWhateverTheirSize)
+{
+    EXPECT_EQ(FF_TOCIndex::SizeFor(65536), 0);
+    EXPECT_EQ(FF_TOCIndex::SizeFor(65537), 17 * 20 + 20);
+    for (Cmn_Int64 limit = Cmn_Int64{4096} * 65536; limit < 0xFFFFFFFF; limit *= 2)
+        for (const Cmn_Int64 off : {-65537, -1, 0, 1, 4096, 4097, 8191, 65537}) {
+            const Cmn_Int64 size = limit + off;
+            Cmn_Int64 page = 4096;
+            while (page * 65536 < size)
+                page *= 2;
+            const Cmn_Int64 pages = size / page + (size % page == 0 ? 0 : 1);
+            EXPECT_EQ(FF_TOCIndex::SizeFor(size), pages * 20 + 20) << size;
+        }
 }

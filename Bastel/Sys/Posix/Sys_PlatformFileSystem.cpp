@@ -119,11 +119,14 @@ public:
             oCount += static_cast<std::size_t>(count);
         }
         // Long writes are on their way to the disk while the program goes on, so that a Sync has less to wait
-        // for. A mere hint: what it cannot do, Sync does and reports.
+        // for: the whole stretches that they filled, each large against the cost of a request to the disk. A
+        // mere hint: what it cannot do, Sync does and reports.
         constexpr std::size_t cLong = std::size_t{128} << 10;
-        if (iCount >= cLong)
-            sync_file_range(Descriptor(iHandle), iPosition, static_cast<off_t>(iCount),
-                            SYNC_FILE_RANGE_WRITE);
+        constexpr Cmn_Int64 cStretch = Cmn_Int64{1} << 20;
+        const Cmn_Int64 from = iPosition / cStretch * cStretch;
+        const Cmn_Int64 to = (iPosition + static_cast<Cmn_Int64>(iCount)) / cStretch * cStretch;
+        if (iCount >= cLong && from < to)
+            sync_file_range(Descriptor(iHandle), from, to - from, SYNC_FILE_RANGE_WRITE);
         return 0;
     }
 

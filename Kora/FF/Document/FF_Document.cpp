@@ -389,7 +389,7 @@ void FF_Document::SetSizeLimit(Cmn_Int64 iBytes)
 
 void FF_Document::UpdateLimit()
 {
-    if (mOutStream) mOutStream->SetLimit(std::max<Cmn_Int64>(mSizeLimit - mTOC->GetStreamSize(), 0));
+    if (mOutStream) LimitStream(mTOC->GetStreamSize());
 }
 
 std::string FF_Document::Dump() const

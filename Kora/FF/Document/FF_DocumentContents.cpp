@@ -5,6 +5,7 @@
 #include "Bastel/Sys/Sys_FileBasedOutStream.h"
 #include "Kora/FF/Document/FF_Document_TOC.h"
 #include "Kora/FF/Document/FF_OpenStreams_p.h"
+#include "Kora/FF/Document/FF_TOCTable_p.h"
 #include "Kora/FF/Format/FF_Format_p.h"
 
 #include <algorithm>
@@ -38,43 +39,56 @@ Cmn_UInt32 FF_Document::GetCurrentStreamStart() const { return mOpenStreams->Get
 void FF_Document::AddTOCEntry(const TOCKey& iKey, Cmn_Int32 iValueIndex, Cmn_UInt64 iPosition,
                               std::string_view iDescription)
 {
-    Register(iKey.GetContexts(), mTOC->Find(iKey), iValueIndex, iPosition, iDescription);
+    const TOC::Entry known = mTOC->Find(iKey);
+    const Cmn_Int32 numValues = known == TOC::cNone ? 0 : mTOC->GetNumValues(known);
+    if (Cmn_ASSERT_TEXT(static_cast<Cmn_UInt32>(iValueIndex) <= static_cast<Cmn_UInt32>(numValues),
+                        "(Cmn_UInt32)iValueIndex <= values.size()"))
+        Register(iKey.GetContexts(), known, iValueIndex, iPosition, iDescription);
 }
 
 Cmn_Int32 FF_Document::Register(std::span<const Context> iKey, Cmn_Int32 iKnown, Cmn_Int32 iValueIndex,
                                 Cmn_UInt64 iPosition, std::string_view iDescription)
 {
-    const Cmn_Int32 numValues = iKnown == TOC::cNone ? 0 : mTOC->GetNumValues(iKnown);
-    if (!Cmn_ASSERT_TEXT(static_cast<Cmn_UInt32>(iValueIndex) <= static_cast<Cmn_UInt32>(numValues),
-                         "(Cmn_UInt32)iValueIndex <= values.size()"))
-        return iKnown;
-
-    const bool isNewValue = iValueIndex == numValues;
+    FF_TOCTable& table = mTOC->GetTable();
+    const bool isNewKey = iKnown == TOC::cNone;
+    const bool isNewValue =
+        isNewKey || static_cast<Cmn_UInt32>(iValueIndex) == table.GetKey(iKnown).mValueCount;
+    // What is not taken as it stands has at most three bytes of UTF-8 for each of its own.
+    const bool isAsGiven =
+        mEncoding == eTextEncoding_Utf8 && !mRepairText && iDescription.size() <= StringDisplayInfo::cMaxText;
     Cmn_Int64 growth = cPartHead + cOffsetCountSize + cOffsetSize;
-    if (iKnown == TOC::cNone)
-        growth += 2 * cCountSize + static_cast<Cmn_Int64>(iKey.size()) * Context::cStreamSize;
+    if (isNewKey) growth += 2 * cCountSize + static_cast<Cmn_Int64>(iKey.size()) * Context::cStreamSize;
     if (isNewValue) {
-        // What is not taken as it stands has at most three bytes of UTF-8 for each of its own.
-        const bool isAsGiven = mEncoding == eTextEncoding_Utf8 && !mRepairText;
         const std::size_t most = isAsGiven ? iDescription.size() : 3 * iDescription.size();
         growth +=
             2 * cPartHead + cCountSize + static_cast<Cmn_Int64>(std::min(most, StringDisplayInfo::cMaxText));
     }
-    RequireRoomFor(growth);
+    if (mOutStream) RequireRoomFor(table.GetStreamSize(growth));
 
-    const TOC::Entry entry =
-        mTOC->Register(iKey, iKnown, iValueIndex, static_cast<Cmn_UInt32>(iPosition), iDescription);
-    UpdateLimit();
+    const auto offset = static_cast<Cmn_UInt32>(iPosition);
+    const TOC::Entry entry = isNewKey ? table.Add(iKey) : iKnown;
+    if (!isNewKey) table.TakeParents(entry, iKey);
+    if (!isNewValue)
+        table.AddOffset(entry, iValueIndex, offset);
+    else if (isAsGiven)
+        table.AddValue(entry, iDescription, &offset);
+    else
+        mTOC->AddValue(entry, iDescription, &offset);
+    if (mOutStream) LimitStream(table.GetStreamSize(0));
     return entry;
 }
 
-void FF_Document::RequireRoomFor(Cmn_Int64 iGrowth) const
+void FF_Document::RequireRoomFor(Cmn_Int64 iTable) const
 {
-    if (!mOutStream) return;
-    if (mOutStream->GetEnd() + mTOC->GetStreamSize(iGrowth) <= mSizeLimit) return;
+    if (mOutStream->GetEnd() + iTable <= mSizeLimit) return;
     Sys_StreamWriteException exception(mOutStream->GetEnd());
     Name(exception);
     throw exception;
+}
+
+void FF_Document::LimitStream(Cmn_Int64 iTable)
+{
+    mOutStream->SetLimit(std::max<Cmn_Int64>(mSizeLimit - iTable, 0));
 }
 
 void FF_Document::AddTOCEntry(FF_Document* iDocument, Cmn_UInt64 iPosition, Cmn_Int16 iStreamType,
@@ -106,10 +120,10 @@ void FF_Document::AddListEntry(FF_Document* iDocument, Cmn_UInt32 iItem, std::st
     }
     if (!Cmn_ASSERT_TEXT(iDocument->mOutStream, "mOutStream")) return;
 
-    TOC& toc = *iDocument->mTOC;
+    FF_TOCTable& table = iDocument->mTOC->GetTable();
     const FF_StNoItem noItem(contexts);
-    TOC::Entry entry = toc.Find(contexts);
-    const Cmn_Int32 numValues = entry == TOC::cNone ? 0 : toc.GetNumValues(entry);
+    TOC::Entry entry = table.Find(contexts);
+    const auto numValues = static_cast<Cmn_Int32>(entry == TOC::cNone ? 0 : table.GetKey(entry).mValueCount);
     // Value 0 is the list itself.
     const auto listIndex = static_cast<Cmn_Int32>(iItem + 1);
     if (!Cmn_ASSERT_TEXT(listIndex > 0 && listIndex <= std::max(numValues, 1),
@@ -119,7 +133,7 @@ void FF_Document::AddListEntry(FF_Document* iDocument, Cmn_UInt32 iItem, std::st
         entry = iDocument->Register(contexts, entry, 0, iDocument->GetCurrentStreamStart(), {});
     const auto position = static_cast<Cmn_UInt64>(iDocument->mOutStream->GetPosition());
     entry = iDocument->Register(contexts, entry, listIndex, position, iDescription);
-    toc.SetIsList(entry, true);
+    table.SetIsList(entry, true);
 }
 
 bool FF_Document::InvalidateKey(const TOCKey& iKey, Cmn_Int32 iValueIndex)

@@ -49,9 +49,8 @@ void FF_Document::TOC::Clear()
     mPages.reset();
 }
 
-FF_TOCTable& FF_Document::TOC::GetTable() const
+FF_TOCTable& FF_Document::TOC::ReadWhole() const
 {
-    if (mPages == nullptr) return *mTable;
     Sys_TypedInStream stream(mPages->GetStream(), mPages->IsSwapped());
     const Cmn_Int64 before = stream.GetPosition();
     TOC whole;
@@ -194,30 +193,18 @@ FF_Document::TOC::Entry FF_Document::TOC::Insert(std::span<const Context> iConte
 void FF_Document::TOC::AddValue(Entry iEntry, std::string_view iDescription)
 {
     if (!Cmn_ASSERT(iEntry >= 0 && iEntry < GetNumKeys())) return;
-    AddValue(iEntry, iDescription, {});
+    AddValue(iEntry, iDescription, nullptr);
 }
 
-void FF_Document::TOC::AddValue(Entry iEntry, std::string_view iDescription,
-                                std::span<const Cmn_UInt32> iOffsets)
-{
-    if (mEncoding == eTextEncoding_Utf8 && !mRepairText)
-        return GetTable().AddValue(iEntry, StringDisplayInfo::Cut(iDescription), iOffsets);
-    const std::string text = StringDisplayInfo::Utf8From(iDescription, mEncoding, mRepairText);
-    GetTable().AddValue(iEntry, StringDisplayInfo::Cut(text), iOffsets);
-}
-
-FF_Document::TOC::Entry FF_Document::TOC::Register(std::span<const Context> iContexts, Entry iKnown,
-                                                   Cmn_Int32 iValue, Cmn_UInt32 iOffset,
-                                                   std::string_view iDescription)
+void FF_Document::TOC::AddValue(Entry iEntry, std::string_view iDescription, const Cmn_UInt32* iOffset)
 {
     FF_TOCTable& table = GetTable();
-    const Entry entry = iKnown == cNone ? table.Add(iContexts) : iKnown;
-    if (iKnown != cNone) table.TakeParents(entry, iContexts);
-    if (static_cast<Cmn_UInt32>(iValue) == table.GetKey(entry).mValueCount)
-        AddValue(entry, iDescription, {&iOffset, 1});
-    else
-        table.AddOffset(entry, iValue, iOffset);
-    return entry;
+    if (mEncoding == eTextEncoding_Utf8 && !mRepairText) {
+        const bool isShort = iDescription.size() <= StringDisplayInfo::cMaxText;
+        return table.AddValue(iEntry, isShort ? iDescription : StringDisplayInfo::Cut(iDescription), iOffset);
+    }
+    const std::string text = StringDisplayInfo::Utf8From(iDescription, mEncoding, mRepairText);
+    table.AddValue(iEntry, StringDisplayInfo::Cut(text), iOffset);
 }
 
 void FF_Document::TOC::AddOffset(Entry iEntry, Cmn_Int32 iValue, Cmn_UInt32 iOffset)
@@ -245,12 +232,9 @@ void FF_Document::TOC::ForgetOffsetsFrom(Cmn_UInt32 iFrom) { GetTable().ForgetOf
 
 // --- Streams
 
-Cmn_Int64 FF_Document::TOC::GetStreamSize() const { return GetStreamSize(0); }
-
-Cmn_Int64 FF_Document::TOC::GetStreamSize(Cmn_Int64 iGrowth) const
+Cmn_Int64 FF_Document::TOC::GetStreamSize() const
 {
-    const Cmn_Int64 keys = iGrowth + (mPages != nullptr ? mPages->GetSizeOfKeys() : mTable->GetSizeOfKeys());
-    return FF_Format::cFrameSize + FF_Format::cStreamTypeSize + keys + FF_TOCIndex::SizeFor(keys);
+    return FF_TOCTable::StreamSizeFor(mPages != nullptr ? mPages->GetSizeOfKeys() : mTable->GetSizeOfKeys());
 }
 
 // FF_StreamHeaderWriter refuses this type to everybody else, so its header is written here.

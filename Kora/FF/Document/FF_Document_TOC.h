@@ -120,15 +120,11 @@ private:
     // As StreamIn, but for a long table, which stays in the file that the stream reads
     // and that must outlive it.
     void Open(Sys_FileBasedInStream& ioStream, bool iSwap, Cmn_Int64 iEnd, Cmn_Int64 iBegin);
-    // What it would be with iGrowth more bytes of keys and values.
-    Cmn_Int64 GetStreamSize(Cmn_Int64 iGrowth) const;
-    // Adds a piece to a value, or a value with one piece, to the entry that Find gave for the
-    // contexts, or to a new one.
-    Entry Register(std::span<const Context> iContexts, Entry iKnown, Cmn_Int32 iValue, Cmn_UInt32 iOffset,
-                   std::string_view iDescription);
-    void AddValue(Entry iEntry, std::string_view iDescription, std::span<const Cmn_UInt32> iOffsets);
+    // With the piece *iOffset; null for none.
+    void AddValue(Entry iEntry, std::string_view iDescription, const Cmn_UInt32* iOffset);
     // All of the table, in memory.
-    FF_TOCTable& GetTable() const;
+    FF_TOCTable& GetTable() const { return mPages == nullptr ? *mTable : ReadWhole(); }
+    FF_TOCTable& ReadWhole() const;
     bool Has(Entry iEntry, Cmn_Int32 iValue) const;
     std::vector<Context> GetContexts(Entry iEntry) const;
     std::span<const Cmn_UInt8> GetBytes(Entry iEntry, Cmn_Int32 iValue) const;

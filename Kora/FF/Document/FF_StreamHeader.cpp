@@ -15,7 +15,7 @@ FF_StreamHeaderWriter::FF_StreamHeaderWriter(FF_Document* iDocument, Sys_TypedOu
     try {
         if (iStreamType == FF_Document::cNoStreamType || iStreamType == FF_Document::cTOCStreamType)
             Sys_ThrowFrom<Sys_StreamWriteException>(mStream.GetStream(), start);
-        mHeader.emplace(mStream, FF_Format::cStreamName, iVersion);
+        mHeader.emplace(mStream, FF_Format::cStreamName, iVersion, Sys_StdStreamHeaderWriter::eEnd_ByOwner);
         mStream.WriteInt16(iStreamType);
         if (mDocument != nullptr) mDocument->PushContext(iStreamType, static_cast<Cmn_UInt32>(start));
     } catch (...) {
@@ -60,8 +60,9 @@ FF_StreamHeaderReader::FF_StreamHeaderReader(FF_Document* iDocument, Sys_TypedIn
 void FF_StreamHeaderReader::Open(Cmn_Int16 iExpectedType, EUseExtendedTOC iUse, bool iStayInPlace)
 {
     mHeader.emplace(mStream, FF_Format::cStreamName);
-    const Cmn_Int64 start = mHeader->GetInfo().mStart;
-    if (mHeader->GetBytesLeft() < FF_Format::cStreamTypeSize)
+    const Sys_StdStreamHeaderInfo& info = mHeader->GetInfo();
+    const Cmn_Int64 start = info.mStart;
+    if (info.mEnd - info.mBody < FF_Format::cStreamTypeSize)
         Sys_ThrowFrom<Sys_StreamReadException>(mStream.GetStream(), start);
     mStreamType = mStream.ReadInt16();
     if (iExpectedType != FF_Document::cNoStreamType && iExpectedType != mStreamType)

@@ -176,9 +176,13 @@ void FF_TOCPages::TakeRecords(Page& ioPage) const
         ioPage.mRecords.push_back(part.GetOffset());
         if (lastKey.empty() ? part.GetPosition() == index.mKeyAt : valuesLeft == 0) {
             part.Require(key < mIndex.mNumKeys);
-            ioPage.mKeys.push_back(static_cast<Cmn_UInt16>(ioPage.mRecords.size() - 1));
+            Key& taken = ioPage.mKeys.emplace_back();
+            taken.mAt = part.GetOffset();
+            taken.mRecord = static_cast<Cmn_UInt16>(ioPage.mRecords.size() - 1);
             lastKey = TakeKey(part, lastKey, valuesLeft);
-            if (!part.IsCut()) ioPage.mPrefixes.push_back(PrefixAt(lastKey));
+            taken.mSize = static_cast<Cmn_UInt32>(part.GetAt() - (ioPage.mBytes.data() + taken.mAt));
+            ioPage.mIsKeyCut = part.IsCut();
+            if (!part.IsCut()) taken.mPrefix = PrefixAt(lastKey);
             ++key;
             value = 0;
         } else {
@@ -189,11 +193,9 @@ void FF_TOCPages::TakeRecords(Page& ioPage) const
         }
     }
     ioPage.mIsLastCut = part.IsCut();
-    const bool isKeyCut =
-        part.IsCut() && !ioPage.mKeys.empty() && ioPage.mKeys.back() + 1u == ioPage.mRecords.size();
     const bool hasMore = next.mValueAt < next.mKeyAt;
     if (next.mKey != key || (hasMore && next.mValue != value)) Refuse(next.mKeyAt);
-    if (!lastKey.empty() && !isKeyCut && hasMore != (valuesLeft != 0)) Refuse(next.mValueAt);
+    if (!lastKey.empty() && !ioPage.mIsKeyCut && hasMore != (valuesLeft != 0)) Refuse(next.mValueAt);
     if (!part.IsCut() && next.GetFirstAt() != part.GetPosition()) Refuse(part.GetPosition());
 }
 
@@ -268,7 +270,7 @@ std::span<const Cmn_UInt8> FF_TOCPages::CutRecordAt(const Page& iPage, std::size
 {
     const std::size_t from = iPage.mNumber * mIndex.mPageSize + iBegin;
     const std::size_t size = mIndex.mPages[iPage.mNumber + 1].GetFirstAt() - from;
-    const bool isKey = !iPage.mKeys.empty() && iPage.mRecords[iPage.mKeys.back()] == iBegin;
+    const bool isKey = !iPage.mKeys.empty() && iPage.mKeys.back().mAt == iBegin;
     if (!isKey && size > FF_TOCBytes::cLargestValue) Refuse(static_cast<Cmn_Int64>(from));
     mCut.assign(iPage.mBytes.begin() + static_cast<std::ptrdiff_t>(iBegin), iPage.mBytes.end());
     for (std::size_t next = iPage.mNumber + 1; mCut.size() < size; ++next) {
@@ -328,16 +330,46 @@ std::size_t FF_TOCPages::FindPage(std::span<const FF_Document::Context> iContext
     return from == 0 ? 0 : from - 1;
 }
 
+// Keys of a list's items mostly follow at even distances, so that the first keys of this page and the next tell
+// where a key is, and a search meets one line of memory in place of four.
+std::size_t FF_TOCPages::GuessKey(const Page& iPage, Cmn_UInt64 iPrefix, std::size_t iCount) const
+{
+    constexpr int cBelowItem = 16; // bits: items have 48 then, and keys of a page fewer than 16
+    const Cmn_UInt64 first = mPrefixes[iPage.mNumber];
+    const Cmn_UInt64 next = iPage.mNumber + 1 < mPrefixes.size() ? mPrefixes[iPage.mNumber + 1] : 0;
+    const Cmn_UInt64 all = next > first ? (next - first) >> cBelowItem : 0;
+    if (first == 0 || all == 0 || iPrefix < first || iPrefix > next) return iCount / 2;
+    const Cmn_UInt64 nth = (iPrefix - first) >> cBelowItem;
+    return static_cast<std::size_t>((nth * iCount + all / 2) / all);
+}
+
+// The keys of the page that have the prefix, without one that is cut.
+std::pair<std::size_t, std::size_t> FF_TOCPages::FindPrefix(const Page& iPage, Cmn_UInt64 iPrefix) const
+{
+    const std::size_t count = iPage.mKeys.size() - (iPage.mIsKeyCut ? 1 : 0);
+    const auto begin = iPage.mKeys.begin();
+    const auto end = begin + static_cast<std::ptrdiff_t>(count);
+    const std::size_t guess = GuessKey(iPage, iPrefix, count);
+    for (std::size_t at = guess == 0 ? 0 : guess - 1; at < std::min(count, guess + 2); ++at) {
+        const bool isAlone = iPage.mKeys[at].mPrefix == iPrefix &&
+                             (at == 0 || iPage.mKeys[at - 1].mPrefix != iPrefix) &&
+                             (at + 1 >= count || iPage.mKeys[at + 1].mPrefix != iPrefix);
+        if (isAlone) return {at, at + 1};
+    }
+    const auto isLess = [](const Key& iKey, Cmn_UInt64 iWanted) { return iKey.mPrefix < iWanted; };
+    const auto isAbove = [](Cmn_UInt64 iWanted, const Key& iKey) { return iWanted < iKey.mPrefix; };
+    const auto from = std::lower_bound(begin, end, iPrefix, isLess);
+    const auto to = std::upper_bound(from, end, iPrefix, isAbove);
+    return {static_cast<std::size_t>(from - begin), static_cast<std::size_t>(to - begin)};
+}
+
 // The number of the page's key; that of its keys where it is not among them.
 std::size_t FF_TOCPages::FindKey(const Page& iPage, std::span<const FF_Document::Context> iContexts,
                                  Cmn_UInt64 iPrefix)
 {
-    const auto [first, last] = std::equal_range(iPage.mPrefixes.begin(), iPage.mPrefixes.end(), iPrefix);
-    auto from = static_cast<std::size_t>(first - iPage.mPrefixes.begin());
+    auto [from, to] = FindPrefix(iPage, iPrefix);
     // A cut key has no prefix here, and is the last.
-    const bool isLastCut = iPage.mPrefixes.size() < iPage.mKeys.size();
-    auto to = static_cast<std::size_t>(last - iPage.mPrefixes.begin());
-    if (isLastCut && last == iPage.mPrefixes.end()) to = iPage.mKeys.size();
+    if (iPage.mIsKeyCut && to + 1 == iPage.mKeys.size()) to = iPage.mKeys.size();
     while (from < to) {
         const std::size_t middle = from + (to - from) / 2;
         const auto order = Compare(KeyAt(iPage, middle), iContexts);
@@ -430,7 +462,7 @@ std::span<const Cmn_UInt8> FF_TOCPages::RawValue(Cmn_UInt32 iEntry, Cmn_UInt32 i
     const KeyPlace& place = Locate(iEntry);
     // The first values mostly stand beside their key.
     const Page* page = &Load(place.mPage);
-    std::size_t record = page->mKeys[place.mKey] + std::size_t{1} + iValue;
+    std::size_t record = page->mKeys[place.mKey].mRecord + std::size_t{1} + iValue;
     if (record < page->mRecords.size()) return RecordAt(*page, record);
 
     const std::pair wanted{iEntry, iValue + 1};
@@ -442,7 +474,7 @@ std::span<const Cmn_UInt8> FF_TOCPages::RawValue(Cmn_UInt32 iEntry, Cmn_UInt32 i
     const FF_TOCIndex::Page& index = mIndex.mPages[number];
     page = &Load(number);
     record = iValue - index.mValue;
-    const std::size_t numLeading = page->mKeys.empty() ? page->mRecords.size() : page->mKeys[0];
+    const std::size_t numLeading = page->mKeys.empty() ? page->mRecords.size() : page->mKeys[0].mRecord;
     if (index.GetFirst().second == 0 || index.mKey - 1 != iEntry || record >= numLeading)
         Refuse(index.mValueAt);
     return RecordAt(*page, record);

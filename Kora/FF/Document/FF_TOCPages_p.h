@@ -48,14 +48,22 @@ private:
     static constexpr Cmn_UInt32 cNoEntry = 0xFFFFFFFF;
 
     class Part;
+    // A key that begins in a page: what a search asks of it stands together.
+    struct Key
+    {
+        Cmn_UInt64 mPrefix = 0; // not of one that is cut
+        Cmn_UInt32 mSize = 0;   // what of it is in the page
+        Cmn_UInt16 mAt = 0;     // where it begins
+        Cmn_UInt16 mRecord = 0; // its number among the records
+    };
     struct Page
     {
         std::size_t mNumber = 0;
         std::vector<Cmn_UInt8> mBytes;
-        std::vector<Cmn_UInt16> mRecords;  // where each begins
-        std::vector<Cmn_UInt16> mKeys;     // which of them are keys
-        std::vector<Cmn_UInt64> mPrefixes; // of each key that is not cut, in the order of the keys
-        bool mIsLastCut = false;           // the last record goes on in the next page
+        std::vector<Key> mKeys;
+        std::vector<Cmn_UInt16> mRecords; // where each begins
+        bool mIsLastCut = false;          // the last record goes on in the next page
+        bool mIsKeyCut = false;           // which is the last key
     };
     struct KeyPlace
     {
@@ -86,7 +94,9 @@ private:
     std::span<const Cmn_UInt8> CutRecordAt(const Page& iPage, std::size_t iBegin);
     std::span<const Cmn_UInt8> KeyAt(const Page& iPage, std::size_t iKey)
     {
-        return RecordAt(iPage, iPage.mKeys[iKey]);
+        const Key& key = iPage.mKeys[iKey];
+        if (iPage.mIsKeyCut && iKey + 1 == iPage.mKeys.size()) return CutRecordAt(iPage, key.mAt);
+        return {iPage.mBytes.data() + key.mAt, key.mSize};
     }
     FF_TOCTable::Context ContextAt(const Cmn_UInt8* iAt) const;
     std::size_t CountContexts(std::span<const Cmn_UInt8> iKey) const;
@@ -100,6 +110,8 @@ private:
     std::span<const Cmn_UInt8> FirstKeyFrom(std::size_t iPage);
     std::size_t FindPage(std::span<const FF_Document::Context> iContexts, Cmn_UInt64 iPrefix);
     bool FindLately(std::span<const FF_Document::Context> iContexts);
+    std::size_t GuessKey(const Page& iPage, Cmn_UInt64 iPrefix, std::size_t iCount) const;
+    std::pair<std::size_t, std::size_t> FindPrefix(const Page& iPage, Cmn_UInt64 iPrefix) const;
     std::size_t FindKey(const Page& iPage, std::span<const FF_Document::Context> iContexts,
                         Cmn_UInt64 iPrefix);
     const KeyPlace& Locate(Cmn_UInt32 iEntry);

@@ -2,6 +2,7 @@
 #include "Kora/FF/Document/FF_TOCTable_p.h"
 
 #include <algorithm>
+#include <memory>
 #include <numeric>
 #include <random>
 
@@ -40,31 +41,22 @@ Cmn_UInt64 FF_TOCTable::HashOf(std::span<const C> iContexts) const
     return hash * mFactor;
 }
 
-bool FF_TOCTable::IsKey(Cmn_UInt32 iEntry, std::span<const FF_Document::Context> iContexts) const
-{
-    if (iEntry >= mKeys.size()) return false;
-    const std::span<const Context> contexts = GetContexts(mKeys[iEntry]);
-    return std::equal(
-        contexts.begin(), contexts.end(), iContexts.begin(), iContexts.end(),
-        [](const Context& iA, const FF_Document::Context& iB) { return iA.GetRank() == RankOf(iB); });
-}
-
 // Whether the contexts are above every key; false where that is not known.
 bool FF_TOCTable::IsBehindAll(std::span<const FF_Document::Context> iContexts) const
 {
     if (mAscending != mKeys.size()) return false;
     if (mKeys.empty()) return true;
-    const std::span<const Context> last = GetContexts(mKeys.back());
-    std::size_t i = 0;
-    for (; i < std::min(last.size(), iContexts.size()); ++i)
-        if (last[i].GetRank() != RankOf(iContexts[i])) return last[i].GetRank() < RankOf(iContexts[i]);
-    return last.size() < iContexts.size();
+    const Key& last = mKeys.back();
+    const Context* const contexts = mContexts.data() + last.mFirstContext;
+    const std::size_t common = std::min<std::size_t>(last.mContextCount, iContexts.size());
+    for (std::size_t i = 0; i < common; ++i)
+        if (const Cmn_UInt64 rank = RankOf(iContexts[i]); contexts[i].GetRank() != rank)
+            return contexts[i].GetRank() < rank;
+    return last.mContextCount < iContexts.size();
 }
 
-Cmn_Int32 FF_TOCTable::Find(std::span<const FF_Document::Context> iContexts) const
+Cmn_Int32 FF_TOCTable::FindAmongAll(std::span<const FF_Document::Context> iContexts) const
 {
-    for (const Cmn_UInt32 entry : mRecent)
-        if (IsKey(entry, iContexts)) return static_cast<Cmn_Int32>(entry);
     if (IsBehindAll(iContexts)) return FF_Document::TOC::cNone;
     const auto last = static_cast<Cmn_Int32>(mKeys.size()) - 1;
     const Cmn_Int32 found =
@@ -171,10 +163,15 @@ Cmn_Int32 FF_TOCTable::Add(std::span<const FF_Document::Context> iContexts)
     if (!mSlots.empty()) MakeSlotsFor(mKeys.size() + 1);
     const bool isAscending = IsBehindAll(iContexts);
     const std::size_t entry = mKeys.size();
-    mKeys.push_back(
-        {static_cast<Cmn_UInt32>(mContexts.size()), static_cast<Cmn_UInt32>(iContexts.size()), 0, 0, 0});
+    Key& key = *mKeys.Extend(1);
+    key.mFirstContext = static_cast<Cmn_UInt32>(mContexts.size());
+    key.mContextCount = static_cast<Cmn_UInt32>(iContexts.size());
+    key.mFirstValue = static_cast<Cmn_UInt32>(mValues.size());
+    key.mValueCount = key.mValueRoom = 0;
+    Context* to = mContexts.Extend(iContexts.size());
     for (const FF_Document::Context& context : iContexts)
-        mContexts.push_back(Flat(context));
+        std::construct_at(to++, context.GetStreamType(), context.GetParentPosition(), context.IsList(),
+                          context.GetListIndex());
     if (!mSlots.empty()) PutInSlot(HashOf(iContexts), entry);
     mKeyBytes += KeySize(iContexts.size());
     if (isAscending) ++mAscending;
@@ -190,10 +187,10 @@ void FF_TOCTable::SetIsList(Cmn_Int32 iEntry, bool iIsList)
 void FF_TOCTable::MakeRoomForValues(Key& ioKey, std::size_t iMore)
 {
     if (ioKey.mFirstValue + std::size_t{ioKey.mValueRoom} == mValues.size()) {
-        mValues.resize(mValues.size() + iMore);
+        mValues.Extend(iMore);
     } else {
         const std::size_t first = mValues.size();
-        mValues.resize(first + ioKey.mValueRoom + iMore);
+        mValues.Extend(ioKey.mValueRoom + iMore);
         std::copy_n(mValues.begin() + ioKey.mFirstValue, ioKey.mValueCount,
                     mValues.begin() + static_cast<std::ptrdiff_t>(first));
         ioKey.mFirstValue = static_cast<Cmn_UInt32>(first);
@@ -207,31 +204,32 @@ void FF_TOCTable::Reserve(Cmn_Int32 iEntry, std::size_t iValues)
     if (iValues > key.mValueRoom) MakeRoomForValues(key, iValues - key.mValueRoom);
 }
 
-void FF_TOCTable::AddValue(Cmn_Int32 iEntry, std::string_view iText, std::span<const Cmn_UInt32> iOffsets)
+void FF_TOCTable::AddValue(Cmn_Int32 iEntry, std::string_view iText, const Cmn_UInt32* iOffset)
 {
     namespace B = FF_TOCBytes;
     Key& key = mKeys[static_cast<std::size_t>(iEntry)];
     if (key.mValueCount == key.mValueRoom) MakeRoomForValues(key, std::max<std::size_t>(1, key.mValueRoom));
-    const std::size_t begin = mArena.size();
     // With room for the piece that mostly comes.
-    const std::size_t room =
-        B::cLocalHeader + B::cOffsetSize + B::cPartHeader + 4 + iText.size() + B::cPartHeader;
-    const std::size_t size = iOffsets.empty() ? room - B::cOffsetSize : room;
-    mArena.resize(begin + room);
-
-    Cmn_UInt8* at = mArena.data() + begin;
-    B::StoreLocalHeader(at, iOffsets.size());
+    constexpr std::size_t cWithoutText =
+        B::cLocalHeader + B::cOffsetSize + B::cPartHeader + 4 + B::cPartHeader;
+    const std::size_t room = cWithoutText + iText.size();
+    const std::size_t begin = mArena.size();
+    Cmn_UInt8* at = mArena.Extend(room);
+    B::StoreLocalHeader(at, iOffset != nullptr ? 1 : 0);
     at += B::cLocalHeader;
-    for (const Cmn_UInt32 offset : iOffsets) {
-        Sys_StoreInteger(at, offset, false);
+    std::size_t size = room - B::cOffsetSize;
+    if (iOffset != nullptr) {
+        Sys_StoreInteger(at, *iOffset, false);
         at += B::cOffsetSize;
-        mHighestOffset = std::max(mHighestOffset, offset);
+        size = room;
+        mHighestOffset = std::max(mHighestOffset, *iOffset);
     }
     *at = FF_Document::DisplayInfo::cString;
     Sys_StoreInteger(at + 1, static_cast<Cmn_UInt16>(4 + iText.size()), false);
     Sys_StoreInteger(at + B::cPartHeader, static_cast<Cmn_UInt32>(iText.size()), false);
-    std::copy(iText.begin(), iText.end(), at + B::cPartHeader + 4);
-    // The index information of type 0 and no bytes are zeros, as the arena's new bytes are.
+    at = std::copy(iText.begin(), iText.end(), at + B::cPartHeader + 4);
+    // The index information, of type 0 and no bytes.
+    std::fill_n(at, B::cPartHeader, Cmn_UInt8{0});
 
     mValues[key.mFirstValue + std::size_t{key.mValueCount}] = {begin, static_cast<Cmn_UInt32>(size),
                                                                static_cast<Cmn_UInt32>(room)};

@@ -1,6 +1,7 @@
 // FF_TOCTable's stream: read from memory in one pass, written in large pieces.
 #include "Kora/FF/Document/FF_TOCTable_p.h"
 
+#include "Bastel/Sys/Sys_FileBasedOutStream.h"
 #include "Kora/FF/Format/FF_TOCIndex_p.h"
 
 #include <algorithm>
@@ -44,7 +45,8 @@ public:
     }
 
 private:
-    static constexpr Cmn_Int64 cPiece = 256 * 1024;
+    // More than a stream's buffer takes, so that nothing is copied twice.
+    static constexpr Cmn_Int64 cPiece = 2 * Cmn_Int64{Sys_OutStreamLimits::cBufferSize};
     static_assert(cPiece > Cmn_Int64{FF_TOCBytes::cLargestValue});
 
     Sys_TypedOutStream& mStream;
@@ -55,6 +57,18 @@ private:
     Cmn_Int64 mFlushed = 0;
 };
 
+// Most values have 16 to 32 bytes: two copies that overlap, in place of a call.
+void CopyValue(Cmn_UInt8* oTo, const Cmn_UInt8* iFrom, std::size_t iSize)
+{
+    constexpr std::size_t cHalf = 16;
+    if (iSize < cHalf || iSize > 2 * cHalf) {
+        std::memcpy(oTo, iFrom, iSize);
+        return;
+    }
+    std::memcpy(oTo, iFrom, cHalf);
+    std::memcpy(oTo + iSize - cHalf, iFrom + iSize - cHalf, cHalf);
+}
+
 } // namespace
 
 void FF_TOCTable::WriteBody(Sys_TypedOutStream& ioStream, Cmn_Int64 iStart, Cmn_UInt32 iPageSize) const
@@ -63,8 +77,10 @@ void FF_TOCTable::WriteBody(Sys_TypedOutStream& ioStream, Cmn_Int64 iStart, Cmn_
     FF_TOCIndexMaker index(static_cast<Cmn_UInt32>(GetSizeOfKeys()), iPageSize);
     PieceWriter pieces(ioStream, GetSizeOfKeys(), index);
     pieces.Put(static_cast<Cmn_Int32>(mKeys.size()));
+    const bool isInOrder = mAscending == mKeys.size();
     for (std::size_t nth = 0; nth < mKeys.size(); ++nth) {
-        const Key& key = GetKey(GetInOrder(static_cast<Cmn_Int32>(nth)));
+        const auto entry = static_cast<Cmn_Int32>(nth);
+        const Key& key = GetKey(isInOrder ? entry : GetInOrder(entry));
         index.Key(pieces.GetPosition(), static_cast<Cmn_UInt32>(nth));
         pieces.Put(key.mContextCount);
         for (const Context& context : GetContexts(key)) {
@@ -79,7 +95,7 @@ void FF_TOCTable::WriteBody(Sys_TypedOutStream& ioStream, Cmn_Int64 iStart, Cmn_
             const Value& value = mValues[key.mFirstValue + i];
             index.Value(pieces.GetPosition(), static_cast<Cmn_UInt32>(nth), static_cast<Cmn_UInt32>(i));
             Cmn_UInt8* const at = pieces.Take(value.mSize);
-            std::memcpy(at, BytesOf(value), value.mSize);
+            CopyValue(at, BytesOf(value), value.mSize);
             if (swap) FF_TOCBytes::SwapValue(at, false);
         }
     }

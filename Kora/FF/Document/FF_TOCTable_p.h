@@ -25,6 +25,7 @@
 #include "Kora/FF/Document/FF_Document_TOC.h"
 #include "Kora/FF/Format/FF_TOCArray_p.h"
 #include "Kora/FF/Format/FF_TOCBytes_p.h"
+#include "Kora/FF/Format/FF_TOCIndex_p.h"
 
 #include <array>
 
@@ -73,7 +74,12 @@ public:
     // Of a value whose location is local, as bytes.
     std::span<const Cmn_UInt8> GetOffsets(Cmn_Int32 iEntry, Cmn_Int32 iValue) const;
 
-    Cmn_Int32 Find(std::span<const FF_Document::Context> iContexts) const;
+    Cmn_Int32 Find(std::span<const FF_Document::Context> iContexts) const
+    {
+        for (const Cmn_UInt32 entry : mRecent)
+            if (IsKey(entry, iContexts)) return static_cast<Cmn_Int32>(entry);
+        return FindAmongAll(iContexts);
+    }
     // The entry that is iNth in ascending order of the keys.
     Cmn_Int32 GetInOrder(Cmn_Int32 iNth) const;
 
@@ -84,9 +90,8 @@ public:
     void SetIsList(Cmn_Int32 iEntry, bool iIsList);
     // Room for so many values of the key.
     void Reserve(Cmn_Int32 iEntry, std::size_t iValues);
-    // iText: UTF-8 of at most StringDisplayInfo::cMaxText bytes. The value has the pieces
-    // of iOffsets, one at most.
-    void AddValue(Cmn_Int32 iEntry, std::string_view iText, std::span<const Cmn_UInt32> iOffsets);
+    // iText: UTF-8 of at most StringDisplayInfo::cMaxText bytes. The value has the piece *iOffset; null for none.
+    void AddValue(Cmn_Int32 iEntry, std::string_view iText, const Cmn_UInt32* iOffset);
     void AddOffset(Cmn_Int32 iEntry, Cmn_Int32 iValue, Cmn_UInt32 iOffset);
     void Invalidate(Cmn_Int32 iEntry, Cmn_Int32 iValue);
     // iBytes: as GetValue gives them.
@@ -96,6 +101,13 @@ public:
 
     // The body of the stream, behind its type: the keys from their count on, then their index.
     Cmn_Int64 GetSizeOfKeys() const { return cCountSize + mKeyBytes + mValueBytes; }
+    // The whole stream, its header included, with iGrowth more bytes of keys and values.
+    Cmn_Int64 GetStreamSize(Cmn_Int64 iGrowth) const { return StreamSizeFor(GetSizeOfKeys() + iGrowth); }
+    static Cmn_Int64 StreamSizeFor(Cmn_Int64 iSizeOfKeys)
+    {
+        return FF_Format::cFrameSize + FF_Format::cStreamTypeSize + iSizeOfKeys +
+               FF_TOCIndex::SizeFor(iSizeOfKeys);
+    }
     // iStart: where the stream's header begins. iPageSize: of the index; 0 for none.
     void WriteBody(Sys_TypedOutStream& ioStream, Cmn_Int64 iStart, Cmn_UInt32 iPageSize) const;
     // Into a table that is empty. What follows the keys, if anything, has the size of an index; whether it is
@@ -132,8 +144,16 @@ private:
     template <class C>
     Cmn_UInt64 HashOf(std::span<const C> iContexts) const;
     std::size_t HomeOf(Cmn_UInt64 iHash) const { return static_cast<std::size_t>(iHash >> mSlotShift); }
-    bool IsKey(Cmn_UInt32 iEntry, std::span<const FF_Document::Context> iContexts) const;
+    bool IsKey(Cmn_UInt32 iEntry, std::span<const FF_Document::Context> iContexts) const
+    {
+        if (iEntry >= mKeys.size() || mKeys[iEntry].mContextCount != iContexts.size()) return false;
+        const Context* const stored = mContexts.data() + mKeys[iEntry].mFirstContext;
+        for (std::size_t i = 0; i < iContexts.size(); ++i)
+            if (stored[i].GetRank() != RankOf(iContexts[i])) return false;
+        return true;
+    }
     bool IsBehindAll(std::span<const FF_Document::Context> iContexts) const;
+    Cmn_Int32 FindAmongAll(std::span<const FF_Document::Context> iContexts) const;
     Cmn_Int32 FindBySlots(std::span<const FF_Document::Context> iContexts) const;
     void PutInSlot(Cmn_UInt64 iHash, std::size_t iEntry) const;
     void MakeSlotsFor(std::size_t iKeys) const;

@@ -53,7 +53,7 @@ public:
     {
         if (iCount <= mCapacity) return;
         if (iCount > std::numeric_limits<std::size_t>::max() / 2 / sizeof(T)) throw std::bad_alloc();
-        if (iCount * sizeof(T) >= Sys_LargeBlock::cUnit / 2) return ReserveLarge(iCount * sizeof(T));
+        if (iCount * sizeof(T) >= cLarge) return ReserveLarge(iCount * sizeof(T));
         void* const larger = std::realloc(static_cast<void*>(mData), iCount * sizeof(T));
         if (larger == nullptr) throw std::bad_alloc();
         mData = static_cast<T*>(larger);
@@ -73,6 +73,13 @@ public:
         }
         mSize = iCount;
     }
+    // So many elements more; the first of them. Their values are the caller's to set.
+    T* Extend(std::size_t iMore)
+    {
+        ReserveMore(iMore);
+        mSize += iMore;
+        return end() - iMore;
+    }
     // Drops what stands at iCount and behind.
     void Truncate(std::size_t iCount) { mSize = iCount; }
     template <class... Args>
@@ -91,6 +98,9 @@ public:
     }
 
 private:
+    // A large page is cheaper than sixty-four small ones, each of which costs a fault of its own.
+    static constexpr std::size_t cLarge = Sys_LargeBlock::cUnit / 8;
+
     void ReserveLarge(std::size_t iBytes)
     {
         constexpr std::size_t cUnit = Sys_LargeBlock::cUnit;

@@ -159,10 +159,3 @@ std::span<const Cmn_UInt8> FF_TOCBytes::Offsets(const Cmn_UInt8* iLocation)
     return {iLocation + cLocalHeader,
             cOffsetSize * Sys_LoadInteger<Cmn_UInt16>(iLocation + cPartHeader, false)};
 }
-
-void FF_TOCBytes::StoreLocalHeader(Cmn_UInt8* oLocation, std::size_t iCount)
-{
-    oLocation[0] = cLocal;
-    Sys_StoreInteger(oLocation + 1, static_cast<Cmn_UInt16>(2 + cOffsetSize * iCount), false);
-    Sys_StoreInteger(oLocation + cPartHeader, static_cast<Cmn_UInt16>(iCount), false);
-}

@@ -104,6 +104,11 @@ const Cmn_UInt8* LastLocation(const Cmn_UInt8* iValue);
 std::size_t LocationSize(const Cmn_UInt8* iValue);
 // The pieces of a location, as bytes; none where it is not local.
 std::span<const Cmn_UInt8> Offsets(const Cmn_UInt8* iLocation);
-void StoreLocalHeader(Cmn_UInt8* oLocation, std::size_t iCount);
+inline void StoreLocalHeader(Cmn_UInt8* oLocation, std::size_t iCount)
+{
+    oLocation[0] = FF_Format::cLocalLocation;
+    Sys_StoreInteger(oLocation + 1, static_cast<Cmn_UInt16>(2 + cOffsetSize * iCount), false);
+    Sys_StoreInteger(oLocation + cPartHeader, static_cast<Cmn_UInt16>(iCount), false);
+}
 
 } // namespace FF_TOCBytes

@@ -44,13 +44,6 @@ Cmn_UInt32 FF_TOCIndex::PageSizeFor(Cmn_Int64 iSizeOfKeys)
     return pageSize;
 }
 
-Cmn_Int64 FF_TOCIndex::SizeFor(Cmn_Int64 iSizeOfKeys)
-{
-    const Cmn_UInt32 pageSize = PageSizeFor(iSizeOfKeys);
-    if (pageSize == 0) return 0;
-    return static_cast<Cmn_Int64>(CountPages(iSizeOfKeys, pageSize) * cIndexEntrySize + cIndexTailSize);
-}
-
 bool FF_TOCIndex::ReadTail(const Cmn_UInt8* iTail, bool iSwap, Cmn_Int64 iBodySize)
 {
     mSize = Sys_LoadInteger<Cmn_UInt32>(iTail, iSwap);
@@ -127,7 +120,7 @@ FF_TOCIndexMaker::FF_TOCIndexMaker(Cmn_UInt32 iSizeOfKeys, Cmn_UInt32 iPageSize)
     , mPageSize(iPageSize)
 {
     if (mPageSize == 0)
-        mNextAt = std::numeric_limits<Cmn_Int64>::max();
+        mNextKeyAt = mNextValueAt = std::numeric_limits<Cmn_Int64>::max();
     else
         mPages.resize(CountPages(mSize, mPageSize));
 }
@@ -146,7 +139,8 @@ void FF_TOCIndexMaker::Note(Cmn_Int64 iAt, Cmn_UInt32 iKey, Cmn_UInt32 iValue, b
         mPages[mWithValue].mValue = iValue;
         mPages[mWithValue].mValueAt = at;
     }
-    mNextAt = static_cast<Cmn_Int64>(std::min(mWithKey, mWithValue) * mPageSize);
+    mNextKeyAt = static_cast<Cmn_Int64>(mWithKey * mPageSize);
+    mNextValueAt = static_cast<Cmn_Int64>(mWithValue * mPageSize);
 }
 
 void FF_TOCIndexMaker::Add(const Cmn_UInt8* iBytes, std::size_t iCount)

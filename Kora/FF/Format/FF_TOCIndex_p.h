@@ -41,7 +41,17 @@ struct FF_TOCIndex
 
     static Cmn_UInt32 PageSizeFor(Cmn_Int64 iSizeOfKeys);
     // Bytes of the index that is written behind so many bytes of keys; 0 where there is none.
-    static Cmn_Int64 SizeFor(Cmn_Int64 iSizeOfKeys);
+    static Cmn_Int64 SizeFor(Cmn_Int64 iSizeOfKeys)
+    {
+        using namespace FF_Format;
+        if (iSizeOfKeys <= cLargestWithoutIndex) return 0;
+        // Asked for with every entry, so without a division by what is not known. Halving rounds up as the
+        // larger page does.
+        std::size_t pages = (static_cast<std::size_t>(iSizeOfKeys) + cIndexPage - 1) / cIndexPage;
+        while (pages > cMaxIndexPages)
+            pages = (pages + 1) / 2;
+        return static_cast<Cmn_Int64>(pages * cIndexEntrySize + cIndexTailSize);
+    }
 
     // iBodySize: of keys and index, which begin at iBody; iStart is where the table's header begins. False
     // where no index stands at the end of them, or one that does not fit itself: then it is the sum of the
@@ -67,11 +77,11 @@ public:
     // A record begins at a position; in order.
     void Key(Cmn_Int64 iAt, Cmn_UInt32 iKey)
     {
-        if (iAt >= mNextAt) Note(iAt, iKey, 0, true);
+        if (iAt >= mNextKeyAt) Note(iAt, iKey, 0, true);
     }
     void Value(Cmn_Int64 iAt, Cmn_UInt32 iKey, Cmn_UInt32 iValue)
     {
-        if (iAt >= mNextAt) Note(iAt, iKey + 1, iValue, false);
+        if (iAt >= mNextValueAt) Note(iAt, iKey + 1, iValue, false);
     }
     // The next bytes, as they are stored.
     void Add(const Cmn_UInt8* iBytes, std::size_t iCount);
@@ -86,6 +96,8 @@ private:
     std::vector<FF_TOCIndex::Page> mPages;
     std::size_t mWithKey = 0;   // pages before it know their first key
     std::size_t mWithValue = 0; // and their first value, or that there is none before the key
-    Cmn_Int64 mNextAt = 0;      // where the next page begins that a record may be the first of
+    // Where the next page begins that a key, and one that a value, may be the first of.
+    Cmn_Int64 mNextKeyAt = 0;
+    Cmn_Int64 mNextValueAt = 0;
     Cmn_Int64 mAdded = 0;
 };

@@ -63,7 +63,7 @@ void FF_StreamLister::Look(std::span<const Cmn_UInt8> iBytes, const Visit& iVisi
     const std::size_t nameSize = iBytes.size() < Fields::cFixedFront ? 0 : iBytes[Fields::cMagic.size()];
     const std::size_t size = Fields::cFixedFront + nameSize + Fields::cAfterName + Fields::cBlockSize;
     if (iBytes.size() < size) return;
-    const Fields fields = Fields::FromBytes(iBytes.data(), mAt, mTyped.IsSwapped());
+    const auto fields = Fields::FromBytes(iBytes.data(), mAt, mTyped.IsSwapped());
     if (!fields.IsGenuine() || !fields.HasSums() || !fields.IsComplete()) return;
     const Cmn_Int64 body = mAt + static_cast<Cmn_Int64>(size);
     const Cmn_Int64 end = body + Cmn_Int64{fields.mBodySize};
