@@ -1,3 +1,4 @@
+#include "Bastel/Sys/Sys_Crc32C.h"
 #include "Kora/SDS/Source/SDS_ConnectionIterator.h"
 #include "Kora/SDS/Source/SDS_TokenDispatcher.h"
 #include "SDS/NameFixture.h"
@@ -5,6 +6,11 @@
 
 #include <algorithm>
 #include <random>
+#include <set>
+#include <sstream>
+#include <string>
+#include <unordered_map>
+#include <utility>
 
 namespace {
 
@@ -66,6 +72,123 @@ TEST_F(NameStore, APathThatIsLookedUpAgainLeadsWhereItLeadsNow)
     EXPECT_EQ(std::count(taken.begin(), taken.end(), id), 1);
     EXPECT_EQ(Find(base.GetID(), "gone/leaf"), nullptr) << "its cell lives on under another name";
     std::for_each(taken.begin(), taken.end(), Free);
+}
+
+// The names between the slashes, with single ones between them.
+std::string Plain(const std::string& iPath)
+{
+    std::string plain;
+    std::istringstream names(iPath);
+    for (std::string name; std::getline(names, name, '/');)
+        if (!name.empty()) plain += (plain.empty() ? "" : "/") + name;
+    return plain;
+}
+
+// All paths of up to six parts, of which half exist, across the length that is looked up at once.
+TEST_F(NameStore, HoweverAPathIsWrittenItsNamesDecide)
+{
+    const SDS_IName base("written");
+    std::vector<std::string> paths = {""};
+    for (std::size_t i = 0; i < 1 + 4 + 16 + 64 + 256 + 1024; ++i)
+        for (const char* const part : {"a", "/", "bcde", "/fghijklmn/"})
+            paths.push_back(paths[i] + part);
+    std::set<std::string> plainOnes = {""};
+    Names reserved;
+    for (std::size_t i = 1; i < paths.size(); i += 2) {
+        const std::string plain = Plain(paths[i]) + "/";
+        reserved.push_back(Reserve(base.GetID(), paths[i]));
+        for (std::size_t end = plain.find('/'); end != std::string::npos; end = plain.find('/', end + 1))
+            plainOnes.insert(plain.substr(0, end));
+    }
+    for (const std::string& path : paths) {
+        SDS_Name* found = nullptr;
+        const ESDSError result = Registry::GetNameId(base.GetID(), path.c_str(), &found);
+        const std::string plain = Plain(path);
+        ASSERT_EQ(result, plainOnes.count(plain) > 0 ? eSDSErr_None : eSDSErr_NameNotFound) << path;
+        if (found == nullptr) continue;
+        ASSERT_EQ(PathOf(found), plain.empty() ? "/written" : "/written/" + plain);
+    }
+    std::for_each(reserved.begin(), reserved.end(), Free);
+}
+
+TEST_F(NameStore, ANameThatIsTooLongIsToldWhereverItStands)
+{
+    const SDS_IName base("long");
+    SDS_Name* const id = Reserve(base.GetID(), "a");
+    for (const std::string before : {"", "/", "a/", "a//"}) {
+        for (const std::string behind : {"", "/", "/a"}) {
+            for (const std::size_t bytes : {31, 32, 33}) {
+                const std::string path = before + std::string(bytes, 'n') + behind;
+                SDS_Name* found = nullptr;
+                EXPECT_EQ(Registry::GetNameId(base.GetID(), path.c_str(), &found),
+                          bytes > 31 ? eSDSErr_NameTooLong : eSDSErr_NameNotFound)
+                    << path;
+                EXPECT_EQ(found, nullptr);
+            }
+        }
+    }
+    Free(id);
+}
+
+std::string Scrambled(unsigned iNumber)
+{
+    return std::to_string((Cmn_UInt64{iNumber} + 1) * 0x9E3779B97F4A7C15u | Cmn_UInt64{1} << 63);
+}
+
+// A text of either family, so that both have one sum: of so many there are some.
+std::pair<std::string, std::string> OfOneSum(std::string (*iFirst)(unsigned),
+                                             std::string (*iSecond)(unsigned))
+{
+    constexpr unsigned count = 1u << 18;
+    const auto sumOf = [](const std::string& iText) { return Sys_Crc32C(0, iText.data(), iText.size()); };
+    std::unordered_map<Cmn_UInt32, unsigned> sums;
+    for (unsigned i = 0; i < count; ++i)
+        sums.emplace(sumOf(iFirst(i)), i);
+    for (unsigned i = 0; i < count; ++i)
+        if (const auto found = sums.find(sumOf(iSecond(i))); found != sums.end())
+            return {iFirst(found->second), iSecond(i)};
+    ADD_FAILURE() << "no two texts of one sum";
+    return {};
+}
+
+TEST_F(NameStore, NamesOfOneSumAreToldApartAndSoAreThoseBelowThem)
+{
+    const auto [here, there] = OfOneSum([](unsigned i) { return "x" + Scrambled(i).substr(0, 15); },
+                                        [](unsigned i) { return "y" + Scrambled(i).substr(0, 15); });
+    for (const std::string rest : {"", "/", "ends", "ends as one/leaf"}) {
+        SCOPED_TRACE(here + " and " + there + rest);
+        SDS_Name* const id = Reserve(nullptr, here + rest + "/leaf");
+        EXPECT_EQ(Find(nullptr, there + rest + "/leaf"), nullptr);
+        SDS_Name* const other = Reserve(nullptr, there + rest);
+        EXPECT_EQ(Find(other, "leaf"), nullptr);
+        EXPECT_EQ(Find(nullptr, there + rest + "/leaf"), nullptr);
+        EXPECT_EQ(Find(nullptr, here + rest + "/leaf"), id);
+        Free(id);
+        Free(other);
+    }
+}
+
+// Eighteen names, with digits in place of slashes between eight of them.
+const std::string cPlainOne = "a/a/a/a/a/a/a/a/a/a/a/a/a/a/a/a/a/a";
+
+std::string Joined(unsigned iHow, std::size_t iFirst)
+{
+    std::string path = cPlainOne;
+    for (std::size_t i = 0; i < 8; ++i)
+        path[iFirst + 2 * i] = Scrambled(iHow)[i];
+    return path;
+}
+
+// What changes the sum in the first half by as much as something else does in the second leaves the whole path's as it is.
+TEST_F(NameStore, SlashesAreToldFromBytesOfTheSameSum)
+{
+    const auto [first, second] =
+        OfOneSum([](unsigned i) { return Joined(i, 1); }, [](unsigned i) { return Joined(i, 17); });
+    const std::string path = first.substr(0, 17) + second.substr(17);
+    ASSERT_EQ(Sys_Crc32C(0, path.data(), path.size()), Sys_Crc32C(0, cPlainOne.data(), cPlainOne.size()));
+    SDS_Name* const id = Reserve(nullptr, cPlainOne);
+    EXPECT_EQ(Find(nullptr, path), nullptr) << path;
+    Free(id);
 }
 
 TEST_F(NameStore, AConnectionWithoutMemoryIsNoneAndCanBeMadeLater)

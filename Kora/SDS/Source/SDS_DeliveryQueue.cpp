@@ -148,15 +148,7 @@ SDS_DeliveryQueue::~SDS_DeliveryQueue()
     mBlock->Release();
 }
 
-// Whether the first pending token may be handed out without a look at the queue: nothing that has come in
-// since would stand before it, nor drop it. A look takes the queue's line from the producers.
-bool SDS_DeliveryQueue::HeadIsSettled() const
-{
-    const SDS_DeliveryElement* const head = GetHead();
-    return head != nullptr && mLatestPending == 0 && head->mNumber <= mSettled;
-}
-
-SDS_DeliveryElement* SDS_DeliveryQueue::TakeNext(SDS_ReleaseBatch& ioBatch, SDS_TokenListener*& oListener)
+SDS_DeliveryElement* SDS_DeliveryQueue::LookForNext(SDS_ReleaseBatch& ioBatch, SDS_TokenListener*& oListener)
 {
     for (;;) {
         if (!HeadIsSettled()) Look(ioBatch);
@@ -199,7 +191,12 @@ void SDS_DeliveryQueue::Drain(SDS_ReleaseBatch& ioBatch, const SDS_ActiveListene
         SDS_DeliveryElement& element = *static_cast<SDS_DeliveryElement*>(link);
         link = link->mNext;
         if (element.mKind == SDS_DeliveryElement::Kind::eToken) {
-            Arrive(element, ioBatch);
+            const SDS_ActiveListener& active = *element.mActiveListener;
+            const bool isHeard = active.mListener.load(std::memory_order_acquire) != nullptr;
+            if (mTail != nullptr && isHeard && !active.mLatest.load(std::memory_order_relaxed)) [[likely]]
+                AppendOrdinary(element);
+            else
+                Arrive(element, ioBatch);
         } else if (element.mActiveListener == iPassedOver) {
             static_cast<void>(mBlock->mInbound.Push(element));
         } else {

@@ -22,6 +22,8 @@
 #include "Kora/SDS/Source/SDS_ActiveListenerList_p.h"
 #include "Kora/Sys/Sys_MultiSizeAtomicPool.h"
 
+#include <algorithm>
+
 class IPSSyncPrim;
 class SDS_TokenTask;
 
@@ -114,7 +116,18 @@ public:
     SDS_TokenTask& GetTask() const { return mTask; }
 
     // Takes the next element whose listener is there, in order; null when there is none. The consumer only.
-    SDS_DeliveryElement* TakeNext(SDS_ReleaseBatch& ioBatch, SDS_TokenListener*& oListener);
+    SDS_DeliveryElement* TakeNext(SDS_ReleaseBatch& ioBatch, SDS_TokenListener*& oListener)
+    {
+        if (HeadIsSettled()) [[likely]] {
+            SDS_DeliveryElement& element = *GetHead();
+            oListener = element.mActiveListener->mListener.load(std::memory_order_acquire);
+            if (oListener != nullptr) [[likely]] {
+                TakeOrdinaryHead(element);
+                return &element;
+            }
+        }
+        return LookForNext(ioBatch, oListener);
+    }
 
     // Any thread.
     bool HasTokens() const
@@ -128,6 +141,7 @@ public:
 private:
     SDS_DeliveryElement* GetHead() const { return mHead.load(std::memory_order_relaxed); } // relaxed: its own
     void SetHead(SDS_DeliveryElement* iHead) { mHead.store(iHead, std::memory_order_release); }
+    SDS_DeliveryElement* LookForNext(SDS_ReleaseBatch& ioBatch, SDS_TokenListener*& oListener);
     void Look(SDS_ReleaseBatch& ioBatch);
     void Drain(SDS_ReleaseBatch& ioBatch, const SDS_ActiveListener* iPassedOver);
     void Arrive(SDS_DeliveryElement& ioElement, SDS_ReleaseBatch& ioBatch);
@@ -135,7 +149,32 @@ private:
     SDS_DeliveryElement* TakeMailbox(SDS_ActiveListener& ioActive, SDS_ReleaseBatch& ioBatch);
     void PlaceMail(PSAtomicQueueLink* iMail);
     void InsertBefore(SDS_DeliveryElement& ioElement, SDS_DeliveryElement* ioNext, bool iIsLatest);
-    bool HeadIsSettled() const;
+    // Whether the first pending token may be handed out without a look at the queue: nothing that has come in
+    // since would stand before it, nor drop it. A look takes the queue's line from the producers.
+    bool HeadIsSettled() const
+    {
+        const SDS_DeliveryElement* const head = GetHead();
+        return head != nullptr && mLatestPending == 0 && head->mNumber <= mSettled;
+    }
+    // Unlink and InsertBefore, of a token for a listener that is not a latest one: at the front, and behind others.
+    void TakeOrdinaryHead(SDS_DeliveryElement& ioHead)
+    {
+        SDS_DeliveryElement* const next = ioHead.GetNext();
+        SetHead(next);
+        (next != nullptr ? next->mPrevious : mTail) = nullptr;
+        SDS_ActiveListener& active = *ioHead.mActiveListener;
+        if (active.mNewestPending == &ioHead) active.mNewestPending = nullptr;
+    }
+    void AppendOrdinary(SDS_DeliveryElement& ioElement)
+    {
+        ioElement.mNumber = (std::max)(ioElement.mNumber, mTail->mNumber);
+        ioElement.mIsLatest = false;
+        ioElement.mNext = nullptr;
+        ioElement.mPrevious = mTail;
+        mTail->mNext = &ioElement;
+        mTail = &ioElement;
+        ioElement.mActiveListener->mNewestPending = &ioElement;
+    }
     void Unlink(SDS_DeliveryElement& ioElement);
     void GrowPool();
 

@@ -81,6 +81,18 @@ ESDSError FindName(SDS_Name& iBase, const char* iPath, std::size_t iLength, SDS_
     return result;
 }
 
+// Of a path that the window takes, mostly without taking it apart.
+ESDSError FindShort(SDS_Name& iBase, const SDS_PathWindow& iWindow, const char* iPath, SDS_Name*& oName)
+{
+    if (SDS_Name* const name = SDS_NameStore::FindBelow(iBase, iWindow)) {
+        if (!name->mIsLive) return eSDSErr_NameNotFound;
+        oName = name;
+        return eSDSErr_None;
+    }
+    if (iWindow.IsPlain()) return eSDSErr_NameNotFound;
+    return FindName(iBase, iPath, iWindow.GetLength(), oName);
+}
+
 } // namespace
 
 ESDSError SDS_NameRegistry::Init()
@@ -103,16 +115,16 @@ ESDSError SDS_NameRegistry::GetNameId(SDS_Name* iBase, const char* const iPath, 
         return eSDSErr_None;
     }
     const std::size_t length = std::strlen(iPath);
-    if (length > SDS_PathMemory::cMaxLength) return FindName(*name, iPath, length, *oName);
-    const SDS_PathMemory::Key key(*name, iPath, length);
-    SDS_Name* found = SDS_PathMemory::Find(key);
-    if (found == nullptr) {
-        const ESDSError result = FindName(*name, iPath, length, found);
-        if (result != eSDSErr_None) return result;
-        if (found != name) SDS_PathMemory::Keep(key, *found);
+    if (length > SDS_PathWindow::cMaxLength) return FindName(*name, iPath, length, *oName);
+    const SDS_PathWindow path(iPath, length);
+    const SDS_PathMemory::Key key(*name, path);
+    if (SDS_Name* const remembered = SDS_PathMemory::Find(key)) {
+        *oName = remembered;
+        return eSDSErr_None;
     }
-    *oName = found;
-    return eSDSErr_None;
+    const ESDSError result = FindShort(*name, path, iPath, *oName);
+    if (result == eSDSErr_None && *oName != name) SDS_PathMemory::Keep(key, **oName);
+    return result;
 }
 
 // The node found or made carries a reference, which is the caller's.

@@ -7,9 +7,9 @@
 
 #include "Kora/SDS/Source/SDS_NameTable_p.h"
 #include "Kora/SDS/Source/SDS_Name_p.h"
+#include "Kora/SDS/Source/SDS_PathWindow_p.h"
 #include "OstrelPlatformSupport/PSPrefetch_p.h"
 
-#include <bit>
 #include <cstddef>
 #include <cstdint>
 
@@ -24,14 +24,13 @@ public:
     // False when there is no memory.
     static bool Init();
 
-    // Of a path below a node, name by name. It takes nothing from the nodes between, so that the look-ups of
-    // a path's names need not wait for each other's memory.
-    static Cmn_UInt32 HashBelow(Cmn_UInt32 iHash, const SDS_NameText& iText);
     // The node of this name under the parent, live or dormant; null when there is none.
     static SDS_Name* Find(const SDS_Name& iParent, const SDS_NameText& iText, Cmn_UInt32 iHash);
     // The node of a path of one or more names below another. Its hash is that of the whole path.
     static SDS_Name* FindBelow(const SDS_Name& iBase, const SDS_NameText* iTexts, std::size_t iCount,
                                Cmn_UInt32 iHash);
+    // The same, of a path that is written plainly.
+    static SDS_Name* FindBelow(const SDS_Name& iBase, const SDS_PathWindow& iPath);
     // A live node, with no counts: the dormant one of this name, or else the one freed first, or else a new
     // cell. Null when there is no memory.
     static SDS_Name* Create(SDS_Name& ioParent, const SDS_NameText& iText, Cmn_UInt32 iHash);
@@ -48,18 +47,6 @@ private:
     inline static SDS_NameTable sTable;
 };
 
-// Sums of products, whose high half depends on every bit, folded; the parent's hash is added late, so that
-// the names of a path are hashed side by side.
-inline Cmn_UInt32 SDS_NameStore::HashBelow(Cmn_UInt32 iHash, const SDS_NameText& iText)
-{
-    const Cmn_UInt64* const words = iText.mWords;
-    const Cmn_UInt64 low = words[0] * 0x9E3779B97F4A7C15u + words[1] * 0xC2B2AE3D27D4EB4Fu;
-    const Cmn_UInt64 high = words[2] * 0x165667B19E3779F9u + words[3] * 0xD6E8FEB86659FD93u;
-    const Cmn_UInt64 text = low ^ std::rotl(high, 29);
-    const Cmn_UInt64 sum = (text ^ (text >> 32)) + iHash;
-    return static_cast<Cmn_UInt32>(sum * 0xFF51AFD7ED558CCDu >> 32);
-}
-
 inline SDS_Name* SDS_NameStore::Find(const SDS_Name& iParent, const SDS_NameText& iText, Cmn_UInt32 iHash)
 {
     return sTable.Find(
@@ -71,14 +58,20 @@ inline SDS_Name* SDS_NameStore::FindBelow(const SDS_Name& iBase, const SDS_NameT
 {
     return sTable.Find(iHash, [&](const SDS_Name& iName) {
         const SDS_Name* name = &iName;
-        // A path's nodes are mostly made one after the other: the parent's line comes with the node's.
-        if (iCount > 1)
-            PSPrefetch(reinterpret_cast<const void*>(reinterpret_cast<std::uintptr_t>(name) - sizeof *name));
         for (std::size_t i = iCount; i > 0; --i) {
             // The root ends every way up: it is called "", and no name of a path is.
             if (!(name->mText == iTexts[i - 1])) return false;
             name = name->mParent;
         }
         return name == &iBase;
+    });
+}
+
+inline SDS_Name* SDS_NameStore::FindBelow(const SDS_Name& iBase, const SDS_PathWindow& iPath)
+{
+    return sTable.Find(iPath.HashBelow(iBase), [&](const SDS_Name& iName) {
+        // A path's nodes are mostly made one after the other: the parent's line comes with the node's.
+        PSPrefetch(reinterpret_cast<const void*>(reinterpret_cast<std::uintptr_t>(&iName) - sizeof iName));
+        return iPath.Leads(iBase, iName);
     });
 }

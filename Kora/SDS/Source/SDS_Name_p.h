@@ -21,6 +21,8 @@
 #include "Bastel/Cmn/Cmn_Types.h"
 
 #include <atomic>
+#include <bit>
+#include <cstddef>
 #include <cstring>
 
 class SDS_ActiveListenerList;
@@ -74,6 +76,14 @@ struct SDS_NameText
 
     char* Text() { return reinterpret_cast<char*>(mWords); }
     const char* Text() const { return reinterpret_cast<const char*>(mWords); }
+    // In bytes.
+    std::size_t Length() const
+    {
+        std::size_t last = 0;
+        while (last < 3 && mWords[last + 1] != 0)
+            ++last;
+        return 8 * last + (static_cast<std::size_t>(std::bit_width(mWords[last])) + 7) / 8;
+    }
     // Word by word: a text that was just put together comes from registers then.
     bool operator==(const SDS_NameText& iOther) const
     {
@@ -103,7 +113,7 @@ struct alignas(64) SDS_Name
     // The dispatcher's. Null in a node that nobody has listened to.
     std::atomic<SDS_ActiveListenerList*> mActiveList{nullptr};
     SDS_NameAudience* mAudience = nullptr;
-    Cmn_UInt32 mHash = 0; // of the path from the root
+    Cmn_UInt32 mHash = 0; // the sum of the path from the root, with a slash behind each name
     Cmn_UInt32 mIndexInBlock : 8 = 0;
     Cmn_UInt32 mIsLive : 1 = 0;
     // How often the cell was recycled; it stops at the last one.

@@ -6,29 +6,29 @@
 // names and places. So nothing is forgotten when nodes go; a node that comes back to life is found again.
 //
 // A path has two places, and the newest takes the first. Of the paths that are not found here one in four
-// is kept, so that what is looked up once costs little and throws little out. Longer paths than
-// cMaxLength are not remembered.
+// is kept, so that what is looked up once costs little and throws little out. Longer paths than a
+// window takes are not remembered.
 //
 // Threads: whoever uses the registry, one thread at a time.
 #pragma once
 
 #include "Kora/SDS/Source/SDS_Name_p.h"
+#include "Kora/SDS/Source/SDS_PathWindow_p.h"
 
-#include <bit>
 #include <cstddef>
+#include <cstdint>
 
 class SDS_PathMemory
 {
 public:
-    static constexpr std::size_t cWords = 5;
-    static constexpr std::size_t cMaxLength = 8 * cWords;
+    static constexpr std::size_t cWords = SDS_PathWindow::cMaxLength / 8;
 
-    // A path of 1 to cMaxLength bytes, filled up with zeros, and its hash.
+    // A path below the base, and its hash. Lives no longer than the window.
     struct Key
     {
-        Key(const SDS_Name& iBase, const char* iPath, std::size_t iLength);
+        Key(const SDS_Name& iBase, const SDS_PathWindow& iPath);
 
-        Cmn_UInt64 mWords[cWords];
+        const Cmn_UInt64* mWords;
         std::size_t mWordCount;
         const SDS_Name* mBase;
         Cmn_UInt32 mCheck; // of the hash, and the length
@@ -41,7 +41,7 @@ public:
     static void Keep(const Key& iKey, SDS_Name& iName);
 
 private:
-    static constexpr std::size_t cPairs = 8192;
+    static constexpr std::size_t cPairs = 16384;
 
     struct alignas(64) Entry
     {
@@ -56,36 +56,20 @@ private:
     static_assert(sizeof(Entry) == 64);
 
     inline static unsigned sMisses = 0;
-    // A megabyte of zeros, of which the system gives what is used.
+    // Two megabytes of zeros, of which the system gives what is used.
     inline static Entry sEntries[2 * cPairs];
 };
 
-inline SDS_PathMemory::Key::Key(const SDS_Name& iBase, const char* iPath, std::size_t iLength)
-    : mWordCount((iLength + 7) / 8)
+inline SDS_PathMemory::Key::Key(const SDS_Name& iBase, const SDS_PathWindow& iPath)
+    : mWords(iPath.GetWords())
+    , mWordCount(iPath.GetWordCount())
     , mBase(&iBase)
 {
-    constexpr Cmn_UInt64 factors[cWords] = {0x9E3779B97F4A7C15u, 0xC2B2AE3D27D4EB4Fu, 0x165667B19E3779F9u,
-                                            0xD6E8FEB86659FD93u, 0xFF51AFD7ED558CCDu};
-    const std::size_t whole = mWordCount - 1;
-    Cmn_UInt64 sum = reinterpret_cast<std::uintptr_t>(mBase) ^ iLength;
-    for (std::size_t i = 0; i < whole; ++i) {
-        std::memcpy(&mWords[i], iPath + 8 * i, 8);
-        sum += mWords[i] * factors[i];
-    }
-    // The last word: of a longer path its last eight bytes, without those that came before.
-    Cmn_UInt64 last = 0;
-    if (iLength >= 8) {
-        std::memcpy(&last, iPath + iLength - 8, 8);
-        last >>= 8 * (8 * mWordCount - iLength);
-    } else {
-        for (std::size_t i = 0; i < iLength; ++i)
-            last |= Cmn_UInt64{static_cast<unsigned char>(iPath[i])} << 8 * i;
-    }
-    mWords[whole] = last;
-    sum += last * factors[whole];
+    const std::size_t length = iPath.GetLength();
+    const Cmn_UInt64 sum = iPath.GetSum() + (reinterpret_cast<std::uintptr_t>(mBase) ^ length);
     const Cmn_UInt64 mixed = (sum ^ sum >> 32) * 0xD6E8FEB86659FD93u;
     mPair = static_cast<std::size_t>(mixed >> 40) % cPairs;
-    mCheck = static_cast<Cmn_UInt32>(mixed >> 8) << 8 | static_cast<Cmn_UInt32>(iLength);
+    mCheck = static_cast<Cmn_UInt32>(mixed >> 8) << 8 | static_cast<Cmn_UInt32>(length);
 }
 
 inline SDS_Name* SDS_PathMemory::Entry::NameOf(const Key& iKey) const

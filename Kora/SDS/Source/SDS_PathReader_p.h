@@ -3,8 +3,9 @@
 // It takes eight bytes at a time, and none from behind the path's end: what would lie there reads as slashes.
 #pragma once
 
+#include "Bastel/Sys/Sys_Crc32C.h"
 #include "Kora/SDS/FicInterface/SDS_Error.h"
-#include "Kora/SDS/Source/SDS_NameStore_p.h"
+#include "Kora/SDS/Source/SDS_Name_p.h"
 
 #include <bit>
 #include <cstddef>
@@ -36,6 +37,7 @@ public:
         while (mNext < mEnd && *mNext == '/')
             ++mNext;
         if (mNext >= mEnd) return false;
+        const char* const start = mNext;
         oText = SDS_NameText();
         bool ended = false;
         // Unrolled by hand, so that the words stay in registers.
@@ -44,7 +46,10 @@ public:
         ended = ended || TakeWord(oText.mWords[2]);
         ended = ended || TakeWord(oText.mWords[3]);
         if (ended) {
-            mHash = SDS_NameStore::HashBelow(mHash, oText);
+            const auto bytes = static_cast<std::size_t>(mNext - start);
+            // With the slash behind the name, or one in its place at the path's end.
+            mHash = Sys_Crc32C(mHash, start, mNext < mEnd ? bytes + 1 : bytes);
+            if (mNext == mEnd) mHash = Sys_Crc32C(mHash, "/", 1);
             return true;
         }
         oResult = eSDSErr_NameTooLong; // 32 bytes without a slash
