@@ -47,8 +47,10 @@ public:
     {
         if (mState == eState_Open) Finish(std::uncaught_exceptions());
     }
-    // For owners that know of exceptions themselves: they end the body by PatchSize or Abandon, in every case.
+    // Who ends the body: eEnd_ByOwner for an owner that knows of exceptions itself.
     enum EEnd : Cmn_Int32 { eEnd_ByOwner = 0 };
+    // Writes the header as above. The owner ends the body by PatchSize or Abandon, in every case: the
+    // destructor would take one left open for complete, even when an exception is what ended it.
     KORA_API Sys_StdStreamHeaderWriter(Sys_TypedOutStream& ioStream, std::string_view iName,
                                        Cmn_Int16 iVersion, EEnd iEnd);
     Sys_StdStreamHeaderWriter(const Sys_StdStreamHeaderWriter&) = delete;
