@@ -65,12 +65,14 @@ bool SDS_NameTable::AddSegment()
         mSegmentRoom = room;
     }
     // The first is all in use at once. Of the others each bucket is cleared when it comes into use.
-    void* const memory =
-        ::operator new (sizeof(Bucket) * cSegmentBuckets, std::align_val_t{alignof(Bucket)}, std::nothrow);
+    void* const memory = ::operator new (sizeof(Bucket) * (cSegmentBuckets + cSegmentSpares),
+                                         std::align_val_t{alignof(Bucket)}, std::nothrow);
     if (memory == nullptr) return false;
     Bucket* const buckets = static_cast<Bucket*>(memory);
     if (mSegmentCount == 0) std::uninitialized_default_construct_n(buckets, cSegmentBuckets);
     mSegments[mSegmentCount++] = buckets;
+    for (std::size_t i = 0; i < cSegmentSpares; ++i)
+        GiveSpare(*new (buckets + cSegmentBuckets + i) Bucket);
     return true;
 }
 

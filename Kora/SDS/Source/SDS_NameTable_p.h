@@ -10,7 +10,7 @@
 // that overflows, the last place leads to the next one.
 //
 // Fullness:   a level's splitting begins at 4 names a bucket and ends at 2.8, of twice the
-//             buckets: 16 to 23 bytes a name.
+//             buckets: 18 to 26 bytes a name.
 // Threads:    whoever uses the registry, one thread at a time.
 #pragma once
 
@@ -36,6 +36,8 @@ private:
     static constexpr unsigned cPlaces = 7;
     static constexpr Cmn_UInt64 cOverflows = Cmn_UInt64{1} << 56;
     static constexpr std::size_t cSegmentBuckets = 512;
+    // At 4 names a bucket 26 of a segment's buckets overflow, give or take 5: whichever names come and go, these do.
+    static constexpr std::size_t cSegmentSpares = 64;
     static constexpr std::size_t cFirstLevel = 512;
 
     struct alignas(64) Bucket
