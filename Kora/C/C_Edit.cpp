@@ -39,7 +39,7 @@ bool HasNearest(Time_TempoEditResult::EReason iReason)
 template <class Edit>
 kora_status GuardEdit(kora_edit_result* oResult, const Edit& iEdit)
 {
-    return C_Guard([&] {
+    return C_GuardModel([&] {
         C_Require(oResult == nullptr || oResult->size >= sizeof(kora_edit_result),
                   "size is smaller than the struct");
         const Time_TempoEditResult result = iEdit();

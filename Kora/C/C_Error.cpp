@@ -25,6 +25,11 @@ struct LastError
     char mFile[cTextBytes] = "";
 };
 
+// Plug-ins of one process start and end the library each on its own thread and know nothing of one another. Only the
+// first and the last of them reach the library's own count, which is for one thread.
+std::mutex sUsersMutex;
+std::size_t sUsers = 0;
+
 thread_local LastError tLastError;
 
 // Cut before the character that does not fit whole.
@@ -116,12 +121,24 @@ void C_Handle::Release()
 {
     // Acquire: what other threads did with the object before they let it go comes before its end.
     if (mCount.fetch_sub(1, std::memory_order_acq_rel) != 1) return;
+    if (mKind == eKind_History) {
+        const auto lock = C_LockModel();
+        mDelete(this);
+        return;
+    }
     if (mKind == eKind_Song) {
+        const auto lock = C_LockModel();
         const Ndo_StDisableRecording disabled; // its maps go without a notice, as they came
         mDelete(this);
         return;
     }
     mDelete(this);
+}
+
+std::unique_lock<std::recursive_mutex> C_LockModel()
+{
+    static auto& sModel = *new std::recursive_mutex; // for handles that go at exit too
+    return std::unique_lock(sModel);
 }
 
 uint32_t kora_c_version(void) { return KORA_C_VERSION_MAJOR * 65536u + KORA_C_VERSION_MINOR; }
@@ -131,7 +148,9 @@ const char* kora_version(void) { return Kora_Version::GetText(); }
 kora_status kora_init(void)
 {
     try {
-        Kora_Init::Init();
+        const std::lock_guard lock(sUsersMutex);
+        if (sUsers == 0) Kora_Init::Init();
+        ++sUsers;
         return KORA_OK;
     } catch (...) {
         return C_StatusOfException();
@@ -140,7 +159,11 @@ kora_status kora_init(void)
 
 kora_status kora_free(void)
 {
-    return C_Guard([] { Kora_Init::Free(); });
+    return C_Guard([] {
+        const std::lock_guard lock(sUsersMutex);
+        C_Require(sUsers > 0, "kora_init was not called", KORA_NOT_STARTED);
+        if (--sUsers == 0) Kora_Init::Free();
+    });
 }
 
 kora_status kora_last_error(kora_error* out)

@@ -13,6 +13,7 @@
 #include "Kora/Kora_Init.h"
 
 #include <exception>
+#include <mutex>
 #include <string>
 #include <utility>
 
@@ -50,6 +51,20 @@ kora_status C_Guard(Body&& iBody) noexcept
     } catch (...) {
         return C_StatusOfException();
     }
+}
+
+// The application's model: songs that come and go, edits and undo, which the library leaves to one thread. Here each
+// thread with songs of its own becomes that thread for as long as its call lasts. Recursive, for callbacks.
+std::unique_lock<std::recursive_mutex> C_LockModel();
+
+// For a call that is on the model.
+template <class Body>
+kora_status C_GuardModel(Body&& iBody) noexcept
+{
+    return C_Guard([&] {
+        const auto lock = C_LockModel();
+        iBody();
+    });
 }
 
 // Out of line, so that what checks goes into each call.

@@ -47,7 +47,7 @@ struct kora_history : C_Handle
 
 kora_status kora_history_new(kora_song* song, kora_history** out)
 {
-    return C_Guard([&] {
+    return C_GuardModel([&] {
         kora_song& of = C_Get(song, "song");
         kora_history*& history = C_Out(out, "out");
         history = new kora_history(of);
@@ -56,7 +56,7 @@ kora_status kora_history_new(kora_song* song, kora_history** out)
 
 kora_status kora_history_begin(kora_history* history)
 {
-    return C_Guard([&] {
+    return C_GuardModel([&] {
         kora_history& of = C_Get(history, "history");
         (void)of.Idle();
         of.mRecorder.emplace();
@@ -66,7 +66,7 @@ kora_status kora_history_begin(kora_history* history)
 
 kora_status kora_history_end(kora_history* history, const char* name, int64_t merge_id)
 {
-    return C_Guard([&] {
+    return C_GuardModel([&] {
         kora_history& of = C_Get(history, "history");
         C_Out(name, "name");
         of.mHistory.Add(of.Recorder().OperationComplete(), name, merge_id);
@@ -76,7 +76,7 @@ kora_status kora_history_end(kora_history* history, const char* name, int64_t me
 
 kora_status kora_history_cancel(kora_history* history)
 {
-    return C_Guard([&] {
+    return C_GuardModel([&] {
         kora_history& of = C_Get(history, "history");
         (void)of.Recorder();
         of.Stop();
@@ -85,7 +85,7 @@ kora_status kora_history_cancel(kora_history* history)
 
 kora_status kora_history_undo(kora_history* history)
 {
-    return C_Guard([&] {
+    return C_GuardModel([&] {
         Ndo_History& of = C_Get(history, "history").Idle();
         const kora_song::StTellKeys tell(*history->mSong);
         C_Require(of.Undo(), "there is no step to undo", KORA_NOT_FOUND);
@@ -94,7 +94,7 @@ kora_status kora_history_undo(kora_history* history)
 
 kora_status kora_history_redo(kora_history* history)
 {
-    return C_Guard([&] {
+    return C_GuardModel([&] {
         Ndo_History& of = C_Get(history, "history").Idle();
         const kora_song::StTellKeys tell(*history->mSong);
         C_Require(of.Redo(), "there is no step to redo", KORA_NOT_FOUND);
@@ -103,7 +103,7 @@ kora_status kora_history_redo(kora_history* history)
 
 kora_status kora_history_count(kora_history* history, size_t* steps, size_t* position)
 {
-    return C_Guard([&] {
+    return C_GuardModel([&] {
         const Ndo_History& of = C_Get(history, "history").mHistory;
         C_Out(steps, "steps");
         C_Out(position, "position");
@@ -115,7 +115,7 @@ kora_status kora_history_count(kora_history* history, size_t* steps, size_t* pos
 kora_status kora_history_step_name(kora_history* history, size_t step, char* buffer, size_t capacity,
                                    size_t* size)
 {
-    return C_Guard([&] {
+    return C_GuardModel([&] {
         const Ndo_History& of = C_Get(history, "history").mHistory;
         C_Out(size, "size");
         C_Require(step < of.GetNumberOfSteps(), "there is no such step", KORA_NOT_FOUND);
@@ -125,12 +125,12 @@ kora_status kora_history_step_name(kora_history* history, size_t step, char* buf
 
 kora_status kora_history_mark_saved(kora_history* history)
 {
-    return C_Guard([&] { C_Get(history, "history").Idle().MarkSaved(); });
+    return C_GuardModel([&] { C_Get(history, "history").Idle().MarkSaved(); });
 }
 
 kora_status kora_history_is_saved(kora_history* history, int32_t* out)
 {
-    return C_Guard([&] {
+    return C_GuardModel([&] {
         const Ndo_History& of = C_Get(history, "history").mHistory;
         C_Out(out, "out") = of.IsSaved() ? 1 : 0;
     });

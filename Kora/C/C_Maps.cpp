@@ -86,7 +86,7 @@ kora_status kora_tempo_map_find(kora_tempo_map* map, int64_t tick, kora_tempo* o
 
 kora_status kora_tempo_map_remove(kora_tempo_map* map, int64_t tick)
 {
-    return C_Guard([&] {
+    return C_GuardModel([&] {
         Time_TempoMap& tempi = C_Get(map, "map").ForEdit();
         const auto segment = tempi.FindSegment(Time_Tick(tick));
         if (segment == tempi.SegmentEnd()) ThrowNotFound();
@@ -97,7 +97,7 @@ kora_status kora_tempo_map_remove(kora_tempo_map* map, int64_t tick)
 
 kora_status kora_tempo_map_clear(kora_tempo_map* map, int64_t from, int64_t to)
 {
-    return C_Guard([&] {
+    return C_GuardModel([&] {
         Time_TempoMap& tempi = C_Get(map, "map").ForEdit();
         C_CheckRange(from, to);
         CheckNoLockFrom(tempi, Time_Tick(from));
@@ -136,7 +136,7 @@ kora_status kora_meter_map_find(kora_meter_map* map, int64_t tick, kora_meter* o
 
 kora_status kora_meter_map_set(kora_meter_map* map, int64_t tick, int32_t numerator, int32_t denominator)
 {
-    return C_Guard([&] {
+    return C_GuardModel([&] {
         Time_MeterMap& meters = C_Get(map, "map").ForEdit();
         const Time_Tick at = C_Tick(tick, "tick");
         C_Require(numerator >= 1 && numerator <= cMaxMeterNumber, "numerator is not between 1 and 32767");
@@ -149,7 +149,7 @@ kora_status kora_meter_map_set(kora_meter_map* map, int64_t tick, int32_t numera
 
 kora_status kora_meter_map_remove(kora_meter_map* map, int64_t tick)
 {
-    return C_Guard([&] {
+    return C_GuardModel([&] {
         Time_MeterMap& meters = C_Get(map, "map").ForEdit();
         const auto change = meters.IterFindFirstGE(Time_Tick(tick));
         if (change == meters.IterEnd() || change->GetTick() != Time_Tick(tick)) ThrowNotFound();
@@ -160,7 +160,7 @@ kora_status kora_meter_map_remove(kora_meter_map* map, int64_t tick)
 
 kora_status kora_meter_map_clear(kora_meter_map* map, int64_t from, int64_t to)
 {
-    return C_Guard([&] {
+    return C_GuardModel([&] {
         Time_MeterMap& meters = C_Get(map, "map").ForEdit();
         C_CheckRange(from, to);
         const Time_Tick first = meters.IterBegin()->GetTick();
@@ -204,7 +204,7 @@ kora_status kora_key_map_find(kora_key_map* map, int64_t tick, kora_key* out)
 
 kora_status kora_key_map_set(kora_key_map* map, const kora_key* key)
 {
-    return C_Guard([&] {
+    return C_GuardModel([&] {
         kora_key_map& edited = C_Get(map, "map");
         Time_KeySignatureMap& keys = edited.ForEdit();
         const kora_song::StTellKeys tell(*edited.mSong);
@@ -219,7 +219,7 @@ kora_status kora_key_map_set(kora_key_map* map, const kora_key* key)
 
 kora_status kora_key_map_remove(kora_key_map* map, int64_t tick)
 {
-    return C_Guard([&] {
+    return C_GuardModel([&] {
         kora_key_map& edited = C_Get(map, "map");
         Time_KeySignatureMap& keys = edited.ForEdit();
         const kora_song::StTellKeys tell(*edited.mSong);
@@ -231,7 +231,7 @@ kora_status kora_key_map_remove(kora_key_map* map, int64_t tick)
 
 kora_status kora_key_map_clear(kora_key_map* map, int64_t from, int64_t to)
 {
-    return C_Guard([&] {
+    return C_GuardModel([&] {
         kora_key_map& edited = C_Get(map, "map");
         Time_KeySignatureMap& keys = edited.ForEdit();
         const kora_song::StTellKeys tell(*edited.mSong);

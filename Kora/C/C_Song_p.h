@@ -24,7 +24,7 @@ struct kora_song : C_Handle
 
     Kora_Song& Get() { return mSong; }
     const Kora_Song& Get() const { return mSong; }
-    // Asserts nothing and throws where another history, or someone else's recorder, would get the edit.
+    // On the model. Asserts nothing and throws where another history, or someone else's recorder, would get the edit.
     void CheckMayEdit() const;
     void SetListener(kora_song_listener iListener, void* iUser);
     // The key map has no listeners of its own: whoever may have edited it says so here.
@@ -116,6 +116,7 @@ kora_song* C_MakeSong(const Fill& iFill)
     {
         void operator()(kora_song* iSong) const { iSong->Release(); }
     };
+    const auto lock = C_LockModel();
     const Ndo_StDisableRecording disabled;
     std::unique_ptr<kora_song, Discard> song(new kora_song);
     iFill(song->Get());

@@ -23,7 +23,8 @@
  *             song, a history its song. A handle that was released for the last time must not be used. All are
  *             released before the last kora_free: behind it kora_release is KORA_NOT_STARTED.
  * Threads:    references count on any thread. A song with its maps, history and formats belongs to one thread at a
- *             time, and all recording and undoing in the process to one thread. The last error is each thread's own.
+ *             time; songs of different threads do not disturb one another, but that one history of the process records
+ *             at a time. The last error is each thread's own.
  * Process:    shared by all in the process are: kora_init's count, kora_set_session, kora_set_assert_handler, the tree
  *             of names, and which history records. Nothing else is.
  * Layout:     positions and entries are structs of fixed size. Structs that later versions may lengthen begin with
@@ -31,7 +32,8 @@
  * Arrays:     a bulk call steps from element to element by a stride in bytes, so that a column of the host's own
  *             records converts in place. No alignment is needed. Input and output are the same column or apart.
  * Callbacks:  get the pointer that they were set with, run on the thread of the call that causes them, and must return:
- *             no longjmp, no exception. Within one a song may be asked, not edited, and nothing released.
+ *             no longjmp, no exception. Within one a song may be asked, not edited, nothing is released, and no thread
+ *             waited for that edits.
  */
 #pragma once
 

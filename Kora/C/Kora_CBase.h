@@ -14,6 +14,7 @@ extern "C" {
 
 /* Of this header. A library of the same major number and no lower minor number has all that it names. */
 #define KORA_C_VERSION_MAJOR 0
+/* Of this header: higher with what is added. */
 #define KORA_C_VERSION_MINOR 1
 
 /* Of the library that runs: major * 65536 + minor. Needs no kora_init. */
@@ -21,7 +22,9 @@ KORA_API uint32_t kora_c_version(void);
 /* The library's own: "0.1.0". Needs no kora_init. */
 KORA_API const char* kora_version(void);
 
+/* What every call gives that can fail: KORA_OK, or why it did not do what it is for. */
 typedef int32_t kora_status;
+/* Numbers of a kora_status. */
 enum {
     KORA_OK = 0,
     KORA_NULL_ARGUMENT = 1, /* a pointer that has to be there is null */
@@ -40,12 +43,15 @@ enum {
     KORA_FULL = 13      /* so many tokens wait that there is no room */
 };
 
-/* Counted: once kora_free for each kora_init, while no other thread is in the library. */
+/* Starts the library for the caller, before its other calls that do not say otherwise. Counted, and for any thread:
+ * plug-ins of one process need not know of one another. */
 KORA_API kora_status kora_init(void);
+/* Once for each kora_init, behind the release of the caller's last handle and the end of its other calls. */
 KORA_API kora_status kora_free(void);
 
 /* ---- Errors ----------------------------------------------------------------------------------------------------- */
 
+/* What went wrong last on a thread. */
 typedef struct kora_error
 {
     uint32_t size;      /* sizeof(kora_error) */
@@ -55,36 +61,49 @@ typedef struct kora_error
     const char* file;   /* "" where there is none */
 } kora_error;
 
-/* These need no kora_init. */
+/* Of this thread. Needs no kora_init. */
 KORA_API kora_status kora_last_error(kora_error* out);
+/* Its text alone; never null, "" when no call of this thread has failed. Needs no kora_init. */
 KORA_API const char* kora_last_error_text(void);
-/* "wrong handle"; never null, whatever the number. */
+/* "wrong handle"; never null, whatever the number. Needs no kora_init. */
 KORA_API const char* kora_status_name(kora_status status);
 
-/* What the library's own assertions report: the broken expression with its source, and the line. Needs no kora_init,
- * and stays when the library ends. It may run on any thread. Null gives them back to stderr, each place once. */
+/* What the library's own assertions report: the broken expression with its source, and the line. It may run on any
+ * thread. */
 typedef void (*kora_assert_handler)(void* user, const char* text, int32_t line);
+/* Null gives assertions back to stderr, each place once. The handler stays when the library ends. Needs no kora_init. */
 KORA_API kora_status kora_set_assert_handler(kora_assert_handler handler, void* user);
 
 /* ---- Handles ---------------------------------------------------------------------------------------------------- */
 
+/* A song: its tempi, meters and keys, and all conversions by them. */
 typedef struct kora_song kora_song;
+/* A song's tempi. */
 typedef struct kora_tempo_map kora_tempo_map;
+/* A song's meters. */
 typedef struct kora_meter_map kora_meter_map;
+/* A song's keys. */
 typedef struct kora_key_map kora_key_map;
+/* Undo of a song's edits. */
 typedef struct kora_history kora_history;
+/* How a song's times read as texts. */
 typedef struct kora_format kora_format;
 
-/* Any handle. Null is KORA_NULL_ARGUMENT, and nothing happens. */
+/* Adds a reference to a handle of any kind. Null is KORA_NULL_ARGUMENT, and nothing happens. */
 KORA_API kora_status kora_retain(void* handle);
+/* Takes a reference back; with the last one the handle ends. Null is KORA_NULL_ARGUMENT, and nothing happens. */
 KORA_API kora_status kora_release(void* handle);
 
 /* ---- Values ----------------------------------------------------------------------------------------------------- */
 
+/* Units of a time. */
 enum { KORA_SAMPLES = 0, KORA_TICKS = 1, KORA_FRAMES = 2 };
+/* Of a quarter note, in every song. */
 #define KORA_TICKS_PER_QUARTER 960000
+/* Where songs start unless a document says otherwise: there is as much room before as anybody needs. */
 #define KORA_SONG_START_TICK INT64_C(1000000000000)
 
+/* A count of a unit: KORA_SAMPLES, KORA_TICKS or KORA_FRAMES. */
 typedef struct kora_time
 {
     int64_t count;
@@ -92,6 +111,7 @@ typedef struct kora_time
     uint32_t reserved; /* not read, written as 0 */
 } kora_time;
 
+/* 2|3|480000: bar and beat count from 1 at the song's start, and on through 0 before it. */
 typedef struct kora_bar_position
 {
     int32_t bar;
@@ -99,12 +119,14 @@ typedef struct kora_bar_position
     int64_t ticks; /* behind the beat */
 } kora_bar_position;
 
+/* Bits of a tempo's flags. */
 enum {
     KORA_TEMPO_LOCKED = 1,     /* the tick is at locked_sample whatever is edited elsewhere */
     KORA_TEMPO_SONG_START = 2, /* the song's first tick */
     KORA_TEMPO_COMPUTED = 4    /* the tempo follows from the locks on both sides */
 };
 
+/* An entry of a tempo map. */
 typedef struct kora_tempo
 {
     int64_t tick;
@@ -115,6 +137,7 @@ typedef struct kora_tempo
     uint32_t reserved;
 } kora_tempo;
 
+/* An entry of a meter map: numerator beats a bar, each of one denominator-th of a whole note. */
 typedef struct kora_meter
 {
     int64_t tick;
@@ -124,6 +147,7 @@ typedef struct kora_meter
     int32_t is_off_barline; /* 1: it cuts the bar before short */
 } kora_meter;
 
+/* An entry of a key map. */
 typedef struct kora_key
 {
     int64_t tick;

@@ -32,6 +32,7 @@ extern "C" {
 
 /* ---- Documents -------------------------------------------------------------------------------------------------- */
 
+/* A document that is read, or one that is written. */
 typedef struct kora_document kora_document;
 
 /* To read. What kora_document_create writes takes the place of the file meanwhile, and the old one is read on. */
@@ -90,8 +91,9 @@ KORA_API kora_status kora_document_write_text(kora_document* document, const cha
 
 /* ---- Reading ---------------------------------------------------------------------------------------------------- */
 
-/* One step of the way from an outermost stream inward: a type, and of a list the item that the next step is in. */
+/* The item of a step that leads into no list. */
 enum { KORA_NO_ITEM = -1 };
+/* One step of the way from an outermost stream inward: a type, and of a list the item that the next step is in. */
 typedef struct kora_step
 {
     int32_t type;

@@ -9,8 +9,10 @@ extern "C" {
 
 /* ---- Grids ------------------------------------------------------------------------------------------------------ */
 
+/* The lines of one division, of a song as it is at each call. */
 typedef struct kora_grid kora_grid;
 
+/* What a line is. */
 enum {
     KORA_LINE_BAR = 0,  /* a barline */
     KORA_LINE_BEAT = 1, /* one of the meter's beats */
@@ -22,6 +24,7 @@ enum {
     KORA_LINE_HOUR = 7
 };
 
+/* Where a line stands. */
 typedef struct kora_grid_line
 {
     int64_t tick;               /* of a line by the clock the nearest one */
@@ -38,6 +41,7 @@ typedef char kora_check_grid_line[sizeof(kora_grid_line) == 48 ? 1 : -1];
  * bars and beats stay straight. KORA_REFUSED, with the reason, for another text. */
 KORA_API kora_status kora_grid_new(kora_song* song, const char* division, int32_t swing, kora_grid** out);
 
+/* Units of a grid by the clock. */
 enum {
     KORA_CLOCK_SAMPLES = 0,
     KORA_CLOCK_MILLISECONDS = 1,
@@ -49,6 +53,7 @@ enum {
 KORA_API kora_status kora_grid_new_by_clock(kora_song* song, int32_t unit, int64_t step, int32_t film,
                                             kora_grid** out);
 
+/* Which line of those around a time. */
 enum {
     KORA_SEARCH_BEFORE = 0,
     KORA_SEARCH_AT_OR_BEFORE = 1,
@@ -66,13 +71,16 @@ KORA_API kora_status kora_grid_lines(kora_grid* grid, kora_time from, kora_time 
 
 /* ---- Rulers ----------------------------------------------------------------------------------------------------- */
 
+/* Lines and labels of one form above a view of the song. */
 typedef struct kora_ruler kora_ruler;
 
+/* What is as wide everywhere. */
 enum {
     KORA_AXIS_TIME = 0, /* a second is as wide everywhere; units of the zoom are samples */
     KORA_AXIS_BARS = 1  /* a quarter note is as wide everywhere; units of the zoom are ticks */
 };
 
+/* What a ruler shows, for good. */
 typedef struct kora_ruler_options
 {
     uint32_t size; /* sizeof(kora_ruler_options) */
@@ -93,17 +101,18 @@ typedef double (*kora_measure)(void* user, const char* text, size_t size);
 KORA_API kora_status kora_ruler_new(kora_song* song, const kora_ruler_options* options, kora_time last,
                                     kora_measure measure, void* user, kora_ruler** out);
 
-/* The view. Pixels count from its left edge, and may lie outside of it. */
-/* A range from pixel 0 to width. */
+/* Shows a range from pixel 0 to width. Pixels count from the view's left edge, and may lie outside of it. */
 KORA_API kora_status kora_ruler_show(kora_ruler* ruler, kora_time from, kora_time to, double width);
 /* Samples or ticks a pixel, above 0; the time at pixel 0 stays. */
 KORA_API kora_status kora_ruler_set_units_per_pixel(kora_ruler* ruler, double units);
 /* A factor above 1 makes everything wider; what is at the pixel stays there. */
 KORA_API kora_status kora_ruler_zoom(kora_ruler* ruler, double pixel, double factor);
+/* The time comes to the pixel. */
 KORA_API kora_status kora_ruler_scroll_to(kora_ruler* ruler, kora_time time, double pixel);
 /* The picture moves to the left by so many pixels, to the right where they are negative: lines come back as they
  * were. */
 KORA_API kora_status kora_ruler_scroll_by(kora_ruler* ruler, int64_t pixels);
+/* Where a time is drawn, between pixels too. */
 KORA_API kora_status kora_ruler_to_pixel(kora_ruler* ruler, kora_time time, double* out);
 /* The nearest sample or tick of the axis, in any unit. */
 KORA_API kora_status kora_ruler_to_time(kora_ruler* ruler, double pixel, uint32_t unit, kora_time* out);
@@ -120,6 +129,7 @@ typedef struct kora_ruler_line
 } kora_ruler_line;
 typedef char kora_check_ruler_line[offsetof(kora_ruler_line, is_major) == 28 + sizeof(void*) ? 1 : -1];
 
+/* Draws a line of the host's. */
 typedef void (*kora_ruler_take)(void* user, const kora_ruler_line* line);
 
 /* take for each line of the pixels [0, width), and before them of those whose label reaches in, in order. width is at

@@ -42,7 +42,8 @@ KORA_API kora_status kora_name_disconnect(kora_name* a, kora_name* b);
 
 /* ---- Sending ---------------------------------------------------------------------------------------------------- */
 
-enum { KORA_TOKEN_BYTES = 1024 }; /* at most, of one token */
+/* At most, of one token. */
+enum { KORA_TOKEN_BYTES = 1024 };
 
 /* Copies size bytes (0 and null are allowed together) to each who listens for the type and subtype, which are the
  * host's own numbers; a type is not 0. KORA_FULL, where so many wait that there is no room, for those listeners that
@@ -62,18 +63,22 @@ typedef struct kora_token
     uint32_t reserved; /* written as 0 */
 } kora_token;
 typedef char kora_check_token[offsetof(kora_token, reserved) == 12 + sizeof(void*) ? 1 : -1];
+/* Runs in kora_receiver_process; it may send, and releases nothing. */
 typedef void (*kora_token_handler)(void* user, const kora_token* token);
 
 /* A place where tokens wait until a thread handles them. */
 typedef struct kora_receiver kora_receiver;
+/* Bits of what a receiver is for. */
 enum {
     KORA_RECEIVER_AUDIO = 1, /* nothing is ever allocated for it; others may let the room for tokens grow */
     KORA_RECEIVER_WAITS = 2  /* kora_receiver_wait is for it; senders wake the thread that waits */
 };
+/* A receiver without listeners; flags are the KORA_RECEIVER bits joined, or 0. */
 KORA_API kora_status kora_receiver_new(uint32_t flags, kora_receiver** out);
 
 /* Ends with its last release, after which its handler is not called any more. */
 typedef struct kora_listener kora_listener;
+/* Which of the tokens that wait a listener gets. */
 enum {
     KORA_LISTEN_ALL = 0,   /* every token, in the order in which one thread sent them */
     KORA_LISTEN_NEWEST = 1 /* of those that wait only the newest, in an order with the others */
