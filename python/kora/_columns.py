@@ -184,6 +184,8 @@ def scaled(values: Any, factor: float) -> Any:
         return array.array("q", [nearest(value * factor) for value in as_list(values)])
     except OverflowError:
         raise ValueError("a time is out of limits") from None
+    except ValueError:
+        raise ValueError("a time is not finite") from None
 
 
 def as_list(values: Iterable[Any]) -> list[Any]:

@@ -5,15 +5,15 @@ Seconds are samples divided by the rate, so they are as exact as a float; into s
 nearest, halves upwards. Quarters are quarter notes from the song's first tick, and round to ticks in the same
 way.
 
-Limits: ticks and frames are below 2^59 and samples below 2^35 in either direction. Single values and lists
-are held to that; in arrays, which are read where they stand, what lies outside is converted to no meaningful
-time.
+Limits: ticks and frames are below 2^59 and samples below 2^35 in either direction. What lies outside is
+refused, and an array that was to be converted in place is as it was.
 """
 from __future__ import annotations
 
 import array
 import ctypes
 import struct
+from numbers import Integral
 from typing import TYPE_CHECKING, Any, Optional
 
 from kora._columns import as_counts, as_list, is_array, new_like, scaled, through
@@ -78,11 +78,20 @@ def _counts_in(song: "Song", values: Any, unit: str) -> Any:
             counts += start
             return counts
         return array.array("q", [count + start for count in counts])
-    if isinstance(values, list) and values and not -LIMITS[unit] < min(values) <= max(values) < LIMITS[unit]:
-        raise ValueError(
-            f"a time in {unit} is out of the limits, which are {LIMITS[unit] - 1} in either direction"
-        )
-    return as_counts(values, unit)
+    if not isinstance(values, list):
+        return as_counts(values, unit)
+    try:
+        counts = as_counts(values, unit)
+        if not values or -LIMITS[unit] < min(values) <= max(values) < LIMITS[unit]:
+            return counts
+    except TypeError:
+        wrong = next(each for each in values if not isinstance(each, Integral))
+        raise TypeError(f"{unit} are whole numbers, not {wrong!r}") from None
+    except OverflowError:
+        pass
+    raise ValueError(
+        f"a time in {unit} is out of the limits, which are {LIMITS[unit] - 1} in either direction"
+    )
 
 
 def _plain(value: Any, unit: str) -> Any:
