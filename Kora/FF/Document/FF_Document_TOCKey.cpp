@@ -65,8 +65,12 @@ FF_Document::TOCKey FF_Document::TOCKey::Inside(const Context& iContext) const
 
 std::strong_ordering FF_Document::TOCKey::operator<=>(const TOCKey& iOther) const
 {
-    return std::lexicographical_compare_three_way(mContexts.begin(), mContexts.end(),
-                                                  iOther.mContexts.begin(), iOther.mContexts.end());
+    // std::lexicographical_compare_three_way, which not every standard library has yet.
+    const auto [here, there] = std::mismatch(mContexts.begin(), mContexts.end(), iOther.mContexts.begin(),
+                                             iOther.mContexts.end());
+    if (here == mContexts.end() || there == iOther.mContexts.end())
+        return mContexts.size() <=> iOther.mContexts.size();
+    return *here <=> *there;
 }
 
 void FF_Document::TOCKey::StreamOut(Sys_TypedOutStream& ioStream) const
