@@ -312,7 +312,7 @@ TEST_F(CDocument, ABitThatTurnsIsNoticedToldAndRepaired)
     std::string wrong = bytes;
     wrong[bytes.find("voice")] ^= 1;
     std::ofstream(mPath, std::ios::binary) << wrong;
-    const auto document = Made<kora_document>(kora_document_open, mPath.c_str());
+    auto document = Made<kora_document>(kora_document_open, mPath.c_str());
     const kora_step takes = {cTakes, KORA_NO_ITEM};
     EXPECT_EQ(kora_document_enter(document.get(), &takes, 1, nullptr), KORA_BAD_FILE);
     kora_error error{};
@@ -320,6 +320,7 @@ TEST_F(CDocument, ABitThatTurnsIsNoticedToldAndRepaired)
     ASSERT_EQ(kora_last_error(&error), KORA_OK);
     EXPECT_EQ(error.file, mPath);
     EXPECT_GT(error.offset, 0);
+    document.reset(); // not every system replaces a file that is open
 
     std::vector<std::int64_t> told;
     const auto tell = [](void* ioTold, std::int64_t iOffset, const char* iText) {

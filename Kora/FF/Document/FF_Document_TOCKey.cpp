@@ -66,8 +66,8 @@ FF_Document::TOCKey FF_Document::TOCKey::Inside(const Context& iContext) const
 std::strong_ordering FF_Document::TOCKey::operator<=>(const TOCKey& iOther) const
 {
     // std::lexicographical_compare_three_way, which not every standard library has yet.
-    const auto [here, there] = std::mismatch(mContexts.begin(), mContexts.end(), iOther.mContexts.begin(),
-                                             iOther.mContexts.end());
+    const auto [here, there] =
+        std::mismatch(mContexts.begin(), mContexts.end(), iOther.mContexts.begin(), iOther.mContexts.end());
     if (here == mContexts.end() || there == iOther.mContexts.end())
         return mContexts.size() <=> iOther.mContexts.size();
     return *here <=> *there;
