@@ -198,8 +198,13 @@ void Check(unsigned iSeed)
     const unsigned turn = iSeed % 8;
     if (turn < 3) return CheckRepair();
     if (turn > 3) return;
+    // Reading meets those pages of the table that it needs, appending all of them.
+    const MemoryFileSystem::Bytes before = Disk().GetBytes(cPath);
     const std::string complaint = Append();
-    Require(!opens || complaint.empty(), "what can be read can be appended to: " + complaint);
+    Require(!opens || complaint.empty() || !faults.empty(),
+            "what can be read and is sound can be appended to: " + complaint);
+    Require(complaint.empty() || Disk().GetBytes(cPath) == before,
+            "a refused document stays as it was: " + complaint);
 }
 
 } // namespace
