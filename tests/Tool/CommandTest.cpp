@@ -127,6 +127,8 @@ TEST_F(CommandTest, WrongUsageIsExitTwoOnOneLine)
         {{"song", "a", "--rate", "1", "--rate", "2"}, "--rate more than once, expected one HZ"},
         {{"edit", "a", "--ramp", "1", "2"}, "--ramp with 2 values, expected FROM TO BPM BPM"},
         {{"edit", "a", "--curve", "s"}, "--curve \"s\", expected it behind --ramp"},
+        {{"save", "a", "b.MID"},
+         "OUT.kora \"b.MID\", expected the name of a document; \"kora export\" writes"},
         {{"help", "sing"}, "\"sing\", expected a command: song, "},
     };
     for (const auto& [arguments, start] : rows)
