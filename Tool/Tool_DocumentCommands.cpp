@@ -157,6 +157,7 @@ public:
 private:
     void CheckFile(const Tool_Input& iInput, Tool_Outcome& ioOutcome) const
     {
+        Tool_RefuseMidi(iInput);
         const std::string name = Tool_Printable(iInput.Name()) + ": ";
         const Tool_StWork work("checking", iInput.Name());
         const std::vector<FF_Fault> faults = FF_DocumentCheck::Check(iInput.Location());
@@ -202,6 +203,7 @@ public:
         if (input.IsSameFile(mOutput))
             throw Tool_UsageError("the repaired document would take the place of " + Tool_Quoted(mOutput) +
                                   ", expected another file");
+        Tool_RefuseMidi(input);
         Tool_CheckPlainFile(mOutput);
         // What comes out of a file without a stream is not put in the place of anything.
         const Tool_StWork work("repairing", input.Name());

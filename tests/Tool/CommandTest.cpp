@@ -126,6 +126,8 @@ TEST_F(CommandTest, WrongUsageIsExitTwoOnOneLine)
         {{"song", "a", "--rate"}, "--rate without a value, expected HZ"},
         {{"song", "a", "--rate", "1", "--rate", "2"}, "--rate more than once, expected one HZ"},
         {{"edit", "a", "--ramp", "1", "2"}, "--ramp with 2 values, expected FROM TO BPM BPM"},
+        {{"edit", "--tempo", "3|1", "90", "a.mid", "-o", "b.mid"},
+         "--tempo with 3 values, expected POS BPM; FILE stands before it"},
         {{"edit", "a", "--curve", "s"}, "--curve \"s\", expected it behind --ramp"},
         {{"save", "a", "b.MID"},
          "OUT.kora \"b.MID\", expected the name of a document; \"kora export\" writes"},

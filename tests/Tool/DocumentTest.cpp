@@ -202,9 +202,15 @@ TEST_F(DocumentTest, DamageGivesOneLineThatSaysWhereAndWhat)
     };
     const std::string midi = File(480, {""});
     const std::string signature = "byte 1: no document, expected the signature 0010111100101011";
+    const std::string isMidi = "a MIDI file, expected a document, which \"kora save\" makes of it";
+    const std::string neither = 'N' + midi.substr(1);
     const BadInput rows[] = {
         {"info", "", signature},
-        {"info", midi, signature},
+        {"info", neither, signature},
+        {"info", midi, isMidi},
+        {"export", midi, isMidi},
+        {"check", midi, isMidi},
+        {"repair", midi, isMidi},
         {"song", good.substr(0, 16),
          "byte 0: not a MIDI file: it begins with \"\\x03001\", expected \"MThd\""},
         {"song", good.substr(0, 17), cUnreadable + " (byte 17)"},
@@ -216,11 +222,11 @@ TEST_F(DocumentTest, DamageGivesOneLineThatSaysWhereAndWhat)
         {"info", with(17, 1), cUnreadable + " (byte 19)"},
         {"save", with(18, 6), "an unknown stream type was encountered (byte 18)"},
         {"save", with(200, 0x55), cUnreadable + " (byte 197)"},
-        {"check", midi, "byte 0: expected format version 3, found 77; and 2 more faults (--all)"},
+        {"check", neither, "byte 0: expected format version 3, found 78; and 2 more faults (--all)"},
         {"check", with(200, 0x55), "byte 197: expected body sum of stream 17 082E0BB6, found D1789B7D"},
         {"check", good.substr(0, 300),
          "byte 45: expected a TOC offset from 49 to 299, found 460; and 1 more fault (--all)"},
-        {"repair", midi, "no stream was found, nothing was written"},
+        {"repair", neither, "no stream was found, nothing was written"},
     };
     for (const BadInput& row : rows)
         ExpectComplaint(row);
