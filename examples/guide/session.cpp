@@ -83,22 +83,22 @@ struct Marker
 {
     Time_Tick mAt;
     std::string mName;
-    Cmn_UInt32 mColour = 0x808080; // red, green, blue; since version 2
+    Cmn_UInt32 mColour = 0; // red, green, blue
 };
 
 constexpr Cmn_Int16 cMarkers = 100; // a stream type of the application's own
 
-void WriteMarkers(FF_Document& ioDocument, const std::vector<Marker>& iMarkers, Cmn_Int16 iVersion)
+void WriteMarkers(FF_Document& ioDocument, const std::vector<Marker>& iMarkers)
 {
     Sys_TypedOutStream out = ioDocument.MakeTypedOutStream();
     ioDocument.SeekToEnd(out); // behind what is there: the song
     FF_Document::AddTOCEntry(&ioDocument, static_cast<Cmn_UInt64>(out.GetPosition()), cMarkers, "markers");
-    const FF_StreamHeaderWriter header(&ioDocument, out, cMarkers, iVersion);
+    const FF_StreamHeaderWriter header(&ioDocument, out, cMarkers, 1);
     out.WriteInt32(static_cast<Cmn_Int32>(iMarkers.size()));
     for (const Marker& marker : iMarkers) {
         out.WriteInt64(marker.mAt.AsInt64());
         out.WriteString(marker.mName);
-        if (iVersion >= 2) out.WriteUInt32(marker.mColour);
+        out.WriteUInt32(marker.mColour);
     }
 }
 
@@ -108,25 +108,24 @@ std::vector<Marker> ReadMarkers(FF_Document& ioDocument)
     Sys_TypedInStream in = ioDocument.MakeTypedInStream();
     if (!ioDocument.SeekToStream(FF_Document::TOCKey(cMarkers), in)) return markers; // a song alone
     const FF_StreamHeaderReader header(&ioDocument, in, cMarkers);
-    header.CheckVersion(1, 2);
+    header.CheckVersion(1, 1);
     for (Cmn_Int32 left = in.ReadInt32(); left > 0; --left) {
         Marker& marker = markers.emplace_back();
         marker.mAt = Time_Tick(in.ReadInt64());
         marker.mName = in.ReadString();
-        if (header.GetVersion() >= 2) marker.mColour = in.ReadUInt32();
+        marker.mColour = in.ReadUInt32();
     }
     return markers;
 }
 //! [markers]
 
 //! [document]
-void Save(const Sys_FileLoc& iPlace, const Kora_Song& iSong, const std::vector<Marker>& iMarkers,
-          Cmn_Int16 iVersion)
+void Save(const Sys_FileLoc& iPlace, const Kora_Song& iSong, const std::vector<Marker>& iMarkers)
 {
     iSong.CheckPlaces(); // what is saved can be read
     FF_SafeSave save(iPlace);
     iSong.Write(save.GetDocument());
-    WriteMarkers(save.GetDocument(), iMarkers, iVersion);
+    WriteMarkers(save.GetDocument(), iMarkers);
     save.Commit();
 }
 
@@ -138,15 +137,6 @@ std::vector<Marker> Open(const Sys_FileLoc& iPlace, Kora_Song& oSong)
     return ReadMarkers(document);
 }
 //! [document]
-
-void ShowMarkers(const char* iWhen, const std::vector<Marker>& iMarkers, const Kora_Song& iSong)
-{
-    std::printf("%s\n", iWhen);
-    for (const Marker& marker : iMarkers)
-        std::printf("  %-4s %-7s #%06X\n",
-                    iSong.GetMeterMap().TickToBarBeat(marker.mAt).ToString(false, false).c_str(),
-                    marker.mName.c_str(), static_cast<unsigned>(marker.mColour));
-}
 
 } // namespace
 
@@ -188,11 +178,13 @@ try {
     const std::vector<Marker> markers = {
         {meters.BarBeatToTick(Time_BarBeatTick::AtBar(5)), "verse", 0x2060C0},
         {meters.BarBeatToTick(Time_BarBeatTick::AtBar(10)), "chorus", 0xC03020}};
+    Save(place, song, markers);
+    std::puts("opened again");
     Kora_Song again;
-    Save(place, song, markers, 1);
-    ShowMarkers("saved by the first version of the application", Open(place, again), again);
-    Save(place, song, markers, 2);
-    ShowMarkers("saved by the second", Open(place, again), again);
+    for (const Marker& marker : Open(place, again))
+        std::printf("  %s %s #%06X\n",
+                    again.GetMeterMap().TickToBarBeat(marker.mAt).ToString(false, false).c_str(),
+                    marker.mName.c_str(), static_cast<unsigned>(marker.mColour));
     std::remove("guide-session.kora");
 } catch (const Cmn_Exception& exception) {
     std::fprintf(stderr, "%s\n", exception.Describe().c_str());
