@@ -99,6 +99,7 @@ public:
 
     Tool_Outcome Run(const Tool_Console& iConsole) const override
     {
+        Tool_CheckEnding(mOutput, {".mp3", ".flac", ".ogg", ".aif", ".aiff"}, ".wav");
         const Tool_AskedSettings asked = mSettings.Asked();
         const Tool_Input input = Input(iConsole);
         const std::shared_ptr<const Tool_Song> song = Tool_Song::Load(input, asked);

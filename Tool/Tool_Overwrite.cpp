@@ -59,3 +59,11 @@ void Tool_CheckOverwrite(const Tool_Input& iInput, const std::string& iOutput, c
     if (iInput.IsSameFile(iOutput)) Refuse(iOutput, iWhat, "");
     Tool_CheckHoldsNoMore(iOutput, iWhat);
 }
+
+void Tool_CheckEnding(const std::string& iOutput, std::initializer_list<const char*> iOfOthers,
+                      const char* iOurs)
+{
+    for (const char* ending : iOfOthers)
+        if (Tool_EndsIn(iOutput, ending))
+            throw Tool_UsageError("-o " + Tool_Quoted(iOutput) + ", expected a name in " + iOurs);
+}

@@ -148,6 +148,7 @@ public:
 
     Tool_Outcome Run(const Tool_Console& iConsole) const override
     {
+        Tool_CheckEnding(mOutput, {".pdf", ".jpg", ".jpeg", ".gif"}, ".svg or .png");
         const Tool_AskedSettings asked = mSettings.Asked();
         const Tool_Input input = Input(iConsole);
         const auto song = Tool_Song::Load(input, asked);
