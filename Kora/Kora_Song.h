@@ -106,7 +106,9 @@ public:
     // As SMF_TimeMaps::Write, which see.
     SMF_TimeMaps::Report Write(SMF_File& ioFile,
                                SMF_TimeMaps::EDivision iDivision = SMF_TimeMaps::eDivision_Keep) const;
-    // As a document, by FF_SafeSave, whose promises hold and whose exceptions come through. Throws what
+    // As a document, by FF_SafeSave, whose promises hold and whose exceptions come through. A song has none of the
+    // notes of the MIDI file, and none of the host's streams of the document, that it was opened from: in that
+    // file's place they are gone. Throws what
     // CheckPlaces throws before it touches anything, so that what is saved can be read.
     void Save(const Sys_FileLoc& iLocation) const;
 

@@ -45,8 +45,16 @@ std::string NotKeptText(Cmn_UInt32 iNotKept)
 
 bool Tool_IsDocument(const Tool_Input& iInput) { return FF_Document::IsDocument(iInput.Start()); }
 
+void Tool_RefuseMidi(const Tool_Input& iInput)
+{
+    if (iInput.Start().starts_with("MThd"))
+        throw Tool_InputError::InFile(iInput.Name(),
+                                      "a MIDI file, expected a document, which \"kora save\" makes of it");
+}
+
 std::unique_ptr<FF_Document> Tool_OpenDocument(const Tool_Input& iInput)
 {
+    Tool_RefuseMidi(iInput);
     if (!Tool_IsDocument(iInput))
         throw Tool_InputError::AtByte(iInput.Name(), 1,
                                       "no document, expected the signature 0010111100101011");

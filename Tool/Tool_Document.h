@@ -11,6 +11,8 @@ class Tool_Song;
 
 // Whether the bytes say of themselves that they are a document, of whatever version.
 bool Tool_IsDocument(const Tool_Input& iInput);
+// Throws Tool_InputError for a MIDI file, which is what people give most often where a document is expected.
+void Tool_RefuseMidi(const Tool_Input& iInput);
 // Throws Tool_InputError for a file that is no document, and what opening throws. The input must outlive it.
 std::unique_ptr<FF_Document> Tool_OpenDocument(const Tool_Input& iInput);
 // What a stream's number stands for: "meter map"; empty for one that is not known.

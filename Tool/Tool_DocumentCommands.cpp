@@ -7,6 +7,7 @@
 #include "Tool/Tool_DocumentReport.h"
 #include "Tool/Tool_File.h"
 #include "Tool/Tool_InputError.h"
+#include "Tool/Tool_Overwrite.h"
 #include "Tool/Tool_Progress.h"
 #include "Tool/Tool_Song.h"
 #include "Tool/Tool_Subcommand.h"
@@ -45,6 +46,9 @@ public:
         const EFF_EncryptionType type = Type();
         const Tool_AskedSettings asked = mSettings.Asked();
         const bool isToOutput = mOutput == Tool_cStandardOutput;
+        if (Tool_EndsIn(mOutput, ".mid") || Tool_EndsIn(mOutput, ".midi"))
+            throw Tool_UsageError("OUT.kora " + Tool_Quoted(mOutput) +
+                                  ", expected the name of a document; \"kora export\" writes MIDI files");
         std::unique_ptr<const Tool_Song> song;
         Cmn_Int32 others = 0;
         {
@@ -69,6 +73,7 @@ public:
             return {std::move(bytes), {}, others == 0 ? "" : report + left + '\n'};
         }
         Tool_CheckPlainFile(mOutput);
+        if (!Tool_IsSameFile(FileName(), mOutput)) Tool_CheckHoldsNoMore(mOutput, "the document");
         return {Tool_Printable(mOutput) + ": " + Tool_SaveSong(*song, mOutput, type) + left + '\n', {}, {}};
     }
 
@@ -152,6 +157,7 @@ public:
 private:
     void CheckFile(const Tool_Input& iInput, Tool_Outcome& ioOutcome) const
     {
+        Tool_RefuseMidi(iInput);
         const std::string name = Tool_Printable(iInput.Name()) + ": ";
         const Tool_StWork work("checking", iInput.Name());
         const std::vector<FF_Fault> faults = FF_DocumentCheck::Check(iInput.Location());
@@ -197,6 +203,7 @@ public:
         if (input.IsSameFile(mOutput))
             throw Tool_UsageError("the repaired document would take the place of " + Tool_Quoted(mOutput) +
                                   ", expected another file");
+        Tool_RefuseMidi(input);
         Tool_CheckPlainFile(mOutput);
         // What comes out of a file without a stream is not put in the place of anything.
         const Tool_StWork work("repairing", input.Name());

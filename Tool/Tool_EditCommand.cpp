@@ -4,6 +4,7 @@
 #include "Tool/Tool_EditReport.h"
 #include "Tool/Tool_File.h"
 #include "Tool/Tool_InputError.h"
+#include "Tool/Tool_Overwrite.h"
 #include "Tool/Tool_Progress.h"
 #include "Tool/Tool_Subcommand.h"
 #include "Tool/Tool_Text.h"
@@ -72,6 +73,9 @@ public:
             input.IsSameFile(mOutput))
             throw Tool_UsageError("what comes out would take the place of " + Tool_Quoted(mOutput) +
                                   ", which holds more, expected another file");
+        // What is edited in its own kind has what it had: a file of the edit before is replaced as it was made.
+        if (HasOutput() && !IsToOutput() && isDocument != (kind == eKind_Document))
+            Tool_CheckHoldsNoMore(mOutput, "what comes out");
         Tool_StWork progress("editing", input.Name(), static_cast<Cmn_Int64>(mOperations.size()));
         Tool_EditReport report(*work.mSong, input.Name());
         const Cmn_Int64 fileTick =

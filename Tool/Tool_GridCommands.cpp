@@ -2,6 +2,7 @@
 #include "Tool/Tool_Click.h"
 #include "Tool/Tool_Commands.h"
 #include "Tool/Tool_File.h"
+#include "Tool/Tool_Overwrite.h"
 #include "Tool/Tool_Progress.h"
 #include "Tool/Tool_RangeOptions.h"
 #include "Tool/Tool_Subcommand.h"
@@ -98,6 +99,7 @@ public:
 
     Tool_Outcome Run(const Tool_Console& iConsole) const override
     {
+        Tool_CheckEnding(mOutput, {".mp3", ".flac", ".ogg", ".aif", ".aiff"}, ".wav");
         const Tool_AskedSettings asked = mSettings.Asked();
         const Tool_Input input = Input(iConsole);
         const std::shared_ptr<const Tool_Song> song = Tool_Song::Load(input, asked);
@@ -109,9 +111,7 @@ public:
                             oOut.write(iBytes.data(), static_cast<std::streamsize>(iBytes.size()));
                         });
                     }};
-        if (input.IsSameFile(mOutput))
-            throw Tool_UsageError("the sound would take the place of " + Tool_Quoted(mOutput) +
-                                  ", expected another file");
+        Tool_CheckOverwrite(input, mOutput, "the sound");
         Tool_WriteFile(mOutput, [&](const auto& iTake) { click.Write(iTake); });
         return {
             Tool_Printable(mOutput) + ": " + std::to_string(click.GetNumSamples()) + " samples\n", {}, {}};

@@ -61,8 +61,9 @@ song as the operation before left it:
   00:01:02:15                 timecode, ";" before the frames in drop formats
   62.5   62.5seconds   96000samples   1875frames   960000ticks
 As positions, ticks count as in "kora convert": the song starts at 1000000000000. Where only a
-time can stand (LENGTH of --fit, TIME, the lines of --beats), a whole number alone is seconds. An
-inserted time lasts as long as it says, at the tempo just before AT.
+time can stand (LENGTH of --fit, TIME, the lines of --beats), a whole number alone is seconds. A
+beat that its bar does not have runs on into the next bar, for an operation before may have cut the
+bar short. An inserted time lasts as long as it says, at the tempo just before AT.
 
 The music stays whole. A deletion ends the notes that sound into it at its beginning, shortens
 those that sound across it, and drops those that begin in it, with its texts, markers and sysex;
@@ -144,7 +145,7 @@ inline constexpr char Tool_cSaveText[] = R"(Saves a song as a document.
 
 The document holds the meter map, the tempo map, the key map, and the song's end, sample rate and
 timecode format. Notes and other streams of FILE do not come along, so a MIDI file and a document
-with other streams are not saved over themselves.
+with other streams are not saved over themselves, nor over another file that has such.
 )";
 
 inline constexpr char Tool_cInfoText[] =

@@ -16,23 +16,11 @@ namespace fs = std::filesystem;
 
 constexpr char cExpected[] = "expected a MIDI file or a document";
 
-// In the system's words, but for the one case that has better ones.
-std::string WhyNotOpened(const std::string& iName)
-{
-    constexpr Cmn_Int32 cNoFile = 2; // ENOENT, ERROR_FILE_NOT_FOUND
-    Sys_FileSystem& system = Sys_FileSystem::Get();
-    Sys_FileSystem::Handle handle = Sys_FileSystem::cNoHandle;
-    const Cmn_Int32 error = system.Open(iName, Sys_FileSystem::eAccess_Read, handle);
-    if (error == 0) system.Close(handle);
-    if (error == 0) return "cannot be opened"; // it could be a moment later
-    return error == cNoFile ? "no such file" : Sys_OSErrorText(error);
-}
-
 fs::file_type TypeOf(const std::string& iName)
 {
     std::error_code error;
     const fs::file_status status = fs::status(Tool_PathOf(iName), error);
-    if (!fs::exists(status)) throw Tool_InputError::InFile(iName, WhyNotOpened(iName));
+    if (!fs::exists(status)) throw Tool_InputError::InFile(iName, Tool_WhyNotOpened(iName));
     if (fs::is_directory(status)) throw Tool_InputError::InFile(iName, std::string("a folder, ") + cExpected);
     return status.type();
 }
@@ -41,7 +29,7 @@ fs::file_type TypeOf(const std::string& iName)
 std::ifstream OpenFile(const std::string& iName)
 {
     std::ifstream stream(Tool_PathOf(iName), std::ios::binary);
-    if (!stream) throw Tool_InputError::InFile(iName, WhyNotOpened(iName));
+    if (!stream) throw Tool_InputError::InFile(iName, Tool_WhyNotOpened(iName));
     return stream;
 }
 
@@ -58,6 +46,18 @@ std::string ReadWhole(std::istream& ioStream, const std::string& iName, Cmn_Int6
 }
 
 } // namespace
+
+// In the system's words, but for the one case that has better ones.
+std::string Tool_WhyNotOpened(const std::string& iName)
+{
+    constexpr Cmn_Int32 cNoFile = 2; // ENOENT, ERROR_FILE_NOT_FOUND
+    Sys_FileSystem& system = Sys_FileSystem::Get();
+    Sys_FileSystem::Handle handle = Sys_FileSystem::cNoHandle;
+    const Cmn_Int32 error = system.Open(iName, Sys_FileSystem::eAccess_Read, handle);
+    if (error == 0) system.Close(handle);
+    if (error == 0) return "cannot be opened"; // it could be a moment later
+    return error == cNoFile ? "no such file" : Sys_OSErrorText(error);
+}
 
 Tool_Input::Tool_Input(const std::string& iArgument, std::istream& ioStandardInput)
     : mIsStandardInput(iArgument == cStandardInput)

@@ -12,6 +12,9 @@
 #include <optional>
 #include <string>
 
+// Why a file could not be opened for reading, in words for users: "no such file".
+std::string Tool_WhyNotOpened(const std::string& iName);
+
 class Tool_Input
 {
 public:

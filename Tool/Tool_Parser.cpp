@@ -19,6 +19,17 @@ std::string WhatIsWrongWith(const CLI::Option& iOption)
            ", expected " + (count > 0 && isSingle ? "one " : "") + iOption.get_type_name();
 }
 
+// An option of many values takes a file that stands behind it for one of them.
+std::string WhatItTook(const CLI::Option& iOption, const std::vector<const CLI::Option*>& iAll)
+{
+    const auto most = static_cast<std::size_t>(iOption.get_items_expected_max());
+    if (most < 2 || iOption.count() <= most) return {};
+    for (const CLI::Option* other : iAll)
+        if (other->get_positional() && other->count() == 0)
+            return "; " + other->get_type_name() + " stands before it";
+    return {};
+}
+
 } // namespace
 
 Tool_Parser::Tool_Parser(const char* iCommand)
@@ -83,7 +94,8 @@ std::string Tool_Parser::WhatIsWrong(const std::string& iKind, const std::string
     const auto options = std::as_const(*mApp).get_options();
     if (iKind == "ArgumentMismatch")
         for (const CLI::Option* option : options)
-            if (iText.find(option->get_name()) != std::string::npos) return WhatIsWrongWith(*option);
+            if (iText.find(option->get_name()) != std::string::npos)
+                return WhatIsWrongWith(*option) + WhatItTook(*option, options);
     for (const CLI::Option* option : options)
         if (option->get_required() && option->count() == 0)
             return (option->get_positional() ? "" : option->get_name() + ' ') + option->get_type_name() +

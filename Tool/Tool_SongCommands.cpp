@@ -5,6 +5,7 @@
 #include "Tool/Tool_EditText.h"
 #include "Tool/Tool_File.h"
 #include "Tool/Tool_InputError.h"
+#include "Tool/Tool_Overwrite.h"
 #include "Tool/Tool_Plot.h"
 #include "Tool/Tool_Png.h"
 #include "Tool/Tool_Progress.h"
@@ -18,7 +19,6 @@ namespace {
 
 constexpr char cDefaultMapsName[] = "-";
 constexpr char cInputName[] = "standard input";
-constexpr char cExpected[] = ", expected another file";
 
 class SongCommand : public Tool_Subcommand
 {
@@ -148,14 +148,14 @@ public:
 
     Tool_Outcome Run(const Tool_Console& iConsole) const override
     {
+        Tool_CheckEnding(mOutput, {".pdf", ".jpg", ".jpeg", ".gif"}, ".svg or .png");
         const Tool_AskedSettings asked = mSettings.Asked();
         const Tool_Input input = Input(iConsole);
         const auto song = Tool_Song::Load(input, asked);
         const Tool_StWork work("drawing", input.Name());
         std::string svg = Tool_Plot(*song, Tool_BaseName(input.Name()), Options(*song, input.Name()));
         if (!IsGiven("-o") || mOutput == Tool_cStandardOutput) return {std::move(svg), {}, {}};
-        if (input.IsSameFile(mOutput))
-            throw Tool_UsageError("the picture would take the place of " + Tool_Quoted(mOutput) + cExpected);
+        Tool_CheckOverwrite(input, mOutput, "the picture");
         Tool_WriteFile(mOutput, Tool_EndsIn(mOutput, ".png") ? Tool_PngOf(svg, mOutput) : svg);
         return {};
     }
@@ -213,9 +213,7 @@ public:
         const std::string text = Tool_RoundingText(report);
         if (!IsGiven("-o") || mOutput == Tool_cStandardOutput)
             return {std::move(bytes), {}, text.empty() ? "" : "standard output: " + text + '\n'};
-        if (input.IsSameFile(mOutput))
-            throw Tool_UsageError("the MIDI file would take the place of " + Tool_Quoted(mOutput) +
-                                  cExpected);
+        Tool_CheckOverwrite(input, mOutput, "the MIDI file");
         Tool_WriteFile(mOutput, bytes);
         return {Tool_Printable(mOutput) + ": " + std::to_string(bytes.size()) + " bytes, " +
                     std::to_string(file.GetDivision()) + " ticks to a quarter note" +

@@ -59,9 +59,12 @@ std::vector<Time_TempoEdit::Point> Tool_SongEditor::ReadBeats(const std::string&
     const bool isStandardInput = iName == Tool_Input::cStandardInput;
     std::ifstream file;
     if (!isStandardInput) file.open(Tool_PathOf(iName), std::ios::binary);
+    if (!isStandardInput && !file.is_open())
+        throw Tool_InputError::InFile(iName,
+                                      Tool_WhyNotOpened(iName) + ", expected a file with one time a line");
     std::istream& stream = isStandardInput ? mIn : file;
     const std::string bytes = Tool_ReadUpTo(stream, Tool_Input::cMaxSize);
-    if ((!isStandardInput && !file.is_open()) || stream.bad() || bytes.size() > Tool_Input::cMaxSize)
+    if (stream.bad() || bytes.size() > Tool_Input::cMaxSize)
         throw Tool_InputError::InFile(iName, "cannot be read, expected a file with one time a line");
     std::vector<Time_TempoEdit::Point> points;
     Cmn_Int64 first = 0;

@@ -3,6 +3,11 @@
 
 #include <cstdint>
 
+// What a host is told first that forgot the language's option. Microsoft's compiler has its own word for it.
+#if __cplusplus < 202002L && (!defined(_MSVC_LANG) || _MSVC_LANG < 202002L)
+#error "Kora's C++ headers need C++20: -std=c++20, or /std:c++20"
+#endif
+
 using Cmn_Int8 = std::int8_t;
 using Cmn_UInt8 = std::uint8_t;
 using Cmn_Int16 = std::int16_t;

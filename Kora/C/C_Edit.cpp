@@ -12,30 +12,6 @@ static_assert(KORA_CURVE_S == static_cast<int>(Time_TempoEdit::eCurve_S));
 
 namespace {
 
-const char* ReasonText(Time_TempoEditResult::EReason iReason)
-{
-    static constexpr const char* cTexts[] = {
-        "done",
-        "the range or the length is empty",
-        "it leads out of the limits",
-        "a locked position would move",
-        "it is before the song's start",
-        "it is not between the locks beside it",
-        "no position is locked there",
-        "there are too many steps",
-        "a range is moved into itself",
-        "no tempo of such beats is within the limits",
-    };
-    return cTexts[iReason];
-}
-
-bool HasNearest(Time_TempoEditResult::EReason iReason)
-{
-    return iReason != Time_TempoEditResult::eReason_Done &&
-           iReason != Time_TempoEditResult::eReason_EmptyRange &&
-           iReason != Time_TempoEditResult::eReason_NoLock;
-}
-
 template <class Edit>
 kora_status GuardEdit(kora_edit_result* oResult, const Edit& iEdit)
 {
@@ -46,9 +22,9 @@ kora_status GuardEdit(kora_edit_result* oResult, const Edit& iEdit)
         if (oResult != nullptr) {
             oResult->reason = result.mReason;
             oResult->nearest =
-                HasNearest(result.mReason) ? result.mNearest : std::numeric_limits<double>::quiet_NaN();
+                result.HasNearest() ? result.mNearest : std::numeric_limits<double>::quiet_NaN();
         }
-        C_Require(static_cast<bool>(result), ReasonText(result.mReason), KORA_REFUSED);
+        C_Require(static_cast<bool>(result), result.GetReasonText(), KORA_REFUSED);
     });
 }
 

@@ -77,8 +77,8 @@ KORA_API kora_status kora_history_new(kora_song* song, kora_history** out);
 /* What is edited from here to kora_history_end is one step. One history of the process records at a time, and meanwhile
  * no other song is edited (KORA_BUSY), by whichever thread. */
 KORA_API kora_status kora_history_begin(kora_history* history);
-/* Ends the step and gives it the name that users see. A merge_id other than 0 joins the step to the one before it, if that had the same: dragging is one step. A step in
- * which nothing changed is none. */
+/* Ends the step and gives it the name that users see. A merge_id other than 0 joins the step to the one before it, if
+ * that had the same: dragging is one step. A step in which nothing changed is none. */
 KORA_API kora_status kora_history_end(kora_history* history, const char* name, int64_t merge_id);
 /* Takes back what was edited since _begin. */
 KORA_API kora_status kora_history_cancel(kora_history* history);

@@ -39,14 +39,16 @@ KORA_API kora_status kora_song_new(kora_song** out);
 KORA_API kora_status kora_song_open(const char* path, kora_song** out);
 /* The same of the bytes of one, which are copied. */
 KORA_API kora_status kora_song_read_bytes(const void* bytes, size_t size, kora_song** out);
-/* As a document, which takes its place only when it is complete and on the disk. KORA_BAD_FILE, with nothing
- * written, for a song whose tempi bring an entry past the limits of samples: it could not be opened again. */
+/* As a document, which takes its place only when it is complete and on the disk. A song has neither the notes of the
+ * MIDI file nor the other streams of the document that it was opened from: in that file's place they are gone.
+ * KORA_BAD_FILE, with nothing written, for a song whose tempi bring an entry past the limits of samples: it could not
+ * be opened again. */
 KORA_API kora_status kora_song_save(kora_song* song, const char* path);
 /* As a Standard MIDI file of the three maps alone. *size, which may not be null, gets the size that is needed also
  * where the buffer is too small; a capacity of 0 asks for it. */
 KORA_API kora_status kora_song_write_midi(kora_song* song, void* buffer, size_t capacity, size_t* size);
 
-/* The same into a file, which takes the place of the one there in one step when it is on the disk. */
+/* The same into a file, which takes the place of the one there, with its notes, in one step when it is on the disk. */
 KORA_API kora_status kora_song_export(kora_song* song, const char* path);
 
 /* What a song says of itself; all times are ticks. */

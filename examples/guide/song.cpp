@@ -30,7 +30,7 @@ void PrintTempi(const Kora_Song& iSong)
 //! [rows]
 
 //! [edit]
-// A ritardando over the last bar before a place, as one step that can be undone.
+// A ritardando over a range, as one step that can be undone. A refused one has changed nothing.
 bool Retard(Kora_Song& ioSong, const Time_BarBeatTick& iFrom, const Time_BarBeatTick& iTo, double iTempo,
             Ndo_History& ioHistory)
 {
@@ -39,7 +39,12 @@ bool Retard(Kora_Song& ioSong, const Time_BarBeatTick& iFrom, const Time_BarBeat
     Ndo_StOperationRecorder recorder;
     const Time_TempoEditResult result = Time_TempoEdit::Ramp(
         ioSong.GetTempoMap(), from, to, TempoAt(ioSong, from), iTempo, Time_TempoEdit::eCurve_Linear, 4);
-    if (!result) return false; // the reason and the nearest that would do are in it; nothing has changed
+    if (!result) {
+        std::printf("refused: %s", result.GetReasonText());
+        if (result.HasNearest()) std::printf("; the nearest that would do is %g", result.mNearest);
+        std::printf("\n");
+        return false;
+    }
     ioHistory.Add(recorder.OperationComplete(), "Ritardando");
     return true;
 }
@@ -63,6 +68,7 @@ int main(int iCount, char** iArguments)
     PrintTempi(song);
 
     Ndo_History history;
+    Retard(song, {21, 1, {}}, {22, 1, {}}, 3.0, history);
     if (Retard(song, {21, 1, {}}, {22, 1, {}}, 60.0, history)) {
         std::printf("%s\n", history.GetStepName(0).c_str());
         PrintTempi(song);

@@ -15,6 +15,7 @@ process. Calls hold the interpreter's lock, so that breaking this gives wrong an
 from __future__ import annotations
 
 import ctypes
+import os
 from numbers import Real
 from types import TracebackType
 from typing import Any, Callable, Literal, NamedTuple, Optional, Type, overload
@@ -397,7 +398,15 @@ class Song(Edits):
     # ---- Files
 
     def save(self, path: PathLike) -> None:
-        """Saves as a document, which takes the file's place only when it is complete and on the disk."""
+        """Saves as a document, which takes the file's place only when it is complete and on the disk.
+
+        A name in .mid is refused: a song has none of the notes of the MIDI file that it was opened from.
+        """
+        name = os.fsdecode(path)
+        if name.lower().endswith((".mid", ".midi")):
+            raise ValueError(
+                f"{name!r} is no name for a document; export() writes a MIDI file, without notes"
+            )
         self._check(lib.kora_song_save(self._handle, path_bytes(path)))
         self._check(lib.kora_history_mark_saved(self._history))
 

@@ -192,6 +192,7 @@ def test_refusals_say_why_and_what_is_nearest(light, edit, reason, nearest):
         (lambda song: song.parse("12"), ValueError),
         (lambda song: song.parse("5|1\0"), ValueError),
         (lambda song: song.save("a\0b"), ValueError),
+        (lambda song: song.save("a.MID"), ValueError),
         (lambda song: song.save("/no/such/folder/song.kora"), OSError),
         (lambda song: song.export("/no/such/folder/song.mid"), OSError),
         (lambda song: song.plot(width=10), ValueError),

@@ -123,10 +123,12 @@ protected:
         }
         EXPECT_EQ(status, expected ? KORA_OK : KORA_REFUSED) << iKind;
         EXPECT_EQ(got.reason, static_cast<std::int32_t>(expected.mReason)) << iKind;
+        if (!expected) {
+            EXPECT_STREQ(kora_last_error_text(), expected.GetReasonText()) << iKind;
+        }
         // Of what has no nearest the class leaves a number that means nothing.
-        const bool hasNearest = got.reason != KORA_EDIT_DONE && got.reason != KORA_EDIT_EMPTY_RANGE &&
-                                got.reason != KORA_EDIT_NO_LOCK && !std::isnan(expected.mNearest);
-        EXPECT_TRUE(hasNearest ? got.nearest == expected.mNearest : std::isnan(got.nearest)) << iKind;
+        EXPECT_TRUE(expected.HasNearest() ? got.nearest == expected.mNearest : std::isnan(got.nearest))
+            << iKind;
     }
 
     Handle<kora_song> mSong = Open();

@@ -126,7 +126,13 @@ TEST_F(CommandTest, WrongUsageIsExitTwoOnOneLine)
         {{"song", "a", "--rate"}, "--rate without a value, expected HZ"},
         {{"song", "a", "--rate", "1", "--rate", "2"}, "--rate more than once, expected one HZ"},
         {{"edit", "a", "--ramp", "1", "2"}, "--ramp with 2 values, expected FROM TO BPM BPM"},
+        {{"edit", "--tempo", "3|1", "90", "a.mid", "-o", "b.mid"},
+         "--tempo with 3 values, expected POS BPM; FILE stands before it"},
+        {{"plot", "a", "-o", "b.PDF"}, "-o \"b.PDF\", expected a name in .svg or .png"},
+        {{"click", "a", "-o", "b.mp3"}, "-o \"b.mp3\", expected a name in .wav"},
         {{"edit", "a", "--curve", "s"}, "--curve \"s\", expected it behind --ramp"},
+        {{"save", "a", "b.MID"},
+         "OUT.kora \"b.MID\", expected the name of a document; \"kora export\" writes"},
         {{"help", "sing"}, "\"sing\", expected a command: song, "},
     };
     for (const auto& [arguments, start] : rows)

@@ -110,6 +110,14 @@ protected:
             WriteMaps(ioDocument, iTempoTick, iSample, iMeterTick, iIsComputed);
         });
     }
+    static std::string SongAndMore()
+    {
+        return Made([](FF_Document& ioDocument) {
+            WriteMaps(ioDocument, Tool_Song::cStartTick, 0, Tool_Song::cStartTick);
+            Sys_TypedOutStream out = ioDocument.MakeTypedOutStream();
+            WriteStream(ioDocument, out, 5, "not a song's");
+        });
+    }
     static std::string WithSongInfo(Cmn_Int16 iVersion, Cmn_Int64 iEnd, double iRate, Cmn_Int32 iFormat)
     {
         return Made([=](FF_Document& ioDocument) {
@@ -194,9 +202,15 @@ TEST_F(DocumentTest, DamageGivesOneLineThatSaysWhereAndWhat)
     };
     const std::string midi = File(480, {""});
     const std::string signature = "byte 1: no document, expected the signature 0010111100101011";
+    const std::string isMidi = "a MIDI file, expected a document, which \"kora save\" makes of it";
+    const std::string neither = 'N' + midi.substr(1);
     const BadInput rows[] = {
         {"info", "", signature},
-        {"info", midi, signature},
+        {"info", neither, signature},
+        {"info", midi, isMidi},
+        {"export", midi, isMidi},
+        {"check", midi, isMidi},
+        {"repair", midi, isMidi},
         {"song", good.substr(0, 16),
          "byte 0: not a MIDI file: it begins with \"\\x03001\", expected \"MThd\""},
         {"song", good.substr(0, 17), cUnreadable + " (byte 17)"},
@@ -208,11 +222,11 @@ TEST_F(DocumentTest, DamageGivesOneLineThatSaysWhereAndWhat)
         {"info", with(17, 1), cUnreadable + " (byte 19)"},
         {"save", with(18, 6), "an unknown stream type was encountered (byte 18)"},
         {"save", with(200, 0x55), cUnreadable + " (byte 197)"},
-        {"check", midi, "byte 0: expected format version 3, found 77; and 2 more faults (--all)"},
+        {"check", neither, "byte 0: expected format version 3, found 78; and 2 more faults (--all)"},
         {"check", with(200, 0x55), "byte 197: expected body sum of stream 17 082E0BB6, found D1789B7D"},
         {"check", good.substr(0, 300),
          "byte 45: expected a TOC offset from 49 to 299, found 460; and 1 more fault (--all)"},
-        {"repair", midi, "no stream was found, nothing was written"},
+        {"repair", neither, "no stream was found, nothing was written"},
     };
     for (const BadInput& row : rows)
         ExpectComplaint(row);
@@ -277,12 +291,7 @@ TEST_F(DocumentTest, AFileThatCannotBeReadOrWrittenGivesOneLineThatSaysWhy)
 TEST_F(DocumentTest, NoFileIsLostToACommandThatWrites)
 {
     const std::string midi = Written("DocumentTest.mid", File(480, {""}));
-    const std::string other = Written("DocumentTest.kora");
-    Make(other, [](FF_Document& ioDocument) {
-        WriteMaps(ioDocument, Tool_Song::cStartTick, 0, Tool_Song::cStartTick);
-        Sys_TypedOutStream out = ioDocument.MakeTypedOutStream();
-        WriteStream(ioDocument, out, 5, "not a song's");
-    });
+    const std::string other = Written("DocumentTest.kora", SongAndMore());
     // clang-format off
     const std::vector<std::string> cRows[] = {
         {"save", midi, "./" + midi}, {"save", other, other},
@@ -298,6 +307,37 @@ TEST_F(DocumentTest, NoFileIsLostToACommandThatWrites)
     const std::string copy = Written("DocumentTest_copy.kora");
     EXPECT_NE(Good({"save", other, copy}).find("; left out of it: 1 entry that is"), std::string::npos);
     EXPECT_EQ(SongOf(copy), SongOf(other));
+}
+
+TEST_F(DocumentTest, WhatHasNotesOrOtherStreamsIsNotReplacedByWhatHasNeither)
+{
+    const std::string midi = Written("DocumentTest.mid", File(480, {""}));
+    const std::string notes = File(480, {MidiBytes::Bytes("00903C40") + MidiBytes::Bytes("10803C40")});
+    const std::string song = Written("song.kora", SmallDocument());
+    const std::vector<std::string> cWriters[] = {
+        {"save", midi, "out.kora"},       {"export", song, "-o", "out.mid"},
+        {"plot", midi, "-o", "out.svg"},  {"click", song, "-o", "out.wav"},
+        {"edit", song, "-o", "out.midi"}, {"edit", midi, "-o", "out2.kora"},
+    };
+    for (const auto& arguments : cWriters) {
+        const auto over = [&](const std::string& iBytes) {
+            Written(arguments.back(), iBytes);
+            const Outcome outcome = Run(arguments);
+            return std::to_string(outcome.mExit) +
+                   (ReadFile(arguments.back()) == iBytes ? " kept" : " replaced") +
+                   outcome.mErr.substr(0, outcome.mErr.find(", expected"));
+        };
+        const std::string refused = "2 keptkora: ", name = "\"" + arguments.back() + "\", which has ";
+        EXPECT_TRUE(over(notes).ends_with(" would take the place of " + name + "notes")) << arguments[0];
+        EXPECT_TRUE(over(SongAndMore()).ends_with(name + "more than a song")) << arguments[0];
+        EXPECT_TRUE(over(notes).starts_with(refused)) << arguments[0];
+        for (const std::string& bytes :
+             {ReadFile(midi), ReadFile(song) + ' ', std::string("MThd"), std::string()})
+            EXPECT_EQ(over(bytes), "0 replaced") << arguments[0];
+    }
+    // An edit in its own kind has notes of its own, and may be done again.
+    const std::vector<std::string> again = {"edit", Written("notes.mid", notes), "-o", "edited.mid"};
+    EXPECT_EQ(Good(again), Good(again));
 }
 
 TEST_F(DocumentTest, ExportWritesASongThatReadsAsTheDocumentAndTellsWhatItRounded)

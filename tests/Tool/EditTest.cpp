@@ -172,7 +172,7 @@ TEST_F(EditTest, RefusalsSayWhatWasMetAndWhatWasExpectedAndWriteNothing)
         {"--lock 3|1 3 --scale 50 1|1 2|1", 1, "the position locked at 3|1|0 would move"},
         {"--beats beats", 1, "beats: line 2: \"1:75\", expected a time"},
         {"--beats late", 1, "late: line 3: not in the order"},
-        {"--beats none", 1, "none: cannot be read"},
+        {"--beats none", 1, "none: no such file, expected a file with one time a line"},
         {"--meter 2|1 3/5", 2, "\"3/5\", expected 1 to 255 beats"},
         {"--key 2|1 H", 2, "\"H\", expected a key"},
         {"--curve s --ramp 2|1 3|1 90 80", 2, "--curve \"s\", expected it behind --ramp"},

@@ -105,10 +105,10 @@ struct std::hash<Time_NotationDurationValue>
 {
     std::size_t operator()(const Time_NotationDurationValue& iValue) const noexcept
     {
-        std::size_t hash = static_cast<std::size_t>(iValue.GetDuration());
+        std::size_t sum = static_cast<std::size_t>(iValue.GetDuration());
         for (const Cmn_Int32 field : {Cmn_Int32{iValue.IsDotted()}, Cmn_Int32{iValue.IsTuplet()},
                                       iValue.GetTupletCount(), iValue.GetTupletTime()})
-            hash = hash * 31 + static_cast<std::size_t>(field);
-        return hash;
+            sum = sum * 31 + static_cast<std::size_t>(field);
+        return sum;
     }
 };

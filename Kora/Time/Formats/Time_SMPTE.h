@@ -168,8 +168,10 @@ struct std::hash<Time_SMPTE>
 {
     std::size_t operator()(const Time_SMPTE& iTime) const noexcept
     {
-        const Cmn_UInt32 label = static_cast<Cmn_UInt32>(iTime.GetHours()) << 24 | iTime.GetMinutes() << 16 |
-                                 iTime.GetSeconds() << 8 | iTime.GetFrames();
+        Cmn_UInt32 label = 0;
+        for (const Cmn_UInt32 part :
+             {iTime.GetHours(), iTime.GetMinutes(), iTime.GetSeconds(), iTime.GetFrames()})
+            label = label << 8 | part;
         return std::hash<Cmn_UInt32>()(label) ^ std::hash<double>()(iTime.GetSubSamples());
     }
 };

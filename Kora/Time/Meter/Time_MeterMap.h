@@ -18,7 +18,8 @@
 // Edits:      each tells the undo layer first and broadcasts ValChanged, at its end and where its steps do;
 //             those that stay silent say so. "Nothing" means neither. Between BeginEdit and EndEdit the
 //             broadcasts wait for the end and become one.
-// Threads:    the document's thread only. Queries allocate nothing.
+// Threads:    the document's thread only. A copy shares nothing with its original, so that another thread may have
+//             it. Queries allocate nothing.
 // Ownership:  owns its changes; receivers in its listener list stay the caller's.
 #pragma once
 

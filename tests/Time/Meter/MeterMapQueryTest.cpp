@@ -3,6 +3,9 @@
 #include "Support/MeterMapText.h"
 #include "Time/TimeFixture.h"
 
+#include <thread>
+#include <vector>
+
 namespace {
 
 Time_TickLength Ticks(Cmn_Int64 iTicks) { return Time_TickLength(iTicks); }
@@ -255,6 +258,33 @@ TEST(MeterMapQuery, DisplayTicksAreReportedAndCountAsTheyStand)
     EXPECT_EQ(map.AddDurationToTick(At(0), {0, 0, display}), At(0, 7));
     EXPECT_EQ(map.SubtractDurationFromTick(At(0), {0, 0, display}), At(0, -7));
     EXPECT_EQ(recorder.Take(), Reports(3, cMixedTicks));
+}
+
+// As an audio thread does with the copies that it is handed; the thread sanitizer looks for what they share.
+TEST(MeterMapQuery, ACopyIsAskedByAnotherThreadWhileItsOriginalIsEdited)
+{
+    constexpr Cmn_Int64 cTicks = 400;
+    Time_MeterMap map;
+    const auto edit = [&](Cmn_Int64 iAt) {
+        map.AddMeterChange(Time_Tick(iAt * 960000), Time_Meter(1 + static_cast<Cmn_Int32>(iAt % 7), 4));
+    };
+    for (Cmn_Int64 at = 0; at < cTicks; at += 9)
+        edit(at);
+    const auto answers = [](const Time_MeterMap& iMap) {
+        std::vector<Time_BarBeatTick> places;
+        for (Cmn_Int64 at = 0; at < cTicks; ++at)
+            places.push_back(iMap.TickToBarBeat(Time_Tick(at * 960000 + 1)));
+        return places;
+    };
+    const std::vector<Time_BarBeatTick> expected = answers(map);
+    const Time_MeterMap copy(map);
+    std::vector<Time_BarBeatTick> read;
+    std::thread reader([&] { read = answers(copy); });
+    for (Cmn_Int64 at = 1; at < cTicks; at += 5)
+        edit(at);
+    reader.join();
+    EXPECT_EQ(read, expected);
+    EXPECT_NE(answers(map), expected);
 }
 
 // A host may force in what the meter has reported: the map counts bars of one tick and goes on.

@@ -4,7 +4,10 @@
 #include "Time/Tempo/TempoMapTools.h"
 
 #include <cmath>
+#include <map>
 #include <numbers>
+#include <set>
+#include <string>
 
 namespace {
 
@@ -115,6 +118,8 @@ protected:
             const Result result = row.mEdit();
             EXPECT_EQ(result.mReason, row.mReason) << row.mWhat;
             EXPECT_EQ(result.mNearest, row.mNearest) << row.mWhat;
+            EXPECT_EQ(result.HasNearest(), row.mNearest != 0) << row.mWhat;
+            mTexts[result.GetReasonText()].insert(result.mReason);
             EXPECT_EQ(Streamed(mMap), before) << row.mWhat;
             EXPECT_EQ(Streamed(mSlow), beforeSlow) << row.mWhat;
             EXPECT_EQ(mMap.GetUniqueEditIdentifier(), identifier) << row.mWhat;
@@ -122,7 +127,15 @@ protected:
         EXPECT_EQ(mRecorder.Take(), Reports{});
     }
 
+    // Each reason has a text of its own.
+    void TearDown() override
+    {
+        for (const auto& [text, reasons] : mTexts)
+            EXPECT_TRUE(!text.empty() && reasons.size() == 1) << text;
+    }
+
     Time_TempoMap mSlow;
+    std::map<std::string, std::set<Result::EReason>> mTexts;
 };
 
 TEST_F(TempoRefusals, TempiThatCannotBeHaveTheNearest)
