@@ -87,8 +87,9 @@ void RequireItemWritten(const kora_document& iDocument, const kora_document::Wri
               "the item that has begun is empty", KORA_REFUSED);
 }
 
-kora_document::Writing& Begin(kora_document& ioDocument, std::int32_t iType, std::int32_t iVersion,
-                              const char* iDescription)
+// iCount: of the items of a list.
+void Begin(kora_document& ioDocument, std::int32_t iType, std::int32_t iVersion, const char* iDescription,
+           std::optional<Cmn_Int32> iCount = std::nullopt)
 {
     FF_Document& document = ioDocument.ToWrite();
     const Cmn_Int16 type = StreamType(iType);
@@ -106,12 +107,13 @@ kora_document::Writing& Begin(kora_document& ioDocument, std::int32_t iType, std
         FF_Document::AddTOCEntry(&document, position, type, iDescription);
     }
     level->mHeader.emplace(&document, out, type, version);
+    if (iCount) level->mList.emplace(&document, out, *iCount);
+    level->mCount = iCount.value_or(0); // from here on nothing throws
     ++level->mPlace->mCount;
     ioDocument.mWriting.push_back(std::move(level));
     if (hasKey)
         for (const auto& each : ioDocument.mWriting)
             each->mPlace->mHasKey = true;
-    return *ioDocument.mWriting.back();
 }
 
 kora_document::Writing& ForValues(kora_document& ioDocument)
@@ -262,9 +264,7 @@ kora_status kora_document_begin_list(kora_document* document, int32_t type, int3
         kora_document& to = C_Get(document, "document");
         C_Require(count >= 0, "count is below 0");
         // Its items have keys, and so has the list.
-        kora_document::Writing& level = Begin(to, type, version, description != nullptr ? description : "");
-        level.mList.emplace(&to.ToWrite(), *to.mOut, count);
-        level.mCount = count;
+        Begin(to, type, version, description != nullptr ? description : "", count);
     });
 }
 
@@ -277,9 +277,9 @@ kora_status kora_document_begin_item(kora_document* document, const char* descri
         C_Require(level.mList.has_value(), "the innermost stream is no list", KORA_REFUSED);
         C_Require(level.mItems < level.mCount, "the list has all its items", KORA_REFUSED);
         RequireItemWritten(to, level);
+        level.mList->AddListEntry(level.mItems, description != nullptr ? description : "");
         level.mItemStart = to.mOut->GetPosition();
         level.mInside.clear();
-        level.mList->AddListEntry(level.mItems, description != nullptr ? description : "");
         ++level.mItems;
     });
 }
@@ -304,7 +304,7 @@ kora_status kora_document_write(kora_document* document, int32_t kind, const voi
         ForValues(to);
         if (count == 0) return;
         C_Out(static_cast<const char*>(values), "values");
-        Write(*to.mOut, kind, values, count);
+        to.WriteValues([&](Sys_TypedOutStream& ioOut) { Write(ioOut, kind, values, count); });
     });
 }
 
@@ -314,7 +314,7 @@ kora_status kora_document_write_text(kora_document* document, const char* text)
         kora_document& to = C_Get(document, "document");
         C_Out(text, "text");
         ForValues(to);
-        to.mOut->WriteString(text);
+        to.WriteValues([&](Sys_TypedOutStream& ioOut) { ioOut.WriteString(text); });
     });
 }
 

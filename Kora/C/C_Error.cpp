@@ -5,6 +5,7 @@
 #include "Kora/C/C_Handle_p.h"
 #include "Kora/Kora_Version.h"
 #include "Kora/Ndo/Ndo_StDisableRecording.h"
+#include "Kora/SDS/FicInterface/SDS_Error.h"
 #include "Kora/SMF/SMF_Exception.h"
 
 #include <algorithm>
@@ -70,7 +71,8 @@ C_Handle& AnyHandle(void* iHandle)
 // What is wrong with a file's bytes is one thing, what its system refuses another.
 kora_status StatusOf(const Cmn_Exception& iException)
 {
-    if (iException.GetOSError() == Sys_FileSystem::eError_NoMemory) return KORA_NO_MEMORY;
+    const auto error = iException.GetOSError();
+    if (error == Sys_FileSystem::eError_NoMemory || error == eSDSErr_OutOfMemory) return KORA_NO_MEMORY;
     const bool isSystem = iException.GetOSError() != 0 || iException.GetMessageID() == Cmn_eMessage_OSError ||
                           iException.GetMessageID() == Cmn_eMessage_WriteError;
     return isSystem ? KORA_SYSTEM : KORA_BAD_FILE;

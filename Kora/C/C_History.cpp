@@ -8,6 +8,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 
 // A song has any number of histories, of which each knows the steps that it recorded.
 struct kora_history : C_Handle
@@ -28,6 +29,35 @@ struct kora_history : C_Handle
         mRecorder.reset();
         mSong->mIsRecorded = false;
         mSong->TellKeys();
+    }
+    // Out of memory, either goes on recording as if it had not been called.
+    void End(const char* iName, std::int64_t iMergeID)
+    {
+        std::unique_ptr<Ndo_Operation> done = Recorder().OperationComplete();
+        try {
+            mHistory.Add(std::move(done), iName, iMergeID);
+        } catch (...) {
+            mRecorder->Resume(std::move(done));
+            throw;
+        }
+        Stop();
+    }
+    void Cancel()
+    {
+        std::unique_ptr<Ndo_Operation> begun = Recorder().OperationComplete();
+        const Ndo_Operation::Size before = begun->GetSize();
+        try {
+            Ndo_StOperationRecorder back; // takes back what was half taken back
+            begun->Restore();
+            static_cast<void>(back.OperationComplete());
+        } catch (...) {
+            if (begun->GetSize() == before)
+                mRecorder->Resume(std::move(begun));
+            else
+                Stop();
+            throw;
+        }
+        Stop();
     }
     Ndo_StOperationRecorder& Recorder()
     {
@@ -69,18 +99,13 @@ kora_status kora_history_end(kora_history* history, const char* name, int64_t me
     return C_GuardModel([&] {
         kora_history& of = C_Get(history, "history");
         C_Out(name, "name");
-        of.mHistory.Add(of.Recorder().OperationComplete(), name, merge_id);
-        of.Stop();
+        of.End(name, merge_id);
     });
 }
 
 kora_status kora_history_cancel(kora_history* history)
 {
-    return C_GuardModel([&] {
-        kora_history& of = C_Get(history, "history");
-        (void)of.Recorder();
-        of.Stop();
-    });
+    return C_GuardModel([&] { C_Get(history, "history").Cancel(); });
 }
 
 kora_status kora_history_undo(kora_history* history)

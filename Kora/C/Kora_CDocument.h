@@ -83,10 +83,11 @@ enum {
     KORA_FLOAT64 = 6
 };
 
-/* count values of one kind, side by side. */
+/* count values of one kind, side by side. Where the system refuses to take them all, the document stays incomplete:
+ * whatever else is written into it is KORA_REFUSED, and so is kora_document_commit. */
 KORA_API kora_status kora_document_write(kora_document* document, int32_t kind, const void* values,
                                          size_t count);
-/* The length and the bytes. */
+/* The length and the bytes; what the system refuses is as in kora_document_write. */
 KORA_API kora_status kora_document_write_text(kora_document* document, const char* text);
 
 /* ---- Reading ---------------------------------------------------------------------------------------------------- */
