@@ -126,6 +126,7 @@ NOT_FOUND = 5
 TOO_SMALL = 6
 REFUSED = 7
 BAD_FILE = 8
+BUSY = 11
 
 
 def last_error(status: int) -> Error:
