@@ -153,7 +153,7 @@ kora_status kora_song_insert_time(kora_song* song, int64_t at, int64_t ticks, ko
 {
     return GuardEdit(result, [&] {
         const Time_SongEdit::Song edited = SongOf(song);
-        const kora_song::StTellKeys tell(*song);
+        const kora_song::StTellBehind tell(*song);
         return Time_SongEdit::InsertTime(edited, C_Tick(at, "at"), Time_TickLength(ticks));
     });
 }
@@ -162,7 +162,7 @@ kora_status kora_song_delete_time(kora_song* song, int64_t from, int64_t to, kor
 {
     return GuardEdit(result, [&] {
         const Time_SongEdit::Song edited = SongOf(song);
-        const kora_song::StTellKeys tell(*song);
+        const kora_song::StTellBehind tell(*song);
         C_CheckRange(from, to);
         return Time_SongEdit::DeleteTime(edited, Time_Tick(from), Time_Tick(to));
     });
@@ -173,7 +173,7 @@ kora_status kora_song_repeat_time(kora_song* song, int64_t from, int64_t to, siz
 {
     return GuardEdit(result, [&] {
         const Time_SongEdit::Song edited = SongOf(song);
-        const kora_song::StTellKeys tell(*song);
+        const kora_song::StTellBehind tell(*song);
         C_CheckRange(from, to);
         return Time_SongEdit::RepeatTime(edited, Time_Tick(from), Time_Tick(to), count);
     });
@@ -184,7 +184,7 @@ kora_status kora_song_move_time(kora_song* song, int64_t from, int64_t to, int64
 {
     return GuardEdit(result, [&] {
         const Time_SongEdit::Song edited = SongOf(song);
-        const kora_song::StTellKeys tell(*song);
+        const kora_song::StTellBehind tell(*song);
         C_CheckRange(from, to);
         return Time_SongEdit::MoveTime(edited, Time_Tick(from), Time_Tick(to), C_Tick(position, "position"));
     });

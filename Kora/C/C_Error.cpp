@@ -12,6 +12,7 @@
 #include <cstring>
 #include <mutex>
 #include <new>
+#include <utility>
 
 namespace {
 
@@ -58,6 +59,20 @@ void HandleAssert(const char* iText, int iLine)
         user = sHandlerUser;
     }
     if (handler != nullptr) handler(user, iText, iLine);
+}
+
+// Who is on the model, how deep in callbacks, and what was released meanwhile.
+struct Model
+{
+    std::recursive_mutex mMutex;
+    int mDepth = 0;
+    C_Handle* mToEnd = nullptr;
+};
+
+Model& GetModel()
+{
+    static Model& sModel = *new Model; // for handles that go at exit too
+    return sModel;
 }
 
 C_Handle& AnyHandle(void* iHandle)
@@ -123,24 +138,35 @@ void C_Handle::Release()
 {
     // Acquire: what other threads did with the object before they let it go comes before its end.
     if (mCount.fetch_sub(1, std::memory_order_acq_rel) != 1) return;
-    if (mKind == eKind_History) {
-        const auto lock = C_LockModel();
-        mDelete(this);
-        return;
-    }
-    if (mKind == eKind_Song) {
-        const auto lock = C_LockModel();
-        const Ndo_StDisableRecording disabled; // its maps go without a notice, as they came
-        mDelete(this);
-        return;
-    }
-    mDelete(this);
+    if (mKind != eKind_Song && mKind != eKind_History) return mDelete(this);
+    const C_StModel model;
+    mNextToEnd = std::exchange(GetModel().mToEnd, this);
 }
 
-std::unique_lock<std::recursive_mutex> C_LockModel()
+void C_Handle::EndReleased()
 {
-    static auto& sModel = *new std::recursive_mutex; // for handles that go at exit too
-    return std::unique_lock(sModel);
+    while (C_Handle* const handle = GetModel().mToEnd) {
+        GetModel().mToEnd = handle->mNextToEnd;
+        if (handle->mKind == eKind_History) {
+            handle->mDelete(handle); // and perhaps its song behind it
+        } else {
+            const Ndo_StDisableRecording disabled; // its maps go without a notice, as they came
+            handle->mDelete(handle);
+        }
+    }
+}
+
+C_StModel::C_StModel()
+{
+    GetModel().mMutex.lock();
+    ++GetModel().mDepth;
+}
+
+C_StModel::~C_StModel()
+{
+    if (GetModel().mDepth == 1) C_Handle::EndReleased();
+    --GetModel().mDepth;
+    GetModel().mMutex.unlock();
 }
 
 uint32_t kora_c_version(void) { return KORA_C_VERSION_MAJOR * 65536u + KORA_C_VERSION_MINOR; }

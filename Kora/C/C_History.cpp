@@ -26,9 +26,9 @@ struct kora_history : C_Handle
     void Stop()
     {
         if (!mRecorder) return;
+        const kora_song::StTellBehind tell(*mSong);
         mRecorder.reset();
         mSong->mIsRecorded = false;
-        mSong->TellKeys();
     }
     // Out of memory, either goes on recording as if it had not been called.
     void End(const char* iName, std::int64_t iMergeID)
@@ -44,6 +44,7 @@ struct kora_history : C_Handle
     }
     void Cancel()
     {
+        const kora_song::StTellBehind tell(*mSong);
         std::unique_ptr<Ndo_Operation> begun = Recorder().OperationComplete();
         const Ndo_Operation::Size before = begun->GetSize();
         try {
@@ -61,11 +62,13 @@ struct kora_history : C_Handle
     }
     Ndo_StOperationRecorder& Recorder()
     {
+        mSong->CheckNoCallback();
         C_Require(mRecorder.has_value(), "this history does not record", KORA_BUSY);
         return *mRecorder;
     }
     Ndo_History& Idle()
     {
+        mSong->CheckNoCallback();
         C_Require(!Ndo_gManager.IsRecording(), "a history records", KORA_BUSY);
         return mHistory;
     }
@@ -112,7 +115,7 @@ kora_status kora_history_undo(kora_history* history)
 {
     return C_GuardModel([&] {
         Ndo_History& of = C_Get(history, "history").Idle();
-        const kora_song::StTellKeys tell(*history->mSong);
+        const kora_song::StTellBehind tell(*history->mSong);
         C_Require(of.Undo(), "there is no step to undo", KORA_NOT_FOUND);
     });
 }
@@ -121,7 +124,7 @@ kora_status kora_history_redo(kora_history* history)
 {
     return C_GuardModel([&] {
         Ndo_History& of = C_Get(history, "history").Idle();
-        const kora_song::StTellKeys tell(*history->mSong);
+        const kora_song::StTellBehind tell(*history->mSong);
         C_Require(of.Redo(), "there is no step to redo", KORA_NOT_FOUND);
     });
 }

@@ -64,10 +64,10 @@ KORA_API kora_status kora_song_get_info(kora_song* song, kora_song_info* out);
 
 /* Bits of what a listener is told. */
 enum { KORA_CHANGED_TEMPI = 1, KORA_CHANGED_METERS = 2, KORA_CHANGED_KEYS = 4 };
-/* what is the KORA_CHANGED bits joined; the song may be asked, and is not edited. */
+/* what is the KORA_CHANGED bits joined; the song may be asked, and its edits and its history are KORA_BUSY. */
 typedef void (*kora_song_listener)(void* user, kora_song* song, uint32_t what);
-/* Told behind every edit of the song's tempi, meters or keys, undo and redo included, on the thread that edits. One a
- * song; null ends it. */
+/* Told once behind every edit of the song's tempi, meters or keys, undo and redo included, on the thread that edits,
+ * when the song and its history are what they will be. One a song; null ends it. */
 KORA_API kora_status kora_song_set_listener(kora_song* song, kora_song_listener listener, void* user);
 
 /* ---- The three maps --------------------------------------------------------------------------------------------- */
