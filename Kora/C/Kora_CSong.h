@@ -132,7 +132,8 @@ KORA_API kora_status kora_from_bars(kora_song* song, kora_bar_position position,
 /* count counts (int64_t) of one unit to another, each with the result of the single call. A stride is the
  * distance from one element to the next in bytes, either way; of an output it is at least one element. out may be in
  * itself, and then it is as it was when a count outside the limits is refused; any other out may have got results of
- * those before. Two contiguous columns may overlap; others, where they are not the same, may not. */
+ * those before. The two may overlap in any way; those that are neither contiguous nor parts of the same records are copied
+ * then, which takes memory. */
 KORA_API kora_status kora_convert_all(kora_song* song, uint32_t from_unit, const void* in,
                                       ptrdiff_t in_stride, uint32_t to_unit, void* out, ptrdiff_t out_stride,
                                       size_t count);

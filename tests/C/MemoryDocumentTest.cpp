@@ -188,6 +188,29 @@ TEST_F(CMemory, ACallOfADocumentMayBeMadeAgain)
     RefuseEach(open, Reading(), [](kora_document*) { return std::string(); });
 }
 
+TEST_F(CMemory, ADocumentOfHalfTheValuesIsNotCommitted)
+{
+    const std::vector<std::int64_t> many(100000, 5);
+    bool isStopped = false;
+    for (long long nth = 1; nth < 20; ++nth) {
+        const auto document = Made<kora_document>(kora_document_create_in_memory);
+        kora_document* const to = document.get();
+        ASSERT_EQ(kora_document_begin(to, 100, 1, "many"), KORA_OK);
+        kora_status status;
+        {
+            const StRefusedAllocation refused(nth);
+            status = kora_document_write(to, KORA_INT64, many.data(), many.size());
+        }
+        if (status == KORA_OK) continue;
+        isStopped = true;
+        EXPECT_EQ(status, KORA_NO_MEMORY) << kora_last_error_text();
+        EXPECT_EQ(kora_document_write(to, KORA_INT64, many.data(), many.size()), KORA_REFUSED) << nth;
+        EXPECT_EQ(kora_document_end(to), KORA_REFUSED);
+        EXPECT_EQ(kora_document_commit(to), KORA_REFUSED);
+    }
+    EXPECT_TRUE(isStopped);
+}
+
 // --- What makes handles
 
 TEST_F(CMemory, AHandleIsMadeOrIsNot)
