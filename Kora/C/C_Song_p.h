@@ -36,25 +36,37 @@ struct kora_song : C_Handle
         keys.SetModified(false);
         Tell(KORA_CHANGED_KEYS);
     }
-    // Tells of all that changes in a scope once, at its end. Scopes nest.
+    // Tells of all that changes in a scope once, at its end. Scopes nest. With eAllOrNothing an exception on its way says
+    // that nothing has changed, though maps whose edit began may have said so.
     class [[nodiscard]] StTellBehind
     {
     public:
-        explicit StTellBehind(kora_song& ioSong)
+        enum EChanges { eAny, eAllOrNothing };
+        explicit StTellBehind(kora_song& ioSong, EChanges iChanges = eAny)
             : mSong(ioSong)
+            , mIsAllOrNothing(iChanges == eAllOrNothing)
+            , mExceptions(std::uncaught_exceptions())
+            , mBefore(ioSong.mChanges)
         {
             ++mSong.mHolds;
         }
         ~StTellBehind()
         {
             mSong.TellKeys();
-            if (--mSong.mHolds == 0) mSong.Tell(std::exchange(mSong.mHeld, 0u));
+            if (mIsAllOrNothing && std::uncaught_exceptions() > mExceptions) {
+                mSong.mChanges = mBefore;
+                mSong.mHeld = 0;
+            }
+            if (--mSong.mHolds == 0) mSong.CallListener(std::exchange(mSong.mHeld, 0u));
         }
         StTellBehind(const StTellBehind&) = delete;
         StTellBehind& operator=(const StTellBehind&) = delete;
 
     private:
         kora_song& mSong;
+        const bool mIsAllOrNothing;
+        const int mExceptions; // on their way already
+        const std::uint64_t mBefore;
     };
     // While a callback runs, in which the song is not edited.
     class [[nodiscard]] StCallback
@@ -78,19 +90,28 @@ struct kora_song : C_Handle
         C_Require(mCallbacks == 0, "the song is not edited within a callback of its own", KORA_BUSY);
     }
 
-    bool mIsRecorded = false; // by its history
+    // Goes on with every change, whoever makes it.
+    std::uint64_t GetChanges() const { return mChanges; }
+
+    bool mIsRecorded = false; // by a history of its own
 
 private:
     void TempiChanged(const Mdl_SimpleValMessage_ValChanged&) { Tell(KORA_CHANGED_TEMPI); }
     void MetersChanged(const Mdl_SimpleValMessage_ValChanged&) { Tell(KORA_CHANGED_METERS); }
     void Tell(std::uint32_t iWhat)
     {
+        if (iWhat != 0) ++mChanges;
         if (mHolds > 0) {
             mHeld |= iWhat;
-        } else if (mListener != nullptr && iWhat != 0) {
-            const StCallback callback(*this);
-            mListener(mUser, this, iWhat);
+        } else {
+            CallListener(iWhat);
         }
+    }
+    void CallListener(std::uint32_t iWhat)
+    {
+        if (mListener == nullptr || iWhat == 0) return;
+        const StCallback callback(*this);
+        mListener(mUser, this, iWhat);
     }
 
     using Tempi = Cnn_Receiver<kora_song, Mdl_SimpleValMessage, &kora_song::TempiChanged>;
@@ -99,6 +120,7 @@ private:
     Kora_Song mSong{Ndo_Object::kUndoable};
     kora_song_listener mListener = nullptr;
     void* mUser = nullptr;
+    std::uint64_t mChanges = 0;
     int mHolds = 0;          // scopes that tell behind …
     std::uint32_t mHeld = 0; // … and what
     int mCallbacks = 0;      // that run

@@ -407,7 +407,8 @@ class Song(Edits):
     def save(self, path: PathLike) -> None:
         """Saves as a document, which takes the file's place only when it is complete and on the disk."""
         self._check(lib.kora_song_save(self._handle, path_bytes(path)))
-        self._check(lib.kora_history_mark_saved(self._history))
+        if not self._recording:  # else the step may still go on, or be taken back
+            self._check(lib.kora_history_mark_saved(self._history))
 
     def write_to(self, document: DocumentWriter) -> None:
         """Writes it into a document that is being made, outside of all streams: types 16, 17, 18 and 32."""

@@ -191,3 +191,17 @@ def test_narrow_floats_are_as_exact_as_the_number_that_they_are():
         values = numpy.array([1, 777, 1023.5, 2000], kind)
         for unit, to in (("seconds", "samples"), ("quarters", "ticks")):
             assert song.convert(values, unit, to).tolist() == song.convert(values.tolist(), unit, to)
+
+
+def test_a_song_is_saved_while_a_step_is_open(light, tmp_path):
+    other = kora.Song()
+    with other.edit("of another song"):
+        light.save(tmp_path / "light.kora")
+        assert light.is_saved
+    light.set_tempo("3|1", 90)
+    with light.edit("of its own"):
+        light.set_tempo("4|1", 90)
+        light.save(tmp_path / "half.kora")
+        light.set_tempo("6|1", 90)
+    assert not light.is_saved and light.steps[-1] == "of its own"
+    assert len(kora.open(tmp_path / "half.kora").tempos) == len(light.tempos) - 1
