@@ -166,7 +166,10 @@ def raise_first(failed: List[BaseException]) -> None:
     if failed:
         error = failed[0]
         failed.clear()
-        raise error
+        try:
+            raise error
+        finally:
+            del error  # whose trace has this frame, in a circle
 
 
 _TIME_OUT = POINTER(TimeStruct)

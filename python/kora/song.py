@@ -399,7 +399,10 @@ class Song(Edits):
         if status:
             error = self._handles.error(status)
             error.text = f"{text!r} is no position in the form {name!r}: {error.text}"
-            raise error
+            try:
+                raise error
+            finally:
+                del error  # whose trace has this frame, and with it the song, in a circle
         return _BY_CODE[out.unit](out.count)
 
     # ---- Files
