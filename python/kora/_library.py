@@ -10,6 +10,7 @@ would wait for ever. So these take turns, by a lock that is waited for without t
 """
 from __future__ import annotations
 
+import collections
 import ctypes
 import ctypes.util
 import os
@@ -30,7 +31,7 @@ from ctypes import (
     c_void_p,
 )
 from pathlib import Path
-from typing import Any, Callable, List, Optional
+from typing import Any, Callable, Deque, List, Optional
 
 from kora._version import __version__
 
@@ -315,10 +316,34 @@ _IN_TURN = (
 )
 
 
+# What the collector found while another thread had the turn. It runs anywhere, with anyone's locks, and never waits.
+_left: Deque[Callable[[], None]] = collections.deque()
+
+
+def _do_what_is_left() -> None:
+    while _left and turns.acquire(blocking=False):
+        try:
+            _left.popleft()()
+        except IndexError:
+            return
+        finally:
+            turns.release()
+
+
+def in_turn_or_later(work: Callable[[], None]) -> None:
+    """Has it done now, or by the thread whose turn it is."""
+    _left.append(work)
+    _do_what_is_left()
+
+
 def _in_turn(call: Any) -> Any:
     def take_turn(*arguments: Any) -> Any:
-        with turns:
-            return call(*arguments)
+        try:
+            with turns:
+                return call(*arguments)
+        finally:
+            if _left:
+                _do_what_is_left()
 
     return take_turn
 

@@ -8,7 +8,7 @@ import threading
 import pytest
 
 import kora
-from kora._library import lib
+from kora._library import lib, turns
 
 # The library's own lock is held while a listener runs Python, which lets other threads run.
 SLOW_LISTENERS = """
@@ -205,3 +205,24 @@ def test_a_song_is_saved_while_a_step_is_open(light, tmp_path):
         light.set_tempo("6|1", 90)
     assert not light.is_saved and light.steps[-1] == "of its own"
     assert len(kora.open(tmp_path / "half.kora").tempos) == len(light.tempos) - 1
+
+
+def test_the_collector_does_not_wait_for_another_threads_turn():
+    song = kora.Song()
+    handle = song._handle
+    is_held, may_end = threading.Event(), threading.Event()
+
+    def hold():
+        with turns:
+            is_held.set()
+            may_end.wait()
+
+    thread = threading.Thread(target=hold)
+    thread.start()
+    is_held.wait()
+    del song  # comes back at once
+    assert handle.value is not None
+    may_end.set()
+    thread.join()
+    kora.Song().set_tempo("2|1", 90)
+    assert handle.value is None
