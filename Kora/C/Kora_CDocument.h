@@ -35,7 +35,8 @@ extern "C" {
 /* A document that is read, or one that is written. */
 typedef struct kora_document kora_document;
 
-/* To read. What kora_document_create writes takes the place of the file meanwhile, and the old one is read on. */
+/* To read. What kora_document_create writes takes the place of the file meanwhile, and the old one is read on; where a
+ * file that is open cannot be replaced, as in Windows before 10, that is KORA_SYSTEM. */
 KORA_API kora_status kora_document_open(const char* path, kora_document** out);
 /* The same of a document's bytes, which are copied. */
 KORA_API kora_status kora_document_read_bytes(const void* bytes, size_t size, kora_document** out);

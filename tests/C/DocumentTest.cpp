@@ -312,7 +312,7 @@ TEST_F(CDocument, ABitThatTurnsIsNoticedToldAndRepaired)
     std::string wrong = bytes;
     wrong[bytes.find("voice")] ^= 1;
     std::ofstream(mPath, std::ios::binary) << wrong;
-    const auto document = Made<kora_document>(kora_document_open, mPath.c_str());
+    auto document = Made<kora_document>(kora_document_open, mPath.c_str());
     const kora_step takes = {cTakes, KORA_NO_ITEM};
     EXPECT_EQ(kora_document_enter(document.get(), &takes, 1, nullptr), KORA_BAD_FILE);
     kora_error error{};
@@ -320,6 +320,7 @@ TEST_F(CDocument, ABitThatTurnsIsNoticedToldAndRepaired)
     ASSERT_EQ(kora_last_error(&error), KORA_OK);
     EXPECT_EQ(error.file, mPath);
     EXPECT_GT(error.offset, 0);
+    document.reset(); // a Windows before 10, as Wine is, replaces no file that is open
 
     std::vector<std::int64_t> told;
     const auto tell = [](void* ioTold, std::int64_t iOffset, const char* iText) {
@@ -330,7 +331,8 @@ TEST_F(CDocument, ABitThatTurnsIsNoticedToldAndRepaired)
     ASSERT_EQ(kora_document_check(mPath.c_str(), +tell, &told, &faults), KORA_OK);
     EXPECT_EQ(faults, told.size());
     ASSERT_GT(faults, 0u);
-    ASSERT_EQ(kora_document_repair(mPath.c_str(), mPath.c_str(), nullptr, nullptr, &recovered), KORA_OK);
+    ASSERT_EQ(kora_document_repair(mPath.c_str(), mPath.c_str(), nullptr, nullptr, &recovered), KORA_OK)
+        << kora_last_error_text();
     EXPECT_GT(recovered, 0u);
     ASSERT_EQ(kora_document_check(mPath.c_str(), nullptr, nullptr, &faults), KORA_OK);
     EXPECT_EQ(faults, 0u);
