@@ -202,18 +202,28 @@ std::int64_t BytesLeft(kora_document& ioDocument) { return ioDocument.GetReading
 
 [[noreturn]] void ThrowPastTheEnd() { C_Throw(KORA_BAD_FILE, "the stream has no more bytes"); }
 
-void Enter(kora_document& ioDocument, std::unique_ptr<kora_document::Reading> iLevel, Cmn_Int16 iType,
-           int32_t* oVersion)
+// What throws half-way leaves the place where reading goes on.
+template <class Call>
+void ReadOrStay(kora_document& ioDocument, const Call& iCall)
 {
-    ioDocument.mReading.reserve(ioDocument.mReading.size() + 1);
     Sys_TypedInStream& in = *ioDocument.mIn;
     const Cmn_Int64 before = in.GetPosition();
     try {
-        iLevel->mHeader.emplace(&ioDocument.ToRead(), in, iType, FF_StreamHeaderReader::eUseExtendedTOC);
+        iCall();
     } catch (...) {
         in.SetPosition(before);
         throw;
     }
+}
+
+void Enter(kora_document& ioDocument, std::unique_ptr<kora_document::Reading> iLevel, Cmn_Int16 iType,
+           int32_t* oVersion)
+{
+    ioDocument.mReading.reserve(ioDocument.mReading.size() + 1);
+    ReadOrStay(ioDocument, [&] {
+        iLevel->mHeader.emplace(&ioDocument.ToRead(), *ioDocument.mIn, iType,
+                                FF_StreamHeaderReader::eUseExtendedTOC);
+    });
     if (oVersion != nullptr) *oVersion = iLevel->mHeader->GetVersion();
     ioDocument.mReading.push_back(std::move(iLevel));
 }
@@ -373,13 +383,7 @@ kora_status kora_document_enter_list(kora_document* document, int32_t* count)
         int32_t& items = C_Out(count, "count");
         C_Require(!level.mList, "the list has been entered", KORA_REFUSED);
         if (BytesLeft(from) < static_cast<std::int64_t>(sizeof(Cmn_Int32))) ThrowPastTheEnd();
-        const Cmn_Int64 before = from.mIn->GetPosition();
-        try {
-            level.mList.emplace(&source, *from.mIn);
-        } catch (...) {
-            from.mIn->SetPosition(before);
-            throw;
-        }
+        ReadOrStay(from, [&] { level.mList.emplace(&source, *from.mIn); });
         items = level.mList->GetNumItems();
     });
 }
@@ -394,13 +398,7 @@ kora_status kora_document_go_to_item(kora_document* document, int32_t item)
         const Cmn_Int32 inTable = ItemsInTable(source);
         C_Require(item >= 0 && item < level.mList->GetNumItems() && (inTable < 0 || item < inTable),
                   "the list has no such item", KORA_NOT_FOUND);
-        const Cmn_Int64 before = from.mIn->GetPosition();
-        try {
-            level.mList->SeekToListEntry(item);
-        } catch (...) {
-            from.mIn->SetPosition(before);
-            throw;
-        }
+        ReadOrStay(from, [&] { level.mList->SeekToListEntry(item); });
     });
 }
 
@@ -427,7 +425,7 @@ kora_status kora_document_read(kora_document* document, int32_t kind, void* valu
         if (left < 0 || count > static_cast<std::uint64_t>(left) / size) ThrowPastTheEnd();
         if (count == 0) return;
         C_Out(static_cast<char*>(values), "values");
-        Read(*from.mIn, kind, values, count);
+        ReadOrStay(from, [&] { Read(*from.mIn, kind, values, count); });
     });
 }
 
@@ -437,15 +435,11 @@ kora_status kora_document_read_text(kora_document* document, char* buffer, size_
         kora_document& from = C_Get(document, "document");
         from.ToRead();
         if (BytesLeft(from) <= 0) ThrowPastTheEnd();
-        const Cmn_Int64 before = from.mIn->GetPosition();
-        try {
+        ReadOrStay(from, [&] {
             const std::string text = from.mIn->ReadString();
             if (BytesLeft(from) < 0) ThrowPastTheEnd();
             C_GiveText(text, buffer, capacity, size);
-        } catch (...) {
-            from.mIn->SetPosition(before);
-            throw;
-        }
+        });
     });
 }
 
