@@ -6,6 +6,7 @@
 #include <array>
 #include <cstring>
 #include <functional>
+#include <vector>
 
 namespace {
 
@@ -87,8 +88,53 @@ void CheckColumns(const void* iIn, void* oOut, std::ptrdiff_t iOutStride)
 {
     C_Out(static_cast<const char*>(iIn), "in");
     C_Out(static_cast<char*>(oOut), "out");
-    C_Require((iOutStride < 0 ? -iOutStride : iOutStride) >= static_cast<std::ptrdiff_t>(sizeof(T)),
-              "out_stride is less than an element");
+    constexpr auto cSize = static_cast<std::ptrdiff_t>(sizeof(T));
+    C_Require(iOutStride <= -cSize || iOutStride >= cSize, "out_stride is less than an element");
+}
+
+// From the lowest byte of a column to behind the highest.
+struct Extent
+{
+    Extent(const void* iFirst, std::ptrdiff_t iStride, std::size_t iCount, std::size_t iSize)
+    {
+        const auto first = reinterpret_cast<std::uintptr_t>(iFirst);
+        const auto last = first + static_cast<std::uintptr_t>(iStride) * (iCount - 1);
+        mBegin = iStride < 0 ? last : first;
+        mEnd = (iStride < 0 ? first : last) + iSize;
+    }
+    std::uintptr_t mBegin, mEnd;
+};
+
+// Whether a result may overwrite an element that is still to be read. It does not where the results take their
+// elements' places, nor where both stand side by side in the same records.
+template <class In, class Out>
+bool IsInTheWay(const void* iIn, std::ptrdiff_t iInStride, const void* iOut, std::ptrdiff_t iOutStride,
+                std::size_t iCount)
+{
+    const Extent in(iIn, iInStride, iCount, sizeof(In)), out(iOut, iOutStride, iCount, sizeof(Out));
+    if (in.mEnd <= out.mBegin || out.mEnd <= in.mBegin) return false;
+    if (iInStride != iOutStride) return true;
+    if (iIn == iOut) return false;
+    const auto record = static_cast<std::uintptr_t>(iOutStride < 0 ? -iOutStride : iOutStride);
+    const std::uintptr_t higher = (std::max)(in.mBegin, out.mBegin),
+                         lower = (std::min)(in.mBegin, out.mBegin);
+    const std::uintptr_t apart = (higher - lower) % record;
+    const bool isInHigher = in.mBegin > out.mBegin;
+    return apart < (isInHigher ? sizeof(Out) : sizeof(In)) ||
+           apart + (isInHigher ? sizeof(In) : sizeof(Out)) > record;
+}
+
+// Calls iConvert with the elements, which are copied where results are in their way.
+template <class In, class Out, class Convert>
+void WithInput(const void* iIn, std::ptrdiff_t iInStride, const void* iOut, std::ptrdiff_t iOutStride,
+               std::size_t iCount, const Convert& iConvert)
+{
+    const Column<In> source(iIn, iInStride);
+    if (!IsInTheWay<In, Out>(iIn, iInStride, iOut, iOutStride, iCount)) return iConvert(source);
+    std::vector<In> copy(iCount);
+    for (std::size_t i = 0; i < iCount; ++i)
+        copy[i] = source.Get(i);
+    iConvert(Column<In>(copy.data(), sizeof(In)));
 }
 
 // A distance that is known when this is compiled lets many be looked at together.
@@ -197,8 +243,10 @@ kora_status kora_convert_all(kora_song* song, uint32_t from_unit, const void* in
             return ConvertDense(converter, from, static_cast<const int64_t*>(in), to,
                                 static_cast<int64_t*>(out), count);
         CheckLimits(in, in_stride, count, from);
-        ConvertByBlocks(converter, from, Column<int64_t>(in, in_stride), to,
-                        OutColumn<int64_t>(out, out_stride), count);
+        WithInput<int64_t, int64_t>(
+            in, in_stride, out, out_stride, count, [&](const Column<int64_t>& iSource) {
+                ConvertByBlocks(converter, from, iSource, to, OutColumn<int64_t>(out, out_stride), count);
+            });
     });
 }
 
@@ -210,11 +258,13 @@ kora_status kora_to_bars_all(kora_song* song, uint32_t from_unit, const void* in
         const Time_EType from = C_Unit(from_unit);
         if (count == 0) return;
         CheckColumns<kora_bar_position>(in, out, out_stride);
-        const Column<int64_t> source(in, in_stride);
         const OutColumn<kora_bar_position> target(out, out_stride);
         CheckLimits(in, in_stride, count, from);
-        for (size_t i = 0; i < count; ++i)
-            target.Set(i, BarsOf(converter.ToBarBeatTick(Time_Typed(source.Get(i), from))));
+        WithInput<int64_t, kora_bar_position>(
+            in, in_stride, out, out_stride, count, [&](const Column<int64_t>& iSource) {
+                for (size_t i = 0; i < count; ++i)
+                    target.Set(i, BarsOf(converter.ToBarBeatTick(Time_Typed(iSource.Get(i), from))));
+            });
     });
 }
 
@@ -230,7 +280,10 @@ kora_status kora_from_bars_all(kora_song* song, const void* in, ptrdiff_t in_str
         const OutColumn<int64_t> target(out, out_stride);
         for (size_t i = 0; i < count; ++i)
             static_cast<void>(BarsOf(source.Get(i))); // refused before the first is converted
-        for (size_t i = 0; i < count; ++i)
-            target.Set(i, converter.ToType(BarsOf(source.Get(i)), to).AsInt64());
+        WithInput<kora_bar_position, int64_t>(
+            in, in_stride, out, out_stride, count, [&](const Column<kora_bar_position>& iSource) {
+                for (size_t i = 0; i < count; ++i)
+                    target.Set(i, converter.ToType(BarsOf(iSource.Get(i)), to).AsInt64());
+            });
     });
 }

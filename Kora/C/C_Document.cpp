@@ -123,6 +123,7 @@ FF_Document& kora_document::ToRead() const
 
 FF_Document& kora_document::ToWrite() const
 {
+    C_Require(mState != eState_Spoiled, "what a call before was to write is there in part", KORA_REFUSED);
     C_Require(mState == eState_Write, "the document is not open to write", KORA_REFUSED);
     return mSave != nullptr ? mSave->GetDocument() : *mOwn;
 }
@@ -189,7 +190,13 @@ kora_status kora_song_write_document(kora_song* song, kora_document* document)
             C_Require(target.GetTOC().Find(FF_Document::TOCKey(type)) == FF_Document::TOC::cNone,
                       "the document has a song, or a stream of its types", KORA_REFUSED);
         from.CheckPlaces();
-        from.Write(target);
+        const Cmn_Int64 before = to.mOut->GetPosition();
+        try {
+            from.Write(target);
+        } catch (...) {
+            target.TakeBackFrom(before);
+            throw;
+        }
     });
 }
 

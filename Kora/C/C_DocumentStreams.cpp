@@ -87,8 +87,9 @@ void RequireItemWritten(const kora_document& iDocument, const kora_document::Wri
               "the item that has begun is empty", KORA_REFUSED);
 }
 
-kora_document::Writing& Begin(kora_document& ioDocument, std::int32_t iType, std::int32_t iVersion,
-                              const char* iDescription)
+// iCount: of the items of a list.
+void Begin(kora_document& ioDocument, std::int32_t iType, std::int32_t iVersion, const char* iDescription,
+           std::optional<Cmn_Int32> iCount = std::nullopt)
 {
     FF_Document& document = ioDocument.ToWrite();
     const Cmn_Int16 type = StreamType(iType);
@@ -106,12 +107,13 @@ kora_document::Writing& Begin(kora_document& ioDocument, std::int32_t iType, std
         FF_Document::AddTOCEntry(&document, position, type, iDescription);
     }
     level->mHeader.emplace(&document, out, type, version);
+    if (iCount) level->mList.emplace(&document, out, *iCount);
+    level->mCount = iCount.value_or(0); // from here on nothing throws
     ++level->mPlace->mCount;
     ioDocument.mWriting.push_back(std::move(level));
     if (hasKey)
         for (const auto& each : ioDocument.mWriting)
             each->mPlace->mHasKey = true;
-    return *ioDocument.mWriting.back();
 }
 
 kora_document::Writing& ForValues(kora_document& ioDocument)
@@ -200,18 +202,28 @@ std::int64_t BytesLeft(kora_document& ioDocument) { return ioDocument.GetReading
 
 [[noreturn]] void ThrowPastTheEnd() { C_Throw(KORA_BAD_FILE, "the stream has no more bytes"); }
 
-void Enter(kora_document& ioDocument, std::unique_ptr<kora_document::Reading> iLevel, Cmn_Int16 iType,
-           int32_t* oVersion)
+// What throws half-way leaves the place where reading goes on.
+template <class Call>
+void ReadOrStay(kora_document& ioDocument, const Call& iCall)
 {
-    ioDocument.mReading.reserve(ioDocument.mReading.size() + 1);
     Sys_TypedInStream& in = *ioDocument.mIn;
     const Cmn_Int64 before = in.GetPosition();
     try {
-        iLevel->mHeader.emplace(&ioDocument.ToRead(), in, iType, FF_StreamHeaderReader::eUseExtendedTOC);
+        iCall();
     } catch (...) {
         in.SetPosition(before);
         throw;
     }
+}
+
+void Enter(kora_document& ioDocument, std::unique_ptr<kora_document::Reading> iLevel, Cmn_Int16 iType,
+           int32_t* oVersion)
+{
+    ioDocument.mReading.reserve(ioDocument.mReading.size() + 1);
+    ReadOrStay(ioDocument, [&] {
+        iLevel->mHeader.emplace(&ioDocument.ToRead(), *ioDocument.mIn, iType,
+                                FF_StreamHeaderReader::eUseExtendedTOC);
+    });
     if (oVersion != nullptr) *oVersion = iLevel->mHeader->GetVersion();
     ioDocument.mReading.push_back(std::move(iLevel));
 }
@@ -262,9 +274,7 @@ kora_status kora_document_begin_list(kora_document* document, int32_t type, int3
         kora_document& to = C_Get(document, "document");
         C_Require(count >= 0, "count is below 0");
         // Its items have keys, and so has the list.
-        kora_document::Writing& level = Begin(to, type, version, description != nullptr ? description : "");
-        level.mList.emplace(&to.ToWrite(), *to.mOut, count);
-        level.mCount = count;
+        Begin(to, type, version, description != nullptr ? description : "", count);
     });
 }
 
@@ -277,9 +287,9 @@ kora_status kora_document_begin_item(kora_document* document, const char* descri
         C_Require(level.mList.has_value(), "the innermost stream is no list", KORA_REFUSED);
         C_Require(level.mItems < level.mCount, "the list has all its items", KORA_REFUSED);
         RequireItemWritten(to, level);
+        level.mList->AddListEntry(level.mItems, description != nullptr ? description : "");
         level.mItemStart = to.mOut->GetPosition();
         level.mInside.clear();
-        level.mList->AddListEntry(level.mItems, description != nullptr ? description : "");
         ++level.mItems;
     });
 }
@@ -304,7 +314,7 @@ kora_status kora_document_write(kora_document* document, int32_t kind, const voi
         ForValues(to);
         if (count == 0) return;
         C_Out(static_cast<const char*>(values), "values");
-        Write(*to.mOut, kind, values, count);
+        to.WriteValues([&](Sys_TypedOutStream& ioOut) { Write(ioOut, kind, values, count); });
     });
 }
 
@@ -314,7 +324,7 @@ kora_status kora_document_write_text(kora_document* document, const char* text)
         kora_document& to = C_Get(document, "document");
         C_Out(text, "text");
         ForValues(to);
-        to.mOut->WriteString(text);
+        to.WriteValues([&](Sys_TypedOutStream& ioOut) { ioOut.WriteString(text); });
     });
 }
 
@@ -373,13 +383,7 @@ kora_status kora_document_enter_list(kora_document* document, int32_t* count)
         int32_t& items = C_Out(count, "count");
         C_Require(!level.mList, "the list has been entered", KORA_REFUSED);
         if (BytesLeft(from) < static_cast<std::int64_t>(sizeof(Cmn_Int32))) ThrowPastTheEnd();
-        const Cmn_Int64 before = from.mIn->GetPosition();
-        try {
-            level.mList.emplace(&source, *from.mIn);
-        } catch (...) {
-            from.mIn->SetPosition(before);
-            throw;
-        }
+        ReadOrStay(from, [&] { level.mList.emplace(&source, *from.mIn); });
         items = level.mList->GetNumItems();
     });
 }
@@ -394,13 +398,7 @@ kora_status kora_document_go_to_item(kora_document* document, int32_t item)
         const Cmn_Int32 inTable = ItemsInTable(source);
         C_Require(item >= 0 && item < level.mList->GetNumItems() && (inTable < 0 || item < inTable),
                   "the list has no such item", KORA_NOT_FOUND);
-        const Cmn_Int64 before = from.mIn->GetPosition();
-        try {
-            level.mList->SeekToListEntry(item);
-        } catch (...) {
-            from.mIn->SetPosition(before);
-            throw;
-        }
+        ReadOrStay(from, [&] { level.mList->SeekToListEntry(item); });
     });
 }
 
@@ -427,7 +425,7 @@ kora_status kora_document_read(kora_document* document, int32_t kind, void* valu
         if (left < 0 || count > static_cast<std::uint64_t>(left) / size) ThrowPastTheEnd();
         if (count == 0) return;
         C_Out(static_cast<char*>(values), "values");
-        Read(*from.mIn, kind, values, count);
+        ReadOrStay(from, [&] { Read(*from.mIn, kind, values, count); });
     });
 }
 
@@ -437,15 +435,11 @@ kora_status kora_document_read_text(kora_document* document, char* buffer, size_
         kora_document& from = C_Get(document, "document");
         from.ToRead();
         if (BytesLeft(from) <= 0) ThrowPastTheEnd();
-        const Cmn_Int64 before = from.mIn->GetPosition();
-        try {
+        ReadOrStay(from, [&] {
             const std::string text = from.mIn->ReadString();
             if (BytesLeft(from) < 0) ThrowPastTheEnd();
             C_GiveText(text, buffer, capacity, size);
-        } catch (...) {
-            from.mIn->SetPosition(before);
-            throw;
-        }
+        });
     });
 }
 

@@ -64,6 +64,18 @@ struct kora_document : C_Handle
     // The document while it is read, or written.
     FF_Document& ToRead() const;
     FF_Document& ToWrite() const;
+    // iWrite writes values. Where it stops among them, nobody may take the document for a whole one.
+    template <class Write>
+    void WriteValues(const Write& iWrite)
+    {
+        const Cmn_Int64 before = mOut->GetPosition();
+        try {
+            iWrite(*mOut);
+        } catch (...) {
+            if (mOut->GetPosition() != before) mState = eState_Spoiled;
+            throw;
+        }
+    }
     // The innermost open stream, which has to be there.
     Reading& GetReading();
     Writing& GetWriting();
@@ -75,7 +87,7 @@ struct kora_document : C_Handle
     std::optional<Sys_TypedOutStream> mOut; // while it is written
 
 private:
-    enum EState { eState_Read, eState_Write, eState_Done };
+    enum EState { eState_Read, eState_Write, eState_Spoiled, eState_Done };
 
     void Begin(FF_Document& ioDocument, Sys_Store::EOpenFlag iFlag);
     void CloseStreams();

@@ -12,10 +12,16 @@ static_assert(KORA_CURVE_S == static_cast<int>(Time_TempoEdit::eCurve_S));
 
 namespace {
 
-template <class Edit>
-kora_status GuardEdit(kora_edit_result* oResult, const Edit& iEdit)
+kora_song& SongOf(kora_tempo_map& ioMap) { return *ioMap.mSong; }
+kora_song& SongOf(kora_song& ioSong) { return ioSong; }
+
+// An edit of a song or of its tempi, which is done as a whole or not at all.
+template <class Handle, class Edit>
+kora_status GuardEdit(kora_edit_result* oResult, Handle* iHandle, const char* iName, const Edit& iEdit)
 {
     return C_GuardModel([&] {
+        const kora_song::StTellBehind tell(SongOf(C_Get(iHandle, iName)),
+                                           kora_song::StTellBehind::eAllOrNothing);
         C_Require(oResult == nullptr || oResult->size >= sizeof(kora_edit_result),
                   "size is smaller than the struct");
         const Time_TempoEditResult result = iEdit();
@@ -42,7 +48,7 @@ Time_TempoMap& TempiOf(kora_tempo_map* iMap, std::int64_t iFrom, std::int64_t iT
     return tempi;
 }
 
-Time_SongEdit::Song SongOf(kora_song* iSong)
+Time_SongEdit::Song MapsOf(kora_song* iSong)
 {
     kora_song& song = C_Get(iSong, "song");
     song.CheckMayEdit();
@@ -55,7 +61,7 @@ Time_SongEdit::Song SongOf(kora_song* iSong)
 kora_status kora_tempo_map_set(kora_tempo_map* map, int64_t tick, double beats_per_minute,
                                int64_t ticks_per_beat, kora_edit_result* result)
 {
-    return GuardEdit(result, [&] {
+    return GuardEdit(result, map, "map", [&] {
         Time_TempoMap& tempi = C_Get(map, "map").ForEdit();
         RequireFinite(beats_per_minute, "beats_per_minute");
         C_Require(ticks_per_beat >= 1, "ticks_per_beat is not above 0");
@@ -68,7 +74,7 @@ kora_status kora_tempo_map_ramp(kora_tempo_map* map, int64_t from, int64_t to, d
                                 double end_beats_per_minute, int32_t curve, size_t steps,
                                 kora_edit_result* result)
 {
-    return GuardEdit(result, [&] {
+    return GuardEdit(result, map, "map", [&] {
         Time_TempoMap& tempi = TempiOf(map, from, to);
         RequireFinite(start_beats_per_minute, "start_beats_per_minute");
         RequireFinite(end_beats_per_minute, "end_beats_per_minute");
@@ -81,7 +87,7 @@ kora_status kora_tempo_map_ramp(kora_tempo_map* map, int64_t from, int64_t to, d
 kora_status kora_tempo_map_scale(kora_tempo_map* map, int64_t from, int64_t to, double factor,
                                  kora_edit_result* result)
 {
-    return GuardEdit(result, [&] {
+    return GuardEdit(result, map, "map", [&] {
         Time_TempoMap& tempi = TempiOf(map, from, to);
         RequireFinite(factor, "factor");
         return Time_TempoEdit::Scale(tempi, Time_Tick(from), Time_Tick(to), factor);
@@ -91,7 +97,7 @@ kora_status kora_tempo_map_scale(kora_tempo_map* map, int64_t from, int64_t to, 
 kora_status kora_tempo_map_offset(kora_tempo_map* map, int64_t from, int64_t to, double beats_per_minute,
                                   kora_edit_result* result)
 {
-    return GuardEdit(result, [&] {
+    return GuardEdit(result, map, "map", [&] {
         Time_TempoMap& tempi = TempiOf(map, from, to);
         RequireFinite(beats_per_minute, "beats_per_minute");
         return Time_TempoEdit::Offset(tempi, Time_Tick(from), Time_Tick(to), beats_per_minute);
@@ -101,7 +107,7 @@ kora_status kora_tempo_map_offset(kora_tempo_map* map, int64_t from, int64_t to,
 kora_status kora_tempo_map_fit(kora_tempo_map* map, int64_t from, int64_t to, int64_t samples,
                                kora_edit_result* result)
 {
-    return GuardEdit(result, [&] {
+    return GuardEdit(result, map, "map", [&] {
         Time_TempoMap& tempi = TempiOf(map, from, to);
         return Time_TempoEdit::FitToLength(tempi, Time_Tick(from), Time_Tick(to), Time_SampleLength(samples));
     });
@@ -109,7 +115,7 @@ kora_status kora_tempo_map_fit(kora_tempo_map* map, int64_t from, int64_t to, in
 
 kora_status kora_tempo_map_lock(kora_tempo_map* map, int64_t tick, int64_t sample, kora_edit_result* result)
 {
-    return GuardEdit(result, [&] {
+    return GuardEdit(result, map, "map", [&] {
         Time_TempoMap& tempi = C_Get(map, "map").ForEdit();
         C_Require(sample >= 0 && sample <= Time_Typed::MaxTime(Time_eType_Samples).AsInt64(),
                   "sample is outside of the limits of samples");
@@ -119,7 +125,7 @@ kora_status kora_tempo_map_lock(kora_tempo_map* map, int64_t tick, int64_t sampl
 
 kora_status kora_tempo_map_unlock(kora_tempo_map* map, int64_t tick, kora_edit_result* result)
 {
-    return GuardEdit(result, [&] {
+    return GuardEdit(result, map, "map", [&] {
         Time_TempoMap& tempi = C_Get(map, "map").ForEdit();
         return Time_TempoEdit::RemoveLock(tempi, C_Tick(tick, "tick"));
     });
@@ -127,18 +133,16 @@ kora_status kora_tempo_map_unlock(kora_tempo_map* map, int64_t tick, kora_edit_r
 
 kora_status kora_song_insert_time(kora_song* song, int64_t at, int64_t ticks, kora_edit_result* result)
 {
-    return GuardEdit(result, [&] {
-        const Time_SongEdit::Song edited = SongOf(song);
-        const kora_song::StTellKeys tell(*song);
+    return GuardEdit(result, song, "song", [&] {
+        const Time_SongEdit::Song edited = MapsOf(song);
         return Time_SongEdit::InsertTime(edited, C_Tick(at, "at"), Time_TickLength(ticks));
     });
 }
 
 kora_status kora_song_delete_time(kora_song* song, int64_t from, int64_t to, kora_edit_result* result)
 {
-    return GuardEdit(result, [&] {
-        const Time_SongEdit::Song edited = SongOf(song);
-        const kora_song::StTellKeys tell(*song);
+    return GuardEdit(result, song, "song", [&] {
+        const Time_SongEdit::Song edited = MapsOf(song);
         C_CheckRange(from, to);
         return Time_SongEdit::DeleteTime(edited, Time_Tick(from), Time_Tick(to));
     });
@@ -147,9 +151,8 @@ kora_status kora_song_delete_time(kora_song* song, int64_t from, int64_t to, kor
 kora_status kora_song_repeat_time(kora_song* song, int64_t from, int64_t to, size_t count,
                                   kora_edit_result* result)
 {
-    return GuardEdit(result, [&] {
-        const Time_SongEdit::Song edited = SongOf(song);
-        const kora_song::StTellKeys tell(*song);
+    return GuardEdit(result, song, "song", [&] {
+        const Time_SongEdit::Song edited = MapsOf(song);
         C_CheckRange(from, to);
         return Time_SongEdit::RepeatTime(edited, Time_Tick(from), Time_Tick(to), count);
     });
@@ -158,9 +161,8 @@ kora_status kora_song_repeat_time(kora_song* song, int64_t from, int64_t to, siz
 kora_status kora_song_move_time(kora_song* song, int64_t from, int64_t to, int64_t position,
                                 kora_edit_result* result)
 {
-    return GuardEdit(result, [&] {
-        const Time_SongEdit::Song edited = SongOf(song);
-        const kora_song::StTellKeys tell(*song);
+    return GuardEdit(result, song, "song", [&] {
+        const Time_SongEdit::Song edited = MapsOf(song);
         C_CheckRange(from, to);
         return Time_SongEdit::MoveTime(edited, Time_Tick(from), Time_Tick(to), C_Tick(position, "position"));
     });

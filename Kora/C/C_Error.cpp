@@ -5,12 +5,14 @@
 #include "Kora/C/C_Handle_p.h"
 #include "Kora/Kora_Version.h"
 #include "Kora/Ndo/Ndo_StDisableRecording.h"
+#include "Kora/SDS/FicInterface/SDS_Error.h"
 #include "Kora/SMF/SMF_Exception.h"
 
 #include <algorithm>
 #include <cstring>
 #include <mutex>
 #include <new>
+#include <utility>
 
 namespace {
 
@@ -59,6 +61,20 @@ void HandleAssert(const char* iText, int iLine)
     if (handler != nullptr) handler(user, iText, iLine);
 }
 
+// Who is on the model, how deep in callbacks, and what was released meanwhile.
+struct Model
+{
+    std::recursive_mutex mMutex;
+    int mDepth = 0;
+    C_Handle* mToEnd = nullptr;
+};
+
+Model& GetModel()
+{
+    static Model& sModel = *new Model; // for handles that go at exit too
+    return sModel;
+}
+
 C_Handle& AnyHandle(void* iHandle)
 {
     C_Handle& handle = C_Out(static_cast<C_Handle*>(iHandle), "handle");
@@ -70,7 +86,8 @@ C_Handle& AnyHandle(void* iHandle)
 // What is wrong with a file's bytes is one thing, what its system refuses another.
 kora_status StatusOf(const Cmn_Exception& iException)
 {
-    if (iException.GetOSError() == Sys_FileSystem::eError_NoMemory) return KORA_NO_MEMORY;
+    const auto error = iException.GetOSError();
+    if (error == Sys_FileSystem::eError_NoMemory || error == eSDSErr_OutOfMemory) return KORA_NO_MEMORY;
     const bool isSystem = iException.GetOSError() != 0 || iException.GetMessageID() == Cmn_eMessage_OSError ||
                           iException.GetMessageID() == Cmn_eMessage_WriteError;
     return isSystem ? KORA_SYSTEM : KORA_BAD_FILE;
@@ -121,24 +138,35 @@ void C_Handle::Release()
 {
     // Acquire: what other threads did with the object before they let it go comes before its end.
     if (mCount.fetch_sub(1, std::memory_order_acq_rel) != 1) return;
-    if (mKind == eKind_History) {
-        const auto lock = C_LockModel();
-        mDelete(this);
-        return;
-    }
-    if (mKind == eKind_Song) {
-        const auto lock = C_LockModel();
-        const Ndo_StDisableRecording disabled; // its maps go without a notice, as they came
-        mDelete(this);
-        return;
-    }
-    mDelete(this);
+    if (mKind != eKind_Song && mKind != eKind_History) return mDelete(this);
+    const C_StModel model;
+    mNextToEnd = std::exchange(GetModel().mToEnd, this);
 }
 
-std::unique_lock<std::recursive_mutex> C_LockModel()
+void C_Handle::EndReleased()
 {
-    static auto& sModel = *new std::recursive_mutex; // for handles that go at exit too
-    return std::unique_lock(sModel);
+    while (C_Handle* const handle = GetModel().mToEnd) {
+        GetModel().mToEnd = handle->mNextToEnd;
+        if (handle->mKind == eKind_History) {
+            handle->mDelete(handle); // and perhaps its song behind it
+        } else {
+            const Ndo_StDisableRecording disabled; // its maps go without a notice, as they came
+            handle->mDelete(handle);
+        }
+    }
+}
+
+C_StModel::C_StModel()
+{
+    GetModel().mMutex.lock();
+    ++GetModel().mDepth;
+}
+
+C_StModel::~C_StModel()
+{
+    if (GetModel().mDepth == 1) C_Handle::EndReleased();
+    --GetModel().mDepth;
+    GetModel().mMutex.unlock();
 }
 
 uint32_t kora_c_version(void) { return KORA_C_VERSION_MAJOR * 65536u + KORA_C_VERSION_MINOR; }

@@ -54,15 +54,23 @@ kora_status C_Guard(Body&& iBody) noexcept
 }
 
 // The application's model: songs that come and go, edits and undo, which the library leaves to one thread. Here each
-// thread with songs of its own becomes that thread for as long as its call lasts. Recursive, for callbacks.
-std::unique_lock<std::recursive_mutex> C_LockModel();
+// thread with songs of its own becomes that thread for as long as its call lasts. It nests, for callbacks; what is
+// released in one ends with the outermost call, which may be at it.
+class [[nodiscard]] C_StModel
+{
+public:
+    C_StModel();
+    ~C_StModel();
+    C_StModel(const C_StModel&) = delete;
+    C_StModel& operator=(const C_StModel&) = delete;
+};
 
 // For a call that is on the model.
 template <class Body>
 kora_status C_GuardModel(Body&& iBody) noexcept
 {
     return C_Guard([&] {
-        const auto lock = C_LockModel();
+        const C_StModel model;
         iBody();
     });
 }

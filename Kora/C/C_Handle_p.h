@@ -2,7 +2,8 @@
 //
 // Every kind derives from it alone, and it has no virtual functions, so that the pointer that C holds is the pointer to
 // this part too, and a mark may be read at whatever a caller takes for a handle.
-// Threads: the count is atomic; whoever takes it to 0 destroys the object.
+// Threads: the count is atomic; whoever takes it to 0 destroys the object, but songs and histories, which end on the
+//          model (C_StModel).
 #pragma once
 
 #include "Kora/C/C_Guard_p.h"
@@ -36,6 +37,8 @@ public:
     EKind GetKind() const { return mKind; }
     void Retain() { mCount.fetch_add(1, std::memory_order_relaxed); }
     void Release();
+    // On the model: ends the songs and the histories whose last reference is gone.
+    static void EndReleased();
 
 protected:
     // iDelete: of the kind.
@@ -50,6 +53,7 @@ private:
     const EKind mKind;
     std::atomic<std::int32_t> mCount{1};
     void (*const mDelete)(C_Handle*);
+    C_Handle* mNextToEnd = nullptr; // of those that were released
 };
 
 template <class T>

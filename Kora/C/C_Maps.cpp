@@ -207,7 +207,7 @@ kora_status kora_key_map_set(kora_key_map* map, const kora_key* key)
     return C_GuardModel([&] {
         kora_key_map& edited = C_Get(map, "map");
         Time_KeySignatureMap& keys = edited.ForEdit();
-        const kora_song::StTellKeys tell(*edited.mSong);
+        const kora_song::StTellBehind tell(*edited.mSong);
         const kora_key& entry = C_Out(key, "key");
         const Time_Tick at = C_Tick(entry.tick, "tick");
         C_Require(at >= edited.mSong->Get().GetStartTick(), "tick is before the song's start", KORA_REFUSED);
@@ -222,7 +222,7 @@ kora_status kora_key_map_remove(kora_key_map* map, int64_t tick)
     return C_GuardModel([&] {
         kora_key_map& edited = C_Get(map, "map");
         Time_KeySignatureMap& keys = edited.ForEdit();
-        const kora_song::StTellKeys tell(*edited.mSong);
+        const kora_song::StTellBehind tell(*edited.mSong);
         long index = 0;
         if (!keys.GetIndexAtTick(Time_Tick(tick), index)) ThrowNotFound();
         keys.remove(index);
@@ -234,7 +234,7 @@ kora_status kora_key_map_clear(kora_key_map* map, int64_t from, int64_t to)
     return C_GuardModel([&] {
         kora_key_map& edited = C_Get(map, "map");
         Time_KeySignatureMap& keys = edited.ForEdit();
-        const kora_song::StTellKeys tell(*edited.mSong);
+        const kora_song::StTellBehind tell(*edited.mSong);
         C_CheckRange(from, to);
         keys.Erase(Time_Tick(from), Time_Tick(to));
     });

@@ -79,6 +79,8 @@ kora_status kora_ruler_new(kora_song* song, const kora_ruler_options* options, k
             C_Require(width >= 0 && width <= cMostPixels, "a text's width is not between 0 and 1000000");
             return width;
         };
+        const C_Ref<kora_song> kept(of); // whatever measure does
+        const kora_song::StCallback callback(of);
         ruler = new kora_ruler(of, asked, C_TimeOf(last), widthOf);
     });
 }
@@ -151,10 +153,13 @@ kora_status kora_ruler_to_time(kora_ruler* ruler, double pixel, uint32_t unit, k
 kora_status kora_ruler_draw(kora_ruler* ruler, double width, kora_ruler_take take, void* user)
 {
     return C_Guard([&] {
-        const kora_ruler& of = C_Get(ruler, "ruler");
+        kora_ruler& of = C_Get(ruler, "ruler");
         C_Require(take != nullptr, "take is null", KORA_NULL_ARGUMENT);
         RequireWidth(width);
-        of.mRuler.Draw(of.mMapper, width, [&](const Time_RulerLine& iLine) {
+        const C_Ref<kora_ruler> kept(of); // whatever take does
+        const kora_song::StCallback callback(*of.mSong);
+        const Time_PixelMapper mapper = of.mMapper;
+        of.mRuler.Draw(mapper, width, [&](const Time_RulerLine& iLine) {
             const kora_ruler_line line{iLine.mPixel, C_TimeOf(iLine.mTime), iLine.mLabel.c_str(),
                                        static_cast<std::uint32_t>(iLine.mLabel.size()),
                                        iLine.mIsMajor ? 1 : 0};

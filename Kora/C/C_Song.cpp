@@ -44,6 +44,7 @@ kora_song::~kora_song()
 
 void kora_song::CheckMayEdit() const
 {
+    CheckNoCallback();
     C_Require(mIsRecorded || !Ndo_gManager.IsRecording(), "another song's history records", KORA_BUSY);
 }
 

@@ -13,6 +13,7 @@
 
 #include <memory>
 #include <string>
+#include <utility>
 
 struct kora_song : C_Handle
 {
@@ -35,30 +36,82 @@ struct kora_song : C_Handle
         keys.SetModified(false);
         Tell(KORA_CHANGED_KEYS);
     }
-    // Says so at the end of a scope.
-    class [[nodiscard]] StTellKeys
+    // Tells of all that changes in a scope once, at its end. Scopes nest. With eAllOrNothing an exception on its way says
+    // that nothing has changed, though maps whose edit began may have said so.
+    class [[nodiscard]] StTellBehind
     {
     public:
-        explicit StTellKeys(kora_song& ioSong)
+        enum EChanges { eAny, eAllOrNothing };
+        explicit StTellBehind(kora_song& ioSong, EChanges iChanges = eAny)
+            : mSong(ioSong)
+            , mIsAllOrNothing(iChanges == eAllOrNothing)
+            , mExceptions(std::uncaught_exceptions())
+            , mBefore(ioSong.mChanges)
+        {
+            ++mSong.mHolds;
+        }
+        ~StTellBehind()
+        {
+            mSong.TellKeys();
+            if (mIsAllOrNothing && std::uncaught_exceptions() > mExceptions) {
+                mSong.mChanges = mBefore;
+                mSong.mHeld = 0;
+            }
+            if (--mSong.mHolds == 0) mSong.CallListener(std::exchange(mSong.mHeld, 0u));
+        }
+        StTellBehind(const StTellBehind&) = delete;
+        StTellBehind& operator=(const StTellBehind&) = delete;
+
+    private:
+        kora_song& mSong;
+        const bool mIsAllOrNothing;
+        const int mExceptions; // on their way already
+        const std::uint64_t mBefore;
+    };
+    // While a callback runs, in which the song is not edited.
+    class [[nodiscard]] StCallback
+    {
+    public:
+        explicit StCallback(kora_song& ioSong)
             : mSong(ioSong)
         {
+            ++mSong.mCallbacks;
         }
-        ~StTellKeys() { mSong.TellKeys(); }
-        StTellKeys(const StTellKeys&) = delete;
-        StTellKeys& operator=(const StTellKeys&) = delete;
+        ~StCallback() { --mSong.mCallbacks; }
+        StCallback(const StCallback&) = delete;
+        StCallback& operator=(const StCallback&) = delete;
 
     private:
         kora_song& mSong;
     };
+    // Throws within a callback.
+    void CheckNoCallback() const
+    {
+        C_Require(mCallbacks == 0, "the song is not edited within a callback of its own", KORA_BUSY);
+    }
 
-    bool mIsRecorded = false; // by its history
+    // Goes on with every change, whoever makes it.
+    std::uint64_t GetChanges() const { return mChanges; }
+
+    bool mIsRecorded = false; // by a history of its own
 
 private:
     void TempiChanged(const Mdl_SimpleValMessage_ValChanged&) { Tell(KORA_CHANGED_TEMPI); }
     void MetersChanged(const Mdl_SimpleValMessage_ValChanged&) { Tell(KORA_CHANGED_METERS); }
     void Tell(std::uint32_t iWhat)
     {
-        if (mListener != nullptr) mListener(mUser, this, iWhat);
+        if (iWhat != 0) ++mChanges;
+        if (mHolds > 0) {
+            mHeld |= iWhat;
+        } else {
+            CallListener(iWhat);
+        }
+    }
+    void CallListener(std::uint32_t iWhat)
+    {
+        if (mListener == nullptr || iWhat == 0) return;
+        const StCallback callback(*this);
+        mListener(mUser, this, iWhat);
     }
 
     using Tempi = Cnn_Receiver<kora_song, Mdl_SimpleValMessage, &kora_song::TempiChanged>;
@@ -67,6 +120,10 @@ private:
     Kora_Song mSong{Ndo_Object::kUndoable};
     kora_song_listener mListener = nullptr;
     void* mUser = nullptr;
+    std::uint64_t mChanges = 0;
+    int mHolds = 0;          // scopes that tell behind …
+    std::uint32_t mHeld = 0; // … and what
+    int mCallbacks = 0;      // that run
     Tempi mTempiReceiver{*this};
     Meters mMetersReceiver{*this};
 };
@@ -116,7 +173,7 @@ kora_song* C_MakeSong(const Fill& iFill)
     {
         void operator()(kora_song* iSong) const { iSong->Release(); }
     };
-    const auto lock = C_LockModel();
+    const C_StModel model;
     const Ndo_StDisableRecording disabled;
     std::unique_ptr<kora_song, Discard> song(new kora_song);
     iFill(song->Get());

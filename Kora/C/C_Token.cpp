@@ -296,6 +296,7 @@ kora_status kora_receiver_process(kora_receiver* receiver, int32_t milliseconds,
     return C_Guard([&] {
         kora_receiver& of = C_Get(receiver, "receiver");
         C_Require(milliseconds >= 0, "milliseconds is below 0");
+        const C_Ref<kora_receiver> kept(of); // whatever a handler does
         const std::size_t count = of.Process(milliseconds);
         if (handled != nullptr) *handled = count;
     });

@@ -35,8 +35,8 @@ extern "C" {
 /* A document that is read, or one that is written. */
 typedef struct kora_document kora_document;
 
-/* To read. What kora_document_create writes takes the place of the file meanwhile, and the old one is read on; Windows
- * before 10 keeps a file that is open, and the new one is refused. */
+/* To read. What kora_document_create writes takes the place of the file meanwhile, and the old one is read on; where a
+ * file that is open cannot be replaced, as in Windows before 10, that is KORA_SYSTEM. */
 KORA_API kora_status kora_document_open(const char* path, kora_document** out);
 /* The same of a document's bytes, which are copied. */
 KORA_API kora_status kora_document_read_bytes(const void* bytes, size_t size, kora_document** out);
@@ -84,10 +84,11 @@ enum {
     KORA_FLOAT64 = 6
 };
 
-/* count values of one kind, side by side. */
+/* count values of one kind, side by side. Where the system refuses to take them all, the document stays incomplete:
+ * whatever else is written into it is KORA_REFUSED, and so is kora_document_commit. */
 KORA_API kora_status kora_document_write(kora_document* document, int32_t kind, const void* values,
                                          size_t count);
-/* The length and the bytes. */
+/* The length and the bytes; what the system refuses is as in kora_document_write. */
 KORA_API kora_status kora_document_write_text(kora_document* document, const char* text);
 
 /* ---- Reading ---------------------------------------------------------------------------------------------------- */

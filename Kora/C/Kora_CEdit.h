@@ -92,9 +92,10 @@ KORA_API kora_status kora_history_count(kora_history* history, size_t* steps, si
  * buffer is KORA_TOO_SMALL, and *size, which may not be null, is what is needed less the zero. */
 KORA_API kora_status kora_history_step_name(kora_history* history, size_t step, char* buffer, size_t capacity,
                                             size_t* size);
-/* The song as it is at this position is on the disk now. */
+/* The song as it is at this position is on the disk now. KORA_BUSY while a step of this song is open. */
 KORA_API kora_status kora_history_mark_saved(kora_history* history);
-/* 1 where the song is as it was when it was marked, by undo or redo too; else 0. */
+/* 1 where the song is as it was when it was marked, by undo or redo too; else 0. After an edit outside of this history's
+ * steps it is 0 until it is marked again. */
 KORA_API kora_status kora_history_is_saved(kora_history* history, int32_t* out);
 
 #ifdef __cplusplus

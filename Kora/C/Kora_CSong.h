@@ -66,10 +66,10 @@ KORA_API kora_status kora_song_get_info(kora_song* song, kora_song_info* out);
 
 /* Bits of what a listener is told. */
 enum { KORA_CHANGED_TEMPI = 1, KORA_CHANGED_METERS = 2, KORA_CHANGED_KEYS = 4 };
-/* what is the KORA_CHANGED bits joined; the song may be asked, and is not edited. */
+/* what is the KORA_CHANGED bits joined; the song may be asked, and its edits and its history are KORA_BUSY. */
 typedef void (*kora_song_listener)(void* user, kora_song* song, uint32_t what);
-/* Told behind every edit of the song's tempi, meters or keys, undo and redo included, on the thread that edits. One a
- * song; null ends it. */
+/* Told once behind every edit of the song's tempi, meters or keys, undo and redo included, on the thread that edits,
+ * when the song and its history are what they will be. One a song; null ends it. */
 KORA_API kora_status kora_song_set_listener(kora_song* song, kora_song_listener listener, void* user);
 
 /* ---- The three maps --------------------------------------------------------------------------------------------- */
@@ -134,7 +134,8 @@ KORA_API kora_status kora_from_bars(kora_song* song, kora_bar_position position,
 /* count counts (int64_t) of one unit to another, each with the result of the single call. A stride is the
  * distance from one element to the next in bytes, either way; of an output it is at least one element. out may be in
  * itself, and then it is as it was when a count outside the limits is refused; any other out may have got results of
- * those before. Two contiguous columns may overlap; others, where they are not the same, may not. */
+ * those before. The two may overlap in any way; those that are neither contiguous nor parts of the same records are copied
+ * then, which takes memory. */
 KORA_API kora_status kora_convert_all(kora_song* song, uint32_t from_unit, const void* in,
                                       ptrdiff_t in_stride, uint32_t to_unit, void* out, ptrdiff_t out_stride,
                                       size_t count);

@@ -63,7 +63,7 @@ typedef struct kora_token
     uint32_t reserved; /* written as 0 */
 } kora_token;
 typedef char kora_check_token[offsetof(kora_token, reserved) == 12 + sizeof(void*) ? 1 : -1];
-/* Runs in kora_receiver_process; it may send, and releases nothing. */
+/* Runs in kora_receiver_process; it may send, and release its listener: it is not called again then. */
 typedef void (*kora_token_handler)(void* user, const kora_token* token);
 
 /* A place where tokens wait until a thread handles them. */

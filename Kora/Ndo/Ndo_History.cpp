@@ -153,6 +153,7 @@ void Ndo_History::Restore(bool iBack)
 void Ndo_History::RestoreRecorded(Step& ioStep, bool iBack)
 {
     const StBusy busy(*this);
+    const Ndo_Operation::Size before = ioStep.mOperation->GetSize();
     Ndo_StOperationRecorder recorder; // out of memory here leaves the step as it was
     try {
         ioStep.mOperation->Restore();
@@ -163,7 +164,8 @@ void Ndo_History::RestoreRecorded(Step& ioStep, bool iBack)
         } catch (...) {
             isDocumentKnown = false;
         }
-        DropFailed(iBack, isDocumentKnown);
+        const bool isUsedUp = !(ioStep.mOperation->GetSize() == before);
+        if (!isDocumentKnown || isUsedUp) DropFailed(iBack, isDocumentKnown);
         throw;
     }
     ioStep.mOperation = recorder.OperationComplete();

@@ -69,6 +69,17 @@ public:
     // What the states and actions say that they keep.
     [[nodiscard]] std::size_t GetByteCount() const;
     bool IsRestoring() const { return mRestoring != nullptr; }
+    // How much it holds, and of what. One that holds as much after a Restore that threw as before it was not used
+    // up: it may be restored again once the document is what it was.
+    struct Size
+    {
+        std::size_t mModified, mDeleted, mActions;
+        bool operator==(const Size&) const = default;
+    };
+    [[nodiscard]] Size GetSize() const
+    {
+        return {mModifiedStates.size(), mDeletedStates.size(), mActions.size()};
+    }
     // One line for each object and one for the number of actions.
     [[nodiscard]] std::string Dump() const;
 

@@ -29,6 +29,8 @@ public:
 
     // Ends the recording and gives the operation away. Called again, asserts "mOpP != 0" and gives null.
     std::unique_ptr<Ndo_Operation> OperationComplete();
+    // Takes back what OperationComplete gave away just now, because nobody could keep it: the recording goes on.
+    void Resume(std::unique_ptr<Ndo_Operation> iOperation);
 
 private:
     std::unique_ptr<Ndo_Operation> mOpP;

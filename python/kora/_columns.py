@@ -175,9 +175,11 @@ def nearest(value: float) -> int:
 def scaled(values: Any, factor: float) -> Any:
     """Floating values times a factor as counts, to the nearest; halves go upwards."""
     if numpy is not None and isinstance(values, numpy.ndarray):
-        if not numpy.isfinite(values).all():
-            raise ValueError("a time is not finite")
-        exact = values * factor
+        # At least as wide as a float: a narrow one has no bits for the product.
+        wide = values.astype(numpy.result_type(values.dtype, numpy.float64), copy=False)
+        exact = wide * factor
+        if not (abs(exact) < 1 << 62).all():  # nor not a number
+            raise ValueError("a time is not finite, or out of limits")
         whole = numpy.floor(exact)
         return (whole + (exact - whole >= 0.5)).astype(numpy.int64)
     try:

@@ -115,15 +115,21 @@ def _floats(song: "Song", counts: Any, unit: str, out: Any) -> Any:
     floats = [(count - start) / each for count in counts]
     if out is None:
         return array.array("d", floats)
+    if len(out) != len(floats):  # which would make it longer, or shorter
+        raise ValueError(f"out has {len(out)} elements, the values have {len(floats)}")
     out[:] = array.array("d", floats) if isinstance(out, (array.array, memoryview)) else floats
     return out
 
 
 def column(song: "Song", values: Any, from_unit: str, to_unit: str, out: Optional[Any]) -> Any:
     """Many values at once; gives out, or fresh memory of the kind that values are of."""
-    source_code, target_code = code_of(from_unit), code_of(to_unit)
-    if 2 in (source_code, target_code):
-        song._use_session()
+    codes = code_of(from_unit), code_of(to_unit)
+    with song._use_session(2 in codes):
+        return _column(song, values, from_unit, to_unit, codes, out)
+
+
+def _column(song: "Song", values: Any, from_unit: str, to_unit: str, codes: tuple[int, int], out: Any) -> Any:
+    source_code, target_code = codes
     listed = not is_array(values) and out is None
     if from_unit == "bars":
         source: Any = pack_bars(values)

@@ -8,9 +8,10 @@ from typing import TYPE_CHECKING, Any, Callable, FrozenSet, Iterator, List, Opti
 
 from kora._columns import nearest
 from kora._handles import Handles, log
-from kora._library import LISTENER, ResultStruct, lib
-from kora.errors import BusyError, check_edit
+from kora._library import LISTENER, ResultStruct, callback, lib, raise_first
+from kora.errors import BUSY, BusyError, check_edit
 from kora.units import TICKS_PER_QUARTER, Bars, Position, Samples, Ticks
+from kora.writing import whole
 
 if TYPE_CHECKING:
     from kora.maps import Keys
@@ -56,6 +57,7 @@ class Edits:
         self._history = self._handles.make(lib.kora_history_new, self._handle)
         self._recording = False
         self._changes = [0]
+        self._failed: List[BaseException] = []  # of what the library called
         self._listeners: List[Listener] = []
         self._tell: Any = None
 
@@ -79,20 +81,23 @@ class Edits:
         title = name.encode()
         if b"\0" in title:
             raise ValueError("a step's name has no zero character")
+        number = whole(merge, "merge", 64)
         if self._recording:
             raise BusyError("a step is open already; single edits within it join it", 11)
         self._handles.check(lib.kora_history_begin(self._history))
         self._recording = True
         try:
             yield
+            self._handles.check(lib.kora_history_end(self._history, title, number))
         except BaseException:
             self._recording = False
             if not self._handles.closed:
-                self._handles.check(lib.kora_history_cancel(self._history))
+                status = lib.kora_history_cancel(self._history)
+                if status != BUSY:  # as when it is interrupted behind its end
+                    self._handles.check(status)
                 self._notify()
             raise
         self._recording = False
-        self._handles.check(lib.kora_history_end(self._history, title, merge))
         self._notify()
 
     @contextlib.contextmanager
@@ -156,7 +161,7 @@ class Edits:
             def note(_user: Any, _song: Any, what: int) -> None:
                 changed[0] |= what
 
-            self._tell = LISTENER(note)
+            self._tell = callback(LISTENER, note, self._failed)
             self._handles.keep(self._tell)
             self._handles.check(lib.kora_song_set_listener(self._handle, self._tell, None))
         self._listeners.append(listener)
@@ -168,6 +173,7 @@ class Edits:
         return end
 
     def _notify(self) -> None:
+        raise_first(self._failed)
         flags, self._changes[0] = self._changes[0], 0
         if not flags:
             return
@@ -196,7 +202,7 @@ class Edits:
             self._tempi,
             self._tick(position),
             _finite(bpm, "bpm"),
-            beat.count,
+            self._length(beat),
         )
 
     def ramp(

@@ -6,7 +6,7 @@ import logging
 import weakref
 from typing import Any, Optional
 
-from kora._library import ASSERT_HANDLER, lib
+from kora._library import ASSERT_HANDLER, in_turn_or_later, lib, turns
 from kora.errors import ClosedError, Error, check, last_error
 
 log = logging.getLogger("kora")
@@ -85,10 +85,15 @@ class Handles:
 
     def close(self) -> None:
         """Releases all; once more does nothing."""
-        self._release()
+        with turns:
+            self._release()
 
 
 def _release_all(held: list[ctypes.c_void_p], kept: list[Any]) -> None:
+    in_turn_or_later(lambda: _release_now(held, kept))
+
+
+def _release_now(held: list[ctypes.c_void_p], kept: list[Any]) -> None:
     for handle in reversed(held):
         lib.kora_release(handle)
         handle.value = None

@@ -4,14 +4,18 @@ The library is taken from the environment variable KORA_LIBRARY (its path), then
 folder (a wheel carries it there), then from where the system keeps libraries. A library whose C interface is
 of another version is refused.
 
-Threads: every call holds the interpreter's lock, so that no two are in the library at once.
+Threads: every call holds the interpreter's lock. One that calls back into Python lets go of it meanwhile, and one
+that edits has the library's own lock all the time: whoever else would wait for that, holding the interpreter's,
+would wait for ever. So these take turns, by a lock that is waited for without the interpreter's.
 """
 from __future__ import annotations
 
+import collections
 import ctypes
 import ctypes.util
 import os
 import sys
+import threading
 from ctypes import (
     CFUNCTYPE,
     POINTER,
@@ -27,7 +31,7 @@ from ctypes import (
     c_void_p,
 )
 from pathlib import Path
-from typing import Any, Optional
+from typing import Any, Callable, Deque, List, Optional
 
 from kora._version import __version__
 
@@ -143,6 +147,31 @@ FAULT_HANDLER = CFUNCTYPE(None, c_void_p, c_int64, c_char_p)
 RULER_TAKE = CFUNCTYPE(None, c_void_p, POINTER(RulerLineStruct))
 ASSERT_HANDLER = CFUNCTYPE(None, c_void_p, c_char_p, c_int32)
 LISTENER = CFUNCTYPE(None, c_void_p, c_void_p, c_uint32)
+
+
+def callback(kind: Any, body: Callable[..., Any], failed: List[BaseException], default: Any = None) -> Any:
+    """What the library calls. None of what it raises may pass through the library: the caller raises it behind."""
+
+    def call(*arguments: Any) -> Any:
+        try:
+            return body(*arguments)
+        except BaseException as error:
+            failed.append(error)
+            return default
+
+    return kind(call)
+
+
+def raise_first(failed: List[BaseException]) -> None:
+    """Raises what a callback had to keep, if it did."""
+    if failed:
+        error = failed[0]
+        failed.clear()
+        try:
+            raise error
+        finally:
+            del error  # whose trace has this frame, in a circle
+
 
 _TIME_OUT = POINTER(TimeStruct)
 _BAR_OUT = POINTER(BarStruct)
@@ -265,6 +294,64 @@ CALLS: dict[str, list[Any]] = {
 }
 
 
+# Held by a thread that edits or is called back, and by one that set the process's rate for its next call.
+turns = threading.RLock()
+# The calls that take turns: those on the model, and those that call back.
+_IN_TURN = (
+    "kora_release",
+    "kora_set_session",
+    "kora_song_new",
+    "kora_song_open",
+    "kora_song_read_bytes",
+    "kora_song_read_document",
+    "kora_song_insert_time",
+    "kora_song_delete_time",
+    "kora_song_repeat_time",
+    "kora_song_move_time",
+    "kora_history_",
+    "kora_ruler_new",
+    "kora_ruler_draw",
+    *(f"kora_{kind}_map_{edit}" for kind in ("tempo", "meter", "key") for edit in ("set", "remove", "clear")),
+    *(f"kora_tempo_map_{edit}" for edit in ("ramp", "scale", "offset", "fit", "lock", "unlock")),
+)
+
+
+# What the collector found while another thread had the turn. It runs anywhere, with anyone's locks, and never waits.
+_left: Deque[Callable[[], None]] = collections.deque()
+
+
+def _do_what_is_left() -> None:
+    while _left and turns.acquire(blocking=False):
+        try:
+            _left.popleft()()
+        except IndexError:
+            return
+        finally:
+            turns.release()
+
+
+def in_turn_or_later(work: Callable[[], None]) -> None:
+    """Has it done now, or by the thread whose turn it is."""
+    _left.append(work)
+    _do_what_is_left()
+
+
+def _in_turn(call: Any) -> Any:
+    def take_turn(*arguments: Any) -> Any:
+        try:
+            with turns:
+                return call(*arguments)
+        finally:
+            if _left:
+                _do_what_is_left()
+
+    return take_turn
+
+
+if hasattr(os, "register_at_fork"):  # no edit is half done in a child
+    os.register_at_fork(before=turns.acquire, after_in_parent=turns.release, after_in_child=turns.release)
+
+
 class Bound:
     """The library's calls as attributes, each bound once: `lib.kora_convert(...)`."""
 
@@ -279,7 +366,7 @@ class Bound:
                 raise ImportError(f"{path} has no {name}, which this package needs") from None
             call.argtypes = arguments
             call.restype = c_int32
-            setattr(self, name, call)
+            setattr(self, name, _in_turn(call) if name.startswith(_IN_TURN) else call)
 
     def __getattr__(self, name: str) -> Any:
         raise AttributeError(f"{self.path} has no {name}")

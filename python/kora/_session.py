@@ -1,13 +1,13 @@
 """The process's sample rate and timecode format, which the library counts frames against.
 
-Each song has its own rate and format. They are made the process's before a call that asks for frames, so that
-songs of different rates stand beside one another.
+Each song has its own rate and format. They are made the process's for a call that asks for frames, so that
+songs of different rates stand beside one another, those of other threads too.
 """
 from __future__ import annotations
 
 from typing import Optional, Tuple
 
-from kora._library import lib
+from kora._library import lib, turns
 from kora.errors import check
 
 TIMECODES = {
@@ -38,9 +38,40 @@ def wanted(rate: float, timecode: str) -> Session:
     return float(rate), TIMECODES[timecode]
 
 
-def use(session: Session) -> None:
-    """Makes this the process's."""
+def _set(session: Optional[Session]) -> None:
     global _current
-    if session != _current:
+    if session is not None and session != _current:
         check(lib.kora_set_session(*session))
         _current = session
+
+
+class use:
+    """Makes this the process's for the calls within; other threads wait.
+
+    Whoever is called back within, and uses another, comes back to this one.
+    """
+
+    __slots__ = ("_session", "_before")
+    _depth = 0  # of those that are open, one inside another
+
+    def __init__(self, session: Session) -> None:
+        self._session = session
+        self._before: Optional[Session] = None
+
+    def __enter__(self) -> None:
+        turns.acquire()
+        try:
+            self._before = _current
+            _set(self._session)
+            use._depth += 1
+        except BaseException:
+            turns.release()
+            raise
+
+    def __exit__(self, *_: object) -> None:
+        try:
+            use._depth -= 1
+            if use._depth > 0:
+                _set(self._before)
+        finally:
+            turns.release()

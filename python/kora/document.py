@@ -25,6 +25,7 @@ import ctypes
 from types import TracebackType
 from typing import (
     Any,
+    Dict,
     Iterator,
     List,
     Literal,
@@ -79,22 +80,9 @@ class Contents(Mapping[Key, Entry]):
     """The table of contents: an `Entry` for each key, in the keys' order. A key of one step may be a number."""
 
     def __init__(self, document: "Document") -> None:
+        # It holds the document, which therefore holds no more of it than the places.
         self._document = document
-        count = ctypes.c_size_t()
-        document._check(lib.kora_document_key_count(document._handle, count))
-        self._places = {}
-        for index in range(count.value):
-            key, items = self._key(index)
-            self._places[key] = (index, items)
-
-    def _key(self, index: int) -> Tuple[Key, int]:
-        steps, depth, items = (StepStruct * _MOST_STEPS)(), ctypes.c_size_t(), ctypes.c_int32()
-        handle = self._document._handle
-        self._document._check(
-            lib.kora_document_get_key(handle, index, steps, _MOST_STEPS, depth, ctypes.byref(items))
-        )
-        way = [(step.type, step.item) for step in steps[: depth.value]]
-        return tuple(kind if item == _NO_ITEM else (kind, item) for kind, item in way), items.value
+        self._places = document._known_places()
 
     def _description(self, index: int, item: int) -> str:
         document = self._document
@@ -241,7 +229,8 @@ class Stream(_Source):
         self._document = document
         self.key = key
         self.version = version
-        self._items: Optional["Items"] = None
+        self._count: Optional[int] = None  # of the items, once they were asked for
+        self._turn = 0  # goes on with each item that is gone to; items hold the stream, and it none of them
 
     @property
     def type(self) -> int:
@@ -257,7 +246,7 @@ class Stream(_Source):
 
     def _ready(self) -> None:
         self._innermost()
-        if self._items is not None:
+        if self._count is not None:
             raise RefusedError("what is in a list is read from its items", REFUSED)
 
     def _innermost(self) -> None:
@@ -268,12 +257,12 @@ class Stream(_Source):
 
     def items(self) -> "Items":
         """The items of a list; asked for before anything else is read of it."""
-        if self._items is None:
+        if self._count is None:
             self._innermost()
             count = ctypes.c_int32()
             self._document._check(lib.kora_document_enter_list(self._document._handle, count))
-            self._items = Items(self, count.value)
-        return self._items
+            self._count = count.value
+        return Items(self, self._count)
 
 
 class Items:
@@ -282,7 +271,6 @@ class Items:
     def __init__(self, stream: Stream, count: int) -> None:
         self._stream = stream
         self._count = count
-        self._current: Optional["Item"] = None
 
     def __len__(self) -> int:
         return self._count
@@ -296,8 +284,8 @@ class Items:
             self._go_to(place + 1)
             behind = self._stream._document._bytes_left()
         self._go_to(place)
-        self._current = Item(self._stream, place, behind)
-        return self._current
+        self._stream._turn += 1
+        return Item(self._stream, place, behind)
 
     def _go_to(self, item: int) -> None:
         self._stream._innermost()
@@ -319,6 +307,7 @@ class Item(_Source):
         self._document = stream._document
         self._stream = stream
         self._behind = behind
+        self._turn = stream._turn
         self.index = index
 
     @property
@@ -334,7 +323,7 @@ class Item(_Source):
 
     def _ready(self) -> None:
         self._stream._innermost()
-        if self._stream.items()._current is not self:
+        if self._stream._turn != self._turn:
             raise RefusedError("another item of the list is read now", REFUSED)
 
     def _bytes_behind(self) -> int:
@@ -348,7 +337,7 @@ class Document:
         self._handles = Handles("document")
         self._handle = self._handles.make(make, *arguments)
         self._open: List[Stream] = []  # innermost last
-        self._contents: Optional[Contents] = None
+        self._places: Optional[Dict[Key, Tuple[int, int]]] = None  # indices and items by key
 
     @staticmethod
     def create(path: Optional[PathLike] = None) -> DocumentWriter:
@@ -406,9 +395,26 @@ class Document:
     @property
     def contents(self) -> Contents:
         """The table of contents, a mapping from keys to entries."""
-        if self._contents is None:
-            self._contents = Contents(self)
-        return self._contents
+        return Contents(self)
+
+    def _known_places(self) -> Dict[Key, Tuple[int, int]]:
+        if self._places is None:
+            count = ctypes.c_size_t()
+            self._check(lib.kora_document_key_count(self._handle, count))
+            places = {}
+            for index in range(count.value):
+                key, items = self._key(index)
+                places[key] = (index, items)
+            self._places = places
+        return self._places
+
+    def _key(self, index: int) -> Tuple[Key, int]:
+        steps, depth, items = (StepStruct * _MOST_STEPS)(), ctypes.c_size_t(), ctypes.c_int32()
+        self._check(
+            lib.kora_document_get_key(self._handle, index, steps, _MOST_STEPS, depth, ctypes.byref(items))
+        )
+        way = [(step.type, step.item) for step in steps[: depth.value]]
+        return tuple(kind if item == _NO_ITEM else (kind, item) for kind, item in way), items.value
 
     def enter(self, *key: Step) -> contextlib.AbstractContextManager[Stream]:
         """Opens the stream of a key: `with document.enter((100, 0), 101) as take:`. One that is not there is a KeyError.

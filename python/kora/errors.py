@@ -126,6 +126,7 @@ NOT_FOUND = 5
 TOO_SMALL = 6
 REFUSED = 7
 BAD_FILE = 8
+BUSY = 11
 
 
 def last_error(status: int) -> Error:
@@ -153,4 +154,7 @@ def check_edit(status: int, result: ResultStruct) -> None:
         error.reason = _REASONS[result.reason] if 0 <= result.reason < len(_REASONS) else None
         has_nearest = error.reason not in _WITHOUT_NEAREST and not math.isnan(result.nearest)
         error.nearest = float(result.nearest) if has_nearest else None
-    raise error
+    try:
+        raise error
+    finally:
+        del error  # whose trace has this frame, and with it the song, in a circle

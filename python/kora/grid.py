@@ -17,9 +17,19 @@ import ctypes
 from typing import TYPE_CHECKING, Any, Callable, Iterator, List, NamedTuple, Optional
 
 from kora._handles import Handles
-from kora._library import MEASURE, RULER_TAKE, GridLineStruct, RulerOptionsStruct, TimeStruct, lib
+from kora._library import (
+    MEASURE,
+    RULER_TAKE,
+    GridLineStruct,
+    RulerOptionsStruct,
+    TimeStruct,
+    callback,
+    lib,
+    raise_first,
+)
 from kora.errors import TOO_SMALL, ClosedError
 from kora.units import BY_UNIT, Bars, Position, Samples, Ticks, Time
+from kora.writing import whole
 
 try:
     import numpy
@@ -71,22 +81,22 @@ class _OfSong:
 
     def __init__(self, song: "Song", call: Any, *arguments: Any) -> None:
         self._song = song
-        song._use_session()
         self._handles = Handles()
         if song.closed:
             raise ClosedError("the song is closed")
-        self._handle = self._handles.make(call, song._handle, *arguments)
+        with song._use_session():
+            self._handle = self._handles.make(call, song._handle, *arguments)
 
     def _check(self, status: int) -> None:
         if status:
             raise self._handles.error(status)
 
-    def _asked(self) -> ctypes.c_void_p:
-        """The handle, ready for a call."""
+    def _ask(self, call: Any, *arguments: Any) -> int:
+        """The status of a call of the handle."""
         if self._song.closed:
             raise ClosedError("the song is closed")
-        self._song._use_session()
-        return self._handle
+        with self._song._use_session():
+            return int(call(self._handle, *arguments))
 
     def _at(self, position: Any) -> TimeStruct:
         time = self._song._typed(position)
@@ -114,7 +124,7 @@ class Grid(_OfSong):
         if search not in SEARCHES:
             raise ValueError(f"search {search!r} is none of {', '.join(SEARCHES)}")
         line = GridLineStruct()
-        self._check(lib.kora_grid_find(self._asked(), self._at(position), SEARCHES[search], line))
+        self._check(self._ask(lib.kora_grid_find, self._at(position), SEARCHES[search], line))
         return self._line(line)
 
     def _pieces(self, start: Optional[Position], end: Optional[Position]) -> Iterator[Any]:
@@ -124,7 +134,7 @@ class Grid(_OfSong):
         count = ctypes.c_size_t()
         while True:
             lines = (GridLineStruct * _PIECE)()
-            status = lib.kora_grid_lines(self._asked(), first, last, lines, _PIECE, count)
+            status = self._ask(lib.kora_grid_lines, first, last, lines, _PIECE, count)
             if status not in (0, TOO_SMALL):
                 self._check(status)
             yield lines, count.value
@@ -187,44 +197,41 @@ class Ruler(_OfSong):
 
         def width(_user: Any, text: Optional[bytes], _size: int) -> float:
             words = (text or b"").decode()
-            try:
-                return 7.2 * len(words) if measure is None else float(measure(words))
-            except BaseException as error:  # raised below: none may pass through the library
-                failed.append(error)
-                return 0.0
+            return 7.2 * len(words) if measure is None else float(measure(words))
 
         options = RulerOptionsStruct(ctypes.sizeof(RulerOptionsStruct), form, film, AXES[axis], 0, 0, 0)
         time = song._typed(last)
         latest = TimeStruct(time.count, time.code)
-        super().__init__(song, lib.kora_ruler_new, options, latest, MEASURE(width), None)
-        if failed:
-            raise failed[0]
+        super().__init__(
+            song, lib.kora_ruler_new, options, latest, callback(MEASURE, width, failed, 0.0), None
+        )
+        raise_first(failed)
 
     def show(self, start: Position, end: Position, width: float) -> "Ruler":
         """Makes [start, end) as wide as so many pixels."""
-        self._check(lib.kora_ruler_show(self._asked(), self._at(start), self._at(end), width))
+        self._check(self._ask(lib.kora_ruler_show, self._at(start), self._at(end), width))
         return self
 
     def set_units_per_pixel(self, units: float) -> None:
         """Ticks a pixel on the axis "bars", samples on "time"; the time at pixel 0 stays."""
-        self._check(lib.kora_ruler_set_units_per_pixel(self._asked(), units))
+        self._check(self._ask(lib.kora_ruler_set_units_per_pixel, units))
 
     def zoom(self, pixel: float, factor: float) -> None:
         """Wider by a factor, narrower below 1; what is at the pixel stays there."""
-        self._check(lib.kora_ruler_zoom(self._asked(), pixel, factor))
+        self._check(self._ask(lib.kora_ruler_zoom, pixel, factor))
 
     def scroll_to(self, position: Position, pixel: float = 0) -> None:
         """Brings a position to a pixel."""
-        self._check(lib.kora_ruler_scroll_to(self._asked(), self._at(position), pixel))
+        self._check(self._ask(lib.kora_ruler_scroll_to, self._at(position), pixel))
 
     def scroll_by(self, pixels: int) -> None:
         """The picture moves to the left by so many pixels, to the right where they are negative."""
-        self._check(lib.kora_ruler_scroll_by(self._asked(), pixels))
+        self._check(self._ask(lib.kora_ruler_scroll_by, whole(pixels, "pixels", 64)))
 
     def to_pixel(self, position: Position) -> float:
         """Where a position is."""
         out = ctypes.c_double()
-        self._check(lib.kora_ruler_to_pixel(self._asked(), self._at(position), out))
+        self._check(self._ask(lib.kora_ruler_to_pixel, self._at(position), out))
         return out.value
 
     def to_time(self, pixel: float, unit: str = "ticks") -> Time:
@@ -232,12 +239,13 @@ class Ruler(_OfSong):
         if unit not in BY_UNIT:
             raise ValueError(f"unit {unit!r} is none of {', '.join(BY_UNIT)}")
         out = TimeStruct()
-        self._check(lib.kora_ruler_to_time(self._asked(), pixel, BY_UNIT[unit].code, out))
+        self._check(self._ask(lib.kora_ruler_to_time, pixel, BY_UNIT[unit].code, out))
         return BY_UNIT[unit](out.count)
 
     def draw(self, width: float) -> List[RulerLine]:
         """The lines of the pixels [0, width), and those before whose label reaches in, in order."""
         lines: List[RulerLine] = []
+        failed: List[BaseException] = []
         kinds = (Samples, Ticks)
 
         def take(_user: Any, pointer: Any) -> None:
@@ -247,5 +255,6 @@ class Ruler(_OfSong):
                 RulerLine(line.pixel, kinds[line.time.unit](line.time.count), label, bool(line.is_major))
             )
 
-        self._check(lib.kora_ruler_draw(self._asked(), width, RULER_TAKE(take), None))
+        self._check(self._ask(lib.kora_ruler_draw, width, callback(RULER_TAKE, take, failed), None))
+        raise_first(failed)
         return lines

@@ -16,7 +16,7 @@ import ctypes
 from typing import Any, List, NamedTuple, Optional
 
 from kora._files import PathLike, existing, path_bytes
-from kora._library import FAULT_HANDLER, lib
+from kora._library import FAULT_HANDLER, callback, lib, raise_first
 from kora.errors import check as check_status
 
 __all__ = ["Fault", "Repaired", "check", "repair"]
@@ -36,17 +36,19 @@ class Repaired(NamedTuple):
     lost: List[Fault]
 
 
-def _teller(faults: List[Fault]) -> Any:
+def _teller(faults: List[Fault], failed: List[BaseException]) -> Any:
     def tell(_user: Any, offset: int, text: Optional[bytes]) -> None:
         faults.append(Fault(offset, (text or b"").decode("utf-8", "replace")))
 
-    return FAULT_HANDLER(tell)
+    return callback(FAULT_HANDLER, tell, failed)
 
 
 def check(path: PathLike) -> List[Fault]:
     """Everything that is wrong in a document, in the order of the file; nothing where it is whole."""
     faults: List[Fault] = []
-    check_status(lib.kora_document_check(existing(path), _teller(faults), None, None))
+    failed: List[BaseException] = []
+    check_status(lib.kora_document_check(existing(path), _teller(faults, failed), None, None))
+    raise_first(failed)
     return faults
 
 
@@ -58,5 +60,7 @@ def repair(source: PathLike, target: PathLike) -> Repaired:
     lost: List[Fault] = []
     count = ctypes.c_size_t()
     call = lib.kora_document_repair
-    check_status(call(existing(source), path_bytes(target), _teller(lost), None, count))
+    failed: List[BaseException] = []
+    check_status(call(existing(source), path_bytes(target), _teller(lost, failed), None, count))
+    raise_first(failed)
     return Repaired(count.value, lost)

@@ -9,11 +9,13 @@ Samples(192000)
 >>> song.text("3|1", "timecode")
 '00:00:04:00'
 
-Threads: a song is used by one thread at a time, and one thread at a time edits and undoes in the whole
-process. Calls hold the interpreter's lock, so that breaking this gives wrong answers but no broken memory.
+Threads: a song is used by one thread at a time. Songs of different threads do not disturb one another, but that
+edits are a BusyError while another song's step is open. Calls hold the interpreter's lock, so that breaking this gives
+wrong answers but no broken memory.
 """
 from __future__ import annotations
 
+import contextlib
 import ctypes
 import os
 from numbers import Real
@@ -31,7 +33,7 @@ from kora.grid import Grid, Ruler, clock_grid
 from kora.maps import Keys, Meters, Tempos
 from kora.plot import Plot
 from kora.units import BY_UNIT, Bars, Frames, Position, Samples, Ticks, Time
-from kora.writing import DocumentWriter
+from kora.writing import DocumentWriter, whole
 
 __all__ = ["FORMS", "Info", "Song", "open", "read"]
 
@@ -53,6 +55,7 @@ _BY_CODE = (BY_UNIT["samples"], BY_UNIT["ticks"], BY_UNIT["frames"])
 _PLAIN = {(a, b): (BY_UNIT[a].code, BY_UNIT[b].code, _convert.LIMITS[a]) for a in BY_UNIT for b in BY_UNIT}
 _FLOATS = {"seconds", "quarters"}
 _convert_one = lib.kora_convert
+_NO_SESSION: contextlib.AbstractContextManager[None] = contextlib.nullcontext()
 
 
 class Info(NamedTuple):
@@ -106,9 +109,9 @@ class Song(Edits):
         return song
 
     def _setup(self, session: _session.Session, make: Any, *arguments: Any) -> None:
-        _session.use(session)
         self._handles = Handles()
-        self._handle = self._handles.make(make, *arguments)
+        with _session.use(session):
+            self._handle = self._handles.make(make, *arguments)
         self._tempi = self._handles.make(lib.kora_song_get_tempo_map, self._handle)
         self._meters = self._handles.make(lib.kora_song_get_meter_map, self._handle)
         self._keys = self._handles.make(lib.kora_song_get_key_map, self._handle)
@@ -155,8 +158,11 @@ class Song(Edits):
         if status:
             raise self._handles.error(status)
 
-    def _use_session(self) -> None:
-        _session.use(self._session)
+    def _use_session(self, is_needed: bool = True) -> contextlib.AbstractContextManager[None]:
+        """For calls that ask for frames or timecode."""
+        if not is_needed:
+            return _NO_SESSION
+        return _session.use(self._session)
 
     # ---- What it has
 
@@ -203,7 +209,9 @@ class Song(Edits):
 
         Swing is by how many 960ths of a division every second line is late; 320 is a triplet feel.
         """
-        return Grid(self, lib.kora_grid_new, division.encode(), swing)
+        if "\0" in division:
+            raise RefusedError(f"{division!r} is no division", 7)
+        return Grid(self, lib.kora_grid_new, division.encode(), whole(swing, "swing"))
 
     def clock_grid(self, unit: str, step: int = 1, film: int = 35) -> Grid:
         """A line at each count that step divides, of "samples", "milliseconds", "timecode" or "film"."""
@@ -273,16 +281,20 @@ class Song(Edits):
         if type(values) is int and out is None:
             codes = _PLAIN.get((from_unit, to_unit))  # type: ignore[arg-type]
             if codes is not None and -codes[2] < values < codes[2]:
-                if codes[0] == 2 or codes[1] == 2:
-                    _session.use(self._session)
                 time = self._time
                 time.count = values
                 time.unit = codes[0]
-                status = _convert_one(self._handle, time, codes[1], self._time_out)
+                if codes[0] == 2 or codes[1] == 2:
+                    with _session.use(self._session):
+                        status = _convert_one(self._handle, time, codes[1], self._time_out)
+                else:
+                    status = _convert_one(self._handle, time, codes[1], self._time_out)
                 if status:
                     raise self._handles.error(status)
                 return time.count
         if to_unit is None:
+            if out is not None:
+                raise TypeError("out is for plain numbers: convert(values, from_unit, to_unit, out=out)")
             return self._convert_position(values, from_unit)
         if isinstance(values, (Time, str)) or (isinstance(values, Bars) and from_unit != "bars"):
             raise TypeError(f"{values!r} says what it is; write convert(value, {to_unit!r})")
@@ -318,9 +330,8 @@ class Song(Edits):
         bar, beat, ticks = place
         if not (-1 << 31 <= bar < 1 << 31 and -1 << 31 <= beat < 1 << 31 and -1 << 59 < ticks < 1 << 59):
             raise ValueError(f"{place} is out of the range of places in bars")
-        if code == 2:
-            self._use_session()
-        status = lib.kora_from_bars(self._handle, BarStruct(bar, beat, ticks), code, self._time_out)
+        with self._use_session(code == 2):
+            status = lib.kora_from_bars(self._handle, BarStruct(bar, beat, ticks), code, self._time_out)
         if status:
             raise self._handles.error(status)
         return int(self._time.count)
@@ -339,16 +350,14 @@ class Song(Edits):
         Bars(1, 3, 0)
         """
         time = self._typed(position)
-        if time.code == 2:
-            self._use_session()
         out = BarStruct()
-        self._check(lib.kora_to_bars(self._handle, TimeStruct(time.count, time.code), out))
+        with self._use_session(time.code == 2):
+            self._check(lib.kora_to_bars(self._handle, TimeStruct(time.count, time.code), out))
         return Bars(out.bar, out.beat, out.ticks)
 
     # ---- Texts
 
     def _format(self, film: int) -> ctypes.c_void_p:
-        self._use_session()
         if film not in self._formats:
             self._formats[film] = self._handles.make(lib.kora_format_new, self._handle, _film(film))
         return self._formats[film]
@@ -364,11 +373,9 @@ class Song(Edits):
         number = _form(form)
         time = self._typed(position)
         buffer = ctypes.create_string_buffer(64)
-        self._check(
-            lib.kora_format_write(
-                self._format(film), number, TimeStruct(time.count, time.code), buffer, 64, None
-            )
-        )
+        written = TimeStruct(time.count, time.code)
+        with self._use_session():
+            self._check(lib.kora_format_write(self._format(film), number, written, buffer, 64, None))
         return buffer.value.decode()
 
     def timecode(self, position: Position, subframes: bool = False) -> str:
@@ -388,11 +395,15 @@ class Song(Edits):
         if "\0" in text:
             raise RefusedError(f"{text!r} is no time", 7)
         out = self._time
-        status = lib.kora_format_read(self._format(film), number, text.encode(), self._time_out)
+        with self._use_session():
+            status = lib.kora_format_read(self._format(film), number, text.encode(), self._time_out)
         if status:
             error = self._handles.error(status)
             error.text = f"{text!r} is no position in the form {name!r}: {error.text}"
-            raise error
+            try:
+                raise error
+            finally:
+                del error  # whose trace has this frame, and with it the song, in a circle
         return _BY_CODE[out.unit](out.count)
 
     # ---- Files
@@ -408,7 +419,8 @@ class Song(Edits):
                 f"{name!r} is no name for a document; export() writes a MIDI file, without notes"
             )
         self._check(lib.kora_song_save(self._handle, path_bytes(path)))
-        self._check(lib.kora_history_mark_saved(self._history))
+        if not self._recording:  # else the step may still go on, or be taken back
+            self._check(lib.kora_history_mark_saved(self._history))
 
     def write_to(self, document: DocumentWriter) -> None:
         """Writes it into a document that is being made, outside of all streams: types 16, 17, 18 and 32."""

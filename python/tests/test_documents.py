@@ -1,10 +1,12 @@
 """Documents: random trees against a plain model, turns, refusals, damage."""
 import array
 import contextlib
+import gc
 import os
 import random
 import subprocess
 import sys
+import weakref
 
 import numpy as np
 import pytest
@@ -519,3 +521,31 @@ def test_a_text_ends_inside_its_item():
         assert [items[index].text() for index in (2, 1)] == ["", "c"]
         with pytest.raises(kora.RefusedError):
             stream.read("uint8")
+
+
+def test_a_document_goes_when_nobody_holds_it(tmp_path):
+    path = tmp_path / "takes.kora"
+    with kora.Document.create(path) as made:
+        with made.list(100, 2, description="takes"):
+            for name in ("drums", "voice"):
+                made.item(name)
+                made.write("int64", 7)
+    gc.collect()
+    gc.disable()  # what is in a circle would stay, with its file
+    try:
+        document = kora.Document.open(path)
+        contents = document.contents
+        with document.enter(100) as takes:
+            for item in takes.items():
+                assert item.description and item.read("int64") == 7
+            first = takes.items()[0]
+            takes.items()[1]
+            with pytest.raises(kora.RefusedError):
+                first.read("int64")
+        gone = weakref.ref(document)
+        del document, takes, item, first
+        assert contents[100].items == ("drums", "voice"), "which holds the document"
+        del contents
+        assert gone() is None
+    finally:
+        gc.enable()

@@ -325,6 +325,33 @@ def test_songs_go_when_nobody_holds_them():
     assert gone() is None
 
 
+def test_songs_go_without_the_collector_after_whatever_was_refused(tmp_path):
+    tries = [
+        lambda song: song.set_tempo("2|1", 100000),
+        lambda song: song.parse("1|9|0", "bars"),
+        lambda song: song.tempos[7],
+        lambda song: song.convert([1 << 62], "samples", "ticks"),
+        lambda song: song.save(tmp_path / "missing" / "a.kora"),
+        lambda song: song.ruler(measure=lambda text: 1 / 0),
+        lambda song: song.undo(),
+        lambda song: song.edit("zero \0").__enter__(),
+        lambda song: song.grid("1/8").snap("x"),
+    ]
+    gc.collect()
+    gc.disable()
+    try:
+        for number, attempt in enumerate(tries):
+            song = kora.Song()
+            song.listen(lambda what: None)
+            with pytest.raises(Exception):
+                attempt(song)
+            gone = weakref.ref(song)
+            del song
+            assert gone() is None, number
+    finally:
+        gc.enable()
+
+
 def test_songs_may_move_between_threads(light):
     answers = []
 

@@ -320,7 +320,7 @@ TEST_F(CDocument, ABitThatTurnsIsNoticedToldAndRepaired)
     ASSERT_EQ(kora_last_error(&error), KORA_OK);
     EXPECT_EQ(error.file, mPath);
     EXPECT_GT(error.offset, 0);
-    document.reset(); // not every system replaces a file that is open
+    document.reset(); // a Windows before 10, as Wine is, replaces no file that is open
 
     std::vector<std::int64_t> told;
     const auto tell = [](void* ioTold, std::int64_t iOffset, const char* iText) {
@@ -331,7 +331,8 @@ TEST_F(CDocument, ABitThatTurnsIsNoticedToldAndRepaired)
     ASSERT_EQ(kora_document_check(mPath.c_str(), +tell, &told, &faults), KORA_OK);
     EXPECT_EQ(faults, told.size());
     ASSERT_GT(faults, 0u);
-    ASSERT_EQ(kora_document_repair(mPath.c_str(), mPath.c_str(), nullptr, nullptr, &recovered), KORA_OK);
+    ASSERT_EQ(kora_document_repair(mPath.c_str(), mPath.c_str(), nullptr, nullptr, &recovered), KORA_OK)
+        << kora_last_error_text();
     EXPECT_GT(recovered, 0u);
     ASSERT_EQ(kora_document_check(mPath.c_str(), nullptr, nullptr, &faults), KORA_OK);
     EXPECT_EQ(faults, 0u);

@@ -158,6 +158,9 @@ public:
     [[nodiscard]] bool SeekToStream(const TOCKey& iKey, Sys_TypedInStream& ioStream) const;
     // Places the output behind the last stream, where new ones go.
     void SeekToEnd(Sys_TypedOutStream& ioStream) const;
+    // Takes back the streams from the position on, with what the table has of them: for one that writes several
+    // and is stopped between them. Asserts that no stream is open, and that the document is written.
+    void TakeBackFrom(Cmn_Int64 iPosition);
     // How many bytes to read ahead so that the stream at the input's position comes in one read: header and
     // body where a sound header stands there, 8192 otherwise; at most 1 MB.
     [[nodiscard]] Cmn_Int32 GetReadAhead(Sys_TypedInStream& ioStream) const;

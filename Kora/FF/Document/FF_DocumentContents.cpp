@@ -156,6 +156,13 @@ void FF_Document::ForgetFrom(Cmn_Int64 iStart)
     UpdateLimit();
 }
 
+void FF_Document::TakeBackFrom(Cmn_Int64 iPosition)
+{
+    if (!Cmn_ASSERT(mOutStream) || !Cmn_ASSERT(mOutStream->GetOpenHeaders().IsEmpty())) return;
+    mOutStream->TakeBack(iPosition);
+    ForgetFrom(iPosition);
+}
+
 bool FF_Document::SeekToStream(const TOCKey& iKey, Sys_TypedInStream& ioStream) const
 {
     const TOC::Entry entry = mTOC->Find(iKey);

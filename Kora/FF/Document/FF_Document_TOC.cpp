@@ -45,7 +45,9 @@ void FF_Document::TOC::SetTextForm(ETextEncoding iEncoding, bool iRepairText)
 
 void FF_Document::TOC::Clear()
 {
-    mTable = std::make_unique<FF_TOCTable>();
+    // In place: closing allocates nothing, for destructors close.
+    std::destroy_at(mTable.get());
+    std::construct_at(mTable.get());
     mPages.reset();
 }
 

@@ -1,6 +1,7 @@
 #include "Kora/Time/Edit/Time_SongEdit.h"
 
 #include "Bastel/Cmn/Cmn_FloatMath.h"
+#include "Kora/Ndo/Ndo_Manager.h"
 #include "Kora/Time/Edit/Time_SongLine_p.h"
 #include "Kora/Time/Key/Time_KeySignatureMap.h"
 #include "Kora/Time/Meter/Time_MeterMap_StEditOptimizer.h"
@@ -205,19 +206,27 @@ public:
         const std::unique_ptr<Time_MeterMap> meters = NewMeters();
         const std::unique_ptr<Time_KeySignatureMap> keys = NewKeys();
 
+        // What may fail for want of memory comes first: all maps are as they were then.
+        if (meters != nullptr) TellUndo(*mSong.mMeters);
+        if (keys != nullptr) TellUndo(*mSong.mKeys);
         // Whoever listens is told when the brackets end, and finds all in its new place.
         std::optional<Time_MeterMap_StEditOptimizer> meterEdit;
         std::optional<Time_TempoMap_StEditOptimizer> tempoEdit;
         if (meters != nullptr) meterEdit.emplace(*mSong.mMeters);
         if (!tempi.IsNothing()) tempoEdit.emplace(*mSong.mTempi);
         if (!tempi.IsNothing()) Time_TempoEditDetail::Apply(*mSong.mTempi, std::move(tempi));
-        if (meters != nullptr) mSong.mMeters->ReplaceWith(*meters);
-        if (keys != nullptr) mSong.mKeys->ReplaceWith(*keys);
+        if (meters != nullptr) mSong.mMeters->ReplaceWith(std::move(*meters));
+        if (keys != nullptr) mSong.mKeys->ReplaceWith(std::move(*keys));
         if (mSong.mMoveTheRest) mSong.mMoveTheRest(mPieces);
         return {};
     }
 
 private:
+    static void TellUndo(Ndo_Object& ioMap)
+    {
+        if (ioMap.NdoIsUndoable()) Ndo_gManager.AboutToModifyObject(&ioMap);
+    }
+
     // Null where nothing changes.
     std::unique_ptr<Time_MeterMap> NewMeters() const
     {

@@ -305,9 +305,14 @@ void Time_KeySignatureMap::PasteEntries(Time_Tick iStart, Time_Tick iEnd, const 
 
 void Time_KeySignatureMap::ReplaceWith(const Time_KeySignatureMap& iOther)
 {
-    if (&iOther == this) return;
-    AboutToModify();
-    mKeys = iOther.mKeys;
+    if (&iOther != this) ReplaceWith(Time_KeySignatureMap(iOther));
+}
+
+void Time_KeySignatureMap::ReplaceWith(Time_KeySignatureMap&& ioOther)
+{
+    if (&ioOther == this) return;
+    AboutToModify(); // from here on nothing throws
+    mKeys.swap(ioOther.mKeys);
     Changed(0);
 }
 

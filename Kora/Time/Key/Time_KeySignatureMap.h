@@ -100,8 +100,11 @@ public:
     // start is left out, and what was in force at the end is in force there afterwards, by an entry at the
     // end where needed. Pasting a map into itself uses it as it was before.
     void Paste(Time_Tick iStart, Time_Tick iEnd, const Time_KeySignatureMap* iSource);
-    // Takes another map's keys.
+    // Takes another map's keys. Out of memory, the map is as it was.
     void ReplaceWith(const Time_KeySignatureMap& iOther);
+    // The same of a map that nobody needs any more, whose keys are not defined afterwards. Nothing throws
+    // behind the undo notice. Nothing for the map itself.
+    void ReplaceWith(Time_KeySignatureMap&& ioOther);
 
     // --- Undo, persistence, diagnostics
 

@@ -60,8 +60,10 @@ Time_MeterMap::Time_MeterMap(const Time_MeterMap& iOther)
 
 Time_MeterMap& Time_MeterMap::operator=(const Time_MeterMap& iOther)
 {
-    AboutToModify();
-    mChanges = iOther.Settled().mChanges;
+    Cmn_PolyVector<Time_MeterChange> changes = iOther.Settled().mChanges;
+    mIndex->Reserve(changes.size());
+    AboutToModify(); // from here on nothing throws
+    mChanges.swap(changes);
     mSongStartTick = iOther.mSongStartTick;
     mIsAsStreamed = iOther.mIsAsStreamed;
     mRowTaker->ReplacedAll();
@@ -223,10 +225,10 @@ void Time_MeterMap::SettleAdded() const
     for (const Added& added : mAdded)
         order.push_back({added.mChange.mTick, order.size()});
     Time_OrderByTick(order);
-    const std::size_t first = LowerBound(order[0].mTick), most = mChanges.size() + order.size();
+    const std::size_t first = LowerBound(order[0].mTick);
     const std::vector<Time_MeterChange> old(mChanges.begin() + static_cast<std::ptrdiff_t>(first),
                                             mChanges.end());
-    if (mChanges.capacity() < most) mChanges.reserve(std::max(most, 2 * mChanges.capacity()));
+    MakeRoom(order.size());
     mChanges.resize(first);
 
     auto kept = old.begin();

@@ -160,8 +160,11 @@ public:
     void Delete(Time_Tick iStartTick, Time_Tick iEndTick, bool iKeepSongStart = false);
     // The same, but the meter after the range stays what it was, from the barline at or after the end.
     void Erase(Time_Tick iStartTick, Time_Tick iEndTick, bool iKeepSongStart = false);
-    // Takes iOther's changes, not its song start.
+    // Takes iOther's changes, not its song start. Out of memory, the map is as it was.
     void ReplaceWith(const Time_MeterMap& iOther);
+    // The same of a map that nobody needs any more, whose changes are not defined afterwards. Nothing throws
+    // behind the undo notice. Nothing for the map itself.
+    void ReplaceWith(Time_MeterMap&& ioOther);
     // Removes all changes, keeps the song start; does not broadcast.
     void Clear();
 
@@ -240,6 +243,7 @@ private:
     bool IsCollected(Time_Tick iTick) const;
     void Collect(Time_Tick iTick, const Time_Meter& iMeter, std::optional<Cmn_Int32> iBar);
     void SettleAdded() const;
+    void MakeRoom(std::size_t iCount) const;
     void PutLast(const Time_MeterChange& iChange, bool iIsNumbered, bool iIsBBTNumbered) const;
     void AboutToModify();
     void AddNow(Time_Tick iTick, const Time_Meter& iMeter);

@@ -12,7 +12,8 @@ void Time_MeterMap::Copy(Time_MeterMap* oDestP, Time_Tick iStartTick, Time_Tick 
     if (oDestP == this) return Time_MeterMap(*this).Copy(oDestP, iStartTick, iEndTick);
 
     Time_MeterMap& dest = *oDestP;
-    dest.AboutToModify();
+    dest.MakeRoom(Settled().mChanges.size() + 1);
+    dest.AboutToModify(); // from here on nothing throws
     const bool wasEmpty = dest.mChanges.empty();
     dest.mChanges.clear();
     dest.mRowTaker->ReplacedAll();
@@ -57,10 +58,12 @@ void Time_MeterMap::Paste(Time_Tick iStartTick, Time_Tick iEndTick, const Time_M
     const Time_Tick barlineAfter = BarlineAtOrAfter(iEndTick);
     const Time_Meter meterAfter = GetMeterAtTick(barlineAfter);
 
+    // The default change, the song start's and the one behind the range; from the first edit on nothing throws.
+    constexpr std::size_t cAround = 3;
+    MakeRoom(iSrcP->Settled().mChanges.size() + cAround);
     Delete(iStartTick, iEndTick, true);
 
     const Time_TickLength toStart = iStartTick - Time_cZeroTick;
-    iSrcP->Settled();
     const auto sourceEnd =
         iSrcP->mChanges.begin() + static_cast<std::ptrdiff_t>(iSrcP->LowerBound(iEndTick - toStart));
     auto source = iSrcP->mChanges.begin();

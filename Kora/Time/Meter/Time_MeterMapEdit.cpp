@@ -5,6 +5,8 @@
 #include "Kora/Time/Meter/Time_MeterMapIndex_p.h"
 #include "Kora/Time/Numeric/Time_SharedRowTaker_p.h"
 
+#include <algorithm>
+#include <new>
 #include <utility>
 
 void Time_MeterMap::AboutToModify()
@@ -17,7 +19,11 @@ void Time_MeterMap::EndEdit()
 {
     if (!Cmn_ASSERT_IN("Time/Time_MeterMap", mEditCount > 0)) return;
     if (--mEditCount > 0) return;
-    Settled();
+    try {
+        Settled();
+    } catch (const std::bad_alloc&) {
+        // What was added waits for the next query; scope guards end brackets, and do not throw.
+    }
     if (std::exchange(mIsBroadcastOwed, false)) Broadcast();
 }
 
@@ -43,8 +49,17 @@ void Time_MeterMap::Collect(Time_Tick iTick, const Time_Meter& iMeter, std::opti
 // --- What the edits are made of
 // None of these gives the undo notice.
 
+// Room for iCount more changes than there are, by doubling as pushing back makes it.
+void Time_MeterMap::MakeRoom(std::size_t iCount) const
+{
+    const std::size_t count = mChanges.size() + iCount;
+    if (mChanges.capacity() < count) mChanges.reserve(std::max(count, 2 * mChanges.capacity()));
+    mIndex->Reserve(mChanges.capacity());
+}
+
 void Time_MeterMap::PutMeterChange(Time_Tick iTick, const Time_Meter& iMeter, Cmn_Int32 iBar)
 {
+    MakeRoom(1); // from here on nothing throws
     const std::size_t at = LowerBound(iTick);
     if (at < mChanges.size() && mChanges[at].mTick == iTick) {
         // Deliberate: the change keeps its bar number and barline mark; only its BBT takes the bar as given,
@@ -224,13 +239,19 @@ void Time_MeterMap::Erase(Time_Tick iStartTick, Time_Tick iEndTick, bool iKeepSo
     BroadcastIfUntold();
 }
 
-void Time_MeterMap::ReplaceWith(const Time_MeterMap& iOther)
+void Time_MeterMap::ReplaceWith(const Time_MeterMap& iOther) { ReplaceWith(Time_MeterMap(iOther)); }
+
+void Time_MeterMap::ReplaceWith(Time_MeterMap&& ioOther)
 {
-    AboutToModify();
-    mChanges = iOther.Settled().mChanges;
-    mIsAsStreamed = iOther.mIsAsStreamed;
+    if (this == &ioOther) return;
+    ioOther.Settled();
+    AboutToModify(); // from here on nothing throws
+    mChanges.swap(ioOther.mChanges);
+    mIndex.swap(ioOther.mIndex);
+    mIsAsStreamed = ioOther.mIsAsStreamed;
     mRowTaker->ReplacedAll();
-    RefreshIndex(0);
+    ioOther.mRowTaker->ReplacedAll();
+    CheckInvariants();
     Broadcast();
 }
 

@@ -5,6 +5,7 @@
 #include "Bastel/Cmn/Cmn_XMLNode.h"
 #include "Bastel/Sys/Sys_StdStreamHeader.h"
 #include "Kora/Time/Meter/Time_MeterChangeValue_p.h"
+#include "Kora/Time/Meter/Time_MeterMapIndex_p.h"
 #include "Kora/Time/Numeric/Time_SharedRowTaker_p.h"
 
 namespace {
@@ -65,7 +66,8 @@ void Time_MeterMap::StreamIn(Sys_TypedInStream& ioStream)
     }
     header.SkipTheRest();
 
-    AboutToModify();
+    mIndex->Reserve(changes.size());
+    AboutToModify(); // from here on nothing throws
     mChanges.swap(changes);
     mRowTaker->ReplacedAll();
     mIsAsStreamed = true;

@@ -202,12 +202,15 @@ Time_TempoEditResult Time_TempoEdit::RemoveLock(Time_TempoMap& ioMap, Time_Tick 
         ioMap.ReplaceSegments(start, next->GetStartTick(), std::move(segments));
         return {};
     }
-    SegmentPtr unlocked = (*lock)->Clone();
-    unlocked->UnlockFromSample();
-    unlocked->SetIsComputed(false);
-    const Time_TempoMap_StEditOptimizer edit(ioMap);
-    ioMap.ClearComputedFlagsInRange(start, iTick);
-    ioMap.AddSegment(std::move(unlocked));
+    // All at once, so that memory that runs out leaves the lock. A tempo that followed from it stays as it was found.
+    std::vector<SegmentPtr> segments;
+    Walk walk(ioMap, start);
+    for (auto iter = ioMap.FindSegment(start); iter <= lock; ++iter) {
+        walk.To((*iter)->GetStartTick());
+        segments.push_back((*iter)->IsComputed() ? SegmentOf(walk.InForce(), iter->get()) : (*iter)->Clone());
+    }
+    segments.back()->UnlockFromSample();
+    ioMap.ReplaceSegments(start, iTick + Time_TickLength(1), std::move(segments));
     return {};
 }
 

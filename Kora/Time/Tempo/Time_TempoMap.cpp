@@ -111,6 +111,7 @@ void Time_TempoMap::AddSegment(std::unique_ptr<Time_TempoMapSegment> iSegmentP)
     if (isInBracket && !(isBehindAll && mAdded.empty())) return mAdded.push_back(std::move(iSegmentP));
     Settled();
     const Cmn_UInt8 notes = Time_TempoMapCache::NotesOf(*iSegmentP);
+    MakeRoom(1); // so that a segment is never put without its notes
     PutSegment(mCache->LowerBound(start), std::move(iSegmentP), start, notes);
 }
 

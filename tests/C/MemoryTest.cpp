@@ -1,0 +1,207 @@
+// Memory that runs out: each allocation of a call is refused once, and the call does all that it is for, or nothing.
+#include "CFixture.h"
+#include "Support/AllocationCounter.h"
+
+#include <vector>
+
+namespace {
+
+// A song with a lock, a history of two steps of which one is undone, and all that may be asked of them.
+struct Subject
+{
+    Subject()
+    {
+        EXPECT_EQ(kora_history_begin(mHistory.get()), KORA_OK);
+        Edit(40, 90);
+        Edit(41, 100);
+        EXPECT_EQ(kora_history_end(mHistory.get(), "first", 7), KORA_OK);
+        EXPECT_EQ(kora_history_begin(mHistory.get()), KORA_OK);
+        Edit(44, 80);
+        EXPECT_EQ(kora_history_end(mHistory.get(), "second, with a name that no short text holds", 0),
+                  KORA_OK);
+        EXPECT_EQ(kora_history_undo(mHistory.get()), KORA_OK);
+        EXPECT_EQ(kora_history_mark_saved(mHistory.get()), KORA_OK);
+    }
+    void Edit(std::int64_t iQuarter, double iTempo)
+    {
+        EXPECT_EQ(kora_tempo_map_set(mTempi.get(), At(iQuarter), iTempo, cQuarter, nullptr), KORA_OK);
+        EXPECT_EQ(kora_meter_map_set(mMeters.get(), At(iQuarter), 5, 8), KORA_OK);
+        const kora_key key{At(iQuarter), 1, 0, 2, {}};
+        EXPECT_EQ(kora_key_map_set(mKeys.get(), &key), KORA_OK);
+    }
+    static std::int64_t At(std::int64_t iQuarter) { return cStart + iQuarter * cQuarter; }
+
+    std::string Shown() const
+    {
+        std::string text;
+        const auto add = [&](auto... iNumbers) {
+            ((text += std::to_string(iNumbers) + ' '), ...);
+            text += '\n';
+        };
+        kora_tempo tempo;
+        for (std::size_t i = 0; kora_tempo_map_get(mTempi.get(), i, &tempo) == KORA_OK; ++i)
+            add(tempo.tick, tempo.beats_per_minute, tempo.ticks_per_beat, tempo.locked_sample, tempo.flags);
+        kora_meter meter;
+        for (std::size_t i = 0; kora_meter_map_get(mMeters.get(), i, &meter) == KORA_OK; ++i)
+            add(meter.tick, meter.numerator, meter.denominator, meter.bar, meter.is_off_barline);
+        kora_key key;
+        for (std::size_t i = 0; kora_key_map_get(mKeys.get(), i, &key) == KORA_OK; ++i)
+            add(key.tick, key.is_major, key.is_sharps, key.accidentals);
+        for (std::int64_t quarter = 0; quarter < 90; quarter += 7) {
+            kora_time sample{};
+            kora_bar_position bars{};
+            EXPECT_EQ(kora_convert(mSong.get(), {At(quarter), KORA_TICKS, 0}, KORA_SAMPLES, &sample),
+                      KORA_OK);
+            EXPECT_EQ(kora_to_bars(mSong.get(), {At(quarter), KORA_TICKS, 0}, &bars), KORA_OK);
+            add(sample.count, bars.bar, bars.beat, bars.ticks);
+        }
+        std::size_t steps = 0, position = 0;
+        std::int32_t isSaved = 0;
+        EXPECT_EQ(kora_history_count(mHistory.get(), &steps, &position), KORA_OK);
+        EXPECT_EQ(kora_history_is_saved(mHistory.get(), &isSaved), KORA_OK);
+        add(steps, position, isSaved);
+        char name[64];
+        std::size_t size = 0;
+        for (std::size_t i = 0; i < steps; ++i)
+            if (kora_history_step_name(mHistory.get(), i, name, sizeof name, &size) == KORA_OK) text += name;
+        return text;
+    }
+
+    Handle<kora_song> mSong = Made<kora_song>(kora_song_open, cSongPath.c_str());
+    Handle<kora_tempo_map> mTempi = Made<kora_tempo_map>(kora_song_get_tempo_map, mSong.get());
+    Handle<kora_meter_map> mMeters = Made<kora_meter_map>(kora_song_get_meter_map, mSong.get());
+    Handle<kora_key_map> mKeys = Made<kora_key_map>(kora_song_get_key_map, mSong.get());
+    Handle<kora_history> mHistory = Made<kora_history>(kora_history_new, mSong.get());
+};
+
+using Call = kora_status (*)(Subject&);
+kora_status Nothing(Subject&) { return KORA_OK; }
+struct Case
+{
+    const char* mName;
+    Call mCall;
+    Call mBefore = &Nothing;
+};
+constexpr auto At = &Subject::At;
+
+constexpr Case cEdits[] = {
+    {"set", [](Subject& s) { return kora_tempo_map_set(s.mTempi.get(), At(30), 77, cQuarter, nullptr); }},
+    {"ramp",
+     [](Subject& s) {
+         return kora_tempo_map_ramp(s.mTempi.get(), At(30), At(38), 60, 90, KORA_CURVE_S, 9, nullptr);
+     }},
+    {"scale", [](Subject& s) { return kora_tempo_map_scale(s.mTempi.get(), At(30), At(43), 0.9, nullptr); }},
+    {"offset", [](Subject& s) { return kora_tempo_map_offset(s.mTempi.get(), At(30), At(43), 3, nullptr); }},
+    {"fit", [](Subject& s) { return kora_tempo_map_fit(s.mTempi.get(), At(30), At(38), 180000, nullptr); }},
+    {"lock", [](Subject& s) { return kora_tempo_map_lock(s.mTempi.get(), At(60), 1600000, nullptr); }},
+    {"unlock", [](Subject& s) { return kora_tempo_map_unlock(s.mTempi.get(), At(60), nullptr); },
+     [](Subject& s) { return kora_tempo_map_lock(s.mTempi.get(), At(60), 1600000, nullptr); }},
+    {"remove tempo", [](Subject& s) { return kora_tempo_map_remove(s.mTempi.get(), At(40)); }},
+    {"clear tempi", [](Subject& s) { return kora_tempo_map_clear(s.mTempi.get(), At(30), At(43)); }},
+    {"set meter", [](Subject& s) { return kora_meter_map_set(s.mMeters.get(), At(30), 7, 4); }},
+    {"remove meter", [](Subject& s) { return kora_meter_map_remove(s.mMeters.get(), At(40)); }},
+    {"clear meters", [](Subject& s) { return kora_meter_map_clear(s.mMeters.get(), At(30), At(43)); }},
+    {"set key",
+     [](Subject& s) {
+         const kora_key key{At(30), 0, 1, 4, {}};
+         return kora_key_map_set(s.mKeys.get(), &key);
+     }},
+    {"remove key", [](Subject& s) { return kora_key_map_remove(s.mKeys.get(), At(40)); }},
+    {"clear keys", [](Subject& s) { return kora_key_map_clear(s.mKeys.get(), At(30), At(43)); }},
+    {"insert",
+     [](Subject& s) { return kora_song_insert_time(s.mSong.get(), At(33), 3 * cQuarter, nullptr); }},
+    {"delete", [](Subject& s) { return kora_song_delete_time(s.mSong.get(), At(33), At(42), nullptr); }},
+    {"repeat", [](Subject& s) { return kora_song_repeat_time(s.mSong.get(), At(33), At(42), 2, nullptr); }},
+    {"move", [](Subject& s) { return kora_song_move_time(s.mSong.get(), At(33), At(42), At(50), nullptr); }},
+};
+
+kora_status Begin(Subject& s) { return kora_history_begin(s.mHistory.get()); }
+kora_status BeginAndEdit(Subject& s)
+{
+    const kora_status status = Begin(s);
+    s.Edit(30, 70);
+    return status;
+}
+
+constexpr Case cSteps[] = {
+    {"begin", Begin},
+    {"end",
+     [](Subject& s) { return kora_history_end(s.mHistory.get(), "a name that no short text holds", 0); },
+     BeginAndEdit},
+    {"end, joined",
+     [](Subject& s) { return kora_history_end(s.mHistory.get(), "a name that no short text holds", 9); },
+     [](Subject& s) {
+         BeginAndEdit(s);
+         EXPECT_EQ(kora_history_end(s.mHistory.get(), "drag", 9), KORA_OK);
+         Begin(s);
+         s.Edit(31, 71);
+         return kora_song_delete_time(s.mSong.get(), At(33), At(42), nullptr);
+     }},
+    {"cancel", [](Subject& s) { return kora_history_cancel(s.mHistory.get()); }, BeginAndEdit},
+    {"undo", [](Subject& s) { return kora_history_undo(s.mHistory.get()); }},
+    {"redo", [](Subject& s) { return kora_history_redo(s.mHistory.get()); }},
+    {"mark", [](Subject& s) { return kora_history_mark_saved(s.mHistory.get()); }},
+};
+
+void Refuse(const Case& iCase, bool iIsStep)
+{
+    const auto prepare = [&](Subject& ioSubject) {
+        const Call begin = iIsStep ? &Begin : &Nothing;
+        EXPECT_EQ(begin(ioSubject), KORA_OK);
+        EXPECT_EQ(iCase.mBefore(ioSubject), KORA_OK) << kora_last_error_text();
+    };
+    std::string wanted;
+    {
+        Subject subject;
+        prepare(subject);
+        ASSERT_EQ(iCase.mCall(subject), KORA_OK) << iCase.mName << kora_last_error_text();
+        wanted = subject.Shown();
+    }
+    bool hasCome = true;
+    for (long long nth = 1; hasCome && nth < 2000; ++nth) {
+        SCOPED_TRACE(std::string(iCase.mName) + ", allocation " + std::to_string(nth));
+        Subject subject;
+        const std::string first = subject.Shown();
+        prepare(subject);
+        const std::string before = subject.Shown();
+        kora_status status;
+        {
+            const StRefusedAllocation refused(nth);
+            status = iCase.mCall(subject);
+            hasCome = refused.HasCome();
+        }
+        const std::string after = subject.Shown();
+        bool failed = after != (status == KORA_OK ? wanted : before);
+        EXPECT_TRUE(status == KORA_OK || status == KORA_NO_MEMORY) << status << kora_last_error_text();
+        EXPECT_EQ(after, status == KORA_OK ? wanted : before) << status;
+        if (status != KORA_OK) {
+            EXPECT_EQ(iCase.mCall(subject), KORA_OK) << kora_last_error_text();
+            EXPECT_EQ(subject.Shown(), wanted);
+        }
+        if (iIsStep) {
+            EXPECT_EQ(kora_history_cancel(subject.mHistory.get()), KORA_OK);
+            EXPECT_EQ(subject.Shown(), first);
+        }
+        if (failed) return;
+    }
+}
+
+using CMemory = CFixture;
+
+TEST_F(CMemory, AnEditIsDoneOrIsNot)
+{
+    for (const Case& each : cEdits)
+        Refuse(each, false);
+}
+TEST_F(CMemory, AnEditOfAStepIsDoneOrIsNot)
+{
+    for (const Case& each : cEdits)
+        Refuse(each, true);
+}
+TEST_F(CMemory, AStepIsDoneOrIsNot)
+{
+    for (const Case& each : cSteps)
+        Refuse(each, false);
+}
+
+} // namespace
