@@ -221,22 +221,6 @@ TEST_F(CEdits, AHistoryThatIsReleasedWhileItRecordsTakesBackAndStops)
     EXPECT_EQ(kora_tempo_map_set(mTempoMap.get(), cStart, 77, cQuarter, nullptr), KORA_OK);
 }
 
-// What a user may have mistyped: a character more, less or another.
-std::string Mistyped(std::string iText, std::mt19937& ioRandom)
-{
-    constexpr char cKeys[] = "0123456789|:;.+- a";
-    const char key = cKeys[ioRandom() % (sizeof cKeys - 1)];
-    const std::size_t at = ioRandom() % (iText.size() + 1);
-    switch (ioRandom() % 3) {
-    case 0:
-        return iText.insert(at, 1, key);
-    case 1:
-        return iText.erase((std::min)(at, iText.size() - 1), 1);
-    default:
-        return iText.replace((std::min)(at, iText.size() - 1), 1, 1, key);
-    }
-}
-
 TEST_F(CEdits, TextsOfADayAndTheirMistakesAreReadAsByTheClass)
 {
     constexpr std::int64_t cDay = std::int64_t{86400} * 44100, cSteps = 5000;
@@ -244,99 +228,35 @@ TEST_F(CEdits, TextsOfADayAndTheirMistakesAreReadAsByTheClass)
     Time_Format model(mConverter);
     model.SetFilmGauge(Time_eFilmGauge_16mm);
     std::mt19937 random(17);
-    const auto expectRead = [&](std::int32_t iForm, const std::string& iText) {
-        kora_time read{7, 9, 0};
-        Time_Typed expected;
-        const char* reason = nullptr;
-        const bool isTime = model.FromText(static_cast<Time_EForm>(iForm), iText, expected, &reason);
-        ASSERT_EQ(kora_format_read(format.get(), iForm, iText.c_str(), &read),
-                  isTime ? KORA_OK : KORA_REFUSED)
-            << iText;
-        ASSERT_EQ(read.count, isTime ? expected.AsInt64() : 7) << iText;
-        ASSERT_EQ(read.unit, isTime ? static_cast<std::uint32_t>(expected.GetType()) : 9u) << iText;
-        ASSERT_STREQ(isTime ? nullptr : kora_last_error_text(), reason) << iText;
-    };
     for (std::int32_t form = KORA_FORM_SAMPLES; form <= KORA_FORM_FEET; ++form)
         for (std::int64_t step = 0; step < cSteps; ++step) {
-            const std::int64_t sample = cDay / cSteps * step + static_cast<std::int64_t>(random() % 1000);
-            char text[48];
+            const kora_time at{cDay / cSteps * step + static_cast<std::int64_t>(random() % 1000),
+                               KORA_SAMPLES, 0};
+            char text[48], small[48];
             std::size_t size = 0;
-            ASSERT_EQ(
-                kora_format_write(format.get(), form, {sample, KORA_SAMPLES, 0}, text, sizeof text, &size),
-                KORA_OK);
-            ASSERT_EQ(text, model.ToString(static_cast<Time_EForm>(form), Time_Sample(sample)));
+            ASSERT_EQ(kora_format_write(format.get(), form, at, text, sizeof text, &size), KORA_OK);
+            ASSERT_EQ(text, model.ToString(static_cast<Time_EForm>(form), Time_Sample(at.count)));
             ASSERT_EQ(size, std::strlen(text));
-            char small[48];
-            ASSERT_EQ(kora_format_write(format.get(), form, {sample, KORA_SAMPLES, 0}, small, size, nullptr),
-                      KORA_TOO_SMALL);
-            ASSERT_NO_FATAL_FAILURE(expectRead(form, text));
-            ASSERT_NO_FATAL_FAILURE(expectRead(form, Mistyped(text, random)));
+            ASSERT_EQ(kora_format_write(format.get(), form, at, small, size, nullptr), KORA_TOO_SMALL);
+            if (step % 2 != 0) text[random() % size] = "0123456789|:;.+- a"[random() % 18];
+            kora_time read{7, 9, 0};
+            Time_Typed expected;
+            const char* reason = nullptr;
+            const bool isTime = model.FromText(static_cast<Time_EForm>(form), text, expected, &reason);
+            ASSERT_EQ(kora_format_read(format.get(), form, text, &read), isTime ? KORA_OK : KORA_REFUSED)
+                << text;
+            ASSERT_EQ(read.count, isTime ? expected.AsInt64() : 7) << text;
+            ASSERT_EQ(read.unit, isTime ? static_cast<std::uint32_t>(expected.GetType()) : 9u) << text;
+            ASSERT_STREQ(isTime ? nullptr : kora_last_error_text(), reason) << text;
         }
     kora_time kept{};
     EXPECT_EQ(kora_format_read(format.get(), 9, "1", &kept), KORA_BAD_ARGUMENT);
 }
 
-TEST_F(CEdits, NullWrongHandlesAndWrongValuesAreRefused)
+TEST_F(CEdits, WrongValuesAreRefusedAndChangeNothing)
 {
-    const auto history = Made<kora_history>(kora_history_new, mSong.get());
-    auto* const wrongHistory = reinterpret_cast<kora_history*>(mSong.get());
-    auto* const wrongSong = reinterpret_cast<kora_song*>(history.get());
-    auto* const wrongMap = reinterpret_cast<kora_tempo_map*>(mSong.get());
-    auto* const wrongFormat = reinterpret_cast<kora_format*>(mSong.get());
     const double nan = std::numeric_limits<double>::quiet_NaN();
-    std::size_t size = 0;
-    std::int32_t flag = 0;
-    kora_time time{};
     kora_edit_result small{sizeof small - 1, 0, 0};
-    kora_format* format = nullptr;
-    char text[48];
-    const struct
-    {
-        int mLine;
-        kora_status mNull, mWrong;
-    } pairs[] = {
-        {__LINE__, kora_history_begin(nullptr), kora_history_begin(wrongHistory)},
-        {__LINE__, kora_history_end(nullptr, "", 0), kora_history_end(wrongHistory, "", 0)},
-        {__LINE__, kora_history_cancel(nullptr), kora_history_cancel(wrongHistory)},
-        {__LINE__, kora_history_undo(nullptr), kora_history_undo(wrongHistory)},
-        {__LINE__, kora_history_redo(nullptr), kora_history_redo(wrongHistory)},
-        {__LINE__, kora_history_count(nullptr, &size, &size), kora_history_count(wrongHistory, &size, &size)},
-        {__LINE__, kora_history_step_name(nullptr, 0, text, 48, &size),
-         kora_history_step_name(wrongHistory, 0, text, 48, &size)},
-        {__LINE__, kora_history_mark_saved(nullptr), kora_history_mark_saved(wrongHistory)},
-        {__LINE__, kora_history_is_saved(nullptr, &flag), kora_history_is_saved(wrongHistory, &flag)},
-        {__LINE__, kora_format_new(nullptr, KORA_FILM_35MM, &format),
-         kora_format_new(wrongSong, KORA_FILM_35MM, &format)},
-        {__LINE__, kora_format_write(nullptr, 0, time, text, 48, &size),
-         kora_format_write(wrongFormat, 0, time, text, 48, &size)},
-        {__LINE__, kora_format_read(nullptr, 0, "1", &time), kora_format_read(wrongFormat, 0, "1", &time)},
-        {__LINE__, kora_tempo_map_set(nullptr, cStart, 90, cQuarter, nullptr),
-         kora_tempo_map_set(wrongMap, cStart, 90, cQuarter, nullptr)},
-        {__LINE__, kora_tempo_map_ramp(nullptr, cStart, cStart, 90, 90, 0, 1, nullptr),
-         kora_tempo_map_ramp(wrongMap, cStart, cStart, 90, 90, 0, 1, nullptr)},
-        {__LINE__, kora_tempo_map_scale(nullptr, cStart, cStart, 1, nullptr),
-         kora_tempo_map_scale(wrongMap, cStart, cStart, 1, nullptr)},
-        {__LINE__, kora_tempo_map_offset(nullptr, cStart, cStart, 1, nullptr),
-         kora_tempo_map_offset(wrongMap, cStart, cStart, 1, nullptr)},
-        {__LINE__, kora_tempo_map_fit(nullptr, cStart, cStart, 1, nullptr),
-         kora_tempo_map_fit(wrongMap, cStart, cStart, 1, nullptr)},
-        {__LINE__, kora_tempo_map_lock(nullptr, cStart, 0, nullptr),
-         kora_tempo_map_lock(wrongMap, cStart, 0, nullptr)},
-        {__LINE__, kora_tempo_map_unlock(nullptr, cStart, nullptr),
-         kora_tempo_map_unlock(wrongMap, cStart, nullptr)},
-        {__LINE__, kora_song_insert_time(nullptr, cStart, 1, nullptr),
-         kora_song_insert_time(wrongSong, cStart, 1, nullptr)},
-        {__LINE__, kora_song_delete_time(nullptr, cStart, cStart, nullptr),
-         kora_song_delete_time(wrongSong, cStart, cStart, nullptr)},
-        {__LINE__, kora_song_repeat_time(nullptr, cStart, cStart, 1, nullptr),
-         kora_song_repeat_time(wrongSong, cStart, cStart, 1, nullptr)},
-        {__LINE__, kora_song_move_time(nullptr, cStart, cStart, cStart, nullptr),
-         kora_song_move_time(wrongSong, cStart, cStart, cStart, nullptr)},
-    };
-    for (const auto& pair : pairs) {
-        EXPECT_EQ(pair.mNull, KORA_NULL_ARGUMENT) << "line " << pair.mLine;
-        EXPECT_EQ(pair.mWrong, KORA_WRONG_HANDLE) << "line " << pair.mLine;
-    }
     kora_tempo_map* const map = mTempoMap.get();
     const std::string before = TextOf(mSong.get());
     EXPECT_EQ(kora_tempo_map_set(map, cStart, nan, cQuarter, nullptr), KORA_BAD_ARGUMENT);
