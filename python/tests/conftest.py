@@ -38,9 +38,6 @@ class Command:
     def grid(self, path, division):
         return self._run("grid", str(path), "--by", division).splitlines()
 
-    def info(self, path):
-        return json.loads(self._run("info", "--json", str(path)))
-
     def faults(self, path):
         """Lines of offset and text."""
         done = subprocess.run([self._program, "check", "--all", path], capture_output=True, text=True)
