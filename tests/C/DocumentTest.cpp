@@ -38,15 +38,6 @@ protected:
         }
         ASSERT_EQ(kora_document_end(ioDocument), KORA_OK);
     }
-    static std::string BytesOf(kora_document* iDocument)
-    {
-        std::size_t size = 0;
-        EXPECT_EQ(kora_document_get_bytes(iDocument, nullptr, 0, &size), KORA_OK);
-        std::string bytes(size, '\0');
-        EXPECT_EQ(kora_document_get_bytes(iDocument, bytes.data(), size - 1, &size), KORA_TOO_SMALL);
-        EXPECT_EQ(kora_document_get_bytes(iDocument, bytes.data(), size, &size), KORA_OK);
-        return bytes;
-    }
     std::string FileBytes() const
     {
         std::ifstream file(mPath, std::ios::binary);

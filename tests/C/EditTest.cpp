@@ -76,51 +76,41 @@ protected:
         kora_edit_result got{sizeof got, 0, 0};
         kora_status status = KORA_OK;
         Time_TempoEditResult expected;
-        switch (iKind) {
-        case 0:
-            status = kora_tempo_map_set(mTempoMap.get(), iFrom, 97.5, cQuarter, &got);
-            expected = Time_TempoEdit::SetTempo(mTempi, from, {97.5});
-            break;
-        case 1:
-            status = kora_tempo_map_ramp(mTempoMap.get(), iFrom, iTo, 90, 140, KORA_CURVE_LINEAR, 5, &got);
-            expected = Time_TempoEdit::Ramp(mTempi, from, to, {90}, 140, Time_TempoEdit::eCurve_Linear, 5);
-            break;
-        case 2:
-            status = kora_tempo_map_scale(mTempoMap.get(), iFrom, iTo, 1.25, &got);
-            expected = Time_TempoEdit::Scale(mTempi, from, to, 1.25);
-            break;
-        case 3:
-            status = kora_tempo_map_offset(mTempoMap.get(), iFrom, iTo, -7, &got);
-            expected = Time_TempoEdit::Offset(mTempi, from, to, -7);
-            break;
-        case 4:
-            status = kora_tempo_map_lock(mTempoMap.get(), iFrom, (iFrom - cStart) / 40, &got);
-            expected = Time_TempoEdit::LockToSample(mTempi, from, Time_Sample((iFrom - cStart) / 40));
-            break;
-        case 5:
-            status = kora_tempo_map_unlock(mTempoMap.get(), iFrom, &got);
-            expected = Time_TempoEdit::RemoveLock(mTempi, from);
-            break;
-        case 6:
-            status = kora_song_insert_time(mSong.get(), iFrom, iTo - iFrom, &got);
-            expected = Time_SongEdit::InsertTime(song, from, Time_TickLength(iTo - iFrom));
-            break;
-        case 7:
-            status = kora_song_delete_time(mSong.get(), iFrom, iTo, &got);
-            expected = Time_SongEdit::DeleteTime(song, from, to);
-            break;
-        case 8:
-            status = kora_song_repeat_time(mSong.get(), iFrom, iTo, 2, &got);
-            expected = Time_SongEdit::RepeatTime(song, from, to, 2);
-            break;
-        case 9:
-            status = kora_song_move_time(mSong.get(), iFrom, iTo, cStart + 8 * cQuarter, &got);
-            expected = Time_SongEdit::MoveTime(song, from, to, Time_Tick(cStart + 8 * cQuarter));
-            break;
-        default:
-            status = kora_tempo_map_fit(mTempoMap.get(), iFrom, iTo, 100000, &got);
-            expected = Time_TempoEdit::FitToLength(mTempi, from, to, Time_SampleLength(100000));
-        }
+        const auto both = [&](kora_status iStatus, const Time_TempoEditResult& iExpected) {
+            status = iStatus;
+            expected = iExpected;
+        };
+        kora_tempo_map* const map = mTempoMap.get();
+        kora_song* const whole = mSong.get();
+        const std::int64_t place = cStart + 8 * cQuarter, sample = (iFrom - cStart) / 40;
+        using Tempo = Time_TempoEdit;
+        using Edit = Time_SongEdit;
+        if (iKind == 0)
+            both(kora_tempo_map_set(map, iFrom, 97.5, cQuarter, &got), Tempo::SetTempo(mTempi, from, {97.5}));
+        if (iKind == 1)
+            both(kora_tempo_map_ramp(map, iFrom, iTo, 90, 140, KORA_CURVE_LINEAR, 5, &got),
+                 Tempo::Ramp(mTempi, from, to, {90}, 140, Tempo::eCurve_Linear, 5));
+        if (iKind == 2)
+            both(kora_tempo_map_scale(map, iFrom, iTo, 1.25, &got), Tempo::Scale(mTempi, from, to, 1.25));
+        if (iKind == 3)
+            both(kora_tempo_map_offset(map, iFrom, iTo, -7, &got), Tempo::Offset(mTempi, from, to, -7));
+        if (iKind == 4)
+            both(kora_tempo_map_lock(map, iFrom, sample, &got),
+                 Tempo::LockToSample(mTempi, from, Time_Sample(sample)));
+        if (iKind == 5) both(kora_tempo_map_unlock(map, iFrom, &got), Tempo::RemoveLock(mTempi, from));
+        if (iKind == 6)
+            both(kora_song_insert_time(whole, iFrom, iTo - iFrom, &got),
+                 Edit::InsertTime(song, from, to - from));
+        if (iKind == 7)
+            both(kora_song_delete_time(whole, iFrom, iTo, &got), Edit::DeleteTime(song, from, to));
+        if (iKind == 8)
+            both(kora_song_repeat_time(whole, iFrom, iTo, 2, &got), Edit::RepeatTime(song, from, to, 2));
+        if (iKind == 9)
+            both(kora_song_move_time(whole, iFrom, iTo, place, &got),
+                 Edit::MoveTime(song, from, to, Time_Tick(place)));
+        if (iKind == 10)
+            both(kora_tempo_map_fit(map, iFrom, iTo, 100000, &got),
+                 Tempo::FitToLength(mTempi, from, to, Time_SampleLength(100000)));
         EXPECT_EQ(status, expected ? KORA_OK : KORA_REFUSED) << iKind;
         EXPECT_EQ(got.reason, static_cast<std::int32_t>(expected.mReason)) << iKind;
         if (!expected) {

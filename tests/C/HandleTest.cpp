@@ -10,9 +10,13 @@
 
 namespace {
 
-class CHandles : public CFixture
+class CHandles : public CFixture, protected CSongParts
 {
 protected:
+    CHandles()
+        : CSongParts(Made<kora_song>(kora_song_new))
+    {
+    }
     // What a call says of no handle, and of each of another kind, in the place of its own, which comes first.
     template <class T, class... Taken>
     void ExpectRefused(const Handle<T>& iOwn, const char* iName, kora_status (*iCall)(T*, Taken...),
@@ -40,11 +44,6 @@ protected:
         ExpectRefused(iOwn, "clear", iClear, cStart, cStart);
     }
 
-    Handle<kora_song> mSong = Made<kora_song>(kora_song_new);
-    Handle<kora_tempo_map> mTempi = Made<kora_tempo_map>(kora_song_get_tempo_map, mSong.get());
-    Handle<kora_meter_map> mMeters = Made<kora_meter_map>(kora_song_get_meter_map, mSong.get());
-    Handle<kora_key_map> mKeys = Made<kora_key_map>(kora_song_get_key_map, mSong.get());
-    Handle<kora_history> mHistory = Made<kora_history>(kora_history_new, mSong.get());
     Handle<kora_format> mFormat =
         Made<kora_format>(kora_format_new, mSong.get(), std::int32_t{KORA_FILM_35MM});
 };

@@ -117,15 +117,6 @@ Script Reading()
     };
 }
 
-std::string BytesOf(kora_document* iDocument)
-{
-    std::size_t size = 0;
-    EXPECT_EQ(kora_document_get_bytes(iDocument, nullptr, 0, &size), KORA_OK) << kora_last_error_text();
-    std::string bytes(size, '\0');
-    EXPECT_EQ(kora_document_get_bytes(iDocument, bytes.data(), size, &size), KORA_OK);
-    return bytes;
-}
-
 // What the script says and leaves. Of the call iCall the allocation iNth is refused, and the call made again.
 template <class Open, class Result>
 std::string Run(const Open& iOpen, const Script& iScript, const Result& iResult, std::size_t iCall,
@@ -174,7 +165,7 @@ TEST_F(CMemory, ACallOfADocumentMayBeMadeAgain)
 {
     const auto song = Open();
     const auto create = [] { return Made<kora_document>(kora_document_create_in_memory); };
-    RefuseEach(create, Writing(song.get()), BytesOf);
+    RefuseEach(create, Writing(song.get()), [](kora_document* d) { return BytesOf(d); });
 
     const auto written = create();
     std::string shown;

@@ -7,7 +7,7 @@
 namespace {
 
 // A song with a lock, a history of two steps of which one is undone, and all that may be asked of them.
-struct Subject
+struct Subject : CSongParts
 {
     Subject()
     {
@@ -24,29 +24,19 @@ struct Subject
     }
     void Edit(std::int64_t iQuarter, double iTempo)
     {
-        EXPECT_EQ(kora_tempo_map_set(mTempi.get(), At(iQuarter), iTempo, cQuarter, nullptr), KORA_OK);
+        EXPECT_EQ(SetTempo(iQuarter, iTempo), KORA_OK);
         EXPECT_EQ(kora_meter_map_set(mMeters.get(), At(iQuarter), 5, 8), KORA_OK);
-        const kora_key key{At(iQuarter), 1, 0, 2, {}};
-        EXPECT_EQ(kora_key_map_set(mKeys.get(), &key), KORA_OK);
+        EXPECT_EQ(SetKey(iQuarter), KORA_OK);
     }
     static std::int64_t At(std::int64_t iQuarter) { return cStart + iQuarter * cQuarter; }
 
     std::string Shown() const
     {
-        std::string text;
+        std::string text = BytesOf(mSong.get());
         const auto add = [&](auto... iNumbers) {
             ((text += std::to_string(iNumbers) + ' '), ...);
             text += '\n';
         };
-        kora_tempo tempo;
-        for (std::size_t i = 0; kora_tempo_map_get(mTempi.get(), i, &tempo) == KORA_OK; ++i)
-            add(tempo.tick, tempo.beats_per_minute, tempo.ticks_per_beat, tempo.locked_sample, tempo.flags);
-        kora_meter meter;
-        for (std::size_t i = 0; kora_meter_map_get(mMeters.get(), i, &meter) == KORA_OK; ++i)
-            add(meter.tick, meter.numerator, meter.denominator, meter.bar, meter.is_off_barline);
-        kora_key key;
-        for (std::size_t i = 0; kora_key_map_get(mKeys.get(), i, &key) == KORA_OK; ++i)
-            add(key.tick, key.is_major, key.is_sharps, key.accidentals);
         for (std::int64_t quarter = 0; quarter < 90; quarter += 7) {
             kora_time sample{};
             kora_bar_position bars{};
@@ -66,12 +56,6 @@ struct Subject
             if (kora_history_step_name(mHistory.get(), i, name, sizeof name, &size) == KORA_OK) text += name;
         return text;
     }
-
-    Handle<kora_song> mSong = Made<kora_song>(kora_song_open, cSongPath.c_str());
-    Handle<kora_tempo_map> mTempi = Made<kora_tempo_map>(kora_song_get_tempo_map, mSong.get());
-    Handle<kora_meter_map> mMeters = Made<kora_meter_map>(kora_song_get_meter_map, mSong.get());
-    Handle<kora_key_map> mKeys = Made<kora_key_map>(kora_song_get_key_map, mSong.get());
-    Handle<kora_history> mHistory = Made<kora_history>(kora_history_new, mSong.get());
 };
 
 using Call = kora_status (*)(Subject&);

@@ -37,7 +37,7 @@ struct Model
     Time_Tick mEnd;
 };
 
-class CSong : public CFixture
+class CSong : public CFixture, protected CSongParts
 {
 protected:
     // Times in and around the song.
@@ -53,16 +53,12 @@ protected:
 
     std::mt19937_64 mRandom{4711};
     Model mModel;
-    Handle<kora_song> mSong = Open();
 };
 
 TEST_F(CSong, EveryEntryIsThatOfTheMaps)
 {
-    const auto tempi = Made<kora_tempo_map>(kora_song_get_tempo_map, mSong.get());
-    const auto meters = Made<kora_meter_map>(kora_song_get_meter_map, mSong.get());
-    const auto keys = Made<kora_key_map>(kora_song_get_key_map, mSong.get());
     std::size_t count = 0;
-    ASSERT_EQ(kora_tempo_map_count(tempi.get(), &count), KORA_OK);
+    ASSERT_EQ(kora_tempo_map_count(mTempi.get(), &count), KORA_OK);
     ASSERT_EQ(count, mModel.mTempi.GetNumberOfSegments());
     for (std::size_t i = 0; i < count; ++i) {
         const Time_TempoMapSegment& segment =
@@ -70,37 +66,37 @@ TEST_F(CSong, EveryEntryIsThatOfTheMaps)
         kora_tempo tempo{};
         double beatsPerMinute = 0;
         Time_TickLength beat;
-        ASSERT_EQ(kora_tempo_map_get(tempi.get(), i, &tempo), KORA_OK);
+        ASSERT_EQ(kora_tempo_map_get(mTempi.get(), i, &tempo), KORA_OK);
         mModel.mTempi.GetTempoAtTick(beatsPerMinute, beat, segment.GetStartTick());
         EXPECT_EQ(tempo.tick, segment.GetStartTick().AsInt64());
         EXPECT_EQ(tempo.beats_per_minute, beatsPerMinute);
         EXPECT_EQ(tempo.ticks_per_beat, beat.AsInt64());
         EXPECT_EQ((tempo.flags & KORA_TEMPO_LOCKED) != 0, segment.IsLockedToSample());
         kora_tempo found{};
-        ASSERT_EQ(kora_tempo_map_find(tempi.get(), tempo.tick + 1, &found), KORA_OK);
+        ASSERT_EQ(kora_tempo_map_find(mTempi.get(), tempo.tick + 1, &found), KORA_OK);
         EXPECT_EQ(std::memcmp(&tempo, &found, sizeof tempo), 0);
     }
     std::size_t index = 0;
     for (auto change = mModel.mMeters.IterBegin(); change != mModel.mMeters.IterEnd(); ++change, ++index) {
         kora_meter meter{};
-        ASSERT_EQ(kora_meter_map_get(meters.get(), index, &meter), KORA_OK);
+        ASSERT_EQ(kora_meter_map_get(mMeters.get(), index, &meter), KORA_OK);
         EXPECT_EQ(meter.tick, change->GetTick().AsInt64());
         EXPECT_EQ(meter.numerator, change->GetMeter().GetNumerator());
         EXPECT_EQ(meter.denominator, change->GetMeter().GetDenominator());
         EXPECT_EQ(meter.bar, change->GetBarNumber());
         kora_meter found{};
-        ASSERT_EQ(kora_meter_map_find(meters.get(), meter.tick + 1, &found), KORA_OK);
+        ASSERT_EQ(kora_meter_map_find(mMeters.get(), meter.tick + 1, &found), KORA_OK);
         EXPECT_EQ(found.tick, meter.tick);
     }
-    EXPECT_EQ(kora_meter_map_count(meters.get(), &count), KORA_OK);
+    EXPECT_EQ(kora_meter_map_count(mMeters.get(), &count), KORA_OK);
     EXPECT_EQ(count, index);
-    EXPECT_EQ(kora_key_map_count(keys.get(), &count), KORA_OK);
+    EXPECT_EQ(kora_key_map_count(mKeys.get(), &count), KORA_OK);
     EXPECT_EQ(count, static_cast<std::size_t>(mModel.mKeys.size()));
     for (std::size_t i = 0; i < count; ++i) {
         kora_key key{};
         Time_Tick tick;
         Time_KeySignature expected;
-        ASSERT_EQ(kora_key_map_get(keys.get(), i, &key), KORA_OK);
+        ASSERT_EQ(kora_key_map_get(mKeys.get(), i, &key), KORA_OK);
         ASSERT_TRUE(mModel.mKeys.GetKeysSignature(static_cast<long>(i), tick, expected));
         EXPECT_EQ(key.tick, tick.AsInt64());
         EXPECT_EQ(Time_KeySignature(key.is_major != 0, key.is_sharps != 0, key.accidentals), expected);
@@ -176,16 +172,14 @@ TEST_F(CSong, WhatCannotBeReadSaysWhereAndHandsOutNothing)
 
 TEST_F(CSong, ASaveThatCouldNotBeOpenedAgainIsRefused)
 {
-    const auto tempi = Made<kora_tempo_map>(kora_song_get_tempo_map, mSong.get());
-    const auto keys = Made<kora_key_map>(kora_song_get_key_map, mSong.get());
     const std::string path = testing::TempDir() + "kora-far.kora";
     const kora_key early{cStart - 1, 1, 1, 0, {}}, last{cStart + cQuarter * 400000, 1, 1, 0, {}};
-    EXPECT_EQ(kora_key_map_set(keys.get(), &early), KORA_REFUSED);
-    ASSERT_EQ(kora_key_map_set(keys.get(), &last), KORA_OK);
+    EXPECT_EQ(kora_key_map_set(mKeys.get(), &early), KORA_REFUSED);
+    ASSERT_EQ(kora_key_map_set(mKeys.get(), &last), KORA_OK);
     ASSERT_EQ(kora_song_save(mSong.get(), path.c_str()), KORA_OK) << kora_last_error_text();
     const std::string before = BytesOf(path);
     // At 5 quarters a minute the last key's sample is past all limits.
-    ASSERT_EQ(kora_tempo_map_set(tempi.get(), cStart + 1000 * cQuarter, 5, cQuarter, nullptr), KORA_OK);
+    ASSERT_EQ(kora_tempo_map_set(mTempi.get(), cStart + 1000 * cQuarter, 5, cQuarter, nullptr), KORA_OK);
     EXPECT_EQ(kora_song_save(mSong.get(), path.c_str()), KORA_BAD_FILE);
     EXPECT_NE(std::string(kora_last_error_text()).find("a key at tick 1384000000000"), std::string::npos)
         << kora_last_error_text();
@@ -195,26 +189,23 @@ TEST_F(CSong, ASaveThatCouldNotBeOpenedAgainIsRefused)
 
 TEST_F(CSong, EditsOfTheMapsAreThoseOfTheClassesOrRefused)
 {
-    const auto tempi = Made<kora_tempo_map>(kora_song_get_tempo_map, mSong.get());
-    const auto meters = Made<kora_meter_map>(kora_song_get_meter_map, mSong.get());
-    const auto keys = Made<kora_key_map>(kora_song_get_key_map, mSong.get());
     std::uint32_t told = 0;
     const auto tell = [](void* ioUser, kora_song*, std::uint32_t iWhat) {
         *static_cast<std::uint32_t*>(ioUser) |= iWhat;
     };
     ASSERT_EQ(kora_song_set_listener(mSong.get(), tell, &told), KORA_OK);
-    EXPECT_EQ(kora_tempo_map_remove(tempi.get(), cStart), KORA_REFUSED);
-    EXPECT_EQ(kora_meter_map_remove(meters.get(), cStart), KORA_REFUSED);
-    EXPECT_EQ(kora_meter_map_clear(meters.get(), cStart, cStart + 1), KORA_REFUSED);
-    EXPECT_EQ(kora_meter_map_set(meters.get(), cStart - 1, 3, 4), KORA_REFUSED);
-    EXPECT_EQ(kora_meter_map_remove(meters.get(), cStart + 1), KORA_NOT_FOUND);
+    EXPECT_EQ(kora_tempo_map_remove(mTempi.get(), cStart), KORA_REFUSED);
+    EXPECT_EQ(kora_meter_map_remove(mMeters.get(), cStart), KORA_REFUSED);
+    EXPECT_EQ(kora_meter_map_clear(mMeters.get(), cStart, cStart + 1), KORA_REFUSED);
+    EXPECT_EQ(kora_meter_map_set(mMeters.get(), cStart - 1, 3, 4), KORA_REFUSED);
+    EXPECT_EQ(kora_meter_map_remove(mMeters.get(), cStart + 1), KORA_NOT_FOUND);
     EXPECT_EQ(told, 0u);
 
     const std::int64_t at = cStart + 40 * cQuarter;
-    ASSERT_EQ(kora_meter_map_set(meters.get(), at, 7, 8), KORA_OK);
+    ASSERT_EQ(kora_meter_map_set(mMeters.get(), at, 7, 8), KORA_OK);
     EXPECT_EQ(told, std::uint32_t{KORA_CHANGED_METERS});
     mModel.mMeters.AddMeterChange(Time_Tick(at), Time_Meter(7, 8));
-    ASSERT_EQ(kora_tempo_map_clear(tempi.get(), cStart + 1, at), KORA_OK);
+    ASSERT_EQ(kora_tempo_map_clear(mTempi.get(), cStart + 1, at), KORA_OK);
     EXPECT_EQ(told, std::uint32_t{KORA_CHANGED_METERS} | KORA_CHANGED_TEMPI);
     mModel.mTempi.EraseSegments(Time_Tick(cStart + 1), Time_Tick(at));
     const kora_key key{at, 0, 0, 3, {}};
@@ -224,19 +215,18 @@ TEST_F(CSong, EditsOfTheMapsAreThoseOfTheClassesOrRefused)
         told = 0;
     };
     told = 0;
-    const auto history = Made<kora_history>(kora_history_new, mSong.get());
-    ASSERT_EQ(kora_history_begin(history.get()), KORA_OK);
-    expectTold(kora_key_map_set(keys.get(), &key), KORA_CHANGED_KEYS, "set");
-    expectTold(kora_history_end(history.get(), "Key", 0), 0, "end");
-    expectTold(kora_history_undo(history.get()), KORA_CHANGED_KEYS, "undo");
-    expectTold(kora_history_redo(history.get()), KORA_CHANGED_KEYS, "redo");
-    expectTold(kora_key_map_clear(keys.get(), at + 1, at + 2), 0, "clear nothing");
-    ASSERT_EQ(kora_history_begin(history.get()), KORA_OK);
-    expectTold(kora_key_map_remove(keys.get(), at), KORA_CHANGED_KEYS, "remove");
-    expectTold(kora_history_cancel(history.get()), KORA_CHANGED_KEYS, "cancel");
+    ASSERT_EQ(kora_history_begin(mHistory.get()), KORA_OK);
+    expectTold(kora_key_map_set(mKeys.get(), &key), KORA_CHANGED_KEYS, "set");
+    expectTold(kora_history_end(mHistory.get(), "Key", 0), 0, "end");
+    expectTold(kora_history_undo(mHistory.get()), KORA_CHANGED_KEYS, "undo");
+    expectTold(kora_history_redo(mHistory.get()), KORA_CHANGED_KEYS, "redo");
+    expectTold(kora_key_map_clear(mKeys.get(), at + 1, at + 2), 0, "clear nothing");
+    ASSERT_EQ(kora_history_begin(mHistory.get()), KORA_OK);
+    expectTold(kora_key_map_remove(mKeys.get(), at), KORA_CHANGED_KEYS, "remove");
+    expectTold(kora_history_cancel(mHistory.get()), KORA_CHANGED_KEYS, "cancel");
     kora_key found{};
-    EXPECT_EQ(kora_key_map_find(keys.get(), cStart - 1, &found), KORA_NOT_FOUND);
-    ASSERT_EQ(kora_key_map_find(keys.get(), at + 5, &found), KORA_OK);
+    EXPECT_EQ(kora_key_map_find(mKeys.get(), cStart - 1, &found), KORA_NOT_FOUND);
+    ASSERT_EQ(kora_key_map_find(mKeys.get(), at + 5, &found), KORA_OK);
     EXPECT_EQ(std::memcmp(&key, &found, sizeof key), 0);
     for (const std::int64_t tick : Times(KORA_TICKS, 200)) {
         kora_time sample{};
