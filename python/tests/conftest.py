@@ -1,5 +1,4 @@
 """What all tests share: songs of random edits, and the answers of the kora command."""
-import json
 import os
 import random
 import subprocess
@@ -18,9 +17,6 @@ class Command:
 
     def __init__(self, program):
         self._program = program
-
-    def song(self, path, *options):
-        return json.loads(self._run("song", "--json", str(path), *options))
 
     def convert(self, path, source, target, values, *options):
         text = self._run(
