@@ -22,14 +22,26 @@ std::string TextOf(kora_song* iSong)
     const auto tempi = Made<kora_tempo_map>(kora_song_get_tempo_map, iSong);
     const auto meters = Made<kora_meter_map>(kora_song_get_meter_map, iSong);
     std::string text;
-    kora_tempo tempo{};
-    for (std::size_t i = 0; kora_tempo_map_get(tempi.get(), i, &tempo) == KORA_OK; ++i)
+    std::size_t count = 0, i = 0;
+    kora_tempo tempo{}, tempoThere{};
+    for (; kora_tempo_map_get(tempi.get(), i, &tempo) == KORA_OK; ++i) {
         text += std::to_string(tempo.tick) + ' ' + std::to_string(tempo.beats_per_minute) + ' ' +
-                std::to_string(tempo.locked_sample) + ' ' + std::to_string(tempo.flags) + '\n';
-    kora_meter meter{};
-    for (std::size_t i = 0; kora_meter_map_get(meters.get(), i, &meter) == KORA_OK; ++i)
+                std::to_string(tempo.ticks_per_beat) + ' ' + std::to_string(tempo.locked_sample) + ' ' +
+                std::to_string(tempo.flags) + '\n';
+        EXPECT_EQ(kora_tempo_map_find(tempi.get(), tempo.tick, &tempoThere), KORA_OK);
+        EXPECT_EQ(std::memcmp(&tempo, &tempoThere, sizeof tempo), 0);
+    }
+    EXPECT_EQ(kora_tempo_map_count(tempi.get(), &count), KORA_OK);
+    EXPECT_EQ(count, i);
+    kora_meter meter{}, meterThere{};
+    for (i = 0; kora_meter_map_get(meters.get(), i, &meter) == KORA_OK; ++i) {
         text += std::to_string(meter.tick) + ' ' + std::to_string(meter.numerator) + '/' +
                 std::to_string(meter.denominator) + ' ' + std::to_string(meter.bar) + '\n';
+        EXPECT_EQ(kora_meter_map_find(meters.get(), meter.tick, &meterThere), KORA_OK);
+        EXPECT_EQ(std::memcmp(&meter, &meterThere, sizeof meter), 0);
+    }
+    EXPECT_EQ(kora_meter_map_count(meters.get(), &count), KORA_OK);
+    EXPECT_EQ(count, i);
     return text;
 }
 
@@ -58,7 +70,8 @@ protected:
                               ((*at)->IsComputed() ? KORA_TEMPO_COMPUTED : 0);
             const std::int64_t sample = (*at)->IsLockedToSample() ? (*at)->GetStartSample().AsInt64() : 0;
             text += std::to_string((*at)->GetStartTick().AsInt64()) + ' ' + std::to_string(beats) + ' ' +
-                    std::to_string(sample) + ' ' + std::to_string(flags) + '\n';
+                    std::to_string(beat.AsInt64()) + ' ' + std::to_string(sample) + ' ' +
+                    std::to_string(flags) + '\n';
         }
         for (auto at = mMeters.IterBegin(); at != mMeters.IterEnd(); ++at)
             text += std::to_string(at->GetTick().AsInt64()) + ' ' +
