@@ -187,30 +187,31 @@ private:
                               [&](auto& iPieces) { OnMoved(iPieces); }};
         const Time_Tick from = At(mFrom);
         const Time_Tick to = At(mTo);
-        switch (iKind) {
-        case 0:
+        if (iKind == 0) {
             ExpectErased();
             return Edit::DeleteTime(song, from, to);
-        case 1:
+        }
+        if (iKind == 1) {
             ExpectInserted(mFrom, Unmarked(CellList(mTo - mFrom, mCells[mFrom > 0 ? mFrom - 1 : 0])));
             return Edit::InsertTime(song, from, to - from);
-        case 2:
+        }
+        if (iKind == 2) {
             mClipCells = Unmarked(Part());
             return Edit::Copy(song, from, to, mClip);
-        case 3: {
+        }
+        if (iKind == 3) {
             ExpectErased();
             const Result result = Edit::Cut(song, from, to, mClip);
             if (result) mClipCells = Unmarked(Part());
             return result;
         }
-        case 4: {
+        if (iKind == 4) {
             const std::size_t count = Below(4);
             for (std::size_t i = 0; i < count; ++i)
                 ExpectInserted(mTo, Part());
             return Edit::RepeatTime(song, from, to, count);
         }
-        case 5:
-        case 6: {
+        if (iKind == 5 || iKind == 6) {
             const bool isInside = mPosition > mFrom && mPosition < mTo;
             ExpectErased();
             if (!isInside) ExpectInserted(mPosition >= mTo ? mPosition - (mTo - mFrom) : mPosition, Part());
@@ -219,10 +220,8 @@ private:
             mFrom = std::min(mFrom, mPosition);
             return result;
         }
-        default:
-            ExpectInserted(mFrom, mClipCells);
-            return Edit::Paste(song, from, mClip);
-        }
+        ExpectInserted(mFrom, mClipCells);
+        return Edit::Paste(song, from, mClip);
     }
 
     Result EditTempi(unsigned iKind)
@@ -234,30 +233,23 @@ private:
         const Time_Sample near =
             map.TickToSample(from) + Time_SampleLength(static_cast<Cmn_Int64>(Below(9000)) - 4500);
         mIsTempoOnly = true;
-        switch (iKind) {
-        case 9:
-            return Time_TempoEdit::SetTempo(map, from, {tempo});
-        case 10:
-            return Time_TempoEdit::ClearRange(map, from, to);
-        case 11:
+        if (iKind == 9) return Time_TempoEdit::SetTempo(map, from, {tempo});
+        if (iKind == 10) return Time_TempoEdit::ClearRange(map, from, to);
+        if (iKind == 11)
             return Time_TempoEdit::Ramp(map, from, to, {tempo}, 90, Time_TempoEdit::eCurve_Linear,
                                         mTo - mFrom);
-        case 12:
-            return Time_TempoEdit::Scale(map, from, to, 0.8 + Below(40) / 100.0);
-        case 13:
+        if (iKind == 12) return Time_TempoEdit::Scale(map, from, to, 0.8 + Below(40) / 100.0);
+        if (iKind == 13)
             return Time_TempoEdit::FitToLength(map, from, to,
                                                map.TickToSample(to) - map.TickToSample(from) +
                                                    Time_SampleLength(Below(2000)));
-        case 14:
+        if (iKind == 14)
             return Below(3) > 0 ? Result{.mReason = eReason_NoLock}
                                 : Time_TempoEdit::LockToSample(map, from, near);
-        default: {
-            const auto lock = std::find_if(map.SegmentBegin(), map.SegmentEnd(), [&](auto& iSegment) {
-                return iSegment->IsLockedToSample() && !iSegment->IsSongStart();
-            });
-            return Time_TempoEdit::RemoveLock(map, lock == map.SegmentEnd() ? from : (*lock)->GetStartTick());
-        }
-        }
+        const auto lock = std::find_if(map.SegmentBegin(), map.SegmentEnd(), [&](auto& iSegment) {
+            return iSegment->IsLockedToSample() && !iSegment->IsSongStart();
+        });
+        return Time_TempoEdit::RemoveLock(map, lock == map.SegmentEnd() ? from : (*lock)->GetStartTick());
     }
 
     Result Change(unsigned iKind)

@@ -283,16 +283,11 @@ private:
         const Cmn_Int64 now = mMap.TickToSample(mFrom).AsInt64();
         const double tempo = 40 + Below(200),
                      length = (Exact(mMap, mTo) - mBefore[mFrom]) * (90 + Below(20)) / 100;
-        switch (mKind) {
-        case eSet:
-            return ::Edit::SetTempo(mMap, mFrom, {tempo});
-        case eClear:
-            return ::Edit::ClearRange(mMap, mFrom, mTo);
-        case eRamp:
-            return ::Edit::Ramp(mMap, mFrom, mTo, {tempo}, 100, ::Edit::eCurve_S, Below(20));
-        case eScale:
-            return ::Edit::Scale(mMap, mFrom, mTo, 0.9 + Below(20) / 100.0);
-        case eFit: {
+        if (mKind == eSet) return ::Edit::SetTempo(mMap, mFrom, {tempo});
+        if (mKind == eClear) return ::Edit::ClearRange(mMap, mFrom, mTo);
+        if (mKind == eRamp) return ::Edit::Ramp(mMap, mFrom, mTo, {tempo}, 100, ::Edit::eCurve_S, Below(20));
+        if (mKind == eScale) return ::Edit::Scale(mMap, mFrom, mTo, 0.9 + Below(20) / 100.0);
+        if (mKind == eFit) {
             const Time_SampleLength asked(static_cast<Cmn_Int64>(length));
             const Result result = ::Edit::FitToLength(mMap, mFrom, mTo, asked);
             if (result) {
@@ -300,19 +295,18 @@ private:
             }
             return result;
         }
-        case eLock:
+        if (mKind == eLock) {
             mSample = Time_Sample(now + Below(9000) - 4500);
             return ::Edit::LockToSample(mMap, mFrom, mSample);
-        case eRemoveLock:
+        }
+        if (mKind == eRemoveLock) {
             mLock = mLocks.empty()
                         ? mFrom
                         : std::next(mLocks.begin(), Below(static_cast<unsigned>(mLocks.size())))->first;
             return ::Edit::RemoveLock(mMap, mLock);
-        case eInsert:
-            return ::Edit::InsertTime(mMap, mFrom, mTo - mFrom);
-        default:
-            return ::Edit::DeleteTime(mMap, mFrom, mTo);
         }
+        if (mKind == eInsert) return ::Edit::InsertTime(mMap, mFrom, mTo - mFrom);
+        return ::Edit::DeleteTime(mMap, mFrom, mTo);
     }
 
     std::mt19937& mRandom;
