@@ -38,9 +38,7 @@ public:
         Keep(Made<kora_meter_map>(&kora_song_get_meter_map, song));
         Keep(Made<kora_key_map>(&kora_song_get_key_map, song));
         Keep(Made<kora_history>(&kora_history_new, song));
-        kora_format* format = nullptr;
-        Require(kora_format_new(song, KORA_FILM_35MM, &format) == KORA_OK, "a format is made");
-        Keep(format);
+        Keep(Made<kora_format>(&kora_format_new, song, KORA_FILM_35MM));
     }
     ~Player()
     {
