@@ -1,16 +1,10 @@
-#include "C/CFixture.h"
-#include "Kora/SMF/SMF_TimeMaps.h"
+#include "C/CModel.h"
 #include "Kora/Time/Convert/Time_Format.h"
 #include "Kora/Time/Edit/Time_SongEdit.h"
-#include "Kora/Time/Key/Time_KeySignatureMap.h"
-#include "Kora/Time/Meter/Time_MeterMap.h"
 #include "Kora/Time/Tempo/Time_TempoEdit.h"
-#include "Kora/Time/Tempo/Time_TempoMap.h"
 
 #include <cmath>
 #include <cstring>
-#include <fstream>
-#include <iterator>
 #include <limits>
 #include <random>
 
@@ -45,26 +39,17 @@ std::string TextOf(kora_song* iSong)
     return text;
 }
 
-class CEdits : public CFixture
+class CEdits : public CFixture, protected CSongParts
 {
 protected:
-    CEdits()
-    {
-        std::ifstream file(cSongPath, std::ios::binary);
-        (void)SMF_TimeMaps::Read(SMF_File::Read({std::istreambuf_iterator<char>(file), {}}), mMeters, mTempi,
-                                 mKeys);
-        mConverter.SetMeterMap(&mMeters);
-        mConverter.SetTempoMap(&mTempi);
-    }
-
     // The text of a call, and of the same by the classes.
     std::string ModelText()
     {
         std::string text;
-        for (auto at = mTempi.SegmentBegin(); at != mTempi.SegmentEnd(); ++at) {
+        for (auto at = mModel.mTempi.SegmentBegin(); at != mModel.mTempi.SegmentEnd(); ++at) {
             double beats = 0;
             Time_TickLength beat;
-            mTempi.GetTempoAtTick(beats, beat, (*at)->GetStartTick());
+            mModel.mTempi.GetTempoAtTick(beats, beat, (*at)->GetStartTick());
             const int flags = ((*at)->IsLockedToSample() ? KORA_TEMPO_LOCKED : 0) |
                               ((*at)->IsSongStart() ? KORA_TEMPO_SONG_START : 0) |
                               ((*at)->IsComputed() ? KORA_TEMPO_COMPUTED : 0);
@@ -73,7 +58,7 @@ protected:
                     std::to_string(beat.AsInt64()) + ' ' + std::to_string(sample) + ' ' +
                     std::to_string(flags) + '\n';
         }
-        for (auto at = mMeters.IterBegin(); at != mMeters.IterEnd(); ++at)
+        for (auto at = mModel.mMeters.IterBegin(); at != mModel.mMeters.IterEnd(); ++at)
             text += std::to_string(at->GetTick().AsInt64()) + ' ' +
                     std::to_string(at->GetMeter().GetNumerator()) + '/' +
                     std::to_string(at->GetMeter().GetDenominator()) + ' ' +
@@ -84,7 +69,7 @@ protected:
     // One edit by chance, by both: the status of the one and the result of the other.
     void EditBoth(int iKind, std::int64_t iFrom, std::int64_t iTo)
     {
-        const Time_SongEdit::Song song{&mMeters, &mTempi, &mKeys, {}};
+        const Time_SongEdit::Song song{&mModel.mMeters, &mModel.mTempi, &mModel.mKeys, {}};
         const Time_Tick from(iFrom), to(iTo);
         kora_edit_result got{sizeof got, 0, 0};
         kora_status status = KORA_OK;
@@ -93,24 +78,27 @@ protected:
             status = iStatus;
             expected = iExpected;
         };
-        kora_tempo_map* const map = mTempoMap.get();
+        kora_tempo_map* const map = mTempi.get();
         kora_song* const whole = mSong.get();
         const std::int64_t place = cStart + 8 * cQuarter, sample = (iFrom - cStart) / 40;
         using Tempo = Time_TempoEdit;
         using Edit = Time_SongEdit;
         if (iKind == 0)
-            both(kora_tempo_map_set(map, iFrom, 97.5, cQuarter, &got), Tempo::SetTempo(mTempi, from, {97.5}));
+            both(kora_tempo_map_set(map, iFrom, 97.5, cQuarter, &got),
+                 Tempo::SetTempo(mModel.mTempi, from, {97.5}));
         if (iKind == 1)
             both(kora_tempo_map_ramp(map, iFrom, iTo, 90, 140, KORA_CURVE_LINEAR, 5, &got),
-                 Tempo::Ramp(mTempi, from, to, {90}, 140, Tempo::eCurve_Linear, 5));
+                 Tempo::Ramp(mModel.mTempi, from, to, {90}, 140, Tempo::eCurve_Linear, 5));
         if (iKind == 2)
-            both(kora_tempo_map_scale(map, iFrom, iTo, 1.25, &got), Tempo::Scale(mTempi, from, to, 1.25));
+            both(kora_tempo_map_scale(map, iFrom, iTo, 1.25, &got),
+                 Tempo::Scale(mModel.mTempi, from, to, 1.25));
         if (iKind == 3)
-            both(kora_tempo_map_offset(map, iFrom, iTo, -7, &got), Tempo::Offset(mTempi, from, to, -7));
+            both(kora_tempo_map_offset(map, iFrom, iTo, -7, &got),
+                 Tempo::Offset(mModel.mTempi, from, to, -7));
         if (iKind == 4)
             both(kora_tempo_map_lock(map, iFrom, sample, &got),
-                 Tempo::LockToSample(mTempi, from, Time_Sample(sample)));
-        if (iKind == 5) both(kora_tempo_map_unlock(map, iFrom, &got), Tempo::RemoveLock(mTempi, from));
+                 Tempo::LockToSample(mModel.mTempi, from, Time_Sample(sample)));
+        if (iKind == 5) both(kora_tempo_map_unlock(map, iFrom, &got), Tempo::RemoveLock(mModel.mTempi, from));
         if (iKind == 6)
             both(kora_song_insert_time(whole, iFrom, iTo - iFrom, &got),
                  Edit::InsertTime(song, from, to - from));
@@ -123,7 +111,7 @@ protected:
                  Edit::MoveTime(song, from, to, Time_Tick(place)));
         if (iKind == 10)
             both(kora_tempo_map_fit(map, iFrom, iTo, 100000, &got),
-                 Tempo::FitToLength(mTempi, from, to, Time_SampleLength(100000)));
+                 Tempo::FitToLength(mModel.mTempi, from, to, Time_SampleLength(100000)));
         EXPECT_EQ(status, expected ? KORA_OK : KORA_REFUSED) << iKind;
         EXPECT_EQ(got.reason, static_cast<std::int32_t>(expected.mReason)) << iKind;
         if (!expected) {
@@ -134,58 +122,51 @@ protected:
             << iKind;
     }
 
-    Handle<kora_song> mSong = Open();
-    Handle<kora_tempo_map> mTempoMap = Made<kora_tempo_map>(kora_song_get_tempo_map, mSong.get());
-    Time_MeterMap mMeters;
-    Time_TempoMap mTempi;
-    Time_KeySignatureMap mKeys;
-    Time_Converter mConverter;
+    CModel mModel;
 };
 
 TEST_F(CEdits, ScriptsOfEditsGiveWhatTheClassesGiveAndUndoTakesAllBack)
 {
-    const auto history = Made<kora_history>(kora_history_new, mSong.get());
     std::mt19937 random(815);
     std::vector<std::string> texts{TextOf(mSong.get())};
     for (int turn = 0; turn < 120; ++turn) {
         const std::int64_t from = cStart + static_cast<std::int64_t>(random() % 120) * cQuarter;
         const std::int64_t to = from + static_cast<std::int64_t>(random() % 8) * cQuarter;
-        ASSERT_EQ(kora_history_begin(history.get()), KORA_OK);
+        ASSERT_EQ(kora_history_begin(mHistory.get()), KORA_OK);
         EditBoth(static_cast<int>(random() % 11), from, to);
-        ASSERT_EQ(kora_history_end(history.get(), "an edit", 0), KORA_OK);
+        ASSERT_EQ(kora_history_end(mHistory.get(), "an edit", 0), KORA_OK);
         const std::string text = TextOf(mSong.get());
         ASSERT_EQ(text, ModelText()) << "turn " << turn;
         if (text != texts.back()) texts.push_back(text);
         std::size_t steps = 0, position = 0;
-        ASSERT_EQ(kora_history_count(history.get(), &steps, &position), KORA_OK);
+        ASSERT_EQ(kora_history_count(mHistory.get(), &steps, &position), KORA_OK);
         while (texts.size() < steps + 1) // of the keys alone
             texts.push_back(text);
     }
     std::size_t steps = 0, position = 0;
-    ASSERT_EQ(kora_history_count(history.get(), &steps, &position), KORA_OK);
+    ASSERT_EQ(kora_history_count(mHistory.get(), &steps, &position), KORA_OK);
     ASSERT_EQ(texts.size(), steps + 1);
     ASSERT_GT(steps, 30u);
     for (std::size_t i = steps; i-- > 0;) {
-        ASSERT_EQ(kora_history_undo(history.get()), KORA_OK);
+        ASSERT_EQ(kora_history_undo(mHistory.get()), KORA_OK);
         ASSERT_EQ(TextOf(mSong.get()), texts[i]);
     }
-    EXPECT_EQ(kora_history_undo(history.get()), KORA_NOT_FOUND);
+    EXPECT_EQ(kora_history_undo(mHistory.get()), KORA_NOT_FOUND);
     for (std::size_t i = 1; i <= steps; ++i) {
-        ASSERT_EQ(kora_history_redo(history.get()), KORA_OK);
+        ASSERT_EQ(kora_history_redo(mHistory.get()), KORA_OK);
         ASSERT_EQ(TextOf(mSong.get()), texts[i]);
     }
-    EXPECT_EQ(kora_history_redo(history.get()), KORA_NOT_FOUND);
+    EXPECT_EQ(kora_history_redo(mHistory.get()), KORA_NOT_FOUND);
 }
 
 TEST_F(CEdits, OneHistoryRecordsAtATimeAndCancelTakesBack)
 {
-    const auto history = Made<kora_history>(kora_history_new, mSong.get());
     const auto other = Made<kora_song>(kora_song_new);
     const auto otherHistory = Made<kora_history>(kora_history_new, other.get());
     const std::string before = TextOf(mSong.get());
-    EXPECT_EQ(kora_history_end(history.get(), "nothing", 0), KORA_BUSY);
-    ASSERT_EQ(kora_history_begin(history.get()), KORA_OK);
-    EXPECT_EQ(kora_history_begin(history.get()), KORA_BUSY);
+    EXPECT_EQ(kora_history_end(mHistory.get(), "nothing", 0), KORA_BUSY);
+    ASSERT_EQ(kora_history_begin(mHistory.get()), KORA_OK);
+    EXPECT_EQ(kora_history_begin(mHistory.get()), KORA_BUSY);
     EXPECT_EQ(kora_history_begin(otherHistory.get()), KORA_BUSY);
     EXPECT_EQ(kora_history_undo(otherHistory.get()), KORA_BUSY);
     EXPECT_EQ(kora_song_insert_time(other.get(), cStart, cQuarter, nullptr), KORA_BUSY);
@@ -194,41 +175,40 @@ TEST_F(CEdits, OneHistoryRecordsAtATimeAndCancelTakesBack)
         const auto third = Open(); // songs come and go meanwhile, and are no part of the step
     }
     EXPECT_NE(TextOf(mSong.get()), before);
-    EXPECT_EQ(kora_history_cancel(history.get()), KORA_OK);
+    EXPECT_EQ(kora_history_cancel(mHistory.get()), KORA_OK);
     EXPECT_EQ(TextOf(mSong.get()), before);
     std::int32_t isSaved = 0;
-    EXPECT_EQ(kora_history_is_saved(history.get(), &isSaved), KORA_OK);
+    EXPECT_EQ(kora_history_is_saved(mHistory.get(), &isSaved), KORA_OK);
     EXPECT_EQ(isSaved, 1);
 
-    ASSERT_EQ(kora_history_begin(history.get()), KORA_OK);
-    ASSERT_EQ(kora_tempo_map_set(mTempoMap.get(), cStart, 77, cQuarter, nullptr), KORA_OK);
-    ASSERT_EQ(kora_history_end(history.get(), "Slower", 0), KORA_OK);
+    ASSERT_EQ(kora_history_begin(mHistory.get()), KORA_OK);
+    ASSERT_EQ(kora_tempo_map_set(mTempi.get(), cStart, 77, cQuarter, nullptr), KORA_OK);
+    ASSERT_EQ(kora_history_end(mHistory.get(), "Slower", 0), KORA_OK);
     char name[7];
     std::size_t size = 0;
-    EXPECT_EQ(kora_history_step_name(history.get(), 0, name, 6, &size), KORA_TOO_SMALL);
+    EXPECT_EQ(kora_history_step_name(mHistory.get(), 0, name, 6, &size), KORA_TOO_SMALL);
     EXPECT_EQ(size, 6u);
-    EXPECT_EQ(kora_history_step_name(history.get(), 0, name, 7, &size), KORA_OK);
+    EXPECT_EQ(kora_history_step_name(mHistory.get(), 0, name, 7, &size), KORA_OK);
     EXPECT_STREQ(name, "Slower");
-    EXPECT_EQ(kora_history_is_saved(history.get(), &isSaved), KORA_OK);
+    EXPECT_EQ(kora_history_is_saved(mHistory.get(), &isSaved), KORA_OK);
     EXPECT_EQ(isSaved, 0);
 }
 
 TEST_F(CEdits, AHistoryThatIsReleasedWhileItRecordsTakesBackAndStops)
 {
     const std::string before = TextOf(mSong.get());
-    auto history = Made<kora_history>(kora_history_new, mSong.get());
-    ASSERT_EQ(kora_history_begin(history.get()), KORA_OK);
-    ASSERT_EQ(kora_tempo_map_set(mTempoMap.get(), cStart, 77, cQuarter, nullptr), KORA_OK);
-    history.reset();
+    ASSERT_EQ(kora_history_begin(mHistory.get()), KORA_OK);
+    ASSERT_EQ(kora_tempo_map_set(mTempi.get(), cStart, 77, cQuarter, nullptr), KORA_OK);
+    mHistory.reset();
     EXPECT_EQ(TextOf(mSong.get()), before);
-    EXPECT_EQ(kora_tempo_map_set(mTempoMap.get(), cStart, 77, cQuarter, nullptr), KORA_OK);
+    EXPECT_EQ(kora_tempo_map_set(mTempi.get(), cStart, 77, cQuarter, nullptr), KORA_OK);
 }
 
 TEST_F(CEdits, TextsOfADayAndTheirMistakesAreReadAsByTheClass)
 {
     constexpr std::int64_t cDay = std::int64_t{86400} * 44100, cSteps = 5000;
     const auto format = Made<kora_format>(kora_format_new, mSong.get(), KORA_FILM_16MM);
-    Time_Format model(mConverter);
+    Time_Format model(mModel.mConverter);
     model.SetFilmGauge(Time_eFilmGauge_16mm);
     std::mt19937 random(17);
     for (std::int32_t form = KORA_FORM_SAMPLES; form <= KORA_FORM_FEET; ++form)
@@ -260,7 +240,7 @@ TEST_F(CEdits, WrongValuesAreRefusedAndChangeNothing)
 {
     const double nan = std::numeric_limits<double>::quiet_NaN();
     kora_edit_result small{sizeof small - 1, 0, 0};
-    kora_tempo_map* const map = mTempoMap.get();
+    kora_tempo_map* const map = mTempi.get();
     const std::string before = TextOf(mSong.get());
     EXPECT_EQ(kora_tempo_map_set(map, cStart, nan, cQuarter, nullptr), KORA_BAD_ARGUMENT);
     EXPECT_EQ(kora_tempo_map_set(map, cStart, 90, 0, nullptr), KORA_BAD_ARGUMENT);

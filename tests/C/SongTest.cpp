@@ -1,41 +1,11 @@
-#include "C/CFixture.h"
-#include "Kora/SMF/SMF_TimeMaps.h"
-#include "Kora/Time/Convert/Time_Converter.h"
-#include "Kora/Time/Key/Time_KeySignatureMap.h"
-#include "Kora/Time/Meter/Time_MeterMap.h"
-#include "Kora/Time/Tempo/Time_TempoMap.h"
+#include "C/CModel.h"
 
 #include <cstdio>
 #include <cstring>
-#include <fstream>
-#include <iterator>
 #include <random>
 #include <vector>
 
 namespace {
-
-std::string BytesOf(const std::string& iPath)
-{
-    std::ifstream file(iPath, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
-// The same song by the C++ classes.
-struct Model
-{
-    Model()
-    {
-        const SMF_File file = SMF_File::Read(BytesOf(cSongPath));
-        mEnd = SMF_TimeMaps::Read(file, mMeters, mTempi, mKeys);
-        mConverter.SetMeterMap(&mMeters);
-        mConverter.SetTempoMap(&mTempi);
-    }
-    Time_MeterMap mMeters;
-    Time_TempoMap mTempi;
-    Time_KeySignatureMap mKeys;
-    Time_Converter mConverter;
-    Time_Tick mEnd;
-};
 
 class CSong : public CFixture, protected CSongParts
 {
@@ -52,7 +22,7 @@ protected:
     }
 
     std::mt19937_64 mRandom{4711};
-    Model mModel;
+    CModel mModel;
 };
 
 // Those of tempi and meters are held to the classes' after every edit: CEdits.
