@@ -1,6 +1,5 @@
 #include "Kora/Time/Tempo/Time_TempoEdit.h"
 #include "Tool/Tool_Plot.h"
-#include "Tool/Tool_PlotLabels.h"
 #include "Tool/Tool_PlotScale.h"
 #include "Tool/Tool_PlotText.h"
 #include "Tool/Tool_SongRows.h"
