@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <fstream>
+#include <iterator>
 #include <memory>
 #include <string>
 #include <utility>
@@ -52,6 +54,12 @@ struct CSongParts
     Handle<kora_key_map> mKeys = Made<kora_key_map>(kora_song_get_key_map, mSong.get());
     Handle<kora_history> mHistory = Made<kora_history>(kora_history_new, mSong.get());
 };
+
+inline std::string BytesOf(const std::string& iPath)
+{
+    std::ifstream file(iPath, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
 
 inline std::string BytesOf(kora_document* iDocument)
 {

@@ -8,15 +8,6 @@
 #include "Kora/Time/Meter/Time_MeterMap.h"
 #include "Kora/Time/Tempo/Time_TempoMap.h"
 
-#include <fstream>
-#include <iterator>
-
-inline std::string BytesOf(const std::string& iPath)
-{
-    std::ifstream file(iPath, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
 struct CModel
 {
     CModel()

@@ -2,7 +2,6 @@
 
 #include <cstdio>
 #include <fstream>
-#include <iterator>
 #include <utility>
 #include <vector>
 
@@ -38,11 +37,7 @@ protected:
         }
         ASSERT_EQ(kora_document_end(ioDocument), KORA_OK);
     }
-    std::string FileBytes() const
-    {
-        std::ifstream file(mPath, std::ios::binary);
-        return {std::istreambuf_iterator<char>(file), {}};
-    }
+    std::string FileBytes() const { return BytesOf(mPath); }
     static Handle<kora_document> Reading(const std::string& iBytes)
     {
         return Made<kora_document>(kora_document_read_bytes, static_cast<const void*>(iBytes.data()),

@@ -3,7 +3,6 @@
 #include "Kora/Time/Convert/Time_Ruler.h"
 #include "Kora/Time/Formats/Time_SampleGrid.h"
 
-#include <algorithm>
 #include <cstring>
 #include <random>
 #include <tuple>

@@ -10,9 +10,7 @@
 
 namespace {
 
-struct Element : PSAtomicQueueLink
-{
-};
+using Element = PSAtomicQueueLink;
 
 // Links the elements from iLast back to iFirst, as a chain is pushed.
 void Chain(Element* iFirst, Element* iLast)
@@ -46,7 +44,7 @@ struct QueueScene
     void Keep(const PSAtomicQueueLink* iLink)
     {
         for (; iLink != nullptr; iLink = iLink->mNext)
-            mDrained += std::to_string(static_cast<const Element*>(iLink) - mElements);
+            mDrained += std::to_string(iLink - mElements);
     }
     // What was accepted was drained once, 0 before 1, and 3 right behind 2.
     bool IsWhole()
