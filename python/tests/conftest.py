@@ -1,5 +1,4 @@
 """What all tests share: songs of random edits, and the answers of the kora command."""
-import json
 import os
 import random
 import subprocess
@@ -19,9 +18,6 @@ class Command:
     def __init__(self, program):
         self._program = program
 
-    def song(self, path, *options):
-        return json.loads(self._run("song", "--json", str(path), *options))
-
     def convert(self, path, source, target, values, *options):
         text = self._run(
             "convert",
@@ -37,9 +33,6 @@ class Command:
 
     def grid(self, path, division):
         return self._run("grid", str(path), "--by", division).splitlines()
-
-    def info(self, path):
-        return json.loads(self._run("info", "--json", str(path)))
 
     def faults(self, path):
         """Lines of offset and text."""

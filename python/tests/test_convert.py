@@ -52,26 +52,6 @@ def test_answers_are_the_commands(command, rate, timecode):
                 )
 
 
-def test_random_songs_are_the_commands(command, random_song, tmp_path):
-    random_song.save(tmp_path / "song.kora")
-    said = command.song(tmp_path / "song.kora")
-    info = random_song.info
-    assert (said["sampleRate"], said["songStartTick"]) == (info.rate, info.start.count)
-    assert [(each["tick"], each["bpm"]) for each in said["tempo"]] == [
-        (each.position.count, each.bpm) for each in random_song.tempos
-    ]
-    for each in said["tempo"] + said["meter"] + said["keys"]:
-        place = kora.Ticks(each["tick"])
-        assert random_song.convert(place, "samples").count == each["sample"]
-        assert tuple(each["position"].values()) == random_song.bars(place)
-        assert random_song.timecode(place) == each["timecode"]
-    with kora.open(tmp_path / "song.kora") as again:
-        assert again.info[:2] == info[:2]
-        assert [list(each) for each in (again.tempos, again.meters, again.keys)] == [
-            list(each) for each in (random_song.tempos, random_song.meters, random_song.keys)
-        ]
-
-
 def layouts(values):
     """The same column in memory of every kind."""
     count = len(values)

@@ -14,52 +14,25 @@ import kora
 from conftest import FIRST_LIGHT, random_edit, state
 
 
-class Model:
-    """Meters or keys as a plain dict from tick to value."""
-
-    def __init__(self, entries):
-        self.entries = dict(entries)
-
-    def at(self, tick):
-        before = [each for each in self.entries if each <= tick]
-        return self.entries[max(before)] if before else None
-
-
-@pytest.mark.parametrize("seed", range(8))
-def test_keys_are_a_sorted_dict(seed):
-    rng = random.Random(seed)
+def test_keys_are_a_sorted_list():
     song = kora.Song()
-    model = Model({})
-    base = song.start.count
-    for _ in range(150):
-        tick = base + rng.randrange(12) * 960000
-        choice = rng.random()
-        if choice < 0.5:
-            accidentals, is_major = rng.randint(-7, 7), rng.random() < 0.5
-            song.keys.set(kora.Ticks(tick), kora.Key(kora.Ticks(0), accidentals, is_major))
-            model.entries[tick] = (accidentals, is_major)
-        elif choice < 0.7 and model.entries:
-            index = rng.randrange(-len(model.entries), len(model.entries))
-            del model.entries[sorted(model.entries)[index]]
-            del song.keys[index]
-        elif choice < 0.8:
-            start, end = sorted((tick, base + rng.randrange(12) * 960000))
-            song.keys.clear(kora.Ticks(start), kora.Ticks(end))
-            model.entries = {key: value for key, value in model.entries.items() if not start <= key < end}
-        elif tick not in model.entries:
-            with pytest.raises(KeyError):
-                song.keys.remove(kora.Ticks(tick))
-        expected = [(key, *model.entries[key]) for key in sorted(model.entries)]
-        keys = song.keys
-        assert [(each.position.count, each.accidentals, each.is_major) for each in keys] == expected
-        cut = slice(rng.choice((None, -3, 2)), rng.choice((None, 5, -1)), rng.choice((None, -1, 2)))
-        assert keys[cut] == list(keys)[cut] and len(keys) == len(expected)
-        found = model.at(tick)
-        if found is None:
-            with pytest.raises(KeyError):
-                keys.at(kora.Ticks(tick))
-        else:
-            assert (keys.at(kora.Ticks(tick)).accidentals, keys.at(kora.Ticks(tick)).is_major) == found
+    model = {}
+    places = [song.start + kora.Ticks.quarters(4 * bar) for bar in range(12)]
+    for number, place in enumerate(random.Random(7).sample(places[1:], 10)):
+        song.keys.set(place, kora.Key(kora.Ticks(0), number - 5, number % 2 == 0))
+        model[place.count] = (number - 5, number % 2 == 0)
+    del song.keys[-2], model[sorted(model)[-2]]
+    song.keys.clear(places[4], places[6])
+    model = {tick: key for tick, key in model.items() if not places[4].count <= tick < places[6].count}
+    keys = song.keys
+    expected = [(tick, *model[tick]) for tick in sorted(model)]
+    assert [(each.position.count, each.accidentals, each.is_major) for each in keys] == expected
+    for cut in (slice(None), slice(-3, None, -1), slice(2, 5), slice(None, -1, 2)):
+        assert keys[cut] == list(keys)[cut]
+    assert len(keys) == len(expected) and keys.at(keys[3].position + kora.Ticks(1)) == keys[3]
+    for ask in (keys.at, keys.remove):
+        with pytest.raises(KeyError):
+            ask(places[0])
 
 
 @pytest.mark.parametrize("seed", range(8))

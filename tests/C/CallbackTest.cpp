@@ -9,13 +9,8 @@ namespace {
 
 using CCallback = CFixture;
 
-struct Host
+struct Host : CSongParts
 {
-    Handle<kora_song> mSong = Made<kora_song>(kora_song_open, cSongPath.c_str());
-    Handle<kora_tempo_map> mTempi = Made<kora_tempo_map>(kora_song_get_tempo_map, mSong.get());
-    Handle<kora_meter_map> mMeters = Made<kora_meter_map>(kora_song_get_meter_map, mSong.get());
-    Handle<kora_key_map> mKeys = Made<kora_key_map>(kora_song_get_key_map, mSong.get());
-    Handle<kora_history> mHistory = Made<kora_history>(kora_history_new, mSong.get());
     std::function<void(std::uint32_t)> mCall;
     int mCalls = 0;
 
@@ -27,15 +22,6 @@ struct Host
             if (host.mCall) host.mCall(iWhat);
         };
         EXPECT_EQ(kora_song_set_listener(mSong.get(), tell, this), KORA_OK);
-    }
-    kora_status SetTempo(std::int64_t iQuarter, double iTempo = 90)
-    {
-        return kora_tempo_map_set(mTempi.get(), cStart + iQuarter * cQuarter, iTempo, cQuarter, nullptr);
-    }
-    kora_status SetKey(std::int64_t iQuarter)
-    {
-        const kora_key key{cStart + iQuarter * cQuarter, 1, 1, 3, {}};
-        return kora_key_map_set(mKeys.get(), &key);
     }
     // All that changes a song.
     std::vector<kora_status> ChangeAll()

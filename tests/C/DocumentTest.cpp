@@ -2,7 +2,7 @@
 
 #include <cstdio>
 #include <fstream>
-#include <iterator>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -37,20 +37,7 @@ protected:
         }
         ASSERT_EQ(kora_document_end(ioDocument), KORA_OK);
     }
-    static std::string BytesOf(kora_document* iDocument)
-    {
-        std::size_t size = 0;
-        EXPECT_EQ(kora_document_get_bytes(iDocument, nullptr, 0, &size), KORA_OK);
-        std::string bytes(size, '\0');
-        EXPECT_EQ(kora_document_get_bytes(iDocument, bytes.data(), size - 1, &size), KORA_TOO_SMALL);
-        EXPECT_EQ(kora_document_get_bytes(iDocument, bytes.data(), size, &size), KORA_OK);
-        return bytes;
-    }
-    std::string FileBytes() const
-    {
-        std::ifstream file(mPath, std::ios::binary);
-        return {std::istreambuf_iterator<char>(file), {}};
-    }
+    std::string FileBytes() const { return BytesOf(mPath); }
     static Handle<kora_document> Reading(const std::string& iBytes)
     {
         return Made<kora_document>(kora_document_read_bytes, static_cast<const void*>(iBytes.data()),
@@ -154,35 +141,29 @@ TEST_F(CDocument, KeysSayWhatThereIsAndLeadToIt)
 
 TEST_F(CDocument, EveryKindOfValueComesBack)
 {
-    const std::uint8_t bytes[] = {0, 1, 255};
-    const std::int16_t shorts[] = {-32768, 32767};
-    const std::uint16_t ushorts[] = {0, 65535};
-    const std::int32_t ints[] = {-5, 5};
-    const std::uint32_t uints[] = {0xFFFFFFFF, 1};
+    constexpr std::pair<std::int32_t, std::size_t> cKinds[] = {
+        {KORA_UINT8, 1},  {KORA_INT16, 2}, {KORA_UINT16, 2}, {KORA_INT32, 4},
+        {KORA_UINT32, 4}, {KORA_INT64, 8}, {KORA_FLOAT64, 8}};
+    const std::string values = "abc\xFF and five more values";
     const auto to = Made<kora_document>(kora_document_create_in_memory);
     ASSERT_EQ(kora_document_begin(to.get(), -7, 1, ""), KORA_OK);
-    ASSERT_EQ(kora_document_write(to.get(), KORA_UINT8, bytes, 3), KORA_OK);
-    ASSERT_EQ(kora_document_write(to.get(), KORA_INT16, shorts, 2), KORA_OK);
-    ASSERT_EQ(kora_document_write(to.get(), KORA_UINT16, ushorts, 2), KORA_OK);
-    ASSERT_EQ(kora_document_write(to.get(), KORA_INT32, ints, 2), KORA_OK);
-    ASSERT_EQ(kora_document_write(to.get(), KORA_UINT32, uints, 2), KORA_OK);
+    for (const auto& [kind, size] : cKinds)
+        ASSERT_EQ(kora_document_write(to.get(), kind, values.data(), 3), KORA_OK);
     ASSERT_EQ(kora_document_end(to.get()), KORA_OK);
     ASSERT_EQ(kora_document_commit(to.get()), KORA_OK);
 
     const auto from = Reading(BytesOf(to.get()));
     const kora_step step = {-7, KORA_NO_ITEM};
     ASSERT_EQ(kora_document_enter(from.get(), &step, 1, nullptr), KORA_OK);
-    const auto expect = [&](std::int32_t iKind, const auto& iExpected) {
-        auto values = std::vector(std::begin(iExpected), std::end(iExpected));
-        std::fill(values.begin(), values.end(), 77);
-        ASSERT_EQ(kora_document_read(from.get(), iKind, values.data(), values.size()), KORA_OK);
-        EXPECT_TRUE(std::equal(values.begin(), values.end(), std::begin(iExpected))) << iKind;
-    };
-    expect(KORA_UINT8, bytes);
-    expect(KORA_INT16, shorts);
-    expect(KORA_UINT16, ushorts);
-    expect(KORA_INT32, ints);
-    expect(KORA_UINT32, uints);
+    for (const auto& [kind, size] : cKinds) {
+        std::string read(3 * size, '\0');
+        std::int64_t before = 0, left = 0;
+        ASSERT_EQ(kora_document_bytes_left(from.get(), &before), KORA_OK);
+        ASSERT_EQ(kora_document_read(from.get(), kind, read.data(), 3), KORA_OK);
+        ASSERT_EQ(kora_document_bytes_left(from.get(), &left), KORA_OK);
+        EXPECT_EQ(before - left, static_cast<std::int64_t>(read.size())) << kind;
+        EXPECT_EQ(read, values.substr(0, read.size())) << kind;
+    }
     EXPECT_EQ(kora_document_read(from.get(), 7, nullptr, 0), KORA_BAD_ARGUMENT);
 }
 
@@ -293,14 +274,17 @@ TEST_F(CDocument, ASongStandsBesideTheHostsOwnStreamsAndComesFromMemory)
     ASSERT_EQ(kora_document_commit(to.get()), KORA_OK);
     const std::string bytes = BytesOf(to.get());
     const auto document = Reading(bytes);
+    ASSERT_EQ(kora_song_save(song.get(), mPath.c_str()), KORA_OK) << kora_last_error_text();
+    const auto saved = Made<kora_song>(kora_song_open, mPath.c_str());
     const auto one = Made<kora_song>(kora_song_read_document, document.get());
     const auto other =
         Made<kora_song>(kora_song_read_bytes, static_cast<const void*>(bytes.data()), bytes.size());
     ASSERT_EQ(kora_song_export(one.get(), mPath.c_str()), KORA_OK);
     std::size_t size = 0;
-    for (const auto& each : {song.get(), one.get(), other.get()}) {
+    for (const auto& each : {song.get(), saved.get(), one.get(), other.get()}) {
         ASSERT_EQ(kora_song_write_midi(each, nullptr, 0, &size), KORA_OK);
         std::string midi(size, '\0');
+        EXPECT_EQ(kora_song_write_midi(each, midi.data(), size - 1, &size), KORA_TOO_SMALL);
         ASSERT_EQ(kora_song_write_midi(each, midi.data(), size, &size), KORA_OK);
         EXPECT_TRUE(midi == FileBytes());
     }

@@ -1,9 +1,9 @@
 // Files of the C interface by their names: UTF-8 on every system, and places where no file can be.
 #include "CFixture.h"
+#include "Support/StFolder.h"
 
 #include <filesystem>
 #include <functional>
-#include <random>
 #include <vector>
 
 namespace {
@@ -11,41 +11,7 @@ namespace {
 namespace fs = std::filesystem;
 using CFileName = CFixture;
 
-// A folder of its own, which goes with all that is in it.
-class StFolder
-{
-public:
-    StFolder()
-    {
-        fs::remove_all(mPath);
-        fs::create_directory(mPath);
-    }
-    ~StFolder()
-    {
-        std::error_code ignored;
-        fs::remove_all(mPath, ignored);
-    }
-    StFolder(const StFolder&) = delete;
-    StFolder& operator=(const StFolder&) = delete;
-
-    fs::path Wide(const std::string& iName) const
-    {
-        return mPath / fs::path(std::u8string(iName.begin(), iName.end()));
-    }
-    std::string Utf8(const std::string& iName) const
-    {
-        const std::u8string path = (mPath / "").u8string();
-        return std::string(path.begin(), path.end()) + iName;
-    }
-    std::size_t Count() const
-    {
-        return static_cast<std::size_t>(
-            std::distance(fs::directory_iterator(mPath), fs::directory_iterator()));
-    }
-
-private:
-    fs::path mPath = fs::temp_directory_path() / ("kora-names-" + std::to_string(std::random_device()()));
-};
+fs::path Wide(const std::string& iUtf8) { return std::u8string(iUtf8.begin(), iUtf8.end()); }
 
 using Write = std::function<kora_status(const char*)>;
 
@@ -71,15 +37,15 @@ TEST_F(CFileName, NamesAreUtf8OnEverySystem)
     const std::string names[] = {
         "plain",        "Übung — Größe",      "日本語", "🎹🥁", "e\u0301 and \u00e9",
         "with  spaces", std::string(200, 'n')};
-    std::size_t files = 0;
+    int files = 0;
     for (const std::string& name : names)
         for (const auto& writer : Writers(song.get())) {
             SCOPED_TRACE(name + ", " + writer.first);
-            const std::string file = name + "." + writer.first, path = folder.Utf8(file);
+            const std::string file = name + "." + writer.first, path = folder / file;
             for (int twice = 0; twice < 2; ++twice)
                 ASSERT_EQ(writer.second(path.c_str()), KORA_OK) << kora_last_error_text();
-            EXPECT_TRUE(fs::exists(folder.Wide(file)));
-            EXPECT_EQ(folder.Count(), ++files) << "nothing is left beside it";
+            EXPECT_TRUE(fs::exists(Wide(path)));
+            EXPECT_EQ(CountFiles(folder.Path()), ++files) << "nothing is left beside it";
             const auto again = Made<kora_song>(kora_song_open, path.c_str());
             std::size_t count = 0;
             const auto tempi = Made<kora_tempo_map>(kora_song_get_tempo_map, again.get());
@@ -96,13 +62,13 @@ TEST_F(CFileName, NamesAreUtf8OnEverySystem)
 TEST_F(CFileName, WhereNoFileCanBeNothingIsLeft)
 {
     const StFolder folder;
-    fs::create_directory(folder.Wide("folder"));
+    fs::create_directory(folder / "folder");
     const auto song = Open();
-    const std::string places[] = {folder.Utf8("folder"),
-                                  folder.Utf8("folder/"),
-                                  folder.Utf8("missing/a.kora"),
-                                  folder.Utf8(std::string(300, 'n')),
-                                  folder.Utf8(std::string(5000, 'n')),
+    const std::string places[] = {folder / "folder",
+                                  folder / "folder/",
+                                  folder / "missing/a.kora",
+                                  folder / std::string(300, 'n'),
+                                  folder / std::string(5000, 'n'),
                                   ""};
     for (const std::string& place : places) {
         for (const auto& writer : Writers(song.get())) {
@@ -114,9 +80,9 @@ TEST_F(CFileName, WhereNoFileCanBeNothingIsLeft)
         kora_document* document = nullptr;
         EXPECT_EQ(kora_document_open(place.c_str(), &document), KORA_SYSTEM) << place.substr(0, 80);
     }
-    EXPECT_EQ(folder.Count(), 1u);
+    EXPECT_EQ(CountFiles(folder.Path()), 1);
     // What is no UTF-8 is a name on one system and none on the other.
-    const std::string odd = folder.Utf8("\xff\xfe.kora");
+    const std::string odd = folder / "\xff\xfe.kora";
     for (const auto& writer : Writers(song.get())) {
         const kora_status status = writer.second(odd.c_str());
         EXPECT_TRUE(status == KORA_OK || status == KORA_SYSTEM) << status << kora_last_error_text();

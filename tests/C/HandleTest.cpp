@@ -3,112 +3,119 @@
 #include "Kora/Kora_Version.h"
 
 #include <cmath>
-#include <functional>
+#include <initializer_list>
 #include <thread>
+#include <type_traits>
 #include <vector>
 
 namespace {
 
-// A call with one handle in the first place, and everything else as it should be.
-struct Call
-{
-    const char* mName;
-    std::function<kora_status(void*)> mCall;
-};
-
-const std::vector<Call>& SongCalls()
-{
-    static kora_time time{};
-    static kora_bar_position bars{};
-    static kora_song_info info{sizeof(kora_song_info), 0, 0, 0, 0};
-    static std::size_t size = 0;
-    static std::int64_t count = cStart;
-    static void* handle = nullptr;
-    const auto song = [](void* iHandle) { return static_cast<kora_song*>(iHandle); };
-    static const std::vector<Call> calls = {
-        {"save", [=](void* h) { return kora_song_save(song(h), "/nowhere/song.kora"); }},
-        {"write_midi", [=](void* h) { return kora_song_write_midi(song(h), nullptr, 0, &size); }},
-        {"get_info", [=](void* h) { return kora_song_get_info(song(h), &info); }},
-        {"set_listener", [=](void* h) { return kora_song_set_listener(song(h), nullptr, nullptr); }},
-        {"get_tempo_map",
-         [=](void* h) {
-             return kora_song_get_tempo_map(song(h), reinterpret_cast<kora_tempo_map**>(&handle));
-         }},
-        {"get_meter_map",
-         [=](void* h) {
-             return kora_song_get_meter_map(song(h), reinterpret_cast<kora_meter_map**>(&handle));
-         }},
-        {"get_key_map",
-         [=](void* h) { return kora_song_get_key_map(song(h), reinterpret_cast<kora_key_map**>(&handle)); }},
-        {"convert", [=](void* h) { return kora_convert(song(h), time, KORA_TICKS, &time); }},
-        {"to_bars", [=](void* h) { return kora_to_bars(song(h), time, &bars); }},
-        {"from_bars", [=](void* h) { return kora_from_bars(song(h), bars, KORA_TICKS, &time); }},
-        {"convert_all",
-         [=](void* h) { return kora_convert_all(song(h), KORA_TICKS, &count, 8, KORA_TICKS, &count, 8, 1); }},
-        {"to_bars_all",
-         [=](void* h) { return kora_to_bars_all(song(h), KORA_TICKS, &count, 8, &bars, 16, 1); }},
-        {"from_bars_all",
-         [=](void* h) { return kora_from_bars_all(song(h), &bars, 16, KORA_TICKS, &count, 8, 1); }},
-    };
-    return calls;
-}
-
-// The calls that maps of a kind have in common, and its own.
-template <class Map, class Entry>
-std::vector<Call> MapCalls(kora_status (*iCount)(Map*, size_t*), kora_status (*iGet)(Map*, size_t, Entry*),
-                           kora_status (*iFind)(Map*, int64_t, Entry*), kora_status (*iRemove)(Map*, int64_t),
-                           kora_status (*iClear)(Map*, int64_t, int64_t))
-{
-    static std::size_t count = 0;
-    static Entry entry{};
-    const auto map = [](void* iHandle) { return static_cast<Map*>(iHandle); };
-    return {
-        {"count", [=](void* h) { return iCount(map(h), &count); }},
-        {"get", [=](void* h) { return iGet(map(h), 0, &entry); }},
-        {"find", [=](void* h) { return iFind(map(h), cStart, &entry); }},
-        {"remove", [=](void* h) { return iRemove(map(h), cStart); }},
-        {"clear", [=](void* h) { return iClear(map(h), cStart, cStart); }},
-    };
-}
-
-class CHandles : public CFixture
+class CHandles : public CFixture, protected CSongParts
 {
 protected:
-    void ExpectRefused(const std::vector<Call>& iCalls, const std::vector<void*>& iOthers)
+    CHandles()
+        : CSongParts(Made<kora_song>(kora_song_new))
     {
-        for (const Call& call : iCalls) {
-            EXPECT_EQ(call.mCall(nullptr), KORA_NULL_ARGUMENT) << call.mName;
-            for (void* other : iOthers)
-                EXPECT_EQ(call.mCall(other), KORA_WRONG_HANDLE) << call.mName;
-        }
+    }
+    // What a call says of no handle, and of each of another kind, in the place of its own, which comes first.
+    template <class T, class... Taken>
+    void ExpectRefused(const Handle<T>& iOwn, const char* iName, kora_status (*iCall)(T*, Taken...),
+                       std::type_identity_t<Taken>... iGiven)
+    {
+        EXPECT_EQ(iCall(nullptr, iGiven...), KORA_NULL_ARGUMENT) << iName;
+        for (void* const other : std::initializer_list<void*>{mSong.get(), mTempi.get(), mMeters.get(),
+                                                              mKeys.get(), mHistory.get(), mFormat.get()})
+            if (other != iOwn.get()) {
+                EXPECT_EQ(iCall(static_cast<T*>(other), iGiven...), KORA_WRONG_HANDLE) << iName;
+            }
+    }
+    // Of the calls that maps of a kind have in common.
+    template <class Map, class Entry>
+    void ExpectRefused(const Handle<Map>& iOwn, kora_status (*iCount)(Map*, size_t*),
+                       kora_status (*iGet)(Map*, size_t, Entry*), kora_status (*iFind)(Map*, int64_t, Entry*),
+                       kora_status (*iRemove)(Map*, int64_t), kora_status (*iClear)(Map*, int64_t, int64_t))
+    {
+        std::size_t count = 0;
+        Entry entry{};
+        ExpectRefused(iOwn, "count", iCount, &count);
+        ExpectRefused(iOwn, "get", iGet, 0, &entry);
+        ExpectRefused(iOwn, "find", iFind, cStart, &entry);
+        ExpectRefused(iOwn, "remove", iRemove, cStart);
+        ExpectRefused(iOwn, "clear", iClear, cStart, cStart);
     }
 
-    Handle<kora_song> mSong = Made<kora_song>(kora_song_new);
-    Handle<kora_tempo_map> mTempi = Made<kora_tempo_map>(kora_song_get_tempo_map, mSong.get());
-    Handle<kora_meter_map> mMeters = Made<kora_meter_map>(kora_song_get_meter_map, mSong.get());
-    Handle<kora_key_map> mKeys = Made<kora_key_map>(kora_song_get_key_map, mSong.get());
+    Handle<kora_format> mFormat =
+        Made<kora_format>(kora_format_new, mSong.get(), std::int32_t{KORA_FILM_35MM});
 };
 
-TEST_F(CHandles, NullAndHandlesOfAnotherKindAreRefusedByEveryCall)
+TEST_F(CHandles, NullAndHandlesOfAnotherKindAreRefusedByEveryCallOfASong)
 {
-    ExpectRefused(SongCalls(), {mTempi.get(), mMeters.get(), mKeys.get()});
-    auto tempo = MapCalls(kora_tempo_map_count, kora_tempo_map_get, kora_tempo_map_find,
-                          kora_tempo_map_remove, kora_tempo_map_clear);
-    ExpectRefused(tempo, {mSong.get(), mMeters.get(), mKeys.get()});
-    auto meter = MapCalls(kora_meter_map_count, kora_meter_map_get, kora_meter_map_find,
-                          kora_meter_map_remove, kora_meter_map_clear);
-    meter.push_back(
-        {"set", [](void* h) { return kora_meter_map_set(static_cast<kora_meter_map*>(h), cStart, 4, 4); }});
-    ExpectRefused(meter, {mSong.get(), mTempi.get(), mKeys.get()});
-    auto key = MapCalls(kora_key_map_count, kora_key_map_get, kora_key_map_find, kora_key_map_remove,
-                        kora_key_map_clear);
-    const kora_key some{cStart, 1, 1, 0, {}};
-    key.push_back({"set", [&](void* h) { return kora_key_map_set(static_cast<kora_key_map*>(h), &some); }});
-    ExpectRefused(key, {mSong.get(), mTempi.get(), mMeters.get()});
+    kora_time time{};
+    kora_bar_position bars{};
+    kora_song_info info{sizeof(kora_song_info), 0, 0, 0, 0};
+    std::size_t size = 0;
+    std::int64_t count = cStart;
+    kora_tempo_map* tempi = nullptr;
+    kora_meter_map* meters = nullptr;
+    kora_key_map* keys = nullptr;
+    kora_format* format = nullptr;
+    ExpectRefused(mSong, "save", kora_song_save, "/nowhere/song.kora");
+    ExpectRefused(mSong, "write_midi", kora_song_write_midi, nullptr, 0, &size);
+    ExpectRefused(mSong, "get_info", kora_song_get_info, &info);
+    ExpectRefused(mSong, "set_listener", kora_song_set_listener, nullptr, nullptr);
+    ExpectRefused(mSong, "get_tempo_map", kora_song_get_tempo_map, &tempi);
+    ExpectRefused(mSong, "get_meter_map", kora_song_get_meter_map, &meters);
+    ExpectRefused(mSong, "get_key_map", kora_song_get_key_map, &keys);
+    ExpectRefused(mSong, "convert", kora_convert, time, KORA_TICKS, &time);
+    ExpectRefused(mSong, "to_bars", kora_to_bars, time, &bars);
+    ExpectRefused(mSong, "from_bars", kora_from_bars, bars, KORA_TICKS, &time);
+    ExpectRefused(mSong, "convert_all", kora_convert_all, KORA_TICKS, &count, 8, KORA_TICKS, &count, 8, 1);
+    ExpectRefused(mSong, "to_bars_all", kora_to_bars_all, KORA_TICKS, &count, 8, &bars, 16, 1);
+    ExpectRefused(mSong, "from_bars_all", kora_from_bars_all, &bars, 16, KORA_TICKS, &count, 8, 1);
+    ExpectRefused(mSong, "format", kora_format_new, KORA_FILM_35MM, &format);
+    ExpectRefused(mSong, "insert", kora_song_insert_time, cStart, 1, nullptr);
+    ExpectRefused(mSong, "delete", kora_song_delete_time, cStart, cStart, nullptr);
+    ExpectRefused(mSong, "repeat", kora_song_repeat_time, cStart, cStart, 1, nullptr);
+    ExpectRefused(mSong, "move", kora_song_move_time, cStart, cStart, cStart, nullptr);
     EXPECT_EQ(kora_retain(nullptr), KORA_NULL_ARGUMENT);
     EXPECT_EQ(kora_release(nullptr), KORA_NULL_ARGUMENT);
     std::uint64_t noHandle[4] = {};
     EXPECT_EQ(kora_release(noHandle), KORA_WRONG_HANDLE);
+}
+
+TEST_F(CHandles, NullAndHandlesOfAnotherKindAreRefusedByEveryCallOfItsMapsHistoryAndFormat)
+{
+    ExpectRefused(mTempi, kora_tempo_map_count, kora_tempo_map_get, kora_tempo_map_find,
+                  kora_tempo_map_remove, kora_tempo_map_clear);
+    ExpectRefused(mTempi, "set", kora_tempo_map_set, cStart, 90, cQuarter, nullptr);
+    ExpectRefused(mTempi, "ramp", kora_tempo_map_ramp, cStart, cStart, 90, 90, 0, 1, nullptr);
+    ExpectRefused(mTempi, "scale", kora_tempo_map_scale, cStart, cStart, 1, nullptr);
+    ExpectRefused(mTempi, "offset", kora_tempo_map_offset, cStart, cStart, 1, nullptr);
+    ExpectRefused(mTempi, "fit", kora_tempo_map_fit, cStart, cStart, 1, nullptr);
+    ExpectRefused(mTempi, "lock", kora_tempo_map_lock, cStart, 0, nullptr);
+    ExpectRefused(mTempi, "unlock", kora_tempo_map_unlock, cStart, nullptr);
+    ExpectRefused(mMeters, kora_meter_map_count, kora_meter_map_get, kora_meter_map_find,
+                  kora_meter_map_remove, kora_meter_map_clear);
+    ExpectRefused(mMeters, "set", kora_meter_map_set, cStart, 4, 4);
+    ExpectRefused(mKeys, kora_key_map_count, kora_key_map_get, kora_key_map_find, kora_key_map_remove,
+                  kora_key_map_clear);
+    const kora_key some{cStart, 1, 1, 0, {}};
+    ExpectRefused(mKeys, "set", kora_key_map_set, &some);
+    std::size_t size = 0;
+    std::int32_t flag = 0;
+    kora_time time{};
+    char text[48];
+    ExpectRefused(mHistory, "begin", kora_history_begin);
+    ExpectRefused(mHistory, "end", kora_history_end, "", 0);
+    ExpectRefused(mHistory, "cancel", kora_history_cancel);
+    ExpectRefused(mHistory, "undo", kora_history_undo);
+    ExpectRefused(mHistory, "redo", kora_history_redo);
+    ExpectRefused(mHistory, "count", kora_history_count, &size, &size);
+    ExpectRefused(mHistory, "step_name", kora_history_step_name, 0, text, sizeof text, &size);
+    ExpectRefused(mHistory, "mark_saved", kora_history_mark_saved);
+    ExpectRefused(mHistory, "is_saved", kora_history_is_saved, &flag);
+    ExpectRefused(mFormat, "write", kora_format_write, 0, time, text, sizeof text, &size);
+    ExpectRefused(mFormat, "read", kora_format_read, 0, "1", &time);
 }
 
 TEST_F(CHandles, WrongValuesAreRefusedAndChangeNothing)
@@ -157,11 +164,11 @@ TEST_F(CHandles, WrongValuesAreRefusedAndChangeNothing)
 
 TEST_F(CHandles, AMapKeepsItsSongAlive)
 {
-    kora_song* const song = mSong.get();
-    EXPECT_EQ(kora_retain(song), KORA_OK);
-    EXPECT_EQ(kora_release(song), KORA_OK);
     mSong.reset();
     mTempi.reset();
+    mKeys.reset();
+    mHistory.reset();
+    mFormat.reset();
     kora_meter meter{};
     EXPECT_EQ(kora_meter_map_get(mMeters.get(), 0, &meter), KORA_OK);
     EXPECT_EQ(meter.tick, cStart);

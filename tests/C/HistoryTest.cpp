@@ -8,28 +8,7 @@ namespace {
 
 using CHistory = CFixture;
 
-struct Song
-{
-    Handle<kora_song> mSong = Made<kora_song>(kora_song_open, cSongPath.c_str());
-    Handle<kora_tempo_map> mTempi = Made<kora_tempo_map>(kora_song_get_tempo_map, mSong.get());
-    Handle<kora_key_map> mKeys = Made<kora_key_map>(kora_song_get_key_map, mSong.get());
-
-    kora_status SetTempo(std::int64_t iQuarter, double iTempo)
-    {
-        return kora_tempo_map_set(mTempi.get(), cStart + iQuarter * cQuarter, iTempo, cQuarter, nullptr);
-    }
-    std::string Bytes() const
-    {
-        const auto document = Made<kora_document>(kora_document_create_in_memory);
-        EXPECT_EQ(kora_song_write_document(mSong.get(), document.get()), KORA_OK);
-        EXPECT_EQ(kora_document_commit(document.get()), KORA_OK);
-        std::size_t size = 0;
-        EXPECT_EQ(kora_document_get_bytes(document.get(), nullptr, 0, &size), KORA_OK);
-        std::string bytes(size, '\0');
-        EXPECT_EQ(kora_document_get_bytes(document.get(), bytes.data(), size, &size), KORA_OK);
-        return bytes;
-    }
-};
+using Song = CSongParts;
 
 bool IsSaved(const Handle<kora_history>& iHistory)
 {
@@ -46,7 +25,7 @@ TEST_F(CHistory, NobodySaysThatASongIsSavedWhichIsNot)
         Song song;
         const Handle<kora_history> histories[2] = {Made<kora_history>(kora_history_new, song.mSong.get()),
                                                    Made<kora_history>(kora_history_new, song.mSong.get())};
-        std::string marked[2] = {song.Bytes(), song.Bytes()};
+        std::string marked[2] = {BytesOf(song.mSong.get()), BytesOf(song.mSong.get())};
         int saved = 0;
         for (int step = 0; step < 60; ++step) {
             const std::size_t which = random() % 2;
@@ -76,13 +55,14 @@ TEST_F(CHistory, NobodySaysThatASongIsSavedWhichIsNot)
             if (choice == 6) static_cast<void>(kora_history_redo(history));
             if (choice == 7) {
                 ASSERT_EQ(kora_history_mark_saved(history), KORA_OK);
-                marked[which] = song.Bytes();
+                marked[which] = BytesOf(song.mSong.get());
                 EXPECT_TRUE(IsSaved(histories[which]));
             }
             for (std::size_t each = 0; each < 2; ++each)
                 if (IsSaved(histories[each])) {
                     ++saved;
-                    ASSERT_TRUE(song.Bytes() == marked[each]) << "seed " << seed << ", step " << step;
+                    ASSERT_TRUE(BytesOf(song.mSong.get()) == marked[each])
+                        << "seed " << seed << ", step " << step;
                 }
         }
         EXPECT_GT(saved, 0);

@@ -2,12 +2,12 @@
 #include "CFixture.h"
 #include "Support/AllocationCounter.h"
 
-#include <vector>
+#include <functional>
 
 namespace {
 
 // A song with a lock, a history of two steps of which one is undone, and all that may be asked of them.
-struct Subject
+struct Subject : CSongParts
 {
     Subject()
     {
@@ -24,29 +24,19 @@ struct Subject
     }
     void Edit(std::int64_t iQuarter, double iTempo)
     {
-        EXPECT_EQ(kora_tempo_map_set(mTempi.get(), At(iQuarter), iTempo, cQuarter, nullptr), KORA_OK);
+        EXPECT_EQ(SetTempo(iQuarter, iTempo), KORA_OK);
         EXPECT_EQ(kora_meter_map_set(mMeters.get(), At(iQuarter), 5, 8), KORA_OK);
-        const kora_key key{At(iQuarter), 1, 0, 2, {}};
-        EXPECT_EQ(kora_key_map_set(mKeys.get(), &key), KORA_OK);
+        EXPECT_EQ(SetKey(iQuarter), KORA_OK);
     }
     static std::int64_t At(std::int64_t iQuarter) { return cStart + iQuarter * cQuarter; }
 
     std::string Shown() const
     {
-        std::string text;
+        std::string text = BytesOf(mSong.get());
         const auto add = [&](auto... iNumbers) {
             ((text += std::to_string(iNumbers) + ' '), ...);
             text += '\n';
         };
-        kora_tempo tempo;
-        for (std::size_t i = 0; kora_tempo_map_get(mTempi.get(), i, &tempo) == KORA_OK; ++i)
-            add(tempo.tick, tempo.beats_per_minute, tempo.ticks_per_beat, tempo.locked_sample, tempo.flags);
-        kora_meter meter;
-        for (std::size_t i = 0; kora_meter_map_get(mMeters.get(), i, &meter) == KORA_OK; ++i)
-            add(meter.tick, meter.numerator, meter.denominator, meter.bar, meter.is_off_barline);
-        kora_key key;
-        for (std::size_t i = 0; kora_key_map_get(mKeys.get(), i, &key) == KORA_OK; ++i)
-            add(key.tick, key.is_major, key.is_sharps, key.accidentals);
         for (std::int64_t quarter = 0; quarter < 90; quarter += 7) {
             kora_time sample{};
             kora_bar_position bars{};
@@ -66,15 +56,15 @@ struct Subject
             if (kora_history_step_name(mHistory.get(), i, name, sizeof name, &size) == KORA_OK) text += name;
         return text;
     }
-
-    Handle<kora_song> mSong = Made<kora_song>(kora_song_open, cSongPath.c_str());
-    Handle<kora_tempo_map> mTempi = Made<kora_tempo_map>(kora_song_get_tempo_map, mSong.get());
-    Handle<kora_meter_map> mMeters = Made<kora_meter_map>(kora_song_get_meter_map, mSong.get());
-    Handle<kora_key_map> mKeys = Made<kora_key_map>(kora_song_get_key_map, mSong.get());
-    Handle<kora_history> mHistory = Made<kora_history>(kora_history_new, mSong.get());
 };
 
-using Call = kora_status (*)(Subject&);
+using Call = std::function<kora_status(Subject&)>;
+// Of one of the subject's handles.
+template <class T, class Api, class... Given>
+Call On(Handle<T> CSongParts::*iPart, Api iApi, Given... iGiven)
+{
+    return [=](Subject& s) { return iApi((s.*iPart).get(), iGiven...); };
+}
 kora_status Nothing(Subject&) { return KORA_OK; }
 struct Case
 {
@@ -84,35 +74,29 @@ struct Case
 };
 constexpr auto At = &Subject::At;
 
-constexpr Case cEdits[] = {
-    {"set", [](Subject& s) { return kora_tempo_map_set(s.mTempi.get(), At(30), 77, cQuarter, nullptr); }},
-    {"ramp",
-     [](Subject& s) {
-         return kora_tempo_map_ramp(s.mTempi.get(), At(30), At(38), 60, 90, KORA_CURVE_S, 9, nullptr);
-     }},
-    {"scale", [](Subject& s) { return kora_tempo_map_scale(s.mTempi.get(), At(30), At(43), 0.9, nullptr); }},
-    {"offset", [](Subject& s) { return kora_tempo_map_offset(s.mTempi.get(), At(30), At(43), 3, nullptr); }},
-    {"fit", [](Subject& s) { return kora_tempo_map_fit(s.mTempi.get(), At(30), At(38), 180000, nullptr); }},
-    {"lock", [](Subject& s) { return kora_tempo_map_lock(s.mTempi.get(), At(60), 1600000, nullptr); }},
-    {"unlock", [](Subject& s) { return kora_tempo_map_unlock(s.mTempi.get(), At(60), nullptr); },
-     [](Subject& s) { return kora_tempo_map_lock(s.mTempi.get(), At(60), 1600000, nullptr); }},
-    {"remove tempo", [](Subject& s) { return kora_tempo_map_remove(s.mTempi.get(), At(40)); }},
-    {"clear tempi", [](Subject& s) { return kora_tempo_map_clear(s.mTempi.get(), At(30), At(43)); }},
-    {"set meter", [](Subject& s) { return kora_meter_map_set(s.mMeters.get(), At(30), 7, 4); }},
-    {"remove meter", [](Subject& s) { return kora_meter_map_remove(s.mMeters.get(), At(40)); }},
-    {"clear meters", [](Subject& s) { return kora_meter_map_clear(s.mMeters.get(), At(30), At(43)); }},
-    {"set key",
-     [](Subject& s) {
-         const kora_key key{At(30), 0, 1, 4, {}};
-         return kora_key_map_set(s.mKeys.get(), &key);
-     }},
-    {"remove key", [](Subject& s) { return kora_key_map_remove(s.mKeys.get(), At(40)); }},
-    {"clear keys", [](Subject& s) { return kora_key_map_clear(s.mKeys.get(), At(30), At(43)); }},
-    {"insert",
-     [](Subject& s) { return kora_song_insert_time(s.mSong.get(), At(33), 3 * cQuarter, nullptr); }},
-    {"delete", [](Subject& s) { return kora_song_delete_time(s.mSong.get(), At(33), At(42), nullptr); }},
-    {"repeat", [](Subject& s) { return kora_song_repeat_time(s.mSong.get(), At(33), At(42), 2, nullptr); }},
-    {"move", [](Subject& s) { return kora_song_move_time(s.mSong.get(), At(33), At(42), At(50), nullptr); }},
+const kora_key cKey{At(30), 0, 1, 4, {}};
+
+const Case cEdits[] = {
+    {"set", On(&Subject::mTempi, kora_tempo_map_set, At(30), 77, cQuarter, nullptr)},
+    {"ramp", On(&Subject::mTempi, kora_tempo_map_ramp, At(30), At(38), 60, 90, KORA_CURVE_S, 9, nullptr)},
+    {"scale", On(&Subject::mTempi, kora_tempo_map_scale, At(30), At(43), 0.9, nullptr)},
+    {"offset", On(&Subject::mTempi, kora_tempo_map_offset, At(30), At(43), 3, nullptr)},
+    {"fit", On(&Subject::mTempi, kora_tempo_map_fit, At(30), At(38), 180000, nullptr)},
+    {"lock", On(&Subject::mTempi, kora_tempo_map_lock, At(60), 1600000, nullptr)},
+    {"unlock", On(&Subject::mTempi, kora_tempo_map_unlock, At(60), nullptr),
+     On(&Subject::mTempi, kora_tempo_map_lock, At(60), 1600000, nullptr)},
+    {"remove tempo", On(&Subject::mTempi, kora_tempo_map_remove, At(40))},
+    {"clear tempi", On(&Subject::mTempi, kora_tempo_map_clear, At(30), At(43))},
+    {"set meter", On(&Subject::mMeters, kora_meter_map_set, At(30), 7, 4)},
+    {"remove meter", On(&Subject::mMeters, kora_meter_map_remove, At(40))},
+    {"clear meters", On(&Subject::mMeters, kora_meter_map_clear, At(30), At(43))},
+    {"set key", On(&Subject::mKeys, kora_key_map_set, &cKey)},
+    {"remove key", On(&Subject::mKeys, kora_key_map_remove, At(40))},
+    {"clear keys", On(&Subject::mKeys, kora_key_map_clear, At(30), At(43))},
+    {"insert", On(&Subject::mSong, kora_song_insert_time, At(33), 3 * cQuarter, nullptr)},
+    {"delete", On(&Subject::mSong, kora_song_delete_time, At(33), At(42), nullptr)},
+    {"repeat", On(&Subject::mSong, kora_song_repeat_time, At(33), At(42), 2, nullptr)},
+    {"move", On(&Subject::mSong, kora_song_move_time, At(33), At(42), At(50), nullptr)},
 };
 
 kora_status Begin(Subject& s) { return kora_history_begin(s.mHistory.get()); }
@@ -123,13 +107,10 @@ kora_status BeginAndEdit(Subject& s)
     return status;
 }
 
-constexpr Case cSteps[] = {
+const Case cSteps[] = {
     {"begin", Begin},
-    {"end",
-     [](Subject& s) { return kora_history_end(s.mHistory.get(), "a name that no short text holds", 0); },
-     BeginAndEdit},
-    {"end, joined",
-     [](Subject& s) { return kora_history_end(s.mHistory.get(), "a name that no short text holds", 9); },
+    {"end", On(&Subject::mHistory, kora_history_end, "a name that no short text holds", 0), BeginAndEdit},
+    {"end, joined", On(&Subject::mHistory, kora_history_end, "a name that no short text holds", 9),
      [](Subject& s) {
          BeginAndEdit(s);
          EXPECT_EQ(kora_history_end(s.mHistory.get(), "drag", 9), KORA_OK);
@@ -137,10 +118,10 @@ constexpr Case cSteps[] = {
          s.Edit(31, 71);
          return kora_song_delete_time(s.mSong.get(), At(33), At(42), nullptr);
      }},
-    {"cancel", [](Subject& s) { return kora_history_cancel(s.mHistory.get()); }, BeginAndEdit},
-    {"undo", [](Subject& s) { return kora_history_undo(s.mHistory.get()); }},
-    {"redo", [](Subject& s) { return kora_history_redo(s.mHistory.get()); }},
-    {"mark", [](Subject& s) { return kora_history_mark_saved(s.mHistory.get()); }},
+    {"cancel", On(&Subject::mHistory, kora_history_cancel), BeginAndEdit},
+    {"undo", On(&Subject::mHistory, kora_history_undo)},
+    {"redo", On(&Subject::mHistory, kora_history_redo)},
+    {"mark", On(&Subject::mHistory, kora_history_mark_saved)},
 };
 
 void Refuse(const Case& iCase, bool iIsStep)
@@ -158,7 +139,7 @@ void Refuse(const Case& iCase, bool iIsStep)
         wanted = subject.Shown();
     }
     bool hasCome = true;
-    for (long long nth = 1; hasCome && nth < 2000; ++nth) {
+    for (long long nth = 1; hasCome && nth < 2000 && !testing::Test::HasFailure(); ++nth) {
         SCOPED_TRACE(std::string(iCase.mName) + ", allocation " + std::to_string(nth));
         Subject subject;
         const std::string first = subject.Shown();
@@ -171,7 +152,6 @@ void Refuse(const Case& iCase, bool iIsStep)
             hasCome = refused.HasCome();
         }
         const std::string after = subject.Shown();
-        bool failed = after != (status == KORA_OK ? wanted : before);
         EXPECT_TRUE(status == KORA_OK || status == KORA_NO_MEMORY) << status << kora_last_error_text();
         EXPECT_EQ(after, status == KORA_OK ? wanted : before) << status;
         if (status != KORA_OK) {
@@ -182,7 +162,6 @@ void Refuse(const Case& iCase, bool iIsStep)
             EXPECT_EQ(kora_history_cancel(subject.mHistory.get()), KORA_OK);
             EXPECT_EQ(subject.Shown(), first);
         }
-        if (failed) return;
     }
 }
 

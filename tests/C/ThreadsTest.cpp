@@ -56,15 +56,9 @@ std::string UseASong(bool iMayWait)
     wait([&] { return kora_key_map_set(keys.get(), &key); });
     wait([&] { return kora_song_delete_time(song.get(), bar, bar + cQuarter, nullptr); });
     look();
-    const auto document = Made<kora_document>(kora_document_create_in_memory);
-    EXPECT_EQ(kora_song_write_document(song.get(), document.get()), KORA_OK);
-    EXPECT_EQ(kora_document_commit(document.get()), KORA_OK);
-    std::size_t size = 0;
-    EXPECT_EQ(kora_document_get_bytes(document.get(), nullptr, 0, &size), KORA_OK);
-    std::string bytes(size, '\0');
-    EXPECT_EQ(kora_document_get_bytes(document.get(), bytes.data(), size, &size), KORA_OK);
+    const std::string bytes = BytesOf(song.get());
     const auto again = Made<kora_song>(kora_song_read_bytes, bytes.data(), bytes.size());
-    return seen + std::to_string(told) + ' ' + std::to_string(size);
+    return seen + std::to_string(told) + ' ' + std::to_string(bytes.size());
 }
 
 TEST(CThreads, EachHasSongsOfItsOwn)

@@ -84,7 +84,7 @@ TEST_F(CTokenFire, WhoComesAndGoesHearsOnlyWhatWasSent)
     EXPECT_EQ(broken.load(), 0);
 }
 
-TEST_F(CTokenFire, AWakeBeforeTheWaitEndsIt)
+TEST_F(CTokenFire, AWakeOrATokenBeforeTheWaitEndsIt)
 {
     const auto receiver = Made<kora_receiver>(kora_receiver_new, std::uint32_t{KORA_RECEIVER_WAITS});
     for (int i = 0; i < 3; ++i)
@@ -92,6 +92,12 @@ TEST_F(CTokenFire, AWakeBeforeTheWaitEndsIt)
     EXPECT_EQ(kora_receiver_wait(receiver.get(), -1), KORA_OK);
     EXPECT_EQ(kora_receiver_wait(receiver.get(), 0), KORA_NOT_FOUND)
         << "one wait, however often it was woken";
+    const auto name = Made<kora_name>(kora_name_new, "Fire");
+    const kora_token_handler ignore = [](void*, const kora_token*) {};
+    const auto listener = Made<kora_listener>(kora_listener_new, receiver.get(), name.get(), cType, 0u,
+                                              std::int32_t{KORA_LISTEN_ALL}, ignore, nullptr);
+    ASSERT_EQ(kora_send(name.get(), cType, 0, "a token", 8), KORA_OK);
+    EXPECT_EQ(kora_receiver_wait(receiver.get(), -1), KORA_OK);
 }
 
 } // namespace

@@ -598,8 +598,6 @@ TEST_F(DamageTest, NoDamageIsReadAsAnotherValueAndAllThatIsWholeIsRepaired)
     for (unsigned run = first; run - first < count; ++run)
         Run(run);
     std::printf("%u runs: %d read complete, %d streams survived whole\n", count, mNumComplete, mNumSurvived);
-    for (const auto& [what, times] : mFindings)
-        std::printf("  %6d  %s\n", times, what.c_str());
 }
 
 } // namespace

@@ -35,9 +35,9 @@ protected:
         mFiles.SetBytes(cPath, before);
         return message;
     }
-    static void WriteNew(ETextEncoding iText = eTextEncoding_Utf8)
+    static void WriteNew()
     {
-        Document document(Sys_Store::eOpenFlag_New, 0, cPath, iText);
+        Document document(Sys_Store::eOpenFlag_New);
         Write(document, 7, 77);
         document.AddTOCEntry(Key(7), 1, cFirstStream, "caf\xE9");
         document.Flush();
@@ -133,19 +133,6 @@ TEST_F(DocumentTest, AnEntryThatWouldLeaveNoRoomForTheTableIsRefused)
     EXPECT_TRUE(growth > 1 && growth < 59);
 }
 
-TEST_F(DocumentTest, AKeyThatIsRegisteredAnewTakesTheParentsThatAreKnown)
-{
-    using Context = FF_Document::Context;
-    Document document(Sys_Store::eOpenFlag_New);
-    document.AddTOCEntry(Key({Context(7, 100), Context(8, 200)}), 0, cFirstStream, "");
-    const Key again({Context(7), Context(8, 300)});
-    document.AddTOCEntry(again, 0, cFirstStream, "");
-    const FF_Document::TOC& toc = document.GetTOC();
-    const Key kept = toc.GetKey(toc.Find(again));
-    EXPECT_EQ(kept.GetContexts()[0].GetParentPosition(), 100u);
-    EXPECT_EQ(kept.GetContexts()[1].GetParentPosition(), 300u);
-}
-
 // Whose table takes some 200 KB, most of them for 3000 streams, some for a list of as many items.
 class LongTable : public DocumentTest
 {
@@ -238,16 +225,6 @@ TEST_F(DocumentTest, EntriesOfAValue)
     EXPECT_EQ(document.GetTOC().GetNumKeys(), 1);
     document.Close();
     EXPECT_EQ(OpenMessage(), 0);
-}
-
-TEST_F(DocumentTest, TextOfAHostInLatin1IsUtf8InTheFile)
-{
-    WriteNew(eTextEncoding_Latin1);
-    for (const ETextEncoding encoding : {eTextEncoding_Utf8, eTextEncoding_Latin1}) {
-        Document read(Sys_Store::eOpenFlag_Read, 0, cPath, encoding);
-        EXPECT_EQ(read.GetTOC().GetValue(0, 1).GetDisplayInfo().GetText(),
-                  encoding == eTextEncoding_Utf8 ? "caf\xC3\xA9" : "caf\xE9");
-    }
 }
 
 TEST_F(DocumentTest, OptionsGiveTheFileThatTheLongConstructorsGive)

@@ -8,11 +8,10 @@
 #include "Bastel/Sys/Sys_FileSystem.h"
 #include "FF/StDocument.h"
 #include "Kora/FF/Document/FF_SafeSave.h"
+#include "Support/StFolder.h"
 
 #include <atomic>
 #include <cstdio>
-#include <filesystem>
-#include <random>
 
 namespace SaveRace {
 constexpr int cSavers = 2;
@@ -101,34 +100,6 @@ inline std::string CheckReading(Log& ioLog, const std::string& iPath)
     }
     return {};
 }
-
-// What stands in the folder beside the document.
-inline int CountFiles(const std::string& iFolder)
-{
-    int count = 0;
-    for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator(iFolder))
-        ++count;
-    return count;
-}
-
-// A folder of the test's own.
-class StFolder
-{
-public:
-    explicit StFolder(const std::string& iIn = testing::TempDir())
-        : mPath(iIn + "/kora-race-" + std::to_string(std::random_device()()))
-    {
-        std::filesystem::create_directories(mPath);
-    }
-    ~StFolder() { std::filesystem::remove_all(mPath); }
-    StFolder(const StFolder&) = delete;
-    StFolder& operator=(const StFolder&) = delete;
-    const std::string& Path() const { return mPath; }
-    std::string operator/(const std::string& iName) const { return mPath + "/" + iName; }
-
-private:
-    std::string mPath;
-};
 
 // The file beside the document, there while a save is under way.
 inline std::string Beside(const StFolder& iFolder)

@@ -62,43 +62,25 @@ void Call(CallScript& ioScript, kora_document* ioDocument)
     const kora_step steps[] = {{a, b}, {Small(ioScript), KORA_NO_ITEM}};
     const char* const text = a == 3 ? nullptr : b == 3 ? "" : "text";
     const std::size_t count = ioScript.Byte() % 9;
-    switch (ioScript.Byte() % 17) {
-    case 0:
-        return void(Checked(kora_document_begin(ioDocument, a, b, text)));
-    case 1:
-        return void(Checked(kora_document_begin_list(ioDocument, a, b, text, Small(ioScript))));
-    case 2:
-        return void(Checked(kora_document_begin_item(ioDocument, text)));
-    case 3:
-        return void(Checked(kora_document_end(ioDocument)));
-    case 4:
-        return void(Checked(kora_document_write(ioDocument, a, buffer, (std::min)(count, std::size_t{8}))));
-    case 5:
-        return void(Checked(kora_document_write_text(ioDocument, text)));
-    case 6:
-        return void(Checked(kora_document_enter(ioDocument, steps + (b == 0), b == 0 ? 1 : 2, &number)));
-    case 7:
-        return void(Checked(kora_document_enter_next(ioDocument, a == 1 ? 0 : a, &number)));
-    case 8:
-        return void(Checked(kora_document_next_type(ioDocument, &number)));
-    case 9:
-        return void(Checked(kora_document_enter_list(ioDocument, &number)));
-    case 10:
-        return void(Checked(kora_document_go_to_item(ioDocument, a)));
-    case 11:
-        return void(Checked(kora_document_leave(ioDocument)));
-    case 12:
-        return void(Checked(kora_document_read(ioDocument, a, buffer, (std::min)(count, std::size_t{8}))));
-    case 13:
-        return void(Checked(kora_document_read_text(ioDocument, buffer, 8 * count, &size)));
-    case 14:
-        return void(Checked(kora_document_bytes_left(ioDocument, &left)));
-    case 15:
-        return void(
-            Checked(kora_document_get_description(ioDocument, count, a, buffer, sizeof buffer, &size)));
-    default:
-        return void(Checked(kora_document_get_bytes(ioDocument, nullptr, 0, &size)));
-    }
+    const unsigned kind = ioScript.Byte() % 17;
+    if (kind == 0) Checked(kora_document_begin(ioDocument, a, b, text));
+    if (kind == 1) Checked(kora_document_begin_list(ioDocument, a, b, text, Small(ioScript)));
+    if (kind == 2) Checked(kora_document_begin_item(ioDocument, text));
+    if (kind == 3) Checked(kora_document_end(ioDocument));
+    if (kind == 4) Checked(kora_document_write(ioDocument, a, buffer, (std::min)(count, std::size_t{8})));
+    if (kind == 5) Checked(kora_document_write_text(ioDocument, text));
+    if (kind == 6) Checked(kora_document_enter(ioDocument, steps + (b == 0), b == 0 ? 1 : 2, &number));
+    if (kind == 7) Checked(kora_document_enter_next(ioDocument, a == 1 ? 0 : a, &number));
+    if (kind == 8) Checked(kora_document_next_type(ioDocument, &number));
+    if (kind == 9) Checked(kora_document_enter_list(ioDocument, &number));
+    if (kind == 10) Checked(kora_document_go_to_item(ioDocument, a));
+    if (kind == 11) Checked(kora_document_leave(ioDocument));
+    if (kind == 12) Checked(kora_document_read(ioDocument, a, buffer, (std::min)(count, std::size_t{8})));
+    if (kind == 13) Checked(kora_document_read_text(ioDocument, buffer, 8 * count, &size));
+    if (kind == 14) Checked(kora_document_bytes_left(ioDocument, &left));
+    if (kind == 15)
+        Checked(kora_document_get_description(ioDocument, count, a, buffer, sizeof buffer, &size));
+    if (kind == 16) Checked(kora_document_get_bytes(ioDocument, nullptr, 0, &size));
 }
 
 void Play(CallScript& ioScript, kora_document* ioDocument)

@@ -38,9 +38,7 @@ public:
         Keep(Made<kora_meter_map>(&kora_song_get_meter_map, song));
         Keep(Made<kora_key_map>(&kora_song_get_key_map, song));
         Keep(Made<kora_history>(&kora_history_new, song));
-        kora_format* format = nullptr;
-        Require(kora_format_new(song, KORA_FILM_35MM, &format) == KORA_OK, "a format is made");
-        Keep(format);
+        Keep(Made<kora_format>(&kora_format_new, song, KORA_FILM_35MM));
     }
     ~Player()
     {
@@ -115,23 +113,14 @@ private:
 
     void MakeHandle()
     {
-        switch (mScript.Byte() % 6) {
-        case 0:
-            return Make<kora_song>(&kora_song_new);
-        case 1:
-            return Make<kora_tempo_map>(&kora_song_get_tempo_map, Any<kora_song>());
-        case 2:
-            return Make<kora_meter_map>(&kora_song_get_meter_map, Any<kora_song>());
-        case 3:
-            return Make<kora_key_map>(&kora_song_get_key_map, Any<kora_song>());
-        case 4:
-            return Make<kora_history>(&kora_history_new, Any<kora_song>());
-        default: {
-            const std::int32_t film =
-                mScript.Byte() % 4 == 0 ? static_cast<std::int32_t>(mScript.Byte()) : 16;
-            return Make<kora_format>(&kora_format_new, Any<kora_song>(), film);
-        }
-        }
+        const unsigned kind = mScript.Byte() % 6;
+        if (kind == 0) return Make<kora_song>(&kora_song_new);
+        if (kind == 1) return Make<kora_tempo_map>(&kora_song_get_tempo_map, Any<kora_song>());
+        if (kind == 2) return Make<kora_meter_map>(&kora_song_get_meter_map, Any<kora_song>());
+        if (kind == 3) return Make<kora_key_map>(&kora_song_get_key_map, Any<kora_song>());
+        if (kind == 4) return Make<kora_history>(&kora_history_new, Any<kora_song>());
+        const std::int32_t film = mScript.Byte() % 4 == 0 ? static_cast<std::int32_t>(mScript.Byte()) : 16;
+        return Make<kora_format>(&kora_format_new, Any<kora_song>(), film);
     }
     void ReleaseHandle()
     {
@@ -171,26 +160,17 @@ private:
         const double first = mScript.Number(), second = mScript.Number();
         const unsigned choice = mScript.Byte();
         const auto curve = static_cast<std::int32_t>(choice / 16 % 5) - 1;
-        switch (choice % 9) {
-        case 0:
+        if (choice % 9 == 0)
             return Checked(kora_tempo_map_set(map, from, first, choice % 2 == 0 ? cQuarter : to, Result()));
-        case 1:
+        if (choice % 9 == 1)
             return Checked(kora_tempo_map_ramp(map, from, to, first, second, curve, choice % 32, Result()));
-        case 2:
-            return Checked(kora_tempo_map_scale(map, from, to, first / 100, Result()));
-        case 3:
-            return Checked(kora_tempo_map_offset(map, from, to, first - 100, Result()));
-        case 4:
-            return Checked(kora_tempo_map_fit(map, from, to, LengthTo(to), Result()));
-        case 5:
-            return Checked(kora_tempo_map_lock(map, from, LengthTo(to) / 40, Result()));
-        case 6:
-            return Checked(kora_tempo_map_unlock(map, from, Result()));
-        case 7:
-            return Checked(kora_tempo_map_remove(map, from));
-        default:
-            return Checked(kora_tempo_map_clear(map, from, to));
-        }
+        if (choice % 9 == 2) return Checked(kora_tempo_map_scale(map, from, to, first / 100, Result()));
+        if (choice % 9 == 3) return Checked(kora_tempo_map_offset(map, from, to, first - 100, Result()));
+        if (choice % 9 == 4) return Checked(kora_tempo_map_fit(map, from, to, LengthTo(to), Result()));
+        if (choice % 9 == 5) return Checked(kora_tempo_map_lock(map, from, LengthTo(to) / 40, Result()));
+        if (choice % 9 == 6) return Checked(kora_tempo_map_unlock(map, from, Result()));
+        if (choice % 9 == 7) return Checked(kora_tempo_map_remove(map, from));
+        return Checked(kora_tempo_map_clear(map, from, to));
     }
     void EditMeters()
     {
@@ -198,14 +178,10 @@ private:
         const std::int64_t from = mScript.Tick(), to = mScript.Tick();
         const auto numerator = static_cast<std::int32_t>(mScript.Byte() % 20);
         const std::int32_t denominator = 1 << mScript.Byte() % 18;
-        switch (mScript.Byte() % 3) {
-        case 0:
-            return Checked(kora_meter_map_set(map, from, numerator, denominator));
-        case 1:
-            return Checked(kora_meter_map_remove(map, from));
-        default:
-            return Checked(kora_meter_map_clear(map, from, to));
-        }
+        const unsigned kind = mScript.Byte() % 3;
+        if (kind == 0) return Checked(kora_meter_map_set(map, from, numerator, denominator));
+        if (kind == 1) return Checked(kora_meter_map_remove(map, from));
+        return Checked(kora_meter_map_clear(map, from, to));
     }
     void EditKeys()
     {
@@ -217,30 +193,20 @@ private:
                            static_cast<std::uint8_t>(bits / 2 % 3),
                            static_cast<std::uint8_t>(bits / 8 % 10),
                            {}};
-        switch (mScript.Byte() % 3) {
-        case 0:
-            return Checked(kora_key_map_set(map, bits == 255 ? nullptr : &key));
-        case 1:
-            return Checked(kora_key_map_remove(map, from));
-        default:
-            return Checked(kora_key_map_clear(map, from, to));
-        }
+        const unsigned kind = mScript.Byte() % 3;
+        if (kind == 0) return Checked(kora_key_map_set(map, bits == 255 ? nullptr : &key));
+        if (kind == 1) return Checked(kora_key_map_remove(map, from));
+        return Checked(kora_key_map_clear(map, from, to));
     }
     void EditTime()
     {
         kora_song* const song = Any<kora_song>();
         const std::int64_t from = mScript.Tick(), to = mScript.Tick();
         const unsigned choice = mScript.Byte();
-        switch (choice % 4) {
-        case 0:
-            return Checked(kora_song_insert_time(song, from, LengthTo(to), Result()));
-        case 1:
-            return Checked(kora_song_delete_time(song, from, to, Result()));
-        case 2:
-            return Checked(kora_song_repeat_time(song, from, to, choice / 32, Result()));
-        default:
-            return Checked(kora_song_move_time(song, from, to, mScript.Tick(), Result()));
-        }
+        if (choice % 4 == 0) return Checked(kora_song_insert_time(song, from, LengthTo(to), Result()));
+        if (choice % 4 == 1) return Checked(kora_song_delete_time(song, from, to, Result()));
+        if (choice % 4 == 2) return Checked(kora_song_repeat_time(song, from, to, choice / 32, Result()));
+        return Checked(kora_song_move_time(song, from, to, mScript.Tick(), Result()));
     }
     void Convert()
     {
@@ -293,26 +259,17 @@ private:
         std::size_t steps = 0, position = 0;
         char name[20];
         std::int32_t isSaved = 0;
-        switch (mScript.Byte() % 8) {
-        case 0:
-            return Checked(kora_history_begin(history));
-        case 1:
-            return Checked(kora_history_end(history, mScript.Bytes().c_str(), mScript.Byte() % 3));
-        case 2:
-            return Checked(kora_history_cancel(history));
-        case 3:
-            return Checked(kora_history_undo(history));
-        case 4:
-            return Checked(kora_history_redo(history));
-        case 5:
-            return Checked(kora_history_mark_saved(history));
-        case 6:
-            return Checked(kora_history_is_saved(history, &isSaved));
-        default:
-            Checked(kora_history_count(history, &steps, &position));
-            Require(position <= steps, "the position is among the steps");
-            return Checked(kora_history_step_name(history, mScript.Byte() % 4, name, sizeof name, &steps));
-        }
+        const unsigned kind = mScript.Byte() % 8;
+        if (kind == 0) return Checked(kora_history_begin(history));
+        if (kind == 1) return Checked(kora_history_end(history, mScript.Bytes().c_str(), mScript.Byte() % 3));
+        if (kind == 2) return Checked(kora_history_cancel(history));
+        if (kind == 3) return Checked(kora_history_undo(history));
+        if (kind == 4) return Checked(kora_history_redo(history));
+        if (kind == 5) return Checked(kora_history_mark_saved(history));
+        if (kind == 6) return Checked(kora_history_is_saved(history, &isSaved));
+        Checked(kora_history_count(history, &steps, &position));
+        Require(position <= steps, "the position is among the steps");
+        return Checked(kora_history_step_name(history, mScript.Byte() % 4, name, sizeof name, &steps));
     }
     void ReadMidi()
     {
@@ -394,22 +351,14 @@ private:
         kora_ruler* const ruler = Any<kora_ruler>();
         double pixel = mScript.Number();
         kora_time time = Time();
-        switch (mScript.Byte() % 7) {
-        case 0:
-            return Checked(kora_ruler_show(ruler, time, Time(), pixel));
-        case 1:
-            return Checked(kora_ruler_set_units_per_pixel(ruler, pixel * pixel));
-        case 2:
-            return Checked(kora_ruler_zoom(ruler, pixel, mScript.Number() / 100));
-        case 3:
-            return Checked(kora_ruler_scroll_to(ruler, time, pixel));
-        case 4:
-            return Checked(kora_ruler_scroll_by(ruler, mScript.Raw() >> mScript.Byte() % 64));
-        case 5:
-            return Checked(kora_ruler_to_pixel(ruler, time, &pixel));
-        default:
-            return Checked(kora_ruler_to_time(ruler, pixel, Unit(), &time));
-        }
+        const unsigned kind = mScript.Byte() % 7;
+        if (kind == 0) return Checked(kora_ruler_show(ruler, time, Time(), pixel));
+        if (kind == 1) return Checked(kora_ruler_set_units_per_pixel(ruler, pixel * pixel));
+        if (kind == 2) return Checked(kora_ruler_zoom(ruler, pixel, mScript.Number() / 100));
+        if (kind == 3) return Checked(kora_ruler_scroll_to(ruler, time, pixel));
+        if (kind == 4) return Checked(kora_ruler_scroll_by(ruler, mScript.Raw() >> mScript.Byte() % 64));
+        if (kind == 5) return Checked(kora_ruler_to_pixel(ruler, time, &pixel));
+        return Checked(kora_ruler_to_time(ruler, pixel, Unit(), &time));
     }
     void DrawRuler()
     {
@@ -467,24 +416,18 @@ private:
     // What a document holds is CDocumentFuzz's; here it is a handle among others.
     void Document()
     {
-        switch (mScript.Byte() % 4) {
-        case 0:
-            return Make<kora_document>(&kora_document_create_in_memory);
-        case 1:
-            return Checked(kora_song_write_document(Any<kora_song>(), Any<kora_document>()));
-        case 2:
-            return Checked(kora_document_commit(Any<kora_document>()));
-        default: {
-            std::size_t size = 0;
-            kora_document* const document = Any<kora_document>();
-            const kora_status status = kora_document_get_bytes(document, nullptr, 0, &size);
-            Checked(status);
-            if (status != KORA_OK) return;
-            std::string bytes(size, '\0');
-            Require(kora_document_get_bytes(document, bytes.data(), size, &size) == KORA_OK, "it has bytes");
-            Make<kora_song>(&kora_song_read_bytes, static_cast<const void*>(bytes.data()), size);
-        }
-        }
+        const unsigned kind = mScript.Byte() % 4;
+        if (kind == 0) return Make<kora_document>(&kora_document_create_in_memory);
+        if (kind == 1) return Checked(kora_song_write_document(Any<kora_song>(), Any<kora_document>()));
+        if (kind == 2) return Checked(kora_document_commit(Any<kora_document>()));
+        std::size_t size = 0;
+        kora_document* const document = Any<kora_document>();
+        const kora_status status = kora_document_get_bytes(document, nullptr, 0, &size);
+        Checked(status);
+        if (status != KORA_OK) return;
+        std::string bytes(size, '\0');
+        Require(kora_document_get_bytes(document, bytes.data(), size, &size) == KORA_OK, "it has bytes");
+        Make<kora_song>(&kora_song_read_bytes, static_cast<const void*>(bytes.data()), size);
     }
 
     CallScript mScript;

@@ -1,22 +1,16 @@
 #include "OstrelPlatformSupport/PSAtomicStructures.h"
 #include "OstrelPlatformSupport/PSAtomic_UInt32Semaphore.h"
-#include "Support/AllocationCounter.h"
 #include "Support/Interleaving.h"
 
 #include <gtest/gtest.h>
 
 #include <set>
 #include <string>
-#include <thread>
 #include <vector>
 
 namespace {
 
-struct Element : PSAtomicQueueLink
-{
-    unsigned mProducer = 0;
-    unsigned mNumber = 0;
-};
+using Element = PSAtomicQueueLink;
 
 // Links the elements from iLast back to iFirst, as a chain is pushed.
 void Chain(Element* iFirst, Element* iLast)
@@ -50,7 +44,7 @@ struct QueueScene
     void Keep(const PSAtomicQueueLink* iLink)
     {
         for (; iLink != nullptr; iLink = iLink->mNext)
-            mDrained += std::to_string(static_cast<const Element*>(iLink) - mElements);
+            mDrained += std::to_string(iLink - mElements);
     }
     // What was accepted was drained once, 0 before 1, and 3 right behind 2.
     bool IsWhole()
@@ -89,6 +83,8 @@ TEST(Interleaving, ExploresEachOrderThatMattersOnce)
 
 TEST(AtomicQueue, LosesDoublesAndReordersNothingInAnySchedule)
 {
+    EXPECT_TRUE(gPSAtomicStructures.IsLockFree());
+    EXPECT_TRUE(gPSAtomicStructures.CreateMultiProducerQueue()->IsEmpty());
     for (const bool closes : {false, true}) {
         SCOPED_TRACE(closes);
         std::unique_ptr<QueueScene> scene;
@@ -103,45 +99,7 @@ TEST(AtomicQueue, LosesDoublesAndReordersNothingInAnySchedule)
     }
 }
 
-TEST(AtomicQueue, KeepsEachProducersOrderUnderLoad)
-{
-    constexpr unsigned cProducers = 7;
-    constexpr unsigned cEach = 20000;
-    EXPECT_TRUE(gPSAtomicStructures.IsLockFree());
-    const auto queue = gPSAtomicStructures.CreateMultiProducerQueue();
-    EXPECT_TRUE(queue->IsEmpty());
-    PSAtomic_UInt32Semaphore running(cProducers);
-    std::vector<std::vector<Element>> elements(cProducers, std::vector<Element>(cEach));
-    std::vector<std::thread> threads;
-    for (unsigned producer = 0; producer < cProducers; ++producer) {
-        threads.emplace_back([&, producer] {
-            const AllocationCounter allocations;
-            for (unsigned i = 0; i < cEach; i += 4) {
-                Element* const four = &elements[producer][i];
-                for (unsigned k = 0; k < 4; ++k) {
-                    four[k].mProducer = producer;
-                    four[k].mNumber = i + k;
-                }
-                EXPECT_TRUE(queue->Push(four[0]));
-                Chain(four + 1, four + 3);
-                EXPECT_TRUE(queue->PushNewestFirst(four[3], four[1]));
-            }
-            EXPECT_EQ(allocations.Count(), 0);
-            running.Subtract();
-        });
-    }
-    std::vector<unsigned> expected(cProducers);
-    for (bool isLast = false; !isLast;) {
-        isLast = running.Get() == 0;
-        for (const PSAtomicQueueLink* link = queue->Drain(); link != nullptr; link = link->mNext) {
-            const Element& element = *static_cast<const Element*>(link);
-            EXPECT_EQ(element.mNumber, expected[element.mProducer]++);
-        }
-    }
-    for (std::thread& thread : threads)
-        thread.join();
-    EXPECT_EQ(expected, std::vector<unsigned>(cProducers, cEach));
-}
+// Seven producers at once, and the order of each: AtomicPool.LosesDoublesAndMixesUpNothingUnderLoad.
 
 TEST(AtomicSemaphore, ReturnsTheCountItMadeInAnySchedule)
 {

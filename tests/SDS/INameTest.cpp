@@ -145,29 +145,15 @@ TEST_F(ListenerOptions, EachOneSaysWhatItsNameSays)
         {"nobody hears",              {.mTask = &mTask, .mReceiver = nullptr},    "||0 0 0 0"},
         {"what takes no part",        {.mTask = &mTask, .mManufacturer = 5, .mProtocol = 6, .mCriticalFlag = true,
                                        .mGoal = 7},                               "1234||5 6 1 7"},
+        {"all of them",               {&mTask, 2, 1, 5, 6, &mOther, true, true, 7}, "|3|5 6 1 7"},
     };
     // clang-format on
     for (const auto& row : rows) {
         Ear ear(&mNode, row.mOptions);
         EXPECT_EQ(Told(ear), row.mTold) << row.mName;
     }
-}
-
-TEST_F(ListenerOptions, GiveTheListenerThatTheLongConstructorGives)
-{
-    const SDS_TokenListenerOptions all = {&mTask, 2, 1, 5, 6, &mOther, true, true, 7};
-    for (SDS_IName* const name : {&mNode, static_cast<SDS_IName*>(nullptr)}) {
-        std::string told[2];
-        {
-            Ear spelt(&mTask, name, 2, 1, 5, 6, static_cast<SDS_ITokenListener*>(&mOther), true, true, 7);
-            told[0] = Told(spelt);
-        }
-        Ear listener(name, all);
-        told[1] = Told(listener);
-        EXPECT_EQ(told[0], told[1]);
-        EXPECT_EQ(told[1], name != nullptr ? "|3|5 6 1 7" : "||5 6 1 7");
-        EXPECT_EQ(listener.GetTask(), &mTask);
-    }
+    Ear spelt(&mTask, &mNode, 2, 1, 5, 6, static_cast<SDS_ITokenListener*>(&mOther), true, true, 7);
+    EXPECT_EQ(Told(spelt), "|3|5 6 1 7") << "by the long constructor";
 }
 
 TEST_F(IName, ATokenIsStampedWithTheHandlesNode)

@@ -169,34 +169,23 @@ protected:
         while (mProducing.load() > 0) {
             SDS_IName& node = *mNodes[random() % mNodes.size()];
             Consumer& consumer = *mConsumers[random() % mConsumers.size()];
-            switch (random() % 7) {
-            case 6:
-                if (!guests.empty()) guests[random() % guests.size()]->SetTask(&consumer.mTask);
-                break;
-            case 0:
-            case 1:
-                guests.push_back(std::make_unique<Guest>(consumer.mTask, node, random() % 2 == 0));
-                break;
-            case 2: {
-                if (guests.empty()) break;
-                // The task's section comes first.
+            const auto kind = random() % 7;
+            if (kind < 2) guests.push_back(std::make_unique<Guest>(consumer.mTask, node, random() % 2 == 0));
+            if (kind == 2 && !guests.empty()) // the task's section comes first
                 guests.erase(guests.begin() + static_cast<std::ptrdiff_t>(random() % guests.size()));
-                break;
-            }
-            case 3: {
+            if (kind == 3) {
                 const SDS_ITokenTask::StHaltProcessing halted(&consumer.mTask);
                 std::this_thread::yield();
-                break;
             }
-            case 4:
+            if (kind == 4) {
                 if (!ownTask) ownTask = std::make_unique<SDS_ITokenTask>(random() % 2 == 0 ? 0 : 20);
                 ownGuests.push_back(std::make_unique<Guest>(*ownTask, node, random() % 2 == 0));
-                break;
-            case 5:
+            }
+            if (kind == 5) {
                 ownTask.reset(); // with what is queued, and before its listeners
                 ownGuests.clear();
-                break;
             }
+            if (kind == 6 && !guests.empty()) guests[random() % guests.size()]->SetTask(&consumer.mTask);
             if (guests.size() > 6) guests.clear();
         }
         ownTask.reset();
@@ -215,21 +204,11 @@ protected:
             const IPSSyncPrim::StEnter section(*SDS_TokenDispatcher::GetCriticalSection());
             SDS_IName& one = *mNodes[1 + random() % (mNodes.size() - 1)];
             SDS_IName& other = *mNodes[1 + random() % (mNodes.size() - 1)];
-            switch (random() % 4) {
-            case 0:
-                static_cast<void>(one.ConnectTo(&other));
-                break;
-            case 1:
-                static_cast<void>(one.DisconnectFrom(&other));
-                break;
-            case 2:
-                static_cast<void>(one.BreakAllConnections());
-                break;
-            case 3:
-                paused = !paused;
-                SDS_TokenDispatcher::SetTokensPaused(paused);
-                break;
-            }
+            const auto kind = random() % 4;
+            if (kind == 0) static_cast<void>(one.ConnectTo(&other));
+            if (kind == 1) static_cast<void>(one.DisconnectFrom(&other));
+            if (kind == 2) static_cast<void>(one.BreakAllConnections());
+            if (kind == 3) SDS_TokenDispatcher::SetTokensPaused(paused = !paused);
         }
         const IPSSyncPrim::StEnter section(*SDS_TokenDispatcher::GetCriticalSection());
         if (paused) SDS_TokenDispatcher::SetTokensPaused(false);

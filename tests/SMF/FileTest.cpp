@@ -4,8 +4,6 @@
 #include "SMF/ShiftedTrack.h"
 #include "Support/AssertRecorder.h"
 
-#include <fstream>
-
 namespace {
 
 SMF_Track OneByOne(const SMF_Track& iTrack)
@@ -57,16 +55,6 @@ TEST(SMFFile, TenThousandRandomFilesComeBackAsTheSameEventsAndBytes)
         Compare(RandomFile(seed));
     }
     EXPECT_EQ(reports.Take(), std::vector<std::string>());
-}
-
-TEST(SMFFile, TheExampleSongComesBackByteForByte)
-{
-    std::ifstream stream(KORA_SOURCE_DIR "/examples/songs/first-light.mid", std::ios::binary);
-    const std::string bytes{std::istreambuf_iterator<char>(stream), {}};
-    const SMF_File file = SMF_File::Read(bytes);
-    EXPECT_EQ(file.Write(), bytes);
-    for (const SMF_Track& track : file.GetTracks())
-        EXPECT_EQ(OneByOne(track), track) << "it is spelled canonically";
 }
 
 TEST(SMFFile, ManyTracksAndLongSysexAreFine)

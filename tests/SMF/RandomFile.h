@@ -81,17 +81,13 @@ private:
     }
     std::string MetaContent(int iType)
     {
-        switch (iType) {
-        case 0x51:
+        if (iType == 0x51)
             return UpTo(2) ? MidiBytes::BigEndian(300000 + static_cast<int>(UpTo(500000)), 3)
                            : "\x1F\xFF\xFF";
-        case 0x58:
+        if (iType == 0x58)
             return MidiBytes::BigEndian(1 + static_cast<int>(UpTo(254)), 1) + Content(1, 11) + Content(2);
-        case 0x59:
-            return MidiBytes::BigEndian(static_cast<int>(UpTo(14)) - 7, 1) + Content(1, 1);
-        default:
-            return Content(UpTo(20) * UpTo(10));
-        }
+        if (iType == 0x59) return MidiBytes::BigEndian(static_cast<int>(UpTo(14)) - 7, 1) + Content(1, 1);
+        return Content(UpTo(20) * UpTo(10));
     }
     void AddTrack()
     {

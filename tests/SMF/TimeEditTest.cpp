@@ -335,35 +335,33 @@ private:
                         to = from + 1 + Any(std::min<Cmn_Int64>(mSong.Length() - from - 1, 12));
         const std::string range = std::to_string(from) + " to " + std::to_string(to);
         const PlainSong old = mSong;
-        switch (Any(4)) {
-        case 0:
+        const Cmn_Int64 kind = Any(4);
+        if (kind == 0) {
             if (mSong.Length() - (to - from) < 3) return "nothing";
             ioEdit.DeleteTime(At(from), At(to));
             mSong.Delete(from, to);
             return "delete " + range;
-        case 1: {
+        }
+        if (kind == 1) {
             ioEdit.InsertTime(At(from), Ticks(to - from));
             const int value = mSong.mValues[static_cast<std::size_t>(from == 0 ? 0 : from - 1)];
             mSong.Insert(from, std::vector<int>(static_cast<std::size_t>(to - from), value), {});
             return "insert " + range;
         }
-        case 2: {
+        if (kind == 2) {
             const Cmn_Int64 times = Any(3);
             ioEdit.RepeatTime(At(from), At(to), times);
             for (Cmn_Int64 i = 0; i < times; ++i)
                 mSong.InsertCopy(to + i * (to - from), old, from, to);
             return "repeat " + range;
         }
-        default: {
-            const Cmn_Int64 position = Any(mSong.Length());
-            if (position >= from && position <= to) return "nothing";
-            ioEdit.MoveTime(At(from), At(to), At(position));
-            mSong.Delete(from, to);
-            mSong.PairAnew();
-            mSong.InsertCopy(position - (position > to ? to - from : 0), old, from, to);
-            return "move " + range + " before " + std::to_string(position);
-        }
-        }
+        const Cmn_Int64 position = Any(mSong.Length());
+        if (position >= from && position <= to) return "nothing";
+        ioEdit.MoveTime(At(from), At(to), At(position));
+        mSong.Delete(from, to);
+        mSong.PairAnew();
+        mSong.InsertCopy(position - (position > to ? to - from : 0), old, from, to);
+        return "move " + range + " before " + std::to_string(position);
     }
 
     std::mt19937 mRandom;

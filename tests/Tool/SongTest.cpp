@@ -1,4 +1,5 @@
-// The song's rows against a plain computation: bars walked one by one, samples as one exact fraction.
+// The song's rows against the changes that its events were made of, each by tick, and their places by its maps.
+#include "Kora/Time/Formats/Time_SMPTEUtils.h"
 #include "tests/Tool/ToolFixture.h"
 
 using JsonValue = nlohmann::ordered_json;
@@ -7,62 +8,12 @@ namespace {
 
 constexpr Cmn_Int64 cStart = Tool_Song::cStartTick;
 
-struct PlainMeter
-{
-    Cmn_Int64 mNumerator;
-    Cmn_Int64 mDenominator;
-    Cmn_Int64 BarLength() const { return mNumerator * 3840000 / mDenominator; }
-};
-
-// A song as lists by tick, with the answers that the report must give.
+// A song as lists by tick.
 struct PlainSong
 {
-    std::map<Cmn_Int64, Cmn_Int64> mTempos; // microseconds to a quarter
-    std::map<Cmn_Int64, PlainMeter> mMeters;
-    std::map<Cmn_Int64, std::pair<int, int>> mKeys; // sharps, mode
+    std::map<Cmn_Int64, Cmn_Int64> mTempos;                  // microseconds to a quarter
+    std::map<Cmn_Int64, std::pair<int, int>> mMeters, mKeys; // numerator and denominator; sharps and mode
     Cmn_Int64 mEnd = cStart;
-
-    // Samples as fractions of 960000 × 1000000 parts, in integers. oDoubt: so near a
-    // half that doubles may err.
-    Cmn_Int64 SampleOf(Cmn_Int64 iTick, Cmn_Int64 iRate, bool& oDoubt) const
-    {
-        Cmn_Int64 tickMicros = 0;
-        for (auto tempo = mTempos.begin(); tempo != mTempos.end() && tempo->first < iTick; ++tempo) {
-            const auto next = std::next(tempo);
-            const Cmn_Int64 until = next == mTempos.end() ? iTick : std::min(iTick, next->first);
-            tickMicros += (until - tempo->first) * tempo->second;
-        }
-        constexpr Cmn_Int64 cParts = 960000000000;
-        const Cmn_Int64 rest = tickMicros % cParts * iRate;
-        oDoubt = std::abs(rest % cParts - cParts / 2) < cParts / 100000;
-        return tickMicros / cParts * iRate + (2 * rest + cParts) / (2 * cParts);
-    }
-
-    // Walks from bar 1, one bar at a time; a change inside a bar ends it.
-    JsonValue PositionOf(Cmn_Int64 iTick) const
-    {
-        Cmn_Int64 bar = 1;
-        Cmn_Int64 barStart = cStart;
-        for (;;) {
-            const PlainMeter meter = std::prev(mMeters.upper_bound(barStart))->second;
-            Cmn_Int64 next = barStart + meter.BarLength();
-            if (const auto cut = mMeters.upper_bound(barStart); cut != mMeters.end() && cut->first < next)
-                next = cut->first;
-            if (iTick < next) {
-                const Cmn_Int64 beatLength = 3840000 / meter.mDenominator;
-                const Cmn_Int64 into = iTick - barStart;
-                return {{"bar", bar}, {"beat", into / beatLength + 1}, {"tick", into % beatLength}};
-            }
-            barStart = next;
-            ++bar;
-        }
-    }
-
-    bool IsOffBarline(Cmn_Int64 iTick) const
-    {
-        const auto before = std::prev(mMeters.find(iTick));
-        return (iTick - before->first) % before->second.BarLength() != 0;
-    }
 };
 
 // Up to three tracks, and events of all kinds at times that often coincide.
@@ -111,71 +62,62 @@ std::string MakeSong(std::mt19937& ioRandom, PlainSong& oPlain)
 
 using SongTest = ToolFixture;
 
-void ExpectSample(const JsonValue& iSample, const PlainSong& iPlain, Cmn_Int64 iTick, Cmn_Int64 iRate)
+void Compare(const JsonValue& iJson, const PlainSong& iPlain, const Tool_Song& iSong)
 {
-    bool isDoubtful = false;
-    const Cmn_Int64 plain = iPlain.SampleOf(iTick, iRate, isDoubtful);
-    EXPECT_LE(std::abs(iSample.get<Cmn_Int64>() - plain), isDoubtful ? 1 : 0) << iSample << " for " << plain;
-}
-
-// Of the nearest frame at 25 a second, which ends a day with itself.
-std::string TimecodeOf(const JsonValue& iSample, Cmn_Int64 iRate)
-{
-    const Cmn_Int64 frame = (iSample.get<Cmn_Int64>() * 50 + iRate) / (2 * iRate);
-    const auto two = [](Cmn_Int64 i) { return (i < 10 ? "0" : "") + std::to_string(i); };
-    return two(frame / 90000 % 24) + ':' + two(frame / 1500 % 60) + ':' + two(frame / 25 % 60) + ':' +
-           two(frame % 25);
-}
-
-void Compare(const JsonValue& iJson, const PlainSong& iPlain, Cmn_Int64 iRate)
-{
+    // Of the tick that it names.
+    const auto expectPlace = [&](const JsonValue& iPlace, Cmn_Int64 iTick) {
+        const Time_Tick tick(iTick);
+        const Time_Sample sample = iSong.GetConverter().ToSample(tick);
+        const Time_BarBeatTick at = iSong.GetMeterMap().TickToBarBeat(tick);
+        EXPECT_EQ(iPlace["tick"], iTick);
+        EXPECT_EQ(iPlace["sample"], sample.AsInt64());
+        EXPECT_EQ(iPlace["position"],
+                  (JsonValue{{"bar", at.mBar}, {"beat", at.mBeat}, {"tick", at.mTick.AsInt64()}}));
+        EXPECT_EQ(iPlace["timecode"], Time_SMPTEUtils::SampleToLabel(sample, eTimeCodeFormat_25).ToString());
+    };
     const auto rows = [&](const char* iName, const auto& iChanges, const auto& iExpect) {
         ASSERT_EQ(iJson[iName].size(), iChanges.size());
         auto row = iJson[iName].begin();
         for (const auto& [tick, change] : iChanges) {
-            EXPECT_EQ((*row)["tick"], tick);
-            EXPECT_EQ((*row)["position"], iPlain.PositionOf(tick));
-            EXPECT_EQ((*row)["timecode"], TimecodeOf((*row)["sample"], iRate));
-            ExpectSample((*row)["sample"], iPlain, tick, iRate);
-            iExpect(*row++, tick, change);
+            expectPlace(*row, tick);
+            iExpect(*row++, change);
         }
     };
-    rows("tempo", iPlain.mTempos, [&](const JsonValue& iRow, Cmn_Int64, Cmn_Int64 iMicros) {
+    rows("tempo", iPlain.mTempos, [&](const JsonValue& iRow, Cmn_Int64 iMicros) {
         EXPECT_EQ(iRow["bpm"].get<double>(), 60000000.0 / static_cast<double>(iMicros));
         EXPECT_EQ(iRow["ticksPerBeat"], 960000);
     });
-    rows("meter", iPlain.mMeters, [&](const JsonValue& iRow, Cmn_Int64 iTick, const PlainMeter& iMeter) {
-        EXPECT_EQ(iRow["numerator"], iMeter.mNumerator);
-        EXPECT_EQ(iRow["denominator"], iMeter.mDenominator);
-        EXPECT_EQ(iRow["bar"], iPlain.PositionOf(iTick)["bar"]);
-        EXPECT_EQ(iRow["offBarline"], iTick != cStart && iPlain.IsOffBarline(iTick));
+    auto meter = iSong.GetMeterMap().IterBegin();
+    rows("meter", iPlain.mMeters, [&](const JsonValue& iRow, const std::pair<int, int>& iMeter) {
+        EXPECT_EQ(iRow["numerator"], iMeter.first);
+        EXPECT_EQ(iRow["denominator"], iMeter.second);
+        EXPECT_EQ(iRow["bar"], iRow["position"]["bar"]);
+        EXPECT_EQ(iRow["offBarline"], (meter++)->IsOffBarline());
     });
-    rows("keys", iPlain.mKeys, [&](const JsonValue& iRow, Cmn_Int64, const std::pair<int, int>& iKey) {
+    rows("keys", iPlain.mKeys, [&](const JsonValue& iRow, const std::pair<int, int>& iKey) {
         EXPECT_EQ(iRow["sharps"], iKey.first);
         EXPECT_EQ(iRow["minor"], iKey.second == 1);
     });
     EXPECT_EQ(iJson["version"], 1);
     EXPECT_EQ(iJson["timecodeFormat"], "25 fps");
-    EXPECT_EQ(iJson["end"]["tick"], iPlain.mEnd);
-    ExpectSample(iJson["end"]["sample"], iPlain, iPlain.mEnd, iRate);
-    EXPECT_EQ(iJson["end"]["position"], iPlain.PositionOf(iPlain.mEnd));
-    EXPECT_EQ(iJson["end"]["timecode"], TimecodeOf(iJson["end"]["sample"], iRate));
+    expectPlace(iJson["end"], iPlain.mEnd);
     EXPECT_EQ(iJson["end"]["seconds"].get<double>(),
-              iJson["end"]["sample"].get<double>() / static_cast<double>(iRate));
+              iJson["end"]["sample"].get<double>() / iJson["sampleRate"].get<double>());
 }
 
 } // namespace
 
-TEST_F(SongTest, RandomSongsAreWhatAPlainWalkSays)
+TEST_F(SongTest, RandomSongsAreTheEventsThatTheyAreMadeOf)
 {
     const unsigned seed = 4711;
     std::mt19937 random(seed);
     for (int i = 0; i < 400; ++i) {
         PlainSong plain;
         const std::string bytes = MakeSong(random, plain);
-        const Cmn_Int64 rate = i % 3 == 0 ? 44100 : i % 3 == 1 ? 48000 : 192000;
-        const std::string json = Json(bytes, {static_cast<double>(rate), eTimeCodeFormat_25});
-        Compare(JsonValue::parse(json), plain, rate);
+        const double rate = i % 3 == 0 ? 44100 : i % 3 == 1 ? 48000 : 192000;
+        const Tool_Song song(Tool_MidiFile::Parse(bytes, "x.mid"), {rate, eTimeCodeFormat_25});
+        const std::string json = Tool_SongReport(song, "x.mid").Json();
+        Compare(JsonValue::parse(json), plain, song);
         if (HasFailure()) {
             ADD_FAILURE() << "seed " << seed << ", song " << i << "\n" << json;
             return;

@@ -12,6 +12,7 @@ namespace {
 
 using Edit = Time_SongEdit;
 using Result = Time_TempoEditResult;
+using enum Result::EReason;
 
 constexpr Cmn_Int64 cCell = cQuarter / 2;
 Time_Tick At(std::size_t iCell) { return Time_Tick(cStart + static_cast<Cmn_Int64>(iCell) * cCell); }
@@ -186,42 +187,41 @@ private:
                               [&](auto& iPieces) { OnMoved(iPieces); }};
         const Time_Tick from = At(mFrom);
         const Time_Tick to = At(mTo);
-        switch (iKind) {
-        case 0:
+        if (iKind == 0) {
             ExpectErased();
             return Edit::DeleteTime(song, from, to);
-        case 1:
+        }
+        if (iKind == 1) {
             ExpectInserted(mFrom, Unmarked(CellList(mTo - mFrom, mCells[mFrom > 0 ? mFrom - 1 : 0])));
             return Edit::InsertTime(song, from, to - from);
-        case 2:
+        }
+        if (iKind == 2) {
             mClipCells = Unmarked(Part());
             return Edit::Copy(song, from, to, mClip);
-        case 3: {
+        }
+        if (iKind == 3) {
             ExpectErased();
             const Result result = Edit::Cut(song, from, to, mClip);
             if (result) mClipCells = Unmarked(Part());
             return result;
         }
-        case 4: {
+        if (iKind == 4) {
             const std::size_t count = Below(4);
             for (std::size_t i = 0; i < count; ++i)
                 ExpectInserted(mTo, Part());
             return Edit::RepeatTime(song, from, to, count);
         }
-        case 5:
-        case 6: {
+        if (iKind == 5 || iKind == 6) {
             const bool isInside = mPosition > mFrom && mPosition < mTo;
             ExpectErased();
             if (!isInside) ExpectInserted(mPosition >= mTo ? mPosition - (mTo - mFrom) : mPosition, Part());
             const Result result = Edit::MoveTime(song, from, to, At(mPosition));
-            EXPECT_EQ(result.mReason == Result::eReason_InsideRange, isInside);
+            EXPECT_EQ(result.mReason == eReason_InsideRange, isInside);
             mFrom = std::min(mFrom, mPosition);
             return result;
         }
-        default:
-            ExpectInserted(mFrom, mClipCells);
-            return Edit::Paste(song, from, mClip);
-        }
+        ExpectInserted(mFrom, mClipCells);
+        return Edit::Paste(song, from, mClip);
     }
 
     Result EditTempi(unsigned iKind)
@@ -233,30 +233,23 @@ private:
         const Time_Sample near =
             map.TickToSample(from) + Time_SampleLength(static_cast<Cmn_Int64>(Below(9000)) - 4500);
         mIsTempoOnly = true;
-        switch (iKind) {
-        case 9:
-            return Time_TempoEdit::SetTempo(map, from, {tempo});
-        case 10:
-            return Time_TempoEdit::ClearRange(map, from, to);
-        case 11:
+        if (iKind == 9) return Time_TempoEdit::SetTempo(map, from, {tempo});
+        if (iKind == 10) return Time_TempoEdit::ClearRange(map, from, to);
+        if (iKind == 11)
             return Time_TempoEdit::Ramp(map, from, to, {tempo}, 90, Time_TempoEdit::eCurve_Linear,
                                         mTo - mFrom);
-        case 12:
-            return Time_TempoEdit::Scale(map, from, to, 0.8 + Below(40) / 100.0);
-        case 13:
+        if (iKind == 12) return Time_TempoEdit::Scale(map, from, to, 0.8 + Below(40) / 100.0);
+        if (iKind == 13)
             return Time_TempoEdit::FitToLength(map, from, to,
                                                map.TickToSample(to) - map.TickToSample(from) +
                                                    Time_SampleLength(Below(2000)));
-        case 14:
-            return Below(3) > 0 ? Result{.mReason = Result::eReason_NoLock}
+        if (iKind == 14)
+            return Below(3) > 0 ? Result{.mReason = eReason_NoLock}
                                 : Time_TempoEdit::LockToSample(map, from, near);
-        default: {
-            const auto lock = std::find_if(map.SegmentBegin(), map.SegmentEnd(), [&](auto& iSegment) {
-                return iSegment->IsLockedToSample() && !iSegment->IsSongStart();
-            });
-            return Time_TempoEdit::RemoveLock(map, lock == map.SegmentEnd() ? from : (*lock)->GetStartTick());
-        }
-        }
+        const auto lock = std::find_if(map.SegmentBegin(), map.SegmentEnd(), [&](auto& iSegment) {
+            return iSegment->IsLockedToSample() && !iSegment->IsSongStart();
+        });
+        return Time_TempoEdit::RemoveLock(map, lock == map.SegmentEnd() ? from : (*lock)->GetStartTick());
     }
 
     Result Change(unsigned iKind)
@@ -264,7 +257,7 @@ private:
         const Time_Meter meter(2 + static_cast<int>(Below(5)), Below(2) > 0 ? 4 : 8);
         const Time_KeySignature key(Below(2) > 0, true, static_cast<Cmn_UInt8>(Below(8)));
         const bool isFirst = mMaps.mMeters.IsDefault() || At(mFrom) <= mMaps.mMeters.IterBegin()->GetTick();
-        if (iKind == 16 && isFirst) return {.mReason = Result::eReason_NoLock}; // and would hold backwards
+        if (iKind == 16 && isFirst) return {.mReason = eReason_NoLock}; // and would hold backwards
         if (iKind == 16) mMaps.mMeters.AddMeterChange(At(mFrom), meter);
         if (iKind == 17) mMaps.mKeys.SetKeySignature(At(mFrom), key);
         for (std::size_t i = 0; i < mExpected.size(); ++i)
@@ -364,6 +357,8 @@ TEST(SongEdit, RandomEditsGiveWhatAListOfTicksGives)
     }
 }
 
+#define EDIT(...) [&] { return Edit::__VA_ARGS__; }
+
 constexpr double cSongStart = cStart;
 constexpr double cLastTick = 576460752303423487.0;
 
@@ -394,30 +389,23 @@ TEST(SongEdit, WhatCannotBeDoneIsRefusedWithTheNearest)
     const Time_Tick before = At(0) - Time_TickLength(1);
     const Time_Tick behind(cMost);
     const Refusal cRows[] = {
-        {"nothing deleted", [&] { return Edit::DeleteTime(song, At(4), At(4)); }, Result::eReason_EmptyRange,
-         0},
-        {"reversed", [&] { return Edit::RepeatTime(song, At(4), At(3), 1); }, Result::eReason_EmptyRange, 0},
-        {"before the song", [&] { return Edit::InsertTime(song, before, clip.mLength); },
-         Result::eReason_BeforeSongStart, cSongStart},
-        {"cut before the song", [&] { return Edit::Cut(song, before, At(4), clip); },
-         Result::eReason_BeforeSongStart, cSongStart},
-        {"moved before it", [&] { return Edit::MoveTime(song, At(4), At(6), before); },
-         Result::eReason_BeforeSongStart, cSongStart},
-        {"moved inside", [&] { return Edit::MoveTime(song, At(4), At(8), At(5)); },
-         Result::eReason_InsideRange, static_cast<double>(At(4).AsInt64())},
-        {"behind all ticks", [&] { return Edit::DeleteTime(song, At(4), behind); },
-         Result::eReason_OutOfLimits, cLastTick},
-        {"less than nothing", [&] { return Edit::InsertTime(song, At(4), Time_TickLength(-1)); },
-         Result::eReason_EmptyRange, 0},
-        {"pushed out", [&] { return Edit::InsertTime(song, At(4), behind - At(16)); },
-         Result::eReason_OutOfLimits, room},
-        {"too often", [&] { return Edit::RepeatTime(song, At(0), At(16), 1000000); },
-         Result::eReason_TooManySteps, 500000},
-        {"too long", [&] { return Edit::RepeatTime(song, At(0), At(0) + Time_TickLength(cMost / 64), 9); },
-         Result::eReason_OutOfLimits, 2},
-        {"nothing pasted", [&] { return Edit::Paste(song, At(4), {}); }, Result::eReason_EmptyRange, 0},
-        {"out of order", [&] { return Edit::Paste(song, At(4), unordered); }, Result::eReason_EmptyRange, 0},
-        {"two lengths", [&] { return Edit::Paste(song, At(4), longer); }, Result::eReason_EmptyRange, 0},
+        {"nothing deleted", EDIT(DeleteTime(song, At(4), At(4))), eReason_EmptyRange, 0},
+        {"reversed", EDIT(RepeatTime(song, At(4), At(3), 1)), eReason_EmptyRange, 0},
+        {"before the song", EDIT(InsertTime(song, before, clip.mLength)), eReason_BeforeSongStart,
+         cSongStart},
+        {"cut before the song", EDIT(Cut(song, before, At(4), clip)), eReason_BeforeSongStart, cSongStart},
+        {"moved before it", EDIT(MoveTime(song, At(4), At(6), before)), eReason_BeforeSongStart, cSongStart},
+        {"moved inside", EDIT(MoveTime(song, At(4), At(8), At(5))), eReason_InsideRange,
+         static_cast<double>(At(4).AsInt64())},
+        {"behind all ticks", EDIT(DeleteTime(song, At(4), behind)), eReason_OutOfLimits, cLastTick},
+        {"less than nothing", EDIT(InsertTime(song, At(4), Time_TickLength(-1))), eReason_EmptyRange, 0},
+        {"pushed out", EDIT(InsertTime(song, At(4), behind - At(16))), eReason_OutOfLimits, room},
+        {"too often", EDIT(RepeatTime(song, At(0), At(16), 1000000)), eReason_TooManySteps, 500000},
+        {"too long", EDIT(RepeatTime(song, At(0), At(0) + Time_TickLength(cMost / 64), 9)),
+         eReason_OutOfLimits, 2},
+        {"nothing pasted", EDIT(Paste(song, At(4), {})), eReason_EmptyRange, 0},
+        {"out of order", EDIT(Paste(song, At(4), unordered)), eReason_EmptyRange, 0},
+        {"two lengths", EDIT(Paste(song, At(4), longer)), eReason_EmptyRange, 0},
     };
     const Bytes bytes = Streamed(maps);
     const Time_TickLength length = clip.mLength;

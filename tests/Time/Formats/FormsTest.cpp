@@ -45,38 +45,6 @@ void ExpectEntries(std::span<const Entry> iEntries, Form iEmpty = Form())
     }
 }
 
-// Texts near a sound one: some characters of it changed, put in, taken out.
-std::string Damaged(std::string iText, std::mt19937& ioRandom)
-{
-    constexpr std::string_view characters = "0123456789:;.+-t(/) x";
-    for (unsigned i = ioRandom() % 3; i-- > 0;) {
-        const std::size_t at = ioRandom() % (iText.size() + 1);
-        const char character = characters[ioRandom() % characters.size()];
-        if (ioRandom() % 3 == 0)
-            iText.insert(at, 1, character);
-        else if (at < iText.size() && ioRandom() % 2 == 0)
-            iText.erase(at, 1);
-        else if (at < iText.size())
-            iText[at] = character;
-    }
-    return iText;
-}
-
-// What is taken is written in a form that reads as the same and is written as the same.
-template <class Form>
-void ExpectCanonical(Form iForm, const std::string& iSound, std::mt19937& ioRandom)
-{
-    for (int i = 0; i < 100; ++i) {
-        const std::string typed = Damaged(iSound, ioRandom);
-        Form read = iForm;
-        if (!read.FromText(typed)) continue;
-        Form again = iForm;
-        ASSERT_TRUE(again.FromText(read.ToString())) << typed << " was read as " << read.ToString();
-        ASSERT_EQ(again, read) << typed;
-        ASSERT_EQ(again.ToString(), read.ToString()) << typed;
-    }
-}
-
 } // namespace
 
 TEST(MinSecTest, EveryMillisecondOfADayIsReadAsItIsWritten)
@@ -476,21 +444,4 @@ TEST(FormTextTest, TimesAreKeysOfHashTablesAndGoToStreams)
           << Time_TypedLocal(7, cSamples) << ' ' << Time_BarBeatTick(8, 9, Time_TickLength(10)) << ' '
           << Time_SMPTE(1, 2, 3, 4, eTimeCodeFormat_25);
     EXPECT_EQ(shown.str(), "1 2 3 4 ticks long 5 Frames 6 Ticks long 7 Samples 8|9|10 01:02:03:04");
-}
-
-TEST(FormTextTest, WhatIsTakenIsWrittenInAFormThatReadsTheSame)
-{
-    std::mt19937 random(20);
-    for (int i = 0; i < 2500; ++i) {
-        ExpectCanonical(Time_MinSec(),
-                        Time_MinSec(static_cast<Cmn_Int64>(random() % 90000000) - 1000).ToString(), random);
-        ExpectCanonical(Time_FeetFrame(), Time_FeetFrame(random() % 2073600).ToString(), random);
-        Time_SMPTE label(cFormats[random() % std::size(cFormats)]);
-        label.SetFromTotalFrames(static_cast<Cmn_Int32>(random() % 2073600));
-        ExpectCanonical(Time_SMPTE(label.GetFormat()), label.ToString(), random);
-        const char* const values[] = {"1/8.", "1/16t", "1/4(4:5)", "1/1"};
-        ExpectCanonical(Time_NotationDurationValue(), values[random() % std::size(values)], random);
-        ExpectCanonical(Time_Meter(), "7/8 click 1/8.", random);
-        ExpectCanonical(Time_TempoMark(), random() % 2 == 0 ? "1/8.=66.5" : "120.0625", random);
-    }
 }

@@ -96,11 +96,6 @@ TEST_P(FormatTest, EveryLabelOfADay)
             next.NextLabel();
         if (moved != next.Label()) FAIL() << label.Dump() << " becomes " << moved.Dump();
     }
-    const auto [format, rate, dropped] = GetParam();
-    EXPECT_FALSE(Time_SMPTE(0, 0, 0, static_cast<Cmn_UInt8>(rate), format).IsLabel());
-    EXPECT_FALSE(Time_SMPTE(24, 0, 0, 5, format).IsLabel());
-    EXPECT_FALSE(Time_SMPTE(0, 60, 0, 5, format).IsLabel());
-    EXPECT_FALSE(Time_SMPTE(0, 0, 60, 5, format).IsLabel());
 }
 
 TEST_P(FormatTest, TextTakesTheLabelsOfTwentyMinutesAndNoOthers)

@@ -13,6 +13,7 @@ namespace {
 
 using Edit = Time_TempoEdit;
 using Result = Time_TempoEditResult;
+using enum Result::EReason;
 
 Time_Tick At(double iQuarters) { return Time_Tick(cStart + std::llround(iQuarters * cQuarter)); }
 double Exact(const Time_TempoMap& iMap, Time_Tick iTick)
@@ -89,6 +90,8 @@ const Edit::Copied cNoTempo{Time_TickLength(9), {{Time_TickLength(0), {0}}}};
 const Edit::Copied cUnordered{Time_TickLength(9), {{Time_TickLength(0), {90}}, {Time_TickLength(0), {90}}}};
 const std::vector<Edit::Point> cPoints{{At(9), Time_Sample(205760)}};
 
+#define EDIT(...) [&] { return Edit::__VA_ARGS__; }
+
 // 400 bpm from the fifth quarter on, a lock at the ninth, 250 from the thirteenth on; and a map that is slow.
 class TempoRefusals : public TempoEditTest
 {
@@ -141,101 +144,70 @@ protected:
 TEST_F(TempoRefusals, TempiThatCannotBeHaveTheNearest)
 {
     Expect(
-        {{"too fast", [&] { return Edit::SetTempo(mMap, At(9), {501}); }, Result::eReason_OutOfLimits, 500},
-         {"eighths",
-          [&] {
-              return Edit::SetTempo(mMap, At(9), {1000, cEighth});
-          },
-          Result::eReason_OutOfLimits, 999},
-         {"not a number", [&] { return Edit::SetTempo(mMap, At(9), {NAN}); }, Result::eReason_OutOfLimits, 5},
-         {"before the song", [&] { return Edit::SetTempo(mMap, At(-1), {90}); },
-          Result::eReason_BeforeSongStart, cSongStart},
-         {"scaled beyond", [&] { return Edit::Scale(mMap, At(10), At(13), 3); }, Result::eReason_OutOfLimits,
-          1.25},
-         {"moved beyond", [&] { return Edit::Offset(mMap, At(12), At(13), -246); },
-          Result::eReason_OutOfLimits, -245},
-         {"fit too short", [&] { return Edit::FitToLength(mMap, At(12), At(14), Time_SampleLength(9)); },
-          Result::eReason_OutOfLimits, 11520},
-         {"fit to nothing", [&] { return Edit::FitToLength(mMap, At(12), At(14), Time_SampleLength(0)); },
-          Result::eReason_EmptyRange, 0},
-         {"empty", [&] { return Edit::Scale(mMap, At(12), At(12), 1); }, Result::eReason_EmptyRange, 0},
-         {"steps of nothing", [&] { return Edit::Ramp(mMap, At(9), At(10), {60}, 90, Edit::eCurve_S, 0); },
-          Result::eReason_EmptyRange, 0},
-         {"no factor at all", [&] { return Edit::Scale(mMap, At(12), At(13), NAN); },
-          Result::eReason_OutOfLimits, 0.02},
-         {"an offset without end", [&] { return Edit::Offset(mMap, At(12), At(13), INFINITY); },
-          Result::eReason_OutOfLimits, 250},
-         {"a ramp to nowhere", [&] { return Edit::Ramp(mMap, At(9), At(10), {60}, NAN, Edit::eCurve_S, 2); },
-          Result::eReason_OutOfLimits, 5},
-         {"a beat too short for any tempo",
-          [&] {
-              return Edit::SetTempo(mMap, At(9), {500, Time_TickLength(1)});
-          },
-          Result::eReason_NoSuchBeat, 4805},
-         {"a beat too long",
-          [&] {
-              return Edit::SetTempo(mMap, At(9), {5, Time_TickLength(cMost)});
-          },
-          Result::eReason_NoSuchBeat, 96e6},
-         {"behind all ticks", [&] { return Edit::SetTempo(mMap, Time_Tick(cMost), {90}); },
-          Result::eReason_OutOfLimits, cLastTick},
-         {"up to behind all ticks", [&] { return Edit::ClearRange(mMap, At(9), Time_Tick(cMost)); },
-          Result::eReason_OutOfLimits, cLastTick},
+        {{"too fast", EDIT(SetTempo(mMap, At(9), {501})), eReason_OutOfLimits, 500},
+         {"eighths", EDIT(SetTempo(mMap, At(9), {1000, cEighth})), eReason_OutOfLimits, 999},
+         {"not a number", EDIT(SetTempo(mMap, At(9), {NAN})), eReason_OutOfLimits, 5},
+         {"before the song", EDIT(SetTempo(mMap, At(-1), {90})), eReason_BeforeSongStart, cSongStart},
+         {"scaled beyond", EDIT(Scale(mMap, At(10), At(13), 3)), eReason_OutOfLimits, 1.25},
+         {"moved beyond", EDIT(Offset(mMap, At(12), At(13), -246)), eReason_OutOfLimits, -245},
+         {"fit too short", EDIT(FitToLength(mMap, At(12), At(14), Time_SampleLength(9))), eReason_OutOfLimits,
+          11520},
+         {"fit to nothing", EDIT(FitToLength(mMap, At(12), At(14), Time_SampleLength(0))), eReason_EmptyRange,
+          0},
+         {"empty", EDIT(Scale(mMap, At(12), At(12), 1)), eReason_EmptyRange, 0},
+         {"steps of nothing", EDIT(Ramp(mMap, At(9), At(10), {60}, 90, Edit::eCurve_S, 0)),
+          eReason_EmptyRange, 0},
+         {"no factor at all", EDIT(Scale(mMap, At(12), At(13), NAN)), eReason_OutOfLimits, 0.02},
+         {"an offset without end", EDIT(Offset(mMap, At(12), At(13), INFINITY)), eReason_OutOfLimits, 250},
+         {"a ramp to nowhere", EDIT(Ramp(mMap, At(9), At(10), {60}, NAN, Edit::eCurve_S, 2)),
+          eReason_OutOfLimits, 5},
+         {"a beat too short for any tempo", EDIT(SetTempo(mMap, At(9), {500, Time_TickLength(1)})),
+          eReason_NoSuchBeat, 4805},
+         {"a beat too long", EDIT(SetTempo(mMap, At(9), {5, Time_TickLength(cMost)})), eReason_NoSuchBeat,
+          96e6},
+         {"behind all ticks", EDIT(SetTempo(mMap, Time_Tick(cMost), {90})), eReason_OutOfLimits, cLastTick},
+         {"up to behind all ticks", EDIT(ClearRange(mMap, At(9), Time_Tick(cMost))), eReason_OutOfLimits,
+          cLastTick},
          {"steps without end",
-          [&] {
-              return Edit::Ramp(mMap, At(9), At(99), {60}, 90, Edit::eCurve_S, Time_TypedLength(1, cTicks));
-          },
-          Result::eReason_TooManySteps, 1000000}});
+          EDIT(Ramp(mMap, At(9), At(99), {60}, 90, Edit::eCurve_S, Time_TypedLength(1, cTicks))),
+          eReason_TooManySteps, 1000000}});
     EXPECT_TRUE(Edit::FitToLength(mMap, At(12), At(14), Time_SampleLength(11520)));
 }
 
 TEST_F(TempoRefusals, LocksThatCannotBeHaveTheNearest)
 {
-    Expect(
-        {{"before a lock", [&] { return Edit::SetTempo(mMap, At(4), {90}); }, Result::eReason_Locked,
-          cLocked},
-         {"a lock before its predecessor's",
-          [&] { return Edit::LockToSample(mMap, At(9), Time_Sample(200000)); }, Result::eReason_LockOrder,
-          205760},
-         {"a lock too near", [&] { return Edit::LockToSample(mMap, At(9), Time_Sample(200001)); },
-          Result::eReason_OutOfLimits, 205760},
-         {"too far", [&] { return Edit::MoveLock(mMap, At(8), Time_Sample(9000000)); },
-          Result::eReason_OutOfLimits, 4608000},
-         {"too late for its successor", [&] { return Edit::LockToSample(mMap, At(4), Time_Sample(199999)); },
-          Result::eReason_OutOfLimits, 176960},
-         {"no lock to move", [&] { return Edit::MoveLock(mMap, At(9), Time_Sample(300000)); },
-          Result::eReason_NoLock, 0},
-         {"no lock to remove", [&] { return Edit::RemoveLock(mMap, At(12)); }, Result::eReason_NoLock, 0},
-         {"the song start's", [&] { return Edit::RemoveLock(mMap, At(0)); }, Result::eReason_NoLock, 0},
-         {"no cPoints", [&] { return Edit::LockAll(mMap, {}); }, Result::eReason_EmptyRange, 0},
-         {"a lock behind all ticks",
-          [&] { return Edit::LockToSample(mMap, Time_Tick(cMost), Time_Sample(cMost)); },
-          Result::eReason_OutOfLimits, cLastTick},
-         {"no tolerance at all", [&] { return Edit::LockAll(mMap, cPoints, NAN); },
-          Result::eReason_EmptyRange, 0}});
+    Expect({{"before a lock", EDIT(SetTempo(mMap, At(4), {90})), eReason_Locked, cLocked},
+            {"a lock before its predecessor's", EDIT(LockToSample(mMap, At(9), Time_Sample(200000))),
+             eReason_LockOrder, 205760},
+            {"a lock too near", EDIT(LockToSample(mMap, At(9), Time_Sample(200001))), eReason_OutOfLimits,
+             205760},
+            {"too far", EDIT(MoveLock(mMap, At(8), Time_Sample(9000000))), eReason_OutOfLimits, 4608000},
+            {"too late for its successor", EDIT(LockToSample(mMap, At(4), Time_Sample(199999))),
+             eReason_OutOfLimits, 176960},
+            {"no lock to move", EDIT(MoveLock(mMap, At(9), Time_Sample(300000))), eReason_NoLock, 0},
+            {"no lock to remove", EDIT(RemoveLock(mMap, At(12))), eReason_NoLock, 0},
+            {"the song start's", EDIT(RemoveLock(mMap, At(0))), eReason_NoLock, 0},
+            {"no cPoints", EDIT(LockAll(mMap, {})), eReason_EmptyRange, 0},
+            {"a lock behind all ticks", EDIT(LockToSample(mMap, Time_Tick(cMost), Time_Sample(cMost))),
+             eReason_OutOfLimits, cLastTick},
+            {"no tolerance at all", EDIT(LockAll(mMap, cPoints, NAN)), eReason_EmptyRange, 0}});
     EXPECT_TRUE(Edit::LockToSample(mMap, At(9), Time_Sample(205760)));
 }
 
 TEST_F(TempoRefusals, TimeThatCannotComeOrGoHasTheNearest)
 {
-    Expect(
-        {{"insertion there", [&] { return Edit::InsertTime(mMap, At(-1), cEighth); },
-          Result::eReason_BeforeSongStart, cSongStart},
-         {"reversed", [&] { return Edit::DeleteTime(mMap, At(13), At(12)); }, Result::eReason_EmptyRange, 0},
-         {"reversed around the ends",
-          [&] { return Edit::DeleteTime(mMap, Time_Tick(cMost), Time_Tick(cLeast)); },
-          Result::eReason_EmptyRange, 0},
-         {"more time than there is", [&] { return Edit::InsertTime(mMap, At(9), Time_TickLength(cMost)); },
-          Result::eReason_OutOfLimits, cLastTick - static_cast<double>(At(12).AsInt64())},
-         {"into itself", [&] { return Edit::MoveTime(mMap, At(9), At(12), At(11)); },
-          Result::eReason_InsideRange, static_cast<double>(At(12).AsInt64())},
-         {"a copy of no tempo", [&] { return Edit::InsertCopied(mMap, At(9), cNoTempo); },
-          Result::eReason_OutOfLimits, 5},
-         {"a copy out of order", [&] { return Edit::InsertCopied(mMap, At(9), cUnordered); },
-          Result::eReason_EmptyRange, 0},
-         {"what is left would be too slow",
-          [&] { return Edit::DeleteTime(mSlow, At(0) + Time_TickLength(6), At(8)); },
-          Result::eReason_OutOfLimits, 3}});
+    Expect({{"insertion there", EDIT(InsertTime(mMap, At(-1), cEighth)), eReason_BeforeSongStart, cSongStart},
+            {"reversed", EDIT(DeleteTime(mMap, At(13), At(12))), eReason_EmptyRange, 0},
+            {"reversed around the ends", EDIT(DeleteTime(mMap, Time_Tick(cMost), Time_Tick(cLeast))),
+             eReason_EmptyRange, 0},
+            {"more time than there is", EDIT(InsertTime(mMap, At(9), Time_TickLength(cMost))),
+             eReason_OutOfLimits, cLastTick - static_cast<double>(At(12).AsInt64())},
+            {"into itself", EDIT(MoveTime(mMap, At(9), At(12), At(11))), eReason_InsideRange,
+             static_cast<double>(At(12).AsInt64())},
+            {"a copy of no tempo", EDIT(InsertCopied(mMap, At(9), cNoTempo)), eReason_OutOfLimits, 5},
+            {"a copy out of order", EDIT(InsertCopied(mMap, At(9), cUnordered)), eReason_EmptyRange, 0},
+            {"what is left would be too slow", EDIT(DeleteTime(mSlow, At(0) + Time_TickLength(6), At(8))),
+             eReason_OutOfLimits, 3}});
 }
 
 // Beats of a recording that drifts: each beat within the tolerance of its sample, the locks on theirs.
@@ -255,7 +227,7 @@ TEST_F(TempoEditTest, BeatsBecomeAMapWithinTheirTolerance)
         EXPECT_LE(map.GetNumberOfSegments(), tolerance == 0 ? 2000U : tolerance == 3 ? 1500U : 60U);
         beats[1999].mSample = beats[1998].mSample;
         const Result refused = Edit::LockAll(map, beats, tolerance);
-        EXPECT_EQ(refused.mReason, Result::eReason_LockOrder);
+        EXPECT_EQ(refused.mReason, eReason_LockOrder);
         EXPECT_EQ(refused.mIndex, 1999U);
     }
 }
@@ -311,16 +283,11 @@ private:
         const Cmn_Int64 now = mMap.TickToSample(mFrom).AsInt64();
         const double tempo = 40 + Below(200),
                      length = (Exact(mMap, mTo) - mBefore[mFrom]) * (90 + Below(20)) / 100;
-        switch (mKind) {
-        case eSet:
-            return ::Edit::SetTempo(mMap, mFrom, {tempo});
-        case eClear:
-            return ::Edit::ClearRange(mMap, mFrom, mTo);
-        case eRamp:
-            return ::Edit::Ramp(mMap, mFrom, mTo, {tempo}, 100, ::Edit::eCurve_S, Below(20));
-        case eScale:
-            return ::Edit::Scale(mMap, mFrom, mTo, 0.9 + Below(20) / 100.0);
-        case eFit: {
+        if (mKind == eSet) return ::Edit::SetTempo(mMap, mFrom, {tempo});
+        if (mKind == eClear) return ::Edit::ClearRange(mMap, mFrom, mTo);
+        if (mKind == eRamp) return ::Edit::Ramp(mMap, mFrom, mTo, {tempo}, 100, ::Edit::eCurve_S, Below(20));
+        if (mKind == eScale) return ::Edit::Scale(mMap, mFrom, mTo, 0.9 + Below(20) / 100.0);
+        if (mKind == eFit) {
             const Time_SampleLength asked(static_cast<Cmn_Int64>(length));
             const Result result = ::Edit::FitToLength(mMap, mFrom, mTo, asked);
             if (result) {
@@ -328,19 +295,18 @@ private:
             }
             return result;
         }
-        case eLock:
+        if (mKind == eLock) {
             mSample = Time_Sample(now + Below(9000) - 4500);
             return ::Edit::LockToSample(mMap, mFrom, mSample);
-        case eRemoveLock:
+        }
+        if (mKind == eRemoveLock) {
             mLock = mLocks.empty()
                         ? mFrom
                         : std::next(mLocks.begin(), Below(static_cast<unsigned>(mLocks.size())))->first;
             return ::Edit::RemoveLock(mMap, mLock);
-        case eInsert:
-            return ::Edit::InsertTime(mMap, mFrom, mTo - mFrom);
-        default:
-            return ::Edit::DeleteTime(mMap, mFrom, mTo);
         }
+        if (mKind == eInsert) return ::Edit::InsertTime(mMap, mFrom, mTo - mFrom);
+        return ::Edit::DeleteTime(mMap, mFrom, mTo);
     }
 
     std::mt19937& mRandom;

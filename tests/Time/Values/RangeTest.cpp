@@ -130,28 +130,12 @@ TEST(RangeSetTest, RandomEditsAreThoseOfABitForEachTime)
             other.Add(any());
             const Bits inRange = BitsOf(range);
             const Bits inOther = BitsOf(other);
-            switch (random() % 5) {
-            case 0:
-                set.Add(range);
-                model |= inRange;
-                break;
-            case 1:
-                set.Remove(range);
-                model &= ~inRange;
-                break;
-            case 2:
-                set |= other;
-                model |= inOther;
-                break;
-            case 3:
-                set -= other;
-                model &= ~inOther;
-                break;
-            default:
-                set &= other;
-                model &= inOther;
-                break;
-            }
+            const unsigned kind = random() % 5;
+            if (kind == 0) set.Add(range), model |= inRange;
+            if (kind == 1) set.Remove(range), model &= ~inRange;
+            if (kind == 2) set |= other, model |= inOther;
+            if (kind == 3) set -= other, model &= ~inOther;
+            if (kind == 4) set &= other, model &= inOther;
             ASSERT_EQ(BitsOf(set), model) << set.Dump();
             ASSERT_EQ(set.Intersects(range), (model & inRange).any());
             ASSERT_EQ(set.Contains(range), (inRange & ~model).none());
