@@ -5,7 +5,7 @@ songs of different rates stand beside one another, those of other threads too.
 """
 from __future__ import annotations
 
-from typing import Optional, Tuple
+from typing import Any, Optional, Tuple
 
 from kora._library import lib, turns
 from kora.errors import check
@@ -28,7 +28,8 @@ TIMECODE_NAMES = {number: name for name, number in TIMECODES.items()}
 
 Session = Tuple[float, int]
 DEFAULT: Session = (44100.0, 7)
-_current: Optional[Session] = None
+_current: Optional[Session] = None  # not known while it changes
+_changes = 0
 
 
 def wanted(rate: float, timecode: str) -> Session:
@@ -39,8 +40,10 @@ def wanted(rate: float, timecode: str) -> Session:
 
 
 def _set(session: Optional[Session]) -> None:
-    global _current
+    global _current, _changes
     if session is not None and session != _current:
+        _current = None
+        _changes += 1
         check(lib.kora_set_session(*session))
         _current = session
 
@@ -75,3 +78,17 @@ class use:
                 _set(self._before)
         finally:
             turns.release()
+
+
+def ask(session: Session, call: Any, *arguments: Any) -> Any:
+    """What the call answers within the session. It calls nobody back, and may be made twice.
+
+    Where the session is the process's it waits for no turn: if another thread came between, all is asked anew.
+    """
+    before = _changes
+    if session == _current:
+        answer = call(*arguments)
+        if before == _changes:
+            return answer
+    with use(session):
+        return call(*arguments)

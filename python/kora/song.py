@@ -285,8 +285,8 @@ class Song(Edits):
                 time.count = values
                 time.unit = codes[0]
                 if codes[0] == 2 or codes[1] == 2:
-                    with _session.use(self._session):
-                        status = _convert_one(self._handle, time, codes[1], self._time_out)
+                    asked = (self._handle, TimeStruct(values, codes[0]), codes[1], self._time_out)
+                    status = _session.ask(self._session, _convert_one, *asked)
                 else:
                     status = _convert_one(self._handle, time, codes[1], self._time_out)
                 if status:
@@ -330,8 +330,11 @@ class Song(Edits):
         bar, beat, ticks = place
         if not (-1 << 31 <= bar < 1 << 31 and -1 << 31 <= beat < 1 << 31 and -1 << 59 < ticks < 1 << 59):
             raise ValueError(f"{place} is out of the range of places in bars")
-        with self._use_session(code == 2):
-            status = lib.kora_from_bars(self._handle, BarStruct(bar, beat, ticks), code, self._time_out)
+        asked = (self._handle, BarStruct(bar, beat, ticks), code, self._time_out)
+        if code == 2:
+            status = _session.ask(self._session, lib.kora_from_bars, *asked)
+        else:
+            status = lib.kora_from_bars(*asked)
         if status:
             raise self._handles.error(status)
         return int(self._time.count)
@@ -351,15 +354,20 @@ class Song(Edits):
         """
         time = self._typed(position)
         out = BarStruct()
-        with self._use_session(time.code == 2):
-            self._check(lib.kora_to_bars(self._handle, TimeStruct(time.count, time.code), out))
+        asked = (self._handle, TimeStruct(time.count, time.code), out)
+        if time.code == 2:
+            status = _session.ask(self._session, lib.kora_to_bars, *asked)
+        else:
+            status = lib.kora_to_bars(*asked)
+        self._check(status)
         return Bars(out.bar, out.beat, out.ticks)
 
     # ---- Texts
 
     def _format(self, film: int) -> ctypes.c_void_p:
         if film not in self._formats:
-            self._formats[film] = self._handles.make(lib.kora_format_new, self._handle, _film(film))
+            with self._use_session():
+                self._formats[film] = self._handles.make(lib.kora_format_new, self._handle, _film(film))
         return self._formats[film]
 
     def text(self, position: Position, form: str = "bars_exact", film: int = 35) -> str:
@@ -373,9 +381,8 @@ class Song(Edits):
         number = _form(form)
         time = self._typed(position)
         buffer = ctypes.create_string_buffer(64)
-        written = TimeStruct(time.count, time.code)
-        with self._use_session():
-            self._check(lib.kora_format_write(self._format(film), number, written, buffer, 64, None))
+        asked = (self._format(film), number, TimeStruct(time.count, time.code), buffer, 64, None)
+        self._check(_session.ask(self._session, lib.kora_format_write, *asked))
         return buffer.value.decode()
 
     def timecode(self, position: Position, subframes: bool = False) -> str:
@@ -395,8 +402,8 @@ class Song(Edits):
         if "\0" in text:
             raise RefusedError(f"{text!r} is no time", 7)
         out = self._time
-        with self._use_session():
-            status = lib.kora_format_read(self._format(film), number, text.encode(), self._time_out)
+        asked = (self._format(film), number, text.encode(), self._time_out)
+        status = _session.ask(self._session, lib.kora_format_read, *asked)
         if status:
             error = self._handles.error(status)
             error.text = f"{text!r} is no position in the form {name!r}: {error.text}"

@@ -54,7 +54,7 @@ void Time_MeterMap::MakeRoom(std::size_t iCount) const
 {
     const std::size_t count = mChanges.size() + iCount;
     if (mChanges.capacity() < count) mChanges.reserve(std::max(count, 2 * mChanges.capacity()));
-    mIndex->Reserve(mChanges.capacity());
+    if (mIndex->GetRoom() < mChanges.capacity()) mIndex->Reserve(mChanges.capacity());
 }
 
 void Time_MeterMap::PutMeterChange(Time_Tick iTick, const Time_Meter& iMeter, Cmn_Int32 iBar)

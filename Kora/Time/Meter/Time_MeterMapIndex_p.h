@@ -44,6 +44,7 @@ public:
 
     // Makes room for an update with so many changes, which then throws nothing.
     void Reserve(std::size_t iCount);
+    std::size_t GetRoom() const { return mStretches.capacity(); }
     // Takes the changes over; the first iUnchanged of them are as they were at the last call.
     void Update(const Cmn_PolyVector<Time_MeterChange>& iChanges, std::size_t iUnchanged);
 
