@@ -54,6 +54,8 @@ _BY_CODE = (BY_UNIT["samples"], BY_UNIT["ticks"], BY_UNIT["frames"])
 # Pairs of units that one call of the library converts, with its numbers of both and the first unit's limit.
 _PLAIN = {(a, b): (BY_UNIT[a].code, BY_UNIT[b].code, _convert.LIMITS[a]) for a in BY_UNIT for b in BY_UNIT}
 _FLOATS = {"seconds", "quarters"}
+# Forms that no rate and no timecode format has a part in.
+_WITHOUT_SESSION = {FORMS[form] for form in ("samples", "ticks", "bars", "bars_exact")}
 _convert_one = lib.kora_convert
 _NO_SESSION: contextlib.AbstractContextManager[None] = contextlib.nullcontext()
 
@@ -382,7 +384,10 @@ class Song(Edits):
         time = self._typed(position)
         buffer = ctypes.create_string_buffer(64)
         asked = (self._format(film), number, TimeStruct(time.count, time.code), buffer, 64, None)
-        self._check(_session.ask(self._session, lib.kora_format_write, *asked))
+        if number in _WITHOUT_SESSION and time.code != 2:
+            self._check(lib.kora_format_write(*asked))
+        else:
+            self._check(_session.ask(self._session, lib.kora_format_write, *asked))
         return buffer.value.decode()
 
     def timecode(self, position: Position, subframes: bool = False) -> str:
@@ -403,7 +408,10 @@ class Song(Edits):
             raise RefusedError(f"{text!r} is no time", 7)
         out = self._time
         asked = (self._format(film), number, text.encode(), self._time_out)
-        status = _session.ask(self._session, lib.kora_format_read, *asked)
+        if number in _WITHOUT_SESSION:
+            status = lib.kora_format_read(*asked)
+        else:
+            status = _session.ask(self._session, lib.kora_format_read, *asked)
         if status:
             error = self._handles.error(status)
             error.text = f"{text!r} is no position in the form {name!r}: {error.text}"

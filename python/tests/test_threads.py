@@ -103,6 +103,8 @@ def test_a_song_of_another_rate_on_another_thread_does_not_come_between(monkeypa
         assert ask() == expected, name
         asked[0].join()
         monkeypatch.undo()
+    other.timecode("2|1")
+    assert song.text(frames, "bars_exact") == str(song.bars(frames))
 
 
 def test_a_measure_that_asks_a_song_of_another_rate_gets_back_to_this_one():
