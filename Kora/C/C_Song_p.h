@@ -36,8 +36,8 @@ struct kora_song : C_Handle
         keys.SetModified(false);
         Tell(KORA_CHANGED_KEYS);
     }
-    // Tells of all that changes in a scope once, at its end. Scopes nest. With eAllOrNothing an exception on its way says
-    // that nothing has changed, though maps whose edit began may have said so.
+    // Tells of all that changes in a scope once, at its end. Scopes nest. With eAllOrNothing an exception on its way
+    // says that nothing has changed, though maps whose edit began may have said so.
     class [[nodiscard]] StTellBehind
     {
     public:

@@ -91,7 +91,8 @@ typedef struct kora_format kora_format;
 
 /* Adds a reference to a handle of any kind. Null is KORA_NULL_ARGUMENT, and nothing happens. */
 KORA_API kora_status kora_retain(void* handle);
-/* Takes a reference back; with the last one the handle ends, within a callback behind the call that it is in. Null is KORA_NULL_ARGUMENT, and nothing happens. */
+/* Takes a reference back; with the last one the handle ends, within a callback behind the call that it is in. Null is
+ * KORA_NULL_ARGUMENT, and nothing happens. */
 KORA_API kora_status kora_release(void* handle);
 
 /* ---- Values ----------------------------------------------------------------------------------------------------- */

@@ -25,8 +25,9 @@ enum {
     KORA_TIMECODE_60_DROP = 14
 };
 
-/* The process's, set while no other thread is in a call: the sample rate (1000 to 768000) that songs are made with from now on and that frames are counted
- * against, and the timecode format. 44100 and KORA_TIMECODE_30 until it is called. */
+/* The process's, set while no other thread is in a call: the sample rate (1000 to 768000) that songs are made with from
+ * now on and that frames are counted against, and the timecode format. 44100 and KORA_TIMECODE_30 until it is
+ * called. */
 KORA_API kora_status kora_set_session(double sample_rate, int32_t timecode_format);
 
 /* ---- Songs ------------------------------------------------------------------------------------------------------ */

@@ -78,8 +78,9 @@ public:
     //
     // An exception from the objects of the step reaches the caller. The document is then as it was before the
     // call. Where no state had been put back, as when memory runs out, the step may be restored again. Else it
-    // cannot, nor can those beyond it, and they are dropped; the steps to the other side are still there. (Where taking back what was half restored throws too, nobody knows what
-    // the document is: all steps go and it is not as saved.)
+    // cannot, nor can those beyond it, and they are dropped; the steps to the other side are still there. (Where
+    // taking back what was half restored throws too, nobody knows what the document is: all steps go and it is
+    // not as saved.)
     bool Undo();
     // To the other side, as Undo.
     bool Redo();

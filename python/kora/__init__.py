@@ -37,7 +37,7 @@ from kora.writing import DocumentWriter
 # Where the library came from: a path, or the name by which the system found it.
 library_path: str = _lib.path
 # Its version, as "0.1.0"; the package's own is __version__.
-library_version: str = _lib.library_version()
+loaded_version: str = _lib.loaded_version()
 
 __all__ = [
     "__version__",
@@ -81,7 +81,7 @@ __all__ = [
     "bars_dtype",
     "check",
     "library_path",
-    "library_version",
+    "loaded_version",
     "open",
     "read",
     "repair",

@@ -386,7 +386,7 @@ class Bound:
             )
         return major, minor
 
-    def library_version(self) -> str:
+    def loaded_version(self) -> str:
         """The library's own, as "0.1.0"."""
         ask = self._dll.kora_version
         ask.restype = c_char_p

@@ -1,11 +1,11 @@
 // Time_MeterMap's edits of changes; those of time and of ranges stand in the files beside this one.
 #include "Kora/Time/Meter/Time_MeterMap.h"
 
+#include "Bastel/Cmn/Cmn_Reserve_p.h"
 #include "Kora/Time/Meter/Time_MeterChangeValue_p.h"
 #include "Kora/Time/Meter/Time_MeterMapIndex_p.h"
 #include "Kora/Time/Numeric/Time_SharedRowTaker_p.h"
 
-#include <algorithm>
 #include <new>
 #include <utility>
 
@@ -49,11 +49,10 @@ void Time_MeterMap::Collect(Time_Tick iTick, const Time_Meter& iMeter, std::opti
 // --- What the edits are made of
 // None of these gives the undo notice.
 
-// Room for iCount more changes than there are, by doubling as pushing back makes it.
+// Room for iCount more changes than there are.
 void Time_MeterMap::MakeRoom(std::size_t iCount) const
 {
-    const std::size_t count = mChanges.size() + iCount;
-    if (mChanges.capacity() < count) mChanges.reserve(std::max(count, 2 * mChanges.capacity()));
+    Cmn_Reserve(mChanges, mChanges.size() + iCount);
     if (mIndex->GetRoom() < mChanges.capacity()) mIndex->Reserve(mChanges.capacity());
 }
 

@@ -1,6 +1,7 @@
 // Time_TempoMap: its segments, and how they are edited.
 #include "Kora/Time/Tempo/Time_TempoMap.h"
 
+#include "Bastel/Cmn/Cmn_Reserve_p.h"
 #include "Kora/Time/Formats/Time_Globals.h"
 #include "Kora/Time/Tempo/Time_TempoMapCache_p.h"
 #include "Kora/Time/Tempo/Time_TempoMap_StEditOptimizer.h"
@@ -128,11 +129,11 @@ void Time_TempoMap::PutSegment(std::size_t iIndex, std::unique_ptr<const Time_Te
     }
 }
 
-// Room for iCount more than there are, by doubling as pushing back makes it.
+// Room for iCount more than there are.
 void Time_TempoMap::MakeRoom(std::size_t iCount) const
 {
     const std::size_t count = mSegments.size() + iCount;
-    if (mSegments.capacity() < count) mSegments.reserve(std::max(count, 2 * mSegments.capacity()));
+    Cmn_Reserve(mSegments, count);
     mCache->Reserve(count);
 }
 

@@ -1,6 +1,8 @@
 // Time_TempoMapCache: what it knows of the segments; the rebuild stands in the file beside this one.
 #include "Kora/Time/Tempo/Time_TempoMapCache_p.h"
 
+#include "Bastel/Cmn/Cmn_Reserve_p.h"
+
 #include <algorithm>
 
 Time_TempoMapCache::Time_TempoMapCache(const Segments& iSegments, double iSampleRate)
@@ -23,11 +25,7 @@ Cmn_UInt8 Time_TempoMapCache::NotesOf(const Time_TempoMapSegment& iSegment)
 
 // --- Edits
 
-// By doubling, as pushing back makes it.
-void Time_TempoMapCache::Reserve(std::size_t iCount)
-{
-    if (mNotes.capacity() < iCount) mNotes.reserve(std::max(iCount, 2 * mNotes.capacity()));
-}
+void Time_TempoMapCache::Reserve(std::size_t iCount) { Cmn_Reserve(mNotes, iCount); }
 
 void Time_TempoMapCache::Replaced(std::size_t iIndex, Time_Tick iStart, Cmn_UInt8 iNotes)
 {
