@@ -11,13 +11,12 @@ Cmn_UInt32 ChooseAndShift(Cmn_UInt32 iRemainder, Cmn_UInt64 iZeros);
 
 // No guarded statics: their lock would not do on a real-time thread. Choosing twice gives the same answer, and
 // besides the pointers nothing is published.
-constinit std::atomic<Sys_Crc32CKernel> sKernel{&ChooseAndRun};
 constinit std::atomic<Sys_Crc32CShifter> sShifter{&ChooseAndShift};
 
 Cmn_UInt32 ChooseAndRun(Cmn_UInt32 iRemainder, const Cmn_UInt8* iBytes, std::size_t iCount)
 {
     const Sys_Crc32CKernel best = Sys_ProcessorHasCrc32C() ? &Sys_Crc32CSse42 : &Sys_Crc32CPlain;
-    sKernel.store(best, std::memory_order_relaxed);
+    Sys_Crc32CBestKernel.store(best, std::memory_order_relaxed);
     return best(iRemainder, iBytes, iCount);
 }
 
@@ -30,9 +29,11 @@ Cmn_UInt32 ChooseAndShift(Cmn_UInt32 iRemainder, Cmn_UInt64 iZeros)
 
 } // namespace
 
+constinit std::atomic<Sys_Crc32CKernel> Sys_Crc32CBestKernel{&ChooseAndRun};
+
 Cmn_UInt32 Sys_Crc32C(Cmn_UInt32 iSumOfA, const void* iB, std::size_t iCountOfB)
 {
-    const Sys_Crc32CKernel kernel = sKernel.load(std::memory_order_relaxed);
+    const Sys_Crc32CKernel kernel = Sys_Crc32CBestKernel.load(std::memory_order_relaxed);
     return ~kernel(~iSumOfA, static_cast<const Cmn_UInt8*>(iB), iCountOfB);
 }
 

@@ -7,6 +7,7 @@
 
 #include "Bastel/Cmn/Cmn_Types.h"
 
+#include <atomic>
 #include <cstddef>
 
 using Sys_Crc32CKernel = Cmn_UInt32 (*)(Cmn_UInt32 iRemainder, const Cmn_UInt8* iBytes, std::size_t iCount);
@@ -16,6 +17,8 @@ Cmn_UInt32 Sys_Crc32CPlain(Cmn_UInt32 iRemainder, const Cmn_UInt8* iBytes, std::
 // The crc32 instruction on three stretches at a time. Only where Sys_ProcessorHasCrc32C.
 Cmn_UInt32 Sys_Crc32CSse42(Cmn_UInt32 iRemainder, const Cmn_UInt8* iBytes, std::size_t iCount);
 bool Sys_ProcessorHasCrc32C();
+// The best one here; from the first call on, which chooses.
+extern std::atomic<Sys_Crc32CKernel> Sys_Crc32CBestKernel;
 
 // The ways to the remainder of what iRemainder is of with iZeros zero bytes behind it.
 using Sys_Crc32CShifter = Cmn_UInt32 (*)(Cmn_UInt32 iRemainder, Cmn_UInt64 iZeros);
@@ -39,6 +42,12 @@ constexpr Cmn_UInt32 cOne = 0x80000000;
 
 constexpr Cmn_UInt32 TimesX(Cmn_UInt32 iA) { return (iA >> 1) ^ ((iA & 1) != 0 ? cPolynomial : 0); }
 
+// The polynomial has the term 1, so that x has an inverse.
+constexpr Cmn_UInt32 OverX(Cmn_UInt32 iA)
+{
+    return (iA & cOne) != 0 ? ((iA ^ cPolynomial) << 1) | 1 : iA << 1;
+}
+
 constexpr Cmn_UInt32 Multiply(Cmn_UInt32 iA, Cmn_UInt32 iB)
 {
     Cmn_UInt32 product = 0;
@@ -52,8 +61,8 @@ constexpr Cmn_UInt32 Multiply(Cmn_UInt32 iA, Cmn_UInt32 iB)
 constexpr Cmn_UInt32 OverX33()
 {
     Cmn_UInt32 power = cOne;
-    for (int i = 0; i < 33; ++i) // the polynomial has the term 1, so that x has an inverse
-        power = (power & cOne) != 0 ? ((power ^ cPolynomial) << 1) | 1 : power << 1;
+    for (int i = 0; i < 33; ++i)
+        power = OverX(power);
     return power;
 }
 

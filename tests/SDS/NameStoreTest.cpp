@@ -38,39 +38,43 @@ protected:
     }
 };
 
-// Looked up so often that any way of remembering paths has taken it in.
-TEST_F(NameStore, APathThatIsLookedUpAgainLeadsWhereItLeadsNow)
+// From the root and from below, up to lengths that are not compared in one go.
+TEST_F(NameStore, APathLeadsWhereEachOfItsBytesSays)
 {
     const SDS_IName base("memory");
-    for (std::size_t length = 1; length <= 44; ++length) {
-        SCOPED_TRACE(length);
-        std::string path(length, 'p');
-        for (std::size_t i = 9; i + 1 < length; i += 10)
-            path[i] = '/';
-        SDS_Name* const id = Reserve(base.GetID(), path);
-        for (int i = 0; i < 8; ++i)
-            ASSERT_EQ(Find(base.GetID(), path), id);
-        EXPECT_EQ(Find(nullptr, path), nullptr) << "the same path from another base";
-        for (std::size_t i = 0; i < length; ++i) {
-            std::string other = path;
-            other[i] = 'q';
-            EXPECT_EQ(Find(base.GetID(), other), nullptr) << other;
+    for (std::size_t length = 1; length <= 140; ++length) {
+        for (SDS_Name* const from : {static_cast<SDS_Name*>(nullptr), base.GetID()}) {
+            SCOPED_TRACE(length);
+            std::string path(length, 'p');
+            for (std::size_t i = 9; i + 1 < length; i += length % 2 == 0 ? 10 : 32)
+                path[i] = '/';
+            SDS_Name* const id = Reserve(from, path);
+            ASSERT_EQ(Find(from, path), id);
+            EXPECT_EQ(Find(from == nullptr ? base.GetID() : nullptr, path), nullptr);
+            for (std::size_t i = 0; i < length; ++i) {
+                std::string other = path;
+                other[i] = 'q';
+                EXPECT_EQ(Find(from, other), nullptr) << other;
+            }
+            Free(id);
+            EXPECT_EQ(Find(from, path), nullptr);
+            EXPECT_EQ(Reserve(from, path), id);
+            EXPECT_EQ(Find(from, path), id) << "back to life";
+            Free(id);
         }
-        Free(id);
-        EXPECT_EQ(Find(base.GetID(), path), nullptr);
-        EXPECT_EQ(Reserve(base.GetID(), path), id);
-        EXPECT_EQ(Find(base.GetID(), path), id) << "back to life";
-        Free(id);
     }
+}
+
+TEST_F(NameStore, APathWhoseCellLivesOnUnderAnotherNameLeadsNowhere)
+{
+    const SDS_IName base("memory");
     SDS_Name* const id = Reserve(base.GetID(), "gone/leaf");
-    for (int i = 0; i < 8; ++i)
-        ASSERT_EQ(Find(base.GetID(), "gone/leaf"), id);
     Free(id);
     Names taken(FreeCells().size());
     for (std::size_t i = 0; i < taken.size(); ++i)
         taken[i] = Reserve(base.GetID(), std::to_string(i));
     EXPECT_EQ(std::count(taken.begin(), taken.end(), id), 1);
-    EXPECT_EQ(Find(base.GetID(), "gone/leaf"), nullptr) << "its cell lives on under another name";
+    EXPECT_EQ(Find(base.GetID(), "gone/leaf"), nullptr);
     std::for_each(taken.begin(), taken.end(), Free);
 }
 

@@ -5,7 +5,6 @@
 #include "Kora/SDS/Source/SDS_ConnectionIterator.h"
 #include "Kora/SDS/Source/SDS_NameStore_p.h"
 #include "Kora/SDS/Source/SDS_ParentIterator.h"
-#include "Kora/SDS/Source/SDS_PathMemory_p.h"
 #include "Kora/SDS/Source/SDS_PathReader_p.h"
 #include "Kora/SDS/Source/SDS_TokenDispatcher.h"
 #include "Kora/Sys/Sys_AssertInitialized.h"
@@ -14,6 +13,7 @@
 #include <cstring>
 #include <memory>
 #include <new>
+#include <string_view>
 
 SDS_Name* SDS_NameRegistry::fRootNameId = nullptr;
 
@@ -54,45 +54,6 @@ void UnlinkConnection(SDS_Name& ioName, SDS_ConnectionRecord& ioRecord)
     if (next != nullptr) next->PreviousOf(&ioName) = previous;
 }
 
-// Whole paths, up to so many names at once: the last one is looked up by the hash of all of them, and what it
-// is below is compared on the way up.
-ESDSError FindName(SDS_Name& iBase, const char* iPath, std::size_t iLength, SDS_Name*& oName)
-{
-    SDS_PathReader path(iPath, iLength, iBase);
-    if (path.IsTooLong()) return eSDSErr_PathTooLong;
-    constexpr std::size_t cAtOnce = 8;
-    SDS_NameText texts[cAtOnce];
-    SDS_Name* name = &iBase;
-    ESDSError result = eSDSErr_None;
-    bool ended = false;
-    while (!ended) {
-        std::size_t count = 0;
-        Cmn_UInt32 hash = 0;
-        while (count < cAtOnce && !ended) {
-            ended = !path.Next(texts[count], result) || result != eSDSErr_None;
-            if (ended) break;
-            hash = path.GetHash();
-            ++count;
-        }
-        if (count > 0) name = SDS_NameStore::FindBelow(*name, texts, count, hash);
-        if (name == nullptr || (count > 0 && !name->mIsLive)) return eSDSErr_NameNotFound;
-    }
-    if (result == eSDSErr_None) oName = name;
-    return result;
-}
-
-// Of a path that the window takes, mostly without taking it apart.
-ESDSError FindShort(SDS_Name& iBase, const SDS_PathWindow& iWindow, const char* iPath, SDS_Name*& oName)
-{
-    if (SDS_Name* const name = SDS_NameStore::FindBelow(iBase, iWindow)) {
-        if (!name->mIsLive) return eSDSErr_NameNotFound;
-        oName = name;
-        return eSDSErr_None;
-    }
-    if (iWindow.IsPlain()) return eSDSErr_NameNotFound;
-    return FindName(iBase, iPath, iWindow.GetLength(), oName);
-}
-
 } // namespace
 
 ESDSError SDS_NameRegistry::Init()
@@ -114,17 +75,14 @@ ESDSError SDS_NameRegistry::GetNameId(SDS_Name* iBase, const char* const iPath, 
         *oName = name;
         return eSDSErr_None;
     }
-    const std::size_t length = std::strlen(iPath);
-    if (length > SDS_PathWindow::cMaxLength) return FindName(*name, iPath, length, *oName);
-    const SDS_PathWindow path(iPath, length);
-    const SDS_PathMemory::Key key(*name, path);
-    if (SDS_Name* const remembered = SDS_PathMemory::Find(key)) {
-        *oName = remembered;
-        return eSDSErr_None;
-    }
-    const ESDSError result = FindShort(*name, path, iPath, *oName);
-    if (result == eSDSErr_None && *oName != name) SDS_PathMemory::Keep(key, **oName);
-    return result;
+    const std::string_view text(iPath);
+    if (text.size() >= cPathBytes) return eSDSErr_PathTooLong;
+    SDS_Name* const found = SDS_NameStore::FindBelow(*name, SDS_WholePath(text));
+    if (found == nullptr) [[unlikely]]
+        return SDS_NameStore::FindEach(*name, text, *oName);
+    if (!found->mIsLive) return eSDSErr_NameNotFound;
+    *oName = found;
+    return eSDSErr_None;
 }
 
 // The node found or made carries a reference, which is the caller's.
@@ -132,17 +90,17 @@ ESDSError SDS_NameRegistry::FindOrCreateName(SDS_Name* iBase, const char* const 
 {
     SDS_Name* name = iBase != nullptr ? iBase : fRootNameId;
     if (!Sys_ASSERT_INITIALIZED(name != nullptr)) return eSDSErr_OutOfMemory;
-    SDS_PathReader path(iPath, iPath != nullptr ? std::strlen(iPath) : 0, *name);
+    SDS_PathReader path(iPath != nullptr ? iPath : "");
     if (path.IsTooLong()) return eSDSErr_PathTooLong;
     if (!SDS_NameAddReference(*name)) return eSDSErr_OutOfMemory;
-    SDS_NameText text;
+    std::string_view text;
     ESDSError result = eSDSErr_None;
     while (path.Next(text, result)) {
         SDS_Name* child = nullptr;
         if (result == eSDSErr_None) {
-            child = SDS_NameStore::Find(*name, text, path.GetHash());
-            if (child == nullptr || !child->mIsLive)
-                child = SDS_NameStore::Create(*name, text, path.GetHash());
+            const Cmn_UInt32 hash = SDS_PathHash::Of(name->mHashBelow, text.data(), text.size());
+            child = SDS_NameStore::Find(*name, text, hash);
+            if (child == nullptr || !child->mIsLive) child = SDS_NameStore::Create(*name, text, hash);
             if (child == nullptr || !SDS_NameAddReference(*child)) result = eSDSErr_OutOfMemory;
         }
         SDS_NameRelease(*name);
@@ -184,7 +142,7 @@ ESDSError SDS_NameRegistry::GetName(SDS_Name* iBase, const char* const iPath, ch
     if (oName == nullptr) return eSDSErr_OutOfMemory;
     SDS_Name* name = nullptr;
     if (const ESDSError result = GetNameId(iBase, iPath, &name); result != eSDSErr_None) return result;
-    std::memcpy(oName, name->mText.Text(), std::strlen(name->mText.Text()) + 1);
+    std::memcpy(oName, name->GetText(), std::size_t{name->mLength} + 1);
     return eSDSErr_None;
 }
 
@@ -206,10 +164,9 @@ ESDSError SDS_NameRegistry::GetPathInternal(const SDS_Name& iName, char* const o
     std::size_t room = cPathBytes - 1;
     for (const SDS_Name* name = &iName; name->mParent != nullptr && result == eSDSErr_None;
          name = name->mParent) {
-        char level[SDS_NameText::cMaxLength + 2] = "/";
-        std::size_t length = std::strlen(name->mText.Text()) + 1;
-        std::memcpy(level + 1, name->mText.Text(), length);
-        const char* from = level;
+        // With the slash before it.
+        std::size_t length = std::size_t{name->mLength} + 1;
+        const char* from = name->GetEnd() - length;
         if (length > room) {
             result = eSDSErr_PathTooLong;
             from += length - room;
@@ -370,7 +327,7 @@ std::string SDS_NameRegistry::Dump(SDS_Name* iBase)
     for (SDS_Name* name = base; name != nullptr;) {
         text.append(2 * std::min(depth, deepestIndent), ' ');
         if (depth > deepestIndent) text += '[' + std::to_string(depth) + "] ";
-        text += (name->mParent != nullptr ? name->mText.Text() : "(root)") + CountsText(*name);
+        text += (name->mParent != nullptr ? name->GetText() : "(root)") + CountsText(*name);
         if (SDS_Name* const child = name->Links().mLiveChildren) {
             name = child;
             ++depth;

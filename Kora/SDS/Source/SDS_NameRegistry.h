@@ -19,9 +19,8 @@
 //            has any number of children.
 // Cost:      at most 128 bytes a node, made 2,048 at first and then 256 at a time; 72 more of one that has,
 //            or had in its present life, listeners or connections, and 48 a connection. None of it is given
-//            back. Making a node takes a bounded number of steps however many there are. A path of up to 40
-//            bytes that is looked up again and again is found in one step, whatever its names: look-ups
-//            remember what they found.
+//            back. Making a node takes a bounded number of steps however many there are. A path is found in
+//            one step, whatever its names, as long as single slashes stand between them and none at its ends.
 // Threads:   takes no lock. Whoever calls it from several threads does so under
 //            SDS_TokenDispatcher::GetCriticalSection().
 // Ownership: nodes are the registry's and live until the process ends.

@@ -1,5 +1,6 @@
 #include "Kora/SDS/Source/SDS_NameStore_p.h"
 
+#include "Kora/SDS/Source/SDS_PathReader_p.h"
 #include "Kora/SDS/Source/SDS_TokenDispatcher.h"
 #include "Kora/SDS/Source/SDS_TokenTracker.h"
 
@@ -44,7 +45,7 @@ SDS_Name* CarveCell()
     }
     SDS_Name* const name = new (&sBlock->mNames[sBlockCursor]) SDS_Name;
     new (&sBlock->mLinks[sBlockCursor]) SDS_NameLinks;
-    name->mIndexInBlock = sBlockCursor++ & 0xFF;
+    name->mIndexInBlock = static_cast<Cmn_UInt8>(sBlockCursor++);
     return name;
 }
 
@@ -95,7 +96,7 @@ void FreeAudience(SDS_Name& ioName)
 
 void MakeDormant(SDS_Name& ioName)
 {
-    SDS_TokenTracker::NameAboutToBeFreed(&ioName, ioName.mText.Text());
+    SDS_TokenTracker::NameAboutToBeFreed(&ioName, ioName.GetText());
     SDS_DetachListeners(ioName);
     SDS_TokenDispatcher::TakeOffBatchList(ioName);
     // Before the cell can be used anew.
@@ -149,7 +150,7 @@ bool SDS_NameEnsureAudience(SDS_Name& ioName)
 bool SDS_NameStore::Init() { return sBlock != nullptr || (sTable.Init() && AddBlocks(cFirstBlocks)); }
 
 // The oldest free cell, with nothing below it, or a new one; in the table under its new name.
-SDS_Name* SDS_NameStore::MakeCell(SDS_Name& ioParent, const SDS_NameText& iText, Cmn_UInt32 iHash)
+SDS_Name* SDS_NameStore::MakeCell(SDS_Name& ioParent, std::string_view iName, Cmn_UInt32 iHash)
 {
     const bool isRecycled = sFree.mOldest != nullptr;
     SDS_Name* const name = isRecycled ? sFree.mOldest : CarveCell();
@@ -157,25 +158,22 @@ SDS_Name* SDS_NameStore::MakeCell(SDS_Name& ioParent, const SDS_NameText& iText,
     if (isRecycled) {
         TakeFromFree(*name);
         if (name->mParent != nullptr) sTable.Erase(*name);
-        if (name->mGeneration != SDS_Name::cLastGeneration) ++name->mGeneration;
     }
-    name->mText = iText;
-    name->mParent = &ioParent;
-    name->mHash = iHash;
-    if (sTable.Insert(*name)) return name;
+    name->SetName(ioParent, iName, iHash);
+    if (sTable.Insert(*name, iHash)) return name;
     // Nameless it is the first to be tried again.
     name->mParent = nullptr;
     PrependFree(*name);
     return nullptr;
 }
 
-SDS_Name* SDS_NameStore::Create(SDS_Name& ioParent, const SDS_NameText& iText, Cmn_UInt32 iHash)
+SDS_Name* SDS_NameStore::Create(SDS_Name& ioParent, std::string_view iName, Cmn_UInt32 iHash)
 {
-    SDS_Name* name = Find(ioParent, iText, iHash);
+    SDS_Name* name = Find(ioParent, iName, iHash);
     if (name != nullptr)
         TakeFromFree(*name);
     else
-        name = MakeCell(ioParent, iText, iHash);
+        name = MakeCell(ioParent, iName, iHash);
     if (name == nullptr) return nullptr;
     name->mIsLive = 1;
     name->Links() = SDS_NameLinks();
@@ -199,6 +197,22 @@ void SDS_NameStore::FreeUnlessHeld(SDS_Name* ioName)
         MakeDormant(*ioName);
         ioName = parent;
     }
+}
+
+ESDSError SDS_NameStore::FindEach(SDS_Name& iBase, std::string_view iPath, SDS_Name*& oName)
+{
+    if (SDS_WholePath(iPath).IsPlain()) return eSDSErr_NameNotFound;
+    SDS_PathReader path(iPath);
+    SDS_Name* name = &iBase;
+    std::string_view text;
+    ESDSError result = eSDSErr_None;
+    while (path.Next(text, result)) {
+        if (result != eSDSErr_None) return result;
+        name = Find(*name, text, SDS_PathHash::Of(name->mHashBelow, text.data(), text.size()));
+        if (name == nullptr || !name->mIsLive) return eSDSErr_NameNotFound;
+    }
+    oName = name;
+    return eSDSErr_None;
 }
 
 SDS_ConnectionRecord* SDS_NameStore::CreateRecord()

@@ -5,9 +5,10 @@
 // state nothing is allocated.
 #pragma once
 
+#include "Kora/SDS/FicInterface/SDS_Error.h"
 #include "Kora/SDS/Source/SDS_NameTable_p.h"
 #include "Kora/SDS/Source/SDS_Name_p.h"
-#include "Kora/SDS/Source/SDS_PathWindow_p.h"
+#include "Kora/SDS/Source/SDS_WholePath_p.h"
 #include "OstrelPlatformSupport/PSPrefetch_p.h"
 
 #include <cstddef>
@@ -24,16 +25,24 @@ public:
     // False when there is no memory.
     static bool Init();
 
-    // The node of this name under the parent, live or dormant; null when there is none.
-    static SDS_Name* Find(const SDS_Name& iParent, const SDS_NameText& iText, Cmn_UInt32 iHash);
-    // The node of a path of one or more names below another. Its hash is that of the whole path.
-    static SDS_Name* FindBelow(const SDS_Name& iBase, const SDS_NameText* iTexts, std::size_t iCount,
-                               Cmn_UInt32 iHash);
-    // The same, of a path that is written plainly.
-    static SDS_Name* FindBelow(const SDS_Name& iBase, const SDS_PathWindow& iPath);
+    // The node of this name under the parent, live or dormant; null when there is none. The hash is its path's.
+    static SDS_Name* Find(const SDS_Name& iParent, std::string_view iName, Cmn_UInt32 iHash)
+    {
+        return sTable.Find(iHash, [&](const SDS_Name& iFound) {
+            return iFound.mParent == &iParent && iFound.GetName() == iName;
+        });
+    }
+    // The node to which a plain path leads from another.
+    static SDS_Name* FindBelow(const SDS_Name& iBase, SDS_WholePath iPath)
+    {
+        return sTable.Find(iPath.HashBelow(iBase),
+                           [=, &iBase](const SDS_Name& iFound) { return iPath.Leads(iBase, iFound); });
+    }
+    // The live node to which any path leads, name by name. What a path names that is plain was found before.
+    static ESDSError FindEach(SDS_Name& iBase, std::string_view iPath, SDS_Name*& oName);
     // A live node, with no counts: the dormant one of this name, or else the one freed first, or else a new
     // cell. Null when there is no memory.
-    static SDS_Name* Create(SDS_Name& ioParent, const SDS_NameText& iText, Cmn_UInt32 iHash);
+    static SDS_Name* Create(SDS_Name& ioParent, std::string_view iName, Cmn_UInt32 iHash);
     static SDS_Name* CreateRoot();
     // Makes nodes dormant that nobody holds, from this one upwards.
     static void FreeUnlessHeld(SDS_Name* ioName);
@@ -42,36 +51,7 @@ public:
     static void FreeRecord(SDS_ConnectionRecord* ioRecord);
 
 private:
-    static SDS_Name* MakeCell(SDS_Name& ioParent, const SDS_NameText& iText, Cmn_UInt32 iHash);
+    static SDS_Name* MakeCell(SDS_Name& ioParent, std::string_view iName, Cmn_UInt32 iHash);
 
     inline static SDS_NameTable sTable;
 };
-
-inline SDS_Name* SDS_NameStore::Find(const SDS_Name& iParent, const SDS_NameText& iText, Cmn_UInt32 iHash)
-{
-    return sTable.Find(
-        iHash, [&](const SDS_Name& iName) { return iName.mParent == &iParent && iName.mText == iText; });
-}
-
-inline SDS_Name* SDS_NameStore::FindBelow(const SDS_Name& iBase, const SDS_NameText* iTexts,
-                                          std::size_t iCount, Cmn_UInt32 iHash)
-{
-    return sTable.Find(iHash, [&](const SDS_Name& iName) {
-        const SDS_Name* name = &iName;
-        for (std::size_t i = iCount; i > 0; --i) {
-            // The root ends every way up: it is called "", and no name of a path is.
-            if (!(name->mText == iTexts[i - 1])) return false;
-            name = name->mParent;
-        }
-        return name == &iBase;
-    });
-}
-
-inline SDS_Name* SDS_NameStore::FindBelow(const SDS_Name& iBase, const SDS_PathWindow& iPath)
-{
-    return sTable.Find(iPath.HashBelow(iBase), [&](const SDS_Name& iName) {
-        // A path's nodes are mostly made one after the other: the parent's line comes with the node's.
-        PSPrefetch(reinterpret_cast<const void*>(reinterpret_cast<std::uintptr_t>(&iName) - sizeof iName));
-        return iPath.Leads(iBase, iName);
-    });
-}

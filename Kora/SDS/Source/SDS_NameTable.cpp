@@ -7,9 +7,9 @@
 
 bool SDS_NameTable::Init() { return mSegmentCount != 0 || AddSegment(); }
 
-bool SDS_NameTable::Insert(SDS_Name& ioName)
+bool SDS_NameTable::Insert(SDS_Name& ioName, Cmn_UInt32 iHash)
 {
-    if (!Add(BucketOf(ioName.mHash), ioName)) return false;
+    if (!Add(BucketOf(iHash), ioName, iHash)) return false;
     ++mNameCount;
     if (5 * mNameCount > 20 * mLevel + 8 * mSplit) SplitOne();
     return true;
@@ -18,7 +18,7 @@ bool SDS_NameTable::Insert(SDS_Name& ioName)
 // The chain's last name takes the place, so that all of its buckets but the last stay full.
 void SDS_NameTable::Erase(const SDS_Name& iName)
 {
-    Bucket* holder = &BucketOf(iName.mHash);
+    Bucket* holder = &BucketOf(iName.GetHash());
     const auto placeIn = [&](const Bucket& iBucket) {
         const auto* const begin = iBucket.mPlaces;
         return static_cast<unsigned>(std::find(begin, begin + iBucket.Count(), &iName) - begin);
@@ -97,7 +97,7 @@ void SDS_NameTable::GiveSpare(Bucket& ioBucket)
     mSpare = &ioBucket;
 }
 
-bool SDS_NameTable::Add(Bucket& ioFirst, SDS_Name& ioName)
+bool SDS_NameTable::Add(Bucket& ioFirst, SDS_Name& ioName, Cmn_UInt32 iHash)
 {
     Bucket* last = &LastOf(ioFirst);
     if (last->Count() == cPlaces) {
@@ -109,7 +109,7 @@ bool SDS_NameTable::Add(Bucket& ioFirst, SDS_Name& ioName)
         last->mTags |= cOverflows;
         last = next;
     }
-    last->Put(&ioName, TagOf(ioName.mHash));
+    last->Put(&ioName, TagOf(iHash));
     return true;
 }
 
@@ -124,9 +124,10 @@ void SDS_NameTable::SplitOne()
     for (;;) {
         for (unsigned i = 0; i < rest.Count(); ++i) {
             SDS_Name& name = *rest.NameAt(i);
+            const Cmn_UInt32 hash = name.GetHash();
             // The buckets that this needs have come free before: two chains take no
             // more of them than one did.
-            static_cast<void>(Add((name.mHash & mLevel) != 0 ? second : first, name));
+            static_cast<void>(Add((hash & mLevel) != 0 ? second : first, name, hash));
         }
         Bucket* const next = rest.Next();
         if (next == nullptr) break;

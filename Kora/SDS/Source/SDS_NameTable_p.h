@@ -25,7 +25,7 @@ public:
     // False when there is no memory.
     bool Init();
     // False, and nothing changes, when there is no memory.
-    bool Insert(SDS_Name& ioName);
+    bool Insert(SDS_Name& ioName, Cmn_UInt32 iHash);
     // The name is in the table.
     void Erase(const SDS_Name& iName);
     // The first name of this hash, or of one with the same tag and bucket, that iIs takes.
@@ -69,7 +69,8 @@ private:
     };
     static_assert(sizeof(Bucket) == 64);
 
-    static Cmn_UInt64 TagOf(Cmn_UInt32 iHash) { return iHash >> 24 != 0 ? iHash >> 24 : 1; }
+    // From 2 on: no free place looks like one that differs by 1.
+    static Cmn_UInt64 TagOf(Cmn_UInt32 iHash) { return iHash >> 24 > 1 ? iHash >> 24 : 2; }
     Bucket& At(std::size_t iIndex) const
     {
         return mSegments[iIndex / cSegmentBuckets][iIndex % cSegmentBuckets];
@@ -83,7 +84,7 @@ private:
     bool AddSegment();
     Bucket* TakeSpare();
     void GiveSpare(Bucket& ioBucket);
-    bool Add(Bucket& ioFirst, SDS_Name& ioName);
+    bool Add(Bucket& ioFirst, SDS_Name& ioName, Cmn_UInt32 iHash);
     void SplitOne();
 
     Bucket** mSegments = nullptr;
@@ -99,16 +100,16 @@ template <class TIs>
 inline SDS_Name* SDS_NameTable::Find(Cmn_UInt32 iHash, TIs iIs) const
 {
     constexpr Cmn_UInt64 ones = 0x0101010101010101u;
-    constexpr Cmn_UInt64 low = ones * 0x7F;
     const Cmn_UInt64 wanted = ones * TagOf(iHash);
-    for (const Bucket* bucket = &BucketOf(iHash); bucket != nullptr; bucket = bucket->Next()) {
-        // The bytes that are the tag, as their highest bits.
+    for (const Bucket* bucket = &BucketOf(iHash);;) {
+        // The bytes that are the tag, as their highest bits; behind the first one perhaps some that differ by 1.
         const Cmn_UInt64 other = bucket->mTags ^ wanted;
-        Cmn_UInt64 equal = ~(((other & low) + low) | other | low) & (cOverflows - 1);
+        Cmn_UInt64 equal = (other - ones) & ~other & (ones << 7) & (cOverflows - 1);
         for (; equal != 0; equal &= equal - 1) {
             SDS_Name* const name = bucket->NameAt(static_cast<unsigned>(std::countr_zero(equal)) / 8);
             if (iIs(*name)) return name;
         }
+        if (!bucket->Overflows()) return nullptr;
+        bucket = bucket->Next();
     }
-    return nullptr;
 }

@@ -19,6 +19,7 @@
 #pragma once
 
 #include "Bastel/Cmn/Cmn_Types.h"
+#include "Kora/SDS/Source/SDS_PathHash_p.h"
 
 #include <atomic>
 #include <bit>
@@ -67,31 +68,6 @@ struct SDS_NameAudience
     SDS_NameAudience* mNextFree = nullptr;
 };
 
-// A name of at most 31 characters, filled up with zeros, so that it is compared and hashed by words.
-struct SDS_NameText
-{
-    static constexpr unsigned cMaxLength = 31;
-
-    Cmn_UInt64 mWords[4] = {};
-
-    char* Text() { return reinterpret_cast<char*>(mWords); }
-    const char* Text() const { return reinterpret_cast<const char*>(mWords); }
-    // In bytes.
-    std::size_t Length() const
-    {
-        std::size_t last = 0;
-        while (last < 3 && mWords[last + 1] != 0)
-            ++last;
-        return 8 * last + (static_cast<std::size_t>(std::bit_width(mWords[last])) + 7) / 8;
-    }
-    // Word by word: a text that was just put together comes from registers then.
-    bool operator==(const SDS_NameText& iOther) const
-    {
-        return mWords[0] == iOther.mWords[0] && mWords[1] == iOther.mWords[1] &&
-               mWords[2] == iOther.mWords[2] && mWords[3] == iOther.mWords[3];
-    }
-};
-
 // A node's place among its siblings, or in the free list, and who holds it.
 struct SDS_NameLinks
 {
@@ -106,19 +82,29 @@ struct SDS_NameLinks
 
 struct alignas(64) SDS_Name
 {
-    static constexpr Cmn_UInt32 cLastGeneration = (1u << 23) - 1;
+    static constexpr std::size_t cMaxLength = 31; // of the name, in bytes
+    static constexpr std::size_t cEnding = 32;
 
-    SDS_NameText mText;
+    // The last bytes of the path from the root, each name with a slash before it; zeros before a shorter one, and one
+    // behind. So most paths are compared in one go, without the nodes above.
+    char mEnding[cEnding + 1] = {};
+    Cmn_UInt8 mIndexInBlock = 0;
+    Cmn_UInt8 mLength : 5 = 0; // of the name, in bytes
+    Cmn_UInt8 mIsLive : 1 = 0;
+    Cmn_UInt32 mHashBelow = SDS_PathHash::cStart; // where those of the nodes below begin
     SDS_Name* mParent = nullptr;
     // The dispatcher's. Null in a node that nobody has listened to.
     std::atomic<SDS_ActiveListenerList*> mActiveList{nullptr};
     SDS_NameAudience* mAudience = nullptr;
-    Cmn_UInt32 mHash = 0; // the sum of the path from the root, with a slash behind each name
-    Cmn_UInt32 mIndexInBlock : 8 = 0;
-    Cmn_UInt32 mIsLive : 1 = 0;
-    // How often the cell was recycled; it stops at the last one.
-    Cmn_UInt32 mGeneration : 23 = 0;
 
+    void SetName(SDS_Name& ioParent, std::string_view iName, Cmn_UInt32 iHash);
+    const char* GetEnd() const { return mEnding + cEnding; }
+    // With a zero behind.
+    const char* GetText() const { return GetEnd() - mLength; }
+    char* GetText() { return mEnding + cEnding - mLength; }
+    std::string_view GetName() const { return {GetText(), mLength}; }
+    // Of its path.
+    Cmn_UInt32 GetHash() const { return SDS_PathHash::WithoutSlash(mHashBelow); }
     SDS_NameLinks& Links();
     SDS_ConnectionRecord* Connections() const { return mAudience ? mAudience->mConnections : nullptr; }
     bool IsQueued() const { return mAudience != nullptr && mAudience->mBatchElement.mQueued; }
@@ -139,6 +125,18 @@ static_assert(sizeof(SDS_NameBlock) == SDS_NameBlock::cNames * (64 + 40));
 inline SDS_NameLinks& SDS_Name::Links()
 {
     return reinterpret_cast<SDS_NameBlock*>(this - mIndexInBlock)->mLinks[mIndexInBlock];
+}
+
+// Of one to 31 bytes. Neither the parent's path nor the hash changes while the node has it.
+inline void SDS_Name::SetName(SDS_Name& ioParent, std::string_view iName, Cmn_UInt32 iHash)
+{
+    const std::size_t kept = cEnding - 1 - iName.size();
+    std::memcpy(mEnding, ioParent.GetEnd() - kept, kept);
+    mEnding[kept] = '/';
+    std::memcpy(mEnding + kept + 1, iName.data(), iName.size());
+    mLength = iName.size() & cMaxLength;
+    mHashBelow = SDS_PathHash::WithSlash(iHash);
+    mParent = &ioParent;
 }
 
 // False, and nothing changes, at 32767.
