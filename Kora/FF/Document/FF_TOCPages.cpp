@@ -5,6 +5,8 @@
 #include "Bastel/Sys/Sys_StdStreamHeader.h"
 #include "Bastel/Sys/Sys_StreamThrow_p.h"
 #include "Kora/FF/Format/FF_TOCGrammar_p.h"
+#include "OstrelPlatformSupport/PSPrefetch_p.h"
+#include "OstrelPlatformSupport/PSStdAtomic.h"
 
 #include <algorithm>
 
@@ -24,6 +26,12 @@ Cmn_UInt64 PrefixOf(std::size_t iNumContexts, const GetRank& iGetRank)
     const Cmn_UInt64 second = iNumContexts <= 1 ? 0 : iGetRank(1) >> 32;
     return first << 16 | second;
 }
+
+// The parts of a prefix.
+constexpr int cItemShift = 16;
+constexpr int cTypeShift = 48;
+
+Cmn_UInt64 TypeOf(Cmn_UInt64 iPrefix) { return iPrefix >> cTypeShift; }
 
 Cmn_UInt64 RankOf(const FF_Document::Context& iContext)
 {
@@ -116,8 +124,8 @@ std::unique_ptr<FF_TOCPages> FF_TOCPages::Open(Sys_FileBasedInStream& ioStream, 
     pages->mBody = keys;
     pages->mBegin = iBegin;
     pages->mEnd = iEnd;
-    pages->mPrefixes.resize(pages->mIndex.GetNumPages());
-    pages->mSlotOf.resize(pages->mIndex.GetNumPages());
+    pages->mKnown.resize(pages->mIndex.GetNumPages());
+    pages->mPages.reserve(std::min(pages->MostPages(), pages->mIndex.GetNumPages()));
     return pages;
 }
 
@@ -128,41 +136,60 @@ void FF_TOCPages::Refuse(Cmn_Int64 iAt) const
 
 // --- Pages
 
-const FF_TOCPages::Page& FF_TOCPages::Load(std::size_t iPage, const Page* iKeep)
+const FF_TOCPages::Page& FF_TOCPages::Read(std::size_t iPage, const Page* iKeep)
 {
-    if (mSlotOf[iPage] != 0) return *mPages[mSlotOf[iPage] - 1];
     const auto from = static_cast<Cmn_Int64>(iPage * mIndex.mPageSize);
-    auto page = std::make_unique<Page>();
-    page->mNumber = iPage;
-    page->mBytes.resize(
+    mRead.resize(
         static_cast<std::size_t>(std::min(Cmn_Int64{mIndex.mPageSize}, Cmn_Int64{mIndex.mSize} - from)));
-    mStream.ReadAt(mBody + from, page->mBytes.data(), page->mBytes.size());
-    if (Sys_Crc32C(0, page->mBytes.data(), page->mBytes.size()) != mIndex.mPages[iPage].mSum) Refuse(from);
-    Decode(*page);
+    mStream.ReadAt(mBody + from, mRead.data(), mRead.size());
+    if (Sys_Crc32C(0, mRead.data(), mRead.size()) != mIndex.mPages[iPage].mSum) Refuse(from);
+    Page page;
+    page.mNumber = static_cast<Cmn_UInt32>(iPage);
+    page.mBytes = mRead;
+    Decode(page);
+    page.TakeOver();
 
     // The page that came first makes room.
-    const std::size_t most = std::max<std::size_t>(cMostCached / mIndex.mPageSize, 4);
-    if (mPages.size() < most) mPages.emplace_back();
-    if (iKeep != nullptr && mPages[mNextSlot].get() == iKeep) mNextSlot = (mNextSlot + 1) % mPages.size();
-    std::unique_ptr<Page>& slot = mPages[mNextSlot];
-    if (slot != nullptr) mSlotOf[slot->mNumber] = 0;
+    const std::size_t most = MostPages();
+    if (mPages.size() < most) mPages.emplace_back().mNumber = page.mNumber;
+    if (iKeep == &mPages[mNextSlot]) mNextSlot = (mNextSlot + 1) % mPages.size();
+    Page& slot = mPages[mNextSlot];
+    mKnown[slot.mNumber].mSlot = 0;
     slot = std::move(page);
-    mSlotOf[iPage] = static_cast<Cmn_UInt32>(mNextSlot + 1);
+    mKnown[iPage].mSlot = static_cast<Cmn_UInt32>(mNextSlot + 1);
     mNextSlot = (mNextSlot + 1) % most;
-    return *slot;
+    return slot;
 }
 
-void FF_TOCPages::Decode(Page& ioPage) const
+// What it has is still on its way in.
+void FF_TOCPages::Page::TakeOver()
 {
+    const std::size_t bytes = mRecords.size_bytes() + mBytes.size();
+    mMemory = std::make_unique_for_overwrite<Key[]>(mKeys.size() + (bytes + sizeof(Key) - 1) / sizeof(Key));
+    auto* const keys = mMemory.get();
+    auto* const records = reinterpret_cast<Cmn_UInt16*>(std::ranges::copy(mKeys, keys).out);
+    auto* const rest = reinterpret_cast<Cmn_UInt8*>(std::ranges::copy(mRecords, records).out);
+    std::ranges::copy(mBytes, rest);
+    mKeys = {keys, mKeys.size()};
+    mRecords = {records, mRecords.size()};
+    mBytes = {rest, mBytes.size()};
+}
+
+void FF_TOCPages::Decode(Page& ioPage)
+{
+    mReadKeys.clear();
+    mReadRecords.clear();
     const auto from = static_cast<Cmn_Int64>(ioPage.mNumber * mIndex.mPageSize);
     if (ioPage.mNumber == 0 && Sys_LoadInteger<Cmn_UInt32>(ioPage.mBytes.data(), mSwap) != mIndex.mNumKeys)
         Refuse(from);
     if (mIndex.mPages[ioPage.mNumber].GetFirstAt() < from + static_cast<Cmn_Int64>(ioPage.mBytes.size()))
         TakeRecords(ioPage);
+    ioPage.mKeys = mReadKeys;
+    ioPage.mRecords = mReadRecords;
 }
 
 // Walks what begins in the page, and holds it against what the index says of this page and the next.
-void FF_TOCPages::TakeRecords(Page& ioPage) const
+void FF_TOCPages::TakeRecords(Page& ioPage)
 {
     const FF_TOCIndex::Page& index = mIndex.mPages[ioPage.mNumber];
     const FF_TOCIndex::Page& next = mIndex.mPages[ioPage.mNumber + 1];
@@ -173,12 +200,12 @@ void FF_TOCPages::TakeRecords(Page& ioPage) const
     Cmn_UInt32 value = index.mValue; // the next one of the key before
     Cmn_UInt32 valuesLeft = 0;       // of the key before, once one began here
     while (!part.IsAtEnd()) {
-        ioPage.mRecords.push_back(part.GetOffset());
+        mReadRecords.push_back(part.GetOffset());
         if (lastKey.empty() ? part.GetPosition() == index.mKeyAt : valuesLeft == 0) {
             part.Require(key < mIndex.mNumKeys);
-            Key& taken = ioPage.mKeys.emplace_back();
+            Key& taken = mReadKeys.emplace_back();
             taken.mAt = part.GetOffset();
-            taken.mRecord = static_cast<Cmn_UInt16>(ioPage.mRecords.size() - 1);
+            taken.mRecord = static_cast<Cmn_UInt16>(mReadRecords.size() - 1);
             lastKey = TakeKey(part, lastKey, valuesLeft);
             taken.mSize = static_cast<Cmn_UInt32>(part.GetAt() - (ioPage.mBytes.data() + taken.mAt));
             ioPage.mIsKeyCut = part.IsCut();
@@ -291,11 +318,11 @@ std::span<const Cmn_UInt8> FF_TOCPages::CutRecordAt(const Page& iPage, std::size
 
 Cmn_UInt64 FF_TOCPages::GetPrefix(std::size_t iPage)
 {
-    if (mPrefixes[iPage] == 0) {
+    if (mKnown[iPage].mPrefix == 0) {
         const std::span<const Cmn_UInt8> key = FirstKeyFrom(iPage);
-        mPrefixes[iPage] = PrefixAt(key);
+        mKnown[iPage].mPrefix = PrefixAt(key);
     }
-    return mPrefixes[iPage];
+    return mKnown[iPage].mPrefix;
 }
 
 // Of the first key that begins in the page or behind it, which must be there.
@@ -306,40 +333,72 @@ std::span<const Cmn_UInt8> FF_TOCPages::FirstKeyFrom(std::size_t iPage)
     return KeyAt(page, 0);
 }
 
+// Items of a list mostly follow at even distances.
+std::size_t FF_TOCPages::Run::Guess(Cmn_UInt64 iPrefix) const
+{
+    if (iPrefix <= mFirstPrefix) return mFirst;
+    if (iPrefix >= mLastPrefix) return mLast;
+    const Cmn_UInt64 all = (mLastPrefix - mFirstPrefix) >> cItemShift;
+    const Cmn_UInt64 nth = (iPrefix - mFirstPrefix) >> cItemShift;
+    return all == 0 ? mFirst : mFirst + static_cast<std::size_t>(nth * (mLast - mFirst) / all);
+}
+
+void FF_TOCPages::Run::Take(std::size_t iPage, Cmn_UInt64 iPrefix)
+{
+    const bool isOther = TypeOf(mFirstPrefix) != TypeOf(iPrefix);
+    if (isOther || iPage < mFirst) {
+        mFirst = iPage;
+        mFirstPrefix = iPrefix;
+    }
+    if (isOther || iPage > mLast) {
+        mLast = iPage;
+        mLastPrefix = iPrefix;
+    }
+}
+
+bool FF_TOCPages::BeginsBehind(std::size_t iPage, std::span<const FF_Document::Context> iContexts,
+                               Cmn_UInt64 iPrefix)
+{
+    Cmn_UInt64 first = mKnown[iPage].mPrefix;
+    if (first != 0 && first != iPrefix) return first > iPrefix;
+    if (mIndex.mPages[iPage].mKey == mIndex.mNumKeys) return true;
+    first = GetPrefix(iPage);
+    return first > iPrefix || (first == iPrefix && Compare(FirstKeyFrom(iPage), iContexts) > 0);
+}
+
 // The last page whose first key is not behind the contexts, as far as there is one: the
 // key can only begin there.
 std::size_t FF_TOCPages::FindPage(std::span<const FF_Document::Context> iContexts, Cmn_UInt64 iPrefix)
 {
     std::size_t from = 0; // pages before it begin with a key that is not behind the contexts
     std::size_t to = mIndex.GetNumPages();
-    while (from < to) {
-        const std::size_t middle = from + (to - from) / 2;
-        Cmn_UInt64 first = mPrefixes[middle];
-        bool isBehind = first > iPrefix;
-        if (first == 0 || first == iPrefix) {
-            isBehind = mIndex.mPages[middle].mKey == mIndex.mNumKeys;
-            if (!isBehind) first = GetPrefix(middle);
-            isBehind = isBehind || first > iPrefix ||
-                       (first == iPrefix && Compare(FirstKeyFrom(middle), iContexts) > 0);
-        }
-        if (isBehind)
+    // From the run's guess on in steps that double, and once they have passed the page by halves.
+    Run& run = mRuns[TypeOf(iPrefix) % mRuns.size()];
+    const bool isGuessed = run.mLast != 0 && TypeOf(run.mFirstPrefix) == TypeOf(iPrefix);
+    std::size_t middle = isGuessed ? std::min(run.Guess(iPrefix), to - 1) : to / 2;
+    for (std::size_t step = isGuessed ? 1 : to; from < to; step *= 2) {
+        if (BeginsBehind(middle, iContexts, iPrefix)) {
             to = middle;
-        else
+            middle = to - std::min(step, (to - from + 1) / 2);
+        } else {
             from = middle + 1;
+            middle = from + std::min(step - 1, (to - from) / 2);
+        }
     }
-    return from == 0 ? 0 : from - 1;
+    const std::size_t page = from == 0 ? 0 : from - 1;
+    if (TypeOf(mKnown[page].mPrefix) == TypeOf(iPrefix)) run.Take(page, mKnown[page].mPrefix);
+    return page;
 }
 
 // Keys of a list's items mostly follow at even distances, so that the first keys of this page and the next tell
 // where a key is, and a search meets one line of memory in place of four.
 std::size_t FF_TOCPages::GuessKey(const Page& iPage, Cmn_UInt64 iPrefix, std::size_t iCount) const
 {
-    constexpr int cBelowItem = 16; // bits: items have 48 then, and keys of a page fewer than 16
-    const Cmn_UInt64 first = mPrefixes[iPage.mNumber];
-    const Cmn_UInt64 next = iPage.mNumber + 1 < mPrefixes.size() ? mPrefixes[iPage.mNumber + 1] : 0;
-    const Cmn_UInt64 all = next > first ? (next - first) >> cBelowItem : 0;
+    const Cmn_UInt64 first = mKnown[iPage.mNumber].mPrefix;
+    const Cmn_UInt64 next = iPage.mNumber + 1 < mKnown.size() ? mKnown[iPage.mNumber + 1].mPrefix : 0;
+    const Cmn_UInt64 all = next > first ? (next - first) >> cItemShift : 0;
     if (first == 0 || all == 0 || iPrefix < first || iPrefix > next) return iCount / 2;
-    const Cmn_UInt64 nth = (iPrefix - first) >> cBelowItem;
+    const Cmn_UInt64 nth = (iPrefix - first) >> cItemShift;
     return static_cast<std::size_t>((nth * iCount + all / 2) / all);
 }
 
@@ -350,6 +409,11 @@ std::pair<std::size_t, std::size_t> FF_TOCPages::FindPrefix(const Page& iPage, C
     const auto begin = iPage.mKeys.begin();
     const auto end = begin + static_cast<std::ptrdiff_t>(count);
     const std::size_t guess = GuessKey(iPage, iPrefix, count);
+    // What the key says is wanted next, and lies about as far on among the bytes.
+    const Cmn_UInt8* const about =
+        iPage.mBytes.data() + iPage.mBytes.size() * guess / std::max<std::size_t>(count, 1);
+    PSPrefetch(about);
+    PSPrefetch(about + cPSCacheLineBytes);
     for (std::size_t at = guess == 0 ? 0 : guess - 1; at < std::min(count, guess + 2); ++at) {
         const bool isAlone = iPage.mKeys[at].mPrefix == iPrefix &&
                              (at == 0 || iPage.mKeys[at - 1].mPrefix != iPrefix) &&
@@ -382,10 +446,11 @@ std::size_t FF_TOCPages::FindKey(const Page& iPage, std::span<const FF_Document:
     return iPage.mKeys.size();
 }
 
-bool FF_TOCPages::FindLately(std::span<const FF_Document::Context> iContexts)
+bool FF_TOCPages::FindLately(std::span<const FF_Document::Context> iContexts, Cmn_UInt64 iPrefix)
 {
     for (const Found& found : mFound) {
-        if (found.mPlace.mEntry == cNoEntry || found.mRanks.size() != iContexts.size()) continue;
+        if (found.mPrefix != iPrefix || found.mPlace.mEntry == cNoEntry) continue;
+        if (found.mRanks.size() != iContexts.size()) continue;
         std::size_t i = 0;
         while (i < iContexts.size() && found.mRanks[i] == RankOf(iContexts[i]))
             ++i;
@@ -398,14 +463,14 @@ bool FF_TOCPages::FindLately(std::span<const FF_Document::Context> iContexts)
 
 Cmn_Int32 FF_TOCPages::Find(std::span<const FF_Document::Context> iContexts)
 {
-    if (!FindLately(iContexts)) {
-        const Cmn_UInt64 prefix =
-            PrefixOf(iContexts.size(), [&](std::size_t i) { return RankOf(iContexts[i]); });
+    const Cmn_UInt64 prefix = PrefixOf(iContexts.size(), [&](std::size_t i) { return RankOf(iContexts[i]); });
+    if (!FindLately(iContexts, prefix)) {
         const Page& page = Load(FindPage(iContexts, prefix));
         const std::size_t key = FindKey(page, iContexts, prefix);
         if (key == page.mKeys.size()) return FF_Document::TOC::cNone;
         Remember(page, key);
         Found& found = mFound[mNextFound++ % mFound.size()];
+        found.mPrefix = prefix;
         found.mPlace = mPlace;
         found.mRanks.clear();
         for (const FF_Document::Context& context : iContexts)

@@ -5,7 +5,7 @@
 // is read; nothing of it is handed out before. What is never asked for is never read:
 // FF_DocumentCheck looks at all of it.
 //
-// Memory:  the index, and 12 bytes a page; pages that were read, up to cMostCached bytes of them.
+// Memory:  the index, and 16 bytes a page; pages that were read, up to cMostCached bytes of them.
 // Throws:  every function Sys_StreamReadException with the place, where a page cannot be read or is damaged.
 // Entries: numbers of keys, which ascend. They, and values' numbers, are the caller's to check.
 // Ownership: the stream stays the caller's. Threads: one at a time.
@@ -14,6 +14,7 @@
 #include "Kora/FF/Document/FF_TOCTable_p.h"
 #include "Kora/FF/Format/FF_TOCIndex_p.h"
 
+#include <algorithm>
 #include <array>
 
 class Sys_FileBasedInStream;
@@ -56,14 +57,23 @@ private:
         Cmn_UInt16 mAt = 0;     // where it begins
         Cmn_UInt16 mRecord = 0; // its number among the records
     };
+    struct Known
+    {
+        Cmn_UInt64 mPrefix = 0; // of its first key; 0 where it was not asked for
+        Cmn_UInt32 mSlot = 0;   // its place in mPages from 1 on
+    };
+    // What it has lies side by side: a search that meets it out of every cache waits for few lines.
     struct Page
     {
-        std::size_t mNumber = 0;
-        std::vector<Cmn_UInt8> mBytes;
-        std::vector<Key> mKeys;
-        std::vector<Cmn_UInt16> mRecords; // where each begins
-        bool mIsLastCut = false;          // the last record goes on in the next page
-        bool mIsKeyCut = false;           // which is the last key
+        Cmn_UInt32 mNumber = 0;
+        bool mIsLastCut = false; // the last record goes on in the next page
+        bool mIsKeyCut = false;  // which is the last key
+        std::span<const Key> mKeys;
+        std::span<const Cmn_UInt16> mRecords; // where each begins
+        std::span<const Cmn_UInt8> mBytes;
+        std::unique_ptr<Key[]> mMemory; // of all three
+
+        void TakeOver();
     };
     struct KeyPlace
     {
@@ -75,17 +85,35 @@ private:
     // A key that was found lately, so that who asks for it again, as readers of lists do, pays for no search.
     struct Found
     {
+        Cmn_UInt64 mPrefix = 0;
         std::vector<Cmn_UInt64> mRanks;
         KeyPlace mPlace;
+    };
+    // Pages that begin with keys of one stream type, the first and the last of those that are known.
+    struct Run
+    {
+        Cmn_UInt64 mFirstPrefix = 0; // of none, 0
+        Cmn_UInt64 mLastPrefix = 0;
+        std::size_t mFirst = 0;
+        std::size_t mLast = 0;
+
+        std::size_t Guess(Cmn_UInt64 iPrefix) const;
+        void Take(std::size_t iPage, Cmn_UInt64 iPrefix);
     };
 
     FF_TOCPages(Sys_FileBasedInStream& ioStream, bool iSwap);
 
     [[noreturn]] void Refuse(Cmn_Int64 iAt) const;
     // Until the next call; iKeep stays beside it.
-    const Page& Load(std::size_t iPage, const Page* iKeep = nullptr);
-    void Decode(Page& ioPage) const;
-    void TakeRecords(Page& ioPage) const;
+    const Page& Load(std::size_t iPage, const Page* iKeep = nullptr)
+    {
+        const Cmn_UInt32 slot = mKnown[iPage].mSlot;
+        return slot != 0 ? mPages[slot - 1] : Read(iPage, iKeep);
+    }
+    const Page& Read(std::size_t iPage, const Page* iKeep);
+    std::size_t MostPages() const { return std::max<std::size_t>(cMostCached / mIndex.mPageSize, 4); }
+    void Decode(Page& ioPage);
+    void TakeRecords(Page& ioPage);
     std::span<const Cmn_UInt8> TakeKey(Part& ioPart, std::span<const Cmn_UInt8> iBefore,
                                        Cmn_UInt32& oNumValues) const;
 
@@ -108,8 +136,9 @@ private:
 
     Cmn_UInt64 GetPrefix(std::size_t iPage);
     std::span<const Cmn_UInt8> FirstKeyFrom(std::size_t iPage);
+    bool BeginsBehind(std::size_t iPage, std::span<const FF_Document::Context> iContexts, Cmn_UInt64 iPrefix);
     std::size_t FindPage(std::span<const FF_Document::Context> iContexts, Cmn_UInt64 iPrefix);
-    bool FindLately(std::span<const FF_Document::Context> iContexts);
+    bool FindLately(std::span<const FF_Document::Context> iContexts, Cmn_UInt64 iPrefix);
     std::size_t GuessKey(const Page& iPage, Cmn_UInt64 iPrefix, std::size_t iCount) const;
     std::pair<std::size_t, std::size_t> FindPrefix(const Page& iPage, Cmn_UInt64 iPrefix) const;
     std::size_t FindKey(const Page& iPage, std::span<const FF_Document::Context> iContexts,
@@ -126,13 +155,16 @@ private:
     Cmn_Int64 mBegin = 0;
     Cmn_Int64 mEnd = 0;
     FF_TOCIndex mIndex;
-    std::vector<Cmn_UInt64> mPrefixes; // of the first key of each page; 0 where it was not asked for
-    std::vector<Cmn_UInt32> mSlotOf;   // of each page: its place in mPages from 1 on
-    std::vector<std::unique_ptr<Page>> mPages;
+    std::vector<Known> mKnown; // of each page
+    std::vector<Page> mPages;  // never moved
     std::size_t mNextSlot = 0;
+    std::array<Run, 4> mRuns; // each type has its place
     std::array<Found, 4> mFound;
     std::size_t mNextFound = 0;
-    KeyPlace mPlace;                 // of the key that was asked for last
+    KeyPlace mPlace;              // of the key that was asked for last
+    std::vector<Cmn_UInt8> mRead; // a page on its way in
+    std::vector<Key> mReadKeys;
+    std::vector<Cmn_UInt16> mReadRecords;
     std::vector<Cmn_UInt8> mCut;     // a record that was put together
     std::vector<Cmn_UInt8> mSwapped; // a value in the other byte order
 };
