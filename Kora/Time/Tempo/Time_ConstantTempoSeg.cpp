@@ -35,7 +35,7 @@ Time_ConstantTempoSeg::Time_ConstantTempoSeg(Time_Tick iStartTick, double iBeats
 {
     if (!CheckTempo(iBeatsPerMinute, iTicksPerBeat)) return;
     mBeatsPerMinute = iBeatsPerMinute;
-    nTicksPerBeat = iTicksPerBeat;
+    SetTicksPerBeat(iTicksPerBeat);
 }
 
 Time_ConstantTempoSeg::Time_ConstantTempoSeg(const Time_ConstantTempoSeg&) = default;
@@ -69,11 +69,17 @@ void Time_ConstantTempoSeg::ReadTempo(Sys_TypedInStream& ioStream)
 {
     const Cmn_Int64 position = ioStream.GetPosition();
     mBeatsPerMinute = ioStream.ReadFloat64();
-    nTicksPerBeat = Time_TickLength(ioStream.ReadInt64());
+    SetTicksPerBeat(Time_TickLength(ioStream.ReadInt64()));
     // What locks out of order made a computed segment derive is as good as any: a rebuild derives it again.
     const double beatsPerMinute = IsComputed() ? cDefaultBeatsPerMinute : mBeatsPerMinute;
-    if (!Time_BasicTempoMapSegment::IsTempo(beatsPerMinute, nTicksPerBeat))
+    if (!Time_BasicTempoMapSegment::IsTempo(beatsPerMinute, GetTicksPerBeat()))
         throw Sys_StreamReadException(position);
+}
+
+void Time_ConstantTempoSeg::SetTicksPerBeat(const Time_TickLength& iTicksPerBeat)
+{
+    nTicksPerBeat = iTicksPerBeat.AsInt64();
+    mTickType = static_cast<Cmn_UInt8>(iTicksPerBeat.GetTickType());
 }
 
 void Time_ConstantTempoSeg::ComputeSampleLengthLimits(double& oMin, double& oMax,
@@ -81,9 +87,9 @@ void Time_ConstantTempoSeg::ComputeSampleLengthLimits(double& oMin, double& oMax
                                                       const Time_TempoLimits& iLimits,
                                                       double iSampleRate) const
 {
-    const double minutes = iLength.AsFloat64() / nTicksPerBeat.AsFloat64(); // at one beat a minute
-    oMin = minutes * iSampleRate * 60.0 / iLimits.GetMaxBPM(nTicksPerBeat);
-    oMax = minutes * iSampleRate * 60.0 / iLimits.GetMinBPM(nTicksPerBeat);
+    const double minutes = iLength.AsFloat64() / GetTicksPerBeat().AsFloat64(); // at one beat a minute
+    oMin = minutes * iSampleRate * 60.0 / iLimits.GetMaxBPM(GetTicksPerBeat());
+    oMax = minutes * iSampleRate * 60.0 / iLimits.GetMinBPM(GetTicksPerBeat());
 }
 
 void Time_ConstantTempoSeg::SetTempo(double iBeatsPerMinute, const Time_TickLength& iTicksPerBeat)
@@ -91,7 +97,7 @@ void Time_ConstantTempoSeg::SetTempo(double iBeatsPerMinute, const Time_TickLeng
     Cmn_ASSERT_IN("Time/Time_TempoMap", this->CanSetTempo());
     if (!CheckTempo(iBeatsPerMinute, iTicksPerBeat)) return;
     mBeatsPerMinute = iBeatsPerMinute;
-    nTicksPerBeat = iTicksPerBeat;
+    SetTicksPerBeat(iTicksPerBeat);
     mTempoIsUnspecified = false;
 }
 
@@ -108,7 +114,7 @@ void Time_ConstantTempoSeg::GenerateForward(Time_BasicTempoMap& ioMap, const Tim
     if (!CheckIsValid()) return;
     Cmn_ASSERT_IN("Time/Time_TempoMap", !this->IsComputed());
     double beatsPerMinute = mBeatsPerMinute;
-    Time_TickLength ticksPerBeat = nTicksPerBeat;
+    Time_TickLength ticksPerBeat = GetTicksPerBeat();
     if (mTempoIsUnspecified) {
         if (!IsLockedToSample() || iPrevious != nullptr) return;
         if (iNext == nullptr || !iNext->GetTempo(beatsPerMinute, ticksPerBeat)) beatsPerMinute = 0;
@@ -136,10 +142,10 @@ void Time_ConstantTempoSeg::GenerateBackward(Time_BasicTempoMap& ioMap, double i
         const double startSample = IsLockedToSample() ? static_cast<double>(GetStartSample().AsInt64())
                                                       : ioMap.FractionalSampleAtTick(start);
         segment.SetEndSample(start, iEndTick, startSample, iFractionalEndSample);
-        mBeatsPerMinute = segment.GetBeatsPerMinute(ioMap.GetSampleRate(), nTicksPerBeat);
+        mBeatsPerMinute = segment.GetBeatsPerMinute(ioMap.GetSampleRate(), GetTicksPerBeat());
     } else {
         segment.SetBackTempo(start, iEndTick, iFractionalEndSample, ioMap.GetSampleRate(), mBeatsPerMinute,
-                             nTicksPerBeat);
+                             GetTicksPerBeat());
     }
     ioMap.InsertSegment(segment);
 }
@@ -148,7 +154,7 @@ bool Time_ConstantTempoSeg::GetTempo(double& oBeatsPerMinute, Time_TickLength& o
 {
     if (mTempoIsUnspecified) return false;
     oBeatsPerMinute = mBeatsPerMinute;
-    oTicksPerBeat = nTicksPerBeat;
+    oTicksPerBeat = GetTicksPerBeat();
     return true;
 }
 
@@ -157,7 +163,7 @@ void Time_ConstantTempoSeg::Split(std::unique_ptr<Time_TempoMapSegment>& oFirst,
 {
     oFirst = this->Clone();
     oFirst->SetIsComputed(false);
-    oSecond = std::make_unique<Time_ConstantTempoSeg>(iTick, mBeatsPerMinute, nTicksPerBeat);
+    oSecond = std::make_unique<Time_ConstantTempoSeg>(iTick, mBeatsPerMinute, GetTicksPerBeat());
 }
 
 void Time_ConstantTempoSeg::StreamOut(Sys_TypedOutStream& ioStream) const
@@ -165,7 +171,7 @@ void Time_ConstantTempoSeg::StreamOut(Sys_TypedOutStream& ioStream) const
     Sys_StdStreamHeaderWriter header(ioStream, cStreamName, cVersion);
     StreamOutBase(ioStream);
     ioStream.WriteFloat64(mBeatsPerMinute);
-    ioStream.WriteInt64(nTicksPerBeat.AsInt64());
+    ioStream.WriteInt64(nTicksPerBeat);
     ioStream.WriteBool(mTempoIsUnspecified);
     header.PatchSize();
 }
@@ -175,7 +181,7 @@ Cmn_XMLNode Time_ConstantTempoSeg::GetAsXML() const
     Cmn_XMLNode node = GetBaseAsXML();
     Cmn_XMLNode& constant = node.AddChild(Cmn_XMLNode("ConstantTempoMapSegment"));
     constant.AddValue("mTempoIsUnspecified", mTempoIsUnspecified);
-    constant.AddValue("nTicksPerBeat", nTicksPerBeat.AsInt64());
+    constant.AddValue("nTicksPerBeat", nTicksPerBeat);
     constant.AddValue("mBeatsPerMinute", mBeatsPerMinute);
     return node;
 }
@@ -185,6 +191,6 @@ std::string Time_ConstantTempoSeg::Dump() const
     if (mTempoIsUnspecified) return DumpBase() + ": no tempo of its own";
     std::ostringstream text;
     text.precision(17);
-    text << DumpBase() << ": " << mBeatsPerMinute << " bpm per " << nTicksPerBeat.AsInt64() << " ticks";
+    text << DumpBase() << ": " << mBeatsPerMinute << " bpm per " << nTicksPerBeat << " ticks";
     return text.str();
 }

@@ -42,7 +42,10 @@ public:
     ~Time_ConstantTempoSeg() override;
 
     double GetBeatsPerMinute() const { return mBeatsPerMinute; }
-    Time_TickLength GetTicksPerBeat() const { return nTicksPerBeat; }
+    Time_TickLength GetTicksPerBeat() const
+    {
+        return Time_TickLength(nTicksPerBeat, static_cast<Time_ETickType>(mTickType));
+    }
     bool IsTempoUnspecified() const { return mTempoIsUnspecified; }
     // What is stored stays, and is not asked for until SetTempo.
     void SetTempoIsUnspecified() { mTempoIsUnspecified = true; }
@@ -76,9 +79,12 @@ private:
 
     Time_ConstantTempoSeg(class Sys_StdStreamHeaderReader&& iHeader, Sys_TypedInStream& ioStream);
     void ReadTempo(Sys_TypedInStream& ioStream);
+    void SetTicksPerBeat(const Time_TickLength& iTicksPerBeat);
 
+    // The small ones first, behind the base class's.
+    bool mTempoIsUnspecified = false;
+    Cmn_UInt8 mTickType = Time_eTickType_Internal; // of the beat
     // Derived by each rebuild when the segment is computed, inside a map too, where segments are read-only.
     mutable double mBeatsPerMinute = cDefaultBeatsPerMinute;
-    Time_TickLength nTicksPerBeat = cDefaultTicksPerBeat;
-    bool mTempoIsUnspecified = false;
+    Cmn_Int64 nTicksPerBeat = cDefaultTicksPerBeat.AsInt64();
 };
