@@ -3,6 +3,7 @@
 #include "Bastel/Cmn/Cmn_Exception.h"
 #include "Bastel/Cmn/Cmn_XMLNode.h"
 #include "Bastel/Sys/Sys_StdStreamHeader.h"
+#include "Kora/Sys/Sys_SlabHeap_p.h"
 #include "Kora/Time/Tempo/Time_BasicTempoMap.h"
 #include "Kora/Time/Tempo/Time_TempoLimits.h"
 
@@ -22,7 +23,33 @@ bool CheckTempo(double iBeatsPerMinute, const Time_TickLength& iTicksPerBeat)
            hasBeat;
 }
 
+// Not where a sanitizer watches, which sees who uses a segment that is gone in its own heap alone.
+#ifdef KORA_WATCHED_HEAP
+constexpr bool cHasSlabs = false;
+#else
+constexpr bool cHasSlabs = true;
+#endif
+
+bool IsInSlab(std::size_t iBytes) { return cHasSlabs && iBytes == sizeof(Time_ConstantTempoSeg); }
+
+// Never destroyed: hosts may have segments in static objects.
+Sys_SlabHeap& Slabs()
+{
+    static auto& sSlabs = *new Sys_SlabHeap(sizeof(Time_ConstantTempoSeg));
+    return sSlabs;
+}
+
 } // namespace
+
+void* Time_ConstantTempoSeg::operator new(std::size_t iBytes)
+{
+    return IsInSlab(iBytes) ? Slabs().Take() : ::operator new(iBytes);
+}
+
+void Time_ConstantTempoSeg::operator delete(void* iSegment, std::size_t iBytes) noexcept
+{
+    IsInSlab(iBytes) ? Slabs().Give(iSegment) : ::operator delete(iSegment);
+}
 
 Time_ConstantTempoSeg::Time_ConstantTempoSeg(Time_Tick iStartTick)
     : Time_TempoMapSegment(iStartTick)

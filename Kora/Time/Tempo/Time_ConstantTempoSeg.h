@@ -13,6 +13,9 @@
 #include "Kora/Time/Tempo/Time_TempoMapSegment.h"
 #include "Kora/Time/Values/Time_SongDefaults.h"
 
+#include <cstddef>
+#include <new>
+
 // Not in the exported class, so that every module has them as constants of its own.
 struct Time_ConstantTempoSegConstants : Time_DefaultTempo
 {
@@ -40,6 +43,24 @@ public:
     // Reads a segment of the layout before, which becomes a free segment with that tempo. Throws likewise.
     Time_ConstantTempoSeg(Sys_TypedInStream& ioStream, EReadPrevSeg);
     ~Time_ConstantTempoSeg() override;
+
+    // A song may have a million segments: each takes its own bytes, without those that the system's heap adds.
+    // Objects of derived classes are the system's heap's.
+    static void* operator new(std::size_t iBytes);
+    // What operator new gave.
+    static void operator delete(void* iSegment, std::size_t iBytes) noexcept;
+    // Of a derived class that is aligned more than usual.
+    static void* operator new(std::size_t iBytes, std::align_val_t iAlignment)
+    {
+        return ::operator new(iBytes, iAlignment);
+    }
+    // As the one above.
+    static void operator delete(void* iSegment, std::size_t, std::align_val_t iAlignment) noexcept
+    {
+        ::operator delete(iSegment, iAlignment);
+    }
+    // At a place of the caller's.
+    static void* operator new(std::size_t, void* iPlace) noexcept { return iPlace; }
 
     double GetBeatsPerMinute() const { return mBeatsPerMinute; }
     Time_TickLength GetTicksPerBeat() const
