@@ -242,7 +242,6 @@ void Time_TempoMap::ReplaceWith(Time_TempoMap&& ioOther)
 {
     if (this == &ioOther) return;
     ioOther.UpdateBasicMapIfNeeded();
-    mCache->Reserve(ioOther.mSegments.size());
     NdoAboutToModify();
     ioOther.NdoAboutToModify();
     const Time_TempoMap_StEditOptimizer edit(*this), otherEdit(ioOther);
