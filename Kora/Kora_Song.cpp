@@ -130,6 +130,11 @@ void Kora_Song::ReadBytes(std::string iBytes)
 
 void Kora_Song::Read(const SMF_File& iFile) { mEndTick = SMF_TimeMaps::Read(iFile, mMeters, mTempi, mKeys); }
 
+void Kora_Song::Read(SMF_File&& ioFile)
+{
+    mEndTick = SMF_TimeMaps::Read(std::move(ioFile), mMeters, mTempi, mKeys);
+}
+
 void Kora_Song::Read(FF_Document& ioDocument, ERate iRate)
 {
     FF_TimeMaps::SongInfo info{cStartTick, mTempi.GetSampleRate(), mTimeCodeFormat};

@@ -91,6 +91,8 @@ public:
     void ReadBytes(std::string iBytes);
     // Throws SMF_Exception as SMF_TimeMaps::Read does, whose rules hold.
     void Read(const SMF_File& iFile);
+    // The same of a file that is given away, which takes less memory.
+    void Read(SMF_File&& ioFile);
     // At which rate a document's song goes on.
     enum ERate {
         eRate_Document, // the one it was saved with

@@ -7,6 +7,7 @@
 
 #include <string>
 #include <string_view>
+#include <utility>
 
 class Tool_MidiFile
 {
@@ -27,6 +28,8 @@ public:
 
     const std::string& GetName() const { return mName; }
     const SMF_File& GetFile() const { return mFile; }
+    // Gives it away; the name stays.
+    SMF_File TakeFile() && { return std::move(mFile); }
 
 private:
     Tool_MidiFile(SMF_File iFile, std::string_view iName);

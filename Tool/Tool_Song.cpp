@@ -6,6 +6,7 @@
 #include "Tool/Tool_Progress.h"
 
 #include <memory>
+#include <utility>
 
 namespace {
 
@@ -28,10 +29,10 @@ Tool_Song::Tool_Song(const Tool_Settings& iSettings)
 {
 }
 
-Tool_Song::Tool_Song(const Tool_MidiFile& iFile, const Tool_Settings& iSettings)
+Tool_Song::Tool_Song(Tool_MidiFile iFile, const Tool_Settings& iSettings)
     : Tool_Song(iSettings)
 {
-    Tool_MidiFile::Naming(iFile.GetName(), [&] { mSong.Read(iFile.GetFile()); });
+    Tool_MidiFile::Naming(iFile.GetName(), [&] { mSong.Read(std::move(iFile).TakeFile()); });
 }
 
 Tool_Song::Tool_Song(FF_Document& ioDocument, const Tool_AskedSettings& iAsked)

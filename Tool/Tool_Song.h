@@ -24,7 +24,7 @@ public:
     explicit Tool_Song(const Tool_Settings& iSettings);
     // Of several events of a kind at one tick the last in the file holds. Throws Tool_InputError when an
     // event lies past the time limits.
-    Tool_Song(const Tool_MidiFile& iFile, const Tool_Settings& iSettings);
+    Tool_Song(Tool_MidiFile iFile, const Tool_Settings& iSettings);
     // The song of an open document, in the settings it was saved in where no others are asked for. A map that
     // the document does not have is the default one; without song info the last change is the end. Throws
     // Tool_InputError for a document without any of them and for places that the invariants rule out, and

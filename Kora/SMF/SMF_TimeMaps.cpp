@@ -1,7 +1,7 @@
 #include "Kora/SMF/SMF_TimeMaps.h"
 
 #include "Kora/SMF/SMF_Exception.h"
-#include "Kora/SMF/SMF_TimeEvents.h"
+#include "Kora/SMF/SMF_TimeEventsWalk_p.h"
 #include "Kora/Time/Key/Time_KeySignatureMap.h"
 #include "Kora/Time/Meter/Time_MeterMap.h"
 #include "Kora/Time/Tempo/Time_ConstantTempoSeg.h"
@@ -31,7 +31,6 @@ void ByTick(std::vector<Event>& ioEvents, Cmn_Int32 iDivision, Visit iVisit)
         if (i + 1 < ioEvents.size() && ioEvents[i + 1].mPlace.mTick == place.mTick) continue;
         iVisit(Time_Tick(SMF_TimeMaps::FromFileTick(place.mTick, iDivision)), ioEvents[i]);
     }
-    std::vector<Event>().swap(ioEvents); // before the map grows
 }
 
 void AddTempo(Time_TempoMap& ioTempi, Time_Tick iTick, double iBeatsPerMinute)
@@ -52,15 +51,6 @@ void BuildMeters(Time_MeterMap& ioMeters, std::vector<SMF_Meter>& ioEvents, Cmn_
     });
 }
 
-void BuildTempi(Time_TempoMap& ioTempi, std::vector<SMF_Tempo>& ioEvents, Cmn_Int32 iDivision)
-{
-    const Time_TempoMap_StEditOptimizer oneRebuild(ioTempi);
-    AddTempo(ioTempi, SMF_TimeMaps::cStartTick, Time_DefaultTempo::cDefaultBeatsPerMinute);
-    ByTick(ioEvents, iDivision, [&](Time_Tick iTick, const SMF_Tempo& iTempo) {
-        AddTempo(ioTempi, iTick, cMicrosecondsPerMinute / iTempo.mMicrosecondsPerQuarter);
-    });
-}
-
 void BuildKeys(Time_KeySignatureMap& ioKeys, std::vector<SMF_Key>& ioEvents, Cmn_Int32 iDivision)
 {
     ByTick(ioEvents, iDivision, [&](Time_Tick iTick, const SMF_Key& iKey) {
@@ -75,13 +65,19 @@ void BuildKeys(Time_KeySignatureMap& ioKeys, std::vector<SMF_Key>& ioEvents, Cmn
     throw SMF_Exception("the song's last event at " + iText, iEnd.mOffset);
 }
 
-Time_Tick EndTick(const SMF_Place& iEnd, Cmn_Int32 iDivision)
+// Where the last event of any track lies. It is known before any event is looked at, so that no map meets a tick past
+// the limits.
+Time_Tick EndTick(const SMF_File& iFile)
 {
-    const Cmn_Int64 endTick = SMF_TimeMaps::FromFileTick(iEnd.mTick, iDivision);
+    Cmn_Int64 last = 0;
+    for (const SMF_Track& track : iFile.GetTracks())
+        last = std::max(last, track.GetEndTick());
+    const Cmn_Int64 endTick = SMF_TimeMaps::FromFileTick(last, iFile.GetDivision());
     const Cmn_Int64 maxTick = Time_Typed::MaxTime(Time_eType_Ticks).AsInt64();
     if (endTick > maxTick)
-        RefuseEnd(iEnd, "MIDI tick " + std::to_string(iEnd.mTick) +
-                            ", expected none past the time line's last tick " + std::to_string(maxTick));
+        RefuseEnd(SMF_ForEachTimeEvent(iFile, [](const auto&) {}),
+                  "MIDI tick " + std::to_string(last) + ", expected none past the time line's last tick " +
+                      std::to_string(maxTick));
     return Time_Tick(endTick);
 }
 
@@ -99,6 +95,44 @@ void CheckEnd(const SMF_Place& iEnd, Time_Tick iEndTick, const Time_MeterMap& iM
         RefuseEnd(iEnd, "MIDI tick " + std::to_string(iEnd.mTick) +
                             ", expected none past the last bar number " +
                             std::to_string(std::numeric_limits<Cmn_Int32>::max()));
+}
+
+// Calls iRelease when the file is not needed any more, which is before the tempo map lays itself out. Tempi are not
+// collected: the map puts those in order that are not, and the later one of two at a tick holds there too.
+template <class Release>
+Time_Tick ReadMaps(const SMF_File& iFile, Time_MeterMap& oMeters, Time_TempoMap& oTempi,
+                   Time_KeySignatureMap& oKeys, Release iRelease)
+{
+    const Cmn_Int32 division = iFile.GetDivision();
+    const Time_Tick end = EndTick(iFile);
+    SMF_Place last;
+    std::vector<SMF_Meter> meterEvents;
+    std::vector<SMF_Key> keyEvents;
+    Time_TempoMap tempi;
+    tempi.SetSampleRate(oTempi.GetSampleRate());
+    {
+        const Time_TempoMap_StEditOptimizer oneRebuild(tempi);
+        AddTempo(tempi, SMF_TimeMaps::cStartTick, Time_DefaultTempo::cDefaultBeatsPerMinute);
+        const auto addTempo = [&](const SMF_Tempo& iTempo) {
+            AddTempo(tempi, Time_Tick(SMF_TimeMaps::FromFileTick(iTempo.mPlace.mTick, division)),
+                     cMicrosecondsPerMinute / iTempo.mMicrosecondsPerQuarter);
+        };
+        last = SMF_ForEachTimeEvent(
+            iFile, SMF_TakeEach{addTempo, [&](const SMF_Meter& iMeter) { meterEvents.push_back(iMeter); },
+                                [&](const SMF_Key& iKey) { keyEvents.push_back(iKey); }});
+        iRelease();
+    }
+    Time_MeterMap meters;
+    BuildMeters(meters, meterEvents, division);
+    Time_KeySignatureMap keys;
+    BuildKeys(keys, keyEvents, division);
+    CheckEnd(last, end, meters, tempi);
+    oMeters.Clear();
+    oMeters.SetSongStartTick(SMF_TimeMaps::cStartTick);
+    oMeters.ReplaceWith(meters);
+    oTempi.ReplaceWith(std::move(tempi));
+    oKeys.ReplaceWith(keys);
+    return end;
 }
 
 } // namespace
@@ -125,21 +159,11 @@ Cmn_Int64 SMF_TimeMaps::ToFileTick(Cmn_Int64 iTicks, Cmn_Int32 iDivision)
 Time_Tick SMF_TimeMaps::Read(const SMF_File& iFile, Time_MeterMap& oMeters, Time_TempoMap& oTempi,
                              Time_KeySignatureMap& oKeys)
 {
-    SMF_TimeEvents events(iFile);
-    const Cmn_Int32 division = iFile.GetDivision();
-    const Time_Tick end = EndTick(events.mLastEvent, division);
-    Time_MeterMap meters;
-    BuildMeters(meters, events.mMeters, division);
-    Time_TempoMap tempi;
-    tempi.SetSampleRate(oTempi.GetSampleRate());
-    BuildTempi(tempi, events.mTempos, division);
-    Time_KeySignatureMap keys;
-    BuildKeys(keys, events.mKeys, division);
-    CheckEnd(events.mLastEvent, end, meters, tempi);
-    oMeters.Clear();
-    oMeters.SetSongStartTick(cStartTick);
-    oMeters.ReplaceWith(meters);
-    oTempi.ReplaceWith(std::move(tempi));
-    oKeys.ReplaceWith(keys);
-    return end;
+    return ReadMaps(iFile, oMeters, oTempi, oKeys, [] {});
+}
+
+Time_Tick SMF_TimeMaps::Read(SMF_File&& ioFile, Time_MeterMap& oMeters, Time_TempoMap& oTempi,
+                             Time_KeySignatureMap& oKeys)
+{
+    return ReadMaps(ioFile, oMeters, oTempi, oKeys, [&] { const SMF_File gone(std::move(ioFile)); });
 }

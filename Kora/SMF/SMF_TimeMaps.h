@@ -36,6 +36,9 @@ public:
     // lies past the limits of Time_Typed at the tempo map's sample rate, or past the last bar number.
     static Time_Tick Read(const SMF_File& iFile, Time_MeterMap& oMeters, Time_TempoMap& oTempi,
                           Time_KeySignatureMap& oKeys);
+    // The same of a file that is given away: it lets go of its bytes before the tempo map takes its memory.
+    static Time_Tick Read(SMF_File&& ioFile, Time_MeterMap& oMeters, Time_TempoMap& oTempi,
+                          Time_KeySignatureMap& oKeys);
 
     // Which of the maps an entry of a report is from.
     enum EKind { eKind_Tempo, eKind_Meter, eKind_Key };

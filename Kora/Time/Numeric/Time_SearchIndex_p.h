@@ -16,7 +16,7 @@
 // A probe at or past the last key, as those that follow an append are, is answered at once.
 //
 // Units:      Key is std::int64_t (ticks, bars) or double (samples). 12 to 24 bytes a key where one grid
-//             serves, and at most cMostBytes where grids stand in grids.
+//             serves, 4 to 8 where the keys are many, and at most cMostBytes where grids stand in grids.
 // Invariants: (1) keys ascend  (2) the entry of each bucket, up to the one behind the last key's, is the
 //             number of keys whose bucket is below, or the number of its grid, which knows it; no probe looks
 //             past that one, so that an append costs what it adds.
@@ -49,7 +49,8 @@ public:
             mGridEntries.clear();
             LayRoot(iKeyAt);
             Crowds crowds = CountFrom(0, iCount, 0, iKeyAt);
-            if (!crowds.empty() && ChooseOctaves(mRoot, 0, iCount, true, iKeyAt))
+            const bool isCrowded = !crowds.empty() && CountIn(crowds) >= iCount / 4;
+            if (isCrowded && ChooseOctaves(mRoot, 0, iCount, true, iKeyAt))
                 crowds = CountFrom(0, iCount, 0, iKeyAt);
             CountAllBehindLast(iKeyAt);
             GiveGrids(crowds, iKeyAt);
@@ -127,6 +128,9 @@ public:
 private:
     static constexpr bool cIsFloat = std::is_floating_point_v<Key>;
     static constexpr std::size_t cFew = 4; // keys that a bucket has without a grid
+    // More keys than that and their grid are in no cache near the processor: there fewer buckets, which miss less
+    // often, take back the time that a second key in some costs.
+    static constexpr std::size_t cMany = std::size_t{1} << 17;
     static constexpr std::size_t cWrittenAtOnce = 8;
     static constexpr std::size_t cMostEntries = 8; // of all grids but the first, for each key
     static constexpr int cDeepest = 12;            // grids in grids
@@ -239,12 +243,13 @@ private:
         mLastKey = iKeyAt(mCount - 1);
     }
 
-    // At least two buckets a key, so that most hold one key or none. A quarter or more of the grid lies
-    // behind the last key at first, so that keys may move up.
+    // At least two buckets a key, so that most hold one key or none, or about one where keys are many. A quarter
+    // or more of the grid lies behind the last key at first, so that keys may move up.
     template <class KeyAt>
     void LayRoot(KeyAt iKeyAt)
     {
-        const std::size_t buckets = std::bit_ceil(std::max<std::size_t>(mCount, 1) * 3);
+        const std::size_t buckets =
+            std::bit_ceil(std::max<std::size_t>(mCount, 1) * (mCount > cMany ? 1 : 3));
         if (mCount >= 2) SetEnds(iKeyAt);
         mEntries.assign(buckets + 1 + cWrittenAtOnce, 0);
         mRoot = {};
@@ -256,7 +261,8 @@ private:
     bool GridFits(Key iLastKey, std::size_t iCount) const
     {
         const std::size_t buckets = mRoot.mLastBucket + std::size_t{1};
-        return !mEntries.empty() && iCount <= buckets / 2 && iCount >= buckets / 16 &&
+        const std::size_t most = iCount > cMany ? buckets + buckets / 2 : buckets / 2;
+        return !mEntries.empty() && iCount <= most && iCount >= buckets / 16 &&
                mGridEntries.size() <= cMostEntries / 2 * iCount && mRoot.HasInRange(iLastKey);
     }
 
@@ -323,7 +329,15 @@ private:
                 EntryFor(crowd.mFirst, crowd.mLast, crowd.mFirst, 1, iKeyAt);
     }
 
-    // How many of the keys [iFirst, iLast) lie in crowds.
+    // How many keys lie in crowds, but for the first few of each.
+    static std::size_t CountIn(const Crowds& iCrowds)
+    {
+        std::size_t crowded = 0;
+        for (const Crowd& crowd : iCrowds)
+            crowded += crowd.mLast - crowd.mFirst - cFew;
+        return crowded;
+    }
+    // The same of the keys [iFirst, iLast), by themselves.
     template <class KeyAt>
     static std::size_t CountCrowded(const Grid& iGrid, std::size_t iFirst, std::size_t iLast, KeyAt iKeyAt)
     {

@@ -3,6 +3,7 @@
 #include "Bastel/Cmn/Cmn_Exception.h"
 #include "Bastel/Cmn/Cmn_XMLNode.h"
 #include "Bastel/Sys/Sys_StdStreamHeader.h"
+#include "Kora/Sys/Sys_SlabHeap_p.h"
 #include "Kora/Time/Tempo/Time_BasicTempoMap.h"
 #include "Kora/Time/Tempo/Time_TempoLimits.h"
 
@@ -22,7 +23,33 @@ bool CheckTempo(double iBeatsPerMinute, const Time_TickLength& iTicksPerBeat)
            hasBeat;
 }
 
+// Not where a sanitizer watches, which sees who uses a segment that is gone in its own heap alone.
+#ifdef KORA_WATCHED_HEAP
+constexpr bool cHasSlabs = false;
+#else
+constexpr bool cHasSlabs = true;
+#endif
+
+bool IsInSlab(std::size_t iBytes) { return cHasSlabs && iBytes == sizeof(Time_ConstantTempoSeg); }
+
+// Never destroyed: hosts may have segments in static objects.
+Sys_SlabHeap& Slabs()
+{
+    static auto& sSlabs = *new Sys_SlabHeap(sizeof(Time_ConstantTempoSeg));
+    return sSlabs;
+}
+
 } // namespace
+
+void* Time_ConstantTempoSeg::operator new(std::size_t iBytes)
+{
+    return IsInSlab(iBytes) ? Slabs().Take() : ::operator new(iBytes);
+}
+
+void Time_ConstantTempoSeg::operator delete(void* iSegment, std::size_t iBytes) noexcept
+{
+    IsInSlab(iBytes) ? Slabs().Give(iSegment) : ::operator delete(iSegment);
+}
 
 Time_ConstantTempoSeg::Time_ConstantTempoSeg(Time_Tick iStartTick)
     : Time_TempoMapSegment(iStartTick)
@@ -35,7 +62,7 @@ Time_ConstantTempoSeg::Time_ConstantTempoSeg(Time_Tick iStartTick, double iBeats
 {
     if (!CheckTempo(iBeatsPerMinute, iTicksPerBeat)) return;
     mBeatsPerMinute = iBeatsPerMinute;
-    nTicksPerBeat = iTicksPerBeat;
+    SetTicksPerBeat(iTicksPerBeat);
 }
 
 Time_ConstantTempoSeg::Time_ConstantTempoSeg(const Time_ConstantTempoSeg&) = default;
@@ -69,11 +96,17 @@ void Time_ConstantTempoSeg::ReadTempo(Sys_TypedInStream& ioStream)
 {
     const Cmn_Int64 position = ioStream.GetPosition();
     mBeatsPerMinute = ioStream.ReadFloat64();
-    nTicksPerBeat = Time_TickLength(ioStream.ReadInt64());
+    SetTicksPerBeat(Time_TickLength(ioStream.ReadInt64()));
     // What locks out of order made a computed segment derive is as good as any: a rebuild derives it again.
     const double beatsPerMinute = IsComputed() ? cDefaultBeatsPerMinute : mBeatsPerMinute;
-    if (!Time_BasicTempoMapSegment::IsTempo(beatsPerMinute, nTicksPerBeat))
+    if (!Time_BasicTempoMapSegment::IsTempo(beatsPerMinute, GetTicksPerBeat()))
         throw Sys_StreamReadException(position);
+}
+
+void Time_ConstantTempoSeg::SetTicksPerBeat(const Time_TickLength& iTicksPerBeat)
+{
+    nTicksPerBeat = iTicksPerBeat.AsInt64();
+    mTickType = static_cast<Cmn_UInt8>(iTicksPerBeat.GetTickType());
 }
 
 void Time_ConstantTempoSeg::ComputeSampleLengthLimits(double& oMin, double& oMax,
@@ -81,9 +114,9 @@ void Time_ConstantTempoSeg::ComputeSampleLengthLimits(double& oMin, double& oMax
                                                       const Time_TempoLimits& iLimits,
                                                       double iSampleRate) const
 {
-    const double minutes = iLength.AsFloat64() / nTicksPerBeat.AsFloat64(); // at one beat a minute
-    oMin = minutes * iSampleRate * 60.0 / iLimits.GetMaxBPM(nTicksPerBeat);
-    oMax = minutes * iSampleRate * 60.0 / iLimits.GetMinBPM(nTicksPerBeat);
+    const double minutes = iLength.AsFloat64() / GetTicksPerBeat().AsFloat64(); // at one beat a minute
+    oMin = minutes * iSampleRate * 60.0 / iLimits.GetMaxBPM(GetTicksPerBeat());
+    oMax = minutes * iSampleRate * 60.0 / iLimits.GetMinBPM(GetTicksPerBeat());
 }
 
 void Time_ConstantTempoSeg::SetTempo(double iBeatsPerMinute, const Time_TickLength& iTicksPerBeat)
@@ -91,7 +124,7 @@ void Time_ConstantTempoSeg::SetTempo(double iBeatsPerMinute, const Time_TickLeng
     Cmn_ASSERT_IN("Time/Time_TempoMap", this->CanSetTempo());
     if (!CheckTempo(iBeatsPerMinute, iTicksPerBeat)) return;
     mBeatsPerMinute = iBeatsPerMinute;
-    nTicksPerBeat = iTicksPerBeat;
+    SetTicksPerBeat(iTicksPerBeat);
     mTempoIsUnspecified = false;
 }
 
@@ -108,7 +141,7 @@ void Time_ConstantTempoSeg::GenerateForward(Time_BasicTempoMap& ioMap, const Tim
     if (!CheckIsValid()) return;
     Cmn_ASSERT_IN("Time/Time_TempoMap", !this->IsComputed());
     double beatsPerMinute = mBeatsPerMinute;
-    Time_TickLength ticksPerBeat = nTicksPerBeat;
+    Time_TickLength ticksPerBeat = GetTicksPerBeat();
     if (mTempoIsUnspecified) {
         if (!IsLockedToSample() || iPrevious != nullptr) return;
         if (iNext == nullptr || !iNext->GetTempo(beatsPerMinute, ticksPerBeat)) beatsPerMinute = 0;
@@ -136,10 +169,10 @@ void Time_ConstantTempoSeg::GenerateBackward(Time_BasicTempoMap& ioMap, double i
         const double startSample = IsLockedToSample() ? static_cast<double>(GetStartSample().AsInt64())
                                                       : ioMap.FractionalSampleAtTick(start);
         segment.SetEndSample(start, iEndTick, startSample, iFractionalEndSample);
-        mBeatsPerMinute = segment.GetBeatsPerMinute(ioMap.GetSampleRate(), nTicksPerBeat);
+        mBeatsPerMinute = segment.GetBeatsPerMinute(ioMap.GetSampleRate(), GetTicksPerBeat());
     } else {
         segment.SetBackTempo(start, iEndTick, iFractionalEndSample, ioMap.GetSampleRate(), mBeatsPerMinute,
-                             nTicksPerBeat);
+                             GetTicksPerBeat());
     }
     ioMap.InsertSegment(segment);
 }
@@ -148,7 +181,7 @@ bool Time_ConstantTempoSeg::GetTempo(double& oBeatsPerMinute, Time_TickLength& o
 {
     if (mTempoIsUnspecified) return false;
     oBeatsPerMinute = mBeatsPerMinute;
-    oTicksPerBeat = nTicksPerBeat;
+    oTicksPerBeat = GetTicksPerBeat();
     return true;
 }
 
@@ -157,7 +190,7 @@ void Time_ConstantTempoSeg::Split(std::unique_ptr<Time_TempoMapSegment>& oFirst,
 {
     oFirst = this->Clone();
     oFirst->SetIsComputed(false);
-    oSecond = std::make_unique<Time_ConstantTempoSeg>(iTick, mBeatsPerMinute, nTicksPerBeat);
+    oSecond = std::make_unique<Time_ConstantTempoSeg>(iTick, mBeatsPerMinute, GetTicksPerBeat());
 }
 
 void Time_ConstantTempoSeg::StreamOut(Sys_TypedOutStream& ioStream) const
@@ -165,7 +198,7 @@ void Time_ConstantTempoSeg::StreamOut(Sys_TypedOutStream& ioStream) const
     Sys_StdStreamHeaderWriter header(ioStream, cStreamName, cVersion);
     StreamOutBase(ioStream);
     ioStream.WriteFloat64(mBeatsPerMinute);
-    ioStream.WriteInt64(nTicksPerBeat.AsInt64());
+    ioStream.WriteInt64(nTicksPerBeat);
     ioStream.WriteBool(mTempoIsUnspecified);
     header.PatchSize();
 }
@@ -175,7 +208,7 @@ Cmn_XMLNode Time_ConstantTempoSeg::GetAsXML() const
     Cmn_XMLNode node = GetBaseAsXML();
     Cmn_XMLNode& constant = node.AddChild(Cmn_XMLNode("ConstantTempoMapSegment"));
     constant.AddValue("mTempoIsUnspecified", mTempoIsUnspecified);
-    constant.AddValue("nTicksPerBeat", nTicksPerBeat.AsInt64());
+    constant.AddValue("nTicksPerBeat", nTicksPerBeat);
     constant.AddValue("mBeatsPerMinute", mBeatsPerMinute);
     return node;
 }
@@ -185,6 +218,6 @@ std::string Time_ConstantTempoSeg::Dump() const
     if (mTempoIsUnspecified) return DumpBase() + ": no tempo of its own";
     std::ostringstream text;
     text.precision(17);
-    text << DumpBase() << ": " << mBeatsPerMinute << " bpm per " << nTicksPerBeat.AsInt64() << " ticks";
+    text << DumpBase() << ": " << mBeatsPerMinute << " bpm per " << nTicksPerBeat << " ticks";
     return text.str();
 }

@@ -13,6 +13,9 @@
 #include "Kora/Time/Tempo/Time_TempoMapSegment.h"
 #include "Kora/Time/Values/Time_SongDefaults.h"
 
+#include <cstddef>
+#include <new>
+
 // Not in the exported class, so that every module has them as constants of its own.
 struct Time_ConstantTempoSegConstants : Time_DefaultTempo
 {
@@ -41,8 +44,29 @@ public:
     Time_ConstantTempoSeg(Sys_TypedInStream& ioStream, EReadPrevSeg);
     ~Time_ConstantTempoSeg() override;
 
+    // A song may have a million segments: each takes its own bytes, without those that the system's heap adds.
+    // Objects of derived classes are the system's heap's.
+    static void* operator new(std::size_t iBytes);
+    // What operator new gave.
+    static void operator delete(void* iSegment, std::size_t iBytes) noexcept;
+    // Of a derived class that is aligned more than usual.
+    static void* operator new(std::size_t iBytes, std::align_val_t iAlignment)
+    {
+        return ::operator new(iBytes, iAlignment);
+    }
+    // As the one above.
+    static void operator delete(void* iSegment, std::size_t, std::align_val_t iAlignment) noexcept
+    {
+        ::operator delete(iSegment, iAlignment);
+    }
+    // At a place of the caller's.
+    static void* operator new(std::size_t, void* iPlace) noexcept { return iPlace; }
+
     double GetBeatsPerMinute() const { return mBeatsPerMinute; }
-    Time_TickLength GetTicksPerBeat() const { return nTicksPerBeat; }
+    Time_TickLength GetTicksPerBeat() const
+    {
+        return Time_TickLength(nTicksPerBeat, static_cast<Time_ETickType>(mTickType));
+    }
     bool IsTempoUnspecified() const { return mTempoIsUnspecified; }
     // What is stored stays, and is not asked for until SetTempo.
     void SetTempoIsUnspecified() { mTempoIsUnspecified = true; }
@@ -76,9 +100,12 @@ private:
 
     Time_ConstantTempoSeg(class Sys_StdStreamHeaderReader&& iHeader, Sys_TypedInStream& ioStream);
     void ReadTempo(Sys_TypedInStream& ioStream);
+    void SetTicksPerBeat(const Time_TickLength& iTicksPerBeat);
 
+    // The small ones first, behind the base class's.
+    bool mTempoIsUnspecified = false;
+    Cmn_UInt8 mTickType = Time_eTickType_Internal; // of the beat
     // Derived by each rebuild when the segment is computed, inside a map too, where segments are read-only.
     mutable double mBeatsPerMinute = cDefaultBeatsPerMinute;
-    Time_TickLength nTicksPerBeat = cDefaultTicksPerBeat;
-    bool mTempoIsUnspecified = false;
+    Cmn_Int64 nTicksPerBeat = cDefaultTicksPerBeat.AsInt64();
 };

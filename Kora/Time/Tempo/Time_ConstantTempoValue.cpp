@@ -38,7 +38,7 @@ std::unique_ptr<Time_TempoMapSegment> Time_ConstantTempoValue::MakeSegment() con
     segment->SetIsCopyAnchor((mFlags & eCopyAnchor) != 0);
     // Not by SetTempo: what locks out of order made a computed segment derive is no tempo.
     segment->mBeatsPerMinute = mBeatsPerMinute;
-    segment->nTicksPerBeat = Time_TickLength(mTicksPerBeat);
+    segment->SetTicksPerBeat(Time_TickLength(mTicksPerBeat));
     if ((mFlags & eUnspecified) != 0) segment->SetTempoIsUnspecified();
     return segment;
 }

@@ -107,9 +107,9 @@ void Time_TempoMap::AddSegment(std::unique_ptr<Time_TempoMapSegment> iSegmentP)
     const Time_TempoMap_StEditOptimizer edit(*this);
     DirtyBasicMap();
     const Time_Tick start = iSegmentP->GetStartTick();
-    const bool isBehindAll = mSegments.empty() || (*std::prev(mSegments.end()))->GetStartTick() < start;
+    const bool isAtEnd = mSegments.empty() || (*std::prev(mSegments.end()))->GetStartTick() <= start;
     const bool isInBracket = mEditCount > 1; // around the edit here
-    if (isInBracket && !(isBehindAll && mAdded.empty())) return mAdded.push_back(std::move(iSegmentP));
+    if (isInBracket && !(isAtEnd && mAdded.empty())) return mAdded.push_back(std::move(iSegmentP));
     Settled();
     const Cmn_UInt8 notes = Time_TempoMapCache::NotesOf(*iSegmentP);
     MakeRoom(1); // so that a segment is never put without its notes
@@ -176,7 +176,7 @@ void Time_TempoMap::SettleAdded() const
     }
     while (kept < old.size())
         keepOld();
-    mAdded.clear();
+    Segments().swap(mAdded);
 }
 
 void Time_TempoMap::RemoveSegments(std::size_t iFirst, std::size_t iLast)
@@ -242,7 +242,6 @@ void Time_TempoMap::ReplaceWith(Time_TempoMap&& ioOther)
 {
     if (this == &ioOther) return;
     ioOther.UpdateBasicMapIfNeeded();
-    mCache->Reserve(ioOther.mSegments.size());
     NdoAboutToModify();
     ioOther.NdoAboutToModify();
     const Time_TempoMap_StEditOptimizer edit(*this), otherEdit(ioOther);

@@ -284,6 +284,7 @@ private:
         return mSegments.begin() + static_cast<std::ptrdiff_t>(iIndex);
     }
 
+    Segments ReadTriedOut(Sys_TypedInStream& ioStream) const;
     static Segments ReadSegments(Sys_TypedInStream& ioStream, Places& oPlaces);
     Segments TriedOut(Segments iSegments, const Places& iPlaces) const;
 

@@ -84,14 +84,12 @@ void Time_TempoMapCache::SetAll()
 
 void Time_TempoMapCache::TakeAll(Time_TempoMapCache& ioOther)
 {
-    if (!ioOther.mChanges.mNothing || ioOther.mBasicMap.GetSampleRate() != mBasicMap.GetSampleRate()) {
-        SetAll();
-        return;
-    }
     mTaker.ReplacedAll();
     mNotes.swap(ioOther.mNotes);
     mLockedCount = ioOther.mLockedCount;
     mSongStartCount = ioOther.mSongStartCount;
+    mChanges.mEverything = true;
+    if (!ioOther.mChanges.mNothing || ioOther.mBasicMap.GetSampleRate() != mBasicMap.GetSampleRate()) return;
     mChanges = ioOther.mChanges;
     mBasicMap.Swap(ioOther.mBasicMap);
     mIsRegular = ioOther.mIsRegular;

@@ -17,10 +17,10 @@ Time_TempoMapSegment::Time_TempoMapSegment(Time_Tick iStartTick)
 }
 
 Time_TempoMapSegment::Time_TempoMapSegment(const Time_TempoMapSegment& iOther)
-    : mIsComputed(iOther.mIsComputed)
-    , mIsLockedToSample(iOther.mIsLockedToSample)
-    , nLockedStartSample(iOther.nLockedStartSample)
+    : nLockedStartSample(iOther.nLockedStartSample)
     , nStartTick(iOther.nStartTick)
+    , mIsComputed(iOther.mIsComputed)
+    , mIsLockedToSample(iOther.mIsLockedToSample)
     , mIsSongStart(iOther.mIsSongStart)
     , mIsCopyAnchor(iOther.mIsCopyAnchor)
 {

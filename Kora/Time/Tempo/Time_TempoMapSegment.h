@@ -99,13 +99,14 @@ protected:
     [[nodiscard]] std::string DumpBase() const;
 
 private:
-    static constexpr Cmn_Int32 cValid = 424;
+    static constexpr Cmn_Int16 cValid = 424;
 
-    bool mIsComputed = false;
-    bool mIsLockedToSample = false;
+    // A song may have a million: the small ones last, where a derived class's small ones find room beside them.
     Time_Sample nLockedStartSample;
     Time_Tick nStartTick;
+    bool mIsComputed = false;
+    bool mIsLockedToSample = false;
     bool mIsSongStart = false;
     bool mIsCopyAnchor = false;
-    Cmn_Int32 mValidCheck = cValid;
+    Cmn_Int16 mValidCheck = cValid;
 };

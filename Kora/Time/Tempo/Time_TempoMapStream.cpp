@@ -35,12 +35,18 @@ void Time_TempoMap::StreamOut(Sys_TypedOutStream& ioStream) const
 
 void Time_TempoMap::StreamIn(Sys_TypedInStream& ioStream)
 {
-    Places places;
-    Segments segments = ReadSegments(ioStream, places);
-    segments = TriedOut(std::move(segments), places);
+    Segments segments = ReadTriedOut(ioStream);
     const Time_TempoMap_StEditOptimizer edit(*this);
     DirtyBasicMap();
     SetSegments(std::move(segments));
+}
+
+// The places, which a trial alone needs, are gone before the map takes its memory.
+Time_TempoMap::Segments Time_TempoMap::ReadTriedOut(Sys_TypedInStream& ioStream) const
+{
+    Places places;
+    Segments segments = ReadSegments(ioStream, places);
+    return TriedOut(std::move(segments), places);
 }
 
 Time_TempoMap::Segments Time_TempoMap::ReadSegments(Sys_TypedInStream& ioStream, Places& oPlaces)
@@ -52,6 +58,7 @@ Time_TempoMap::Segments Time_TempoMap::ReadSegments(Sys_TypedInStream& ioStream,
         throw Sys_StreamReadException(ioStream.GetPosition());
     Segments segments;
     segments.reserve(static_cast<std::size_t>(count));
+    oPlaces.reserve(static_cast<std::size_t>(count));
     for (Cmn_Int32 i = 0; i < count; ++i) {
         const Cmn_Int64 start = ioStream.GetPosition();
         if (!header.IsMoreLeft()) throw Sys_StreamReadException(start);

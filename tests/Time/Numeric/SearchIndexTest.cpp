@@ -121,7 +121,7 @@ TYPED_TEST(SearchIndex, ReadsFewKeysInBoundedMemoryAndServesWithoutIt)
 // However many keys there are already: an append, and a change that leaves the keys behind it, read a few.
 TEST(SearchIndexOfIntegers, EditsReadNoMoreKeysAmidMany)
 {
-    for (const std::size_t count : {std::size_t{1000}, std::size_t{100000}}) {
+    for (const std::size_t count : {std::size_t{1000}, std::size_t{100000}, std::size_t{200000}}) {
         SCOPED_TRACE(count);
         std::mt19937_64 random(count);
         std::vector<Cmn_Int64> keys;

@@ -2,6 +2,7 @@
 #include "Time/Tempo/TempoMapTools.h"
 
 #include <cmath>
+#include <cstdint>
 
 namespace {
 
@@ -185,6 +186,35 @@ TEST(ConstantTempoSeg, SplittingKeepsTheTempoAndDropsTheFlags)
     segment->Split(first, second, Time_Tick(100));
     EXPECT_EQ(first->Dump(), "tick 5, locked to sample 9, song start: 77 bpm per 480000 ticks");
     EXPECT_EQ(second->Dump(), "tick 100: 77 bpm per 480000 ticks");
+}
+
+// Each kind has its memory from elsewhere, and goes by a pointer to the base class all the same.
+TEST(ConstantTempoSeg, SegmentsAndThoseOfDerivedClassesComeAndGoMixed)
+{
+    struct Bigger : Time_ConstantTempoSeg
+    {
+        using Time_ConstantTempoSeg::Time_ConstantTempoSeg;
+        Cmn_Int64 mOwn[3] = {1, 2, 3};
+    };
+    struct alignas(64) Aligned : Time_ConstantTempoSeg
+    {
+        using Time_ConstantTempoSeg::Time_ConstantTempoSeg;
+    };
+    std::vector<std::unique_ptr<Time_TempoMapSegment>> segments;
+    for (int i = 0; i < 3000; ++i) {
+        const Time_Tick tick(i);
+        if (i % 3 == 0) segments.push_back(std::make_unique<Time_ConstantTempoSeg>(tick));
+        if (i % 3 == 1) segments.push_back(std::make_unique<Bigger>(tick));
+        if (i % 3 == 2) segments.push_back(std::make_unique<Aligned>(tick));
+        EXPECT_EQ(reinterpret_cast<std::uintptr_t>(segments.back().get()) % (i % 3 == 2 ? 64 : 8), 0U);
+        if (i % 7 == 0) segments.erase(segments.begin() + i / 2);
+    }
+    Cmn_Int64 last = -1;
+    for (const auto& segment : segments) {
+        EXPECT_GT(segment->GetStartTick().AsInt64(), last);
+        EXPECT_TRUE(segment->CheckIsValid());
+        last = segment->GetStartTick().AsInt64();
+    }
 }
 
 TEST(ConstantTempoSeg, StreamsBothLayouts)
