@@ -25,7 +25,7 @@ public:
     // Where the next iCount bytes go, at most as many as the largest value has.
     Cmn_UInt8* Take(std::size_t iCount)
     {
-        if (iCount > mSize - mUsed) Flush();
+        if (iCount > mSize - mUsed) FlushBlocks();
         mUsed += iCount;
         return mBytes.get() + mUsed - iCount;
     }
@@ -36,18 +36,28 @@ public:
     }
     // Bytes so far.
     Cmn_Int64 GetPosition() const { return mFlushed + static_cast<Cmn_Int64>(mUsed); }
-    void Flush()
-    {
-        mIndex.Add(mBytes.get(), mUsed);
-        mStream.WriteBytes(mBytes.get(), mUsed);
-        mFlushed += static_cast<Cmn_Int64>(mUsed);
-        mUsed = 0;
-    }
+    void Flush() { Flush(mUsed); }
 
 private:
     // More than a stream's buffer takes, so that nothing is copied twice.
-    static constexpr Cmn_Int64 cPiece = 2 * Cmn_Int64{Sys_OutStreamLimits::cBufferSize};
-    static_assert(cPiece > Cmn_Int64{FF_TOCBytes::cLargestValue});
+    static constexpr Cmn_Int64 cBlock = Cmn_Int64{Sys_OutStreamLimits::cBlockSize};
+    static constexpr Cmn_Int64 cPiece = cBlock + Cmn_Int64{Sys_OutStreamLimits::cBufferSize};
+    static_assert(cPiece - cBlock > Cmn_Int64{FF_TOCBytes::cLargestValue});
+
+    // Up to the end of the file's last whole block.
+    void FlushBlocks()
+    {
+        Flush(mUsed -
+              static_cast<std::size_t>((mStream.GetPosition() + static_cast<Cmn_Int64>(mUsed)) % cBlock));
+    }
+    void Flush(std::size_t iCount)
+    {
+        mIndex.Add(mBytes.get(), iCount);
+        mStream.WriteBytes(mBytes.get(), iCount);
+        mFlushed += static_cast<Cmn_Int64>(iCount);
+        mUsed -= iCount;
+        std::memmove(mBytes.get(), mBytes.get() + iCount, mUsed);
+    }
 
     Sys_TypedOutStream& mStream;
     FF_TOCIndexMaker& mIndex;
