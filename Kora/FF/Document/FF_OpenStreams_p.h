@@ -15,13 +15,34 @@ public:
     {
     }
 
+    // A stream that is open for a scope, and begins where the one around it does.
+    class StInnermost
+    {
+    public:
+        StInnermost(OpenStreams& ioStreams, Cmn_Int16 iStreamType)
+            : mStreams(ioStreams)
+        {
+            mStreams.Push(iStreamType, mStreams.mStart);
+        }
+        ~StInnermost() { mStreams.Pop(); }
+        StInnermost(const StInnermost&) = delete;
+        StInnermost& operator=(const StInnermost&) = delete;
+
+    private:
+        OpenStreams& mStreams;
+    };
+
     std::vector<Context>& GetContexts() { return mCurrentContext; }
     bool IsEmpty() const { return mCurrentContext.empty(); }
     // Start of the innermost stream; 0 where none is open.
     Cmn_UInt32 GetStart() const { return mStart; }
     void SetStart(Cmn_UInt32 iStart) { mStart = iStart; }
 
-    void Push(Cmn_Int16 iStreamType, Cmn_UInt32 iStreamStart);
+    void Push(Cmn_Int16 iStreamType, Cmn_UInt32 iStreamStart)
+    {
+        mCurrentContext.emplace_back(iStreamType, mStart);
+        mStart = iStreamStart;
+    }
     void Pop(); // asserts "!mCurrentContext.empty()" and does nothing where none is open
     void Clear();
     // Exchanges all of them for the given ones.

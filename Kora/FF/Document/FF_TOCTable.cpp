@@ -41,20 +41,6 @@ Cmn_UInt64 FF_TOCTable::HashOf(std::span<const C> iContexts) const
     return hash * mFactor;
 }
 
-// Whether the contexts are above every key; false where that is not known.
-bool FF_TOCTable::IsBehindAll(std::span<const FF_Document::Context> iContexts) const
-{
-    if (mAscending != mKeys.size()) return false;
-    if (mKeys.empty()) return true;
-    const Key& last = mKeys.back();
-    const Context* const contexts = mContexts.data() + last.mFirstContext;
-    const std::size_t common = std::min<std::size_t>(last.mContextCount, iContexts.size());
-    for (std::size_t i = 0; i < common; ++i)
-        if (const Cmn_UInt64 rank = RankOf(iContexts[i]); contexts[i].GetRank() != rank)
-            return contexts[i].GetRank() < rank;
-    return last.mContextCount < iContexts.size();
-}
-
 Cmn_Int32 FF_TOCTable::FindAmongAll(std::span<const FF_Document::Context> iContexts) const
 {
     if (IsBehindAll(iContexts)) return FF_Document::TOC::cNone;
@@ -155,26 +141,23 @@ void FF_TOCTable::TakeParents(Cmn_Int32 iEntry, std::span<const FF_Document::Con
     }
 }
 
-Cmn_Int32 FF_TOCTable::Add(std::span<const FF_Document::Context> iContexts)
+Cmn_Int32 FF_TOCTable::Add(std::span<const FF_Document::Context> iContexts, bool iIsBehindAll)
 {
-    // Room first: what follows must not fail half-way.
+    // Room first: what follows must not fail half-way. Nearly all keys have a value.
     mKeys.ReserveMore(1);
     mContexts.ReserveMore(iContexts.size());
+    mValues.ReserveMore(1);
     if (!mSlots.empty()) MakeSlotsFor(mKeys.size() + 1);
-    const bool isAscending = IsBehindAll(iContexts);
     const std::size_t entry = mKeys.size();
-    Key& key = *mKeys.Extend(1);
-    key.mFirstContext = static_cast<Cmn_UInt32>(mContexts.size());
-    key.mContextCount = static_cast<Cmn_UInt32>(iContexts.size());
-    key.mFirstValue = static_cast<Cmn_UInt32>(mValues.size());
-    key.mValueCount = key.mValueRoom = 0;
+    *mKeys.Extend(1) = {static_cast<Cmn_UInt32>(mContexts.size()), static_cast<Cmn_UInt32>(iContexts.size()),
+                        static_cast<Cmn_UInt32>(mValues.size()), 0, 1};
+    mValues.Extend(1);
     Context* to = mContexts.Extend(iContexts.size());
     for (const FF_Document::Context& context : iContexts)
-        std::construct_at(to++, context.GetStreamType(), context.GetParentPosition(), context.IsList(),
-                          context.GetListIndex());
+        *to++ = Flat(context);
     if (!mSlots.empty()) PutInSlot(HashOf(iContexts), entry);
     mKeyBytes += KeySize(iContexts.size());
-    if (isAscending) ++mAscending;
+    if (iIsBehindAll) ++mAscending;
     return static_cast<Cmn_Int32>(entry);
 }
 
@@ -210,8 +193,8 @@ void FF_TOCTable::AddValue(Cmn_Int32 iEntry, std::string_view iText, const Cmn_U
     Key& key = mKeys[static_cast<std::size_t>(iEntry)];
     if (key.mValueCount == key.mValueRoom) MakeRoomForValues(key, std::max<std::size_t>(1, key.mValueRoom));
     // With room for the piece that mostly comes.
-    constexpr std::size_t cWithoutText =
-        B::cLocalHeader + B::cOffsetSize + B::cPartHeader + 4 + B::cPartHeader;
+    constexpr std::size_t cDisplayHeader = B::cPartHeader + 4;
+    constexpr std::size_t cWithoutText = B::cLocalHeader + B::cOffsetSize + cDisplayHeader + B::cPartHeader;
     const std::size_t room = cWithoutText + iText.size();
     const std::size_t begin = mArena.size();
     Cmn_UInt8* at = mArena.Extend(room);
@@ -224,12 +207,13 @@ void FF_TOCTable::AddValue(Cmn_Int32 iEntry, std::string_view iText, const Cmn_U
         size = room;
         mHighestOffset = std::max(mHighestOffset, *iOffset);
     }
-    *at = FF_Document::DisplayInfo::cString;
-    Sys_StoreInteger(at + 1, static_cast<Cmn_UInt16>(4 + iText.size()), false);
-    Sys_StoreInteger(at + B::cPartHeader, static_cast<Cmn_UInt32>(iText.size()), false);
-    at = std::copy(iText.begin(), iText.end(), at + B::cPartHeader + 4);
+    // Type, size, count as one word, which reaches into what follows.
+    const Cmn_UInt64 count = iText.size();
+    Sys_StoreInteger(at, FF_Document::DisplayInfo::cString | (4 + count) << 8 | count << 24, false);
+    at += cDisplayHeader;
+    Sys_CopyBytes(at, iText.data(), iText.size());
     // The index information, of type 0 and no bytes.
-    std::fill_n(at, B::cPartHeader, Cmn_UInt8{0});
+    std::memset(at + iText.size(), 0, B::cPartHeader);
 
     mValues[key.mFirstValue + std::size_t{key.mValueCount}] = {begin, static_cast<Cmn_UInt32>(size),
                                                                static_cast<Cmn_UInt32>(room)};

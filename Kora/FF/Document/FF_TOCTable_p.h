@@ -27,6 +27,7 @@
 #include "Kora/FF/Format/FF_TOCBytes_p.h"
 #include "Kora/FF/Format/FF_TOCIndex_p.h"
 
+#include <algorithm>
 #include <array>
 
 class FF_TOCTable
@@ -61,6 +62,9 @@ public:
         Cmn_UInt32 mValueRoom;
     };
 
+    // In place of an entry: no key is the one that is asked for, and that one is above all.
+    static constexpr Cmn_Int32 cBehindAll = FF_Document::TOC::cNone - 1;
+
     FF_TOCTable();
 
     std::size_t GetNumKeys() const { return mKeys.size(); }
@@ -80,11 +84,27 @@ public:
             if (IsKey(entry, iContexts)) return static_cast<Cmn_Int32>(entry);
         return FindAmongAll(iContexts);
     }
+    // Whether the contexts are above every key; false where that is not known.
+    bool IsBehindAll(std::span<const FF_Document::Context> iContexts) const
+    {
+        if (mAscending != mKeys.size()) return false;
+        if (mKeys.empty()) return true;
+        const std::span<const Context> last = GetContexts(mKeys.back());
+        for (std::size_t i = 0; i < (std::min)(last.size(), iContexts.size()); ++i) {
+            const Cmn_UInt64 rank = RankOf(iContexts[i]);
+            if (last[i].GetRank() != rank) return last[i].GetRank() < rank;
+        }
+        return last.size() < iContexts.size();
+    }
     // The entry that is iNth in ascending order of the keys.
     Cmn_Int32 GetInOrder(Cmn_Int32 iNth) const;
 
-    // A key that is not there.
-    Cmn_Int32 Add(std::span<const FF_Document::Context> iContexts);
+    // A key that is not there, nor above all unless IsBehindAll says so.
+    Cmn_Int32 Add(std::span<const FF_Document::Context> iContexts, bool iIsBehindAll);
+    Cmn_Int32 Add(std::span<const FF_Document::Context> iContexts)
+    {
+        return Add(iContexts, IsBehindAll(iContexts));
+    }
     // The key takes the parent positions that are known.
     void TakeParents(Cmn_Int32 iEntry, std::span<const FF_Document::Context> iContexts);
     void SetIsList(Cmn_Int32 iEntry, bool iIsList);
@@ -152,7 +172,6 @@ private:
             if (stored[i].GetRank() != RankOf(iContexts[i])) return false;
         return true;
     }
-    bool IsBehindAll(std::span<const FF_Document::Context> iContexts) const;
     Cmn_Int32 FindAmongAll(std::span<const FF_Document::Context> iContexts) const;
     Cmn_Int32 FindBySlots(std::span<const FF_Document::Context> iContexts) const;
     void PutInSlot(Cmn_UInt64 iHash, std::size_t iEntry) const;
