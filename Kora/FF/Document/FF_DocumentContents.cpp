@@ -64,7 +64,7 @@ Cmn_Int32 FF_Document::Register(std::span<const Context> iKey, Cmn_Int32 iKnown,
             2 * cPartHead + cCountSize + static_cast<Cmn_Int64>(std::min(text, StringDisplayInfo::cMaxText));
     }
     const Cmn_Int64 most = table.GetStreamSize(growth);
-    if (mOutStream) RequireRoomFor(most);
+    if (mOutStream && mOutStream->GetEnd() + most > mSizeLimit) ThrowNoRoom();
 
     const auto offset = static_cast<Cmn_UInt32>(iPosition);
     const TOC::Entry entry =
@@ -80,9 +80,8 @@ Cmn_Int32 FF_Document::Register(std::span<const Context> iKey, Cmn_Int32 iKnown,
     return entry;
 }
 
-void FF_Document::RequireRoomFor(Cmn_Int64 iTable) const
+void FF_Document::ThrowNoRoom() const
 {
-    if (mOutStream->GetEnd() + iTable <= mSizeLimit) return;
     Sys_StreamWriteException exception(mOutStream->GetEnd());
     Name(exception);
     throw exception;

@@ -251,11 +251,7 @@ std::strong_ordering FF_TOCPages::Compare(std::span<const Cmn_UInt8> iKey,
     return count <=> iContexts.size();
 }
 
-FF_TOCTable::Context FF_TOCPages::ContextAt(const Cmn_UInt8* iAt) const
-{
-    return {Sys_LoadInteger<Cmn_Int16>(iAt, mSwap), Sys_LoadInteger<Cmn_UInt32>(iAt + 2, mSwap), iAt[6] != 0,
-            Sys_LoadInteger<Cmn_Int32>(iAt + 7, mSwap)};
-}
+FF_TOCTable::Context FF_TOCPages::ContextAt(const Cmn_UInt8* iAt) const { return {iAt, mSwap}; }
 
 std::span<const Cmn_UInt8> FF_TOCPages::RecordAt(const Page& iPage, std::size_t iRecord)
 {
