@@ -37,7 +37,7 @@ inline void PutValue(Cmn_UInt8* oAt, std::string_view iText, const Cmn_UInt32* i
     const Cmn_UInt64 count = iText.size();
     Sys_StoreInteger(oAt, FF_Document::DisplayInfo::cString | (4 + count) << 8 | count << 24, false);
     oAt += cDisplayHeader;
-    Sys_CopyBytes(oAt, iText.data(), iText.size());
+    if (!iText.empty()) Sys_CopyBytes(oAt, iText.data(), iText.size());
     // The index information, of type 0 and no bytes.
     std::memset(oAt + iText.size(), 0, FF_TOCBytes::cPartHeader);
 }
