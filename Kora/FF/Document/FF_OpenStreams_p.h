@@ -47,6 +47,8 @@ public:
     void Clear();
     // Exchanges all of them for the given ones.
     void Swap(std::vector<Context>& ioContexts, Cmn_UInt32 iStart);
+    // Exchanges memory for those that wait to be exchanged: scopes mostly follow one another.
+    void SwapSpare(std::vector<Context>& ioContexts) noexcept { mSpare.swap(ioContexts); }
 
     // Of the innermost stream; nothing, and false, where none is open.
     bool IsList() const { return !IsEmpty() && mCurrentContext.back().IsList(); }
@@ -66,6 +68,7 @@ public:
 private:
     FF_Document& mDocument;
     std::vector<Context> mCurrentContext;
+    std::vector<Context> mSpare; // means nothing
     Cmn_UInt32 mStart = 0;
 };
 
