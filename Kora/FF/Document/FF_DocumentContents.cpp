@@ -64,7 +64,7 @@ Cmn_Int32 FF_Document::Register(std::span<const Context> iKey, Cmn_Int32 iKnown,
             2 * cPartHead + cCountSize + static_cast<Cmn_Int64>(std::min(text, StringDisplayInfo::cMaxText));
     }
     const Cmn_Int64 most = table.GetStreamSize(growth);
-    if (mOutStream && mOutStream->GetEnd() + most > mSizeLimit) ThrowNoRoom();
+    if (mOutStream) RequireRoomFor(most);
 
     const auto offset = static_cast<Cmn_UInt32>(iPosition);
     const TOC::Entry entry =
@@ -78,6 +78,11 @@ Cmn_Int32 FF_Document::Register(std::span<const Context> iKey, Cmn_Int32 iKnown,
         mTOC->AddValue(entry, iDescription, &offset);
     if (mOutStream) LimitStream(isNewValue && isAsGiven ? most : table.GetStreamSize(0));
     return entry;
+}
+
+void FF_Document::RequireRoomFor(Cmn_Int64 iTable) const
+{
+    if (mOutStream->GetEnd() + iTable > mSizeLimit) ThrowNoRoom();
 }
 
 void FF_Document::ThrowNoRoom() const

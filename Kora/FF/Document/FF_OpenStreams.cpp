@@ -3,6 +3,12 @@
 #include "Bastel/Cmn/Cmn_Assert.h"
 #include "Bastel/Sys/Sys_FileBasedOutStream.h"
 
+void FF_Document::OpenStreams::Push(Cmn_Int16 iStreamType, Cmn_UInt32 iStreamStart)
+{
+    mCurrentContext.emplace_back(iStreamType, mStart);
+    mStart = iStreamStart;
+}
+
 void FF_Document::OpenStreams::Pop()
 {
     if (!Cmn_ASSERT(!mCurrentContext.empty())) return;

@@ -20,16 +20,16 @@ public:
     {
     public:
         StInnermost(OpenStreams& ioStreams, Cmn_Int16 iStreamType)
-            : mStreams(ioStreams)
+            : mContexts(ioStreams.mCurrentContext)
         {
-            mStreams.Push(iStreamType, mStreams.mStart);
+            mContexts.emplace_back(iStreamType, ioStreams.mStart);
         }
-        ~StInnermost() { mStreams.Pop(); }
+        ~StInnermost() { mContexts.pop_back(); }
         StInnermost(const StInnermost&) = delete;
         StInnermost& operator=(const StInnermost&) = delete;
 
     private:
-        OpenStreams& mStreams;
+        std::vector<Context>& mContexts;
     };
 
     std::vector<Context>& GetContexts() { return mCurrentContext; }
@@ -38,11 +38,7 @@ public:
     Cmn_UInt32 GetStart() const { return mStart; }
     void SetStart(Cmn_UInt32 iStart) { mStart = iStart; }
 
-    void Push(Cmn_Int16 iStreamType, Cmn_UInt32 iStreamStart)
-    {
-        mCurrentContext.emplace_back(iStreamType, mStart);
-        mStart = iStreamStart;
-    }
+    void Push(Cmn_Int16 iStreamType, Cmn_UInt32 iStreamStart);
     void Pop(); // asserts "!mCurrentContext.empty()" and does nothing where none is open
     void Clear();
     // Exchanges all of them for the given ones.
