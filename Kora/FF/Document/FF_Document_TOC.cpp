@@ -85,14 +85,7 @@ FF_Document::TOC::Entry FF_Document::TOC::GetInOrder(Cmn_Int32 iNth) const
 
 std::vector<FF_Document::Context> FF_Document::TOC::GetContexts(Entry iEntry) const
 {
-    const std::vector<FF_TOCTable::Context> flat =
-        mPages != nullptr ? mPages->GetContexts(iEntry) : mTable->GetContexts(iEntry);
-    std::vector<Context> contexts;
-    contexts.reserve(flat.size());
-    for (const FF_TOCTable::Context& context : flat)
-        contexts.emplace_back(context.GetStreamType(), context.mParent, context.mIsList,
-                              context.GetListIndex());
-    return contexts;
+    return mPages != nullptr ? mPages->GetContexts(iEntry) : mTable->GetContexts(iEntry);
 }
 
 std::span<const Cmn_UInt8> FF_Document::TOC::GetBytes(Entry iEntry, Cmn_Int32 iValue) const

@@ -436,13 +436,14 @@ const FF_TOCPages::KeyPlace& FF_TOCPages::Locate(Cmn_UInt32 iEntry)
     return Remember(page, key);
 }
 
-std::vector<FF_TOCTable::Context> FF_TOCPages::GetContexts(Cmn_Int32 iEntry)
+std::vector<FF_Document::Context> FF_TOCPages::GetContexts(Cmn_Int32 iEntry)
 {
     const KeyPlace& place = Locate(static_cast<Cmn_UInt32>(iEntry));
     const std::span<const Cmn_UInt8> key = KeyAt(Load(place.mPage), place.mKey);
-    std::vector<FF_TOCTable::Context> contexts;
+    std::vector<FF_Document::Context> contexts;
+    contexts.reserve(key.size() / cContextSize);
     for (std::size_t at = cCountSize; at + cCountSize < key.size(); at += cContextSize)
-        contexts.push_back(ContextAt(key.data() + at));
+        contexts.push_back(ContextAt(key.data() + at).Make());
     return contexts;
 }
 

@@ -202,13 +202,13 @@ bool FF_TOCTable::IsList(Cmn_Int32 iEntry) const
     return key.mContextCount != 0 && ContextAt(key, key.mContextCount - 1)[cListMark] != 0;
 }
 
-std::vector<FF_TOCTable::Context> FF_TOCTable::GetContexts(Cmn_Int32 iEntry) const
+std::vector<FF_Document::Context> FF_TOCTable::GetContexts(Cmn_Int32 iEntry) const
 {
     const Key& key = GetKey(iEntry);
-    std::vector<Context> contexts;
+    std::vector<FF_Document::Context> contexts;
     contexts.reserve(key.mContextCount);
     for (std::size_t i = 0; i < key.mContextCount; ++i)
-        contexts.emplace_back(ContextAt(key, i), false);
+        contexts.push_back(Context(ContextAt(key, i), false).Make());
     return contexts;
 }
 

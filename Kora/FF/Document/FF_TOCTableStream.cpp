@@ -156,7 +156,11 @@ void FF_TOCTable::ReadKey(FF_TOCCursor& ioCursor)
         ioCursor.Fill(cContextSize);
         const Cmn_UInt8* const at = ioCursor.Skip(cContextSize);
         ioCursor.Require(at[cListMark] <= 1);
-        Context(at, swap).Put(mRecords.Extend(cContextSize), false);
+        Cmn_UInt8* const to = mRecords.Extend(cContextSize);
+        if (swap)
+            Context(at, true).Put(to, false);
+        else
+            std::memcpy(to, at, cContextSize);
     }
     ioCursor.Require(mKeys.empty() || IsLess(mKeys.back(), key));
     mKeys.push_back(key);

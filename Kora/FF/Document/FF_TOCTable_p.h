@@ -60,6 +60,10 @@ public:
         Cmn_Int32 GetListIndex() const { return static_cast<Cmn_Int32>(mListRank ^ 0x80000000); }
         // Ascends as contexts do: by stream type, then list index.
         Cmn_UInt64 GetRank() const { return Cmn_UInt64{mTypeRank} << 32 | mListRank; }
+        FF_Document::Context Make() const
+        {
+            return FF_Document::Context(GetStreamType(), mParent, mIsList, GetListIndex());
+        }
         void Put(Cmn_UInt8* oBytes, bool iSwap) const
         {
             // Type (16), parent (32), list mark (8) as one word, into which the list index reaches.
@@ -87,7 +91,7 @@ public:
 
     std::size_t GetNumKeys() const { return mKeys.size(); }
     const Key& GetKey(Cmn_Int32 iEntry) const { return mKeys[static_cast<std::size_t>(iEntry)]; }
-    std::vector<Context> GetContexts(Cmn_Int32 iEntry) const;
+    std::vector<FF_Document::Context> GetContexts(Cmn_Int32 iEntry) const;
     // Of its innermost context.
     bool IsList(Cmn_Int32 iEntry) const;
     // The bytes of a value, little-endian.
