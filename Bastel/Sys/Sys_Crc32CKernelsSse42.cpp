@@ -70,25 +70,10 @@ Cmn_UInt64 ThreeParts(Cmn_UInt64 iRemainder, const Cmn_UInt8* iBytes, std::size_
                                     static_cast<Cmn_UInt64>(_mm_cvtsi128_si64(moved)));
 }
 
-// What is left is shorter than three parts.
-Cmn_UInt64 AllParts(Cmn_UInt64 iRemainder, const Cmn_UInt8*& ioBytes, std::size_t& ioCount)
-{
-    while (ioCount >= cFewestWords * 8) {
-        const std::size_t third = ioCount / 24;
-        const std::size_t part = third < cMostInPart ? third : cMostInPart;
-        iRemainder = ThreeParts(iRemainder, ioBytes, part);
-        ioBytes += part * 24;
-        ioCount -= part * 24;
-    }
-    return iRemainder;
-}
-
-} // namespace
-
-Cmn_UInt32 Sys_Crc32CSse42(Cmn_UInt32 iRemainder, const Cmn_UInt8* iBytes, std::size_t iCount)
+// Fewer than cFewestWords words.
+inline Cmn_UInt32 Short(Cmn_UInt64 iRemainder, const Cmn_UInt8* iBytes, std::size_t iCount)
 {
     Cmn_UInt64 remainder = iRemainder;
-    if (iCount >= cFewestWords * 8) remainder = AllParts(remainder, iBytes, iCount);
     const Cmn_UInt8* const end = iBytes + iCount / 8 * 8;
     for (; iBytes != end; iBytes += 8)
         remainder = _mm_crc32_u64(remainder, Load<Cmn_UInt64>(iBytes));
@@ -102,6 +87,23 @@ Cmn_UInt32 Sys_Crc32CSse42(Cmn_UInt32 iRemainder, const Cmn_UInt8* iBytes, std::
         iBytes += 2;
     }
     return (iCount & 1) != 0 ? _mm_crc32_u8(tail, *iBytes) : tail;
+}
+
+} // namespace
+
+Cmn_UInt32 Sys_Crc32CSse42(Cmn_UInt32 iRemainder, const Cmn_UInt8* iBytes, std::size_t iCount)
+{
+    // First of all, so that it saves none of the registers that three parts take.
+    if (iCount < cFewestWords * 8) return Short(iRemainder, iBytes, iCount);
+    Cmn_UInt64 remainder = iRemainder;
+    do {
+        const std::size_t third = iCount / 24;
+        const std::size_t part = third < cMostInPart ? third : cMostInPart;
+        remainder = ThreeParts(remainder, iBytes, part);
+        iBytes += part * 24;
+        iCount -= part * 24;
+    } while (iCount >= cFewestWords * 8);
+    return Short(remainder, iBytes, iCount);
 }
 
 Cmn_UInt32 Sys_Crc32CShiftSse42(Cmn_UInt32 iRemainder, Cmn_UInt64 iZeros)

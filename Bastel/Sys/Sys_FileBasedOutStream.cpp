@@ -68,6 +68,10 @@ std::size_t Sys_FileBasedOutStream::WritePastBuffer(const void* iBytes, std::siz
     if (iCount == 0 || mFailed || toLimit < 0 || iCount > static_cast<Cmn_UInt64>(toLimit)) return 0;
     bool fits = MakeRoom(iCount);
     if (!fits) {
+        if (!DrainBlocks()) return 0;
+        fits = MakeRoom(iCount);
+    }
+    if (!fits) {
         if (!Drain()) return 0;
         fits = iCount < cBufferSize && MakeRoom(iCount);
     }
@@ -91,7 +95,8 @@ bool Sys_FileBasedOutStream::MakeRoom(std::size_t iCount)
     const std::size_t wanted = mFill + iCount;
     if (wanted <= mCapacity) return true;
     if (iCount > cBufferSize || wanted > cBufferSize) return false;
-    const std::size_t capacity = std::min(std::max(wanted, 2 * mCapacity), cBufferSize);
+    const std::size_t doubled = std::max(wanted, 2 * mCapacity);
+    const std::size_t capacity = doubled < cBlockSize ? doubled : cBufferSize;
     std::unique_ptr<Cmn_UInt8[]> larger(new (std::nothrow) Cmn_UInt8[capacity]);
     if (larger == nullptr) return false;
     std::memcpy(larger.get(), mBuffer.get(), mFill);
@@ -130,6 +135,11 @@ bool Sys_FileBasedOutStream::Patch(Cmn_Int64 iPosition, const void* iBytes, std:
 
 bool Sys_FileBasedOutStream::PatchHeader(Cmn_Int64 iPosition, const void* iBytes, std::size_t iCount)
 {
+    const Cmn_Int64 inBuffer = iPosition - mBufferStart; // as nearly always
+    if (inBuffer >= 0 && iPosition + static_cast<Cmn_Int64>(iCount) <= Position()) {
+        std::memcpy(mBuffer.get() + inBuffer, iBytes, iCount);
+        return true;
+    }
     return IsWritten(iPosition, iCount) && Overwrite(iPosition, iBytes, iCount) == iCount;
 }
 
@@ -153,10 +163,6 @@ std::size_t Sys_FileBasedOutStream::Overwrite(Cmn_Int64 iPosition, const void* i
 {
     const auto* const bytes = static_cast<const Cmn_UInt8*>(iBytes);
     const Parts parts = PartsOf(iPosition, iCount);
-    if (parts.mInBuffer == iCount) { // as nearly always
-        std::memcpy(mBuffer.get() + parts.mOffset, bytes, iCount);
-        return iCount;
-    }
     const std::size_t before = WriteMasked(iPosition, bytes, parts.mBefore);
     if (before != parts.mBefore) return before;
     if (parts.mInBuffer != 0)
@@ -218,13 +224,23 @@ void Sys_FileBasedOutStream::Explain(Cmn_Exception& ioException) const
     ioException.SetOSError(mFailed ? mFailedError : mFile.GetLastError());
 }
 
-bool Sys_FileBasedOutStream::Drain()
+bool Sys_FileBasedOutStream::DrainBlocks()
 {
-    if (mFill == 0) return true;
+    constexpr Cmn_Int64 block = cBlockSize;
+    return DrainUpTo(std::max(Position() / block * block, mBufferStart));
+}
+
+bool Sys_FileBasedOutStream::Drain() { return DrainUpTo(Position()); }
+
+bool Sys_FileBasedOutStream::DrainUpTo(Cmn_Int64 iPosition)
+{
+    const auto count = static_cast<std::size_t>(iPosition - mBufferStart);
+    if (count == 0) return true;
     UpdateSums();
-    if (WriteMasked(mBufferStart, mBuffer.get(), mFill) != mFill) return false;
-    mBufferStart = Position();
-    mFill = 0;
+    if (WriteMasked(mBufferStart, mBuffer.get(), count) != count) return false;
+    mFill -= count;
+    std::memmove(mBuffer.get(), mBuffer.get() + count, mFill);
+    mBufferStart = iPosition;
     mFileEnd = std::max(mFileEnd, mBufferStart);
     FindRoom();
     return true;
@@ -236,9 +252,10 @@ std::size_t Sys_FileBasedOutStream::WriteMasked(Cmn_Int64 iPosition, const void*
     const bool isMasking = typeid(*this) != typeid(Sys_FileBasedOutStream);
     std::size_t done = 0;
     while (done < iCount) {
-        const std::size_t wanted = std::min(iCount - done, cBufferSize);
         const Cmn_UInt8* bytes = static_cast<const Cmn_UInt8*>(iBytes) + done;
         const Cmn_Int64 at = iPosition + static_cast<Cmn_Int64>(done);
+        const std::size_t toBlockEnd = cBlockSize - static_cast<std::size_t>(at) % cBlockSize;
+        const std::size_t wanted = std::min(iCount - done, toBlockEnd);
         if (isMasking) {
             if (wanted > mMasked.size()) mMasked.resize(wanted);
             std::memcpy(mMasked.data(), bytes, wanted);

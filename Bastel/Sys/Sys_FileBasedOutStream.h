@@ -19,8 +19,12 @@
 // Not in the exported class, so that every module has them as constants of its own.
 struct Sys_OutStreamLimits
 {
-    static constexpr std::size_t cBufferSize = std::size_t{256}
-                                               << 10; // at most; it grows with what is written
+    // What goes to the file at once, and begins and ends at a multiple of it where it can: systems keep such
+    // blocks in larger pages, and take them in less time.
+    static constexpr std::size_t cBlockSize = std::size_t{256} << 10;
+    // At most; it grows with what is written. It holds a block, and so much behind it that most streams that go
+    // over the block's end are whole by the time it is written, and their headers need no write of their own.
+    static constexpr std::size_t cBufferSize = cBlockSize + cBlockSize / 16;
     // Of the position up to which it may write.
     static constexpr Cmn_Int64 cNoLimit = 0x7FFFFFFFFFFFFFFF;
 };
@@ -85,7 +89,10 @@ private:
     // lies before the position.
     std::size_t Overwrite(Cmn_Int64 iPosition, const void* iBytes, std::size_t iCount);
     bool ReadBack(Cmn_Int64 iPosition, Cmn_UInt8* oBytes, std::size_t iCount);
+    // Writes the buffer to the file, up to the last block's end, or all of it; true where nothing is left to write.
+    bool DrainBlocks();
     bool Drain();
+    bool DrainUpTo(Cmn_Int64 iPosition);
     // Returns how many bytes are in the file.
     std::size_t WriteMasked(Cmn_Int64 iPosition, const void* iBytes, std::size_t iCount);
 

@@ -43,11 +43,11 @@ void Sys_OpenHeaders::Close(const void* iHeader, std::size_t iHeaderSize, Cmn_UI
     if (mLevels.empty()) return;
     // In the two pieces that were stored: a word from both would have to wait for the second.
     const std::size_t front = iHeaderSize - Sys_StdStreamHeaderFields::cBlockSize;
-    Add(iHeader, front);
-    Add(static_cast<const Cmn_UInt8*>(iHeader) + front, iHeaderSize - front);
+    const Cmn_UInt8* const block = static_cast<const Cmn_UInt8*>(iHeader) + front;
     Level& parent = mLevels.back();
-    parent.mSum = Sys_Crc32CCombine(parent.mSum, bodySum, iBodySize);
-    parent.mCovered += Cmn_Int64{iBodySize};
+    const Cmn_UInt32 sum = Sys_Crc32C(Sys_Crc32C(parent.mSum, iHeader, front), block, iHeaderSize - front);
+    parent.mSum = Sys_Crc32CCombine(sum, bodySum, iBodySize);
+    parent.mCovered += static_cast<Cmn_Int64>(iHeaderSize) + Cmn_Int64{iBodySize};
 }
 
 void Sys_OpenHeaders::Abandon() { mLevels.pop_back(); }

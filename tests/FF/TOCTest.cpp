@@ -211,7 +211,15 @@ private:
         for (std::size_t i = 0; i < contexts.size() && !isNew; ++i)
             if (const Cmn_UInt32 parent = contexts[i].GetParentPosition(); parent != Context::cNoParent)
                 at->second.mContexts[i].SetParentPosition(parent);
-        mTable.Insert(contexts);
+        if (!isNew || Below(2) == 0) {
+            mTable.Insert(contexts);
+            return;
+        }
+        // With its place, as a stream that is being written.
+        PlainValue& value = at->second.mValues.emplace_back();
+        value.mDisplay = std::string(Below(30), 'w');
+        value.AddOffset(Below(cEnd));
+        mDocument.AddTOCEntry(TOCKey(contexts), 0, value.mOffsets.front(), value.mDisplay);
     }
 
     void Change(TOC::Entry iEntry, Cmn_Int32 iValue, PlainValue& ioValue, Cmn_UInt32 iKind)
@@ -316,7 +324,8 @@ private:
     }
 
     std::mt19937 mRandom;
-    TOC mTable;
+    FF_Document mDocument{Sys_FileLoc("not opened"), FF_DocumentOptions()};
+    TOC& mTable = mDocument.GetTOC();
     std::map<TOCKey, PlainEntry> mModel;
     int mStep = 0;
 };

@@ -214,11 +214,12 @@ private:
     // Leaves room for the table in the file.
     void UpdateLimit();
     void LimitStream(Cmn_Int64 iTable); // bytes of the table's stream
-    // iKnown: the key's entry, TOC::cNone for none. iValueIndex: of a value of it, or one past the last. Returns the
+    // iKnown: the key's entry, negative for none. iValueIndex: of a value of it, or one past the last. Returns the
     // entry that it is then.
     Cmn_Int32 Register(std::span<const Context> iKey, Cmn_Int32 iKnown, Cmn_Int32 iValueIndex,
                        Cmn_UInt64 iPosition, std::string_view iDescription);
     void RequireRoomFor(Cmn_Int64 iTable) const;
+    [[noreturn]] void ThrowNoRoom() const;
     // Adds the file's name to an exception that has none.
     void Name(Cmn_Exception& ioException) const;
 

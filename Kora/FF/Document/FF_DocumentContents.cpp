@@ -50,7 +50,7 @@ Cmn_Int32 FF_Document::Register(std::span<const Context> iKey, Cmn_Int32 iKnown,
                                 Cmn_UInt64 iPosition, std::string_view iDescription)
 {
     FF_TOCTable& table = mTOC->GetTable();
-    const bool isNewKey = iKnown == TOC::cNone;
+    const bool isNewKey = iKnown < 0;
     const bool isNewValue =
         isNewKey || static_cast<Cmn_UInt32>(iValueIndex) == table.GetKey(iKnown).mValueCount;
     // What is not taken as it stands has at most three bytes of UTF-8 for each of its own.
@@ -59,14 +59,16 @@ Cmn_Int32 FF_Document::Register(std::span<const Context> iKey, Cmn_Int32 iKnown,
     Cmn_Int64 growth = cPartHead + cOffsetCountSize + cOffsetSize;
     if (isNewKey) growth += 2 * cCountSize + static_cast<Cmn_Int64>(iKey.size()) * Context::cStreamSize;
     if (isNewValue) {
-        const std::size_t most = isAsGiven ? iDescription.size() : 3 * iDescription.size();
+        const std::size_t text = isAsGiven ? iDescription.size() : 3 * iDescription.size();
         growth +=
-            2 * cPartHead + cCountSize + static_cast<Cmn_Int64>(std::min(most, StringDisplayInfo::cMaxText));
+            2 * cPartHead + cCountSize + static_cast<Cmn_Int64>(std::min(text, StringDisplayInfo::cMaxText));
     }
-    if (mOutStream) RequireRoomFor(table.GetStreamSize(growth));
+    const Cmn_Int64 most = table.GetStreamSize(growth);
+    if (mOutStream) RequireRoomFor(most);
 
     const auto offset = static_cast<Cmn_UInt32>(iPosition);
-    const TOC::Entry entry = isNewKey ? table.Add(iKey) : iKnown;
+    const TOC::Entry entry =
+        isNewKey ? table.Add(iKey, iKnown == FF_TOCTable::cBehindAll || table.IsBehindAll(iKey)) : iKnown;
     if (!isNewKey) table.TakeParents(entry, iKey);
     if (!isNewValue)
         table.AddOffset(entry, iValueIndex, offset);
@@ -74,13 +76,17 @@ Cmn_Int32 FF_Document::Register(std::span<const Context> iKey, Cmn_Int32 iKnown,
         table.AddValue(entry, iDescription, &offset);
     else
         mTOC->AddValue(entry, iDescription, &offset);
-    if (mOutStream) LimitStream(table.GetStreamSize(0));
+    if (mOutStream) LimitStream(isNewValue && isAsGiven ? most : table.GetStreamSize(0));
     return entry;
 }
 
 void FF_Document::RequireRoomFor(Cmn_Int64 iTable) const
 {
-    if (mOutStream->GetEnd() + iTable <= mSizeLimit) return;
+    if (mOutStream->GetEnd() + iTable > mSizeLimit) ThrowNoRoom();
+}
+
+void FF_Document::ThrowNoRoom() const
+{
     Sys_StreamWriteException exception(mOutStream->GetEnd());
     Name(exception);
     throw exception;
@@ -95,16 +101,13 @@ void FF_Document::AddTOCEntry(FF_Document* iDocument, Cmn_UInt64 iPosition, Cmn_
                               std::string_view iDescription)
 {
     if (iDocument == nullptr) return;
-    // The key of the stream is the path that its header writer is about to make.
-    iDocument->PushContext(iStreamType, iDocument->GetCurrentStreamStart());
-    try {
-        const std::vector<Context>& path = iDocument->GetCurrentContext();
-        iDocument->Register(path, iDocument->mTOC->Find(path), 0, iPosition, iDescription);
-    } catch (...) {
-        iDocument->PopContext();
-        throw;
-    }
-    iDocument->PopContext();
+    // The key of the stream is the path that its header writer is about to make. Mostly streams are written in
+    // the order of their keys.
+    const OpenStreams::StInnermost innermost(*iDocument->mOpenStreams, iStreamType);
+    const std::vector<Context>& path = iDocument->GetCurrentContext();
+    const FF_TOCTable& table = iDocument->mTOC->GetTable();
+    const TOC::Entry known = table.IsBehindAll(path) ? FF_TOCTable::cBehindAll : table.Find(path);
+    iDocument->Register(path, known, 0, iPosition, iDescription);
 }
 
 void FF_Document::AddListEntry(FF_Document* iDocument, Cmn_UInt32 iItem, std::string_view iDescription)

@@ -85,16 +85,7 @@ FF_Document::TOC::Entry FF_Document::TOC::GetInOrder(Cmn_Int32 iNth) const
 
 std::vector<FF_Document::Context> FF_Document::TOC::GetContexts(Entry iEntry) const
 {
-    const auto made = [](std::span<const FF_TOCTable::Context> iFlat) {
-        std::vector<Context> contexts;
-        contexts.reserve(iFlat.size());
-        for (const FF_TOCTable::Context& context : iFlat)
-            contexts.emplace_back(context.GetStreamType(), context.mParent, context.mIsList,
-                                  context.GetListIndex());
-        return contexts;
-    };
-    if (mPages != nullptr) return made(mPages->GetContexts(iEntry));
-    return made(mTable->GetContexts(mTable->GetKey(iEntry)));
+    return mPages != nullptr ? mPages->GetContexts(iEntry) : mTable->GetContexts(iEntry);
 }
 
 std::span<const Cmn_UInt8> FF_Document::TOC::GetBytes(Entry iEntry, Cmn_Int32 iValue) const
@@ -165,9 +156,7 @@ bool FF_Document::TOC::HasOffset(Entry iEntry, Cmn_Int32 iValue, Cmn_UInt32 iOff
 bool FF_Document::TOC::IsList(Entry iEntry) const
 {
     if (!Cmn_ASSERT(iEntry >= 0 && iEntry < GetNumKeys())) return false;
-    if (mPages != nullptr) return mPages->IsList(iEntry);
-    const std::span<const FF_TOCTable::Context> contexts = mTable->GetContexts(mTable->GetKey(iEntry));
-    return !contexts.empty() && contexts.back().mIsList;
+    return mPages != nullptr ? mPages->IsList(iEntry) : mTable->IsList(iEntry);
 }
 
 // --- Changing

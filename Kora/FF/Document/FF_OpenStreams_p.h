@@ -15,6 +15,23 @@ public:
     {
     }
 
+    // A stream that is open for a scope, and begins where the one around it does.
+    class StInnermost
+    {
+    public:
+        StInnermost(OpenStreams& ioStreams, Cmn_Int16 iStreamType)
+            : mContexts(ioStreams.mCurrentContext)
+        {
+            mContexts.emplace_back(iStreamType, ioStreams.mStart);
+        }
+        ~StInnermost() { mContexts.pop_back(); }
+        StInnermost(const StInnermost&) = delete;
+        StInnermost& operator=(const StInnermost&) = delete;
+
+    private:
+        std::vector<Context>& mContexts;
+    };
+
     std::vector<Context>& GetContexts() { return mCurrentContext; }
     bool IsEmpty() const { return mCurrentContext.empty(); }
     // Start of the innermost stream; 0 where none is open.
@@ -26,6 +43,8 @@ public:
     void Clear();
     // Exchanges all of them for the given ones.
     void Swap(std::vector<Context>& ioContexts, Cmn_UInt32 iStart);
+    // Exchanges memory for those that wait to be exchanged: scopes mostly follow one another.
+    void SwapSpare(std::vector<Context>& ioContexts) noexcept { mSpare.swap(ioContexts); }
 
     // Of the innermost stream; nothing, and false, where none is open.
     bool IsList() const { return !IsEmpty() && mCurrentContext.back().IsList(); }
@@ -45,6 +64,7 @@ public:
 private:
     FF_Document& mDocument;
     std::vector<Context> mCurrentContext;
+    std::vector<Context> mSpare; // means nothing
     Cmn_UInt32 mStart = 0;
 };
 

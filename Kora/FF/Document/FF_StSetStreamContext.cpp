@@ -9,6 +9,7 @@ FF_StSetStreamContext::FF_StSetStreamContext(FF_Document& iDocument, const FF_Do
     // Room for the streams that are opened inside, so that opening them moves nothing.
     constexpr std::size_t cMoreLevels = 4;
     const std::vector<FF_Document::Context>& contexts = iKey.GetContexts();
+    mDocument.GetOpenStreams().SwapSpare(mBefore);
     mBefore.reserve(contexts.size() + cMoreLevels);
     mBefore.assign(contexts.begin(), contexts.end());
     // The table may have to be read: nothing is exchanged before that went well.
@@ -22,4 +23,9 @@ FF_StSetStreamContext::FF_StSetStreamContext(FF_Document& iDocument, const FF_Do
     mDocument.GetOpenStreams().Swap(mBefore, start);
 }
 
-FF_StSetStreamContext::~FF_StSetStreamContext() { mDocument.GetOpenStreams().Swap(mBefore, mStartBefore); }
+FF_StSetStreamContext::~FF_StSetStreamContext()
+{
+    FF_Document::OpenStreams& streams = mDocument.GetOpenStreams();
+    streams.Swap(mBefore, mStartBefore);
+    streams.SwapSpare(mBefore);
+}

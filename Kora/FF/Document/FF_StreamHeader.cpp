@@ -17,7 +17,8 @@ FF_StreamHeaderWriter::FF_StreamHeaderWriter(FF_Document* iDocument, Sys_TypedOu
             Sys_ThrowFrom<Sys_StreamWriteException>(mStream.GetStream(), start);
         mHeader.emplace(mStream, FF_Format::cStreamName, iVersion, Sys_StdStreamHeaderWriter::eEnd_ByOwner);
         mStream.WriteInt16(iStreamType);
-        if (mDocument != nullptr) mDocument->PushContext(iStreamType, static_cast<Cmn_UInt32>(start));
+        if (mDocument != nullptr)
+            mDocument->GetOpenStreams().Push(iStreamType, static_cast<Cmn_UInt32>(start));
     } catch (...) {
         Abandon(start);
         throw;
@@ -26,7 +27,7 @@ FF_StreamHeaderWriter::FF_StreamHeaderWriter(FF_Document* iDocument, Sys_TypedOu
 
 void FF_StreamHeaderWriter::Finish(int iCallersExceptions) noexcept
 {
-    if (mDocument != nullptr) mDocument->PopContext();
+    if (mDocument != nullptr) mDocument->GetOpenStreams().Pop();
     if (iCallersExceptions + std::uncaught_exceptions() > mExceptions) return Abandon(mHeader->GetStart());
     try {
         mHeader->PatchSize();

@@ -278,11 +278,7 @@ std::strong_ordering FF_TOCPages::Compare(std::span<const Cmn_UInt8> iKey,
     return count <=> iContexts.size();
 }
 
-FF_TOCTable::Context FF_TOCPages::ContextAt(const Cmn_UInt8* iAt) const
-{
-    return {Sys_LoadInteger<Cmn_Int16>(iAt, mSwap), Sys_LoadInteger<Cmn_UInt32>(iAt + 2, mSwap), iAt[6] != 0,
-            Sys_LoadInteger<Cmn_Int32>(iAt + 7, mSwap)};
-}
+FF_TOCTable::Context FF_TOCPages::ContextAt(const Cmn_UInt8* iAt) const { return {iAt, mSwap}; }
 
 std::span<const Cmn_UInt8> FF_TOCPages::RecordAt(const Page& iPage, std::size_t iRecord)
 {
@@ -505,13 +501,14 @@ const FF_TOCPages::KeyPlace& FF_TOCPages::Locate(Cmn_UInt32 iEntry)
     return Remember(page, key);
 }
 
-std::vector<FF_TOCTable::Context> FF_TOCPages::GetContexts(Cmn_Int32 iEntry)
+std::vector<FF_Document::Context> FF_TOCPages::GetContexts(Cmn_Int32 iEntry)
 {
     const KeyPlace& place = Locate(static_cast<Cmn_UInt32>(iEntry));
     const std::span<const Cmn_UInt8> key = KeyAt(Load(place.mPage), place.mKey);
-    std::vector<FF_TOCTable::Context> contexts;
+    std::vector<FF_Document::Context> contexts;
+    contexts.reserve(key.size() / cContextSize);
     for (std::size_t at = cCountSize; at + cCountSize < key.size(); at += cContextSize)
-        contexts.push_back(ContextAt(key.data() + at));
+        contexts.push_back(ContextAt(key.data() + at).Make());
     return contexts;
 }
 

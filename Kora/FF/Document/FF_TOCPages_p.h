@@ -39,7 +39,7 @@ public:
     std::size_t GetNumKeys() const { return mIndex.mNumKeys; }
     Cmn_Int64 GetSizeOfKeys() const { return mIndex.mSize; }
     Cmn_Int32 Find(std::span<const FF_Document::Context> iContexts);
-    std::vector<FF_TOCTable::Context> GetContexts(Cmn_Int32 iEntry);
+    std::vector<FF_Document::Context> GetContexts(Cmn_Int32 iEntry);
     Cmn_UInt32 GetNumValues(Cmn_Int32 iEntry) { return Locate(static_cast<Cmn_UInt32>(iEntry)).mNumValues; }
     bool IsList(Cmn_Int32 iEntry);
     // The bytes of a value, little-endian, until the next call.

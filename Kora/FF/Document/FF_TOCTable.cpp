@@ -20,6 +20,28 @@ Cmn_UInt64 RandomFactor()
     return sFactor;
 }
 
+// A value as it is added, with room for the piece that mostly comes.
+constexpr std::size_t cDisplayHeader = FF_TOCBytes::cPartHeader + 4;
+constexpr std::size_t cWithoutText =
+    FF_TOCBytes::cLocalHeader + FF_TOCBytes::cOffsetSize + cDisplayHeader + FF_TOCBytes::cPartHeader;
+
+inline void PutValue(Cmn_UInt8* oAt, std::string_view iText, const Cmn_UInt32* iOffset)
+{
+    FF_TOCBytes::StoreLocalHeader(oAt, iOffset != nullptr ? 1 : 0);
+    oAt += FF_TOCBytes::cLocalHeader;
+    if (iOffset != nullptr) {
+        Sys_StoreInteger(oAt, *iOffset, false);
+        oAt += FF_TOCBytes::cOffsetSize;
+    }
+    // Type, size, count as one word, which reaches into what follows.
+    const Cmn_UInt64 count = iText.size();
+    Sys_StoreInteger(oAt, FF_Document::DisplayInfo::cString | (4 + count) << 8 | count << 24, false);
+    oAt += cDisplayHeader;
+    if (!iText.empty()) Sys_CopyBytes(oAt, iText.data(), iText.size());
+    // The index information, of type 0 and no bytes.
+    std::memset(oAt + iText.size(), 0, FF_TOCBytes::cPartHeader);
+}
+
 } // namespace
 
 FF_TOCTable::FF_TOCTable()
@@ -30,29 +52,20 @@ FF_TOCTable::FF_TOCTable()
 // --- The hash
 
 // The first bits choose the slot, the last ones are its tag.
-template <class C>
-Cmn_UInt64 FF_TOCTable::HashOf(std::span<const C> iContexts) const
+template <class GetRank>
+Cmn_UInt64 FF_TOCTable::HashOf(std::size_t iCount, const GetRank& iGetRank) const
 {
     Cmn_UInt64 hash = mFactor;
-    for (const C& context : iContexts) {
-        hash = (hash ^ RankOf(context)) * mFactor;
+    for (std::size_t i = 0; i < iCount; ++i) {
+        hash = (hash ^ iGetRank(i)) * mFactor;
         hash ^= hash >> 32;
     }
     return hash * mFactor;
 }
 
-// Whether the contexts are above every key; false where that is not known.
-bool FF_TOCTable::IsBehindAll(std::span<const FF_Document::Context> iContexts) const
+Cmn_UInt64 FF_TOCTable::HashOf(std::span<const FF_Document::Context> iContexts) const
 {
-    if (mAscending != mKeys.size()) return false;
-    if (mKeys.empty()) return true;
-    const Key& last = mKeys.back();
-    const Context* const contexts = mContexts.data() + last.mFirstContext;
-    const std::size_t common = std::min<std::size_t>(last.mContextCount, iContexts.size());
-    for (std::size_t i = 0; i < common; ++i)
-        if (const Cmn_UInt64 rank = RankOf(iContexts[i]); contexts[i].GetRank() != rank)
-            return contexts[i].GetRank() < rank;
-    return last.mContextCount < iContexts.size();
+    return HashOf(iContexts.size(), [&](std::size_t i) { return RankOf(iContexts[i]); });
 }
 
 Cmn_Int32 FF_TOCTable::FindAmongAll(std::span<const FF_Document::Context> iContexts) const
@@ -70,7 +83,8 @@ Cmn_Int32 FF_TOCTable::FindBySlots(std::span<const FF_Document::Context> iContex
 {
     if (mSlots.empty()) MakeSlotsFor(mKeys.size());
     const Cmn_UInt64 hash = HashOf(iContexts);
-    for (std::size_t at = HomeOf(hash); mSlots[at].mEntryPlusOne != 0; at = (at + 1) & (mSlots.size() - 1)) {
+    for (std::size_t at = FirstSlotOf(hash); mSlots[at].mEntryPlusOne != 0;
+         at = (at + 1) & (mSlots.size() - 1)) {
         const Slot& slot = mSlots[at];
         if (slot.mTag == static_cast<Cmn_UInt32>(hash) && IsKey(slot.mEntryPlusOne - 1, iContexts))
             return static_cast<Cmn_Int32>(slot.mEntryPlusOne - 1);
@@ -80,7 +94,7 @@ Cmn_Int32 FF_TOCTable::FindBySlots(std::span<const FF_Document::Context> iContex
 
 void FF_TOCTable::PutInSlot(Cmn_UInt64 iHash, std::size_t iEntry) const
 {
-    std::size_t at = HomeOf(iHash);
+    std::size_t at = FirstSlotOf(iHash);
     while (mSlots[at].mEntryPlusOne != 0)
         at = (at + 1) & (mSlots.size() - 1);
     mSlots[at] = {static_cast<Cmn_UInt32>(iHash), static_cast<Cmn_UInt32>(iEntry + 1)};
@@ -100,18 +114,17 @@ void FF_TOCTable::FillSlots() const
     if (mSlots.empty()) return;
     std::fill(mSlots.begin(), mSlots.end(), Slot{});
     for (std::size_t i = 0; i < mKeys.size(); ++i)
-        PutInSlot(HashOf(GetContexts(mKeys[i])), i);
+        PutInSlot(HashOf(mKeys[i].mContextCount, [&](std::size_t iNth) { return RankAt(mKeys[i], iNth); }),
+                  i);
 }
 
 // --- The order
 
 bool FF_TOCTable::IsLess(const Key& iA, const Key& iB) const
 {
-    const std::span<const Context> a = GetContexts(iA);
-    const std::span<const Context> b = GetContexts(iB);
-    return std::lexicographical_compare(
-        a.begin(), a.end(), b.begin(), b.end(),
-        [](const Context& iX, const Context& iY) { return iX.GetRank() < iY.GetRank(); });
+    for (std::size_t i = 0; i < std::min(iA.mContextCount, iB.mContextCount); ++i)
+        if (const Cmn_UInt64 a = RankAt(iA, i), b = RankAt(iB, i); a != b) return a < b;
+    return iA.mContextCount < iB.mContextCount;
 }
 
 Cmn_Int32 FF_TOCTable::GetInOrder(Cmn_Int32 iNth) const
@@ -147,41 +160,56 @@ void FF_TOCTable::CountAscending()
 
 void FF_TOCTable::TakeParents(Cmn_Int32 iEntry, std::span<const FF_Document::Context> iContexts)
 {
-    Context* stored = mContexts.data() + GetKey(iEntry).mFirstContext;
+    Cmn_UInt8* parent = ContextAt(GetKey(iEntry), 0) + 2;
     for (const FF_Document::Context& context : iContexts) {
         if (context.GetParentPosition() != FF_Document::Context::cNoParent)
-            stored->mParent = context.GetParentPosition();
-        ++stored;
+            Sys_StoreInteger(parent, context.GetParentPosition(), false);
+        parent += cContextSize;
     }
 }
 
-Cmn_Int32 FF_TOCTable::Add(std::span<const FF_Document::Context> iContexts)
+Cmn_Int32 FF_TOCTable::Add(std::span<const FF_Document::Context> iContexts, bool iIsBehindAll)
 {
     // Room first: what follows must not fail half-way.
+    const std::size_t bytes = cContextSize * iContexts.size();
+    if (!HasPlaceFor(bytes)) throw std::bad_alloc();
     mKeys.ReserveMore(1);
-    mContexts.ReserveMore(iContexts.size());
+    mRecords.ReserveMore(bytes);
     if (!mSlots.empty()) MakeSlotsFor(mKeys.size() + 1);
-    const bool isAscending = IsBehindAll(iContexts);
     const std::size_t entry = mKeys.size();
-    Key& key = *mKeys.Extend(1);
-    key.mFirstContext = static_cast<Cmn_UInt32>(mContexts.size());
-    key.mContextCount = static_cast<Cmn_UInt32>(iContexts.size());
-    key.mFirstValue = static_cast<Cmn_UInt32>(mValues.size());
-    key.mValueCount = key.mValueRoom = 0;
-    Context* to = mContexts.Extend(iContexts.size());
-    for (const FF_Document::Context& context : iContexts)
-        std::construct_at(to++, context.GetStreamType(), context.GetParentPosition(), context.IsList(),
-                          context.GetListIndex());
+    *mKeys.Extend(1) = {static_cast<Cmn_UInt32>(mRecords.size()), static_cast<Cmn_UInt32>(iContexts.size()),
+                        0, 0, 0};
+    Cmn_UInt8* to = mRecords.Extend(bytes);
+    for (const FF_Document::Context& context : iContexts) {
+        Flat(context).Put(to, false);
+        to += cContextSize;
+    }
     if (!mSlots.empty()) PutInSlot(HashOf(iContexts), entry);
     mKeyBytes += KeySize(iContexts.size());
-    if (isAscending) ++mAscending;
+    if (iIsBehindAll) ++mAscending;
     return static_cast<Cmn_Int32>(entry);
 }
 
 void FF_TOCTable::SetIsList(Cmn_Int32 iEntry, bool iIsList)
 {
     const Key& key = GetKey(iEntry);
-    if (key.mContextCount != 0) mContexts[key.mFirstContext + key.mContextCount - 1].mIsList = iIsList;
+    if (key.mContextCount != 0) ContextAt(key, key.mContextCount - 1)[cListMark] = iIsList ? 1 : 0;
+}
+
+bool FF_TOCTable::IsList(Cmn_Int32 iEntry) const
+{
+    const Key& key = GetKey(iEntry);
+    return key.mContextCount != 0 && ContextAt(key, key.mContextCount - 1)[cListMark] != 0;
+}
+
+std::vector<FF_Document::Context> FF_TOCTable::GetContexts(Cmn_Int32 iEntry) const
+{
+    const Key& key = GetKey(iEntry);
+    std::vector<FF_Document::Context> contexts;
+    contexts.reserve(key.mContextCount);
+    for (std::size_t i = 0; i < key.mContextCount; ++i)
+        contexts.push_back(Context(ContextAt(key, i), false).Make());
+    return contexts;
 }
 
 void FF_TOCTable::MakeRoomForValues(Key& ioKey, std::size_t iMore)
@@ -201,38 +229,29 @@ void FF_TOCTable::MakeRoomForValues(Key& ioKey, std::size_t iMore)
 void FF_TOCTable::Reserve(Cmn_Int32 iEntry, std::size_t iValues)
 {
     Key& key = mKeys[static_cast<std::size_t>(iEntry)];
+    LeaveHome(key);
     if (iValues > key.mValueRoom) MakeRoomForValues(key, iValues - key.mValueRoom);
 }
 
 void FF_TOCTable::AddValue(Cmn_Int32 iEntry, std::string_view iText, const Cmn_UInt32* iOffset)
 {
-    namespace B = FF_TOCBytes;
     Key& key = mKeys[static_cast<std::size_t>(iEntry)];
-    if (key.mValueCount == key.mValueRoom) MakeRoomForValues(key, std::max<std::size_t>(1, key.mValueRoom));
-    // With room for the piece that mostly comes.
-    constexpr std::size_t cWithoutText =
-        B::cLocalHeader + B::cOffsetSize + B::cPartHeader + 4 + B::cPartHeader;
     const std::size_t room = cWithoutText + iText.size();
-    const std::size_t begin = mArena.size();
-    Cmn_UInt8* at = mArena.Extend(room);
-    B::StoreLocalHeader(at, iOffset != nullptr ? 1 : 0);
-    at += B::cLocalHeader;
-    std::size_t size = room - B::cOffsetSize;
-    if (iOffset != nullptr) {
-        Sys_StoreInteger(at, *iOffset, false);
-        at += B::cOffsetSize;
-        size = room;
-        mHighestOffset = std::max(mHighestOffset, *iOffset);
+    std::size_t size = room;
+    if (iOffset != nullptr && key.mValueRoom == 0 && HomeOf(key) == mRecords.end() && HasPlaceFor(room)) {
+        PutValue(mRecords.Extend(room), iText, iOffset);
+        key.mFirstValue = static_cast<Cmn_UInt32>(size);
+    } else {
+        LeaveHome(key);
+        if (key.mValueCount == key.mValueRoom)
+            MakeRoomForValues(key, std::max<std::size_t>(1, key.mValueRoom));
+        const std::size_t begin = mArena.size();
+        PutValue(mArena.Extend(room), iText, iOffset);
+        if (iOffset == nullptr) size -= FF_TOCBytes::cOffsetSize;
+        mValues[key.mFirstValue + std::size_t{key.mValueCount}] = {begin, static_cast<Cmn_UInt32>(size),
+                                                                   static_cast<Cmn_UInt32>(room)};
     }
-    *at = FF_Document::DisplayInfo::cString;
-    Sys_StoreInteger(at + 1, static_cast<Cmn_UInt16>(4 + iText.size()), false);
-    Sys_StoreInteger(at + B::cPartHeader, static_cast<Cmn_UInt32>(iText.size()), false);
-    at = std::copy(iText.begin(), iText.end(), at + B::cPartHeader + 4);
-    // The index information, of type 0 and no bytes.
-    std::fill_n(at, B::cPartHeader, Cmn_UInt8{0});
-
-    mValues[key.mFirstValue + std::size_t{key.mValueCount}] = {begin, static_cast<Cmn_UInt32>(size),
-                                                               static_cast<Cmn_UInt32>(room)};
     ++key.mValueCount;
     mValueBytes += static_cast<Cmn_Int64>(size);
+    if (iOffset != nullptr) mHighestOffset = std::max(mHighestOffset, *iOffset);
 }

@@ -25,7 +25,7 @@ public:
     // Where the next iCount bytes go, at most as many as the largest value has.
     Cmn_UInt8* Take(std::size_t iCount)
     {
-        if (iCount > mSize - mUsed) Flush();
+        if (iCount > mSize - mUsed) FlushBlocks();
         mUsed += iCount;
         return mBytes.get() + mUsed - iCount;
     }
@@ -34,20 +34,48 @@ public:
     {
         Sys_StoreInteger(Take(sizeof(T)), iValue, mStream.IsSwapped());
     }
+    // Of any count; where they stand, unless there are more than the largest value has.
+    Cmn_UInt8* Copy(const Cmn_UInt8* iFrom, std::size_t iCount)
+    {
+        for (; iCount > FF_TOCBytes::cLargestValue; iCount -= FF_TOCBytes::cLargestValue) {
+            std::memcpy(Take(FF_TOCBytes::cLargestValue), iFrom, FF_TOCBytes::cLargestValue);
+            iFrom += FF_TOCBytes::cLargestValue;
+        }
+        Cmn_UInt8* const to = Take(iCount);
+        // Most values have 16 to 32 bytes: two copies that overlap, in place of a call.
+        constexpr std::size_t cHalf = 16;
+        if (iCount < cHalf || iCount > 2 * cHalf) {
+            if (iCount != 0) std::memcpy(to, iFrom, iCount);
+        } else {
+            std::memcpy(to, iFrom, cHalf);
+            std::memcpy(to + iCount - cHalf, iFrom + iCount - cHalf, cHalf);
+        }
+        return to;
+    }
     // Bytes so far.
     Cmn_Int64 GetPosition() const { return mFlushed + static_cast<Cmn_Int64>(mUsed); }
-    void Flush()
-    {
-        mIndex.Add(mBytes.get(), mUsed);
-        mStream.WriteBytes(mBytes.get(), mUsed);
-        mFlushed += static_cast<Cmn_Int64>(mUsed);
-        mUsed = 0;
-    }
+    void Flush() { Flush(mUsed); }
 
 private:
     // More than a stream's buffer takes, so that nothing is copied twice.
-    static constexpr Cmn_Int64 cPiece = 2 * Cmn_Int64{Sys_OutStreamLimits::cBufferSize};
-    static_assert(cPiece > Cmn_Int64{FF_TOCBytes::cLargestValue});
+    static constexpr Cmn_Int64 cBlock = Cmn_Int64{Sys_OutStreamLimits::cBlockSize};
+    static constexpr Cmn_Int64 cPiece = cBlock + Cmn_Int64{Sys_OutStreamLimits::cBufferSize};
+    static_assert(cPiece - cBlock > Cmn_Int64{FF_TOCBytes::cLargestValue});
+
+    // Up to the end of the file's last whole block.
+    void FlushBlocks()
+    {
+        Flush(mUsed -
+              static_cast<std::size_t>((mStream.GetPosition() + static_cast<Cmn_Int64>(mUsed)) % cBlock));
+    }
+    void Flush(std::size_t iCount)
+    {
+        mIndex.Add(mBytes.get(), iCount);
+        mStream.WriteBytes(mBytes.get(), iCount);
+        mFlushed += static_cast<Cmn_Int64>(iCount);
+        mUsed -= iCount;
+        std::memmove(mBytes.get(), mBytes.get() + iCount, mUsed);
+    }
 
     Sys_TypedOutStream& mStream;
     FF_TOCIndexMaker& mIndex;
@@ -57,18 +85,6 @@ private:
     Cmn_Int64 mFlushed = 0;
 };
 
-// Most values have 16 to 32 bytes: two copies that overlap, in place of a call.
-void CopyValue(Cmn_UInt8* oTo, const Cmn_UInt8* iFrom, std::size_t iSize)
-{
-    constexpr std::size_t cHalf = 16;
-    if (iSize < cHalf || iSize > 2 * cHalf) {
-        std::memcpy(oTo, iFrom, iSize);
-        return;
-    }
-    std::memcpy(oTo, iFrom, cHalf);
-    std::memcpy(oTo + iSize - cHalf, iFrom + iSize - cHalf, cHalf);
-}
-
 } // namespace
 
 void FF_TOCTable::WriteBody(Sys_TypedOutStream& ioStream, Cmn_Int64 iStart, Cmn_UInt32 iPageSize) const
@@ -76,31 +92,27 @@ void FF_TOCTable::WriteBody(Sys_TypedOutStream& ioStream, Cmn_Int64 iStart, Cmn_
     const bool swap = ioStream.IsSwapped();
     FF_TOCIndexMaker index(static_cast<Cmn_UInt32>(GetSizeOfKeys()), iPageSize);
     PieceWriter pieces(ioStream, GetSizeOfKeys(), index);
-    pieces.Put(static_cast<Cmn_Int32>(mKeys.size()));
+    const auto numKeys = static_cast<Cmn_UInt32>(mKeys.size());
+    pieces.Put(numKeys);
     const bool isInOrder = mAscending == mKeys.size();
-    for (std::size_t nth = 0; nth < mKeys.size(); ++nth) {
+    for (Cmn_UInt32 nth = 0; nth < numKeys; ++nth) {
         const auto entry = static_cast<Cmn_Int32>(nth);
         const Key& key = GetKey(isInOrder ? entry : GetInOrder(entry));
-        index.Key(pieces.GetPosition(), static_cast<Cmn_UInt32>(nth));
+        index.Key(pieces.GetPosition(), nth);
         pieces.Put(key.mContextCount);
-        for (const Context& context : GetContexts(key)) {
-            Cmn_UInt8* const at = pieces.Take(cContextSize);
-            Sys_StoreInteger(at, context.GetStreamType(), swap);
-            Sys_StoreInteger(at + 2, context.mParent, swap);
-            at[6] = static_cast<Cmn_UInt8>(context.mIsList);
-            Sys_StoreInteger(at + 7, context.GetListIndex(), swap);
-        }
+        for (std::size_t i = 0; swap && i < key.mContextCount; ++i)
+            Context(ContextAt(key, i), false).Put(pieces.Take(cContextSize), true);
+        if (!swap) pieces.Copy(ContextAt(key, 0), key.mContextCount * cContextSize);
         pieces.Put(key.mValueCount);
-        for (std::size_t i = 0; i < key.mValueCount; ++i) {
-            const Value& value = mValues[key.mFirstValue + i];
-            index.Value(pieces.GetPosition(), static_cast<Cmn_UInt32>(nth), static_cast<Cmn_UInt32>(i));
-            Cmn_UInt8* const at = pieces.Take(value.mSize);
-            CopyValue(at, BytesOf(value), value.mSize);
+        const Value* const values = key.IsAtHome() ? nullptr : mValues.data() + key.mFirstValue;
+        for (Cmn_UInt32 i = 0; i < key.mValueCount; ++i) {
+            index.Value(pieces.GetPosition(), nth, i);
+            const Cmn_UInt8* const from = values == nullptr ? HomeOf(key) : BytesOf(values[i]);
+            Cmn_UInt8* const at = pieces.Copy(from, values == nullptr ? key.mFirstValue : values[i].mSize);
             if (swap) FF_TOCBytes::SwapValue(at, false);
         }
     }
     pieces.Flush();
-    const auto numKeys = static_cast<Cmn_UInt32>(mKeys.size());
     const std::vector<Cmn_UInt8> bytes = index.Finish(numKeys, iStart, swap);
     ioStream.WriteBytes(bytes.data(), bytes.size());
 }
@@ -110,7 +122,7 @@ void FF_TOCTable::ReadBody(FF_TOCCursor& ioCursor, Cmn_Int64 iBegin, Cmn_Int64 i
     // Keys ascend, so that one at most, the first, has no contexts, and every other takes KeySize(1) bytes.
     ioCursor.Fill(cCountSize);
     const auto count = ioCursor.Take<Cmn_Int32>();
-    ioCursor.Require(count >= 0 && count * KeySize(1) - cContextSize <= ioCursor.GetBytesLeft());
+    ioCursor.Require(count >= 0 && KeySize(0) + (count - 1) * KeySize(1) <= ioCursor.GetBytesLeft());
     for (Cmn_Int32 i = 0; i < count; ++i) {
         ReadKey(ioCursor);
         // The keys of a document mostly are of one depth, with one value each.
@@ -129,24 +141,26 @@ void FF_TOCTable::Reserve(Cmn_Int64 iBytes, std::size_t iKeys, std::size_t iDept
     const std::size_t contexts = std::min(bytes / cContextSize, iKeys * iDepth);
     const std::size_t keyBytes = contexts * cContextSize + iKeys * 2 * cCountSize;
     mKeys.reserve(iKeys);
-    mContexts.reserve(mContexts.size() + contexts);
+    mRecords.reserve(mRecords.size() + contexts * cContextSize);
     mValues.reserve(std::min(bytes / FF_TOCBytes::cSmallestValue, iKeys));
     if (bytes > keyBytes) mArena.reserve(bytes - keyBytes);
 }
 
 void FF_TOCTable::ReadKey(FF_TOCCursor& ioCursor)
 {
-    Key key{static_cast<Cmn_UInt32>(mContexts.size()), 0, static_cast<Cmn_UInt32>(mValues.size()), 0, 0};
+    Key key{static_cast<Cmn_UInt32>(mRecords.size()), 0, static_cast<Cmn_UInt32>(mValues.size()), 0, 0};
     ioCursor.Fill(cCountSize);
     key.mContextCount = static_cast<Cmn_UInt32>(ioCursor.TakeCount(cContextSize));
     const bool swap = ioCursor.IsSwapped();
     for (Cmn_UInt32 i = 0; i < key.mContextCount; ++i) {
         ioCursor.Fill(cContextSize);
         const Cmn_UInt8* const at = ioCursor.Skip(cContextSize);
-        ioCursor.Require(at[6] <= 1);
-        mContexts.emplace_back(Sys_LoadInteger<Cmn_Int16>(at, swap),
-                               Sys_LoadInteger<Cmn_UInt32>(at + 2, swap), at[6] != 0,
-                               Sys_LoadInteger<Cmn_Int32>(at + 7, swap));
+        ioCursor.Require(at[cListMark] <= 1);
+        Cmn_UInt8* const to = mRecords.Extend(cContextSize);
+        if (swap)
+            Context(at, true).Put(to, false);
+        else
+            std::memcpy(to, at, cContextSize);
     }
     ioCursor.Require(mKeys.empty() || IsLess(mKeys.back(), key));
     mKeys.push_back(key);

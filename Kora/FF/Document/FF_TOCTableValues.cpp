@@ -18,13 +18,34 @@ std::size_t CountOf(std::span<const Cmn_UInt8> iOffsets)
 
 std::span<const Cmn_UInt8> FF_TOCTable::GetValue(Cmn_Int32 iEntry, Cmn_Int32 iValue) const
 {
-    const Value& value = ValueOf(iEntry, iValue);
+    const Key& key = GetKey(iEntry);
+    if (key.IsAtHome()) return {HomeOf(key), key.mFirstValue};
+    const Value& value = mValues[key.mFirstValue + static_cast<std::size_t>(iValue)];
     return {BytesOf(value), value.mSize};
 }
 
 std::span<const Cmn_UInt8> FF_TOCTable::GetOffsets(Cmn_Int32 iEntry, Cmn_Int32 iValue) const
 {
-    return FF_TOCBytes::Offsets(BytesOf(ValueOf(iEntry, iValue)));
+    return FF_TOCBytes::Offsets(GetValue(iEntry, iValue).data());
+}
+
+FF_TOCTable::Value& FF_TOCTable::ValueOf(Cmn_Int32 iEntry, Cmn_Int32 iValue)
+{
+    Key& key = mKeys[static_cast<std::size_t>(iEntry)];
+    LeaveHome(key);
+    return mValues[key.mFirstValue + static_cast<std::size_t>(iValue)];
+}
+
+// What fails in it has changed nothing.
+void FF_TOCTable::LeaveHome(Key& ioKey)
+{
+    if (!ioKey.IsAtHome()) return;
+    mValues.ReserveMore(1);
+    const std::size_t begin = mArena.size();
+    mArena.Append(HomeOf(ioKey), HomeOf(ioKey) + ioKey.mFirstValue);
+    mValues.push_back({begin, ioKey.mFirstValue, ioKey.mFirstValue});
+    ioKey.mFirstValue = static_cast<Cmn_UInt32>(mValues.size() - 1);
+    ioKey.mValueRoom = 1;
 }
 
 void FF_TOCTable::ResizeLocation(Value& ioValue, std::size_t iNewSize)
@@ -115,6 +136,11 @@ bool FF_TOCTable::ForgetPieces(Value& ioValue, Cmn_UInt32 iFrom)
 
 void FF_TOCTable::ForgetValues(Key& ioKey, Cmn_UInt32 iFrom)
 {
+    if (ioKey.IsAtHome()) {
+        if (Sys_LoadInteger<Cmn_UInt32>(HomeOf(ioKey) + FF_TOCBytes::cLocalHeader, false) < iFrom) return;
+        mValueBytes -= ioKey.mFirstValue;
+        ioKey.mFirstValue = ioKey.mValueCount = 0;
+    }
     for (std::size_t i = ioKey.mValueCount; i-- > 0;) {
         Value& value = mValues[ioKey.mFirstValue + i];
         if (ForgetPieces(value, iFrom)) continue;
@@ -140,7 +166,7 @@ void FF_TOCTable::ForgetOffsetsFrom(Cmn_UInt32 iFrom)
 
 void FF_TOCTable::RemoveKeysWithoutValues()
 {
-    std::size_t contexts = 0;
+    std::size_t records = 0;
     std::size_t values = 0;
     std::size_t keys = 0;
     for (const Key& old : mKeys) {
@@ -149,19 +175,19 @@ void FF_TOCTable::RemoveKeysWithoutValues()
             continue;
         }
         Key key = old;
-        std::copy_n(mContexts.begin() + old.mFirstContext, old.mContextCount,
-                    mContexts.begin() + static_cast<std::ptrdiff_t>(contexts));
-        key.mFirstContext = static_cast<Cmn_UInt32>(contexts);
-        contexts += key.mContextCount;
-        values = std::max(values, key.mFirstValue + std::size_t{key.mValueRoom});
+        const std::size_t size = cContextSize * old.mContextCount + (old.IsAtHome() ? old.mFirstValue : 0);
+        std::copy_n(ContextAt(old, 0), size, mRecords.begin() + records);
+        key.mRecord = static_cast<Cmn_UInt32>(records);
+        records += size;
+        if (!key.IsAtHome()) values = std::max(values, key.mFirstValue + std::size_t{key.mValueRoom});
         mKeys[keys++] = key;
     }
     mKeys.resize(keys);
-    mContexts.Truncate(contexts);
+    mRecords.Truncate(records);
     mValues.resize(values);
     std::size_t arena = 0;
     for (const Key& key : mKeys) {
-        for (std::size_t i = 0; i < key.mValueCount; ++i) {
+        for (std::size_t i = 0; i < std::min(key.mValueCount, key.mValueRoom); ++i) { // none that is at home
             const Value& value = mValues[key.mFirstValue + i];
             arena = std::max<std::size_t>(arena, value.mBegin + value.mRoom);
         }

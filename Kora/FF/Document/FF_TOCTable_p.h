@@ -1,11 +1,11 @@
 // FF_TOCTable: the content of a table of contents as one flat table.
 //
-//   keys       {first context, count, first value, count, room}   one a key, in the
+//   keys       {record, contexts, first value, count, room}       one a key, in the
 //              order of their being added
-//   contexts   {ranks, parent position, list mark}                a key's stand together,
-//              in the order of the keys
-//   values     {begin, size, room}                                a key's stand together;
-//              behind them room for more
+//   records    contexts as on disk, little-endian, in the order   behind a key's contexts its value, while
+//              of the keys                                        that is the only one: it is at home there
+//   values     {begin, size, room}                                a key's stand together, but for one that is
+//              at home; behind them room for more
 //   arena      bytes of the values as on disk, little-endian      behind a value's bytes room for more pieces
 //   slots      {tag, entry + 1}                                   open addressing, a power of two,
 //              four fifths full at most
@@ -18,7 +18,8 @@
 //
 // Invariants: (1) no two keys have the same ranks  (2) every value's bytes are such as
 //             FF_TOCCursor::SkipValue passes over, its pieces not above mHighestOffset  (3) mKeyBytes and
-//             mValueBytes are what the keys and values take on disk  (4) the first mAscending keys ascend.
+//             mValueBytes are what the keys and values take on disk  (4) the first mAscending keys ascend
+//             (5) a value that is at home is local and has one piece.
 // Entries:    indexes of keys. They, and values' indexes, are the caller's to check.
 #pragma once
 
@@ -27,12 +28,13 @@
 #include "Kora/FF/Format/FF_TOCBytes_p.h"
 #include "Kora/FF/Format/FF_TOCIndex_p.h"
 
+#include <algorithm>
 #include <array>
 
 class FF_TOCTable
 {
 public:
-    // Twelve bytes: of what a table reads and keeps, contexts are the most.
+    // A context as it is compared.
     struct Context
     {
         Cmn_UInt32 mListRank;
@@ -40,6 +42,13 @@ public:
         Cmn_UInt16 mTypeRank;
         bool mIsList;
 
+        // As it stands on disk.
+        Context(const Cmn_UInt8* iBytes, bool iSwap)
+            : Context(Sys_LoadInteger<Cmn_Int16>(iBytes, iSwap),
+                      Sys_LoadInteger<Cmn_UInt32>(iBytes + 2, iSwap), iBytes[cListMark] != 0,
+                      Sys_LoadInteger<Cmn_Int32>(iBytes + 7, iSwap))
+        {
+        }
         Context(Cmn_Int16 iStreamType, Cmn_UInt32 iParent, bool iIsList, Cmn_Int32 iListIndex)
             : mListRank(static_cast<Cmn_UInt32>(iListIndex) ^ 0x80000000)
             , mParent(iParent)
@@ -51,24 +60,40 @@ public:
         Cmn_Int32 GetListIndex() const { return static_cast<Cmn_Int32>(mListRank ^ 0x80000000); }
         // Ascends as contexts do: by stream type, then list index.
         Cmn_UInt64 GetRank() const { return Cmn_UInt64{mTypeRank} << 32 | mListRank; }
+        FF_Document::Context Make() const
+        {
+            return FF_Document::Context(GetStreamType(), mParent, mIsList, GetListIndex());
+        }
+        void Put(Cmn_UInt8* oBytes, bool iSwap) const
+        {
+            // Type (16), parent (32), list mark (8) as one word, into which the list index reaches.
+            const Cmn_UInt64 front = Sys_StoredBits(GetStreamType(), iSwap) |
+                                     Sys_StoredBits(mParent, iSwap) << 16 | Cmn_UInt64{mIsList} << 48;
+            Sys_StoreInteger(oBytes, front, false);
+            Sys_StoreInteger(oBytes + 7, GetListIndex(), iSwap);
+        }
     };
     struct Key
     {
-        Cmn_UInt32 mFirstContext;
+        Cmn_UInt32 mRecord;
         Cmn_UInt32 mContextCount;
-        Cmn_UInt32 mFirstValue;
+        Cmn_UInt32 mFirstValue; // the size of one that is at home
         Cmn_UInt32 mValueCount;
         Cmn_UInt32 mValueRoom;
+
+        bool IsAtHome() const { return mValueCount > mValueRoom; }
     };
+
+    // In place of an entry: no key is the one that is asked for, and that one is above all.
+    static constexpr Cmn_Int32 cBehindAll = FF_Document::TOC::cNone - 1;
 
     FF_TOCTable();
 
     std::size_t GetNumKeys() const { return mKeys.size(); }
     const Key& GetKey(Cmn_Int32 iEntry) const { return mKeys[static_cast<std::size_t>(iEntry)]; }
-    std::span<const Context> GetContexts(const Key& iKey) const
-    {
-        return {mContexts.data() + iKey.mFirstContext, iKey.mContextCount};
-    }
+    std::vector<FF_Document::Context> GetContexts(Cmn_Int32 iEntry) const;
+    // Of its innermost context.
+    bool IsList(Cmn_Int32 iEntry) const;
     // The bytes of a value, little-endian.
     std::span<const Cmn_UInt8> GetValue(Cmn_Int32 iEntry, Cmn_Int32 iValue) const;
     // Of a value whose location is local, as bytes.
@@ -80,11 +105,27 @@ public:
             if (IsKey(entry, iContexts)) return static_cast<Cmn_Int32>(entry);
         return FindAmongAll(iContexts);
     }
+    // Whether the contexts are above every key; false where that is not known.
+    bool IsBehindAll(std::span<const FF_Document::Context> iContexts) const
+    {
+        if (mAscending != mKeys.size()) return false;
+        if (mKeys.empty()) return true;
+        const Key& last = mKeys.back();
+        for (std::size_t i = 0; i < (std::min)(std::size_t{last.mContextCount}, iContexts.size()); ++i) {
+            const Cmn_UInt64 rank = RankOf(iContexts[i]);
+            if (const Cmn_UInt64 stored = RankAt(last, i); stored != rank) return stored < rank;
+        }
+        return last.mContextCount < iContexts.size();
+    }
     // The entry that is iNth in ascending order of the keys.
     Cmn_Int32 GetInOrder(Cmn_Int32 iNth) const;
 
-    // A key that is not there.
-    Cmn_Int32 Add(std::span<const FF_Document::Context> iContexts);
+    // A key that is not there, nor above all unless IsBehindAll says so.
+    Cmn_Int32 Add(std::span<const FF_Document::Context> iContexts, bool iIsBehindAll);
+    Cmn_Int32 Add(std::span<const FF_Document::Context> iContexts)
+    {
+        return Add(iContexts, IsBehindAll(iContexts));
+    }
     // The key takes the parent positions that are known.
     void TakeParents(Cmn_Int32 iEntry, std::span<const FF_Document::Context> iContexts);
     void SetIsList(Cmn_Int32 iEntry, bool iIsList);
@@ -127,7 +168,8 @@ private:
         Cmn_UInt32 mEntryPlusOne; // 0 where the slot is free
     };
     static constexpr Cmn_Int64 cCountSize = 4;
-    static constexpr Cmn_Int64 cContextSize = FF_Document::Context::cStreamSize;
+    static constexpr std::size_t cContextSize = FF_Document::Context::cStreamSize;
+    static constexpr std::size_t cListMark = 6; // where it stands in a context
 
     static Context Flat(const FF_Document::Context& iContext)
     {
@@ -135,24 +177,38 @@ private:
                 iContext.GetListIndex()};
     }
     static Cmn_UInt64 RankOf(const FF_Document::Context& iContext) { return Flat(iContext).GetRank(); }
-    static Cmn_UInt64 RankOf(const Context& iContext) { return iContext.GetRank(); }
     static Cmn_Int64 KeySize(std::size_t iContexts)
     {
-        return 2 * cCountSize + cContextSize * static_cast<Cmn_Int64>(iContexts);
+        return 2 * cCountSize + static_cast<Cmn_Int64>(cContextSize * iContexts);
     }
+    const Cmn_UInt8* ContextAt(const Key& iKey, std::size_t iContext) const
+    {
+        return mRecords.data() + iKey.mRecord + iContext * cContextSize;
+    }
+    Cmn_UInt8* ContextAt(const Key& iKey, std::size_t iContext)
+    {
+        return mRecords.data() + iKey.mRecord + iContext * cContextSize;
+    }
+    Cmn_UInt64 RankAt(const Key& iKey, std::size_t iContext) const
+    {
+        return Context(ContextAt(iKey, iContext), false).GetRank();
+    }
+    // Records have positions of 32 bits.
+    bool HasPlaceFor(std::size_t iBytes) const { return iBytes <= 0xFFFFFFFFu - mRecords.size(); }
+    // Of the value that is, or would be, at home.
+    const Cmn_UInt8* HomeOf(const Key& iKey) const { return ContextAt(iKey, iKey.mContextCount); }
 
-    template <class C>
-    Cmn_UInt64 HashOf(std::span<const C> iContexts) const;
-    std::size_t HomeOf(Cmn_UInt64 iHash) const { return static_cast<std::size_t>(iHash >> mSlotShift); }
+    template <class GetRank>
+    Cmn_UInt64 HashOf(std::size_t iCount, const GetRank& iGetRank) const;
+    Cmn_UInt64 HashOf(std::span<const FF_Document::Context> iContexts) const;
+    std::size_t FirstSlotOf(Cmn_UInt64 iHash) const { return static_cast<std::size_t>(iHash >> mSlotShift); }
     bool IsKey(Cmn_UInt32 iEntry, std::span<const FF_Document::Context> iContexts) const
     {
         if (iEntry >= mKeys.size() || mKeys[iEntry].mContextCount != iContexts.size()) return false;
-        const Context* const stored = mContexts.data() + mKeys[iEntry].mFirstContext;
         for (std::size_t i = 0; i < iContexts.size(); ++i)
-            if (stored[i].GetRank() != RankOf(iContexts[i])) return false;
+            if (RankAt(mKeys[iEntry], i) != RankOf(iContexts[i])) return false;
         return true;
     }
-    bool IsBehindAll(std::span<const FF_Document::Context> iContexts) const;
     Cmn_Int32 FindAmongAll(std::span<const FF_Document::Context> iContexts) const;
     Cmn_Int32 FindBySlots(std::span<const FF_Document::Context> iContexts) const;
     void PutInSlot(Cmn_UInt64 iHash, std::size_t iEntry) const;
@@ -163,14 +219,9 @@ private:
     bool IsLess(const Key& iA, const Key& iB) const;
     void UpdateOrder() const;
 
-    const Value& ValueOf(Cmn_Int32 iEntry, Cmn_Int32 iValue) const
-    {
-        return mValues[GetKey(iEntry).mFirstValue + static_cast<std::size_t>(iValue)];
-    }
-    Value& ValueOf(Cmn_Int32 iEntry, Cmn_Int32 iValue)
-    {
-        return const_cast<Value&>(static_cast<const FF_TOCTable&>(*this).ValueOf(iEntry, iValue));
-    }
+    // To change it: no longer at home.
+    Value& ValueOf(Cmn_Int32 iEntry, Cmn_Int32 iValue);
+    void LeaveHome(Key& ioKey);
     Cmn_UInt8* BytesOf(const Value& iValue) { return mArena.data() + iValue.mBegin; }
     const Cmn_UInt8* BytesOf(const Value& iValue) const { return mArena.data() + iValue.mBegin; }
     void MakeRoomForValues(Key& ioKey, std::size_t iMore);
@@ -187,7 +238,7 @@ private:
     void Reserve(Cmn_Int64 iBytes, std::size_t iKeys, std::size_t iDepth);
 
     FF_TOCArray<Key> mKeys;
-    FF_TOCArray<Context> mContexts;
+    FF_TOCArray<Cmn_UInt8> mRecords;
     FF_TOCArray<Value> mValues;
     FF_TOCArray<Cmn_UInt8> mArena;
     mutable std::vector<Slot> mSlots; // empty until they are needed
