@@ -41,6 +41,7 @@ struct Sys_CellStackLimits
 };
 static_assert(Sys_CellStackLimits::cMaxBlocks << Sys_CellStackLimits::cPlaceBits <
               Sys_CellStackLimits::cNone);
+static_assert(Sys_CellStackLimits::cMaxBatch % Sys_CellStackLimits::cAhead == 0);
 
 template <template <class> class TAtomic>
 class Sys_BasicCellStack : public Sys_CellStackLimits
@@ -53,7 +54,7 @@ public:
     }
 
     // Takes up to iWanted cells (1 to cMaxBatch), beginning with the top one, and returns how many: 0 when
-    // none is free. oLeft: free cells that it left.
+    // none is free. oCells: room for cMaxBatch, whatever is wanted. oLeft: free cells that it left.
     unsigned Pop(Cmn_UInt16* oCells, unsigned iWanted, unsigned& oLeft) KORA_NONBLOCKING;
 
     // Returns iCount cells (1 or more), the first one becomes the top; how many are free then.
@@ -115,22 +116,19 @@ unsigned Sys_BasicCellStack<TAtomic>::Pop(Cmn_UInt16* oCells, unsigned iWanted,
         oLeft = free - taken;
         if (taken == 0) return 0;
 
+        // A cell and three that its link names, at each step. With an outdated head the walk may lead astray, among links
+        // that exist or to cNone; the tag then lets the swap fail.
         Cmn_UInt16 top = TopOf(head);
-        Cmn_UInt64 below = 0;
-        unsigned known = 0;
-        unsigned found = 0;
-        do {
-            oCells[found++] = top;
-            if (known == 0 || static_cast<Cmn_UInt16>(below) == cNone) {
-                // With an outdated head the walk may lead astray, among links that exist or to cNone; the tag then lets
-                // the swap fail.
-                below = LinkOf(top).load(std::memory_order_acquire);
-                known = cAhead;
-            }
-            top = static_cast<Cmn_UInt16>(below);
-            below >>= 16;
-            --known;
-        } while (found < taken && top != cNone);
+        Cmn_UInt64 below = cAllNone;
+        for (unsigned found = 0; found < taken && top != cNone; found += cAhead) {
+            below = LinkOf(top).load(std::memory_order_acquire);
+            oCells[found] = top;
+            oCells[found + 1] = static_cast<Cmn_UInt16>(below);
+            oCells[found + 2] = static_cast<Cmn_UInt16>(below >> 16);
+            oCells[found + 3] = static_cast<Cmn_UInt16>(below >> 32);
+            top = static_cast<Cmn_UInt16>(below >> 48);
+        }
+        top = static_cast<Cmn_UInt16>(below >> 16 * ((taken - 1) % cAhead));
         if (mHead.compare_exchange_weak(head, Successor(head, oLeft, top))) return taken;
     }
 }

@@ -40,8 +40,9 @@ public:
     // Signals the event, if there is one.
     void Signal()
     {
-        if (mEvent.load(std::memory_order_relaxed) != nullptr) SignalEvent();
+        if (HasEvent()) SignalEvent();
     }
+    bool HasEvent() const { return mEvent.load(std::memory_order_relaxed) != nullptr; }
     // Swaps the event, and waits until nobody signals the one before.
     void SetEvent(IPSSyncPrim* iEvent);
 

@@ -24,6 +24,13 @@ class SDS_Producer
 public:
     using PaidUses = SDS_PaidUses<SDS_ActiveListenerList>;
 
+    // What is kept for one list.
+    struct Place
+    {
+        PaidUses mUses;
+        unsigned mMisses = 0;
+    };
+
     explicit SDS_Producer(SDS_TokenPool& ioPool)
         : mCells(ioPool)
     {
@@ -34,6 +41,17 @@ public:
     // After the pool has been made. Throws std::bad_alloc.
     static void Open(SDS_TokenPool& ioPool);
 
+    // The calling thread's, until Leave, when it has one, is in no dispatch, and has no list to give up.
+    static SDS_Producer* EnterAtOnce()
+    {
+        auto* const producer = static_cast<SDS_Producer*>(PSThreadSlot::Get());
+        if (producer == nullptr || producer->mIsBusy.load(std::memory_order_relaxed) ||
+            sRetired.load(std::memory_order_relaxed) != producer->mRetiredSeen) [[unlikely]]
+            return nullptr;
+        producer->mIsBusy.store(true, std::memory_order_relaxed);
+        std::atomic_signal_fence(std::memory_order_seq_cst);
+        return producer;
+    }
     // The calling thread's, until Leave. Null when all are taken, or when the thread is inside a dispatch already: in a
     // host's event, or in a signal handler.
     static SDS_Producer* Enter()
@@ -62,10 +80,18 @@ public:
     // Lists have been retired that somebody uses: producers give up what they have paid for.
     static void NoteRetired() { sRetired.fetch_add(1); }
 
+    // Of a list that its pointer has led to just now, where its uses are kept; null when the thread has none left.
+    Place* FindPaid(const SDS_ActiveListenerList* iList)
+    {
+        Place& place = PlaceOf(iList);
+        if (!place.mUses.IsFor(iList)) return nullptr;
+        if (place.mMisses != 0) place.mMisses = 0;
+        return &place;
+    }
     // Where the uses of a list are kept; null when they are not.
     PaidUses* FindUses(const SDS_ActiveListenerList* iList)
     {
-        Place& place = mPlaces[(reinterpret_cast<std::uintptr_t>(iList) / cPSCacheLineBytes) % cPlaces];
+        Place& place = PlaceOf(iList);
         if (place.mUses.IsFor(iList)) {
             place.mMisses = 0;
         } else if (place.mUses.HasSome() && ++place.mMisses < cMissesToMove) {
@@ -77,9 +103,17 @@ public:
     // meets the newest first.
     SDS_DeliveryElement* NoteSent(SDS_DeliveryElement& iElement)
     {
-        return std::exchange(mSent[mSentCount++ % cSent], &iElement);
+        return std::exchange(mSent[++mSentCount % cSent], &iElement);
     }
-    SDS_DeliveryElement* Allocate(std::size_t iBytes) { return mCells.Allocate(iBytes); }
+    // What the queue's newest element is as far as the thread knows, before it notes the next one.
+    PSAtomicQueueLink* GuessNewest(SDS_QueueBlock& iQueue)
+    {
+        if (mSentTo == &iQueue) [[likely]]
+            return mSent[mSentCount % cSent];
+        mSentTo = &iQueue;
+        return nullptr;
+    }
+    SDS_TokenPool::Magazine& Cells() { return mCells; }
 
 private:
     static constexpr std::size_t cPlaces = 4;
@@ -87,12 +121,10 @@ private:
     static constexpr unsigned cMissesToMove = 8;
     static constexpr unsigned cSent = 8;
 
-    struct Place
+    Place& PlaceOf(const SDS_ActiveListenerList* iList)
     {
-        PaidUses mUses;
-        unsigned mMisses = 0;
-    };
-
+        return mPlaces[reinterpret_cast<std::uintptr_t>(iList) / sizeof(SDS_ActiveListenerList) % cPlaces];
+    }
     static SDS_Producer* TakeFree();
     void GiveUpRetired(Cmn_UInt32 iRetired);
     static void EndThread(void* iProducer);
@@ -106,5 +138,6 @@ private:
     Place mPlaces[cPlaces];
     SDS_DeliveryElement* mSent[cSent] = {};
     unsigned mSentCount = 0;
+    SDS_QueueBlock* mSentTo = nullptr; // the last one
     SDS_TokenPool::Magazine mCells;
 };
