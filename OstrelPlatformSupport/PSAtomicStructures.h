@@ -56,7 +56,8 @@ public:
     // good a guess as any, for it is only compared.
     [[nodiscard]] bool Push(PSAtomicQueueLink& ioLink, PSAtomicQueueLink* iNewest) KORA_NONBLOCKING
     {
-        return PushOnto(iNewest, ioLink, ioLink);
+        ioLink.mNext = iNewest;
+        return mHead.compare_exchange_strong(iNewest, &ioLink) || PushOnto(iNewest, ioLink, ioLink);
     }
 
     // Adds a chain that is linked from the newest to the oldest, with one compare-and-swap: no other link

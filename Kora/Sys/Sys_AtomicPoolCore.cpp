@@ -137,15 +137,18 @@ void Sys_AtomicPoolCore::Magazine::Fill()
     Held& held = mHeld[mClass];
     Class& itsClass = *mPool.mClasses[mClass];
     if (held.mShare == 0) held.mShare = Class::TakeShare(itsClass.mMagazinesLeft, cMaxMagazine);
-    const std::size_t wanted = mPool.IsScarce(mClass) ? 1 : (std::max)(held.mShare, 1u);
-    mTop = mBottom + mPool.Take(mClass, mBottom, wanted);
-    // Whoever gave the cells back has their lines: without this a producer waits for each of them in turn.
+    Cmn_UInt16 indices[Sys_CellStack::cMaxBatch];
+    const unsigned count =
+        mPool.TakeIndices(mClass, indices, mPool.IsScarce(mClass) ? 1 : (std::max)(held.mShare, 1u));
     const std::size_t stride = itsClass.mFree.GetStride();
-    for (void** next = mTop; next != mBottom;) { // as they are taken
-        const std::byte* const cell = static_cast<const std::byte*>(*--next) - sizeof(Prefix);
-        PSPrefetchForWrite(cell);
-        if (stride > cPSCacheLineBytes) PSPrefetchForWrite(cell + cPSCacheLineBytes);
-        if (stride > 2 * cPSCacheLineBytes) PSPrefetchForWrite(cell + 2 * cPSCacheLineBytes);
+    mTop = mBottom + count;
+    for (unsigned i = 0; i < count; ++i) { // the last one returned is taken first
+        std::byte* const prefix = itsClass.mFree.Locate(indices[i]);
+        mBottom[count - 1 - i] = prefix + sizeof(Prefix);
+        // Whoever gave the cells back has their lines: without this a producer waits for each of them in turn.
+        PSPrefetchForWrite(prefix);
+        if (stride > cPSCacheLineBytes) PSPrefetchForWrite(prefix + cPSCacheLineBytes);
+        if (stride > 2 * cPSCacheLineBytes) PSPrefetchForWrite(prefix + 2 * cPSCacheLineBytes);
     }
 }
 

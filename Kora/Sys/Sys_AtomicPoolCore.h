@@ -132,6 +132,7 @@ private:
     }
     template <class T>
     std::size_t Take(unsigned iClass, T** oCells, std::size_t iWanted) KORA_NONBLOCKING;
+    unsigned TakeIndices(unsigned iClass, Cmn_UInt16* oCells, unsigned iWanted) KORA_NONBLOCKING;
     // Null, after an assertion, for what is no cell of this pool.
     const Prefix* OwnPrefix(const void* iCell) const
     {
@@ -263,15 +264,23 @@ std::size_t Sys_AtomicPoolCore::AllocateMany(std::size_t iBytes, T** oCells,
 template <class T>
 std::size_t Sys_AtomicPoolCore::Take(unsigned iClass, T** oCells, std::size_t iWanted) KORA_NONBLOCKING
 {
-    Class& fitting = *mClasses[iClass];
     Cmn_UInt16 indices[Sys_CellStack::cMaxBatch];
     const unsigned wanted = static_cast<unsigned>(std::min<std::size_t>(iWanted, Sys_CellStack::cMaxBatch));
+    const unsigned taken = TakeIndices(iClass, indices, wanted);
+    const Sys_CellStack& stack = mClasses[iClass]->mFree;
+    for (unsigned i = 0; i < taken; ++i)
+        oCells[i] = static_cast<T*>(static_cast<void*>(stack.Locate(indices[i]) + sizeof(Prefix)));
+    return taken;
+}
+
+inline unsigned Sys_AtomicPoolCore::TakeIndices(unsigned iClass, Cmn_UInt16* oCells,
+                                                unsigned iWanted) KORA_NONBLOCKING
+{
+    Class& fitting = *mClasses[iClass];
     unsigned left = 0;
-    const unsigned taken = fitting.mFree.Pop(indices, wanted, left);
+    const unsigned taken = fitting.mFree.Pop(oCells, iWanted, left);
     if (left < fitting.mFewCells) [[unlikely]]
         NoteFewCells(iClass, left);
-    for (unsigned i = 0; i < taken; ++i)
-        oCells[i] = static_cast<T*>(static_cast<void*>(fitting.mFree.Locate(indices[i]) + sizeof(Prefix)));
     return taken;
 }
 

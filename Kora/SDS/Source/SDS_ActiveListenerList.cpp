@@ -28,6 +28,7 @@ void RecycleActiveListener(SDS_ActiveListener& ioActive)
     ioActive.mQueue->Release();
     ioActive.mQueue = nullptr;
     ioActive.mNewestPending = nullptr;
+    ioActive.mMayHaveOrdinary = false;
     ioActive.mNext = sFreeActiveListeners;
     sFreeActiveListeners = &ioActive;
 }
@@ -95,9 +96,8 @@ bool SDS_ActiveListenerList::LayOut()
         hearer->mKind = SDS_Hearer::KindOf(listener.GetType(), listener.GetSubType());
         hearer->mHeardBits =
             SDS_Hearer::KindOf(listener.GetType() != 0 ? -1 : 0, listener.GetSubType() != 0 ? -1 : 0);
-        hearer->mIsThere.store(true);
-        hearer->mIsLatest.store(active->mLatest.load());
         active->mHearer = hearer;
+        active->TellHearer();
     }
     return true;
 }

@@ -35,19 +35,17 @@ struct SDS_Hearer
     SDS_QueueBlock* mQueue = nullptr;
     Cmn_UInt64 mKind = 0;      // type and subtype
     Cmn_UInt64 mHeardBits = 0; // of them, those that count
-    // Copies of the active listener's. Written under the section.
-    std::atomic<bool> mIsThere{false};
-    std::atomic<bool> mIsLatest{false};
+    // Copies of the active listener's, in one word. Written under the section.
+    enum Flags : Cmn_UInt8 { eIsThere = 1, eIsLatest = 2 };
+    std::atomic<Cmn_UInt8> mFlags{0};
 
     static Cmn_UInt64 KindOf(Cmn_Int32 iType, Cmn_Int32 iSubType)
     {
         return static_cast<Cmn_UInt64>(static_cast<Cmn_UInt32>(iSubType)) << 32 |
                static_cast<Cmn_UInt32>(iType);
     }
-    bool Hears(Cmn_UInt64 iKind) const
-    {
-        return ((iKind ^ mKind) & mHeardBits) == 0 && mIsThere.load(std::memory_order_acquire);
-    }
+    Cmn_UInt8 GetFlags() const { return mFlags.load(std::memory_order_acquire); }
+    bool HearsKind(Cmn_UInt64 iKind) const { return ((iKind ^ mKind) & mHeardBits) == 0; }
 };
 
 struct SDS_ActiveListener
@@ -59,7 +57,10 @@ struct SDS_ActiveListener
     // Null once the listener has gone: what is queued for it is then released unseen.
     // Written under the section.
     std::atomic<SDS_TokenListener*> mListener{nullptr};
-    SDS_DeliveryElement* mNewestPending = nullptr; // the consumer's
+    // The consumer's: the pending token that came last while the listener was a latest one; and whether others may have
+    // come since.
+    SDS_DeliveryElement* mNewestPending = nullptr;
+    bool mMayHaveOrdinary = false;
     // The listener's chain; under the section.
     SDS_ActiveListener* mChainNext = nullptr;
     SDS_ActiveListener* mChainPrevious = nullptr;
@@ -69,16 +70,29 @@ struct SDS_ActiveListener
     alignas(cPSCacheLineBytes) SDS_BasicMailbox<SDS_Atomic, SDS_DeliveryElement> mMailbox;
     SDS_DeliveryElement mNotice{};
 
+    // By the consumer: whether it is there, and no latest one.
+    bool IsOrdinary() const
+    {
+        return mListener.load(std::memory_order_acquire) != nullptr &&
+               !mLatest.load(std::memory_order_relaxed);
+    }
     // Under the section.
     void SetListener(SDS_TokenListener* iListener)
     {
         mListener.store(iListener);
-        if (mHearer != nullptr) mHearer->mIsThere.store(iListener != nullptr);
+        TellHearer();
     }
     void SetLatest(bool iLatest)
     {
         mLatest.store(iLatest);
-        if (mHearer != nullptr) mHearer->mIsLatest.store(iLatest);
+        TellHearer();
+    }
+    void TellHearer()
+    {
+        if (mHearer == nullptr) return;
+        mHearer->mFlags.store(
+            static_cast<Cmn_UInt8>((mListener.load() != nullptr ? SDS_Hearer::eIsThere : 0) |
+                                   (mLatest.load() ? SDS_Hearer::eIsLatest : 0)));
     }
 };
 

@@ -24,13 +24,6 @@ class SDS_Producer
 public:
     using PaidUses = SDS_PaidUses<SDS_ActiveListenerList>;
 
-    // What is kept for one list.
-    struct Place
-    {
-        PaidUses mUses;
-        unsigned mMisses = 0;
-    };
-
     explicit SDS_Producer(SDS_TokenPool& ioPool)
         : mCells(ioPool)
     {
@@ -80,38 +73,29 @@ public:
     // Lists have been retired that somebody uses: producers give up what they have paid for.
     static void NoteRetired() { sRetired.fetch_add(1); }
 
-    // Of a list that its pointer has led to just now, where its uses are kept; null when the thread has none left.
-    Place* FindPaid(const SDS_ActiveListenerList* iList)
+    // Of a list that its pointer has led to just now, the uses that are kept for it; null when the thread has none left.
+    PaidUses* FindPaid(const SDS_ActiveListenerList* iList)
     {
         Place& place = PlaceOf(iList);
-        if (!place.mUses.IsFor(iList)) return nullptr;
-        if (place.mMisses != 0) place.mMisses = 0;
-        return &place;
+        return place.IsFor(iList) ? &place : nullptr;
     }
     // Where the uses of a list are kept; null when they are not.
     PaidUses* FindUses(const SDS_ActiveListenerList* iList)
     {
         Place& place = PlaceOf(iList);
-        if (place.mUses.IsFor(iList)) {
-            place.mMisses = 0;
-        } else if (place.mUses.HasSome() && ++place.mMisses < cMissesToMove) {
-            return nullptr;
-        }
-        return &place.mUses;
+        return place.IsFor(iList) || place.TakesAnother() ? &place : nullptr;
     }
-    // The element that the thread sent so many tokens before, wherever that is by now: a hint for the consumer, who
-    // meets the newest first.
-    SDS_DeliveryElement* NoteSent(SDS_DeliveryElement& iElement)
+    // What the queue's newest element is, as far as the thread knows, which is about to push the next one.
+    PSAtomicQueueLink* ExchangeNewest(SDS_QueueBlock& iQueue, SDS_DeliveryElement& iElement)
     {
-        return std::exchange(mSent[++mSentCount % cSent], &iElement);
+        SDS_DeliveryElement* const newest = std::exchange(mNewest, &iElement);
+        return std::exchange(mNewestIn, &iQueue) == &iQueue ? newest : nullptr;
     }
-    // What the queue's newest element is as far as the thread knows, before it notes the next one.
-    PSAtomicQueueLink* GuessNewest(SDS_QueueBlock& iQueue)
+    // The element that the thread sent about so many tokens before, wherever that is by now: a hint for the consumer, who
+    // meets the newest first. iCount: one that changes by one from each token to the next.
+    SDS_DeliveryElement* NoteSent(Cmn_UInt32 iCount, SDS_DeliveryElement& iElement)
     {
-        if (mSentTo == &iQueue) [[likely]]
-            return mSent[mSentCount % cSent];
-        mSentTo = &iQueue;
-        return nullptr;
+        return std::exchange(mSent[iCount % cSent], &iElement);
     }
     SDS_TokenPool::Magazine& Cells() { return mCells; }
 
@@ -120,6 +104,24 @@ private:
     // A list takes another's place when it is met so often in a row: two that take turns do not drive each other out.
     static constexpr unsigned cMissesToMove = 8;
     static constexpr unsigned cSent = 8;
+
+    // What is kept for one list, until another drives it out.
+    class Place : public PaidUses
+    {
+    public:
+        // Asked for another list: true in the end, when it has been so often in a row.
+        bool TakesAnother()
+        {
+            if (!HasSome()) return true;
+            if (std::exchange(mCountSeen, static_cast<Cmn_UInt16>(GetCount())) != GetCount()) mMisses = 0;
+            return ++mMisses >= cMissesToMove;
+        }
+
+    private:
+        Cmn_UInt16 mMisses = 0;
+        Cmn_UInt16 mCountSeen = 0; // at the last miss: another one tells that it was used since
+    };
+    static_assert(sizeof(void*) != 8 || sizeof(Place) == 16);
 
     Place& PlaceOf(const SDS_ActiveListenerList* iList)
     {
@@ -136,8 +138,8 @@ private:
     std::atomic<bool> mIsBusy{false};
     Cmn_UInt32 mRetiredSeen = 0;
     Place mPlaces[cPlaces];
+    SDS_DeliveryElement* mNewest = nullptr; // that the thread has pushed
+    SDS_QueueBlock* mNewestIn = nullptr;
     SDS_DeliveryElement* mSent[cSent] = {};
-    unsigned mSentCount = 0;
-    SDS_QueueBlock* mSentTo = nullptr; // the last one
     SDS_TokenPool::Magazine mCells;
 };

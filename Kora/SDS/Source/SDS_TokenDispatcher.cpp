@@ -43,9 +43,10 @@ void CopyToken(SDS_DeliveryElement& oElement, const SDS_Token& iToken)
 }
 
 // All but its place in the queue.
-void FillHeader(SDS_DeliveryElement& oElement, SDS_ActiveListener& iActive, SDS_ActiveListenerList& iList)
+void FillHeader(SDS_DeliveryElement& oElement, SDS_ActiveListener& iActive, SDS_ActiveListenerList& iList,
+                SDS_DeliveryElement* iHint)
 {
-    oElement.mPrevious = nullptr;
+    oElement.mPrevious = iHint;
     oElement.mActiveListener = &iActive;
     oElement.mList = &iList;
     oElement.mKind = SDS_DeliveryElement::Kind::eToken;
@@ -60,7 +61,7 @@ std::size_t NeededBytes(const SDS_Token& iToken)
 
 bool IsMailed(const SDS_Hearer& iHearer)
 {
-    return iHearer.mIsLatest.load(std::memory_order_relaxed) &&
+    return (iHearer.GetFlags() & SDS_Hearer::eIsLatest) != 0 &&
            iHearer.mQueue->mPriority.load(std::memory_order_relaxed) < SDS_TokenTask::cAudioPriority;
 }
 
@@ -131,7 +132,8 @@ public:
             const SDS_Hearer* heard[cServedAtOnce];
             std::size_t count = 0;
             for (; hearer != end && count < cServedAtOnce; ++hearer) {
-                if (hearer->Hears(kind)) heard[count++] = hearer;
+                if (hearer->HearsKind(kind) && (hearer->GetFlags() & SDS_Hearer::eIsThere) != 0)
+                    heard[count++] = hearer;
             }
             if (count > 0 && !ServeSome(heard, count)) return eSDSErr_TokenPoolFull;
         }
@@ -156,7 +158,7 @@ private:
         for (std::size_t i = 0; i < got;) {
             if (IsMailed(*iHeard[i])) {
                 SDS_ActiveListener& active = *iHeard[i]->mActive;
-                FillHeader(*cells[i], active, mList);
+                FillHeader(*cells[i], active, mList, nullptr);
                 Mail(active, *cells[i++]);
             } else {
                 i = Queue(iHeard, cells, i, got);
@@ -175,7 +177,7 @@ private:
         SDS_DeliveryElement* last = nullptr;
         std::size_t i = iFirst;
         for (; i < iEnd && iHeard[i]->mQueue == &queue && !IsMailed(*iHeard[i]); ++i) {
-            FillHeader(*iCells[i], *iHeard[i]->mActive, mList);
+            FillHeader(*iCells[i], *iHeard[i]->mActive, mList, nullptr);
             iCells[i]->mNumber = number;
             iCells[i]->mNext = last;
             last = iCells[i];
@@ -279,10 +281,10 @@ Entered EnterListOf(const SDS_Name& iName, SDS_Producer* ioProducer)
 [[gnu::noinline]] ESDSError DispatchWithFreshCells(const SDS_Token& iToken);
 
 // The task has gone.
-[[gnu::noinline]] ESDSError TakeBack(SDS_Producer& ioProducer, SDS_Producer::Place& ioPlace,
+[[gnu::noinline]] ESDSError TakeBack(SDS_Producer& ioProducer, SDS_Producer::PaidUses& ioPaid,
                                      SDS_DeliveryElement& ioElement)
 {
-    ioPlace.mUses.Return(1);
+    ioPaid.Return(1);
     SDS_DispatcherState::fTokenPool->Free(&ioElement);
     ioProducer.Leave();
     return eSDSErr_None;
@@ -294,9 +296,9 @@ Entered EnterListOf(const SDS_Name& iName, SDS_Producer* ioProducer)
     return eSDSErr_None;
 }
 
-// The common dispatch: a token for its list's only listener, whom no mailbox serves, by a thread that has a use paid and
-// a cell at hand. Whatever else comes up is another function's, called last: so this one saves no registers, and little
-// is left to be written before the queue's head, which waits for all of it.
+// The common dispatch: a token for its list's only listener, which is there and no latest one, by a thread that has a use
+// paid and a cell at hand. Whatever else comes up is another function's, called last: so this one saves few registers,
+// and little is left to be written before the queue's head, which waits for all of it.
 inline ESDSError Dispatch(const SDS_Token& iToken)
 {
     SDS_Producer* const producer = SDS_Producer::EnterAtOnce();
@@ -304,13 +306,12 @@ inline ESDSError Dispatch(const SDS_Token& iToken)
         return DispatchByWalk(iToken);
     SDS_ActiveListenerList* const list = iToken.name->mActiveList.load();
     SDS_InterleavingPoint();
-    SDS_Producer::Place* const place = producer->FindPaid(list);
-    if (place == nullptr || list->mCount != 1 || IsMailed(list->mOnly)) [[unlikely]] {
+    SDS_Producer::PaidUses* const paid = producer->FindPaid(list);
+    if (paid == nullptr || list->mCount != 1 || list->mOnly.GetFlags() != SDS_Hearer::eIsThere) [[unlikely]] {
         producer->Leave();
         return DispatchByWalk(iToken);
     }
-    const SDS_Hearer& hearer = list->mOnly;
-    if (!hearer.Hears(SDS_Hearer::KindOf(iToken.type, iToken.subtype))) {
+    if (!list->mOnly.HearsKind(SDS_Hearer::KindOf(iToken.type, iToken.subtype))) {
         producer->Leave();
         return eSDSErr_None;
     }
@@ -319,17 +320,15 @@ inline ESDSError Dispatch(const SDS_Token& iToken)
         return DispatchWithFreshCells(iToken);
     }
     SDS_DeliveryElement& element = *producer->Cells().Take();
-    SDS_QueueBlock& queue = *hearer.mQueue;
     CopyToken(element, iToken);
-    FillHeader(element, *hearer.mActive, *list);
+    SDS_QueueBlock& queue = *list->mOnly.mQueue;
+    // The element's use, before anybody can take it.
+    const Cmn_UInt32 left = paid->TakeOne();
+    FillHeader(element, *list->mOnly.mActive, *list, producer->NoteSent(left, element));
     element.mNumber = queue.mNumber.load();
     SDS_InterleavingPoint();
-    PSAtomicQueueLink* const newest = producer->GuessNewest(queue);
-    element.mPrevious = producer->NoteSent(element);
-    // The element's use, before anybody can take it.
-    place->mUses.Take(1);
-    if (!queue.mInbound.Push(element, newest)) [[unlikely]]
-        return TakeBack(*producer, *place, element);
+    if (!queue.mInbound.Push(element, producer->ExchangeNewest(queue, element))) [[unlikely]]
+        return TakeBack(*producer, *paid, element);
     producer->Leave();
     return queue.HasEvent() ? Signal(queue) : eSDSErr_None;
 }
@@ -376,7 +375,8 @@ ESDSError SDS_TokenDispatcher::GetToken(SDS_TokenTask* iTask, SDS_TokenListener*
     if (iTask == nullptr) return eSDSErr_InvalidTask;
     if (oListener == nullptr || oToken == nullptr) return eSDSErr_OutOfMemory;
     SDS_ReleaseBatch batch(GetTokenPool());
-    SDS_DeliveryElement* const element = iTask->DeliveryQueue()->TakeNext(batch, *oListener);
+    const auto [element, listener] = iTask->DeliveryQueue()->TakeNext(batch);
+    *oListener = listener;
     *oToken = element != nullptr ? element->GetToken() : nullptr;
     return eSDSErr_None;
 }
