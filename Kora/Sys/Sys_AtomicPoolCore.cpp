@@ -119,6 +119,14 @@ void Sys_AtomicPoolCore::Batch::FlushClass(unsigned iClass)
 
 bool Sys_AtomicPoolCore::Magazine::Fetch(std::size_t iBytes) KORA_NONBLOCKING
 {
+    if (iBytes - mLeastBytes >= mSizes && !Choose(iBytes)) return false;
+    if (mTop == mBottom) Fill();
+    return mTop != mBottom;
+}
+
+// The class that fits becomes the current one; false when none does.
+bool Sys_AtomicPoolCore::Magazine::Choose(std::size_t iBytes)
+{
     const unsigned fit = mPool.FitOf(iBytes);
     if (fit == mPool.mClassCount) return false;
     if (mSizes > 0) mHeld[mClass].mTop = mTop;
@@ -127,8 +135,7 @@ bool Sys_AtomicPoolCore::Magazine::Fetch(std::size_t iBytes) KORA_NONBLOCKING
     mSizes = mPool.mCellBytes[fit] + 1 - mLeastBytes;
     mTop = mHeld[fit].mTop;
     mBottom = mHeld[fit].mCells;
-    if (mTop == mBottom) Fill();
-    return mTop != mBottom;
+    return true;
 }
 
 // While the class is scarce, or without a share, one cell at a time, as without a magazine.
@@ -141,10 +148,10 @@ void Sys_AtomicPoolCore::Magazine::Fill()
     const unsigned count =
         mPool.TakeIndices(mClass, indices, mPool.IsScarce(mClass) ? 1 : (std::max)(held.mShare, 1u));
     const std::size_t stride = itsClass.mFree.GetStride();
-    mTop = mBottom + count;
+    void** place = mTop = mBottom + count;
     for (unsigned i = 0; i < count; ++i) { // the last one returned is taken first
         std::byte* const prefix = itsClass.mFree.Locate(indices[i]);
-        mBottom[count - 1 - i] = prefix + sizeof(Prefix);
+        *--place = prefix + sizeof(Prefix);
         // Whoever gave the cells back has their lines: without this a producer waits for each of them in turn.
         PSPrefetchForWrite(prefix);
         if (stride > cPSCacheLineBytes) PSPrefetchForWrite(prefix + cPSCacheLineBytes);

@@ -241,6 +241,7 @@ private:
         unsigned mShare = 0;  // taken from the class's
         void* mCells[cMaxMagazine];
     };
+    bool Choose(std::size_t iBytes);
     void Fill();
 
     Sys_AtomicPoolCore& mPool;

@@ -143,8 +143,11 @@ unsigned Sys_BasicCellStack<TAtomic>::Push(const Cmn_UInt16* iCells, unsigned iC
         // What lies below each cell, the last one's first.
         Cmn_UInt64 below = cAllNone;
         if (top != cNone) below = LinkOf(top).load(std::memory_order_acquire) << 16 | top;
-        for (unsigned i = iCount; i-- > 0; below = below << 16 | iCells[i])
-            LinkOf(iCells[i]).store(below, std::memory_order_release);
+        for (unsigned i = iCount; i-- > 0;) {
+            const Cmn_UInt16 cell = iCells[i];
+            LinkOf(cell).store(below, std::memory_order_release);
+            below = below << 16 | cell;
+        }
     } while (!mHead.compare_exchange_weak(head, Successor(head, FreeOf(head) + iCount, iCells[0])));
     return FreeOf(head) + iCount;
 }

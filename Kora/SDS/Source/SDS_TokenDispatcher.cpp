@@ -21,28 +21,44 @@ constexpr SDS_TokenPool::Size cTokenCells[] = {{112, 1000}, {156, 1000}, {438, 1
 // How many listeners are served with one visit to the pool.
 constexpr std::size_t cServedAtOnce = 32;
 
-// A line at a time, then sixteen bytes at a time, the last ones once more where they overlap: no token is smaller than
-// its header.
-void CopyToken(SDS_DeliveryElement& oElement, const SDS_Token& iToken)
+constexpr std::size_t cLine = 64, cChunk = 16; // bytes
+static_assert(SDS_Token::cHeaderSize >= cChunk);
+
+// What is left of a token behind its last whole line: sixteen bytes at a time, the last ones once more where they
+// overlap, since no token is smaller than its header.
+inline void CopyRest(std::byte* oTo, const std::byte* iFrom, const std::byte* iEnd)
 {
-    constexpr std::size_t line = 64, chunk = 16;
-    static_assert(SDS_Token::cHeaderSize >= chunk);
-    auto* const to = reinterpret_cast<std::byte*>(oElement.GetToken());
-    const auto* const from = reinterpret_cast<const std::byte*>(&iToken);
-    const auto bytes = static_cast<std::size_t>(iToken.size);
-    std::size_t at = 0;
-    for (; at + line <= bytes; at += line)
-        std::memcpy(to + at, from + at, line);
-    if (at != bytes) {
-        const std::size_t last = bytes - chunk;
-        for (; at < last; at += chunk)
-            std::memcpy(to + at, from + at, chunk);
-        std::memcpy(to + last, from + last, chunk);
-    }
-    oElement.GetToken()->element = &oElement;
+    if (iFrom == iEnd) return;
+    for (; iEnd - iFrom > static_cast<std::ptrdiff_t>(cChunk); iFrom += cChunk, oTo += cChunk)
+        std::memcpy(oTo, iFrom, cChunk);
+    std::memcpy(oTo - (iFrom + cChunk - iEnd), iEnd - cChunk, cChunk);
 }
 
-// All but its place in the queue.
+inline void CopyToken(SDS_DeliveryElement& oElement, const SDS_Token& iToken)
+{
+    auto* to = reinterpret_cast<std::byte*>(oElement.GetToken());
+    const auto* from = reinterpret_cast<const std::byte*>(&iToken);
+    const std::byte* const end = from + iToken.size;
+    for (; end - from >= static_cast<std::ptrdiff_t>(cLine); from += cLine, to += cLine)
+        std::memcpy(to, from, cLine);
+    CopyRest(to, from, end);
+}
+
+// To several, each line to all of them.
+void CopyToken(SDS_DeliveryElement* const* iElements, std::size_t iCount, const SDS_Token& iToken)
+{
+    const auto* from = reinterpret_cast<const std::byte*>(&iToken);
+    const auto bytes = static_cast<std::size_t>(iToken.size);
+    std::size_t at = 0;
+    for (; at + cLine <= bytes; at += cLine) {
+        for (std::size_t i = 0; i < iCount; ++i)
+            std::memcpy(reinterpret_cast<std::byte*>(iElements[i]->GetToken()) + at, from + at, cLine);
+    }
+    for (std::size_t i = 0; at < bytes && i < iCount; ++i)
+        CopyRest(reinterpret_cast<std::byte*>(iElements[i]->GetToken()) + at, from + at, from + bytes);
+}
+
+// All but its place in the queue; the copy is there.
 void FillHeader(SDS_DeliveryElement& oElement, SDS_ActiveListener& iActive, SDS_ActiveListenerList& iList,
                 SDS_DeliveryElement* iHint)
 {
@@ -51,6 +67,7 @@ void FillHeader(SDS_DeliveryElement& oElement, SDS_ActiveListener& iActive, SDS_
     oElement.mList = &iList;
     oElement.mKind = SDS_DeliveryElement::Kind::eToken;
     oElement.mIsLatest = false;
+    oElement.GetToken()->element = &oElement;
     static_cast<void>(SDS_TokenTracker::TrackTokenDeliveryQueue(oElement.GetToken(), &iActive));
 }
 
@@ -153,8 +170,7 @@ private:
             if ((cells[got] = mProducer->Cells().Allocate(NeededBytes(mToken))) == nullptr) break;
             ++got;
         }
-        for (std::size_t i = 0; i < got; ++i)
-            CopyToken(*cells[i], mToken);
+        CopyToken(cells, got, mToken);
         for (std::size_t i = 0; i < got;) {
             if (IsMailed(*iHeard[i])) {
                 SDS_ActiveListener& active = *iHeard[i]->mActive;
@@ -186,7 +202,7 @@ private:
         SDS_InterleavingPoint();
         if (queue.mInbound.PushNewestFirst(*last, *iCells[iFirst])) {
             mUses -= sent;
-            for (Cmn_UInt32 count = 0; count < sent; ++count)
+            for (Cmn_UInt32 count = queue.HasEvent() ? sent : 0; count > 0; --count)
                 queue.Signal();
         } else {
             // The task has gone: the cells go back.
