@@ -73,8 +73,7 @@ public:
     std::byte* Locate(Cmn_UInt16 iCell) const KORA_NONBLOCKING
     {
         // relaxed: the head that named the cell was read after the address was stored.
-        return mBlocks[iCell >> cPlaceBits].load(std::memory_order_relaxed) +
-               (iCell & ((1u << cPlaceBits) - 1)) * mStride;
+        return mBlocks[BlockOf(iCell)].load(std::memory_order_relaxed) + PlaceOf(iCell) * mStride;
     }
 
     // What was true at one moment.
@@ -86,10 +85,9 @@ private:
     static_assert(cAhead * sizeof(Cmn_UInt16) == sizeof(Cmn_UInt64));
 
     // acquire and release, of links: who reads an outdated one comes to cells whose block is published for it too.
-    TAtomic<Cmn_UInt64>& LinkOf(Cmn_UInt16 iCell) const
-    {
-        return mLinks[iCell >> cPlaceBits][iCell & ((1u << cPlaceBits) - 1)];
-    }
+    TAtomic<Cmn_UInt64>& LinkOf(Cmn_UInt16 iCell) const { return mLinks[BlockOf(iCell)][PlaceOf(iCell)]; }
+    static constexpr unsigned BlockOf(Cmn_UInt16 iCell) { return static_cast<unsigned>(iCell) >> cPlaceBits; }
+    static constexpr unsigned PlaceOf(Cmn_UInt16 iCell) { return iCell & ((1u << cPlaceBits) - 1); }
     static constexpr Cmn_UInt16 TopOf(Cmn_UInt64 iHead) { return static_cast<Cmn_UInt16>(iHead); }
     static constexpr unsigned FreeOf(Cmn_UInt64 iHead) { return static_cast<Cmn_UInt16>(iHead >> 16); }
     // The head that follows iBefore, with the next tag.
@@ -120,12 +118,17 @@ unsigned Sys_BasicCellStack<TAtomic>::Pop(Cmn_UInt16* oCells, unsigned iWanted,
         // that exist or to cNone; the tag then lets the swap fail.
         Cmn_UInt16 top = TopOf(head);
         Cmn_UInt64 below = cAllNone;
+        unsigned block = cMaxBlocks;
+        TAtomic<Cmn_UInt64>* links = nullptr;
         for (unsigned found = 0; found < taken && top != cNone; found += cAhead) {
-            below = LinkOf(top).load(std::memory_order_acquire);
-            oCells[found] = top;
-            oCells[found + 1] = static_cast<Cmn_UInt16>(below);
-            oCells[found + 2] = static_cast<Cmn_UInt16>(below >> 16);
-            oCells[found + 3] = static_cast<Cmn_UInt16>(below >> 32);
+            // Mostly the block of the one before: whose links need not wait for this one's index then.
+            if (const unsigned its = BlockOf(top); its != block) links = mLinks[block = its].get();
+            below = links[PlaceOf(top)].load(std::memory_order_acquire);
+            const Cmn_UInt64 four = below << 16 | top;
+            oCells[found] = static_cast<Cmn_UInt16>(four);
+            oCells[found + 1] = static_cast<Cmn_UInt16>(four >> 16);
+            oCells[found + 2] = static_cast<Cmn_UInt16>(four >> 32);
+            oCells[found + 3] = static_cast<Cmn_UInt16>(four >> 48);
             top = static_cast<Cmn_UInt16>(below >> 48);
         }
         top = static_cast<Cmn_UInt16>(below >> 16 * ((taken - 1) % cAhead));
