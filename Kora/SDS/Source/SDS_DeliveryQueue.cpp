@@ -220,8 +220,18 @@ void SDS_DeliveryQueue::TakeOver(PSAtomicQueueLink* iOldest, SDS_ReleaseBatch& i
         SDS_DeliveryElement& element = *static_cast<SDS_DeliveryElement*>(link);
         link = link->mNext;
         if (element.mKind == SDS_DeliveryElement::Kind::eToken) {
-            Arrive(element, ioBatch);
-        } else if (element.mActiveListener == iPassedOver) {
+            if (mTail != nullptr && element.mActiveListener->IsOrdinary()) {
+                element.mNumber = std::max(element.mNumber, mTail->mNumber);
+                element.mNext = nullptr;
+                element.mActiveListener->mMayHaveOrdinary = true;
+                AppendOrdinary(element, element);
+            } else {
+                Arrive(element, ioBatch);
+            }
+            continue;
+        }
+        element.mPrevious = nullptr; // no hint, when it is queued anew
+        if (element.mActiveListener == iPassedOver) {
             static_cast<void>(mBlock->mInbound.Push(element));
         } else {
             *noticesEnd = &element;

@@ -293,7 +293,7 @@ Entered EnterListOf(const SDS_Name& iName, SDS_Producer* ioProducer)
     return DispatchByWalk(ioToken);
 }
 
-// After the thread's cells have run out, or were of another size.
+// For a token that is heard, after the thread's cells have run out or were of another size.
 [[gnu::noinline]] ESDSError DispatchWithFreshCells(const SDS_Token& iToken);
 
 // The task has gone.
@@ -351,9 +351,11 @@ inline ESDSError Dispatch(const SDS_Token& iToken)
 
 ESDSError DispatchWithFreshCells(const SDS_Token& iToken)
 {
-    if (const StProducer producer;
-        producer.Get() == nullptr || !producer.Get()->Cells().Fetch(NeededBytes(iToken)))
-        return DispatchByWalk(iToken);
+    {
+        const StProducer producer;
+        if (producer.Get() == nullptr) return DispatchByWalk(iToken);
+        if (!producer.Get()->Cells().Fetch(NeededBytes(iToken))) return eSDSErr_TokenPoolFull;
+    }
     return Dispatch(iToken);
 }
 
