@@ -149,7 +149,7 @@ void Sys_AtomicPoolCore::Magazine::Fill()
         mPool.TakeIndices(mClass, indices, mPool.IsScarce(mClass) ? 1 : (std::max)(held.mShare, 1u));
     const std::size_t stride = itsClass.mFree.GetStride();
     void** place = mTop = mBottom + count;
-    for (unsigned i = 0; i < count; ++i) { // the last one returned is taken first
+    for (unsigned i = count; i-- > 0;) { // as they are taken
         std::byte* const prefix = itsClass.mFree.Locate(indices[i]);
         *--place = prefix + sizeof(Prefix);
         // Whoever gave the cells back has their lines: without this a producer waits for each of them in turn.
