@@ -51,11 +51,22 @@ public:
     {
         return PushNewestFirst(ioLink, ioLink);
     }
+    // The same by a producer who guesses which link is the newest: most likely the one that it pushed last, or null. A
+    // right guess spares the wait for the head, a wrong one costs a compare-and-swap; a link that has left since is as
+    // good a guess as any, for it is only compared.
+    [[nodiscard]] bool Push(PSAtomicQueueLink& ioLink, PSAtomicQueueLink* iNewest) KORA_NONBLOCKING
+    {
+        ioLink.mNext = iNewest;
+        return mHead.compare_exchange_strong(iNewest, &ioLink) || PushOnto(iNewest, ioLink, ioLink);
+    }
 
     // Adds a chain that is linked from the newest to the oldest, with one compare-and-swap: no other link
     // comes to stand between them. What ioOldest's `next` held is lost. False when the queue is closed.
     [[nodiscard]] bool PushNewestFirst(PSAtomicQueueLink& ioNewest,
-                                       PSAtomicQueueLink& ioOldest) KORA_NONBLOCKING;
+                                       PSAtomicQueueLink& ioOldest) KORA_NONBLOCKING
+    {
+        return PushOnto(mHead.load(std::memory_order_relaxed), ioNewest, ioOldest);
+    }
 
     // Takes everything and returns the oldest link; its `next` leads to the newest, whose `next` is null.
     // Null when the queue is empty, which costs one load.
@@ -85,6 +96,9 @@ public:
     void Reopen() { mHead.store(nullptr); }
 
 private:
+    // iHead: a guess, only compared, never followed.
+    bool PushOnto(PSAtomicQueueLink* iHead, PSAtomicQueueLink& ioNewest,
+                  PSAtomicQueueLink& ioOldest) KORA_NONBLOCKING;
     // Turns a chain that ends with null round and returns its new first link.
     static PSAtomicQueueLink* Reverse(PSAtomicQueueLink* iFirst);
 
@@ -131,14 +145,13 @@ PSAtomicQueueLink* PSBasicAtomicQueue<TAtomic>::Reverse(PSAtomicQueueLink* iFirs
 }
 
 template <template <class> class TAtomic>
-bool PSBasicAtomicQueue<TAtomic>::PushNewestFirst(PSAtomicQueueLink& ioNewest,
-                                                  PSAtomicQueueLink& ioOldest) KORA_NONBLOCKING
+bool PSBasicAtomicQueue<TAtomic>::PushOnto(PSAtomicQueueLink* iHead, PSAtomicQueueLink& ioNewest,
+                                           PSAtomicQueueLink& ioOldest) KORA_NONBLOCKING
 {
-    PSAtomicQueueLink* head = mHead.load(std::memory_order_relaxed); // a guess: only compared, never followed
     do {
-        if (head == &mClosed) return false;
-        ioOldest.mNext = head;
-    } while (!mHead.compare_exchange_weak(head, &ioNewest));
+        if (iHead == &mClosed) return false;
+        ioOldest.mNext = iHead;
+    } while (!mHead.compare_exchange_weak(iHead, &ioNewest));
     return true;
 }
 

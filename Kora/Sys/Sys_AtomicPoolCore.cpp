@@ -6,8 +6,6 @@
 
 namespace {
 
-constexpr std::size_t cFetchedAhead = 3 * cPSCacheLineBytes; // of each cell of a magazine
-
 constexpr std::align_val_t cBlockAlignment{cPSCacheLineBytes};
 
 void* TakeFromHeap(std::size_t iBytes) { return ::operator new(iBytes, cBlockAlignment, std::nothrow); }
@@ -86,30 +84,89 @@ Cmn_UInt32 Sys_AtomicPoolCore::GrowIfLow()
     return added;
 }
 
-// While the class is scarce, or without a share, one cell at a time, as without a magazine.
-bool Sys_AtomicPoolCore::Magazine::Fill(unsigned iClass)
+void Sys_AtomicPoolCore::Batch::Return(unsigned iClass)
 {
     Held& held = mHeld[iClass];
-    if (held.mShare == 0)
-        held.mShare = Class::TakeShare(mPool.mClasses[iClass]->mMagazinesLeft, cMaxMagazine);
-    const std::size_t wanted = mPool.IsScarce(iClass) ? 1 : (std::max)(held.mShare, 1u);
-    held.mCount = static_cast<unsigned>(mPool.Take(iClass, held.mCells, wanted));
-    // Whoever gave the cells back has their lines: without this a producer waits for each of them in turn.
-    const std::size_t bytes = (std::min)(mPool.mClasses[iClass]->mFree.GetStride(), cFetchedAhead);
-    for (unsigned i = held.mCount; i-- > 0;) { // as they are taken
-        const std::byte* const cell = static_cast<const std::byte*>(held.mCells[i]) - sizeof(Prefix);
-        for (std::size_t at = 0; at < bytes; at += cPSCacheLineBytes)
-            PSPrefetchForWrite(cell + at);
+    if (held.mCount > 0) mPool.Return(iClass, mCells[iClass], held.mCount);
+    held.mCount = 0;
+    held.mHasReturned = true;
+}
+
+// The first one goes back alone: most batches have no other, and take no share.
+void Sys_AtomicPoolCore::Batch::ReturnFull(unsigned iClass)
+{
+    Held& held = mHeld[iClass];
+    if (held.mShare == 0 && held.mHasReturned)
+        held.mShare = static_cast<Cmn_UInt16>(
+            Class::TakeShare(mPool.mClasses[iClass]->mShareLeft, Sys_CellStack::cMaxBatch));
+    if (held.mCount >= held.mShare || mPool.IsScarce(iClass)) Return(iClass);
+}
+
+void Sys_AtomicPoolCore::Batch::ReturnAllScarce()
+{
+    for (unsigned i = 0; i < mPool.mClassCount; ++i) {
+        if (mPool.IsScarce(i)) Return(i);
     }
-    return held.mCount > 0;
+}
+
+void Sys_AtomicPoolCore::Batch::FlushClass(unsigned iClass)
+{
+    Return(iClass);
+    Held& held = mHeld[iClass];
+    if (held.mShare > 0) mPool.mClasses[iClass]->mShareLeft.fetch_add(held.mShare);
+    held = {};
+}
+
+bool Sys_AtomicPoolCore::Magazine::Fetch(std::size_t iBytes) KORA_NONBLOCKING
+{
+    if (iBytes - mLeastBytes >= mSizes && !Choose(iBytes)) return false;
+    if (mTop == mBottom) Fill();
+    return mTop != mBottom;
+}
+
+// The class that fits becomes the current one; false when none does.
+bool Sys_AtomicPoolCore::Magazine::Choose(std::size_t iBytes)
+{
+    const unsigned fit = mPool.FitOf(iBytes);
+    if (fit == mPool.mClassCount) return false;
+    if (mSizes > 0) mHeld[mClass].mTop = mTop;
+    mClass = fit;
+    mLeastBytes = fit == 0 ? 0 : mPool.mCellBytes[fit - 1] + 1;
+    mSizes = mPool.mCellBytes[fit] + 1 - mLeastBytes;
+    mTop = mHeld[fit].mTop;
+    mBottom = mHeld[fit].mCells;
+    return true;
+}
+
+// While the class is scarce, or without a share, one cell at a time, as without a magazine.
+void Sys_AtomicPoolCore::Magazine::Fill()
+{
+    Held& held = mHeld[mClass];
+    Class& itsClass = *mPool.mClasses[mClass];
+    if (held.mShare == 0) held.mShare = Class::TakeShare(itsClass.mMagazinesLeft, cMaxMagazine);
+    Cmn_UInt16 indices[Sys_CellStack::cMaxBatch];
+    const unsigned count =
+        mPool.TakeIndices(mClass, indices, mPool.IsScarce(mClass) ? 1 : (std::max)(held.mShare, 1u));
+    const std::size_t stride = itsClass.mFree.GetStride();
+    void** place = mTop = mBottom + count;
+    for (unsigned i = count; i-- > 0;) { // as they are taken
+        std::byte* const prefix = itsClass.mFree.Locate(indices[i]);
+        *--place = prefix + sizeof(Prefix);
+        // Whoever gave the cells back has their lines: without this a producer waits for each of them in turn.
+        PSPrefetchForWrite(prefix);
+        if (stride > cPSCacheLineBytes) PSPrefetchForWrite(prefix + cPSCacheLineBytes);
+        if (stride > 2 * cPSCacheLineBytes) PSPrefetchForWrite(prefix + 2 * cPSCacheLineBytes);
+    }
 }
 
 void Sys_AtomicPoolCore::Magazine::Flush()
 {
+    if (mSizes > 0) mHeld[mClass].mTop = mTop;
+    mSizes = 0;
     for (unsigned i = 0; i < mPool.mClassCount; ++i) {
         Held& held = mHeld[i];
-        while (held.mCount > 0)
-            mPool.Free(held.mCells[--held.mCount]);
+        while (held.mTop != held.mCells)
+            mPool.Free(*--held.mTop);
         if (held.mShare > 0) mPool.mClasses[i]->mMagazinesLeft.fetch_add(held.mShare);
         held.mShare = 0;
     }

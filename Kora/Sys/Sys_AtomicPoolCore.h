@@ -132,6 +132,7 @@ private:
     }
     template <class T>
     std::size_t Take(unsigned iClass, T** oCells, std::size_t iWanted) KORA_NONBLOCKING;
+    unsigned TakeIndices(unsigned iClass, Cmn_UInt16* oCells, unsigned iWanted) KORA_NONBLOCKING;
     // Null, after an assertion, for what is no cell of this pool.
     const Prefix* OwnPrefix(const void* iCell) const
     {
@@ -174,28 +175,36 @@ public:
     // Returns the cell now or with others.
     void Free(void* iCell) KORA_NONBLOCKING;
     // Returns what it holds of scarce classes.
-    void ReturnScarce();
+    void ReturnScarce()
+    {
+        // relaxed: a hint.
+        if (mPool.mScarceClasses.load(std::memory_order_relaxed) != 0) [[unlikely]]
+            ReturnAllScarce();
+    }
     // Returns what it holds, and its share.
-    void Flush();
+    void Flush()
+    {
+        for (unsigned i = 0; i < mPool.mClassCount; ++i) {
+            if (mHeld[i].mHasReturned || mHeld[i].mCount > 0) FlushClass(i);
+        }
+    }
 
 private:
-    struct Held
+    struct alignas(8) Held
     {
-        unsigned mCount = 0;
-        unsigned mShare = 0; // taken from the class's
+        Cmn_UInt16 mCount = 0;
+        Cmn_UInt16 mShare = 0; // taken from the class's
         bool mHasReturned = false;
-        Cmn_UInt16 mCells[Sys_CellStack::cMaxBatch];
     };
-    void Return(unsigned iClass)
-    {
-        Held& held = mHeld[iClass];
-        if (held.mCount > 0) mPool.Return(iClass, held.mCells, held.mCount);
-        held.mCount = 0;
-        held.mHasReturned = true;
-    }
+    KORA_API void ReturnAllScarce();
+    KORA_API void FlushClass(unsigned iClass);
+    // After a cell that it does not hold for more to come: its share is full, or there is none.
+    KORA_API void ReturnFull(unsigned iClass);
+    void Return(unsigned iClass);
 
     Sys_AtomicPoolCore& mPool;
     Held mHeld[cMaxClasses];
+    Cmn_UInt16 mCells[cMaxClasses][Sys_CellStack::cMaxBatch];
 };
 
 // Cells on their way to one producer.
@@ -214,26 +223,34 @@ public:
     // As the pool's.
     void* Allocate(std::size_t iBytes) KORA_NONBLOCKING
     {
-        const unsigned fit = mPool.FitOf(iBytes);
-        if (fit == mPool.mClassCount) return nullptr;
-        Held& held = mHeld[fit];
-        if (held.mCount == 0 && !Fill(fit)) [[unlikely]]
-            return nullptr;
-        return held.mCells[--held.mCount];
+        return HasFor(iBytes) || Fetch(iBytes) ? Take() : nullptr;
     }
+    // Whether the next cell for so many bytes is here already, of the class that was asked for last.
+    bool HasFor(std::size_t iBytes) const { return iBytes - mLeastBytes < mSizes && mTop != mBottom; }
+    // That cell.
+    void* Take() { return *--mTop; }
+    // Has it brought here; false when no class fits, or the one that does has no cell.
+    KORA_API bool Fetch(std::size_t iBytes) KORA_NONBLOCKING;
     // Gives back all that it holds, and its shares.
     KORA_API void Flush();
 
 private:
     struct Held
     {
-        unsigned mCount = 0;
-        unsigned mShare = 0; // taken from the class's
+        void** mTop = mCells; // behind the last one
+        unsigned mShare = 0;  // taken from the class's
         void* mCells[cMaxMagazine];
     };
-    KORA_API bool Fill(unsigned iClass);
+    bool Choose(std::size_t iBytes);
+    void Fill();
 
     Sys_AtomicPoolCore& mPool;
+    // The class that was asked for last, which is mostly asked for again: so many sizes from the least one on are its.
+    std::size_t mLeastBytes = 0;
+    std::size_t mSizes = 0;
+    void** mTop = nullptr; // its own, whose Held's is outdated meanwhile
+    void** mBottom = nullptr;
+    unsigned mClass = 0;
     Held mHeld[cMaxClasses];
 };
 
@@ -248,15 +265,23 @@ std::size_t Sys_AtomicPoolCore::AllocateMany(std::size_t iBytes, T** oCells,
 template <class T>
 std::size_t Sys_AtomicPoolCore::Take(unsigned iClass, T** oCells, std::size_t iWanted) KORA_NONBLOCKING
 {
-    Class& fitting = *mClasses[iClass];
     Cmn_UInt16 indices[Sys_CellStack::cMaxBatch];
     const unsigned wanted = static_cast<unsigned>(std::min<std::size_t>(iWanted, Sys_CellStack::cMaxBatch));
+    const unsigned taken = TakeIndices(iClass, indices, wanted);
+    const Sys_CellStack& stack = mClasses[iClass]->mFree;
+    for (unsigned i = 0; i < taken; ++i)
+        oCells[i] = static_cast<T*>(static_cast<void*>(stack.Locate(indices[i]) + sizeof(Prefix)));
+    return taken;
+}
+
+inline unsigned Sys_AtomicPoolCore::TakeIndices(unsigned iClass, Cmn_UInt16* oCells,
+                                                unsigned iWanted) KORA_NONBLOCKING
+{
+    Class& fitting = *mClasses[iClass];
     unsigned left = 0;
-    const unsigned taken = fitting.mFree.Pop(indices, wanted, left);
+    const unsigned taken = fitting.mFree.Pop(oCells, iWanted, left);
     if (left < fitting.mFewCells) [[unlikely]]
         NoteFewCells(iClass, left);
-    for (unsigned i = 0; i < taken; ++i)
-        oCells[i] = static_cast<T*>(static_cast<void*>(fitting.mFree.Locate(indices[i]) + sizeof(Prefix)));
     return taken;
 }
 
@@ -294,30 +319,7 @@ inline void Sys_AtomicPoolCore::Batch::Free(void* iCell) KORA_NONBLOCKING
 
     const unsigned itsClass = prefix->mClass;
     Held& held = mHeld[itsClass];
-    held.mCells[held.mCount++] = prefix->mIndex;
-    // The first one goes back alone: most batches have no other, and take no share.
-    if (held.mShare == 0 && held.mHasReturned) {
-        held.mShare = Class::TakeShare(mPool.mClasses[itsClass]->mShareLeft, Sys_CellStack::cMaxBatch);
-    }
-    if (held.mCount >= held.mShare || mPool.IsScarce(itsClass)) Return(itsClass);
-}
-
-// For a consumer that is about to be busy with something else.
-inline void Sys_AtomicPoolCore::Batch::ReturnScarce()
-{
-    Cmn_UInt32 scarce = mPool.mScarceClasses.load(std::memory_order_relaxed); // relaxed: a hint
-    for (unsigned i = 0; scarce != 0; ++i, scarce >>= 1) {
-        if ((scarce & 1) != 0) Return(i);
-    }
-}
-
-inline void Sys_AtomicPoolCore::Batch::Flush()
-{
-    for (unsigned i = 0; i < mPool.mClassCount; ++i) {
-        Held& held = mHeld[i];
-        if (held.mCount > 0) Return(i);
-        if (held.mShare > 0) mPool.mClasses[i]->mShareLeft.fetch_add(held.mShare);
-        held.mShare = 0;
-        held.mHasReturned = false;
-    }
+    mCells[itsClass][held.mCount++] = prefix->mIndex;
+    if (held.mCount >= held.mShare || mPool.IsScarce(itsClass)) [[unlikely]]
+        ReturnFull(itsClass);
 }

@@ -41,6 +41,7 @@ struct Sys_CellStackLimits
 };
 static_assert(Sys_CellStackLimits::cMaxBlocks << Sys_CellStackLimits::cPlaceBits <
               Sys_CellStackLimits::cNone);
+static_assert(Sys_CellStackLimits::cMaxBatch % Sys_CellStackLimits::cAhead == 0);
 
 template <template <class> class TAtomic>
 class Sys_BasicCellStack : public Sys_CellStackLimits
@@ -53,7 +54,7 @@ public:
     }
 
     // Takes up to iWanted cells (1 to cMaxBatch), beginning with the top one, and returns how many: 0 when
-    // none is free. oLeft: free cells that it left.
+    // none is free. oCells: room for cMaxBatch, whatever is wanted. oLeft: free cells that it left.
     unsigned Pop(Cmn_UInt16* oCells, unsigned iWanted, unsigned& oLeft) KORA_NONBLOCKING;
 
     // Returns iCount cells (1 or more), the first one becomes the top; how many are free then.
@@ -72,8 +73,7 @@ public:
     std::byte* Locate(Cmn_UInt16 iCell) const KORA_NONBLOCKING
     {
         // relaxed: the head that named the cell was read after the address was stored.
-        return mBlocks[iCell >> cPlaceBits].load(std::memory_order_relaxed) +
-               (iCell & ((1u << cPlaceBits) - 1)) * mStride;
+        return mBlocks[BlockOf(iCell)].load(std::memory_order_relaxed) + PlaceOf(iCell) * mStride;
     }
 
     // What was true at one moment.
@@ -85,10 +85,9 @@ private:
     static_assert(cAhead * sizeof(Cmn_UInt16) == sizeof(Cmn_UInt64));
 
     // acquire and release, of links: who reads an outdated one comes to cells whose block is published for it too.
-    TAtomic<Cmn_UInt64>& LinkOf(Cmn_UInt16 iCell) const
-    {
-        return mLinks[iCell >> cPlaceBits][iCell & ((1u << cPlaceBits) - 1)];
-    }
+    TAtomic<Cmn_UInt64>& LinkOf(Cmn_UInt16 iCell) const { return mLinks[BlockOf(iCell)][PlaceOf(iCell)]; }
+    static constexpr unsigned BlockOf(Cmn_UInt16 iCell) { return static_cast<unsigned>(iCell) >> cPlaceBits; }
+    static constexpr unsigned PlaceOf(Cmn_UInt16 iCell) { return iCell & ((1u << cPlaceBits) - 1); }
     static constexpr Cmn_UInt16 TopOf(Cmn_UInt64 iHead) { return static_cast<Cmn_UInt16>(iHead); }
     static constexpr unsigned FreeOf(Cmn_UInt64 iHead) { return static_cast<Cmn_UInt16>(iHead >> 16); }
     // The head that follows iBefore, with the next tag.
@@ -115,22 +114,24 @@ unsigned Sys_BasicCellStack<TAtomic>::Pop(Cmn_UInt16* oCells, unsigned iWanted,
         oLeft = free - taken;
         if (taken == 0) return 0;
 
+        // A cell and three that its link names, at each step. With an outdated head the walk may lead astray, among links
+        // that exist or to cNone; the tag then lets the swap fail.
         Cmn_UInt16 top = TopOf(head);
-        Cmn_UInt64 below = 0;
-        unsigned known = 0;
-        unsigned found = 0;
-        do {
-            oCells[found++] = top;
-            if (known == 0 || static_cast<Cmn_UInt16>(below) == cNone) {
-                // With an outdated head the walk may lead astray, among links that exist or to cNone; the tag then lets
-                // the swap fail.
-                below = LinkOf(top).load(std::memory_order_acquire);
-                known = cAhead;
-            }
-            top = static_cast<Cmn_UInt16>(below);
-            below >>= 16;
-            --known;
-        } while (found < taken && top != cNone);
+        Cmn_UInt64 below = cAllNone;
+        unsigned block = cMaxBlocks;
+        TAtomic<Cmn_UInt64>* links = nullptr;
+        for (unsigned found = 0; found < taken && top != cNone; found += cAhead) {
+            // Mostly the block of the one before: whose links need not wait for this one's index then.
+            if (const unsigned its = BlockOf(top); its != block) links = mLinks[block = its].get();
+            below = links[PlaceOf(top)].load(std::memory_order_acquire);
+            const Cmn_UInt64 four = below << 16 | top;
+            oCells[found] = static_cast<Cmn_UInt16>(four);
+            oCells[found + 1] = static_cast<Cmn_UInt16>(four >> 16);
+            oCells[found + 2] = static_cast<Cmn_UInt16>(four >> 32);
+            oCells[found + 3] = static_cast<Cmn_UInt16>(four >> 48);
+            top = static_cast<Cmn_UInt16>(below >> 48);
+        }
+        top = static_cast<Cmn_UInt16>(below >> 16 * ((taken - 1) % cAhead));
         if (mHead.compare_exchange_weak(head, Successor(head, oLeft, top))) return taken;
     }
 }
@@ -145,8 +146,11 @@ unsigned Sys_BasicCellStack<TAtomic>::Push(const Cmn_UInt16* iCells, unsigned iC
         // What lies below each cell, the last one's first.
         Cmn_UInt64 below = cAllNone;
         if (top != cNone) below = LinkOf(top).load(std::memory_order_acquire) << 16 | top;
-        for (unsigned i = iCount; i-- > 0; below = below << 16 | iCells[i])
-            LinkOf(iCells[i]).store(below, std::memory_order_release);
+        for (unsigned i = iCount; i-- > 0;) {
+            const Cmn_UInt16 cell = iCells[i];
+            LinkOf(cell).store(below, std::memory_order_release);
+            below = below << 16 | cell;
+        }
     } while (!mHead.compare_exchange_weak(head, Successor(head, FreeOf(head) + iCount, iCells[0])));
     return FreeOf(head) + iCount;
 }

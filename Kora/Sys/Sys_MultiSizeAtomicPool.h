@@ -119,5 +119,10 @@ public:
     {
         return static_cast<T*>(Sys_AtomicPoolCore::Magazine::Allocate(iBytes));
     }
+    // The same in two steps, for a caller whose common way calls nothing: where HasFor is true, Take returns a cell for
+    // so many bytes. Fetch makes it true, unless there is none.
+    T* Take() KORA_NONBLOCKING { return static_cast<T*>(Sys_AtomicPoolCore::Magazine::Take()); }
+    using Sys_AtomicPoolCore::Magazine::Fetch;
     using Sys_AtomicPoolCore::Magazine::Flush;
+    using Sys_AtomicPoolCore::Magazine::HasFor;
 };

@@ -110,10 +110,10 @@ bool SDS_ITokenTask::ProcessTokens(Cmn_Int32 iBudgetMsec, const Time_Sample& iSa
     mProcessMsecTime = iMsecTime;
     const Budget budget(iBudgetMsec);
     SDS_ReleaseBatch batch(SDS_TokenDispatcher::GetTokenPool());
+    SDS_DeliveryQueue& queue = *mTask->DeliveryQueue();
     bool taken = false;
     do {
-        SDS_TokenListener* listener = nullptr;
-        SDS_DeliveryElement* const element = mTask->DeliveryQueue()->TakeNext(batch, listener);
+        const auto [element, listener] = queue.TakeNext(batch);
         if (element == nullptr) break;
         const StInHand inHand(batch, *element);
         batch.ReturnScarce();

@@ -28,6 +28,7 @@ void RecycleActiveListener(SDS_ActiveListener& ioActive)
     ioActive.mQueue->Release();
     ioActive.mQueue = nullptr;
     ioActive.mNewestPending = nullptr;
+    ioActive.mMayHaveOrdinary = false;
     ioActive.mNext = sFreeActiveListeners;
     sFreeActiveListeners = &ioActive;
 }
@@ -62,12 +63,10 @@ bool SDS_ActiveListenerList::Append(SDS_TokenListener& iListener)
     SDS_ActiveListener* const active = CreateActiveListener();
     if (active == nullptr) return false;
     active->mNext = nullptr;
-    active->mPrevious = mLast;
+    active->mHearer = nullptr;
     active->mQueue = &iListener.GetTask()->DeliveryQueue()->GetBlock();
     active->mQueue->AddOwner();
-    active->mType = iListener.GetType();
-    active->mSubType = iListener.GetSubType();
-    active->mLatest.store(iListener.GetLatestFlag());
+    active->SetLatest(iListener.GetLatestFlag());
     active->mNotice.mKind = SDS_DeliveryElement::Kind::eMailbox;
     active->mNotice.mActiveListener = active;
     active->mNotice.mList = this;
@@ -76,5 +75,29 @@ bool SDS_ActiveListenerList::Append(SDS_TokenListener& iListener)
     (mLast != nullptr ? mLast->mNext : mFirst) = active;
     mLast = active;
     ++mCount;
+    return true;
+}
+
+// Nobody walks the list, so its room may be replaced.
+bool SDS_ActiveListenerList::LayOut()
+{
+    if (mCount > 1 && mCount > mRoom) {
+        mRoom = 0;
+        mMore.reset(new (std::nothrow) SDS_Hearer[mCount]);
+        if (mMore == nullptr) return false;
+        mRoom = mCount;
+    }
+    mHearers = mCount > 1 ? mMore.get() : &mOnly;
+    SDS_Hearer* hearer = mHearers;
+    for (SDS_ActiveListener* active = mFirst; active != nullptr; active = active->mNext, ++hearer) {
+        const SDS_TokenListener& listener = *active->mListener.load();
+        hearer->mActive = active;
+        hearer->mQueue = active->mQueue;
+        hearer->mKind = SDS_Hearer::KindOf(listener.GetType(), listener.GetSubType());
+        hearer->mHeardBits =
+            SDS_Hearer::KindOf(listener.GetType() != 0 ? -1 : 0, listener.GetSubType() != 0 ? -1 : 0);
+        active->mHearer = hearer;
+        active->TellHearer();
+    }
     return true;
 }

@@ -17,38 +17,82 @@
 #include "Kora/SDS/Source/SDS_Mailbox_p.h"
 
 #include <atomic>
+#include <memory>
 
 class SDS_QueueBlock;
 class SDS_TokenListener;
 
+struct SDS_ActiveListener;
+
 template <class T>
 using SDS_Atomic = std::atomic<T>;
+
+// What a producer looks at of one active listener. Those of a list lie side by side, in their order.
+struct SDS_Hearer
+{
+    // Set when the list is built; constant while it is in force.
+    SDS_ActiveListener* mActive = nullptr;
+    SDS_QueueBlock* mQueue = nullptr;
+    Cmn_UInt64 mKind = 0;      // type and subtype
+    Cmn_UInt64 mHeardBits = 0; // of them, those that count
+    // Copies of the active listener's, in one word. Written under the section.
+    enum Flags : Cmn_UInt8 { eIsThere = 1, eIsLatest = 2 };
+    std::atomic<Cmn_UInt8> mFlags{0};
+
+    static Cmn_UInt64 KindOf(Cmn_Int32 iType, Cmn_Int32 iSubType)
+    {
+        return static_cast<Cmn_UInt64>(static_cast<Cmn_UInt32>(iSubType)) << 32 |
+               static_cast<Cmn_UInt32>(iType);
+    }
+    Cmn_UInt8 GetFlags() const { return mFlags.load(std::memory_order_acquire); }
+    bool HearsKind(Cmn_UInt64 iKind) const { return ((iKind ^ mKind) & mHeardBits) == 0; }
+};
 
 struct SDS_ActiveListener
 {
     // Set when the list is built; constant while it is in force.
     SDS_ActiveListener* mNext = nullptr;
-    SDS_ActiveListener* mPrevious = nullptr;
     SDS_QueueBlock* mQueue = nullptr;
-    Cmn_Int32 mType = 0;
-    Cmn_Int32 mSubType = 0;
+    SDS_Hearer* mHearer = nullptr;
     // Null once the listener has gone: what is queued for it is then released unseen.
     // Written under the section.
     std::atomic<SDS_TokenListener*> mListener{nullptr};
-    // Written under the section.
-    std::atomic<bool> mLatest{false};
-    // On lines of their own: producers read the above for each token, while the consumer writes here.
-    alignas(cPSCacheLineBytes) SDS_DeliveryElement* mNewestPending = nullptr; // the consumer's
-    SDS_BasicMailbox<SDS_Atomic, SDS_DeliveryElement> mMailbox;
-    SDS_DeliveryElement mNotice{};
+    // The consumer's: the pending token that came last while the listener was a latest one; and whether others may have
+    // come since.
+    SDS_DeliveryElement* mNewestPending = nullptr;
+    bool mMayHaveOrdinary = false;
     // The listener's chain; under the section.
     SDS_ActiveListener* mChainNext = nullptr;
     SDS_ActiveListener* mChainPrevious = nullptr;
+    // Written under the section.
+    std::atomic<bool> mLatest{false};
+    // On a line of their own: the consumer has the above, producers write here, for a latest listener.
+    alignas(cPSCacheLineBytes) SDS_BasicMailbox<SDS_Atomic, SDS_DeliveryElement> mMailbox;
+    SDS_DeliveryElement mNotice{};
 
-    bool Hears(const SDS_Token& iToken) const
+    // By the consumer: whether it is there, and no latest one.
+    bool IsOrdinary() const
     {
-        return (mType == 0 || mType == iToken.type) && (mSubType == 0 || mSubType == iToken.subtype) &&
-               mListener.load(std::memory_order_acquire) != nullptr;
+        return mListener.load(std::memory_order_acquire) != nullptr &&
+               !mLatest.load(std::memory_order_relaxed);
+    }
+    // Under the section.
+    void SetListener(SDS_TokenListener* iListener)
+    {
+        mListener.store(iListener);
+        TellHearer();
+    }
+    void SetLatest(bool iLatest)
+    {
+        mLatest.store(iLatest);
+        TellHearer();
+    }
+    void TellHearer()
+    {
+        if (mHearer == nullptr) return;
+        mHearer->mFlags.store(
+            static_cast<Cmn_UInt8>((mListener.load() != nullptr ? SDS_Hearer::eIsThere : 0) |
+                                   (mLatest.load() ? SDS_Hearer::eIsLatest : 0)));
     }
 };
 
@@ -62,11 +106,21 @@ public:
 
     // Appends an active listener for iListener; false when there is no memory. Section held.
     bool Append(SDS_TokenListener& iListener);
+    // After the last one, before the list is put in force: lays out what producers look at. False when there is no
+    // memory.
+    [[nodiscard]] bool LayOut();
 
-    SDS_ListGate mGate;
+    // Producers read these, and nothing else writes their line while the list is in force.
+    alignas(cPSCacheLineBytes) SDS_Hearer* mHearers = nullptr;
+    Cmn_UInt32 mCount = 0; // of active listeners
+    SDS_Hearer mOnly;      // where mHearers leads when there is one
+    // Whoever counts uses writes here.
+    alignas(cPSCacheLineBytes) SDS_ListGate mGate;
     SDS_ActiveListener* mFirst = nullptr;
     SDS_ActiveListener* mLast = nullptr;
-    Cmn_UInt32 mCount = 0;                       // of active listeners
     Cmn_UInt32 mReferences = 0;                  // nodes that point here
+    Cmn_UInt32 mRoom = 0;                        // in mMore
+    std::unique_ptr<SDS_Hearer[]> mMore;         // where mHearers leads when there are several
     SDS_ActiveListenerList* mNextList = nullptr; // among the retired or the free
 };
+static_assert(sizeof(void*) != 8 || sizeof(SDS_ActiveListenerList) == 2 * cPSCacheLineBytes);

@@ -38,23 +38,37 @@ PSAtomicQueueLink* Merged(PSAtomicQueueLink* iA, PSAtomicQueueLink* iB)
     return first;
 }
 
-// Turned round. What a producer wrote lies in its core's cache, each element where the one behind it says; so elements
+// Turned round and linked both ways; oInOrder: whether all are ordinary tokens for listeners that are there, and their
+// numbers ascend. What a producer wrote lies in its core's cache, each element where the one behind it says; so elements
 // further on are asked for, by their producers' hints, before the walk comes to them.
-PSAtomicQueueLink* OldestFirst(PSAtomicQueueLink* iNewest)
+SDS_DeliveryElement& OldestFirst(SDS_DeliveryElement& ioNewest, bool& oInOrder)
 {
-    PSAtomicQueueLink* reversed = nullptr;
-    while (iNewest != nullptr) {
-        SDS_DeliveryElement& element = *static_cast<SDS_DeliveryElement*>(iNewest);
-        if (const SDS_DeliveryElement* const ahead = element.mPrevious; ahead != nullptr) {
+    SDS_DeliveryElement* element = &ioNewest;
+    SDS_DeliveryElement* newer = nullptr;
+    Cmn_UInt64 number = ioNewest.mNumber;
+    bool inOrder = true;
+    for (;;) {
+        if (const SDS_DeliveryElement* const ahead = element->mPrevious; ahead != nullptr) {
             PSPrefetchForWrite(ahead);
             PSPrefetch(reinterpret_cast<const std::byte*>(ahead) + cPSCacheLineBytes);
             PSPrefetch(reinterpret_cast<const std::byte*>(ahead) + 2 * cPSCacheLineBytes);
         }
-        iNewest = element.mNext;
-        element.mNext = reversed;
-        reversed = &element;
+        SDS_DeliveryElement* const older = element->GetNext();
+        element->mNext = newer;
+        element->mPrevious = older;
+        SDS_ActiveListener& active = *element->mActiveListener;
+        if (element->mKind == SDS_DeliveryElement::Kind::eToken && element->mNumber <= number &&
+            active.IsOrdinary()) [[likely]]
+            active.mMayHaveOrdinary = true;
+        else
+            inOrder = false;
+        if (older == nullptr) break;
+        number = element->mNumber;
+        newer = element;
+        element = older;
     }
-    return reversed;
+    oInOrder = inOrder;
+    return *element;
 }
 
 PSAtomicQueueLink* SortedByDescendingNumber(PSAtomicQueueLink* iChain)
@@ -148,19 +162,18 @@ SDS_DeliveryQueue::~SDS_DeliveryQueue()
     mBlock->Release();
 }
 
-SDS_DeliveryElement* SDS_DeliveryQueue::LookForNext(SDS_ReleaseBatch& ioBatch, SDS_TokenListener*& oListener)
+SDS_DeliveryQueue::Taken SDS_DeliveryQueue::LookForNext(SDS_ReleaseBatch& ioBatch)
 {
     for (;;) {
         if (!HeadIsSettled()) Look(ioBatch);
         SDS_DeliveryElement* const element = GetHead();
-        if (element == nullptr) break;
+        if (element == nullptr) return {nullptr, nullptr};
         Unlink(*element);
-        oListener = element->mActiveListener->mListener.load(std::memory_order_acquire);
-        if (oListener != nullptr) return element;
+        SDS_TokenListener* const listener =
+            element->mActiveListener->mListener.load(std::memory_order_acquire);
+        if (listener != nullptr) return {element, listener};
         ioBatch.Release(*element);
     }
-    oListener = nullptr;
-    return nullptr;
 }
 
 // Drains the queue until the first pending token is settled: twice at most.
@@ -183,21 +196,42 @@ void SDS_DeliveryQueue::Look(SDS_ReleaseBatch& ioBatch)
 // iPassedOver: whose mailbox is left for the next look; null for nobody's.
 void SDS_DeliveryQueue::Drain(SDS_ReleaseBatch& ioBatch, const SDS_ActiveListener* iPassedOver)
 {
-    PSAtomicQueueLink* link = OldestFirst(mBlock->mInbound.DrainNewestFirst());
-    if (link == nullptr) return;
+    auto* const newest = static_cast<SDS_DeliveryElement*>(mBlock->mInbound.DrainNewestFirst());
+    if (newest == nullptr) return;
+    bool inOrder = false;
+    SDS_DeliveryElement& oldest = OldestFirst(*newest, inOrder);
+    if (inOrder && (mTail == nullptr || mTail->mNumber <= oldest.mNumber)) [[likely]] {
+        AppendOrdinary(oldest, *newest);
+        SDS_InterleavingPoint();
+    } else {
+        TakeOver(&oldest, ioBatch, iPassedOver);
+    }
+    GrowPool();
+}
+
+// One by one.
+void SDS_DeliveryQueue::TakeOver(PSAtomicQueueLink* iOldest, SDS_ReleaseBatch& ioBatch,
+                                 const SDS_ActiveListener* iPassedOver)
+{
+    PSAtomicQueueLink* link = iOldest;
     PSAtomicQueueLink* notices = nullptr;
     PSAtomicQueueLink** noticesEnd = &notices;
     while (link != nullptr) {
         SDS_DeliveryElement& element = *static_cast<SDS_DeliveryElement*>(link);
         link = link->mNext;
         if (element.mKind == SDS_DeliveryElement::Kind::eToken) {
-            const SDS_ActiveListener& active = *element.mActiveListener;
-            const bool isHeard = active.mListener.load(std::memory_order_acquire) != nullptr;
-            if (mTail != nullptr && isHeard && !active.mLatest.load(std::memory_order_relaxed)) [[likely]]
-                AppendOrdinary(element);
-            else
+            if (mTail != nullptr && element.mActiveListener->IsOrdinary()) {
+                element.mNumber = std::max(element.mNumber, mTail->mNumber);
+                element.mNext = nullptr;
+                element.mActiveListener->mMayHaveOrdinary = true;
+                AppendOrdinary(element, element);
+            } else {
                 Arrive(element, ioBatch);
-        } else if (element.mActiveListener == iPassedOver) {
+            }
+            continue;
+        }
+        element.mPrevious = nullptr; // no hint, when it is queued anew
+        if (element.mActiveListener == iPassedOver) {
             static_cast<void>(mBlock->mInbound.Push(element));
         } else {
             *noticesEnd = &element;
@@ -220,7 +254,6 @@ void SDS_DeliveryQueue::Drain(SDS_ReleaseBatch& ioBatch, const SDS_ActiveListene
         ioBatch.ReleaseUse(list);
     }
     if (mail != nullptr) PlaceMail(mail);
-    GrowPool();
 }
 
 // Appends a token from the queue to the pending list. Its number is raised to the one before it: the
@@ -234,12 +267,25 @@ void SDS_DeliveryQueue::Arrive(SDS_DeliveryElement& ioElement, SDS_ReleaseBatch&
         return;
     }
     const bool isLatest = active.mLatest.load(std::memory_order_relaxed);
-    if (isLatest && active.mNewestPending != nullptr) {
-        Drop(*active.mNewestPending, ioElement, ioBatch);
+    if (isLatest) {
+        if (SDS_DeliveryElement* const older = NewestPendingOf(active)) Drop(*older, ioElement, ioBatch);
     }
     if (mTail != nullptr) ioElement.mNumber = std::max(ioElement.mNumber, mTail->mNumber);
     InsertBefore(ioElement, nullptr, isLatest);
-    active.mNewestPending = &ioElement;
+    if (isLatest)
+        active.mNewestPending = &ioElement;
+    else
+        active.mMayHaveOrdinary = true;
+}
+
+// What a newer token of a latest listener drops: of its pending ones the last that came.
+SDS_DeliveryElement* SDS_DeliveryQueue::NewestPendingOf(SDS_ActiveListener& ioActive)
+{
+    if (!std::exchange(ioActive.mMayHaveOrdinary, false)) return ioActive.mNewestPending;
+    SDS_DeliveryElement* element = mTail;
+    while (element != nullptr && element->mActiveListener != &ioActive)
+        element = element->mPrevious;
+    return element;
 }
 
 // A pending token of a latest listener, for a newer one.
@@ -258,7 +304,7 @@ SDS_DeliveryElement* SDS_DeliveryQueue::TakeMailbox(SDS_ActiveListener& ioActive
 {
     SDS_DeliveryElement* const content = ioActive.mMailbox.Take();
     if (content == nullptr) return nullptr;
-    SDS_DeliveryElement* const older = ioActive.mNewestPending;
+    SDS_DeliveryElement* const older = NewestPendingOf(ioActive);
     // A token that was queued since the priority was raised is the newer one.
     const bool overtaken = older != nullptr && older->mNumber >= content->mNumber;
     SDS_TokenListener* const listener = ioActive.mListener.load(std::memory_order_acquire);

@@ -12,7 +12,9 @@
 // by now; that one leaves its listener's mailbox alone, so there is no third.
 //
 // Work. A look into the queue takes over all that came in, at most the pool's cells, and places the mail with
-// one walk along the pending list; each token is taken over once.
+// one walk along the pending list; each token is taken over once. When all that came in is ordinary and in order, as it
+// mostly is, the walk that turns it round is the only one. A listener that becomes a latest one while tokens wait costs a
+// walk, with its first token.
 //
 // Shared words: mInbound and mNumber are written by producers, mInbound also by the consumer; the closing of
 // mInbound, mPriority and mEvent are written under the dispatcher's section or by the task's owner;
@@ -40,8 +42,9 @@ public:
     // Signals the event, if there is one.
     void Signal()
     {
-        if (mEvent.load(std::memory_order_relaxed) != nullptr) SignalEvent();
+        if (HasEvent()) SignalEvent();
     }
+    bool HasEvent() const { return mEvent.load(std::memory_order_relaxed) != nullptr; }
     // Swaps the event, and waits until nobody signals the one before.
     void SetEvent(IPSSyncPrim* iEvent);
 
@@ -79,8 +82,10 @@ public:
     }
     void ReleaseUse(SDS_ActiveListenerList& ioList)
     {
-        if (mList != &ioList) ReleaseUses();
-        mList = &ioList;
+        if (mList != &ioList) [[unlikely]] {
+            ReleaseUses();
+            mList = &ioList;
+        }
         ++mUses;
     }
     // Before a handler, which may take its time.
@@ -115,18 +120,25 @@ public:
     SDS_QueueBlock& GetBlock() const { return *mBlock; }
     SDS_TokenTask& GetTask() const { return mTask; }
 
-    // Takes the next element whose listener is there, in order; null when there is none. The consumer only.
-    SDS_DeliveryElement* TakeNext(SDS_ReleaseBatch& ioBatch, SDS_TokenListener*& oListener)
+    // An element with its listener; null both when none waits.
+    struct Taken
+    {
+        SDS_DeliveryElement* mElement;
+        SDS_TokenListener* mListener;
+    };
+    // Takes the next element whose listener is there, in order. The consumer only.
+    Taken TakeNext(SDS_ReleaseBatch& ioBatch)
     {
         if (HeadIsSettled()) [[likely]] {
             SDS_DeliveryElement& element = *GetHead();
-            oListener = element.mActiveListener->mListener.load(std::memory_order_acquire);
-            if (oListener != nullptr) [[likely]] {
+            SDS_TokenListener* const listener =
+                element.mActiveListener->mListener.load(std::memory_order_acquire);
+            if (listener != nullptr) [[likely]] {
                 TakeOrdinaryHead(element);
-                return &element;
+                return {&element, listener};
             }
         }
-        return LookForNext(ioBatch, oListener);
+        return LookForNext(ioBatch);
     }
 
     // Any thread.
@@ -141,13 +153,16 @@ public:
 private:
     SDS_DeliveryElement* GetHead() const { return mHead.load(std::memory_order_relaxed); } // relaxed: its own
     void SetHead(SDS_DeliveryElement* iHead) { mHead.store(iHead, std::memory_order_release); }
-    SDS_DeliveryElement* LookForNext(SDS_ReleaseBatch& ioBatch, SDS_TokenListener*& oListener);
+    Taken LookForNext(SDS_ReleaseBatch& ioBatch);
     void Look(SDS_ReleaseBatch& ioBatch);
     void Drain(SDS_ReleaseBatch& ioBatch, const SDS_ActiveListener* iPassedOver);
+    void TakeOver(PSAtomicQueueLink* iOldest, SDS_ReleaseBatch& ioBatch,
+                  const SDS_ActiveListener* iPassedOver);
     void Arrive(SDS_DeliveryElement& ioElement, SDS_ReleaseBatch& ioBatch);
     void Drop(SDS_DeliveryElement& ioOlder, SDS_DeliveryElement& iNewer, SDS_ReleaseBatch& ioBatch);
     SDS_DeliveryElement* TakeMailbox(SDS_ActiveListener& ioActive, SDS_ReleaseBatch& ioBatch);
     void PlaceMail(PSAtomicQueueLink* iMail);
+    SDS_DeliveryElement* NewestPendingOf(SDS_ActiveListener& ioActive);
     void InsertBefore(SDS_DeliveryElement& ioElement, SDS_DeliveryElement* ioNext, bool iIsLatest);
     // Whether the first pending token may be handed out without a look at the queue: nothing that has come in
     // since would stand before it, nor drop it. A look takes the queue's line from the producers.
@@ -162,18 +177,16 @@ private:
         SDS_DeliveryElement* const next = ioHead.GetNext();
         SetHead(next);
         (next != nullptr ? next->mPrevious : mTail) = nullptr;
-        SDS_ActiveListener& active = *ioHead.mActiveListener;
-        if (active.mNewestPending == &ioHead) active.mNewestPending = nullptr;
     }
-    void AppendOrdinary(SDS_DeliveryElement& ioElement)
+    // A chain whose links lead both ways.
+    void AppendOrdinary(SDS_DeliveryElement& ioFirst, SDS_DeliveryElement& ioLast)
     {
-        ioElement.mNumber = (std::max)(ioElement.mNumber, mTail->mNumber);
-        ioElement.mIsLatest = false;
-        ioElement.mNext = nullptr;
-        ioElement.mPrevious = mTail;
-        mTail->mNext = &ioElement;
-        mTail = &ioElement;
-        ioElement.mActiveListener->mNewestPending = &ioElement;
+        ioFirst.mPrevious = mTail;
+        if (mTail != nullptr)
+            mTail->mNext = &ioFirst;
+        else
+            SetHead(&ioFirst);
+        mTail = &ioLast;
     }
     void Unlink(SDS_DeliveryElement& ioElement);
     void GrowPool();

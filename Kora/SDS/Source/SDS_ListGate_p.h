@@ -78,6 +78,7 @@ public:
 
     bool IsFor(const TList* iList) const { return mUses > 0 && mList == iList; }
     bool HasSome() const { return mUses > 0; }
+    Cmn_UInt32 GetCount() const { return mUses; }
 
     // As the gate's, with one use taken. What was paid for another list is given back.
     template <class TPointer>
@@ -104,6 +105,8 @@ public:
         mUses -= iCount;
     }
     void Return(Cmn_UInt32 iCount) { mUses += iCount; }
+    // One of those that are left, of which there is one; how many there are then.
+    Cmn_UInt32 TakeOne() { return --mUses; }
 
     void GiveBack()
     {

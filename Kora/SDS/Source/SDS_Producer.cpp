@@ -68,8 +68,6 @@ void SDS_Producer::GiveBack()
 
 void SDS_Producer::GiveBackUses()
 {
-    for (Place& place : mPlaces) {
-        place.mUses.GiveBack();
-        place.mMisses = 0;
-    }
+    for (Place& place : mPlaces)
+        place.GiveBack();
 }

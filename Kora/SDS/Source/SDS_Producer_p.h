@@ -34,6 +34,17 @@ public:
     // After the pool has been made. Throws std::bad_alloc.
     static void Open(SDS_TokenPool& ioPool);
 
+    // The calling thread's, until Leave, when it has one, is in no dispatch, and has no list to give up.
+    static SDS_Producer* EnterAtOnce()
+    {
+        auto* const producer = static_cast<SDS_Producer*>(PSThreadSlot::Get());
+        if (producer == nullptr || producer->mIsBusy.load(std::memory_order_relaxed) ||
+            sRetired.load(std::memory_order_relaxed) != producer->mRetiredSeen) [[unlikely]]
+            return nullptr;
+        producer->mIsBusy.store(true, std::memory_order_relaxed);
+        std::atomic_signal_fence(std::memory_order_seq_cst);
+        return producer;
+    }
     // The calling thread's, until Leave. Null when all are taken, or when the thread is inside a dispatch already: in a
     // host's event, or in a signal handler.
     static SDS_Producer* Enter()
@@ -62,24 +73,31 @@ public:
     // Lists have been retired that somebody uses: producers give up what they have paid for.
     static void NoteRetired() { sRetired.fetch_add(1); }
 
+    // Of a list that its pointer has led to just now, the uses that are kept for it; null when the thread has none left.
+    PaidUses* FindPaid(const SDS_ActiveListenerList* iList)
+    {
+        Place& place = PlaceOf(iList);
+        return place.IsFor(iList) ? &place : nullptr;
+    }
     // Where the uses of a list are kept; null when they are not.
     PaidUses* FindUses(const SDS_ActiveListenerList* iList)
     {
-        Place& place = mPlaces[(reinterpret_cast<std::uintptr_t>(iList) / cPSCacheLineBytes) % cPlaces];
-        if (place.mUses.IsFor(iList)) {
-            place.mMisses = 0;
-        } else if (place.mUses.HasSome() && ++place.mMisses < cMissesToMove) {
-            return nullptr;
-        }
-        return &place.mUses;
+        Place& place = PlaceOf(iList);
+        return place.IsFor(iList) || place.TakesAnother() ? &place : nullptr;
     }
-    // The element that the thread sent so many tokens before, wherever that is by now: a hint for the consumer, who
-    // meets the newest first.
-    SDS_DeliveryElement* NoteSent(SDS_DeliveryElement& iElement)
+    // What the queue's newest element is, as far as the thread knows, which is about to push the next one.
+    PSAtomicQueueLink* ExchangeNewest(SDS_QueueBlock& iQueue, SDS_DeliveryElement& iElement)
     {
-        return std::exchange(mSent[mSentCount++ % cSent], &iElement);
+        SDS_DeliveryElement* const newest = std::exchange(mNewest, &iElement);
+        return std::exchange(mNewestIn, &iQueue) == &iQueue ? newest : nullptr;
     }
-    SDS_DeliveryElement* Allocate(std::size_t iBytes) { return mCells.Allocate(iBytes); }
+    // The element that the thread sent about so many tokens before, wherever that is by now: a hint for the consumer, who
+    // meets the newest first. iCount: one that changes by one from each token to the next.
+    SDS_DeliveryElement* NoteSent(Cmn_UInt32 iCount, SDS_DeliveryElement& iElement)
+    {
+        return std::exchange(mSent[iCount % cSent], &iElement);
+    }
+    SDS_TokenPool::Magazine& Cells() { return mCells; }
 
 private:
     static constexpr std::size_t cPlaces = 4;
@@ -87,12 +105,28 @@ private:
     static constexpr unsigned cMissesToMove = 8;
     static constexpr unsigned cSent = 8;
 
-    struct Place
+    // What is kept for one list, until another drives it out.
+    class Place : public PaidUses
     {
-        PaidUses mUses;
-        unsigned mMisses = 0;
-    };
+    public:
+        // Asked for another list: true in the end, when it has been so often in a row.
+        bool TakesAnother()
+        {
+            if (!HasSome()) return true;
+            if (std::exchange(mCountSeen, static_cast<Cmn_UInt16>(GetCount())) != GetCount()) mMisses = 0;
+            return ++mMisses >= cMissesToMove;
+        }
 
+    private:
+        Cmn_UInt16 mMisses = 0;
+        Cmn_UInt16 mCountSeen = 0; // at the last miss: another one tells that it was used since
+    };
+    static_assert(sizeof(void*) != 8 || sizeof(Place) == 16);
+
+    Place& PlaceOf(const SDS_ActiveListenerList* iList)
+    {
+        return mPlaces[reinterpret_cast<std::uintptr_t>(iList) / sizeof(SDS_ActiveListenerList) % cPlaces];
+    }
     static SDS_Producer* TakeFree();
     void GiveUpRetired(Cmn_UInt32 iRetired);
     static void EndThread(void* iProducer);
@@ -104,7 +138,8 @@ private:
     std::atomic<bool> mIsBusy{false};
     Cmn_UInt32 mRetiredSeen = 0;
     Place mPlaces[cPlaces];
+    SDS_DeliveryElement* mNewest = nullptr; // that the thread has pushed
+    SDS_QueueBlock* mNewestIn = nullptr;
     SDS_DeliveryElement* mSent[cSent] = {};
-    unsigned mSentCount = 0;
     SDS_TokenPool::Magazine mCells;
 };

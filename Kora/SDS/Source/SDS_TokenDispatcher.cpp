@@ -21,22 +21,65 @@ constexpr SDS_TokenPool::Size cTokenCells[] = {{112, 1000}, {156, 1000}, {438, 1
 // How many listeners are served with one visit to the pool.
 constexpr std::size_t cServedAtOnce = 32;
 
-// A line at a time, then sixteen bytes at a time, the last ones once more where they overlap: no token is smaller than
-// its header.
-void CopyToken(void* oCopy, const void* iToken, std::size_t iBytes)
+constexpr std::size_t cLine = 64, cChunk = 16; // bytes
+static_assert(SDS_Token::cHeaderSize >= cChunk);
+
+// What is left of a token behind its last whole line: sixteen bytes at a time, the last ones once more where they
+// overlap, since no token is smaller than its header.
+inline void CopyRest(std::byte* oTo, const std::byte* iFrom, const std::byte* iEnd)
 {
-    constexpr std::size_t line = 64, chunk = 16;
-    static_assert(SDS_Token::cHeaderSize >= chunk);
-    auto* const to = static_cast<std::byte*>(oCopy);
-    const auto* const from = static_cast<const std::byte*>(iToken);
+    if (iFrom == iEnd) return;
+    for (; iEnd - iFrom > static_cast<std::ptrdiff_t>(cChunk); iFrom += cChunk, oTo += cChunk)
+        std::memcpy(oTo, iFrom, cChunk);
+    std::memcpy(oTo - (iFrom + cChunk - iEnd), iEnd - cChunk, cChunk);
+}
+
+inline void CopyToken(SDS_DeliveryElement& oElement, const SDS_Token& iToken)
+{
+    auto* to = reinterpret_cast<std::byte*>(oElement.GetToken());
+    const auto* from = reinterpret_cast<const std::byte*>(&iToken);
+    const std::byte* const end = from + iToken.size;
+    for (; end - from >= static_cast<std::ptrdiff_t>(cLine); from += cLine, to += cLine)
+        std::memcpy(to, from, cLine);
+    CopyRest(to, from, end);
+}
+
+// To several, each line to all of them.
+void CopyToken(SDS_DeliveryElement* const* iElements, std::size_t iCount, const SDS_Token& iToken)
+{
+    const auto* from = reinterpret_cast<const std::byte*>(&iToken);
+    const auto bytes = static_cast<std::size_t>(iToken.size);
     std::size_t at = 0;
-    for (; at + line <= iBytes; at += line)
-        std::memcpy(to + at, from + at, line);
-    if (at == iBytes) return;
-    const std::size_t last = iBytes - chunk;
-    for (; at < last; at += chunk)
-        std::memcpy(to + at, from + at, chunk);
-    std::memcpy(to + last, from + last, chunk);
+    for (; at + cLine <= bytes; at += cLine) {
+        for (std::size_t i = 0; i < iCount; ++i)
+            std::memcpy(reinterpret_cast<std::byte*>(iElements[i]->GetToken()) + at, from + at, cLine);
+    }
+    for (std::size_t i = 0; at < bytes && i < iCount; ++i)
+        CopyRest(reinterpret_cast<std::byte*>(iElements[i]->GetToken()) + at, from + at, from + bytes);
+}
+
+// All but its place in the queue; the copy is there.
+void FillHeader(SDS_DeliveryElement& oElement, SDS_ActiveListener& iActive, SDS_ActiveListenerList& iList,
+                SDS_DeliveryElement* iHint)
+{
+    oElement.mPrevious = iHint;
+    oElement.mActiveListener = &iActive;
+    oElement.mList = &iList;
+    oElement.mKind = SDS_DeliveryElement::Kind::eToken;
+    oElement.mIsLatest = false;
+    oElement.GetToken()->element = &oElement;
+    static_cast<void>(SDS_TokenTracker::TrackTokenDeliveryQueue(oElement.GetToken(), &iActive));
+}
+
+std::size_t NeededBytes(const SDS_Token& iToken)
+{
+    return sizeof(SDS_DeliveryElement) + static_cast<std::size_t>(iToken.size);
+}
+
+bool IsMailed(const SDS_Hearer& iHearer)
+{
+    return (iHearer.GetFlags() & SDS_Hearer::eIsLatest) != 0 &&
+           iHearer.mQueue->mPriority.load(std::memory_order_relaxed) < SDS_TokenTask::cAudioPriority;
 }
 
 // What the calling thread keeps, for one dispatch.
@@ -99,70 +142,40 @@ public:
 
     ESDSError Serve()
     {
-        if (mList.mCount == 1) return ServeOnly(*mList.mFirst);
-        SDS_ActiveListener* active = mList.mFirst;
-        while (active != nullptr) {
-            SDS_ActiveListener* heard[cServedAtOnce];
+        const Cmn_UInt64 kind = SDS_Hearer::KindOf(mToken.type, mToken.subtype);
+        const SDS_Hearer* hearer = mList.mHearers;
+        const SDS_Hearer* const end = hearer + mList.mCount;
+        while (hearer != end) {
+            const SDS_Hearer* heard[cServedAtOnce];
             std::size_t count = 0;
-            for (; active != nullptr && count < cServedAtOnce; active = active->mNext) {
-                if (active->Hears(mToken)) heard[count++] = active;
+            for (; hearer != end && count < cServedAtOnce; ++hearer) {
+                if (hearer->HearsKind(kind) && (hearer->GetFlags() & SDS_Hearer::eIsThere) != 0)
+                    heard[count++] = hearer;
             }
-            if (count == 0) break;
-            if (!ServeSome(heard, count)) return eSDSErr_TokenPoolFull;
+            if (count > 0 && !ServeSome(heard, count)) return eSDSErr_TokenPoolFull;
         }
         return eSDSErr_None;
     }
 
 private:
-    // Most nodes have one listener: this way spares what several need.
-    ESDSError ServeOnly(SDS_ActiveListener& ioActive)
-    {
-        if (!ioActive.Hears(mToken)) return eSDSErr_None;
-        SDS_DeliveryElement* const cell = AllocateOne();
-        if (cell == nullptr) return eSDSErr_TokenPoolFull;
-        SDS_DeliveryElement& element = Filled(cell, ioActive);
-        if (IsMailed(ioActive)) {
-            Mail(ioActive, element);
-            return eSDSErr_None;
-        }
-        SDS_QueueBlock& queue = *ioActive.mQueue;
-        element.mNumber = queue.mNumber.load();
-        SDS_InterleavingPoint();
-        if (mProducer != nullptr) element.mPrevious = mProducer->NoteSent(element);
-        if (queue.mInbound.Push(element)) {
-            --mUses;
-            queue.Signal();
-        } else {
-            mPool.Free(cell);
-        }
-        return eSDSErr_None;
-    }
-
-    SDS_DeliveryElement* AllocateOne()
-    {
-        return mProducer != nullptr ? mProducer->Allocate(NeededBytes()) : mPool.Allocate(NeededBytes());
-    }
-
-    std::size_t NeededBytes() const
-    {
-        return sizeof(SDS_DeliveryElement) + static_cast<std::size_t>(mToken.size);
-    }
-
     // False when there were not cells for all.
-    bool ServeSome(SDS_ActiveListener* const* iHeard, std::size_t iCount)
+    bool ServeSome(const SDS_Hearer* const* iHeard, std::size_t iCount)
     {
         SDS_DeliveryElement* cells[cServedAtOnce];
-        std::size_t got = mPool.AllocateMany(NeededBytes(), cells, iCount);
-        // The last ones may be the thread's own.
+        std::size_t got = 0;
+        // Those for an only listener, and the last ones of others, are the thread's own.
+        if (mList.mCount > 1 || mProducer == nullptr)
+            got = mPool.AllocateMany(NeededBytes(mToken), cells, iCount);
         while (got < iCount && mProducer != nullptr) {
-            if ((cells[got] = mProducer->Allocate(NeededBytes())) == nullptr) break;
+            if ((cells[got] = mProducer->Cells().Allocate(NeededBytes(mToken))) == nullptr) break;
             ++got;
         }
+        CopyToken(cells, got, mToken);
         for (std::size_t i = 0; i < got;) {
-            SDS_ActiveListener& active = *iHeard[i];
-            if (IsMailed(active)) {
-                Mail(active, Filled(cells[i], active));
-                ++i;
+            if (IsMailed(*iHeard[i])) {
+                SDS_ActiveListener& active = *iHeard[i]->mActive;
+                FillHeader(*cells[i], active, mList, nullptr);
+                Mail(active, *cells[i++]);
             } else {
                 i = Queue(iHeard, cells, i, got);
             }
@@ -170,46 +183,26 @@ private:
         return got == iCount;
     }
 
-    static bool IsMailed(const SDS_ActiveListener& iActive)
-    {
-        return iActive.mLatest.load(std::memory_order_relaxed) &&
-               iActive.mQueue->mPriority.load(std::memory_order_relaxed) < SDS_TokenTask::cAudioPriority;
-    }
-
-    SDS_DeliveryElement& Filled(void* iCell, SDS_ActiveListener& iActive)
-    {
-        SDS_DeliveryElement* const element = new (iCell) SDS_DeliveryElement;
-        element->mPrevious = nullptr;
-        element->mActiveListener = &iActive;
-        element->mList = &mList;
-        element->mKind = SDS_DeliveryElement::Kind::eToken;
-        SDS_Token* const copy = element->GetToken();
-        CopyToken(copy, &mToken, static_cast<std::size_t>(mToken.size));
-        copy->element = element;
-        static_cast<void>(SDS_TokenTracker::TrackTokenDeliveryQueue(copy, &iActive));
-        return *element;
-    }
-
     // Queues the copies for the neighbours in the list that belong to one task as one chain; returns the
     // first index that is left.
-    std::size_t Queue(SDS_ActiveListener* const* iHeard, SDS_DeliveryElement* const* iCells,
-                      std::size_t iFirst, std::size_t iEnd)
+    std::size_t Queue(const SDS_Hearer* const* iHeard, SDS_DeliveryElement* const* iCells, std::size_t iFirst,
+                      std::size_t iEnd)
     {
         SDS_QueueBlock& queue = *iHeard[iFirst]->mQueue;
         const Cmn_UInt64 number = queue.mNumber.load();
         SDS_DeliveryElement* last = nullptr;
         std::size_t i = iFirst;
         for (; i < iEnd && iHeard[i]->mQueue == &queue && !IsMailed(*iHeard[i]); ++i) {
-            SDS_DeliveryElement& element = Filled(iCells[i], *iHeard[i]);
-            element.mNumber = number;
-            element.mNext = last;
-            last = &element;
+            FillHeader(*iCells[i], *iHeard[i]->mActive, mList, nullptr);
+            iCells[i]->mNumber = number;
+            iCells[i]->mNext = last;
+            last = iCells[i];
         }
         const auto sent = static_cast<Cmn_UInt32>(i - iFirst);
         SDS_InterleavingPoint();
         if (queue.mInbound.PushNewestFirst(*last, *iCells[iFirst])) {
             mUses -= sent;
-            for (Cmn_UInt32 count = 0; count < sent; ++count)
+            for (Cmn_UInt32 count = queue.HasEvent() ? sent : 0; count > 0; --count)
                 queue.Signal();
         } else {
             // The task has gone: the cells go back.
@@ -279,6 +272,93 @@ Entered EnterListOf(const SDS_Name& iName, SDS_Producer* ioProducer)
                                     : Enter(SDS_DispatcherState::fActiveGlobalListeners, ioProducer);
 }
 
+// Any dispatch.
+[[gnu::noinline]] ESDSError DispatchByWalk(const SDS_Token& iToken)
+{
+    const StProducer producer;
+    const Entered entered = EnterListOf(*iToken.name, producer.Get());
+    if (entered.mList == nullptr) return eSDSErr_None;
+    Walk walk(iToken, entered, producer.Get());
+    return walk.Serve();
+}
+
+// One that is seldom: filtered, to be stamped, or without a node.
+[[gnu::noinline]] ESDSError DispatchSeldom(SDS_Token& ioToken, SDS_TokenDispatcher::TokenFilter iFilter)
+{
+    if (iFilter != nullptr && iFilter(&ioToken) != 0) return eSDSErr_None;
+    if (ioToken.time == SDS_Token::cStampTime)
+        ioToken.time = static_cast<Cmn_Int32>(Sys_Clock::GetMonotonicMicroseconds() / 1000);
+    if (ioToken.name == nullptr) return eSDSErr_InvalidName;
+    static_cast<void>(SDS_TokenTracker::TrackTokenReceived(&ioToken));
+    return DispatchByWalk(ioToken);
+}
+
+// For a token that is heard, after the thread's cells have run out or were of another size.
+[[gnu::noinline]] ESDSError DispatchWithFreshCells(const SDS_Token& iToken);
+
+// The task has gone.
+[[gnu::noinline]] ESDSError TakeBack(SDS_Producer& ioProducer, SDS_Producer::PaidUses& ioPaid,
+                                     SDS_DeliveryElement& ioElement)
+{
+    ioPaid.Return(1);
+    SDS_DispatcherState::fTokenPool->Free(&ioElement);
+    ioProducer.Leave();
+    return eSDSErr_None;
+}
+
+[[gnu::noinline]] ESDSError Signal(SDS_QueueBlock& ioQueue)
+{
+    ioQueue.Signal();
+    return eSDSErr_None;
+}
+
+// The common dispatch: a token for its list's only listener, which is there and no latest one, by a thread that has a use
+// paid and a cell at hand. Whatever else comes up is another function's, called last: so this one saves few registers,
+// and little is left to be written before the queue's head, which waits for all of it.
+inline ESDSError Dispatch(const SDS_Token& iToken)
+{
+    SDS_Producer* const producer = SDS_Producer::EnterAtOnce();
+    if (producer == nullptr) [[unlikely]]
+        return DispatchByWalk(iToken);
+    SDS_ActiveListenerList* const list = iToken.name->mActiveList.load();
+    SDS_InterleavingPoint();
+    SDS_Producer::PaidUses* const paid = producer->FindPaid(list);
+    if (paid == nullptr || list->mCount != 1 || list->mOnly.GetFlags() != SDS_Hearer::eIsThere) [[unlikely]] {
+        producer->Leave();
+        return DispatchByWalk(iToken);
+    }
+    if (!list->mOnly.HearsKind(SDS_Hearer::KindOf(iToken.type, iToken.subtype))) {
+        producer->Leave();
+        return eSDSErr_None;
+    }
+    if (!producer->Cells().HasFor(NeededBytes(iToken))) [[unlikely]] {
+        producer->Leave();
+        return DispatchWithFreshCells(iToken);
+    }
+    SDS_DeliveryElement& element = *producer->Cells().Take();
+    CopyToken(element, iToken);
+    SDS_QueueBlock& queue = *list->mOnly.mQueue;
+    // The element's use, before anybody can take it.
+    const Cmn_UInt32 left = paid->TakeOne();
+    FillHeader(element, *list->mOnly.mActive, *list, producer->NoteSent(left, element));
+    element.mNumber = queue.mNumber.load();
+    SDS_InterleavingPoint();
+    if (!queue.mInbound.Push(element, producer->ExchangeNewest(queue, element))) [[unlikely]]
+        return TakeBack(*producer, *paid, element);
+    producer->Leave();
+    return queue.HasEvent() ? Signal(queue) : eSDSErr_None;
+}
+
+ESDSError DispatchWithFreshCells(const SDS_Token& iToken)
+{
+    {
+        const StProducer producer;
+        if (producer.Get() == nullptr) return DispatchByWalk(iToken);
+        if (!producer.Get()->Cells().Fetch(NeededBytes(iToken))) return eSDSErr_TokenPoolFull;
+    }
+    return Dispatch(iToken);
+}
+
 } // namespace
 
 ESDSError SDS_TokenDispatcher::Init()
@@ -301,17 +381,10 @@ ESDSError SDS_TokenDispatcher::DispatchToken(SDS_Token* ioToken) KORA_NONBLOCKIN
 {
     if (ioToken == nullptr || ioToken->size < SDS_Token::cHeaderSize) return eSDSErr_OutOfMemory;
     const TokenFilter filter = SDS_DispatcherState::fTokenFilter.load(std::memory_order_acquire);
-    if (filter != nullptr && filter(ioToken) != 0) return eSDSErr_None;
-    if (ioToken->time == SDS_Token::cStampTime) {
-        ioToken->time = static_cast<Cmn_Int32>(Sys_Clock::GetMonotonicMicroseconds() / 1000);
-    }
-    if (ioToken->name == nullptr) return eSDSErr_InvalidName;
+    if (filter != nullptr || ioToken->time == SDS_Token::cStampTime || ioToken->name == nullptr) [[unlikely]]
+        return DispatchSeldom(*ioToken, filter);
     static_cast<void>(SDS_TokenTracker::TrackTokenReceived(ioToken));
-    const StProducer producer;
-    const Entered entered = EnterListOf(*ioToken->name, producer.Get());
-    if (entered.mList == nullptr) return eSDSErr_None;
-    Walk walk(*ioToken, entered, producer.Get());
-    return walk.Serve();
+    return Dispatch(*ioToken);
 }
 
 ESDSError SDS_TokenDispatcher::GetToken(SDS_TokenTask* iTask, SDS_TokenListener** oListener,
@@ -320,7 +393,8 @@ ESDSError SDS_TokenDispatcher::GetToken(SDS_TokenTask* iTask, SDS_TokenListener*
     if (iTask == nullptr) return eSDSErr_InvalidTask;
     if (oListener == nullptr || oToken == nullptr) return eSDSErr_OutOfMemory;
     SDS_ReleaseBatch batch(GetTokenPool());
-    SDS_DeliveryElement* const element = iTask->DeliveryQueue()->TakeNext(batch, *oListener);
+    const auto [element, listener] = iTask->DeliveryQueue()->TakeNext(batch);
+    *oListener = listener;
     *oToken = element != nullptr ? element->GetToken() : nullptr;
     return eSDSErr_None;
 }

@@ -87,7 +87,7 @@ void SDS_TokenListener::SetLatestFlag(bool iLatest)
     const IPSSyncPrim::StEnter section(*SDS_TokenDispatcher::GetCriticalSection());
     mLatest = iLatest;
     for (SDS_ActiveListener* active = mChain; active != nullptr; active = active->mChainNext) {
-        active->mLatest.store(iLatest);
+        active->SetLatest(iLatest);
     }
 }
 
@@ -153,7 +153,7 @@ void SDS_TokenListener::LeaveChain()
 
 void SDS_TokenListener::AddActiveListener(SDS_ActiveListener* ioActive)
 {
-    ioActive->mListener.store(this);
+    ioActive->SetListener(this);
     ioActive->mChainPrevious = nullptr;
     ioActive->mChainNext = mChain;
     if (mChain != nullptr) mChain->mChainPrevious = ioActive;
@@ -169,5 +169,5 @@ void SDS_TokenListener::RemoveActiveListener(SDS_ActiveListener* ioActive)
         mChain = next;
     if (next != nullptr) next->mChainPrevious = ioActive->mChainPrevious;
     ioActive->mChainNext = ioActive->mChainPrevious = nullptr;
-    ioActive->mListener.store(nullptr);
+    ioActive->SetListener(nullptr);
 }

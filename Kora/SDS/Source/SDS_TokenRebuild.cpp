@@ -108,7 +108,7 @@ SDS_ActiveListenerList* BuildList(SDS_ConnectionClosureIterator& ioClosure)
     ForEach(ioClosure, [&](SDS_Name& iName) {
         if (iName.mAudience != nullptr) built = built && AppendAll(*list, iName.mAudience->mFirstListener);
     });
-    if (built) return list;
+    if (built && list->LayOut()) return list;
     Discard(*list);
     return nullptr;
 }
@@ -187,7 +187,7 @@ ESDSError SDS_TokenDispatcher::RebuildGlobalListeners()
     if (State::fGlobalListeners.mFirstListener != nullptr) {
         list = SDS_ActiveListenerList::Create();
         if (list == nullptr) return eSDSErr_OutOfMemory;
-        if (!AppendAll(*list, State::fGlobalListeners.mFirstListener)) {
+        if (!AppendAll(*list, State::fGlobalListeners.mFirstListener) || !list->LayOut()) {
             Discard(*list);
             return eSDSErr_OutOfMemory;
         }
