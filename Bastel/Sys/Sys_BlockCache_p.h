@@ -6,10 +6,9 @@
 #pragma once
 
 #include "Bastel/Cmn/Cmn_Types.h"
+#include "Bastel/Sys/Sys_CellMemory_p.h"
 
-#include <array>
 #include <cstddef>
-#include <memory>
 #include <vector>
 
 class Sys_BlockCache
@@ -23,18 +22,11 @@ public:
     {
     }
 
-    void Clear()
-    {
-        mSlotOf.clear();
-        mSlots.clear();
-        mNextSlot = 0;
-    }
-
     // The bytes of a block; null where they are not here.
     const Cmn_UInt8* Find(std::size_t iBlock) const
     {
         const std::size_t slot = iBlock < mSlotOf.size() ? mSlotOf[iBlock] : cNoSlot;
-        return slot == cNoSlot ? nullptr : mSlots[slot - 1].mBytes->data();
+        return slot == cNoSlot ? nullptr : mSlots[slot - 1].mBytes;
     }
 
     // A place for a block that is not here: the caller fills all that the file has of
@@ -42,23 +34,22 @@ public:
     Cmn_UInt8* Add(std::size_t iBlock)
     {
         if (iBlock >= mSlotOf.size()) mSlotOf.resize(iBlock + 1, cNoSlot);
-        if (mSlots.size() < mMaxBlocks) mSlots.push_back({iBlock, std::make_unique_for_overwrite<Bytes>()});
+        if (mSlots.size() < mMaxBlocks) mSlots.push_back({iBlock, mMemory.Take()});
         Slot& slot = mSlots[mNextSlot];
         if (mSlotOf[slot.mBlock] == mNextSlot + 1) mSlotOf[slot.mBlock] = cNoSlot;
         slot.mBlock = iBlock;
         mSlotOf[iBlock] = static_cast<Cmn_UInt32>(mNextSlot + 1);
         mNextSlot = (mNextSlot + 1) % mMaxBlocks;
-        return slot.mBytes->data();
+        return slot.mBytes;
     }
     // Takes back what Add gave last, whose bytes could not be had.
     void Forget(std::size_t iBlock) { mSlotOf[iBlock] = cNoSlot; }
 
 private:
-    using Bytes = std::array<Cmn_UInt8, cBlockSize>;
     struct Slot
     {
         std::size_t mBlock;
-        std::unique_ptr<Bytes> mBytes;
+        Cmn_UInt8* mBytes;
     };
     static constexpr Cmn_UInt32 cNoSlot = 0;
 
@@ -66,4 +57,5 @@ private:
     std::size_t mNextSlot = 0;
     std::vector<Cmn_UInt32> mSlotOf; // of each block of the file: number of its slot from 1 on
     std::vector<Slot> mSlots;
+    Sys_CellMemory mMemory{cBlockSize};
 };

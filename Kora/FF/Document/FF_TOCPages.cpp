@@ -125,7 +125,12 @@ std::unique_ptr<FF_TOCPages> FF_TOCPages::Open(Sys_FileBasedInStream& ioStream, 
     pages->mBegin = iBegin;
     pages->mEnd = iEnd;
     pages->mKnown.resize(pages->mIndex.GetNumPages());
-    pages->mPages.reserve(std::min(pages->MostPages(), pages->mIndex.GetNumPages()));
+    const std::size_t most = std::min(pages->MostPages(), pages->mIndex.GetNumPages());
+    pages->mPages.reserve(most);
+    pages->mCells.reserve(most);
+    pages->mLarger.reserve(most);
+    // Room for what a page of common keys has beside its bytes.
+    pages->mMemory = std::make_unique<Sys_CellMemory>(pages->mIndex.mPageSize / 4 * 5);
     return pages;
 }
 
@@ -147,32 +152,38 @@ const FF_TOCPages::Page& FF_TOCPages::Read(std::size_t iPage, const Page* iKeep)
     page.mNumber = static_cast<Cmn_UInt32>(iPage);
     page.mBytes = mRead;
     Decode(page);
-    page.TakeOver();
 
     // The page that came first makes room.
     const std::size_t most = MostPages();
-    if (mPages.size() < most) mPages.emplace_back().mNumber = page.mNumber;
+    if (mCells.size() < most) {
+        mCells.push_back(new (mMemory->Take()) Key[mMemory->GetCellBytes() / sizeof(Key)]);
+        mLarger.emplace_back();
+        mPages.emplace_back().mNumber = page.mNumber;
+    }
     if (iKeep == &mPages[mNextSlot]) mNextSlot = (mNextSlot + 1) % mPages.size();
-    Page& slot = mPages[mNextSlot];
-    mKnown[slot.mNumber].mSlot = 0;
-    slot = std::move(page);
-    mKnown[iPage].mSlot = static_cast<Cmn_UInt32>(mNextSlot + 1);
-    mNextSlot = (mNextSlot + 1) % most;
-    return slot;
+    const std::size_t slot = mNextSlot;
+    mKnown[mPages[slot].mNumber].mSlot = 0;
+    TakeOver(page, slot);
+    mPages[slot] = page;
+    mKnown[iPage].mSlot = static_cast<Cmn_UInt32>(slot + 1);
+    mNextSlot = (slot + 1) % most;
+    return mPages[slot];
 }
 
 // What it has is still on its way in.
-void FF_TOCPages::Page::TakeOver()
+void FF_TOCPages::TakeOver(Page& ioPage, std::size_t iSlot)
 {
-    const std::size_t bytes = mRecords.size_bytes() + mBytes.size();
-    mMemory = std::make_unique_for_overwrite<Key[]>(mKeys.size() + (bytes + sizeof(Key) - 1) / sizeof(Key));
-    auto* const keys = mMemory.get();
-    auto* const records = reinterpret_cast<Cmn_UInt16*>(std::ranges::copy(mKeys, keys).out);
-    auto* const rest = reinterpret_cast<Cmn_UInt8*>(std::ranges::copy(mRecords, records).out);
-    std::ranges::copy(mBytes, rest);
-    mKeys = {keys, mKeys.size()};
-    mRecords = {records, mRecords.size()};
-    mBytes = {rest, mBytes.size()};
+    const std::size_t rest = ioPage.mRecords.size_bytes() + ioPage.mBytes.size();
+    const std::size_t count = ioPage.mKeys.size() + (rest + sizeof(Key) - 1) / sizeof(Key);
+    const bool fits = count <= mMemory->GetCellBytes() / sizeof(Key);
+    mLarger[iSlot] = fits ? nullptr : std::make_unique<Key[]>(count);
+    Key* const keys = fits ? mCells[iSlot] : mLarger[iSlot].get();
+    auto* const records = reinterpret_cast<Cmn_UInt16*>(std::ranges::copy(ioPage.mKeys, keys).out);
+    auto* const bytes = reinterpret_cast<Cmn_UInt8*>(std::ranges::copy(ioPage.mRecords, records).out);
+    std::ranges::copy(ioPage.mBytes, bytes);
+    ioPage.mKeys = {keys, ioPage.mKeys.size()};
+    ioPage.mRecords = {records, ioPage.mRecords.size()};
+    ioPage.mBytes = {bytes, ioPage.mBytes.size()};
 }
 
 void FF_TOCPages::Decode(Page& ioPage)

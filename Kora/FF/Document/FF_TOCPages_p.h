@@ -5,12 +5,14 @@
 // is read; nothing of it is handed out before. What is never asked for is never read:
 // FF_DocumentCheck looks at all of it.
 //
-// Memory:  the index, and 16 bytes a page; pages that were read, up to cMostCached bytes of them.
+// Memory:  the index, and 16 bytes a page; pages that were read, up to cMostCached bytes of them, and a
+//          quarter more for where their keys are.
 // Throws:  every function Sys_StreamReadException with the place, where a page cannot be read or is damaged.
 // Entries: numbers of keys, which ascend. They, and values' numbers, are the caller's to check.
 // Ownership: the stream stays the caller's. Threads: one at a time.
 #pragma once
 
+#include "Bastel/Sys/Sys_CellMemory_p.h"
 #include "Kora/FF/Document/FF_TOCTable_p.h"
 #include "Kora/FF/Format/FF_TOCIndex_p.h"
 
@@ -71,9 +73,6 @@ private:
         std::span<const Key> mKeys;
         std::span<const Cmn_UInt16> mRecords; // where each begins
         std::span<const Cmn_UInt8> mBytes;
-        std::unique_ptr<Key[]> mMemory; // of all three
-
-        void TakeOver();
     };
     struct KeyPlace
     {
@@ -111,6 +110,7 @@ private:
         return slot != 0 ? mPages[slot - 1] : Read(iPage, iKeep);
     }
     const Page& Read(std::size_t iPage, const Page* iKeep);
+    void TakeOver(Page& ioPage, std::size_t iSlot);
     std::size_t MostPages() const { return std::max<std::size_t>(cMostCached / mIndex.mPageSize, 4); }
     void Decode(Page& ioPage);
     void TakeRecords(Page& ioPage);
@@ -157,6 +157,10 @@ private:
     FF_TOCIndex mIndex;
     std::vector<Known> mKnown; // of each page
     std::vector<Page> mPages;  // never moved
+    // Of each of them a cell, and for what is larger memory of its own.
+    std::unique_ptr<Sys_CellMemory> mMemory;
+    std::vector<Key*> mCells;
+    std::vector<std::unique_ptr<Key[]>> mLarger;
     std::size_t mNextSlot = 0;
     std::array<Run, 4> mRuns; // each type has its place
     std::array<Found, 4> mFound;
