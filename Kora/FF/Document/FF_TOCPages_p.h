@@ -49,6 +49,8 @@ public:
 
 private:
     static constexpr Cmn_UInt32 cNoEntry = 0xFFFFFFFF;
+    static constexpr std::size_t cCountSize = 4; // of keys, contexts, values
+    static constexpr std::size_t cContextSize = FF_Document::Context::cStreamSize;
 
     class Part;
     // A key that begins in a page: what a search asks of it stands together.
@@ -125,6 +127,19 @@ private:
         const Key& key = iPage.mKeys[iKey];
         if (iPage.mIsKeyCut && iKey + 1 == iPage.mKeys.size()) return CutRecordAt(iPage, key.mAt);
         return {iPage.mBytes.data() + key.mAt, key.mSize};
+    }
+    static Cmn_UInt64 RankOf(const FF_Document::Context& iContext)
+    {
+        return FF_TOCTable::Context(iContext.GetStreamType(), 0, false, iContext.GetListIndex()).GetRank();
+    }
+    // What tells most keys apart: the type and the item of the outermost context, the type of the
+    // next. Ascends as keys do.
+    template <class GetRank>
+    static Cmn_UInt64 PrefixOf(std::size_t iNumContexts, const GetRank& iGetRank)
+    {
+        const Cmn_UInt64 first = iNumContexts == 0 ? 0 : iGetRank(0);
+        const Cmn_UInt64 second = iNumContexts <= 1 ? 0 : iGetRank(1) >> 32;
+        return first << 16 | second;
     }
     FF_TOCTable::Context ContextAt(const Cmn_UInt8* iAt) const;
     std::size_t CountContexts(std::span<const Cmn_UInt8> iKey) const;
