@@ -54,6 +54,24 @@ TEST_F(TokenOrder, AListenerThatBecomesALatestOneLosesWhatWaitsForItAndNothingEl
     }
 }
 
+// A token in the mailbox is overtaken by one that was queued while its listener was no latest one.
+TEST_F(TokenOrder, WhatOvertookAMailedTokenIsDroppedForTheNextOne)
+{
+    RunningTask task(0);
+    Recorder changes(&task, mA, mLog, {7, 0, true});
+    const Recorder stays(&task, mA, mLog, {8, 0, false});
+    const Recorder latest(&task, mA, mLog, {6, 0, true});
+    SendAll({7});
+    changes.GetSDSTokenListener()->SetLatestFlag(false);
+    for (const TestToken& token : {TestToken(8, 0, 2), TestToken(7, 0, 3), TestToken(6, 0, 4)})
+        static_cast<void>(Send(mA, token));
+    HandOutOne(task);
+    changes.GetSDSTokenListener()->SetLatestFlag(true);
+    static_cast<void>(Send(mA, {7, 0, 9}));
+    task.ProcessTokens(0, Time_Sample(0), 0);
+    EXPECT_EQ(mLog, std::vector<int>({2, 4, 9}));
+}
+
 TEST_F(TokenOrder, WhatWasHandedOutIsForgottenWhoeverGoesOrChanges)
 {
     RunningTask task(16);

@@ -70,6 +70,12 @@ struct SDS_ActiveListener
     alignas(cPSCacheLineBytes) SDS_BasicMailbox<SDS_Atomic, SDS_DeliveryElement> mMailbox;
     SDS_DeliveryElement mNotice{};
 
+    // By the consumer: of a latest listener, which the one before it, if it is pending, was dropped for.
+    void SetNewest(SDS_DeliveryElement& iElement)
+    {
+        mNewestPending = &iElement;
+        mMayHaveOrdinary = false;
+    }
     // By the consumer: whether it is there, and no latest one.
     bool IsOrdinary() const
     {

@@ -273,17 +273,17 @@ void SDS_DeliveryQueue::Arrive(SDS_DeliveryElement& ioElement, SDS_ReleaseBatch&
     if (mTail != nullptr) ioElement.mNumber = std::max(ioElement.mNumber, mTail->mNumber);
     InsertBefore(ioElement, nullptr, isLatest);
     if (isLatest)
-        active.mNewestPending = &ioElement;
+        active.SetNewest(ioElement);
     else
         active.mMayHaveOrdinary = true;
 }
 
 // What a newer token of a latest listener drops: of its pending ones the last that came.
-SDS_DeliveryElement* SDS_DeliveryQueue::NewestPendingOf(SDS_ActiveListener& ioActive)
+SDS_DeliveryElement* SDS_DeliveryQueue::NewestPendingOf(const SDS_ActiveListener& iActive) const
 {
-    if (!std::exchange(ioActive.mMayHaveOrdinary, false)) return ioActive.mNewestPending;
+    if (!iActive.mMayHaveOrdinary) return iActive.mNewestPending;
     SDS_DeliveryElement* element = mTail;
-    while (element != nullptr && element->mActiveListener != &ioActive)
+    while (element != nullptr && element->mActiveListener != &iActive)
         element = element->mPrevious;
     return element;
 }
@@ -314,7 +314,7 @@ SDS_DeliveryElement* SDS_DeliveryQueue::TakeMailbox(SDS_ActiveListener& ioActive
     }
     listener->NoteMail(content->mNumber);
     if (older != nullptr) Drop(*older, *content, ioBatch);
-    ioActive.mNewestPending = content;
+    ioActive.SetNewest(*content);
     return content;
 }
 

@@ -162,7 +162,7 @@ private:
     void Drop(SDS_DeliveryElement& ioOlder, SDS_DeliveryElement& iNewer, SDS_ReleaseBatch& ioBatch);
     SDS_DeliveryElement* TakeMailbox(SDS_ActiveListener& ioActive, SDS_ReleaseBatch& ioBatch);
     void PlaceMail(PSAtomicQueueLink* iMail);
-    SDS_DeliveryElement* NewestPendingOf(SDS_ActiveListener& ioActive);
+    SDS_DeliveryElement* NewestPendingOf(const SDS_ActiveListener& iActive) const;
     void InsertBefore(SDS_DeliveryElement& ioElement, SDS_DeliveryElement* ioNext, bool iIsLatest);
     // Whether the first pending token may be handed out without a look at the queue: nothing that has come in
     // since would stand before it, nor drop it. A look takes the queue's line from the producers.
