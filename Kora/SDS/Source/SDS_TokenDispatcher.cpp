@@ -192,12 +192,12 @@ private:
         const Cmn_UInt64 number = queue.mNumber.load();
         SDS_DeliveryElement* last = nullptr;
         std::size_t i = iFirst;
-        for (; i < iEnd && iHeard[i]->mQueue == &queue && !IsMailed(*iHeard[i]); ++i) {
+        do { // the first one is queued, also when it is to be mailed since it was looked at
             FillHeader(*iCells[i], *iHeard[i]->mActive, mList, nullptr);
             iCells[i]->mNumber = number;
             iCells[i]->mNext = last;
-            last = iCells[i];
-        }
+            last = iCells[i++];
+        } while (i < iEnd && iHeard[i]->mQueue == &queue && !IsMailed(*iHeard[i]));
         const auto sent = static_cast<Cmn_UInt32>(i - iFirst);
         SDS_InterleavingPoint();
         if (queue.mInbound.PushNewestFirst(*last, *iCells[iFirst])) {
