@@ -219,7 +219,6 @@ private:
     Cmn_Int32 Register(std::span<const Context> iKey, Cmn_Int32 iKnown, Cmn_Int32 iValueIndex,
                        Cmn_UInt64 iPosition, std::string_view iDescription);
     void RequireRoomFor(Cmn_Int64 iTable) const;
-    [[noreturn]] void ThrowNoRoom() const;
     // Adds the file's name to an exception that has none.
     void Name(Cmn_Exception& ioException) const;
 

@@ -82,11 +82,7 @@ Cmn_Int32 FF_Document::Register(std::span<const Context> iKey, Cmn_Int32 iKnown,
 
 void FF_Document::RequireRoomFor(Cmn_Int64 iTable) const
 {
-    if (mOutStream->GetEnd() + iTable > mSizeLimit) ThrowNoRoom();
-}
-
-void FF_Document::ThrowNoRoom() const
-{
+    if (mOutStream->GetEnd() + iTable <= mSizeLimit) return;
     Sys_StreamWriteException exception(mOutStream->GetEnd());
     Name(exception);
     throw exception;

@@ -19,7 +19,7 @@ SDS_Name* SDS_NameRegistry::fRootNameId = nullptr;
 
 namespace {
 
-constexpr std::size_t cPathBytes = SDS_PathReader::cPathBytes;
+constexpr std::size_t cPathBytes = 1024; // of a path, with the closing zero
 
 // Looks in both lists by turns, and so takes no more steps than the shorter one has: a hub has many
 // connections, each of its leaves has few.
@@ -90,8 +90,9 @@ ESDSError SDS_NameRegistry::FindOrCreateName(SDS_Name* iBase, const char* const 
 {
     SDS_Name* name = iBase != nullptr ? iBase : fRootNameId;
     if (!Sys_ASSERT_INITIALIZED(name != nullptr)) return eSDSErr_OutOfMemory;
-    SDS_PathReader path(iPath != nullptr ? iPath : "");
-    if (path.IsTooLong()) return eSDSErr_PathTooLong;
+    const std::string_view given(iPath != nullptr ? iPath : "");
+    if (given.size() >= cPathBytes) return eSDSErr_PathTooLong;
+    SDS_PathReader path(given);
     if (!SDS_NameAddReference(*name)) return eSDSErr_OutOfMemory;
     std::string_view text;
     ESDSError result = eSDSErr_None;

@@ -11,16 +11,11 @@
 class SDS_PathReader
 {
 public:
-    static constexpr std::size_t cPathBytes = 1024; // with the closing zero
-
     // The names that it gives lie in the path.
     explicit SDS_PathReader(std::string_view iPath)
         : mRest(iPath)
-        , mIsTooLong(iPath.size() >= cPathBytes)
     {
     }
-
-    bool IsTooLong() const { return mIsTooLong; }
 
     // False at the end. A name that is too long gives eSDSErr_NameTooLong in oResult.
     bool Next(std::string_view& oName, ESDSError& oResult)
@@ -35,5 +30,4 @@ public:
 
 private:
     std::string_view mRest;
-    const bool mIsTooLong;
 };

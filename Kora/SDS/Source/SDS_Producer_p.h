@@ -41,8 +41,7 @@ public:
         if (producer == nullptr || producer->mIsBusy.load(std::memory_order_relaxed) ||
             sRetired.load(std::memory_order_relaxed) != producer->mRetiredSeen) [[unlikely]]
             return nullptr;
-        producer->mIsBusy.store(true, std::memory_order_relaxed);
-        std::atomic_signal_fence(std::memory_order_seq_cst);
+        producer->MarkBusy();
         return producer;
     }
     // The calling thread's, until Leave. Null when all are taken, or when the thread is inside a dispatch already: in a
@@ -53,9 +52,7 @@ public:
         if (producer == nullptr && (producer = TakeFree()) == nullptr) [[unlikely]]
             return nullptr;
         if (producer->mIsBusy.load(std::memory_order_relaxed)) return nullptr;
-        producer->mIsBusy.store(
-            true, std::memory_order_relaxed); // relaxed: a thread's own, and its signal handlers'
-        std::atomic_signal_fence(std::memory_order_seq_cst);
+        producer->MarkBusy();
         // relaxed: one that comes late costs a retired list some time.
         if (const Cmn_UInt32 retired = sRetired.load(std::memory_order_relaxed);
             retired != producer->mRetiredSeen) [[unlikely]]
@@ -126,6 +123,11 @@ private:
     Place& PlaceOf(const SDS_ActiveListenerList* iList)
     {
         return mPlaces[reinterpret_cast<std::uintptr_t>(iList) / sizeof(SDS_ActiveListenerList) % cPlaces];
+    }
+    void MarkBusy()
+    {
+        mIsBusy.store(true, std::memory_order_relaxed); // relaxed: a thread's own, and its signal handlers'
+        std::atomic_signal_fence(std::memory_order_seq_cst);
     }
     static SDS_Producer* TakeFree();
     void GiveUpRetired(Cmn_UInt32 iRetired);
